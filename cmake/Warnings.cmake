@@ -1,0 +1,6 @@
+# eclipse_int_warnings(TARGET): the warnings that this project keeps itself free of. Whether they are errors is the preset's.
+function(eclipse_int_warnings target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wcast-qual -Wformat=2 -Wnon-virtual-dtor
+    -Wold-style-cast -Woverloaded-virtual -Wundef)
+endfunction()

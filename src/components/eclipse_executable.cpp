@@ -1,0 +1,34 @@
+#include "eclipse_int/eclipse_int.h"
+#include "host/components.h"
+#include "host/paths.h"
+
+using namespace eclipse_int;
+
+namespace {
+
+/// The directory below which the package's files are placed, resolved against the provider's root when it is relative.
+std::string package_directory(const ComponentPackage& found) {
+  const std::string& prefix = found.package->prefix;
+  return path_is_relative(prefix) ? resolved_path(found.provider->rootPath() + "/" + prefix) : prefix;
+}
+
+}  // namespace
+
+std::string find_eclipse_executable(const std::string& name, const std::vector<Component*>& components) {
+  std::string executable;
+  for (Component* const component : components) {
+    if (!is_usable(component)) continue;
+    const auto found = find_package(*component);
+    if (!found) continue;
+    for (const std::string& listed : found->provider->packageFiles(found->package)) {
+      const std::string_view entry = without_line_ends(listed);
+      if (listed.empty() || !ends_with(entry, name)) continue;
+      std::string candidate = joined_path(package_directory(*found), with_forward_slashes(entry));
+      if (get_basename(candidate) != name || !is_file(candidate)) continue;
+      print_log("eclipse_int: found eclipse executable: %s", candidate.c_str());
+      executable = std::move(candidate);  // no stop here: of several, the last one counts
+    }
+  }
+  if (executable.empty()) print_log("eclipse_int: eclipse not found");
+  return executable;
+}

@@ -1,0 +1,22 @@
+// The columns of a line.
+#ifndef ECLIPSE_INT_SRC_DESCRIPTORS_COLUMNS_H
+#define ECLIPSE_INT_SRC_DESCRIPTORS_COLUMNS_H
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+
+namespace eclipse_int {
+
+/// Cuts the first column, and the tab after it, off the front of `line`; nothing when the line is used up. So nothing stands
+/// after a tab at the end of the line, while a tab at its front leaves an empty column before it.
+inline std::optional<std::string_view> take_column(std::string_view& line) {
+  if (line.empty()) return std::nullopt;
+  const std::string_view column = line.substr(0, line.find('\t'));
+  line.remove_prefix(std::min(column.size() + 1, line.size()));
+  return column;
+}
+
+}  // namespace eclipse_int
+
+#endif

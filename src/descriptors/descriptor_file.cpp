@@ -1,0 +1,56 @@
+// A descriptor file is a table of 8-bit text:
+//
+//   file   = line *( LF line )                   the piece after the last line feed is a line too, mostly an empty one
+//   line   = [ repository TAB feature [ TAB extra [ TAB order [ TAB anything ] ] ] ]
+//
+// A carriage return is no line end: it stays in the last column of its line. Nothing is trimmed, there are no comments and no
+// quotes, and no encoding or byte-order mark is known. A line with fewer than two columns is no data, and neither is a header,
+// that is a line whose first column is exactly "Repository", wherever it stands.
+#include <filesystem>
+#include <fstream>
+
+#include "descriptors/columns.h"
+#include "eclipse_int/eclipse_int.h"
+#include "host/paths.h"
+
+using namespace eclipse_int;
+
+const char* const UNDEFINED_ORDER = "undefined";
+
+namespace {
+
+/// The bytes of a regular file; nothing for anything else. A file that shrinks while it is read leaves zero bytes at the end.
+std::optional<std::string> read_file(const std::string& name) {
+  std::error_code not_there;
+  // Asked before the file is opened, since opening a pipe would wait for its writer.
+  if (!std::filesystem::is_regular_file(name, not_there)) return std::nullopt;
+  std::ifstream file(name, std::ios::binary | std::ios::ate);
+  if (!file) return std::nullopt;
+  std::string content(static_cast<std::size_t>(file.tellg()), '\0');
+  file.seekg(0);
+  file.read(content.data(), static_cast<std::streamsize>(content.size()));
+  return content;
+}
+
+void append_record(std::string_view line, const std::string& base_dir, std::vector<plugin_config>& out) {
+  const auto repository = take_column(line);
+  const auto feature = take_column(line);
+  if (!feature || *repository == "Repository") return;
+  const auto extra = take_column(line);
+  const auto order = take_column(line);
+  out.push_back({std::string(*repository), std::string(*feature), std::string(extra.value_or("")),
+                 std::string(order.value_or(UNDEFINED_ORDER)), base_dir});
+}
+
+}  // namespace
+
+void process_file(std::pair<std::string, std::string> file, std::vector<plugin_config>& out) {
+  const auto content = read_file(joined_path(file.first, file.second));
+  if (!content) return;
+  const std::string_view text = *content;
+  for (std::size_t start = 0; start <= text.size();) {
+    const std::size_t end = std::min(text.find('\n', start), text.size());
+    append_record(text.substr(start, end - start), file.first, out);
+    start = end + 1;
+  }
+}
