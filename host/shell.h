@@ -1,0 +1,31 @@
+// The command runner of the stand-alone host.
+#ifndef ECLIPSE_INT_HOST_SHELL_H
+#define ECLIPSE_INT_HOST_SHELL_H
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace eclipse_host {
+
+/// What a command came to.
+struct CommandResult {
+  std::string output;        ///< its standard output, every byte of it
+  std::string error_output;  ///< its standard error: what the command line itself did not redirect
+  int exit_code = 0;         ///< 128 + N when signal N ended it, 126 when the shell could not be started
+  double seconds = 0;        ///< by the wall clock
+};
+
+/// What run_in_shell() reports while a command runs.
+struct CommandProgress {
+  std::function<void(std::string_view)> on_output = [](std::string_view) {};        ///< a piece of standard output
+  std::function<void(std::string_view)> on_error_output = [](std::string_view) {};  ///< a piece of standard error
+  std::function<void(double seconds)> on_wait = [](double) {};                      ///< about four times a second
+};
+
+/// Runs a command line with `/bin/sh -c`, with an empty standard input, and waits until it has ended and its outputs are closed.
+CommandResult run_in_shell(const std::string& command, const CommandProgress& progress = {});
+
+}  // namespace eclipse_host
+
+#endif
