@@ -116,7 +116,8 @@ bool is_gui_mode(session_t* session) {
 
 std::vector<Component*> TSD::components() {
   look("TSD::components");
-  if (this != &active_session().tsd) throw std::logic_error("a host operation was given another catalogue than the active session's");
+  if (this != &active_session().tsd)
+    throw std::logic_error("a host operation was given another catalogue than the active session's");
   std::vector<Component*> components;
   for (const auto& component : active_session().components) components.push_back(component.get());
   return components;

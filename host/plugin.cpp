@@ -25,7 +25,8 @@ Plugin::Plugin(const std::filesystem::path& library) : library_(library) {
   for (const std::string_view action : action_names) {
     void* const symbol = dlsym(handle, std::string(action).c_str());
     if (symbol == nullptr) {
-      throw PluginError(library.string() + ": has no action \"" + std::string(action) + "\"; this is not the plug-in, or not this version of it");
+      throw PluginError(library.string() + ": has no action \"" + std::string(action) +
+                        "\"; this is not the plug-in, or not this version of it");
     }
     actions_.emplace(action, reinterpret_cast<int (*)(session_t*)>(symbol));
   }

@@ -60,7 +60,8 @@ class Session : public session_t {
   /// Takes each line of the log, without a line feed at its end. What it holds inside is kept.
   std::function<void(const std::string& line)> on_log = [](const std::string&) {};
   /// Sees each variable that is written, after it was.
-  std::function<void(const std::string& name, const std::string& value)> on_variable = [](const std::string&, const std::string&) {};
+  std::function<void(const std::string& name, const std::string& value)> on_variable = [](const std::string&,
+                                                                                          const std::string&) {};
   /// Sees each call before it is carried out; what it throws comes out of the operation. Left empty, it costs nothing.
   std::function<void(const HostCall& call)> on_call;
 

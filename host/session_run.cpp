@@ -58,8 +58,9 @@ class Run {
   /// Keeps the executable that the run used, so that the next run knows the instance.
   void record_executable() {
     const bool user = session_.variable("ECLIPSE_INTEGRATION_CHOICE") == "user";
-    session_.variables["CASHED_ECLIPSE_PATH"] = user ? session_.variable("USER_DEFINED_ECLIPSE_PATH")
-                                                     : session_.variable("ECLIPSE_PATH") + "/" + session_.variable("ECLIPSE_BIN");
+    session_.variables["CASHED_ECLIPSE_PATH"] =
+        user ? session_.variable("USER_DEFINED_ECLIPSE_PATH")
+             : session_.variable("ECLIPSE_PATH") + "/" + session_.variable("ECLIPSE_BIN");
   }
 
   const Plugin& plugin_;
@@ -77,8 +78,9 @@ std::string refusal_of_user_eclipse(const Session& session) {
   const std::string executable = session.variable("USER_DEFINED_ECLIPSE_PATH");
   if (executable.empty()) return "no Eclipse is named: set USER_DEFINED_ECLIPSE_PATH to the full path of its executable";
   if (session.variable("USER_DEFINED_ECLIPSE_PATH_CORRECT") != "yes") {
-    return "USER_DEFINED_ECLIPSE_PATH is \"" + executable + "\", which is not the Eclipse executable: name an existing file called \"" +
-           session.variable("ECLIPSE_BIN") + "\" (that is ECLIPSE_BIN) by its full path";
+    return "USER_DEFINED_ECLIPSE_PATH is \"" + executable +
+           "\", which is not the Eclipse executable: name an existing file called \"" + session.variable("ECLIPSE_BIN") +
+           "\" (that is ECLIPSE_BIN) by its full path";
   }
   if (session.variable("ECLIPSE_VERSION_IS_SUPPORTED") == "no") {
     return "the version of \"" + executable + "\", " + session.variable("ECLIPSE_VERSION") + ", comes before the minimum " +
@@ -120,7 +122,8 @@ RunRecord run_session(const Plugin& plugin, Session& session, const RunObserver&
   return run.finish();
 }
 
-RunRecord call_actions(const Plugin& plugin, Session& session, const std::vector<std::string>& actions, const RunObserver& observer) {
+RunRecord call_actions(const Plugin& plugin, Session& session, const std::vector<std::string>& actions,
+                       const RunObserver& observer) {
   Run run(plugin, session, observer);
   for (const std::string& action : actions) run.call(action);
   return run.finish();

@@ -23,7 +23,8 @@ struct CommandProgress {
   std::function<void(double seconds)> on_wait = [](double) {};                      ///< about four times a second
 };
 
-/// Runs a command line with `/bin/sh -c`, with an empty standard input, and waits until it has ended and its outputs are closed.
+/// Runs a command line with `/bin/sh -c`, with an empty standard input, and waits until it has ended and its outputs are
+/// closed.
 CommandResult run_in_shell(const std::string& command, const CommandProgress& progress = {});
 
 }  // namespace eclipse_host

@@ -123,11 +123,13 @@ ECLIPSE_INT_EXPORT std::vector<std::pair<std::string, std::string>> get_integrat
 
 /// The records of all descriptor files that get_integration_files() yields, in their order. A file that is not on disk is
 /// logged and left out.
-ECLIPSE_INT_EXPORT std::vector<plugin_config> populate_plugin_list(EclipseIntegrationMode mode, std::vector<Component*> components,
+ECLIPSE_INT_EXPORT std::vector<plugin_config> populate_plugin_list(EclipseIntegrationMode mode,
+                                                                   std::vector<Component*> components,
                                                                    bool filter_by_condition);
 
 /// The same as populate_plugin_list() in every step. For callers outside: no action uses it.
-ECLIPSE_INT_EXPORT std::vector<plugin_config> populate_eclipse_list(EclipseIntegrationMode mode, std::vector<Component*> components,
+ECLIPSE_INT_EXPORT std::vector<plugin_config> populate_eclipse_list(EclipseIntegrationMode mode,
+                                                                    std::vector<Component*> components,
                                                                     bool filter_by_condition);
 
 /// The columns of one line of a descriptor file. Only tabs separate; empty columns are kept, except that nothing stands after a
@@ -160,9 +162,9 @@ ECLIPSE_INT_EXPORT void add_unique(std::string item, std::vector<std::string>& l
 /// Returns the exit code of the last director command, 0 when there was none. It may be 0 although an earlier feature failed.
 ECLIPSE_INT_EXPORT int integrate_into_instance(session_t* session, std::string eclipse_executable);
 
-/// Removes the features of the components being removed with the director of the Eclipse instance whose executable is named: all
-/// at once, and if that fails once more for each. Writes ECLIPSE_PATH.
-/// Returns the exit code of the last director command, 0 when there was none.
+/// Removes the features of the components being removed with the director of the Eclipse instance whose executable is named:
+/// all at once, and if that fails once more for each. Writes ECLIPSE_PATH. Returns the exit code of the last director command,
+/// 0 when there was none.
 ECLIPSE_INT_EXPORT int unintegrate_from_instance(session_t* session, std::string eclipse_executable);
 
 #endif

@@ -64,8 +64,8 @@ int integrate_into_instance(session_t* session, std::string eclipse_executable) 
     return 0;
   }
 
-  const std::string install = *executable + " -nosplash -application org.eclipse.equinox.p2.director -repository " +
-                              join(repositories, ",") + " -i ";
+  const std::string install =
+      *executable + " -nosplash -application org.eclipse.equinox.p2.director -repository " + join(repositories, ",") + " -i ";
   int exit_code = 0;
   run_director(install + join(features, ",") + " 2>&1", exit_code);
   // From here on the exit code is that of the last feature, so the result may be 0 although another one failed.

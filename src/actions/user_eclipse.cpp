@@ -2,6 +2,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "eclipse_int/eclipse_int.h"
@@ -24,16 +25,16 @@ bool names_the_executable(session_t* session, const std::string& user_path) {
   return lower_case(get_basename(executable)) == lower_case(expected);
 }
 
-/// The text of the configuration file, up to its first zero byte; empty, and logged, when it cannot be had.
-std::string read_configuration(const std::string& name) {
+/// The text of the configuration file, up to its first zero byte; nothing, and logged, when it cannot be had.
+std::optional<std::string> read_configuration(const std::string& name) {
   if (!is_file(name)) {
     print_log("eclipse_int: eclipse_version - config file not found");
-    return "";
+    return std::nullopt;
   }
   const std::unique_ptr<char, decltype(&std::free)> buffer(get_file(name, 0, nullptr), &std::free);
   if (!buffer) {
     print_log("eclipse_int: eclipse_version - cannot open config file");
-    return "";
+    return std::nullopt;
   }
   return buffer.get();
 }
@@ -78,8 +79,8 @@ int user_eclipse_version(session_t* session) {
     return 0;
   }
   // From the path as the user gave it: what the check forgave is not mended here.
-  const std::string configuration = joined_path(get_dirname(user_path), "configuration/config.ini");
-  env_set_string(session, std::string("ECLIPSE_VERSION"), build_id(read_configuration(configuration)));
+  const auto configuration = read_configuration(joined_path(get_dirname(user_path), "configuration/config.ini"));
+  env_set_string(session, std::string("ECLIPSE_VERSION"), configuration ? build_id(*configuration) : "");
   return 0;
 }
 

@@ -15,14 +15,12 @@ std::string repository_url(const plugin_config& config) {
   return url.ends_with(".zip") ? "\"jar:" + url + "!/\"" : url;
 }
 
-std::int32_t wanted_slot(const plugin_config& config) {
-  return config.order == UNDEFINED_ORDER ? 0 : read_order(config.order);
-}
+std::int32_t wanted_slot(const plugin_config& config) { return config.order == UNDEFINED_ORDER ? 0 : read_order(config.order); }
 
 }  // namespace
 
-void populate_lists(const std::vector<plugin_config>& configs, std::set<std::string>& repositories, std::set<std::string>& extras,
-                    std::vector<std::string>& features) {
+void populate_lists(const std::vector<plugin_config>& configs, std::set<std::string>& repositories,
+                    std::set<std::string>& extras, std::vector<std::string>& features) {
   OrderSlots slots;
   std::vector<std::pair<std::int64_t, const std::string*>> order_table;
   for (const plugin_config& config : configs) {

@@ -20,8 +20,8 @@ class OrderSlots {
   std::int64_t take(std::int64_t wanted);
 
  private:
-  // Runs of taken slots without a gap, each from its first slot to the free one after it. No two touch, so that the search for a
-  // free slot is one look-up however many records want the same number.
+  // Runs of taken slots without a gap, each from its first slot to the free one after it. No two touch, so that the search for
+  // a free slot is one look-up however many records want the same number.
   std::map<std::int64_t, std::int64_t> runs_;
 };
 
