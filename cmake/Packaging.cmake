@@ -1,0 +1,34 @@
+# What an installation holds, and the packages made of it.
+include(CMakePackageConfigHelpers)
+
+set(ECLIPSE_INT_CMAKE_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/eclipse_int)
+
+install(TARGETS eclipse_int eclipse_int_headers EXPORT eclipse_int
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/eclipse_int DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT eclipse_int NAMESPACE eclipse_int:: FILE eclipse_int-targets.cmake DESTINATION ${ECLIPSE_INT_CMAKE_FOLDER})
+configure_package_config_file(cmake/eclipse_int-config.cmake.in ${PROJECT_BINARY_DIR}/generated/eclipse_int-config.cmake
+  INSTALL_DESTINATION ${ECLIPSE_INT_CMAKE_FOLDER} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/generated/eclipse_int-config-version.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${PROJECT_BINARY_DIR}/generated/eclipse_int-config.cmake
+  ${PROJECT_BINARY_DIR}/generated/eclipse_int-config-version.cmake
+  DESTINATION ${ECLIPSE_INT_CMAKE_FOLDER})
+
+if(ECLIPSE_INT_BUILD_COMMAND)
+  install(TARGETS eclipse-int RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES ${PROJECT_SOURCE_DIR}/schema/session.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/eclipse-int)
+  install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+endif()
+
+set(CPACK_GENERATOR DEB TGZ)
+set(CPACK_PACKAGE_NAME eclipse-int)
+set(CPACK_PACKAGE_CONTACT "eclipse_int developers <eclipse-int@example.org>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION admin)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+include(CPack)
