@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,8 +12,6 @@
 #include <chrono>
 #include <cstring>
 #include <system_error>
-
-extern char** environ;
 
 namespace eclipse_host {
 
@@ -58,20 +57,46 @@ class Pipe {
   std::array<int, 2> ends_{-1, -1};
 };
 
+/// What a command starts with: an empty standard input, these outputs, and no signal that this program ignores or blocks.
+class SpawnOptions {
+ public:
+  SpawnOptions(const Pipe& output, const Pipe& error_output) {
+    posix_spawn_file_actions_init(&files_);
+    posix_spawn_file_actions_addopen(&files_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&files_, output.write_end(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&files_, error_output.write_end(), STDERR_FILENO);
+
+    sigset_t none;
+    sigset_t all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    posix_spawnattr_init(&attributes_);
+    posix_spawnattr_setsigmask(&attributes_, &none);
+    posix_spawnattr_setsigdefault(&attributes_, &all);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+  ~SpawnOptions() {
+    posix_spawn_file_actions_destroy(&files_);
+    posix_spawnattr_destroy(&attributes_);
+  }
+  SpawnOptions(const SpawnOptions&) = delete;
+  SpawnOptions& operator=(const SpawnOptions&) = delete;
+
+  const posix_spawn_file_actions_t* files() const { return &files_; }
+  const posix_spawnattr_t* attributes() const { return &attributes_; }
+
+ private:
+  posix_spawn_file_actions_t files_{};
+  posix_spawnattr_t attributes_{};
+};
+
 /// Starts the shell; returns 0 or the error.
-int start_shell(const std::string& command, const Pipe& output, const Pipe& error_output, pid_t& child) {
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_adddup2(&actions, output.write_end(), STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, error_output.write_end(), STDERR_FILENO);
+int start_shell(const std::string& command, const SpawnOptions& options, pid_t& child) {
   std::string shell = "sh";
   std::string option = "-c";
   std::string text = command;
   std::array<char*, 4> arguments{shell.data(), option.data(), text.data(), nullptr};
-  const int error = posix_spawn(&child, "/bin/sh", &actions, nullptr, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  return error;
+  return posix_spawn(&child, "/bin/sh", options.files(), options.attributes(), arguments.data(), environ);
 }
 
 int exit_code_of(pid_t child) {
@@ -93,7 +118,7 @@ CommandResult run_in_shell(const std::string& command, const CommandProgress& pr
   Pipe output;
   Pipe error_output;
   pid_t child = 0;
-  const int error = start_shell(command, output, error_output, child);
+  const int error = start_shell(command, SpawnOptions(output, error_output), child);
   output.close_write_end();
   error_output.close_write_end();
   if (error != 0) {

@@ -44,18 +44,19 @@ ECLIPSE_INT_EXPORT int eclipse_integration_required(session_t* session);
 ECLIPSE_INT_EXPORT int find_eclipse_ide(session_t* session);
 
 /// Settles the directory of the Eclipse instance for the choice made, with the internal IDE as the default.
-/// Reads ECLIPSE_BIN, ECLIPSE_INTEGRATION_CHOICE and USER_DEFINED_ECLIPSE_PATH; writes ECLIPSE_PATH, and only with a text
-/// that is not empty: otherwise the variable keeps its value. Returns 0.
+/// Reads ECLIPSE_BIN, ECLIPSE_INTEGRATION_CHOICE and USER_DEFINED_ECLIPSE_PATH; writes ECLIPSE_PATH. That variable keeps its
+/// value when the executable is not there, when its directory would be empty, and when the choice is "none". Returns 0.
 ECLIPSE_INT_EXPORT int define_eclipse_path(session_t* session);
 
-/// Checks that USER_DEFINED_ECLIPSE_PATH names a file whose name is ECLIPSE_BIN, letter case aside. Backslashes and line
-/// ends at its end are forgiven in the check; the variable itself is not mended.
+/// Checks that USER_DEFINED_ECLIPSE_PATH names a file whose name is ECLIPSE_BIN, letter case aside. In the check, backslashes
+/// count as slashes and line ends at the end of the path are dropped; the variable itself is not mended.
 /// Writes USER_DEFINED_ECLIPSE_PATH_EMPTY and USER_DEFINED_ECLIPSE_PATH_CORRECT. Logs nothing. Returns 0.
 ECLIPSE_INT_EXPORT int verify_user_defined_eclipse_path(session_t* session);
 
 /// Runs verify_user_defined_eclipse_path(), then reads the instance's version from its configuration/config.ini.
-/// Writes ECLIPSE_VERSION, the text after "eclipse.buildId=", empty when there is none; keeps its old value when the path is
-/// empty or not correct. Returns 0.
+/// Writes ECLIPSE_VERSION: what follows the first "eclipse.buildId=" up to the line feed (a carriage return before it stays),
+/// empty when there is none. The variable keeps its old value when the path is empty or not correct. Returns 0. The file is
+/// sought beside the path as the user gave it, so a path that is correct only for its backslashes has no version.
 ECLIPSE_INT_EXPORT int user_eclipse_version(session_t* session);
 
 /// Runs user_eclipse_version(), then compares ECLIPSE_VERSION with the expansion of "${ECLIPSE_MIN_SUPPORTED_VERSION}".
@@ -65,9 +66,9 @@ ECLIPSE_INT_EXPORT int user_eclipse_version(session_t* session);
 /// USER_DEFINED_ECLIPSE_PATH_CORRECT. Returns 0.
 ECLIPSE_INT_EXPORT int verify_eclipse_version(session_t* session);
 
-/// Installs the features of the components into the chosen instance: integrate_into_instance() on the executable
-/// USER_DEFINED_ECLIPSE_PATH for the choice "user", on the one that find_eclipse_executable() finds for "internal".
-/// Returns its result, or 0 when there is nothing to integrate into.
+/// Installs the features of the components into the instance that ECLIPSE_INTEGRATION_CHOICE chooses: integrate_into_instance()
+/// on USER_DEFINED_ECLIPSE_PATH for "user", for "internal" on the executable called ECLIPSE_BIN that find_eclipse_executable()
+/// finds among the IDE components. Returns its result, or 0 when there is nothing to integrate into.
 ECLIPSE_INT_EXPORT int perform_integration(session_t* session);
 
 /// Removes the features of the components that are being removed: unintegrate_from_instance() on the executable that
@@ -82,7 +83,7 @@ ECLIPSE_INT_EXPORT int perform_unintegration(session_t* session);
 ECLIPSE_INT_EXPORT bool get_component_by_code_predicate(const std::string& code_prefix, Component* const& component);
 
 /// True when `pattern` occurs in the path of a file that the component's package places. The paths looked at are the package's
-/// prefix directly followed by the listed path, with "/" for "\", as path() normalises them.
+/// prefix directly followed by the listed path, with "/" for "\" and with its line ends, as path() normalises them.
 /// False for a null component, one without a code, and one without a package.
 ECLIPSE_INT_EXPORT bool get_component_by_content_predicate(const std::string& pattern, Component* const& component);
 
@@ -91,7 +92,8 @@ ECLIPSE_INT_EXPORT bool get_component_by_content_predicate(const std::string& pa
 ECLIPSE_INT_EXPORT std::vector<Component*> get_ide_components(session_t* session);
 
 /// The path of the file called `name` that the package of one of `components` places, as path() normalises it, or "" when none
-/// does. Of several the last one counts, in the order of the components and of their packages. Logs each that it finds.
+/// does. It has to be there, as a regular file. A package prefix that is relative counts from the provider's root. Of several
+/// the last one counts, in the order of the components and of their packages. Logs each that it finds, or that there is none.
 ECLIPSE_INT_EXPORT std::string find_eclipse_executable(const std::string& name, const std::vector<Component*>& components);
 
 // ---- Descriptor files --------------------------------------------------------------------------------------------------
@@ -102,21 +104,22 @@ enum EclipseIntegrationMode : int {
   Unintegrate = 2  ///< features are removed; the condition is Component::uninstallCondition()
 };
 
-/// One data line of a descriptor file. Each text is the column as it stands in the file: nothing is trimmed or checked.
+/// One data line of a descriptor file. The columns are as they stand in the file: nothing is trimmed or checked.
 struct plugin_config {
   std::string repository;  ///< column 1: an update site, a directory or a ".zip" archive, relative to `base_dir`
   std::string feature;     ///< column 2: the installable unit
   std::string extra;       ///< column 3, or empty
-  std::string order;       ///< column 4: the place in the install order, or UNDEFINED_ORDER
+  std::string order;       ///< column 4: the place in the install order, or UNDEFINED_ORDER when there is none
   std::string base_dir;    ///< the directory that the descriptor file belongs to
 };
 
 /// The text "undefined": the order of a record whose line gives none. Compare its content, not its address.
 ECLIPSE_INT_EXPORT extern const char* const UNDEFINED_ORDER;
 
-/// The descriptor files that the packages of `components` list below "etc/eclipse/", in their order: the component's
-/// installation directory, and the listed path with "/" for "\" and without line ends at its end. Nothing is looked for on
-/// disk. With `filter_by_condition` only components whose condition for `mode` holds are searched. Logs each file found.
+/// The descriptor files that the packages of `components` list, in their order: the component's installation directory, and the
+/// listed path with "/" for "\" and without line ends at its end. A descriptor file is one whose path contains "etc/eclipse/",
+/// wherever that stands. Nothing is looked for on disk. With `filter_by_condition` only components whose condition for `mode`
+/// holds are searched. Logs each file found.
 ECLIPSE_INT_EXPORT std::vector<std::pair<std::string, std::string>> get_integration_files(std::vector<Component*> components,
                                                                                           EclipseIntegrationMode mode,
                                                                                           bool filter_by_condition);
@@ -142,10 +145,14 @@ ECLIPSE_INT_EXPORT std::vector<std::string> split_by_tabs(std::string line);
 ECLIPSE_INT_EXPORT void process_file(std::pair<std::string, std::string> file, std::vector<plugin_config>& out);
 
 /// Adds what the records in `configs` name to three containers, which are not cleared first:
-/// - `repositories`: the URL of each update site, as a director command takes it;
-/// - `extras`: the third columns;
-/// - `features`: the features in install order, each once.
-/// A record without a repository is passed over. Logs each record taken and each place in the order.
+/// - `repositories`: the update sites as a director command takes them, "file://" and the path below `base_dir`; for an archive
+///   (".zip" in lower case) the form jar:file://PATH!/ with double quotes around it, which are part of the text. A repository
+///   is always below `base_dir`, even if it looks like an absolute path or a URL.
+/// - `extras`: the third columns.
+/// - `features`: the features in install order, each once, at the first of its places.
+/// The order is a decimal number of 32 bits, which may be negative; one beyond that reads as the nearest limit, and no number
+/// as 0. Lower ones come first. A record whose number is taken, by one that gave the same or by one that had to move, gets the
+/// next free number above. A record without a repository is passed over. Logs each record taken and each place in the order.
 ECLIPSE_INT_EXPORT void populate_lists(const std::vector<plugin_config>& configs, std::set<std::string>& repositories,
                                        std::set<std::string>& extras, std::vector<std::string>& features);
 
@@ -154,17 +161,25 @@ ECLIPSE_INT_EXPORT void add_unique(std::string item, std::vector<std::string>& l
 
 // ---- Directors ---------------------------------------------------------------------------------------------------------
 
-/// Installs features with the director of the Eclipse instance whose executable is named: all at once, and if that fails one
-/// by one. A new instance gets the features of every component, a known one those of the components being installed.
+/// Installs features with the director of the Eclipse instance whose executable is named: all at once, and if that fails one by
+/// one. An instance that is new in this run gets the features of every component, a known one those of the components being
+/// installed. It is new
+/// - for the choice "internal" when an IDE component is being installed,
+/// - for the choice "user" when USER_DEFINED_ECLIPSE_PATH differs from CASHED_ECLIPSE_PATH, byte by byte. There the host keeps,
+///   from run to run, the executable that a run used,
+/// - never when KORU_MODE is "uninstall".
+///
 /// Writes ECLIPSE_PATH (the executable's directory) and, when not all went in at once, QN_SCRIPTS_FAILED ("yes") and
-/// QN_SCRIPTS_COMPLETE_DESC (with what the director printed for each feature that failed, below the text of
-/// eclipse_integration_failed_title).
-/// Returns the exit code of the last director command, 0 when there was none. It may be 0 although an earlier feature failed.
+/// QN_SCRIPTS_COMPLETE_DESC: its text before, the heading eclipse_integration_failed_title, and what the director printed for
+/// each feature that failed.
+/// Returns the exit code of the last director command. It may be 0 although an earlier feature failed. Returns 0 when none was
+/// run: there is no feature or no repository, or no such executable (then nothing is written either).
 ECLIPSE_INT_EXPORT int integrate_into_instance(session_t* session, std::string eclipse_executable);
 
 /// Removes the features of the components being removed with the director of the Eclipse instance whose executable is named:
-/// all at once, and if that fails once more for each. Writes ECLIPSE_PATH. Returns the exit code of the last director command,
-/// 0 when there was none.
+/// all at once, and if that fails once more for each. Such a retry is the whole failed command with the feature behind it, a
+/// text of which a shell makes no director command; so it is the first command that counts. Writes ECLIPSE_PATH.
+/// Returns the exit code of the last command, 0 when there was none.
 ECLIPSE_INT_EXPORT int unintegrate_from_instance(session_t* session, std::string eclipse_executable);
 
 #endif

@@ -1,12 +1,12 @@
 // The host interface: every operation that the plug-in asks of the installer host which loads it.
 //
-// The host declares nothing else for the plug-in and defines everything declared here. It exports the definitions from its
-// executable (link with -rdynamic, or link the plug-in directly), where the dynamic linker finds them by name when the plug-in
-// is loaded. A host that lacks one of them cannot load the plug-in with RTLD_NOW.
+// Everything that the plug-in needs of a host is declared here, and the host defines all of it. It exports the definitions from
+// its executable (link with -rdynamic, or link the plug-in directly), where the dynamic linker finds them by name when the
+// plug-in is loaded. A host that lacks one of them cannot load the plug-in with RTLD_NOW.
 //
 // What holds for all of it:
 //
-// - Calls come on the thread that called the plug-in's action, one after another, and only while an action runs.
+// - Calls come on the thread that called the plug-in, one after another, and only while that call runs.
 // - Texts are bytes. No encoding is assumed, and an empty text means "not set" wherever a text can be missing.
 // - What a host returns by pointer stays the host's: the plug-in never frees it and keeps no pointer after the action returns.
 //   The one exception is the buffer of get_file().
@@ -27,6 +27,11 @@
 #define ECLIPSE_INT_PRINTF(format_index, first_argument)
 #endif
 
+// The host may be compiled with hidden visibility; what the plug-in looks for has to be seen all the same.
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)
+#endif
+
 class Component;
 
 /// One package as its provider knows it. A host may derive its own record from this one; the plug-in only reads `prefix`.
@@ -36,7 +41,8 @@ struct Package {
   std::string prefix;
 };
 
-/// Knows the packages from which components are installed. A host implements it and owns every instance.
+/// Knows the packages from which components are installed. A host implements it and owns every instance. The plug-in calls the
+/// three operations by their places in the virtual table: they come first, in this order, with nothing virtual before them.
 class Provider {
  public:
   /// Finds the package of a component.
@@ -117,16 +123,20 @@ bool is_gui_mode(session_t* session);
 
 // ---- The log -----------------------------------------------------------------------------------------------------------
 
-/// Appends one line to the installer's log. `format` and what follows are those of printf; the line feed is the host's to
-/// add. A text that comes from the host or from a file is never part of `format`, only an argument for "%s".
+/// Appends one line to the installer's log. `format` and what follows are those of printf; the line feed at the end is the
+/// host's to add. A text that comes from the host or from a file is never part of `format`, only an argument for "%s"; a
+/// director's output has line feeds in it. The lines begin with "eclipse_int: ", "eclipse_int::find_eclipse_ide" or
+/// "verify_eclipse_version: ".
 void print_log(const char* format, ...) ECLIPSE_INT_PRINTF(1, 2);
 
 // ---- Paths and files ---------------------------------------------------------------------------------------------------
 
-/// The path in the host's normalised form. The plug-in passes every path through it that it builds by joining pieces.
+/// The path in the host's normalised form. The plug-in passes the paths through it that it joins from pieces before it opens
+/// them, asks for them or puts them into a command.
 std::string path(std::string text);
 
-/// The path made absolute and resolved.
+/// The path made absolute and resolved; empty when it cannot be. The plug-in asks it for the provider's root, a "/" and a
+/// relative package prefix, joined.
 std::string resolved_path(std::string text);
 
 /// True for a relative path.
@@ -160,10 +170,16 @@ std::string replaceAllSubstrings(const std::string& text, const std::string& fro
 
 // ---- Commands ----------------------------------------------------------------------------------------------------------
 
-/// Runs a command line through the shell (it has redirections in it), waits for its end, stores its exit status in
-/// `exit_status` and returns what it printed. The plug-in passes the same `exit_status` to every command of a run, so a host
-/// that stores nothing there leaves the status of the command before. It always passes true and "" as the last two
-/// arguments; their meaning is the host's own.
+/// Runs a command line through the shell, waits for its end, stores the code that it exited with in `exit_status` (the code
+/// itself, not what wait() stores) and returns what it printed on its standard output.
+/// The command line has redirections in it, and its pieces (the path of the executable, features, repositories) stand in it
+/// without quotes but for the URLs of archives: what is special to the shell in them is the shell's to interpret.
+/// The plug-in passes the same `exit_status` to every command of a run, so a host that stores nothing there leaves the code of
+/// the command before. It always passes true and "" as the last two arguments; their meaning is the host's own.
 std::string get_command_output(std::string command, int* exit_status, bool, std::string);
+
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
 #endif

@@ -4,15 +4,14 @@
 
 namespace eclipse_int {
 
-std::string chosen_executable(session_t* session, const char* nothing_to_do) {
+std::optional<std::string> chosen_executable(session_t* session) {
   const std::string choice = env_get_string(session, "ECLIPSE_INTEGRATION_CHOICE");
   if (choice == "user") return env_get_string(session, "USER_DEFINED_ECLIPSE_PATH");
   if (choice == "internal") {
     const std::vector<Component*> components = get_ide_components(session);
     return find_eclipse_executable(env_get_string(session, "ECLIPSE_BIN"), components);
   }
-  print_log("%s", nothing_to_do);
-  return "";
+  return std::nullopt;
 }
 
 std::optional<std::string> enter_instance(session_t* session, const std::string& executable) {

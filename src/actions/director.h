@@ -9,9 +9,9 @@
 
 namespace eclipse_int {
 
-/// The executable for the session's integration choice; empty when there is none. A choice other than "user" and "internal" is
-/// logged with `nothing_to_do`.
-std::string chosen_executable(session_t* session, const char* nothing_to_do);
+/// The executable for the session's integration choice, empty when the user named none or no component has it. Nothing when the
+/// choice is to leave Eclipse alone, or has not been made.
+std::optional<std::string> chosen_executable(session_t* session);
 
 /// Makes the directory of `executable` the session's ECLIPSE_PATH and returns the path with which director commands begin.
 /// Nothing, and a log line, when there is no such file.

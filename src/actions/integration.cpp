@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "actions/director.h"
 #include "eclipse_int/eclipse_int.h"
@@ -43,8 +44,12 @@ void integrate_individually(session_t* session, const std::string& install, cons
 
 int perform_integration(session_t* session) {
   print_log("eclipse_int: perform_integration entered");
-  std::string executable = chosen_executable(session, "eclipse_int: nothing to integrate");
-  return executable.empty() ? 0 : integrate_into_instance(session, std::move(executable));
+  auto executable = chosen_executable(session);
+  if (!executable) {
+    print_log("eclipse_int: nothing to integrate");
+    return 0;
+  }
+  return executable->empty() ? 0 : integrate_into_instance(session, *std::move(executable));
 }
 
 int integrate_into_instance(session_t* session, std::string eclipse_executable) {

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "actions/director.h"
 #include "eclipse_int/eclipse_int.h"
 
@@ -5,8 +7,12 @@ using namespace eclipse_int;
 
 int perform_unintegration(session_t* session) {
   print_log("eclipse_int: perform_unintegration entered");
-  std::string executable = chosen_executable(session, "eclipse_int: nothing to unintegrate");
-  return executable.empty() ? 0 : unintegrate_from_instance(session, std::move(executable));
+  auto executable = chosen_executable(session);
+  if (!executable) {
+    print_log("eclipse_int: nothing to unintegrate");
+    return 0;
+  }
+  return executable->empty() ? 0 : unintegrate_from_instance(session, *std::move(executable));
 }
 
 int unintegrate_from_instance(session_t* session, std::string eclipse_executable) {
@@ -31,7 +37,7 @@ int unintegrate_from_instance(session_t* session, std::string eclipse_executable
 
   print_log("eclipse_int: failed to unintegrate all plug-ins at once, unintegrating individually");
   for (const std::string& feature : features) {
-    // The whole failed command with the feature behind it: hosts rely on this text as it is.
+    // The whole failed command with the feature behind it, on purpose, although no shell makes sense of it.
     run_director(remove_all + feature + " 2>&1", exit_code);
   }
   return exit_code;

@@ -1,3 +1,6 @@
+#include <optional>
+#include <utility>
+
 #include "eclipse_int/eclipse_int.h"
 #include "host/components.h"
 #include "host/paths.h"
@@ -6,10 +9,14 @@ using namespace eclipse_int;
 
 namespace {
 
-/// The directory below which the package's files are placed, resolved against the provider's root when it is relative.
-std::string package_directory(const ComponentPackage& found) {
+/// The directory below which the package's files are placed: its prefix, against the provider's root when that is relative.
+/// Nothing when a relative one does not resolve; its files are not to be sought from "/" then.
+std::optional<std::string> package_directory(const ComponentPackage& found) {
   const std::string& prefix = found.package->prefix;
-  return path_is_relative(prefix) ? resolved_path(found.provider->rootPath() + "/" + prefix) : prefix;
+  if (!path_is_relative(prefix)) return prefix;
+  std::string resolved = resolved_path(found.provider->rootPath() + "/" + prefix);
+  if (resolved.empty()) return std::nullopt;
+  return resolved;
 }
 
 }  // namespace
@@ -22,8 +29,10 @@ std::string find_eclipse_executable(const std::string& name, const std::vector<C
     if (!found) continue;
     for (const std::string& listed : found->provider->packageFiles(found->package)) {
       const std::string_view entry = without_line_ends(listed);
-      if (listed.empty() || !ends_with(entry, name)) continue;
-      std::string candidate = joined_path(package_directory(*found), with_forward_slashes(entry));
+      if (listed.empty() || !path_ends_with(entry, name)) continue;
+      const auto directory = package_directory(*found);
+      if (!directory) continue;
+      std::string candidate = joined_path(*directory, with_forward_slashes(entry));
       if (get_basename(candidate) != name || !is_file(candidate)) continue;
       print_log("eclipse_int: found eclipse executable: %s", candidate.c_str());
       executable = std::move(candidate);  // no stop here: of several, the last one counts

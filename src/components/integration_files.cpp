@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "eclipse_int/eclipse_int.h"
 #include "host/components.h"
 #include "host/paths.h"

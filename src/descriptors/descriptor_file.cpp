@@ -6,8 +6,14 @@
 // A carriage return is no line end: it stays in the last column of its line. Nothing is trimmed, there are no comments and no
 // quotes, and no encoding or byte-order mark is known. A line with fewer than two columns is no data, and neither is a header,
 // that is a line whose first column is exactly "Repository", wherever it stands.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <locale>
+#include <optional>
+#include <string_view>
+#include <system_error>
+#include <utility>
 
 #include "descriptors/columns.h"
 #include "eclipse_int/eclipse_int.h"
@@ -24,9 +30,12 @@ std::optional<std::string> read_file(const std::string& name) {
   std::error_code not_there;
   // Asked before the file is opened, since opening a pipe would wait for its writer.
   if (!std::filesystem::is_regular_file(name, not_there)) return std::nullopt;
-  std::ifstream file(name, std::ios::binary | std::ios::ate);
-  if (!file) return std::nullopt;
-  std::string content(static_cast<std::size_t>(file.tellg()), '\0');
+  std::ifstream file;
+  file.imbue(std::locale::classic());  // the process's locale might convert what is read
+  file.open(name, std::ios::binary | std::ios::ate);
+  const std::streamoff size = file.tellg();
+  if (size < 0) return std::nullopt;
+  std::string content(static_cast<std::size_t>(size), '\0');
   file.seekg(0);
   file.read(content.data(), static_cast<std::streamsize>(content.size()));
   return content;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "descriptors/order.h"
 #include "eclipse_int/eclipse_int.h"
@@ -34,6 +35,7 @@ void populate_lists(const std::vector<plugin_config>& configs, std::set<std::str
 
   std::sort(order_table.begin(), order_table.end());
   for (const auto& [slot, feature] : order_table) {
+    // %lld, since slots may lie beyond the 32 bits of the numbers in the files.
     print_log("eclipse_int: order: %lld feature: %s", static_cast<long long>(slot), feature->c_str());
     if (!feature->empty()) add_unique(*feature, features);
   }

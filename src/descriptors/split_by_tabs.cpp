@@ -1,3 +1,5 @@
+#include <string_view>
+
 #include "descriptors/columns.h"
 #include "eclipse_int/eclipse_int.h"
 

@@ -1,6 +1,7 @@
 #include "host/paths.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "eclipse_int/host.h"
 
@@ -19,16 +20,16 @@ std::string with_forward_slashes(std::string_view text) {
   return converted;
 }
 
-bool ends_with(std::string_view listed, std::string_view name) {
+bool path_ends_with(std::string_view listed, std::string_view name) {
   return listed.size() >= name.size() && std::equal(name.rbegin(), name.rend(), listed.rbegin(),
                                                     [](char wanted, char c) { return wanted == forward_slash(c); });
 }
 
 bool PathFragment::occurs_in(std::string_view listed) const {
-  for (std::size_t start = 0; start + text_.size() <= listed.size();) {
-    const std::string_view window = listed.substr(start, text_.size());
-    if (ends_with(window, text_)) return true;
-    start += step_[static_cast<unsigned char>(window.back())];
+  for (std::size_t end = text_.size(); end <= listed.size();) {
+    const std::size_t step = step_[static_cast<unsigned char>(listed[end - 1])];
+    if (step == 0 && path_ends_with(listed.substr(0, end), text_)) return true;
+    end += std::max<std::size_t>(step, 1);
   }
   return false;
 }

@@ -23,7 +23,7 @@ constexpr std::string_view without_line_ends(std::string_view text) {
 }
 
 /// True when `listed`, once its backslashes are slashes, ends with `name`.
-bool ends_with(std::string_view listed, std::string_view name);
+bool path_ends_with(std::string_view listed, std::string_view name);
 
 /// A text to look for in listed paths, whichever separator they use. Packages list far more files than matter here, so the
 /// paths are searched as they stand, without a converted copy of each.
@@ -32,7 +32,7 @@ class PathFragment {
   /// `text` is kept by reference. It has forward slashes only, is not empty and shorter than 256 bytes.
   explicit constexpr PathFragment(std::string_view text) : text_(text) {
     step_.fill(static_cast<unsigned char>(text.size()));
-    for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
       step_[static_cast<unsigned char>(text[i])] = static_cast<unsigned char>(text.size() - 1 - i);
     }
     step_['\\'] = step_['/'];
@@ -43,7 +43,8 @@ class PathFragment {
 
  private:
   std::string_view text_;
-  // How far a window over the path may move on, by the last byte in it (the search of Boyer, Moore and Horspool).
+  // How far a window over the path may move on, by the last byte in it (the search of Boyer, Moore and Horspool). It is 0 where
+  // that byte is the text's own last: there alone the window has to be compared.
   std::array<unsigned char, 256> step_{};
 };
 

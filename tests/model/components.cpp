@@ -19,11 +19,15 @@ bool ends_with_last_occurrence(const std::string& entry, const std::string& name
   return position != std::string::npos && position == entry.size() - name.size();
 }
 
-std::string placement_directory(Provider* provider, Package* package) {
+// Nothing for a relative prefix that does not resolve: then the package has no place on disk.
+std::optional<std::string> placement_directory(Provider* provider, Package* package) {
   std::string prefix = package->prefix;
   if (path_is_relative(prefix)) {
     const std::string root = provider->rootPath();
     prefix = resolved_path(root + "/" + prefix);
+    if (prefix.empty()) {
+      return std::nullopt;
+    }
   }
   return prefix;
 }
@@ -35,8 +39,11 @@ std::optional<std::string> executable_of_entry(const std::string& listed, const 
   if (!ends_with_last_occurrence(entry, name)) {
     return std::nullopt;
   }
-  const std::string prefix = placement_directory(provider, package);
-  const std::string candidate = path(prefix + "/" + entry);
+  const std::optional<std::string> prefix = placement_directory(provider, package);
+  if (!prefix) {
+    return std::nullopt;
+  }
+  const std::string candidate = path(*prefix + "/" + entry);
   if (get_basename(candidate) == name && is_file(candidate)) {
     print_log("eclipse_int: found eclipse executable: %s", candidate.c_str());
     return candidate;
