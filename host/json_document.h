@@ -53,6 +53,8 @@ class JsonElement {
 
   const std::string& place() const { return place_; }
   const std::string& key() const { return value_->key; }
+  /// Where its first byte stands in the file.
+  std::size_t offset() const { return value_->offset; }
 
   const std::string& text() const;
   bool boolean() const;
@@ -78,7 +80,7 @@ class JsonElement {
 };
 
 /// A text in double quotes on one line, as JSON writes it, with U+FFFD for what is not UTF-8.
-std::string quoted(std::string_view text);
+std::string in_quotes(std::string_view text);
 
 }  // namespace eclipse_host
 

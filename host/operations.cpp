@@ -30,11 +30,19 @@ Session& session_from(const session_t* told) {
   return *active;
 }
 
-bool is_watched() { return static_cast<bool>(active_session().on_call); }
+bool is_watched() { return active_session().on_call || active_session().answers_badly; }
 
 template <typename... Texts>
 void look(const char* operation, const Texts&... arguments) {
-  if (is_watched()) active_session().on_call(HostCall{operation, {std::string(arguments)...}});
+  if (active_session().on_call) active_session().on_call(HostCall{operation, {std::string(arguments)...}});
+}
+
+/// Looks at a call, and says whether it is to be answered badly.
+template <typename... Texts>
+bool goes_badly(const char* operation, const Texts&... arguments) {
+  look(operation, arguments...);
+  const auto& answers_badly = active_session().answers_badly;
+  return answers_badly && answers_badly(HostCall{operation, {std::string(arguments)...}});
 }
 
 CatalogueComponent& catalogue_component(Component* component) { return *static_cast<CatalogueComponent*>(component); }
@@ -79,7 +87,7 @@ ActiveSession::~ActiveSession() { active = previous_; }
 // ---- The session ----
 
 std::string env_get_string(session_t* session, const char* name) {
-  look("env_get_string", name);
+  if (goes_badly("env_get_string", name)) return {};
   return session_from(session).variable(name);
 }
 
@@ -96,26 +104,26 @@ void env_set_string(session_t* session, const std::string& name, const std::stri
 }
 
 std::string expand_operand(session_t* session, const char* text, bool) {
-  look("expand_operand", text);
+  if (goes_badly("expand_operand", text)) return {};
   return session_from(session).expand(text);
 }
 
 void* session_get_cdata(session_t* session, char* name) {
-  look("session_get_cdata", name);
+  if (goes_badly("session_get_cdata", name)) return nullptr;
   auto& capabilities = session_from(session).capabilities;
   const bool held = capabilities && std::strcmp(name, "KORU_YUM_CAPABILITY_PROVIDERS") == 0;
   return held ? &*capabilities : nullptr;
 }
 
 bool is_gui_mode(session_t* session) {
-  look("is_gui_mode");
+  if (goes_badly("is_gui_mode")) return false;
   return session_from(session).graphical;
 }
 
 // ---- The catalogue ----
 
 std::vector<Component*> TSD::components() {
-  look("TSD::components");
+  if (goes_badly("TSD::components")) return {};
   if (this != &active_session().tsd)
     throw std::logic_error("a host operation was given another catalogue than the active session's");
   std::vector<Component*> components;
@@ -124,22 +132,22 @@ std::vector<Component*> TSD::components() {
 }
 
 Provider* Component::provider() {
-  look("Component::provider", code);
+  if (goes_badly("Component::provider", code)) return nullptr;
   return catalogue_component(this).provider_of();
 }
 
 bool Component::installCondition() {
-  look("Component::installCondition", code);
+  if (goes_badly("Component::installCondition", code)) return false;
   return catalogue_component(this).selected_for_install;
 }
 
 bool Component::uninstallCondition() {
-  look("Component::uninstallCondition", code);
+  if (goes_badly("Component::uninstallCondition", code)) return false;
   return catalogue_component(this).selected_for_removal;
 }
 
 bool Component::getInstalled(int) {
-  look("Component::getInstalled", code);
+  if (goes_badly("Component::getInstalled", code)) return false;
   return catalogue_component(this).installed;
 }
 
@@ -162,46 +170,46 @@ void print_log(const char* format, ...) {
 // ---- Paths and files ----
 
 std::string path(std::string text) {
-  look("path", text);
+  if (goes_badly("path", text)) return {};
   return without_trailing_slashes(std::filesystem::path(text).lexically_normal().string());
 }
 
 std::string resolved_path(std::string text) {
-  look("resolved_path", text);
+  if (goes_badly("resolved_path", text)) return {};
   std::error_code error;
   const auto resolved = std::filesystem::weakly_canonical(std::filesystem::absolute(text, error), error);
   return error ? "" : resolved.string();
 }
 
 bool path_is_relative(std::string text) {
-  look("path_is_relative", text);
+  if (goes_badly("path_is_relative", text)) return false;
   return std::filesystem::path(text).is_relative();
 }
 
 std::string get_basename(const std::string& path) {
-  look("get_basename", path);
+  if (goes_badly("get_basename", path)) return {};
   return std::filesystem::path(without_trailing_slashes(path)).filename().string();
 }
 
 std::string get_dirname(const std::string& path) {
-  look("get_dirname", path);
+  if (goes_badly("get_dirname", path)) return {};
   return std::filesystem::path(without_trailing_slashes(path)).parent_path().string();
 }
 
 bool is_file(const std::string& path) {
-  look("is_file", path);
+  if (goes_badly("is_file", path)) return false;
   std::error_code error;
   return std::filesystem::is_regular_file(path, error);
 }
 
 bool file_exists(const std::string& path, bool) {
-  look("file_exists", path);
+  if (goes_badly("file_exists", path)) return false;
   std::error_code error;
   return std::filesystem::exists(path, error);
 }
 
 char* get_file(const std::string& path, int, long long* size) {
-  look("get_file", path);
+  if (goes_badly("get_file", path)) return nullptr;
   const auto content = read_bytes(path);
   if (!content) return nullptr;
   auto* const buffer = static_cast<char*>(std::malloc(content->size() + 1));
@@ -214,17 +222,17 @@ char* get_file(const std::string& path, int, long long* size) {
 // ---- Texts ----
 
 std::string join(std::vector<std::string> items, std::string separator) {
-  if (is_watched()) look("join", joined(items, ","), separator);
+  if (is_watched() && goes_badly("join", joined(items, ","), separator)) return {};
   return joined(items, separator);
 }
 
 std::string join(std::set<std::string> items, std::string separator) {
-  if (is_watched()) look("join", joined(items, ","), separator);
+  if (is_watched() && goes_badly("join", joined(items, ","), separator)) return {};
   return joined(items, separator);
 }
 
 std::string replaceAllSubstrings(const std::string& text, const std::string& from, const std::string& to) {
-  look("replaceAllSubstrings", text, from, to);
+  if (goes_badly("replaceAllSubstrings", text, from, to)) return {};
   if (from.empty()) return text;
   std::string replaced;
   std::size_t start = 0;
@@ -237,7 +245,10 @@ std::string replaceAllSubstrings(const std::string& text, const std::string& fro
 // ---- Commands ----
 
 std::string get_command_output(std::string command, int* exit_status, bool, std::string) {
-  look("get_command_output", command);
+  if (goes_badly("get_command_output", command)) {
+    *exit_status = 1;
+    return {};
+  }
   const auto& scripted = active_session().run_command;
   eclipse_host::CommandResult result = scripted ? scripted(command) : eclipse_host::run_in_shell(command);
   *exit_status = result.exit_code;

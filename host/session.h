@@ -64,6 +64,9 @@ class Session : public session_t {
                                                                                           const std::string&) {};
   /// Sees each call before it is carried out; what it throws comes out of the operation. Left empty, it costs nothing.
   std::function<void(const HostCall& call)> on_call;
+  /// Asked of each call that may be answered badly in an ordinary way, after on_call: true makes the operation do that. It
+  /// answers with null, an empty text or list, or false, or with a command that printed nothing and failed. Left empty, no.
+  std::function<bool(const HostCall& call)> answers_badly;
 
   /// The value of a variable, empty when it is not set.
   std::string variable(const std::string& name) const;

@@ -28,9 +28,9 @@ class Run {
   void call(const std::string& action) {
     observer_.on_action(action);
     action_ = action;
-    const std::size_t commands_before = record_.commands.size();
+    commands_before_action_ = record_.commands.size();
     record_.actions.push_back({action, plugin_.call(action, session_)});
-    if (is_perform_action(action) && record_.commands.size() > commands_before) record_executable();
+    if (is_perform_action(action) && record_.commands.size() > commands_before_action_) record_executable();
   }
 
   void refuse(std::string reason) { record_.refusal = std::move(reason); }
@@ -50,7 +50,7 @@ class Run {
   CommandResult run(const std::string& command) {
     observer_.on_command(command);
     CommandResult result = scripted_ ? scripted_(command) : run_in_shell(command, observer_.command_progress);
-    record_.commands.push_back({action_, command, result});
+    record_.commands.push_back({action_, command, result, record_.commands.size() > commands_before_action_});
     observer_.on_command_end(record_.commands.back());
     return result;
   }
@@ -70,6 +70,7 @@ class Run {
   std::function<void(const std::string&)> logged_;
   ActiveSession active_;
   std::string action_;
+  std::size_t commands_before_action_ = 0;
   RunRecord record_;
 };
 
@@ -93,12 +94,10 @@ std::string refusal_of_user_eclipse(const Session& session) {
 
 bool RunRecord::failed() const {
   const auto nonzero = [](const ActionRecord& action) { return action.result != 0; };
-  if (!refusal.empty() || std::any_of(actions.begin(), actions.end(), nonzero)) return true;
-  // The first command of an action tries everything at once; the retries behind it settle what failed.
-  for (std::size_t i = 1; i < commands.size(); ++i) {
-    if (commands[i].action == commands[i - 1].action && commands[i].result.exit_code != 0) return true;
-  }
-  return false;
+  // Everything at once may fail without harm: it is the retries that settle what did.
+  const auto failed_retry = [](const CommandRecord& command) { return command.is_retry && command.result.exit_code != 0; };
+  return !refusal.empty() || std::any_of(actions.begin(), actions.end(), nonzero) ||
+         std::any_of(commands.begin(), commands.end(), failed_retry);
 }
 
 RunRecord run_session(const Plugin& plugin, Session& session, const RunObserver& observer) {

@@ -21,6 +21,7 @@ struct CommandRecord {
   std::string action;  ///< the action that ran it
   std::string command;
   CommandResult result;
+  bool is_retry = false;  ///< the action had run a command before: the one for everything at once, which failed
 };
 
 /// All that happened in a run, in order.

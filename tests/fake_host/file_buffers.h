@@ -1,0 +1,30 @@
+// Watches that each buffer which get_file() hands to the plug-in is freed exactly once.
+#ifndef ECLIPSE_INT_TESTS_FAKE_HOST_FILE_BUFFERS_H
+#define ECLIPSE_INT_TESTS_FAKE_HOST_FILE_BUFFERS_H
+
+#include <cstddef>
+
+namespace fake {
+
+/// Takes the next memory that the code of this program itself asks malloc() for to be a buffer of get_file(), or stops doing
+/// so. In a build with the address sanitizer nothing is watched here: its own malloc() and free() report what is wrong.
+void expect_file_buffer(bool expected);
+
+/// What became of the buffers since the last settlement.
+struct BufferAccount {
+  std::size_t handed_out = 0;
+  std::size_t never_freed = 0;
+  std::size_t freed_again = 0;
+  bool operator==(const BufferAccount&) const = default;
+};
+
+/// False in a build with the address sanitizer.
+bool file_buffers_are_watched();
+
+/// Ends the account and gives the memory back. Until then a freed buffer is kept, so that a second free() of it is known as
+/// such.
+BufferAccount settle_file_buffers();
+
+}  // namespace fake
+
+#endif

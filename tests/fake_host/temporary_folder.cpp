@@ -1,0 +1,36 @@
+#include "fake_host/temporary_folder.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace fake {
+
+TemporaryFolder::TemporaryFolder()
+    : working_folder_before_(fs::current_path()),
+      path_((fs::canonical(fs::temp_directory_path()) / "eclipse_int.XXXXXX").string()) {
+  if (mkdtemp(path_.data()) == nullptr) throw std::system_error(errno, std::generic_category(), path_);
+  fs::current_path(path_);
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  fs::current_path(working_folder_before_, ignored);
+  fs::remove_all(path_, ignored);
+}
+
+void write_file(const std::string& file, const std::string& content) {
+  const fs::path folder = fs::path(file).parent_path();
+  if (!folder.empty()) fs::create_directories(folder);
+  // Emptying the old one instead would make some file systems wait for the disk.
+  fs::remove(file);
+  std::ofstream stream(file, std::ios::binary);
+  stream << content << std::flush;
+  if (!stream) throw std::runtime_error("cannot write " + file);
+}
+
+}  // namespace fake

@@ -1,0 +1,177 @@
+#include "host/shell.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/time.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+using eclipse_host::CommandResult;
+using eclipse_host::run_in_shell;
+
+namespace {
+
+struct ExitCase {
+  std::string command;
+  int exit_code;
+};
+
+TEST(Shell, ExitCodeIsThatOfTheCommandLine) {
+  const std::vector<ExitCase> cases = {
+      {"true", 0},
+      {"false", 1},
+      {"exit 13", 13},
+      {"exit 255", 255},
+      {"", 0},
+      {"no_such_command_here", 127},
+      {"false; true", 0},
+      {"kill -TERM $$", 128 + SIGTERM},
+      {"kill -KILL $$", 128 + SIGKILL},
+      {"/", 126},
+  };
+  for (const auto& [command, exit_code] : cases) EXPECT_EQ(run_in_shell(command).exit_code, exit_code) << command;
+}
+
+TEST(Shell, OutputsAreKeptApart) {
+  const CommandResult result = run_in_shell("echo out; echo error >&2; printf 'more'; exit 2");
+  EXPECT_EQ(result.output, "out\nmore");
+  EXPECT_EQ(result.error_output, "error\n");
+  EXPECT_EQ(result.exit_code, 2);
+  EXPECT_EQ(run_in_shell("(echo 1; echo 2 >&2; echo 3) 2>&1").output, "1\n2\n3\n");
+}
+
+TEST(Shell, EveryByteOfTheOutputIsKept) {
+  EXPECT_EQ(run_in_shell("printf 'a\\000b\\377\\r\\n\\n'").output, std::string("a\0b\xFF\r\n\n", 7));
+}
+
+TEST(Shell, MegabytesOnBothOutputsDoNotBlock) {
+  const CommandResult result = run_in_shell(
+      "head -c 2000000 /dev/zero | tr '\\000' o; head -c 2000000 /dev/zero | tr '\\000' e >&2; head -c 1000000 /dev/zero | tr "
+      "'\\000' p");
+  EXPECT_TRUE(result.output == std::string(2'000'000, 'o') + std::string(1'000'000, 'p')) << result.output.size();
+  EXPECT_TRUE(result.error_output == std::string(2'000'000, 'e')) << result.error_output.size();
+  EXPECT_EQ(result.exit_code, 0);
+}
+
+TEST(Shell, StandardInputIsEmpty) { EXPECT_EQ(run_in_shell("cat; echo end").output, "end\n"); }
+
+TEST(Shell, WhatStillHoldsTheOutputIsWaitedFor) {
+  const CommandResult result = run_in_shell("(sleep 0.4; echo late) & echo early");
+  EXPECT_EQ(result.output, "early\nlate\n");
+  EXPECT_GE(result.seconds, 0.4);
+}
+
+TEST(Shell, CommandTooLongForTheSystemCannotBeStarted) {
+  const CommandResult result = run_in_shell("echo " + std::string(131'072, 'x'));
+  EXPECT_EQ(result.exit_code, 126);
+  EXPECT_EQ(result.output, "");
+  EXPECT_EQ(result.error_output, "cannot start /bin/sh: Argument list too long\n");
+}
+
+TEST(Shell, LongCommandIsRunWhole) {
+  const std::string text(130'000, 'x');
+  EXPECT_TRUE(run_in_shell("echo " + text).output == text + "\n");
+}
+
+TEST(Shell, ProgressIsReportedWhileTheCommandRuns) {
+  std::string seen;
+  std::string seen_errors;
+  double waited = 0;
+  eclipse_host::CommandProgress progress;
+  progress.on_output = [&](std::string_view piece) { seen += piece; };
+  progress.on_error_output = [&](std::string_view piece) { seen_errors += piece; };
+  progress.on_wait = [&](double seconds) {
+    EXPECT_EQ(seen, "first\n");
+    EXPECT_GT(seconds, waited);
+    waited = seconds;
+  };
+  const CommandResult result = run_in_shell("echo first; sleep 0.8; echo error >&2; echo last", progress);
+  EXPECT_EQ(seen, "first\nlast\n");
+  EXPECT_EQ(seen, result.output);
+  EXPECT_EQ(seen_errors, "error\n");
+  EXPECT_EQ(seen_errors, result.error_output);
+  EXPECT_GT(waited, 0);
+  EXPECT_GE(result.seconds, waited);
+}
+
+TEST(Shell, FailureToStartIsReportedAsErrorOutput) {
+  std::string seen;
+  eclipse_host::CommandProgress progress;
+  progress.on_error_output = [&](std::string_view piece) { seen += piece; };
+  const CommandResult result = run_in_shell(std::string(200'000, 'x'), progress);
+  EXPECT_EQ(seen, result.error_output);
+}
+
+/// The descriptors that are open here; only those that a command inherits, when asked for.
+std::ptrdiff_t open_descriptors(bool inherited_only = false) {
+  std::ptrdiff_t count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    const int flags = fcntl(std::stoi(entry.path().filename().string()), F_GETFD);
+    if (!inherited_only || (flags & FD_CLOEXEC) == 0) ++count;
+  }
+  return count;
+}
+
+TEST(Shell, NoDescriptorsAreLeftOpenHereOrInTheCommand) {
+  const std::ptrdiff_t before = open_descriptors();
+  // One more than are inherited: that by which ls reads the folder.
+  const std::string in_a_command = std::to_string(open_descriptors(true) + 1) + "\n";
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(run_in_shell("ls /proc/self/fd | wc -l").output, in_a_command);
+  run_in_shell(std::string(200'000, 'x'));
+  EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST(Shell, ExceptionOfTheProgressComesOutAndLeavesNoDescriptor) {
+  const std::ptrdiff_t before = open_descriptors();
+  eclipse_host::CommandProgress progress;
+  progress.on_output = [](std::string_view) { throw 42; };
+  EXPECT_THROW(run_in_shell("echo text", progress), int);
+  EXPECT_EQ(open_descriptors(), before);
+}
+
+/// Signals this program again and again, with a handler that does nothing, as long as it lives.
+class Interruptions {
+ public:
+  Interruptions() {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, &before_);
+    const itimerval often{{0, 5'000}, {0, 5'000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+  }
+  ~Interruptions() {
+    const itimerval never{};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    sigaction(SIGALRM, &before_, nullptr);
+  }
+  Interruptions(const Interruptions&) = delete;
+  Interruptions& operator=(const Interruptions&) = delete;
+
+ private:
+  struct sigaction before_ {};
+};
+
+TEST(Shell, SignalsToThisProgramDoNotDisturbACommand) {
+  const Interruptions interruptions;
+  const CommandResult result = run_in_shell("echo 1; sleep 0.2; echo error >&2; sleep 0.2; echo 2; exit 4");
+  EXPECT_EQ(result.output, "1\n2\n");
+  EXPECT_EQ(result.error_output, "error\n");
+  EXPECT_EQ(result.exit_code, 4);
+}
+
+TEST(Shell, CommandStartsWithoutTheSignalsThatThisProgramIgnores) {
+  struct sigaction ignore {};
+  struct sigaction before {};
+  ignore.sa_handler = SIG_IGN;
+  sigaction(SIGPIPE, &ignore, &before);
+  const CommandResult result = run_in_shell("kill -PIPE $$; echo still here");
+  sigaction(SIGPIPE, &before, nullptr);
+  EXPECT_EQ(result.exit_code, 128 + SIGPIPE);
+  EXPECT_EQ(result.output, "");
+}
+
+}  // namespace
