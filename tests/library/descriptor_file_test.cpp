@@ -1,0 +1,143 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "eclipse_int/eclipse_int.h"
+#include "every_text.h"
+#include "fake_host/fake_host.h"
+#include "plugin_config_equality.h"
+
+using fake::FakeHost;
+using fake::Texts;
+
+namespace {
+
+using Records = std::vector<plugin_config>;
+
+/// The records of a descriptor file with this content, in the base directory "base".
+Records records_of(const std::string& content) {
+  fake::write_file("base/file", content);
+  Records records;
+  process_file({"base", "file"}, records);
+  return records;
+}
+
+TEST(DescriptorFile, LinesBecomeRecords) {
+  const plugin_config plain = {"site", "feat", "", "undefined", "base"};
+  const std::vector<std::pair<std::string, Records>> cases = {
+      {"", {}},
+      {"\n\n\n", {}},
+      {"Repository\tFeature", {}},
+      {"Repository\tFeature\n", {}},
+      {"site\torg.example.feature.group", {{"site", "org.example.feature.group", "", "undefined", "base"}}},
+      {"site\tfeat\tx\t3\tmore", {{"site", "feat", "x", "3", "base"}}},
+      {"site\tfeat\t\t2", {{"site", "feat", "", "2", "base"}}},
+      {"site\tfeat\tx\t", {{"site", "feat", "x", "undefined", "base"}}},
+      {"site\tfeat\tx\t\t", {{"site", "feat", "x", "", "base"}}},
+      {"site\tfeat\tx\tundefined", {{"site", "feat", "x", "undefined", "base"}}},
+      {"site\tfeat\r\n", {{"site", "feat\r", "", "undefined", "base"}}},
+      {"site\tfeat\tx\t3\r\nsite\tfeat", {{"site", "feat", "x", "3\r", "base"}, plain}},
+      {"site\tfeat", {plain}},
+      {"site\tfeat\n", {plain}},
+      {"\nsite\tfeat\n\n", {plain}},
+      {"\r\ncomment text\nsite\nsite\t\nsite\tfeat", {plain}},
+      {"site\tfeat\nRepository\tfeat\nsite\tfeat", {plain, plain}},
+      {"repository\tfeat", {{"repository", "feat", "", "undefined", "base"}}},
+      {"Repository \tfeat", {{"Repository ", "feat", "", "undefined", "base"}}},
+      {"Repository\t\tx\t1\nRepository", {}},
+      {"\tfeat", {{"", "feat", "", "undefined", "base"}}},
+      {"site\t\tx", {{"site", "", "x", "undefined", "base"}}},
+      {"\t\t", {{"", "", "", "undefined", "base"}}},
+      {"\xEF\xBB\xBFRepository\tFeature\nsite\tfeat", {{"\xEF\xBB\xBFRepository", "Feature", "", "undefined", "base"}, plain}},
+      {" site \t feat ", {{" site ", " feat ", "", "undefined", "base"}}},
+      {"# comment\twith a tab", {{"# comment", "with a tab", "", "undefined", "base"}}},
+      {"\xFF\t\x80%s", {{"\xFF", "\x80%s", "", "undefined", "base"}}},
+      {std::string("si\0te\tfe\0at\nsite\tfeat", 21),
+       {{std::string("si\0te", 5), std::string("fe\0at", 5), "", "undefined", "base"}, plain}},
+  };
+  FakeHost host;
+  for (const auto& [content, records] : cases) EXPECT_EQ(records_of(content), records) << testing::PrintToString(content);
+  EXPECT_EQ(host.events, Texts{});
+}
+
+TEST(DescriptorFile, RecordsAreAppendedBehindThoseThatAreThere) {
+  FakeHost host;
+  fake::write_file("base/file", "site\tfeat\nsite\tfeat");
+  Records records = {{"a", "b", "c", "d", "e"}};
+  process_file({"base", "file"}, records);
+  const plugin_config added = {"site", "feat", "", "undefined", "base"};
+  EXPECT_EQ(records, (Records{{"a", "b", "c", "d", "e"}, added, added}));
+}
+
+TEST(DescriptorFile, BaseDirectoryIsKeptAsGivenAndThePathIsNormalised) {
+  FakeHost host;
+  fake::write_file("base/etc/eclipse/file", "site\tfeat");
+  Records records;
+  process_file({"base/x/..//", "etc/eclipse/file"}, records);
+  EXPECT_EQ(records, (Records{{"site", "feat", "", "undefined", "base/x/..//"}}));
+  EXPECT_EQ(host.calls, Texts{"path(base/x/..///etc/eclipse/file)"});
+}
+
+TEST(DescriptorFile, WhatIsNoReadableFileAppendsNothingAndIsNotLogged) {
+  FakeHost host;
+  std::filesystem::create_directories("base/folder");
+  ASSERT_EQ(mkfifo("base/pipe", 0600), 0);
+  std::filesystem::create_symlink("nowhere", "base/dangling");
+  Records records = {{"a", "b", "c", "d", "e"}};
+  for (const std::string file : {"missing", "folder", "pipe", "dangling", ""}) process_file({"base", file}, records);
+  EXPECT_EQ(records, (Records{{"a", "b", "c", "d", "e"}}));
+  EXPECT_EQ(host.events, Texts{});
+}
+
+TEST(DescriptorFile, LinkToAFileIsRead) {
+  FakeHost host;
+  fake::write_file("base/file", "site\tfeat");
+  std::filesystem::create_symlink("file", "base/link");
+  Records records;
+  process_file({"base", "link"}, records);
+  EXPECT_EQ(records, (Records{{"site", "feat", "", "undefined", "base"}}));
+}
+
+TEST(DescriptorFile, SeveralMegabytesAreReadWhole) {
+  FakeHost host;
+  std::string content;
+  Records expected;
+  for (int i = 0; i < 100'000; ++i) {
+    const std::string feature = "feature" + std::to_string(i);
+    content += "some/long/site/of/the/update\t" + feature + "\textra\t" + std::to_string(i) + "\n";
+    expected.push_back({"some/long/site/of/the/update", feature, "extra", std::to_string(i), "base"});
+  }
+  content += std::string(3'000'000, 'r') + "\t" + std::string(3'000'000, 'f');
+  expected.push_back({std::string(3'000'000, 'r'), std::string(3'000'000, 'f'), "", "undefined", "base"});
+  // Not printed when they differ: that would be megabytes too.
+  EXPECT_TRUE(records_of(content) == expected);
+}
+
+/// The rules once more, on streams.
+Records records_by_streams(const std::string& content) {
+  Records records;
+  std::istringstream lines(content);
+  for (std::string line; std::getline(lines, line);) {
+    Texts columns;
+    std::istringstream stream(line);
+    for (std::string column; std::getline(stream, column, '\t');) columns.push_back(column);
+    if (columns.size() < 2 || columns[0] == "Repository") continue;
+    const std::string extra = columns.size() > 2 ? columns[2] : "";
+    const std::string order = columns.size() > 3 ? columns[3] : "undefined";
+    records.push_back({columns[0], columns[1], extra, order, "base"});
+  }
+  return records;
+}
+
+TEST(DescriptorFile, EverySmallFileReadsAsByStreams) {
+  FakeHost host;
+  for (const std::string& content : every_text({"a", "\t", "\n", "Repository"}, 6)) {
+    EXPECT_EQ(records_of(content), records_by_streams(content)) << testing::PrintToString(content);
+  }
+}
+
+TEST(UndefinedOrder, IsTheOrderOfARecordWithoutOne) { EXPECT_STREQ(UNDEFINED_ORDER, "undefined"); }
+
+}  // namespace

@@ -1,0 +1,248 @@
+// The arguments that carry no meaning for the plug-in but do for a host: fixed numbers and truth values, which form of an
+// operation is called, and where the exit status is to be stored. The host here does nothing but write them down.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+
+#include "eclipse_int/eclipse_int.h"
+#include "fake_host/temporary_folder.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+std::map<std::string, std::string> variables;
+std::map<std::string, Component*> capabilities;
+std::vector<Component*> catalogue;
+Texts calls;
+std::vector<int*> status_places;
+/// What the commands store, one after another; nothing is stored once it is used up.
+std::vector<int> statuses;
+
+std::string in_quotes(const std::string& text) { return '"' + text + '"'; }
+
+class WritingProvider : public Provider {
+ public:
+  Package* findPackage(const std::string& repository, const std::string& code, const std::string& version) override {
+    calls.push_back("findPackage " + in_quotes(repository) + " " + in_quotes(code) + " " + in_quotes(version));
+    return &package_;
+  }
+  std::vector<std::string> packageFiles(Package* package) override {
+    calls.push_back(package == &package_ ? "packageFiles of the package" : "packageFiles of something else");
+    return {"bin/eclipse", "etc/eclipse/p"};
+  }
+  std::string rootPath() override {
+    calls.push_back("rootPath");
+    return "/root";
+  }
+
+ private:
+  Package package_{"ide"};
+};
+
+WritingProvider provider_of_all;
+
+}  // namespace
+
+// NOLINTBEGIN(performance-unnecessary-value-param)
+Provider* Component::provider() { return &provider_of_all; }
+bool Component::installCondition() { return code == "ide"; }
+bool Component::uninstallCondition() { return true; }
+bool Component::getInstalled(int number) {
+  calls.push_back("getInstalled " + std::to_string(number));
+  return true;
+}
+std::vector<Component*> TSD::components() { return catalogue; }
+std::string env_get_string(session_t*, const char* name) { return variables[name]; }
+void env_set_string(session_t*, const char* name, const char* value) {
+  calls.push_back("env_set_string of characters " + std::string(name) + " " + in_quotes(value));
+  variables[name] = value;
+}
+void env_set_string(session_t*, const std::string& name, const std::string& value) {
+  calls.push_back("env_set_string of texts " + name + " " + in_quotes(value));
+  variables[name] = value;
+}
+std::string expand_operand(session_t*, const char* text, bool flag) {
+  calls.push_back("expand_operand " + in_quotes(text) + (flag ? " true" : " false"));
+  return "4";
+}
+void* session_get_cdata(session_t*, char* name) {
+  calls.push_back("session_get_cdata " + std::string(name));
+  return &capabilities;
+}
+bool is_gui_mode(session_t*) { return false; }
+void print_log(const char*, ...) {}
+std::string path(std::string text) { return text; }
+std::string resolved_path(std::string text) {
+  calls.push_back("resolved_path " + in_quotes(text));
+  return text;
+}
+bool path_is_relative(std::string text) { return !text.starts_with('/'); }
+std::string get_basename(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+std::string get_dirname(const std::string& path) { return path.substr(0, path.rfind('/')); }
+bool is_file(const std::string&) { return true; }
+bool file_exists(const std::string& path, bool flag) {
+  calls.push_back("file_exists " + in_quotes(path) + (flag ? " true" : " false"));
+  return true;
+}
+char* get_file(const std::string& path, int number, long long* size) {
+  calls.push_back("get_file " + in_quotes(path) + " " + std::to_string(number) + (size == nullptr ? " null" : " not null"));
+  return strdup("eclipse.buildId=4.5\n");
+}
+std::string join(std::vector<std::string> items, std::string separator) {
+  calls.push_back("join of a list by " + in_quotes(separator));
+  std::string text;
+  for (const std::string& item : items) text += item + separator;
+  return text;
+}
+std::string join(std::set<std::string> items, std::string separator) {
+  calls.push_back("join of a set by " + in_quotes(separator));
+  return std::to_string(items.size());
+}
+std::string replaceAllSubstrings(const std::string& text, const std::string& from, const std::string& to) {
+  calls.push_back("replaceAllSubstrings " + in_quotes(from) + " " + in_quotes(to));
+  return text;
+}
+std::string get_command_output(std::string command, int* exit_status, bool flag, std::string text) {
+  calls.push_back("get_command_output " + command.substr(command.rfind(" -")) + (flag ? " true " : " false ") +
+                  in_quotes(text));
+  status_places.push_back(exit_status);
+  if (statuses.empty()) return "printed";
+  *exit_status = statuses.front();
+  statuses.erase(statuses.begin());
+  return "printed";
+}
+// NOLINTEND(performance-unnecessary-value-param)
+
+namespace {
+
+class OperationArguments : public testing::Test {
+ protected:
+  OperationArguments() {
+    ide.code = "ide";
+    other.code = "other";
+    capabilities = {{"ECLIPSE_IDE", &ide}, {"ECLIPSE_PLUGIN", &other}};
+    catalogue = {&ide};
+    variables = {{"ECLIPSE_BIN", "eclipse"}, {"USER_DEFINED_ECLIPSE_PATH", "/own/eclipse"}};
+    calls.clear();
+    status_places.clear();
+    statuses.clear();
+  }
+
+  Component ide;
+  Component other;
+  session_t session;
+};
+
+TEST_F(OperationArguments, OfTheRequirement) {
+  variables["KORU_MODE"] = "modify";
+  eclipse_integration_required(&session);
+  find_eclipse_ide(&session);
+  EXPECT_EQ(calls, (Texts{"session_get_cdata KORU_YUM_CAPABILITY_PROVIDERS", "getInstalled 0",
+                          "env_set_string of characters ECLIPSE_INTEGRATION_REQUIRED \"yes\"",
+                          "session_get_cdata KORU_YUM_CAPABILITY_PROVIDERS", "env_set_string of characters ECLIPSE_IDE \"yes\"",
+                          "env_set_string of characters ECLIPSE_IDE_ENABLED \"yes\""}));
+}
+
+TEST_F(OperationArguments, OfTheRequirementWhenThereIsNone) {
+  capabilities.clear();
+  eclipse_integration_required(&session);
+  find_eclipse_ide(&session);
+  variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";
+  find_eclipse_ide(&session);
+  EXPECT_EQ(calls, (Texts{"session_get_cdata KORU_YUM_CAPABILITY_PROVIDERS",
+                          "env_set_string of characters ECLIPSE_INTEGRATION_REQUIRED \"no\"",
+                          "session_get_cdata KORU_YUM_CAPABILITY_PROVIDERS", "env_set_string of characters ECLIPSE_IDE \"no\"",
+                          "env_set_string of characters ECLIPSE_IDE_ENABLED \"no\"",
+                          "env_set_string of characters ECLIPSE_IDE \"yes\"",
+                          "env_set_string of characters ECLIPSE_IDE_ENABLED \"yes\""}));
+}
+
+TEST_F(OperationArguments, OfTheEclipsePath) {
+  define_eclipse_path(&session);
+  EXPECT_EQ(calls,
+            (Texts{"session_get_cdata KORU_YUM_CAPABILITY_PROVIDERS", "findPackage \"\" \"ide\" \"\"",
+                   "packageFiles of the package", "rootPath", "resolved_path \"/root/ide\"",
+                   "file_exists \"/root/ide/bin/eclipse\" false", "env_set_string of texts ECLIPSE_PATH \"/root/ide/bin\""}));
+  calls.clear();
+  variables["ECLIPSE_INTEGRATION_CHOICE"] = "user";
+  define_eclipse_path(&session);
+  EXPECT_EQ(calls.back(), "env_set_string of texts ECLIPSE_PATH \"/own\"");
+}
+
+TEST_F(OperationArguments, OfTheVersionCheck) {
+  verify_eclipse_version(&session);
+  // Either form of env_set_string will do here.
+  std::erase_if(calls, [](const std::string& call) { return call.starts_with("env_set_string"); });
+  EXPECT_EQ(calls, (Texts{"get_file \"/own/configuration/config.ini\" 0 null",
+                          "expand_operand \"${ECLIPSE_MIN_SUPPORTED_VERSION}\" true"}));
+  EXPECT_EQ(variables["ECLIPSE_VERSION"] + " " + variables["ECLIPSE_VERSION_IS_SUPPORTED"], "4.5 yes");
+}
+
+TEST_F(OperationArguments, OfTheCatalogue) {
+  get_component_by_content_predicate("x", &ide);
+  get_integration_files({&ide}, Integrate, false);
+  find_eclipse_executable("x", {&other});
+  EXPECT_EQ(calls, (Texts{"findPackage \"\" \"ide\" \"\"", "packageFiles of the package", "findPackage \"\" \"ide\" \"\"",
+                          "packageFiles of the package", "findPackage \"\" \"other\" \"\"", "packageFiles of the package"}));
+}
+
+/// The component has a descriptor file with two features, and the user's Eclipse is a known one.
+class DirectorArguments : public OperationArguments {
+ protected:
+  DirectorArguments() {
+    fake::write_file("c/etc/eclipse/p", "site\tF1\nsite\tF2\n");
+    ide.installBase = folder.path();
+    ide.installDir = "c";
+    variables["ECLIPSE_INTEGRATION_CHOICE"] = "user";
+    variables["CASHED_ECLIPSE_PATH"] = "/own/eclipse";
+  }
+
+  bool one_place_for_all_statuses() const {
+    return std::equal(status_places.begin() + 1, status_places.end(), status_places.begin());
+  }
+
+  fake::TemporaryFolder folder;
+};
+
+const Texts catalogue_calls = {"findPackage \"\" \"ide\" \"\"", "packageFiles of the package"};
+
+TEST_F(DirectorArguments, OfIntegration) {
+  statuses = {5, 6, 7};
+  EXPECT_EQ(perform_integration(&session), 7);
+  EXPECT_EQ(calls, (Texts{"file_exists \"/own/eclipse\" false", "env_set_string of texts ECLIPSE_PATH \"/own\"",
+                          catalogue_calls[0], catalogue_calls[1], "join of a set by \",\"", "join of a list by \",\"",
+                          "get_command_output  -i F1,F2, 2>&1 true \"\"", "get_command_output  -i F1 2>&1 true \"\"",
+                          "replaceAllSubstrings \"\n\" \"\n\"", "get_command_output  -i F2 2>&1 true \"\"",
+                          "replaceAllSubstrings \"\n\" \"\n\"",
+                          "env_set_string of characters QN_SCRIPTS_COMPLETE_DESC \"\n\n\nprinted\nprinted\"",
+                          "env_set_string of characters QN_SCRIPTS_FAILED \"yes\""}));
+  EXPECT_EQ(status_places.size(), 3U);
+  EXPECT_TRUE(one_place_for_all_statuses());
+}
+
+TEST_F(DirectorArguments, OfUnintegration) {
+  statuses = {5, 6, 7};
+  EXPECT_EQ(perform_unintegration(&session), 7);
+  EXPECT_EQ(calls, (Texts{"file_exists \"/own/eclipse\" false", "env_set_string of texts ECLIPSE_PATH \"/own\"",
+                          catalogue_calls[0], catalogue_calls[1], "join of a list by \",\"",
+                          "get_command_output  -u F1,F2, 2>&1 true \"\"", "get_command_output  -u F1,F2, 2>&1F1 2>&1 true \"\"",
+                          "get_command_output  -u F1,F2, 2>&1F2 2>&1 true \"\""}));
+  EXPECT_EQ(status_places.size(), 3U);
+  EXPECT_TRUE(one_place_for_all_statuses());
+}
+
+TEST_F(DirectorArguments, StatusThatTheHostDoesNotStoreIsThatOfTheCommandBefore) {
+  EXPECT_EQ(perform_integration(&session), 0);
+  EXPECT_EQ(perform_unintegration(&session), 0);
+  EXPECT_EQ(status_places.size(), 2U);
+  statuses = {5};
+  EXPECT_EQ(perform_integration(&session), 5);
+  EXPECT_EQ(variables["QN_SCRIPTS_COMPLETE_DESC"], "\n\n\nprinted\nprinted");
+  statuses = {5};
+  EXPECT_EQ(perform_unintegration(&session), 5);
+}
+
+}  // namespace
