@@ -1,0 +1,115 @@
+#include "product.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include "host/shell.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path prepared = ECLIPSE_INT_DIRECTOR_FOLDER;
+
+std::string quoted(const std::string& text) { return "'" + text + "'"; }
+
+fs::path scratch_folder() {
+  std::string name = (fs::temp_directory_path() / "eclipse_int-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make a temporary folder");
+  return name;
+}
+
+void write(const fs::path& file, const std::string& text) {
+  fs::create_directories(file.parent_path());
+  std::ofstream(file, std::ios::binary) << text;
+}
+
+template <typename Value>
+std::vector<Value> command_values(const nlohmann::json& result, const char* key) {
+  std::vector<Value> values;
+  for (const auto& command : result.at("commands")) values.push_back(command.at(key).get<Value>());
+  return values;
+}
+
+}  // namespace
+
+std::vector<int> Outcome::exit_codes() const { return command_values<int>(result, "exitCode"); }
+
+std::vector<std::string> Outcome::commands() const { return command_values<std::string>(result, "command"); }
+
+std::string Outcome::variable(const std::string& name) const { return result.at("variables").at("after").value(name, ""); }
+
+Product::Product(const std::string& folder_name) : scratch_(scratch_folder()), folder_(scratch_ / folder_name) {
+  fs::create_directories(folder_);
+  fs::copy(prepared / "instance", folder_ / "ide", fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+}
+
+Product::~Product() { fs::remove_all(scratch_); }
+
+nlohmann::json& Product::component(const std::string& code, const std::vector<std::string>& sites,
+                                   const std::string& descriptor) {
+  const fs::path own = folder_ / code;
+  for (const std::string& site : sites) {
+    fs::create_directories(own / "sites");
+    fs::copy(prepared / "sites" / site, own / "sites" / site, fs::copy_options::recursive);
+  }
+  write(own / "etc/eclipse/features.txt", descriptor);
+  components_.push_back({{"code", code},
+                         {"installBase", "."},
+                         {"installDir", code},
+                         {"capabilities", {code + "_ECLIPSE_PLUGIN"}},
+                         {"install", true},
+                         {"remove", true},
+                         {"package", {{"scan", code}}}});
+  return components_.back();
+}
+
+nlohmann::json& Product::ide_component() {
+  components_.push_back({{"code", "ide"},
+                         {"installBase", "."},
+                         {"installDir", "ide"},
+                         {"capabilities", {"ECLIPSE_IDE"}},
+                         {"install", true},
+                         {"package", {{"files", {"readme.txt", "eclipse\r\n"}}}}});
+  return components_.back();
+}
+
+Outcome Product::run(const std::string& mode, const std::map<std::string, std::string>& variables) {
+  nlohmann::json session = {{"mode", mode},
+                            {"variables",
+                             {{"ECLIPSE_INTEGRATION_CHOICE", "user"},
+                              {"ECLIPSE_BIN", "eclipse"},
+                              {"USER_DEFINED_ECLIPSE_PATH", executable().string()},
+                              {"eclipse_integration_failed_title", "These features are missing:"}}},
+                            {"components", components_}};
+  for (const auto& [name, value] : variables) session["variables"][name] = value;
+  const fs::path file = folder_ / "session.json";
+  write(file, session.dump(2));
+  const auto run = eclipse_host::run_in_shell(quoted(ECLIPSE_INT_COMMAND) + " run --json " + quoted(file.string()));
+  Outcome outcome{run.exit_code, nlohmann::json::parse(run.output, nullptr, false)};
+  if (outcome.result.is_discarded()) throw std::runtime_error("no JSON: " + run.output + run.error_output);
+  return outcome;
+}
+
+std::vector<std::string> Product::installed() const {
+  const auto run = eclipse_host::run_in_shell(quoted(executable().string()) +
+                                              " -nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots");
+  EXPECT_EQ(run.exit_code, 0) << run.output << run.error_output;
+  std::vector<std::string> roots;
+  std::istringstream lines(run.output);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("org.example.")) roots.push_back(line);
+  }
+  std::sort(roots.begin(), roots.end());
+  return roots;
+}
+
+std::vector<std::string> features(const std::vector<std::string>& names) {
+  std::vector<std::string> units;
+  for (const std::string& name : names) units.push_back("org.example." + name + ".feature.group/1.0.0");
+  return units;
+}
