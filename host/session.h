@@ -57,7 +57,7 @@ class Session : public session_t {
 
   /// Runs a command line in the place of run_in_shell(), when set.
   std::function<CommandResult(const std::string& command)> run_command;
-  /// Takes each line of the log, without a line feed at its end. What it holds inside is kept.
+  /// Takes each line of the log as it was logged: a director's output in it keeps all its line feeds, the last one too.
   std::function<void(const std::string& line)> on_log = [](const std::string&) {};
   /// Sees each variable that is written, after it was.
   std::function<void(const std::string& name, const std::string& value)> on_variable = [](const std::string&,

@@ -18,20 +18,20 @@ namespace fake {
 using Texts = std::vector<std::string>;
 
 struct PackageFields {
-  std::string prefix = "";
-  Texts files = {};
-  std::string root = "";
+  std::string prefix{};
+  Texts files{};
+  std::string root{};
 };
 
 struct ComponentFields {
   std::string code;
-  std::string installBase = "";
-  std::string installDir = "";
+  std::string installBase{};
+  std::string installDir{};
   bool install = false;
   bool remove = false;
   bool installed = false;
-  std::optional<PackageFields> package = std::nullopt;
-  Texts capabilities = {};
+  std::optional<PackageFields> package{};
+  Texts capabilities{};
 };
 
 /// Adds a component to a session: to its catalogue and, for each of its capabilities, to the capability map.

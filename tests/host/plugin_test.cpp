@@ -50,7 +50,7 @@ TEST(Plugin, WhatIsNoPluginIsRefusedWithItsFault) {
   const fake::TemporaryFolder folder;
   fake::write_file("text.so", std::string(1000, 'x'));
   std::filesystem::create_directory("folder.so");
-  const std::string here = folder.path();
+  const std::string& here = folder.path();
   const std::string mend = "; give the path of libeclipse_int.so";
   EXPECT_EQ(refusal("missing.so"), "missing.so: cannot be loaded: " + here +
                                        "/missing.so: cannot open shared object file: No such file or directory" + mend);

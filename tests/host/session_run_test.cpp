@@ -42,12 +42,12 @@ class SessionRun : public testing::Test {
     session.run_command = [this](const std::string& command) {
       commands.push_back(command);
       if (results.empty()) throw std::logic_error("not scripted: " + command);
-      const CommandResult result = results.front();
+      CommandResult result = results.front();
       results.pop_front();
       return result;
     };
   }
-  ~SessionRun() { EXPECT_TRUE(results.empty()) << "not every scripted result was used"; }
+  ~SessionRun() override { EXPECT_TRUE(results.empty()) << "not every scripted result was used"; }
 
   RunRecord run(const std::string& mode, const std::string& choice, const RunObserver& observer = {}) {
     session.variables["KORU_MODE"] = mode;
@@ -100,6 +100,8 @@ TEST_F(SessionRun, EverythingIsInTheRecord) {
   EXPECT_EQ(record.commands[1].command, commands[1]);
   EXPECT_EQ(record.commands[1].result.output, "F1 failed");
   EXPECT_EQ(record.commands[1].result.exit_code, 4);
+  EXPECT_FALSE(record.commands[0].is_retry);
+  EXPECT_TRUE(record.commands[1].is_retry && record.commands[2].is_retry);
   for (const auto& action : record.actions) EXPECT_EQ(action.result, 0) << action.name;
   EXPECT_TRUE(record.failed());
   EXPECT_EQ(record.log.front(), "eclipse_int: eclipse_integration_required entered");

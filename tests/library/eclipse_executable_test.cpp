@@ -73,6 +73,20 @@ TEST(EclipseExecutable, RelativePrefixIsResolvedAgainstTheProvidersRoot) {
                                "is_file(" + expected + ")", "print_log(" + found + expected + ")"}));
 }
 
+TEST(EclipseExecutable, RelativePrefixThatDoesNotResolveIsPassedOver) {
+  FakeHost host;
+  fake::write_file("ide/eclipse", "");
+  // Longer than a file system lets a name be, so that it cannot be resolved.
+  const std::string root(300, 'x');
+  host.add({.code = "a", .package = {{.prefix = "ide", .files = {"eclipse"}, .root = root}}});
+  host.add({.code = "b", .package = {{.prefix = "ide", .files = {"eclipse"}, .root = "."}}});
+  const std::string expected = host.folder.path() + "/ide/eclipse";
+  EXPECT_EQ(resolved_path(root + "/ide"), "");
+  EXPECT_EQ(find_eclipse_executable("eclipse", host.catalogue()), expected);
+  EXPECT_EQ(host.events, Texts{found + expected});
+  EXPECT_EQ(host.calls_of({"is_file"}), Texts{"is_file(" + expected + ")"});
+}
+
 TEST(EclipseExecutable, EmptyPrefixIsRelative) {
   FakeHost host;
   fake::write_file("root/eclipse", "");

@@ -32,6 +32,12 @@ Lists lists_of(const Records& records) {
   return lists;
 }
 
+std::string path_call(const std::string& directory, const std::string& name) { return "path(" + directory + "/" + name + ")"; }
+
+std::string record_line(const std::string& url, const std::string& feature) {
+  return "eclipse_int: Repository: " + url + " Feature: " + feature;
+}
+
 std::string order_line(long long slot, const std::string& feature) {
   return "eclipse_int: order: " + std::to_string(slot) + " feature: " + feature;
 }
@@ -94,9 +100,8 @@ TEST(FeatureLists, RepositoriesBecomeUrls) {
   for (const auto& [base_dir, repository, url] : cases) {
     FakeHost host;
     EXPECT_EQ(lists_of({{repository, "f%n", "", "undefined", base_dir}}), (Lists{{url}, {""}, {"f%n"}}));
-    EXPECT_EQ(host.calls, (Texts{"path(" + base_dir + "/" + repository + ")",
-                                 "print_log(eclipse_int: Repository: " + url + " Feature: f%n)",
-                                 "print_log(" + order_line(0, "f%n") + ")"}));
+    EXPECT_EQ(host.calls_of({"path("}), Texts{path_call(base_dir, repository)});
+    EXPECT_EQ(host.events, (Texts{record_line(url, "f%n"), order_line(0, "f%n")}));
   }
 }
 

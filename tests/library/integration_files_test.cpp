@@ -113,9 +113,8 @@ TEST(IntegrationFiles, OnlyTheConditionOfTheModeFilters) {
     for (const auto& file : get_integration_files(host.catalogue(), mode, filter)) found.push_back(file.first);
     EXPECT_EQ(found, expected) << mode << filter;
     Texts asked;
-    if (!condition.empty()) {
-      for (const std::string code : {"install", "remove", "both", "neither"}) asked.push_back(condition + "(" + code + ")");
-    }
+    if (!condition.empty())
+      asked = {condition + "(install)", condition + "(remove)", condition + "(both)", condition + "(neither)"};
     EXPECT_EQ(host.calls_of({"Component::installCondition", "Component::uninstallCondition", "Component::getInstalled"}),
               asked);
   }

@@ -181,6 +181,10 @@ TEST(UserEclipseVersion, TrailingLineEndsDoNotHideTheConfiguration) {
 
 // ---- The verdict ----
 
+std::string comparison(const std::string& version, const std::string& minimum) {
+  return "verify_eclipse_version: compare " + version + " and " + minimum;
+}
+
 const std::string verdict_entered = "verify_eclipse_version: user_eclipse_version";
 
 TEST(VerifyEclipseVersion, VersionsAreComparedAsTexts) {
@@ -200,10 +204,9 @@ TEST(VerifyEclipseVersion, VersionsAreComparedAsTexts) {
     HostWithUserEclipse host("eclipse.buildId=" + version + "\n");
     host.variables["ECLIPSE_MIN_SUPPORTED_VERSION"] = minimum;
     EXPECT_EQ(verify_eclipse_version(&host), 0);
-    EXPECT_EQ(host.events,
-              in_order(Texts{verdict_entered}, path_is_correct,
-                       Texts{"ECLIPSE_VERSION=" + version, "verify_eclipse_version: compare " + version + " and " + minimum,
-                             "ECLIPSE_VERSION_IS_SUPPORTED=" + supported}));
+    EXPECT_EQ(host.events, in_order(Texts{verdict_entered}, path_is_correct,
+                                    Texts{"ECLIPSE_VERSION=" + version, comparison(version, minimum),
+                                          "ECLIPSE_VERSION_IS_SUPPORTED=" + supported}));
   }
 }
 
