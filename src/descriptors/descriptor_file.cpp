@@ -51,15 +51,32 @@ void append_record(std::string_view line, const std::string& base_dir, std::vect
                  std::string(order.value_or(UNDEFINED_ORDER)), base_dir});
 }
 
+/// Calls `use` with each line of a text, the piece after the last line feed among them.
+template <typename Use>
+void for_each_line(std::string_view text, const Use& use) {
+  for (std::size_t start = 0; start <= text.size();) {
+    const std::size_t end = std::min(text.find('\n', start), text.size());
+    use(text.substr(start, end - start));
+    start = end + 1;
+  }
+}
+
+/// Makes room for `more` records, and for as many again as there are when they have to move, or else each of many small files
+/// would move the records of all before it.
+void make_room(std::vector<plugin_config>& out, std::size_t more) {
+  const std::size_t needed = out.size() + more;
+  if (needed > out.capacity()) out.reserve(std::max(needed, 2 * out.size()));
+}
+
 }  // namespace
 
 void process_file(std::pair<std::string, std::string> file, std::vector<plugin_config>& out) {
   const auto content = read_file(joined_path(file.first, file.second));
   if (!content) return;
-  const std::string_view text = *content;
-  for (std::size_t start = 0; start <= text.size();) {
-    const std::size_t end = std::min(text.find('\n', start), text.size());
-    append_record(text.substr(start, end - start), file.first, out);
-    start = end + 1;
-  }
+  std::size_t records = 0;
+  for_each_line(*content, [&](std::string_view line) {
+    if (line.find('\t') != line.npos) ++records;
+  });
+  make_room(out, records);
+  for_each_line(*content, [&](std::string_view line) { append_record(line, file.first, out); });
 }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include "descriptors/order.h"
@@ -23,24 +24,26 @@ std::int32_t wanted_slot(const plugin_config& config) { return config.order == U
 void populate_lists(const std::vector<plugin_config>& configs, std::set<std::string>& repositories,
                     std::set<std::string>& extras, std::vector<std::string>& features) {
   OrderSlots slots;
-  std::vector<std::pair<std::int64_t, const std::string*>> order_table;
+  // Views of whole texts, so a zero byte stands behind each. Read in the order of the slots, which is not that of the records,
+  // pointers to the strings would cost another cache miss for every record.
+  std::vector<std::pair<std::int64_t, std::string_view>> order_table;
   for (const plugin_config& config : configs) {
     if (config.repository.empty()) continue;
     std::string url = repository_url(config);
     print_log("eclipse_int: Repository: %s Feature: %s", url.c_str(), config.feature.c_str());
     repositories.insert(std::move(url));
-    order_table.emplace_back(slots.take(wanted_slot(config)), &config.feature);
+    order_table.emplace_back(slots.take(wanted_slot(config)), config.feature);
     extras.insert(config.extra);
   }
 
   std::sort(order_table.begin(), order_table.end());
   for (const auto& [slot, feature] : order_table) {
     // %lld, since slots may lie beyond the 32 bits of the numbers in the files.
-    print_log("eclipse_int: order: %lld feature: %s", static_cast<long long>(slot), feature->c_str());
-    if (!feature->empty()) add_unique(*feature, features);
+    print_log("eclipse_int: order: %lld feature: %s", static_cast<long long>(slot), feature.data());
+    if (!feature.empty()) add_unique(std::string(feature), features);
   }
 }
 
 void add_unique(std::string item, std::vector<std::string>& list) {
-  if (std::find(list.begin(), list.end(), item) == list.end()) list.push_back(std::move(item));
+  if (std::ranges::find(list, item) == list.end()) list.push_back(std::move(item));
 }
