@@ -21,9 +21,10 @@ class EverythingSmall : public testing::Test {
   }
 
   void expect_same(const PlannedSession& plan) {
+    if (HasFatalFailure()) return;  // one difference is enough to read
     ++compared_;
     const std::string found = difference(perform(plan, exports::plug_in()), perform(plan, exports::model()));
-    ASSERT_EQ(found, "") << readable(plan) << found;
+    if (!found.empty()) FAIL() << readable(plan) << found;
     const fake::BufferAccount buffers = fake::settle_file_buffers();
     ASSERT_EQ(buffers.never_freed + buffers.freed_again, 0U) << readable(plan);
   }
@@ -68,7 +69,7 @@ TEST_F(EverythingSmall, DescriptorFiles) {
 }
 
 TEST_F(EverythingSmall, DescriptorFilesOfColumns) {
-  for (const std::string& content : every_text({"Repository", "site", "\t", "\n", "2"}, 6)) {
+  for (const std::string& content : every_text({"Repository", "site", "\t", "\n", "2", " "}, 5)) {
     fake::write_file("d/f", content);
     expect_same({.files = {{"d/f", content}}, .steps = {read_descriptor("d", "f")}});
   }

@@ -176,7 +176,6 @@ class Generator {
       if (even()) (*plan_.capabilities)[name + pick({"", "_1", "_2"})] = i;
     }
     for (auto& [name, place] : *plan_.capabilities) {
-      // The map leads to a null pointer where the component itself is one.
       if (one_in(12)) place.reset();
     }
   }

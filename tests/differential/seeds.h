@@ -8,7 +8,7 @@ namespace differential {
 
 struct Seeds {
   std::uint64_t first = 1;
-  std::uint64_t count = 2000;
+  std::uint64_t count = 4000;
 };
 
 /// As the command line of the test program says: "--seed N" for that one, "--sessions N" for so many from there on.

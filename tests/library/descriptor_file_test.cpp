@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <fstream>
@@ -89,6 +90,35 @@ TEST(DescriptorFile, WhatIsNoReadableFileAppendsNothingAndIsNotLogged) {
   for (const std::string file : {"missing", "folder", "pipe", "dangling", ""}) process_file({"base", file}, records);
   EXPECT_EQ(records, (Records{{"a", "b", "c", "d", "e"}}));
   EXPECT_EQ(host.events, Texts{});
+}
+
+/// Lets the process open no further file, the administrator's processes included.
+class NoMoreFiles {
+ public:
+  NoMoreFiles() {
+    getrlimit(RLIMIT_NOFILE, &before_);
+    const rlimit none = {0, before_.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+  }
+  ~NoMoreFiles() { setrlimit(RLIMIT_NOFILE, &before_); }
+  NoMoreFiles(const NoMoreFiles&) = delete;
+  NoMoreFiles& operator=(const NoMoreFiles&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
+TEST(DescriptorFile, OneThatCannotBeOpenedAppendsNothing) {
+  FakeHost host;
+  fake::write_file("base/file", "site\tfeat\n");
+  Records records;
+  {
+    const NoMoreFiles no_more;
+    process_file({"base", "file"}, records);
+  }
+  EXPECT_EQ(records, Records());
+  process_file({"base", "file"}, records);
+  EXPECT_EQ(records.size(), 1U);
 }
 
 TEST(DescriptorFile, LinkToAFileIsRead) {

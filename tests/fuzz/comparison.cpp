@@ -1,0 +1,26 @@
+#include "fuzz/comparison.h"
+
+#include <cstdlib>
+#include <iostream>
+
+#include "differential/observed_session.h"
+#include "fake_host/file_buffers.h"
+#include "fake_host/temporary_folder.h"
+
+namespace fuzz {
+
+void enter_own_folder() { static const fake::TemporaryFolder folder; }
+
+void report(std::string_view finding) {
+  std::cerr << finding << std::endl;
+  std::abort();
+}
+
+void expect_same(const differential::PlannedSession& plan) {
+  const std::string found = difference(perform(plan, exports::plug_in()), perform(plan, exports::model()));
+  if (!found.empty()) report(readable(plan) + found);
+  const fake::BufferAccount buffers = fake::settle_file_buffers();
+  if (buffers.never_freed + buffers.freed_again > 0) report("a buffer of get_file() was not freed exactly once");
+}
+
+}  // namespace fuzz

@@ -1,0 +1,30 @@
+// What the fuzz targets have in common: a folder of their own, and what happens when the plug-in differs from the model.
+#ifndef ECLIPSE_INT_TESTS_FUZZ_COMPARISON_H
+#define ECLIPSE_INT_TESTS_FUZZ_COMPARISON_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "differential/planned_session.h"
+
+/// The target: what is done with one input. libFuzzer calls it, or replay.cpp where there is none.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+namespace fuzz {
+
+/// Makes the working folder of this process one of its own, when it is called first.
+void enter_own_folder();
+
+/// Ends the process, which is how a fuzzer is told of a finding.
+[[noreturn]] void report(std::string_view finding);
+
+/// Takes the steps of a session with the plug-in and with the model, and reports what differs.
+void expect_same(const differential::PlannedSession& plan);
+
+inline std::string text_of(const std::uint8_t* data, std::size_t size) { return {data, data + size}; }
+
+}  // namespace fuzz
+
+#endif
