@@ -34,8 +34,9 @@ TEST(RealDirector, InstallsFromADirectoryAndAnArchive) {
   const Outcome outcome = product.run("install");
   const std::string sites = product.folder().string() + "/tools/sites";
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_THAT(outcome.commands(), ElementsAre(director(product) + " -repository \"jar:file://" + sites + "/beta.zip!/\",file://" + sites +
-                                              "/alpha -i org.example.alpha.feature.group,org.example.beta.feature.group 2>&1"));
+  EXPECT_THAT(outcome.commands(),
+              ElementsAre(director(product) + " -repository \"jar:file://" + sites + "/beta.zip!/\",file://" + sites +
+                          "/alpha -i org.example.alpha.feature.group,org.example.beta.feature.group 2>&1"));
   EXPECT_EQ(product.installed(), features({"alpha", "beta"}));
   EXPECT_EQ(outcome.variable("CASHED_ECLIPSE_PATH"), product.executable());
 }
@@ -110,11 +111,10 @@ TEST(RealDirector, OneFeatureAlreadyGoneKeepsTheOthersInstalled) {
   ASSERT_EQ(product.run("install").status, 0);
   product.component("more", {"gamma"}, gamma_only);
   const Outcome outcome = product.run("uninstall");
-  const std::string all =
-      director(product) + " -u org.example.alpha.feature.group,org.example.gamma.feature.group 2>&1";
+  const std::string all = director(product) + " -u org.example.alpha.feature.group,org.example.gamma.feature.group 2>&1";
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.commands(), ElementsAre(all, all + "org.example.alpha.feature.group 2>&1",
-                                              all + "org.example.gamma.feature.group 2>&1"));
+  EXPECT_THAT(outcome.commands(),
+              ElementsAre(all, all + "org.example.alpha.feature.group 2>&1", all + "org.example.gamma.feature.group 2>&1"));
   // The shell does not understand the retries and never starts the director: dash ends with 2, bash with 1.
   const auto& retry = outcome.result["commands"][1];
   EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, testing::AnyOf(1, 2), testing::AnyOf(1, 2)));
@@ -129,7 +129,8 @@ TEST(RealDirector, FindsTheInternalInstanceThroughItsPackage) {
   Product product;
   product.ide_component();
   product.component("tools", {"alpha"}, alpha_only)["install"] = false;
-  const Outcome outcome = product.run("install", {{"ECLIPSE_INTEGRATION_CHOICE", "internal"}, {"USER_DEFINED_ECLIPSE_PATH", ""}});
+  const Outcome outcome =
+      product.run("install", {{"ECLIPSE_INTEGRATION_CHOICE", "internal"}, {"USER_DEFINED_ECLIPSE_PATH", ""}});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.variable("ECLIPSE_PATH"), product.executable().parent_path());
   // The instance is installed in this run, so it gets the features of every component.

@@ -1,0 +1,28 @@
+// A plan for a program.
+#ifndef ECLIPSE_INT_CLI_PLAN_JSON_H
+#define ECLIPSE_INT_CLI_PLAN_JSON_H
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "plan/plan.h"
+
+namespace eclipse_cli {
+
+/// The document for a plan:
+///   removal: whether features would be removed; refusal: why the run stops, only when it does
+///   actions: [{name, variables: [{name, value}]}]
+///   version: {version, minimum, supported, reason, numbersSayOtherwise}, only when it is checked
+///   executable: of the instance; everyComponent: whether they are all searched, selected or not
+///   components: [{code, fate, descriptors: [{path, exists, records}]}], with the fate "taken", "not reached", "no code",
+///     "not selected" or "no package"
+///   records: [{file, line, repository, feature, extra, order, fate, url, slot, wantedSlot}], with the fate "listed",
+///     "repeated", "no feature" or "no repository" (then the last three are missing)
+///   features: [text], in install order; repositories: [text]
+///   command: what is run first, null when nothing is; retries: [those that are run when it fails]; retryCount: of all
+///   each of them as {text, bytes, limit, sound, shell: {commands: [[word]], redirections: [text],
+///     remarks: [{byte, effect}], fault}}; bytes count from 1
+nlohmann::ordered_json plan_json(const eclipse_plan::Plan& plan);
+
+}  // namespace eclipse_cli
+
+#endif

@@ -1,0 +1,25 @@
+// A verification for a person who reads it, and for a program.
+#ifndef ECLIPSE_INT_CLI_VERIFICATION_ACCOUNT_H
+#define ECLIPSE_INT_CLI_VERIFICATION_ACCOUNT_H
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
+
+#include "verify/verification.h"
+
+namespace eclipse_cli {
+
+/// What an instance has and lacks, in sentences.
+std::string account_of(const eclipse_verify::Verification& verification);
+
+/// removal; executable; same: whether all is as it should be; units: [{unit, places: [text], installed, otherVersions: [text],
+/// same}], in install order; installed: [text], all that the instance has.
+nlohmann::ordered_json verification_json(const eclipse_verify::Verification& verification);
+
+/// The texts of units.
+std::vector<std::string> texts_of(const std::vector<eclipse_verify::Unit>& units);
+
+}  // namespace eclipse_cli
+
+#endif

@@ -1,0 +1,59 @@
+// A run that asks the Eclipse before and after what it has installed.
+#ifndef ECLIPSE_INT_CLI_VERIFIED_RUN_H
+#define ECLIPSE_INT_CLI_VERIFIED_RUN_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/session_command.h"
+#include "plan/plan.h"
+#include "verify/failure.h"
+#include "verify/verification.h"
+
+namespace eclipse_cli {
+
+class VerifiedRun {
+ public:
+  /// Runs the session as a whole, and keeps what it finds out. It refers to this object.
+  Performance performance();
+
+  /// What was found out, once the session was run. It refers to this object.
+  ///   verification: {planned: whether the session has a command, notRemovable: [unit], before: [unit], after: as verify
+  ///     prints it, cameIn: [unit], wentOut: [unit], faults: [text], failures: [{command, exitCode, layer, meaning, causes:
+  ///     [text], log}]}
+  Supplement supplement() const;
+
+ private:
+  struct ExplainedFailure {
+    std::size_t command;  ///< its number in the run, from 1
+    int exit_code;
+    eclipse_verify::Failure failure;
+  };
+
+  eclipse_host::RunRecord run(const eclipse_host::Plugin& plugin, eclipse_host::Session& session,
+                              const eclipse_host::RunObserver& observer);
+  void ask_before();
+  void warn_of_removal() const;
+  eclipse_host::RunObserver explaining(const eclipse_host::RunObserver& observer);
+  void ask_after();
+  void explain_end(const eclipse_host::CommandRecord& record);
+
+  std::string text() const;
+  std::string changes() const;
+  std::string failures() const;
+  void add_to(nlohmann::ordered_json& result) const;
+  int exit_status(int status_of_run) const;
+
+  eclipse_plan::Plan plan_;
+  std::optional<eclipse_verify::Verification> before_;
+  std::optional<eclipse_verify::Verification> after_;
+  std::vector<std::string> faults_;
+  std::optional<eclipse_verify::InstanceLogs> logs_;  ///< before the command that runs
+  std::size_t commands_ = 0;
+  std::vector<ExplainedFailure> failures_;
+};
+
+}  // namespace eclipse_cli
+
+#endif

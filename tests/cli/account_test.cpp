@@ -1,0 +1,360 @@
+#include <fcntl.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <regex>
+
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+class RunAccount : public ChildCommand {};
+
+const std::string checks =
+    "Action eclipse_integration_required\n"
+    "Action find_eclipse_ide\n"
+    "Action verify_eclipse_version\n"
+    "Action define_eclipse_path\n";
+
+std::string header(const std::string& mode, const std::string& component) {
+  return "Session session.json\n"
+         "  Mode: " +
+         mode +
+         "\n"
+         "  Eclipse: user (FOLDER/eclipse/eclipse)\n"
+         "  Component tools: " +
+         component + "\n\n";
+}
+
+std::string command(const std::string& arguments) { return "  Command: FOLDER/eclipse/eclipse " + arguments + " 2>&1\n"; }
+
+/// The changes of a run that used the user's Eclipse.
+std::string changes_before_eclipse_variables() {
+  return "\nVariables that changed:\n"
+         "  CASHED_ECLIPSE_PATH = FOLDER/eclipse/eclipse\n"
+         "  ECLIPSE_IDE = no\n"
+         "  ECLIPSE_IDE_ENABLED = no\n"
+         "  ECLIPSE_INTEGRATION_REQUIRED = yes\n"
+         "  ECLIPSE_PATH = FOLDER/eclipse\n"
+         "  ECLIPSE_VERSION = \n";
+}
+
+const std::string changes = changes_before_eclipse_variables() +
+                            "  USER_DEFINED_ECLIPSE_PATH_CORRECT = yes\n"
+                            "  USER_DEFINED_ECLIPSE_PATH_EMPTY = no\n";
+
+TEST_F(RunAccount, TellsAnInstallation) {
+  write_session("install");
+  script(1, "echo 'Installing one 1.0.0.'; echo; printf 'no line end' >&2");
+  EXPECT_EQ(eclipse_int("run session.json"),
+            (Outcome{0,
+                     header("install", "not installed, selected to be installed") + checks + "Action perform_integration\n" +
+                         command(install_arguments("one,two")) +
+                         "    Installing one 1.0.0.\n"
+                         "\n"
+                         "    no line end\n"
+                         "  Succeeded after N s\n"
+                         "\n"
+                         "Done\n"
+                         "  These features were installed into FOLDER/eclipse:\n"
+                         "    one\n"
+                         "    two\n" +
+                         changes,
+                     ""}));
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
+TEST_F(RunAccount, TellsWhichFeaturesFailedAndTheInstallersSummary) {
+  write_session("install", {{"QN_SCRIPTS_COMPLETE_DESC", "Installed."}});
+  script(1, "echo 'Installation failed.'; exit 13");
+  script(2, "echo 'one is not there'; echo 'really'; exit 13");
+  EXPECT_EQ(
+      eclipse_int("run session.json"),
+      (Outcome{1,
+               header("install", "not installed, selected to be installed") + checks + "Action perform_integration\n" +
+                   command(install_arguments("one,two")) + "    Installation failed.\n  Failed with exit code 13 after N s\n" +
+                   command(install_arguments("one")) +
+                   "    one is not there\n    really\n  Failed with exit code 13 after N s\n" +
+                   command(install_arguments("two")) + "  Succeeded after N s\n" +
+                   "\n"
+                   "Failed\n"
+                   "  Not all went in at once, so they were tried one by one.\n"
+                   "  These features were installed into FOLDER/eclipse:\n"
+                   "    two\n"
+                   "  These features were not installed into FOLDER/eclipse:\n"
+                   "    one\n" +
+                   changes_before_eclipse_variables() +
+                   "  QN_SCRIPTS_COMPLETE_DESC = Installed.\\nThese failed:\\n\\none is not there\\nreally\\n\n"
+                   "  QN_SCRIPTS_FAILED = yes\n"
+                   "  USER_DEFINED_ECLIPSE_PATH_CORRECT = yes\n"
+                   "  USER_DEFINED_ECLIPSE_PATH_EMPTY = no\n"
+                   "\n"
+                   "The installer's summary:\n"
+                   "  Installed.\n"
+                   "  These failed:\n"
+                   "\n"
+                   "  one is not there\n"
+                   "  really\n",
+               ""}));
+}
+
+TEST_F(RunAccount, IsDoneWhenEveryRetrySucceeds) {
+  write_session("install");
+  script(1, "exit 13");
+  const Outcome outcome = eclipse_int("run session.json");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_NE(outcome.output.find("\nDone\n"
+                                "  Not all went in at once, so they were tried one by one.\n"
+                                "  These features were installed into FOLDER/eclipse:\n"
+                                "    one\n"
+                                "    two\n"),
+            std::string::npos)
+      << outcome.output;
+  EXPECT_NE(outcome.output.find("\nThe installer's summary:\n\n  These failed:\n"), std::string::npos) << outcome.output;
+}
+
+TEST_F(RunAccount, ShowsAGraphicalSummaryInLines) {
+  write_session("install", {{"QN_SCRIPTS_COMPLETE_DESC", "Installed."}});
+  fake::write_file("session.json", "{\"graphical\": true, " + content_of("session.json").substr(1));
+  script(1, "exit 13");
+  script(2, "echo 'not there'; exit 13");
+  const Outcome outcome = eclipse_int("run session.json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(outcome.output.find("  QN_SCRIPTS_COMPLETE_DESC = Installed.<p>These failed:<p><p>not there<p>\n"),
+            std::string::npos)
+      << outcome.output;
+  EXPECT_TRUE(outcome.output.ends_with("\nThe installer's summary:\n  Installed.\n  These failed:\n\n  not there\n"))
+      << outcome.output;
+}
+
+TEST_F(RunAccount, TellsARemoval) {
+  write_session("uninstall", {}, "\"installed\": true, \"remove\": true");
+  EXPECT_EQ(eclipse_int("run session.json"),
+            (Outcome{0,
+                     header("uninstall", "installed, selected to be removed") + checks + "Action perform_unintegration\n" +
+                         command(removal_arguments("one,two")) +
+                         "  Succeeded after N s\n"
+                         "\n"
+                         "Done\n"
+                         "  These features were removed from FOLDER/eclipse:\n"
+                         "    one\n"
+                         "    two\n" +
+                         changes,
+                     ""}));
+}
+
+TEST_F(RunAccount, TellsThatARemovalFailed) {
+  write_session("uninstall", {}, "\"installed\": true, \"remove\": true");
+  script(1, "exit 13");
+  const Outcome outcome = eclipse_int("run session.json");
+  // The retries are commands that no shell accepts; how it says so is the shell's own.
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(director_calls(), removal_arguments("one,two") + "\n");
+  EXPECT_NE(outcome.output.find("\nFailed\n"
+                                "  Not all came out at once, so they were tried one by one.\n"
+                                "  These features were not removed from FOLDER/eclipse:\n"
+                                "    one\n"
+                                "    two\n"
+                                "  perform_unintegration ended with "),
+            std::string::npos)
+      << outcome.output;
+}
+
+TEST_F(RunAccount, TellsWhyNothingWasDone) {
+  write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
+  EXPECT_EQ(eclipse_int("run session.json"), (Outcome{0,
+                                                      "Session session.json\n"
+                                                      "  Mode: install\n"
+                                                      "  Eclipse: none\n"
+                                                      "  Component tools: not installed, selected to be installed\n"
+                                                      "\n"
+                                                      "Action eclipse_integration_required\n"
+                                                      "Action find_eclipse_ide\n"
+                                                      "Action define_eclipse_path\n"
+                                                      "Action perform_integration\n"
+                                                      "\n"
+                                                      "Done\n"
+                                                      "  No director was started, so nothing was changed in Eclipse.\n"
+                                                      "  The log ends with: eclipse_int: nothing to integrate\n"
+                                                      "\n"
+                                                      "Variables that changed:\n"
+                                                      "  ECLIPSE_IDE = no\n"
+                                                      "  ECLIPSE_IDE_ENABLED = no\n"
+                                                      "  ECLIPSE_INTEGRATION_REQUIRED = yes\n",
+                                                      ""}));
+}
+
+TEST_F(RunAccount, TellsWhyItRefused) {
+  write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}, {"ECLIPSE_VERSION_IS_SUPPORTED", "yes"}});
+  EXPECT_EQ(eclipse_int("run session.json"),
+            (Outcome{1,
+                     "Session session.json\n"
+                     "  Mode: install\n"
+                     "  Eclipse: user (/missing/eclipse)\n"
+                     "  Component tools: not installed, selected to be installed\n"
+                     "\n"
+                     "Action eclipse_integration_required\n"
+                     "Action find_eclipse_ide\n"
+                     "Action verify_eclipse_version\n"
+                     "\n"
+                     "Refused: USER_DEFINED_ECLIPSE_PATH is \"/missing/eclipse\", which is not the Eclipse executable: name an "
+                     "existing file called \"eclipse\" (that is ECLIPSE_BIN) by its full path\n"
+                     "  No director was started, so nothing was changed in Eclipse.\n"
+                     "\n"
+                     "Variables that changed:\n"
+                     "  ECLIPSE_IDE = no\n"
+                     "  ECLIPSE_IDE_ENABLED = no\n"
+                     "  ECLIPSE_INTEGRATION_REQUIRED = yes\n"
+                     "  USER_DEFINED_ECLIPSE_PATH_CORRECT = no\n"
+                     "  USER_DEFINED_ECLIPSE_PATH_EMPTY = no\n"
+                     "  ECLIPSE_VERSION_IS_SUPPORTED is no longer set\n",
+                     ""}));
+  EXPECT_EQ(director_calls(), "");
+}
+
+TEST_F(RunAccount, TellsOfASessionWithNothingInIt) {
+  fake::write_file("session.json", R"({"mode": "modify", "components": []})");
+  EXPECT_EQ(eclipse_int("run session.json"), (Outcome{0,
+                                                      "Session session.json\n"
+                                                      "  Mode: modify\n"
+                                                      "  Eclipse: not chosen\n"
+                                                      "  No components\n"
+                                                      "\n"
+                                                      "Action eclipse_integration_required\n"
+                                                      "Action find_eclipse_ide\n"
+                                                      "Action define_eclipse_path\n"
+                                                      "Action perform_integration\n"
+                                                      "\n"
+                                                      "Done\n"
+                                                      "  No director was started, so nothing was changed in Eclipse.\n"
+                                                      "  The log ends with: eclipse_int: nothing to integrate\n"
+                                                      "\n"
+                                                      "Variables that changed:\n"
+                                                      "  ECLIPSE_IDE = no\n"
+                                                      "  ECLIPSE_IDE_ENABLED = no\n"
+                                                      "  ECLIPSE_INTEGRATION_REQUIRED = no\n",
+                                                      ""}));
+}
+
+TEST_F(RunAccount, KeepsTextsOnTheirLine) {
+  fake::write_file("session.json",
+                   R"({"mode": "install", "variables": {"ECLIPSE_INTEGRATION_CHOICE": "a\n\u001b[31m\r\t\u007f\u00e4"},
+                       "components": [{"code": "", "installBase": "", "installDir": ""},
+                                      {"code": "b\nc", "installBase": "", "installDir": "", "installed": true}]})");
+  const Outcome outcome = eclipse_int("call verify_user_defined_eclipse_path session.json");
+  EXPECT_EQ(outcome, (Outcome{0,
+                              "Session session.json\n"
+                              "  Mode: install\n"
+                              "  Eclipse: a\\n\\x1B[31m\\r\\t\\x7F\xC3\xA4\n"
+                              "  Component without a code: not installed\n"
+                              "  Component b\\nc: installed\n"
+                              "\n"
+                              "Action verify_user_defined_eclipse_path\n"
+                              "\n"
+                              "Done\n"
+                              "  No director was started, so nothing was changed in Eclipse.\n"
+                              "\n"
+                              "Variables that changed:\n"
+                              "  USER_DEFINED_ECLIPSE_PATH_CORRECT = no\n"
+                              "  USER_DEFINED_ECLIPSE_PATH_EMPTY = yes\n",
+                              ""}));
+}
+
+TEST_F(RunAccount, EndsWhenTheRunBreaksOff) {
+  write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
+  const std::string options = std::string("--write-variables v.json --plugin ") + THROWING_PLUGIN;
+  EXPECT_EQ(eclipse_int("run session.json " + options), (Outcome{1,
+                                                                 "Session session.json\n"
+                                                                 "  Mode: install\n"
+                                                                 "  Eclipse: none\n"
+                                                                 "  Component tools: not installed, selected to be installed\n"
+                                                                 "\n"
+                                                                 "Action eclipse_integration_required\n"
+                                                                 "Action find_eclipse_ide\n"
+                                                                 "Action define_eclipse_path\n"
+                                                                 "Action perform_integration\n",
+                                                                 "eclipse-int: the run broke off: no more of this\n"}));
+  EXPECT_NE(content_of("v.json").find("\"WRITTEN_BEFORE\": \"yes\""), std::string::npos) << content_of("v.json");
+  EXPECT_EQ(eclipse_int("run session.json --json " + options),
+            (Outcome{1, "", "eclipse-int: the run broke off: no more of this\n"}));
+}
+
+class CallAccount : public ChildCommand {};
+
+TEST_F(CallAccount, TellsJustTheseActions) {
+  write_session("install");
+  EXPECT_EQ(eclipse_int("call perform_integration find_eclipse_ide perform_integration session.json"),
+            (Outcome{0,
+                     header("install", "not installed, selected to be installed") + "Action perform_integration\n" +
+                         command(install_arguments("one,two")) + "  Succeeded after N s\nAction find_eclipse_ide\n" +
+                         "Action perform_integration\n" + command(install_arguments("one,two")) + "  Succeeded after N s\n" +
+                         "\n"
+                         "Done\n"
+                         "  These features were installed into FOLDER/eclipse:\n"
+                         "    one\n"
+                         "    two\n"
+                         "\n"
+                         "Variables that changed:\n"
+                         "  CASHED_ECLIPSE_PATH = FOLDER/eclipse/eclipse\n"
+                         "  ECLIPSE_IDE = no\n"
+                         "  ECLIPSE_IDE_ENABLED = no\n"
+                         "  ECLIPSE_PATH = FOLDER/eclipse\n",
+                     ""}));
+}
+
+/// What the command prints on a terminal.
+std::string on_terminal(const std::vector<std::string>& arguments) {
+  int terminal = -1;
+  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child == 0) {
+    std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
+    for (const std::string& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
+    pointers.push_back(nullptr);
+    execv(pointers.front(), pointers.data());
+    _exit(127);
+  }
+  std::string output;
+  std::array<char, 4096> piece;
+  // The end of the child shows as an error.
+  for (ssize_t count; (count = read(terminal, piece.data(), piece.size())) > 0;) {
+    output.append(piece.data(), static_cast<std::size_t>(count));
+  }
+  close(terminal);
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  return output;
+}
+
+class TerminalAccount : public ChildCommand {};
+
+TEST_F(TerminalAccount, ShowsThatASilentDirectorIsStillAtWork) {
+  write_session("install");
+  script(1, "sleep 1; echo done; sleep 0.6; printf half; sleep 0.6; echo ' line'; sleep 0.6");
+  const std::string output = on_terminal({ECLIPSE_INT_COMMAND, "run", "session.json"});
+  const std::string shown = std::regex_replace(output, std::regex("running for [0-9]+\\.[0-9] s"), "running");
+  const auto from = shown.find("2>&1\r\n");
+  ASSERT_NE(from, std::string::npos) << output;
+  // Redrawn about four times a second, taken away before each line, and not shown within one.
+  const std::string alive = "    running(\r {21}\r    running)*\r {21}\r";
+  const std::string expected = alive + "    done\r\n" + alive + "    half line\r\n" + alive + "  Succeeded after .*";
+  EXPECT_TRUE(std::regex_match(shown.substr(from + 6, shown.find("\r\n\r\n", from) - from - 6), std::regex(expected)))
+      << output;
+}
+
+TEST_F(TerminalAccount, ShowsNoSignOfLifeInAFile) {
+  write_session("install");
+  script(1, "sleep 1");
+  EXPECT_EQ(eclipse_int("run session.json").output.find("running"), std::string::npos);
+}
+
+}  // namespace
+
+}  // namespace cli_test

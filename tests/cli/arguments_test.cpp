@@ -1,0 +1,160 @@
+#include <filesystem>
+#include <utility>
+
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+class Arguments : public ChildCommand {
+ protected:
+  /// Nothing on standard output, one message, status 2, and no director was started.
+  void expect_fault(const std::string& arguments, const std::string& message) const {
+    EXPECT_EQ(eclipse_int(arguments), (Outcome{2, "", "eclipse-int: " + message + "\n"})) << arguments;
+    EXPECT_EQ(director_calls(), "");
+  }
+
+  void expect_usage_fault(const std::string& arguments, const std::string& message) const {
+    expect_fault(arguments, message + "\nRun with --help for more information.");
+  }
+};
+
+const std::string actions =
+    "\n  eclipse_integration_required\n  find_eclipse_ide\n  define_eclipse_path\n  verify_user_defined_eclipse_path\n"
+    "  user_eclipse_version\n  verify_eclipse_version\n  perform_integration\n  perform_unintegration";
+
+TEST_F(Arguments, HelpIsThereForAllOfIt) {
+  for (const std::string command : {"", "run ", "call "}) {
+    const Outcome outcome = eclipse_int(command + "--help");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.error, "");
+    EXPECT_NE(outcome.output.find("\nUsage: eclipse-int " + command), std::string::npos) << outcome.output;
+    EXPECT_NE(outcome.output.find("\nExamples:\n  eclipse-int "), std::string::npos) << outcome.output;
+    EXPECT_EQ(outcome, eclipse_int(command + "-h"));
+  }
+}
+
+TEST_F(Arguments, HelpNamesEveryOption) {
+  for (const std::string command : {"run", "call"}) {
+    const std::string help = eclipse_int(command + " --help").output;
+    for (const std::string option : {"--set NAME=VALUE", "--variables FILE", "--write-variables FILE", "--log FILE", "--json",
+                                     "--plugin LIBRARY", "Exit status:\n  0  "}) {
+      EXPECT_NE(help.find(option), std::string::npos) << command << " " << option;
+    }
+  }
+}
+
+TEST_F(Arguments, VersionIsThatOfTheProject) {
+  EXPECT_EQ(eclipse_int("--version"), (Outcome{0, std::string("eclipse-int ") + ECLIPSE_INT_VERSION + "\n", ""}));
+}
+
+TEST_F(Arguments, FaultsAreTold) {
+  write_session("install");
+  expect_usage_fault("", "A subcommand is required");
+  expect_usage_fault("install", "The following argument was not expected: install");
+  expect_usage_fault("run", "SESSION.json is required");
+  expect_usage_fault("run session.json other.json", "The following argument was not expected: other.json");
+  expect_usage_fault("run session.json --jsn", "The following argument was not expected: --jsn");
+  expect_usage_fault("run session.json --log", "--log: 1 required FILE missing");
+  expect_usage_fault("run session.json --set", "--set: 1 required NAME=VALUE missing");
+  expect_usage_fault("run session.json --set A",
+                     "--set: \"A\" is not NAME=VALUE; write the variable's name, an equals sign and its value");
+  expect_usage_fault("run session.json --set =A",
+                     "--set: \"=A\" is not NAME=VALUE; write the variable's name, an equals sign and its value");
+  expect_usage_fault("run session.json --set A=1 B=2", "The following argument was not expected: B=2");
+  expect_usage_fault("run session.json --set KORU_MODE=Install",
+                     "--set: KORU_MODE is \"Install\", which is no mode; set it to install, modify or uninstall");
+  expect_usage_fault("call", "ACTION is required");
+  expect_usage_fault("call session.json", "ACTION: none is given before the session file; the actions are" + actions);
+  expect_usage_fault("call perform session.json", "ACTION: there is no action \"perform\"; the actions are" + actions);
+  expect_usage_fault("call perform_integration x session.json", "ACTION: there is no action \"x\"; the actions are" + actions);
+}
+
+TEST_F(Arguments, FaultsOfFilesAreTold) {
+  write_session("install");
+  std::filesystem::create_directory("folder");
+  fake::write_file("bad.json", "{\"mode\": 1}");
+  const std::string unreadable = ": cannot be read: No such file or directory; give the path of a file that can be";
+  expect_fault("run missing.json", "missing.json" + unreadable);
+  expect_fault("run ''", unreadable);
+  expect_fault("run folder", "folder: cannot be read: Is a directory; give the path of a file that can be");
+  expect_fault("run bad.json", "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
+  expect_fault("run bad.json --json", "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
+  expect_fault("call find_eclipse_ide bad.json",
+               "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
+  expect_fault("run session.json --variables missing", "missing" + unreadable);
+  expect_fault("run session.json --variables bad.json",
+               "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
+  expect_fault(
+      "run session.json --write-variables missing/v.json",
+      "missing/v.json: cannot be written: No such file or directory; give the path of a file in a folder that is writable");
+  expect_fault("run session.json --log missing/log",
+               "missing/log: cannot be opened for the log: No such file or directory; give the "
+               "path of a file that can be written");
+  expect_fault("run session.json --log folder",
+               "folder: cannot be opened for the log: Is a directory; give the path of a file that can be written");
+  expect_fault("run session.json --log ''",
+               ": cannot be opened for the log: No such file or directory; give the path of a file that can be written");
+}
+
+TEST_F(Arguments, OutputsDoNotOverwriteWhatIsUsed) {
+  write_session("install");
+  fake::write_file("v.json", "{}");
+  const std::string session = content_of("session.json");
+  std::filesystem::create_symlink("session.json", "link");
+  std::filesystem::create_hard_link("session.json", "hard-link");
+  const auto used = [](const std::string& file, const std::string& option, const std::string& other) {
+    return file + ": " + option + " would overwrite " + other + ", which is used in this run; give it another file";
+  };
+  expect_fault("run session.json --log ./session.json", used("./session.json", "--log", "session.json"));
+  expect_fault("run session.json --log link", used("link", "--log", "session.json"));
+  expect_fault("run session.json --log hard-link", used("hard-link", "--log", "session.json"));
+  expect_fault("run session.json --variables v.json --log v.json", used("v.json", "--log", "v.json"));
+  expect_fault("run session.json --write-variables new.json --log ./new.json", used("./new.json", "--log", "new.json"));
+  expect_fault("run session.json --write-variables session.json", used("session.json", "--write-variables", "session.json"));
+  EXPECT_EQ(content_of("session.json"), session);
+  EXPECT_EQ(content_of("v.json"), "{}");
+}
+
+TEST_F(Arguments, AnythingButThePlugInIsNotLoaded) {
+  write_session("install");
+  std::filesystem::copy_file(ANOTHER_LIBRARY, "another.so");
+  const std::string mend = "; give the path of libeclipse_int.so";
+  expect_fault(
+      "run session.json --plugin missing.so",
+      "missing.so: cannot be loaded: FOLDER/missing.so: cannot open shared object file: No such file or directory" + mend);
+  expect_fault(
+      "run session.json --plugin another.so",
+      "another.so: has no action \"eclipse_integration_required\"; this is not the plug-in, or not this version of it");
+  expect_fault("run session.json --plugin session.json",
+               "session.json: cannot be loaded: FOLDER/session.json: invalid ELF header" + mend);
+  expect_fault(
+      "run session.json --plugin libm.so.6",
+      "libm.so.6: cannot be loaded: FOLDER/libm.so.6: cannot open shared object file: No such file or directory" + mend);
+}
+
+TEST_F(Arguments, ThePlugInMayBeNamed) {
+  write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
+  std::filesystem::copy_file(ECLIPSE_INT_LIBRARY, "plugin.so");
+  EXPECT_EQ(eclipse_int("run session.json --plugin plugin.so"), eclipse_int("run session.json"));
+  EXPECT_EQ(eclipse_int("run session.json --plugin plugin.so").status, 0);
+}
+
+TEST_F(Arguments, OptionsMayStandAnywhere) {
+  write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
+  const Outcome outcome = eclipse_int("call find_eclipse_ide define_eclipse_path session.json --set A=1 --log l --set B=2");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome, eclipse_int("call --set A=1 find_eclipse_ide --log=l define_eclipse_path --set=B=2 session.json"));
+}
+
+TEST_F(Arguments, CallTakesAnyMode) {
+  write_session("install");
+  const Outcome outcome = eclipse_int("call eclipse_integration_required session.json --set KORU_MODE=repair");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_NE(outcome.output.find("  Mode: repair\n"), std::string::npos) << outcome.output;
+}
+
+}  // namespace
+
+}  // namespace cli_test

@@ -1,0 +1,85 @@
+#include "cli/child_command.h"
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <regex>
+#include <sstream>
+
+namespace cli_test {
+
+namespace {
+
+constexpr const char* director = R"(#!/bin/sh
+here=$(dirname "$0")
+echo "$*" >> "$here/calls"
+start=$(wc -l < "$here/calls")
+if [ -f "$here/$start.sh" ]; then . "$here/$start.sh"; fi
+)";
+
+/// With what differs from run to run replaced.
+std::string settled(std::string text, const std::string& folder) {
+  for (std::size_t at; (at = text.find(folder)) != std::string::npos;) text.replace(at, folder.size(), "FOLDER");
+  return std::regex_replace(text, std::regex("[0-9]+\\.[0-9] s"), "N s");
+}
+
+}  // namespace
+
+void PrintTo(const Outcome& outcome, std::ostream* stream) {
+  *stream << "status " << outcome.status << "\n-- output\n" << outcome.output << "-- error\n" << outcome.error << "--";
+}
+
+std::string content_of(const std::string& file) {
+  std::ostringstream content;
+  content << std::ifstream(file, std::ios::binary).rdbuf();
+  return content.str();
+}
+
+std::string members(const std::map<std::string, std::string>& texts) { return nlohmann::json(texts).dump(); }
+
+ChildCommand::ChildCommand() {
+  fake::write_file("eclipse/eclipse", director);
+  std::filesystem::permissions("eclipse/eclipse", std::filesystem::perms(0755));
+  fake::write_file("tools/etc/eclipse/tools.txt", "Repository\tFeature\nsite\tone\nsite\ttwo\n");
+}
+
+Outcome ChildCommand::eclipse_int(const std::string& arguments) const {
+  const std::string command = std::string(ECLIPSE_INT_COMMAND) + " " + arguments;
+  const int status = std::system(("( " + command + "\n) > .output 2> .error").c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), settled(content_of(".output"), folder.path()),
+          settled(content_of(".error"), folder.path())};
+}
+
+void ChildCommand::write_session(const std::string& mode, const std::map<std::string, std::string>& variables,
+                                 const std::string& state) const {
+  std::map<std::string, std::string> all = variables;
+  all.merge(std::map<std::string, std::string>{{"ECLIPSE_INTEGRATION_CHOICE", "user"},
+                                               {"ECLIPSE_BIN", "eclipse"},
+                                               {"USER_DEFINED_ECLIPSE_PATH", folder.path() + "/eclipse/eclipse"},
+                                               {"eclipse_integration_failed_title", "These failed:"}});
+  fake::write_file("session.json",
+                   "{\"mode\": \"" + mode + "\", \"variables\": " + members(all) +
+                       ", \"components\": [{\"code\": \"tools\", \"installBase\": \".\", \"installDir\": \"tools\", "
+                       "\"capabilities\": [\"TOOLS_ECLIPSE_PLUGIN\"], \"package\": {\"scan\": \"tools\"}, " +
+                       state + "}]}");
+}
+
+void ChildCommand::script(int start, const std::string& commands) const {
+  fake::write_file("eclipse/" + std::to_string(start) + ".sh", commands + "\n");
+}
+
+std::string ChildCommand::director_calls() const { return settled(content_of("eclipse/calls"), folder.path()); }
+
+std::string install_arguments(const std::string& features) {
+  return "-nosplash -application org.eclipse.equinox.p2.director -repository file://FOLDER/tools/site -i " + features;
+}
+
+std::string removal_arguments(const std::string& features) {
+  return "-nosplash -application org.eclipse.equinox.p2.director -u " + features;
+}
+
+}  // namespace cli_test

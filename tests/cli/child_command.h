@@ -1,0 +1,63 @@
+// The command run as a child in a folder of its own, on a product and an Eclipse that is a shell script.
+#ifndef ECLIPSE_INT_TESTS_CLI_CHILD_COMMAND_H
+#define ECLIPSE_INT_TESTS_CLI_CHILD_COMMAND_H
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "fake_host/temporary_folder.h"
+
+namespace cli_test {
+
+/// What a command came to. In the texts, FOLDER stands for the test's folder and "N s" for every time that was taken.
+struct Outcome {
+  int status;
+  std::string output;
+  std::string error;
+
+  bool operator==(const Outcome& other) const {
+    return status == other.status && output == other.output && error == other.error;
+  }
+};
+
+void PrintTo(const Outcome& outcome, std::ostream* stream);
+
+/// The content of a file; empty when it is not there.
+std::string content_of(const std::string& file);
+
+/// Names and texts as the members of a JSON object.
+std::string members(const std::map<std::string, std::string>& texts);
+
+/// The usual product: an Eclipse at eclipse/eclipse that the user names, and the component "tools" with the features "one" and
+/// "two". What the Eclipse does as the director stands in eclipse/N.sh for the N-th time that it is started; it succeeds in
+/// silence where there is none.
+class ChildCommand : public testing::Test {
+ protected:
+  ChildCommand();
+
+  /// Runs "eclipse-int ARGUMENTS" through a shell.
+  Outcome eclipse_int(const std::string& arguments) const;
+
+  /// Writes session.json: the usual product in this mode, and with these variables over the usual ones.
+  void write_session(const std::string& mode, const std::map<std::string, std::string>& variables = {},
+                     const std::string& state = "\"install\": true") const;
+
+  /// What the director does when it is started for the N-th time, as shell commands.
+  void script(int start, const std::string& commands) const;
+
+  /// The arguments of each start of the director.
+  std::string director_calls() const;
+
+  const fake::TemporaryFolder folder;
+};
+
+/// The arguments with which the director installs and removes these features of the usual product.
+std::string install_arguments(const std::string& features);
+std::string removal_arguments(const std::string& features);
+
+}  // namespace cli_test
+
+#endif

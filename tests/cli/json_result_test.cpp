@@ -1,0 +1,142 @@
+#include <nlohmann/json.hpp>
+
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+using Json = nlohmann::json;
+
+class JsonResult : public ChildCommand {
+ protected:
+  /// The one document on standard output, with 0 for the seconds that commands took.
+  static Json result_of(const Outcome& outcome) {
+    Json result = Json::parse(outcome.output);
+    for (Json& command : result.at("commands")) {
+      EXPECT_TRUE(command.at("seconds").is_number());
+      EXPECT_GT(command.at("seconds"), 0);
+      command["seconds"] = 0;
+    }
+    return result;
+  }
+};
+
+TEST_F(JsonResult, HoldsAllThatHappened) {
+  write_session("install", {{"QN_SCRIPTS_COMPLETE_DESC", "Installed."}});
+  script(1, "echo failed; exit 13");
+  script(3, "printf 'two\\n'; exit 9");
+  const Outcome outcome = eclipse_int("call define_eclipse_path perform_integration session.json --json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.error, "");
+  const std::string all = "FOLDER/eclipse/eclipse " + install_arguments("one,two") + " 2>&1";
+  const std::string one = "FOLDER/eclipse/eclipse " + install_arguments("one") + " 2>&1";
+  const std::string two = "FOLDER/eclipse/eclipse " + install_arguments("two") + " 2>&1";
+  const Json before = {{"ECLIPSE_BIN", "eclipse"},
+                       {"ECLIPSE_INTEGRATION_CHOICE", "user"},
+                       {"KORU_MODE", "install"},
+                       {"QN_SCRIPTS_COMPLETE_DESC", "Installed."},
+                       {"USER_DEFINED_ECLIPSE_PATH", "FOLDER/eclipse/eclipse"},
+                       {"eclipse_integration_failed_title", "These failed:"}};
+  Json after = before;
+  after["CASHED_ECLIPSE_PATH"] = "FOLDER/eclipse/eclipse";
+  after["ECLIPSE_PATH"] = "FOLDER/eclipse";
+  after["QN_SCRIPTS_COMPLETE_DESC"] = "Installed.\nThese failed:\n\ntwo\n";
+  after["QN_SCRIPTS_FAILED"] = "yes";
+  const auto command = [](const std::string& text, const std::string& output, int exit_code) {
+    return Json{{"action", "perform_integration"}, {"command", text}, {"output", output}, {"errorOutput", ""},
+                {"exitCode", exit_code},           {"seconds", 0}};
+  };
+  const Json expected = {
+      {"status", "failed"},
+      {"exitStatus", 1},
+      {"actions", {{{"name", "define_eclipse_path"}, {"result", 0}}, {{"name", "perform_integration"}, {"result", 9}}}},
+      {"variables", {{"before", before}, {"after", after}}},
+      {"log",
+       {"eclipse_int: eclipse not found",
+        "eclipse_int: user eclipse install subdir: FOLDER/eclipse",
+        "eclipse_int: perform_integration entered",
+        "eclipse_int: integrate_into_instance entered",
+        "eclipse_int: eclipse install subdir: FOLDER/eclipse",
+        "eclipse_int: found eclipse configuration: etc/eclipse/tools.txt",
+        "eclipse_int: Repository: file://FOLDER/tools/site Feature: one",
+        "eclipse_int: Repository: file://FOLDER/tools/site Feature: two",
+        "eclipse_int: order: 0 feature: one",
+        "eclipse_int: order: 1 feature: two",
+        "eclipse_int: running command: " + all,
+        "eclipse_int: out: failed\n",
+        "eclipse_int: exit code: 13",
+        "eclipse_int: failed to integrate all plug-ins at once, integrating individually",
+        "eclipse_int: running command: " + one,
+        "eclipse_int: out: ",
+        "eclipse_int: exit code: 0",
+        "eclipse_int: running command: " + two,
+        "eclipse_int: out: two\n",
+        "eclipse_int: exit code: 9"}},
+      {"commands", {command(all, "failed\n", 13), command(one, "", 0), command(two, "two\n", 9)}}};
+  EXPECT_EQ(result_of(outcome), expected);
+}
+
+TEST_F(JsonResult, SaysDoneAndRefused) {
+  write_session("install");
+  const Json done = result_of(eclipse_int("run session.json --json"));
+  EXPECT_EQ(done.at("status"), "done");
+  EXPECT_EQ(done.at("exitStatus"), 0);
+  EXPECT_FALSE(done.contains("refusal"));
+
+  const Outcome outcome = eclipse_int("run session.json --json --set ECLIPSE_BIN=other");
+  const Json refused = result_of(outcome);
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(refused.at("status"), "refused");
+  EXPECT_EQ(refused.at("exitStatus"), 1);
+  EXPECT_EQ(
+      refused.at("refusal"),
+      "USER_DEFINED_ECLIPSE_PATH is \"FOLDER/eclipse/eclipse\", which is not the Eclipse executable: name an existing file "
+      "called \"other\" (that is ECLIPSE_BIN) by its full path");
+}
+
+TEST_F(JsonResult, HoldsEmptyListsWhenNothingHappened) {
+  fake::write_file("session.json", R"({"mode": "install", "components": []})");
+  EXPECT_EQ(result_of(eclipse_int("call verify_user_defined_eclipse_path session.json --json")),
+            Json::parse(R"({"status": "done", "exitStatus": 0,
+                            "actions": [{"name": "verify_user_defined_eclipse_path", "result": 0}],
+                            "variables": {"before": {"KORU_MODE": "install"},
+                                          "after": {"KORU_MODE": "install", "USER_DEFINED_ECLIPSE_PATH_CORRECT": "no",
+                                                    "USER_DEFINED_ECLIPSE_PATH_EMPTY": "yes"}},
+                            "log": [], "commands": []})"));
+}
+
+TEST_F(JsonResult, HoldsAReplacementForBytesThatAreNotUtf8) {
+  write_session("install");
+  script(1, "printf 'a\\377\\303\\244\\0b'");
+  const Json result = result_of(eclipse_int("run session.json --json --set \"X=$(printf '\\377')\""));
+  EXPECT_EQ(result.at("commands").at(0).at("output"), std::string("a\xEF\xBF\xBD\xC3\xA4\0b", 8));
+  EXPECT_EQ(result.at("variables").at("before").at("X"), "\xEF\xBF\xBD");
+}
+
+TEST_F(JsonResult, HoldsWhatTheShellItselfSays) {
+  write_session("uninstall", {}, "\"remove\": true");
+  script(1, "exit 13");
+  const Outcome outcome = eclipse_int("run session.json --json");
+  const Json result = result_of(outcome);
+  EXPECT_EQ(outcome.status, 1);
+  ASSERT_EQ(result.at("commands").size(), 3U);
+  EXPECT_EQ(result.at("commands").at(1).at("command"),
+            "FOLDER/eclipse/eclipse " + removal_arguments("one,two") + " 2>&1one 2>&1");
+  EXPECT_NE(result.at("commands").at(1).at("errorOutput"), "");
+}
+
+TEST_F(JsonResult, HoldsHugeOutputs) {
+  write_session("install");
+  constexpr std::size_t size = 20'000'000;
+  script(1, "head -c " + std::to_string(size) + " /dev/zero | tr '\\0' x");
+  const Outcome outcome = eclipse_int("run session.json --json");
+  EXPECT_EQ(outcome.status, 0);
+  const std::string output = result_of(outcome).at("commands").at(0).at("output");
+  EXPECT_EQ(output.size(), size);
+  EXPECT_EQ(output.find_first_not_of('x'), std::string::npos);
+}
+
+}  // namespace
+
+}  // namespace cli_test

@@ -1,0 +1,54 @@
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+class LogFile : public ChildCommand {};
+
+TEST_F(LogFile, HoldsEachLineAsItComes) {
+  write_session("install");
+  fake::write_file("log", "old\n");
+  script(1, "cat log > seen; printf 'a\\nb'");
+  EXPECT_EQ(eclipse_int("call perform_integration session.json --log log --json").status, 0);
+  std::string log = content_of("log");
+  for (std::size_t at; (at = log.find(folder.path())) != std::string::npos;) log.replace(at, folder.path().size(), "FOLDER");
+  const std::string before_the_command =
+      "eclipse_int: perform_integration entered\n"
+      "eclipse_int: integrate_into_instance entered\n"
+      "eclipse_int: eclipse install subdir: FOLDER/eclipse\n"
+      "eclipse_int: found eclipse configuration: etc/eclipse/tools.txt\n"
+      "eclipse_int: Repository: file://FOLDER/tools/site Feature: one\n"
+      "eclipse_int: Repository: file://FOLDER/tools/site Feature: two\n"
+      "eclipse_int: order: 0 feature: one\n"
+      "eclipse_int: order: 1 feature: two\n"
+      "eclipse_int: running command: FOLDER/eclipse/eclipse " +
+      install_arguments("one,two") + " 2>&1\n";
+  EXPECT_EQ(log, before_the_command + "eclipse_int: out: a\nb\neclipse_int: exit code: 0\n");
+  std::string seen = content_of("seen");
+  for (std::size_t at; (at = seen.find(folder.path())) != std::string::npos;) seen.replace(at, folder.path().size(), "FOLDER");
+  EXPECT_EQ(seen, before_the_command);
+}
+
+TEST_F(LogFile, IsNotTouchedWhenTheSessionIsAtFault) {
+  fake::write_file("session.json", "{}");
+  fake::write_file("log", "old\n");
+  EXPECT_EQ(eclipse_int("run session.json --log log").status, 2);
+  EXPECT_EQ(content_of("log"), "old\n");
+}
+
+TEST_F(LogFile, ThatIsFullIsToldAfterTheRun) {
+  write_session("install");
+  const Outcome outcome = eclipse_int("run session.json --log /dev/full");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.error, "eclipse-int: /dev/full: the log is not complete: No space left on device; give it another place\n");
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+
+  script(2, "exit 13");
+  script(4, "exit 13");
+  EXPECT_EQ(eclipse_int("run session.json --log /dev/full").status, 1);
+}
+
+}  // namespace
+
+}  // namespace cli_test

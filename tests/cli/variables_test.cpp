@@ -1,0 +1,86 @@
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+using Json = nlohmann::json;
+
+class Variables : public ChildCommand {
+ protected:
+  Json before(const std::string& options) const {
+    return Json::parse(eclipse_int("call find_eclipse_ide session.json --json " + options).output).at("variables").at("before");
+  }
+};
+
+TEST_F(Variables, OfTheSessionFileStandOverThoseOfAFileAndUnderThoseOfArguments) {
+  fake::write_file("session.json", R"({"mode": "install", "variables": {"B": "session", "C": "session"}, "components": []})");
+  fake::write_file("v.json", R"({"A": "file", "B": "file", "C": "file", "KORU_MODE": "uninstall"} // kept)");
+  EXPECT_EQ(before("--variables v.json --set C=first --set C=argument --set 'D=a=b c' --set E="),
+            (Json{{"A", "file"}, {"B", "session"}, {"C", "argument"}, {"D", "a=b c"}, {"E", ""}, {"KORU_MODE", "install"}}));
+}
+
+TEST_F(Variables, OfArgumentsAreTakenAsTheyAre) {
+  fake::write_file("session.json", R"({"mode": "install", "components": []})");
+  EXPECT_EQ(before("--set 'A=[1,2]' --set 'B=\"x\"' --set=C=--json --set 'D={}' --set 'E=,' --set KORU_MODE="),
+            (Json{{"A", "[1,2]"}, {"B", "\"x\""}, {"C", "--json"}, {"D", "{}"}, {"E", ","}, {"KORU_MODE", ""}}));
+}
+
+TEST_F(Variables, AreCarriedFromOneRunToTheNext) {
+  write_session("install");
+  fake::write_file("more/etc/eclipse/more.txt", "site\tthree\n");
+  const std::string options = " --variables v.json --write-variables ./v.json";
+  EXPECT_EQ(eclipse_int("run session.json" + options).status, 0);
+  EXPECT_EQ(Json::parse(content_of("v.json")), (Json{{"CASHED_ECLIPSE_PATH", folder.path() + "/eclipse/eclipse"},
+                                                     {"ECLIPSE_BIN", "eclipse"},
+                                                     {"ECLIPSE_IDE", "no"},
+                                                     {"ECLIPSE_IDE_ENABLED", "no"},
+                                                     {"ECLIPSE_INTEGRATION_CHOICE", "user"},
+                                                     {"ECLIPSE_INTEGRATION_REQUIRED", "yes"},
+                                                     {"ECLIPSE_PATH", folder.path() + "/eclipse"},
+                                                     {"ECLIPSE_VERSION", ""},
+                                                     {"USER_DEFINED_ECLIPSE_PATH", folder.path() + "/eclipse/eclipse"},
+                                                     {"USER_DEFINED_ECLIPSE_PATH_CORRECT", "yes"},
+                                                     {"USER_DEFINED_ECLIPSE_PATH_EMPTY", "no"},
+                                                     {"eclipse_integration_failed_title", "These failed:"}}));
+  // The instance is known now, so only what is selected in this run goes in.
+  write_session("modify", {}, R"("installed": true}, {"code": "more", "installBase": ".", "installDir": "more",
+                              "capabilities": ["MORE_ECLIPSE_PLUGIN"], "package": {"scan": "more"}, "install": true)");
+  EXPECT_EQ(eclipse_int("run session.json" + options).status, 0);
+  EXPECT_EQ(director_calls(),
+            install_arguments("one,two") +
+                "\n-nosplash -application org.eclipse.equinox.p2.director -repository file://FOLDER/more/site -i "
+                "three\n");
+}
+
+TEST_F(Variables, AreWrittenWhenTheRunFailed) {
+  write_session("install");
+  script(1, "exit 13");
+  script(3, "exit 13");
+  EXPECT_EQ(eclipse_int("run session.json --write-variables v.json").status, 1);
+  const Json kept = Json::parse(content_of("v.json"));
+  EXPECT_EQ(kept.at("ECLIPSE_PATH"), folder.path() + "/eclipse");
+  EXPECT_FALSE(kept.contains("QN_SCRIPTS_FAILED"));
+}
+
+TEST_F(Variables, ThatCannotBeWrittenAfterTheRunAreTold) {
+  write_session("install");
+  std::filesystem::create_directory("folder");
+  script(1, "rmdir folder");
+  const Outcome outcome = eclipse_int("run session.json --json --write-variables folder/v.json");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(
+      outcome.error,
+      "eclipse-int: folder/v.json: cannot be written: No such file or directory; give the path of a file in a folder that is "
+      "writable\n");
+  const Json result = Json::parse(outcome.output);
+  EXPECT_EQ(result.at("status"), "done");
+  EXPECT_EQ(result.at("exitStatus"), 2);
+}
+
+}  // namespace
+
+}  // namespace cli_test
