@@ -1,0 +1,45 @@
+// What lint has to say, whatever the form in which it is said.
+#ifndef ECLIPSE_INT_LINT_FINDING_H
+#define ECLIPSE_INT_LINT_FINDING_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace eclipse_lint {
+
+struct Rule;
+
+enum class Severity { note, warning, error };
+
+/// "note", "warning" or "error".
+std::string_view name_of(Severity severity);
+/// Nothing when there is no such severity.
+std::optional<Severity> severity_called(std::string_view name);
+
+/// A stretch of a line.
+struct Place {
+  std::string file;
+  std::size_t line = 0;    ///< from 1; 0 means the file as a whole
+  std::size_t column = 0;  ///< in bytes, from 1, a tab being one of them
+  std::size_t length = 0;  ///< in bytes
+  std::string text = {};   ///< the whole line, without its line feed
+};
+
+struct Finding {
+  const Rule* rule;
+  Severity severity;
+  Place place;
+  std::string message;
+  std::string mend;
+  std::optional<std::string> reason;  ///< why an override sets it aside
+};
+
+/// All findings of a call of lint, in the order of files and places.
+using Findings = std::vector<Finding>;
+
+}  // namespace eclipse_lint
+
+#endif

@@ -1,0 +1,73 @@
+// The rules of lint. Everything about a rule stands in its one entry: reports, explanations, the manual's list and the tests
+// are made from it.
+#ifndef ECLIPSE_INT_LINT_RULE_H
+#define ECLIPSE_INT_LINT_RULE_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lint/finding.h"
+
+namespace eclipse_lint {
+
+struct Product;
+
+/// Takes the findings of one rule.
+class Reporter {
+ public:
+  Reporter(const Rule& rule, Findings& findings) : rule_(rule), findings_(findings) {}
+
+  void report(Place place, std::string message);
+  /// With a better mend than the rule's own.
+  void report(Place place, std::string message, std::string mend);
+  void report(Severity severity, Place place, std::string message, std::string mend);
+
+ private:
+  const Rule& rule_;
+  Findings& findings_;
+};
+
+struct SampleFile {
+  std::string name;  ///< with a "/" at its end for a folder
+  std::string content = {};
+  int permissions = 0644;
+};
+
+/// Something to lint: `input` names the one of `files` that is given to lint, or the folder that holds them.
+struct Sample {
+  std::string input;
+  std::vector<SampleFile> files;
+};
+
+struct Rule {
+  std::string_view name;
+  Severity severity;
+  std::string_view title;   ///< what is wrong
+  std::string_view effect;  ///< what the plug-in, the shell or the director makes of it
+  std::string_view mend;    ///< what to do
+  Sample bad;               ///< has a finding of this rule
+  Sample good;              ///< has none of any rule's
+  void (*check)(const Product& product, Reporter& reporter);
+};
+
+/// All rules, in the order of the manual.
+const std::vector<Rule>& rules();
+
+/// Null when there is no such rule.
+const Rule* find_rule(std::string_view name);
+
+/// The rule whose name is most like this one.
+const Rule& nearest_rule(std::string_view name);
+
+// Each in the file of its name, with the checks beside the entries.
+std::vector<Rule> rules_for_files();
+std::vector<Rule> rules_for_lines();
+std::vector<Rule> rules_for_repositories();
+std::vector<Rule> rules_for_features();
+std::vector<Rule> rules_for_orders();
+std::vector<Rule> rules_for_sessions();
+
+}  // namespace eclipse_lint
+
+#endif

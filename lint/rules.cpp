@@ -1,0 +1,63 @@
+#include <algorithm>
+#include <iterator>
+
+#include "lint/rule.h"
+#include "lint/texts.h"
+
+namespace eclipse_lint {
+
+std::string_view name_of(Severity severity) {
+  switch (severity) {
+    case Severity::note:
+      return "note";
+    case Severity::warning:
+      return "warning";
+    case Severity::error:
+      return "error";
+  }
+  return "";
+}
+
+std::optional<Severity> severity_called(std::string_view name) {
+  for (const Severity severity : {Severity::note, Severity::warning, Severity::error}) {
+    if (name == name_of(severity)) return severity;
+  }
+  return std::nullopt;
+}
+
+void Reporter::report(Place place, std::string message) {
+  report(std::move(place), std::move(message), std::string(rule_.mend));
+}
+
+void Reporter::report(Place place, std::string message, std::string mend) {
+  report(rule_.severity, std::move(place), std::move(message), std::move(mend));
+}
+
+void Reporter::report(Severity severity, Place place, std::string message, std::string mend) {
+  findings_.push_back({&rule_, severity, std::move(place), std::move(message), std::move(mend), std::nullopt});
+}
+
+const std::vector<Rule>& rules() {
+  static const std::vector<Rule> all = [] {
+    std::vector<Rule> rules;
+    for (const auto& chapter : {rules_for_files(), rules_for_lines(), rules_for_repositories(), rules_for_features(),
+                                rules_for_orders(), rules_for_sessions()}) {
+      rules.insert(rules.end(), chapter.begin(), chapter.end());
+    }
+    return rules;
+  }();
+  return all;
+}
+
+const Rule* find_rule(std::string_view name) {
+  const auto found = std::find_if(rules().begin(), rules().end(), [&](const Rule& rule) { return rule.name == name; });
+  return found == rules().end() ? nullptr : &*found;
+}
+
+const Rule& nearest_rule(std::string_view name) {
+  return *std::min_element(rules().begin(), rules().end(), [&](const Rule& one, const Rule& other) {
+    return distance(name, one.name) < distance(name, other.name);
+  });
+}
+
+}  // namespace eclipse_lint

@@ -1,0 +1,380 @@
+// Rules about finding descriptor files in packages.
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <map>
+
+#include "host/json_document.h"
+#include "lint/rule.h"
+#include "lint/texts.h"
+
+namespace fs = std::filesystem;
+using eclipse_host::in_quotes;
+
+namespace eclipse_lint {
+
+namespace {
+
+constexpr const char* offer_of_one =
+    "<?xml version='1.0'?>\n<repository><units>\n"
+    "  <unit id='org.example.one.feature.group' version='1.0.0'/>\n</units></repository>\n";
+constexpr const char* line_of_one = "Repository\tFeature\nsite\torg.example.one.feature.group\n";
+
+/// A component's folder with one descriptor file and its site.
+Sample folder_with(const std::string& descriptor_name) {
+  return {"tools", {{descriptor_name, line_of_one}, {"tools/site/content.xml", offer_of_one}}};
+}
+
+/// A session with the component that folder_with() makes.
+Sample session_with(const std::string& session) {
+  return {"session.json",
+          {{"session.json", session},
+           {"ide/eclipse", "#!/bin/sh\n", 0755},
+           {"tools/etc/eclipse/tools.txt", line_of_one},
+           {"tools/site/content.xml", offer_of_one}}};
+}
+
+constexpr const char* good_session = R"({
+  "mode": "install",
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "components": [{
+    "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
+    "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
+    "package": { "files": ["etc/eclipse/tools.txt"] }
+  }]
+}
+)";
+
+template <typename Use>
+void for_each_listed(const Product& product, const Use& use) {
+  for (const Component& component : product.components) {
+    for (const ListedFile& file : component.files) use(component, file);
+  }
+}
+
+// ---- Near misses ----
+
+bool is_near_miss(const std::string& listed) {
+  const auto folders = split(lower_case(with_slashes(listed)), '/');
+  for (std::size_t i = 0; i + 2 < folders.size(); ++i) {
+    if (folders[i].ends_with("etc") && folders[i + 1].starts_with("eclipse")) return true;
+    if (folders[i] == "eclipse" && folders[i + 1] == "etc") return true;
+  }
+  return false;
+}
+
+bool begins_with_header(const fs::path& file) {
+  constexpr std::string_view header = "Repository\t";
+  std::array<char, header.size()> begin{};
+  std::ifstream(file, std::ios::binary).read(begin.data(), begin.size());
+  return std::string_view(begin.data(), begin.size()) == header;
+}
+
+void check_outside(const Product& product, Reporter& reporter) {
+  for_each_listed(product, [&](const Component& component, const ListedFile& file) {
+    if (file.descriptor || file.text.empty()) return;
+    const fs::path path = fs::path(component.folder) / with_slashes(file.text);
+    std::error_code error;
+    if (!fs::is_regular_file(path, error)) return;
+    if (!is_near_miss(file.text) && !begins_with_header(path)) return;
+    reporter.report(file.place, in_quotes(file.text) + " looks like a descriptor file but is not below etc/eclipse/");
+  });
+}
+
+// ---- Lists and disks that differ ----
+
+bool lists(const Component& component, const std::string& path) {
+  return std::any_of(component.files.begin(), component.files.end(),
+                     [&](const ListedFile& file) { return file.descriptor && file.descriptor->path == path; });
+}
+
+void check_not_listed(const Product& product, Reporter& reporter) {
+  if (!product.session) return;
+  for (const Component& component : product.components) {
+    if (component.catalogue->installBase.empty() || !component.catalogue->package) continue;
+    std::error_code error;
+    for (const auto& entry : fs::recursive_directory_iterator(component.folder, error)) {
+      const auto descriptor =
+          product.library->descriptor(*component.catalogue, entry.path().lexically_relative(component.folder).string());
+      if (!descriptor || !descriptor->exists || lists(component, descriptor->path)) continue;
+      reporter.report(component.list_place, "the package does not list " + in_quotes(descriptor->name) + ", which is on disk");
+    }
+  }
+}
+
+bool names_folder(const ListedFile& file) {
+  const std::string_view name = std::string_view(file.text).substr(0, file.text.find_last_not_of("\r\n") + 1);
+  const std::string converted = with_slashes(name);
+  return converted.ends_with("etc/eclipse") || converted.ends_with("etc/eclipse/");
+}
+
+bool ends_in_blank(std::string_view name) { return name.ends_with(' ') || name.ends_with('\t'); }
+
+void check_missing(const Product& product, Reporter& reporter) {
+  for_each_listed(product, [&](const Component& component, const ListedFile& file) {
+    if (!file.descriptor || file.descriptor->exists || names_folder(file) || ends_in_blank(file.descriptor->name)) return;
+    std::string message = "the descriptor file is not there: looked at " + file.descriptor->path;
+    const fs::path packaged = fs::path(component.catalogue->package->prefix) / file.descriptor->name;
+    std::error_code error;
+    if (fs::is_regular_file(packaged, error)) message += "; it is below the package's prefix, " + packaged.string();
+    reporter.report(file.place, std::move(message));
+  });
+}
+
+void check_unreadable(const Product& product, Reporter& reporter) {
+  for (const Descriptor& descriptor : product.descriptors) {
+    if (!descriptor.is_readable) reporter.report(descriptor.place(), "the descriptor file cannot be read");
+  }
+}
+
+// ---- Files that are taken for descriptors ----
+
+bool is_named_otherwise(const std::string& name) {
+  constexpr std::array<std::string_view, 16> endings = {"~",    ".bak", ".orig", ".old",  ".swp",        ".rej", ".md",  ".xml",
+                                                        ".jar", ".zip", ".html", ".json", ".properties", ".png", ".pdf", ".gz"};
+  const std::string lowered = lower_case(fs::path(name).filename().string());
+  if (lowered.starts_with("readme") || lowered.starts_with("license")) return true;
+  return std::any_of(endings.begin(), endings.end(), [&](std::string_view ending) { return lowered.ends_with(ending); });
+}
+
+bool holds_something_else(const Descriptor& descriptor) {
+  if (descriptor.content.starts_with("<?xml") || descriptor.content.starts_with("PK\x03\x04")) return true;
+  return std::any_of(descriptor.content.begin(), descriptor.content.end(),
+                     [](char byte) { return byte > '\0' && byte < ' ' && byte != '\t' && byte != '\n' && byte != '\r'; });
+}
+
+void check_no_descriptor(const Product& product, Reporter& reporter) {
+  for (const Descriptor& descriptor : product.descriptors) {
+    if (is_named_otherwise(descriptor.file) || holds_something_else(descriptor)) {
+      reporter.report(descriptor.place(), "this is hardly a descriptor file, but will be read as one");
+    }
+  }
+}
+
+bool matches_a_folder(const std::string& name) {
+  for (std::size_t at = name.find("etc/eclipse/"); at != std::string::npos; at = name.find("etc/eclipse/", at + 1)) {
+    if (at == 0 || name[at - 1] == '/') return true;
+  }
+  return false;
+}
+
+void check_accident(const Product& product, Reporter& reporter) {
+  for_each_listed(product, [&](const Component&, const ListedFile& file) {
+    if (!file.descriptor || matches_a_folder(file.descriptor->name)) return;
+    reporter.report(file.place, in_quotes(file.text) + " contains \"etc/eclipse/\" by accident: no folder in it is called etc");
+  });
+}
+
+void check_folder_entry(const Product& product, Reporter& reporter) {
+  for_each_listed(product, [&](const Component&, const ListedFile& file) {
+    if (names_folder(file)) reporter.report(file.place, in_quotes(file.text) + " is the folder, not a descriptor file");
+  });
+}
+
+void check_blank_in_name(const Product& product, Reporter& reporter) {
+  for_each_listed(product, [&](const Component&, const ListedFile& file) {
+    if (!file.descriptor || !ends_in_blank(file.descriptor->name) || file.descriptor->exists) return;
+    reporter.report(file.place, "the listed name ends in a blank or a tab: " + in_quotes(file.text));
+  });
+}
+
+void check_listed_twice(const Product& product, Reporter& reporter) {
+  for (const Component& component : product.components) {
+    std::map<std::string, const ListedFile*> first;
+    for (const ListedFile& file : component.files) {
+      if (!file.descriptor || first.emplace(file.descriptor->path, &file).second) continue;
+      reporter.report(file.place, in_quotes(file.descriptor->name) + " is listed already");
+    }
+  }
+}
+
+// ---- Components ----
+
+bool has_plugin_capability(const Product& product, const Component& component) {
+  return product.library->asks_for_integration(component.capabilities);
+}
+
+void check_never_searched(const Product& product, Reporter& reporter) {
+  if (!product.session) return;
+  for (const Component& component : product.components) {
+    if (!component.has_descriptors() && !has_plugin_capability(product, component)) continue;
+    if (component.catalogue->code.empty()) reporter.report(component.place, "the component has no code");
+    if (!component.catalogue->package) reporter.report(component.place, "the component has no package");
+    if (component.catalogue->installBase.empty()) {
+      reporter.report(component.place, "installBase is empty: the component's files are looked for in " + component.folder);
+    }
+  }
+}
+
+void check_capability(const Product& product, Reporter& reporter) {
+  if (!product.session) return;
+  for (const Component& component : product.components) {
+    if (component.catalogue->code.empty() || !component.catalogue->package) continue;
+    const bool capable = has_plugin_capability(product, component);
+    if (component.has_descriptors() && !capable) {
+      reporter.report(component.place, "the component has descriptor files but no ECLIPSE_PLUGIN capability");
+    } else if (!component.has_descriptors() && capable) {
+      reporter.report(component.place, "the component has an ECLIPSE_PLUGIN capability but no descriptor file");
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<Rule> rules_for_files() {
+  return {
+      {.name = "descriptor-outside-etc-eclipse",
+       .severity = Severity::error,
+       .title = "a descriptor file lies in no folder etc/eclipse/",
+       .effect = "The file is never looked at. Nothing is logged.",
+       .mend = "put it below a folder etc/eclipse/, in just these letters",
+       .bad = folder_with("tools/etc/Eclipse/tools.txt"),
+       .good = folder_with("tools/etc/eclipse/tools.txt"),
+       .check = check_outside},
+      {.name = "descriptor-not-listed",
+       .severity = Severity::error,
+       .title = "a descriptor file is on disk but not in the package's list",
+       .effect = "The file is never read: only the package's list is searched.",
+       .mend = "add it to the package's list of files",
+       .bad = session_with(R"({
+  "mode": "install",
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "components": [{
+    "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
+    "package": { "files": ["readme.txt"] }
+  }]
+}
+)"),
+       .good = session_with(good_session),
+       .check = check_not_listed},
+      {.name = "listed-descriptor-missing",
+       .severity = Severity::error,
+       .title = "a listed descriptor file is not on disk",
+       .effect = "One log line says that it is not found; its features are neither installed nor removed.",
+       .mend = "put the file there, or correct installBase and installDir: the package's prefix does not count for it",
+       .bad = session_with(R"({
+  "mode": "install",
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "components": [{
+    "code": "tools", "installBase": ".", "installDir": "tool", "install": true,
+    "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
+    "package": { "prefix": "tools", "files": ["etc/eclipse/tools.txt"] }
+  }]
+}
+)"),
+       .good = session_with(good_session),
+       .check = check_missing},
+      {.name = "not-a-descriptor",
+       .severity = Severity::warning,
+       .title = "something else than a descriptor file lies below etc/eclipse/",
+       .effect = "It is read as a descriptor file: each of its lines that has a tab becomes data.",
+       .mend = "move it out of etc/eclipse/",
+       .bad = {"tools", {{"tools/etc/eclipse/tools.txt~", line_of_one}, {"tools/site/content.xml", offer_of_one}}},
+       .good = folder_with("tools/etc/eclipse/tools.txt"),
+       .check = check_no_descriptor},
+      {.name = "matches-by-accident",
+       .severity = Severity::warning,
+       .title = "a path contains \"etc/eclipse/\" without a folder called etc",
+       .effect = "It is read as a descriptor file: the text counts wherever it stands in the path.",
+       .mend = "rename the folder, or put the file below a real etc/eclipse/ if it is meant to be one",
+       .bad = folder_with("tools/share/getc/eclipse/tools.txt"),
+       .good = folder_with("tools/share/etc/eclipse/tools.txt"),
+       .check = check_accident},
+      {.name = "folder-entry-listed",
+       .severity = Severity::note,
+       .title = "the package lists the folder etc/eclipse itself",
+       .effect = "Without a slash at its end it is passed over; with one, a log line says that it is not found.",
+       .mend = "list files only",
+       .bad = session_with(R"({
+  "mode": "install",
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "components": [{
+    "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
+    "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
+    "package": { "files": ["etc/eclipse", "etc/eclipse/", "etc/eclipse/tools.txt"] }
+  }]
+}
+)"),
+       .good = session_with(good_session),
+       .check = check_folder_entry},
+      {.name = "blank-after-listed-name",
+       .severity = Severity::error,
+       .title = "a listed name ends in a blank or a tab",
+       .effect = "Only line ends are trimmed from listed names, so the file is looked for with the blank and not found.",
+       .mend = "take the blank away",
+       .bad = session_with(R"({
+  "mode": "install",
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "components": [{
+    "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
+    "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
+    "package": { "files": ["etc/eclipse/tools.txt "] }
+  }]
+}
+)"),
+       .good = session_with(good_session),
+       .check = check_blank_in_name},
+      {.name = "descriptor-listed-twice",
+       .severity = Severity::warning,
+       .title = "a package lists a descriptor file twice",
+       .effect = "The file is read twice, and its lines take two places each in the install order.",
+       .mend = "list it once",
+       .bad = session_with(R"({
+  "mode": "install",
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "components": [{
+    "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
+    "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
+    "package": { "files": ["etc/eclipse/tools.txt", "etc\\eclipse\\tools.txt"] }
+  }]
+}
+)"),
+       .good = session_with(good_session),
+       .check = check_listed_twice},
+      {.name = "component-never-searched",
+       .severity = Severity::error,
+       .title = "a component with Eclipse features cannot be searched",
+       .effect = "A component without a code or without a package is passed over without a word. With an empty installBase its "
+                 "files are looked for from \"/\".",
+       .mend = "give the component its code, its package and its folder",
+       .bad = session_with(R"({
+  "mode": "install",
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "components": [{
+    "code": "", "installBase": ".", "installDir": "tools", "install": true,
+    "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
+    "package": { "files": ["etc/eclipse/tools.txt"] }
+  }]
+}
+)"),
+       .good = session_with(good_session),
+       .check = check_never_searched},
+      {.name = "descriptor-unreadable",
+       .severity = Severity::error,
+       .title = "a descriptor file cannot be read",
+       .effect = "It counts as empty. Nothing is logged.",
+       .mend = "make it readable for whoever runs the installer",
+       .bad = {"tools.txt", {{.name = "tools.txt", .content = line_of_one, .permissions = 0}}},
+       .good = {"tools.txt", {{"tools.txt", line_of_one}}},
+       .check = check_unreadable},
+      {.name = "capability-and-descriptors-disagree",
+       .severity = Severity::warning,
+       .title = "a component has descriptor files but no ECLIPSE_PLUGIN capability, or the reverse",
+       .effect = "The installer is told by the capabilities alone whether integration is needed: it may leave it out although "
+                 "there are features, or ask the user for an Eclipse although there are none.",
+       .mend = "give the component a capability whose name contains ECLIPSE_PLUGIN exactly when it has descriptor files",
+       .bad = session_with(R"({
+  "mode": "install",
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "components": [{
+    "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
+    "package": { "files": ["etc/eclipse/tools.txt"] }
+  }]
+}
+)"),
+       .good = session_with(good_session),
+       .check = check_capability},
+  };
+}
+
+}  // namespace eclipse_lint

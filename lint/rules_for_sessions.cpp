@@ -1,0 +1,440 @@
+// Rules about what only a session tells.
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <set>
+
+#include "host/json_document.h"
+#include "lint/rule.h"
+#include "lint/texts.h"
+
+namespace fs = std::filesystem;
+using eclipse_host::in_quotes;
+
+namespace eclipse_lint {
+
+namespace {
+
+constexpr const char* offer =
+    "<?xml version='1.0'?>\n<repository><units>\n"
+    "  <unit id='org.example.one.feature.group' version='1.0.0'/>\n</units></repository>\n";
+constexpr const char* line_of_one = "Repository\tFeature\nsite\torg.example.one.feature.group\n";
+
+/// The longest text that the system takes as one argument of a program, as a shell's command line is.
+constexpr std::size_t longest_command = 131'071;
+
+/// A session file.
+std::string session(const std::string& mode, const std::string& variables, const std::string& components) {
+  return "{\n  \"mode\": \"" + mode + "\",\n  \"variables\": {" + variables + "},\n  \"components\": [" + components +
+         "\n  ]\n}\n";
+}
+
+constexpr const char* ide = R"(
+    {
+      "code": "ide", "installBase": ".", "installDir": "ide", "install": true,
+      "capabilities": ["ECLIPSE_IDE"], "package": { "files": ["eclipse"] }
+    },)";
+
+constexpr const char* tools = R"(
+    {
+      "code": "tools", "installBase": ".", "installDir": "tools", "install": true, "remove": true,
+      "capabilities": ["TOOLS_ECLIPSE_PLUGIN"], "package": { "files": ["etc/eclipse/tools.txt"] }
+    })";
+
+constexpr const char* installed_tools = R"(
+    {
+      "code": "tools", "installBase": ".", "installDir": "tools", "installed": true,
+      "capabilities": ["TOOLS_ECLIPSE_PLUGIN"], "package": { "files": ["etc/eclipse/tools.txt"] }
+    })";
+
+constexpr const char* internal_choice = R"( "ECLIPSE_INTEGRATION_CHOICE": "internal", "ECLIPSE_BIN": "eclipse" )";
+
+/// The variables of a user's own Eclipse; `more` begins with a comma when it is not empty.
+std::string user_choice(const std::string& path, const std::string& more = "") {
+  return R"(
+    "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse",
+    "USER_DEFINED_ECLIPSE_PATH": ")" +
+         path + "\"" + more + "\n  ";
+}
+
+std::string internal_session(const std::string& mode = "install") {
+  return session(mode, internal_choice, std::string(ide) + tools);
+}
+
+std::string user_session() { return session("install", user_choice("ide/eclipse"), tools); }
+
+/// The session file with the component "tools" and an Eclipse in the folder "ide".
+Sample product(const std::string& session_file, const std::vector<SampleFile>& others = {}) {
+  std::vector<SampleFile> files = {{"session.json", session_file},
+                                   {"ide/eclipse", "#!/bin/sh\n", 0755},
+                                   {"tools/etc/eclipse/tools.txt", line_of_one},
+                                   {"tools/site/content.xml", offer}};
+  files.insert(files.end(), others.begin(), others.end());
+  return {"session.json", std::move(files)};
+}
+
+constexpr const char* profile_name = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile";
+
+bool has_line(const RecordedRun& run, std::string_view line) {
+  return std::find(run.log.begin(), run.log.end(), line) != run.log.end();
+}
+
+bool is_choice(const SessionFacts& facts, std::string_view choice) {
+  return facts.variable("ECLIPSE_INTEGRATION_CHOICE") == choice;
+}
+
+// ---- The executable ----
+
+void check_executable(const Product& product, Reporter& reporter) {
+  if (!product.session) return;
+  const SessionFacts& facts = *product.session;
+  std::string executable;
+  if (is_choice(facts, "user")) executable = facts.variable("USER_DEFINED_ECLIPSE_PATH");
+  if (is_choice(facts, "internal") && !facts.executables.empty()) executable = facts.executables.back();
+  if (executable.empty()) return;
+  const Place& place = facts.place_of(is_choice(facts, "user") ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN");
+  const std::size_t odd = executable.find_first_of(std::string(special_without_quotes) + " \t?");
+  if (odd != std::string::npos) {
+    reporter.report(place, in_quotes(executable) + " has a blank or another of the shell's own characters in it");
+  } else if (fs::exists(executable) && access(executable.c_str(), X_OK) != 0) {
+    reporter.report(place, in_quotes(executable) + " is not executable", "make it executable: chmod +x");
+  }
+}
+
+void check_user_path(const Product& product, Reporter& reporter) {
+  if (!product.session) return;
+  const std::string path = product.session->variable("USER_DEFINED_ECLIPSE_PATH");
+  if (path.find('\\') == std::string::npos && !path.ends_with('\n') && !path.ends_with('\r')) return;
+  reporter.report(product.session->place_of("USER_DEFINED_ECLIPSE_PATH"),
+                  in_quotes(path) + " has backslashes or a line end at its end");
+}
+
+std::string base_name(const std::string& listed) {
+  std::string name = with_slashes(listed);
+  name.erase(name.find_last_not_of("\r\n") + 1);
+  return fs::path(name).filename().string();
+}
+
+void check_executable_name(const Product& product, Reporter& reporter) {
+  if (!product.session) return;
+  const SessionFacts& facts = *product.session;
+  const std::string name = facts.variable("ECLIPSE_BIN");
+  if (name.find_first_of("/\\") != std::string::npos) {
+    reporter.report(facts.place_of("ECLIPSE_BIN"), in_quotes(name) + " is a path, not a file name");
+    return;
+  }
+  if (is_choice(facts, "user") || !facts.executables.empty()) return;
+  for (const Component& component : product.components) {
+    for (const ListedFile& file : component.files) {
+      const std::string listed = base_name(file.text);
+      if (listed == name || lower_case(listed) != lower_case(name)) continue;
+      reporter.report(facts.place_of("ECLIPSE_BIN"),
+                      in_quotes(name) + " differs in letter case from the listed " + in_quotes(file.text), "write " + listed);
+    }
+  }
+}
+
+void check_two_executables(const Product& product, Reporter& reporter) {
+  if (!product.session) return;
+  const auto& found = product.session->executables;
+  if (std::set(found.begin(), found.end()).size() < 2) return;
+  std::string list;
+  for (const std::string& executable : found) list += (list.empty() ? "" : ", ") + executable;
+  reporter.report(product.session->place_of("ECLIPSE_BIN"), "several components hold the executable: " + list);
+}
+
+// ---- Keywords and capabilities ----
+
+void check_choice(const Product& product, Reporter& reporter) {
+  if (!product.session) return;
+  constexpr std::array<std::string_view, 4> choices = {"", "internal", "user", "none"};
+  const std::string choice = product.session->variable("ECLIPSE_INTEGRATION_CHOICE");
+  if (std::find(choices.begin(), choices.end(), choice) != choices.end()) return;
+  reporter.report(product.session->place_of("ECLIPSE_INTEGRATION_CHOICE"), in_quotes(choice) + " is no choice");
+}
+
+/// The letters of a name, so that spellings which differ in case and separators are the same.
+std::string letters_of(std::string_view name) {
+  std::string letters;
+  for (const char byte : lower_case(name)) {
+    if (std::isalnum(static_cast<unsigned char>(byte)) != 0) letters += byte;
+  }
+  return letters;
+}
+
+bool holds_executable(const Component& component, const std::string& name) {
+  return !name.empty() && std::any_of(component.files.begin(), component.files.end(),
+                                      [&](const ListedFile& file) { return base_name(file.text) == name; });
+}
+
+void check_capabilities(const Product& product, Reporter& reporter) {
+  if (!product.session) return;
+  const SessionFacts& facts = *product.session;
+  for (const Component& component : product.components) {
+    bool is_ide = false;
+    bool is_misspelt = false;
+    for (std::size_t i = 0; i < component.capabilities.size(); ++i) {
+      const std::string& name = component.capabilities[i];
+      const std::string letters = letters_of(name);
+      const bool marks_ide = product.library->marks_ide(name);
+      const bool like_ide = letters.find("eclipseide") != std::string::npos && !marks_ide;
+      const bool like_plugin =
+          letters.find("eclipseplugin") != std::string::npos && !product.library->asks_for_integration({name});
+      is_ide = is_ide || marks_ide;
+      if (!like_ide && !like_plugin) continue;
+      is_misspelt = true;
+      reporter.report(component.capability_places[i],
+                      in_quotes(name) + " does not contain " + (like_ide ? "\"ECLIPSE_IDE\"" : "\"ECLIPSE_PLUGIN\""));
+    }
+    if (is_ide || is_misspelt || is_choice(facts, "user")) continue;
+    if (holds_executable(component, facts.variable("ECLIPSE_BIN"))) {
+      reporter.report(component.place,
+                      "the component holds the executable but has no capability that contains \"ECLIPSE_IDE\"");
+    }
+  }
+}
+
+// ---- What the run comes to ----
+
+void check_repositories(const Product& product, Reporter& reporter) {
+  if (!product.session || !product.session->run.commands.empty()) return;
+  const auto is_lost = [](const Record& record) { return !record.placement && !record.feature().empty(); };
+  const bool any_lost = std::any_of(product.records.begin(), product.records.end(), is_lost);
+  if (!any_lost || !has_line(product.session->run, "eclipse_int: feature or repo list is empty, skip integration")) return;
+  reporter.report(product.session->mode, "every repository is empty: nothing will be installed");
+}
+
+void check_length(const Product& product, Reporter& reporter) {
+  if (!product.session) return;
+  for (const std::string& command : product.session->run.commands) {
+    if (command.size() <= longest_command) continue;
+    reporter.report(product.session->mode, "the director's command has " + std::to_string(command.size()) +
+                                               " bytes, more than " + std::to_string(longest_command));
+  }
+}
+
+/// The instance that the run would change, as its log says.
+std::string instance_of(const RecordedRun& run) {
+  constexpr std::string_view begin = "eclipse_int: eclipse install subdir: ";
+  for (const std::string& line : run.log) {
+    if (line.starts_with(begin)) return line.substr(begin.size());
+  }
+  return "";
+}
+
+/// What a removal's first command asks the director to remove.
+std::vector<std::string> removed_units(const RecordedRun& run) {
+  constexpr std::string_view option = " -u ";
+  const std::string& command = run.commands.front();
+  const std::size_t start = command.find(option) + option.size();
+  return split(std::string_view(command).substr(start, command.rfind(" 2>&1") - start), ',');
+}
+
+void check_installed(const Product& product, Reporter& reporter) {
+  if (!product.session || !product.session->is_removal() || product.session->run.commands.empty()) return;
+  const auto installed = installed_units(instance_of(product.session->run));
+  if (!installed) return;
+  for (const std::string& unit : removed_units(product.session->run)) {
+    const std::string id(without_blanks(unit.substr(0, unit.find('/'))));
+    if (installed->count(id) != 0) continue;
+    const auto is_of = [&](const Record& record) { return record.placement && record.config->feature == unit; };
+    const auto record = std::find_if(product.records.begin(), product.records.end(), is_of);
+    reporter.report(record == product.records.end() ? product.session->mode : record->place(1),
+                    in_quotes(id) + " is not installed in the instance");
+  }
+}
+
+void check_files_gone(const Product& product, Reporter& reporter) {
+  if (!product.session || !product.session->is_removal()) return;
+  if (!has_line(product.session->run, "eclipse_int: feature list is empty")) return;
+  for (const Component& component : product.components) {
+    if (!component.catalogue->selected_for_removal) continue;
+    if (!product.library->asks_for_integration(component.capabilities)) continue;
+    reporter.report(component.place,
+                    "the component's descriptor files are not there any more: the run finds nothing to remove");
+  }
+}
+
+void check_minimum(const Product& product, Reporter& reporter) {
+  if (!product.session) return;
+  const std::string minimum = product.session->variable("ECLIPSE_MIN_SUPPORTED_VERSION");
+  const auto parts = split(minimum, '.');
+  if (parts.size() < 2 || parts[1].size() != 1 || parts[1] < "2" || parts[1] > "9") return;
+  const std::string later = parts[0] + ".10";
+  reporter.report(product.session->place_of("ECLIPSE_MIN_SUPPORTED_VERSION"),
+                  "versions are compared as texts: " + later + " and those after it come before " + minimum);
+}
+
+void check_new_instance(const Product& product, Reporter& reporter) {
+  if (!product.session || product.session->is_removal()) return;
+  const auto& files = product.session->run.files;
+  std::string list;
+  for (const Component& component : product.components) {
+    if (component.catalogue->selected_for_install) continue;
+    const auto was_read = [&](const ListedFile& file) {
+      return file.descriptor && std::find(files.begin(), files.end(), file.descriptor->path) != files.end();
+    };
+    if (std::none_of(component.files.begin(), component.files.end(), was_read)) continue;
+    list += (list.empty() ? "" : ", ") + in_quotes(component.catalogue->code);
+  }
+  if (list.empty()) return;
+  reporter.report(product.session->mode, "the instance is new, so it also gets the features of " + list);
+}
+
+const std::string& long_descriptor() {
+  static const std::string descriptor = [] {
+    std::string name = "org.example";
+    for (int i = 0; i < 40; ++i) name += ".very.long";
+    std::string text;
+    for (int i = 1; i <= 320; ++i) text += "site.zip\t" + name + "." + std::to_string(i) + ".feature.group\n";
+    return text;
+  }();
+  return descriptor;
+}
+
+Sample long_product() {
+  return {"session.json",
+          {{"session.json", user_session()},
+           {"ide/eclipse", "#!/bin/sh\n", 0755},
+           {"tools/etc/eclipse/tools.txt", long_descriptor()},
+           {"tools/site.zip", "an archive\n"}}};
+}
+
+}  // namespace
+
+std::vector<Rule> rules_for_sessions() {
+  return {
+      {.name = "executable-not-startable",
+       .severity = Severity::error,
+       .title = "the Eclipse executable's path needs quoting, or the file is not executable",
+       .effect = "The path stands in the command without quotes, so the shell cuts it at a blank: every command of the session "
+                 "ends with 127, or with 126 when what it found is not executable.",
+       .mend = "move the Eclipse to a path without blanks and special characters",
+       .bad = product(session("install", user_choice("my ide/eclipse"), tools), {{"my ide/eclipse", "#!/bin/sh\n", 0755}}),
+       .good = product(user_session()),
+       .check = check_executable},
+      {.name = "choice-misspelled",
+       .severity = Severity::error,
+       .title = "ECLIPSE_INTEGRATION_CHOICE has another value than internal, user or none",
+       .effect = "Keywords are compared letter by letter. Any other choice means that nothing is integrated, and the run "
+                 "reports success.",
+       .mend = "write internal, user or none, in lower case",
+       .bad = product(session("install", R"( "ECLIPSE_INTEGRATION_CHOICE": "Internal", "ECLIPSE_BIN": "eclipse" )",
+                              std::string(ide) + tools)),
+       .good = product(internal_session()),
+       .check = check_choice},
+      {.name = "user-path-not-plain",
+       .severity = Severity::error,
+       .title = "USER_DEFINED_ECLIPSE_PATH has backslashes or a line end",
+       .effect = "The check of the path mends a copy and says yes; everything else takes the path as it is and silently does "
+                 "nothing.",
+       .mend = "write the path with \"/\" and without a line end",
+       .bad = product(session("install", user_choice(R"(ide\\eclipse)"), tools)),
+       .good = product(user_session()),
+       .check = check_user_path},
+      {.name = "executable-name-unmatched",
+       .severity = Severity::error,
+       .title = "ECLIPSE_BIN is a path, or differs in letter case from the listed file",
+       .effect = "The executable is never found among the components: names are compared exactly, although the check of the "
+                 "user's own path ignores letter case.",
+       .mend = "write the file name alone, as the package lists it",
+       .bad = product(session("install", R"( "ECLIPSE_INTEGRATION_CHOICE": "internal", "ECLIPSE_BIN": "Eclipse" )",
+                              std::string(ide) + tools)),
+       .good = product(internal_session()),
+       .check = check_executable_name},
+      {.name = "capability-misspelled",
+       .severity = Severity::error,
+       .title = "a capability is spelt nearly like ECLIPSE_IDE or ECLIPSE_PLUGIN, or an IDE has none",
+       .effect = "Capabilities are compared letter by letter: the component is no IDE, or brings no Eclipse features. An IDE "
+                 "that is not known as one is not searched for the executable.",
+       .mend = "give it a capability whose name contains ECLIPSE_IDE, or ECLIPSE_PLUGIN",
+       .bad = product(session("install", internal_choice, R"(
+    {
+      "code": "ide", "installBase": ".", "installDir": "ide", "install": true,
+      "capabilities": ["eclipse_ide"], "package": { "files": ["eclipse"] }
+    },)" + std::string(tools))),
+       .good = product(internal_session()),
+       .check = check_capabilities},
+      {.name = "executable-found-twice",
+       .severity = Severity::warning,
+       .title = "several IDE components hold the executable",
+       .effect = "The last one counts, in the order of the capabilities' names and of the packages' lists.",
+       .mend = "ship one IDE, or list the executable in one package only",
+       .bad = product(session("install", internal_choice, R"(
+    {
+      "code": "ide", "installBase": ".", "installDir": "ide", "install": true,
+      "capabilities": ["ECLIPSE_IDE_1"], "package": { "files": ["eclipse"] }
+    },
+    {
+      "code": "other", "installBase": ".", "installDir": "other", "install": true,
+      "capabilities": ["ECLIPSE_IDE_2"], "package": { "files": ["eclipse"] }
+    },)" + std::string(tools)),
+                      {{"other/eclipse", "#!/bin/sh\n", 0755}}),
+       .good = product(internal_session()),
+       .check = check_two_executables},
+      {.name = "every-repository-empty",
+       .severity = Severity::warning,
+       .title = "there are features, but every repository is empty",
+       .effect = "The run logs \"feature or repo list is empty, skip integration\" and reports success.",
+       .mend = "write the repositories into column 1",
+       .bad = {"session.json",
+               {{"session.json", internal_session()},
+                {"ide/eclipse", "#!/bin/sh\n", 0755},
+                {"tools/etc/eclipse/tools.txt", "\torg.example.one.feature.group\n"}}},
+       .good = product(internal_session()),
+       .check = check_repositories},
+      {.name = "command-too-long",
+       .severity = Severity::error,
+       .title = "the director's command is longer than the system allows",
+       .effect =
+           "The shell cannot be started with it, so the run for all features at once fails; then each feature is tried alone.",
+       .mend = "group the features: one that includes the others is installed with them",
+       .bad = long_product(),
+       .good = product(user_session()),
+       .check = check_length},
+      {.name = "unit-not-installed",
+       .severity = Severity::error,
+       .title = "a removal names a unit that the instance does not have",
+       .effect = "The director removes all units or none, so nothing is removed. What the plug-in tries after that is a text "
+                 "which the shell does not understand.",
+       .mend = "take it out of what is removed, or install it again before",
+       .bad = product(internal_session("uninstall"),
+                      {{profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}}),
+       .good = product(internal_session("uninstall"),
+                       {{profile_name, "<profile><units><unit id='org.example.one.feature.group'/></units></profile>\n"}}),
+       .check = check_installed},
+      {.name = "removal-after-deletion",
+       .severity = Severity::error,
+       .title = "features are to be removed after their descriptor files were deleted",
+       .effect = "The features are read from the descriptor files. Without them the run logs \"feature list is empty\", "
+                 "reports success, and the features stay.",
+       .mend = "run the removal before the component's files are deleted",
+       .bad = {"session.json",
+               {{"session.json", internal_session("uninstall")}, {"ide/eclipse", "#!/bin/sh\n", 0755}, {"tools/", ""}}},
+       .good = product(internal_session("uninstall")),
+       .check = check_files_gone},
+      {.name = "minimum-version-compared-as-text",
+       .severity = Severity::warning,
+       .title = "newer versions of Eclipse come before the minimum version",
+       .effect = "Versions are compared as texts, byte by byte: 4.10 comes before 4.7, and its user is refused.",
+       .mend = "give a minimum of 4.10 or later, or none",
+       .bad = product(session("install", user_choice("ide/eclipse", R"(, "ECLIPSE_MIN_SUPPORTED_VERSION": "4.7")"), tools),
+                      {{"ide/configuration/config.ini", "eclipse.buildId=4.10.0\n"}}),
+       .good = product(session("install", user_choice("ide/eclipse", R"(, "ECLIPSE_MIN_SUPPORTED_VERSION": "4.10")"), tools),
+                       {{"ide/configuration/config.ini", "eclipse.buildId=4.10.0\n"}}),
+       .check = check_minimum},
+      {.name = "new-instance-gets-everything",
+       .severity = Severity::note,
+       .title = "the instance is new in this run",
+       .effect = "It gets the features of all components, not only of those that are selected.",
+       .mend = "nothing if that is meant; else keep CASHED_ECLIPSE_PATH from the run before",
+       .bad = product(session("modify", user_choice("ide/eclipse"), installed_tools)),
+       .good =
+           product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"), installed_tools)),
+       .check = check_new_instance},
+  };
+}
+
+}  // namespace eclipse_lint

@@ -1,0 +1,40 @@
+// Update sites, as far as they tell without a director what they offer.
+#ifndef ECLIPSE_INT_LINT_SITE_H
+#define ECLIPSE_INT_LINT_SITE_H
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace eclipse_lint {
+
+/// The ids of units, each with its versions.
+using Units = std::map<std::string, std::set<std::string>>;
+
+struct Site {
+  bool exists = false;
+  bool is_directory = false;
+  bool is_repository = false;  ///< it has p2 metadata
+  std::string nested;          ///< when it has none: a folder inside it that has
+  /// What it offers; nothing when that cannot be read here, as in a composite of remote sites.
+  std::optional<Units> units;
+};
+
+/// The sites that were looked into so far.
+class Sites {
+ public:
+  /// The site at a path, a directory or an archive. It stays where it is.
+  const Site& at(const std::filesystem::path& path);
+
+ private:
+  std::map<std::filesystem::path, Site> sites_;
+};
+
+/// The ids of the units that the newest profile of an instance has; nothing when there is none to be read.
+std::optional<std::set<std::string>> installed_units(const std::filesystem::path& instance);
+
+}  // namespace eclipse_lint
+
+#endif

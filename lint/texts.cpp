@@ -1,0 +1,89 @@
+#include "lint/texts.h"
+
+#include <algorithm>
+#include <cctype>
+#include <numeric>
+#include <utility>
+
+namespace eclipse_lint {
+
+namespace {
+
+char lower(char letter) { return static_cast<char>(std::tolower(static_cast<unsigned char>(letter))); }
+
+bool is_letter(char byte) { return std::isalpha(static_cast<unsigned char>(byte)) != 0; }
+
+bool is_word(std::string_view text) {
+  const auto belongs = [](char byte) {
+    return std::isalnum(static_cast<unsigned char>(byte)) != 0 || byte == '_' || byte == '-';
+  };
+  return !text.empty() && std::all_of(text.begin(), text.end(), belongs);
+}
+
+}  // namespace
+
+std::string lower_case(std::string_view text) {
+  std::string lowered(text);
+  std::transform(text.begin(), text.end(), lowered.begin(), lower);
+  return lowered;
+}
+
+std::string with_slashes(std::string_view listed) {
+  std::string converted(listed);
+  std::replace(converted.begin(), converted.end(), '\\', '/');
+  return converted;
+}
+
+std::vector<std::string> split(std::string_view text, char separator) {
+  std::vector<std::string> pieces;
+  for (std::size_t end; (end = text.find(separator)) != text.npos; text.remove_prefix(end + 1)) {
+    pieces.emplace_back(text.substr(0, end));
+  }
+  pieces.emplace_back(text);
+  return pieces;
+}
+
+std::string_view without_blanks(std::string_view text) {
+  constexpr std::string_view blanks = " \t\r\v\f";
+  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+  return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
+std::size_t distance(std::string_view from, std::string_view to) {
+  std::vector<std::size_t> row(to.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < from.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < to.size(); ++j) {
+      const std::size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
+      diagonal = std::exchange(row[j + 1], std::min({replaced, row[j] + 1, row[j + 1] + 1}));
+    }
+  }
+  return row.back();
+}
+
+bool looks_like_feature(std::string_view text) {
+  const auto words = split(text, '.');
+  return words.size() > 2 && std::all_of(words.begin(), words.end(), is_word) && is_letter(text.front());
+}
+
+bool has_drive_letter(std::string_view repository) {
+  return repository.size() > 2 && is_letter(repository[0]) && repository[1] == ':' &&
+         (repository[2] == '/' || repository[2] == '\\');
+}
+
+bool has_scheme(std::string_view repository) {
+  const std::size_t colon = repository.find(':');
+  return colon != repository.npos && colon > 1 && is_word(repository.substr(0, colon)) && is_letter(repository[0]);
+}
+
+bool is_archive(const Record& record) { return record.placement && record.placement->url.starts_with("\"jar:"); }
+
+bool is_plain_repository(const Record& record) {
+  const std::string_view text = record.repository();
+  if (text.empty() || text.starts_with('/') || has_scheme(text) || has_drive_letter(text)) return false;
+  if (text != without_blanks(text) || (!is_archive(record) && text.find(' ') != text.npos)) return false;
+  return text.find_first_of(special_without_quotes) == text.npos && text.find_first_of("\\,%#?") == text.npos;
+}
+
+}  // namespace eclipse_lint

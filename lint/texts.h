@@ -1,0 +1,41 @@
+// What a shell, a director or a person sees in the texts of descriptors.
+#ifndef ECLIPSE_INT_LINT_TEXTS_H
+#define ECLIPSE_INT_LINT_TEXTS_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lint/product.h"
+
+namespace eclipse_lint {
+
+std::string lower_case(std::string_view text);
+std::string with_slashes(std::string_view listed);
+std::vector<std::string> split(std::string_view text, char separator);
+std::string_view without_blanks(std::string_view text);
+
+/// How many letters have to be put in, left out or replaced to make one word of the other.
+std::size_t distance(std::string_view from, std::string_view to);
+
+/// Two or more words with dots between them, as ids of features are; ".feature.group" may follow.
+bool looks_like_feature(std::string_view text);
+
+/// The characters that a shell interprets in a word without quotes, blanks and backslashes aside, and in double quotes.
+inline constexpr std::string_view special_without_quotes = ";&|<>()$`'\"*[]";
+inline constexpr std::string_view special_in_quotes = "$`\"";
+
+/// True for a URL or a drive letter, as in "http:" and "C:".
+bool has_scheme(std::string_view repository);
+bool has_drive_letter(std::string_view repository);
+
+/// True when the record's site is written as an archive, so that it stands in double quotes in the command.
+bool is_archive(const Record& record);
+
+/// True when the repository is a plain relative path, which nothing on its way to the director takes for something else.
+bool is_plain_repository(const Record& record);
+
+}  // namespace eclipse_lint
+
+#endif

@@ -1,0 +1,134 @@
+// lint and explain as users have them.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "fake_host/temporary_folder.h"
+#include "host/shell.h"
+
+using fake::write_file;
+
+namespace {
+
+class LintCommand : public testing::Test {
+ protected:
+  LintCommand() {
+    write_file("good.txt", "sites/alpha\torg.example.alpha.feature.group\n");
+    write_file("warned.txt", "sites/alpha\torg.example.alpha\n");
+    write_file("noted.txt", "sites/alpha\torg.example.alpha.feature.group\tx\n");
+    write_file("bad.txt", "sites/alpha\torg.example.alpha.feature.group\nsites/beta org.example.beta.feature.group\n");
+  }
+
+  eclipse_host::CommandResult eclipse_int(const std::string& arguments) const {
+    return eclipse_host::run_in_shell("'" ECLIPSE_INT_COMMAND "' " + arguments);
+  }
+  int status(const std::string& arguments) const { return eclipse_int(arguments).exit_code; }
+
+  const fake::TemporaryFolder folder;
+};
+
+TEST_F(LintCommand, IsSilentWhereThereIsNothingToSay) {
+  const auto lint = eclipse_int("lint good.txt");
+  EXPECT_EQ(lint.exit_code, 0);
+  EXPECT_EQ(lint.output + lint.error_output, "");
+}
+
+TEST_F(LintCommand, TellsPlaceEffectAndMend) {
+  const auto lint = eclipse_int("lint good.txt bad.txt");
+  EXPECT_EQ(lint.exit_code, 1);
+  EXPECT_EQ(lint.error_output, "");
+  EXPECT_EQ(lint.output,
+            "bad.txt:2:1: error: this looks like data but has no tab: the line is dropped [line-without-tab]\n"
+            "  2 | sites/beta org.example.beta.feature.group\n"
+            "    | ^~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~\n"
+            "  effect: Only tabs separate columns, so the line has one column, and it is dropped without a word.\n"
+            "  mend: separate repository and feature by one tab\n");
+}
+
+TEST_F(LintCommand, SeverityDecidesTheExitStatus) {
+  EXPECT_EQ(status("lint warned.txt noted.txt"), 0);
+  EXPECT_EQ(status("lint --severity error warned.txt"), 0);
+  EXPECT_EQ(status("lint --severity warning warned.txt"), 1);
+  EXPECT_EQ(status("lint --severity warning noted.txt"), 0);
+  EXPECT_EQ(status("lint --severity note noted.txt"), 1);
+  EXPECT_EQ(status("lint --severity note good.txt"), 0);
+}
+
+TEST_F(LintCommand, RulesCanBeLeftOutOrSetAside) {
+  EXPECT_EQ(status("lint --disable line-without-tab bad.txt"), 0);
+  write_file("overrides.json", R"([{"rule": "line-without-tab", "file": "bad.txt", "line": 2, "reason": "an old line"}])");
+  const auto lint = eclipse_int("lint --overrides overrides.json bad.txt");
+  EXPECT_EQ(lint.exit_code, 0);
+  EXPECT_EQ(lint.output, "");
+  const auto json = nlohmann::json::parse(eclipse_int("lint --format json --overrides overrides.json bad.txt").output);
+  EXPECT_EQ(json["findings"][0]["override"], "an old line");
+}
+
+TEST_F(LintCommand, FormatsAreOfTheSameFindings) {
+  const auto json = nlohmann::json::parse(eclipse_int("lint --format json bad.txt warned.txt").output);
+  const auto sarif = nlohmann::json::parse(eclipse_int("lint --format sarif bad.txt warned.txt").output);
+  ASSERT_EQ(json["findings"].size(), 2U);
+  const auto& results = sarif["runs"][0]["results"];
+  for (const std::size_t i : {0U, 1U}) EXPECT_EQ(results[i]["ruleId"], json["findings"][i]["rule"]);
+  EXPECT_EQ(nlohmann::json::parse(eclipse_int("lint --format json good.txt").output)["findings"].size(), 0U);
+}
+
+TEST_F(LintCommand, FaultsOfInputsDoNotKeepTheOthersFromBeingChecked) {
+  const auto lint = eclipse_int("lint missing.txt bad.txt");
+  EXPECT_EQ(lint.exit_code, 2);
+  EXPECT_EQ(
+      lint.error_output,
+      "eclipse-int: missing.txt: is not there; give a descriptor file, the folder of a component or a session file (.json)\n");
+  EXPECT_NE(lint.output.find("[line-without-tab]"), std::string::npos);
+  write_file("session.json", "{\"mode\": \"instal\", \"components\": []}");
+  EXPECT_EQ(eclipse_int("lint session.json").error_output,
+            "eclipse-int: session.json:1:10: mode: \"instal\" is no mode; write \"install\", \"modify\" or \"uninstall\"\n");
+}
+
+TEST_F(LintCommand, FaultsOfArgumentsAreStatus2) {
+  for (const std::string arguments :
+       {"lint", "lint --format xml good.txt", "lint --severity fatal good.txt", "lint --overrides no.json good.txt",
+        "lint --disable no-such-rule good.txt", "lint --plugin good.txt good.txt", "explain no-such-rule"}) {
+    const auto command = eclipse_int(arguments);
+    EXPECT_EQ(command.exit_code, 2) << arguments;
+    EXPECT_EQ(command.output, "") << arguments;
+    EXPECT_NE(command.error_output, "") << arguments;
+  }
+}
+
+/// The output of a command that is run on a terminal.
+std::string on_terminal(const std::string& command) {
+  write_file("terminal.py", "import pty, sys\npty.spawn(['/bin/sh', '-c', sys.argv[1]])\n");
+  return eclipse_host::run_in_shell("/usr/bin/python3 terminal.py \"" + command + "\"").output;
+}
+
+TEST_F(LintCommand, IsColouredOnATerminalOnly) {
+  EXPECT_EQ(eclipse_int("lint bad.txt").output.find('\x1B'), std::string::npos);
+  EXPECT_NE(on_terminal("unset NO_COLOR; " ECLIPSE_INT_COMMAND " lint bad.txt").find("\x1B[1;31merror:\x1B[0m"),
+            std::string::npos);
+  const std::string plain = on_terminal("NO_COLOR=1 " ECLIPSE_INT_COMMAND " lint bad.txt");
+  EXPECT_EQ(plain.find('\x1B'), std::string::npos);
+  EXPECT_NE(plain.find("[line-without-tab]"), std::string::npos);
+}
+
+TEST_F(LintCommand, ExplainTellsOfRules) {
+  const auto one = eclipse_int("explain line-without-tab");
+  EXPECT_EQ(one.exit_code, 0);
+  EXPECT_EQ(one.output.substr(0, one.output.find('\n')),
+            "line-without-tab (error): a data line has blanks, commas or semicolons where its tab should be");
+  EXPECT_NE(eclipse_int("explain").output.find("\nline-without-tab "), std::string::npos);
+  EXPECT_EQ(eclipse_int("explain line-without-tabs").error_output,
+            "eclipse-int: RULE: there is no rule \"line-without-tabs\"; did you mean \"line-without-tab\"?\n"
+            "Run with --help for more information.\n");
+}
+
+TEST_F(LintCommand, ManualIsUpToDate) {
+  std::ostringstream manual;
+  manual << std::ifstream(LINT_RULES_MANUAL).rdbuf();
+  EXPECT_EQ(manual.str(), eclipse_int("explain --manual").output)
+      << "write it anew: eclipse-int explain --manual > docs/lint-rules.md";
+}
+
+}  // namespace

@@ -1,0 +1,47 @@
+"""Follows a chapter in an empty folder: follow_chapter.py CHAPTER COMMAND PREPARED
+
+Runs each block marked "sh" in turn. What a block prints has to be the block marked "text" behind it; a block without one has to be
+silent and to succeed. COMMAND is the eclipse-int to use, PREPARED the folder that director/prepare has filled.
+"""
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+
+def steps_of(chapter):
+    blocks = re.findall(r"^```(sh|text)\n(.*?)^```$", chapter, re.MULTILINE | re.DOTALL)
+    for index, (kind, content) in enumerate(blocks):
+        if kind == "sh":
+            behind = blocks[index + 1] if index + 1 < len(blocks) else ("sh", "")
+            yield content, behind[1] if behind[0] == "text" else None
+
+
+def follow(chapter, command, prepared, folder):
+    eclipse = os.path.join(folder, "ide", "eclipse")
+    shutil.copytree(os.path.join(prepared, "instance"), os.path.dirname(eclipse), symlinks=True)
+    work = os.path.join(folder, "work")
+    os.mkdir(work)
+    environment = dict(os.environ, SITES=os.path.join(prepared, "sites"), ECLIPSE=eclipse,
+                       PATH=os.path.dirname(command) + ":" + os.environ["PATH"])
+    count = 0
+    for step, expected in steps_of(chapter):
+        count += 1
+        run = subprocess.run(["/bin/sh", "-c", step], cwd=work, env=environment, text=True, check=False,
+                             stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        if run.stdout != (expected or "") or (expected is None and run.returncode != 0):
+            sys.exit(f"This step\n{step}\nended with {run.returncode} and printed\n{run.stdout}\ninstead of\n{expected or ''}")
+    if count < 5:
+        sys.exit(f"the chapter has {count} steps; it is read wrongly")
+    print(f"{count} steps done")
+
+
+def main():
+    chapter, command, prepared = sys.argv[1:]
+    with open(chapter, encoding="utf-8") as file, tempfile.TemporaryDirectory() as folder:
+        follow(file.read(), os.path.abspath(command), os.path.abspath(prepared), folder)
+
+
+main()

@@ -1,0 +1,248 @@
+// What the rules of lint say about the director, with the director itself. Each test also lints the very session that it ran.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "director/product.h"
+#include "host/shell.h"
+
+namespace fs = std::filesystem;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+const fs::path prepared = ECLIPSE_INT_DIRECTOR_FOLDER;
+
+constexpr auto alpha = "sites/alpha\torg.example.alpha.feature.group\n";
+
+/// The rules that have a finding in the session that the product ran last.
+std::vector<std::string> rules_broken_by(const Product& product) {
+  const std::string session = (product.folder() / "session.json").string();
+  const auto lint = eclipse_host::run_in_shell("'" ECLIPSE_INT_COMMAND "' lint --format json '" + session + "'");
+  std::vector<std::string> rules;
+  const auto result = nlohmann::json::parse(lint.output);
+  for (const auto& finding : result.at("findings")) rules.push_back(finding.at("rule"));
+  return rules;
+}
+
+void write(const fs::path& file, const std::string& text) { std::ofstream(file, std::ios::binary) << text; }
+
+std::string output_of(const Outcome& outcome, std::size_t command) { return outcome.result["commands"][command]["output"]; }
+
+/// A product with the site alpha, and with a copy of it under another name.
+void add_alpha_as(Product& product, const std::string& name, const std::string& descriptor) {
+  product.component("tools", {"alpha"}, descriptor);
+  const fs::path sites = product.folder() / "tools/sites";
+  fs::copy(prepared / "sites/alpha", sites / name, fs::copy_options::recursive);
+}
+
+}  // namespace
+
+TEST(LintDirector, CleanProductHasNoFindingAndGoesIn) {
+  Product product;
+  product.component("tools", {"alpha", "beta.zip"},
+                    std::string(alpha) + "sites/beta.zip\torg.example.beta.feature.group\t\t1\n");
+  EXPECT_EQ(product.run("install").status, 0);
+  EXPECT_THAT(rules_broken_by(product), IsEmpty());
+  EXPECT_EQ(product.installed(), features({"alpha", "beta"}));
+}
+
+TEST(LintDirector, ArchiveInCapitalsCannotBeLoaded) {
+  Product product;
+  product.component("tools", {}, "sites/beta.ZIP\torg.example.beta.feature.group\n");
+  fs::create_directories(product.folder() / "tools/sites");
+  fs::copy(prepared / "sites/beta.zip", product.folder() / "tools/sites/beta.ZIP");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), Contains("archive-not-recognised"));
+}
+
+TEST(LintDirector, FolderCalledZipCannotBeLoaded) {
+  Product product;
+  add_alpha_as(product, "alpha.zip", "sites/alpha.zip\torg.example.alpha.feature.group\n");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("folder-called-zip"));
+}
+
+TEST(LintDirector, CommaInARepositoryMakesEveryCommandFail) {
+  Product product;
+  add_alpha_as(product, "a,b", std::string(alpha) + "sites/a,b\torg.example.alpha.feature.group\n");
+  EXPECT_THAT(product.run("install").exit_codes(), Each(13));
+  EXPECT_THAT(rules_broken_by(product), Contains("comma-in-repository"));
+}
+
+TEST(LintDirector, CharactersOfUrlsMakeARepositoryUnloadable) {
+  for (const std::string name : {"a%20b", "a#b", "a?b"}) {
+    Product product;
+    add_alpha_as(product, name, "sites/" + name + "\torg.example.alpha.feature.group\n");
+    EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13)) << name;
+    EXPECT_THAT(rules_broken_by(product), Contains("url-character-in-repository")) << name;
+  }
+}
+
+TEST(LintDirector, MissingRepositoryIsOnlyMentionedBesideAnother) {
+  Product product;
+  product.component("tools", {"alpha"}, std::string(alpha) + "sites/missing\torg.example.alpha.feature.group\n");
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(0));
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("There were errors."));
+  EXPECT_THAT(rules_broken_by(product), Contains("site-missing"));
+}
+
+TEST(LintDirector, MissingRepositoryAloneFails) {
+  Product product;
+  product.component("tools", {}, alpha);
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), Contains("site-missing"));
+}
+
+TEST(LintDirector, FolderWithoutMetadataCannotBeLoaded) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites\torg.example.alpha.feature.group\n");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("site-without-metadata"));
+}
+
+TEST(LintDirector, FeatureWithoutItsSuffixIsNotFound) {
+  Product product;
+  product.component("tools", {"alpha", "gamma"},
+                    "sites/alpha\torg.example.alpha\nsites/gamma\torg.example.gamma.feature.group\n");
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13, 0));
+  EXPECT_EQ(outcome.variable("QN_SCRIPTS_FAILED"), "yes");
+  EXPECT_EQ(product.installed(), features({"gamma"}));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-without-group-suffix"));
+}
+
+TEST(LintDirector, FeatureInOtherLetterCaseIsNotFound) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.Alpha.feature.group\n");
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("org.example.Alpha.feature.group has not been found."));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-not-offered"));
+}
+
+TEST(LintDirector, DashIsTakenForAnOption) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\t-org.example.alpha.feature.group\n");
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("Option -i requires an argument."));
+  EXPECT_THAT(rules_broken_by(product), Contains("feature-begins-with-option"));
+}
+
+TEST(LintDirector, HashMakesACommentOfTheRest) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\t#org.example.alpha.feature.group\n");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), Contains("feature-begins-with-option"));
+}
+
+TEST(LintDirector, WhatIsNoVersionBreaksTheDirectorOff) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group/latest.and.greatest\n");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-version-invalid"));
+}
+
+TEST(LintDirector, PinnedFeatureOfAnotherVersionIsNotRemovedAndKeepsTheOthers) {
+  Product product;
+  product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");
+  ASSERT_EQ(product.run("install").status, 0);
+  write(product.folder() / "tools/etc/eclipse/features.txt",
+        "sites/alpha\torg.example.alpha.feature.group/0.9.0\nsites/gamma\torg.example.gamma.feature.group\n");
+  const Outcome outcome = product.run("uninstall");
+  EXPECT_EQ(outcome.exit_codes().front(), 13);
+  EXPECT_EQ(product.installed(), features({"alpha", "gamma"}));
+  EXPECT_THAT(rules_broken_by(product), Contains("feature-pinned"));
+}
+
+TEST(LintDirector, CommaInAFeatureMakesTwoOfIt) {
+  Product product;
+  product.component("tools", {"alpha", "gamma"},
+                    "sites/alpha\torg.example.alpha.feature.group,org.example.gamma.feature.group\n"
+                    "sites/gamma\torg.example.gamma.feature.group\n");
+  EXPECT_EQ(product.run("install").status, 0);
+  EXPECT_EQ(product.installed(), features({"alpha", "gamma"}));
+  EXPECT_THAT(rules_broken_by(product), Contains("comma-in-feature"));
+}
+
+TEST(LintDirector, BundleIsInstalledAsItIs) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.plugin\n");
+  EXPECT_EQ(product.run("install").status, 0);
+  EXPECT_THAT(product.installed(), ElementsAre("org.example.alpha.plugin/1.0.0"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("unit-is-no-feature"));
+}
+
+TEST(LintDirector, RemovalOfAProductDeletesTheLauncher) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\tlocal.ide\n");
+  ASSERT_TRUE(fs::exists(product.executable()));
+  EXPECT_EQ(product.run("uninstall").status, 0);
+  EXPECT_FALSE(fs::exists(product.executable()));
+}
+
+TEST(LintDirector, ZeroByteLeavesNothingToDoAndThatSucceeds) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha + std::string("sites/\0beta\torg.example.beta.feature.group\n", 43));
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(0));
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("The argument specifying what to install or uninstall is missing."));
+  EXPECT_EQ(product.installed(), features({}));
+  EXPECT_THAT(rules_broken_by(product), Contains("not-8-bit-text"));
+}
+
+TEST(LintDirector, BlankBehindARepositoryMakesEveryCommandFail) {
+  Product product;
+  product.component("tools", {"alpha", "gamma"},
+                    "sites/alpha \torg.example.alpha.feature.group\nsites/gamma\torg.example.gamma.feature.group\n");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("blank-around-column"));
+}
+
+TEST(LintDirector, CommentWithATabMakesEveryCommandFail) {
+  Product product;
+  product.component("tools", {"alpha"}, "# sites/old\torg.example.old.feature.group\n" + std::string(alpha));
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("comment-is-data"));
+}
+
+TEST(LintDirector, HeaderWithAByteOrderMarkIsAFeatureThatIsNotFound) {
+  Product product;
+  product.component("tools", {"alpha"}, "\xEF\xBB\xBFRepository\tFeature\n" + std::string(alpha));
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13, 0));
+  EXPECT_EQ(product.installed(), features({"alpha"}));
+  EXPECT_THAT(rules_broken_by(product), Contains("byte-order-mark"));
+}
+
+TEST(LintDirector, UnitThatIsNotInstalledKeepsAllOthers) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  ASSERT_EQ(product.run("install").status, 0);
+  EXPECT_THAT(rules_broken_by(product), IsEmpty());
+  product.component("more", {"gamma"}, "sites/gamma\torg.example.gamma.feature.group\n");
+  EXPECT_EQ(product.run("uninstall").status, 1);
+  EXPECT_EQ(product.installed(), features({"alpha"}));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("unit-not-installed"));
+}
+
+TEST(LintDirector, HighestVersionOfAnySiteIsTaken) {
+  Product product;
+  product.component("tools", {"alpha"}, std::string(alpha) + "sites/newer\torg.example.alpha.feature.group\n");
+  const auto made =
+      eclipse_host::run_in_shell("ECLIPSE='" + product.executable().string() + "' '" DIRECTOR_SCRIPTS "/make-site' '" +
+                                 (product.folder() / "tools/sites/newer").string() + "' org.example.alpha 2.0.0 2>&1");
+  ASSERT_EQ(made.exit_code, 0) << made.output;
+  EXPECT_EQ(product.run("install").status, 0);
+  EXPECT_THAT(product.installed(), ElementsAre("org.example.alpha.feature.group/2.0.0"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-without-features", "feature-from-two-sites"));
+}

@@ -1,0 +1,180 @@
+// The exact places of findings, and where a rule begins and ends.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "lint/samples.h"
+
+using namespace eclipse_lint;
+using namespace lint_test;
+using fake::write_file;
+using Texts = std::vector<std::string>;
+
+namespace {
+
+constexpr const char* offer_of_one =
+    "<?xml version='1.0'?><repository><units>"
+    "<unit id='org.example.one.feature.group' version='1.0.0'/><unit id='org.example.one.plugin' version='1.0.0'/>"
+    "</units></repository>";
+
+/// The findings in a descriptor file by itself.
+Texts findings_in_lines(const std::string& content) {
+  const fake::TemporaryFolder folder;
+  write_file("t", content);
+  return summary_of(findings_in("t"));
+}
+
+TEST(Findings, StandAtTheirPlaces) {
+  const std::vector<std::pair<std::string, Texts>> cases = {
+      {"s org.example.a.feature.group\n", {"t:1:1+29 line-without-tab", "t descriptor-yields-nothing"}},
+      {"\n\ns,org.example.a.feature.group\n", {"t:3:1+29 line-without-tab", "t descriptor-yields-nothing"}},
+      {"Repository;Feature\ns\tx.y.feature.group\n", {"t:1:1+18 line-without-tab"}},
+      {"# sites/a org.example.a.feature.group\ns\tx.y.feature.group\n", {}},
+      {"The tools of Example\ns\tx.y.feature.group\n", {}},
+      {"sites/a\ns\tx.y.feature.group\n", {"t:1:1+7 feature-column-missing"}},
+      {"s\t\ns\tx.y.feature.group\n", {"t:1:1+1 feature-column-missing"}},
+      {"Repository\t\ns\tx.y.feature.group\n", {}},
+      {"\tx.y.feature.group\n", {"t:1:2+17 repository-empty"}},
+      {"\t\t\n", {}},
+      {"s\t\tx.y.feature.group\t1\n", {"t:1:1+1 repository-without-features", "t:1:4+17 feature-in-third-column"}},
+      {"#Repository\tFeature\ns\tx.y.feature.group\n", {"t:1:1+11 header-not-recognised"}},
+      {"\"Repository\"\t\"Feature\"\ns\tx.y.feature.group\n", {"t:1:1+12 header-not-recognised"}},
+      {"repository\tx.y.feature.group\n", {}},
+      {"\xEF\xBB\xBFs\tx.y.feature.group\n", {"t:1:1+3 byte-order-mark"}},
+      {"\xFF\xFEs\tx.y.feature.group\n", {"t not-8-bit-text"}},
+      {std::string("s\0\tf\n", 5), {"t not-8-bit-text"}},
+      {"s\tx.y.feature.group\rs\tx.z.feature.group", {"t carriage-returns-only"}},
+      {"s\tx.y.feature.group\r", {"t:1:20+1 carriage-return-kept"}},
+      {"Repository\tFeature\r\ns\tx.y.feature.group\r\ns\tx.z.feature.group\r\n", {"t:2:20+1 carriage-return-kept"}},
+      {"Repository\tFeature\r\ns\tx.y.feature.group\n", {}},
+      {"Repository\tx.y.feature.group\ns\tx.z.feature.group\n", {"t:1:1+10 site-called-repository"}},
+      {"s\t x.y.feature.group\n", {"t:1:3+18 blank-around-column"}},
+      {"s\t'x.y.feature.group'\n", {"t:1:3+19 quoted-column"}},
+      {"s\tx.y.feature.group\t\t1\ta\tb\n", {"t:1:24+1 extra-columns"}},
+      {"s\tx.y.feature.group\t\n", {"t:1:20+1 trailing-tab"}},
+      {"s\tx.y.feature.group\tx\n", {"t:1:21+1 third-column-unused"}},
+      {"", {"t descriptor-yields-nothing"}},
+      {"s\tx.y.feature.group\ns\tx.y.feature.group\n", {"t:2:1+19 duplicate-line"}},
+      {"C:\\s\tx.y.feature.group\n", {"t:1:1+4 absolute-repository"}},
+      {"jar:file:/s.zip!/\tx.y.feature.group\n", {"t:1:1+17 url-repository"}},
+      {"s.tar.gz\tx.y.feature.group\n", {"t:1:2+7 archive-not-recognised"}},
+      {"a/$HOME.zip\tx.y.feature.group\n", {"t:1:3+1 repository-needs-shell-quoting"}},
+      {"a&b.zip\tx.y.feature.group\n", {}},
+      {"a*\tx.y.feature.group\n", {"t:1:2+1 repository-needs-shell-quoting"}},
+      {"a b,c\tx.y.feature.group\n", {"t:1:2+1 blank-in-repository", "t:1:4+1 comma-in-repository"}},
+      {"100%\tx.y.feature.group\n", {}},
+      {"a#b\tx.y.feature.group\n", {"t:1:2+1 url-character-in-repository"}},
+      {"a\\b\tx.y.feature.group\n", {"t:1:2+1 backslash-in-repository"}},
+      {"s/\tx.y.feature.group\n./s\tx.z.feature.group\n", {"t:2:1+3 site-spelled-differently"}},
+      {"s\tx.y\n", {"t:1:3+3 feature-without-group-suffix"}},
+      {"s\tx.y.feature.group/1.0.0.v2\n", {"t:1:3+26 feature-pinned"}},
+      {"s\tx.y.feature.group/1.0.0.0.0\n", {"t:1:3+27 feature-version-invalid"}},
+      {"s\tx.y.feature.group/\n", {"t:1:3+18 feature-version-invalid"}},
+      {"s\tx.y.feature.group,x.z\n", {"t:1:20+1 comma-in-feature", "t:1:21+3 feature-without-group-suffix"}},
+      {"s\t#x.y\n", {"t:1:3+1 feature-begins-with-option"}},
+      {"s\tx y.feature.group\n", {"t:1:4+1 feature-needs-shell-quoting"}},
+      {"s\tx.`id`\n", {"t:1:5+1 feature-needs-shell-quoting"}},
+      {"s\tx.y.feature.group\t\tundefined\n", {}},
+      {"s\tx.y.feature.group\t\tundefined\r\n", {"t:1:31+1 carriage-return-kept"}},
+      {"s\tx.y.feature.group\t\tUndefined\n", {"t:1:22+9 order-not-a-number"}},
+      {"s\tx.y.feature.group\t\t0x10\n", {"t:1:22+4 order-with-tail"}},
+      {"s\tx.y.feature.group\t\t 7\n", {}},
+      {"s\tx.y.feature.group\t\t2147483647\n", {}},
+      {"s\tx.y.feature.group\t\t2147483648\n", {"t:1:22+10 order-out-of-range"}},
+      {"s\tx.y.feature.group\t\t-2147483649\n", {"t:1:22+11 order-out-of-range", "t:1:22+11 order-zero-or-negative"}},
+      {"s\tx.y.feature.group\t\t0000000001\n", {}},
+      {"s\tx.y.feature.group\t\t-1\n", {"t:1:22+2 order-zero-or-negative"}},
+      {"s\tx.y.feature.group\ns\tx.z.feature.group\ns\tx.w.feature.group\t\t1\n", {"t:3:22+1 order-taken"}},
+  };
+  for (const auto& [content, findings] : cases) {
+    Texts expected = findings;
+    std::sort(expected.begin(), expected.end());
+    Texts found = findings_in_lines(content);
+    std::sort(found.begin(), found.end());
+    EXPECT_EQ(found, expected) << testing::PrintToString(content);
+  }
+}
+
+TEST(Findings, MessagesNameWhatTheySpeakOf) {
+  const fake::TemporaryFolder folder;
+  write_file("t", "s\tx.y.feature.group\t\t3\ns\tx.z.feature.group\t\t3\n");
+  const Findings findings = findings_in("t");
+  ASSERT_EQ(summary_of(findings), Texts({"t:2:22+1 order-taken"}));
+  EXPECT_EQ(findings[0].message, "the order 3 is taken by t:1: this line gets 4");
+}
+
+TEST(Findings, FeatureIsSoughtInAllSitesOfTheComponent) {
+  const fake::TemporaryFolder folder;
+  write_file("c/etc/eclipse/t", "site\torg.example.one\nsite\torg.example.Ones.feature.group\nsite\torg.example.one.plugin\n");
+  write_file("c/site/content.xml", offer_of_one);
+  const Findings findings = findings_in("c");
+  EXPECT_EQ(summary_of(findings),
+            Texts({"c/etc/eclipse/t:1:6+15 feature-without-group-suffix", "c/etc/eclipse/t:2:6+30 feature-not-offered",
+                   "c/etc/eclipse/t:3:6+22 unit-is-no-feature"}));
+  EXPECT_EQ(findings[0].severity, Severity::error);
+  EXPECT_EQ(findings[0].mend, "write org.example.one.feature.group");
+  EXPECT_EQ(findings[1].mend, "the sites offer \"org.example.one.feature.group\"");
+}
+
+TEST(Findings, NothingIsSaidOfOffersWhenASiteCannotBeRead) {
+  const fake::TemporaryFolder folder;
+  write_file("c/etc/eclipse/t", "site\torg.example.two.feature.group\nremote\torg.example.three.feature.group\n");
+  write_file("c/site/content.xml", offer_of_one);
+  write_file("c/remote/compositeContent.xml",
+             "<repository><children><child location='https://example.org/site'/></children></repository>");
+  EXPECT_EQ(summary_of(findings_in("c")), Texts());
+}
+
+TEST(Findings, BlankInThePathOfTheComponentHarmsADirectoryOnly) {
+  const fake::TemporaryFolder folder;
+  write_file("my tools/etc/eclipse/t", "site\torg.example.one.feature.group\n");
+  write_file("my tools/site/content.xml", offer_of_one);
+  const Findings findings = findings_in("my tools");
+  ASSERT_EQ(summary_of(findings), Texts({"my tools/etc/eclipse/t:1:1+4 blank-in-repository"}));
+  EXPECT_EQ(findings[0].message, "a blank in the path of the component's folder, \"" + folder.path() + "/my tools\"");
+}
+
+TEST(Findings, OrdersCountThroughAllFilesOfAComponent) {
+  const fake::TemporaryFolder folder;
+  write_file("c/etc/eclipse/a", "site\torg.example.one.feature.group\t\t1\n");
+  write_file("c/etc/eclipse/b", "site\torg.example.one.plugin\t\t1\n");
+  write_file("c/site/content.xml", offer_of_one);
+  const Findings findings = findings_in("c", {.disabled = {"unit-is-no-feature"}, .overrides = {}});
+  ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/b:1:30+1 order-taken"}));
+  EXPECT_EQ(findings[0].message, "the order 1 is taken by c/etc/eclipse/a:1: this line gets 2");
+}
+
+TEST(Findings, ManyRecordsKeepTheirOwnPlaces) {
+  const fake::TemporaryFolder folder;
+  std::string content;
+  Texts expected;
+  for (int i = 1; i <= 1000; ++i) {
+    const bool is_odd = i % 100 == 0;
+    content += "s\tx.f" + std::to_string(i) + ".feature.group\t\t" + (is_odd ? "7x" : std::to_string(10 * i)) + "\n";
+    const std::string column = std::to_string(std::to_string(i).size() + 22);
+    if (is_odd) expected.push_back("t:" + std::to_string(i) + ":" + column + "+2 order-with-tail");
+  }
+  write_file("t", content);
+  EXPECT_EQ(summary_of(findings_in("t", {.disabled = {"order-as-dependency"}, .overrides = {}})), expected);
+}
+
+TEST(Findings, FolderThatCannotBeSearchedIsAFault) {
+  const fake::TemporaryFolder folder;
+  write_file("c/closed/t", "");
+  std::filesystem::permissions("c/closed", std::filesystem::perms(0));
+  try {
+    findings_in("c");
+    ADD_FAILURE() << "no fault";
+  } catch (const eclipse_host::FileFault& fault) {
+    EXPECT_STREQ(fault.what(), "c: cannot be searched: Permission denied; make it and the folders in it readable");
+  }
+  std::filesystem::permissions("c/closed", std::filesystem::perms(0755));
+}
+
+TEST(Findings, InputThatIsNotThereIsAFault) {
+  const fake::TemporaryFolder folder;
+  EXPECT_THROW(findings_in("missing"), eclipse_host::FileFault);
+}
+
+}  // namespace

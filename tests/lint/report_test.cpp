@@ -1,0 +1,204 @@
+// The three forms of a report, from the same findings.
+#include "lint/report.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "host/shell.h"
+#include "lint/samples.h"
+#include "lint/shown_line.h"
+
+using namespace eclipse_lint;
+using fake::write_file;
+using Json = nlohmann::json;
+
+namespace {
+
+const Rule& pinned = *find_rule("feature-pinned");
+
+Finding finding(Place place, const std::string& message = "the message", const std::string& mend = "the mend") {
+  return {&pinned, Severity::warning, std::move(place), message, mend, std::nullopt};
+}
+
+std::string text_of(const Findings& findings, bool in_colour = false) {
+  std::ostringstream out;
+  print_text(out, findings, in_colour);
+  return out.str();
+}
+
+Json sarif_of(const Findings& findings) {
+  std::ostringstream out;
+  print_sarif(out, findings, "1.2.3");
+  return Json::parse(out.str());
+}
+
+const std::string effect = "  effect: " + std::string(pinned.effect) + "\n  mend: the mend\n";
+
+TEST(TextReport, MarksThePlace) {
+  EXPECT_EQ(text_of({finding({"dir/t", 12, 3, 4, "s\tfeat\tx"})}),
+            "dir/t:12:3: warning: the message [feature-pinned]\n"
+            "  12 | s→feat→x\n"
+            "     |   ^~~~\n" +
+                effect);
+}
+
+TEST(TextReport, OfAFileAsAWholeHasNoLine) {
+  EXPECT_EQ(text_of({finding({"dir/t"})}), "dir/t: warning: the message [feature-pinned]\n" + effect);
+}
+
+TEST(TextReport, MarkIsUnderThePlaceWhateverStandsBeforeIt) {
+  EXPECT_EQ(text_of({finding({"t", 1, 8, 2, "\x1B\xC3\xA4\xFF\t\x7F\tab"})}),
+            "t:1:8: warning: the message [feature-pinned]\n"
+            "  1 | \\x1Bä\\xFF→\\x7F→ab\n"
+            "    |                ^~\n" +
+                effect);
+}
+
+TEST(TextReport, OfALongLineShowsWhatSurroundsThePlace) {
+  const std::string text = std::string(500, 'a') + "bad" + std::string(500, 'c');
+  const std::string report = text_of({finding({"t", 1, 501, 3, text})});
+  EXPECT_EQ(report, "t:1:501: warning: the message [feature-pinned]\n  1 | " + std::string(40, 'a') + "bad" +
+                        std::string(117, 'c') + "\n    | " + std::string(40, ' ') + "^~~\n" + effect);
+}
+
+TEST(TextReport, NothingInATextSteersTheTerminal) {
+  const std::string report = text_of({finding({"\x1B[31m"}, "a\nb", "c\x1B[0m")});
+  EXPECT_EQ(report.find('\x1B'), std::string::npos);
+  EXPECT_EQ(report.substr(0, report.find('\n')), "\\x1B[31m: warning: a\\x0Ab [feature-pinned]");
+}
+
+TEST(TextReport, IsColouredOnDemand) {
+  EXPECT_EQ(text_of({finding({"t", 1, 1, 1, "a"})}, true),
+            "\x1B[1mt:1:1:\x1B[0m \x1B[1;35mwarning:\x1B[0m the message [feature-pinned]\n"
+            "  1 | a\n"
+            "    | \x1B[1;35m^\x1B[0m\n"
+            "  \x1B[2meffect:\x1B[0m " +
+                std::string(pinned.effect) + "\n  \x1B[2mmend:\x1B[0m the mend\n");
+}
+
+TEST(TextReport, LeavesOutWhatIsSetAside) {
+  Finding set_aside = finding({"t"});
+  set_aside.reason = "why";
+  EXPECT_EQ(text_of({set_aside}), "");
+  EXPECT_EQ(text_of({}), "");
+}
+
+TEST(JsonReport, HoldsAllOfAFinding) {
+  Finding set_aside = finding({"u", 1, 1, 1, "\xFF"});
+  set_aside.reason = "why";
+  std::ostringstream out;
+  print_json(out, {finding({"t", 2, 3, 4, "s\tfeat"}), set_aside});
+  const Json first = {{"rule", "feature-pinned"},
+                      {"severity", "warning"},
+                      {"file", "t"},
+                      {"line", 2},
+                      {"column", 3},
+                      {"length", 4},
+                      {"text", "s\tfeat"},
+                      {"message", "the message"},
+                      {"effect", pinned.effect},
+                      {"mend", "the mend"}};
+  Json second = first;
+  second.update({{"file", "u"}, {"line", 1}, {"column", 1}, {"length", 1}, {"text", "\xEF\xBF\xBD"}, {"override", "why"}});
+  EXPECT_EQ(Json::parse(out.str()),
+            Json({{"findings", {first, second}}, {"counts", {{"error", 0}, {"warning", 1}, {"note", 0}, {"overridden", 1}}}}));
+}
+
+TEST(SarifReport, CountsColumnsInCharacters) {
+  const Json result = sarif_of({finding({"my dir/t", 2, 5, 3, "\xC3\xA4s\tfea"})})["runs"][0]["results"][0];
+  EXPECT_EQ(result["ruleId"], "feature-pinned");
+  EXPECT_EQ(result["level"], "warning");
+  EXPECT_EQ(
+      result["locations"][0]["physicalLocation"],
+      Json({{"artifactLocation", {{"uri", "my%20dir/t"}}},
+            {"region", {{"startLine", 2}, {"startColumn", 4}, {"endColumn", 7}, {"snippet", {{"text", "\xC3\xA4s\tfea"}}}}}}));
+}
+
+TEST(SarifReport, NamesTheRuleThatItPointsTo) {
+  const Json run = sarif_of({finding({"/t"})})["runs"][0];
+  const Json& result = run["results"][0];
+  EXPECT_EQ(run["tool"]["driver"]["rules"].size(), rules().size());
+  EXPECT_EQ(run["tool"]["driver"]["rules"][result["ruleIndex"].get<std::size_t>()]["id"], "feature-pinned");
+  EXPECT_EQ(result["locations"][0]["physicalLocation"], Json({{"artifactLocation", {{"uri", "file:///t"}}}}));
+}
+
+TEST(SarifReport, SuppressesWhatIsSetAside) {
+  Finding set_aside = finding({"t"});
+  set_aside.reason = "why";
+  EXPECT_EQ(sarif_of({set_aside})["runs"][0]["results"][0]["suppressions"],
+            Json::array({{{"kind", "external"}, {"justification", "why"}}}));
+}
+
+/// What a JSON schema says of documents, each "valid" or "invalid".
+std::string verdicts(const std::vector<Json>& documents) {
+  std::string command = "/usr/bin/python3 '" SCHEMA_VERDICTS "' '" SARIF_SCHEMA "'";
+  for (const Json& document : documents) {
+    const std::string name = "document" + std::to_string(&document - documents.data());
+    write_file(name, document.dump());
+    command += " " + name;
+  }
+  const auto run = eclipse_host::run_in_shell(command);
+  return run.output + run.error_output;
+}
+
+TEST(SarifReport, KeepsToItsSchema) {
+  const fake::TemporaryFolder folder;
+  Findings findings;
+  for (const Rule& rule : rules()) {
+    lint_test::write_sample(rule.bad);
+    for (const Finding& each : lint_test::findings_in(rule.bad.input)) findings.push_back(each);
+    for (const auto& entry : std::filesystem::directory_iterator(".")) std::filesystem::remove_all(entry.path());
+  }
+  ASSERT_GT(findings.size(), rules().size());
+  findings.front().reason = "why";
+  const Json report = sarif_of(findings);
+  Json without_text = report;
+  without_text["runs"][0]["results"][0]["message"].erase("text");
+  Json with_zero_column = sarif_of({finding({"t", 1, 1, 1, "a"})});
+  with_zero_column["runs"][0]["results"][0]["locations"][0]["physicalLocation"]["region"]["startColumn"] = 0;
+  Json with_unknown_level = report;
+  with_unknown_level["runs"][0]["results"][0]["level"] = "fatal";
+  EXPECT_EQ(verdicts({report, without_text, with_zero_column, with_unknown_level}), "valid\ninvalid\ninvalid\ninvalid\n");
+}
+
+TEST(ShownLine, LeavesWholeCharactersAsTheyAre) {
+  for (const std::string text : {"a", "\xC3\xA4", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xF4\x8F\xBF\xBF"}) {
+    EXPECT_EQ(shown_line(text), text);
+    EXPECT_EQ(characters_in(text), 1U) << testing::PrintToString(text);
+  }
+}
+
+TEST(ShownLine, ShowsEachByteOfWhatIsNoCharacter) {
+  EXPECT_EQ(shown_line("\x80"), "\\x80");
+  EXPECT_EQ(shown_line("\xC3"), "\\xC3");
+  EXPECT_EQ(shown_line("\xC0\x80"), "\\xC0\\x80");
+  EXPECT_EQ(shown_line("\xE0\x80\x80"), "\\xE0\\x80\\x80");
+  EXPECT_EQ(shown_line("\xED\xA0\x80"), "\\xED\\xA0\\x80");
+  EXPECT_EQ(shown_line("\xF0\x80\x80\x80"), "\\xF0\\x80\\x80\\x80");
+  EXPECT_EQ(shown_line("\xF4\x90\x80\x80"), "\\xF4\\x90\\x80\\x80");
+  EXPECT_EQ(shown_line("\xF5"), "\\xF5");
+  EXPECT_EQ(characters_in("\xED\xA0\x80"), 3U);
+}
+
+TEST(ExplainedRule, ShowsItsSamples) {
+  std::ostringstream out;
+  print_rule(out, *find_rule("extra-columns"), false);
+  EXPECT_EQ(out.str(),
+            "extra-columns (warning): a line has more than four columns\n\n"
+            "What happens\n  Column 5 and those behind it are ignored.\n\n"
+            "Mend\n  take them out\n\n"
+            "Bad (→ is a tab)\n  tools.txt\n      sites/alpha→org.example.alpha.feature.group→→1→new\n\n"
+            "Good\n  tools.txt\n      sites/alpha→org.example.alpha.feature.group→→1\n");
+}
+
+TEST(ExplainedRule, LongSamplesAreCutShort) {
+  for (const Rule& rule : rules()) {
+    std::ostringstream out;
+    print_rule(out, rule, false);
+    EXPECT_LT(out.str().size(), 4000U) << rule.name;
+  }
+}
+
+}  // namespace

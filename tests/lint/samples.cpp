@@ -1,0 +1,64 @@
+#include "lint/samples.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace lint_test {
+
+namespace {
+
+constexpr uid_t nobody = 65534;
+
+}  // namespace
+
+WithoutRights::WithoutRights() {
+  if (getuid() != 0) return;
+  fs::permissions(fs::current_path(), fs::perms(0755));
+  if (seteuid(nobody) != 0) throw std::runtime_error("cannot give up the rights of root");
+}
+
+WithoutRights::~WithoutRights() {
+  if (getuid() == 0 && seteuid(0) != 0) std::abort();
+}
+
+void write_sample(const eclipse_lint::Sample& sample) {
+  for (const eclipse_lint::SampleFile& file : sample.files) {
+    if (file.name.ends_with('/')) {
+      fs::create_directories(file.name);
+    } else {
+      fake::write_file(file.name, file.content);
+      fs::permissions(file.name, fs::perms(static_cast<unsigned>(file.permissions)));
+    }
+  }
+}
+
+const eclipse_lint::Library& library() {
+  static const eclipse_host::Plugin plugin(ECLIPSE_INT_LIBRARY);
+  static const eclipse_lint::Library library(plugin);
+  return library;
+}
+
+eclipse_lint::Findings findings_in(const std::string& input, const eclipse_lint::Settings& settings) {
+  library();
+  const WithoutRights without_rights;
+  eclipse_lint::Sites sites;
+  return eclipse_lint::lint(library(), sites, input, settings);
+}
+
+std::vector<std::string> summary_of(const eclipse_lint::Findings& findings) {
+  std::vector<std::string> summary;
+  for (const auto& finding : findings) {
+    const eclipse_lint::Place& place = finding.place;
+    std::string line = place.file;
+    if (place.line != 0) {
+      line += ":" + std::to_string(place.line) + ":" + std::to_string(place.column) + "+" + std::to_string(place.length);
+    }
+    summary.push_back(line + " " + std::string(finding.rule->name));
+  }
+  return summary;
+}
+
+}  // namespace lint_test

@@ -1,0 +1,38 @@
+// The samples of the rules as files.
+#ifndef ECLIPSE_INT_TESTS_LINT_SAMPLES_H
+#define ECLIPSE_INT_TESTS_LINT_SAMPLES_H
+
+#include <string>
+#include <vector>
+
+#include "fake_host/temporary_folder.h"
+#include "host/file_fault.h"
+#include "lint/lint.h"
+#include "lint/rule.h"
+
+namespace lint_test {
+
+/// Writes the files of a sample into the working folder.
+void write_sample(const eclipse_lint::Sample& sample);
+
+/// The plug-in as it is delivered.
+const eclipse_lint::Library& library();
+
+/// The findings in an input below the working folder, as a user without special rights gets them.
+eclipse_lint::Findings findings_in(const std::string& input, const eclipse_lint::Settings& settings = {});
+
+/// Each finding as "FILE:LINE:COLUMN+LENGTH RULE".
+std::vector<std::string> summary_of(const eclipse_lint::Findings& findings);
+
+/// For as long as this lives, the process has no special rights, which would open every file to it.
+class WithoutRights {
+ public:
+  WithoutRights();
+  ~WithoutRights();
+  WithoutRights(const WithoutRights&) = delete;
+  WithoutRights& operator=(const WithoutRights&) = delete;
+};
+
+}  // namespace lint_test
+
+#endif
