@@ -1,0 +1,104 @@
+// What a run of a session would do.
+#ifndef ECLIPSE_INT_PLAN_PLAN_H
+#define ECLIPSE_INT_PLAN_PLAN_H
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "eclipse_int/eclipse_int.h"
+#include "host/plugin.h"
+#include "host/session.h"
+#include "plan/recorded_run.h"
+#include "plan/shell_reading.h"
+#include "plan/version_check.h"
+
+namespace eclipse_plan {
+
+/// What becomes of a component when the plug-in looks for descriptor files.
+enum class ComponentFate {
+  not_reached,   ///< it does not come to look for any
+  no_code,       ///< every search skips the component
+  not_selected,  ///< it was asked whether it is selected for this run, and is not
+  no_package,    ///< its provider holds none
+  taken
+};
+
+struct PlannedDescriptor {
+  std::string path;
+  bool exists = true;  ///< as a regular file
+  std::size_t records = 0;
+};
+
+struct PlannedComponent {
+  std::string code;
+  ComponentFate fate = ComponentFate::not_reached;
+  std::vector<PlannedDescriptor> descriptors;
+};
+
+enum class RecordFate {
+  listed,         ///< its feature is given to the director at its slot
+  repeated,       ///< its feature is listed at a lower slot already
+  no_feature,     ///< takes a slot and adds its repository
+  no_repository,  ///< passed over
+};
+
+struct PlannedRecord {
+  std::string file;
+  std::size_t line = 0;  ///< from 1
+  plugin_config config;
+  RecordFate fate = RecordFate::no_repository;
+  std::string repository;        ///< as the director gets it
+  std::int64_t slot = 0;         ///< its place in the install order
+  std::int64_t wanted_slot = 0;  ///< the number that is read from its order
+
+  /// Otherwise the plug-in put its UNDEFINED_ORDER there, or the line says the same.
+  bool gives_order() const { return config.order != "undefined"; }
+};
+
+struct PlannedCommand {
+  std::string text;
+  std::vector<std::string> intended;  ///< the words that the director is meant to get
+  ShellReading shell;
+
+  bool is_too_long() const;
+  /// Whether the director gets what it is meant to get.
+  bool is_sound() const { return !is_too_long() && shell.is_just(intended); }
+};
+
+/// The longest text that Linux hands to a program as one argument, in bytes, as the shell gets a command.
+constexpr std::size_t longest_argument = 131'071;
+
+struct Plan {
+  bool is_removal = false;
+  std::vector<RecordedAction> actions;
+  std::string refusal;     ///< why the run stops before the instance is changed; empty when it does not
+  std::string last_words;  ///< the last line of the log
+  std::optional<VersionCheck> version;
+  std::string executable;        ///< of the instance; empty when none was chosen or the run is refused
+  bool lacks_instance = false;   ///< an instance was chosen, and is not there
+  bool every_component = false;  ///< whether they are selected is not asked, since the instance is new in this run
+  std::vector<PlannedComponent> components;
+  std::vector<PlannedRecord> records;  ///< in the order in which they are read
+  std::set<std::string> repositories;
+  std::optional<PlannedCommand> command;  ///< everything at once
+  std::vector<PlannedCommand> retries;    ///< one by one, if that fails; not all of them unless that was asked for
+  std::size_t retry_count = 0;            ///< of all
+
+  /// The records that stand for the features of the command, in install order.
+  std::vector<const PlannedRecord*> features() const;
+  /// All records that took a slot, in the order of the slots.
+  std::vector<const PlannedRecord*> by_slot() const;
+};
+
+enum class Retries { first, all };
+
+/// Finds out what eclipse_host::run_session() would do. Changes nothing and runs nothing; the session stays as it is.
+Plan make_plan(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session, Retries retries);
+
+}  // namespace eclipse_plan
+
+#endif

@@ -1,0 +1,55 @@
+// A run of a session that changes nothing: its commands are recorded instead of run, and what the plug-in asks of the host on
+// the way is seen.
+#ifndef ECLIPSE_INT_PLAN_RECORDED_RUN_H
+#define ECLIPSE_INT_PLAN_RECORDED_RUN_H
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/session_run.h"
+
+namespace eclipse_plan {
+
+/// A descriptor file that the plug-in found in a package's list.
+struct ListedDescriptor {
+  std::string directory;  ///< as process_file() takes it
+  std::string name;       ///< below the directory
+  std::string path;       ///< where the plug-in looked for it
+  bool exists = true;     ///< as a regular file
+};
+
+/// What the plug-in asked of a component when it looked for descriptor files.
+struct ComponentSearch {
+  bool condition_asked = false;
+  bool package_asked = false;
+  std::vector<ListedDescriptor> descriptors;
+};
+
+/// An action, and the variables that it set, with their values, in order.
+struct RecordedAction {
+  std::string name;
+  std::vector<std::pair<std::string, std::string>> writes;
+};
+
+/// The run that a session would get, up to its first command; from there on, only the commands.
+struct RecordedRun {
+  std::vector<RecordedAction> actions;
+  std::map<std::string, std::string> variables;
+  std::string last_words;                   ///< the last line of the log
+  std::string refusal;                      ///< as RunRecord has it
+  std::vector<std::string> commands;        ///< the first, and those that are run when it fails and each of them fails
+  std::string executable;                   ///< the one that the last action used or missed; empty when it chose none
+  bool searched = false;                    ///< the plug-in came to look for descriptor files
+  bool every_component = false;             ///< it did so in every component, without asking for their conditions
+  std::vector<ComponentSearch> components;  ///< for each of the session
+};
+
+/// Records the run of a session, with not more than `most_commands` commands.
+RecordedRun record_run(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session, std::size_t most_commands);
+
+}  // namespace eclipse_plan
+
+#endif

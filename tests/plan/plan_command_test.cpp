@@ -1,0 +1,253 @@
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+using Json = nlohmann::json;
+
+/// All files below the folder with their contents.
+std::map<std::string, std::string> files_there() {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(".")) {
+    const std::string name = entry.path().string();
+    if (entry.is_regular_file() && !name.starts_with("./.")) files[name] = content_of(name);
+  }
+  return files;
+}
+
+std::vector<std::string> texts_of(const Json& commands) {
+  std::vector<std::string> texts;
+  for (const Json& command : commands) texts.push_back(command.at(command.contains("text") ? "text" : "command"));
+  return texts;
+}
+
+class PlanCommand : public ChildCommand {
+ protected:
+  Json plan(const std::string& options = "") const {
+    const Outcome outcome = eclipse_int("plan session.json --json " + options);
+    EXPECT_EQ(outcome.error, "");
+    return Json::parse(outcome.output);
+  }
+
+  /// All commands of a run in which the first `failures` directors fail.
+  std::vector<std::string> commands_of_run(int failures) const {
+    for (int start = 1; start <= failures; ++start) script(start, "exit 13");
+    return texts_of(Json::parse(eclipse_int("run session.json --json").output).at("commands"));
+  }
+
+  void expect_planned_commands_are_run() const {
+    const Json planned = plan("--retries");
+    std::vector<std::string> commands = texts_of(planned.at("retries"));
+    commands.insert(commands.begin(), planned.at("command").at("text"));
+    EXPECT_EQ(commands_of_run(3), commands);
+  }
+};
+
+TEST_F(PlanCommand, TellsAnInstallation) {
+  write_session("install", {{"ECLIPSE_MIN_SUPPORTED_VERSION", "4.7"}}, "\"install\": true");
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.buildId=4.7.3\n");
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\t\t2\nsite.zip\ttwo\n\tthree\nsite\ttwo\nmore\t\t\t5x\n");
+  const std::string file = "FOLDER/tools/etc/eclipse/tools.txt";
+  const std::string repositories = "\"jar:file://FOLDER/tools/site.zip!/\",file://FOLDER/tools/more,file://FOLDER/tools/site";
+  const std::string command =
+      "FOLDER/eclipse/eclipse -nosplash -application org.eclipse.equinox.p2.director -repository " + repositories + " -i ";
+  Outcome outcome = eclipse_int("plan session.json");
+  // The lengths of the commands hang on the folder.
+  for (std::size_t at; (at = outcome.output.find(" of at most 131071")) != std::string::npos;) {
+    const std::size_t start = outcome.output.rfind('(', at);
+    outcome.output.replace(start + 1, at + 18 - start - 1, "N");
+  }
+  EXPECT_EQ(
+      outcome,
+      (Outcome{0,
+               "Plan of session.json; nothing is run and nothing is changed\n"
+               "\n"
+               "Actions\n"
+               "  eclipse_integration_required  ECLIPSE_INTEGRATION_REQUIRED = yes\n"
+               "  find_eclipse_ide              ECLIPSE_IDE = no\n"
+               "                                ECLIPSE_IDE_ENABLED = no\n"
+               "  verify_eclipse_version        USER_DEFINED_ECLIPSE_PATH_EMPTY = no\n"
+               "                                USER_DEFINED_ECLIPSE_PATH_CORRECT = yes\n"
+               "                                ECLIPSE_VERSION = 4.7.3\n"
+               "                                ECLIPSE_VERSION_IS_SUPPORTED = yes\n"
+               "  define_eclipse_path           ECLIPSE_PATH = FOLDER/eclipse\n"
+               "  perform_integration           ECLIPSE_PATH = FOLDER/eclipse\n"
+               "                                runs the command below\n"
+               "\n"
+               "Version of the Eclipse\n"
+               "  4.7.3 is supported: it does not come before the minimum 4.7, since \"4.7.3\" goes on where \"4.7\" ends, "
+               "and so comes after it\n"
+               "\n"
+               "Components (every one is searched, since the instance is new in this run)\n"
+               "  tools  taken  1 descriptor file\n"
+               "                " +
+                   file +
+                   ": 5 records\n"
+                   "\n"
+                   "Features to be installed, in order\n"
+                   "     Slot  Order  Feature  From\n"
+                   "  1  0     none   two      " +
+                   file +
+                   ":2\n"
+                   "  2  2     2      one      " +
+                   file +
+                   ":1\n"
+                   "\n"
+                   "Lines without effect on the features\n"
+                   "  " +
+                   file + ":3: has no repository, so the line is passed over\n  " + file +
+                   ":4: two is listed at a lower slot than 1 already\n  " + file +
+                   ":5: has no feature, so the line only takes slot 5 and adds its repository\n"
+                   "\n"
+                   "Repositories\n"
+                   "  \"jar:file://FOLDER/tools/site.zip!/\"\n"
+                   "  file://FOLDER/tools/more\n"
+                   "  file://FOLDER/tools/site\n"
+                   "\n"
+                   "Command (N bytes)\n"
+                   "  " +
+                   command +
+                   "two,one 2>&1\n"
+                   "\n"
+                   "If that fails, one by one: 2 commands (N bytes)\n"
+                   "  " +
+                   command +
+                   "two 2>&1\n"
+                   "  and 1 more like it, one for each feature (--retries shows them)\n",
+               ""}));
+}
+
+TEST_F(PlanCommand, WarnsThatTextsAreComparedAndTellsTheRefusal) {
+  write_session("install", {{"ECLIPSE_MIN_SUPPORTED_VERSION", "4.7"}});
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.buildId=4.10\n");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(
+      outcome.output.find("\nVersion of the Eclipse\n"
+                          "  4.10 is not supported: it comes before the minimum 4.7, since they part at byte 3, where \"1\" "
+                          "comes before \"7\"\n"
+                          "  Warning: texts are compared, not numbers; as numbers, 4.10 does not come before 4.7\n"),
+      std::string::npos)
+      << outcome.output;
+  EXPECT_NE(outcome.output.find("  tools  skipped  no component is searched\n"), std::string::npos) << outcome.output;
+  EXPECT_NE(outcome.output.find("\nCommand\n  None: the version of \"FOLDER/eclipse/eclipse\", 4.10, comes before"),
+            std::string::npos)
+      << outcome.output;
+  EXPECT_EQ(plan().at("version"), Json::parse(R"({"version": "4.10", "minimum": "4.7", "supported": false,
+                "reason": "they part at byte 3, where \"1\" comes before \"7\"", "numbersSayOtherwise": true})"));
+}
+
+TEST_F(PlanCommand, ShowsWhatTheShellMakesOfTheCommand) {
+  write_session("install");
+  fake::write_file("tools/etc/eclipse/tools.txt", "my site\tone;two\nsite\t$HOME\n");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(outcome.output.find("  Warning: the shell makes something else of the command than is meant:\n"
+                                "    Command 1 would get these words:\n"
+                                "      FOLDER/eclipse/eclipse\n"
+                                "      -nosplash\n"
+                                "      -application\n"
+                                "      org.eclipse.equinox.p2.director\n"
+                                "      -repository\n"
+                                "      file://FOLDER/tools/my\n"
+                                "      site,file://FOLDER/tools/site\n"
+                                "      -i\n"
+                                "      one\n"
+                                "    Command 2 would get these words:\n"
+                                "      two,$HOME\n"),
+            std::string::npos)
+      << outcome.output;
+  EXPECT_NE(outcome.output.find(" (;): the command ends there, and what follows is run as another one\n"), std::string::npos);
+  EXPECT_NE(outcome.output.find(" ($): the value of a variable takes its place\n"), std::string::npos);
+  const Json shell = plan().at("command").at("shell");
+  EXPECT_EQ(shell.at("commands").size(), 2U);
+  EXPECT_EQ(shell.at("commands").at(1), Json::array({"two,$HOME"}));
+  EXPECT_EQ(shell.at("remarks").size(), 2U);
+  EXPECT_FALSE(plan().at("command").at("sound"));
+}
+
+TEST_F(PlanCommand, TellsThatTheRetryOfARemovalIsRefused) {
+  write_session("uninstall", {}, "\"installed\": true, \"remove\": true");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_EQ(outcome.status, 0) << "the first command is sound";
+  EXPECT_NE(outcome.output.find("\nFeatures to be removed, in order\n"), std::string::npos) << outcome.output;
+  EXPECT_NE(outcome.output.find("\n  FOLDER/eclipse/eclipse " + removal_arguments("one,two") + " 2>&1\n"), std::string::npos);
+  EXPECT_NE(
+      outcome.output.find("  FOLDER/eclipse/eclipse " + removal_arguments("one,two") +
+                          " 2>&1one 2>&1\n"
+                          "  Warning: the shell refuses the command and starts nothing (exit code 2 or 1): \"2>&1one\" is to "
+                          "send to the open file \"1one\", which is no number\n"),
+      std::string::npos)
+      << outcome.output;
+}
+
+TEST_F(PlanCommand, WarnsOfACommandThatIsTooLong) {
+  write_session("install");
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\t" + std::string(131'072, 'x') + "\n");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(outcome.output.find("\n  Warning: the command is longer than a shell can be given, so it is not started\n"),
+            std::string::npos);
+  EXPECT_EQ(Json::parse(eclipse_int("run session.json --json").output).at("commands").at(0).at("exitCode"), 126);
+}
+
+TEST_F(PlanCommand, PlansTheCommandsOfAnInstallation) {
+  write_session("install");
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite.zip\ttwo\nmy site\tthree\n");
+  expect_planned_commands_are_run();
+}
+
+TEST_F(PlanCommand, PlansTheCommandsOfARemoval) {
+  write_session("uninstall", {}, "\"installed\": true, \"remove\": true");
+  expect_planned_commands_are_run();
+}
+
+TEST_F(PlanCommand, PlansNoCommandWhereNoneIsRun) {
+  write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_NE(outcome.output.find("\nCommand\n  None: the log ends with: eclipse_int: nothing to integrate\n"), std::string::npos)
+      << outcome.output;
+  EXPECT_EQ(plan().at("command"), Json());
+  EXPECT_EQ(commands_of_run(0), std::vector<std::string>());
+}
+
+TEST_F(PlanCommand, ChangesNothingAndRunsNothing) {
+  write_session("install");
+  fake::write_file("v.json", R"({"CASHED_ECLIPSE_PATH": "/another"})");
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\t$(touch made)\n");
+  const auto before = files_there();
+  for (const std::string options : {"", "--json", "--retries", "--variables v.json"}) {
+    EXPECT_EQ(eclipse_int("plan session.json " + options).status, 1);
+  }
+  EXPECT_EQ(files_there(), before);
+  EXPECT_EQ(director_calls(), "");
+}
+
+TEST_F(PlanCommand, TakesSettingsAndVariables) {
+  write_session("install", {}, "\"install\": false");
+  fake::write_file("v.json", members({{"CASHED_ECLIPSE_PATH", folder.path() + "/eclipse/eclipse"}}));
+  EXPECT_EQ(plan().at("components").at(0).at("fate"), "taken");
+  EXPECT_EQ(plan("--variables v.json").at("components").at(0).at("fate"), "not selected");
+  EXPECT_EQ(plan("--set KORU_MODE=uninstall").at("removal"), true);
+}
+
+TEST_F(PlanCommand, TellsFaults) {
+  write_session("install");
+  EXPECT_EQ(eclipse_int("plan missing.json").status, 2);
+  EXPECT_EQ(eclipse_int("plan").status, 2);
+  EXPECT_EQ(eclipse_int("plan session.json --write-variables v.json").status, 2);
+  EXPECT_EQ(eclipse_int("plan session.json --set KORU_MODE=repair"),
+            (Outcome{2, "",
+                     "eclipse-int: --set: KORU_MODE is \"repair\", which is no mode; set it to install, modify or uninstall\n"
+                     "Run with --help for more information.\n"}));
+}
+
+}  // namespace
+
+}  // namespace cli_test

@@ -1,0 +1,152 @@
+// That the shell's grammar is read as the shell reads it: what has no expansions is given to the real one.
+#include "plan/shell_reading.h"
+
+#include <gtest/gtest.h>
+
+#include "host/shell.h"
+
+namespace eclipse_plan {
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+std::vector<std::string> effects_of(const ShellReading& reading) {
+  std::vector<std::string> effects;
+  for (const ShellRemark& remark : reading.remarks) effects.push_back(std::to_string(remark.offset) + " " + remark.effect);
+  return effects;
+}
+
+TEST(ShellReading, PlainWordsArePassedOn) {
+  const ShellReading reading = read_as_shell("/opt/eclipse -i a,b 2>&1");
+  EXPECT_EQ(reading.commands, (std::vector<Words>{{"/opt/eclipse", "-i", "a,b"}}));
+  EXPECT_EQ(reading.redirections, Words{"2>&1"});
+  EXPECT_EQ(effects_of(reading), Words());
+  EXPECT_EQ(reading.fault, "");
+  EXPECT_TRUE(reading.is_just({"/opt/eclipse", "-i", "a,b"}));
+  EXPECT_FALSE(reading.is_just({"/opt/eclipse", "-i", "a", "b"}));
+}
+
+TEST(ShellReading, WhatStandsWithoutItsRedirectionIsNotJustTheCommand) {
+  EXPECT_FALSE(read_as_shell("a b").is_just({"a", "b"}));
+  EXPECT_FALSE(read_as_shell("a b > c 2>&1").is_just({"a", "b"}));
+  EXPECT_FALSE(read_as_shell("a b 2>&1; c").is_just({"a", "b"}));
+}
+
+TEST(ShellReading, QuotesOfAnArchiveAreTakenAway) {
+  const ShellReading reading = read_as_shell("e -r \"jar:file:///my site.zip!/\",file:///x 2>&1");
+  EXPECT_TRUE(reading.is_just({"e", "-r", "jar:file:///my site.zip!/,file:///x"}));
+  EXPECT_EQ(effects_of(reading), Words{"5 the quotes are taken away"});
+}
+
+TEST(ShellReading, ARetryOfARemovalIsRefused) {
+  const ShellReading reading = read_as_shell("e -u F1,F2 2>&1F2 2>&1");
+  EXPECT_EQ(reading.fault, "\"2>&1F2\" is to send to the open file \"1F2\", which is no number");
+}
+
+struct Special {
+  const char* line;
+  std::vector<Words> commands;
+  Words effects;
+};
+
+TEST(ShellReading, SpecialCharactersAreRemarked) {
+  const std::vector<Special> cases = {
+      {"a$b", {{"a$b"}}, {"1 the value of a variable takes its place"}},
+      {"a\"${b c}\"", {{"a${b c}"}}, {"1 the quotes are taken away", "2 the value of a variable takes its place"}},
+      {"$(a (b) c) d", {{"$(a (b) c)", "d"}}, {"0 what stands between the parentheses is run as a command"}},
+      {"`a b` c", {{"`a b`", "c"}}, {"0 what stands between the backquotes is run as a command"}},
+      {"a$ $", {{"a$", "$"}}, {}},
+      {"a* '*'", {{"a*", "*"}}, {"1 names of files may take the place of the word with \"*\"", "3 the quotes are taken away"}},
+      {"~/a b~", {{"~/a", "b~"}}, {"0 a folder of a user takes the place of \"~\""}},
+      {"a;b", {{"a"}, {"b"}}, {"1 the command ends there, and what follows is run as another one"}},
+      {"a && b|c &",
+       {{"a"}, {"b"}, {"c"}},
+       {"2 the command ends there, and what follows is run as another one",
+        "6 the command ends there, and what follows is run as another one",
+        "9 the command ends there, and what follows is run as another one"}},
+      {"a #b;c", {{"a"}}, {"2 the rest of the line is a comment"}},
+      {"a#b", {{"a#b"}}, {}},
+      {"a >b", {{"a"}}, {"2 a file is opened for the input or the output"}},
+      {"a 1>&3", {{"a"}}, {"2 the output goes to another open file"}},
+      {"a\\ b", {{"a b"}}, {"1 the backslash is taken away"}},
+  };
+  for (const Special& special : cases) {
+    const ShellReading reading = read_as_shell(special.line);
+    EXPECT_EQ(reading.commands, special.commands) << special.line;
+    EXPECT_EQ(effects_of(reading), special.effects) << special.line;
+    EXPECT_EQ(reading.fault, "") << special.line;
+  }
+}
+
+TEST(ShellReading, WhatIsNotClosedIsRefused) {
+  EXPECT_EQ(read_as_shell("a 'b c").fault, "the quote at byte 3 is never closed");
+  EXPECT_EQ(read_as_shell("a \"b c").fault, "the quote at byte 3 is never closed");
+  EXPECT_EQ(read_as_shell("a `b c").fault, "the \"`\" at byte 3 is never closed");
+  EXPECT_EQ(read_as_shell("a \"$(b c\"").fault, "the \"$(\" at byte 4 is never closed");
+  EXPECT_EQ(read_as_shell("a (b)").fault, "\"(\" is not expected there");
+  EXPECT_EQ(read_as_shell("; a").fault, "no command stands before \";\"");
+  EXPECT_EQ(read_as_shell("a ;; b").fault, "\";;\" is not expected there");
+  EXPECT_EQ(read_as_shell("a &&").fault, "no command stands at the end");
+  EXPECT_EQ(read_as_shell("a >").fault, "a redirection has nothing to go to");
+}
+
+/// What the real shell makes of a line whose first word is a function of ours, which shows its words.
+std::string words_of_shell(const std::string& line, int& exit_code) {
+  const auto result = eclipse_host::run_in_shell("show() { for word; do printf '<%s>' \"$word\"; done; printf '.'; }\n" + line);
+  exit_code = result.exit_code;
+  return result.output;
+}
+
+std::string words_read(const ShellReading& reading) {
+  std::string text;
+  for (const Words& command : reading.commands) {
+    for (std::size_t i = 1; i < command.size(); ++i) text += "<" + command[i] + ">";
+    text += ".";
+  }
+  return text;
+}
+
+/// Every text up to a length over the letters that matter, each given to both.
+TEST(ShellReading, EverySmallTextIsReadAsTheShellReadsIt) {
+  const std::string letters = "a \"'\\\t";
+  std::vector<std::string> texts = {""};
+  std::size_t checked = 0;
+  for (std::size_t i = 0; texts[i].size() < 4; ++i) {
+    for (const char letter : letters) texts.push_back(texts[i] + letter);
+  }
+  // One shell for many lines: a line that it refuses ends it, so those are given to it alone.
+  std::string script;
+  std::string wanted;
+  for (const std::string& text : texts) {
+    const ShellReading reading = read_as_shell("show " + text);
+    if (!reading.fault.empty() || text.ends_with('\\')) continue;
+    script += "show " + text + "\n";
+    wanted += words_read(reading);
+    ++checked;
+  }
+  int exit_code = -1;
+  EXPECT_EQ(words_of_shell(script, exit_code), wanted);
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_GT(checked, 500U);
+}
+
+TEST(ShellReading, WhatIsRefusedTheShellRefuses) {
+  for (const std::string line : {"show 'a", "show \"a", "show (a)", "; show", "show ;; show", "show &&", "show >", "show `a",
+                                 "show $(a", "show a | | show a", "show -u F1,F2 2>&1F2 2>&1"}) {
+    int exit_code = 0;
+    words_of_shell(line, exit_code);
+    EXPECT_NE(exit_code, 0) << line;
+    EXPECT_NE(read_as_shell(line).fault, "") << line;
+  }
+  for (const std::string line : {"show a;", "show a &", "show a\n\nshow b", "show a && show b", "show a 2>&1", "show a # 'b"}) {
+    int exit_code = 1;
+    words_of_shell(line, exit_code);
+    EXPECT_EQ(exit_code, 0) << line;
+    EXPECT_EQ(read_as_shell(line).fault, "") << line;
+  }
+}
+
+}  // namespace
+
+}  // namespace eclipse_plan

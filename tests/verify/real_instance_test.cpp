@@ -1,0 +1,95 @@
+// Each test asks an Eclipse instance of its own.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host/shell.h"
+#include "product.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+
+namespace {
+
+constexpr auto alpha_and_beta =
+    "sites/alpha\torg.example.alpha.feature.group\n"
+    "sites/beta.zip\torg.example.beta.feature.group\n";
+
+struct Answer {
+  int status;
+  nlohmann::json result;
+};
+
+/// Calls the command on the session that the product ran last.
+Answer answer_of(const Product& product, const std::string& subcommand, const std::string& options = "") {
+  const auto run = eclipse_host::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' " + subcommand + " --json '" +
+                                              (product.folder() / "session.json").string() + "' " + options);
+  EXPECT_EQ(run.error_output, "");
+  return {run.exit_code, nlohmann::json::parse(run.output)};
+}
+
+std::vector<std::string> different_units(const nlohmann::json& verification) {
+  std::vector<std::string> units;
+  for (const auto& unit : verification.at("units")) {
+    if (!unit.at("same")) units.push_back(unit.at("unit"));
+  }
+  return units;
+}
+
+TEST(RealInstance, IsTheSameAfterARunAndDiffersBeforeAndAfterARemoval) {
+  Product product;
+  product.component("tools", {"alpha", "beta.zip"}, alpha_and_beta);
+  ASSERT_EQ(product.run("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}}).status, 0) << "only writes the session";
+  const std::string with_it = "--set ECLIPSE_INTEGRATION_CHOICE=user";
+  const Answer before = answer_of(product, "verify", with_it);
+  EXPECT_EQ(before.status, 1);
+  EXPECT_THAT(different_units(before.result), ElementsAre("org.example.alpha.feature.group", "org.example.beta.feature.group"));
+
+  const Answer run = answer_of(product, "run --verify", with_it);
+  EXPECT_EQ(run.status, 0);
+  const auto& verification = run.result.at("verification");
+  EXPECT_EQ(verification.at("cameIn"), nlohmann::json(features({"alpha", "beta"})));
+  EXPECT_THAT(verification.at("wentOut"), IsEmpty());
+  const Answer after = answer_of(product, "verify", with_it);
+  EXPECT_EQ(after.status, 0);
+  EXPECT_THAT(after.result.at("installed"), IsSupersetOf(features({"alpha", "beta"})));
+  EXPECT_EQ(verification.at("after"), after.result);
+
+  ASSERT_EQ(product.run("uninstall").status, 0);
+  EXPECT_EQ(answer_of(product, "verify").status, 0) << "all is gone";
+  EXPECT_EQ(answer_of(product, "verify", "--set KORU_MODE=install").status, 1);
+}
+
+TEST(RealInstance, OneUnitThatIsNotThereIsNamedAndKeepsTheOthersIn) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");
+  ASSERT_EQ(product.run("install").status, 0);
+  product.component("more", {"gamma"}, "sites/gamma\torg.example.gamma.feature.group\n");
+  ASSERT_EQ(product.run("uninstall", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}}).status, 0) << "only writes the session";
+  const auto run =
+      eclipse_host::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' run --verify --json '" +
+                                 (product.folder() / "session.json").string() + "' --set ECLIPSE_INTEGRATION_CHOICE=user");
+  EXPECT_EQ(run.exit_code, 1);
+  EXPECT_THAT(run.error_output, testing::HasSubstr("warning: org.example.gamma.feature.group ("));
+  const auto verification = nlohmann::json::parse(run.output).at("verification");
+  EXPECT_EQ(verification.at("notRemovable"), nlohmann::json({"org.example.gamma.feature.group"}));
+  EXPECT_THAT(verification.at("wentOut"), IsEmpty());
+  EXPECT_THAT(different_units(verification.at("after")), ElementsAre("org.example.alpha.feature.group"));
+  const auto& failures = verification.at("failures");
+  ASSERT_EQ(failures.size(), 3U);
+  EXPECT_EQ(failures[0].at("layer"), "the director");
+  EXPECT_EQ(failures[0].at("causes"),
+            nlohmann::json({"The installable unit org.example.gamma.feature.group has not been found."}));
+  EXPECT_EQ(failures[1].at("layer"), "the shell");
+}
+
+TEST(RealInstance, IsAskedBelowAPathWithBlanks) {
+  Product product("my product");
+  product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
+  ASSERT_EQ(product.run("install").status, 1) << "the shell cuts the executable";
+  const Answer answer = answer_of(product, "verify");
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_THAT(different_units(answer.result), ElementsAre("org.example.beta.feature.group"));
+}
+
+}  // namespace

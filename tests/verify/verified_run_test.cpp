@@ -1,0 +1,131 @@
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+using Json = nlohmann::json;
+
+/// The first and the last start of the director is the question for what is installed.
+class VerifiedRun : public ChildCommand {
+ protected:
+  std::string verification(const Outcome& outcome) const {
+    const std::size_t start = outcome.output.find("\nVerification:\n");
+    return start == std::string::npos ? "" : outcome.output.substr(start);
+  }
+};
+
+const std::string question = "-nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots\n";
+
+TEST_F(VerifiedRun, TellsWhatCameIn) {
+  write_session("install");
+  script(3, "echo one/1.0.0; echo two/1.0.0");
+  const Outcome outcome = eclipse_int("run session.json --verify");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.error, "");
+  EXPECT_EQ(director_calls(), question + install_arguments("one,two") + "\n" + question);
+  EXPECT_EQ(verification(outcome),
+            "\nVerification:\n"
+            "  Came in:\n"
+            "    one/1.0.0\n"
+            "    two/1.0.0\n"
+            "Same: the units that the session installs (2) are all installed in FOLDER/eclipse/eclipse\n");
+}
+
+TEST_F(VerifiedRun, FailsWhenWhatWasDoneIsNotThere) {
+  write_session("install");
+  script(3, "echo one/1.0.0");
+  const Outcome outcome = eclipse_int("run session.json --verify");
+  EXPECT_EQ(outcome.status, 1) << "although every command succeeded";
+  EXPECT_NE(verification(outcome).find("\n  two is not installed ("), std::string::npos) << outcome.output;
+}
+
+TEST_F(VerifiedRun, WarnsBeforeARemovalThatIsBlocked) {
+  write_session("uninstall", {}, "\"remove\": true");
+  script(1, "echo one/1.0.0");
+  script(2, "echo 'Installation failed.'; echo 'two has not been found.'; exit 13");
+  script(3, "echo one/1.0.0");
+  const Outcome outcome = eclipse_int("run session.json --verify");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(
+      outcome.error,
+      "eclipse-int: warning: two (FOLDER/tools/etc/eclipse/tools.txt:3) is not installed; one such unit keeps the director "
+      "from removing any\n");
+  const std::size_t why = outcome.output.find("\nWhy commands failed:\n");
+  ASSERT_NE(why, std::string::npos) << outcome.output;
+  // How the shell says that it does not understand the retries is its own.
+  EXPECT_TRUE(outcome.output.substr(why).starts_with(
+      "\nWhy commands failed:\n"
+      "  Command 1, exit code 13, from the director: it could not do what it was asked for\n"
+      "    two has not been found.\n"
+      "  Command 2 to 3, exit code "))
+      << outcome.output;
+  EXPECT_NE(outcome.output.find(", from the shell: it does not understand the command, and started nothing\n", why),
+            std::string::npos);
+  EXPECT_EQ(verification(outcome),
+            "\nVerification:\n"
+            "  Nothing came in and nothing went out.\n"
+            "Different: of the units that the session removes (2), 1 still installed in FOLDER/eclipse/eclipse\n"
+            "  one is still installed (FOLDER/tools/etc/eclipse/tools.txt:2)\n");
+}
+
+TEST_F(VerifiedRun, IsThereForPrograms) {
+  write_session("install");
+  script(2, "exit 13");
+  script(3, "echo 'Installation failed.'; echo 'no one'; exit 13");
+  script(5, "echo two/1.0.0");
+  const Outcome outcome = eclipse_int("run session.json --verify --json");
+  EXPECT_EQ(outcome.status, 1);
+  const Json verification = Json::parse(outcome.output).at("verification");
+  EXPECT_EQ(verification.at("planned"), true);
+  EXPECT_EQ(verification.at("before"), Json::array());
+  EXPECT_EQ(verification.at("cameIn"), Json::array({"two/1.0.0"}));
+  EXPECT_EQ(verification.at("wentOut"), Json::array());
+  EXPECT_EQ(verification.at("notRemovable"), Json::array());
+  EXPECT_EQ(verification.at("faults"), Json::array());
+  EXPECT_EQ(verification.at("after").at("same"), false);
+  EXPECT_EQ(verification.at("failures"), Json::parse(R"([
+    {"command": 1, "exitCode": 13, "layer": "the launcher",
+     "meaning": "the application did not run to its end, and nothing tells why", "causes": [], "log": null},
+    {"command": 2, "exitCode": 13, "layer": "the director",
+     "meaning": "it could not do what it was asked for", "causes": ["no one"], "log": null}])"));
+}
+
+TEST_F(VerifiedRun, IsRunAllTheSameWhenTheInstanceCannotBeAsked) {
+  write_session("install");
+  script(1, "exit 15");
+  script(3, "exit 15");
+  const Outcome outcome = eclipse_int("run session.json --verify");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(director_calls(), question + install_arguments("one,two") + "\n" + question);
+  EXPECT_EQ(verification(outcome),
+            "\nVerification:\n"
+            "  Fault: before the run, \"FOLDER/eclipse/eclipse\" cannot be asked for what is installed: exit code 15, the "
+            "launcher: the instance or its configuration cannot be written\n"
+            "  Fault: after the run, \"FOLDER/eclipse/eclipse\" cannot be asked for what is installed: exit code 15, the "
+            "launcher: the instance or its configuration cannot be written\n");
+}
+
+TEST_F(VerifiedRun, AsksNothingWhenNothingIsRun) {
+  write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
+  const Outcome outcome = eclipse_int("run session.json --verify");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(verification(outcome), "\nVerification:\n  The session has no command to run, so there is nothing to verify.\n");
+  EXPECT_EQ(director_calls(), "");
+}
+
+TEST_F(VerifiedRun, IsTheRunItself) {
+  write_session("install");
+  script(1, "exit 13");
+  const Outcome plain = eclipse_int("run session.json");
+  std::filesystem::remove("eclipse/calls");
+  std::filesystem::rename("eclipse/1.sh", "eclipse/2.sh");
+  EXPECT_TRUE(eclipse_int("run session.json --verify").output.starts_with(plain.output));
+}
+
+}  // namespace
+
+}  // namespace cli_test

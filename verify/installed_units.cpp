@@ -1,0 +1,87 @@
+#include "verify/installed_units.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <sstream>
+
+#include "host/shell.h"
+#include "verify/failure.h"
+
+namespace eclipse_verify {
+
+namespace {
+
+constexpr std::string_view white_space = " \t\r\n\v\f";
+
+std::string_view trimmed(std::string_view text) {
+  text.remove_prefix(std::min(text.find_first_not_of(white_space), text.size()));
+  return text.substr(0, text.find_last_not_of(white_space) + 1);
+}
+
+/// For a path that may hold anything.
+std::string quoted_for_shell(const std::string& text) {
+  std::string quoted = "'";
+  for (const char byte : text) quoted += byte == '\'' ? "'\\''" : std::string(1, byte);
+  return quoted + "'";
+}
+
+Unit unit_in(std::string_view text) {
+  const std::size_t slash = text.find('/');
+  if (slash == text.npos) return {std::string(text), ""};
+  return {std::string(text.substr(0, slash)), std::string(text.substr(slash + 1))};
+}
+
+/// With the parts that may be left out.
+std::string whole_version(std::string version) {
+  for (auto dots = std::count(version.begin(), version.end(), '.'); dots < 2; ++dots) version += ".0";
+  return version;
+}
+
+/// Other lines tell how long it took, or what the machine that runs the director complains of.
+bool is_unit(std::string_view line) {
+  const std::size_t slash = line.find('/');
+  return slash != 0 && slash + 1 < line.size() && std::isdigit(static_cast<unsigned char>(line[slash + 1])) != 0 &&
+         line.find_first_of(white_space) == line.npos;
+}
+
+}  // namespace
+
+std::string text_of(const Unit& unit) { return unit.version.empty() ? unit.id : unit.id + "/" + unit.version; }
+
+std::vector<Unit> units_in(std::string_view output) {
+  std::vector<Unit> units;
+  while (!output.empty()) {
+    const std::size_t end = std::min(output.find('\n'), output.size());
+    const std::string_view line = trimmed(output.substr(0, end));
+    if (is_unit(line)) units.push_back(unit_in(line));
+    output.remove_prefix(std::min(end + 1, output.size()));
+  }
+  std::sort(units.begin(), units.end());
+  return units;
+}
+
+std::vector<Unit> units_named(std::string_view list) {
+  std::vector<Unit> units;
+  std::istringstream names{std::string(list)};
+  for (std::string name; std::getline(names, name, ',');) {
+    if (const std::string_view text = trimmed(name); !text.empty()) units.push_back(unit_in(text));
+  }
+  return units;
+}
+
+bool is_wanted(const Unit& wanted, const Unit& installed) {
+  if (wanted.id != installed.id) return false;
+  return wanted.version.empty() || whole_version(wanted.version) == whole_version(installed.version);
+}
+
+std::vector<Unit> installed_units(const std::string& executable) {
+  const InstanceLogs logs(std::filesystem::path(executable).parent_path());
+  const auto result = eclipse_host::run_in_shell(quoted_for_shell(executable) +
+                                                 " -nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots");
+  if (result.exit_code == 0) return units_in(result.output);
+  throw InstanceFault("\"" + executable + "\" cannot be asked for what is installed: exit code " +
+                      std::to_string(result.exit_code) + ", " + text_of(explain(result, logs)));
+}
+
+}  // namespace eclipse_verify

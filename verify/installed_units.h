@@ -1,0 +1,44 @@
+// What an Eclipse instance has installed, as it says itself.
+#ifndef ECLIPSE_INT_VERIFY_INSTALLED_UNITS_H
+#define ECLIPSE_INT_VERIFY_INSTALLED_UNITS_H
+
+#include <compare>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace eclipse_verify {
+
+struct Unit {
+  std::string id;
+  std::string version;  ///< empty when any is meant
+
+  auto operator<=>(const Unit&) const = default;
+};
+
+/// "ID/VERSION", or "ID" without a version.
+std::string text_of(const Unit& unit);
+
+/// The instance cannot say what it has installed. The message tells why, on one or more lines.
+class InstanceFault : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Asks the director of an instance for the roots that are installed: what was installed by name, not what came along as a
+/// requirement. In the order of their texts. Throws InstanceFault.
+std::vector<Unit> installed_units(const std::string& executable);
+
+/// The units in what the director prints when it is asked for them.
+std::vector<Unit> units_in(std::string_view output);
+
+/// The units that the director makes of the text behind "-i" or "-u".
+std::vector<Unit> units_named(std::string_view list);
+
+/// Whether a unit that is installed is the wanted one. Versions are compared as the director reads them, "1.0" as "1.0.0".
+bool is_wanted(const Unit& wanted, const Unit& installed);
+
+}  // namespace eclipse_verify
+
+#endif
