@@ -1,0 +1,90 @@
+// The completion in a real bash.
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <vector>
+
+#include "fake_host/temporary_folder.h"
+#include "host/plugin.h"
+#include "host/shell.h"
+#include "manual/command_help.h"
+
+namespace manual {
+
+namespace {
+
+/// What bash offers for the last of these words.
+Names offered(const std::vector<std::string>& words) {
+  std::string script = "source '" COMPLETION "'; COMP_WORDS=(eclipse-int";
+  for (const std::string& word : words) script += " \"" + word + "\"";
+  script += "); COMP_CWORD=" + std::to_string(words.size()) +
+            "; _eclipse_int " ECLIPSE_INT_COMMAND "; printf \"%s\\\\n\" \"${COMPREPLY[@]}\"";
+  // The words stand in double quotes, the script in single ones.
+  std::string quoted;
+  for (const char byte : script) quoted += byte == '\'' ? "'\\''" : std::string(1, byte);
+  std::istringstream lines(output_of("bash --norc -c '" + quoted + "'"));
+  Names names;
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.empty()) names.insert(line);
+  }
+  return names;
+}
+
+Names actions() { return {eclipse_host::action_names.begin(), eclipse_host::action_names.end()}; }
+
+TEST(Completion, OffersEverySubcommandAndNoOther) {
+  EXPECT_EQ(offered({""}), subcommands());
+  EXPECT_EQ(offered({"pl"}), Names{"plan"});
+}
+
+TEST(Completion, OffersEveryOptionAndNoOther) {
+  EXPECT_EQ(offered({"-"}), options_of(""));
+  for (const std::string& subcommand : subcommands())
+    EXPECT_EQ(offered({subcommand, "-"}), options_of(subcommand)) << subcommand;
+}
+
+TEST(Completion, OffersActionsAndRules) {
+  const fake::TemporaryFolder folder;
+  EXPECT_EQ(offered({"call", ""}), actions());
+  EXPECT_EQ(offered({"call", "find_eclipse_ide", "perform_"}), (Names{"perform_integration", "perform_unintegration"}));
+  Names rules;
+  std::istringstream lines(output_of(ECLIPSE_INT_COMMAND " explain"));
+  for (std::string rule, rest; lines >> rule && std::getline(lines, rest);) rules.insert(rule);
+  EXPECT_GT(rules.size(), 50U);
+  EXPECT_EQ(offered({"explain", ""}), rules);
+  EXPECT_EQ(offered({"lint", "--disable", ""}), rules);
+}
+
+TEST(Completion, OffersFiles) {
+  const fake::TemporaryFolder folder;
+  fake::write_file("session.json", "");
+  fake::write_file("descriptor.txt", "");
+  fake::write_file("my folder/a.json", "");
+  EXPECT_EQ(offered({"run", ""}), (Names{"session.json", "my folder"}));
+  EXPECT_EQ(offered({"plan", "my folder/"}), Names{"my folder/a.json"});
+  EXPECT_EQ(offered({"lint", ""}), (Names{"session.json", "descriptor.txt", "my folder"}));
+  EXPECT_EQ(offered({"run", "x.json", "--variables", "s"}), Names{"session.json"});
+  EXPECT_EQ(offered({"run", "x.json", "--log", "=", "d"}), Names{"descriptor.txt"});
+}
+
+TEST(Completion, OffersOnlyValuesThatAreAccepted) {
+  const fake::TemporaryFolder folder;
+  fake::write_file("empty", "");
+  for (const std::string option : {"--format", "--severity"}) {
+    const Names values = offered({"lint", option, ""});
+    EXPECT_EQ(values.size(), 3U);
+    for (const std::string& value : values) {
+      EXPECT_NE(eclipse_host::run_in_shell(ECLIPSE_INT_COMMAND " lint empty " + option + " " + value).exit_code, 2) << value;
+    }
+  }
+  EXPECT_EQ(offered({"lint", "--format", "=", "s"}), Names{"sarif"});
+}
+
+TEST(Completion, IsRegistered) {
+  EXPECT_EQ(output_of("bash --norc -c 'source \"" COMPLETION "\"; complete -p eclipse-int'"),
+            "complete -F _eclipse_int eclipse-int\n");
+}
+
+}  // namespace
+
+}  // namespace manual

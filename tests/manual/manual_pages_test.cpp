@@ -1,0 +1,99 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <sstream>
+
+#include "host/plugin.h"
+#include "host/shell.h"
+#include "manual/command_help.h"
+
+namespace manual {
+
+namespace {
+
+const std::string pages = MANUAL_FOLDER;
+
+/// A page as its author writes it, with plain hyphens.
+std::string source_of(const std::string& page) {
+  std::ostringstream content;
+  content << std::ifstream(pages + "/" + page, std::ios::binary).rdbuf();
+  return std::regex_replace(content.str(), std::regex("\\\\-"), "-");
+}
+
+/// The parts of the page with headings ".SS NAME", by their names.
+std::map<std::string, std::string> subsections(const std::string& page) {
+  std::map<std::string, std::string> parts;
+  std::istringstream lines(page);
+  std::string name;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with(".SH ")) name.clear();
+    if (line.starts_with(".SS ")) name = line.substr(4);
+    if (!name.empty()) parts[name] += line + "\n";
+  }
+  return parts;
+}
+
+/// The options that have an entry of their own.
+Names entries_in(const std::string& part) {
+  Names names;
+  const std::regex entry("\n\\.T[PQ]\n\\.[A-Z]+ (?:-[a-z] \", \" )?(--[a-z-]+)");
+  for (std::sregex_iterator found(part.begin(), part.end(), entry), end; found != end; ++found) names.insert((*found)[1]);
+  return names;
+}
+
+Names without_help(Names names) {
+  names.erase("--help");
+  return names;
+}
+
+TEST(ManualPage, HasAPartForEverySubcommandAndForNoOther) {
+  Names parts;
+  for (const auto& [name, part] : subsections(source_of("eclipse-int.1"))) parts.insert(name);
+  EXPECT_EQ(parts, subcommands());
+}
+
+TEST(ManualPage, ShowsHowEverySubcommandIsCalled) {
+  const std::string source = source_of("eclipse-int.1");
+  const std::string synopsis =
+      source.substr(source.find(".SH SYNOPSIS"), source.find(".SH DESCRIPTION") - source.find(".SH SYNOPSIS"));
+  Names shown;
+  const std::regex call("\\.B eclipse-int ([a-z]+)\n");
+  for (std::sregex_iterator found(synopsis.begin(), synopsis.end(), call), end; found != end; ++found)
+    shown.insert((*found)[1]);
+  EXPECT_EQ(shown, subcommands());
+}
+
+TEST(ManualPage, HasAnEntryForEveryOptionAndForNoOther) {
+  const std::string source = source_of("eclipse-int.1");
+  EXPECT_EQ(entries_in(source.substr(0, source.find(".SH SUBCOMMANDS"))), options_of(""));
+  for (const auto& [subcommand, part] : subsections(source)) {
+    EXPECT_EQ(entries_in(part), without_help(options_of(subcommand))) << subcommand;
+  }
+}
+
+TEST(ManualPage, NamesNoOptionThatDoesNotExist) {
+  Names all = options_of("");
+  for (const std::string& subcommand : subcommands()) all.merge(options_of(subcommand));
+  for (const std::string page : {"eclipse-int.1", "eclipse-int-descriptor.5"}) {
+    for (const std::string& option : options_in(source_of(page))) EXPECT_EQ(all.count(option), 1U) << option << " in " << page;
+  }
+}
+
+TEST(ManualPage, NamesEveryAction) {
+  const std::string part = subsections(source_of("eclipse-int.1"))["call"];
+  for (const std::string_view action : eclipse_host::action_names) EXPECT_NE(part.find(action), std::string::npos) << action;
+}
+
+TEST(ManualPage, IsFormattedWithoutAWarning) {
+  if (eclipse_host::run_in_shell("command -v groff").exit_code != 0) GTEST_SKIP() << "groff is not installed";
+  for (const auto& entry : std::filesystem::directory_iterator(pages)) {
+    EXPECT_EQ(output_of("groff -man -ww -Tascii '" + entry.path().string() + "' 2>&1 > /dev/null"), "");
+  }
+}
+
+}  // namespace
+
+}  // namespace manual
