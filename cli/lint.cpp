@@ -94,7 +94,7 @@ Subcommand add_lint(CLI::App& program) {
   CLI::App* const parser = program.add_subcommand(
       "lint", "Find mistakes in descriptor files, components and sessions, which the plug-in passes over in silence");
   const auto options = std::make_shared<LintOptions>();
-  parser->add_option("INPUT", options->inputs, "Descriptor files, folders of components, session files (.json)")
+  parser->add_option("INPUT", options->inputs, "Descriptor files, folders that each hold one component, session files (.json)")
       ->required()
       ->option_text("...");
   parser->add_option("--format", options->format, "How to print the findings: text, json or sarif; text without it")

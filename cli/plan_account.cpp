@@ -83,6 +83,7 @@ std::string components_of(const Plan& plan) {
 }
 
 std::string title_of_components(const Plan& plan) {
+  if (plan.executable.empty()) return "Components (none is searched)";
   if (plan.every_component) return "Components (every one is searched, since the instance is new in this run)";
   return plan.is_removal ? "Components (those that are being removed are searched)"
                          : "Components (those that are being installed are searched, since the instance is known)";

@@ -62,7 +62,7 @@ void VerifiedRun::ask_before() {
 void VerifiedRun::warn_of_removal() const {
   for (const CheckedUnit& checked : before_->not_there()) {
     complain("warning: " + on_one_line(text_of(checked.unit)) + " (" + on_one_line(checked.places.front()) +
-             ") is not installed; one such unit keeps the director from removing any");
+             ") is not installed by name; if it did not come along with another unit either, the director removes none");
   }
 }
 

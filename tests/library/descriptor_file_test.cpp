@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <sstream>
@@ -92,31 +92,40 @@ TEST(DescriptorFile, WhatIsNoReadableFileAppendsNothingAndIsNotLogged) {
   EXPECT_EQ(host.events, Texts{});
 }
 
-/// Lets the process open no further file, the administrator's processes included.
-class NoMoreFiles {
+/// Takes the administrator's rights from the process, whom no permission stops otherwise.
+class NotAdministrator {
  public:
-  NoMoreFiles() {
-    getrlimit(RLIMIT_NOFILE, &before_);
-    const rlimit none = {0, before_.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
+  NotAdministrator() {
+    if (before_ == 0) {
+      EXPECT_EQ(seteuid(nobody), 0);
+    }
   }
-  ~NoMoreFiles() { setrlimit(RLIMIT_NOFILE, &before_); }
-  NoMoreFiles(const NoMoreFiles&) = delete;
-  NoMoreFiles& operator=(const NoMoreFiles&) = delete;
+  ~NotAdministrator() {
+    if (before_ == 0) {
+      EXPECT_EQ(seteuid(0), 0);
+    }
+  }
+  NotAdministrator(const NotAdministrator&) = delete;
+  NotAdministrator& operator=(const NotAdministrator&) = delete;
 
  private:
-  rlimit before_{};
+  static constexpr uid_t nobody = 65534;
+  const uid_t before_ = geteuid();
 };
 
-TEST(DescriptorFile, OneThatCannotBeOpenedAppendsNothing) {
+TEST(DescriptorFile, OneThatMayNotBeReadAppendsNothing) {
   FakeHost host;
   fake::write_file("base/file", "site\tfeat\n");
+  ASSERT_EQ(chmod(".", 0755), 0);
+  ASSERT_EQ(chmod("base", 0755), 0);
+  ASSERT_EQ(chmod("base/file", 0), 0);
   Records records;
   {
-    const NoMoreFiles no_more;
+    const NotAdministrator unprivileged;
     process_file({"base", "file"}, records);
   }
   EXPECT_EQ(records, Records());
+  ASSERT_EQ(chmod("base/file", 0644), 0);
   process_file({"base", "file"}, records);
   EXPECT_EQ(records.size(), 1U);
 }

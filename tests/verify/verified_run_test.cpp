@@ -52,8 +52,8 @@ TEST_F(VerifiedRun, WarnsBeforeARemovalThatIsBlocked) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(
       outcome.error,
-      "eclipse-int: warning: two (FOLDER/tools/etc/eclipse/tools.txt:3) is not installed; one such unit keeps the director "
-      "from removing any\n");
+      "eclipse-int: warning: two (FOLDER/tools/etc/eclipse/tools.txt:3) is not installed by name; if it did not come along "
+      "with another unit either, the director removes none\n");
   const std::size_t why = outcome.output.find("\nWhy commands failed:\n");
   ASSERT_NE(why, std::string::npos) << outcome.output;
   // How the shell says that it does not understand the retries is its own.
