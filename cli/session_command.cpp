@@ -3,11 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
-#include <string_view>
 #include <system_error>
 
 #include "cli/account.h"
@@ -43,8 +41,6 @@ void refuse_same(const std::string& option, const std::string& output, const std
   if (!input || !is_same_file(output, *input)) return;
   throw FileFault(output + ": " + option + " would overwrite " + *input + ", which is used in this run; give it another file");
 }
-
-constexpr std::array<std::string_view, 3> modes = {"install", "modify", "uninstall"};
 
 /// False, and complained of, when a file could not be written.
 bool is_written(const std::function<void()>& write) {

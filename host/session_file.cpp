@@ -1,18 +1,16 @@
 #include "host/session_file.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <string>
 #include <system_error>
 
 #include "host/json_document.h"
+#include "host/session_run.h"
 
 namespace eclipse_host {
 
 namespace {
-
-constexpr std::array<std::string_view, 3> modes = {"install", "modify", "uninstall"};
 
 class SessionReader {
  public:

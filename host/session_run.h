@@ -2,15 +2,20 @@
 #ifndef ECLIPSE_INT_HOST_SESSION_RUN_H
 #define ECLIPSE_INT_HOST_SESSION_RUN_H
 
+#include <array>
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/plugin.h"
 #include "host/session.h"
 
 namespace eclipse_host {
+
+/// What KORU_MODE may be for a whole session.
+inline constexpr std::array<std::string_view, 3> modes = {"install", "modify", "uninstall"};
 
 struct ActionRecord {
   std::string name;
