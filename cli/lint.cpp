@@ -68,7 +68,7 @@ void print(const Findings& findings, const std::string& format) {
 int perform(const LintOptions& options) {
   const Settings settings = settings_from(options);
   const auto plugin = options.plugin ? eclipse_host::Plugin(*options.plugin) : eclipse_host::Plugin::beside_this_program();
-  const Library library(plugin);
+  const eclipse_inquiry::Library library(plugin);
   Sites sites;
   Findings findings;
   int status = 0;

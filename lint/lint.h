@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "inquiry/library.h"
 #include "lint/finding.h"
-#include "lint/library.h"
 #include "lint/site.h"
 
 namespace eclipse_lint {
@@ -32,7 +32,8 @@ struct Settings {
 
 /// The findings in a descriptor file, the folder of a component or a session file (.json), in the order of files and places,
 /// with the reason in those that are set aside. Throws FileFault when the input is none of the three.
-Findings lint(const Library& library, Sites& sites, const std::filesystem::path& input, const Settings& settings = {});
+Findings lint(const eclipse_inquiry::Library& library, Sites& sites, const std::filesystem::path& input,
+              const Settings& settings = {});
 
 }  // namespace eclipse_lint
 

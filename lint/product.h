@@ -11,11 +11,16 @@
 #include <vector>
 
 #include "host/session.h"
+#include "inquiry/library.h"
 #include "lint/finding.h"
-#include "lint/library.h"
 #include "lint/site.h"
 
 namespace eclipse_lint {
+
+using eclipse_inquiry::DescriptorFile;
+using eclipse_inquiry::Library;
+using eclipse_inquiry::Placement;
+using eclipse_inquiry::RecordedRun;
 
 struct Record;
 struct Component;

@@ -5,11 +5,11 @@
 #include <map>
 #include <string_view>
 
-#include "lint/library.h"
+#include "inquiry/library.h"
 #include "plan/recorded_run.h"
 
 using namespace eclipse_host;
-using eclipse_lint::Library;
+using eclipse_inquiry::Library;
 
 namespace eclipse_plan {
 

@@ -35,9 +35,9 @@ void write_sample(const eclipse_lint::Sample& sample) {
   }
 }
 
-const eclipse_lint::Library& library() {
+const eclipse_inquiry::Library& library() {
   static const eclipse_host::Plugin plugin(ECLIPSE_INT_LIBRARY);
-  static const eclipse_lint::Library library(plugin);
+  static const eclipse_inquiry::Library library(plugin);
   return library;
 }
 

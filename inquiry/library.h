@@ -1,6 +1,6 @@
 // The plug-in's own functions, so that whatever is said about a descriptor is what the plug-in makes of it.
-#ifndef ECLIPSE_INT_LINT_LIBRARY_H
-#define ECLIPSE_INT_LINT_LIBRARY_H
+#ifndef ECLIPSE_INT_INQUIRY_LIBRARY_H
+#define ECLIPSE_INT_INQUIRY_LIBRARY_H
 
 #include <cstdint>
 #include <filesystem>
@@ -12,7 +12,7 @@
 #include "host/plugin.h"
 #include "host/session.h"
 
-namespace eclipse_lint {
+namespace eclipse_inquiry {
 
 /// A descriptor file of a component.
 struct DescriptorFile {
@@ -77,6 +77,6 @@ class Library {
   decltype(&::find_eclipse_executable) find_eclipse_executable_;
 };
 
-}  // namespace eclipse_lint
+}  // namespace eclipse_inquiry
 
 #endif

@@ -1,4 +1,4 @@
-#include "lint/library.h"
+#include "inquiry/library.h"
 
 #include <dlfcn.h>
 
@@ -9,7 +9,7 @@
 
 using namespace eclipse_host;
 
-namespace eclipse_lint {
+namespace eclipse_inquiry {
 
 namespace {
 
@@ -216,4 +216,4 @@ RecordedRun Library::run(Session& session) const {
   return run;
 }
 
-}  // namespace eclipse_lint
+}  // namespace eclipse_inquiry

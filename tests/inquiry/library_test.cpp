@@ -4,11 +4,16 @@
 #include <random>
 
 #include "fake_host/fake_host.h"
-#include "lint/samples.h"
+#include "inquiry/library.h"
 
-using namespace eclipse_lint;
+using namespace eclipse_inquiry;
 
 namespace {
+
+Library library() {
+  static const eclipse_host::Plugin plugin(ECLIPSE_INT_LIBRARY);
+  return Library(plugin);
+}
 
 /// Records whose features differ, some without a repository, with orders that collide often.
 std::vector<plugin_config> random_records(std::mt19937& random, int count) {
@@ -36,7 +41,7 @@ fake::Texts logged_of(const std::vector<plugin_config>& records) {
 fake::Texts log_by_placements(const std::vector<plugin_config>& records) {
   fake::Texts log;
   std::map<std::int64_t, std::string> order;
-  const auto placements = lint_test::library().placements(records);
+  const auto placements = library().placements(records);
   for (std::size_t i = 0; i < records.size(); ++i) {
     if (!placements[i]) continue;
     log.push_back("eclipse_int: Repository: " + placements[i]->url + " Feature: " + records[i].feature);
@@ -58,11 +63,7 @@ TEST(Library, PlacementsAreThoseThatThePluginLogs) {
 TEST(Library, OrdersAreReadByThePlugin) {
   const std::vector<std::pair<std::string, std::int64_t>> cases = {
       {"undefined", 0}, {"", 0}, {"7", 7}, {" 7x", 7}, {"-3", -3}, {"99999999999", 2147483647}, {"-99999999999", -2147483648}};
-  for (const auto& [text, number] : cases) EXPECT_EQ(lint_test::library().order(text), number) << text;
-}
-
-TEST(Library, LibraryThatIsNotThePluginIsRefused) {
-  EXPECT_THROW(eclipse_host::Plugin(ECLIPSE_INT_LIBRARY ".missing"), eclipse_host::PluginError);
+  for (const auto& [text, number] : cases) EXPECT_EQ(library().order(text), number) << text;
 }
 
 }  // namespace
