@@ -7,7 +7,8 @@ std::string internal_directory(session_t* session) {
   const std::vector<Component*> components = get_ide_components(session);
   const std::string name = env_get_string(session, "ECLIPSE_BIN");
   const std::string executable = find_eclipse_executable(name, components);
-  return file_exists(executable, false) ? get_dirname(executable) : "";
+  if (!file_exists(executable, false)) return "";
+  return get_dirname(executable);
 }
 
 /// An earlier value of the variable stays rather than be replaced by an empty one.

@@ -49,7 +49,8 @@ int perform_integration(session_t* session) {
     print_log("eclipse_int: nothing to integrate");
     return 0;
   }
-  return executable->empty() ? 0 : integrate_into_instance(session, *std::move(executable));
+  if (executable->empty()) return 0;
+  return integrate_into_instance(session, *std::move(executable));
 }
 
 int integrate_into_instance(session_t* session, std::string eclipse_executable) {
@@ -64,7 +65,7 @@ int integrate_into_instance(session_t* session, std::string eclipse_executable) 
   std::set<std::string> extras;
   std::vector<std::string> features;
   populate_lists(populate_plugin_list(Integrate, std::move(components), filter_by_condition), repositories, extras, features);
-  if (features.empty() || repositories.empty()) {
+  if (repositories.empty() || features.empty()) {
     print_log("eclipse_int: feature or repo list is empty, skip integration");
     return 0;
   }

@@ -12,7 +12,8 @@ int perform_unintegration(session_t* session) {
     print_log("eclipse_int: nothing to unintegrate");
     return 0;
   }
-  return executable->empty() ? 0 : unintegrate_from_instance(session, *std::move(executable));
+  if (executable->empty()) return 0;
+  return unintegrate_from_instance(session, *std::move(executable));
 }
 
 int unintegrate_from_instance(session_t* session, std::string eclipse_executable) {

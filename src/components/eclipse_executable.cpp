@@ -33,7 +33,8 @@ std::string find_eclipse_executable(const std::string& name, const std::vector<C
       const auto directory = package_directory(*found);
       if (!directory) continue;
       std::string candidate = joined_path(*directory, with_forward_slashes(entry));
-      if (get_basename(candidate) != name || !is_file(candidate)) continue;
+      const bool is_named_so = get_basename(candidate) == name;
+      if (!is_named_so || !is_file(candidate)) continue;
       print_log("eclipse_int: found eclipse executable: %s", candidate.c_str());
       executable = std::move(candidate);  // no stop here: of several, the last one counts
     }

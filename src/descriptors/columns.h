@@ -12,7 +12,7 @@ namespace eclipse_int {
 /// after a tab at the end of the line, while a tab at its front leaves an empty column before it.
 inline std::optional<std::string_view> take_column(std::string_view& line) {
   if (line.empty()) return std::nullopt;
-  const std::string_view column = line.substr(0, line.find('\t'));
+  const std::string_view column(line.data(), std::min(line.find('\t'), line.size()));
   line.remove_prefix(std::min(column.size() + 1, line.size()));
   return column;
 }

@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 
+#include "exports/under_test.h"
+
 namespace exports {
 
 namespace {
@@ -15,10 +17,16 @@ const Table& load(const char* module) {
   return *static_cast<const Table*>(table);
 }
 
+const Table& load_under_test(const char* module) {
+  const Table& table = load(module);
+  require_under_test(reinterpret_cast<const void*>(table.perform_integration));
+  return table;
+}
+
 }  // namespace
 
 const Table& plug_in() {
-  static const Table& table = load(ECLIPSE_INT_TABLE);
+  static const Table& table = load_under_test(ECLIPSE_INT_TABLE);
   return table;
 }
 
