@@ -316,7 +316,7 @@ std::string mend_of_unknown_key(std::string_view key, std::initializer_list<std:
 JsonDocument::JsonDocument(const std::filesystem::path& file) : file_(file), text_(read_text(file)) {
   if (text_.find_first_not_of(" \t\r\n", text_.starts_with(byte_order_mark) ? byte_order_mark.size() : 0) ==
       std::string::npos) {
-    fault_of_file(file_, "is empty; write a JSON object into it");
+    fault(0, "", "is empty; write JSON into it");
   }
   // The parser would take it for the end of the file.
   const std::size_t zero = text_.find('\0');

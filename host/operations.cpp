@@ -216,6 +216,7 @@ char* get_file(const std::string& path, int, long long* size) {
   if (buffer == nullptr) throw std::bad_alloc();
   std::memcpy(buffer, content->c_str(), content->size() + 1);
   if (size != nullptr) *size = static_cast<long long>(content->size());
+  if (const auto& seen = active_session().on_file_buffer) seen(buffer);
   return buffer;
 }
 

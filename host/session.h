@@ -62,6 +62,8 @@ class Session : public session_t {
   /// Sees each variable that is written, after it was.
   std::function<void(const std::string& name, const std::string& value)> on_variable = [](const std::string&,
                                                                                           const std::string&) {};
+  /// Sees each buffer that get_file() hands to the plug-in, which is to free() it. Left empty, it costs nothing.
+  std::function<void(const void* buffer)> on_file_buffer;
   /// Sees each call before it is carried out; what it throws comes out of the operation. Left empty, it costs nothing.
   std::function<void(const HostCall& call)> on_call;
   /// Asked of each call that may be answered badly in an ordinary way, after on_call: true makes the operation do that. It

@@ -89,7 +89,8 @@ ObservedSession::ObservedSession(const PlannedSession& plan) : plan_(plan) {
   graphical = plan.graphical;
   run_command = [this](const std::string& command) { return next_result(command); };
   on_log = [this](const std::string& line) { records.back().log.push_back(line); };
-  on_call = [this](const HostCall& call) { record(call); };
+  on_call = [this](const HostCall& call) { records.back().calls.push_back(as_text(call)); };
+  on_file_buffer = fake::watch_file_buffer;
   if (!plan.failing_operation.empty()) {
     answers_badly = [this](const HostCall& call) { return call.operation == plan_.failing_operation; };
   }
@@ -124,12 +125,6 @@ std::vector<Component*> ObservedSession::catalogue() const {
   std::vector<Component*> all;
   for (const auto& component : components) all.push_back(component.get());
   return all;
-}
-
-void ObservedSession::record(const HostCall& call) {
-  fake::expect_file_buffer(false);
-  records.back().calls.push_back(as_text(call));
-  fake::expect_file_buffer(call.operation == "get_file");
 }
 
 CommandResult ObservedSession::next_result(const std::string& command) {

@@ -44,7 +44,6 @@ class ObservedSession : public eclipse_host::Session {
 
  private:
   void add_component(const PlannedComponent& planned);
-  void record(const eclipse_host::HostCall& call);
   eclipse_host::CommandResult next_result(const std::string& command);
 
   const PlannedSession& plan_;

@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-#include "fake_host/failing_allocation.h"
+#include "fake_host/allocations.h"
 #include "fake_host/file_buffers.h"
 
 using fake::FakeHost;
@@ -126,13 +126,13 @@ TEST(FakeHost, FileBuffersAreTheOnlyMemoryWatched) {
   EXPECT_EQ(fake::settle_file_buffers(), (fake::BufferAccount{watched, 0, 0}));
 }
 
-TEST(FailingAllocation, TheNthAllocationThrows) {
+TEST(FailingAllocations, TheNthAllocationThrows) {
   FakeHost host;
-  fake::FailingAllocation allocation(2);
+  const fake::FailingAllocations allocations(2, fake::Extent::once);
   void* const first = ::operator new(8);
-  EXPECT_FALSE(allocation.happened());
+  EXPECT_FALSE(allocations.happened());
   EXPECT_THROW(::operator delete(::operator new(8)), std::bad_alloc);
-  EXPECT_TRUE(allocation.happened());
+  EXPECT_TRUE(allocations.happened());
   ::operator delete(first);
   void* const third = ::operator new(8);
   ::operator delete(third);

@@ -6,9 +6,9 @@
 
 namespace fake {
 
-/// Takes the next memory that the code of this program itself asks malloc() for to be a buffer of get_file(), or stops doing
-/// so. In a build with the address sanitizer nothing is watched here: its own malloc() and free() report what is wrong.
-void expect_file_buffer(bool expected);
+/// Begins to watch a buffer; see Session::on_file_buffer. In a build with the address sanitizer nothing is watched here: its
+/// own free() reports what is wrong.
+void watch_file_buffer(const void* buffer);
 
 /// What became of the buffers since the last settlement.
 struct BufferAccount {

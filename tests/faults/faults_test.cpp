@@ -13,9 +13,9 @@
 #include <stdexcept>
 
 #include "differential/observed_session.h"
+#include "fake_host/allocations.h"
 #include "fake_host/file_buffers.h"
 #include "fake_host/temporary_folder.h"
-#include "faults/allocations.h"
 #include "faults/fault_sessions.h"
 
 using differential::ObservedSession;
@@ -24,6 +24,11 @@ using differential::Step;
 using differential::StepRecord;
 using differential::Texts;
 using eclipse_host::HostCall;
+
+using fake::Extent;
+using fake::FailingAllocations;
+using fake::held_allocations;
+using fake::UncountedAllocations;
 
 namespace faults {
 namespace {
@@ -228,7 +233,6 @@ TEST_F(Faults, AnsweredBadlyComeToTheSameAsWithTheModel) {
 /// The run of a session in which an allocation fails. What the test itself remembers is not what is tried here.
 Outcome run_with_failing_allocation(const PlannedSession& plan, std::size_t nth, Extent extent, bool& happened) {
   Trial trial(plan);
-  trial.session.on_call = [](const HostCall& call) { fake::expect_file_buffer(call.operation == "get_file"); };
   trial.session.on_log = [&, record = trial.session.on_log](const std::string& line) {
     const UncountedAllocations own;
     record(line);

@@ -37,8 +37,8 @@ TEST_P(SyntaxFault, IsTold) { EXPECT_EQ(fault_of(GetParam().text), GetParam().me
 INSTANTIATE_TEST_SUITE_P(
     JsonDocument, SyntaxFault,
     testing::Values(
-        Fault{"", "f: is empty; write a JSON object into it"}, Fault{" \t\r\n", "f: is empty; write a JSON object into it"},
-        Fault{"\xEF\xBB\xBF", "f: is empty; write a JSON object into it"},
+        Fault{"", "f:1:1: document: is empty; write JSON into it"}, Fault{" \t\r\n", "f:1:1: document: is empty; write JSON into it"},
+        Fault{"\xEF\xBB\xBF", "f:1:1: document: is empty; write JSON into it"},
         Fault{"// nothing else",
               "f:1:16: document: syntax error, unexpected end of input; a value belongs here, and no comma after the last one"},
         Fault{"{",

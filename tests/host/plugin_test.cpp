@@ -59,8 +59,15 @@ TEST(Plugin, WhatIsNoPluginIsRefusedWithItsFault) {
             "folder.so: cannot be loaded: " + here + "/folder.so: cannot read file data: Is a directory" + mend);
   EXPECT_EQ(refusal(ASKS_FOR_MORE),
             ASKS_FOR_MORE ": cannot be loaded: " ASKS_FOR_MORE ": undefined symbol: operation_that_no_host_has" + mend);
-  EXPECT_EQ(refusal(LACKS_AN_ACTION),
-            LACKS_AN_ACTION ": has no action \"perform_unintegration\"; this is not the plug-in, or not this version of it");
+}
+
+TEST(Plugin, LibraryThatLacksAnActionIsRefusedWithItsName) {
+  for (const std::string_view name : eclipse_host::action_names) {
+    const std::string action(name);
+    const std::string library = LIBRARIES_THAT_LACK_AN_ACTION "/lacks_" + action + ".so";
+    EXPECT_EQ(refusal(library),
+              library + ": has no action \"" + action + "\"; this is not the plug-in, or not this version of it");
+  }
 }
 
 }  // namespace

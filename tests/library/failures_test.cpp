@@ -5,7 +5,7 @@
 #include <new>
 
 #include "eclipse_int/eclipse_int.h"
-#include "fake_host/failing_allocation.h"
+#include "fake_host/allocations.h"
 #include "fake_host/fake_host.h"
 #include "fake_host/file_buffers.h"
 
@@ -113,7 +113,7 @@ TEST_P(EveryAction, PassesOnThatMemoryIsShort) {
   for (bool failed = true; failed; ++nth) {
     host.start_over(choice);
     bool thrown = false;
-    const fake::FailingAllocation allocation(nth);
+    const fake::FailingAllocations allocation(nth, fake::Extent::once);
     try {
       action(&host);
     } catch (const std::bad_alloc&) {
@@ -147,7 +147,7 @@ TEST(UserEclipseVersion, FileBufferIsFreedWhenItCannotBeCopied) {
   bool failed = true;
   for (std::size_t nth = 1; failed; ++nth) {
     host.start_over("user");
-    std::optional<fake::FailingAllocation> allocation;
+    std::optional<fake::FailingAllocations> allocation;
     host.before_call = [&](const HostCall& call) {
       if (call.operation == "get_file") allocation.emplace(nth);
     };

@@ -1,4 +1,4 @@
-#include "faults/allocations.h"
+#include "fake_host/allocations.h"
 
 #include <cstdlib>
 #include <new>
@@ -8,17 +8,13 @@ namespace {
 // How many allocations are still to be made up to the one that fails; 0 from then on. Nothing fails without an extent.
 std::size_t left = 0;
 bool is_failing = false;
-faults::Extent extent = faults::Extent::once;
+fake::Extent extent = fake::Extent::once;
 std::size_t uncounted_scopes = 0;
 std::size_t held = 0;
 
-// Memory must not come from malloc(), among whose calls the buffers of get_file() are looked for. Volatile, since otherwise the
-// compiler knows that a realloc() of null is a malloc(), and makes one of it.
-void* volatile no_memory = nullptr;
-
 bool fails_now() {
   if (!is_failing || uncounted_scopes > 0) return false;
-  if (left == 0) return extent == faults::Extent::from_then_on;
+  if (left == 0) return extent == fake::Extent::from_then_on;
   return --left == 0;
 }
 
@@ -27,7 +23,7 @@ bool fails_now() {
 // The replacements hold for the shared libraries too, which take these operators from the program when it has them.
 void* operator new(std::size_t size) {
   if (fails_now()) throw std::bad_alloc();
-  void* const memory = std::realloc(no_memory, size > 0 ? size : 1);
+  void* const memory = std::malloc(size > 0 ? size : 1);
   if (memory == nullptr) throw std::bad_alloc();
   ++held;
   return memory;
@@ -40,7 +36,7 @@ void operator delete(void* memory) noexcept {
 
 void operator delete(void* memory, std::size_t) noexcept { ::operator delete(memory); }
 
-namespace faults {
+namespace fake {
 
 FailingAllocations::FailingAllocations(std::size_t nth, Extent chosen) {
   left = nth;
@@ -58,4 +54,4 @@ UncountedAllocations::~UncountedAllocations() { --uncounted_scopes; }
 
 std::size_t held_allocations() { return held; }
 
-}  // namespace faults
+}  // namespace fake

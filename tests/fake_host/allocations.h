@@ -1,10 +1,10 @@
 // The memory that a test program and the libraries in it get from operator new: it can fail, and it is counted.
-#ifndef ECLIPSE_INT_TESTS_FAULTS_ALLOCATIONS_H
-#define ECLIPSE_INT_TESTS_FAULTS_ALLOCATIONS_H
+#ifndef ECLIPSE_INT_TESTS_FAKE_HOST_ALLOCATIONS_H
+#define ECLIPSE_INT_TESTS_FAKE_HOST_ALLOCATIONS_H
 
 #include <cstddef>
 
-namespace faults {
+namespace fake {
 
 enum class Extent { once, from_then_on };
 
@@ -33,6 +33,6 @@ class UncountedAllocations {
 /// How many allocations are held at present.
 std::size_t held_allocations();
 
-}  // namespace faults
+}  // namespace fake
 
 #endif

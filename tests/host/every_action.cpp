@@ -1,4 +1,4 @@
-// Every action of the plug-in but the last.
+// Every action of the plug-in.
 struct session_t;
 
 extern "C" {
@@ -10,5 +10,6 @@ int verify_user_defined_eclipse_path(session_t*) { return 0; }
 int user_eclipse_version(session_t*) { return 0; }
 int verify_eclipse_version(session_t*) { return 0; }
 int perform_integration(session_t*) { return 0; }
+int perform_unintegration(session_t*) { return 0; }
 
 }  // extern "C"
