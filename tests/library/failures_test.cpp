@@ -149,7 +149,7 @@ TEST(UserEclipseVersion, FileBufferIsFreedWhenItCannotBeCopied) {
     host.start_over("user");
     std::optional<fake::FailingAllocations> allocation;
     host.before_call = [&](const HostCall& call) {
-      if (call.operation == "get_file") allocation.emplace(nth);
+      if (call.operation == "get_file") allocation.emplace(nth, fake::Extent::once);
     };
     try {
       user_eclipse_version(&host);
