@@ -66,4 +66,15 @@ TEST(Library, OrdersAreReadByThePlugin) {
   for (const auto& [text, number] : cases) EXPECT_EQ(library().order(text), number) << text;
 }
 
+TEST(Library, WhatHasOnlyTheActionsOfThePluginIsRefused) {
+  const eclipse_host::Plugin plugin(ONLY_ACTIONS);
+  try {
+    const Library library(plugin);
+    FAIL() << "was taken for the plug-in";
+  } catch (const eclipse_host::PluginError& error) {
+    EXPECT_STREQ(error.what(),
+                 ONLY_ACTIONS ": has no function \"split_by_tabs\"; this is not the plug-in, or not this version of it");
+  }
+}
+
 }  // namespace
