@@ -28,7 +28,9 @@ TESTS = [
     ["differential_test", "--gtest_fail_fast", "--gtest_brief=1", "--gtest_filter=RandomSessions.*", "--sessions", "500"],
     ["faults_test", "--gtest_fail_fast", "--gtest_brief=1"],
 ]
-MOST_SECONDS = 120
+# A bug may make a loop endless. Without one, no program takes a tenth of these.
+MOST_PROCESSOR_SECONDS = 30
+MOST_SECONDS = 300
 MOST_MEMORY = 4 << 30
 
 
@@ -89,8 +91,9 @@ class Build:
         return library
 
 
-def limit_memory():
+def set_limits():
     resource.setrlimit(resource.RLIMIT_AS, (MOST_MEMORY, MOST_MEMORY))
+    resource.setrlimit(resource.RLIMIT_CPU, (MOST_PROCESSOR_SECONDS, MOST_PROCESSOR_SECONDS))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 
@@ -103,7 +106,7 @@ def first_failure(build, library):
         command = [build.folder / "bin" / test[0], *test[1:]]
         try:
             result = subprocess.run(
-                command, env=environment, cwd=library.parent, capture_output=True, timeout=MOST_SECONDS, preexec_fn=limit_memory
+                command, env=environment, cwd=library.parent, capture_output=True, timeout=MOST_SECONDS, preexec_fn=set_limits
             )
         except subprocess.TimeoutExpired:
             return test[0], "no end"
@@ -153,10 +156,10 @@ def run_all(build, mutants, processes):
         running = {pool.submit(outcome_of, build, mutant): mutant for mutant in mutants}
         for done, future in enumerate(concurrent.futures.as_completed(running), 1):
             if sys.stderr.isatty():
-                print(f"\r{done} of {len(mutants)}", end="", file=sys.stderr, flush=True)
+                print(f"\r{done} of {len(mutants)}", end="\n" if done == len(mutants) else "", file=sys.stderr, flush=True)
+            elif done % 100 == 0:
+                print(f"{done} of {len(mutants)}", file=sys.stderr, flush=True)
             yield running[future], future.result()
-    if sys.stderr.isatty():
-        print(file=sys.stderr)
 
 
 def show(title, mutants):
