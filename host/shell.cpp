@@ -18,6 +18,7 @@ namespace eclipse_host {
 namespace {
 
 constexpr int wait_milliseconds = 250;
+constexpr std::chrono::seconds time_to_end(5);  ///< for a command that is asked to end
 
 /// A pipe whose ends are closed with it.
 class Pipe {
@@ -36,15 +37,14 @@ class Pipe {
   int write_end() const { return ends_[1]; }
   void close_write_end() { close_end(1); }
 
-  /// Reads what is there. False at the end.
-  bool read_some(std::string& into, const std::function<void(std::string_view)>& report) {
+  /// Hands on what is there. False at the end.
+  template <typename Take>
+  bool read_some(const Take& take) {
     std::array<char, 65536> buffer;
     const ssize_t count = read(read_end(), buffer.data(), buffer.size());
     if (count < 0 && errno == EINTR) return true;
     if (count <= 0) return false;
-    const std::string_view piece(buffer.data(), static_cast<std::size_t>(count));
-    into += piece;
-    report(piece);
+    take(std::string_view(buffer.data(), static_cast<std::size_t>(count)));
     return true;
   }
 
@@ -57,14 +57,45 @@ class Pipe {
   std::array<int, 2> ends_{-1, -1};
 };
 
-/// What a command starts with: an empty standard input, these outputs, and no signal that this program ignores or blocks.
+/// Both outputs of a command.
+class Outputs {
+ public:
+  Outputs() : ends_{pollfd{output_.read_end(), POLLIN, 0}, pollfd{error_output_.read_end(), POLLIN, 0}} {}
+
+  int output() const { return output_.write_end(); }
+  int error_output() const { return error_output_.write_end(); }
+  void close_write_ends() {
+    output_.close_write_end();
+    error_output_.close_write_end();
+  }
+
+  bool is_at_end() const { return ends_[0].fd < 0 && ends_[1].fd < 0; }
+
+  /// Waits a while for more, and hands it on. False when nothing came, or a signal did.
+  template <typename Take, typename TakeError>
+  bool read_some(const Take& take, const TakeError& take_error) {
+    // A closed end has its descriptor negated, which poll() passes over.
+    if (poll(ends_.data(), ends_.size(), wait_milliseconds) <= 0) return false;
+    if (ends_[0].revents != 0 && !output_.read_some(take)) ends_[0].fd = -1;
+    if (ends_[1].revents != 0 && !error_output_.read_some(take_error)) ends_[1].fd = -1;
+    return true;
+  }
+
+ private:
+  Pipe output_;
+  Pipe error_output_;
+  std::array<pollfd, 2> ends_;
+};
+
+/// What a command starts with: an empty standard input, these outputs, no signal that this program ignores or blocks, and a
+/// process group of its own, so that all that it starts can be ended with it.
 class SpawnOptions {
  public:
-  SpawnOptions(const Pipe& output, const Pipe& error_output) {
+  explicit SpawnOptions(const Outputs& outputs) {
     posix_spawn_file_actions_init(&files_);
     posix_spawn_file_actions_addopen(&files_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&files_, output.write_end(), STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&files_, error_output.write_end(), STDERR_FILENO);
+    posix_spawn_file_actions_adddup2(&files_, outputs.output(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&files_, outputs.error_output(), STDERR_FILENO);
 
     sigset_t none;
     sigset_t all;
@@ -73,7 +104,8 @@ class SpawnOptions {
     posix_spawnattr_init(&attributes_);
     posix_spawnattr_setsigmask(&attributes_, &none);
     posix_spawnattr_setsigdefault(&attributes_, &all);
-    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setpgroup(&attributes_, 0);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
   }
   ~SpawnOptions() {
     posix_spawn_file_actions_destroy(&files_);
@@ -99,12 +131,38 @@ int start_shell(const std::string& command, const SpawnOptions& options, pid_t& 
   return posix_spawn(&child, "/bin/sh", options.files(), options.attributes(), arguments.data(), environ);
 }
 
-int exit_code_of(pid_t child) {
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+/// A shell that was started. It is ended, with all that it has started, if it is not waited for.
+class RunningShell {
+ public:
+  RunningShell(pid_t process, Outputs& outputs) : process_(process), outputs_(outputs) {}
+  ~RunningShell() {
+    if (process_ != 0) end();
   }
-  return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-}
+  RunningShell(const RunningShell&) = delete;
+  RunningShell& operator=(const RunningShell&) = delete;
+
+  int wait() {
+    int status = 0;
+    while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
+    }
+    process_ = 0;
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+  }
+
+ private:
+  /// As long as the shell is not waited for, no other group can have its number.
+  void end() {
+    kill(-process_, SIGTERM);
+    const auto deadline = std::chrono::steady_clock::now() + time_to_end;
+    const auto ignore = [](std::string_view) {};
+    while (!outputs_.is_at_end() && std::chrono::steady_clock::now() < deadline) outputs_.read_some(ignore, ignore);
+    kill(-process_, SIGKILL);
+    wait();
+  }
+
+  pid_t process_;
+  Outputs& outputs_;
+};
 
 double seconds_since(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -115,12 +173,10 @@ double seconds_since(std::chrono::steady_clock::time_point start) {
 CommandResult run_in_shell(const std::string& command, const CommandProgress& progress) {
   const auto start = std::chrono::steady_clock::now();
   CommandResult result;
-  Pipe output;
-  Pipe error_output;
-  pid_t child = 0;
-  const int error = start_shell(command, SpawnOptions(output, error_output), child);
-  output.close_write_end();
-  error_output.close_write_end();
+  Outputs outputs;
+  pid_t process = 0;
+  const int error = start_shell(command, SpawnOptions(outputs), process);
+  outputs.close_write_ends();
   if (error != 0) {
     result.exit_code = 126;
     result.error_output = std::string("cannot start /bin/sh: ") + std::strerror(error) + "\n";
@@ -128,14 +184,19 @@ CommandResult run_in_shell(const std::string& command, const CommandProgress& pr
     return result;
   }
 
-  std::array<pollfd, 2> ends{pollfd{output.read_end(), POLLIN, 0}, pollfd{error_output.read_end(), POLLIN, 0}};
-  while (ends[0].fd >= 0 || ends[1].fd >= 0) {
-    // A closed end has its descriptor negated, which poll() passes over.
-    if (poll(ends.data(), ends.size(), wait_milliseconds) == 0) progress.on_wait(seconds_since(start));
-    if (ends[0].revents != 0 && !output.read_some(result.output, progress.on_output)) ends[0].fd = -1;
-    if (ends[1].revents != 0 && !error_output.read_some(result.error_output, progress.on_error_output)) ends[1].fd = -1;
+  RunningShell shell(process, outputs);
+  const auto take = [&](std::string_view piece) {
+    result.output += piece;
+    progress.on_output(piece);
+  };
+  const auto take_error = [&](std::string_view piece) {
+    result.error_output += piece;
+    progress.on_error_output(piece);
+  };
+  while (!outputs.is_at_end()) {
+    if (!outputs.read_some(take, take_error)) progress.on_wait(seconds_since(start));
   }
-  result.exit_code = exit_code_of(child);
+  result.exit_code = shell.wait();
   result.seconds = seconds_since(start);
   return result;
 }

@@ -20,11 +20,12 @@ struct CommandResult {
 struct CommandProgress {
   std::function<void(std::string_view)> on_output = [](std::string_view) {};        ///< a piece of standard output
   std::function<void(std::string_view)> on_error_output = [](std::string_view) {};  ///< a piece of standard error
-  std::function<void(double seconds)> on_wait = [](double) {};                      ///< about four times a second
+  std::function<void(double seconds)> on_wait = [](double) {};  ///< about four times a second, and when a signal comes
 };
 
-/// Runs a command line with `/bin/sh -c`, with an empty standard input, and waits until it has ended and its outputs are
-/// closed.
+/// Runs a command line with `/bin/sh -c`, with an empty standard input and in a process group of its own, and waits until it
+/// has ended and its outputs are closed. What `progress` throws comes out, after the command and all that it started were
+/// ended: they are asked to by SIGTERM, and get some seconds before SIGKILL.
 CommandResult run_in_shell(const std::string& command, const CommandProgress& progress = {});
 
 }  // namespace eclipse_host

@@ -4,11 +4,18 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
+
+#include "fake_host/temporary_folder.h"
 
 using eclipse_host::CommandResult;
 using eclipse_host::run_in_shell;
@@ -125,14 +132,6 @@ TEST(Shell, NoDescriptorsAreLeftOpenHereOrInTheCommand) {
   EXPECT_EQ(open_descriptors(), before);
 }
 
-TEST(Shell, ExceptionOfTheProgressComesOutAndLeavesNoDescriptor) {
-  const std::ptrdiff_t before = open_descriptors();
-  eclipse_host::CommandProgress progress;
-  progress.on_output = [](std::string_view) { throw 42; };
-  EXPECT_THROW(run_in_shell("echo text", progress), int);
-  EXPECT_EQ(open_descriptors(), before);
-}
-
 /// Signals this program again and again, with a handler that does nothing, as long as it lives.
 class Interruptions {
  public:
@@ -154,6 +153,96 @@ class Interruptions {
  private:
   struct sigaction before_ {};
 };
+
+/// Whether this program has a child, running or not waited for.
+bool has_child() { return waitpid(-1, nullptr, WNOHANG) == 0 || errno != ECHILD; }
+
+/// The process whose number is in a file, once it is there.
+pid_t process_in(const std::string& file) {
+  for (int i = 0; i < 200; ++i) {
+    std::ifstream stream(file);
+    pid_t process = 0;
+    if (stream >> process) return process;
+    usleep(10'000);
+  }
+  return -1;
+}
+
+/// A zombie that somebody else has to wait for has ended.
+bool is_running(pid_t process) {
+  std::ifstream stream("/proc/" + std::to_string(process) + "/stat");
+  std::string number, name, state;
+  return (stream >> number >> name >> state) && state != "Z";
+}
+
+bool ends_soon(pid_t process) {
+  for (int i = 0; i < 200 && is_running(process); ++i) usleep(10'000);
+  return !is_running(process);
+}
+
+class ThrowingProgress : public testing::TestWithParam<std::string> {
+ protected:
+  /// Throws from the callback that the parameter names.
+  static eclipse_host::CommandProgress progress() {
+    eclipse_host::CommandProgress progress;
+    if (GetParam() == "output") progress.on_output = [](std::string_view) { throw 42; };
+    if (GetParam() == "error output") progress.on_error_output = [](std::string_view) { throw 42; };
+    if (GetParam() == "wait") progress.on_wait = [](double) { throw 42; };
+    return progress;
+  }
+
+  const fake::TemporaryFolder folder;
+};
+
+TEST_P(ThrowingProgress, LeavesNoProcessAndNoDescriptor) {
+  const std::ptrdiff_t before = open_descriptors();
+  EXPECT_THROW(run_in_shell("sh -c 'echo $$ > child; exec sleep 100' & while [ ! -s child ]; do sleep 0.01; done; echo text; "
+                            "echo text >&2; sleep 100",
+                            progress()),
+               int);
+  EXPECT_EQ(open_descriptors(), before);
+  EXPECT_FALSE(has_child());
+  const pid_t child = process_in("child");
+  ASSERT_GT(child, 0);
+  EXPECT_TRUE(ends_soon(child));
+}
+
+TEST_P(ThrowingProgress, EndsWhatIgnoresTheRequestToEnd) {
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_THROW(run_in_shell("trap '' TERM; echo $$ > shell; echo text; echo text >&2; while :; do sleep 1; done", progress()),
+               int);
+  EXPECT_FALSE(has_child());
+  const pid_t shell = process_in("shell");
+  ASSERT_GT(shell, 0);
+  EXPECT_FALSE(is_running(shell));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+}
+
+INSTANTIATE_TEST_SUITE_P(Shell, ThrowingProgress, testing::Values("output", "error output", "wait"), [](const auto& parameter) {
+  std::string name = parameter.param;
+  std::erase(name, ' ');
+  return name;
+});
+
+/// The grace is for a director that puts its files in order.
+TEST(Shell, ACommandMayPutThingsInOrderWhenItIsEnded) {
+  const fake::TemporaryFolder folder;
+  eclipse_host::CommandProgress progress;
+  progress.on_output = [](std::string_view) { throw 42; };
+  EXPECT_THROW(run_in_shell("trap 'sleep 0.3; echo tidy > tidy; exit' TERM; echo text; while :; do sleep 0.1; done", progress),
+               int);
+  EXPECT_TRUE(std::filesystem::exists("tidy"));
+}
+
+/// poll() leaves what it said before as it was when a signal comes.
+TEST(Shell, ASignalIsReportedAsWaiting) {
+  std::size_t waits = 0;
+  eclipse_host::CommandProgress progress;
+  progress.on_wait = [&](double) { ++waits; };
+  const Interruptions interruptions;
+  EXPECT_EQ(run_in_shell("echo 1; sleep 0.3; echo 2", progress).output, "1\n2\n");
+  EXPECT_GT(waits, 5U);
+}
 
 TEST(Shell, SignalsToThisProgramDoNotDisturbACommand) {
   const Interruptions interruptions;
