@@ -32,8 +32,7 @@ struct ExplainOptions {
 
 const Rule& rule_called(const std::string& name) {
   if (const Rule* const rule = find_rule(name)) return *rule;
-  throw CLI::ValidationError(
-      "RULE", "there is no rule \"" + name + "\"; did you mean \"" + std::string(nearest_rule(name).name) + "\"?");
+  throw CLI::ValidationError("RULE", no_rule_called(name));
 }
 
 int perform(const ExplainOptions& options) {

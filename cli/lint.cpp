@@ -22,7 +22,8 @@ constexpr const char* examples =
     "  eclipse-int lint tools/etc/eclipse/tools.txt\n"
     "      Check a descriptor file by itself.\n"
     "  eclipse-int lint tools\n"
-    "      Check the folder of a component, and look into the update sites below it.\n"
+    "      Check a component in its folder, and look into the update sites below it. In a folder of components,\n"
+    "      check each of them by itself.\n"
     "  eclipse-int lint install.json --overrides lint-overrides.json\n"
     "      Check a whole session, and set aside what is right as it is, each with its reason:\n"
     "      [{\"rule\": \"feature-pinned\", \"file\": \"tools.txt\", \"line\": 2, \"reason\": \"...\"}]\n"
@@ -35,7 +36,7 @@ constexpr const char* exit_status =
     "Exit status:\n"
     "  0  no finding of the severity asked for, or a higher one\n"
     "  1  at least one\n"
-    "  2  an input or the arguments are at fault\n";
+    "  2  an input or the arguments are at fault, or standard output cannot be written\n";
 
 struct LintOptions {
   std::vector<std::string> inputs;
@@ -49,10 +50,7 @@ struct LintOptions {
 Settings settings_from(const LintOptions& options) {
   Settings settings;
   for (const std::string& name : options.disabled) {
-    if (find_rule(name) == nullptr) {
-      throw CLI::ValidationError(
-          "--disable", "there is no rule \"" + name + "\"; did you mean \"" + std::string(nearest_rule(name).name) + "\"?");
-    }
+    if (find_rule(name) == nullptr) throw CLI::ValidationError("--disable", no_rule_called(name));
     settings.disabled.insert(name);
   }
   if (options.overrides) settings.overrides = read_overrides(*options.overrides);
@@ -63,6 +61,15 @@ void print(const Findings& findings, const std::string& format) {
   if (format == "json") return print_json(std::cout, findings);
   if (format == "sarif") return print_sarif(std::cout, findings, std::string(eclipse_host::version));
   print_text(std::cout, findings, output_is_coloured());
+}
+
+/// Overrides outlive what they were written for, and then hide the next finding of their rule.
+void mention_unused(const Settings& settings, const Findings& findings) {
+  for (const Override& entry : settings.overrides) {
+    const auto is_for = [&](const Finding& finding) { return applies(entry, finding); };
+    if (settings.disabled.count(entry.rule) != 0 || std::any_of(findings.begin(), findings.end(), is_for)) continue;
+    complain(entry.place + ": note: no finding of " + entry.rule + " is set aside by this override; take it out");
+  }
 }
 
 int perform(const LintOptions& options) {
@@ -82,6 +89,7 @@ int perform(const LintOptions& options) {
     }
   }
   print(findings, options.format);
+  if (status == 0) mention_unused(settings, findings);
   const Severity wanted = severity_called(options.severity).value();
   const auto counts = [&](const Finding& finding) { return !finding.reason && finding.severity >= wanted; };
   if (status == 0 && std::any_of(findings.begin(), findings.end(), counts)) status = 1;
@@ -94,7 +102,7 @@ Subcommand add_lint(CLI::App& program) {
   CLI::App* const parser = program.add_subcommand(
       "lint", "Find mistakes in descriptor files, components and sessions, which the plug-in passes over in silence");
   const auto options = std::make_shared<LintOptions>();
-  parser->add_option("INPUT", options->inputs, "Descriptor files, folders that each hold one component, session files (.json)")
+  parser->add_option("INPUT", options->inputs, "Descriptor files, folders of components, session files (.json)")
       ->required()
       ->option_text("...");
   parser->add_option("--format", options->format, "How to print the findings: text, json or sarif; text without it")

@@ -6,6 +6,9 @@
 #include <cmath>
 #include <stdexcept>
 #include <typeinfo>
+#include <utility>
+
+#include "host/session_run.h"
 
 using namespace eclipse_host;
 
@@ -82,6 +85,14 @@ struct ListLog {
                          number_in<std::size_t>(line.substr(feature + order_feature_part.size()))});
     }
   }
+
+  /// Puts the numbers that another run had in the same places behind those of this one, as their lower digits.
+  void add_digit(const ListLog& lower, std::size_t base) {
+    for (std::size_t i = 0; i < taken.size(); ++i) taken[i].feature = taken[i].feature * base + lower.taken.at(i).feature;
+    for (std::size_t i = 0; i < ordered.size(); ++i) {
+      ordered[i].feature = ordered[i].feature * base + lower.ordered.at(i).feature;
+    }
+  }
 };
 
 ListLog list_log(decltype(&::populate_lists) populate, const std::vector<plugin_config>& records) {
@@ -134,27 +145,26 @@ std::optional<DescriptorFile> Library::descriptor(const CatalogueComponent& comp
 }
 
 /// The lists are built for the records with their numbers in the place of the features, so that the log tells which record got
-/// which slot. The library looks each new feature up among all before it; to keep those few, the number is written with two
-/// digits in a large base, in one run each.
+/// which slot. The library looks each new feature up among all before it; to keep those few, the numbers of many records are
+/// written with two digits in a large base, in one run each.
 std::vector<std::optional<Placement>> Library::placements(const std::vector<plugin_config>& records) const {
-  const std::size_t base = 1 + static_cast<std::size_t>(std::sqrt(static_cast<double>(records.size())));
+  constexpr std::size_t few = 500;
+  const std::size_t base =
+      records.size() <= few ? 1 : 1 + static_cast<std::size_t>(std::sqrt(static_cast<double>(records.size())));
   std::vector<plugin_config> numbered = records;
   for (std::size_t i = 0; i < records.size(); ++i) numbered[i].feature = std::to_string(i / base);
-  const ListLog high = list_log(populate_lists_, numbered);
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    numbered[i].feature = std::to_string(i % base);
-    if (!numbered[i].repository.empty()) numbered[i].repository = "known";
-    numbered[i].base_dir.clear();
+  ListLog numbers = list_log(populate_lists_, numbered);
+  if (base > 1) {
+    for (std::size_t i = 0; i < records.size(); ++i) {
+      numbered[i].feature = std::to_string(i % base);
+      if (!numbered[i].repository.empty()) numbered[i].repository = "known";
+      numbered[i].base_dir.clear();
+    }
+    numbers.add_digit(list_log(populate_lists_, numbered), base);
   }
-  const ListLog low = list_log(populate_lists_, numbered);
-
   std::vector<std::optional<Placement>> placements(records.size());
-  for (std::size_t i = 0; i < high.taken.size(); ++i) {
-    placements.at(high.taken[i].feature * base + low.taken.at(i).feature) = Placement{high.taken[i].url, 0};
-  }
-  for (std::size_t i = 0; i < high.ordered.size(); ++i) {
-    placements.at(high.ordered[i].feature * base + low.ordered.at(i).feature).value().slot = high.ordered[i].slot;
-  }
+  for (Taken& taken : numbers.taken) placements.at(taken.feature) = Placement{std::move(taken.url), 0};
+  for (const Ordered& ordered : numbers.ordered) placements.at(ordered.feature).value().slot = ordered.slot;
   return placements;
 }
 
@@ -197,8 +207,6 @@ std::vector<std::string> Library::executables(Session& session) const {
 
 RecordedRun Library::run(Session& session) const {
   RecordedRun run;
-  const bool removal = session.variable("KORU_MODE") == "uninstall";
-  session.on_log = [&run](const std::string& line) { run.log.push_back(line); };
   session.on_call = [&run](const HostCall& call) {
     if (call.operation == "is_file") run.files.push_back(call.arguments.front());
   };
@@ -206,13 +214,11 @@ RecordedRun Library::run(Session& session) const {
     run.commands.push_back(command);
     return CommandResult();
   };
-  {
-    const ActiveSession active(session);
-    plugin_.call(removal ? "perform_unintegration" : "perform_integration", session);
-  }
-  session.on_log = [](const std::string&) {};
+  RunRecord record = run_session(plugin_, session);
   session.on_call = nullptr;
   session.run_command = nullptr;
+  run.log = std::move(record.log);
+  run.refusal = std::move(record.refusal);
   return run;
 }
 

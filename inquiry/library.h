@@ -32,7 +32,8 @@ struct Placement {
 struct RecordedRun {
   std::vector<std::string> log;
   std::vector<std::string> commands;
-  std::vector<std::string> files;  ///< the paths that were asked for, in order
+  std::vector<std::string> files;  ///< the paths that were asked for as files, in order
+  std::string refusal;             ///< why the run stopped before the instance was changed; empty when it did not
 };
 
 class Library {
@@ -64,7 +65,7 @@ class Library {
   /// The executables that are found among the IDE components, of which the last one counts.
   std::vector<std::string> executables(eclipse_host::Session& session) const;
 
-  /// Performs what the session's mode asks for. Changes the session's variables as a run does.
+  /// Performs the whole session. Changes its variables as a run does.
   RecordedRun run(eclipse_host::Session& session) const;
 
  private:

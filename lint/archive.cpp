@@ -8,6 +8,13 @@ namespace {
 
 constexpr zip_uint64_t largest_entry = zip_uint64_t{256} << 20;
 
+/// The size of an entry; nothing when there is no such entry.
+std::optional<zip_uint64_t> size_of(zip_t* archive, const std::string& name) {
+  zip_stat_t status;
+  if (zip_stat(archive, name.c_str(), 0, &status) != 0 || (status.valid & ZIP_STAT_SIZE) == 0) return std::nullopt;
+  return status.size;
+}
+
 }  // namespace
 
 void Archive::Close::operator()(zip* archive) const { zip_discard(archive); }
@@ -40,13 +47,16 @@ std::vector<std::string> Archive::names() const {
   return names;
 }
 
+bool Archive::has(const std::string& name) const { return zip_name_locate(archive_.get(), name.c_str(), 0) >= 0; }
+
+bool Archive::is_too_large(const std::string& name) const { return size_of(archive_.get(), name).value_or(0) > largest_entry; }
+
 std::optional<std::string> Archive::read(const std::string& name) const {
-  zip_stat_t status;
-  if (zip_stat(archive_.get(), name.c_str(), 0, &status) != 0 || (status.valid & ZIP_STAT_SIZE) == 0) return std::nullopt;
-  if (status.size > largest_entry) return std::nullopt;
+  const auto size = size_of(archive_.get(), name);
+  if (!size || *size > largest_entry) return std::nullopt;
   const std::unique_ptr<zip_file_t, int (*)(zip_file_t*)> entry(zip_fopen(archive_.get(), name.c_str(), 0), &zip_fclose);
   if (!entry) return std::nullopt;
-  std::string content(status.size, '\0');
+  std::string content(*size, '\0');
   if (zip_fread(entry.get(), content.data(), content.size()) != static_cast<zip_int64_t>(content.size())) return std::nullopt;
   return content;
 }

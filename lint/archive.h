@@ -20,7 +20,10 @@ class Archive {
   static std::optional<Archive> open_content(std::string content);
 
   std::vector<std::string> names() const;
-  /// The content of an entry; nothing when there is no such entry, or when it is damaged or larger than any metadata is.
+  bool has(const std::string& name) const;
+  /// Whether an entry is larger than any metadata is.
+  bool is_too_large(const std::string& name) const;
+  /// The content of an entry; nothing when there is no such entry, or when it is damaged or too large.
   std::optional<std::string> read(const std::string& name) const;
 
  private:

@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "host/json_document.h"
+#include "lint/json_places.h"
 #include "lint/product.h"
 #include "lint/rule.h"
 
@@ -33,12 +34,6 @@ bool ends_with_path(const fs::path& path, const fs::path& end) {
   return whole == part || whole.ends_with("/" + part);
 }
 
-bool applies(const Override& entry, const Finding& finding) {
-  if (entry.rule != finding.rule->name) return false;
-  if (entry.file && !ends_with_path(finding.place.file, *entry.file)) return false;
-  return !entry.line || *entry.line == finding.place.line;
-}
-
 /// The document's values do not keep numbers, so they are read where they stand.
 std::size_t line_number(const JsonElement& element, std::string_view text) {
   std::size_t number = 0;
@@ -55,10 +50,7 @@ Override read_override(const JsonElement& element, const std::string& text) {
   Override entry;
   const JsonElement rule = element.get("rule");
   entry.rule = rule.text();
-  if (find_rule(entry.rule) == nullptr) {
-    rule.fault("there is no rule " + in_quotes(entry.rule) + "; did you mean " + in_quotes(nearest_rule(entry.rule).name) +
-               "?");
-  }
+  if (find_rule(entry.rule) == nullptr) rule.fault(no_rule_called(entry.rule));
   if (const auto file = element.find("file")) entry.file = file->text();
   if (const auto line = element.find("line")) entry.line = line_number(*line, text);
   const JsonElement reason = element.get("reason");
@@ -68,25 +60,49 @@ Override read_override(const JsonElement& element, const std::string& text) {
   return entry;
 }
 
+void check(const Product& product, const Settings& settings, Findings& findings) {
+  for (const Rule& rule : rules()) {
+    if (settings.disabled.count(std::string(rule.name)) != 0) continue;
+    if (product.is_removal() && !rule.concerns_removals) continue;
+    Reporter reporter(rule, findings);
+    rule.check(product, reporter);
+  }
+  if (!product.session) return;
+  for (Finding& finding : findings) {
+    const bool stands_in_session = finding.place.file == product.session->mode.file && finding.place.line != 0;
+    if (stands_in_session) finding.place.text = product.session->places.line(finding.place.line);
+  }
+}
+
 }  // namespace
 
+bool applies(const Override& entry, const Finding& finding) {
+  if (entry.rule != finding.rule->name) return false;
+  if (entry.file && !ends_with_path(finding.place.file, *entry.file)) return false;
+  return !entry.line || *entry.line == finding.place.line;
+}
+
 std::vector<Override> read_overrides(const fs::path& file) {
+  std::error_code error;
+  // It is read twice, which a pipe cannot be.
+  if (const auto status = fs::status(file, error); fs::exists(status) && !fs::is_regular_file(status))
+    throw FileFault(file.string() + ": is no file; give the path of a file of overrides");
   const JsonDocument document(file);
-  std::ostringstream text;
-  text << std::ifstream(file, std::ios::binary).rdbuf();
+  std::ostringstream content;
+  content << std::ifstream(file, std::ios::binary).rdbuf();
+  const std::string text = std::move(content).str();
+  const JsonPlaces places(file.string(), text);
   std::vector<Override> overrides;
-  for (const JsonElement& element : document.root().items()) overrides.push_back(read_override(element, text.str()));
+  for (const JsonElement& element : document.root().items()) {
+    overrides.push_back(read_override(element, text));
+    overrides.back().place = file.string() + ":" + std::to_string(places.place(element.offset()).line);
+  }
   return overrides;
 }
 
 Findings lint(const Library& library, Sites& sites, const fs::path& input, const Settings& settings) {
-  const auto product = read_product(library, sites, input);
   Findings findings;
-  for (const Rule& rule : rules()) {
-    if (settings.disabled.count(std::string(rule.name)) != 0) continue;
-    Reporter reporter(rule, findings);
-    rule.check(*product, reporter);
-  }
+  for (const auto& product : read_products(library, sites, input)) check(*product, settings, findings);
   std::sort(findings.begin(), findings.end(), comes_before);
   // A file that is listed twice is read twice.
   findings.erase(std::unique(findings.begin(), findings.end(), says_the_same), findings.end());

@@ -20,7 +20,11 @@ struct Override {
   std::optional<std::string> file;  ///< a path or the end of one
   std::optional<std::size_t> line;
   std::string reason;
+  std::string place = {};  ///< "FILE:LINE", where it is written
 };
+
+/// Whether an override is for a finding. Of several, the first one counts.
+bool applies(const Override& entry, const Finding& finding);
 
 /// Reads a file of overrides: a JSON list of {"rule", "file" (optional), "line" (optional), "reason"}. Throws FileFault.
 std::vector<Override> read_overrides(const std::filesystem::path& file);
@@ -30,7 +34,7 @@ struct Settings {
   std::vector<Override> overrides;
 };
 
-/// The findings in a descriptor file, the folder of a component or a session file (.json), in the order of files and places,
+/// The findings in a descriptor file, the components in a folder, or a session file (.json), in the order of files and places,
 /// with the reason in those that are set aside. Throws FileFault when the input is none of the three.
 Findings lint(const eclipse_inquiry::Library& library, Sites& sites, const std::filesystem::path& input,
               const Settings& settings = {});

@@ -10,6 +10,9 @@
 #include "host/file_fault.h"
 #include "host/json_document.h"
 #include "host/session_file.h"
+#include "lint/component_folders.h"
+#include "lint/files_below.h"
+#include "lint/texts.h"
 
 namespace fs = std::filesystem;
 using namespace eclipse_host;
@@ -55,31 +58,6 @@ void cut_lines(const Library& library, Descriptor& descriptor) {
   }
 }
 
-/// The regular files below a folder, relative to it, in the order of their names.
-std::vector<std::string> files_below(const fs::path& folder) {
-  std::vector<std::string> names;
-  try {
-    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-      if (entry.is_regular_file()) names.push_back(entry.path().lexically_relative(folder).string());
-    }
-  } catch (const fs::filesystem_error& error) {
-    throw FileFault(folder.string() + ": cannot be searched: " + error.code().message() +
-                    "; make it and the folders in it readable");
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
-/// The path of a site in the form in which the director gets it.
-std::string path_in(std::string_view url) {
-  constexpr std::string_view archive_begin = "\"jar:";
-  constexpr std::string_view archive_end = "!/\"";
-  if (url.starts_with(archive_begin)) {
-    url = url.substr(archive_begin.size(), url.size() - archive_begin.size() - archive_end.size());
-  }
-  return std::string(url.substr(std::string_view("file://").size()));
-}
-
 class ProductReader {
  public:
   ProductReader(const Library& library, Sites& sites)
@@ -93,93 +71,85 @@ class ProductReader {
     return finish();
   }
 
-  std::unique_ptr<Product> read_folder(const fs::path& folder) {
+  std::unique_ptr<Product> read_component(const ComponentFolder& folder, const std::string& searched) {
     product_->has_components = true;
-    const fs::path absolute = fs::canonical(folder);
     auto& catalogue = *product_->catalogue.emplace_back(std::make_unique<CatalogueComponent>());
-    catalogue.code = absolute.filename().string();
-    catalogue.installBase = absolute.parent_path().string();
-    catalogue.installDir = absolute.filename().string();
-    catalogue.package.emplace().prefix = absolute.string();
-    Component& component = add_component(catalogue, {folder.string()});
-    const std::vector<std::string> names = files_below(folder);
-    for (const std::string& name : names) add_listed(component, name, {(folder / name).string()});
+    catalogue.code = folder.path.filename().string();
+    catalogue.installBase = folder.path.parent_path().string();
+    catalogue.installDir = folder.path.filename().string();
+    catalogue.package.emplace().prefix = folder.path.string();
+    Component& component = add_component(catalogue, {searched});
+    for (const FoundFile& file : folder.files) add_listed(component, file.listed, {file.shown});
     for (const ListedFile& file : component.files) add_descriptor_of(component, file, file.place.file);
     return finish();
   }
 
   std::unique_ptr<Product> read_session(const fs::path& file) {
     product_->has_components = true;
-    SessionFacts& facts = product_->session.emplace();
-    facts.file = file.string();
-    facts.session = std::make_unique<Session>();
-    read_session_file(file, *facts.session);
-    const JsonDocument document(file);
-    const std::string text = content_of(file).value_or("");
-    read_session_places(document.root(), text);
+    auto session = std::make_unique<Session>();
+    read_session_file(file, *session);
+    JsonPlaces places(file.string(), content_of(file).value_or(""));
+    SessionFacts& facts = product_->session.emplace(SessionFacts{std::move(places), std::move(session), {}, {}, {}, {}});
+    read_session_places(JsonDocument(file).root());
+    read_unlisted();
     facts.executables = library_.executables(*facts.session);
-    Session performed;
-    read_session_file(file, performed);
-    facts.run = library_.run(performed);
+    const auto variables = facts.session->variables;
+    facts.run = library_.run(*facts.session);
+    facts.session->variables = variables;
     return finish();
   }
 
  private:
-  void read_session_places(const JsonElement& root, const std::string& text) {
+  void read_session_places(const JsonElement& root) {
     SessionFacts& facts = *product_->session;
-    facts.mode = place_in_session(root.get("mode"), text);
+    facts.mode = place_of(root.get("mode"));
     if (const auto variables = root.find("variables")) {
-      for (const JsonElement& variable : variables->members()) {
-        facts.variables[variable.key()] = place_in_session(variable, text);
-      }
+      for (const JsonElement& variable : variables->members()) facts.variables[variable.key()] = place_of(variable);
     }
     const auto elements = root.get("components").items();
-    for (std::size_t i = 0; i < elements.size(); ++i)
-      read_session_component(*facts.session->components.at(i), elements[i], text);
+    for (std::size_t i = 0; i < elements.size(); ++i) read_session_component(*facts.session->components.at(i), elements[i]);
   }
 
-  void read_session_component(CatalogueComponent& catalogue, const JsonElement& element, const std::string& text) {
-    Component& component = add_component(catalogue, place_in_session(element.get("code"), text));
+  void read_session_component(CatalogueComponent& catalogue, const JsonElement& element) {
+    Component& component = add_component(catalogue, place_of(element.get("code")));
     if (const auto capabilities = element.find("capabilities")) {
       for (const JsonElement& capability : capabilities->items()) {
         component.capabilities.push_back(capability.text());
-        component.capability_places.push_back(place_in_session(capability, text));
+        component.capability_places.push_back(place_of(capability));
       }
     }
     const auto package = element.find("package");
     if (!package) return;
     const auto files = package->find("files");
     const auto elements = files ? files->items() : std::vector<JsonElement>();
-    component.list_place = place_in_session(files ? *files : package->get("scan"), text);
+    component.list_place = place_of(files ? *files : package->get("scan"));
     for (std::size_t i = 0; i < catalogue.package->files.size(); ++i) {
-      const Place place = files ? place_in_session(elements[i], text) : component.list_place;
-      add_listed(component, catalogue.package->files[i], place);
+      add_listed(component, catalogue.package->files[i], files ? place_of(elements[i]) : component.list_place);
     }
     for (const ListedFile& file : component.files) {
       if (file.descriptor) add_descriptor_of(component, file, shown(file.descriptor->path));
     }
   }
 
-  /// The place of a value, as far as it reaches in its first line.
-  Place place_in_session(const JsonElement& element, const std::string& text) const {
-    const std::size_t offset = element.offset();
-    const std::size_t before = offset == 0 ? std::string::npos : text.rfind('\n', offset - 1);
-    const std::size_t start = before == std::string::npos ? 0 : before + 1;
-    const std::size_t end = std::min(text.find('\n', offset), text.size());
-    std::size_t last = offset + 1;
-    if (text[offset] == '"') {
-      while (last < end && text[last] != '"') last += text[last] == '\\' ? 2U : 1U;
-      last = std::min(last + 1, end);
+  /// A file that one component does not list may be another one's, or listed with a blank behind it.
+  void read_unlisted() {
+    std::set<std::string> known;
+    for (const Component& component : product_->components) {
+      for (const ListedFile& file : component.files) {
+        if (file.descriptor) known.emplace(without_blanks(file.descriptor->path));
+      }
     }
-    Place place;
-    place.file = product_->session->file;
-    place.line =
-        1 + static_cast<std::size_t>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(offset), '\n'));
-    place.column = offset - start + 1;
-    place.length = last - offset;
-    place.text = text.substr(start, end - start);
-    return place;
+    for (const Component& component : product_->components) {
+      if (component.catalogue->installBase.empty() || !component.catalogue->package) continue;
+      std::error_code error;
+      for (const std::string& name : files_below(component.folder, fs::directory_options::skip_permission_denied, error)) {
+        auto file = library_.descriptor(*component.catalogue, name);
+        if (file && known.insert(file->path).second) product_->unlisted.push_back({&component, *std::move(file)});
+      }
+    }
   }
+
+  Place place_of(const JsonElement& element) const { return product_->session->places.place(element.offset()); }
 
   Component& add_component(CatalogueComponent& catalogue, Place place) {
     Component& component = product_->components.emplace_back();
@@ -241,19 +211,7 @@ class ProductReader {
       record.placement = std::move(placements[config_of_record_[i]]);
       if (record.placement && product_->has_components) record.site = &sites_.at(path_in(record.placement->url));
     }
-    if (product_->has_components) product_->offered = offered();
     return std::move(product_);
-  }
-
-  std::optional<Units> offered() const {
-    Units units;
-    std::set<const Site*> added;
-    for (const Record& record : product_->records) {
-      if (record.site == nullptr || !added.insert(record.site).second) continue;
-      if (!record.site->is_repository || !record.site->units) return std::nullopt;
-      for (const auto& [id, versions] : *record.site->units) units[id].insert(versions.begin(), versions.end());
-    }
-    return units;
   }
 
   const Library& library_;
@@ -261,6 +219,32 @@ class ProductReader {
   std::unique_ptr<Product> product_;
   std::vector<std::size_t> config_of_record_;
 };
+
+/// Nothing unless each of their sites can be read.
+std::shared_ptr<const Units> offered_to(const std::vector<std::unique_ptr<Product>>& products) {
+  std::set<const Site*> sites;
+  for (const auto& product : products) {
+    for (const Record& record : product->records) {
+      if (record.site == nullptr || !sites.insert(record.site).second) continue;
+      if (!record.site->is_repository || !record.site->units) return nullptr;
+    }
+  }
+  // The sites outlive the products, so what a single one offers need not be copied.
+  if (sites.size() == 1) return {std::shared_ptr<const Units>(), &*(*sites.begin())->units};
+  const auto units = std::make_shared<Units>();
+  for (const Site* const site : sites) {
+    for (const auto& [id, versions] : *site->units) (*units)[id].insert(versions.begin(), versions.end());
+  }
+  return units;
+}
+
+std::vector<std::unique_ptr<Product>> read_folder(const Library& library, Sites& sites, const fs::path& folder) {
+  std::vector<std::unique_ptr<Product>> products;
+  for (const ComponentFolder& component : component_folders(library, folder)) {
+    products.push_back(ProductReader(library, sites).read_component(component, folder.string()));
+  }
+  return products;
+}
 
 }  // namespace
 
@@ -295,15 +279,26 @@ const Place& SessionFacts::place_of(const std::string& variable) const {
   return found == variables.end() ? mode : found->second;
 }
 
-std::unique_ptr<Product> read_product(const Library& library, Sites& sites, const fs::path& input) {
+std::vector<std::unique_ptr<Product>> read_products(const Library& library, Sites& sites, const fs::path& input) {
   std::error_code error;
   const auto status = fs::status(input, error);
-  ProductReader reader(library, sites);
-  if (fs::is_directory(status)) return reader.read_folder(input);
-  if (input.extension() == ".json") return reader.read_session(input);
-  if (fs::is_regular_file(status)) return reader.read_descriptor(input);
-  throw FileFault(input.string() + ": " + (fs::exists(status) ? "is no file" : "is not there") +
-                  "; give a descriptor file, the folder of a component or a session file (.json)");
+  const bool is_readable = fs::is_directory(status) || fs::is_regular_file(status);
+  if (fs::exists(status) ? !is_readable : input.extension() != ".json") {
+    throw FileFault(input.string() + ": " + (fs::exists(status) ? "is no file" : "is not there") +
+                    "; give a descriptor file, a folder of components or a session file (.json)");
+  }
+  std::vector<std::unique_ptr<Product>> products;
+  if (fs::is_directory(status)) {
+    products = read_folder(library, sites, input);
+  } else if (input.extension() == ".json") {
+    products.push_back(ProductReader(library, sites).read_session(input));
+  } else {
+    products.push_back(ProductReader(library, sites).read_descriptor(input));
+    return products;
+  }
+  const auto offered = offered_to(products);
+  for (const auto& product : products) product->offered = offered;
+  return products;
 }
 
 }  // namespace eclipse_lint

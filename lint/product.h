@@ -13,6 +13,7 @@
 #include "host/session.h"
 #include "inquiry/library.h"
 #include "lint/finding.h"
+#include "lint/json_places.h"
 #include "lint/site.h"
 
 namespace eclipse_lint {
@@ -82,9 +83,15 @@ struct Component {
   bool has_descriptors() const;
 };
 
+/// What lies where the plug-in would find a descriptor file of a component if a package listed it.
+struct UnlistedFile {
+  const Component* component;
+  DescriptorFile file;
+};
+
 /// What only a session tells.
 struct SessionFacts {
-  std::string file;
+  JsonPlaces places;
   std::unique_ptr<eclipse_host::Session> session;
   std::map<std::string, Place> variables;  ///< where each is set in the file
   Place mode;
@@ -104,16 +111,20 @@ struct Product {
   std::deque<Descriptor> descriptors;
   std::vector<plugin_config> configs;  ///< all that was read, those in files that are no text among them
   std::vector<Record> records;
+  std::vector<UnlistedFile> unlisted;  ///< of a session
   std::optional<SessionFacts> session;
-  /// What all sites together offer, which is where the director looks for each feature. Nothing when a site cannot be read, or
-  /// is not known: it might offer anything.
-  std::optional<Units> offered;
+  /// What all sites together offer, which is where the director looks for each feature. Null when a site cannot be read, or is
+  /// not known: it might offer anything.
+  std::shared_ptr<const Units> offered;
   std::vector<std::unique_ptr<eclipse_host::CatalogueComponent>> catalogue;  ///< of a product without a session
+
+  bool is_removal() const { return session && session->is_removal(); }
 };
 
-/// Reads a descriptor file, the folder of a component, or, when its name ends in ".json", a session file.
-/// Throws FileFault when it cannot be read or is none of the three.
-std::unique_ptr<Product> read_product(const Library& library, Sites& sites, const std::filesystem::path& input);
+/// Reads a descriptor file, a folder, or, when the name ends in ".json", a session file. A folder gives a product for each
+/// component in it; what their sites offer they offer to all of them. Throws FileFault when the input cannot be read or is none
+/// of the three.
+std::vector<std::unique_ptr<Product>> read_products(const Library& library, Sites& sites, const std::filesystem::path& input);
 
 }  // namespace eclipse_lint
 

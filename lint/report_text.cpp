@@ -79,6 +79,7 @@ void print_content(std::ostream& out, std::string_view content, const std::strin
 std::string remark_on(const SampleFile& file) {
   if (file.name.ends_with('/')) return " (a folder)";
   if (file.permissions == 0) return " (not readable)";
+  if (!file.link_to.empty()) return " -> " + file.link_to;
   return "";
 }
 

@@ -32,6 +32,7 @@ struct SampleFile {
   std::string name;  ///< with a "/" at its end for a folder
   std::string content = {};
   int permissions = 0644;
+  std::string link_to = {};  ///< for a symbolic link
 };
 
 /// Something to lint: `input` names the one of `files` that is given to lint, or the folder that holds them.
@@ -49,6 +50,8 @@ struct Rule {
   Sample bad;               ///< has a finding of this rule
   Sample good;              ///< has none of any rule's
   void (*check)(const Product& product, Reporter& reporter);
+  /// Otherwise it is left out when features are removed, for which the director is given no repositories.
+  bool concerns_removals = true;
 };
 
 /// All rules, in the order of the manual.
@@ -57,8 +60,8 @@ const std::vector<Rule>& rules();
 /// Null when there is no such rule.
 const Rule* find_rule(std::string_view name);
 
-/// The rule whose name is most like this one.
-const Rule& nearest_rule(std::string_view name);
+/// That there is no rule of this name, and which one may be meant.
+std::string no_rule_called(std::string_view name);
 
 // Each in the file of its name, with the checks beside the entries.
 std::vector<Rule> rules_for_files();

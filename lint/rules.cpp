@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "host/json_document.h"
 #include "lint/rule.h"
 #include "lint/texts.h"
 
@@ -54,10 +55,13 @@ const Rule* find_rule(std::string_view name) {
   return found == rules().end() ? nullptr : &*found;
 }
 
-const Rule& nearest_rule(std::string_view name) {
-  return *std::min_element(rules().begin(), rules().end(), [&](const Rule& one, const Rule& other) {
+std::string no_rule_called(std::string_view name) {
+  const Rule& nearest = *std::min_element(rules().begin(), rules().end(), [&](const Rule& one, const Rule& other) {
     return distance(name, one.name) < distance(name, other.name);
   });
+  const std::string message = "there is no rule " + eclipse_host::in_quotes(name);
+  if (distance(name, nearest.name) > nearest.name.size() / 3) return message + "; \"eclipse-int explain\" lists them all";
+  return message + "; did you mean " + eclipse_host::in_quotes(nearest.name) + "?";
 }
 
 }  // namespace eclipse_lint

@@ -153,12 +153,21 @@ void check_pinned(const Product& product, Reporter& reporter) {
 
 // ---- Texts ----
 
+/// The director passes over a comma that stands behind a feature, but not over one at the very front.
 void check_comma(const Product& product, Reporter& reporter) {
   for (const Record& record : product.records) {
     const std::size_t comma = record.feature().find(',');
     if (!record.placement || comma == std::string_view::npos) continue;
-    const std::size_t count = split(record.feature(), ',').size();
-    reporter.report(record.descriptor->place(*record.line, 1, comma, 1), std::to_string(count) + " features stand in one cell");
+    const auto pieces = split(record.feature(), ',');
+    const auto count = pieces.size() - static_cast<std::size_t>(std::count(pieces.begin(), pieces.end(), ""));
+    const Place place = record.descriptor->place(*record.line, 1, comma, 1);
+    if (comma == 0) {
+      reporter.report(Severity::error, place, "a comma stands before the feature, and becomes part of its id", "take it out");
+    } else if (count == 1) {
+      reporter.report(place, "a comma stands behind the feature", "take it out");
+    } else {
+      reporter.report(place, std::to_string(count) + " features stand in one cell");
+    }
   }
 }
 
@@ -221,7 +230,8 @@ std::vector<Rule> rules_for_features() {
        .mend = "correct the id, letter case included, or publish the feature",
        .bad = folder("site\torg.example.One.feature.group\n"),
        .good = good_folder(),
-       .check = check_offered},
+       .check = check_offered,
+       .concerns_removals = false},
       {.name = "unit-is-no-feature",
        .severity = Severity::warning,
        .title = "a bundle or a product stands where a feature should be",
@@ -250,9 +260,11 @@ std::vector<Rule> rules_for_features() {
        .check = check_pinned},
       {.name = "comma-in-feature",
        .severity = Severity::warning,
-       .title = "several features stand in one cell",
-       .effect = "The director takes them for several. But they have one place in the order, count as one in the search for "
-                 "duplicates, and are tried together when all at once failed.",
+       .title = "a comma stands in a feature's cell",
+       .effect =
+           "The director takes the features on its sides for several. But they have one place in the order, count as one in "
+           "the search for duplicates, and are tried together when all at once failed. It passes over a comma with nothing "
+           "behind it; but one with nothing before it becomes part of the id, which is not found.",
        .mend = "write a line for each feature",
        .bad = lines("sites/alpha\torg.example.alpha.feature.group,org.example.beta.feature.group\n"),
        .good = lines("sites/alpha\torg.example.alpha.feature.group\nsites/alpha\torg.example.beta.feature.group\n"),
@@ -291,7 +303,8 @@ std::vector<Rule> rules_for_features() {
        .bad = lines("sites/alpha\torg.example.alpha.feature.group\nsites/more\torg.example.alpha.feature.group\n"
                     "sites/more\torg.example.beta.feature.group\n"),
        .good = lines("sites/alpha\torg.example.alpha.feature.group\nsites/more\torg.example.beta.feature.group\n"),
-       .check = check_two_sites},
+       .check = check_two_sites,
+       .concerns_removals = false},
   };
 }
 

@@ -36,7 +36,7 @@ Sample session_with(const std::string& session) {
 
 constexpr const char* good_session = R"({
   "mode": "install",
-  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
     "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
     "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
@@ -83,29 +83,37 @@ void check_outside(const Product& product, Reporter& reporter) {
 
 // ---- Lists and disks that differ ----
 
-bool lists(const Component& component, const std::string& path) {
-  return std::any_of(component.files.begin(), component.files.end(),
-                     [&](const ListedFile& file) { return file.descriptor && file.descriptor->path == path; });
-}
-
 void check_not_listed(const Product& product, Reporter& reporter) {
-  if (!product.session) return;
-  for (const Component& component : product.components) {
-    if (component.catalogue->installBase.empty() || !component.catalogue->package) continue;
-    std::error_code error;
-    for (const auto& entry : fs::recursive_directory_iterator(component.folder, error)) {
-      const auto descriptor =
-          product.library->descriptor(*component.catalogue, entry.path().lexically_relative(component.folder).string());
-      if (!descriptor || !descriptor->exists || lists(component, descriptor->path)) continue;
-      reporter.report(component.list_place, "the package does not list " + in_quotes(descriptor->name) + ", which is on disk");
-    }
+  for (const auto& [component, file] : product.unlisted) {
+    if (!file.exists) continue;
+    reporter.report(component->list_place, "the package does not list " + in_quotes(file.name) + ", which is on disk");
   }
 }
 
+/// Whether a listed descriptor file is the folder etc/eclipse itself, or one in it.
 bool names_folder(const ListedFile& file) {
   const std::string_view name = std::string_view(file.text).substr(0, file.text.find_last_not_of("\r\n") + 1);
   const std::string converted = with_slashes(name);
-  return converted.ends_with("etc/eclipse") || converted.ends_with("etc/eclipse/");
+  std::error_code error;
+  return converted.ends_with("etc/eclipse") || converted.ends_with("etc/eclipse/") ||
+         (file.descriptor && fs::is_directory(file.descriptor->path, error));
+}
+
+/// What is at a path where a file should be, "a pipe" for one; empty when it is a file, or nothing at all.
+std::string kind_of_no_file(const std::string& path) {
+  std::error_code error;
+  if (fs::symlink_status(path, error).type() == fs::file_type::symlink && !fs::exists(path, error)) return "a link to nothing";
+  switch (fs::status(path, error).type()) {
+    case fs::file_type::fifo:
+      return "a pipe";
+    case fs::file_type::socket:
+      return "a socket";
+    case fs::file_type::block:
+    case fs::file_type::character:
+      return "a device";
+    default:
+      return "";
+  }
 }
 
 bool ends_in_blank(std::string_view name) { return name.ends_with(' ') || name.ends_with('\t'); }
@@ -113,12 +121,24 @@ bool ends_in_blank(std::string_view name) { return name.ends_with(' ') || name.e
 void check_missing(const Product& product, Reporter& reporter) {
   for_each_listed(product, [&](const Component& component, const ListedFile& file) {
     if (!file.descriptor || file.descriptor->exists || names_folder(file) || ends_in_blank(file.descriptor->name)) return;
+    if (!kind_of_no_file(file.descriptor->path).empty()) return;
     std::string message = "the descriptor file is not there: looked at " + file.descriptor->path;
     const fs::path packaged = fs::path(component.catalogue->package->prefix) / file.descriptor->name;
     std::error_code error;
     if (fs::is_regular_file(packaged, error)) message += "; it is below the package's prefix, " + packaged.string();
     reporter.report(file.place, std::move(message));
   });
+}
+
+void check_is_file(const Product& product, Reporter& reporter) {
+  const auto check = [&](const DescriptorFile& file, const Place& place) {
+    const std::string kind = file.exists ? "" : kind_of_no_file(file.path);
+    if (!kind.empty()) reporter.report(place, in_quotes(file.name) + " is " + kind + ", not a file");
+  };
+  for_each_listed(product, [&](const Component&, const ListedFile& file) {
+    if (file.descriptor) check(*file.descriptor, file.place);
+  });
+  for (const auto& [component, file] : product.unlisted) check(file, component->list_place);
 }
 
 void check_unreadable(const Product& product, Reporter& reporter) {
@@ -238,7 +258,7 @@ std::vector<Rule> rules_for_files() {
        .mend = "add it to the package's list of files",
        .bad = session_with(R"({
   "mode": "install",
-  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
     "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
     "package": { "files": ["readme.txt"] }
@@ -254,7 +274,7 @@ std::vector<Rule> rules_for_files() {
        .mend = "put the file there, or correct installBase and installDir: the package's prefix does not count for it",
        .bad = session_with(R"({
   "mode": "install",
-  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
     "code": "tools", "installBase": ".", "installDir": "tool", "install": true,
     "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
@@ -264,6 +284,16 @@ std::vector<Rule> rules_for_files() {
 )"),
        .good = session_with(good_session),
        .check = check_missing},
+      {.name = "descriptor-is-no-file",
+       .severity = Severity::error,
+       .title = "a link to nothing, a pipe or a device lies below etc/eclipse/",
+       .effect =
+           "Only files are read. When the package lists it, one log line says that it is not found; its features are neither "
+           "installed nor removed.",
+       .mend = "put the file itself there",
+       .bad = {"tools", {{.name = "tools/etc/eclipse/tools.txt", .link_to = "../tools.txt"}}},
+       .good = folder_with("tools/etc/eclipse/tools.txt"),
+       .check = check_is_file},
       {.name = "not-a-descriptor",
        .severity = Severity::warning,
        .title = "something else than a descriptor file lies below etc/eclipse/",
@@ -287,7 +317,7 @@ std::vector<Rule> rules_for_files() {
        .mend = "list files only",
        .bad = session_with(R"({
   "mode": "install",
-  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
     "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
     "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
@@ -304,7 +334,7 @@ std::vector<Rule> rules_for_files() {
        .mend = "take the blank away",
        .bad = session_with(R"({
   "mode": "install",
-  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
     "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
     "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
@@ -321,7 +351,7 @@ std::vector<Rule> rules_for_files() {
        .mend = "list it once",
        .bad = session_with(R"({
   "mode": "install",
-  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
     "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
     "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
@@ -339,7 +369,7 @@ std::vector<Rule> rules_for_files() {
        .mend = "give the component its code, its package and its folder",
        .bad = session_with(R"({
   "mode": "install",
-  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
     "code": "", "installBase": ".", "installDir": "tools", "install": true,
     "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
@@ -365,7 +395,7 @@ std::vector<Rule> rules_for_files() {
        .mend = "give the component a capability whose name contains ECLIPSE_PLUGIN exactly when it has descriptor files",
        .bad = session_with(R"({
   "mode": "install",
-  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
+  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
     "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
     "package": { "files": ["etc/eclipse/tools.txt"] }

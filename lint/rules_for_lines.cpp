@@ -39,11 +39,6 @@ void for_each_dropped(const Product& product, const Use& use) {
   });
 }
 
-bool is_comment(std::string_view text) {
-  const std::string_view begin = without_blanks(text);
-  return begin.starts_with('#') || begin.starts_with("//") || begin.starts_with(';');
-}
-
 bool looks_like_site(std::string_view text) { return text.find('/') != text.npos || lower_case(text).ends_with(".zip"); }
 
 // ---- Dropped lines ----
@@ -61,19 +56,24 @@ std::vector<std::string> words_of(std::string_view text) {
   return words;
 }
 
+/// A line that would be data if there were a tab in it.
+bool lacks_tab(const Line& line) {
+  if (line.text.find('\t') != line.text.npos || is_comment(line.text)) return false;
+  const auto words = words_of(line.text);
+  if (words.size() < 2 || words.size() > 5) return false;
+  return words[0] == header || looks_like_feature(words[1]) || (looks_like_site(words[0]) && words.size() == 2);
+}
+
 void check_no_tab(const Product& product, Reporter& reporter) {
   for_each_dropped(product, [&](const Descriptor& descriptor, const Line& line) {
-    if (line.text.find('\t') != line.text.npos || is_comment(line.text)) return;
-    const auto words = words_of(line.text);
-    if (words.size() < 2 || words.size() > 5) return;
-    const bool is_data = words[0] == header || looks_like_feature(words[1]) || (looks_like_site(words[0]) && words.size() == 2);
-    if (is_data) reporter.report(descriptor.place(line), "this looks like data but has no tab: the line is dropped");
+    if (!lacks_tab(line)) return;
+    reporter.report(descriptor.place(line), "this looks like data but has no tab: the line is dropped");
   });
 }
 
 void check_no_feature_column(const Product& product, Reporter& reporter) {
   for_each_dropped(product, [&](const Descriptor& descriptor, const Line& line) {
-    if (line.columns.size() != 1 || line.columns[0] == header || is_comment(line.text)) return;
+    if (line.columns.size() != 1 || line.columns[0] == header || is_comment(line.text) || lacks_tab(line)) return;
     const bool has_tab = line.text.find('\t') != line.text.npos;
     const std::string_view only = without_blanks(line.columns[0]);
     const bool is_site = looks_like_site(only) && only.find(' ') == only.npos;
@@ -177,6 +177,7 @@ void check_blanks(const Product& product, Reporter& reporter) {
   for (const Record& record : product.records) {
     if (is_odd_header(record)) continue;
     for (const std::size_t column : {0U, 1U}) {
+      if (column == 0 && product.is_removal()) continue;  // the director is given no repositories
       const std::string_view text = record.cell(column);
       if (text == without_blanks(text)) continue;
       reporter.report(record.place(column),
@@ -189,6 +190,7 @@ void check_quotes(const Product& product, Reporter& reporter) {
   for (const Record& record : product.records) {
     if (is_odd_header(record)) continue;
     for (const std::size_t column : {0U, 1U}) {
+      if (column == 0 && product.is_removal()) continue;  // the director is given no repositories
       const std::string_view text = without_blanks(record.cell(column));
       if (!text.starts_with('"') && !text.starts_with('\'')) continue;
       reporter.report(record.place(column), "quotes are part of column " + std::to_string(column + 1));

@@ -35,14 +35,6 @@ Sample good_lines() { return lines("sites/alpha\torg.example.alpha.feature.group
 
 Sample good_folder() { return folder("site\torg.example.one.feature.group\n", {{"tools/site/content.xml", offer_of_one}}); }
 
-/// The path of a site as the director gets it, without what makes a URL of it.
-std::string_view path_of(const Record& record) {
-  std::string_view url = record.placement->url;
-  url.remove_prefix(url.find("file://") + 7);
-  if (is_archive(record)) url.remove_suffix(std::string_view("!/\"").size());
-  return url;
-}
-
 /// What stands before the repository in its URL: the component's folder.
 std::string_view base_of(const Product& product, const Record& record) {
   return product.has_components ? std::string_view(record.config->base_dir) : std::string_view();
@@ -64,13 +56,21 @@ void for_each_looked_into(const Product& product, const Use& use) {
   }
 }
 
+bool is_absolute(std::string_view repository) {
+  return (repository.starts_with('/') && !is_comment(repository)) || has_drive_letter(repository);
+}
+
 void check_absolute(const Product& product, Reporter& reporter) {
   for_each_placed(product, [&](const Record& record) {
     const std::string_view text = record.repository();
-    if (!text.starts_with('/') && !has_drive_letter(text)) return;
+    if (!is_absolute(text)) return;
     std::string message = in_quotes(text) + " is not recognised as absolute";
-    if (product.has_components) message += ": it becomes " + std::string(path_of(record));
-    reporter.report(record.place(0), std::move(message));
+    if (product.has_components) message += ": it becomes " + std::string(path_in(record.placement->url));
+    if (record.site != nullptr && record.site->exists) {
+      reporter.report(Severity::warning, record.place(0), message + ", which is there", "write it without the slash in front");
+    } else {
+      reporter.report(record.place(0), std::move(message));
+    }
   });
 }
 
@@ -82,16 +82,27 @@ void check_url(const Product& product, Reporter& reporter) {
   });
 }
 
+/// How a name ends that is an archive's, but not one that is recognised; empty when it is not.
+std::string_view other_archive_ending(std::string_view repository) {
+  const std::string name = lower_case(repository);
+  for (const std::string_view ending : {".zip", ".jar", ".tar", ".tar.gz", ".tgz", ".tar.xz", ".7z"}) {
+    if (name.ends_with(ending) && !has_scheme(name)) return ending;
+  }
+  return "";
+}
+
 void check_archive_name(const Product& product, Reporter& reporter) {
   for_each_placed(product, [&](const Record& record) {
     if (is_archive(record) || (record.site != nullptr && record.site->is_directory)) return;
-    const std::string name = lower_case(record.repository());
-    for (const std::string_view ending : {".zip", ".jar", ".tar", ".tar.gz", ".tgz", ".tar.xz", ".7z"}) {
-      if (!name.ends_with(ending) || has_scheme(name)) continue;
-      Place place = record.place(0);
-      place.column += place.length - ending.size();
-      place.length = ending.size();
+    Place place = record.place(0);
+    const std::size_t length = other_archive_ending(record.repository()).size();
+    const bool is_file = record.site != nullptr && record.site->exists && is_plain_repository(record);
+    if (length != 0) {
+      place.column += place.length - length;
+      place.length = length;
       reporter.report(std::move(place), "only \".zip\", in lower case, is an archive");
+    } else if (is_file) {
+      reporter.report(std::move(place), in_quotes(record.repository()) + " is a file, and its name does not end in \".zip\"");
     }
   });
 }
@@ -116,7 +127,7 @@ void report_characters(const Product& product, const Record& record, std::string
 }
 
 bool is_odd_for_other_reasons(std::string_view text) {
-  return text != without_blanks(text) || text.starts_with('#') || text.starts_with('"') || text.starts_with('\'');
+  return text != without_blanks(text) || is_comment(text) || text.starts_with('"') || text.starts_with('\'');
 }
 
 void check_blank(const Product& product, Reporter& reporter) {
@@ -152,7 +163,7 @@ std::size_t url_syntax_in(std::string_view text) {
 void check_url_characters(const Product& product, Reporter& reporter) {
   for_each_placed(product, [&](const Record& record) {
     const std::string_view text = record.repository();
-    if (text.starts_with('#') || has_scheme(text)) return;
+    if (is_comment(text) || has_scheme(text)) return;
     const std::size_t at = url_syntax_in(text);
     if (at != text.npos) {
       reporter.report(record.descriptor->place(*record.line, 0, at, 1), "a URL reads this character in its own way");
@@ -172,15 +183,15 @@ void check_backslash(const Product& product, Reporter& reporter) {
 
 void check_site_exists(const Product& product, Reporter& reporter) {
   for_each_looked_into(product, [&](const Record& record) {
-    if (!record.site->exists) reporter.report(record.place(0), "there is no site at " + std::string(path_of(record)));
+    if (!record.site->exists)
+      reporter.report(record.place(0), "there is no site at " + std::string(path_in(record.placement->url)));
   });
 }
 
 void check_metadata(const Product& product, Reporter& reporter) {
   for_each_looked_into(product, [&](const Record& record) {
     const Site& site = *record.site;
-    if (!site.exists || site.is_repository || (is_archive(record) && site.is_directory)) return;
-    if (!is_archive(record) && !site.is_directory) return;
+    if (!site.exists || site.is_repository || !site.damage.empty() || is_archive(record) == site.is_directory) return;
     std::string message = in_quotes(record.repository()) +
                           " is no p2 repository: it has neither content.jar nor content.xml nor a composite of them";
     if (site.nested.empty()) {
@@ -193,10 +204,26 @@ void check_metadata(const Product& product, Reporter& reporter) {
   });
 }
 
+/// A file that is not called an archive is another rule's matter.
+void check_damage(const Product& product, Reporter& reporter) {
+  for_each_looked_into(product, [&](const Record& record) {
+    const Site& site = *record.site;
+    if (!site.damage.empty() && (is_archive(record) || site.is_directory)) {
+      reporter.report(record.place(0), in_quotes(record.repository()) + " cannot be loaded: " + site.damage);
+    }
+    for (const std::string& child : site.lost_children) {
+      reporter.report(Severity::warning, record.place(0),
+                      in_quotes(record.repository()) + " is a composite whose child " + in_quotes(child) + " cannot be loaded",
+                      "ship that repository, too, or take it out of the composite");
+    }
+  });
+}
+
 void check_spelling(const Product& product, Reporter& reporter) {
   std::map<std::string, const Record*> first;
   std::set<std::pair<std::string_view, std::string_view>> spellings;
   for_each_placed(product, [&](const Record& record) {
+    if (is_absolute(record.repository()) || has_scheme(record.repository())) return;
     if (!spellings.emplace(record.config->base_dir, record.repository()).second) return;
     std::string normal = fs::path(record.config->base_dir + "/" + record.config->repository).lexically_normal().string();
     if (normal.ends_with('/')) normal.pop_back();
@@ -207,22 +234,33 @@ void check_spelling(const Product& product, Reporter& reporter) {
   });
 }
 
+bool offers(const Units& units, std::string_view feature) {
+  const auto named = split(feature, ',');
+  return std::any_of(named.begin(), named.end(),
+                     [&](const std::string& text) { return units.count(text.substr(0, text.find('/'))) != 0; });
+}
+
+using Records = std::vector<const Record*>;
+
+bool are_all_offered(const Units& units, const Records& records) {
+  return std::all_of(records.begin(), records.end(), [&](const Record* record) { return offers(units, record->feature()); });
+}
+
+bool is_any_offered(const Units& units, const Records& records) {
+  return std::any_of(records.begin(), records.end(), [&](const Record* record) { return offers(units, record->feature()); });
+}
+
+/// Nothing is said of a site whose own lines name what no site has: they are wrong in another way.
 void check_use(const Product& product, Reporter& reporter) {
-  std::map<std::string_view, const Record*> listed;  // the record of each feature whose place counts
-  for_each_placed(product, [&](const Record& record) {
-    const auto [known, is_new] = listed.emplace(record.config->feature, &record);
-    if (!is_new && record.placement->slot < known->second->placement->slot) known->second = &record;
-  });
-  std::map<std::string_view, const Record*> first;
-  std::set<std::string_view> used;
-  for_each_placed(product, [&](const Record& record) {
-    const std::string_view url = record.placement->url;
-    first.emplace(url, &record);
-    if (!record.config->feature.empty() && listed.at(record.config->feature)->placement->url == url) used.insert(url);
-  });
-  for (const auto& [url, record] : first) {
-    if (used.count(url) != 0) continue;
-    reporter.report(record->place(0), "no feature is taken from this repository");
+  if (!product.offered) return;
+  Records all;
+  for_each_placed(product, [&](const Record& record) { all.push_back(&record); });
+  std::map<const Site*, Records> by_site;
+  for_each_looked_into(product, [&](const Record& record) { by_site[record.site].push_back(&record); });
+  for (const auto& [site, records] : by_site) {
+    if (is_any_offered(*site->units, records) || !are_all_offered(*product.offered, records)) continue;
+    if (is_any_offered(*site->units, all)) continue;
+    reporter.report(records.front()->place(0), "none of the listed features is in this repository");
   }
 }
 
@@ -237,7 +275,8 @@ std::vector<Rule> rules_for_repositories() {
        .mend = "write the path from the component's folder",
        .bad = lines("/opt/site\torg.example.alpha.feature.group\n"),
        .good = good_lines(),
-       .check = check_absolute},
+       .check = check_absolute,
+       .concerns_removals = false},
       {.name = "url-repository",
        .severity = Severity::error,
        .title = "a repository is a URL",
@@ -245,7 +284,8 @@ std::vector<Rule> rules_for_repositories() {
        .mend = "ship the site with the component and write its path from the component's folder",
        .bad = lines("https://example.org/site\torg.example.alpha.feature.group\n"),
        .good = good_lines(),
-       .check = check_url},
+       .check = check_url,
+       .concerns_removals = false},
       {.name = "archive-not-recognised",
        .severity = Severity::error,
        .title = "an archive's name does not end in \".zip\"",
@@ -253,7 +293,8 @@ std::vector<Rule> rules_for_repositories() {
        .mend = "make it a zip archive whose name ends in .zip, in lower case",
        .bad = lines("sites/alpha.ZIP\torg.example.alpha.feature.group\n"),
        .good = lines("sites/alpha.zip\torg.example.alpha.feature.group\n"),
-       .check = check_archive_name},
+       .check = check_archive_name,
+       .concerns_removals = false},
       {.name = "folder-called-zip",
        .severity = Severity::error,
        .title = "a folder's name ends in \".zip\"",
@@ -261,7 +302,8 @@ std::vector<Rule> rules_for_repositories() {
        .mend = "rename the folder, or pack it",
        .bad = folder("site.zip\torg.example.one.feature.group\n", {{"tools/site.zip/content.xml", offer_of_one}}),
        .good = good_folder(),
-       .check = check_zip_folder},
+       .check = check_zip_folder,
+       .concerns_removals = false},
       {.name = "blank-in-repository",
        .severity = Severity::error,
        .title = "a blank stands in the path of a repository that is no archive",
@@ -270,7 +312,8 @@ std::vector<Rule> rules_for_repositories() {
        .mend = "use a .zip archive, or a path without blanks",
        .bad = lines("my site\torg.example.alpha.feature.group\n"),
        .good = lines("my site.zip\torg.example.alpha.feature.group\n"),
-       .check = check_blank},
+       .check = check_blank,
+       .concerns_removals = false},
       {.name = "repository-needs-shell-quoting",
        .severity = Severity::error,
        .title = "a repository holds a character that the shell interprets",
@@ -279,7 +322,8 @@ std::vector<Rule> rules_for_repositories() {
        .mend = "rename the site so that it needs no quoting",
        .bad = lines("sites/a;b\torg.example.alpha.feature.group\n"),
        .good = good_lines(),
-       .check = check_shell},
+       .check = check_shell,
+       .concerns_removals = false},
       {.name = "comma-in-repository",
        .severity = Severity::error,
        .title = "a comma stands in a repository",
@@ -288,7 +332,8 @@ std::vector<Rule> rules_for_repositories() {
        .mend = "rename the site",
        .bad = lines("sites/a,b\torg.example.alpha.feature.group\n"),
        .good = good_lines(),
-       .check = check_comma},
+       .check = check_comma,
+       .concerns_removals = false},
       {.name = "url-character-in-repository",
        .severity = Severity::error,
        .title = "a repository holds \"#\", \"?\", or \"%\" with two hexadecimal digits behind it",
@@ -297,7 +342,8 @@ std::vector<Rule> rules_for_repositories() {
        .mend = "rename the site",
        .bad = lines("sites/a%20b\torg.example.alpha.feature.group\n"),
        .good = good_lines(),
-       .check = check_url_characters},
+       .check = check_url_characters,
+       .concerns_removals = false},
       {.name = "backslash-in-repository",
        .severity = Severity::error,
        .title = "a repository is written with backslashes",
@@ -306,7 +352,8 @@ std::vector<Rule> rules_for_repositories() {
        .mend = "separate folders by \"/\"",
        .bad = lines("sites\\alpha\torg.example.alpha.feature.group\n"),
        .good = good_lines(),
-       .check = check_backslash},
+       .check = check_backslash,
+       .concerns_removals = false},
       {.name = "site-missing",
        .severity = Severity::error,
        .title = "a repository is not on disk",
@@ -315,7 +362,8 @@ std::vector<Rule> rules_for_repositories() {
        .mend = "ship the site with the component, or correct the path",
        .bad = folder("site\torg.example.one.feature.group\n", {{"tools/sites/content.xml", offer_of_one}}),
        .good = good_folder(),
-       .check = check_site_exists},
+       .check = check_site_exists,
+       .concerns_removals = false},
       {.name = "site-without-metadata",
        .severity = Severity::error,
        .title = "a repository has no p2 metadata",
@@ -323,7 +371,19 @@ std::vector<Rule> rules_for_repositories() {
        .mend = "publish the site with p2's publisher, which writes content.jar and artifacts.jar",
        .bad = folder("site\torg.example.one.feature.group\n", {{"tools/site/repository/content.xml", offer_of_one}}),
        .good = good_folder(),
-       .check = check_metadata},
+       .check = check_metadata,
+       .concerns_removals = false},
+      {.name = "site-metadata-damaged",
+       .severity = Severity::error,
+       .title = "the p2 metadata of a repository cannot be read",
+       .effect =
+           "The director cannot load it. While it can load others, it only mentions errors, and the features of this one are "
+           "not found. A child of a composite is passed over without a word.",
+       .mend = "publish the site anew, and see that it is copied whole",
+       .bad = folder("site\torg.example.one.feature.group\n", {{"tools/site/content.xml", "<repository><units>\n"}}),
+       .good = good_folder(),
+       .check = check_damage,
+       .concerns_removals = false},
       {.name = "site-spelled-differently",
        .severity = Severity::warning,
        .title = "one repository is written in several ways",
@@ -331,17 +391,20 @@ std::vector<Rule> rules_for_repositories() {
        .mend = "write it the same way everywhere",
        .bad = lines("sites/alpha\torg.example.alpha.feature.group\n./sites/alpha\torg.example.beta.feature.group\n"),
        .good = lines("sites/alpha\torg.example.alpha.feature.group\nsites/alpha\torg.example.beta.feature.group\n"),
-       .check = check_spelling},
+       .check = check_spelling,
+       .concerns_removals = false},
       {.name = "repository-without-features",
        .severity = Severity::warning,
-       .title = "no feature is taken from a repository",
-       .effect = "Every start of the director loads it all the same.",
+       .title = "none of the features is in a repository",
+       .effect =
+           "Other repositories have them. Every start of the director loads this one all the same, though nothing can come "
+           "from it but what the features require.",
        .mend = "take its lines out, or write the features that it is there for",
-       .bad = folder("site\torg.example.one.feature.group\nother\t\n"
-                     "other\torg.example.one.feature.group\n",
+       .bad = folder("site\torg.example.one.feature.group\nother\torg.example.one.feature.group\n",
                      {{"tools/site/content.xml", offer_of_one}, {"tools/other/content.xml", offer_of_two}}),
        .good = good_folder(),
-       .check = check_use},
+       .check = check_use,
+       .concerns_removals = false},
   };
 }
 

@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <map>
 #include <set>
 
 #include "host/json_document.h"
+#include "inquiry/profile.h"
 #include "lint/rule.h"
 #include "lint/texts.h"
 
@@ -81,6 +83,9 @@ bool has_line(const RecordedRun& run, std::string_view line) {
   return std::find(run.log.begin(), run.log.end(), line) != run.log.end();
 }
 
+constexpr std::string_view not_installed =
+    "eclipse_int: eclipse is not installed and there is not need to perform any integration action";
+
 bool is_choice(const SessionFacts& facts, std::string_view choice) {
   return facts.variable("ECLIPSE_INTEGRATION_CHOICE") == choice;
 }
@@ -88,7 +93,7 @@ bool is_choice(const SessionFacts& facts, std::string_view choice) {
 // ---- The executable ----
 
 void check_executable(const Product& product, Reporter& reporter) {
-  if (!product.session) return;
+  if (!product.session || !product.session->run.refusal.empty()) return;
   const SessionFacts& facts = *product.session;
   std::string executable;
   if (is_choice(facts, "user")) executable = facts.variable("USER_DEFINED_ECLIPSE_PATH");
@@ -98,23 +103,64 @@ void check_executable(const Product& product, Reporter& reporter) {
   const std::size_t odd = executable.find_first_of(std::string(special_without_quotes) + " \t?");
   if (odd != std::string::npos) {
     reporter.report(place, in_quotes(executable) + " has a blank or another of the shell's own characters in it");
+  } else if (fs::is_directory(executable)) {
+    reporter.report(place, in_quotes(executable) + " is a folder", "name the executable in it");
   } else if (fs::exists(executable) && access(executable.c_str(), X_OK) != 0) {
     reporter.report(place, in_quotes(executable) + " is not executable", "make it executable: chmod +x");
   }
 }
 
+bool is_plain_path(std::string_view path) {
+  return path.find('\\') == path.npos && !path.ends_with('\n') && !path.ends_with('\r');
+}
+
 void check_user_path(const Product& product, Reporter& reporter) {
   if (!product.session) return;
   const std::string path = product.session->variable("USER_DEFINED_ECLIPSE_PATH");
-  if (path.find('\\') == std::string::npos && !path.ends_with('\n') && !path.ends_with('\r')) return;
+  if (is_plain_path(path)) return;
   reporter.report(product.session->place_of("USER_DEFINED_ECLIPSE_PATH"),
                   in_quotes(path) + " has backslashes or a line end at its end");
+}
+
+/// What a run is refused for, or, in a removal, what leaves it nothing to do.
+std::string fault_of_user_eclipse(const SessionFacts& facts) {
+  if (!facts.run.refusal.empty()) return "the run would be refused: " + facts.run.refusal;
+  const std::string path = facts.variable("USER_DEFINED_ECLIPSE_PATH");
+  if (!is_choice(facts, "user") || !is_plain_path(path)) return "";
+  if (path.empty()) return "no Eclipse is named, so nothing is removed from it";
+  return has_line(facts.run, not_installed) ? in_quotes(path) + " is not there, so nothing is removed from it" : "";
+}
+
+void check_user_eclipse(const Product& product, Reporter& reporter) {
+  if (!product.session) return;
+  const SessionFacts& facts = *product.session;
+  std::string fault = fault_of_user_eclipse(facts);
+  if (fault.empty()) return;
+  const auto severity = facts.run.refusal.empty() ? Severity::warning : Severity::error;
+  const bool is_unnamed = facts.variable("USER_DEFINED_ECLIPSE_PATH").empty();
+  if (!is_unnamed && facts.variable("ECLIPSE_BIN").empty() && severity == Severity::error) {
+    reporter.report(facts.place_of("ECLIPSE_BIN"), std::move(fault), "set ECLIPSE_BIN to the file name of the executable");
+  } else {
+    reporter.report(severity, facts.place_of("USER_DEFINED_ECLIPSE_PATH"), std::move(fault),
+                    "name the executable of an Eclipse that is there, and that is not too old");
+  }
 }
 
 std::string base_name(const std::string& listed) {
   std::string name = with_slashes(listed);
   name.erase(name.find_last_not_of("\r\n") + 1);
   return fs::path(name).filename().string();
+}
+
+std::vector<const ListedFile*> listed_in_other_case(const Product& product, const std::string& name) {
+  std::vector<const ListedFile*> listed;
+  for (const Component& component : product.components) {
+    for (const ListedFile& file : component.files) {
+      const std::string base = base_name(file.text);
+      if (base != name && lower_case(base) == lower_case(name)) listed.push_back(&file);
+    }
+  }
+  return listed;
 }
 
 void check_executable_name(const Product& product, Reporter& reporter) {
@@ -126,13 +172,10 @@ void check_executable_name(const Product& product, Reporter& reporter) {
     return;
   }
   if (is_choice(facts, "user") || !facts.executables.empty()) return;
-  for (const Component& component : product.components) {
-    for (const ListedFile& file : component.files) {
-      const std::string listed = base_name(file.text);
-      if (listed == name || lower_case(listed) != lower_case(name)) continue;
-      reporter.report(facts.place_of("ECLIPSE_BIN"),
-                      in_quotes(name) + " differs in letter case from the listed " + in_quotes(file.text), "write " + listed);
-    }
+  for (const ListedFile* const file : listed_in_other_case(product, name)) {
+    reporter.report(facts.place_of("ECLIPSE_BIN"),
+                    in_quotes(name) + " differs in letter case from the listed " + in_quotes(file->text),
+                    "write " + base_name(file->text));
   }
 }
 
@@ -155,6 +198,13 @@ void check_choice(const Product& product, Reporter& reporter) {
   reporter.report(product.session->place_of("ECLIPSE_INTEGRATION_CHOICE"), in_quotes(choice) + " is no choice");
 }
 
+void check_choice_made(const Product& product, Reporter& reporter) {
+  if (!product.session || !product.session->variable("ECLIPSE_INTEGRATION_CHOICE").empty()) return;
+  const auto has_descriptors = [](const Component& component) { return component.has_descriptors(); };
+  if (std::none_of(product.components.begin(), product.components.end(), has_descriptors)) return;
+  reporter.report(product.session->place_of("ECLIPSE_INTEGRATION_CHOICE"), "no choice is made, so no Eclipse is changed");
+}
+
 /// The letters of a name, so that spellings which differ in case and separators are the same.
 std::string letters_of(std::string_view name) {
   std::string letters;
@@ -169,6 +219,15 @@ bool holds_executable(const Component& component, const std::string& name) {
                                       [&](const ListedFile& file) { return base_name(file.text) == name; });
 }
 
+bool is_like_ide(const Product& product, const std::string& capability) {
+  return letters_of(capability).find("eclipseide") != std::string::npos && !product.library->marks_ide(capability);
+}
+
+bool is_like_plugin(const Product& product, const std::string& capability) {
+  return letters_of(capability).find("eclipseplugin") != std::string::npos &&
+         !product.library->asks_for_integration({capability});
+}
+
 void check_capabilities(const Product& product, Reporter& reporter) {
   if (!product.session) return;
   const SessionFacts& facts = *product.session;
@@ -177,13 +236,9 @@ void check_capabilities(const Product& product, Reporter& reporter) {
     bool is_misspelt = false;
     for (std::size_t i = 0; i < component.capabilities.size(); ++i) {
       const std::string& name = component.capabilities[i];
-      const std::string letters = letters_of(name);
-      const bool marks_ide = product.library->marks_ide(name);
-      const bool like_ide = letters.find("eclipseide") != std::string::npos && !marks_ide;
-      const bool like_plugin =
-          letters.find("eclipseplugin") != std::string::npos && !product.library->asks_for_integration({name});
-      is_ide = is_ide || marks_ide;
-      if (!like_ide && !like_plugin) continue;
+      const bool like_ide = is_like_ide(product, name);
+      is_ide = is_ide || product.library->marks_ide(name);
+      if (!like_ide && !is_like_plugin(product, name)) continue;
       is_misspelt = true;
       reporter.report(component.capability_places[i],
                       in_quotes(name) + " does not contain " + (like_ide ? "\"ECLIPSE_IDE\"" : "\"ECLIPSE_PLUGIN\""));
@@ -193,6 +248,68 @@ void check_capabilities(const Product& product, Reporter& reporter) {
       reporter.report(component.place,
                       "the component holds the executable but has no capability that contains \"ECLIPSE_IDE\"");
     }
+  }
+}
+
+// ---- An IDE that is not found ----
+
+bool is_ide(const Product& product, const Component& component) {
+  return std::any_of(component.capabilities.begin(), component.capabilities.end(),
+                     [&](const std::string& name) { return product.library->marks_ide(name); });
+}
+
+/// One that is probably meant as an IDE, which check_capabilities() says.
+bool is_meant_as_ide(const Product& product, const Component& component) {
+  return holds_executable(component, product.session->variable("ECLIPSE_BIN")) ||
+         std::any_of(component.capabilities.begin(), component.capabilities.end(),
+                     [&](const std::string& name) { return is_like_ide(product, name); });
+}
+
+/// Where the executable of a component was sought; below its prefix, unless that is relative.
+std::string executable_sought_in(const Product& product, const Component& component, const std::string& name) {
+  std::string sought;
+  for (const std::string& path : product.session->run.files) {
+    if (fs::path(path).filename() != name) continue;
+    if (sought.empty() || path.starts_with(component.catalogue->package->prefix)) sought = path;
+  }
+  return sought;
+}
+
+/// The listed executables, which are not on disk, at their places in the lists.
+void report_missing_executables(const Product& product, const std::string& name, Reporter& reporter) {
+  bool is_listed = false;
+  for (const Component& component : product.components) {
+    if (!is_ide(product, component)) continue;
+    for (const ListedFile& file : component.files) {
+      if (base_name(file.text) != name) continue;
+      is_listed = true;
+      reporter.report(file.place,
+                      "the listed executable is not on disk: looked at " + executable_sought_in(product, component, name),
+                      "put it there, or correct the package's prefix");
+    }
+  }
+  if (is_listed) return;
+  reporter.report(product.session->place_of("ECLIPSE_BIN"), "no IDE component lists a file called " + in_quotes(name),
+                  "list the executable in the IDE's package, or correct ECLIPSE_BIN");
+}
+
+void check_ide_found(const Product& product, Reporter& reporter) {
+  if (!product.session || !has_line(product.session->run, "eclipse_int: eclipse not found")) return;
+  const SessionFacts& facts = *product.session;
+  if (!is_choice(facts, "internal")) return;
+  const std::string name = facts.variable("ECLIPSE_BIN");
+  const auto& components = product.components;
+  const auto is_one = [&](const Component& component) { return is_ide(product, component); };
+  const auto is_meant = [&](const Component& component) { return is_meant_as_ide(product, component); };
+  if (std::none_of(components.begin(), components.end(), is_one)) {
+    if (std::any_of(components.begin(), components.end(), is_meant)) return;
+    reporter.report(facts.place_of("ECLIPSE_INTEGRATION_CHOICE"), "no component has a capability that contains \"ECLIPSE_IDE\"",
+                    "give the IDE's component one, or choose user or none");
+  } else if (name.empty()) {
+    reporter.report(facts.place_of("ECLIPSE_BIN"), "ECLIPSE_BIN is not set",
+                    "set ECLIPSE_BIN to the file name of the executable");
+  } else if (name.find_first_of("/\\") == std::string::npos && listed_in_other_case(product, name).empty()) {
+    report_missing_executables(product, name, reporter);
   }
 }
 
@@ -232,17 +349,49 @@ std::vector<std::string> removed_units(const RecordedRun& run) {
   return split(std::string_view(command).substr(start, command.rfind(" 2>&1") - start), ',');
 }
 
+/// As the director reads it: "1.0" is "1.0.0".
+std::string whole_version(std::string version) {
+  for (auto dots = std::count(version.begin(), version.end(), '.'); dots < 2; ++dots) version += ".0";
+  return version;
+}
+
+/// What of a unit, with or without a version, an instance does not have; empty when it has it.
+std::string lack_of(const Units& installed, const std::string& unit) {
+  const std::size_t slash = unit.find('/');
+  const std::string id = unit.substr(0, slash);
+  const auto found = installed.find(id);
+  if (found == installed.end()) return in_quotes(id) + " is not installed in the instance";
+  if (slash == std::string::npos) return "";
+  const auto& versions = found->second;
+  const std::string wanted = whole_version(unit.substr(slash + 1));
+  if (std::any_of(versions.begin(), versions.end(), [&](const auto& version) { return whole_version(version) == wanted; }))
+    return "";
+  return in_quotes(unit) + " is not installed in the instance, which has version " + *versions.rbegin();
+}
+
+std::optional<Units> installed_units(const std::string& instance) {
+  const auto installed = eclipse_inquiry::profile_units(instance);
+  if (!installed) return std::nullopt;
+  Units units;
+  for (const auto& unit : *installed) units[unit.id].insert(unit.version);
+  return units;
+}
+
 void check_installed(const Product& product, Reporter& reporter) {
-  if (!product.session || !product.session->is_removal() || product.session->run.commands.empty()) return;
+  if (!product.is_removal() || product.session->run.commands.empty()) return;
   const auto installed = installed_units(instance_of(product.session->run));
   if (!installed) return;
-  for (const std::string& unit : removed_units(product.session->run)) {
-    const std::string id(without_blanks(unit.substr(0, unit.find('/'))));
-    if (installed->count(id) != 0) continue;
-    const auto is_of = [&](const Record& record) { return record.placement && record.config->feature == unit; };
-    const auto record = std::find_if(product.records.begin(), product.records.end(), is_of);
-    reporter.report(record == product.records.end() ? product.session->mode : record->place(1),
-                    in_quotes(id) + " is not installed in the instance");
+  std::map<std::string, const Record*> records;
+  for (const Record& record : product.records) {
+    if (!record.placement || !record.descriptor->component->catalogue->selected_for_removal) continue;
+    for (const std::string& unit : split(record.config->feature, ',')) records.emplace(without_blanks(unit), &record);
+  }
+  for (const std::string& removed : removed_units(product.session->run)) {
+    const std::string unit(without_blanks(removed));
+    const std::string lack = unit.empty() ? "" : lack_of(*installed, unit);
+    if (lack.empty()) continue;
+    const auto record = records.find(unit);
+    reporter.report(record == records.end() ? product.session->mode : record->second->place(1), lack);
   }
 }
 
@@ -325,6 +474,31 @@ std::vector<Rule> rules_for_sessions() {
                               std::string(ide) + tools)),
        .good = product(internal_session()),
        .check = check_choice},
+      {.name = "choice-missing",
+       .severity = Severity::warning,
+       .title = "ECLIPSE_INTEGRATION_CHOICE is not set",
+       .effect = "Without a choice nothing is integrated or removed, and the run reports success.",
+       .mend = "set it to internal or user, or to none if that is meant",
+       .bad = product(session("install", R"( "ECLIPSE_BIN": "eclipse" )", std::string(ide) + tools)),
+       .good = product(internal_session()),
+       .check = check_choice_made},
+      {.name = "user-eclipse-unusable",
+       .severity = Severity::error,
+       .title = "the user's Eclipse is not named, not there, not the executable, or too old",
+       .effect = "An installer does not go on with it, and a run of the session is refused. A removal is not, but then it does "
+                 "nothing and reports success.",
+       .mend = "name the executable of an Eclipse that is there, and that is not too old",
+       .bad = product(session("install", user_choice("ide"), tools)),
+       .good = product(user_session()),
+       .check = check_user_eclipse},
+      {.name = "internal-eclipse-not-found",
+       .severity = Severity::warning,
+       .title = "the choice is internal, but no component has the Eclipse executable",
+       .effect = "The run logs \"eclipse not found\", does nothing and reports success.",
+       .mend = "ship the IDE as a component that lists its executable, and set ECLIPSE_BIN to its file name",
+       .bad = product(session("install", internal_choice, tools)),
+       .good = product(internal_session()),
+       .check = check_ide_found},
       {.name = "user-path-not-plain",
        .severity = Severity::error,
        .title = "USER_DEFINED_ECLIPSE_PATH has backslashes or a line end",

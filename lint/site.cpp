@@ -2,8 +2,6 @@
 // content.xml.xz, or compositeContent.xml (or .jar), which names other repositories in whose place it stands.
 #include "lint/site.h"
 
-#include <zlib.h>
-
 #include <algorithm>
 #include <array>
 #include <fstream>
@@ -27,14 +25,24 @@ bool is_metadata_name(std::string_view name) {
   return std::find(metadata_names.begin(), metadata_names.end(), name) != metadata_names.end();
 }
 
+bool is_file(const fs::path& path) {
+  std::error_code error;
+  return fs::is_regular_file(path, error);
+}
+
 /// The files at the top of a site, wherever they are kept.
 class SiteFiles {
  public:
-  explicit SiteFiles(const fs::path& path)
-      : path_(path), archive_(fs::is_directory(path) ? std::nullopt : Archive::open(path)) {}
+  explicit SiteFiles(const fs::path& path) : path_(path), archive_(is_file(path) ? Archive::open(path) : std::nullopt) {}
+
+  bool are_in_archive() const { return archive_.has_value(); }
+
+  /// A pipe would never end.
+  bool has(const std::string& name) const { return archive_ ? archive_->has(name) : is_file(path_ / name); }
 
   std::optional<std::string> read(const std::string& name) const {
     if (archive_) return archive_->read(name);
+    if (!has(name)) return std::nullopt;
     std::ifstream file(path_ / name, std::ios::binary);
     if (!file) return std::nullopt;
     std::ostringstream content;
@@ -58,15 +66,6 @@ class SiteFiles {
   }
 
  private:
-  bool has(const std::string& name) const {
-    if (!archive_) {
-      std::error_code error;
-      return fs::is_regular_file(path_ / name, error);
-    }
-    const auto all = archive_->names();
-    return std::find(all.begin(), all.end(), name) != all.end();
-  }
-
   /// All of an archive, but of a directory only what lies directly in its folders, since it may be a large one.
   std::vector<std::string> names() const {
     if (archive_) return archive_->names();
@@ -75,7 +74,7 @@ class SiteFiles {
     for (const auto& folder : fs::directory_iterator(path_, error)) {
       if (!folder.is_directory(error)) continue;
       for (const std::string_view name : metadata_names) {
-        if (fs::is_regular_file(folder.path() / name, error)) names.push_back((folder.path().filename() / name).string());
+        if (is_file(folder.path() / name)) names.push_back((folder.path().filename() / name).string());
       }
     }
     std::sort(names.begin(), names.end());
@@ -86,48 +85,93 @@ class SiteFiles {
   std::optional<Archive> archive_;
 };
 
-/// NAME.xml, or else the one inside NAME.jar.
-std::optional<std::string> metadata(const SiteFiles& files, const std::string& name) {
-  if (auto jar = files.read(name + ".jar")) {
-    const auto archive = Archive::open_content(*std::move(jar));
-    return archive ? archive->read(name + ".xml") : std::nullopt;
-  }
-  return files.read(name + ".xml");
-}
+/// What a file of metadata says, or why it says nothing. Without either it cannot be read here, but perhaps elsewhere.
+struct Metadata {
+  std::optional<pugi::xml_document> document;
+  std::string damage;
+};
 
-std::optional<Units> units_at(const fs::path& path, int depth);
-
-/// Nothing unless all of its children can be read.
-std::optional<Units> units_of_composite(const pugi::xml_document& composite, const fs::path& path, int depth) {
-  Units units;
-  for (const pugi::xml_node child : composite.child("repository").child("children").children("child")) {
-    std::string location = child.attribute("location").value();
-    if (location.starts_with("file:")) location.erase(0, location.starts_with("file://") ? 7 : 5);
-    if (location.find(':') != std::string::npos) return std::nullopt;
-    const auto more = units_at((path / location).lexically_normal(), depth + 1);
-    if (!more) return std::nullopt;
-    for (const auto& [id, versions] : *more) units[id].insert(versions.begin(), versions.end());
-  }
-  return units;
-}
-
-std::optional<Units> units_at(const fs::path& path, int depth) {
-  const SiteFiles files(path);
+Metadata parsed(const std::string& content, const std::string& name) {
+  Metadata metadata;
   pugi::xml_document document;
-  if (const auto content = metadata(files, "content")) {
-    if (!document.load_buffer(content->data(), content->size())) return std::nullopt;
-    Units units;
-    for (const pugi::xml_node unit : document.child("repository").child("units").children("unit")) {
+  if (!document.load_buffer(content.data(), content.size())) {
+    metadata.damage = name + " is no XML";
+  } else if (!document.child("repository")) {
+    metadata.damage = name + " describes no repository";
+  } else {
+    metadata.document = std::move(document);
+  }
+  return metadata;
+}
+
+/// NAME.xml in NAME.jar, which is preferred to the plain one, whether it can be read or not.
+Metadata packed_metadata(const SiteFiles& files, const std::string& name) {
+  const std::string jar = name + ".jar";
+  const std::string entry = name + ".xml";
+  auto content = files.read(jar);
+  if (!content) return {};
+  const auto archive = Archive::open_content(*std::move(content));
+  if (!archive) return {std::nullopt, jar + " is no archive"};
+  if (!archive->has(entry)) return {std::nullopt, jar + " holds no " + entry};
+  if (archive->is_too_large(entry)) return {};
+  const auto document = archive->read(entry);
+  return document ? parsed(*document, entry + " in " + jar) : Metadata{std::nullopt, entry + " in " + jar + " is damaged"};
+}
+
+Metadata read_metadata(const SiteFiles& files, const std::string& name) {
+  if (files.has(name + ".jar")) return packed_metadata(files, name);
+  const auto content = files.read(name + ".xml");
+  return content ? parsed(*content, name + ".xml") : Metadata();
+}
+
+Site look_into(const fs::path& path, int depth);
+
+/// Where a child of a composite lies; nothing when that is not on this disk, or is written in a way that is not understood
+/// here.
+std::optional<fs::path> place_of_child(std::string location, const fs::path& composite) {
+  if (location.starts_with("file:")) location.erase(0, location.starts_with("file://") ? 7 : 5);
+  if (location.find_first_of(":%") != std::string::npos) return std::nullopt;
+  return (composite / location).lexically_normal();
+}
+
+/// Lost children are passed over. What is offered is known only when all others can be read.
+void look_into_children(const pugi::xml_document& composite, const fs::path& path, int depth, Site& site) {
+  Units units;
+  bool is_known = true;
+  for (const pugi::xml_node node : composite.child("repository").child("children").children("child")) {
+    const std::string location = node.attribute("location").value();
+    const auto place = place_of_child(location, path);
+    const Site child = place && depth < deepest_composite ? look_into(*place, depth + 1) : Site();
+    if (place && depth < deepest_composite && (!child.is_repository || !child.damage.empty())) {
+      site.lost_children.push_back(location);
+    } else if (child.units) {
+      for (const auto& [id, versions] : *child.units) units[id].insert(versions.begin(), versions.end());
+    } else {
+      is_known = false;
+    }
+  }
+  if (is_known) site.units = std::move(units);
+}
+
+/// Nothing is said of what is compressed with xz: it is preferred where it can be read, which it cannot here.
+void read_offer(const SiteFiles& files, const fs::path& path, int depth, Site& site) {
+  if (files.has("content.jar") || files.has("content.xml")) {
+    const Metadata content = read_metadata(files, "content");
+    if (!files.has("content.xml.xz")) site.damage = content.damage;
+    if (!content.document) return;
+    Units& units = site.units.emplace();
+    for (const pugi::xml_node unit : content.document->child("repository").child("units").children("unit")) {
       units[unit.attribute("id").value()].insert(unit.attribute("version").value());
     }
-    return units;
+  } else if (!files.has("content.xml.xz")) {
+    const Metadata composite = read_metadata(files, "compositeContent");
+    site.damage = composite.damage;
+    // The children of an archive are sought in it, or beside it, in a way of its own.
+    if (composite.document && !files.are_in_archive()) look_into_children(*composite.document, path, depth, site);
   }
-  const auto composite = depth < deepest_composite ? metadata(files, "compositeContent") : std::nullopt;
-  if (!composite || !document.load_buffer(composite->data(), composite->size())) return std::nullopt;
-  return units_of_composite(document, path, depth);
 }
 
-Site look_into(const fs::path& path) {
+Site look_into(const fs::path& path, int depth) {
   Site site;
   std::error_code error;
   site.exists = fs::exists(path, error);
@@ -136,56 +180,20 @@ Site look_into(const fs::path& path) {
   const SiteFiles files(path);
   site.is_repository = files.has_metadata();
   if (site.is_repository) {
-    site.units = units_at(path, 0);
-  } else {
+    read_offer(files, path, depth, site);
+  } else if (site.is_directory || files.are_in_archive()) {
     site.nested = files.nested_metadata();
+  } else {
+    site.damage = "it is no archive";
   }
   return site;
-}
-
-/// Profiles are called by the time at which they were written.
-fs::path newest_profile(const fs::path& instance) {
-  fs::path newest;
-  std::error_code error;
-  for (const auto& profile : fs::directory_iterator(instance / "p2/org.eclipse.equinox.p2.engine/profileRegistry", error)) {
-    for (const auto& file : fs::directory_iterator(profile.path(), error)) {
-      const std::string name = file.path().filename().string();
-      if (name.ends_with(".profile") || name.ends_with(".profile.gz")) newest = std::max(newest, file.path());
-    }
-  }
-  return newest;
-}
-
-/// The content of a file, decompressed when it is compressed.
-std::string decompressed(const fs::path& file) {
-  std::string content;
-  const std::unique_ptr<gzFile_s, int (*)(gzFile)> stream(gzopen(file.c_str(), "rb"), &gzclose);
-  if (!stream) return content;
-  std::array<char, 65536> piece;
-  for (int count; (count = gzread(stream.get(), piece.data(), static_cast<unsigned>(piece.size()))) > 0;) {
-    content.append(piece.data(), static_cast<std::size_t>(count));
-  }
-  return content;
 }
 
 }  // namespace
 
 const Site& Sites::at(const fs::path& path) {
   const auto known = sites_.find(path);
-  return known != sites_.end() ? known->second : sites_.emplace(path, look_into(path)).first->second;
-}
-
-std::optional<std::set<std::string>> installed_units(const fs::path& instance) {
-  const fs::path profile = newest_profile(instance);
-  if (profile.empty()) return std::nullopt;
-  const std::string content = decompressed(profile);
-  pugi::xml_document document;
-  if (!document.load_buffer(content.data(), content.size())) return std::nullopt;
-  std::set<std::string> units;
-  for (const pugi::xml_node unit : document.child("profile").child("units").children("unit")) {
-    units.insert(unit.attribute("id").value());
-  }
-  return units;
+  return known != sites_.end() ? known->second : sites_.emplace(path, look_into(path, 0)).first->second;
 }
 
 }  // namespace eclipse_lint

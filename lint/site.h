@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace eclipse_lint {
 
@@ -18,6 +19,9 @@ struct Site {
   bool is_directory = false;
   bool is_repository = false;  ///< it has p2 metadata
   std::string nested;          ///< when it has none: a folder inside it that has
+  std::string damage;          ///< what keeps everybody from reading its metadata; empty when nothing does
+  /// Of a composite: the places of those children that are not there or cannot be read.
+  std::vector<std::string> lost_children;
   /// What it offers; nothing when that cannot be read here, as in a composite of remote sites.
   std::optional<Units> units;
 };
@@ -31,9 +35,6 @@ class Sites {
  private:
   std::map<std::filesystem::path, Site> sites_;
 };
-
-/// The ids of the units that the newest profile of an instance has; nothing when there is none to be read.
-std::optional<std::set<std::string>> installed_units(const std::filesystem::path& instance);
 
 }  // namespace eclipse_lint
 

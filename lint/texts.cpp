@@ -67,6 +67,11 @@ bool looks_like_feature(std::string_view text) {
   return words.size() > 2 && std::all_of(words.begin(), words.end(), is_word) && is_letter(text.front());
 }
 
+bool is_comment(std::string_view text) {
+  const std::string_view begin = without_blanks(text);
+  return begin.starts_with('#') || begin.starts_with("//") || begin.starts_with(';');
+}
+
 bool has_drive_letter(std::string_view repository) {
   return repository.size() > 2 && is_letter(repository[0]) && repository[1] == ':' &&
          (repository[2] == '/' || repository[2] == '\\');
@@ -75,6 +80,15 @@ bool has_drive_letter(std::string_view repository) {
 bool has_scheme(std::string_view repository) {
   const std::size_t colon = repository.find(':');
   return colon != repository.npos && colon > 1 && is_word(repository.substr(0, colon)) && is_letter(repository[0]);
+}
+
+std::string_view path_in(std::string_view url) {
+  constexpr std::string_view archive_begin = "\"jar:";
+  constexpr std::string_view archive_end = "!/\"";
+  if (url.starts_with(archive_begin)) {
+    url = url.substr(archive_begin.size(), url.size() - archive_begin.size() - archive_end.size());
+  }
+  return url.substr(std::string_view("file://").size());
 }
 
 bool is_archive(const Record& record) { return record.placement && record.placement->url.starts_with("\"jar:"); }

@@ -26,9 +26,15 @@ bool looks_like_feature(std::string_view text);
 inline constexpr std::string_view special_without_quotes = ";&|<>()$`'\"*[]";
 inline constexpr std::string_view special_in_quotes = "$`\"";
 
+/// True for what people write in front of a comment. There are none, which is a rule's own matter.
+bool is_comment(std::string_view text);
+
 /// True for a URL or a drive letter, as in "http:" and "C:".
 bool has_scheme(std::string_view repository);
 bool has_drive_letter(std::string_view repository);
+
+/// The path in a site's URL, as the director gets it.
+std::string_view path_in(std::string_view url);
 
 /// True when the record's site is written as an archive, so that it stands in double quotes in the command.
 bool is_archive(const Record& record);

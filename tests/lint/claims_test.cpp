@@ -4,7 +4,10 @@
 
 #include <map>
 
+#include "host/session_file.h"
+#include "host/session_run.h"
 #include "lint/observation.h"
+#include "lint/samples.h"
 
 using namespace eclipse_lint;
 using namespace lint_test;
@@ -17,15 +20,32 @@ const std::string very_long = [] {
   return name;
 }();
 
+/// What is observed when the check of a user's Eclipse comes behind what is observed before it.
+fake::Texts around_check(fake::Texts before, const fake::Texts& after) {
+  const fake::Texts check = {"verify_eclipse_version: user_eclipse_version",
+                             "user_eclipse_version",
+                             "USER_DEFINED_ECLIPSE_PATH_EMPTY=no",
+                             "USER_DEFINED_ECLIPSE_PATH_CORRECT=yes",
+                             "eclipse_version - config file not found",
+                             "ECLIPSE_VERSION=",
+                             "verify_eclipse_version: eclipse_version is empty"};
+  before.insert(before.end(), check.begin(), check.end());
+  before.insert(before.end(), after.begin(), after.end());
+  return before;
+}
+
 /// By the name of the rule.
 const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
     {"descriptor-outside-etc-eclipse", {"feature or repo list is empty, skip integration"}},
-    {"descriptor-not-listed",
-     {"eclipse integration is not required", "ECLIPSE_INTEGRATION_REQUIRED=no",
-      "feature or repo list is empty, skip integration"}},
+    {"descriptor-not-listed", around_check({"eclipse integration is not required", "ECLIPSE_INTEGRATION_REQUIRED=no"},
+                                           {"feature or repo list is empty, skip integration"})},
     {"listed-descriptor-missing",
-     {"ECLIPSE_INTEGRATION_REQUIRED=yes", "found eclipse configuration: etc/eclipse/tools.txt",
-      "File FOLDER/tool/etc/eclipse/tools.txt not found", "feature or repo list is empty, skip integration"}},
+     around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"},
+                  {"found eclipse configuration: etc/eclipse/tools.txt", "File FOLDER/tool/etc/eclipse/tools.txt not found",
+                   "feature or repo list is empty, skip integration"})},
+    {"descriptor-is-no-file",
+     {"found eclipse configuration: etc/eclipse/tools.txt", "File FOLDER/tools/etc/eclipse/tools.txt not found",
+      "feature or repo list is empty, skip integration"}},
     {"not-a-descriptor",
      {"found eclipse configuration: etc/eclipse/tools.txt~",
       "Repository: file://FOLDER/tools/site Feature: org.example.one.feature.group",
@@ -37,32 +57,33 @@ const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
       "order: 0 feature: org.example.one.feature.group",
       "sh: [-repository][file://FOLDER/tools/site][-i][org.example.one.feature.group] exit 0"}},
     {"folder-entry-listed",
-     {"ECLIPSE_INTEGRATION_REQUIRED=yes", "found eclipse configuration: etc/eclipse/",
-      "found eclipse configuration: etc/eclipse/tools.txt", "File FOLDER/tools/etc/eclipse not found",
-      "Repository: file://FOLDER/tools/site Feature: org.example.one.feature.group",
-      "order: 0 feature: org.example.one.feature.group",
-      "sh: [-repository][file://FOLDER/tools/site][-i][org.example.one.feature.group] exit 0"}},
+     around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"},
+                  {"found eclipse configuration: etc/eclipse/", "found eclipse configuration: etc/eclipse/tools.txt",
+                   "File FOLDER/tools/etc/eclipse not found",
+                   "Repository: file://FOLDER/tools/site Feature: org.example.one.feature.group",
+                   "order: 0 feature: org.example.one.feature.group",
+                   "sh: [-repository][file://FOLDER/tools/site][-i][org.example.one.feature.group] exit 0"})},
     {"blank-after-listed-name",
-     {"ECLIPSE_INTEGRATION_REQUIRED=yes", "found eclipse configuration: etc/eclipse/tools.txt ",
-      "File FOLDER/tools/etc/eclipse/tools.txt  not found", "feature or repo list is empty, skip integration"}},
+     around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"},
+                  {"found eclipse configuration: etc/eclipse/tools.txt ", "File FOLDER/tools/etc/eclipse/tools.txt  not found",
+                   "feature or repo list is empty, skip integration"})},
     {"descriptor-listed-twice",
-     {"ECLIPSE_INTEGRATION_REQUIRED=yes", "found eclipse configuration: etc/eclipse/tools.txt",
-      "found eclipse configuration: etc/eclipse/tools.txt",
-      "Repository: file://FOLDER/tools/site Feature: org.example.one.feature.group",
-      "Repository: file://FOLDER/tools/site Feature: org.example.one.feature.group",
-      "order: 0 feature: org.example.one.feature.group", "order: 1 feature: org.example.one.feature.group",
-      "sh: [-repository][file://FOLDER/tools/site][-i][org.example.one.feature.group] exit 0"}},
-    {"component-never-searched",
-     {"eclipse integration is not required", "ECLIPSE_INTEGRATION_REQUIRED=no",
-      "feature or repo list is empty, skip integration"}},
+     around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"},
+                  {"found eclipse configuration: etc/eclipse/tools.txt", "found eclipse configuration: etc/eclipse/tools.txt",
+                   "Repository: file://FOLDER/tools/site Feature: org.example.one.feature.group",
+                   "Repository: file://FOLDER/tools/site Feature: org.example.one.feature.group",
+                   "order: 0 feature: org.example.one.feature.group", "order: 1 feature: org.example.one.feature.group",
+                   "sh: [-repository][file://FOLDER/tools/site][-i][org.example.one.feature.group] exit 0"})},
+    {"component-never-searched", around_check({"eclipse integration is not required", "ECLIPSE_INTEGRATION_REQUIRED=no"},
+                                              {"feature or repo list is empty, skip integration"})},
     {"descriptor-unreadable",
      {"found eclipse configuration: etc/eclipse/tools.txt", "feature or repo list is empty, skip integration"}},
     {"capability-and-descriptors-disagree",
-     {"eclipse integration is not required", "ECLIPSE_INTEGRATION_REQUIRED=no",
-      "found eclipse configuration: etc/eclipse/tools.txt",
-      "Repository: file://FOLDER/tools/site Feature: org.example.one.feature.group",
-      "order: 0 feature: org.example.one.feature.group",
-      "sh: [-repository][file://FOLDER/tools/site][-i][org.example.one.feature.group] exit 0"}},
+     around_check({"eclipse integration is not required", "ECLIPSE_INTEGRATION_REQUIRED=no"},
+                  {"found eclipse configuration: etc/eclipse/tools.txt",
+                   "Repository: file://FOLDER/tools/site Feature: org.example.one.feature.group",
+                   "order: 0 feature: org.example.one.feature.group",
+                   "sh: [-repository][file://FOLDER/tools/site][-i][org.example.one.feature.group] exit 0"})},
     {"line-without-tab",
      {"found eclipse configuration: etc/eclipse/tools.txt", "feature or repo list is empty, skip integration"}},
     {"feature-column-missing",
@@ -203,6 +224,11 @@ const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
       "Repository: file://FOLDER/tools/site Feature: org.example.one.feature.group",
       "order: 0 feature: org.example.one.feature.group",
       "sh: [-repository][file://FOLDER/tools/site][-i][org.example.one.feature.group] exit 0"}},
+    {"site-metadata-damaged",
+     {"found eclipse configuration: etc/eclipse/tools.txt",
+      "Repository: file://FOLDER/tools/site Feature: org.example.one.feature.group",
+      "order: 0 feature: org.example.one.feature.group",
+      "sh: [-repository][file://FOLDER/tools/site][-i][org.example.one.feature.group] exit 0"}},
     {"site-spelled-differently",
      {"found eclipse configuration: etc/eclipse/tools.txt",
       "Repository: file://FOLDER/tools/sites/alpha Feature: org.example.alpha.feature.group",
@@ -318,6 +344,17 @@ const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
       "failed to integrate all plug-ins at once, integrating individually", "sh: sh: 1: my: not found| exit 127",
       "QN_SCRIPTS_FAILED=yes"}},
     {"choice-misspelled", {"ECLIPSE_INTEGRATION_REQUIRED=yes", "nothing to integrate"}},
+    {"choice-missing", {"ECLIPSE_INTEGRATION_REQUIRED=yes", "nothing to integrate"}},
+    {"user-eclipse-unusable",
+     {"ECLIPSE_INTEGRATION_REQUIRED=yes", "verify_eclipse_version: user_eclipse_version", "user_eclipse_version",
+      "USER_DEFINED_ECLIPSE_PATH_EMPTY=no", "USER_DEFINED_ECLIPSE_PATH_CORRECT=no",
+      "user_eclipse_version - user defined eclipse path is not correct", "verify_eclipse_version: eclipse_version is empty",
+      "found eclipse configuration: etc/eclipse/tools.txt",
+      "Repository: file://FOLDER/tools/site Feature: org.example.one.feature.group",
+      "order: 0 feature: org.example.one.feature.group", "sh: sh: 1: ide: not found| exit 127",
+      "failed to integrate all plug-ins at once, integrating individually", "sh: sh: 1: ide: not found| exit 127",
+      "QN_SCRIPTS_FAILED=yes"}},
+    {"internal-eclipse-not-found", {"ECLIPSE_INTEGRATION_REQUIRED=yes", "eclipse not found"}},
     {"user-path-not-plain",
      {"ECLIPSE_INTEGRATION_REQUIRED=yes", "verify_eclipse_version: user_eclipse_version", "user_eclipse_version",
       "USER_DEFINED_ECLIPSE_PATH_EMPTY=no", "USER_DEFINED_ECLIPSE_PATH_CORRECT=yes", "eclipse_version - config file not found",
@@ -371,6 +408,22 @@ TEST(Claims, EachBadSampleDoesWhatItsRuleSays) {
     ASSERT_NE(expected, observed_of_bad_samples.end()) << rule.name << " has no observation";
     EXPECT_EQ(observe(rule.bad), expected->second) << rule.name;
   }
+}
+
+/// Why the run of a sample's session is refused; empty when it is not.
+std::string refusal_of(const Sample& sample) {
+  const fake::TemporaryFolder folder;
+  write_sample(sample);
+  eclipse_host::Session session;
+  eclipse_host::read_session_file(sample.input, session);
+  session.run_command = [](const std::string&) { return eclipse_host::CommandResult(); };
+  return eclipse_host::run_session(eclipse_host::Plugin(ECLIPSE_INT_LIBRARY), session).refusal;
+}
+
+TEST(Claims, RunWithAnUnusableEclipseIsRefused) {
+  const Rule& rule = *find_rule("user-eclipse-unusable");
+  EXPECT_NE(refusal_of(rule.bad), "");
+  EXPECT_EQ(refusal_of(rule.good), "");
 }
 
 TEST(Claims, NoneIsLeftOver) {

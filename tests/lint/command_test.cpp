@@ -66,6 +66,41 @@ TEST_F(LintCommand, RulesCanBeLeftOutOrSetAside) {
   EXPECT_EQ(json["findings"][0]["override"], "an old line");
 }
 
+TEST_F(LintCommand, OverridesThatSetNothingAsideAreMentioned) {
+  write_file("overrides.json",
+             "[{\"rule\": \"line-without-tab\", \"file\": \"bad.txt\", \"reason\": \"an old line\"},\n"
+             "{\"rule\": \"line-without-tab\", \"file\": \"good.txt\", \"reason\": \"mended by now\"}]\n");
+  const auto lint = eclipse_int("lint --overrides overrides.json good.txt bad.txt");
+  EXPECT_EQ(lint.exit_code, 0);
+  EXPECT_EQ(lint.output, "");
+  EXPECT_EQ(lint.error_output,
+            "eclipse-int: overrides.json:2: note: no finding of line-without-tab is set aside by this override; take it out\n");
+  EXPECT_EQ(eclipse_int("lint --overrides overrides.json --disable line-without-tab good.txt").error_output, "");
+  // What could not be read may have what is overridden.
+  EXPECT_EQ(eclipse_int("lint --overrides overrides.json missing.txt").error_output.find("note:"), std::string::npos);
+}
+
+TEST_F(LintCommand, FolderOfComponentsIsCheckedComponentByComponent) {
+  for (const std::string component : {"product/one", "product/two"}) {
+    write_file(component + "/etc/eclipse/t", "site\torg.example.alpha.feature.group\n");
+    write_file(component + "/site/content.xml.xz", "");
+  }
+  const auto lint = eclipse_int("lint --severity note product product/one/etc/eclipse");
+  EXPECT_EQ(lint.exit_code, 0);
+  EXPECT_EQ(lint.output + lint.error_output, "");
+}
+
+TEST_F(LintCommand, OutputThatCannotBeWrittenIsAFault) {
+  for (const std::string arguments :
+       {"lint bad.txt", "lint warned.txt", "lint --format json good.txt", "lint --format sarif good.txt",
+        "lint --format json bad.txt", "lint --format sarif bad.txt", "explain", "explain line-without-tab",
+        "explain --manual"}) {
+    const auto command = eclipse_int(arguments + " > /dev/full");
+    EXPECT_NE(command.exit_code, 0) << arguments;
+    EXPECT_EQ(command.error_output.substr(0, 48), "eclipse-int: standard output cannot be written; ") << arguments;
+  }
+}
+
 TEST_F(LintCommand, FormatsAreOfTheSameFindings) {
   const auto json = nlohmann::json::parse(eclipse_int("lint --format json bad.txt warned.txt").output);
   const auto sarif = nlohmann::json::parse(eclipse_int("lint --format sarif bad.txt warned.txt").output);
@@ -80,7 +115,7 @@ TEST_F(LintCommand, FaultsOfInputsDoNotKeepTheOthersFromBeingChecked) {
   EXPECT_EQ(lint.exit_code, 2);
   EXPECT_EQ(
       lint.error_output,
-      "eclipse-int: missing.txt: is not there; give a descriptor file, the folder of a component or a session file (.json)\n");
+      "eclipse-int: missing.txt: is not there; give a descriptor file, a folder of components or a session file (.json)\n");
   EXPECT_NE(lint.output.find("[line-without-tab]"), std::string::npos);
   write_file("session.json", "{\"mode\": \"instal\", \"components\": []}");
   EXPECT_EQ(eclipse_int("lint session.json").error_output,

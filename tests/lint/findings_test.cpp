@@ -1,5 +1,6 @@
 // The exact places of findings, and where a rule begins and ends.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -37,7 +38,7 @@ TEST(Findings, StandAtTheirPlaces) {
       {"Repository\t\ns\tx.y.feature.group\n", {}},
       {"\tx.y.feature.group\n", {"t:1:2+17 repository-empty"}},
       {"\t\t\n", {}},
-      {"s\t\tx.y.feature.group\t1\n", {"t:1:1+1 repository-without-features", "t:1:4+17 feature-in-third-column"}},
+      {"s\t\tx.y.feature.group\t1\n", {"t:1:4+17 feature-in-third-column"}},
       {"#Repository\tFeature\ns\tx.y.feature.group\n", {"t:1:1+11 header-not-recognised"}},
       {"\"Repository\"\t\"Feature\"\ns\tx.y.feature.group\n", {"t:1:1+12 header-not-recognised"}},
       {"repository\tx.y.feature.group\n", {}},
@@ -57,6 +58,9 @@ TEST(Findings, StandAtTheirPlaces) {
       {"", {"t descriptor-yields-nothing"}},
       {"s\tx.y.feature.group\ns\tx.y.feature.group\n", {"t:2:1+19 duplicate-line"}},
       {"C:\\s\tx.y.feature.group\n", {"t:1:1+4 absolute-repository"}},
+      {"s\tx.y.feature.group\n/s\tx.z.feature.group\n", {"t:2:1+2 absolute-repository"}},
+      {"// s\tx.y.feature.group\n", {"t:1:1+4 comment-is-data"}},
+      {"sites/a,x.y.feature.group\ns\tx.y.feature.group\n", {"t:1:1+25 line-without-tab"}},
       {"jar:file:/s.zip!/\tx.y.feature.group\n", {"t:1:1+17 url-repository"}},
       {"s.tar.gz\tx.y.feature.group\n", {"t:1:2+7 archive-not-recognised"}},
       {"a/$HOME.zip\tx.y.feature.group\n", {"t:1:3+1 repository-needs-shell-quoting"}},
@@ -72,6 +76,8 @@ TEST(Findings, StandAtTheirPlaces) {
       {"s\tx.y.feature.group/1.0.0.0.0\n", {"t:1:3+27 feature-version-invalid"}},
       {"s\tx.y.feature.group/\n", {"t:1:3+18 feature-version-invalid"}},
       {"s\tx.y.feature.group,x.z\n", {"t:1:20+1 comma-in-feature", "t:1:21+3 feature-without-group-suffix"}},
+      {"s\tx.y.feature.group,\n", {"t:1:20+1 comma-in-feature"}},
+      {"s\t,x.y.feature.group\n", {"t:1:3+1 comma-in-feature"}},
       {"s\t#x.y\n", {"t:1:3+1 feature-begins-with-option"}},
       {"s\tx y.feature.group\n", {"t:1:4+1 feature-needs-shell-quoting"}},
       {"s\tx.`id`\n", {"t:1:5+1 feature-needs-shell-quoting"}},
@@ -102,6 +108,85 @@ TEST(Findings, MessagesNameWhatTheySpeakOf) {
   const Findings findings = findings_in("t");
   ASSERT_EQ(summary_of(findings), Texts({"t:2:22+1 order-taken"}));
   EXPECT_EQ(findings[0].message, "the order 3 is taken by t:1: this line gets 4");
+}
+
+TEST(Findings, CommasAreNotCountedAsFeatures) {
+  const fake::TemporaryFolder folder;
+  write_file("t", "s\tx.a.feature.group,\ns\t,x.b.feature.group\ns\tx.c.feature.group,,x.d.feature.group,\n");
+  const Findings findings = findings_in("t");
+  ASSERT_EQ(findings.size(), 3U);
+  EXPECT_EQ(findings[0].message, "a comma stands behind the feature");
+  EXPECT_EQ(findings[1].message, "a comma stands before the feature, and becomes part of its id");
+  EXPECT_EQ(findings[1].severity, Severity::error);
+  EXPECT_EQ(findings[2].message, "2 features stand in one cell");
+}
+
+TEST(Findings, AbsolutePathThatIsThereAllTheSameIsOnlyWarnedOf) {
+  const fake::TemporaryFolder folder;
+  write_file("c/etc/eclipse/t", "/site\torg.example.one.feature.group\n");
+  write_file("c/site/content.xml", offer_of_one);
+  const Findings findings = findings_in("c");
+  ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/t:1:1+5 absolute-repository"}));
+  EXPECT_EQ(findings[0].severity, Severity::warning);
+  EXPECT_EQ(findings[0].message,
+            "\"/site\" is not recognised as absolute: it becomes " + folder.path() + "/c/site, which is there");
+}
+
+TEST(Findings, FileThatIsNoArchiveIsNoRepository) {
+  const fake::TemporaryFolder folder;
+  write_file("c/etc/eclipse/t", "notes\torg.example.one.feature.group\n");
+  write_file("c/notes", "the sites of the component\n");
+  const Findings findings = findings_in("c");
+  ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/t:1:1+5 archive-not-recognised"}));
+  EXPECT_EQ(findings[0].message, "\"notes\" is a file, and its name does not end in \".zip\"");
+}
+
+TEST(Findings, RepositoryIsUnusedOnlyWhereThatIsCertain) {
+  constexpr const char* offer_of_two =
+      "<repository><units><unit id='org.example.two.feature.group' version='1.0.0'/></units></repository>";
+  const auto findings_with = [&](const std::string& lines, const std::string& offer_of_other) {
+    const fake::TemporaryFolder folder;
+    write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\n" + lines);
+    write_file("c/site/content.xml", offer_of_one);
+    write_file("c/other/content.xml", offer_of_other);
+    return summary_of(findings_in("c", {.disabled = {"feature-from-two-sites"}, .overrides = {}}));
+  };
+  const std::string again = "other\torg.example.one.feature.group\n";
+  EXPECT_EQ(findings_with(again, offer_of_two), Texts({"c/etc/eclipse/t:2:1+5 repository-without-features"}));
+  EXPECT_EQ(findings_with(again, offer_of_one), Texts());
+  EXPECT_EQ(findings_with(again + "other\torg.example.two.feature.group\n", offer_of_two), Texts());
+  EXPECT_EQ(findings_with(again + "site\torg.example.two.feature.group/1.0.0\n", offer_of_two),
+            Texts({"c/etc/eclipse/t:3:6+35 feature-pinned"}));
+  EXPECT_EQ(findings_with("other\torg.example.too.feature.group\n", offer_of_two),
+            Texts({"c/etc/eclipse/t:2:7+29 feature-not-offered"}));
+  EXPECT_EQ(findings_with("other\t\t\n", offer_of_two), Texts({"c/etc/eclipse/t:2:1+5 feature-empty"}));
+  EXPECT_EQ(findings_with(again, "<repository"), Texts({"c/etc/eclipse/t:2:1+5 site-metadata-damaged"}));
+}
+
+TEST(Findings, WhatIsNoFileIsNeitherReadNorPassedOver) {
+  const fake::TemporaryFolder folder;
+  std::filesystem::create_directories("c/etc/eclipse/sub");
+  ASSERT_EQ(mkfifo("c/etc/eclipse/sub/pipe", 0644), 0);
+  std::filesystem::create_symlink("nowhere", "c/etc/eclipse/link");
+  std::filesystem::create_symlink("nowhere", "c/link");
+  const Findings findings = findings_in("c");
+  EXPECT_EQ(summary_of(findings),
+            Texts({"c/etc/eclipse/link descriptor-is-no-file", "c/etc/eclipse/sub/pipe descriptor-is-no-file"}));
+  EXPECT_EQ(findings[0].message, "\"etc/eclipse/link\" is a link to nothing, not a file");
+  EXPECT_EQ(findings[1].message, "\"etc/eclipse/sub/pipe\" is a pipe, not a file");
+}
+
+TEST(Findings, PipesInTheirPlacesKeepNobodyWaiting) {
+  const fake::TemporaryFolder folder;
+  write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\npipe.zip\torg.example.two.feature.group\n");
+  std::filesystem::create_directories("c/site");
+  for (const std::string pipe : {"c/site/content.xml", "c/pipe.zip", "session.json", "overrides.json"}) {
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0644), 0);
+  }
+  EXPECT_EQ(summary_of(findings_in("c")),
+            Texts({"c/etc/eclipse/t:1:1+4 site-without-metadata", "c/etc/eclipse/t:2:1+8 site-metadata-damaged"}));
+  EXPECT_THROW(findings_in("session.json"), eclipse_host::FileFault);
+  EXPECT_THROW(read_overrides("overrides.json"), eclipse_host::FileFault);
 }
 
 TEST(Findings, FeatureIsSoughtInAllSitesOfTheComponent) {

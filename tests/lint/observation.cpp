@@ -98,7 +98,7 @@ void perform_component(fake::FakeHost& host, const std::string& name) {
   host.variables["USER_DEFINED_ECLIPSE_PATH"] = "ide/eclipse";
   fake::Texts files;
   for (const auto& entry : fs::recursive_directory_iterator(name)) {
-    if (entry.is_regular_file()) files.push_back(entry.path().lexically_relative(name).string());
+    if (!entry.is_directory()) files.push_back(entry.path().lexically_relative(name).string());
   }
   host.add({.code = name,
             .installBase = host.folder.path(),

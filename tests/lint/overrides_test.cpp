@@ -48,6 +48,7 @@ TEST(Overrides, SetAsideWhatTheyName) {
 }
 
 TEST(Overrides, FaultsAreNamedAtTheirPlaces) {
+  EXPECT_EQ(fault_of(""), "1:1: document: is empty; write JSON into it");
   EXPECT_EQ(fault_of("{}"), "1:1: document: found an object, wanted a list; write it in [ ]");
   EXPECT_EQ(fault_of(R"([{"reason": "why"}])"), "1:2: [0]: the key \"rule\" is missing; add it");
   EXPECT_EQ(fault_of(R"([{"rule": "feature-pinned"}])"), "1:2: [0]: the key \"reason\" is missing; add it");

@@ -63,7 +63,13 @@ TEST(Rules, NamesDiffer) {
 
 TEST(Rules, MisspeltNamesLeadToTheRightOne) {
   EXPECT_EQ(find_rule("line-without-tabs"), nullptr);
-  EXPECT_EQ(nearest_rule("line-without-tabs").name, "line-without-tab");
+  EXPECT_EQ(no_rule_called("line-without-tabs"), "there is no rule \"line-without-tabs\"; did you mean \"line-without-tab\"?");
+}
+
+TEST(Rules, NamesThatAreLikeNoOtherLeadToNone) {
+  for (const std::string name : {"x", "", "no-such-rule", "unused-variable"}) {
+    EXPECT_EQ(no_rule_called(name), "there is no rule \"" + name + "\"; \"eclipse-int explain\" lists them all");
+  }
 }
 
 }  // namespace

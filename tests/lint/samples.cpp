@@ -28,6 +28,9 @@ void write_sample(const eclipse_lint::Sample& sample) {
   for (const eclipse_lint::SampleFile& file : sample.files) {
     if (file.name.ends_with('/')) {
       fs::create_directories(file.name);
+    } else if (!file.link_to.empty()) {
+      fs::create_directories(fs::path(file.name).parent_path());
+      fs::create_symlink(file.link_to, file.name);
     } else {
       fake::write_file(file.name, file.content);
       fs::permissions(file.name, fs::perms(static_cast<unsigned>(file.permissions)));

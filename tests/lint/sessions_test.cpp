@@ -1,6 +1,8 @@
 // Findings that only a session gives, at their places in the session file.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "lint/samples.h"
@@ -39,14 +41,24 @@ class SessionFindings : public testing::Test {
     write_file("tools/s/content.xml", "<repository><units><unit id='a.b.feature.group' version='1'/></units></repository>");
   }
 
-  /// The findings in a session: the mode in line 2, each variable and component in a line of its own behind it.
-  static Findings findings_with(const Texts& variables, const std::vector<Component>& components,
-                                const std::string& mode = "install") {
-    std::string text = "{\n\"mode\": \"" + mode + "\",\n\"variables\": {\n";
+  /// Writes a session: the mode in line 2, each variable and component in a line of its own behind it. Without a
+  /// choice among the variables, it is none.
+  static void write_session(const Texts& variables, const std::vector<Component>& components, const std::string& mode) {
+    std::string text = "{\n\"mode\": \"" + mode + "\",\n\"variables\": {";
+    const auto is_choice = [](const std::string& variable) { return variable.find("CHOICE") != std::string::npos; };
+    if (std::none_of(variables.begin(), variables.end(), is_choice)) {
+      text += std::string(R"("ECLIPSE_INTEGRATION_CHOICE": "none")") + (variables.empty() ? "" : ",");
+    }
+    text += "\n";
     for (const std::string& variable : variables) text += variable + (&variable == &variables.back() ? "\n" : ",\n");
     text += "}, \"components\": [\n";
     for (const Component& component : components) text += (&component == &components.front() ? "" : ", ") + line_of(component);
     write_file("session.json", text + "]}\n");
+  }
+
+  static Findings findings_with(const Texts& variables, const std::vector<Component>& components,
+                                const std::string& mode = "install") {
+    write_session(variables, components, mode);
     return findings_in("session.json");
   }
 
@@ -154,6 +166,129 @@ TEST_F(SessionFindings, RemovalOfAUnitThatIsNotInstalled) {
   EXPECT_EQ(summary_with(internal, {ide, Component()}, "uninstall"), Texts({"tools/etc/eclipse/t:1:3+17 unit-not-installed"}));
   write_file(profile, "<profile><units><unit id='a.b.feature.group'/></units></profile>");
   EXPECT_EQ(summary_with(internal, {ide, Component()}, "uninstall"), Texts());
+}
+
+TEST_F(SessionFindings, RemovalOfAnotherVersionThanTheInstalledOne) {
+  write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile",
+             "<profile><units><unit id='a.b.feature.group' version='1.0.0'/></units></profile>");
+  const auto findings_for = [&](const std::string& feature) {
+    write_file("tools/etc/eclipse/t", "s\t" + feature + "\n");
+    const eclipse_lint::Settings settings = {.disabled = {"feature-pinned", "comma-in-feature"}, .overrides = {}};
+    write_session(internal, {ide, Component()}, "uninstall");
+    return findings_in("session.json", settings);
+  };
+  for (const std::string feature :
+       {"a.b.feature.group", "a.b.feature.group/1.0.0", "a.b.feature.group/1", "a.b.feature.group,"}) {
+    EXPECT_EQ(summary_of(findings_for(feature)), Texts()) << feature;
+  }
+  const Findings findings = findings_for("a.b.feature.group/0.9");
+  ASSERT_EQ(summary_of(findings), Texts({"tools/etc/eclipse/t:1:3+21 unit-not-installed"}));
+  EXPECT_EQ(findings[0].message, "\"a.b.feature.group/0.9\" is not installed in the instance, which has version 1.0.0");
+}
+
+TEST_F(SessionFindings, RemovalNeedsNoSites) {
+  const Texts lines = {"s\ta.b.feature.group",   "missing\ta.c.feature.group", "/opt/s\ta.d.feature.group",
+                       "a b\ta.e.feature.group", "s;x \ta.f.feature.group",    "\"s\ta.g.feature.group"};
+  std::string content;
+  for (const std::string& line : lines) content += line + "\n";
+  write_file("tools/etc/eclipse/t", content);
+  EXPECT_EQ(summary_with(internal, {ide, Component()}, "uninstall"), Texts());
+  EXPECT_GE(summary_with(internal, {ide, Component()}).size(), lines.size() - 1);
+}
+
+TEST_F(SessionFindings, UserEclipseThatIsNotUsable) {
+  std::filesystem::create_directories("folder");
+  write_file("other", "");
+  const auto findings_for = [&](const std::string& path, const std::string& name, const std::string& mode) {
+    return findings_with({R"("ECLIPSE_INTEGRATION_CHOICE": "user")", "\"ECLIPSE_BIN\": \"" + name + "\"",
+                          "\"USER_DEFINED_ECLIPSE_PATH\": \"" + path + "\""},
+                         {Component()}, mode);
+  };
+  EXPECT_EQ(summary_of(findings_for("ide/eclipse", "eclipse", "install")), Texts());
+  EXPECT_EQ(summary_of(findings_for("ide/eclipse", "", "uninstall")), Texts());
+  for (const std::string path : {"", "missing/eclipse", "folder", "other"}) {
+    const Findings findings = findings_for(path, "eclipse", "install");
+    const std::string place = "session.json:6:30+" + std::to_string(path.size() + 2);
+    ASSERT_EQ(summary_of(findings), Texts({place + " user-eclipse-unusable"})) << path;
+    EXPECT_EQ(findings[0].severity, Severity::error);
+    EXPECT_EQ(findings[0].message.substr(0, 26), "the run would be refused: ");
+  }
+  const Findings unnamed = findings_for("ide/eclipse", "", "modify");
+  ASSERT_EQ(summary_of(unnamed), Texts({"session.json:5:16+2 user-eclipse-unusable"}));
+  EXPECT_EQ(unnamed[0].mend, "set ECLIPSE_BIN to the file name of the executable");
+  for (const std::string path : {"", "missing/eclipse"}) {
+    const Findings findings = findings_for(path, "eclipse", "uninstall");
+    const std::string place = "session.json:6:30+" + std::to_string(path.size() + 2);
+    ASSERT_EQ(summary_of(findings), Texts({place + " user-eclipse-unusable"})) << path;
+    EXPECT_EQ(findings[0].severity, Severity::warning);
+  }
+  EXPECT_EQ(summary_of(findings_for("folder", "eclipse", "uninstall")),
+            Texts({"session.json:6:30+8 executable-not-startable"}));
+}
+
+TEST_F(SessionFindings, ChoiceThatIsNotMade) {
+  EXPECT_EQ(summary_with({R"("ECLIPSE_INTEGRATION_CHOICE": "")"}, {Component()}),
+            Texts({"session.json:4:31+2 choice-missing"}));
+  EXPECT_EQ(summary_with({R"("ECLIPSE_INTEGRATION_CHOICE": "")"}, {}), Texts());
+}
+
+TEST_F(SessionFindings, InternalEclipseThatIsNotThere) {
+  const auto message_with = [&](const Texts& variables, const std::vector<Component>& components) {
+    const Findings findings = findings_with(variables, components);
+    return findings.size() == 1 ? summary_of(findings)[0] + ": " + findings[0].message
+                                : testing::PrintToString(summary_of(findings));
+  };
+  EXPECT_EQ(message_with(internal, {Component()}),
+            "session.json:4:31+10 internal-eclipse-not-found: no component has a capability that contains \"ECLIPSE_IDE\"");
+  EXPECT_EQ(message_with({internal[0], R"("ECLIPSE_BIN": "")"}, {ide, Component()}),
+            "session.json:5:16+2 internal-eclipse-not-found: ECLIPSE_BIN is not set");
+  EXPECT_EQ(message_with({internal[0], R"("ECLIPSE_BIN": "studio")"}, {ide, Component()}),
+            "session.json:5:16+8 internal-eclipse-not-found: no IDE component lists a file called \"studio\"");
+  Component without_package = ide;
+  without_package.package = "";
+  EXPECT_EQ(message_with(internal, {without_package, Component()}),
+            "session.json:5:16+9 internal-eclipse-not-found: no IDE component lists a file called \"eclipse\"");
+  std::filesystem::remove("ide/eclipse");
+  EXPECT_EQ(message_with(internal, {ide, Component()}),
+            "session.json:7:146+9 internal-eclipse-not-found: the listed executable is not on disk: looked at " +
+                folder.path() + "/ide/eclipse");
+}
+
+TEST_F(SessionFindings, NameListedWithABlankIsNoFileThatIsNotListed) {
+  Component component;
+  component.package = R"("package": {"files": ["etc/eclipse/t "]})";
+  EXPECT_EQ(summary_with({}, {component}), Texts({"session.json:5:153+16 blank-after-listed-name"}));
+}
+
+TEST_F(SessionFindings, FileOfAComponentInAnotherOneIsListedByItsOwn) {
+  Component around;
+  around.code = "around";
+  around.folder = ".";
+  around.capabilities = "";
+  around.package = R"("package": {"files": []})";
+  EXPECT_EQ(summary_with({}, {around, Component()}), Texts());
+  EXPECT_EQ(summary_with({}, {around}), Texts({"session.json:5:133+1 descriptor-not-listed"}));
+}
+
+TEST_F(SessionFindings, WhatIsNoFileInAPackage) {
+  ASSERT_EQ(mkfifo("tools/etc/eclipse/pipe", 0644), 0);
+  Component component;
+  component.package = R"("package": {"files": ["etc/eclipse/t", "etc/eclipse/pipe"]})";
+  EXPECT_EQ(summary_with({}, {component}), Texts({"session.json:5:170+18 descriptor-is-no-file"}));
+  EXPECT_EQ(summary_with({}, {Component()}), Texts({"session.json:5:152+1 descriptor-is-no-file"}));
+}
+
+TEST_F(SessionFindings, FolderInEtcEclipseIsNoMissingFile) {
+  std::filesystem::create_directories("tools/etc/eclipse/sub");
+  Component component;
+  component.package = R"("package": {"files": ["etc/eclipse/sub/", "etc/eclipse/t"]})";
+  EXPECT_EQ(summary_with({}, {component}), Texts({"session.json:5:153+18 folder-entry-listed"}));
+}
+
+TEST_F(SessionFindings, LineIsThatOfTheFile) {
+  const Findings findings = findings_with({R"("ECLIPSE_INTEGRATION_CHOICE": "Internal")"}, {Component()});
+  ASSERT_EQ(summary_of(findings), Texts({"session.json:4:31+10 choice-misspelled"}));
+  EXPECT_EQ(findings[0].place.text, R"("ECLIPSE_INTEGRATION_CHOICE": "Internal")");
 }
 
 }  // namespace

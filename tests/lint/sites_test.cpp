@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <tuple>
 
 #include "lint/samples.h"
 #include "lint/site.h"
@@ -87,6 +88,7 @@ TEST_F(SitesTest, FileThatIsNoArchive) {
   write_file("site.zip", "no archive");
   EXPECT_TRUE(sites.at("site.zip").exists);
   EXPECT_FALSE(sites.at("site.zip").is_repository);
+  EXPECT_EQ(sites.at("site.zip").damage, "it is no archive");
 }
 
 TEST_F(SitesTest, CompositeOffersWhatItsChildrenOffer) {
@@ -105,21 +107,69 @@ TEST_F(SitesTest, CompositeOfItselfOffersNothingThatCouldBeRead) {
 }
 
 TEST_F(SitesTest, MetadataThatCannotBeReadHereLeavesTheOfferOpen) {
-  write_file("compressed/content.xml.xz", "x");
-  write_file("damaged/content.xml", "<repository><units><unit");
-  write_file("broken/content.jar", "no archive");
-  for (const std::string name : {"compressed", "damaged", "broken"}) {
+  write_file("site/content.xml.xz", "x");
+  write_file("beside/content.xml.xz", "x");
+  write_file("beside/content.jar", "perhaps damaged, but not looked at by who can read the other");
+  for (const std::string name : {"site", "beside"}) {
     EXPECT_TRUE(sites.at(name).is_repository) << name;
     EXPECT_EQ(sites.at(name).units, std::nullopt) << name;
+    EXPECT_EQ(sites.at(name).damage, "") << name;
   }
 }
 
-TEST_F(SitesTest, NewestProfileTellsWhatIsInstalled) {
-  const std::string registry = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/";
-  write_file(registry + "1001.profile", "<profile><units><unit id='old'/></units></profile>");
-  write_file(registry + "1002.profile", "<profile><units><unit id='a'/><unit id='b'/></units></profile>");
-  EXPECT_EQ(installed_units("ide"), (std::set<std::string>{"a", "b"}));
-  EXPECT_EQ(installed_units("elsewhere"), std::nullopt);
+TEST_F(SitesTest, DamagedMetadataIsToldApart) {
+  std::string flipped = archive({{"content.xml", offer + std::string(500, ' ')}});
+  for (std::size_t i = 45; i < 60; ++i) flipped[i] = static_cast<char>(flipped[i] ^ 0x55);
+  const std::vector<std::tuple<std::string, std::string, std::string>> cases = {
+      {"content.xml", "<repository><units><unit", "content.xml is no XML"},
+      {"content.xml", "", "content.xml is no XML"},
+      {"content.xml", "<html/>", "content.xml describes no repository"},
+      {"content.jar", "no archive", "content.jar is no archive"},
+      {"content.jar", archive({{"other.xml", offer}}), "content.jar holds no content.xml"},
+      {"content.jar", archive({{"content.xml", "<repository"}}), "content.xml in content.jar is no XML"},
+      {"content.jar", flipped, "content.xml in content.jar is damaged"},
+      {"compositeContent.xml", "<repository>", "compositeContent.xml is no XML"},
+      {"compositeContent.jar", "no archive", "compositeContent.jar is no archive"},
+  };
+  for (std::size_t i = 0; i < cases.size(); ++i) {
+    const auto& [name, content, damage] = cases[i];
+    const std::string site = "site" + std::to_string(i);
+    write_file(site + "/" + name, content);
+    EXPECT_TRUE(sites.at(site).is_repository) << damage;
+    EXPECT_EQ(sites.at(site).damage, damage);
+    EXPECT_EQ(sites.at(site).units, std::nullopt) << damage;
+  }
+}
+
+TEST_F(SitesTest, DamagedArchiveIsPreferredToTheFileBesideIt) {
+  write_file("site/content.jar", "no archive");
+  write_file("site/content.xml", offer);
+  EXPECT_EQ(sites.at("site").damage, "content.jar is no archive");
+}
+
+TEST_F(SitesTest, CompositeLosesChildrenThatCannotBeLoaded) {
+  write_file("one/content.xml", offer);
+  write_file("damaged/content.xml", "<repository");
+  std::filesystem::create_directories("empty");
+  write_file("all/compositeContent.xml",
+             "<repository><children><child location='../damaged'/><child location='../one'/><child location='../empty'/>"
+             "<child location='missing'/></children></repository>");
+  EXPECT_EQ(sites.at("all").lost_children, (std::vector<std::string>{"../damaged", "../empty", "missing"}));
+  EXPECT_EQ(sites.at("all").units, units);
+  EXPECT_EQ(sites.at("all").damage, "");
+}
+
+TEST_F(SitesTest, NothingIsSaidOfChildrenElsewhere) {
+  for (const std::string location : {"https://example.org/site", "my%20site", "jar:file:/site.zip!/"}) {
+    write_file("all/compositeContent.xml",
+               "<repository><children><child location='" + location + "'/></children></repository>");
+    Sites afresh;
+    EXPECT_EQ(afresh.at("all").lost_children, std::vector<std::string>()) << location;
+    EXPECT_EQ(afresh.at("all").units, std::nullopt) << location;
+  }
+  write_archive("all.zip", {{"compositeContent.xml", "<repository><children><child location='one'/></children></repository>"}});
+  EXPECT_EQ(sites.at("all.zip").lost_children, std::vector<std::string>());
+  EXPECT_EQ(sites.at("all.zip").units, std::nullopt);
 }
 
 }  // namespace

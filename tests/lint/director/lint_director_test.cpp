@@ -109,6 +109,87 @@ TEST(LintDirector, FolderWithoutMetadataCannotBeLoaded) {
   EXPECT_THAT(rules_broken_by(product), ElementsAre("site-without-metadata"));
 }
 
+TEST(LintDirector, DamagedMetadataCannotBeLoaded) {
+  const std::vector<std::pair<std::string, std::string>> damages = {{"content.jar", "no archive"},
+                                                                    {"content.xml", "<repository><units><unit"},
+                                                                    {"content.xml", "<html/>"},
+                                                                    {"content.xml", ""},
+                                                                    {"compositeContent.xml", "<repository"}};
+  for (const auto& [name, content] : damages) {
+    Product product;
+    product.component("tools", {"alpha"}, alpha);
+    fs::remove(product.folder() / "tools/sites/alpha/content.jar");
+    write(product.folder() / "tools/sites/alpha" / name, content);
+    EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13)) << content;
+    EXPECT_THAT(rules_broken_by(product), ElementsAre("site-metadata-damaged")) << content;
+  }
+}
+
+TEST(LintDirector, DamagedArchiveIsPreferredToTheFileBesideIt) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  const std::string site = (product.folder() / "tools/sites/alpha").string();
+  ASSERT_EQ(eclipse_host::run_in_shell("cd '" + site + "' && unzip -q content.jar").exit_code, 0);
+  ASSERT_TRUE(fs::exists(site + "/content.xml"));
+  write(site + "/content.jar", "no archive");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("site-metadata-damaged"));
+}
+
+TEST(LintDirector, DamagedRepositoryIsOnlyMentionedBesideAnother) {
+  Product product;
+  product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.alpha.feature.group\n");
+  write(product.folder() / "tools/sites/gamma/content.jar", "no archive");
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(0));
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("There were errors."));
+  EXPECT_THAT(rules_broken_by(product), Contains("site-metadata-damaged"));
+}
+
+TEST(LintDirector, LostChildOfACompositeIsPassedOverWithoutAWord) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/all\torg.example.alpha.feature.group\n");
+  const fs::path composite = product.folder() / "tools/sites/all";
+  fs::create_directories(composite);
+  for (const auto& [file, kind] : {std::pair("compositeContent.xml", "metadata.repository.CompositeMetadataRepository"),
+                                   std::pair("compositeArtifacts.xml", "artifact.repository.CompositeArtifactRepository")}) {
+    write(composite / file,
+          "<?xml version='1.0'?><repository name='all' version='1.0.0' type='org.eclipse.equinox.internal.p2." +
+              std::string(kind) +
+              "'><children size='2'><child location='../alpha'/><child "
+              "location='../missing'/></children></repository>");
+  }
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(0));
+  EXPECT_EQ(output_of(outcome, 0).find("error"), std::string::npos);
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("site-metadata-damaged"));
+}
+
+TEST(LintDirector, RemovalNeedsNoSites) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  ASSERT_EQ(product.run("install").status, 0);
+  fs::remove_all(product.folder() / "tools/sites");
+  EXPECT_EQ(product.run("uninstall").status, 0);
+  EXPECT_EQ(product.installed(), features({}));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("unit-not-installed"));  // by now
+  EXPECT_EQ(product.run("install").status, 1);
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("site-missing"));
+}
+
+TEST(LintDirector, CommaBehindAFeatureIsPassedOverButNotOneBeforeIt) {
+  Product behind;
+  behind.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group,\n");
+  EXPECT_THAT(behind.run("install").exit_codes(), ElementsAre(0));
+  EXPECT_THAT(rules_broken_by(behind), ElementsAre("comma-in-feature"));
+  Product before;
+  before.component("tools", {"alpha"}, "sites/alpha\t,org.example.alpha.feature.group\n");
+  const Outcome outcome = before.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr(",org.example.alpha.feature.group has not been found."));
+  EXPECT_THAT(rules_broken_by(before), ElementsAre("comma-in-feature"));
+}
+
 TEST(LintDirector, FeatureWithoutItsSuffixIsNotFound) {
   Product product;
   product.component("tools", {"alpha", "gamma"},
@@ -161,7 +242,7 @@ TEST(LintDirector, PinnedFeatureOfAnotherVersionIsNotRemovedAndKeepsTheOthers) {
   const Outcome outcome = product.run("uninstall");
   EXPECT_EQ(outcome.exit_codes().front(), 13);
   EXPECT_EQ(product.installed(), features({"alpha", "gamma"}));
-  EXPECT_THAT(rules_broken_by(product), Contains("feature-pinned"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-pinned", "unit-not-installed"));
 }
 
 TEST(LintDirector, CommaInAFeatureMakesTwoOfIt) {
@@ -244,5 +325,5 @@ TEST(LintDirector, HighestVersionOfAnySiteIsTaken) {
   ASSERT_EQ(made.exit_code, 0) << made.output;
   EXPECT_EQ(product.run("install").status, 0);
   EXPECT_THAT(product.installed(), ElementsAre("org.example.alpha.feature.group/2.0.0"));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-without-features", "feature-from-two-sites"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-from-two-sites"));
 }

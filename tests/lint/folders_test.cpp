@@ -1,0 +1,94 @@
+// Which components are found in a folder.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "lint/samples.h"
+
+using namespace eclipse_lint;
+using namespace lint_test;
+using fake::write_file;
+using Texts = std::vector<std::string>;
+
+namespace {
+
+/// A component with the site "s", which offers a feature of its own.
+void write_component(const std::string& folder, const std::string& feature, const std::string& descriptor) {
+  write_file(folder + "/etc/eclipse/t", descriptor);
+  write_file(folder + "/s/content.xml",
+             "<repository><units><unit id='" + feature + ".feature.group' version='1.0.0'/></units></repository>");
+}
+
+Texts found_in(const std::string& folder) { return summary_of(findings_in(folder)); }
+
+class Folders : public testing::Test {
+ protected:
+  Folders() {
+    write_component("product/one", "x.a", "s\tx.a.feature.group\t\t1\n");
+    write_component("product/more/two", "x.b", "s\tx.b.feature.group\t\t1\n");
+  }
+
+  const fake::TemporaryFolder folder;
+};
+
+TEST_F(Folders, EachComponentInOneIsCheckedByItself) {
+  for (const std::string product : {"product", "product/", "./product", ".", "product/more", "product/more/.."}) {
+    EXPECT_EQ(found_in(product), Texts()) << product;
+  }
+  write_component("product/more/two", "x.b", "s\tx.b\nsites\tx.b.feature.group\n");
+  EXPECT_EQ(found_in("product"), Texts({"product/more/two/etc/eclipse/t:1:3+3 feature-without-group-suffix",
+                                        "product/more/two/etc/eclipse/t:2:1+5 site-missing"}));
+}
+
+TEST_F(Folders, FolderInAnEtcEclipseGivesItsDescriptors) {
+  write_file("product/one/etc/eclipse/sub/u", "s\tx.a\n");
+  for (const std::string part : {"product/one/etc/eclipse/sub", "product/one/etc/eclipse", "product/one/etc", "product/one"}) {
+    const std::string shown = std::string("product/one/etc/eclipse/sub/u").substr(part.size());
+    EXPECT_EQ(found_in(part), Texts({part + shown + ":1:3+3 feature-without-group-suffix"})) << part;
+  }
+  write_file("product/one/etc/eclipse/sub/u", "sites\tx.a.feature.group\n");
+  EXPECT_EQ(found_in("product/one/etc/eclipse/sub"), Texts({"product/one/etc/eclipse/sub/u:1:1+5 site-missing"}));
+}
+
+TEST_F(Folders, OneThatLiesInSomeEtcEclipseMayHoldComponents) {
+  std::filesystem::create_directories("etc/eclipse");
+  std::filesystem::rename("product", "etc/eclipse/product");
+  EXPECT_EQ(found_in("etc/eclipse/product"), Texts());
+}
+
+TEST_F(Folders, ComponentReachesAsFarAsItsSites) {
+  write_file("product/one/share/etc/eclipse/t", "s\tx.a.feature.group\n");
+  EXPECT_EQ(found_in("product"), Texts({"product/one/etc/eclipse/t:1:22+1 feature-with-two-orders"}));
+  std::filesystem::remove_all("product/one/etc");
+  EXPECT_EQ(found_in("product"), Texts());
+  EXPECT_EQ(found_in("product/one"), Texts());
+  EXPECT_EQ(found_in("product/one/share/etc/eclipse"), Texts());
+  EXPECT_EQ(found_in("product/one/share"), Texts({"product/one/share/etc/eclipse/t:1:1+1 site-missing"}));
+}
+
+TEST_F(Folders, ComponentWithoutAnySiteIsTheFolderThatHoldsEtcEclipse) {
+  std::filesystem::remove_all("product/one/s");
+  const Findings findings = findings_in("product");
+  ASSERT_EQ(summary_of(findings), Texts({"product/one/etc/eclipse/t:1:1+1 site-missing"}));
+  EXPECT_EQ(findings[0].message, "there is no site at " + folder.path() + "/product/one/s");
+}
+
+TEST_F(Folders, ComponentsMayCountOnTheSitesOfOthers) {
+  write_component("product/one", "x.a", "s\tx.a.feature.group\ns\tx.b.feature.group\n");
+  EXPECT_EQ(found_in("product"), Texts());
+  EXPECT_EQ(found_in("product/one"), Texts({"product/one/etc/eclipse/t:2:3+17 feature-not-offered"}));
+}
+
+TEST_F(Folders, WhatLooksLikeADescriptorIsFoundBesideTheComponents) {
+  write_file("product/three/etc/Eclipse/t", "Repository\tFeature\n");
+  write_file("product/one/s/etc/Eclipse/t", "Repository\tFeature\n");
+  EXPECT_EQ(found_in("product"), Texts({"product/one/s/etc/Eclipse/t descriptor-outside-etc-eclipse",
+                                        "product/three/etc/Eclipse/t descriptor-outside-etc-eclipse"}));
+}
+
+TEST_F(Folders, EmptyOneHasNothingToSayOf) {
+  std::filesystem::create_directories("empty/etc/eclipse");
+  for (const std::string empty : {"empty", "empty/etc", "empty/etc/eclipse"}) EXPECT_EQ(found_in(empty), Texts()) << empty;
+}
+
+}  // namespace
