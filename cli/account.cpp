@@ -61,6 +61,12 @@ RunObserver Account::observer() {
 
 void Account::end(const RunRecord& record, bool graphical) { tell("\n" + outcome_of(record, graphical)); }
 
+void Account::interrupt(const std::string& signal, bool director_was_running) {
+  tell("\nInterrupted by " + signal + "\n" +
+       (director_was_running ? "  The director that was running was ended; what it had done by then may have stayed.\n"
+                             : "  No director was running.\n"));
+}
+
 void Account::tell(const std::string& text) {
   out_ << without_waiting() << (in_line_ ? "\n" : "") << text << std::flush;
   in_line_ = false;

@@ -21,6 +21,9 @@ class Account {
   /// What tells of each event. It refers to this object.
   eclipse_host::RunObserver observer();
 
+  /// That a signal ended it.
+  void interrupt(const std::string& signal, bool director_was_running);
+
   /// What it all came to.
   void end(const eclipse_host::RunRecord& record, bool graphical);
 

@@ -19,16 +19,19 @@ Json actions_of(const eclipse_host::RunRecord& record) {
   return actions;
 }
 
-Json commands_of(const eclipse_host::RunRecord& record) {
+Json command_json(const eclipse_host::CommandRecord& record) {
+  const auto& [action, command, result, is_retry] = record;
+  return {{"action", action},
+          {"command", command},
+          {"output", result.output},
+          {"errorOutput", result.error_output},
+          {"exitCode", result.exit_code},
+          {"seconds", result.seconds}};
+}
+
+Json commands_json(const std::vector<eclipse_host::CommandRecord>& records) {
   Json commands = Json::array();
-  for (const auto& [action, command, result, is_retry] : record.commands) {
-    commands.push_back({{"action", action},
-                        {"command", command},
-                        {"output", result.output},
-                        {"errorOutput", result.error_output},
-                        {"exitCode", result.exit_code},
-                        {"seconds", result.seconds}});
-  }
+  for (const auto& record : records) commands.push_back(command_json(record));
   return commands;
 }
 
@@ -42,7 +45,24 @@ Json json_result(const eclipse_host::RunRecord& record, int exit_status) {
   result["actions"] = actions_of(record);
   result["variables"] = {{"before", record.variables_before}, {"after", record.variables_after}};
   result["log"] = record.log;
-  result["commands"] = commands_of(record);
+  result["commands"] = commands_json(record.commands);
+  return result;
+}
+
+Json interrupted_json(const RunSoFar& so_far, const Interrupted& interrupted, const eclipse_host::Variables& variables_after) {
+  Json result;
+  result["status"] = "interrupted";
+  result["exitStatus"] = interrupted.exit_status();
+  result["signal"] = interrupted.name();
+  result["actions"] = Json::array();
+  for (const std::string& action : so_far.actions) result["actions"].push_back({{"name", action}, {"result", nullptr}});
+  result["variables"] = {{"before", so_far.variables_before}, {"after", variables_after}};
+  result["log"] = so_far.log;
+  result["commands"] = commands_json(so_far.commands);
+  if (!so_far.running) return result;
+  Json running = command_json(*so_far.running);
+  running["exitCode"] = nullptr;
+  result["commands"].push_back(running);
   return result;
 }
 

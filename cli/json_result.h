@@ -5,7 +5,10 @@
 #include <nlohmann/json_fwd.hpp>
 #include <ostream>
 
+#include "cli/interruption.h"
+#include "cli/run_so_far.h"
 #include "host/session_run.h"
+#include "host/variables_file.h"
 
 namespace eclipse_cli {
 
@@ -16,6 +19,14 @@ namespace eclipse_cli {
 ///   log: [line]
 ///   commands: [{action, command, output, errorOutput, exitCode, seconds}]
 nlohmann::ordered_json json_result(const eclipse_host::RunRecord& record, int exit_status);
+
+/// The document for a run that a signal ended:
+///   status: "interrupted"; exitStatus: 128 and the number of the signal; signal: its name
+///   actions: [{name, result: null}], those that were begun, the last of which is not done
+///   variables, log: as above
+///   commands: [as above], and last the one that was running, with null for the exit code
+nlohmann::ordered_json interrupted_json(const RunSoFar& so_far, const Interrupted& interrupted,
+                                        const eclipse_host::Variables& variables_after);
 
 /// Prints a document. What is not UTF-8 becomes U+FFFD.
 void print_json(std::ostream& out, const nlohmann::ordered_json& document);

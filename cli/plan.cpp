@@ -35,7 +35,7 @@ int perform(const SessionOptions& options, bool all_retries) {
   const SessionCommand command(options);
   command.check_mode();
   const Plan plan =
-      eclipse_plan::make_plan(command.load_plugin(), command.session(), all_retries ? Retries::all : Retries::first);
+      eclipse_plan::make_plan(command.load_plugin(), command.session(), all_retries ? Retries::all : Retries::telling);
   if (options.json) {
     print_json(std::cout, plan_json(plan));
   } else {
@@ -54,7 +54,7 @@ Subcommand add_plan(CLI::App& program) {
   const auto all_retries = std::make_shared<bool>(false);
   parser->add_option("SESSION.json", options->session, "The session file")->required()->option_text(" ");
   parser->add_flag("--retries", *all_retries,
-                   "Show the command of each retry, one for each feature;\notherwise only of the first");
+                   "Show the command of each retry, one for each feature;\notherwise those that are alike are only counted");
   add_reading_options(*parser, *options, "the whole plan");
   set_help(*parser, "eclipse-int plan SESSION.json [OPTIONS]", examples, exit_status);
   return {parser, [options, all_retries] { return perform(*options, *all_retries); }};

@@ -1,6 +1,5 @@
 #include "cli/plan_account.h"
 
-#include <algorithm>
 #include <cstddef>
 
 #include "cli/one_line.h"
@@ -49,7 +48,10 @@ std::string version_of(const Plan& plan) {
 }
 
 std::string why_none(const Plan& plan) {
-  return "  None: " + on_one_line(plan.refusal.empty() ? "the log ends with: " + plan.last_words : plan.refusal) + "\n";
+  std::string text =
+      "  None: " + on_one_line(plan.refusal.empty() ? "the log ends with: " + plan.last_words : plan.refusal) + "\n";
+  for (const std::string& reason : plan.reasons) text += "    " + on_one_line(reason) + "\n";
+  return text;
 }
 
 std::string reason_for(const PlannedComponent& component, bool is_removal) {
@@ -133,6 +135,11 @@ std::string repositories_of(const Plan& plan) {
   return text;
 }
 
+std::string shown_byte(const std::string& text, std::size_t offset) {
+  const std::string byte = text.substr(offset, 1);
+  return byte == " " ? "blank" : on_one_line(byte);
+}
+
 /// The words, with an empty line before each further command.
 std::string words_of(const ShellReading& shell) {
   std::string text;
@@ -144,21 +151,39 @@ std::string words_of(const ShellReading& shell) {
   return text;
 }
 
+/// One line for each text that the shell does not pass on, and one for each place in it.
+std::string causes_of(const PlannedCommand& command) {
+  std::string text;
+  for (const ShellCause& cause : command.causes) {
+    text += "    Because of " + on_one_line(cause.origin) + ": " + on_one_line(cause.text) + "\n";
+    for (const auto& [offset, effect] : cause.remarks) {
+      text += "      Byte " + std::to_string(offset + 1) + " (" + shown_byte(cause.text, offset) + "): " + effect + "\n";
+    }
+  }
+  return text;
+}
+
+/// What the shell does not pass on, where no text of the session or of a descriptor is the reason.
+std::string remarks_of(const PlannedCommand& command) {
+  std::string text;
+  for (const auto& [offset, effect] : command.shell.remarks) {
+    text += "    Byte " + std::to_string(offset + 1) + " (" + shown_byte(command.text, offset) + "): " + effect + "\n";
+  }
+  return text;
+}
+
 std::string shell_warning(const PlannedCommand& command) {
+  if (command.is_passed_on()) return "";
   const ShellReading& shell = command.shell;
-  if (shell.is_just(command.intended)) return "";
   if (!shell.fault.empty()) {
-    return "  Warning: the shell refuses the command and starts nothing (exit code 2 or 1): " + on_one_line(shell.fault) + "\n";
+    return "  Warning: the shell refuses the command and starts nothing (exit code 2 or 1): " + on_one_line(shell.fault) +
+           "\n" + causes_of(command);
   }
   std::string text = "  Warning: the shell makes something else of the command than is meant:\n" + words_of(shell);
   for (const std::string& redirection : shell.redirections) {
     if (redirection != "2>&1") text += "    Redirection: " + on_one_line(redirection) + "\n";
   }
-  for (const ShellRemark& remark : shell.remarks) {
-    text += "    Byte " + std::to_string(remark.offset + 1) + " (" + on_one_line(command.text.substr(remark.offset, 1)) +
-            "): " + remark.effect + "\n";
-  }
-  return text;
+  return text + (command.causes.empty() ? remarks_of(command) : causes_of(command));
 }
 
 std::string length_warning(const PlannedCommand& command) {
@@ -166,29 +191,35 @@ std::string length_warning(const PlannedCommand& command) {
   return "  Warning: the command is longer than a shell can be given, so it is not started\n";
 }
 
-std::string text_of(const PlannedCommand& command) {
-  return "  " + on_one_line(command.text) + "\n" + length_warning(command) + shell_warning(command);
+std::string obstacle_warning(const PlannedCommand& command) {
+  return command.obstacle.empty() ? "" : "  Warning: " + on_one_line(command.obstacle) + "\n";
 }
 
-std::string length_of(const PlannedCommand& command) {
-  return "(" + std::to_string(command.text.size()) + " of at most " + std::to_string(longest_argument) + " bytes)";
+std::string text_of(const PlannedCommand& command) {
+  return "  " + on_one_line(command.text) + "\n" + length_warning(command) + obstacle_warning(command) + shell_warning(command);
+}
+
+std::string length_of(std::size_t bytes) {
+  return "(" + std::to_string(bytes) + " of at most " + std::to_string(longest_argument) + " bytes)";
 }
 
 std::string command_of(const Plan& plan) {
   if (!plan.command) return section("Command", why_none(plan));
-  return section("Command " + length_of(*plan.command), text_of(*plan.command));
+  return section("Command " + length_of(plan.command->text.size()), text_of(*plan.command));
 }
 
+/// Those that read as the first one does which does not stand out are counted behind it.
 std::string retries_of(const Plan& plan) {
   if (plan.retries.empty()) return "";
-  const auto longest = std::max_element(plan.retries.begin(), plan.retries.end(),
-                                        [](const auto& one, const auto& other) { return one.text.size() < other.text.size(); });
-  std::string text;
-  for (const PlannedCommand& retry : plan.retries) text += text_of(retry);
   const std::size_t more = plan.retry_count - plan.retries.size();
-  if (more > 0) text += "  and " + std::to_string(more) + " more like it, one for each feature (--retries shows them)\n";
+  std::string text;
+  for (const PlannedCommand& retry : plan.retries) {
+    text += text_of(retry);
+    if (more == 0 || retry.number != plan.model_retry) continue;
+    text += "  and " + std::to_string(more) + " more like it, one for each feature (--retries shows them)\n";
+  }
   const std::string count = std::to_string(plan.retry_count) + (plan.retry_count == 1 ? " command" : " commands");
-  return section("If that fails, one by one: " + count + " " + length_of(*longest), text);
+  return section("If that fails, one by one: " + count + " " + length_of(plan.longest_retry), text);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "cli/plan_json.h"
 
+#include <array>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 using namespace eclipse_plan;
@@ -15,6 +17,25 @@ Json list_of(const Items& items, const Convert& convert) {
   Json list = Json::array();
   for (const auto& item : items) list.push_back(convert(item));
   return list;
+}
+
+bool is_utf8(const std::string& text) {
+  try {
+    static_cast<void>(Json(text).dump());
+    return true;
+  } catch (const Json::type_error&) {
+    return false;
+  }
+}
+
+std::string in_hexadecimal(const std::string& text) {
+  std::string digits;
+  for (const char byte : text) {
+    std::array<char, 3> pair;
+    std::snprintf(pair.data(), pair.size(), "%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
+    digits += pair.data();
+  }
+  return digits;
 }
 
 const char* name_of(ComponentFate fate) {
@@ -79,20 +100,35 @@ Json record_json(const PlannedRecord& record) {
   return json;
 }
 
+Json remark_json(const ShellRemark& remark) { return {{"byte", remark.offset + 1}, {"effect", remark.effect}}; }
+
 Json shell_json(const ShellReading& shell) {
-  const auto remark = [](const ShellRemark& one) { return Json{{"byte", one.offset + 1}, {"effect", one.effect}}; };
   return {{"commands", shell.commands},
           {"redirections", shell.redirections},
-          {"remarks", list_of(shell.remarks, remark)},
+          {"remarks", list_of(shell.remarks, remark_json)},
           {"fault", shell.fault}};
 }
 
+Json cause_json(const ShellCause& cause) {
+  return {{"origin", cause.origin}, {"text", cause.text}, {"remarks", list_of(cause.remarks, remark_json)}};
+}
+
 Json command_json(const PlannedCommand& command) {
-  return {{"text", command.text},
-          {"bytes", command.text.size()},
-          {"limit", longest_argument},
-          {"sound", command.is_sound()},
-          {"shell", shell_json(command.shell)}};
+  Json json = {{"text", command.text}};
+  if (!is_utf8(command.text)) json["hex"] = in_hexadecimal(command.text);
+  json["bytes"] = command.text.size();
+  json["limit"] = longest_argument;
+  json["sound"] = command.is_sound();
+  json["obstacle"] = command.obstacle;
+  json["causes"] = list_of(command.causes, cause_json);
+  json["shell"] = shell_json(command.shell);
+  return json;
+}
+
+Json retry_json(const PlannedCommand& command) {
+  Json json = {{"number", command.number}};
+  json.update(command_json(command));
+  return json;
 }
 
 }  // namespace
@@ -110,7 +146,8 @@ Json plan_json(const Plan& plan) {
   json["features"] = list_of(plan.features(), [](const PlannedRecord* record) { return record->config.feature; });
   json["repositories"] = plan.repositories;
   json["command"] = plan.command ? command_json(*plan.command) : Json();
-  json["retries"] = list_of(plan.retries, command_json);
+  json["reasons"] = plan.reasons;
+  json["retries"] = list_of(plan.retries, retry_json);
   json["retryCount"] = plan.retry_count;
   return json;
 }

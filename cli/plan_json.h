@@ -18,9 +18,13 @@ namespace eclipse_cli {
 ///   records: [{file, line, repository, feature, extra, order, fate, url, slot, wantedSlot}], with the fate "listed",
 ///     "repeated", "no feature" or "no repository" (then the last three are missing)
 ///   features: [text], in install order; repositories: [text]
-///   command: what is run first, null when nothing is; retries: [those that are run when it fails]; retryCount: of all
-///   each of them as {text, bytes, limit, sound, shell: {commands: [[word]], redirections: [text],
-///     remarks: [{byte, effect}], fault}}; bytes count from 1
+///   command: what is run first, null when nothing is; reasons: [text], why nothing is
+///   retries: [those that are run when it fails], as far as they were asked for or do not read like another one that is there,
+///     each with its number; retryCount: of all
+///   each command as {text, hex, bytes, limit, sound, obstacle, causes: [{origin, text, remarks}], shell: {commands: [[word]],
+///     redirections: [text], remarks, fault}}, with remarks as [{byte, effect}], where bytes count from 1; hex: the bytes of
+///     the text, only when they are not UTF-8; obstacle: why the executable cannot be started; causes: the texts that the shell
+///     does not pass on as they stand
 nlohmann::ordered_json plan_json(const eclipse_plan::Plan& plan);
 
 }  // namespace eclipse_cli

@@ -1,5 +1,6 @@
 #include "cli/session_command.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,9 +9,8 @@
 #include <nlohmann/json.hpp>
 #include <system_error>
 
-#include "cli/account.h"
 #include "cli/json_result.h"
-#include "cli/log_file.h"
+#include "cli/one_line.h"
 #include "cli/standard_streams.h"
 #include "host/session_file.h"
 #include "host/variables_file.h"
@@ -81,7 +81,16 @@ void SessionCommand::read_variables() {
   // The first of a row of runs has nothing to read yet.
   const bool will_be_written = options_.write_variables && is_same_file(*options_.variables, *options_.write_variables);
   if (will_be_written && is_missing(*options_.variables)) return;
-  session_.variables.merge(read_variables_file(*options_.variables));
+  Variables variables = read_variables_file(*options_.variables);
+  if (const auto mode = variables.find("KORU_MODE"); mode != variables.end()) note_mode_of_variables(mode->second);
+  session_.variables.merge(variables);
+}
+
+/// A session file always says its mode.
+void SessionCommand::note_mode_of_variables(const std::string& mode) const {
+  if (mode == session_.variable("KORU_MODE")) return;
+  complain("note: " + *options_.variables + ": KORU_MODE is \"" + on_one_line(mode) +
+           "\" there and is not used; the mode is that of the session file, or of --set KORU_MODE=...");
 }
 
 /// Finds out before the run whether what is to be written can be, and is not read at the same time.
@@ -95,6 +104,19 @@ void SessionCommand::check_outputs() const {
   for (const auto& input : {std::optional(options_.session), options_.variables, options_.write_variables, options_.plugin}) {
     refuse_same("--log", *options_.log, input);
   }
+}
+
+/// A document and lines in between would be neither.
+void SessionCommand::check_log_beside_json() const {
+  if (!options_.json || !options_.log) return;
+  struct stat output {};
+  struct stat log {};
+  if (fstat(STDOUT_FILENO, &output) != 0 || stat(options_.log->c_str(), &log) != 0) return;
+  const bool is_null_device = S_ISCHR(log.st_mode) && isatty(STDOUT_FILENO) == 0;
+  if (log.st_dev != output.st_dev || log.st_ino != output.st_ino || is_null_device) return;
+  throw CLI::ValidationError("--log", *options_.log +
+                                          " is standard output, which --json has for its document alone; give the "
+                                          "log a file of its own");
 }
 
 /// Nothing when the run broke off, which it does only when the host itself fails, as for want of memory.
@@ -119,8 +141,29 @@ bool SessionCommand::write_files(const std::optional<LogFile>& log) const {
   return log_written && variables_written;
 }
 
+void SessionCommand::tell_end(Account& account, const RunRecord& record, const std::optional<Supplement>& supplement,
+                              int status) const {
+  if (options_.json) {
+    nlohmann::ordered_json result = json_result(record, status);
+    if (supplement) supplement->add_to(result);
+    print_json(std::cout, result);
+  } else {
+    account.end(record, session_.graphical);
+    if (supplement) std::cout << supplement->text();
+  }
+}
+
+void SessionCommand::tell_interruption(Account& account, const RunSoFar& so_far, const Interrupted& interrupted) const {
+  if (options_.json) {
+    print_json(std::cout, interrupted_json(so_far, interrupted, session_.variables));
+  } else {
+    account.interrupt(interrupted.name(), so_far.running.has_value());
+  }
+}
+
 int SessionCommand::perform(const Performance& performance, const std::optional<Supplement>& supplement) {
   const Plugin plugin = load_plugin();
+  check_log_beside_json();
   check_outputs();
   std::optional<LogFile> log;
   if (options_.log) log.emplace(*options_.log);
@@ -129,20 +172,22 @@ int SessionCommand::perform(const Performance& performance, const std::optional<
   RunObserver observer = options_.json ? RunObserver() : account.observer();
   if (log) observer.on_log = [&log](const std::string& line) { log->write(line); };
   if (!options_.json) account.begin(options_.session, session_);
-  const std::optional<RunRecord> record = run(plugin, performance, observer);
+  RunSoFar so_far(session_.variables);
+  std::optional<RunRecord> record;
+  try {
+    const Interruption interruption;
+    record = run(plugin, performance, Interruption::checking(so_far.keeping(observer)));
+  } catch (const Interrupted& interrupted) {
+    write_files(log);
+    tell_interruption(account, so_far, interrupted);
+    return interrupted.exit_status();
+  }
 
   const bool files_written = write_files(log);
   if (!record) return 1;
   const int status_of_run = record->failed() ? 1 : files_written ? 0 : 2;
   const int status = supplement ? supplement->exit_status(status_of_run) : status_of_run;
-  if (options_.json) {
-    nlohmann::ordered_json result = json_result(*record, status);
-    if (supplement) supplement->add_to(result);
-    print_json(std::cout, result);
-  } else {
-    account.end(*record, session_.graphical);
-    if (supplement) std::cout << supplement->text();
-  }
+  tell_end(account, *record, supplement, status);
   return status;
 }
 

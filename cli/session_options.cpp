@@ -47,7 +47,8 @@ const char* const exit_status_of_runs =
     "  0  done\n"
     "  1  the integration failed or was refused\n"
     "  2  the session or the arguments are at fault, and nothing was run; or it was run and all is done,\n"
-    "     but a file or standard output could not be written (the message says so)\n";
+    "     but a file or standard output could not be written (the message says so)\n"
+    "  128 and the number of a signal: the signal ended the run, and the director that was running\n";
 
 void add_session_options(CLI::App& command, SessionOptions& options) {
   add_input_options(command, options,
@@ -57,7 +58,10 @@ void add_session_options(CLI::App& command, SessionOptions& options) {
       .add_option("--write-variables", options.write_variables,
                   "Write the session variables after the run, for the next one,\nalso when it failed")
       ->type_name("FILE");
-  command.add_option("--log", options.log, "Write the log, line by line as it comes; what the file held is lost")
+  command
+      .add_option(
+          "--log", options.log,
+          "Write the log, line by line as it comes; what the file held is lost;\nwith --json it may not be standard output")
       ->type_name("FILE");
   add_json_option(command, options, "all that happened");
 }

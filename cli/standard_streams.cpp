@@ -28,7 +28,7 @@ bool output_is_coloured() {
 int with_output_written(int status) {
   std::cout.flush();
   if (std::cout) return status;
-  complain("standard output cannot be written; what is missing there was done all the same");
+  complain("standard output cannot be written; what is missing there was found or done all the same");
   return status == 0 ? 2 : status;
 }
 

@@ -13,8 +13,9 @@ namespace eclipse_cli {
 /// What an instance has and lacks, in sentences.
 std::string account_of(const eclipse_verify::Verification& verification);
 
-/// removal; executable; same: whether all is as it should be; units: [{unit, places: [text], installed, otherVersions: [text],
-/// same}], in install order; installed: [text], all that the instance has.
+/// removal; executable; same: whether all is as it should be; units: [{unit, places: [text], installed, byName, requiredBy:
+/// [id], otherVersions: [text], same}], in install order; roots: [text], what was installed by name; knowsAll: whether also
+/// what came along with the roots is known
 nlohmann::ordered_json verification_json(const eclipse_verify::Verification& verification);
 
 /// The texts of units.

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "cli/interruption.h"
 #include "cli/one_line.h"
 #include "cli/standard_streams.h"
 #include "cli/verification_account.h"
@@ -42,7 +43,7 @@ Supplement VerifiedRun::supplement() const {
 }
 
 RunRecord VerifiedRun::run(const Plugin& plugin, Session& session, const RunObserver& observer) {
-  plan_ = eclipse_plan::make_plan(plugin, session, eclipse_plan::Retries::first);
+  plan_ = eclipse_plan::make_plan(plugin, session, eclipse_plan::Retries::telling);
   if (plan_.command) ask_before();
   RunRecord record = run_session(plugin, session, explaining(observer));
   if (plan_.command) ask_after();
@@ -51,7 +52,7 @@ RunRecord VerifiedRun::run(const Plugin& plugin, Session& session, const RunObse
 
 void VerifiedRun::ask_before() {
   try {
-    before_ = verify(plan_);
+    before_ = verify(plan_, Interruption::checking({}).command_progress);
     warn_of_removal();
   } catch (const InstanceFault& fault) {
     faults_.push_back(std::string("before the run, ") + fault.what());
@@ -62,7 +63,14 @@ void VerifiedRun::ask_before() {
 void VerifiedRun::warn_of_removal() const {
   for (const CheckedUnit& checked : before_->not_there()) {
     complain("warning: " + on_one_line(text_of(checked.unit)) + " (" + on_one_line(checked.places.front()) +
-             ") is not installed by name; if it did not come along with another unit either, the director removes none");
+             ") is not installed" +
+             (before_->knows_all() ? ", so the director removes none of the units"
+                                   : " by name; if it did not come along with another unit either, the director removes none"));
+  }
+  for (const CheckedUnit& checked : before_->staying()) {
+    complain("warning: " + on_one_line(text_of(checked.unit)) + " (" + on_one_line(checked.places.front()) +
+             ") is required by " + on_one_line(checked.required_by.front()) +
+             ", so the director leaves it there, also when it succeeds");
   }
 }
 
@@ -85,9 +93,12 @@ void VerifiedRun::explain_end(const CommandRecord& record) {
   failures_.push_back({commands_, record.result.exit_code, explain(record.result, *logs_)});
 }
 
+/// The run is done, and its account is not lost when the question is interrupted.
 void VerifiedRun::ask_after() {
   try {
-    after_ = verify(plan_);
+    after_ = verify(plan_, Interruption::checking({}).command_progress);
+  } catch (const Interrupted& interrupted) {
+    faults_.push_back("after the run, " + interrupted.name() + " ended the question for what is installed");
   } catch (const InstanceFault& fault) {
     faults_.push_back(std::string("after the run, ") + fault.what());
   }
@@ -103,8 +114,10 @@ std::string VerifiedRun::text() const {
 
 std::string VerifiedRun::changes() const {
   if (!before_ || !after_) return "";
-  const std::string changes = lines("Came in", missing_in(after_->installed, before_->installed)) +
-                              lines("Went out", missing_in(before_->installed, after_->installed));
+  const Change change = change_between(before_->installed, after_->installed);
+  const std::string changes = lines("Came in", change.came_in) + lines("Went out", change.went_out) +
+                              lines("Now installed by name, and there before", change.now_by_name) +
+                              lines("No longer installed by name, but still there", change.no_longer_by_name);
   return changes.empty() ? "  Nothing came in and nothing went out.\n" : changes;
 }
 
@@ -137,11 +150,15 @@ void VerifiedRun::add_to(Json& result) const {
   Json& verification = result["verification"];
   verification["planned"] = plan_.command.has_value();
   if (before_) verification["notRemovable"] = texts_of(units_of(before_->not_there()));
-  if (before_) verification["before"] = texts_of(before_->installed);
+  if (before_) verification["staying"] = texts_of(units_of(before_->staying()));
+  if (before_) verification["before"] = texts_of(before_->installed.roots);
   if (after_) verification["after"] = verification_json(*after_);
   if (before_ && after_) {
-    verification["cameIn"] = texts_of(missing_in(after_->installed, before_->installed));
-    verification["wentOut"] = texts_of(missing_in(before_->installed, after_->installed));
+    const Change change = change_between(before_->installed, after_->installed);
+    verification["cameIn"] = texts_of(change.came_in);
+    verification["wentOut"] = texts_of(change.went_out);
+    verification["nowByName"] = texts_of(change.now_by_name);
+    verification["noLongerByName"] = texts_of(change.no_longer_by_name);
   }
   verification["faults"] = faults_;
   verification["failures"] = failures;

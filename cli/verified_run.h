@@ -19,9 +19,9 @@ class VerifiedRun {
   Performance performance();
 
   /// What was found out, once the session was run. It refers to this object.
-  ///   verification: {planned: whether the session has a command, notRemovable: [unit], before: [unit], after: as verify
-  ///     prints it, cameIn: [unit], wentOut: [unit], faults: [text], failures: [{command, exitCode, layer, meaning, causes:
-  ///     [text], log}]}
+  ///   verification: {planned: whether the session has a command, notRemovable: [unit], staying: [unit], before: [root], after:
+  ///     as verify prints it, cameIn: [root], wentOut: [root], nowByName: [root], noLongerByName: [root], faults: [text],
+  ///     failures: [{command, exitCode, layer, meaning, causes: [text], log}]}
   Supplement supplement() const;
 
  private:

@@ -2,9 +2,11 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "cli/interruption.h"
 #include "cli/json_result.h"
 #include "cli/one_line.h"
 #include "cli/session_command.h"
+#include "cli/standard_streams.h"
 #include "cli/subcommands.h"
 #include "cli/verification_account.h"
 #include "plan/plan.h"
@@ -29,36 +31,55 @@ constexpr const char* exit_status =
     "Exit status:\n"
     "  0  the instance is as the session should have left it\n"
     "  1  it differs, and each difference is named\n"
-    "  2  the session or the arguments are at fault, or the instance cannot be asked\n";
+    "  2  the session or the arguments are at fault, or the instance cannot be asked\n"
+    "  128 and the number of a signal: the signal ended the question\n";
 
 /// A run that does not get to its command leaves the instance as it is. Why it does not may be a fault.
 int without_command(const Plan& plan, bool json) {
   if (!plan.refusal.empty()) throw eclipse_verify::InstanceFault("the run would be refused: " + plan.refusal);
   if (plan.lacks_instance) {
-    throw eclipse_verify::InstanceFault("there is no Eclipse to ask: " + (plan.executable.empty()
-                                                                              ? plan.last_words
-                                                                              : "\"" + plan.executable + "\" does not exist"));
+    std::string fault = "there is no Eclipse to ask";
+    for (const std::string& reason : plan.reasons) fault += "\n  " + on_one_line(reason);
+    throw eclipse_verify::InstanceFault(fault);
   }
   if (json) {
-    print_json(std::cout, {{"same", true}, {"units", nlohmann::ordered_json::array()}, {"reason", plan.last_words}});
+    print_json(
+        std::cout,
+        {{"same", true}, {"units", nlohmann::ordered_json::array()}, {"reason", plan.last_words}, {"reasons", plan.reasons}});
   } else {
     std::cout << "Same: the session changes nothing; the log ends with: " << on_one_line(plan.last_words) << "\n";
+    for (const std::string& reason : plan.reasons) std::cout << "  " << on_one_line(reason) << "\n";
   }
   return 0;
 }
 
-int perform(const SessionOptions& options) {
+/// Throws Interrupted.
+Verification verify_unless_interrupted(const Plan& plan) {
+  const Interruption interruption;
+  return eclipse_verify::verify(plan, Interruption::checking({}).command_progress);
+}
+
+int perform_to_the_end(const SessionOptions& options) {
   const SessionCommand command(options);
   command.check_mode();
-  const Plan plan = eclipse_plan::make_plan(command.load_plugin(), command.session(), eclipse_plan::Retries::first);
+  const Plan plan = eclipse_plan::make_plan(command.load_plugin(), command.session(), eclipse_plan::Retries::telling);
   if (!plan.command) return without_command(plan, options.json);
-  const Verification verification = eclipse_verify::verify(plan);
+  const Verification verification = verify_unless_interrupted(plan);
   if (options.json) {
     print_json(std::cout, verification_json(verification));
   } else {
     std::cout << account_of(verification);
   }
   return verification.differences().empty() ? 0 : 1;
+}
+
+int perform(const SessionOptions& options) {
+  try {
+    return perform_to_the_end(options);
+  } catch (const Interrupted& interrupted) {
+    complain("interrupted by " + interrupted.name() + "; the director that was asked has been ended");
+    return interrupted.exit_status();
+  }
 }
 
 }  // namespace

@@ -1,11 +1,15 @@
 #include "plan/plan.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <string_view>
 
 #include "inquiry/library.h"
+#include "plan/reasons.h"
 #include "plan/recorded_run.h"
 
 using namespace eclipse_host;
@@ -15,7 +19,6 @@ namespace eclipse_plan {
 
 namespace {
 
-constexpr std::size_t everything = static_cast<std::size_t>(-1);
 constexpr std::string_view director = " -nosplash -application org.eclipse.equinox.p2.director ";
 
 ComponentFate fate_of(const CatalogueComponent* component, const ComponentSearch& search, bool searched) {
@@ -47,14 +50,34 @@ std::string joined(const std::vector<std::string>& texts) {
   return joined;
 }
 
-/// Without the quotes that the plug-in puts around the URL of an archive for the shell.
+/// The plug-in puts quotes around the URL of an archive for the shell.
+bool is_archive(const std::string& repository) { return repository.starts_with('"'); }
+
 std::string joined_repositories(const std::set<std::string>& repositories) {
   std::vector<std::string> words;
   words.reserve(repositories.size());
   for (const std::string& repository : repositories) {
-    words.push_back(repository.starts_with('"') ? repository.substr(1, repository.size() - 2) : repository);
+    words.push_back(is_archive(repository) ? repository.substr(1, repository.size() - 2) : repository);
   }
   return joined(words);
+}
+
+std::string place_of(const PlannedRecord& record) { return record.file + ":" + std::to_string(record.line); }
+
+/// Why the shell cannot start an executable that exists; empty when it can.
+std::string obstacle_to(const std::string& executable) {
+  const std::string quoted = "\"" + executable + "\"";
+  if (executable.find('/') == executable.npos) {
+    return quoted + " has no slash, so the shell looks for it along PATH and not in this folder; give its full path";
+  }
+  std::error_code error;
+  if (std::filesystem::is_directory(executable, error)) {
+    return quoted + " is a folder, so the shell cannot start it (exit code 126); give the path of the executable in it";
+  }
+  if (access(executable.c_str(), X_OK) != 0) {
+    return quoted + " may not be executed, so the shell cannot start it (exit code 126); make it executable with chmod +x";
+  }
+  return "";
 }
 
 std::vector<plugin_config> configs_of(const std::vector<PlannedRecord>& records) {
@@ -67,7 +90,12 @@ std::vector<plugin_config> configs_of(const std::vector<PlannedRecord>& records)
 class PlanMaker {
  public:
   PlanMaker(const Plugin& plugin, const Session& session, Retries retries)
-      : library_(plugin), session_(session), run_(record_run(plugin, session, retries == Retries::first ? 2 : everything)) {}
+      : plugin_(plugin),
+        library_(plugin),
+        session_(session),
+        retries_(retries),
+        run_(record_run(plugin, session,
+                        retries == Retries::telling ? std::optional(std::set<std::size_t>{0, 1}) : std::nullopt)) {}
 
   Plan make() {
     plan_.is_removal = session_.variable("KORU_MODE") == "uninstall";
@@ -80,7 +108,11 @@ class PlanMaker {
     add_version_check();
     for (std::size_t i = 0; i < run_.components.size(); ++i) add_component(session_.components[i].get(), run_.components[i]);
     place_records();
-    if (!run_.commands.empty()) add_commands();
+    if (!run_.commands.empty()) {
+      add_commands();
+    } else if (plan_.refusal.empty()) {
+      plan_.reasons = reasons_for_no_command(plan_, run_, session_);
+    }
     return std::move(plan_);
   }
 
@@ -112,6 +144,7 @@ class PlanMaker {
       PlannedRecord& record = plan_.records.emplace_back();
       record.file = descriptor.path;
       record.line = lines[i];
+      record.component = plan_.components.size();
       record.config = std::move(records[i]);
     }
     planned.records = records.size();
@@ -147,31 +180,106 @@ class PlanMaker {
   }
 
   void add_commands() {
-    std::vector<std::string> features;
-    for (const PlannedRecord* const record : plan_.features()) features.push_back(record->config.feature);
-    const std::string repositories = joined_repositories(plan_.repositories);
-    plan_.command = planned(run_.commands.front(), joined(features), repositories);
-    for (std::size_t i = 1; i < run_.commands.size(); ++i) {
-      plan_.retries.push_back(planned(run_.commands[i], features.at(i - 1), repositories));
+    for (const PlannedRecord* const record : plan_.features()) features_.push_back(record->config.feature);
+    repositories_ = joined_repositories(plan_.repositories);
+    plan_.command = planned(0, run_.commands.at(0));
+    plan_.retry_count = features_.size();
+    const std::size_t rest = run_.commands.at(1).size() - features_.front().size();
+    for (const std::string& feature : features_) plan_.longest_retry = std::max(plan_.longest_retry, rest + feature.size());
+    if (retries_ == Retries::telling) find_telling_retries();
+    for (const auto& [number, text] : run_.commands) {
+      if (number > 0) plan_.retries.push_back(planned(number, text));
     }
-    plan_.retry_count = features.size();
   }
 
-  PlannedCommand planned(const std::string& text, const std::string& features, const std::string& repositories) const {
-    PlannedCommand command{text, {}, read_as_shell(text)};
-    command.intended = {text.substr(0, text.find(director)), "-nosplash", "-application", "org.eclipse.equinox.p2.director"};
+  /// Mostly they are all alike, so that the first one tells enough.
+  void find_telling_retries() {
+    const TellingRetries telling = telling_retries(run_.commands.at(1), features_);
+    plan_.model_retry = telling.model;
+    if (telling.numbers.size() == 1) return;
+    for (auto& command : record_run(plugin_, session_, telling.numbers).commands) run_.commands.insert(std::move(command));
+  }
+
+  PlannedCommand planned(std::size_t number, const std::string& text) {
+    PlannedCommand command{text, {}, read_as_shell(text), {}, "", number};
+    const std::string executable = text.substr(0, text.find(director));
+    command.intended = {executable, "-nosplash", "-application", "org.eclipse.equinox.p2.director"};
     const auto add = [&](const std::string& option, const std::string& value) {
       command.intended.insert(command.intended.end(), {option, value});
     };
-    if (!plan_.is_removal) add("-repository", repositories);
-    add(plan_.is_removal ? "-u" : "-i", features);
+    if (!plan_.is_removal) add("-repository", repositories_);
+    add(plan_.is_removal ? "-u" : "-i", number == 0 ? joined(features_) : features_[number - 1]);
+    if (!command.is_passed_on()) add_causes(command);
+    if (!cause_in(piece_of(executable))) command.obstacle = obstacle_to(executable);
     return command;
   }
 
+  void add_causes(PlannedCommand& command) {
+    const auto add = [&](const CommandPiece& piece) {
+      if (auto cause = cause_in(piece)) command.causes.push_back(*std::move(cause));
+    };
+    add(piece_of(command.intended.front()));
+    if (!plan_.is_removal) {
+      const auto& causes = repository_causes();
+      command.causes.insert(command.causes.end(), causes.begin(), causes.end());
+    }
+    for (const auto& [number, cause] : feature_causes()) {
+      if (plan_.is_removal || command.number == 0 || command.number == number) command.causes.push_back(cause);
+    }
+  }
+
+  /// By the numbers of the features, from 1.
+  const std::map<std::size_t, ShellCause>& feature_causes() {
+    if (feature_causes_) return *feature_causes_;
+    feature_causes_.emplace();
+    const auto listed = plan_.features();
+    for (std::size_t i = 0; i < listed.size(); ++i) {
+      auto cause = cause_in({i == 0 ? "" : ",", features_[i], ",", "column 2 of " + place_of(*listed[i])});
+      if (cause) feature_causes_->emplace(i + 1, *std::move(cause));
+    }
+    return *feature_causes_;
+  }
+
+  CommandPiece piece_of(const std::string& executable) const {
+    const bool is_named = run_.executable == session_.variable("USER_DEFINED_ECLIPSE_PATH");
+    return {"", executable, " ", is_named ? "USER_DEFINED_ECLIPSE_PATH" : "the path of the executable"};
+  }
+
+  /// A folder is told once for its component, and a site once, with the first line that names it.
+  const std::vector<ShellCause>& repository_causes() {
+    if (repository_causes_) return *repository_causes_;
+    repository_causes_.emplace();
+    std::set<std::pair<std::size_t, bool>> folders;
+    std::set<std::string_view> sites;
+    for (const PlannedRecord& record : plan_.records) {
+      if (record.fate == RecordFate::no_repository) continue;
+      const bool archive = is_archive(record.repository);
+      const std::string quote = archive ? "\"" : "";
+      if (folders.emplace(record.component, archive).second) {
+        add_cause({quote + "/", record.config.base_dir, "/" + quote,
+                   "the folder of component " + plan_.components[record.component].code});
+      }
+      if (sites.insert(record.repository).second) {
+        add_cause({quote + "/", record.config.repository, archive ? "!/\"" : ",", "column 1 of " + place_of(record)});
+      }
+    }
+    return *repository_causes_;
+  }
+
+  void add_cause(const CommandPiece& piece) {
+    if (auto cause = cause_in(piece)) repository_causes_->push_back(*std::move(cause));
+  }
+
+  const Plugin& plugin_;
   Library library_;
   const Session& session_;
+  Retries retries_;
   RecordedRun run_;
   std::map<std::string, std::int64_t> wanted_slots_;
+  std::vector<std::string> features_;  ///< in install order
+  std::string repositories_;           ///< as the director is meant to get them
+  std::optional<std::vector<ShellCause>> repository_causes_;
+  std::optional<std::map<std::size_t, ShellCause>> feature_causes_;
   Plan plan_;
 };
 
@@ -180,8 +288,6 @@ class PlanMaker {
 Plan make_plan(const Plugin& plugin, const Session& session, Retries retries) {
   return PlanMaker(plugin, session, retries).make();
 }
-
-bool PlannedCommand::is_too_long() const { return text.size() > longest_argument; }
 
 std::vector<const PlannedRecord*> Plan::by_slot() const {
   std::vector<const PlannedRecord*> placed;

@@ -12,7 +12,9 @@
 #include "eclipse_int/eclipse_int.h"
 #include "host/plugin.h"
 #include "host/session.h"
+#include "plan/alike_retries.h"
 #include "plan/recorded_run.h"
+#include "plan/shell_cause.h"
 #include "plan/shell_reading.h"
 #include "plan/version_check.h"
 
@@ -48,7 +50,8 @@ enum class RecordFate {
 
 struct PlannedRecord {
   std::string file;
-  std::size_t line = 0;  ///< from 1
+  std::size_t line = 0;       ///< from 1
+  std::size_t component = 0;  ///< its number in the plan
   plugin_config config;
   RecordFate fate = RecordFate::no_repository;
   std::string repository;        ///< as the director gets it
@@ -63,20 +66,22 @@ struct PlannedCommand {
   std::string text;
   std::vector<std::string> intended;  ///< the words that the director is meant to get
   ShellReading shell;
+  std::vector<ShellCause> causes;  ///< why the shell makes something else of it than is meant; none when the plug-in does
+  std::string obstacle;            ///< why the shell cannot start the executable; empty when it can
+  std::size_t number = 0;          ///< 0 for everything at once; of a retry, the number of its feature from 1
 
-  bool is_too_long() const;
+  bool is_too_long() const { return text.size() > longest_argument; }
+  bool is_passed_on() const { return shell.is_just(intended); }
   /// Whether the director gets what it is meant to get.
-  bool is_sound() const { return !is_too_long() && shell.is_just(intended); }
+  bool is_sound() const { return !is_too_long() && obstacle.empty() && is_passed_on(); }
 };
-
-/// The longest text that Linux hands to a program as one argument, in bytes, as the shell gets a command.
-constexpr std::size_t longest_argument = 131'071;
 
 struct Plan {
   bool is_removal = false;
   std::vector<RecordedAction> actions;
-  std::string refusal;     ///< why the run stops before the instance is changed; empty when it does not
-  std::string last_words;  ///< the last line of the log
+  std::string refusal;               ///< why the run stops before the instance is changed; empty when it does not
+  std::string last_words;            ///< the last line of the log
+  std::vector<std::string> reasons;  ///< why there is no command, unless the run is refused
   std::optional<VersionCheck> version;
   std::string executable;        ///< of the instance; empty when none was chosen or the run is refused
   bool lacks_instance = false;   ///< an instance was chosen, and is not there
@@ -85,8 +90,12 @@ struct Plan {
   std::vector<PlannedRecord> records;  ///< in the order in which they are read
   std::set<std::string> repositories;
   std::optional<PlannedCommand> command;  ///< everything at once
-  std::vector<PlannedCommand> retries;    ///< one by one, if that fails; not all of them unless that was asked for
-  std::size_t retry_count = 0;            ///< of all
+  /// One by one, if that fails. Unless all were asked for, only those that have to be looked at: all others are like one of
+  /// them, but for the name of the feature.
+  std::vector<PlannedCommand> retries;
+  std::size_t model_retry = 0;    ///< the number of the one that those which are left out are like
+  std::size_t retry_count = 0;    ///< of all
+  std::size_t longest_retry = 0;  ///< of all, in bytes
 
   /// The records that stand for the features of the command, in install order.
   std::vector<const PlannedRecord*> features() const;
@@ -94,7 +103,7 @@ struct Plan {
   std::vector<const PlannedRecord*> by_slot() const;
 };
 
-enum class Retries { first, all };
+enum class Retries { telling, all };
 
 /// Finds out what eclipse_host::run_session() would do. Changes nothing and runs nothing; the session stays as it is.
 Plan make_plan(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session, Retries retries);

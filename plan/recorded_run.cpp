@@ -36,8 +36,8 @@ class SearchWatch {
   void see(const HostCall& call) {
     if (run_.searched) {
       see_in_search(call);
-    } else if (call.operation == "file_exists") {
-      run_.executable = call.arguments.front();
+    } else if (run_.executable.empty() && see_in_choice(call)) {
+      return;
     } else if (call.operation.starts_with("Component::") && call.arguments.front() == witness_) {
       run_.searched = true;
       run_.every_component = call.operation == "Component::provider";
@@ -45,6 +45,23 @@ class SearchWatch {
   }
 
  private:
+  /// The executable is chosen when it is asked whether it exists.
+  bool see_in_choice(const HostCall& call) {
+    const std::string first = call.arguments.empty() ? "" : call.arguments.front();
+    if (call.operation == "file_exists") {
+      run_.executable = first;
+    } else if (call.operation == "env_get_string") {
+      run_.asked_variables.push_back(first);
+    } else if (call.operation == "Component::provider" && first != witness_) {
+      run_.looked_into.push_back({first, {}});
+    } else if (call.operation == "is_file" && !run_.looked_into.empty()) {
+      run_.looked_into.back().candidates.push_back(first);
+    } else {
+      return false;
+    }
+    return true;
+  }
+
   void see_in_search(const HostCall& call) {
     const std::string& first = call.arguments.empty() ? "" : call.arguments.front();
     if (call.operation == "Component::installCondition" || call.operation == "Component::uninstallCondition") {
@@ -102,16 +119,16 @@ struct EnoughCommands {};
 /// Takes down what happens before the first command, and then the commands.
 class Recorder {
  public:
-  Recorder(const Session& session, const std::string& witness, std::size_t most_commands)
-      : watch_(session, witness, run_), most_commands_(most_commands) {}
+  Recorder(const Session& session, const std::string& witness, const std::optional<std::set<std::size_t>>& wanted_commands)
+      : watch_(session, witness, run_), wanted_commands_(wanted_commands) {}
 
   /// Sets the seams of the session that is run.
   void watch(Session& session) {
     session.on_call = [this](const HostCall& call) {
-      if (performing_ && run_.commands.empty()) watch_.see(call);
+      if (performing_ && commands_ == 0) watch_.see(call);
     };
     session.on_variable = [this](const std::string& name, const std::string& value) {
-      if (run_.commands.empty()) run_.actions.back().writes.emplace_back(name, value);
+      if (commands_ == 0) run_.actions.back().writes.emplace_back(name, value);
     };
     session.run_command = [this, &session](const std::string& command) { return record(command, session); };
   }
@@ -123,37 +140,40 @@ class Recorder {
       performing_ = action.starts_with("perform_");
     };
     observer.on_log = [this](const std::string& line) {
-      if (run_.commands.empty()) run_.last_words = line;
+      if (commands_ == 0) run_.last_words = line;
     };
     return observer;
   }
 
   RecordedRun finish(const Session& session, std::string refusal) {
-    if (run_.commands.empty()) run_.variables = session.variables;
+    if (commands_ == 0) run_.variables = session.variables;
     run_.refusal = std::move(refusal);
     return std::move(run_);
   }
 
  private:
   CommandResult record(const std::string& command, const Session& session) {
-    if (run_.commands.empty()) run_.variables = session.variables;
-    if (run_.commands.size() == most_commands_) throw EnoughCommands();
-    run_.commands.push_back(command);
+    if (commands_ == 0) run_.variables = session.variables;
+    const std::size_t number = commands_++;
+    if (!wanted_commands_ || wanted_commands_->contains(number)) run_.commands.emplace(number, command);
+    if (wanted_commands_ && number >= *wanted_commands_->rbegin()) throw EnoughCommands();
     return {"", "", 13, 0};
   }
 
   RecordedRun run_;
   SearchWatch watch_;
-  std::size_t most_commands_;
+  const std::optional<std::set<std::size_t>>& wanted_commands_;
+  std::size_t commands_ = 0;  ///< so far
   bool performing_ = false;
 };
 
 }  // namespace
 
-RecordedRun record_run(const Plugin& plugin, const Session& session, std::size_t most_commands) {
+RecordedRun record_run(const Plugin& plugin, const Session& session,
+                       const std::optional<std::set<std::size_t>>& wanted_commands) {
   const std::unique_ptr<Session> copy = copy_of(session);
   std::unique_ptr<CatalogueComponent> witness = witness_for(session);
-  Recorder recorder(session, witness->code, most_commands);
+  Recorder recorder(session, witness->code, wanted_commands);
   copy->components.insert(copy->components.begin(), std::move(witness));
   recorder.watch(*copy);
   std::string refusal;

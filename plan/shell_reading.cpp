@@ -37,6 +37,9 @@ class ShellReader {
     while (reading_.fault.empty() && at_ < line_.size()) read_part();
     if (reading_.fault.empty() && wants_more_ && !command_begun_) refuse("no command stands at the end");
     std::erase_if(reading_.commands, [](const ShellWords& words) { return words.empty(); });
+    // Quotes are remarked on when they are closed, behind what stands in them.
+    std::stable_sort(reading_.remarks.begin(), reading_.remarks.end(),
+                     [](const ShellRemark& one, const ShellRemark& other) { return one.offset < other.offset; });
     return std::move(reading_);
   }
 
@@ -53,7 +56,8 @@ class ShellReader {
 
   void read_part() {
     if (is_at(blanks)) {
-      ++at_;
+      reading_.gaps.push_back(at_);
+      at_ = std::min(line_.find_first_not_of(blanks, at_), line_.size());
     } else if (is_at(operators)) {
       read_operator();
     } else if (next() == '#') {
@@ -151,18 +155,17 @@ class ShellReader {
   }
 
   void read_single_quoted(std::string& word) {
-    remark(at_, "the quotes are taken away");
     const std::size_t end = line_.find('\'', at_ + 1);
-    if (end == line_.npos) return refuse("the quote at byte " + std::to_string(at_ + 1) + " is never closed");
+    if (end == line_.npos) return refuse_open_quote(at_);
+    remark(at_, "the quotes are taken away");
     word += line_.substr(at_ + 1, end - at_ - 1);
     at_ = end + 1;
   }
 
   void read_double_quoted(std::string& word) {
     const std::size_t start = at_++;
-    remark(start, "the quotes are taken away");
     while (reading_.fault.empty()) {
-      if (at_ == line_.size()) return refuse("the quote at byte " + std::to_string(start + 1) + " is never closed");
+      if (at_ == line_.size()) return refuse_open_quote(start);
       if (next() == '"') break;
       if (next() == '\\' && at_ + 1 < line_.size() &&
           std::string_view("$`\"\\\n").find(line_[at_ + 1]) != std::string_view::npos) {
@@ -173,7 +176,13 @@ class ShellReader {
         word += line_[at_++];
       }
     }
+    remark(start, reading_.fault.empty() ? "the quotes are taken away" : "the quote is never closed");
     ++at_;
+  }
+
+  void refuse_open_quote(std::size_t offset) {
+    remark(offset, "the quote is never closed");
+    refuse("the quote at byte " + std::to_string(offset + 1) + " is never closed");
   }
 
   void read_replaced(std::string& word) {
@@ -193,7 +202,7 @@ class ShellReader {
   }
 
   void skip_to(std::size_t end, const std::string& opening, std::string effect) {
-    replaced(at_, std::move(effect));
+    replaced(at_, end == line_.npos ? "it is never closed" : std::move(effect));
     if (end == line_.npos) refuse("the \"" + opening + "\" at byte " + std::to_string(at_ + 1) + " is never closed");
     at_ = end == line_.npos ? line_.size() : end + 1;
   }
@@ -219,6 +228,13 @@ class ShellReader {
 bool ShellReading::is_just(const ShellWords& words) const {
   return fault.empty() && !is_replaced && commands.size() == 1 && commands.front() == words &&
          redirections == std::vector<std::string>{"2>&1"};
+}
+
+bool is_plain(std::string_view text) {
+  // Digits alone may be taken for the number of an open file.
+  return !text.empty() && !is_digit(text.front()) && std::all_of(text.begin(), text.end(), [](unsigned char byte) {
+    return std::isalnum(byte) != 0 || std::string_view("./_:").find(static_cast<char>(byte)) != std::string_view::npos;
+  });
 }
 
 ShellReading read_as_shell(std::string_view line) { return ShellReader(line).read(); }

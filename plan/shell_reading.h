@@ -23,12 +23,17 @@ struct ShellReading {
   std::vector<ShellWords> commands = {{}};
   std::vector<std::string> redirections;  ///< as they are written
   std::vector<ShellRemark> remarks;
-  bool is_replaced = false;  ///< there is something in the words that the shell would replace
-  std::string fault;         ///< why the shell refuses the line, so that none of it is run; empty when it does not
+  std::vector<std::size_t> gaps;  ///< where blanks begin that are not quoted
+  bool is_replaced = false;       ///< there is something in the words that the shell would replace
+  std::string fault;              ///< why the shell refuses the line, so that none of it is run; empty when it does not
 
   /// Whether exactly one command with exactly these words is started, with its errors sent to its output.
   bool is_just(const ShellWords& words) const;
 };
+
+/// True for a text that a shell passes on wherever it stands in a word: a name, a path or a URL with nothing special in it.
+/// False tells nothing.
+bool is_plain(std::string_view text);
 
 /// Reads a command line by the rules of a POSIX shell. Nothing of it is run or replaced.
 ShellReading read_as_shell(std::string_view line);

@@ -4,8 +4,8 @@
 #include <cctype>
 #include <filesystem>
 #include <sstream>
+#include <system_error>
 
-#include "host/shell.h"
 #include "verify/failure.h"
 
 namespace eclipse_verify {
@@ -75,13 +75,17 @@ bool is_wanted(const Unit& wanted, const Unit& installed) {
   return wanted.version.empty() || whole_version(wanted.version) == whole_version(installed.version);
 }
 
-std::vector<Unit> installed_units(const std::string& executable) {
+InstalledUnits installed_units(const std::string& executable, const eclipse_host::CommandProgress& progress) {
   const InstanceLogs logs(std::filesystem::path(executable).parent_path());
-  const auto result = eclipse_host::run_in_shell(quoted_for_shell(executable) +
-                                                 " -nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots");
-  if (result.exit_code == 0) return units_in(result.output);
-  throw InstanceFault("\"" + executable + "\" cannot be asked for what is installed: exit code " +
-                      std::to_string(result.exit_code) + ", " + text_of(explain(result, logs)));
+  const auto result = eclipse_host::run_in_shell(
+      quoted_for_shell(executable) + " -nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots", progress);
+  if (result.exit_code != 0) {
+    throw InstanceFault("\"" + executable + "\" cannot be asked for what is installed: exit code " +
+                        std::to_string(result.exit_code) + ", " + text_of(explain(result, logs)));
+  }
+  std::error_code error;
+  const auto file = std::filesystem::canonical(executable, error);  // of what a link names
+  return {units_in(result.output), eclipse_inquiry::profile_units(file.parent_path())};
 }
 
 }  // namespace eclipse_verify

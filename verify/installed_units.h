@@ -3,10 +3,14 @@
 #define ECLIPSE_INT_VERIFY_INSTALLED_UNITS_H
 
 #include <compare>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "host/shell.h"
+#include "inquiry/profile.h"
 
 namespace eclipse_verify {
 
@@ -26,9 +30,14 @@ class InstanceFault : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Asks the director of an instance for the roots that are installed: what was installed by name, not what came along as a
-/// requirement. In the order of their texts. Throws InstanceFault.
-std::vector<Unit> installed_units(const std::string& executable);
+struct InstalledUnits {
+  std::vector<Unit> roots;  ///< what was installed by name, in the order of their texts
+  /// The roots and all that came along with them; nothing when the instance's profile cannot be read.
+  std::optional<std::vector<eclipse_inquiry::InstalledUnit>> all;
+};
+
+/// Asks the director of an instance for the roots, and its profile for all units. Throws InstanceFault.
+InstalledUnits installed_units(const std::string& executable, const eclipse_host::CommandProgress& progress = {});
 
 /// The units in what the director prints when it is asked for them.
 std::vector<Unit> units_in(std::string_view output);

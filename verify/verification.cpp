@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <string_view>
+#include <utility>
 
 namespace eclipse_verify {
 
@@ -15,21 +17,52 @@ std::vector<CheckedUnit> units_of(const eclipse_plan::Plan& plan) {
   for (const eclipse_plan::PlannedRecord* const record : plan.by_slot()) {
     for (const Unit& unit : units_named(record->config.feature)) {
       const auto [found, is_new] = known.emplace(unit, units.size());
-      if (is_new) units.push_back({unit, {}, false, {}});
+      if (is_new) units.push_back({unit, {}, false, false, {}, {}});
       units[found->second].places.push_back(record->file + ":" + std::to_string(record->line));
     }
   }
   return units;
 }
 
-void look_up(CheckedUnit& checked, const std::vector<Unit>& installed) {
-  for (const Unit& unit : installed) {
+void look_up_roots(CheckedUnit& checked, const std::vector<Unit>& roots) {
+  for (const Unit& unit : roots) {
     if (is_wanted(checked.unit, unit)) {
       checked.is_installed = true;
+      checked.is_root = true;
     } else if (unit.id == checked.unit.id) {
       checked.other_versions.push_back(unit.version);
     }
   }
+}
+
+using UnitsById = std::multimap<std::string_view, const eclipse_inquiry::InstalledUnit*>;
+
+/// The profile has the roots, too.
+void look_up_all(CheckedUnit& checked, const UnitsById& all) {
+  checked.other_versions.clear();
+  const auto [begin, end] = all.equal_range(checked.unit.id);
+  for (auto found = begin; found != end; ++found) {
+    const eclipse_inquiry::InstalledUnit& unit = *found->second;
+    if (is_wanted(checked.unit, {unit.id, unit.version})) {
+      checked.is_installed = true;
+      checked.required_by = unit.required_by;
+    } else {
+      checked.other_versions.push_back(unit.version);
+    }
+  }
+}
+
+/// Whether a unit is among all that are known to be installed.
+bool has(const InstalledUnits& installed, const Unit& wanted) {
+  return installed.all && std::any_of(installed.all->begin(), installed.all->end(), [&](const auto& unit) {
+           return is_wanted(wanted, {unit.id, unit.version});
+         });
+}
+
+std::vector<Unit> missing_in(const std::vector<Unit>& units, const std::vector<Unit>& others) {
+  std::vector<Unit> missing;
+  std::set_difference(units.begin(), units.end(), others.begin(), others.end(), std::back_inserter(missing));
+  return missing;
 }
 
 }  // namespace
@@ -48,18 +81,45 @@ std::vector<CheckedUnit> Verification::not_there() const {
   return missing;
 }
 
-Verification compare(const eclipse_plan::Plan& plan, std::vector<Unit> installed) {
+std::vector<CheckedUnit> Verification::staying() const {
+  std::vector<CheckedUnit> staying;
+  if (!is_removal) return staying;
+  const auto is_removed = [this](const std::string& id) {
+    return std::any_of(units.begin(), units.end(), [&](const CheckedUnit& checked) { return checked.unit.id == id; });
+  };
+  for (CheckedUnit checked : units) {
+    std::erase_if(checked.required_by, is_removed);
+    if (checked.is_installed && !checked.required_by.empty()) staying.push_back(std::move(checked));
+  }
+  return staying;
+}
+
+Verification compare(const eclipse_plan::Plan& plan, InstalledUnits installed) {
   Verification verification{plan.is_removal, plan.executable, std::move(installed), units_of(plan)};
-  for (CheckedUnit& checked : verification.units) look_up(checked, verification.installed);
+  UnitsById all;
+  if (verification.knows_all()) {
+    for (const auto& unit : *verification.installed.all) all.emplace(unit.id, &unit);
+  }
+  for (CheckedUnit& checked : verification.units) {
+    look_up_roots(checked, verification.installed.roots);
+    if (verification.knows_all()) look_up_all(checked, all);
+  }
   return verification;
 }
 
-Verification verify(const eclipse_plan::Plan& plan) { return compare(plan, installed_units(plan.executable)); }
+Verification verify(const eclipse_plan::Plan& plan, const eclipse_host::CommandProgress& progress) {
+  return compare(plan, installed_units(plan.executable, progress));
+}
 
-std::vector<Unit> missing_in(const std::vector<Unit>& units, const std::vector<Unit>& others) {
-  std::vector<Unit> missing;
-  std::set_difference(units.begin(), units.end(), others.begin(), others.end(), std::back_inserter(missing));
-  return missing;
+Change change_between(const InstalledUnits& before, const InstalledUnits& after) {
+  Change change;
+  for (const Unit& unit : missing_in(after.roots, before.roots)) {
+    (has(before, unit) ? change.now_by_name : change.came_in).push_back(unit);
+  }
+  for (const Unit& unit : missing_in(before.roots, after.roots)) {
+    (has(after, unit) ? change.no_longer_by_name : change.went_out).push_back(unit);
+  }
+  return change;
 }
 
 }  // namespace eclipse_verify

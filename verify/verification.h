@@ -15,29 +15,42 @@ struct CheckedUnit {
   Unit unit;
   std::vector<std::string> places;          ///< the descriptor lines that name it, as "FILE:LINE"
   bool is_installed = false;                ///< in the version that is named, if one is
+  bool is_root = false;                     ///< it was installed by name; otherwise it came along with another unit
+  std::vector<std::string> required_by;     ///< the ids of the installed units that require it
   std::vector<std::string> other_versions;  ///< that are installed
 };
 
 struct Verification {
   bool is_removal = false;
   std::string executable;
-  std::vector<Unit> installed;     ///< all that the instance has
+  InstalledUnits installed;
   std::vector<CheckedUnit> units;  ///< in install order
 
+  /// Otherwise only what was installed by name is known.
+  bool knows_all() const { return installed.all.has_value(); }
   bool is_as_it_should_be(const CheckedUnit& checked) const { return checked.is_installed != is_removal; }
   std::vector<CheckedUnit> differences() const;
-  /// Units to be removed that are not installed.
+  /// Units to be removed that are not installed. One of them is enough for the director to remove none.
   std::vector<CheckedUnit> not_there() const;
+  /// Units to be removed that stay all the same, since others require them that are not removed with them. The director
+  /// succeeds on them.
+  std::vector<CheckedUnit> staying() const;
 };
 
 /// Compares what a plan comes to with what is installed.
-Verification compare(const eclipse_plan::Plan& plan, std::vector<Unit> installed);
+Verification compare(const eclipse_plan::Plan& plan, InstalledUnits installed);
 
 /// Asks the instance of a plan, which has a command. Throws InstanceFault.
-Verification verify(const eclipse_plan::Plan& plan);
+Verification verify(const eclipse_plan::Plan& plan, const eclipse_host::CommandProgress& progress = {});
 
-/// The units in the first list that are not in the second.
-std::vector<Unit> missing_in(const std::vector<Unit>& units, const std::vector<Unit>& others);
+/// What differs between two states of an instance.
+struct Change {
+  std::vector<Unit> came_in;
+  std::vector<Unit> went_out;
+  std::vector<Unit> now_by_name;        ///< were there before, along with other units
+  std::vector<Unit> no_longer_by_name;  ///< and still there, since other units require them
+};
+Change change_between(const InstalledUnits& before, const InstalledUnits& after);
 
 }  // namespace eclipse_verify
 

@@ -47,8 +47,8 @@ ChildCommand::ChildCommand() {
   fake::write_file("tools/etc/eclipse/tools.txt", "Repository\tFeature\nsite\tone\nsite\ttwo\n");
 }
 
-Outcome ChildCommand::eclipse_int(const std::string& arguments) const {
-  const std::string command = std::string(ECLIPSE_INT_COMMAND) + " " + arguments;
+Outcome ChildCommand::eclipse_int(const std::string& arguments, const std::string& starter) const {
+  const std::string command = starter + " " + std::string(ECLIPSE_INT_COMMAND) + " " + arguments;
   const int status = std::system(("( " + command + "\n) > .output 2> .error").c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), settled(content_of(".output"), folder.path()),
           settled(content_of(".error"), folder.path())};

@@ -38,8 +38,8 @@ class ChildCommand : public testing::Test {
  protected:
   ChildCommand();
 
-  /// Runs "eclipse-int ARGUMENTS" through a shell.
-  Outcome eclipse_int(const std::string& arguments) const;
+  /// Runs "eclipse-int ARGUMENTS" through a shell, started by `starter` when there is one.
+  Outcome eclipse_int(const std::string& arguments, const std::string& starter = "") const;
 
   /// Writes session.json: the usual product in this mode, and with these variables over the usual ones.
   void write_session(const std::string& mode, const std::map<std::string, std::string>& variables = {},

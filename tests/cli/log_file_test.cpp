@@ -37,6 +37,23 @@ TEST_F(LogFile, IsNotTouchedWhenTheSessionIsAtFault) {
   EXPECT_EQ(content_of("log"), "old\n");
 }
 
+TEST_F(LogFile, IsNotMixedIntoADocument) {
+  write_session("install");
+  const auto refused = [](const std::string& file) {
+    return "eclipse-int: --log: " + file +
+           " is standard output, which --json has for its document alone; give the log a file of its own\nRun with --help for "
+           "more information.\n";
+  };
+  EXPECT_EQ(eclipse_int("run session.json --json --log /dev/stdout"), (Outcome{2, "", refused("/dev/stdout")}));
+  EXPECT_EQ(eclipse_int("run session.json --json --log /dev/stdout | cat; test ! -s eclipse/calls").error,
+            refused("/dev/stdout"));
+  EXPECT_EQ(eclipse_int("run session.json --json --log document > document").error, refused("document"));
+  EXPECT_EQ(content_of("document"), "");
+  EXPECT_EQ(director_calls(), "");
+  EXPECT_EQ(eclipse_int("run session.json --json --log /dev/null > /dev/null"), (Outcome{0, "", ""}));
+  EXPECT_EQ(eclipse_int("run session.json --log /dev/stdout").status, 0) << "lines may stand among lines";
+}
+
 TEST_F(LogFile, ThatIsFullIsToldAfterTheRun) {
   write_session("install");
   const Outcome outcome = eclipse_int("run session.json --log /dev/full");

@@ -4,7 +4,8 @@ namespace cli_test {
 
 namespace {
 
-const std::string lost_output = "eclipse-int: standard output cannot be written; what is missing there was done all the same\n";
+const std::string lost_output =
+    "eclipse-int: standard output cannot be written; what is missing there was found or done all the same\n";
 
 class StandardStreams : public ChildCommand {
  protected:
@@ -25,6 +26,15 @@ TEST_F(StandardStreams, AFullOutputIsToldForJsonAndHelp) {
   EXPECT_EQ(eclipse_int("run session.json --json > /dev/full"), (Outcome{2, "", lost_output}));
   EXPECT_EQ(eclipse_int("run --help > /dev/full"), (Outcome{2, "", lost_output}));
   EXPECT_EQ(eclipse_int("--version > /dev/full"), (Outcome{2, "", lost_output}));
+}
+
+TEST_F(StandardStreams, AFullOutputIsToldForPlansAndVerifications) {
+  script(1, "echo one/1.0.0; echo two/1.0.0");
+  script(2, "echo one/1.0.0; echo two/1.0.0");
+  for (const std::string command : {"plan", "verify"}) {
+    EXPECT_EQ(eclipse_int(command + " session.json > /dev/full"), (Outcome{2, "", lost_output})) << command;
+    EXPECT_EQ(eclipse_int(command + " session.json --json > /dev/full"), (Outcome{2, "", lost_output})) << command;
+  }
 }
 
 TEST_F(StandardStreams, AClosedOutputIsToldAfterTheRun) {

@@ -23,6 +23,21 @@ TEST_F(Variables, OfTheSessionFileStandOverThoseOfAFileAndUnderThoseOfArguments)
             (Json{{"A", "file"}, {"B", "session"}, {"C", "argument"}, {"D", "a=b c"}, {"E", ""}, {"KORU_MODE", "install"}}));
 }
 
+TEST_F(Variables, ThatSayAnotherModeAreNotedAndNotUsed) {
+  write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
+  fake::write_file("v.json", R"({"KORU_MODE": "uninstall"})");
+  for (const std::string command : {"run", "plan", "verify"}) {
+    const Outcome outcome = eclipse_int(command + " session.json --variables v.json");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(
+        outcome.error,
+        "eclipse-int: note: v.json: KORU_MODE is \"uninstall\" there and is not used; the mode is that of the session file, "
+        "or of --set KORU_MODE=...\n");
+  }
+  fake::write_file("v.json", R"({"KORU_MODE": "install"})");
+  EXPECT_EQ(eclipse_int("run session.json --variables v.json").error, "");
+}
+
 TEST_F(Variables, OfArgumentsAreTakenAsTheyAre) {
   fake::write_file("session.json", R"({"mode": "install", "components": []})");
   EXPECT_EQ(before("--set 'A=[1,2]' --set 'B=\"x\"' --set=C=--json --set 'D={}' --set 'E=,' --set KORU_MODE="),

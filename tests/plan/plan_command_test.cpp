@@ -164,8 +164,17 @@ TEST_F(PlanCommand, ShowsWhatTheShellMakesOfTheCommand) {
                                 "      two,$HOME\n"),
             std::string::npos)
       << outcome.output;
-  EXPECT_NE(outcome.output.find(" (;): the command ends there, and what follows is run as another one\n"), std::string::npos);
-  EXPECT_NE(outcome.output.find(" ($): the value of a variable takes its place\n"), std::string::npos);
+  EXPECT_NE(outcome.output.find("    Because of column 1 of FOLDER/tools/etc/eclipse/tools.txt:1: my site\n"
+                                "      Byte 3 (blank): the word ends there\n"
+                                "    Because of column 2 of FOLDER/tools/etc/eclipse/tools.txt:1: one;two\n"
+                                "      Byte 4 (;): the command ends there, and what follows is run as another one\n"
+                                "    Because of column 2 of FOLDER/tools/etc/eclipse/tools.txt:2: $HOME\n"
+                                "      Byte 1 ($): the value of a variable takes its place\n"),
+            std::string::npos)
+      << outcome.output;
+  EXPECT_EQ(plan().at("command").at("causes").at(0), Json::parse(R"({
+    "origin": "column 1 of FOLDER/tools/etc/eclipse/tools.txt:1", "text": "my site",
+    "remarks": [{"byte": 3, "effect": "the word ends there"}]})"));
   const Json shell = plan().at("command").at("shell");
   EXPECT_EQ(shell.at("commands").size(), 2U);
   EXPECT_EQ(shell.at("commands").at(1), Json::array({"two,$HOME"}));
@@ -198,6 +207,54 @@ TEST_F(PlanCommand, WarnsOfACommandThatIsTooLong) {
   EXPECT_EQ(Json::parse(eclipse_int("run session.json --json").output).at("commands").at(0).at("exitCode"), 126);
 }
 
+/// What is harmless is not named.
+TEST_F(PlanCommand, DoesNotNameTheQuotesOfAnArchive) {
+  write_session("install");
+  fake::write_file("tools/etc/eclipse/tools.txt", "my site.zip\tone\nmy site\ttwo\n");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.output.find("quotes"), std::string::npos) << outcome.output;
+  EXPECT_NE(outcome.output.find("Because of column 1 of FOLDER/tools/etc/eclipse/tools.txt:2: my site\n"), std::string::npos);
+}
+
+TEST_F(PlanCommand, WarnsOfAnExecutableThatMayNotBeExecuted) {
+  write_session("install");
+  EXPECT_EQ(eclipse_int("plan session.json").status, 0);
+  std::filesystem::permissions("eclipse/eclipse", std::filesystem::perms(0644));
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(
+      outcome.output.find("\n  Warning: \"FOLDER/eclipse/eclipse\" may not be executed, so the shell cannot start it (exit "
+                          "code 126); make it executable with chmod +x\n"),
+      std::string::npos)
+      << outcome.output;
+  EXPECT_EQ(Json::parse(eclipse_int("run session.json --json").output).at("commands").at(0).at("exitCode"), 126);
+}
+
+TEST_F(PlanCommand, CountsOnlyRetriesThatAreAlike) {
+  write_session("install");
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite\ttwo\nsite\tfour five\nsite\tsix\n");
+  const Outcome outcome = eclipse_int("plan session.json");
+  const std::size_t retries = outcome.output.find("\nIf that fails, one by one: 4 commands");
+  ASSERT_NE(retries, std::string::npos) << outcome.output;
+  const std::string text = outcome.output.substr(retries);
+  EXPECT_NE(text.find(" -i one 2>&1\n  and 2 more like it, one for each feature (--retries shows them)\n"), std::string::npos)
+      << text;
+  EXPECT_NE(text.find(" -i four five 2>&1\n  Warning: "), std::string::npos) << text;
+  EXPECT_EQ(text.find(" -i six"), std::string::npos) << text;
+}
+
+TEST_F(PlanCommand, ShowsControlCharactersAndHasEveryByteForPrograms) {
+  write_session("install");
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\r\nsite\t\xFF\n");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_NE(outcome.output.find(" -i one\\r,\xFF 2>&1\n"), std::string::npos) << outcome.output;
+  const Json command = plan().at("command");
+  EXPECT_NE(command.at("text").get<std::string>().find(" -i one\r,\xEF\xBF\xBD 2>&1"), std::string::npos);
+  EXPECT_TRUE(command.at("hex").get<std::string>().ends_with("202d69206f6e650d2cff20323e2631"));
+  EXPECT_FALSE(plan("--set KORU_MODE=modify").at("retries").at(0).contains("hex"));
+}
+
 TEST_F(PlanCommand, PlansTheCommandsOfAnInstallation) {
   write_session("install");
   fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite.zip\ttwo\nmy site\tthree\n");
@@ -213,8 +270,12 @@ TEST_F(PlanCommand, PlansNoCommandWhereNoneIsRun) {
   write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_NE(outcome.output.find("\nCommand\n  None: the log ends with: eclipse_int: nothing to integrate\n"), std::string::npos)
+  EXPECT_NE(outcome.output.find("\nCommand\n  None: the log ends with: eclipse_int: nothing to integrate\n"
+                                "    ECLIPSE_INTEGRATION_CHOICE is \"none\"\n"
+                                "    so there is no Eclipse to work on, and no component is searched (1 component)\n"),
+            std::string::npos)
       << outcome.output;
+  EXPECT_EQ(plan().at("reasons").at(0), "ECLIPSE_INTEGRATION_CHOICE is \"none\"");
   EXPECT_EQ(plan().at("command"), Json());
   EXPECT_EQ(commands_of_run(0), std::vector<std::string>());
 }

@@ -15,6 +15,7 @@ class Planning : public testing::Test {
  protected:
   Planning() {
     fake::write_file("own/eclipse", "");
+    std::filesystem::permissions("own/eclipse", std::filesystem::perms(0755));
     fake::write_file("own/configuration/config.ini", "eclipse.buildId=4.10\n");
     session.variables = {{"KORU_MODE", "install"},
                          {"ECLIPSE_INTEGRATION_CHOICE", "user"},
@@ -174,6 +175,188 @@ TEST_F(Planning, SaysWhetherTheCommandCanBeGivenToAShell) {
   fake::write_file("c/etc/eclipse/p", "s\t" + std::string(longest_argument - rest + 1, 'x') + "\n");
   EXPECT_TRUE(plan().command->is_too_long());
   EXPECT_FALSE(plan().command->is_sound());
+}
+
+std::string told(const std::vector<ShellCause>& causes) {
+  std::string text;
+  for (const ShellCause& cause : causes) {
+    text += cause.origin + ": " + cause.text + "\n";
+    for (const ShellRemark& remark : cause.remarks) text += "  " + std::to_string(remark.offset) + " " + remark.effect + "\n";
+  }
+  return text;
+}
+
+TEST_F(Planning, NamesTheTextsThatTheShellDoesNotPassOn) {
+  add("my tools", "s.zip\tF\ns\tG;H\nmy site\tI\nmy site.zip\tJ\n$s.zip\tK\n");
+  add("plain", "s\tL\ns.zip\tM\n");
+  const std::string file = folder.path() + "/my tools/etc/eclipse/p";
+  const std::string folder_text = "the folder of component my tools: " + folder.path() + "/my tools\n  " +
+                                  std::to_string(folder.path().size() + 3) + " the word ends there\n";
+  const std::string sites = "column 1 of " + file + ":3: my site\n  2 the word ends there\ncolumn 1 of " + file +
+                            ":5: $s.zip\n  0 the value of a variable takes its place\n";
+  const std::string feature =
+      "column 2 of " + file + ":2: G;H\n  1 the command ends there, and what follows is run as another one\n";
+  const Plan made = plan();
+  EXPECT_EQ(told(made.command->causes), folder_text + sites + feature);
+  EXPECT_EQ(told(made.retries[0].causes), folder_text + sites);
+  EXPECT_EQ(told(made.retries[1].causes), folder_text + sites + feature);
+  session.variables["KORU_MODE"] = "uninstall";
+  EXPECT_EQ(told(plan().command->causes), feature) << "a removal uses no sites";
+}
+
+TEST_F(Planning, NamesTheExecutableThatTheShellDoesNotPassOn) {
+  add("c", "s\tF\n");
+  std::filesystem::create_directories("my own");
+  std::filesystem::copy("own", "my own", std::filesystem::copy_options::recursive);
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = folder.path() + "/my own/eclipse";
+  const Plan made = plan();
+  EXPECT_EQ(told(made.command->causes), "USER_DEFINED_ECLIPSE_PATH: " + folder.path() + "/my own/eclipse\n  " +
+                                            std::to_string(folder.path().size() + 3) + " the word ends there\n");
+  EXPECT_EQ(made.command->obstacle, "") << "another program would be started";
+}
+
+TEST_F(Planning, NamesNoTextWhereThePluginItselfIsTheReason) {
+  session.variables["KORU_MODE"] = "uninstall";
+  add("c", "s\tF\ns\tG\n");
+  const Plan made = plan();
+  EXPECT_EQ(told(made.command->causes), "");
+  EXPECT_NE(made.retries[0].shell.fault, "");
+  EXPECT_EQ(told(made.retries[0].causes), "");
+}
+
+TEST_F(Planning, TellsWhyTheExecutableCannotBeStarted) {
+  add("c", "s\tF\n");
+  EXPECT_EQ(plan().command->obstacle, "");
+  std::filesystem::permissions("own/eclipse", std::filesystem::perms(0644));
+  const std::string executable = folder.path() + "/own/eclipse";
+  EXPECT_EQ(plan().command->obstacle,
+            "\"" + executable +
+                "\" may not be executed, so the shell cannot start it (exit code 126); make it executable with chmod +x");
+  EXPECT_FALSE(plan().command->is_sound());
+  EXPECT_EQ(run_in_shell(plan().command->text).exit_code, 126);
+
+  session.variables["KORU_MODE"] = "uninstall";
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = folder.path() + "/own";
+  EXPECT_EQ(plan().command->obstacle, "\"" + folder.path() +
+                                          "/own\" is a folder, so the shell cannot start it (exit code 126); give the path of "
+                                          "the executable in it");
+  EXPECT_EQ(run_in_shell(plan().command->text).exit_code, 126);
+
+  fake::write_file("eclipse", "#!/bin/sh\n");
+  std::filesystem::permissions("eclipse", std::filesystem::perms(0755));
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "eclipse";
+  EXPECT_EQ(plan().command->obstacle,
+            "\"eclipse\" has no slash, so the shell looks for it along PATH and not in this folder; give its full path");
+  EXPECT_EQ(run_in_shell("PATH=/nowhere; " + plan().command->text).exit_code, 127);
+}
+
+std::vector<std::size_t> numbers_of(const std::vector<PlannedCommand>& retries) {
+  std::vector<std::size_t> numbers;
+  numbers.reserve(retries.size());
+  for (const PlannedCommand& retry : retries) numbers.push_back(retry.number);
+  return numbers;
+}
+
+using Numbers = std::vector<std::size_t>;
+
+TEST_F(Planning, LeavesOutOnlyRetriesThatAreAlike) {
+  add("c", "s\tF\ns\tG\ns\tH\n");
+  EXPECT_EQ(numbers_of(plan(Retries::telling).retries), Numbers{1});
+  EXPECT_EQ(plan(Retries::telling).retry_count, 3U);
+  EXPECT_EQ(numbers_of(plan().retries), (Numbers{1, 2, 3}));
+  add("d", "s\tI\ns\tJ K\ns\tL\ns\tM\t\t-1\ns\t$N\n");
+  const Plan made = plan(Retries::telling);
+  EXPECT_EQ(numbers_of(made.retries), (Numbers{1, 6, 8}));
+  EXPECT_EQ(made.model_retry, 1U);
+  EXPECT_TRUE(made.retries[1].text.ends_with(" -i J K 2>&1")) << made.retries[1].text;
+  EXPECT_TRUE(made.retries[2].text.ends_with(" -i $N 2>&1")) << made.retries[2].text;
+}
+
+TEST_F(Planning, ShowsAPlainRetryWhenTheFirstIsNone) {
+  add("c", "s\tF G\ns\tH\ns\tI\n");
+  const Plan made = plan(Retries::telling);
+  EXPECT_EQ(numbers_of(made.retries), (Numbers{1, 2}));
+  EXPECT_EQ(made.model_retry, 2U);
+}
+
+TEST_F(Planning, ShowsTheRetryOfARemovalThatReadsDifferently) {
+  session.variables["KORU_MODE"] = "uninstall";
+  add("c", "s\tF\ns\tG\ns\t7\n");
+  const Plan made = plan(Retries::telling);
+  EXPECT_EQ(numbers_of(made.retries), (Numbers{1, 3})) << "2>&17 is another open file";
+  EXPECT_NE(made.retries[0].shell.fault, "");
+  EXPECT_EQ(made.retries[1].shell.fault, "");
+}
+
+TEST_F(Planning, ShowsTheRetryThatIsTooLong) {
+  add("c", "s\tF\ns\t" + std::string(longest_argument, 'x') + "\ns\tG\n");
+  const Plan made = plan(Retries::telling);
+  EXPECT_EQ(numbers_of(made.retries), (Numbers{1, 2}));
+  EXPECT_TRUE(made.retries[1].is_too_long());
+  EXPECT_EQ(made.longest_retry, made.retries[1].text.size());
+  session.variables["KORU_MODE"] = "uninstall";
+  EXPECT_EQ(numbers_of(plan(Retries::telling).retries), Numbers{1}) << "all are too long";
+}
+
+using Texts = std::vector<std::string>;
+
+TEST_F(Planning, GivesTheReasonsForNothingToDo) {
+  add("c", "s\tF\n");
+  EXPECT_EQ(plan().reasons, Texts());
+  session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "none";
+  const std::string no_eclipse = "so there is no Eclipse to work on, and no component is searched (1 component)";
+  EXPECT_EQ(plan().reasons, (Texts{"ECLIPSE_INTEGRATION_CHOICE is \"none\"", no_eclipse}));
+  session.variables = {{"KORU_MODE", "uninstall"}, {"ECLIPSE_INTEGRATION_CHOICE", "user"}};
+  EXPECT_EQ(plan().reasons,
+            (Texts{"ECLIPSE_INTEGRATION_CHOICE is \"user\"", "USER_DEFINED_ECLIPSE_PATH is not set", no_eclipse}));
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "/missing/eclipse";
+  EXPECT_EQ(plan().reasons, Texts{"\"/missing/eclipse\" does not exist"});
+}
+
+TEST_F(Planning, TellsWhereTheExecutableWasLookedFor) {
+  session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";
+  CatalogueComponent& tools = add("tools", "s\tF\n");
+  const std::string choice = "ECLIPSE_INTEGRATION_CHOICE is \"internal\"";
+  const std::string name = "ECLIPSE_BIN is \"eclipse\"";
+  const auto no_eclipse = [](int components) {
+    return "so there is no Eclipse to work on, and no component is searched (" + std::to_string(components) + " component" +
+           (components == 1 ? ")" : "s)");
+  };
+  session.capabilities->emplace("TOOLS", &tools);
+  EXPECT_EQ(plan().reasons, (Texts{choice, name, "no component provides an IDE; the capabilities are: TOOLS", no_eclipse(1)}));
+
+  CatalogueComponent& ide = add("ide", "");
+  session.capabilities->emplace("ECLIPSE_IDE", &ide);
+  EXPECT_EQ(plan().reasons, (Texts{choice, name, "the executable was looked for in 1 package",
+                                   "ide: its package lists 2 files, and none that could be \"eclipse\"", no_eclipse(2)}));
+
+  ide.package->prefix = "/nowhere";
+  ide.package->files = {"bin/eclipse", "eclipse\r\n", "eclipse.ini"};
+  session.capabilities->emplace("ECLIPSE_IDE_2", &add("other", ""));
+  session.components.back()->package.reset();
+  EXPECT_EQ(plan().reasons,
+            (Texts{choice, name, "the executable was looked for in 2 packages",
+                   "ide: no file is at /nowhere/bin/eclipse, /nowhere/eclipse", "other: it has no package", no_eclipse(3)}));
+}
+
+TEST_F(Planning, TellsWhatKeptTheListsEmpty) {
+  know_the_instance();
+  add("unselected", "s\tF\n").selected_for_install = false;
+  add("", "s\tF\n");
+  add("unpacked", "s\tF\n").package.reset();
+  add("bare", "").package->files.clear();
+  add("gone", "").package->files = {"etc/eclipse/missing"};
+  add("empty", "Repository\tFeature\n");
+  add("pathless", "\tF\ns\t\t\n");
+  EXPECT_EQ(plan().reasons,
+            (Texts{"skipped, without a code: (no code)", "skipped, not selected to be installed: unselected",
+                   "skipped, without a package: unpacked", "taken, but the package lists no descriptor file: bare",
+                   "listed descriptor files that are not there: " + folder.path() + "/gone/etc/eclipse/missing",
+                   "descriptor files without a line of data: " + folder.path() + "/empty/etc/eclipse/p",
+                   "lines without a repository, which are passed over: " + folder.path() + "/pathless/etc/eclipse/p:1",
+                   "lines without a feature: " + folder.path() + "/pathless/etc/eclipse/p:2"}));
+  for (const char* const code : {"a", "b", "c", "d", "e", "f"}) add(code, "s\tF\n").selected_for_install = false;
+  EXPECT_EQ(plan().reasons[1], "skipped, not selected to be installed: unselected, a, b, c, d and 2 more");
 }
 
 /// The limit is the system's.

@@ -44,6 +44,19 @@ TEST(ShellReading, ARetryOfARemovalIsRefused) {
   EXPECT_EQ(reading.fault, "\"2>&1F2\" is to send to the open file \"1F2\", which is no number");
 }
 
+TEST(ShellReading, KnowsWhereWordsPart) {
+  EXPECT_EQ(read_as_shell("a 'b c'\t  d 2>&1").gaps, (std::vector<std::size_t>{1, 7, 11}));
+  EXPECT_EQ(read_as_shell("abc").gaps, std::vector<std::size_t>());
+}
+
+TEST(ShellReading, WhatIsPlainStaysAsItIs) {
+  for (const std::string text : {"a", "org.example.a_1", "/opt/eclipse", "file:///a/b2.zip"}) {
+    EXPECT_TRUE(is_plain(text)) << text;
+    EXPECT_TRUE(read_as_shell("x " + text + " 2>&1").is_just({"x", text})) << text;
+  }
+  for (const std::string text : {"", "a b", "1", "a$", "a;", "a~", "a\\", "a\xC3\xA4"}) EXPECT_FALSE(is_plain(text)) << text;
+}
+
 struct Special {
   const char* line;
   std::vector<Words> commands;

@@ -40,7 +40,22 @@ TEST(InstalledUnits, AreAskedForInAnyFolder) {
                    " && echo a/1.0.0\n");
   EXPECT_THROW(installed_units(executable), InstanceFault) << "it is not executable yet";
   std::filesystem::permissions(executable, std::filesystem::perms(0755));
-  EXPECT_EQ(installed_units(executable), (Units{{"a", "1.0.0"}}));
+  EXPECT_EQ(installed_units(executable).roots, (Units{{"a", "1.0.0"}}));
+  EXPECT_FALSE(installed_units(executable).all.has_value());
+}
+
+TEST(InstalledUnits, AreLookedUpInTheProfileOfTheInstanceThatALinkNames) {
+  const fake::TemporaryFolder folder;
+  fake::write_file("ide/eclipse", "#!/bin/sh\n");
+  std::filesystem::permissions("ide/eclipse", std::filesystem::perms(0755));
+  fake::write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
+                   "<profile><units><unit id='a' version='1.0.0'/></units></profile>");
+  std::filesystem::create_symlink("ide/eclipse", "eclipse");
+  for (const std::string executable : {"/ide/eclipse", "/eclipse"}) {
+    const auto all = installed_units(folder.path() + executable).all;
+    ASSERT_TRUE(all.has_value()) << executable;
+    EXPECT_EQ(all->at(0).id, "a");
+  }
 }
 
 }  // namespace

@@ -52,7 +52,7 @@ TEST(RealInstance, IsTheSameAfterARunAndDiffersBeforeAndAfterARemoval) {
   EXPECT_THAT(verification.at("wentOut"), IsEmpty());
   const Answer after = answer_of(product, "verify", with_it);
   EXPECT_EQ(after.status, 0);
-  EXPECT_THAT(after.result.at("installed"), IsSupersetOf(features({"alpha", "beta"})));
+  EXPECT_THAT(after.result.at("roots"), IsSupersetOf(features({"alpha", "beta"})));
   EXPECT_EQ(verification.at("after"), after.result);
 
   ASSERT_EQ(product.run("uninstall").status, 0);
@@ -81,6 +81,52 @@ TEST(RealInstance, OneUnitThatIsNotThereIsNamedAndKeepsTheOthersIn) {
   EXPECT_EQ(failures[0].at("causes"),
             nlohmann::json({"The installable unit org.example.gamma.feature.group has not been found."}));
   EXPECT_EQ(failures[1].at("layer"), "the shell");
+}
+
+/// What the director makes of a unit that came along with another one: it succeeds, and leaves it there as a root.
+TEST(RealInstance, AUnitThatCameAlongIsInstalledAndStaysAsLongAsItIsRequired) {
+  Product product;
+  product.component("feature", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");
+  product.component("plugin", {"alpha"}, "sites/alpha\torg.example.alpha.plugin\n")["install"] = false;
+  const std::string known = product.executable().string();
+  ASSERT_EQ(product.run("install", {{"CASHED_ECLIPSE_PATH", known}}).status, 0);
+  ASSERT_EQ(product.installed(), features({"alpha"}));
+
+  const Answer all = answer_of(product, "verify", "--set CASHED_ECLIPSE_PATH=/another");
+  EXPECT_EQ(all.status, 0);
+  EXPECT_EQ(all.result.at("knowsAll"), true);
+  const auto unit = all.result.at("units").at(1);
+  EXPECT_EQ(unit.at("unit"), "org.example.alpha.plugin");
+  EXPECT_EQ(unit.at("installed"), true);
+  EXPECT_EQ(unit.at("byName"), false);
+  EXPECT_EQ(unit.at("requiredBy"), nlohmann::json({"org.example.alpha.feature.group"}));
+
+  Product other("other");
+  other.component("plugin", {}, "sites/alpha\torg.example.alpha.plugin\n");
+  const std::map<std::string, std::string> same_instance = {{"USER_DEFINED_ECLIPSE_PATH", known}};
+  const Outcome removal = other.run("uninstall", same_instance);
+  EXPECT_EQ(removal.status, 0);
+  EXPECT_THAT(removal.exit_codes(), ElementsAre(0));
+  EXPECT_EQ(product.installed(),
+            (std::vector<std::string>{"org.example.alpha.feature.group/1.0.0", "org.example.alpha.plugin/1.0.0"}));
+  const Answer left = answer_of(other, "verify");
+  EXPECT_EQ(left.status, 1);
+  EXPECT_THAT(different_units(left.result), ElementsAre("org.example.alpha.plugin"));
+
+  const auto run = eclipse_host::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' run --verify --json '" +
+                                              (other.folder() / "session.json").string() + "'");
+  EXPECT_EQ(run.exit_code, 1);
+  EXPECT_THAT(run.error_output, testing::HasSubstr("org.example.alpha.plugin ("));
+  EXPECT_THAT(run.error_output,
+              testing::HasSubstr(") is required by org.example.alpha.feature.group, so the director leaves it there, also "
+                                 "when it succeeds\n"));
+  const auto verification = nlohmann::json::parse(run.output).at("verification");
+  EXPECT_EQ(verification.at("staying"), nlohmann::json({"org.example.alpha.plugin"}));
+  EXPECT_THAT(verification.at("notRemovable"), IsEmpty());
+
+  ASSERT_EQ(product.run("uninstall").status, 0);
+  EXPECT_THAT(product.installed(), IsEmpty());
+  EXPECT_EQ(answer_of(other, "verify").status, 0) << "it went with what required it";
 }
 
 TEST(RealInstance, IsAskedBelowAPathWithBlanks) {

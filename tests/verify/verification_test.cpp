@@ -35,7 +35,12 @@ Texts texts_of(const std::vector<CheckedUnit>& units) {
   return texts;
 }
 
-const std::vector<Unit> installed = {{"a", "1.0.0"}, {"b", "1.0.0"}, {"local.ide", "4"}};
+/// Without a profile, only the roots are known.
+const InstalledUnits roots_only = {{{"a", "1.0.0"}, {"b", "1.0.0"}, {"local.ide", "4"}}, std::nullopt};
+
+/// "c" came along with "b".
+const InstalledUnits installed = {roots_only.roots,
+                                  {{{"a", "1.0.0", {}}, {"b", "1.0.0", {}}, {"c", "1.0.0", {"b"}}, {"local.ide", "4", {}}}}};
 
 TEST(Verification, LooksAtEachUnitOnceWithAllItsPlaces) {
   const Verification verification = compare(plan(false), installed);
@@ -45,20 +50,48 @@ TEST(Verification, LooksAtEachUnitOnceWithAllItsPlaces) {
 
 TEST(Verification, NamesWhatIsMissingAfterAnInstallation) {
   const Verification verification = compare(plan(false), installed);
-  EXPECT_EQ(texts_of(verification.differences()), (Texts{"a/2.0", "c"}));
+  EXPECT_EQ(texts_of(verification.differences()), Texts{"a/2.0"});
   EXPECT_EQ(verification.differences()[0].other_versions, Texts{"1.0.0"});
   EXPECT_EQ(texts_of(verification.not_there()), Texts()) << "it is no removal";
+  EXPECT_EQ(texts_of(verification.staying()), Texts()) << "it is no removal";
+  EXPECT_EQ(texts_of(compare(plan(false), roots_only).differences()), (Texts{"a/2.0", "c"}));
+}
+
+TEST(Verification, TellsRootsFromWhatCameAlong) {
+  const Verification verification = compare(plan(false), installed);
+  EXPECT_TRUE(verification.knows_all());
+  EXPECT_TRUE(verification.units[1].is_root);
+  EXPECT_TRUE(verification.units[2].is_installed);
+  EXPECT_FALSE(verification.units[2].is_root);
+  EXPECT_EQ(verification.units[2].required_by, Texts{"b"});
+  EXPECT_FALSE(compare(plan(false), roots_only).knows_all());
 }
 
 TEST(Verification, NamesWhatIsLeftAfterARemoval) {
   const Verification verification = compare(plan(true), installed);
-  EXPECT_EQ(texts_of(verification.differences()), Texts{"b"});
-  EXPECT_EQ(texts_of(verification.not_there()), (Texts{"a/2.0", "c"}));
+  EXPECT_EQ(texts_of(verification.differences()), (Texts{"b", "c"}));
+  EXPECT_EQ(texts_of(verification.not_there()), Texts{"a/2.0"});
+  EXPECT_EQ(texts_of(compare(plan(true), roots_only).not_there()), (Texts{"a/2.0", "c"}));
+}
+
+TEST(Verification, NamesWhatOthersRequireThatStay) {
+  EXPECT_EQ(texts_of(compare(plan(true), installed).staying()), Texts()) << "what requires it goes, too";
+  InstalledUnits more = installed;
+  more.all->push_back({"d", "1.0.0", {}});
+  more.all->at(2).required_by = {"b", "d"};
+  const auto staying = compare(plan(true), more).staying();
+  EXPECT_EQ(texts_of(staying), Texts{"c"});
+  EXPECT_EQ(staying[0].required_by, Texts{"d"});
 }
 
 TEST(Verification, TellsWhatCameInAndWentOut) {
-  EXPECT_EQ(missing_in(installed, {{"b", "1.0.0"}, {"c", "1"}}), (std::vector<Unit>{{"a", "1.0.0"}, {"local.ide", "4"}}));
-  EXPECT_EQ(missing_in(installed, installed), std::vector<Unit>());
+  const InstalledUnits after = {{{"b", "1.0.0"}, {"c", "1.0.0"}, {"d", "1"}}, {{{"a", "1.0.0", {"d"}}, {"b", "1.0.0", {}}}}};
+  const Change change = change_between(installed, after);
+  EXPECT_EQ(change.came_in, (std::vector<Unit>{{"d", "1"}}));
+  EXPECT_EQ(change.now_by_name, (std::vector<Unit>{{"c", "1.0.0"}}));
+  EXPECT_EQ(change.went_out, (std::vector<Unit>{{"local.ide", "4"}}));
+  EXPECT_EQ(change.no_longer_by_name, (std::vector<Unit>{{"a", "1.0.0"}}));
+  EXPECT_EQ(change_between(roots_only, {after.roots, std::nullopt}).came_in, (std::vector<Unit>{{"c", "1.0.0"}, {"d", "1"}}));
 }
 
 }  // namespace

@@ -18,6 +18,9 @@ class VerifiedRun : public ChildCommand {
   }
 };
 
+const std::string only_roots =
+    "  Only what was installed by name is known, not what came along with it: the instance's p2 profile cannot be read.\n";
+
 const std::string question = "-nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots\n";
 
 TEST_F(VerifiedRun, TellsWhatCameIn) {
@@ -32,7 +35,8 @@ TEST_F(VerifiedRun, TellsWhatCameIn) {
             "  Came in:\n"
             "    one/1.0.0\n"
             "    two/1.0.0\n"
-            "Same: the units that the session installs (2) are all installed in FOLDER/eclipse/eclipse\n");
+            "Same: the units that the session installs (2) are all installed in FOLDER/eclipse/eclipse\n" +
+                only_roots);
 }
 
 TEST_F(VerifiedRun, FailsWhenWhatWasDoneIsNotThere) {
@@ -40,7 +44,7 @@ TEST_F(VerifiedRun, FailsWhenWhatWasDoneIsNotThere) {
   script(3, "echo one/1.0.0");
   const Outcome outcome = eclipse_int("run session.json --verify");
   EXPECT_EQ(outcome.status, 1) << "although every command succeeded";
-  EXPECT_NE(verification(outcome).find("\n  two is not installed ("), std::string::npos) << outcome.output;
+  EXPECT_NE(verification(outcome).find("\n  two is not installed by name ("), std::string::npos) << outcome.output;
 }
 
 TEST_F(VerifiedRun, WarnsBeforeARemovalThatIsBlocked) {
@@ -69,7 +73,33 @@ TEST_F(VerifiedRun, WarnsBeforeARemovalThatIsBlocked) {
             "\nVerification:\n"
             "  Nothing came in and nothing went out.\n"
             "Different: of the units that the session removes (2), 1 still installed in FOLDER/eclipse/eclipse\n"
-            "  one is still installed (FOLDER/tools/etc/eclipse/tools.txt:2)\n");
+            "  one is still installed (FOLDER/tools/etc/eclipse/tools.txt:2)\n" +
+                only_roots);
+}
+
+TEST_F(VerifiedRun, WarnsOfWhatIsCertainWhereTheProfileTells) {
+  write_session("uninstall", {}, "\"remove\": true");
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite\ttwo\nsite\tthree\n");
+  script(1, "echo one/1.0.0");
+  script(2, ":");
+  script(3, "echo two/1.0.0");
+  fake::write_file("eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
+                   "<profile><units><unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'/>"
+                   "<unit id='other' version='1'><requires><required name='two'/></requires></unit></units></profile>");
+  const Outcome outcome = eclipse_int("run session.json --verify");
+  EXPECT_EQ(
+      outcome.error,
+      "eclipse-int: warning: three (FOLDER/tools/etc/eclipse/tools.txt:3) is not installed, so the director removes none of "
+      "the units\n"
+      "eclipse-int: warning: two (FOLDER/tools/etc/eclipse/tools.txt:2) is required by other, so the director leaves it "
+      "there, also when it succeeds\n");
+  EXPECT_TRUE(
+      verification(outcome).starts_with("\nVerification:\n"
+                                        "  Now installed by name, and there before:\n"
+                                        "    two/1.0.0\n"
+                                        "  No longer installed by name, but still there:\n"
+                                        "    one/1.0.0\n"))
+      << verification(outcome);
 }
 
 TEST_F(VerifiedRun, IsThereForPrograms) {
@@ -85,6 +115,9 @@ TEST_F(VerifiedRun, IsThereForPrograms) {
   EXPECT_EQ(verification.at("cameIn"), Json::array({"two/1.0.0"}));
   EXPECT_EQ(verification.at("wentOut"), Json::array());
   EXPECT_EQ(verification.at("notRemovable"), Json::array());
+  EXPECT_EQ(verification.at("staying"), Json::array());
+  EXPECT_EQ(verification.at("nowByName"), Json::array());
+  EXPECT_EQ(verification.at("noLongerByName"), Json::array());
   EXPECT_EQ(verification.at("faults"), Json::array());
   EXPECT_EQ(verification.at("after").at("same"), false);
   EXPECT_EQ(verification.at("failures"), Json::parse(R"([

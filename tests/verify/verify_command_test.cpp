@@ -9,15 +9,27 @@ namespace {
 
 using Json = nlohmann::json;
 
-class VerifyCommand : public ChildCommand {};
+class VerifyCommand : public ChildCommand {
+ protected:
+  /// What the instance has, in the form of its p2 profile.
+  static void write_profile(const std::string& units) {
+    fake::write_file("eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
+                     "<profile><units>" + units + "</units></profile>");
+  }
+};
+
+const std::string only_roots =
+    "  Only what was installed by name is known, not what came along with it: the instance's p2 profile cannot be read.\n";
 
 const std::string question = "-nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots\n";
 
 TEST_F(VerifyCommand, IsTheSameWhenAllIsThere) {
   write_session("install");
   script(1, "echo one/1.0.0; echo two/2.0.0; echo local.ide/4.26.0; echo 'Operation completed in 8 ms.'");
-  EXPECT_EQ(eclipse_int("verify session.json"),
-            (Outcome{0, "Same: the units that the session installs (2) are all installed in FOLDER/eclipse/eclipse\n", ""}));
+  EXPECT_EQ(
+      eclipse_int("verify session.json"),
+      (Outcome{0, "Same: the units that the session installs (2) are all installed in FOLDER/eclipse/eclipse\n" + only_roots,
+               ""}));
   EXPECT_EQ(director_calls(), question);
 }
 
@@ -28,8 +40,9 @@ TEST_F(VerifyCommand, NamesEveryDifferenceOfAnInstallation) {
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
                      "Different: of the units that the session installs (3), 2 not installed in FOLDER/eclipse/eclipse\n"
-                     "  two/2.0 is not installed, but in version 1.0.0 (FOLDER/tools/etc/eclipse/tools.txt:2)\n"
-                     "  three is not installed (FOLDER/tools/etc/eclipse/tools.txt:3)\n",
+                     "  two/2.0 is not installed by name, but in version 1.0.0 (FOLDER/tools/etc/eclipse/tools.txt:2)\n"
+                     "  three is not installed by name (FOLDER/tools/etc/eclipse/tools.txt:3)\n" +
+                         only_roots,
                      ""}));
 }
 
@@ -39,11 +52,47 @@ TEST_F(VerifyCommand, NamesWhatARemovalLeft) {
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
                      "Different: of the units that the session removes (2), 1 still installed in FOLDER/eclipse/eclipse\n"
-                     "  one is still installed (FOLDER/tools/etc/eclipse/tools.txt:2)\n",
+                     "  one is still installed (FOLDER/tools/etc/eclipse/tools.txt:2)\n" +
+                         only_roots,
                      ""}));
   script(2, ":");
+  EXPECT_EQ(
+      eclipse_int("verify session.json"),
+      (Outcome{0, "Same: the units that the session removes (2) are all gone from FOLDER/eclipse/eclipse\n" + only_roots, ""}));
+}
+
+TEST_F(VerifyCommand, TellsWhatCameAlongFromWhatIsNotThere) {
+  write_session("install");
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite\ttwo\nsite\tthree\n");
+  script(1, "echo one/1.0.0");
+  write_profile(
+      "<unit id='one' version='1.0.0'><requires><required namespace='n' name='two'/></requires></unit>"
+      "<unit id='two' version='1.0.0'/>");
   EXPECT_EQ(eclipse_int("verify session.json"),
-            (Outcome{0, "Same: the units that the session removes (2) are all gone from FOLDER/eclipse/eclipse\n", ""}));
+            (Outcome{1,
+                     "Different: of the units that the session installs (3), 1 not installed in FOLDER/eclipse/eclipse\n"
+                     "  three is not installed (FOLDER/tools/etc/eclipse/tools.txt:3)\n"
+                     "  two is installed, but not by name; one requires it (FOLDER/tools/etc/eclipse/tools.txt:2)\n",
+                     ""}));
+  write_session("uninstall", {}, "\"remove\": true");
+  script(2, "echo one/1.0.0");
+  EXPECT_EQ(eclipse_int("verify session.json"),
+            (Outcome{1,
+                     "Different: of the units that the session removes (3), 2 still installed in FOLDER/eclipse/eclipse\n"
+                     "  one is still installed (FOLDER/tools/etc/eclipse/tools.txt:1)\n"
+                     "  two is still installed, but not by name; one requires it (FOLDER/tools/etc/eclipse/tools.txt:2)\n",
+                     ""}));
+}
+
+TEST_F(VerifyCommand, NamesOnlySomeOfManyThatRequireAUnit) {
+  write_session("install");
+  script(1, "echo one/1.0.0");
+  std::string units = "<unit id='two' version='1.0.0'/>";
+  for (const char* const id : {"a", "b", "c", "d", "e"}) {
+    units += "<unit id='" + std::string(id) + "'><requires><required name='two'/></requires></unit>";
+  }
+  write_profile(units);
+  EXPECT_NE(eclipse_int("verify session.json").output.find("; a, b, c and 2 more require it ("), std::string::npos);
 }
 
 TEST_F(VerifyCommand, IsThereForPrograms) {
@@ -54,17 +103,28 @@ TEST_F(VerifyCommand, IsThereForPrograms) {
   EXPECT_EQ(Json::parse(outcome.output), Json::parse(R"({
     "removal": false, "executable": "FOLDER/eclipse/eclipse", "same": false,
     "units": [
-      {"unit": "one", "places": ["FOLDER/tools/etc/eclipse/tools.txt:2"], "installed": true, "otherVersions": [], "same": true},
-      {"unit": "two", "places": ["FOLDER/tools/etc/eclipse/tools.txt:3"], "installed": false, "otherVersions": [], "same": false}],
-    "installed": ["local.ide/4", "one/1.0.0"]})"));
+      {"unit": "one", "places": ["FOLDER/tools/etc/eclipse/tools.txt:2"], "installed": true, "byName": true,
+       "requiredBy": [], "otherVersions": [], "same": true},
+      {"unit": "two", "places": ["FOLDER/tools/etc/eclipse/tools.txt:3"], "installed": false, "byName": false,
+       "requiredBy": [], "otherVersions": [], "same": false}],
+    "roots": ["local.ide/4", "one/1.0.0"], "knowsAll": false})"));
 }
 
 TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
   write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
   EXPECT_EQ(eclipse_int("verify session.json"),
-            (Outcome{0, "Same: the session changes nothing; the log ends with: eclipse_int: nothing to integrate\n", ""}));
+            (Outcome{0,
+                     "Same: the session changes nothing; the log ends with: eclipse_int: nothing to integrate\n"
+                     "  ECLIPSE_INTEGRATION_CHOICE is \"none\"\n"
+                     "  so there is no Eclipse to work on, and no component is searched (1 component)\n",
+                     ""}));
   EXPECT_EQ(Json::parse(eclipse_int("verify session.json --json").output),
-            Json::parse(R"({"same": true, "units": [], "reason": "eclipse_int: nothing to integrate"})"));
+            (Json{{"same", true},
+                  {"units", Json::array()},
+                  {"reason", "eclipse_int: nothing to integrate"},
+                  {"reasons",
+                   {"ECLIPSE_INTEGRATION_CHOICE is \"none\"",
+                    "so there is no Eclipse to work on, and no component is searched (1 component)"}}}));
   EXPECT_EQ(director_calls(), "");
 }
 
@@ -81,10 +141,15 @@ TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
   EXPECT_EQ(eclipse_int("verify session.json").status, 2) << "the run would be refused";
   write_session("uninstall", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}}, "\"remove\": true");
   EXPECT_EQ(eclipse_int("verify session.json"),
-            (Outcome{2, "", "eclipse-int: there is no Eclipse to ask: \"/missing/eclipse\" does not exist\n"}));
+            (Outcome{2, "", "eclipse-int: there is no Eclipse to ask\n  \"/missing/eclipse\" does not exist\n"}));
   write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "internal"}});
   EXPECT_EQ(eclipse_int("verify session.json"),
-            (Outcome{2, "", "eclipse-int: there is no Eclipse to ask: eclipse_int: eclipse not found\n"}));
+            (Outcome{2, "",
+                     "eclipse-int: there is no Eclipse to ask\n"
+                     "  ECLIPSE_INTEGRATION_CHOICE is \"internal\"\n"
+                     "  ECLIPSE_BIN is \"eclipse\"\n"
+                     "  no component provides an IDE; the capabilities are: TOOLS_ECLIPSE_PLUGIN\n"
+                     "  so there is no Eclipse to work on, and no component is searched (1 component)\n"}));
 }
 
 }  // namespace

@@ -1,0 +1,19 @@
+// Why a run comes to no command.
+#ifndef ECLIPSE_INT_PLAN_REASONS_H
+#define ECLIPSE_INT_PLAN_REASONS_H
+
+#include <string>
+#include <vector>
+
+#include "host/session.h"
+#include "plan/plan.h"
+#include "plan/recorded_run.h"
+
+namespace eclipse_plan {
+
+/// Each on a line of its own, in the order in which the plug-in came upon them. For a run that is not refused.
+std::vector<std::string> reasons_for_no_command(const Plan& plan, const RecordedRun& run, const eclipse_host::Session& session);
+
+}  // namespace eclipse_plan
+
+#endif

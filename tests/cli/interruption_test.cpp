@@ -1,0 +1,122 @@
+#include <unistd.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+using Json = nlohmann::json;
+
+/// Whether the director that wrote its number into the file has ended. What is left of it may have to be waited for by others.
+bool has_ended(const std::string& file) {
+  std::ifstream number(file);
+  std::string process;
+  if (!(number >> process)) return false;
+  for (int i = 0; i < 200; ++i) {
+    std::ifstream stream("/proc/" + process + "/stat");
+    std::string first, name, state;
+    if (!(stream >> first >> name >> state) || state == "Z") return true;
+    usleep(10'000);
+  }
+  return false;
+}
+
+/// The signal goes to the command alone, as from "kill".
+class Interruption : public ChildCommand {
+ protected:
+  /// Runs the command with its number in a file, by which a director can send it a signal.
+  Outcome eclipse_int_with_number(const std::string& arguments, const std::string& before = "") const {
+    return eclipse_int(arguments, "sh -c 'echo $$ > number; exec " + before + " \"$@\"' -");
+  }
+
+  /// Prints something, and some time later sends the signal and hangs.
+  static std::string director_that_sends(const std::string& signal) {
+    return "echo begun; sleep 0.3; sh -c 'echo $$ > director; kill -s " + signal + " $(cat number); exec sleep 100'; echo late";
+  }
+};
+
+TEST_F(Interruption, TellsWhatIsKnownForPrograms) {
+  write_session("install");
+  script(1, "echo failed; exit 13");
+  script(2, director_that_sends("INT"));
+  const Outcome outcome = eclipse_int_with_number("run session.json --json --log log --write-variables v.json");
+  EXPECT_EQ(outcome.status, 130);
+  EXPECT_EQ(outcome.error, "");
+  const Json result = Json::parse(outcome.output);
+  EXPECT_EQ(result.at("status"), "interrupted");
+  EXPECT_EQ(result.at("exitStatus"), 130);
+  EXPECT_EQ(result.at("signal"), "SIGINT");
+  EXPECT_EQ(result.at("actions").size(), 5U);
+  EXPECT_EQ(result.at("actions").back(), (Json{{"name", "perform_integration"}, {"result", nullptr}}));
+  ASSERT_EQ(result.at("commands").size(), 2U);
+  EXPECT_EQ(result.at("commands").at(0).at("exitCode"), 13);
+  const Json& running = result.at("commands").at(1);
+  EXPECT_EQ(running.at("command"), "FOLDER/eclipse/eclipse " + install_arguments("one") + " 2>&1");
+  EXPECT_EQ(running.at("output"), "begun\n");
+  EXPECT_EQ(running.at("exitCode"), nullptr);
+  EXPECT_EQ(result.at("log").back(), "eclipse_int: running command: " + running.at("command").get<std::string>());
+  EXPECT_FALSE(result.at("variables").at("before").contains("ECLIPSE_PATH"));
+  EXPECT_EQ(result.at("variables").at("after").at("ECLIPSE_PATH"), "FOLDER/eclipse");
+  EXPECT_NE(content_of("v.json").find("\"ECLIPSE_PATH\""), std::string::npos) << "the variables are kept";
+  EXPECT_TRUE(has_ended("director"));
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n" + install_arguments("one") + "\n") << "no retry follows";
+}
+
+TEST_F(Interruption, TellsIt) {
+  write_session("install");
+  script(1, director_that_sends("TERM"));
+  const Outcome outcome = eclipse_int_with_number("run session.json");
+  EXPECT_EQ(outcome.status, 143);
+  EXPECT_TRUE(
+      outcome.output.ends_with("    begun\n"
+                               "\n"
+                               "Interrupted by SIGTERM\n"
+                               "  The director that was running was ended; what it had done by then may have stayed.\n"))
+      << outcome.output;
+  EXPECT_TRUE(has_ended("director"));
+}
+
+TEST_F(Interruption, EndsTheQuestionForWhatIsInstalled) {
+  write_session("install");
+  script(1, director_that_sends("INT"));
+  const Outcome outcome = eclipse_int_with_number("verify session.json");
+  EXPECT_EQ(outcome, (Outcome{130, "", "eclipse-int: interrupted by SIGINT; the director that was asked has been ended\n"}));
+  EXPECT_TRUE(has_ended("director"));
+}
+
+TEST_F(Interruption, EndsTheQuestionsOfAVerifiedRun) {
+  write_session("install");
+  script(1, director_that_sends("INT"));
+  const Outcome outcome = eclipse_int_with_number("run session.json --verify --json");
+  EXPECT_EQ(outcome.status, 130);
+  EXPECT_EQ(Json::parse(outcome.output).at("commands"), Json::array());
+  EXPECT_TRUE(has_ended("director"));
+}
+
+TEST_F(Interruption, AfterAVerifiedRunLosesNothingOfIt) {
+  write_session("install");
+  script(3, director_that_sends("INT"));
+  const Outcome outcome = eclipse_int_with_number("run session.json --verify --json");
+  EXPECT_EQ(outcome.status, 2);
+  const Json result = Json::parse(outcome.output);
+  EXPECT_EQ(result.at("status"), "done");
+  EXPECT_EQ(result.at("verification").at("faults"),
+            Json::array({"after the run, SIGINT ended the question for what is installed"}));
+  EXPECT_TRUE(has_ended("director"));
+}
+
+TEST_F(Interruption, ThatIsIgnoredStaysIgnored) {
+  write_session("install");
+  script(1, "kill -s HUP $(cat number)");
+  const Outcome outcome = eclipse_int_with_number("run session.json", "nohup");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_NE(outcome.output.find("\nDone\n"), std::string::npos) << outcome.output;
+}
+
+}  // namespace
+
+}  // namespace cli_test
