@@ -2,13 +2,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
+#include <locale>
 #include <sstream>
 
 #include "eclipse_int/eclipse_int.h"
 #include "every_text.h"
 #include "fake_host/fake_host.h"
 #include "plugin_config_equality.h"
+#include "short_reads.h"
 
 using fake::FakeHost;
 using fake::Texts;
@@ -128,6 +131,42 @@ TEST(DescriptorFile, OneThatMayNotBeReadAppendsNothing) {
   ASSERT_EQ(chmod("base/file", 0644), 0);
   process_file({"base", "file"}, records);
   EXPECT_EQ(records.size(), 1U);
+}
+
+/// Makes an "x" of every byte that a stream reads.
+class Unreadable : public std::codecvt<char, char, std::mbstate_t> {
+ private:
+  bool do_always_noconv() const noexcept override { return false; }
+  int do_encoding() const noexcept override { return 1; }
+  result do_in(state_type&, const char* from, const char* from_end, const char*& from_next, char* to, char* to_end,
+               char*& to_next) const override {
+    const auto count = std::min(from_end - from, to_end - to);
+    from_next = from + count;
+    to_next = std::fill_n(to, count, 'x');
+    return ok;
+  }
+};
+
+TEST(DescriptorFile, IsReadAsItIsWhateverTheLocale) {
+  FakeHost host;
+  fake::write_file("base/file", "site\tfeat");
+  Records records;
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Unreadable));
+  process_file({"base", "file"}, records);
+  std::locale::global(before);
+  EXPECT_EQ(records, (Records{{"site", "feat", "", "undefined", "base"}}));
+}
+
+TEST(DescriptorFile, OneThatShrinksWhileItIsReadHasZeroBytesForTheRest) {
+  FakeHost host;
+  fake::write_file("base/file", "site\tfeat\nsite\tfeat\n");
+  Records records;
+  {
+    const ShortReads shrunk(16);
+    process_file({"base", "file"}, records);
+  }
+  EXPECT_EQ(records, (Records{{"site", "feat", "", "undefined", "base"},
+                              {"site", std::string("f\0\0\0\0", 5), "", "undefined", "base"}}));
 }
 
 TEST(DescriptorFile, LinkToAFileIsRead) {

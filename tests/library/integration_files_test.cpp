@@ -121,7 +121,7 @@ TEST(IntegrationFiles, OnlyTheConditionOfTheModeFilters) {
 }
 
 TEST(IntegrationFiles, FolderIsFoundAtEveryPlaceInALongPath) {
-  const Texts listed = every_text({"etc", "/", "\\", "eclipse", "e", "etc/eclips", "\n"}, 5);
+  const Texts listed = every_text({"etc", "/", "\\", "eclipse", "e", "etc/eclips", "\n", "\xFF"}, 5);
   Files expected;
   for (std::string text : listed) {
     std::replace(text.begin(), text.end(), '\\', '/');

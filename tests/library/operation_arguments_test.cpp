@@ -169,7 +169,8 @@ TEST_F(OperationArguments, OfTheEclipsePath) {
   calls.clear();
   variables["ECLIPSE_INTEGRATION_CHOICE"] = "user";
   define_eclipse_path(&session);
-  EXPECT_EQ(calls.back(), "env_set_string of texts ECLIPSE_PATH \"/own\"");
+  EXPECT_EQ(Texts(calls.end() - 2, calls.end()),
+            (Texts{"file_exists \"/own/eclipse\" false", "env_set_string of texts ECLIPSE_PATH \"/own\""}));
 }
 
 TEST_F(OperationArguments, OfTheVersionCheck) {

@@ -81,7 +81,7 @@ class Build:
             command = [part.replace(str(ROOT / "src"), str(tree)) for part in self.compile[file]]
             command = command[1:] if "ccache" in command[0] else command
             command[command.index("-o") + 1] = str(target)
-            if subprocess.run(command + ["-O0", "-w", "-Wno-error"], cwd=self.folder, capture_output=True).returncode != 0:
+            if subprocess.run(command + ["-O0", "-w", "-Wno-error", "-D_GLIBCXX_ASSERTIONS"], cwd=self.folder, capture_output=True).returncode != 0:
                 return None
             link[link.index(self.objects[file])] = str(target)
         library = work / pathlib.Path(LIBRARY).name
