@@ -32,12 +32,12 @@ struct IdeState {
 };
 
 IdeState find_ide(session_t* session) {
-  IdeState ide;
   const CapabilityMap* const capabilities = capability_map(session);
   if (capabilities == nullptr) {
     print_log("eclipse_int::find_eclipse_ide : provides_list is NULL");
-    return ide;
+    return {};
   }
+  IdeState ide;
   const std::string mode = env_get_string(session, "KORU_MODE");
   for (const auto& [name, component] : *capabilities) {
     if (!is_usable(component) || !is_ide_capability(name)) continue;

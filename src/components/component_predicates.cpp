@@ -22,9 +22,9 @@ bool get_component_by_content_predicate(const std::string& pattern, Component* c
 }
 
 std::vector<Component*> get_ide_components(session_t* session) {
-  std::vector<Component*> components;
   const CapabilityMap* const capabilities = capability_map(session);
-  if (capabilities == nullptr) return components;
+  if (capabilities == nullptr) return {};
+  std::vector<Component*> components;
   for (const auto& [name, component] : *capabilities) {
     if (is_usable(component) && is_ide_capability(name)) components.push_back(component);
   }

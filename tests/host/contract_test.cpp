@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "fake_host/fake_host.h"
+#include "fake_host/not_administrator.h"
 #include "host/session.h"
 
 using eclipse_host::ActiveSession;
@@ -30,6 +31,7 @@ struct StandAloneHost : Session {
 };
 
 struct TestDouble : fake::FakeHost {
+  /// This host runs nothing: what is shown of it is that what a test scripts reaches the plug-in unchanged.
   void foresee(const CommandResult& result) { results.push_back(result); }
 };
 
@@ -234,7 +236,11 @@ TYPED_TEST(HostContract, FileIsReadWholeAndZeroTerminated) {
 TYPED_TEST(HostContract, WhatCannotBeReadIsNull) {
   std::filesystem::create_directory("folder");
   long long size = -1;
-  for (const std::string path : {"folder", "missing", ""}) {
+  fake::write_file("unreadable", "text");
+  ASSERT_EQ(chmod(".", 0755), 0);
+  ASSERT_EQ(chmod("unreadable", 0), 0);
+  const fake::NotAdministrator unprivileged;
+  for (const std::string path : {"folder", "missing", "", "unreadable"}) {
     EXPECT_EQ(get_file(path, 0, &size), nullptr) << path;
     EXPECT_EQ(get_file(path, 0, nullptr), nullptr) << path;
   }

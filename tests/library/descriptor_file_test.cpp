@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -10,6 +9,7 @@
 #include "eclipse_int/eclipse_int.h"
 #include "every_text.h"
 #include "fake_host/fake_host.h"
+#include "fake_host/not_administrator.h"
 #include "plugin_config_equality.h"
 #include "short_reads.h"
 
@@ -95,27 +95,6 @@ TEST(DescriptorFile, WhatIsNoReadableFileAppendsNothingAndIsNotLogged) {
   EXPECT_EQ(host.events, Texts{});
 }
 
-/// Takes the administrator's rights from the process, whom no permission stops otherwise.
-class NotAdministrator {
- public:
-  NotAdministrator() {
-    if (before_ == 0) {
-      EXPECT_EQ(seteuid(nobody), 0);
-    }
-  }
-  ~NotAdministrator() {
-    if (before_ == 0) {
-      EXPECT_EQ(seteuid(0), 0);
-    }
-  }
-  NotAdministrator(const NotAdministrator&) = delete;
-  NotAdministrator& operator=(const NotAdministrator&) = delete;
-
- private:
-  static constexpr uid_t nobody = 65534;
-  const uid_t before_ = geteuid();
-};
-
 TEST(DescriptorFile, OneThatMayNotBeReadAppendsNothing) {
   FakeHost host;
   fake::write_file("base/file", "site\tfeat\n");
@@ -124,7 +103,7 @@ TEST(DescriptorFile, OneThatMayNotBeReadAppendsNothing) {
   ASSERT_EQ(chmod("base/file", 0), 0);
   Records records;
   {
-    const NotAdministrator unprivileged;
+    const fake::NotAdministrator unprivileged;
     process_file({"base", "file"}, records);
   }
   EXPECT_EQ(records, Records());

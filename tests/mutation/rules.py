@@ -154,18 +154,47 @@ def after_name(tokens, index):
     return tokens[index + 1].text
 
 
-def removed_statements(source, tokens):
+def expression_statements(tokens):
+    """First and last index of each statement that is a call or an assignment."""
     for index, token in enumerate(tokens):
         before = tokens[index - 1].text if index else ";"
-        if token.kind != "word" or before not in (";", "{", "}", ")"):
+        if token.kind != "word" or token.text in OTHER_KEYWORDS | STATEMENT_WORDS or before not in (";", "{", "}", ")"):
             continue
-        if token.text in STATEMENT_WORDS:
-            # A return that stands alone is the end of its function.
-            if before != ")":
-                continue
-        elif token.text in OTHER_KEYWORDS or after_name(tokens, index) not in ("(", ".", "->", "=", "+=", "-=", "["):
+        if after_name(tokens, index) in ("(", ".", "->", "=", "+=", "-=", "["):
+            yield index, statement_end(tokens, index)
+
+
+def removed_statements(source, tokens):
+    for first, last in expression_statements(tokens):
+        yield tokens[first].start, tokens[last].end, ";"
+    for index, token in enumerate(tokens):
+        # A return that stands alone is the end of its function.
+        if token.text in STATEMENT_WORDS and tokens[index - 1].text == ")":
+            yield token.start, tokens[statement_end(tokens, index)].end, ";"
+
+
+def returned_values(source, tokens):
+    for index, token in enumerate(tokens):
+        if token.text != "return" or tokens[index + 1].text == ";":
             continue
-        yield token.start, tokens[statement_end(tokens, index)].end, ";"
+        end = statement_end(tokens, index)
+        if source[tokens[index + 1].start : tokens[end].start] not in ("0", "false", '""', "{}", "std::nullopt"):
+            yield tokens[index + 1].start, tokens[end].start, "{}"
+
+
+def loops_left_early(source, tokens):
+    """A loop that ends at its first hit."""
+    statements = list(expression_statements(tokens))
+    for index, token in enumerate(tokens):
+        if token.text not in ("for", "while") or tokens[index + 1].text != "(":
+            continue
+        body = closing(tokens, index + 1) + 1
+        if tokens[body].text != "{":
+            continue
+        for first, last in statements:
+            if body < first and last < closing(tokens, body):
+                text = source[tokens[first].start : tokens[last].end]
+                yield tokens[first].start, tokens[last].end, "{ " + text + " break; }"
 
 
 def negated_conditions(source, tokens):
@@ -224,6 +253,8 @@ RULES = {
     "statement left out": removed_statements,
     "condition negated": negated_conditions,
     "loop of one round": loops_of_one_round,
+    "loop left early": loops_left_early,
+    "returned value": returned_values,
     "call left out": calls_left_out,
 }
 
