@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "cli/one_line.h"
-#include "cli/outcome.h"
+#include "plan/alike_retries.h"
 
 namespace eclipse_cli {
 
@@ -51,7 +51,9 @@ void Account::begin(const std::string& file, const Session& session) {
 RunObserver Account::observer() {
   RunObserver observer;
   observer.on_action = [this](const std::string& action) { tell("Action " + action + "\n"); };
-  observer.on_command = [this](const std::string& command) { tell("  Command: " + on_one_line(command) + "\n"); };
+  observer.on_command = [this](const std::string& command) {
+    tell("  Command: " + on_one_line(command, eclipse_plan::longest_argument) + "\n");
+  };
   observer.command_progress.on_output = [this](std::string_view piece) { tell_output(piece); };
   observer.command_progress.on_error_output = [this](std::string_view piece) { tell_output(piece); };
   observer.command_progress.on_wait = [this](double seconds) { tell_waiting(seconds); };
@@ -59,7 +61,9 @@ RunObserver Account::observer() {
   return observer;
 }
 
-void Account::end(const RunRecord& record, bool graphical) { tell("\n" + outcome_of(record, graphical)); }
+void Account::end(const RunRecord& record, bool graphical, const InstanceFinding& finding) {
+  tell("\n" + outcome_of(record, graphical, finding));
+}
 
 void Account::interrupt(const std::string& signal, bool director_was_running) {
   tell("\nInterrupted by " + signal + "\n" +

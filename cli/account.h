@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "cli/outcome.h"
 #include "host/session_run.h"
 
 namespace eclipse_cli {
@@ -25,7 +26,7 @@ class Account {
   void interrupt(const std::string& signal, bool director_was_running);
 
   /// What it all came to.
-  void end(const eclipse_host::RunRecord& record, bool graphical);
+  void end(const eclipse_host::RunRecord& record, bool graphical, const InstanceFinding& finding);
 
  private:
   void tell(const std::string& text);

@@ -1,12 +1,27 @@
 #include "cli/json_result.h"
 
 #include <nlohmann/json.hpp>
+#include <string_view>
+
+#include "host/json_document.h"
 
 namespace eclipse_cli {
 
 namespace {
 
 using Json = nlohmann::ordered_json;
+
+std::string in_hexadecimal(std::string_view text) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string hexadecimal;
+  hexadecimal.reserve(2 * text.size());
+  for (const char each : text) {
+    const auto byte = static_cast<unsigned char>(each);
+    hexadecimal += digits[byte >> 4U];
+    hexadecimal += digits[byte & 15U];
+  }
+  return hexadecimal;
+}
 
 const char* status_of(const eclipse_host::RunRecord& record) {
   if (!record.refusal.empty()) return "refused";
@@ -21,12 +36,13 @@ Json actions_of(const eclipse_host::RunRecord& record) {
 
 Json command_json(const eclipse_host::CommandRecord& record) {
   const auto& [action, command, result, is_retry] = record;
-  return {{"action", action},
-          {"command", command},
-          {"output", result.output},
-          {"errorOutput", result.error_output},
-          {"exitCode", result.exit_code},
-          {"seconds", result.seconds}};
+  Json json = {{"action", action}};
+  add_text(json, "command", command, "hex");
+  add_text(json, "output", result.output, "outputHex");
+  add_text(json, "errorOutput", result.error_output, "errorOutputHex");
+  json["exitCode"] = result.exit_code;
+  json["seconds"] = result.seconds;
+  return json;
 }
 
 Json commands_json(const std::vector<eclipse_host::CommandRecord>& records) {
@@ -36,6 +52,11 @@ Json commands_json(const std::vector<eclipse_host::CommandRecord>& records) {
 }
 
 }  // namespace
+
+void add_text(Json& json, const char* name, const std::string& text, const char* hex_name) {
+  json[name] = text;
+  if (!eclipse_host::is_utf8(text)) json[hex_name] = in_hexadecimal(text);
+}
 
 Json json_result(const eclipse_host::RunRecord& record, int exit_status) {
   Json result;

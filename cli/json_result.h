@@ -4,6 +4,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 #include <ostream>
+#include <string>
 
 #include "cli/interruption.h"
 #include "cli/run_so_far.h"
@@ -12,12 +13,16 @@
 
 namespace eclipse_cli {
 
+/// Adds a text as a member of an object, and behind it its bytes in hexadecimal when they are not UTF-8.
+void add_text(nlohmann::ordered_json& json, const char* name, const std::string& text, const char* hex_name);
+
 /// The document for a run:
 ///   status: "done", "failed" or "refused"; exitStatus: of this command; refusal: why, only when refused
 ///   actions: [{name, result}]
 ///   variables: {before: {NAME: text}, after: {NAME: text}}
 ///   log: [line]
-///   commands: [{action, command, output, errorOutput, exitCode, seconds}]
+///   commands: [{action, command, hex, output, outputHex, errorOutput, errorOutputHex, exitCode, seconds}]; hex, outputHex and
+///     errorOutputHex: the bytes of the text before, each only when they are not UTF-8
 nlohmann::ordered_json json_result(const eclipse_host::RunRecord& record, int exit_status);
 
 /// The document for a run that a signal ended:

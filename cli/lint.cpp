@@ -68,7 +68,7 @@ void mention_unused(const Settings& settings, const Findings& findings) {
   for (const Override& entry : settings.overrides) {
     const auto is_for = [&](const Finding& finding) { return applies(entry, finding); };
     if (settings.disabled.count(entry.rule) != 0 || std::any_of(findings.begin(), findings.end(), is_for)) continue;
-    complain(entry.place + ": note: no finding of " + entry.rule + " is set aside by this override; take it out");
+    complain(entry.place + ": note: no finding of " + entry.rule + " in these inputs is set aside by this override");
   }
 }
 

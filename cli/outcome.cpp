@@ -59,13 +59,18 @@ class Effect {
     for (const std::string& feature : features) add_feature(feature, success);
   }
 
-  std::string text() const {
-    const std::string where = (removal_ ? "removed from " : "installed into ") + on_one_line(instance_) + ":\n";
+  std::string text(const InstanceFinding& finding) const {
+    const std::string where = (removal_ ? "removed from " : "installed into ") + on_one_line(instance_);
+    const std::string found = (removal_ ? "it still has them, as the verification below says"
+                                        : "it does not have them, as the verification below says");
     std::string text;
     if (retried_) text += "  Not all " + how() + " at once, so they were tried one by one.\n";
-    if (const std::string done = list(true); !done.empty()) text += "  These features were " + where + done;
-    if (const std::string failed = list(false); !failed.empty()) text += "  These features were not " + where + failed;
-    return text;
+    text += list("These features were " + where, true, finding, false);
+    text += list("The director succeeded, but these features were not " + where + "; " + found, true, finding, true);
+    return text + list("These features were not " + where, false, finding, false) +
+           list("The director failed, but these features are as they should be in " + on_one_line(instance_) +
+                    ", as the verification below says",
+                false, finding, true);
   }
 
  private:
@@ -81,12 +86,19 @@ class Effect {
 
   std::string how() const { return removal_ ? "came out" : "went in"; }
 
-  std::string list(bool success) const {
+  bool is_denied(const std::string& feature, bool success, const InstanceFinding& finding) const {
+    const std::optional<bool> has = finding.has(feature);
+    return has && (*has != removal_) != success;
+  }
+
+  /// The features with these fates below a title; nothing when there is none.
+  std::string list(const std::string& title, bool success, const InstanceFinding& finding, bool denied) const {
     std::string lines;
     for (const auto& [feature, succeeded] : features_) {
-      if (succeeded == success) lines += "    " + on_one_line(feature) + "\n";
+      if (succeeded != success || is_denied(feature, success, finding) != denied) continue;
+      lines += "    " + on_one_line(feature) + "\n";
     }
-    return lines;
+    return lines.empty() ? "" : "  " + title + ":\n" + lines;
   }
 
   bool removal_;
@@ -108,19 +120,20 @@ std::vector<Effect> effects_of(const std::vector<CommandRecord>& commands) {
   return effects;
 }
 
-std::string verdict(const RunRecord& record) {
+std::string verdict(const RunRecord& record, const InstanceFinding& finding) {
   if (!record.refusal.empty()) return "Refused: " + on_one_line(record.refusal) + "\n";
-  return record.failed() ? "Failed\n" : "Done\n";
+  if (record.failed()) return "Failed\n";
+  return finding.differs ? "Done, but the Eclipse is not as the session should have left it\n" : "Done\n";
 }
 
-std::string what_happened(const RunRecord& record) {
+std::string what_happened(const RunRecord& record, const InstanceFinding& finding) {
   if (record.commands.empty()) {
     std::string text = "  No director was started, so nothing was changed in Eclipse.\n";
     if (record.refusal.empty() && !record.log.empty()) text += "  The log ends with: " + on_one_line(record.log.back()) + "\n";
     return text;
   }
   std::string text;
-  for (const Effect& effect : effects_of(record.commands)) text += effect.text();
+  for (const Effect& effect : effects_of(record.commands)) text += effect.text(finding);
   for (const auto& action : record.actions) {
     if (action.result != 0) text += "  " + action.name + " ended with " + std::to_string(action.result) + ".\n";
   }
@@ -158,8 +171,9 @@ std::string failure_summary(const Variables& variables, bool graphical) {
 
 }  // namespace
 
-std::string outcome_of(const RunRecord& record, bool graphical) {
-  return verdict(record) + what_happened(record) + changed_variables(record.variables_before, record.variables_after) +
+std::string outcome_of(const RunRecord& record, bool graphical, const InstanceFinding& finding) {
+  return verdict(record, finding) + what_happened(record, finding) +
+         changed_variables(record.variables_before, record.variables_after) +
          failure_summary(record.variables_after, graphical);
 }
 

@@ -1,5 +1,6 @@
 #include "cli/plan_account.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "cli/one_line.h"
@@ -35,11 +36,12 @@ std::string actions_of(const Plan& plan) {
 
 std::string version_of(const Plan& plan) {
   if (!plan.version) return "";
-  const auto& [version, minimum, supported] = *plan.version;
-  const bool yes = supported == "yes";
-  std::string text = "  " + version +
-                     (yes ? " is supported: it does not come before " : " is not supported: it comes before ") +
-                     "the minimum " + minimum + ", since " + where_they_part(version, minimum) + "\n";
+  const std::string version = on_one_line(plan.version->version);
+  const std::string minimum = on_one_line(plan.version->minimum);
+  const bool yes = plan.version->supported == "yes";
+  std::string text =
+      "  " + version + (yes ? " is supported: it does not come before " : " is not supported: it comes before ") +
+      "the minimum " + minimum + ", since " + on_one_line(where_they_part(plan.version->version, plan.version->minimum)) + "\n";
   if (numbers_say_otherwise(*plan.version)) {
     text += "  Warning: texts are compared, not numbers; as numbers, " + version +
             (yes ? " comes before " : " does not come before ") + minimum + "\n";
@@ -140,37 +142,44 @@ std::string shown_byte(const std::string& text, std::size_t offset) {
   return byte == " " ? "blank" : on_one_line(byte);
 }
 
-/// The words, with an empty line before each further command.
-std::string words_of(const ShellReading& shell) {
+/// Of a long text the shell may make thousands of words.
+constexpr std::size_t most_lines = 50;
+
+/// What is told of the first items, and how many more there are.
+template <typename Item, typename Tell>
+std::string of_first(const std::vector<Item>& items, const std::string& indent, const std::string& noun, const Tell& tell) {
   std::string text;
-  std::size_t command = 0;
-  for (const ShellWords& words : shell.commands) {
-    text += "    Command " + std::to_string(++command) + " would get these words:\n";
-    for (const std::string& word : words) text += "      " + on_one_line(word) + "\n";
-  }
+  const std::size_t shown = std::min(items.size(), most_lines);
+  for (std::size_t i = 0; i < shown; ++i) text += tell(items[i]);
+  if (items.size() > shown) text += indent + "and " + counted(items.size() - shown, "more " + noun) + " (--json has them)\n";
   return text;
+}
+
+std::string words_of(const ShellReading& shell) {
+  std::size_t command = 0;
+  return of_first(shell.commands, "    ", "command", [&](const ShellWords& words) {
+    return "    Command " + std::to_string(++command) + " would get these words:\n" +
+           of_first(words, "      ", "word", [](const std::string& word) { return "      " + on_one_line(word) + "\n"; });
+  });
+}
+
+std::string text_of(const std::vector<ShellRemark>& remarks, const std::string& text, const std::string& indent) {
+  return of_first(remarks, indent, "byte", [&](const ShellRemark& remark) {
+    return indent + "Byte " + std::to_string(remark.offset + 1) + " (" + shown_byte(text, remark.offset) +
+           "): " + remark.effect + "\n";
+  });
 }
 
 /// One line for each text that the shell does not pass on, and one for each place in it.
 std::string causes_of(const PlannedCommand& command) {
-  std::string text;
-  for (const ShellCause& cause : command.causes) {
-    text += "    Because of " + on_one_line(cause.origin) + ": " + on_one_line(cause.text) + "\n";
-    for (const auto& [offset, effect] : cause.remarks) {
-      text += "      Byte " + std::to_string(offset + 1) + " (" + shown_byte(cause.text, offset) + "): " + effect + "\n";
-    }
-  }
-  return text;
+  return of_first(command.causes, "    ", "text", [](const ShellCause& cause) {
+    return "    Because of " + on_one_line(cause.origin) + ": " + on_one_line(cause.text) + "\n" +
+           text_of(cause.remarks, cause.text, "      ");
+  });
 }
 
 /// What the shell does not pass on, where no text of the session or of a descriptor is the reason.
-std::string remarks_of(const PlannedCommand& command) {
-  std::string text;
-  for (const auto& [offset, effect] : command.shell.remarks) {
-    text += "    Byte " + std::to_string(offset + 1) + " (" + shown_byte(command.text, offset) + "): " + effect + "\n";
-  }
-  return text;
-}
+std::string remarks_of(const PlannedCommand& command) { return text_of(command.shell.remarks, command.text, "    "); }
 
 std::string shell_warning(const PlannedCommand& command) {
   if (command.is_passed_on()) return "";
@@ -180,9 +189,10 @@ std::string shell_warning(const PlannedCommand& command) {
            "\n" + causes_of(command);
   }
   std::string text = "  Warning: the shell makes something else of the command than is meant:\n" + words_of(shell);
-  for (const std::string& redirection : shell.redirections) {
-    if (redirection != "2>&1") text += "    Redirection: " + on_one_line(redirection) + "\n";
-  }
+  std::vector<std::string> redirections = shell.redirections;
+  std::erase(redirections, "2>&1");
+  text += of_first(redirections, "    ", "redirection",
+                   [](const std::string& redirection) { return "    Redirection: " + on_one_line(redirection) + "\n"; });
   return text + (command.causes.empty() ? remarks_of(command) : causes_of(command));
 }
 
@@ -196,7 +206,8 @@ std::string obstacle_warning(const PlannedCommand& command) {
 }
 
 std::string text_of(const PlannedCommand& command) {
-  return "  " + on_one_line(command.text) + "\n" + length_warning(command) + obstacle_warning(command) + shell_warning(command);
+  return "  " + on_one_line(command.text, longest_argument) + "\n" + length_warning(command) + obstacle_warning(command) +
+         shell_warning(command);
 }
 
 std::string length_of(std::size_t bytes) {

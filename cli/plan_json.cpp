@@ -1,8 +1,8 @@
 #include "cli/plan_json.h"
 
-#include <array>
-#include <cstdio>
 #include <nlohmann/json.hpp>
+
+#include "cli/json_result.h"
 
 using namespace eclipse_plan;
 
@@ -17,25 +17,6 @@ Json list_of(const Items& items, const Convert& convert) {
   Json list = Json::array();
   for (const auto& item : items) list.push_back(convert(item));
   return list;
-}
-
-bool is_utf8(const std::string& text) {
-  try {
-    static_cast<void>(Json(text).dump());
-    return true;
-  } catch (const Json::type_error&) {
-    return false;
-  }
-}
-
-std::string in_hexadecimal(const std::string& text) {
-  std::string digits;
-  for (const char byte : text) {
-    std::array<char, 3> pair;
-    std::snprintf(pair.data(), pair.size(), "%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-    digits += pair.data();
-  }
-  return digits;
 }
 
 const char* name_of(ComponentFate fate) {
@@ -114,8 +95,8 @@ Json cause_json(const ShellCause& cause) {
 }
 
 Json command_json(const PlannedCommand& command) {
-  Json json = {{"text", command.text}};
-  if (!is_utf8(command.text)) json["hex"] = in_hexadecimal(command.text);
+  Json json;
+  add_text(json, "text", command.text, "hex");
   json["bytes"] = command.text.size();
   json["limit"] = longest_argument;
   json["sound"] = command.is_sound();

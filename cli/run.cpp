@@ -24,7 +24,7 @@ constexpr const char* examples =
 constexpr const char* exit_status =
     "With --verify also:\n"
     "  1  it was run, and the Eclipse is not as the session should have left it\n"
-    "  2  it was run and is done, but the Eclipse cannot be asked\n";
+    "  2  it was run and is done, but the Eclipse cannot be asked, or is not there, so that nothing was done\n";
 
 int perform(const SessionOptions& options, bool verifies) {
   SessionCommand command(options);

@@ -148,7 +148,7 @@ void SessionCommand::tell_end(Account& account, const RunRecord& record, const s
     if (supplement) supplement->add_to(result);
     print_json(std::cout, result);
   } else {
-    account.end(record, session_.graphical);
+    account.end(record, session_.graphical, supplement ? supplement->finding() : InstanceFinding());
     if (supplement) std::cout << supplement->text();
   }
 }

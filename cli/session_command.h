@@ -22,7 +22,8 @@ using Performance = std::function<eclipse_host::RunRecord(const eclipse_host::Pl
 
 /// What a subcommand adds to the account of a run.
 struct Supplement {
-  std::function<std::string()> text;  ///< behind the account
+  std::function<InstanceFinding()> finding;  ///< for the account
+  std::function<std::string()> text;         ///< behind it
   std::function<void(nlohmann::ordered_json& result)> add_to;
   std::function<int(int status)> exit_status;  ///< in the place of the run's own
 };

@@ -86,6 +86,12 @@ std::string account_of(const Verification& verification) {
   return text + notes_on(verification);
 }
 
+std::string reasons_of(const eclipse_plan::Plan& plan, const std::string& indent) {
+  std::string text;
+  for (const std::string& reason : plan.reasons) text += "\n" + indent + on_one_line(reason);
+  return text;
+}
+
 std::vector<std::string> texts_of(const std::vector<Unit>& units) {
   std::vector<std::string> texts;
   texts.reserve(units.size());

@@ -38,7 +38,7 @@ Performance VerifiedRun::performance() {
 }
 
 Supplement VerifiedRun::supplement() const {
-  return {[this] { return text(); }, [this](Json& result) { add_to(result); },
+  return {[this] { return finding(); }, [this] { return text(); }, [this](Json& result) { add_to(result); },
           [this](int status) { return exit_status(status); }};
 }
 
@@ -47,6 +47,7 @@ RunRecord VerifiedRun::run(const Plugin& plugin, Session& session, const RunObse
   if (plan_.command) ask_before();
   RunRecord record = run_session(plugin, session, explaining(observer));
   if (plan_.command) ask_after();
+  if (lacks_instance()) faults_.push_back(no_instance);
   return record;
 }
 
@@ -104,8 +105,17 @@ void VerifiedRun::ask_after() {
   }
 }
 
+InstanceFinding VerifiedRun::finding() const {
+  InstanceFinding finding;
+  if (!after_) return finding;
+  finding.differs = !after_->differences().empty();
+  finding.has = [this](const std::string& feature) { return after_->has(feature); };
+  return finding;
+}
+
 std::string VerifiedRun::text() const {
   std::string text = failures() + "\nVerification:\n";
+  if (lacks_instance()) return text + "  Fault: " + no_instance + reasons_of(plan_, "    ") + "\n";
   if (!plan_.command) text += "  The session has no command to run, so there is nothing to verify.\n";
   text += changes();
   for (const std::string& fault : faults_) text += "  Fault: " + fault + "\n";
@@ -149,6 +159,7 @@ void VerifiedRun::add_to(Json& result) const {
   }
   Json& verification = result["verification"];
   verification["planned"] = plan_.command.has_value();
+  if (!plan_.command) verification["reasons"] = plan_.reasons;
   if (before_) verification["notRemovable"] = texts_of(units_of(before_->not_there()));
   if (before_) verification["staying"] = texts_of(units_of(before_->staying()));
   if (before_) verification["before"] = texts_of(before_->installed.roots);

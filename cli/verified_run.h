@@ -19,9 +19,10 @@ class VerifiedRun {
   Performance performance();
 
   /// What was found out, once the session was run. It refers to this object.
-  ///   verification: {planned: whether the session has a command, notRemovable: [unit], staying: [unit], before: [root], after:
-  ///     as verify prints it, cameIn: [root], wentOut: [root], nowByName: [root], noLongerByName: [root], faults: [text],
-  ///     failures: [{command, exitCode, layer, meaning, causes: [text], log}]}
+  ///   verification: {planned: whether the session has a command, reasons: [text], why it has none, only when it has none,
+  ///     notRemovable: [unit], staying: [unit], before: [root], after: as verify prints it, cameIn: [root], wentOut: [root],
+  ///     nowByName: [root], noLongerByName: [root], faults: [text], failures: [{command, exitCode, layer, meaning, causes:
+  ///     [text], log}]}
   Supplement supplement() const;
 
  private:
@@ -39,6 +40,9 @@ class VerifiedRun {
   void ask_after();
   void explain_end(const eclipse_host::CommandRecord& record);
 
+  /// So the run came to nothing, but was not refused.
+  bool lacks_instance() const { return plan_.refusal.empty() && plan_.lacks_instance; }
+  InstanceFinding finding() const;
   std::string text() const;
   std::string changes() const;
   std::string failures() const;

@@ -37,11 +37,7 @@ constexpr const char* exit_status =
 /// A run that does not get to its command leaves the instance as it is. Why it does not may be a fault.
 int without_command(const Plan& plan, bool json) {
   if (!plan.refusal.empty()) throw eclipse_verify::InstanceFault("the run would be refused: " + plan.refusal);
-  if (plan.lacks_instance) {
-    std::string fault = "there is no Eclipse to ask";
-    for (const std::string& reason : plan.reasons) fault += "\n  " + on_one_line(reason);
-    throw eclipse_verify::InstanceFault(fault);
-  }
+  if (plan.lacks_instance) throw eclipse_verify::InstanceFault(no_instance + reasons_of(plan, "  "));
   if (json) {
     print_json(
         std::cout,

@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <sstream>
+#include <system_error>
 #include <utility>
 
 namespace eclipse_host {
@@ -29,6 +30,12 @@ std::string read_text(const std::filesystem::path& file) {
   const auto cannot_be_read = [&] {
     fault_of_file(file, std::string("cannot be read: ") + std::strerror(errno) + "; give the path of a file that can be");
   };
+  // A pipe that nobody writes to would be waited for without an end.
+  std::error_code error;
+  const auto status = std::filesystem::status(file, error);
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    fault_of_file(file, "is no regular file; give the path of a JSON file");
+  }
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "rb"), &std::fclose);
   if (!stream) cannot_be_read();
   std::string text;
@@ -389,6 +396,15 @@ void JsonElement::require(JsonKind kind) const {
   if (value_->kind == kind) return;
   fault("found " + std::string(name_of(value_->kind)) + ", wanted " + std::string(name_of(kind)) + "; " +
         std::string(how_to_write(kind)));
+}
+
+bool is_utf8(const std::string& text) {
+  try {
+    static_cast<void>(nlohmann::json(text).dump());
+    return true;
+  } catch (const nlohmann::json::type_error&) {
+    return false;
+  }
 }
 
 std::string in_quotes(std::string_view text) {

@@ -31,7 +31,7 @@ class JsonElement;
 /// A JSON file with // and /* */ comments. The keys of an object differ from each other, and no text or key holds a zero byte.
 class JsonDocument {
  public:
-  /// Reads a file. Throws FileFault.
+  /// Reads a regular file. Throws FileFault.
   explicit JsonDocument(const std::filesystem::path& file);
 
   /// The outermost value. It refers to this document.
@@ -78,6 +78,9 @@ class JsonElement {
   const JsonValue* value_;
   std::string place_;
 };
+
+/// Whether a text is UTF-8, so that JSON can carry it.
+bool is_utf8(const std::string& text);
 
 /// A text in double quotes on one line, as JSON writes it, with U+FFFD for what is not UTF-8.
 std::string in_quotes(std::string_view text);

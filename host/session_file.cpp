@@ -111,13 +111,15 @@ class SessionReader {
   std::vector<std::string> scanned_files(const JsonElement& scan) const {
     const std::filesystem::path folder = existing_folder(scan);
     std::vector<std::string> paths;
+    std::filesystem::path last = folder;  // what goes wrong below a folder is not always said with a path
     try {
       for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        last = entry.path();
         if (entry.is_regular_file()) paths.push_back(entry.path().lexically_relative(folder).string());
       }
     } catch (const std::filesystem::filesystem_error& error) {
-      scan.fault("cannot be scanned: " + in_quotes(error.path1().string()) + ": " + error.code().message() +
-                 "; make it readable, or list the files in \"files\"");
+      scan.fault("cannot be scanned: " + in_quotes((error.path1().empty() ? last : error.path1()).string()) + ": " +
+                 error.code().message() + "; make it readable, or list the files in \"files\"");
     }
     std::sort(paths.begin(), paths.end());
     return paths;

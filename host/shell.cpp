@@ -18,6 +18,7 @@ namespace eclipse_host {
 namespace {
 
 constexpr int wait_milliseconds = 250;
+constexpr int nap_milliseconds = 2;
 constexpr std::chrono::seconds time_to_end(5);  ///< for a command that is asked to end
 
 /// A pipe whose ends are closed with it.
@@ -141,6 +142,15 @@ class RunningShell {
   RunningShell(const RunningShell&) = delete;
   RunningShell& operator=(const RunningShell&) = delete;
 
+  /// Waits a while for the shell to end. False when it has not, or a signal came.
+  bool ends_soon() const {
+    for (int waited = 0; waited < wait_milliseconds; waited += nap_milliseconds) {
+      if (has_ended()) return true;
+      if (poll(nullptr, 0, nap_milliseconds) < 0) return false;
+    }
+    return has_ended();
+  }
+
   int wait() {
     int status = 0;
     while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
@@ -150,12 +160,21 @@ class RunningShell {
   }
 
  private:
+  /// Leaves it to be waited for.
+  bool has_ended() const {
+    siginfo_t info{};
+    return waitid(P_PID, static_cast<id_t>(process_), &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid != 0;
+  }
+
   /// As long as the shell is not waited for, no other group can have its number.
   void end() {
     kill(-process_, SIGTERM);
     const auto deadline = std::chrono::steady_clock::now() + time_to_end;
+    const auto is_late = [&] { return std::chrono::steady_clock::now() >= deadline; };
     const auto ignore = [](std::string_view) {};
-    while (!outputs_.is_at_end() && std::chrono::steady_clock::now() < deadline) outputs_.read_some(ignore, ignore);
+    while (!outputs_.is_at_end() && !is_late()) outputs_.read_some(ignore, ignore);
+    while (!is_late() && !ends_soon()) {
+    }
     kill(-process_, SIGKILL);
     wait();
   }
@@ -196,6 +215,8 @@ CommandResult run_in_shell(const std::string& command, const CommandProgress& pr
   while (!outputs.is_at_end()) {
     if (!outputs.read_some(take, take_error)) progress.on_wait(seconds_since(start));
   }
+  // It may have closed its outputs, and live on.
+  while (!shell.ends_soon()) progress.on_wait(seconds_since(start));
   result.exit_code = shell.wait();
   result.seconds = seconds_since(start);
   return result;

@@ -77,15 +77,6 @@ class Replacement {
   int descriptor_ = -1;
 };
 
-bool is_utf8(const std::string& text) {
-  try {
-    static_cast<void>(nlohmann::json(text).dump());
-    return true;
-  } catch (const nlohmann::json::type_error&) {
-    return false;
-  }
-}
-
 }  // namespace
 
 Variables read_variables_file(const std::filesystem::path& file) {

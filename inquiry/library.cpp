@@ -191,6 +191,15 @@ bool Library::marks_ide(const std::string& capability) const {
   return !get_ide_components_(&session).empty();
 }
 
+/// Without the path of an instance the version stays as it is set.
+bool Library::supports_version(const std::string& version, const std::string& minimum) const {
+  Session session;
+  session.variables = {{"ECLIPSE_VERSION", version}, {"ECLIPSE_MIN_SUPPORTED_VERSION", minimum}};
+  const ActiveSession active(session);
+  plugin_.call("verify_eclipse_version", session);
+  return session.variable("ECLIPSE_VERSION_IS_SUPPORTED") != "no";
+}
+
 std::vector<std::string> Library::executables(Session& session) const {
   constexpr std::string_view found = "eclipse_int: found eclipse executable: ";
   std::vector<std::string> executables;

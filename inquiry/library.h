@@ -62,6 +62,9 @@ class Library {
   /// True when a capability of this name marks an IDE.
   bool marks_ide(const std::string& capability) const;
 
+  /// Whether an instance of this version is supported when this is the minimum.
+  bool supports_version(const std::string& version, const std::string& minimum) const;
+
   /// The executables that are found among the IDE components, of which the last one counts.
   std::vector<std::string> executables(eclipse_host::Session& session) const;
 

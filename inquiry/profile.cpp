@@ -84,6 +84,13 @@ std::optional<std::string> content_of(const fs::path& file) {
   return content;
 }
 
+/// Other namespaces have names of their own: a package is often called as a bundle is, and any bundle may have it.
+bool requires_a_unit(const pugi::xml_node& required) {
+  const std::string_view name_space = required.attribute("namespace").value();
+  return (name_space == "org.eclipse.equinox.p2.iu" || name_space == "osgi.bundle") &&
+         !required.attribute("optional").as_bool();
+}
+
 std::vector<InstalledUnit> units_in(const pugi::xml_node& units) {
   std::vector<InstalledUnit> installed;
   std::map<std::string, std::vector<std::string>> requirers;
@@ -93,7 +100,7 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& units) {
     // A fragment goes with the unit that it configures.
     if (unit.child("hostRequirements")) continue;
     for (const pugi::xml_node required : unit.child("requires").children("required")) {
-      if (required.attribute("optional").as_bool()) continue;
+      if (!requires_a_unit(required)) continue;
       auto& known = requirers[required.attribute("name").value()];
       if (id != required.attribute("name").value() && (known.empty() || known.back() != id)) known.push_back(id);
     }
@@ -104,10 +111,13 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& units) {
 
 }  // namespace
 
-std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance) {
+fs::path profile_file(const fs::path& instance) {
   const fs::path profile = profile_of(instance);
-  if (profile.empty()) return std::nullopt;
-  const auto content = content_of(newest_state(profile));
+  return profile.empty() ? fs::path() : newest_state(profile);
+}
+
+std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance) {
+  const auto content = content_of(profile_file(instance));
   pugi::xml_document document;
   if (!content || !document.load_buffer(content->data(), content->size())) return std::nullopt;
   const pugi::xml_node units = document.child("profile").child("units");

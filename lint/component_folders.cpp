@@ -96,6 +96,7 @@ class ComponentSearch {
     for (std::size_t i = 0; i < names_.size(); ++i) {
       component.files.push_back({files[i].lexically_relative(component.path).string(), (folder_ / names_[i]).string()});
     }
+    if (names_.empty()) component.files.push_back({absolute_.lexically_relative(component.path).string(), folder_.string()});
     return component;
   }
 

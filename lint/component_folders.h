@@ -17,7 +17,7 @@ struct FoundFile {
 
 struct ComponentFolder {
   std::filesystem::path path;    ///< absolute
-  std::vector<FoundFile> files;  ///< in the order of their paths; what is neither a file nor a folder is among them
+  std::vector<FoundFile> files;  ///< in the order of their paths; what is no file but no folder with files either is among them
 };
 
 /// The components in a folder, in the order of their paths. A component is a folder that holds an etc/eclipse; or, if none of

@@ -12,7 +12,8 @@ std::vector<std::string> files_below(const fs::path& folder, fs::directory_optio
   const fs::recursive_directory_iterator end;
   for (fs::recursive_directory_iterator entry(folder, options, error); !error && entry != end; entry.increment(error)) {
     std::error_code unknown;
-    if (!entry->is_directory(unknown)) names.push_back(entry->path().string().substr(start));
+    if (!entry->is_directory(unknown) || fs::is_empty(entry->path(), unknown))
+      names.push_back(entry->path().string().substr(start));
   }
   std::sort(names.begin(), names.end());
   return names;

@@ -74,6 +74,21 @@ void check(const Product& product, const Settings& settings, Findings& findings)
   }
 }
 
+/// Leaves out what is said in lines or files of which another finding says all.
+void leave_out_covered(Findings& findings) {
+  std::set<std::pair<std::string, std::size_t>> lines;
+  std::set<std::string> files;
+  for (const Finding& finding : findings) {
+    if (finding.rule->covers == Covers::file) files.insert(finding.place.file);
+    if (finding.rule->covers == Covers::line) lines.emplace(finding.place.file, finding.place.line);
+  }
+  std::erase_if(findings, [&](const Finding& finding) {
+    const Covers covers = finding.rule->covers;
+    if (covers != Covers::file && files.count(finding.place.file) != 0) return true;
+    return covers == Covers::place && lines.count({finding.place.file, finding.place.line}) != 0;
+  });
+}
+
 }  // namespace
 
 bool applies(const Override& entry, const Finding& finding) {
@@ -103,6 +118,7 @@ std::vector<Override> read_overrides(const fs::path& file) {
 Findings lint(const Library& library, Sites& sites, const fs::path& input, const Settings& settings) {
   Findings findings;
   for (const auto& product : read_products(library, sites, input)) check(*product, settings, findings);
+  leave_out_covered(findings);
   std::sort(findings.begin(), findings.end(), comes_before);
   // A file that is listed twice is read twice.
   findings.erase(std::unique(findings.begin(), findings.end(), says_the_same), findings.end());

@@ -41,6 +41,9 @@ struct Sample {
   std::vector<SampleFile> files;
 };
 
+/// What of a file a finding says all of, so that findings of other rules in it would only mislead.
+enum class Covers { place, line, file };
+
 struct Rule {
   std::string_view name;
   Severity severity;
@@ -52,6 +55,8 @@ struct Rule {
   void (*check)(const Product& product, Reporter& reporter);
   /// Otherwise it is left out when features are removed, for which the director is given no repositories.
   bool concerns_removals = true;
+  /// Of two rules that cover as much, both are heard.
+  Covers covers = Covers::place;
 };
 
 /// All rules, in the order of the manual.

@@ -44,21 +44,22 @@ struct Unit {
   Place place() const { return record->descriptor->place(*record->line, 1, start, text.size()); }
 };
 
-bool is_plain_unit(std::string_view text) {
-  const auto is_plain = [](char byte) {
-    return std::isalnum(static_cast<unsigned char>(byte)) != 0 || byte == '.' || byte == '_' || byte == '-' || byte == '/';
-  };
-  return !text.empty() && std::all_of(text.begin(), text.end(), is_plain) && text.front() != '-';
+/// Where the shell reads something of its own in a feature; npos where it does not.
+std::size_t special_in_feature(std::string_view text) {
+  return text.starts_with('~') ? 0 : text.find_first_of(std::string(special_without_quotes) + "? \\");
 }
 
-/// Each unit that is not a mistake in its very text, with a header that is taken for data left out.
+bool begins_like_option(std::string_view text) { return text.starts_with('-') || text.starts_with('#'); }
+
+/// Each unit whose very text is no other rule's matter.
 template <typename Use>
 void for_each_unit(const Product& product, const Use& use) {
   for (const Record& record : product.records) {
-    if (!record.placement || lower_case(record.repository()).find("repository") != std::string::npos) continue;
+    if (!record.placement) continue;
     std::size_t start = 0;
     for (const std::string& text : split(record.feature(), ',')) {
-      if (is_plain_unit(text)) use(Unit{&record, text, start});
+      const bool is_odd = begins_like_option(text) || text != without_blanks(text) || special_in_feature(text) != text.npos;
+      if (!text.empty() && !is_odd) use(Unit{&record, text, start});
       start += text.size() + 1;
     }
   }
@@ -84,19 +85,61 @@ std::vector<std::string> nearest_features(const Units& units, const std::string&
   return nearest;
 }
 
+/// The one that an id without its suffix means; empty when none is offered.
+std::string offered_group(const Units& units, const std::string& id) {
+  for (std::string group : {id + std::string(group_suffix), likely_group(id)}) {
+    if (units.count(group) != 0) return group;
+  }
+  return "";
+}
+
 void check_group_suffix(const Product& product, Reporter& reporter) {
   const auto& units = product.offered;
   for_each_unit(product, [&](const Unit& unit) {
     const std::string id = unit.id();
-    const std::string group = id + std::string(group_suffix);
     if (id.ends_with(group_suffix)) return;
-    if (units && units->count(id) == 0 && units->count(group) != 0) {
+    const std::string message = in_quotes(id) + " does not end in \".feature.group\"";
+    const std::string group = units ? offered_group(*units, id) : likely_group(id);
+    if (units && units->count(id) == 0 && !group.empty()) {
       reporter.report(Severity::error, unit.place(), "no site offers " + in_quotes(id) + ", but one offers " + in_quotes(group),
                       "write " + group);
+    } else if (!units && (id.ends_with(".plugin") || id.ends_with(".bundle"))) {
+      reporter.report(unit.place(), message, "write the id of the feature that holds it, with .feature.group behind it");
     } else if (!units) {
-      reporter.report(unit.place(), in_quotes(id) + " does not end in \".feature.group\"", "did you mean " + group + "?");
+      reporter.report(unit.place(), message, "did you mean " + group + "?");
     }
   });
+}
+
+/// MAJOR[.MINOR[.MICRO[.QUALIFIER]]]
+bool is_osgi_version(std::string_view version) {
+  const auto parts = split(version, '.');
+  if (parts.size() > 4) return false;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    const auto belongs = [&](char byte) {
+      const auto code = static_cast<unsigned char>(byte);
+      return i < 3 ? std::isdigit(code) != 0 : std::isalnum(code) != 0 || byte == '_' || byte == '-';
+    };
+    if (parts[i].empty() || !std::all_of(parts[i].begin(), parts[i].end(), belongs)) return false;
+  }
+  return true;
+}
+
+std::string list_of_versions(const std::set<std::string>& versions) {
+  std::string list;
+  for (const std::string& version : versions) list += (list.empty() ? "" : ", ") + version;
+  return list;
+}
+
+/// Version 0.0.0 stands for any.
+void check_offered_version(const Unit& unit, const std::set<std::string>& versions, Reporter& reporter) {
+  const auto version = unit.version();
+  if (!version || !is_osgi_version(*version) || whole_version(*version) == "0.0.0") return;
+  if (std::any_of(versions.begin(), versions.end(),
+                  [&](const std::string& offered) { return whole_version(offered) == whole_version(*version); }))
+    return;
+  reporter.report(unit.place(), "no site offers version " + *version + " of " + in_quotes(unit.id()),
+                  "the sites offer version " + list_of_versions(versions) + ": write " + unit.id());
 }
 
 void check_offered(const Product& product, Reporter& reporter) {
@@ -104,7 +147,11 @@ void check_offered(const Product& product, Reporter& reporter) {
   if (!units) return;
   for_each_unit(product, [&](const Unit& unit) {
     const std::string id = unit.id();
-    if (units->count(id) != 0 || units->count(id + std::string(group_suffix)) != 0) return;
+    if (const auto found = units->find(id); found != units->end()) {
+      check_offered_version(unit, found->second, reporter);
+      return;
+    }
+    if (!id.ends_with(group_suffix) && !offered_group(*units, id).empty()) return;
     const auto nearest = nearest_features(*units, id);
     reporter.report(unit.place(), "no site offers " + in_quotes(id),
                     nearest.empty() ? "the sites offer no feature at all; publish it" : "the sites offer " + list_of(nearest));
@@ -121,20 +168,6 @@ void check_is_feature(const Product& product, Reporter& reporter) {
 }
 
 // ---- Versions ----
-
-/// MAJOR[.MINOR[.MICRO[.QUALIFIER]]]
-bool is_osgi_version(std::string_view version) {
-  const auto parts = split(version, '.');
-  if (parts.size() > 4) return false;
-  for (std::size_t i = 0; i < parts.size(); ++i) {
-    const auto belongs = [&](char byte) {
-      const auto code = static_cast<unsigned char>(byte);
-      return i < 3 ? std::isdigit(code) != 0 : std::isalnum(code) != 0 || byte == '_' || byte == '-';
-    };
-    if (parts[i].empty() || !std::all_of(parts[i].begin(), parts[i].end(), belongs)) return false;
-  }
-  return true;
-}
 
 void check_version(const Product& product, Reporter& reporter) {
   for_each_unit(product, [&](const Unit& unit) {
@@ -173,7 +206,7 @@ void check_comma(const Product& product, Reporter& reporter) {
 
 void check_begin(const Product& product, Reporter& reporter) {
   for (const Record& record : product.records) {
-    if (!record.placement || (!record.feature().starts_with('-') && !record.feature().starts_with('#'))) continue;
+    if (!record.placement || !begins_like_option(record.feature())) continue;
     reporter.report(record.descriptor->place(*record.line, 1, 0, 1),
                     "a feature cannot begin with " + in_quotes(record.feature().substr(0, 1)));
   }
@@ -184,7 +217,7 @@ void check_shell(const Product& product, Reporter& reporter) {
   for (const Record& record : product.records) {
     const std::string_view text = record.feature();
     if (!record.placement || text != without_blanks(text) || text.starts_with('"') || text.starts_with('\'')) continue;
-    const std::size_t at = text.starts_with('~') ? 0 : text.find_first_of(std::string(special_without_quotes) + "? \\");
+    const std::size_t at = special_in_feature(text);
     if (at == text.npos) continue;
     reporter.report(record.descriptor->place(*record.line, 1, at, 1), "the shell's own character in the feature");
   }
@@ -224,7 +257,7 @@ std::vector<Rule> rules_for_features() {
        .check = check_group_suffix},
       {.name = "feature-not-offered",
        .severity = Severity::error,
-       .title = "no site offers a feature",
+       .title = "no site offers a feature, or not in this version",
        .effect = "The director does not find it, so the run for all features at once fails; then each is tried alone, the good "
                  "ones go in, and the user sees the failure heading.",
        .mend = "correct the id, letter case included, or publish the feature",

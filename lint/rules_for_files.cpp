@@ -3,6 +3,7 @@
 #include <array>
 #include <fstream>
 #include <map>
+#include <set>
 
 #include "host/json_document.h"
 #include "lint/rule.h"
@@ -70,12 +71,23 @@ bool begins_with_header(const fs::path& file) {
   return std::string_view(begin.data(), begin.size()) == header;
 }
 
+/// Where the descriptor files really are, of which some may be links.
+std::set<fs::path> real_descriptors(const Product& product) {
+  std::set<fs::path> real;
+  for_each_listed(product, [&](const Component&, const ListedFile& file) {
+    std::error_code error;
+    if (file.descriptor && file.descriptor->exists) real.insert(fs::canonical(file.descriptor->path, error));
+  });
+  return real;
+}
+
 void check_outside(const Product& product, Reporter& reporter) {
+  const auto known = real_descriptors(product);
   for_each_listed(product, [&](const Component& component, const ListedFile& file) {
     if (file.descriptor || file.text.empty()) return;
     const fs::path path = fs::path(component.folder) / with_slashes(file.text);
     std::error_code error;
-    if (!fs::is_regular_file(path, error)) return;
+    if (!fs::is_regular_file(path, error) || known.count(fs::canonical(path, error)) != 0) return;
     if (!is_near_miss(file.text) && !begins_with_header(path)) return;
     reporter.report(file.place, in_quotes(file.text) + " looks like a descriptor file but is not below etc/eclipse/");
   });
@@ -83,9 +95,31 @@ void check_outside(const Product& product, Reporter& reporter) {
 
 // ---- Lists and disks that differ ----
 
+bool is_missing(const ListedFile& file) { return file.descriptor && !file.descriptor->exists; }
+
+/// The folder of a component's folder in which a listed file is that is not in the component's folder itself; empty when there
+/// is none.
+std::string folder_with_missing(const Product& product, const Component& component, const ListedFile& missing) {
+  const std::string end = "/" + missing.descriptor->name;
+  for (const auto& [holder, file] : product.unlisted) {
+    if (holder == &component && file.exists && file.name.ends_with(end))
+      return file.name.substr(0, file.name.size() - end.size());
+  }
+  return "";
+}
+
+/// A file that is listed, but sought in the wrong folder.
+bool is_sought_elsewhere(const UnlistedFile& unlisted) {
+  const auto& listed = unlisted.component->files;
+  return std::any_of(listed.begin(), listed.end(), [&](const ListedFile& file) {
+    return is_missing(file) && unlisted.file.name.ends_with("/" + file.descriptor->name);
+  });
+}
+
 void check_not_listed(const Product& product, Reporter& reporter) {
-  for (const auto& [component, file] : product.unlisted) {
-    if (!file.exists) continue;
+  for (const UnlistedFile& unlisted : product.unlisted) {
+    const auto& [component, file] = unlisted;
+    if (!file.exists || is_sought_elsewhere(unlisted)) continue;
     reporter.report(component->list_place, "the package does not list " + in_quotes(file.name) + ", which is on disk");
   }
 }
@@ -96,7 +130,16 @@ bool names_folder(const ListedFile& file) {
   const std::string converted = with_slashes(name);
   std::error_code error;
   return converted.ends_with("etc/eclipse") || converted.ends_with("etc/eclipse/") ||
-         (file.descriptor && fs::is_directory(file.descriptor->path, error));
+         (converted.ends_with('/') && file.descriptor && fs::is_directory(file.descriptor->path, error));
+}
+
+bool ends_in_blank(std::string_view name) { return name.ends_with(' ') || name.ends_with('\t'); }
+
+/// Packages may list folders together with what is in them.
+bool has_listed_files(const Component& component, const DescriptorFile& folder) {
+  return std::any_of(component.files.begin(), component.files.end(), [&](const ListedFile& file) {
+    return file.descriptor && file.descriptor->path.starts_with(folder.path + "/");
+  });
 }
 
 /// What is at a path where a file should be, "a pipe" for one; empty when it is a file, or nothing at all.
@@ -104,6 +147,8 @@ std::string kind_of_no_file(const std::string& path) {
   std::error_code error;
   if (fs::symlink_status(path, error).type() == fs::file_type::symlink && !fs::exists(path, error)) return "a link to nothing";
   switch (fs::status(path, error).type()) {
+    case fs::file_type::directory:
+      return "a folder";
     case fs::file_type::fifo:
       return "a pipe";
     case fs::file_type::socket:
@@ -116,8 +161,6 @@ std::string kind_of_no_file(const std::string& path) {
   }
 }
 
-bool ends_in_blank(std::string_view name) { return name.ends_with(' ') || name.ends_with('\t'); }
-
 void check_missing(const Product& product, Reporter& reporter) {
   for_each_listed(product, [&](const Component& component, const ListedFile& file) {
     if (!file.descriptor || file.descriptor->exists || names_folder(file) || ends_in_blank(file.descriptor->name)) return;
@@ -126,19 +169,30 @@ void check_missing(const Product& product, Reporter& reporter) {
     const fs::path packaged = fs::path(component.catalogue->package->prefix) / file.descriptor->name;
     std::error_code error;
     if (fs::is_regular_file(packaged, error)) message += "; it is below the package's prefix, " + packaged.string();
-    reporter.report(file.place, std::move(message));
+    const std::string folder = folder_with_missing(product, component, file);
+    if (folder.empty()) {
+      reporter.report(file.place, std::move(message));
+    } else {
+      reporter.report(file.place, message + "; it is below " + in_quotes(folder) + " in that folder",
+                      "correct installDir, which is " + in_quotes(component.catalogue->installDir) +
+                          ": the file is there when it leads to " + in_quotes(folder));
+    }
   });
 }
 
 void check_is_file(const Product& product, Reporter& reporter) {
-  const auto check = [&](const DescriptorFile& file, const Place& place) {
+  const auto check = [&](const Component& component, const DescriptorFile& file, const Place& place, bool is_listed) {
     const std::string kind = file.exists ? "" : kind_of_no_file(file.path);
-    if (!kind.empty()) reporter.report(place, in_quotes(file.name) + " is " + kind + ", not a file");
+    if (kind.empty()) return;
+    // On disk, an empty folder is only odd when it is called like a file.
+    const bool may_be_a_folder = is_listed ? has_listed_files(component, file) : !fs::path(file.name).has_extension();
+    if (kind == "a folder" && may_be_a_folder) return;
+    reporter.report(place, in_quotes(file.name) + " is " + kind + ", not a file");
   };
-  for_each_listed(product, [&](const Component&, const ListedFile& file) {
-    if (file.descriptor) check(*file.descriptor, file.place);
+  for_each_listed(product, [&](const Component& component, const ListedFile& file) {
+    if (file.descriptor && !names_folder(file)) check(component, *file.descriptor, file.place, product.session.has_value());
   });
-  for (const auto& [component, file] : product.unlisted) check(file, component->list_place);
+  for (const auto& [component, file] : product.unlisted) check(*component, file, component->list_place, false);
 }
 
 void check_unreadable(const Product& product, Reporter& reporter) {
@@ -150,8 +204,8 @@ void check_unreadable(const Product& product, Reporter& reporter) {
 // ---- Files that are taken for descriptors ----
 
 bool is_named_otherwise(const std::string& name) {
-  constexpr std::array<std::string_view, 16> endings = {"~",    ".bak", ".orig", ".old",  ".swp",        ".rej", ".md",  ".xml",
-                                                        ".jar", ".zip", ".html", ".json", ".properties", ".png", ".pdf", ".gz"};
+  constexpr std::array<std::string_view, 15> endings = {"~",    ".bak", ".orig", ".old",  ".swp", ".rej", ".md", ".xml",
+                                                        ".jar", ".zip", ".html", ".json", ".png", ".pdf", ".gz"};
   const std::string lowered = lower_case(fs::path(name).filename().string());
   if (lowered.starts_with("readme") || lowered.starts_with("license")) return true;
   return std::any_of(endings.begin(), endings.end(), [&](std::string_view ending) { return lowered.ends_with(ending); });
@@ -163,10 +217,41 @@ bool holds_something_else(const Descriptor& descriptor) {
                      [](char byte) { return byte > '\0' && byte < ' ' && byte != '\t' && byte != '\n' && byte != '\r'; });
 }
 
+using RecordsOfFiles = std::map<const Descriptor*, std::vector<const Record*>>;
+
+RecordsOfFiles records_of_files(const Product& product) {
+  RecordsOfFiles records;
+  for (const Record& record : product.records) records[record.descriptor].push_back(&record);
+  return records;
+}
+
+/// Of a file whose name is no descriptor's: whether it reads like one all the same.
+bool reads_like_descriptor(const Descriptor& descriptor, const std::vector<const Record*>& records) {
+  return descriptor.is_text && !records.empty() && std::all_of(records.begin(), records.end(), [](const Record* record) {
+           return looks_like_feature(record->feature());
+         });
+}
+
 void check_no_descriptor(const Product& product, Reporter& reporter) {
+  auto records = records_of_files(product);
   for (const Descriptor& descriptor : product.descriptors) {
-    if (is_named_otherwise(descriptor.file) || holds_something_else(descriptor)) {
-      reporter.report(descriptor.place(), "this is hardly a descriptor file, but will be read as one");
+    const auto& own = records[&descriptor];
+    const bool is_other = is_named_otherwise(descriptor.file) && descriptor.is_readable;
+    if (!holds_something_else(descriptor) && (!is_other || reads_like_descriptor(descriptor, own))) continue;
+    const bool is_data = !descriptor.is_text || std::any_of(own.begin(), own.end(),
+                                                            [](const Record* record) { return record->placement.has_value(); });
+    reporter.report(is_data ? Severity::error : Severity::warning, descriptor.place(),
+                    "this is hardly a descriptor file, but will be read as one", "move it out of etc/eclipse/");
+  }
+}
+
+void check_odd_name(const Product& product, Reporter& reporter) {
+  auto records = records_of_files(product);
+  for (const Descriptor& descriptor : product.descriptors) {
+    if (!is_named_otherwise(descriptor.file) || holds_something_else(descriptor)) continue;
+    if (reads_like_descriptor(descriptor, records[&descriptor])) {
+      reporter.report(descriptor.place(),
+                      "the name is that of a copy or a document, but the file will be read as a descriptor");
     }
   }
 }
@@ -180,14 +265,20 @@ bool matches_a_folder(const std::string& name) {
 
 void check_accident(const Product& product, Reporter& reporter) {
   for_each_listed(product, [&](const Component&, const ListedFile& file) {
-    if (!file.descriptor || matches_a_folder(file.descriptor->name)) return;
+    std::error_code error;
+    if (!file.descriptor || matches_a_folder(file.descriptor->name) || fs::is_directory(file.descriptor->path, error)) return;
     reporter.report(file.place, in_quotes(file.text) + " contains \"etc/eclipse/\" by accident: no folder in it is called etc");
   });
 }
 
 void check_folder_entry(const Product& product, Reporter& reporter) {
-  for_each_listed(product, [&](const Component&, const ListedFile& file) {
-    if (names_folder(file)) reporter.report(file.place, in_quotes(file.text) + " is the folder, not a descriptor file");
+  for_each_listed(product, [&](const Component& component, const ListedFile& file) {
+    if (!product.session) return;
+    std::error_code error;
+    const bool is_folder_with_files =
+        file.descriptor && has_listed_files(component, *file.descriptor) && fs::is_directory(file.descriptor->path, error);
+    if (names_folder(file) || is_folder_with_files)
+      reporter.report(file.place, in_quotes(file.text) + " is the folder, not a descriptor file");
   });
 }
 
@@ -286,7 +377,7 @@ std::vector<Rule> rules_for_files() {
        .check = check_missing},
       {.name = "descriptor-is-no-file",
        .severity = Severity::error,
-       .title = "a link to nothing, a pipe or a device lies below etc/eclipse/",
+       .title = "a folder called like a file, a link to nothing, a pipe or a device lies below etc/eclipse/",
        .effect =
            "Only files are read. When the package lists it, one log line says that it is not found; its features are neither "
            "installed nor removed.",
@@ -295,13 +386,26 @@ std::vector<Rule> rules_for_files() {
        .good = folder_with("tools/etc/eclipse/tools.txt"),
        .check = check_is_file},
       {.name = "not-a-descriptor",
-       .severity = Severity::warning,
+       .severity = Severity::error,
        .title = "something else than a descriptor file lies below etc/eclipse/",
-       .effect = "It is read as a descriptor file: each of its lines that has a tab becomes data.",
+       .effect =
+           "It is read as a descriptor file: each of its lines that has a tab becomes data. Their features are not found, "
+           "so the run for all features at once fails; then each is tried alone.",
        .mend = "move it out of etc/eclipse/",
-       .bad = {"tools", {{"tools/etc/eclipse/tools.txt~", line_of_one}, {"tools/site/content.xml", offer_of_one}}},
+       .bad = {"tools",
+               {{"tools/etc/eclipse/README.md", "# Tools\n\nSee\tthe manual.\n"}, {"tools/site/content.xml", offer_of_one}}},
        .good = folder_with("tools/etc/eclipse/tools.txt"),
-       .check = check_no_descriptor},
+       .check = check_no_descriptor,
+       .covers = Covers::file},
+      {.name = "descriptor-called-otherwise",
+       .severity = Severity::warning,
+       .title = "a file below etc/eclipse/ is called like a copy or a document",
+       .effect =
+           "It is read as a descriptor file all the same: its lines are data, beside those of the file that it is a copy of.",
+       .mend = "move it out of etc/eclipse/, or rename it if it is meant as a descriptor file",
+       .bad = {"tools", {{"tools/etc/eclipse/tools.txt~", line_of_one}, {"tools/site/content.xml", offer_of_one}}},
+       .good = folder_with("tools/etc/eclipse/tools.properties"),
+       .check = check_odd_name},
       {.name = "matches-by-accident",
        .severity = Severity::warning,
        .title = "a path contains \"etc/eclipse/\" without a folder called etc",

@@ -39,8 +39,6 @@ void for_each_dropped(const Product& product, const Use& use) {
   });
 }
 
-bool looks_like_site(std::string_view text) { return text.find('/') != text.npos || lower_case(text).ends_with(".zip"); }
-
 // ---- Dropped lines ----
 
 std::vector<std::string> words_of(std::string_view text) {
@@ -71,14 +69,23 @@ void check_no_tab(const Product& product, Reporter& reporter) {
   });
 }
 
+bool is_feature_alone(std::string_view text) {
+  const std::string_view id = text.substr(0, text.find('/'));
+  return looks_like_feature(id) && (id == text || id.ends_with(".feature.group")) && !looks_like_site(id);
+}
+
 void check_no_feature_column(const Product& product, Reporter& reporter) {
   for_each_dropped(product, [&](const Descriptor& descriptor, const Line& line) {
     if (line.columns.size() != 1 || line.columns[0] == header || is_comment(line.text) || lacks_tab(line)) return;
     const bool has_tab = line.text.find('\t') != line.text.npos;
     const std::string_view only = without_blanks(line.columns[0]);
-    const bool is_site = looks_like_site(only) && only.find(' ') == only.npos;
-    if (only.empty() || (!has_tab && !is_site)) return;
-    reporter.report(descriptor.place(line, 0), "the feature column is missing: the line is dropped");
+    const bool is_word = !only.empty() && only.find(' ') == only.npos;
+    if (is_word && is_feature_alone(only)) {
+      reporter.report(descriptor.place(line, 0), "the repository column is missing: the line is dropped",
+                      "write the repository and a tab in front of the feature");
+    } else if (has_tab ? !only.empty() : is_word && looks_like_site(only)) {
+      reporter.report(descriptor.place(line, 0), "the feature column is missing: the line is dropped");
+    }
   });
 }
 
@@ -125,7 +132,19 @@ void check_header(const Product& product, Reporter& reporter) {
 void check_comment(const Product& product, Reporter& reporter) {
   for (const Record& record : product.records) {
     if (!is_comment(record.repository()) || is_odd_header(record)) continue;
-    reporter.report(record.place(0), "a comment line that holds a tab is data");
+    if (record.site != nullptr && record.site->exists) continue;  // as "//sites/alpha"
+    reporter.report(record.place(0), "there are no comments: this is data, of a site called " + in_quotes(record.repository()));
+  }
+}
+
+void check_swapped(const Product& product, Reporter& reporter) {
+  for (const Record& record : product.records) {
+    const std::string_view site = record.feature();
+    if (!looks_like_feature(record.repository()) || looks_like_site(record.repository()) || !looks_like_site(site)) continue;
+    const bool has_version = looks_like_feature(site.substr(0, site.find('/')));
+    if (has_version || (record.site != nullptr && record.site->exists)) continue;
+    reporter.report(record.place(0),
+                    "a feature, " + in_quotes(record.repository()) + ", stands where the repository should be");
   }
 }
 
@@ -265,7 +284,7 @@ std::vector<Rule> rules_for_lines() {
        .check = check_no_tab},
       {.name = "feature-column-missing",
        .severity = Severity::error,
-       .title = "a line names a repository but no feature",
+       .title = "a line has a repository or a feature, but not both",
        .effect = "A line with fewer than two columns is dropped without a word.",
        .mend = "write the feature behind a tab, or take the line out",
        .bad = lines("Repository\tFeature\nsites/alpha\t\n"),
@@ -291,12 +310,14 @@ std::vector<Rule> rules_for_lines() {
       {.name = "comment-is-data",
        .severity = Severity::error,
        .title = "a comment line holds a tab",
-       .effect = "There are no comments: the line is data. Its repository goes into every director command, where the blank in "
-                 "it ends the word: every command of the session fails, those of other components too.",
+       .effect = "There are no comments: the line is data. Its repository goes into every director command. A blank or a "
+                 "semicolon in it ends the word there, so that every command of the session fails, those of other components "
+                 "too. Without either it is one more site, which is not there, and its feature is sought and installed.",
        .mend = "take the line out, or at least its tabs",
        .bad = lines("# sites/old\torg.example.old.feature.group\nsites/alpha\torg.example.alpha.feature.group\n"),
        .good = lines("# the tools\nsites/alpha\torg.example.alpha.feature.group\n"),
-       .check = check_comment},
+       .check = check_comment,
+       .covers = Covers::line},
       {.name = "header-not-recognised",
        .severity = Severity::error,
        .title = "a header's first column is not exactly \"Repository\"",
@@ -305,7 +326,8 @@ std::vector<Rule> rules_for_lines() {
        .mend = "write Repository with a capital R and nothing around it",
        .bad = lines("repository\tFeature\nsites/alpha\torg.example.alpha.feature.group\n"),
        .good = lines(good_lines),
-       .check = check_header},
+       .check = check_header,
+       .covers = Covers::line},
       {.name = "byte-order-mark",
        .severity = Severity::error,
        .title = "the file begins with a UTF-8 byte-order mark",
@@ -314,7 +336,17 @@ std::vector<Rule> rules_for_lines() {
        .mend = "save the file without a byte-order mark",
        .bad = lines("\xEF\xBB\xBFRepository\tFeature\nsites/alpha\torg.example.alpha.feature.group\n"),
        .good = lines(good_lines),
-       .check = check_byte_order_mark},
+       .check = check_byte_order_mark,
+       .covers = Covers::line},
+      {.name = "columns-swapped",
+       .severity = Severity::error,
+       .title = "the feature stands before the repository",
+       .effect = "Column 1 is taken for a repository, which is not there, and column 2 for a feature, which is not found.",
+       .mend = "write the repository into column 1 and the feature into column 2",
+       .bad = lines("org.example.alpha.feature.group\tsites/alpha\n"),
+       .good = lines(good_lines),
+       .check = check_swapped,
+       .covers = Covers::line},
       {.name = "not-8-bit-text",
        .severity = Severity::error,
        .title = "the file is UTF-16 or holds zero bytes",

@@ -1,11 +1,11 @@
 // Rules about the first column.
 #include <algorithm>
-#include <cctype>
 #include <map>
 #include <set>
 
 #include "host/json_document.h"
 #include "lint/rule.h"
+#include "lint/shown_line.h"
 #include "lint/texts.h"
 
 namespace fs = std::filesystem;
@@ -18,6 +18,18 @@ namespace {
 constexpr const char* offer_of_one =
     "<?xml version='1.0'?>\n<repository><units>\n"
     "  <unit id='org.example.one.feature.group' version='1.0.0'/>\n</units></repository>\n";
+constexpr const char* publish_anew = "publish the site anew, and see that it is copied whole";
+constexpr const char* offer_of_files =
+    "<?xml version='1.0'?>\n<repository><units>\n"
+    "  <unit id='org.example.one.feature.group' version='1.0.0'/>\n"
+    "  <unit id='org.example.one.plugin' version='1.0.0'><artifacts>\n"
+    "    <artifact classifier='osgi.bundle' id='org.example.one.plugin' version='1.0.0'/></artifacts></unit>\n"
+    "</units></repository>\n";
+constexpr const char* list_of_files =
+    "<?xml version='1.0'?>\n<repository><mappings>\n"
+    "  <rule filter='(&amp; (classifier=osgi.bundle))' output='${repoUrl}/plugins/${id}_${version}.jar'/>\n"
+    "</mappings><artifacts>\n"
+    "  <artifact classifier='osgi.bundle' id='org.example.one.plugin' version='1.0.0'/>\n</artifacts></repository>\n";
 constexpr const char* offer_of_two =
     "<?xml version='1.0'?>\n<repository><units>\n"
     "  <unit id='org.example.two.feature.group' version='1.0.0'/>\n</units></repository>\n";
@@ -140,8 +152,29 @@ void check_blank(const Product& product, Reporter& reporter) {
 void check_shell(const Product& product, Reporter& reporter) {
   for_each_placed(product, [&](const Record& record) {
     if (is_odd_for_other_reasons(record.repository())) return;
-    report_characters(product, record, is_archive(record) ? special_in_quotes : special_without_quotes,
-                      "the shell's own character", reporter);
+    report_characters(product, record, special_in(is_archive(record)), "the shell's own character", reporter);
+  });
+}
+
+/// As long as nothing is called like the whole URL, which it would have to be from the working folder on.
+void check_pattern(const Product& product, Reporter& reporter) {
+  for_each_placed(product, [&](const Record& record) {
+    if (is_archive(record) || is_odd_for_other_reasons(record.repository())) return;
+    report_characters(product, record, "*", "the shell's mark of a pattern", reporter);
+  });
+}
+
+void check_encoding(const Product& product, Reporter& reporter) {
+  for_each_placed(product, [&](const Record& record) {
+    const std::string_view text = record.repository();
+    if (is_utf8(text) && is_utf8(base_of(product, record))) return;
+    std::size_t start = 0;
+    while (start < text.size() && character_length(text.substr(start)) != 0) start += character_length(text.substr(start));
+    if (start < text.size()) {
+      reporter.report(record.descriptor->place(*record.line, 0, start, 1), "a byte in the repository is no UTF-8");
+    } else {
+      reporter.report(record.place(0), "the path of the component's folder is no UTF-8");
+    }
   });
 }
 
@@ -149,25 +182,15 @@ void check_comma(const Product& product, Reporter& reporter) {
   for_each_placed(product, [&](const Record& record) { report_characters(product, record, ",", "a comma", reporter); });
 }
 
-/// Where an escape, a fragment or a query of a URL begins; npos where none does.
-std::size_t url_syntax_in(std::string_view text) {
-  for (std::size_t at = text.find_first_of("%#?"); at != text.npos; at = text.find_first_of("%#?", at + 1)) {
-    const auto is_digit = [&](std::size_t i) {
-      return i < text.size() && std::isxdigit(static_cast<unsigned char>(text[i])) != 0;
-    };
-    if (text[at] != '%' || (is_digit(at + 1) && is_digit(at + 2))) return at;
-  }
-  return text.npos;
-}
-
 void check_url_characters(const Product& product, Reporter& reporter) {
   for_each_placed(product, [&](const Record& record) {
     const std::string_view text = record.repository();
     if (is_comment(text) || has_scheme(text)) return;
-    const std::size_t at = url_syntax_in(text);
+    const bool archive = is_archive(record);
+    const std::size_t at = url_syntax_in(text, archive);
     if (at != text.npos) {
       reporter.report(record.descriptor->place(*record.line, 0, at, 1), "a URL reads this character in its own way");
-    } else if (url_syntax_in(base_of(product, record)) != text.npos) {
+    } else if (url_syntax_in(std::string(base_of(product, record)) + "/", archive) != text.npos) {
       reporter.report(record.place(0), "a URL reads the path of the component's folder, " + in_quotes(record.config->base_dir) +
                                            ", in its own way");
     }
@@ -209,7 +232,8 @@ void check_damage(const Product& product, Reporter& reporter) {
   for_each_looked_into(product, [&](const Record& record) {
     const Site& site = *record.site;
     if (!site.damage.empty() && (is_archive(record) || site.is_directory)) {
-      reporter.report(record.place(0), in_quotes(record.repository()) + " cannot be loaded: " + site.damage);
+      reporter.report(record.place(0), in_quotes(record.repository()) + " cannot be loaded: " + site.damage,
+                      site.is_closed ? "make it readable for whoever runs the installer" : publish_anew);
     }
     for (const std::string& child : site.lost_children) {
       reporter.report(Severity::warning, record.place(0),
@@ -217,6 +241,45 @@ void check_damage(const Product& product, Reporter& reporter) {
                       "ship that repository, too, or take it out of the composite");
     }
   });
+}
+
+// ---- Artifacts ----
+
+/// The artifacts that a site should have, each with its file where that is known.
+std::map<std::string, std::string> missing_artifacts(const Site& site) {
+  if (site.lists_artifacts) return site.lost_artifacts;
+  std::map<std::string, std::string> missing;
+  for (const std::string& name : site.needed_artifacts) missing.emplace(name, "");
+  return missing;
+}
+
+std::string lack_of_artifacts(const Record& record, const std::map<std::string, std::string>& missing) {
+  const auto& [name, file] = *missing.begin();
+  const std::string begin = in_quotes(record.repository()) + " has ";
+  if (!record.site->lists_artifacts)
+    return begin + "no artifacts.jar, artifacts.xml or composite of them: no site has \"" + name + "\"";
+  const std::size_t others = missing.size() - 1;
+  return begin + "no " + in_quotes(file) + (others == 0 ? "" : " and not " + std::to_string(others) + " other files") +
+         ", which its metadata lists";
+}
+
+/// The director takes an artifact from any site that has it.
+void check_artifacts(const Product& product, Reporter& reporter) {
+  std::map<const Site*, const Record*> sites;
+  std::set<std::string> all;
+  bool is_certain = true;
+  for_each_placed(product, [&](const Record& record) {
+    if (record.site == nullptr || !record.site->is_repository) return;
+    if (is_plain_repository(record)) sites.emplace(record.site, &record);
+    is_certain = is_certain && (record.site->artifacts || !record.site->damage.empty());
+    if (record.site->artifacts) all.insert(record.site->artifacts->begin(), record.site->artifacts->end());
+  });
+  if (!is_certain) return;
+  for (const auto& [site, record] : sites) {
+    auto missing = site->damage.empty() ? missing_artifacts(*site) : std::map<std::string, std::string>();
+    std::erase_if(missing, [&](const auto& artifact) { return all.count(artifact.first) != 0; });
+    if (!missing.empty()) reporter.report(record->place(0), lack_of_artifacts(*record, missing));
+  }
 }
 
 void check_spelling(const Product& product, Reporter& reporter) {
@@ -324,6 +387,25 @@ std::vector<Rule> rules_for_repositories() {
        .good = good_lines(),
        .check = check_shell,
        .concerns_removals = false},
+      {.name = "pattern-in-repository",
+       .severity = Severity::warning,
+       .title = "\"*\" stands in the path of a repository that is no archive",
+       .effect = "Nothing is quoted, so the shell takes the repository for a pattern of file names. It stays as it is only "
+                 "because no file is called like the whole URL. An archive stands in quotes.",
+       .mend = "rename the site",
+       .bad = folder("si*te\torg.example.one.feature.group\n", {{"tools/si*te/content.xml", offer_of_one}}),
+       .good = good_folder(),
+       .check = check_pattern,
+       .concerns_removals = false},
+      {.name = "repository-not-utf-8",
+       .severity = Severity::error,
+       .title = "bytes that are no UTF-8 stand in a repository",
+       .effect = "The director makes other characters of them, so it cannot find and load the repository.",
+       .mend = "rename the site, best with ASCII letters only",
+       .bad = lines("sites/b\xE4r\torg.example.alpha.feature.group\n"),
+       .good = lines("sites/b\xC3\xA4r\torg.example.alpha.feature.group\n"),
+       .check = check_encoding,
+       .concerns_removals = false},
       {.name = "comma-in-repository",
        .severity = Severity::error,
        .title = "a comma stands in a repository",
@@ -336,9 +418,10 @@ std::vector<Rule> rules_for_repositories() {
        .concerns_removals = false},
       {.name = "url-character-in-repository",
        .severity = Severity::error,
-       .title = "a repository holds \"#\", \"?\", or \"%\" with two hexadecimal digits behind it",
-       .effect = "The path becomes a URL as it is: the director takes these for a fragment, a query or an escape, and cannot "
-                 "load the repository.",
+       .title = "a repository holds \"#\", \"%\" with two hexadecimal digits behind it, or another character of URLs",
+       .effect = "The path becomes a URL as it is: the director takes these for a fragment or an escape, and cannot load the "
+                 "repository. The same goes for \"?\", \"[\" and \"]\" in a directory's path, and for \"!/\" in that of an "
+                 "archive, which ends there.",
        .mend = "rename the site",
        .bad = lines("sites/a%20b\torg.example.alpha.feature.group\n"),
        .good = good_lines(),
@@ -379,10 +462,24 @@ std::vector<Rule> rules_for_repositories() {
        .effect =
            "The director cannot load it. While it can load others, it only mentions errors, and the features of this one are "
            "not found. A child of a composite is passed over without a word.",
-       .mend = "publish the site anew, and see that it is copied whole",
+       .mend = publish_anew,
        .bad = folder("site\torg.example.one.feature.group\n", {{"tools/site/content.xml", "<repository><units>\n"}}),
        .good = good_folder(),
        .check = check_damage,
+       .concerns_removals = false},
+      {.name = "site-without-artifacts",
+       .severity = Severity::error,
+       .title = "a repository lacks the files that its units consist of, or the list of them",
+       .effect =
+           "The director finds the feature but not its files: the run for all features at once fails, those of other sites "
+           "too; then each is tried alone.",
+       .mend = publish_anew,
+       .bad = folder("site\torg.example.one.feature.group\n", {{"tools/site/content.xml", offer_of_files}}),
+       .good = folder("site\torg.example.one.feature.group\n",
+                      {{"tools/site/content.xml", offer_of_files},
+                       {"tools/site/artifacts.xml", list_of_files},
+                       {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", "a jar\n"}}),
+       .check = check_artifacts,
        .concerns_removals = false},
       {.name = "site-spelled-differently",
        .severity = Severity::warning,

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <charconv>
 #include <map>
 #include <set>
 
@@ -110,6 +111,8 @@ void check_executable(const Product& product, Reporter& reporter) {
   }
 }
 
+bool is_path(const std::string& executable_name) { return executable_name.find_first_of("/\\") != std::string::npos; }
+
 bool is_plain_path(std::string_view path) {
   return path.find('\\') == path.npos && !path.ends_with('\n') && !path.ends_with('\r');
 }
@@ -138,6 +141,8 @@ void check_user_eclipse(const Product& product, Reporter& reporter) {
   if (fault.empty()) return;
   const auto severity = facts.run.refusal.empty() ? Severity::warning : Severity::error;
   const bool is_unnamed = facts.variable("USER_DEFINED_ECLIPSE_PATH").empty();
+  // No path fits such a name, which another rule says.
+  if (!is_unnamed && is_path(facts.variable("ECLIPSE_BIN")) && severity == Severity::error) return;
   if (!is_unnamed && facts.variable("ECLIPSE_BIN").empty() && severity == Severity::error) {
     reporter.report(facts.place_of("ECLIPSE_BIN"), std::move(fault), "set ECLIPSE_BIN to the file name of the executable");
   } else {
@@ -167,8 +172,9 @@ void check_executable_name(const Product& product, Reporter& reporter) {
   if (!product.session) return;
   const SessionFacts& facts = *product.session;
   const std::string name = facts.variable("ECLIPSE_BIN");
-  if (name.find_first_of("/\\") != std::string::npos) {
-    reporter.report(facts.place_of("ECLIPSE_BIN"), in_quotes(name) + " is a path, not a file name");
+  if (is_path(name)) {
+    reporter.report(facts.place_of("ECLIPSE_BIN"), in_quotes(name) + " is a path, not a file name",
+                    "write the file name alone: " + base_name(name));
     return;
   }
   if (is_choice(facts, "user") || !facts.executables.empty()) return;
@@ -308,7 +314,7 @@ void check_ide_found(const Product& product, Reporter& reporter) {
   } else if (name.empty()) {
     reporter.report(facts.place_of("ECLIPSE_BIN"), "ECLIPSE_BIN is not set",
                     "set ECLIPSE_BIN to the file name of the executable");
-  } else if (name.find_first_of("/\\") == std::string::npos && listed_in_other_case(product, name).empty()) {
+  } else if (!is_path(name) && listed_in_other_case(product, name).empty()) {
     report_missing_executables(product, name, reporter);
   }
 }
@@ -349,12 +355,6 @@ std::vector<std::string> removed_units(const RecordedRun& run) {
   return split(std::string_view(command).substr(start, command.rfind(" 2>&1") - start), ',');
 }
 
-/// As the director reads it: "1.0" is "1.0.0".
-std::string whole_version(std::string version) {
-  for (auto dots = std::count(version.begin(), version.end(), '.'); dots < 2; ++dots) version += ".0";
-  return version;
-}
-
 /// What of a unit, with or without a version, an instance does not have; empty when it has it.
 std::string lack_of(const Units& installed, const std::string& unit) {
   const std::size_t slash = unit.find('/');
@@ -379,8 +379,16 @@ std::optional<Units> installed_units(const std::string& instance) {
 
 void check_installed(const Product& product, Reporter& reporter) {
   if (!product.is_removal() || product.session->run.commands.empty()) return;
-  const auto installed = installed_units(instance_of(product.session->run));
-  if (!installed) return;
+  const std::string instance = instance_of(product.session->run);
+  const auto installed = installed_units(instance);
+  if (!installed) {
+    const fs::path profile = eclipse_inquiry::profile_file(instance);
+    if (profile.empty()) return;
+    reporter.report(Severity::warning, product.session->mode,
+                    "the profile of the instance cannot be read, so nothing is known of what it has: " + profile.string(),
+                    "make it readable, or mend the instance: the director works on this profile, too");
+    return;
+  }
   std::map<std::string, const Record*> records;
   for (const Record& record : product.records) {
     if (!record.placement || !record.descriptor->component->catalogue->selected_for_removal) continue;
@@ -406,14 +414,30 @@ void check_files_gone(const Product& product, Reporter& reporter) {
   }
 }
 
+/// The minor number of a version 4.MINOR, with or without more behind it; nothing for any other text.
+std::optional<int> minor_number(const std::string& version) {
+  const auto parts = split(version, '.');
+  if (parts.size() < 2 || parts[0] != "4") return std::nullopt;
+  int minor = 0;
+  const auto read = std::from_chars(parts[1].data(), parts[1].data() + parts[1].size(), minor);
+  return read.ec == std::errc() && read.ptr == parts[1].data() + parts[1].size() ? std::optional(minor) : std::nullopt;
+}
+
+/// Every version of Eclipse that is out is 4.x, or older than any minimum that falls into this trap.
 void check_minimum(const Product& product, Reporter& reporter) {
   if (!product.session) return;
+  constexpr int highest_minor = 99;
   const std::string minimum = product.session->variable("ECLIPSE_MIN_SUPPORTED_VERSION");
-  const auto parts = split(minimum, '.');
-  if (parts.size() < 2 || parts[1].size() != 1 || parts[1] < "2" || parts[1] > "9") return;
-  const std::string later = parts[0] + ".10";
+  const auto minor = minor_number(minimum);
+  if (!minor) return;
+  std::vector<std::string> refused;
+  for (int later = *minor + 1; later <= highest_minor; ++later) {
+    std::string version = "4." + std::to_string(later);
+    if (!product.library->supports_version(version, minimum)) refused.push_back(std::move(version));
+  }
+  if (refused.empty()) return;
   reporter.report(product.session->place_of("ECLIPSE_MIN_SUPPORTED_VERSION"),
-                  "versions are compared as texts: " + later + " and those after it come before " + minimum);
+                  "versions are compared as texts: " + refused.front() + " to " + refused.back() + " come before " + minimum);
 }
 
 void check_new_instance(const Product& product, Reporter& reporter) {
@@ -592,7 +616,9 @@ std::vector<Rule> rules_for_sessions() {
       {.name = "minimum-version-compared-as-text",
        .severity = Severity::warning,
        .title = "newer versions of Eclipse come before the minimum version",
-       .effect = "Versions are compared as texts, byte by byte: 4.10 comes before 4.7, and its user is refused.",
+       .effect = "Versions are compared as texts, byte by byte: 4.10 comes before 4.7, and its user is refused. A minimum from "
+                 "4.2 to "
+                 "4.9 refuses some or all of the versions from 4.10 on.",
        .mend = "give a minimum of 4.10 or later, or none",
        .bad = product(session("install", user_choice("ide/eclipse", R"(, "ECLIPSE_MIN_SUPPORTED_VERSION": "4.7")"), tools),
                       {{"ide/configuration/config.ini", "eclipse.buildId=4.10.0\n"}}),

@@ -10,7 +10,16 @@ namespace {
 
 bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
-/// The length of the character that a text begins with; 0 when it begins with none.
+bool is_control(char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F; }
+
+std::string as_hexadecimal(char byte) {
+  std::array<char, 8> text;
+  std::snprintf(text.data(), text.size(), "\\x%02X", static_cast<unsigned>(static_cast<unsigned char>(byte)));
+  return text.data();
+}
+
+}  // namespace
+
 std::size_t character_length(std::string_view text) {
   const auto first = static_cast<unsigned char>(text.front());
   if (first < 0x80) return 1;
@@ -21,16 +30,6 @@ std::size_t character_length(std::string_view text) {
   if ((first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F)) return 0;
   return std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), is_continuation) ? length : 0;
 }
-
-bool is_control(char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F; }
-
-std::string as_hexadecimal(char byte) {
-  std::array<char, 8> text;
-  std::snprintf(text.data(), text.size(), "\\x%02X", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-  return text.data();
-}
-
-}  // namespace
 
 std::size_t characters_in(std::string_view text) {
   std::size_t count = 0;

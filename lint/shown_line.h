@@ -8,6 +8,9 @@
 
 namespace eclipse_lint {
 
+/// The length of the UTF-8 character that a text begins with; 0 when it begins with none.
+std::size_t character_length(std::string_view text);
+
 /// How many characters a text has. Bytes that are not UTF-8 count as one each.
 std::size_t characters_in(std::string_view text);
 

@@ -1,6 +1,10 @@
 // A p2 repository has its metadata in one of a few files at its top: content.xml, the same inside content.jar or compressed as
-// content.xml.xz, or compositeContent.xml (or .jar), which names other repositories in whose place it stands.
+// content.xml.xz, or compositeContent.xml (or .jar), which names other repositories in whose place it stands. The files that
+// its units consist of are listed likewise, in artifacts.xml or compositeArtifacts.xml.
 #include "lint/site.h"
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -19,6 +23,8 @@ namespace {
 
 constexpr std::array<std::string_view, 5> metadata_names = {"content.xml", "content.jar", "content.xml.xz",
                                                             "compositeContent.xml", "compositeContent.jar"};
+constexpr std::array<std::string_view, 5> artifact_list_names = {"artifacts.xml", "artifacts.jar", "artifacts.xml.xz",
+                                                                 "compositeArtifacts.xml", "compositeArtifacts.jar"};
 constexpr int deepest_composite = 8;
 
 bool is_metadata_name(std::string_view name) {
@@ -28,6 +34,15 @@ bool is_metadata_name(std::string_view name) {
 bool is_file(const fs::path& path) {
   std::error_code error;
   return fs::is_regular_file(path, error);
+}
+
+/// True when something is there that may not be read.
+bool is_closed(const fs::path& path) {
+  std::error_code error;
+  const auto status = fs::status(path, error);
+  if (!fs::exists(status)) return error == std::errc::permission_denied;
+  const int rights = fs::is_directory(status) ? R_OK | X_OK : R_OK;
+  return faccessat(AT_FDCWD, path.c_str(), rights, AT_EACCESS) != 0;
 }
 
 /// The files at the top of a site, wherever they are kept.
@@ -50,10 +65,11 @@ class SiteFiles {
     return std::move(content).str();
   }
 
-  bool has_metadata() const {
-    return std::any_of(metadata_names.begin(), metadata_names.end(),
-                       [&](std::string_view name) { return has(std::string(name)); });
+  bool has_any(const std::array<std::string_view, 5>& names) const {
+    return std::any_of(names.begin(), names.end(), [&](std::string_view name) { return has(std::string(name)); });
   }
+
+  bool is_closed(const std::string& name) const { return !archive_ && eclipse_lint::is_closed(path_ / name); }
 
   /// A folder inside that has metadata, with a "/" at its end; empty when there is none.
   std::string nested_metadata() const {
@@ -89,6 +105,7 @@ class SiteFiles {
 struct Metadata {
   std::optional<pugi::xml_document> document;
   std::string damage;
+  bool is_closed = false;
 };
 
 Metadata parsed(const std::string& content, const std::string& name) {
@@ -119,6 +136,10 @@ Metadata packed_metadata(const SiteFiles& files, const std::string& name) {
 }
 
 Metadata read_metadata(const SiteFiles& files, const std::string& name) {
+  for (const std::string& file : {name + ".jar", name + ".xml"}) {
+    if (files.has(file) && files.is_closed(file)) return {std::nullopt, file + " cannot be read", true};
+    if (files.has(file)) break;
+  }
   if (files.has(name + ".jar")) return packed_metadata(files, name);
   const auto content = files.read(name + ".xml");
   return content ? parsed(*content, name + ".xml") : Metadata();
@@ -146,6 +167,7 @@ void look_into_children(const pugi::xml_document& composite, const fs::path& pat
       site.lost_children.push_back(location);
     } else if (child.units) {
       for (const auto& [id, versions] : *child.units) units[id].insert(versions.begin(), versions.end());
+      site.needed_artifacts.insert(child.needed_artifacts.begin(), child.needed_artifacts.end());
     } else {
       is_known = false;
     }
@@ -153,19 +175,85 @@ void look_into_children(const pugi::xml_document& composite, const fs::path& pat
   if (is_known) site.units = std::move(units);
 }
 
+std::string name_of_artifact(const pugi::xml_node& artifact) {
+  return std::string(artifact.attribute("classifier").value()) + "," + artifact.attribute("id").value() + "," +
+         artifact.attribute("version").value();
+}
+
+void read_units(const pugi::xml_document& content, Site& site) {
+  Units& units = site.units.emplace();
+  for (const pugi::xml_node unit : content.child("repository").child("units").children("unit")) {
+    units[unit.attribute("id").value()].insert(unit.attribute("version").value());
+    for (const pugi::xml_node artifact : unit.child("artifacts").children("artifact")) {
+      site.needed_artifacts.insert(name_of_artifact(artifact));
+    }
+  }
+}
+
+/// The rule by which the files of most sites are called, with the folder that it puts those of a classifier into.
+bool maps_to(const pugi::xml_node& repository, const std::string& classifier, const std::string& folder) {
+  const std::string filter = "(& (classifier=" + classifier + "))";
+  const std::string output = "${repoUrl}/" + folder + "/${id}_${version}.jar";
+  for (const pugi::xml_node rule : repository.child("mappings").children("rule")) {
+    if (rule.attribute("filter").value() == filter) return rule.attribute("output").value() == output;
+  }
+  return false;
+}
+
+/// Features and bundles, by their classifiers, with the folders of their files.
+std::map<std::string, std::string> mapped_folders(const pugi::xml_node& repository) {
+  std::map<std::string, std::string> folders;
+  for (const auto& [classifier, folder] :
+       {std::pair("org.eclipse.update.feature", "features"), std::pair("osgi.bundle", "plugins")}) {
+    if (maps_to(repository, classifier, folder)) folders.emplace(classifier, folder);
+  }
+  return folders;
+}
+
+/// Whether an artifact is kept in another form than as a jar file of its own, or elsewhere.
+bool is_kept_otherwise(const pugi::xml_node& artifact) {
+  if (artifact.child("processing") || artifact.child("repositoryProperties")) return true;
+  return static_cast<bool>(artifact.child("properties").find_child_by_attribute("property", "name", "format"));
+}
+
+void read_artifacts(const SiteFiles& files, Site& site) {
+  site.lists_artifacts = files.has_any(artifact_list_names);
+  if (!site.lists_artifacts) site.artifacts.emplace();
+  if (files.has("artifacts.xml.xz") || !(files.has("artifacts.jar") || files.has("artifacts.xml"))) return;
+  const Metadata list = read_metadata(files, "artifacts");
+  if (site.damage.empty()) {
+    site.damage = list.damage;
+    site.is_closed = list.is_closed;
+  }
+  if (!list.document) return;
+  const pugi::xml_node repository = list.document->child("repository");
+  const auto folders = mapped_folders(repository);
+  site.artifacts.emplace();
+  for (const pugi::xml_node artifact : repository.child("artifacts").children("artifact")) {
+    const auto folder = folders.find(artifact.attribute("classifier").value());
+    std::string file;
+    if (folder != folders.end() && !is_kept_otherwise(artifact)) {
+      file = folder->second + "/" + artifact.attribute("id").value() + "_" + artifact.attribute("version").value() + ".jar";
+    }
+    if (file.empty() || files.has(file)) {
+      site.artifacts->insert(name_of_artifact(artifact));
+    } else {
+      site.lost_artifacts.emplace(name_of_artifact(artifact), std::move(file));
+    }
+  }
+}
+
 /// Nothing is said of what is compressed with xz: it is preferred where it can be read, which it cannot here.
 void read_offer(const SiteFiles& files, const fs::path& path, int depth, Site& site) {
   if (files.has("content.jar") || files.has("content.xml")) {
     const Metadata content = read_metadata(files, "content");
     if (!files.has("content.xml.xz")) site.damage = content.damage;
-    if (!content.document) return;
-    Units& units = site.units.emplace();
-    for (const pugi::xml_node unit : content.document->child("repository").child("units").children("unit")) {
-      units[unit.attribute("id").value()].insert(unit.attribute("version").value());
-    }
+    site.is_closed = content.is_closed;
+    if (content.document) read_units(*content.document, site);
   } else if (!files.has("content.xml.xz")) {
     const Metadata composite = read_metadata(files, "compositeContent");
     site.damage = composite.damage;
+    site.is_closed = composite.is_closed;
     // The children of an archive are sought in it, or beside it, in a way of its own.
     if (composite.document && !files.are_in_archive()) look_into_children(*composite.document, path, depth, site);
   }
@@ -177,10 +265,16 @@ Site look_into(const fs::path& path, int depth) {
   site.exists = fs::exists(path, error);
   if (!site.exists) return site;
   site.is_directory = fs::is_directory(path, error);
+  site.is_closed = is_closed(path);
+  if (site.is_closed) {
+    site.damage = "it cannot be read";
+    return site;
+  }
   const SiteFiles files(path);
-  site.is_repository = files.has_metadata();
+  site.is_repository = files.has_any(metadata_names);
   if (site.is_repository) {
     read_offer(files, path, depth, site);
+    read_artifacts(files, site);
   } else if (site.is_directory || files.are_in_archive()) {
     site.nested = files.nested_metadata();
   } else {

@@ -24,6 +24,15 @@ struct Site {
   std::vector<std::string> lost_children;
   /// What it offers; nothing when that cannot be read here, as in a composite of remote sites.
   std::optional<Units> units;
+  bool is_closed = false;  ///< the damage is that it, or its metadata, may not be read
+
+  // Artifacts, which are the files that units consist of, are named as the director names them: "osgi.bundle,ID,VERSION".
+  std::set<std::string> needed_artifacts;  ///< by its units
+  bool lists_artifacts = false;            ///< it has the metadata of artifacts, though it may not be readable here
+  /// Those that it has; nothing when that cannot be read here.
+  std::optional<std::set<std::string>> artifacts;
+  /// Those that its metadata lists but whose files are not there, with the paths of these in the site.
+  std::map<std::string, std::string> lost_artifacts;
 };
 
 /// The sites that were looked into so far.

@@ -5,6 +5,8 @@
 #include <numeric>
 #include <utility>
 
+#include "lint/shown_line.h"
+
 namespace eclipse_lint {
 
 namespace {
@@ -93,11 +95,53 @@ std::string_view path_in(std::string_view url) {
 
 bool is_archive(const Record& record) { return record.placement && record.placement->url.starts_with("\"jar:"); }
 
+std::string likely_group(const std::string& id) {
+  if (id.ends_with(".feature.jar")) return id.substr(0, id.size() - 3) + "group";
+  return id + (id.ends_with(".feature") ? ".group" : ".feature.group");
+}
+
+std::string whole_version(std::string_view version) {
+  auto parts = split(version, '.');
+  parts.resize(std::max<std::size_t>(parts.size(), 3), "0");
+  std::string whole;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    std::string& part = parts[i];
+    if (i < 3) part.erase(0, std::min(part.find_first_not_of('0'), part.size() - (part.empty() ? 0 : 1)));
+    whole += (whole.empty() ? "" : ".") + part;
+  }
+  return whole;
+}
+
+std::string_view special_in(bool archive) { return archive ? special_in_quotes : ";&|<>()$`'\""; }
+
+std::size_t url_syntax_in(std::string_view path, bool archive) {
+  const auto is_digit = [&](std::size_t i) {
+    return i < path.size() && std::isxdigit(static_cast<unsigned char>(path[i])) != 0;
+  };
+  for (std::size_t at = 0; at < path.size(); ++at) {
+    if (path[at] == '#' || (path[at] == '%' && is_digit(at + 1) && is_digit(at + 2))) return at;
+    if (archive ? path.substr(at).starts_with("!/") : std::string_view("?[]").find(path[at]) != path.npos) return at;
+  }
+  return path.npos;
+}
+
+bool is_utf8(std::string_view text) {
+  for (; !text.empty(); text.remove_prefix(character_length(text))) {
+    if (character_length(text) == 0) return false;
+  }
+  return true;
+}
+
+bool looks_like_site(std::string_view text) { return text.find('/') != text.npos || lower_case(text).ends_with(".zip"); }
+
 bool is_plain_repository(const Record& record) {
   const std::string_view text = record.repository();
+  const bool archive = is_archive(record);
   if (text.empty() || text.starts_with('/') || has_scheme(text) || has_drive_letter(text)) return false;
-  if (text != without_blanks(text) || (!is_archive(record) && text.find(' ') != text.npos)) return false;
-  return text.find_first_of(special_without_quotes) == text.npos && text.find_first_of("\\,%#?") == text.npos;
+  if (text != without_blanks(text) || (!archive && text.find(' ') != text.npos)) return false;
+  if (text.starts_with('"') || text.starts_with('\'')) return false;
+  return text.find_first_of(special_in(archive)) == text.npos && text.find_first_of("\\,") == text.npos &&
+         url_syntax_in(text, archive) == text.npos && is_utf8(text);
 }
 
 }  // namespace eclipse_lint

@@ -39,6 +39,24 @@ std::string_view path_in(std::string_view url);
 /// True when the record's site is written as an archive, so that it stands in double quotes in the command.
 bool is_archive(const Record& record);
 
+/// The features and bundles that people write with another suffix than the director's: "x", "x.feature" and "x.feature.jar" are
+/// all likely to mean "x.feature.group".
+std::string likely_group(const std::string& id);
+
+/// A version as the director reads it: "1.0" and "01.0.0" are "1.0.0".
+std::string whole_version(std::string_view version);
+
+/// What the shell interprets in a repository's URL, and what the director does not take in it, wherever it stands: a fragment
+/// or an escape of a URL; outside of an archive a query or a bracket, too; in an archive "!/", which ends its path. npos for
+/// none.
+std::string_view special_in(bool archive);
+std::size_t url_syntax_in(std::string_view path, bool archive);
+
+bool is_utf8(std::string_view text);
+
+/// A path of a site: it has a slash, or ends like an archive.
+bool looks_like_site(std::string_view text);
+
 /// True when the repository is a plain relative path, which nothing on its way to the director takes for something else.
 bool is_plain_repository(const Record& record);
 

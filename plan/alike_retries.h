@@ -18,9 +18,8 @@ struct TellingRetries {
 };
 
 /// The retries that have to be looked at to know all: the first one, each that the shell does not read as it would with a plain
-/// name in the place of the feature, each that is too long for it when the others are not,
-/// and one that is like all others. `first` is the text of the
-/// first one.
+/// name in the place of the feature, each that is too long for it when the others are not, and one that is like all others.
+/// `first` is the text of the first one.
 TellingRetries telling_retries(const std::string& first, const std::vector<std::string>& features);
 
 }  // namespace eclipse_plan

@@ -29,6 +29,16 @@ bool is_named(char byte) {
          std::string_view("_{(@*#?-$!").find(byte) != std::string_view::npos;
 }
 
+/// Of "<&" or ">&" behind the number of an open file, which may be left out.
+std::string effect_of_duplicate(std::string_view number, char arrow, bool closes) {
+  std::string file = "the open file " + std::string(number);
+  if (number == "0" || (number.empty() && arrow == '<')) file = "the input";
+  if (number == "1" || (number.empty() && arrow == '>')) file = "the output";
+  if (number == "2") file = "the error output";
+  if (closes) return file + " is closed";
+  return file + (arrow == '<' ? " comes from another open file" : " goes to another open file");
+}
+
 class ShellReader {
  public:
   explicit ShellReader(std::string_view line) : line_(line) {}
@@ -112,7 +122,8 @@ class ShellReader {
     if (duplicates && !is_number(target) && target != "-") {
       refuse("\"" + text + "\" is to send to the open file \"" + target + "\", which is no number");
     } else if (text != "2>&1") {
-      remark(start, duplicates ? "the output goes to another open file" : "a file is opened for the input or the output");
+      remark(start, duplicates ? effect_of_duplicate(line_.substr(start, arrow - start), line_[arrow], target == "-")
+                               : "a file is opened for the input or the output");
     }
   }
 

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <system_error>
 
+#include "host/json_document.h"
 #include "verify/failure.h"
 
 namespace eclipse_verify {
@@ -45,6 +46,26 @@ bool is_unit(std::string_view line) {
          line.find_first_of(white_space) == line.npos;
 }
 
+std::string_view last_line(std::string_view output) {
+  const std::string_view text = trimmed(output);
+  return trimmed(text.substr(text.rfind('\n') + 1));
+}
+
+/// In English, which the question asks for. Whatever else may be started as the executable prints something else, or nothing.
+void check_is_answer(const std::string& executable, std::string_view output) {
+  const std::string_view last = last_line(output);
+  if (last.starts_with("Operation completed in ") && last.ends_with(" ms.")) return;
+  constexpr std::size_t shown = 200;
+  const std::string printed =
+      last.empty() ? "it printed nothing"
+                   : "what it printed ends with " + eclipse_host::in_quotes(last.substr(0, shown)) +
+                         (last.size() > shown ? " and " + std::to_string(last.size() - shown) + " more bytes" : "");
+  throw InstanceFault("\"" + executable +
+                      "\" does not say what is installed: the answer of a director ends with \"Operation completed in N ms.\", "
+                      "but " +
+                      printed + "; is this the Eclipse executable?");
+}
+
 }  // namespace
 
 std::string text_of(const Unit& unit) { return unit.version.empty() ? unit.id : unit.id + "/" + unit.version; }
@@ -78,11 +99,13 @@ bool is_wanted(const Unit& wanted, const Unit& installed) {
 InstalledUnits installed_units(const std::string& executable, const eclipse_host::CommandProgress& progress) {
   const InstanceLogs logs(std::filesystem::path(executable).parent_path());
   const auto result = eclipse_host::run_in_shell(
-      quoted_for_shell(executable) + " -nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots", progress);
+      quoted_for_shell(executable) + " -nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots",
+      progress);
   if (result.exit_code != 0) {
     throw InstanceFault("\"" + executable + "\" cannot be asked for what is installed: exit code " +
                         std::to_string(result.exit_code) + ", " + text_of(explain(result, logs)));
   }
+  check_is_answer(executable, result.output);
   std::error_code error;
   const auto file = std::filesystem::canonical(executable, error);  // of what a link names
   return {units_in(result.output), eclipse_inquiry::profile_units(file.parent_path())};

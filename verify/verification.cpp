@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -59,6 +60,31 @@ bool has(const InstalledUnits& installed, const Unit& wanted) {
          });
 }
 
+using Ids = std::set<std::string_view>;
+
+/// What the director leaves there: roots that are not removed, and all that they require. Other units that require each other
+/// do not keep each other there.
+Ids ids_that_stay(const Verification& verification) {
+  std::multimap<std::string_view, std::string_view> required;
+  for (const auto& unit : *verification.installed.all) {
+    for (const std::string& requirer : unit.required_by) required.emplace(requirer, unit.id);
+  }
+  std::vector<std::string_view> pending;
+  for (const Unit& root : verification.installed.roots) {
+    const auto is_it = [&](const CheckedUnit& checked) { return is_wanted(checked.unit, root); };
+    if (std::none_of(verification.units.begin(), verification.units.end(), is_it)) pending.push_back(root.id);
+  }
+  Ids staying;
+  while (!pending.empty()) {
+    const std::string_view id = pending.back();
+    pending.pop_back();
+    if (!staying.insert(id).second) continue;
+    const auto [begin, end] = required.equal_range(id);
+    for (auto found = begin; found != end; ++found) pending.push_back(found->second);
+  }
+  return staying;
+}
+
 std::vector<Unit> missing_in(const std::vector<Unit>& units, const std::vector<Unit>& others) {
   std::vector<Unit> missing;
   std::set_difference(units.begin(), units.end(), others.begin(), others.end(), std::back_inserter(missing));
@@ -73,6 +99,17 @@ std::vector<CheckedUnit> Verification::differences() const {
   return different;
 }
 
+std::optional<bool> Verification::has(const std::string& feature) const {
+  std::optional<bool> has;
+  for (const Unit& unit : units_named(feature)) {
+    const auto is_it = [&](const CheckedUnit& checked) { return checked.unit == unit; };
+    const auto found = std::find_if(units.begin(), units.end(), is_it);
+    if (found == units.end()) return std::nullopt;
+    has = has.value_or(true) && found->is_installed;
+  }
+  return has;
+}
+
 std::vector<CheckedUnit> Verification::not_there() const {
   std::vector<CheckedUnit> missing;
   if (!is_removal) return missing;
@@ -83,12 +120,10 @@ std::vector<CheckedUnit> Verification::not_there() const {
 
 std::vector<CheckedUnit> Verification::staying() const {
   std::vector<CheckedUnit> staying;
-  if (!is_removal) return staying;
-  const auto is_removed = [this](const std::string& id) {
-    return std::any_of(units.begin(), units.end(), [&](const CheckedUnit& checked) { return checked.unit.id == id; });
-  };
+  if (!is_removal || !knows_all()) return staying;
+  const Ids ids = ids_that_stay(*this);
   for (CheckedUnit checked : units) {
-    std::erase_if(checked.required_by, is_removed);
+    std::erase_if(checked.required_by, [&](const std::string& id) { return !ids.contains(id); });
     if (checked.is_installed && !checked.required_by.empty()) staying.push_back(std::move(checked));
   }
   return staying;

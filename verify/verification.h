@@ -2,6 +2,7 @@
 #ifndef ECLIPSE_INT_VERIFY_VERIFICATION_H
 #define ECLIPSE_INT_VERIFY_VERIFICATION_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,10 +31,12 @@ struct Verification {
   bool knows_all() const { return installed.all.has_value(); }
   bool is_as_it_should_be(const CheckedUnit& checked) const { return checked.is_installed != is_removal; }
   std::vector<CheckedUnit> differences() const;
+  /// Whether what a feature column names is installed, all of it; nothing when the session does not name it.
+  std::optional<bool> has(const std::string& feature) const;
   /// Units to be removed that are not installed. One of them is enough for the director to remove none.
   std::vector<CheckedUnit> not_there() const;
-  /// Units to be removed that stay all the same, since others require them that are not removed with them. The director
-  /// succeeds on them.
+  /// Units to be removed that stay all the same, since others that stay require them; `required_by` has only those. The
+  /// director succeeds on them.
   std::vector<CheckedUnit> staying() const;
 };
 

@@ -78,7 +78,7 @@ TEST_F(Arguments, FaultsOfFilesAreTold) {
   const std::string unreadable = ": cannot be read: No such file or directory; give the path of a file that can be";
   expect_fault("run missing.json", "missing.json" + unreadable);
   expect_fault("run ''", unreadable);
-  expect_fault("run folder", "folder: cannot be read: Is a directory; give the path of a file that can be");
+  expect_fault("run folder", "folder: is no regular file; give the path of a JSON file");
   expect_fault("run bad.json", "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
   expect_fault("run bad.json --json", "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
   expect_fault("call find_eclipse_ide bad.json",

@@ -32,8 +32,8 @@ std::string content_of(const std::string& file);
 std::string members(const std::map<std::string, std::string>& texts);
 
 /// The usual product: an Eclipse at eclipse/eclipse that the user names, and the component "tools" with the features "one" and
-/// "two". What the Eclipse does as the director stands in eclipse/N.sh for the N-th time that it is started; it succeeds in
-/// silence where there is none.
+/// "two". What the Eclipse does as the director stands in eclipse/N.sh for the N-th time that it is started; it succeeds
+/// where there is none. The answer to what is installed ends as a director's does.
 class ChildCommand : public testing::Test {
  protected:
   ChildCommand();

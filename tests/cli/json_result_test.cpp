@@ -114,6 +114,19 @@ TEST_F(JsonResult, HoldsAReplacementForBytesThatAreNotUtf8) {
   EXPECT_EQ(result.at("variables").at("before").at("X"), "\xEF\xBF\xBD");
 }
 
+TEST_F(JsonResult, HasTheBytesOfWhatIsNotUtf8) {
+  write_session("install");
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\t\xFF\n");
+  script(1, "printf 'a\\377\\303\\244'; printf '\\303' >&2; exit 13");
+  const Json commands = result_of(eclipse_int("run session.json --json")).at("commands");
+  EXPECT_TRUE(commands.at(0).at("hex").get<std::string>().ends_with("202d6920ff20323e2631"));
+  EXPECT_EQ(commands.at(0).at("hex"), Json::parse(eclipse_int("plan session.json --json").output).at("command").at("hex"));
+  EXPECT_EQ(commands.at(0).value("outputHex", "") + commands.at(0).value("errorOutputHex", ""), "61ffc3a4c3");
+  EXPECT_TRUE(commands.at(1).contains("hex"));
+  EXPECT_FALSE(commands.at(1).contains("outputHex"));
+  EXPECT_FALSE(commands.at(1).contains("errorOutputHex"));
+}
+
 TEST_F(JsonResult, HoldsWhatTheShellItselfSays) {
   write_session("uninstall", {}, "\"remove\": true");
   script(1, "exit 13");

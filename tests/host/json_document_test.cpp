@@ -1,7 +1,10 @@
 #include "host/json_document.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -37,7 +40,8 @@ TEST_P(SyntaxFault, IsTold) { EXPECT_EQ(fault_of(GetParam().text), GetParam().me
 INSTANTIATE_TEST_SUITE_P(
     JsonDocument, SyntaxFault,
     testing::Values(
-        Fault{"", "f:1:1: document: is empty; write JSON into it"}, Fault{" \t\r\n", "f:1:1: document: is empty; write JSON into it"},
+        Fault{"", "f:1:1: document: is empty; write JSON into it"},
+        Fault{" \t\r\n", "f:1:1: document: is empty; write JSON into it"},
         Fault{"\xEF\xBB\xBF", "f:1:1: document: is empty; write JSON into it"},
         Fault{"// nothing else",
               "f:1:16: document: syntax error, unexpected end of input; a value belongs here, and no comma after the last one"},
@@ -101,9 +105,14 @@ TEST(JsonDocument, RefusesWhatCannotBeRead) {
   };
   EXPECT_EQ(fault_of_file("missing"),
             "missing: cannot be read: No such file or directory; give the path of a file that can be");
-  EXPECT_EQ(fault_of_file("."), ".: cannot be read: Is a directory; give the path of a file that can be");
+  ASSERT_EQ(mkfifo("pipe", 0600), 0);
+  for (const std::string file : {".", "pipe", "/dev/zero"}) {
+    EXPECT_EQ(fault_of_file(file.c_str()), file + ": is no regular file; give the path of a JSON file");
+  }
   EXPECT_EQ(fault_of_file(""), ": cannot be read: No such file or directory; give the path of a file that can be");
-  EXPECT_EQ(fault_of_file("/dev/zero"), "/dev/zero: is larger than 64 MiB; give the path of a JSON file");
+  fake::write_file("large", "");
+  std::filesystem::resize_file("large", (std::uintmax_t{64} << 20U) + 1);
+  EXPECT_EQ(fault_of_file("large"), "large: is larger than 64 MiB; give the path of a JSON file");
 }
 
 /// Line and column of a value, told by refusing it.

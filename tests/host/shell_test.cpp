@@ -105,6 +105,18 @@ TEST(Shell, ProgressIsReportedWhileTheCommandRuns) {
   EXPECT_GE(result.seconds, waited);
 }
 
+TEST(Shell, ProgressIsReportedWhenTheCommandHasClosedItsOutputs) {
+  std::vector<double> waits;
+  eclipse_host::CommandProgress progress;
+  progress.on_wait = [&](double seconds) { waits.push_back(seconds); };
+  const CommandResult result = run_in_shell("exec >/dev/null 2>&1; sleep 0.9; exit 3", progress);
+  EXPECT_EQ(result.exit_code, 3);
+  EXPECT_GE(result.seconds, 0.9);
+  ASSERT_GE(waits.size(), 2U);
+  EXPECT_LE(waits.size(), 4U) << "about four times a second";
+  EXPECT_LT(waits.front(), waits.back());
+}
+
 TEST(Shell, FailureToStartIsReportedAsErrorOutput) {
   std::string seen;
   eclipse_host::CommandProgress progress;
@@ -232,6 +244,47 @@ TEST(Shell, ACommandMayPutThingsInOrderWhenItIsEnded) {
   EXPECT_THROW(run_in_shell("trap 'sleep 0.3; echo tidy > tidy; exit' TERM; echo text; while :; do sleep 0.1; done", progress),
                int);
   EXPECT_TRUE(std::filesystem::exists("tidy"));
+}
+
+class ClosedOutputs : public testing::Test {
+ protected:
+  /// Interrupts the command, which has closed its outputs, while it is waited for.
+  static void interrupt(const std::string& command) {
+    eclipse_host::CommandProgress progress;
+    progress.on_wait = [](double) {
+      if (std::filesystem::exists("ready")) throw 42;
+    };
+    EXPECT_THROW(run_in_shell("exec >/dev/null 2>&1; " + command, progress), int);
+    EXPECT_FALSE(has_child());
+  }
+
+  double seconds() const { return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count(); }
+
+  const fake::TemporaryFolder folder;
+
+ private:
+  const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+TEST_F(ClosedOutputs, ACommandMayPutThingsInOrderWhenItIsEnded) {
+  interrupt("trap 'sleep 0.6; echo tidy > tidy; exit' TERM; echo > ready; for second in 1 2 3 4 5; do sleep 1; done");
+  EXPECT_TRUE(std::filesystem::exists("tidy"));
+  EXPECT_LT(seconds(), 4) << "nothing is left to be waited for";
+}
+
+TEST_F(ClosedOutputs, ACommandThatIgnoresTheRequestToEndIsEnded) {
+  interrupt("trap '' TERM; echo > ready; for second in 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15; do sleep 1; done");
+  EXPECT_GE(seconds(), 4) << "it had its time";
+  EXPECT_LT(seconds(), 14);
+}
+
+TEST(Shell, ASignalIsReportedAsWaitingWhenTheOutputsAreClosed) {
+  std::size_t waits = 0;
+  eclipse_host::CommandProgress progress;
+  progress.on_wait = [&](double) { ++waits; };
+  const Interruptions interruptions;
+  EXPECT_EQ(run_in_shell("exec >/dev/null 2>&1; sleep 0.3; exit 5", progress).exit_code, 5);
+  EXPECT_GT(waits, 5U);
 }
 
 /// poll() leaves what it said before as it was when a signal comes.

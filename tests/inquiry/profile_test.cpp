@@ -30,7 +30,7 @@ class Profile : public testing::Test {
 TEST_F(Profile, TellsItsUnitsAndWhatRequiresThem) {
   fake::write_file(registry() + "P.profile/1.profile", R"(<?xml version='1.0' encoding='UTF-8'?>
     <?profile version='1.0.0'?>
-    <profile id='P'><properties/><units size='4'>
+    <profile id='P'><properties/><units size='6'>
       <unit id='feature' version='1.0.0'><requires>
         <required namespace='org.eclipse.equinox.p2.iu' name='bundle' range='[1.0.0,1.0.0]'/>
         <required namespace='osgi.bundle' name='bundle' range='0.0.0'/>
@@ -38,16 +38,20 @@ TEST_F(Profile, TellsItsUnitsAndWhatRequiresThem) {
       </requires></unit>
       <unit id='bundle' version='1.0.0.v1'><requires><required namespace='osgi.bundle' name='bundle'/></requires></unit>
       <unit id='extra' version='2.0.0'><requires><required namespace='osgi.bundle' name='bundle'/></requires></unit>
-      <unit id='fragment' version='1.0.0'><hostRequirements/><requires><required name='bundle'/></requires></unit>
+      <unit id='fragment' version='1.0.0'><hostRequirements/><requires>
+        <required namespace='osgi.bundle' name='bundle'/>
+      </requires></unit>
+      <unit id='importer' version='1.0.0'><requires><required namespace='java.package' name='bundle'/></requires></unit>
+      <unit id='nameless' version='1.0.0'><requires><required name='bundle'/></requires></unit>
     </units></profile>)");
   const auto units = profile_units("ide");
   ASSERT_TRUE(units.has_value());
-  ASSERT_EQ(units->size(), 4U);
+  ASSERT_EQ(units->size(), 6U);
   using Texts = std::vector<std::string>;
   EXPECT_EQ(units->at(0).required_by, Texts());
   EXPECT_EQ(units->at(1).id, "bundle");
   EXPECT_EQ(units->at(1).version, "1.0.0.v1");
-  EXPECT_EQ(units->at(1).required_by, (Texts{"feature", "extra"}));
+  EXPECT_EQ(units->at(1).required_by, (Texts{"feature", "extra"})) << "a package that is called as the bundle is another thing";
   EXPECT_EQ(units->at(2).required_by, Texts()) << "what is optional does not keep it there";
 }
 

@@ -73,8 +73,9 @@ TEST_F(LintCommand, OverridesThatSetNothingAsideAreMentioned) {
   const auto lint = eclipse_int("lint --overrides overrides.json good.txt bad.txt");
   EXPECT_EQ(lint.exit_code, 0);
   EXPECT_EQ(lint.output, "");
-  EXPECT_EQ(lint.error_output,
-            "eclipse-int: overrides.json:2: note: no finding of line-without-tab is set aside by this override; take it out\n");
+  EXPECT_EQ(
+      lint.error_output,
+      "eclipse-int: overrides.json:2: note: no finding of line-without-tab in these inputs is set aside by this override\n");
   EXPECT_EQ(eclipse_int("lint --overrides overrides.json --disable line-without-tab good.txt").error_output, "");
   // What could not be read may have what is overridden.
   EXPECT_EQ(eclipse_int("lint --overrides overrides.json missing.txt").error_output.find("note:"), std::string::npos);

@@ -42,6 +42,8 @@ TEST(Findings, StandAtTheirPlaces) {
       {"#Repository\tFeature\ns\tx.y.feature.group\n", {"t:1:1+11 header-not-recognised"}},
       {"\"Repository\"\t\"Feature\"\ns\tx.y.feature.group\n", {"t:1:1+12 header-not-recognised"}},
       {"repository\tx.y.feature.group\n", {}},
+      {"sites/repository\tx.y\n", {"t:1:18+3 feature-without-group-suffix"}},
+      {"s\tx.~y\n", {"t:1:3+4 feature-without-group-suffix"}},
       {"\xEF\xBB\xBFs\tx.y.feature.group\n", {"t:1:1+3 byte-order-mark"}},
       {"\xFF\xFEs\tx.y.feature.group\n", {"t not-8-bit-text"}},
       {std::string("s\0\tf\n", 5), {"t not-8-bit-text"}},
@@ -65,7 +67,25 @@ TEST(Findings, StandAtTheirPlaces) {
       {"s.tar.gz\tx.y.feature.group\n", {"t:1:2+7 archive-not-recognised"}},
       {"a/$HOME.zip\tx.y.feature.group\n", {"t:1:3+1 repository-needs-shell-quoting"}},
       {"a&b.zip\tx.y.feature.group\n", {}},
-      {"a*\tx.y.feature.group\n", {"t:1:2+1 repository-needs-shell-quoting"}},
+      {"a*\tx.y.feature.group\n", {"t:1:2+1 pattern-in-repository"}},
+      {"a*.zip\tx.y.feature.group\n", {}},
+      {"a]\tx.y.feature.group\n", {"t:1:2+1 url-character-in-repository"}},
+      {"a[].zip\tx.y.feature.group\n", {}},
+      {"a?b\tx.y.feature.group\n", {"t:1:2+1 url-character-in-repository"}},
+      {"a?b/c?.zip\tx.y.feature.group\n", {}},
+      {"a#b.zip\tx.y.feature.group\n", {"t:1:2+1 url-character-in-repository"}},
+      {"a!/b.zip\tx.y.feature.group\n", {"t:1:2+1 url-character-in-repository"}},
+      {"a!/b\tx.y.feature.group\n", {}},
+      {"a/\xE4.zip\tx.y.feature.group\n", {"t:1:3+1 repository-not-utf-8"}},
+      {"x.y.feature.group\ns\tx.y.feature.group\n", {"t:1:1+17 feature-column-missing"}},
+      {"x.y.feature.group/1.0.0\ns\tx.y.feature.group\n", {"t:1:1+23 feature-column-missing"}},
+      {"x.y.feature.group\tsites/alpha\n", {"t:1:1+17 columns-swapped"}},
+      {"x.y.feature.group\ta.zip\t\tfirst\n", {"t:1:1+17 columns-swapped"}},
+      {"x.y.feature.group\tx.z.feature.group/1.0.0\n", {"t:1:19+23 feature-pinned"}},
+      {"Repo\tFeature\tExtra\tOrder\ns\tx.y.feature.group\n", {"t:1:1+4 header-not-recognised"}},
+      {"Repositories\tFeature\tExtra\tOrder\ns\tx.y.feature.group\n", {"t:1:1+12 header-not-recognised"}},
+      {"\xEF\xBB\xBFRepository\tFeature\tExtra\tOrder\ns\tx.y.feature.group\n", {"t:1:1+3 byte-order-mark"}},
+      {"#s\tx.y\n", {"t:1:1+2 comment-is-data"}},
       {"a b,c\tx.y.feature.group\n", {"t:1:2+1 blank-in-repository", "t:1:4+1 comma-in-repository"}},
       {"100%\tx.y.feature.group\n", {}},
       {"a#b\tx.y.feature.group\n", {"t:1:2+1 url-character-in-repository"}},
@@ -108,6 +128,135 @@ TEST(Findings, MessagesNameWhatTheySpeakOf) {
   const Findings findings = findings_in("t");
   ASSERT_EQ(summary_of(findings), Texts({"t:2:22+1 order-taken"}));
   EXPECT_EQ(findings[0].message, "the order 3 is taken by t:1: this line gets 4");
+}
+
+TEST(Findings, SuggestionsAreIdsThatThereMayBe) {
+  const fake::TemporaryFolder folder;
+  write_file("t", "s\tx.a\ns\tx.b.feature\ns\tx.c.feature.jar\ns\tx.d.plugin\n");
+  Texts mends;
+  for (const Finding& finding : findings_in("t")) mends.push_back(finding.mend);
+  EXPECT_EQ(mends,
+            Texts({"did you mean x.a.feature.group?", "did you mean x.b.feature.group?", "did you mean x.c.feature.group?",
+                   "write the id of the feature that holds it, with .feature.group behind it"}));
+}
+
+TEST(Findings, CommentWithoutABlankIsASiteOfThatName) {
+  const fake::TemporaryFolder folder;
+  write_file("t", "#sites/alpha\tx.y.feature.group\n");
+  EXPECT_EQ(findings_in("t").at(0).message, "there are no comments: this is data, of a site called \"#sites/alpha\"");
+}
+
+TEST(Findings, FeatureIsSoughtWhateverItsCharacters) {
+  for (const std::string id : {"x.~y", "x.\xC3\xA4", "x.@", "x.%", "x.:y", "!x.y", "{x.y", "~x.y", "-x.y"}) {
+    const fake::TemporaryFolder folder;
+    write_file("c/etc/eclipse/t", "site\t" + id + ".feature.group\nsite\torg.example.one.feature.group\n");
+    write_file("c/site/content.xml", offer_of_one);
+    const std::string rule = id.starts_with('~')   ? ":1:6+1 feature-needs-shell-quoting"
+                             : id.starts_with('-') ? ":1:6+1 feature-begins-with-option"
+                                                   : ":1:6+" + std::to_string(id.size() + 14) + " feature-not-offered";
+    EXPECT_EQ(summary_of(findings_in("c")), Texts({"c/etc/eclipse/t" + rule})) << id;
+  }
+}
+
+TEST(Findings, PinnedVersionIsSoughtAsTheDirectorReadsIt) {
+  for (const std::string version : {"1", "1.0", "01.0.0", "1.0.0", "0.0.0", "2.0.0", "1.0.0.x", "1.0.1"}) {
+    const fake::TemporaryFolder folder;
+    write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group/" + version + "\n");
+    write_file("c/site/content.xml", offer_of_one);
+    const Findings findings = findings_in("c", {.disabled = {"feature-pinned"}, .overrides = {}});
+    const bool is_offered = version.size() < 5 || version == "01.0.0" || version == "1.0.0" || version == "0.0.0";
+    ASSERT_EQ(findings.size(), is_offered ? 0U : 1U) << version;
+    if (is_offered) continue;
+    EXPECT_EQ(findings[0].rule->name, "feature-not-offered");
+    EXPECT_EQ(findings[0].message, "no site offers version " + version + " of \"org.example.one.feature.group\"");
+    EXPECT_EQ(findings[0].mend, "the sites offer version 1.0.0: write org.example.one.feature.group");
+  }
+}
+
+TEST(Findings, ArtifactsMayComeFromAnySite) {
+  const auto offer_of = [](const std::string& name) {
+    return "<repository><units><unit id='org.example." + name + ".feature.group' version='1.0.0'/><unit id='" + name +
+           "' version='1.0.0'><artifacts><artifact classifier='osgi.bundle' id='" + name +
+           "' version='1.0.0'/></artifacts></unit></units></repository>";
+  };
+  constexpr const char* list_of_one =
+      "<repository><mappings><rule filter='(&amp; (classifier=osgi.bundle))' "
+      "output='${repoUrl}/plugins/${id}_${version}.jar'/></mappings>"
+      "<artifacts><artifact classifier='osgi.bundle' id='one' version='1.0.0'/></artifacts></repository>";
+  const fake::TemporaryFolder folder;
+  write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\nmore\torg.example.two.feature.group\n");
+  write_file("c/site/content.xml", offer_of("one"));
+  write_file("c/more/content.xml",
+             "<repository><units><unit id='org.example.two.feature.group' version='1'/></units></repository>");
+  const Findings without_list = findings_in("c");
+  ASSERT_EQ(summary_of(without_list), Texts({"c/etc/eclipse/t:1:1+4 site-without-artifacts"}));
+  EXPECT_EQ(without_list[0].message,
+            "\"site\" has no artifacts.jar, artifacts.xml or composite of them: no site has \"osgi.bundle,one,1.0.0\"");
+  write_file("c/more/artifacts.xml", list_of_one);
+  write_file("c/more/plugins/one_1.0.0.jar", "");
+  EXPECT_EQ(summary_of(findings_in("c")), Texts());
+  std::filesystem::remove_all("c/more/plugins");
+  const Findings without_files = findings_in("c");
+  ASSERT_EQ(summary_of(without_files),
+            Texts({"c/etc/eclipse/t:1:1+4 site-without-artifacts", "c/etc/eclipse/t:2:1+4 site-without-artifacts"}));
+  EXPECT_EQ(without_files[1].message, "\"more\" has no \"plugins/one_1.0.0.jar\", which its metadata lists");
+}
+
+TEST(Findings, WhatMayNotBeReadIsToldFromWhatIsDamaged) {
+  const fake::TemporaryFolder folder;
+  write_file("c/etc/eclipse/t",
+             "a.zip\torg.example.one.feature.group\nb\torg.example.one.feature.group\nd\torg.example.one.feature.group\n");
+  write_file("c/a.zip", "an archive");
+  write_file("c/b/content.xml", offer_of_one);
+  write_file("c/d/artifacts.xml", "<repository");
+  write_file("c/d/content.xml", offer_of_one);
+  for (const std::string closed : {"c/a.zip", "c/b/content.xml"})
+    std::filesystem::permissions(closed, std::filesystem::perms(0));
+  Texts messages;
+  for (const Finding& finding : findings_in("c", {.disabled = {"feature-from-two-sites"}, .overrides = {}})) {
+    messages.push_back(finding.message + "; " + finding.mend);
+  }
+  EXPECT_EQ(messages,
+            Texts({"\"a.zip\" cannot be loaded: it cannot be read; make it readable for whoever runs the installer",
+                   "\"b\" cannot be loaded: content.xml cannot be read; make it readable for whoever runs the installer",
+                   "\"d\" cannot be loaded: artifacts.xml is no XML; publish the site anew, and see that it is copied "
+                   "whole"}));
+}
+
+TEST(Findings, FolderCalledLikeAFileIsNone) {
+  const fake::TemporaryFolder folder;
+  std::filesystem::create_directories("c/etc/eclipse/a.txt");
+  std::filesystem::create_directories("c/etc/eclipse/sub");
+  EXPECT_EQ(summary_of(findings_in("c")), Texts({"c/etc/eclipse/a.txt descriptor-is-no-file"}));
+  const Findings findings = findings_in("c/etc/eclipse/a.txt");
+  ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/a.txt descriptor-is-no-file"}));
+  EXPECT_EQ(findings[0].message, "\"etc/eclipse/a.txt\" is a folder, not a file");
+}
+
+TEST(Findings, FileThatIsNoDescriptorIsSaidToBeThatAndNoMore) {
+  const fake::TemporaryFolder folder;
+  write_file("c/etc/eclipse/README.md", "# Hello\n\nThis\tis\n");
+  write_file("c/etc/eclipse/b.xml", "<?xml version='1.0'?>\n<a>\n\t<b/>\n</a>\n");
+  write_file("c/etc/eclipse/c.png", std::string("\x89PNG\0\t\n", 7));
+  write_file("c/etc/eclipse/d.properties", "site\torg.example.one.feature.group\n");
+  write_file("c/site/content.xml", offer_of_one);
+  const Findings findings = findings_in("c");
+  EXPECT_EQ(summary_of(findings), Texts({"c/etc/eclipse/README.md not-a-descriptor", "c/etc/eclipse/b.xml not-a-descriptor",
+                                         "c/etc/eclipse/c.png not-a-descriptor"}));
+  EXPECT_EQ(findings.at(0).severity, Severity::error);
+  EXPECT_EQ(findings.at(1).severity, Severity::warning) << "its only record is passed over";
+  EXPECT_EQ(findings.at(2).severity, Severity::error);
+}
+
+TEST(Findings, WhatALinkLeadsToIsNoDescriptorOutside) {
+  const fake::TemporaryFolder folder;
+  write_file("c/real.txt", "Repository\tFeature\nsite\torg.example.one.feature.group\n");
+  write_file("c/site/content.xml", offer_of_one);
+  std::filesystem::create_directories("c/etc/eclipse");
+  std::filesystem::create_symlink("../../real.txt", "c/etc/eclipse/a.txt");
+  EXPECT_EQ(summary_of(findings_in("c")), Texts());
+  std::filesystem::remove("c/etc/eclipse/a.txt");
+  EXPECT_EQ(summary_of(findings_in("c")), Texts({"c/real.txt descriptor-outside-etc-eclipse"}));
 }
 
 TEST(Findings, CommasAreNotCountedAsFeatures) {

@@ -141,14 +141,76 @@ TEST_F(SessionFindings, SamePathThroughTwoCapabilitiesIsOneExecutable) {
 }
 
 TEST_F(SessionFindings, MinimumVersionsOnEitherSideOfTheTrap) {
-  for (const std::string minimum : {"4.1", "4.10", "4.26.0", "10", "", "4"}) {
-    EXPECT_EQ(summary_with({"\"ECLIPSE_MIN_SUPPORTED_VERSION\": \"" + minimum + "\""}, {Component()}), Texts()) << minimum;
+  const auto findings_for = [&](const std::string& minimum) {
+    return findings_with({"\"ECLIPSE_MIN_SUPPORTED_VERSION\": \"" + minimum + "\""}, {Component()});
+  };
+  for (const std::string minimum : {"4.1", "4.10", "4.26.0", "4.30", "3.8", "04.7", "4.07", "5", "10", "", "4", "4.x"}) {
+    EXPECT_EQ(summary_of(findings_for(minimum)), Texts()) << minimum;
   }
-  for (const std::string minimum : {"4.2", "4.9.1"}) {
-    EXPECT_EQ(summary_with({"\"ECLIPSE_MIN_SUPPORTED_VERSION\": \"" + minimum + "\""}, {Component()}),
-              Texts({"session.json:4:34+" + std::to_string(minimum.size() + 2) + " minimum-version-compared-as-text"}))
-        << minimum;
+  const std::vector<std::pair<std::string, std::string>> refused = {
+      {"4.2", "4.10 to 4.19"}, {"4.7.3a", "4.10 to 4.69"}, {"4.9.1", "4.10 to 4.89"}};
+  for (const auto& [minimum, versions] : refused) {
+    const Findings findings = findings_for(minimum);
+    ASSERT_EQ(summary_of(findings),
+              Texts({"session.json:4:34+" + std::to_string(minimum.size() + 2) + " minimum-version-compared-as-text"}));
+    EXPECT_EQ(findings[0].message, "versions are compared as texts: " + versions + " come before " + minimum);
   }
+}
+
+TEST_F(SessionFindings, DamagedProfileLeavesARemovalUnchecked) {
+  const std::string profile = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile";
+  write_file(profile, "<profile");
+  const Findings findings = findings_with(internal, {ide, Component()}, "uninstall");
+  ASSERT_EQ(summary_of(findings), Texts({"session.json:2:9+11 unit-not-installed"}));
+  EXPECT_EQ(findings[0].severity, Severity::warning);
+  EXPECT_EQ(findings[0].message,
+            "the profile of the instance cannot be read, so nothing is known of what it has: " + folder.path() + "/" + profile);
+}
+
+TEST_F(SessionFindings, FileThatIsSoughtInTheWrongFolder) {
+  Component component;
+  component.folder = "";
+  const Findings findings = findings_with({}, {component});
+  ASSERT_EQ(summary_of(findings), Texts({"session.json:5:148+15 listed-descriptor-missing"}));
+  EXPECT_EQ(findings[0].message, "the descriptor file is not there: looked at " + folder.path() +
+                                     "/etc/eclipse/t; it is below \"tools\" in that folder");
+  EXPECT_EQ(findings[0].mend, "correct installDir, which is \"\": the file is there when it leads to \"tools\"");
+}
+
+TEST_F(SessionFindings, ExecutableNameThatIsAPathIsSaidOnce) {
+  const Findings findings = findings_with({R"("ECLIPSE_INTEGRATION_CHOICE": "user")", R"("ECLIPSE_BIN": "bin/eclipse")",
+                                           R"("USER_DEFINED_ECLIPSE_PATH": "ide/eclipse")"},
+                                          {Component()});
+  ASSERT_EQ(summary_of(findings), Texts({"session.json:5:16+13 executable-name-unmatched"}));
+  EXPECT_EQ(findings[0].mend, "write the file name alone: eclipse");
+}
+
+TEST_F(SessionFindings, ScannedFolderThatIsClosedIsNamed) {
+  Component component;
+  component.package = R"("package": {"scan": "tools"})";
+  for (const std::string closed : {"tools", "tools/closed"}) {
+    std::filesystem::create_directories(closed);
+    std::filesystem::permissions(closed, std::filesystem::perms(0));
+    try {
+      findings_with({}, {component});
+      ADD_FAILURE() << closed << ": no fault";
+    } catch (const eclipse_host::FileFault& fault) {
+      const std::string message = fault.what();
+      EXPECT_NE(message.find("cannot be scanned: \"" + folder.path() + "/" + closed + "\": Permission denied"), message.npos)
+          << message;
+    }
+    std::filesystem::permissions(closed, std::filesystem::perms(0755));
+  }
+}
+
+TEST_F(SessionFindings, FolderListedAsAFile) {
+  std::filesystem::create_directories("tools/etc/eclipse/sub/a.txt");
+  write_file("tools/etc/eclipse/more/u", "s\ta.b.feature.group\n");
+  Component component;
+  component.package =
+      R"("package": {"files": ["etc/eclipse/t", "etc/eclipse/sub/a.txt", "etc/eclipse/more", "etc/eclipse/more/u"]})";
+  EXPECT_EQ(summary_with({}, {component}),
+            Texts({"session.json:5:170+23 descriptor-is-no-file", "session.json:5:195+18 folder-entry-listed"}));
 }
 
 TEST_F(SessionFindings, FileThatIsReadTwiceIsReportedOnce) {

@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -298,6 +300,40 @@ TEST_F(PlanCommand, TakesSettingsAndVariables) {
   EXPECT_EQ(plan().at("components").at(0).at("fate"), "taken");
   EXPECT_EQ(plan("--variables v.json").at("components").at(0).at("fate"), "not selected");
   EXPECT_EQ(plan("--set KORU_MODE=uninstall").at("removal"), true);
+}
+
+TEST_F(PlanCommand, WaitsForNoPipe) {
+  write_session("install");
+  ASSERT_EQ(mkfifo("pipe", 0600), 0);
+  const Outcome refused{2, "", "eclipse-int: pipe: is no regular file; give the path of a JSON file\n"};
+  for (const std::string arguments : {"plan pipe", "run pipe", "run session.json --variables pipe"}) {
+    EXPECT_EQ(eclipse_int(arguments, "timeout 20"), refused) << arguments;
+  }
+}
+
+TEST_F(PlanCommand, ShortensLongTextsButForPrograms) {
+  write_session("install");
+  constexpr std::size_t size = 400'000;
+  std::string feature;
+  while (feature.size() < size) feature += "a b ";
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\t" + feature + "\n");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_LT(outcome.output.size(), 100'000U);
+  EXPECT_NE(outcome.output.find("a b ... (399800 bytes left out)"), std::string::npos) << outcome.output;
+  EXPECT_NE(outcome.output.find("      and 199957 more words (--json has them)\n"), std::string::npos) << outcome.output;
+  EXPECT_NE(outcome.output.find("      and 199950 more bytes (--json has them)\n"), std::string::npos) << outcome.output;
+  EXPECT_NE(plan().at("command").at("text").get<std::string>().find(feature), std::string::npos);
+}
+
+TEST_F(PlanCommand, LeavesACommandWholeThatCanBeStarted) {
+  write_session("install");
+  const std::string feature(100'000, 'x');
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\t" + feature + "\nsite\t" + std::string(198, 'y') + "\xC3\xA4\xC3\xA4" +
+                                                      std::string(4096, 'z') + "\n");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_NE(outcome.output.find(" -i " + feature + ","), std::string::npos);
+  EXPECT_NE(outcome.output.find("  " + std::string(200, 'x') + "... (99800 bytes left out)  "), std::string::npos);
+  EXPECT_NE(outcome.output.find("  " + std::string(198, 'y') + "\xC3\xA4... (4098 bytes left out)  "), std::string::npos);
 }
 
 TEST_F(PlanCommand, TellsFaults) {

@@ -81,7 +81,14 @@ TEST(ShellReading, SpecialCharactersAreRemarked) {
       {"a #b;c", {{"a"}}, {"2 the rest of the line is a comment"}},
       {"a#b", {{"a#b"}}, {}},
       {"a >b", {{"a"}}, {"2 a file is opened for the input or the output"}},
-      {"a 1>&3", {{"a"}}, {"2 the output goes to another open file"}},
+      {"a 1>&3 2>&4 5>&6",
+       {{"a"}},
+       {"2 the output goes to another open file", "7 the error output goes to another open file",
+        "12 the open file 5 goes to another open file"}},
+      {"a >&3 <&4", {{"a"}}, {"2 the output goes to another open file", "6 the input comes from another open file"}},
+      {"a <&- 0<&- 0>&-", {{"a"}}, {"2 the input is closed", "6 the input is closed", "11 the input is closed"}},
+      {"a >&- 1<&-", {{"a"}}, {"2 the output is closed", "6 the output is closed"}},
+      {"a 2>&- 7<&-", {{"a"}}, {"2 the error output is closed", "7 the open file 7 is closed"}},
       {"a\\ b", {{"a b"}}, {"1 the backslash is taken away"}},
   };
   for (const Special& special : cases) {

@@ -36,8 +36,8 @@ TEST(InstalledUnits, AreAskedForInAnyFolder) {
   const fake::TemporaryFolder folder;
   const std::string executable = folder.path() + "/it's my \"$IDE\"/eclipse";
   fake::write_file(executable,
-                   "#!/bin/sh\n[ \"$*\" = '-nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots' ]"
-                   " && echo a/1.0.0\n");
+                   "#!/bin/sh\n[ \"$*\" = '-nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots' ]"
+                   " && echo a/1.0.0 && echo 'Operation completed in 8 ms.'\n");
   EXPECT_THROW(installed_units(executable), InstanceFault) << "it is not executable yet";
   std::filesystem::permissions(executable, std::filesystem::perms(0755));
   EXPECT_EQ(installed_units(executable).roots, (Units{{"a", "1.0.0"}}));
@@ -46,7 +46,7 @@ TEST(InstalledUnits, AreAskedForInAnyFolder) {
 
 TEST(InstalledUnits, AreLookedUpInTheProfileOfTheInstanceThatALinkNames) {
   const fake::TemporaryFolder folder;
-  fake::write_file("ide/eclipse", "#!/bin/sh\n");
+  fake::write_file("ide/eclipse", "#!/bin/sh\necho 'Operation completed in 8 ms.'\n");
   std::filesystem::permissions("ide/eclipse", std::filesystem::perms(0755));
   fake::write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
                    "<profile><units><unit id='a' version='1.0.0'/></units></profile>");

@@ -76,12 +76,58 @@ TEST(Verification, NamesWhatIsLeftAfterARemoval) {
 
 TEST(Verification, NamesWhatOthersRequireThatStay) {
   EXPECT_EQ(texts_of(compare(plan(true), installed).staying()), Texts()) << "what requires it goes, too";
+  EXPECT_EQ(texts_of(compare(plan(true), roots_only).staying()), Texts()) << "what requires it is not known";
   InstalledUnits more = installed;
+  more.roots.push_back({"d", "1.0.0"});
   more.all->push_back({"d", "1.0.0", {}});
   more.all->at(2).required_by = {"b", "d"};
   const auto staying = compare(plan(true), more).staying();
   EXPECT_EQ(texts_of(staying), Texts{"c"});
   EXPECT_EQ(staying[0].required_by, Texts{"d"});
+}
+
+/// The units to be removed are "a/2.0", "b" and "c".
+struct StayingCase {
+  std::string description;
+  InstalledUnits installed;
+  Texts staying;
+  Texts requirers;  ///< of the first one
+};
+
+const std::vector<StayingCase> staying_cases = {
+    {"a chain goes with the root that it hangs on",
+     {{{"b", "1"}, {"c", "1"}}, {{{"b", "1", {}}, {"x", "1", {"b"}}, {"c", "1", {"x"}}}}},
+     {},
+     {}},
+    {"a chain stays with the root that it hangs on",
+     {{{"b", "1"}, {"c", "1"}, {"d", "1"}},
+      {{{"b", "1", {}}, {"d", "1", {}}, {"x", "1", {"d"}}, {"y", "1", {"x"}}, {"c", "1", {"b", "y"}}}}},
+     {"c"},
+     {"y"}},
+    {"a cycle without a root goes",
+     {{{"b", "1"}, {"c", "1"}}, {{{"b", "1", {"y"}}, {"x", "1", {"y", "b"}}, {"y", "1", {"x"}}, {"c", "1", {"x"}}}}},
+     {},
+     {}},
+    {"a cycle stays with a root",
+     {{{"c", "1"}, {"d", "1"}}, {{{"d", "1", {"c"}}, {"x", "1", {"d"}}, {"c", "1", {"x"}}}}},
+     {"c"},
+     {"x"}},
+    {"what stays itself keeps what it requires",
+     {{{"b", "1"}, {"c", "1"}, {"d", "1"}}, {{{"b", "1", {"d"}}, {"c", "1", {"b"}}, {"d", "1", {}}}}},
+     {"b", "c"},
+     {"d"}},
+    {"a root in another version is not removed",
+     {{{"a", "1"}, {"c", "1"}}, {{{"a", "1", {}}, {"c", "1", {"a"}}}}},
+     {"c"},
+     {"a"}},
+};
+
+TEST(Verification, WhatStaysIsRequiredFromARootThatStays) {
+  for (const auto& [description, state, expected, requirers] : staying_cases) {
+    const auto staying = compare(plan(true), state).staying();
+    EXPECT_EQ(texts_of(staying), expected) << description;
+    EXPECT_EQ(staying.empty() ? Texts() : staying[0].required_by, requirers) << description;
+  }
 }
 
 TEST(Verification, TellsWhatCameInAndWentOut) {

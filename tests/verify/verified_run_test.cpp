@@ -21,7 +21,7 @@ class VerifiedRun : public ChildCommand {
 const std::string only_roots =
     "  Only what was installed by name is known, not what came along with it: the instance's p2 profile cannot be read.\n";
 
-const std::string question = "-nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots\n";
+const std::string question = "-nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots\n";
 
 TEST_F(VerifiedRun, TellsWhatCameIn) {
   write_session("install");
@@ -45,6 +45,36 @@ TEST_F(VerifiedRun, FailsWhenWhatWasDoneIsNotThere) {
   const Outcome outcome = eclipse_int("run session.json --verify");
   EXPECT_EQ(outcome.status, 1) << "although every command succeeded";
   EXPECT_NE(verification(outcome).find("\n  two is not installed by name ("), std::string::npos) << outcome.output;
+  EXPECT_NE(outcome.output.find("\n\nDone, but the Eclipse is not as the session should have left it\n"
+                                "  These features were installed into FOLDER/eclipse:\n"
+                                "    one\n"
+                                "  The director succeeded, but these features were not installed into FOLDER/eclipse; it does "
+                                "not have them, as the verification below says:\n"
+                                "    two\n\n"),
+            std::string::npos)
+      << outcome.output;
+}
+
+TEST_F(VerifiedRun, DoesNotDenyWhatIsThereAlthoughTheDirectorFailed) {
+  write_session("install");
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone/1.0\nsite\ttwo\nsite\tthree\r\n");
+  script(2, "exit 13");
+  script(3, "exit 13");
+  script(4, "exit 13");
+  script(6, "echo one/1.0.0; echo three/1.0.0");
+  const Outcome outcome = eclipse_int("run session.json --verify");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(outcome.output.find("\n\nFailed\n"
+                                "  Not all went in at once, so they were tried one by one.\n"
+                                "  These features were installed into FOLDER/eclipse:\n"
+                                "    three\\r\n"
+                                "  These features were not installed into FOLDER/eclipse:\n"
+                                "    two\n"
+                                "  The director failed, but these features are as they should be in FOLDER/eclipse, as the "
+                                "verification below says:\n"
+                                "    one/1.0\n\n"),
+            std::string::npos)
+      << outcome.output;
 }
 
 TEST_F(VerifiedRun, WarnsBeforeARemovalThatIsBlocked) {
@@ -80,12 +110,13 @@ TEST_F(VerifiedRun, WarnsBeforeARemovalThatIsBlocked) {
 TEST_F(VerifiedRun, WarnsOfWhatIsCertainWhereTheProfileTells) {
   write_session("uninstall", {}, "\"remove\": true");
   fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite\ttwo\nsite\tthree\n");
-  script(1, "echo one/1.0.0");
+  script(1, "echo one/1.0.0; echo other/1.0.0");
   script(2, ":");
-  script(3, "echo two/1.0.0");
+  script(3, "echo other/1.0.0; echo two/1.0.0");
   fake::write_file("eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
                    "<profile><units><unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'/>"
-                   "<unit id='other' version='1'><requires><required name='two'/></requires></unit></units></profile>");
+                   "<unit id='other' version='1'><requires><required namespace='org.eclipse.equinox.p2.iu' "
+                   "name='two'/></requires></unit></units></profile>");
   const Outcome outcome = eclipse_int("run session.json --verify");
   EXPECT_EQ(
       outcome.error,
@@ -93,6 +124,15 @@ TEST_F(VerifiedRun, WarnsOfWhatIsCertainWhereTheProfileTells) {
       "the units\n"
       "eclipse-int: warning: two (FOLDER/tools/etc/eclipse/tools.txt:2) is required by other, so the director leaves it "
       "there, also when it succeeds\n");
+  EXPECT_NE(outcome.output.find("\n\nDone, but the Eclipse is not as the session should have left it\n"
+                                "  These features were removed from FOLDER/eclipse:\n"
+                                "    three\n"
+                                "  The director succeeded, but these features were not removed from FOLDER/eclipse; it still "
+                                "has them, as the verification below says:\n"
+                                "    one\n"
+                                "    two\n\n"),
+            std::string::npos)
+      << outcome.output;
   EXPECT_TRUE(
       verification(outcome).starts_with("\nVerification:\n"
                                         "  Now installed by name, and there before:\n"
@@ -150,8 +190,31 @@ TEST_F(VerifiedRun, AsksNothingWhenNothingIsRun) {
   EXPECT_EQ(director_calls(), "");
 }
 
+TEST_F(VerifiedRun, SaysThatNoEclipseIsThereAsVerifyDoes) {
+  write_session("uninstall", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}}, "\"remove\": true");
+  const Outcome outcome = eclipse_int("run session.json --verify");
+  EXPECT_EQ(outcome.status, 2);
+  const std::string fault = "there is no Eclipse to ask, and a run does nothing";
+  EXPECT_EQ(verification(outcome), "\nVerification:\n  Fault: " + fault + "\n    \"/missing/eclipse\" does not exist\n");
+  EXPECT_EQ(eclipse_int("verify session.json"),
+            (Outcome{2, "", "eclipse-int: " + fault + "\n  \"/missing/eclipse\" does not exist\n"}));
+  const Json result = Json::parse(eclipse_int("run session.json --verify --json").output);
+  EXPECT_EQ(result.at("exitStatus"), 2);
+  EXPECT_EQ(result.at("verification"), Json::parse(R"({"planned": false, "reasons": ["\"/missing/eclipse\" does not exist"],
+    "faults": ["there is no Eclipse to ask, and a run does nothing"], "failures": []})"));
+  EXPECT_EQ(eclipse_int("run session.json").status, 0) << "nothing was left undone that was asked for";
+}
+
+TEST_F(VerifiedRun, OfASessionThatIsRefusedSaysNoMoreThanThat) {
+  write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}});
+  const Outcome outcome = eclipse_int("run session.json --verify");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(verification(outcome), "\nVerification:\n  The session has no command to run, so there is nothing to verify.\n");
+}
+
 TEST_F(VerifiedRun, IsTheRunItself) {
   write_session("install");
+  script(5, "echo one/1.0.0; echo two/1.0.0");
   script(1, "exit 13");
   const Outcome plain = eclipse_int("run session.json");
   std::filesystem::remove("eclipse/calls");

@@ -11,6 +11,12 @@ using Json = nlohmann::json;
 
 class VerifyCommand : public ChildCommand {
  protected:
+  /// Puts another program in the place of the Eclipse.
+  static void write_executable(const std::string& commands) {
+    fake::write_file("eclipse/eclipse", "#!/bin/sh\n" + commands + "\n");
+    std::filesystem::permissions("eclipse/eclipse", std::filesystem::perms(0755));
+  }
+
   /// What the instance has, in the form of its p2 profile.
   static void write_profile(const std::string& units) {
     fake::write_file("eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
@@ -21,11 +27,11 @@ class VerifyCommand : public ChildCommand {
 const std::string only_roots =
     "  Only what was installed by name is known, not what came along with it: the instance's p2 profile cannot be read.\n";
 
-const std::string question = "-nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots\n";
+const std::string question = "-nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots\n";
 
 TEST_F(VerifyCommand, IsTheSameWhenAllIsThere) {
   write_session("install");
-  script(1, "echo one/1.0.0; echo two/2.0.0; echo local.ide/4.26.0; echo 'Operation completed in 8 ms.'");
+  script(1, "echo one/1.0.0; echo two/2.0.0; echo local.ide/4.26.0");
   EXPECT_EQ(
       eclipse_int("verify session.json"),
       (Outcome{0, "Same: the units that the session installs (2) are all installed in FOLDER/eclipse/eclipse\n" + only_roots,
@@ -66,7 +72,7 @@ TEST_F(VerifyCommand, TellsWhatCameAlongFromWhatIsNotThere) {
   fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite\ttwo\nsite\tthree\n");
   script(1, "echo one/1.0.0");
   write_profile(
-      "<unit id='one' version='1.0.0'><requires><required namespace='n' name='two'/></requires></unit>"
+      "<unit id='one' version='1.0.0'><requires><required namespace='org.eclipse.equinox.p2.iu' name='two'/></requires></unit>"
       "<unit id='two' version='1.0.0'/>");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
@@ -89,7 +95,8 @@ TEST_F(VerifyCommand, NamesOnlySomeOfManyThatRequireAUnit) {
   script(1, "echo one/1.0.0");
   std::string units = "<unit id='two' version='1.0.0'/>";
   for (const char* const id : {"a", "b", "c", "d", "e"}) {
-    units += "<unit id='" + std::string(id) + "'><requires><required name='two'/></requires></unit>";
+    units += "<unit id='" + std::string(id) +
+             "'><requires><required namespace='org.eclipse.equinox.p2.iu' name='two'/></requires></unit>";
   }
   write_profile(units);
   EXPECT_NE(eclipse_int("verify session.json").output.find("; a, b, c and 2 more require it ("), std::string::npos);
@@ -128,6 +135,22 @@ TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
   EXPECT_EQ(director_calls(), "");
 }
 
+TEST_F(VerifyCommand, TakesNoAnswerFromAnotherProgram) {
+  write_session("install");
+  const std::string fault =
+      "eclipse-int: \"FOLDER/eclipse/eclipse\" does not say what is installed: the answer of a director ends with \"Operation "
+      "completed in N ms.\", but ";
+  const std::string mend = "; is this the Eclipse executable?\n";
+  write_executable(":");
+  EXPECT_EQ(eclipse_int("verify session.json"), (Outcome{2, "", fault + "it printed nothing" + mend}));
+  write_executable("printf 'one/1.0.0\\ntwo/1.0.0\\nusage\\033[0m\\n\\n'");
+  EXPECT_EQ(eclipse_int("verify session.json --json"),
+            (Outcome{2, "", fault + "what it printed ends with \"usage\\u001b[0m\"" + mend}));
+  write_executable("head -c 10000 /dev/zero | tr '\\0' x");
+  EXPECT_EQ(eclipse_int("verify session.json"),
+            (Outcome{2, "", fault + "what it printed ends with \"" + std::string(200, 'x') + "\" and 9800 more bytes" + mend}));
+}
+
 TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
   write_session("install");
   script(1, "echo 'Locking is not possible' >&2; exit 15");
@@ -140,12 +163,14 @@ TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
   write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}});
   EXPECT_EQ(eclipse_int("verify session.json").status, 2) << "the run would be refused";
   write_session("uninstall", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}}, "\"remove\": true");
-  EXPECT_EQ(eclipse_int("verify session.json"),
-            (Outcome{2, "", "eclipse-int: there is no Eclipse to ask\n  \"/missing/eclipse\" does not exist\n"}));
+  EXPECT_EQ(
+      eclipse_int("verify session.json"),
+      (Outcome{2, "",
+               "eclipse-int: there is no Eclipse to ask, and a run does nothing\n  \"/missing/eclipse\" does not exist\n"}));
   write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "internal"}});
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{2, "",
-                     "eclipse-int: there is no Eclipse to ask\n"
+                     "eclipse-int: there is no Eclipse to ask, and a run does nothing\n"
                      "  ECLIPSE_INTEGRATION_CHOICE is \"internal\"\n"
                      "  ECLIPSE_BIN is \"eclipse\"\n"
                      "  no component provides an IDE; the capabilities are: TOOLS_ECLIPSE_PLUGIN\n"

@@ -78,12 +78,93 @@ TEST(LintDirector, CommaInARepositoryMakesEveryCommandFail) {
 }
 
 TEST(LintDirector, CharactersOfUrlsMakeARepositoryUnloadable) {
-  for (const std::string name : {"a%20b", "a#b", "a?b"}) {
+  for (const std::string name : {"a%20b", "a#b", "a?b", "a]b"}) {
     Product product;
     add_alpha_as(product, name, "sites/" + name + "\torg.example.alpha.feature.group\n");
     EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13)) << name;
     EXPECT_THAT(rules_broken_by(product), Contains("url-character-in-repository")) << name;
   }
+}
+
+TEST(LintDirector, QuestionMarksAndBracketsDoAnArchiveNoHarm) {
+  Product product;
+  product.component("tools", {"alpha.zip"}, "sites/a?[b.zip\torg.example.alpha.feature.group\n");
+  fs::rename(product.folder() / "tools/sites/alpha.zip", product.folder() / "tools/sites/a?[b.zip");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+  EXPECT_THAT(rules_broken_by(product), IsEmpty());
+}
+
+TEST(LintDirector, ArchiveBelowAFolderThatEndsInAnExclamationMarkCannotBeLoaded) {
+  Product product;
+  product.component("tools", {"alpha.zip"}, "sites!/alpha.zip\torg.example.alpha.feature.group\n");
+  fs::rename(product.folder() / "tools/sites", product.folder() / "tools/sites!");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("url-character-in-repository"));
+}
+
+TEST(LintDirector, StarThatMatchesNothingStays) {
+  Product product;
+  add_alpha_as(product, "a*b", "sites/a*b\torg.example.alpha.feature.group\n");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("pattern-in-repository"));
+}
+
+TEST(LintDirector, BytesThatAreNoUtf8CannotBeLoaded) {
+  Product product;
+  add_alpha_as(product, "b\xE4r", "sites/b\xE4r\torg.example.alpha.feature.group\n");
+  EXPECT_NE(product.run("install").status, 0);
+  EXPECT_THAT(product.installed(), IsEmpty());
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-not-utf-8"));
+}
+
+TEST(LintDirector, SiteWithoutItsArtifactsKeepsBackTheOthers) {
+  for (const std::string lost : {"artifacts.jar", "plugins", "features"}) {
+    Product product;
+    product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");
+    fs::remove_all(product.folder() / "tools/sites/alpha" / lost);
+    EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13, 0)) << lost;
+    EXPECT_EQ(product.installed(), features({"gamma"})) << lost;
+    EXPECT_THAT(rules_broken_by(product), ElementsAre("site-without-artifacts")) << lost;
+  }
+}
+
+TEST(LintDirector, ArtifactsMayComeFromAnotherSite) {
+  Product product;
+  product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");
+  product.component("more", {"alpha"}, alpha);
+  fs::remove(product.folder() / "tools/sites/alpha/artifacts.jar");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-from-two-sites"));
+}
+
+TEST(LintDirector, DamagedListOfArtifactsCannotBeLoaded) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  write(product.folder() / "tools/sites/alpha/artifacts.jar", "no archive");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("site-metadata-damaged"));
+}
+
+TEST(LintDirector, FeatureWithAnOddCharacterIsNotFound) {
+  for (const std::string id : {"org.example.alpha~", "org.example.\xC3\xA4lpha", "!org.example.alpha", "org.example.al%"}) {
+    Product product;
+    product.component("tools", {"alpha"}, "sites/alpha\t" + id + ".feature.group\n");
+    EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13)) << id;
+    EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-not-offered")) << id;
+  }
+}
+
+TEST(LintDirector, PinnedVersionIsFoundWhenASiteOffersIt) {
+  for (const std::string version : {"1", "01.0", "0.0.0"}) {
+    Product product;
+    product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group/" + version + "\n");
+    EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0)) << version;
+    EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-pinned")) << version;
+  }
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group/2.0.0\n");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-not-offered", "feature-pinned"));
 }
 
 TEST(LintDirector, MissingRepositoryIsOnlyMentionedBesideAnother) {
