@@ -42,7 +42,8 @@ std::string holder_of(const std::string& descriptor) {
 
 /// The folder that holds the etc/eclipse which a folder is, lies in, or has as its "eclipse".
 std::optional<fs::path> holder_around(const fs::path& folder) {
-  if (folder.filename() == "etc" && fs::is_directory(folder / "eclipse")) return folder.parent_path();
+  std::error_code error;
+  if (folder.filename() == "etc" && fs::is_directory(folder / "eclipse", error)) return folder.parent_path();
   for (fs::path inner = folder; inner.has_relative_path(); inner = inner.parent_path()) {
     if (inner.filename() == "eclipse" && inner.parent_path().filename() == "etc") return inner.parent_path().parent_path();
   }

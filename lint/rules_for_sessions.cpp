@@ -102,11 +102,12 @@ void check_executable(const Product& product, Reporter& reporter) {
   if (executable.empty()) return;
   const Place& place = facts.place_of(is_choice(facts, "user") ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN");
   const std::size_t odd = executable.find_first_of(std::string(special_without_quotes) + " \t?");
+  std::error_code error;
   if (odd != std::string::npos) {
     reporter.report(place, in_quotes(executable) + " has a blank or another of the shell's own characters in it");
-  } else if (fs::is_directory(executable)) {
+  } else if (fs::is_directory(executable, error)) {
     reporter.report(place, in_quotes(executable) + " is a folder", "name the executable in it");
-  } else if (fs::exists(executable) && access(executable.c_str(), X_OK) != 0) {
+  } else if (fs::exists(executable, error) && access(executable.c_str(), X_OK) != 0) {
     reporter.report(place, in_quotes(executable) + " is not executable", "make it executable: chmod +x");
   }
 }

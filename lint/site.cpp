@@ -25,7 +25,6 @@ constexpr std::array<std::string_view, 5> metadata_names = {"content.xml", "cont
                                                             "compositeContent.xml", "compositeContent.jar"};
 constexpr std::array<std::string_view, 5> artifact_list_names = {"artifacts.xml", "artifacts.jar", "artifacts.xml.xz",
                                                                  "compositeArtifacts.xml", "compositeArtifacts.jar"};
-constexpr int deepest_composite = 8;
 
 bool is_metadata_name(std::string_view name) {
   return std::find(metadata_names.begin(), metadata_names.end(), name) != metadata_names.end();
@@ -145,8 +144,6 @@ Metadata read_metadata(const SiteFiles& files, const std::string& name) {
   return content ? parsed(*content, name + ".xml") : Metadata();
 }
 
-Site look_into(const fs::path& path, int depth);
-
 /// Where a child of a composite lies; nothing when that is not on this disk, or is written in a way that is not understood
 /// here.
 std::optional<fs::path> place_of_child(std::string location, const fs::path& composite) {
@@ -156,14 +153,18 @@ std::optional<fs::path> place_of_child(std::string location, const fs::path& com
 }
 
 /// Lost children are passed over. What is offered is known only when all others can be read.
-void look_into_children(const pugi::xml_document& composite, const fs::path& path, int depth, Site& site) {
+void look_into_children(const pugi::xml_document& composite, const fs::path& path, Sites& sites, Site& site) {
   Units units;
   bool is_known = true;
   for (const pugi::xml_node node : composite.child("repository").child("children").children("child")) {
     const std::string location = node.attribute("location").value();
     const auto place = place_of_child(location, path);
-    const Site child = place && depth < deepest_composite ? look_into(*place, depth + 1) : Site();
-    if (place && depth < deepest_composite && (!child.is_repository || !child.damage.empty())) {
+    if (!place) {
+      is_known = false;
+      continue;
+    }
+    const Site& child = sites.at(*place);
+    if (!child.is_repository || !child.damage.empty()) {
       site.lost_children.push_back(location);
     } else if (child.units) {
       for (const auto& [id, versions] : *child.units) units[id].insert(versions.begin(), versions.end());
@@ -244,7 +245,7 @@ void read_artifacts(const SiteFiles& files, Site& site) {
 }
 
 /// Nothing is said of what is compressed with xz: it is preferred where it can be read, which it cannot here.
-void read_offer(const SiteFiles& files, const fs::path& path, int depth, Site& site) {
+void read_offer(const SiteFiles& files, const fs::path& path, Sites& sites, Site& site) {
   if (files.has("content.jar") || files.has("content.xml")) {
     const Metadata content = read_metadata(files, "content");
     if (!files.has("content.xml.xz")) site.damage = content.damage;
@@ -255,11 +256,11 @@ void read_offer(const SiteFiles& files, const fs::path& path, int depth, Site& s
     site.damage = composite.damage;
     site.is_closed = composite.is_closed;
     // The children of an archive are sought in it, or beside it, in a way of its own.
-    if (composite.document && !files.are_in_archive()) look_into_children(*composite.document, path, depth, site);
+    if (composite.document && !files.are_in_archive()) look_into_children(*composite.document, path, sites, site);
   }
 }
 
-Site look_into(const fs::path& path, int depth) {
+Site look_into(const fs::path& path, Sites& sites) {
   Site site;
   std::error_code error;
   site.exists = fs::exists(path, error);
@@ -273,7 +274,7 @@ Site look_into(const fs::path& path, int depth) {
   const SiteFiles files(path);
   site.is_repository = files.has_any(metadata_names);
   if (site.is_repository) {
-    read_offer(files, path, depth, site);
+    read_offer(files, path, sites, site);
     read_artifacts(files, site);
   } else if (site.is_directory || files.are_in_archive()) {
     site.nested = files.nested_metadata();
@@ -286,8 +287,13 @@ Site look_into(const fs::path& path, int depth) {
 }  // namespace
 
 const Site& Sites::at(const fs::path& path) {
-  const auto known = sites_.find(path);
-  return known != sites_.end() ? known->second : sites_.emplace(path, look_into(path, 0)).first->second;
+  const auto [known, is_new] = sites_.try_emplace(path);
+  if (is_new) {
+    // A composite that has itself among its children finds a repository there of which no more is known.
+    known->second.is_repository = true;
+    known->second = look_into(path, *this);
+  }
+  return known->second;
 }
 
 }  // namespace eclipse_lint

@@ -347,6 +347,12 @@ TEST_F(SessionFindings, FolderInEtcEclipseIsNoMissingFile) {
   EXPECT_EQ(summary_with({}, {component}), Texts({"session.json:5:153+18 folder-entry-listed"}));
 }
 
+TEST_F(SessionFindings, NameThatIsTooLongForTheSystemIsAnEclipseThatIsNotThere) {
+  const Texts variables = {R"("ECLIPSE_INTEGRATION_CHOICE": "user")", R"("ECLIPSE_BIN": "eclipse")",
+                           R"("USER_DEFINED_ECLIPSE_PATH": ")" + std::string(300, 'x') + R"(")"};
+  EXPECT_EQ(summary_with(variables, {Component()}, "uninstall"), Texts{"session.json:6:30+302 user-eclipse-unusable"});
+}
+
 TEST_F(SessionFindings, LineIsThatOfTheFile) {
   const Findings findings = findings_with({R"("ECLIPSE_INTEGRATION_CHOICE": "Internal")"}, {Component()});
   ASSERT_EQ(summary_of(findings), Texts({"session.json:4:31+10 choice-misspelled"}));

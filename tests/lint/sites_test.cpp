@@ -106,6 +106,18 @@ TEST_F(SitesTest, CompositeOfItselfOffersNothingThatCouldBeRead) {
   EXPECT_EQ(sites.at("all").units, std::nullopt);
 }
 
+// Without a memory of what was looked into, each of the composites would be looked into six times from each other one.
+TEST_F(SitesTest, CompositesThatNameEachOtherAreLookedIntoOnce) {
+  std::string children;
+  for (int i = 0; i < 6; ++i) children += "<child location='../" + std::to_string(i) + "'/>";
+  for (int i = 0; i < 6; ++i) {
+    write_file(std::to_string(i) + "/compositeContent.xml", "<repository><children>" + children + "</children></repository>");
+  }
+  EXPECT_TRUE(sites.at("0").is_repository);
+  EXPECT_EQ(sites.at("0").lost_children, std::vector<std::string>());
+  EXPECT_EQ(sites.at("0").units, std::nullopt);
+}
+
 TEST_F(SitesTest, MetadataThatCannotBeReadHereLeavesTheOfferOpen) {
   write_file("site/content.xml.xz", "x");
   write_file("beside/content.xml.xz", "x");
