@@ -98,10 +98,6 @@ bool applies(const Override& entry, const Finding& finding) {
 }
 
 std::vector<Override> read_overrides(const fs::path& file) {
-  std::error_code error;
-  // It is read twice, which a pipe cannot be.
-  if (const auto status = fs::status(file, error); fs::exists(status) && !fs::is_regular_file(status))
-    throw FileFault(file.string() + ": is no file; give the path of a file of overrides");
   const JsonDocument document(file);
   std::ostringstream content;
   content << std::ifstream(file, std::ios::binary).rdbuf();
