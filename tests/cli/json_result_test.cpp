@@ -141,7 +141,7 @@ TEST_F(JsonResult, HoldsWhatTheShellItselfSays) {
 
 TEST_F(JsonResult, HoldsHugeOutputs) {
   write_session("install");
-  constexpr std::size_t size = 20'000'000;
+  constexpr std::size_t size = 4'000'000;
   script(1, "head -c " + std::to_string(size) + " /dev/zero | tr '\\0' x");
   const Outcome outcome = eclipse_int("run session.json --json");
   EXPECT_EQ(outcome.status, 0);
