@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "cli/one_line.h"
-#include "plan/alike_retries.h"
+#include "host/shell.h"
 
 namespace eclipse_cli {
 
@@ -52,7 +52,7 @@ RunObserver Account::observer() {
   RunObserver observer;
   observer.on_action = [this](const std::string& action) { tell("Action " + action + "\n"); };
   observer.on_command = [this](const std::string& command) {
-    tell("  Command: " + on_one_line(command, eclipse_plan::longest_argument) + "\n");
+    tell("  Command: " + on_one_line(command, eclipse_host::longest_command) + "\n");
   };
   observer.command_progress.on_output = [this](std::string_view piece) { tell_output(piece); };
   observer.command_progress.on_error_output = [this](std::string_view piece) { tell_output(piece); };
@@ -68,7 +68,7 @@ void Account::end(const RunRecord& record, bool graphical, const InstanceFinding
 void Account::interrupt(const std::string& signal, bool director_was_running) {
   tell("\nInterrupted by " + signal + "\n" +
        (director_was_running ? "  The director that was running was ended; what it had done by then may have stayed.\n"
-                             : "  No director was running.\n"));
+                             : "  No command of the session was running.\n"));
 }
 
 void Account::tell(const std::string& text) {

@@ -5,8 +5,10 @@
 
 #include "cli/one_line.h"
 #include "cli/table.h"
+#include "plan/reasons.h"
 
 using namespace eclipse_plan;
+using eclipse_host::longest_command;
 
 namespace eclipse_cli {
 
@@ -14,10 +16,6 @@ namespace {
 
 std::string section(const std::string& title, const std::string& content) {
   return content.empty() ? "" : "\n" + title + "\n" + content;
-}
-
-std::string counted(std::size_t count, const std::string& noun) {
-  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 std::string actions_of(const Plan& plan) {
@@ -93,8 +91,6 @@ std::string title_of_components(const Plan& plan) {
                          : "Components (those that are being installed are searched, since the instance is known)";
 }
 
-std::string place_of(const PlannedRecord& record) { return record.file + ":" + std::to_string(record.line); }
-
 std::string about_slot(const PlannedRecord& record) {
   const std::string wanted = std::to_string(record.wanted_slot);
   std::string about;
@@ -109,7 +105,7 @@ std::string features_of(const Plan& plan) {
   std::size_t number = 0;
   for (const PlannedRecord* const record : plan.features()) {
     table.add({std::to_string(++number), std::to_string(record->slot), record->gives_order() ? record->config.order : "none",
-               record->config.feature, place_of(*record), about_slot(*record)});
+               record->config.feature, record->place(), about_slot(*record)});
   }
   return number == 0 ? "" : table.text();
 }
@@ -118,7 +114,7 @@ std::string idle_records_of(const Plan& plan) {
   std::string text;
   for (const PlannedRecord& record : plan.records) {
     if (record.fate == RecordFate::listed) continue;
-    text += "  " + on_one_line(place_of(record)) + ": ";
+    text += "  " + on_one_line(record.place()) + ": ";
     if (record.fate == RecordFate::no_repository) {
       text += "has no repository, so the line is passed over\n";
     } else if (record.fate == RecordFate::no_feature) {
@@ -206,12 +202,12 @@ std::string obstacle_warning(const PlannedCommand& command) {
 }
 
 std::string text_of(const PlannedCommand& command) {
-  return "  " + on_one_line(command.text, longest_argument) + "\n" + length_warning(command) + obstacle_warning(command) +
+  return "  " + on_one_line(command.text, longest_command) + "\n" + length_warning(command) + obstacle_warning(command) +
          shell_warning(command);
 }
 
 std::string length_of(std::size_t bytes) {
-  return "(" + std::to_string(bytes) + " of at most " + std::to_string(longest_argument) + " bytes)";
+  return "(" + std::to_string(bytes) + " of at most " + std::to_string(longest_command) + " bytes)";
 }
 
 std::string command_of(const Plan& plan) {

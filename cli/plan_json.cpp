@@ -98,7 +98,7 @@ Json command_json(const PlannedCommand& command) {
   Json json;
   add_text(json, "text", command.text, "hex");
   json["bytes"] = command.text.size();
-  json["limit"] = longest_argument;
+  json["limit"] = eclipse_host::longest_command;
   json["sound"] = command.is_sound();
   json["obstacle"] = command.obstacle;
   json["causes"] = list_of(command.causes, cause_json);

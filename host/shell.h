@@ -2,11 +2,15 @@
 #ifndef ECLIPSE_INT_HOST_SHELL_H
 #define ECLIPSE_INT_HOST_SHELL_H
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
 
 namespace eclipse_host {
+
+/// The longest command line, in bytes, that can be run: Linux hands no longer text to a program as one argument.
+inline constexpr std::size_t longest_command = 131'071;
 
 /// What a command came to.
 struct CommandResult {

@@ -214,21 +214,21 @@ std::vector<std::string> Library::executables(Session& session) const {
   return executables;
 }
 
-RecordedRun Library::run(Session& session) const {
-  RecordedRun run;
-  session.on_call = [&run](const HostCall& call) {
-    if (call.operation == "is_file") run.files.push_back(call.arguments.front());
+Rehearsal Library::rehearse(Session& session) const {
+  Rehearsal rehearsal;
+  session.on_call = [&rehearsal](const HostCall& call) {
+    if (call.operation == "is_file") rehearsal.files.push_back(call.arguments.front());
   };
-  session.run_command = [&run](const std::string& command) {
-    run.commands.push_back(command);
+  session.run_command = [&rehearsal](const std::string& command) {
+    rehearsal.commands.push_back(command);
     return CommandResult();
   };
   RunRecord record = run_session(plugin_, session);
   session.on_call = nullptr;
   session.run_command = nullptr;
-  run.log = std::move(record.log);
-  run.refusal = std::move(record.refusal);
-  return run;
+  rehearsal.log = std::move(record.log);
+  rehearsal.refusal = std::move(record.refusal);
+  return rehearsal;
 }
 
 }  // namespace eclipse_inquiry

@@ -29,7 +29,7 @@ struct Placement {
 };
 
 /// What a run of a session came to, with commands that were recorded instead of run.
-struct RecordedRun {
+struct Rehearsal {
   std::vector<std::string> log;
   std::vector<std::string> commands;
   std::vector<std::string> files;  ///< the paths that were asked for as files, in order
@@ -68,8 +68,8 @@ class Library {
   /// The executables that are found among the IDE components, of which the last one counts.
   std::vector<std::string> executables(eclipse_host::Session& session) const;
 
-  /// Performs the whole session. Changes its variables as a run does.
-  RecordedRun run(eclipse_host::Session& session) const;
+  /// Performs the whole session, but for its commands. Changes its variables as a run does.
+  Rehearsal rehearse(eclipse_host::Session& session) const;
 
  private:
   const eclipse_host::Plugin& plugin_;

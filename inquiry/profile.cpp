@@ -1,7 +1,10 @@
 // p2 keeps the states of a profile as p2/org.eclipse.equinox.p2.engine/profileRegistry/ID.profile/TIME.profile, or .profile.gz:
 //
 //   <profile id="..."><units><unit id="..." version="...">
-//     <requires><required namespace="..." name="..." optional="true"/> ...</requires> ...</unit> ...</units> ...</profile>
+//     <requires><required namespace="..." name="..." optional="true"/> ...</requires> ...</unit> ...</units>
+//     <iusProperties><iuProperties id="..." version="..."><properties>
+//       <property name="org.eclipse.equinox.p2.type.root" value="true"/> ...</properties></iuProperties> ...</iusProperties>
+//     ...</profile>
 #include "inquiry/profile.h"
 
 #include <zlib.h>
@@ -91,12 +94,26 @@ bool requires_a_unit(const pugi::xml_node& required) {
          !required.attribute("optional").as_bool();
 }
 
-std::vector<InstalledUnit> units_in(const pugi::xml_node& units) {
+using IdAndVersion = std::pair<std::string, std::string>;
+
+std::set<IdAndVersion> roots_in(const pugi::xml_node& profile) {
+  std::set<IdAndVersion> roots;
+  for (const pugi::xml_node unit : profile.child("iusProperties").children("iuProperties")) {
+    const pugi::xml_node root =
+        unit.child("properties").find_child_by_attribute("property", "name", "org.eclipse.equinox.p2.type.root");
+    if (root.attribute("value").as_bool()) roots.emplace(unit.attribute("id").value(), unit.attribute("version").value());
+  }
+  return roots;
+}
+
+std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
   std::vector<InstalledUnit> installed;
+  const std::set<IdAndVersion> roots = roots_in(profile);
   std::map<std::string, std::vector<std::string>> requirers;
-  for (const pugi::xml_node unit : units.children("unit")) {
+  for (const pugi::xml_node unit : profile.child("units").children("unit")) {
     const std::string id = unit.attribute("id").value();
-    installed.push_back({id, unit.attribute("version").value(), {}});
+    const std::string version = unit.attribute("version").value();
+    installed.push_back({id, version, {}, roots.contains({id, version})});
     // A fragment goes with the unit that it configures.
     if (unit.child("hostRequirements")) continue;
     for (const pugi::xml_node required : unit.child("requires").children("required")) {
@@ -120,9 +137,26 @@ std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance
   const auto content = content_of(profile_file(instance));
   pugi::xml_document document;
   if (!content || !document.load_buffer(content->data(), content->size())) return std::nullopt;
-  const pugi::xml_node units = document.child("profile").child("units");
-  if (!units) return std::nullopt;
-  return units_in(units);
+  const pugi::xml_node profile = document.child("profile");
+  if (!profile.child("units")) return std::nullopt;
+  return units_in(profile);
+}
+
+std::set<std::string_view> ids_kept_by(std::vector<std::string_view> roots, const std::vector<InstalledUnit>& units) {
+  std::multimap<std::string_view, std::string_view> required;
+  for (const InstalledUnit& unit : units) {
+    for (const std::string& requirer : unit.required_by) required.emplace(requirer, unit.id);
+  }
+  std::set<std::string_view> kept;
+  std::vector<std::string_view>& pending = roots;
+  while (!pending.empty()) {
+    const std::string_view id = pending.back();
+    pending.pop_back();
+    if (!kept.insert(id).second) continue;
+    const auto [begin, end] = required.equal_range(id);
+    for (auto found = begin; found != end; ++found) pending.push_back(found->second);
+  }
+  return kept;
 }
 
 }  // namespace eclipse_inquiry

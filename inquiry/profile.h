@@ -4,7 +4,9 @@
 
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace eclipse_inquiry {
@@ -13,6 +15,7 @@ struct InstalledUnit {
   std::string id;
   std::string version;
   std::vector<std::string> required_by;  ///< the ids of the installed units that require it as a unit or as a bundle
+  bool is_root = false;                  ///< it was installed by name; otherwise it came along with another unit
 };
 
 /// The newest state of the profile of the instance in this folder; empty when there is none, or none that is certain to be its.
@@ -21,6 +24,10 @@ std::filesystem::path profile_file(const std::filesystem::path& instance);
 /// Every unit that the profile of the instance in this folder has, roots and what came along with them, as its newest state
 /// says. Nothing when there is none that can be read, as when the profile is kept elsewhere.
 std::optional<std::vector<InstalledUnit>> profile_units(const std::filesystem::path& instance);
+
+/// What an instance keeps of `units` when these are the roots that stay: the ids of the roots, and of all that they require.
+/// Other units that require each other do not keep each other there. The ids are views of the arguments' texts.
+std::set<std::string_view> ids_kept_by(std::vector<std::string_view> roots, const std::vector<InstalledUnit>& units);
 
 }  // namespace eclipse_inquiry
 

@@ -94,7 +94,7 @@ class ProductReader {
     read_unlisted();
     facts.executables = library_.executables(*facts.session);
     const auto variables = facts.session->variables;
-    facts.run = library_.run(*facts.session);
+    facts.run = library_.rehearse(*facts.session);
     facts.session->variables = variables;
     return finish();
   }

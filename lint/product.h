@@ -21,7 +21,7 @@ namespace eclipse_lint {
 using eclipse_inquiry::DescriptorFile;
 using eclipse_inquiry::Library;
 using eclipse_inquiry::Placement;
-using eclipse_inquiry::RecordedRun;
+using eclipse_inquiry::Rehearsal;
 
 struct Record;
 struct Component;
@@ -96,7 +96,7 @@ struct SessionFacts {
   std::map<std::string, Place> variables;  ///< where each is set in the file
   Place mode;
   std::vector<std::string> executables;  ///< those among the IDE components, of which the last one counts
-  RecordedRun run;
+  Rehearsal run;
 
   std::string variable(const std::string& name) const { return session->variable(name); }
   bool is_removal() const { return variable("KORU_MODE") == "uninstall"; }

@@ -4,10 +4,12 @@
 #include <map>
 
 #include "host/json_document.h"
+#include "inquiry/versions.h"
 #include "lint/rule.h"
 #include "lint/texts.h"
 
 using eclipse_host::in_quotes;
+using eclipse_inquiry::whole_version;
 
 namespace eclipse_lint {
 

@@ -100,18 +100,6 @@ std::string likely_group(const std::string& id) {
   return id + (id.ends_with(".feature") ? ".group" : ".feature.group");
 }
 
-std::string whole_version(std::string_view version) {
-  auto parts = split(version, '.');
-  parts.resize(std::max<std::size_t>(parts.size(), 3), "0");
-  std::string whole;
-  for (std::size_t i = 0; i < parts.size(); ++i) {
-    std::string& part = parts[i];
-    if (i < 3) part.erase(0, std::min(part.find_first_not_of('0'), part.size() - (part.empty() ? 0 : 1)));
-    whole += (whole.empty() ? "" : ".") + part;
-  }
-  return whole;
-}
-
 std::string_view special_in(bool archive) { return archive ? special_in_quotes : ";&|<>()$`'\""; }
 
 std::size_t url_syntax_in(std::string_view path, bool archive) {

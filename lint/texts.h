@@ -43,9 +43,6 @@ bool is_archive(const Record& record);
 /// all likely to mean "x.feature.group".
 std::string likely_group(const std::string& id);
 
-/// A version as the director reads it: "1.0" and "01.0.0" are "1.0.0".
-std::string whole_version(std::string_view version);
-
 /// What the shell interprets in a repository's URL, and what the director does not take in it, wherever it stands: a fragment
 /// or an escape of a URL; outside of an archive a query or a bracket, too; in an archive "!/", which ends its path. npos for
 /// none.

@@ -1,5 +1,6 @@
 #include "plan/alike_retries.h"
 
+#include "host/shell.h"
 #include "plan/shell_reading.h"
 
 namespace eclipse_plan {
@@ -65,7 +66,7 @@ TellingRetries telling_retries(const std::string& first, const std::vector<std::
   const bool fits = Tail::fits(first, features.front());
   const Tail tail = fits ? Tail(first, features.front()) : Tail();
   const auto is_too_long = [rest = first.size() - features.front().size()](const std::string& feature) {
-    return rest + feature.size() > longest_argument;
+    return rest + feature.size() > eclipse_host::longest_command;
   };
   bool is_model_too_long = false;
   for (std::size_t number = 1; number <= features.size(); ++number) {

@@ -9,9 +9,6 @@
 
 namespace eclipse_plan {
 
-/// The longest text that Linux hands to a program as one argument, in bytes, as the shell gets a command.
-inline constexpr std::size_t longest_argument = 131'071;
-
 struct TellingRetries {
   std::set<std::size_t> numbers;  ///< from 1
   std::size_t model = 0;          ///< the one of them that all others are like; 0 when there are no others

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "inquiry/library.h"
+#include "plan/alike_retries.h"
 #include "plan/reasons.h"
 #include "plan/recorded_run.h"
 
@@ -61,8 +62,6 @@ std::string joined_repositories(const std::set<std::string>& repositories) {
   }
   return joined(words);
 }
-
-std::string place_of(const PlannedRecord& record) { return record.file + ":" + std::to_string(record.line); }
 
 /// Why the shell cannot start an executable that exists; empty when it can.
 std::string obstacle_to(const std::string& executable) {
@@ -234,7 +233,7 @@ class PlanMaker {
     feature_causes_.emplace();
     const auto listed = plan_.features();
     for (std::size_t i = 0; i < listed.size(); ++i) {
-      auto cause = cause_in({i == 0 ? "" : ",", features_[i], ",", "column 2 of " + place_of(*listed[i])});
+      auto cause = cause_in({i == 0 ? "" : ",", features_[i], ",", "column 2 of " + listed[i]->place()});
       if (cause) feature_causes_->emplace(i + 1, *std::move(cause));
     }
     return *feature_causes_;
@@ -260,7 +259,7 @@ class PlanMaker {
                    "the folder of component " + plan_.components[record.component].code});
       }
       if (sites.insert(record.repository).second) {
-        add_cause({quote + "/", record.config.repository, archive ? "!/\"" : ",", "column 1 of " + place_of(record)});
+        add_cause({quote + "/", record.config.repository, archive ? "!/\"" : ",", "column 1 of " + record.place()});
       }
     }
     return *repository_causes_;

@@ -12,7 +12,7 @@
 #include "eclipse_int/eclipse_int.h"
 #include "host/plugin.h"
 #include "host/session.h"
-#include "plan/alike_retries.h"
+#include "host/shell.h"
 #include "plan/recorded_run.h"
 #include "plan/shell_cause.h"
 #include "plan/shell_reading.h"
@@ -58,6 +58,8 @@ struct PlannedRecord {
   std::int64_t slot = 0;         ///< its place in the install order
   std::int64_t wanted_slot = 0;  ///< the number that is read from its order
 
+  /// "FILE:LINE".
+  std::string place() const { return file + ":" + std::to_string(line); }
   /// Otherwise the plug-in put its UNDEFINED_ORDER there, or the line says the same.
   bool gives_order() const { return config.order != "undefined"; }
 };
@@ -70,7 +72,7 @@ struct PlannedCommand {
   std::string obstacle;            ///< why the shell cannot start the executable; empty when it can
   std::size_t number = 0;          ///< 0 for everything at once; of a retry, the number of its feature from 1
 
-  bool is_too_long() const { return text.size() > longest_argument; }
+  bool is_too_long() const { return text.size() > eclipse_host::longest_command; }
   bool is_passed_on() const { return shell.is_just(intended); }
   /// Whether the director gets what it is meant to get.
   bool is_sound() const { return !is_too_long() && obstacle.empty() && is_passed_on(); }

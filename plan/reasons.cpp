@@ -7,15 +7,15 @@ using namespace eclipse_host;
 
 namespace eclipse_plan {
 
+std::string counted(std::size_t count, const std::string& noun) {
+  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
 namespace {
 
 using Texts = std::vector<std::string>;
 
 constexpr std::size_t most_names = 5;
-
-std::string counted(std::size_t count, const std::string& noun) {
-  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
 
 /// The first of them, and how many more there are.
 std::string listed(const Texts& names) {
@@ -72,7 +72,7 @@ Texts codes_with(const Plan& plan, ComponentFate fate) {
 Texts places_with(const Plan& plan, RecordFate fate) {
   Texts places;
   for (const PlannedRecord& record : plan.records) {
-    if (record.fate == fate) places.push_back(record.file + ":" + std::to_string(record.line));
+    if (record.fate == fate) places.push_back(record.place());
   }
   return places;
 }

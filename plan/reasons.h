@@ -2,6 +2,7 @@
 #ifndef ECLIPSE_INT_PLAN_REASONS_H
 #define ECLIPSE_INT_PLAN_REASONS_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,9 @@
 #include "plan/recorded_run.h"
 
 namespace eclipse_plan {
+
+/// "1 file", "2 files".
+std::string counted(std::size_t count, const std::string& noun);
 
 /// Each on a line of its own, in the order in which the plug-in came upon them. For a run that is not refused.
 std::vector<std::string> reasons_for_no_command(const Plan& plan, const RecordedRun& run, const eclipse_host::Session& session);

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "host/json_document.h"
+#include "inquiry/versions.h"
 #include "verify/failure.h"
 
 namespace eclipse_verify {
@@ -31,12 +32,6 @@ Unit unit_in(std::string_view text) {
   const std::size_t slash = text.find('/');
   if (slash == text.npos) return {std::string(text), ""};
   return {std::string(text.substr(0, slash)), std::string(text.substr(slash + 1))};
-}
-
-/// With the parts that may be left out.
-std::string whole_version(std::string version) {
-  for (auto dots = std::count(version.begin(), version.end(), '.'); dots < 2; ++dots) version += ".0";
-  return version;
 }
 
 /// Other lines tell how long it took, or what the machine that runs the director complains of.
@@ -93,6 +88,7 @@ std::vector<Unit> units_named(std::string_view list) {
 
 bool is_wanted(const Unit& wanted, const Unit& installed) {
   if (wanted.id != installed.id) return false;
+  using eclipse_inquiry::whole_version;
   return wanted.version.empty() || whole_version(wanted.version) == whole_version(installed.version);
 }
 

@@ -19,7 +19,7 @@ std::vector<CheckedUnit> units_of(const eclipse_plan::Plan& plan) {
     for (const Unit& unit : units_named(record->config.feature)) {
       const auto [found, is_new] = known.emplace(unit, units.size());
       if (is_new) units.push_back({unit, {}, false, false, {}, {}});
-      units[found->second].places.push_back(record->file + ":" + std::to_string(record->line));
+      units[found->second].places.push_back(record->place());
     }
   }
   return units;
@@ -60,29 +60,14 @@ bool has(const InstalledUnits& installed, const Unit& wanted) {
          });
 }
 
-using Ids = std::set<std::string_view>;
-
-/// What the director leaves there: roots that are not removed, and all that they require. Other units that require each other
-/// do not keep each other there.
-Ids ids_that_stay(const Verification& verification) {
-  std::multimap<std::string_view, std::string_view> required;
-  for (const auto& unit : *verification.installed.all) {
-    for (const std::string& requirer : unit.required_by) required.emplace(requirer, unit.id);
-  }
-  std::vector<std::string_view> pending;
+/// The ids of what the director leaves there.
+std::set<std::string_view> ids_that_stay(const Verification& verification) {
+  std::vector<std::string_view> roots;
   for (const Unit& root : verification.installed.roots) {
     const auto is_it = [&](const CheckedUnit& checked) { return is_wanted(checked.unit, root); };
-    if (std::none_of(verification.units.begin(), verification.units.end(), is_it)) pending.push_back(root.id);
+    if (std::none_of(verification.units.begin(), verification.units.end(), is_it)) roots.push_back(root.id);
   }
-  Ids staying;
-  while (!pending.empty()) {
-    const std::string_view id = pending.back();
-    pending.pop_back();
-    if (!staying.insert(id).second) continue;
-    const auto [begin, end] = required.equal_range(id);
-    for (auto found = begin; found != end; ++found) pending.push_back(found->second);
-  }
-  return staying;
+  return eclipse_inquiry::ids_kept_by(std::move(roots), *verification.installed.all);
 }
 
 std::vector<Unit> missing_in(const std::vector<Unit>& units, const std::vector<Unit>& others) {
@@ -121,7 +106,7 @@ std::vector<CheckedUnit> Verification::not_there() const {
 std::vector<CheckedUnit> Verification::staying() const {
   std::vector<CheckedUnit> staying;
   if (!is_removal || !knows_all()) return staying;
-  const Ids ids = ids_that_stay(*this);
+  const auto ids = ids_that_stay(*this);
   for (CheckedUnit checked : units) {
     std::erase_if(checked.required_by, [&](const std::string& id) { return !ids.contains(id); });
     if (checked.is_installed && !checked.required_by.empty()) staying.push_back(std::move(checked));

@@ -95,6 +95,9 @@ TEST_F(Interruption, EndsTheQuestionsOfAVerifiedRun) {
   EXPECT_EQ(outcome.status, 130);
   EXPECT_EQ(Json::parse(outcome.output).at("commands"), Json::array());
   EXPECT_TRUE(has_ended("director"));
+  script(2, director_that_sends("INT"));
+  const std::string told = eclipse_int_with_number("run session.json --verify").output;
+  EXPECT_TRUE(told.ends_with("\nInterrupted by SIGINT\n  No command of the session was running.\n")) << told;
 }
 
 TEST_F(Interruption, AfterAVerifiedRunLosesNothingOfIt) {

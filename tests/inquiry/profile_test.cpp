@@ -43,7 +43,18 @@ TEST_F(Profile, TellsItsUnitsAndWhatRequiresThem) {
       </requires></unit>
       <unit id='importer' version='1.0.0'><requires><required namespace='java.package' name='bundle'/></requires></unit>
       <unit id='nameless' version='1.0.0'><requires><required name='bundle'/></requires></unit>
-    </units></profile>)");
+    </units><iusProperties size='3'>
+      <iuProperties id='feature' version='1.0.0'><properties size='2'>
+        <property name='org.eclipse.equinox.p2.internal.inclusion.rules' value='STRICT'/>
+        <property name='org.eclipse.equinox.p2.type.root' value='true'/>
+      </properties></iuProperties>
+      <iuProperties id='extra' version='1.0.0'><properties size='1'>
+        <property name='org.eclipse.equinox.p2.type.root' value='true'/>
+      </properties></iuProperties>
+      <iuProperties id='importer' version='1.0.0'><properties size='1'>
+        <property name='org.eclipse.equinox.p2.type.root' value='false'/>
+      </properties></iuProperties>
+    </iusProperties></profile>)");
   const auto units = profile_units("ide");
   ASSERT_TRUE(units.has_value());
   ASSERT_EQ(units->size(), 6U);
@@ -53,6 +64,18 @@ TEST_F(Profile, TellsItsUnitsAndWhatRequiresThem) {
   EXPECT_EQ(units->at(1).version, "1.0.0.v1");
   EXPECT_EQ(units->at(1).required_by, (Texts{"feature", "extra"})) << "a package that is called as the bundle is another thing";
   EXPECT_EQ(units->at(2).required_by, Texts()) << "what is optional does not keep it there";
+  for (const InstalledUnit& unit : *units) EXPECT_EQ(unit.is_root, unit.id == "feature") << unit.id;
+}
+
+TEST(IdsKeptBy, AreTheRootsAndAllThatTheyRequire) {
+  using Ids = std::set<std::string_view>;
+  const std::vector<InstalledUnit> units = {{"a", "1", {}},    {"b", "1", {"a"}}, {"c", "1", {"b", "x"}},
+                                            {"x", "1", {"y"}}, {"y", "1", {"x"}}, {"z", "1", {"z"}}};
+  EXPECT_EQ(ids_kept_by({}, units), Ids());
+  EXPECT_EQ(ids_kept_by({"a"}, units), (Ids{"a", "b", "c"}));
+  EXPECT_EQ(ids_kept_by({"x"}, units), (Ids{"x", "y", "c"}));
+  EXPECT_EQ(ids_kept_by({"z", "b"}, units), (Ids{"z", "b", "c"}));
+  EXPECT_EQ(ids_kept_by({"unknown"}, units), Ids{"unknown"});
 }
 
 TEST_F(Profile, IsReadInItsNewestState) {

@@ -169,10 +169,10 @@ TEST_F(Planning, SaysWhetherTheCommandCanBeGivenToAShell) {
     add("c", "s\tF\n");
     return plan().command->text.size() - 1;
   }();
-  fake::write_file("c/etc/eclipse/p", "s\t" + std::string(longest_argument - rest, 'x') + "\n");
+  fake::write_file("c/etc/eclipse/p", "s\t" + std::string(eclipse_host::longest_command - rest, 'x') + "\n");
   EXPECT_FALSE(plan().command->is_too_long());
   EXPECT_TRUE(plan().command->is_sound());
-  fake::write_file("c/etc/eclipse/p", "s\t" + std::string(longest_argument - rest + 1, 'x') + "\n");
+  fake::write_file("c/etc/eclipse/p", "s\t" + std::string(eclipse_host::longest_command - rest + 1, 'x') + "\n");
   EXPECT_TRUE(plan().command->is_too_long());
   EXPECT_FALSE(plan().command->is_sound());
 }
@@ -289,7 +289,7 @@ TEST_F(Planning, ShowsTheRetryOfARemovalThatReadsDifferently) {
 }
 
 TEST_F(Planning, ShowsTheRetryThatIsTooLong) {
-  add("c", "s\tF\ns\t" + std::string(longest_argument, 'x') + "\ns\tG\n");
+  add("c", "s\tF\ns\t" + std::string(eclipse_host::longest_command, 'x') + "\ns\tG\n");
   const Plan made = plan(Retries::telling);
   EXPECT_EQ(numbers_of(made.retries), (Numbers{1, 2}));
   EXPECT_TRUE(made.retries[1].is_too_long());
@@ -362,8 +362,8 @@ TEST_F(Planning, TellsWhatKeptTheListsEmpty) {
 /// The limit is the system's.
 TEST_F(Planning, KnowsTheLongestCommand) {
   const auto exit_code_of = [](std::size_t size) { return run_in_shell(":" + std::string(size - 1, ' ')).exit_code; };
-  EXPECT_EQ(exit_code_of(longest_argument), 0);
-  EXPECT_EQ(exit_code_of(longest_argument + 1), 126);
+  EXPECT_EQ(exit_code_of(eclipse_host::longest_command), 0);
+  EXPECT_EQ(exit_code_of(eclipse_host::longest_command + 1), 126);
 }
 
 }  // namespace

@@ -397,6 +397,20 @@ TEST(LintDirector, UnitThatIsNotInstalledKeepsAllOthers) {
   EXPECT_THAT(rules_broken_by(product), ElementsAre("unit-not-installed"));
 }
 
+TEST(LintDirector, UnitThatIsRequiredStaysAndTheDirectorSucceeds) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  ASSERT_EQ(product.run("install").status, 0);
+  Product other("other");
+  other.component("plugin", {"alpha"}, "sites/alpha\torg.example.alpha.plugin\n");
+  const Outcome removal = other.run("uninstall", {{"USER_DEFINED_ECLIPSE_PATH", product.executable().string()}});
+  EXPECT_THAT(removal.exit_codes(), ElementsAre(0));
+  EXPECT_THAT(product.installed(), ElementsAre("org.example.alpha.feature.group/1.0.0", "org.example.alpha.plugin/1.0.0"));
+  EXPECT_THAT(rules_broken_by(other), Contains("unit-required-by-others"));
+  ASSERT_EQ(product.run("uninstall").status, 0);
+  EXPECT_THAT(rules_broken_by(other), testing::Not(Contains("unit-required-by-others")));
+}
+
 TEST(LintDirector, HighestVersionOfAnySiteIsTaken) {
   Product product;
   product.component("tools", {"alpha"}, std::string(alpha) + "sites/newer\torg.example.alpha.feature.group\n");
