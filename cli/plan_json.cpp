@@ -72,8 +72,14 @@ Json component_json(const PlannedComponent& component) {
 
 Json record_json(const PlannedRecord& record) {
   const plugin_config& config = record.config;
-  Json json = {{"file", record.file},   {"line", record.line},   {"repository", config.repository}, {"feature", config.feature},
-               {"extra", config.extra}, {"order", config.order}, {"fate", name_of(record.fate)}};
+  Json json;
+  json["file"] = record.file;
+  json["line"] = record.line;
+  json["repository"] = config.repository;
+  json["feature"] = config.feature;
+  json["extra"] = config.extra;
+  json["order"] = config.order;
+  json["fate"] = name_of(record.fate);
   if (record.fate == RecordFate::no_repository) return json;
   json["url"] = record.repository;
   json["slot"] = record.slot;

@@ -53,6 +53,11 @@ std::string without_trailing_slashes(std::string path) {
   return path;
 }
 
+/// Whether a look at its characters is enough to know that a path is normal. It spares most paths being taken to pieces.
+bool is_plainly_normal(const std::string& path) {
+  return path.find("//") == path.npos && path.find("/.") == path.npos && !path.starts_with('.') && !path.ends_with('/');
+}
+
 /// The bytes of a file; nothing when it cannot be read, which a folder cannot be either.
 std::optional<std::string> read_bytes(const std::string& path) {
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
@@ -156,13 +161,11 @@ bool Component::getInstalled(int) {
 void print_log(const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, arguments);
+  char* formatted = nullptr;
+  const int length = vasprintf(&formatted, format, arguments);
   va_end(arguments);
-  std::string line(length < 0 ? 0 : static_cast<std::size_t>(length), '\0');
-  std::vsnprintf(line.data(), line.size() + 1, format, again);
-  va_end(again);
+  const std::unique_ptr<char, void (*)(void*)> owner(length < 0 ? nullptr : formatted, &std::free);
+  const std::string line(owner.get(), length < 0 ? 0 : static_cast<std::size_t>(length));
   look("print_log", line);
   active_session().on_log(line);
 }
@@ -171,6 +174,7 @@ void print_log(const char* format, ...) {
 
 std::string path(std::string text) {
   if (goes_badly("path", text)) return {};
+  if (is_plainly_normal(text)) return text;
   return without_trailing_slashes(std::filesystem::path(text).lexically_normal().string());
 }
 

@@ -18,6 +18,8 @@ namespace {
 
 constexpr std::string_view blanks = " \t";
 constexpr std::string_view operators = ";&|()\n";
+/// What may stand for more than itself in the midst of a word, or ends it.
+constexpr std::string_view special = " \t;&|()\n<>\\'\"$`*?[";
 
 bool is_digit(char byte) { return std::isdigit(static_cast<unsigned char>(byte)) != 0; }
 
@@ -150,8 +152,14 @@ class ShellReader {
       case '`':
         return read_replaced(word);
       default:
-        word += line_[at_++];
+        return read_plain(word);
     }
+  }
+
+  void read_plain(std::string& word) {
+    const std::size_t end = std::min(line_.find_first_of(special, at_ + 1), line_.size());
+    word += line_.substr(at_, end - at_);
+    at_ = end;
   }
 
   void read_escaped(std::string& word) {

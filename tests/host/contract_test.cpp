@@ -182,6 +182,19 @@ TYPED_TEST(HostContract, PathsHaveOneForm) {
   }
 }
 
+TYPED_TEST(HostContract, PathIsNormalisedWhateverItsPieces) {
+  constexpr std::string_view letters = "a./";
+  constexpr std::size_t longest = 7;
+  std::vector<std::string> texts = {""};
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    std::string normalised = std::filesystem::path(texts[i]).lexically_normal().string();
+    while (normalised.size() > 1 && normalised.ends_with('/')) normalised.pop_back();
+    EXPECT_EQ(path(texts[i]), normalised) << texts[i];
+    if (texts[i].size() == longest) continue;
+    for (const char letter : letters) texts.push_back(texts[i] + letter);
+  }
+}
+
 TYPED_TEST(HostContract, ResolvedPathIsAbsoluteAndWithoutLinks) {
   std::filesystem::create_directories("real/sub");
   std::filesystem::create_directory_symlink("real", "link");
