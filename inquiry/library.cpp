@@ -109,6 +109,8 @@ ListLog list_log(decltype(&::populate_lists) populate, const std::vector<plugin_
 
 }  // namespace
 
+bool Rehearsal::logged(std::string_view line) const { return std::find(log.begin(), log.end(), line) != log.end(); }
+
 Library::Library(const Plugin& plugin) : plugin_(plugin) {
   const Exports exports(plugin.library());
   exports.find("split_by_tabs", split_by_tabs_ = nullptr);

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "eclipse_int/eclipse_int.h"
@@ -34,6 +35,8 @@ struct Rehearsal {
   std::vector<std::string> commands;
   std::vector<std::string> files;  ///< the paths that were asked for as files, in order
   std::string refusal;             ///< why the run stopped before the instance was changed; empty when it did not
+
+  bool logged(std::string_view line) const;
 };
 
 class Library {

@@ -74,7 +74,9 @@ std::vector<Rule> rules_for_lines();
 std::vector<Rule> rules_for_repositories();
 std::vector<Rule> rules_for_features();
 std::vector<Rule> rules_for_orders();
+std::vector<Rule> rules_for_eclipse_choice();
 std::vector<Rule> rules_for_sessions();
+std::vector<Rule> rules_for_removals();
 
 }  // namespace eclipse_lint
 

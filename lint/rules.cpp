@@ -42,7 +42,7 @@ const std::vector<Rule>& rules() {
   static const std::vector<Rule> all = [] {
     std::vector<Rule> rules;
     for (const auto& chapter : {rules_for_files(), rules_for_lines(), rules_for_repositories(), rules_for_features(),
-                                rules_for_orders(), rules_for_sessions()}) {
+                                rules_for_orders(), rules_for_eclipse_choice(), rules_for_sessions(), rules_for_removals()}) {
       rules.insert(rules.end(), chapter.begin(), chapter.end());
     }
     return rules;
