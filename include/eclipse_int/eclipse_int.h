@@ -165,13 +165,13 @@ ECLIPSE_INT_EXPORT void add_unique(std::string item, std::vector<std::string>& l
 /// one. An instance that is new in this run gets the features of every component, a known one those of the components being
 /// installed. It is new
 /// - for the choice "internal" when an IDE component is being installed,
-/// - for the choice "user" when USER_DEFINED_ECLIPSE_PATH differs from CASHED_ECLIPSE_PATH, byte by byte. There the host keeps,
-///   from run to run, the executable that a run used,
+/// - for the choice "user" when USER_DEFINED_ECLIPSE_PATH is set and differs from CASHED_ECLIPSE_PATH, byte by byte. There the
+///   host keeps, from run to run, the executable that a run used,
 /// - never when KORU_MODE is "uninstall".
 ///
 /// Writes ECLIPSE_PATH (the executable's directory) and, when not all went in at once, QN_SCRIPTS_FAILED ("yes") and
 /// QN_SCRIPTS_COMPLETE_DESC: its text before, the heading eclipse_integration_failed_title, and what the director printed for
-/// each feature that failed.
+/// each feature that failed. The whole text is handed over up to its first zero byte, if a director printed one.
 /// Returns the exit code of the last director command. It may be 0 although an earlier feature failed. Returns 0 when none was
 /// run: there is no feature or no repository, or no such executable (then nothing is written either).
 ECLIPSE_INT_EXPORT int integrate_into_instance(session_t* session, std::string eclipse_executable);

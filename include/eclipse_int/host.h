@@ -7,6 +7,10 @@
 // What holds for all of it:
 //
 // - Calls come on the thread that called the plug-in, one after another, and only while that call runs.
+// - The plug-in has no state of its own, so several threads may call it at a time, each with a session of its own, if the
+//   operations of the host allow it.
+// - Texts, lists, exceptions and the buffer of get_file() pass between the two, so host and plug-in are built for the same C++
+//   standard library and ABI, and use one allocator. A host of the older ABI of texts lacks the operations by their names.
 // - Texts are bytes. No encoding is assumed, and an empty text means "not set" wherever a text can be missing.
 // - What a host returns by pointer stays the host's: the plug-in never frees it and keeps no pointer after the action returns.
 //   The one exception is the buffer of get_file().
@@ -142,10 +146,10 @@ std::string resolved_path(std::string text);
 /// True for a relative path.
 bool path_is_relative(std::string text);
 
-/// The last component of a path. It never holds a "/".
+/// The last component of a path, which slashes at its end do not count for. It never holds a "/".
 std::string get_basename(const std::string& path);
 
-/// The path without its last component.
+/// The path without its last component and the slash before that: "/" for "/x", empty for "x".
 std::string get_dirname(const std::string& path);
 
 /// True when the path names an existing regular file.
@@ -174,6 +178,8 @@ std::string replaceAllSubstrings(const std::string& text, const std::string& fro
 /// itself, not what wait() stores) and returns what it printed on its standard output.
 /// The command line has redirections in it, and its pieces (the path of the executable, features, repositories) stand in it
 /// without quotes but for the URLs of archives: what is special to the shell in them is the shell's to interpret.
+/// Every code but 0 is a failure to the plug-in, which knows nothing else of how a command ended. So a command that was killed,
+/// or could not be started, is not to leave 0 there: as shells have it, 128 and the number of the signal, and 127 or 126.
 /// The plug-in passes the same `exit_status` to every command of a run, so a host that stores nothing there leaves the code of
 /// the command before. It always passes true and "" as the last two arguments; their meaning is the host's own.
 std::string get_command_output(std::string command, int* exit_status, bool, std::string);
