@@ -51,6 +51,19 @@ Json commands_json(const std::vector<eclipse_host::CommandRecord>& records) {
   return commands;
 }
 
+/// Behind the members that say how a run ended before its end, all that is known of it.
+void add_so_far(Json& result, const RunSoFar& so_far, const eclipse_host::Variables& variables_after) {
+  result["actions"] = Json::array();
+  for (const std::string& action : so_far.actions) result["actions"].push_back({{"name", action}, {"result", nullptr}});
+  result["variables"] = {{"before", so_far.variables_before}, {"after", variables_after}};
+  result["log"] = so_far.log;
+  result["commands"] = commands_json(so_far.commands);
+  if (!so_far.running) return;
+  Json running = command_json(*so_far.running);
+  running["exitCode"] = nullptr;
+  result["commands"].push_back(running);
+}
+
 }  // namespace
 
 void add_text(Json& json, const char* name, const std::string& text, const char* hex_name) {
@@ -75,20 +88,21 @@ Json interrupted_json(const RunSoFar& so_far, const Interrupted& interrupted, co
   result["status"] = "interrupted";
   result["exitStatus"] = interrupted.exit_status();
   result["signal"] = interrupted.name();
-  result["actions"] = Json::array();
-  for (const std::string& action : so_far.actions) result["actions"].push_back({{"name", action}, {"result", nullptr}});
-  result["variables"] = {{"before", so_far.variables_before}, {"after", variables_after}};
-  result["log"] = so_far.log;
-  result["commands"] = commands_json(so_far.commands);
-  if (!so_far.running) return result;
-  Json running = command_json(*so_far.running);
-  running["exitCode"] = nullptr;
-  result["commands"].push_back(running);
+  add_so_far(result, so_far, variables_after);
+  return result;
+}
+
+Json broken_off_json(const RunSoFar& so_far, const std::string& reason, const eclipse_host::Variables& variables_after) {
+  Json result;
+  result["status"] = "broken off";
+  result["exitStatus"] = 1;
+  result["reason"] = reason;
+  add_so_far(result, so_far, variables_after);
   return result;
 }
 
 void print_json(std::ostream& out, const Json& document) {
-  out << document.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+  out << document.dump(2, ' ', false, Json::error_handler_t::replace) << '\n' << std::flush;
 }
 
 }  // namespace eclipse_cli

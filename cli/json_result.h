@@ -33,7 +33,13 @@ nlohmann::ordered_json json_result(const eclipse_host::RunRecord& record, int ex
 nlohmann::ordered_json interrupted_json(const RunSoFar& so_far, const Interrupted& interrupted,
                                         const eclipse_host::Variables& variables_after);
 
-/// Prints a document. What is not UTF-8 becomes U+FFFD.
+/// The document for a run that broke off because the host itself failed:
+///   status: "broken off"; exitStatus: 1; reason: what failed
+///   actions, variables, log, commands: as for a run that a signal ended
+nlohmann::ordered_json broken_off_json(const RunSoFar& so_far, const std::string& reason,
+                                       const eclipse_host::Variables& variables_after);
+
+/// Prints a document, to the end. What is not UTF-8 becomes U+FFFD.
 void print_json(std::ostream& out, const nlohmann::ordered_json& document);
 
 }  // namespace eclipse_cli

@@ -181,8 +181,10 @@ std::string shell_warning(const PlannedCommand& command) {
   if (command.is_passed_on()) return "";
   const ShellReading& shell = command.shell;
   if (!shell.fault.empty()) {
-    return "  Warning: the shell refuses the command and starts nothing (exit code 2 or 1): " + on_one_line(shell.fault) +
-           "\n" + causes_of(command);
+    const bool is_given = command.text.find('\0') == std::string::npos;
+    const std::string effect =
+        is_given ? "the shell refuses the command and starts nothing (exit code 2 or 1)" : "the command is not started";
+    return "  Warning: " + effect + ": " + on_one_line(shell.fault) + "\n" + causes_of(command);
   }
   std::string text = "  Warning: the shell makes something else of the command than is meant:\n" + words_of(shell);
   std::vector<std::string> redirections = shell.redirections;

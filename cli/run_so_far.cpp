@@ -38,4 +38,8 @@ RunObserver RunSoFar::keeping(const RunObserver& observer) {
   return keeping;
 }
 
+void RunSoFar::forget_running_output() {
+  if (running) running->result = {};
+}
+
 }  // namespace eclipse_cli

@@ -23,6 +23,9 @@ struct RunSoFar {
 
   /// The observer, which keeps here what it is told. It refers to this object.
   eclipse_host::RunObserver keeping(const eclipse_host::RunObserver& observer);
+
+  /// Gives back the memory of what the running command has printed, which may be what there is too little of.
+  void forget_running_output();
 };
 
 }  // namespace eclipse_cli

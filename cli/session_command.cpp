@@ -11,6 +11,7 @@
 
 #include "cli/json_result.h"
 #include "cli/one_line.h"
+#include "cli/product_files.h"
 #include "cli/standard_streams.h"
 #include "host/session_file.h"
 #include "host/variables_file.h"
@@ -40,6 +41,13 @@ bool is_missing(const std::string& file) {
 void refuse_same(const std::string& option, const std::string& output, const std::optional<std::string>& input) {
   if (!input || !is_same_file(output, *input)) return;
   throw FileFault(output + ": " + option + " would overwrite " + *input + ", which is used in this run; give it another file");
+}
+
+/// The log is emptied before the product is read, and the Eclipse is to live on.
+void refuse_product_file(const Plugin& plugin, const Session& session, const std::string& option, const std::string& output) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(output, error)) return;
+  for (const std::string& used : product_files(plugin, session)) refuse_same(option, output, used);
 }
 
 /// False, and complained of, when a file could not be written.
@@ -94,16 +102,18 @@ void SessionCommand::note_mode_of_variables(const std::string& mode) const {
 }
 
 /// Finds out before the run whether what is to be written can be, and is not read at the same time.
-void SessionCommand::check_outputs() const {
+void SessionCommand::check_outputs(const Plugin& plugin) const {
   if (options_.write_variables) {
     refuse_same("--write-variables", *options_.write_variables, options_.session);
     refuse_same("--write-variables", *options_.write_variables, options_.plugin);
-    check_variables_file(*options_.write_variables);
+    refuse_product_file(plugin, session_, "--write-variables", *options_.write_variables);
+    check_variables_file(*options_.write_variables, session_.variables);
   }
   if (!options_.log) return;
   for (const auto& input : {std::optional(options_.session), options_.variables, options_.write_variables, options_.plugin}) {
     refuse_same("--log", *options_.log, input);
   }
+  refuse_product_file(plugin, session_, "--log", *options_.log);
 }
 
 /// A document and lines in between would be neither.
@@ -117,17 +127,6 @@ void SessionCommand::check_log_beside_json() const {
   throw CLI::ValidationError("--log", *options_.log +
                                           " is standard output, which --json has for its document alone; give the "
                                           "log a file of its own");
-}
-
-/// Nothing when the run broke off, which it does only when the host itself fails, as for want of memory.
-std::optional<RunRecord> SessionCommand::run(const Plugin& plugin, const Performance& performance,
-                                             const RunObserver& observer) {
-  try {
-    return performance(plugin, session_, observer);
-  } catch (const std::exception& error) {
-    complain(std::string("the run broke off: ") + error.what());
-    return std::nullopt;
-  }
 }
 
 /// The variables are kept also when the run failed or broke off, as an installer's are.
@@ -149,7 +148,7 @@ void SessionCommand::tell_end(Account& account, const RunRecord& record, const s
     print_json(std::cout, result);
   } else {
     account.end(record, session_.graphical, supplement ? supplement->finding() : InstanceFinding());
-    if (supplement) std::cout << supplement->text();
+    if (supplement) std::cout << supplement->text() << std::flush;
   }
 }
 
@@ -161,10 +160,25 @@ void SessionCommand::tell_interruption(Account& account, const RunSoFar& so_far,
   }
 }
 
+/// A run breaks off only when the host itself fails, as for want of memory.
+void SessionCommand::tell_break(const RunSoFar& so_far, const std::string& reason) const {
+  complain("the run broke off: " + reason);
+  if (options_.json) print_json(std::cout, broken_off_json(so_far, reason, session_.variables));
+}
+
+int SessionCommand::end(Account& account, const RunRecord& record, const std::optional<Supplement>& supplement,
+                        const std::optional<LogFile>& log) const {
+  const bool files_written = write_files(log);
+  const int status_of_run = record.failed() ? 1 : files_written ? 0 : 2;
+  const int status = supplement ? supplement->exit_status(status_of_run) : status_of_run;
+  tell_end(account, record, supplement, status);
+  return status;
+}
+
 int SessionCommand::perform(const Performance& performance, const std::optional<Supplement>& supplement) {
   const Plugin plugin = load_plugin();
   check_log_beside_json();
-  check_outputs();
+  check_outputs(plugin);
   std::optional<LogFile> log;
   if (options_.log) log.emplace(*options_.log);
 
@@ -174,21 +188,21 @@ int SessionCommand::perform(const Performance& performance, const std::optional<
   if (!options_.json) account.begin(options_.session, session_);
   RunSoFar so_far(session_.variables);
   std::optional<RunRecord> record;
+  // Also over the writing of what the run came to: it is done, and a signal that is late must not make it lose that.
+  const Interruption interruption;
   try {
-    const Interruption interruption;
-    record = run(plugin, performance, Interruption::checking(so_far.keeping(observer)));
+    record = performance(plugin, session_, Interruption::checking(so_far.keeping(observer)));
   } catch (const Interrupted& interrupted) {
     write_files(log);
     tell_interruption(account, so_far, interrupted);
     return interrupted.exit_status();
+  } catch (const std::exception& error) {
+    so_far.forget_running_output();
+    write_files(log);
+    tell_break(so_far, error.what());
+    return 1;
   }
-
-  const bool files_written = write_files(log);
-  if (!record) return 1;
-  const int status_of_run = record->failed() ? 1 : files_written ? 0 : 2;
-  const int status = supplement ? supplement->exit_status(status_of_run) : status_of_run;
-  tell_end(account, *record, supplement, status);
-  return status;
+  return end(account, *record, supplement, log);
 }
 
 }  // namespace eclipse_cli

@@ -43,20 +43,21 @@ class SessionCommand {
 
   /// Performs the session, gives account of it on standard output and writes what the options ask for. Returns the exit status.
   /// Throws FileFault, PluginError and CLI::ValidationError before anything is run. A signal that asks this program to end ends
-  /// the run, and account is given of what is known by then.
+  /// the run, and account is given of what is known by then; one that comes when the run is done changes nothing.
   int perform(const Performance& performance, const std::optional<Supplement>& supplement = std::nullopt);
 
  private:
   void read_variables();
   void note_mode_of_variables(const std::string& mode) const;
-  void check_outputs() const;
+  void check_outputs(const eclipse_host::Plugin& plugin) const;
   void check_log_beside_json() const;
-  std::optional<eclipse_host::RunRecord> run(const eclipse_host::Plugin& plugin, const Performance& performance,
-                                             const eclipse_host::RunObserver& observer);
   bool write_files(const std::optional<LogFile>& log) const;
   void tell_end(Account& account, const eclipse_host::RunRecord& record, const std::optional<Supplement>& supplement,
                 int status) const;
   void tell_interruption(Account& account, const RunSoFar& so_far, const Interrupted& interrupted) const;
+  void tell_break(const RunSoFar& so_far, const std::string& reason) const;
+  int end(Account& account, const eclipse_host::RunRecord& record, const std::optional<Supplement>& supplement,
+          const std::optional<LogFile>& log) const;
 
   const SessionOptions& options_;
   eclipse_host::Session session_;

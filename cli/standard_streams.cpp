@@ -16,6 +16,7 @@ void prepare_standard_streams() {
   }
   // Not inherited by the directors: the command runner gives them every signal as it comes by default.
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void complain(std::string_view message) { std::cerr << "eclipse-int: " << message << std::endl; }

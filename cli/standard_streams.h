@@ -6,8 +6,8 @@
 
 namespace eclipse_cli {
 
-/// To be called first. Files that are opened later do not take the places of closed streams, and the loss of a reader does not
-/// end the command in the middle of an integration: writing fails instead.
+/// To be called first. Files that are opened later do not take the places of closed streams, and neither the loss of a reader
+/// nor a file that may grow no further ends the command in the middle of an integration: writing fails instead.
 void prepare_standard_streams();
 
 /// Reports a fault or a warning on standard error.

@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <system_error>
+
 #include "host/installation.h"
 
 namespace eclipse_host {
@@ -17,7 +19,12 @@ constexpr std::array<std::string_view, 2> folders = {".", installed_library_fold
 
 Plugin::Plugin(const std::filesystem::path& library) : library_(library) {
   // A name without a slash would be looked up in the system's library folders.
-  const std::string name = std::filesystem::absolute(library).string();
+  std::error_code error;
+  const std::string name = std::filesystem::absolute(library, error).string();
+  if (error) {
+    throw PluginError(library.string() + ": its full path cannot be told: " + error.message() + "; give the full path of " +
+                      std::string(file_name));
+  }
   void* const handle = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (handle == nullptr) {
     throw PluginError(library.string() + ": cannot be loaded: " + dlerror() + "; give the path of " + std::string(file_name));

@@ -12,10 +12,25 @@ namespace eclipse_host {
 
 namespace {
 
+std::filesystem::path folder_of(const std::filesystem::path& file) {
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(file, error);
+  if (!error) return absolute.lexically_normal().parent_path();
+  throw FileFault(file.string() + ": its full path cannot be told: " + error.message() + "; give the full path");
+}
+
+/// Whether it is a link that leads to nothing: in a circle, say. One that leads through a closed folder is none.
+bool leads_nowhere(const std::filesystem::directory_entry& entry) {
+  if (!entry.is_symlink()) return false;
+  std::error_code error;
+  entry.status(error);
+  return error && error != std::errc::permission_denied;
+}
+
 class SessionReader {
  public:
   SessionReader(const std::filesystem::path& file, Session& session)
-      : document_(file), folder_(std::filesystem::absolute(file).lexically_normal().parent_path()), session_(session) {}
+      : document_(file), folder_(folder_of(file)), session_(session) {}
 
   void read() {
     const JsonElement root = document_.root();
@@ -115,7 +130,7 @@ class SessionReader {
     try {
       for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
         last = entry.path();
-        if (entry.is_regular_file()) paths.push_back(entry.path().lexically_relative(folder).string());
+        if (!leads_nowhere(entry) && entry.is_regular_file()) paths.push_back(entry.path().lexically_relative(folder).string());
       }
     } catch (const std::filesystem::filesystem_error& error) {
       scan.fault("cannot be scanned: " + in_quotes((error.path1().empty() ? last : error.path1()).string()) + ": " +

@@ -123,13 +123,16 @@ class SpawnOptions {
   posix_spawnattr_t attributes_{};
 };
 
-/// Starts the shell; returns 0 or the error.
-int start_shell(const std::string& command, const SpawnOptions& options, pid_t& child) {
+/// Starts the shell; returns why it could not be started, or nothing.
+std::string start_shell(const std::string& command, const SpawnOptions& options, pid_t& child) {
+  // An argument ends at a zero byte, so the shell would run what stands before it, and might succeed with that.
+  if (command.find('\0') != command.npos) return "the command has a zero byte, which no shell can be given";
   std::string shell = "sh";
   std::string option = "-c";
   std::string text = command;
   std::array<char*, 4> arguments{shell.data(), option.data(), text.data(), nullptr};
-  return posix_spawn(&child, "/bin/sh", options.files(), options.attributes(), arguments.data(), environ);
+  const int error = posix_spawn(&child, "/bin/sh", options.files(), options.attributes(), arguments.data(), environ);
+  return error == 0 ? "" : std::strerror(error);
 }
 
 /// A shell that was started. It is ended, with all that it has started, if it is not waited for.
@@ -194,11 +197,11 @@ CommandResult run_in_shell(const std::string& command, const CommandProgress& pr
   CommandResult result;
   Outputs outputs;
   pid_t process = 0;
-  const int error = start_shell(command, SpawnOptions(outputs), process);
+  const std::string fault = start_shell(command, SpawnOptions(outputs), process);
   outputs.close_write_ends();
-  if (error != 0) {
+  if (!fault.empty()) {
     result.exit_code = 126;
-    result.error_output = std::string("cannot start /bin/sh: ") + std::strerror(error) + "\n";
+    result.error_output = "cannot start /bin/sh: " + fault + "\n";
     progress.on_error_output(result.error_output);
     return result;
   }

@@ -39,14 +39,13 @@ class Replacement {
   Replacement& operator=(const Replacement&) = delete;
 
   void take_place_with(std::string_view text) {
+    take_rights_of_target();
     while (!text.empty()) {
       const ssize_t count = write(descriptor_, text.data(), text.size());
       if (count < 0 && errno == EINTR) continue;
       if (count < 0) fault();
       text.remove_prefix(static_cast<std::size_t>(count));
     }
-    struct stat existing {};
-    if (stat(target_.c_str(), &existing) == 0 && fchmod(descriptor_, existing.st_mode & 07777U) != 0) fault();
     if (fsync(descriptor_) != 0 || rename(temporary_.c_str(), target_.c_str()) != 0) fault();
     close(descriptor_);
     descriptor_ = -1;
@@ -66,6 +65,16 @@ class Replacement {
     return target;
   }
 
+  /// Before anything is written, which others than before must not read.
+  void take_rights_of_target() const {
+    struct stat existing {};
+    if (stat(target_.c_str(), &existing) != 0) return;
+    if (fchmod(descriptor_, existing.st_mode & 07777U) != 0) fault();
+    // Who may not give a file away may still be of its group, and need not be.
+    [[maybe_unused]] const bool is_given = fchown(descriptor_, existing.st_uid, existing.st_gid) == 0 ||
+                                           fchown(descriptor_, static_cast<uid_t>(-1), existing.st_gid) == 0;
+  }
+
   [[noreturn]] void fault() const {
     throw FileFault(named_.string() + ": cannot be written: " + std::strerror(errno) +
                     "; give the path of a file in a folder that is writable");
@@ -76,6 +85,21 @@ class Replacement {
   std::filesystem::path temporary_;
   int descriptor_ = -1;
 };
+
+bool is_kept(const std::string& name) { return std::find(of_one_run.begin(), of_one_run.end(), name) == of_one_run.end(); }
+
+/// JSON cannot carry any other.
+bool is_writable(const Variables::value_type& variable) { return is_utf8(variable.first) && is_utf8(variable.second); }
+
+/// The names of the variables that would be kept and cannot be, in quotes; empty when there is none.
+std::string unwritable(const Variables& variables) {
+  std::string names;
+  for (const auto& variable : variables) {
+    if (!is_kept(variable.first) || is_writable(variable)) continue;
+    names += (names.empty() ? "" : ", ") + in_quotes(variable.first);
+  }
+  return names;
+}
 
 }  // namespace
 
@@ -89,19 +113,22 @@ Variables read_variables_file(const std::filesystem::path& file) {
   return variables;
 }
 
-void check_variables_file(const std::filesystem::path& file) { const Replacement replacement(file); }
+void check_variables_file(const std::filesystem::path& file, const Variables& variables) {
+  const std::string names = unwritable(variables);
+  if (!names.empty())
+    throw FileFault(file.string() + ": cannot keep variables that are not UTF-8: " + names + "; give other values");
+  const Replacement replacement(file);
+}
 
 void write_variables_file(const std::filesystem::path& file, const Variables& variables) {
   nlohmann::json kept = nlohmann::json::object();
-  for (const auto& [name, value] : variables) {
-    if (std::find(of_one_run.begin(), of_one_run.end(), name) != of_one_run.end()) continue;
-    if (!is_utf8(name) || !is_utf8(value)) {
-      throw FileFault(file.string() + ": cannot keep the variable " + in_quotes(name) +
-                      ": it is not UTF-8; give it another value");
-    }
-    kept[name] = value;
+  for (const auto& variable : variables) {
+    if (is_kept(variable.first) && is_writable(variable)) kept[variable.first] = variable.second;
   }
   Replacement(file).take_place_with(kept.dump(2) + "\n");
+  const std::string names = unwritable(variables);
+  if (names.empty()) return;
+  throw FileFault(file.string() + ": is written without variables that are not UTF-8: " + names + "; give other values");
 }
 
 }  // namespace eclipse_host

@@ -27,6 +27,14 @@ std::vector<std::string> files_of(const fs::path& folder) {
                                 "; make it and the folders in it readable");
 }
 
+fs::path full_path_of(const fs::path& folder) {
+  std::error_code error;
+  fs::path path = fs::canonical(folder, error);
+  if (!error) return path;
+  throw eclipse_host::FileFault(folder.string() + ": its full path cannot be told: " + error.message() +
+                                "; give the full path");
+}
+
 /// The folder in whose etc/eclipse a descriptor file lies; empty when that is the searched folder.
 std::string holder_of(const std::string& descriptor) {
   std::size_t start = descriptor.find(descriptor_folder);
@@ -78,7 +86,7 @@ fs::path component_of(const Library& library, const fs::path& holder, const fs::
 class ComponentSearch {
  public:
   ComponentSearch(const Library& library, const fs::path& folder)
-      : library_(library), folder_(folder), absolute_(fs::canonical(folder)), names_(files_of(folder)) {}
+      : library_(library), folder_(folder), absolute_(full_path_of(folder)), names_(files_of(folder)) {}
 
   std::vector<ComponentFolder> search() {
     for (const std::string& name : names_) {

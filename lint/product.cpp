@@ -29,9 +29,10 @@ std::optional<std::string> content_of(const fs::path& file) {
   return std::move(content).str();
 }
 
-/// A path as a person reads it best: relative where it lies below the working folder.
+/// A path as a person reads it best: relative where it lies below the working folder, if that is still there.
 std::string shown(const std::string& file) {
-  const fs::path relative = fs::path(file).lexically_relative(fs::current_path());
+  std::error_code error;
+  const fs::path relative = fs::path(file).lexically_relative(fs::current_path(error));
   return relative.empty() || *relative.begin() == ".." ? file : relative.string();
 }
 

@@ -351,8 +351,9 @@ std::vector<Rule> rules_for_lines() {
        .severity = Severity::error,
        .title = "the file is UTF-16 or holds zero bytes",
        .effect =
-           "No encoding is known. Zero bytes come into the columns, and the shell's command ends at the first of them: the "
-           "director is asked for nothing, prints its help, and the run reports success without having installed anything.",
+           "No encoding is known. Zero bytes come into the columns and from there into the director's command, which no shell "
+           "can be given: eclipse-int runs none of it and tells exit code 126. An installer that hands it over as a C string "
+           "loses all that stands behind the first zero byte; the director, asked for nothing, then succeeds with exit code 0.",
        .mend = "save the file as plain text, ASCII or UTF-8 without a byte-order mark",
        .bad = lines(std::string("s\0i\0t\0e\0\t\0f\0\n\0", 14)),
        .good = lines(good_lines),

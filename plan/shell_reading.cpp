@@ -46,6 +46,7 @@ class ShellReader {
   explicit ShellReader(std::string_view line) : line_(line) {}
 
   ShellReading read() {
+    if (const std::size_t zero = line_.find('\0'); zero != line_.npos) return unreadable(zero);
     while (reading_.fault.empty() && at_ < line_.size()) read_part();
     if (reading_.fault.empty() && wants_more_ && !command_begun_) refuse("no command stands at the end");
     std::erase_if(reading_.commands, [](const ShellWords& words) { return words.empty(); });
@@ -56,6 +57,16 @@ class ShellReader {
   }
 
  private:
+  /// No shell gets to see any of it, and so there are no words.
+  static ShellReading unreadable(std::size_t zero) {
+    ShellReading reading;
+    reading.commands.clear();
+    reading.remarks.push_back({zero, "no shell can be given a zero byte"});
+    reading.fault = "byte " + std::to_string(zero + 1) +
+                    " is zero, and a command with a zero byte cannot be given to a shell (exit code 126)";
+    return reading;
+  }
+
   char next() const { return line_[at_]; }
   bool is_at(std::string_view bytes) const { return at_ < line_.size() && bytes.find(next()) != bytes.npos; }
   void remark(std::size_t offset, std::string effect) { reading_.remarks.push_back({offset, std::move(effect)}); }

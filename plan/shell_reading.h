@@ -25,7 +25,7 @@ struct ShellReading {
   std::vector<ShellRemark> remarks;
   std::vector<std::size_t> gaps;  ///< where blanks begin that are not quoted
   bool is_replaced = false;       ///< there is something in the words that the shell would replace
-  std::string fault;              ///< why the shell refuses the line, so that none of it is run; empty when it does not
+  std::string fault;  ///< why the shell refuses the line, or cannot be given it, so that none of it is run; otherwise empty
 
   /// Whether exactly one command with exactly these words is started, with its errors sent to its output.
   bool is_just(const ShellWords& words) const;

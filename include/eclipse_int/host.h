@@ -180,6 +180,8 @@ std::string replaceAllSubstrings(const std::string& text, const std::string& fro
 /// without quotes but for the URLs of archives: what is special to the shell in them is the shell's to interpret.
 /// Every code but 0 is a failure to the plug-in, which knows nothing else of how a command ended. So a command that was killed,
 /// or could not be started, is not to leave 0 there: as shells have it, 128 and the number of the signal, and 127 or 126.
+/// A command has a zero byte in it when a descriptor has one in a column. Cut off there it is another command, which may well
+/// succeed; it is a command that could not be started.
 /// The plug-in passes the same `exit_status` to every command of a run, so a host that stores nothing there leaves the code of
 /// the command before. It always passes true and "" as the last two arguments; their meaning is the host's own.
 std::string get_command_output(std::string command, int* exit_status, bool, std::string);

@@ -98,23 +98,63 @@ TEST_F(Arguments, FaultsOfFilesAreTold) {
                ": cannot be opened for the log: No such file or directory; give the path of a file that can be written");
 }
 
+std::string would_overwrite(const std::string& file, const std::string& option, const std::string& other) {
+  return file + ": " + option + " would overwrite " + other + ", which is used in this run; give it another file";
+}
+
 TEST_F(Arguments, OutputsDoNotOverwriteWhatIsUsed) {
   write_session("install");
   fake::write_file("v.json", "{}");
   const std::string session = content_of("session.json");
   std::filesystem::create_symlink("session.json", "link");
   std::filesystem::create_hard_link("session.json", "hard-link");
-  const auto used = [](const std::string& file, const std::string& option, const std::string& other) {
-    return file + ": " + option + " would overwrite " + other + ", which is used in this run; give it another file";
-  };
-  expect_fault("run session.json --log ./session.json", used("./session.json", "--log", "session.json"));
-  expect_fault("run session.json --log link", used("link", "--log", "session.json"));
-  expect_fault("run session.json --log hard-link", used("hard-link", "--log", "session.json"));
-  expect_fault("run session.json --variables v.json --log v.json", used("v.json", "--log", "v.json"));
-  expect_fault("run session.json --write-variables new.json --log ./new.json", used("./new.json", "--log", "new.json"));
-  expect_fault("run session.json --write-variables session.json", used("session.json", "--write-variables", "session.json"));
+  expect_fault("run session.json --log ./session.json", would_overwrite("./session.json", "--log", "session.json"));
+  expect_fault("run session.json --log link", would_overwrite("link", "--log", "session.json"));
+  expect_fault("run session.json --log hard-link", would_overwrite("hard-link", "--log", "session.json"));
+  expect_fault("run session.json --variables v.json --log v.json", would_overwrite("v.json", "--log", "v.json"));
+  expect_fault("run session.json --write-variables new.json --log ./new.json",
+               would_overwrite("./new.json", "--log", "new.json"));
+  expect_fault("run session.json --write-variables session.json",
+               would_overwrite("session.json", "--write-variables", "session.json"));
   EXPECT_EQ(content_of("session.json"), session);
   EXPECT_EQ(content_of("v.json"), "{}");
+}
+
+TEST_F(Arguments, OutputsDoNotOverwriteTheEclipse) {
+  write_session("install");
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.buildId=4.30\n");
+  const std::string executable = content_of("eclipse/eclipse");
+  std::filesystem::create_hard_link("eclipse/eclipse", "hard-link");
+  std::filesystem::create_symlink("eclipse/configuration/config.ini", "link");
+  for (const std::string option : {"--log", "--write-variables"}) {
+    const auto refused = [&](const std::string& file, const std::string& used) {
+      expect_fault("run session.json " + option + " " + file, would_overwrite(file, option, "FOLDER/eclipse/" + used));
+    };
+    refused("eclipse/eclipse", "eclipse");
+    refused("hard-link", "eclipse");
+    refused("link", "configuration/config.ini");
+  }
+  EXPECT_EQ(content_of("eclipse/eclipse"), executable);
+  EXPECT_EQ(content_of("eclipse/configuration/config.ini"), "eclipse.buildId=4.30\n");
+}
+
+TEST_F(Arguments, OutputsDoNotOverwriteTheProduct) {
+  fake::write_file("ide/bin/eclipse", "x");
+  fake::write_file("session.json", R"({"mode": "install", "variables": {"ECLIPSE_BIN": "eclipse"}, "components": [
+      {"code": "none", "installBase": ".", "installDir": "none"},
+      {"code": "tools", "installBase": "tools", "installDir": ".", "package": {"files": ["etc\\eclipse\\tools.txt\r\n", "new"]}},
+      {"code": "ide", "installBase": ".", "installDir": "installed", "capabilities": ["ECLIPSE_IDE"],
+       "package": {"root": "ide", "prefix": "bin", "files": ["missing", "eclipse"]}}]})");
+  const std::string descriptor = content_of("tools/etc/eclipse/tools.txt");
+  std::filesystem::create_symlink("tools/etc/eclipse/tools.txt", "link");
+  for (const std::string option : {"--log", "--write-variables"}) {
+    expect_fault("run session.json " + option + " link", would_overwrite("link", option, "FOLDER/tools/etc/eclipse/tools.txt"));
+    expect_fault("call find_eclipse_ide session.json " + option + " ide/bin/eclipse",
+                 would_overwrite("ide/bin/eclipse", option, "FOLDER/ide/bin/eclipse"));
+    for (int run = 1; run <= 2; ++run) EXPECT_EQ(eclipse_int("run session.json " + option + " tools/new").status, 0);
+  }
+  EXPECT_EQ(content_of("tools/etc/eclipse/tools.txt"), descriptor);
+  EXPECT_EQ(content_of("ide/bin/eclipse"), "x");
 }
 
 TEST_F(Arguments, AnythingButThePlugInIsNotLoaded) {

@@ -1,3 +1,4 @@
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -31,6 +32,16 @@ class Interruption : public ChildCommand {
   /// Runs the command with its number in a file, by which a director can send it a signal.
   Outcome eclipse_int_with_number(const std::string& arguments, const std::string& before = "") const {
     return eclipse_int(arguments, "sh -c 'echo $$ > number; exec " + before + " \"$@\"' -");
+  }
+
+  /// Nobody reads what is printed before the variables are written and the command got a SIGTERM. Of the document, which is to
+  /// be longer than what a pipe holds, it cannot have printed more than a part by then.
+  Outcome eclipse_int_read_late(const std::string& arguments) const {
+    EXPECT_EQ(mkfifo("pipe", 0600), 0);
+    return eclipse_int_with_number(arguments +
+                                   " --json --write-variables v.json > pipe & exec 3< pipe\n"
+                                   "for i in $(seq 500); do test -e v.json && break; sleep 0.01; done\n"
+                                   "sleep 0.2; kill -s TERM $(cat number); sleep 0.1; cat <&3; wait $!");
   }
 
   /// Prints something, and some time later sends the signal and hangs.
@@ -109,6 +120,31 @@ TEST_F(Interruption, AfterAVerifiedRunLosesNothingOfIt) {
   EXPECT_EQ(result.at("status"), "done");
   EXPECT_EQ(result.at("verification").at("faults"),
             Json::array({"after the run, SIGINT ended the question for what is installed"}));
+  EXPECT_TRUE(has_ended("director"));
+}
+
+constexpr const char* long_output = "head -c 300000 /dev/zero | tr '\\0' x; echo";
+
+TEST_F(Interruption, WhileTheResultsAreWrittenLosesNothingOfThem) {
+  write_session("install");
+  script(1, long_output);
+  const Outcome outcome = eclipse_int_read_late("run session.json");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.error, "");
+  const Json result = Json::parse(outcome.output);
+  EXPECT_EQ(result.at("status"), "done");
+  EXPECT_EQ(result.at("commands").at(0).at("output").get<std::string>().size(), 300'001U);
+}
+
+TEST_F(Interruption, ThatIsRepeatedLosesNothing) {
+  write_session("install");
+  script(1, std::string(long_output) + "; " + director_that_sends("HUP"));
+  const Outcome outcome = eclipse_int_read_late("run session.json");
+  EXPECT_EQ(outcome.status, 129);
+  EXPECT_EQ(outcome.error, "");
+  const Json result = Json::parse(outcome.output);
+  EXPECT_EQ(result.at("status"), "interrupted");
+  EXPECT_EQ(result.at("signal"), "SIGHUP");
   EXPECT_TRUE(has_ended("director"));
 }
 

@@ -139,6 +139,51 @@ TEST_F(JsonResult, HoldsWhatTheShellItselfSays) {
   EXPECT_NE(result.at("commands").at(1).at("errorOutput"), "");
 }
 
+TEST_F(JsonResult, HoldsWhatIsKnownWhenTheRunBreaksOff) {
+  write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
+  const Outcome outcome = eclipse_int(std::string("run session.json --json --plugin ") + THROWING_PLUGIN);
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.error, "eclipse-int: the run broke off: no more of this\n");
+  const Json before = {{"ECLIPSE_BIN", "eclipse"},
+                       {"ECLIPSE_INTEGRATION_CHOICE", "none"},
+                       {"KORU_MODE", "install"},
+                       {"USER_DEFINED_ECLIPSE_PATH", "FOLDER/eclipse/eclipse"},
+                       {"eclipse_integration_failed_title", "These failed:"}};
+  Json after = before;
+  after["WRITTEN_BEFORE"] = "yes";
+  const auto action = [](const std::string& name) { return Json{{"name", name}, {"result", nullptr}}; };
+  const Json expected = {{"status", "broken off"},
+                         {"exitStatus", 1},
+                         {"reason", "no more of this"},
+                         {"actions",
+                          {action("eclipse_integration_required"), action("find_eclipse_ide"), action("define_eclipse_path"),
+                           action("perform_integration")}},
+                         {"variables", {{"before", before}, {"after", after}}},
+                         {"log", Json::array()},
+                         {"commands", Json::array()}};
+  EXPECT_EQ(result_of(outcome), expected);
+}
+
+TEST_F(JsonResult, LeavesOutTheOutputThatItHadNoMemoryFor) {
+  const std::string little_memory = "ulimit -v 250000;";
+  if (eclipse_int("--version", little_memory).status != 0) GTEST_SKIP() << "this build needs more memory to start";
+  write_session("install");
+  script(1, "echo failed; exit 13");
+  script(2, "head -c 300000000 /dev/zero | tr '\\0' x");
+  const Outcome outcome = eclipse_int("run session.json --json", little_memory);
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.error, "eclipse-int: the run broke off: std::bad_alloc\n");
+  const Json result = Json::parse(outcome.output);
+  EXPECT_EQ(result.at("status"), "broken off");
+  EXPECT_EQ(result.at("reason"), "std::bad_alloc");
+  EXPECT_EQ(result.at("log").back(),
+            "eclipse_int: running command: " + result.at("commands").at(1).at("command").get<std::string>());
+  ASSERT_EQ(result.at("commands").size(), 2U);
+  EXPECT_EQ(result.at("commands").at(0).at("exitCode"), 13);
+  EXPECT_EQ(result.at("commands").at(1).at("exitCode"), nullptr);
+  EXPECT_EQ(result.at("commands").at(1).at("output"), "");
+}
+
 TEST_F(JsonResult, HoldsHugeOutputs) {
   write_session("install");
   constexpr std::size_t size = 4'000'000;

@@ -50,6 +50,16 @@ TEST_F(StandardStreams, AReaderThatIsGoneDoesNotEndTheRun) {
   expect_all_done();
 }
 
+/// The account does not fit into two blocks, nor does the log; what the director is started with does.
+TEST_F(StandardStreams, AFileThatMayGrowNoFurtherDoesNotEndTheRun) {
+  const std::string limit = "ulimit -f 2;";
+  Outcome outcome = eclipse_int("run session.json --log log > /dev/null", limit);
+  EXPECT_EQ(outcome, (Outcome{2, "", "eclipse-int: log: the log is not complete: File too large; give it another place\n"}));
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+  outcome = eclipse_int("run session.json --json > document", limit);
+  EXPECT_EQ(outcome, (Outcome{2, "", lost_output}));
+}
+
 TEST_F(StandardStreams, AFailedRunStaysAFailedRun) {
   script(1, "exit 13");
   script(3, "exit 13");
@@ -65,6 +75,10 @@ TEST_F(StandardStreams, DirectorsHaveSignalsAsUsual) {
   script(1, "trap - PIPE; yes | head -n 1; kill -s PIPE $$");
   const Outcome outcome = eclipse_int("call perform_integration session.json");
   EXPECT_NE(outcome.output.find("    y\n  Failed with exit code 141 after N s\n"), std::string::npos) << outcome.output;
+  // The failed start was followed by two retries.
+  script(4, "ulimit -c 0; ulimit -f 0; echo text > file");
+  EXPECT_NE(eclipse_int("call perform_integration session.json").output.find("  Failed with exit code 153 after N s\n"),
+            std::string::npos);
 }
 
 }  // namespace

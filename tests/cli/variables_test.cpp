@@ -81,6 +81,32 @@ TEST_F(Variables, AreWrittenWhenTheRunFailed) {
   EXPECT_FALSE(kept.contains("QN_SCRIPTS_FAILED"));
 }
 
+TEST_F(Variables, ThatAreNotUtf8AreRefusedBeforeTheRun) {
+  write_session("install");
+  const std::string title = "--set \"eclipse_integration_failed_title=$(printf 'rat\\351')\"";
+  EXPECT_EQ(eclipse_int("run session.json --write-variables v.json --log log " + title),
+            (Outcome{2, "",
+                     "eclipse-int: v.json: cannot keep variables that are not UTF-8: \"eclipse_integration_failed_title\"; "
+                     "give other values\n"}));
+  EXPECT_EQ(director_calls(), "");
+  EXPECT_FALSE(std::filesystem::exists("v.json"));
+  EXPECT_FALSE(std::filesystem::exists("log"));
+  EXPECT_EQ(eclipse_int("run session.json " + title).status, 0);
+}
+
+TEST_F(Variables, ThatAreNoLongerUtf8AfterTheRunAreLeftOut) {
+  write_session("install");
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.buildId=4.\xE9\n");
+  const Outcome outcome = eclipse_int("run session.json --json --write-variables v.json");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.error,
+            "eclipse-int: v.json: is written without variables that are not UTF-8: \"ECLIPSE_VERSION\"; give other values\n");
+  EXPECT_EQ(Json::parse(outcome.output).at("status"), "done");
+  const Json kept = Json::parse(content_of("v.json"));
+  EXPECT_EQ(kept.at("ECLIPSE_PATH"), folder.path() + "/eclipse");
+  EXPECT_FALSE(kept.contains("ECLIPSE_VERSION"));
+}
+
 TEST_F(Variables, ThatCannotBeWrittenAfterTheRunAreTold) {
   write_session("install");
   std::filesystem::create_directory("folder");

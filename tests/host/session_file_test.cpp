@@ -1,6 +1,7 @@
 #include "host/session_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -8,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "fake_host/not_administrator.h"
 #include "fake_host/temporary_folder.h"
 
 namespace {
@@ -122,6 +124,8 @@ TEST_F(SessionFile, ListsTheRegularFilesOfAScannedFolderByTheirBytes) {
   std::filesystem::create_directory("products/files/empty");
   std::filesystem::create_symlink("B", "products/files/link");
   std::filesystem::create_symlink("missing", "products/files/broken");
+  std::filesystem::create_symlink("circle", "products/files/circle");
+  std::filesystem::create_symlink(std::string(300, 'x'), "products/files/etc/long");
   std::filesystem::create_directory_symlink("etc", "products/files/folder-link");
   read(with_component(R"("package": {"scan": "./files/"})"));
   EXPECT_EQ(component(0).package->files, (Names{"B", "a\\b", "b.x", "b/x", "etc/eclipse/f.txt", "link", "\xC3\xA4"}));
@@ -219,11 +223,26 @@ INSTANTIATE_TEST_SUITE_P(
                   "\" cannot be reached: File name too long; correct the path"}));
 
 TEST_F(SessionFile, SaysWhichPartOfAScannedFolderCannotBeRead) {
+  fake::write_file("closed/file", "");
   std::filesystem::create_directories("a");
-  std::filesystem::create_symlink("loop", "a/loop");
-  EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "a"})")),
-            "s.json:1:109: components[0].package.scan: cannot be scanned: \"" + folder.path() +
-                "/a/loop\": Too many levels of symbolic links; make it readable, or list the files in \"files\"");
+  std::filesystem::create_directories("b");
+  std::filesystem::create_symlink("../closed/file", "a/link");
+  std::filesystem::rename("closed", "b/closed");
+  std::filesystem::create_symlink("b/closed", "closed");
+  const auto fault = [&](const std::string& place) {
+    return "s.json:1:109: components[0].package.scan: cannot be scanned: \"" + folder.path() + place +
+           "\": Permission denied; make it readable, or list the files in \"files\"";
+  };
+  ASSERT_EQ(chmod(".", 0777), 0);
+  ASSERT_EQ(chmod("b/closed", 0), 0);
+  {
+    const fake::NotAdministrator unprivileged;
+    EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "a"})")), fault("/a/link"));
+    EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "b"})")), fault("/b/closed"));
+  }
+  ASSERT_EQ(chmod("b/closed", 0755), 0);
+  EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "a"})")), "read");
+  EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "b"})")), "read");
 }
 
 TEST_F(SessionFile, MayRepeatAnEmptyCode) {

@@ -79,6 +79,18 @@ TEST(Shell, CommandTooLongForTheSystemCannotBeStarted) {
   EXPECT_EQ(result.error_output, "cannot start /bin/sh: Argument list too long\n");
 }
 
+TEST(Shell, CommandWithAZeroByteIsNotStarted) {
+  const fake::TemporaryFolder folder;
+  for (const std::string& command :
+       {std::string("echo > begun\0", 13), std::string("\0echo > begun", 13), std::string("echo > begun; echo a\0b", 22)}) {
+    const CommandResult result = run_in_shell(command);
+    EXPECT_EQ(result.exit_code, 126);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.error_output, "cannot start /bin/sh: the command has a zero byte, which no shell can be given\n");
+  }
+  EXPECT_FALSE(std::filesystem::exists("begun"));
+}
+
 TEST(Shell, LongCommandIsRunWhole) {
   const std::string text(130'000, 'x');
   EXPECT_TRUE(run_in_shell("echo " + text).output == text + "\n");

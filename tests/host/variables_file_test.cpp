@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -73,6 +74,19 @@ TEST_F(VariablesFile, ReplacesTheFileAndKeepsItsPermissions) {
   EXPECT_EQ(files_here(), (std::vector<std::string>{"v.json"}));
 }
 
+TEST_F(VariablesFile, KeepsItsOwnerAndGroup) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can make a file another user's";
+  fake::write_file("v.json", "old");
+  fs::permissions("v.json", fs::perms(0600));
+  ASSERT_EQ(chown("v.json", 65534, 65533), 0);
+  write_variables_file("v.json", {{"A", "1"}});
+  struct stat status {};
+  ASSERT_EQ(stat("v.json", &status), 0);
+  EXPECT_EQ(status.st_uid, 65534U);
+  EXPECT_EQ(status.st_gid, 65533U);
+  EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
 TEST_F(VariablesFile, IsReadableByOthersAsFarAsTheUserWants) {
   const mode_t before = umask(027);
   write_variables_file("v.json", {});
@@ -88,18 +102,20 @@ TEST_F(VariablesFile, IsWrittenBehindALink) {
   EXPECT_EQ(content_of("real/v.json"), "{}\n");
 }
 
-TEST_F(VariablesFile, IsNotWrittenWithATextThatJsonCannotCarry) {
+TEST_F(VariablesFile, IsWrittenWithoutWhatJsonCannotCarry) {
+  const Variables variables = {{"A", "\xFF"}, {"B", "b"}, {"KORU_MODE", "\xFF"}, {"\xFF", ""}};
+  const std::string names = "variables that are not UTF-8: \"A\", \"\xEF\xBF\xBD\"; give other values";
   fake::write_file("v.json", "old");
-  EXPECT_EQ(fault_of([] {
-              write_variables_file("v.json", {{"A", "\xFF"}});
-            }),
-            "v.json: cannot keep the variable \"A\": it is not UTF-8; give it another value");
-  EXPECT_EQ(fault_of([] {
-              write_variables_file("v.json", {{"\xFF", ""}});
-            }),
-            "v.json: cannot keep the variable \"\xEF\xBF\xBD\": it is not UTF-8; give it another value");
+  EXPECT_EQ(fault_of([&] { check_variables_file("v.json", variables); }), "v.json: cannot keep " + names);
   EXPECT_EQ(content_of("v.json"), "old");
+  EXPECT_EQ(fault_of([&] { write_variables_file("v.json", variables); }), "v.json: is written without " + names);
+  EXPECT_EQ(read_variables_file("v.json"), (Variables{{"B", "b"}}));
   EXPECT_EQ(files_here(), (std::vector<std::string>{"v.json"}));
+  EXPECT_EQ(fault_of([] {
+              check_variables_file("v.json", {{"QN_SCRIPTS_COMPLETE_DESC", "\xFF"}});
+            }),
+            "none")
+      << "it is not kept";
 }
 
 TEST_F(VariablesFile, CannotBeWrittenEverywhere) {
@@ -115,7 +131,7 @@ TEST_F(VariablesFile, CannotBeWrittenEverywhere) {
        "/proc/v.json: cannot be written: No such file or directory; give the path of a file in a folder that is "
        "writable"}};
   for (const auto& fault : faults) {
-    EXPECT_EQ(fault_of([&] { check_variables_file(fault.first); }), fault.second);
+    EXPECT_EQ(fault_of([&] { check_variables_file(fault.first, {}); }), fault.second);
     EXPECT_EQ(fault_of([&] { write_variables_file(fault.first, {}); }), fault.second);
   }
   EXPECT_TRUE(fs::is_fifo("pipe"));
@@ -124,10 +140,10 @@ TEST_F(VariablesFile, CannotBeWrittenEverywhere) {
 }
 
 TEST_F(VariablesFile, IsLeftAloneByTheCheck) {
-  check_variables_file("v.json");
+  check_variables_file("v.json", {{"A", "1"}});
   EXPECT_EQ(files_here(), std::vector<std::string>());
   fake::write_file("v.json", "old");
-  check_variables_file("v.json");
+  check_variables_file("v.json", {{"A", "1"}});
   EXPECT_EQ(content_of("v.json"), "old");
   EXPECT_EQ(files_here(), (std::vector<std::string>{"v.json"}));
 }

@@ -209,6 +209,24 @@ TEST_F(PlanCommand, WarnsOfACommandThatIsTooLong) {
   EXPECT_EQ(Json::parse(eclipse_int("run session.json --json").output).at("commands").at(0).at("exitCode"), 126);
 }
 
+TEST_F(PlanCommand, TellsThatZeroBytesKeepTheCommandFromTheShell) {
+  write_session("install");
+  fake::write_file("tools/etc/eclipse/tools.txt", std::string("site\tone\nsi\0te\ttwo\n", 20));
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(outcome.output.find(" is zero, and a command with a zero byte cannot be given to a shell (exit code 126)\n"
+                                "    Because of column 1 of FOLDER/tools/etc/eclipse/tools.txt:2: si\\x00te\n"
+                                "      Byte 3 (\\x00): no shell can be given a zero byte\n"),
+            std::string::npos)
+      << outcome.output;
+  EXPECT_EQ(outcome.output.find("would get these words"), std::string::npos) << outcome.output;
+  const Json command = plan().at("command");
+  EXPECT_FALSE(command.at("sound"));
+  EXPECT_EQ(command.at("shell").at("commands"), Json::array());
+  EXPECT_EQ(Json::parse(eclipse_int("run session.json --json").output).at("commands").at(0).at("exitCode"), 126);
+  EXPECT_EQ(director_calls(), "");
+}
+
 /// What is harmless is not named.
 TEST_F(PlanCommand, DoesNotNameTheQuotesOfAnArchive) {
   write_session("install");

@@ -204,6 +204,22 @@ TEST_F(Planning, NamesTheTextsThatTheShellDoesNotPassOn) {
   EXPECT_EQ(told(plan().command->causes), feature) << "a removal uses no sites";
 }
 
+TEST_F(Planning, NamesTheTextsWithZeroBytes) {
+  add("c", std::string("s\tF\nsi\0te\tG\ns\tH\0\n", 18));
+  const std::string file = folder.path() + "/c/etc/eclipse/p";
+  const std::string site =
+      "column 1 of " + file + ":2: " + std::string("si\0te", 5) + "\n  2 no shell can be given a zero byte\n";
+  const std::string feature =
+      "column 2 of " + file + ":3: " + std::string("H\0", 2) + "\n  1 no shell can be given a zero byte\n";
+  const Plan made = plan();
+  EXPECT_EQ(told(made.command->causes), site + feature);
+  EXPECT_FALSE(made.command->is_sound());
+  EXPECT_NE(made.command->shell.fault, "");
+  EXPECT_EQ(told(made.retries[0].causes), site);
+  EXPECT_EQ(told(made.retries[2].causes), site + feature);
+  EXPECT_EQ(run_in_shell(made.command->text).exit_code, 126);
+}
+
 TEST_F(Planning, NamesTheExecutableThatTheShellDoesNotPassOn) {
   add("c", "s\tF\n");
   std::filesystem::create_directories("my own");

@@ -40,6 +40,7 @@ TEST(ShellCause, IsToldOfWhatIsNotPassedOn) {
       {{"\"/", "my site's;*.zip", "!/\"", ""}, "passed on"},
       {{"\"/", "$a.zip", "!/\"", ""}, "0 the value of a variable takes its place;"},
       {{"\"/", "a\"b.zip", "!/\"", ""}, "1 the quotes end there;"},
+      {{",", std::string("a b\0c\0", 6), ",", ""}, "3 no shell can be given a zero byte;"},
       {{"", "", " ", ""}, "passed on"},
   };
   for (const auto& [piece, wanted] : cases) EXPECT_EQ(told(cause_in(piece)), wanted) << piece.before << piece.text;

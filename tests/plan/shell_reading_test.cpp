@@ -44,6 +44,16 @@ TEST(ShellReading, ARetryOfARemovalIsRefused) {
   EXPECT_EQ(reading.fault, "\"2>&1F2\" is to send to the open file \"1F2\", which is no number");
 }
 
+TEST(ShellReading, ZeroBytesLeaveNothingToRead) {
+  const ShellReading reading = read_as_shell(std::string_view("e -r a\0b; 'c\0 2>&1", 18));
+  EXPECT_EQ(reading.fault, "byte 7 is zero, and a command with a zero byte cannot be given to a shell (exit code 126)");
+  EXPECT_EQ(reading.commands, std::vector<Words>());
+  EXPECT_EQ(effects_of(reading), Words{"6 no shell can be given a zero byte"});
+  const std::string word("a\0b", 3);
+  EXPECT_FALSE(read_as_shell("x " + word + " 2>&1").is_just({"x", word}));
+  EXPECT_EQ(eclipse_host::run_in_shell("echo " + word).exit_code, 126);
+}
+
 TEST(ShellReading, KnowsWhereWordsPart) {
   EXPECT_EQ(read_as_shell("a 'b c'\t  d 2>&1").gaps, (std::vector<std::size_t>{1, 7, 11}));
   EXPECT_EQ(read_as_shell("abc").gaps, std::vector<std::size_t>());

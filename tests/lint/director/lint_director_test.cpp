@@ -352,12 +352,22 @@ TEST(LintDirector, RemovalOfAProductDeletesTheLauncher) {
   EXPECT_FALSE(fs::exists(product.executable()));
 }
 
-TEST(LintDirector, ZeroByteLeavesNothingToDoAndThatSucceeds) {
+TEST(LintDirector, CommandWithAZeroByteIsRefusedBecauseWhatIsLeftOfItSucceeds) {
   Product product;
   product.component("tools", {"alpha"}, alpha + std::string("sites/\0beta\torg.example.beta.feature.group\n", 43));
   const Outcome outcome = product.run("install");
-  EXPECT_THAT(outcome.exit_codes(), ElementsAre(0));
-  EXPECT_THAT(output_of(outcome, 0), HasSubstr("The argument specifying what to install or uninstall is missing."));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(126, 126, 126));
+  EXPECT_EQ(product.installed(), features({}));
+
+  // What an installer runs that hands the command over as a C string.
+  const std::string command = outcome.commands().front();
+  const std::string left = command.substr(0, command.find('\0'));
+  ASSERT_THAT(left, HasSubstr(" -repository "));
+  ASSERT_LT(left.size(), command.size());
+  const auto director = eclipse_host::run_in_shell(left);
+  EXPECT_EQ(director.exit_code, 0);
+  EXPECT_THAT(director.output, HasSubstr("The argument specifying what to install or uninstall is missing."));
   EXPECT_EQ(product.installed(), features({}));
   EXPECT_THAT(rules_broken_by(product), Contains("not-8-bit-text"));
 }
