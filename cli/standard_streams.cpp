@@ -17,6 +17,8 @@ void prepare_standard_streams() {
   // Not inherited by the directors: the command runner gives them every signal as it comes by default.
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
+  // Ignored, as a careless parent may leave it, the exit codes of directors would be lost.
+  std::signal(SIGCHLD, SIG_DFL);
 }
 
 void complain(std::string_view message) { std::cerr << "eclipse-int: " << message << std::endl; }

@@ -78,7 +78,7 @@ void VerifiedRun::warn_of_removal() const {
 RunObserver VerifiedRun::explaining(const RunObserver& observer) {
   RunObserver explaining = observer;
   explaining.on_command = [this, told = observer.on_command](const std::string& command) {
-    logs_.emplace(std::filesystem::path(plan_.executable).parent_path());
+    logs_.emplace(eclipse_inquiry::instance_folder(plan_.executable));
     told(command);
   };
   explaining.on_command_end = [this, told = observer.on_command_end](const CommandRecord& record) {

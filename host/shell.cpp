@@ -19,6 +19,7 @@ namespace {
 
 constexpr int wait_milliseconds = 250;
 constexpr int nap_milliseconds = 2;
+constexpr int no_exit_code = 126;               ///< of a command that was not started, or whose code is lost
 constexpr std::chrono::seconds time_to_end(5);  ///< for a command that is asked to end
 
 /// A pipe whose ends are closed with it.
@@ -156,9 +157,11 @@ class RunningShell {
 
   int wait() {
     int status = 0;
-    while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
+    pid_t ended = 0;
+    while ((ended = waitpid(process_, &status, 0)) < 0 && errno == EINTR) {
     }
     process_ = 0;
+    if (ended < 0) return no_exit_code;
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
   }
 
@@ -200,7 +203,7 @@ CommandResult run_in_shell(const std::string& command, const CommandProgress& pr
   const std::string fault = start_shell(command, SpawnOptions(outputs), process);
   outputs.close_write_ends();
   if (!fault.empty()) {
-    result.exit_code = 126;
+    result.exit_code = no_exit_code;
     result.error_output = "cannot start /bin/sh: " + fault + "\n";
     progress.on_error_output(result.error_output);
     return result;

@@ -16,7 +16,7 @@ inline constexpr std::size_t longest_command = 131'071;
 struct CommandResult {
   std::string output;        ///< its standard output, every byte of it
   std::string error_output;  ///< its standard error: what the command line itself did not redirect
-  int exit_code = 0;         ///< 128 + N when signal N ended it, 126 when the shell could not be started
+  int exit_code = 0;         ///< 128 + N when signal N ended it, 126 when it could not be started, or its code is lost
   double seconds = 0;        ///< by the wall clock
 };
 
@@ -24,7 +24,8 @@ struct CommandResult {
 struct CommandProgress {
   std::function<void(std::string_view)> on_output = [](std::string_view) {};        ///< a piece of standard output
   std::function<void(std::string_view)> on_error_output = [](std::string_view) {};  ///< a piece of standard error
-  std::function<void(double seconds)> on_wait = [](double) {};  ///< about four times a second, and when a signal comes
+  std::function<void(double seconds)> on_wait = [](double) {
+  };  ///< about four times a second while nothing is printed, and when a signal comes
 };
 
 /// Runs a command line with `/bin/sh -c`, with an empty standard input and in a process group of its own, and waits until it

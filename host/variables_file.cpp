@@ -59,6 +59,9 @@ class Replacement {
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
       throw FileFault(file.string() + ": is no regular file; give the path of a file to write");
     }
+    if (!std::filesystem::exists(status) && std::filesystem::is_symlink(file, error)) {
+      throw FileFault(file.string() + ": is a link to nothing; give the path of a file to write");
+    }
     auto target = std::filesystem::weakly_canonical(std::filesystem::absolute(file, error), error);
     if (error)
       throw FileFault(file.string() + ": cannot be written: " + error.message() + "; give the path of a file to write");

@@ -128,6 +128,12 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
 
 }  // namespace
 
+fs::path instance_folder(const std::string& executable) {
+  std::error_code error;
+  const fs::path file = fs::canonical(executable, error);
+  return (error ? fs::path(executable) : file).parent_path();
+}
+
 fs::path profile_file(const fs::path& instance) {
   const fs::path profile = profile_of(instance);
   return profile.empty() ? fs::path() : newest_state(profile);

@@ -18,6 +18,9 @@ struct InstalledUnit {
   bool is_root = false;                  ///< it was installed by name; otherwise it came along with another unit
 };
 
+/// The folder of the instance whose executable this is, also when a link names it.
+std::filesystem::path instance_folder(const std::string& executable);
+
 /// The newest state of the profile of the instance in this folder; empty when there is none, or none that is certain to be its.
 std::filesystem::path profile_file(const std::filesystem::path& instance);
 

@@ -275,6 +275,12 @@ bool Component::has_descriptors() const {
   return std::any_of(files.begin(), files.end(), [](const ListedFile& file) { return file.descriptor.has_value(); });
 }
 
+std::string SessionFacts::executable() const {
+  const std::string choice = variable("ECLIPSE_INTEGRATION_CHOICE");
+  if (choice == "user") return variable("USER_DEFINED_ECLIPSE_PATH");
+  return choice == "internal" && !executables.empty() ? executables.back() : "";
+}
+
 const Place& SessionFacts::place_of(const std::string& variable) const {
   const auto found = variables.find(variable);
   return found == variables.end() ? mode : found->second;

@@ -99,6 +99,8 @@ struct SessionFacts {
   Rehearsal run;
 
   std::string variable(const std::string& name) const { return session->variable(name); }
+  /// The one that a run works on or would miss; empty when none is chosen.
+  std::string executable() const;
   bool is_removal() const { return variable("KORU_MODE") == "uninstall"; }
   /// Where a variable is set, or else the mode.
   const Place& place_of(const std::string& variable) const;

@@ -33,9 +33,7 @@ bool is_choice(const SessionFacts& facts, std::string_view choice) {
 void check_executable(const Product& product, Reporter& reporter) {
   if (!product.session || !product.session->run.refusal.empty()) return;
   const SessionFacts& facts = *product.session;
-  std::string executable;
-  if (is_choice(facts, "user")) executable = facts.variable("USER_DEFINED_ECLIPSE_PATH");
-  if (is_choice(facts, "internal") && !facts.executables.empty()) executable = facts.executables.back();
+  const std::string executable = facts.executable();
   if (executable.empty()) return;
   const Place& place = facts.place_of(is_choice(facts, "user") ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN");
   const std::size_t odd = executable.find_first_of(std::string(special_without_quotes) + " \t?");

@@ -15,7 +15,6 @@
 namespace fs = std::filesystem;
 using eclipse_host::in_quotes;
 using eclipse_inquiry::InstalledUnit;
-using eclipse_inquiry::Rehearsal;
 using eclipse_inquiry::whole_version;
 using namespace eclipse_lint::samples;
 
@@ -36,15 +35,6 @@ constexpr const char* profile_of_two = R"(<profile><units>
   </properties></iuProperties>
 </iusProperties></profile>
 )";
-
-/// The instance that the run would change, as its log says.
-std::string instance_of(const Rehearsal& run) {
-  constexpr std::string_view begin = "eclipse_int: eclipse install subdir: ";
-  for (const std::string& line : run.log) {
-    if (line.starts_with(begin)) return line.substr(begin.size());
-  }
-  return "";
-}
 
 using UnitsById = std::multimap<std::string_view, const InstalledUnit*>;
 
@@ -104,7 +94,7 @@ std::string lack_of(const UnitsById& installed, const RemovedUnit& removed) {
 
 void check_installed(const Product& product, Reporter& reporter) {
   if (!product.is_removal() || product.session->run.commands.empty()) return;
-  const std::string instance = instance_of(product.session->run);
+  const fs::path instance = eclipse_inquiry::instance_folder(product.session->executable());
   const auto installed = eclipse_inquiry::profile_units(instance);
   if (!installed) {
     const fs::path profile = eclipse_inquiry::profile_file(instance);
@@ -123,7 +113,7 @@ void check_installed(const Product& product, Reporter& reporter) {
 
 void check_not_required(const Product& product, Reporter& reporter) {
   if (!product.is_removal() || product.session->run.commands.empty()) return;
-  const auto installed = eclipse_inquiry::profile_units(instance_of(product.session->run));
+  const auto installed = eclipse_inquiry::profile_units(eclipse_inquiry::instance_folder(product.session->executable()));
   if (!installed) return;
   const std::vector<RemovedUnit> removed = removed_units(product);
   std::vector<std::string_view> roots;

@@ -101,7 +101,7 @@ std::vector<Rule> rules_for_sessions() {
        .severity = Severity::note,
        .title = "the instance is new in this run",
        .effect = "It gets the features of all components, not only of those that are selected.",
-       .mend = "nothing if that is meant; else keep CASHED_ECLIPSE_PATH from the run before",
+       .mend = "nothing if that is meant; else, for the choice user, keep CASHED_ECLIPSE_PATH from the run before",
        .bad = product(session("modify", user_choice("ide/eclipse"), installed_tools)),
        .good =
            product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"), installed_tools)),

@@ -96,13 +96,18 @@ class PlanMaker {
         run_(record_run(plugin, session,
                         retries == Retries::telling ? std::optional(std::set<std::size_t>{0, 1}) : std::nullopt)) {}
 
+  bool is_eclipse_chosen() const {
+    const std::string choice = session_.variable("ECLIPSE_INTEGRATION_CHOICE");
+    return choice == "internal" || choice == "user";
+  }
+
   Plan make() {
     plan_.is_removal = session_.variable("KORU_MODE") == "uninstall";
     plan_.actions = run_.actions;
     plan_.refusal = run_.refusal;
     plan_.last_words = run_.last_words;
     plan_.executable = run_.executable;
-    plan_.lacks_instance = !run_.searched && (!run_.executable.empty() || run_.last_words == "eclipse_int: eclipse not found");
+    plan_.lacks_instance = run_.refusal.empty() && !run_.searched && is_eclipse_chosen();
     plan_.every_component = run_.every_component;
     add_version_check();
     for (std::size_t i = 0; i < run_.components.size(); ++i) add_component(session_.components[i].get(), run_.components[i]);

@@ -113,7 +113,7 @@ std::vector<std::string> reasons_for_no_command(const Plan& plan, const Recorded
   if (!run.executable.empty()) return {"\"" + run.executable + "\" does not exist"};
   Texts reasons;
   for (const std::string& name : run.asked_variables) reasons.push_back(value_of(session, name));
-  if (plan.lacks_instance) {
+  if (session.variable("ECLIPSE_INTEGRATION_CHOICE") == "internal") {
     for (std::string& reason : about_executable(run, session)) reasons.push_back(std::move(reason));
   }
   reasons.push_back("so there is no Eclipse to work on, and no component is searched (" +

@@ -1,7 +1,8 @@
 // The part of the shell's grammar that decides into which words a line falls:
 //
 //   line        = command *( operator command )
-//   command     = *( blank / word / redirection / comment )
+//   command     = *( blank / assignment / redirection ) *( blank / word / redirection / comment )
+//   assignment  = name "=" word
 //   operator    = ";" / "&" / "|" / "(" / ")" / LF     and the doubled ones
 //   redirection = *DIGIT ( "<" / ">" ) [ "<" / ">" / "&" / "|" ] *blank word
 //   word        = 1*( plain / "\" any / "'" *any "'" / DQUOTE *( any / "\" any / replaced ) DQUOTE / replaced )
@@ -29,6 +30,13 @@ bool is_number(std::string_view text) { return !text.empty() && std::all_of(text
 bool is_named(char byte) {
   return std::isalnum(static_cast<unsigned char>(byte)) != 0 ||
          std::string_view("_{(@*#?-$!").find(byte) != std::string_view::npos;
+}
+
+/// Whether a variable's name and a "=" stand at the beginning.
+bool is_assignment(std::string_view text) {
+  const auto end =
+      std::find_if(text.begin(), text.end(), [](unsigned char byte) { return std::isalnum(byte) == 0 && byte != '_'; });
+  return end != text.begin() && end != text.end() && *end == '=' && !is_digit(text.front());
 }
 
 /// Of "<&" or ">&" behind the number of an open file, which may be left out.
@@ -118,6 +126,9 @@ class ShellReader {
     if (arrow < line_.size() && (line_[arrow] == '<' || line_[arrow] == '>')) {
       read_redirection(arrow);
     } else {
+      if (reading_.commands.back().empty() && is_assignment(line_.substr(at_))) {
+        replaced(at_, "the word sets a variable, and the command begins behind it");
+      }
       reading_.commands.back().push_back(read_word());
     }
   }

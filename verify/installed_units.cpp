@@ -93,7 +93,8 @@ bool is_wanted(const Unit& wanted, const Unit& installed) {
 }
 
 InstalledUnits installed_units(const std::string& executable, const eclipse_host::CommandProgress& progress) {
-  const InstanceLogs logs(std::filesystem::path(executable).parent_path());
+  const auto instance = eclipse_inquiry::instance_folder(executable);
+  const InstanceLogs logs(instance);
   const auto result = eclipse_host::run_in_shell(
       quoted_for_shell(executable) + " -nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots",
       progress);
@@ -102,9 +103,7 @@ InstalledUnits installed_units(const std::string& executable, const eclipse_host
                         std::to_string(result.exit_code) + ", " + text_of(explain(result, logs)));
   }
   check_is_answer(executable, result.output);
-  std::error_code error;
-  const auto file = std::filesystem::canonical(executable, error);  // of what a link names
-  return {units_in(result.output), eclipse_inquiry::profile_units(file.parent_path())};
+  return {units_in(result.output), eclipse_inquiry::profile_units(instance)};
 }
 
 }  // namespace eclipse_verify

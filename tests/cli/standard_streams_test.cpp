@@ -81,6 +81,12 @@ TEST_F(StandardStreams, DirectorsHaveSignalsAsUsual) {
             std::string::npos);
 }
 
+TEST_F(StandardStreams, ExitCodesAreKnownWhereChildrenAreIgnored) {
+  script(1, "exit 13");
+  const Outcome outcome = eclipse_int("call perform_integration session.json", "trap '' CHLD;");
+  EXPECT_NE(outcome.output.find("  Failed with exit code 13 after N s\n"), std::string::npos) << outcome.output;
+}
+
 }  // namespace
 
 }  // namespace cli_test

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -89,6 +90,15 @@ TEST(Shell, CommandWithAZeroByteIsNotStarted) {
     EXPECT_EQ(result.error_output, "cannot start /bin/sh: the command has a zero byte, which no shell can be given\n");
   }
   EXPECT_FALSE(std::filesystem::exists("begun"));
+}
+
+/// Where the system waits for all children, nobody learns how a command ended.
+TEST(Shell, LostExitCodeIsNoSuccess) {
+  const auto before = std::signal(SIGCHLD, SIG_IGN);
+  const CommandResult result = run_in_shell("echo text");
+  std::signal(SIGCHLD, before);
+  EXPECT_EQ(result.output, "text\n");
+  EXPECT_EQ(result.exit_code, 126);
 }
 
 TEST(Shell, LongCommandIsRunWhole) {

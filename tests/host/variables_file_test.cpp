@@ -102,6 +102,15 @@ TEST_F(VariablesFile, IsWrittenBehindALink) {
   EXPECT_EQ(content_of("real/v.json"), "{}\n");
 }
 
+TEST_F(VariablesFile, IsNotWrittenOverALinkToNothing) {
+  fs::create_symlink("nothing.json", "link.json");
+  const std::string fault = "link.json: is a link to nothing; give the path of a file to write";
+  EXPECT_EQ(fault_of([] { check_variables_file("link.json", {}); }), fault);
+  EXPECT_EQ(fault_of([] { write_variables_file("link.json", {}); }), fault);
+  EXPECT_TRUE(fs::is_symlink("link.json"));
+  EXPECT_FALSE(fs::exists("nothing.json"));
+}
+
 TEST_F(VariablesFile, IsWrittenWithoutWhatJsonCannotCarry) {
   const Variables variables = {{"A", "\xFF"}, {"B", "b"}, {"KORU_MODE", "\xFF"}, {"\xFF", ""}};
   const std::string names = "variables that are not UTF-8: \"A\", \"\xEF\xBF\xBD\"; give other values";

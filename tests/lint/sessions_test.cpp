@@ -230,6 +230,16 @@ TEST_F(SessionFindings, RemovalOfAUnitThatIsNotInstalled) {
   EXPECT_EQ(summary_with(internal, {ide, Component()}, "uninstall"), Texts());
 }
 
+TEST_F(SessionFindings, RemovalFromTheEclipseThatALinkNames) {
+  write_file("real/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile", "<profile><units/></profile>");
+  write_file("real/eclipse", "#!/bin/sh\n");
+  std::filesystem::permissions("real/eclipse", std::filesystem::perms(0755));
+  std::filesystem::create_symlink("real/eclipse", "eclipse");
+  const std::vector<std::string> user = {R"("ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse")",
+                                         "\"USER_DEFINED_ECLIPSE_PATH\": \"" + folder.path() + "/eclipse\""};
+  EXPECT_EQ(summary_with(user, {Component()}, "uninstall"), Texts({"tools/etc/eclipse/t:1:3+17 unit-not-installed"}));
+}
+
 TEST_F(SessionFindings, RemovalOfAnotherVersionThanTheInstalledOne) {
   write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile",
              "<profile><units><unit id='a.b.feature.group' version='1.0.0'/></units></profile>");

@@ -148,6 +148,9 @@ TEST_F(Planning, SaysThatTheInstanceIsNotThere) {
   session.variables["KORU_MODE"] = "uninstall";
   session.variables["USER_DEFINED_ECLIPSE_PATH"] = "/missing/eclipse";
   EXPECT_TRUE(plan().lacks_instance);
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "";
+  EXPECT_TRUE(plan().lacks_instance);
+  EXPECT_EQ(plan().reasons.back(), "so there is no Eclipse to work on, and no component is searched (1 component)");
   session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";
   EXPECT_TRUE(plan().lacks_instance);
   session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "none";

@@ -142,6 +142,18 @@ TEST_F(VerifiedRun, WarnsOfWhatIsCertainWhereTheProfileTells) {
       << verification(outcome);
 }
 
+TEST_F(VerifiedRun, ReadsTheLogOfTheInstanceThatALinkNames) {
+  std::filesystem::create_symlink("eclipse/eclipse", "link");
+  write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", folder.path() + "/link"}, {"ECLIPSE_BIN", "link"}});
+  const std::string log =
+      "mkdir -p \"$here/eclipse/configuration\"; printf '!SESSION\\n!MESSAGE what failed\\n' > "
+      "\"$here/eclipse/configuration/1.log\"; exit 13";
+  fake::write_file("2.sh", log + "\n");
+  const Outcome outcome = eclipse_int("run session.json --verify --json");
+  const Json failures = Json::parse(outcome.output).at("verification").at("failures");
+  EXPECT_EQ(failures.at(0).at("log"), "FOLDER/eclipse/configuration/1.log");
+}
+
 TEST_F(VerifiedRun, IsThereForPrograms) {
   write_session("install");
   script(2, "exit 13");
