@@ -10,7 +10,7 @@
 #include "host/json_document.h"
 #include "lint/product.h"
 #include "lint/rule.h"
-#include "lint/sample_sessions.h"
+#include "lint/sample_products.h"
 #include "lint/texts.h"
 
 namespace fs = std::filesystem;

@@ -7,44 +7,21 @@
 
 #include "host/json_document.h"
 #include "lint/rule.h"
+#include "lint/sample_products.h"
 #include "lint/texts.h"
 
 namespace fs = std::filesystem;
 using eclipse_host::in_quotes;
+using namespace eclipse_lint::samples;
 
 namespace eclipse_lint {
 
 namespace {
 
-constexpr const char* offer_of_one =
-    "<?xml version='1.0'?>\n<repository><units>\n"
-    "  <unit id='org.example.one.feature.group' version='1.0.0'/>\n</units></repository>\n";
-constexpr const char* line_of_one = "Repository\tFeature\nsite\torg.example.one.feature.group\n";
-
 /// A component's folder with one descriptor file and its site.
 Sample folder_with(const std::string& descriptor_name) {
   return {"tools", {{descriptor_name, line_of_one}, {"tools/site/content.xml", offer_of_one}}};
 }
-
-/// A session with the component that folder_with() makes.
-Sample session_with(const std::string& session) {
-  return {"session.json",
-          {{"session.json", session},
-           {"ide/eclipse", "#!/bin/sh\n", 0755},
-           {"tools/etc/eclipse/tools.txt", line_of_one},
-           {"tools/site/content.xml", offer_of_one}}};
-}
-
-constexpr const char* good_session = R"({
-  "mode": "install",
-  "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
-  "components": [{
-    "code": "tools", "installBase": ".", "installDir": "tools", "install": true,
-    "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
-    "package": { "files": ["etc/eclipse/tools.txt"] }
-  }]
-}
-)";
 
 template <typename Use>
 void for_each_listed(const Product& product, const Use& use) {
@@ -347,7 +324,7 @@ std::vector<Rule> rules_for_files() {
        .title = "a descriptor file is on disk but not in the package's list",
        .effect = "The file is never read: only the package's list is searched.",
        .mend = "add it to the package's list of files",
-       .bad = session_with(R"({
+       .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
@@ -356,14 +333,14 @@ std::vector<Rule> rules_for_files() {
   }]
 }
 )"),
-       .good = session_with(good_session),
+       .good = product(user_session()),
        .check = check_not_listed},
       {.name = "listed-descriptor-missing",
        .severity = Severity::error,
        .title = "a listed descriptor file is not on disk",
        .effect = "One log line says that it is not found; its features are neither installed nor removed.",
        .mend = "put the file there, or correct installBase and installDir: the package's prefix does not count for it",
-       .bad = session_with(R"({
+       .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
@@ -373,7 +350,7 @@ std::vector<Rule> rules_for_files() {
   }]
 }
 )"),
-       .good = session_with(good_session),
+       .good = product(user_session()),
        .check = check_missing},
       {.name = "descriptor-is-no-file",
        .severity = Severity::error,
@@ -419,7 +396,7 @@ std::vector<Rule> rules_for_files() {
        .title = "the package lists the folder etc/eclipse itself",
        .effect = "Without a slash at its end it is passed over; with one, a log line says that it is not found.",
        .mend = "list files only",
-       .bad = session_with(R"({
+       .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
@@ -429,14 +406,14 @@ std::vector<Rule> rules_for_files() {
   }]
 }
 )"),
-       .good = session_with(good_session),
+       .good = product(user_session()),
        .check = check_folder_entry},
       {.name = "blank-after-listed-name",
        .severity = Severity::error,
        .title = "a listed name ends in a blank or a tab",
        .effect = "Only line ends are trimmed from listed names, so the file is looked for with the blank and not found.",
        .mend = "take the blank away",
-       .bad = session_with(R"({
+       .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
@@ -446,14 +423,14 @@ std::vector<Rule> rules_for_files() {
   }]
 }
 )"),
-       .good = session_with(good_session),
+       .good = product(user_session()),
        .check = check_blank_in_name},
       {.name = "descriptor-listed-twice",
        .severity = Severity::warning,
        .title = "a package lists a descriptor file twice",
        .effect = "The file is read twice, and its lines take two places each in the install order.",
        .mend = "list it once",
-       .bad = session_with(R"({
+       .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
@@ -463,7 +440,7 @@ std::vector<Rule> rules_for_files() {
   }]
 }
 )"),
-       .good = session_with(good_session),
+       .good = product(user_session()),
        .check = check_listed_twice},
       {.name = "component-never-searched",
        .severity = Severity::error,
@@ -471,7 +448,7 @@ std::vector<Rule> rules_for_files() {
        .effect = "A component without a code or without a package is passed over without a word. With an empty installBase its "
                  "files are looked for from \"/\".",
        .mend = "give the component its code, its package and its folder",
-       .bad = session_with(R"({
+       .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
@@ -481,7 +458,7 @@ std::vector<Rule> rules_for_files() {
   }]
 }
 )"),
-       .good = session_with(good_session),
+       .good = product(user_session()),
        .check = check_never_searched},
       {.name = "descriptor-unreadable",
        .severity = Severity::error,
@@ -497,7 +474,7 @@ std::vector<Rule> rules_for_files() {
        .effect = "The installer is told by the capabilities alone whether integration is needed: it may leave it out although "
                  "there are features, or ask the user for an Eclipse although there are none.",
        .mend = "give the component a capability whose name contains ECLIPSE_PLUGIN exactly when it has descriptor files",
-       .bad = session_with(R"({
+       .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
   "components": [{
@@ -506,7 +483,7 @@ std::vector<Rule> rules_for_files() {
   }]
 }
 )"),
-       .good = session_with(good_session),
+       .good = product(user_session()),
        .check = check_capability},
   };
 }

@@ -2,20 +2,21 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <set>
 #include <string_view>
 
 #include "host/json_document.h"
 #include "inquiry/profile.h"
-#include "inquiry/versions.h"
+#include "inquiry/units.h"
 #include "lint/product.h"
 #include "lint/rule.h"
-#include "lint/sample_sessions.h"
-#include "lint/texts.h"
+#include "lint/sample_products.h"
 
 namespace fs = std::filesystem;
 using eclipse_host::in_quotes;
 using eclipse_inquiry::InstalledUnit;
-using eclipse_inquiry::whole_version;
+using eclipse_inquiry::Unit;
+using eclipse_inquiry::units_named;
 using namespace eclipse_lint::samples;
 
 namespace eclipse_lint {
@@ -45,50 +46,38 @@ UnitsById by_id(const std::vector<InstalledUnit>& installed) {
 }
 
 struct RemovedUnit {
-  std::string id;
-  std::string version;  ///< empty when any is meant
-  Place place;          ///< of the line that names it
+  Unit unit;
+  Place place;  ///< of the line that names it
 };
 
-std::string text_of(const RemovedUnit& unit) { return unit.version.empty() ? unit.id : unit.id + "/" + unit.version; }
-
 bool is_meant(const RemovedUnit& removed, const InstalledUnit& installed) {
-  return removed.id == installed.id &&
-         (removed.version.empty() || whole_version(removed.version) == whole_version(installed.version));
+  return is_wanted(removed.unit, {installed.id, installed.version});
 }
 
 /// What a removal's first command asks the director to remove.
 std::vector<RemovedUnit> removed_units(const Product& product) {
-  std::map<std::string_view, Place> places;
+  std::map<Unit, Place> places;
   for (const Record& record : product.records) {
     if (!record.placement || !record.descriptor->component->catalogue->selected_for_removal) continue;
-    for (std::string_view feature = record.config->feature; !feature.empty();) {
-      const std::size_t comma = std::min(feature.find(','), feature.size());
-      places.emplace(without_blanks(feature.substr(0, comma)), record.place(1));
-      feature.remove_prefix(std::min(comma + 1, feature.size()));
-    }
+    for (const Unit& unit : units_named(record.config->feature)) places.emplace(unit, record.place(1));
   }
   constexpr std::string_view option = " -u ";
-  const std::string& command = product.session->run.commands.front();
+  const std::string_view command = product.session->run.commands.front();
   const std::size_t start = command.find(option) + option.size();
   std::vector<RemovedUnit> removed;
-  for (const std::string& text : split(std::string_view(command).substr(start, command.rfind(" 2>&1") - start), ',')) {
-    const std::string_view unit = without_blanks(text);
-    if (unit.empty()) continue;
-    const std::size_t slash = std::min(unit.find('/'), unit.size());
+  for (const Unit& unit : units_named(command.substr(start, command.rfind(" 2>&1") - start))) {
     const auto place = places.find(unit);
-    removed.push_back({std::string(unit.substr(0, slash)), std::string(unit.substr(std::min(slash + 1, unit.size()))),
-                       place == places.end() ? product.session->mode : place->second});
+    removed.push_back({unit, place == places.end() ? product.session->mode : place->second});
   }
   return removed;
 }
 
 /// What of a unit an instance does not have; empty when it has it.
 std::string lack_of(const UnitsById& installed, const RemovedUnit& removed) {
-  const auto [begin, end] = installed.equal_range(removed.id);
-  if (begin == end) return in_quotes(removed.id) + " is not installed in the instance";
+  const auto [begin, end] = installed.equal_range(removed.unit.id);
+  if (begin == end) return in_quotes(removed.unit.id) + " is not installed in the instance";
   if (std::any_of(begin, end, [&](const auto& unit) { return is_meant(removed, *unit.second); })) return "";
-  return in_quotes(text_of(removed)) + " is not installed in the instance, which has version " +
+  return in_quotes(text_of(removed.unit)) + " is not installed in the instance, which has version " +
          std::prev(end)->second->version;
 }
 
@@ -111,28 +100,32 @@ void check_installed(const Product& product, Reporter& reporter) {
   }
 }
 
+/// Of the roots that are not removed, and of all that they require.
+std::set<std::string_view> ids_kept(const std::vector<InstalledUnit>& installed, const std::vector<RemovedUnit>& removed) {
+  std::vector<std::string_view> roots;
+  for (const InstalledUnit& unit : installed) {
+    const auto is_it = [&](const RemovedUnit& each) { return is_meant(each, unit); };
+    if (unit.is_root && std::none_of(removed.begin(), removed.end(), is_it)) roots.push_back(unit.id);
+  }
+  return eclipse_inquiry::ids_kept_by(std::move(roots), installed);
+}
+
 void check_not_required(const Product& product, Reporter& reporter) {
   if (!product.is_removal() || product.session->run.commands.empty()) return;
   const auto installed = eclipse_inquiry::profile_units(eclipse_inquiry::instance_folder(product.session->executable()));
   if (!installed) return;
-  const std::vector<RemovedUnit> removed = removed_units(product);
-  std::vector<std::string_view> roots;
-  for (const InstalledUnit& unit : *installed) {
-    const auto is_it = [&](const RemovedUnit& each) { return is_meant(each, unit); };
-    if (unit.is_root && std::none_of(removed.begin(), removed.end(), is_it)) roots.push_back(unit.id);
-  }
-  const auto kept = eclipse_inquiry::ids_kept_by(std::move(roots), *installed);
+  const std::vector<RemovedUnit> all_removed = removed_units(product);
+  const auto kept = ids_kept(*installed, all_removed);
   const UnitsById units = by_id(*installed);
-  for (const RemovedUnit& unit : removed) {
-    const auto [begin, end] = units.equal_range(unit.id);
-    const auto found = std::find_if(begin, end, [&](const auto& each) { return is_meant(unit, *each.second); });
+  for (const RemovedUnit& removed : all_removed) {
+    const auto [begin, end] = units.equal_range(removed.unit.id);
+    const auto found = std::find_if(begin, end, [&](const auto& each) { return is_meant(removed, *each.second); });
     if (found == end) continue;
     const auto& requirers = found->second->required_by;
     const auto requirer =
         std::find_if(requirers.begin(), requirers.end(), [&](const std::string& id) { return kept.contains(id); });
-    if (requirer != requirers.end()) {
-      reporter.report(unit.place, in_quotes(unit.id) + " is required by " + in_quotes(*requirer) + ", which stays");
-    }
+    if (requirer == requirers.end()) continue;
+    reporter.report(removed.place, in_quotes(removed.unit.id) + " is required by " + in_quotes(*requirer) + ", which stays");
   }
 }
 

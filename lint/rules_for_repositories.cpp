@@ -5,19 +5,18 @@
 
 #include "host/json_document.h"
 #include "lint/rule.h"
+#include "lint/sample_products.h"
 #include "lint/shown_line.h"
 #include "lint/texts.h"
 
 namespace fs = std::filesystem;
 using eclipse_host::in_quotes;
+using namespace eclipse_lint::samples;
 
 namespace eclipse_lint {
 
 namespace {
 
-constexpr const char* offer_of_one =
-    "<?xml version='1.0'?>\n<repository><units>\n"
-    "  <unit id='org.example.one.feature.group' version='1.0.0'/>\n</units></repository>\n";
 constexpr const char* publish_anew = "publish the site anew, and see that it is copied whole";
 constexpr const char* offer_of_files =
     "<?xml version='1.0'?>\n<repository><units>\n"

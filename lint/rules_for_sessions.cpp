@@ -5,7 +5,7 @@
 #include "host/shell.h"
 #include "lint/product.h"
 #include "lint/rule.h"
-#include "lint/sample_sessions.h"
+#include "lint/sample_products.h"
 
 using eclipse_host::in_quotes;
 using eclipse_host::longest_command;

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
-#include <sstream>
 #include <system_error>
 
 #include "host/json_document.h"
-#include "inquiry/versions.h"
 #include "verify/failure.h"
 
 namespace eclipse_verify {
@@ -26,12 +24,6 @@ std::string quoted_for_shell(const std::string& text) {
   std::string quoted = "'";
   for (const char byte : text) quoted += byte == '\'' ? "'\\''" : std::string(1, byte);
   return quoted + "'";
-}
-
-Unit unit_in(std::string_view text) {
-  const std::size_t slash = text.find('/');
-  if (slash == text.npos) return {std::string(text), ""};
-  return {std::string(text.substr(0, slash)), std::string(text.substr(slash + 1))};
 }
 
 /// Other lines tell how long it took, or what the machine that runs the director complains of.
@@ -63,33 +55,16 @@ void check_is_answer(const std::string& executable, std::string_view output) {
 
 }  // namespace
 
-std::string text_of(const Unit& unit) { return unit.version.empty() ? unit.id : unit.id + "/" + unit.version; }
-
 std::vector<Unit> units_in(std::string_view output) {
   std::vector<Unit> units;
   while (!output.empty()) {
     const std::size_t end = std::min(output.find('\n'), output.size());
     const std::string_view line = trimmed(output.substr(0, end));
-    if (is_unit(line)) units.push_back(unit_in(line));
+    if (is_unit(line)) units.push_back(eclipse_inquiry::unit_called(line));
     output.remove_prefix(std::min(end + 1, output.size()));
   }
   std::sort(units.begin(), units.end());
   return units;
-}
-
-std::vector<Unit> units_named(std::string_view list) {
-  std::vector<Unit> units;
-  std::istringstream names{std::string(list)};
-  for (std::string name; std::getline(names, name, ',');) {
-    if (const std::string_view text = trimmed(name); !text.empty()) units.push_back(unit_in(text));
-  }
-  return units;
-}
-
-bool is_wanted(const Unit& wanted, const Unit& installed) {
-  if (wanted.id != installed.id) return false;
-  using eclipse_inquiry::whole_version;
-  return wanted.version.empty() || whole_version(wanted.version) == whole_version(installed.version);
 }
 
 InstalledUnits installed_units(const std::string& executable, const eclipse_host::CommandProgress& progress) {

@@ -2,7 +2,6 @@
 #ifndef ECLIPSE_INT_VERIFY_INSTALLED_UNITS_H
 #define ECLIPSE_INT_VERIFY_INSTALLED_UNITS_H
 
-#include <compare>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -11,18 +10,13 @@
 
 #include "host/shell.h"
 #include "inquiry/profile.h"
+#include "inquiry/units.h"
 
 namespace eclipse_verify {
 
-struct Unit {
-  std::string id;
-  std::string version;  ///< empty when any is meant
-
-  auto operator<=>(const Unit&) const = default;
-};
-
-/// "ID/VERSION", or "ID" without a version.
-std::string text_of(const Unit& unit);
+using eclipse_inquiry::is_wanted;
+using eclipse_inquiry::Unit;
+using eclipse_inquiry::units_named;
 
 /// The instance cannot say what it has installed. The message tells why, on one or more lines.
 class InstanceFault : public std::runtime_error {
@@ -41,12 +35,6 @@ InstalledUnits installed_units(const std::string& executable, const eclipse_host
 
 /// The units in what the director prints when it is asked for them.
 std::vector<Unit> units_in(std::string_view output);
-
-/// The units that the director makes of the text behind "-i" or "-u".
-std::vector<Unit> units_named(std::string_view list);
-
-/// Whether a unit that is installed is the wanted one. Versions are compared as the director reads them, "1.0" as "1.0.0".
-bool is_wanted(const Unit& wanted, const Unit& installed);
 
 }  // namespace eclipse_verify
 

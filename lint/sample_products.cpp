@@ -1,17 +1,14 @@
-#include "lint/sample_sessions.h"
+#include "lint/sample_products.h"
 
 #include <utility>
 
 namespace eclipse_lint::samples {
 
-namespace {
+const char* const line_of_one = "Repository\tFeature\nsite\torg.example.one.feature.group\n";
 
-constexpr const char* offer =
+const char* const offer_of_one =
     "<?xml version='1.0'?>\n<repository><units>\n"
     "  <unit id='org.example.one.feature.group' version='1.0.0'/>\n</units></repository>\n";
-constexpr const char* line_of_one = "Repository\tFeature\nsite\torg.example.one.feature.group\n";
-
-}  // namespace
 
 std::string session(const std::string& mode, const std::string& variables, const std::string& components) {
   return "{\n  \"mode\": \"" + mode + "\",\n  \"variables\": {" + variables + "},\n  \"components\": [" + components +
@@ -47,7 +44,7 @@ Sample product(const std::string& session_file, const std::vector<SampleFile>& o
   std::vector<SampleFile> files = {{"session.json", session_file},
                                    {"ide/eclipse", "#!/bin/sh\n", 0755},
                                    {"tools/etc/eclipse/tools.txt", line_of_one},
-                                   {"tools/site/content.xml", offer}};
+                                   {"tools/site/content.xml", offer_of_one}};
   files.insert(files.end(), others.begin(), others.end());
   return {"session.json", std::move(files)};
 }

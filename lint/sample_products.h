@@ -1,6 +1,7 @@
-// What the samples of rules about sessions are made of: a session with a component "tools", and an Eclipse in the folder "ide".
-#ifndef ECLIPSE_INT_LINT_SAMPLE_SESSIONS_H
-#define ECLIPSE_INT_LINT_SAMPLE_SESSIONS_H
+// What the samples of rules are made of: a component "tools" with one descriptor file, its site, and an Eclipse in the folder
+// "ide".
+#ifndef ECLIPSE_INT_LINT_SAMPLE_PRODUCTS_H
+#define ECLIPSE_INT_LINT_SAMPLE_PRODUCTS_H
 
 #include <string>
 #include <vector>
@@ -9,7 +10,12 @@
 
 namespace eclipse_lint::samples {
 
-/// The entry of a component whose descriptor file names one feature.
+/// A descriptor file that names one feature.
+extern const char* const line_of_one;
+/// The content.xml of a site that offers just this feature.
+extern const char* const offer_of_one;
+
+/// The entry of the component in a session.
 extern const char* const tools;
 /// The entry of the Eclipse as a component; another one has to follow.
 extern const char* const ide;
