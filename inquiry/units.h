@@ -13,7 +13,7 @@ struct Unit {
   std::string id;
   std::string version;  ///< empty when any is meant
 
-  auto operator<=>(const Unit&) const = default;
+  auto operator<=>(const Unit&) const = default;  // NOLINT(modernize-use-nullptr): clang-tidy 14 sees a null pointer here
 };
 
 /// "ID/VERSION", or "ID" without a version.
