@@ -38,16 +38,21 @@ bool is_missing(const std::string& file) {
   return std::filesystem::status(file, error).type() == std::filesystem::file_type::not_found;
 }
 
+[[noreturn]] void refuse(const std::string& option, const std::string& output, const std::string& used) {
+  throw FileFault(output + ": " + option + " would overwrite " + used + ", which is used in this run; give it another file");
+}
+
 void refuse_same(const std::string& option, const std::string& output, const std::optional<std::string>& input) {
-  if (!input || !is_same_file(output, *input)) return;
-  throw FileFault(output + ": " + option + " would overwrite " + *input + ", which is used in this run; give it another file");
+  if (input && is_same_file(output, *input)) refuse(option, output, *input);
 }
 
 /// The log is emptied before the product is read, and the Eclipse is to live on.
 void refuse_product_file(const Plugin& plugin, const Session& session, const std::string& option, const std::string& output) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(output, error)) return;
-  for (const std::string& used : product_files(plugin, session)) refuse_same(option, output, used);
+  for (const std::string& used : product_files(plugin, session)) {
+    if (std::filesystem::equivalent(output, used, error)) refuse(option, output, used);
+  }
 }
 
 /// False, and complained of, when a file could not be written.

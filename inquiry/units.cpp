@@ -7,15 +7,10 @@
 
 namespace eclipse_inquiry {
 
-namespace {
-
 std::string_view without_white_space(std::string_view text) {
-  constexpr std::string_view white_space = " \t\r\n\v\f";
   text.remove_prefix(std::min(text.find_first_not_of(white_space), text.size()));
   return text.substr(0, text.find_last_not_of(white_space) + 1);
 }
-
-}  // namespace
 
 std::string text_of(const Unit& unit) { return unit.version.empty() ? unit.id : unit.id + "/" + unit.version; }
 

@@ -20,6 +20,10 @@ struct Unit {
 std::string text_of(const Unit& unit);
 Unit unit_called(std::string_view text);
 
+/// What the director drops at both ends of a name.
+inline constexpr std::string_view white_space = " \t\r\n\v\f";
+std::string_view without_white_space(std::string_view text);
+
 /// The units that the director makes of the text behind "-i" or "-u".
 std::vector<Unit> units_named(std::string_view list);
 

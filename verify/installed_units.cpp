@@ -8,16 +8,12 @@
 #include "host/json_document.h"
 #include "verify/failure.h"
 
+using eclipse_inquiry::white_space;
+using eclipse_inquiry::without_white_space;
+
 namespace eclipse_verify {
 
 namespace {
-
-constexpr std::string_view white_space = " \t\r\n\v\f";
-
-std::string_view trimmed(std::string_view text) {
-  text.remove_prefix(std::min(text.find_first_not_of(white_space), text.size()));
-  return text.substr(0, text.find_last_not_of(white_space) + 1);
-}
 
 /// For a path that may hold anything.
 std::string quoted_for_shell(const std::string& text) {
@@ -34,8 +30,8 @@ bool is_unit(std::string_view line) {
 }
 
 std::string_view last_line(std::string_view output) {
-  const std::string_view text = trimmed(output);
-  return trimmed(text.substr(text.rfind('\n') + 1));
+  const std::string_view text = without_white_space(output);
+  return without_white_space(text.substr(text.rfind('\n') + 1));
 }
 
 /// In English, which the question asks for. Whatever else may be started as the executable prints something else, or nothing.
@@ -59,7 +55,7 @@ std::vector<Unit> units_in(std::string_view output) {
   std::vector<Unit> units;
   while (!output.empty()) {
     const std::size_t end = std::min(output.find('\n'), output.size());
-    const std::string_view line = trimmed(output.substr(0, end));
+    const std::string_view line = without_white_space(output.substr(0, end));
     if (is_unit(line)) units.push_back(eclipse_inquiry::unit_called(line));
     output.remove_prefix(std::min(end + 1, output.size()));
   }
