@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "differential/planned_session.h"
-#include "host/session.h"
+#include "standalone_host/session.h"
 
 namespace differential {
 
@@ -44,7 +44,7 @@ class ObservedSession : public eclipse_host::Session {
 
  private:
   void add_component(const PlannedComponent& planned);
-  eclipse_host::CommandResult next_result(const std::string& command);
+  eclipse_shell::CommandResult next_result(const std::string& command);
 
   const PlannedSession& plan_;
   std::size_t commands_ = 0;

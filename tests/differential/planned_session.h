@@ -11,7 +11,7 @@
 
 #include "differential/readable.h"
 #include "exports/exports.h"
-#include "host/shell.h"
+#include "shell/command_runner.h"
 
 namespace differential {
 
@@ -58,7 +58,7 @@ struct PlannedSession {
   Variables variables = {};
   bool graphical = false;
   /// What the commands come to, one after another; when all are used up, from the first again.
-  std::vector<eclipse_host::CommandResult> results = {{}};
+  std::vector<eclipse_shell::CommandResult> results = {{}};
   /// Every call of this host operation is answered badly; empty when none is.
   std::string failing_operation = "";
   std::vector<Step> steps = {};

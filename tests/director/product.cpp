@@ -7,7 +7,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "host/shell.h"
+#include "shell/command_runner.h"
 
 namespace fs = std::filesystem;
 
@@ -89,15 +89,15 @@ Outcome Product::run(const std::string& mode, const std::map<std::string, std::s
   for (const auto& [name, value] : variables) session["variables"][name] = value;
   const fs::path file = folder_ / "session.json";
   write(file, session.dump(2));
-  const auto run = eclipse_host::run_in_shell(quoted(ECLIPSE_INT_COMMAND) + " run --json " + quoted(file.string()));
+  const auto run = eclipse_shell::run_in_shell(quoted(ECLIPSE_INT_COMMAND) + " run --json " + quoted(file.string()));
   Outcome outcome{run.exit_code, nlohmann::json::parse(run.output, nullptr, false)};
   if (outcome.result.is_discarded()) throw std::runtime_error("no JSON: " + run.output + run.error_output);
   return outcome;
 }
 
 std::vector<std::string> Product::installed() const {
-  const auto run = eclipse_host::run_in_shell(quoted(executable().string()) +
-                                              " -nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots");
+  const auto run = eclipse_shell::run_in_shell(quoted(executable().string()) +
+                                               " -nosplash -application org.eclipse.equinox.p2.director -listInstalledRoots");
   EXPECT_EQ(run.exit_code, 0) << run.output << run.error_output;
   std::vector<std::string> roots;
   std::istringstream lines(run.output);

@@ -9,8 +9,8 @@
 #include "fake_host/file_buffers.h"
 
 using eclipse_host::CatalogueComponent;
-using eclipse_host::CommandResult;
 using eclipse_host::HostCall;
+using eclipse_shell::CommandResult;
 
 namespace fake {
 

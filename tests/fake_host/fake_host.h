@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "fake_host/temporary_folder.h"
-#include "host/session.h"
+#include "standalone_host/session.h"
 
 namespace fake {
 
@@ -55,7 +55,7 @@ class FakeHost : public eclipse_host::Session {
   std::vector<Component*> catalogue();
 
   /// What the commands come to, one after another. Each command takes the first away.
-  std::deque<eclipse_host::CommandResult> results;
+  std::deque<eclipse_shell::CommandResult> results;
 
   /// Sees each call of a host operation before it is carried out, and after it is recorded. What it throws comes out of it.
   std::function<void(const eclipse_host::HostCall&)> before_call = [](const eclipse_host::HostCall&) {};
@@ -74,7 +74,7 @@ class FakeHost : public eclipse_host::Session {
   TemporaryFolder folder;
 
  private:
-  eclipse_host::CommandResult next_result(const std::string& command);
+  eclipse_shell::CommandResult next_result(const std::string& command);
   void record_log(const std::string& line);
   void record_call(const eclipse_host::HostCall& call);
 
@@ -100,10 +100,10 @@ inline Texts last(const Texts& texts, std::size_t count) {
 }
 
 /// A failed command that printed this.
-inline eclipse_host::CommandResult fails(int exit_code, const std::string& output) { return {output, "", exit_code, 0}; }
+inline eclipse_shell::CommandResult fails(int exit_code, const std::string& output) { return {output, "", exit_code, 0}; }
 
 /// A command that succeeded and printed this.
-inline eclipse_host::CommandResult succeeds(const std::string& output = "") { return {output, "", 0, 0}; }
+inline eclipse_shell::CommandResult succeeds(const std::string& output = "") { return {output, "", 0, 0}; }
 
 }  // namespace fake
 

@@ -64,7 +64,7 @@ TEST(FakeHost, WorksInATemporaryFolderAndRemovesIt) {
   EXPECT_EQ(std::filesystem::current_path(), before);
 }
 
-void run_a_command_with_results(std::deque<eclipse_host::CommandResult> results) {
+void run_a_command_with_results(std::deque<eclipse_shell::CommandResult> results) {
   FakeHost host;
   host.results = std::move(results);
   int exit_code = 0;

@@ -70,7 +70,7 @@ const Action& action(std::string_view name) {
   throw std::out_of_range(std::string(name));
 }
 
-eclipse_host::CommandResult result(int exit_code) { return {"A line of output.\nAnd another one.\n", "", exit_code, 0}; }
+eclipse_shell::CommandResult result(int exit_code) { return {"A line of output.\nAnd another one.\n", "", exit_code, 0}; }
 
 void add_checks(std::vector<PlannedSession>& sessions) {
   for (const std::string mode : {"install", "modify", "uninstall"}) {

@@ -1,6 +1,6 @@
 // The input is a session file of the stand-alone host. It is read, or refused in one line that begins with its name; and the
 // same when it is read again.
-#include "host/session_file.h"
+#include "standalone_host/session_file.h"
 
 #include "differential/readable.h"
 #include "fake_host/temporary_folder.h"
@@ -37,7 +37,7 @@ std::string read_or_refused() {
   Session session;
   try {
     eclipse_host::read_session_file(file, session);
-  } catch (const eclipse_host::FileFault& fault) {
+  } catch (const eclipse_base::FileFault& fault) {
     const std::string message = fault.what();
     const bool is_one_line = message.find_first_of("\n\r") == message.npos;
     if (!message.starts_with(file + ":") || !is_one_line) fuzz::report("a fault is told as: " + readable(message));

@@ -4,10 +4,10 @@
 
 #include <map>
 
-#include "host/session_file.h"
-#include "host/session_run.h"
 #include "lint/observation.h"
 #include "lint/samples.h"
+#include "standalone_host/session_file.h"
+#include "standalone_host/session_run.h"
 
 using namespace eclipse_lint;
 using namespace lint_test;
@@ -444,7 +444,7 @@ std::string refusal_of(const Sample& sample) {
   write_sample(sample);
   eclipse_host::Session session;
   eclipse_host::read_session_file(sample.input, session);
-  session.run_command = [](const std::string&) { return eclipse_host::CommandResult(); };
+  session.run_command = [](const std::string&) { return eclipse_shell::CommandResult(); };
   return eclipse_host::run_session(eclipse_host::Plugin(ECLIPSE_INT_LIBRARY), session).refusal;
 }
 

@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "fake_host/temporary_folder.h"
-#include "host/shell.h"
+#include "shell/command_runner.h"
 
 using fake::write_file;
 
@@ -21,8 +21,8 @@ class LintCommand : public testing::Test {
     write_file("bad.txt", "sites/alpha\torg.example.alpha.feature.group\nsites/beta org.example.beta.feature.group\n");
   }
 
-  eclipse_host::CommandResult eclipse_int(const std::string& arguments) const {
-    return eclipse_host::run_in_shell("'" ECLIPSE_INT_COMMAND "' " + arguments);
+  eclipse_shell::CommandResult eclipse_int(const std::string& arguments) const {
+    return eclipse_shell::run_in_shell("'" ECLIPSE_INT_COMMAND "' " + arguments);
   }
   int status(const std::string& arguments) const { return eclipse_int(arguments).exit_code; }
 
@@ -137,7 +137,7 @@ TEST_F(LintCommand, FaultsOfArgumentsAreStatus2) {
 /// The output of a command that is run on a terminal.
 std::string on_terminal(const std::string& command) {
   write_file("terminal.py", "import pty, sys\npty.spawn(['/bin/sh', '-c', sys.argv[1]])\n");
-  return eclipse_host::run_in_shell("/usr/bin/python3 terminal.py \"" + command + "\"").output;
+  return eclipse_shell::run_in_shell("/usr/bin/python3 terminal.py \"" + command + "\"").output;
 }
 
 TEST_F(LintCommand, IsColouredOnATerminalOnly) {

@@ -334,8 +334,8 @@ TEST(Findings, PipesInTheirPlacesKeepNobodyWaiting) {
   }
   EXPECT_EQ(summary_of(findings_in("c")),
             Texts({"c/etc/eclipse/t:1:1+4 site-without-metadata", "c/etc/eclipse/t:2:1+8 site-metadata-damaged"}));
-  EXPECT_THROW(findings_in("session.json"), eclipse_host::FileFault);
-  EXPECT_THROW(read_overrides("overrides.json"), eclipse_host::FileFault);
+  EXPECT_THROW(findings_in("session.json"), eclipse_base::FileFault);
+  EXPECT_THROW(read_overrides("overrides.json"), eclipse_base::FileFault);
 }
 
 TEST(Findings, FeatureIsSoughtInAllSitesOfTheComponent) {
@@ -400,7 +400,7 @@ TEST(Findings, FolderThatCannotBeSearchedIsAFault) {
   try {
     findings_in("c");
     ADD_FAILURE() << "no fault";
-  } catch (const eclipse_host::FileFault& fault) {
+  } catch (const eclipse_base::FileFault& fault) {
     EXPECT_STREQ(fault.what(), "c: cannot be searched: Permission denied; make it and the folders in it readable");
   }
   std::filesystem::permissions("c/closed", std::filesystem::perms(0755));
@@ -408,7 +408,7 @@ TEST(Findings, FolderThatCannotBeSearchedIsAFault) {
 
 TEST(Findings, InputThatIsNotThereIsAFault) {
   const fake::TemporaryFolder folder;
-  EXPECT_THROW(findings_in("missing"), eclipse_host::FileFault);
+  EXPECT_THROW(findings_in("missing"), eclipse_base::FileFault);
 }
 
 }  // namespace

@@ -6,8 +6,8 @@
 #include <set>
 
 #include "eclipse_int/eclipse_int.h"
-#include "host/session_file.h"
 #include "lint/samples.h"
+#include "standalone_host/session_file.h"
 
 namespace fs = std::filesystem;
 
@@ -62,8 +62,8 @@ class Observer {
     if (!is_shown_otherwise && lines_of_every_run.count(text) == 0) add(text);
   }
 
-  eclipse_host::CommandResult run(const std::string& command) {
-    auto result = eclipse_host::run_in_shell(command);
+  eclipse_shell::CommandResult run(const std::string& command) {
+    auto result = eclipse_shell::run_in_shell(command);
     // Of a very long one, as much as shows what it is.
     const std::string output = result.output.size() > 600 ? std::to_string(result.output.size()) + " bytes" : result.output;
     add("sh: " + replaced(output, "\n", "|") + " exit " + std::to_string(result.exit_code));

@@ -15,7 +15,7 @@ std::string fault_of(const std::string& content) {
   try {
     read_overrides("overrides.json");
     return "";
-  } catch (const eclipse_host::FileFault& fault) {
+  } catch (const eclipse_base::FileFault& fault) {
     return std::string(fault.what()).substr(std::string("overrides.json:").size());
   }
 }

@@ -6,10 +6,11 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "host/shell.h"
+#include "base/printable.h"
 #include "lint/samples.h"
-#include "lint/shown_line.h"
+#include "shell/command_runner.h"
 
+using namespace eclipse_base;
 using namespace eclipse_lint;
 using fake::write_file;
 using Json = nlohmann::json;
@@ -139,7 +140,7 @@ std::string verdicts(const std::vector<Json>& documents) {
     write_file(name, document.dump());
     command += " " + name;
   }
-  const auto run = eclipse_host::run_in_shell(command);
+  const auto run = eclipse_shell::run_in_shell(command);
   return run.output + run.error_output;
 }
 

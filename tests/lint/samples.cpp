@@ -38,16 +38,16 @@ void write_sample(const eclipse_lint::Sample& sample) {
   }
 }
 
-const eclipse_inquiry::Library& library() {
+const eclipse_dry_run::Library& library() {
   static const eclipse_host::Plugin plugin(ECLIPSE_INT_LIBRARY);
-  static const eclipse_inquiry::Library library(plugin);
+  static const eclipse_dry_run::Library library(plugin);
   return library;
 }
 
 eclipse_lint::Findings findings_in(const std::string& input, const eclipse_lint::Settings& settings) {
   library();
   const WithoutRights without_rights;
-  eclipse_lint::Sites sites;
+  eclipse_p2::Sites sites;
   return eclipse_lint::lint(library(), sites, input, settings);
 }
 

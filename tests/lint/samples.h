@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "base/file_error.h"
 #include "fake_host/temporary_folder.h"
-#include "host/file_fault.h"
 #include "lint/lint.h"
 #include "lint/rule.h"
 
@@ -16,7 +16,7 @@ namespace lint_test {
 void write_sample(const eclipse_lint::Sample& sample);
 
 /// The plug-in as it is delivered.
-const eclipse_inquiry::Library& library();
+const eclipse_dry_run::Library& library();
 
 /// The findings in an input below the working folder, as a user without special rights gets them.
 eclipse_lint::Findings findings_in(const std::string& input, const eclipse_lint::Settings& settings = {});

@@ -194,7 +194,7 @@ TEST_F(SessionFindings, ScannedFolderThatIsClosedIsNamed) {
     try {
       findings_with({}, {component});
       ADD_FAILURE() << closed << ": no fault";
-    } catch (const eclipse_host::FileFault& fault) {
+    } catch (const eclipse_base::FileFault& fault) {
       const std::string message = fault.what();
       EXPECT_NE(message.find("cannot be scanned: \"" + folder.path() + "/" + closed + "\": Permission denied"), message.npos)
           << message;

@@ -4,7 +4,7 @@
 
 #include <regex>
 
-#include "host/shell.h"
+#include "shell/command_runner.h"
 
 namespace manual {
 
@@ -29,7 +29,7 @@ Names heads_in(const std::string& text, const std::string& pattern) {
 }  // namespace
 
 std::string output_of(const std::string& command) {
-  const auto result = eclipse_host::run_in_shell(command);
+  const auto result = eclipse_shell::run_in_shell(command);
   EXPECT_EQ(result.exit_code, 0) << command << "\n" << result.output << result.error_output;
   return result.output;
 }

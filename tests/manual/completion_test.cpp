@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "fake_host/temporary_folder.h"
-#include "host/plugin.h"
-#include "host/shell.h"
 #include "manual/command_help.h"
+#include "shell/command_runner.h"
+#include "standalone_host/plugin.h"
 
 namespace manual {
 
@@ -74,7 +74,7 @@ TEST(Completion, OffersOnlyValuesThatAreAccepted) {
     const Names values = offered({"lint", option, ""});
     EXPECT_EQ(values.size(), 3U);
     for (const std::string& value : values) {
-      EXPECT_NE(eclipse_host::run_in_shell(ECLIPSE_INT_COMMAND " lint empty " + option + " " + value).exit_code, 2) << value;
+      EXPECT_NE(eclipse_shell::run_in_shell(ECLIPSE_INT_COMMAND " lint empty " + option + " " + value).exit_code, 2) << value;
     }
   }
   EXPECT_EQ(offered({"lint", "--format", "=", "s"}), Names{"sarif"});

@@ -6,9 +6,9 @@
 #include <regex>
 #include <sstream>
 
-#include "host/plugin.h"
-#include "host/shell.h"
 #include "manual/command_help.h"
+#include "shell/command_runner.h"
+#include "standalone_host/plugin.h"
 
 namespace manual {
 
@@ -88,7 +88,7 @@ TEST(ManualPage, NamesEveryAction) {
 }
 
 TEST(ManualPage, IsFormattedWithoutAWarning) {
-  if (eclipse_host::run_in_shell("command -v groff").exit_code != 0) GTEST_SKIP() << "groff is not installed";
+  if (eclipse_shell::run_in_shell("command -v groff").exit_code != 0) GTEST_SKIP() << "groff is not installed";
   for (const auto& entry : std::filesystem::directory_iterator(pages)) {
     EXPECT_EQ(output_of("groff -man -ww -Tascii '" + entry.path().string() + "' 2>&1 > /dev/null"), "");
   }

@@ -4,6 +4,9 @@
 
 #include "fake_host/temporary_folder.h"
 
+using namespace eclipse_dry_run;
+using namespace eclipse_shell;
+
 namespace eclipse_plan {
 
 namespace {
@@ -172,10 +175,10 @@ TEST_F(Planning, SaysWhetherTheCommandCanBeGivenToAShell) {
     add("c", "s\tF\n");
     return plan().command->text.size() - 1;
   }();
-  fake::write_file("c/etc/eclipse/p", "s\t" + std::string(eclipse_host::longest_command - rest, 'x') + "\n");
+  fake::write_file("c/etc/eclipse/p", "s\t" + std::string(eclipse_shell::longest_command - rest, 'x') + "\n");
   EXPECT_FALSE(plan().command->is_too_long());
   EXPECT_TRUE(plan().command->is_sound());
-  fake::write_file("c/etc/eclipse/p", "s\t" + std::string(eclipse_host::longest_command - rest + 1, 'x') + "\n");
+  fake::write_file("c/etc/eclipse/p", "s\t" + std::string(eclipse_shell::longest_command - rest + 1, 'x') + "\n");
   EXPECT_TRUE(plan().command->is_too_long());
   EXPECT_FALSE(plan().command->is_sound());
 }
@@ -308,7 +311,7 @@ TEST_F(Planning, ShowsTheRetryOfARemovalThatReadsDifferently) {
 }
 
 TEST_F(Planning, ShowsTheRetryThatIsTooLong) {
-  add("c", "s\tF\ns\t" + std::string(eclipse_host::longest_command, 'x') + "\ns\tG\n");
+  add("c", "s\tF\ns\t" + std::string(eclipse_shell::longest_command, 'x') + "\ns\tG\n");
   const Plan made = plan(Retries::telling);
   EXPECT_EQ(numbers_of(made.retries), (Numbers{1, 2}));
   EXPECT_TRUE(made.retries[1].is_too_long());
@@ -381,8 +384,8 @@ TEST_F(Planning, TellsWhatKeptTheListsEmpty) {
 /// The limit is the system's.
 TEST_F(Planning, KnowsTheLongestCommand) {
   const auto exit_code_of = [](std::size_t size) { return run_in_shell(":" + std::string(size - 1, ' ')).exit_code; };
-  EXPECT_EQ(exit_code_of(eclipse_host::longest_command), 0);
-  EXPECT_EQ(exit_code_of(eclipse_host::longest_command + 1), 126);
+  EXPECT_EQ(exit_code_of(eclipse_shell::longest_command), 0);
+  EXPECT_EQ(exit_code_of(eclipse_shell::longest_command + 1), 126);
 }
 
 }  // namespace

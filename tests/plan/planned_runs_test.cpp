@@ -6,8 +6,11 @@
 
 #include "differential/random_session.h"
 #include "fake_host/temporary_folder.h"
-#include "host/session_run.h"
 #include "plan/plan.h"
+#include "standalone_host/session_run.h"
+
+using namespace eclipse_dry_run;
+using namespace eclipse_shell;
 
 namespace eclipse_plan {
 

@@ -3,14 +3,16 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "host/shell.h"
+#include "p2/director_failure.h"
 #include "product.h"
-#include "verify/failure.h"
+#include "shell/command_runner.h"
 
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
+
+using namespace eclipse_p2;
 
 namespace eclipse_verify {
 
@@ -22,7 +24,7 @@ class RealFailures : public testing::Test {
   Failure failure_of(const std::string& arguments, int wanted_exit_code, const std::string& before = "") {
     const InstanceLogs logs(product.executable().parent_path());
     const auto result =
-        eclipse_host::run_in_shell(before + product.executable().string() + " -nosplash -application " + arguments);
+        eclipse_shell::run_in_shell(before + product.executable().string() + " -nosplash -application " + arguments);
     EXPECT_EQ(result.exit_code, wanted_exit_code) << result.output << result.error_output;
     return explain(result, logs);
   }
@@ -91,13 +93,13 @@ TEST_F(RealFailures, TheShellFindsNoJava) {
 
 TEST_F(RealFailures, TheShellDoesNotUnderstandTheRetryOfARemoval) {
   const InstanceLogs logs(product.executable().parent_path());
-  const auto result = eclipse_host::run_in_shell(product.executable().string() + " -u a,b 2>&1a 2>&1");
+  const auto result = eclipse_shell::run_in_shell(product.executable().string() + " -u a,b 2>&1a 2>&1");
   EXPECT_THAT(result.exit_code, testing::AnyOf(1, 2));
   EXPECT_EQ(explain(result, logs).layer, Layer::shell);
 }
 
 TEST_F(RealFailures, ThePathOfAFolderIsNoProgram) {
-  const auto result = eclipse_host::run_in_shell(product.folder().string() + " -i x 2>&1");
+  const auto result = eclipse_shell::run_in_shell(product.folder().string() + " -i x 2>&1");
   EXPECT_EQ(result.exit_code, 126);
   EXPECT_EQ(explain(result, InstanceLogs(product.folder())).layer, Layer::shell);
 }

@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "host/shell.h"
 #include "product.h"
+#include "shell/command_runner.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -22,8 +22,8 @@ struct Answer {
 
 /// Calls the command on the session that the product ran last.
 Answer answer_of(const Product& product, const std::string& subcommand, const std::string& options = "") {
-  const auto run = eclipse_host::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' " + subcommand + " --json '" +
-                                              (product.folder() / "session.json").string() + "' " + options);
+  const auto run = eclipse_shell::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' " + subcommand + " --json '" +
+                                               (product.folder() / "session.json").string() + "' " + options);
   EXPECT_EQ(run.error_output, "");
   return {run.exit_code, nlohmann::json::parse(run.output)};
 }
@@ -67,8 +67,8 @@ TEST(RealInstance, OneUnitThatIsNotThereIsNamedAndKeepsTheOthersIn) {
   product.component("more", {"gamma"}, "sites/gamma\torg.example.gamma.feature.group\n");
   ASSERT_EQ(product.run("uninstall", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}}).status, 0) << "only writes the session";
   const auto run =
-      eclipse_host::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' run --verify --json '" +
-                                 (product.folder() / "session.json").string() + "' --set ECLIPSE_INTEGRATION_CHOICE=user");
+      eclipse_shell::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' run --verify --json '" +
+                                  (product.folder() / "session.json").string() + "' --set ECLIPSE_INTEGRATION_CHOICE=user");
   EXPECT_EQ(run.exit_code, 1);
   EXPECT_THAT(run.error_output, testing::HasSubstr("warning: org.example.gamma.feature.group ("));
   const auto verification = nlohmann::json::parse(run.output).at("verification");
@@ -113,8 +113,8 @@ TEST(RealInstance, AUnitThatCameAlongIsInstalledAndStaysAsLongAsItIsRequired) {
   EXPECT_EQ(left.status, 1);
   EXPECT_THAT(different_units(left.result), ElementsAre("org.example.alpha.plugin"));
 
-  const auto run = eclipse_host::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' run --verify --json '" +
-                                              (other.folder() / "session.json").string() + "'");
+  const auto run = eclipse_shell::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' run --verify --json '" +
+                                               (other.folder() / "session.json").string() + "'");
   EXPECT_EQ(run.exit_code, 1);
   EXPECT_THAT(run.error_output, testing::HasSubstr("org.example.alpha.plugin ("));
   EXPECT_THAT(run.error_output,

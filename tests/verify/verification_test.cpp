@@ -6,6 +6,8 @@ namespace eclipse_verify {
 
 namespace {
 
+using eclipse_p2::InstalledUnits;
+using eclipse_p2::Unit;
 using eclipse_plan::Plan;
 using eclipse_plan::PlannedRecord;
 using eclipse_plan::RecordFate;

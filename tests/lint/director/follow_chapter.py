@@ -1,7 +1,7 @@
 """Follows a chapter in an empty folder: follow_chapter.py CHAPTER COMMAND PREPARED
 
 Runs each block marked "sh" in turn. What a block prints has to be the block marked "text" behind it; a block without one has to be
-silent and to succeed. COMMAND is the eclipse-int to use, PREPARED the folder that director/prepare has filled.
+silent and to succeed. COMMAND is the eclipse-int to use, PREPARED the folder that instance/prepare has filled.
 """
 import os
 import re

@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "director/product.h"
-#include "host/shell.h"
+#include "shell/command_runner.h"
 
 namespace fs = std::filesystem;
 using testing::Contains;
@@ -25,7 +25,7 @@ constexpr auto alpha = "sites/alpha\torg.example.alpha.feature.group\n";
 /// The rules that have a finding in the session that the product ran last.
 std::vector<std::string> rules_broken_by(const Product& product) {
   const std::string session = (product.folder() / "session.json").string();
-  const auto lint = eclipse_host::run_in_shell("'" ECLIPSE_INT_COMMAND "' lint --format json '" + session + "'");
+  const auto lint = eclipse_shell::run_in_shell("'" ECLIPSE_INT_COMMAND "' lint --format json '" + session + "'");
   std::vector<std::string> rules;
   const auto result = nlohmann::json::parse(lint.output);
   for (const auto& finding : result.at("findings")) rules.push_back(finding.at("rule"));
@@ -210,7 +210,7 @@ TEST(LintDirector, DamagedArchiveIsPreferredToTheFileBesideIt) {
   Product product;
   product.component("tools", {"alpha"}, alpha);
   const std::string site = (product.folder() / "tools/sites/alpha").string();
-  ASSERT_EQ(eclipse_host::run_in_shell("cd '" + site + "' && unzip -q content.jar").exit_code, 0);
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + site + "' && unzip -q content.jar").exit_code, 0);
   ASSERT_TRUE(fs::exists(site + "/content.xml"));
   write(site + "/content.jar", "no archive");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
@@ -365,7 +365,7 @@ TEST(LintDirector, CommandWithAZeroByteIsRefusedBecauseWhatIsLeftOfItSucceeds) {
   const std::string left = command.substr(0, command.find('\0'));
   ASSERT_THAT(left, HasSubstr(" -repository "));
   ASSERT_LT(left.size(), command.size());
-  const auto director = eclipse_host::run_in_shell(left);
+  const auto director = eclipse_shell::run_in_shell(left);
   EXPECT_EQ(director.exit_code, 0);
   EXPECT_THAT(director.output, HasSubstr("The argument specifying what to install or uninstall is missing."));
   EXPECT_EQ(product.installed(), features({}));
@@ -425,8 +425,8 @@ TEST(LintDirector, HighestVersionOfAnySiteIsTaken) {
   Product product;
   product.component("tools", {"alpha"}, std::string(alpha) + "sites/newer\torg.example.alpha.feature.group\n");
   const auto made =
-      eclipse_host::run_in_shell("ECLIPSE='" + product.executable().string() + "' '" DIRECTOR_SCRIPTS "/make-site' '" +
-                                 (product.folder() / "tools/sites/newer").string() + "' org.example.alpha 2.0.0 2>&1");
+      eclipse_shell::run_in_shell("ECLIPSE='" + product.executable().string() + "' '" DIRECTOR_SCRIPTS "/make-site' '" +
+                                  (product.folder() / "tools/sites/newer").string() + "' org.example.alpha 2.0.0 2>&1");
   ASSERT_EQ(made.exit_code, 0) << made.output;
   EXPECT_EQ(product.run("install").status, 0);
   EXPECT_THAT(product.installed(), ElementsAre("org.example.alpha.feature.group/2.0.0"));

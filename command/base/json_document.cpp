@@ -1,0 +1,414 @@
+#include "base/json_document.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <numeric>
+#include <sstream>
+#include <system_error>
+#include <utility>
+
+namespace eclipse_base {
+
+namespace {
+
+constexpr std::size_t largest_file = std::size_t{64} << 20;
+constexpr std::size_t deepest_level = 64;
+constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+
+[[noreturn]] void fault_of_file(const std::filesystem::path& file, const std::string& message) {
+  throw FileFault(file.string() + ": " + message);
+}
+
+std::string read_text(const std::filesystem::path& file) {
+  const auto cannot_be_read = [&] {
+    fault_of_file(file, std::string("cannot be read: ") + std::strerror(errno) + "; give the path of a file that can be");
+  };
+  // A pipe that nobody writes to would be waited for without an end.
+  std::error_code error;
+  const auto status = std::filesystem::status(file, error);
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    fault_of_file(file, "is no regular file; give the path of a JSON file");
+  }
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "rb"), &std::fclose);
+  if (!stream) cannot_be_read();
+  std::string text;
+  std::array<char, 65536> piece;
+  while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), stream.get())) {
+    text.append(piece.data(), count);
+    if (text.size() > largest_file) fault_of_file(file, "is larger than 64 MiB; give the path of a JSON file");
+  }
+  if (std::ferror(stream.get()) != 0) cannot_be_read();
+  return text;
+}
+
+struct Position {
+  std::size_t line;
+  std::size_t column;
+};
+
+Position position_of(std::string_view text, std::size_t offset) {
+  const std::string_view before = text.substr(0, offset);
+  const std::size_t line_feed = before.rfind('\n');
+  std::string_view line = before.substr(line_feed == std::string_view::npos ? 0 : line_feed + 1);
+  if (line_feed == std::string_view::npos && line.starts_with(byte_order_mark)) line.remove_prefix(byte_order_mark.size());
+  const auto starts_character = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; };
+  return {1 + static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')),
+          1 + static_cast<std::size_t>(std::count_if(line.begin(), line.end(), starts_character))};
+}
+
+bool is_word_byte(char byte) {
+  return std::isalnum(static_cast<unsigned char>(byte)) != 0 || byte == '+' || byte == '-' || byte == '.';
+}
+
+/// Where the text begins whose closing double quote stands at `quote`: at the next one that no backslash escapes.
+std::size_t start_of_text(std::string_view text, std::size_t quote) {
+  std::size_t start = quote;
+  while (start > 0) {
+    if (text[--start] != '"') continue;
+    std::size_t backslashes = 0;
+    while (backslashes < start && text[start - 1 - backslashes] == '\\') ++backslashes;
+    if (backslashes % 2 == 0) break;
+  }
+  return start;
+}
+
+/// Where the token begins whose last byte stands before `end`.
+std::size_t start_of_token(std::string_view text, std::size_t end) {
+  std::size_t start = end - std::min<std::size_t>(end, 1);
+  if (text[start] == '"') return start_of_text(text, start);
+  while (start > 0 && is_word_byte(text[start]) && is_word_byte(text[start - 1])) --start;
+  return start;
+}
+
+bool is_plain_key(std::string_view key) {
+  const auto is_plain = [](char byte) {
+    return std::isalnum(static_cast<unsigned char>(byte)) != 0 || byte == '_' || byte == '$' || byte == '-';
+  };
+  return !key.empty() && std::all_of(key.begin(), key.end(), is_plain);
+}
+
+std::string place_of_member(const std::string& object, std::string_view key) {
+  if (!is_plain_key(key)) return object + "[" + in_quotes(key) + "]";
+  return object.empty() ? std::string(key) : object + "." + std::string(key);
+}
+
+std::string place_of_item(const std::string& list, std::size_t index) { return list + "[" + std::to_string(index) + "]"; }
+
+/// The parser's own account of a syntax error, as "what is wrong; what to do". It has the form
+/// "[ID] parse error at line L, column C: syntax error while parsing CONTEXT - FOUND; expected TOKEN" or, when the text
+/// cannot be cut into tokens, "... - FOUND; last read: 'TEXT'", also with "; expected TOKEN" behind it.
+class SyntaxError {
+ public:
+  explicit SyntaxError(std::string account) {
+    const std::size_t dash = account.find(" - ");
+    const std::size_t bracket = account.find("] ");
+    account.erase(0, dash != std::string::npos ? dash + 3 : bracket + 2);
+    const std::size_t last_read = account.find("; last read: ");
+    const std::size_t expected = account.find("; expected ");
+    is_token_ = last_read == std::string::npos;
+    found_ = account.substr(0, is_token_ ? expected : last_read);
+    if (is_token_ && expected != std::string::npos) expected_ = account.substr(expected + std::strlen("; expected "));
+  }
+
+  /// Whether the error is a whole token that should not be there, rather than a byte in one.
+  bool is_about_token() const { return is_token_; }
+
+  std::string message() const {
+    static const std::map<std::string_view, std::string_view> mends = {
+        {"string literal", "a key in double quotes belongs here, and no comma after the last member"},
+        {"'[', '{', or a literal", "a value belongs here, and no comma after the last one"},
+        {"'}'", "a comma or '}' belongs here"},
+        {"']'", "a comma or ']' belongs here"},
+        {"':'", "a ':' belongs between key and value"},
+        {"end of input", "the document is complete before this"}};
+    const auto mend = mends.find(expected_);
+    if (mend != mends.end()) return "syntax error, " + found_ + "; " + std::string(mend->second);
+    if (found_ == "invalid literal")
+      return "syntax error, " + found_ + "; write texts in double quotes, else true, false or null";
+    return "syntax error, " + found_ + "; correct the text here";
+  }
+
+ private:
+  std::string found_;
+  std::string expected_;
+  bool is_token_;
+};
+
+/// Builds the tree while the parser reads. The parser does not say where a token stands, but the stream says how far it has
+/// read.
+class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
+ public:
+  TreeBuilder(const JsonDocument& document, const std::string& text, JsonValue& root)
+      : document_(document), text_(text), stream_(text), root_(root) {}
+
+  void build() { nlohmann::json::sax_parse(stream_, this, nlohmann::json::input_format_t::json, true, true); }
+
+  bool null() override {
+    add(JsonKind::null, read_so_far());
+    return true;
+  }
+  bool boolean(bool value) override {
+    add(JsonKind::boolean, read_so_far()).boolean = value;
+    return true;
+  }
+  bool number_integer(number_integer_t) override { return add_number(); }
+  bool number_unsigned(number_unsigned_t) override { return add_number(); }
+  bool number_float(number_float_t, const string_t&) override { return add_number(); }
+  bool binary(binary_t&) override { return false; }
+  bool string(string_t& value) override {
+    check_no_zero(value);
+    add(JsonKind::text, read_so_far()).text = std::move(value);
+    return true;
+  }
+  bool start_object(std::size_t) override { return open(JsonKind::object); }
+  bool end_object() override { return close(); }
+  bool start_array(std::size_t) override { return open(JsonKind::list); }
+  bool end_array() override { return close(); }
+
+  bool key(string_t& value) override {
+    pending_key_ = value;
+    pending_key_offset_ = start_of_token(text_, read_so_far());
+    check_no_zero(value);
+    const auto [first, is_new] = open_.back().keys.emplace(value, pending_key_offset_);
+    if (!is_new) {
+      const std::string line = std::to_string(position_of(text_, first->second).line);
+      fault(pending_key_offset_, "the key is given twice, first in line " + line + "; keep one of the two");
+    }
+    return true;
+  }
+
+  bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception& error) override {
+    const SyntaxError syntax(error.what());
+    if (position > text_.size()) fault(text_.size(), syntax.message());
+    fault(syntax.is_about_token() ? start_of_token(text_, position) : position - 1, syntax.message());
+  }
+
+ private:
+  /// An object or list that is not closed yet, with the keys it has so far.
+  struct Open {
+    JsonValue* value;
+    std::map<std::string, std::size_t> keys;
+  };
+
+  std::size_t read_so_far() {
+    return static_cast<std::size_t>(stream_.rdbuf()->pubseekoff(0, std::ios_base::cur, std::ios_base::in));
+  }
+
+  JsonValue& add(JsonKind kind, std::size_t end) {
+    JsonValue& value = open_.empty() ? root_ : open_.back().value->children.emplace_back();
+    value.kind = kind;
+    value.offset = start_of_token(text_, end);
+    value.key = std::move(pending_key_);
+    value.key_offset = pending_key_offset_;
+    pending_key_.clear();
+    return value;
+  }
+
+  /// The end of a number shows only in the byte behind it, which has been read by then, unless the file ends there.
+  bool add_number() {
+    std::size_t end = read_so_far();
+    if (std::isdigit(static_cast<unsigned char>(text_[end - 1])) == 0) --end;
+    add(JsonKind::number, end);
+    return true;
+  }
+
+  bool open(JsonKind kind) {
+    if (open_.size() == deepest_level) {
+      const std::string message = "is nested deeper than " + std::to_string(deepest_level) + " levels here; take levels away";
+      document_.fault(read_so_far() - 1, "", message);
+    }
+    // Stays where it is until it is closed: only then the list that holds it grows.
+    open_.push_back({&add(kind, read_so_far()), {}});
+    return true;
+  }
+
+  bool close() {
+    open_.pop_back();
+    return true;
+  }
+
+  void check_no_zero(std::string_view text) {
+    if (text.find('\0') == std::string_view::npos) return;
+    fault(start_of_token(text_, read_so_far()), "holds a zero character (\\u0000), where texts end; take it out");
+  }
+
+  /// Where the parser is: the open objects and lists, and the key whose value is due.
+  std::string place() const {
+    std::string place;
+    for (std::size_t i = 1; i < open_.size(); ++i) {
+      const JsonValue& parent = *open_[i - 1].value;
+      place = parent.kind == JsonKind::list ? place_of_item(place, parent.children.size() - 1)
+                                            : place_of_member(place, open_[i].value->key);
+    }
+    return pending_key_.empty() ? place : place_of_member(place, pending_key_);
+  }
+
+  [[noreturn]] void fault(std::size_t offset, const std::string& message) const { document_.fault(offset, place(), message); }
+
+  const JsonDocument& document_;
+  const std::string& text_;
+  std::istringstream stream_;
+  JsonValue& root_;
+  std::vector<Open> open_;
+  std::string pending_key_;
+  std::size_t pending_key_offset_ = 0;
+};
+
+std::string_view name_of(JsonKind kind) {
+  switch (kind) {
+    case JsonKind::null:
+      return "null";
+    case JsonKind::boolean:
+      return "true or false";
+    case JsonKind::number:
+      return "a number";
+    case JsonKind::text:
+      return "a text";
+    case JsonKind::list:
+      return "a list";
+    case JsonKind::object:
+      return "an object";
+  }
+  return "";
+}
+
+std::string_view how_to_write(JsonKind kind) {
+  switch (kind) {
+    case JsonKind::boolean:
+      return "write true or false, without quotes";
+    case JsonKind::text:
+      return "write it in double quotes";
+    case JsonKind::list:
+      return "write it in [ ]";
+    case JsonKind::object:
+      return "write it in { }";
+    default:
+      return "";
+  }
+}
+
+/// How many letters have to be put in, left out or replaced to make one word of the other, letter case aside.
+std::size_t distance(std::string_view from, std::string_view to) {
+  const auto lower = [](char letter) { return std::tolower(static_cast<unsigned char>(letter)); };
+  std::vector<std::size_t> row(to.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < from.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < to.size(); ++j) {
+      const std::size_t replaced = diagonal + (lower(from[i]) == lower(to[j]) ? 0 : 1);
+      diagonal = std::exchange(row[j + 1], std::min({replaced, row[j] + 1, row[j + 1] + 1}));
+    }
+  }
+  return row.back();
+}
+
+std::string mend_of_unknown_key(std::string_view key, std::initializer_list<std::string_view> keys) {
+  const auto is_nearer = [&](std::string_view a, std::string_view b) { return distance(key, a) < distance(key, b); };
+  const std::string_view nearest = *std::min_element(keys.begin(), keys.end(), is_nearer);
+  if (distance(key, nearest) <= std::max<std::size_t>(1, nearest.size() / 3)) return "did you mean " + in_quotes(nearest) + "?";
+  std::string known;
+  for (const std::string_view each : keys) known += (known.empty() ? "" : ", ") + in_quotes(each);
+  return "known here: " + known;
+}
+
+}  // namespace
+
+JsonDocument::JsonDocument(const std::filesystem::path& file) : file_(file), text_(read_text(file)) {
+  if (text_.find_first_not_of(" \t\r\n", text_.starts_with(byte_order_mark) ? byte_order_mark.size() : 0) ==
+      std::string::npos) {
+    fault(0, "", "is empty; write JSON into it");
+  }
+  // The parser would take it for the end of the file.
+  const std::size_t zero = text_.find('\0');
+  if (zero != std::string::npos) fault(zero, "", "holds a zero byte; save it as UTF-8 text");
+  TreeBuilder(*this, text_, root_).build();
+}
+
+JsonElement JsonDocument::root() const { return {*this, root_, ""}; }
+
+void JsonDocument::fault(std::size_t offset, const std::string& place, const std::string& message) const {
+  const Position position = position_of(text_, offset);
+  throw FileFault(file_.string() + ":" + std::to_string(position.line) + ":" + std::to_string(position.column) + ": " +
+                  (place.empty() ? "document" : place) + ": " + message);
+}
+
+JsonElement::JsonElement(const JsonDocument& document, const JsonValue& value, std::string place)
+    : document_(&document), value_(&value), place_(std::move(place)) {}
+
+const std::string& JsonElement::text() const {
+  require(JsonKind::text);
+  return value_->text;
+}
+
+bool JsonElement::boolean() const {
+  require(JsonKind::boolean);
+  return value_->boolean;
+}
+
+std::vector<JsonElement> JsonElement::items() const {
+  require(JsonKind::list);
+  std::vector<JsonElement> items;
+  for (const JsonValue& item : value_->children) items.emplace_back(*document_, item, place_of_item(place_, items.size()));
+  return items;
+}
+
+std::vector<JsonElement> JsonElement::members() const {
+  require(JsonKind::object);
+  std::vector<JsonElement> members;
+  for (const JsonValue& member : value_->children)
+    members.emplace_back(*document_, member, place_of_member(place_, member.key));
+  return members;
+}
+
+void JsonElement::allow_keys(std::initializer_list<std::string_view> keys) const {
+  for (const JsonElement& member : members()) {
+    if (std::find(keys.begin(), keys.end(), member.key()) != keys.end()) continue;
+    member.fault_at_key("unknown key; " + mend_of_unknown_key(member.key(), keys));
+  }
+}
+
+std::optional<JsonElement> JsonElement::find(std::string_view key) const {
+  require(JsonKind::object);
+  const auto has_key = [&](const JsonValue& member) { return member.key == key; };
+  const auto found = std::find_if(value_->children.begin(), value_->children.end(), has_key);
+  if (found == value_->children.end()) return std::nullopt;
+  return JsonElement(*document_, *found, place_of_member(place_, key));
+}
+
+JsonElement JsonElement::get(std::string_view key) const {
+  const std::optional<JsonElement> member = find(key);
+  if (!member) fault("the key " + in_quotes(key) + " is missing; add it");
+  return *member;
+}
+
+void JsonElement::fault(const std::string& message) const { document_->fault(value_->offset, place_, message); }
+
+void JsonElement::fault_at_key(const std::string& message) const { document_->fault(value_->key_offset, place_, message); }
+
+void JsonElement::require(JsonKind kind) const {
+  if (value_->kind == kind) return;
+  fault("found " + std::string(name_of(value_->kind)) + ", wanted " + std::string(name_of(kind)) + "; " +
+        std::string(how_to_write(kind)));
+}
+
+bool is_utf8(const std::string& text) {
+  try {
+    static_cast<void>(nlohmann::json(text).dump());
+    return true;
+  } catch (const nlohmann::json::type_error&) {
+    return false;
+  }
+}
+
+std::string in_quotes(std::string_view text) {
+  return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+}  // namespace eclipse_base

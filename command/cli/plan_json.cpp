@@ -1,0 +1,145 @@
+#include "cli/plan_json.h"
+
+#include <nlohmann/json.hpp>
+
+#include "cli/json_result.h"
+
+using namespace eclipse_shell;
+using namespace eclipse_dry_run;
+
+using namespace eclipse_plan;
+
+namespace eclipse_cli {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+template <typename Items, typename Convert>
+Json list_of(const Items& items, const Convert& convert) {
+  Json list = Json::array();
+  for (const auto& item : items) list.push_back(convert(item));
+  return list;
+}
+
+const char* name_of(ComponentFate fate) {
+  switch (fate) {
+    case ComponentFate::not_reached:
+      return "not reached";
+    case ComponentFate::no_code:
+      return "no code";
+    case ComponentFate::not_selected:
+      return "not selected";
+    case ComponentFate::no_package:
+      return "no package";
+    case ComponentFate::taken:
+      break;
+  }
+  return "taken";
+}
+
+const char* name_of(RecordFate fate) {
+  switch (fate) {
+    case RecordFate::repeated:
+      return "repeated";
+    case RecordFate::no_feature:
+      return "no feature";
+    case RecordFate::no_repository:
+      return "no repository";
+    case RecordFate::listed:
+      break;
+  }
+  return "listed";
+}
+
+Json action_json(const RecordedAction& action) {
+  const auto variable = [](const auto& write) { return Json{{"name", write.first}, {"value", write.second}}; };
+  return {{"name", action.name}, {"variables", list_of(action.writes, variable)}};
+}
+
+Json version_json(const VersionCheck& check) {
+  return {{"version", check.version},
+          {"minimum", check.minimum},
+          {"supported", check.supported == "yes"},
+          {"reason", where_they_part(check.version, check.minimum)},
+          {"numbersSayOtherwise", numbers_say_otherwise(check)}};
+}
+
+Json component_json(const PlannedComponent& component) {
+  const auto descriptor = [](const PlannedDescriptor& file) {
+    return Json{{"path", file.path}, {"exists", file.exists}, {"records", file.records}};
+  };
+  return {
+      {"code", component.code}, {"fate", name_of(component.fate)}, {"descriptors", list_of(component.descriptors, descriptor)}};
+}
+
+Json record_json(const PlannedRecord& record) {
+  const plugin_config& config = record.config;
+  Json json;
+  json["file"] = record.file;
+  json["line"] = record.line;
+  json["repository"] = config.repository;
+  json["feature"] = config.feature;
+  json["extra"] = config.extra;
+  json["order"] = config.order;
+  json["fate"] = name_of(record.fate);
+  if (record.fate == RecordFate::no_repository) return json;
+  json["url"] = record.repository;
+  json["slot"] = record.slot;
+  json["wantedSlot"] = record.wanted_slot;
+  return json;
+}
+
+Json remark_json(const ShellRemark& remark) { return {{"byte", remark.offset + 1}, {"effect", remark.effect}}; }
+
+Json shell_json(const ShellReading& shell) {
+  return {{"commands", shell.commands},
+          {"redirections", shell.redirections},
+          {"remarks", list_of(shell.remarks, remark_json)},
+          {"fault", shell.fault}};
+}
+
+Json cause_json(const ShellCause& cause) {
+  return {{"origin", cause.origin}, {"text", cause.text}, {"remarks", list_of(cause.remarks, remark_json)}};
+}
+
+Json command_json(const PlannedCommand& command) {
+  Json json;
+  add_text(json, "text", command.text, "hex");
+  json["bytes"] = command.text.size();
+  json["limit"] = eclipse_shell::longest_command;
+  json["sound"] = command.is_sound();
+  json["obstacle"] = command.obstacle;
+  json["causes"] = list_of(command.causes, cause_json);
+  json["shell"] = shell_json(command.shell);
+  return json;
+}
+
+Json retry_json(const PlannedCommand& command) {
+  Json json = {{"number", command.number}};
+  json.update(command_json(command));
+  return json;
+}
+
+}  // namespace
+
+Json plan_json(const Plan& plan) {
+  Json json;
+  json["removal"] = plan.is_removal;
+  if (!plan.refusal.empty()) json["refusal"] = plan.refusal;
+  json["actions"] = list_of(plan.actions, action_json);
+  if (plan.version) json["version"] = version_json(*plan.version);
+  json["executable"] = plan.executable;
+  json["everyComponent"] = plan.every_component;
+  json["components"] = list_of(plan.components, component_json);
+  json["records"] = list_of(plan.records, record_json);
+  json["features"] = list_of(plan.features(), [](const PlannedRecord* record) { return record->config.feature; });
+  json["repositories"] = plan.repositories;
+  json["command"] = plan.command ? command_json(*plan.command) : Json();
+  json["reasons"] = plan.reasons;
+  json["retries"] = list_of(plan.retries, retry_json);
+  json["retryCount"] = plan.retry_count;
+  return json;
+}
+
+}  // namespace eclipse_cli

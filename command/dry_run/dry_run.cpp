@@ -1,0 +1,189 @@
+#include "dry_run/dry_run.h"
+
+#include <string_view>
+
+#include "standalone_host/session_copy.h"
+
+using namespace eclipse_shell;
+
+using namespace eclipse_host;
+
+namespace eclipse_dry_run {
+
+namespace {
+
+/// A component that is not selected and has no package. Put before all others, it is the first that the search comes to, and
+/// what is asked of it says how the components are chosen. It adds nothing to what is found.
+std::unique_ptr<CatalogueComponent> witness_for(const Session& session) {
+  auto witness = std::make_unique<CatalogueComponent>();
+  const auto is_taken = [&](const std::string& code) {
+    for (const auto& component : session.components) {
+      if (component && component->code == code) return true;
+    }
+    return false;
+  };
+  do witness->code += "witness ";
+  while (is_taken(witness->code));
+  return witness;
+}
+
+/// Sees the calls of the last action, and tells from them what was looked for where.
+class SearchWatch {
+ public:
+  SearchWatch(const Session& session, const std::string& witness, RecordedRun& run) : witness_(witness), run_(run) {
+    for (const auto& component : session.components) codes_.push_back(component ? component->code : "");
+    run_.components.resize(codes_.size());
+  }
+
+  void see(const HostCall& call) {
+    if (run_.searched) {
+      see_in_search(call);
+    } else if (run_.executable.empty() && see_in_choice(call)) {
+      return;
+    } else if (call.operation.starts_with("Component::") && call.arguments.front() == witness_) {
+      run_.searched = true;
+      run_.every_component = call.operation == "Component::provider";
+    }
+  }
+
+ private:
+  /// The executable is chosen when it is asked whether it exists.
+  bool see_in_choice(const HostCall& call) {
+    const std::string first = call.arguments.empty() ? "" : call.arguments.front();
+    if (call.operation == "file_exists") {
+      run_.executable = first;
+    } else if (call.operation == "env_get_string") {
+      run_.asked_variables.push_back(first);
+    } else if (call.operation == "Component::provider" && first != witness_) {
+      run_.looked_into.push_back({first, {}});
+    } else if (call.operation == "is_file" && !run_.looked_into.empty()) {
+      run_.looked_into.back().candidates.push_back(first);
+    } else {
+      return false;
+    }
+    return true;
+  }
+
+  void see_in_search(const HostCall& call) {
+    const std::string& first = call.arguments.empty() ? "" : call.arguments.front();
+    if (call.operation == "Component::installCondition" || call.operation == "Component::uninstallCondition") {
+      note(first, &ComponentSearch::condition_asked);
+    } else if (call.operation == "Component::provider") {
+      note(first, &ComponentSearch::package_asked);
+    } else if (call.operation == "path") {
+      joined_ = first;
+    } else if (call.operation == "is_file") {
+      looked_for(first);
+    } else if (call.operation == "print_log") {
+      see_in_log(first);
+    }
+  }
+
+  /// The components are asked in their order. Two of them may have the same code.
+  void note(const std::string& code, bool ComponentSearch::*asked) {
+    while (at_ < codes_.size() && (codes_[at_] != code || run_.components[at_].*asked)) ++at_;
+    if (at_ < codes_.size()) run_.components[at_].*asked = true;
+  }
+
+  void see_in_log(std::string_view line) {
+    constexpr std::string_view found = "eclipse_int: found eclipse configuration: ";
+    constexpr std::string_view file = "eclipse_int: File ";
+    if (line.starts_with(found) && at_ < codes_.size()) {
+      run_.components[at_].descriptors.push_back({path(joined_), std::string(line.substr(found.size())), "", true});
+      listed_.emplace_back(at_, run_.components[at_].descriptors.size() - 1);
+    } else if (line.starts_with(file) && line.ends_with(" not found") && looked_at_ > 0) {
+      descriptor(looked_at_ - 1).exists = false;
+    }
+  }
+
+  /// The files are looked for in the order in which they were found in the lists.
+  void looked_for(const std::string& file) {
+    if (looked_at_ < listed_.size()) descriptor(looked_at_++).path = file;
+  }
+
+  ListedDescriptor& descriptor(std::size_t index) {
+    const auto& [component, number] = listed_[index];
+    return run_.components[component].descriptors[number];
+  }
+
+  std::string witness_;
+  RecordedRun& run_;
+  std::vector<std::string> codes_;
+  std::size_t at_ = 0;                                       ///< the component that is searched
+  std::string joined_;                                       ///< what was normalised last
+  std::vector<std::pair<std::size_t, std::size_t>> listed_;  ///< component and number of each descriptor
+  std::size_t looked_at_ = 0;
+};
+
+/// Thrown out of the run by its command runner when enough commands are known.
+struct EnoughCommands {};
+
+/// Takes down what happens before the first command, and then the commands.
+class Recorder {
+ public:
+  Recorder(const Session& session, const std::string& witness, const std::optional<std::set<std::size_t>>& wanted_commands)
+      : watch_(session, witness, run_), wanted_commands_(wanted_commands) {}
+
+  /// Sets the seams of the session that is run.
+  void watch(Session& session) {
+    session.on_call = [this](const HostCall& call) {
+      if (performing_ && commands_ == 0) watch_.see(call);
+    };
+    session.on_variable = [this](const std::string& name, const std::string& value) {
+      if (commands_ == 0) run_.actions.back().writes.emplace_back(name, value);
+    };
+    session.run_command = [this, &session](const std::string& command) { return record(command, session); };
+  }
+
+  RunObserver observer() {
+    RunObserver observer;
+    observer.on_action = [this](const std::string& action) {
+      run_.actions.push_back({action, {}});
+      performing_ = action.starts_with("perform_");
+    };
+    observer.on_log = [this](const std::string& line) {
+      if (commands_ == 0) run_.last_words = line;
+    };
+    return observer;
+  }
+
+  RecordedRun finish(const Session& session, std::string refusal) {
+    if (commands_ == 0) run_.variables = session.variables;
+    run_.refusal = std::move(refusal);
+    return std::move(run_);
+  }
+
+ private:
+  CommandResult record(const std::string& command, const Session& session) {
+    if (commands_ == 0) run_.variables = session.variables;
+    const std::size_t number = commands_++;
+    if (!wanted_commands_ || wanted_commands_->contains(number)) run_.commands.emplace(number, command);
+    if (wanted_commands_ && number >= *wanted_commands_->rbegin()) throw EnoughCommands();
+    return {"", "", 13, 0};
+  }
+
+  RecordedRun run_;
+  SearchWatch watch_;
+  const std::optional<std::set<std::size_t>>& wanted_commands_;
+  std::size_t commands_ = 0;  ///< so far
+  bool performing_ = false;
+};
+
+}  // namespace
+
+RecordedRun record_run(const Plugin& plugin, const Session& session,
+                       const std::optional<std::set<std::size_t>>& wanted_commands) {
+  const std::unique_ptr<Session> copy = copy_of(session);
+  std::unique_ptr<CatalogueComponent> witness = witness_for(session);
+  Recorder recorder(session, witness->code, wanted_commands);
+  copy->components.insert(copy->components.begin(), std::move(witness));
+  recorder.watch(*copy);
+  std::string refusal;
+  try {
+    refusal = run_session(plugin, *copy, recorder.observer()).refusal;
+  } catch (const EnoughCommands&) {
+  }
+  return recorder.finish(*copy, std::move(refusal));
+}
+
+}  // namespace eclipse_dry_run

@@ -1,0 +1,104 @@
+#include <array>
+#include <nlohmann/json.hpp>
+
+#include "base/printable.h"
+#include "lint/report.h"
+
+using namespace eclipse_base;
+
+using Json = nlohmann::ordered_json;
+
+namespace eclipse_lint {
+
+namespace {
+
+void print(std::ostream& out, const Json& document) {
+  out << document.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+}
+
+Json finding_as_json(const Finding& finding) {
+  Json entry = {{"rule", finding.rule->name},     {"severity", name_of(finding.severity)},
+                {"file", finding.place.file},     {"line", finding.place.line},
+                {"column", finding.place.column}, {"length", finding.place.length},
+                {"text", finding.place.text},     {"message", finding.message},
+                {"effect", finding.rule->effect}, {"mend", finding.mend}};
+  if (finding.reason) entry["override"] = *finding.reason;
+  return entry;
+}
+
+/// A path as a URI: absolute with its scheme, or else a relative reference.
+std::string uri_of(const std::string& file) {
+  constexpr std::string_view hexadecimal = "0123456789ABCDEF";
+  constexpr std::string_view plain = "-._~/";
+  std::string uri = file.starts_with('/') ? "file://" : "";
+  for (const char byte : file) {
+    const auto code = static_cast<unsigned char>(byte);
+    if (std::isalnum(code) != 0 || plain.find(byte) != plain.npos) {
+      uri += byte;
+    } else {
+      uri.append(1, '%').append(1, hexadecimal[code / 16]).append(1, hexadecimal[code % 16]);
+    }
+  }
+  return uri;
+}
+
+Json location_of(const Place& place) {
+  Json location = {{"artifactLocation", {{"uri", uri_of(place.file)}}}};
+  if (place.line != 0) {
+    const std::string_view text = place.text;
+    const std::size_t start = 1 + characters_in(text.substr(0, place.column - 1));
+    const std::size_t length = characters_in(text.substr(std::min(place.column - 1, text.size()), place.length));
+    location["region"] = {
+        {"startLine", place.line}, {"startColumn", start}, {"endColumn", start + length}, {"snippet", {{"text", place.text}}}};
+  }
+  return {{"physicalLocation", location}};
+}
+
+Json result_of(const Finding& finding) {
+  Json result = {
+      {"ruleId", finding.rule->name},
+      {"ruleIndex", finding.rule - rules().data()},
+      {"level", name_of(finding.severity)},
+      {"message", {{"text", finding.message + ". " + std::string(finding.rule->effect) + " Mend: " + finding.mend + "."}}},
+      {"locations", Json::array({location_of(finding.place)})}};
+  if (finding.reason) {
+    result["suppressions"] = Json::array({{{"kind", "external"}, {"justification", *finding.reason}}});
+  }
+  return result;
+}
+
+Json rules_as_json() {
+  Json all = Json::array();
+  for (const Rule& rule : rules()) {
+    all.push_back({{"id", rule.name},
+                   {"shortDescription", {{"text", rule.title}}},
+                   {"fullDescription", {{"text", rule.effect}}},
+                   {"help", {{"text", "Mend: " + std::string(rule.mend)}}},
+                   {"defaultConfiguration", {{"level", name_of(rule.severity)}}}});
+  }
+  return all;
+}
+
+}  // namespace
+
+void print_json(std::ostream& out, const Findings& findings) {
+  Json list = Json::array();
+  Json counts = {{"error", 0}, {"warning", 0}, {"note", 0}, {"overridden", 0}};
+  for (const Finding& finding : findings) {
+    list.push_back(finding_as_json(finding));
+    Json& count = counts[finding.reason ? "overridden" : std::string(name_of(finding.severity))];
+    count = count.get<int>() + 1;
+  }
+  print(out, {{"findings", list}, {"counts", counts}});
+}
+
+void print_sarif(std::ostream& out, const Findings& findings, const std::string& version) {
+  Json results = Json::array();
+  for (const Finding& finding : findings) results.push_back(result_of(finding));
+  const Json driver = {{"name", "eclipse-int lint"}, {"version", version}, {"rules", rules_as_json()}};
+  const Json run = {{"tool", {{"driver", driver}}}, {"columnKind", "unicodeCodePoints"}, {"results", results}};
+  print(out,
+        {{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"}, {"version", "2.1.0"}, {"runs", Json::array({run})}});
+}
+
+}  // namespace eclipse_lint

@@ -1,0 +1,137 @@
+#include <algorithm>
+#include <iomanip>
+
+#include "base/printable.h"
+#include "lint/report.h"
+#include "lint/texts.h"
+
+using namespace eclipse_base;
+
+namespace eclipse_lint {
+
+namespace {
+
+constexpr std::size_t longest_line = 160;
+constexpr std::size_t longest_sample = 40;  // in lines
+constexpr std::size_t shown_of_longer = 3;
+
+/// The sequences that switch colours on a terminal, or nothing.
+class Colours {
+ public:
+  explicit Colours(bool are_on) : are_on_(are_on) {}
+
+  std::string bold(const std::string& text) const { return in("1", text); }
+  std::string faint(const std::string& text) const { return in("2", text); }
+  std::string of(Severity severity, const std::string& text) const {
+    return in(severity == Severity::error ? "1;31" : severity == Severity::warning ? "1;35" : "1;36", text);
+  }
+
+ private:
+  std::string in(const std::string& colour, const std::string& text) const {
+    return are_on_ ? "\x1B[" + colour + "m" + text + "\x1B[0m" : text;
+  }
+
+  bool are_on_;
+};
+
+std::string position_of(const Place& place) {
+  std::string position = shown_line(place.file) + ":";
+  if (place.line != 0) position += std::to_string(place.line) + ":" + std::to_string(place.column) + ":";
+  return position;
+}
+
+/// The line, and below it a mark under the place. Of a long line only what surrounds the place is shown.
+void print_line(std::ostream& out, const Finding& finding, const Colours& colours) {
+  const Place& place = finding.place;
+  if (place.line == 0 || place.text.empty()) return;
+  const std::size_t start = place.column - 1 < longest_line / 2 ? 0 : place.column - 1 - longest_line / 4;
+  const std::string_view text = std::string_view(place.text).substr(start, longest_line);
+  const std::string_view before = std::string_view(place.text).substr(start, place.column - 1 - start);
+  const std::string_view marked = text.substr(std::min(before.size(), text.size()), place.length);
+  const std::string number = std::to_string(place.line);
+  const std::string margin = "  " + std::string(number.size(), ' ') + " | ";
+  const std::size_t width = std::max<std::size_t>(characters_in(shown_line(marked)), 1);
+  out << "  " << number << " | " << shown_line(text) << "\n"
+      << margin << std::string(characters_in(shown_line(before)), ' ')
+      << colours.of(finding.severity, "^" + std::string(width - 1, '~')) << "\n";
+}
+
+void print_finding(std::ostream& out, const Finding& finding, const Colours& colours) {
+  out << colours.bold(position_of(finding.place)) << " "
+      << colours.of(finding.severity, std::string(name_of(finding.severity)) + ":") << " " << shown_line(finding.message)
+      << " [" << finding.rule->name << "]\n";
+  print_line(out, finding, colours);
+  out << "  " << colours.faint("effect:") << " " << finding.rule->effect << "\n"
+      << "  " << colours.faint("mend:") << " " << shown_line(finding.mend) << "\n";
+}
+
+/// A content as it is shown, line by line behind an indentation. Of a long one only the beginning.
+void print_content(std::ostream& out, std::string_view content, const std::string& indentation) {
+  if (content.ends_with('\n')) content.remove_suffix(1);
+  const auto lines = split(content, '\n');
+  const std::size_t count = lines.size() > longest_sample ? shown_of_longer : lines.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::string_view line = std::string_view(lines[i]).substr(0, longest_line);
+    out << indentation << shown_line(line) << (line.size() < lines[i].size() ? "..." : "") << "\n";
+  }
+  if (count < lines.size()) out << indentation << "... and " << lines.size() - count << " lines more\n";
+}
+
+/// What has to be known of a sample's file beside its content.
+std::string remark_on(const SampleFile& file) {
+  if (file.name.ends_with('/')) return " (a folder)";
+  if (file.permissions == 0) return " (not readable)";
+  if (!file.link_to.empty()) return " -> " + file.link_to;
+  return "";
+}
+
+void print_sample(std::ostream& out, const Sample& sample, const std::string& indentation) {
+  for (const SampleFile& file : sample.files) {
+    out << indentation << file.name << remark_on(file) << "\n";
+    if (!file.content.empty()) print_content(out, file.content, indentation + "    ");
+  }
+}
+
+}  // namespace
+
+void print_text(std::ostream& out, const Findings& findings, bool in_colour) {
+  const Colours colours(in_colour);
+  for (const Finding& finding : findings) {
+    if (!finding.reason) print_finding(out, finding, colours);
+  }
+}
+
+void print_rule(std::ostream& out, const Rule& rule, bool in_colour) {
+  const Colours colours(in_colour);
+  out << colours.bold(std::string(rule.name)) << " (" << colours.of(rule.severity, std::string(name_of(rule.severity)))
+      << "): " << rule.title << "\n\n"
+      << colours.bold("What happens") << "\n  " << rule.effect << "\n\n"
+      << colours.bold("Mend") << "\n  " << rule.mend << "\n\n"
+      << colours.bold("Bad") << " (→ is a tab)\n";
+  print_sample(out, rule.bad, "  ");
+  out << "\n" << colours.bold("Good") << "\n";
+  print_sample(out, rule.good, "  ");
+}
+
+void print_rules(std::ostream& out) {
+  std::size_t width = 0;
+  for (const Rule& rule : rules()) width = std::max(width, rule.name.size());
+  for (const Rule& rule : rules()) {
+    out << std::left << std::setw(static_cast<int>(width + 2)) << rule.name << std::setw(9) << name_of(rule.severity)
+        << rule.title << "\n";
+  }
+}
+
+void print_manual(std::ostream& out) {
+  out << "# The rules of `eclipse-int lint`\n\n"
+         "Written by `eclipse-int explain --manual`; `eclipse-int explain RULE` also shows a bad and a good example of a "
+         "rule.\n";
+  for (const Rule& rule : rules()) {
+    out << "\n## " << rule.name << "\n\n"
+        << "**" << name_of(rule.severity) << ":** " << rule.title << "\n\n"
+        << rule.effect << "\n\n"
+        << "*Mend:* " << rule.mend << "\n";
+  }
+}
+
+}  // namespace eclipse_lint

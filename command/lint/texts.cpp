@@ -1,0 +1,137 @@
+#include "lint/texts.h"
+
+#include <algorithm>
+#include <cctype>
+#include <numeric>
+#include <utility>
+
+#include "base/printable.h"
+
+using namespace eclipse_base;
+
+namespace eclipse_lint {
+
+namespace {
+
+char lower(char letter) { return static_cast<char>(std::tolower(static_cast<unsigned char>(letter))); }
+
+bool is_letter(char byte) { return std::isalpha(static_cast<unsigned char>(byte)) != 0; }
+
+bool is_word(std::string_view text) {
+  const auto belongs = [](char byte) {
+    return std::isalnum(static_cast<unsigned char>(byte)) != 0 || byte == '_' || byte == '-';
+  };
+  return !text.empty() && std::all_of(text.begin(), text.end(), belongs);
+}
+
+}  // namespace
+
+std::string lower_case(std::string_view text) {
+  std::string lowered(text);
+  std::transform(text.begin(), text.end(), lowered.begin(), lower);
+  return lowered;
+}
+
+std::string with_slashes(std::string_view listed) {
+  std::string converted(listed);
+  std::replace(converted.begin(), converted.end(), '\\', '/');
+  return converted;
+}
+
+std::vector<std::string> split(std::string_view text, char separator) {
+  std::vector<std::string> pieces;
+  for (std::size_t end; (end = text.find(separator)) != text.npos; text.remove_prefix(end + 1)) {
+    pieces.emplace_back(text.substr(0, end));
+  }
+  pieces.emplace_back(text);
+  return pieces;
+}
+
+std::string_view without_blanks(std::string_view text) {
+  constexpr std::string_view blanks = " \t\r\v\f";
+  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+  return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
+std::size_t distance(std::string_view from, std::string_view to) {
+  std::vector<std::size_t> row(to.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < from.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < to.size(); ++j) {
+      const std::size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
+      diagonal = std::exchange(row[j + 1], std::min({replaced, row[j] + 1, row[j + 1] + 1}));
+    }
+  }
+  return row.back();
+}
+
+bool looks_like_feature(std::string_view text) {
+  const auto words = split(text, '.');
+  return words.size() > 2 && std::all_of(words.begin(), words.end(), is_word) && is_letter(text.front());
+}
+
+bool is_comment(std::string_view text) {
+  const std::string_view begin = without_blanks(text);
+  return begin.starts_with('#') || begin.starts_with("//") || begin.starts_with(';');
+}
+
+bool has_drive_letter(std::string_view repository) {
+  return repository.size() > 2 && is_letter(repository[0]) && repository[1] == ':' &&
+         (repository[2] == '/' || repository[2] == '\\');
+}
+
+bool has_scheme(std::string_view repository) {
+  const std::size_t colon = repository.find(':');
+  return colon != repository.npos && colon > 1 && is_word(repository.substr(0, colon)) && is_letter(repository[0]);
+}
+
+std::string_view path_in(std::string_view url) {
+  constexpr std::string_view archive_begin = "\"jar:";
+  constexpr std::string_view archive_end = "!/\"";
+  if (url.starts_with(archive_begin)) {
+    url = url.substr(archive_begin.size(), url.size() - archive_begin.size() - archive_end.size());
+  }
+  return url.substr(std::string_view("file://").size());
+}
+
+bool is_archive(const Record& record) { return record.placement && record.placement->url.starts_with("\"jar:"); }
+
+std::string likely_group(const std::string& id) {
+  if (id.ends_with(".feature.jar")) return id.substr(0, id.size() - 3) + "group";
+  return id + (id.ends_with(".feature") ? ".group" : ".feature.group");
+}
+
+std::string_view special_in(bool archive) { return archive ? special_in_quotes : ";&|<>()$`'\""; }
+
+std::size_t url_syntax_in(std::string_view path, bool archive) {
+  const auto is_digit = [&](std::size_t i) {
+    return i < path.size() && std::isxdigit(static_cast<unsigned char>(path[i])) != 0;
+  };
+  for (std::size_t at = 0; at < path.size(); ++at) {
+    if (path[at] == '#' || (path[at] == '%' && is_digit(at + 1) && is_digit(at + 2))) return at;
+    if (archive ? path.substr(at).starts_with("!/") : std::string_view("?[]").find(path[at]) != path.npos) return at;
+  }
+  return path.npos;
+}
+
+bool is_utf8(std::string_view text) {
+  for (; !text.empty(); text.remove_prefix(character_length(text))) {
+    if (character_length(text) == 0) return false;
+  }
+  return true;
+}
+
+bool looks_like_site(std::string_view text) { return text.find('/') != text.npos || lower_case(text).ends_with(".zip"); }
+
+bool is_plain_repository(const Record& record) {
+  const std::string_view text = record.repository();
+  const bool archive = is_archive(record);
+  if (text.empty() || text.starts_with('/') || has_scheme(text) || has_drive_letter(text)) return false;
+  if (text != without_blanks(text) || (!archive && text.find(' ') != text.npos)) return false;
+  if (text.starts_with('"') || text.starts_with('\'')) return false;
+  return text.find_first_of(special_in(archive)) == text.npos && text.find_first_of("\\,") == text.npos &&
+         url_syntax_in(text, archive) == text.npos && is_utf8(text);
+}
+
+}  // namespace eclipse_lint

@@ -1,0 +1,235 @@
+// An Eclipse log is text of this form; a new session is appended to a log that is there:
+//
+//   !SESSION time                          what is started, and below it lines that describe it
+//   !ENTRY plug-in severity code time      something that happened
+//   !SUBENTRY depth plug-in ...            a part of it
+//   !MESSAGE text                          of the entry or part before it; the text may have more lines
+//   !STACK code                            an exception: its class and message, then lines "\tat ...", and again for each cause
+#include "p2/director_failure.h"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <system_error>
+
+namespace fs = std::filesystem;
+using eclipse_shell::CommandResult;
+
+namespace eclipse_p2 {
+
+namespace {
+
+constexpr int highest_signal = 64;
+constexpr std::size_t most_complaints = 10;
+
+std::string content_of(const fs::path& file) {
+  std::ostringstream content;
+  content << std::ifstream(file, std::ios::binary).rdbuf();
+  return std::move(content).str();
+}
+
+std::vector<std::string> lines_of(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    if (line.ends_with('\r')) line.pop_back();
+    if (!line.empty()) lines.push_back(line);
+  }
+  return lines;
+}
+
+/// A message of the launcher for a window.
+std::string without_marks(std::string line) {
+  constexpr std::string_view opening = "<title>";
+  constexpr std::string_view closing = "</title>";
+  const std::size_t end = line.find(closing);
+  if (!line.starts_with(opening) || end == line.npos) return line;
+  return line.replace(end, closing.size(), ": ").erase(0, opening.size());
+}
+
+/// What was printed, without stack traces and what else is in the form of a log. Of much, only the beginning.
+std::vector<std::string> complaints_of(const CommandResult& result) {
+  std::vector<std::string> complaints;
+  for (const std::string& line : lines_of(result.output + result.error_output)) {
+    if (complaints.size() == most_complaints) break;
+    if (line.starts_with('\t') || line.starts_with('!')) continue;
+    const std::string complaint = without_marks(line);
+    if (std::find(complaints.begin(), complaints.end(), complaint) == complaints.end()) complaints.push_back(complaint);
+  }
+  return complaints;
+}
+
+/// What the director printed behind the line that says that it failed.
+std::vector<std::string> reasons_in(const std::string& output) {
+  std::vector<std::string> lines = lines_of(output);
+  const auto failed = std::find(lines.begin(), lines.end(), "Installation failed.");
+  if (failed == lines.end()) return {};
+  lines.erase(lines.begin(), failed + 1);
+  std::erase_if(lines, [](const std::string& line) { return line.starts_with("There were errors."); });
+  return lines;
+}
+
+Failure of_shell(const CommandResult& result) {
+  Failure failure{Layer::shell, "", complaints_of(result), std::nullopt};
+  if (result.exit_code == 127) {
+    failure.meaning = "a program is not there: the executable, or one that it starts";
+  } else if (result.exit_code == 126) {
+    failure.meaning = "the program cannot be started: it is a folder or not executable, or the command is too long";
+  } else {
+    failure.meaning = "it does not understand the command, and started nothing";
+  }
+  return failure;
+}
+
+Failure of_instance(const CommandResult& result, const std::optional<fs::path>& log) {
+  const LoggedCauses logged = log ? causes_in(content_of(*log)) : LoggedCauses();
+  Failure failure{Layer::director, "it could not do what it was asked for", logged.messages, log};
+  if (logged.messages.empty()) failure.causes = reasons_in(result.output);
+  if (logged.is_application_missing) {
+    failure.layer = Layer::launcher;
+    failure.meaning = "the instance has no such application";
+  } else if (logged.is_application_error) {
+    failure.meaning = "it broke off, and printed nothing of the reason";
+  } else if (failure.causes.empty()) {
+    failure.layer = Layer::launcher;
+    failure.meaning = "the application did not run to its end, and nothing tells why";
+    failure.causes = complaints_of(result);
+  }
+  return failure;
+}
+
+/// Reads the log line by line.
+class LogReader {
+ public:
+  void read(const std::string& line) {
+    if (line.starts_with("!SESSION")) {
+      causes_ = LoggedCauses();
+      part_ = Part::none;
+    } else if (line.starts_with("!ENTRY") || line.starts_with("!SUBENTRY")) {
+      part_ = Part::none;
+    } else if (line.starts_with("!MESSAGE ")) {
+      read_message(line.substr(std::string_view("!MESSAGE ").size()));
+    } else if (line.starts_with("!STACK")) {
+      part_ = Part::stack;
+    } else if (part_ == Part::stack) {
+      read_stack(line);
+    } else if (part_ == Part::message && !line.empty()) {
+      causes_.messages.back() += " " + line;
+    }
+  }
+
+  LoggedCauses causes() { return std::move(causes_); }
+
+ private:
+  enum class Part { none, message, stack };
+
+  void read_message(std::string message) {
+    part_ = Part::none;
+    if (message == "Application error") {
+      causes_.is_application_error = true;
+    } else if (std::find(causes_.messages.begin(), causes_.messages.end(), message) == causes_.messages.end()) {
+      causes_.messages.push_back(std::move(message));
+      part_ = Part::message;
+    }
+  }
+
+  void read_stack(const std::string& line) {
+    if (line.empty() || line.starts_with('\t') || line.starts_with("Caused by: ") || line.starts_with("Root exception:")) {
+      if (line.starts_with("Caused by: ")) add(line.substr(std::string_view("Caused by: ").size()));
+      return;
+    }
+    add(line);
+    if (line.find("Application \"") != line.npos && line.find("could not be found in the registry") != line.npos) {
+      causes_.is_application_missing = true;
+    }
+  }
+
+  void add(std::string exception) {
+    if (std::find(causes_.messages.begin(), causes_.messages.end(), exception) == causes_.messages.end()) {
+      causes_.messages.push_back(std::move(exception));
+    }
+  }
+
+  Part part_ = Part::none;
+  LoggedCauses causes_;
+};
+
+}  // namespace
+
+InstanceLogs::InstanceLogs(const fs::path& instance) : folder_(instance / "configuration"), before_(times()) {}
+
+InstanceLogs::Times InstanceLogs::times() const {
+  Times times;
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(folder_, error)) {
+    if (entry.path().extension() == ".log") times[entry.path()] = fs::last_write_time(entry.path(), error);
+  }
+  return times;
+}
+
+std::optional<fs::path> InstanceLogs::written_since() const {
+  std::optional<fs::path> newest;
+  fs::file_time_type newest_time;
+  for (const auto& [file, time] : times()) {
+    const auto before = before_.find(file);
+    if (before != before_.end() && before->second == time) continue;
+    if (newest && time < newest_time) continue;
+    newest = file;
+    newest_time = time;
+  }
+  return newest;
+}
+
+LoggedCauses causes_in(std::string_view log) {
+  LogReader reader;
+  std::istringstream stream{std::string(log)};
+  for (std::string line; std::getline(stream, line);) reader.read(line);
+  return reader.causes();
+}
+
+std::string_view name_of(Layer layer) {
+  switch (layer) {
+    case Layer::shell:
+      return "the shell";
+    case Layer::launcher:
+      return "the launcher";
+    case Layer::director:
+      return "the director";
+    case Layer::unknown:
+      break;
+  }
+  return "an unknown layer";
+}
+
+Failure explain(const CommandResult& result, const InstanceLogs& logs) {
+  const std::optional<fs::path> log = logs.written_since();
+  const bool nothing_printed = result.output.empty() && !result.error_output.empty();
+  switch (result.exit_code) {
+    case 126:
+    case 127:
+      return of_shell(result);
+    case 1:
+    case 2:
+      if (!log && nothing_printed) return of_shell(result);
+      break;
+    case 13:
+      return of_instance(result, log);
+    case 15:
+      return {Layer::launcher, "the instance or its configuration cannot be written", complaints_of(result), log};
+    default:
+      break;
+  }
+  Failure failure{Layer::unknown, "none of the layers is known for this exit code", complaints_of(result), log};
+  const int signal = result.exit_code - 128;
+  if (signal > 0 && signal <= highest_signal) failure.meaning = "signal " + std::to_string(signal) + " ended the command";
+  return failure;
+}
+
+std::string text_of(const Failure& failure, const std::string& indent) {
+  std::string text = std::string(name_of(failure.layer)) + ": " + failure.meaning;
+  for (const std::string& cause : failure.causes) text.append("\n").append(indent).append(cause);
+  if (failure.log) text.append("\n").append(indent).append("(").append(failure.log->string()).append(")");
+  return text;
+}
+
+}  // namespace eclipse_p2

@@ -1,0 +1,60 @@
+// What an exit code means: which of the layers that a command goes through failed, and why.
+#ifndef ECLIPSE_INT_P2_DIRECTOR_FAILURE_H
+#define ECLIPSE_INT_P2_DIRECTOR_FAILURE_H
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "shell/command_runner.h"
+
+namespace eclipse_p2 {
+
+/// The logs that an Eclipse instance writes into its configuration folder, as they were when this was made.
+class InstanceLogs {
+ public:
+  explicit InstanceLogs(const std::filesystem::path& instance);
+
+  /// The newest one that was written since then; nothing when none was.
+  std::optional<std::filesystem::path> written_since() const;
+
+ private:
+  using Times = std::map<std::filesystem::path, std::filesystem::file_time_type>;
+  Times times() const;
+
+  std::filesystem::path folder_;
+  Times before_;
+};
+
+enum class Layer { shell, launcher, director, unknown };
+
+/// "the shell", "the launcher", "the director" or "an unknown layer".
+std::string_view name_of(Layer layer);
+
+struct Failure {
+  Layer layer = Layer::unknown;
+  std::string meaning;                       ///< of the exit code in that layer
+  std::vector<std::string> causes;           ///< in the words of the layer, the first cause first
+  std::optional<std::filesystem::path> log;  ///< of the instance, where the causes stand
+};
+
+/// Explains why a command failed. `logs` was made for its instance before it was run.
+Failure explain(const eclipse_shell::CommandResult& result, const InstanceLogs& logs);
+
+/// One sentence, and the causes on indented lines below it.
+std::string text_of(const Failure& failure, const std::string& indent = "  ");
+
+/// The causes that the last session in a log tells: the messages of its entries, and the exceptions that ended it.
+struct LoggedCauses {
+  std::vector<std::string> messages;
+  bool is_application_error = false;  ///< an exception ended the application, or it could not be started
+  bool is_application_missing = false;
+};
+LoggedCauses causes_in(std::string_view log);
+
+}  // namespace eclipse_p2
+
+#endif

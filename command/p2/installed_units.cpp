@@ -1,0 +1,79 @@
+#include "p2/installed_units.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <system_error>
+
+#include "base/json_document.h"
+#include "p2/director_failure.h"
+
+using eclipse_p2::white_space;
+
+namespace eclipse_p2 {
+
+namespace {
+
+/// For a path that may hold anything.
+std::string quoted_for_shell(const std::string& text) {
+  std::string quoted = "'";
+  for (const char byte : text) quoted += byte == '\'' ? "'\\''" : std::string(1, byte);
+  return quoted + "'";
+}
+
+/// Other lines tell how long it took, or what the machine that runs the director complains of.
+bool is_unit(std::string_view line) {
+  const std::size_t slash = line.find('/');
+  return slash != 0 && slash + 1 < line.size() && std::isdigit(static_cast<unsigned char>(line[slash + 1])) != 0 &&
+         line.find_first_of(white_space) == line.npos;
+}
+
+std::string_view last_line(std::string_view output) {
+  const std::string_view text = without_white_space(output);
+  return without_white_space(text.substr(text.rfind('\n') + 1));
+}
+
+/// In English, which the question asks for. Whatever else may be started as the executable prints something else, or nothing.
+void check_is_answer(const std::string& executable, std::string_view output) {
+  const std::string_view last = last_line(output);
+  if (last.starts_with("Operation completed in ") && last.ends_with(" ms.")) return;
+  constexpr std::size_t shown = 200;
+  const std::string printed =
+      last.empty() ? "it printed nothing"
+                   : "what it printed ends with " + eclipse_base::in_quotes(last.substr(0, shown)) +
+                         (last.size() > shown ? " and " + std::to_string(last.size() - shown) + " more bytes" : "");
+  throw InstanceFault("\"" + executable +
+                      "\" does not say what is installed: the answer of a director ends with \"Operation completed in N ms.\", "
+                      "but " +
+                      printed + "; is this the Eclipse executable?");
+}
+
+}  // namespace
+
+std::vector<Unit> units_in(std::string_view output) {
+  std::vector<Unit> units;
+  while (!output.empty()) {
+    const std::size_t end = std::min(output.find('\n'), output.size());
+    const std::string_view line = without_white_space(output.substr(0, end));
+    if (is_unit(line)) units.push_back(eclipse_p2::unit_called(line));
+    output.remove_prefix(std::min(end + 1, output.size()));
+  }
+  std::sort(units.begin(), units.end());
+  return units;
+}
+
+InstalledUnits installed_units(const std::string& executable, const eclipse_shell::CommandProgress& progress) {
+  const auto instance = eclipse_p2::instance_folder(executable);
+  const InstanceLogs logs(instance);
+  const auto result = eclipse_shell::run_in_shell(
+      quoted_for_shell(executable) + " -nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots",
+      progress);
+  if (result.exit_code != 0) {
+    throw InstanceFault("\"" + executable + "\" cannot be asked for what is installed: exit code " +
+                        std::to_string(result.exit_code) + ", " + text_of(explain(result, logs)));
+  }
+  check_is_answer(executable, result.output);
+  return {units_in(result.output), eclipse_p2::profile_units(instance)};
+}
+
+}  // namespace eclipse_p2

@@ -1,0 +1,41 @@
+// What an Eclipse instance has installed, as it says itself.
+#ifndef ECLIPSE_INT_P2_INSTALLED_UNITS_H
+#define ECLIPSE_INT_P2_INSTALLED_UNITS_H
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "p2/profile.h"
+#include "p2/unit.h"
+#include "shell/command_runner.h"
+
+namespace eclipse_p2 {
+
+using eclipse_p2::is_wanted;
+using eclipse_p2::Unit;
+using eclipse_p2::units_named;
+
+/// The instance cannot say what it has installed. The message tells why, on one or more lines.
+class InstanceFault : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct InstalledUnits {
+  std::vector<Unit> roots;  ///< what was installed by name, in the order of their texts
+  /// The roots and all that came along with them; nothing when the instance's profile cannot be read.
+  std::optional<std::vector<eclipse_p2::InstalledUnit>> all;
+};
+
+/// Asks the director of an instance for the roots, and its profile for all units. Throws InstanceFault.
+InstalledUnits installed_units(const std::string& executable, const eclipse_shell::CommandProgress& progress = {});
+
+/// The units in what the director prints when it is asked for them.
+std::vector<Unit> units_in(std::string_view output);
+
+}  // namespace eclipse_p2
+
+#endif

@@ -1,0 +1,37 @@
+// What an Eclipse instance has installed, as the p2 profile in it records.
+#ifndef ECLIPSE_INT_P2_PROFILE_H
+#define ECLIPSE_INT_P2_PROFILE_H
+
+#include <filesystem>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace eclipse_p2 {
+
+struct InstalledUnit {
+  std::string id;
+  std::string version;
+  std::vector<std::string> required_by;  ///< the ids of the installed units that require it as a unit or as a bundle
+  bool is_root = false;                  ///< it was installed by name; otherwise it came along with another unit
+};
+
+/// The folder of the instance whose executable this is, also when a link names it.
+std::filesystem::path instance_folder(const std::string& executable);
+
+/// The newest state of the profile of the instance in this folder; empty when there is none, or none that is certain to be its.
+std::filesystem::path profile_file(const std::filesystem::path& instance);
+
+/// Every unit that the profile of the instance in this folder has, roots and what came along with them, as its newest state
+/// says. Nothing when there is none that can be read, as when the profile is kept elsewhere.
+std::optional<std::vector<InstalledUnit>> profile_units(const std::filesystem::path& instance);
+
+/// What an instance keeps of `units` when these are the roots that stay: the ids of the roots, and of all that they require.
+/// Other units that require each other do not keep each other there. The ids are views of the arguments' texts.
+std::set<std::string_view> ids_kept_by(std::vector<std::string_view> roots, const std::vector<InstalledUnit>& units);
+
+}  // namespace eclipse_p2
+
+#endif

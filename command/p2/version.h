@@ -1,0 +1,15 @@
+// Versions as p2 reads them.
+#ifndef ECLIPSE_INT_P2_VERSION_H
+#define ECLIPSE_INT_P2_VERSION_H
+
+#include <string>
+#include <string_view>
+
+namespace eclipse_p2 {
+
+/// A version in the one spelling that is compared: "1.0" and "01.0.0" are "1.0.0".
+std::string whole_version(std::string_view version);
+
+}  // namespace eclipse_p2
+
+#endif

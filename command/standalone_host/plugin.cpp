@@ -1,0 +1,59 @@
+#include "standalone_host/plugin.h"
+
+#include <dlfcn.h>
+
+#include <system_error>
+
+#include "standalone_host/installation.h"
+
+namespace eclipse_host {
+
+namespace {
+
+constexpr std::string_view file_name = "libeclipse_int.so";
+
+/// Where the plug-in may stand, seen from the folder of this program: beside it, or where an installation puts it.
+constexpr std::array<std::string_view, 2> folders = {".", installed_library_folder};
+
+}  // namespace
+
+Plugin::Plugin(const std::filesystem::path& library) : library_(library) {
+  // A name without a slash would be looked up in the system's library folders.
+  std::error_code error;
+  const std::string name = std::filesystem::absolute(library, error).string();
+  if (error) {
+    throw PluginError(library.string() + ": its full path cannot be told: " + error.message() + "; give the full path of " +
+                      std::string(file_name));
+  }
+  void* const handle = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (handle == nullptr) {
+    throw PluginError(library.string() + ": cannot be loaded: " + dlerror() + "; give the path of " + std::string(file_name));
+  }
+  for (const std::string_view action : action_names) {
+    void* const symbol = dlsym(handle, std::string(action).c_str());
+    if (symbol == nullptr) {
+      throw PluginError(library.string() + ": has no action \"" + std::string(action) +
+                        "\"; this is not the plug-in, or not this version of it");
+    }
+    actions_.emplace(action, reinterpret_cast<int (*)(session_t*)>(symbol));
+  }
+}
+
+Plugin Plugin::beside_this_program() {
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
+  std::string looked_at;
+  for (const std::string_view folder : folders) {
+    const std::filesystem::path library = (program.parent_path() / folder / file_name).lexically_normal();
+    if (std::filesystem::exists(library)) return Plugin(library);
+    looked_at += (looked_at.empty() ? "" : " and ") + library.string();
+  }
+  throw PluginError(std::string(file_name) + ": not found, looked for " + looked_at + "; put it there or give its path");
+}
+
+int Plugin::call(std::string_view name, session_t& session) const {
+  const auto found = actions_.find(name);
+  if (found == actions_.end()) throw std::out_of_range("the plug-in has no action " + std::string(name));
+  return found->second(&session);
+}
+
+}  // namespace eclipse_host

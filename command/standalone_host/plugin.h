@@ -1,0 +1,50 @@
+// Loading the plug-in as an installer host does.
+#ifndef ECLIPSE_INT_STANDALONE_HOST_PLUGIN_H
+#define ECLIPSE_INT_STANDALONE_HOST_PLUGIN_H
+
+#include <array>
+#include <filesystem>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "eclipse_int/host.h"
+
+namespace eclipse_host {
+
+/// The names of the plug-in's actions.
+inline constexpr std::array<std::string_view, 8> action_names = {
+    "eclipse_integration_required", "find_eclipse_ide",       "define_eclipse_path", "verify_user_defined_eclipse_path",
+    "user_eclipse_version",         "verify_eclipse_version", "perform_integration", "perform_unintegration"};
+
+/// The library cannot be loaded, or is not the plug-in. The message names the file, what is wrong and the mend.
+class PluginError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The plug-in, loaded with every symbol resolved. It stays loaded until the program ends.
+class Plugin {
+ public:
+  /// Loads `library` and finds all its actions. Throws PluginError.
+  explicit Plugin(const std::filesystem::path& library);
+
+  /// Loads the library that stands beside this program, or where an installation puts it. Throws PluginError.
+  static Plugin beside_this_program();
+
+  /// The file that was loaded.
+  const std::filesystem::path& library() const { return library_; }
+
+  /// Calls an action for the active session and returns its result. `name` is one of action_names; otherwise
+  /// std::out_of_range is thrown.
+  int call(std::string_view name, session_t& session) const;
+
+ private:
+  std::filesystem::path library_;
+  std::map<std::string, int (*)(session_t*), std::less<>> actions_;
+};
+
+}  // namespace eclipse_host
+
+#endif

@@ -1,0 +1,174 @@
+#include "standalone_host/session_file.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <system_error>
+
+#include "base/json_document.h"
+#include "standalone_host/session_run.h"
+
+using namespace eclipse_base;
+
+namespace eclipse_host {
+
+namespace {
+
+std::filesystem::path folder_of(const std::filesystem::path& file) {
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(file, error);
+  if (!error) return absolute.lexically_normal().parent_path();
+  throw FileFault(file.string() + ": its full path cannot be told: " + error.message() + "; give the full path");
+}
+
+/// Whether it is a link that leads to nothing: in a circle, say. One that leads through a closed folder is none.
+bool leads_nowhere(const std::filesystem::directory_entry& entry) {
+  if (!entry.is_symlink()) return false;
+  std::error_code error;
+  entry.status(error);
+  return error && error != std::errc::permission_denied;
+}
+
+class SessionReader {
+ public:
+  SessionReader(const std::filesystem::path& file, Session& session)
+      : document_(file), folder_(folder_of(file)), session_(session) {}
+
+  void read() {
+    const JsonElement root = document_.root();
+    root.allow_keys({"$schema", "mode", "graphical", "variables", "components"});
+    if (const auto schema = root.find("$schema")) schema->text();
+    const std::string mode = read_mode(root.get("mode"));
+    session_.graphical = read_flag(root, "graphical");
+    if (const auto variables = root.find("variables")) read_variables(*variables);
+    session_.variables["KORU_MODE"] = mode;
+    for (const JsonElement& component : root.get("components").items()) read_component(component);
+  }
+
+ private:
+  static std::string read_mode(const JsonElement& mode) {
+    if (std::find(modes.begin(), modes.end(), mode.text()) == modes.end()) {
+      mode.fault(in_quotes(mode.text()) + " is no mode; write \"install\", \"modify\" or \"uninstall\"");
+    }
+    return mode.text();
+  }
+
+  static bool read_flag(const JsonElement& object, std::string_view key) {
+    const auto flag = object.find(key);
+    return flag && flag->boolean();
+  }
+
+  void read_variables(const JsonElement& variables) {
+    for (const JsonElement& variable : variables.members()) {
+      if (variable.key().empty()) variable.fault_at_key("the name is empty; name the variable");
+      if (variable.key() == "KORU_MODE") variable.fault_at_key("is set by \"mode\"; take it out here");
+      session_.variables[variable.key()] = variable.text();
+    }
+  }
+
+  void read_component(const JsonElement& element) {
+    element.allow_keys({"code", "installBase", "installDir", "capabilities", "install", "remove", "installed", "package"});
+    auto component = std::make_unique<CatalogueComponent>();
+    component->code = read_code(element.get("code"), element.place());
+    component->installBase = read_base(element.get("installBase"));
+    component->installDir = element.get("installDir").text();
+    component->selected_for_install = read_flag(element, "install");
+    component->selected_for_removal = read_flag(element, "remove");
+    component->installed = read_flag(element, "installed");
+    if (const auto capabilities = element.find("capabilities")) read_capabilities(*capabilities, element.place(), *component);
+    if (const auto package = element.find("package")) component->package = read_package(*package, *component);
+    session_.components.push_back(std::move(component));
+  }
+
+  std::string read_code(const JsonElement& code, const std::string& component_place) {
+    if (code.text().empty()) return "";
+    const auto [first, is_new] = places_of_codes_.emplace(code.text(), component_place);
+    if (!is_new)
+      code.fault(in_quotes(code.text()) + " is the code of " + first->second + " already; give each component its own");
+    return code.text();
+  }
+
+  /// An empty one stays empty: it is no folder of its own.
+  std::string read_base(const JsonElement& base) const { return base.text().empty() ? "" : absolute(base.text()); }
+
+  void read_capabilities(const JsonElement& capabilities, const std::string& component_place, CatalogueComponent& component) {
+    for (const JsonElement& capability : capabilities.items()) {
+      const auto [first, is_new] = places_of_capabilities_.emplace(capability.text(), component_place);
+      if (!is_new) {
+        capability.fault(in_quotes(capability.text()) + " is given by " + first->second +
+                         " already; number or qualify it: any name that contains it counts");
+      }
+      session_.capabilities->emplace(capability.text(), &component);
+    }
+  }
+
+  CataloguePackage read_package(const JsonElement& element, const CatalogueComponent& component) const {
+    element.allow_keys({"root", "prefix", "files", "scan"});
+    CataloguePackage package;
+    const auto root = element.find("root");
+    package.root = root ? existing_folder(*root) : folder_.string();
+    const auto prefix = element.find("prefix");
+    package.prefix = prefix ? prefix->text() : absolute(component.installBase + "/" + component.installDir);
+    package.files = read_files(element);
+    return package;
+  }
+
+  std::vector<std::string> read_files(const JsonElement& package) const {
+    const auto files = package.find("files");
+    const auto scan = package.find("scan");
+    if (files && scan) scan->fault_at_key("stands beside \"files\"; keep one of the two");
+    if (scan) return scanned_files(*scan);
+    if (!files)
+      package.fault("\"files\" or \"scan\" is missing; list the package's files, or name the folder to take them from");
+    std::vector<std::string> paths;
+    for (const JsonElement& path : files->items()) paths.push_back(path.text());
+    return paths;
+  }
+
+  std::vector<std::string> scanned_files(const JsonElement& scan) const {
+    const std::filesystem::path folder = existing_folder(scan);
+    std::vector<std::string> paths;
+    std::filesystem::path last = folder;  // what goes wrong below a folder is not always said with a path
+    try {
+      for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        last = entry.path();
+        if (!leads_nowhere(entry) && entry.is_regular_file()) paths.push_back(entry.path().lexically_relative(folder).string());
+      }
+    } catch (const std::filesystem::filesystem_error& error) {
+      scan.fault("cannot be scanned: " + in_quotes((error.path1().empty() ? last : error.path1()).string()) + ": " +
+                 error.code().message() + "; make it readable, or list the files in \"files\"");
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+  }
+
+  std::string existing_folder(const JsonElement& element) const {
+    std::string folder = absolute(element.text());
+    std::error_code error;
+    const auto status = std::filesystem::status(folder, error);
+    if (status.type() == std::filesystem::file_type::not_found) {
+      element.fault("the folder " + in_quotes(folder) + " is not there; make it, or correct the path");
+    }
+    if (error) element.fault(in_quotes(folder) + " cannot be reached: " + error.message() + "; correct the path");
+    if (!std::filesystem::is_directory(status)) element.fault(in_quotes(folder) + " is no folder; correct the path");
+    return folder;
+  }
+
+  std::string absolute(const std::string& text) const {
+    std::string path = (folder_ / text).lexically_normal().string();
+    while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+    return path;
+  }
+
+  const JsonDocument document_;
+  const std::filesystem::path folder_;
+  Session& session_;
+  std::map<std::string, std::string> places_of_codes_;
+  std::map<std::string, std::string> places_of_capabilities_;
+};
+
+}  // namespace
+
+void read_session_file(const std::filesystem::path& file, Session& session) { SessionReader(file, session).read(); }
+
+}  // namespace eclipse_host

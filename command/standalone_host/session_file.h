@@ -1,0 +1,18 @@
+// The session file: a session described in JSON, with comments allowed. schema/session.schema.json gives its form.
+#ifndef ECLIPSE_INT_STANDALONE_HOST_SESSION_FILE_H
+#define ECLIPSE_INT_STANDALONE_HOST_SESSION_FILE_H
+
+#include <filesystem>
+
+#include "base/file_error.h"
+#include "standalone_host/session.h"
+
+namespace eclipse_host {
+
+/// Reads a session file and fills `session`, which is as it was made, with what it says: variables (its mode as KORU_MODE),
+/// components and the capability map. Relative paths in it become absolute, relative to the file. Throws FileFault.
+void read_session_file(const std::filesystem::path& file, Session& session);
+
+}  // namespace eclipse_host
+
+#endif

@@ -1,0 +1,139 @@
+#include "standalone_host/variables_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <string_view>
+#include <system_error>
+
+#include "base/json_document.h"
+
+using namespace eclipse_base;
+
+namespace eclipse_host {
+
+namespace {
+
+constexpr std::array<std::string_view, 3> of_one_run = {"KORU_MODE", "QN_SCRIPTS_FAILED", "QN_SCRIPTS_COMPLETE_DESC"};
+
+/// A new file beside another one, whose place it takes when it is complete. Until then it goes away with this object.
+class Replacement {
+ public:
+  explicit Replacement(const std::filesystem::path& file) : named_(file), target_(target_of(file)) {
+    const std::string name = "." + target_.filename().string() + "." + std::to_string(getpid()) + ".new";
+    temporary_ = target_.parent_path() / name;
+    unlink(temporary_.c_str());
+    descriptor_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (descriptor_ < 0) fault();
+  }
+  ~Replacement() {
+    if (descriptor_ < 0) return;
+    close(descriptor_);
+    unlink(temporary_.c_str());
+  }
+  Replacement(const Replacement&) = delete;
+  Replacement& operator=(const Replacement&) = delete;
+
+  void take_place_with(std::string_view text) {
+    take_rights_of_target();
+    while (!text.empty()) {
+      const ssize_t count = write(descriptor_, text.data(), text.size());
+      if (count < 0 && errno == EINTR) continue;
+      if (count < 0) fault();
+      text.remove_prefix(static_cast<std::size_t>(count));
+    }
+    if (fsync(descriptor_) != 0 || rename(temporary_.c_str(), target_.c_str()) != 0) fault();
+    close(descriptor_);
+    descriptor_ = -1;
+  }
+
+ private:
+  /// The file itself, also behind links. A device or a pipe must not be replaced by a file, as /dev/null would be.
+  static std::filesystem::path target_of(const std::filesystem::path& file) {
+    std::error_code error;
+    const auto status = std::filesystem::status(file, error);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+      throw FileFault(file.string() + ": is no regular file; give the path of a file to write");
+    }
+    if (!std::filesystem::exists(status) && std::filesystem::is_symlink(file, error)) {
+      throw FileFault(file.string() + ": is a link to nothing; give the path of a file to write");
+    }
+    auto target = std::filesystem::weakly_canonical(std::filesystem::absolute(file, error), error);
+    if (error)
+      throw FileFault(file.string() + ": cannot be written: " + error.message() + "; give the path of a file to write");
+    return target;
+  }
+
+  /// Before anything is written, which others than before must not read.
+  void take_rights_of_target() const {
+    struct stat existing {};
+    if (stat(target_.c_str(), &existing) != 0) return;
+    if (fchmod(descriptor_, existing.st_mode & 07777U) != 0) fault();
+    // Who may not give a file away may still be of its group, and need not be.
+    [[maybe_unused]] const bool is_given = fchown(descriptor_, existing.st_uid, existing.st_gid) == 0 ||
+                                           fchown(descriptor_, static_cast<uid_t>(-1), existing.st_gid) == 0;
+  }
+
+  [[noreturn]] void fault() const {
+    throw FileFault(named_.string() + ": cannot be written: " + std::strerror(errno) +
+                    "; give the path of a file in a folder that is writable");
+  }
+
+  std::filesystem::path named_;
+  std::filesystem::path target_;
+  std::filesystem::path temporary_;
+  int descriptor_ = -1;
+};
+
+bool is_kept(const std::string& name) { return std::find(of_one_run.begin(), of_one_run.end(), name) == of_one_run.end(); }
+
+/// JSON cannot carry any other.
+bool is_writable(const Variables::value_type& variable) { return is_utf8(variable.first) && is_utf8(variable.second); }
+
+/// The names of the variables that would be kept and cannot be, in quotes; empty when there is none.
+std::string unwritable(const Variables& variables) {
+  std::string names;
+  for (const auto& variable : variables) {
+    if (!is_kept(variable.first) || is_writable(variable)) continue;
+    names += (names.empty() ? "" : ", ") + in_quotes(variable.first);
+  }
+  return names;
+}
+
+}  // namespace
+
+Variables read_variables_file(const std::filesystem::path& file) {
+  const JsonDocument document(file);
+  Variables variables;
+  for (const JsonElement& variable : document.root().members()) {
+    if (variable.key().empty()) variable.fault_at_key("the name is empty; name the variable");
+    variables[variable.key()] = variable.text();
+  }
+  return variables;
+}
+
+void check_variables_file(const std::filesystem::path& file, const Variables& variables) {
+  const std::string names = unwritable(variables);
+  if (!names.empty())
+    throw FileFault(file.string() + ": cannot keep variables that are not UTF-8: " + names + "; give other values");
+  const Replacement replacement(file);
+}
+
+void write_variables_file(const std::filesystem::path& file, const Variables& variables) {
+  nlohmann::json kept = nlohmann::json::object();
+  for (const auto& variable : variables) {
+    if (is_kept(variable.first) && is_writable(variable)) kept[variable.first] = variable.second;
+  }
+  Replacement(file).take_place_with(kept.dump(2) + "\n");
+  const std::string names = unwritable(variables);
+  if (names.empty()) return;
+  throw FileFault(file.string() + ": is written without variables that are not UTF-8: " + names + "; give other values");
+}
+
+}  // namespace eclipse_host

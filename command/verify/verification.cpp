@@ -1,0 +1,147 @@
+#include "verify/verification.h"
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <set>
+#include <string_view>
+#include <utility>
+
+using namespace eclipse_p2;
+
+namespace eclipse_verify {
+
+namespace {
+
+/// Each unit once, at the first of its places in the install order, with all lines that name it.
+std::vector<CheckedUnit> units_of(const eclipse_plan::Plan& plan) {
+  std::vector<CheckedUnit> units;
+  std::map<Unit, std::size_t> known;
+  for (const eclipse_plan::PlannedRecord* const record : plan.by_slot()) {
+    for (const Unit& unit : units_named(record->config.feature)) {
+      const auto [found, is_new] = known.emplace(unit, units.size());
+      if (is_new) units.push_back({unit, {}, false, false, {}, {}});
+      units[found->second].places.push_back(record->place());
+    }
+  }
+  return units;
+}
+
+void look_up_roots(CheckedUnit& checked, const std::vector<Unit>& roots) {
+  for (const Unit& unit : roots) {
+    if (is_wanted(checked.unit, unit)) {
+      checked.is_installed = true;
+      checked.is_root = true;
+    } else if (unit.id == checked.unit.id) {
+      checked.other_versions.push_back(unit.version);
+    }
+  }
+}
+
+using UnitsById = std::multimap<std::string_view, const eclipse_p2::InstalledUnit*>;
+
+/// The profile has the roots, too.
+void look_up_all(CheckedUnit& checked, const UnitsById& all) {
+  checked.other_versions.clear();
+  const auto [begin, end] = all.equal_range(checked.unit.id);
+  for (auto found = begin; found != end; ++found) {
+    const eclipse_p2::InstalledUnit& unit = *found->second;
+    if (is_wanted(checked.unit, {unit.id, unit.version})) {
+      checked.is_installed = true;
+      checked.required_by = unit.required_by;
+    } else {
+      checked.other_versions.push_back(unit.version);
+    }
+  }
+}
+
+/// Whether a unit is among all that are known to be installed.
+bool has(const InstalledUnits& installed, const Unit& wanted) {
+  return installed.all && std::any_of(installed.all->begin(), installed.all->end(), [&](const auto& unit) {
+           return is_wanted(wanted, {unit.id, unit.version});
+         });
+}
+
+/// The ids of what the director leaves there.
+std::set<std::string_view> ids_that_stay(const Verification& verification) {
+  std::vector<std::string_view> roots;
+  for (const Unit& root : verification.installed.roots) {
+    const auto is_it = [&](const CheckedUnit& checked) { return is_wanted(checked.unit, root); };
+    if (std::none_of(verification.units.begin(), verification.units.end(), is_it)) roots.push_back(root.id);
+  }
+  return eclipse_p2::ids_kept_by(std::move(roots), *verification.installed.all);
+}
+
+std::vector<Unit> missing_in(const std::vector<Unit>& units, const std::vector<Unit>& others) {
+  std::vector<Unit> missing;
+  std::set_difference(units.begin(), units.end(), others.begin(), others.end(), std::back_inserter(missing));
+  return missing;
+}
+
+}  // namespace
+
+std::vector<CheckedUnit> Verification::differences() const {
+  std::vector<CheckedUnit> different = units;
+  std::erase_if(different, [this](const CheckedUnit& checked) { return is_as_it_should_be(checked); });
+  return different;
+}
+
+std::optional<bool> Verification::has(const std::string& feature) const {
+  std::optional<bool> has;
+  for (const Unit& unit : units_named(feature)) {
+    const auto is_it = [&](const CheckedUnit& checked) { return checked.unit == unit; };
+    const auto found = std::find_if(units.begin(), units.end(), is_it);
+    if (found == units.end()) return std::nullopt;
+    has = has.value_or(true) && found->is_installed;
+  }
+  return has;
+}
+
+std::vector<CheckedUnit> Verification::not_there() const {
+  std::vector<CheckedUnit> missing;
+  if (!is_removal) return missing;
+  std::copy_if(units.begin(), units.end(), std::back_inserter(missing),
+               [](const auto& checked) { return !checked.is_installed; });
+  return missing;
+}
+
+std::vector<CheckedUnit> Verification::staying() const {
+  std::vector<CheckedUnit> staying;
+  if (!is_removal || !knows_all()) return staying;
+  const auto ids = ids_that_stay(*this);
+  for (CheckedUnit checked : units) {
+    std::erase_if(checked.required_by, [&](const std::string& id) { return !ids.contains(id); });
+    if (checked.is_installed && !checked.required_by.empty()) staying.push_back(std::move(checked));
+  }
+  return staying;
+}
+
+Verification compare(const eclipse_plan::Plan& plan, InstalledUnits installed) {
+  Verification verification{plan.is_removal, plan.executable, std::move(installed), units_of(plan)};
+  UnitsById all;
+  if (verification.knows_all()) {
+    for (const auto& unit : *verification.installed.all) all.emplace(unit.id, &unit);
+  }
+  for (CheckedUnit& checked : verification.units) {
+    look_up_roots(checked, verification.installed.roots);
+    if (verification.knows_all()) look_up_all(checked, all);
+  }
+  return verification;
+}
+
+Verification verify(const eclipse_plan::Plan& plan, const eclipse_shell::CommandProgress& progress) {
+  return compare(plan, installed_units(plan.executable, progress));
+}
+
+Change change_between(const InstalledUnits& before, const InstalledUnits& after) {
+  Change change;
+  for (const Unit& unit : missing_in(after.roots, before.roots)) {
+    (has(before, unit) ? change.now_by_name : change.came_in).push_back(unit);
+  }
+  for (const Unit& unit : missing_in(before.roots, after.roots)) {
+    (has(after, unit) ? change.no_longer_by_name : change.went_out).push_back(unit);
+  }
+  return change;
+}
+
+}  // namespace eclipse_verify

@@ -1,0 +1,60 @@
+// Whether an Eclipse instance has what a session should have installed, and lacks what it should have removed.
+#ifndef ECLIPSE_INT_VERIFY_VERIFICATION_H
+#define ECLIPSE_INT_VERIFY_VERIFICATION_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "p2/installed_units.h"
+#include "plan/plan.h"
+
+namespace eclipse_verify {
+
+/// A unit that the session names, and what the instance has of it.
+struct CheckedUnit {
+  eclipse_p2::Unit unit;
+  std::vector<std::string> places;          ///< the descriptor lines that name it, as "FILE:LINE"
+  bool is_installed = false;                ///< in the version that is named, if one is
+  bool is_root = false;                     ///< it was installed by name; otherwise it came along with another unit
+  std::vector<std::string> required_by;     ///< the ids of the installed units that require it
+  std::vector<std::string> other_versions;  ///< that are installed
+};
+
+struct Verification {
+  bool is_removal = false;
+  std::string executable;
+  eclipse_p2::InstalledUnits installed;
+  std::vector<CheckedUnit> units;  ///< in install order
+
+  /// Otherwise only what was installed by name is known.
+  bool knows_all() const { return installed.all.has_value(); }
+  bool is_as_it_should_be(const CheckedUnit& checked) const { return checked.is_installed != is_removal; }
+  std::vector<CheckedUnit> differences() const;
+  /// Whether what a feature column names is installed, all of it; nothing when the session does not name it.
+  std::optional<bool> has(const std::string& feature) const;
+  /// Units to be removed that are not installed. One of them is enough for the director to remove none.
+  std::vector<CheckedUnit> not_there() const;
+  /// Units to be removed that stay all the same, since others that stay require them; `required_by` has only those. The
+  /// director succeeds on them.
+  std::vector<CheckedUnit> staying() const;
+};
+
+/// Compares what a plan comes to with what is installed.
+Verification compare(const eclipse_plan::Plan& plan, eclipse_p2::InstalledUnits installed);
+
+/// Asks the instance of a plan, which has a command. Throws InstanceFault.
+Verification verify(const eclipse_plan::Plan& plan, const eclipse_shell::CommandProgress& progress = {});
+
+/// What differs between two states of an instance.
+struct Change {
+  std::vector<eclipse_p2::Unit> came_in;
+  std::vector<eclipse_p2::Unit> went_out;
+  std::vector<eclipse_p2::Unit> now_by_name;        ///< were there before, along with other units
+  std::vector<eclipse_p2::Unit> no_longer_by_name;  ///< and still there, since other units require them
+};
+Change change_between(const eclipse_p2::InstalledUnits& before, const eclipse_p2::InstalledUnits& after);
+
+}  // namespace eclipse_verify
+
+#endif

@@ -1,0 +1,137 @@
+#include "p2/director_failure.h"
+
+#include <gtest/gtest.h>
+
+#include "fake_host/temporary_folder.h"
+
+namespace eclipse_p2 {
+
+namespace {
+
+using eclipse_shell::CommandResult;
+using Texts = std::vector<std::string>;
+
+constexpr const char* session = "!SESSION 2026-11-20 22:56:30.118 ---\neclipse.buildId=4.26\nCommand-line arguments: -i x\n\n";
+
+TEST(LoggedCauses, AreTheMessagesOfTheEntries) {
+  const LoggedCauses causes = causes_in(std::string(session) +
+                                        "!ENTRY org.eclipse.equinox.p2.metadata.repository 4 1000 2026-11-20 22:56:32.016\n"
+                                        "!MESSAGE No repository found at file:///sites/none.\n\n"
+                                        "!ENTRY org.eclipse.equinox.p2.core 4 0 2026-11-20 22:56:32.021\n"
+                                        "!MESSAGE Unable to load repositories.\n"
+                                        "!SUBENTRY 1 org.eclipse.equinox.p2.core 4 0 2026-11-20 22:56:32.021\n"
+                                        "!MESSAGE No repository found at file:///sites/none.\n");
+  EXPECT_EQ(causes.messages, (Texts{"No repository found at file:///sites/none.", "Unable to load repositories."}));
+  EXPECT_FALSE(causes.is_application_error);
+}
+
+TEST(LoggedCauses, AreTheExceptionsThatEndedTheApplication) {
+  const LoggedCauses causes = causes_in(std::string(session) +
+                                        "!ENTRY org.eclipse.osgi 4 0 2026-11-20 22:56:43.901\n"
+                                        "!MESSAGE Application error\n"
+                                        "!STACK 1\n"
+                                        "java.lang.RuntimeException: outer\n"
+                                        "\tat org.example.One.run(One.java:1)\n"
+                                        "Caused by: java.lang.NullPointerException: inner\n"
+                                        "\t... 20 more\n");
+  EXPECT_EQ(causes.messages, (Texts{"java.lang.RuntimeException: outer", "java.lang.NullPointerException: inner"}));
+  EXPECT_TRUE(causes.is_application_error);
+  EXPECT_FALSE(causes.is_application_missing);
+}
+
+TEST(LoggedCauses, AreThoseOfTheLastSession) {
+  const std::string entry = "!ENTRY p 4 0 t\n!MESSAGE ";
+  EXPECT_EQ(causes_in(session + entry + "earlier\n" + session + entry + "later\non two lines\n").messages,
+            Texts{"later on two lines"});
+  EXPECT_EQ(causes_in("").messages, Texts());
+}
+
+class Explaining : public testing::Test {
+ protected:
+  Failure explain_with_log(const CommandResult& result, const std::string& log) {
+    const InstanceLogs logs("instance");
+    fake::write_file("instance/configuration/2.log", log);
+    return explain(result, logs);
+  }
+
+  Failure explain_without_log(const CommandResult& result) { return explain(result, InstanceLogs("instance")); }
+
+  fake::TemporaryFolder folder;
+};
+
+const std::string application_error = "!ENTRY org.eclipse.osgi 4 0 t\n!MESSAGE Application error\n!STACK 1\n";
+
+TEST_F(Explaining, TheShellFails) {
+  const std::string words = "sh: 1: Syntax error: Bad fd number\n";
+  for (const int code : {1, 2}) {
+    const Failure failure = explain_without_log({"", words, code, 0});
+    EXPECT_EQ(failure.layer, Layer::shell);
+    EXPECT_EQ(failure.meaning, "it does not understand the command, and started nothing");
+    EXPECT_EQ(failure.causes, Texts{"sh: 1: Syntax error: Bad fd number"});
+    EXPECT_EQ(explain_without_log({"something ran", "", code, 0}).layer, Layer::unknown);
+  }
+  EXPECT_EQ(explain_without_log({"sh: 1: /opt/my: not found\n", "", 127, 0}).causes, Texts{"sh: 1: /opt/my: not found"});
+  EXPECT_EQ(explain_without_log({"", "", 127, 0}).layer, Layer::shell);
+  EXPECT_EQ(explain_without_log({"", "cannot start /bin/sh: Argument list too long\n", 126, 0}).causes,
+            Texts{"cannot start /bin/sh: Argument list too long"});
+}
+
+TEST_F(Explaining, TheLauncherFails) {
+  const Failure missing = explain_with_log(
+      {"", "", 13, 0}, application_error +
+                           "java.lang.RuntimeException: Application \"x\" could not be found in the registry. The "
+                           "applications available are: y.\n");
+  EXPECT_EQ(missing.layer, Layer::launcher);
+  EXPECT_EQ(missing.meaning, "the instance has no such application");
+  EXPECT_EQ(explain_without_log({"", "", 13, 0}).layer, Layer::launcher);
+  EXPECT_EQ(explain_without_log({"", "Locking is not possible\n", 15, 0}).layer, Layer::launcher);
+  EXPECT_EQ(explain_without_log({"<title>Invalid</title>Not writable.\n!ENTRY p 4 0 t\n",
+                                 "java.io.IOException: /a\n\tat b.c\njava.io.IOException: /a\n", 15, 0})
+                .causes,
+            (Texts{"Invalid: Not writable.", "java.io.IOException: /a"}));
+}
+
+TEST_F(Explaining, TheDirectorFails) {
+  const Failure failure =
+      explain_with_log({"", "", 13, 0}, "!ENTRY org.eclipse.equinox.p2.director.app 4 0 t\n!MESSAGE no F\n");
+  EXPECT_EQ(failure.layer, Layer::director);
+  EXPECT_EQ(failure.causes, Texts{"no F"});
+  EXPECT_EQ(failure.log, "instance/configuration/2.log");
+  EXPECT_EQ(text_of(failure), "the director: it could not do what it was asked for\n  no F\n  (instance/configuration/2.log)");
+  const Failure broken = explain_with_log({"", "", 13, 0}, application_error + "java.lang.NullPointerException\n\tat a.b\n");
+  EXPECT_EQ(broken.layer, Layer::director);
+  EXPECT_EQ(broken.meaning, "it broke off, and printed nothing of the reason");
+  EXPECT_EQ(broken.causes, Texts{"java.lang.NullPointerException"});
+}
+
+TEST_F(Explaining, WithoutALogTheOutputTells) {
+  const Failure failure = explain_without_log(
+      {"Installing F.\nInstallation failed.\nno F\n\tat all\nThere were errors. See log file: x\n", "", 13, 0});
+  EXPECT_EQ(failure.layer, Layer::director);
+  EXPECT_EQ(failure.causes, (Texts{"no F", "\tat all"}));
+}
+
+TEST_F(Explaining, OtherCodesAreTold) {
+  EXPECT_EQ(explain_without_log({"", "", 137, 0}).meaning, "signal 9 ended the command");
+  EXPECT_EQ(explain_without_log({"", "", 42, 0}).layer, Layer::unknown);
+  EXPECT_EQ(explain_without_log({"", "", 255, 0}).meaning, "none of the layers is known for this exit code");
+}
+
+TEST_F(Explaining, OnlyLogsOfTheRunCount) {
+  fake::write_file("instance/configuration/1.log", "!ENTRY p 4 0 t\n!MESSAGE old\n");
+  fake::write_file("instance/configuration/notes.txt", "");
+  const InstanceLogs logs("instance");
+  EXPECT_EQ(logs.written_since(), std::nullopt);
+  fake::write_file("instance/configuration/new.txt", "");
+  EXPECT_EQ(logs.written_since(), std::nullopt);
+  fake::write_file("instance/configuration/0.log", "");
+  EXPECT_EQ(logs.written_since(), "instance/configuration/0.log");
+  std::filesystem::last_write_time("instance/configuration/1.log",
+                                   std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+  EXPECT_EQ(logs.written_since(), "instance/configuration/1.log") << "the newest";
+  EXPECT_EQ(InstanceLogs("missing").written_since(), std::nullopt);
+}
+
+}  // namespace
+
+}  // namespace eclipse_p2

@@ -1,0 +1,63 @@
+#include "p2/installed_units.h"
+
+#include <gtest/gtest.h>
+
+#include "fake_host/temporary_folder.h"
+
+namespace eclipse_p2 {
+
+namespace {
+
+using Units = std::vector<Unit>;
+
+TEST(InstalledUnits, AreTheLinesWithAVersion) {
+  EXPECT_EQ(
+      units_in("WARNING: a/b is old\nb.feature.group/1.0.0\r\na/2.1.0.v2022\nOperation completed in 811 ms.\n/1\nx/y\nz/"),
+      (Units{{"a", "2.1.0.v2022"}, {"b.feature.group", "1.0.0"}}));
+  EXPECT_EQ(units_in(""), Units());
+}
+
+TEST(InstalledUnits, AreNamedInAListAsTheDirectorReadsIt) {
+  EXPECT_EQ(units_named("a,b/1.0"), (Units{{"a", ""}, {"b", "1.0"}}));
+  EXPECT_EQ(units_named(" a\r"), (Units{{"a", ""}}));
+  EXPECT_EQ(units_named(",, ,"), Units());
+}
+
+TEST(InstalledUnits, AreWantedInTheVersionThatIsNamed) {
+  EXPECT_TRUE(is_wanted({"a", ""}, {"a", "1.0.0"}));
+  EXPECT_FALSE(is_wanted({"a", ""}, {"b", "1.0.0"}));
+  EXPECT_TRUE(is_wanted({"a", "1"}, {"a", "1.0.0"}));
+  EXPECT_TRUE(is_wanted({"a", "1.0"}, {"a", "1.0.0"}));
+  EXPECT_FALSE(is_wanted({"a", "1.0.1"}, {"a", "1.0.0"}));
+}
+
+/// An executable that fails has to say so; its path may hold anything.
+TEST(InstalledUnits, AreAskedForInAnyFolder) {
+  const fake::TemporaryFolder folder;
+  const std::string executable = folder.path() + "/it's my \"$IDE\"/eclipse";
+  fake::write_file(executable,
+                   "#!/bin/sh\n[ \"$*\" = '-nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots' ]"
+                   " && echo a/1.0.0 && echo 'Operation completed in 8 ms.'\n");
+  EXPECT_THROW(installed_units(executable), InstanceFault) << "it is not executable yet";
+  std::filesystem::permissions(executable, std::filesystem::perms(0755));
+  EXPECT_EQ(installed_units(executable).roots, (Units{{"a", "1.0.0"}}));
+  EXPECT_FALSE(installed_units(executable).all.has_value());
+}
+
+TEST(InstalledUnits, AreLookedUpInTheProfileOfTheInstanceThatALinkNames) {
+  const fake::TemporaryFolder folder;
+  fake::write_file("ide/eclipse", "#!/bin/sh\necho 'Operation completed in 8 ms.'\n");
+  std::filesystem::permissions("ide/eclipse", std::filesystem::perms(0755));
+  fake::write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
+                   "<profile><units><unit id='a' version='1.0.0'/></units></profile>");
+  std::filesystem::create_symlink("ide/eclipse", "eclipse");
+  for (const std::string executable : {"/ide/eclipse", "/eclipse"}) {
+    const auto all = installed_units(folder.path() + executable).all;
+    ASSERT_TRUE(all.has_value()) << executable;
+    EXPECT_EQ(all->at(0).id, "a");
+  }
+}
+
+}  // namespace
+
+}  // namespace eclipse_p2

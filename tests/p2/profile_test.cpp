@@ -1,0 +1,114 @@
+// That the right state of the right profile is read.
+#include "p2/profile.h"
+
+#include <gtest/gtest.h>
+
+#include "fake_host/temporary_folder.h"
+#include "shell/command_runner.h"
+
+using namespace eclipse_p2;
+
+namespace {
+
+class Profile : public testing::Test {
+ protected:
+  static std::string registry() { return "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/"; }
+
+  static void write_state(const std::string& file, const std::string& id) {
+    fake::write_file(registry() + file, "<profile><units><unit id='" + id + "' version='1.0.0'/></units></profile>");
+  }
+
+  /// The id of the one unit that the profile has; empty when no profile can be read.
+  static std::string unit() {
+    const auto units = profile_units("ide");
+    return units && units->size() == 1 ? units->front().id : "";
+  }
+
+  fake::TemporaryFolder folder;
+};
+
+TEST_F(Profile, TellsItsUnitsAndWhatRequiresThem) {
+  fake::write_file(registry() + "P.profile/1.profile", R"(<?xml version='1.0' encoding='UTF-8'?>
+    <?profile version='1.0.0'?>
+    <profile id='P'><properties/><units size='6'>
+      <unit id='feature' version='1.0.0'><requires>
+        <required namespace='org.eclipse.equinox.p2.iu' name='bundle' range='[1.0.0,1.0.0]'/>
+        <required namespace='osgi.bundle' name='bundle' range='0.0.0'/>
+        <required namespace='org.eclipse.equinox.p2.iu' name='extra' optional='true'/>
+      </requires></unit>
+      <unit id='bundle' version='1.0.0.v1'><requires><required namespace='osgi.bundle' name='bundle'/></requires></unit>
+      <unit id='extra' version='2.0.0'><requires><required namespace='osgi.bundle' name='bundle'/></requires></unit>
+      <unit id='fragment' version='1.0.0'><hostRequirements/><requires>
+        <required namespace='osgi.bundle' name='bundle'/>
+      </requires></unit>
+      <unit id='importer' version='1.0.0'><requires><required namespace='java.package' name='bundle'/></requires></unit>
+      <unit id='nameless' version='1.0.0'><requires><required name='bundle'/></requires></unit>
+    </units><iusProperties size='3'>
+      <iuProperties id='feature' version='1.0.0'><properties size='2'>
+        <property name='org.eclipse.equinox.p2.internal.inclusion.rules' value='STRICT'/>
+        <property name='org.eclipse.equinox.p2.type.root' value='true'/>
+      </properties></iuProperties>
+      <iuProperties id='extra' version='1.0.0'><properties size='1'>
+        <property name='org.eclipse.equinox.p2.type.root' value='true'/>
+      </properties></iuProperties>
+      <iuProperties id='importer' version='1.0.0'><properties size='1'>
+        <property name='org.eclipse.equinox.p2.type.root' value='false'/>
+      </properties></iuProperties>
+    </iusProperties></profile>)");
+  const auto units = profile_units("ide");
+  ASSERT_TRUE(units.has_value());
+  ASSERT_EQ(units->size(), 6U);
+  using Texts = std::vector<std::string>;
+  EXPECT_EQ(units->at(0).required_by, Texts());
+  EXPECT_EQ(units->at(1).id, "bundle");
+  EXPECT_EQ(units->at(1).version, "1.0.0.v1");
+  EXPECT_EQ(units->at(1).required_by, (Texts{"feature", "extra"})) << "a package that is called as the bundle is another thing";
+  EXPECT_EQ(units->at(2).required_by, Texts()) << "what is optional does not keep it there";
+  for (const InstalledUnit& unit : *units) EXPECT_EQ(unit.is_root, unit.id == "feature") << unit.id;
+}
+
+TEST(IdsKeptBy, AreTheRootsAndAllThatTheyRequire) {
+  using Ids = std::set<std::string_view>;
+  const std::vector<InstalledUnit> units = {{"a", "1", {}},    {"b", "1", {"a"}}, {"c", "1", {"b", "x"}},
+                                            {"x", "1", {"y"}}, {"y", "1", {"x"}}, {"z", "1", {"z"}}};
+  EXPECT_EQ(ids_kept_by({}, units), Ids());
+  EXPECT_EQ(ids_kept_by({"a"}, units), (Ids{"a", "b", "c"}));
+  EXPECT_EQ(ids_kept_by({"x"}, units), (Ids{"x", "y", "c"}));
+  EXPECT_EQ(ids_kept_by({"z", "b"}, units), (Ids{"z", "b", "c"}));
+  EXPECT_EQ(ids_kept_by({"unknown"}, units), Ids{"unknown"});
+}
+
+TEST_F(Profile, IsReadInItsNewestState) {
+  write_state("P.profile/900.profile", "old");
+  write_state("P.profile/1000.profile", "new");
+  write_state("P.profile/2000.lock", "no state");
+  write_state("P.profile/x.profile", "no state");
+  EXPECT_EQ(unit(), "new");
+  write_state("P.profile/1001.profile", "compressed");
+  ASSERT_EQ(eclipse_shell::run_in_shell("gzip " + registry() + "P.profile/1001.profile").exit_code, 0);
+  EXPECT_EQ(unit(), "compressed");
+}
+
+TEST_F(Profile, IsTheOneThatTheConfigurationNames) {
+  write_state("P.profile/1.profile", "p");
+  EXPECT_EQ(unit(), "p");
+  write_state("Q.profile/2.profile", "q");
+  EXPECT_EQ(unit(), "") << "either may be meant";
+  fake::write_file("ide/configuration/config.ini", "eclipse.buildId=4\r\neclipse.p2.profile=P\r\n");
+  EXPECT_EQ(unit(), "p");
+}
+
+TEST_F(Profile, ThatCannotBeReadTellsNothing) {
+  EXPECT_FALSE(profile_units("ide").has_value());
+  EXPECT_FALSE(profile_units("").has_value());
+  fake::write_file(registry() + "P.profile/readme", "");
+  EXPECT_FALSE(profile_units("ide").has_value());
+  for (const char* const content : {"", "<profile><units>", "<profile/>", "\x1F\x8B broken"}) {
+    fake::write_file(registry() + "P.profile/1.profile", content);
+    EXPECT_FALSE(profile_units("ide").has_value()) << content;
+  }
+  fake::write_file(registry() + "P.profile/1.profile", "<profile><units/></profile>");
+  EXPECT_TRUE(profile_units("ide").has_value()) << "it has no units";
+}
+
+}  // namespace

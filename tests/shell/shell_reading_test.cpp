@@ -1,0 +1,188 @@
+// That the shell's grammar is read as the shell reads it: what has no expansions is given to the real one.
+#include "shell/shell_reading.h"
+
+#include <gtest/gtest.h>
+
+#include "shell/command_runner.h"
+
+namespace eclipse_shell {
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+std::vector<std::string> effects_of(const ShellReading& reading) {
+  std::vector<std::string> effects;
+  for (const ShellRemark& remark : reading.remarks) effects.push_back(std::to_string(remark.offset) + " " + remark.effect);
+  return effects;
+}
+
+TEST(ShellReading, PlainWordsArePassedOn) {
+  const ShellReading reading = read_as_shell("/opt/eclipse -i a,b 2>&1");
+  EXPECT_EQ(reading.commands, (std::vector<Words>{{"/opt/eclipse", "-i", "a,b"}}));
+  EXPECT_EQ(reading.redirections, Words{"2>&1"});
+  EXPECT_EQ(effects_of(reading), Words());
+  EXPECT_EQ(reading.fault, "");
+  EXPECT_TRUE(reading.is_just({"/opt/eclipse", "-i", "a,b"}));
+  EXPECT_FALSE(reading.is_just({"/opt/eclipse", "-i", "a", "b"}));
+}
+
+TEST(ShellReading, WhatStandsWithoutItsRedirectionIsNotJustTheCommand) {
+  EXPECT_FALSE(read_as_shell("a b").is_just({"a", "b"}));
+  EXPECT_FALSE(read_as_shell("a b > c 2>&1").is_just({"a", "b"}));
+  EXPECT_FALSE(read_as_shell("a b 2>&1; c").is_just({"a", "b"}));
+}
+
+TEST(ShellReading, QuotesOfAnArchiveAreTakenAway) {
+  const ShellReading reading = read_as_shell("e -r \"jar:file:///my site.zip!/\",file:///x 2>&1");
+  EXPECT_TRUE(reading.is_just({"e", "-r", "jar:file:///my site.zip!/,file:///x"}));
+  EXPECT_EQ(effects_of(reading), Words{"5 the quotes are taken away"});
+}
+
+TEST(ShellReading, ARetryOfARemovalIsRefused) {
+  const ShellReading reading = read_as_shell("e -u F1,F2 2>&1F2 2>&1");
+  EXPECT_EQ(reading.fault, "\"2>&1F2\" is to send to the open file \"1F2\", which is no number");
+}
+
+TEST(ShellReading, ZeroBytesLeaveNothingToRead) {
+  const ShellReading reading = read_as_shell(std::string_view("e -r a\0b; 'c\0 2>&1", 18));
+  EXPECT_EQ(reading.fault, "byte 7 is zero, and a command with a zero byte cannot be given to a shell (exit code 126)");
+  EXPECT_EQ(reading.commands, std::vector<Words>());
+  EXPECT_EQ(effects_of(reading), Words{"6 no shell can be given a zero byte"});
+  const std::string word("a\0b", 3);
+  EXPECT_FALSE(read_as_shell("x " + word + " 2>&1").is_just({"x", word}));
+  EXPECT_EQ(eclipse_shell::run_in_shell("echo " + word).exit_code, 126);
+}
+
+TEST(ShellReading, KnowsWhereWordsPart) {
+  EXPECT_EQ(read_as_shell("a 'b c'\t  d 2>&1").gaps, (std::vector<std::size_t>{1, 7, 11}));
+  EXPECT_EQ(read_as_shell("abc").gaps, std::vector<std::size_t>());
+}
+
+TEST(ShellReading, WhatIsPlainStaysAsItIs) {
+  for (const std::string text : {"a", "org.example.a_1", "/opt/eclipse", "file:///a/b2.zip"}) {
+    EXPECT_TRUE(is_plain(text)) << text;
+    EXPECT_TRUE(read_as_shell("x " + text + " 2>&1").is_just({"x", text})) << text;
+  }
+  for (const std::string text : {"", "a b", "1", "a$", "a;", "a~", "a\\", "a\xC3\xA4"}) EXPECT_FALSE(is_plain(text)) << text;
+}
+
+struct Special {
+  const char* line;
+  std::vector<Words> commands;
+  Words effects;
+};
+
+TEST(ShellReading, SpecialCharactersAreRemarked) {
+  const std::vector<Special> cases = {
+      {"a$b", {{"a$b"}}, {"1 the value of a variable takes its place"}},
+      {"a\"${b c}\"", {{"a${b c}"}}, {"1 the quotes are taken away", "2 the value of a variable takes its place"}},
+      {"$(a (b) c) d", {{"$(a (b) c)", "d"}}, {"0 what stands between the parentheses is run as a command"}},
+      {"`a b` c", {{"`a b`", "c"}}, {"0 what stands between the backquotes is run as a command"}},
+      {"a$ $", {{"a$", "$"}}, {}},
+      {"a* '*'", {{"a*", "*"}}, {"1 names of files may take the place of the word with \"*\"", "3 the quotes are taken away"}},
+      {"~/a b~", {{"~/a", "b~"}}, {"0 a folder of a user takes the place of \"~\""}},
+      {"a=b/c d", {{"a=b/c", "d"}}, {"0 the word sets a variable, and the command begins behind it"}},
+      {"_a1= x=y", {{"_a1=", "x=y"}}, {"0 the word sets a variable, and the command begins behind it"}},
+      {"/a=b c=d =e", {{"/a=b", "c=d", "=e"}}, {}},
+      {"1a=b", {{"1a=b"}}, {}},
+      {"=a", {{"=a"}}, {}},
+      {"a;b", {{"a"}, {"b"}}, {"1 the command ends there, and what follows is run as another one"}},
+      {"a && b|c &",
+       {{"a"}, {"b"}, {"c"}},
+       {"2 the command ends there, and what follows is run as another one",
+        "6 the command ends there, and what follows is run as another one",
+        "9 the command ends there, and what follows is run as another one"}},
+      {"a #b;c", {{"a"}}, {"2 the rest of the line is a comment"}},
+      {"a#b", {{"a#b"}}, {}},
+      {"a >b", {{"a"}}, {"2 a file is opened for the input or the output"}},
+      {"a 1>&3 2>&4 5>&6",
+       {{"a"}},
+       {"2 the output goes to another open file", "7 the error output goes to another open file",
+        "12 the open file 5 goes to another open file"}},
+      {"a >&3 <&4", {{"a"}}, {"2 the output goes to another open file", "6 the input comes from another open file"}},
+      {"a <&- 0<&- 0>&-", {{"a"}}, {"2 the input is closed", "6 the input is closed", "11 the input is closed"}},
+      {"a >&- 1<&-", {{"a"}}, {"2 the output is closed", "6 the output is closed"}},
+      {"a 2>&- 7<&-", {{"a"}}, {"2 the error output is closed", "7 the open file 7 is closed"}},
+      {"a\\ b", {{"a b"}}, {"1 the backslash is taken away"}},
+  };
+  for (const Special& special : cases) {
+    const ShellReading reading = read_as_shell(special.line);
+    EXPECT_EQ(reading.commands, special.commands) << special.line;
+    EXPECT_EQ(effects_of(reading), special.effects) << special.line;
+    EXPECT_EQ(reading.fault, "") << special.line;
+  }
+}
+
+TEST(ShellReading, WhatIsNotClosedIsRefused) {
+  EXPECT_EQ(read_as_shell("a 'b c").fault, "the quote at byte 3 is never closed");
+  EXPECT_EQ(read_as_shell("a \"b c").fault, "the quote at byte 3 is never closed");
+  EXPECT_EQ(read_as_shell("a `b c").fault, "the \"`\" at byte 3 is never closed");
+  EXPECT_EQ(read_as_shell("a \"$(b c\"").fault, "the \"$(\" at byte 4 is never closed");
+  EXPECT_EQ(read_as_shell("a (b)").fault, "\"(\" is not expected there");
+  EXPECT_EQ(read_as_shell("; a").fault, "no command stands before \";\"");
+  EXPECT_EQ(read_as_shell("a ;; b").fault, "\";;\" is not expected there");
+  EXPECT_EQ(read_as_shell("a &&").fault, "no command stands at the end");
+  EXPECT_EQ(read_as_shell("a >").fault, "a redirection has nothing to go to");
+}
+
+/// What the real shell makes of a line whose first word is a function of ours, which shows its words.
+std::string words_of_shell(const std::string& line, int& exit_code) {
+  const auto result =
+      eclipse_shell::run_in_shell("show() { for word; do printf '<%s>' \"$word\"; done; printf '.'; }\n" + line);
+  exit_code = result.exit_code;
+  return result.output;
+}
+
+std::string words_read(const ShellReading& reading) {
+  std::string text;
+  for (const Words& command : reading.commands) {
+    for (std::size_t i = 1; i < command.size(); ++i) text += "<" + command[i] + ">";
+    text += ".";
+  }
+  return text;
+}
+
+/// Every text up to a length over the letters that matter, each given to both.
+TEST(ShellReading, EverySmallTextIsReadAsTheShellReadsIt) {
+  const std::string letters = "a \"'\\\t";
+  std::vector<std::string> texts = {""};
+  std::size_t checked = 0;
+  for (std::size_t i = 0; texts[i].size() < 4; ++i) {
+    for (const char letter : letters) texts.push_back(texts[i] + letter);
+  }
+  // One shell for many lines: a line that it refuses ends it, so those are given to it alone.
+  std::string script;
+  std::string wanted;
+  for (const std::string& text : texts) {
+    const ShellReading reading = read_as_shell("show " + text);
+    if (!reading.fault.empty() || text.ends_with('\\')) continue;
+    script += "show " + text + "\n";
+    wanted += words_read(reading);
+    ++checked;
+  }
+  int exit_code = -1;
+  EXPECT_EQ(words_of_shell(script, exit_code), wanted);
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_GT(checked, 500U);
+}
+
+TEST(ShellReading, WhatIsRefusedTheShellRefuses) {
+  for (const std::string line : {"show 'a", "show \"a", "show (a)", "; show", "show ;; show", "show &&", "show >", "show `a",
+                                 "show $(a", "show a | | show a", "show -u F1,F2 2>&1F2 2>&1"}) {
+    int exit_code = 0;
+    words_of_shell(line, exit_code);
+    EXPECT_NE(exit_code, 0) << line;
+    EXPECT_NE(read_as_shell(line).fault, "") << line;
+  }
+  for (const std::string line : {"show a;", "show a &", "show a\n\nshow b", "show a && show b", "show a 2>&1", "show a # 'b"}) {
+    int exit_code = 1;
+    words_of_shell(line, exit_code);
+    EXPECT_EQ(exit_code, 0) << line;
+    EXPECT_EQ(read_as_shell(line).fault, "") << line;
+  }
+}
+
+}  // namespace
+
+}  // namespace eclipse_shell

@@ -1,0 +1,254 @@
+#include "standalone_host/session_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "fake_host/not_administrator.h"
+#include "fake_host/temporary_folder.h"
+
+namespace {
+
+using eclipse_base::FileFault;
+using eclipse_host::CatalogueComponent;
+using eclipse_host::read_session_file;
+using eclipse_host::Session;
+using Names = std::vector<std::string>;
+
+std::string fault_of(const std::string& text) {
+  fake::write_file("s.json", text);
+  Session session;
+  try {
+    read_session_file("s.json", session);
+  } catch (const FileFault& fault) {
+    return fault.what();
+  }
+  return "read";
+}
+
+/// A session with one component that has these members as well.
+std::string with_component(const std::string& members) {
+  return R"({"mode": "install", "components": [{"code": "a", "installBase": "b", "installDir": "c")" +
+         (members.empty() ? "" : ", " + members) + "}]}";
+}
+
+class SessionFile : public testing::Test {
+ protected:
+  const fake::TemporaryFolder folder;
+
+  void read(const std::string& text) {
+    fake::write_file("products/s.json", text);
+    read_session_file("products/s.json", session);
+  }
+  const CatalogueComponent& component(std::size_t index) const { return *session.components.at(index); }
+
+  Session session;
+};
+
+TEST_F(SessionFile, FillsTheSession) {
+  fake::write_file("products/repo/x", "");
+  read(R"(// A session with everything in it.
+    {
+      "$schema": "session.schema.json",
+      "mode": "modify",
+      "graphical": true, /* a window */
+      "variables": {"A": "", "ECLIPSE_BIN": "./b//../\u00e4\n\\", "a b": "${A}"},
+      "components": [
+        {
+          "code": "org.example.ide", "installBase": "opt/./x/../y/", "installDir": "./ide/",
+          "capabilities": ["ECLIPSE_IDE", "A"], "install": true, "remove": true, "installed": true,
+          "package": {"root": "repo", "prefix": "p/./q", "files": ["b\\c\r\n", "", "a//b"]}
+        },
+        {"code": "org.example.tools", "installBase": "/opt//tools/", "installDir": "t", "capabilities": ["B"]}
+      ]
+    })");
+  EXPECT_EQ(session.variables,
+            (std::map<std::string, std::string>{
+                {"A", ""}, {"ECLIPSE_BIN", "./b//../\xC3\xA4\n\\"}, {"KORU_MODE", "modify"}, {"a b", "${A}"}}));
+  EXPECT_TRUE(session.graphical);
+  ASSERT_EQ(session.components.size(), 2U);
+  EXPECT_EQ(component(0).code, "org.example.ide");
+  EXPECT_EQ(component(0).installBase, folder.path() + "/products/opt/y");
+  EXPECT_EQ(component(0).installDir, "./ide/");
+  EXPECT_TRUE(component(0).selected_for_install);
+  EXPECT_TRUE(component(0).selected_for_removal);
+  EXPECT_TRUE(component(0).installed);
+  ASSERT_TRUE(component(0).package);
+  EXPECT_EQ(component(0).package->root, folder.path() + "/products/repo");
+  EXPECT_EQ(component(0).package->prefix, "p/./q");
+  EXPECT_EQ(component(0).package->files, (Names{"b\\c\r\n", "", "a//b"}));
+  EXPECT_EQ(component(1).installBase, "/opt/tools");
+  EXPECT_FALSE(component(1).selected_for_install);
+  EXPECT_FALSE(component(1).selected_for_removal);
+  EXPECT_FALSE(component(1).installed);
+  EXPECT_FALSE(component(1).package);
+  EXPECT_EQ(session.capabilities, (std::map<std::string, Component*>{{"A", session.components[0].get()},
+                                                                     {"B", session.components[1].get()},
+                                                                     {"ECLIPSE_IDE", session.components[0].get()}}));
+}
+
+TEST_F(SessionFile, MayHoldNothingButAMode) {
+  read(R"({"mode": "uninstall", "components": []})");
+  EXPECT_EQ(session.variables, (std::map<std::string, std::string>{{"KORU_MODE", "uninstall"}}));
+  EXPECT_FALSE(session.graphical);
+  EXPECT_TRUE(session.components.empty());
+  EXPECT_EQ(session.capabilities, (std::map<std::string, Component*>()));
+}
+
+TEST_F(SessionFile, TakesPackagesFromItsOwnFolderAndTheComponentsFolder) {
+  read(with_component(R"("package": {"files": []})"));
+  ASSERT_TRUE(component(0).package);
+  EXPECT_EQ(component(0).package->root, folder.path() + "/products");
+  EXPECT_EQ(component(0).package->prefix, folder.path() + "/products/b/c");
+}
+
+TEST_F(SessionFile, LeavesAnEmptyInstallBaseEmpty) {
+  read(R"({"mode": "install", "components": [
+    {"code": "", "installBase": "", "installDir": "ide", "package": {"files": []}},
+    {"code": "", "installBase": ".", "installDir": ""}
+  ]})");
+  EXPECT_EQ(component(0).installBase, "");
+  EXPECT_EQ(component(0).package->prefix, "/ide");
+  EXPECT_EQ(component(1).installBase, folder.path() + "/products");
+}
+
+TEST_F(SessionFile, ListsTheRegularFilesOfAScannedFolderByTheirBytes) {
+  for (const char* file : {"b/x", "b.x", "B", "\xC3\xA4", "etc/eclipse/f.txt", "a\\b"}) {
+    fake::write_file(std::string("products/files/") + file, "");
+  }
+  std::filesystem::create_directory("products/files/empty");
+  std::filesystem::create_symlink("B", "products/files/link");
+  std::filesystem::create_symlink("missing", "products/files/broken");
+  std::filesystem::create_symlink("circle", "products/files/circle");
+  std::filesystem::create_symlink(std::string(300, 'x'), "products/files/etc/long");
+  std::filesystem::create_directory_symlink("etc", "products/files/folder-link");
+  read(with_component(R"("package": {"scan": "./files/"})"));
+  EXPECT_EQ(component(0).package->files, (Names{"B", "a\\b", "b.x", "b/x", "etc/eclipse/f.txt", "link", "\xC3\xA4"}));
+}
+
+struct Fault {
+  std::string text;
+  std::string message;  ///< with FOLDER for the session file's folder
+};
+
+class SessionFileFault : public testing::TestWithParam<Fault> {};
+
+TEST_P(SessionFileFault, IsTold) {
+  const fake::TemporaryFolder folder;
+  fake::write_file("file", "");
+  std::string expected = GetParam().message;
+  const std::size_t mark = expected.find("FOLDER");
+  if (mark != std::string::npos) expected.replace(mark, 6, folder.path());
+  EXPECT_EQ(fault_of(GetParam().text), expected);
+}
+
+const std::string known_keys = R"("$schema", "mode", "graphical", "variables", "components")";
+
+INSTANTIATE_TEST_SUITE_P(
+    SessionFile, SessionFileFault,
+    testing::Values(
+        Fault{"[]", "s.json:1:1: document: found a list, wanted an object; write it in { }"},
+        Fault{"{\"mode\": \"install\"}", "s.json:1:1: document: the key \"components\" is missing; add it"},
+        Fault{"\n {\"components\": []}", "s.json:2:2: document: the key \"mode\" is missing; add it"},
+        Fault{"{\"Mode\": \"install\"}", "s.json:1:2: Mode: unknown key; did you mean \"mode\"?"},
+        Fault{"{\"varables\": {}}", "s.json:1:2: varables: unknown key; did you mean \"variables\"?"},
+        Fault{"{\"zebra\": 1}", "s.json:1:2: zebra: unknown key; known here: " + known_keys},
+        Fault{"{\"\": 1}", "s.json:1:2: [\"\"]: unknown key; known here: " + known_keys},
+        Fault{"{\"mode\": 1}", "s.json:1:10: mode: found a number, wanted a text; write it in double quotes"},
+        Fault{"{\"mode\": \"Install\"}",
+              "s.json:1:10: mode: \"Install\" is no mode; write \"install\", \"modify\" or \"uninstall\""},
+        Fault{"{\"mode\": \"install\", \"$schema\": null}",
+              "s.json:1:32: $schema: found null, wanted a text; write it in double quotes"},
+        Fault{"{\"mode\": \"install\", \"graphical\": \"no\"}",
+              "s.json:1:34: graphical: found a text, wanted true or false; write true or false, without quotes"},
+        Fault{"{\"mode\": \"install\", \"variables\": []}",
+              "s.json:1:34: variables: found a list, wanted an object; write it in { }"},
+        Fault{"{\"mode\": \"install\", \"variables\": {\"A\": 1}}",
+              "s.json:1:40: variables.A: found a number, wanted a text; write it in double quotes"},
+        Fault{"{\"mode\": \"install\", \"variables\": {\"KORU_MODE\": \"install\"}}",
+              "s.json:1:35: variables.KORU_MODE: is set by \"mode\"; take it out here"},
+        Fault{"{\"mode\": \"install\", \"variables\": {\"\": \"\"}}",
+              "s.json:1:35: variables[\"\"]: the name is empty; name the variable"},
+        Fault{"{\"mode\": \"install\", \"components\": {}}",
+              "s.json:1:35: components: found an object, wanted a list; write it in [ ]"},
+        Fault{"{\"mode\": \"install\", \"components\": [\n{}]}",
+              "s.json:2:1: components[0]: the key \"code\" is missing; add it"},
+        Fault{"{\"mode\": \"install\", \"components\": [{\"code\": \"a\"}]}",
+              "s.json:1:36: components[0]: the key \"installBase\" is missing; add it"},
+        Fault{"{\"mode\": \"install\", \"components\": [{\"code\": \"a\", \"installBase\": \"\"}]}",
+              "s.json:1:36: components[0]: the key \"installDir\" is missing; add it"},
+        Fault{with_component("\n\"instal\": true"), "s.json:2:1: components[0].instal: unknown key; did you mean \"install\"?"},
+        Fault{with_component("\n\"install\": 1"),
+              "s.json:2:12: components[0].install: found a number, wanted true or false; write true or false, without quotes"},
+        Fault{with_component("\n\"capabilities\": \"ECLIPSE_IDE\""),
+              "s.json:2:17: components[0].capabilities: found a text, wanted a list; write it in [ ]"},
+        Fault{with_component("\n\"capabilities\": [1]"),
+              "s.json:2:18: components[0].capabilities[0]: found a number, wanted a text; write it in double quotes"},
+        Fault{with_component("\n\"capabilities\": [\"A\", \"A\"]"),
+              "s.json:2:23: components[0].capabilities[1]: \"A\" is given by components[0] already; number or qualify it: any "
+              "name "
+              "that contains it counts"},
+        Fault{with_component("\"capabilities\": [\"A\"]}, {\"code\": \"b\", \"installBase\": \"\", \"installDir\": \"\",\n"
+                             "\"capabilities\": [\"B\", \"A\"]"),
+              "s.json:2:23: components[1].capabilities[1]: \"A\" is given by components[0] already; number or qualify it: any "
+              "name "
+              "that contains it counts"},
+        Fault{with_component("\"install\": true}, {\n\"code\": \"a\", \"installBase\": \"\", \"installDir\": \"\""),
+              "s.json:2:9: components[1].code: \"a\" is the code of components[0] already; give each component its own"},
+        Fault{with_component("\n\"package\": null"),
+              "s.json:2:12: components[0].package: found null, wanted an object; write it in { }"},
+        Fault{with_component("\n\"package\": {}"),
+              "s.json:2:12: components[0].package: \"files\" or \"scan\" is missing; list the "
+              "package's files, or name the folder to take them from"},
+        Fault{with_component("\n\"package\": {\"files\": [], \"scan\": \".\"}"),
+              "s.json:2:26: components[0].package.scan: stands beside \"files\"; keep one of the two"},
+        Fault{with_component("\n\"package\": {\"files\": [[]]}"),
+              "s.json:2:23: components[0].package.files[0]: found a list, wanted a text; write it in double quotes"},
+        Fault{with_component("\n\"package\": {\"file\": []}"),
+              "s.json:2:13: components[0].package.file: unknown key; did you mean \"files\"?"},
+        Fault{with_component("\n\"package\": {\"root\": \"x/../y\", \"files\": []}"),
+              "s.json:2:21: components[0].package.root: the folder \"FOLDER/y\" is not there; make it, or correct the path"},
+        Fault{with_component("\n\"package\": {\"root\": \"file\", \"files\": []}"),
+              "s.json:2:21: components[0].package.root: \"FOLDER/file\" is no folder; correct the path"},
+        Fault{
+            with_component("\n\"package\": {\"scan\": \"file/x\"}"),
+            "s.json:2:21: components[0].package.scan: the folder \"FOLDER/file/x\" is not there; make it, or correct the path"},
+        Fault{with_component("\n\"package\": {\"scan\": \"" + std::string(300, 'x') + "\"}"),
+              "s.json:2:21: components[0].package.scan: \"FOLDER/" + std::string(300, 'x') +
+                  "\" cannot be reached: File name too long; correct the path"}));
+
+TEST_F(SessionFile, SaysWhichPartOfAScannedFolderCannotBeRead) {
+  fake::write_file("closed/file", "");
+  std::filesystem::create_directories("a");
+  std::filesystem::create_directories("b");
+  std::filesystem::create_symlink("../closed/file", "a/link");
+  std::filesystem::rename("closed", "b/closed");
+  std::filesystem::create_symlink("b/closed", "closed");
+  const auto fault = [&](const std::string& place) {
+    return "s.json:1:109: components[0].package.scan: cannot be scanned: \"" + folder.path() + place +
+           "\": Permission denied; make it readable, or list the files in \"files\"";
+  };
+  ASSERT_EQ(chmod(".", 0777), 0);
+  ASSERT_EQ(chmod("b/closed", 0), 0);
+  {
+    const fake::NotAdministrator unprivileged;
+    EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "a"})")), fault("/a/link"));
+    EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "b"})")), fault("/b/closed"));
+  }
+  ASSERT_EQ(chmod("b/closed", 0755), 0);
+  EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "a"})")), "read");
+  EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "b"})")), "read");
+}
+
+TEST_F(SessionFile, MayRepeatAnEmptyCode) {
+  read(R"({"mode": "install", "components": [
+    {"code": "", "installBase": "", "installDir": ""}, {"code": "", "installBase": "", "installDir": ""}]})");
+  EXPECT_EQ(session.components.size(), 2U);
+}
+
+}  // namespace

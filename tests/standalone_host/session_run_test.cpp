@@ -1,0 +1,324 @@
+#include "standalone_host/session_run.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+
+#include "fake_host/fake_host.h"
+
+using eclipse_host::call_actions;
+using eclipse_host::Plugin;
+using eclipse_host::run_session;
+using eclipse_host::RunObserver;
+using eclipse_host::RunRecord;
+using eclipse_host::Session;
+using eclipse_shell::CommandResult;
+using fake::fails;
+using fake::succeeds;
+using fake::Texts;
+
+namespace {
+
+/// A session with an IDE and one plug-in component, whose two features F1 and F2 are being installed or removed, and with an
+/// Eclipse of the user's own. What its commands come to is scripted.
+class SessionRun : public testing::Test {
+ protected:
+  SessionRun() {
+    fake::write_file("own/eclipse", "");
+    fake::write_file("own/configuration/config.ini", "eclipse.buildId=4.5\n");
+    fake::write_file("ide/eclipse", "");
+    fake::write_file("c/etc/eclipse/p", "site\tF1\nsite\tF2\n");
+    fake::add_component(session, {.code = "c",
+                                  .installBase = "c",
+                                  .install = true,
+                                  .remove = true,
+                                  .package = {{.files = {"etc/eclipse/p"}}},
+                                  .capabilities = {"ECLIPSE_PLUGIN"}});
+    fake::add_component(session, {.code = "ide",
+                                  .install = true,
+                                  .package = {{.prefix = folder.path() + "/ide", .files = {"eclipse"}}},
+                                  .capabilities = {"ECLIPSE_IDE"}});
+    session.variables = {{"ECLIPSE_BIN", "eclipse"}};
+    session.run_command = [this](const std::string& command) {
+      commands.push_back(command);
+      if (results.empty()) throw std::logic_error("not scripted: " + command);
+      CommandResult result = results.front();
+      results.pop_front();
+      return result;
+    };
+  }
+  ~SessionRun() override { EXPECT_TRUE(results.empty()) << "not every scripted result was used"; }
+
+  RunRecord run(const std::string& mode, const std::string& choice, const RunObserver& observer = {}) {
+    session.variables["KORU_MODE"] = mode;
+    session.variables["ECLIPSE_INTEGRATION_CHOICE"] = choice;
+    return run_session(plugin, session, observer);
+  }
+
+  const Plugin plugin{PLUGIN};
+  fake::TemporaryFolder folder;
+  Session session;
+  std::deque<CommandResult> results;
+  Texts commands;
+};
+
+Texts names(const RunRecord& record) {
+  Texts names;
+  for (const auto& action : record.actions) names.push_back(action.name);
+  return names;
+}
+
+const Texts questions = {"eclipse_integration_required", "find_eclipse_ide"};
+const Texts questions_and_check = {"eclipse_integration_required", "find_eclipse_ide", "verify_eclipse_version"};
+
+TEST_F(SessionRun, ActionsFollowModeAndChoice) {
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "own/eclipse";
+  for (const std::string choice : {"internal", "user", "none", ""}) {
+    for (const std::string mode : {"install", "modify", "uninstall"}) {
+      if (choice == "internal" || choice == "user") results = {succeeds()};
+      const RunRecord record = run(mode, choice);
+      const std::string perform = mode == "uninstall" ? "perform_unintegration" : "perform_integration";
+      const Texts expected =
+          fake::in_order(choice == "user" ? questions_and_check : questions, Texts{"define_eclipse_path", perform});
+      EXPECT_EQ(names(record), expected) << mode << " " << choice;
+      EXPECT_FALSE(record.failed());
+      EXPECT_EQ(record.refusal, "");
+    }
+  }
+}
+
+TEST_F(SessionRun, EverythingIsInTheRecord) {
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "own/eclipse";
+  session.variables["CASHED_ECLIPSE_PATH"] = "own/eclipse";
+  results = {fails(13, "all failed"), fails(4, "F1 failed"), succeeds("F2 done")};
+  const RunRecord record = run("modify", "user");
+  const std::string install =
+      "own/eclipse -nosplash -application org.eclipse.equinox.p2.director -repository file://c/site -i ";
+  ASSERT_EQ(record.commands.size(), 3U);
+  for (const auto& command : record.commands) EXPECT_EQ(command.action, "perform_integration");
+  EXPECT_EQ(commands, (Texts{install + "F1,F2 2>&1", install + "F1 2>&1", install + "F2 2>&1"}));
+  EXPECT_EQ(record.commands[1].command, commands[1]);
+  EXPECT_EQ(record.commands[1].result.output, "F1 failed");
+  EXPECT_EQ(record.commands[1].result.exit_code, 4);
+  EXPECT_FALSE(record.commands[0].is_retry);
+  EXPECT_TRUE(record.commands[1].is_retry && record.commands[2].is_retry);
+  for (const auto& action : record.actions) EXPECT_EQ(action.result, 0) << action.name;
+  EXPECT_TRUE(record.failed());
+  EXPECT_EQ(record.log.front(), "eclipse_int: eclipse_integration_required entered");
+  EXPECT_EQ(fake::last(record.log, 3), (Texts{"eclipse_int: running command: " + install + "F2 2>&1",
+                                              "eclipse_int: out: F2 done", "eclipse_int: exit code: 0"}));
+  EXPECT_EQ(record.variables_before, (std::map<std::string, std::string>{{"CASHED_ECLIPSE_PATH", "own/eclipse"},
+                                                                         {"ECLIPSE_BIN", "eclipse"},
+                                                                         {"ECLIPSE_INTEGRATION_CHOICE", "user"},
+                                                                         {"KORU_MODE", "modify"},
+                                                                         {"USER_DEFINED_ECLIPSE_PATH", "own/eclipse"}}));
+  EXPECT_EQ(record.variables_after, session.variables);
+  EXPECT_EQ(record.variables_after.at("QN_SCRIPTS_FAILED"), "yes");
+  EXPECT_EQ(record.variables_after.at("ECLIPSE_VERSION"), "4.5");
+}
+
+// ---- Refusal ----
+
+TEST_F(SessionRun, EclipseOfTheUsersOwnHasToBeOne) {
+  struct Case {
+    std::map<std::string, std::string> variables;
+    std::string refusal;
+  };
+  const std::vector<Case> cases = {
+      {{}, "no Eclipse is named: set USER_DEFINED_ECLIPSE_PATH to the full path of its executable"},
+      {{{"USER_DEFINED_ECLIPSE_PATH", "missing/eclipse"}},
+       "USER_DEFINED_ECLIPSE_PATH is \"missing/eclipse\", which is not the Eclipse executable: name an existing file called "
+       "\"eclipse\" "
+       "(that is ECLIPSE_BIN) by its full path"},
+      {{{"USER_DEFINED_ECLIPSE_PATH", "own/eclipse"}, {"ECLIPSE_MIN_SUPPORTED_VERSION", "4.7"}},
+       "the version of \"own/eclipse\", 4.5, comes before the minimum 4.7 (they are compared as texts, byte by byte)"},
+  };
+  for (const auto& [variables, refusal] : cases) {
+    for (const std::string mode : {"install", "modify"}) {
+      session.variables = variables;
+      session.variables["ECLIPSE_BIN"] = "eclipse";
+      const RunRecord record = run(mode, "user");
+      EXPECT_EQ(record.refusal, refusal);
+      EXPECT_EQ(names(record), questions_and_check);
+      EXPECT_TRUE(record.failed());
+      EXPECT_EQ(record.variables_after, session.variables);
+      EXPECT_FALSE(session.variables.contains("ECLIPSE_PATH"));
+    }
+  }
+  EXPECT_EQ(commands, Texts{});
+}
+
+TEST_F(SessionRun, RemovalIsNotRefused) {
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "own/eclipse";
+  session.variables["ECLIPSE_MIN_SUPPORTED_VERSION"] = "4.7";
+  results = {succeeds()};
+  EXPECT_EQ(run("uninstall", "user").refusal, "");
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "missing";
+  EXPECT_FALSE(run("uninstall", "user").failed());
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "";
+  EXPECT_FALSE(run("uninstall", "user").failed());
+}
+
+TEST_F(SessionRun, VerdictOfAnEarlierRunDoesNotRefuse) {
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "own/eclipse";
+  session.variables["ECLIPSE_VERSION_IS_SUPPORTED"] = "no";
+  results = {succeeds()};
+  const RunRecord record = run("install", "user");
+  EXPECT_EQ(record.refusal, "");
+  EXPECT_FALSE(record.variables_after.contains("ECLIPSE_VERSION_IS_SUPPORTED"));
+}
+
+// ---- The executable of this run ----
+
+TEST_F(SessionRun, ExecutableIsRecordedAsTheUserGaveIt) {
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "own//eclipse";
+  results = {succeeds()};
+  EXPECT_EQ(run("install", "user").variables_after.at("CASHED_ECLIPSE_PATH"), "own//eclipse");
+}
+
+TEST_F(SessionRun, ExecutableOfTheIdeIsRecorded) {
+  for (const std::string mode : {"install", "uninstall"}) {
+    session.variables.erase("CASHED_ECLIPSE_PATH");
+    results = {succeeds()};
+    EXPECT_EQ(run(mode, "internal").variables_after.at("CASHED_ECLIPSE_PATH"), folder.path() + "/ide/eclipse") << mode;
+  }
+}
+
+TEST_F(SessionRun, NothingIsRecordedWhenNoCommandWasRun) {
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "own/eclipse";
+  session.variables["CASHED_ECLIPSE_PATH"] = "earlier";
+  fake::write_file("c/etc/eclipse/p", "");
+  EXPECT_EQ(run("install", "user").variables_after.at("CASHED_ECLIPSE_PATH"), "earlier");
+}
+
+TEST_F(SessionRun, NextRunKnowsTheInstance) {
+  fake::write_file("old/etc/eclipse/p", "site\tF0\n");
+  fake::add_component(session, {.code = "old", .installBase = "old", .package = {{.files = {"etc/eclipse/p"}}}});
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "own/eclipse";
+  results = {succeeds(), succeeds()};
+  run("install", "user");
+  run("install", "user");
+  ASSERT_EQ(commands.size(), 2U);
+  EXPECT_TRUE(commands[0].ends_with(" -i F1,F2,F0 2>&1")) << commands[0];
+  EXPECT_TRUE(commands[1].ends_with(" -i F1,F2 2>&1")) << commands[1];
+}
+
+// ---- What is told on the way ----
+
+TEST_F(SessionRun, ObserverIsToldInOrder) {
+  Texts told;
+  RunObserver observer;
+  observer.on_action = [&](const std::string& action) { told.push_back("action " + action); };
+  observer.on_log = [&](const std::string& line) {
+    if (line.starts_with("eclipse_int: running") || line.starts_with("eclipse_int: exit"))
+      told.push_back("log " + line.substr(13, 7));
+  };
+  observer.on_command = [&](const std::string& command) { told.push_back("command " + command.substr(command.rfind(" -i"))); };
+  observer.on_command_end = [&](const eclipse_host::CommandRecord& record) {
+    told.push_back("end of " + record.action + " " + std::to_string(record.result.exit_code));
+  };
+  results = {fails(5, ""), succeeds(), succeeds()};
+  run("install", "internal", observer);
+  EXPECT_EQ(told, (Texts{"action eclipse_integration_required", "action find_eclipse_ide", "action define_eclipse_path",
+                         "action perform_integration", "log running", "command  -i F1,F2 2>&1", "end of perform_integration 5",
+                         "log exit co", "log running", "command  -i F1 2>&1", "end of perform_integration 0", "log exit co",
+                         "log running", "command  -i F2 2>&1", "end of perform_integration 0", "log exit co"}));
+}
+
+TEST_F(SessionRun, CommandsThatAreNotScriptedAreRunAndReported) {
+  fake::write_file("own/eclipse", "#!/bin/sh\necho \"director $5 $6\"\nexit 0\n");
+  std::filesystem::permissions("own/eclipse", std::filesystem::perms::owner_all);
+  session.run_command = {};
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = folder.path() + "/own/eclipse";
+  std::string output;
+  RunObserver observer;
+  observer.command_progress.on_output = [&](std::string_view piece) { output += piece; };
+  const RunRecord record = run("install", "user", observer);
+  ASSERT_EQ(record.commands.size(), 1U);
+  EXPECT_EQ(record.commands[0].result.output, "director file://c/site -i\n");
+  EXPECT_EQ(output, record.commands[0].result.output);
+  EXPECT_FALSE(static_cast<bool>(session.run_command));
+}
+
+TEST_F(SessionRun, SeamsOfTheSessionAreUsedAndLeftAsTheyWere) {
+  Texts lines;
+  session.on_log = [&](const std::string& line) { lines.push_back(line); };
+  results = {succeeds("x")};
+  const RunRecord record = run("install", "internal");
+  EXPECT_EQ(lines, record.log);
+  results = {succeeds("y")};
+  EXPECT_EQ(session.run_command("again").output, "y");
+  session.on_log("again");
+  EXPECT_EQ(lines.back(), "again");
+  EXPECT_EQ(record.commands.size(), 1U);
+}
+
+TEST_F(SessionRun, ExceptionComesOutAndLeavesTheSeamsAsTheyWere) {
+  Texts lines;
+  session.on_log = [&](const std::string& line) { lines.push_back(line); };
+  EXPECT_THROW(run("install", "internal"), std::logic_error);  // no result is scripted
+  EXPECT_THROW(env_get_string(&session, "NAME"), std::logic_error) << "the session is still active";
+  session.on_log("again");
+  EXPECT_EQ(lines.back(), "again");
+  results = {succeeds("y")};
+  EXPECT_EQ(session.run_command("again").output, "y");
+}
+
+// ---- Single actions ----
+
+TEST_F(SessionRun, CallActionsCallsJustTheseInThisOrder) {
+  session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";
+  results = {succeeds(), succeeds()};
+  const RunRecord record =
+      call_actions(plugin, session, {"perform_unintegration", "find_eclipse_ide", "find_eclipse_ide", "perform_integration"});
+  EXPECT_EQ(names(record), (Texts{"perform_unintegration", "find_eclipse_ide", "find_eclipse_ide", "perform_integration"}));
+  ASSERT_EQ(record.commands.size(), 2U);
+  EXPECT_EQ(record.commands[0].action, "perform_unintegration");
+  EXPECT_EQ(record.commands[1].action, "perform_integration");
+  EXPECT_EQ(names(call_actions(plugin, session, {})), Texts{});
+  EXPECT_THROW(call_actions(plugin, session, {"no_such_action"}), std::out_of_range);
+}
+
+TEST_F(SessionRun, RetriesThatSucceedAreNoFailureAlsoWhenAnActionIsCalledTwice) {
+  session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";
+  results = {succeeds(), fails(1, ""), succeeds(), succeeds()};
+  EXPECT_FALSE(call_actions(plugin, session, {"perform_integration", "perform_integration"}).failed());
+}
+
+// ---- What counts as failed ----
+
+struct FailedCase {
+  std::string refusal;
+  std::vector<eclipse_host::ActionRecord> actions;
+  std::vector<std::pair<std::string, int>> exit_codes;  ///< of the commands, each with its action
+  bool failed;
+};
+
+TEST(RunRecord, FailedWhenRefusedOrAResultOrARetryIsNotZero) {
+  const std::string in = "perform_integration";
+  const std::string out = "perform_unintegration";
+  const std::vector<FailedCase> cases = {
+      {"", {}, {}, false},
+      {"reason", {}, {}, true},
+      {"", {{"find_eclipse_ide", 0}, {in, 0}}, {}, false},
+      {"", {{in, 5}, {"find_eclipse_ide", 0}}, {}, true},
+      {"", {{in, -1}}, {}, true},
+      {"", {{in, 0}}, {{in, 0}}, false},
+      {"", {{in, 0}}, {{in, 13}, {in, 0}, {in, 0}}, false},
+      {"", {{in, 0}}, {{in, 13}, {in, 4}, {in, 0}}, true},
+      {"", {{in, 0}, {out, 0}}, {{in, 13}, {in, 0}, {out, 13}, {out, 0}}, false},
+      {"", {{in, 0}, {out, 0}}, {{in, 0}, {out, 13}, {out, 2}, {out, 0}}, true},
+  };
+  for (const auto& [refusal, actions, exit_codes, failed] : cases) {
+    RunRecord record;
+    record.refusal = refusal;
+    record.actions = actions;
+    for (const auto& [action, exit_code] : exit_codes) {
+      const bool is_retry = !record.commands.empty() && record.commands.back().action == action;
+      record.commands.push_back({action, "command", fails(exit_code, ""), is_retry});
+    }
+    EXPECT_EQ(record.failed(), failed) << refusal << testing::PrintToString(exit_codes);
+  }
+}
+
+}  // namespace
