@@ -4,7 +4,7 @@
 #include <numeric>
 #include <random>
 
-#include "bench/work_folder.h"
+#include "bench/work_directory.h"
 
 namespace bench {
 
@@ -112,12 +112,12 @@ std::string comment_text(std::size_t lines) {
 
 InstallSession::InstallSession(std::size_t record_count) {
   constexpr std::size_t component_count = 20;
-  const std::string folder = "product/opt/example/suite-of-" + to_string(record_count);
+  const std::string directory = "product/opt/example/suite-of-" + to_string(record_count);
   const auto all = records(record_count, Orders::distinct_units);
   for (std::size_t number = 0; number < component_count; ++number) {
     components_.push_back(component(number));
     BareComponent& made = *components_.back();
-    made.installBase = folder;
+    made.installBase = directory;
     session_.components.push_back(&made);
     session_.capabilities["EXAMPLE_" + to_string(number) + "_ECLIPSE_PLUGIN"] = &made;
 
@@ -131,9 +131,9 @@ InstallSession::InstallSession(std::size_t record_count) {
     made.files.push_back("etc\\eclipse\\plugins.txt\r\n");
     input_bytes_ += bytes_of(made.files);
   }
-  components_[0]->package.prefix = folder + "/ide";
+  components_[0]->package.prefix = directory + "/ide";
   components_[0]->files[record_count / 2] = executable_name;
-  write_file(folder + "/ide/" + std::string(executable_name), "");
+  write_file(directory + "/ide/" + std::string(executable_name), "");
   session_.capabilities["EXAMPLE_ECLIPSE_IDE"] = components_[0].get();
   session_.variables = {
       {"KORU_MODE", "install"}, {"ECLIPSE_INTEGRATION_CHOICE", "internal"}, {"ECLIPSE_BIN", std::string(executable_name)}};

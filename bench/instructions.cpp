@@ -9,7 +9,7 @@
 #include <stdexcept>
 
 #include "bench/inputs.h"
-#include "bench/work_folder.h"
+#include "bench/work_directory.h"
 #include "exports/exports.h"
 
 using namespace bench;
@@ -33,10 +33,10 @@ void scan() {
 }
 
 void descriptor() {
-  const std::string folder = "product/opt/example/suite-1.4/components/component-1";
-  write_file(folder + "/etc/eclipse/plugins.txt", descriptor_text(records(1000, Orders::many_numbers)));
+  const std::string directory = "product/opt/example/suite-1.4/components/component-1";
+  write_file(directory + "/etc/eclipse/plugins.txt", descriptor_text(records(1000, Orders::many_numbers)));
   std::vector<plugin_config> read;
-  count([&] { plug_in().process_file({folder, "etc/eclipse/plugins.txt"}, read); });
+  count([&] { plug_in().process_file({directory, "etc/eclipse/plugins.txt"}, read); });
   if (read.size() != 1000) throw std::logic_error("not all records were read");
 }
 
@@ -54,7 +54,7 @@ void lists() {
 int main(int argc, char** argv) try {
   const std::map<std::string, void (*)()> cases = {{"scan", scan}, {"descriptor", descriptor}, {"lists", lists}};
   plug_in();  // loaded before anything is counted
-  const WorkFolder folder;
+  const WorkDirectory directory;
   cases.at(argc == 2 ? argv[1] : "")();
   return 0;
 } catch (const std::exception& error) {

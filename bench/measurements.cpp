@@ -18,7 +18,7 @@
 
 #include "bench/inputs.h"
 #include "bench/memory.h"
-#include "bench/work_folder.h"
+#include "bench/work_directory.h"
 #include "exports/exports.h"
 
 using namespace bench;
@@ -96,11 +96,11 @@ struct Records {
 
 class ReadText {
  public:
-  explicit ReadText(std::string text) : text_(std::move(text)) { write_file(folder_ + "/" + name_, text_); }
+  explicit ReadText(std::string text) : text_(std::move(text)) { write_file(directory_ + "/" + name_, text_); }
 
   Records run(const exports::Table& library) const {
     Records records;
-    library.process_file({folder_, name_}, records.list);
+    library.process_file({directory_, name_}, records.list);
     return records;
   }
 
@@ -108,7 +108,7 @@ class ReadText {
 
  protected:
   std::string text_;
-  std::string folder_ = "product/opt/example/suite-1.4/components/component-1";
+  std::string directory_ = "product/opt/example/suite-1.4/components/component-1";
   std::string name_ = "etc/eclipse/" + std::to_string(text_.size()) + ".txt";
 };
 
@@ -122,7 +122,7 @@ class ReadDescriptor : public ReadText {
     Records records;
     records.list.reserve(pieces_.size());
     for (const plugin_config& piece : pieces_) {
-      records.list.push_back({piece.repository, piece.feature, piece.extra, piece.order, folder_});
+      records.list.push_back({piece.repository, piece.feature, piece.extra, piece.order, directory_});
     }
     return records;
   }
@@ -321,7 +321,7 @@ void register_director(const char* name, std::size_t size) {
   register_one(std::string(name) + "/floor/" + std::to_string(size), [](benchmark::State& state) {
     if (!std::filesystem::exists("instance")) {
       // A copy of its own, since others may use the instance at the same time. Its first start fills its caches.
-      std::filesystem::copy(ECLIPSE_INT_DIRECTOR_FOLDER "/instance", "instance", std::filesystem::copy_options::recursive);
+      std::filesystem::copy(ECLIPSE_INT_INSTANCE_DIRECTORY "/instance", "instance", std::filesystem::copy_options::recursive);
       start_director();
     }
     for (auto _ : state) {
@@ -354,7 +354,7 @@ int main(int argc, char** argv) try {
   // anew each time, which costs as much as the work.
   mallopt(M_TRIM_THRESHOLD, INT_MAX);
   mallopt(M_MMAP_THRESHOLD, INT_MAX);
-  const WorkFolder folder;
+  const WorkDirectory directory;
   register_all();
   benchmark::RunSpecifiedBenchmarks();
   return 0;

@@ -1,20 +1,20 @@
 # What an installation holds, and the packages made of it.
 include(CMakePackageConfigHelpers)
 
-set(ECLIPSE_INT_CMAKE_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/eclipse_int)
+set(ECLIPSE_INT_CMAKE_DIRECTORY ${CMAKE_INSTALL_LIBDIR}/cmake/eclipse_int)
 
 install(TARGETS eclipse_int eclipse_int_headers EXPORT eclipse_int
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/eclipse_int DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT eclipse_int NAMESPACE eclipse_int:: FILE eclipse_int-targets.cmake DESTINATION ${ECLIPSE_INT_CMAKE_FOLDER})
+install(EXPORT eclipse_int NAMESPACE eclipse_int:: FILE eclipse_int-targets.cmake DESTINATION ${ECLIPSE_INT_CMAKE_DIRECTORY})
 configure_package_config_file(cmake/eclipse_int-config.cmake.in ${PROJECT_BINARY_DIR}/generated/eclipse_int-config.cmake
-  INSTALL_DESTINATION ${ECLIPSE_INT_CMAKE_FOLDER} NO_SET_AND_CHECK_MACRO)
+  INSTALL_DESTINATION ${ECLIPSE_INT_CMAKE_DIRECTORY} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/generated/eclipse_int-config-version.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES
   ${PROJECT_BINARY_DIR}/generated/eclipse_int-config.cmake
   ${PROJECT_BINARY_DIR}/generated/eclipse_int-config-version.cmake
-  DESTINATION ${ECLIPSE_INT_CMAKE_FOLDER})
+  DESTINATION ${ECLIPSE_INT_CMAKE_DIRECTORY})
 
 if(ECLIPSE_INT_BUILD_COMMAND)
   install(TARGETS eclipse-int RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

@@ -23,7 +23,7 @@ constexpr std::size_t deepest_level = 64;
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
 [[noreturn]] void fault_of_file(const std::filesystem::path& file, const std::string& message) {
-  throw FileFault(file.string() + ": " + message);
+  throw FileError(file.string() + ": " + message);
 }
 
 std::string read_text(const std::filesystem::path& file) {
@@ -121,15 +121,15 @@ class SyntaxError {
   bool is_about_token() const { return is_token_; }
 
   std::string message() const {
-    static const std::map<std::string_view, std::string_view> mends = {
+    static const std::map<std::string_view, std::string_view> fixes = {
         {"string literal", "a key in double quotes belongs here, and no comma after the last member"},
         {"'[', '{', or a literal", "a value belongs here, and no comma after the last one"},
         {"'}'", "a comma or '}' belongs here"},
         {"']'", "a comma or ']' belongs here"},
         {"':'", "a ':' belongs between key and value"},
         {"end of input", "the document is complete before this"}};
-    const auto mend = mends.find(expected_);
-    if (mend != mends.end()) return "syntax error, " + found_ + "; " + std::string(mend->second);
+    const auto fix = fixes.find(expected_);
+    if (fix != fixes.end()) return "syntax error, " + found_ + "; " + std::string(fix->second);
     if (found_ == "invalid literal")
       return "syntax error, " + found_ + "; write texts in double quotes, else true, false or null";
     return "syntax error, " + found_ + "; correct the text here";
@@ -309,7 +309,7 @@ std::size_t distance(std::string_view from, std::string_view to) {
   return row.back();
 }
 
-std::string mend_of_unknown_key(std::string_view key, std::initializer_list<std::string_view> keys) {
+std::string fix_of_unknown_key(std::string_view key, std::initializer_list<std::string_view> keys) {
   const auto is_nearer = [&](std::string_view a, std::string_view b) { return distance(key, a) < distance(key, b); };
   const std::string_view nearest = *std::min_element(keys.begin(), keys.end(), is_nearer);
   if (distance(key, nearest) <= std::max<std::size_t>(1, nearest.size() / 3)) return "did you mean " + in_quotes(nearest) + "?";
@@ -335,7 +335,7 @@ JsonElement JsonDocument::root() const { return {*this, root_, ""}; }
 
 void JsonDocument::fault(std::size_t offset, const std::string& place, const std::string& message) const {
   const Position position = position_of(text_, offset);
-  throw FileFault(file_.string() + ":" + std::to_string(position.line) + ":" + std::to_string(position.column) + ": " +
+  throw FileError(file_.string() + ":" + std::to_string(position.line) + ":" + std::to_string(position.column) + ": " +
                   (place.empty() ? "document" : place) + ": " + message);
 }
 
@@ -370,7 +370,7 @@ std::vector<JsonElement> JsonElement::members() const {
 void JsonElement::allow_keys(std::initializer_list<std::string_view> keys) const {
   for (const JsonElement& member : members()) {
     if (std::find(keys.begin(), keys.end(), member.key()) != keys.end()) continue;
-    member.fault_at_key("unknown key; " + mend_of_unknown_key(member.key(), keys));
+    member.fault_at_key("unknown key; " + fix_of_unknown_key(member.key(), keys));
   }
 }
 

@@ -31,13 +31,13 @@ class JsonElement;
 /// A JSON file with // and /* */ comments. The keys of an object differ from each other, and no text or key holds a zero byte.
 class JsonDocument {
  public:
-  /// Reads a regular file. Throws FileFault.
+  /// Reads a regular file. Throws FileError.
   explicit JsonDocument(const std::filesystem::path& file);
 
   /// The outermost value. It refers to this document.
   JsonElement root() const;
 
-  /// Throws the FileFault for the byte at `offset`.
+  /// Throws the FileError for the byte at `offset`.
   [[noreturn]] void fault(std::size_t offset, const std::string& place, const std::string& message) const;
 
  private:
@@ -46,7 +46,7 @@ class JsonDocument {
   JsonValue root_;
 };
 
-/// A value and its place. Whatever is asked of it and does not hold is thrown as a FileFault.
+/// A value and its place. Whatever is asked of it and does not hold is thrown as a FileError.
 class JsonElement {
  public:
   JsonElement(const JsonDocument& document, const JsonValue& value, std::string place);

@@ -24,7 +24,7 @@ constexpr const char* examples =
     "  eclipse-int lint tools/etc/eclipse/tools.txt\n"
     "      Check a descriptor file by itself.\n"
     "  eclipse-int lint tools\n"
-    "      Check a component in its folder, and look into the update sites below it. In a folder of components,\n"
+    "      Check a component in its directory, and look into the update sites below it. In a directory of components,\n"
     "      check each of them by itself.\n"
     "  eclipse-int lint install.json --overrides lint-overrides.json\n"
     "      Check a whole session, and set aside what is right as it is, each with its reason:\n"
@@ -70,7 +70,7 @@ void mention_unused(const Settings& settings, const Findings& findings) {
   for (const Override& entry : settings.overrides) {
     const auto is_for = [&](const Finding& finding) { return applies(entry, finding); };
     if (settings.disabled.count(entry.rule) != 0 || std::any_of(findings.begin(), findings.end(), is_for)) continue;
-    complain(entry.place + ": note: no finding of " + entry.rule + " in these inputs is set aside by this override");
+    print_message(entry.location + ": note: no finding of " + entry.rule + " in these inputs is set aside by this override");
   }
 }
 
@@ -85,8 +85,8 @@ int perform(const LintOptions& options) {
     try {
       const Findings more = lint(library, sites, input, settings);
       findings.insert(findings.end(), more.begin(), more.end());
-    } catch (const eclipse_base::FileFault& fault) {
-      complain(fault.what());
+    } catch (const eclipse_base::FileError& fault) {
+      print_message(fault.what());
       status = 2;
     }
   }
@@ -104,7 +104,7 @@ Subcommand add_lint(CLI::App& program) {
   CLI::App* const parser = program.add_subcommand(
       "lint", "Find mistakes in descriptor files, components and sessions, which the plug-in passes over in silence");
   const auto options = std::make_shared<LintOptions>();
-  parser->add_option("INPUT", options->inputs, "Descriptor files, folders of components, session files (.json)")
+  parser->add_option("INPUT", options->inputs, "Descriptor files, directories of components, session files (.json)")
       ->required()
       ->option_text("...");
   parser->add_option("--format", options->format, "How to print the findings: text, json or sarif; text without it")

@@ -9,7 +9,7 @@ namespace eclipse_cli {
 
 LogFile::LogFile(const std::string& file) : file_(file), stream_(file, std::ios::binary | std::ios::trunc) {
   if (stream_) return;
-  throw eclipse_base::FileFault(file + ": cannot be opened for the log: " + std::strerror(errno) +
+  throw eclipse_base::FileError(file + ": cannot be opened for the log: " + std::strerror(errno) +
                                 "; give the path of a file that can be written");
 }
 
@@ -19,7 +19,7 @@ void LogFile::write(const std::string& line) {
 
 void LogFile::check() const {
   if (error_ == 0) return;
-  throw eclipse_base::FileFault(file_ + ": the log is not complete: " + std::strerror(error_) + "; give it another place");
+  throw eclipse_base::FileError(file_ + ": the log is not complete: " + std::strerror(error_) + "; give it another place");
 }
 
 }  // namespace eclipse_cli

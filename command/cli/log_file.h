@@ -9,13 +9,13 @@ namespace eclipse_cli {
 
 class LogFile {
  public:
-  /// Opens the file and empties it. Throws FileFault.
+  /// Opens the file and empties it. Throws FileError.
   explicit LogFile(const std::string& file);
 
   /// Appends a line, which stands in the file when this returns.
   void write(const std::string& line);
 
-  /// Throws FileFault when a line could not be written.
+  /// Throws FileError when a line could not be written.
   void check() const;
 
  private:

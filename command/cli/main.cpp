@@ -58,7 +58,7 @@ int main(int argc, char** argv) {
   try {
     status = run_program(argc, argv);
   } catch (const std::exception& error) {
-    eclipse_cli::complain(error.what());
+    eclipse_cli::print_message(error.what());
   }
   return eclipse_cli::with_output_written(status);
 }

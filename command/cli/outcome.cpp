@@ -23,7 +23,7 @@ using Variables = std::map<std::string, std::string>;
 /// What a director command asks for, read from its text.
 struct Request {
   bool removal;
-  std::string instance;               ///< the folder of the executable
+  std::string instance;               ///< the directory of the executable
   std::vector<std::string> features;  ///< those of the first list: what stands behind it in the retry of a removal repeats one
 };
 

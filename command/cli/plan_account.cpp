@@ -58,16 +58,16 @@ std::string why_none(const Plan& plan) {
 }
 
 std::string reason_for(const PlannedComponent& component, bool is_removal) {
-  switch (component.fate) {
-    case ComponentFate::not_reached:
+  switch (component.status) {
+    case ComponentStatus::not_reached:
       return "no component is searched";
-    case ComponentFate::no_code:
+    case ComponentStatus::no_code:
       return "it has no code";
-    case ComponentFate::not_selected:
+    case ComponentStatus::not_selected:
       return is_removal ? "it is not selected to be removed" : "it is not selected to be installed";
-    case ComponentFate::no_package:
+    case ComponentStatus::no_package:
       return "it has no package";
-    case ComponentFate::taken:
+    case ComponentStatus::taken:
       break;
   }
   return component.descriptors.empty() ? "its package lists no descriptor file"
@@ -77,7 +77,7 @@ std::string reason_for(const PlannedComponent& component, bool is_removal) {
 std::string components_of(const Plan& plan) {
   Table table;
   for (const PlannedComponent& component : plan.components) {
-    const bool taken = component.fate == ComponentFate::taken;
+    const bool taken = component.status == ComponentStatus::taken;
     table.add({component.code, taken ? "taken" : "skipped", reason_for(component, plan.is_removal)});
     for (const PlannedDescriptor& descriptor : component.descriptors) {
       table.add(
@@ -116,11 +116,11 @@ std::string features_of(const Plan& plan) {
 std::string idle_records_of(const Plan& plan) {
   std::string text;
   for (const PlannedRecord& record : plan.records) {
-    if (record.fate == RecordFate::listed) continue;
+    if (record.status == RecordStatus::listed) continue;
     text += "  " + on_one_line(record.place()) + ": ";
-    if (record.fate == RecordFate::no_repository) {
+    if (record.status == RecordStatus::no_repository) {
       text += "has no repository, so the line is passed over\n";
-    } else if (record.fate == RecordFate::no_feature) {
+    } else if (record.status == RecordStatus::no_feature) {
       text += "has no feature, so the line only takes slot " + std::to_string(record.slot) + " and adds its repository\n";
     } else {
       text +=
@@ -138,7 +138,7 @@ std::string repositories_of(const Plan& plan) {
 
 std::string shown_byte(const std::string& text, std::size_t offset) {
   const std::string byte = text.substr(offset, 1);
-  return byte == " " ? "blank" : on_one_line(byte);
+  return byte == " " ? "space" : on_one_line(byte);
 }
 
 /// Of a long text the shell may make thousands of words.

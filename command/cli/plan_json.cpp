@@ -22,31 +22,31 @@ Json list_of(const Items& items, const Convert& convert) {
   return list;
 }
 
-const char* name_of(ComponentFate fate) {
-  switch (fate) {
-    case ComponentFate::not_reached:
+const char* name_of(ComponentStatus status) {
+  switch (status) {
+    case ComponentStatus::not_reached:
       return "not reached";
-    case ComponentFate::no_code:
+    case ComponentStatus::no_code:
       return "no code";
-    case ComponentFate::not_selected:
+    case ComponentStatus::not_selected:
       return "not selected";
-    case ComponentFate::no_package:
+    case ComponentStatus::no_package:
       return "no package";
-    case ComponentFate::taken:
+    case ComponentStatus::taken:
       break;
   }
   return "taken";
 }
 
-const char* name_of(RecordFate fate) {
-  switch (fate) {
-    case RecordFate::repeated:
+const char* name_of(RecordStatus status) {
+  switch (status) {
+    case RecordStatus::repeated:
       return "repeated";
-    case RecordFate::no_feature:
+    case RecordStatus::no_feature:
       return "no feature";
-    case RecordFate::no_repository:
+    case RecordStatus::no_repository:
       return "no repository";
-    case RecordFate::listed:
+    case RecordStatus::listed:
       break;
   }
   return "listed";
@@ -69,8 +69,9 @@ Json component_json(const PlannedComponent& component) {
   const auto descriptor = [](const PlannedDescriptor& file) {
     return Json{{"path", file.path}, {"exists", file.exists}, {"records", file.records}};
   };
-  return {
-      {"code", component.code}, {"fate", name_of(component.fate)}, {"descriptors", list_of(component.descriptors, descriptor)}};
+  return {{"code", component.code},
+          {"status", name_of(component.status)},
+          {"descriptors", list_of(component.descriptors, descriptor)}};
 }
 
 Json record_json(const PlannedRecord& record) {
@@ -82,8 +83,8 @@ Json record_json(const PlannedRecord& record) {
   json["feature"] = config.feature;
   json["extra"] = config.extra;
   json["order"] = config.order;
-  json["fate"] = name_of(record.fate);
-  if (record.fate == RecordFate::no_repository) return json;
+  json["status"] = name_of(record.status);
+  if (record.status == RecordStatus::no_repository) return json;
   json["url"] = record.repository;
   json["slot"] = record.slot;
   json["wantedSlot"] = record.wanted_slot;

@@ -13,9 +13,9 @@ namespace eclipse_cli {
 ///   actions: [{name, variables: [{name, value}]}]
 ///   version: {version, minimum, supported, reason, numbersSayOtherwise}, only when it is checked
 ///   executable: of the instance; everyComponent: whether they are all searched, selected or not
-///   components: [{code, fate, descriptors: [{path, exists, records}]}], with the fate "taken", "not reached", "no code",
+///   components: [{code, status, descriptors: [{path, exists, records}]}], with the status "taken", "not reached", "no code",
 ///     "not selected" or "no package"
-///   records: [{file, line, repository, feature, extra, order, fate, url, slot, wantedSlot}], with the fate "listed",
+///   records: [{file, line, repository, feature, extra, order, status, url, slot, wantedSlot}], with the status "listed",
 ///     "repeated", "no feature" or "no repository" (then the last three are missing)
 ///   features: [text], in install order; repositories: [text]
 ///   command: what is run first, null when nothing is; reasons: [text], why nothing is

@@ -42,7 +42,7 @@ bool is_missing(const std::string& file) {
 }
 
 [[noreturn]] void refuse(const std::string& option, const std::string& output, const std::string& used) {
-  throw FileFault(output + ": " + option + " would overwrite " + used + ", which is used in this run; give it another file");
+  throw FileError(output + ": " + option + " would overwrite " + used + ", which is used in this run; give it another file");
 }
 
 void refuse_same(const std::string& option, const std::string& output, const std::optional<std::string>& input) {
@@ -63,8 +63,8 @@ bool is_written(const std::function<void()>& write) {
   try {
     write();
     return true;
-  } catch (const FileFault& fault) {
-    complain(fault.what());
+  } catch (const FileError& fault) {
+    print_message(fault.what());
     return false;
   }
 }
@@ -105,8 +105,8 @@ void SessionCommand::read_variables() {
 /// A session file always says its mode.
 void SessionCommand::note_mode_of_variables(const std::string& mode) const {
   if (mode == session_.variable("KORU_MODE")) return;
-  complain("note: " + *options_.variables + ": KORU_MODE is \"" + on_one_line(mode) +
-           "\" there and is not used; the mode is that of the session file, or of --set KORU_MODE=...");
+  print_message("note: " + *options_.variables + ": KORU_MODE is \"" + on_one_line(mode) +
+                "\" there and is not used; the mode is that of the session file, or of --set KORU_MODE=...");
 }
 
 /// Finds out before the run whether what is to be written can be, and is not read at the same time.
@@ -170,7 +170,7 @@ void SessionCommand::tell_interruption(Account& account, const RunSoFar& so_far,
 
 /// A run breaks off only when the host itself fails, as for want of memory.
 void SessionCommand::tell_break(const RunSoFar& so_far, const std::string& reason) const {
-  complain("the run broke off: " + reason);
+  print_message("the run broke off: " + reason);
   if (options_.json) print_json(std::cout, broken_off_json(so_far, reason, session_.variables));
 }
 

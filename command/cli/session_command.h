@@ -30,7 +30,7 @@ struct Supplement {
 
 class SessionCommand {
  public:
-  /// Reads the session and the variables. Throws FileFault.
+  /// Reads the session and the variables. Throws FileError.
   explicit SessionCommand(const SessionOptions& options);
 
   const eclipse_host::Session& session() const { return session_; }
@@ -42,7 +42,7 @@ class SessionCommand {
   eclipse_host::Plugin load_plugin() const;
 
   /// Performs the session, gives account of it on standard output and writes what the options ask for. Returns the exit status.
-  /// Throws FileFault, PluginError and CLI::ValidationError before anything is run. A signal that asks this program to end ends
+  /// Throws FileError, PluginError and CLI::ValidationError before anything is run. A signal that asks this program to end ends
   /// the run, and account is given of what is known by then; one that comes when the run is done changes nothing.
   int perform(const Performance& performance, const std::optional<Supplement>& supplement = std::nullopt);
 

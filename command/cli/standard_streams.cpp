@@ -21,7 +21,7 @@ void prepare_standard_streams() {
   std::signal(SIGCHLD, SIG_DFL);
 }
 
-void complain(std::string_view message) { std::cerr << "eclipse-int: " << message << std::endl; }
+void print_message(std::string_view message) { std::cerr << "eclipse-int: " << message << std::endl; }
 
 bool output_is_coloured() {
   const char* const no_colour = std::getenv("NO_COLOR");
@@ -31,7 +31,7 @@ bool output_is_coloured() {
 int with_output_written(int status) {
   std::cout.flush();
   if (std::cout) return status;
-  complain("standard output cannot be written; what is missing there was found or done all the same");
+  print_message("standard output cannot be written; what is missing there was found or done all the same");
   return status == 0 ? 2 : status;
 }
 

@@ -11,7 +11,7 @@ namespace eclipse_cli {
 void prepare_standard_streams();
 
 /// Reports a fault or a warning on standard error.
-void complain(std::string_view message);
+void print_message(std::string_view message);
 
 /// True when standard output is a terminal and the user has not asked for no colours with NO_COLOR.
 bool output_is_coloured();

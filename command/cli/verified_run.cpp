@@ -57,7 +57,7 @@ void VerifiedRun::ask_before() {
   try {
     before_ = verify(plan_, Interruption::checking({}).command_progress);
     warn_of_removal();
-  } catch (const InstanceFault& fault) {
+  } catch (const InstanceError& fault) {
     faults_.push_back(std::string("before the run, ") + fault.what());
   }
 }
@@ -65,22 +65,22 @@ void VerifiedRun::ask_before() {
 /// Told before the run, while it can still be stopped.
 void VerifiedRun::warn_of_removal() const {
   for (const CheckedUnit& checked : before_->not_there()) {
-    complain("warning: " + on_one_line(text_of(checked.unit)) + " (" + on_one_line(checked.places.front()) +
-             ") is not installed" +
-             (before_->knows_all() ? ", so the director removes none of the units"
-                                   : " by name; if it did not come along with another unit either, the director removes none"));
+    print_message(
+        "warning: " + on_one_line(text_of(checked.unit)) + " (" + on_one_line(checked.places.front()) + ") is not installed" +
+        (before_->knows_all() ? ", so the director removes none of the units"
+                              : " by name; if it did not come along with another unit either, the director removes none"));
   }
   for (const CheckedUnit& checked : before_->staying()) {
-    complain("warning: " + on_one_line(text_of(checked.unit)) + " (" + on_one_line(checked.places.front()) +
-             ") is required by " + on_one_line(checked.required_by.front()) +
-             ", so the director leaves it there, also when it succeeds");
+    print_message("warning: " + on_one_line(text_of(checked.unit)) + " (" + on_one_line(checked.places.front()) +
+                  ") is required by " + on_one_line(checked.required_by.front()) +
+                  ", so the director leaves it there, also when it succeeds");
   }
 }
 
 RunObserver VerifiedRun::explaining(const RunObserver& observer) {
   RunObserver explaining = observer;
   explaining.on_command = [this, told = observer.on_command](const std::string& command) {
-    logs_.emplace(eclipse_p2::instance_folder(plan_.executable));
+    logs_.emplace(eclipse_p2::instance_directory(plan_.executable));
     told(command);
   };
   explaining.on_command_end = [this, told = observer.on_command_end](const CommandRecord& record) {
@@ -102,7 +102,7 @@ void VerifiedRun::ask_after() {
     after_ = verify(plan_, Interruption::checking({}).command_progress);
   } catch (const Interrupted& interrupted) {
     faults_.push_back("after the run, " + interrupted.name() + " ended the question for what is installed");
-  } catch (const InstanceFault& fault) {
+  } catch (const InstanceError& fault) {
     faults_.push_back(std::string("after the run, ") + fault.what());
   }
 }

@@ -36,8 +36,8 @@ constexpr const char* exit_status =
 
 /// A run that does not get to its command leaves the instance as it is. Why it does not may be a fault.
 int without_command(const Plan& plan, bool json) {
-  if (!plan.refusal.empty()) throw eclipse_p2::InstanceFault("the run would be refused: " + plan.refusal);
-  if (plan.lacks_instance) throw eclipse_p2::InstanceFault(no_instance + reasons_of(plan, "  "));
+  if (!plan.refusal.empty()) throw eclipse_p2::InstanceError("the run would be refused: " + plan.refusal);
+  if (plan.lacks_instance) throw eclipse_p2::InstanceError(no_instance + reasons_of(plan, "  "));
   if (json) {
     print_json(
         std::cout,
@@ -73,7 +73,7 @@ int perform(const SessionOptions& options) {
   try {
     return perform_to_the_end(options);
   } catch (const Interrupted& interrupted) {
-    complain("interrupted by " + interrupted.name() + "; the director that was asked has been ended");
+    print_message("interrupted by " + interrupted.name() + "; the director that was asked has been ended");
     return interrupted.exit_status();
   }
 }

@@ -20,7 +20,7 @@ std::string_view name_of(Severity severity);
 std::optional<Severity> severity_called(std::string_view name);
 
 /// A stretch of a line.
-struct Place {
+struct Location {
   std::string file;
   std::size_t line = 0;    ///< from 1; 0 means the file as a whole
   std::size_t column = 0;  ///< in bytes, from 1, a tab being one of them
@@ -31,9 +31,9 @@ struct Place {
 struct Finding {
   const Rule* rule;
   Severity severity;
-  Place place;
+  Location location;
   std::string message;
-  std::string mend;
+  std::string fix;
   std::optional<std::string> reason;  ///< why an override sets it aside
 };
 

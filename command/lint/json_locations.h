@@ -10,13 +10,13 @@
 
 namespace eclipse_lint {
 
-class JsonPlaces {
+class JsonLocations {
  public:
-  JsonPlaces(std::string file, std::string content);
+  JsonLocations(std::string file, std::string content);
 
   /// Of the value that begins at `offset`, as far as it reaches in its first line. The line itself is left out: there are many
   /// places, and the whole file may be one line.
-  Place place(std::size_t offset) const;
+  Location location(std::size_t offset) const;
 
   /// A line by its number, from 1, without its line feed.
   std::string line(std::size_t number) const;

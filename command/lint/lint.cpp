@@ -7,8 +7,8 @@
 #include <tuple>
 
 #include "base/json_document.h"
+#include "lint/input.h"
 #include "lint/json_locations.h"
-#include "lint/product.h"
 #include "lint/rule.h"
 
 using namespace eclipse_base;
@@ -22,10 +22,10 @@ namespace eclipse_lint {
 
 namespace {
 
-/// By place, at one place in the order of the rules. Two that are equal in all of this say the same.
+/// By location, at one place in the order of the rules. Two that are equal in all of this say the same.
 auto key_of(const Finding& finding) {
-  const Place& place = finding.place;
-  return std::tie(place.file, place.line, place.column, finding.rule, finding.message);
+  const Location& location = finding.location;
+  return std::tie(location.file, location.line, location.column, finding.rule, finding.message);
 }
 
 bool comes_before(const Finding& one, const Finding& other) { return key_of(one) < key_of(other); }
@@ -64,17 +64,17 @@ Override read_override(const JsonElement& element, const std::string& text) {
   return entry;
 }
 
-void check(const Product& product, const Settings& settings, Findings& findings) {
+void check(const Input& input, const Settings& settings, Findings& findings) {
   for (const Rule& rule : rules()) {
     if (settings.disabled.count(std::string(rule.name)) != 0) continue;
-    if (product.is_removal() && !rule.concerns_removals) continue;
+    if (input.is_removal() && !rule.concerns_removals) continue;
     Reporter reporter(rule, findings);
-    rule.check(product, reporter);
+    rule.check(input, reporter);
   }
-  if (!product.session) return;
+  if (!input.session) return;
   for (Finding& finding : findings) {
-    const bool stands_in_session = finding.place.file == product.session->mode.file && finding.place.line != 0;
-    if (stands_in_session) finding.place.text = product.session->places.line(finding.place.line);
+    const bool stands_in_session = finding.location.file == input.session->mode.file && finding.location.line != 0;
+    if (stands_in_session) finding.location.text = input.session->places.line(finding.location.line);
   }
 }
 
@@ -83,13 +83,13 @@ void leave_out_covered(Findings& findings) {
   std::set<std::pair<std::string, std::size_t>> lines;
   std::set<std::string> files;
   for (const Finding& finding : findings) {
-    if (finding.rule->covers == Covers::file) files.insert(finding.place.file);
-    if (finding.rule->covers == Covers::line) lines.emplace(finding.place.file, finding.place.line);
+    if (finding.rule->supersedes == Supersedes::file) files.insert(finding.location.file);
+    if (finding.rule->supersedes == Supersedes::line) lines.emplace(finding.location.file, finding.location.line);
   }
   std::erase_if(findings, [&](const Finding& finding) {
-    const Covers covers = finding.rule->covers;
-    if (covers != Covers::file && files.count(finding.place.file) != 0) return true;
-    return covers == Covers::place && lines.count({finding.place.file, finding.place.line}) != 0;
+    const Supersedes supersedes = finding.rule->supersedes;
+    if (supersedes != Supersedes::file && files.count(finding.location.file) != 0) return true;
+    return supersedes == Supersedes::nothing && lines.count({finding.location.file, finding.location.line}) != 0;
   });
 }
 
@@ -97,8 +97,8 @@ void leave_out_covered(Findings& findings) {
 
 bool applies(const Override& entry, const Finding& finding) {
   if (entry.rule != finding.rule->name) return false;
-  if (entry.file && !ends_with_path(finding.place.file, *entry.file)) return false;
-  return !entry.line || *entry.line == finding.place.line;
+  if (entry.file && !ends_with_path(finding.location.file, *entry.file)) return false;
+  return !entry.line || *entry.line == finding.location.line;
 }
 
 std::vector<Override> read_overrides(const fs::path& file) {
@@ -106,18 +106,18 @@ std::vector<Override> read_overrides(const fs::path& file) {
   std::ostringstream content;
   content << std::ifstream(file, std::ios::binary).rdbuf();
   const std::string text = std::move(content).str();
-  const JsonPlaces places(file.string(), text);
+  const JsonLocations locations(file.string(), text);
   std::vector<Override> overrides;
   for (const JsonElement& element : document.root().items()) {
     overrides.push_back(read_override(element, text));
-    overrides.back().place = file.string() + ":" + std::to_string(places.place(element.offset()).line);
+    overrides.back().location = file.string() + ":" + std::to_string(locations.location(element.offset()).line);
   }
   return overrides;
 }
 
-Findings lint(const Library& library, Sites& sites, const fs::path& input, const Settings& settings) {
+Findings lint(const Library& library, Sites& sites, const fs::path& path, const Settings& settings) {
   Findings findings;
-  for (const auto& product : read_products(library, sites, input)) check(*product, settings, findings);
+  for (const auto& input : read_inputs(library, sites, path)) check(*input, settings, findings);
   leave_out_covered(findings);
   std::sort(findings.begin(), findings.end(), comes_before);
   // A file that is listed twice is read twice.

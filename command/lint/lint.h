@@ -20,13 +20,13 @@ struct Override {
   std::optional<std::string> file;  ///< a path or the end of one
   std::optional<std::size_t> line;
   std::string reason;
-  std::string place = {};  ///< "FILE:LINE", where it is written
+  std::string location = {};  ///< "FILE:LINE", where it is written
 };
 
 /// Whether an override is for a finding. Of several, the first one counts.
 bool applies(const Override& entry, const Finding& finding);
 
-/// Reads a file of overrides: a JSON list of {"rule", "file" (optional), "line" (optional), "reason"}. Throws FileFault.
+/// Reads a file of overrides: a JSON list of {"rule", "file" (optional), "line" (optional), "reason"}. Throws FileError.
 std::vector<Override> read_overrides(const std::filesystem::path& file);
 
 struct Settings {
@@ -34,9 +34,9 @@ struct Settings {
   std::vector<Override> overrides;
 };
 
-/// The findings in a descriptor file, the components in a folder, or a session file (.json), in the order of files and places,
-/// with the reason in those that are set aside. Throws FileFault when the input is none of the three.
-Findings lint(const eclipse_dry_run::Library& library, eclipse_p2::Sites& sites, const std::filesystem::path& input,
+/// The findings in a descriptor file, the components in a directory, or a session file (.json), in the order of files and
+/// places, with the reason in those that are set aside. Throws FileError when the input is none of the three.
+Findings lint(const eclipse_dry_run::Library& library, eclipse_p2::Sites& sites, const std::filesystem::path& path,
               const Settings& settings = {});
 
 }  // namespace eclipse_lint

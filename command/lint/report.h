@@ -10,11 +10,11 @@
 
 namespace eclipse_lint {
 
-/// As compilers do: place, severity, message and rule, the line with a mark below it, then effect and mend. A tab shows as "→".
-/// Findings that are set aside are left out. Prints nothing when there are no others.
+/// As compilers do: location, severity, message and rule, the line with a mark below it, then effect and fix. A tab shows as
+/// "→". Findings that are set aside are left out. Prints nothing when there are no others.
 void print_text(std::ostream& out, const Findings& findings, bool in_colour);
 
-/// {findings: [{rule, severity, file, line, column, length, text, message, effect, mend, override}], counts: {error, warning,
+/// {findings: [{rule, severity, file, line, column, length, text, message, effect, fix, override}], counts: {error, warning,
 /// note, overridden}}. Columns and lengths are in bytes. What is not UTF-8 becomes U+FFFD.
 void print_json(std::ostream& out, const Findings& findings);
 

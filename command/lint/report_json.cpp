@@ -17,11 +17,11 @@ void print(std::ostream& out, const Json& document) {
 }
 
 Json finding_as_json(const Finding& finding) {
-  Json entry = {{"rule", finding.rule->name},     {"severity", name_of(finding.severity)},
-                {"file", finding.place.file},     {"line", finding.place.line},
-                {"column", finding.place.column}, {"length", finding.place.length},
-                {"text", finding.place.text},     {"message", finding.message},
-                {"effect", finding.rule->effect}, {"mend", finding.mend}};
+  Json entry = {{"rule", finding.rule->name},        {"severity", name_of(finding.severity)},
+                {"file", finding.location.file},     {"line", finding.location.line},
+                {"column", finding.location.column}, {"length", finding.location.length},
+                {"text", finding.location.text},     {"message", finding.message},
+                {"why", finding.rule->why},          {"fix", finding.fix}};
   if (finding.reason) entry["override"] = *finding.reason;
   return entry;
 }
@@ -42,16 +42,18 @@ std::string uri_of(const std::string& file) {
   return uri;
 }
 
-Json location_of(const Place& place) {
-  Json location = {{"artifactLocation", {{"uri", uri_of(place.file)}}}};
-  if (place.line != 0) {
-    const std::string_view text = place.text;
-    const std::size_t start = 1 + characters_in(text.substr(0, place.column - 1));
-    const std::size_t length = characters_in(text.substr(std::min(place.column - 1, text.size()), place.length));
-    location["region"] = {
-        {"startLine", place.line}, {"startColumn", start}, {"endColumn", start + length}, {"snippet", {{"text", place.text}}}};
+Json location_of(const Location& location) {
+  Json physical = {{"artifactLocation", {{"uri", uri_of(location.file)}}}};
+  if (location.line != 0) {
+    const std::string_view text = location.text;
+    const std::size_t start = 1 + characters_in(text.substr(0, location.column - 1));
+    const std::size_t length = characters_in(text.substr(std::min(location.column - 1, text.size()), location.length));
+    physical["region"] = {{"startLine", location.line},
+                          {"startColumn", start},
+                          {"endColumn", start + length},
+                          {"snippet", {{"text", location.text}}}};
   }
-  return {{"physicalLocation", location}};
+  return {{"physicalLocation", physical}};
 }
 
 Json result_of(const Finding& finding) {
@@ -59,8 +61,8 @@ Json result_of(const Finding& finding) {
       {"ruleId", finding.rule->name},
       {"ruleIndex", finding.rule - rules().data()},
       {"level", name_of(finding.severity)},
-      {"message", {{"text", finding.message + ". " + std::string(finding.rule->effect) + " Mend: " + finding.mend + "."}}},
-      {"locations", Json::array({location_of(finding.place)})}};
+      {"message", {{"text", finding.message + ". " + std::string(finding.rule->why) + " Fix: " + finding.fix + "."}}},
+      {"locations", Json::array({location_of(finding.location)})}};
   if (finding.reason) {
     result["suppressions"] = Json::array({{{"kind", "external"}, {"justification", *finding.reason}}});
   }
@@ -72,8 +74,8 @@ Json rules_as_json() {
   for (const Rule& rule : rules()) {
     all.push_back({{"id", rule.name},
                    {"shortDescription", {{"text", rule.title}}},
-                   {"fullDescription", {{"text", rule.effect}}},
-                   {"help", {{"text", "Mend: " + std::string(rule.mend)}}},
+                   {"fullDescription", {{"text", rule.why}}},
+                   {"help", {{"text", "Fix: " + std::string(rule.fix)}}},
                    {"defaultConfiguration", {{"level", name_of(rule.severity)}}}});
   }
   return all;

@@ -34,21 +34,21 @@ class Colours {
   bool are_on_;
 };
 
-std::string position_of(const Place& place) {
-  std::string position = shown_line(place.file) + ":";
-  if (place.line != 0) position += std::to_string(place.line) + ":" + std::to_string(place.column) + ":";
+std::string position_of(const Location& location) {
+  std::string position = shown_line(location.file) + ":";
+  if (location.line != 0) position += std::to_string(location.line) + ":" + std::to_string(location.column) + ":";
   return position;
 }
 
-/// The line, and below it a mark under the place. Of a long line only what surrounds the place is shown.
+/// The line, and below it a mark under the location. Of a long line only what surrounds the place is shown.
 void print_line(std::ostream& out, const Finding& finding, const Colours& colours) {
-  const Place& place = finding.place;
-  if (place.line == 0 || place.text.empty()) return;
-  const std::size_t start = place.column - 1 < longest_line / 2 ? 0 : place.column - 1 - longest_line / 4;
-  const std::string_view text = std::string_view(place.text).substr(start, longest_line);
-  const std::string_view before = std::string_view(place.text).substr(start, place.column - 1 - start);
-  const std::string_view marked = text.substr(std::min(before.size(), text.size()), place.length);
-  const std::string number = std::to_string(place.line);
+  const Location& location = finding.location;
+  if (location.line == 0 || location.text.empty()) return;
+  const std::size_t start = location.column - 1 < longest_line / 2 ? 0 : location.column - 1 - longest_line / 4;
+  const std::string_view text = std::string_view(location.text).substr(start, longest_line);
+  const std::string_view before = std::string_view(location.text).substr(start, location.column - 1 - start);
+  const std::string_view marked = text.substr(std::min(before.size(), text.size()), location.length);
+  const std::string number = std::to_string(location.line);
   const std::string margin = "  " + std::string(number.size(), ' ') + " | ";
   const std::size_t width = std::max<std::size_t>(characters_in(shown_line(marked)), 1);
   out << "  " << number << " | " << shown_line(text) << "\n"
@@ -57,12 +57,12 @@ void print_line(std::ostream& out, const Finding& finding, const Colours& colour
 }
 
 void print_finding(std::ostream& out, const Finding& finding, const Colours& colours) {
-  out << colours.bold(position_of(finding.place)) << " "
+  out << colours.bold(position_of(finding.location)) << " "
       << colours.of(finding.severity, std::string(name_of(finding.severity)) + ":") << " " << shown_line(finding.message)
       << " [" << finding.rule->name << "]\n";
   print_line(out, finding, colours);
-  out << "  " << colours.faint("effect:") << " " << finding.rule->effect << "\n"
-      << "  " << colours.faint("mend:") << " " << shown_line(finding.mend) << "\n";
+  out << "  " << colours.faint("why:") << " " << finding.rule->why << "\n"
+      << "  " << colours.faint("fix:") << " " << shown_line(finding.fix) << "\n";
 }
 
 /// A content as it is shown, line by line behind an indentation. Of a long one only the beginning.
@@ -79,7 +79,7 @@ void print_content(std::ostream& out, std::string_view content, const std::strin
 
 /// What has to be known of a sample's file beside its content.
 std::string remark_on(const SampleFile& file) {
-  if (file.name.ends_with('/')) return " (a folder)";
+  if (file.name.ends_with('/')) return " (a directory)";
   if (file.permissions == 0) return " (not readable)";
   if (!file.link_to.empty()) return " -> " + file.link_to;
   return "";
@@ -105,8 +105,8 @@ void print_rule(std::ostream& out, const Rule& rule, bool in_colour) {
   const Colours colours(in_colour);
   out << colours.bold(std::string(rule.name)) << " (" << colours.of(rule.severity, std::string(name_of(rule.severity)))
       << "): " << rule.title << "\n\n"
-      << colours.bold("What happens") << "\n  " << rule.effect << "\n\n"
-      << colours.bold("Mend") << "\n  " << rule.mend << "\n\n"
+      << colours.bold("What happens") << "\n  " << rule.why << "\n\n"
+      << colours.bold("Fix") << "\n  " << rule.fix << "\n\n"
       << colours.bold("Bad") << " (→ is a tab)\n";
   print_sample(out, rule.bad, "  ");
   out << "\n" << colours.bold("Good") << "\n";
@@ -129,8 +129,8 @@ void print_manual(std::ostream& out) {
   for (const Rule& rule : rules()) {
     out << "\n## " << rule.name << "\n\n"
         << "**" << name_of(rule.severity) << ":** " << rule.title << "\n\n"
-        << rule.effect << "\n\n"
-        << "*Mend:* " << rule.mend << "\n";
+        << rule.why << "\n\n"
+        << "*Fix:* " << rule.fix << "\n";
   }
 }
 

@@ -11,17 +11,17 @@
 
 namespace eclipse_lint {
 
-struct Product;
+struct Input;
 
 /// Takes the findings of one rule.
 class Reporter {
  public:
   Reporter(const Rule& rule, Findings& findings) : rule_(rule), findings_(findings) {}
 
-  void report(Place place, std::string message);
-  /// With a better mend than the rule's own.
-  void report(Place place, std::string message, std::string mend);
-  void report(Severity severity, Place place, std::string message, std::string mend);
+  void report(Location location, std::string message);
+  /// With a better fix than the rule's own.
+  void report(Location location, std::string message, std::string fix);
+  void report(Severity severity, Location location, std::string message, std::string fix);
 
  private:
   const Rule& rule_;
@@ -29,34 +29,38 @@ class Reporter {
 };
 
 struct SampleFile {
-  std::string name;  ///< with a "/" at its end for a folder
+  std::string name;  ///< with a "/" at its end for a directory
   std::string content = {};
   int permissions = 0644;
   std::string link_to = {};  ///< for a symbolic link
 };
 
-/// Something to lint: `input` names the one of `files` that is given to lint, or the folder that holds them.
+/// Something to lint: `input` names the one of `files` that is given to lint, or the directory that holds them.
 struct Sample {
   std::string input;
   std::vector<SampleFile> files;
 };
 
-/// What of a file a finding says all of, so that findings of other rules in it would only mislead.
-enum class Covers { place, line, file };
+/// How much of the file a finding supersedes: what other rules find there would only mislead.
+enum class Supersedes { nothing, line, file };
+
+/// What a rule is about.
+enum class Group { files, lines, repositories, features, orders, eclipse, session, removal };
 
 struct Rule {
   std::string_view name;
+  Group group;
   Severity severity;
-  std::string_view title;   ///< what is wrong
-  std::string_view effect;  ///< what the plug-in, the shell or the director makes of it
-  std::string_view mend;    ///< what to do
-  Sample bad;               ///< has a finding of this rule
-  Sample good;              ///< has none of any rule's
-  void (*check)(const Product& product, Reporter& reporter);
+  std::string_view title;  ///< what is wrong
+  std::string_view why;    ///< what the plug-in, the shell or the director makes of it
+  std::string_view fix;    ///< what to do
+  Sample bad;              ///< has a finding of this rule
+  Sample good;             ///< has none of any rule's
+  void (*check)(const Input& input, Reporter& reporter);
   /// Otherwise it is left out when features are removed, for which the director is given no repositories.
   bool concerns_removals = true;
-  /// Of two rules that cover as much, both are heard.
-  Covers covers = Covers::place;
+  /// Of two rules that supersede as much, both are heard.
+  Supersedes supersedes = Supersedes::nothing;
 };
 
 /// All rules, in the order of the manual.

@@ -26,16 +26,16 @@ std::optional<Severity> severity_called(std::string_view name) {
   return std::nullopt;
 }
 
-void Reporter::report(Place place, std::string message) {
-  report(std::move(place), std::move(message), std::string(rule_.mend));
+void Reporter::report(Location location, std::string message) {
+  report(std::move(location), std::move(message), std::string(rule_.fix));
 }
 
-void Reporter::report(Place place, std::string message, std::string mend) {
-  report(rule_.severity, std::move(place), std::move(message), std::move(mend));
+void Reporter::report(Location location, std::string message, std::string fix) {
+  report(rule_.severity, std::move(location), std::move(message), std::move(fix));
 }
 
-void Reporter::report(Severity severity, Place place, std::string message, std::string mend) {
-  findings_.push_back({&rule_, severity, std::move(place), std::move(message), std::move(mend), std::nullopt});
+void Reporter::report(Severity severity, Location location, std::string message, std::string fix) {
+  findings_.push_back({&rule_, severity, std::move(location), std::move(message), std::move(fix), std::nullopt});
 }
 
 const std::vector<Rule>& rules() {

@@ -20,14 +20,14 @@ namespace eclipse_lint {
 
 namespace {
 
-/// A component's folder with one descriptor file and its site.
-Sample folder_with(const std::string& descriptor_name) {
+/// A component's directory with one descriptor file and its site.
+Sample directory_with(const std::string& descriptor_name) {
   return {"tools", {{descriptor_name, line_of_one}, {"tools/site/content.xml", offer_of_one}}};
 }
 
 template <typename Use>
-void for_each_listed(const Product& product, const Use& use) {
-  for (const Component& component : product.components) {
+void for_each_listed(const Input& input, const Use& use) {
+  for (const Component& component : input.components) {
     for (const ListedFile& file : component.files) use(component, file);
   }
 }
@@ -35,10 +35,10 @@ void for_each_listed(const Product& product, const Use& use) {
 // ---- Near misses ----
 
 bool is_near_miss(const std::string& listed) {
-  const auto folders = split(lower_case(with_slashes(listed)), '/');
-  for (std::size_t i = 0; i + 2 < folders.size(); ++i) {
-    if (folders[i].ends_with("etc") && folders[i + 1].starts_with("eclipse")) return true;
-    if (folders[i] == "eclipse" && folders[i + 1] == "etc") return true;
+  const auto directories = split(lower_case(with_slashes(listed)), '/');
+  for (std::size_t i = 0; i + 2 < directories.size(); ++i) {
+    if (directories[i].ends_with("etc") && directories[i + 1].starts_with("eclipse")) return true;
+    if (directories[i] == "eclipse" && directories[i + 1] == "etc") return true;
   }
   return false;
 }
@@ -51,24 +51,24 @@ bool begins_with_header(const fs::path& file) {
 }
 
 /// Where the descriptor files really are, of which some may be links.
-std::set<fs::path> real_descriptors(const Product& product) {
+std::set<fs::path> real_descriptors(const Input& input) {
   std::set<fs::path> real;
-  for_each_listed(product, [&](const Component&, const ListedFile& file) {
+  for_each_listed(input, [&](const Component&, const ListedFile& file) {
     std::error_code error;
     if (file.descriptor && file.descriptor->exists) real.insert(fs::canonical(file.descriptor->path, error));
   });
   return real;
 }
 
-void check_outside(const Product& product, Reporter& reporter) {
-  const auto known = real_descriptors(product);
-  for_each_listed(product, [&](const Component& component, const ListedFile& file) {
+void check_outside(const Input& input, Reporter& reporter) {
+  const auto known = real_descriptors(input);
+  for_each_listed(input, [&](const Component& component, const ListedFile& file) {
     if (file.descriptor || file.text.empty()) return;
-    const fs::path path = fs::path(component.folder) / with_slashes(file.text);
+    const fs::path path = fs::path(component.directory) / with_slashes(file.text);
     std::error_code error;
     if (!fs::is_regular_file(path, error) || known.count(fs::canonical(path, error)) != 0) return;
     if (!is_near_miss(file.text) && !begins_with_header(path)) return;
-    reporter.report(file.place, in_quotes(file.text) + " looks like a descriptor file but is not below etc/eclipse/");
+    reporter.report(file.location, in_quotes(file.text) + " looks like a descriptor file but is not below etc/eclipse/");
   });
 }
 
@@ -76,18 +76,18 @@ void check_outside(const Product& product, Reporter& reporter) {
 
 bool is_missing(const ListedFile& file) { return file.descriptor && !file.descriptor->exists; }
 
-/// The folder of a component's folder in which a listed file is that is not in the component's folder itself; empty when there
-/// is none.
-std::string folder_with_missing(const Product& product, const Component& component, const ListedFile& missing) {
+/// The directory of a component's directory in which a listed file is that is not in the component's directory itself; empty
+/// when there is none.
+std::string directory_with_missing(const Input& input, const Component& component, const ListedFile& missing) {
   const std::string end = "/" + missing.descriptor->name;
-  for (const auto& [holder, file] : product.unlisted) {
+  for (const auto& [holder, file] : input.unlisted) {
     if (holder == &component && file.exists && file.name.ends_with(end))
       return file.name.substr(0, file.name.size() - end.size());
   }
   return "";
 }
 
-/// A file that is listed, but sought in the wrong folder.
+/// A file that is listed, but sought in the wrong directory.
 bool is_sought_elsewhere(const UnlistedFile& unlisted) {
   const auto& listed = unlisted.component->files;
   return std::any_of(listed.begin(), listed.end(), [&](const ListedFile& file) {
@@ -95,16 +95,16 @@ bool is_sought_elsewhere(const UnlistedFile& unlisted) {
   });
 }
 
-void check_not_listed(const Product& product, Reporter& reporter) {
-  for (const UnlistedFile& unlisted : product.unlisted) {
+void check_not_listed(const Input& input, Reporter& reporter) {
+  for (const UnlistedFile& unlisted : input.unlisted) {
     const auto& [component, file] = unlisted;
     if (!file.exists || is_sought_elsewhere(unlisted)) continue;
-    reporter.report(component->list_place, "the package does not list " + in_quotes(file.name) + ", which is on disk");
+    reporter.report(component->list_location, "the package does not list " + in_quotes(file.name) + ", which is on disk");
   }
 }
 
-/// Whether a listed descriptor file is the folder etc/eclipse itself, or one in it.
-bool names_folder(const ListedFile& file) {
+/// Whether a listed descriptor file is the directory etc/eclipse itself, or one in it.
+bool names_directory(const ListedFile& file) {
   const std::string_view name = std::string_view(file.text).substr(0, file.text.find_last_not_of("\r\n") + 1);
   const std::string converted = with_slashes(name);
   std::error_code error;
@@ -112,22 +112,22 @@ bool names_folder(const ListedFile& file) {
          (converted.ends_with('/') && file.descriptor && fs::is_directory(file.descriptor->path, error));
 }
 
-bool ends_in_blank(std::string_view name) { return name.ends_with(' ') || name.ends_with('\t'); }
+bool ends_in_space(std::string_view name) { return name.ends_with(' ') || name.ends_with('\t'); }
 
-/// Packages may list folders together with what is in them.
-bool has_listed_files(const Component& component, const DescriptorFile& folder) {
+/// Packages may list directories together with what is in them.
+bool has_listed_files(const Component& component, const DescriptorFile& directory) {
   return std::any_of(component.files.begin(), component.files.end(), [&](const ListedFile& file) {
-    return file.descriptor && file.descriptor->path.starts_with(folder.path + "/");
+    return file.descriptor && file.descriptor->path.starts_with(directory.path + "/");
   });
 }
 
 /// What is at a path where a file should be, "a pipe" for one; empty when it is a file, or nothing at all.
 std::string kind_of_no_file(const std::string& path) {
   std::error_code error;
-  if (fs::symlink_status(path, error).type() == fs::file_type::symlink && !fs::exists(path, error)) return "a link to nothing";
+  if (fs::symlink_status(path, error).type() == fs::file_type::symlink && !fs::exists(path, error)) return "a dangling symlink";
   switch (fs::status(path, error).type()) {
     case fs::file_type::directory:
-      return "a folder";
+      return "a directory";
     case fs::file_type::fifo:
       return "a pipe";
     case fs::file_type::socket:
@@ -140,43 +140,43 @@ std::string kind_of_no_file(const std::string& path) {
   }
 }
 
-void check_missing(const Product& product, Reporter& reporter) {
-  for_each_listed(product, [&](const Component& component, const ListedFile& file) {
-    if (!file.descriptor || file.descriptor->exists || names_folder(file) || ends_in_blank(file.descriptor->name)) return;
+void check_missing(const Input& input, Reporter& reporter) {
+  for_each_listed(input, [&](const Component& component, const ListedFile& file) {
+    if (!file.descriptor || file.descriptor->exists || names_directory(file) || ends_in_space(file.descriptor->name)) return;
     if (!kind_of_no_file(file.descriptor->path).empty()) return;
     std::string message = "the descriptor file is not there: looked at " + file.descriptor->path;
     const fs::path packaged = fs::path(component.catalogue->package->prefix) / file.descriptor->name;
     std::error_code error;
     if (fs::is_regular_file(packaged, error)) message += "; it is below the package's prefix, " + packaged.string();
-    const std::string folder = folder_with_missing(product, component, file);
-    if (folder.empty()) {
-      reporter.report(file.place, std::move(message));
+    const std::string directory = directory_with_missing(input, component, file);
+    if (directory.empty()) {
+      reporter.report(file.location, std::move(message));
     } else {
-      reporter.report(file.place, message + "; it is below " + in_quotes(folder) + " in that folder",
+      reporter.report(file.location, message + "; it is below " + in_quotes(directory) + " in that directory",
                       "correct installDir, which is " + in_quotes(component.catalogue->installDir) +
-                          ": the file is there when it leads to " + in_quotes(folder));
+                          ": the file is there when it leads to " + in_quotes(directory));
     }
   });
 }
 
-void check_is_file(const Product& product, Reporter& reporter) {
-  const auto check = [&](const Component& component, const DescriptorFile& file, const Place& place, bool is_listed) {
+void check_is_file(const Input& input, Reporter& reporter) {
+  const auto check = [&](const Component& component, const DescriptorFile& file, const Location& location, bool is_listed) {
     const std::string kind = file.exists ? "" : kind_of_no_file(file.path);
     if (kind.empty()) return;
-    // On disk, an empty folder is only odd when it is called like a file.
-    const bool may_be_a_folder = is_listed ? has_listed_files(component, file) : !fs::path(file.name).has_extension();
-    if (kind == "a folder" && may_be_a_folder) return;
-    reporter.report(place, in_quotes(file.name) + " is " + kind + ", not a file");
+    // On disk, an empty directory is only odd when it is called like a file.
+    const bool may_be_a_directory = is_listed ? has_listed_files(component, file) : !fs::path(file.name).has_extension();
+    if (kind == "a directory" && may_be_a_directory) return;
+    reporter.report(location, in_quotes(file.name) + " is " + kind + ", not a file");
   };
-  for_each_listed(product, [&](const Component& component, const ListedFile& file) {
-    if (file.descriptor && !names_folder(file)) check(component, *file.descriptor, file.place, product.session.has_value());
+  for_each_listed(input, [&](const Component& component, const ListedFile& file) {
+    if (file.descriptor && !names_directory(file)) check(component, *file.descriptor, file.location, input.session.has_value());
   });
-  for (const auto& [component, file] : product.unlisted) check(*component, file, component->list_place, false);
+  for (const auto& [component, file] : input.unlisted) check(*component, file, component->list_location, false);
 }
 
-void check_unreadable(const Product& product, Reporter& reporter) {
-  for (const Descriptor& descriptor : product.descriptors) {
-    if (!descriptor.is_readable) reporter.report(descriptor.place(), "the descriptor file cannot be read");
+void check_unreadable(const Input& input, Reporter& reporter) {
+  for (const Descriptor& descriptor : input.descriptors) {
+    if (!descriptor.is_readable) reporter.report(descriptor.location(), "the descriptor file cannot be read");
   }
 }
 
@@ -198,9 +198,9 @@ bool holds_something_else(const Descriptor& descriptor) {
 
 using RecordsOfFiles = std::map<const Descriptor*, std::vector<const Record*>>;
 
-RecordsOfFiles records_of_files(const Product& product) {
+RecordsOfFiles records_of_files(const Input& input) {
   RecordsOfFiles records;
-  for (const Record& record : product.records) records[record.descriptor].push_back(&record);
+  for (const Record& record : input.records) records[record.descriptor].push_back(&record);
   return records;
 }
 
@@ -211,100 +211,103 @@ bool reads_like_descriptor(const Descriptor& descriptor, const std::vector<const
          });
 }
 
-void check_no_descriptor(const Product& product, Reporter& reporter) {
-  auto records = records_of_files(product);
-  for (const Descriptor& descriptor : product.descriptors) {
+void check_no_descriptor(const Input& input, Reporter& reporter) {
+  auto records = records_of_files(input);
+  for (const Descriptor& descriptor : input.descriptors) {
     const auto& own = records[&descriptor];
     const bool is_other = is_named_otherwise(descriptor.file) && descriptor.is_readable;
     if (!holds_something_else(descriptor) && (!is_other || reads_like_descriptor(descriptor, own))) continue;
     const bool is_data = !descriptor.is_text || std::any_of(own.begin(), own.end(),
                                                             [](const Record* record) { return record->placement.has_value(); });
-    reporter.report(is_data ? Severity::error : Severity::warning, descriptor.place(),
+    reporter.report(is_data ? Severity::error : Severity::warning, descriptor.location(),
                     "this is hardly a descriptor file, but will be read as one", "move it out of etc/eclipse/");
   }
 }
 
-void check_odd_name(const Product& product, Reporter& reporter) {
-  auto records = records_of_files(product);
-  for (const Descriptor& descriptor : product.descriptors) {
+void check_odd_name(const Input& input, Reporter& reporter) {
+  auto records = records_of_files(input);
+  for (const Descriptor& descriptor : input.descriptors) {
     if (!is_named_otherwise(descriptor.file) || holds_something_else(descriptor)) continue;
     if (reads_like_descriptor(descriptor, records[&descriptor])) {
-      reporter.report(descriptor.place(),
+      reporter.report(descriptor.location(),
                       "the name is that of a copy or a document, but the file will be read as a descriptor");
     }
   }
 }
 
-bool matches_a_folder(const std::string& name) {
+bool matches_a_directory(const std::string& name) {
   for (std::size_t at = name.find("etc/eclipse/"); at != std::string::npos; at = name.find("etc/eclipse/", at + 1)) {
     if (at == 0 || name[at - 1] == '/') return true;
   }
   return false;
 }
 
-void check_accident(const Product& product, Reporter& reporter) {
-  for_each_listed(product, [&](const Component&, const ListedFile& file) {
+void check_accident(const Input& input, Reporter& reporter) {
+  for_each_listed(input, [&](const Component&, const ListedFile& file) {
     std::error_code error;
-    if (!file.descriptor || matches_a_folder(file.descriptor->name) || fs::is_directory(file.descriptor->path, error)) return;
-    reporter.report(file.place, in_quotes(file.text) + " contains \"etc/eclipse/\" by accident: no folder in it is called etc");
+    if (!file.descriptor || matches_a_directory(file.descriptor->name) || fs::is_directory(file.descriptor->path, error))
+      return;
+    reporter.report(file.location,
+                    in_quotes(file.text) + " contains \"etc/eclipse/\" by accident: no directory in it is called etc");
   });
 }
 
-void check_folder_entry(const Product& product, Reporter& reporter) {
-  for_each_listed(product, [&](const Component& component, const ListedFile& file) {
-    if (!product.session) return;
+void check_directory_entry(const Input& input, Reporter& reporter) {
+  for_each_listed(input, [&](const Component& component, const ListedFile& file) {
+    if (!input.session) return;
     std::error_code error;
-    const bool is_folder_with_files =
+    const bool is_directory_with_files =
         file.descriptor && has_listed_files(component, *file.descriptor) && fs::is_directory(file.descriptor->path, error);
-    if (names_folder(file) || is_folder_with_files)
-      reporter.report(file.place, in_quotes(file.text) + " is the folder, not a descriptor file");
+    if (names_directory(file) || is_directory_with_files)
+      reporter.report(file.location, in_quotes(file.text) + " is the directory, not a descriptor file");
   });
 }
 
-void check_blank_in_name(const Product& product, Reporter& reporter) {
-  for_each_listed(product, [&](const Component&, const ListedFile& file) {
-    if (!file.descriptor || !ends_in_blank(file.descriptor->name) || file.descriptor->exists) return;
-    reporter.report(file.place, "the listed name ends in a blank or a tab: " + in_quotes(file.text));
+void check_space_in_name(const Input& input, Reporter& reporter) {
+  for_each_listed(input, [&](const Component&, const ListedFile& file) {
+    if (!file.descriptor || !ends_in_space(file.descriptor->name) || file.descriptor->exists) return;
+    reporter.report(file.location, "the listed name ends in a space or a tab: " + in_quotes(file.text));
   });
 }
 
-void check_listed_twice(const Product& product, Reporter& reporter) {
-  for (const Component& component : product.components) {
+void check_listed_twice(const Input& input, Reporter& reporter) {
+  for (const Component& component : input.components) {
     std::map<std::string, const ListedFile*> first;
     for (const ListedFile& file : component.files) {
       if (!file.descriptor || first.emplace(file.descriptor->path, &file).second) continue;
-      reporter.report(file.place, in_quotes(file.descriptor->name) + " is listed already");
+      reporter.report(file.location, in_quotes(file.descriptor->name) + " is listed already");
     }
   }
 }
 
 // ---- Components ----
 
-bool has_plugin_capability(const Product& product, const Component& component) {
-  return product.library->asks_for_integration(component.capabilities);
+bool has_plugin_capability(const Input& input, const Component& component) {
+  return input.library->asks_for_integration(component.capabilities);
 }
 
-void check_never_searched(const Product& product, Reporter& reporter) {
-  if (!product.session) return;
-  for (const Component& component : product.components) {
-    if (!component.has_descriptors() && !has_plugin_capability(product, component)) continue;
-    if (component.catalogue->code.empty()) reporter.report(component.place, "the component has no code");
-    if (!component.catalogue->package) reporter.report(component.place, "the component has no package");
+void check_never_searched(const Input& input, Reporter& reporter) {
+  if (!input.session) return;
+  for (const Component& component : input.components) {
+    if (!component.has_descriptors() && !has_plugin_capability(input, component)) continue;
+    if (component.catalogue->code.empty()) reporter.report(component.location, "the component has no code");
+    if (!component.catalogue->package) reporter.report(component.location, "the component has no package");
     if (component.catalogue->installBase.empty()) {
-      reporter.report(component.place, "installBase is empty: the component's files are looked for in " + component.folder);
+      reporter.report(component.location,
+                      "installBase is empty: the component's files are looked for in " + component.directory);
     }
   }
 }
 
-void check_capability(const Product& product, Reporter& reporter) {
-  if (!product.session) return;
-  for (const Component& component : product.components) {
+void check_capability(const Input& input, Reporter& reporter) {
+  if (!input.session) return;
+  for (const Component& component : input.components) {
     if (component.catalogue->code.empty() || !component.catalogue->package) continue;
-    const bool capable = has_plugin_capability(product, component);
+    const bool capable = has_plugin_capability(input, component);
     if (component.has_descriptors() && !capable) {
-      reporter.report(component.place, "the component has descriptor files but no ECLIPSE_PLUGIN capability");
+      reporter.report(component.location, "the component has descriptor files but no ECLIPSE_PLUGIN capability");
     } else if (!component.has_descriptors() && capable) {
-      reporter.report(component.place, "the component has an ECLIPSE_PLUGIN capability but no descriptor file");
+      reporter.report(component.location, "the component has an ECLIPSE_PLUGIN capability but no descriptor file");
     }
   }
 }
@@ -314,18 +317,20 @@ void check_capability(const Product& product, Reporter& reporter) {
 std::vector<Rule> rules_for_files() {
   return {
       {.name = "descriptor-outside-etc-eclipse",
+       .group = Group::files,
        .severity = Severity::error,
-       .title = "a descriptor file lies in no folder etc/eclipse/",
-       .effect = "The file is never looked at. Nothing is logged.",
-       .mend = "put it below a folder etc/eclipse/, in just these letters",
-       .bad = folder_with("tools/etc/Eclipse/tools.txt"),
-       .good = folder_with("tools/etc/eclipse/tools.txt"),
+       .title = "a descriptor file lies in no directory etc/eclipse/",
+       .why = "The file is never looked at. Nothing is logged.",
+       .fix = "put it below a directory etc/eclipse/, in just these letters",
+       .bad = directory_with("tools/etc/Eclipse/tools.txt"),
+       .good = directory_with("tools/etc/eclipse/tools.txt"),
        .check = check_outside},
       {.name = "descriptor-not-listed",
+       .group = Group::files,
        .severity = Severity::error,
        .title = "a descriptor file is on disk but not in the package's list",
-       .effect = "The file is never read: only the package's list is searched.",
-       .mend = "add it to the package's list of files",
+       .why = "The file is never read: only the package's list is searched.",
+       .fix = "add it to the package's list of files",
        .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
@@ -338,10 +343,11 @@ std::vector<Rule> rules_for_files() {
        .good = product(user_session()),
        .check = check_not_listed},
       {.name = "listed-descriptor-missing",
+       .group = Group::files,
        .severity = Severity::error,
        .title = "a listed descriptor file is not on disk",
-       .effect = "One log line says that it is not found; its features are neither installed nor removed.",
-       .mend = "put the file there, or correct installBase and installDir: the package's prefix does not count for it",
+       .why = "One log line says that it is not found; its features are neither installed nor removed.",
+       .fix = "put the file there, or correct installBase and installDir: the package's prefix does not count for it",
        .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
@@ -355,49 +361,53 @@ std::vector<Rule> rules_for_files() {
        .good = product(user_session()),
        .check = check_missing},
       {.name = "descriptor-is-no-file",
+       .group = Group::files,
        .severity = Severity::error,
-       .title = "a folder called like a file, a link to nothing, a pipe or a device lies below etc/eclipse/",
-       .effect =
+       .title = "a directory called like a file, a dangling symlink, a pipe or a device lies below etc/eclipse/",
+       .why =
            "Only files are read. When the package lists it, one log line says that it is not found; its features are neither "
            "installed nor removed.",
-       .mend = "put the file itself there",
+       .fix = "put the file itself there",
        .bad = {"tools", {{.name = "tools/etc/eclipse/tools.txt", .link_to = "../tools.txt"}}},
-       .good = folder_with("tools/etc/eclipse/tools.txt"),
+       .good = directory_with("tools/etc/eclipse/tools.txt"),
        .check = check_is_file},
       {.name = "not-a-descriptor",
+       .group = Group::files,
        .severity = Severity::error,
        .title = "something else than a descriptor file lies below etc/eclipse/",
-       .effect =
-           "It is read as a descriptor file: each of its lines that has a tab becomes data. Their features are not found, "
-           "so the run for all features at once fails; then each is tried alone.",
-       .mend = "move it out of etc/eclipse/",
+       .why = "It is read as a descriptor file: each of its lines that has a tab becomes data. Their features are not found, "
+              "so the run for all features at once fails; then each is tried alone.",
+       .fix = "move it out of etc/eclipse/",
        .bad = {"tools",
                {{"tools/etc/eclipse/README.md", "# Tools\n\nSee\tthe manual.\n"}, {"tools/site/content.xml", offer_of_one}}},
-       .good = folder_with("tools/etc/eclipse/tools.txt"),
+       .good = directory_with("tools/etc/eclipse/tools.txt"),
        .check = check_no_descriptor,
-       .covers = Covers::file},
+       .supersedes = Supersedes::file},
       {.name = "descriptor-called-otherwise",
+       .group = Group::files,
        .severity = Severity::warning,
        .title = "a file below etc/eclipse/ is called like a copy or a document",
-       .effect =
+       .why =
            "It is read as a descriptor file all the same: its lines are data, beside those of the file that it is a copy of.",
-       .mend = "move it out of etc/eclipse/, or rename it if it is meant as a descriptor file",
+       .fix = "move it out of etc/eclipse/, or rename it if it is meant as a descriptor file",
        .bad = {"tools", {{"tools/etc/eclipse/tools.txt~", line_of_one}, {"tools/site/content.xml", offer_of_one}}},
-       .good = folder_with("tools/etc/eclipse/tools.properties"),
+       .good = directory_with("tools/etc/eclipse/tools.properties"),
        .check = check_odd_name},
       {.name = "matches-by-accident",
+       .group = Group::files,
        .severity = Severity::warning,
-       .title = "a path contains \"etc/eclipse/\" without a folder called etc",
-       .effect = "It is read as a descriptor file: the text counts wherever it stands in the path.",
-       .mend = "rename the folder, or put the file below a real etc/eclipse/ if it is meant to be one",
-       .bad = folder_with("tools/share/getc/eclipse/tools.txt"),
-       .good = folder_with("tools/share/etc/eclipse/tools.txt"),
+       .title = "a path contains \"etc/eclipse/\" without a directory called etc",
+       .why = "It is read as a descriptor file: the text counts wherever it stands in the path.",
+       .fix = "rename the directory, or put the file below a real etc/eclipse/ if it is meant to be one",
+       .bad = directory_with("tools/share/getc/eclipse/tools.txt"),
+       .good = directory_with("tools/share/etc/eclipse/tools.txt"),
        .check = check_accident},
-      {.name = "folder-entry-listed",
+      {.name = "directory-entry-listed",
+       .group = Group::files,
        .severity = Severity::note,
-       .title = "the package lists the folder etc/eclipse itself",
-       .effect = "Without a slash at its end it is passed over; with one, a log line says that it is not found.",
-       .mend = "list files only",
+       .title = "the package lists the directory etc/eclipse itself",
+       .why = "Without a slash at its end it is passed over; with one, a log line says that it is not found.",
+       .fix = "list files only",
        .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
@@ -409,12 +419,13 @@ std::vector<Rule> rules_for_files() {
 }
 )"),
        .good = product(user_session()),
-       .check = check_folder_entry},
-      {.name = "blank-after-listed-name",
+       .check = check_directory_entry},
+      {.name = "space-after-listed-name",
+       .group = Group::files,
        .severity = Severity::error,
-       .title = "a listed name ends in a blank or a tab",
-       .effect = "Only line ends are trimmed from listed names, so the file is looked for with the blank and not found.",
-       .mend = "take the blank away",
+       .title = "a listed name ends in a space or a tab",
+       .why = "Only line ends are trimmed from listed names, so the file is looked for with the space and not found.",
+       .fix = "take the space away",
        .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
@@ -426,12 +437,13 @@ std::vector<Rule> rules_for_files() {
 }
 )"),
        .good = product(user_session()),
-       .check = check_blank_in_name},
+       .check = check_space_in_name},
       {.name = "descriptor-listed-twice",
+       .group = Group::files,
        .severity = Severity::warning,
        .title = "a package lists a descriptor file twice",
-       .effect = "The file is read twice, and its lines take two places each in the install order.",
-       .mend = "list it once",
+       .why = "The file is read twice, and its lines take two places each in the install order.",
+       .fix = "list it once",
        .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
@@ -445,11 +457,12 @@ std::vector<Rule> rules_for_files() {
        .good = product(user_session()),
        .check = check_listed_twice},
       {.name = "component-never-searched",
+       .group = Group::files,
        .severity = Severity::error,
        .title = "a component with Eclipse features cannot be searched",
-       .effect = "A component without a code or without a package is passed over without a word. With an empty installBase its "
-                 "files are looked for from \"/\".",
-       .mend = "give the component its code, its package and its folder",
+       .why = "A component without a code or without a package is passed over silently. With an empty installBase its "
+              "files are looked for from \"/\".",
+       .fix = "give the component its code, its package and its directory",
        .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },
@@ -463,19 +476,21 @@ std::vector<Rule> rules_for_files() {
        .good = product(user_session()),
        .check = check_never_searched},
       {.name = "descriptor-unreadable",
+       .group = Group::files,
        .severity = Severity::error,
        .title = "a descriptor file cannot be read",
-       .effect = "It counts as empty. Nothing is logged.",
-       .mend = "make it readable for whoever runs the installer",
+       .why = "It counts as empty. Nothing is logged.",
+       .fix = "make it readable for whoever runs the installer",
        .bad = {"tools.txt", {{.name = "tools.txt", .content = line_of_one, .permissions = 0}}},
        .good = {"tools.txt", {{"tools.txt", line_of_one}}},
        .check = check_unreadable},
       {.name = "capability-and-descriptors-disagree",
+       .group = Group::files,
        .severity = Severity::warning,
        .title = "a component has descriptor files but no ECLIPSE_PLUGIN capability, or the reverse",
-       .effect = "The installer is told by the capabilities alone whether integration is needed: it may leave it out although "
-                 "there are features, or ask the user for an Eclipse although there are none.",
-       .mend = "give the component a capability whose name contains ECLIPSE_PLUGIN exactly when it has descriptor files",
+       .why = "The installer is told by the capabilities alone whether integration is needed: it may leave it out although "
+              "there are features, or ask the user for an Eclipse although there are none.",
+       .fix = "give the component a capability whose name contains ECLIPSE_PLUGIN exactly when it has descriptor files",
        .bad = product(R"({
   "mode": "install",
   "variables": { "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse" },

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "base/json_document.h"
-#include "lint/product.h"
+#include "lint/input.h"
 #include "lint/rule.h"
 #include "lint/sample_products.h"
 #include "p2/profile.h"
@@ -49,7 +49,7 @@ UnitsById by_id(const std::vector<InstalledUnit>& installed) {
 
 struct RemovedUnit {
   Unit unit;
-  Place place;  ///< of the line that names it
+  Location location;  ///< of the line that names it
 };
 
 bool is_meant(const RemovedUnit& removed, const InstalledUnit& installed) {
@@ -57,19 +57,19 @@ bool is_meant(const RemovedUnit& removed, const InstalledUnit& installed) {
 }
 
 /// What a removal's first command asks the director to remove.
-std::vector<RemovedUnit> removed_units(const Product& product) {
-  std::map<Unit, Place> places;
-  for (const Record& record : product.records) {
+std::vector<RemovedUnit> removed_units(const Input& input) {
+  std::map<Unit, Location> places;
+  for (const Record& record : input.records) {
     if (!record.placement || !record.descriptor->component->catalogue->selected_for_removal) continue;
-    for (const Unit& unit : units_named(record.config->feature)) places.emplace(unit, record.place(1));
+    for (const Unit& unit : units_named(record.config->feature)) places.emplace(unit, record.location(1));
   }
   constexpr std::string_view option = " -u ";
-  const std::string_view command = product.session->run.commands.front();
+  const std::string_view command = input.session->run.commands.front();
   const std::size_t start = command.find(option) + option.size();
   std::vector<RemovedUnit> removed;
   for (const Unit& unit : units_named(command.substr(start, command.rfind(" 2>&1") - start))) {
     const auto place = places.find(unit);
-    removed.push_back({unit, place == places.end() ? product.session->mode : place->second});
+    removed.push_back({unit, place == places.end() ? input.session->mode : place->second});
   }
   return removed;
 }
@@ -83,22 +83,22 @@ std::string lack_of(const UnitsById& installed, const RemovedUnit& removed) {
          std::prev(end)->second->version;
 }
 
-void check_installed(const Product& product, Reporter& reporter) {
-  if (!product.is_removal() || product.session->run.commands.empty()) return;
-  const fs::path instance = eclipse_p2::instance_folder(product.session->executable());
+void check_installed(const Input& input, Reporter& reporter) {
+  if (!input.is_removal() || input.session->run.commands.empty()) return;
+  const fs::path instance = eclipse_p2::instance_directory(input.session->executable());
   const auto installed = eclipse_p2::profile_units(instance);
   if (!installed) {
     const fs::path profile = eclipse_p2::profile_file(instance);
     if (profile.empty()) return;
-    reporter.report(Severity::warning, product.session->mode,
+    reporter.report(Severity::warning, input.session->mode,
                     "the profile of the instance cannot be read, so nothing is known of what it has: " + profile.string(),
-                    "make it readable, or mend the instance: the director works on this profile, too");
+                    "make it readable, or fix the instance: the director works on this profile, too");
     return;
   }
   const UnitsById units = by_id(*installed);
-  for (const RemovedUnit& removed : removed_units(product)) {
+  for (const RemovedUnit& removed : removed_units(input)) {
     std::string lack = lack_of(units, removed);
-    if (!lack.empty()) reporter.report(removed.place, std::move(lack));
+    if (!lack.empty()) reporter.report(removed.location, std::move(lack));
   }
 }
 
@@ -112,11 +112,11 @@ std::set<std::string_view> ids_kept(const std::vector<InstalledUnit>& installed,
   return eclipse_p2::ids_kept_by(std::move(roots), installed);
 }
 
-void check_not_required(const Product& product, Reporter& reporter) {
-  if (!product.is_removal() || product.session->run.commands.empty()) return;
-  const auto installed = eclipse_p2::profile_units(eclipse_p2::instance_folder(product.session->executable()));
+void check_not_required(const Input& input, Reporter& reporter) {
+  if (!input.is_removal() || input.session->run.commands.empty()) return;
+  const auto installed = eclipse_p2::profile_units(eclipse_p2::instance_directory(input.session->executable()));
   if (!installed) return;
-  const std::vector<RemovedUnit> all_removed = removed_units(product);
+  const std::vector<RemovedUnit> all_removed = removed_units(input);
   const auto kept = ids_kept(*installed, all_removed);
   const UnitsById units = by_id(*installed);
   for (const RemovedUnit& removed : all_removed) {
@@ -127,17 +127,17 @@ void check_not_required(const Product& product, Reporter& reporter) {
     const auto requirer =
         std::find_if(requirers.begin(), requirers.end(), [&](const std::string& id) { return kept.contains(id); });
     if (requirer == requirers.end()) continue;
-    reporter.report(removed.place, in_quotes(removed.unit.id) + " is required by " + in_quotes(*requirer) + ", which stays");
+    reporter.report(removed.location, in_quotes(removed.unit.id) + " is required by " + in_quotes(*requirer) + ", which stays");
   }
 }
 
-void check_files_gone(const Product& product, Reporter& reporter) {
-  if (!product.session || !product.session->is_removal()) return;
-  if (!product.session->run.logged("eclipse_int: feature list is empty")) return;
-  for (const Component& component : product.components) {
+void check_files_gone(const Input& input, Reporter& reporter) {
+  if (!input.session || !input.session->is_removal()) return;
+  if (!input.session->run.logged("eclipse_int: feature list is empty")) return;
+  for (const Component& component : input.components) {
     if (!component.catalogue->selected_for_removal) continue;
-    if (!product.library->asks_for_integration(component.capabilities)) continue;
-    reporter.report(component.place,
+    if (!input.library->asks_for_integration(component.capabilities)) continue;
+    reporter.report(component.location,
                     "the component's descriptor files are not there any more: the run finds nothing to remove");
   }
 }
@@ -147,31 +147,34 @@ void check_files_gone(const Product& product, Reporter& reporter) {
 std::vector<Rule> rules_for_removals() {
   return {
       {.name = "unit-not-installed",
+       .group = Group::removal,
        .severity = Severity::error,
        .title = "a removal names a unit that the instance does not have",
-       .effect = "The director removes all units or none, so nothing is removed. What the plug-in tries after that is a text "
-                 "which the shell does not understand.",
-       .mend = "take it out of what is removed, or install it again before",
+       .why = "The director removes all units or none, so nothing is removed. What the plug-in tries after that is a text "
+              "which the shell does not understand.",
+       .fix = "take it out of what is removed, or install it again before",
        .bad = product(internal_session("uninstall"),
                       {{profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}}),
        .good = product(internal_session("uninstall"),
                        {{profile_name, "<profile><units><unit id='org.example.one.feature.group'/></units></profile>\n"}}),
        .check = check_installed},
       {.name = "unit-required-by-others",
+       .group = Group::removal,
        .severity = Severity::warning,
        .title = "a removal names a unit that others require",
-       .effect = "The director reports success and leaves the unit in the instance, for as long as what requires it stays.",
-       .mend = "remove what requires it, too, or take the unit out of what is removed",
+       .why = "The director reports success and leaves the unit in the instance, for as long as what requires it stays.",
+       .fix = "remove what requires it, too, or take the unit out of what is removed",
        .bad = product(internal_session("uninstall"), {{profile_name, profile_of_two}}),
        .good = product(internal_session("uninstall"),
                        {{profile_name, "<profile><units><unit id='org.example.one.feature.group'/></units></profile>\n"}}),
        .check = check_not_required},
       {.name = "removal-after-deletion",
+       .group = Group::removal,
        .severity = Severity::error,
        .title = "features are to be removed after their descriptor files were deleted",
-       .effect = "The features are read from the descriptor files. Without them the run logs \"feature list is empty\", "
-                 "reports success, and the features stay.",
-       .mend = "run the removal before the component's files are deleted",
+       .why = "The features are read from the descriptor files. Without them the run logs \"feature list is empty\", "
+              "reports success, and the features stay.",
+       .fix = "run the removal before the component's files are deleted",
        .bad = {"session.json",
                {{"session.json", internal_session("uninstall")}, {"ide/eclipse", "#!/bin/sh\n", 0755}, {"tools/", ""}}},
        .good = product(internal_session("uninstall")),

@@ -1,5 +1,5 @@
-// What the samples of rules are made of: a component "tools" with one descriptor file, its site, and an Eclipse in the folder
-// "ide".
+// What the samples of rules are made of: a component "tools" with one descriptor file, its site, and an Eclipse in the
+// directory "ide".
 #ifndef ECLIPSE_INT_LINT_SAMPLE_PRODUCTS_H
 #define ECLIPSE_INT_LINT_SAMPLE_PRODUCTS_H
 

@@ -47,10 +47,10 @@ std::vector<std::string> split(std::string_view text, char separator) {
   return pieces;
 }
 
-std::string_view without_blanks(std::string_view text) {
-  constexpr std::string_view blanks = " \t\r\v\f";
-  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-  return text.substr(0, text.find_last_not_of(blanks) + 1);
+std::string_view without_spaces(std::string_view text) {
+  constexpr std::string_view spaces = " \t\r\v\f";
+  text.remove_prefix(std::min(text.find_first_not_of(spaces), text.size()));
+  return text.substr(0, text.find_last_not_of(spaces) + 1);
 }
 
 std::size_t distance(std::string_view from, std::string_view to) {
@@ -72,7 +72,7 @@ bool looks_like_feature(std::string_view text) {
 }
 
 bool is_comment(std::string_view text) {
-  const std::string_view begin = without_blanks(text);
+  const std::string_view begin = without_spaces(text);
   return begin.starts_with('#') || begin.starts_with("//") || begin.starts_with(';');
 }
 
@@ -128,7 +128,7 @@ bool is_plain_repository(const Record& record) {
   const std::string_view text = record.repository();
   const bool archive = is_archive(record);
   if (text.empty() || text.starts_with('/') || has_scheme(text) || has_drive_letter(text)) return false;
-  if (text != without_blanks(text) || (!archive && text.find(' ') != text.npos)) return false;
+  if (text != without_spaces(text) || (!archive && text.find(' ') != text.npos)) return false;
   if (text.starts_with('"') || text.starts_with('\'')) return false;
   return text.find_first_of(special_in(archive)) == text.npos && text.find_first_of("\\,") == text.npos &&
          url_syntax_in(text, archive) == text.npos && is_utf8(text);

@@ -7,14 +7,14 @@
 #include <string_view>
 #include <vector>
 
-#include "lint/product.h"
+#include "lint/input.h"
 
 namespace eclipse_lint {
 
 std::string lower_case(std::string_view text);
 std::string with_slashes(std::string_view listed);
 std::vector<std::string> split(std::string_view text, char separator);
-std::string_view without_blanks(std::string_view text);
+std::string_view without_spaces(std::string_view text);
 
 /// How many letters have to be put in, left out or replaced to make one word of the other.
 std::size_t distance(std::string_view from, std::string_view to);
@@ -22,7 +22,7 @@ std::size_t distance(std::string_view from, std::string_view to);
 /// Two or more words with dots between them, as ids of features are; ".feature.group" may follow.
 bool looks_like_feature(std::string_view text);
 
-/// The characters that a shell interprets in a word without quotes, blanks and backslashes aside, and in double quotes.
+/// The characters that a shell interprets in a word without quotes, spaces and backslashes aside, and in double quotes.
 inline constexpr std::string_view special_without_quotes = ";&|<>()$`'\"*[]";
 inline constexpr std::string_view special_in_quotes = "$`\"";
 

@@ -74,7 +74,7 @@ Failure of_shell(const CommandResult& result) {
   if (result.exit_code == 127) {
     failure.meaning = "a program is not there: the executable, or one that it starts";
   } else if (result.exit_code == 126) {
-    failure.meaning = "the program cannot be started: it is a folder or not executable, or the command is too long";
+    failure.meaning = "the program cannot be started: it is a directory or not executable, or the command is too long";
   } else {
     failure.meaning = "it does not understand the command, and started nothing";
   }
@@ -156,12 +156,12 @@ class LogReader {
 
 }  // namespace
 
-InstanceLogs::InstanceLogs(const fs::path& instance) : folder_(instance / "configuration"), before_(times()) {}
+InstanceLogs::InstanceLogs(const fs::path& instance) : directory_(instance / "configuration"), before_(times()) {}
 
 InstanceLogs::Times InstanceLogs::times() const {
   Times times;
   std::error_code error;
-  for (const auto& entry : fs::directory_iterator(folder_, error)) {
+  for (const auto& entry : fs::directory_iterator(directory_, error)) {
     if (entry.path().extension() == ".log") times[entry.path()] = fs::last_write_time(entry.path(), error);
   }
   return times;

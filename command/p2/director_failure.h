@@ -13,7 +13,7 @@
 
 namespace eclipse_p2 {
 
-/// The logs that an Eclipse instance writes into its configuration folder, as they were when this was made.
+/// The logs that an Eclipse instance writes into its configuration directory, as they were when this was made.
 class InstanceLogs {
  public:
   explicit InstanceLogs(const std::filesystem::path& instance);
@@ -25,7 +25,7 @@ class InstanceLogs {
   using Times = std::map<std::filesystem::path, std::filesystem::file_time_type>;
   Times times() const;
 
-  std::filesystem::path folder_;
+  std::filesystem::path directory_;
   Times before_;
 };
 

@@ -42,7 +42,7 @@ void check_is_answer(const std::string& executable, std::string_view output) {
       last.empty() ? "it printed nothing"
                    : "what it printed ends with " + eclipse_base::in_quotes(last.substr(0, shown)) +
                          (last.size() > shown ? " and " + std::to_string(last.size() - shown) + " more bytes" : "");
-  throw InstanceFault("\"" + executable +
+  throw InstanceError("\"" + executable +
                       "\" does not say what is installed: the answer of a director ends with \"Operation completed in N ms.\", "
                       "but " +
                       printed + "; is this the Eclipse executable?");
@@ -63,13 +63,13 @@ std::vector<Unit> units_in(std::string_view output) {
 }
 
 InstalledUnits installed_units(const std::string& executable, const eclipse_shell::CommandProgress& progress) {
-  const auto instance = eclipse_p2::instance_folder(executable);
+  const auto instance = eclipse_p2::instance_directory(executable);
   const InstanceLogs logs(instance);
   const auto result = eclipse_shell::run_in_shell(
       quoted_for_shell(executable) + " -nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots",
       progress);
   if (result.exit_code != 0) {
-    throw InstanceFault("\"" + executable + "\" cannot be asked for what is installed: exit code " +
+    throw InstanceError("\"" + executable + "\" cannot be asked for what is installed: exit code " +
                         std::to_string(result.exit_code) + ", " + text_of(explain(result, logs)));
   }
   check_is_answer(executable, result.output);

@@ -19,7 +19,7 @@ using eclipse_p2::Unit;
 using eclipse_p2::units_named;
 
 /// The instance cannot say what it has installed. The message tells why, on one or more lines.
-class InstanceFault : public std::runtime_error {
+class InstanceError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
@@ -30,7 +30,7 @@ struct InstalledUnits {
   std::optional<std::vector<eclipse_p2::InstalledUnit>> all;
 };
 
-/// Asks the director of an instance for the roots, and its profile for all units. Throws InstanceFault.
+/// Asks the director of an instance for the roots, and its profile for all units. Throws InstanceError.
 InstalledUnits installed_units(const std::string& executable, const eclipse_shell::CommandProgress& progress = {});
 
 /// The units in what the director prints when it is asked for them.

@@ -128,7 +128,7 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
 
 }  // namespace
 
-fs::path instance_folder(const std::string& executable) {
+fs::path instance_directory(const std::string& executable) {
   std::error_code error;
   const fs::path file = fs::canonical(executable, error);
   return (error ? fs::path(executable) : file).parent_path();

@@ -18,13 +18,14 @@ struct InstalledUnit {
   bool is_root = false;                  ///< it was installed by name; otherwise it came along with another unit
 };
 
-/// The folder of the instance whose executable this is, also when a link names it.
-std::filesystem::path instance_folder(const std::string& executable);
+/// The directory of the instance whose executable this is, also when a link names it.
+std::filesystem::path instance_directory(const std::string& executable);
 
-/// The newest state of the profile of the instance in this folder; empty when there is none, or none that is certain to be its.
+/// The newest state of the profile of the instance in this directory; empty when there is none, or none that is certain to be
+/// its.
 std::filesystem::path profile_file(const std::filesystem::path& instance);
 
-/// Every unit that the profile of the instance in this folder has, roots and what came along with them, as its newest state
+/// Every unit that the profile of the instance in this directory has, roots and what came along with them, as its newest state
 /// says. Nothing when there is none that can be read, as when the profile is kept elsewhere.
 std::optional<std::vector<InstalledUnit>> profile_units(const std::filesystem::path& instance);
 

@@ -72,7 +72,7 @@ class SiteFiles {
 
   bool is_closed(const std::string& name) const { return !archive_ && eclipse_p2::is_closed(path_ / name); }
 
-  /// A folder inside that has metadata, with a "/" at its end; empty when there is none.
+  /// A directory inside that has metadata, with a "/" at its end; empty when there is none.
   std::string nested_metadata() const {
     for (const std::string& name : names()) {
       const std::size_t slash = name.rfind('/');
@@ -83,15 +83,15 @@ class SiteFiles {
   }
 
  private:
-  /// All of an archive, but of a directory only what lies directly in its folders, since it may be a large one.
+  /// All of an archive, but of a directory only what lies directly in its directories, since it may be a large one.
   std::vector<std::string> names() const {
     if (archive_) return archive_->names();
     std::vector<std::string> names;
     std::error_code error;
-    for (const auto& folder : fs::directory_iterator(path_, error)) {
-      if (!folder.is_directory(error)) continue;
+    for (const auto& directory : fs::directory_iterator(path_, error)) {
+      if (!directory.is_directory(error)) continue;
       for (const std::string_view name : metadata_names) {
-        if (is_file(folder.path() / name)) names.push_back((folder.path().filename() / name).string());
+        if (is_file(directory.path() / name)) names.push_back((directory.path().filename() / name).string());
       }
     }
     std::sort(names.begin(), names.end());
@@ -193,24 +193,24 @@ void read_units(const pugi::xml_document& content, Site& site) {
   }
 }
 
-/// The rule by which the files of most sites are called, with the folder that it puts those of a classifier into.
-bool maps_to(const pugi::xml_node& repository, const std::string& classifier, const std::string& folder) {
+/// The rule by which the files of most sites are called, with the directory that it puts those of a classifier into.
+bool maps_to(const pugi::xml_node& repository, const std::string& classifier, const std::string& directory) {
   const std::string filter = "(& (classifier=" + classifier + "))";
-  const std::string output = "${repoUrl}/" + folder + "/${id}_${version}.jar";
+  const std::string output = "${repoUrl}/" + directory + "/${id}_${version}.jar";
   for (const pugi::xml_node rule : repository.child("mappings").children("rule")) {
     if (rule.attribute("filter").value() == filter) return rule.attribute("output").value() == output;
   }
   return false;
 }
 
-/// Features and bundles, by their classifiers, with the folders of their files.
-std::map<std::string, std::string> mapped_folders(const pugi::xml_node& repository) {
-  std::map<std::string, std::string> folders;
-  for (const auto& [classifier, folder] :
+/// Features and bundles, by their classifiers, with the directories of their files.
+std::map<std::string, std::string> mapped_directories(const pugi::xml_node& repository) {
+  std::map<std::string, std::string> directories;
+  for (const auto& [classifier, directory] :
        {std::pair("org.eclipse.update.feature", "features"), std::pair("osgi.bundle", "plugins")}) {
-    if (maps_to(repository, classifier, folder)) folders.emplace(classifier, folder);
+    if (maps_to(repository, classifier, directory)) directories.emplace(classifier, directory);
   }
-  return folders;
+  return directories;
 }
 
 /// Whether an artifact is kept in another form than as a jar file of its own, or elsewhere.
@@ -230,13 +230,13 @@ void read_artifacts(const SiteFiles& files, Site& site) {
   }
   if (!list.document) return;
   const pugi::xml_node repository = list.document->child("repository");
-  const auto folders = mapped_folders(repository);
+  const auto directories = mapped_directories(repository);
   site.artifacts.emplace();
   for (const pugi::xml_node artifact : repository.child("artifacts").children("artifact")) {
-    const auto folder = folders.find(artifact.attribute("classifier").value());
+    const auto directory = directories.find(artifact.attribute("classifier").value());
     std::string file;
-    if (folder != folders.end() && !is_kept_otherwise(artifact)) {
-      file = folder->second + "/" + artifact.attribute("id").value() + "_" + artifact.attribute("version").value() + ".jar";
+    if (directory != directories.end() && !is_kept_otherwise(artifact)) {
+      file = directory->second + "/" + artifact.attribute("id").value() + "_" + artifact.attribute("version").value() + ".jar";
     }
     if (file.empty() || files.has(file)) {
       site.artifacts->insert(name_of_artifact(artifact));

@@ -18,7 +18,7 @@ struct Site {
   bool exists = false;
   bool is_directory = false;
   bool is_repository = false;  ///< it has p2 metadata
-  std::string nested;          ///< when it has none: a folder inside it that has
+  std::string nested;          ///< when it has none: a directory inside it that has
   std::string damage;          ///< what keeps everybody from reading its metadata; empty when nothing does
   /// Of a composite: the places of those children that are not there or cannot be read.
   std::vector<std::string> lost_children;

@@ -39,8 +39,8 @@ class Tail {
   Tail(const std::string& retry, const std::string& feature) {
     const std::size_t end = retry.size() - last_words.size();
     const std::size_t start = end - feature.size();
-    const std::size_t blank = retry.rfind(' ', start - 1);
-    lead_ = retry.substr(blank + 1, start - blank - 1);
+    const std::size_t space = retry.rfind(' ', start - 1);
+    lead_ = retry.substr(space + 1, start - space - 1);
     plain_shape_ = shape_with(std::string(plain_name));
   }
 

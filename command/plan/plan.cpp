@@ -25,11 +25,11 @@ namespace {
 
 constexpr std::string_view director = " -nosplash -application org.eclipse.equinox.p2.director ";
 
-ComponentFate fate_of(const CatalogueComponent* component, const ComponentSearch& search, bool searched) {
-  if (component == nullptr || component->code.empty()) return ComponentFate::no_code;
-  if (!searched) return ComponentFate::not_reached;
-  if (!search.package_asked) return ComponentFate::not_selected;
-  return component->has_provider && component->package ? ComponentFate::taken : ComponentFate::no_package;
+ComponentStatus status_of(const CatalogueComponent* component, const ComponentSearch& search, bool searched) {
+  if (component == nullptr || component->code.empty()) return ComponentStatus::no_code;
+  if (!searched) return ComponentStatus::not_reached;
+  if (!search.package_asked) return ComponentStatus::not_selected;
+  return component->has_provider && component->package ? ComponentStatus::taken : ComponentStatus::no_package;
 }
 
 /// The numbers of the lines that the records of a file stand in. A line that is data gives the record with its first columns,
@@ -70,11 +70,11 @@ std::string joined_repositories(const std::set<std::string>& repositories) {
 std::string obstacle_to(const std::string& executable) {
   const std::string quoted = "\"" + executable + "\"";
   if (executable.find('/') == executable.npos) {
-    return quoted + " has no slash, so the shell looks for it along PATH and not in this folder; give its full path";
+    return quoted + " has no slash, so the shell looks for it along PATH and not in this directory; give its full path";
   }
   std::error_code error;
   if (std::filesystem::is_directory(executable, error)) {
-    return quoted + " is a folder, so the shell cannot start it (exit code 126); give the path of the executable in it";
+    return quoted + " is a directory, so the shell cannot start it (exit code 126); give the path of the executable in it";
   }
   if (access(executable.c_str(), X_OK) != 0) {
     return quoted + " may not be executed, so the shell cannot start it (exit code 126); make it executable with chmod +x";
@@ -137,7 +137,7 @@ class PlanMaker {
   void add_component(const CatalogueComponent* component, const ComponentSearch& search) {
     PlannedComponent planned;
     if (component != nullptr) planned.code = component->code;
-    planned.fate = fate_of(component, search, run_.searched);
+    planned.status = status_of(component, search, run_.searched);
     for (const ListedDescriptor& descriptor : search.descriptors) planned.descriptors.push_back(add_descriptor(descriptor));
     plan_.components.push_back(std::move(planned));
   }
@@ -163,7 +163,7 @@ class PlanMaker {
     for (std::size_t i = 0; i < placements.size(); ++i) {
       if (!placements[i]) continue;
       PlannedRecord& record = plan_.records[i];
-      record.fate = record.config.feature.empty() ? RecordFate::no_feature : RecordFate::listed;
+      record.status = record.config.feature.empty() ? RecordStatus::no_feature : RecordStatus::listed;
       record.repository = placements[i]->url;
       record.slot = placements[i]->slot;
       record.wanted_slot = wanted_slot(record.config.order);
@@ -181,8 +181,8 @@ class PlanMaker {
   void mark_repeated() {
     std::set<std::string_view> listed;
     for (const PlannedRecord* const record : plan_.by_slot()) {
-      if (record->fate != RecordFate::listed || listed.insert(record->config.feature).second) continue;
-      plan_.records[static_cast<std::size_t>(record - plan_.records.data())].fate = RecordFate::repeated;
+      if (record->status != RecordStatus::listed || listed.insert(record->config.feature).second) continue;
+      plan_.records[static_cast<std::size_t>(record - plan_.records.data())].status = RecordStatus::repeated;
     }
   }
 
@@ -252,19 +252,19 @@ class PlanMaker {
     return {"", executable, " ", is_named ? "USER_DEFINED_ECLIPSE_PATH" : "the path of the executable"};
   }
 
-  /// A folder is told once for its component, and a site once, with the first line that names it.
+  /// A directory is told once for its component, and a site once, with the first line that names it.
   const std::vector<ShellCause>& repository_causes() {
     if (repository_causes_) return *repository_causes_;
     repository_causes_.emplace();
-    std::set<std::pair<std::size_t, bool>> folders;
+    std::set<std::pair<std::size_t, bool>> directories;
     std::set<std::string_view> sites;
     for (const PlannedRecord& record : plan_.records) {
-      if (record.fate == RecordFate::no_repository) continue;
+      if (record.status == RecordStatus::no_repository) continue;
       const bool archive = is_archive(record.repository);
       const std::string quote = archive ? "\"" : "";
-      if (folders.emplace(record.component, archive).second) {
+      if (directories.emplace(record.component, archive).second) {
         add_cause({quote + "/", record.config.base_dir, "/" + quote,
-                   "the folder of component " + plan_.components[record.component].code});
+                   "the directory of component " + plan_.components[record.component].code});
       }
       if (sites.insert(record.repository).second) {
         add_cause({quote + "/", record.config.repository, archive ? "!/\"" : ",", "column 1 of " + record.place()});
@@ -299,7 +299,7 @@ Plan make_plan(const Plugin& plugin, const Session& session, Retries retries) {
 std::vector<const PlannedRecord*> Plan::by_slot() const {
   std::vector<const PlannedRecord*> placed;
   for (const PlannedRecord& record : records) {
-    if (record.fate != RecordFate::no_repository) placed.push_back(&record);
+    if (record.status != RecordStatus::no_repository) placed.push_back(&record);
   }
   std::stable_sort(placed.begin(), placed.end(), [](const auto* one, const auto* other) { return one->slot < other->slot; });
   return placed;
@@ -307,7 +307,7 @@ std::vector<const PlannedRecord*> Plan::by_slot() const {
 
 std::vector<const PlannedRecord*> Plan::features() const {
   std::vector<const PlannedRecord*> listed = by_slot();
-  std::erase_if(listed, [](const PlannedRecord* record) { return record->fate != RecordFate::listed; });
+  std::erase_if(listed, [](const PlannedRecord* record) { return record->status != RecordStatus::listed; });
   return listed;
 }
 

@@ -21,7 +21,7 @@
 namespace eclipse_plan {
 
 /// What becomes of a component when the plug-in looks for descriptor files.
-enum class ComponentFate {
+enum class ComponentStatus {
   not_reached,   ///< it does not come to look for any
   no_code,       ///< every search skips the component
   not_selected,  ///< it was asked whether it is selected for this run, and is not
@@ -37,11 +37,11 @@ struct PlannedDescriptor {
 
 struct PlannedComponent {
   std::string code;
-  ComponentFate fate = ComponentFate::not_reached;
+  ComponentStatus status = ComponentStatus::not_reached;
   std::vector<PlannedDescriptor> descriptors;
 };
 
-enum class RecordFate {
+enum class RecordStatus {
   listed,         ///< its feature is given to the director at its slot
   repeated,       ///< its feature is listed at a lower slot already
   no_feature,     ///< takes a slot and adds its repository
@@ -53,7 +53,7 @@ struct PlannedRecord {
   std::size_t line = 0;       ///< from 1
   std::size_t component = 0;  ///< its number in the plan
   plugin_config config;
-  RecordFate fate = RecordFate::no_repository;
+  RecordStatus status = RecordStatus::no_repository;
   std::string repository;        ///< as the director gets it
   std::int64_t slot = 0;         ///< its place in the install order
   std::int64_t wanted_slot = 0;  ///< the number that is read from its order

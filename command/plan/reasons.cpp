@@ -63,18 +63,18 @@ void add_group(Texts& reasons, const Texts& names, const std::string& what) {
   if (!names.empty()) reasons.push_back(what + ": " + listed(names));
 }
 
-Texts codes_with(const Plan& plan, ComponentFate fate) {
+Texts codes_with(const Plan& plan, ComponentStatus status) {
   Texts codes;
   for (const PlannedComponent& component : plan.components) {
-    if (component.fate == fate) codes.push_back(component.code.empty() ? "(no code)" : component.code);
+    if (component.status == status) codes.push_back(component.code.empty() ? "(no code)" : component.code);
   }
   return codes;
 }
 
-Texts places_with(const Plan& plan, RecordFate fate) {
+Texts places_with(const Plan& plan, RecordStatus status) {
   Texts places;
   for (const PlannedRecord& record : plan.records) {
-    if (record.fate == fate) places.push_back(record.place());
+    if (record.status == status) places.push_back(record.place());
   }
   return places;
 }
@@ -84,7 +84,7 @@ void add_about_descriptors(Texts& reasons, const Plan& plan) {
   Texts missing;
   Texts empty;
   for (const PlannedComponent& component : plan.components) {
-    if (component.fate == ComponentFate::taken && component.descriptors.empty()) without.push_back(component.code);
+    if (component.status == ComponentStatus::taken && component.descriptors.empty()) without.push_back(component.code);
     for (const PlannedDescriptor& descriptor : component.descriptors) {
       if (descriptor.records == 0) (descriptor.exists ? empty : missing).push_back(descriptor.path);
     }
@@ -98,13 +98,13 @@ void add_about_descriptors(Texts& reasons, const Plan& plan) {
 Texts about_lists(const Plan& plan) {
   Texts reasons;
   if (plan.components.empty()) reasons.emplace_back("the session has no components");
-  add_group(reasons, codes_with(plan, ComponentFate::no_code), "skipped, without a code");
-  add_group(reasons, codes_with(plan, ComponentFate::not_selected),
+  add_group(reasons, codes_with(plan, ComponentStatus::no_code), "skipped, without a code");
+  add_group(reasons, codes_with(plan, ComponentStatus::not_selected),
             plan.is_removal ? "skipped, not selected to be removed" : "skipped, not selected to be installed");
-  add_group(reasons, codes_with(plan, ComponentFate::no_package), "skipped, without a package");
+  add_group(reasons, codes_with(plan, ComponentStatus::no_package), "skipped, without a package");
   add_about_descriptors(reasons, plan);
-  add_group(reasons, places_with(plan, RecordFate::no_repository), "lines without a repository, which are passed over");
-  add_group(reasons, places_with(plan, RecordFate::no_feature), "lines without a feature");
+  add_group(reasons, places_with(plan, RecordStatus::no_repository), "lines without a repository, which are passed over");
+  add_group(reasons, places_with(plan, RecordStatus::no_feature), "lines without a feature");
   return reasons;
 }
 

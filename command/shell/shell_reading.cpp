@@ -155,7 +155,7 @@ class ShellReader {
     std::string word;
     const std::size_t start = at_;
     while (reading_.fault.empty() && at_ < line_.size() && !is_at(blanks) && !is_at(operators) && !is_at("<>")) {
-      if (next() == '~' && at_ == start) replaced(at_, "a folder of a user takes the place of \"~\"");
+      if (next() == '~' && at_ == start) replaced(at_, "a directory of a user takes the place of \"~\"");
       if (is_at("*?[")) replaced(at_, std::string("names of files may take the place of the word with \"") + next() + "\"");
       read_piece(word);
     }

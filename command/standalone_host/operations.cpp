@@ -47,7 +47,7 @@ bool goes_badly(const char* operation, const Texts&... arguments) {
 
 CatalogueComponent& catalogue_component(Component* component) { return *static_cast<CatalogueComponent*>(component); }
 
-/// So that a folder has one name, with a slash behind it or without. The root keeps its own.
+/// So that a directory has one name, with a slash behind it or without. The root keeps its own.
 std::string without_trailing_slashes(std::string path) {
   while (path.size() > 1 && path.ends_with('/')) path.pop_back();
   return path;
@@ -58,7 +58,7 @@ bool is_plainly_normal(const std::string& path) {
   return path.find("//") == path.npos && path.find("/.") == path.npos && !path.starts_with('.') && !path.ends_with('/');
 }
 
-/// The bytes of a file; nothing when it cannot be read, which a folder cannot be either.
+/// The bytes of a file; nothing when it cannot be read, which a directory cannot be either.
 std::optional<std::string> read_bytes(const std::string& path) {
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
   if (!file) return std::nullopt;

@@ -12,13 +12,13 @@ namespace {
 
 constexpr std::string_view file_name = "libeclipse_int.so";
 
-/// Where the plug-in may stand, seen from the folder of this program: beside it, or where an installation puts it.
-constexpr std::array<std::string_view, 2> folders = {".", installed_library_folder};
+/// Where the plug-in may stand, seen from the directory of this program: beside it, or where an installation puts it.
+constexpr std::array<std::string_view, 2> directories = {".", installed_library_directory};
 
 }  // namespace
 
 Plugin::Plugin(const std::filesystem::path& library) : library_(library) {
-  // A name without a slash would be looked up in the system's library folders.
+  // A name without a slash would be looked up in the system's library directories.
   std::error_code error;
   const std::string name = std::filesystem::absolute(library, error).string();
   if (error) {
@@ -42,8 +42,8 @@ Plugin::Plugin(const std::filesystem::path& library) : library_(library) {
 Plugin Plugin::beside_this_program() {
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
   std::string looked_at;
-  for (const std::string_view folder : folders) {
-    const std::filesystem::path library = (program.parent_path() / folder / file_name).lexically_normal();
+  for (const std::string_view directory : directories) {
+    const std::filesystem::path library = (program.parent_path() / directory / file_name).lexically_normal();
     if (std::filesystem::exists(library)) return Plugin(library);
     looked_at += (looked_at.empty() ? "" : " and ") + library.string();
   }

@@ -18,7 +18,7 @@ inline constexpr std::array<std::string_view, 8> action_names = {
     "eclipse_integration_required", "find_eclipse_ide",       "define_eclipse_path", "verify_user_defined_eclipse_path",
     "user_eclipse_version",         "verify_eclipse_version", "perform_integration", "perform_unintegration"};
 
-/// The library cannot be loaded, or is not the plug-in. The message names the file, what is wrong and the mend.
+/// The library cannot be loaded, or is not the plug-in. The message names the file, what is wrong and the fix.
 class PluginError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

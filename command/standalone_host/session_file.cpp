@@ -14,14 +14,14 @@ namespace eclipse_host {
 
 namespace {
 
-std::filesystem::path folder_of(const std::filesystem::path& file) {
+std::filesystem::path directory_of(const std::filesystem::path& file) {
   std::error_code error;
   const std::filesystem::path absolute = std::filesystem::absolute(file, error);
   if (!error) return absolute.lexically_normal().parent_path();
-  throw FileFault(file.string() + ": its full path cannot be told: " + error.message() + "; give the full path");
+  throw FileError(file.string() + ": its full path cannot be told: " + error.message() + "; give the full path");
 }
 
-/// Whether it is a link that leads to nothing: in a circle, say. One that leads through a closed folder is none.
+/// Whether it is a link that leads to nothing: in a circle, say. One that leads through a closed directory is none.
 bool leads_nowhere(const std::filesystem::directory_entry& entry) {
   if (!entry.is_symlink()) return false;
   std::error_code error;
@@ -32,7 +32,7 @@ bool leads_nowhere(const std::filesystem::directory_entry& entry) {
 class SessionReader {
  public:
   SessionReader(const std::filesystem::path& file, Session& session)
-      : document_(file), folder_(folder_of(file)), session_(session) {}
+      : document_(file), directory_(directory_of(file)), session_(session) {}
 
   void read() {
     const JsonElement root = document_.root();
@@ -88,7 +88,7 @@ class SessionReader {
     return code.text();
   }
 
-  /// An empty one stays empty: it is no folder of its own.
+  /// An empty one stays empty: it is no directory of its own.
   std::string read_base(const JsonElement& base) const { return base.text().empty() ? "" : absolute(base.text()); }
 
   void read_capabilities(const JsonElement& capabilities, const std::string& component_place, CatalogueComponent& component) {
@@ -106,7 +106,7 @@ class SessionReader {
     element.allow_keys({"root", "prefix", "files", "scan"});
     CataloguePackage package;
     const auto root = element.find("root");
-    package.root = root ? existing_folder(*root) : folder_.string();
+    package.root = root ? existing_directory(*root) : directory_.string();
     const auto prefix = element.find("prefix");
     package.prefix = prefix ? prefix->text() : absolute(component.installBase + "/" + component.installDir);
     package.files = read_files(element);
@@ -119,20 +119,21 @@ class SessionReader {
     if (files && scan) scan->fault_at_key("stands beside \"files\"; keep one of the two");
     if (scan) return scanned_files(*scan);
     if (!files)
-      package.fault("\"files\" or \"scan\" is missing; list the package's files, or name the folder to take them from");
+      package.fault("\"files\" or \"scan\" is missing; list the package's files, or name the directory to take them from");
     std::vector<std::string> paths;
     for (const JsonElement& path : files->items()) paths.push_back(path.text());
     return paths;
   }
 
   std::vector<std::string> scanned_files(const JsonElement& scan) const {
-    const std::filesystem::path folder = existing_folder(scan);
+    const std::filesystem::path directory = existing_directory(scan);
     std::vector<std::string> paths;
-    std::filesystem::path last = folder;  // what goes wrong below a folder is not always said with a path
+    std::filesystem::path last = directory;  // what goes wrong below a directory is not always said with a path
     try {
-      for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+      for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
         last = entry.path();
-        if (!leads_nowhere(entry) && entry.is_regular_file()) paths.push_back(entry.path().lexically_relative(folder).string());
+        if (!leads_nowhere(entry) && entry.is_regular_file())
+          paths.push_back(entry.path().lexically_relative(directory).string());
       }
     } catch (const std::filesystem::filesystem_error& error) {
       scan.fault("cannot be scanned: " + in_quotes((error.path1().empty() ? last : error.path1()).string()) + ": " +
@@ -142,26 +143,26 @@ class SessionReader {
     return paths;
   }
 
-  std::string existing_folder(const JsonElement& element) const {
-    std::string folder = absolute(element.text());
+  std::string existing_directory(const JsonElement& element) const {
+    std::string directory = absolute(element.text());
     std::error_code error;
-    const auto status = std::filesystem::status(folder, error);
+    const auto status = std::filesystem::status(directory, error);
     if (status.type() == std::filesystem::file_type::not_found) {
-      element.fault("the folder " + in_quotes(folder) + " is not there; make it, or correct the path");
+      element.fault("the directory " + in_quotes(directory) + " is not there; make it, or correct the path");
     }
-    if (error) element.fault(in_quotes(folder) + " cannot be reached: " + error.message() + "; correct the path");
-    if (!std::filesystem::is_directory(status)) element.fault(in_quotes(folder) + " is no folder; correct the path");
-    return folder;
+    if (error) element.fault(in_quotes(directory) + " cannot be reached: " + error.message() + "; correct the path");
+    if (!std::filesystem::is_directory(status)) element.fault(in_quotes(directory) + " is no directory; correct the path");
+    return directory;
   }
 
   std::string absolute(const std::string& text) const {
-    std::string path = (folder_ / text).lexically_normal().string();
+    std::string path = (directory_ / text).lexically_normal().string();
     while (path.size() > 1 && path.ends_with('/')) path.pop_back();
     return path;
   }
 
   const JsonDocument document_;
-  const std::filesystem::path folder_;
+  const std::filesystem::path directory_;
   Session& session_;
   std::map<std::string, std::string> places_of_codes_;
   std::map<std::string, std::string> places_of_capabilities_;

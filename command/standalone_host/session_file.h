@@ -10,7 +10,7 @@
 namespace eclipse_host {
 
 /// Reads a session file and fills `session`, which is as it was made, with what it says: variables (its mode as KORU_MODE),
-/// components and the capability map. Relative paths in it become absolute, relative to the file. Throws FileFault.
+/// components and the capability map. Relative paths in it become absolute, relative to the file. Throws FileError.
 void read_session_file(const std::filesystem::path& file, Session& session);
 
 }  // namespace eclipse_host

@@ -59,14 +59,14 @@ class Replacement {
     std::error_code error;
     const auto status = std::filesystem::status(file, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-      throw FileFault(file.string() + ": is no regular file; give the path of a file to write");
+      throw FileError(file.string() + ": is no regular file; give the path of a file to write");
     }
     if (!std::filesystem::exists(status) && std::filesystem::is_symlink(file, error)) {
-      throw FileFault(file.string() + ": is a link to nothing; give the path of a file to write");
+      throw FileError(file.string() + ": is a dangling symlink; give the path of a file to write");
     }
     auto target = std::filesystem::weakly_canonical(std::filesystem::absolute(file, error), error);
     if (error)
-      throw FileFault(file.string() + ": cannot be written: " + error.message() + "; give the path of a file to write");
+      throw FileError(file.string() + ": cannot be written: " + error.message() + "; give the path of a file to write");
     return target;
   }
 
@@ -81,8 +81,8 @@ class Replacement {
   }
 
   [[noreturn]] void fault() const {
-    throw FileFault(named_.string() + ": cannot be written: " + std::strerror(errno) +
-                    "; give the path of a file in a folder that is writable");
+    throw FileError(named_.string() + ": cannot be written: " + std::strerror(errno) +
+                    "; give the path of a file in a directory that is writable");
   }
 
   std::filesystem::path named_;
@@ -121,7 +121,7 @@ Variables read_variables_file(const std::filesystem::path& file) {
 void check_variables_file(const std::filesystem::path& file, const Variables& variables) {
   const std::string names = unwritable(variables);
   if (!names.empty())
-    throw FileFault(file.string() + ": cannot keep variables that are not UTF-8: " + names + "; give other values");
+    throw FileError(file.string() + ": cannot keep variables that are not UTF-8: " + names + "; give other values");
   const Replacement replacement(file);
 }
 
@@ -133,7 +133,7 @@ void write_variables_file(const std::filesystem::path& file, const Variables& va
   Replacement(file).take_place_with(kept.dump(2) + "\n");
   const std::string names = unwritable(variables);
   if (names.empty()) return;
-  throw FileFault(file.string() + ": is written without variables that are not UTF-8: " + names + "; give other values");
+  throw FileError(file.string() + ": is written without variables that are not UTF-8: " + names + "; give other values");
 }
 
 }  // namespace eclipse_host

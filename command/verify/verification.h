@@ -43,7 +43,7 @@ struct Verification {
 /// Compares what a plan comes to with what is installed.
 Verification compare(const eclipse_plan::Plan& plan, eclipse_p2::InstalledUnits installed);
 
-/// Asks the instance of a plan, which has a command. Throws InstanceFault.
+/// Asks the instance of a plan, which has a command. Throws InstanceError.
 Verification verify(const eclipse_plan::Plan& plan, const eclipse_shell::CommandProgress& progress = {});
 
 /// What differs between two states of an instance.

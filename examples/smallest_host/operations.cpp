@@ -89,7 +89,7 @@ char* get_file(const std::string& path, int, long long* size) {
   if (file == nullptr) return nullptr;
   std::string content;
   for (int c; (c = std::fgetc(file)) != EOF;) content += static_cast<char>(c);
-  const bool is_whole = std::ferror(file) == 0;  // a folder can be opened, but not read
+  const bool is_whole = std::ferror(file) == 0;  // a directory can be opened, but not read
   std::fclose(file);
   char* const buffer = is_whole ? static_cast<char*>(std::malloc(content.size() + 1)) : nullptr;
   if (buffer == nullptr) return nullptr;

@@ -8,21 +8,21 @@
 #include <string>
 #include <vector>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 namespace {
 
-using eclipse_base::FileFault;
+using eclipse_base::FileError;
 using eclipse_base::JsonDocument;
 using eclipse_base::JsonElement;
 
 /// What reading a file with this text is refused with; "read" when it is not.
 std::string fault_of(const std::string& text) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   fake::write_file("f", text);
   try {
     const JsonDocument document("f");
-  } catch (const FileFault& fault) {
+  } catch (const FileError& fault) {
     return fault.what();
   }
   return "read";
@@ -94,11 +94,11 @@ TEST(JsonDocument, RefusesDeepNesting) {
 }
 
 TEST(JsonDocument, RefusesWhatCannotBeRead) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   const auto fault_of_file = [](const char* file) -> std::string {
     try {
       const JsonDocument document(file);
-    } catch (const FileFault& fault) {
+    } catch (const FileError& fault) {
       return fault.what();
     }
     return "read";
@@ -119,7 +119,7 @@ TEST(JsonDocument, RefusesWhatCannotBeRead) {
 std::string place_of(const JsonElement& element) {
   try {
     element.fault("x");
-  } catch (const FileFault& fault) {
+  } catch (const FileError& fault) {
     return fault.what();
   }
 }
@@ -136,7 +136,7 @@ std::vector<std::string> places_of(const JsonElement& element) {
 }
 
 TEST(JsonDocument, KnowsWhereEachValueStands) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   fake::write_file("f",
                    "\xEF\xBB\xBF/* \xC3\xA4 */ {\n"
                    "  // \"list\": []\n"
@@ -153,21 +153,21 @@ TEST(JsonDocument, KnowsWhereEachValueStands) {
 
 TEST(JsonDocument, FindsANumberThatIsAllThereIs) {
   for (const char* text : {"12", "12 ", "12//"}) {
-    const fake::TemporaryFolder folder;
+    const fake::TemporaryDirectory directory;
     fake::write_file("f", text);
     EXPECT_EQ(place_of(JsonDocument("f").root()), "f:1:1: document: x") << text;
   }
 }
 
 TEST(JsonElement, SaysWhatItFoundAndWhatItWanted) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   fake::write_file("f", R"([null, true, 1, "x", [], {}])");
   const JsonDocument document("f");
   const auto items = document.root().items();
   const auto wanted = [](const auto& ask) -> std::string {
     try {
       ask();
-    } catch (const FileFault& fault) {
+    } catch (const FileError& fault) {
       return fault.what();
     }
     return "had";
@@ -179,8 +179,8 @@ TEST(JsonElement, SaysWhatItFoundAndWhatItWanted) {
     outcomes.push_back(wanted([&] { item.items(); }));
     outcomes.push_back(wanted([&] { item.members(); }));
   }
-  const auto refused = [](const std::string& found, const std::string& wanted_kind, const std::string& mend) {
-    return ": found " + found + ", wanted " + wanted_kind + "; " + mend;
+  const auto refused = [](const std::string& found, const std::string& wanted_kind, const std::string& fix) {
+    return ": found " + found + ", wanted " + wanted_kind + "; " + fix;
   };
   std::vector<std::string> expected;
   const std::vector<std::string> kinds = {"null", "true or false", "a number", "a text", "a list", "an object"};

@@ -27,21 +27,21 @@ std::string header(const std::string& mode, const std::string& component) {
          "  Mode: " +
          mode +
          "\n"
-         "  Eclipse: user (FOLDER/eclipse/eclipse)\n"
+         "  Eclipse: user (DIRECTORY/eclipse/eclipse)\n"
          "  Component tools: " +
          component + "\n\n";
 }
 
-std::string command(const std::string& arguments) { return "  Command: FOLDER/eclipse/eclipse " + arguments + " 2>&1\n"; }
+std::string command(const std::string& arguments) { return "  Command: DIRECTORY/eclipse/eclipse " + arguments + " 2>&1\n"; }
 
 /// The changes of a run that used the user's Eclipse.
 std::string changes_before_eclipse_variables() {
   return "\nVariables that changed:\n"
-         "  CASHED_ECLIPSE_PATH = FOLDER/eclipse/eclipse\n"
+         "  CASHED_ECLIPSE_PATH = DIRECTORY/eclipse/eclipse\n"
          "  ECLIPSE_IDE = no\n"
          "  ECLIPSE_IDE_ENABLED = no\n"
          "  ECLIPSE_INTEGRATION_REQUIRED = yes\n"
-         "  ECLIPSE_PATH = FOLDER/eclipse\n"
+         "  ECLIPSE_PATH = DIRECTORY/eclipse\n"
          "  ECLIPSE_VERSION = \n";
 }
 
@@ -62,7 +62,7 @@ TEST_F(RunAccount, TellsAnInstallation) {
                          "  Succeeded after N s\n"
                          "\n"
                          "Done\n"
-                         "  These features were installed into FOLDER/eclipse:\n"
+                         "  These features were installed into DIRECTORY/eclipse:\n"
                          "    one\n"
                          "    two\n" +
                          changes,
@@ -85,9 +85,9 @@ TEST_F(RunAccount, TellsWhichFeaturesFailedAndTheInstallersSummary) {
                    "\n"
                    "Failed\n"
                    "  Not all went in at once, so they were tried one by one.\n"
-                   "  These features were installed into FOLDER/eclipse:\n"
+                   "  These features were installed into DIRECTORY/eclipse:\n"
                    "    two\n"
-                   "  These features were not installed into FOLDER/eclipse:\n"
+                   "  These features were not installed into DIRECTORY/eclipse:\n"
                    "    one\n" +
                    changes_before_eclipse_variables() +
                    "  QN_SCRIPTS_COMPLETE_DESC = Installed.\\nThese failed:\\n\\none is not there\\nreally\\n\n"
@@ -111,7 +111,7 @@ TEST_F(RunAccount, IsDoneWhenEveryRetrySucceeds) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_NE(outcome.output.find("\nDone\n"
                                 "  Not all went in at once, so they were tried one by one.\n"
-                                "  These features were installed into FOLDER/eclipse:\n"
+                                "  These features were installed into DIRECTORY/eclipse:\n"
                                 "    one\n"
                                 "    two\n"),
             std::string::npos)
@@ -142,7 +142,7 @@ TEST_F(RunAccount, TellsARemoval) {
                          "  Succeeded after N s\n"
                          "\n"
                          "Done\n"
-                         "  These features were removed from FOLDER/eclipse:\n"
+                         "  These features were removed from DIRECTORY/eclipse:\n"
                          "    one\n"
                          "    two\n" +
                          changes,
@@ -158,7 +158,7 @@ TEST_F(RunAccount, TellsThatARemovalFailed) {
   EXPECT_EQ(director_calls(), removal_arguments("one,two") + "\n");
   EXPECT_NE(outcome.output.find("\nFailed\n"
                                 "  Not all came out at once, so they were tried one by one.\n"
-                                "  These features were not removed from FOLDER/eclipse:\n"
+                                "  These features were not removed from DIRECTORY/eclipse:\n"
                                 "    one\n"
                                 "    two\n"
                                 "  perform_unintegration ended with "),
@@ -294,15 +294,15 @@ TEST_F(CallAccount, TellsJustTheseActions) {
                          "Action perform_integration\n" + command(install_arguments("one,two")) + "  Succeeded after N s\n" +
                          "\n"
                          "Done\n"
-                         "  These features were installed into FOLDER/eclipse:\n"
+                         "  These features were installed into DIRECTORY/eclipse:\n"
                          "    one\n"
                          "    two\n"
                          "\n"
                          "Variables that changed:\n"
-                         "  CASHED_ECLIPSE_PATH = FOLDER/eclipse/eclipse\n"
+                         "  CASHED_ECLIPSE_PATH = DIRECTORY/eclipse/eclipse\n"
                          "  ECLIPSE_IDE = no\n"
                          "  ECLIPSE_IDE_ENABLED = no\n"
-                         "  ECLIPSE_PATH = FOLDER/eclipse\n",
+                         "  ECLIPSE_PATH = DIRECTORY/eclipse\n",
                      ""}));
 }
 

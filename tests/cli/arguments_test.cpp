@@ -73,12 +73,12 @@ TEST_F(Arguments, FaultsAreTold) {
 
 TEST_F(Arguments, FaultsOfFilesAreTold) {
   write_session("install");
-  std::filesystem::create_directory("folder");
+  std::filesystem::create_directory("directory");
   fake::write_file("bad.json", "{\"mode\": 1}");
   const std::string unreadable = ": cannot be read: No such file or directory; give the path of a file that can be";
   expect_fault("run missing.json", "missing.json" + unreadable);
   expect_fault("run ''", unreadable);
-  expect_fault("run folder", "folder: is no regular file; give the path of a JSON file");
+  expect_fault("run directory", "directory: is no regular file; give the path of a JSON file");
   expect_fault("run bad.json", "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
   expect_fault("run bad.json --json", "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
   expect_fault("call find_eclipse_ide bad.json",
@@ -88,12 +88,12 @@ TEST_F(Arguments, FaultsOfFilesAreTold) {
                "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
   expect_fault(
       "run session.json --write-variables missing/v.json",
-      "missing/v.json: cannot be written: No such file or directory; give the path of a file in a folder that is writable");
+      "missing/v.json: cannot be written: No such file or directory; give the path of a file in a directory that is writable");
   expect_fault("run session.json --log missing/log",
                "missing/log: cannot be opened for the log: No such file or directory; give the "
                "path of a file that can be written");
-  expect_fault("run session.json --log folder",
-               "folder: cannot be opened for the log: Is a directory; give the path of a file that can be written");
+  expect_fault("run session.json --log directory",
+               "directory: cannot be opened for the log: Is a directory; give the path of a file that can be written");
   expect_fault("run session.json --log ''",
                ": cannot be opened for the log: No such file or directory; give the path of a file that can be written");
 }
@@ -128,7 +128,7 @@ TEST_F(Arguments, OutputsDoNotOverwriteTheEclipse) {
   std::filesystem::create_symlink("eclipse/configuration/config.ini", "link");
   for (const std::string option : {"--log", "--write-variables"}) {
     const auto refused = [&](const std::string& file, const std::string& used) {
-      expect_fault("run session.json " + option + " " + file, would_overwrite(file, option, "FOLDER/eclipse/" + used));
+      expect_fault("run session.json " + option + " " + file, would_overwrite(file, option, "DIRECTORY/eclipse/" + used));
     };
     refused("eclipse/eclipse", "eclipse");
     refused("hard-link", "eclipse");
@@ -148,9 +148,10 @@ TEST_F(Arguments, OutputsDoNotOverwriteTheProduct) {
   const std::string descriptor = content_of("tools/etc/eclipse/tools.txt");
   std::filesystem::create_symlink("tools/etc/eclipse/tools.txt", "link");
   for (const std::string option : {"--log", "--write-variables"}) {
-    expect_fault("run session.json " + option + " link", would_overwrite("link", option, "FOLDER/tools/etc/eclipse/tools.txt"));
+    expect_fault("run session.json " + option + " link",
+                 would_overwrite("link", option, "DIRECTORY/tools/etc/eclipse/tools.txt"));
     expect_fault("call find_eclipse_ide session.json " + option + " ide/bin/eclipse",
-                 would_overwrite("ide/bin/eclipse", option, "FOLDER/ide/bin/eclipse"));
+                 would_overwrite("ide/bin/eclipse", option, "DIRECTORY/ide/bin/eclipse"));
     for (int run = 1; run <= 2; ++run) EXPECT_EQ(eclipse_int("run session.json " + option + " tools/new").status, 0);
   }
   EXPECT_EQ(content_of("tools/etc/eclipse/tools.txt"), descriptor);
@@ -160,18 +161,18 @@ TEST_F(Arguments, OutputsDoNotOverwriteTheProduct) {
 TEST_F(Arguments, AnythingButThePlugInIsNotLoaded) {
   write_session("install");
   std::filesystem::copy_file(ANOTHER_LIBRARY, "another.so");
-  const std::string mend = "; give the path of libeclipse_int.so";
+  const std::string fix = "; give the path of libeclipse_int.so";
   expect_fault(
       "run session.json --plugin missing.so",
-      "missing.so: cannot be loaded: FOLDER/missing.so: cannot open shared object file: No such file or directory" + mend);
+      "missing.so: cannot be loaded: DIRECTORY/missing.so: cannot open shared object file: No such file or directory" + fix);
   expect_fault(
       "run session.json --plugin another.so",
       "another.so: has no action \"eclipse_integration_required\"; this is not the plug-in, or not this version of it");
   expect_fault("run session.json --plugin session.json",
-               "session.json: cannot be loaded: FOLDER/session.json: invalid ELF header" + mend);
+               "session.json: cannot be loaded: DIRECTORY/session.json: invalid ELF header" + fix);
   expect_fault(
       "run session.json --plugin libm.so.6",
-      "libm.so.6: cannot be loaded: FOLDER/libm.so.6: cannot open shared object file: No such file or directory" + mend);
+      "libm.so.6: cannot be loaded: DIRECTORY/libm.so.6: cannot open shared object file: No such file or directory" + fix);
 }
 
 TEST_F(Arguments, ThePlugInMayBeNamed) {

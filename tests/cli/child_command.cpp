@@ -23,8 +23,8 @@ case $* in *' -listInstalledRoots') echo 'Operation completed in 8 ms.' ;; esac
 )";
 
 /// With what differs from run to run replaced.
-std::string settled(std::string text, const std::string& folder) {
-  for (std::size_t at; (at = text.find(folder)) != std::string::npos;) text.replace(at, folder.size(), "FOLDER");
+std::string settled(std::string text, const std::string& directory) {
+  for (std::size_t at; (at = text.find(directory)) != std::string::npos;) text.replace(at, directory.size(), "DIRECTORY");
   return std::regex_replace(text, std::regex("[0-9]+\\.[0-9] s"), "N s");
 }
 
@@ -51,8 +51,8 @@ ChildCommand::ChildCommand() {
 Outcome ChildCommand::eclipse_int(const std::string& arguments, const std::string& starter) const {
   const std::string command = starter + " " + std::string(ECLIPSE_INT_COMMAND) + " " + arguments;
   const int status = std::system(("( " + command + "\n) > .output 2> .error").c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), settled(content_of(".output"), folder.path()),
-          settled(content_of(".error"), folder.path())};
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), settled(content_of(".output"), directory.path()),
+          settled(content_of(".error"), directory.path())};
 }
 
 void ChildCommand::write_session(const std::string& mode, const std::map<std::string, std::string>& variables,
@@ -60,7 +60,7 @@ void ChildCommand::write_session(const std::string& mode, const std::map<std::st
   std::map<std::string, std::string> all = variables;
   all.merge(std::map<std::string, std::string>{{"ECLIPSE_INTEGRATION_CHOICE", "user"},
                                                {"ECLIPSE_BIN", "eclipse"},
-                                               {"USER_DEFINED_ECLIPSE_PATH", folder.path() + "/eclipse/eclipse"},
+                                               {"USER_DEFINED_ECLIPSE_PATH", directory.path() + "/eclipse/eclipse"},
                                                {"eclipse_integration_failed_title", "These failed:"}});
   fake::write_file("session.json",
                    "{\"mode\": \"" + mode + "\", \"variables\": " + members(all) +
@@ -73,10 +73,10 @@ void ChildCommand::script(int start, const std::string& commands) const {
   fake::write_file("eclipse/" + std::to_string(start) + ".sh", commands + "\n");
 }
 
-std::string ChildCommand::director_calls() const { return settled(content_of("eclipse/calls"), folder.path()); }
+std::string ChildCommand::director_calls() const { return settled(content_of("eclipse/calls"), directory.path()); }
 
 std::string install_arguments(const std::string& features) {
-  return "-nosplash -application org.eclipse.equinox.p2.director -repository file://FOLDER/tools/site -i " + features;
+  return "-nosplash -application org.eclipse.equinox.p2.director -repository file://DIRECTORY/tools/site -i " + features;
 }
 
 std::string removal_arguments(const std::string& features) {

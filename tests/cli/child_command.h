@@ -1,4 +1,4 @@
-// The command run as a child in a folder of its own, on a product and an Eclipse that is a shell script.
+// The command run as a child in a directory of its own, on a product and an Eclipse that is a shell script.
 #ifndef ECLIPSE_INT_TESTS_CLI_CHILD_COMMAND_H
 #define ECLIPSE_INT_TESTS_CLI_CHILD_COMMAND_H
 
@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 namespace cli_test {
 
-/// What a command came to. In the texts, FOLDER stands for the test's folder and "N s" for every time that was taken.
+/// What a command came to. In the texts, DIRECTORY stands for the test's directory and "N s" for every time that was taken.
 struct Outcome {
   int status;
   std::string output;
@@ -51,7 +51,7 @@ class ChildCommand : public testing::Test {
   /// The arguments of each start of the director.
   std::string director_calls() const;
 
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
 };
 
 /// The arguments with which the director installs and removes these features of the usual product.

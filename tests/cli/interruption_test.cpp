@@ -66,12 +66,12 @@ TEST_F(Interruption, TellsWhatIsKnownForPrograms) {
   ASSERT_EQ(result.at("commands").size(), 2U);
   EXPECT_EQ(result.at("commands").at(0).at("exitCode"), 13);
   const Json& running = result.at("commands").at(1);
-  EXPECT_EQ(running.at("command"), "FOLDER/eclipse/eclipse " + install_arguments("one") + " 2>&1");
+  EXPECT_EQ(running.at("command"), "DIRECTORY/eclipse/eclipse " + install_arguments("one") + " 2>&1");
   EXPECT_EQ(running.at("output"), "begun\n");
   EXPECT_EQ(running.at("exitCode"), nullptr);
   EXPECT_EQ(result.at("log").back(), "eclipse_int: running command: " + running.at("command").get<std::string>());
   EXPECT_FALSE(result.at("variables").at("before").contains("ECLIPSE_PATH"));
-  EXPECT_EQ(result.at("variables").at("after").at("ECLIPSE_PATH"), "FOLDER/eclipse");
+  EXPECT_EQ(result.at("variables").at("after").at("ECLIPSE_PATH"), "DIRECTORY/eclipse");
   EXPECT_NE(content_of("v.json").find("\"ECLIPSE_PATH\""), std::string::npos) << "the variables are kept";
   EXPECT_TRUE(has_ended("director"));
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n" + install_arguments("one") + "\n") << "no retry follows";

@@ -29,18 +29,18 @@ TEST_F(JsonResult, HoldsAllThatHappened) {
   const Outcome outcome = eclipse_int("call define_eclipse_path perform_integration session.json --json");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.error, "");
-  const std::string all = "FOLDER/eclipse/eclipse " + install_arguments("one,two") + " 2>&1";
-  const std::string one = "FOLDER/eclipse/eclipse " + install_arguments("one") + " 2>&1";
-  const std::string two = "FOLDER/eclipse/eclipse " + install_arguments("two") + " 2>&1";
+  const std::string all = "DIRECTORY/eclipse/eclipse " + install_arguments("one,two") + " 2>&1";
+  const std::string one = "DIRECTORY/eclipse/eclipse " + install_arguments("one") + " 2>&1";
+  const std::string two = "DIRECTORY/eclipse/eclipse " + install_arguments("two") + " 2>&1";
   const Json before = {{"ECLIPSE_BIN", "eclipse"},
                        {"ECLIPSE_INTEGRATION_CHOICE", "user"},
                        {"KORU_MODE", "install"},
                        {"QN_SCRIPTS_COMPLETE_DESC", "Installed."},
-                       {"USER_DEFINED_ECLIPSE_PATH", "FOLDER/eclipse/eclipse"},
+                       {"USER_DEFINED_ECLIPSE_PATH", "DIRECTORY/eclipse/eclipse"},
                        {"eclipse_integration_failed_title", "These failed:"}};
   Json after = before;
-  after["CASHED_ECLIPSE_PATH"] = "FOLDER/eclipse/eclipse";
-  after["ECLIPSE_PATH"] = "FOLDER/eclipse";
+  after["CASHED_ECLIPSE_PATH"] = "DIRECTORY/eclipse/eclipse";
+  after["ECLIPSE_PATH"] = "DIRECTORY/eclipse";
   after["QN_SCRIPTS_COMPLETE_DESC"] = "Installed.\nThese failed:\n\ntwo\n";
   after["QN_SCRIPTS_FAILED"] = "yes";
   const auto command = [](const std::string& text, const std::string& output, int exit_code) {
@@ -54,13 +54,13 @@ TEST_F(JsonResult, HoldsAllThatHappened) {
       {"variables", {{"before", before}, {"after", after}}},
       {"log",
        {"eclipse_int: eclipse not found",
-        "eclipse_int: user eclipse install subdir: FOLDER/eclipse",
+        "eclipse_int: user eclipse install subdir: DIRECTORY/eclipse",
         "eclipse_int: perform_integration entered",
         "eclipse_int: integrate_into_instance entered",
-        "eclipse_int: eclipse install subdir: FOLDER/eclipse",
+        "eclipse_int: eclipse install subdir: DIRECTORY/eclipse",
         "eclipse_int: found eclipse configuration: etc/eclipse/tools.txt",
-        "eclipse_int: Repository: file://FOLDER/tools/site Feature: one",
-        "eclipse_int: Repository: file://FOLDER/tools/site Feature: two",
+        "eclipse_int: Repository: file://DIRECTORY/tools/site Feature: one",
+        "eclipse_int: Repository: file://DIRECTORY/tools/site Feature: two",
         "eclipse_int: order: 0 feature: one",
         "eclipse_int: order: 1 feature: two",
         "eclipse_int: running command: " + all,
@@ -91,7 +91,7 @@ TEST_F(JsonResult, SaysDoneAndRefused) {
   EXPECT_EQ(refused.at("exitStatus"), 1);
   EXPECT_EQ(
       refused.at("refusal"),
-      "USER_DEFINED_ECLIPSE_PATH is \"FOLDER/eclipse/eclipse\", which is not the Eclipse executable: name an existing file "
+      "USER_DEFINED_ECLIPSE_PATH is \"DIRECTORY/eclipse/eclipse\", which is not the Eclipse executable: name an existing file "
       "called \"other\" (that is ECLIPSE_BIN) by its full path");
 }
 
@@ -135,7 +135,7 @@ TEST_F(JsonResult, HoldsWhatTheShellItselfSays) {
   EXPECT_EQ(outcome.status, 1);
   ASSERT_EQ(result.at("commands").size(), 3U);
   EXPECT_EQ(result.at("commands").at(1).at("command"),
-            "FOLDER/eclipse/eclipse " + removal_arguments("one,two") + " 2>&1one 2>&1");
+            "DIRECTORY/eclipse/eclipse " + removal_arguments("one,two") + " 2>&1one 2>&1");
   EXPECT_NE(result.at("commands").at(1).at("errorOutput"), "");
 }
 
@@ -147,7 +147,7 @@ TEST_F(JsonResult, HoldsWhatIsKnownWhenTheRunBreaksOff) {
   const Json before = {{"ECLIPSE_BIN", "eclipse"},
                        {"ECLIPSE_INTEGRATION_CHOICE", "none"},
                        {"KORU_MODE", "install"},
-                       {"USER_DEFINED_ECLIPSE_PATH", "FOLDER/eclipse/eclipse"},
+                       {"USER_DEFINED_ECLIPSE_PATH", "DIRECTORY/eclipse/eclipse"},
                        {"eclipse_integration_failed_title", "These failed:"}};
   Json after = before;
   after["WRITTEN_BEFORE"] = "yes";

@@ -12,21 +12,23 @@ TEST_F(LogFile, HoldsEachLineAsItComes) {
   script(1, "cat log > seen; printf 'a\\nb'");
   EXPECT_EQ(eclipse_int("call perform_integration session.json --log log --json").status, 0);
   std::string log = content_of("log");
-  for (std::size_t at; (at = log.find(folder.path())) != std::string::npos;) log.replace(at, folder.path().size(), "FOLDER");
+  for (std::size_t at; (at = log.find(directory.path())) != std::string::npos;)
+    log.replace(at, directory.path().size(), "DIRECTORY");
   const std::string before_the_command =
       "eclipse_int: perform_integration entered\n"
       "eclipse_int: integrate_into_instance entered\n"
-      "eclipse_int: eclipse install subdir: FOLDER/eclipse\n"
+      "eclipse_int: eclipse install subdir: DIRECTORY/eclipse\n"
       "eclipse_int: found eclipse configuration: etc/eclipse/tools.txt\n"
-      "eclipse_int: Repository: file://FOLDER/tools/site Feature: one\n"
-      "eclipse_int: Repository: file://FOLDER/tools/site Feature: two\n"
+      "eclipse_int: Repository: file://DIRECTORY/tools/site Feature: one\n"
+      "eclipse_int: Repository: file://DIRECTORY/tools/site Feature: two\n"
       "eclipse_int: order: 0 feature: one\n"
       "eclipse_int: order: 1 feature: two\n"
-      "eclipse_int: running command: FOLDER/eclipse/eclipse " +
+      "eclipse_int: running command: DIRECTORY/eclipse/eclipse " +
       install_arguments("one,two") + " 2>&1\n";
   EXPECT_EQ(log, before_the_command + "eclipse_int: out: a\nb\neclipse_int: exit code: 0\n");
   std::string seen = content_of("seen");
-  for (std::size_t at; (at = seen.find(folder.path())) != std::string::npos;) seen.replace(at, folder.path().size(), "FOLDER");
+  for (std::size_t at; (at = seen.find(directory.path())) != std::string::npos;)
+    seen.replace(at, directory.path().size(), "DIRECTORY");
   EXPECT_EQ(seen, before_the_command);
 }
 

@@ -49,15 +49,15 @@ TEST_F(Variables, AreCarriedFromOneRunToTheNext) {
   fake::write_file("more/etc/eclipse/more.txt", "site\tthree\n");
   const std::string options = " --variables v.json --write-variables ./v.json";
   EXPECT_EQ(eclipse_int("run session.json" + options).status, 0);
-  EXPECT_EQ(Json::parse(content_of("v.json")), (Json{{"CASHED_ECLIPSE_PATH", folder.path() + "/eclipse/eclipse"},
+  EXPECT_EQ(Json::parse(content_of("v.json")), (Json{{"CASHED_ECLIPSE_PATH", directory.path() + "/eclipse/eclipse"},
                                                      {"ECLIPSE_BIN", "eclipse"},
                                                      {"ECLIPSE_IDE", "no"},
                                                      {"ECLIPSE_IDE_ENABLED", "no"},
                                                      {"ECLIPSE_INTEGRATION_CHOICE", "user"},
                                                      {"ECLIPSE_INTEGRATION_REQUIRED", "yes"},
-                                                     {"ECLIPSE_PATH", folder.path() + "/eclipse"},
+                                                     {"ECLIPSE_PATH", directory.path() + "/eclipse"},
                                                      {"ECLIPSE_VERSION", ""},
-                                                     {"USER_DEFINED_ECLIPSE_PATH", folder.path() + "/eclipse/eclipse"},
+                                                     {"USER_DEFINED_ECLIPSE_PATH", directory.path() + "/eclipse/eclipse"},
                                                      {"USER_DEFINED_ECLIPSE_PATH_CORRECT", "yes"},
                                                      {"USER_DEFINED_ECLIPSE_PATH_EMPTY", "no"},
                                                      {"eclipse_integration_failed_title", "These failed:"}}));
@@ -67,7 +67,7 @@ TEST_F(Variables, AreCarriedFromOneRunToTheNext) {
   EXPECT_EQ(eclipse_int("run session.json" + options).status, 0);
   EXPECT_EQ(director_calls(),
             install_arguments("one,two") +
-                "\n-nosplash -application org.eclipse.equinox.p2.director -repository file://FOLDER/more/site -i "
+                "\n-nosplash -application org.eclipse.equinox.p2.director -repository file://DIRECTORY/more/site -i "
                 "three\n");
 }
 
@@ -77,7 +77,7 @@ TEST_F(Variables, AreWrittenWhenTheRunFailed) {
   script(3, "exit 13");
   EXPECT_EQ(eclipse_int("run session.json --write-variables v.json").status, 1);
   const Json kept = Json::parse(content_of("v.json"));
-  EXPECT_EQ(kept.at("ECLIPSE_PATH"), folder.path() + "/eclipse");
+  EXPECT_EQ(kept.at("ECLIPSE_PATH"), directory.path() + "/eclipse");
   EXPECT_FALSE(kept.contains("QN_SCRIPTS_FAILED"));
 }
 
@@ -103,20 +103,20 @@ TEST_F(Variables, ThatAreNoLongerUtf8AfterTheRunAreLeftOut) {
             "eclipse-int: v.json: is written without variables that are not UTF-8: \"ECLIPSE_VERSION\"; give other values\n");
   EXPECT_EQ(Json::parse(outcome.output).at("status"), "done");
   const Json kept = Json::parse(content_of("v.json"));
-  EXPECT_EQ(kept.at("ECLIPSE_PATH"), folder.path() + "/eclipse");
+  EXPECT_EQ(kept.at("ECLIPSE_PATH"), directory.path() + "/eclipse");
   EXPECT_FALSE(kept.contains("ECLIPSE_VERSION"));
 }
 
 TEST_F(Variables, ThatCannotBeWrittenAfterTheRunAreTold) {
   write_session("install");
-  std::filesystem::create_directory("folder");
-  script(1, "rmdir folder");
-  const Outcome outcome = eclipse_int("run session.json --json --write-variables folder/v.json");
+  std::filesystem::create_directory("directory");
+  script(1, "rmdir directory");
+  const Outcome outcome = eclipse_int("run session.json --json --write-variables directory/v.json");
   EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(
-      outcome.error,
-      "eclipse-int: folder/v.json: cannot be written: No such file or directory; give the path of a file in a folder that is "
-      "writable\n");
+  EXPECT_EQ(outcome.error,
+            "eclipse-int: directory/v.json: cannot be written: No such file or directory; give the path of a file in a "
+            "directory that is "
+            "writable\n");
   const Json result = Json::parse(outcome.output);
   EXPECT_EQ(result.at("status"), "done");
   EXPECT_EQ(result.at("exitStatus"), 2);

@@ -6,7 +6,7 @@
 
 #include "differential/observed_session.h"
 #include "fake_host/file_buffers.h"
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "library/every_text.h"
 
 namespace differential {
@@ -30,7 +30,7 @@ class EverythingSmall : public testing::Test {
   }
 
  private:
-  const fake::TemporaryFolder folder_;
+  const fake::TemporaryDirectory directory_;
   std::size_t compared_ = 0;
 };
 

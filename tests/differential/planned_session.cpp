@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "differential/observed_session.h"
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 namespace differential {
 
@@ -12,8 +12,8 @@ namespace {
 std::string line_of(const PlannedFile& file) {
   const std::string line = "  " + readable(file.path);
   switch (file.kind) {
-    case PlannedFile::Kind::folder:
-      return line + " is a folder\n";
+    case PlannedFile::Kind::directory:
+      return line + " is a directory\n";
     case PlannedFile::Kind::dangling_link:
       return line + " is a link to nowhere\n";
     case PlannedFile::Kind::file:
@@ -81,7 +81,7 @@ void write_files(const PlannedSession& plan) {
     if (std::filesystem::exists(std::filesystem::symlink_status(file.path))) continue;
     std::filesystem::create_directories(std::filesystem::path(file.path).parent_path());
     switch (file.kind) {
-      case PlannedFile::Kind::folder:
+      case PlannedFile::Kind::directory:
         std::filesystem::create_directory(file.path);
         break;
       case PlannedFile::Kind::dangling_link:
@@ -179,12 +179,12 @@ Step list_eclipses(int mode, bool filter_by_condition) {
                         });
 }
 
-Step read_descriptor(const std::string& folder, const std::string& file) {
-  return {"process_file(" + readable(folder) + ", " + readable(file) + ")",
-          [folder, file](const exports::Table& library, ObservedSession&) {
+Step read_descriptor(const std::string& directory, const std::string& file) {
+  return {"process_file(" + readable(directory) + ", " + readable(file) + ")",
+          [directory, file](const exports::Table& library, ObservedSession&) {
             // What is in the list before has to stay.
             std::vector<plugin_config> records = {{"earlier", "", "", "", ""}};
-            library.process_file({folder, file}, records);
+            library.process_file({directory, file}, records);
             return readable(records);
           }};
 }

@@ -22,7 +22,7 @@ using Variables = std::map<std::string, std::string>;
 struct PlannedFile {
   std::string path;
   std::string content = "";
-  enum class Kind { file, folder, dangling_link } kind = Kind::file;
+  enum class Kind { file, directory, dangling_link } kind = Kind::file;
 };
 
 struct PlannedPackage {
@@ -67,7 +67,7 @@ struct PlannedSession {
 /// All of a session, for a person to read.
 std::string readable(const PlannedSession& plan);
 
-/// Makes the files of a session below the working folder.
+/// Makes the files of a session below the working directory.
 void write_files(const PlannedSession& plan);
 
 // ---- Steps ----
@@ -85,7 +85,7 @@ Step find_executable(const std::string& name);
 Step list_integration_files(int mode, bool filter_by_condition);
 Step list_plugins(int mode, bool filter_by_condition);
 Step list_eclipses(int mode, bool filter_by_condition);
-Step read_descriptor(const std::string& folder, const std::string& file);
+Step read_descriptor(const std::string& directory, const std::string& file);
 
 }  // namespace differential
 

@@ -35,7 +35,7 @@ const std::vector<std::string> operations = {"env_get_string",
 
 class Generator {
  public:
-  Generator(std::uint64_t seed, std::string folder) : random_(seed), folder_(std::move(folder)) {}
+  Generator(std::uint64_t seed, std::string directory) : random_(seed), directory_(std::move(directory)) {}
 
   PlannedSession generate() {
     executable_ = pick({"eclipse", "eclipse", "eclipse", "Eclipse.exe"});
@@ -116,7 +116,7 @@ class Generator {
         pick({"", "", "share/", "g", "/"}) + "etc/eclipse/" + pick({"p.txt", "q", "sub/r", "s\rt", "p.txt"});
     listed.push_back(as_listed(file));
     if (one_in(10)) return;  // listed, but not there
-    const PlannedFile::Kind kind = one_in(15)   ? PlannedFile::Kind::folder
+    const PlannedFile::Kind kind = one_in(15)   ? PlannedFile::Kind::directory
                                    : one_in(15) ? PlannedFile::Kind::dangling_link
                                                 : PlannedFile::Kind::file;
     plan_.files.push_back({directory + "/" + file, random_descriptor(), kind});
@@ -130,7 +130,7 @@ class Generator {
   void add_plugin_component() {
     const std::string directory = "c" + std::to_string(plan_.components.size());
     PlannedComponent component = random_component(pick({"a", "ab", "b", "org.example.c"}) + directory);
-    component.installBase = pick({".", ".", "./", "x/..", folder_, folder_ + "/", ""});
+    component.installBase = pick({".", ".", "./", "x/..", directory_, directory_ + "/", ""});
     component.installDir = pick({"", "", "", "/", "./"}) + directory + pick({"", "", "/"});
     if (often()) {
       component.package.emplace();
@@ -148,14 +148,14 @@ class Generator {
     const std::string directory = "ide" + std::to_string(plan_.components.size());
     PlannedComponent component = random_component(directory);
     component.package.emplace();
-    component.package->root = column({".", folder_}, {"nowhere", "", directory + "/" + executable_});
-    component.package->prefix = column({directory, "./" + directory + "/", folder_ + "/" + directory}, {"", "/"});
+    component.package->root = column({".", directory_}, {"nowhere", "", directory + "/" + executable_});
+    component.package->prefix = column({directory, "./" + directory + "/", directory_ + "/" + directory}, {"", "/"});
     for (std::size_t count = 1 + below(4); count > 0; --count) {
       const std::string file =
           pick({"", "", "bin/", "/"}) + pick({executable_, executable_, "my" + executable_, executable_ + ".ini"});
       component.package->files.push_back(as_listed(file));
       if (often()) {
-        const auto kind = one_in(10) ? PlannedFile::Kind::folder : PlannedFile::Kind::file;
+        const auto kind = one_in(10) ? PlannedFile::Kind::directory : PlannedFile::Kind::file;
         plan_.files.push_back({directory + "/" + file, "", kind});
       }
     }
@@ -193,10 +193,10 @@ class Generator {
     const std::string name = pick({executable_, executable_, "ECLIPSE", "other"});
     if (often()) plan_.files.push_back({"user/" + name});
     if (often()) {
-      const auto kind = one_in(15) ? PlannedFile::Kind::folder : PlannedFile::Kind::file;
+      const auto kind = one_in(15) ? PlannedFile::Kind::directory : PlannedFile::Kind::file;
       plan_.files.push_back({"user/configuration/config.ini", random_configuration(), kind});
     }
-    user_path_ = column({"user/" + name, folder_ + "/user/" + name},
+    user_path_ = column({"user/" + name, directory_ + "/user/" + name},
                         {"", "user\\" + name, "user/" + name + "\r\n", "user", "missing/eclipse", "\n", name, "user//" + name});
   }
 
@@ -265,9 +265,9 @@ class Generator {
       case 7:
         return read_descriptor(pick({"c0", "c1/", "", "."}), pick({"etc/eclipse/p.txt", "etc/eclipse", "missing", ""}));
       case 8:
-        return integrate_into(even() ? user_path_ : folder_);
+        return integrate_into(even() ? user_path_ : directory_);
       default:
-        return unintegrate_from(even() ? user_path_ : folder_);
+        return unintegrate_from(even() ? user_path_ : directory_);
     }
   }
 
@@ -281,7 +281,7 @@ class Generator {
   }
 
   std::mt19937_64 random_;
-  const std::string folder_;
+  const std::string directory_;
   std::string executable_;
   std::string user_path_;
   std::vector<std::size_t> ides_;
@@ -290,6 +290,8 @@ class Generator {
 
 }  // namespace
 
-PlannedSession random_session(std::uint64_t seed, const std::string& folder) { return Generator(seed, folder).generate(); }
+PlannedSession random_session(std::uint64_t seed, const std::string& directory) {
+  return Generator(seed, directory).generate();
+}
 
 }  // namespace differential

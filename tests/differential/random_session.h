@@ -9,9 +9,9 @@
 
 namespace differential {
 
-/// The session of a seed, the same on every machine. `folder` is the absolute path of the folder in which its files are to be,
-/// since some of its paths are absolute.
-PlannedSession random_session(std::uint64_t seed, const std::string& folder);
+/// The session of a seed, the same on every machine. `directory` is the absolute path of the directory in which its files are
+/// to be, since some of its paths are absolute.
+PlannedSession random_session(std::uint64_t seed, const std::string& directory);
 
 }  // namespace differential
 

@@ -11,7 +11,7 @@
 #include "differential/observed_session.h"
 #include "differential/seeds.h"
 #include "fake_host/file_buffers.h"
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 namespace differential {
 namespace {
@@ -202,8 +202,8 @@ std::vector<Branch> integration_branches() {
 void for_each_occasion(const std::function<void(const Occasion&)>& look) {
   const Seeds seeds;
   for (std::uint64_t seed = seeds.first; seed < seeds.first + seeds.count; ++seed) {
-    const fake::TemporaryFolder folder;
-    const PlannedSession plan = random_session(seed, folder.path());
+    const fake::TemporaryDirectory directory;
+    const PlannedSession plan = random_session(seed, directory.path());
     write_files(plan);
     for (const StepRecord& record : perform(plan, exports::plug_in())) look({plan, record});
     fake::settle_file_buffers();
@@ -211,8 +211,8 @@ void for_each_occasion(const std::function<void(const Occasion&)>& look) {
 }
 
 TEST(RandomSession, IsTheSameForTheSameSeed) {
-  EXPECT_EQ(readable(random_session(1, "/folder")), readable(random_session(1, "/folder")));
-  EXPECT_NE(readable(random_session(1, "/folder")), readable(random_session(2, "/folder")));
+  EXPECT_EQ(readable(random_session(1, "/directory")), readable(random_session(1, "/directory")));
+  EXPECT_NE(readable(random_session(1, "/directory")), readable(random_session(2, "/directory")));
 }
 
 TEST(RandomSession, ReachesEveryLogText) {

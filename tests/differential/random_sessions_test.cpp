@@ -7,15 +7,15 @@
 #include "differential/random_session.h"
 #include "differential/seeds.h"
 #include "fake_host/file_buffers.h"
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 namespace differential {
 namespace {
 
 /// What differs in the session of a seed, with the session; empty when nothing does.
 std::string difference_of(std::uint64_t seed) {
-  const fake::TemporaryFolder folder;
-  const PlannedSession plan = random_session(seed, folder.path());
+  const fake::TemporaryDirectory directory;
+  const PlannedSession plan = random_session(seed, directory.path());
   write_files(plan);
   std::string found = difference(perform(plan, exports::plug_in()), perform(plan, exports::model()));
   const fake::BufferAccount buffers = fake::settle_file_buffers();

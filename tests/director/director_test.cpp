@@ -32,7 +32,7 @@ TEST(RealDirector, InstallsFromADirectoryAndAnArchive) {
   Product product;
   product.component("tools", {"alpha", "beta.zip"}, alpha_and_beta);
   const Outcome outcome = product.run("install");
-  const std::string sites = product.folder().string() + "/tools/sites";
+  const std::string sites = product.directory().string() + "/tools/sites";
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.commands(),
               ElementsAre(director(product) + " -repository \"jar:file://" + sites + "/beta.zip!/\",file://" + sites +
@@ -158,14 +158,14 @@ TEST(RealDirector, TooOldInstanceIsRefusedAndLeftAlone) {
   EXPECT_EQ(product.installed(), features({}));
 }
 
-TEST(RealDirector, QuotesGetAnArchiveBelowAPathWithBlanksThroughTheShell) {
+TEST(RealDirector, QuotesGetAnArchiveBelowAPathWithSpacesThroughTheShell) {
   Product product;
   product.component("my tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
   EXPECT_EQ(product.run("install").status, 0);
   EXPECT_EQ(product.installed(), features({"beta"}));
 }
 
-TEST(RealDirector, DirectoryBelowAPathWithBlanksBreaksTheCommand) {
+TEST(RealDirector, DirectoryBelowAPathWithSpacesBreaksTheCommand) {
   Product product;
   product.component("my tools", {"alpha"}, alpha_only);
   const Outcome outcome = product.run("install");
@@ -174,7 +174,7 @@ TEST(RealDirector, DirectoryBelowAPathWithBlanksBreaksTheCommand) {
   EXPECT_EQ(product.installed(), features({}));
 }
 
-TEST(RealDirector, ExecutableBelowAPathWithBlanksIsCutByTheShell) {
+TEST(RealDirector, ExecutableBelowAPathWithSpacesIsCutByTheShell) {
   Product product("my product");
   product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
   const Outcome outcome = product.run("install");

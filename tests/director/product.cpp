@@ -13,13 +13,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const fs::path prepared = ECLIPSE_INT_DIRECTOR_FOLDER;
+const fs::path prepared = ECLIPSE_INT_INSTANCE_DIRECTORY;
 
 std::string quoted(const std::string& text) { return "'" + text + "'"; }
 
-fs::path scratch_folder() {
+fs::path scratch_directory() {
   std::string name = (fs::temp_directory_path() / "eclipse_int-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make a temporary folder");
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make a temporary directory");
   return name;
 }
 
@@ -43,16 +43,16 @@ std::vector<std::string> Outcome::commands() const { return command_values<std::
 
 std::string Outcome::variable(const std::string& name) const { return result.at("variables").at("after").value(name, ""); }
 
-Product::Product(const std::string& folder_name) : scratch_(scratch_folder()), folder_(scratch_ / folder_name) {
-  fs::create_directories(folder_);
-  fs::copy(prepared / "instance", folder_ / "ide", fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+Product::Product(const std::string& directory_name) : scratch_(scratch_directory()), directory_(scratch_ / directory_name) {
+  fs::create_directories(directory_);
+  fs::copy(prepared / "instance", directory_ / "ide", fs::copy_options::recursive | fs::copy_options::copy_symlinks);
 }
 
 Product::~Product() { fs::remove_all(scratch_); }
 
 nlohmann::json& Product::component(const std::string& code, const std::vector<std::string>& sites,
                                    const std::string& descriptor) {
-  const fs::path own = folder_ / code;
+  const fs::path own = directory_ / code;
   for (const std::string& site : sites) {
     fs::create_directories(own / "sites");
     fs::copy(prepared / "sites" / site, own / "sites" / site, fs::copy_options::recursive);
@@ -87,7 +87,7 @@ Outcome Product::run(const std::string& mode, const std::map<std::string, std::s
                               {"eclipse_integration_failed_title", "These features are missing:"}}},
                             {"components", components_}};
   for (const auto& [name, value] : variables) session["variables"][name] = value;
-  const fs::path file = folder_ / "session.json";
+  const fs::path file = directory_ / "session.json";
   write(file, session.dump(2));
   const auto run = eclipse_shell::run_in_shell(quoted(ECLIPSE_INT_COMMAND) + " run --json " + quoted(file.string()));
   Outcome outcome{run.exit_code, nlohmann::json::parse(run.output, nullptr, false)};

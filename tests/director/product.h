@@ -1,4 +1,4 @@
-// A product in a folder of its own, with an Eclipse instance that is a copy of the prepared one.
+// A product in a directory of its own, with an Eclipse instance that is a copy of the prepared one.
 #ifndef ECLIPSE_INT_TESTS_DIRECTOR_PRODUCT_H
 #define ECLIPSE_INT_TESTS_DIRECTOR_PRODUCT_H
 
@@ -20,14 +20,14 @@ struct Outcome {
 
 class Product {
  public:
-  /// `folder_name` is that of the product's folder, whose path decides what the shell makes of paths in it.
-  explicit Product(const std::string& folder_name = "product");
+  /// `directory_name` is that of the product's directory, whose path decides what the shell makes of paths in it.
+  explicit Product(const std::string& directory_name = "product");
   ~Product();
   Product(const Product&) = delete;
   Product& operator=(const Product&) = delete;
 
-  std::filesystem::path folder() const { return folder_; }
-  std::filesystem::path executable() const { return folder_ / "ide" / "eclipse"; }
+  std::filesystem::path directory() const { return directory_; }
+  std::filesystem::path executable() const { return directory_ / "ide" / "eclipse"; }
 
   /// Adds a component with one descriptor file and copies of the named sites ("alpha", "beta.zip") below sites/.
   /// Returns its entry in the session, to be changed by the test.
@@ -44,7 +44,7 @@ class Product {
 
  private:
   std::filesystem::path scratch_;
-  std::filesystem::path folder_;
+  std::filesystem::path directory_;
   nlohmann::json components_ = nlohmann::json::array();
 };
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "standalone_host/session.h"
 
 namespace fake {
@@ -38,7 +38,8 @@ struct ComponentFields {
 eclipse_host::CatalogueComponent* add_component(eclipse_host::Session& session, const ComponentFields& fields);
 
 /// A session on the operations of the stand-alone host, with the log, the commands and the variable writes recorded instead of
-/// carried out or shown, and with a temporary folder as its file system. The fields of eclipse_host::Session go in, and these:
+/// carried out or shown, and with a temporary directory as its file system. The fields of eclipse_host::Session go in, and
+/// these:
 ///
 /// It is strict. Each of these fails the running test: a command that no result is left for, a result that no command asked
 /// for, a log line that begins with none of the plug-in's prefixes, a buffer of get_file() that is not freed exactly once.
@@ -71,7 +72,7 @@ class FakeHost : public eclipse_host::Session {
   /// The calls whose operation begins with one of these.
   Texts calls_of(const Texts& operations) const;
 
-  TemporaryFolder folder;
+  TemporaryDirectory directory;
 
  private:
   eclipse_shell::CommandResult next_result(const std::string& command);

@@ -50,12 +50,12 @@ TEST(FakeHost, ComponentGoesIntoCatalogueAndCapabilityMap) {
   EXPECT_EQ(component->provider()->rootPath(), "root");
 }
 
-TEST(FakeHost, WorksInATemporaryFolderAndRemovesIt) {
+TEST(FakeHost, WorksInATemporaryDirectoryAndRemovesIt) {
   const auto before = std::filesystem::current_path();
   std::string path;
   {
     FakeHost host;
-    path = host.folder.path();
+    path = host.directory.path();
     EXPECT_EQ(std::filesystem::current_path(), path);
     fake::write_file("some/file", "content");
     EXPECT_TRUE(is_file(path + "/some/file"));

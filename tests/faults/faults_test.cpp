@@ -15,7 +15,7 @@
 #include "differential/observed_session.h"
 #include "fake_host/allocations.h"
 #include "fake_host/file_buffers.h"
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "faults/fault_sessions.h"
 
 using differential::ObservedSession;
@@ -108,7 +108,7 @@ class Faults : public testing::Test {
   std::size_t injected_ = 0;
 
  private:
-  const fake::TemporaryFolder folder_;
+  const fake::TemporaryDirectory directory_;
   static inline std::size_t injected_in_all_ = 0;
 };
 

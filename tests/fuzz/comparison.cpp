@@ -5,11 +5,11 @@
 
 #include "differential/observed_session.h"
 #include "fake_host/file_buffers.h"
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 namespace fuzz {
 
-void enter_own_folder() { static const fake::TemporaryFolder folder; }
+void enter_own_directory() { static const fake::TemporaryDirectory directory; }
 
 void report(std::string_view finding) {
   std::cerr << finding << std::endl;

@@ -1,4 +1,4 @@
-// What the fuzz targets have in common: a folder of their own, and what happens when the plug-in differs from the model.
+// What the fuzz targets have in common: a directory of their own, and what happens when the plug-in differs from the model.
 #ifndef ECLIPSE_INT_TESTS_FUZZ_COMPARISON_H
 #define ECLIPSE_INT_TESTS_FUZZ_COMPARISON_H
 
@@ -14,8 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace fuzz {
 
-/// Makes the working folder of this process one of its own, when it is called first.
-void enter_own_folder();
+/// Makes the working directory of this process one of its own, when it is called first.
+void enter_own_directory();
 
 /// Ends the process, which is how a fuzzer is told of a finding.
 [[noreturn]] void report(std::string_view finding);

@@ -1,10 +1,10 @@
 // The input is the config.ini of the user's instance: the version in it, and its comparison with a minimum, are the same as the
 // model's. The minimum is what follows the last zero byte, which the plug-in does not get to see in the file.
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "fuzz/comparison.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  fuzz::enter_own_folder();
+  fuzz::enter_own_directory();
   const std::string content = fuzz::text_of(data, size);
   const std::size_t zero = content.rfind('\0');
   const std::string minimum = zero == content.npos ? "4.5" : content.substr(zero + 1);

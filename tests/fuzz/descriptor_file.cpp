@@ -1,5 +1,5 @@
 // The input is a descriptor file: its records, and the command lines that are made of them, are the same as the model's.
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "fuzz/comparison.h"
 
 using differential::PlannedComponent;
@@ -22,7 +22,7 @@ PlannedSession session(const std::string& content) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  fuzz::enter_own_folder();
+  fuzz::enter_own_directory();
   const std::string content = fuzz::text_of(data, size);
   fake::write_file(file, content);
   fuzz::expect_same(session(content));

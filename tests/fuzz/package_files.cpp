@@ -2,7 +2,7 @@
 // that are found in it, and whether NAME occurs in it, are the same as with the model.
 #include <vector>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "fuzz/comparison.h"
 
 using differential::PlannedComponent;
@@ -31,7 +31,7 @@ std::string take_piece(std::string& text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  fuzz::enter_own_folder();
+  fuzz::enter_own_directory();
   write_files_once();
   std::string text = fuzz::text_of(data, size);
   const std::string name = take_piece(text);

@@ -1,4 +1,4 @@
-// Calls a target with files, in the place of libFuzzer: replay FILE-OR-FOLDER...
+// Calls a target with files, in the place of libFuzzer: replay FILE-OR-DIRECTORY...
 #include <algorithm>
 #include <exception>
 #include <filesystem>
@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Absolute, since a target works in a folder of its own.
+/// Absolute, since a target works in a directory of its own.
 std::vector<fs::path> inputs_in(const fs::path& path) {
   if (!fs::is_directory(path)) return {fs::absolute(path)};
   std::vector<fs::path> files;

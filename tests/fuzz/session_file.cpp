@@ -3,7 +3,7 @@
 #include "standalone_host/session_file.h"
 
 #include "differential/readable.h"
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "fuzz/comparison.h"
 
 using differential::readable;
@@ -37,7 +37,7 @@ std::string read_or_refused() {
   Session session;
   try {
     eclipse_host::read_session_file(file, session);
-  } catch (const eclipse_base::FileFault& fault) {
+  } catch (const eclipse_base::FileError& fault) {
     const std::string message = fault.what();
     const bool is_one_line = message.find_first_of("\n\r") == message.npos;
     if (!message.starts_with(file + ":") || !is_one_line) fuzz::report("a fault is told as: " + readable(message));
@@ -46,7 +46,7 @@ std::string read_or_refused() {
   return description(session);
 }
 
-/// To scan whatever folder an input happens to name can take for ever.
+/// To scan whatever directory an input happens to name can take for ever.
 bool scans_elsewhere(const std::string& text) {
   return text.find("scan") != text.npos && (text.find_first_of("/\\") != text.npos || text.find("..") != text.npos);
 }
@@ -54,7 +54,7 @@ bool scans_elsewhere(const std::string& text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  fuzz::enter_own_folder();
+  fuzz::enter_own_directory();
   const std::string text = fuzz::text_of(data, size);
   if (scans_elsewhere(text)) return 0;
   fake::write_file(file, text);

@@ -86,11 +86,11 @@ TEST(DescriptorFile, BaseDirectoryIsKeptAsGivenAndThePathIsNormalised) {
 
 TEST(DescriptorFile, WhatIsNoReadableFileAppendsNothingAndIsNotLogged) {
   FakeHost host;
-  std::filesystem::create_directories("base/folder");
+  std::filesystem::create_directories("base/directory");
   ASSERT_EQ(mkfifo("base/pipe", 0600), 0);
   std::filesystem::create_symlink("nowhere", "base/dangling");
   Records records = {{"a", "b", "c", "d", "e"}};
-  for (const std::string file : {"missing", "folder", "pipe", "dangling", ""}) process_file({"base", file}, records);
+  for (const std::string file : {"missing", "directory", "pipe", "dangling", ""}) process_file({"base", file}, records);
   EXPECT_EQ(records, (Records{{"a", "b", "c", "d", "e"}}));
   EXPECT_EQ(host.events, Texts{});
 }

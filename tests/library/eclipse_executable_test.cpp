@@ -15,7 +15,7 @@ const std::string not_found = "eclipse_int: eclipse not found";
 TEST(EclipseExecutable, ListedFileIsFoundBelowThePrefix) {
   FakeHost host;
   fake::write_file("ide/sub/eclipse", "");
-  const std::string prefix = host.folder.path() + "/ide";
+  const std::string prefix = host.directory.path() + "/ide";
   for (const std::string listed : {"sub/eclipse", "sub\\eclipse\r\n", "sub\\eclipse\n\n", "/sub//./eclipse\r"}) {
     host.events.clear();
     host.components.clear();
@@ -27,7 +27,7 @@ TEST(EclipseExecutable, ListedFileIsFoundBelowThePrefix) {
 
 TEST(EclipseExecutable, NameHasToBeTheWholeLastComponent) {
   FakeHost host;
-  const std::string prefix = host.folder.path();
+  const std::string prefix = host.directory.path();
   for (const std::string name : {"eclipse.ini", "myeclipse", "Eclipse", "eclips", "eclipse/x"}) fake::write_file(name, "");
   host.add({.code = "ide",
             .package = {{.prefix = prefix,
@@ -43,7 +43,7 @@ TEST(EclipseExecutable, NameHasToBeTheWholeLastComponent) {
 TEST(EclipseExecutable, NameWithASeparatorOrAnEmptyNameNeverMatches) {
   FakeHost host;
   fake::write_file("bin/eclipse", "");
-  host.add({.code = "ide", .package = {{.prefix = host.folder.path(), .files = {"bin/eclipse", "bin\\eclipse", "\r\n"}}}});
+  host.add({.code = "ide", .package = {{.prefix = host.directory.path(), .files = {"bin/eclipse", "bin\\eclipse", "\r\n"}}}});
   for (const std::string name : {"bin/eclipse", "bin\\eclipse", "/eclipse", "", "eclipse\n"}) {
     host.events.clear();
     EXPECT_EQ(find_eclipse_executable(name, host.catalogue()), "") << name;
@@ -53,11 +53,11 @@ TEST(EclipseExecutable, NameWithASeparatorOrAnEmptyNameNeverMatches) {
 
 TEST(EclipseExecutable, OnlyRegularFilesAreTaken) {
   FakeHost host;
-  std::filesystem::create_directories("folder/eclipse");
+  std::filesystem::create_directories("directory/eclipse");
   std::filesystem::create_directories("pipe");
   ASSERT_EQ(mkfifo("pipe/eclipse", 0600), 0);
   host.add({.code = "ide",
-            .package = {{.prefix = host.folder.path(), .files = {"folder/eclipse", "pipe/eclipse", "missing/eclipse"}}}});
+            .package = {{.prefix = host.directory.path(), .files = {"directory/eclipse", "pipe/eclipse", "missing/eclipse"}}}});
   EXPECT_EQ(find_eclipse_executable("eclipse", host.catalogue()), "");
   EXPECT_EQ(host.events, Texts{not_found});
 }
@@ -66,10 +66,10 @@ TEST(EclipseExecutable, RelativePrefixIsResolvedAgainstTheProvidersRoot) {
   FakeHost host;
   fake::write_file("root/ide/eclipse", "");
   host.add({.code = "ide", .package = {{.prefix = "x/../ide", .files = {"eclipse"}, .root = "root"}}});
-  const std::string expected = host.folder.path() + "/root/ide/eclipse";
+  const std::string expected = host.directory.path() + "/root/ide/eclipse";
   EXPECT_EQ(find_eclipse_executable("eclipse", host.catalogue()), expected);
   EXPECT_EQ(host.calls, (Texts{"Component::provider(ide)", "path_is_relative(x/../ide)", "resolved_path(root/x/../ide)",
-                               "path(" + host.folder.path() + "/root/ide/eclipse)", "get_basename(" + expected + ")",
+                               "path(" + host.directory.path() + "/root/ide/eclipse)", "get_basename(" + expected + ")",
                                "is_file(" + expected + ")", "print_log(" + found + expected + ")"}));
 }
 
@@ -80,7 +80,7 @@ TEST(EclipseExecutable, RelativePrefixThatDoesNotResolveIsPassedOver) {
   const std::string root(300, 'x');
   host.add({.code = "a", .package = {{.prefix = "ide", .files = {"eclipse"}, .root = root}}});
   host.add({.code = "b", .package = {{.prefix = "ide", .files = {"eclipse"}, .root = "."}}});
-  const std::string expected = host.folder.path() + "/ide/eclipse";
+  const std::string expected = host.directory.path() + "/ide/eclipse";
   EXPECT_EQ(resolved_path(root + "/ide"), "");
   EXPECT_EQ(find_eclipse_executable("eclipse", host.catalogue()), expected);
   EXPECT_EQ(host.events, Texts{found + expected});
@@ -91,16 +91,16 @@ TEST(EclipseExecutable, EmptyPrefixIsRelative) {
   FakeHost host;
   fake::write_file("root/eclipse", "");
   host.add({.code = "ide", .package = {{.prefix = "", .files = {"eclipse"}, .root = "root"}}});
-  EXPECT_EQ(find_eclipse_executable("eclipse", host.catalogue()), host.folder.path() + "/root/eclipse");
+  EXPECT_EQ(find_eclipse_executable("eclipse", host.catalogue()), host.directory.path() + "/root/eclipse");
   EXPECT_EQ(host.calls_of({"resolved_path"}), Texts{"resolved_path(root/)"});
 }
 
 TEST(EclipseExecutable, AbsolutePrefixIsUsedAsItIs) {
   FakeHost host;
-  const std::string prefix = host.folder.path() + "//ide/../ide/";
+  const std::string prefix = host.directory.path() + "//ide/../ide/";
   fake::write_file("ide/eclipse", "");
   host.add({.code = "ide", .package = {{.prefix = prefix, .files = {"eclipse"}, .root = "/root"}}});
-  EXPECT_EQ(find_eclipse_executable("eclipse", host.catalogue()), host.folder.path() + "/ide/eclipse");
+  EXPECT_EQ(find_eclipse_executable("eclipse", host.catalogue()), host.directory.path() + "/ide/eclipse");
   EXPECT_EQ(host.calls_of({"path_is_relative", "resolved_path", "path("}),
             (Texts{"path_is_relative(" + prefix + ")", "path(" + prefix + "/eclipse)"}));
 }
@@ -108,27 +108,27 @@ TEST(EclipseExecutable, AbsolutePrefixIsUsedAsItIs) {
 TEST(EclipseExecutable, LastHitIsReturnedAndEachIsLogged) {
   FakeHost host;
   for (const std::string file : {"a/1/eclipse", "a/2/eclipse", "b/eclipse"}) fake::write_file(file, "");
-  const std::string folder = host.folder.path();
-  host.add({.code = "a", .package = {{.prefix = folder + "/a", .files = {"2/eclipse", "1/eclipse", "3/eclipse"}}}});
-  host.add({.code = "b", .package = {{.prefix = folder + "/b", .files = {"eclipse", "eclipse.ini"}}}});
-  host.add({.code = "c", .package = {{.prefix = folder + "/c", .files = {"eclipse"}}}});
-  EXPECT_EQ(find_eclipse_executable("eclipse", host.catalogue()), folder + "/b/eclipse");
+  const std::string directory = host.directory.path();
+  host.add({.code = "a", .package = {{.prefix = directory + "/a", .files = {"2/eclipse", "1/eclipse", "3/eclipse"}}}});
+  host.add({.code = "b", .package = {{.prefix = directory + "/b", .files = {"eclipse", "eclipse.ini"}}}});
+  host.add({.code = "c", .package = {{.prefix = directory + "/c", .files = {"eclipse"}}}});
+  EXPECT_EQ(find_eclipse_executable("eclipse", host.catalogue()), directory + "/b/eclipse");
   EXPECT_EQ(host.events,
-            (Texts{found + folder + "/a/2/eclipse", found + folder + "/a/1/eclipse", found + folder + "/b/eclipse"}));
+            (Texts{found + directory + "/a/2/eclipse", found + directory + "/a/1/eclipse", found + directory + "/b/eclipse"}));
 }
 
 TEST(EclipseExecutable, HostTextsAreNoFormat) {
   FakeHost host;
   fake::write_file("%s%n/ecl%dipse", "");
-  host.add({.code = "ide", .package = {{.prefix = host.folder.path(), .files = {"%s%n\\ecl%dipse"}}}});
-  EXPECT_EQ(find_eclipse_executable("ecl%dipse", host.catalogue()), host.folder.path() + "/%s%n/ecl%dipse");
-  EXPECT_EQ(host.events, Texts{found + host.folder.path() + "/%s%n/ecl%dipse"});
+  host.add({.code = "ide", .package = {{.prefix = host.directory.path(), .files = {"%s%n\\ecl%dipse"}}}});
+  EXPECT_EQ(find_eclipse_executable("ecl%dipse", host.catalogue()), host.directory.path() + "/%s%n/ecl%dipse");
+  EXPECT_EQ(host.events, Texts{found + host.directory.path() + "/%s%n/ecl%dipse"});
 }
 
 TEST(EclipseExecutable, ComponentsWithoutCodeProviderOrPackageAreSkipped) {
   FakeHost host;
   fake::write_file("eclipse", "");
-  const fake::PackageFields package = {.prefix = host.folder.path(), .files = {"eclipse"}};
+  const fake::PackageFields package = {.prefix = host.directory.path(), .files = {"eclipse"}};
   host.components.push_back(nullptr);
   host.add({.code = "", .package = package});
   host.add({.code = "without package"});

@@ -16,18 +16,18 @@ const std::string default_line = "eclipse_int: no integration choice haven't bee
 struct HostWithIde : FakeHost {
   HostWithIde() {
     fake::write_file("ide/eclipse", "");
-    add({.code = "ide", .package = {{.prefix = directory, .files = {"eclipse"}}}, .capabilities = {"ECLIPSE_IDE"}});
+    add({.code = "ide", .package = {{.prefix = ide, .files = {"eclipse"}}}, .capabilities = {"ECLIPSE_IDE"}});
     variables = {{"ECLIPSE_BIN", "eclipse"}, {"ECLIPSE_PATH", "earlier"}};
   }
-  const std::string directory = folder.path() + "/ide";
-  const std::string found = "eclipse_int: found eclipse executable: " + directory + "/eclipse";
+  const std::string ide = directory.path() + "/ide";
+  const std::string found = "eclipse_int: found eclipse executable: " + ide + "/eclipse";
 };
 
 TEST(DefineEclipsePath, InternalChoiceTakesTheDirectoryOfTheIde) {
   HostWithIde host;
   host.variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";
   EXPECT_EQ(define_eclipse_path(&host), 0);
-  EXPECT_EQ(host.events, (Texts{host.found, internal_line + host.directory, "ECLIPSE_PATH=" + host.directory}));
+  EXPECT_EQ(host.events, (Texts{host.found, internal_line + host.ide, "ECLIPSE_PATH=" + host.ide}));
 }
 
 TEST(DefineEclipsePath, WithoutAChoiceTheIdeIsTheDefault) {
@@ -35,7 +35,7 @@ TEST(DefineEclipsePath, WithoutAChoiceTheIdeIsTheDefault) {
     HostWithIde host;
     host.variables["ECLIPSE_INTEGRATION_CHOICE"] = choice;
     EXPECT_EQ(define_eclipse_path(&host), 0);
-    EXPECT_EQ(host.events, (Texts{host.found, default_line + host.directory, "ECLIPSE_PATH=" + host.directory})) << choice;
+    EXPECT_EQ(host.events, (Texts{host.found, default_line + host.ide, "ECLIPSE_PATH=" + host.ide})) << choice;
   }
 }
 
@@ -62,18 +62,17 @@ TEST(DefineEclipsePath, UserChoiceTakesTheDirectoryOfTheNamedExecutable) {
   HostWithIde host;
   fake::write_file("own %s/eclipse", "");
   host.variables["ECLIPSE_INTEGRATION_CHOICE"] = "user";
-  host.variables["USER_DEFINED_ECLIPSE_PATH"] = host.folder.path() + "/own %s/eclipse";
+  host.variables["USER_DEFINED_ECLIPSE_PATH"] = host.directory.path() + "/own %s/eclipse";
   EXPECT_EQ(define_eclipse_path(&host), 0);
-  const std::string directory = host.folder.path() + "/own %s";
-  EXPECT_EQ(host.events,
-            (Texts{host.found, "ECLIPSE_PATH=" + directory, "eclipse_int: user eclipse install subdir: " + directory}));
+  const std::string own = host.directory.path() + "/own %s";
+  EXPECT_EQ(host.events, (Texts{host.found, "ECLIPSE_PATH=" + own, "eclipse_int: user eclipse install subdir: " + own}));
 }
 
 TEST(DefineEclipsePath, UserChoiceOnlyAsksWhetherThePathExists) {
   HostWithIde host;
-  std::filesystem::create_directories("own/folder");
+  std::filesystem::create_directories("own/directory");
   host.variables["ECLIPSE_INTEGRATION_CHOICE"] = "user";
-  host.variables["USER_DEFINED_ECLIPSE_PATH"] = "own/folder";
+  host.variables["USER_DEFINED_ECLIPSE_PATH"] = "own/directory";
   EXPECT_EQ(define_eclipse_path(&host), 0);
   EXPECT_EQ(host.events, (Texts{host.found, "ECLIPSE_PATH=own", "eclipse_int: user eclipse install subdir: own"}));
 }
@@ -113,7 +112,7 @@ TEST(DefineEclipsePath, IdeIsLookedUpBeforeTheChoiceIsRead) {
   EXPECT_EQ(
       host.calls_of({"session_get_cdata", "env_get_string", "Component::provider", "file_exists", "get_dirname"}),
       (Texts{"session_get_cdata(KORU_YUM_CAPABILITY_PROVIDERS)", "env_get_string(ECLIPSE_BIN)", "Component::provider(ide)",
-             "file_exists(" + host.directory + "/eclipse)", "get_dirname(" + host.directory + "/eclipse)",
+             "file_exists(" + host.ide + "/eclipse)", "get_dirname(" + host.ide + "/eclipse)",
              "env_get_string(ECLIPSE_INTEGRATION_CHOICE)", "env_get_string(USER_DEFINED_ECLIPSE_PATH)", "file_exists()"}));
 }
 

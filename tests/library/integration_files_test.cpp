@@ -17,7 +17,7 @@ using Files = std::vector<std::pair<std::string, std::string>>;
 
 constexpr EclipseIntegrationMode other_mode = static_cast<EclipseIntegrationMode>(7);
 
-TEST(IntegrationFiles, EntriesBelowTheDescriptorFolderAreFound) {
+TEST(IntegrationFiles, EntriesBelowTheDescriptorDirectoryAreFound) {
   FakeHost host;
   host.add({.code = "c",
             .installBase = "/opt//base",
@@ -120,7 +120,7 @@ TEST(IntegrationFiles, OnlyTheConditionOfTheModeFilters) {
   }
 }
 
-TEST(IntegrationFiles, FolderIsFoundAtEveryPlaceInALongPath) {
+TEST(IntegrationFiles, DirectoryIsFoundAtEveryPlaceInALongPath) {
   const Texts listed = every_text({"etc", "/", "\\", "eclipse", "e", "etc/eclips", "\n", "\xFF"}, 5);
   Files expected;
   for (std::string text : listed) {
@@ -169,20 +169,21 @@ TEST_P(PluginList, RecordsOfAllFilesComeInOrder) {
 
 TEST_P(PluginList, FilesThatAreNotOnDiskAreLoggedAndLeftOut) {
   FakeHost host;
-  host.add({.code = "c",
-            .installBase = "base",
-            .package = {{.files = {"etc/eclipse/missing%s", "etc/eclipse/folder", "etc/eclipse/pipe", "etc/eclipse/there"}}}});
-  std::filesystem::create_directories("base/etc/eclipse/folder");
+  host.add(
+      {.code = "c",
+       .installBase = "base",
+       .package = {{.files = {"etc/eclipse/missing%s", "etc/eclipse/directory", "etc/eclipse/pipe", "etc/eclipse/there"}}}});
+  std::filesystem::create_directories("base/etc/eclipse/directory");
   ASSERT_EQ(mkfifo("base/etc/eclipse/pipe", 0600), 0);
   fake::write_file("base/etc/eclipse/there", "site\tfeature");
   EXPECT_EQ(GetParam()(Integrate, host.catalogue(), false),
             (std::vector<plugin_config>{{"site", "feature", "", "undefined", "base"}}));
   EXPECT_EQ(host.events, (Texts{"eclipse_int: found eclipse configuration: etc/eclipse/missing%s",
-                                "eclipse_int: found eclipse configuration: etc/eclipse/folder",
+                                "eclipse_int: found eclipse configuration: etc/eclipse/directory",
                                 "eclipse_int: found eclipse configuration: etc/eclipse/pipe",
                                 "eclipse_int: found eclipse configuration: etc/eclipse/there",
                                 "eclipse_int: File base/etc/eclipse/missing%s not found",
-                                "eclipse_int: File base/etc/eclipse/folder not found",
+                                "eclipse_int: File base/etc/eclipse/directory not found",
                                 "eclipse_int: File base/etc/eclipse/pipe not found"}));
 }
 

@@ -19,7 +19,7 @@ const std::string not_installed =
 const std::string nothing_listed = "eclipse_int: feature or repo list is empty, skip integration";
 const std::string individually = "eclipse_int: failed to integrate all plug-ins at once, integrating individually";
 
-/// A component with a descriptor file of this content on disk, below the folder of its code.
+/// A component with a descriptor file of this content on disk, below the directory of its code.
 void add_plugin(FakeHost& host, const std::string& code, bool install, const std::string& descriptor) {
   host.add({.code = code, .installBase = code, .install = install, .package = {{.files = {"etc/eclipse/p"}}}});
   fake::write_file(code + "/etc/eclipse/p", descriptor);
@@ -91,7 +91,7 @@ TEST(PerformIntegration, InternalChoiceIntegratesIntoTheLastExecutableFound) {
   HostWithFeatures host;
   fake::write_file("ide/1/eclipse", "");
   fake::write_file("ide/2/eclipse", "");
-  const std::string ide = host.folder.path() + "/ide";
+  const std::string ide = host.directory.path() + "/ide";
   host.add(
       {.code = "ide", .package = {{.prefix = ide, .files = {"1\\eclipse\r\n", "2/eclipse"}}}, .capabilities = {"ECLIPSE_IDE"}});
   host.variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";

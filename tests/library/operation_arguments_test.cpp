@@ -7,7 +7,7 @@
 #include <map>
 
 #include "eclipse_int/eclipse_int.h"
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 namespace {
 
@@ -195,7 +195,7 @@ class DirectorArguments : public OperationArguments {
  protected:
   DirectorArguments() {
     fake::write_file("c/etc/eclipse/p", "site\tF1\nsite\tF2\n");
-    ide.installBase = folder.path();
+    ide.installBase = directory.path();
     ide.installDir = "c";
     variables["ECLIPSE_INTEGRATION_CHOICE"] = "user";
     variables["CASHED_ECLIPSE_PATH"] = "/own/eclipse";
@@ -205,7 +205,7 @@ class DirectorArguments : public OperationArguments {
     return std::equal(status_places.begin() + 1, status_places.end(), status_places.begin());
   }
 
-  fake::TemporaryFolder folder;
+  fake::TemporaryDirectory directory;
 };
 
 const Texts catalogue_calls = {"findPackage \"\" \"ide\" \"\"", "packageFiles of the package"};

@@ -15,7 +15,7 @@ namespace {
 const std::string perform = "eclipse_int: perform_unintegration entered";
 const std::string unintegrate = "eclipse_int: unintegrate_from_instance entered";
 
-/// A component with a descriptor file of this content on disk, below the folder of its code.
+/// A component with a descriptor file of this content on disk, below the directory of its code.
 void add_plugin(FakeHost& host, const std::string& code, bool remove, const std::string& descriptor) {
   host.add({.code = code,
             .installBase = code,
@@ -87,7 +87,7 @@ TEST(PerformUnintegration, InternalChoiceWithoutAnIdeSaysSoOnce) {
 TEST(PerformUnintegration, InternalChoiceRemovesFromTheIde) {
   HostWithFeatures host;
   fake::write_file("ide/eclipse", "");
-  const std::string ide = host.folder.path() + "/ide";
+  const std::string ide = host.directory.path() + "/ide";
   host.add(
       {.code = "ide", .install = true, .package = {{.prefix = ide, .files = {"eclipse"}}}, .capabilities = {"ECLIPSE_IDE"}});
   host.variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";

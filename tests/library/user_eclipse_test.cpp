@@ -140,10 +140,10 @@ TEST(UserEclipseVersion, WithAPathThatIsNotCorrectTheEarlierVersionStays) {
 }
 
 TEST(UserEclipseVersion, MissingConfigurationGivesAnEmptyVersion) {
-  for (const bool folder_in_its_place : {false, true}) {
+  for (const bool directory_in_its_place : {false, true}) {
     HostWithUserEclipse host("eclipse.buildId=4.5\n");
     std::filesystem::remove("own/configuration/config.ini");
-    if (folder_in_its_place) std::filesystem::create_directory("own/configuration/config.ini");
+    if (directory_in_its_place) std::filesystem::create_directory("own/configuration/config.ini");
     EXPECT_EQ(user_eclipse_version(&host), 0);
     EXPECT_EQ(host.events,
               in_order(path_is_correct, Texts{"eclipse_int: eclipse_version - config file not found", "ECLIPSE_VERSION="}));

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "shell/command_runner.h"
 
 using fake::write_file;
@@ -26,7 +26,7 @@ class LintCommand : public testing::Test {
   }
   int status(const std::string& arguments) const { return eclipse_int(arguments).exit_code; }
 
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
 };
 
 TEST_F(LintCommand, IsSilentWhereThereIsNothingToSay) {
@@ -35,7 +35,7 @@ TEST_F(LintCommand, IsSilentWhereThereIsNothingToSay) {
   EXPECT_EQ(lint.output + lint.error_output, "");
 }
 
-TEST_F(LintCommand, TellsPlaceEffectAndMend) {
+TEST_F(LintCommand, TellsLocationWhyAndFix) {
   const auto lint = eclipse_int("lint good.txt bad.txt");
   EXPECT_EQ(lint.exit_code, 1);
   EXPECT_EQ(lint.error_output, "");
@@ -43,8 +43,8 @@ TEST_F(LintCommand, TellsPlaceEffectAndMend) {
             "bad.txt:2:1: error: this looks like data but has no tab: the line is dropped [line-without-tab]\n"
             "  2 | sites/beta org.example.beta.feature.group\n"
             "    | ^~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~\n"
-            "  effect: Only tabs separate columns, so the line has one column, and it is dropped without a word.\n"
-            "  mend: separate repository and feature by one tab\n");
+            "  why: Only tabs separate columns, so the line has one column, and it is dropped silently.\n"
+            "  fix: separate repository and feature by one tab\n");
 }
 
 TEST_F(LintCommand, SeverityDecidesTheExitStatus) {
@@ -69,7 +69,7 @@ TEST_F(LintCommand, RulesCanBeLeftOutOrSetAside) {
 TEST_F(LintCommand, OverridesThatSetNothingAsideAreMentioned) {
   write_file("overrides.json",
              "[{\"rule\": \"line-without-tab\", \"file\": \"bad.txt\", \"reason\": \"an old line\"},\n"
-             "{\"rule\": \"line-without-tab\", \"file\": \"good.txt\", \"reason\": \"mended by now\"}]\n");
+             "{\"rule\": \"line-without-tab\", \"file\": \"good.txt\", \"reason\": \"fixed by now\"}]\n");
   const auto lint = eclipse_int("lint --overrides overrides.json good.txt bad.txt");
   EXPECT_EQ(lint.exit_code, 0);
   EXPECT_EQ(lint.output, "");
@@ -81,7 +81,7 @@ TEST_F(LintCommand, OverridesThatSetNothingAsideAreMentioned) {
   EXPECT_EQ(eclipse_int("lint --overrides overrides.json missing.txt").error_output.find("note:"), std::string::npos);
 }
 
-TEST_F(LintCommand, FolderOfComponentsIsCheckedComponentByComponent) {
+TEST_F(LintCommand, DirectoryOfComponentsIsCheckedComponentByComponent) {
   for (const std::string component : {"product/one", "product/two"}) {
     write_file(component + "/etc/eclipse/t", "site\torg.example.alpha.feature.group\n");
     write_file(component + "/site/content.xml.xz", "");
@@ -116,7 +116,7 @@ TEST_F(LintCommand, FaultsOfInputsDoNotKeepTheOthersFromBeingChecked) {
   EXPECT_EQ(lint.exit_code, 2);
   EXPECT_EQ(
       lint.error_output,
-      "eclipse-int: missing.txt: is not there; give a descriptor file, a folder of components or a session file (.json)\n");
+      "eclipse-int: missing.txt: is not there; give a descriptor file, a directory of components or a session file (.json)\n");
   EXPECT_NE(lint.output.find("[line-without-tab]"), std::string::npos);
   write_file("session.json", "{\"mode\": \"instal\", \"components\": []}");
   EXPECT_EQ(eclipse_int("lint session.json").error_output,
@@ -153,7 +153,7 @@ TEST_F(LintCommand, ExplainTellsOfRules) {
   const auto one = eclipse_int("explain line-without-tab");
   EXPECT_EQ(one.exit_code, 0);
   EXPECT_EQ(one.output.substr(0, one.output.find('\n')),
-            "line-without-tab (error): a data line has blanks, commas or semicolons where its tab should be");
+            "line-without-tab (error): a data line has spaces, commas or semicolons where its tab should be");
   EXPECT_NE(eclipse_int("explain").output.find("\nline-without-tab "), std::string::npos);
   EXPECT_EQ(eclipse_int("explain line-without-tabs").error_output,
             "eclipse-int: RULE: there is no rule \"line-without-tabs\"; did you mean \"line-without-tab\"?\n"

@@ -21,7 +21,7 @@ constexpr const char* offer_of_one =
 
 /// The findings in a descriptor file by itself.
 Texts findings_in_lines(const std::string& content) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("t", content);
   return summary_of(findings_in("t"));
 }
@@ -52,7 +52,7 @@ TEST(Findings, StandAtTheirPlaces) {
       {"Repository\tFeature\r\ns\tx.y.feature.group\r\ns\tx.z.feature.group\r\n", {"t:2:20+1 carriage-return-kept"}},
       {"Repository\tFeature\r\ns\tx.y.feature.group\n", {}},
       {"Repository\tx.y.feature.group\ns\tx.z.feature.group\n", {"t:1:1+10 site-called-repository"}},
-      {"s\t x.y.feature.group\n", {"t:1:3+18 blank-around-column"}},
+      {"s\t x.y.feature.group\n", {"t:1:3+18 space-around-column"}},
       {"s\t'x.y.feature.group'\n", {"t:1:3+19 quoted-column"}},
       {"s\tx.y.feature.group\t\t1\ta\tb\n", {"t:1:24+1 extra-columns"}},
       {"s\tx.y.feature.group\t\n", {"t:1:20+1 trailing-tab"}},
@@ -86,7 +86,7 @@ TEST(Findings, StandAtTheirPlaces) {
       {"Repositories\tFeature\tExtra\tOrder\ns\tx.y.feature.group\n", {"t:1:1+12 header-not-recognised"}},
       {"\xEF\xBB\xBFRepository\tFeature\tExtra\tOrder\ns\tx.y.feature.group\n", {"t:1:1+3 byte-order-mark"}},
       {"#s\tx.y\n", {"t:1:1+2 comment-is-data"}},
-      {"a b,c\tx.y.feature.group\n", {"t:1:2+1 blank-in-repository", "t:1:4+1 comma-in-repository"}},
+      {"a b,c\tx.y.feature.group\n", {"t:1:2+1 space-in-repository", "t:1:4+1 comma-in-repository"}},
       {"100%\tx.y.feature.group\n", {}},
       {"a#b\tx.y.feature.group\n", {"t:1:2+1 url-character-in-repository"}},
       {"a\\b\tx.y.feature.group\n", {"t:1:2+1 backslash-in-repository"}},
@@ -123,7 +123,7 @@ TEST(Findings, StandAtTheirPlaces) {
 }
 
 TEST(Findings, MessagesNameWhatTheySpeakOf) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("t", "s\tx.y.feature.group\t\t3\ns\tx.z.feature.group\t\t3\n");
   const Findings findings = findings_in("t");
   ASSERT_EQ(summary_of(findings), Texts({"t:2:22+1 order-taken"}));
@@ -131,24 +131,24 @@ TEST(Findings, MessagesNameWhatTheySpeakOf) {
 }
 
 TEST(Findings, SuggestionsAreIdsThatThereMayBe) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("t", "s\tx.a\ns\tx.b.feature\ns\tx.c.feature.jar\ns\tx.d.plugin\n");
-  Texts mends;
-  for (const Finding& finding : findings_in("t")) mends.push_back(finding.mend);
-  EXPECT_EQ(mends,
+  Texts fixes;
+  for (const Finding& finding : findings_in("t")) fixes.push_back(finding.fix);
+  EXPECT_EQ(fixes,
             Texts({"did you mean x.a.feature.group?", "did you mean x.b.feature.group?", "did you mean x.c.feature.group?",
                    "write the id of the feature that holds it, with .feature.group behind it"}));
 }
 
-TEST(Findings, CommentWithoutABlankIsASiteOfThatName) {
-  const fake::TemporaryFolder folder;
+TEST(Findings, CommentWithoutASpaceIsASiteOfThatName) {
+  const fake::TemporaryDirectory directory;
   write_file("t", "#sites/alpha\tx.y.feature.group\n");
   EXPECT_EQ(findings_in("t").at(0).message, "there are no comments: this is data, of a site called \"#sites/alpha\"");
 }
 
 TEST(Findings, FeatureIsSoughtWhateverItsCharacters) {
   for (const std::string id : {"x.~y", "x.\xC3\xA4", "x.@", "x.%", "x.:y", "!x.y", "{x.y", "~x.y", "-x.y"}) {
-    const fake::TemporaryFolder folder;
+    const fake::TemporaryDirectory directory;
     write_file("c/etc/eclipse/t", "site\t" + id + ".feature.group\nsite\torg.example.one.feature.group\n");
     write_file("c/site/content.xml", offer_of_one);
     const std::string rule = id.starts_with('~')   ? ":1:6+1 feature-needs-shell-quoting"
@@ -160,7 +160,7 @@ TEST(Findings, FeatureIsSoughtWhateverItsCharacters) {
 
 TEST(Findings, PinnedVersionIsSoughtAsTheDirectorReadsIt) {
   for (const std::string version : {"1", "1.0", "01.0.0", "1.0.0", "0.0.0", "2.0.0", "1.0.0.x", "1.0.1"}) {
-    const fake::TemporaryFolder folder;
+    const fake::TemporaryDirectory directory;
     write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group/" + version + "\n");
     write_file("c/site/content.xml", offer_of_one);
     const Findings findings = findings_in("c", {.disabled = {"feature-pinned"}, .overrides = {}});
@@ -169,7 +169,7 @@ TEST(Findings, PinnedVersionIsSoughtAsTheDirectorReadsIt) {
     if (is_offered) continue;
     EXPECT_EQ(findings[0].rule->name, "feature-not-offered");
     EXPECT_EQ(findings[0].message, "no site offers version " + version + " of \"org.example.one.feature.group\"");
-    EXPECT_EQ(findings[0].mend, "the sites offer version 1.0.0: write org.example.one.feature.group");
+    EXPECT_EQ(findings[0].fix, "the sites offer version 1.0.0: write org.example.one.feature.group");
   }
 }
 
@@ -183,7 +183,7 @@ TEST(Findings, ArtifactsMayComeFromAnySite) {
       "<repository><mappings><rule filter='(&amp; (classifier=osgi.bundle))' "
       "output='${repoUrl}/plugins/${id}_${version}.jar'/></mappings>"
       "<artifacts><artifact classifier='osgi.bundle' id='one' version='1.0.0'/></artifacts></repository>";
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\nmore\torg.example.two.feature.group\n");
   write_file("c/site/content.xml", offer_of("one"));
   write_file("c/more/content.xml",
@@ -203,7 +203,7 @@ TEST(Findings, ArtifactsMayComeFromAnySite) {
 }
 
 TEST(Findings, WhatMayNotBeReadIsToldFromWhatIsDamaged) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t",
              "a.zip\torg.example.one.feature.group\nb\torg.example.one.feature.group\nd\torg.example.one.feature.group\n");
   write_file("c/a.zip", "an archive");
@@ -214,7 +214,7 @@ TEST(Findings, WhatMayNotBeReadIsToldFromWhatIsDamaged) {
     std::filesystem::permissions(closed, std::filesystem::perms(0));
   Texts messages;
   for (const Finding& finding : findings_in("c", {.disabled = {"feature-from-two-sites"}, .overrides = {}})) {
-    messages.push_back(finding.message + "; " + finding.mend);
+    messages.push_back(finding.message + "; " + finding.fix);
   }
   EXPECT_EQ(messages,
             Texts({"\"a.zip\" cannot be loaded: it cannot be read; make it readable for whoever runs the installer",
@@ -223,18 +223,18 @@ TEST(Findings, WhatMayNotBeReadIsToldFromWhatIsDamaged) {
                    "whole"}));
 }
 
-TEST(Findings, FolderCalledLikeAFileIsNone) {
-  const fake::TemporaryFolder folder;
+TEST(Findings, DirectoryCalledLikeAFileIsNone) {
+  const fake::TemporaryDirectory directory;
   std::filesystem::create_directories("c/etc/eclipse/a.txt");
   std::filesystem::create_directories("c/etc/eclipse/sub");
   EXPECT_EQ(summary_of(findings_in("c")), Texts({"c/etc/eclipse/a.txt descriptor-is-no-file"}));
   const Findings findings = findings_in("c/etc/eclipse/a.txt");
   ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/a.txt descriptor-is-no-file"}));
-  EXPECT_EQ(findings[0].message, "\"etc/eclipse/a.txt\" is a folder, not a file");
+  EXPECT_EQ(findings[0].message, "\"etc/eclipse/a.txt\" is a directory, not a file");
 }
 
 TEST(Findings, FileThatIsNoDescriptorIsSaidToBeThatAndNoMore) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/README.md", "# Hello\n\nThis\tis\n");
   write_file("c/etc/eclipse/b.xml", "<?xml version='1.0'?>\n<a>\n\t<b/>\n</a>\n");
   write_file("c/etc/eclipse/c.png", std::string("\x89PNG\0\t\n", 7));
@@ -249,7 +249,7 @@ TEST(Findings, FileThatIsNoDescriptorIsSaidToBeThatAndNoMore) {
 }
 
 TEST(Findings, WhatALinkLeadsToIsNoDescriptorOutside) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("c/real.txt", "Repository\tFeature\nsite\torg.example.one.feature.group\n");
   write_file("c/site/content.xml", offer_of_one);
   std::filesystem::create_directories("c/etc/eclipse");
@@ -260,7 +260,7 @@ TEST(Findings, WhatALinkLeadsToIsNoDescriptorOutside) {
 }
 
 TEST(Findings, CommasAreNotCountedAsFeatures) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("t", "s\tx.a.feature.group,\ns\t,x.b.feature.group\ns\tx.c.feature.group,,x.d.feature.group,\n");
   const Findings findings = findings_in("t");
   ASSERT_EQ(findings.size(), 3U);
@@ -271,18 +271,18 @@ TEST(Findings, CommasAreNotCountedAsFeatures) {
 }
 
 TEST(Findings, AbsolutePathThatIsThereAllTheSameIsOnlyWarnedOf) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "/site\torg.example.one.feature.group\n");
   write_file("c/site/content.xml", offer_of_one);
   const Findings findings = findings_in("c");
   ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/t:1:1+5 absolute-repository"}));
   EXPECT_EQ(findings[0].severity, Severity::warning);
   EXPECT_EQ(findings[0].message,
-            "\"/site\" is not recognised as absolute: it becomes " + folder.path() + "/c/site, which is there");
+            "\"/site\" is not recognised as absolute: it becomes " + directory.path() + "/c/site, which is there");
 }
 
 TEST(Findings, FileThatIsNoArchiveIsNoRepository) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "notes\torg.example.one.feature.group\n");
   write_file("c/notes", "the sites of the component\n");
   const Findings findings = findings_in("c");
@@ -294,7 +294,7 @@ TEST(Findings, RepositoryIsUnusedOnlyWhereThatIsCertain) {
   constexpr const char* offer_of_two =
       "<repository><units><unit id='org.example.two.feature.group' version='1.0.0'/></units></repository>";
   const auto findings_with = [&](const std::string& lines, const std::string& offer_of_other) {
-    const fake::TemporaryFolder folder;
+    const fake::TemporaryDirectory directory;
     write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\n" + lines);
     write_file("c/site/content.xml", offer_of_one);
     write_file("c/other/content.xml", offer_of_other);
@@ -313,7 +313,7 @@ TEST(Findings, RepositoryIsUnusedOnlyWhereThatIsCertain) {
 }
 
 TEST(Findings, WhatIsNoFileIsNeitherReadNorPassedOver) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   std::filesystem::create_directories("c/etc/eclipse/sub");
   ASSERT_EQ(mkfifo("c/etc/eclipse/sub/pipe", 0644), 0);
   std::filesystem::create_symlink("nowhere", "c/etc/eclipse/link");
@@ -321,12 +321,12 @@ TEST(Findings, WhatIsNoFileIsNeitherReadNorPassedOver) {
   const Findings findings = findings_in("c");
   EXPECT_EQ(summary_of(findings),
             Texts({"c/etc/eclipse/link descriptor-is-no-file", "c/etc/eclipse/sub/pipe descriptor-is-no-file"}));
-  EXPECT_EQ(findings[0].message, "\"etc/eclipse/link\" is a link to nothing, not a file");
+  EXPECT_EQ(findings[0].message, "\"etc/eclipse/link\" is a dangling symlink, not a file");
   EXPECT_EQ(findings[1].message, "\"etc/eclipse/sub/pipe\" is a pipe, not a file");
 }
 
 TEST(Findings, PipesInTheirPlacesKeepNobodyWaiting) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\npipe.zip\torg.example.two.feature.group\n");
   std::filesystem::create_directories("c/site");
   for (const std::string pipe : {"c/site/content.xml", "c/pipe.zip", "session.json", "overrides.json"}) {
@@ -334,12 +334,12 @@ TEST(Findings, PipesInTheirPlacesKeepNobodyWaiting) {
   }
   EXPECT_EQ(summary_of(findings_in("c")),
             Texts({"c/etc/eclipse/t:1:1+4 site-without-metadata", "c/etc/eclipse/t:2:1+8 site-metadata-damaged"}));
-  EXPECT_THROW(findings_in("session.json"), eclipse_base::FileFault);
-  EXPECT_THROW(read_overrides("overrides.json"), eclipse_base::FileFault);
+  EXPECT_THROW(findings_in("session.json"), eclipse_base::FileError);
+  EXPECT_THROW(read_overrides("overrides.json"), eclipse_base::FileError);
 }
 
 TEST(Findings, FeatureIsSoughtInAllSitesOfTheComponent) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "site\torg.example.one\nsite\torg.example.Ones.feature.group\nsite\torg.example.one.plugin\n");
   write_file("c/site/content.xml", offer_of_one);
   const Findings findings = findings_in("c");
@@ -347,12 +347,12 @@ TEST(Findings, FeatureIsSoughtInAllSitesOfTheComponent) {
             Texts({"c/etc/eclipse/t:1:6+15 feature-without-group-suffix", "c/etc/eclipse/t:2:6+30 feature-not-offered",
                    "c/etc/eclipse/t:3:6+22 unit-is-no-feature"}));
   EXPECT_EQ(findings[0].severity, Severity::error);
-  EXPECT_EQ(findings[0].mend, "write org.example.one.feature.group");
-  EXPECT_EQ(findings[1].mend, "the sites offer \"org.example.one.feature.group\"");
+  EXPECT_EQ(findings[0].fix, "write org.example.one.feature.group");
+  EXPECT_EQ(findings[1].fix, "the sites offer \"org.example.one.feature.group\"");
 }
 
 TEST(Findings, NothingIsSaidOfOffersWhenASiteCannotBeRead) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "site\torg.example.two.feature.group\nremote\torg.example.three.feature.group\n");
   write_file("c/site/content.xml", offer_of_one);
   write_file("c/remote/compositeContent.xml",
@@ -360,17 +360,17 @@ TEST(Findings, NothingIsSaidOfOffersWhenASiteCannotBeRead) {
   EXPECT_EQ(summary_of(findings_in("c")), Texts());
 }
 
-TEST(Findings, BlankInThePathOfTheComponentHarmsADirectoryOnly) {
-  const fake::TemporaryFolder folder;
+TEST(Findings, SpaceInThePathOfTheComponentHarmsADirectoryOnly) {
+  const fake::TemporaryDirectory directory;
   write_file("my tools/etc/eclipse/t", "site\torg.example.one.feature.group\n");
   write_file("my tools/site/content.xml", offer_of_one);
   const Findings findings = findings_in("my tools");
-  ASSERT_EQ(summary_of(findings), Texts({"my tools/etc/eclipse/t:1:1+4 blank-in-repository"}));
-  EXPECT_EQ(findings[0].message, "a blank in the path of the component's folder, \"" + folder.path() + "/my tools\"");
+  ASSERT_EQ(summary_of(findings), Texts({"my tools/etc/eclipse/t:1:1+4 space-in-repository"}));
+  EXPECT_EQ(findings[0].message, "a space in the path of the component's directory, \"" + directory.path() + "/my tools\"");
 }
 
 TEST(Findings, OrdersCountThroughAllFilesOfAComponent) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/a", "site\torg.example.one.feature.group\t\t1\n");
   write_file("c/etc/eclipse/b", "site\torg.example.one.plugin\t\t1\n");
   write_file("c/site/content.xml", offer_of_one);
@@ -380,7 +380,7 @@ TEST(Findings, OrdersCountThroughAllFilesOfAComponent) {
 }
 
 TEST(Findings, ManyRecordsKeepTheirOwnPlaces) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   std::string content;
   Texts expected;
   for (int i = 1; i <= 1000; ++i) {
@@ -393,22 +393,22 @@ TEST(Findings, ManyRecordsKeepTheirOwnPlaces) {
   EXPECT_EQ(summary_of(findings_in("t", {.disabled = {"order-as-dependency"}, .overrides = {}})), expected);
 }
 
-TEST(Findings, FolderThatCannotBeSearchedIsAFault) {
-  const fake::TemporaryFolder folder;
+TEST(Findings, DirectoryThatCannotBeSearchedIsAFault) {
+  const fake::TemporaryDirectory directory;
   write_file("c/closed/t", "");
   std::filesystem::permissions("c/closed", std::filesystem::perms(0));
   try {
     findings_in("c");
     ADD_FAILURE() << "no fault";
-  } catch (const eclipse_base::FileFault& fault) {
-    EXPECT_STREQ(fault.what(), "c: cannot be searched: Permission denied; make it and the folders in it readable");
+  } catch (const eclipse_base::FileError& fault) {
+    EXPECT_STREQ(fault.what(), "c: cannot be searched: Permission denied; make it and the directories in it readable");
   }
   std::filesystem::permissions("c/closed", std::filesystem::perms(0755));
 }
 
 TEST(Findings, InputThatIsNotThereIsAFault) {
-  const fake::TemporaryFolder folder;
-  EXPECT_THROW(findings_in("missing"), eclipse_base::FileFault);
+  const fake::TemporaryDirectory directory;
+  EXPECT_THROW(findings_in("missing"), eclipse_base::FileError);
 }
 
 }  // namespace

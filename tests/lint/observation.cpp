@@ -48,7 +48,7 @@ class Observer {
   }
 
  private:
-  void add(const std::string& text) { observed_.push_back(replaced(text, host_.folder.path(), "FOLDER")); }
+  void add(const std::string& text) { observed_.push_back(replaced(text, host_.directory.path(), "DIRECTORY")); }
 
   void write(const std::string& name, const std::string& value) {
     if (name != "ECLIPSE_PATH" && name != "QN_SCRIPTS_COMPLETE_DESC") add(name + "=" + value);
@@ -91,7 +91,7 @@ void write_word_printer(const std::string& name) {
   fs::permissions(name, fs::perms(0755));
 }
 
-/// Adds the component in the folder of that name, and an Eclipse, and performs what a user without special rights can.
+/// Adds the component in the directory of that name, and an Eclipse, and performs what a user without special rights can.
 void perform_component(fake::FakeHost& host, const std::string& name) {
   write_word_printer("ide/eclipse");
   host.variables["ECLIPSE_INTEGRATION_CHOICE"] = "user";
@@ -101,7 +101,7 @@ void perform_component(fake::FakeHost& host, const std::string& name) {
     if (!entry.is_directory()) files.push_back(entry.path().lexically_relative(name).string());
   }
   host.add({.code = name,
-            .installBase = host.folder.path(),
+            .installBase = host.directory.path(),
             .installDir = name,
             .install = true,
             .package = fake::PackageFields{.files = files}});

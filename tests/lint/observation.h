@@ -8,12 +8,12 @@
 namespace lint_test {
 
 /// Performs a sample as a session with the plug-in itself, with the commands run by the shell. A descriptor file becomes the
-/// one of a component "tools", a component's folder that component. The Eclipse prints its arguments instead of doing a
+/// one of a component "tools", a component's directory that component. The Eclipse prints its arguments instead of doing a
 /// director's work. Gives, in order and without what is the same in every run:
 ///   "LOG LINE"                        without "eclipse_int: "
 ///   "NAME=value"                      variables written
 ///   "sh: [WORD][WORD]... exit N"      the director's arguments behind "org.eclipse.equinox.p2.director"
-/// with "FOLDER" for the working folder. Of very many lines, their number, the first command
+/// with "DIRECTORY" for the working directory. Of very many lines, their number, the first command
 /// and the last two.
 fake::Texts observe(const eclipse_lint::Sample& sample);
 

@@ -10,25 +10,25 @@ namespace {
 
 /// The fault in a file of overrides, without the file's name; empty when there is none.
 std::string fault_of(const std::string& content) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("overrides.json", content);
   try {
     read_overrides("overrides.json");
     return "";
-  } catch (const eclipse_base::FileFault& fault) {
+  } catch (const eclipse_base::FileError& fault) {
     return std::string(fault.what()).substr(std::string("overrides.json:").size());
   }
 }
 
 /// The rules whose findings are left in a file of three pinned features, and the reasons of the others.
 std::vector<std::string> left_with(const std::string& overrides) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_file("overrides.json", overrides);
   write_file("tools/etc/eclipse/t", "s\ta.b.feature.group/1\ns\ta.c.feature.group/1\ns\ta.d.feature.group/1\n");
   write_file("tools/s/content.xml.xz", "");
   std::vector<std::string> left;
   for (const Finding& finding : findings_in("tools", {.disabled = {}, .overrides = read_overrides("overrides.json")})) {
-    left.push_back(std::to_string(finding.place.line) + (finding.reason ? " " + *finding.reason : ""));
+    left.push_back(std::to_string(finding.location.line) + (finding.reason ? " " + *finding.reason : ""));
   }
   return left;
 }

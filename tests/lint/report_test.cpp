@@ -19,8 +19,8 @@ namespace {
 
 const Rule& pinned = *find_rule("feature-pinned");
 
-Finding finding(Place place, const std::string& message = "the message", const std::string& mend = "the mend") {
-  return {&pinned, Severity::warning, std::move(place), message, mend, std::nullopt};
+Finding finding(Location location, const std::string& message = "the message", const std::string& fix = "the fix") {
+  return {&pinned, Severity::warning, std::move(location), message, fix, std::nullopt};
 }
 
 std::string text_of(const Findings& findings, bool in_colour = false) {
@@ -35,7 +35,7 @@ Json sarif_of(const Findings& findings) {
   return Json::parse(out.str());
 }
 
-const std::string effect = "  effect: " + std::string(pinned.effect) + "\n  mend: the mend\n";
+const std::string effect = "  why: " + std::string(pinned.why) + "\n  fix: the fix\n";
 
 TEST(TextReport, MarksThePlace) {
   EXPECT_EQ(text_of({finding({"dir/t", 12, 3, 4, "s\tfeat\tx"})}),
@@ -75,8 +75,8 @@ TEST(TextReport, IsColouredOnDemand) {
             "\x1B[1mt:1:1:\x1B[0m \x1B[1;35mwarning:\x1B[0m the message [feature-pinned]\n"
             "  1 | a\n"
             "    | \x1B[1;35m^\x1B[0m\n"
-            "  \x1B[2meffect:\x1B[0m " +
-                std::string(pinned.effect) + "\n  \x1B[2mmend:\x1B[0m the mend\n");
+            "  \x1B[2mwhy:\x1B[0m " +
+                std::string(pinned.why) + "\n  \x1B[2mfix:\x1B[0m the fix\n");
 }
 
 TEST(TextReport, LeavesOutWhatIsSetAside) {
@@ -99,8 +99,8 @@ TEST(JsonReport, HoldsAllOfAFinding) {
                       {"length", 4},
                       {"text", "s\tfeat"},
                       {"message", "the message"},
-                      {"effect", pinned.effect},
-                      {"mend", "the mend"}};
+                      {"why", pinned.why},
+                      {"fix", "the fix"}};
   Json second = first;
   second.update({{"file", "u"}, {"line", 1}, {"column", 1}, {"length", 1}, {"text", "\xEF\xBF\xBD"}, {"override", "why"}});
   EXPECT_EQ(Json::parse(out.str()),
@@ -145,7 +145,7 @@ std::string verdicts(const std::vector<Json>& documents) {
 }
 
 TEST(SarifReport, KeepsToItsSchema) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   Findings findings;
   for (const Rule& rule : rules()) {
     lint_test::write_sample(rule.bad);
@@ -189,7 +189,7 @@ TEST(ExplainedRule, ShowsItsSamples) {
   EXPECT_EQ(out.str(),
             "extra-columns (warning): a line has more than four columns\n\n"
             "What happens\n  Column 5 and those behind it are ignored.\n\n"
-            "Mend\n  take them out\n\n"
+            "Fix\n  take them out\n\n"
             "Bad (→ is a tab)\n  tools.txt\n      sites/alpha→org.example.alpha.feature.group→→1→new\n\n"
             "Good\n  tools.txt\n      sites/alpha→org.example.alpha.feature.group→→1\n");
 }

@@ -15,7 +15,7 @@ namespace {
 class EveryRule : public testing::TestWithParam<const Rule*> {};
 
 TEST_P(EveryRule, HasAFindingInItsBadSample) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_sample(GetParam()->bad);
   const Findings findings = findings_in(GetParam()->bad.input);
   const auto is_its = [](const Finding& finding) { return finding.rule == GetParam(); };
@@ -23,13 +23,13 @@ TEST_P(EveryRule, HasAFindingInItsBadSample) {
 }
 
 TEST_P(EveryRule, LeavesNothingToSayOfItsGoodSample) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_sample(GetParam()->good);
   EXPECT_EQ(summary_of(findings_in(GetParam()->good.input)), std::vector<std::string>());
 }
 
 TEST_P(EveryRule, CanBeDisabled) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   write_sample(GetParam()->bad);
   const Findings findings = findings_in(GetParam()->bad.input, {.disabled = {std::string(GetParam()->name)}, .overrides = {}});
   for (const Finding& finding : findings) EXPECT_NE(finding.rule, GetParam());
@@ -39,8 +39,8 @@ TEST_P(EveryRule, IsWrittenOutInFull) {
   const Rule& rule = *GetParam();
   EXPECT_TRUE(std::regex_match(std::string(rule.name), std::regex("[a-z0-9]+(-[a-z0-9]+)+")));
   EXPECT_TRUE(std::regex_match(std::string(rule.title), std::regex("[^\n]*[^. \n]"))) << rule.title;
-  EXPECT_TRUE(std::regex_match(std::string(rule.effect), std::regex("[^\n]*\\."))) << rule.effect;
-  EXPECT_TRUE(std::regex_match(std::string(rule.mend), std::regex("[^\n]*[^. \n]"))) << rule.mend;
+  EXPECT_TRUE(std::regex_match(std::string(rule.why), std::regex("[^\n]*\\."))) << rule.why;
+  EXPECT_TRUE(std::regex_match(std::string(rule.fix), std::regex("[^\n]*[^. \n]"))) << rule.fix;
 }
 
 INSTANTIATE_TEST_SUITE_P(

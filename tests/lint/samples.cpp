@@ -54,10 +54,11 @@ eclipse_lint::Findings findings_in(const std::string& input, const eclipse_lint:
 std::vector<std::string> summary_of(const eclipse_lint::Findings& findings) {
   std::vector<std::string> summary;
   for (const auto& finding : findings) {
-    const eclipse_lint::Place& place = finding.place;
-    std::string line = place.file;
-    if (place.line != 0) {
-      line += ":" + std::to_string(place.line) + ":" + std::to_string(place.column) + "+" + std::to_string(place.length);
+    const eclipse_lint::Location& location = finding.location;
+    std::string line = location.file;
+    if (location.line != 0) {
+      line +=
+          ":" + std::to_string(location.line) + ":" + std::to_string(location.column) + "+" + std::to_string(location.length);
     }
     summary.push_back(line + " " + std::string(finding.rule->name));
   }

@@ -6,19 +6,19 @@
 #include <vector>
 
 #include "base/file_error.h"
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "lint/lint.h"
 #include "lint/rule.h"
 
 namespace lint_test {
 
-/// Writes the files of a sample into the working folder.
+/// Writes the files of a sample into the working directory.
 void write_sample(const eclipse_lint::Sample& sample);
 
 /// The plug-in as it is delivered.
 const eclipse_dry_run::Library& library();
 
-/// The findings in an input below the working folder, as a user without special rights gets them.
+/// The findings in an input below the working directory, as a user without special rights gets them.
 eclipse_lint::Findings findings_in(const std::string& input, const eclipse_lint::Settings& settings = {});
 
 /// Each finding as "FILE:LINE:COLUMN+LENGTH RULE".

@@ -17,7 +17,7 @@ namespace {
 struct Component {
   std::string code = "tools";
   std::string base = ".";
-  std::string folder = "tools";
+  std::string directory = "tools";
   std::string capabilities = "\"ECLIPSE_PLUGIN\"";
   std::string package = R"("package": {"files": ["etc/eclipse/t"]})";
 };
@@ -25,7 +25,7 @@ struct Component {
 /// A component on a line of its own.
 std::string line_of(const Component& component) {
   std::string line = R"({"code": ")" + component.code + R"(", "installBase": ")" + component.base + R"(", "installDir": ")" +
-                     component.folder + R"(", "install": true, "remove": true, "capabilities": [)" + component.capabilities +
+                     component.directory + R"(", "install": true, "remove": true, "capabilities": [)" + component.capabilities +
                      "]";
   return line + (component.package.empty() ? "" : ", " + component.package) + "}\n";
 }
@@ -67,7 +67,7 @@ class SessionFindings : public testing::Test {
     return summary_of(findings_with(variables, components, mode));
   }
 
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   const Texts internal = {R"("ECLIPSE_INTEGRATION_CHOICE": "internal")", R"("ECLIPSE_BIN": "eclipse")"};
 };
 
@@ -80,7 +80,7 @@ TEST_F(SessionFindings, ExecutableThatIsNotExecutable) {
   std::filesystem::permissions("ide/eclipse", std::filesystem::perms(0644));
   const Findings findings = findings_with(internal, {ide, Component()});
   ASSERT_EQ(summary_of(findings), Texts({"session.json:5:16+9 executable-not-startable"}));
-  EXPECT_EQ(findings[0].mend, "make it executable: chmod +x");
+  EXPECT_EQ(findings[0].fix, "make it executable: chmod +x");
 }
 
 TEST_F(SessionFindings, ExecutableNameThatIsAPathOrInOtherLetterCase) {
@@ -88,7 +88,7 @@ TEST_F(SessionFindings, ExecutableNameThatIsAPathOrInOtherLetterCase) {
             Texts({"session.json:5:16+13 executable-name-unmatched"}));
   const Findings findings = findings_with({internal[0], R"("ECLIPSE_BIN": "ECLIPSE")"}, {ide, Component()});
   ASSERT_EQ(summary_of(findings), Texts({"session.json:5:16+9 executable-name-unmatched"}));
-  EXPECT_EQ(findings[0].mend, "write eclipse");
+  EXPECT_EQ(findings[0].fix, "write eclipse");
 }
 
 TEST_F(SessionFindings, UserPathThatEndsInALineEnd) {
@@ -163,18 +163,18 @@ TEST_F(SessionFindings, DamagedProfileLeavesARemovalUnchecked) {
   const Findings findings = findings_with(internal, {ide, Component()}, "uninstall");
   ASSERT_EQ(summary_of(findings), Texts({"session.json:2:9+11 unit-not-installed"}));
   EXPECT_EQ(findings[0].severity, Severity::warning);
-  EXPECT_EQ(findings[0].message,
-            "the profile of the instance cannot be read, so nothing is known of what it has: " + folder.path() + "/" + profile);
+  EXPECT_EQ(findings[0].message, "the profile of the instance cannot be read, so nothing is known of what it has: " +
+                                     directory.path() + "/" + profile);
 }
 
-TEST_F(SessionFindings, FileThatIsSoughtInTheWrongFolder) {
+TEST_F(SessionFindings, FileThatIsSoughtInTheWrongDirectory) {
   Component component;
-  component.folder = "";
+  component.directory = "";
   const Findings findings = findings_with({}, {component});
   ASSERT_EQ(summary_of(findings), Texts({"session.json:5:148+15 listed-descriptor-missing"}));
-  EXPECT_EQ(findings[0].message, "the descriptor file is not there: looked at " + folder.path() +
-                                     "/etc/eclipse/t; it is below \"tools\" in that folder");
-  EXPECT_EQ(findings[0].mend, "correct installDir, which is \"\": the file is there when it leads to \"tools\"");
+  EXPECT_EQ(findings[0].message, "the descriptor file is not there: looked at " + directory.path() +
+                                     "/etc/eclipse/t; it is below \"tools\" in that directory");
+  EXPECT_EQ(findings[0].fix, "correct installDir, which is \"\": the file is there when it leads to \"tools\"");
 }
 
 TEST_F(SessionFindings, ExecutableNameThatIsAPathIsSaidOnce) {
@@ -182,10 +182,10 @@ TEST_F(SessionFindings, ExecutableNameThatIsAPathIsSaidOnce) {
                                            R"("USER_DEFINED_ECLIPSE_PATH": "ide/eclipse")"},
                                           {Component()});
   ASSERT_EQ(summary_of(findings), Texts({"session.json:5:16+13 executable-name-unmatched"}));
-  EXPECT_EQ(findings[0].mend, "write the file name alone: eclipse");
+  EXPECT_EQ(findings[0].fix, "write the file name alone: eclipse");
 }
 
-TEST_F(SessionFindings, ScannedFolderThatIsClosedIsNamed) {
+TEST_F(SessionFindings, ScannedDirectoryThatIsClosedIsNamed) {
   Component component;
   component.package = R"("package": {"scan": "tools"})";
   for (const std::string closed : {"tools", "tools/closed"}) {
@@ -194,23 +194,23 @@ TEST_F(SessionFindings, ScannedFolderThatIsClosedIsNamed) {
     try {
       findings_with({}, {component});
       ADD_FAILURE() << closed << ": no fault";
-    } catch (const eclipse_base::FileFault& fault) {
+    } catch (const eclipse_base::FileError& fault) {
       const std::string message = fault.what();
-      EXPECT_NE(message.find("cannot be scanned: \"" + folder.path() + "/" + closed + "\": Permission denied"), message.npos)
+      EXPECT_NE(message.find("cannot be scanned: \"" + directory.path() + "/" + closed + "\": Permission denied"), message.npos)
           << message;
     }
     std::filesystem::permissions(closed, std::filesystem::perms(0755));
   }
 }
 
-TEST_F(SessionFindings, FolderListedAsAFile) {
+TEST_F(SessionFindings, DirectoryListedAsAFile) {
   std::filesystem::create_directories("tools/etc/eclipse/sub/a.txt");
   write_file("tools/etc/eclipse/more/u", "s\ta.b.feature.group\n");
   Component component;
   component.package =
       R"("package": {"files": ["etc/eclipse/t", "etc/eclipse/sub/a.txt", "etc/eclipse/more", "etc/eclipse/more/u"]})";
   EXPECT_EQ(summary_with({}, {component}),
-            Texts({"session.json:5:170+23 descriptor-is-no-file", "session.json:5:195+18 folder-entry-listed"}));
+            Texts({"session.json:5:170+23 descriptor-is-no-file", "session.json:5:195+18 directory-entry-listed"}));
 }
 
 TEST_F(SessionFindings, FileThatIsReadTwiceIsReportedOnce) {
@@ -236,7 +236,7 @@ TEST_F(SessionFindings, RemovalFromTheEclipseThatALinkNames) {
   std::filesystem::permissions("real/eclipse", std::filesystem::perms(0755));
   std::filesystem::create_symlink("real/eclipse", "eclipse");
   const std::vector<std::string> user = {R"("ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse")",
-                                         "\"USER_DEFINED_ECLIPSE_PATH\": \"" + folder.path() + "/eclipse\""};
+                                         "\"USER_DEFINED_ECLIPSE_PATH\": \"" + directory.path() + "/eclipse\""};
   EXPECT_EQ(summary_with(user, {Component()}, "uninstall"), Texts({"tools/etc/eclipse/t:1:3+17 unit-not-installed"}));
 }
 
@@ -269,7 +269,7 @@ TEST_F(SessionFindings, RemovalNeedsNoSites) {
 }
 
 TEST_F(SessionFindings, UserEclipseThatIsNotUsable) {
-  std::filesystem::create_directories("folder");
+  std::filesystem::create_directories("directory");
   write_file("other", "");
   const auto findings_for = [&](const std::string& path, const std::string& name, const std::string& mode) {
     return findings_with({R"("ECLIPSE_INTEGRATION_CHOICE": "user")", "\"ECLIPSE_BIN\": \"" + name + "\"",
@@ -278,7 +278,7 @@ TEST_F(SessionFindings, UserEclipseThatIsNotUsable) {
   };
   EXPECT_EQ(summary_of(findings_for("ide/eclipse", "eclipse", "install")), Texts());
   EXPECT_EQ(summary_of(findings_for("ide/eclipse", "", "uninstall")), Texts());
-  for (const std::string path : {"", "missing/eclipse", "folder", "other"}) {
+  for (const std::string path : {"", "missing/eclipse", "directory", "other"}) {
     const Findings findings = findings_for(path, "eclipse", "install");
     const std::string place = "session.json:6:30+" + std::to_string(path.size() + 2);
     ASSERT_EQ(summary_of(findings), Texts({place + " user-eclipse-unusable"})) << path;
@@ -287,15 +287,15 @@ TEST_F(SessionFindings, UserEclipseThatIsNotUsable) {
   }
   const Findings unnamed = findings_for("ide/eclipse", "", "modify");
   ASSERT_EQ(summary_of(unnamed), Texts({"session.json:5:16+2 user-eclipse-unusable"}));
-  EXPECT_EQ(unnamed[0].mend, "set ECLIPSE_BIN to the file name of the executable");
+  EXPECT_EQ(unnamed[0].fix, "set ECLIPSE_BIN to the file name of the executable");
   for (const std::string path : {"", "missing/eclipse"}) {
     const Findings findings = findings_for(path, "eclipse", "uninstall");
     const std::string place = "session.json:6:30+" + std::to_string(path.size() + 2);
     ASSERT_EQ(summary_of(findings), Texts({place + " user-eclipse-unusable"})) << path;
     EXPECT_EQ(findings[0].severity, Severity::warning);
   }
-  EXPECT_EQ(summary_of(findings_for("folder", "eclipse", "uninstall")),
-            Texts({"session.json:6:30+8 executable-not-startable"}));
+  EXPECT_EQ(summary_of(findings_for("directory", "eclipse", "uninstall")),
+            Texts({"session.json:6:30+11 executable-not-startable"}));
 }
 
 TEST_F(SessionFindings, ChoiceThatIsNotMade) {
@@ -323,19 +323,19 @@ TEST_F(SessionFindings, InternalEclipseThatIsNotThere) {
   std::filesystem::remove("ide/eclipse");
   EXPECT_EQ(message_with(internal, {ide, Component()}),
             "session.json:7:146+9 internal-eclipse-not-found: the listed executable is not on disk: looked at " +
-                folder.path() + "/ide/eclipse");
+                directory.path() + "/ide/eclipse");
 }
 
-TEST_F(SessionFindings, NameListedWithABlankIsNoFileThatIsNotListed) {
+TEST_F(SessionFindings, NameListedWithASpaceIsNoFileThatIsNotListed) {
   Component component;
   component.package = R"("package": {"files": ["etc/eclipse/t "]})";
-  EXPECT_EQ(summary_with({}, {component}), Texts({"session.json:5:153+16 blank-after-listed-name"}));
+  EXPECT_EQ(summary_with({}, {component}), Texts({"session.json:5:153+16 space-after-listed-name"}));
 }
 
 TEST_F(SessionFindings, FileOfAComponentInAnotherOneIsListedByItsOwn) {
   Component around;
   around.code = "around";
-  around.folder = ".";
+  around.directory = ".";
   around.capabilities = "";
   around.package = R"("package": {"files": []})";
   EXPECT_EQ(summary_with({}, {around, Component()}), Texts());
@@ -350,11 +350,11 @@ TEST_F(SessionFindings, WhatIsNoFileInAPackage) {
   EXPECT_EQ(summary_with({}, {Component()}), Texts({"session.json:5:152+1 descriptor-is-no-file"}));
 }
 
-TEST_F(SessionFindings, FolderInEtcEclipseIsNoMissingFile) {
+TEST_F(SessionFindings, DirectoryInEtcEclipseIsNoMissingFile) {
   std::filesystem::create_directories("tools/etc/eclipse/sub");
   Component component;
   component.package = R"("package": {"files": ["etc/eclipse/sub/", "etc/eclipse/t"]})";
-  EXPECT_EQ(summary_with({}, {component}), Texts({"session.json:5:153+18 folder-entry-listed"}));
+  EXPECT_EQ(summary_with({}, {component}), Texts({"session.json:5:153+18 directory-entry-listed"}));
 }
 
 TEST_F(SessionFindings, NameThatIsTooLongForTheSystemIsAnEclipseThatIsNotThere) {
@@ -366,7 +366,7 @@ TEST_F(SessionFindings, NameThatIsTooLongForTheSystemIsAnEclipseThatIsNotThere) 
 TEST_F(SessionFindings, LineIsThatOfTheFile) {
   const Findings findings = findings_with({R"("ECLIPSE_INTEGRATION_CHOICE": "Internal")"}, {Component()});
   ASSERT_EQ(summary_of(findings), Texts({"session.json:4:31+10 choice-misspelled"}));
-  EXPECT_EQ(findings[0].place.text, R"("ECLIPSE_INTEGRATION_CHOICE": "Internal")");
+  EXPECT_EQ(findings[0].location.text, R"("ECLIPSE_INTEGRATION_CHOICE": "Internal")");
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <vector>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "manual/command_help.h"
 #include "shell/command_runner.h"
 #include "standalone_host/plugin.h"
@@ -44,7 +44,7 @@ TEST(Completion, OffersEveryOptionAndNoOther) {
 }
 
 TEST(Completion, OffersActionsAndRules) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   EXPECT_EQ(offered({"call", ""}), actions());
   EXPECT_EQ(offered({"call", "find_eclipse_ide", "perform_"}), (Names{"perform_integration", "perform_unintegration"}));
   Names rules;
@@ -56,19 +56,19 @@ TEST(Completion, OffersActionsAndRules) {
 }
 
 TEST(Completion, OffersFiles) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   fake::write_file("session.json", "");
   fake::write_file("descriptor.txt", "");
-  fake::write_file("my folder/a.json", "");
-  EXPECT_EQ(offered({"run", ""}), (Names{"session.json", "my folder"}));
-  EXPECT_EQ(offered({"plan", "my folder/"}), Names{"my folder/a.json"});
-  EXPECT_EQ(offered({"lint", ""}), (Names{"session.json", "descriptor.txt", "my folder"}));
+  fake::write_file("my directory/a.json", "");
+  EXPECT_EQ(offered({"run", ""}), (Names{"session.json", "my directory"}));
+  EXPECT_EQ(offered({"plan", "my directory/"}), Names{"my directory/a.json"});
+  EXPECT_EQ(offered({"lint", ""}), (Names{"session.json", "descriptor.txt", "my directory"}));
   EXPECT_EQ(offered({"run", "x.json", "--variables", "s"}), Names{"session.json"});
   EXPECT_EQ(offered({"run", "x.json", "--log", "=", "d"}), Names{"descriptor.txt"});
 }
 
 TEST(Completion, OffersOnlyValuesThatAreAccepted) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   fake::write_file("empty", "");
   for (const std::string option : {"--format", "--severity"}) {
     const Names values = offered({"lint", option, ""});

@@ -14,7 +14,7 @@ namespace manual {
 
 namespace {
 
-const std::string pages = MANUAL_FOLDER;
+const std::string pages = MANUAL_DIRECTORY;
 
 /// A page as its author writes it, with plain hyphens.
 std::string source_of(const std::string& page) {

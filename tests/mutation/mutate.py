@@ -37,16 +37,16 @@ MOST_MEMORY = 4 << 30
 class Build:
     """A build of the preset dev, and how the plug-in is made in it."""
 
-    def __init__(self, folder):
-        self.folder = folder
-        database = json.loads((folder / "compile_commands.json").read_text())
+    def __init__(self, directory):
+        self.directory = directory
+        database = json.loads((directory / "compile_commands.json").read_text())
         self.compile = {}
         for entry in database:
             file = pathlib.Path(entry["file"]).relative_to(ROOT)
             if file.parts[0] == "src":
                 self.compile[str(file)] = shlex.split(entry["command"])
         self.objects = {file: self.after(command, "-o") for file, command in self.compile.items()}
-        commands = subprocess.run(["ninja", "-C", folder, "-t", "commands", LIBRARY], capture_output=True, text=True, check=True)
+        commands = subprocess.run(["ninja", "-C", directory, "-t", "commands", LIBRARY], capture_output=True, text=True, check=True)
         self.link = shlex.split(next(line for line in commands.stdout.splitlines() if "-shared" in line))
         self.link = self.link[self.link.index("&&") + 1 :] if "&&" in self.link else self.link
         self.link = self.link[: self.link.index("&&")] if "&&" in self.link else self.link
@@ -60,9 +60,9 @@ class Build:
         """The sources that include each header."""
         includers = collections.defaultdict(list)
         for file, target in self.objects.items():
-            listing = subprocess.run(["ninja", "-C", self.folder, "-t", "deps", target], capture_output=True, text=True, check=True)
+            listing = subprocess.run(["ninja", "-C", self.directory, "-t", "deps", target], capture_output=True, text=True, check=True)
             for line in listing.stdout.splitlines()[1:]:
-                path = (self.folder / line.strip()).resolve()
+                path = (self.directory / line.strip()).resolve()
                 if path.is_relative_to(ROOT / "src"):
                     includers[str(path.relative_to(ROOT))].append(file)
         return includers
@@ -81,12 +81,12 @@ class Build:
             command = [part.replace(str(ROOT / "src"), str(tree)) for part in self.compile[file]]
             command = command[1:] if "ccache" in command[0] else command
             command[command.index("-o") + 1] = str(target)
-            if subprocess.run(command + ["-O0", "-w", "-Wno-error", "-D_GLIBCXX_ASSERTIONS"], cwd=self.folder, capture_output=True).returncode != 0:
+            if subprocess.run(command + ["-O0", "-w", "-Wno-error", "-D_GLIBCXX_ASSERTIONS"], cwd=self.directory, capture_output=True).returncode != 0:
                 return None
             link[link.index(self.objects[file])] = str(target)
         library = work / pathlib.Path(LIBRARY).name
         link[link.index("-o") + 1] = str(library)
-        if subprocess.run(link, cwd=self.folder, capture_output=True).returncode != 0:
+        if subprocess.run(link, cwd=self.directory, capture_output=True).returncode != 0:
             return None
         return library
 
@@ -108,7 +108,7 @@ def first_failure(build, library):
 
 def first_failure_with(build, environment, library):
     for test in TESTS:
-        command = [build.folder / "bin" / test[0], *test[1:]]
+        command = [build.directory / "bin" / test[0], *test[1:]]
         try:
             result = subprocess.run(
                 command, env=environment, cwd=library.parent, capture_output=True, timeout=MOST_SECONDS, preexec_fn=set_limits
@@ -121,8 +121,8 @@ def first_failure_with(build, environment, library):
 
 
 def outcome_of(build, mutant):
-    with tempfile.TemporaryDirectory(prefix="mutant-") as folder:
-        library = build.make(mutant, pathlib.Path(folder))
+    with tempfile.TemporaryDirectory(prefix="mutant-") as directory:
+        library = build.make(mutant, pathlib.Path(directory))
         if library is None:
             return "not compiled"
         return "survived" if first_failure(build, library) is None else "killed"
@@ -130,13 +130,13 @@ def outcome_of(build, mutant):
 
 def require_sound_tests(build):
     """A mutant is only killed by a test that passes without it."""
-    with tempfile.TemporaryDirectory(prefix="mutant-") as folder:
-        library = build.make(None, pathlib.Path(folder))
+    with tempfile.TemporaryDirectory(prefix="mutant-") as directory:
+        library = build.make(None, pathlib.Path(directory))
         if library is None:
-            sys.exit("mutate: the plug-in cannot be built without any bug; mend that first")
+            sys.exit("mutate: the plug-in cannot be built without any bug; fix that first")
         failure = first_failure(build, library)
     if failure:
-        sys.exit(f"mutate: {failure[0]} fails without any bug; mend that first\n{failure[1]}")
+        sys.exit(f"mutate: {failure[0]} fails without any bug; fix that first\n{failure[1]}")
 
 
 def read_listed():

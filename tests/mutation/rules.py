@@ -110,7 +110,7 @@ def is_spaced(source, token):
 
 def operators(source, tokens):
     for token in tokens:
-        # Brackets of templates and signs have no blanks around them.
+        # Brackets of templates and signs have no spaces around them.
         fits = is_spaced(source, token) or token.text in ("++", "--")
         if token.kind == "operator" and token.text in SWAPPED_OPERATORS and fits:
             yield token.start, token.end, SWAPPED_OPERATORS[token.text]

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 namespace eclipse_p2 {
 
@@ -56,7 +56,7 @@ class Explaining : public testing::Test {
 
   Failure explain_without_log(const CommandResult& result) { return explain(result, InstanceLogs("instance")); }
 
-  fake::TemporaryFolder folder;
+  fake::TemporaryDirectory directory;
 };
 
 const std::string application_error = "!ENTRY org.eclipse.osgi 4 0 t\n!MESSAGE Application error\n!STACK 1\n";

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 namespace eclipse_p2 {
 
@@ -32,27 +32,27 @@ TEST(InstalledUnits, AreWantedInTheVersionThatIsNamed) {
 }
 
 /// An executable that fails has to say so; its path may hold anything.
-TEST(InstalledUnits, AreAskedForInAnyFolder) {
-  const fake::TemporaryFolder folder;
-  const std::string executable = folder.path() + "/it's my \"$IDE\"/eclipse";
+TEST(InstalledUnits, AreAskedForInAnyDirectory) {
+  const fake::TemporaryDirectory directory;
+  const std::string executable = directory.path() + "/it's my \"$IDE\"/eclipse";
   fake::write_file(executable,
                    "#!/bin/sh\n[ \"$*\" = '-nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots' ]"
                    " && echo a/1.0.0 && echo 'Operation completed in 8 ms.'\n");
-  EXPECT_THROW(installed_units(executable), InstanceFault) << "it is not executable yet";
+  EXPECT_THROW(installed_units(executable), InstanceError) << "it is not executable yet";
   std::filesystem::permissions(executable, std::filesystem::perms(0755));
   EXPECT_EQ(installed_units(executable).roots, (Units{{"a", "1.0.0"}}));
   EXPECT_FALSE(installed_units(executable).all.has_value());
 }
 
 TEST(InstalledUnits, AreLookedUpInTheProfileOfTheInstanceThatALinkNames) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   fake::write_file("ide/eclipse", "#!/bin/sh\necho 'Operation completed in 8 ms.'\n");
   std::filesystem::permissions("ide/eclipse", std::filesystem::perms(0755));
   fake::write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
                    "<profile><units><unit id='a' version='1.0.0'/></units></profile>");
   std::filesystem::create_symlink("ide/eclipse", "eclipse");
   for (const std::string executable : {"/ide/eclipse", "/eclipse"}) {
-    const auto all = installed_units(folder.path() + executable).all;
+    const auto all = installed_units(directory.path() + executable).all;
     ASSERT_TRUE(all.has_value()) << executable;
     EXPECT_EQ(all->at(0).id, "a");
   }

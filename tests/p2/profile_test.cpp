@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "shell/command_runner.h"
 
 using namespace eclipse_p2;
@@ -24,7 +24,7 @@ class Profile : public testing::Test {
     return units && units->size() == 1 ? units->front().id : "";
   }
 
-  fake::TemporaryFolder folder;
+  fake::TemporaryDirectory directory;
 };
 
 TEST_F(Profile, TellsItsUnitsAndWhatRequiresThem) {

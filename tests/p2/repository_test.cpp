@@ -6,7 +6,7 @@
 #include <map>
 #include <tuple>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "p2/repository.h"
 
 using namespace eclipse_p2;
@@ -43,7 +43,7 @@ std::string archive(const Entries& entries) {
 
 class SitesTest : public testing::Test {
  protected:
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   Sites sites;
 };
 
@@ -72,13 +72,13 @@ TEST_F(SitesTest, ArchiveWithPackedMetadata) {
   EXPECT_EQ(sites.at("site.zip").units, units);
 }
 
-TEST_F(SitesTest, ArchiveThatHoldsTheSiteInAFolder) {
+TEST_F(SitesTest, ArchiveThatHoldsTheSiteInADirectory) {
   write_archive("site.zip", {{"site/content.jar", "x"}});
   EXPECT_FALSE(sites.at("site.zip").is_repository);
   EXPECT_EQ(sites.at("site.zip").nested, "site/");
 }
 
-TEST_F(SitesTest, DirectoryThatHoldsTheSiteInAFolder) {
+TEST_F(SitesTest, DirectoryThatHoldsTheSiteInADirectory) {
   write_file("site/repository/content.xml", offer);
   EXPECT_FALSE(sites.at("site").is_repository);
   EXPECT_EQ(sites.at("site").nested, "repository/");

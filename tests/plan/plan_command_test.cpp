@@ -12,7 +12,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-/// All files below the folder with their contents.
+/// All files below the directory with their contents.
 std::map<std::string, std::string> files_there() {
   std::map<std::string, std::string> files;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(".")) {
@@ -54,12 +54,13 @@ TEST_F(PlanCommand, TellsAnInstallation) {
   write_session("install", {{"ECLIPSE_MIN_SUPPORTED_VERSION", "4.7"}}, "\"install\": true");
   fake::write_file("eclipse/configuration/config.ini", "eclipse.buildId=4.7.3\n");
   fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\t\t2\nsite.zip\ttwo\n\tthree\nsite\ttwo\nmore\t\t\t5x\n");
-  const std::string file = "FOLDER/tools/etc/eclipse/tools.txt";
-  const std::string repositories = "\"jar:file://FOLDER/tools/site.zip!/\",file://FOLDER/tools/more,file://FOLDER/tools/site";
+  const std::string file = "DIRECTORY/tools/etc/eclipse/tools.txt";
+  const std::string repositories =
+      "\"jar:file://DIRECTORY/tools/site.zip!/\",file://DIRECTORY/tools/more,file://DIRECTORY/tools/site";
   const std::string command =
-      "FOLDER/eclipse/eclipse -nosplash -application org.eclipse.equinox.p2.director -repository " + repositories + " -i ";
+      "DIRECTORY/eclipse/eclipse -nosplash -application org.eclipse.equinox.p2.director -repository " + repositories + " -i ";
   Outcome outcome = eclipse_int("plan session.json");
-  // The lengths of the commands hang on the folder.
+  // The lengths of the commands hang on the directory.
   for (std::size_t at; (at = outcome.output.find(" of at most 131071")) != std::string::npos;) {
     const std::size_t start = outcome.output.rfind('(', at);
     outcome.output.replace(start + 1, at + 18 - start - 1, "N");
@@ -77,8 +78,8 @@ TEST_F(PlanCommand, TellsAnInstallation) {
                "                                USER_DEFINED_ECLIPSE_PATH_CORRECT = yes\n"
                "                                ECLIPSE_VERSION = 4.7.3\n"
                "                                ECLIPSE_VERSION_IS_SUPPORTED = yes\n"
-               "  define_eclipse_path           ECLIPSE_PATH = FOLDER/eclipse\n"
-               "  perform_integration           ECLIPSE_PATH = FOLDER/eclipse\n"
+               "  define_eclipse_path           ECLIPSE_PATH = DIRECTORY/eclipse\n"
+               "  perform_integration           ECLIPSE_PATH = DIRECTORY/eclipse\n"
                "                                runs the command below\n"
                "\n"
                "Version of the Eclipse\n"
@@ -107,9 +108,9 @@ TEST_F(PlanCommand, TellsAnInstallation) {
                    ":5: has no feature, so the line only takes slot 5 and adds its repository\n"
                    "\n"
                    "Repositories\n"
-                   "  \"jar:file://FOLDER/tools/site.zip!/\"\n"
-                   "  file://FOLDER/tools/more\n"
-                   "  file://FOLDER/tools/site\n"
+                   "  \"jar:file://DIRECTORY/tools/site.zip!/\"\n"
+                   "  file://DIRECTORY/tools/more\n"
+                   "  file://DIRECTORY/tools/site\n"
                    "\n"
                    "Command (N bytes)\n"
                    "  " +
@@ -139,7 +140,7 @@ TEST_F(PlanCommand, WarnsThatTextsAreComparedAndTellsTheRefusal) {
   EXPECT_NE(outcome.output.find("\nComponents (none is searched)\n  tools  skipped  no component is searched\n"),
             std::string::npos)
       << outcome.output;
-  EXPECT_NE(outcome.output.find("\nCommand\n  None: the version of \"FOLDER/eclipse/eclipse\", 4.10, comes before"),
+  EXPECT_NE(outcome.output.find("\nCommand\n  None: the version of \"DIRECTORY/eclipse/eclipse\", 4.10, comes before"),
             std::string::npos)
       << outcome.output;
   EXPECT_EQ(plan().at("version"), Json::parse(R"({"version": "4.10", "minimum": "4.7", "supported": false,
@@ -153,29 +154,29 @@ TEST_F(PlanCommand, ShowsWhatTheShellMakesOfTheCommand) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(outcome.output.find("  Warning: the shell makes something else of the command than is meant:\n"
                                 "    Command 1 would get these words:\n"
-                                "      FOLDER/eclipse/eclipse\n"
+                                "      DIRECTORY/eclipse/eclipse\n"
                                 "      -nosplash\n"
                                 "      -application\n"
                                 "      org.eclipse.equinox.p2.director\n"
                                 "      -repository\n"
-                                "      file://FOLDER/tools/my\n"
-                                "      site,file://FOLDER/tools/site\n"
+                                "      file://DIRECTORY/tools/my\n"
+                                "      site,file://DIRECTORY/tools/site\n"
                                 "      -i\n"
                                 "      one\n"
                                 "    Command 2 would get these words:\n"
                                 "      two,$HOME\n"),
             std::string::npos)
       << outcome.output;
-  EXPECT_NE(outcome.output.find("    Because of column 1 of FOLDER/tools/etc/eclipse/tools.txt:1: my site\n"
-                                "      Byte 3 (blank): the word ends there\n"
-                                "    Because of column 2 of FOLDER/tools/etc/eclipse/tools.txt:1: one;two\n"
+  EXPECT_NE(outcome.output.find("    Because of column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:1: my site\n"
+                                "      Byte 3 (space): the word ends there\n"
+                                "    Because of column 2 of DIRECTORY/tools/etc/eclipse/tools.txt:1: one;two\n"
                                 "      Byte 4 (;): the command ends there, and what follows is run as another one\n"
-                                "    Because of column 2 of FOLDER/tools/etc/eclipse/tools.txt:2: $HOME\n"
+                                "    Because of column 2 of DIRECTORY/tools/etc/eclipse/tools.txt:2: $HOME\n"
                                 "      Byte 1 ($): the value of a variable takes its place\n"),
             std::string::npos)
       << outcome.output;
   EXPECT_EQ(plan().at("command").at("causes").at(0), Json::parse(R"({
-    "origin": "column 1 of FOLDER/tools/etc/eclipse/tools.txt:1", "text": "my site",
+    "origin": "column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:1", "text": "my site",
     "remarks": [{"byte": 3, "effect": "the word ends there"}]})"));
   const Json shell = plan().at("command").at("shell");
   EXPECT_EQ(shell.at("commands").size(), 2U);
@@ -189,9 +190,10 @@ TEST_F(PlanCommand, TellsThatTheRetryOfARemovalIsRefused) {
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 0) << "the first command is sound";
   EXPECT_NE(outcome.output.find("\nFeatures to be removed, in order\n"), std::string::npos) << outcome.output;
-  EXPECT_NE(outcome.output.find("\n  FOLDER/eclipse/eclipse " + removal_arguments("one,two") + " 2>&1\n"), std::string::npos);
+  EXPECT_NE(outcome.output.find("\n  DIRECTORY/eclipse/eclipse " + removal_arguments("one,two") + " 2>&1\n"),
+            std::string::npos);
   EXPECT_NE(
-      outcome.output.find("  FOLDER/eclipse/eclipse " + removal_arguments("one,two") +
+      outcome.output.find("  DIRECTORY/eclipse/eclipse " + removal_arguments("one,two") +
                           " 2>&1one 2>&1\n"
                           "  Warning: the shell refuses the command and starts nothing (exit code 2 or 1): \"2>&1one\" is to "
                           "send to the open file \"1one\", which is no number\n"),
@@ -215,7 +217,7 @@ TEST_F(PlanCommand, TellsThatZeroBytesKeepTheCommandFromTheShell) {
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(outcome.output.find(" is zero, and a command with a zero byte cannot be given to a shell (exit code 126)\n"
-                                "    Because of column 1 of FOLDER/tools/etc/eclipse/tools.txt:2: si\\x00te\n"
+                                "    Because of column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:2: si\\x00te\n"
                                 "      Byte 3 (\\x00): no shell can be given a zero byte\n"),
             std::string::npos)
       << outcome.output;
@@ -234,7 +236,8 @@ TEST_F(PlanCommand, DoesNotNameTheQuotesOfAnArchive) {
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.output.find("quotes"), std::string::npos) << outcome.output;
-  EXPECT_NE(outcome.output.find("Because of column 1 of FOLDER/tools/etc/eclipse/tools.txt:2: my site\n"), std::string::npos);
+  EXPECT_NE(outcome.output.find("Because of column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:2: my site\n"),
+            std::string::npos);
 }
 
 TEST_F(PlanCommand, WarnsOfAnExecutableThatMayNotBeExecuted) {
@@ -244,7 +247,7 @@ TEST_F(PlanCommand, WarnsOfAnExecutableThatMayNotBeExecuted) {
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(
-      outcome.output.find("\n  Warning: \"FOLDER/eclipse/eclipse\" may not be executed, so the shell cannot start it (exit "
+      outcome.output.find("\n  Warning: \"DIRECTORY/eclipse/eclipse\" may not be executed, so the shell cannot start it (exit "
                           "code 126); make it executable with chmod +x\n"),
       std::string::npos)
       << outcome.output;
@@ -314,9 +317,9 @@ TEST_F(PlanCommand, ChangesNothingAndRunsNothing) {
 
 TEST_F(PlanCommand, TakesSettingsAndVariables) {
   write_session("install", {}, "\"install\": false");
-  fake::write_file("v.json", members({{"CASHED_ECLIPSE_PATH", folder.path() + "/eclipse/eclipse"}}));
-  EXPECT_EQ(plan().at("components").at(0).at("fate"), "taken");
-  EXPECT_EQ(plan("--variables v.json").at("components").at(0).at("fate"), "not selected");
+  fake::write_file("v.json", members({{"CASHED_ECLIPSE_PATH", directory.path() + "/eclipse/eclipse"}}));
+  EXPECT_EQ(plan().at("components").at(0).at("status"), "taken");
+  EXPECT_EQ(plan("--variables v.json").at("components").at(0).at("status"), "not selected");
   EXPECT_EQ(plan("--set KORU_MODE=uninstall").at("removal"), true);
 }
 

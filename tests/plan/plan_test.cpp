@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 using namespace eclipse_dry_run;
 using namespace eclipse_shell;
@@ -23,33 +23,33 @@ class Planning : public testing::Test {
     session.variables = {{"KORU_MODE", "install"},
                          {"ECLIPSE_INTEGRATION_CHOICE", "user"},
                          {"ECLIPSE_BIN", "eclipse"},
-                         {"USER_DEFINED_ECLIPSE_PATH", folder.path() + "/own/eclipse"}};
+                         {"USER_DEFINED_ECLIPSE_PATH", directory.path() + "/own/eclipse"}};
   }
 
   CatalogueComponent& add(const std::string& code, const std::string& descriptor) {
     auto component = std::make_unique<CatalogueComponent>();
     component->code = code;
-    component->installBase = folder.path();
+    component->installBase = directory.path();
     component->installDir = code;
     component->selected_for_install = true;
     component->selected_for_removal = true;
     component->package.emplace().files = {"readme", "etc/eclipse/p"};
-    fake::write_file(folder.path() + "/" + (code.empty() ? "." : code) + "/etc/eclipse/p", descriptor);
+    fake::write_file(directory.path() + "/" + (code.empty() ? "." : code) + "/etc/eclipse/p", descriptor);
     session.components.push_back(std::move(component));
     return *session.components.back();
   }
 
   Plan plan(Retries retries = Retries::all) { return make_plan(plugin, session, retries); }
 
-  std::vector<ComponentFate> fates() {
-    std::vector<ComponentFate> fates;
-    for (const PlannedComponent& component : plan().components) fates.push_back(component.fate);
+  std::vector<ComponentStatus> fates() {
+    std::vector<ComponentStatus> fates;
+    for (const PlannedComponent& component : plan().components) fates.push_back(component.status);
     return fates;
   }
 
   void know_the_instance() { session.variables["CASHED_ECLIPSE_PATH"] = session.variables["USER_DEFINED_ECLIPSE_PATH"]; }
 
-  fake::TemporaryFolder folder;
+  fake::TemporaryDirectory directory;
   Plugin plugin{PLUGIN};
   Session session;
 };
@@ -60,7 +60,7 @@ TEST_F(Planning, TellsWhyEachComponentIsTakenOrSkipped) {
   add("", "s\tH\n");
   add("unpacked", "s\tI\n").package.reset();
   add("unprovided", "s\tJ\n").has_provider = false;
-  using enum ComponentFate;
+  using enum ComponentStatus;
   EXPECT_TRUE(plan().every_component);
   EXPECT_EQ(fates(), (std::vector{taken, taken, no_code, no_package, no_package}));
   know_the_instance();
@@ -74,7 +74,7 @@ TEST_F(Planning, AsksForRemovalInARemoval) {
   session.variables["KORU_MODE"] = "uninstall";
   add("kept", "s\tF\n").selected_for_removal = false;
   add("gone", "s\tG\n").selected_for_install = false;
-  EXPECT_EQ(fates(), (std::vector{ComponentFate::not_selected, ComponentFate::taken}));
+  EXPECT_EQ(fates(), (std::vector{ComponentStatus::not_selected, ComponentStatus::taken}));
   EXPECT_TRUE(plan().is_removal);
 }
 
@@ -83,19 +83,19 @@ TEST_F(Planning, KeepsComponentsWithTheSameCodeApart) {
   add("same", "s\tF\n").selected_for_install = false;
   add("same", "s\tG\n");
   add("same", "s\tH\n").selected_for_install = false;
-  EXPECT_EQ(fates(), (std::vector{ComponentFate::not_selected, ComponentFate::taken, ComponentFate::not_selected}));
+  EXPECT_EQ(fates(), (std::vector{ComponentStatus::not_selected, ComponentStatus::taken, ComponentStatus::not_selected}));
 }
 
 TEST_F(Planning, NamesTheFileAndTheLineOfEachRecord) {
   add("c", "Repository\tFeature\n\nno data\ns\tF\ns\tF\n\tG\nRepository\tF\ns\t\t\ns\tH\tx\t1");
   add("d", "s\tF").package->files = {"etc/eclipse/missing", "etc\\eclipse\\p\r\n"};
   const Plan made = plan();
-  const std::string c = folder.path() + "/c/etc/eclipse/p";
+  const std::string c = directory.path() + "/c/etc/eclipse/p";
   std::vector<std::string> places;
   for (const PlannedRecord& record : made.records) places.push_back(record.file + ":" + std::to_string(record.line));
-  EXPECT_EQ(places, (std::vector{c + ":4", c + ":5", c + ":6", c + ":8", c + ":9", folder.path() + "/d/etc/eclipse/p:1"}));
+  EXPECT_EQ(places, (std::vector{c + ":4", c + ":5", c + ":6", c + ":8", c + ":9", directory.path() + "/d/etc/eclipse/p:1"}));
   ASSERT_EQ(made.components[1].descriptors.size(), 2U);
-  EXPECT_EQ(made.components[1].descriptors[0].path, folder.path() + "/d/etc/eclipse/missing");
+  EXPECT_EQ(made.components[1].descriptors[0].path, directory.path() + "/d/etc/eclipse/missing");
   EXPECT_FALSE(made.components[1].descriptors[0].exists);
   EXPECT_TRUE(made.components[1].descriptors[1].exists);
   EXPECT_EQ(made.components[1].descriptors[1].records, 1U);
@@ -104,12 +104,12 @@ TEST_F(Planning, NamesTheFileAndTheLineOfEachRecord) {
 TEST_F(Planning, TellsWhatBecomesOfEachRecord) {
   add("c", "s\tF\tx\t5x\nt\tG\ns\tF\n\tG\ns\t\t\ns\tH\t\t1\n");
   const Plan made = plan();
-  using enum RecordFate;
-  std::vector<RecordFate> fates;
+  using enum RecordStatus;
+  std::vector<RecordStatus> fates;
   std::vector<std::int64_t> slots;
   std::vector<std::int64_t> wanted;
   for (const PlannedRecord& record : made.records) {
-    fates.push_back(record.fate);
+    fates.push_back(record.status);
     slots.push_back(record.slot);
     wanted.push_back(record.wanted_slot);
   }
@@ -117,7 +117,8 @@ TEST_F(Planning, TellsWhatBecomesOfEachRecord) {
   EXPECT_EQ(slots, (std::vector<std::int64_t>{5, 0, 1, 0, 2, 3}));
   EXPECT_EQ(wanted, (std::vector<std::int64_t>{5, 0, 0, 0, 0, 1}));
   EXPECT_TRUE(made.command->text.ends_with(" -i G,F,H 2>&1")) << made.command->text;
-  EXPECT_EQ(made.repositories, (std::set<std::string>{"file://" + folder.path() + "/c/s", "file://" + folder.path() + "/c/t"}));
+  EXPECT_EQ(made.repositories,
+            (std::set<std::string>{"file://" + directory.path() + "/c/s", "file://" + directory.path() + "/c/t"}));
 }
 
 TEST_F(Planning, SaysWhatEachActionSets) {
@@ -127,8 +128,8 @@ TEST_F(Planning, SaysWhatEachActionSets) {
   EXPECT_EQ(made.actions[0].name, "eclipse_integration_required");
   EXPECT_EQ(made.actions[0].writes, (std::vector<std::pair<std::string, std::string>>{{"ECLIPSE_INTEGRATION_REQUIRED", "no"}}));
   EXPECT_EQ(made.actions[4].writes,
-            (std::vector<std::pair<std::string, std::string>>{{"ECLIPSE_PATH", folder.path() + "/own"}}));
-  EXPECT_EQ(made.executable, folder.path() + "/own/eclipse");
+            (std::vector<std::pair<std::string, std::string>>{{"ECLIPSE_PATH", directory.path() + "/own"}}));
+  EXPECT_EQ(made.executable, directory.path() + "/own/eclipse");
 }
 
 TEST_F(Planning, GivesTheVerdictOnTheVersion) {
@@ -142,7 +143,7 @@ TEST_F(Planning, GivesTheVerdictOnTheVersion) {
   EXPECT_EQ(made.version->supported, "no");
   EXPECT_NE(made.refusal, "");
   EXPECT_FALSE(made.command.has_value());
-  EXPECT_EQ(made.components[0].fate, ComponentFate::not_reached);
+  EXPECT_EQ(made.components[0].status, ComponentStatus::not_reached);
 }
 
 TEST_F(Planning, SaysThatTheInstanceIsNotThere) {
@@ -195,24 +196,24 @@ std::string told(const std::vector<ShellCause>& causes) {
 TEST_F(Planning, NamesTheTextsThatTheShellDoesNotPassOn) {
   add("my tools", "s.zip\tF\ns\tG;H\nmy site\tI\nmy site.zip\tJ\n$s.zip\tK\n");
   add("plain", "s\tL\ns.zip\tM\n");
-  const std::string file = folder.path() + "/my tools/etc/eclipse/p";
-  const std::string folder_text = "the folder of component my tools: " + folder.path() + "/my tools\n  " +
-                                  std::to_string(folder.path().size() + 3) + " the word ends there\n";
+  const std::string file = directory.path() + "/my tools/etc/eclipse/p";
+  const std::string directory_text = "the directory of component my tools: " + directory.path() + "/my tools\n  " +
+                                     std::to_string(directory.path().size() + 3) + " the word ends there\n";
   const std::string sites = "column 1 of " + file + ":3: my site\n  2 the word ends there\ncolumn 1 of " + file +
                             ":5: $s.zip\n  0 the value of a variable takes its place\n";
   const std::string feature =
       "column 2 of " + file + ":2: G;H\n  1 the command ends there, and what follows is run as another one\n";
   const Plan made = plan();
-  EXPECT_EQ(told(made.command->causes), folder_text + sites + feature);
-  EXPECT_EQ(told(made.retries[0].causes), folder_text + sites);
-  EXPECT_EQ(told(made.retries[1].causes), folder_text + sites + feature);
+  EXPECT_EQ(told(made.command->causes), directory_text + sites + feature);
+  EXPECT_EQ(told(made.retries[0].causes), directory_text + sites);
+  EXPECT_EQ(told(made.retries[1].causes), directory_text + sites + feature);
   session.variables["KORU_MODE"] = "uninstall";
   EXPECT_EQ(told(plan().command->causes), feature) << "a removal uses no sites";
 }
 
 TEST_F(Planning, NamesTheTextsWithZeroBytes) {
   add("c", std::string("s\tF\nsi\0te\tG\ns\tH\0\n", 18));
-  const std::string file = folder.path() + "/c/etc/eclipse/p";
+  const std::string file = directory.path() + "/c/etc/eclipse/p";
   const std::string site =
       "column 1 of " + file + ":2: " + std::string("si\0te", 5) + "\n  2 no shell can be given a zero byte\n";
   const std::string feature =
@@ -230,10 +231,10 @@ TEST_F(Planning, NamesTheExecutableThatTheShellDoesNotPassOn) {
   add("c", "s\tF\n");
   std::filesystem::create_directories("my own");
   std::filesystem::copy("own", "my own", std::filesystem::copy_options::recursive);
-  session.variables["USER_DEFINED_ECLIPSE_PATH"] = folder.path() + "/my own/eclipse";
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = directory.path() + "/my own/eclipse";
   const Plan made = plan();
-  EXPECT_EQ(told(made.command->causes), "USER_DEFINED_ECLIPSE_PATH: " + folder.path() + "/my own/eclipse\n  " +
-                                            std::to_string(folder.path().size() + 3) + " the word ends there\n");
+  EXPECT_EQ(told(made.command->causes), "USER_DEFINED_ECLIPSE_PATH: " + directory.path() + "/my own/eclipse\n  " +
+                                            std::to_string(directory.path().size() + 3) + " the word ends there\n");
   EXPECT_EQ(made.command->obstacle, "") << "another program would be started";
 }
 
@@ -250,7 +251,7 @@ TEST_F(Planning, TellsWhyTheExecutableCannotBeStarted) {
   add("c", "s\tF\n");
   EXPECT_EQ(plan().command->obstacle, "");
   std::filesystem::permissions("own/eclipse", std::filesystem::perms(0644));
-  const std::string executable = folder.path() + "/own/eclipse";
+  const std::string executable = directory.path() + "/own/eclipse";
   EXPECT_EQ(plan().command->obstacle,
             "\"" + executable +
                 "\" may not be executed, so the shell cannot start it (exit code 126); make it executable with chmod +x");
@@ -258,17 +259,18 @@ TEST_F(Planning, TellsWhyTheExecutableCannotBeStarted) {
   EXPECT_EQ(run_in_shell(plan().command->text).exit_code, 126);
 
   session.variables["KORU_MODE"] = "uninstall";
-  session.variables["USER_DEFINED_ECLIPSE_PATH"] = folder.path() + "/own";
-  EXPECT_EQ(plan().command->obstacle, "\"" + folder.path() +
-                                          "/own\" is a folder, so the shell cannot start it (exit code 126); give the path of "
-                                          "the executable in it");
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = directory.path() + "/own";
+  EXPECT_EQ(plan().command->obstacle,
+            "\"" + directory.path() +
+                "/own\" is a directory, so the shell cannot start it (exit code 126); give the path of "
+                "the executable in it");
   EXPECT_EQ(run_in_shell(plan().command->text).exit_code, 126);
 
   fake::write_file("eclipse", "#!/bin/sh\n");
   std::filesystem::permissions("eclipse", std::filesystem::perms(0755));
   session.variables["USER_DEFINED_ECLIPSE_PATH"] = "eclipse";
   EXPECT_EQ(plan().command->obstacle,
-            "\"eclipse\" has no slash, so the shell looks for it along PATH and not in this folder; give its full path");
+            "\"eclipse\" has no slash, so the shell looks for it along PATH and not in this directory; give its full path");
   EXPECT_EQ(run_in_shell("PATH=/nowhere; " + plan().command->text).exit_code, 127);
 }
 
@@ -373,10 +375,10 @@ TEST_F(Planning, TellsWhatKeptTheListsEmpty) {
   EXPECT_EQ(plan().reasons,
             (Texts{"skipped, without a code: (no code)", "skipped, not selected to be installed: unselected",
                    "skipped, without a package: unpacked", "taken, but the package lists no descriptor file: bare",
-                   "listed descriptor files that are not there: " + folder.path() + "/gone/etc/eclipse/missing",
-                   "descriptor files without a line of data: " + folder.path() + "/empty/etc/eclipse/p",
-                   "lines without a repository, which are passed over: " + folder.path() + "/pathless/etc/eclipse/p:1",
-                   "lines without a feature: " + folder.path() + "/pathless/etc/eclipse/p:2"}));
+                   "listed descriptor files that are not there: " + directory.path() + "/gone/etc/eclipse/missing",
+                   "descriptor files without a line of data: " + directory.path() + "/empty/etc/eclipse/p",
+                   "lines without a repository, which are passed over: " + directory.path() + "/pathless/etc/eclipse/p:1",
+                   "lines without a feature: " + directory.path() + "/pathless/etc/eclipse/p:2"}));
   for (const char* const code : {"a", "b", "c", "d", "e", "f"}) add(code, "s\tF\n").selected_for_install = false;
   EXPECT_EQ(plan().reasons[1], "skipped, not selected to be installed: unselected, a, b, c, d and 2 more");
 }

@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "differential/random_session.h"
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "plan/plan.h"
 #include "standalone_host/session_run.h"
 
@@ -127,7 +127,7 @@ void check(const Plugin& plugin, Session& session, Seen& seen) {
   for (const PlannedRecord& record : plan.records) {
     ++seen.records;
     seen.moved += record.slot != record.wanted_slot;
-    seen.repeated += record.fate == RecordFate::repeated;
+    seen.repeated += record.status == RecordStatus::repeated;
     const std::string line = line_of(record.file, record.line);
     EXPECT_TRUE(line.starts_with(record.config.repository + "\t" + record.config.feature)) << record.file << ":" << record.line;
   }
@@ -145,8 +145,8 @@ TEST(PlannedRuns, AreTheRunsThemselves) {
   Seen seen;
   for (std::uint64_t seed = 1; seed <= 1000 && !testing::Test::HasFailure(); ++seed) {
     SCOPED_TRACE("Seed " + std::to_string(seed));
-    const fake::TemporaryFolder folder;
-    const differential::PlannedSession planned = differential::random_session(seed, folder.path());
+    const fake::TemporaryDirectory directory;
+    const differential::PlannedSession planned = differential::random_session(seed, directory.path());
     write_files(planned);
     const std::unique_ptr<Session> session = session_of(planned);
     for (const char* const mode : {"install", "modify", "uninstall"}) {

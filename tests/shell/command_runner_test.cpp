@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 using eclipse_shell::CommandResult;
 using eclipse_shell::run_in_shell;
@@ -81,7 +81,7 @@ TEST(Shell, CommandTooLongForTheSystemCannotBeStarted) {
 }
 
 TEST(Shell, CommandWithAZeroByteIsNotStarted) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   for (const std::string& command :
        {std::string("echo > begun\0", 13), std::string("\0echo > begun", 13), std::string("echo > begun; echo a\0b", 22)}) {
     const CommandResult result = run_in_shell(command);
@@ -159,7 +159,7 @@ std::ptrdiff_t open_descriptors(bool inherited_only = false) {
 
 TEST(Shell, NoDescriptorsAreLeftOpenHereOrInTheCommand) {
   const std::ptrdiff_t before = open_descriptors();
-  // One more than are inherited: that by which ls reads the folder.
+  // One more than are inherited: that by which ls reads the directory.
   const std::string in_a_command = std::to_string(open_descriptors(true) + 1) + "\n";
   for (int i = 0; i < 3; ++i) EXPECT_EQ(run_in_shell("ls /proc/self/fd | wc -l").output, in_a_command);
   run_in_shell(std::string(200'000, 'x'));
@@ -225,7 +225,7 @@ class ThrowingProgress : public testing::TestWithParam<std::string> {
     return progress;
   }
 
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
 };
 
 TEST_P(ThrowingProgress, LeavesNoProcessAndNoDescriptor) {
@@ -260,7 +260,7 @@ INSTANTIATE_TEST_SUITE_P(Shell, ThrowingProgress, testing::Values("output", "err
 
 /// The grace is for a director that puts its files in order.
 TEST(Shell, ACommandMayPutThingsInOrderWhenItIsEnded) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   eclipse_shell::CommandProgress progress;
   progress.on_output = [](std::string_view) { throw 42; };
   EXPECT_THROW(run_in_shell("trap 'sleep 0.3; echo tidy > tidy; exit' TERM; echo text; while :; do sleep 0.1; done", progress),
@@ -282,7 +282,7 @@ class ClosedOutputs : public testing::Test {
 
   double seconds() const { return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count(); }
 
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
 
  private:
   const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();

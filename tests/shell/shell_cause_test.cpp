@@ -23,7 +23,7 @@ TEST(ShellCause, IsToldOfWhatIsNotPassedOn) {
       {{"", "/opt/eclipse", " ", ""}, "passed on"},
       {{"", "/opt/my eclipse", " ", ""}, "7 the word ends there;"},
       {{"", "/opt/a~b-c,d=#1", " ", ""}, "passed on"},
-      {{"", "~/eclipse", " ", ""}, "0 a folder of a user takes the place of \"~\";"},
+      {{"", "~/eclipse", " ", ""}, "0 a directory of a user takes the place of \"~\";"},
       {{",", "~F", ",", ""}, "passed on"},
       {{",", "#F", ",", ""}, "passed on"},
       {{"", "#F", ",", ""}, "0 the rest of the line is a comment;"},

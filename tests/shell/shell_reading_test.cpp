@@ -81,7 +81,7 @@ TEST(ShellReading, SpecialCharactersAreRemarked) {
       {"`a b` c", {{"`a b`", "c"}}, {"0 what stands between the backquotes is run as a command"}},
       {"a$ $", {{"a$", "$"}}, {}},
       {"a* '*'", {{"a*", "*"}}, {"1 names of files may take the place of the word with \"*\"", "3 the quotes are taken away"}},
-      {"~/a b~", {{"~/a", "b~"}}, {"0 a folder of a user takes the place of \"~\""}},
+      {"~/a b~", {{"~/a", "b~"}}, {"0 a directory of a user takes the place of \"~\""}},
       {"a=b/c d", {{"a=b/c", "d"}}, {"0 the word sets a variable, and the command begins behind it"}},
       {"_a1= x=y", {{"_a1=", "x=y"}}, {"0 the word sets a variable, and the command begins behind it"}},
       {"/a=b c=d =e", {{"/a=b", "c=d", "=e"}}, {}},

@@ -27,7 +27,7 @@ struct StandAloneHost : Session {
 
   Texts log;
   ActiveSession active{*this};
-  fake::TemporaryFolder folder;
+  fake::TemporaryDirectory directory;
 };
 
 struct TestDouble : fake::FakeHost {
@@ -198,7 +198,7 @@ TYPED_TEST(HostContract, PathIsNormalisedWhateverItsPieces) {
 TYPED_TEST(HostContract, ResolvedPathIsAbsoluteAndWithoutLinks) {
   std::filesystem::create_directories("real/sub");
   std::filesystem::create_directory_symlink("real", "link");
-  const std::string here = this->host.folder.path();
+  const std::string here = this->host.directory.path();
   EXPECT_EQ(resolved_path("link/sub/../x"), here + "/real/x");
   EXPECT_EQ(resolved_path(here + "/link//sub"), here + "/real/sub");
   EXPECT_EQ(resolved_path("missing/../other/file"), here + "/other/file");
@@ -207,10 +207,10 @@ TYPED_TEST(HostContract, ResolvedPathIsAbsoluteAndWithoutLinks) {
 
 // ---- Files ----
 
-TYPED_TEST(HostContract, FilesAndFoldersAreToldApart) {
-  fake::write_file("folder/file", "");
+TYPED_TEST(HostContract, FilesAndDirectoriesAreToldApart) {
+  fake::write_file("directory/file", "");
   ASSERT_EQ(mkfifo("pipe", 0600), 0);
-  std::filesystem::create_symlink("folder/file", "link to file");
+  std::filesystem::create_symlink("directory/file", "link to file");
   std::filesystem::create_symlink("nowhere", "dangling");
   struct Case {
     std::string path;
@@ -218,9 +218,10 @@ TYPED_TEST(HostContract, FilesAndFoldersAreToldApart) {
     bool exists;
   };
   const std::vector<Case> cases = {
-      {"folder/file", true, true}, {"folder", false, true},       {"folder/", false, true},     {"folder/file/", false, false},
-      {"pipe", false, true},       {"missing", false, false},     {"link to file", true, true}, {"dangling", false, false},
-      {"", false, false},          {"folder/FILE", false, false}, {"/dev/null", false, true},
+      {"directory/file", true, true},    {"directory", false, true}, {"directory/", false, true},
+      {"directory/file/", false, false}, {"pipe", false, true},      {"missing", false, false},
+      {"link to file", true, true},      {"dangling", false, false}, {"", false, false},
+      {"directory/FILE", false, false},  {"/dev/null", false, true},
   };
   for (const auto& [path, file, exists] : cases) {
     EXPECT_EQ(is_file(path), file) << path;
@@ -247,13 +248,13 @@ TYPED_TEST(HostContract, FileIsReadWholeAndZeroTerminated) {
 }
 
 TYPED_TEST(HostContract, WhatCannotBeReadIsNull) {
-  std::filesystem::create_directory("folder");
+  std::filesystem::create_directory("directory");
   long long size = -1;
   fake::write_file("unreadable", "text");
   ASSERT_EQ(chmod(".", 0755), 0);
   ASSERT_EQ(chmod("unreadable", 0), 0);
   const fake::NotAdministrator unprivileged;
-  for (const std::string path : {"folder", "missing", "", "unreadable"}) {
+  for (const std::string path : {"directory", "missing", "", "unreadable"}) {
     EXPECT_EQ(get_file(path, 0, &size), nullptr) << path;
     EXPECT_EQ(get_file(path, 0, nullptr), nullptr) << path;
   }

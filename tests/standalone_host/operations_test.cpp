@@ -17,7 +17,7 @@ class Operations : public testing::Test {
  protected:
   Session session;
   ActiveSession active{session};
-  fake::TemporaryFolder folder;
+  fake::TemporaryDirectory directory;
 };
 
 // ---- The session ----

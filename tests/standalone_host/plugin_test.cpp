@@ -40,25 +40,25 @@ TEST(Plugin, UnknownActionIsOutOfRange) {
   EXPECT_THROW(plugin.call("", session), std::out_of_range);
 }
 
-TEST(Plugin, NameWithoutAFolderIsLookedForInTheWorkingFolder) {
-  const fake::TemporaryFolder folder;
+TEST(Plugin, NameWithoutADirectoryIsLookedForInTheWorkingDirectory) {
+  const fake::TemporaryDirectory directory;
   std::filesystem::copy_file(PLUGIN, "plugin.so");
   EXPECT_EQ(Plugin("plugin.so").library(), "plugin.so");
 }
 
 TEST(Plugin, WhatIsNoPluginIsRefusedWithItsFault) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   fake::write_file("text.so", std::string(1000, 'x'));
-  std::filesystem::create_directory("folder.so");
-  const std::string& here = folder.path();
-  const std::string mend = "; give the path of libeclipse_int.so";
+  std::filesystem::create_directory("directory.so");
+  const std::string& here = directory.path();
+  const std::string fix = "; give the path of libeclipse_int.so";
   EXPECT_EQ(refusal("missing.so"), "missing.so: cannot be loaded: " + here +
-                                       "/missing.so: cannot open shared object file: No such file or directory" + mend);
-  EXPECT_EQ(refusal("text.so"), "text.so: cannot be loaded: " + here + "/text.so: invalid ELF header" + mend);
-  EXPECT_EQ(refusal("folder.so"),
-            "folder.so: cannot be loaded: " + here + "/folder.so: cannot read file data: Is a directory" + mend);
+                                       "/missing.so: cannot open shared object file: No such file or directory" + fix);
+  EXPECT_EQ(refusal("text.so"), "text.so: cannot be loaded: " + here + "/text.so: invalid ELF header" + fix);
+  EXPECT_EQ(refusal("directory.so"),
+            "directory.so: cannot be loaded: " + here + "/directory.so: cannot read file data: Is a directory" + fix);
   EXPECT_EQ(refusal(ASKS_FOR_MORE),
-            ASKS_FOR_MORE ": cannot be loaded: " ASKS_FOR_MORE ": undefined symbol: operation_that_no_host_has" + mend);
+            ASKS_FOR_MORE ": cannot be loaded: " ASKS_FOR_MORE ": undefined symbol: operation_that_no_host_has" + fix);
 }
 
 TEST(Plugin, LibraryThatLacksAnActionIsRefusedWithItsName) {

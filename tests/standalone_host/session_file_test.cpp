@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "fake_host/not_administrator.h"
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 namespace {
 
-using eclipse_base::FileFault;
+using eclipse_base::FileError;
 using eclipse_host::CatalogueComponent;
 using eclipse_host::read_session_file;
 using eclipse_host::Session;
@@ -25,7 +25,7 @@ std::string fault_of(const std::string& text) {
   Session session;
   try {
     read_session_file("s.json", session);
-  } catch (const FileFault& fault) {
+  } catch (const FileError& fault) {
     return fault.what();
   }
   return "read";
@@ -39,7 +39,7 @@ std::string with_component(const std::string& members) {
 
 class SessionFile : public testing::Test {
  protected:
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
 
   void read(const std::string& text) {
     fake::write_file("products/s.json", text);
@@ -73,13 +73,13 @@ TEST_F(SessionFile, FillsTheSession) {
   EXPECT_TRUE(session.graphical);
   ASSERT_EQ(session.components.size(), 2U);
   EXPECT_EQ(component(0).code, "org.example.ide");
-  EXPECT_EQ(component(0).installBase, folder.path() + "/products/opt/y");
+  EXPECT_EQ(component(0).installBase, directory.path() + "/products/opt/y");
   EXPECT_EQ(component(0).installDir, "./ide/");
   EXPECT_TRUE(component(0).selected_for_install);
   EXPECT_TRUE(component(0).selected_for_removal);
   EXPECT_TRUE(component(0).installed);
   ASSERT_TRUE(component(0).package);
-  EXPECT_EQ(component(0).package->root, folder.path() + "/products/repo");
+  EXPECT_EQ(component(0).package->root, directory.path() + "/products/repo");
   EXPECT_EQ(component(0).package->prefix, "p/./q");
   EXPECT_EQ(component(0).package->files, (Names{"b\\c\r\n", "", "a//b"}));
   EXPECT_EQ(component(1).installBase, "/opt/tools");
@@ -100,11 +100,11 @@ TEST_F(SessionFile, MayHoldNothingButAMode) {
   EXPECT_EQ(session.capabilities, (std::map<std::string, Component*>()));
 }
 
-TEST_F(SessionFile, TakesPackagesFromItsOwnFolderAndTheComponentsFolder) {
+TEST_F(SessionFile, TakesPackagesFromItsOwnDirectoryAndTheComponentsDirectory) {
   read(with_component(R"("package": {"files": []})"));
   ASSERT_TRUE(component(0).package);
-  EXPECT_EQ(component(0).package->root, folder.path() + "/products");
-  EXPECT_EQ(component(0).package->prefix, folder.path() + "/products/b/c");
+  EXPECT_EQ(component(0).package->root, directory.path() + "/products");
+  EXPECT_EQ(component(0).package->prefix, directory.path() + "/products/b/c");
 }
 
 TEST_F(SessionFile, LeavesAnEmptyInstallBaseEmpty) {
@@ -114,10 +114,10 @@ TEST_F(SessionFile, LeavesAnEmptyInstallBaseEmpty) {
   ]})");
   EXPECT_EQ(component(0).installBase, "");
   EXPECT_EQ(component(0).package->prefix, "/ide");
-  EXPECT_EQ(component(1).installBase, folder.path() + "/products");
+  EXPECT_EQ(component(1).installBase, directory.path() + "/products");
 }
 
-TEST_F(SessionFile, ListsTheRegularFilesOfAScannedFolderByTheirBytes) {
+TEST_F(SessionFile, ListsTheRegularFilesOfAScannedDirectoryByTheirBytes) {
   for (const char* file : {"b/x", "b.x", "B", "\xC3\xA4", "etc/eclipse/f.txt", "a\\b"}) {
     fake::write_file(std::string("products/files/") + file, "");
   }
@@ -126,31 +126,31 @@ TEST_F(SessionFile, ListsTheRegularFilesOfAScannedFolderByTheirBytes) {
   std::filesystem::create_symlink("missing", "products/files/broken");
   std::filesystem::create_symlink("circle", "products/files/circle");
   std::filesystem::create_symlink(std::string(300, 'x'), "products/files/etc/long");
-  std::filesystem::create_directory_symlink("etc", "products/files/folder-link");
+  std::filesystem::create_directory_symlink("etc", "products/files/directory-link");
   read(with_component(R"("package": {"scan": "./files/"})"));
   EXPECT_EQ(component(0).package->files, (Names{"B", "a\\b", "b.x", "b/x", "etc/eclipse/f.txt", "link", "\xC3\xA4"}));
 }
 
 struct Fault {
   std::string text;
-  std::string message;  ///< with FOLDER for the session file's folder
+  std::string message;  ///< with DIRECTORY for the session file's directory
 };
 
-class SessionFileFault : public testing::TestWithParam<Fault> {};
+class SessionFileError : public testing::TestWithParam<Fault> {};
 
-TEST_P(SessionFileFault, IsTold) {
-  const fake::TemporaryFolder folder;
+TEST_P(SessionFileError, IsTold) {
+  const fake::TemporaryDirectory directory;
   fake::write_file("file", "");
   std::string expected = GetParam().message;
-  const std::size_t mark = expected.find("FOLDER");
-  if (mark != std::string::npos) expected.replace(mark, 6, folder.path());
+  const std::size_t mark = expected.find("DIRECTORY");
+  if (mark != std::string::npos) expected.replace(mark, std::string_view("DIRECTORY").size(), directory.path());
   EXPECT_EQ(fault_of(GetParam().text), expected);
 }
 
 const std::string known_keys = R"("$schema", "mode", "graphical", "variables", "components")";
 
 INSTANTIATE_TEST_SUITE_P(
-    SessionFile, SessionFileFault,
+    SessionFile, SessionFileError,
     testing::Values(
         Fault{"[]", "s.json:1:1: document: found a list, wanted an object; write it in { }"},
         Fault{"{\"mode\": \"install\"}", "s.json:1:1: document: the key \"components\" is missing; add it"},
@@ -204,7 +204,7 @@ INSTANTIATE_TEST_SUITE_P(
               "s.json:2:12: components[0].package: found null, wanted an object; write it in { }"},
         Fault{with_component("\n\"package\": {}"),
               "s.json:2:12: components[0].package: \"files\" or \"scan\" is missing; list the "
-              "package's files, or name the folder to take them from"},
+              "package's files, or name the directory to take them from"},
         Fault{with_component("\n\"package\": {\"files\": [], \"scan\": \".\"}"),
               "s.json:2:26: components[0].package.scan: stands beside \"files\"; keep one of the two"},
         Fault{with_component("\n\"package\": {\"files\": [[]]}"),
@@ -212,17 +212,18 @@ INSTANTIATE_TEST_SUITE_P(
         Fault{with_component("\n\"package\": {\"file\": []}"),
               "s.json:2:13: components[0].package.file: unknown key; did you mean \"files\"?"},
         Fault{with_component("\n\"package\": {\"root\": \"x/../y\", \"files\": []}"),
-              "s.json:2:21: components[0].package.root: the folder \"FOLDER/y\" is not there; make it, or correct the path"},
+              "s.json:2:21: components[0].package.root: the directory \"DIRECTORY/y\" is not there; make it, or correct the "
+              "path"},
         Fault{with_component("\n\"package\": {\"root\": \"file\", \"files\": []}"),
-              "s.json:2:21: components[0].package.root: \"FOLDER/file\" is no folder; correct the path"},
-        Fault{
-            with_component("\n\"package\": {\"scan\": \"file/x\"}"),
-            "s.json:2:21: components[0].package.scan: the folder \"FOLDER/file/x\" is not there; make it, or correct the path"},
+              "s.json:2:21: components[0].package.root: \"DIRECTORY/file\" is no directory; correct the path"},
+        Fault{with_component("\n\"package\": {\"scan\": \"file/x\"}"),
+              "s.json:2:21: components[0].package.scan: the directory \"DIRECTORY/file/x\" is not there; make it, or correct "
+              "the path"},
         Fault{with_component("\n\"package\": {\"scan\": \"" + std::string(300, 'x') + "\"}"),
-              "s.json:2:21: components[0].package.scan: \"FOLDER/" + std::string(300, 'x') +
+              "s.json:2:21: components[0].package.scan: \"DIRECTORY/" + std::string(300, 'x') +
                   "\" cannot be reached: File name too long; correct the path"}));
 
-TEST_F(SessionFile, SaysWhichPartOfAScannedFolderCannotBeRead) {
+TEST_F(SessionFile, SaysWhichPartOfAScannedDirectoryCannotBeRead) {
   fake::write_file("closed/file", "");
   std::filesystem::create_directories("a");
   std::filesystem::create_directories("b");
@@ -230,7 +231,7 @@ TEST_F(SessionFile, SaysWhichPartOfAScannedFolderCannotBeRead) {
   std::filesystem::rename("closed", "b/closed");
   std::filesystem::create_symlink("b/closed", "closed");
   const auto fault = [&](const std::string& place) {
-    return "s.json:1:109: components[0].package.scan: cannot be scanned: \"" + folder.path() + place +
+    return "s.json:1:109: components[0].package.scan: cannot be scanned: \"" + directory.path() + place +
            "\": Permission denied; make it readable, or list the files in \"files\"";
   };
   ASSERT_EQ(chmod(".", 0777), 0);

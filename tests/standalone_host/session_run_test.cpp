@@ -36,7 +36,7 @@ class SessionRun : public testing::Test {
                                   .capabilities = {"ECLIPSE_PLUGIN"}});
     fake::add_component(session, {.code = "ide",
                                   .install = true,
-                                  .package = {{.prefix = folder.path() + "/ide", .files = {"eclipse"}}},
+                                  .package = {{.prefix = directory.path() + "/ide", .files = {"eclipse"}}},
                                   .capabilities = {"ECLIPSE_IDE"}});
     session.variables = {{"ECLIPSE_BIN", "eclipse"}};
     session.run_command = [this](const std::string& command) {
@@ -56,7 +56,7 @@ class SessionRun : public testing::Test {
   }
 
   const Plugin plugin{PLUGIN};
-  fake::TemporaryFolder folder;
+  fake::TemporaryDirectory directory;
   Session session;
   std::deque<CommandResult> results;
   Texts commands;
@@ -180,7 +180,7 @@ TEST_F(SessionRun, ExecutableOfTheIdeIsRecorded) {
   for (const std::string mode : {"install", "uninstall"}) {
     session.variables.erase("CASHED_ECLIPSE_PATH");
     results = {succeeds()};
-    EXPECT_EQ(run(mode, "internal").variables_after.at("CASHED_ECLIPSE_PATH"), folder.path() + "/ide/eclipse") << mode;
+    EXPECT_EQ(run(mode, "internal").variables_after.at("CASHED_ECLIPSE_PATH"), directory.path() + "/ide/eclipse") << mode;
   }
 }
 
@@ -229,7 +229,7 @@ TEST_F(SessionRun, CommandsThatAreNotScriptedAreRunAndReported) {
   fake::write_file("own/eclipse", "#!/bin/sh\necho \"director $5 $6\"\nexit 0\n");
   std::filesystem::permissions("own/eclipse", std::filesystem::perms::owner_all);
   session.run_command = {};
-  session.variables["USER_DEFINED_ECLIPSE_PATH"] = folder.path() + "/own/eclipse";
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = directory.path() + "/own/eclipse";
   std::string output;
   RunObserver observer;
   observer.command_progress.on_output = [&](std::string_view piece) { output += piece; };

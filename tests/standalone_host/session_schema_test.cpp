@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 #include "standalone_host/session_file.h"
 
 namespace {
@@ -135,7 +135,7 @@ std::string verdict_of_reader(const std::string& file) {
   try {
     read_session_file(file, session);
     return "valid";
-  } catch (const eclipse_base::FileFault&) {
+  } catch (const eclipse_base::FileError&) {
     return "invalid";
   }
 }
@@ -154,7 +154,7 @@ Verdicts lines_of(const std::string& command) {
 }
 
 TEST(SessionSchema, SaysTheSameAsTheReader) {
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
   const auto all = samples();
   std::string command = std::string("/usr/bin/python3 ") + SCHEMA_VERDICTS + " " + SESSION_SCHEMA;
   Verdicts by_schema;

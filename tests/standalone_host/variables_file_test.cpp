@@ -11,13 +11,13 @@
 #include <string>
 #include <vector>
 
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-using eclipse_base::FileFault;
+using eclipse_base::FileError;
 using eclipse_host::check_variables_file;
 using eclipse_host::read_variables_file;
 using eclipse_host::Variables;
@@ -25,7 +25,7 @@ using eclipse_host::write_variables_file;
 
 class VariablesFile : public testing::Test {
  protected:
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
 };
 
 std::string content_of(const std::string& file) {
@@ -37,7 +37,7 @@ std::string content_of(const std::string& file) {
 std::string fault_of(const std::function<void()>& attempt) {
   try {
     attempt();
-  } catch (const FileFault& fault) {
+  } catch (const FileError& fault) {
     return fault.what();
   }
   return "none";
@@ -104,7 +104,7 @@ TEST_F(VariablesFile, IsWrittenBehindALink) {
 
 TEST_F(VariablesFile, IsNotWrittenOverALinkToNothing) {
   fs::create_symlink("nothing.json", "link.json");
-  const std::string fault = "link.json: is a link to nothing; give the path of a file to write";
+  const std::string fault = "link.json: is a dangling symlink; give the path of a file to write";
   EXPECT_EQ(fault_of([] { check_variables_file("link.json", {}); }), fault);
   EXPECT_EQ(fault_of([] { write_variables_file("link.json", {}); }), fault);
   EXPECT_TRUE(fs::is_symlink("link.json"));
@@ -128,16 +128,16 @@ TEST_F(VariablesFile, IsWrittenWithoutWhatJsonCannotCarry) {
 }
 
 TEST_F(VariablesFile, CannotBeWrittenEverywhere) {
-  fs::create_directory("folder");
+  fs::create_directory("directory");
   // In the place of a device, which a mistake here must not replace.
   ASSERT_EQ(mkfifo("pipe", 0600), 0);
   const std::vector<std::pair<std::string, std::string>> faults = {
       {"missing/v.json",
-       "missing/v.json: cannot be written: No such file or directory; give the path of a file in a folder that is writable"},
-      {"folder", "folder: is no regular file; give the path of a file to write"},
+       "missing/v.json: cannot be written: No such file or directory; give the path of a file in a directory that is writable"},
+      {"directory", "directory: is no regular file; give the path of a file to write"},
       {"pipe", "pipe: is no regular file; give the path of a file to write"},
       {"/proc/v.json",
-       "/proc/v.json: cannot be written: No such file or directory; give the path of a file in a folder that is "
+       "/proc/v.json: cannot be written: No such file or directory; give the path of a file in a directory that is "
        "writable"}};
   for (const auto& fault : faults) {
     EXPECT_EQ(fault_of([&] { check_variables_file(fault.first, {}); }), fault.second);
@@ -145,7 +145,7 @@ TEST_F(VariablesFile, CannotBeWrittenEverywhere) {
   }
   EXPECT_TRUE(fs::is_fifo("pipe"));
   fs::remove("pipe");
-  EXPECT_EQ(files_here(), (std::vector<std::string>{"folder"}));
+  EXPECT_EQ(files_here(), (std::vector<std::string>{"directory"}));
 }
 
 TEST_F(VariablesFile, IsLeftAloneByTheCheck) {

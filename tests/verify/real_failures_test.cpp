@@ -30,7 +30,7 @@ class RealFailures : public testing::Test {
   }
 
   std::string director(const std::string& site, const std::string& feature) const {
-    return "org.eclipse.equinox.p2.director -repository file://" ECLIPSE_INT_DIRECTOR_FOLDER "/sites/" + site + " -i " +
+    return "org.eclipse.equinox.p2.director -repository file://" ECLIPSE_INT_INSTANCE_DIRECTORY "/sites/" + site + " -i " +
            feature + " 2>&1";
   }
 
@@ -74,7 +74,7 @@ TEST_F(RealFailures, TheLauncherHasNoSuchApplication) {
 
 TEST_F(RealFailures, TheLauncherCannotWriteAnywhere) {
   using std::filesystem::perms;
-  std::filesystem::permissions(product.folder().parent_path(), perms(0755));
+  std::filesystem::permissions(product.directory().parent_path(), perms(0755));
   std::filesystem::permissions(product.executable().parent_path() / "configuration", perms(0555));
   // Nothing is closed to root.
   const std::string somebody = geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups " : "";
@@ -98,10 +98,10 @@ TEST_F(RealFailures, TheShellDoesNotUnderstandTheRetryOfARemoval) {
   EXPECT_EQ(explain(result, logs).layer, Layer::shell);
 }
 
-TEST_F(RealFailures, ThePathOfAFolderIsNoProgram) {
-  const auto result = eclipse_shell::run_in_shell(product.folder().string() + " -i x 2>&1");
+TEST_F(RealFailures, ThePathOfADirectoryIsNoProgram) {
+  const auto result = eclipse_shell::run_in_shell(product.directory().string() + " -i x 2>&1");
   EXPECT_EQ(result.exit_code, 126);
-  EXPECT_EQ(explain(result, InstanceLogs(product.folder())).layer, Layer::shell);
+  EXPECT_EQ(explain(result, InstanceLogs(product.directory())).layer, Layer::shell);
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ struct Answer {
 /// Calls the command on the session that the product ran last.
 Answer answer_of(const Product& product, const std::string& subcommand, const std::string& options = "") {
   const auto run = eclipse_shell::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' " + subcommand + " --json '" +
-                                               (product.folder() / "session.json").string() + "' " + options);
+                                               (product.directory() / "session.json").string() + "' " + options);
   EXPECT_EQ(run.error_output, "");
   return {run.exit_code, nlohmann::json::parse(run.output)};
 }
@@ -68,7 +68,7 @@ TEST(RealInstance, OneUnitThatIsNotThereIsNamedAndKeepsTheOthersIn) {
   ASSERT_EQ(product.run("uninstall", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}}).status, 0) << "only writes the session";
   const auto run =
       eclipse_shell::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' run --verify --json '" +
-                                  (product.folder() / "session.json").string() + "' --set ECLIPSE_INTEGRATION_CHOICE=user");
+                                  (product.directory() / "session.json").string() + "' --set ECLIPSE_INTEGRATION_CHOICE=user");
   EXPECT_EQ(run.exit_code, 1);
   EXPECT_THAT(run.error_output, testing::HasSubstr("warning: org.example.gamma.feature.group ("));
   const auto verification = nlohmann::json::parse(run.output).at("verification");
@@ -114,7 +114,7 @@ TEST(RealInstance, AUnitThatCameAlongIsInstalledAndStaysAsLongAsItIsRequired) {
   EXPECT_THAT(different_units(left.result), ElementsAre("org.example.alpha.plugin"));
 
   const auto run = eclipse_shell::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' run --verify --json '" +
-                                               (other.folder() / "session.json").string() + "'");
+                                               (other.directory() / "session.json").string() + "'");
   EXPECT_EQ(run.exit_code, 1);
   EXPECT_THAT(run.error_output, testing::HasSubstr("org.example.alpha.plugin ("));
   EXPECT_THAT(run.error_output,
@@ -129,7 +129,7 @@ TEST(RealInstance, AUnitThatCameAlongIsInstalledAndStaysAsLongAsItIsRequired) {
   EXPECT_EQ(answer_of(other, "verify").status, 0) << "it went with what required it";
 }
 
-TEST(RealInstance, IsAskedBelowAPathWithBlanks) {
+TEST(RealInstance, IsAskedBelowAPathWithSpaces) {
   Product product("my product");
   product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
   ASSERT_EQ(product.run("install").status, 1) << "the shell cuts the executable";

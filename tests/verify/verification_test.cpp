@@ -10,24 +10,25 @@ using eclipse_p2::InstalledUnits;
 using eclipse_p2::Unit;
 using eclipse_plan::Plan;
 using eclipse_plan::PlannedRecord;
-using eclipse_plan::RecordFate;
+using eclipse_plan::RecordStatus;
 using Texts = std::vector<std::string>;
 
-PlannedRecord record(std::size_t line, const std::string& feature, std::int64_t slot, RecordFate fate = RecordFate::listed) {
+PlannedRecord record(std::size_t line, const std::string& feature, std::int64_t slot,
+                     RecordStatus status = RecordStatus::listed) {
   PlannedRecord record;
   record.file = "p";
   record.line = line;
   record.config.feature = feature;
   record.slot = slot;
-  record.fate = fate;
+  record.status = status;
   return record;
 }
 
 Plan plan(bool is_removal) {
   Plan plan;
   plan.is_removal = is_removal;
-  plan.records = {record(1, "b", 1), record(2, "a/2.0", 0), record(3, "c,b", 2), record(4, "b", 3, RecordFate::repeated),
-                  record(5, "d", 0, RecordFate::no_repository)};
+  plan.records = {record(1, "b", 1), record(2, "a/2.0", 0), record(3, "c,b", 2), record(4, "b", 3, RecordStatus::repeated),
+                  record(5, "d", 0, RecordStatus::no_repository)};
   return plan;
 }
 

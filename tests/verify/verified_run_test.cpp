@@ -35,7 +35,7 @@ TEST_F(VerifiedRun, TellsWhatCameIn) {
             "  Came in:\n"
             "    one/1.0.0\n"
             "    two/1.0.0\n"
-            "Same: the units that the session installs (2) are all installed in FOLDER/eclipse/eclipse\n" +
+            "Same: the units that the session installs (2) are all installed in DIRECTORY/eclipse/eclipse\n" +
                 only_roots);
 }
 
@@ -45,13 +45,14 @@ TEST_F(VerifiedRun, FailsWhenWhatWasDoneIsNotThere) {
   const Outcome outcome = eclipse_int("run session.json --verify");
   EXPECT_EQ(outcome.status, 1) << "although every command succeeded";
   EXPECT_NE(verification(outcome).find("\n  two is not installed by name ("), std::string::npos) << outcome.output;
-  EXPECT_NE(outcome.output.find("\n\nDone, but the Eclipse is not as the session should have left it\n"
-                                "  These features were installed into FOLDER/eclipse:\n"
-                                "    one\n"
-                                "  The director succeeded, but these features were not installed into FOLDER/eclipse; it does "
-                                "not have them, as the verification below says:\n"
-                                "    two\n\n"),
-            std::string::npos)
+  EXPECT_NE(
+      outcome.output.find("\n\nDone, but the Eclipse is not as the session should have left it\n"
+                          "  These features were installed into DIRECTORY/eclipse:\n"
+                          "    one\n"
+                          "  The director succeeded, but these features were not installed into DIRECTORY/eclipse; it does "
+                          "not have them, as the verification below says:\n"
+                          "    two\n\n"),
+      std::string::npos)
       << outcome.output;
 }
 
@@ -66,11 +67,11 @@ TEST_F(VerifiedRun, DoesNotDenyWhatIsThereAlthoughTheDirectorFailed) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(outcome.output.find("\n\nFailed\n"
                                 "  Not all went in at once, so they were tried one by one.\n"
-                                "  These features were installed into FOLDER/eclipse:\n"
+                                "  These features were installed into DIRECTORY/eclipse:\n"
                                 "    three\\r\n"
-                                "  These features were not installed into FOLDER/eclipse:\n"
+                                "  These features were not installed into DIRECTORY/eclipse:\n"
                                 "    two\n"
-                                "  The director failed, but these features are as they should be in FOLDER/eclipse, as the "
+                                "  The director failed, but these features are as they should be in DIRECTORY/eclipse, as the "
                                 "verification below says:\n"
                                 "    one/1.0\n\n"),
             std::string::npos)
@@ -86,7 +87,7 @@ TEST_F(VerifiedRun, WarnsBeforeARemovalThatIsBlocked) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(
       outcome.error,
-      "eclipse-int: warning: two (FOLDER/tools/etc/eclipse/tools.txt:3) is not installed by name; if it did not come along "
+      "eclipse-int: warning: two (DIRECTORY/tools/etc/eclipse/tools.txt:3) is not installed by name; if it did not come along "
       "with another unit either, the director removes none\n");
   const std::size_t why = outcome.output.find("\nWhy commands failed:\n");
   ASSERT_NE(why, std::string::npos) << outcome.output;
@@ -102,8 +103,8 @@ TEST_F(VerifiedRun, WarnsBeforeARemovalThatIsBlocked) {
   EXPECT_EQ(verification(outcome),
             "\nVerification:\n"
             "  Nothing came in and nothing went out.\n"
-            "Different: of the units that the session removes (2), 1 still installed in FOLDER/eclipse/eclipse\n"
-            "  one is still installed (FOLDER/tools/etc/eclipse/tools.txt:2)\n" +
+            "Different: of the units that the session removes (2), 1 still installed in DIRECTORY/eclipse/eclipse\n"
+            "  one is still installed (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n" +
                 only_roots);
 }
 
@@ -120,18 +121,19 @@ TEST_F(VerifiedRun, WarnsOfWhatIsCertainWhereTheProfileTells) {
   const Outcome outcome = eclipse_int("run session.json --verify");
   EXPECT_EQ(
       outcome.error,
-      "eclipse-int: warning: three (FOLDER/tools/etc/eclipse/tools.txt:3) is not installed, so the director removes none of "
+      "eclipse-int: warning: three (DIRECTORY/tools/etc/eclipse/tools.txt:3) is not installed, so the director removes none of "
       "the units\n"
-      "eclipse-int: warning: two (FOLDER/tools/etc/eclipse/tools.txt:2) is required by other, so the director leaves it "
+      "eclipse-int: warning: two (DIRECTORY/tools/etc/eclipse/tools.txt:2) is required by other, so the director leaves it "
       "there, also when it succeeds\n");
-  EXPECT_NE(outcome.output.find("\n\nDone, but the Eclipse is not as the session should have left it\n"
-                                "  These features were removed from FOLDER/eclipse:\n"
-                                "    three\n"
-                                "  The director succeeded, but these features were not removed from FOLDER/eclipse; it still "
-                                "has them, as the verification below says:\n"
-                                "    one\n"
-                                "    two\n\n"),
-            std::string::npos)
+  EXPECT_NE(
+      outcome.output.find("\n\nDone, but the Eclipse is not as the session should have left it\n"
+                          "  These features were removed from DIRECTORY/eclipse:\n"
+                          "    three\n"
+                          "  The director succeeded, but these features were not removed from DIRECTORY/eclipse; it still "
+                          "has them, as the verification below says:\n"
+                          "    one\n"
+                          "    two\n\n"),
+      std::string::npos)
       << outcome.output;
   EXPECT_TRUE(
       verification(outcome).starts_with("\nVerification:\n"
@@ -144,14 +146,14 @@ TEST_F(VerifiedRun, WarnsOfWhatIsCertainWhereTheProfileTells) {
 
 TEST_F(VerifiedRun, ReadsTheLogOfTheInstanceThatALinkNames) {
   std::filesystem::create_symlink("eclipse/eclipse", "link");
-  write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", folder.path() + "/link"}, {"ECLIPSE_BIN", "link"}});
+  write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", directory.path() + "/link"}, {"ECLIPSE_BIN", "link"}});
   const std::string log =
       "mkdir -p \"$here/eclipse/configuration\"; printf '!SESSION\\n!MESSAGE what failed\\n' > "
       "\"$here/eclipse/configuration/1.log\"; exit 13";
   fake::write_file("2.sh", log + "\n");
   const Outcome outcome = eclipse_int("run session.json --verify --json");
   const Json failures = Json::parse(outcome.output).at("verification").at("failures");
-  EXPECT_EQ(failures.at(0).at("log"), "FOLDER/eclipse/configuration/1.log");
+  EXPECT_EQ(failures.at(0).at("log"), "DIRECTORY/eclipse/configuration/1.log");
 }
 
 TEST_F(VerifiedRun, IsThereForPrograms) {
@@ -188,9 +190,9 @@ TEST_F(VerifiedRun, IsRunAllTheSameWhenTheInstanceCannotBeAsked) {
   EXPECT_EQ(director_calls(), question + install_arguments("one,two") + "\n" + question);
   EXPECT_EQ(verification(outcome),
             "\nVerification:\n"
-            "  Fault: before the run, \"FOLDER/eclipse/eclipse\" cannot be asked for what is installed: exit code 15, the "
+            "  Fault: before the run, \"DIRECTORY/eclipse/eclipse\" cannot be asked for what is installed: exit code 15, the "
             "launcher: the instance or its configuration cannot be written\n"
-            "  Fault: after the run, \"FOLDER/eclipse/eclipse\" cannot be asked for what is installed: exit code 15, the "
+            "  Fault: after the run, \"DIRECTORY/eclipse/eclipse\" cannot be asked for what is installed: exit code 15, the "
             "launcher: the instance or its configuration cannot be written\n");
 }
 

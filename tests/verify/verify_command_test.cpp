@@ -34,7 +34,7 @@ TEST_F(VerifyCommand, IsTheSameWhenAllIsThere) {
   script(1, "echo one/1.0.0; echo two/2.0.0; echo local.ide/4.26.0");
   EXPECT_EQ(
       eclipse_int("verify session.json"),
-      (Outcome{0, "Same: the units that the session installs (2) are all installed in FOLDER/eclipse/eclipse\n" + only_roots,
+      (Outcome{0, "Same: the units that the session installs (2) are all installed in DIRECTORY/eclipse/eclipse\n" + only_roots,
                ""}));
   EXPECT_EQ(director_calls(), question);
 }
@@ -45,9 +45,9 @@ TEST_F(VerifyCommand, NamesEveryDifferenceOfAnInstallation) {
   script(1, "echo one/1.0.0; echo two/1.0.0");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: of the units that the session installs (3), 2 not installed in FOLDER/eclipse/eclipse\n"
-                     "  two/2.0 is not installed by name, but in version 1.0.0 (FOLDER/tools/etc/eclipse/tools.txt:2)\n"
-                     "  three is not installed by name (FOLDER/tools/etc/eclipse/tools.txt:3)\n" +
+                     "Different: of the units that the session installs (3), 2 not installed in DIRECTORY/eclipse/eclipse\n"
+                     "  two/2.0 is not installed by name, but in version 1.0.0 (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"
+                     "  three is not installed by name (DIRECTORY/tools/etc/eclipse/tools.txt:3)\n" +
                          only_roots,
                      ""}));
 }
@@ -57,14 +57,15 @@ TEST_F(VerifyCommand, NamesWhatARemovalLeft) {
   script(1, "echo one/1.0.0");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: of the units that the session removes (2), 1 still installed in FOLDER/eclipse/eclipse\n"
-                     "  one is still installed (FOLDER/tools/etc/eclipse/tools.txt:2)\n" +
+                     "Different: of the units that the session removes (2), 1 still installed in DIRECTORY/eclipse/eclipse\n"
+                     "  one is still installed (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n" +
                          only_roots,
                      ""}));
   script(2, ":");
   EXPECT_EQ(
       eclipse_int("verify session.json"),
-      (Outcome{0, "Same: the units that the session removes (2) are all gone from FOLDER/eclipse/eclipse\n" + only_roots, ""}));
+      (Outcome{0, "Same: the units that the session removes (2) are all gone from DIRECTORY/eclipse/eclipse\n" + only_roots,
+               ""}));
 }
 
 TEST_F(VerifyCommand, TellsWhatCameAlongFromWhatIsNotThere) {
@@ -76,17 +77,17 @@ TEST_F(VerifyCommand, TellsWhatCameAlongFromWhatIsNotThere) {
       "<unit id='two' version='1.0.0'/>");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: of the units that the session installs (3), 1 not installed in FOLDER/eclipse/eclipse\n"
-                     "  three is not installed (FOLDER/tools/etc/eclipse/tools.txt:3)\n"
-                     "  two is installed, but not by name; one requires it (FOLDER/tools/etc/eclipse/tools.txt:2)\n",
+                     "Different: of the units that the session installs (3), 1 not installed in DIRECTORY/eclipse/eclipse\n"
+                     "  three is not installed (DIRECTORY/tools/etc/eclipse/tools.txt:3)\n"
+                     "  two is installed, but not by name; one requires it (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n",
                      ""}));
   write_session("uninstall", {}, "\"remove\": true");
   script(2, "echo one/1.0.0");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: of the units that the session removes (3), 2 still installed in FOLDER/eclipse/eclipse\n"
-                     "  one is still installed (FOLDER/tools/etc/eclipse/tools.txt:1)\n"
-                     "  two is still installed, but not by name; one requires it (FOLDER/tools/etc/eclipse/tools.txt:2)\n",
+                     "Different: of the units that the session removes (3), 2 still installed in DIRECTORY/eclipse/eclipse\n"
+                     "  one is still installed (DIRECTORY/tools/etc/eclipse/tools.txt:1)\n"
+                     "  two is still installed, but not by name; one requires it (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n",
                      ""}));
 }
 
@@ -108,11 +109,11 @@ TEST_F(VerifyCommand, IsThereForPrograms) {
   const Outcome outcome = eclipse_int("verify session.json --json");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(Json::parse(outcome.output), Json::parse(R"({
-    "removal": false, "executable": "FOLDER/eclipse/eclipse", "same": false,
+    "removal": false, "executable": "DIRECTORY/eclipse/eclipse", "same": false,
     "units": [
-      {"unit": "one", "places": ["FOLDER/tools/etc/eclipse/tools.txt:2"], "installed": true, "byName": true,
+      {"unit": "one", "places": ["DIRECTORY/tools/etc/eclipse/tools.txt:2"], "installed": true, "byName": true,
        "requiredBy": [], "otherVersions": [], "same": true},
-      {"unit": "two", "places": ["FOLDER/tools/etc/eclipse/tools.txt:3"], "installed": false, "byName": false,
+      {"unit": "two", "places": ["DIRECTORY/tools/etc/eclipse/tools.txt:3"], "installed": false, "byName": false,
        "requiredBy": [], "otherVersions": [], "same": false}],
     "roots": ["local.ide/4", "one/1.0.0"], "knowsAll": false})"));
 }
@@ -138,17 +139,18 @@ TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
 TEST_F(VerifyCommand, TakesNoAnswerFromAnotherProgram) {
   write_session("install");
   const std::string fault =
-      "eclipse-int: \"FOLDER/eclipse/eclipse\" does not say what is installed: the answer of a director ends with \"Operation "
+      "eclipse-int: \"DIRECTORY/eclipse/eclipse\" does not say what is installed: the answer of a director ends with "
+      "\"Operation "
       "completed in N ms.\", but ";
-  const std::string mend = "; is this the Eclipse executable?\n";
+  const std::string fix = "; is this the Eclipse executable?\n";
   write_executable(":");
-  EXPECT_EQ(eclipse_int("verify session.json"), (Outcome{2, "", fault + "it printed nothing" + mend}));
+  EXPECT_EQ(eclipse_int("verify session.json"), (Outcome{2, "", fault + "it printed nothing" + fix}));
   write_executable("printf 'one/1.0.0\\ntwo/1.0.0\\nusage\\033[0m\\n\\n'");
   EXPECT_EQ(eclipse_int("verify session.json --json"),
-            (Outcome{2, "", fault + "what it printed ends with \"usage\\u001b[0m\"" + mend}));
+            (Outcome{2, "", fault + "what it printed ends with \"usage\\u001b[0m\"" + fix}));
   write_executable("head -c 10000 /dev/zero | tr '\\0' x");
   EXPECT_EQ(eclipse_int("verify session.json"),
-            (Outcome{2, "", fault + "what it printed ends with \"" + std::string(200, 'x') + "\" and 9800 more bytes" + mend}));
+            (Outcome{2, "", fault + "what it printed ends with \"" + std::string(200, 'x') + "\" and 9800 more bytes" + fix}));
 }
 
 TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
@@ -156,10 +158,11 @@ TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
   script(1, "echo 'Locking is not possible' >&2; exit 15");
   EXPECT_EQ(
       eclipse_int("verify session.json"),
-      (Outcome{2, "",
-               "eclipse-int: \"FOLDER/eclipse/eclipse\" cannot be asked for what is installed: exit code 15, the launcher: the "
-               "instance or its configuration cannot be written\n"
-               "  Locking is not possible\n"}));
+      (Outcome{
+          2, "",
+          "eclipse-int: \"DIRECTORY/eclipse/eclipse\" cannot be asked for what is installed: exit code 15, the launcher: the "
+          "instance or its configuration cannot be written\n"
+          "  Locking is not possible\n"}));
   write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}});
   EXPECT_EQ(eclipse_int("verify session.json").status, 2) << "the run would be refused";
   write_session("uninstall", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}}, "\"remove\": true");

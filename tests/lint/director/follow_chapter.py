@@ -1,7 +1,7 @@
-"""Follows a chapter in an empty folder: follow_chapter.py CHAPTER COMMAND PREPARED
+"""Follows a chapter in an empty directory: follow_chapter.py CHAPTER COMMAND PREPARED
 
 Runs each block marked "sh" in turn. What a block prints has to be the block marked "text" behind it; a block without one has to be
-silent and to succeed. COMMAND is the eclipse-int to use, PREPARED the folder that instance/prepare has filled.
+silent and to succeed. COMMAND is the eclipse-int to use, PREPARED the directory that instance/prepare has filled.
 """
 import os
 import re
@@ -19,10 +19,10 @@ def steps_of(chapter):
             yield content, behind[1] if behind[0] == "text" else None
 
 
-def follow(chapter, command, prepared, folder):
-    eclipse = os.path.join(folder, "ide", "eclipse")
+def follow(chapter, command, prepared, directory):
+    eclipse = os.path.join(directory, "ide", "eclipse")
     shutil.copytree(os.path.join(prepared, "instance"), os.path.dirname(eclipse), symlinks=True)
-    work = os.path.join(folder, "work")
+    work = os.path.join(directory, "work")
     os.mkdir(work)
     environment = dict(os.environ, SITES=os.path.join(prepared, "sites"), ECLIPSE=eclipse,
                        PATH=os.path.dirname(command) + ":" + os.environ["PATH"])
@@ -40,8 +40,8 @@ def follow(chapter, command, prepared, folder):
 
 def main():
     chapter, command, prepared = sys.argv[1:]
-    with open(chapter, encoding="utf-8") as file, tempfile.TemporaryDirectory() as folder:
-        follow(file.read(), os.path.abspath(command), os.path.abspath(prepared), folder)
+    with open(chapter, encoding="utf-8") as file, tempfile.TemporaryDirectory() as directory:
+        follow(file.read(), os.path.abspath(command), os.path.abspath(prepared), directory)
 
 
 main()

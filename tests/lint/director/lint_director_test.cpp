@@ -18,13 +18,13 @@ using testing::IsEmpty;
 
 namespace {
 
-const fs::path prepared = ECLIPSE_INT_DIRECTOR_FOLDER;
+const fs::path prepared = ECLIPSE_INT_INSTANCE_DIRECTORY;
 
 constexpr auto alpha = "sites/alpha\torg.example.alpha.feature.group\n";
 
 /// The rules that have a finding in the session that the product ran last.
 std::vector<std::string> rules_broken_by(const Product& product) {
-  const std::string session = (product.folder() / "session.json").string();
+  const std::string session = (product.directory() / "session.json").string();
   const auto lint = eclipse_shell::run_in_shell("'" ECLIPSE_INT_COMMAND "' lint --format json '" + session + "'");
   std::vector<std::string> rules;
   const auto result = nlohmann::json::parse(lint.output);
@@ -39,7 +39,7 @@ std::string output_of(const Outcome& outcome, std::size_t command) { return outc
 /// A product with the site alpha, and with a copy of it under another name.
 void add_alpha_as(Product& product, const std::string& name, const std::string& descriptor) {
   product.component("tools", {"alpha"}, descriptor);
-  const fs::path sites = product.folder() / "tools/sites";
+  const fs::path sites = product.directory() / "tools/sites";
   fs::copy(prepared / "sites/alpha", sites / name, fs::copy_options::recursive);
 }
 
@@ -57,17 +57,17 @@ TEST(LintDirector, CleanProductHasNoFindingAndGoesIn) {
 TEST(LintDirector, ArchiveInCapitalsCannotBeLoaded) {
   Product product;
   product.component("tools", {}, "sites/beta.ZIP\torg.example.beta.feature.group\n");
-  fs::create_directories(product.folder() / "tools/sites");
-  fs::copy(prepared / "sites/beta.zip", product.folder() / "tools/sites/beta.ZIP");
+  fs::create_directories(product.directory() / "tools/sites");
+  fs::copy(prepared / "sites/beta.zip", product.directory() / "tools/sites/beta.ZIP");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
   EXPECT_THAT(rules_broken_by(product), Contains("archive-not-recognised"));
 }
 
-TEST(LintDirector, FolderCalledZipCannotBeLoaded) {
+TEST(LintDirector, DirectoryCalledZipCannotBeLoaded) {
   Product product;
   add_alpha_as(product, "alpha.zip", "sites/alpha.zip\torg.example.alpha.feature.group\n");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("folder-called-zip"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("directory-called-zip"));
 }
 
 TEST(LintDirector, CommaInARepositoryMakesEveryCommandFail) {
@@ -89,15 +89,15 @@ TEST(LintDirector, CharactersOfUrlsMakeARepositoryUnloadable) {
 TEST(LintDirector, QuestionMarksAndBracketsDoAnArchiveNoHarm) {
   Product product;
   product.component("tools", {"alpha.zip"}, "sites/a?[b.zip\torg.example.alpha.feature.group\n");
-  fs::rename(product.folder() / "tools/sites/alpha.zip", product.folder() / "tools/sites/a?[b.zip");
+  fs::rename(product.directory() / "tools/sites/alpha.zip", product.directory() / "tools/sites/a?[b.zip");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
   EXPECT_THAT(rules_broken_by(product), IsEmpty());
 }
 
-TEST(LintDirector, ArchiveBelowAFolderThatEndsInAnExclamationMarkCannotBeLoaded) {
+TEST(LintDirector, ArchiveBelowADirectoryThatEndsInAnExclamationMarkCannotBeLoaded) {
   Product product;
   product.component("tools", {"alpha.zip"}, "sites!/alpha.zip\torg.example.alpha.feature.group\n");
-  fs::rename(product.folder() / "tools/sites", product.folder() / "tools/sites!");
+  fs::rename(product.directory() / "tools/sites", product.directory() / "tools/sites!");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
   EXPECT_THAT(rules_broken_by(product), ElementsAre("url-character-in-repository"));
 }
@@ -121,7 +121,7 @@ TEST(LintDirector, SiteWithoutItsArtifactsKeepsBackTheOthers) {
   for (const std::string lost : {"artifacts.jar", "plugins", "features"}) {
     Product product;
     product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");
-    fs::remove_all(product.folder() / "tools/sites/alpha" / lost);
+    fs::remove_all(product.directory() / "tools/sites/alpha" / lost);
     EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13, 0)) << lost;
     EXPECT_EQ(product.installed(), features({"gamma"})) << lost;
     EXPECT_THAT(rules_broken_by(product), ElementsAre("site-without-artifacts")) << lost;
@@ -132,7 +132,7 @@ TEST(LintDirector, ArtifactsMayComeFromAnotherSite) {
   Product product;
   product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");
   product.component("more", {"alpha"}, alpha);
-  fs::remove(product.folder() / "tools/sites/alpha/artifacts.jar");
+  fs::remove(product.directory() / "tools/sites/alpha/artifacts.jar");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
   EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-from-two-sites"));
 }
@@ -140,7 +140,7 @@ TEST(LintDirector, ArtifactsMayComeFromAnotherSite) {
 TEST(LintDirector, DamagedListOfArtifactsCannotBeLoaded) {
   Product product;
   product.component("tools", {"alpha"}, alpha);
-  write(product.folder() / "tools/sites/alpha/artifacts.jar", "no archive");
+  write(product.directory() / "tools/sites/alpha/artifacts.jar", "no archive");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
   EXPECT_THAT(rules_broken_by(product), ElementsAre("site-metadata-damaged"));
 }
@@ -183,7 +183,7 @@ TEST(LintDirector, MissingRepositoryAloneFails) {
   EXPECT_THAT(rules_broken_by(product), Contains("site-missing"));
 }
 
-TEST(LintDirector, FolderWithoutMetadataCannotBeLoaded) {
+TEST(LintDirector, DirectoryWithoutMetadataCannotBeLoaded) {
   Product product;
   product.component("tools", {"alpha"}, "sites\torg.example.alpha.feature.group\n");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
@@ -199,8 +199,8 @@ TEST(LintDirector, DamagedMetadataCannotBeLoaded) {
   for (const auto& [name, content] : damages) {
     Product product;
     product.component("tools", {"alpha"}, alpha);
-    fs::remove(product.folder() / "tools/sites/alpha/content.jar");
-    write(product.folder() / "tools/sites/alpha" / name, content);
+    fs::remove(product.directory() / "tools/sites/alpha/content.jar");
+    write(product.directory() / "tools/sites/alpha" / name, content);
     EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13)) << content;
     EXPECT_THAT(rules_broken_by(product), ElementsAre("site-metadata-damaged")) << content;
   }
@@ -209,7 +209,7 @@ TEST(LintDirector, DamagedMetadataCannotBeLoaded) {
 TEST(LintDirector, DamagedArchiveIsPreferredToTheFileBesideIt) {
   Product product;
   product.component("tools", {"alpha"}, alpha);
-  const std::string site = (product.folder() / "tools/sites/alpha").string();
+  const std::string site = (product.directory() / "tools/sites/alpha").string();
   ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + site + "' && unzip -q content.jar").exit_code, 0);
   ASSERT_TRUE(fs::exists(site + "/content.xml"));
   write(site + "/content.jar", "no archive");
@@ -220,7 +220,7 @@ TEST(LintDirector, DamagedArchiveIsPreferredToTheFileBesideIt) {
 TEST(LintDirector, DamagedRepositoryIsOnlyMentionedBesideAnother) {
   Product product;
   product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.alpha.feature.group\n");
-  write(product.folder() / "tools/sites/gamma/content.jar", "no archive");
+  write(product.directory() / "tools/sites/gamma/content.jar", "no archive");
   const Outcome outcome = product.run("install");
   EXPECT_THAT(outcome.exit_codes(), ElementsAre(0));
   EXPECT_THAT(output_of(outcome, 0), HasSubstr("There were errors."));
@@ -230,7 +230,7 @@ TEST(LintDirector, DamagedRepositoryIsOnlyMentionedBesideAnother) {
 TEST(LintDirector, LostChildOfACompositeIsPassedOverWithoutAWord) {
   Product product;
   product.component("tools", {"alpha"}, "sites/all\torg.example.alpha.feature.group\n");
-  const fs::path composite = product.folder() / "tools/sites/all";
+  const fs::path composite = product.directory() / "tools/sites/all";
   fs::create_directories(composite);
   for (const auto& [file, kind] : {std::pair("compositeContent.xml", "metadata.repository.CompositeMetadataRepository"),
                                    std::pair("compositeArtifacts.xml", "artifact.repository.CompositeArtifactRepository")}) {
@@ -250,7 +250,7 @@ TEST(LintDirector, RemovalNeedsNoSites) {
   Product product;
   product.component("tools", {"alpha"}, alpha);
   ASSERT_EQ(product.run("install").status, 0);
-  fs::remove_all(product.folder() / "tools/sites");
+  fs::remove_all(product.directory() / "tools/sites");
   EXPECT_EQ(product.run("uninstall").status, 0);
   EXPECT_EQ(product.installed(), features({}));
   EXPECT_THAT(rules_broken_by(product), ElementsAre("unit-not-installed"));  // by now
@@ -318,7 +318,7 @@ TEST(LintDirector, PinnedFeatureOfAnotherVersionIsNotRemovedAndKeepsTheOthers) {
   Product product;
   product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");
   ASSERT_EQ(product.run("install").status, 0);
-  write(product.folder() / "tools/etc/eclipse/features.txt",
+  write(product.directory() / "tools/etc/eclipse/features.txt",
         "sites/alpha\torg.example.alpha.feature.group/0.9.0\nsites/gamma\torg.example.gamma.feature.group\n");
   const Outcome outcome = product.run("uninstall");
   EXPECT_EQ(outcome.exit_codes().front(), 13);
@@ -372,12 +372,12 @@ TEST(LintDirector, CommandWithAZeroByteIsRefusedBecauseWhatIsLeftOfItSucceeds) {
   EXPECT_THAT(rules_broken_by(product), Contains("not-8-bit-text"));
 }
 
-TEST(LintDirector, BlankBehindARepositoryMakesEveryCommandFail) {
+TEST(LintDirector, SpaceBehindARepositoryMakesEveryCommandFail) {
   Product product;
   product.component("tools", {"alpha", "gamma"},
                     "sites/alpha \torg.example.alpha.feature.group\nsites/gamma\torg.example.gamma.feature.group\n");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13, 13));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("blank-around-column"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("space-around-column"));
 }
 
 TEST(LintDirector, CommentWithATabMakesEveryCommandFail) {
@@ -426,7 +426,7 @@ TEST(LintDirector, HighestVersionOfAnySiteIsTaken) {
   product.component("tools", {"alpha"}, std::string(alpha) + "sites/newer\torg.example.alpha.feature.group\n");
   const auto made =
       eclipse_shell::run_in_shell("ECLIPSE='" + product.executable().string() + "' '" DIRECTOR_SCRIPTS "/make-site' '" +
-                                  (product.folder() / "tools/sites/newer").string() + "' org.example.alpha 2.0.0 2>&1");
+                                  (product.directory() / "tools/sites/newer").string() + "' org.example.alpha 2.0.0 2>&1");
   ASSERT_EQ(made.exit_code, 0) << made.output;
   EXPECT_EQ(product.run("install").status, 0);
   EXPECT_THAT(product.installed(), ElementsAre("org.example.alpha.feature.group/2.0.0"));

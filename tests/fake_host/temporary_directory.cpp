@@ -1,4 +1,4 @@
-#include "fake_host/temporary_folder.h"
+#include "fake_host/temporary_directory.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -10,22 +10,22 @@ namespace fs = std::filesystem;
 
 namespace fake {
 
-TemporaryFolder::TemporaryFolder()
-    : working_folder_before_(fs::current_path()),
+TemporaryDirectory::TemporaryDirectory()
+    : working_directory_before_(fs::current_path()),
       path_((fs::canonical(fs::temp_directory_path()) / "eclipse_int.XXXXXX").string()) {
   if (mkdtemp(path_.data()) == nullptr) throw std::system_error(errno, std::generic_category(), path_);
   fs::current_path(path_);
 }
 
-TemporaryFolder::~TemporaryFolder() {
+TemporaryDirectory::~TemporaryDirectory() {
   std::error_code ignored;
-  fs::current_path(working_folder_before_, ignored);
+  fs::current_path(working_directory_before_, ignored);
   fs::remove_all(path_, ignored);
 }
 
 void write_file(const std::string& file, const std::string& content) {
-  const fs::path folder = fs::path(file).parent_path();
-  if (!folder.empty()) fs::create_directories(folder);
+  const fs::path directory = fs::path(file).parent_path();
+  if (!directory.empty()) fs::create_directories(directory);
   // Emptying the old one instead would make some file systems wait for the disk.
   fs::remove(file);
   std::ofstream stream(file, std::ios::binary);

@@ -1,4 +1,4 @@
-#include "lint/product.h"
+#include "lint/input.h"
 
 #include <algorithm>
 #include <fstream>
@@ -10,7 +10,7 @@
 #include "base/file_error.h"
 #include "base/files_below.h"
 #include "base/json_document.h"
-#include "lint/component_folders.h"
+#include "lint/component_directories.h"
 #include "lint/texts.h"
 #include "standalone_host/session_file.h"
 
@@ -33,7 +33,7 @@ std::optional<std::string> content_of(const fs::path& file) {
   return std::move(content).str();
 }
 
-/// A path as a person reads it best: relative where it lies below the working folder, if that is still there.
+/// A path as a person reads it best: relative where it lies below the working directory, if that is still there.
 std::string shown(const std::string& file) {
   std::error_code error;
   const fs::path relative = fs::path(file).lexically_relative(fs::current_path(error));
@@ -63,38 +63,37 @@ void cut_lines(const Library& library, Descriptor& descriptor) {
   }
 }
 
-class ProductReader {
+class InputReader {
  public:
-  ProductReader(const Library& library, Sites& sites)
-      : library_(library), sites_(sites), product_(std::make_unique<Product>()) {
-    product_->library = &library;
+  InputReader(const Library& library, Sites& sites) : library_(library), sites_(sites), input_(std::make_unique<Input>()) {
+    input_->library = &library;
   }
 
-  std::unique_ptr<Product> read_descriptor(const fs::path& file) {
-    const std::string folder = file.has_parent_path() ? file.parent_path().string() : ".";
-    add_descriptor(nullptr, file.string(), {folder, file.filename().string(), file.string(), true});
+  std::unique_ptr<Input> read_descriptor(const fs::path& file) {
+    const std::string directory = file.has_parent_path() ? file.parent_path().string() : ".";
+    add_descriptor(nullptr, file.string(), {directory, file.filename().string(), file.string(), true});
     return finish();
   }
 
-  std::unique_ptr<Product> read_component(const ComponentFolder& folder, const std::string& searched) {
-    product_->has_components = true;
-    auto& catalogue = *product_->catalogue.emplace_back(std::make_unique<CatalogueComponent>());
-    catalogue.code = folder.path.filename().string();
-    catalogue.installBase = folder.path.parent_path().string();
-    catalogue.installDir = folder.path.filename().string();
-    catalogue.package.emplace().prefix = folder.path.string();
+  std::unique_ptr<Input> read_component(const ComponentDirectory& directory, const std::string& searched) {
+    input_->has_components = true;
+    auto& catalogue = *input_->catalogue.emplace_back(std::make_unique<CatalogueComponent>());
+    catalogue.code = directory.path.filename().string();
+    catalogue.installBase = directory.path.parent_path().string();
+    catalogue.installDir = directory.path.filename().string();
+    catalogue.package.emplace().prefix = directory.path.string();
     Component& component = add_component(catalogue, {searched});
-    for (const FoundFile& file : folder.files) add_listed(component, file.listed, {file.shown});
-    for (const ListedFile& file : component.files) add_descriptor_of(component, file, file.place.file);
+    for (const FoundFile& file : directory.files) add_listed(component, file.listed, {file.shown});
+    for (const ListedFile& file : component.files) add_descriptor_of(component, file, file.location.file);
     return finish();
   }
 
-  std::unique_ptr<Product> read_session(const fs::path& file) {
-    product_->has_components = true;
+  std::unique_ptr<Input> read_session(const fs::path& file) {
+    input_->has_components = true;
     auto session = std::make_unique<Session>();
     read_session_file(file, *session);
-    JsonPlaces places(file.string(), content_of(file).value_or(""));
-    SessionFacts& facts = product_->session.emplace(SessionFacts{std::move(places), std::move(session), {}, {}, {}, {}});
+    JsonLocations places(file.string(), content_of(file).value_or(""));
+    SessionFacts& facts = input_->session.emplace(SessionFacts{std::move(places), std::move(session), {}, {}, {}, {}});
     read_session_places(JsonDocument(file).root());
     read_unlisted();
     facts.executables = library_.executables(*facts.session);
@@ -106,67 +105,67 @@ class ProductReader {
 
  private:
   void read_session_places(const JsonElement& root) {
-    SessionFacts& facts = *product_->session;
-    facts.mode = place_of(root.get("mode"));
+    SessionFacts& facts = *input_->session;
+    facts.mode = location_of(root.get("mode"));
     if (const auto variables = root.find("variables")) {
-      for (const JsonElement& variable : variables->members()) facts.variables[variable.key()] = place_of(variable);
+      for (const JsonElement& variable : variables->members()) facts.variables[variable.key()] = location_of(variable);
     }
     const auto elements = root.get("components").items();
     for (std::size_t i = 0; i < elements.size(); ++i) read_session_component(*facts.session->components.at(i), elements[i]);
   }
 
   void read_session_component(CatalogueComponent& catalogue, const JsonElement& element) {
-    Component& component = add_component(catalogue, place_of(element.get("code")));
+    Component& component = add_component(catalogue, location_of(element.get("code")));
     if (const auto capabilities = element.find("capabilities")) {
       for (const JsonElement& capability : capabilities->items()) {
         component.capabilities.push_back(capability.text());
-        component.capability_places.push_back(place_of(capability));
+        component.capability_locations.push_back(location_of(capability));
       }
     }
     const auto package = element.find("package");
     if (!package) return;
     const auto files = package->find("files");
     const auto elements = files ? files->items() : std::vector<JsonElement>();
-    component.list_place = place_of(files ? *files : package->get("scan"));
+    component.list_location = location_of(files ? *files : package->get("scan"));
     for (std::size_t i = 0; i < catalogue.package->files.size(); ++i) {
-      add_listed(component, catalogue.package->files[i], files ? place_of(elements[i]) : component.list_place);
+      add_listed(component, catalogue.package->files[i], files ? location_of(elements[i]) : component.list_location);
     }
     for (const ListedFile& file : component.files) {
       if (file.descriptor) add_descriptor_of(component, file, shown(file.descriptor->path));
     }
   }
 
-  /// A file that one component does not list may be another one's, or listed with a blank behind it.
+  /// A file that one component does not list may be another one's, or listed with a space behind it.
   void read_unlisted() {
     std::set<std::string> known;
-    for (const Component& component : product_->components) {
+    for (const Component& component : input_->components) {
       for (const ListedFile& file : component.files) {
-        if (file.descriptor) known.emplace(without_blanks(file.descriptor->path));
+        if (file.descriptor) known.emplace(without_spaces(file.descriptor->path));
       }
     }
-    for (const Component& component : product_->components) {
+    for (const Component& component : input_->components) {
       if (component.catalogue->installBase.empty() || !component.catalogue->package) continue;
       std::error_code error;
-      for (const std::string& name : files_below(component.folder, fs::directory_options::skip_permission_denied, error)) {
+      for (const std::string& name : files_below(component.directory, fs::directory_options::skip_permission_denied, error)) {
         auto file = library_.descriptor(*component.catalogue, name);
-        if (file && known.insert(file->path).second) product_->unlisted.push_back({&component, *std::move(file)});
+        if (file && known.insert(file->path).second) input_->unlisted.push_back({&component, *std::move(file)});
       }
     }
   }
 
-  Place place_of(const JsonElement& element) const { return product_->session->places.place(element.offset()); }
+  Location location_of(const JsonElement& element) const { return input_->session->places.location(element.offset()); }
 
-  Component& add_component(CatalogueComponent& catalogue, Place place) {
-    Component& component = product_->components.emplace_back();
+  Component& add_component(CatalogueComponent& catalogue, Location location) {
+    Component& component = input_->components.emplace_back();
     component.catalogue = &catalogue;
-    component.list_place = place;
-    component.place = std::move(place);
-    component.folder = fs::path(catalogue.installBase + "/" + catalogue.installDir).lexically_normal().string();
+    component.list_location = location;
+    component.location = std::move(location);
+    component.directory = fs::path(catalogue.installBase + "/" + catalogue.installDir).lexically_normal().string();
     return component;
   }
 
-  void add_listed(Component& component, const std::string& text, Place place) {
-    component.files.push_back({text, std::move(place), library_.descriptor(*component.catalogue, text)});
+  void add_listed(Component& component, const std::string& text, Location location) {
+    component.files.push_back({text, std::move(location), library_.descriptor(*component.catalogue, text)});
   }
 
   void add_descriptor_of(const Component& component, const ListedFile& listed, const std::string& file) {
@@ -174,7 +173,7 @@ class ProductReader {
   }
 
   void add_descriptor(const Component* component, const std::string& shown_file, const DescriptorFile& file) {
-    Descriptor& descriptor = product_->descriptors.emplace_back();
+    Descriptor& descriptor = input_->descriptors.emplace_back();
     descriptor.component = component;
     descriptor.file = shown_file;
     auto content = content_of(file.path);
@@ -197,39 +196,39 @@ class ProductReader {
       if (line == descriptor.lines.end()) {
         if (descriptor.is_text)
           throw std::logic_error(descriptor.file + ": a record was read that stands in none of its lines");
-        product_->configs.push_back(std::move(config));  // takes its slot all the same
+        input_->configs.push_back(std::move(config));  // takes its slot all the same
         continue;
       }
       line->is_record = true;
-      config_of_record_.push_back(product_->configs.size());
-      product_->records.push_back({nullptr, &descriptor, &*line, std::nullopt});
-      product_->configs.push_back(std::move(config));
+      config_of_record_.push_back(input_->configs.size());
+      input_->records.push_back({nullptr, &descriptor, &*line, std::nullopt});
+      input_->configs.push_back(std::move(config));
       ++line;
     }
   }
 
-  std::unique_ptr<Product> finish() {
-    auto placements = library_.placements(product_->configs);
-    for (std::size_t i = 0; i < product_->records.size(); ++i) {
-      Record& record = product_->records[i];
-      record.config = &product_->configs[config_of_record_[i]];
+  std::unique_ptr<Input> finish() {
+    auto placements = library_.placements(input_->configs);
+    for (std::size_t i = 0; i < input_->records.size(); ++i) {
+      Record& record = input_->records[i];
+      record.config = &input_->configs[config_of_record_[i]];
       record.placement = std::move(placements[config_of_record_[i]]);
-      if (record.placement && product_->has_components) record.site = &sites_.at(path_in(record.placement->url));
+      if (record.placement && input_->has_components) record.site = &sites_.at(path_in(record.placement->url));
     }
-    return std::move(product_);
+    return std::move(input_);
   }
 
   const Library& library_;
   Sites& sites_;
-  std::unique_ptr<Product> product_;
+  std::unique_ptr<Input> input_;
   std::vector<std::size_t> config_of_record_;
 };
 
 /// Nothing unless each of their sites can be read.
-std::shared_ptr<const Units> offered_to(const std::vector<std::unique_ptr<Product>>& products) {
+std::shared_ptr<const Units> offered_to(const std::vector<std::unique_ptr<Input>>& products) {
   std::set<const Site*> sites;
-  for (const auto& product : products) {
-    for (const Record& record : product->records) {
+  for (const auto& input : products) {
+    for (const Record& record : input->records) {
       if (record.site == nullptr || !sites.insert(record.site).second) continue;
       if (!record.site->is_repository || !record.site->units) return nullptr;
     }
@@ -243,21 +242,23 @@ std::shared_ptr<const Units> offered_to(const std::vector<std::unique_ptr<Produc
   return units;
 }
 
-std::vector<std::unique_ptr<Product>> read_folder(const Library& library, Sites& sites, const fs::path& folder) {
-  std::vector<std::unique_ptr<Product>> products;
-  for (const ComponentFolder& component : component_folders(library, folder)) {
-    products.push_back(ProductReader(library, sites).read_component(component, folder.string()));
+std::vector<std::unique_ptr<Input>> read_directory(const Library& library, Sites& sites, const fs::path& directory) {
+  std::vector<std::unique_ptr<Input>> products;
+  for (const ComponentDirectory& component : component_directories(library, directory)) {
+    products.push_back(InputReader(library, sites).read_component(component, directory.string()));
   }
   return products;
 }
 
 }  // namespace
 
-Place Descriptor::place() const { return {file}; }
+Location Descriptor::location() const { return {file}; }
 
-Place Descriptor::place(const Line& line) const { return {file, line.number, 1, line.text.size(), std::string(line.text)}; }
+Location Descriptor::location(const Line& line) const {
+  return {file, line.number, 1, line.text.size(), std::string(line.text)};
+}
 
-Place Descriptor::place(const Line& line, std::size_t column, std::size_t start, std::size_t length) const {
+Location Descriptor::location(const Line& line, std::size_t column, std::size_t start, std::size_t length) const {
   std::size_t offset = 0;
   for (std::size_t i = 0; i < column; ++i) offset += line.columns.at(i).size() + 1;
   const std::size_t width = column < line.columns.size() ? line.columns[column].size() : 0;
@@ -271,7 +272,7 @@ std::string_view Record::cell(std::size_t column) const {
   return text;
 }
 
-Place Record::place(std::size_t column) const { return descriptor->place(*line, column, 0, cell(column).size()); }
+Location Record::location(std::size_t column) const { return descriptor->location(*line, column, 0, cell(column).size()); }
 
 std::string Record::where() const { return descriptor->file + ":" + std::to_string(line->number); }
 
@@ -285,31 +286,31 @@ std::string SessionFacts::executable() const {
   return choice == "internal" && !executables.empty() ? executables.back() : "";
 }
 
-const Place& SessionFacts::place_of(const std::string& variable) const {
+const Location& SessionFacts::location_of(const std::string& variable) const {
   const auto found = variables.find(variable);
   return found == variables.end() ? mode : found->second;
 }
 
-std::vector<std::unique_ptr<Product>> read_products(const Library& library, Sites& sites, const fs::path& input) {
+std::vector<std::unique_ptr<Input>> read_inputs(const Library& library, Sites& sites, const fs::path& path) {
   std::error_code error;
-  const auto status = fs::status(input, error);
+  const auto status = fs::status(path, error);
   const bool is_readable = fs::is_directory(status) || fs::is_regular_file(status);
-  if (fs::exists(status) ? !is_readable : input.extension() != ".json") {
-    throw FileFault(input.string() + ": " + (fs::exists(status) ? "is no file" : "is not there") +
-                    "; give a descriptor file, a folder of components or a session file (.json)");
+  if (fs::exists(status) ? !is_readable : path.extension() != ".json") {
+    throw FileError(path.string() + ": " + (fs::exists(status) ? "is no file" : "is not there") +
+                    "; give a descriptor file, a directory of components or a session file (.json)");
   }
-  std::vector<std::unique_ptr<Product>> products;
+  std::vector<std::unique_ptr<Input>> inputs;
   if (fs::is_directory(status)) {
-    products = read_folder(library, sites, input);
-  } else if (input.extension() == ".json") {
-    products.push_back(ProductReader(library, sites).read_session(input));
+    inputs = read_directory(library, sites, path);
+  } else if (path.extension() == ".json") {
+    inputs.push_back(InputReader(library, sites).read_session(path));
   } else {
-    products.push_back(ProductReader(library, sites).read_descriptor(input));
-    return products;
+    inputs.push_back(InputReader(library, sites).read_descriptor(path));
+    return inputs;
   }
-  const auto offered = offered_to(products);
-  for (const auto& product : products) product->offered = offered;
-  return products;
+  const auto offered = offered_to(inputs);
+  for (const auto& input : inputs) input->offered = offered;
+  return inputs;
 }
 
 }  // namespace eclipse_lint

@@ -1,4 +1,4 @@
-// Which components are found in a folder.
+// Which components are found in a directory.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -13,25 +13,25 @@ using Texts = std::vector<std::string>;
 namespace {
 
 /// A component with the site "s", which offers a feature of its own.
-void write_component(const std::string& folder, const std::string& feature, const std::string& descriptor) {
-  write_file(folder + "/etc/eclipse/t", descriptor);
-  write_file(folder + "/s/content.xml",
+void write_component(const std::string& directory, const std::string& feature, const std::string& descriptor) {
+  write_file(directory + "/etc/eclipse/t", descriptor);
+  write_file(directory + "/s/content.xml",
              "<repository><units><unit id='" + feature + ".feature.group' version='1.0.0'/></units></repository>");
 }
 
-Texts found_in(const std::string& folder) { return summary_of(findings_in(folder)); }
+Texts found_in(const std::string& directory) { return summary_of(findings_in(directory)); }
 
-class Folders : public testing::Test {
+class Directories : public testing::Test {
  protected:
-  Folders() {
+  Directories() {
     write_component("product/one", "x.a", "s\tx.a.feature.group\t\t1\n");
     write_component("product/more/two", "x.b", "s\tx.b.feature.group\t\t1\n");
   }
 
-  const fake::TemporaryFolder folder;
+  const fake::TemporaryDirectory directory;
 };
 
-TEST_F(Folders, EachComponentInOneIsCheckedByItself) {
+TEST_F(Directories, EachComponentInOneIsCheckedByItself) {
   for (const std::string product : {"product", "product/", "./product", ".", "product/more", "product/more/.."}) {
     EXPECT_EQ(found_in(product), Texts()) << product;
   }
@@ -40,7 +40,7 @@ TEST_F(Folders, EachComponentInOneIsCheckedByItself) {
                                         "product/more/two/etc/eclipse/t:2:1+5 site-missing"}));
 }
 
-TEST_F(Folders, FolderInAnEtcEclipseGivesItsDescriptors) {
+TEST_F(Directories, DirectoryInAnEtcEclipseGivesItsDescriptors) {
   write_file("product/one/etc/eclipse/sub/u", "s\tx.a\n");
   for (const std::string part : {"product/one/etc/eclipse/sub", "product/one/etc/eclipse", "product/one/etc", "product/one"}) {
     const std::string shown = std::string("product/one/etc/eclipse/sub/u").substr(part.size());
@@ -50,13 +50,13 @@ TEST_F(Folders, FolderInAnEtcEclipseGivesItsDescriptors) {
   EXPECT_EQ(found_in("product/one/etc/eclipse/sub"), Texts({"product/one/etc/eclipse/sub/u:1:1+5 site-missing"}));
 }
 
-TEST_F(Folders, OneThatLiesInSomeEtcEclipseMayHoldComponents) {
+TEST_F(Directories, OneThatLiesInSomeEtcEclipseMayHoldComponents) {
   std::filesystem::create_directories("etc/eclipse");
   std::filesystem::rename("product", "etc/eclipse/product");
   EXPECT_EQ(found_in("etc/eclipse/product"), Texts());
 }
 
-TEST_F(Folders, ComponentReachesAsFarAsItsSites) {
+TEST_F(Directories, ComponentReachesAsFarAsItsSites) {
   write_file("product/one/share/etc/eclipse/t", "s\tx.a.feature.group\n");
   EXPECT_EQ(found_in("product"), Texts({"product/one/etc/eclipse/t:1:22+1 feature-with-two-orders"}));
   std::filesystem::remove_all("product/one/etc");
@@ -66,27 +66,27 @@ TEST_F(Folders, ComponentReachesAsFarAsItsSites) {
   EXPECT_EQ(found_in("product/one/share"), Texts({"product/one/share/etc/eclipse/t:1:1+1 site-missing"}));
 }
 
-TEST_F(Folders, ComponentWithoutAnySiteIsTheFolderThatHoldsEtcEclipse) {
+TEST_F(Directories, ComponentWithoutAnySiteIsTheDirectoryThatHoldsEtcEclipse) {
   std::filesystem::remove_all("product/one/s");
   const Findings findings = findings_in("product");
   ASSERT_EQ(summary_of(findings), Texts({"product/one/etc/eclipse/t:1:1+1 site-missing"}));
-  EXPECT_EQ(findings[0].message, "there is no site at " + folder.path() + "/product/one/s");
+  EXPECT_EQ(findings[0].message, "there is no site at " + directory.path() + "/product/one/s");
 }
 
-TEST_F(Folders, ComponentsMayCountOnTheSitesOfOthers) {
+TEST_F(Directories, ComponentsMayCountOnTheSitesOfOthers) {
   write_component("product/one", "x.a", "s\tx.a.feature.group\ns\tx.b.feature.group\n");
   EXPECT_EQ(found_in("product"), Texts());
   EXPECT_EQ(found_in("product/one"), Texts({"product/one/etc/eclipse/t:2:3+17 feature-not-offered"}));
 }
 
-TEST_F(Folders, WhatLooksLikeADescriptorIsFoundBesideTheComponents) {
+TEST_F(Directories, WhatLooksLikeADescriptorIsFoundBesideTheComponents) {
   write_file("product/three/etc/Eclipse/t", "Repository\tFeature\n");
   write_file("product/one/s/etc/Eclipse/t", "Repository\tFeature\n");
   EXPECT_EQ(found_in("product"), Texts({"product/one/s/etc/Eclipse/t descriptor-outside-etc-eclipse",
                                         "product/three/etc/Eclipse/t descriptor-outside-etc-eclipse"}));
 }
 
-TEST_F(Folders, EmptyOneHasNothingToSayOf) {
+TEST_F(Directories, EmptyOneHasNothingToSayOf) {
   std::filesystem::create_directories("empty/etc/eclipse");
   for (const std::string empty : {"empty", "empty/etc", "empty/etc/eclipse"}) EXPECT_EQ(found_in(empty), Texts()) << empty;
 }

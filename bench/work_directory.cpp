@@ -1,4 +1,4 @@
-#include "bench/work_folder.h"
+#include "bench/work_directory.h"
 
 #include <stdlib.h>
 
@@ -9,17 +9,17 @@ namespace fs = std::filesystem;
 
 namespace bench {
 
-WorkFolder::WorkFolder() : before_(fs::current_path()) {
+WorkDirectory::WorkDirectory() : before_(fs::current_path()) {
   std::string name = (fs::temp_directory_path() / "eclipse_int-bench-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make a temporary folder");
-  folder_ = name;
-  fs::current_path(folder_);
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make a temporary directory");
+  directory_ = name;
+  fs::current_path(directory_);
 }
 
-WorkFolder::~WorkFolder() {
+WorkDirectory::~WorkDirectory() {
   std::error_code ignored;
   fs::current_path(before_, ignored);
-  fs::remove_all(folder_, ignored);
+  fs::remove_all(directory_, ignored);
 }
 
 void write_file(const std::string& name, const std::string& content) {

@@ -1,6 +1,6 @@
 // What is linted: a descriptor file, a component or a whole session, read as the plug-in reads it.
-#ifndef ECLIPSE_INT_LINT_PRODUCT_H
-#define ECLIPSE_INT_LINT_PRODUCT_H
+#ifndef ECLIPSE_INT_LINT_INPUT_H
+#define ECLIPSE_INT_LINT_INPUT_H
 
 #include <deque>
 #include <filesystem>
@@ -41,10 +41,11 @@ struct Descriptor {
   bool is_text = false;  ///< 8-bit text with line feeds; where it is not, lines and records say nothing
   std::deque<Line> lines;
 
-  Place place() const;
+  Location location() const;
   /// Of a stretch of a column, each of them counted from 0; `length` may reach beyond the column.
-  Place place(const Line& line, std::size_t column, std::size_t start = 0, std::size_t length = std::string_view::npos) const;
-  Place place(const Line& line) const;
+  Location location(const Line& line, std::size_t column, std::size_t start = 0,
+                    std::size_t length = std::string_view::npos) const;
+  Location location(const Line& line) const;
 };
 
 /// One data line.
@@ -60,25 +61,25 @@ struct Record {
   std::string_view repository() const { return cell(0); }
   std::string_view feature() const { return cell(1); }
   bool has_order() const { return line->columns.size() > 3; }
-  Place place(std::size_t column) const;
+  Location location(std::size_t column) const;
   std::string where() const;  ///< "FILE:LINE"
 };
 
 /// A file that a component's package lists.
 struct ListedFile {
   std::string text;  ///< as it is listed
-  Place place;
+  Location location;
   std::optional<eclipse_dry_run::DescriptorFile> descriptor;  ///< when the plug-in takes it for one
 };
 
 struct Component {
   eclipse_host::CatalogueComponent* catalogue;
-  std::string folder;  ///< installBase and installDir, as the plug-in joins them
-  Place place;         ///< of its code
-  Place list_place;    ///< of its list of files
+  std::string directory;   ///< installBase and installDir, as the plug-in joins them
+  Location location;       ///< of its code
+  Location list_location;  ///< of its list of files
   std::deque<ListedFile> files;
   std::vector<std::string> capabilities;
-  std::vector<Place> capability_places;
+  std::vector<Location> capability_locations;
 
   bool has_descriptors() const;
 };
@@ -91,10 +92,10 @@ struct UnlistedFile {
 
 /// What only a session tells.
 struct SessionFacts {
-  JsonPlaces places;
+  JsonLocations places;
   std::unique_ptr<eclipse_host::Session> session;
-  std::map<std::string, Place> variables;  ///< where each is set in the file
-  Place mode;
+  std::map<std::string, Location> variables;  ///< where each is set in the file
+  Location mode;
   std::vector<std::string> executables;  ///< those among the IDE components, of which the last one counts
   eclipse_dry_run::Rehearsal run;
 
@@ -103,10 +104,10 @@ struct SessionFacts {
   std::string executable() const;
   bool is_removal() const { return variable("KORU_MODE") == "uninstall"; }
   /// Where a variable is set, or else the mode.
-  const Place& place_of(const std::string& variable) const;
+  const Location& location_of(const std::string& variable) const;
 };
 
-struct Product {
+struct Input {
   const eclipse_dry_run::Library* library;
   bool has_components = false;  ///< otherwise it is a single descriptor file, whose component is not known
   std::deque<Component> components;
@@ -123,11 +124,11 @@ struct Product {
   bool is_removal() const { return session && session->is_removal(); }
 };
 
-/// Reads a descriptor file, a folder, or, when the name ends in ".json", a session file. A folder gives a product for each
-/// component in it; what their sites offer they offer to all of them. Throws FileFault when the input cannot be read or is none
-/// of the three.
-std::vector<std::unique_ptr<Product>> read_products(const eclipse_dry_run::Library& library, eclipse_p2::Sites& sites,
-                                                    const std::filesystem::path& input);
+/// Reads a descriptor file, a directory, or, when the name ends in ".json", a session file. A directory gives a product for
+/// each component in it; what their sites offer they offer to all of them. Throws FileError when the input cannot be read or is
+/// none of the three.
+std::vector<std::unique_ptr<Input>> read_inputs(const eclipse_dry_run::Library& library, eclipse_p2::Sites& sites,
+                                                const std::filesystem::path& path);
 
 }  // namespace eclipse_lint
 

@@ -1,18 +1,18 @@
-// The command in a working folder that was deleted: full paths work, and of others it is told what is wrong with them.
+// The command in a working directory that was deleted: full paths work, and of others it is told what is wrong with them.
 #include "cli/child_command.h"
 
 namespace cli_test {
 
 namespace {
 
-class WorkingFolder : public ChildCommand {
+class WorkingDirectory : public ChildCommand {
  protected:
-  WorkingFolder() { write_session("install"); }
+  WorkingDirectory() { write_session("install"); }
 
   Outcome from_a_deleted_one(const std::string& arguments) const {
     return eclipse_int(arguments, "mkdir gone; cd gone; rmdir ../gone;");
   }
-  std::string here(const std::string& file) const { return folder.path() + "/" + file; }
+  std::string here(const std::string& file) const { return directory.path() + "/" + file; }
 };
 
 Outcome refusal(const std::string& path, const std::string& what = "") {
@@ -21,17 +21,17 @@ Outcome refusal(const std::string& path, const std::string& what = "") {
       "eclipse-int: " + path + ": its full path cannot be told: No such file or directory; give the full path" + what + "\n"};
 }
 
-TEST_F(WorkingFolder, IsNotNeededForFullPaths) {
+TEST_F(WorkingDirectory, IsNotNeededForFullPaths) {
   fake::write_file("tools/site/content.xml",
                    "<repository><units><unit id='one' version='1'/><unit id='two' version='1'/></units></repository>");
   const Outcome lint = from_a_deleted_one("lint " + here("session.json"));
   EXPECT_EQ(lint.error, "");
-  EXPECT_NE(lint.output.find("FOLDER/tools/etc/eclipse/tools.txt:2:"), std::string::npos) << lint.output;
+  EXPECT_NE(lint.output.find("DIRECTORY/tools/etc/eclipse/tools.txt:2:"), std::string::npos) << lint.output;
   EXPECT_EQ(from_a_deleted_one("run " + here("session.json") + " --plugin " PLUGIN).status, 0);
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
 
-TEST_F(WorkingFolder, IsNeededForOtherPaths) {
+TEST_F(WorkingDirectory, IsNeededForOtherPaths) {
   for (const std::string command : {"run", "plan", "verify", "lint"}) {
     EXPECT_EQ(from_a_deleted_one(command + " ../session.json"), refusal("../session.json")) << command;
   }

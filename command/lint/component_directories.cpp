@@ -1,0 +1,157 @@
+#include "lint/component_directories.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <set>
+#include <string_view>
+
+#include "base/file_error.h"
+#include "base/files_below.h"
+#include "lint/texts.h"
+
+using namespace eclipse_base;
+using namespace eclipse_dry_run;
+
+namespace fs = std::filesystem;
+using eclipse_dry_run::Library;
+
+namespace eclipse_lint {
+
+namespace {
+
+constexpr std::string_view descriptor_directory = "etc/eclipse/";
+
+std::vector<std::string> files_of(const fs::path& directory) {
+  std::error_code error;
+  auto names = files_below(directory, fs::directory_options::none, error);
+  if (!error) return names;
+  throw eclipse_base::FileError(directory.string() + ": cannot be searched: " + error.message() +
+                                "; make it and the directories in it readable");
+}
+
+fs::path full_path_of(const fs::path& directory) {
+  std::error_code error;
+  fs::path path = fs::canonical(directory, error);
+  if (!error) return path;
+  throw eclipse_base::FileError(directory.string() + ": its full path cannot be told: " + error.message() +
+                                "; give the full path");
+}
+
+/// The directory in whose etc/eclipse a descriptor file lies; empty when that is the searched directory.
+std::string holder_of(const std::string& descriptor) {
+  std::size_t start = descriptor.find(descriptor_directory);
+  for (std::size_t at = start; at != std::string::npos; at = descriptor.find(descriptor_directory, at + 1)) {
+    if (at == 0 || descriptor[at - 1] == '/') {
+      start = at;
+      break;
+    }
+  }
+  const std::size_t slash = start == 0 ? std::string::npos : descriptor.rfind('/', start - 1);
+  return slash == std::string::npos ? "" : descriptor.substr(0, slash);
+}
+
+/// The directory that holds the etc/eclipse which a directory is, lies in, or has as its "eclipse".
+std::optional<fs::path> holder_around(const fs::path& directory) {
+  std::error_code error;
+  if (directory.filename() == "etc" && fs::is_directory(directory / "eclipse", error)) return directory.parent_path();
+  for (fs::path inner = directory; inner.has_relative_path(); inner = inner.parent_path()) {
+    if (inner.filename() == "eclipse" && inner.parent_path().filename() == "etc") return inner.parent_path().parent_path();
+  }
+  return std::nullopt;
+}
+
+/// Whether a repository of one of these descriptor files is there when they are those of a component in `directory`.
+bool holds_a_site(const Library& library, const fs::path& directory, const std::vector<fs::path>& descriptors) {
+  for (const fs::path& descriptor : descriptors) {
+    std::set<std::string> repositories;
+    auto records = library.records(directory.string(), descriptor.lexically_relative(directory).string());
+    std::erase_if(records, [&](const plugin_config& record) { return !repositories.insert(record.repository).second; });
+    for (const auto& placement : library.placements(records)) {
+      std::error_code error;
+      if (placement && fs::exists(path_in(placement->url), error)) return true;
+    }
+  }
+  return false;
+}
+
+/// The directory of the component that has these descriptor files in an etc/eclipse of `holder`; `outermost` lies around that.
+fs::path component_of(const Library& library, const fs::path& holder, const fs::path& outermost,
+                      const std::vector<fs::path>& descriptors) {
+  if (holder == outermost) return holder;
+  for (fs::path directory = holder;; directory = directory.parent_path()) {
+    if (holds_a_site(library, directory, descriptors)) return directory;
+    if (directory == outermost || !directory.has_relative_path()) return holder;
+  }
+}
+
+/// Takes the files of a directory apart by their components. All names are relative to it.
+class ComponentSearch {
+ public:
+  ComponentSearch(const Library& library, const fs::path& directory)
+      : library_(library), directory_(directory), absolute_(full_path_of(directory)), names_(files_of(directory)) {}
+
+  std::vector<ComponentDirectory> search() {
+    for (const std::string& name : names_) {
+      if (library_.descriptor({}, name)) descriptors_[holder_of(name)].push_back(absolute_ / name);
+    }
+    const auto holder = descriptors_.empty() ? holder_around(absolute_) : std::nullopt;
+    return holder ? std::vector{component_around(*holder)} : components_below();
+  }
+
+ private:
+  /// The component in whose etc/eclipse the directory is, with what lies in the directory.
+  ComponentDirectory component_around(const fs::path& holder) const {
+    std::vector<fs::path> files(names_.size());
+    std::transform(names_.begin(), names_.end(), files.begin(), [&](const std::string& name) { return absolute_ / name; });
+    ComponentDirectory component{component_of(library_, holder, absolute_.root_path(), files), {}};
+    for (std::size_t i = 0; i < names_.size(); ++i) {
+      component.files.push_back({files[i].lexically_relative(component.path).string(), (directory_ / names_[i]).string()});
+    }
+    if (names_.empty()) component.files.push_back({absolute_.lexically_relative(component.path).string(), directory_.string()});
+    return component;
+  }
+
+  std::vector<ComponentDirectory> components_below() {
+    std::map<std::string, std::string> components;  // by the directories that hold an etc/eclipse
+    for (const auto& [holder, files] : descriptors_) {
+      const fs::path path = holder.empty() ? absolute_ : absolute_ / holder;
+      const fs::path component = component_of(library_, path, absolute_, files);
+      components[holder] = component == absolute_ ? "" : component.lexically_relative(absolute_).string();
+      found_[components[holder]];
+    }
+    for (const std::string& name : names_) {
+      const auto holder = library_.descriptor({}, name) ? components.find(holder_of(name)) : components.end();
+      add(holder == components.end() ? nearest_component(name) : holder->second, name);
+    }
+    std::vector<ComponentDirectory> all;
+    for (auto& [name, files] : found_) all.push_back({name.empty() ? absolute_ : absolute_ / name, std::move(files)});
+    return all;
+  }
+
+  /// The innermost one that a file lies in.
+  std::string nearest_component(std::string name) const {
+    do name.erase(name.find_last_of('/') == std::string::npos ? 0 : name.find_last_of('/'));
+    while (!name.empty() && found_.count(name) == 0);
+    return name;
+  }
+
+  void add(const std::string& component, const std::string& name) {
+    found_[component].push_back({component.empty() ? name : name.substr(component.size() + 1), (directory_ / name).string()});
+  }
+
+  const Library& library_;
+  fs::path directory_;
+  fs::path absolute_;
+  std::vector<std::string> names_;
+  std::map<std::string, std::vector<fs::path>> descriptors_;  // by the directories that hold their etc/eclipse
+  std::map<std::string, std::vector<FoundFile>> found_;       // by the components' directories
+};
+
+}  // namespace
+
+std::vector<ComponentDirectory> component_directories(const Library& library, const fs::path& directory) {
+  return ComponentSearch(library, directory).search();
+}
+
+}  // namespace eclipse_lint
