@@ -9,12 +9,12 @@
 
 namespace eclipse_int {
 
-/// The executable for the session's integration choice, empty when the user named none or no component has it. Nothing when the
+/// The executable for the session's integration choice; empty if the user named none or no component has it. Nothing if the
 /// choice is to leave Eclipse alone, or has not been made.
 std::optional<std::string> chosen_executable(session_t* session);
 
 /// Makes the directory of `executable` the session's ECLIPSE_PATH and returns the path with which director commands begin.
-/// Nothing, and a log line, when there is no such file.
+/// If there is no such file, logs that and returns nothing.
 std::optional<std::string> enter_instance(session_t* session, const std::string& executable);
 
 /// Runs a director command, stores its exit code in `exit_code` and returns what it printed. Logs all three.

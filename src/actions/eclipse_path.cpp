@@ -2,7 +2,7 @@
 
 namespace {
 
-/// The directory of the IDE that is shipped as a component; empty when its executable is not there.
+/// The directory of the IDE that is shipped as a component; empty if its executable does not exist.
 std::string internal_directory(session_t* session) {
   const std::vector<Component*> components = get_ide_components(session);
   const std::string name = env_get_string(session, "ECLIPSE_BIN");
@@ -11,7 +11,7 @@ std::string internal_directory(session_t* session) {
   return get_dirname(executable);
 }
 
-/// An earlier value of the variable stays rather than be replaced by an empty one.
+/// Keeps an earlier value of the variable rather than replace it with an empty one.
 void set_eclipse_path(session_t* session, const std::string& directory) {
   if (!directory.empty()) env_set_string(session, std::string("ECLIPSE_PATH"), directory);
 }

@@ -8,7 +8,7 @@ using namespace eclipse_int;
 
 namespace {
 
-/// Whether the instance has not been integrated into before this run. Then it lacks the features of earlier runs too.
+/// Whether no earlier run integrated into this instance. If so, it also lacks the features of earlier runs.
 bool is_new_instance(session_t* session) {
   const std::string mode = env_get_string(session, "KORU_MODE");
   const std::string choice = env_get_string(session, "ECLIPSE_INTEGRATION_CHOICE");
@@ -25,8 +25,8 @@ bool is_new_instance(session_t* session) {
   return false;
 }
 
-/// Runs the director once for each feature and reports the failures in the host's end-of-run summary. The heading is written
-/// even when no feature fails any more: something did when all were installed at once.
+/// Runs the director once for each feature and reports the failures in the host's end-of-run summary. Writes the heading even
+/// if no feature fails on its own: the command for all of them failed.
 void integrate_individually(session_t* session, const std::string& install, const std::vector<std::string>& features,
                             const std::string& separator, int& exit_code) {
   print_log("eclipse_int: failed to integrate all plug-ins at once, integrating individually");

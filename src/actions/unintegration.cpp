@@ -38,7 +38,7 @@ int unintegrate_from_instance(session_t* session, std::string eclipse_executable
 
   print_log("eclipse_int: failed to unintegrate all plug-ins at once, unintegrating individually");
   for (const std::string& feature : features) {
-    // The whole failed command with the feature behind it, on purpose, although no shell makes sense of it.
+    // The whole failed command followed by the feature, on purpose, although shells reject nearly every such text.
     run_director(remove_all + feature + " 2>&1", exit_code);
   }
   return exit_code;

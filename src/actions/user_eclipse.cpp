@@ -25,7 +25,7 @@ bool names_the_executable(session_t* session, const std::string& user_path) {
   return lower_case(get_basename(executable)) == lower_case(expected);
 }
 
-/// The text of the configuration file, up to its first zero byte; nothing, and logged, when it cannot be had.
+/// The text of the configuration file, up to its first zero byte. If it cannot be read, logs that and returns nothing.
 std::optional<std::string> read_configuration(const std::string& name) {
   if (!is_file(name)) {
     print_log("eclipse_int: eclipse_version - config file not found");
@@ -39,7 +39,7 @@ std::optional<std::string> read_configuration(const std::string& name) {
   return buffer.get();
 }
 
-/// What follows the key, to the end of its line. The key may stand anywhere in the text.
+/// What follows the key, to the end of its line. The key may occur anywhere in the text.
 std::string build_id(const std::string& configuration) {
   constexpr std::string_view key = "eclipse.buildId=";
   const std::size_t found = configuration.find(key);
@@ -78,7 +78,7 @@ int user_eclipse_version(session_t* session) {
     print_log("eclipse_int: user_eclipse_version - user defined eclipse path is not correct");
     return 0;
   }
-  // From the path as the user gave it: what the check forgave is not mended here.
+  // From the path as the user gave it: unlike in the check, backslashes and trailing line ends stay.
   const auto configuration = read_configuration(joined_path(get_dirname(user_path), "configuration/config.ini"));
   env_set_string(session, std::string("ECLIPSE_VERSION"), configuration ? build_id(*configuration) : "");
   return 0;

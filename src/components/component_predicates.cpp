@@ -14,7 +14,7 @@ bool get_component_by_content_predicate(const std::string& pattern, Component* c
   if (!found) return false;
   for (const std::string& listed : found->provider->packageFiles(found->package)) {
     if (listed.empty()) continue;
-    // No separator between the two: a prefix without one at its end runs into the name.
+    // No separator between the two: a prefix without a trailing one runs into the name.
     const std::string placed = path(found->package->prefix + with_forward_slashes(listed));
     if (placed.find(pattern) != std::string::npos) return true;
   }

@@ -9,8 +9,8 @@ using namespace eclipse_int;
 
 namespace {
 
-/// The directory below which the package's files are placed: its prefix, against the provider's root when that is relative.
-/// Nothing when a relative one does not resolve; its files are not to be sought from "/" then.
+/// The directory below which the package's files are placed: its prefix, resolved against the provider's root if it is
+/// relative. Nothing if that fails: the files must not be looked for from "/" then.
 std::optional<std::string> package_directory(const ComponentPackage& found) {
   const std::string& prefix = found.package->prefix;
   if (!path_is_relative(prefix)) return prefix;
@@ -36,7 +36,7 @@ std::string find_eclipse_executable(const std::string& name, const std::vector<C
       const bool is_named_so = get_basename(candidate) == name;
       if (!is_named_so || !is_file(candidate)) continue;
       print_log("eclipse_int: found eclipse executable: %s", candidate.c_str());
-      executable = std::move(candidate);  // no stop here: of several, the last one counts
+      executable = std::move(candidate);  // no stop here: of several, the last one wins
     }
   }
   if (executable.empty()) print_log("eclipse_int: eclipse not found");

@@ -8,10 +8,10 @@ using namespace eclipse_int;
 
 namespace {
 
-// Matched anywhere in a listed path, not only where a folder's name begins.
-constexpr PathFragment descriptor_folder("etc/eclipse/");
+// Matched anywhere in a listed path, not only at the start of a directory name.
+constexpr PathFragment descriptor_directory("etc/eclipse/");
 
-/// The condition for the mode; an unknown mode has none, so that nothing is filtered by it.
+/// The condition for the mode; an unknown mode has none, so it filters nothing.
 bool condition_holds(Component& component, EclipseIntegrationMode mode) {
   switch (mode) {
     case Integrate:
@@ -33,7 +33,7 @@ std::vector<std::pair<std::string, std::string>> get_integration_files(std::vect
     const auto found = find_package(*component);
     if (!found) continue;
     for (const std::string& listed : found->provider->packageFiles(found->package)) {
-      if (!descriptor_folder.occurs_in(listed)) continue;
+      if (!descriptor_directory.occurs_in(listed)) continue;
       files.emplace_back(joined_path(component->installBase, component->installDir),
                          with_forward_slashes(without_line_ends(listed)));
       print_log("eclipse_int: found eclipse configuration: %s", files.back().second.c_str());

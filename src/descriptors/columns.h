@@ -8,8 +8,8 @@
 
 namespace eclipse_int {
 
-/// Cuts the first column, and the tab after it, off the front of `line`; nothing when the line is used up. So nothing stands
-/// after a tab at the end of the line, while a tab at its front leaves an empty column before it.
+/// Removes the first column, and the tab after it, from the front of `line`; returns nothing once the line is used up. So a tab
+/// at the end of the line adds no column, while a tab at its start gives an empty first column.
 inline std::optional<std::string_view> take_column(std::string_view& line) {
   if (line.empty()) return std::nullopt;
   const std::string_view column(line.data(), std::min(line.find('\t'), line.size()));

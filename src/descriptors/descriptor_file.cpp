@@ -1,11 +1,11 @@
 // A descriptor file is a table of 8-bit text:
 //
-//   file   = line *( LF line )                   the piece after the last line feed is a line too, mostly an empty one
+//   file   = line *( LF line )                   what follows the last line feed is a line, too, usually an empty one
 //   line   = [ repository TAB feature [ TAB extra [ TAB order [ TAB anything ] ] ] ]
 //
-// A carriage return is no line end: it stays in the last column of its line. Nothing is trimmed, there are no comments and no
-// quotes, and no encoding or byte-order mark is known. A line with fewer than two columns is no data, and neither is a header,
-// that is a line whose first column is exactly "Repository", wherever it stands.
+// A carriage return does not end a line: it stays in the last column of its line. Nothing is trimmed, there are no comments and
+// no quotes, and no encoding or byte-order mark is recognised. A line with fewer than two columns is not data. Neither is a
+// header, which is any line whose first column is exactly "Repository".
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -25,13 +25,13 @@ const char* const UNDEFINED_ORDER = "undefined";
 
 namespace {
 
-/// The bytes of a regular file; nothing for anything else. A file that shrinks while it is read leaves zero bytes at the end.
+/// The bytes of a regular file; nothing for anything else. If a file shrinks while it is read, zero bytes are left at the end.
 std::optional<std::string> read_file(const std::string& name) {
   std::error_code not_there;
-  // Asked before the file is opened, since opening a pipe would wait for its writer.
+  // Checked before the file is opened, because opening a pipe would wait for its writer.
   if (!std::filesystem::is_regular_file(name, not_there)) return std::nullopt;
   std::ifstream file;
-  file.imbue(std::locale::classic());  // the process's locale might convert what is read
+  file.imbue(std::locale::classic());  // the global locale might convert what is read
   file.open(name, std::ios::binary | std::ios::ate);
   const std::streamoff size = file.tellg();
   if (size < 0) return std::nullopt;
@@ -51,7 +51,7 @@ void append_record(std::string_view line, const std::string& base_dir, std::vect
                  std::string(order.value_or(UNDEFINED_ORDER)), base_dir});
 }
 
-/// Calls `use` with each line of a text, the piece after the last line feed among them.
+/// Calls `use` with each line of a text, including what follows the last line feed.
 template <typename Use>
 void for_each_line(std::string_view text, const Use& use) {
   for (std::size_t start = 0; start <= text.size();) {
@@ -61,8 +61,8 @@ void for_each_line(std::string_view text, const Use& use) {
   }
 }
 
-/// Makes room for `more` records, and for as many again as there are when they have to move, or else each of many small files
-/// would move the records of all before it.
+/// Reserves room for `more` records. If the records must move, doubles their room, or each of many small files would move the
+/// records of all files before it.
 void make_room(std::vector<plugin_config>& out, std::size_t more) {
   const std::size_t needed = out.size() + more;
   if (needed > out.capacity()) out.reserve(std::max(needed, 2 * out.size()));

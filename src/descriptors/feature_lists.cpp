@@ -10,8 +10,9 @@ using namespace eclipse_int;
 
 namespace {
 
-/// The location of an update site as the director takes it. A repository is always below `base_dir`, also when its text looks
-/// like an absolute path or a URL. The quotes belong to it: an archive's "!" and blanks have to get through the shell.
+/// The location of an update site as the director takes it. A repository is always taken relative to `base_dir`, even if it
+/// looks like an absolute path or a URL. The quotes are part of it: the "!" and the spaces of an archive must survive the
+/// shell.
 std::string repository_url(const plugin_config& config) {
   const std::string url = "file://" + joined_path(config.base_dir, config.repository);
   return url.ends_with(".zip") ? "\"jar:" + url + "!/\"" : url;
@@ -19,13 +20,22 @@ std::string repository_url(const plugin_config& config) {
 
 std::int32_t wanted_slot(const plugin_config& config) { return config.order == UNDEFINED_ORDER ? 0 : read_order(config.order); }
 
+/// Only a slot beyond the range of the numbers in the files needs the longer conversion: a host may look at the format.
+void log_slot(std::int64_t slot, const char* feature) {
+  if (std::in_range<int>(slot)) {
+    print_log("eclipse_int: order: %d feature: %s", static_cast<int>(slot), feature);
+  } else {
+    print_log("eclipse_int: order: %lld feature: %s", static_cast<long long>(slot), feature);
+  }
+}
+
 }  // namespace
 
 void populate_lists(const std::vector<plugin_config>& configs, std::set<std::string>& repositories,
                     std::set<std::string>& extras, std::vector<std::string>& features) {
   OrderSlots slots;
-  // Views of whole texts, so a zero byte stands behind each. Read in the order of the slots, which is not that of the records,
-  // pointers to the strings would cost another cache miss for every record.
+  // Views of whole texts, so each is followed by a zero byte. The table is read in slot order, not in record order, so pointers
+  // to the strings would cost another cache miss for each record.
   std::vector<std::pair<std::int64_t, std::string_view>> order_table;
   for (const plugin_config& config : configs) {
     if (config.repository.empty()) continue;
@@ -38,8 +48,7 @@ void populate_lists(const std::vector<plugin_config>& configs, std::set<std::str
 
   std::sort(order_table.begin(), order_table.end());
   for (const auto& [slot, feature] : order_table) {
-    // %lld, since slots may lie beyond the 32 bits of the numbers in the files.
-    print_log("eclipse_int: order: %lld feature: %s", static_cast<long long>(slot), feature.data());
+    log_slot(slot, feature.data());
     if (!feature.empty()) add_unique(std::string(feature), features);
   }
 }

@@ -11,7 +11,7 @@ std::int32_t read_order(std::string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
   if (text.starts_with('+')) {
     text.remove_prefix(1);
-    if (text.starts_with('-')) return 0;  // from_chars() would take this sign after the other
+    if (text.starts_with('-')) return 0;  // from_chars() would accept this second sign
   }
   std::int32_t number = 0;
   const auto error = std::from_chars(text.data(), text.data() + text.size(), number).ec;

@@ -1,5 +1,5 @@
 // The arguments that carry no meaning for the plug-in but do for a host: fixed numbers and truth values, which form of an
-// operation is called, and where the exit status is to be stored. The host here does nothing but write them down.
+// operation is called, the formats of log lines, and where the exit status is to be stored. The host here only records them.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,6 +17,8 @@ std::map<std::string, std::string> variables;
 std::map<std::string, Component*> capabilities;
 std::vector<Component*> catalogue;
 Texts calls;
+/// The formats handed to print_log(): a host may go by these instead of the finished lines.
+Texts formats;
 std::vector<int*> status_places;
 /// What the commands store, one after another; nothing is stored once it is used up.
 std::vector<int> statuses;
@@ -73,7 +75,7 @@ void* session_get_cdata(session_t*, char* name) {
   return &capabilities;
 }
 bool is_gui_mode(session_t*) { return false; }
-void print_log(const char*, ...) {}
+void print_log(const char* format, ...) { formats.emplace_back(format); }
 std::string path(std::string text) { return text; }
 std::string resolved_path(std::string text) {
   calls.push_back("resolved_path " + in_quotes(text));
@@ -127,6 +129,7 @@ class OperationArguments : public testing::Test {
     catalogue = {&ide};
     variables = {{"ECLIPSE_BIN", "eclipse"}, {"USER_DEFINED_ECLIPSE_PATH", "/own/eclipse"}};
     calls.clear();
+    formats.clear();
     status_places.clear();
     statuses.clear();
   }
@@ -190,6 +193,41 @@ TEST_F(OperationArguments, OfTheCatalogue) {
                           "packageFiles of the package", "findPackage \"\" \"other\" \"\"", "packageFiles of the package"}));
 }
 
+TEST_F(OperationArguments, OfTheLogInTheChecks) {
+  eclipse_integration_required(&session);
+  find_eclipse_ide(&session);
+  define_eclipse_path(&session);
+  variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";
+  define_eclipse_path(&session);
+  variables["ECLIPSE_INTEGRATION_CHOICE"] = "user";
+  define_eclipse_path(&session);
+  verify_eclipse_version(&session);
+  EXPECT_EQ(formats,
+            (Texts{"eclipse_int: eclipse_integration_required entered", "eclipse_int: eclipse integration is required",
+                   "eclipse_int::find_eclipse_ide: entered", "eclipse_int::find_eclipse_ide: eclipse ide is found",
+                   "eclipse_int::find_eclipse_ide: eclipse ide is enabled", "eclipse_int: found eclipse executable: %s",
+                   "eclipse_int: no integration choice haven't been done yet. Setting default eclipse path: %s",
+                   "eclipse_int: found eclipse executable: %s", "eclipse_int: internal eclipse install subdir: %s",
+                   "eclipse_int: found eclipse executable: %s", "eclipse_int: user eclipse install subdir: %s",
+                   "verify_eclipse_version: user_eclipse_version", "eclipse_int: user_eclipse_version",
+                   "verify_eclipse_version: compare %s and %s"}));
+}
+
+TEST_F(OperationArguments, OfTheLogForPlacesInTheOrder) {
+  std::set<std::string> repositories;
+  std::set<std::string> extras;
+  Texts features;
+  populate_lists({{"s", "lowest", "", "-2147483648", "/b"},
+                  {"s", "none", "", UNDEFINED_ORDER, "/b"},
+                  {"s", "highest", "", "2147483647", "/b"},
+                  {"s", "beyond", "", "2147483647", "/b"}},
+                 repositories, extras, features);
+  const std::string record = "eclipse_int: Repository: %s Feature: %s";
+  const std::string place = "eclipse_int: order: %d feature: %s";
+  EXPECT_EQ(features, (Texts{"lowest", "none", "highest", "beyond"}));
+  EXPECT_EQ(formats, (Texts{record, record, record, record, place, place, place, "eclipse_int: order: %lld feature: %s"}));
+}
+
 /// The component has a descriptor file with two features, and the user's Eclipse is a known one.
 class DirectorArguments : public OperationArguments {
  protected:
@@ -233,6 +271,42 @@ TEST_F(DirectorArguments, OfUnintegration) {
                           "get_command_output  -u F1,F2, 2>&1F2 2>&1 true \"\""}));
   EXPECT_EQ(status_places.size(), 3U);
   EXPECT_TRUE(one_place_for_all_statuses());
+}
+
+/// What both directions log of the component's descriptor file, and of a director command.
+const Texts gathered_formats = {"eclipse_int: found eclipse configuration: %s", "eclipse_int: Repository: %s Feature: %s",
+                                "eclipse_int: Repository: %s Feature: %s", "eclipse_int: order: %d feature: %s",
+                                "eclipse_int: order: %d feature: %s"};
+const Texts command_formats = {"eclipse_int: running command: %s", "eclipse_int: out: %s", "eclipse_int: exit code: %d"};
+
+Texts in_order(const std::vector<Texts>& parts) {
+  Texts all;
+  for (const Texts& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+TEST_F(DirectorArguments, OfTheLogOfIntegration) {
+  statuses = {5, 6, 7};
+  perform_integration(&session);
+  EXPECT_EQ(formats, in_order({{"eclipse_int: perform_integration entered", "eclipse_int: integrate_into_instance entered",
+                                "eclipse_int: eclipse install subdir: %s"},
+                               gathered_formats,
+                               command_formats,
+                               {"eclipse_int: failed to integrate all plug-ins at once, integrating individually"},
+                               command_formats,
+                               command_formats}));
+}
+
+TEST_F(DirectorArguments, OfTheLogOfUnintegration) {
+  statuses = {5, 6, 7};
+  perform_unintegration(&session);
+  EXPECT_EQ(formats, in_order({{"eclipse_int: perform_unintegration entered", "eclipse_int: unintegrate_from_instance entered",
+                                "eclipse_int: eclipse install subdir: %s"},
+                               gathered_formats,
+                               command_formats,
+                               {"eclipse_int: failed to unintegrate all plug-ins at once, unintegrating individually"},
+                               command_formats,
+                               command_formats}));
 }
 
 TEST_F(DirectorArguments, StatusThatTheHostDoesNotStoreIsThatOfTheCommandBefore) {

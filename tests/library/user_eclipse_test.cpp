@@ -128,6 +128,26 @@ TEST(UserEclipseVersion, WithoutAPathNothingIsCheckedOrWritten) {
   EXPECT_EQ(host.events, (Texts{entered, "eclipse_int: user_eclipse_version - user defined eclipse path is not set"}));
 }
 
+/// An empty path after a good one: nothing that the version check wrote for the good one is taken back. Only the path check,
+/// called by itself, notices that there is no path any more.
+TEST(VerifyEclipseVersion, EmptyPathLeavesWhatAnEarlierPathGave) {
+  HostWithUserEclipse host("eclipse.buildId=4.5\n");
+  host.variables["ECLIPSE_MIN_SUPPORTED_VERSION"] = "4.5";
+  EXPECT_EQ(verify_eclipse_version(&host), 0);
+  const auto after_the_good_path = host.variables;
+  EXPECT_EQ(host.variable("ECLIPSE_VERSION_IS_SUPPORTED"), "yes");
+
+  host.variables["USER_DEFINED_ECLIPSE_PATH"] = "";
+  EXPECT_EQ(verify_eclipse_version(&host), 0);
+  for (const std::string name : {"USER_DEFINED_ECLIPSE_PATH_EMPTY", "USER_DEFINED_ECLIPSE_PATH_CORRECT", "ECLIPSE_VERSION",
+                                 "ECLIPSE_VERSION_IS_SUPPORTED"})
+    EXPECT_EQ(host.variable(name), after_the_good_path.at(name)) << name;
+
+  EXPECT_EQ(verify_user_defined_eclipse_path(&host), 0);
+  EXPECT_EQ(host.variable("USER_DEFINED_ECLIPSE_PATH_EMPTY"), "yes");
+  EXPECT_EQ(host.variable("USER_DEFINED_ECLIPSE_PATH_CORRECT"), "no");
+}
+
 TEST(UserEclipseVersion, WithAPathThatIsNotCorrectTheEarlierVersionStays) {
   HostWithUserEclipse host("eclipse.buildId=4.5\n");
   host.variables["ECLIPSE_VERSION"] = "earlier";
