@@ -1,5 +1,5 @@
-// A host that does as little as a host can: it formats no log line, takes every path for normalised and runs no command. What
-// is measured on it is the plug-in's own time.
+// A host that does as little as a host can: it formats no log line, treats every path as normalised and runs no command. So the
+// measured time is the plug-in's own.
 #ifndef ECLIPSE_INT_BENCH_BARE_HOST_H
 #define ECLIPSE_INT_BENCH_BARE_HOST_H
 
@@ -16,7 +16,7 @@ class BareComponent : public Component, public Provider {
  public:
   Package package;
   std::vector<std::string> files;
-  /// Gives the list away instead of a copy, which leaves nothing for a second call.
+  /// Returns the list itself instead of a copy, so that a second call returns nothing.
   bool hands_over = false;
 
   Package* findPackage(const std::string&, const std::string&, const std::string&) override { return &package; }
@@ -33,13 +33,13 @@ struct BareSession : session_t {
 /// The processor time of this thread, in seconds.
 double processor_time();
 
-/// The processor time that went into the lists that packageFiles() returned so far: into their copies, not their release.
+/// The processor time spent on copying the lists that packageFiles() has returned so far, not on releasing them.
 double time_in_package_files();
 
-/// The command line that was to be run last, whichever session it was for.
+/// The last command line that was to be run, in any session.
 std::string& last_command();
 
-/// While one of these lives, is_file() answers yes without a look at the disk.
+/// While one of these exists, is_file() returns true without looking at the disk.
 class EveryFileExists {
  public:
   EveryFileExists();

@@ -1,1 +1,1 @@
-// A library without anything in it.
+// A library with nothing in it.

@@ -1,4 +1,4 @@
-// What is measured on: products of any size with texts of real-life lengths, the same in every run.
+// Input for the measurements: products of any size with texts of realistic lengths, the same in every run.
 #ifndef ECLIPSE_INT_BENCH_INPUTS_H
 #define ECLIPSE_INT_BENCH_INPUTS_H
 
@@ -24,7 +24,7 @@ class Catalogue {
   const std::vector<Component*>& components() const { return pointers_; }
   const std::vector<std::unique_ptr<BareComponent>>& owned() const { return owned_; }
   std::size_t input_bytes() const;  ///< of all listed paths
-  void hand_over_lists();           ///< from now on each list can be had once
+  void hand_over_lists();           ///< from now on each list is returned only once
 
  private:
   std::vector<std::unique_ptr<BareComponent>> owned_;
@@ -39,10 +39,10 @@ enum class Orders {
   distinct_units  ///< all without an order, and each with a feature of its own; otherwise there are a hundred features
 };
 
-/// Records as descriptors give them.
+/// Records as descriptor files yield them.
 std::vector<plugin_config> records(std::size_t count, Orders orders);
 
-/// The descriptor file that holds these records, after a header line.
+/// The descriptor file with these records, after a header line.
 std::string descriptor_text(const std::vector<plugin_config>& records);
 
 /// A descriptor file of lines without a tab, none of which is data.

@@ -1,5 +1,5 @@
 // One call of the plug-in for `valgrind --tool=callgrind --collect-atstart=no`, which counts the instructions from the call to
-// its return, those of the standard library among them. The lists are handed over, since their copies are the host's.
+// its return, including those of the standard library. The lists are handed over, because copying them is the host's work.
 #include <valgrind/callgrind.h>
 
 #include <functional>
@@ -53,7 +53,7 @@ void lists() {
 
 int main(int argc, char** argv) try {
   const std::map<std::string, void (*)()> cases = {{"scan", scan}, {"descriptor", descriptor}, {"lists", lists}};
-  plug_in();  // loaded before anything is counted
+  plug_in();  // load it before counting starts
   const WorkDirectory directory;
   cases.at(argc == 2 ? argv[1] : "")();
   return 0;

@@ -1,5 +1,5 @@
-// Loading a library and unloading it again, in a process that holds its dependencies already: what is left is the library's
-// own share, its mapping and its relocations.
+// Loading and unloading a library in a process that has loaded its dependencies already, so that only the library's own mapping
+// and relocations count.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 

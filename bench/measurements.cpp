@@ -1,4 +1,4 @@
-// Each case is measured for the plug-in ("ours"), for the reference model ("plain") and for what cannot be beaten ("floor").
+// Each case is measured for the plug-in ("ours"), for the reference model ("plain") and for the unavoidable work ("floor").
 // The time is the thread's processor time from the call to its return; what the call returned is released after that.
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -43,11 +43,12 @@ double time_of(const Run& run) {
 // A case is a class with:
 //   Case(std::size_t size)          makes the input
 //   run(const exports::Table&)      does the work and returns its result, of a type that has ==
-// and where it makes sense with:
-//   floor()                         does what cannot be left out, and returns something
-//   release_time()                  the seconds that run() takes to release the lists of files; they and the making of these
-//                                   lists are the host's share of run(), and not counted
-//   input_bytes()                   the size of the texts that go in; the memory that run() needs is shown beside it
+// and, where it makes sense:
+//   floor()                         does the unavoidable work, and returns something
+//   release_time()                  the seconds that run() takes to release the lists of files; making and releasing these
+//   lists
+//                                   is the host's share of run() and is not counted
+//   input_bytes()                   the size of the input texts; shown beside the memory that run() needs
 
 class Scan {
  public:
@@ -117,7 +118,7 @@ class ReadDescriptor : public ReadText {
   explicit ReadDescriptor(std::size_t lines)
       : ReadText(descriptor_text(records(lines, Orders::many_numbers))), pieces_(records(lines, Orders::many_numbers)) {}
 
-  /// The same records, made of pieces that nobody has to look for, in a vector that has room for them.
+  /// The same records, made from ready pieces in a vector with reserved room.
   Records floor() const {
     Records records;
     records.list.reserve(pieces_.size());
@@ -166,7 +167,7 @@ class MakeLists {
     return lists;
   }
 
-  /// The same lists, made of URLs that are there, in an order that is known.
+  /// The same lists, made from ready URLs in a known order.
   Lists floor() const {
     Lists lists;
     for (std::size_t i = 0; i < records_.size(); ++i) {
@@ -232,7 +233,7 @@ class Install {
 
 // ---- Registration ------------------------------------------------------------------------------------------------------
 
-/// The case for a size, made when it is needed first and kept.
+/// The case for a size, made on first use and kept.
 template <typename Case>
 Case& input(std::size_t size) {
   static std::map<std::size_t, std::unique_ptr<Case>> inputs;
@@ -283,14 +284,14 @@ void register_floor(const char* name, std::size_t size) {
   });
 }
 
-/// Only results that are the same can be compared by their times.
+/// Times can be compared only if the results are the same.
 template <typename Case>
 void expect_same_results(const char* name) {
   Case made(1000);
   if (!(made.run(plug_in()) == made.run(model()))) throw std::logic_error(std::string(name) + ": the results differ");
 }
 
-/// `plain_up_to`: the model is left out beyond this size, where it takes minutes.
+/// `plain_up_to`: the largest size for the model, which takes minutes beyond it.
 template <typename Case>
 void register_case(const char* name, const std::vector<std::size_t>& sizes, std::size_t plain_up_to = SIZE_MAX) {
   expect_same_results<Case>(name);
@@ -320,7 +321,7 @@ void start_director() {
 void register_director(const char* name, std::size_t size) {
   register_one(std::string(name) + "/floor/" + std::to_string(size), [](benchmark::State& state) {
     if (!std::filesystem::exists("instance")) {
-      // A copy of its own, since others may use the instance at the same time. Its first start fills its caches.
+      // A copy, because others may use the instance at the same time. The first start fills its caches.
       std::filesystem::copy(ECLIPSE_INT_INSTANCE_DIRECTORY "/instance", "instance", std::filesystem::copy_options::recursive);
       start_director();
     }
@@ -350,8 +351,8 @@ void register_all() {
 int main(int argc, char** argv) try {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
-  // What the allocator once has it keeps. Otherwise it depends on what was measured before whether a case is given its pages
-  // anew each time, which costs as much as the work.
+  // Let the allocator keep the memory that it has. Otherwise the previous case decides whether a case gets fresh pages each
+  // time, which costs as much as the work.
   mallopt(M_TRIM_THRESHOLD, INT_MAX);
   mallopt(M_MMAP_THRESHOLD, INT_MAX);
   const WorkDirectory directory;

@@ -1,4 +1,4 @@
-// The program's operator new stands in for that of the libraries it loads, too.
+// The program's operator new replaces that of the libraries that it loads, too.
 #include "bench/memory.h"
 
 #include <malloc.h>
@@ -26,7 +26,7 @@ void* operator new(std::size_t size) {
 }
 
 void operator delete(void* block) noexcept {
-  // A block from before the count began must not make the sum smaller than nothing.
+  // Releasing a block that was allocated before the count began must not make the sum negative.
   if (counting) live -= std::min(live, malloc_usable_size(block));
   std::free(block);
 }

@@ -1,4 +1,4 @@
-// How much memory a call holds at its height.
+// The peak memory of a call.
 #ifndef ECLIPSE_INT_BENCH_MEMORY_H
 #define ECLIPSE_INT_BENCH_MEMORY_H
 
@@ -7,8 +7,8 @@
 
 namespace bench {
 
-/// The most bytes that were allocated with operator new and not yet released at one time while `run` ran, by whichever library,
-/// not counting what was there before. As the allocator rounds them up.
+/// The peak number of bytes that were allocated with operator new, by any library, while `run` ran, as the allocator rounds
+/// them up. Memory that was allocated before is not counted.
 std::size_t peak_bytes(const std::function<void()>& run);
 
 }  // namespace bench

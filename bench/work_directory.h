@@ -7,8 +7,8 @@
 
 namespace bench {
 
-/// An empty directory, which is the working directory as long as this lives and is removed after it. The names that cases use
-/// are relative to it, so that texts have the same lengths wherever the directory is.
+/// An empty directory, which is the working directory while this exists and is then removed. Cases use names relative to it, so
+/// that texts have the same lengths wherever the directory is.
 class WorkDirectory {
  public:
   WorkDirectory();
@@ -21,7 +21,7 @@ class WorkDirectory {
   std::filesystem::path directory_;
 };
 
-/// Writes a file, and the directories above it.
+/// Writes a file, and makes its parent directories.
 void write_file(const std::string& name, const std::string& content);
 
 }  // namespace bench

@@ -1,4 +1,4 @@
-# What an installation holds, and the packages made of it.
+# What is installed, and the packages made from it.
 include(CMakePackageConfigHelpers)
 
 set(ECLIPSE_INT_CMAKE_DIRECTORY ${CMAKE_INSTALL_LIBDIR}/cmake/eclipse_int)
@@ -18,11 +18,12 @@ install(FILES
 
 if(ECLIPSE_INT_BUILD_COMMAND)
   install(TARGETS eclipse-int RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(FILES ${PROJECT_SOURCE_DIR}/schema/session.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/eclipse-int)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema/ DESTINATION ${CMAKE_INSTALL_DATADIR}/eclipse-int)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int-descriptor.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
   install(FILES ${PROJECT_SOURCE_DIR}/command/completion/eclipse-int DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-  install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+  # Links in these documents lead only to what is installed beside them.
+  install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
     PATTERN docs/man EXCLUDE)
 endif()

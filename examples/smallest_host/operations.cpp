@@ -101,6 +101,7 @@ char* get_file(const std::string& path, int, long long* size) {
 std::string join(std::vector<std::string> items, std::string separator) { return joined(items, separator); }
 std::string join(std::set<std::string> items, std::string separator) { return joined(items, separator); }
 std::string replaceAllSubstrings(const std::string& text, const std::string& from, const std::string& to) {
+  if (from.empty()) return text;
   std::string replaced;
   std::size_t start = 0;
   for (std::size_t found; (found = text.find(from, start)) != std::string::npos; start = found + from.size()) {
@@ -111,7 +112,9 @@ std::string replaceAllSubstrings(const std::string& text, const std::string& fro
 
 std::string get_command_output(std::string command, int* exit_status, bool, std::string) {
   std::string output;
-  std::FILE* const pipe = popen(command.c_str(), "r");
+  // The shell would get only what is before a zero byte, which is another command.
+  const bool is_whole = command.find('\0') == std::string::npos;
+  std::FILE* const pipe = is_whole ? popen(command.c_str(), "r") : nullptr;
   if (pipe == nullptr) {
     *exit_status = 127;
     return output;
