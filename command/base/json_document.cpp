@@ -1,67 +1,23 @@
 #include "base/json_document.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <map>
-#include <memory>
 #include <nlohmann/json.hpp>
-#include <numeric>
 #include <sstream>
-#include <system_error>
 #include <utility>
+
+#include "base/file.h"
+#include "base/printable.h"
+#include "base/text.h"
 
 namespace eclipse_base {
 
 namespace {
 
-constexpr std::size_t largest_file = std::size_t{64} << 20;
 constexpr std::size_t deepest_level = 64;
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
-
-[[noreturn]] void fault_of_file(const std::filesystem::path& file, const std::string& message) {
-  throw FileError(file.string() + ": " + message);
-}
-
-std::string read_text(const std::filesystem::path& file) {
-  const auto cannot_be_read = [&] {
-    fault_of_file(file, std::string("cannot be read: ") + std::strerror(errno) + "; give the path of a file that can be");
-  };
-  // A pipe that nobody writes to would be waited for without an end.
-  std::error_code error;
-  const auto status = std::filesystem::status(file, error);
-  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-    fault_of_file(file, "is no regular file; give the path of a JSON file");
-  }
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "rb"), &std::fclose);
-  if (!stream) cannot_be_read();
-  std::string text;
-  std::array<char, 65536> piece;
-  while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), stream.get())) {
-    text.append(piece.data(), count);
-    if (text.size() > largest_file) fault_of_file(file, "is larger than 64 MiB; give the path of a JSON file");
-  }
-  if (std::ferror(stream.get()) != 0) cannot_be_read();
-  return text;
-}
-
-struct Position {
-  std::size_t line;
-  std::size_t column;
-};
-
-Position position_of(std::string_view text, std::size_t offset) {
-  const std::string_view before = text.substr(0, offset);
-  const std::size_t line_feed = before.rfind('\n');
-  std::string_view line = before.substr(line_feed == std::string_view::npos ? 0 : line_feed + 1);
-  if (line_feed == std::string_view::npos && line.starts_with(byte_order_mark)) line.remove_prefix(byte_order_mark.size());
-  const auto starts_character = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; };
-  return {1 + static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')),
-          1 + static_cast<std::size_t>(std::count_if(line.begin(), line.end(), starts_character))};
-}
 
 bool is_word_byte(char byte) {
   return std::isalnum(static_cast<unsigned char>(byte)) != 0 || byte == '+' || byte == '-' || byte == '.';
@@ -87,6 +43,17 @@ std::size_t start_of_token(std::string_view text, std::size_t end) {
   return start;
 }
 
+/// How long the token at `start` is. A string goes to its closing quote, or to the end of the line.
+std::size_t length_of_token(std::string_view text, std::size_t start) {
+  std::size_t end = start;
+  if (start < text.size() && text[start] == '"') {
+    for (++end; end < text.size() && text[end] != '"' && text[end] != '\n';) end += text[end] == '\\' ? 2U : 1U;
+    return std::min(end + 1, text.size()) - start;
+  }
+  while (end < text.size() && is_word_byte(text[end])) ++end;
+  return std::max<std::size_t>(end - start, 1);
+}
+
 bool is_plain_key(std::string_view key) {
   const auto is_plain = [](char byte) {
     return std::isalnum(static_cast<unsigned char>(byte)) != 0 || byte == '_' || byte == '$' || byte == '-';
@@ -96,7 +63,7 @@ bool is_plain_key(std::string_view key) {
 
 std::string place_of_member(const std::string& object, std::string_view key) {
   if (!is_plain_key(key)) return object + "[" + in_quotes(key) + "]";
-  return object.empty() ? std::string(key) : object + "." + std::string(key);
+  return object.empty() ? printable(key) : object + "." + printable(key);
 }
 
 std::string place_of_item(const std::string& list, std::size_t index) { return list + "[" + std::to_string(index) + "]"; }
@@ -178,7 +145,7 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
     check_no_zero(value);
     const auto [first, is_new] = open_.back().keys.emplace(value, pending_key_offset_);
     if (!is_new) {
-      const std::string line = std::to_string(position_of(text_, first->second).line);
+      const std::string line = std::to_string(document_.location(first->second).line);
       fault(pending_key_offset_, "the key is given twice, first in line " + line + "; keep one of the two");
     }
     return true;
@@ -294,33 +261,27 @@ std::string_view how_to_write(JsonKind kind) {
   }
 }
 
-/// How many letters have to be put in, left out or replaced to make one word of the other, letter case aside.
-std::size_t distance(std::string_view from, std::string_view to) {
-  const auto lower = [](char letter) { return std::tolower(static_cast<unsigned char>(letter)); };
-  std::vector<std::size_t> row(to.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < from.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i + 1);
-    for (std::size_t j = 0; j < to.size(); ++j) {
-      const std::size_t replaced = diagonal + (lower(from[i]) == lower(to[j]) ? 0 : 1);
-      diagonal = std::exchange(row[j + 1], std::min({replaced, row[j] + 1, row[j + 1] + 1}));
-    }
-  }
-  return row.back();
+std::string fix_of_unknown_key(std::string_view key, std::initializer_list<std::string_view> keys) {
+  const std::vector<std::string> known(keys.begin(), keys.end());
+  if (const auto meant = similar_word(key, known)) return "did you mean " + in_quotes(*meant) + "?";
+  std::vector<std::string> quoted;
+  for (const std::string_view each : keys) quoted.push_back(in_quotes(each));
+  return "known here: " + joined(quoted);
 }
 
-std::string fix_of_unknown_key(std::string_view key, std::initializer_list<std::string_view> keys) {
-  const auto is_nearer = [&](std::string_view a, std::string_view b) { return distance(key, a) < distance(key, b); };
-  const std::string_view nearest = *std::min_element(keys.begin(), keys.end(), is_nearer);
-  if (distance(key, nearest) <= std::max<std::size_t>(1, nearest.size() / 3)) return "did you mean " + in_quotes(nearest) + "?";
-  std::string known;
-  for (const std::string_view each : keys) known += (known.empty() ? "" : ", ") + in_quotes(each);
-  return "known here: " + known;
+/// Where the lines of a text start.
+std::vector<std::uint32_t> line_starts_of(std::string_view text) {
+  std::vector<std::uint32_t> starts;
+  starts.reserve(1 + static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
+  starts.push_back(0);
+  for (std::size_t at = 0; (at = text.find('\n', at)) != text.npos;) starts.push_back(static_cast<std::uint32_t>(++at));
+  return starts;
 }
 
 }  // namespace
 
-JsonDocument::JsonDocument(const std::filesystem::path& file) : file_(file), text_(read_text(file)) {
+JsonDocument::JsonDocument(const std::filesystem::path& file)
+    : file_(file), text_(content_of(file, largest::json, "give the path of a JSON file")), line_starts_(line_starts_of(text_)) {
   if (text_.find_first_not_of(" \t\r\n", text_.starts_with(byte_order_mark) ? byte_order_mark.size() : 0) ==
       std::string::npos) {
     fault(0, "", "is empty; write JSON into it");
@@ -333,10 +294,22 @@ JsonDocument::JsonDocument(const std::filesystem::path& file) : file_(file), tex
 
 JsonElement JsonDocument::root() const { return {*this, root_, ""}; }
 
+JsonLocation JsonDocument::location(std::size_t offset) const {
+  const auto next = std::upper_bound(line_starts_.begin(), line_starts_.end(), offset);
+  return {static_cast<std::size_t>(next - line_starts_.begin()), 1 + offset - *(next - 1), length_of_token(text_, offset)};
+}
+
+std::string_view JsonDocument::line(std::size_t number) const {
+  const std::size_t start = line_starts_.at(number - 1);
+  const std::size_t end = number < line_starts_.size() ? line_starts_[number] - 1 : text_.size();
+  return std::string_view(text_).substr(start, end - start);
+}
+
 void JsonDocument::fault(std::size_t offset, const std::string& place, const std::string& message) const {
-  const Position position = position_of(text_, offset);
-  throw FileError(file_.string() + ":" + std::to_string(position.line) + ":" + std::to_string(position.column) + ": " +
-                  (place.empty() ? "document" : place) + ": " + message);
+  const JsonLocation where = location(offset);
+  std::string_view before = line(where.line).substr(0, where.column - 1);
+  if (where.line == 1 && before.starts_with(byte_order_mark)) before.remove_prefix(byte_order_mark.size());
+  throw FileError(file_, where.line, 1 + characters_in(before), (place.empty() ? "document" : place) + ": " + message);
 }
 
 JsonElement::JsonElement(const JsonDocument& document, const JsonValue& value, std::string place)
@@ -388,6 +361,8 @@ JsonElement JsonElement::get(std::string_view key) const {
   return *member;
 }
 
+JsonLocation JsonElement::location() const { return document_->location(value_->offset); }
+
 void JsonElement::fault(const std::string& message) const { document_->fault(value_->offset, place_, message); }
 
 void JsonElement::fault_at_key(const std::string& message) const { document_->fault(value_->key_offset, place_, message); }
@@ -396,19 +371,6 @@ void JsonElement::require(JsonKind kind) const {
   if (value_->kind == kind) return;
   fault("found " + std::string(name_of(value_->kind)) + ", wanted " + std::string(name_of(kind)) + "; " +
         std::string(how_to_write(kind)));
-}
-
-bool is_utf8(const std::string& text) {
-  try {
-    static_cast<void>(nlohmann::json(text).dump());
-    return true;
-  } catch (const nlohmann::json::type_error&) {
-    return false;
-  }
-}
-
-std::string in_quotes(std::string_view text) {
-  return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 }  // namespace eclipse_base

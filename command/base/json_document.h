@@ -3,6 +3,7 @@
 #define ECLIPSE_INT_BASE_JSON_DOCUMENT_H
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <initializer_list>
 #include <optional>
@@ -26,6 +27,14 @@ struct JsonValue {
   std::vector<JsonValue> children;  ///< the items of a list or the members of an object, in the order of the file
 };
 
+/// The first byte of a value or a key, and how long it is: a string, number or literal as a whole, an array or object its
+/// bracket.
+struct JsonLocation {
+  std::size_t line = 0;    ///< from 1
+  std::size_t column = 0;  ///< in bytes, from 1
+  std::size_t length = 0;  ///< in bytes
+};
+
 class JsonElement;
 
 /// A JSON file with // and /* */ comments. The keys of an object differ from each other, and no text or key holds a zero byte.
@@ -37,12 +46,17 @@ class JsonDocument {
   /// The outermost value. It refers to this document.
   JsonElement root() const;
 
+  JsonLocation location(std::size_t offset) const;
+  /// A line by its number, from 1, without its line feed.
+  std::string_view line(std::size_t number) const;
+
   /// Throws the FileError for the byte at `offset`.
   [[noreturn]] void fault(std::size_t offset, const std::string& place, const std::string& message) const;
 
  private:
   std::filesystem::path file_;
   std::string text_;
+  std::vector<std::uint32_t> line_starts_;
   JsonValue root_;
 };
 
@@ -55,6 +69,7 @@ class JsonElement {
   const std::string& key() const { return value_->key; }
   /// Where its first byte stands in the file.
   std::size_t offset() const { return value_->offset; }
+  JsonLocation location() const;
 
   const std::string& text() const;
   bool boolean() const;
@@ -78,12 +93,6 @@ class JsonElement {
   const JsonValue* value_;
   std::string place_;
 };
-
-/// Whether a text is UTF-8, so that JSON can carry it.
-bool is_utf8(const std::string& text);
-
-/// A text in double quotes on one line, as JSON writes it, with U+FFFD for what is not UTF-8.
-std::string in_quotes(std::string_view text);
 
 }  // namespace eclipse_base
 

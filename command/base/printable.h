@@ -1,4 +1,4 @@
-// A line of a file as it is shown on a terminal.
+// How texts from outside (files, file names, sessions, commands and what they print) are shown to a person.
 #ifndef ECLIPSE_INT_BASE_PRINTABLE_H
 #define ECLIPSE_INT_BASE_PRINTABLE_H
 
@@ -8,15 +8,38 @@
 
 namespace eclipse_base {
 
-/// The length of the UTF-8 character that a text begins with; 0 when it begins with none.
-std::size_t character_length(std::string_view text);
+/// As long as a path can be.
+inline constexpr std::size_t longest_shown = 4096;
+inline constexpr std::size_t no_limit = std::string_view::npos;
 
-/// How many characters a text has. Bytes that are not UTF-8 count as one each.
-std::size_t characters_in(std::string_view text);
+struct PrintableForm {
+  std::string_view tab = "\\t";
+  std::string_view line_feed = "\\n";
+  std::size_t longest = longest_shown;  ///< in bytes; of a longer text only the first 200 and how many are left out
+};
 
-/// The text with "→" for a tab, and with "\xNN" for other control characters and what is not UTF-8, so that nothing in it
-/// steers a terminal and each character is one column wide, wide scripts aside.
-std::string shown_line(std::string_view text);
+/// The text as one line that neither steers a terminal nor hides anything: "\n", "\r" and "\t" for these, "\x1B" for other
+/// ASCII control characters and for bytes that are not UTF-8, and "\u202E" or "\U000E0001" for other characters that control,
+/// format or are invisible: also spaces other than U+0020. A backslash is shown as it is.
+std::string printable(std::string_view text, const PrintableForm& form = {});
+
+/// printable() in double quotes.
+std::string in_quotes(std::string_view text);
+
+/// Makes a text printable that comes in pieces, which may end in the middle of a character.
+class PrintablePieces {
+ public:
+  explicit PrintablePieces(PrintableForm form) : form_(form) { form_.longest = no_limit; }
+
+  /// What can be shown now.
+  std::string add(std::string_view piece);
+  /// What was held back.
+  std::string end();
+
+ private:
+  PrintableForm form_;
+  std::string incomplete_;  ///< the beginning of a character
+};
 
 }  // namespace eclipse_base
 

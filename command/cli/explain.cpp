@@ -1,9 +1,10 @@
+#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
 
-#include "cli/session_options.h"
 #include "cli/standard_streams.h"
 #include "cli/subcommands.h"
+#include "cli/usage_error.h"
 #include "lint/report.h"
 
 using namespace eclipse_lint;
@@ -14,37 +15,46 @@ namespace {
 
 constexpr const char* examples =
     "  eclipse-int explain line-without-tab\n"
-    "      What happens, what to do, and an example of both.\n"
+    "      Explain a rule, with a bad and a good example.\n"
+    "  eclipse-int explain orders\n"
+    "      List the rules of a group.\n"
     "  eclipse-int explain\n"
-    "      All rules, a line each.\n"
+    "      List all rules by group.\n"
     "  eclipse-int explain --manual > lint-rules.md\n"
-    "      All rules as the manual has them.\n";
+    "      Print the manual of all rules.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
     "  0  done\n"
-    "  2  there is no such rule\n";
+    "  2  there is no such rule or group\n";
 
 struct ExplainOptions {
   std::vector<std::string> names;
   bool manual = false;
 };
 
-const Rule& rule_called(const std::string& name) {
-  if (const Rule* const rule = find_rule(name)) return *rule;
-  throw CLI::ValidationError("RULE", no_rule_called(name));
+void check(const std::string& name) {
+  if (rules_named(name).empty()) throw UsageError("RULE: " + unknown_rule_or_group(name));
+}
+
+void explain(const std::string& name) {
+  if (const auto group = find_group(name)) {
+    print_group(std::cout, *group);
+  } else {
+    print_rule(std::cout, *find_rule(name), output_is_coloured());
+  }
 }
 
 int perform(const ExplainOptions& options) {
+  for (const std::string& name : options.names) check(name);
   if (options.manual) {
     print_manual(std::cout);
   } else if (options.names.empty()) {
-    print_rules(std::cout);
+    print_groups(std::cout);
   }
   for (const std::string& name : options.names) {
-    const Rule& rule = rule_called(name);
     if (&name != &options.names.front()) std::cout << "\n";
-    print_rule(std::cout, rule, output_is_coloured());
+    explain(name);
   }
   return 0;
 }
@@ -52,11 +62,11 @@ int perform(const ExplainOptions& options) {
 }  // namespace
 
 Subcommand add_explain(CLI::App& program) {
-  CLI::App* const parser = program.add_subcommand("explain", "Tell the whole story of a rule of lint, or list all rules");
+  CLI::App* const parser = program.add_subcommand("explain", "Explain lint rules, or list them by group");
   const auto options = std::make_shared<ExplainOptions>();
   CLI::Option* const names =
-      parser->add_option("RULE", options->names, "The rules; without one, all are listed")->option_text("...");
-  parser->add_flag("--manual", options->manual, "Print all rules in Markdown")->excludes(names);
+      parser->add_option("RULE", options->names, "Rules or groups of rules [all rules, one line each]")->option_text("...");
+  parser->add_flag("--manual", options->manual, "Print the manual of all rules in Markdown")->excludes(names);
   set_help(*parser, "eclipse-int explain [RULE...] [--manual]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }

@@ -1,7 +1,5 @@
 #include "cli/interruption.h"
 
-#include <utility>
-
 namespace eclipse_cli {
 
 namespace {
@@ -17,15 +15,6 @@ constexpr std::array<NamedSignal, 4> signals = {
 volatile std::sig_atomic_t noted_signal = 0;
 
 void note(int signal) { noted_signal = signal; }
-
-/// Tells first, since what is told is part of what is known when it is interrupted.
-template <typename... Arguments>
-void add_check(std::function<void(Arguments...)>& callback) {
-  callback = [told = std::move(callback)](Arguments... arguments) {
-    told(arguments...);
-    Interruption::check();
-  };
-}
 
 }  // namespace
 
@@ -51,17 +40,21 @@ Interruption::~Interruption() {
   for (std::size_t i = 0; i < signals.size(); ++i) sigaction(signals[i].number, &before_[i], nullptr);
 }
 
+bool Interruption::was_requested() { return noted_signal != 0; }
+
 void Interruption::check() {
   if (noted_signal != 0) throw Interrupted{noted_signal};
 }
 
-eclipse_host::RunObserver Interruption::checking(eclipse_host::RunObserver observer) {
-  add_check(observer.on_action);
-  add_check(observer.on_command);
-  add_check(observer.command_progress.on_output);
-  add_check(observer.command_progress.on_error_output);
-  add_check(observer.command_progress.on_wait);
-  add_check(observer.on_command_end);
+eclipse_host::RunObserver Interruption::observer() {
+  const auto check_at = [](const auto&...) { check(); };
+  eclipse_host::RunObserver observer;
+  observer.on_action = check_at;
+  observer.on_command = check_at;
+  observer.command_progress.on_output = check_at;
+  observer.command_progress.on_error_output = check_at;
+  observer.command_progress.on_wait = check_at;
+  observer.on_command_end = check_at;
   return observer;
 }
 

@@ -28,11 +28,14 @@ class Interruption {
   Interruption(const Interruption&) = delete;
   Interruption& operator=(const Interruption&) = delete;
 
+  /// Whether a signal has come.
+  static bool was_requested();
+
   /// Throws Interrupted once a signal has come.
   static void check();
 
-  /// The observer, with a check wherever a run can be stopped.
-  static eclipse_host::RunObserver checking(eclipse_host::RunObserver observer);
+  /// Checks at every event, where a run can be stopped.
+  static eclipse_host::RunObserver observer();
 
  private:
   std::array<struct sigaction, 4> before_{};

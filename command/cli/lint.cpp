@@ -1,5 +1,6 @@
 #include "lint/lint.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <iostream>
@@ -7,8 +8,10 @@
 
 #include "base/file_error.h"
 #include "cli/session_options.h"
+#include "cli/session_variables.h"
 #include "cli/standard_streams.h"
 #include "cli/subcommands.h"
+#include "cli/usage_error.h"
 #include "lint/report.h"
 #include "standalone_host/installation.h"
 
@@ -22,40 +25,55 @@ namespace {
 
 constexpr const char* examples =
     "  eclipse-int lint tools/etc/eclipse/tools.txt\n"
-    "      Check a descriptor file by itself.\n"
+    "      Check a single descriptor file.\n"
     "  eclipse-int lint tools\n"
-    "      Check a component in its directory, and look into the update sites below it. In a directory of components,\n"
-    "      check each of them by itself.\n"
+    "      Check a component in its directory, with the update sites in it. In a directory of components, check each of\n"
+    "      them separately.\n"
+    "  eclipse-int lint install.json --set USER_DEFINED_ECLIPSE_PATH=/opt/ide/eclipse\n"
+    "      Check a session as it would be run with these variables.\n"
+    "  eclipse-int lint --select orders --disable order-as-dependency install.json\n"
+    "      Check the rules of one group, except for one rule.\n"
     "  eclipse-int lint install.json --overrides lint-overrides.json\n"
-    "      Check a whole session, and set aside what is right as it is, each with its reason:\n"
+    "      Suppress acceptable findings, each with a reason:\n"
     "      [{\"rule\": \"feature-pinned\", \"file\": \"tools.txt\", \"line\": 2, \"reason\": \"...\"}]\n"
     "  eclipse-int lint --format sarif install.json > findings.sarif\n"
-    "      Leave the findings to a program.\n"
+    "      Write the findings for another program.\n"
     "  eclipse-int explain line-without-tab\n"
-    "      Read the whole story of a rule.\n";
+    "      Explain a rule.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
-    "  0  no finding of the severity asked for, or a higher one\n"
-    "  1  at least one\n"
-    "  2  an input or the arguments are at fault, or standard output cannot be written\n";
+    "  0  no finding of the given severity or higher\n"
+    "  1  at least one such finding\n"
+    "  2  an input or the arguments are invalid, or standard output cannot be written\n";
 
 struct LintOptions {
   std::vector<std::string> inputs;
   std::string format = "text";
   std::string severity = "error";
+  std::vector<std::string> selected;
   std::vector<std::string> disabled;
   std::optional<std::string> overrides;
-  std::optional<std::string> plugin;
+  SessionOptions session;
 };
+
+std::set<std::string> checked_names(const std::string& option, const std::vector<std::string>& names) {
+  for (const std::string& name : names) {
+    if (rules_named(name).empty()) throw UsageError(option + ": " + unknown_rule_or_group(name));
+  }
+  return {names.begin(), names.end()};
+}
 
 Settings settings_from(const LintOptions& options) {
   Settings settings;
-  for (const std::string& name : options.disabled) {
-    if (find_rule(name) == nullptr) throw CLI::ValidationError("--disable", no_rule_called(name));
-    settings.disabled.insert(name);
-  }
+  settings.selected = checked_names("--select", options.selected);
+  settings.disabled = checked_names("--disable", options.disabled);
   if (options.overrides) settings.overrides = read_overrides(*options.overrides);
+  const SessionVariables variables(options.session.settings, options.session.variables);
+  settings.add_variables = [variables](eclipse_host::Session& session) {
+    variables.add_to(session);
+    check_mode(session);
+  };
   return settings;
 }
 
@@ -65,20 +83,21 @@ void print(const Findings& findings, const std::string& format) {
   print_text(std::cout, findings, output_is_coloured());
 }
 
-/// Overrides outlive what they were written for, and then hide the next finding of their rule.
-void mention_unused(const Settings& settings, const Findings& findings) {
+/// An override that is no longer needed would hide the next finding of its rule.
+void warn_of_unused(const Settings& settings, const Findings& findings) {
   for (const Override& entry : settings.overrides) {
     const auto is_for = [&](const Finding& finding) { return applies(entry, finding); };
-    if (settings.disabled.count(entry.rule) != 0 || std::any_of(findings.begin(), findings.end(), is_for)) continue;
-    print_message(entry.location + ": note: no finding of " + entry.rule + " in these inputs is set aside by this override");
+    if (!is_enabled(*find_rule(entry.rule), settings) || std::any_of(findings.begin(), findings.end(), is_for)) continue;
+    print_message(entry.location + ": note: this override suppresses no finding of " + entry.rule + " in these inputs");
   }
 }
 
 int perform(const LintOptions& options) {
   const Settings settings = settings_from(options);
-  const auto plugin = options.plugin ? eclipse_host::Plugin(*options.plugin) : eclipse_host::Plugin::beside_this_program();
-  const eclipse_dry_run::Library library(plugin);
-  Sites sites;
+  const auto& plugin_file = options.session.plugin;
+  const auto plugin = plugin_file ? eclipse_host::Plugin(*plugin_file) : eclipse_host::Plugin::beside_this_program();
+  const eclipse_dry_run::PluginFunctions library(plugin);
+  Repositories sites;
   Findings findings;
   int status = 0;
   for (const std::string& input : options.inputs) {
@@ -91,8 +110,8 @@ int perform(const LintOptions& options) {
     }
   }
   print(findings, options.format);
-  if (status == 0) mention_unused(settings, findings);
-  const Severity wanted = severity_called(options.severity).value();
+  if (status == 0) warn_of_unused(settings, findings);
+  const Severity wanted = severity_named(options.severity).value();
   const auto counts = [&](const Finding& finding) { return !finding.reason && finding.severity >= wanted; };
   if (status == 0 && std::any_of(findings.begin(), findings.end(), counts)) status = 1;
   return status;
@@ -102,29 +121,31 @@ int perform(const LintOptions& options) {
 
 Subcommand add_lint(CLI::App& program) {
   CLI::App* const parser = program.add_subcommand(
-      "lint", "Find mistakes in descriptor files, components and sessions, which the plug-in passes over in silence");
+      "lint", "Find mistakes in descriptor files, components and sessions that the plug-in ignores silently");
   const auto options = std::make_shared<LintOptions>();
   parser->add_option("INPUT", options->inputs, "Descriptor files, directories of components, session files (.json)")
       ->required()
       ->option_text("...");
-  parser->add_option("--format", options->format, "How to print the findings: text, json or sarif; text without it")
+  parser->add_option("--format", options->format, "Output format: text, json or sarif [text]")
       ->type_name("FORMAT")
       ->check(CLI::IsMember({"text", "json", "sarif"}).description(""));
   parser
       ->add_option("--severity", options->severity,
-                   "The lowest severity that counts for the exit status: error, warning\nor note; error without it")
+                   "Lowest severity that makes the exit status 1: error, warning\nor note [error]")
       ->type_name("LEVEL")
       ->check(CLI::IsMember({"error", "warning", "note"}).description(""));
-  parser->add_option("--disable", options->disabled, "Leave a rule out; may be given many times")
+  parser->add_option("--select", options->selected, "Check only this rule or group of rules; may be repeated [all rules]")
+      ->type_name("RULE")
+      ->allow_extra_args(false);
+  parser->add_option("--disable", options->disabled, "Skip this rule or group of rules; may be repeated")
       ->type_name("RULE")
       ->allow_extra_args(false);
   parser
       ->add_option("--overrides", options->overrides,
-                   "Set findings aside: a JSON list in which each entry has \"rule\" and \"reason\",\nand may have \"file\" "
-                   "and \"line\"")
+                   "Suppress findings: a JSON list of entries with \"rule\" and \"reason\",\nand optionally \"file\" and "
+                   "\"line\"")
       ->type_name("FILE");
-  parser->add_option("--plugin", options->plugin, "Load this plug-in; otherwise the one that came with this command")
-      ->type_name("LIBRARY");
+  add_input_options(*parser, options->session, "Read session variables from FILE; the session file overrides them");
   set_help(*parser, "eclipse-int lint INPUT... [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }

@@ -1,25 +1,61 @@
 #include "cli/log_file.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
 #include "base/file_error.h"
+#include "cli/standard_streams.h"
 
 namespace eclipse_cli {
 
-LogFile::LogFile(const std::string& file) : file_(file), stream_(file, std::ios::binary | std::ios::trunc) {
-  if (stream_) return;
-  throw eclipse_base::FileError(file + ": cannot be opened for the log: " + std::strerror(errno) +
-                                "; give the path of a file that can be written");
+namespace {
+
+/// Waits for no reader of a FIFO. Writing waits as usual.
+int open_to_write(const std::string& file) {
+  const int descriptor = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666);
+  if (descriptor >= 0) fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
+  return descriptor;
 }
 
-void LogFile::write(const std::string& line) {
-  if (error_ == 0 && !(stream_ << line << '\n' << std::flush)) error_ = errno;
+std::string reason() { return errno == ENXIO ? "it is a FIFO that no process reads" : std::strerror(errno); }
+
+}  // namespace
+
+LogFile::LogFile(const std::string& file) : file_(file) {
+  const auto stream = stream_of(file);
+  descriptor_ = stream ? fcntl(*stream, F_DUPFD_CLOEXEC, 0) : open_to_write(file);
+  if (descriptor_ >= 0) return;
+  throw eclipse_base::FileError(file, "cannot open the log: " + reason() + "; give the path of a file that can be written");
+}
+
+LogFile::~LogFile() { close(descriptor_); }
+
+eclipse_host::RunObserver LogFile::observer() {
+  eclipse_host::RunObserver observer;
+  observer.on_log = [this](const std::string& line) { write_line(line); };
+  return observer;
+}
+
+void LogFile::write_line(const std::string& line) {
+  const std::string text = line + "\n";
+  for (std::string_view rest = text; !rest.empty() && error_ == 0;) {
+    const ssize_t count = write(descriptor_, rest.data(), rest.size());
+    if (count >= 0) {
+      rest.remove_prefix(static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      error_ = errno;
+    }
+  }
 }
 
 void LogFile::check() const {
   if (error_ == 0) return;
-  throw eclipse_base::FileError(file_ + ": the log is not complete: " + std::strerror(error_) + "; give it another place");
+  throw eclipse_base::FileError(file_,
+                                std::string("the log is incomplete: ") + std::strerror(error_) + "; give the log another file");
 }
 
 }  // namespace eclipse_cli

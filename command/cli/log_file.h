@@ -2,25 +2,32 @@
 #ifndef ECLIPSE_INT_CLI_LOG_FILE_H
 #define ECLIPSE_INT_CLI_LOG_FILE_H
 
-#include <fstream>
 #include <string>
+
+#include "standalone_host/session_run.h"
 
 namespace eclipse_cli {
 
 class LogFile {
  public:
-  /// Opens the file and empties it. Throws FileError.
+  /// Opens the file and empties it. A path that leads to standard output or standard error, as /dev/stdout does, writes to that
+  /// stream and empties nothing. Directors do not inherit the descriptor. Throws FileError, also for a FIFO without a reader.
   explicit LogFile(const std::string& file);
+  ~LogFile();
+  LogFile(const LogFile&) = delete;
+  LogFile& operator=(const LogFile&) = delete;
 
-  /// Appends a line, which stands in the file when this returns.
-  void write(const std::string& line);
+  /// Appends each line of the log as it comes. It refers to this object.
+  eclipse_host::RunObserver observer();
 
   /// Throws FileError when a line could not be written.
   void check() const;
 
  private:
+  void write_line(const std::string& line);
+
   std::string file_;
-  std::ofstream stream_;
+  int descriptor_;
   int error_ = 0;  ///< of the first line that could not be written
 };
 

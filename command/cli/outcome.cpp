@@ -1,16 +1,19 @@
 #include "cli/outcome.h"
 
 #include <algorithm>
+#include <compare>
 #include <filesystem>
 #include <map>
 #include <optional>
-#include <sstream>
 #include <utility>
 #include <vector>
 
-#include "cli/one_line.h"
+#include "base/printable.h"
+#include "base/text.h"
 
 using namespace eclipse_host;
+
+using namespace eclipse_base;
 
 namespace eclipse_cli {
 
@@ -18,42 +21,19 @@ namespace {
 
 using eclipse_host::CommandRecord;
 using eclipse_host::RunRecord;
+using eclipse_p2::DirectorCommand;
+using eclipse_p2::Failure;
 using Variables = std::map<std::string, std::string>;
 
-/// What a director command asks for, read from its text.
-struct Request {
-  bool removal;
-  std::string instance;               ///< the directory of the executable
-  std::vector<std::string> features;  ///< those of the first list: what stands behind it in the retry of a removal repeats one
-};
-
-std::vector<std::string> split_at_commas(const std::string& list) {
-  std::vector<std::string> items;
-  std::istringstream stream(list);
-  for (std::string item; std::getline(stream, item, ',');) items.push_back(item);
-  return items;
-}
-
-std::optional<Request> request_of(const std::string& command) {
-  static const std::string director = " -nosplash -application org.eclipse.equinox.p2.director ";
-  const std::size_t executable_end = command.find(director);
-  if (executable_end == std::string::npos) return std::nullopt;
-  const std::string arguments = command.substr(executable_end + director.size() - 1);
-  const bool removal = arguments.starts_with(" -u ");
-  const std::size_t option = removal ? 0 : arguments.rfind(" -i ");
-  if (option == std::string::npos) return std::nullopt;
-  const std::size_t start = option + 4;
-  const std::size_t end = arguments.find(" 2>&1", start);
-  const std::filesystem::path executable = command.substr(0, executable_end);
-  return Request{removal, executable.parent_path().string(), split_at_commas(arguments.substr(start, end - start))};
-}
-
-/// What became of the features that were to go into one instance, or out of it.
+/// What became of the features that were to be installed into one instance, or removed from it.
 class Effect {
  public:
-  explicit Effect(const Request& request) : removal_(request.removal), instance_(request.instance) {}
+  explicit Effect(const DirectorCommand& command)
+      : removal_(command.is_removal), executable_(command.executable), instance_(directory_of(command.executable)) {}
 
-  bool is_of(const Request& request) const { return removal_ == request.removal && instance_ == request.instance; }
+  bool is_of(const DirectorCommand& command) const {
+    return removal_ == command.is_removal && executable_ == command.executable;
+  }
 
   void add_command(const std::vector<std::string>& features, bool success) {
     retried_ = retried_ || failed_;
@@ -62,20 +42,34 @@ class Effect {
   }
 
   std::string text(const InstanceFinding& finding) const {
-    const std::string where = (removal_ ? "removed from " : "installed into ") + on_one_line(instance_);
-    const std::string found = (removal_ ? "it still has them, as the verification below says"
-                                        : "it does not have them, as the verification below says");
     std::string text;
-    if (retried_) text += "  Not all " + how() + " at once, so they were tried one by one.\n";
-    text += list("These features were " + where, true, finding, false);
-    text += list("The director succeeded, but these features were not " + where + "; " + found, true, finding, true);
-    return text + list("These features were not " + where, false, finding, false) +
-           list("The director failed, but these features are as they should be in " + on_one_line(instance_) +
-                    ", as the verification below says",
-                false, finding, true);
+    if (retried_) text += verb("  Installing", "  Removing") + " all features at once failed, so each was tried separately.\n";
+    std::map<Group, std::string> lists;
+    for (const auto& [feature, success] : features_) {
+      lists[group_of(success, finding.has(feature))] += "    " + printable(feature) + "\n";
+    }
+    for (const auto& [group, list] : lists) text += "  " + title(group) + ":\n" + list;
+    return text;
   }
 
  private:
+  /// What features have in common, in the order in which they are listed.
+  struct Group {
+    bool failed;                ///< the director reported a failure
+    bool denied;                ///< the verification says otherwise
+    std::optional<bool> found;  ///< by the verification
+
+    auto operator<=>(const Group&) const = default;  // NOLINT(modernize-use-nullptr): clang-tidy 14 sees a null pointer here
+  };
+
+  Group group_of(bool success, std::optional<bool> found) const {
+    return {!success, found && (*found != removal_) != success, found};
+  }
+
+  static std::string directory_of(const std::string& executable) {
+    return std::filesystem::path(executable).parent_path().string();
+  }
+
   void add_feature(const std::string& feature, bool success) {
     const auto is_it = [&](const auto& known) { return known.first == feature; };
     const auto found = std::find_if(features_.begin(), features_.end(), is_it);
@@ -86,25 +80,24 @@ class Effect {
     }
   }
 
-  std::string how() const { return removal_ ? "came out" : "went in"; }
-
-  bool is_denied(const std::string& feature, bool success, const InstanceFinding& finding) const {
-    const std::optional<bool> has = finding.has(feature);
-    return has && (*has != removal_) != success;
+  std::string verb(const std::string& installing, const std::string& removing) const {
+    return removal_ ? removing : installing;
   }
 
-  /// The features with these fates below a title; nothing when there is none.
-  std::string list(const std::string& title, bool success, const InstanceFinding& finding, bool denied) const {
-    std::string lines;
-    for (const auto& [feature, succeeded] : features_) {
-      if (succeeded != success || is_denied(feature, success, finding) != denied) continue;
-      lines += "    " + on_one_line(feature) + "\n";
+  std::string title(const Group& group) const {
+    const std::string where = verb(" into ", " from ") + printable(instance_);
+    if (group.denied) {
+      return std::string("The director reports ") + (group.failed ? "failure" : "success") + ", but the verification below " +
+             (*group.found ? "finds" : "does not find") + " these features in " + printable(instance_);
     }
-    return lines.empty() ? "" : "  " + title + ":\n" + lines;
+    if (group.found) return (group.failed ? verb("Not installed", "Not removed") : verb("Installed", "Removed")) + where;
+    return group.failed ? "The director failed to " + verb("install", "remove") + " these features" + where
+                        : "The director reports success for " + verb("installing", "removing") + " these features" + where;
   }
 
   bool removal_;
-  std::string instance_;
+  std::string executable_;
+  std::string instance_;                                ///< the directory of the executable
   std::vector<std::pair<std::string, bool>> features_;  ///< with whether a director succeeded on it
   bool failed_ = false;                                 ///< the last director did
   bool retried_ = false;                                ///< a director was started after one had failed
@@ -113,48 +106,63 @@ class Effect {
 std::vector<Effect> effects_of(const std::vector<CommandRecord>& commands) {
   std::vector<Effect> effects;
   for (const CommandRecord& record : commands) {
-    const auto request = request_of(record.command);
-    if (!request) continue;
-    auto effect = std::find_if(effects.begin(), effects.end(), [&](const Effect& known) { return known.is_of(*request); });
-    if (effect == effects.end()) effect = effects.insert(effect, Effect(*request));
-    effect->add_command(request->features, record.result.exit_code == 0);
+    const auto director = eclipse_p2::cut_director_command(record.command);
+    if (!director) continue;
+    auto effect = std::find_if(effects.begin(), effects.end(), [&](const Effect& known) { return known.is_of(*director); });
+    if (effect == effects.end()) effect = effects.insert(effect, Effect(*director));
+    effect->add_command(features_of(*director), record.result.exit_code == 0);
   }
   return effects;
 }
 
-std::string verdict(const RunRecord& record, const InstanceFinding& finding) {
-  if (!record.refusal.empty()) return "Refused: " + on_one_line(record.refusal) + "\n";
-  if (record.failed()) return "Failed\n";
-  return finding.differs ? "Done, but the Eclipse is not as the session should have left it\n" : "Done\n";
-}
+constexpr std::size_t most_features = 10;
 
-std::string what_happened(const RunRecord& record, const InstanceFinding& finding) {
-  if (record.commands.empty()) {
-    std::string text = "  No director was started, so nothing was changed in Eclipse.\n";
-    if (record.refusal.empty() && !record.log.empty()) text += "  The log ends with: " + on_one_line(record.log.back()) + "\n";
-    return text;
-  }
+std::string why_failed(const RunRecord& record, const CommandFailures& failures) {
   std::string text;
-  for (const Effect& effect : effects_of(record.commands)) text += effect.text(finding);
-  for (const auto& action : record.actions) {
-    if (action.result != 0) text += "  " + action.name + " ended with " + std::to_string(action.result) + ".\n";
+  for (const auto& [failure, exit_code, features] : failure_reasons(record.commands, failures)) {
+    text += "  Why: " + failure_text(*failure, "    ") + "    Exit code: " + std::to_string(exit_code) + "\n";
+    if (!features.empty()) text += "    Features: " + first_few(features, most_features) + "\n";
   }
   return text;
 }
 
+std::string verdict(const RunRecord& record, const InstanceFinding& finding) {
+  if (!record.refusal.empty()) return "Refused: " + printable(record.refusal) + "\n";
+  if (record.failed()) return "Failed\n";
+  return finding.differs ? "Done, but the Eclipse instance is not in the state that the session describes\n" : "Done\n";
+}
+
+std::string what_happened(const RunRecord& record, const CommandFailures& failures, const InstanceFinding& finding) {
+  if (record.commands.empty()) {
+    std::string text = "  No director was started, so nothing was changed in Eclipse.\n";
+    if (record.refusal.empty() && !record.log.empty()) text += "  The log ends with: " + printable(record.log.back()) + "\n";
+    return text;
+  }
+  std::string text = why_failed(record, failures);
+  for (const Effect& effect : effects_of(record.commands)) text += effect.text(finding);
+  for (const auto& action : record.actions) {
+    if (action.result != 0) text += "  " + action.name + " returned " + std::to_string(action.result.value()) + ".\n";
+  }
+  return text;
+}
+
+constexpr const char* summary_variable = "QN_SCRIPTS_COMPLETE_DESC";
+
+/// The installer's summary has a section of its own.
 std::string changed_variables(const Variables& before, const Variables& after) {
   std::string text;
   for (const auto& [name, value] : after) {
+    if (name == summary_variable) continue;
     const auto old = before.find(name);
-    if (old == before.end() || old->second != value) text += "  " + on_one_line(name) + " = " + on_one_line(value) + "\n";
+    if (old == before.end() || old->second != value) text += "  " + printable(name) + " = " + printable(value) + "\n";
   }
   for (const auto& [name, value] : before) {
-    if (after.find(name) == after.end()) text += "  " + on_one_line(name) + " is no longer set\n";
+    if (after.find(name) == after.end()) text += "  " + printable(name) + " is unset\n";
   }
-  return text.empty() ? "" : "\nVariables that changed:\n" + text;
+  return text.empty() ? "" : "\nChanged variables:\n" + text;
 }
 
-/// The parts of a summary stand on lines of their own; for a graphical installer "<p>" separates them.
+/// In the summary of a graphical installer "<p>" separates the lines.
 std::string with_line_feeds(std::string summary) {
   static const std::string mark = "<p>";
   for (std::size_t at = 0; (at = summary.find(mark, at)) != std::string::npos;) summary.replace(at, mark.size(), "\n");
@@ -163,20 +171,27 @@ std::string with_line_feeds(std::string summary) {
 
 std::string failure_summary(const Variables& variables, bool graphical) {
   const auto failed = variables.find("QN_SCRIPTS_FAILED");
-  const auto summary = variables.find("QN_SCRIPTS_COMPLETE_DESC");
+  const auto summary = variables.find(summary_variable);
   if (failed == variables.end() || failed->second != "yes" || summary == variables.end()) return "";
   std::istringstream lines(graphical ? with_line_feeds(summary->second) : summary->second);
-  std::string text = "\nThe installer's summary:\n";
+  std::string text = "\nThe installer's summary (" + std::string(summary_variable) + "):\n";
   for (std::string line; std::getline(lines, line);) text += (line.empty() ? "" : "  " + line) + "\n";
   return text;
 }
 
 }  // namespace
 
-std::string outcome_of(const RunRecord& record, bool graphical, const InstanceFinding& finding) {
-  return verdict(record, finding) + what_happened(record, finding) +
-         changed_variables(record.variables_before, record.variables_after) +
-         failure_summary(record.variables_after, graphical);
+std::string failure_text(const Failure& failure, const std::string& indent) {
+  std::string text = std::string(name_of(failure.layer)) + " failed: " + printable(failure.meaning) + "\n";
+  for (const std::string& cause : failure.causes) text += indent + printable(cause) + "\n";
+  if (failure.log) text += indent + "Log: " + printable(failure.log->string()) + "\n";
+  return text;
+}
+
+std::string outcome_text(const RunRecord& record, const CommandFailures& failures, const Session& session,
+                         const InstanceFinding& finding) {
+  return verdict(record, finding) + what_happened(record, failures, finding) +
+         changed_variables(record.variables_before, session.variables) + failure_summary(session.variables, session.graphical);
 }
 
 }  // namespace eclipse_cli

@@ -2,11 +2,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "cli/json_result.h"
+#include "cli/run_json.h"
 
 using namespace eclipse_shell;
 using namespace eclipse_dry_run;
-
 using namespace eclipse_plan;
 
 namespace eclipse_cli {
@@ -32,10 +31,10 @@ const char* name_of(ComponentStatus status) {
       return "not selected";
     case ComponentStatus::no_package:
       return "no package";
-    case ComponentStatus::taken:
+    case ComponentStatus::searched:
       break;
   }
-  return "taken";
+  return "searched";
 }
 
 const char* name_of(RecordStatus status) {
@@ -52,7 +51,7 @@ const char* name_of(RecordStatus status) {
   return "listed";
 }
 
-Json action_json(const RecordedAction& action) {
+Json action_json(const DryRunAction& action) {
   const auto variable = [](const auto& write) { return Json{{"name", write.first}, {"value", write.second}}; };
   return {{"name", action.name}, {"variables", list_of(action.writes, variable)}};
 }
@@ -61,13 +60,15 @@ Json version_json(const VersionCheck& check) {
   return {{"version", check.version},
           {"minimum", check.minimum},
           {"supported", check.supported == "yes"},
-          {"reason", where_they_part(check.version, check.minimum)},
-          {"numbersSayOtherwise", numbers_say_otherwise(check)}};
+          {"reason", first_difference(check.version, check.minimum)},
+          {"numericOrderDiffers", numeric_order_differs(check)}};
 }
 
 Json component_json(const PlannedComponent& component) {
   const auto descriptor = [](const PlannedDescriptor& file) {
-    return Json{{"path", file.path}, {"exists", file.exists}, {"records", file.records}};
+    Json json = {{"path", file.path}, {"exists", file.exists}, {"records", file.records}};
+    if (!file.error.empty()) json["error"] = file.error;
+    return json;
   };
   return {{"code", component.code},
           {"status", name_of(component.status)},
@@ -97,7 +98,7 @@ Json shell_json(const ShellReading& shell) {
   return {{"commands", shell.commands},
           {"redirections", shell.redirections},
           {"remarks", list_of(shell.remarks, remark_json)},
-          {"fault", shell.fault}};
+          {"error", shell.error}};
 }
 
 Json cause_json(const ShellCause& cause) {
@@ -109,8 +110,8 @@ Json command_json(const PlannedCommand& command) {
   add_text(json, "text", command.text, "hex");
   json["bytes"] = command.text.size();
   json["limit"] = eclipse_shell::longest_command;
-  json["sound"] = command.is_sound();
-  json["obstacle"] = command.obstacle;
+  json["runsAsIntended"] = command.runs_as_intended();
+  json["executableError"] = command.executable_error;
   json["causes"] = list_of(command.causes, cause_json);
   json["shell"] = shell_json(command.shell);
   return json;
@@ -121,8 +122,6 @@ Json retry_json(const PlannedCommand& command) {
   json.update(command_json(command));
   return json;
 }
-
-}  // namespace
 
 Json plan_json(const Plan& plan) {
   Json json;
@@ -142,5 +141,9 @@ Json plan_json(const Plan& plan) {
   json["retryCount"] = plan.retry_count;
   return json;
 }
+
+}  // namespace
+
+void print_plan(const Plan& plan) { print_json(plan_json(plan)); }
 
 }  // namespace eclipse_cli

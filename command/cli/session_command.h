@@ -7,25 +7,25 @@
 #include <optional>
 #include <string>
 
-#include "cli/account.h"
 #include "cli/interruption.h"
 #include "cli/log_file.h"
-#include "cli/run_so_far.h"
+#include "cli/run_json.h"
+#include "cli/run_report.h"
 #include "cli/session_options.h"
 #include "standalone_host/session_run.h"
 
 namespace eclipse_cli {
 
-/// How a subcommand goes through a session.
-using Performance = std::function<eclipse_host::RunRecord(const eclipse_host::Plugin& plugin, eclipse_host::Session& session,
-                                                          const eclipse_host::RunObserver& observer)>;
+/// How a subcommand runs a session, such as eclipse_host::run_session().
+using RunFunction = std::function<void(const eclipse_host::Plugin& plugin, eclipse_host::Session& session,
+                                       eclipse_host::RunRecord& record, const eclipse_host::RunObservers& observers)>;
 
-/// What a subcommand adds to the account of a run.
-struct Supplement {
-  std::function<InstanceFinding()> finding;  ///< for the account
-  std::function<std::string()> text;         ///< behind it
-  std::function<void(nlohmann::ordered_json& result)> add_to;
-  std::function<int(int status)> exit_status;  ///< in the place of the run's own
+/// What a subcommand adds to the report of a run.
+struct ReportAdditions {
+  std::function<InstanceFinding()> finding = [] { return InstanceFinding(); };
+  std::function<std::string()> text = [] { return ""; };  ///< after the report
+  std::function<void(nlohmann::ordered_json& json)> add_to = [](nlohmann::ordered_json&) {};
+  std::function<int(int status)> exit_status = [](int status) { return status; };  ///< instead of the run's own
 };
 
 class SessionCommand {
@@ -35,32 +35,29 @@ class SessionCommand {
 
   const eclipse_host::Session& session() const { return session_; }
 
-  /// The session file has one of the modes; --set may have replaced it. Throws CLI::ValidationError when that is none.
-  void check_mode() const;
-
   /// Loads the plug-in that the options ask for. Throws PluginError.
   eclipse_host::Plugin load_plugin() const;
 
-  /// Performs the session, gives account of it on standard output and writes what the options ask for. Returns the exit status.
-  /// Throws FileError, PluginError and CLI::ValidationError before anything is run. A signal that asks this program to end ends
-  /// the run, and account is given of what is known by then; one that comes when the run is done changes nothing.
-  int perform(const Performance& performance, const std::optional<Supplement>& supplement = std::nullopt);
+  /// Warns of descriptor files that cannot be read completely, since the plug-in ignores that. Throws PluginError.
+  void warn_of_unreadable_descriptors(const eclipse_host::Plugin& plugin) const;
+
+  /// Runs the session, reports it on standard output and writes what the options ask for. Returns the exit status. Throws
+  /// FileError, PluginError and UsageError before anything is run. A signal that asks this program to end ends the run, and
+  /// what is known by then is reported; one that comes when the run is done changes nothing.
+  int perform(const RunFunction& run, const ReportAdditions& additions = {});
 
  private:
-  void read_variables();
-  void note_mode_of_variables(const std::string& mode) const;
-  void check_outputs(const eclipse_host::Plugin& plugin) const;
-  void check_log_beside_json() const;
+  std::optional<std::string> variables_file() const;
   bool write_files(const std::optional<LogFile>& log) const;
-  void tell_end(Account& account, const eclipse_host::RunRecord& record, const std::optional<Supplement>& supplement,
-                int status) const;
-  void tell_interruption(Account& account, const RunSoFar& so_far, const Interrupted& interrupted) const;
-  void tell_break(const RunSoFar& so_far, const std::string& reason) const;
-  int end(Account& account, const eclipse_host::RunRecord& record, const std::optional<Supplement>& supplement,
-          const std::optional<LogFile>& log) const;
+  RunFacts facts() const { return {record_, failures_, session_.variables}; }
+  int end(RunReport& report, const ReportAdditions& additions, const std::optional<LogFile>& log);
+  void report_interruption(RunReport& report, const Interrupted& interrupted);
+  void report_abort(const std::string& reason);
 
   const SessionOptions& options_;
   eclipse_host::Session session_;
+  eclipse_host::RunRecord record_;
+  CommandFailures failures_;
 };
 
 }  // namespace eclipse_cli

@@ -2,21 +2,33 @@
 #ifndef ECLIPSE_INT_CLI_STANDARD_STREAMS_H
 #define ECLIPSE_INT_CLI_STANDARD_STREAMS_H
 
+#include <functional>
+#include <optional>
+#include <string>
 #include <string_view>
 
 namespace eclipse_cli {
 
-/// To be called first. Files that are opened later do not take the places of closed streams, and neither the loss of a reader
-/// nor a file that may grow no further ends the command in the middle of an integration: writing fails instead.
+/// Must be called first. Files that are opened later do not take the places of closed streams, and neither a reader that goes
+/// away nor a file that reaches its size limit ends the command in the middle of an integration: writing fails instead.
 void prepare_standard_streams();
 
-/// Reports a fault or a warning on standard error.
+/// Prints an error or a warning on standard error.
 void print_message(std::string_view message);
 
-/// True when standard output is a terminal and the user has not asked for no colours with NO_COLOR.
+/// True when standard output is a terminal and the user has not turned colors off with NO_COLOR.
 bool output_is_coloured();
 
-/// Writes out what is left of standard output. If anything of it was lost, complains and turns the exit status 0 into 2.
+/// The standard stream that a path leads to, as /dev/stdout does: the descriptor of standard output or of standard error. Not
+/// for the null device.
+std::optional<int> stream_of(const std::string& file);
+
+/// Writes a text to standard output, after all that std::cout has. While nobody reads it, `goes_on` is called about four times
+/// a second; it may throw, and when it returns false, this text and all that follows is not written.
+void write_to_output(
+    std::string_view text, const std::function<bool()>& goes_on = [] { return true; });
+
+/// Writes out what is left of standard output. If any output is missing, prints a message and turns the exit status 0 into 2.
 int with_output_written(int status);
 
 }  // namespace eclipse_cli

@@ -1,9 +1,17 @@
-// What eclipse-int can be asked to do.
+// The subcommands of eclipse-int.
 #ifndef ECLIPSE_INT_CLI_SUBCOMMANDS_H
 #define ECLIPSE_INT_CLI_SUBCOMMANDS_H
 
-#include <CLI/CLI.hpp>
 #include <functional>
+#include <string>
+#include <vector>
+
+#include "cli/session_options.h"
+
+// Only the units that define options include the parser's header, which takes long to compile.
+namespace CLI {
+class App;
+}
 
 namespace eclipse_cli {
 
@@ -12,23 +20,36 @@ struct Subcommand {
   std::function<int()> perform;  ///< returns the exit status; throws what has to be reported as status 2
 };
 
-/// "run": performs a whole session.
-Subcommand add_run(CLI::App& program);
-
-/// "call": calls single actions.
-Subcommand add_call(CLI::App& program);
+/// "run", "call", "plan" and "verify": the subcommands on a session.
+std::vector<Subcommand> add_session_subcommands(CLI::App& program);
 
 /// "lint": finds mistakes in descriptor files, components and sessions.
 Subcommand add_lint(CLI::App& program);
 
-/// "explain": tells the story of a rule of lint.
+/// "explain": explains lint rules.
 Subcommand add_explain(CLI::App& program);
 
-/// "plan": shows what a run would do.
-Subcommand add_plan(CLI::App& program);
+/// Adds --set, --variables and --plugin.
+void add_input_options(CLI::App& command, SessionOptions& options, const std::string& about_variables);
 
-/// "verify": compares an Eclipse with what a run should have left.
-Subcommand add_verify(CLI::App& program);
+/// Gives a subcommand its usage line, and examples and exit statuses below its help.
+void set_help(CLI::App& command, const std::string& usage, const std::string& examples, const std::string& exit_status);
+
+/// Runs a whole session, and verifies the instance when asked to. Like all below, returns the exit status and throws
+/// UsageError, FileError, PluginError or InstanceError for what is found before anything is run.
+int run(const SessionOptions& options, bool verifies);
+
+/// Calls single actions. The last of the arguments is the session file.
+int call(SessionOptions options, std::vector<std::string> arguments);
+
+/// The names of the actions, each on an indented line of its own that a line feed begins.
+std::string list_of_actions();
+
+/// Prints what a run would do.
+int plan(const SessionOptions& options, bool all_retries);
+
+/// Compares an instance with what a run should have left.
+int verify(const SessionOptions& options);
 
 }  // namespace eclipse_cli
 

@@ -1,18 +1,19 @@
 #include "cli/verified_run.h"
+#include "plan/make_plan.h"
 
-#include <algorithm>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "base/printable.h"
 #include "cli/interruption.h"
-#include "cli/one_line.h"
 #include "cli/standard_streams.h"
-#include "cli/verification_account.h"
+#include "cli/verification_json.h"
+#include "cli/verification_text.h"
 
 using namespace eclipse_p2;
-
 using namespace eclipse_host;
 using namespace eclipse_verify;
+
+using namespace eclipse_base;
 
 namespace eclipse_cli {
 
@@ -22,7 +23,7 @@ using Json = nlohmann::ordered_json;
 
 std::string lines(const std::string& title, const std::vector<Unit>& units) {
   std::string text;
-  for (const Unit& unit : units) text += "    " + on_one_line(text_of(unit)) + "\n";
+  for (const Unit& unit : units) text += "    " + printable(text_of(unit)) + "\n";
   return text.empty() ? "" : "  " + title + ":\n" + text;
 }
 
@@ -35,75 +36,57 @@ std::vector<Unit> units_of(const std::vector<CheckedUnit>& checked) {
 
 }  // namespace
 
-Performance VerifiedRun::performance() {
-  return [this](const Plugin& plugin, Session& session, const RunObserver& observer) { return run(plugin, session, observer); };
+RunFunction VerifiedRun::function() {
+  return [this](const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers) {
+    run(plugin, session, record, observers);
+  };
 }
 
-Supplement VerifiedRun::supplement() const {
-  return {[this] { return finding(); }, [this] { return text(); }, [this](Json& result) { add_to(result); },
+ReportAdditions VerifiedRun::additions() const {
+  return {[this] { return finding(); }, [this] { return text(); }, [this](Json& json) { add_to(json); },
           [this](int status) { return exit_status(status); }};
 }
 
-RunRecord VerifiedRun::run(const Plugin& plugin, Session& session, const RunObserver& observer) {
-  plan_ = eclipse_plan::make_plan(plugin, session, eclipse_plan::Retries::telling);
+void VerifiedRun::run(const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers) {
+  plan_ = eclipse_plan::make_plan(plugin, session, eclipse_plan::Retries::distinct);
   if (plan_.command) ask_before();
-  RunRecord record = run_session(plugin, session, explaining(observer));
+  run_session(plugin, session, record, observers);
   if (plan_.command) ask_after();
-  if (lacks_instance()) faults_.push_back(no_instance);
-  return record;
+  if (is_instance_missing()) errors_.emplace_back(no_instance);
 }
 
 void VerifiedRun::ask_before() {
   try {
-    before_ = verify(plan_, Interruption::checking({}).command_progress);
+    before_ = verify(plan_, Interruption::observer().command_progress);
     warn_of_removal();
-  } catch (const InstanceError& fault) {
-    faults_.push_back(std::string("before the run, ") + fault.what());
+  } catch (const InstanceError& error) {
+    errors_.push_back(std::string("before the run: ") + error.what());
   }
 }
 
-/// Told before the run, while it can still be stopped.
+/// Before the run, while it can still be stopped.
 void VerifiedRun::warn_of_removal() const {
   for (const CheckedUnit& checked : before_->not_there()) {
     print_message(
-        "warning: " + on_one_line(text_of(checked.unit)) + " (" + on_one_line(checked.places.front()) + ") is not installed" +
+        "warning: " + printable(text_of(checked.unit)) + " (" + printable(checked.places.front()) + ") is not installed" +
         (before_->knows_all() ? ", so the director removes none of the units"
-                              : " by name; if it did not come along with another unit either, the director removes none"));
+                              : " by name; unless it is installed as a requirement, the director removes none of the units"));
   }
   for (const CheckedUnit& checked : before_->staying()) {
-    print_message("warning: " + on_one_line(text_of(checked.unit)) + " (" + on_one_line(checked.places.front()) +
-                  ") is required by " + on_one_line(checked.required_by.front()) +
-                  ", so the director leaves it there, also when it succeeds");
+    print_message("warning: " + printable(text_of(checked.unit)) + " (" + printable(checked.places.front()) +
+                  ") is required by " + printable(checked.required_by.front()) +
+                  ", so the director does not remove it, even when it reports success");
   }
 }
 
-RunObserver VerifiedRun::explaining(const RunObserver& observer) {
-  RunObserver explaining = observer;
-  explaining.on_command = [this, told = observer.on_command](const std::string& command) {
-    logs_.emplace(eclipse_p2::instance_directory(plan_.executable));
-    told(command);
-  };
-  explaining.on_command_end = [this, told = observer.on_command_end](const CommandRecord& record) {
-    explain_end(record);
-    told(record);
-  };
-  return explaining;
-}
-
-void VerifiedRun::explain_end(const CommandRecord& record) {
-  ++commands_;
-  if (record.result.exit_code == 0) return;
-  failures_.push_back({commands_, record.result.exit_code, explain(record.result, *logs_)});
-}
-
-/// The run is done, and its account is not lost when the question is interrupted.
+/// The run is done, so its report is printed even when the query is interrupted.
 void VerifiedRun::ask_after() {
   try {
-    after_ = verify(plan_, Interruption::checking({}).command_progress);
+    after_ = verify(plan_, Interruption::observer().command_progress);
   } catch (const Interrupted& interrupted) {
-    faults_.push_back("after the run, " + interrupted.name() + " ended the question for what is installed");
-  } catch (const InstanceError& fault) {
-    faults_.push_back(std::string("after the run, ") + fault.what());
+    errors_.push_back("after the run: " + interrupted.name() + " interrupted the query for installed units");
+  } catch (const InstanceError& error) {
+    errors_.push_back(std::string("after the run: ") + error.what());
   }
 }
 
@@ -116,50 +99,25 @@ InstanceFinding VerifiedRun::finding() const {
 }
 
 std::string VerifiedRun::text() const {
-  std::string text = failures() + "\nVerification:\n";
-  if (lacks_instance()) return text + "  Fault: " + no_instance + reasons_of(plan_, "    ") + "\n";
-  if (!plan_.command) text += "  The session has no command to run, so there is nothing to verify.\n";
+  std::string text = "\nVerification:\n";
+  if (is_instance_missing()) return text + "  Error: " + no_instance + reasons_text(plan_, "    ") + "\n";
+  if (!plan_.command) text += "  The session runs no command, so there is nothing to verify.\n";
   text += changes();
-  for (const std::string& fault : faults_) text += "  Fault: " + fault + "\n";
-  return after_ ? text + account_of(*after_) : text;
+  for (const std::string& error : errors_) text += "  Error: " + error + "\n";
+  return after_ ? text + verification_text(*after_) : text;
 }
 
 std::string VerifiedRun::changes() const {
   if (!before_ || !after_) return "";
   const Change change = change_between(before_->installed, after_->installed);
-  const std::string changes = lines("Came in", change.came_in) + lines("Went out", change.went_out) +
-                              lines("Now installed by name, and there before", change.now_by_name) +
-                              lines("No longer installed by name, but still there", change.no_longer_by_name);
-  return changes.empty() ? "  Nothing came in and nothing went out.\n" : changes;
+  const std::string changes = lines("Installed", change.came_in) + lines("Removed", change.went_out) +
+                              lines("Now installed by name (before: as a requirement)", change.now_by_name) +
+                              lines("Still installed, but no longer by name", change.no_longer_by_name);
+  return changes.empty() ? "  Nothing was installed or removed.\n" : changes;
 }
 
-/// The retries of a removal all fail in the same way, so those that follow each other are told once.
-std::string VerifiedRun::failures() const {
-  std::string text;
-  for (auto first = failures_.begin(), next = first; first != failures_.end(); first = next) {
-    const std::string reason = ", exit code " + std::to_string(first->exit_code) + ", from " + text_of(first->failure, "    ");
-    const auto is_same = [&](const ExplainedFailure& other) {
-      return other.exit_code == first->exit_code && text_of(other.failure) == text_of(first->failure);
-    };
-    next = std::find_if_not(first + 1, failures_.end(), is_same);
-    text += "  Command " + std::to_string(first->command);
-    if (next - first > 1) text += " to " + std::to_string((next - 1)->command);
-    text += reason + "\n";
-  }
-  return text.empty() ? "" : "\nWhy commands failed:\n" + text;
-}
-
-void VerifiedRun::add_to(Json& result) const {
-  Json failures = Json::array();
-  for (const auto& [command, exit_code, failure] : failures_) {
-    failures.push_back({{"command", command},
-                        {"exitCode", exit_code},
-                        {"layer", name_of(failure.layer)},
-                        {"meaning", failure.meaning},
-                        {"causes", failure.causes},
-                        {"log", failure.log ? Json(failure.log->string()) : Json()}});
-  }
-  Json& verification = result["verification"];
+void VerifiedRun::add_to(Json& json) const {
+  Json& verification = json["verification"];
   verification["planned"] = plan_.command.has_value();
   if (!plan_.command) verification["reasons"] = plan_.reasons;
   if (before_) verification["notRemovable"] = texts_of(units_of(before_->not_there()));
@@ -173,13 +131,12 @@ void VerifiedRun::add_to(Json& result) const {
     verification["nowByName"] = texts_of(change.now_by_name);
     verification["noLongerByName"] = texts_of(change.no_longer_by_name);
   }
-  verification["faults"] = faults_;
-  verification["failures"] = failures;
+  verification["errors"] = errors_;
 }
 
 int VerifiedRun::exit_status(int status_of_run) const {
   if (status_of_run == 1 || (after_ && !after_->differences().empty())) return 1;
-  return faults_.empty() ? status_of_run : 2;
+  return errors_.empty() ? status_of_run : 2;
 }
 
 }  // namespace eclipse_cli

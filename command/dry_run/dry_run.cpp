@@ -1,36 +1,36 @@
 #include "dry_run/dry_run.h"
 
-#include <string_view>
+#include <algorithm>
 
+#include "dry_run/log_lines.h"
 #include "standalone_host/session_copy.h"
 
 using namespace eclipse_shell;
-
 using namespace eclipse_host;
 
 namespace eclipse_dry_run {
 
 namespace {
 
-/// A component that is not selected and has no package. Put before all others, it is the first that the search comes to, and
-/// what is asked of it says how the components are chosen. It adds nothing to what is found.
-std::unique_ptr<CatalogueComponent> witness_for(const Session& session) {
-  auto witness = std::make_unique<CatalogueComponent>();
+/// A component that is not selected and has no package. As the first of all components, it shows when the search begins, and
+/// what the search asks of it shows how the components are chosen. It adds nothing to what is found.
+std::unique_ptr<CatalogueComponent> probe_for(const Session& session) {
+  auto probe = std::make_unique<CatalogueComponent>();
   const auto is_taken = [&](const std::string& code) {
     for (const auto& component : session.components) {
       if (component && component->code == code) return true;
     }
     return false;
   };
-  do witness->code += "witness ";
-  while (is_taken(witness->code));
-  return witness;
+  do probe->code += "probe ";
+  while (is_taken(probe->code));
+  return probe;
 }
 
-/// Sees the calls of the last action, and tells from them what was looked for where.
+/// Sees the calls of the last action, and records what was looked for where.
 class SearchWatch {
  public:
-  SearchWatch(const Session& session, const std::string& witness, RecordedRun& run) : witness_(witness), run_(run) {
+  SearchWatch(const Session& session, const std::string& probe, DryRun& run) : probe_(probe), run_(run) {
     for (const auto& component : session.components) codes_.push_back(component ? component->code : "");
     run_.components.resize(codes_.size());
   }
@@ -40,7 +40,7 @@ class SearchWatch {
       see_in_search(call);
     } else if (run_.executable.empty() && see_in_choice(call)) {
       return;
-    } else if (call.operation.starts_with("Component::") && call.arguments.front() == witness_) {
+    } else if (call.operation.starts_with("Component::") && call.arguments.front() == probe_) {
       run_.searched = true;
       run_.every_component = call.operation == "Component::provider";
     }
@@ -53,11 +53,11 @@ class SearchWatch {
     if (call.operation == "file_exists") {
       run_.executable = first;
     } else if (call.operation == "env_get_string") {
-      run_.asked_variables.push_back(first);
-    } else if (call.operation == "Component::provider" && first != witness_) {
-      run_.looked_into.push_back({first, {}});
-    } else if (call.operation == "is_file" && !run_.looked_into.empty()) {
-      run_.looked_into.back().candidates.push_back(first);
+      run_.variables_read.push_back(first);
+    } else if (call.operation == "Component::provider" && first != probe_) {
+      run_.executable_searches.push_back({first, {}});
+    } else if (call.operation == "is_file" && !run_.executable_searches.empty()) {
+      run_.executable_searches.back().candidates.push_back(first);
     } else {
       return false;
     }
@@ -86,12 +86,11 @@ class SearchWatch {
   }
 
   void see_in_log(std::string_view line) {
-    constexpr std::string_view found = "eclipse_int: found eclipse configuration: ";
-    constexpr std::string_view file = "eclipse_int: File ";
-    if (line.starts_with(found) && at_ < codes_.size()) {
-      run_.components[at_].descriptors.push_back({path(joined_), std::string(line.substr(found.size())), "", true});
+    const auto found = log_lines::found_descriptor(line);
+    if (found && at_ < codes_.size()) {
+      run_.components[at_].descriptors.push_back({path(joined_), *found, "", true});
       listed_.emplace_back(at_, run_.components[at_].descriptors.size() - 1);
-    } else if (line.starts_with(file) && line.ends_with(" not found") && looked_at_ > 0) {
+    } else if (log_lines::missing_descriptor(line) && looked_at_ > 0) {
       descriptor(looked_at_ - 1).exists = false;
     }
   }
@@ -106,8 +105,8 @@ class SearchWatch {
     return run_.components[component].descriptors[number];
   }
 
-  std::string witness_;
-  RecordedRun& run_;
+  std::string probe_;
+  DryRun& run_;
   std::vector<std::string> codes_;
   std::size_t at_ = 0;                                       ///< the component that is searched
   std::string joined_;                                       ///< what was normalised last
@@ -118,16 +117,18 @@ class SearchWatch {
 /// Thrown out of the run by its command runner when enough commands are known.
 struct EnoughCommands {};
 
-/// Takes down what happens before the first command, and then the commands.
+/// Records what happens before the first command, and then the commands.
 class Recorder {
  public:
-  Recorder(const Session& session, const std::string& witness, const std::optional<std::set<std::size_t>>& wanted_commands)
-      : watch_(session, witness, run_), wanted_commands_(wanted_commands) {}
+  Recorder(const Session& session, const std::string& probe, const std::optional<std::set<std::size_t>>& wanted_commands)
+      : watch_(session, probe, run_), wanted_commands_(wanted_commands) {}
 
   /// Sets the seams of the session that is run.
   void watch(Session& session) {
     session.on_call = [this](const HostCall& call) {
-      if (performing_ && commands_ == 0) watch_.see(call);
+      if (commands_ > 0) return;
+      if (call.operation == "is_file") run_.files.push_back(call.arguments.front());
+      if (performing_) watch_.see(call);
     };
     session.on_variable = [this](const std::string& name, const std::string& value) {
       if (commands_ == 0) run_.actions.back().writes.emplace_back(name, value);
@@ -142,12 +143,12 @@ class Recorder {
       performing_ = action.starts_with("perform_");
     };
     observer.on_log = [this](const std::string& line) {
-      if (commands_ == 0) run_.last_words = line;
+      if (commands_ == 0) run_.log.push_back(line);
     };
     return observer;
   }
 
-  RecordedRun finish(const Session& session, std::string refusal) {
+  DryRun finish(const Session& session, std::string refusal) {
     if (commands_ == 0) run_.variables = session.variables;
     run_.refusal = std::move(refusal);
     return std::move(run_);
@@ -162,7 +163,7 @@ class Recorder {
     return {"", "", 13, 0};
   }
 
-  RecordedRun run_;
+  DryRun run_;
   SearchWatch watch_;
   const std::optional<std::set<std::size_t>>& wanted_commands_;
   std::size_t commands_ = 0;  ///< so far
@@ -171,19 +172,21 @@ class Recorder {
 
 }  // namespace
 
-RecordedRun record_run(const Plugin& plugin, const Session& session,
+bool DryRun::logged(std::string_view line) const { return std::find(log.begin(), log.end(), line) != log.end(); }
+
+DryRun perform_dry_run(const Plugin& plugin, const Session& session,
                        const std::optional<std::set<std::size_t>>& wanted_commands) {
   const std::unique_ptr<Session> copy = copy_of(session);
-  std::unique_ptr<CatalogueComponent> witness = witness_for(session);
-  Recorder recorder(session, witness->code, wanted_commands);
-  copy->components.insert(copy->components.begin(), std::move(witness));
+  std::unique_ptr<CatalogueComponent> probe = probe_for(session);
+  Recorder recorder(session, probe->code, wanted_commands);
+  copy->components.insert(copy->components.begin(), std::move(probe));
   recorder.watch(*copy);
-  std::string refusal;
+  RunRecord record;
   try {
-    refusal = run_session(plugin, *copy, recorder.observer()).refusal;
+    run_session(plugin, *copy, record, {recorder.observer()});
   } catch (const EnoughCommands&) {
   }
-  return recorder.finish(*copy, std::move(refusal));
+  return recorder.finish(*copy, std::move(record.refusal));
 }
 
 }  // namespace eclipse_dry_run

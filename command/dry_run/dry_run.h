@@ -1,5 +1,5 @@
-// A run of a session that changes nothing: its commands are recorded instead of run, and what the plug-in asks of the host on
-// the way is seen.
+// A dry run of a session: it changes nothing, its commands are recorded instead of run, and so is what the plug-in asks of the
+// host on the way.
 #ifndef ECLIPSE_INT_DRY_RUN_DRY_RUN_H
 #define ECLIPSE_INT_DRY_RUN_DRY_RUN_H
 
@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -31,35 +32,40 @@ struct ComponentSearch {
 };
 
 /// A component in whose package the plug-in looked for the executable of an Eclipse.
-struct LookedInto {
+struct ExecutableSearch {
   std::string component;                ///< its code
   std::vector<std::string> candidates;  ///< the files that it looked for
 };
 
 /// An action, and the variables that it set, with their values, in order.
-struct RecordedAction {
+struct DryRunAction {
   std::string name;
   std::vector<std::pair<std::string, std::string>> writes;
 };
 
-/// The run that a session would get, up to its first command; from there on, only the commands.
-struct RecordedRun {
-  std::vector<RecordedAction> actions;
+/// What a run of the session would do up to its first command; from there on, only the commands.
+struct DryRun {
+  std::vector<DryRunAction> actions;
   std::map<std::string, std::string> variables;
-  std::string last_words;  ///< the last line of the log
-  std::string refusal;     ///< as RunRecord has it
-  /// By their numbers: 0 is everything at once, and the others are run when it fails and each of them fails.
+  std::vector<std::string> log;
+  std::vector<std::string> files;  ///< the paths that were asked for as files, in order
+  std::string refusal;             ///< as RunRecord has it
+  /// By their numbers: 0 is the one for all features. The others, one for each feature, are run when it fails; in a dry run
+  /// every command fails.
   std::map<std::size_t, std::string> commands;
-  std::vector<std::string> asked_variables;  ///< those that the last action asked for before it chose an executable
-  std::vector<LookedInto> looked_into;       ///< where the last action looked for the executable
-  std::string executable;                    ///< the one that the last action used or missed; empty when it chose none
-  bool searched = false;                     ///< the plug-in came to look for descriptor files
-  bool every_component = false;              ///< it did so in every component, without asking for their conditions
-  std::vector<ComponentSearch> components;   ///< for each of the session
+  std::vector<std::string> variables_read;            ///< by the last action before it chose an executable
+  std::vector<ExecutableSearch> executable_searches;  ///< of the last action
+  std::string executable;                             ///< the one that the last action chose; empty when it chose none
+  bool searched = false;                              ///< the plug-in looked for descriptor files
+  bool every_component = false;             ///< in every component, without asking whether it is selected for this run
+  std::vector<ComponentSearch> components;  ///< for each of the session
+
+  /// Whether the log has this line.
+  bool logged(std::string_view line) const;
 };
 
-/// Records the run of a session, with the commands of these numbers, or with all.
-RecordedRun record_run(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session,
+/// Performs a dry run of the session, which stays as it is, and records the commands of these numbers, or all.
+DryRun perform_dry_run(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session,
                        const std::optional<std::set<std::size_t>>& wanted_commands);
 
 }  // namespace eclipse_dry_run

@@ -8,9 +8,7 @@
 #include <typeinfo>
 #include <utility>
 
-#include "standalone_host/session_run.h"
-
-using namespace eclipse_shell;
+#include "dry_run/log_lines.h"
 
 using namespace eclipse_host;
 
@@ -18,8 +16,8 @@ namespace eclipse_dry_run {
 
 namespace {
 
-/// The name under which the compiler exports a function. That of a type holds the same account of the parameters,
-/// as "Fv" PARAMETERS "E". A returned text stands in the name only as a tag, which is the caller's to add to `name`.
+/// The mangled name of a function. The name of a function type has the same code for the parameters, as "Fv" PARAMETERS "E". A
+/// returned text appears in the name only as `tag`.
 template <typename Result, typename... Arguments>
 std::string exported_name(std::string_view name, std::string_view tag, Result (*)(Arguments...)) {
   const std::string type = typeid(void(Arguments...)).name();
@@ -30,7 +28,7 @@ class Exports {
  public:
   explicit Exports(const std::filesystem::path& library) : library_(library) {
     handle_ = dlopen(std::filesystem::absolute(library).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
-    if (handle_ == nullptr) throw PluginError(library.string() + ": is not loaded; give the path of the plug-in");
+    if (handle_ == nullptr) throw PluginError(library, "is not loaded; give the path of the plug-in");
   }
 
   template <typename Function>
@@ -38,8 +36,8 @@ class Exports {
     const std::string exported = exported_name(name, tag, Function());
     void* const symbol = dlsym(handle_, exported.c_str());
     if (symbol == nullptr) {
-      throw PluginError(library_.string() + ": has no function \"" + std::string(name) +
-                        "\"; this is not the plug-in, or not this version of it");
+      throw PluginError(library_,
+                        "has no function \"" + std::string(name) + "\"; this is not the plug-in, or not this version of it");
     }
     function = reinterpret_cast<Function>(symbol);
   }
@@ -49,14 +47,8 @@ class Exports {
   void* handle_;
 };
 
-constexpr std::string_view repository_line = "eclipse_int: Repository: ";
-constexpr std::string_view feature_part = " Feature: ";
-constexpr std::string_view order_line = "eclipse_int: order: ";
-constexpr std::string_view order_feature_part = " feature: ";
-
-template <typename Number>
-Number number_in(std::string_view text) {
-  Number number = 0;
+std::size_t number_in(const std::string& text) {
+  std::size_t number = 0;
   std::from_chars(text.data(), text.data() + text.size(), number);
   return number;
 }
@@ -71,24 +63,20 @@ struct Ordered {
   std::size_t feature;
 };
 
-/// What the log says of records whose features are numbers.
+/// What the log reports of records whose features are numbers.
 struct ListLog {
   std::vector<Taken> taken;
   std::vector<Ordered> ordered;
 
   void add(std::string_view line) {
-    if (line.starts_with(repository_line)) {
-      const std::size_t feature = line.rfind(feature_part);
-      taken.push_back({std::string(line.substr(repository_line.size(), feature - repository_line.size())),
-                       number_in<std::size_t>(line.substr(feature + feature_part.size()))});
-    } else if (line.starts_with(order_line)) {
-      const std::size_t feature = line.rfind(order_feature_part);
-      ordered.push_back({number_in<std::int64_t>(line.substr(order_line.size())),
-                         number_in<std::size_t>(line.substr(feature + order_feature_part.size()))});
+    if (auto record = log_lines::taken_record(line)) {
+      taken.push_back({std::move(record->url), number_in(record->feature)});
+    } else if (const auto placed = log_lines::placed_feature(line)) {
+      ordered.push_back({placed->slot, number_in(placed->feature)});
     }
   }
 
-  /// Puts the numbers that another run had in the same places behind those of this one, as their lower digits.
+  /// Appends the numbers of another run as lower digits.
   void add_digit(const ListLog& lower, std::size_t base) {
     for (std::size_t i = 0; i < taken.size(); ++i) taken[i].feature = taken[i].feature * base + lower.taken.at(i).feature;
     for (std::size_t i = 0; i < ordered.size(); ++i) {
@@ -111,9 +99,7 @@ ListLog list_log(decltype(&::populate_lists) populate, const std::vector<plugin_
 
 }  // namespace
 
-bool Rehearsal::logged(std::string_view line) const { return std::find(log.begin(), log.end(), line) != log.end(); }
-
-Library::Library(const Plugin& plugin) : plugin_(plugin) {
+PluginFunctions::PluginFunctions(const Plugin& plugin) : plugin_(plugin) {
   const Exports exports(plugin.library());
   exports.find("split_by_tabs", split_by_tabs_ = nullptr);
   exports.find("process_file", process_file_ = nullptr);
@@ -123,9 +109,9 @@ Library::Library(const Plugin& plugin) : plugin_(plugin) {
   exports.find("find_eclipse_executable", find_eclipse_executable_ = nullptr);
 }
 
-std::vector<std::string> Library::columns(const std::string& line) const { return split_by_tabs_(line); }
+std::vector<std::string> PluginFunctions::columns(const std::string& line) const { return split_by_tabs_(line); }
 
-std::vector<plugin_config> Library::records(const std::string& directory, const std::string& file) const {
+std::vector<plugin_config> PluginFunctions::records(const std::string& directory, const std::string& file) const {
   Session session;
   const ActiveSession active(session);
   std::vector<plugin_config> records;
@@ -133,7 +119,8 @@ std::vector<plugin_config> Library::records(const std::string& directory, const 
   return records;
 }
 
-std::optional<DescriptorFile> Library::descriptor(const CatalogueComponent& component, const std::string& listed) const {
+std::optional<DescriptorFile> PluginFunctions::descriptor(const CatalogueComponent& component,
+                                                          const std::string& listed) const {
   CatalogueComponent lister;
   lister.code = "any";
   lister.installBase = component.installBase;
@@ -148,10 +135,10 @@ std::optional<DescriptorFile> Library::descriptor(const CatalogueComponent& comp
   return DescriptorFile{directory, name, file, ::is_file(file)};
 }
 
-/// The lists are built for the records with their numbers in the place of the features, so that the log tells which record got
-/// which slot. The library looks each new feature up among all before it; to keep those few, the numbers of many records are
-/// written with two digits in a large base, in one run each.
-std::vector<std::optional<Placement>> Library::placements(const std::vector<plugin_config>& records) const {
+/// The lists are built for the records with their numbers in the place of the features, so that the log shows which slot each
+/// record got. The plug-in searches all features before a new one; to keep these few, the numbers of many records are written
+/// with two digits in a large base, and there is one run for each digit.
+std::vector<std::optional<Placement>> PluginFunctions::placements(const std::vector<plugin_config>& records) const {
   constexpr std::size_t few = 500;
   const std::size_t base =
       records.size() <= few ? 1 : 1 + static_cast<std::size_t>(std::sqrt(static_cast<double>(records.size())));
@@ -172,11 +159,11 @@ std::vector<std::optional<Placement>> Library::placements(const std::vector<plug
   return placements;
 }
 
-std::int64_t Library::order(const std::string& text) const {
+std::int64_t PluginFunctions::order(const std::string& text) const {
   return list_log(populate_lists_, {{"any", "0", "", text, ""}}).ordered.at(0).slot;
 }
 
-bool Library::asks_for_integration(const std::vector<std::string>& capabilities) const {
+bool PluginFunctions::asks_for_integration(const std::vector<std::string>& capabilities) const {
   Session session;
   CatalogueComponent component;
   component.code = "any";
@@ -186,7 +173,7 @@ bool Library::asks_for_integration(const std::vector<std::string>& capabilities)
   return session.variable("ECLIPSE_INTEGRATION_REQUIRED") == "yes";
 }
 
-bool Library::marks_ide(const std::string& capability) const {
+bool PluginFunctions::marks_ide(const std::string& capability) const {
   Session session;
   CatalogueComponent component;
   component.code = "any";
@@ -196,7 +183,7 @@ bool Library::marks_ide(const std::string& capability) const {
 }
 
 /// Without the path of an instance the version stays as it is set.
-bool Library::supports_version(const std::string& version, const std::string& minimum) const {
+bool PluginFunctions::supports_version(const std::string& version, const std::string& minimum) const {
   Session session;
   session.variables = {{"ECLIPSE_VERSION", version}, {"ECLIPSE_MIN_SUPPORTED_VERSION", minimum}};
   const ActiveSession active(session);
@@ -204,11 +191,10 @@ bool Library::supports_version(const std::string& version, const std::string& mi
   return session.variable("ECLIPSE_VERSION_IS_SUPPORTED") != "no";
 }
 
-std::vector<std::string> Library::executables(Session& session) const {
-  constexpr std::string_view found = "eclipse_int: found eclipse executable: ";
+std::vector<std::string> PluginFunctions::executables(Session& session) const {
   std::vector<std::string> executables;
   session.on_log = [&](const std::string& line) {
-    if (line.starts_with(found)) executables.push_back(line.substr(found.size()));
+    if (auto executable = log_lines::found_executable(line)) executables.push_back(*std::move(executable));
   };
   {
     const ActiveSession active(session);
@@ -216,23 +202,6 @@ std::vector<std::string> Library::executables(Session& session) const {
   }
   session.on_log = [](const std::string&) {};
   return executables;
-}
-
-Rehearsal Library::rehearse(Session& session) const {
-  Rehearsal rehearsal;
-  session.on_call = [&rehearsal](const HostCall& call) {
-    if (call.operation == "is_file") rehearsal.files.push_back(call.arguments.front());
-  };
-  session.run_command = [&rehearsal](const std::string& command) {
-    rehearsal.commands.push_back(command);
-    return CommandResult();
-  };
-  RunRecord record = run_session(plugin_, session);
-  session.on_call = nullptr;
-  session.run_command = nullptr;
-  rehearsal.log = std::move(record.log);
-  rehearsal.refusal = std::move(record.refusal);
-  return rehearsal;
 }
 
 }  // namespace eclipse_dry_run

@@ -1,4 +1,4 @@
-// The plug-in's own functions, so that whatever is said about a descriptor is what the plug-in makes of it.
+// The plug-in's own functions: whatever a tool says about a descriptor, it asks the plug-in.
 #ifndef ECLIPSE_INT_DRY_RUN_PLUGIN_FUNCTIONS_H
 #define ECLIPSE_INT_DRY_RUN_PLUGIN_FUNCTIONS_H
 
@@ -19,30 +19,22 @@ namespace eclipse_dry_run {
 struct DescriptorFile {
   std::string directory;  ///< the component's
   std::string name;       ///< below the directory
-  std::string path;       ///< of the two together: what is looked at
+  std::string path;       ///< of the file itself, the two joined
   bool exists;            ///< as a regular file
 };
 
-/// What became of a record when the lists were built.
+/// What a record adds when the lists are built.
 struct Placement {
   std::string url;    ///< of its repository, as the director gets it
   std::int64_t slot;  ///< its place in the install order
 };
 
-/// What a run of a session came to, with commands that were recorded instead of run.
-struct Rehearsal {
-  std::vector<std::string> log;
-  std::vector<std::string> commands;
-  std::vector<std::string> files;  ///< the paths that were asked for as files, in order
-  std::string refusal;             ///< why the run stopped before the instance was changed; empty when it did not
-
-  bool logged(std::string_view line) const;
-};
-
-class Library {
+class PluginFunctions {
  public:
   /// Finds the functions in the library that was loaded as `plugin`. Throws PluginError.
-  explicit Library(const eclipse_host::Plugin& plugin);
+  explicit PluginFunctions(const eclipse_host::Plugin& plugin);
+
+  const eclipse_host::Plugin& plugin() const { return plugin_; }
 
   /// The columns of a line.
   std::vector<std::string> columns(const std::string& line) const;
@@ -50,11 +42,11 @@ class Library {
   /// The records of a descriptor file, in the order of its lines.
   std::vector<plugin_config> records(const std::string& directory, const std::string& file) const;
 
-  /// The descriptor file that a component has when its package lists `listed`; nothing when that is none. Whether the component
-  /// takes part in a run is not asked.
+  /// The descriptor file that a component has when its package lists `listed`; nothing when that is not one. Whether the
+  /// component is selected for a run does not matter.
   std::optional<DescriptorFile> descriptor(const eclipse_host::CatalogueComponent& component, const std::string& listed) const;
 
-  /// What becomes of each record of a whole list; nothing for a record that is passed over.
+  /// What each record of a whole list adds; nothing for a record that the plug-in ignores.
   std::vector<std::optional<Placement>> placements(const std::vector<plugin_config>& records) const;
 
   /// The number that is read from an order column.
@@ -68,11 +60,8 @@ class Library {
   /// Whether an instance of this version is supported when this is the minimum.
   bool supports_version(const std::string& version, const std::string& minimum) const;
 
-  /// The executables that are found among the IDE components, of which the last one counts.
+  /// The executables in the packages of the IDE components. The plug-in uses the last one.
   std::vector<std::string> executables(eclipse_host::Session& session) const;
-
-  /// Performs the whole session, but for its commands. Changes its variables as a run does.
-  Rehearsal rehearse(eclipse_host::Session& session) const;
 
  private:
   const eclipse_host::Plugin& plugin_;

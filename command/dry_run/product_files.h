@@ -1,7 +1,9 @@
-// What a run reads of the product and of the Eclipse that it changes.
+// What a run uses of the product and of the Eclipse instance that it changes.
 #ifndef ECLIPSE_INT_DRY_RUN_PRODUCT_FILES_H
 #define ECLIPSE_INT_DRY_RUN_PRODUCT_FILES_H
 
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,9 +12,22 @@
 
 namespace eclipse_dry_run {
 
-/// The descriptor files that are there, whichever components take part, and each executable that may be chosen, with its
-/// configuration. Throws PluginError.
-std::vector<std::string> product_files(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session);
+/// The file that a run of the session uses and that is the same as the given one, which exists, by whatever path or link. These
+/// files are used, whichever components take part: the descriptor files, everything in the update sites that they name, and of
+/// each instance that may be chosen the executable, the configuration, the p2 data and all that is installed. Nothing when the
+/// file is none of these. Throws PluginError.
+std::optional<std::filesystem::path> used_file(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session,
+                                               const std::filesystem::path& file);
+
+/// A descriptor file that cannot be read completely, which the plug-in ignores.
+struct UnreadableDescriptor {
+  std::string path;
+  std::string error;
+};
+
+/// Those among the descriptor files that exist, of all components. Throws PluginError.
+std::vector<UnreadableDescriptor> unreadable_descriptors(const eclipse_host::Plugin& plugin,
+                                                         const eclipse_host::Session& session);
 
 }  // namespace eclipse_dry_run
 

@@ -6,7 +6,7 @@
 #include <set>
 #include <string_view>
 
-#include "base/file_error.h"
+#include "base/file.h"
 #include "base/files_below.h"
 #include "lint/texts.h"
 
@@ -14,7 +14,7 @@ using namespace eclipse_base;
 using namespace eclipse_dry_run;
 
 namespace fs = std::filesystem;
-using eclipse_dry_run::Library;
+using eclipse_dry_run::PluginFunctions;
 
 namespace eclipse_lint {
 
@@ -26,16 +26,7 @@ std::vector<std::string> files_of(const fs::path& directory) {
   std::error_code error;
   auto names = files_below(directory, fs::directory_options::none, error);
   if (!error) return names;
-  throw eclipse_base::FileError(directory.string() + ": cannot be searched: " + error.message() +
-                                "; make it and the directories in it readable");
-}
-
-fs::path full_path_of(const fs::path& directory) {
-  std::error_code error;
-  fs::path path = fs::canonical(directory, error);
-  if (!error) return path;
-  throw eclipse_base::FileError(directory.string() + ": its full path cannot be told: " + error.message() +
-                                "; give the full path");
+  throw FileError(directory, "cannot be searched: " + error.message() + "; make it and the directories in it readable");
 }
 
 /// The directory in whose etc/eclipse a descriptor file lies; empty when that is the searched directory.
@@ -62,7 +53,7 @@ std::optional<fs::path> holder_around(const fs::path& directory) {
 }
 
 /// Whether a repository of one of these descriptor files is there when they are those of a component in `directory`.
-bool holds_a_site(const Library& library, const fs::path& directory, const std::vector<fs::path>& descriptors) {
+bool holds_a_site(const PluginFunctions& library, const fs::path& directory, const std::vector<fs::path>& descriptors) {
   for (const fs::path& descriptor : descriptors) {
     std::set<std::string> repositories;
     auto records = library.records(directory.string(), descriptor.lexically_relative(directory).string());
@@ -76,7 +67,7 @@ bool holds_a_site(const Library& library, const fs::path& directory, const std::
 }
 
 /// The directory of the component that has these descriptor files in an etc/eclipse of `holder`; `outermost` lies around that.
-fs::path component_of(const Library& library, const fs::path& holder, const fs::path& outermost,
+fs::path component_of(const PluginFunctions& library, const fs::path& holder, const fs::path& outermost,
                       const std::vector<fs::path>& descriptors) {
   if (holder == outermost) return holder;
   for (fs::path directory = holder;; directory = directory.parent_path()) {
@@ -88,8 +79,8 @@ fs::path component_of(const Library& library, const fs::path& holder, const fs::
 /// Takes the files of a directory apart by their components. All names are relative to it.
 class ComponentSearch {
  public:
-  ComponentSearch(const Library& library, const fs::path& directory)
-      : library_(library), directory_(directory), absolute_(full_path_of(directory)), names_(files_of(directory)) {}
+  ComponentSearch(const PluginFunctions& library, const fs::path& directory)
+      : library_(library), directory_(directory), absolute_(canonical_path(directory)), names_(files_of(directory)) {}
 
   std::vector<ComponentDirectory> search() {
     for (const std::string& name : names_) {
@@ -140,7 +131,7 @@ class ComponentSearch {
     found_[component].push_back({component.empty() ? name : name.substr(component.size() + 1), (directory_ / name).string()});
   }
 
-  const Library& library_;
+  const PluginFunctions& library_;
   fs::path directory_;
   fs::path absolute_;
   std::vector<std::string> names_;
@@ -150,7 +141,7 @@ class ComponentSearch {
 
 }  // namespace
 
-std::vector<ComponentDirectory> component_directories(const Library& library, const fs::path& directory) {
+std::vector<ComponentDirectory> component_directories(const PluginFunctions& library, const fs::path& directory) {
   return ComponentSearch(library, directory).search();
 }
 

@@ -25,7 +25,7 @@ struct ComponentDirectory {
 /// none of the sites that are named there lies in it, the nearest directory around it in which one does. A directory in a
 /// component's etc/eclipse gives that component, with the files of this directory alone. What belongs to no component is of the
 /// searched directory itself. Throws FileError when a directory cannot be searched.
-std::vector<ComponentDirectory> component_directories(const eclipse_dry_run::Library& library,
+std::vector<ComponentDirectory> component_directories(const eclipse_dry_run::PluginFunctions& library,
                                                       const std::filesystem::path& directory);
 
 }  // namespace eclipse_lint

@@ -5,13 +5,13 @@
 #include <map>
 #include <set>
 #include <sstream>
-#include <stdexcept>
 
 #include "base/file_error.h"
 #include "base/files_below.h"
 #include "base/json_document.h"
 #include "lint/component_directories.h"
 #include "lint/texts.h"
+#include "p2/director_command.h"
 #include "standalone_host/session_file.h"
 
 using namespace eclipse_base;
@@ -47,25 +47,10 @@ bool is_text(std::string_view content) {
   return !ends_lines || content.find('\n') != content.npos;
 }
 
-void cut_lines(const Library& library, Descriptor& descriptor) {
-  const std::string_view content = descriptor.content;
-  for (std::size_t start = 0; start <= content.size();) {
-    const std::size_t end = std::min(content.find('\n', start), content.size());
-    Line& line = descriptor.lines.emplace_back();
-    line.number = descriptor.lines.size();
-    line.text = content.substr(start, end - start);
-    std::size_t column = 0;
-    for (const std::string& text : library.columns(std::string(line.text))) {
-      line.columns.push_back(line.text.substr(column, text.size()));
-      column += text.size() + 1;
-    }
-    start = end + 1;
-  }
-}
-
 class InputReader {
  public:
-  InputReader(const Library& library, Sites& sites) : library_(library), sites_(sites), input_(std::make_unique<Input>()) {
+  InputReader(const PluginFunctions& library, Repositories& sites)
+      : library_(library), sites_(sites), input_(std::make_unique<Input>()) {
     input_->library = &library;
   }
 
@@ -88,18 +73,17 @@ class InputReader {
     return finish();
   }
 
-  std::unique_ptr<Input> read_session(const fs::path& file) {
+  std::unique_ptr<Input> read_session(const fs::path& file, const AddVariables& add_variables) {
     input_->has_components = true;
     auto session = std::make_unique<Session>();
     read_session_file(file, *session);
     JsonLocations places(file.string(), content_of(file).value_or(""));
     SessionFacts& facts = input_->session.emplace(SessionFacts{std::move(places), std::move(session), {}, {}, {}, {}});
     read_session_places(JsonDocument(file).root());
+    add_more_variables(file, add_variables);
     read_unlisted();
     facts.executables = library_.executables(*facts.session);
-    const auto variables = facts.session->variables;
-    facts.run = library_.rehearse(*facts.session);
-    facts.session->variables = variables;
+    facts.run = perform_dry_run(library_.plugin(), *facts.session, std::set<std::size_t>{0});
     return finish();
   }
 
@@ -112,6 +96,18 @@ class InputReader {
     }
     const auto elements = root.get("components").items();
     for (std::size_t i = 0; i < elements.size(); ++i) read_session_component(*facts.session->components.at(i), elements[i]);
+  }
+
+  /// What is set outside of the file has no line in it.
+  void add_more_variables(const fs::path& file, const AddVariables& add_variables) {
+    SessionFacts& facts = *input_->session;
+    const auto of_file = facts.session->variables;
+    add_variables(*facts.session);
+    for (const auto& [name, value] : facts.session->variables) {
+      const auto before = of_file.find(name);
+      if (before != of_file.end() && before->second == value) continue;
+      (name == "KORU_MODE" ? facts.mode : facts.variables[name]) = {file.string()};
+    }
   }
 
   void read_session_component(CatalogueComponent& catalogue, const JsonElement& element) {
@@ -140,7 +136,7 @@ class InputReader {
     std::set<std::string> known;
     for (const Component& component : input_->components) {
       for (const ListedFile& file : component.files) {
-        if (file.descriptor) known.emplace(without_spaces(file.descriptor->path));
+        if (file.descriptor) known.emplace(trimmed(file.descriptor->path));
       }
     }
     for (const Component& component : input_->components) {
@@ -176,34 +172,25 @@ class InputReader {
     Descriptor& descriptor = input_->descriptors.emplace_back();
     descriptor.component = component;
     descriptor.file = shown_file;
-    auto content = content_of(file.path);
-    descriptor.is_readable = content.has_value();
-    descriptor.content = std::move(content).value_or("");
-    descriptor.is_text = descriptor.is_readable && is_text(descriptor.content);
-    if (descriptor.is_text) cut_lines(library_, descriptor);
+    DescriptorContent content = descriptor_content(file.path);
+    descriptor.content = std::move(content.bytes);
+    descriptor.read_error = std::move(content.error);
+    descriptor.is_text = descriptor.is_readable() && is_text(descriptor.content);
+    if (descriptor.is_text) descriptor.lines = descriptor_lines(library_, descriptor.content);
     add_records(descriptor, library_.records(file.directory, file.name));
   }
 
-  /// Records come in the order of the lines, and a line that is dropped never has the columns of the next record: it lacks
-  /// them, or it has a first column that no record has.
+  /// A record without a line takes its slot all the same.
   void add_records(Descriptor& descriptor, std::vector<plugin_config> configs) {
-    auto line = descriptor.lines.begin();
-    for (plugin_config& config : configs) {
-      const auto is_line_of = [&](const Line& each) {
-        return each.columns.size() > 1 && each.columns[0] == config.repository && each.columns[1] == config.feature;
-      };
-      line = std::find_if(line, descriptor.lines.end(), is_line_of);
-      if (line == descriptor.lines.end()) {
-        if (descriptor.is_text)
-          throw std::logic_error(descriptor.file + ": a record was read that stands in none of its lines");
-        input_->configs.push_back(std::move(config));  // takes its slot all the same
-        continue;
+    const auto lines = lines_of_records(descriptor.lines, configs);
+    for (std::size_t i = 0; i < configs.size(); ++i) {
+      if (lines[i] != nullptr) {
+        config_of_record_.push_back(input_->configs.size());
+        input_->records.push_back({nullptr, &descriptor, lines[i], std::nullopt});
+      } else if (descriptor.is_text) {
+        descriptor.read_error = changed_while_read;
       }
-      line->is_record = true;
-      config_of_record_.push_back(input_->configs.size());
-      input_->records.push_back({nullptr, &descriptor, &*line, std::nullopt});
-      input_->configs.push_back(std::move(config));
-      ++line;
+      input_->configs.push_back(std::move(configs[i]));
     }
   }
 
@@ -218,15 +205,15 @@ class InputReader {
     return std::move(input_);
   }
 
-  const Library& library_;
-  Sites& sites_;
+  const PluginFunctions& library_;
+  Repositories& sites_;
   std::unique_ptr<Input> input_;
   std::vector<std::size_t> config_of_record_;
 };
 
 /// Nothing unless each of their sites can be read.
-std::shared_ptr<const Units> offered_to(const std::vector<std::unique_ptr<Input>>& products) {
-  std::set<const Site*> sites;
+std::shared_ptr<const UnitVersions> offered_to(const std::vector<std::unique_ptr<Input>>& products) {
+  std::set<const Repository*> sites;
   for (const auto& input : products) {
     for (const Record& record : input->records) {
       if (record.site == nullptr || !sites.insert(record.site).second) continue;
@@ -234,15 +221,16 @@ std::shared_ptr<const Units> offered_to(const std::vector<std::unique_ptr<Input>
     }
   }
   // The sites outlive the products, so what a single one offers need not be copied.
-  if (sites.size() == 1) return {std::shared_ptr<const Units>(), &*(*sites.begin())->units};
-  const auto units = std::make_shared<Units>();
-  for (const Site* const site : sites) {
+  if (sites.size() == 1) return {std::shared_ptr<const UnitVersions>(), &*(*sites.begin())->units};
+  const auto units = std::make_shared<UnitVersions>();
+  for (const Repository* const site : sites) {
     for (const auto& [id, versions] : *site->units) (*units)[id].insert(versions.begin(), versions.end());
   }
   return units;
 }
 
-std::vector<std::unique_ptr<Input>> read_directory(const Library& library, Sites& sites, const fs::path& directory) {
+std::vector<std::unique_ptr<Input>> read_directory(const PluginFunctions& library, Repositories& sites,
+                                                   const fs::path& directory) {
   std::vector<std::unique_ptr<Input>> products;
   for (const ComponentDirectory& component : component_directories(library, directory)) {
     products.push_back(InputReader(library, sites).read_component(component, directory.string()));
@@ -281,9 +269,8 @@ bool Component::has_descriptors() const {
 }
 
 std::string SessionFacts::executable() const {
-  const std::string choice = variable("ECLIPSE_INTEGRATION_CHOICE");
-  if (choice == "user") return variable("USER_DEFINED_ECLIPSE_PATH");
-  return choice == "internal" && !executables.empty() ? executables.back() : "";
+  const auto command = run.commands.empty() ? std::nullopt : cut_director_command(run.commands.at(0));
+  return command ? command->executable : "";
 }
 
 const Location& SessionFacts::location_of(const std::string& variable) const {
@@ -291,19 +278,20 @@ const Location& SessionFacts::location_of(const std::string& variable) const {
   return found == variables.end() ? mode : found->second;
 }
 
-std::vector<std::unique_ptr<Input>> read_inputs(const Library& library, Sites& sites, const fs::path& path) {
+std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, Repositories& sites, const fs::path& path,
+                                                const AddVariables& add_variables) {
   std::error_code error;
   const auto status = fs::status(path, error);
   const bool is_readable = fs::is_directory(status) || fs::is_regular_file(status);
   if (fs::exists(status) ? !is_readable : path.extension() != ".json") {
-    throw FileError(path.string() + ": " + (fs::exists(status) ? "is no file" : "is not there") +
-                    "; give a descriptor file, a directory of components or a session file (.json)");
+    throw FileError(path, std::string(fs::exists(status) ? "is not a file or directory" : "does not exist") +
+                              "; give a descriptor file, a directory of components or a session file (.json)");
   }
   std::vector<std::unique_ptr<Input>> inputs;
   if (fs::is_directory(status)) {
     inputs = read_directory(library, sites, path);
   } else if (path.extension() == ".json") {
-    inputs.push_back(InputReader(library, sites).read_session(path));
+    inputs.push_back(InputReader(library, sites).read_session(path, add_variables));
   } else {
     inputs.push_back(InputReader(library, sites).read_descriptor(path));
     return inputs;

@@ -4,12 +4,15 @@
 
 #include <deque>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "dry_run/descriptor_lines.h"
+#include "dry_run/dry_run.h"
 #include "dry_run/plugin_functions.h"
 #include "lint/finding.h"
 #include "lint/json_locations.h"
@@ -19,28 +22,23 @@
 namespace eclipse_lint {
 
 using eclipse_dry_run::DescriptorFile;
-using eclipse_dry_run::Library;
 using eclipse_dry_run::Placement;
-using eclipse_dry_run::Rehearsal;
+using eclipse_dry_run::PluginFunctions;
 
 struct Record;
 struct Component;
 
-struct Line {
-  std::size_t number = 0;  ///< from 1
-  std::string_view text;   ///< without its line feed
-  std::vector<std::string_view> columns;
-  bool is_record = false;  ///< otherwise the plug-in drops it
-};
+using Line = eclipse_dry_run::DescriptorLine;
 
 struct Descriptor {
   const Component* component;
   std::string file;  ///< as it is shown
   std::string content;
-  bool is_readable = false;
-  bool is_text = false;  ///< 8-bit text with line feeds; where it is not, lines and records say nothing
+  std::string read_error;  ///< why the file could not be read completely; empty when it could
+  bool is_text = false;    ///< 8-bit text with line feeds; where it is not, lines and records say nothing
   std::deque<Line> lines;
 
+  bool is_readable() const { return read_error.empty(); }
   Location location() const;
   /// Of a stretch of a column, each of them counted from 0; `length` may reach beyond the column.
   Location location(const Line& line, std::size_t column, std::size_t start = 0,
@@ -54,7 +52,7 @@ struct Record {
   const Descriptor* descriptor;
   const Line* line;
   std::optional<eclipse_dry_run::Placement> placement;  ///< nothing when the record is passed over
-  const eclipse_p2::Site* site = nullptr;               ///< where it is known and was looked into
+  const eclipse_p2::Repository* site = nullptr;         ///< where it is known and was looked into
 
   /// A column without the carriage return that a CRLF line end leaves in the last one; empty where there is none.
   std::string_view cell(std::size_t column) const;
@@ -94,21 +92,22 @@ struct UnlistedFile {
 struct SessionFacts {
   JsonLocations places;
   std::unique_ptr<eclipse_host::Session> session;
-  std::map<std::string, Location> variables;  ///< where each is set in the file
+  /// Where each is set; as a whole file, without a line, when it is set outside of the session file.
+  std::map<std::string, Location> variables;
   Location mode;
   std::vector<std::string> executables;  ///< those among the IDE components, of which the last one counts
-  eclipse_dry_run::Rehearsal run;
+  eclipse_dry_run::DryRun run;           ///< up to its first command
 
   std::string variable(const std::string& name) const { return session->variable(name); }
-  /// The one that a run works on or would miss; empty when none is chosen.
+  /// The one that the run's commands start; empty when there is no command.
   std::string executable() const;
-  bool is_removal() const { return variable("KORU_MODE") == "uninstall"; }
+  bool is_removal() const { return session->is_removal(); }
   /// Where a variable is set, or else the mode.
   const Location& location_of(const std::string& variable) const;
 };
 
 struct Input {
-  const eclipse_dry_run::Library* library;
+  const eclipse_dry_run::PluginFunctions* library;
   bool has_components = false;  ///< otherwise it is a single descriptor file, whose component is not known
   std::deque<Component> components;
   std::deque<Descriptor> descriptors;
@@ -118,17 +117,21 @@ struct Input {
   std::optional<SessionFacts> session;
   /// What all sites together offer, which is where the director looks for each feature. Null when a site cannot be read, or is
   /// not known: it might offer anything.
-  std::shared_ptr<const eclipse_p2::Units> offered;
+  std::shared_ptr<const eclipse_p2::UnitVersions> offered;
   std::vector<std::unique_ptr<eclipse_host::CatalogueComponent>> catalogue;  ///< of a product without a session
 
   bool is_removal() const { return session && session->is_removal(); }
 };
 
-/// Reads a descriptor file, a directory, or, when the name ends in ".json", a session file. A directory gives a product for
-/// each component in it; what their sites offer they offer to all of them. Throws FileError when the input cannot be read or is
-/// none of the three.
-std::vector<std::unique_ptr<Input>> read_inputs(const eclipse_dry_run::Library& library, eclipse_p2::Sites& sites,
-                                                const std::filesystem::path& path);
+/// Sets more variables in a session that was read from its file.
+using AddVariables = std::function<void(eclipse_host::Session& session)>;
+
+/// Reads a descriptor file, a directory, or, when the name ends in ".json", a session file. A directory gives an input for each
+/// component in it, and what their repositories contain is available to all of them. Throws FileError when the input cannot be
+/// read or is none of the three.
+std::vector<std::unique_ptr<Input>> read_inputs(const eclipse_dry_run::PluginFunctions& library,
+                                                eclipse_p2::Repositories& sites, const std::filesystem::path& path,
+                                                const AddVariables& add_variables);
 
 }  // namespace eclipse_lint
 

@@ -2,13 +2,10 @@
 
 #include <algorithm>
 #include <charconv>
-#include <fstream>
-#include <sstream>
 #include <tuple>
 
 #include "base/json_document.h"
 #include "lint/input.h"
-#include "lint/json_locations.h"
 #include "lint/rule.h"
 
 using namespace eclipse_base;
@@ -22,7 +19,7 @@ namespace eclipse_lint {
 
 namespace {
 
-/// By location, at one place in the order of the rules. Two that are equal in all of this say the same.
+/// Ordered by location, and at one location in the order of the rules. Findings that are equal in all of this are duplicates.
 auto key_of(const Finding& finding) {
   const Location& location = finding.location;
   return std::tie(location.file, location.line, location.column, finding.rule, finding.message);
@@ -30,7 +27,7 @@ auto key_of(const Finding& finding) {
 
 bool comes_before(const Finding& one, const Finding& other) { return key_of(one) < key_of(other); }
 
-bool says_the_same(const Finding& one, const Finding& other) { return key_of(one) == key_of(other); }
+bool are_duplicates(const Finding& one, const Finding& other) { return key_of(one) == key_of(other); }
 
 bool ends_with_path(const fs::path& path, const fs::path& end) {
   const std::string whole = path.lexically_normal().string();
@@ -39,34 +36,34 @@ bool ends_with_path(const fs::path& path, const fs::path& end) {
 }
 
 /// The document's values do not keep numbers, so they are read where they stand.
-std::size_t line_number(const JsonElement& element, std::string_view text) {
+std::size_t line_number(const JsonElement& element, const JsonDocument& document) {
+  const JsonLocation location = element.location();
+  const std::string_view text = document.line(location.line).substr(location.column - 1, location.length);
   std::size_t number = 0;
-  const char* const start = text.data() + element.offset();
-  const char* const end = text.data() + text.size();
-  const auto read = std::from_chars(start, end, number);
-  const bool has_more = read.ptr != end && (*read.ptr == '.' || *read.ptr == 'e' || *read.ptr == 'E');
-  if (read.ec != std::errc() || number == 0 || has_more) element.fault("is no line number; write a whole number from 1");
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (read.ec != std::errc() || number == 0 || read.ptr != text.data() + text.size())
+    element.fault("is not a line number; write a whole number from 1");
   return number;
 }
 
-Override read_override(const JsonElement& element, const std::string& text) {
+Override read_override(const JsonElement& element, const JsonDocument& document) {
   element.allow_keys({"rule", "file", "line", "reason"});
   Override entry;
   const JsonElement rule = element.get("rule");
   entry.rule = rule.text();
-  if (find_rule(entry.rule) == nullptr) rule.fault(no_rule_called(entry.rule));
+  if (find_rule(entry.rule) == nullptr) rule.fault(unknown_rule(entry.rule));
   if (const auto file = element.find("file")) entry.file = file->text();
-  if (const auto line = element.find("line")) entry.line = line_number(*line, text);
+  if (const auto line = element.find("line")) entry.line = line_number(*line, document);
   const JsonElement reason = element.get("reason");
   entry.reason = reason.text();
   if (entry.reason.find_first_not_of(" \t\r\n") == std::string::npos)
-    reason.fault("is empty; say why the finding is right as it is");
+    reason.fault("is empty; write why the finding is acceptable");
   return entry;
 }
 
 void check(const Input& input, const Settings& settings, Findings& findings) {
   for (const Rule& rule : rules()) {
-    if (settings.disabled.count(std::string(rule.name)) != 0) continue;
+    if (!is_enabled(rule, settings)) continue;
     if (input.is_removal() && !rule.concerns_removals) continue;
     Reporter reporter(rule, findings);
     rule.check(input, reporter);
@@ -78,8 +75,8 @@ void check(const Input& input, const Settings& settings, Findings& findings) {
   }
 }
 
-/// Leaves out what is said in lines or files of which another finding says all.
-void leave_out_covered(Findings& findings) {
+/// Removes the findings in lines or files that another finding supersedes.
+void remove_superseded(Findings& findings) {
   std::set<std::pair<std::string, std::size_t>> lines;
   std::set<std::string> files;
   for (const Finding& finding : findings) {
@@ -95,6 +92,13 @@ void leave_out_covered(Findings& findings) {
 
 }  // namespace
 
+bool is_enabled(const Rule& rule, const Settings& settings) {
+  const auto has = [&](const std::set<std::string>& names) {
+    return names.contains(std::string(rule.name)) || names.contains(std::string(name_of(rule.group)));
+  };
+  return (settings.selected.empty() || has(settings.selected)) && !has(settings.disabled);
+}
+
 bool applies(const Override& entry, const Finding& finding) {
   if (entry.rule != finding.rule->name) return false;
   if (entry.file && !ends_with_path(finding.location.file, *entry.file)) return false;
@@ -103,25 +107,21 @@ bool applies(const Override& entry, const Finding& finding) {
 
 std::vector<Override> read_overrides(const fs::path& file) {
   const JsonDocument document(file);
-  std::ostringstream content;
-  content << std::ifstream(file, std::ios::binary).rdbuf();
-  const std::string text = std::move(content).str();
-  const JsonLocations locations(file.string(), text);
   std::vector<Override> overrides;
   for (const JsonElement& element : document.root().items()) {
-    overrides.push_back(read_override(element, text));
-    overrides.back().location = file.string() + ":" + std::to_string(locations.location(element.offset()).line);
+    overrides.push_back(read_override(element, document));
+    overrides.back().location = file.string() + ":" + std::to_string(element.location().line);
   }
   return overrides;
 }
 
-Findings lint(const Library& library, Sites& sites, const fs::path& path, const Settings& settings) {
+Findings lint(const PluginFunctions& library, Repositories& sites, const fs::path& path, const Settings& settings) {
   Findings findings;
-  for (const auto& input : read_inputs(library, sites, path)) check(*input, settings, findings);
-  leave_out_covered(findings);
+  for (const auto& input : read_inputs(library, sites, path, settings.add_variables)) check(*input, settings, findings);
+  remove_superseded(findings);
   std::sort(findings.begin(), findings.end(), comes_before);
   // A file that is listed twice is read twice.
-  findings.erase(std::unique(findings.begin(), findings.end(), says_the_same), findings.end());
+  findings.erase(std::unique(findings.begin(), findings.end(), are_duplicates), findings.end());
   for (Finding& finding : findings) {
     const auto entry = std::find_if(settings.overrides.begin(), settings.overrides.end(),
                                     [&](const Override& each) { return applies(each, finding); });

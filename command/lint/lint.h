@@ -3,6 +3,7 @@
 #define ECLIPSE_INT_LINT_LINT_H
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
@@ -14,7 +15,7 @@
 
 namespace eclipse_lint {
 
-/// Sets findings of one rule aside, for a reason.
+/// Suppresses findings of one rule, for a reason.
 struct Override {
   std::string rule;
   std::optional<std::string> file;  ///< a path or the end of one
@@ -23,21 +24,27 @@ struct Override {
   std::string location = {};  ///< "FILE:LINE", where it is written
 };
 
-/// Whether an override is for a finding. Of several, the first one counts.
+/// Whether an override is for a finding. Of several, the first one applies.
 bool applies(const Override& entry, const Finding& finding);
 
 /// Reads a file of overrides: a JSON list of {"rule", "file" (optional), "line" (optional), "reason"}. Throws FileError.
 std::vector<Override> read_overrides(const std::filesystem::path& file);
 
 struct Settings {
-  std::set<std::string> disabled;  ///< rules that are not to be checked
+  std::set<std::string> disabled;       ///< rules and groups that are not checked
+  std::set<std::string> selected = {};  ///< when there are any, only these rules and groups are checked
   std::vector<Override> overrides;
+  /// Sets more variables in each session that was read from its file, as a run does.
+  std::function<void(eclipse_host::Session& session)> add_variables = [](eclipse_host::Session&) {};
 };
 
-/// The findings in a descriptor file, the components in a directory, or a session file (.json), in the order of files and
-/// places, with the reason in those that are set aside. Throws FileError when the input is none of the three.
-Findings lint(const eclipse_dry_run::Library& library, eclipse_p2::Sites& sites, const std::filesystem::path& path,
-              const Settings& settings = {});
+/// Whether these settings ask for the findings of a rule.
+bool is_enabled(const Rule& rule, const Settings& settings);
+
+/// The findings in a descriptor file, the components in a directory, or a session file (.json), ordered by file and location,
+/// with the reason in those that are suppressed. Throws FileError when the input is none of the three.
+Findings lint(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
+              const std::filesystem::path& path, const Settings& settings = {});
 
 }  // namespace eclipse_lint
 

@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/printable.h"
+#include "base/text.h"
 #include "lint/report.h"
 
 using namespace eclipse_base;
@@ -17,11 +18,17 @@ void print(std::ostream& out, const Json& document) {
 }
 
 Json finding_as_json(const Finding& finding) {
-  Json entry = {{"rule", finding.rule->name},        {"severity", name_of(finding.severity)},
-                {"file", finding.location.file},     {"line", finding.location.line},
-                {"column", finding.location.column}, {"length", finding.location.length},
-                {"text", finding.location.text},     {"message", finding.message},
-                {"why", finding.rule->why},          {"fix", finding.fix}};
+  Json entry = {{"rule", finding.rule->name},
+                {"group", name_of(finding.rule->group)},
+                {"severity", name_of(finding.severity)},
+                {"file", finding.location.file},
+                {"line", finding.location.line},
+                {"column", finding.location.column},
+                {"length", finding.location.length},
+                {"text", finding.location.text},
+                {"message", finding.message},
+                {"why", finding.rule->why},
+                {"fix", finding.fix}};
   if (finding.reason) entry["override"] = *finding.reason;
   return entry;
 }
@@ -76,7 +83,8 @@ Json rules_as_json() {
                    {"shortDescription", {{"text", rule.title}}},
                    {"fullDescription", {{"text", rule.why}}},
                    {"help", {{"text", "Fix: " + std::string(rule.fix)}}},
-                   {"defaultConfiguration", {{"level", name_of(rule.severity)}}}});
+                   {"defaultConfiguration", {{"level", name_of(rule.severity)}}},
+                   {"properties", {{"tags", Json::array({name_of(rule.group)})}}}});
   }
   return all;
 }

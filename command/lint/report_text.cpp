@@ -2,6 +2,7 @@
 #include <iomanip>
 
 #include "base/printable.h"
+#include "base/text.h"
 #include "lint/report.h"
 #include "lint/texts.h"
 
@@ -14,6 +15,9 @@ namespace {
 constexpr std::size_t longest_line = 160;
 constexpr std::size_t longest_sample = 40;  // in lines
 constexpr std::size_t shown_of_longer = 3;
+
+/// A piece of a file's line.
+std::string shown(std::string_view text) { return printable(text, {.tab = "→"}); }
 
 /// The sequences that switch colours on a terminal, or nothing.
 class Colours {
@@ -35,12 +39,12 @@ class Colours {
 };
 
 std::string position_of(const Location& location) {
-  std::string position = shown_line(location.file) + ":";
+  std::string position = printable(location.file) + ":";
   if (location.line != 0) position += std::to_string(location.line) + ":" + std::to_string(location.column) + ":";
   return position;
 }
 
-/// The line, and below it a mark under the location. Of a long line only what surrounds the place is shown.
+/// The line, and a mark under the location. Of a long line only the surroundings of the location are shown.
 void print_line(std::ostream& out, const Finding& finding, const Colours& colours) {
   const Location& location = finding.location;
   if (location.line == 0 || location.text.empty()) return;
@@ -50,37 +54,37 @@ void print_line(std::ostream& out, const Finding& finding, const Colours& colour
   const std::string_view marked = text.substr(std::min(before.size(), text.size()), location.length);
   const std::string number = std::to_string(location.line);
   const std::string margin = "  " + std::string(number.size(), ' ') + " | ";
-  const std::size_t width = std::max<std::size_t>(characters_in(shown_line(marked)), 1);
-  out << "  " << number << " | " << shown_line(text) << "\n"
-      << margin << std::string(characters_in(shown_line(before)), ' ')
+  const std::size_t width = std::max<std::size_t>(characters_in(shown(marked)), 1);
+  out << "  " << number << " | " << shown(text) << "\n"
+      << margin << std::string(characters_in(shown(before)), ' ')
       << colours.of(finding.severity, "^" + std::string(width - 1, '~')) << "\n";
 }
 
 void print_finding(std::ostream& out, const Finding& finding, const Colours& colours) {
   out << colours.bold(position_of(finding.location)) << " "
-      << colours.of(finding.severity, std::string(name_of(finding.severity)) + ":") << " " << shown_line(finding.message)
-      << " [" << finding.rule->name << "]\n";
+      << colours.of(finding.severity, std::string(name_of(finding.severity)) + ":") << " "
+      << printable(finding.message, {.longest = no_limit}) << " [" << finding.rule->name << "]\n";
   print_line(out, finding, colours);
   out << "  " << colours.faint("why:") << " " << finding.rule->why << "\n"
-      << "  " << colours.faint("fix:") << " " << shown_line(finding.fix) << "\n";
+      << "  " << colours.faint("fix:") << " " << printable(finding.fix, {.longest = no_limit}) << "\n";
 }
 
-/// A content as it is shown, line by line behind an indentation. Of a long one only the beginning.
+/// The lines of a file, indented. Of a long file only the beginning is shown.
 void print_content(std::ostream& out, std::string_view content, const std::string& indentation) {
   if (content.ends_with('\n')) content.remove_suffix(1);
   const auto lines = split(content, '\n');
   const std::size_t count = lines.size() > longest_sample ? shown_of_longer : lines.size();
   for (std::size_t i = 0; i < count; ++i) {
     const std::string_view line = std::string_view(lines[i]).substr(0, longest_line);
-    out << indentation << shown_line(line) << (line.size() < lines[i].size() ? "..." : "") << "\n";
+    out << indentation << shown(line) << (line.size() < lines[i].size() ? "..." : "") << "\n";
   }
-  if (count < lines.size()) out << indentation << "... and " << lines.size() - count << " lines more\n";
+  if (count < lines.size()) out << indentation << "... and " << lines.size() - count << " more lines\n";
 }
 
-/// What has to be known of a sample's file beside its content.
+/// What a reader must know about a file of a sample apart from its content.
 std::string remark_on(const SampleFile& file) {
   if (file.name.ends_with('/')) return " (a directory)";
-  if (file.permissions == 0) return " (not readable)";
+  if (file.permissions == 0) return " (unreadable)";
   if (!file.link_to.empty()) return " -> " + file.link_to;
   return "";
 }
@@ -103,9 +107,9 @@ void print_text(std::ostream& out, const Findings& findings, bool in_colour) {
 
 void print_rule(std::ostream& out, const Rule& rule, bool in_colour) {
   const Colours colours(in_colour);
-  out << colours.bold(std::string(rule.name)) << " (" << colours.of(rule.severity, std::string(name_of(rule.severity)))
-      << "): " << rule.title << "\n\n"
-      << colours.bold("What happens") << "\n  " << rule.why << "\n\n"
+  out << colours.bold(std::string(rule.name)) << " (" << colours.of(rule.severity, std::string(name_of(rule.severity))) << ", "
+      << name_of(rule.group) << "): " << rule.title << "\n\n"
+      << colours.bold("Why") << "\n  " << rule.why << "\n\n"
       << colours.bold("Fix") << "\n  " << rule.fix << "\n\n"
       << colours.bold("Bad") << " (→ is a tab)\n";
   print_sample(out, rule.bad, "  ");
@@ -113,24 +117,35 @@ void print_rule(std::ostream& out, const Rule& rule, bool in_colour) {
   print_sample(out, rule.good, "  ");
 }
 
-void print_rules(std::ostream& out) {
+void print_group(std::ostream& out, Group group) {
   std::size_t width = 0;
   for (const Rule& rule : rules()) width = std::max(width, rule.name.size());
-  for (const Rule& rule : rules()) {
-    out << std::left << std::setw(static_cast<int>(width + 2)) << rule.name << std::setw(9) << name_of(rule.severity)
-        << rule.title << "\n";
+  out << name_of(group) << ": " << heading_of(group) << "\n";
+  for (const Rule* const rule : rules_named(name_of(group))) {
+    out << "  " << std::left << std::setw(static_cast<int>(width + 2)) << rule->name << std::setw(9) << name_of(rule->severity)
+        << rule->title << "\n";
+  }
+}
+
+void print_groups(std::ostream& out) {
+  for (const Group group : groups) {
+    if (group != groups.front()) out << "\n";
+    print_group(out, group);
   }
 }
 
 void print_manual(std::ostream& out) {
   out << "# The rules of `eclipse-int lint`\n\n"
-         "Written by `eclipse-int explain --manual`; `eclipse-int explain RULE` also shows a bad and a good example of a "
-         "rule.\n";
-  for (const Rule& rule : rules()) {
-    out << "\n## " << rule.name << "\n\n"
-        << "**" << name_of(rule.severity) << ":** " << rule.title << "\n\n"
-        << rule.why << "\n\n"
-        << "*Fix:* " << rule.fix << "\n";
+         "Generated by `eclipse-int explain --manual`; `eclipse-int explain RULE` also shows a bad and a good example of a "
+         "rule.\nThe word in parentheses is the name of a group, as `--select` and `--disable` take it.\n";
+  for (const Group group : groups) {
+    out << "\n## " << heading_of(group) << " (`" << name_of(group) << "`)\n";
+    for (const Rule* const rule : rules_named(name_of(group))) {
+      out << "\n### " << rule->name << "\n\n"
+          << "**" << name_of(rule->severity) << ":** " << rule->title << "\n\n"
+          << rule->why << "\n\n"
+          << "*Fix:* " << rule->fix << "\n";
+    }
   }
 }
 

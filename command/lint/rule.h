@@ -1,8 +1,10 @@
-// The rules of lint. Everything about a rule stands in its one entry: reports, explanations, the manual's list and the tests
-// are made from it.
+// The rules of lint. Each rule is declared once, with its check: reports, explanations, the manual and the tests are made from
+// that declaration.
 #ifndef ECLIPSE_INT_LINT_RULE_H
 #define ECLIPSE_INT_LINT_RULE_H
 
+#include <array>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,46 +43,63 @@ struct Sample {
   std::vector<SampleFile> files;
 };
 
-/// How much of the file a finding supersedes: what other rules find there would only mislead.
+/// How much of the file a finding supersedes: other findings there would only mislead.
 enum class Supersedes { nothing, line, file };
 
 /// What a rule is about.
 enum class Group { files, lines, repositories, features, orders, eclipse, session, removal };
+
+/// In the order of the manual.
+inline constexpr std::array groups = {Group::files,  Group::lines,   Group::repositories, Group::features,
+                                      Group::orders, Group::eclipse, Group::session,      Group::removal};
+
+/// The name of a group, a single word.
+std::string_view name_of(Group group);
+/// What the rules of a group are about, as a heading.
+std::string_view heading_of(Group group);
 
 struct Rule {
   std::string_view name;
   Group group;
   Severity severity;
   std::string_view title;  ///< what is wrong
-  std::string_view why;    ///< what the plug-in, the shell or the director makes of it
+  std::string_view why;    ///< what the plug-in, the shell or the director does with it
   std::string_view fix;    ///< what to do
   Sample bad;              ///< has a finding of this rule
   Sample good;             ///< has none of any rule's
   void (*check)(const Input& input, Reporter& reporter);
-  /// Otherwise it is left out when features are removed, for which the director is given no repositories.
+  /// False for a rule that is skipped when features are removed, since the director then gets no repositories.
   bool concerns_removals = true;
-  /// Of two rules that supersede as much, both are heard.
+  /// Of two rules that supersede the same, both report their findings.
   Supersedes supersedes = Supersedes::nothing;
 };
 
-/// All rules, in the order of the manual.
+/// All rules, in the order of their groups.
 const std::vector<Rule>& rules();
 
 /// Null when there is no such rule.
 const Rule* find_rule(std::string_view name);
 
-/// That there is no rule of this name, and which one may be meant.
-std::string no_rule_called(std::string_view name);
+/// Nothing when there is no such group.
+std::optional<Group> find_group(std::string_view name);
 
-// Each in the file of its name, with the checks beside the entries.
-std::vector<Rule> rules_for_files();
-std::vector<Rule> rules_for_lines();
-std::vector<Rule> rules_for_repositories();
-std::vector<Rule> rules_for_features();
-std::vector<Rule> rules_for_orders();
-std::vector<Rule> rules_for_eclipse_choice();
-std::vector<Rule> rules_for_sessions();
-std::vector<Rule> rules_for_removals();
+/// The rule of that name, or all rules of the group of that name; empty when there is neither.
+std::vector<const Rule*> rules_named(std::string_view rule_or_group);
+
+/// That there is no rule of this name, and which one is probably meant.
+std::string unknown_rule(std::string_view name);
+/// The same where the name of a group would do as well.
+std::string unknown_rule_or_group(std::string_view name);
+
+// The rules of each group, in the files of lint/rules/.
+std::vector<Rule> rules_about_files();
+std::vector<Rule> rules_about_lines();
+std::vector<Rule> rules_about_repositories();
+std::vector<Rule> rules_about_features();
+std::vector<Rule> rules_about_orders();
+std::vector<Rule> rules_about_eclipse();
+std::vector<Rule> rules_about_sessions();
+std::vector<Rule> rules_about_removals();
 
 }  // namespace eclipse_lint
 

@@ -1,9 +1,12 @@
 #include <algorithm>
 #include <iterator>
 
-#include "base/json_document.h"
+#include "base/printable.h"
+#include "base/text.h"
 #include "lint/rule.h"
 #include "lint/texts.h"
+
+using namespace eclipse_base;
 
 namespace eclipse_lint {
 
@@ -19,7 +22,7 @@ std::string_view name_of(Severity severity) {
   return "";
 }
 
-std::optional<Severity> severity_called(std::string_view name) {
+std::optional<Severity> severity_named(std::string_view name) {
   for (const Severity severity : {Severity::note, Severity::warning, Severity::error}) {
     if (name == name_of(severity)) return severity;
   }
@@ -38,13 +41,58 @@ void Reporter::report(Severity severity, Location location, std::string message,
   findings_.push_back({&rule_, severity, std::move(location), std::move(message), std::move(fix), std::nullopt});
 }
 
+std::string_view name_of(Group group) {
+  switch (group) {
+    case Group::files:
+      return "files";
+    case Group::lines:
+      return "lines";
+    case Group::repositories:
+      return "repositories";
+    case Group::features:
+      return "features";
+    case Group::orders:
+      return "orders";
+    case Group::eclipse:
+      return "eclipse";
+    case Group::session:
+      return "session";
+    case Group::removal:
+      return "removal";
+  }
+  return "";
+}
+
+std::string_view heading_of(Group group) {
+  switch (group) {
+    case Group::files:
+      return "Descriptor files and where they are";
+    case Group::lines:
+      return "Lines and columns";
+    case Group::repositories:
+      return "Repositories (column 1)";
+    case Group::features:
+      return "Features (column 2)";
+    case Group::orders:
+      return "Orders (column 4)";
+    case Group::eclipse:
+      return "The Eclipse that a session changes";
+    case Group::session:
+      return "Sessions as a whole";
+    case Group::removal:
+      return "Removals";
+  }
+  return "";
+}
+
 const std::vector<Rule>& rules() {
   static const std::vector<Rule> all = [] {
     std::vector<Rule> rules;
-    for (const auto& chapter : {rules_for_files(), rules_for_lines(), rules_for_repositories(), rules_for_features(),
-                                rules_for_orders(), rules_for_eclipse_choice(), rules_for_sessions(), rules_for_removals()}) {
-      rules.insert(rules.end(), chapter.begin(), chapter.end());
+    for (const auto& more : {rules_about_files(), rules_about_lines(), rules_about_repositories(), rules_about_features(),
+                             rules_about_orders(), rules_about_eclipse(), rules_about_sessions(), rules_about_removals()}) {
+      rules.insert(rules.end(), more.begin(), more.end());
     }
+    std::stable_sort(rules.begin(), rules.end(), [](const Rule& one, const Rule& other) { return one.group < other.group; });
     return rules;
   }();
   return all;
@@ -55,13 +103,43 @@ const Rule* find_rule(std::string_view name) {
   return found == rules().end() ? nullptr : &*found;
 }
 
-std::string no_rule_called(std::string_view name) {
-  const Rule& nearest = *std::min_element(rules().begin(), rules().end(), [&](const Rule& one, const Rule& other) {
-    return distance(name, one.name) < distance(name, other.name);
-  });
-  const std::string message = "there is no rule " + eclipse_base::in_quotes(name);
-  if (distance(name, nearest.name) > nearest.name.size() / 3) return message + "; \"eclipse-int explain\" lists them all";
-  return message + "; did you mean " + eclipse_base::in_quotes(nearest.name) + "?";
+std::optional<Group> find_group(std::string_view name) {
+  const auto found = std::find_if(groups.begin(), groups.end(), [&](Group group) { return name_of(group) == name; });
+  return found == groups.end() ? std::nullopt : std::optional(*found);
+}
+
+std::vector<const Rule*> rules_named(std::string_view rule_or_group) {
+  const auto group = find_group(rule_or_group);
+  std::vector<const Rule*> named;
+  for (const Rule& rule : rules()) {
+    if (rule.name == rule_or_group || rule.group == group) named.push_back(&rule);
+  }
+  return named;
+}
+
+namespace {
+
+/// "there is no KIND "NAME"", with what is probably meant.
+std::string unknown(std::string_view kind, std::string_view name, const std::vector<std::string>& known) {
+  const std::string message = "there is no " + std::string(kind) + " " + in_quotes(name);
+  const auto meant = similar_word(name, known);
+  return message + (meant ? "; did you mean " + in_quotes(*meant) + "?" : "; \"eclipse-int explain\" lists them all");
+}
+
+std::vector<std::string> rule_names() {
+  std::vector<std::string> names;
+  for (const Rule& rule : rules()) names.emplace_back(rule.name);
+  return names;
+}
+
+}  // namespace
+
+std::string unknown_rule(std::string_view name) { return unknown("rule", name, rule_names()); }
+
+std::string unknown_rule_or_group(std::string_view name) {
+  std::vector<std::string> names = rule_names();
+  for (const Group group : groups) names.emplace_back(name_of(group));
+  return unknown("rule or group", name, names);
 }
 
 }  // namespace eclipse_lint

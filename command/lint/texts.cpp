@@ -2,18 +2,14 @@
 
 #include <algorithm>
 #include <cctype>
-#include <numeric>
-#include <utility>
 
-#include "base/printable.h"
+#include "lint/rules/shell_changes.h"
 
 using namespace eclipse_base;
 
 namespace eclipse_lint {
 
 namespace {
-
-char lower(char letter) { return static_cast<char>(std::tolower(static_cast<unsigned char>(letter))); }
 
 bool is_letter(char byte) { return std::isalpha(static_cast<unsigned char>(byte)) != 0; }
 
@@ -26,44 +22,10 @@ bool is_word(std::string_view text) {
 
 }  // namespace
 
-std::string lower_case(std::string_view text) {
-  std::string lowered(text);
-  std::transform(text.begin(), text.end(), lowered.begin(), lower);
-  return lowered;
-}
-
 std::string with_slashes(std::string_view listed) {
   std::string converted(listed);
   std::replace(converted.begin(), converted.end(), '\\', '/');
   return converted;
-}
-
-std::vector<std::string> split(std::string_view text, char separator) {
-  std::vector<std::string> pieces;
-  for (std::size_t end; (end = text.find(separator)) != text.npos; text.remove_prefix(end + 1)) {
-    pieces.emplace_back(text.substr(0, end));
-  }
-  pieces.emplace_back(text);
-  return pieces;
-}
-
-std::string_view without_spaces(std::string_view text) {
-  constexpr std::string_view spaces = " \t\r\v\f";
-  text.remove_prefix(std::min(text.find_first_not_of(spaces), text.size()));
-  return text.substr(0, text.find_last_not_of(spaces) + 1);
-}
-
-std::size_t distance(std::string_view from, std::string_view to) {
-  std::vector<std::size_t> row(to.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < from.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i + 1);
-    for (std::size_t j = 0; j < to.size(); ++j) {
-      const std::size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
-      diagonal = std::exchange(row[j + 1], std::min({replaced, row[j] + 1, row[j + 1] + 1}));
-    }
-  }
-  return row.back();
 }
 
 bool looks_like_feature(std::string_view text) {
@@ -72,7 +34,7 @@ bool looks_like_feature(std::string_view text) {
 }
 
 bool is_comment(std::string_view text) {
-  const std::string_view begin = without_spaces(text);
+  const std::string_view begin = trimmed(text);
   return begin.starts_with('#') || begin.starts_with("//") || begin.starts_with(';');
 }
 
@@ -102,8 +64,6 @@ std::string likely_group(const std::string& id) {
   return id + (id.ends_with(".feature") ? ".group" : ".feature.group");
 }
 
-std::string_view special_in(bool archive) { return archive ? special_in_quotes : ";&|<>()$`'\""; }
-
 std::size_t url_syntax_in(std::string_view path, bool archive) {
   const auto is_digit = [&](std::size_t i) {
     return i < path.size() && std::isxdigit(static_cast<unsigned char>(path[i])) != 0;
@@ -115,23 +75,14 @@ std::size_t url_syntax_in(std::string_view path, bool archive) {
   return path.npos;
 }
 
-bool is_utf8(std::string_view text) {
-  for (; !text.empty(); text.remove_prefix(character_length(text))) {
-    if (character_length(text) == 0) return false;
-  }
-  return true;
-}
-
 bool looks_like_site(std::string_view text) { return text.find('/') != text.npos || lower_case(text).ends_with(".zip"); }
 
 bool is_plain_repository(const Record& record) {
   const std::string_view text = record.repository();
   const bool archive = is_archive(record);
   if (text.empty() || text.starts_with('/') || has_scheme(text) || has_drive_letter(text)) return false;
-  if (text != without_spaces(text) || (!archive && text.find(' ') != text.npos)) return false;
-  if (text.starts_with('"') || text.starts_with('\'')) return false;
-  return text.find_first_of(special_in(archive)) == text.npos && text.find_first_of("\\,") == text.npos &&
-         url_syntax_in(text, archive) == text.npos && is_utf8(text);
+  if (text != trimmed(text) || !changes_in_repository(record).empty()) return false;
+  return text.find_first_of("\\,") == text.npos && url_syntax_in(text, archive) == text.npos && is_utf8(text);
 }
 
 }  // namespace eclipse_lint

@@ -7,24 +7,15 @@
 #include <string_view>
 #include <vector>
 
+#include "base/text.h"
 #include "lint/input.h"
 
 namespace eclipse_lint {
 
-std::string lower_case(std::string_view text);
 std::string with_slashes(std::string_view listed);
-std::vector<std::string> split(std::string_view text, char separator);
-std::string_view without_spaces(std::string_view text);
-
-/// How many letters have to be put in, left out or replaced to make one word of the other.
-std::size_t distance(std::string_view from, std::string_view to);
 
 /// Two or more words with dots between them, as ids of features are; ".feature.group" may follow.
 bool looks_like_feature(std::string_view text);
-
-/// The characters that a shell interprets in a word without quotes, spaces and backslashes aside, and in double quotes.
-inline constexpr std::string_view special_without_quotes = ";&|<>()$`'\"*[]";
-inline constexpr std::string_view special_in_quotes = "$`\"";
 
 /// True for what people write in front of a comment. There are none, which is a rule's own matter.
 bool is_comment(std::string_view text);
@@ -43,13 +34,9 @@ bool is_archive(const Record& record);
 /// all likely to mean "x.feature.group".
 std::string likely_group(const std::string& id);
 
-/// What the shell interprets in a repository's URL, and what the director does not take in it, wherever it stands: a fragment
-/// or an escape of a URL; outside of an archive a query or a bracket, too; in an archive "!/", which ends its path. npos for
-/// none.
-std::string_view special_in(bool archive);
+/// Where a path has what a URL does not take as it is: a fragment or an escape; outside of an archive a query or a bracket,
+/// too; in an archive "!/", which ends its path. npos for none.
 std::size_t url_syntax_in(std::string_view path, bool archive);
-
-bool is_utf8(std::string_view text);
 
 /// A path of a site: it has a slash, or ends like an archive.
 bool looks_like_site(std::string_view text);

@@ -5,21 +5,16 @@
 #include <filesystem>
 #include <system_error>
 
-#include "base/json_document.h"
+#include "base/printable.h"
+#include "base/text.h"
+#include "p2/director_command.h"
 #include "p2/director_failure.h"
 
-using eclipse_p2::white_space;
+using namespace eclipse_base;
 
 namespace eclipse_p2 {
 
 namespace {
-
-/// For a path that may hold anything.
-std::string quoted_for_shell(const std::string& text) {
-  std::string quoted = "'";
-  for (const char byte : text) quoted += byte == '\'' ? "'\\''" : std::string(1, byte);
-  return quoted + "'";
-}
 
 /// Other lines tell how long it took, or what the machine that runs the director complains of.
 bool is_unit(std::string_view line) {
@@ -29,8 +24,8 @@ bool is_unit(std::string_view line) {
 }
 
 std::string_view last_line(std::string_view output) {
-  const std::string_view text = without_white_space(output);
-  return without_white_space(text.substr(text.rfind('\n') + 1));
+  const std::string_view text = trimmed(output);
+  return trimmed(text.substr(text.rfind('\n') + 1));
 }
 
 /// In English, which the question asks for. Whatever else may be started as the executable prints something else, or nothing.
@@ -40,7 +35,7 @@ void check_is_answer(const std::string& executable, std::string_view output) {
   constexpr std::size_t shown = 200;
   const std::string printed =
       last.empty() ? "it printed nothing"
-                   : "what it printed ends with " + eclipse_base::in_quotes(last.substr(0, shown)) +
+                   : "what it printed ends with " + in_quotes(last.substr(0, shown)) +
                          (last.size() > shown ? " and " + std::to_string(last.size() - shown) + " more bytes" : "");
   throw InstanceError("\"" + executable +
                       "\" does not say what is installed: the answer of a director ends with \"Operation completed in N ms.\", "
@@ -54,7 +49,7 @@ std::vector<Unit> units_in(std::string_view output) {
   std::vector<Unit> units;
   while (!output.empty()) {
     const std::size_t end = std::min(output.find('\n'), output.size());
-    const std::string_view line = without_white_space(output.substr(0, end));
+    const std::string_view line = trimmed(output.substr(0, end));
     if (is_unit(line)) units.push_back(eclipse_p2::unit_called(line));
     output.remove_prefix(std::min(end + 1, output.size()));
   }
@@ -65,9 +60,7 @@ std::vector<Unit> units_in(std::string_view output) {
 InstalledUnits installed_units(const std::string& executable, const eclipse_shell::CommandProgress& progress) {
   const auto instance = eclipse_p2::instance_directory(executable);
   const InstanceLogs logs(instance);
-  const auto result = eclipse_shell::run_in_shell(
-      quoted_for_shell(executable) + " -nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots",
-      progress);
+  const auto result = eclipse_shell::run_in_shell(list_roots_command(executable), progress);
   if (result.exit_code != 0) {
     throw InstanceError("\"" + executable + "\" cannot be asked for what is installed: exit code " +
                         std::to_string(result.exit_code) + ", " + text_of(explain(result, logs)));

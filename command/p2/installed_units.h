@@ -14,10 +14,6 @@
 
 namespace eclipse_p2 {
 
-using eclipse_p2::is_wanted;
-using eclipse_p2::Unit;
-using eclipse_p2::units_named;
-
 /// The instance cannot say what it has installed. The message tells why, on one or more lines.
 class InstanceError : public std::runtime_error {
  public:

@@ -25,7 +25,7 @@ namespace eclipse_p2 {
 
 namespace {
 
-/// A file is called by the milliseconds at which its state was written; nothing for one that is no state.
+/// A state's file name starts with the milliseconds at which it was written; nothing for a file that is not a state.
 std::optional<long long> time_of(const fs::path& file) {
   const std::string name = file.filename().string();
   long long time = 0;
@@ -33,19 +33,6 @@ std::optional<long long> time_of(const fs::path& file) {
   const std::string_view rest(end, static_cast<std::size_t>(name.data() + name.size() - end));
   if (error != std::errc() || (rest != ".profile" && rest != ".profile.gz")) return std::nullopt;
   return time;
-}
-
-fs::path newest_state(const fs::path& profile) {
-  fs::path newest;
-  long long newest_time = -1;
-  std::error_code error;
-  for (const auto& file : fs::directory_iterator(profile, error)) {
-    const auto time = time_of(file.path());
-    if (!time || *time <= newest_time) continue;
-    newest = file.path();
-    newest_time = *time;
-  }
-  return newest;
 }
 
 /// The profile that the instance works on, as its configuration says; empty when it does not.
@@ -73,18 +60,49 @@ fs::path profile_of(const fs::path& instance) {
   return profiles.size() == 1 ? profiles.front() : fs::path();
 }
 
-/// The content of a file, be it compressed or not; nothing when it cannot be read to its end.
-std::optional<std::string> content_of(const fs::path& file) {
-  const std::unique_ptr<gzFile_s, int (*)(gzFile)> stream(gzopen(file.c_str(), "rb"), &gzclose);
-  if (!stream) return std::nullopt;
-  std::string content;
+/// What a state holds, or why p2 cannot read it.
+struct StateContent {
+  pugi::xml_document document;
+  std::string error;
+};
+
+/// Fails for a file that is not compressed, as p2 does for a state with this ending.
+bool decompress(const fs::path& file, std::string& content) {
+  const gzFile stream = gzopen(file.c_str(), "rb");
+  if (stream == nullptr) return false;
   std::array<char, 65536> piece;
   int count = 0;
-  while ((count = gzread(stream.get(), piece.data(), static_cast<unsigned>(piece.size()))) > 0) {
+  while ((count = gzread(stream, piece.data(), static_cast<unsigned>(piece.size()))) > 0) {
     content.append(piece.data(), static_cast<std::size_t>(count));
   }
-  if (count < 0 || gzeof(stream.get()) == 0) return std::nullopt;
-  return content;
+  const bool is_compressed = gzdirect(stream) == 0;
+  const bool is_at_end = gzeof(stream) != 0;
+  return gzclose(stream) == Z_OK && count == 0 && is_compressed && is_at_end;
+}
+
+StateContent read_state(const fs::path& state) {
+  StateContent read;
+  std::error_code error;
+  if (!fs::is_regular_file(state, error)) {
+    read.error = "is not a regular file";
+  } else if (std::ifstream file(state, std::ios::binary); !file) {
+    read.error = "cannot be read";
+  } else {
+    std::string content;
+    if (state.extension() != ".gz") {
+      content.assign(std::istreambuf_iterator<char>(file), {});
+    } else if (!decompress(state, content)) {
+      read.error = "is not complete gzip data";
+      return read;
+    }
+    if (!read.document.load_buffer(content.data(), content.size())) {
+      read.document.reset();
+      read.error = "is not well-formed XML";
+    } else if (!read.document.child("profile")) {
+      read.error = "has no <profile> element";
+    }
+  }
+  return read;
 }
 
 /// Other namespaces have names of their own: a package is often called as a bundle is, and any bundle may have it.
@@ -134,16 +152,31 @@ fs::path instance_directory(const std::string& executable) {
   return (error ? fs::path(executable) : file).parent_path();
 }
 
+std::vector<fs::path> profile_states(const fs::path& instance) {
+  std::vector<std::pair<long long, fs::path>> states;
+  std::error_code error;
+  for (const auto& file : fs::directory_iterator(profile_of(instance), error)) {
+    if (const auto time = time_of(file.path())) states.emplace_back(*time, file.path());
+  }
+  std::sort(states.rbegin(), states.rend());
+  std::vector<fs::path> files;
+  files.reserve(states.size());
+  for (auto& [time, file] : states) files.push_back(std::move(file));
+  return files;
+}
+
+std::string profile_state_error(const fs::path& state) { return read_state(state).error; }
+
 fs::path profile_file(const fs::path& instance) {
-  const fs::path profile = profile_of(instance);
-  return profile.empty() ? fs::path() : newest_state(profile);
+  const std::vector<fs::path> states = profile_states(instance);
+  return states.empty() ? fs::path() : states.front();
 }
 
 std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance) {
-  const auto content = content_of(profile_file(instance));
-  pugi::xml_document document;
-  if (!content || !document.load_buffer(content->data(), content->size())) return std::nullopt;
-  const pugi::xml_node profile = document.child("profile");
+  const fs::path newest = profile_file(instance);
+  if (newest.empty()) return std::nullopt;
+  const StateContent state = read_state(newest);
+  const pugi::xml_node profile = state.document.child("profile");
   if (!profile.child("units")) return std::nullopt;
   return units_in(profile);
 }

@@ -21,8 +21,15 @@ struct InstalledUnit {
 /// The directory of the instance whose executable this is, also when a link names it.
 std::filesystem::path instance_directory(const std::string& executable);
 
-/// The newest state of the profile of the instance in this directory; empty when there is none, or none that is certain to be
-/// its.
+/// Every state of the profile of the instance in this directory, newest first. p2 starts from the first one and never falls
+/// back to another, even if that one is damaged. Empty when there is none, or when it is not certain which profile is the
+/// instance's.
+std::vector<std::filesystem::path> profile_states(const std::filesystem::path& instance);
+
+/// Why p2 cannot read a state, to be read after its file name, such as "is not complete gzip data"; empty when it can.
+std::string profile_state_error(const std::filesystem::path& state);
+
+/// The newest state; empty when there is none.
 std::filesystem::path profile_file(const std::filesystem::path& instance);
 
 /// Every unit that the profile of the instance in this directory has, roots and what came along with them, as its newest state

@@ -38,7 +38,7 @@ bool is_file(const fs::path& path) {
 }
 
 /// True when something is there that may not be read.
-bool is_closed(const fs::path& path) {
+bool is_unreadable(const fs::path& path) {
   std::error_code error;
   const auto status = fs::status(path, error);
   if (!fs::exists(status)) return error == std::errc::permission_denied;
@@ -70,7 +70,7 @@ class SiteFiles {
     return std::any_of(names.begin(), names.end(), [&](std::string_view name) { return has(std::string(name)); });
   }
 
-  bool is_closed(const std::string& name) const { return !archive_ && eclipse_p2::is_closed(path_ / name); }
+  bool is_unreadable(const std::string& name) const { return !archive_ && eclipse_p2::is_unreadable(path_ / name); }
 
   /// A directory inside that has metadata, with a "/" at its end; empty when there is none.
   std::string nested_metadata() const {
@@ -105,17 +105,17 @@ class SiteFiles {
 /// What a file of metadata says, or why it says nothing. Without either it cannot be read here, but perhaps elsewhere.
 struct Metadata {
   std::optional<pugi::xml_document> document;
-  std::string damage;
-  bool is_closed = false;
+  std::string error;
+  bool is_unreadable = false;
 };
 
 Metadata parsed(const std::string& content, const std::string& name) {
   Metadata metadata;
   pugi::xml_document document;
   if (!document.load_buffer(content.data(), content.size())) {
-    metadata.damage = name + " is no XML";
+    metadata.error = name + " is no XML";
   } else if (!document.child("repository")) {
-    metadata.damage = name + " describes no repository";
+    metadata.error = name + " describes no repository";
   } else {
     metadata.document = std::move(document);
   }
@@ -138,7 +138,7 @@ Metadata packed_metadata(const SiteFiles& files, const std::string& name) {
 
 Metadata read_metadata(const SiteFiles& files, const std::string& name) {
   for (const std::string& file : {name + ".jar", name + ".xml"}) {
-    if (files.has(file) && files.is_closed(file)) return {std::nullopt, file + " cannot be read", true};
+    if (files.has(file) && files.is_unreadable(file)) return {std::nullopt, file + " cannot be read", true};
     if (files.has(file)) break;
   }
   if (files.has(name + ".jar")) return packed_metadata(files, name);
@@ -155,8 +155,9 @@ std::optional<fs::path> place_of_child(std::string location, const fs::path& com
 }
 
 /// Lost children are passed over. What is offered is known only when all others can be read.
-void look_into_children(const pugi::xml_document& composite, const fs::path& path, Sites& sites, Site& site) {
-  Units units;
+void look_into_children(const pugi::xml_document& composite, const fs::path& path, Repositories& repositories,
+                        Repository& site) {
+  UnitVersions units;
   bool is_known = true;
   for (const pugi::xml_node node : composite.child("repository").child("children").children("child")) {
     const std::string location = node.attribute("location").value();
@@ -165,9 +166,9 @@ void look_into_children(const pugi::xml_document& composite, const fs::path& pat
       is_known = false;
       continue;
     }
-    const Site& child = sites.at(*place);
-    if (!child.is_repository || !child.damage.empty()) {
-      site.lost_children.push_back(location);
+    const Repository& child = repositories.at(*place);
+    if (!child.is_repository || !child.error.empty()) {
+      site.missing_children.push_back(location);
     } else if (child.units) {
       for (const auto& [id, versions] : *child.units) units[id].insert(versions.begin(), versions.end());
       site.needed_artifacts.insert(child.needed_artifacts.begin(), child.needed_artifacts.end());
@@ -183,8 +184,8 @@ std::string name_of_artifact(const pugi::xml_node& artifact) {
          artifact.attribute("version").value();
 }
 
-void read_units(const pugi::xml_document& content, Site& site) {
-  Units& units = site.units.emplace();
+void read_units(const pugi::xml_document& content, Repository& site) {
+  UnitVersions& units = site.units.emplace();
   for (const pugi::xml_node unit : content.child("repository").child("units").children("unit")) {
     units[unit.attribute("id").value()].insert(unit.attribute("version").value());
     for (const pugi::xml_node artifact : unit.child("artifacts").children("artifact")) {
@@ -193,7 +194,7 @@ void read_units(const pugi::xml_document& content, Site& site) {
   }
 }
 
-/// The rule by which the files of most sites are called, with the directory that it puts those of a classifier into.
+/// The rule by which the files of most repositories are called, with the directory that it puts those of a classifier into.
 bool maps_to(const pugi::xml_node& repository, const std::string& classifier, const std::string& directory) {
   const std::string filter = "(& (classifier=" + classifier + "))";
   const std::string output = "${repoUrl}/" + directory + "/${id}_${version}.jar";
@@ -219,14 +220,14 @@ bool is_kept_otherwise(const pugi::xml_node& artifact) {
   return static_cast<bool>(artifact.child("properties").find_child_by_attribute("property", "name", "format"));
 }
 
-void read_artifacts(const SiteFiles& files, Site& site) {
+void read_artifacts(const SiteFiles& files, Repository& site) {
   site.lists_artifacts = files.has_any(artifact_list_names);
   if (!site.lists_artifacts) site.artifacts.emplace();
   if (files.has("artifacts.xml.xz") || !(files.has("artifacts.jar") || files.has("artifacts.xml"))) return;
   const Metadata list = read_metadata(files, "artifacts");
-  if (site.damage.empty()) {
-    site.damage = list.damage;
-    site.is_closed = list.is_closed;
+  if (site.error.empty()) {
+    site.error = list.error;
+    site.is_unreadable = list.is_unreadable;
   }
   if (!list.document) return;
   const pugi::xml_node repository = list.document->child("repository");
@@ -241,55 +242,55 @@ void read_artifacts(const SiteFiles& files, Site& site) {
     if (file.empty() || files.has(file)) {
       site.artifacts->insert(name_of_artifact(artifact));
     } else {
-      site.lost_artifacts.emplace(name_of_artifact(artifact), std::move(file));
+      site.missing_artifacts.emplace(name_of_artifact(artifact), std::move(file));
     }
   }
 }
 
 /// Nothing is said of what is compressed with xz: it is preferred where it can be read, which it cannot here.
-void read_offer(const SiteFiles& files, const fs::path& path, Sites& sites, Site& site) {
+void read_offer(const SiteFiles& files, const fs::path& path, Repositories& repositories, Repository& site) {
   if (files.has("content.jar") || files.has("content.xml")) {
     const Metadata content = read_metadata(files, "content");
-    if (!files.has("content.xml.xz")) site.damage = content.damage;
-    site.is_closed = content.is_closed;
+    if (!files.has("content.xml.xz")) site.error = content.error;
+    site.is_unreadable = content.is_unreadable;
     if (content.document) read_units(*content.document, site);
   } else if (!files.has("content.xml.xz")) {
     const Metadata composite = read_metadata(files, "compositeContent");
-    site.damage = composite.damage;
-    site.is_closed = composite.is_closed;
+    site.error = composite.error;
+    site.is_unreadable = composite.is_unreadable;
     // The children of an archive are sought in it, or beside it, in a way of its own.
-    if (composite.document && !files.are_in_archive()) look_into_children(*composite.document, path, sites, site);
+    if (composite.document && !files.are_in_archive()) look_into_children(*composite.document, path, repositories, site);
   }
 }
 
-Site look_into(const fs::path& path, Sites& sites) {
-  Site site;
+Repository look_into(const fs::path& path, Repositories& repositories) {
+  Repository site;
   std::error_code error;
   site.exists = fs::exists(path, error);
   if (!site.exists) return site;
   site.is_directory = fs::is_directory(path, error);
-  site.is_closed = is_closed(path);
-  if (site.is_closed) {
-    site.damage = "it cannot be read";
+  site.is_unreadable = is_unreadable(path);
+  if (site.is_unreadable) {
+    site.error = "it cannot be read";
     return site;
   }
   const SiteFiles files(path);
   site.is_repository = files.has_any(metadata_names);
   if (site.is_repository) {
-    read_offer(files, path, sites, site);
+    read_offer(files, path, repositories, site);
     read_artifacts(files, site);
   } else if (site.is_directory || files.are_in_archive()) {
     site.nested = files.nested_metadata();
   } else {
-    site.damage = "it is no archive";
+    site.error = "it is no archive";
   }
   return site;
 }
 
 }  // namespace
 
-const Site& Sites::at(const fs::path& path) {
-  const auto [known, is_new] = sites_.try_emplace(path);
+const Repository& Repositories::at(const fs::path& path) {
+  const auto [known, is_new] = repositories_.try_emplace(path);
   if (is_new) {
     // A composite that has itself among its children finds a repository there of which no more is known.
     known->second.is_repository = true;

@@ -1,4 +1,4 @@
-// Update sites, as far as they tell without a director what they offer.
+// Update repositories, as far as they tell without a director what they offer.
 #ifndef ECLIPSE_INT_P2_REPOSITORY_H
 #define ECLIPSE_INT_P2_REPOSITORY_H
 
@@ -12,19 +12,19 @@
 namespace eclipse_p2 {
 
 /// The ids of units, each with its versions.
-using Units = std::map<std::string, std::set<std::string>>;
+using UnitVersions = std::map<std::string, std::set<std::string>>;
 
-struct Site {
+struct Repository {
   bool exists = false;
   bool is_directory = false;
   bool is_repository = false;  ///< it has p2 metadata
   std::string nested;          ///< when it has none: a directory inside it that has
-  std::string damage;          ///< what keeps everybody from reading its metadata; empty when nothing does
+  std::string error;           ///< what keeps everybody from reading its metadata; empty when nothing does
   /// Of a composite: the places of those children that are not there or cannot be read.
-  std::vector<std::string> lost_children;
-  /// What it offers; nothing when that cannot be read here, as in a composite of remote sites.
-  std::optional<Units> units;
-  bool is_closed = false;  ///< the damage is that it, or its metadata, may not be read
+  std::vector<std::string> missing_children;
+  /// What it offers; nothing when that cannot be read here, as in a composite of remote repositories.
+  std::optional<UnitVersions> units;
+  bool is_unreadable = false;  ///< the error is that it, or its metadata, may not be read
 
   // Artifacts, which are the files that units consist of, are named as the director names them: "osgi.bundle,ID,VERSION".
   std::set<std::string> needed_artifacts;  ///< by its units
@@ -32,17 +32,17 @@ struct Site {
   /// Those that it has; nothing when that cannot be read here.
   std::optional<std::set<std::string>> artifacts;
   /// Those that its metadata lists but whose files are not there, with the paths of these in the site.
-  std::map<std::string, std::string> lost_artifacts;
+  std::map<std::string, std::string> missing_artifacts;
 };
 
-/// The sites that were looked into so far.
-class Sites {
+/// The repositories that were looked into so far.
+class Repositories {
  public:
   /// The site at a path, a directory or an archive. It stays where it is.
-  const Site& at(const std::filesystem::path& path);
+  const Repository& at(const std::filesystem::path& path);
 
  private:
-  std::map<std::filesystem::path, Site> sites_;
+  std::map<std::filesystem::path, Repository> repositories_;
 };
 
 }  // namespace eclipse_p2

@@ -15,24 +15,23 @@
 #include "shell/command_runner.h"
 #include "shell/shell_cause.h"
 #include "shell/shell_reading.h"
-#include "standalone_host/plugin.h"
-#include "standalone_host/session.h"
 
 namespace eclipse_plan {
 
 /// What becomes of a component when the plug-in looks for descriptor files.
 enum class ComponentStatus {
-  not_reached,   ///< it does not come to look for any
-  no_code,       ///< every search skips the component
-  not_selected,  ///< it was asked whether it is selected for this run, and is not
-  no_package,    ///< its provider holds none
-  taken
+  not_reached,   ///< the plug-in does not look for any
+  no_code,       ///< every search skips a component without a code
+  not_selected,  ///< the component is not selected for this run
+  no_package,    ///< its provider has no package
+  searched
 };
 
 struct PlannedDescriptor {
   std::string path;
   bool exists = true;  ///< as a regular file
   std::size_t records = 0;
+  std::string error;  ///< why it cannot be read completely, which the plug-in ignores; empty when it can
 };
 
 struct PlannedComponent {
@@ -44,13 +43,13 @@ struct PlannedComponent {
 enum class RecordStatus {
   listed,         ///< its feature is given to the director at its slot
   repeated,       ///< its feature is listed at a lower slot already
-  no_feature,     ///< takes a slot and adds its repository
-  no_repository,  ///< passed over
+  no_feature,     ///< it only takes a slot and adds its repository
+  no_repository,  ///< the plug-in ignores it
 };
 
 struct PlannedRecord {
   std::string file;
-  std::size_t line = 0;       ///< from 1
+  std::size_t line = 0;       ///< from 1; 0 when the file was changed while it was read
   std::size_t component = 0;  ///< its number in the plan
   plugin_config config;
   RecordStatus status = RecordStatus::no_repository;
@@ -60,56 +59,51 @@ struct PlannedRecord {
 
   /// "FILE:LINE".
   std::string place() const { return file + ":" + std::to_string(line); }
-  /// Otherwise the plug-in put its UNDEFINED_ORDER there, or the line says the same.
+  /// Otherwise the order is the plug-in's UNDEFINED_ORDER, or the line contains this text.
   bool gives_order() const { return config.order != "undefined"; }
 };
 
 struct PlannedCommand {
   std::string text;
-  std::vector<std::string> intended;  ///< the words that the director is meant to get
+  std::vector<std::string> intended;  ///< the words that the director is to get
   eclipse_shell::ShellReading shell;
   std::vector<eclipse_shell::ShellCause>
-      causes;              ///< why the shell makes something else of it than is meant; none when the plug-in does
-  std::string obstacle;    ///< why the shell cannot start the executable; empty when it can
-  std::size_t number = 0;  ///< 0 for everything at once; of a retry, the number of its feature from 1
+      causes;                    ///< the texts that the shell changes; none when the plug-in itself composed the command badly
+  std::string executable_error;  ///< why the shell cannot start the executable; empty when it can
+  std::size_t number = 0;        ///< 0 for the command for all features; of a retry, the number of its feature from 1
 
   bool is_too_long() const { return text.size() > eclipse_shell::longest_command; }
-  bool is_passed_on() const { return shell.is_just(intended); }
-  /// Whether the director gets what it is meant to get.
-  bool is_sound() const { return !is_too_long() && obstacle.empty() && is_passed_on(); }
+  bool is_passed_on() const { return shell.starts_only(intended); }
+  /// Whether the director is started with the intended words.
+  bool runs_as_intended() const { return !is_too_long() && executable_error.empty() && is_passed_on(); }
 };
 
 struct Plan {
   bool is_removal = false;
-  std::vector<eclipse_dry_run::RecordedAction> actions;
+  std::vector<eclipse_dry_run::DryRunAction> actions;
   std::string refusal;               ///< why the run stops before the instance is changed; empty when it does not
-  std::string last_words;            ///< the last line of the log
+  std::string last_log_line;         ///< before the first command
   std::vector<std::string> reasons;  ///< why there is no command, unless the run is refused
   std::optional<VersionCheck> version;
-  std::string executable;        ///< of the instance; empty when none was chosen or the run is refused
-  bool lacks_instance = false;   ///< an instance was chosen, and is not there
-  bool every_component = false;  ///< whether they are selected is not asked, since the instance is new in this run
+  std::string executable;            ///< of the instance; empty when none was chosen or the run is refused
+  bool is_instance_missing = false;  ///< an instance was chosen and does not exist
+  bool every_component = false;      ///< all components are searched, selected or not, since the instance is new in this run
   std::vector<PlannedComponent> components;
   std::vector<PlannedRecord> records;  ///< in the order in which they are read
   std::set<std::string> repositories;
-  std::optional<PlannedCommand> command;  ///< everything at once
-  /// One by one, if that fails. Unless all were asked for, only those that have to be looked at: all others are like one of
-  /// them, but for the name of the feature.
+  std::optional<PlannedCommand> command;  ///< for all features
+  /// The commands for single features, which are run if that one fails. Unless all were requested, only the distinct ones: all
+  /// others are like one of them except for the name of the feature.
   std::vector<PlannedCommand> retries;
-  std::size_t model_retry = 0;    ///< the number of the one that those which are left out are like
-  std::size_t retry_count = 0;    ///< of all
-  std::size_t longest_retry = 0;  ///< of all, in bytes
+  std::size_t representative_retry = 0;  ///< the number of the one that those which are left out are like
+  std::size_t retry_count = 0;           ///< of all
+  std::size_t longest_retry = 0;         ///< of all, in bytes
 
   /// The records that stand for the features of the command, in install order.
   std::vector<const PlannedRecord*> features() const;
   /// All records that took a slot, in the order of the slots.
   std::vector<const PlannedRecord*> by_slot() const;
 };
-
-enum class Retries { telling, all };
-
-/// Finds out what eclipse_host::run_session() would do. Changes nothing and runs nothing; the session stays as it is.
-Plan make_plan(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session, Retries retries);
 
 }  // namespace eclipse_plan
 

@@ -9,7 +9,7 @@ namespace eclipse_plan {
 
 namespace {
 
-/// "4.10.0.v2022" as 4, 10: up to the first part that is no number, and without zeros at the end.
+/// "4.10.0.v2022" as 4, 10: up to the first part that is not a number, without trailing zeros.
 std::vector<unsigned long> leading_numbers(std::string_view version) {
   std::vector<unsigned long> numbers;
   while (!version.empty()) {
@@ -26,17 +26,17 @@ std::vector<unsigned long> leading_numbers(std::string_view version) {
 
 }  // namespace
 
-std::string where_they_part(const std::string& version, const std::string& minimum) {
-  if (version == minimum) return "they are the same";
+std::string first_difference(const std::string& version, const std::string& minimum) {
+  if (version == minimum) return "they are equal";
   const auto [one, other] = std::mismatch(version.begin(), version.end(), minimum.begin(), minimum.end());
-  if (other == minimum.end()) return "\"" + version + "\" goes on where \"" + minimum + "\" ends, and so comes after it";
-  if (one == version.end()) return "\"" + version + "\" ends where \"" + minimum + "\" goes on, and so comes before it";
+  if (other == minimum.end()) return "\"" + version + "\" begins with \"" + minimum + "\" and is longer, so it comes after it";
+  if (one == version.end()) return "\"" + minimum + "\" begins with \"" + version + "\" and is longer, so it comes after it";
   const bool before = static_cast<unsigned char>(*one) < static_cast<unsigned char>(*other);
-  return "they part at byte " + std::to_string(one - version.begin() + 1) + ", where \"" + *one + "\" comes " +
+  return "they first differ at byte " + std::to_string(one - version.begin() + 1) + ", where \"" + *one + "\" comes " +
          (before ? "before" : "after") + " \"" + *other + "\"";
 }
 
-bool numbers_say_otherwise(const VersionCheck& check) {
+bool numeric_order_differs(const VersionCheck& check) {
   const auto version = leading_numbers(check.version);
   const auto minimum = leading_numbers(check.minimum);
   if (version.empty() || minimum.empty()) return false;

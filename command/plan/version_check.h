@@ -13,11 +13,11 @@ struct VersionCheck {
   std::string supported;  ///< the plug-in's verdict, "yes" or "no"
 };
 
-/// Where two texts part, as a comparison byte by byte finds it: "they part at byte 3, where "1" comes before "7"".
-std::string where_they_part(const std::string& version, const std::string& minimum);
+/// Where two texts first differ in a comparison byte by byte: "they first differ at byte 3, where "1" comes before "7"".
+std::string first_difference(const std::string& version, const std::string& minimum);
 
-/// True when the numbers of the versions, part by part, say otherwise than the verdict does.
-bool numbers_say_otherwise(const VersionCheck& check);
+/// True when a comparison of the numbers in the versions, part by part, contradicts the verdict.
+bool numeric_order_differs(const VersionCheck& check);
 
 }  // namespace eclipse_plan
 

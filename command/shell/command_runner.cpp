@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstring>
 #include <system_error>
+#include <utility>
 
 namespace eclipse_shell {
 
@@ -155,6 +156,12 @@ class RunningShell {
     return has_ended();
   }
 
+  /// Leaves it to be waited for.
+  bool has_ended() const {
+    siginfo_t info{};
+    return waitid(P_PID, static_cast<id_t>(process_), &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid != 0;
+  }
+
   int wait() {
     int status = 0;
     pid_t ended = 0;
@@ -166,12 +173,6 @@ class RunningShell {
   }
 
  private:
-  /// Leaves it to be waited for.
-  bool has_ended() const {
-    siginfo_t info{};
-    return waitid(P_PID, static_cast<id_t>(process_), &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid != 0;
-  }
-
   /// As long as the shell is not waited for, no other group can have its number.
   void end() {
     kill(-process_, SIGTERM);
@@ -218,8 +219,11 @@ CommandResult run_in_shell(const std::string& command, const CommandProgress& pr
     result.error_output += piece;
     progress.on_error_output(piece);
   };
+  bool is_held = false;
   while (!outputs.is_at_end()) {
-    if (!outputs.read_some(take, take_error)) progress.on_wait(seconds_since(start));
+    if (outputs.read_some(take, take_error)) continue;
+    progress.on_wait(seconds_since(start));
+    if (!std::exchange(is_held, is_held || shell.has_ended()) && is_held) progress.on_held_outputs();
   }
   // It may have closed its outputs, and live on.
   while (!shell.ends_soon()) progress.on_wait(seconds_since(start));

@@ -26,6 +26,7 @@ struct CommandProgress {
   std::function<void(std::string_view)> on_error_output = [](std::string_view) {};  ///< a piece of standard error
   std::function<void(double seconds)> on_wait = [](double) {
   };  ///< about four times a second while nothing is printed, and when a signal comes
+  std::function<void()> on_held_outputs = [] {};  ///< once, when the command has ended and a process of it holds an output
 };
 
 /// Runs a command line with `/bin/sh -c`, with an empty standard input and in a process group of its own, and waits until it

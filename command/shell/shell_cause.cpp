@@ -7,15 +7,31 @@ namespace eclipse_shell {
 
 namespace {
 
-/// What of the surroundings stands in the word with the text.
-std::string in_the_word(std::string surroundings) {
-  std::erase_if(surroundings, [](char byte) { return byte == '"' || byte == ' '; });
-  return surroundings;
+void remove_quotes_and_spaces(std::string& text) {
+  std::erase_if(text, [](char byte) { return byte == '"' || byte == ' '; });
 }
 
-bool is_passed_on(const ShellReading& reading, const std::string& word) {
-  return reading.fault.empty() && !reading.is_replaced && reading.redirections.empty() &&
-         reading.commands == std::vector<ShellWords>{{word}};
+/// The words that the piece is meant to become.
+ShellWords intended(const CommandPiece& piece) {
+  const std::size_t start = piece.before.find_last_of(' ') + 1;
+  ShellWords words = read_as_shell(piece.before.substr(0, start)).commands.front();
+  std::string begin = piece.before.substr(start);
+  std::string end = piece.after;
+  remove_quotes_and_spaces(begin);
+  remove_quotes_and_spaces(end);
+  words.push_back(begin + piece.text + end);
+  return words;
+}
+
+bool is_passed_on(const ShellReading& reading, const ShellWords& words) {
+  return reading.error.empty() && !reading.has_expansion && reading.redirections.empty() &&
+         reading.commands == std::vector<ShellWords>{words};
+}
+
+/// Spaces at the beginning of a text form one gap with those before it.
+std::size_t start_in(const CommandPiece& piece, std::size_t gap) {
+  const bool is_before = gap < piece.before.size() && piece.before.find_first_not_of(' ', gap) == std::string::npos;
+  return is_before && piece.text.starts_with(' ') ? piece.before.size() : gap;
 }
 
 }  // namespace
@@ -23,20 +39,20 @@ bool is_passed_on(const ShellReading& reading, const std::string& word) {
 std::optional<ShellCause> cause_in(const CommandPiece& piece) {
   if (piece.text.empty() || is_plain(piece.text)) return std::nullopt;
   const ShellReading reading = read_as_shell(piece.before + piece.text + piece.after);
-  if (is_passed_on(reading, in_the_word(piece.before) + piece.text + in_the_word(piece.after))) return std::nullopt;
+  if (is_passed_on(reading, intended(piece))) return std::nullopt;
 
   ShellCause cause{piece.text, piece.origin, {}};
   std::vector<ShellRemark> remarks = reading.remarks;
-  for (const std::size_t gap : reading.gaps) remarks.push_back({gap, "the word ends there"});
+  for (const std::size_t gap : reading.word_ends) remarks.push_back({start_in(piece, gap), "the word ends here"});
   for (ShellRemark& remark : remarks) {
     if (remark.offset < piece.before.size() || remark.offset >= piece.before.size() + piece.text.size()) continue;
     cause.remarks.push_back({remark.offset - piece.before.size(), std::move(remark.effect)});
   }
   std::stable_sort(cause.remarks.begin(), cause.remarks.end(),
                    [](const ShellRemark& one, const ShellRemark& other) { return one.offset < other.offset; });
-  // What ends quotes is not remarked on.
+  // There is no remark on a closing quote.
   if (cause.remarks.empty())
-    cause.remarks.push_back({std::min(piece.text.find('"'), piece.text.size()), "the quotes end there"});
+    cause.remarks.push_back({std::min(piece.text.find('"'), piece.text.size()), "the quotes end here"});
   return cause;
 }
 

@@ -1,4 +1,4 @@
-// Which of the texts that a command is put together from the shell does not pass on as they stand.
+// Which of the texts in a command the shell changes.
 #ifndef ECLIPSE_INT_SHELL_SHELL_CAUSE_H
 #define ECLIPSE_INT_SHELL_SHELL_CAUSE_H
 
@@ -10,23 +10,23 @@
 
 namespace eclipse_shell {
 
-/// A text of the session or of a descriptor, and what stands directly beside it in the command.
+/// A text of the session or of a descriptor, and what is directly before and after it in the command.
 struct CommandPiece {
-  std::string before;  ///< quotes in it and in `after` are the plug-in's own, and meant
+  std::string before;  ///< quotes and spaces in it and in `after` are the plug-in's own and intended
   std::string text;
   std::string after;
-  std::string origin;  ///< where the text comes from, in words
+  std::string origin;  ///< where the text comes from, for a person
 };
 
-/// A piece that the shell splits or interprets.
+/// A text that the shell changes, and what it does to it.
 struct ShellCause {
   std::string text;
   std::string origin;
   std::vector<ShellRemark> remarks;  ///< at least one; the offsets are those in the text
 };
 
-/// Nothing when the shell passes the text on as it stands. Each piece is read for itself, so that what one of them brings about
-/// is not told of those behind it.
+/// What the shell changes in the text of a piece; nothing when it passes the text on unchanged. Each piece is read by itself,
+/// so that an open quote in one of them is not reported of those that follow.
 std::optional<ShellCause> cause_in(const CommandPiece& piece);
 
 }  // namespace eclipse_shell

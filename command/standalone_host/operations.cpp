@@ -9,6 +9,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "base/text.h"
 #include "standalone_host/session.h"
 
 using eclipse_host::CatalogueComponent;
@@ -67,16 +68,6 @@ std::optional<std::string> read_bytes(const std::string& path) {
   while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), file.get())) content.append(piece.data(), count);
   if (std::ferror(file.get()) != 0) return std::nullopt;
   return content;
-}
-
-template <typename Items>
-std::string joined(const Items& items, const std::string& separator) {
-  std::string text;
-  for (const std::string& item : items) {
-    if (&item != &*items.begin()) text += separator;
-    text += item;
-  }
-  return text;
 }
 
 }  // namespace
@@ -227,24 +218,18 @@ char* get_file(const std::string& path, int, long long* size) {
 // ---- Texts ----
 
 std::string join(std::vector<std::string> items, std::string separator) {
-  if (is_watched() && goes_badly("join", joined(items, ","), separator)) return {};
-  return joined(items, separator);
+  if (is_watched() && goes_badly("join", eclipse_base::joined(items, ","), separator)) return {};
+  return eclipse_base::joined(items, separator);
 }
 
 std::string join(std::set<std::string> items, std::string separator) {
-  if (is_watched() && goes_badly("join", joined(items, ","), separator)) return {};
-  return joined(items, separator);
+  if (is_watched() && goes_badly("join", eclipse_base::joined(items, ","), separator)) return {};
+  return eclipse_base::joined(items, separator);
 }
 
 std::string replaceAllSubstrings(const std::string& text, const std::string& from, const std::string& to) {
   if (goes_badly("replaceAllSubstrings", text, from, to)) return {};
-  if (from.empty()) return text;
-  std::string replaced;
-  std::size_t start = 0;
-  for (std::size_t found; (found = text.find(from, start)) != std::string::npos; start = found + from.size()) {
-    replaced.append(text, start, found - start).append(to);
-  }
-  return replaced.append(text, start);
+  return eclipse_base::replaced(text, from, to);
 }
 
 // ---- Commands ----

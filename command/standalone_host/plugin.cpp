@@ -2,8 +2,9 @@
 
 #include <dlfcn.h>
 
-#include <system_error>
+#include <stdexcept>
 
+#include "base/file.h"
 #include "standalone_host/installation.h"
 
 namespace eclipse_host {
@@ -19,21 +20,22 @@ constexpr std::array<std::string_view, 2> directories = {".", installed_library_
 
 Plugin::Plugin(const std::filesystem::path& library) : library_(library) {
   // A name without a slash would be looked up in the system's library directories.
+  const std::string name = eclipse_base::absolute_path(library).string();
+  // The loader would wait for a writer of a FIFO.
   std::error_code error;
-  const std::string name = std::filesystem::absolute(library, error).string();
-  if (error) {
-    throw PluginError(library.string() + ": its full path cannot be told: " + error.message() + "; give the full path of " +
-                      std::string(file_name));
+  const auto status = std::filesystem::status(name, error);
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    throw PluginError(library, "is not a regular file; give the path of " + std::string(file_name));
   }
   void* const handle = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (handle == nullptr) {
-    throw PluginError(library.string() + ": cannot be loaded: " + dlerror() + "; give the path of " + std::string(file_name));
+    throw PluginError(library, std::string("cannot be loaded: ") + dlerror() + "; give the path of " + std::string(file_name));
   }
   for (const std::string_view action : action_names) {
     void* const symbol = dlsym(handle, std::string(action).c_str());
     if (symbol == nullptr) {
-      throw PluginError(library.string() + ": has no action \"" + std::string(action) +
-                        "\"; this is not the plug-in, or not this version of it");
+      throw PluginError(library,
+                        "has no action \"" + std::string(action) + "\"; this is not the plug-in, or not this version of it");
     }
     actions_.emplace(action, reinterpret_cast<int (*)(session_t*)>(symbol));
   }
@@ -47,7 +49,7 @@ Plugin Plugin::beside_this_program() {
     if (std::filesystem::exists(library)) return Plugin(library);
     looked_at += (looked_at.empty() ? "" : " and ") + library.string();
   }
-  throw PluginError(std::string(file_name) + ": not found, looked for " + looked_at + "; put it there or give its path");
+  throw PluginError(file_name, "not found, looked for " + looked_at + "; put it there or give its path");
 }
 
 int Plugin::call(std::string_view name, session_t& session) const {

@@ -5,10 +5,10 @@
 #include <array>
 #include <filesystem>
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "base/file_error.h"
 #include "eclipse_int/host.h"
 
 namespace eclipse_host {
@@ -18,16 +18,17 @@ inline constexpr std::array<std::string_view, 8> action_names = {
     "eclipse_integration_required", "find_eclipse_ide",       "define_eclipse_path", "verify_user_defined_eclipse_path",
     "user_eclipse_version",         "verify_eclipse_version", "perform_integration", "perform_unintegration"};
 
-/// The library cannot be loaded, or is not the plug-in. The message names the file, what is wrong and the fix.
-class PluginError : public std::runtime_error {
+/// The library cannot be loaded, or is not the plug-in.
+class PluginError : public eclipse_base::FileError {
  public:
-  using std::runtime_error::runtime_error;
+  using FileError::FileError;
 };
 
 /// The plug-in, loaded with every symbol resolved. It stays loaded until the program ends.
 class Plugin {
  public:
-  /// Loads `library` and finds all its actions. Throws PluginError.
+  /// Loads `library` and finds all its actions. Throws PluginError, and FileError for a path that depends on a missing working
+  /// directory.
   explicit Plugin(const std::filesystem::path& library);
 
   /// Loads the library that stands beside this program, or where an installation puts it. Throws PluginError.

@@ -1,8 +1,9 @@
-// One session of the stand-alone host: what the operations of the host interface read and change, and where they can be
-// scripted and watched.
+// One session of the stand-alone host: what the operations of the host interface read and change, with hooks to script and
+// observe them.
 #ifndef ECLIPSE_INT_STANDALONE_HOST_SESSION_H
 #define ECLIPSE_INT_STANDALONE_HOST_SESSION_H
 
+#include <array>
 #include <functional>
 #include <map>
 #include <memory>
@@ -46,6 +47,9 @@ struct HostCall {
   std::vector<std::string> arguments;  ///< as texts; sessions, components, packages and out-parameters are left out
 };
 
+/// What KORU_MODE can be in a session that is run as a whole.
+inline constexpr std::array<std::string_view, 3> modes = {"install", "modify", "uninstall"};
+
 /// A session. The host operations work on the one that is active (see ActiveSession).
 class Session : public session_t {
  public:
@@ -73,13 +77,16 @@ class Session : public session_t {
   /// The value of a variable, empty when it is not set.
   std::string variable(const std::string& name) const;
 
+  /// Whether KORU_MODE is "uninstall".
+  bool is_removal() const { return variable("KORU_MODE") == "uninstall"; }
+
   /// Replaces each "${NAME}" in a text by the value of that variable. A "${" without its "}" stays as it is.
   std::string expand(std::string_view text) const;
 };
 
 /// Makes a session the one that the host operations work on, for the lifetime of this object. Some operations, print_log()
-/// among them, are not told the session; so there is one at a time, on one thread. Operations that are told another session
-/// than the active one, or called without any, throw std::logic_error.
+/// among them, do not get the session as an argument; so one is active at a time, on one thread. Operations that get another
+/// session than the active one, or are called without one, throw std::logic_error.
 class ActiveSession {
  public:
   explicit ActiveSession(Session& session);

@@ -5,21 +5,15 @@
 #include <string>
 #include <system_error>
 
+#include "base/file.h"
 #include "base/json_document.h"
-#include "standalone_host/session_run.h"
+#include "base/printable.h"
 
 using namespace eclipse_base;
 
 namespace eclipse_host {
 
 namespace {
-
-std::filesystem::path directory_of(const std::filesystem::path& file) {
-  std::error_code error;
-  const std::filesystem::path absolute = std::filesystem::absolute(file, error);
-  if (!error) return absolute.lexically_normal().parent_path();
-  throw FileError(file.string() + ": its full path cannot be told: " + error.message() + "; give the full path");
-}
 
 /// Whether it is a link that leads to nothing: in a circle, say. One that leads through a closed directory is none.
 bool leads_nowhere(const std::filesystem::directory_entry& entry) {
@@ -32,7 +26,7 @@ bool leads_nowhere(const std::filesystem::directory_entry& entry) {
 class SessionReader {
  public:
   SessionReader(const std::filesystem::path& file, Session& session)
-      : document_(file), directory_(directory_of(file)), session_(session) {}
+      : document_(file), directory_(absolute_path(file).lexically_normal().parent_path()), session_(session) {}
 
   void read() {
     const JsonElement root = document_.root();

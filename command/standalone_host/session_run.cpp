@@ -14,8 +14,13 @@ bool is_perform_action(const std::string& action) { return action.starts_with("p
 /// One run under way: the session is active and its seams are the run's until this object ends.
 class Run {
  public:
-  Run(const Plugin& plugin, Session& session, const RunObserver& observer)
-      : plugin_(plugin), session_(session), observer_(observer), scripted_(session.run_command), active_(session) {
+  Run(const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers)
+      : plugin_(plugin),
+        session_(session),
+        record_(record),
+        observers_(observers),
+        scripted_(session.run_command),
+        active_(session) {
     record_.variables_before = session.variables;
     logged_ = std::exchange(session.on_log, [this](const std::string& line) { log(line); });
     session.run_command = [this](const std::string& command) { return run(command); };
@@ -28,36 +33,66 @@ class Run {
   Run& operator=(const Run&) = delete;
 
   void call(const std::string& action) {
-    observer_.on_action(action);
-    action_ = action;
-    commands_before_action_ = record_.commands.size();
-    record_.actions.push_back({action, plugin_.call(action, session_)});
-    if (is_perform_action(action) && record_.commands.size() > commands_before_action_) record_executable();
+    record_.actions.push_back({action, std::nullopt});
+    notify([&](const RunObserver& observer) { observer.on_action(action); });
+    first_command_ = record_.commands.size();
+    record_.actions.back().result = plugin_.call(action, session_);
+    if (is_perform_action(action) && has_succeeded_once()) record_executable();
   }
 
   void refuse(std::string reason) { record_.refusal = std::move(reason); }
 
-  RunRecord finish() {
-    record_.variables_after = session_.variables;
-    return std::move(record_);
+ private:
+  template <typename Notify>
+  void notify(const Notify& notify_one) {
+    for (const RunObserver& observer : observers_) notify_one(observer);
   }
 
- private:
   void log(const std::string& line) {
     record_.log.push_back(line);
-    observer_.on_log(line);
+    notify([&](const RunObserver& observer) { observer.on_log(line); });
     logged_(line);
   }
 
   CommandResult run(const std::string& command) {
-    observer_.on_command(command);
-    CommandResult result = scripted_ ? scripted_(command) : run_in_shell(command, observer_.command_progress);
-    record_.commands.push_back({action_, command, result, record_.commands.size() > commands_before_action_});
-    observer_.on_command_end(record_.commands.back());
-    return result;
+    const bool is_retry = record_.commands.size() > first_command_;
+    record_.commands.push_back({record_.actions.back().name, command, {}, is_retry, false});
+    CommandRecord& running = record_.commands.back();
+    notify([&](const RunObserver& observer) { observer.on_command(command); });
+    running.result = scripted_ ? scripted_(command) : run_in_shell(command, progress_of(running));
+    running.has_ended = true;
+    notify([&](const RunObserver& observer) { observer.on_command_end(running); });
+    return running.result;
   }
 
-  /// Keeps the executable that the run used, so that the next run knows the instance.
+  CommandProgress progress_of(CommandRecord& running) {
+    CommandProgress progress;
+    progress.on_output = [this, &running](std::string_view piece) {
+      running.result.output += piece;
+      notify([&](const RunObserver& observer) { observer.command_progress.on_output(piece); });
+    };
+    progress.on_error_output = [this, &running](std::string_view piece) {
+      running.result.error_output += piece;
+      notify([&](const RunObserver& observer) { observer.command_progress.on_error_output(piece); });
+    };
+    progress.on_wait = [this, &running](double seconds) {
+      running.result.seconds = seconds;
+      notify([&](const RunObserver& observer) { observer.command_progress.on_wait(seconds); });
+    };
+    progress.on_held_outputs = [this] {
+      notify([](const RunObserver& observer) { observer.command_progress.on_held_outputs(); });
+    };
+    return progress;
+  }
+
+  bool has_succeeded_once() const {
+    const auto first = record_.commands.begin() + static_cast<std::ptrdiff_t>(first_command_);
+    return std::any_of(first, record_.commands.end(),
+                       [](const CommandRecord& command) { return command.result.exit_code == 0; });
+  }
+
+  /// Keeps the executable that the run used, so that the next run knows the instance. An instance into which nothing was
+  /// installed is not known: the next run must still install the components that are installed already.
   void record_executable() {
     const bool user = session_.variable("ECLIPSE_INTEGRATION_CHOICE") == "user";
     session_.variables["CASHED_ECLIPSE_PATH"] =
@@ -67,27 +102,26 @@ class Run {
 
   const Plugin& plugin_;
   Session& session_;
-  const RunObserver& observer_;
+  RunRecord& record_;
+  const RunObservers& observers_;
   std::function<CommandResult(const std::string&)> scripted_;
   std::function<void(const std::string&)> logged_;
   ActiveSession active_;
-  std::string action_;
-  std::size_t commands_before_action_ = 0;
-  RunRecord record_;
+  std::size_t first_command_ = 0;  ///< of the action that is running
 };
 
 /// Why an installer would not accept the Eclipse that the user named; empty when it would.
 std::string refusal_of_user_eclipse(const Session& session) {
   const std::string executable = session.variable("USER_DEFINED_ECLIPSE_PATH");
-  if (executable.empty()) return "no Eclipse is named: set USER_DEFINED_ECLIPSE_PATH to the full path of its executable";
+  if (executable.empty()) return "no Eclipse is given: set USER_DEFINED_ECLIPSE_PATH to the full path of its executable";
   if (session.variable("USER_DEFINED_ECLIPSE_PATH_CORRECT") != "yes") {
     return "USER_DEFINED_ECLIPSE_PATH is \"" + executable +
-           "\", which is not the Eclipse executable: name an existing file called \"" + session.variable("ECLIPSE_BIN") +
-           "\" (that is ECLIPSE_BIN) by its full path";
+           "\", which is not the Eclipse executable: give the full path of an existing file named \"" +
+           session.variable("ECLIPSE_BIN") + "\" (ECLIPSE_BIN)";
   }
   if (session.variable("ECLIPSE_VERSION_IS_SUPPORTED") == "no") {
-    return "the version of \"" + executable + "\", " + session.variable("ECLIPSE_VERSION") + ", comes before the minimum " +
-           session.expand("${ECLIPSE_MIN_SUPPORTED_VERSION}") + " (they are compared as texts, byte by byte)";
+    return "the version of \"" + executable + "\", " + session.variable("ECLIPSE_VERSION") + ", is below the minimum " +
+           session.expand("${ECLIPSE_MIN_SUPPORTED_VERSION}") + " (versions are compared as text, byte by byte)";
   }
   return "";
 }
@@ -102,32 +136,44 @@ bool RunRecord::failed() const {
          std::any_of(commands.begin(), commands.end(), failed_retry);
 }
 
-RunRecord run_session(const Plugin& plugin, Session& session, const RunObserver& observer) {
-  const bool removal = session.variable("KORU_MODE") == "uninstall";
+const CommandRecord* RunRecord::unfinished_command() const {
+  return commands.empty() || commands.back().has_ended ? nullptr : &commands.back();
+}
+
+void RunRecord::drop_unfinished_output() {
+  if (unfinished_command() != nullptr) commands.back().result = {};
+}
+
+void RunRecord::drop_outputs() {
+  constexpr std::size_t longest_kept = 65'536;
+  for (CommandRecord& command : commands) {
+    command.result.output = std::string();
+    command.result.error_output = std::string();
+  }
+  std::erase_if(log, [](const std::string& line) { return line.size() > longest_kept; });
+}
+
+void run_session(const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers) {
+  const bool removal = session.is_removal();
   const bool users_own = session.variable("ECLIPSE_INTEGRATION_CHOICE") == "user";
-  Run run(plugin, session, observer);
+  Run run(plugin, session, record, observers);
   run.call("eclipse_integration_required");
   run.call("find_eclipse_ide");
   if (users_own) {
-    // A verdict of an earlier run says nothing about this instance, and a check without a minimum would leave it as it is.
+    // The result of an earlier run does not hold for this instance, and a check without a minimum would leave it as it is.
     session.variables.erase("ECLIPSE_VERSION_IS_SUPPORTED");
     run.call("verify_eclipse_version");
     const std::string refusal = removal ? "" : refusal_of_user_eclipse(session);
-    if (!refusal.empty()) {
-      run.refuse(refusal);
-      return run.finish();
-    }
+    if (!refusal.empty()) return run.refuse(refusal);
   }
   run.call("define_eclipse_path");
   run.call(removal ? "perform_unintegration" : "perform_integration");
-  return run.finish();
 }
 
-RunRecord call_actions(const Plugin& plugin, Session& session, const std::vector<std::string>& actions,
-                       const RunObserver& observer) {
-  Run run(plugin, session, observer);
+void call_actions(const Plugin& plugin, Session& session, const std::vector<std::string>& actions, RunRecord& record,
+                  const RunObservers& observers) {
+  Run run(plugin, session, record, observers);
   for (const std::string& action : actions) run.call(action);
-  return run.finish();
 }
 
 }  // namespace eclipse_host

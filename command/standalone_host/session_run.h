@@ -2,9 +2,9 @@
 #ifndef ECLIPSE_INT_STANDALONE_HOST_SESSION_RUN_H
 #define ECLIPSE_INT_STANDALONE_HOST_SESSION_RUN_H
 
-#include <array>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,36 +14,43 @@
 
 namespace eclipse_host {
 
-/// What KORU_MODE may be for a whole session.
-inline constexpr std::array<std::string_view, 3> modes = {"install", "modify", "uninstall"};
-
 struct ActionRecord {
   std::string name;
-  int result;
+  std::optional<int> result;  ///< none until the action returns
 };
 
 struct CommandRecord {
   std::string action;  ///< the action that ran it
   std::string command;
-  eclipse_shell::CommandResult result;
-  bool is_retry = false;  ///< the action had run a command before: the one for everything at once, which failed
+  eclipse_shell::CommandResult result;  ///< until the command ends, only the output so far
+  bool is_retry = false;                ///< the action had run a command before: the one for all features, which failed
+  bool has_ended = true;
 };
 
-/// All that happened in a run, in order.
+/// What happened in a run, in order. It is filled in during the run, so that it is complete up to the point where an exception
+/// ends the run: then the last action has no result, and the last command may not have ended.
 struct RunRecord {
+  std::map<std::string, std::string> variables_before;
   std::vector<ActionRecord> actions;
   std::vector<CommandRecord> commands;
   std::vector<std::string> log;
-  std::map<std::string, std::string> variables_before;
-  std::map<std::string, std::string> variables_after;
   /// Why the run stopped before the instance was changed; empty when it did not.
   std::string refusal;
 
   /// True when the integration failed: the run was refused, an action's result is not 0, or a retry's command failed.
   bool failed() const;
+
+  /// The command that has not ended, if there is one.
+  const CommandRecord* unfinished_command() const;
+
+  /// Frees the output of the command that has not ended, for when memory runs out.
+  void drop_unfinished_output();
+
+  /// Frees the outputs of all commands, and the log lines that hold long ones.
+  void drop_outputs();
 };
 
-/// Told of what happens while it happens. Each may be left as it is.
+/// Callbacks for the events of a run. Each may be left as it is.
 struct RunObserver {
   std::function<void(const std::string& action)> on_action = [](const std::string&) {};
   std::function<void(const std::string& line)> on_log = [](const std::string&) {};
@@ -52,18 +59,22 @@ struct RunObserver {
   std::function<void(const CommandRecord& record)> on_command_end = [](const CommandRecord&) {};
 };
 
-/// Performs a whole session: decides whether integration is needed, checks an Eclipse that the user named, settles its
-/// directory, and then installs (modes "install" and "modify") or removes (mode "uninstall") the features.
+/// Notified in this order, each after the record has the event. What one of them throws ends the run.
+using RunObservers = std::vector<RunObserver>;
+
+/// Performs a whole session: decides whether integration is needed, checks an Eclipse that the user named, sets its directory,
+/// and then installs (modes "install" and "modify") or removes (mode "uninstall") the features.
 ///
 /// In install and modify the run is refused, before anything is changed, when the user's Eclipse is not correct or its version
 /// not supported, as an installer would not let the user go on.
 ///
 /// `session` must not be active yet; its seams are used by the run and are not kept. KORU_MODE must be one of the three modes.
-RunRecord run_session(const Plugin& plugin, Session& session, const RunObserver& observer = {});
+/// `record` must be empty.
+void run_session(const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers = {});
 
-/// Calls just these actions in this order, each one of action_names.
-RunRecord call_actions(const Plugin& plugin, Session& session, const std::vector<std::string>& actions,
-                       const RunObserver& observer = {});
+/// Calls just these actions in this order, each one of action_names. The other arguments are those of run_session().
+void call_actions(const Plugin& plugin, Session& session, const std::vector<std::string>& actions, RunRecord& record,
+                  const RunObservers& observers = {});
 
 }  // namespace eclipse_host
 

@@ -7,12 +7,15 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <system_error>
 
 #include "base/json_document.h"
+#include "base/printable.h"
+#include "base/text.h"
 
 using namespace eclipse_base;
 
@@ -40,6 +43,16 @@ class Replacement {
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
 
+  /// Whether the target can be replaced is known only when it is; these reasons against it are known before.
+  void check_target() const {
+    struct statx target {};
+    if (statx(AT_FDCWD, target_.c_str(), 0, STATX_BASIC_STATS, &target) != 0) return;
+    const std::uint64_t attributes = target.stx_attributes & target.stx_attributes_mask;
+    if ((attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0) fault("it is immutable or append-only");
+    if ((attributes & STATX_ATTR_MOUNT_ROOT) != 0) fault("it is a mount point");
+    if (faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0) fault(std::strerror(errno));
+  }
+
   void take_place_with(std::string_view text) {
     take_rights_of_target();
     while (!text.empty()) {
@@ -59,14 +72,13 @@ class Replacement {
     std::error_code error;
     const auto status = std::filesystem::status(file, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-      throw FileError(file.string() + ": is no regular file; give the path of a file to write");
+      throw FileError(file, "is not a regular file; give the path of a file to write");
     }
     if (!std::filesystem::exists(status) && std::filesystem::is_symlink(file, error)) {
-      throw FileError(file.string() + ": is a dangling symlink; give the path of a file to write");
+      throw FileError(file, "is a dangling symlink; give the path of a file to write");
     }
     auto target = std::filesystem::weakly_canonical(std::filesystem::absolute(file, error), error);
-    if (error)
-      throw FileError(file.string() + ": cannot be written: " + error.message() + "; give the path of a file to write");
+    if (error) throw FileError(file, "cannot be written: " + error.message() + "; give the path of a file to write");
     return target;
   }
 
@@ -80,9 +92,10 @@ class Replacement {
                                            fchown(descriptor_, static_cast<uid_t>(-1), existing.st_gid) == 0;
   }
 
-  [[noreturn]] void fault() const {
-    throw FileError(named_.string() + ": cannot be written: " + std::strerror(errno) +
-                    "; give the path of a file in a directory that is writable");
+  [[noreturn]] void fault() const { fault(std::strerror(errno)); }
+
+  [[noreturn]] void fault(const std::string& reason) const {
+    throw FileError(named_, "cannot be written: " + reason + "; give the path of a writable file in a writable directory");
   }
 
   std::filesystem::path named_;
@@ -98,12 +111,11 @@ bool is_writable(const Variables::value_type& variable) { return is_utf8(variabl
 
 /// The names of the variables that would be kept and cannot be, in quotes; empty when there is none.
 std::string unwritable(const Variables& variables) {
-  std::string names;
+  std::vector<std::string> names;
   for (const auto& variable : variables) {
-    if (!is_kept(variable.first) || is_writable(variable)) continue;
-    names += (names.empty() ? "" : ", ") + in_quotes(variable.first);
+    if (is_kept(variable.first) && !is_writable(variable)) names.push_back(in_quotes(variable.first));
   }
-  return names;
+  return joined(names);
 }
 
 }  // namespace
@@ -120,9 +132,8 @@ Variables read_variables_file(const std::filesystem::path& file) {
 
 void check_variables_file(const std::filesystem::path& file, const Variables& variables) {
   const std::string names = unwritable(variables);
-  if (!names.empty())
-    throw FileError(file.string() + ": cannot keep variables that are not UTF-8: " + names + "; give other values");
-  const Replacement replacement(file);
+  if (!names.empty()) throw FileError(file, "cannot keep variables that are not UTF-8: " + names + "; give other values");
+  Replacement(file).check_target();
 }
 
 void write_variables_file(const std::filesystem::path& file, const Variables& variables) {
@@ -133,7 +144,7 @@ void write_variables_file(const std::filesystem::path& file, const Variables& va
   Replacement(file).take_place_with(kept.dump(2) + "\n");
   const std::string names = unwritable(variables);
   if (names.empty()) return;
-  throw FileError(file.string() + ": is written without variables that are not UTF-8: " + names + "; give other values");
+  throw FileError(file, "is written without variables that are not UTF-8: " + names + "; give other values");
 }
 
 }  // namespace eclipse_host

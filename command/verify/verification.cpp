@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "p2/director_command.h"
+
 using namespace eclipse_p2;
 
 namespace eclipse_verify {

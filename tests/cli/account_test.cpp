@@ -14,7 +14,7 @@ namespace cli_test {
 
 namespace {
 
-class RunAccount : public ChildCommand {};
+class RunReport : public ChildCommand {};
 
 const std::string checks =
     "Action eclipse_integration_required\n"
@@ -36,7 +36,7 @@ std::string command(const std::string& arguments) { return "  Command: DIRECTORY
 
 /// The changes of a run that used the user's Eclipse.
 std::string changes_before_eclipse_variables() {
-  return "\nVariables that changed:\n"
+  return "\nChanged variables:\n"
          "  CASHED_ECLIPSE_PATH = DIRECTORY/eclipse/eclipse\n"
          "  ECLIPSE_IDE = no\n"
          "  ECLIPSE_IDE_ENABLED = no\n"
@@ -49,7 +49,7 @@ const std::string changes = changes_before_eclipse_variables() +
                             "  USER_DEFINED_ECLIPSE_PATH_CORRECT = yes\n"
                             "  USER_DEFINED_ECLIPSE_PATH_EMPTY = no\n";
 
-TEST_F(RunAccount, TellsAnInstallation) {
+TEST_F(RunReport, ShowsAnInstallation) {
   write_session("install");
   script(1, "echo 'Installing one 1.0.0.'; echo; printf 'no line end' >&2");
   EXPECT_EQ(eclipse_int("run session.json"),
@@ -62,7 +62,7 @@ TEST_F(RunAccount, TellsAnInstallation) {
                          "  Succeeded after N s\n"
                          "\n"
                          "Done\n"
-                         "  These features were installed into DIRECTORY/eclipse:\n"
+                         "  The director reports success for installing these features into DIRECTORY/eclipse:\n"
                          "    one\n"
                          "    two\n" +
                          changes,
@@ -70,70 +70,124 @@ TEST_F(RunAccount, TellsAnInstallation) {
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
 
-TEST_F(RunAccount, TellsWhichFeaturesFailedAndTheInstallersSummary) {
+TEST_F(RunReport, ShowsWhichFeaturesFailedWhyAndTheInstallersSummary) {
   write_session("install", {{"QN_SCRIPTS_COMPLETE_DESC", "Installed."}});
-  script(1, "echo 'Installation failed.'; exit 13");
-  script(2, "echo 'one is not there'; echo 'really'; exit 13");
-  EXPECT_EQ(
-      eclipse_int("run session.json"),
-      (Outcome{1,
-               header("install", "not installed, selected to be installed") + checks + "Action perform_integration\n" +
-                   command(install_arguments("one,two")) + "    Installation failed.\n  Failed with exit code 13 after N s\n" +
-                   command(install_arguments("one")) +
-                   "    one is not there\n    really\n  Failed with exit code 13 after N s\n" +
-                   command(install_arguments("two")) + "  Succeeded after N s\n" +
-                   "\n"
-                   "Failed\n"
-                   "  Not all went in at once, so they were tried one by one.\n"
-                   "  These features were installed into DIRECTORY/eclipse:\n"
-                   "    two\n"
-                   "  These features were not installed into DIRECTORY/eclipse:\n"
-                   "    one\n" +
-                   changes_before_eclipse_variables() +
-                   "  QN_SCRIPTS_COMPLETE_DESC = Installed.\\nThese failed:\\n\\none is not there\\nreally\\n\n"
-                   "  QN_SCRIPTS_FAILED = yes\n"
-                   "  USER_DEFINED_ECLIPSE_PATH_CORRECT = yes\n"
-                   "  USER_DEFINED_ECLIPSE_PATH_EMPTY = no\n"
-                   "\n"
-                   "The installer's summary:\n"
-                   "  Installed.\n"
-                   "  These failed:\n"
-                   "\n"
-                   "  one is not there\n"
-                   "  really\n",
-               ""}));
+  script(1, "echo 'Installation failed.'; echo 'no such unit'; exit 13");
+  script(2, "echo 'Installation failed.'; echo 'one is not there'; echo 'really'; exit 13");
+  EXPECT_EQ(eclipse_int("run session.json"),
+            (Outcome{1,
+                     header("install", "not installed, selected to be installed") + checks + "Action perform_integration\n" +
+                         command(install_arguments("one,two")) +
+                         "    Installation failed.\n    no such unit\n"
+                         "  Failed with exit code 13 after N s\n"
+                         "    Why: the director failed: it could not do what it was asked for\n" +
+                         command(install_arguments("one")) +
+                         "    Installation failed.\n    one is not there\n    really\n"
+                         "  Failed with exit code 13 after N s\n"
+                         "    Why: the director failed: it could not do what it was asked for\n" +
+                         command(install_arguments("two")) + "  Succeeded after N s\n" +
+                         "\n"
+                         "Failed\n"
+                         "  Why: the director failed: it could not do what it was asked for\n"
+                         "    one is not there\n"
+                         "    really\n"
+                         "    Exit code: 13\n"
+                         "    Features: one\n"
+                         "  Installing all features at once failed, so each was tried separately.\n"
+                         "  The director reports success for installing these features into DIRECTORY/eclipse:\n"
+                         "    two\n"
+                         "  The director failed to install these features into DIRECTORY/eclipse:\n"
+                         "    one\n" +
+                         changes_before_eclipse_variables() +
+                         "  QN_SCRIPTS_FAILED = yes\n"
+                         "  USER_DEFINED_ECLIPSE_PATH_CORRECT = yes\n"
+                         "  USER_DEFINED_ECLIPSE_PATH_EMPTY = no\n"
+                         "\n"
+                         "The installer's summary (QN_SCRIPTS_COMPLETE_DESC):\n"
+                         "  Installed.\n"
+                         "  These failed:\n"
+                         "\n"
+                         "  Installation failed.\n"
+                         "  one is not there\n"
+                         "  really\n",
+                     ""}));
 }
 
-TEST_F(RunAccount, IsDoneWhenEveryRetrySucceeds) {
+TEST_F(RunReport, ExplainsTheSameFailureOnce) {
+  write_session("install");
+  const std::string log = "mkdir -p configuration; printf '!SESSION\\n!MESSAGE no site\\n' > configuration/$$.log;";
+  for (const int start : {1, 2, 3}) script(start, "cd \"$here\"; " + log + " exit 13");
+  const Outcome outcome = eclipse_int("run session.json");
+  EXPECT_EQ(outcome.status, 1);
+  const std::size_t end = outcome.output.find("\n\nFailed\n");
+  ASSERT_NE(end, std::string::npos) << outcome.output;
+  const auto count = [](const std::string& text, const std::string& part) {
+    std::size_t found = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++found;
+    return found;
+  };
+  const std::string events = outcome.output.substr(0, end + 1);
+  EXPECT_EQ(count(events, "    Why: the director failed: it could not do what it was asked for\n      no site\n      Log: "),
+            1U)
+      << events;
+  EXPECT_EQ(count(events, "    Why: same reason\n"), 2U) << events;
+  const std::string report = outcome.output.substr(end);
+  EXPECT_EQ(count(report, "no site"), 1U) << report;
+  EXPECT_NE(report.find("\n    Exit code: 13\n    Features: one, two\n"), std::string::npos) << report;
+}
+
+TEST_F(RunReport, ExplainsWhatTheShellSaysForCallsToo) {
+  write_session("install");
+  std::filesystem::permissions("eclipse/eclipse", std::filesystem::perms(0644));
+  const Outcome outcome = eclipse_int("call perform_integration session.json");
+  EXPECT_NE(outcome.output.find("  Failed with exit code 126 after N s\n    Why: the shell failed: "), std::string::npos)
+      << outcome.output;
+}
+
+TEST_F(RunReport, SaysThatAProcessInTheBackgroundIsWaitedFor) {
+  write_session("install");
+  script(1, "sleep 1.5 & echo started");
+  const std::string message =
+      "the director has ended, but a process that it started in the background holds its output open; waiting for that "
+      "process\n";
+  const Outcome outcome = eclipse_int("run session.json");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_NE(outcome.output.find("    started\n    " + message + "  Succeeded after "), std::string::npos) << outcome.output;
+  script(2, "sleep 1.5 & echo started");
+  EXPECT_EQ(eclipse_int("run session.json --json").error, "eclipse-int: " + message);
+}
+
+TEST_F(RunReport, IsDoneWhenEveryRetrySucceeds) {
   write_session("install");
   script(1, "exit 13");
   const Outcome outcome = eclipse_int("run session.json");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_NE(outcome.output.find("\nDone\n"
-                                "  Not all went in at once, so they were tried one by one.\n"
-                                "  These features were installed into DIRECTORY/eclipse:\n"
+                                "  Installing all features at once failed, so each was tried separately.\n"
+                                "  The director reports success for installing these features into DIRECTORY/eclipse:\n"
                                 "    one\n"
                                 "    two\n"),
             std::string::npos)
       << outcome.output;
-  EXPECT_NE(outcome.output.find("\nThe installer's summary:\n\n  These failed:\n"), std::string::npos) << outcome.output;
+  EXPECT_NE(outcome.output.find("\nThe installer's summary (QN_SCRIPTS_COMPLETE_DESC):\n\n  These failed:\n"),
+            std::string::npos)
+      << outcome.output;
 }
 
-TEST_F(RunAccount, ShowsAGraphicalSummaryInLines) {
+TEST_F(RunReport, ShowsAGraphicalSummaryInLines) {
   write_session("install", {{"QN_SCRIPTS_COMPLETE_DESC", "Installed."}});
   fake::write_file("session.json", "{\"graphical\": true, " + content_of("session.json").substr(1));
   script(1, "exit 13");
   script(2, "echo 'not there'; exit 13");
   const Outcome outcome = eclipse_int("run session.json");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_NE(outcome.output.find("  QN_SCRIPTS_COMPLETE_DESC = Installed.<p>These failed:<p><p>not there<p>\n"),
-            std::string::npos)
-      << outcome.output;
-  EXPECT_TRUE(outcome.output.ends_with("\nThe installer's summary:\n  Installed.\n  These failed:\n\n  not there\n"))
+  EXPECT_EQ(outcome.output.find("<p>"), std::string::npos) << outcome.output;
+  EXPECT_TRUE(outcome.output.ends_with(
+      "\nThe installer's summary (QN_SCRIPTS_COMPLETE_DESC):\n  Installed.\n  These failed:\n\n  not there\n"))
       << outcome.output;
 }
 
-TEST_F(RunAccount, TellsARemoval) {
+TEST_F(RunReport, ShowsARemoval) {
   write_session("uninstall", {}, "\"installed\": true, \"remove\": true");
   EXPECT_EQ(eclipse_int("run session.json"),
             (Outcome{0,
@@ -142,31 +196,33 @@ TEST_F(RunAccount, TellsARemoval) {
                          "  Succeeded after N s\n"
                          "\n"
                          "Done\n"
-                         "  These features were removed from DIRECTORY/eclipse:\n"
+                         "  The director reports success for removing these features from DIRECTORY/eclipse:\n"
                          "    one\n"
                          "    two\n" +
                          changes,
                      ""}));
 }
 
-TEST_F(RunAccount, TellsThatARemovalFailed) {
+TEST_F(RunReport, ShowsWhyARemovalFailed) {
   write_session("uninstall", {}, "\"installed\": true, \"remove\": true");
   script(1, "exit 13");
   const Outcome outcome = eclipse_int("run session.json");
   // The retries are commands that no shell accepts; how it says so is the shell's own.
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(director_calls(), removal_arguments("one,two") + "\n");
-  EXPECT_NE(outcome.output.find("\nFailed\n"
-                                "  Not all came out at once, so they were tried one by one.\n"
-                                "  These features were not removed from DIRECTORY/eclipse:\n"
+  EXPECT_NE(outcome.output.find("\n\nFailed\n  Why: the launcher failed: "), std::string::npos) << outcome.output;
+  EXPECT_NE(outcome.output.find("    Features: one, two\n  Why: the shell failed: "), std::string::npos) << outcome.output;
+  EXPECT_NE(outcome.output.find("    Features: one, two\n"
+                                "  Removing all features at once failed, so each was tried separately.\n"
+                                "  The director failed to remove these features from DIRECTORY/eclipse:\n"
                                 "    one\n"
                                 "    two\n"
-                                "  perform_unintegration ended with "),
+                                "  perform_unintegration returned "),
             std::string::npos)
       << outcome.output;
 }
 
-TEST_F(RunAccount, TellsWhyNothingWasDone) {
+TEST_F(RunReport, ShowsWhyNothingWasDone) {
   write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
   EXPECT_EQ(eclipse_int("run session.json"), (Outcome{0,
                                                       "Session session.json\n"
@@ -183,42 +239,43 @@ TEST_F(RunAccount, TellsWhyNothingWasDone) {
                                                       "  No director was started, so nothing was changed in Eclipse.\n"
                                                       "  The log ends with: eclipse_int: nothing to integrate\n"
                                                       "\n"
-                                                      "Variables that changed:\n"
+                                                      "Changed variables:\n"
                                                       "  ECLIPSE_IDE = no\n"
                                                       "  ECLIPSE_IDE_ENABLED = no\n"
                                                       "  ECLIPSE_INTEGRATION_REQUIRED = yes\n",
                                                       ""}));
 }
 
-TEST_F(RunAccount, TellsWhyItRefused) {
+TEST_F(RunReport, ShowsWhyItRefused) {
   write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}, {"ECLIPSE_VERSION_IS_SUPPORTED", "yes"}});
-  EXPECT_EQ(eclipse_int("run session.json"),
-            (Outcome{1,
-                     "Session session.json\n"
-                     "  Mode: install\n"
-                     "  Eclipse: user (/missing/eclipse)\n"
-                     "  Component tools: not installed, selected to be installed\n"
-                     "\n"
-                     "Action eclipse_integration_required\n"
-                     "Action find_eclipse_ide\n"
-                     "Action verify_eclipse_version\n"
-                     "\n"
-                     "Refused: USER_DEFINED_ECLIPSE_PATH is \"/missing/eclipse\", which is not the Eclipse executable: name an "
-                     "existing file called \"eclipse\" (that is ECLIPSE_BIN) by its full path\n"
-                     "  No director was started, so nothing was changed in Eclipse.\n"
-                     "\n"
-                     "Variables that changed:\n"
-                     "  ECLIPSE_IDE = no\n"
-                     "  ECLIPSE_IDE_ENABLED = no\n"
-                     "  ECLIPSE_INTEGRATION_REQUIRED = yes\n"
-                     "  USER_DEFINED_ECLIPSE_PATH_CORRECT = no\n"
-                     "  USER_DEFINED_ECLIPSE_PATH_EMPTY = no\n"
-                     "  ECLIPSE_VERSION_IS_SUPPORTED is no longer set\n",
-                     ""}));
+  EXPECT_EQ(
+      eclipse_int("run session.json"),
+      (Outcome{1,
+               "Session session.json\n"
+               "  Mode: install\n"
+               "  Eclipse: user (/missing/eclipse)\n"
+               "  Component tools: not installed, selected to be installed\n"
+               "\n"
+               "Action eclipse_integration_required\n"
+               "Action find_eclipse_ide\n"
+               "Action verify_eclipse_version\n"
+               "\n"
+               "Refused: USER_DEFINED_ECLIPSE_PATH is \"/missing/eclipse\", which is not the Eclipse executable: give the "
+               "full path of an existing file named \"eclipse\" (ECLIPSE_BIN)\n"
+               "  No director was started, so nothing was changed in Eclipse.\n"
+               "\n"
+               "Changed variables:\n"
+               "  ECLIPSE_IDE = no\n"
+               "  ECLIPSE_IDE_ENABLED = no\n"
+               "  ECLIPSE_INTEGRATION_REQUIRED = yes\n"
+               "  USER_DEFINED_ECLIPSE_PATH_CORRECT = no\n"
+               "  USER_DEFINED_ECLIPSE_PATH_EMPTY = no\n"
+               "  ECLIPSE_VERSION_IS_SUPPORTED is unset\n",
+               ""}));
   EXPECT_EQ(director_calls(), "");
 }
 
-TEST_F(RunAccount, TellsOfASessionWithNothingInIt) {
+TEST_F(RunReport, ShowsASessionWithNothingInIt) {
   fake::write_file("session.json", R"({"mode": "modify", "components": []})");
   EXPECT_EQ(eclipse_int("run session.json"), (Outcome{0,
                                                       "Session session.json\n"
@@ -235,14 +292,14 @@ TEST_F(RunAccount, TellsOfASessionWithNothingInIt) {
                                                       "  No director was started, so nothing was changed in Eclipse.\n"
                                                       "  The log ends with: eclipse_int: nothing to integrate\n"
                                                       "\n"
-                                                      "Variables that changed:\n"
+                                                      "Changed variables:\n"
                                                       "  ECLIPSE_IDE = no\n"
                                                       "  ECLIPSE_IDE_ENABLED = no\n"
                                                       "  ECLIPSE_INTEGRATION_REQUIRED = no\n",
                                                       ""}));
 }
 
-TEST_F(RunAccount, KeepsTextsOnTheirLine) {
+TEST_F(RunReport, KeepsTextsOnTheirLine) {
   fake::write_file("session.json",
                    R"({"mode": "install", "variables": {"ECLIPSE_INTEGRATION_CHOICE": "a\n\u001b[31m\r\t\u007f\u00e4"},
                        "components": [{"code": "", "installBase": "", "installDir": ""},
@@ -260,13 +317,13 @@ TEST_F(RunAccount, KeepsTextsOnTheirLine) {
                               "Done\n"
                               "  No director was started, so nothing was changed in Eclipse.\n"
                               "\n"
-                              "Variables that changed:\n"
+                              "Changed variables:\n"
                               "  USER_DEFINED_ECLIPSE_PATH_CORRECT = no\n"
                               "  USER_DEFINED_ECLIPSE_PATH_EMPTY = yes\n",
                               ""}));
 }
 
-TEST_F(RunAccount, EndsWhenTheRunBreaksOff) {
+TEST_F(RunReport, EndsWhenTheRunIsAborted) {
   write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
   const std::string options = std::string("--write-variables v.json --plugin ") + THROWING_PLUGIN;
   EXPECT_EQ(eclipse_int("run session.json " + options), (Outcome{1,
@@ -279,13 +336,13 @@ TEST_F(RunAccount, EndsWhenTheRunBreaksOff) {
                                                                  "Action find_eclipse_ide\n"
                                                                  "Action define_eclipse_path\n"
                                                                  "Action perform_integration\n",
-                                                                 "eclipse-int: the run broke off: no more of this\n"}));
+                                                                 "eclipse-int: the run was aborted: no more of this\n"}));
   EXPECT_NE(content_of("v.json").find("\"WRITTEN_BEFORE\": \"yes\""), std::string::npos) << content_of("v.json");
 }
 
-class CallAccount : public ChildCommand {};
+class CallReport : public ChildCommand {};
 
-TEST_F(CallAccount, TellsJustTheseActions) {
+TEST_F(CallReport, ShowsJustTheseActions) {
   write_session("install");
   EXPECT_EQ(eclipse_int("call perform_integration find_eclipse_ide perform_integration session.json"),
             (Outcome{0,
@@ -294,11 +351,11 @@ TEST_F(CallAccount, TellsJustTheseActions) {
                          "Action perform_integration\n" + command(install_arguments("one,two")) + "  Succeeded after N s\n" +
                          "\n"
                          "Done\n"
-                         "  These features were installed into DIRECTORY/eclipse:\n"
+                         "  The director reports success for installing these features into DIRECTORY/eclipse:\n"
                          "    one\n"
                          "    two\n"
                          "\n"
-                         "Variables that changed:\n"
+                         "Changed variables:\n"
                          "  CASHED_ECLIPSE_PATH = DIRECTORY/eclipse/eclipse\n"
                          "  ECLIPSE_IDE = no\n"
                          "  ECLIPSE_IDE_ENABLED = no\n"
@@ -331,9 +388,9 @@ std::string on_terminal(const std::vector<std::string>& arguments) {
   return output;
 }
 
-class TerminalAccount : public ChildCommand {};
+class TerminalReport : public ChildCommand {};
 
-TEST_F(TerminalAccount, ShowsThatASilentDirectorIsStillAtWork) {
+TEST_F(TerminalReport, ShowsThatASilentDirectorIsStillAtWork) {
   write_session("install");
   script(1, "sleep 1; echo done; sleep 0.6; printf half; sleep 0.6; echo ' line'; sleep 0.6");
   const std::string output = on_terminal({ECLIPSE_INT_COMMAND, "run", "session.json"});
@@ -347,7 +404,7 @@ TEST_F(TerminalAccount, ShowsThatASilentDirectorIsStillAtWork) {
       << output;
 }
 
-TEST_F(TerminalAccount, ShowsNoSignOfLifeInAFile) {
+TEST_F(TerminalReport, ShowsNoSignOfLifeInAFile) {
   write_session("install");
   script(1, "sleep 1");
   EXPECT_EQ(eclipse_int("run session.json").output.find("running"), std::string::npos);

@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <utility>
 
@@ -64,21 +66,21 @@ TEST_F(Arguments, FaultsAreTold) {
                      "--set: \"=A\" is not NAME=VALUE; write the variable's name, an equals sign and its value");
   expect_usage_fault("run session.json --set A=1 B=2", "The following argument was not expected: B=2");
   expect_usage_fault("run session.json --set KORU_MODE=Install",
-                     "--set: KORU_MODE is \"Install\", which is no mode; set it to install, modify or uninstall");
+                     "--set: KORU_MODE is \"Install\"; it must be install, modify or uninstall");
   expect_usage_fault("call", "ACTION is required");
-  expect_usage_fault("call session.json", "ACTION: none is given before the session file; the actions are" + actions);
-  expect_usage_fault("call perform session.json", "ACTION: there is no action \"perform\"; the actions are" + actions);
-  expect_usage_fault("call perform_integration x session.json", "ACTION: there is no action \"x\"; the actions are" + actions);
+  expect_usage_fault("call session.json", "ACTION: missing before the session file; the actions are" + actions);
+  expect_usage_fault("call perform session.json", "ACTION: unknown action \"perform\"; the actions are" + actions);
+  expect_usage_fault("call perform_integration x session.json", "ACTION: unknown action \"x\"; the actions are" + actions);
 }
 
 TEST_F(Arguments, FaultsOfFilesAreTold) {
   write_session("install");
   std::filesystem::create_directory("directory");
   fake::write_file("bad.json", "{\"mode\": 1}");
-  const std::string unreadable = ": cannot be read: No such file or directory; give the path of a file that can be";
+  const std::string unreadable = ": cannot be read: No such file or directory; give the path of a JSON file";
   expect_fault("run missing.json", "missing.json" + unreadable);
   expect_fault("run ''", unreadable);
-  expect_fault("run directory", "directory: is no regular file; give the path of a JSON file");
+  expect_fault("run directory", "directory: is not a regular file; give the path of a JSON file");
   expect_fault("run bad.json", "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
   expect_fault("run bad.json --json", "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
   expect_fault("call find_eclipse_ide bad.json",
@@ -88,14 +90,14 @@ TEST_F(Arguments, FaultsOfFilesAreTold) {
                "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
   expect_fault(
       "run session.json --write-variables missing/v.json",
-      "missing/v.json: cannot be written: No such file or directory; give the path of a file in a directory that is writable");
+      "missing/v.json: cannot be written: No such file or directory; give the path of a writable file in a writable directory");
   expect_fault("run session.json --log missing/log",
-               "missing/log: cannot be opened for the log: No such file or directory; give the "
+               "missing/log: cannot open the log: No such file or directory; give the "
                "path of a file that can be written");
   expect_fault("run session.json --log directory",
-               "directory: cannot be opened for the log: Is a directory; give the path of a file that can be written");
+               "directory: cannot open the log: Is a directory; give the path of a file that can be written");
   expect_fault("run session.json --log ''",
-               ": cannot be opened for the log: No such file or directory; give the path of a file that can be written");
+               ": cannot open the log: No such file or directory; give the path of a file that can be written");
 }
 
 std::string would_overwrite(const std::string& file, const std::string& option, const std::string& other) {
@@ -158,6 +160,51 @@ TEST_F(Arguments, OutputsDoNotOverwriteTheProduct) {
   EXPECT_EQ(content_of("ide/bin/eclipse"), "x");
 }
 
+TEST_F(Arguments, OutputsDoNotOverwriteThePlugInOrThisProgram) {
+  write_session("install");
+  // Hard links, so that a test that fails costs nothing but a link's content: the files themselves are copies.
+  std::filesystem::create_directory("bin");
+  std::filesystem::copy_file(ECLIPSE_INT_COMMAND, "bin/eclipse-int");
+  std::filesystem::copy_file(ECLIPSE_INT_LIBRARY, "bin/libeclipse_int.so");
+  std::filesystem::create_hard_link("bin/libeclipse_int.so", "hard-link");
+  for (const std::string option : {"--log", "--write-variables"}) {
+    const auto refused = [&](const std::string& file, const std::string& used) {
+      const Outcome outcome = eclipse_int("--version; bin/eclipse-int run session.json " + option + " " + file);
+      EXPECT_EQ(outcome.status, 2);
+      EXPECT_EQ(outcome.error, "eclipse-int: " + would_overwrite(file, option, used) + "\n");
+    };
+    refused("bin/libeclipse_int.so", "DIRECTORY/bin/libeclipse_int.so");
+    refused("hard-link", "DIRECTORY/bin/libeclipse_int.so");
+    refused("bin/eclipse-int", "this program");
+  }
+  EXPECT_EQ(director_calls(), "");
+  EXPECT_EQ(content_of("bin/libeclipse_int.so"), content_of(ECLIPSE_INT_LIBRARY));
+}
+
+TEST_F(Arguments, OutputsDoNotOverwriteUpdateSitesOrInstalledFiles) {
+  write_session("install");
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite.zip\ttwo\n");
+  fake::write_file("tools/site/content.jar", "content");
+  fake::write_file("tools/site/plugins/one.jar", "one");
+  fake::write_file("tools/site.zip", "zip");
+  fake::write_file("eclipse/plugins/launcher.jar", "launcher");
+  fake::write_file("eclipse/p2/profile", "profile");
+  std::filesystem::create_hard_link("tools/site/plugins/one.jar", "hard-link");
+  for (const std::string option : {"--log", "--write-variables"}) {
+    const auto refused = [&](const std::string& file, const std::string& used) {
+      expect_fault("run session.json " + option + " " + file, would_overwrite(file, option, used));
+    };
+    refused("tools/site/content.jar", "DIRECTORY/tools/site/content.jar");
+    refused("hard-link", "DIRECTORY/tools/site/plugins/one.jar");
+    refused("tools/site.zip", "DIRECTORY/tools/site.zip");
+    refused("eclipse/plugins/launcher.jar", "DIRECTORY/eclipse/plugins/launcher.jar");
+    refused("eclipse/p2/profile", "DIRECTORY/eclipse/p2/profile");
+    for (int run = 1; run <= 2; ++run) EXPECT_EQ(eclipse_int("run session.json " + option + " eclipse/notes").status, 0);
+    std::filesystem::remove("eclipse/calls");
+  }
+  EXPECT_EQ(content_of("tools/site.zip"), "zip");
+}
+
 TEST_F(Arguments, AnythingButThePlugInIsNotLoaded) {
   write_session("install");
   std::filesystem::copy_file(ANOTHER_LIBRARY, "another.so");
@@ -165,6 +212,9 @@ TEST_F(Arguments, AnythingButThePlugInIsNotLoaded) {
   expect_fault(
       "run session.json --plugin missing.so",
       "missing.so: cannot be loaded: DIRECTORY/missing.so: cannot open shared object file: No such file or directory" + fix);
+  ASSERT_EQ(mkfifo("fifo.so", 0600), 0);
+  EXPECT_EQ(eclipse_int("run session.json --plugin fifo.so", "timeout 10").error,
+            "eclipse-int: fifo.so: is not a regular file; give the path of libeclipse_int.so\n");
   expect_fault(
       "run session.json --plugin another.so",
       "another.so: has no action \"eclipse_integration_required\"; this is not the plug-in, or not this version of it");

@@ -10,6 +10,8 @@
 #include <regex>
 #include <sstream>
 
+#include "cli/json_documents.h"
+
 namespace cli_test {
 
 namespace {
@@ -51,6 +53,7 @@ ChildCommand::ChildCommand() {
 Outcome ChildCommand::eclipse_int(const std::string& arguments, const std::string& starter) const {
   const std::string command = starter + " " + std::string(ECLIPSE_INT_COMMAND) + " " + arguments;
   const int status = std::system(("( " + command + "\n) > .output 2> .error").c_str());
+  if (arguments.find('>') == std::string::npos) keep_json_document(arguments, content_of(".output"));
   return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), settled(content_of(".output"), directory.path()),
           settled(content_of(".error"), directory.path())};
 }

@@ -86,7 +86,7 @@ TEST_F(Interruption, TellsIt) {
       outcome.output.ends_with("    begun\n"
                                "\n"
                                "Interrupted by SIGTERM\n"
-                               "  The director that was running was ended; what it had done by then may have stayed.\n"))
+                               "  The running director was stopped; changes that it had already made may remain.\n"))
       << outcome.output;
   EXPECT_TRUE(has_ended("director"));
 }
@@ -95,7 +95,7 @@ TEST_F(Interruption, EndsTheQuestionForWhatIsInstalled) {
   write_session("install");
   script(1, director_that_sends("INT"));
   const Outcome outcome = eclipse_int_with_number("verify session.json");
-  EXPECT_EQ(outcome, (Outcome{130, "", "eclipse-int: interrupted by SIGINT; the director that was asked has been ended\n"}));
+  EXPECT_EQ(outcome, (Outcome{130, "", "eclipse-int: interrupted by SIGINT; the running director was stopped\n"}));
   EXPECT_TRUE(has_ended("director"));
 }
 
@@ -118,8 +118,8 @@ TEST_F(Interruption, AfterAVerifiedRunLosesNothingOfIt) {
   EXPECT_EQ(outcome.status, 2);
   const Json result = Json::parse(outcome.output);
   EXPECT_EQ(result.at("status"), "done");
-  EXPECT_EQ(result.at("verification").at("faults"),
-            Json::array({"after the run, SIGINT ended the question for what is installed"}));
+  EXPECT_EQ(result.at("verification").at("errors"),
+            Json::array({"after the run: SIGINT interrupted the query for installed units"}));
   EXPECT_TRUE(has_ended("director"));
 }
 

@@ -1,6 +1,8 @@
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "cli/child_command.h"
+#include "cli/json_documents.h"
 
 namespace cli_test {
 
@@ -24,7 +26,7 @@ class JsonResult : public ChildCommand {
 
 TEST_F(JsonResult, HoldsAllThatHappened) {
   write_session("install", {{"QN_SCRIPTS_COMPLETE_DESC", "Installed."}});
-  script(1, "echo failed; exit 13");
+  script(1, "echo Installation failed.; echo no site; exit 13");
   script(3, "printf 'two\\n'; exit 9");
   const Outcome outcome = eclipse_int("call define_eclipse_path perform_integration session.json --json");
   EXPECT_EQ(outcome.status, 1);
@@ -43,10 +45,18 @@ TEST_F(JsonResult, HoldsAllThatHappened) {
   after["ECLIPSE_PATH"] = "DIRECTORY/eclipse";
   after["QN_SCRIPTS_COMPLETE_DESC"] = "Installed.\nThese failed:\n\ntwo\n";
   after["QN_SCRIPTS_FAILED"] = "yes";
-  const auto command = [](const std::string& text, const std::string& output, int exit_code) {
-    return Json{{"action", "perform_integration"}, {"command", text}, {"output", output}, {"errorOutput", ""},
-                {"exitCode", exit_code},           {"seconds", 0}};
+  const auto command = [](const std::string& text, const std::string& output, int exit_code, const Json& failure) {
+    return Json{{"action", "perform_integration"}, {"command", text}, {"output", output},  {"errorOutput", ""},
+                {"exitCode", exit_code},           {"seconds", 0},    {"failure", failure}};
   };
+  const Json all_failed = {{"layer", "the director"},
+                           {"meaning", "it could not do what it was asked for"},
+                           {"causes", {"no site"}},
+                           {"log", nullptr}};
+  const Json two_failed = {{"layer", "an unknown layer"},
+                           {"meaning", result_of(outcome).at("commands").at(2).at("failure").at("meaning")},
+                           {"causes", {"two"}},
+                           {"log", nullptr}};
   const Json expected = {
       {"status", "failed"},
       {"exitStatus", 1},
@@ -64,7 +74,7 @@ TEST_F(JsonResult, HoldsAllThatHappened) {
         "eclipse_int: order: 0 feature: one",
         "eclipse_int: order: 1 feature: two",
         "eclipse_int: running command: " + all,
-        "eclipse_int: out: failed\n",
+        "eclipse_int: out: Installation failed.\nno site\n",
         "eclipse_int: exit code: 13",
         "eclipse_int: failed to integrate all plug-ins at once, integrating individually",
         "eclipse_int: running command: " + one,
@@ -73,7 +83,9 @@ TEST_F(JsonResult, HoldsAllThatHappened) {
         "eclipse_int: running command: " + two,
         "eclipse_int: out: two\n",
         "eclipse_int: exit code: 9"}},
-      {"commands", {command(all, "failed\n", 13), command(one, "", 0), command(two, "two\n", 9)}}};
+      {"commands",
+       {command(all, "Installation failed.\nno site\n", 13, all_failed), command(one, "", 0, nullptr),
+        command(two, "two\n", 9, two_failed)}}};
   EXPECT_EQ(result_of(outcome), expected);
 }
 
@@ -91,8 +103,21 @@ TEST_F(JsonResult, SaysDoneAndRefused) {
   EXPECT_EQ(refused.at("exitStatus"), 1);
   EXPECT_EQ(
       refused.at("refusal"),
-      "USER_DEFINED_ECLIPSE_PATH is \"DIRECTORY/eclipse/eclipse\", which is not the Eclipse executable: name an existing file "
-      "called \"other\" (that is ECLIPSE_BIN) by its full path");
+      "USER_DEFINED_ECLIPSE_PATH is \"DIRECTORY/eclipse/eclipse\", which is not the Eclipse executable: give the full path of "
+      "an existing file named \"other\" (ECLIPSE_BIN)");
+}
+
+TEST_F(JsonResult, IsKeptForTheCheckAgainstItsSchema) {
+  write_session("install");
+  for (const std::string arguments :
+       {"run session.json --json", "call find_eclipse_ide session.json --json", "plan session.json --json",
+        "lint --format json session.json", "lint --format=json tools"}) {
+    eclipse_int(arguments);
+    EXPECT_EQ(content_of(kept_json_document(arguments, content_of(".output"))), content_of(".output")) << arguments;
+    EXPECT_NE(content_of(".output"), "");
+  }
+  eclipse_int("lint --format sarif session.json");
+  EXPECT_EQ(content_of(kept_json_document("lint", content_of(".output"))), "") << "its schema is not ours";
 }
 
 TEST_F(JsonResult, HoldsEmptyListsWhenNothingHappened) {
@@ -143,7 +168,7 @@ TEST_F(JsonResult, HoldsWhatIsKnownWhenTheRunBreaksOff) {
   write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
   const Outcome outcome = eclipse_int(std::string("run session.json --json --plugin ") + THROWING_PLUGIN);
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.error, "eclipse-int: the run broke off: no more of this\n");
+  EXPECT_EQ(outcome.error, "eclipse-int: the run was aborted: no more of this\n");
   const Json before = {{"ECLIPSE_BIN", "eclipse"},
                        {"ECLIPSE_INTEGRATION_CHOICE", "none"},
                        {"KORU_MODE", "install"},
@@ -151,13 +176,13 @@ TEST_F(JsonResult, HoldsWhatIsKnownWhenTheRunBreaksOff) {
                        {"eclipse_integration_failed_title", "These failed:"}};
   Json after = before;
   after["WRITTEN_BEFORE"] = "yes";
-  const auto action = [](const std::string& name) { return Json{{"name", name}, {"result", nullptr}}; };
-  const Json expected = {{"status", "broken off"},
+  const auto action = [](const std::string& name, const Json& result) { return Json{{"name", name}, {"result", result}}; };
+  const Json expected = {{"status", "aborted"},
                          {"exitStatus", 1},
                          {"reason", "no more of this"},
                          {"actions",
-                          {action("eclipse_integration_required"), action("find_eclipse_ide"), action("define_eclipse_path"),
-                           action("perform_integration")}},
+                          {action("eclipse_integration_required", 0), action("find_eclipse_ide", 0),
+                           action("define_eclipse_path", 0), action("perform_integration", nullptr)}},
                          {"variables", {{"before", before}, {"after", after}}},
                          {"log", Json::array()},
                          {"commands", Json::array()}};
@@ -172,9 +197,9 @@ TEST_F(JsonResult, LeavesOutTheOutputThatItHadNoMemoryFor) {
   script(2, "head -c 300000000 /dev/zero | tr '\\0' x");
   const Outcome outcome = eclipse_int("run session.json --json", little_memory);
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.error, "eclipse-int: the run broke off: std::bad_alloc\n");
+  EXPECT_EQ(outcome.error, "eclipse-int: the run was aborted: std::bad_alloc\n");
   const Json result = Json::parse(outcome.output);
-  EXPECT_EQ(result.at("status"), "broken off");
+  EXPECT_EQ(result.at("status"), "aborted");
   EXPECT_EQ(result.at("reason"), "std::bad_alloc");
   EXPECT_EQ(result.at("log").back(),
             "eclipse_int: running command: " + result.at("commands").at(1).at("command").get<std::string>());
@@ -182,6 +207,28 @@ TEST_F(JsonResult, LeavesOutTheOutputThatItHadNoMemoryFor) {
   EXPECT_EQ(result.at("commands").at(0).at("exitCode"), 13);
   EXPECT_EQ(result.at("commands").at(1).at("exitCode"), nullptr);
   EXPECT_EQ(result.at("commands").at(1).at("output"), "");
+}
+
+TEST_F(JsonResult, IsPrintedWithoutOutputsThatDoNotFitIntoMemory) {
+  const std::string little_memory = "ulimit -v 250000;";
+  if (eclipse_int("--version", little_memory).status != 0) GTEST_SKIP() << "this build needs more memory to start";
+  write_session("install");
+  bool was_without_outputs = false;
+  for (int megabytes = 5; megabytes <= 60 && !was_without_outputs; megabytes += 5) {
+    std::filesystem::remove("eclipse/calls");
+    script(1, "head -c " + std::to_string(megabytes) + "000000 /dev/zero | tr '\\0' x");
+    const Outcome outcome = eclipse_int("run session.json --json", little_memory);
+    ASSERT_NE(outcome.output, "") << megabytes << outcome.error;
+    const Json result = Json::parse(outcome.output);
+    if (result.at("status") != "done") continue;
+    EXPECT_EQ(result.at("exitStatus"), outcome.status);
+    was_without_outputs = result.at("commands").at(0).at("output") == "";
+    if (!was_without_outputs) continue;
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.error,
+              "eclipse-int: the JSON document does not fit into memory, so it is printed without the output of the commands\n");
+  }
+  EXPECT_TRUE(was_without_outputs);
 }
 
 TEST_F(JsonResult, HoldsHugeOutputs) {

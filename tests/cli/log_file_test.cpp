@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include "cli/child_command.h"
 
 namespace cli_test {
@@ -43,7 +45,7 @@ TEST_F(LogFile, IsNotMixedIntoADocument) {
   write_session("install");
   const auto refused = [](const std::string& file) {
     return "eclipse-int: --log: " + file +
-           " is standard output, which --json has for its document alone; give the log a file of its own\nRun with --help for "
+           " is standard output, which --json needs for its document; give the log a file of its own\nRun with --help for "
            "more information.\n";
   };
   EXPECT_EQ(eclipse_int("run session.json --json --log /dev/stdout"), (Outcome{2, "", refused("/dev/stdout")}));
@@ -56,11 +58,43 @@ TEST_F(LogFile, IsNotMixedIntoADocument) {
   EXPECT_EQ(eclipse_int("run session.json --log /dev/stdout").status, 0) << "lines may stand among lines";
 }
 
-TEST_F(LogFile, ThatIsFullIsToldAfterTheRun) {
+TEST_F(LogFile, OnStandardOutputNeitherEmptiesNorOverwritesIt) {
+  write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
+  const Outcome outcome = eclipse_int("run session.json --log /dev/stdout > report");
+  EXPECT_EQ(outcome.status, 0);
+  const std::string report = content_of("report");
+  EXPECT_TRUE(report.starts_with("Session session.json\n")) << report;
+  EXPECT_NE(report.find("Action perform_integration\neclipse_int: perform_integration entered\n"), std::string::npos) << report;
+  EXPECT_NE(report.find("\nDone\n"), std::string::npos) << report;
+}
+
+TEST_F(LogFile, IsNoFifoThatNobodyReads) {
+  write_session("install");
+  ASSERT_EQ(mkfifo("fifo", 0600), 0);
+  EXPECT_EQ(eclipse_int("run session.json --log fifo", "timeout 10"),
+            (Outcome{2, "",
+                     "eclipse-int: fifo: cannot open the log: it is a FIFO that no process reads; give the path of a file that "
+                     "can be written\n"}));
+  EXPECT_EQ(director_calls(), "");
+  const Outcome outcome =
+      eclipse_int("run session.json --json --log fifo > /dev/null; wait", "timeout 10 cat fifo & sleep 0.3; timeout 10");
+  EXPECT_NE(outcome.output.find("eclipse_int: perform_integration entered\n"), std::string::npos) << outcome.output;
+}
+
+TEST_F(LogFile, IsNotInheritedByDirectors) {
+  write_session("install");
+  script(1, "ls -l /proc/$$/fd");
+  const Outcome outcome = eclipse_int("run session.json --log the-log");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.output.find("the-log"), std::string::npos) << outcome.output;
+}
+
+TEST_F(LogFile, ThatIsFullIsReportedAfterTheRun) {
   write_session("install");
   const Outcome outcome = eclipse_int("run session.json --log /dev/full");
   EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(outcome.error, "eclipse-int: /dev/full: the log is not complete: No space left on device; give it another place\n");
+  EXPECT_EQ(outcome.error,
+            "eclipse-int: /dev/full: the log is incomplete: No space left on device; give the log another file\n");
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 
   script(2, "exit 13");

@@ -5,7 +5,7 @@ namespace cli_test {
 namespace {
 
 const std::string lost_output =
-    "eclipse-int: standard output cannot be written; what is missing there was found or done all the same\n";
+    "eclipse-int: standard output cannot be written; the work is complete, only its output is cut\n";
 
 class StandardStreams : public ChildCommand {
  protected:
@@ -54,7 +54,7 @@ TEST_F(StandardStreams, AReaderThatIsGoneDoesNotEndTheRun) {
 TEST_F(StandardStreams, AFileThatMayGrowNoFurtherDoesNotEndTheRun) {
   const std::string limit = "ulimit -f 2;";
   Outcome outcome = eclipse_int("run session.json --log log > /dev/null", limit);
-  EXPECT_EQ(outcome, (Outcome{2, "", "eclipse-int: log: the log is not complete: File too large; give it another place\n"}));
+  EXPECT_EQ(outcome, (Outcome{2, "", "eclipse-int: log: the log is incomplete: File too large; give the log another file\n"}));
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
   outcome = eclipse_int("run session.json --json > document", limit);
   EXPECT_EQ(outcome, (Outcome{2, "", lost_output}));

@@ -29,10 +29,9 @@ TEST_F(Variables, ThatSayAnotherModeAreNotedAndNotUsed) {
   for (const std::string command : {"run", "plan", "verify"}) {
     const Outcome outcome = eclipse_int(command + " session.json --variables v.json");
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(
-        outcome.error,
-        "eclipse-int: note: v.json: KORU_MODE is \"uninstall\" there and is not used; the mode is that of the session file, "
-        "or of --set KORU_MODE=...\n");
+    EXPECT_EQ(outcome.error,
+              "eclipse-int: note: v.json: KORU_MODE \"uninstall\" is ignored; the session file, or --set KORU_MODE=..., sets "
+              "the mode\n");
   }
   fake::write_file("v.json", R"({"KORU_MODE": "install"})");
   EXPECT_EQ(eclipse_int("run session.json --variables v.json").error, "");
@@ -114,9 +113,8 @@ TEST_F(Variables, ThatCannotBeWrittenAfterTheRunAreTold) {
   const Outcome outcome = eclipse_int("run session.json --json --write-variables directory/v.json");
   EXPECT_EQ(outcome.status, 2);
   EXPECT_EQ(outcome.error,
-            "eclipse-int: directory/v.json: cannot be written: No such file or directory; give the path of a file in a "
-            "directory that is "
-            "writable\n");
+            "eclipse-int: directory/v.json: cannot be written: No such file or directory; give the path of a writable "
+            "file in a writable directory\n");
   const Json result = Json::parse(outcome.output);
   EXPECT_EQ(result.at("status"), "done");
   EXPECT_EQ(result.at("exitStatus"), 2);

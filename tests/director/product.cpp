@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "cli/json_documents.h"
 #include "shell/command_runner.h"
 
 namespace fs = std::filesystem;
@@ -89,7 +90,9 @@ Outcome Product::run(const std::string& mode, const std::map<std::string, std::s
   for (const auto& [name, value] : variables) session["variables"][name] = value;
   const fs::path file = directory_ / "session.json";
   write(file, session.dump(2));
-  const auto run = eclipse_shell::run_in_shell(quoted(ECLIPSE_INT_COMMAND) + " run --json " + quoted(file.string()));
+  const std::string arguments = "run --json " + quoted(file.string());
+  const auto run = eclipse_shell::run_in_shell(quoted(ECLIPSE_INT_COMMAND) + " " + arguments);
+  cli_test::keep_json_document(arguments, run.output);
   Outcome outcome{run.exit_code, nlohmann::json::parse(run.output, nullptr, false)};
   if (outcome.result.is_discarded()) throw std::runtime_error("no JSON: " + run.output + run.error_output);
   return outcome;

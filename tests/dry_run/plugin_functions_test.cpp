@@ -10,9 +10,9 @@ using namespace eclipse_dry_run;
 
 namespace {
 
-Library library() {
+PluginFunctions functions() {
   static const eclipse_host::Plugin plugin(ECLIPSE_INT_LIBRARY);
-  return Library(plugin);
+  return PluginFunctions(plugin);
 }
 
 /// Records whose features differ, some without a repository, with orders that collide often.
@@ -41,7 +41,7 @@ fake::Texts logged_of(const std::vector<plugin_config>& records) {
 fake::Texts log_by_placements(const std::vector<plugin_config>& records) {
   fake::Texts log;
   std::map<std::int64_t, std::string> order;
-  const auto placements = library().placements(records);
+  const auto placements = functions().placements(records);
   for (std::size_t i = 0; i < records.size(); ++i) {
     if (!placements[i]) continue;
     log.push_back("eclipse_int: Repository: " + placements[i]->url + " Feature: " + records[i].feature);
@@ -52,7 +52,7 @@ fake::Texts log_by_placements(const std::vector<plugin_config>& records) {
   return log;
 }
 
-TEST(Library, PlacementsAreThoseThatThePluginLogs) {
+TEST(PluginFunctions, PlacementsAreThoseThatThePluginLogs) {
   std::mt19937 random(20);
   for (int count = 0; count < 200; ++count) {
     const auto records = random_records(random, count);
@@ -60,16 +60,16 @@ TEST(Library, PlacementsAreThoseThatThePluginLogs) {
   }
 }
 
-TEST(Library, OrdersAreReadByThePlugin) {
+TEST(PluginFunctions, OrdersAreReadByThePlugin) {
   const std::vector<std::pair<std::string, std::int64_t>> cases = {
       {"undefined", 0}, {"", 0}, {"7", 7}, {" 7x", 7}, {"-3", -3}, {"99999999999", 2147483647}, {"-99999999999", -2147483648}};
-  for (const auto& [text, number] : cases) EXPECT_EQ(library().order(text), number) << text;
+  for (const auto& [text, number] : cases) EXPECT_EQ(functions().order(text), number) << text;
 }
 
-TEST(Library, WhatHasOnlyTheActionsOfThePluginIsRefused) {
+TEST(PluginFunctions, WhatHasOnlyTheActionsOfThePluginIsRefused) {
   const eclipse_host::Plugin plugin(ONLY_ACTIONS);
   try {
-    const Library library(plugin);
+    const PluginFunctions functions(plugin);
     FAIL() << "was taken for the plug-in";
   } catch (const eclipse_host::PluginError& error) {
     EXPECT_STREQ(error.what(),

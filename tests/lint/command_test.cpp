@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "cli/json_documents.h"
 #include "fake_host/temporary_directory.h"
 #include "shell/command_runner.h"
 
@@ -22,7 +23,9 @@ class LintCommand : public testing::Test {
   }
 
   eclipse_shell::CommandResult eclipse_int(const std::string& arguments) const {
-    return eclipse_shell::run_in_shell("'" ECLIPSE_INT_COMMAND "' " + arguments);
+    auto result = eclipse_shell::run_in_shell("'" ECLIPSE_INT_COMMAND "' " + arguments);
+    cli_test::keep_json_document(arguments, result.output);
+    return result;
   }
   int status(const std::string& arguments) const { return eclipse_int(arguments).exit_code; }
 
@@ -35,16 +38,16 @@ TEST_F(LintCommand, IsSilentWhereThereIsNothingToSay) {
   EXPECT_EQ(lint.output + lint.error_output, "");
 }
 
-TEST_F(LintCommand, TellsLocationWhyAndFix) {
+TEST_F(LintCommand, PrintsLocationWhyAndFix) {
   const auto lint = eclipse_int("lint good.txt bad.txt");
   EXPECT_EQ(lint.exit_code, 1);
   EXPECT_EQ(lint.error_output, "");
   EXPECT_EQ(lint.output,
-            "bad.txt:2:1: error: this looks like data but has no tab: the line is dropped [line-without-tab]\n"
+            "bad.txt:2:1: error: this line looks like data but has no tab [line-without-tab]\n"
             "  2 | sites/beta org.example.beta.feature.group\n"
             "    | ^~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~\n"
-            "  why: Only tabs separate columns, so the line has one column, and it is dropped silently.\n"
-            "  fix: separate repository and feature by one tab\n");
+            "  why: Only tabs separate columns. The line has one column and is silently ignored.\n"
+            "  fix: separate the repository and the feature with a tab\n");
 }
 
 TEST_F(LintCommand, SeverityDecidesTheExitStatus) {
@@ -56,7 +59,7 @@ TEST_F(LintCommand, SeverityDecidesTheExitStatus) {
   EXPECT_EQ(status("lint --severity note good.txt"), 0);
 }
 
-TEST_F(LintCommand, RulesCanBeLeftOutOrSetAside) {
+TEST_F(LintCommand, RulesCanBeDisabledAndFindingsSuppressed) {
   EXPECT_EQ(status("lint --disable line-without-tab bad.txt"), 0);
   write_file("overrides.json", R"([{"rule": "line-without-tab", "file": "bad.txt", "line": 2, "reason": "an old line"}])");
   const auto lint = eclipse_int("lint --overrides overrides.json bad.txt");
@@ -66,16 +69,68 @@ TEST_F(LintCommand, RulesCanBeLeftOutOrSetAside) {
   EXPECT_EQ(json["findings"][0]["override"], "an old line");
 }
 
-TEST_F(LintCommand, OverridesThatSetNothingAsideAreMentioned) {
+TEST_F(LintCommand, GroupsOfRulesCanBeSelectedOrDisabled) {
+  write_file("both.txt", "sites/alpha\torg.example.alpha.feature.group\t\tx\nsites/beta org.example.beta.feature.group\n");
+  const auto rules_broken = [&](const std::string& options) {
+    std::string names;
+    const auto document = nlohmann::json::parse(eclipse_int("lint --format json both.txt " + options).output);
+    for (const auto& finding : document["findings"]) {
+      names += finding["group"].get<std::string>() + "/" + finding["rule"].get<std::string>() + " ";
+    }
+    return names;
+  };
+  EXPECT_EQ(rules_broken(""), "orders/order-not-a-number lines/line-without-tab ");
+  EXPECT_EQ(rules_broken("--select orders"), "orders/order-not-a-number ");
+  EXPECT_EQ(rules_broken("--select line-without-tab"), "lines/line-without-tab ");
+  EXPECT_EQ(rules_broken("--select orders --select lines --disable order-not-a-number"), "lines/line-without-tab ");
+  EXPECT_EQ(rules_broken("--disable orders"), "lines/line-without-tab ");
+  EXPECT_EQ(eclipse_int("lint both.txt --select order").error_output,
+            "eclipse-int: --select: there is no rule or group \"order\"; did you mean \"orders\"?\n"
+            "Run with --help for more information.\n");
+}
+
+TEST_F(LintCommand, ChecksTheSessionThatARunWithTheSameVariablesPerforms) {
+  write_file("session.json", R"({"mode": "install", "variables": {"ECLIPSE_INTEGRATION_CHOICE": "none"}, "components": []})");
+  write_file("internal.json", R"({"ECLIPSE_INTEGRATION_CHOICE": "Internal", "ECLIPSE_BIN": "ide/eclipse"})");
+  const auto summary = [&](const std::string& options) {
+    std::string text;
+    const auto document = nlohmann::json::parse(eclipse_int("lint --format json session.json " + options).output);
+    for (const auto& finding : document["findings"]) {
+      text += finding["file"].get<std::string>() + ":" + std::to_string(finding["line"].get<int>()) + " " +
+              finding["rule"].get<std::string>() + "\n";
+    }
+    return text;
+  };
+  EXPECT_EQ(summary(""), "");
+  EXPECT_EQ(summary("--set ECLIPSE_INTEGRATION_CHOICE=User --set ECLIPSE_INTEGRATION_CHOICE=Internal"),
+            "session.json:0 choice-unknown\n");
+  EXPECT_EQ(summary("--variables internal.json"), "session.json:0 executable-name-unmatched\n");
+  EXPECT_EQ(summary("--variables internal.json --set ECLIPSE_BIN=eclipse"), "");
+  EXPECT_EQ(summary("--set ECLIPSE_INTEGRATION_CHOICE=none"), "");
+}
+
+TEST_F(LintCommand, VariablesHaveTheErrorsAndNotesOfARun) {
+  write_file("session.json", R"({"mode": "install", "variables": {"ECLIPSE_INTEGRATION_CHOICE": "none"}, "components": []})");
+  write_file("mode.json", R"({"KORU_MODE": "uninstall"})");
+  for (const std::string options : {"--set KORU_MODE=repair", "--set novalue", "--variables missing.json",
+                                    "--variables good.txt", "--variables mode.json"}) {
+    const auto lint = eclipse_int("lint session.json " + options);
+    const auto plan = eclipse_int("plan session.json " + options);
+    EXPECT_EQ(lint.exit_code, plan.exit_code) << options;
+    EXPECT_EQ(lint.error_output, plan.error_output) << options;
+    EXPECT_NE(lint.error_output, "") << options;
+  }
+}
+
+TEST_F(LintCommand, OverridesThatSuppressNothingAreReported) {
   write_file("overrides.json",
              "[{\"rule\": \"line-without-tab\", \"file\": \"bad.txt\", \"reason\": \"an old line\"},\n"
              "{\"rule\": \"line-without-tab\", \"file\": \"good.txt\", \"reason\": \"fixed by now\"}]\n");
   const auto lint = eclipse_int("lint --overrides overrides.json good.txt bad.txt");
   EXPECT_EQ(lint.exit_code, 0);
   EXPECT_EQ(lint.output, "");
-  EXPECT_EQ(
-      lint.error_output,
-      "eclipse-int: overrides.json:2: note: no finding of line-without-tab in these inputs is set aside by this override\n");
+  EXPECT_EQ(lint.error_output,
+            "eclipse-int: overrides.json:2: note: this override suppresses no finding of line-without-tab in these inputs\n");
   EXPECT_EQ(eclipse_int("lint --overrides overrides.json --disable line-without-tab good.txt").error_output, "");
   // What could not be read may have what is overridden.
   EXPECT_EQ(eclipse_int("lint --overrides overrides.json missing.txt").error_output.find("note:"), std::string::npos);
@@ -91,7 +146,7 @@ TEST_F(LintCommand, DirectoryOfComponentsIsCheckedComponentByComponent) {
   EXPECT_EQ(lint.output + lint.error_output, "");
 }
 
-TEST_F(LintCommand, OutputThatCannotBeWrittenIsAFault) {
+TEST_F(LintCommand, OutputThatCannotBeWrittenIsAnError) {
   for (const std::string arguments :
        {"lint bad.txt", "lint warned.txt", "lint --format json good.txt", "lint --format sarif good.txt",
         "lint --format json bad.txt", "lint --format sarif bad.txt", "explain", "explain line-without-tab",
@@ -111,22 +166,23 @@ TEST_F(LintCommand, FormatsAreOfTheSameFindings) {
   EXPECT_EQ(nlohmann::json::parse(eclipse_int("lint --format json good.txt").output)["findings"].size(), 0U);
 }
 
-TEST_F(LintCommand, FaultsOfInputsDoNotKeepTheOthersFromBeingChecked) {
+TEST_F(LintCommand, ErrorsInOneInputDoNotKeepTheOthersFromBeingChecked) {
   const auto lint = eclipse_int("lint missing.txt bad.txt");
   EXPECT_EQ(lint.exit_code, 2);
-  EXPECT_EQ(
-      lint.error_output,
-      "eclipse-int: missing.txt: is not there; give a descriptor file, a directory of components or a session file (.json)\n");
+  EXPECT_EQ(lint.error_output,
+            "eclipse-int: missing.txt: does not exist; give a descriptor file, a directory of components or a session file "
+            "(.json)\n");
   EXPECT_NE(lint.output.find("[line-without-tab]"), std::string::npos);
   write_file("session.json", "{\"mode\": \"instal\", \"components\": []}");
   EXPECT_EQ(eclipse_int("lint session.json").error_output,
             "eclipse-int: session.json:1:10: mode: \"instal\" is no mode; write \"install\", \"modify\" or \"uninstall\"\n");
 }
 
-TEST_F(LintCommand, FaultsOfArgumentsAreStatus2) {
+TEST_F(LintCommand, ErrorsInArgumentsAreStatus2) {
   for (const std::string arguments :
        {"lint", "lint --format xml good.txt", "lint --severity fatal good.txt", "lint --overrides no.json good.txt",
-        "lint --disable no-such-rule good.txt", "lint --plugin good.txt good.txt", "explain no-such-rule"}) {
+        "lint --disable no-such-rule good.txt", "lint --select no-such-rule good.txt", "lint --set x good.txt",
+        "lint --plugin good.txt good.txt", "explain no-such-rule"}) {
     const auto command = eclipse_int(arguments);
     EXPECT_EQ(command.exit_code, 2) << arguments;
     EXPECT_EQ(command.output, "") << arguments;
@@ -149,22 +205,32 @@ TEST_F(LintCommand, IsColouredOnATerminalOnly) {
   EXPECT_NE(plain.find("[line-without-tab]"), std::string::npos);
 }
 
-TEST_F(LintCommand, ExplainTellsOfRules) {
+TEST_F(LintCommand, ExplainsRules) {
   const auto one = eclipse_int("explain line-without-tab");
   EXPECT_EQ(one.exit_code, 0);
   EXPECT_EQ(one.output.substr(0, one.output.find('\n')),
-            "line-without-tab (error): a data line has spaces, commas or semicolons where its tab should be");
-  EXPECT_NE(eclipse_int("explain").output.find("\nline-without-tab "), std::string::npos);
+            "line-without-tab (error, lines): a data line has spaces, commas or semicolons instead of tabs");
   EXPECT_EQ(eclipse_int("explain line-without-tabs").error_output,
-            "eclipse-int: RULE: there is no rule \"line-without-tabs\"; did you mean \"line-without-tab\"?\n"
+            "eclipse-int: RULE: there is no rule or group \"line-without-tabs\"; did you mean \"line-without-tab\"?\n"
             "Run with --help for more information.\n");
+}
+
+TEST_F(LintCommand, ListsRulesByGroup) {
+  const std::string all = eclipse_int("explain").output;
+  const std::string orders = eclipse_int("explain orders").output;
+  EXPECT_EQ(orders.substr(0, orders.find('\n')), "orders: Orders (column 4)");
+  EXPECT_NE(orders.find("\n  order-taken "), orders.npos);
+  EXPECT_EQ(orders.find("line-without-tab"), orders.npos);
+  EXPECT_NE(all.find("\n\n" + orders + "\n"), all.npos);
+  EXPECT_NE(all.find("\n  line-without-tab "), all.npos);
+  EXPECT_EQ(eclipse_int("explain orders removal").output, orders + "\n" + eclipse_int("explain removal").output);
 }
 
 TEST_F(LintCommand, ManualIsUpToDate) {
   std::ostringstream manual;
   manual << std::ifstream(LINT_RULES_MANUAL).rdbuf();
   EXPECT_EQ(manual.str(), eclipse_int("explain --manual").output)
-      << "write it anew: eclipse-int explain --manual > docs/lint-rules.md";
+      << "generate it again: eclipse-int explain --manual > docs/lint-rules.md";
 }
 
 }  // namespace

@@ -37,7 +37,7 @@ TEST_F(Directories, EachComponentInOneIsCheckedByItself) {
   }
   write_component("product/more/two", "x.b", "s\tx.b\nsites\tx.b.feature.group\n");
   EXPECT_EQ(found_in("product"), Texts({"product/more/two/etc/eclipse/t:1:3+3 feature-without-group-suffix",
-                                        "product/more/two/etc/eclipse/t:2:1+5 site-missing"}));
+                                        "product/more/two/etc/eclipse/t:2:1+5 repository-missing"}));
 }
 
 TEST_F(Directories, DirectoryInAnEtcEclipseGivesItsDescriptors) {
@@ -47,7 +47,7 @@ TEST_F(Directories, DirectoryInAnEtcEclipseGivesItsDescriptors) {
     EXPECT_EQ(found_in(part), Texts({part + shown + ":1:3+3 feature-without-group-suffix"})) << part;
   }
   write_file("product/one/etc/eclipse/sub/u", "sites\tx.a.feature.group\n");
-  EXPECT_EQ(found_in("product/one/etc/eclipse/sub"), Texts({"product/one/etc/eclipse/sub/u:1:1+5 site-missing"}));
+  EXPECT_EQ(found_in("product/one/etc/eclipse/sub"), Texts({"product/one/etc/eclipse/sub/u:1:1+5 repository-missing"}));
 }
 
 TEST_F(Directories, OneThatLiesInSomeEtcEclipseMayHoldComponents) {
@@ -58,25 +58,25 @@ TEST_F(Directories, OneThatLiesInSomeEtcEclipseMayHoldComponents) {
 
 TEST_F(Directories, ComponentReachesAsFarAsItsSites) {
   write_file("product/one/share/etc/eclipse/t", "s\tx.a.feature.group\n");
-  EXPECT_EQ(found_in("product"), Texts({"product/one/etc/eclipse/t:1:22+1 feature-with-two-orders"}));
+  EXPECT_EQ(found_in("product"), Texts({"product/one/etc/eclipse/t:1:22+1 feature-order-conflict"}));
   std::filesystem::remove_all("product/one/etc");
   EXPECT_EQ(found_in("product"), Texts());
   EXPECT_EQ(found_in("product/one"), Texts());
   EXPECT_EQ(found_in("product/one/share/etc/eclipse"), Texts());
-  EXPECT_EQ(found_in("product/one/share"), Texts({"product/one/share/etc/eclipse/t:1:1+1 site-missing"}));
+  EXPECT_EQ(found_in("product/one/share"), Texts({"product/one/share/etc/eclipse/t:1:1+1 repository-missing"}));
 }
 
 TEST_F(Directories, ComponentWithoutAnySiteIsTheDirectoryThatHoldsEtcEclipse) {
   std::filesystem::remove_all("product/one/s");
   const Findings findings = findings_in("product");
-  ASSERT_EQ(summary_of(findings), Texts({"product/one/etc/eclipse/t:1:1+1 site-missing"}));
-  EXPECT_EQ(findings[0].message, "there is no site at " + directory.path() + "/product/one/s");
+  ASSERT_EQ(summary_of(findings), Texts({"product/one/etc/eclipse/t:1:1+1 repository-missing"}));
+  EXPECT_EQ(findings[0].message, "repository does not exist: " + directory.path() + "/product/one/s");
 }
 
 TEST_F(Directories, ComponentsMayCountOnTheSitesOfOthers) {
   write_component("product/one", "x.a", "s\tx.a.feature.group\ns\tx.b.feature.group\n");
   EXPECT_EQ(found_in("product"), Texts());
-  EXPECT_EQ(found_in("product/one"), Texts({"product/one/etc/eclipse/t:2:3+17 feature-not-offered"}));
+  EXPECT_EQ(found_in("product/one"), Texts({"product/one/etc/eclipse/t:2:3+17 feature-not-found"}));
 }
 
 TEST_F(Directories, WhatLooksLikeADescriptorIsFoundBesideTheComponents) {

@@ -14,7 +14,7 @@ using Texts = std::vector<std::string>;
 
 namespace {
 
-constexpr const char* offer_of_one =
+constexpr const char* content_of_one =
     "<?xml version='1.0'?><repository><units>"
     "<unit id='org.example.one.feature.group' version='1.0.0'/><unit id='org.example.one.plugin' version='1.0.0'/>"
     "</units></repository>";
@@ -26,10 +26,10 @@ Texts findings_in_lines(const std::string& content) {
   return summary_of(findings_in("t"));
 }
 
-TEST(Findings, StandAtTheirPlaces) {
+TEST(Findings, HaveTheirLocations) {
   const std::vector<std::pair<std::string, Texts>> cases = {
-      {"s org.example.a.feature.group\n", {"t:1:1+29 line-without-tab", "t descriptor-yields-nothing"}},
-      {"\n\ns,org.example.a.feature.group\n", {"t:3:1+29 line-without-tab", "t descriptor-yields-nothing"}},
+      {"s org.example.a.feature.group\n", {"t:1:1+29 line-without-tab", "t descriptor-without-data"}},
+      {"\n\ns,org.example.a.feature.group\n", {"t:3:1+29 line-without-tab", "t descriptor-without-data"}},
       {"Repository;Feature\ns\tx.y.feature.group\n", {"t:1:1+18 line-without-tab"}},
       {"# sites/a org.example.a.feature.group\ns\tx.y.feature.group\n", {}},
       {"The tools of Example\ns\tx.y.feature.group\n", {}},
@@ -47,17 +47,17 @@ TEST(Findings, StandAtTheirPlaces) {
       {"\xEF\xBB\xBFs\tx.y.feature.group\n", {"t:1:1+3 byte-order-mark"}},
       {"\xFF\xFEs\tx.y.feature.group\n", {"t not-8-bit-text"}},
       {std::string("s\0\tf\n", 5), {"t not-8-bit-text"}},
-      {"s\tx.y.feature.group\rs\tx.z.feature.group", {"t carriage-returns-only"}},
-      {"s\tx.y.feature.group\r", {"t:1:20+1 carriage-return-kept"}},
-      {"Repository\tFeature\r\ns\tx.y.feature.group\r\ns\tx.z.feature.group\r\n", {"t:2:20+1 carriage-return-kept"}},
+      {"s\tx.y.feature.group\rs\tx.z.feature.group", {"t cr-line-endings"}},
+      {"s\tx.y.feature.group\r", {"t:1:20+1 crlf-line-endings"}},
+      {"Repository\tFeature\r\ns\tx.y.feature.group\r\ns\tx.z.feature.group\r\n", {"t:2:20+1 crlf-line-endings"}},
       {"Repository\tFeature\r\ns\tx.y.feature.group\n", {}},
-      {"Repository\tx.y.feature.group\ns\tx.z.feature.group\n", {"t:1:1+10 site-called-repository"}},
+      {"Repository\tx.y.feature.group\ns\tx.z.feature.group\n", {"t:1:1+10 site-named-repository"}},
       {"s\t x.y.feature.group\n", {"t:1:3+18 space-around-column"}},
       {"s\t'x.y.feature.group'\n", {"t:1:3+19 quoted-column"}},
       {"s\tx.y.feature.group\t\t1\ta\tb\n", {"t:1:24+1 extra-columns"}},
       {"s\tx.y.feature.group\t\n", {"t:1:20+1 trailing-tab"}},
-      {"s\tx.y.feature.group\tx\n", {"t:1:21+1 third-column-unused"}},
-      {"", {"t descriptor-yields-nothing"}},
+      {"s\tx.y.feature.group\tx\n", {"t:1:21+1 third-column-ignored"}},
+      {"", {"t descriptor-without-data"}},
       {"s\tx.y.feature.group\ns\tx.y.feature.group\n", {"t:2:1+19 duplicate-line"}},
       {"C:\\s\tx.y.feature.group\n", {"t:1:1+4 absolute-repository"}},
       {"s\tx.y.feature.group\n/s\tx.z.feature.group\n", {"t:2:1+2 absolute-repository"}},
@@ -67,11 +67,11 @@ TEST(Findings, StandAtTheirPlaces) {
       {"s.tar.gz\tx.y.feature.group\n", {"t:1:2+7 archive-not-recognised"}},
       {"a/$HOME.zip\tx.y.feature.group\n", {"t:1:3+1 repository-needs-shell-quoting"}},
       {"a&b.zip\tx.y.feature.group\n", {}},
-      {"a*\tx.y.feature.group\n", {"t:1:2+1 pattern-in-repository"}},
+      {"a*\tx.y.feature.group\n", {"t:1:2+1 glob-in-repository"}},
       {"a*.zip\tx.y.feature.group\n", {}},
       {"a]\tx.y.feature.group\n", {"t:1:2+1 url-character-in-repository"}},
       {"a[].zip\tx.y.feature.group\n", {}},
-      {"a?b\tx.y.feature.group\n", {"t:1:2+1 url-character-in-repository"}},
+      {"a?b\tx.y.feature.group\n", {"t:1:2+1 glob-in-repository", "t:1:2+1 url-character-in-repository"}},
       {"a?b/c?.zip\tx.y.feature.group\n", {}},
       {"a#b.zip\tx.y.feature.group\n", {"t:1:2+1 url-character-in-repository"}},
       {"a!/b.zip\tx.y.feature.group\n", {"t:1:2+1 url-character-in-repository"}},
@@ -90,7 +90,7 @@ TEST(Findings, StandAtTheirPlaces) {
       {"100%\tx.y.feature.group\n", {}},
       {"a#b\tx.y.feature.group\n", {"t:1:2+1 url-character-in-repository"}},
       {"a\\b\tx.y.feature.group\n", {"t:1:2+1 backslash-in-repository"}},
-      {"s/\tx.y.feature.group\n./s\tx.z.feature.group\n", {"t:2:1+3 site-spelled-differently"}},
+      {"s/\tx.y.feature.group\n./s\tx.z.feature.group\n", {"t:2:1+3 repository-spelled-differently"}},
       {"s\tx.y\n", {"t:1:3+3 feature-without-group-suffix"}},
       {"s\tx.y.feature.group/1.0.0.v2\n", {"t:1:3+26 feature-pinned"}},
       {"s\tx.y.feature.group/1.0.0.0.0\n", {"t:1:3+27 feature-version-invalid"}},
@@ -98,19 +98,31 @@ TEST(Findings, StandAtTheirPlaces) {
       {"s\tx.y.feature.group,x.z\n", {"t:1:20+1 comma-in-feature", "t:1:21+3 feature-without-group-suffix"}},
       {"s\tx.y.feature.group,\n", {"t:1:20+1 comma-in-feature"}},
       {"s\t,x.y.feature.group\n", {"t:1:3+1 comma-in-feature"}},
-      {"s\t#x.y\n", {"t:1:3+1 feature-begins-with-option"}},
+      {"s\t#x.y\n", {"t:1:3+1 feature-needs-shell-quoting"}},
+      {"s\t-x.y.feature.group\n", {"t:1:3+1 feature-looks-like-option"}},
+      {"s\tx.y.feature.group]\n", {"t:1:3+18 feature-without-group-suffix"}},
+      {"s\tx.y$\n", {"t:1:3+4 feature-without-group-suffix"}},
+      {"s\tx=y.feature.group\n", {}},
+      {"s\tx.y.feature.group 2>&1\n", {"t:1:20+1 feature-needs-shell-quoting"}},
+      {"s\t2>x.y\n", {"t:1:4+1 feature-needs-shell-quoting"}},
+      {"\"a.zip\tx.y.feature.group\n", {"t:1:1+6 quoted-column"}},
+      {"'a.zip\tx.y.feature.group\n", {}},
+      {"a\\`b.zip\tx.y.feature.group\n", {"t:1:2+1 backslash-in-repository", "t:1:2+1 repository-needs-shell-quoting"}},
+      {"s\xC2\xA0\tx.\fy\x7F.feature.group\n",
+       {"t:1:2+2 invisible-character", "t:1:7+1 invisible-character", "t:1:9+1 invisible-character"}},
+      {"s\tx.y\xE2\x80\x8B.feature.group\n", {"t:1:6+3 invisible-character"}},
       {"s\tx y.feature.group\n", {"t:1:4+1 feature-needs-shell-quoting"}},
       {"s\tx.`id`\n", {"t:1:5+1 feature-needs-shell-quoting"}},
       {"s\tx.y.feature.group\t\tundefined\n", {}},
-      {"s\tx.y.feature.group\t\tundefined\r\n", {"t:1:31+1 carriage-return-kept"}},
+      {"s\tx.y.feature.group\t\tundefined\r\n", {"t:1:31+1 crlf-line-endings"}},
       {"s\tx.y.feature.group\t\tUndefined\n", {"t:1:22+9 order-not-a-number"}},
-      {"s\tx.y.feature.group\t\t0x10\n", {"t:1:22+4 order-with-tail"}},
+      {"s\tx.y.feature.group\t\t0x10\n", {"t:1:22+4 order-trailing-characters"}},
       {"s\tx.y.feature.group\t\t 7\n", {}},
       {"s\tx.y.feature.group\t\t2147483647\n", {}},
       {"s\tx.y.feature.group\t\t2147483648\n", {"t:1:22+10 order-out-of-range"}},
-      {"s\tx.y.feature.group\t\t-2147483649\n", {"t:1:22+11 order-out-of-range", "t:1:22+11 order-zero-or-negative"}},
+      {"s\tx.y.feature.group\t\t-2147483649\n", {"t:1:22+11 order-out-of-range", "t:1:22+11 order-not-positive"}},
       {"s\tx.y.feature.group\t\t0000000001\n", {}},
-      {"s\tx.y.feature.group\t\t-1\n", {"t:1:22+2 order-zero-or-negative"}},
+      {"s\tx.y.feature.group\t\t-1\n", {"t:1:22+2 order-not-positive"}},
       {"s\tx.y.feature.group\ns\tx.z.feature.group\ns\tx.w.feature.group\t\t1\n", {"t:3:22+1 order-taken"}},
   };
   for (const auto& [content, findings] : cases) {
@@ -122,124 +134,125 @@ TEST(Findings, StandAtTheirPlaces) {
   }
 }
 
-TEST(Findings, MessagesNameWhatTheySpeakOf) {
+TEST(Findings, MessagesNameTheOtherLine) {
   const fake::TemporaryDirectory directory;
   write_file("t", "s\tx.y.feature.group\t\t3\ns\tx.z.feature.group\t\t3\n");
   const Findings findings = findings_in("t");
   ASSERT_EQ(summary_of(findings), Texts({"t:2:22+1 order-taken"}));
-  EXPECT_EQ(findings[0].message, "the order 3 is taken by t:1: this line gets 4");
+  EXPECT_EQ(findings[0].message, "order 3 is already taken by t:1; this line gets 4");
 }
 
-TEST(Findings, SuggestionsAreIdsThatThereMayBe) {
+TEST(Findings, SuggestLikelyIds) {
   const fake::TemporaryDirectory directory;
   write_file("t", "s\tx.a\ns\tx.b.feature\ns\tx.c.feature.jar\ns\tx.d.plugin\n");
   Texts fixes;
   for (const Finding& finding : findings_in("t")) fixes.push_back(finding.fix);
   EXPECT_EQ(fixes,
             Texts({"did you mean x.a.feature.group?", "did you mean x.b.feature.group?", "did you mean x.c.feature.group?",
-                   "write the id of the feature that holds it, with .feature.group behind it"}));
+                   "write the id of the feature that contains it, followed by .feature.group"}));
 }
 
-TEST(Findings, CommentWithoutASpaceIsASiteOfThatName) {
+TEST(Findings, CommentIsARepositoryOfThatName) {
   const fake::TemporaryDirectory directory;
   write_file("t", "#sites/alpha\tx.y.feature.group\n");
-  EXPECT_EQ(findings_in("t").at(0).message, "there are no comments: this is data, of a site called \"#sites/alpha\"");
+  EXPECT_EQ(findings_in("t").at(0).message, "this comment is read as data with the repository \"#sites/alpha\"");
 }
 
-TEST(Findings, FeatureIsSoughtWhateverItsCharacters) {
+TEST(Findings, FeatureIsLookedUpWhateverItsCharacters) {
   for (const std::string id : {"x.~y", "x.\xC3\xA4", "x.@", "x.%", "x.:y", "!x.y", "{x.y", "~x.y", "-x.y"}) {
     const fake::TemporaryDirectory directory;
     write_file("c/etc/eclipse/t", "site\t" + id + ".feature.group\nsite\torg.example.one.feature.group\n");
-    write_file("c/site/content.xml", offer_of_one);
+    write_file("c/site/content.xml", content_of_one);
     const std::string rule = id.starts_with('~')   ? ":1:6+1 feature-needs-shell-quoting"
-                             : id.starts_with('-') ? ":1:6+1 feature-begins-with-option"
-                                                   : ":1:6+" + std::to_string(id.size() + 14) + " feature-not-offered";
+                             : id.starts_with('-') ? ":1:6+1 feature-looks-like-option"
+                                                   : ":1:6+" + std::to_string(id.size() + 14) + " feature-not-found";
     EXPECT_EQ(summary_of(findings_in("c")), Texts({"c/etc/eclipse/t" + rule})) << id;
   }
 }
 
-TEST(Findings, PinnedVersionIsSoughtAsTheDirectorReadsIt) {
+TEST(Findings, PinnedVersionIsLookedUpAsTheDirectorReadsIt) {
   for (const std::string version : {"1", "1.0", "01.0.0", "1.0.0", "0.0.0", "2.0.0", "1.0.0.x", "1.0.1"}) {
     const fake::TemporaryDirectory directory;
     write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group/" + version + "\n");
-    write_file("c/site/content.xml", offer_of_one);
+    write_file("c/site/content.xml", content_of_one);
     const Findings findings = findings_in("c", {.disabled = {"feature-pinned"}, .overrides = {}});
     const bool is_offered = version.size() < 5 || version == "01.0.0" || version == "1.0.0" || version == "0.0.0";
     ASSERT_EQ(findings.size(), is_offered ? 0U : 1U) << version;
     if (is_offered) continue;
-    EXPECT_EQ(findings[0].rule->name, "feature-not-offered");
-    EXPECT_EQ(findings[0].message, "no site offers version " + version + " of \"org.example.one.feature.group\"");
-    EXPECT_EQ(findings[0].fix, "the sites offer version 1.0.0: write org.example.one.feature.group");
+    EXPECT_EQ(findings[0].rule->name, "feature-not-found");
+    EXPECT_EQ(findings[0].message, "no repository has version " + version + " of \"org.example.one.feature.group\"");
+    EXPECT_EQ(findings[0].fix, "the repositories have version 1.0.0: write org.example.one.feature.group");
   }
 }
 
-TEST(Findings, ArtifactsMayComeFromAnySite) {
-  const auto offer_of = [](const std::string& name) {
+TEST(Findings, ArtifactsMayComeFromAnyRepository) {
+  const auto content_of = [](const std::string& name) {
     return "<repository><units><unit id='org.example." + name + ".feature.group' version='1.0.0'/><unit id='" + name +
            "' version='1.0.0'><artifacts><artifact classifier='osgi.bundle' id='" + name +
            "' version='1.0.0'/></artifacts></unit></units></repository>";
   };
-  constexpr const char* list_of_one =
+  constexpr const char* artifacts_of_one =
       "<repository><mappings><rule filter='(&amp; (classifier=osgi.bundle))' "
       "output='${repoUrl}/plugins/${id}_${version}.jar'/></mappings>"
       "<artifacts><artifact classifier='osgi.bundle' id='one' version='1.0.0'/></artifacts></repository>";
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\nmore\torg.example.two.feature.group\n");
-  write_file("c/site/content.xml", offer_of("one"));
+  write_file("c/site/content.xml", content_of("one"));
   write_file("c/more/content.xml",
              "<repository><units><unit id='org.example.two.feature.group' version='1'/></units></repository>");
   const Findings without_list = findings_in("c");
-  ASSERT_EQ(summary_of(without_list), Texts({"c/etc/eclipse/t:1:1+4 site-without-artifacts"}));
-  EXPECT_EQ(without_list[0].message,
-            "\"site\" has no artifacts.jar, artifacts.xml or composite of them: no site has \"osgi.bundle,one,1.0.0\"");
-  write_file("c/more/artifacts.xml", list_of_one);
+  ASSERT_EQ(summary_of(without_list), Texts({"c/etc/eclipse/t:1:1+4 repository-without-artifacts"}));
+  EXPECT_EQ(
+      without_list[0].message,
+      "\"site\" has no artifacts.jar, no artifacts.xml and no composite of them; no repository has \"osgi.bundle,one,1.0.0\"");
+  write_file("c/more/artifacts.xml", artifacts_of_one);
   write_file("c/more/plugins/one_1.0.0.jar", "");
   EXPECT_EQ(summary_of(findings_in("c")), Texts());
   std::filesystem::remove_all("c/more/plugins");
   const Findings without_files = findings_in("c");
-  ASSERT_EQ(summary_of(without_files),
-            Texts({"c/etc/eclipse/t:1:1+4 site-without-artifacts", "c/etc/eclipse/t:2:1+4 site-without-artifacts"}));
-  EXPECT_EQ(without_files[1].message, "\"more\" has no \"plugins/one_1.0.0.jar\", which its metadata lists");
+  ASSERT_EQ(summary_of(without_files), Texts({"c/etc/eclipse/t:1:1+4 repository-without-artifacts",
+                                              "c/etc/eclipse/t:2:1+4 repository-without-artifacts"}));
+  EXPECT_EQ(without_files[1].message, "\"more\" lacks \"plugins/one_1.0.0.jar\", which its metadata lists");
 }
 
-TEST(Findings, WhatMayNotBeReadIsToldFromWhatIsDamaged) {
+TEST(Findings, UnreadableRepositoriesDifferFromDamagedOnes) {
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t",
              "a.zip\torg.example.one.feature.group\nb\torg.example.one.feature.group\nd\torg.example.one.feature.group\n");
   write_file("c/a.zip", "an archive");
-  write_file("c/b/content.xml", offer_of_one);
+  write_file("c/b/content.xml", content_of_one);
   write_file("c/d/artifacts.xml", "<repository");
-  write_file("c/d/content.xml", offer_of_one);
+  write_file("c/d/content.xml", content_of_one);
   for (const std::string closed : {"c/a.zip", "c/b/content.xml"})
     std::filesystem::permissions(closed, std::filesystem::perms(0));
   Texts messages;
-  for (const Finding& finding : findings_in("c", {.disabled = {"feature-from-two-sites"}, .overrides = {}})) {
+  for (const Finding& finding : findings_in("c", {.disabled = {"feature-from-two-repositories"}, .overrides = {}})) {
     messages.push_back(finding.message + "; " + finding.fix);
   }
   EXPECT_EQ(messages,
-            Texts({"\"a.zip\" cannot be loaded: it cannot be read; make it readable for whoever runs the installer",
-                   "\"b\" cannot be loaded: content.xml cannot be read; make it readable for whoever runs the installer",
-                   "\"d\" cannot be loaded: artifacts.xml is no XML; publish the site anew, and see that it is copied "
-                   "whole"}));
+            Texts({"cannot load \"a.zip\": it cannot be read; make it readable for the user who runs the installer",
+                   "cannot load \"b\": content.xml cannot be read; make it readable for the user who runs the installer",
+                   "cannot load \"d\": artifacts.xml is no XML; publish the repository again, and check that it is copied "
+                   "completely"}));
 }
 
-TEST(Findings, DirectoryCalledLikeAFileIsNone) {
+TEST(Findings, DirectoryNamedLikeAFileIsNotAFile) {
   const fake::TemporaryDirectory directory;
   std::filesystem::create_directories("c/etc/eclipse/a.txt");
   std::filesystem::create_directories("c/etc/eclipse/sub");
-  EXPECT_EQ(summary_of(findings_in("c")), Texts({"c/etc/eclipse/a.txt descriptor-is-no-file"}));
+  EXPECT_EQ(summary_of(findings_in("c")), Texts({"c/etc/eclipse/a.txt descriptor-not-a-file"}));
   const Findings findings = findings_in("c/etc/eclipse/a.txt");
-  ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/a.txt descriptor-is-no-file"}));
+  ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/a.txt descriptor-not-a-file"}));
   EXPECT_EQ(findings[0].message, "\"etc/eclipse/a.txt\" is a directory, not a file");
 }
 
-TEST(Findings, FileThatIsNoDescriptorIsSaidToBeThatAndNoMore) {
+TEST(Findings, FileThatIsNotADescriptorHasNoOtherFinding) {
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/README.md", "# Hello\n\nThis\tis\n");
   write_file("c/etc/eclipse/b.xml", "<?xml version='1.0'?>\n<a>\n\t<b/>\n</a>\n");
   write_file("c/etc/eclipse/c.png", std::string("\x89PNG\0\t\n", 7));
   write_file("c/etc/eclipse/d.properties", "site\torg.example.one.feature.group\n");
-  write_file("c/site/content.xml", offer_of_one);
+  write_file("c/site/content.xml", content_of_one);
   const Findings findings = findings_in("c");
   EXPECT_EQ(summary_of(findings), Texts({"c/etc/eclipse/README.md not-a-descriptor", "c/etc/eclipse/b.xml not-a-descriptor",
                                          "c/etc/eclipse/c.png not-a-descriptor"}));
@@ -248,10 +261,44 @@ TEST(Findings, FileThatIsNoDescriptorIsSaidToBeThatAndNoMore) {
   EXPECT_EQ(findings.at(2).severity, Severity::error);
 }
 
-TEST(Findings, WhatALinkLeadsToIsNoDescriptorOutside) {
+TEST(Findings, ControlCharacterHidesNoOtherFinding) {
+  const std::string content = "Repository\tFeature\nsi\fte\tx.a.feature.group\ns\tx.b.feature.group\n/s\tx.c.feature.group\n";
+  EXPECT_EQ(findings_in_lines(content), Texts({"t:2:3+1 invisible-character", "t:4:1+2 absolute-repository"}));
+  EXPECT_EQ(findings_in_lines("s\tx.a.\v\v.feature.group\n" + std::string(100, '\n')),
+            Texts({"t:1:7+1 invisible-character", "t:1:8+1 invisible-character"}));
+  EXPECT_EQ(findings_in_lines("s\tx.\v\v.group\n"), Texts({"t not-a-descriptor"}));
+}
+
+TEST(Findings, InvisibleCharactersAreNamed) {
+  const fake::TemporaryDirectory directory;
+  write_file("t", "s\f\tx.y\xE2\x80\x8B.feature.group\ns\xC2\xA0z\tx.z\xF3\xA0\x80\x81.feature.group\n");
+  Texts messages;
+  for (const Finding& finding : findings_in("t")) messages.push_back(finding.message);
+  EXPECT_EQ(messages, Texts({"control character \\u000C in the repository", "invisible character \\u200B in the feature",
+                             "invisible character \\u00A0 in the repository", "invisible character \\uE0001 in the feature"}));
+}
+
+TEST(Findings, InvisibleCharacterInTheNameOfADirectoryIsRight) {
+  const fake::TemporaryDirectory directory;
+  write_file("c/etc/eclipse/t", "si\xC2\xA0te\torg.example.one.feature.group\n");
+  write_file("c/si\xC2\xA0te/content.xml", content_of_one);
+  EXPECT_EQ(summary_of(findings_in("c")), Texts());
+}
+
+TEST(Findings, ShellMetacharactersAreNamed) {
+  const fake::TemporaryDirectory directory;
+  write_file("t", "a;b\tx y.feature.group\na*b\tx`y.feature.group\na$b.zip\tx.z.feature.group\n");
+  Texts messages;
+  for (const Finding& finding : findings_in("t")) messages.push_back(finding.message);
+  EXPECT_EQ(messages, Texts({"shell metacharacter ';' in the repository", "space in the feature",
+                             "shell metacharacter '*' in the repository", "shell metacharacter '`' in the feature",
+                             "shell metacharacter '$' in the repository"}));
+}
+
+TEST(Findings, TargetOfASymlinkIsNotADescriptorOutside) {
   const fake::TemporaryDirectory directory;
   write_file("c/real.txt", "Repository\tFeature\nsite\torg.example.one.feature.group\n");
-  write_file("c/site/content.xml", offer_of_one);
+  write_file("c/site/content.xml", content_of_one);
   std::filesystem::create_directories("c/etc/eclipse");
   std::filesystem::create_symlink("../../real.txt", "c/etc/eclipse/a.txt");
   EXPECT_EQ(summary_of(findings_in("c")), Texts());
@@ -264,55 +311,54 @@ TEST(Findings, CommasAreNotCountedAsFeatures) {
   write_file("t", "s\tx.a.feature.group,\ns\t,x.b.feature.group\ns\tx.c.feature.group,,x.d.feature.group,\n");
   const Findings findings = findings_in("t");
   ASSERT_EQ(findings.size(), 3U);
-  EXPECT_EQ(findings[0].message, "a comma stands behind the feature");
-  EXPECT_EQ(findings[1].message, "a comma stands before the feature, and becomes part of its id");
+  EXPECT_EQ(findings[0].message, "comma after the feature");
+  EXPECT_EQ(findings[1].message, "comma before the feature");
   EXPECT_EQ(findings[1].severity, Severity::error);
-  EXPECT_EQ(findings[2].message, "2 features stand in one cell");
+  EXPECT_EQ(findings[2].message, "2 features in one line");
 }
 
-TEST(Findings, AbsolutePathThatIsThereAllTheSameIsOnlyWarnedOf) {
+TEST(Findings, AbsolutePathThatExistsIsAWarning) {
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "/site\torg.example.one.feature.group\n");
-  write_file("c/site/content.xml", offer_of_one);
+  write_file("c/site/content.xml", content_of_one);
   const Findings findings = findings_in("c");
   ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/t:1:1+5 absolute-repository"}));
   EXPECT_EQ(findings[0].severity, Severity::warning);
-  EXPECT_EQ(findings[0].message,
-            "\"/site\" is not recognised as absolute: it becomes " + directory.path() + "/c/site, which is there");
+  EXPECT_EQ(findings[0].message, "absolute path \"/site\" is read as " + directory.path() + "/c/site, which exists");
 }
 
-TEST(Findings, FileThatIsNoArchiveIsNoRepository) {
+TEST(Findings, FileThatIsNotAnArchiveIsNotARepository) {
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "notes\torg.example.one.feature.group\n");
   write_file("c/notes", "the sites of the component\n");
   const Findings findings = findings_in("c");
   ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/t:1:1+5 archive-not-recognised"}));
-  EXPECT_EQ(findings[0].message, "\"notes\" is a file, and its name does not end in \".zip\"");
+  EXPECT_EQ(findings[0].message, "\"notes\" is a file whose name does not end in \".zip\"");
 }
 
 TEST(Findings, RepositoryIsUnusedOnlyWhereThatIsCertain) {
-  constexpr const char* offer_of_two =
+  constexpr const char* content_of_two =
       "<repository><units><unit id='org.example.two.feature.group' version='1.0.0'/></units></repository>";
-  const auto findings_with = [&](const std::string& lines, const std::string& offer_of_other) {
+  const auto findings_with = [&](const std::string& lines, const std::string& content_of_other) {
     const fake::TemporaryDirectory directory;
     write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\n" + lines);
-    write_file("c/site/content.xml", offer_of_one);
-    write_file("c/other/content.xml", offer_of_other);
-    return summary_of(findings_in("c", {.disabled = {"feature-from-two-sites"}, .overrides = {}}));
+    write_file("c/site/content.xml", content_of_one);
+    write_file("c/other/content.xml", content_of_other);
+    return summary_of(findings_in("c", {.disabled = {"feature-from-two-repositories"}, .overrides = {}}));
   };
   const std::string again = "other\torg.example.one.feature.group\n";
-  EXPECT_EQ(findings_with(again, offer_of_two), Texts({"c/etc/eclipse/t:2:1+5 repository-without-features"}));
-  EXPECT_EQ(findings_with(again, offer_of_one), Texts());
-  EXPECT_EQ(findings_with(again + "other\torg.example.two.feature.group\n", offer_of_two), Texts());
-  EXPECT_EQ(findings_with(again + "site\torg.example.two.feature.group/1.0.0\n", offer_of_two),
+  EXPECT_EQ(findings_with(again, content_of_two), Texts({"c/etc/eclipse/t:2:1+5 unused-repository"}));
+  EXPECT_EQ(findings_with(again, content_of_one), Texts());
+  EXPECT_EQ(findings_with(again + "other\torg.example.two.feature.group\n", content_of_two), Texts());
+  EXPECT_EQ(findings_with(again + "site\torg.example.two.feature.group/1.0.0\n", content_of_two),
             Texts({"c/etc/eclipse/t:3:6+35 feature-pinned"}));
-  EXPECT_EQ(findings_with("other\torg.example.too.feature.group\n", offer_of_two),
-            Texts({"c/etc/eclipse/t:2:7+29 feature-not-offered"}));
-  EXPECT_EQ(findings_with("other\t\t\n", offer_of_two), Texts({"c/etc/eclipse/t:2:1+5 feature-empty"}));
-  EXPECT_EQ(findings_with(again, "<repository"), Texts({"c/etc/eclipse/t:2:1+5 site-metadata-damaged"}));
+  EXPECT_EQ(findings_with("other\torg.example.too.feature.group\n", content_of_two),
+            Texts({"c/etc/eclipse/t:2:7+29 feature-not-found"}));
+  EXPECT_EQ(findings_with("other\t\t\n", content_of_two), Texts({"c/etc/eclipse/t:2:1+5 feature-empty"}));
+  EXPECT_EQ(findings_with(again, "<repository"), Texts({"c/etc/eclipse/t:2:1+5 repository-not-loadable"}));
 }
 
-TEST(Findings, WhatIsNoFileIsNeitherReadNorPassedOver) {
+TEST(Findings, DanglingSymlinksAndPipesAreReportedAndNotRead) {
   const fake::TemporaryDirectory directory;
   std::filesystem::create_directories("c/etc/eclipse/sub");
   ASSERT_EQ(mkfifo("c/etc/eclipse/sub/pipe", 0644), 0);
@@ -320,12 +366,12 @@ TEST(Findings, WhatIsNoFileIsNeitherReadNorPassedOver) {
   std::filesystem::create_symlink("nowhere", "c/link");
   const Findings findings = findings_in("c");
   EXPECT_EQ(summary_of(findings),
-            Texts({"c/etc/eclipse/link descriptor-is-no-file", "c/etc/eclipse/sub/pipe descriptor-is-no-file"}));
+            Texts({"c/etc/eclipse/link descriptor-not-a-file", "c/etc/eclipse/sub/pipe descriptor-not-a-file"}));
   EXPECT_EQ(findings[0].message, "\"etc/eclipse/link\" is a dangling symlink, not a file");
   EXPECT_EQ(findings[1].message, "\"etc/eclipse/sub/pipe\" is a pipe, not a file");
 }
 
-TEST(Findings, PipesInTheirPlacesKeepNobodyWaiting) {
+TEST(Findings, PipesDoNotBlock) {
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\npipe.zip\torg.example.two.feature.group\n");
   std::filesystem::create_directories("c/site");
@@ -333,53 +379,53 @@ TEST(Findings, PipesInTheirPlacesKeepNobodyWaiting) {
     ASSERT_EQ(mkfifo(pipe.c_str(), 0644), 0);
   }
   EXPECT_EQ(summary_of(findings_in("c")),
-            Texts({"c/etc/eclipse/t:1:1+4 site-without-metadata", "c/etc/eclipse/t:2:1+8 site-metadata-damaged"}));
+            Texts({"c/etc/eclipse/t:1:1+4 repository-without-metadata", "c/etc/eclipse/t:2:1+8 repository-not-loadable"}));
   EXPECT_THROW(findings_in("session.json"), eclipse_base::FileError);
   EXPECT_THROW(read_overrides("overrides.json"), eclipse_base::FileError);
 }
 
-TEST(Findings, FeatureIsSoughtInAllSitesOfTheComponent) {
+TEST(Findings, FeatureIsLookedUpInAllRepositoriesOfTheComponent) {
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "site\torg.example.one\nsite\torg.example.Ones.feature.group\nsite\torg.example.one.plugin\n");
-  write_file("c/site/content.xml", offer_of_one);
+  write_file("c/site/content.xml", content_of_one);
   const Findings findings = findings_in("c");
   EXPECT_EQ(summary_of(findings),
-            Texts({"c/etc/eclipse/t:1:6+15 feature-without-group-suffix", "c/etc/eclipse/t:2:6+30 feature-not-offered",
-                   "c/etc/eclipse/t:3:6+22 unit-is-no-feature"}));
+            Texts({"c/etc/eclipse/t:1:6+15 feature-without-group-suffix", "c/etc/eclipse/t:2:6+30 feature-not-found",
+                   "c/etc/eclipse/t:3:6+22 unit-not-a-feature"}));
   EXPECT_EQ(findings[0].severity, Severity::error);
   EXPECT_EQ(findings[0].fix, "write org.example.one.feature.group");
-  EXPECT_EQ(findings[1].fix, "the sites offer \"org.example.one.feature.group\"");
+  EXPECT_EQ(findings[1].fix, "write an id that the repositories have: \"org.example.one.feature.group\"");
 }
 
-TEST(Findings, NothingIsSaidOfOffersWhenASiteCannotBeRead) {
+TEST(Findings, FeaturesAreNotLookedUpWhenARepositoryCannotBeRead) {
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "site\torg.example.two.feature.group\nremote\torg.example.three.feature.group\n");
-  write_file("c/site/content.xml", offer_of_one);
+  write_file("c/site/content.xml", content_of_one);
   write_file("c/remote/compositeContent.xml",
              "<repository><children><child location='https://example.org/site'/></children></repository>");
   EXPECT_EQ(summary_of(findings_in("c")), Texts());
 }
 
-TEST(Findings, SpaceInThePathOfTheComponentHarmsADirectoryOnly) {
+TEST(Findings, SpaceInTheComponentsDirectoryIsReportedForADirectory) {
   const fake::TemporaryDirectory directory;
   write_file("my tools/etc/eclipse/t", "site\torg.example.one.feature.group\n");
-  write_file("my tools/site/content.xml", offer_of_one);
+  write_file("my tools/site/content.xml", content_of_one);
   const Findings findings = findings_in("my tools");
   ASSERT_EQ(summary_of(findings), Texts({"my tools/etc/eclipse/t:1:1+4 space-in-repository"}));
-  EXPECT_EQ(findings[0].message, "a space in the path of the component's directory, \"" + directory.path() + "/my tools\"");
+  EXPECT_EQ(findings[0].message, "space in the component's directory, \"" + directory.path() + "/my tools\"");
 }
 
-TEST(Findings, OrdersCountThroughAllFilesOfAComponent) {
+TEST(Findings, OrdersApplyToAllFilesOfAComponent) {
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/a", "site\torg.example.one.feature.group\t\t1\n");
   write_file("c/etc/eclipse/b", "site\torg.example.one.plugin\t\t1\n");
-  write_file("c/site/content.xml", offer_of_one);
-  const Findings findings = findings_in("c", {.disabled = {"unit-is-no-feature"}, .overrides = {}});
+  write_file("c/site/content.xml", content_of_one);
+  const Findings findings = findings_in("c", {.disabled = {"unit-not-a-feature"}, .overrides = {}});
   ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/b:1:30+1 order-taken"}));
-  EXPECT_EQ(findings[0].message, "the order 1 is taken by c/etc/eclipse/a:1: this line gets 2");
+  EXPECT_EQ(findings[0].message, "order 1 is already taken by c/etc/eclipse/a:1; this line gets 2");
 }
 
-TEST(Findings, ManyRecordsKeepTheirOwnPlaces) {
+TEST(Findings, ManyRecordsHaveTheirOwnLocations) {
   const fake::TemporaryDirectory directory;
   std::string content;
   Texts expected;
@@ -387,7 +433,7 @@ TEST(Findings, ManyRecordsKeepTheirOwnPlaces) {
     const bool is_odd = i % 100 == 0;
     content += "s\tx.f" + std::to_string(i) + ".feature.group\t\t" + (is_odd ? "7x" : std::to_string(10 * i)) + "\n";
     const std::string column = std::to_string(std::to_string(i).size() + 22);
-    if (is_odd) expected.push_back("t:" + std::to_string(i) + ":" + column + "+2 order-with-tail");
+    if (is_odd) expected.push_back("t:" + std::to_string(i) + ":" + column + "+2 order-trailing-characters");
   }
   write_file("t", content);
   EXPECT_EQ(summary_of(findings_in("t", {.disabled = {"order-as-dependency"}, .overrides = {}})), expected);

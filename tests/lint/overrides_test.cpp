@@ -35,7 +35,7 @@ std::vector<std::string> left_with(const std::string& overrides) {
 
 using Texts = std::vector<std::string>;
 
-TEST(Overrides, SetAsideWhatTheyName) {
+TEST(Overrides, SuppressWhatTheyName) {
   EXPECT_EQ(left_with("[]"), Texts({"1", "2", "3"}));
   EXPECT_EQ(left_with(R"([{"rule": "feature-pinned", "reason": "why"}])"), Texts({"1 why", "2 why", "3 why"}));
   EXPECT_EQ(left_with(R"([{"rule": "feature-pinned", "line": 2, "reason": "why"}])"), Texts({"1", "2 why", "3"}));
@@ -47,20 +47,20 @@ TEST(Overrides, SetAsideWhatTheyName) {
   EXPECT_EQ(left_with(R"([{"rule": "comma-in-feature", "reason": "why"}])"), Texts({"1", "2", "3"}));
 }
 
-TEST(Overrides, FaultsAreNamedAtTheirPlaces) {
+TEST(Overrides, ErrorsAreReportedAtTheirLocations) {
   EXPECT_EQ(fault_of(""), "1:1: document: is empty; write JSON into it");
   EXPECT_EQ(fault_of("{}"), "1:1: document: found an object, wanted a list; write it in [ ]");
   EXPECT_EQ(fault_of(R"([{"reason": "why"}])"), "1:2: [0]: the key \"rule\" is missing; add it");
   EXPECT_EQ(fault_of(R"([{"rule": "feature-pinned"}])"), "1:2: [0]: the key \"reason\" is missing; add it");
   EXPECT_EQ(fault_of(R"([{"rule": "feature-pinned", "reason": " "}])"),
-            "1:39: [0].reason: is empty; say why the finding is right as it is");
+            "1:39: [0].reason: is empty; write why the finding is acceptable");
   EXPECT_EQ(fault_of(R"([{"rule": "feature-pined", "reason": "why"}])"),
             "1:11: [0].rule: there is no rule \"feature-pined\"; did you mean \"feature-pinned\"?");
   EXPECT_EQ(fault_of(R"([{"rule": "feature-pinned", "lines": 2, "reason": "why"}])"),
             "1:29: [0].lines: unknown key; did you mean \"line\"?");
   for (const std::string line : {"0", "-1", "1.5", "\"2\"", "1e3", "99999999999999999999999"}) {
     const std::string fault = fault_of(R"([{"rule": "feature-pinned", "line": )" + line + R"(, "reason": "why"}])");
-    EXPECT_EQ(fault, "1:37: [0].line: is no line number; write a whole number from 1") << line;
+    EXPECT_EQ(fault, "1:37: [0].line: is not a line number; write a whole number from 1") << line;
   }
 }
 

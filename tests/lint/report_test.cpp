@@ -67,7 +67,7 @@ TEST(TextReport, OfALongLineShowsWhatSurroundsThePlace) {
 TEST(TextReport, NothingInATextSteersTheTerminal) {
   const std::string report = text_of({finding({"\x1B[31m"}, "a\nb", "c\x1B[0m")});
   EXPECT_EQ(report.find('\x1B'), std::string::npos);
-  EXPECT_EQ(report.substr(0, report.find('\n')), "\\x1B[31m: warning: a\\x0Ab [feature-pinned]");
+  EXPECT_EQ(report.substr(0, report.find('\n')), "\\x1B[31m: warning: a\\nb [feature-pinned]");
 }
 
 TEST(TextReport, IsColouredOnDemand) {
@@ -79,19 +79,20 @@ TEST(TextReport, IsColouredOnDemand) {
                 std::string(pinned.why) + "\n  \x1B[2mfix:\x1B[0m the fix\n");
 }
 
-TEST(TextReport, LeavesOutWhatIsSetAside) {
-  Finding set_aside = finding({"t"});
-  set_aside.reason = "why";
-  EXPECT_EQ(text_of({set_aside}), "");
+TEST(TextReport, LeavesOutSuppressedFindings) {
+  Finding suppressed = finding({"t"});
+  suppressed.reason = "why";
+  EXPECT_EQ(text_of({suppressed}), "");
   EXPECT_EQ(text_of({}), "");
 }
 
 TEST(JsonReport, HoldsAllOfAFinding) {
-  Finding set_aside = finding({"u", 1, 1, 1, "\xFF"});
-  set_aside.reason = "why";
+  Finding suppressed = finding({"u", 1, 1, 1, "\xFF"});
+  suppressed.reason = "why";
   std::ostringstream out;
-  print_json(out, {finding({"t", 2, 3, 4, "s\tfeat"}), set_aside});
+  print_json(out, {finding({"t", 2, 3, 4, "s\tfeat"}), suppressed});
   const Json first = {{"rule", "feature-pinned"},
+                      {"group", "features"},
                       {"severity", "warning"},
                       {"file", "t"},
                       {"line", 2},
@@ -125,10 +126,18 @@ TEST(SarifReport, NamesTheRuleThatItPointsTo) {
   EXPECT_EQ(result["locations"][0]["physicalLocation"], Json({{"artifactLocation", {{"uri", "file:///t"}}}}));
 }
 
-TEST(SarifReport, SuppressesWhatIsSetAside) {
-  Finding set_aside = finding({"t"});
-  set_aside.reason = "why";
-  EXPECT_EQ(sarif_of({set_aside})["runs"][0]["results"][0]["suppressions"],
+TEST(SarifReport, TagsEachRuleWithItsGroup) {
+  const Json described = sarif_of({})["runs"][0]["tool"]["driver"]["rules"];
+  ASSERT_EQ(described.size(), rules().size());
+  for (std::size_t i = 0; i < rules().size(); ++i) {
+    EXPECT_EQ(described[i]["properties"]["tags"], Json::array({name_of(rules()[i].group)})) << rules()[i].name;
+  }
+}
+
+TEST(SarifReport, MarksSuppressedFindings) {
+  Finding suppressed = finding({"t"});
+  suppressed.reason = "why";
+  EXPECT_EQ(sarif_of({suppressed})["runs"][0]["results"][0]["suppressions"],
             Json::array({{{"kind", "external"}, {"justification", "why"}}}));
 }
 
@@ -164,32 +173,13 @@ TEST(SarifReport, KeepsToItsSchema) {
   EXPECT_EQ(verdicts({report, without_text, with_zero_column, with_unknown_level}), "valid\ninvalid\ninvalid\ninvalid\n");
 }
 
-TEST(ShownLine, LeavesWholeCharactersAsTheyAre) {
-  for (const std::string text : {"a", "\xC3\xA4", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xF4\x8F\xBF\xBF"}) {
-    EXPECT_EQ(shown_line(text), text);
-    EXPECT_EQ(characters_in(text), 1U) << testing::PrintToString(text);
-  }
-}
-
-TEST(ShownLine, ShowsEachByteOfWhatIsNoCharacter) {
-  EXPECT_EQ(shown_line("\x80"), "\\x80");
-  EXPECT_EQ(shown_line("\xC3"), "\\xC3");
-  EXPECT_EQ(shown_line("\xC0\x80"), "\\xC0\\x80");
-  EXPECT_EQ(shown_line("\xE0\x80\x80"), "\\xE0\\x80\\x80");
-  EXPECT_EQ(shown_line("\xED\xA0\x80"), "\\xED\\xA0\\x80");
-  EXPECT_EQ(shown_line("\xF0\x80\x80\x80"), "\\xF0\\x80\\x80\\x80");
-  EXPECT_EQ(shown_line("\xF4\x90\x80\x80"), "\\xF4\\x90\\x80\\x80");
-  EXPECT_EQ(shown_line("\xF5"), "\\xF5");
-  EXPECT_EQ(characters_in("\xED\xA0\x80"), 3U);
-}
-
 TEST(ExplainedRule, ShowsItsSamples) {
   std::ostringstream out;
   print_rule(out, *find_rule("extra-columns"), false);
   EXPECT_EQ(out.str(),
-            "extra-columns (warning): a line has more than four columns\n\n"
-            "What happens\n  Column 5 and those behind it are ignored.\n\n"
-            "Fix\n  take them out\n\n"
+            "extra-columns (warning, lines): a line has more than four columns\n\n"
+            "Why\n  Only the first four columns are read.\n\n"
+            "Fix\n  delete the other columns\n\n"
             "Bad (→ is a tab)\n  tools.txt\n      sites/alpha→org.example.alpha.feature.group→→1→new\n\n"
             "Good\n  tools.txt\n      sites/alpha→org.example.alpha.feature.group→→1\n");
 }

@@ -38,16 +38,16 @@ void write_sample(const eclipse_lint::Sample& sample) {
   }
 }
 
-const eclipse_dry_run::Library& library() {
+const eclipse_dry_run::PluginFunctions& library() {
   static const eclipse_host::Plugin plugin(ECLIPSE_INT_LIBRARY);
-  static const eclipse_dry_run::Library library(plugin);
+  static const eclipse_dry_run::PluginFunctions library(plugin);
   return library;
 }
 
 eclipse_lint::Findings findings_in(const std::string& input, const eclipse_lint::Settings& settings) {
   library();
   const WithoutRights without_rights;
-  eclipse_p2::Sites sites;
+  eclipse_p2::Repositories sites;
   return eclipse_lint::lint(library(), sites, input, settings);
 }
 

@@ -16,7 +16,7 @@ namespace lint_test {
 void write_sample(const eclipse_lint::Sample& sample);
 
 /// The plug-in as it is delivered.
-const eclipse_dry_run::Library& library();
+const eclipse_dry_run::PluginFunctions& library();
 
 /// The findings in an input below the working directory, as a user without special rights gets them.
 eclipse_lint::Findings findings_in(const std::string& input, const eclipse_lint::Settings& settings = {});

@@ -80,7 +80,7 @@ TEST_F(SessionFindings, ExecutableThatIsNotExecutable) {
   std::filesystem::permissions("ide/eclipse", std::filesystem::perms(0644));
   const Findings findings = findings_with(internal, {ide, Component()});
   ASSERT_EQ(summary_of(findings), Texts({"session.json:5:16+9 executable-not-startable"}));
-  EXPECT_EQ(findings[0].fix, "make it executable: chmod +x");
+  EXPECT_EQ(findings[0].fix, "make it executable with chmod +x");
 }
 
 TEST_F(SessionFindings, ExecutableNameThatIsAPathOrInOtherLetterCase) {
@@ -95,7 +95,7 @@ TEST_F(SessionFindings, UserPathThatEndsInALineEnd) {
   EXPECT_EQ(
       summary_with({R"("ECLIPSE_INTEGRATION_CHOICE": "user")", internal[1], R"("USER_DEFINED_ECLIPSE_PATH": "ide/eclipse\n")"},
                    {Component()}),
-      Texts({"session.json:6:30+15 user-path-not-plain"}));
+      Texts({"session.json:6:30+15 user-path-not-normalized"}));
 }
 
 TEST_F(SessionFindings, ComponentsThatAreNeverSearched) {
@@ -115,11 +115,11 @@ TEST_F(SessionFindings, CapabilitiesThatDisagree) {
   Component without_descriptor;
   without_descriptor.package = R"("package": {"files": []})";
   EXPECT_EQ(summary_with({}, {without_descriptor}),
-            Texts({"session.json:5:10+7 capability-and-descriptors-disagree", "session.json:5:152+1 descriptor-not-listed"}));
+            Texts({"session.json:5:10+7 capability-descriptor-mismatch", "session.json:5:152+1 descriptor-not-listed"}));
   Component misspelt;
   misspelt.capabilities = "\"Eclipse-Plugin\"";
   EXPECT_EQ(summary_with({}, {misspelt}),
-            Texts({"session.json:5:10+7 capability-and-descriptors-disagree", "session.json:5:112+16 capability-misspelled"}));
+            Texts({"session.json:5:10+7 capability-descriptor-mismatch", "session.json:5:112+16 capability-misspelled"}));
 }
 
 TEST_F(SessionFindings, IdeWithoutItsCapability) {
@@ -153,7 +153,7 @@ TEST_F(SessionFindings, MinimumVersionsOnEitherSideOfTheTrap) {
     const Findings findings = findings_for(minimum);
     ASSERT_EQ(summary_of(findings),
               Texts({"session.json:4:34+" + std::to_string(minimum.size() + 2) + " minimum-version-compared-as-text"}));
-    EXPECT_EQ(findings[0].message, "versions are compared as texts: " + versions + " come before " + minimum);
+    EXPECT_EQ(findings[0].message, "versions are compared as text: " + versions + " are lower than " + minimum);
   }
 }
 
@@ -163,7 +163,7 @@ TEST_F(SessionFindings, DamagedProfileLeavesARemovalUnchecked) {
   const Findings findings = findings_with(internal, {ide, Component()}, "uninstall");
   ASSERT_EQ(summary_of(findings), Texts({"session.json:2:9+11 unit-not-installed"}));
   EXPECT_EQ(findings[0].severity, Severity::warning);
-  EXPECT_EQ(findings[0].message, "the profile of the instance cannot be read, so nothing is known of what it has: " +
+  EXPECT_EQ(findings[0].message, "the profile of the instance cannot be read, so the installed units are unknown: " +
                                      directory.path() + "/" + profile);
 }
 
@@ -172,9 +172,9 @@ TEST_F(SessionFindings, FileThatIsSoughtInTheWrongDirectory) {
   component.directory = "";
   const Findings findings = findings_with({}, {component});
   ASSERT_EQ(summary_of(findings), Texts({"session.json:5:148+15 listed-descriptor-missing"}));
-  EXPECT_EQ(findings[0].message, "the descriptor file is not there: looked at " + directory.path() +
-                                     "/etc/eclipse/t; it is below \"tools\" in that directory");
-  EXPECT_EQ(findings[0].fix, "correct installDir, which is \"\": the file is there when it leads to \"tools\"");
+  EXPECT_EQ(findings[0].message, "descriptor file does not exist: " + directory.path() +
+                                     "/etc/eclipse/t; it exists below \"tools\" in that directory");
+  EXPECT_EQ(findings[0].fix, "correct installDir, \"\", so that it leads to \"tools\"");
 }
 
 TEST_F(SessionFindings, ExecutableNameThatIsAPathIsSaidOnce) {
@@ -210,7 +210,7 @@ TEST_F(SessionFindings, DirectoryListedAsAFile) {
   component.package =
       R"("package": {"files": ["etc/eclipse/t", "etc/eclipse/sub/a.txt", "etc/eclipse/more", "etc/eclipse/more/u"]})";
   EXPECT_EQ(summary_with({}, {component}),
-            Texts({"session.json:5:170+23 descriptor-is-no-file", "session.json:5:195+18 directory-entry-listed"}));
+            Texts({"session.json:5:170+23 descriptor-not-a-file", "session.json:5:195+18 directory-entry-listed"}));
 }
 
 TEST_F(SessionFindings, FileThatIsReadTwiceIsReportedOnce) {
@@ -255,7 +255,7 @@ TEST_F(SessionFindings, RemovalOfAnotherVersionThanTheInstalledOne) {
   }
   const Findings findings = findings_for("a.b.feature.group/0.9");
   ASSERT_EQ(summary_of(findings), Texts({"tools/etc/eclipse/t:1:3+21 unit-not-installed"}));
-  EXPECT_EQ(findings[0].message, "\"a.b.feature.group/0.9\" is not installed in the instance, which has version 1.0.0");
+  EXPECT_EQ(findings[0].message, "\"a.b.feature.group/0.9\" is not installed in the instance; the installed version is 1.0.0");
 }
 
 TEST_F(SessionFindings, RemovalNeedsNoSites) {
@@ -310,26 +310,27 @@ TEST_F(SessionFindings, InternalEclipseThatIsNotThere) {
     return findings.size() == 1 ? summary_of(findings)[0] + ": " + findings[0].message
                                 : testing::PrintToString(summary_of(findings));
   };
-  EXPECT_EQ(message_with(internal, {Component()}),
-            "session.json:4:31+10 internal-eclipse-not-found: no component has a capability that contains \"ECLIPSE_IDE\"");
+  EXPECT_EQ(
+      message_with(internal, {Component()}),
+      "session.json:4:31+10 internal-eclipse-not-found: no component has a capability whose name contains \"ECLIPSE_IDE\"");
   EXPECT_EQ(message_with({internal[0], R"("ECLIPSE_BIN": "")"}, {ide, Component()}),
             "session.json:5:16+2 internal-eclipse-not-found: ECLIPSE_BIN is not set");
   EXPECT_EQ(message_with({internal[0], R"("ECLIPSE_BIN": "studio")"}, {ide, Component()}),
-            "session.json:5:16+8 internal-eclipse-not-found: no IDE component lists a file called \"studio\"");
+            "session.json:5:16+8 internal-eclipse-not-found: no IDE component lists a file named \"studio\"");
   Component without_package = ide;
   without_package.package = "";
   EXPECT_EQ(message_with(internal, {without_package, Component()}),
-            "session.json:5:16+9 internal-eclipse-not-found: no IDE component lists a file called \"eclipse\"");
+            "session.json:5:16+9 internal-eclipse-not-found: no IDE component lists a file named \"eclipse\"");
   std::filesystem::remove("ide/eclipse");
   EXPECT_EQ(message_with(internal, {ide, Component()}),
-            "session.json:7:146+9 internal-eclipse-not-found: the listed executable is not on disk: looked at " +
+            "session.json:7:146+9 internal-eclipse-not-found: the listed executable does not exist: the plug-in looks for " +
                 directory.path() + "/ide/eclipse");
 }
 
 TEST_F(SessionFindings, NameListedWithASpaceIsNoFileThatIsNotListed) {
   Component component;
   component.package = R"("package": {"files": ["etc/eclipse/t "]})";
-  EXPECT_EQ(summary_with({}, {component}), Texts({"session.json:5:153+16 space-after-listed-name"}));
+  EXPECT_EQ(summary_with({}, {component}), Texts({"session.json:5:153+16 trailing-space-in-listed-name"}));
 }
 
 TEST_F(SessionFindings, FileOfAComponentInAnotherOneIsListedByItsOwn) {
@@ -346,8 +347,8 @@ TEST_F(SessionFindings, WhatIsNoFileInAPackage) {
   ASSERT_EQ(mkfifo("tools/etc/eclipse/pipe", 0644), 0);
   Component component;
   component.package = R"("package": {"files": ["etc/eclipse/t", "etc/eclipse/pipe"]})";
-  EXPECT_EQ(summary_with({}, {component}), Texts({"session.json:5:170+18 descriptor-is-no-file"}));
-  EXPECT_EQ(summary_with({}, {Component()}), Texts({"session.json:5:152+1 descriptor-is-no-file"}));
+  EXPECT_EQ(summary_with({}, {component}), Texts({"session.json:5:170+18 descriptor-not-a-file"}));
+  EXPECT_EQ(summary_with({}, {Component()}), Texts({"session.json:5:152+1 descriptor-not-a-file"}));
 }
 
 TEST_F(SessionFindings, DirectoryInEtcEclipseIsNoMissingFile) {
@@ -365,7 +366,7 @@ TEST_F(SessionFindings, NameThatIsTooLongForTheSystemIsAnEclipseThatIsNotThere) 
 
 TEST_F(SessionFindings, LineIsThatOfTheFile) {
   const Findings findings = findings_with({R"("ECLIPSE_INTEGRATION_CHOICE": "Internal")"}, {Component()});
-  ASSERT_EQ(summary_of(findings), Texts({"session.json:4:31+10 choice-misspelled"}));
+  ASSERT_EQ(summary_of(findings), Texts({"session.json:4:31+10 choice-unknown"}));
   EXPECT_EQ(findings[0].location.text, R"("ECLIPSE_INTEGRATION_CHOICE": "Internal")");
 }
 

@@ -43,16 +43,22 @@ TEST(Completion, OffersEveryOptionAndNoOther) {
     EXPECT_EQ(offered({subcommand, "-"}), options_of(subcommand)) << subcommand;
 }
 
-TEST(Completion, OffersActionsAndRules) {
+TEST(Completion, OffersActionsRulesAndGroups) {
   const fake::TemporaryDirectory directory;
   EXPECT_EQ(offered({"call", ""}), actions());
   EXPECT_EQ(offered({"call", "find_eclipse_ide", "perform_"}), (Names{"perform_integration", "perform_unintegration"}));
-  Names rules;
+  Names names;
   std::istringstream lines(output_of(ECLIPSE_INT_COMMAND " explain"));
-  for (std::string rule, rest; lines >> rule && std::getline(lines, rest);) rules.insert(rule);
-  EXPECT_GT(rules.size(), 50U);
-  EXPECT_EQ(offered({"explain", ""}), rules);
-  EXPECT_EQ(offered({"lint", "--disable", ""}), rules);
+  for (std::string name, rest; lines >> name && std::getline(lines, rest);) {
+    if (name.ends_with(':')) name.pop_back();  // a group
+    names.insert(name);
+  }
+  EXPECT_GT(names.size(), 50U);
+  EXPECT_TRUE(names.contains("orders"));
+  EXPECT_TRUE(names.contains("order-taken"));
+  EXPECT_EQ(offered({"explain", ""}), names);
+  EXPECT_EQ(offered({"lint", "--disable", ""}), names);
+  EXPECT_EQ(offered({"lint", "--select", ""}), names);
 }
 
 TEST(Completion, OffersFiles) {

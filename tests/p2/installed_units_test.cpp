@@ -17,12 +17,6 @@ TEST(InstalledUnits, AreTheLinesWithAVersion) {
   EXPECT_EQ(units_in(""), Units());
 }
 
-TEST(InstalledUnits, AreNamedInAListAsTheDirectorReadsIt) {
-  EXPECT_EQ(units_named("a,b/1.0"), (Units{{"a", ""}, {"b", "1.0"}}));
-  EXPECT_EQ(units_named(" a\r"), (Units{{"a", ""}}));
-  EXPECT_EQ(units_named(",, ,"), Units());
-}
-
 TEST(InstalledUnits, AreWantedInTheVersionThatIsNamed) {
   EXPECT_TRUE(is_wanted({"a", ""}, {"a", "1.0.0"}));
   EXPECT_FALSE(is_wanted({"a", ""}, {"b", "1.0.0"}));

@@ -89,6 +89,46 @@ TEST_F(Profile, IsReadInItsNewestState) {
   EXPECT_EQ(unit(), "compressed");
 }
 
+TEST_F(Profile, ListsItsStatesNewestFirst) {
+  using Files = std::vector<std::filesystem::path>;
+  EXPECT_EQ(profile_states("ide"), Files());
+  for (const char* const name : {"900.profile", "1001.profile.gz", "1000.profile", "2000.lock", ".lock"}) {
+    write_state(std::string("P.profile/") + name, "x");
+  }
+  const std::filesystem::path profile = registry() + "P.profile";
+  EXPECT_EQ(profile_states("ide"), (Files{profile / "1001.profile.gz", profile / "1000.profile", profile / "900.profile"}));
+}
+
+// What the director reports as "Error parsing profile FILE", or fails with an exception for.
+TEST_F(Profile, SaysWhyAStateCannotBeRead) {
+  const std::string good = "<profile><units/></profile>";
+  fake::write_file("good", good + std::string(5000, ' '));
+  ASSERT_EQ(eclipse_shell::run_in_shell("gzip -k good; head -c 10 good.gz > begun.profile.gz; mkdir 1.profile; "
+                                        "head -c 40 good.gz > cut.profile.gz; mv good.gz good.profile.gz; mkfifo pipe.profile")
+                .exit_code,
+            0);
+  fake::write_file("not_compressed.profile.gz", good);
+  fake::write_file("empty.profile.gz", "");
+  fake::write_file("empty.profile", "");
+  fake::write_file("cut.profile", "<profile><units>");
+  fake::write_file("other.profile", "<a/>");
+  fake::write_file("good.profile", good);
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"good.profile", ""},
+      {"good.profile.gz", ""},
+      {"begun.profile.gz", "is not complete gzip data"},
+      {"cut.profile.gz", "is not complete gzip data"},
+      {"not_compressed.profile.gz", "is not complete gzip data"},
+      {"empty.profile.gz", "is not complete gzip data"},
+      {"empty.profile", "is not well-formed XML"},
+      {"cut.profile", "is not well-formed XML"},
+      {"other.profile", "has no <profile> element"},
+      {"1.profile", "is not a regular file"},
+      {"pipe.profile", "is not a regular file"},
+  };
+  for (const auto& [file, error] : cases) EXPECT_EQ(profile_state_error(file), error) << file;
+}
+
 TEST_F(Profile, IsTheOneThatTheConfigurationNames) {
   write_state("P.profile/1.profile", "p");
   EXPECT_EQ(unit(), "p");

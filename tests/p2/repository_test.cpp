@@ -44,51 +44,51 @@ std::string archive(const Entries& entries) {
 class SitesTest : public testing::Test {
  protected:
   const fake::TemporaryDirectory directory;
-  Sites sites;
+  Repositories repositories;
 };
 
 TEST_F(SitesTest, MissingPathIsNoSite) {
-  EXPECT_FALSE(sites.at("site").exists);
-  EXPECT_FALSE(sites.at("site").is_repository);
+  EXPECT_FALSE(repositories.at("site").exists);
+  EXPECT_FALSE(repositories.at("site").is_repository);
 }
 
 TEST_F(SitesTest, DirectoryWithPlainMetadata) {
   write_file("site/content.xml", offer);
-  EXPECT_TRUE(sites.at("site").is_directory);
-  EXPECT_TRUE(sites.at("site").is_repository);
-  EXPECT_EQ(sites.at("site").units, units);
+  EXPECT_TRUE(repositories.at("site").is_directory);
+  EXPECT_TRUE(repositories.at("site").is_repository);
+  EXPECT_EQ(repositories.at("site").units, units);
 }
 
 TEST_F(SitesTest, DirectoryWithPackedMetadata) {
   write_archive("site/content.jar", {{"content.xml", offer}});
-  EXPECT_EQ(sites.at("site").units, units);
+  EXPECT_EQ(repositories.at("site").units, units);
 }
 
 TEST_F(SitesTest, ArchiveWithPackedMetadata) {
   const std::string jar = archive({{"content.xml", offer}});
   write_archive("site.zip", {{"content.jar", jar}, {"features/x.jar", "x"}});
-  EXPECT_FALSE(sites.at("site.zip").is_directory);
-  EXPECT_TRUE(sites.at("site.zip").is_repository);
-  EXPECT_EQ(sites.at("site.zip").units, units);
+  EXPECT_FALSE(repositories.at("site.zip").is_directory);
+  EXPECT_TRUE(repositories.at("site.zip").is_repository);
+  EXPECT_EQ(repositories.at("site.zip").units, units);
 }
 
 TEST_F(SitesTest, ArchiveThatHoldsTheSiteInADirectory) {
   write_archive("site.zip", {{"site/content.jar", "x"}});
-  EXPECT_FALSE(sites.at("site.zip").is_repository);
-  EXPECT_EQ(sites.at("site.zip").nested, "site/");
+  EXPECT_FALSE(repositories.at("site.zip").is_repository);
+  EXPECT_EQ(repositories.at("site.zip").nested, "site/");
 }
 
 TEST_F(SitesTest, DirectoryThatHoldsTheSiteInADirectory) {
   write_file("site/repository/content.xml", offer);
-  EXPECT_FALSE(sites.at("site").is_repository);
-  EXPECT_EQ(sites.at("site").nested, "repository/");
+  EXPECT_FALSE(repositories.at("site").is_repository);
+  EXPECT_EQ(repositories.at("site").nested, "repository/");
 }
 
 TEST_F(SitesTest, FileThatIsNoArchive) {
   write_file("site.zip", "no archive");
-  EXPECT_TRUE(sites.at("site.zip").exists);
-  EXPECT_FALSE(sites.at("site.zip").is_repository);
-  EXPECT_EQ(sites.at("site.zip").damage, "it is no archive");
+  EXPECT_TRUE(repositories.at("site.zip").exists);
+  EXPECT_FALSE(repositories.at("site.zip").is_repository);
+  EXPECT_EQ(repositories.at("site.zip").error, "it is no archive");
 }
 
 TEST_F(SitesTest, CompositeOffersWhatItsChildrenOffer) {
@@ -97,13 +97,13 @@ TEST_F(SitesTest, CompositeOffersWhatItsChildrenOffer) {
   write_file("all/compositeContent.xml",
              "<repository><children size='2'><child location='two'/><child location='../one'/></children></repository>");
   const std::map<std::string, std::set<std::string>> both = {{"a.feature.group", {"1.0.0"}}, {"b.feature.group", {"2.0.0"}}};
-  EXPECT_EQ(sites.at("all").units, both);
+  EXPECT_EQ(repositories.at("all").units, both);
 }
 
 TEST_F(SitesTest, CompositeOfItselfOffersNothingThatCouldBeRead) {
   write_file("all/compositeContent.xml", "<repository><children><child location='../all'/></children></repository>");
-  EXPECT_TRUE(sites.at("all").is_repository);
-  EXPECT_EQ(sites.at("all").units, std::nullopt);
+  EXPECT_TRUE(repositories.at("all").is_repository);
+  EXPECT_EQ(repositories.at("all").units, std::nullopt);
 }
 
 // Without a memory of what was looked into, each of the composites would be looked into six times from each other one.
@@ -113,9 +113,9 @@ TEST_F(SitesTest, CompositesThatNameEachOtherAreLookedIntoOnce) {
   for (int i = 0; i < 6; ++i) {
     write_file(std::to_string(i) + "/compositeContent.xml", "<repository><children>" + children + "</children></repository>");
   }
-  EXPECT_TRUE(sites.at("0").is_repository);
-  EXPECT_EQ(sites.at("0").lost_children, std::vector<std::string>());
-  EXPECT_EQ(sites.at("0").units, std::nullopt);
+  EXPECT_TRUE(repositories.at("0").is_repository);
+  EXPECT_EQ(repositories.at("0").missing_children, std::vector<std::string>());
+  EXPECT_EQ(repositories.at("0").units, std::nullopt);
 }
 
 TEST_F(SitesTest, MetadataThatCannotBeReadHereLeavesTheOfferOpen) {
@@ -123,9 +123,9 @@ TEST_F(SitesTest, MetadataThatCannotBeReadHereLeavesTheOfferOpen) {
   write_file("beside/content.xml.xz", "x");
   write_file("beside/content.jar", "perhaps damaged, but not looked at by who can read the other");
   for (const std::string name : {"site", "beside"}) {
-    EXPECT_TRUE(sites.at(name).is_repository) << name;
-    EXPECT_EQ(sites.at(name).units, std::nullopt) << name;
-    EXPECT_EQ(sites.at(name).damage, "") << name;
+    EXPECT_TRUE(repositories.at(name).is_repository) << name;
+    EXPECT_EQ(repositories.at(name).units, std::nullopt) << name;
+    EXPECT_EQ(repositories.at(name).error, "") << name;
   }
 }
 
@@ -147,16 +147,16 @@ TEST_F(SitesTest, DamagedMetadataIsToldApart) {
     const auto& [name, content, damage] = cases[i];
     const std::string site = "site" + std::to_string(i);
     write_file(site + "/" + name, content);
-    EXPECT_TRUE(sites.at(site).is_repository) << damage;
-    EXPECT_EQ(sites.at(site).damage, damage);
-    EXPECT_EQ(sites.at(site).units, std::nullopt) << damage;
+    EXPECT_TRUE(repositories.at(site).is_repository) << damage;
+    EXPECT_EQ(repositories.at(site).error, damage);
+    EXPECT_EQ(repositories.at(site).units, std::nullopt) << damage;
   }
 }
 
 TEST_F(SitesTest, DamagedArchiveIsPreferredToTheFileBesideIt) {
   write_file("site/content.jar", "no archive");
   write_file("site/content.xml", offer);
-  EXPECT_EQ(sites.at("site").damage, "content.jar is no archive");
+  EXPECT_EQ(repositories.at("site").error, "content.jar is no archive");
 }
 
 TEST_F(SitesTest, CompositeLosesChildrenThatCannotBeLoaded) {
@@ -166,22 +166,22 @@ TEST_F(SitesTest, CompositeLosesChildrenThatCannotBeLoaded) {
   write_file("all/compositeContent.xml",
              "<repository><children><child location='../damaged'/><child location='../one'/><child location='../empty'/>"
              "<child location='missing'/></children></repository>");
-  EXPECT_EQ(sites.at("all").lost_children, (std::vector<std::string>{"../damaged", "../empty", "missing"}));
-  EXPECT_EQ(sites.at("all").units, units);
-  EXPECT_EQ(sites.at("all").damage, "");
+  EXPECT_EQ(repositories.at("all").missing_children, (std::vector<std::string>{"../damaged", "../empty", "missing"}));
+  EXPECT_EQ(repositories.at("all").units, units);
+  EXPECT_EQ(repositories.at("all").error, "");
 }
 
 TEST_F(SitesTest, NothingIsSaidOfChildrenElsewhere) {
   for (const std::string location : {"https://example.org/site", "my%20site", "jar:file:/site.zip!/"}) {
     write_file("all/compositeContent.xml",
                "<repository><children><child location='" + location + "'/></children></repository>");
-    Sites afresh;
-    EXPECT_EQ(afresh.at("all").lost_children, std::vector<std::string>()) << location;
+    Repositories afresh;
+    EXPECT_EQ(afresh.at("all").missing_children, std::vector<std::string>()) << location;
     EXPECT_EQ(afresh.at("all").units, std::nullopt) << location;
   }
   write_archive("all.zip", {{"compositeContent.xml", "<repository><children><child location='one'/></children></repository>"}});
-  EXPECT_EQ(sites.at("all.zip").lost_children, std::vector<std::string>());
-  EXPECT_EQ(sites.at("all.zip").units, std::nullopt);
+  EXPECT_EQ(repositories.at("all.zip").missing_children, std::vector<std::string>());
+  EXPECT_EQ(repositories.at("all.zip").units, std::nullopt);
 }
 
 }  // namespace

@@ -65,64 +65,62 @@ TEST_F(PlanCommand, TellsAnInstallation) {
     const std::size_t start = outcome.output.rfind('(', at);
     outcome.output.replace(start + 1, at + 18 - start - 1, "N");
   }
-  EXPECT_EQ(
-      outcome,
-      (Outcome{0,
-               "Plan of session.json; nothing is run and nothing is changed\n"
-               "\n"
-               "Actions\n"
-               "  eclipse_integration_required  ECLIPSE_INTEGRATION_REQUIRED = yes\n"
-               "  find_eclipse_ide              ECLIPSE_IDE = no\n"
-               "                                ECLIPSE_IDE_ENABLED = no\n"
-               "  verify_eclipse_version        USER_DEFINED_ECLIPSE_PATH_EMPTY = no\n"
-               "                                USER_DEFINED_ECLIPSE_PATH_CORRECT = yes\n"
-               "                                ECLIPSE_VERSION = 4.7.3\n"
-               "                                ECLIPSE_VERSION_IS_SUPPORTED = yes\n"
-               "  define_eclipse_path           ECLIPSE_PATH = DIRECTORY/eclipse\n"
-               "  perform_integration           ECLIPSE_PATH = DIRECTORY/eclipse\n"
-               "                                runs the command below\n"
-               "\n"
-               "Version of the Eclipse\n"
-               "  4.7.3 is supported: it does not come before the minimum 4.7, since \"4.7.3\" goes on where \"4.7\" ends, "
-               "and so comes after it\n"
-               "\n"
-               "Components (every one is searched, since the instance is new in this run)\n"
-               "  tools  taken  1 descriptor file\n"
-               "                " +
-                   file +
-                   ": 5 records\n"
-                   "\n"
-                   "Features to be installed, in order\n"
-                   "     Slot  Order  Feature  From\n"
-                   "  1  0     none   two      " +
-                   file +
-                   ":2\n"
-                   "  2  2     2      one      " +
-                   file +
-                   ":1\n"
-                   "\n"
-                   "Lines without effect on the features\n"
-                   "  " +
-                   file + ":3: has no repository, so the line is passed over\n  " + file +
-                   ":4: two is listed at a lower slot than 1 already\n  " + file +
-                   ":5: has no feature, so the line only takes slot 5 and adds its repository\n"
-                   "\n"
-                   "Repositories\n"
-                   "  \"jar:file://DIRECTORY/tools/site.zip!/\"\n"
-                   "  file://DIRECTORY/tools/more\n"
-                   "  file://DIRECTORY/tools/site\n"
-                   "\n"
-                   "Command (N bytes)\n"
-                   "  " +
-                   command +
-                   "two,one 2>&1\n"
-                   "\n"
-                   "If that fails, one by one: 2 commands (N bytes)\n"
-                   "  " +
-                   command +
-                   "two 2>&1\n"
-                   "  and 1 more like it, one for each feature (--retries shows them)\n",
-               ""}));
+  EXPECT_EQ(outcome, (Outcome{0,
+                              "Plan of session.json (dry run: nothing is run or changed)\n"
+                              "\n"
+                              "Actions\n"
+                              "  eclipse_integration_required  ECLIPSE_INTEGRATION_REQUIRED = yes\n"
+                              "  find_eclipse_ide              ECLIPSE_IDE = no\n"
+                              "                                ECLIPSE_IDE_ENABLED = no\n"
+                              "  verify_eclipse_version        USER_DEFINED_ECLIPSE_PATH_EMPTY = no\n"
+                              "                                USER_DEFINED_ECLIPSE_PATH_CORRECT = yes\n"
+                              "                                ECLIPSE_VERSION = 4.7.3\n"
+                              "                                ECLIPSE_VERSION_IS_SUPPORTED = yes\n"
+                              "  define_eclipse_path           ECLIPSE_PATH = DIRECTORY/eclipse\n"
+                              "  perform_integration           ECLIPSE_PATH = DIRECTORY/eclipse\n"
+                              "                                runs the command below\n"
+                              "\n"
+                              "Eclipse version\n"
+                              "  4.7.3 is supported: it is not below the minimum 4.7, since \"4.7.3\" begins with \"4.7\" and "
+                              "is longer, so it comes after it\n"
+                              "\n"
+                              "Components (all are searched, because the instance is not known yet)\n"
+                              "  tools  searched  1 descriptor file\n"
+                              "                   " +
+                                  file +
+                                  ": 5 records\n"
+                                  "\n"
+                                  "Features to install, in order\n"
+                                  "     Slot  Order  Feature  From\n"
+                                  "  1  0     none   two      " +
+                                  file +
+                                  ":2\n"
+                                  "  2  2     2      one      " +
+                                  file +
+                                  ":1\n"
+                                  "\n"
+                                  "Lines that add no feature\n"
+                                  "  " +
+                                  file + ":3: has no repository, so the line is ignored\n  " + file +
+                                  ":4: two is already listed in a slot below 1\n  " + file +
+                                  ":5: has no feature, so the line only uses slot 5 and adds its repository\n"
+                                  "\n"
+                                  "Repositories\n"
+                                  "  \"jar:file://DIRECTORY/tools/site.zip!/\"\n"
+                                  "  file://DIRECTORY/tools/more\n"
+                                  "  file://DIRECTORY/tools/site\n"
+                                  "\n"
+                                  "Command (N bytes)\n"
+                                  "  " +
+                                  command +
+                                  "two,one 2>&1\n"
+                                  "\n"
+                                  "Retries if that fails, one for each feature: 2 commands (N bytes)\n"
+                                  "  " +
+                                  command +
+                                  "two 2>&1\n"
+                                  "  and 1 more like this, one for each feature (--retries shows them)\n",
+                              ""}));
 }
 
 TEST_F(PlanCommand, WarnsThatTextsAreComparedAndTellsTheRefusal) {
@@ -130,21 +128,21 @@ TEST_F(PlanCommand, WarnsThatTextsAreComparedAndTellsTheRefusal) {
   fake::write_file("eclipse/configuration/config.ini", "eclipse.buildId=4.10\n");
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_NE(
-      outcome.output.find("\nVersion of the Eclipse\n"
-                          "  4.10 is not supported: it comes before the minimum 4.7, since they part at byte 3, where \"1\" "
-                          "comes before \"7\"\n"
-                          "  Warning: texts are compared, not numbers; as numbers, 4.10 does not come before 4.7\n"),
-      std::string::npos)
+  EXPECT_NE(outcome.output.find(
+                "\nEclipse version\n"
+                "  4.10 is not supported: it is below the minimum 4.7, since they first differ at byte 3, where \"1\" "
+                "comes before \"7\"\n"
+                "  Warning: versions are compared as text; as numbers, 4.10 is not below 4.7\n"),
+            std::string::npos)
       << outcome.output;
   EXPECT_NE(outcome.output.find("\nComponents (none is searched)\n  tools  skipped  no component is searched\n"),
             std::string::npos)
       << outcome.output;
-  EXPECT_NE(outcome.output.find("\nCommand\n  None: the version of \"DIRECTORY/eclipse/eclipse\", 4.10, comes before"),
+  EXPECT_NE(outcome.output.find("\nCommand\n  None: the version of \"DIRECTORY/eclipse/eclipse\", 4.10, is below the minimum"),
             std::string::npos)
       << outcome.output;
   EXPECT_EQ(plan().at("version"), Json::parse(R"({"version": "4.10", "minimum": "4.7", "supported": false,
-                "reason": "they part at byte 3, where \"1\" comes before \"7\"", "numbersSayOtherwise": true})"));
+                "reason": "they first differ at byte 3, where \"1\" comes before \"7\"", "numericOrderDiffers": true})"));
 }
 
 TEST_F(PlanCommand, ShowsWhatTheShellMakesOfTheCommand) {
@@ -152,8 +150,8 @@ TEST_F(PlanCommand, ShowsWhatTheShellMakesOfTheCommand) {
   fake::write_file("tools/etc/eclipse/tools.txt", "my site\tone;two\nsite\t$HOME\n");
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_NE(outcome.output.find("  Warning: the shell makes something else of the command than is meant:\n"
-                                "    Command 1 would get these words:\n"
+  EXPECT_NE(outcome.output.find("  Warning: the shell would change this command:\n"
+                                "    Words of command 1:\n"
                                 "      DIRECTORY/eclipse/eclipse\n"
                                 "      -nosplash\n"
                                 "      -application\n"
@@ -163,41 +161,40 @@ TEST_F(PlanCommand, ShowsWhatTheShellMakesOfTheCommand) {
                                 "      site,file://DIRECTORY/tools/site\n"
                                 "      -i\n"
                                 "      one\n"
-                                "    Command 2 would get these words:\n"
+                                "    Words of command 2:\n"
                                 "      two,$HOME\n"),
             std::string::npos)
       << outcome.output;
-  EXPECT_NE(outcome.output.find("    Because of column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:1: my site\n"
-                                "      Byte 3 (space): the word ends there\n"
-                                "    Because of column 2 of DIRECTORY/tools/etc/eclipse/tools.txt:1: one;two\n"
-                                "      Byte 4 (;): the command ends there, and what follows is run as another one\n"
-                                "    Because of column 2 of DIRECTORY/tools/etc/eclipse/tools.txt:2: $HOME\n"
-                                "      Byte 1 ($): the value of a variable takes its place\n"),
+  EXPECT_NE(outcome.output.find("    From column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:1: my site\n"
+                                "      Byte 3 (space): the word ends here\n"
+                                "    From column 2 of DIRECTORY/tools/etc/eclipse/tools.txt:1: one;two\n"
+                                "      Byte 4 (;): the command ends here, and the rest is run as another command\n"
+                                "    From column 2 of DIRECTORY/tools/etc/eclipse/tools.txt:2: $HOME\n"
+                                "      Byte 1 ($): the value of a variable is substituted\n"),
             std::string::npos)
       << outcome.output;
   EXPECT_EQ(plan().at("command").at("causes").at(0), Json::parse(R"({
     "origin": "column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:1", "text": "my site",
-    "remarks": [{"byte": 3, "effect": "the word ends there"}]})"));
+    "remarks": [{"byte": 3, "effect": "the word ends here"}]})"));
   const Json shell = plan().at("command").at("shell");
   EXPECT_EQ(shell.at("commands").size(), 2U);
   EXPECT_EQ(shell.at("commands").at(1), Json::array({"two,$HOME"}));
   EXPECT_EQ(shell.at("remarks").size(), 2U);
-  EXPECT_FALSE(plan().at("command").at("sound"));
+  EXPECT_FALSE(plan().at("command").at("runsAsIntended"));
 }
 
 TEST_F(PlanCommand, TellsThatTheRetryOfARemovalIsRefused) {
   write_session("uninstall", {}, "\"installed\": true, \"remove\": true");
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 0) << "the first command is sound";
-  EXPECT_NE(outcome.output.find("\nFeatures to be removed, in order\n"), std::string::npos) << outcome.output;
+  EXPECT_NE(outcome.output.find("\nFeatures to remove, in order\n"), std::string::npos) << outcome.output;
   EXPECT_NE(outcome.output.find("\n  DIRECTORY/eclipse/eclipse " + removal_arguments("one,two") + " 2>&1\n"),
             std::string::npos);
-  EXPECT_NE(
-      outcome.output.find("  DIRECTORY/eclipse/eclipse " + removal_arguments("one,two") +
-                          " 2>&1one 2>&1\n"
-                          "  Warning: the shell refuses the command and starts nothing (exit code 2 or 1): \"2>&1one\" is to "
-                          "send to the open file \"1one\", which is no number\n"),
-      std::string::npos)
+  EXPECT_NE(outcome.output.find("  DIRECTORY/eclipse/eclipse " + removal_arguments("one,two") +
+                                " 2>&1one 2>&1\n"
+                                "  Warning: the shell rejects the command and starts nothing (exit code 2 or 1): \"2>&1one\" "
+                                "redirects to the file descriptor \"1one\", which is not a number\n"),
+            std::string::npos)
       << outcome.output;
 }
 
@@ -206,8 +203,7 @@ TEST_F(PlanCommand, WarnsOfACommandThatIsTooLong) {
   fake::write_file("tools/etc/eclipse/tools.txt", "site\t" + std::string(131'072, 'x') + "\n");
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_NE(outcome.output.find("\n  Warning: the command is longer than a shell can be given, so it is not started\n"),
-            std::string::npos);
+  EXPECT_NE(outcome.output.find("\n  Warning: the command is too long to be started\n"), std::string::npos);
   EXPECT_EQ(Json::parse(eclipse_int("run session.json --json").output).at("commands").at(0).at("exitCode"), 126);
 }
 
@@ -216,14 +212,14 @@ TEST_F(PlanCommand, TellsThatZeroBytesKeepTheCommandFromTheShell) {
   fake::write_file("tools/etc/eclipse/tools.txt", std::string("site\tone\nsi\0te\ttwo\n", 20));
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_NE(outcome.output.find(" is zero, and a command with a zero byte cannot be given to a shell (exit code 126)\n"
-                                "    Because of column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:2: si\\x00te\n"
-                                "      Byte 3 (\\x00): no shell can be given a zero byte\n"),
+  EXPECT_NE(outcome.output.find(" is zero, and a shell command cannot contain a zero byte (exit status 126)\n"
+                                "    From column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:2: si\\x00te\n"
+                                "      Byte 3 (\\x00): a shell command cannot contain a zero byte\n"),
             std::string::npos)
       << outcome.output;
-  EXPECT_EQ(outcome.output.find("would get these words"), std::string::npos) << outcome.output;
+  EXPECT_EQ(outcome.output.find("Words of command"), std::string::npos) << outcome.output;
   const Json command = plan().at("command");
-  EXPECT_FALSE(command.at("sound"));
+  EXPECT_FALSE(command.at("runsAsIntended"));
   EXPECT_EQ(command.at("shell").at("commands"), Json::array());
   EXPECT_EQ(Json::parse(eclipse_int("run session.json --json").output).at("commands").at(0).at("exitCode"), 126);
   EXPECT_EQ(director_calls(), "");
@@ -236,8 +232,7 @@ TEST_F(PlanCommand, DoesNotNameTheQuotesOfAnArchive) {
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.output.find("quotes"), std::string::npos) << outcome.output;
-  EXPECT_NE(outcome.output.find("Because of column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:2: my site\n"),
-            std::string::npos);
+  EXPECT_NE(outcome.output.find("From column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:2: my site\n"), std::string::npos);
 }
 
 TEST_F(PlanCommand, WarnsOfAnExecutableThatMayNotBeExecuted) {
@@ -247,8 +242,8 @@ TEST_F(PlanCommand, WarnsOfAnExecutableThatMayNotBeExecuted) {
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(
-      outcome.output.find("\n  Warning: \"DIRECTORY/eclipse/eclipse\" may not be executed, so the shell cannot start it (exit "
-                          "code 126); make it executable with chmod +x\n"),
+      outcome.output.find("\n  Warning: \"DIRECTORY/eclipse/eclipse\" is not executable, so the shell cannot start it (exit "
+                          "status 126); make it executable with chmod +x\n"),
       std::string::npos)
       << outcome.output;
   EXPECT_EQ(Json::parse(eclipse_int("run session.json --json").output).at("commands").at(0).at("exitCode"), 126);
@@ -258,10 +253,10 @@ TEST_F(PlanCommand, CountsOnlyRetriesThatAreAlike) {
   write_session("install");
   fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite\ttwo\nsite\tfour five\nsite\tsix\n");
   const Outcome outcome = eclipse_int("plan session.json");
-  const std::size_t retries = outcome.output.find("\nIf that fails, one by one: 4 commands");
+  const std::size_t retries = outcome.output.find("\nRetries if that fails, one for each feature: 4 commands");
   ASSERT_NE(retries, std::string::npos) << outcome.output;
   const std::string text = outcome.output.substr(retries);
-  EXPECT_NE(text.find(" -i one 2>&1\n  and 2 more like it, one for each feature (--retries shows them)\n"), std::string::npos)
+  EXPECT_NE(text.find(" -i one 2>&1\n  and 2 more like this, one for each feature (--retries shows them)\n"), std::string::npos)
       << text;
   EXPECT_NE(text.find(" -i four five 2>&1\n  Warning: "), std::string::npos) << text;
   EXPECT_EQ(text.find(" -i six"), std::string::npos) << text;
@@ -271,7 +266,7 @@ TEST_F(PlanCommand, ShowsControlCharactersAndHasEveryByteForPrograms) {
   write_session("install");
   fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\r\nsite\t\xFF\n");
   const Outcome outcome = eclipse_int("plan session.json");
-  EXPECT_NE(outcome.output.find(" -i one\\r,\xFF 2>&1\n"), std::string::npos) << outcome.output;
+  EXPECT_NE(outcome.output.find(" -i one\\r,\\xFF 2>&1\n"), std::string::npos) << outcome.output;
   const Json command = plan().at("command");
   EXPECT_NE(command.at("text").get<std::string>().find(" -i one\r,\xEF\xBF\xBD 2>&1"), std::string::npos);
   EXPECT_TRUE(command.at("hex").get<std::string>().ends_with("202d69206f6e650d2cff20323e2631"));
@@ -293,9 +288,9 @@ TEST_F(PlanCommand, PlansNoCommandWhereNoneIsRun) {
   write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
   const Outcome outcome = eclipse_int("plan session.json");
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_NE(outcome.output.find("\nCommand\n  None: the log ends with: eclipse_int: nothing to integrate\n"
+  EXPECT_NE(outcome.output.find("\nCommand\n  None: the last line of the log is: eclipse_int: nothing to integrate\n"
                                 "    ECLIPSE_INTEGRATION_CHOICE is \"none\"\n"
-                                "    so there is no Eclipse to work on, and no component is searched (1 component)\n"),
+                                "    so no Eclipse is chosen and no component is searched (1 component)\n"),
             std::string::npos)
       << outcome.output;
   EXPECT_EQ(plan().at("reasons").at(0), "ECLIPSE_INTEGRATION_CHOICE is \"none\"");
@@ -318,7 +313,7 @@ TEST_F(PlanCommand, ChangesNothingAndRunsNothing) {
 TEST_F(PlanCommand, TakesSettingsAndVariables) {
   write_session("install", {}, "\"install\": false");
   fake::write_file("v.json", members({{"CASHED_ECLIPSE_PATH", directory.path() + "/eclipse/eclipse"}}));
-  EXPECT_EQ(plan().at("components").at(0).at("status"), "taken");
+  EXPECT_EQ(plan().at("components").at(0).at("status"), "searched");
   EXPECT_EQ(plan("--variables v.json").at("components").at(0).at("status"), "not selected");
   EXPECT_EQ(plan("--set KORU_MODE=uninstall").at("removal"), true);
 }
@@ -326,10 +321,29 @@ TEST_F(PlanCommand, TakesSettingsAndVariables) {
 TEST_F(PlanCommand, WaitsForNoPipe) {
   write_session("install");
   ASSERT_EQ(mkfifo("pipe", 0600), 0);
-  const Outcome refused{2, "", "eclipse-int: pipe: is no regular file; give the path of a JSON file\n"};
+  const Outcome refused{2, "", "eclipse-int: pipe: is not a regular file; give the path of a JSON file\n"};
   for (const std::string arguments : {"plan pipe", "run pipe", "run session.json --variables pipe"}) {
     EXPECT_EQ(eclipse_int(arguments, "timeout 20"), refused) << arguments;
   }
+}
+
+/// The plug-in ignores it, so whoever reports what it reads has to say so.
+TEST_F(PlanCommand, ReportsADescriptorThatCannotBeRead) {
+  write_session("install");
+  std::filesystem::remove("tools/etc/eclipse/tools.txt");
+  std::filesystem::create_symlink("/proc/self/mem", "tools/etc/eclipse/tools.txt");
+  const std::string file = "DIRECTORY/tools/etc/eclipse/tools.txt: ";
+  const std::string reason = "cannot be read completely: Input/output error after 0 bytes";
+  EXPECT_NE(eclipse_int("plan session.json").output.find(file + "0 records; " + reason + "\n"), std::string::npos);
+  EXPECT_EQ(plan().at("components").at(0).at("descriptors").at(0).at("error"), "Input/output error after 0 bytes");
+  const std::string warning =
+      "eclipse-int: warning: " + file + reason + "; the plug-in ignores this and uses what it can read\n";
+  for (const std::string subcommand : {"run", "verify", "call perform_integration"}) {
+    EXPECT_EQ(eclipse_int(subcommand + " session.json").error, warning) << subcommand;
+  }
+  EXPECT_NE(
+      eclipse_int("lint session.json").output.find("cannot read the whole descriptor file: Input/output error after 0 bytes"),
+      std::string::npos);
 }
 
 TEST_F(PlanCommand, ShortensLongTextsButForPrograms) {
@@ -364,7 +378,7 @@ TEST_F(PlanCommand, TellsFaults) {
   EXPECT_EQ(eclipse_int("plan session.json --write-variables v.json").status, 2);
   EXPECT_EQ(eclipse_int("plan session.json --set KORU_MODE=repair"),
             (Outcome{2, "",
-                     "eclipse-int: --set: KORU_MODE is \"repair\", which is no mode; set it to install, modify or uninstall\n"
+                     "eclipse-int: --set: KORU_MODE is \"repair\"; it must be install, modify or uninstall\n"
                      "Run with --help for more information.\n"}));
 }
 

@@ -1,4 +1,4 @@
-#include "plan/plan.h"
+#include "plan/make_plan.h"
 
 #include <gtest/gtest.h>
 
@@ -62,10 +62,10 @@ TEST_F(Planning, TellsWhyEachComponentIsTakenOrSkipped) {
   add("unprovided", "s\tJ\n").has_provider = false;
   using enum ComponentStatus;
   EXPECT_TRUE(plan().every_component);
-  EXPECT_EQ(fates(), (std::vector{taken, taken, no_code, no_package, no_package}));
+  EXPECT_EQ(fates(), (std::vector{searched, searched, no_code, no_package, no_package}));
   know_the_instance();
   EXPECT_FALSE(plan().every_component);
-  EXPECT_EQ(fates(), (std::vector{taken, not_selected, no_code, no_package, no_package}));
+  EXPECT_EQ(fates(), (std::vector{searched, not_selected, no_code, no_package, no_package}));
   session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "none";
   EXPECT_EQ(fates(), (std::vector{not_reached, not_reached, no_code, not_reached, not_reached}));
 }
@@ -74,7 +74,7 @@ TEST_F(Planning, AsksForRemovalInARemoval) {
   session.variables["KORU_MODE"] = "uninstall";
   add("kept", "s\tF\n").selected_for_removal = false;
   add("gone", "s\tG\n").selected_for_install = false;
-  EXPECT_EQ(fates(), (std::vector{ComponentStatus::not_selected, ComponentStatus::taken}));
+  EXPECT_EQ(fates(), (std::vector{ComponentStatus::not_selected, ComponentStatus::searched}));
   EXPECT_TRUE(plan().is_removal);
 }
 
@@ -83,7 +83,7 @@ TEST_F(Planning, KeepsComponentsWithTheSameCodeApart) {
   add("same", "s\tF\n").selected_for_install = false;
   add("same", "s\tG\n");
   add("same", "s\tH\n").selected_for_install = false;
-  EXPECT_EQ(fates(), (std::vector{ComponentStatus::not_selected, ComponentStatus::taken, ComponentStatus::not_selected}));
+  EXPECT_EQ(fates(), (std::vector{ComponentStatus::not_selected, ComponentStatus::searched, ComponentStatus::not_selected}));
 }
 
 TEST_F(Planning, NamesTheFileAndTheLineOfEachRecord) {
@@ -148,27 +148,27 @@ TEST_F(Planning, GivesTheVerdictOnTheVersion) {
 
 TEST_F(Planning, SaysThatTheInstanceIsNotThere) {
   add("c", "s\tF\n");
-  EXPECT_FALSE(plan().lacks_instance);
+  EXPECT_FALSE(plan().is_instance_missing);
   session.variables["KORU_MODE"] = "uninstall";
   session.variables["USER_DEFINED_ECLIPSE_PATH"] = "/missing/eclipse";
-  EXPECT_TRUE(plan().lacks_instance);
+  EXPECT_TRUE(plan().is_instance_missing);
   session.variables["USER_DEFINED_ECLIPSE_PATH"] = "";
-  EXPECT_TRUE(plan().lacks_instance);
-  EXPECT_EQ(plan().reasons.back(), "so there is no Eclipse to work on, and no component is searched (1 component)");
+  EXPECT_TRUE(plan().is_instance_missing);
+  EXPECT_EQ(plan().reasons.back(), "so no Eclipse is chosen and no component is searched (1 component)");
   session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";
-  EXPECT_TRUE(plan().lacks_instance);
+  EXPECT_TRUE(plan().is_instance_missing);
   session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "none";
-  EXPECT_FALSE(plan().lacks_instance);
+  EXPECT_FALSE(plan().is_instance_missing);
 }
 
 TEST_F(Planning, SaysWhetherTheShellPassesTheCommandOn) {
   add("c", "s\tF\ns.zip\tG\n");
-  EXPECT_TRUE(plan().command->is_sound());
-  EXPECT_TRUE(plan().retries[1].is_sound());
+  EXPECT_TRUE(plan().command->runs_as_intended());
+  EXPECT_TRUE(plan().retries[1].runs_as_intended());
   add("my tools", "s.zip\tF\n");
-  EXPECT_TRUE(plan().command->is_sound()) << "the quotes of an archive hold it together";
+  EXPECT_TRUE(plan().command->runs_as_intended()) << "the quotes of an archive hold it together";
   add("your tools", "s\tF\n");
-  EXPECT_FALSE(plan().command->is_sound());
+  EXPECT_FALSE(plan().command->runs_as_intended());
 }
 
 TEST_F(Planning, SaysWhetherTheCommandCanBeGivenToAShell) {
@@ -178,10 +178,10 @@ TEST_F(Planning, SaysWhetherTheCommandCanBeGivenToAShell) {
   }();
   fake::write_file("c/etc/eclipse/p", "s\t" + std::string(eclipse_shell::longest_command - rest, 'x') + "\n");
   EXPECT_FALSE(plan().command->is_too_long());
-  EXPECT_TRUE(plan().command->is_sound());
+  EXPECT_TRUE(plan().command->runs_as_intended());
   fake::write_file("c/etc/eclipse/p", "s\t" + std::string(eclipse_shell::longest_command - rest + 1, 'x') + "\n");
   EXPECT_TRUE(plan().command->is_too_long());
-  EXPECT_FALSE(plan().command->is_sound());
+  EXPECT_FALSE(plan().command->runs_as_intended());
 }
 
 std::string told(const std::vector<ShellCause>& causes) {
@@ -198,11 +198,11 @@ TEST_F(Planning, NamesTheTextsThatTheShellDoesNotPassOn) {
   add("plain", "s\tL\ns.zip\tM\n");
   const std::string file = directory.path() + "/my tools/etc/eclipse/p";
   const std::string directory_text = "the directory of component my tools: " + directory.path() + "/my tools\n  " +
-                                     std::to_string(directory.path().size() + 3) + " the word ends there\n";
-  const std::string sites = "column 1 of " + file + ":3: my site\n  2 the word ends there\ncolumn 1 of " + file +
-                            ":5: $s.zip\n  0 the value of a variable takes its place\n";
+                                     std::to_string(directory.path().size() + 3) + " the word ends here\n";
+  const std::string sites = "column 1 of " + file + ":3: my site\n  2 the word ends here\ncolumn 1 of " + file +
+                            ":5: $s.zip\n  0 the value of a variable is substituted\n";
   const std::string feature =
-      "column 2 of " + file + ":2: G;H\n  1 the command ends there, and what follows is run as another one\n";
+      "column 2 of " + file + ":2: G;H\n  1 the command ends here, and the rest is run as another command\n";
   const Plan made = plan();
   EXPECT_EQ(told(made.command->causes), directory_text + sites + feature);
   EXPECT_EQ(told(made.retries[0].causes), directory_text + sites);
@@ -215,13 +215,13 @@ TEST_F(Planning, NamesTheTextsWithZeroBytes) {
   add("c", std::string("s\tF\nsi\0te\tG\ns\tH\0\n", 18));
   const std::string file = directory.path() + "/c/etc/eclipse/p";
   const std::string site =
-      "column 1 of " + file + ":2: " + std::string("si\0te", 5) + "\n  2 no shell can be given a zero byte\n";
+      "column 1 of " + file + ":2: " + std::string("si\0te", 5) + "\n  2 a shell command cannot contain a zero byte\n";
   const std::string feature =
-      "column 2 of " + file + ":3: " + std::string("H\0", 2) + "\n  1 no shell can be given a zero byte\n";
+      "column 2 of " + file + ":3: " + std::string("H\0", 2) + "\n  1 a shell command cannot contain a zero byte\n";
   const Plan made = plan();
   EXPECT_EQ(told(made.command->causes), site + feature);
-  EXPECT_FALSE(made.command->is_sound());
-  EXPECT_NE(made.command->shell.fault, "");
+  EXPECT_FALSE(made.command->runs_as_intended());
+  EXPECT_NE(made.command->shell.error, "");
   EXPECT_EQ(told(made.retries[0].causes), site);
   EXPECT_EQ(told(made.retries[2].causes), site + feature);
   EXPECT_EQ(run_in_shell(made.command->text).exit_code, 126);
@@ -234,8 +234,8 @@ TEST_F(Planning, NamesTheExecutableThatTheShellDoesNotPassOn) {
   session.variables["USER_DEFINED_ECLIPSE_PATH"] = directory.path() + "/my own/eclipse";
   const Plan made = plan();
   EXPECT_EQ(told(made.command->causes), "USER_DEFINED_ECLIPSE_PATH: " + directory.path() + "/my own/eclipse\n  " +
-                                            std::to_string(directory.path().size() + 3) + " the word ends there\n");
-  EXPECT_EQ(made.command->obstacle, "") << "another program would be started";
+                                            std::to_string(directory.path().size() + 3) + " the word ends here\n");
+  EXPECT_EQ(made.command->executable_error, "") << "another program would be started";
 }
 
 TEST_F(Planning, NamesNoTextWhereThePluginItselfIsTheReason) {
@@ -243,34 +243,34 @@ TEST_F(Planning, NamesNoTextWhereThePluginItselfIsTheReason) {
   add("c", "s\tF\ns\tG\n");
   const Plan made = plan();
   EXPECT_EQ(told(made.command->causes), "");
-  EXPECT_NE(made.retries[0].shell.fault, "");
+  EXPECT_NE(made.retries[0].shell.error, "");
   EXPECT_EQ(told(made.retries[0].causes), "");
 }
 
 TEST_F(Planning, TellsWhyTheExecutableCannotBeStarted) {
   add("c", "s\tF\n");
-  EXPECT_EQ(plan().command->obstacle, "");
+  EXPECT_EQ(plan().command->executable_error, "");
   std::filesystem::permissions("own/eclipse", std::filesystem::perms(0644));
   const std::string executable = directory.path() + "/own/eclipse";
-  EXPECT_EQ(plan().command->obstacle,
+  EXPECT_EQ(plan().command->executable_error,
             "\"" + executable +
-                "\" may not be executed, so the shell cannot start it (exit code 126); make it executable with chmod +x");
-  EXPECT_FALSE(plan().command->is_sound());
+                "\" is not executable, so the shell cannot start it (exit status 126); make it executable with chmod +x");
+  EXPECT_FALSE(plan().command->runs_as_intended());
   EXPECT_EQ(run_in_shell(plan().command->text).exit_code, 126);
 
   session.variables["KORU_MODE"] = "uninstall";
   session.variables["USER_DEFINED_ECLIPSE_PATH"] = directory.path() + "/own";
-  EXPECT_EQ(plan().command->obstacle,
+  EXPECT_EQ(plan().command->executable_error,
             "\"" + directory.path() +
-                "/own\" is a directory, so the shell cannot start it (exit code 126); give the path of "
+                "/own\" is a directory, so the shell cannot start it (exit status 126); give the path of "
                 "the executable in it");
   EXPECT_EQ(run_in_shell(plan().command->text).exit_code, 126);
 
   fake::write_file("eclipse", "#!/bin/sh\n");
   std::filesystem::permissions("eclipse", std::filesystem::perms(0755));
   session.variables["USER_DEFINED_ECLIPSE_PATH"] = "eclipse";
-  EXPECT_EQ(plan().command->obstacle,
-            "\"eclipse\" has no slash, so the shell looks for it along PATH and not in this directory; give its full path");
+  EXPECT_EQ(plan().command->executable_error,
+            "\"eclipse\" has no slash, so the shell searches PATH for it instead of the current directory; give its full path");
   EXPECT_EQ(run_in_shell("PATH=/nowhere; " + plan().command->text).exit_code, 127);
 }
 
@@ -285,41 +285,41 @@ using Numbers = std::vector<std::size_t>;
 
 TEST_F(Planning, LeavesOutOnlyRetriesThatAreAlike) {
   add("c", "s\tF\ns\tG\ns\tH\n");
-  EXPECT_EQ(numbers_of(plan(Retries::telling).retries), Numbers{1});
-  EXPECT_EQ(plan(Retries::telling).retry_count, 3U);
+  EXPECT_EQ(numbers_of(plan(Retries::distinct).retries), Numbers{1});
+  EXPECT_EQ(plan(Retries::distinct).retry_count, 3U);
   EXPECT_EQ(numbers_of(plan().retries), (Numbers{1, 2, 3}));
   add("d", "s\tI\ns\tJ K\ns\tL\ns\tM\t\t-1\ns\t$N\n");
-  const Plan made = plan(Retries::telling);
+  const Plan made = plan(Retries::distinct);
   EXPECT_EQ(numbers_of(made.retries), (Numbers{1, 6, 8}));
-  EXPECT_EQ(made.model_retry, 1U);
+  EXPECT_EQ(made.representative_retry, 1U);
   EXPECT_TRUE(made.retries[1].text.ends_with(" -i J K 2>&1")) << made.retries[1].text;
   EXPECT_TRUE(made.retries[2].text.ends_with(" -i $N 2>&1")) << made.retries[2].text;
 }
 
 TEST_F(Planning, ShowsAPlainRetryWhenTheFirstIsNone) {
   add("c", "s\tF G\ns\tH\ns\tI\n");
-  const Plan made = plan(Retries::telling);
+  const Plan made = plan(Retries::distinct);
   EXPECT_EQ(numbers_of(made.retries), (Numbers{1, 2}));
-  EXPECT_EQ(made.model_retry, 2U);
+  EXPECT_EQ(made.representative_retry, 2U);
 }
 
 TEST_F(Planning, ShowsTheRetryOfARemovalThatReadsDifferently) {
   session.variables["KORU_MODE"] = "uninstall";
   add("c", "s\tF\ns\tG\ns\t7\n");
-  const Plan made = plan(Retries::telling);
+  const Plan made = plan(Retries::distinct);
   EXPECT_EQ(numbers_of(made.retries), (Numbers{1, 3})) << "2>&17 is another open file";
-  EXPECT_NE(made.retries[0].shell.fault, "");
-  EXPECT_EQ(made.retries[1].shell.fault, "");
+  EXPECT_NE(made.retries[0].shell.error, "");
+  EXPECT_EQ(made.retries[1].shell.error, "");
 }
 
 TEST_F(Planning, ShowsTheRetryThatIsTooLong) {
   add("c", "s\tF\ns\t" + std::string(eclipse_shell::longest_command, 'x') + "\ns\tG\n");
-  const Plan made = plan(Retries::telling);
+  const Plan made = plan(Retries::distinct);
   EXPECT_EQ(numbers_of(made.retries), (Numbers{1, 2}));
   EXPECT_TRUE(made.retries[1].is_too_long());
   EXPECT_EQ(made.longest_retry, made.retries[1].text.size());
   session.variables["KORU_MODE"] = "uninstall";
-  EXPECT_EQ(numbers_of(plan(Retries::telling).retries), Numbers{1}) << "all are too long";
+  EXPECT_EQ(numbers_of(plan(Retries::distinct).retries), Numbers{1}) << "all are too long";
 }
 
 using Texts = std::vector<std::string>;
@@ -328,7 +328,7 @@ TEST_F(Planning, GivesTheReasonsForNothingToDo) {
   add("c", "s\tF\n");
   EXPECT_EQ(plan().reasons, Texts());
   session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "none";
-  const std::string no_eclipse = "so there is no Eclipse to work on, and no component is searched (1 component)";
+  const std::string no_eclipse = "so no Eclipse is chosen and no component is searched (1 component)";
   EXPECT_EQ(plan().reasons, (Texts{"ECLIPSE_INTEGRATION_CHOICE is \"none\"", no_eclipse}));
   session.variables = {{"KORU_MODE", "uninstall"}, {"ECLIPSE_INTEGRATION_CHOICE", "user"}};
   EXPECT_EQ(plan().reasons,
@@ -343,7 +343,7 @@ TEST_F(Planning, TellsWhereTheExecutableWasLookedFor) {
   const std::string choice = "ECLIPSE_INTEGRATION_CHOICE is \"internal\"";
   const std::string name = "ECLIPSE_BIN is \"eclipse\"";
   const auto no_eclipse = [](int components) {
-    return "so there is no Eclipse to work on, and no component is searched (" + std::to_string(components) + " component" +
+    return "so no Eclipse is chosen and no component is searched (" + std::to_string(components) + " component" +
            (components == 1 ? ")" : "s)");
   };
   session.capabilities->emplace("TOOLS", &tools);
@@ -351,16 +351,16 @@ TEST_F(Planning, TellsWhereTheExecutableWasLookedFor) {
 
   CatalogueComponent& ide = add("ide", "");
   session.capabilities->emplace("ECLIPSE_IDE", &ide);
-  EXPECT_EQ(plan().reasons, (Texts{choice, name, "the executable was looked for in 1 package",
-                                   "ide: its package lists 2 files, and none that could be \"eclipse\"", no_eclipse(2)}));
+  EXPECT_EQ(plan().reasons, (Texts{choice, name, "searched for the executable: 1 package",
+                                   "ide: its package lists 2 files, none of them named \"eclipse\"", no_eclipse(2)}));
 
   ide.package->prefix = "/nowhere";
   ide.package->files = {"bin/eclipse", "eclipse\r\n", "eclipse.ini"};
   session.capabilities->emplace("ECLIPSE_IDE_2", &add("other", ""));
   session.components.back()->package.reset();
   EXPECT_EQ(plan().reasons,
-            (Texts{choice, name, "the executable was looked for in 2 packages",
-                   "ide: no file is at /nowhere/bin/eclipse, /nowhere/eclipse", "other: it has no package", no_eclipse(3)}));
+            (Texts{choice, name, "searched for the executable: 2 packages",
+                   "ide: not found: /nowhere/bin/eclipse, /nowhere/eclipse", "other: it has no package", no_eclipse(3)}));
 }
 
 TEST_F(Planning, TellsWhatKeptTheListsEmpty) {
@@ -373,14 +373,14 @@ TEST_F(Planning, TellsWhatKeptTheListsEmpty) {
   add("empty", "Repository\tFeature\n");
   add("pathless", "\tF\ns\t\t\n");
   EXPECT_EQ(plan().reasons,
-            (Texts{"skipped, without a code: (no code)", "skipped, not selected to be installed: unselected",
-                   "skipped, without a package: unpacked", "taken, but the package lists no descriptor file: bare",
-                   "listed descriptor files that are not there: " + directory.path() + "/gone/etc/eclipse/missing",
-                   "descriptor files without a line of data: " + directory.path() + "/empty/etc/eclipse/p",
-                   "lines without a repository, which are passed over: " + directory.path() + "/pathless/etc/eclipse/p:1",
+            (Texts{"skipped, without a code: (no code)", "skipped, not selected for installation: unselected",
+                   "skipped, without a package: unpacked", "searched, but the package lists no descriptor file: bare",
+                   "listed descriptor files that do not exist: " + directory.path() + "/gone/etc/eclipse/missing",
+                   "descriptor files without records: " + directory.path() + "/empty/etc/eclipse/p",
+                   "lines that are ignored, without a repository: " + directory.path() + "/pathless/etc/eclipse/p:1",
                    "lines without a feature: " + directory.path() + "/pathless/etc/eclipse/p:2"}));
   for (const char* const code : {"a", "b", "c", "d", "e", "f"}) add(code, "s\tF\n").selected_for_install = false;
-  EXPECT_EQ(plan().reasons[1], "skipped, not selected to be installed: unselected, a, b, c, d and 2 more");
+  EXPECT_EQ(plan().reasons[1], "skipped, not selected for installation: unselected, a, b, c, d and 2 more");
 }
 
 /// The limit is the system's.

@@ -22,47 +22,47 @@ TEST(ShellReading, PlainWordsArePassedOn) {
   EXPECT_EQ(reading.commands, (std::vector<Words>{{"/opt/eclipse", "-i", "a,b"}}));
   EXPECT_EQ(reading.redirections, Words{"2>&1"});
   EXPECT_EQ(effects_of(reading), Words());
-  EXPECT_EQ(reading.fault, "");
-  EXPECT_TRUE(reading.is_just({"/opt/eclipse", "-i", "a,b"}));
-  EXPECT_FALSE(reading.is_just({"/opt/eclipse", "-i", "a", "b"}));
+  EXPECT_EQ(reading.error, "");
+  EXPECT_TRUE(reading.starts_only({"/opt/eclipse", "-i", "a,b"}));
+  EXPECT_FALSE(reading.starts_only({"/opt/eclipse", "-i", "a", "b"}));
 }
 
 TEST(ShellReading, WhatStandsWithoutItsRedirectionIsNotJustTheCommand) {
-  EXPECT_FALSE(read_as_shell("a b").is_just({"a", "b"}));
-  EXPECT_FALSE(read_as_shell("a b > c 2>&1").is_just({"a", "b"}));
-  EXPECT_FALSE(read_as_shell("a b 2>&1; c").is_just({"a", "b"}));
+  EXPECT_FALSE(read_as_shell("a b").starts_only({"a", "b"}));
+  EXPECT_FALSE(read_as_shell("a b > c 2>&1").starts_only({"a", "b"}));
+  EXPECT_FALSE(read_as_shell("a b 2>&1; c").starts_only({"a", "b"}));
 }
 
 TEST(ShellReading, QuotesOfAnArchiveAreTakenAway) {
   const ShellReading reading = read_as_shell("e -r \"jar:file:///my site.zip!/\",file:///x 2>&1");
-  EXPECT_TRUE(reading.is_just({"e", "-r", "jar:file:///my site.zip!/,file:///x"}));
-  EXPECT_EQ(effects_of(reading), Words{"5 the quotes are taken away"});
+  EXPECT_TRUE(reading.starts_only({"e", "-r", "jar:file:///my site.zip!/,file:///x"}));
+  EXPECT_EQ(effects_of(reading), Words{"5 the quotes are removed"});
 }
 
 TEST(ShellReading, ARetryOfARemovalIsRefused) {
   const ShellReading reading = read_as_shell("e -u F1,F2 2>&1F2 2>&1");
-  EXPECT_EQ(reading.fault, "\"2>&1F2\" is to send to the open file \"1F2\", which is no number");
+  EXPECT_EQ(reading.error, "\"2>&1F2\" redirects to the file descriptor \"1F2\", which is not a number");
 }
 
 TEST(ShellReading, ZeroBytesLeaveNothingToRead) {
   const ShellReading reading = read_as_shell(std::string_view("e -r a\0b; 'c\0 2>&1", 18));
-  EXPECT_EQ(reading.fault, "byte 7 is zero, and a command with a zero byte cannot be given to a shell (exit code 126)");
+  EXPECT_EQ(reading.error, "byte 7 is zero, and a shell command cannot contain a zero byte (exit status 126)");
   EXPECT_EQ(reading.commands, std::vector<Words>());
-  EXPECT_EQ(effects_of(reading), Words{"6 no shell can be given a zero byte"});
+  EXPECT_EQ(effects_of(reading), Words{"6 a shell command cannot contain a zero byte"});
   const std::string word("a\0b", 3);
-  EXPECT_FALSE(read_as_shell("x " + word + " 2>&1").is_just({"x", word}));
+  EXPECT_FALSE(read_as_shell("x " + word + " 2>&1").starts_only({"x", word}));
   EXPECT_EQ(eclipse_shell::run_in_shell("echo " + word).exit_code, 126);
 }
 
 TEST(ShellReading, KnowsWhereWordsPart) {
-  EXPECT_EQ(read_as_shell("a 'b c'\t  d 2>&1").gaps, (std::vector<std::size_t>{1, 7, 11}));
-  EXPECT_EQ(read_as_shell("abc").gaps, std::vector<std::size_t>());
+  EXPECT_EQ(read_as_shell("a 'b c'\t  d 2>&1").word_ends, (std::vector<std::size_t>{1, 7, 11}));
+  EXPECT_EQ(read_as_shell("abc").word_ends, std::vector<std::size_t>());
 }
 
 TEST(ShellReading, WhatIsPlainStaysAsItIs) {
   for (const std::string text : {"a", "org.example.a_1", "/opt/eclipse", "file:///a/b2.zip"}) {
     EXPECT_TRUE(is_plain(text)) << text;
-    EXPECT_TRUE(read_as_shell("x " + text + " 2>&1").is_just({"x", text})) << text;
+    EXPECT_TRUE(read_as_shell("x " + text + " 2>&1").starts_only({"x", text})) << text;
   }
   for (const std::string text : {"", "a b", "1", "a$", "a;", "a~", "a\\", "a\xC3\xA4"}) EXPECT_FALSE(is_plain(text)) << text;
 }
@@ -75,55 +75,59 @@ struct Special {
 
 TEST(ShellReading, SpecialCharactersAreRemarked) {
   const std::vector<Special> cases = {
-      {"a$b", {{"a$b"}}, {"1 the value of a variable takes its place"}},
-      {"a\"${b c}\"", {{"a${b c}"}}, {"1 the quotes are taken away", "2 the value of a variable takes its place"}},
-      {"$(a (b) c) d", {{"$(a (b) c)", "d"}}, {"0 what stands between the parentheses is run as a command"}},
-      {"`a b` c", {{"`a b`", "c"}}, {"0 what stands between the backquotes is run as a command"}},
+      {"a$b", {{"a$b"}}, {"1 the value of a variable is substituted"}},
+      {"a\"${b c}\"", {{"a${b c}"}}, {"1 the quotes are removed", "2 the value of a variable is substituted"}},
+      {"$(a (b) c) d", {{"$(a (b) c)", "d"}}, {"0 the output of the command between the parentheses is substituted"}},
+      {"`a b` c", {{"`a b`", "c"}}, {"0 the output of the command between the backquotes is substituted"}},
       {"a$ $", {{"a$", "$"}}, {}},
-      {"a* '*'", {{"a*", "*"}}, {"1 names of files may take the place of the word with \"*\"", "3 the quotes are taken away"}},
-      {"~/a b~", {{"~/a", "b~"}}, {"0 a directory of a user takes the place of \"~\""}},
-      {"a=b/c d", {{"a=b/c", "d"}}, {"0 the word sets a variable, and the command begins behind it"}},
-      {"_a1= x=y", {{"_a1=", "x=y"}}, {"0 the word sets a variable, and the command begins behind it"}},
+      {"a* '*'", {{"a*", "*"}}, {"1 pathname expansion may replace the word with \"*\"", "3 the quotes are removed"}},
+      {"~/a b~", {{"~/a", "b~"}}, {"0 tilde expansion replaces \"~\" by a home directory"}},
+      {"a=b/c d", {{"a=b/c", "d"}}, {"0 the word assigns a variable, and the command begins after it"}},
+      {"_a1= x=y", {{"_a1=", "x=y"}}, {"0 the word assigns a variable, and the command begins after it"}},
       {"/a=b c=d =e", {{"/a=b", "c=d", "=e"}}, {}},
       {"1a=b", {{"1a=b"}}, {}},
       {"=a", {{"=a"}}, {}},
-      {"a;b", {{"a"}, {"b"}}, {"1 the command ends there, and what follows is run as another one"}},
+      {"a;b", {{"a"}, {"b"}}, {"1 the command ends here, and the rest is run as another command"}},
       {"a && b|c &",
        {{"a"}, {"b"}, {"c"}},
-       {"2 the command ends there, and what follows is run as another one",
-        "6 the command ends there, and what follows is run as another one",
-        "9 the command ends there, and what follows is run as another one"}},
+       {"2 the command ends here, and the rest is run as another command",
+        "6 the command ends here, and the rest is run as another command",
+        "9 the command ends here, and the rest is run as another command"}},
       {"a #b;c", {{"a"}}, {"2 the rest of the line is a comment"}},
       {"a#b", {{"a#b"}}, {}},
-      {"a >b", {{"a"}}, {"2 a file is opened for the input or the output"}},
+      {"a >b", {{"a"}}, {"2 the input or output is redirected to a file"}},
       {"a 1>&3 2>&4 5>&6",
        {{"a"}},
-       {"2 the output goes to another open file", "7 the error output goes to another open file",
-        "12 the open file 5 goes to another open file"}},
-      {"a >&3 <&4", {{"a"}}, {"2 the output goes to another open file", "6 the input comes from another open file"}},
-      {"a <&- 0<&- 0>&-", {{"a"}}, {"2 the input is closed", "6 the input is closed", "11 the input is closed"}},
-      {"a >&- 1<&-", {{"a"}}, {"2 the output is closed", "6 the output is closed"}},
-      {"a 2>&- 7<&-", {{"a"}}, {"2 the error output is closed", "7 the open file 7 is closed"}},
-      {"a\\ b", {{"a b"}}, {"1 the backslash is taken away"}},
+       {"2 standard output is redirected to another file descriptor",
+        "7 standard error is redirected to another file descriptor",
+        "12 file descriptor 5 is redirected to another file descriptor"}},
+      {"a >&3 <&4",
+       {{"a"}},
+       {"2 standard output is redirected to another file descriptor",
+        "6 standard input is redirected from another file descriptor"}},
+      {"a <&- 0<&- 0>&-", {{"a"}}, {"2 standard input is closed", "6 standard input is closed", "11 standard input is closed"}},
+      {"a >&- 1<&-", {{"a"}}, {"2 standard output is closed", "6 standard output is closed"}},
+      {"a 2>&- 7<&-", {{"a"}}, {"2 standard error is closed", "7 file descriptor 7 is closed"}},
+      {"a\\ b", {{"a b"}}, {"1 the backslash is removed"}},
   };
   for (const Special& special : cases) {
     const ShellReading reading = read_as_shell(special.line);
     EXPECT_EQ(reading.commands, special.commands) << special.line;
     EXPECT_EQ(effects_of(reading), special.effects) << special.line;
-    EXPECT_EQ(reading.fault, "") << special.line;
+    EXPECT_EQ(reading.error, "") << special.line;
   }
 }
 
 TEST(ShellReading, WhatIsNotClosedIsRefused) {
-  EXPECT_EQ(read_as_shell("a 'b c").fault, "the quote at byte 3 is never closed");
-  EXPECT_EQ(read_as_shell("a \"b c").fault, "the quote at byte 3 is never closed");
-  EXPECT_EQ(read_as_shell("a `b c").fault, "the \"`\" at byte 3 is never closed");
-  EXPECT_EQ(read_as_shell("a \"$(b c\"").fault, "the \"$(\" at byte 4 is never closed");
-  EXPECT_EQ(read_as_shell("a (b)").fault, "\"(\" is not expected there");
-  EXPECT_EQ(read_as_shell("; a").fault, "no command stands before \";\"");
-  EXPECT_EQ(read_as_shell("a ;; b").fault, "\";;\" is not expected there");
-  EXPECT_EQ(read_as_shell("a &&").fault, "no command stands at the end");
-  EXPECT_EQ(read_as_shell("a >").fault, "a redirection has nothing to go to");
+  EXPECT_EQ(read_as_shell("a 'b c").error, "the quote at byte 3 is not closed");
+  EXPECT_EQ(read_as_shell("a \"b c").error, "the quote at byte 3 is not closed");
+  EXPECT_EQ(read_as_shell("a `b c").error, "the \"`\" at byte 3 is not closed");
+  EXPECT_EQ(read_as_shell("a \"$(b c\"").error, "the \"$(\" at byte 4 is not closed");
+  EXPECT_EQ(read_as_shell("a (b)").error, "unexpected \"(\"");
+  EXPECT_EQ(read_as_shell("; a").error, "a command is missing before \";\"");
+  EXPECT_EQ(read_as_shell("a ;; b").error, "unexpected \";;\"");
+  EXPECT_EQ(read_as_shell("a &&").error, "a command is missing at the end");
+  EXPECT_EQ(read_as_shell("a >").error, "the target of a redirection is missing");
 }
 
 /// What the real shell makes of a line whose first word is a function of ours, which shows its words.
@@ -156,7 +160,7 @@ TEST(ShellReading, EverySmallTextIsReadAsTheShellReadsIt) {
   std::string wanted;
   for (const std::string& text : texts) {
     const ShellReading reading = read_as_shell("show " + text);
-    if (!reading.fault.empty() || text.ends_with('\\')) continue;
+    if (!reading.error.empty() || text.ends_with('\\')) continue;
     script += "show " + text + "\n";
     wanted += words_read(reading);
     ++checked;
@@ -173,13 +177,13 @@ TEST(ShellReading, WhatIsRefusedTheShellRefuses) {
     int exit_code = 0;
     words_of_shell(line, exit_code);
     EXPECT_NE(exit_code, 0) << line;
-    EXPECT_NE(read_as_shell(line).fault, "") << line;
+    EXPECT_NE(read_as_shell(line).error, "") << line;
   }
   for (const std::string line : {"show a;", "show a &", "show a\n\nshow b", "show a && show b", "show a 2>&1", "show a # 'b"}) {
     int exit_code = 1;
     words_of_shell(line, exit_code);
     EXPECT_EQ(exit_code, 0) << line;
-    EXPECT_EQ(read_as_shell(line).fault, "") << line;
+    EXPECT_EQ(read_as_shell(line).error, "") << line;
   }
 }
 

@@ -55,8 +55,7 @@ TEST(Plugin, WhatIsNoPluginIsRefusedWithItsFault) {
   EXPECT_EQ(refusal("missing.so"), "missing.so: cannot be loaded: " + here +
                                        "/missing.so: cannot open shared object file: No such file or directory" + fix);
   EXPECT_EQ(refusal("text.so"), "text.so: cannot be loaded: " + here + "/text.so: invalid ELF header" + fix);
-  EXPECT_EQ(refusal("directory.so"),
-            "directory.so: cannot be loaded: " + here + "/directory.so: cannot read file data: Is a directory" + fix);
+  EXPECT_EQ(refusal("directory.so"), "directory.so: is not a regular file" + fix);
   EXPECT_EQ(refusal(ASKS_FOR_MORE),
             ASKS_FOR_MORE ": cannot be loaded: " ASKS_FOR_MORE ": undefined symbol: operation_that_no_host_has" + fix);
 }

@@ -10,6 +10,7 @@ using eclipse_host::call_actions;
 using eclipse_host::Plugin;
 using eclipse_host::run_session;
 using eclipse_host::RunObserver;
+using eclipse_host::RunObservers;
 using eclipse_host::RunRecord;
 using eclipse_host::Session;
 using eclipse_shell::CommandResult;
@@ -49,10 +50,20 @@ class SessionRun : public testing::Test {
   }
   ~SessionRun() override { EXPECT_TRUE(results.empty()) << "not every scripted result was used"; }
 
-  RunRecord run(const std::string& mode, const std::string& choice, const RunObserver& observer = {}) {
+  RunRecord run(const std::string& mode, const std::string& choice, const RunObservers& observers = {}) {
+    RunRecord record;
+    run_into(record, mode, choice, observers);
+    return record;
+  }
+  void run_into(RunRecord& record, const std::string& mode, const std::string& choice, const RunObservers& observers = {}) {
     session.variables["KORU_MODE"] = mode;
     session.variables["ECLIPSE_INTEGRATION_CHOICE"] = choice;
-    return run_session(plugin, session, observer);
+    run_session(plugin, session, record, observers);
+  }
+  RunRecord call(const Texts& actions) {
+    RunRecord record;
+    call_actions(plugin, session, actions, record);
+    return record;
   }
 
   const Plugin plugin{PLUGIN};
@@ -103,6 +114,7 @@ TEST_F(SessionRun, EverythingIsInTheRecord) {
   EXPECT_FALSE(record.commands[0].is_retry);
   EXPECT_TRUE(record.commands[1].is_retry && record.commands[2].is_retry);
   for (const auto& action : record.actions) EXPECT_EQ(action.result, 0) << action.name;
+  EXPECT_EQ(record.unfinished_command(), nullptr);
   EXPECT_TRUE(record.failed());
   EXPECT_EQ(record.log.front(), "eclipse_int: eclipse_integration_required entered");
   EXPECT_EQ(fake::last(record.log, 3), (Texts{"eclipse_int: running command: " + install + "F2 2>&1",
@@ -112,9 +124,8 @@ TEST_F(SessionRun, EverythingIsInTheRecord) {
                                                                          {"ECLIPSE_INTEGRATION_CHOICE", "user"},
                                                                          {"KORU_MODE", "modify"},
                                                                          {"USER_DEFINED_ECLIPSE_PATH", "own/eclipse"}}));
-  EXPECT_EQ(record.variables_after, session.variables);
-  EXPECT_EQ(record.variables_after.at("QN_SCRIPTS_FAILED"), "yes");
-  EXPECT_EQ(record.variables_after.at("ECLIPSE_VERSION"), "4.5");
+  EXPECT_EQ(session.variables.at("QN_SCRIPTS_FAILED"), "yes");
+  EXPECT_EQ(session.variables.at("ECLIPSE_VERSION"), "4.5");
 }
 
 // ---- Refusal ----
@@ -125,13 +136,12 @@ TEST_F(SessionRun, EclipseOfTheUsersOwnHasToBeOne) {
     std::string refusal;
   };
   const std::vector<Case> cases = {
-      {{}, "no Eclipse is named: set USER_DEFINED_ECLIPSE_PATH to the full path of its executable"},
+      {{}, "no Eclipse is given: set USER_DEFINED_ECLIPSE_PATH to the full path of its executable"},
       {{{"USER_DEFINED_ECLIPSE_PATH", "missing/eclipse"}},
-       "USER_DEFINED_ECLIPSE_PATH is \"missing/eclipse\", which is not the Eclipse executable: name an existing file called "
-       "\"eclipse\" "
-       "(that is ECLIPSE_BIN) by its full path"},
+       "USER_DEFINED_ECLIPSE_PATH is \"missing/eclipse\", which is not the Eclipse executable: give the full path of an "
+       "existing file named \"eclipse\" (ECLIPSE_BIN)"},
       {{{"USER_DEFINED_ECLIPSE_PATH", "own/eclipse"}, {"ECLIPSE_MIN_SUPPORTED_VERSION", "4.7"}},
-       "the version of \"own/eclipse\", 4.5, comes before the minimum 4.7 (they are compared as texts, byte by byte)"},
+       "the version of \"own/eclipse\", 4.5, is below the minimum 4.7 (versions are compared as text, byte by byte)"},
   };
   for (const auto& [variables, refusal] : cases) {
     for (const std::string mode : {"install", "modify"}) {
@@ -141,7 +151,6 @@ TEST_F(SessionRun, EclipseOfTheUsersOwnHasToBeOne) {
       EXPECT_EQ(record.refusal, refusal);
       EXPECT_EQ(names(record), questions_and_check);
       EXPECT_TRUE(record.failed());
-      EXPECT_EQ(record.variables_after, session.variables);
       EXPECT_FALSE(session.variables.contains("ECLIPSE_PATH"));
     }
   }
@@ -165,7 +174,7 @@ TEST_F(SessionRun, VerdictOfAnEarlierRunDoesNotRefuse) {
   results = {succeeds()};
   const RunRecord record = run("install", "user");
   EXPECT_EQ(record.refusal, "");
-  EXPECT_FALSE(record.variables_after.contains("ECLIPSE_VERSION_IS_SUPPORTED"));
+  EXPECT_FALSE(session.variables.contains("ECLIPSE_VERSION_IS_SUPPORTED"));
 }
 
 // ---- The executable of this run ----
@@ -173,14 +182,16 @@ TEST_F(SessionRun, VerdictOfAnEarlierRunDoesNotRefuse) {
 TEST_F(SessionRun, ExecutableIsRecordedAsTheUserGaveIt) {
   session.variables["USER_DEFINED_ECLIPSE_PATH"] = "own//eclipse";
   results = {succeeds()};
-  EXPECT_EQ(run("install", "user").variables_after.at("CASHED_ECLIPSE_PATH"), "own//eclipse");
+  run("install", "user");
+  EXPECT_EQ(session.variables.at("CASHED_ECLIPSE_PATH"), "own//eclipse");
 }
 
 TEST_F(SessionRun, ExecutableOfTheIdeIsRecorded) {
   for (const std::string mode : {"install", "uninstall"}) {
     session.variables.erase("CASHED_ECLIPSE_PATH");
     results = {succeeds()};
-    EXPECT_EQ(run(mode, "internal").variables_after.at("CASHED_ECLIPSE_PATH"), directory.path() + "/ide/eclipse") << mode;
+    run(mode, "internal");
+    EXPECT_EQ(session.variables.at("CASHED_ECLIPSE_PATH"), directory.path() + "/ide/eclipse") << mode;
   }
 }
 
@@ -188,7 +199,8 @@ TEST_F(SessionRun, NothingIsRecordedWhenNoCommandWasRun) {
   session.variables["USER_DEFINED_ECLIPSE_PATH"] = "own/eclipse";
   session.variables["CASHED_ECLIPSE_PATH"] = "earlier";
   fake::write_file("c/etc/eclipse/p", "");
-  EXPECT_EQ(run("install", "user").variables_after.at("CASHED_ECLIPSE_PATH"), "earlier");
+  run("install", "user");
+  EXPECT_EQ(session.variables.at("CASHED_ECLIPSE_PATH"), "earlier");
 }
 
 TEST_F(SessionRun, NextRunKnowsTheInstance) {
@@ -203,9 +215,23 @@ TEST_F(SessionRun, NextRunKnowsTheInstance) {
   EXPECT_TRUE(commands[1].ends_with(" -i F1,F2 2>&1")) << commands[1];
 }
 
-// ---- What is told on the way ----
+TEST_F(SessionRun, InstanceIsNotKnownAfterARunThatFailedCompletely) {
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = "own/eclipse";
+  results = {fails(13, ""), fails(13, ""), fails(13, "")};
+  run("install", "user");
+  EXPECT_EQ(session.variables.count("CASHED_ECLIPSE_PATH"), 0U);
+  results = {fails(13, ""), fails(13, ""), succeeds()};
+  run("install", "user");
+  EXPECT_EQ(session.variables.at("CASHED_ECLIPSE_PATH"), "own/eclipse") << "one feature is installed";
+  session.variables["CASHED_ECLIPSE_PATH"] = "own/eclipse";
+  results = {fails(13, ""), fails(13, ""), fails(13, "")};
+  run("modify", "user");
+  EXPECT_EQ(session.variables.at("CASHED_ECLIPSE_PATH"), "own/eclipse") << "an earlier run had made it known";
+}
 
-TEST_F(SessionRun, ObserverIsToldInOrder) {
+// ---- Events on the way ----
+
+TEST_F(SessionRun, ObserversAreNotifiedInOrder) {
   Texts told;
   RunObserver observer;
   observer.on_action = [&](const std::string& action) { told.push_back("action " + action); };
@@ -218,11 +244,43 @@ TEST_F(SessionRun, ObserverIsToldInOrder) {
     told.push_back("end of " + record.action + " " + std::to_string(record.result.exit_code));
   };
   results = {fails(5, ""), succeeds(), succeeds()};
-  run("install", "internal", observer);
+  run("install", "internal", {observer});
   EXPECT_EQ(told, (Texts{"action eclipse_integration_required", "action find_eclipse_ide", "action define_eclipse_path",
                          "action perform_integration", "log running", "command  -i F1,F2 2>&1", "end of perform_integration 5",
                          "log exit co", "log running", "command  -i F1 2>&1", "end of perform_integration 0", "log exit co",
                          "log running", "command  -i F2 2>&1", "end of perform_integration 0", "log exit co"}));
+}
+
+TEST_F(SessionRun, ObserversAreNotifiedOneAfterTheOther) {
+  Texts told;
+  RunObserver first;
+  RunObserver second;
+  first.on_command = [&](const std::string&) { told.push_back("first"); };
+  second.on_command = [&](const std::string&) { told.push_back("second"); };
+  results = {succeeds()};
+  run("install", "internal", {first, second});
+  EXPECT_EQ(told, (Texts{"first", "second"}));
+}
+
+TEST_F(SessionRun, RecordSurvivesAnException) {
+  fake::write_file("own/eclipse", "#!/bin/sh\necho half\nsleep 100\n");
+  std::filesystem::permissions("own/eclipse", std::filesystem::perms::owner_all);
+  session.run_command = {};
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = directory.path() + "/own/eclipse";
+  RunObserver observer;
+  observer.command_progress.on_output = [](std::string_view) { throw std::runtime_error("enough"); };
+  RunRecord record;
+  EXPECT_THROW(run_into(record, "install", "user", {observer}), std::runtime_error);
+  ASSERT_EQ(names(record).size(), 5U);
+  EXPECT_EQ(record.actions[3].result, 0);
+  EXPECT_EQ(record.actions[4].result, std::nullopt);
+  ASSERT_NE(record.unfinished_command(), nullptr);
+  EXPECT_EQ(record.unfinished_command()->action, "perform_integration");
+  EXPECT_EQ(record.unfinished_command()->result.output, "half\n");
+  EXPECT_TRUE(record.log.back().starts_with("eclipse_int: running command: ")) << record.log.back();
+  EXPECT_TRUE(record.failed());
+  record.drop_unfinished_output();
+  EXPECT_EQ(record.unfinished_command()->result.output, "");
 }
 
 TEST_F(SessionRun, CommandsThatAreNotScriptedAreRunAndReported) {
@@ -233,7 +291,7 @@ TEST_F(SessionRun, CommandsThatAreNotScriptedAreRunAndReported) {
   std::string output;
   RunObserver observer;
   observer.command_progress.on_output = [&](std::string_view piece) { output += piece; };
-  const RunRecord record = run("install", "user", observer);
+  const RunRecord record = run("install", "user", {observer});
   ASSERT_EQ(record.commands.size(), 1U);
   EXPECT_EQ(record.commands[0].result.output, "director file://c/site -i\n");
   EXPECT_EQ(output, record.commands[0].result.output);
@@ -269,20 +327,19 @@ TEST_F(SessionRun, ExceptionComesOutAndLeavesTheSeamsAsTheyWere) {
 TEST_F(SessionRun, CallActionsCallsJustTheseInThisOrder) {
   session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";
   results = {succeeds(), succeeds()};
-  const RunRecord record =
-      call_actions(plugin, session, {"perform_unintegration", "find_eclipse_ide", "find_eclipse_ide", "perform_integration"});
+  const RunRecord record = call({"perform_unintegration", "find_eclipse_ide", "find_eclipse_ide", "perform_integration"});
   EXPECT_EQ(names(record), (Texts{"perform_unintegration", "find_eclipse_ide", "find_eclipse_ide", "perform_integration"}));
   ASSERT_EQ(record.commands.size(), 2U);
   EXPECT_EQ(record.commands[0].action, "perform_unintegration");
   EXPECT_EQ(record.commands[1].action, "perform_integration");
-  EXPECT_EQ(names(call_actions(plugin, session, {})), Texts{});
-  EXPECT_THROW(call_actions(plugin, session, {"no_such_action"}), std::out_of_range);
+  EXPECT_EQ(names(call({})), Texts{});
+  EXPECT_THROW(call({"no_such_action"}), std::out_of_range);
 }
 
 TEST_F(SessionRun, RetriesThatSucceedAreNoFailureAlsoWhenAnActionIsCalledTwice) {
   session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";
   results = {succeeds(), fails(1, ""), succeeds(), succeeds()};
-  EXPECT_FALSE(call_actions(plugin, session, {"perform_integration", "perform_integration"}).failed());
+  EXPECT_FALSE(call({"perform_integration", "perform_integration"}).failed());
 }
 
 // ---- What counts as failed ----

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -11,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "fake_host/not_administrator.h"
 #include "fake_host/temporary_directory.h"
 
 namespace {
@@ -113,7 +115,7 @@ TEST_F(VariablesFile, IsNotWrittenOverALinkToNothing) {
 
 TEST_F(VariablesFile, IsWrittenWithoutWhatJsonCannotCarry) {
   const Variables variables = {{"A", "\xFF"}, {"B", "b"}, {"KORU_MODE", "\xFF"}, {"\xFF", ""}};
-  const std::string names = "variables that are not UTF-8: \"A\", \"\xEF\xBF\xBD\"; give other values";
+  const std::string names = "variables that are not UTF-8: \"A\", \"\\xFF\"; give other values";
   fake::write_file("v.json", "old");
   EXPECT_EQ(fault_of([&] { check_variables_file("v.json", variables); }), "v.json: cannot keep " + names);
   EXPECT_EQ(content_of("v.json"), "old");
@@ -127,18 +129,38 @@ TEST_F(VariablesFile, IsWrittenWithoutWhatJsonCannotCarry) {
       << "it is not kept";
 }
 
+TEST_F(VariablesFile, ThatIsReadOnlyIsFoundBeforeTheRun) {
+  fake::write_file("v.json", "old");
+  fs::permissions("v.json", fs::perms(0444));
+  fs::permissions(".", fs::perms(0777));
+  const fake::NotAdministrator not_administrator;
+  EXPECT_EQ(fault_of([] { check_variables_file("v.json", {}); }),
+            "v.json: cannot be written: Permission denied; give the path of a writable file in a writable directory");
+  EXPECT_EQ(content_of("v.json"), "old");
+}
+
+TEST_F(VariablesFile, ThatIsImmutableIsFoundBeforeTheRun) {
+  fake::write_file("v.json", "old");
+  if (std::system("chattr +i v.json 2> /dev/null") != 0) GTEST_SKIP() << "no file can be made immutable here";
+  EXPECT_EQ(
+      fault_of([] { check_variables_file("v.json", {}); }),
+      "v.json: cannot be written: it is immutable or append-only; give the path of a writable file in a writable directory");
+  EXPECT_EQ(std::system("chattr -i v.json"), 0);
+}
+
 TEST_F(VariablesFile, CannotBeWrittenEverywhere) {
   fs::create_directory("directory");
   // In the place of a device, which a mistake here must not replace.
   ASSERT_EQ(mkfifo("pipe", 0600), 0);
   const std::vector<std::pair<std::string, std::string>> faults = {
       {"missing/v.json",
-       "missing/v.json: cannot be written: No such file or directory; give the path of a file in a directory that is writable"},
-      {"directory", "directory: is no regular file; give the path of a file to write"},
-      {"pipe", "pipe: is no regular file; give the path of a file to write"},
+       "missing/v.json: cannot be written: No such file or directory; give the path of a writable file in a writable "
+       "directory"},
+      {"directory", "directory: is not a regular file; give the path of a file to write"},
+      {"pipe", "pipe: is not a regular file; give the path of a file to write"},
       {"/proc/v.json",
-       "/proc/v.json: cannot be written: No such file or directory; give the path of a file in a directory that is "
-       "writable"}};
+       "/proc/v.json: cannot be written: No such file or directory; give the path of a writable file in a writable "
+       "directory"}};
   for (const auto& fault : faults) {
     EXPECT_EQ(fault_of([&] { check_variables_file(fault.first, {}); }), fault.second);
     EXPECT_EQ(fault_of([&] { write_variables_file(fault.first, {}); }), fault.second);
@@ -168,7 +190,7 @@ TEST_F(VariablesFile, IsRefusedUnlessItIsAnObjectOfTexts) {
     EXPECT_EQ(fault_of([] { read_variables_file("v.json"); }), message);
   }
   EXPECT_EQ(fault_of([] { read_variables_file("missing"); }),
-            "missing: cannot be read: No such file or directory; give the path of a file that can be");
+            "missing: cannot be read: No such file or directory; give the path of a JSON file");
 }
 
 }  // namespace

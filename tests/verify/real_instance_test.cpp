@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "cli/json_documents.h"
 #include "product.h"
 #include "shell/command_runner.h"
 
@@ -20,10 +21,17 @@ struct Answer {
   nlohmann::json result;
 };
 
-/// Calls the command on the session that the product ran last.
+/// Runs the command with --json on the session that the product ran last.
+eclipse_shell::CommandResult json_of(const Product& product, const std::string& subcommand, const std::string& options = "") {
+  const std::string arguments = subcommand + " --json '" + (product.directory() / "session.json").string() + "' " + options;
+  auto run = eclipse_shell::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' " + arguments);
+  cli_test::keep_json_document(arguments, run.output);
+  return run;
+}
+
+/// The same, without a message to standard error.
 Answer answer_of(const Product& product, const std::string& subcommand, const std::string& options = "") {
-  const auto run = eclipse_shell::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' " + subcommand + " --json '" +
-                                               (product.directory() / "session.json").string() + "' " + options);
+  const auto run = json_of(product, subcommand, options);
   EXPECT_EQ(run.error_output, "");
   return {run.exit_code, nlohmann::json::parse(run.output)};
 }
@@ -66,9 +74,7 @@ TEST(RealInstance, OneUnitThatIsNotThereIsNamedAndKeepsTheOthersIn) {
   ASSERT_EQ(product.run("install").status, 0);
   product.component("more", {"gamma"}, "sites/gamma\torg.example.gamma.feature.group\n");
   ASSERT_EQ(product.run("uninstall", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}}).status, 0) << "only writes the session";
-  const auto run =
-      eclipse_shell::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' run --verify --json '" +
-                                  (product.directory() / "session.json").string() + "' --set ECLIPSE_INTEGRATION_CHOICE=user");
+  const auto run = json_of(product, "run --verify", "--set ECLIPSE_INTEGRATION_CHOICE=user");
   EXPECT_EQ(run.exit_code, 1);
   EXPECT_THAT(run.error_output, testing::HasSubstr("warning: org.example.gamma.feature.group ("));
   const auto verification = nlohmann::json::parse(run.output).at("verification");
@@ -113,13 +119,12 @@ TEST(RealInstance, AUnitThatCameAlongIsInstalledAndStaysAsLongAsItIsRequired) {
   EXPECT_EQ(left.status, 1);
   EXPECT_THAT(different_units(left.result), ElementsAre("org.example.alpha.plugin"));
 
-  const auto run = eclipse_shell::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' run --verify --json '" +
-                                               (other.directory() / "session.json").string() + "'");
+  const auto run = json_of(other, "run --verify");
   EXPECT_EQ(run.exit_code, 1);
   EXPECT_THAT(run.error_output, testing::HasSubstr("org.example.alpha.plugin ("));
   EXPECT_THAT(run.error_output,
-              testing::HasSubstr(") is required by org.example.alpha.feature.group, so the director leaves it there, also "
-                                 "when it succeeds\n"));
+              testing::HasSubstr(") is required by org.example.alpha.feature.group, so the director does not remove it, "
+                                 "even when it reports success\n"));
   const auto verification = nlohmann::json::parse(run.output).at("verification");
   EXPECT_EQ(verification.at("staying"), nlohmann::json({"org.example.alpha.plugin"}));
   EXPECT_THAT(verification.at("notRemovable"), IsEmpty());

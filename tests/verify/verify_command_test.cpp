@@ -25,7 +25,8 @@ class VerifyCommand : public ChildCommand {
 };
 
 const std::string only_roots =
-    "  Only what was installed by name is known, not what came along with it: the instance's p2 profile cannot be read.\n";
+    "  Only units that were installed by name are known, not their requirements: the p2 profile of the instance cannot be "
+    "read.\n";
 
 const std::string question = "-nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots\n";
 
@@ -34,7 +35,7 @@ TEST_F(VerifyCommand, IsTheSameWhenAllIsThere) {
   script(1, "echo one/1.0.0; echo two/2.0.0; echo local.ide/4.26.0");
   EXPECT_EQ(
       eclipse_int("verify session.json"),
-      (Outcome{0, "Same: the units that the session installs (2) are all installed in DIRECTORY/eclipse/eclipse\n" + only_roots,
+      (Outcome{0, "Same: 2 of 2 units that the session installs are installed in DIRECTORY/eclipse/eclipse\n" + only_roots,
                ""}));
   EXPECT_EQ(director_calls(), question);
 }
@@ -45,8 +46,8 @@ TEST_F(VerifyCommand, NamesEveryDifferenceOfAnInstallation) {
   script(1, "echo one/1.0.0; echo two/1.0.0");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: of the units that the session installs (3), 2 not installed in DIRECTORY/eclipse/eclipse\n"
-                     "  two/2.0 is not installed by name, but in version 1.0.0 (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"
+                     "Different: 2 of 3 units that the session installs are not installed in DIRECTORY/eclipse/eclipse\n"
+                     "  two/2.0 is not installed by name, but version 1.0.0 is (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"
                      "  three is not installed by name (DIRECTORY/tools/etc/eclipse/tools.txt:3)\n" +
                          only_roots,
                      ""}));
@@ -57,14 +58,14 @@ TEST_F(VerifyCommand, NamesWhatARemovalLeft) {
   script(1, "echo one/1.0.0");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: of the units that the session removes (2), 1 still installed in DIRECTORY/eclipse/eclipse\n"
+                     "Different: 1 of 2 units that the session removes are still installed in DIRECTORY/eclipse/eclipse\n"
                      "  one is still installed (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n" +
                          only_roots,
                      ""}));
   script(2, ":");
   EXPECT_EQ(
       eclipse_int("verify session.json"),
-      (Outcome{0, "Same: the units that the session removes (2) are all gone from DIRECTORY/eclipse/eclipse\n" + only_roots,
+      (Outcome{0, "Same: 2 of 2 units that the session removes are not installed in DIRECTORY/eclipse/eclipse\n" + only_roots,
                ""}));
 }
 
@@ -77,17 +78,17 @@ TEST_F(VerifyCommand, TellsWhatCameAlongFromWhatIsNotThere) {
       "<unit id='two' version='1.0.0'/>");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: of the units that the session installs (3), 1 not installed in DIRECTORY/eclipse/eclipse\n"
+                     "Different: 1 of 3 units that the session installs are not installed in DIRECTORY/eclipse/eclipse\n"
                      "  three is not installed (DIRECTORY/tools/etc/eclipse/tools.txt:3)\n"
-                     "  two is installed, but not by name; one requires it (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n",
+                     "  two is installed, but not by name; required by one (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n",
                      ""}));
   write_session("uninstall", {}, "\"remove\": true");
   script(2, "echo one/1.0.0");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: of the units that the session removes (3), 2 still installed in DIRECTORY/eclipse/eclipse\n"
+                     "Different: 2 of 3 units that the session removes are still installed in DIRECTORY/eclipse/eclipse\n"
                      "  one is still installed (DIRECTORY/tools/etc/eclipse/tools.txt:1)\n"
-                     "  two is still installed, but not by name; one requires it (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n",
+                     "  two is still installed, but not by name; required by one (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n",
                      ""}));
 }
 
@@ -100,7 +101,7 @@ TEST_F(VerifyCommand, NamesOnlySomeOfManyThatRequireAUnit) {
              "'><requires><required namespace='org.eclipse.equinox.p2.iu' name='two'/></requires></unit>";
   }
   write_profile(units);
-  EXPECT_NE(eclipse_int("verify session.json").output.find("; a, b, c and 2 more require it ("), std::string::npos);
+  EXPECT_NE(eclipse_int("verify session.json").output.find("; required by a, b, c and 2 more ("), std::string::npos);
 }
 
 TEST_F(VerifyCommand, IsThereForPrograms) {
@@ -111,9 +112,9 @@ TEST_F(VerifyCommand, IsThereForPrograms) {
   EXPECT_EQ(Json::parse(outcome.output), Json::parse(R"({
     "removal": false, "executable": "DIRECTORY/eclipse/eclipse", "same": false,
     "units": [
-      {"unit": "one", "places": ["DIRECTORY/tools/etc/eclipse/tools.txt:2"], "installed": true, "byName": true,
+      {"unit": "one", "locations": ["DIRECTORY/tools/etc/eclipse/tools.txt:2"], "installed": true, "byName": true,
        "requiredBy": [], "otherVersions": [], "same": true},
-      {"unit": "two", "places": ["DIRECTORY/tools/etc/eclipse/tools.txt:3"], "installed": false, "byName": false,
+      {"unit": "two", "locations": ["DIRECTORY/tools/etc/eclipse/tools.txt:3"], "installed": false, "byName": false,
        "requiredBy": [], "otherVersions": [], "same": false}],
     "roots": ["local.ide/4", "one/1.0.0"], "knowsAll": false})"));
 }
@@ -124,7 +125,7 @@ TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
             (Outcome{0,
                      "Same: the session changes nothing; the log ends with: eclipse_int: nothing to integrate\n"
                      "  ECLIPSE_INTEGRATION_CHOICE is \"none\"\n"
-                     "  so there is no Eclipse to work on, and no component is searched (1 component)\n",
+                     "  so no Eclipse is chosen and no component is searched (1 component)\n",
                      ""}));
   EXPECT_EQ(Json::parse(eclipse_int("verify session.json --json").output),
             (Json{{"same", true},
@@ -132,7 +133,7 @@ TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
                   {"reason", "eclipse_int: nothing to integrate"},
                   {"reasons",
                    {"ECLIPSE_INTEGRATION_CHOICE is \"none\"",
-                    "so there is no Eclipse to work on, and no component is searched (1 component)"}}}));
+                    "so no Eclipse is chosen and no component is searched (1 component)"}}}));
   EXPECT_EQ(director_calls(), "");
 }
 
@@ -147,7 +148,7 @@ TEST_F(VerifyCommand, TakesNoAnswerFromAnotherProgram) {
   EXPECT_EQ(eclipse_int("verify session.json"), (Outcome{2, "", fault + "it printed nothing" + fix}));
   write_executable("printf 'one/1.0.0\\ntwo/1.0.0\\nusage\\033[0m\\n\\n'");
   EXPECT_EQ(eclipse_int("verify session.json --json"),
-            (Outcome{2, "", fault + "what it printed ends with \"usage\\u001b[0m\"" + fix}));
+            (Outcome{2, "", fault + "what it printed ends with \"usage\\x1B[0m\"" + fix}));
   write_executable("head -c 10000 /dev/zero | tr '\\0' x");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{2, "", fault + "what it printed ends with \"" + std::string(200, 'x') + "\" and 9800 more bytes" + fix}));
@@ -168,16 +169,17 @@ TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
   write_session("uninstall", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}}, "\"remove\": true");
   EXPECT_EQ(
       eclipse_int("verify session.json"),
-      (Outcome{2, "",
-               "eclipse-int: there is no Eclipse to ask, and a run does nothing\n  \"/missing/eclipse\" does not exist\n"}));
+      (Outcome{
+          2, "",
+          "eclipse-int: the Eclipse instance does not exist, so a run does nothing\n  \"/missing/eclipse\" does not exist\n"}));
   write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "internal"}});
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{2, "",
-                     "eclipse-int: there is no Eclipse to ask, and a run does nothing\n"
+                     "eclipse-int: the Eclipse instance does not exist, so a run does nothing\n"
                      "  ECLIPSE_INTEGRATION_CHOICE is \"internal\"\n"
                      "  ECLIPSE_BIN is \"eclipse\"\n"
                      "  no component provides an IDE; the capabilities are: TOOLS_ECLIPSE_PLUGIN\n"
-                     "  so there is no Eclipse to work on, and no component is searched (1 component)\n"}));
+                     "  so no Eclipse is chosen and no component is searched (1 component)\n"}));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "cli/json_documents.h"
 #include "director/product.h"
 #include "shell/command_runner.h"
 
@@ -25,7 +26,9 @@ constexpr auto alpha = "sites/alpha\torg.example.alpha.feature.group\n";
 /// The rules that have a finding in the session that the product ran last.
 std::vector<std::string> rules_broken_by(const Product& product) {
   const std::string session = (product.directory() / "session.json").string();
-  const auto lint = eclipse_shell::run_in_shell("'" ECLIPSE_INT_COMMAND "' lint --format json '" + session + "'");
+  const std::string arguments = "lint --format json '" + session + "'";
+  const auto lint = eclipse_shell::run_in_shell("'" ECLIPSE_INT_COMMAND "' " + arguments);
+  cli_test::keep_json_document(arguments, lint.output);
   std::vector<std::string> rules;
   const auto result = nlohmann::json::parse(lint.output);
   for (const auto& finding : result.at("findings")) rules.push_back(finding.at("rule"));
@@ -67,7 +70,7 @@ TEST(LintDirector, DirectoryCalledZipCannotBeLoaded) {
   Product product;
   add_alpha_as(product, "alpha.zip", "sites/alpha.zip\torg.example.alpha.feature.group\n");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("directory-called-zip"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("directory-named-zip"));
 }
 
 TEST(LintDirector, CommaInARepositoryMakesEveryCommandFail) {
@@ -106,7 +109,7 @@ TEST(LintDirector, StarThatMatchesNothingStays) {
   Product product;
   add_alpha_as(product, "a*b", "sites/a*b\torg.example.alpha.feature.group\n");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("pattern-in-repository"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("glob-in-repository"));
 }
 
 TEST(LintDirector, BytesThatAreNoUtf8CannotBeLoaded) {
@@ -124,7 +127,7 @@ TEST(LintDirector, SiteWithoutItsArtifactsKeepsBackTheOthers) {
     fs::remove_all(product.directory() / "tools/sites/alpha" / lost);
     EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13, 0)) << lost;
     EXPECT_EQ(product.installed(), features({"gamma"})) << lost;
-    EXPECT_THAT(rules_broken_by(product), ElementsAre("site-without-artifacts")) << lost;
+    EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-without-artifacts")) << lost;
   }
 }
 
@@ -134,7 +137,7 @@ TEST(LintDirector, ArtifactsMayComeFromAnotherSite) {
   product.component("more", {"alpha"}, alpha);
   fs::remove(product.directory() / "tools/sites/alpha/artifacts.jar");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-from-two-sites"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-from-two-repositories"));
 }
 
 TEST(LintDirector, DamagedListOfArtifactsCannotBeLoaded) {
@@ -142,7 +145,7 @@ TEST(LintDirector, DamagedListOfArtifactsCannotBeLoaded) {
   product.component("tools", {"alpha"}, alpha);
   write(product.directory() / "tools/sites/alpha/artifacts.jar", "no archive");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("site-metadata-damaged"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-not-loadable"));
 }
 
 TEST(LintDirector, FeatureWithAnOddCharacterIsNotFound) {
@@ -150,7 +153,7 @@ TEST(LintDirector, FeatureWithAnOddCharacterIsNotFound) {
     Product product;
     product.component("tools", {"alpha"}, "sites/alpha\t" + id + ".feature.group\n");
     EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13)) << id;
-    EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-not-offered")) << id;
+    EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-not-found")) << id;
   }
 }
 
@@ -164,7 +167,7 @@ TEST(LintDirector, PinnedVersionIsFoundWhenASiteOffersIt) {
   Product product;
   product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group/2.0.0\n");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-not-offered", "feature-pinned"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-not-found", "feature-pinned"));
 }
 
 TEST(LintDirector, MissingRepositoryIsOnlyMentionedBesideAnother) {
@@ -173,21 +176,21 @@ TEST(LintDirector, MissingRepositoryIsOnlyMentionedBesideAnother) {
   const Outcome outcome = product.run("install");
   EXPECT_THAT(outcome.exit_codes(), ElementsAre(0));
   EXPECT_THAT(output_of(outcome, 0), HasSubstr("There were errors."));
-  EXPECT_THAT(rules_broken_by(product), Contains("site-missing"));
+  EXPECT_THAT(rules_broken_by(product), Contains("repository-missing"));
 }
 
 TEST(LintDirector, MissingRepositoryAloneFails) {
   Product product;
   product.component("tools", {}, alpha);
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
-  EXPECT_THAT(rules_broken_by(product), Contains("site-missing"));
+  EXPECT_THAT(rules_broken_by(product), Contains("repository-missing"));
 }
 
 TEST(LintDirector, DirectoryWithoutMetadataCannotBeLoaded) {
   Product product;
   product.component("tools", {"alpha"}, "sites\torg.example.alpha.feature.group\n");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("site-without-metadata"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-without-metadata"));
 }
 
 TEST(LintDirector, DamagedMetadataCannotBeLoaded) {
@@ -202,7 +205,7 @@ TEST(LintDirector, DamagedMetadataCannotBeLoaded) {
     fs::remove(product.directory() / "tools/sites/alpha/content.jar");
     write(product.directory() / "tools/sites/alpha" / name, content);
     EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13)) << content;
-    EXPECT_THAT(rules_broken_by(product), ElementsAre("site-metadata-damaged")) << content;
+    EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-not-loadable")) << content;
   }
 }
 
@@ -214,7 +217,7 @@ TEST(LintDirector, DamagedArchiveIsPreferredToTheFileBesideIt) {
   ASSERT_TRUE(fs::exists(site + "/content.xml"));
   write(site + "/content.jar", "no archive");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("site-metadata-damaged"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-not-loadable"));
 }
 
 TEST(LintDirector, DamagedRepositoryIsOnlyMentionedBesideAnother) {
@@ -224,7 +227,7 @@ TEST(LintDirector, DamagedRepositoryIsOnlyMentionedBesideAnother) {
   const Outcome outcome = product.run("install");
   EXPECT_THAT(outcome.exit_codes(), ElementsAre(0));
   EXPECT_THAT(output_of(outcome, 0), HasSubstr("There were errors."));
-  EXPECT_THAT(rules_broken_by(product), Contains("site-metadata-damaged"));
+  EXPECT_THAT(rules_broken_by(product), Contains("repository-not-loadable"));
 }
 
 TEST(LintDirector, LostChildOfACompositeIsPassedOverWithoutAWord) {
@@ -243,7 +246,7 @@ TEST(LintDirector, LostChildOfACompositeIsPassedOverWithoutAWord) {
   const Outcome outcome = product.run("install");
   EXPECT_THAT(outcome.exit_codes(), ElementsAre(0));
   EXPECT_EQ(output_of(outcome, 0).find("error"), std::string::npos);
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("site-metadata-damaged"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-not-loadable"));
 }
 
 TEST(LintDirector, RemovalNeedsNoSites) {
@@ -255,7 +258,7 @@ TEST(LintDirector, RemovalNeedsNoSites) {
   EXPECT_EQ(product.installed(), features({}));
   EXPECT_THAT(rules_broken_by(product), ElementsAre("unit-not-installed"));  // by now
   EXPECT_EQ(product.run("install").status, 1);
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("site-missing"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-missing"));
 }
 
 TEST(LintDirector, CommaBehindAFeatureIsPassedOverButNotOneBeforeIt) {
@@ -288,7 +291,7 @@ TEST(LintDirector, FeatureInOtherLetterCaseIsNotFound) {
   const Outcome outcome = product.run("install");
   EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
   EXPECT_THAT(output_of(outcome, 0), HasSubstr("org.example.Alpha.feature.group has not been found."));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-not-offered"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-not-found"));
 }
 
 TEST(LintDirector, DashIsTakenForAnOption) {
@@ -297,14 +300,14 @@ TEST(LintDirector, DashIsTakenForAnOption) {
   const Outcome outcome = product.run("install");
   EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
   EXPECT_THAT(output_of(outcome, 0), HasSubstr("Option -i requires an argument."));
-  EXPECT_THAT(rules_broken_by(product), Contains("feature-begins-with-option"));
+  EXPECT_THAT(rules_broken_by(product), Contains("feature-looks-like-option"));
 }
 
 TEST(LintDirector, HashMakesACommentOfTheRest) {
   Product product;
   product.component("tools", {"alpha"}, "sites/alpha\t#org.example.alpha.feature.group\n");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
-  EXPECT_THAT(rules_broken_by(product), Contains("feature-begins-with-option"));
+  EXPECT_THAT(rules_broken_by(product), Contains("feature-needs-shell-quoting"));
 }
 
 TEST(LintDirector, WhatIsNoVersionBreaksTheDirectorOff) {
@@ -341,7 +344,7 @@ TEST(LintDirector, BundleIsInstalledAsItIs) {
   product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.plugin\n");
   EXPECT_EQ(product.run("install").status, 0);
   EXPECT_THAT(product.installed(), ElementsAre("org.example.alpha.plugin/1.0.0"));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("unit-is-no-feature"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("unit-not-a-feature"));
 }
 
 TEST(LintDirector, RemovalOfAProductDeletesTheLauncher) {
@@ -430,5 +433,5 @@ TEST(LintDirector, HighestVersionOfAnySiteIsTaken) {
   ASSERT_EQ(made.exit_code, 0) << made.output;
   EXPECT_EQ(product.run("install").status, 0);
   EXPECT_THAT(product.installed(), ElementsAre("org.example.alpha.feature.group/2.0.0"));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-from-two-sites"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-from-two-repositories"));
 }

@@ -1,0 +1,58 @@
+// Reading files that others give us.
+#ifndef ECLIPSE_INT_BASE_FILE_H
+#define ECLIPSE_INT_BASE_FILE_H
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+
+#include "base/file_error.h"
+
+namespace eclipse_base {
+
+/// How large a file may be that is read into memory, in bytes. Real ones are far smaller.
+namespace largest {
+
+inline constexpr std::size_t mebibyte = std::size_t{1} << 20;
+
+inline constexpr std::size_t json = 64 * mebibyte;  ///< session, variables, overrides
+inline constexpr std::size_t descriptor = 64 * mebibyte;
+inline constexpr std::size_t configuration = 4 * mebibyte;  ///< config.ini of an instance
+inline constexpr std::size_t profile = 256 * mebibyte;      ///< a state of a p2 profile, decompressed
+inline constexpr std::size_t metadata = 256 * mebibyte;     ///< of a p2 repository, decompressed
+inline constexpr std::size_t log = 16 * mebibyte;           ///< of an instance; of a larger one the end is read
+
+}  // namespace largest
+
+/// What a file holds, or why that is unknown.
+struct FileContent {
+  std::string bytes;
+  std::string
+      error;  ///< "is not a regular file", "is larger than 64 MiB" or "cannot be read: REASON"; empty when there is none
+};
+
+/// Opens a regular file for reading and never waits, not even for a pipe. A descriptor to be closed, or -1 with the reason in
+/// errno, which is EINVAL for what is not a regular file.
+int open_regular_file(const std::filesystem::path& file);
+
+/// Reads a whole regular file of at most so many bytes.
+FileContent read_file(const std::filesystem::path& file, std::size_t limit);
+
+/// Reads at most so many bytes from the beginning or the end of a regular file.
+FileContent read_beginning(const std::filesystem::path& file, std::size_t count);
+FileContent read_end(const std::filesystem::path& file, std::size_t count);
+
+/// The bytes of a file. Throws FileError "FILE: ERROR; FIX" when read_file() has an error.
+std::string content_of(const std::filesystem::path& file, std::size_t limit, const std::string& fix);
+
+/// Whether two paths name the same file, which need not exist.
+bool is_same_file(const std::filesystem::path& one, const std::filesystem::path& other);
+
+/// The full path of a file, as it is named or with all links resolved. Throws FileError when it cannot be determined, as when
+/// the working directory does not exist.
+std::filesystem::path absolute_path(const std::filesystem::path& file);
+std::filesystem::path canonical_path(const std::filesystem::path& file);
+
+}  // namespace eclipse_base
+
+#endif

@@ -1,0 +1,64 @@
+// Texts, whatever they are about.
+#ifndef ECLIPSE_INT_BASE_TEXT_H
+#define ECLIPSE_INT_BASE_TEXT_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace eclipse_base {
+
+inline constexpr std::string_view white_space = " \t\r\n\v\f";
+
+/// The text without these characters at both ends.
+std::string_view trimmed(std::string_view text, std::string_view characters = white_space);
+
+/// ASCII letters only.
+std::string lower_case(std::string_view text);
+
+/// The pieces between the separators, one more than there are separators.
+std::vector<std::string> split(std::string_view text, char separator);
+
+/// The lines of a text without their line feeds. A line feed at the end begins no further line.
+std::vector<std::string> lines_of(std::string_view text);
+
+std::string replaced(std::string_view text, std::string_view from, std::string_view to);
+
+template <typename Texts>
+std::string joined(const Texts& texts, std::string_view separator = ", ") {
+  std::string all;
+  bool is_first = true;
+  for (const auto& text : texts) {
+    if (!is_first) all += separator;
+    all += text;
+    is_first = false;
+  }
+  return all;
+}
+
+/// "a, b and 3 more": at most `most` of the texts.
+std::string first_few(const std::vector<std::string>& texts, std::size_t most);
+
+/// "1 file", "2 files". Give the plural where it is not the noun with an "s".
+std::string counted(std::size_t count, std::string_view noun, std::string_view plural = "");
+
+/// How many characters must be inserted, removed or replaced to turn one word into the other. Of long words only the first 200
+/// bytes count.
+std::size_t distance(std::string_view from, std::string_view to);
+
+/// What was probably meant by a misspelled word: the known word most like it, regardless of case. Nothing when none is similar.
+std::optional<std::string> similar_word(std::string_view word, const std::vector<std::string>& known);
+
+/// The length of the UTF-8 character that a text begins with; 0 when it begins with none.
+std::size_t character_length(std::string_view text);
+
+/// How many characters a text has. Bytes that are not UTF-8 count as one each.
+std::size_t characters_in(std::string_view text);
+
+bool is_utf8(std::string_view text);
+
+}  // namespace eclipse_base
+
+#endif

@@ -1,0 +1,80 @@
+#include "cli/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "cli/subcommands.h"
+#include "standalone_host/installation.h"
+
+namespace eclipse_cli {
+
+namespace {
+
+constexpr const char* description = "Install the features of installed components into an Eclipse instance, or remove them.";
+
+constexpr const char* program_examples =
+    "  eclipse-int lint install.json\n"
+    "  eclipse-int plan install.json\n"
+    "  eclipse-int run install.json\n"
+    "  eclipse-int verify install.json\n"
+    "  eclipse-int call verify_eclipse_version session.json\n"
+    "  eclipse-int run --help\n";
+
+constexpr const char* program_exit_status =
+    "Exit status:\n"
+    "  0  success\n"
+    "  1  the integration failed or was refused, or a check found something\n"
+    "  2  an error in the input or the arguments, or output could not be written\n"
+    "  128 + N  signal N ended the command\n";
+
+/// The parser's own usage line does not show the order of the arguments.
+class HelpText : public CLI::Formatter {
+ public:
+  explicit HelpText(std::string usage) : usage_(std::move(usage)) { column_width(32); }
+
+  std::string make_usage(const CLI::App*, std::string) const override { return "Usage: " + usage_ + "\n"; }
+
+ private:
+  std::string usage_;
+};
+
+std::string usage_message(const CLI::App*, const CLI::Error& error) {
+  return "eclipse-int: " + std::string(error.what()) + "\nRun with --help for more information.\n";
+}
+
+int perform(CLI::App& program, int argc, const char* const* argv) {
+  std::vector<Subcommand> subcommands = add_session_subcommands(program);
+  subcommands.push_back(add_lint(program));
+  subcommands.push_back(add_explain(program));
+  program.parse(argc, argv);
+  for (const Subcommand& subcommand : subcommands) {
+    if (subcommand.parser->parsed()) return subcommand.perform();
+  }
+  throw CLI::RequiredError::Subcommand(1);
+}
+
+}  // namespace
+
+void set_help(CLI::App& command, const std::string& usage, const std::string& examples, const std::string& exit_status) {
+  command.formatter(std::make_shared<HelpText>(usage));
+  command.footer("Examples:\n" + examples + "\n" + exit_status);
+}
+
+int run_command_line(int argc, const char* const* argv) {
+  CLI::App program(description, "eclipse-int");
+  program.set_version_flag("--version", "eclipse-int " + std::string(eclipse_host::version));
+  program.failure_message(usage_message);
+  // Not more than one. That there is one is checked later: the parser would say so of a misspelt one, too.
+  program.require_subcommand(0, 1);
+  set_help(program, "eclipse-int SUBCOMMAND ...", program_examples, program_exit_status);
+  try {
+    return perform(program, argc, argv);
+  } catch (const CLI::ParseError& error) {
+    // Also thrown for --help and --version, which are a success.
+    return program.exit(error) == 0 ? 0 : 2;
+  }
+}
+
+}  // namespace eclipse_cli

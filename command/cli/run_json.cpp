@@ -1,0 +1,108 @@
+#include "cli/run_json.h"
+
+#include "base/text.h"
+
+#include <nlohmann/json.hpp>
+#include <string_view>
+
+#include "base/json_document.h"
+#include "cli/standard_streams.h"
+
+namespace eclipse_cli {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string in_hexadecimal(std::string_view text) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string hexadecimal;
+  hexadecimal.reserve(2 * text.size());
+  for (const char each : text) {
+    const auto byte = static_cast<unsigned char>(each);
+    hexadecimal += digits[byte >> 4U];
+    hexadecimal += digits[byte & 15U];
+  }
+  return hexadecimal;
+}
+
+const char* status_of(const eclipse_host::RunRecord& record) {
+  if (!record.refusal.empty()) return "refused";
+  return record.failed() ? "failed" : "done";
+}
+
+Json actions_json(const std::vector<eclipse_host::ActionRecord>& records) {
+  Json actions = Json::array();
+  for (const auto& record : records) {
+    actions.push_back({{"name", record.name}, {"result", record.result ? Json(*record.result) : Json()}});
+  }
+  return actions;
+}
+
+Json failure_json(const eclipse_p2::Failure& failure) {
+  return {{"layer", name_of(failure.layer)},
+          {"meaning", failure.meaning},
+          {"causes", failure.causes},
+          {"log", failure.log ? Json(failure.log->string()) : Json()}};
+}
+
+Json command_json(const eclipse_host::CommandRecord& record, const eclipse_p2::Failure* failure) {
+  Json json = {{"action", record.action}};
+  add_text(json, "command", record.command, "hex");
+  add_text(json, "output", record.result.output, "outputHex");
+  add_text(json, "errorOutput", record.result.error_output, "errorOutputHex");
+  json["exitCode"] = record.has_ended ? Json(record.result.exit_code) : Json();
+  json["seconds"] = record.result.seconds;
+  json["failure"] = failure != nullptr ? failure_json(*failure) : Json();
+  return json;
+}
+
+/// After the members that say how a run ended, what happened in it.
+void add_facts(Json& json, const RunFacts& run) {
+  json["actions"] = actions_json(run.record.actions);
+  json["variables"] = {{"before", run.record.variables_before}, {"after", run.variables_after}};
+  json["log"] = run.record.log;
+  Json& commands = json["commands"] = Json::array();
+  for (std::size_t i = 0; i < run.record.commands.size(); ++i) {
+    commands.push_back(command_json(run.record.commands[i], run.failures.of(i)));
+  }
+}
+
+}  // namespace
+
+void add_text(Json& json, const char* name, const std::string& text, const char* hex_name) {
+  json[name] = text;
+  if (!eclipse_base::is_utf8(text)) json[hex_name] = in_hexadecimal(text);
+}
+
+void print_run(const RunFacts& run, int exit_status, const std::function<void(Json&)>& add_to) {
+  Json json;
+  json["status"] = status_of(run.record);
+  json["exitStatus"] = exit_status;
+  if (!run.record.refusal.empty()) json["refusal"] = run.record.refusal;
+  add_facts(json, run);
+  add_to(json);
+  print_json(json);
+}
+
+void print_interrupted_run(const RunFacts& run, const Interrupted& interrupted) {
+  Json json;
+  json["status"] = "interrupted";
+  json["exitStatus"] = interrupted.exit_status();
+  json["signal"] = interrupted.name();
+  add_facts(json, run);
+  print_json(json);
+}
+
+void print_aborted_run(const RunFacts& run, const std::string& reason) {
+  Json json;
+  json["status"] = "aborted";
+  json["exitStatus"] = 1;
+  json["reason"] = reason;
+  add_facts(json, run);
+  print_json(json);
+}
+
+void print_json(const Json& document) { write_to_output(document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n'); }
+
+}  // namespace eclipse_cli

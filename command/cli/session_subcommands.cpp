@@ -1,0 +1,179 @@
+// The command lines of run, call, plan and verify, and their help texts.
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "cli/subcommands.h"
+
+namespace eclipse_cli {
+
+namespace {
+
+constexpr const char* exit_status_of_runs =
+    "Exit status:\n"
+    "  0  success\n"
+    "  1  the integration failed or was refused\n"
+    "  2  an error in the session or the arguments, and nothing was run; or the run succeeded, but a file or\n"
+    "     standard output could not be written (a message says which)\n"
+    "  128 + N  signal N ended the run; the running director was stopped\n";
+
+std::string error_in_setting(const std::string& setting) {
+  const std::size_t equals = setting.find('=');
+  if (equals != std::string::npos && equals != 0) return "";
+  return "\"" + setting + "\" is not NAME=VALUE; write the variable's name, an equals sign and its value";
+}
+
+void add_session_file(CLI::App& command, SessionOptions& options) {
+  command.add_option("SESSION.json", options.session, "The session file")->required()->option_text(" ");
+}
+
+}  // namespace
+
+void add_input_options(CLI::App& command, SessionOptions& options, const std::string& about_variables) {
+  command
+      .add_option("--set", options.settings,
+                  "Set a session variable; overrides the session file.\nRepeatable; the last value of a variable wins")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false)
+      ->check(CLI::Validator(error_in_setting, "", ""));
+  command.add_option("--variables", options.variables, about_variables)->type_name("FILE");
+  command.add_option("--plugin", options.plugin, "Load this plug-in [default: the one installed with this command]")
+      ->type_name("LIBRARY");
+}
+
+namespace {
+
+void add_json_option(CLI::App& command, SessionOptions& options, const std::string& content) {
+  command.add_flag("--json", options.json,
+                   "Machine-readable output: print one JSON document with " + content +
+                       ",\nand nothing else; bytes that are not UTF-8 become U+FFFD");
+}
+
+/// The options of a subcommand that only reads a session.
+void add_reading_options(CLI::App& command, SessionOptions& options, const std::string& json_content) {
+  add_input_options(command, options, "Read session variables from FILE; the session file overrides them");
+  add_json_option(command, options, json_content);
+}
+
+/// The options of a subcommand that runs a session.
+void add_running_options(CLI::App& command, SessionOptions& options) {
+  add_input_options(command, options,
+                    "Read session variables from FILE; the session file overrides them.\nFILE need not exist if "
+                    "--write-variables names it, too");
+  command
+      .add_option("--write-variables", options.write_variables,
+                  "Write the session variables to FILE after the run, for the next run,\neven if the run failed")
+      ->type_name("FILE");
+  command
+      .add_option("--log", options.log,
+                  "Write the log to FILE, line by line as it is produced; overwrites FILE.\nWith --json, FILE must not be "
+                  "standard output")
+      ->type_name("FILE");
+  add_json_option(command, options, "everything that happened");
+}
+
+Subcommand add_run(CLI::App& program) {
+  CLI::App& parser =
+      *program.add_subcommand("run",
+                              "Run a whole session as an installer does: determine whether integration is needed,\n"
+                              "check the Eclipse instance, then install or remove the features");
+  const auto options = std::make_shared<SessionOptions>();
+  const auto verifies = std::make_shared<bool>(false);
+  add_session_file(parser, *options);
+  parser.add_flag("--verify", *verifies,
+                  "Ask the Eclipse instance before and after the run which units are installed,\nand report differences from "
+                  "the state that the session describes");
+  add_running_options(parser, *options);
+  set_help(parser, "eclipse-int run SESSION.json [OPTIONS]",
+           "  eclipse-int run install.json\n"
+           "      Install the features of the components that install.json selects.\n"
+           "  eclipse-int run install.json --set ECLIPSE_INTEGRATION_CHOICE=user \\\n"
+           "      --set USER_DEFINED_ECLIPSE_PATH=/opt/eclipse/eclipse\n"
+           "      Install them into your own Eclipse instance.\n"
+           "  eclipse-int run modify.json --variables state.json --write-variables state.json\n"
+           "      Pass the variables from one run to the next, as an installer does.\n"
+           "  eclipse-int run uninstall.json --verify\n"
+           "      Also check whether the features are really removed.\n"
+           "  eclipse-int run uninstall.json --json --log uninstall.log > result.json\n"
+           "      Machine-readable output.\n",
+           std::string(exit_status_of_runs) +
+               "With --verify also:\n"
+               "  1  the run succeeded, but the instance is not in the state that the session describes\n"
+               "  2  the run succeeded, but the instance cannot be queried or does not exist, so that nothing was done\n");
+  return {&parser, [options, verifies] { return run(*options, *verifies); }};
+}
+
+Subcommand add_call(CLI::App& program) {
+  CLI::App& parser = *program.add_subcommand("call", "Call only the given actions on a session, in the given order");
+  const auto options = std::make_shared<SessionOptions>();
+  const auto arguments = std::make_shared<std::vector<std::string>>();
+  parser.add_option("ACTION", *arguments, "The actions, which may repeat, followed by the session file")
+      ->required()
+      ->option_text("... SESSION.json");
+  add_running_options(parser, *options);
+  set_help(parser, "eclipse-int call ACTION... SESSION.json [OPTIONS]",
+           "  eclipse-int call verify_eclipse_version session.json\n"
+           "      Check the Eclipse instance that USER_DEFINED_ECLIPSE_PATH names.\n"
+           "  eclipse-int call define_eclipse_path perform_integration session.json\n"
+           "      Install without the checks of \"run\".\n"
+           "  eclipse-int call find_eclipse_ide session.json --set KORU_MODE=repair\n"
+           "      Try a mode that \"run\" does not accept.\n"
+           "\nActions:" +
+               list_of_actions() + "\n",
+           exit_status_of_runs);
+  return {&parser, [options, arguments] { return call(*options, *arguments); }};
+}
+
+Subcommand add_plan(CLI::App& program) {
+  CLI::App& parser = *program.add_subcommand(
+      "plan", "Show what a run of a session would do (components, features, commands) without changing or\nrunning anything");
+  const auto options = std::make_shared<SessionOptions>();
+  const auto all_retries = std::make_shared<bool>(false);
+  add_session_file(parser, *options);
+  parser.add_flag("--retries", *all_retries,
+                  "Show the command of every retry, one for each feature\n[default: similar ones are only counted]");
+  add_reading_options(parser, *options, "the whole plan");
+  set_help(parser, "eclipse-int plan SESSION.json [OPTIONS]",
+           "  eclipse-int plan install.json\n"
+           "      Show what \"eclipse-int run install.json\" would do.\n"
+           "  eclipse-int plan modify.json --variables state.json\n"
+           "      The same, with the variables that an earlier run wrote.\n"
+           "  eclipse-int plan uninstall.json --json --retries > plan.json\n"
+           "      Machine-readable output, with all retries.\n",
+           "Exit status:\n"
+           "  0  the run would do what the plan shows, or has nothing to do\n"
+           "  1  the run would be refused, or its command would be altered or rejected by the shell\n"
+           "  2  an error in the session or the arguments\n");
+  return {&parser, [options, all_retries] { return plan(*options, *all_retries); }};
+}
+
+Subcommand add_verify(CLI::App& program) {
+  CLI::App& parser =
+      *program.add_subcommand("verify",
+                              "Check whether the Eclipse instance has what a session installs, or no longer has what it\n"
+                              "removes");
+  const auto options = std::make_shared<SessionOptions>();
+  add_session_file(parser, *options);
+  add_reading_options(parser, *options, "the findings");
+  set_help(parser, "eclipse-int verify SESSION.json [OPTIONS]",
+           "  eclipse-int verify install.json\n"
+           "      Check whether everything that \"eclipse-int run install.json\" installs is installed.\n"
+           "  eclipse-int verify uninstall.json --json\n"
+           "      Check whether everything that it removes is gone; machine-readable output.\n"
+           "\n"
+           "Use the session and the variables as they were before the run: the variables that a run has written\n"
+           "may mark the instance as known, and then only the selected components count.\n",
+           "Exit status:\n"
+           "  0  the instance is in the state that the session describes\n"
+           "  1  it is not, and each difference is reported\n"
+           "  2  an error in the session or the arguments, or the instance cannot be queried\n"
+           "  128 + N  signal N interrupted the query\n");
+  return {&parser, [options] { return verify(*options); }};
+}
+
+}  // namespace
+
+std::vector<Subcommand> add_session_subcommands(CLI::App& program) {
+  return {add_run(program), add_call(program), add_plan(program), add_verify(program)};
+}
+
+}  // namespace eclipse_cli

@@ -1,0 +1,38 @@
+#include "cli/session_variables.h"
+
+#include <algorithm>
+
+#include "base/printable.h"
+#include "cli/standard_streams.h"
+#include "cli/usage_error.h"
+#include "standalone_host/session_run.h"
+
+using namespace eclipse_host;
+
+namespace eclipse_cli {
+
+SessionVariables::SessionVariables(const std::vector<std::string>& settings, const std::optional<std::string>& file)
+    : file_(file), settings_(settings) {
+  if (file_) of_file_ = read_variables_file(*file_);
+}
+
+void SessionVariables::add_to(Session& session) const {
+  const auto mode = of_file_.find("KORU_MODE");
+  if (mode != of_file_.end() && mode->second != session.variable("KORU_MODE")) {
+    print_message("note: " + *file_ + ": KORU_MODE \"" + eclipse_base::printable(mode->second) +
+                  "\" is ignored; the session file, or --set KORU_MODE=..., sets the mode");
+  }
+  session.variables.insert(of_file_.begin(), of_file_.end());
+  for (const std::string& setting : settings_) {
+    const std::size_t equals = setting.find('=');
+    session.variables[setting.substr(0, equals)] = setting.substr(equals + 1);
+  }
+}
+
+void check_mode(const Session& session) {
+  const std::string mode = session.variable("KORU_MODE");
+  if (std::find(modes.begin(), modes.end(), mode) != modes.end()) return;
+  throw UsageError("--set: KORU_MODE is \"" + mode + "\"; it must be install, modify or uninstall");
+}
+
+}  // namespace eclipse_cli

@@ -1,0 +1,54 @@
+#include "cli/verification_json.h"
+
+#include <nlohmann/json.hpp>
+
+#include "cli/run_json.h"
+
+using namespace eclipse_p2;
+using namespace eclipse_verify;
+
+namespace eclipse_cli {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json unit_json(const CheckedUnit& checked, bool same) {
+  return {{"unit", text_of(checked.unit)},
+          {"locations", checked.places},
+          {"installed", checked.is_installed},
+          {"byName", checked.is_root},
+          {"requiredBy", checked.required_by},
+          {"otherVersions", checked.other_versions},
+          {"same", same}};
+}
+
+}  // namespace
+
+std::vector<std::string> texts_of(const std::vector<Unit>& units) {
+  std::vector<std::string> texts;
+  texts.reserve(units.size());
+  for (const Unit& unit : units) texts.push_back(text_of(unit));
+  return texts;
+}
+
+Json verification_json(const Verification& verification) {
+  Json units = Json::array();
+  for (const CheckedUnit& checked : verification.units) {
+    units.push_back(unit_json(checked, verification.is_as_it_should_be(checked)));
+  }
+  return {{"removal", verification.is_removal},
+          {"executable", verification.executable},
+          {"same", verification.differences().empty()},
+          {"units", units},
+          {"roots", texts_of(verification.installed.roots)},
+          {"knowsAll", verification.knows_all()}};
+}
+
+void print_verification(const Verification& verification) { print_json(verification_json(verification)); }
+
+void print_nothing_to_verify(const eclipse_plan::Plan& plan) {
+  print_json({{"same", true}, {"units", Json::array()}, {"reason", plan.last_log_line}, {"reasons", plan.reasons}});
+}
+
+}  // namespace eclipse_cli

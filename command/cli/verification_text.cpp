@@ -1,0 +1,81 @@
+#include "cli/verification_text.h"
+
+#include <cstddef>
+
+#include "base/printable.h"
+#include "base/text.h"
+
+using namespace eclipse_p2;
+using namespace eclipse_verify;
+
+using namespace eclipse_base;
+
+namespace eclipse_cli {
+
+namespace {
+
+constexpr std::size_t most_requirers = 3;
+constexpr std::size_t most_listed = 20;
+
+/// "; required by a, b and 2 more", or nothing.
+std::string about_requirers(const std::vector<std::string>& requirers) {
+  if (requirers.empty()) return "";
+  return "; required by " + first_few(requirers, most_requirers);
+}
+
+/// That it was installed as a requirement, where that is known.
+std::string about_root(const CheckedUnit& checked) {
+  return (checked.is_root ? "" : ", but not by name") + about_requirers(checked.required_by);
+}
+
+std::string difference(const CheckedUnit& checked, const Verification& verification) {
+  std::string text = "  " + printable(text_of(checked.unit));
+  if (verification.is_removal) {
+    text += " is still installed" + about_root(checked);
+  } else {
+    text += verification.knows_all() ? " is not installed" : " is not installed by name";
+    if (!checked.other_versions.empty()) text += ", but version " + first_few(checked.other_versions, most_listed) + " is";
+  }
+  return text + " (" + first_few(checked.places, most_listed) + ")\n";
+}
+
+/// What is as it should be, but for another reason than expected; and what cannot be determined.
+std::string notes_on(const Verification& verification) {
+  std::string text;
+  for (const CheckedUnit& checked : verification.units) {
+    if (!checked.is_installed || checked.is_root || verification.is_removal) continue;
+    text += "  " + printable(text_of(checked.unit)) + " is installed" + about_root(checked) + " (" +
+            first_few(checked.places, most_listed) + ")\n";
+  }
+  if (verification.knows_all()) return text;
+  return text +
+         "  Only units that were installed by name are known, not their requirements: the p2 profile of the instance cannot be "
+         "read.\n";
+}
+
+}  // namespace
+
+std::string verification_text(const Verification& verification) {
+  const auto differences = verification.differences();
+  const bool same = differences.empty();
+  const std::size_t count = same ? verification.units.size() : differences.size();
+  std::string text = same ? "Same: " : "Different: ";
+  text += std::to_string(count) + " of " + std::to_string(verification.units.size()) + " units that the session " +
+          (verification.is_removal ? "removes" : "installs");
+  if (verification.is_removal) {
+    text += same ? " are not installed in " : " are still installed in ";
+  } else {
+    text += same ? " are installed in " : " are not installed in ";
+  }
+  text += printable(verification.executable) + "\n";
+  for (const CheckedUnit& checked : differences) text += difference(checked, verification);
+  return text + notes_on(verification);
+}
+
+std::string reasons_text(const eclipse_plan::Plan& plan, const std::string& indent) {
+  std::string text;
+  for (const std::string& reason : plan.reasons) text += "\n" + indent + printable(reason);
+  return text;
+}
+
+}  // namespace eclipse_cli

@@ -1,0 +1,587 @@
+// Rules about the lines and columns of descriptor files.
+#include <algorithm>
+#include <array>
+#include <map>
+#include <utility>
+
+#include "base/printable.h"
+#include "lint/rule.h"
+#include "lint/rules/samples.h"
+#include "lint/rules/shell_changes.h"
+#include "lint/texts.h"
+
+using namespace eclipse_base;
+using namespace eclipse_lint::samples;
+
+namespace eclipse_lint {
+
+namespace {
+
+constexpr std::string_view header = "Repository";
+constexpr std::string_view utf_8_mark = "\xEF\xBB\xBF";
+
+template <typename Use>
+void for_each_text(const Input& input, const Use& use) {
+  for (const Descriptor& descriptor : input.descriptors) {
+    if (descriptor.is_text) use(descriptor);
+  }
+}
+
+template <typename Use>
+void for_each_dropped(const Input& input, const Use& use) {
+  for_each_text(input, [&](const Descriptor& descriptor) {
+    for (const Line& line : descriptor.lines) {
+      if (!line.is_record) use(descriptor, line);
+    }
+  });
+}
+
+/// Column 1 without what people put around a header by mistake.
+std::string bare(std::string_view text) {
+  std::string letters;
+  for (const char byte : lower_case(text)) {
+    if (byte >= 'a' && byte <= 'z') letters += byte;
+  }
+  return letters;
+}
+
+bool is_odd_header(const Record& record) {
+  const std::string letters = bare(record.repository());
+  return letters == "repository" || letters == "repositories" || letters == "repo";
+}
+
+/// The columns that become part of a director command, which gets no repositories when features are removed.
+template <typename Use>
+void for_each_used_column(const Input& input, const Use& use) {
+  for (const Record& record : input.records) {
+    if (is_odd_header(record)) continue;
+    if (!input.is_removal()) use(record, 0);
+    use(record, 1);
+  }
+}
+
+// ---- Ignored lines ----
+
+std::vector<std::string> words_of(std::string_view text) {
+  std::vector<std::string> words;
+  std::string word;
+  for (const char byte : std::string(text) + " ") {
+    if (byte != ' ' && byte != ',' && byte != ';' && byte != '\r') {
+      word += byte;
+    } else if (!word.empty()) {
+      words.push_back(std::exchange(word, ""));
+    }
+  }
+  return words;
+}
+
+/// A line that would be data if there were a tab in it.
+bool lacks_tab(const Line& line) {
+  if (line.text.find('\t') != line.text.npos || is_comment(line.text)) return false;
+  const auto words = words_of(line.text);
+  if (words.size() < 2 || words.size() > 5) return false;
+  return words[0] == header || looks_like_feature(words[1]) || (looks_like_site(words[0]) && words.size() == 2);
+}
+
+Rule line_without_tab() {
+  return {.name = "line-without-tab",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "a data line has spaces, commas or semicolons instead of tabs",
+          .why = "Only tabs separate columns. The line has one column and is silently ignored.",
+          .fix = "separate the repository and the feature with a tab",
+          .bad = descriptor("Repository\tFeature\nsites/alpha    org.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+              if (lacks_tab(line)) reporter.report(descriptor.location(line), "this line looks like data but has no tab");
+            });
+          }};
+}
+
+bool is_feature_alone(std::string_view text) {
+  const std::string_view id = text.substr(0, text.find('/'));
+  return looks_like_feature(id) && (id == text || id.ends_with(".feature.group")) && !looks_like_site(id);
+}
+
+void check_only_column(const Descriptor& descriptor, const Line& line, Reporter& reporter) {
+  const bool has_tab = line.text.find('\t') != line.text.npos;
+  const std::string_view only = trimmed(line.columns[0]);
+  const bool is_word = !only.empty() && only.find(' ') == only.npos;
+  if (is_word && is_feature_alone(only)) {
+    reporter.report(descriptor.location(line, 0), "the repository column is missing before " + in_quotes(only),
+                    "write the repository and a tab before the feature");
+  } else if (has_tab ? !only.empty() : is_word && looks_like_site(only)) {
+    reporter.report(descriptor.location(line, 0), "the feature column is missing after " + in_quotes(only));
+  }
+}
+
+Rule feature_column_missing() {
+  return {.name = "feature-column-missing",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "a line has a repository or a feature, but not both",
+          .why = "A line with fewer than two columns is silently ignored.",
+          .fix = "write a tab and the feature after the repository, or delete the line",
+          .bad = descriptor("Repository\tFeature\nsites/alpha\t\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+              if (line.columns.size() != 1 || line.columns[0] == header || is_comment(line.text) || lacks_tab(line)) return;
+              check_only_column(descriptor, line, reporter);
+            });
+          }};
+}
+
+Rule site_named_repository() {
+  return {.name = "site-named-repository",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "a repository is named \"Repository\"",
+          .why = "Any line whose first column is \"Repository\" is a header and is silently ignored.",
+          .fix = "rename the directory, or write ./Repository",
+          .bad = descriptor("Repository\torg.example.alpha.feature.group\n"),
+          .good = descriptor("./Repository\torg.example.alpha.feature.group\n"),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+              if (line.columns.size() < 2 || !looks_like_feature(trimmed(line.columns[1]))) return;
+              reporter.report(
+                  descriptor.location(line, 0),
+                  "\"Repository\" as the repository of " + in_quotes(trimmed(line.columns[1])) + " makes this line a header");
+            });
+          }};
+}
+
+Rule descriptor_without_data() {
+  return {.name = "descriptor-without-data",
+          .group = Group::lines,
+          .severity = Severity::warning,
+          .title = "a descriptor file has no data lines",
+          .why = "The file adds no features to its component, and nothing is logged.",
+          .fix = "write a line for each feature, or delete the file",
+          .bad = descriptor("Repository\tFeature\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_text(input, [&](const Descriptor& descriptor) {
+              const auto is_record = [](const Line& line) { return line.is_record; };
+              if (std::any_of(descriptor.lines.begin(), descriptor.lines.end(), is_record)) return;
+              reporter.report(descriptor.location(), "the file has no data lines");
+            });
+          }};
+}
+
+// ---- Lines that are data by mistake ----
+
+Rule comment_is_data() {
+  return {.name = "comment-is-data",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "a comment line contains a tab",
+          .why =
+              "Descriptor files have no comments, so the line is data, and its repository becomes part of every director "
+              "command. A space or a semicolon in it makes every command of the session fail, also those of other "
+              "components. Without one, the director loads a repository that does not exist and looks for the feature.",
+          .fix = "delete the line, or remove its tabs",
+          .bad = descriptor("# sites/old\torg.example.old.feature.group\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .good = descriptor("# the tools\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  if (!is_comment(record.repository()) || is_odd_header(record)) continue;
+                  if (record.site != nullptr && record.site->exists) continue;  // as "//sites/alpha"
+                  reporter.report(record.location(0),
+                                  "this comment is read as data with the repository " + in_quotes(record.repository()));
+                }
+              },
+          .supersedes = Supersedes::line};
+}
+
+Rule header_not_recognised() {
+  return {.name = "header-not-recognised",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "the first column of a header is not exactly \"Repository\"",
+          .why =
+              "The line is data, and its second column is a feature that no repository has, so the command for all features "
+              "fails. A space or a quote in the first column makes every command of the session fail.",
+          .fix = "write Repository, with a capital R and nothing around it",
+          .bad = descriptor("repository\tFeature\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  const bool has_mark = record.repository().starts_with(utf_8_mark);
+                  if (!is_odd_header(record) || has_mark || looks_like_feature(record.feature())) continue;
+                  reporter.report(record.location(0), in_quotes(record.repository()) + " is not recognised as a header");
+                }
+              },
+          .supersedes = Supersedes::line};
+}
+
+Rule byte_order_mark() {
+  return {.name = "byte-order-mark",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "the file begins with a UTF-8 byte-order mark",
+          .why =
+              "The mark becomes part of column 1. A header with it is data, and its second column a feature that no "
+              "repository has. A repository with it does not exist.",
+          .fix = "save the file without a byte-order mark",
+          .bad = descriptor("\xEF\xBB\xBFRepository\tFeature\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_text(input, [&](const Descriptor& descriptor) {
+                  if (!descriptor.content.starts_with(utf_8_mark)) return;
+                  reporter.report(descriptor.location(descriptor.lines.front(), 0, 0, utf_8_mark.size()),
+                                  "byte-order mark in column 1");
+                });
+              },
+          .supersedes = Supersedes::line};
+}
+
+bool are_swapped(const Record& record) {
+  const std::string_view site = record.feature();
+  if (!looks_like_feature(record.repository()) || looks_like_site(record.repository()) || !looks_like_site(site)) return false;
+  const bool has_version = looks_like_feature(site.substr(0, site.find('/')));
+  return !has_version && (record.site == nullptr || !record.site->exists);
+}
+
+Rule columns_swapped() {
+  return {.name = "columns-swapped",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "the feature comes before the repository",
+          .why = "Column 1 is read as a repository, which does not exist, and column 2 as a feature, which no repository has.",
+          .fix = "write the repository in column 1 and the feature in column 2",
+          .bad = descriptor("org.example.alpha.feature.group\tsites/alpha\n"),
+          .good = good_descriptor(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  if (!are_swapped(record)) continue;
+                  reporter.report(record.location(0),
+                                  "feature " + in_quotes(record.repository()) + " in the repository column");
+                }
+              },
+          .supersedes = Supersedes::line};
+}
+
+// ---- Encodings and line endings ----
+
+Rule not_8_bit_text() {
+  return {.name = "not-8-bit-text",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "the file is UTF-16 or contains zero bytes",
+          .why =
+              "The file is read byte by byte, so zero bytes become part of the director command. No shell accepts such a "
+              "command: eclipse-int does not run it and reports exit code 126. An installer that passes it as a C string "
+              "loses everything after the first zero byte; the director, asked for nothing, then succeeds with exit code 0.",
+          .fix = "save the file as ASCII, or as UTF-8 without a byte-order mark",
+          .bad = descriptor(std::string("s\0i\0t\0e\0\t\0f\0\n\0", 14)),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for (const Descriptor& descriptor : input.descriptors) {
+              if (!descriptor.is_readable() || descriptor.is_text) continue;
+              if (descriptor.content.starts_with("\xFF\xFE") || descriptor.content.starts_with("\xFE\xFF")) {
+                reporter.report(descriptor.location(), "the file is UTF-16");
+              } else if (descriptor.content.find('\0') != std::string::npos) {
+                reporter.report(descriptor.location(), "the file contains zero bytes");
+              }
+            }
+          }};
+}
+
+Rule cr_line_endings() {
+  return {.name = "cr-line-endings",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "the lines end in CR instead of LF",
+          .why = "Only line feeds end a line. The whole file is one line, with one record at most.",
+          .fix = "save the file with LF line endings",
+          .bad = descriptor("Repository\tFeature\rsites/alpha\torg.example.alpha.feature.group\r"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for (const Descriptor& descriptor : input.descriptors) {
+              if (!descriptor.is_readable() || descriptor.is_text) continue;
+              if (descriptor.content.find_first_of(std::string_view("\0\n", 2)) != std::string::npos) continue;
+              reporter.report(descriptor.location(), "the file has carriage returns but no line feeds");
+            }
+          }};
+}
+
+Rule crlf_line_endings() {
+  return {.name = "crlf-line-endings",
+          .group = Group::lines,
+          .severity = Severity::warning,
+          .title = "the lines end in CRLF",
+          .why =
+              "The carriage return stays in the last column. The director trims it from a feature, but the same feature with "
+              "and without it counts as two.",
+          .fix = "save the file with LF line endings",
+          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\r\n"
+                            "sites/alpha\torg.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            const Descriptor* reported = nullptr;  // once for each file, which mostly has them in every line
+            for (const Record& record : input.records) {
+              const std::string_view last = record.line->columns.back();
+              if (!last.ends_with('\r') || record.descriptor == reported) continue;
+              reported = record.descriptor;
+              const std::size_t column = record.line->columns.size() - 1;
+              reporter.report(record.descriptor->location(*record.line, column, last.size() - 1, 1),
+                              "carriage return at the end of column " + std::to_string(column + 1) + ", " + in_quotes(last));
+            }
+          }};
+}
+
+/// First and last characters of the ranges that show as nothing, or as a space.
+constexpr std::array<std::pair<char32_t, char32_t>, 17> invisible = {{{0x00, 0x1F},
+                                                                      {0x7F, 0xA0},
+                                                                      {0xAD, 0xAD},
+                                                                      {0x61C, 0x61C},
+                                                                      {0x1680, 0x1680},
+                                                                      {0x180E, 0x180E},
+                                                                      {0x2000, 0x200F},
+                                                                      {0x2028, 0x202F},
+                                                                      {0x205F, 0x206F},
+                                                                      {0x2800, 0x2800},
+                                                                      {0x3000, 0x3000},
+                                                                      {0x3164, 0x3164},
+                                                                      {0xFE00, 0xFE0F},
+                                                                      {0xFEFF, 0xFEFF},
+                                                                      {0xFFA0, 0xFFA0},
+                                                                      {0xFFF9, 0xFFFB},
+                                                                      {0xE0000, 0xE007F}}};
+
+/// Of one UTF-8 character.
+char32_t code_point_of(std::string_view character) {
+  const auto bits = [&](std::size_t i) { return static_cast<unsigned char>(character[i]); };
+  if (character.size() == 1) return bits(0);
+  char32_t code_point = bits(0) & (0x7FU >> character.size());
+  for (std::size_t i = 1; i < character.size(); ++i) code_point = code_point << 6U | (bits(i) & 0x3FU);
+  return code_point;
+}
+
+/// "\u00A0".
+std::string escaped(char32_t code_point) {
+  std::array<char, 16> text;
+  std::snprintf(text.data(), text.size(), "\\u%04X", static_cast<unsigned>(code_point));
+  return text.data();
+}
+
+void report_invisible(const Record& record, std::size_t column, Reporter& reporter) {
+  const std::string_view text = record.cell(column);
+  for (std::size_t at = 0, length = 1; at < text.size(); at += std::max<std::size_t>(length, 1)) {
+    length = character_length(text.substr(at));
+    if (length == 0) continue;
+    const char32_t code_point = code_point_of(text.substr(at, length));
+    if (std::none_of(invisible.begin(), invisible.end(),
+                     [&](const auto& range) { return range.first <= code_point && code_point <= range.second; }))
+      continue;
+    const std::string kind = code_point < 0xA0 ? "control character " : "invisible character ";
+    reporter.report(record.descriptor->location(*record.line, column, at, length),
+                    kind + escaped(code_point) + (column == 0 ? " in the repository" : " in the feature"));
+  }
+}
+
+/// A repository that exists has the character in its name.
+Rule invisible_character() {
+  return {.name = "invisible-character",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "a repository or a feature contains a control character or an invisible character",
+          .why =
+              "Nothing is trimmed or converted, so the character is part of the name, which then differs from the name that "
+              "it looks like. The repository does not exist, or no repository has the feature.",
+          .fix = "delete the character, or replace it by a plain space or a tab",
+          .bad = descriptor("sites/alpha\torg.example.alpha\xC2\xA0.feature.group\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_used_column(input, [&](const Record& record, std::size_t column) {
+              const bool is_in_a_name = column == 0 && record.site != nullptr && record.site->exists;
+              if (!is_in_a_name) report_invisible(record, column, reporter);
+            });
+          }};
+}
+
+// ---- Columns ----
+
+Rule repository_empty() {
+  return {.name = "repository-empty",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "a line has a feature but no repository",
+          .why = "The plug-in skips the line: its feature is neither installed nor removed.",
+          .fix = "write the repository in column 1, even if the line above has the same one",
+          .bad = descriptor("Repository\tFeature\n\torg.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for (const Record& record : input.records) {
+              if (record.placement || record.feature().empty()) continue;
+              reporter.report(record.descriptor->location(*record.line, 1), "no repository for " + in_quotes(record.feature()));
+            }
+          }};
+}
+
+Rule feature_in_third_column() {
+  return {.name = "feature-in-third-column",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "two tabs separate the repository and the feature",
+          .why =
+              "Column 2 is empty, so nothing is installed; column 3 is ignored. The line still takes a place in the install "
+              "order, and the director still loads its repository.",
+          .fix = "separate the repository and the feature with one tab; further tabs cannot align columns",
+          .bad = descriptor("Repository\tFeature\nsites/alpha\t\torg.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for (const Record& record : input.records) {
+              if (record.repository().empty() || !record.feature().empty() || record.cell(2).empty()) continue;
+              reporter.report(record.location(2), "the feature column is empty, and " + in_quotes(record.cell(2)) +
+                                                      " is in column 3, which is ignored");
+            }
+          }};
+}
+
+/// The shell splits the command there, except in the quotes of an archive, where the space is part of a file name.
+Rule space_around_column() {
+  return {.name = "space-around-column",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "a repository or a feature begins or ends with a space",
+          .why =
+              "Nothing is trimmed. In column 1 the space splits the list of repositories, so every command of the session "
+              "fails. In column 2 it splits the list of features, so the command for all features fails. It is harmless only "
+              "at the very end of such a list.",
+          .fix = "remove the space",
+          .bad = descriptor("Repository\tFeature\n"
+                            "sites/alpha \torg.example.alpha.feature.group\n"
+                            "sites/beta\torg.example.beta.feature.group\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_used_column(input, [&](const Record& record, std::size_t column) {
+              const std::string_view text = record.cell(column);
+              if (!text.starts_with(' ') && !text.ends_with(' ')) return;
+              reporter.report(record.location(column),
+                              "leading or trailing space in column " + std::to_string(column + 1) + ", " + in_quotes(text));
+            });
+          }};
+}
+
+Rule quoted_column() {
+  return {.name = "quoted-column",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "a repository or a feature is quoted",
+          .why =
+              "The plug-in keeps the quotes, so the name of an archive no longer ends in .zip. The shell removes quotes in "
+              "pairs. An unpaired quote is a syntax error: in column 1 in every command of the session, in column 2 in the "
+              "command for all features.",
+          .fix = "remove the quotes",
+          .bad = descriptor("Repository\tFeature\n\"sites/alpha\"\t\"org.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_used_column(input, [&](const Record& record, std::size_t column) {
+              const std::string_view text = record.cell(column);
+              const std::size_t start = text.find_first_not_of(' ');
+              if (start == text.npos || (text[start] != '"' && text[start] != '\'') || !record.placement) return;
+              const ShellChanges changes = column == 0 ? changes_in_repository(record) : changes_in_feature(text);
+              if (std::find(changes.begin(), changes.end(), start) == changes.end()) return;
+              reporter.report(record.location(column),
+                              "quote in column " + std::to_string(column + 1) + ", " + in_quotes(text));
+            });
+          }};
+}
+
+Rule extra_columns() {
+  return {.name = "extra-columns",
+          .group = Group::lines,
+          .severity = Severity::warning,
+          .title = "a line has more than four columns",
+          .why = "Only the first four columns are read.",
+          .fix = "delete the other columns",
+          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\t\t1\tnew\n"),
+          .good = descriptor("sites/alpha\torg.example.alpha.feature.group\t\t1\n"),
+          .check = [](const Input& input, Reporter& reporter) {
+            for (const Record& record : input.records) {
+              const std::size_t last = record.line->columns.size();
+              if (last < 5) continue;
+              reporter.report(record.location(4), last == 5 ? std::string("column 5 is ignored")
+                                                            : "columns 5 to " + std::to_string(last) + " are ignored");
+            }
+          }};
+}
+
+Rule trailing_tab() {
+  return {.name = "trailing-tab",
+          .group = Group::lines,
+          .severity = Severity::note,
+          .title = "a line ends in a tab",
+          .why = "One tab at the end adds no column, so the order stays undefined. Each further tab adds an empty column.",
+          .fix = "remove the tab",
+          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\t\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for (const Record& record : input.records) {
+              std::string_view text = record.line->text;
+              if (text.ends_with('\r')) text.remove_suffix(1);
+              if (!text.ends_with('\t') || record.feature().empty()) continue;
+              Location location = record.descriptor->location(*record.line);
+              location.column = text.size();
+              location.length = 1;
+              reporter.report(std::move(location), "trailing tab");
+            }
+          }};
+}
+
+Rule third_column_ignored() {
+  return {.name = "third-column-ignored",
+          .group = Group::lines,
+          .severity = Severity::note,
+          .title = "the third column is not empty",
+          .why = "The plug-in reads the column but does not use it.",
+          .fix = "leave the column empty; it is free for notes",
+          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\tthe first\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for (const Record& record : input.records) {
+              if (record.cell(2).empty() || record.feature().empty()) continue;
+              reporter.report(record.location(2), "column 3, " + in_quotes(record.cell(2)) + ", is ignored");
+            }
+          }};
+}
+
+Rule duplicate_line() {
+  return {.name = "duplicate-line",
+          .group = Group::lines,
+          .severity = Severity::warning,
+          .title = "a file has the same line twice",
+          .why = "Both lines take a place in the install order, but the feature is listed once.",
+          .fix = "delete one of the lines",
+          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            std::map<std::pair<const Descriptor*, std::string_view>, const Record*> first;
+            for (const Record& record : input.records) {
+              const auto [known, is_new] = first.emplace(std::pair(record.descriptor, record.line->text), &record);
+              if (is_new || known->second->line == record.line) continue;
+              reporter.report(record.descriptor->location(*record.line), "duplicate of " + known->second->where());
+            }
+          }};
+}
+
+}  // namespace
+
+std::vector<Rule> rules_about_lines() {
+  return {line_without_tab(),        feature_column_missing(),  site_named_repository(),
+          descriptor_without_data(), comment_is_data(),         header_not_recognised(),
+          byte_order_mark(),         columns_swapped(),         not_8_bit_text(),
+          cr_line_endings(),         crlf_line_endings(),       invisible_character(),
+          repository_empty(),        feature_in_third_column(), space_around_column(),
+          quoted_column(),           extra_columns(),           trailing_tab(),
+          third_column_ignored(),    duplicate_line()};
+}
+
+}  // namespace eclipse_lint

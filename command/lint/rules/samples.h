@@ -1,0 +1,59 @@
+// What the samples of the rules are made of: descriptor files, components and sessions.
+#ifndef ECLIPSE_INT_LINT_RULES_SAMPLES_H
+#define ECLIPSE_INT_LINT_RULES_SAMPLES_H
+
+#include <string>
+#include <vector>
+
+#include "lint/rule.h"
+
+namespace eclipse_lint::samples {
+
+// ---- A descriptor file by itself ----
+
+Sample descriptor(const std::string& content);
+Sample good_descriptor();
+
+// ---- A component's directory, "tools", with a descriptor file and what else lies in it ----
+
+Sample component(const std::string& descriptor, std::vector<SampleFile> others);
+Sample good_component();
+
+/// A descriptor file that names one feature of the repository "site".
+extern const char* const line_of_one;
+/// The content.xml of a repository that contains just this feature.
+extern const char* const content_of_one;
+
+// ---- A session with this component and an Eclipse in the directory "ide" ----
+
+/// The session file, with the files of the component and of the Eclipse, and with other files.
+Sample product(const std::string& session_file, const std::vector<SampleFile>& others = {});
+
+/// What the session file says of the component, each as it stands there.
+struct ToolsEntry {
+  std::string code = "tools";
+  std::string directory = "tools";  ///< installDir
+  std::string state = R"("install": true, "remove": true)";
+  std::string capabilities = R"("TOOLS_ECLIPSE_PLUGIN")";
+  std::string package = R"("files": ["etc/eclipse/tools.txt"])";
+};
+
+std::string entry_of(const ToolsEntry& component);
+/// The entry with all the defaults.
+extern const char* const tools;
+/// The entry of the Eclipse as a component, with a comma at its end.
+extern const char* const ide;
+/// The variables for that Eclipse.
+extern const char* const internal_choice;
+
+/// The variables for a user's own Eclipse; `more` begins with a comma when it is not empty.
+std::string user_choice(const std::string& path, const std::string& more = "");
+
+/// A session file.
+std::string session(const std::string& mode, const std::string& variables, const std::string& components);
+std::string internal_session(const std::string& mode = "install");
+std::string user_session(const std::string& components = tools);
+
+}  // namespace eclipse_lint::samples
+
+#endif

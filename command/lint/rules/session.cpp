@@ -1,0 +1,128 @@
+// Rules about the run of a session as a whole.
+#include <algorithm>
+
+#include "base/printable.h"
+#include "dry_run/log_lines.h"
+#include "lint/input.h"
+#include "lint/rule.h"
+#include "lint/rules/samples.h"
+#include "shell/command_runner.h"
+
+using eclipse_shell::longest_command;
+using namespace eclipse_lint::samples;
+
+using namespace eclipse_base;
+
+namespace eclipse_lint {
+
+namespace {
+
+std::string installed_tools() { return entry_of({.state = R"("installed": true)"}); }
+
+Rule all_repositories_empty() {
+  return {
+      .name = "all-repositories-empty",
+      .group = Group::session,
+      .severity = Severity::warning,
+      .title = "there are features, but every repository column is empty",
+      .why = "The run logs \"feature or repo list is empty, skip integration\" and reports success.",
+      .fix = "write the repositories into column 1",
+      .bad = {"session.json",
+              {{"session.json", internal_session()},
+               {"ide/eclipse", "#!/bin/sh\n", 0755},
+               {"tools/etc/eclipse/tools.txt", "\torg.example.one.feature.group\n"}}},
+      .good = product(internal_session()),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || !input.session->run.commands.empty()) return;
+            const auto lacks_repository = [](const Record& record) { return !record.placement && !record.feature().empty(); };
+            if (std::none_of(input.records.begin(), input.records.end(), lacks_repository)) return;
+            if (!input.session->run.logged(eclipse_dry_run::log_lines::nothing_to_install)) return;
+            reporter.report(input.session->mode, "every repository column is empty, so nothing is installed");
+          },
+  };
+}
+
+const std::string& long_descriptor() {
+  static const std::string descriptor = [] {
+    std::string name = "org.example";
+    for (int i = 0; i < 40; ++i) name += ".very.long";
+    std::string text;
+    for (int i = 1; i <= 320; ++i) text += "site.zip\t" + name + "." + std::to_string(i) + ".feature.group\n";
+    return text;
+  }();
+  return descriptor;
+}
+
+Sample long_product() {
+  return {"session.json",
+          {{"session.json", user_session()},
+           {"ide/eclipse", "#!/bin/sh\n", 0755},
+           {"tools/etc/eclipse/tools.txt", long_descriptor()},
+           {"tools/site.zip", "an archive\n"}}};
+}
+
+Rule command_too_long() {
+  return {
+      .name = "command-too-long",
+      .group = Group::session,
+      .severity = Severity::error,
+      .title = "the director's command line is longer than the system allows",
+      .why =
+          "The system refuses to start the shell with it, so the run for all features at once fails. Then the director is run "
+          "for each feature separately.",
+      .fix = "group the features: installing a feature also installs the features that it includes",
+      .bad = long_product(),
+      .good = product(user_session()),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session) return;
+            for (const auto& [number, command] : input.session->run.commands) {
+              if (command.size() <= longest_command) continue;
+              reporter.report(input.session->mode, "the director's command line has " + std::to_string(command.size()) +
+                                                       " bytes; the limit is " + std::to_string(longest_command));
+            }
+          },
+  };
+}
+
+/// Whether the run read a descriptor file of a component.
+bool was_read(const Input& input, const Component& component) {
+  const auto& files = input.session->run.files;
+  return std::any_of(component.files.begin(), component.files.end(), [&](const ListedFile& file) {
+    return file.descriptor && std::find(files.begin(), files.end(), file.descriptor->path) != files.end();
+  });
+}
+
+Rule new_instance_gets_all_features() {
+  return {
+      .name = "new-instance-gets-all-features",
+      .group = Group::session,
+      .severity = Severity::note,
+      .title = "the Eclipse is new in this run",
+      .why = "It gets the features of all components, not only those of the selected ones.",
+      .fix = "nothing if that is intended; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the previous run",
+      .bad = product(session("modify", user_choice("ide/eclipse"), installed_tools())),
+      .good = product(
+          session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"), installed_tools())),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->is_removal()) return;
+            std::string list;
+            for (const Component& component : input.components) {
+              if (component.catalogue->selected_for_install || !was_read(input, component)) continue;
+              list += (list.empty() ? "" : ", ") + in_quotes(component.catalogue->code);
+            }
+            if (list.empty()) return;
+            reporter.report(input.session->mode, "the Eclipse is new, so it also gets the features of " + list);
+          },
+  };
+}
+
+}  // namespace
+
+std::vector<Rule> rules_about_sessions() {
+  return {all_repositories_empty(), command_too_long(), new_instance_gets_all_features()};
+}
+
+}  // namespace eclipse_lint

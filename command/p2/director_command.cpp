@@ -1,0 +1,94 @@
+#include "p2/director_command.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "base/text.h"
+
+using namespace eclipse_base;
+
+namespace eclipse_p2 {
+
+namespace {
+
+constexpr std::string_view application = "org.eclipse.equinox.p2.director";
+/// Between the executable and the options.
+constexpr std::string_view director = " -nosplash -application org.eclipse.equinox.p2.director ";
+constexpr std::string_view repositories = "-repository ";
+constexpr std::string_view install = " -i ";
+constexpr std::string_view uninstall = "-u ";
+
+/// Without the double quotes that the plug-in puts around each URL of an archive.
+std::string unquoted(std::string_view list) {
+  std::string items;
+  while (!list.empty()) {
+    const std::size_t end = std::min(list.find(','), list.size());
+    std::string_view item = list.substr(0, end);
+    if (item.size() > 1 && item.front() == '"' && item.back() == '"') item = item.substr(1, item.size() - 2);
+    items += item;
+    if (end < list.size()) items += ',';
+    list.remove_prefix(std::min(end + 1, list.size()));
+  }
+  return items;
+}
+
+/// Separates a list from the feature that a retry appends to the command.
+void set_features(DirectorCommand& command, std::string_view text) {
+  const std::size_t end = std::min(text.find(error_redirection), text.size());
+  command.features = text.substr(0, end);
+  text.remove_prefix(std::min(end + error_redirection.size(), text.size()));
+  command.appended_feature = text.substr(0, text.rfind(error_redirection));
+}
+
+/// For a path that may contain anything.
+std::string quoted_for_shell(const std::string& text) {
+  std::string quoted = "'";
+  for (const char byte : text) quoted += byte == '\'' ? "'\\''" : std::string(1, byte);
+  return quoted + "'";
+}
+
+}  // namespace
+
+std::optional<DirectorCommand> cut_director_command(std::string_view command) {
+  const std::size_t end_of_executable = command.find(director);
+  if (end_of_executable == command.npos) return std::nullopt;
+  DirectorCommand cut{.executable = std::string(command.substr(0, end_of_executable))};
+  const std::string_view options = command.substr(end_of_executable + director.size());
+  if (options.starts_with(uninstall)) {
+    cut.is_removal = true;
+    set_features(cut, options.substr(uninstall.size()));
+    return cut;
+  }
+  const std::size_t option = options.rfind(install);
+  if (!options.starts_with(repositories) || option == options.npos) return std::nullopt;
+  cut.repositories = unquoted(options.substr(0, option).substr(repositories.size()));
+  set_features(cut, options.substr(option + install.size()));
+  return cut;
+}
+
+std::vector<std::string> intended_words(const DirectorCommand& command) {
+  std::vector<std::string> words = {command.executable, "-nosplash", "-application", std::string(application)};
+  if (command.is_removal) {
+    words.insert(words.end(), {"-u", command.features});
+  } else {
+    words.insert(words.end(), {"-repository", command.repositories, "-i", command.features});
+  }
+  return words;
+}
+
+std::string list_roots_command(const std::string& executable) {
+  return quoted_for_shell(executable) + " -nosplash -nl en -application " + std::string(application) + " -listInstalledRoots";
+}
+
+std::vector<Unit> units_named(std::string_view list) {
+  std::vector<Unit> units;
+  while (!list.empty()) {
+    const std::size_t comma = std::min(list.find(','), list.size());
+    const std::string_view text = trimmed(list.substr(0, comma));
+    if (!text.empty()) units.push_back(unit_called(text));
+    list.remove_prefix(std::min(comma + 1, list.size()));
+  }
+  return units;
+}
+
+}  // namespace eclipse_p2

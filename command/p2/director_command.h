@@ -1,0 +1,41 @@
+// The command lines that run a p2 director: composing one, and cutting one into its parts. The plug-in composes its own.
+#ifndef ECLIPSE_INT_P2_DIRECTOR_COMMAND_H
+#define ECLIPSE_INT_P2_DIRECTOR_COMMAND_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "p2/unit.h"
+
+namespace eclipse_p2 {
+
+/// Ends each command of the plug-in: the director writes the reasons of a failure to standard error.
+inline constexpr std::string_view error_redirection = " 2>&1";
+
+/// A command that installs or removes features. The lists are separated by commas, and are not quoted.
+struct DirectorCommand {
+  std::string executable = {};
+  bool is_removal = false;
+  std::string repositories = {};  ///< empty for a removal
+  std::string features = {};
+  /// When the plug-in retries a removal, it appends one feature to the whole failed command. No shell accepts the result.
+  std::string appended_feature = {};
+};
+
+/// Cuts a command of the plug-in. Nothing for a command that does not install or remove features with a director.
+std::optional<DirectorCommand> cut_director_command(std::string_view command);
+
+/// The words that a shell has to make of a command, the executable first.
+std::vector<std::string> intended_words(const DirectorCommand& command);
+
+/// The command that prints the roots of the instance with this executable, in English, quoted for a shell.
+std::string list_roots_command(const std::string& executable);
+
+/// The units that the director makes of the list that follows "-i" or "-u".
+std::vector<Unit> units_named(std::string_view list);
+
+}  // namespace eclipse_p2
+
+#endif

@@ -1,0 +1,271 @@
+#include "plan/make_plan.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <string_view>
+
+#include "base/text.h"
+#include "dry_run/command_pieces.h"
+#include "dry_run/descriptor_lines.h"
+#include "dry_run/dry_run.h"
+#include "dry_run/plugin_functions.h"
+#include "p2/director_command.h"
+#include "plan/distinct_retries.h"
+#include "plan/reasons.h"
+#include "shell/executable.h"
+
+using namespace eclipse_dry_run;
+using namespace eclipse_host;
+using namespace eclipse_shell;
+
+namespace eclipse_plan {
+
+namespace {
+
+ComponentStatus status_of(const CatalogueComponent* component, const ComponentSearch& search, bool searched) {
+  if (component == nullptr || component->code.empty()) return ComponentStatus::no_code;
+  if (!searched) return ComponentStatus::not_reached;
+  if (!search.package_asked) return ComponentStatus::not_selected;
+  return component->has_provider && component->package ? ComponentStatus::searched : ComponentStatus::no_package;
+}
+
+std::string joined_repositories(const std::set<std::string>& repositories) {
+  std::vector<std::string> words;
+  words.reserve(repositories.size());
+  for (const std::string& repository : repositories) {
+    words.push_back(is_archive_url(repository) ? repository.substr(1, repository.size() - 2) : repository);
+  }
+  return eclipse_base::joined(words, ",");
+}
+
+std::vector<plugin_config> configs_of(const std::vector<PlannedRecord>& records) {
+  std::vector<plugin_config> configs;
+  configs.reserve(records.size());
+  for (const PlannedRecord& record : records) configs.push_back(record.config);
+  return configs;
+}
+
+class PlanMaker {
+ public:
+  PlanMaker(const Plugin& plugin, const Session& session, Retries retries)
+      : plugin_(plugin),
+        functions_(plugin),
+        session_(session),
+        retries_(retries),
+        run_(perform_dry_run(plugin, session,
+                             retries == Retries::distinct ? std::optional(std::set<std::size_t>{0, 1}) : std::nullopt)) {}
+
+  bool is_eclipse_chosen() const {
+    const std::string choice = session_.variable("ECLIPSE_INTEGRATION_CHOICE");
+    return choice == "internal" || choice == "user";
+  }
+
+  Plan make() {
+    plan_.is_removal = session_.is_removal();
+    plan_.actions = run_.actions;
+    plan_.refusal = run_.refusal;
+    if (!run_.log.empty()) plan_.last_log_line = run_.log.back();
+    plan_.executable = run_.executable;
+    plan_.is_instance_missing = run_.refusal.empty() && !run_.searched && is_eclipse_chosen();
+    plan_.every_component = run_.every_component;
+    add_version_check();
+    for (std::size_t i = 0; i < run_.components.size(); ++i) add_component(session_.components[i].get(), run_.components[i]);
+    place_records();
+    if (!run_.commands.empty()) {
+      add_commands();
+    } else if (plan_.refusal.empty()) {
+      plan_.reasons = reasons_for_no_command(plan_, run_, session_);
+    }
+    return std::move(plan_);
+  }
+
+ private:
+  void add_version_check() {
+    for (const DryRunAction& action : plan_.actions) {
+      for (const auto& [name, value] : action.writes) {
+        if (name != "ECLIPSE_VERSION_IS_SUPPORTED") continue;
+        plan_.version =
+            VersionCheck{run_.variables.at("ECLIPSE_VERSION"), session_.expand("${ECLIPSE_MIN_SUPPORTED_VERSION}"), value};
+      }
+    }
+  }
+
+  void add_component(const CatalogueComponent* component, const ComponentSearch& search) {
+    PlannedComponent planned;
+    if (component != nullptr) planned.code = component->code;
+    planned.status = status_of(component, search, run_.searched);
+    for (const ListedDescriptor& descriptor : search.descriptors) planned.descriptors.push_back(add_descriptor(descriptor));
+    plan_.components.push_back(std::move(planned));
+  }
+
+  PlannedDescriptor add_descriptor(const ListedDescriptor& descriptor) {
+    PlannedDescriptor planned{descriptor.path, descriptor.exists, 0, ""};
+    if (!descriptor.exists) return planned;
+    DescriptorContent content = descriptor_content(descriptor.path);
+    auto lines = descriptor_lines(functions_, content.bytes);
+    std::vector<plugin_config> records = functions_.records(descriptor.directory, descriptor.name);
+    const auto line_of = lines_of_records(lines, records);
+    planned.records = records.size();
+    planned.error = std::move(content.error);
+    if (planned.error.empty() && planned.records > 0 && line_of.back() == nullptr) planned.error = changed_while_read;
+    for (std::size_t i = 0; i < records.size(); ++i) {
+      PlannedRecord& record = plan_.records.emplace_back();
+      record.file = descriptor.path;
+      record.line = line_of[i] == nullptr ? 0 : line_of[i]->number;
+      record.component = plan_.components.size();
+      record.config = std::move(records[i]);
+    }
+    return planned;
+  }
+
+  void place_records() {
+    const auto placements = functions_.placements(configs_of(plan_.records));
+    for (std::size_t i = 0; i < placements.size(); ++i) {
+      if (!placements[i]) continue;
+      PlannedRecord& record = plan_.records[i];
+      record.status = record.config.feature.empty() ? RecordStatus::no_feature : RecordStatus::listed;
+      record.repository = placements[i]->url;
+      record.slot = placements[i]->slot;
+      record.wanted_slot = wanted_slot(record.config.order);
+      plan_.repositories.insert(record.repository);
+    }
+    mark_repeated();
+  }
+
+  /// Most records give no order.
+  std::int64_t wanted_slot(const std::string& order) {
+    const auto known = wanted_slots_.find(order);
+    return known != wanted_slots_.end() ? known->second : wanted_slots_[order] = functions_.order(order);
+  }
+
+  void mark_repeated() {
+    std::set<std::string_view> listed;
+    for (const PlannedRecord* const record : plan_.by_slot()) {
+      if (record->status != RecordStatus::listed || listed.insert(record->config.feature).second) continue;
+      plan_.records[static_cast<std::size_t>(record - plan_.records.data())].status = RecordStatus::repeated;
+    }
+  }
+
+  void add_commands() {
+    for (const PlannedRecord* const record : plan_.features()) {
+      features_.push_back(record->config.feature);
+      places_.push_back(record->place());
+    }
+    repositories_ = joined_repositories(plan_.repositories);
+    plan_.command = planned(0, run_.commands.at(0));
+    plan_.retry_count = features_.size();
+    const std::size_t rest = run_.commands.at(1).size() - features_.front().size();
+    for (const std::string& feature : features_) plan_.longest_retry = std::max(plan_.longest_retry, rest + feature.size());
+    if (retries_ == Retries::distinct) find_distinct_retries();
+    for (const auto& [number, text] : run_.commands) {
+      if (number > 0) plan_.retries.push_back(planned(number, text));
+    }
+  }
+
+  /// Usually all retries are alike, and the first one is enough.
+  void find_distinct_retries() {
+    const DistinctRetries distinct = distinct_retries(run_.commands.at(1), features_);
+    plan_.representative_retry = distinct.representative;
+    if (distinct.numbers.size() == 1) return;
+    for (auto& command : perform_dry_run(plugin_, session_, distinct.numbers).commands)
+      run_.commands.insert(std::move(command));
+  }
+
+  PlannedCommand planned(std::size_t number, const std::string& text) {
+    PlannedCommand command{text, {}, read_as_shell(text), {}, "", number};
+    const auto cut = eclipse_p2::cut_director_command(text);
+    const std::string executable = cut ? cut->executable : text;
+    command.intended =
+        eclipse_p2::intended_words({.executable = executable,
+                                    .is_removal = plan_.is_removal,
+                                    .repositories = repositories_,
+                                    .features = number == 0 ? eclipse_base::joined(features_, ",") : features_[number - 1]});
+    if (!command.is_passed_on()) add_causes(command);
+    if (cause_in(piece_of(executable))) return command;  // another program would be started
+    if (const auto error = executable_error(executable)) command.executable_error = error->text();
+    return command;
+  }
+
+  void add_causes(PlannedCommand& command) {
+    const auto add = [&](const CommandPiece& piece) {
+      if (auto cause = cause_in(piece)) command.causes.push_back(*std::move(cause));
+    };
+    add(piece_of(command.intended.front()));
+    if (!plan_.is_removal) {
+      const auto& causes = repository_causes();
+      command.causes.insert(command.causes.end(), causes.begin(), causes.end());
+    }
+    // A removal tries one feature by adding it to the command for all.
+    if (command.number == 0 || plan_.is_removal) {
+      const auto& causes = feature_causes();
+      command.causes.insert(command.causes.end(), causes.begin(), causes.end());
+    } else {
+      add(piece_of_feature(command.number - 1, true));
+    }
+  }
+
+  /// Of those in the list of all.
+  const std::vector<ShellCause>& feature_causes() {
+    if (feature_causes_) return *feature_causes_;
+    feature_causes_.emplace();
+    for (std::size_t i = 0; i < features_.size(); ++i) {
+      if (auto cause = cause_in(piece_of_feature(i, i == 0))) feature_causes_->push_back(*std::move(cause));
+    }
+    return *feature_causes_;
+  }
+
+  CommandPiece piece_of_feature(std::size_t index, bool is_first) const {
+    return feature_piece(features_[index], is_first, "column 2 of " + places_[index]);
+  }
+
+  CommandPiece piece_of(const std::string& executable) const {
+    const bool is_named = run_.executable == session_.variable("USER_DEFINED_ECLIPSE_PATH");
+    return executable_piece(executable, is_named ? "USER_DEFINED_ECLIPSE_PATH" : "the path of the executable");
+  }
+
+  /// Each directory is reported once for its component, and each repository once, with the first line that names it.
+  const std::vector<ShellCause>& repository_causes() {
+    if (repository_causes_) return *repository_causes_;
+    repository_causes_.emplace();
+    std::set<std::pair<std::size_t, bool>> directories;
+    std::set<std::string_view> repositories;
+    for (const PlannedRecord& record : plan_.records) {
+      if (record.status == RecordStatus::no_repository) continue;
+      const bool archive = is_archive_url(record.repository);
+      if (directories.emplace(record.component, archive).second) {
+        add_cause(directory_piece(record.config.base_dir, archive,
+                                  "the directory of component " + plan_.components[record.component].code));
+      }
+      if (repositories.insert(record.repository).second) {
+        add_cause(repository_piece(record.config.repository, archive, "column 1 of " + record.place()));
+      }
+    }
+    return *repository_causes_;
+  }
+
+  void add_cause(const CommandPiece& piece) {
+    if (auto cause = cause_in(piece)) repository_causes_->push_back(*std::move(cause));
+  }
+
+  const Plugin& plugin_;
+  PluginFunctions functions_;
+  const Session& session_;
+  Retries retries_;
+  DryRun run_;
+  std::map<std::string, std::int64_t> wanted_slots_;
+  std::vector<std::string> features_;  ///< in install order
+  std::vector<std::string> places_;    ///< of the features
+  std::string repositories_;           ///< the words that the director is to get
+  std::optional<std::vector<ShellCause>> repository_causes_;
+  std::optional<std::vector<ShellCause>> feature_causes_;
+  Plan plan_;
+};
+
+}  // namespace
+
+Plan make_plan(const Plugin& plugin, const Session& session, Retries retries) {
+  return PlanMaker(plugin, session, retries).make();
+}
+
+}  // namespace eclipse_plan

@@ -1,0 +1,74 @@
+#include "p2/director_command.h"
+
+#include <gtest/gtest.h>
+
+namespace eclipse_p2 {
+
+namespace {
+
+using Texts = std::vector<std::string>;
+using Units = std::vector<Unit>;
+
+const std::string director = " -nosplash -application org.eclipse.equinox.p2.director ";
+
+TEST(DirectorCommand, OfAnInstallationIsCut) {
+  const auto command = cut_director_command("/opt/my ide/eclipse" + director +
+                                            "-repository \"jar:file:///b.zip!/\",file:///a -i F1,F2/1.0 2>&1");
+  ASSERT_TRUE(command.has_value());
+  EXPECT_EQ(command->executable, "/opt/my ide/eclipse");
+  EXPECT_FALSE(command->is_removal);
+  EXPECT_EQ(command->repositories, "jar:file:///b.zip!/,file:///a");
+  EXPECT_EQ(command->features, "F1,F2/1.0");
+  EXPECT_EQ(command->appended_feature, "");
+  EXPECT_EQ(intended_words(*command),
+            (Texts{"/opt/my ide/eclipse", "-nosplash", "-application", "org.eclipse.equinox.p2.director", "-repository",
+                   "jar:file:///b.zip!/,file:///a", "-i", "F1,F2/1.0"}));
+}
+
+TEST(DirectorCommand, OfARemovalIsCut) {
+  const auto command = cut_director_command("/e" + director + "-u F1,F2 2>&1");
+  ASSERT_TRUE(command.has_value());
+  EXPECT_TRUE(command->is_removal);
+  EXPECT_EQ(command->repositories, "");
+  EXPECT_EQ(command->features, "F1,F2");
+  EXPECT_EQ(intended_words(*command),
+            (Texts{"/e", "-nosplash", "-application", "org.eclipse.equinox.p2.director", "-u", "F1,F2"}));
+}
+
+TEST(DirectorCommand, OfARemovalThatIsRetriedHasAnAppendedFeature) {
+  const auto command = cut_director_command("/e" + director + "-u F1,F2 2>&1F2 2>&1");
+  ASSERT_TRUE(command.has_value());
+  EXPECT_EQ(command->features, "F1,F2");
+  EXPECT_EQ(command->appended_feature, "F2");
+}
+
+TEST(DirectorCommand, MayHaveOptionsInItsValues) {
+  const auto command = cut_director_command("/e" + director + "-repository file:///a -i b -i F 2>&1");
+  ASSERT_TRUE(command.has_value());
+  EXPECT_EQ(command->repositories, "file:///a -i b");
+  EXPECT_EQ(command->features, "F");
+}
+
+TEST(DirectorCommand, IsWhatInstallsOrRemoves) {
+  for (const std::string command : {"", "/e -i F 2>&1", "/e -nosplash -application org.eclipse.equinox.p2.director"}) {
+    EXPECT_EQ(cut_director_command(command), std::nullopt) << command;
+  }
+  for (const std::string options : {"", "-listInstalledRoots", "-repository file:///a", "-i F 2>&1"}) {
+    EXPECT_EQ(cut_director_command("/e" + director + options), std::nullopt) << options;
+  }
+}
+
+TEST(DirectorCommand, ThatListsRootsQuotesTheExecutable) {
+  EXPECT_EQ(list_roots_command("/my ide/it's"),
+            "'/my ide/it'\\''s' -nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots");
+}
+
+TEST(UnitsNamed, AreTheDirectorsReadingOfAList) {
+  EXPECT_EQ(units_named("a,b/1.0"), (Units{{"a", ""}, {"b", "1.0"}}));
+  EXPECT_EQ(units_named(" a\r"), (Units{{"a", ""}}));
+  EXPECT_EQ(units_named(",, ,"), Units());
+}
+
+}  // namespace
+
+}  // namespace eclipse_p2
