@@ -1,64 +1,200 @@
 #include "base/archive.h"
 
-#include <zip.h>
+#include <archive.h>
+#include <archive_entry.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <system_error>
+#include <utility>
 
 namespace eclipse_base {
 
 namespace {
 
-constexpr zip_uint64_t largest_entry = zip_uint64_t{256} << 20;
+struct Free {
+  void operator()(archive* reader) const { archive_read_free(reader); }
+};
+using Reader = std::unique_ptr<archive, Free>;
 
-/// The size of an entry; nothing when there is no such entry.
-std::optional<zip_uint64_t> size_of(zip_t* archive, const std::string& name) {
-  zip_stat_t status;
-  if (zip_stat(archive, name.c_str(), 0, &status) != 0 || (status.valid & ZIP_STAT_SIZE) == 0) return std::nullopt;
-  return status.size;
+/// How far a read may go: to a size, and not far beyond what real data is compressed to.
+struct Limits {
+  std::size_t size;
+  std::size_t compressed;
+
+  std::string excess(std::size_t length) const {
+    if (length > size) return "unpacks to more than " + std::to_string(size / largest::mebibyte) + " MiB";
+    if (length > largest::mebibyte && length / largest::compression > compressed) {
+      return "unpacks to more than " + std::to_string(largest::compression) + " times its size";
+    }
+    return "";
+  }
+};
+
+Unpacked failure(std::string error, bool exceeds_limit = false) { return {{"", std::move(error)}, exceeds_limit}; }
+
+/// A warning is a wrong checksum.
+Unpacked read_data(archive* reader, const Limits& limits) {
+  Unpacked unpacked;
+  std::array<char, 65536> piece;
+  while (true) {
+    const la_ssize_t length = archive_read_data(reader, piece.data(), piece.size());
+    if (length == 0) return unpacked;
+    if (length < 0) return failure("is damaged");
+    unpacked.bytes.append(piece.data(), static_cast<std::size_t>(length));
+    if (std::string excess = limits.excess(unpacked.bytes.size()); !excess.empty()) return failure(std::move(excess), true);
+  }
+}
+
+/// The name of an entry as it is in the archive, whatever the character set of the environment.
+std::string name_of(archive_entry* entry) {
+  const char* name = archive_entry_pathname_utf8(entry);
+  if (name == nullptr) name = archive_entry_pathname(entry);
+  return name == nullptr ? "" : name;
+}
+
+/// Calls visit(entry) for each entry until it returns false. Returns what went wrong.
+template <typename Visit>
+Unpacked visit_entries(archive* reader, const Visit& visit) {
+  archive_entry* entry = nullptr;
+  for (std::size_t count = 1;; ++count) {
+    const int status = archive_read_next_header(reader, &entry);
+    if (status == ARCHIVE_EOF) return {};
+    if (status != ARCHIVE_OK && status != ARCHIVE_WARN) return failure("is damaged");
+    if (count > largest::archive_entries) {
+      return failure("has more than " + std::to_string(largest::archive_entries) + " entries", true);
+    }
+    if (!visit(entry)) return {};
+  }
+}
+
+/// The content of the first entry with this name; nothing when there is none.
+std::optional<Unpacked> find_entry(archive* reader, const std::string& name, const Limits& limits) {
+  std::optional<Unpacked> found;
+  Unpacked walk = visit_entries(reader, [&](archive_entry* entry) {
+    if (name_of(entry) != name) return true;
+    found = archive_entry_is_encrypted(entry) != 0 ? failure("is encrypted") : read_data(reader, limits);
+    return false;
+  });
+  return walk.error.empty() ? found : std::optional(std::move(walk));
+}
+
+/// A zip file that is open for reading by its central directory.
+class ZipFile {
+ public:
+  explicit ZipFile(const std::filesystem::path& file) : descriptor_(open_regular_file(file)), reader_(archive_read_new()) {
+    if (descriptor_ < 0) return;
+    archive_read_support_format_zip_seekable(reader_.get());
+    is_open_ = archive_read_open_fd(reader_.get(), descriptor_, 65536) == ARCHIVE_OK;
+  }
+  ~ZipFile() {
+    if (descriptor_ >= 0) close(descriptor_);
+  }
+  ZipFile(const ZipFile&) = delete;
+  ZipFile& operator=(const ZipFile&) = delete;
+
+  bool is_open() const { return is_open_; }
+  archive* reader() const { return reader_.get(); }
+
+ private:
+  int descriptor_;
+  Reader reader_;
+  bool is_open_ = false;
+};
+
+constexpr std::array<std::uint32_t, 256> crc_table = [] {
+  std::array<std::uint32_t, 256> table{};
+  for (std::uint32_t i = 0; i < table.size(); ++i) {
+    table[i] = i;
+    for (int bit = 0; bit < 8; ++bit) table[i] = (table[i] >> 1) ^ ((table[i] & 1) != 0 ? 0xEDB88320U : 0U);
+  }
+  return table;
+}();
+
+std::uint32_t crc32(std::string_view bytes) {
+  std::uint32_t crc = ~std::uint32_t{0};
+  for (const char byte : bytes) crc = (crc >> 8) ^ crc_table[(crc ^ static_cast<unsigned char>(byte)) & 0xFF];
+  return ~crc;
+}
+
+std::uint32_t little_endian(std::string_view bytes) {
+  std::uint32_t number = 0;
+  for (std::size_t i = 4; i-- > 0;) number = number << 8 | static_cast<unsigned char>(bytes[i]);
+  return number;
+}
+
+/// libarchive ignores the checksum at the end of gzip data, Java does not. Data in several parts, or followed by something
+/// else, has another length there, and is not checked.
+bool has_wrong_checksum(std::string_view gzip, std::string_view bytes) {
+  const std::string_view trailer = gzip.substr(gzip.size() - std::min<std::size_t>(gzip.size(), 8));
+  return trailer.size() == 8 && little_endian(trailer.substr(4)) == static_cast<std::uint32_t>(bytes.size()) &&
+         little_endian(trailer) != crc32(bytes);
 }
 
 }  // namespace
 
-void Archive::Close::operator()(zip* archive) const { zip_discard(archive); }
-
-std::optional<Archive> Archive::open(const std::filesystem::path& file) {
-  zip_t* const archive = zip_open(file.c_str(), ZIP_RDONLY, nullptr);
-  if (archive == nullptr) return std::nullopt;
-  return Archive(archive, nullptr);
-}
-
-std::optional<Archive> Archive::open_content(std::string content) {
-  auto kept = std::make_unique<std::string>(std::move(content));
-  zip_source_t* const source = zip_source_buffer_create(kept->data(), kept->size(), 0, nullptr);
-  if (source == nullptr) return std::nullopt;
-  zip_t* const archive = zip_open_from_source(source, ZIP_RDONLY, nullptr);
-  if (archive == nullptr) {
-    zip_source_free(source);
-    return std::nullopt;
+Unpacked decompress(const std::string& compressed, Compression compression, std::size_t limit) {
+  const bool is_gzip = compression == Compression::gzip;
+  const std::string_view magic = is_gzip ? std::string_view("\x1F\x8B")
+                                         : std::string_view(
+                                               "\xFD"
+                                               "7zXZ\0",
+                                               6);
+  if (!std::string_view(compressed).starts_with(magic)) return failure(is_gzip ? "is not gzip data" : "is not xz data");
+  const Reader reader(archive_read_new());
+  if (is_gzip) {
+    archive_read_support_filter_gzip(reader.get());
+  } else {
+    archive_read_support_filter_xz(reader.get());
   }
-  return Archive(archive, std::move(kept));
+  archive_read_support_format_raw(reader.get());
+  archive_read_support_format_empty(reader.get());
+  archive_entry* entry = nullptr;
+  if (archive_read_open_memory(reader.get(), compressed.data(), compressed.size()) != ARCHIVE_OK) return failure("is damaged");
+  const int status = archive_read_next_header(reader.get(), &entry);
+  if (status == ARCHIVE_EOF) return {};
+  // What libarchive cannot decompress it would pass on as it is.
+  if (status != ARCHIVE_OK || archive_filter_count(reader.get()) < 2) return failure("is damaged");
+  Unpacked unpacked = read_data(reader.get(), {limit, compressed.size()});
+  if (unpacked.error.empty() && is_gzip && has_wrong_checksum(compressed, unpacked.bytes)) return failure("is damaged");
+  return unpacked;
 }
 
-std::vector<std::string> Archive::names() const {
-  std::vector<std::string> names;
-  const zip_int64_t count = zip_get_num_entries(archive_.get(), 0);
-  for (zip_int64_t i = 0; i < count; ++i) {
-    const char* const name = zip_get_name(archive_.get(), static_cast<zip_uint64_t>(i), 0);
-    if (name != nullptr) names.emplace_back(name);
+std::optional<Unpacked> zip_entry(const std::string& archive, const std::string& name, std::size_t limit) {
+  if (!archive.starts_with("PK")) return failure("is not a zip archive");
+  const Reader reader(archive_read_new());
+  archive_read_support_format_zip_streamable(reader.get());
+  if (archive_read_open_memory(reader.get(), archive.data(), archive.size()) != ARCHIVE_OK) return failure("is damaged");
+  return find_entry(reader.get(), name, {limit, archive.size()});
+}
+
+Archive::Archive(std::filesystem::path file) : file_(std::move(file)) {
+  const FileContent beginning = read_beginning(file_, 4);
+  error_ = beginning.error;
+  // libarchive refuses an archive without entries, which is this mark and zeros.
+  if (!error_.empty() || beginning.bytes == "PK\5\6") return;
+  const ZipFile zip(file_);
+  Unpacked walk = failure("is damaged");
+  if (zip.is_open()) {
+    walk = visit_entries(zip.reader(), [this](archive_entry* entry) {
+      names_.insert(name_of(entry));
+      return true;
+    });
   }
-  return names;
+  error_ = !walk.error.empty() && !beginning.bytes.starts_with("PK") ? "is not a zip archive" : walk.error;
+  exceeds_limit_ = walk.exceeds_limit;
 }
 
-bool Archive::has(const std::string& name) const { return zip_name_locate(archive_.get(), name.c_str(), 0) >= 0; }
-
-bool Archive::is_too_large(const std::string& name) const { return size_of(archive_.get(), name).value_or(0) > largest_entry; }
-
-std::optional<std::string> Archive::read(const std::string& name) const {
-  const auto size = size_of(archive_.get(), name);
-  if (!size || *size > largest_entry) return std::nullopt;
-  const std::unique_ptr<zip_file_t, int (*)(zip_file_t*)> entry(zip_fopen(archive_.get(), name.c_str(), 0), &zip_fclose);
-  if (!entry) return std::nullopt;
-  std::string content(*size, '\0');
-  if (zip_fread(entry.get(), content.data(), content.size()) != static_cast<zip_int64_t>(content.size())) return std::nullopt;
-  return content;
+Unpacked Archive::read(const std::string& name, std::size_t limit) const {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(file_, error);
+  const ZipFile zip(file_);
+  if (error || !zip.is_open()) return failure("cannot be read");
+  return find_entry(zip.reader(), name, {limit, size}).value_or(failure("is damaged"));
 }
 
 }  // namespace eclipse_base

@@ -1,40 +1,49 @@
-// Reading zip archives, of which jar files are a kind.
+// Reading zip archives, of which jar files are a kind, and what gzip or xz compressed, by libarchive.
 #ifndef ECLIPSE_INT_BASE_ARCHIVE_H
 #define ECLIPSE_INT_BASE_ARCHIVE_H
 
+#include <cstddef>
 #include <filesystem>
-#include <memory>
 #include <optional>
+#include <set>
 #include <string>
-#include <vector>
 
-struct zip;
+#include "base/file.h"
 
 namespace eclipse_base {
 
+/// What was decompressed. Errors are those of FileContent, and "is damaged", "is encrypted", "is not gzip data", "is not xz
+/// data" and "is not a zip archive".
+struct Unpacked : FileContent {
+  bool exceeds_limit = false;  ///< the error is that it is larger than is read here; others may well read it
+};
+
+enum class Compression { gzip, xz };
+Unpacked decompress(const std::string& compressed, Compression compression, std::size_t limit);
+
+/// One entry of a zip archive that is in memory. Reads the archive from its beginning, as a Java stream does, and needs no
+/// central directory. Nothing when it has no such entry.
+std::optional<Unpacked> zip_entry(const std::string& archive, const std::string& name, std::size_t limit);
+
+/// A zip archive in a file, read by its central directory.
 class Archive {
  public:
-  /// Opens an archive file; nothing when it is none.
-  static std::optional<Archive> open(const std::filesystem::path& file);
-  /// Opens an archive that is held in memory.
-  static std::optional<Archive> open_content(std::string content);
+  explicit Archive(std::filesystem::path file);
 
-  std::vector<std::string> names() const;
-  bool has(const std::string& name) const;
-  /// Whether an entry is larger than any metadata is.
-  bool is_too_large(const std::string& name) const;
-  /// The content of an entry; nothing when there is no such entry, or when it is damaged or too large.
-  std::optional<std::string> read(const std::string& name) const;
+  /// Why the archive cannot be used; empty when it can.
+  const std::string& error() const { return error_; }
+  bool exceeds_limit() const { return exceeds_limit_; }
+
+  const std::set<std::string>& names() const { return names_; }
+  bool has(const std::string& name) const { return names_.contains(name); }
+  /// The content of an entry that it has.
+  Unpacked read(const std::string& name, std::size_t limit) const;
 
  private:
-  struct Close {
-    void operator()(zip* archive) const;
-  };
-
-  Archive(zip* archive, std::unique_ptr<std::string> content) : content_(std::move(content)), archive_(archive) {}
-
-  std::unique_ptr<std::string> content_;  ///< the archive refers to it
-  std::unique_ptr<zip, Close> archive_;
+  std::filesystem::path file_;
+  std::set<std::string> names_;
+  std::string error_;
+  bool exceeds_limit_ = false;
 };
 
 }  // namespace eclipse_base

@@ -10,7 +10,7 @@
 
 namespace eclipse_base {
 
-/// How large a file may be that is read into memory, in bytes. Real ones are far smaller.
+/// How large a file may be that is read into memory, in bytes, and how much it may contain. Real ones are far smaller.
 namespace largest {
 
 inline constexpr std::size_t mebibyte = std::size_t{1} << 20;
@@ -21,6 +21,10 @@ inline constexpr std::size_t configuration = 4 * mebibyte;  ///< config.ini of a
 inline constexpr std::size_t profile = 256 * mebibyte;      ///< a state of a p2 profile, decompressed
 inline constexpr std::size_t metadata = 256 * mebibyte;     ///< of a p2 repository, decompressed
 inline constexpr std::size_t log = 16 * mebibyte;           ///< of an instance; of a larger one the end is read
+
+inline constexpr std::size_t archive_entries = 200'000;  ///< files and directories in an archive
+inline constexpr std::size_t compression = 250;      ///< times that more than a mebibyte may be larger than its compressed form
+inline constexpr std::size_t xml_items = 8'000'000;  ///< tags and attributes of an XML document
 
 }  // namespace largest
 

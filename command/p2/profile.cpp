@@ -7,17 +7,20 @@
 //     ...</profile>
 #include "p2/profile.h"
 
-#include <zlib.h>
-
 #include <algorithm>
-#include <array>
 #include <charconv>
-#include <fstream>
 #include <map>
-#include <memory>
 #include <pugixml.hpp>
 #include <string_view>
 #include <system_error>
+#include <utility>
+
+#include "base/archive.h"
+#include "base/file.h"
+#include "base/text.h"
+#include "p2/xml.h"
+
+using namespace eclipse_base;
 
 namespace fs = std::filesystem;
 
@@ -38,11 +41,9 @@ std::optional<long long> time_of(const fs::path& file) {
 /// The profile that the instance works on, as its configuration says; empty when it does not.
 std::string configured_profile(const fs::path& instance) {
   constexpr std::string_view key = "eclipse.p2.profile=";
-  std::ifstream configuration(instance / "configuration/config.ini", std::ios::binary);
-  for (std::string line; std::getline(configuration, line);) {
-    if (!line.starts_with(key)) continue;
-    if (line.ends_with('\r')) line.pop_back();
-    return line.substr(key.size());
+  const FileContent configuration = read_file(instance / "configuration/config.ini", largest::configuration);
+  for (const std::string& line : lines_of(configuration.bytes)) {
+    if (line.starts_with(key)) return std::string(trimmed(line.substr(key.size()), "\r"));
   }
   return "";
 }
@@ -60,49 +61,16 @@ fs::path profile_of(const fs::path& instance) {
   return profiles.size() == 1 ? profiles.front() : fs::path();
 }
 
-/// What a state holds, or why p2 cannot read it.
-struct StateContent {
-  pugi::xml_document document;
-  std::string error;
-};
-
-/// Fails for a file that is not compressed, as p2 does for a state with this ending.
-bool decompress(const fs::path& file, std::string& content) {
-  const gzFile stream = gzopen(file.c_str(), "rb");
-  if (stream == nullptr) return false;
-  std::array<char, 65536> piece;
-  int count = 0;
-  while ((count = gzread(stream, piece.data(), static_cast<unsigned>(piece.size()))) > 0) {
-    content.append(piece.data(), static_cast<std::size_t>(count));
+/// What a state holds, with an error when p2 cannot read it. In a file with this ending, p2 takes nothing but gzip data.
+Xml read_state(const fs::path& state) {
+  FileContent content = read_file(state, largest::profile);
+  if (content.error.empty() && state.extension() == ".gz") {
+    content = decompress(content.bytes, Compression::gzip, largest::profile);
   }
-  const bool is_compressed = gzdirect(stream) == 0;
-  const bool is_at_end = gzeof(stream) != 0;
-  return gzclose(stream) == Z_OK && count == 0 && is_compressed && is_at_end;
-}
-
-StateContent read_state(const fs::path& state) {
-  StateContent read;
-  std::error_code error;
-  if (!fs::is_regular_file(state, error)) {
-    read.error = "is not a regular file";
-  } else if (std::ifstream file(state, std::ios::binary); !file) {
-    read.error = "cannot be read";
-  } else {
-    std::string content;
-    if (state.extension() != ".gz") {
-      content.assign(std::istreambuf_iterator<char>(file), {});
-    } else if (!decompress(state, content)) {
-      read.error = "is not complete gzip data";
-      return read;
-    }
-    if (!read.document.load_buffer(content.data(), content.size())) {
-      read.document.reset();
-      read.error = "is not well-formed XML";
-    } else if (!read.document.child("profile")) {
-      read.error = "has no <profile> element";
-    }
-  }
-  return read;
+  if (content.error.empty()) return read_xml(content.bytes, "profile");
+  Xml xml;
+  xml.error = std::move(content.error);
+  return xml;
 }
 
 /// Other namespaces have names of their own: a package is often called as a bundle is, and any bundle may have it.
@@ -175,7 +143,7 @@ fs::path profile_file(const fs::path& instance) {
 std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance) {
   const fs::path newest = profile_file(instance);
   if (newest.empty()) return std::nullopt;
-  const StateContent state = read_state(newest);
+  const Xml state = read_state(newest);
   const pugi::xml_node profile = state.document.child("profile");
   if (!profile.child("units")) return std::nullopt;
   return units_in(profile);

@@ -26,7 +26,7 @@ std::filesystem::path instance_directory(const std::string& executable);
 /// instance's.
 std::vector<std::filesystem::path> profile_states(const std::filesystem::path& instance);
 
-/// Why p2 cannot read a state, to be read after its file name, such as "is not complete gzip data"; empty when it can.
+/// Why p2 cannot read a state, to be read after its file name, such as "is damaged"; empty when it can.
 std::string profile_state_error(const std::filesystem::path& state);
 
 /// The newest state; empty when there is none.

@@ -1,13 +1,16 @@
-// Update repositories, as far as they tell without a director what they offer.
+// p2 repositories, as far as one can tell without a director what they provide.
 #ifndef ECLIPSE_INT_P2_REPOSITORY_H
 #define ECLIPSE_INT_P2_REPOSITORY_H
 
+#include <cstddef>
 #include <filesystem>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
+
+#include "p2/repository_files.h"
 
 namespace eclipse_p2 {
 
@@ -19,30 +22,38 @@ struct Repository {
   bool is_directory = false;
   bool is_repository = false;  ///< it has p2 metadata
   std::string nested;          ///< when it has none: a directory inside it that has
-  std::string error;           ///< what keeps everybody from reading its metadata; empty when nothing does
-  /// Of a composite: the places of those children that are not there or cannot be read.
-  std::vector<std::string> missing_children;
-  /// What it offers; nothing when that cannot be read here, as in a composite of remote repositories.
-  std::optional<UnitVersions> units;
+  std::string error;           ///< why no director can load it; empty when one can
   bool is_unreadable = false;  ///< the error is that it, or its metadata, may not be read
+  bool is_endless = false;     ///< the error is that it is a composite which contains itself
+  /// Why not all of it is known here, although a director may be able to load it: a child is on another machine, or something
+  /// is larger than is read here. Empty when all is known.
+  std::string unexamined_because;
+  /// Of a composite: the locations of those children that do not exist or cannot be loaded. The director skips them.
+  std::vector<std::string> missing_children;
+  /// What it provides; nothing when that is not known.
+  std::optional<UnitVersions> units;
 
   // Artifacts, which are the files that units consist of, are named as the director names them: "osgi.bundle,ID,VERSION".
   std::set<std::string> needed_artifacts;  ///< by its units
-  bool lists_artifacts = false;            ///< it has the metadata of artifacts, though it may not be readable here
-  /// Those that it has; nothing when that cannot be read here.
+  bool lists_artifacts = false;            ///< it has the metadata of artifacts, though that may not be known here
+  /// Those that it has; nothing when that is not known.
   std::optional<std::set<std::string>> artifacts;
-  /// Those that its metadata lists but whose files are not there, with the paths of these in the site.
+  /// Those that its metadata lists but whose files do not exist, with the paths of these in the repository.
   std::map<std::string, std::string> missing_artifacts;
 };
 
-/// The repositories that were looked into so far.
+/// The repositories that were looked into so far, each once, however many paths and composites lead to it.
 class Repositories {
  public:
-  /// The site at a path, a directory or an archive. It stays where it is.
+  /// The repository at a path, which is a directory or an archive. The result stays where it is.
   const Repository& at(const std::filesystem::path& path);
 
  private:
-  std::map<std::filesystem::path, Repository> repositories_;
+  class Reader;
+
+  const Repository& at(RepositoryPlace place, std::size_t depth);
+
+  std::map<RepositoryPlace, Repository> repositories_;
 };
 
 }  // namespace eclipse_p2

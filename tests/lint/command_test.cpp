@@ -139,7 +139,8 @@ TEST_F(LintCommand, OverridesThatSuppressNothingAreReported) {
 TEST_F(LintCommand, DirectoryOfComponentsIsCheckedComponentByComponent) {
   for (const std::string component : {"product/one", "product/two"}) {
     write_file(component + "/etc/eclipse/t", "site\torg.example.alpha.feature.group\n");
-    write_file(component + "/site/content.xml.xz", "");
+    write_file(component + "/site/compositeContent.xml",
+               "<repository><children><child location='https://example.org/site'/></children></repository>");
   }
   const auto lint = eclipse_int("lint --severity note product product/one/etc/eclipse");
   EXPECT_EQ(lint.exit_code, 0);

@@ -229,11 +229,13 @@ TEST(Findings, UnreadableRepositoriesDifferFromDamagedOnes) {
   for (const Finding& finding : findings_in("c", {.disabled = {"feature-from-two-repositories"}, .overrides = {}})) {
     messages.push_back(finding.message + "; " + finding.fix);
   }
-  EXPECT_EQ(messages,
-            Texts({"cannot load \"a.zip\": it cannot be read; make it readable for the user who runs the installer",
-                   "cannot load \"b\": content.xml cannot be read; make it readable for the user who runs the installer",
-                   "cannot load \"d\": artifacts.xml is no XML; publish the repository again, and check that it is copied "
-                   "completely"}));
+  EXPECT_EQ(
+      messages,
+      Texts(
+          {"cannot load \"a.zip\": it cannot be read; make it readable for the user who runs the installer",
+           "cannot load \"b\": content.xml cannot be read; make it readable for the user who runs the installer",
+           "cannot load \"d\": artifacts.xml is not well-formed XML; publish the repository again, and check that it is copied "
+           "completely"}));
 }
 
 TEST(Findings, DirectoryNamedLikeAFileIsNotAFile) {

@@ -25,7 +25,8 @@ std::vector<std::string> left_with(const std::string& overrides) {
   const fake::TemporaryDirectory directory;
   write_file("overrides.json", overrides);
   write_file("tools/etc/eclipse/t", "s\ta.b.feature.group/1\ns\ta.c.feature.group/1\ns\ta.d.feature.group/1\n");
-  write_file("tools/s/content.xml.xz", "");
+  write_file("tools/s/compositeContent.xml",
+             "<repository><children><child location='https://example.org/site'/></children></repository>");
   std::vector<std::string> left;
   for (const Finding& finding : findings_in("tools", {.disabled = {}, .overrides = read_overrides("overrides.json")})) {
     left.push_back(std::to_string(finding.location.line) + (finding.reason ? " " + *finding.reason : ""));

@@ -1,15 +1,15 @@
 #include <gtest/gtest.h>
-#include <zip.h>
 
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <tuple>
 
+#include "base/packing.h"
 #include "fake_host/temporary_directory.h"
 #include "p2/repository.h"
 
 using namespace eclipse_p2;
+using namespace base_test;
 using fake::write_file;
 
 namespace {
@@ -19,79 +19,65 @@ const std::string offer =
 const std::string other_offer = "<repository><units><unit id='b.feature.group' version='2.0.0'/></units></repository>";
 const std::map<std::string, std::set<std::string>> units = {{"a.feature.group", {"1.0.0"}}};
 
-using Entries = std::map<std::string, std::string>;
-
-void write_archive(const std::string& file, const Entries& entries) {
-  if (const auto parent = std::filesystem::path(file).parent_path(); !parent.empty())
-    std::filesystem::create_directories(parent);
-  zip_t* const archive = zip_open(file.c_str(), ZIP_CREATE | ZIP_TRUNCATE, nullptr);
-  ASSERT_NE(archive, nullptr);
-  for (const auto& [name, content] : entries) {
-    zip_source_t* const source = zip_source_buffer(archive, content.data(), content.size(), 0);
-    ASSERT_GE(zip_file_add(archive, name.c_str(), source, 0), 0);
-  }
-  ASSERT_EQ(zip_close(archive), 0);
+std::string composite_of(const std::vector<std::string>& locations) {
+  std::string children;
+  for (const std::string& location : locations) children += "<child location='" + location + "'/>";
+  return "<repository><children>" + children + "</children></repository>";
 }
 
-/// The bytes of an archive.
-std::string archive(const Entries& entries) {
-  write_archive("scratch/archive", entries);
-  std::string content(std::filesystem::file_size("scratch/archive"), '\0');
-  std::ifstream("scratch/archive", std::ios::binary).read(content.data(), static_cast<std::streamsize>(content.size()));
-  return content;
-}
+void write_archive(const std::string& file, const Entries& entries) { write_file(file, zipped(entries)); }
 
-class SitesTest : public testing::Test {
+class RepositoryTest : public testing::Test {
  protected:
   const fake::TemporaryDirectory directory;
   Repositories repositories;
 };
 
-TEST_F(SitesTest, MissingPathIsNoSite) {
+TEST_F(RepositoryTest, MissingPathIsNone) {
   EXPECT_FALSE(repositories.at("site").exists);
   EXPECT_FALSE(repositories.at("site").is_repository);
 }
 
-TEST_F(SitesTest, DirectoryWithPlainMetadata) {
+TEST_F(RepositoryTest, DirectoryWithPlainMetadata) {
   write_file("site/content.xml", offer);
   EXPECT_TRUE(repositories.at("site").is_directory);
   EXPECT_TRUE(repositories.at("site").is_repository);
   EXPECT_EQ(repositories.at("site").units, units);
 }
 
-TEST_F(SitesTest, DirectoryWithPackedMetadata) {
+TEST_F(RepositoryTest, DirectoryWithPackedMetadata) {
   write_archive("site/content.jar", {{"content.xml", offer}});
   EXPECT_EQ(repositories.at("site").units, units);
 }
 
-TEST_F(SitesTest, ArchiveWithPackedMetadata) {
-  const std::string jar = archive({{"content.xml", offer}});
+TEST_F(RepositoryTest, ArchiveWithPackedMetadata) {
+  const std::string jar = zipped({{"content.xml", offer}});
   write_archive("site.zip", {{"content.jar", jar}, {"features/x.jar", "x"}});
   EXPECT_FALSE(repositories.at("site.zip").is_directory);
   EXPECT_TRUE(repositories.at("site.zip").is_repository);
   EXPECT_EQ(repositories.at("site.zip").units, units);
 }
 
-TEST_F(SitesTest, ArchiveThatHoldsTheSiteInADirectory) {
+TEST_F(RepositoryTest, ArchiveThatHasItInADirectory) {
   write_archive("site.zip", {{"site/content.jar", "x"}});
   EXPECT_FALSE(repositories.at("site.zip").is_repository);
   EXPECT_EQ(repositories.at("site.zip").nested, "site/");
 }
 
-TEST_F(SitesTest, DirectoryThatHoldsTheSiteInADirectory) {
+TEST_F(RepositoryTest, DirectoryThatHasItInADirectory) {
   write_file("site/repository/content.xml", offer);
   EXPECT_FALSE(repositories.at("site").is_repository);
   EXPECT_EQ(repositories.at("site").nested, "repository/");
 }
 
-TEST_F(SitesTest, FileThatIsNoArchive) {
+TEST_F(RepositoryTest, FileThatIsNotAnArchive) {
   write_file("site.zip", "no archive");
   EXPECT_TRUE(repositories.at("site.zip").exists);
   EXPECT_FALSE(repositories.at("site.zip").is_repository);
-  EXPECT_EQ(repositories.at("site.zip").error, "it is no archive");
+  EXPECT_EQ(repositories.at("site.zip").error, "it is not a zip archive");
 }
 
-TEST_F(SitesTest, CompositeOffersWhatItsChildrenOffer) {
+TEST_F(RepositoryTest, CompositeProvidesWhatItsChildrenProvide) {
   write_file("one/content.xml", offer);
   write_file("all/two/content.xml", other_offer);
   write_file("all/compositeContent.xml",
@@ -100,48 +86,171 @@ TEST_F(SitesTest, CompositeOffersWhatItsChildrenOffer) {
   EXPECT_EQ(repositories.at("all").units, both);
 }
 
-TEST_F(SitesTest, CompositeOfItselfOffersNothingThatCouldBeRead) {
-  write_file("all/compositeContent.xml", "<repository><children><child location='../all'/></children></repository>");
-  EXPECT_TRUE(repositories.at("all").is_repository);
-  EXPECT_EQ(repositories.at("all").units, std::nullopt);
+TEST_F(RepositoryTest, CompositeThatLeadsBackToItselfIsAnError) {
+  write_file("all/compositeContent.xml", composite_of({"../all"}));
+  write_file("one/compositeContent.xml", composite_of({"../two"}));
+  write_file("two/compositeContent.xml", composite_of({"../one"}));
+  write_file("outside/compositeContent.xml", composite_of({"../one"}));
+  for (const auto& [path, child] : {std::pair("all", "../all"), {"one", "../two"}, {"two", "../one"}, {"outside", "../one"}}) {
+    Repositories afresh;
+    for (const auto& each : {&afresh, &repositories}) {
+      const Repository& repository = each->at(path);
+      EXPECT_TRUE(repository.is_repository) << path;
+      EXPECT_TRUE(repository.is_endless) << path;
+      EXPECT_EQ(repository.error, std::string("its child ") + child + " leads back to a composite that contains it");
+      EXPECT_EQ(repository.units, std::nullopt) << path;
+    }
+  }
 }
 
-// Without a memory of what was looked into, each of the composites would be looked into six times from each other one.
-TEST_F(SitesTest, CompositesThatNameEachOtherAreLookedIntoOnce) {
-  std::string children;
-  for (int i = 0; i < 6; ++i) children += "<child location='../" + std::to_string(i) + "'/>";
-  for (int i = 0; i < 6; ++i) {
-    write_file(std::to_string(i) + "/compositeContent.xml", "<repository><children>" + children + "</children></repository>");
+// By their paths there is no end of them: each link is a composite of two links.
+TEST_F(RepositoryTest, LinksToACompositeAreTheComposite) {
+  write_file("all/compositeContent.xml", composite_of({"a", "b"}));
+  std::filesystem::create_symlink(".", "all/a");
+  std::filesystem::create_symlink(".", "all/b");
+  EXPECT_EQ(repositories.at("all").error, "its child a leads back to a composite that contains it");
+}
+
+// Without a memory of what was looked into, the last one would be looked into 2^40 times.
+TEST_F(RepositoryTest, EachCompositeIsLookedIntoOnce) {
+  for (int i = 0; i < 40; ++i) {
+    const std::string next = "../" + std::to_string(i + 1);
+    write_file(std::to_string(i) + "/compositeContent.xml", composite_of({next, next + "/../" + next.substr(3)}));
   }
-  EXPECT_TRUE(repositories.at("0").is_repository);
-  EXPECT_EQ(repositories.at("0").missing_children, std::vector<std::string>());
+  write_file("40/content.xml", offer);
+  EXPECT_EQ(repositories.at("0").units, units);
+  EXPECT_EQ(repositories.at("0").unexamined_because, "");
+}
+
+TEST_F(RepositoryTest, CompositesAreLookedIntoToALimitOfDepth) {
+  for (int i = 0; i < 300; ++i) {
+    write_file(std::to_string(i) + "/compositeContent.xml", composite_of({"../" + std::to_string(i + 1)}));
+  }
+  write_file("300/content.xml", offer);
   EXPECT_EQ(repositories.at("0").units, std::nullopt);
+  EXPECT_EQ(repositories.at("0").error, "");
+  EXPECT_EQ(repositories.at("0").unexamined_because, "its children are nested more than 200 levels deep");
+  EXPECT_EQ(Repositories().at("250").units, units);
 }
 
-TEST_F(SitesTest, MetadataThatCannotBeReadHereLeavesTheOfferOpen) {
-  write_file("site/content.xml.xz", "x");
-  write_file("beside/content.xml.xz", "x");
-  write_file("beside/content.jar", "perhaps damaged, but not looked at by who can read the other");
-  for (const std::string name : {"site", "beside"}) {
-    EXPECT_TRUE(repositories.at(name).is_repository) << name;
-    EXPECT_EQ(repositories.at(name).units, std::nullopt) << name;
-    EXPECT_EQ(repositories.at(name).error, "") << name;
+std::set<std::string> ids_in(const Repository& repository) {
+  std::set<std::string> ids;
+  for (const auto& [id, versions] : repository.units.value_or(UnitVersions())) ids.insert(id);
+  return ids;
+}
+
+void write_form(const std::string& directory, const std::string& name) {
+  const std::string content = "<repository><units><unit id='" + name + "' version='1.0.0'/></units></repository>";
+  std::string bytes = content;
+  if (name == "content.jar") bytes = zipped({{"content.xml", content}});
+  if (name == "content.xml.xz") bytes = compressed_with_xz(content);
+  if (name.starts_with("composite")) {
+    bytes = composite_of({name + ".child"});
+    write_file(directory + "/" + name + ".child/content.xml", content);
+  }
+  if (name == "compositeContent.jar") bytes = zipped({{"compositeContent.xml", bytes}});
+  write_file(directory + "/" + name, bytes);
+}
+
+// In the order in which the director prefers them.
+TEST_F(RepositoryTest, OneFormOfItsMetadataIsRead) {
+  const std::vector<std::string> forms = {"content.jar", "content.xml", "content.xml.xz", "compositeContent.jar",
+                                          "compositeContent.xml"};
+  for (std::size_t first = 0; first < forms.size(); ++first) {
+    for (std::size_t i = first; i < forms.size(); ++i) write_form("site" + forms[first], forms[i]);
+    EXPECT_EQ(ids_in(repositories.at("site" + forms[first])), std::set<std::string>{forms[first]});
+  }
+  for (const std::string unknown : {"content.xml.gz", "compositeContent.xml.xz"}) {
+    write_file("unknown/" + unknown, "x");
+    EXPECT_FALSE(repositories.at("unknown").is_repository) << unknown;
   }
 }
 
-TEST_F(SitesTest, DamagedMetadataIsToldApart) {
-  std::string flipped = archive({{"content.xml", offer + std::string(500, ' ')}});
-  for (std::size_t i = 45; i < 60; ++i) flipped[i] = static_cast<char>(flipped[i] ^ 0x55);
+struct IndexCase {
+  std::string index;
+  std::string read;  ///< which file is, or the error
+};
+
+// Each was seen with a director.
+TEST_F(RepositoryTest, IndexNamesTheFormThatIsRead) {
+  const std::string key = "metadata.repository.factory.order";
+  const std::vector<IndexCase> cases = {
+      {"version=1\n" + key + "=content.xml.xz,!\n", "content.xml.xz"},
+      {"version=1\n" + key + "=content.xml.xz,content.xml,!\n", "content.xml.xz"},
+      {"version=1\n" + key + "=Content.XML.xz\n", "content.xml.xz"},
+      {"version = 1\r\n" + key + " = content.xml, content.xml.xz\r\n", "content.jar"},
+      {"version=1\n" + key + "=compositeContent.xml,!\n", "compositeContent.xml"},
+      {"# p2\nversion: 1.0.0\n" + key + " content.xml.xz, \\\n  !\n", "content.xml.xz"},
+      {"version=1\n" + key + "=other.xml,content.xml,!\n", "content.jar"},
+      {"version=1\n" + key + "=!\n", "p2.index excludes every metadata file that exists"},
+      {"version=1\n" + key + "=content.jar,!\n", "p2.index excludes every metadata file that exists"},
+      {"version=1\nartifact.repository.factory.order=artifacts.xml.xz\n", "content.jar"},
+      {"version=2\n" + key + "=content.xml.xz,!\n", "content.jar"},
+      {"version=1.5\n" + key + "=content.xml.xz,!\n", "content.jar"},
+      {key + "=content.xml.xz,!\n", "content.jar"},
+  };
+  for (std::size_t i = 0; i < cases.size(); ++i) {
+    const std::string site = "site" + std::to_string(i);
+    for (const std::string form : {"content.jar", "content.xml.xz", "compositeContent.xml"}) write_form(site, form);
+    write_file(site + "/p2.index", cases[i].index);
+    const Repository& repository = repositories.at(site);
+    EXPECT_TRUE(repository.is_repository);
+    EXPECT_EQ(repository.units ? *ids_in(repository).begin() : repository.error, cases[i].read) << cases[i].index;
+  }
+}
+
+TEST_F(RepositoryTest, ArchivesHaveTheSameForms) {
+  write_archive("xz.zip", {{"content.xml.xz", compressed_with_xz(offer)},
+                           {"content.jar", "damaged"},
+                           {"p2.index", "version=1\nmetadata.repository.factory.order=content.xml.xz\n"}});
+  EXPECT_EQ(repositories.at("xz.zip").units, units);
+  write_archive("all.zip", {{"compositeContent.xml", composite_of({"one", "./two/"})},
+                            {"one/content.xml", offer},
+                            {"two/content.jar", zipped({{"content.xml", other_offer}})}});
+  EXPECT_EQ(ids_in(repositories.at("all.zip")), (std::set<std::string>{"a.feature.group", "b.feature.group"}));
+}
+
+TEST_F(RepositoryTest, ArtifactsAreReadInEachForm) {
+  const std::string list =
+      "<repository><mappings><rule filter='(&amp; (classifier=osgi.bundle))' output='${repoUrl}/plugins/${id}_${version}.jar'/>"
+      "</mappings><artifacts><artifact classifier='osgi.bundle' id='a' version='1'/>"
+      "<artifact classifier='osgi.bundle' id='b' version='1'/></artifacts></repository>";
+  const std::vector<std::pair<std::string, std::string>> forms = {{"artifacts.xml", list},
+                                                                  {"artifacts.jar", zipped({{"artifacts.xml", list}})},
+                                                                  {"artifacts.xml.xz", compressed_with_xz(list)}};
+  for (const auto& [name, bytes] : forms) {
+    const std::string child = name + ".child";
+    write_file(child + "/content.xml", offer);
+    write_file(child + "/" + name, bytes);
+    write_file(child + "/plugins/a_1.jar", "");
+    write_file("all" + name + "/compositeContent.xml", composite_of({"../" + child}));
+    write_file("all" + name + "/compositeArtifacts.xml", composite_of({"../" + child}));
+    for (const auto& [site, file] :
+         {std::pair(child, std::string("plugins/b_1.jar")), std::pair("all" + name, "../" + child + "/plugins/b_1.jar")}) {
+      const Repository& repository = repositories.at(site);
+      EXPECT_TRUE(repository.lists_artifacts) << site;
+      EXPECT_EQ(repository.artifacts, std::set<std::string>{"osgi.bundle,a,1"}) << site;
+      EXPECT_EQ(repository.missing_artifacts, (std::map<std::string, std::string>{{"osgi.bundle,b,1", file}})) << site;
+    }
+  }
+}
+
+TEST_F(RepositoryTest, DamagedMetadataIsAnError) {
+  std::string flipped = zipped({{"content.xml", offer + std::string(500, ' ')}});
+  for (std::size_t i = 80; i < 100; ++i) flipped[i] = static_cast<char>(flipped[i] ^ 0x55);
   const std::vector<std::tuple<std::string, std::string, std::string>> cases = {
-      {"content.xml", "<repository><units><unit", "content.xml is no XML"},
-      {"content.xml", "", "content.xml is no XML"},
-      {"content.xml", "<html/>", "content.xml describes no repository"},
-      {"content.jar", "no archive", "content.jar is no archive"},
-      {"content.jar", archive({{"other.xml", offer}}), "content.jar holds no content.xml"},
-      {"content.jar", archive({{"content.xml", "<repository"}}), "content.xml in content.jar is no XML"},
-      {"content.jar", flipped, "content.xml in content.jar is damaged"},
-      {"compositeContent.xml", "<repository>", "compositeContent.xml is no XML"},
-      {"compositeContent.jar", "no archive", "compositeContent.jar is no archive"},
+      {"content.xml", "<repository><units><unit", "content.xml is not well-formed XML"},
+      {"content.xml", "", "content.xml is not well-formed XML"},
+      {"content.xml", "<html/>", "content.xml has no <repository> element"},
+      {"content.jar", "no archive", "content.jar is not a zip archive"},
+      {"content.jar", zipped({{"other.xml", offer}}), "content.jar does not contain content.xml"},
+      {"content.jar", zipped({{"content.xml", "<repository"}}), "content.xml in content.jar is not well-formed XML"},
+      {"content.jar", flipped, "content.jar is damaged"},
+      {"content.jar", zipped({{"content.xml", offer}}, "password"), "content.jar is encrypted"},
+      {"content.xml.xz", "no archive", "content.xml.xz is not xz data"},
+      {"content.xml.xz", compressed_with_xz(offer).substr(0, 50), "content.xml.xz is damaged"},
+      {"compositeContent.xml", "<repository>", "compositeContent.xml is not well-formed XML"},
+      {"compositeContent.jar", "no archive", "compositeContent.jar is not a zip archive"},
   };
   for (std::size_t i = 0; i < cases.size(); ++i) {
     const auto& [name, content, damage] = cases[i];
@@ -153,35 +262,85 @@ TEST_F(SitesTest, DamagedMetadataIsToldApart) {
   }
 }
 
-TEST_F(SitesTest, DamagedArchiveIsPreferredToTheFileBesideIt) {
+TEST_F(RepositoryTest, DamagedArchiveIsPreferredToTheFileBesideIt) {
   write_file("site/content.jar", "no archive");
   write_file("site/content.xml", offer);
-  EXPECT_EQ(repositories.at("site").error, "content.jar is no archive");
+  EXPECT_EQ(repositories.at("site").error, "content.jar is not a zip archive");
 }
 
-TEST_F(SitesTest, CompositeLosesChildrenThatCannotBeLoaded) {
+TEST_F(RepositoryTest, DamagedArchivesAreAnError) {
+  const std::string zip = zipped({{"content.xml", offer}});
+  write_file("cut.zip", zip.substr(0, zip.size() - 10));
+  EXPECT_EQ(repositories.at("cut.zip").error, "it is damaged");
+  write_file("locked.zip", zipped({{"content.xml", offer}}, "password"));
+  EXPECT_EQ(repositories.at("locked.zip").error, "content.xml is encrypted");
+  std::string changed = zip;
+  changed[zip.size() / 3] = static_cast<char>(changed[zip.size() / 3] ^ 1);
+  write_file("changed.zip", changed);
+  EXPECT_EQ(repositories.at("changed.zip").error, "content.xml is damaged");
+}
+
+TEST_F(RepositoryTest, WhatIsTooLargeIsNotExamined) {
+  write_file("bomb/content.xml.xz", compressed_with_xz("<repository>" + std::string(10'000'000, ' ') + "</repository>"));
+  EXPECT_EQ(repositories.at("bomb").unexamined_because, "content.xml.xz unpacks to more than 250 times its size");
+  std::string many = "<repository>";
+  for (int i = 0; i < 8'000'000; ++i) many += "<u/>";
+  write_file("many/content.xml", many + "</repository>");
+  EXPECT_EQ(repositories.at("many").unexamined_because, "content.xml has more than 8000000 tags and attributes");
+  write_file("large/content.xml", "");
+  std::filesystem::resize_file("large/content.xml", (256 << 20) + 1);
+  EXPECT_EQ(repositories.at("large").unexamined_because, "content.xml is larger than 256 MiB");
+  for (const std::string name : {"bomb", "many", "large"}) {
+    EXPECT_TRUE(repositories.at(name).is_repository) << name;
+    EXPECT_EQ(repositories.at(name).error, "") << name;
+    EXPECT_EQ(repositories.at(name).units, std::nullopt) << name;
+  }
+}
+
+TEST_F(RepositoryTest, CompositeSkipsChildrenThatCannotBeLoaded) {
   write_file("one/content.xml", offer);
+  write_archive("one.zip", {{"content.xml", other_offer}});
   write_file("damaged/content.xml", "<repository");
   std::filesystem::create_directories("empty");
-  write_file("all/compositeContent.xml",
-             "<repository><children><child location='../damaged'/><child location='../one'/><child location='../empty'/>"
-             "<child location='missing'/></children></repository>");
-  EXPECT_EQ(repositories.at("all").missing_children, (std::vector<std::string>{"../damaged", "../empty", "missing"}));
+  write_archive("in.zip", {{"compositeContent.xml", composite_of({"../one"})}});
+  const std::string here = std::filesystem::current_path().string();
+  // An archive needs "jar:", a full path "file:", and "%20" stays as it is.
+  const std::vector<std::string> missing = {"../damaged", "../empty", "missing", "../one.zip", here + "/one", "../o%6Ee"};
+  std::vector<std::string> children = missing;
+  children.push_back("../one");
+  write_file("all/compositeContent.xml", composite_of(children));
+  EXPECT_EQ(repositories.at("all").missing_children, missing);
   EXPECT_EQ(repositories.at("all").units, units);
   EXPECT_EQ(repositories.at("all").error, "");
+  EXPECT_EQ(repositories.at("in.zip").missing_children, std::vector<std::string>{"../one"});
 }
 
-TEST_F(SitesTest, NothingIsSaidOfChildrenElsewhere) {
-  for (const std::string location : {"https://example.org/site", "my%20site", "jar:file:/site.zip!/"}) {
-    write_file("all/compositeContent.xml",
-               "<repository><children><child location='" + location + "'/></children></repository>");
-    Repositories afresh;
-    EXPECT_EQ(afresh.at("all").missing_children, std::vector<std::string>()) << location;
-    EXPECT_EQ(afresh.at("all").units, std::nullopt) << location;
+TEST_F(RepositoryTest, ChildrenAreFoundWhereTheDirectorFindsThem) {
+  write_file("one/content.xml", offer);
+  write_file("my site/content.xml", offer);
+  write_archive("one.zip", {{"content.xml", offer}, {"deep/content.xml", offer}});
+  const std::string here = std::filesystem::current_path().string();
+  for (const std::string& location :
+       {std::string("../one"), std::string("../one/"), std::string("../my site"), std::string("file:../one"),
+        "file:" + here + "/one", "file://" + here + "/one", "jar:file:" + here + "/one.zip!/",
+        "jar:file://" + here + "/one.zip!/", "jar:file:" + here + "/one.zip!/deep", "jar:file:" + here + "/one.zip!/deep/"}) {
+    write_file("all/compositeContent.xml", composite_of({location}));
+    EXPECT_EQ(Repositories().at("all").units, units) << location;
   }
-  write_archive("all.zip", {{"compositeContent.xml", "<repository><children><child location='one'/></children></repository>"}});
-  EXPECT_EQ(repositories.at("all.zip").missing_children, std::vector<std::string>());
-  EXPECT_EQ(repositories.at("all.zip").units, std::nullopt);
+}
+
+TEST_F(RepositoryTest, ChildrenElsewhereAreNotExamined) {
+  write_file("one/content.xml", offer);
+  for (const std::string location : {"https://example.org/site", "http://example.org", "ftp:x"}) {
+    write_file("all/compositeContent.xml", composite_of({location, "../one"}));
+    write_file("above/compositeContent.xml", composite_of({"../all"}));
+    for (const std::string name : {"all", "above"}) {
+      Repositories afresh;
+      EXPECT_EQ(afresh.at(name).missing_children, std::vector<std::string>()) << location;
+      EXPECT_EQ(afresh.at(name).units, std::nullopt) << location;
+      EXPECT_EQ(afresh.at(name).unexamined_because, "its child " + location + " is not on this disk");
+    }
+  }
 }
 
 }  // namespace

@@ -1,0 +1,199 @@
+#include "p2/repository_files.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "base/text.h"
+#include "p2/version.h"
+#include "p2/xml.h"
+
+using namespace eclipse_base;
+
+namespace fs = std::filesystem;
+
+namespace eclipse_p2 {
+
+namespace {
+
+bool is_file(const fs::path& path) {
+  std::error_code error;
+  return fs::is_regular_file(path, error);
+}
+
+/// The keys and values of a p2.index, which is a Java properties file, in the version that the director reads.
+std::map<std::string, std::string> read_index(const std::string& text) {
+  std::map<std::string, std::string> index;
+  for (const std::string& line : lines_of(replaced(replaced(text, "\r", ""), "\\\n", ""))) {
+    const std::string_view entry = trimmed(line);
+    if (entry.empty() || entry.front() == '#' || entry.front() == '!') continue;
+    const std::size_t end = std::min(entry.find_first_of("=: \t\f"), entry.size());
+    std::string_view value = trimmed(entry.substr(end));
+    if (!value.empty() && (value.front() == '=' || value.front() == ':')) value = trimmed(value.substr(1));
+    index[std::string(entry.substr(0, end))] = value;
+  }
+  return whole_version(index["version"]) == "1.0.0" ? index : std::map<std::string, std::string>();
+}
+
+}  // namespace
+
+bool is_unreadable(const fs::path& path) {
+  std::error_code error;
+  const auto status = fs::status(path, error);
+  if (!fs::exists(status)) return error == std::errc::permission_denied;
+  const int rights = fs::is_directory(status) ? R_OK | X_OK : R_OK;
+  return faccessat(AT_FDCWD, path.c_str(), rights, AT_EACCESS) != 0;
+}
+
+/// A form that metadata may have, named as p2.index names it, which is the name of the file without packing.
+struct RepositoryFiles::Form {
+  std::string name;
+  std::vector<std::string> files;  ///< the first one that is there is read
+  bool is_composite = false;
+};
+
+const std::vector<RepositoryFiles::Form>& RepositoryFiles::forms_of(Listing listing) {
+  static const std::vector<Form> content = {
+      {"content.xml", {"content.jar", "content.xml"}, false},
+      {"content.xml.xz", {"content.xml.xz"}, false},
+      {"compositeContent.xml", {"compositeContent.jar", "compositeContent.xml"}, true},
+  };
+  static const std::vector<Form> artifacts = {
+      {"artifacts.xml", {"artifacts.jar", "artifacts.xml"}, false},
+      {"artifacts.xml.xz", {"artifacts.xml.xz"}, false},
+      {"compositeArtifacts.xml", {"compositeArtifacts.jar", "compositeArtifacts.xml"}, true},
+  };
+  return listing == Listing::content ? content : artifacts;
+}
+
+RepositoryFiles::RepositoryFiles(RepositoryPlace place) : place_(std::move(place)) {
+  if (is_unreadable(place_.path)) {
+    error_ = "cannot be read";
+  } else if (is_file(place_.path)) {
+    archive_.emplace(place_.path);
+    error_ = archive_->error();
+  } else if (std::error_code error; !fs::is_directory(place_.path, error)) {
+    error_ = "is not a regular file";
+  } else if (!place_.inside.empty()) {
+    error_ = "is not a zip archive";
+  }
+}
+
+bool RepositoryFiles::has(const std::string& name) const {
+  return archive_ ? archive_->has(place_.inside + name) : is_file(place_.path / name);
+}
+
+bool RepositoryFiles::is_unreadable_file(const std::string& name) const {
+  return !archive_ && is_unreadable(place_.path / name);
+}
+
+Unpacked RepositoryFiles::read_file(const std::string& name) const {
+  if (archive_) return archive_->read(place_.inside + name, largest::metadata);
+  std::error_code error;
+  const bool exceeds_limit = fs::file_size(place_.path / name, error) > largest::metadata;
+  return {eclipse_base::read_file(place_.path / name, largest::metadata), exceeds_limit && !error};
+}
+
+bool RepositoryFiles::has_any(Listing listing) const {
+  const auto& forms = forms_of(listing);
+  return std::any_of(forms.begin(), forms.end(), [this](const Form& form) {
+    return std::any_of(form.files.begin(), form.files.end(), [this](const auto& file) { return has(file); });
+  });
+}
+
+std::vector<const RepositoryFiles::Form*> RepositoryFiles::order_of(Listing listing) const {
+  std::vector<const Form*> order;
+  const auto& forms = forms_of(listing);
+  const auto index = has("p2.index") ? read_index(read_file("p2.index").bytes) : std::map<std::string, std::string>();
+  const auto key =
+      index.find(listing == Listing::content ? "metadata.repository.factory.order" : "artifact.repository.factory.order");
+  if (key != index.end()) {
+    for (const std::string& item : split(key->second, ',')) {
+      const std::string name = lower_case(trimmed(item));
+      if (name == "!") return order;
+      for (const Form& form : forms) {
+        if (lower_case(form.name) == name) order.push_back(&form);
+      }
+    }
+  }
+  for (const Form& form : forms) order.push_back(&form);
+  return order;
+}
+
+/// What is packed in a file, which is how `name` then names it.
+Unpacked RepositoryFiles::unpacked(std::string packed, const Form& form, std::string& name) {
+  if (name.ends_with(".xz")) return decompress(packed, Compression::xz, largest::metadata);
+  if (!name.ends_with(".jar")) return {{std::move(packed), ""}, false};
+  auto entry = zip_entry(packed, form.name, largest::metadata);
+  if (!entry) return {{"", "does not contain " + form.name}, false};
+  if (entry->error.empty()) name = form.name + " in " + name;
+  return *std::move(entry);
+}
+
+Metadata RepositoryFiles::read_form(const Form& form, const std::string& file) const {
+  Metadata metadata;
+  metadata.is_composite = form.is_composite;
+  metadata.is_unreadable = is_unreadable_file(file);
+  if (metadata.is_unreadable) {
+    metadata.error = file + " cannot be read";
+    return metadata;
+  }
+  std::string name = file;
+  Unpacked content = read_file(file);
+  if (content.error.empty()) content = unpacked(std::move(content.bytes), form, name);
+  Xml xml;
+  if (content.error.empty()) xml = read_xml(content.bytes, "repository");
+  metadata.exceeds_limit = content.exceeds_limit || xml.exceeds_limit;
+  if (!content.error.empty() || !xml.error.empty()) metadata.error = name + " " + content.error + xml.error;
+  metadata.document = std::move(xml.document);
+  return metadata;
+}
+
+std::optional<Metadata> RepositoryFiles::read(Listing listing) const {
+  for (const Form* const form : order_of(listing)) {
+    for (const std::string& file : form->files) {
+      if (has(file) || is_unreadable_file(file)) return read_form(*form, file);
+    }
+  }
+  if (!has_any(listing)) return std::nullopt;
+  Metadata excluded;
+  excluded.error = "p2.index excludes every metadata file that exists";
+  return excluded;
+}
+
+std::string RepositoryFiles::nested_metadata() const {
+  const auto is_metadata = [](std::string_view file) {
+    const auto& forms = forms_of(Listing::content);
+    return std::any_of(forms.begin(), forms.end(), [&](const Form& form) {
+      return std::find(form.files.begin(), form.files.end(), file) != form.files.end();
+    });
+  };
+  for (const std::string& name : names()) {
+    const std::size_t slash = name.rfind('/');
+    if (slash != name.npos && is_metadata(std::string_view(name).substr(slash + 1))) return name.substr(0, slash + 1);
+  }
+  return "";
+}
+
+/// All of an archive, but of a directory only what is directly in its directories, since it may be a large one.
+std::set<std::string> RepositoryFiles::names() const {
+  if (archive_) return archive_->names();
+  std::set<std::string> names;
+  std::error_code error;
+  for (const auto& directory : fs::directory_iterator(place_.path, error)) {
+    if (!directory.is_directory(error)) continue;
+    for (const Form& form : forms_of(Listing::content)) {
+      for (const std::string& file : form.files) {
+        if (is_file(directory.path() / file)) names.insert((directory.path().filename() / file).string());
+      }
+    }
+  }
+  return names;
+}
+
+}  // namespace eclipse_p2

@@ -1,0 +1,22 @@
+// The XML files of p2, read within limits.
+#ifndef ECLIPSE_INT_P2_XML_H
+#define ECLIPSE_INT_P2_XML_H
+
+#include <pugixml.hpp>
+#include <string>
+
+namespace eclipse_p2 {
+
+struct Xml {
+  pugi::xml_document document;
+  /// "is not well-formed XML", "has no <ROOT> element" or that it has too many elements; to be read after the name of the file.
+  std::string error;
+  bool exceeds_limit = false;  ///< the error is that it has more elements than are read here
+};
+
+/// Reads a document whose outermost element must have this name. After an error the document is empty.
+Xml read_xml(const std::string& text, const char* root);
+
+}  // namespace eclipse_p2
+
+#endif

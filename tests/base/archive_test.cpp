@@ -1,0 +1,131 @@
+#include "base/archive.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "base/packing.h"
+#include "fake_host/temporary_directory.h"
+
+using namespace eclipse_base;
+using namespace base_test;
+
+namespace {
+
+constexpr std::size_t limit = largest::mebibyte;
+
+/// Pseudo-random, so that it cannot be compressed.
+std::string noise(std::size_t length) {
+  std::string bytes(length, '\0');
+  std::uint32_t state = 1;
+  for (char& byte : bytes) {
+    state = state * 1664525 + 1013904223;
+    byte = static_cast<char>(state >> 24);
+  }
+  return bytes;
+}
+
+TEST(Decompression, GivesTheContent) {
+  for (const std::string& content : {std::string(), std::string("text"), noise(300'000)}) {
+    EXPECT_EQ(decompress(compressed_with_gzip(content), Compression::gzip, limit).bytes, content);
+    EXPECT_EQ(decompress(compressed_with_xz(content), Compression::xz, limit).bytes, content);
+    EXPECT_EQ(decompress(compressed_with_xz(content), Compression::xz, limit).error, "");
+  }
+}
+
+TEST(Decompression, NoticesWhatIsCutOrChangedAnywhere) {
+  const std::string content = "<profile>" + noise(200) + "</profile>";
+  for (const auto& [compression, whole] :
+       {std::pair(Compression::gzip, compressed_with_gzip(content)), std::pair(Compression::xz, compressed_with_xz(content))}) {
+    for (std::size_t length = 6; length < whole.size(); ++length) {
+      EXPECT_EQ(decompress(whole.substr(0, length), compression, limit).error, "is damaged") << length;
+    }
+    // In the eleventh byte of this gzip data there are bits without a meaning.
+    for (std::size_t at = compression == Compression::gzip ? 11 : 6; at < whole.size(); ++at) {
+      // The length at the end of gzip data, with which data in several parts begins, too.
+      if (compression == Compression::gzip && at >= whole.size() - 4) continue;
+      std::string changed = whole;
+      changed[at] = static_cast<char>(changed[at] ^ 0x10);
+      EXPECT_EQ(decompress(changed, compression, limit).error, "is damaged") << at;
+    }
+  }
+}
+
+TEST(Decompression, RefusesWhatIsNotCompressedLikeThat) {
+  for (const std::string& content : {std::string(), std::string("text"), std::string("\x1F")}) {
+    EXPECT_EQ(decompress(content, Compression::gzip, limit).error, "is not gzip data");
+    EXPECT_EQ(decompress(content, Compression::xz, limit).error, "is not xz data");
+  }
+}
+
+TEST(Decompression, StopsAtItsLimits) {
+  const std::string large = noise(limit + 1);
+  EXPECT_EQ(decompress(compressed_with_gzip(large.substr(1)), Compression::gzip, limit).error, "");
+  const Unpacked larger = decompress(compressed_with_gzip(large), Compression::gzip, limit);
+  EXPECT_EQ(larger.error, "unpacks to more than 1 MiB");
+  EXPECT_TRUE(larger.exceeds_limit);
+  EXPECT_EQ(larger.bytes, "");
+  const Unpacked bomb = decompress(compressed_with_xz(std::string(64 * limit, 'x')), Compression::xz, 65 * limit);
+  EXPECT_EQ(bomb.error, "unpacks to more than 250 times its size");
+  EXPECT_TRUE(bomb.exceeds_limit);
+}
+
+TEST(ZipEntry, IsReadWithoutACentralDirectory) {
+  const std::string zip = zipped({{"a", "first"}, {"b", "second"}});
+  EXPECT_EQ(zip_entry(zip, "b", limit)->bytes, "second");
+  EXPECT_EQ(zip_entry(zip.substr(0, zip.size() - 22), "b", limit)->bytes, "second");
+  EXPECT_FALSE(zip_entry(zip, "c", limit).has_value());
+  EXPECT_EQ(zip_entry("text", "a", limit)->error, "is not a zip archive");
+  EXPECT_EQ(zip_entry(zipped({{"a", "x"}}, "password"), "a", limit)->error, "is encrypted");
+  EXPECT_EQ(zip_entry(zipped({{"a", std::string(8 * limit, 'x')}}), "a", 9 * limit)->error,
+            "unpacks to more than 250 times its size");
+}
+
+class ArchiveTest : public testing::Test {
+ protected:
+  static Archive archive(const std::string& bytes) {
+    fake::write_file("file.zip", bytes);
+    return Archive("file.zip");
+  }
+
+  const fake::TemporaryDirectory directory;
+};
+
+TEST_F(ArchiveTest, NamesAndReadsItsEntries) {
+  const Archive zip = archive(zipped({{"a", "first"}, {"b/c", noise(100'000)}, {"\xC3\xA4", "umlaut"}}));
+  EXPECT_EQ(zip.error(), "");
+  EXPECT_EQ(zip.names(), (std::set<std::string>{"a", "b/c", "\xC3\xA4"}));
+  EXPECT_EQ(zip.read("a", limit).bytes, "first");
+  EXPECT_EQ(zip.read("b/c", limit).bytes, noise(100'000));
+  EXPECT_EQ(zip.read("b/c", 10).error, "unpacks to more than 0 MiB");
+  EXPECT_EQ(archive(zipped({})).error(), "");
+}
+
+TEST_F(ArchiveTest, SaysWhyItCannotBeUsed) {
+  const std::string zip = zipped({{"a", "first"}, {"b", "second"}});
+  EXPECT_EQ(archive("").error(), "is not a zip archive");
+  EXPECT_EQ(archive("text").error(), "is not a zip archive");
+  EXPECT_EQ(archive(zip.substr(0, zip.size() - 1)).error(), "is damaged");
+  EXPECT_EQ(archive(zip.substr(0, 40)).error(), "is damaged");
+  EXPECT_EQ(Archive("missing").error(), "cannot be read: No such file or directory");
+  EXPECT_EQ(Archive(".").error(), "is not a regular file");
+}
+
+TEST_F(ArchiveTest, SaysWhyAnEntryCannotBeRead) {
+  EXPECT_EQ(archive(zipped({{"a", "x"}}, "password")).read("a", limit).error, "is encrypted");
+  const std::string content = noise(1000);
+  std::string changed = zipped({{"a", content}});
+  changed[changed.find(content.substr(0, 20)) + 5] ^= 1;
+  EXPECT_EQ(archive(changed).read("a", limit).error, "is damaged");
+}
+
+TEST_F(ArchiveTest, HasALimitOfEntries) {
+  Entries entries;
+  for (std::size_t i = 0; i <= largest::archive_entries; ++i) entries[std::to_string(i)] = "";
+  const Archive zip = archive(zipped(entries));
+  EXPECT_EQ(zip.error(), "has more than 200000 entries");
+  EXPECT_TRUE(zip.exceeds_limit());
+}
+
+}  // namespace
