@@ -77,16 +77,17 @@ TEST(RealInstance, OneUnitThatIsNotThereIsNamedAndKeepsTheOthersIn) {
   const auto run = json_of(product, "run --verify", "--set ECLIPSE_INTEGRATION_CHOICE=user");
   EXPECT_EQ(run.exit_code, 1);
   EXPECT_THAT(run.error_output, testing::HasSubstr("warning: org.example.gamma.feature.group ("));
-  const auto verification = nlohmann::json::parse(run.output).at("verification");
+  const auto document = nlohmann::json::parse(run.output);
+  const auto& verification = document.at("verification");
   EXPECT_EQ(verification.at("notRemovable"), nlohmann::json({"org.example.gamma.feature.group"}));
   EXPECT_THAT(verification.at("wentOut"), IsEmpty());
   EXPECT_THAT(different_units(verification.at("after")), ElementsAre("org.example.alpha.feature.group"));
-  const auto& failures = verification.at("failures");
-  ASSERT_EQ(failures.size(), 3U);
-  EXPECT_EQ(failures[0].at("layer"), "the director");
-  EXPECT_EQ(failures[0].at("causes"),
+  const auto& commands = document.at("commands");
+  ASSERT_EQ(commands.size(), 3U);
+  EXPECT_EQ(commands[0].at("failure").at("layer"), "the director");
+  EXPECT_EQ(commands[0].at("failure").at("causes"),
             nlohmann::json({"The installable unit org.example.gamma.feature.group has not been found."}));
-  EXPECT_EQ(failures[1].at("layer"), "the shell");
+  EXPECT_EQ(commands[1].at("failure").at("layer"), "the shell");
 }
 
 /// What the director makes of a unit that came along with another one: it succeeds, and leaves it there as a root.
