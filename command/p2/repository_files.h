@@ -29,6 +29,7 @@ struct RepositoryPlace {
   std::filesystem::path path;
   std::string inside = {};  ///< the directory in the archive, with a slash at its end; empty for the top
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 sees a null pointer here
   auto operator<=>(const RepositoryPlace&) const = default;
 };
 
