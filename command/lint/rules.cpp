@@ -92,8 +92,12 @@ const std::vector<Rule>& rules() {
                              rules_about_orders(), rules_about_eclipse(), rules_about_sessions(), rules_about_removals()}) {
       rules.insert(rules.end(), more.begin(), more.end());
     }
-    std::stable_sort(rules.begin(), rules.end(), [](const Rule& one, const Rule& other) { return one.group < other.group; });
-    return rules;
+    std::vector<Rule> by_group;
+    for (const Group group : groups) {
+      std::copy_if(rules.begin(), rules.end(), std::back_inserter(by_group),
+                   [group](const Rule& rule) { return rule.group == group; });
+    }
+    return by_group;
   }();
   return all;
 }
