@@ -29,6 +29,15 @@ void* operator new(std::size_t size) {
   return memory;
 }
 
+/// The sanitizers have one of their own, whose memory must not be released by what stands below.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  try {
+    return ::operator new(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
 void operator delete(void* memory) noexcept {
   if (memory != nullptr) --held;
   std::free(memory);
