@@ -11,11 +11,21 @@
 #include <vector>
 
 #include "p2/repository_files.h"
+#include "p2/unit.h"
 
 namespace eclipse_p2 {
 
 /// The ids of units, each with its versions.
 using UnitVersions = std::map<std::string, std::set<std::string>>;
+
+/// What a repository says of a unit.
+struct UnitDescription {
+  std::string label;              ///< its name for people, in the language of the root locale; empty when it has none
+  bool is_category = false;
+  std::set<std::string> members;  ///< of a category: the ids of the units in it
+
+  bool operator==(const UnitDescription&) const = default;
+};
 
 struct Repository {
   bool exists = false;
@@ -32,6 +42,8 @@ struct Repository {
   std::vector<std::string> missing_children;
   /// What it provides; nothing when that is not known.
   std::optional<UnitVersions> units;
+  /// The units that were found here. While `units` is not known, there may be more.
+  std::map<Unit, UnitDescription> descriptions;
 
   // Artifacts, which are the files that units consist of, are named as the director names them: "osgi.bundle,ID,VERSION".
   std::set<std::string> needed_artifacts;  ///< by its units

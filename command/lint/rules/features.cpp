@@ -21,7 +21,6 @@ namespace eclipse_lint {
 
 namespace {
 
-constexpr std::string_view group_suffix = ".feature.group";
 
 /// A component with this feature and a repository that has the feature and the bundle of org.example.one.
 Sample component_with(const std::string& feature) {
