@@ -188,6 +188,7 @@ class Repositories::Reader {
       repository_.is_unreadable = repository_.is_unreadable || (repository_.error.empty() && metadata->is_unreadable);
       note(repository_.error, metadata->error);
     } else if (const pugi::xml_node root = metadata->document.child("repository"); metadata->is_composite) {
+      repository_.is_composite = repository_.is_composite || listing == Listing::content;
       read_children(root, listing);
     } else if (listing == Listing::content) {
       read_units(root, repository_);

@@ -20,7 +20,7 @@ using UnitVersions = std::map<std::string, std::set<std::string>>;
 
 /// What a repository says of a unit.
 struct UnitDescription {
-  std::string label;              ///< its name for people, in the language of the root locale; empty when it has none
+  std::string label;  ///< its name for people, in the language of the root locale; empty when it has none
   bool is_category = false;
   std::set<std::string> members;  ///< of a category: the ids of the units in it
 
@@ -31,6 +31,7 @@ struct Repository {
   bool exists = false;
   bool is_directory = false;
   bool is_repository = false;  ///< it has p2 metadata
+  bool is_composite = false;   ///< the metadata names other repositories
   std::string nested;          ///< when it has none: a directory inside it that has
   std::string error;           ///< why no director can load it; empty when one can
   bool is_unreadable = false;  ///< the error is that it, or its metadata, may not be read
