@@ -23,7 +23,7 @@ bool is_word_byte(char byte) {
   return std::isalnum(static_cast<unsigned char>(byte)) != 0 || byte == '+' || byte == '-' || byte == '.';
 }
 
-/// Where the text begins whose closing double quote stands at `quote`: at the next one that no backslash escapes.
+/// Where the string begins whose closing double quote is at `quote`: at the nearest one before it that no backslash escapes.
 std::size_t start_of_text(std::string_view text, std::size_t quote) {
   std::size_t start = quote;
   while (start > 0) {
@@ -35,7 +35,7 @@ std::size_t start_of_text(std::string_view text, std::size_t quote) {
   return start;
 }
 
-/// Where the token begins whose last byte stands before `end`.
+/// Where the token begins that ends before `end`.
 std::size_t start_of_token(std::string_view text, std::size_t end) {
   std::size_t start = end - std::min<std::size_t>(end, 1);
   if (text[start] == '"') return start_of_text(text, start);
@@ -61,27 +61,27 @@ bool is_plain_key(std::string_view key) {
   return !key.empty() && std::all_of(key.begin(), key.end(), is_plain);
 }
 
-std::string place_of_member(const std::string& object, std::string_view key) {
+std::string path_of_member(const std::string& object, std::string_view key) {
   if (!is_plain_key(key)) return object + "[" + in_quotes(key) + "]";
   return object.empty() ? printable(key) : object + "." + printable(key);
 }
 
-std::string place_of_item(const std::string& list, std::size_t index) { return list + "[" + std::to_string(index) + "]"; }
+std::string path_of_item(const std::string& list, std::size_t index) { return list + "[" + std::to_string(index) + "]"; }
 
-/// The parser's own account of a syntax error, as "what is wrong; what to do". It has the form
+/// The parser's message for a syntax error, as "what is wrong; what to do". The parser's form is
 /// "[ID] parse error at line L, column C: syntax error while parsing CONTEXT - FOUND; expected TOKEN" or, when the text
-/// cannot be cut into tokens, "... - FOUND; last read: 'TEXT'", also with "; expected TOKEN" behind it.
+/// cannot be cut into tokens, "... - FOUND; last read: 'TEXT'", possibly followed by "; expected TOKEN".
 class SyntaxError {
  public:
-  explicit SyntaxError(std::string account) {
-    const std::size_t dash = account.find(" - ");
-    const std::size_t bracket = account.find("] ");
-    account.erase(0, dash != std::string::npos ? dash + 3 : bracket + 2);
-    const std::size_t last_read = account.find("; last read: ");
-    const std::size_t expected = account.find("; expected ");
+  explicit SyntaxError(std::string error) {
+    const std::size_t dash = error.find(" - ");
+    const std::size_t bracket = error.find("] ");
+    error.erase(0, dash != std::string::npos ? dash + 3 : bracket + 2);
+    const std::size_t last_read = error.find("; last read: ");
+    const std::size_t expected = error.find("; expected ");
     is_token_ = last_read == std::string::npos;
-    found_ = account.substr(0, is_token_ ? expected : last_read);
-    if (is_token_ && expected != std::string::npos) expected_ = account.substr(expected + std::strlen("; expected "));
+    found_ = error.substr(0, is_token_ ? expected : last_read);
+    if (is_token_ && expected != std::string::npos) expected_ = error.substr(expected + std::strlen("; expected "));
   }
 
   /// Whether the error is a whole token that should not be there, rather than a byte in one.
@@ -98,7 +98,7 @@ class SyntaxError {
     const auto fix = fixes.find(expected_);
     if (fix != fixes.end()) return "syntax error, " + found_ + "; " + std::string(fix->second);
     if (found_ == "invalid literal")
-      return "syntax error, " + found_ + "; write texts in double quotes, else true, false or null";
+      return "syntax error, " + found_ + "; write strings in double quotes; other values are numbers, true, false and null";
     return "syntax error, " + found_ + "; correct the text here";
   }
 
@@ -108,8 +108,8 @@ class SyntaxError {
   bool is_token_;
 };
 
-/// Builds the tree while the parser reads. The parser does not say where a token stands, but the stream says how far it has
-/// read.
+/// Builds the tree while the parser reads. The parser does not report the location of a token, but the stream reports how far
+/// it has read.
 class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
  public:
   TreeBuilder(const JsonDocument& document, const std::string& text, JsonValue& root)
@@ -131,12 +131,12 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
   bool binary(binary_t&) override { return false; }
   bool string(string_t& value) override {
     check_no_zero(value);
-    add(JsonKind::text, read_so_far()).text = std::move(value);
+    add(JsonKind::string, read_so_far()).text = std::move(value);
     return true;
   }
   bool start_object(std::size_t) override { return open(JsonKind::object); }
   bool end_object() override { return close(); }
-  bool start_array(std::size_t) override { return open(JsonKind::list); }
+  bool start_array(std::size_t) override { return open(JsonKind::array); }
   bool end_array() override { return close(); }
 
   bool key(string_t& value) override {
@@ -146,19 +146,19 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
     const auto [first, is_new] = open_.back().keys.emplace(value, pending_key_offset_);
     if (!is_new) {
       const std::string line = std::to_string(document_.location(first->second).line);
-      fault(pending_key_offset_, "the key is given twice, first in line " + line + "; keep one of the two");
+      fail(pending_key_offset_, "the key is given twice, first in line " + line + "; keep one of the two");
     }
     return true;
   }
 
   bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception& error) override {
     const SyntaxError syntax(error.what());
-    if (position > text_.size()) fault(text_.size(), syntax.message());
-    fault(syntax.is_about_token() ? start_of_token(text_, position) : position - 1, syntax.message());
+    if (position > text_.size()) fail(text_.size(), syntax.message());
+    fail(syntax.is_about_token() ? start_of_token(text_, position) : position - 1, syntax.message());
   }
 
  private:
-  /// An object or list that is not closed yet, with the keys it has so far.
+  /// An object or array that is not closed yet, with the keys it has so far.
   struct Open {
     JsonValue* value;
     std::map<std::string, std::size_t> keys;
@@ -178,7 +178,7 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
     return value;
   }
 
-  /// The end of a number shows only in the byte behind it, which has been read by then, unless the file ends there.
+  /// A number ends before the byte that shows its end. That byte has been read by then, unless the file ends there.
   bool add_number() {
     std::size_t end = read_so_far();
     if (std::isdigit(static_cast<unsigned char>(text_[end - 1])) == 0) --end;
@@ -188,10 +188,10 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
 
   bool open(JsonKind kind) {
     if (open_.size() == deepest_level) {
-      const std::string message = "is nested deeper than " + std::to_string(deepest_level) + " levels here; take levels away";
-      document_.fault(read_so_far() - 1, "", message);
+      const std::string message = "is nested deeper than " + std::to_string(deepest_level) + " levels here; remove levels";
+      document_.fail(read_so_far() - 1, "", message);
     }
-    // Stays where it is until it is closed: only then the list that holds it grows.
+    // Stays where it is until it is closed: only then does the array that contains it grow.
     open_.push_back({&add(kind, read_so_far()), {}});
     return true;
   }
@@ -203,21 +203,21 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
 
   void check_no_zero(std::string_view text) {
     if (text.find('\0') == std::string_view::npos) return;
-    fault(start_of_token(text_, read_so_far()), "holds a zero character (\\u0000), where texts end; take it out");
+    fail(start_of_token(text_, read_so_far()), "contains a zero character (\\u0000), where texts end; remove it");
   }
 
-  /// Where the parser is: the open objects and lists, and the key whose value is due.
-  std::string place() const {
-    std::string place;
+  /// Where the parser is: the open objects and arrays, and the key whose value comes next.
+  std::string path() const {
+    std::string path;
     for (std::size_t i = 1; i < open_.size(); ++i) {
       const JsonValue& parent = *open_[i - 1].value;
-      place = parent.kind == JsonKind::list ? place_of_item(place, parent.children.size() - 1)
-                                            : place_of_member(place, open_[i].value->key);
+      path = parent.kind == JsonKind::array ? path_of_item(path, parent.children.size() - 1)
+                                            : path_of_member(path, open_[i].value->key);
     }
-    return pending_key_.empty() ? place : place_of_member(place, pending_key_);
+    return pending_key_.empty() ? path : path_of_member(path, pending_key_);
   }
 
-  [[noreturn]] void fault(std::size_t offset, const std::string& message) const { document_.fault(offset, place(), message); }
+  [[noreturn]] void fail(std::size_t offset, const std::string& message) const { document_.fail(offset, path(), message); }
 
   const JsonDocument& document_;
   const std::string& text_;
@@ -236,10 +236,10 @@ std::string_view name_of(JsonKind kind) {
       return "true or false";
     case JsonKind::number:
       return "a number";
-    case JsonKind::text:
-      return "a text";
-    case JsonKind::list:
-      return "a list";
+    case JsonKind::string:
+      return "a string";
+    case JsonKind::array:
+      return "an array";
     case JsonKind::object:
       return "an object";
   }
@@ -250,9 +250,9 @@ std::string_view how_to_write(JsonKind kind) {
   switch (kind) {
     case JsonKind::boolean:
       return "write true or false, without quotes";
-    case JsonKind::text:
+    case JsonKind::string:
       return "write it in double quotes";
-    case JsonKind::list:
+    case JsonKind::array:
       return "write it in [ ]";
     case JsonKind::object:
       return "write it in { }";
@@ -284,11 +284,11 @@ JsonDocument::JsonDocument(const std::filesystem::path& file)
     : file_(file), text_(content_of(file, largest::json, "give the path of a JSON file")), line_starts_(line_starts_of(text_)) {
   if (text_.find_first_not_of(" \t\r\n", text_.starts_with(byte_order_mark) ? byte_order_mark.size() : 0) ==
       std::string::npos) {
-    fault(0, "", "is empty; write JSON into it");
+    fail(0, "", "is empty; write JSON into it");
   }
   // The parser would take it for the end of the file.
   const std::size_t zero = text_.find('\0');
-  if (zero != std::string::npos) fault(zero, "", "holds a zero byte; save it as UTF-8 text");
+  if (zero != std::string::npos) fail(zero, "", "contains a zero byte; save it as UTF-8 text");
   TreeBuilder(*this, text_, root_).build();
 }
 
@@ -305,18 +305,18 @@ std::string_view JsonDocument::line(std::size_t number) const {
   return std::string_view(text_).substr(start, end - start);
 }
 
-void JsonDocument::fault(std::size_t offset, const std::string& place, const std::string& message) const {
+void JsonDocument::fail(std::size_t offset, const std::string& path, const std::string& message) const {
   const JsonLocation where = location(offset);
   std::string_view before = line(where.line).substr(0, where.column - 1);
   if (where.line == 1 && before.starts_with(byte_order_mark)) before.remove_prefix(byte_order_mark.size());
-  throw FileError(file_, where.line, 1 + characters_in(before), (place.empty() ? "document" : place) + ": " + message);
+  throw FileError(file_, where.line, 1 + characters_in(before), (path.empty() ? "document" : path) + ": " + message);
 }
 
-JsonElement::JsonElement(const JsonDocument& document, const JsonValue& value, std::string place)
-    : document_(&document), value_(&value), place_(std::move(place)) {}
+JsonElement::JsonElement(const JsonDocument& document, const JsonValue& value, std::string path)
+    : document_(&document), value_(&value), path_(std::move(path)) {}
 
 const std::string& JsonElement::text() const {
-  require(JsonKind::text);
+  require(JsonKind::string);
   return value_->text;
 }
 
@@ -326,24 +326,23 @@ bool JsonElement::boolean() const {
 }
 
 std::vector<JsonElement> JsonElement::items() const {
-  require(JsonKind::list);
+  require(JsonKind::array);
   std::vector<JsonElement> items;
-  for (const JsonValue& item : value_->children) items.emplace_back(*document_, item, place_of_item(place_, items.size()));
+  for (const JsonValue& item : value_->children) items.emplace_back(*document_, item, path_of_item(path_, items.size()));
   return items;
 }
 
 std::vector<JsonElement> JsonElement::members() const {
   require(JsonKind::object);
   std::vector<JsonElement> members;
-  for (const JsonValue& member : value_->children)
-    members.emplace_back(*document_, member, place_of_member(place_, member.key));
+  for (const JsonValue& member : value_->children) members.emplace_back(*document_, member, path_of_member(path_, member.key));
   return members;
 }
 
 void JsonElement::allow_keys(std::initializer_list<std::string_view> keys) const {
   for (const JsonElement& member : members()) {
     if (std::find(keys.begin(), keys.end(), member.key()) != keys.end()) continue;
-    member.fault_at_key("unknown key; " + fix_of_unknown_key(member.key(), keys));
+    member.fail_at_key("unknown key; " + fix_of_unknown_key(member.key(), keys));
   }
 }
 
@@ -352,25 +351,25 @@ std::optional<JsonElement> JsonElement::find(std::string_view key) const {
   const auto has_key = [&](const JsonValue& member) { return member.key == key; };
   const auto found = std::find_if(value_->children.begin(), value_->children.end(), has_key);
   if (found == value_->children.end()) return std::nullopt;
-  return JsonElement(*document_, *found, place_of_member(place_, key));
+  return JsonElement(*document_, *found, path_of_member(path_, key));
 }
 
 JsonElement JsonElement::get(std::string_view key) const {
   const std::optional<JsonElement> member = find(key);
-  if (!member) fault("the key " + in_quotes(key) + " is missing; add it");
+  if (!member) fail("the key " + in_quotes(key) + " is missing; add it");
   return *member;
 }
 
 JsonLocation JsonElement::location() const { return document_->location(value_->offset); }
 
-void JsonElement::fault(const std::string& message) const { document_->fault(value_->offset, place_, message); }
+void JsonElement::fail(const std::string& message) const { document_->fail(value_->offset, path_, message); }
 
-void JsonElement::fault_at_key(const std::string& message) const { document_->fault(value_->key_offset, place_, message); }
+void JsonElement::fail_at_key(const std::string& message) const { document_->fail(value_->key_offset, path_, message); }
 
 void JsonElement::require(JsonKind kind) const {
   if (value_->kind == kind) return;
-  fault("found " + std::string(name_of(value_->kind)) + ", wanted " + std::string(name_of(kind)) + "; " +
-        std::string(how_to_write(kind)));
+  fail("expected " + std::string(name_of(kind)) + ", found " + std::string(name_of(value_->kind)) + "; " +
+       std::string(how_to_write(kind)));
 }
 
 }  // namespace eclipse_base

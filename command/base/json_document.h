@@ -1,4 +1,4 @@
-// JSON in which every value knows where it stands, and a reader that says so when it finds something else than it wants.
+// JSON files whose values keep their locations, so that an error in what they mean can name its line and column.
 #ifndef ECLIPSE_INT_BASE_JSON_DOCUMENT_H
 #define ECLIPSE_INT_BASE_JSON_DOCUMENT_H
 
@@ -15,7 +15,7 @@
 
 namespace eclipse_base {
 
-enum class JsonKind { null, boolean, number, text, list, object };
+enum class JsonKind { null, boolean, number, string, array, object };
 
 struct JsonValue {
   JsonKind kind = JsonKind::null;
@@ -23,8 +23,8 @@ struct JsonValue {
   std::string key;                  ///< of a member of an object
   std::size_t key_offset = 0;       ///< of the key's first byte
   bool boolean = false;             ///< of a boolean
-  std::string text;                 ///< of a text
-  std::vector<JsonValue> children;  ///< the items of a list or the members of an object, in the order of the file
+  std::string text;                 ///< of a string
+  std::vector<JsonValue> children;  ///< the items of an array or the members of an object, in the order of the file
 };
 
 /// The first byte of a value or a key, and how long it is: a string, number or literal as a whole, an array or object its
@@ -37,11 +37,14 @@ struct JsonLocation {
 
 class JsonElement;
 
-/// A JSON file with // and /* */ comments. The keys of an object differ from each other, and no text or key holds a zero byte.
+/// A JSON file with // and /* */ comments. The keys of an object differ from each other, and no string or key contains a zero
+/// byte.
 class JsonDocument {
  public:
   /// Reads a regular file. Throws FileError.
   explicit JsonDocument(const std::filesystem::path& file);
+
+  const std::filesystem::path& file() const { return file_; }
 
   /// The outermost value. It refers to this document.
   JsonElement root() const;
@@ -50,8 +53,8 @@ class JsonDocument {
   /// A line by its number, from 1, without its line feed.
   std::string_view line(std::size_t number) const;
 
-  /// Throws the FileError for the byte at `offset`.
-  [[noreturn]] void fault(std::size_t offset, const std::string& place, const std::string& message) const;
+  /// Throws a FileError for the byte at `offset`. `path` leads to the value there, as "components[0].code"; empty for the root.
+  [[noreturn]] void fail(std::size_t offset, const std::string& path, const std::string& message) const;
 
  private:
   std::filesystem::path file_;
@@ -60,15 +63,14 @@ class JsonDocument {
   JsonValue root_;
 };
 
-/// A value and its place. Whatever is asked of it and does not hold is thrown as a FileError.
+/// A value of a document, which must outlive it. If the value is not what a caller asks for, a FileError is thrown.
 class JsonElement {
  public:
-  JsonElement(const JsonDocument& document, const JsonValue& value, std::string place);
+  JsonElement(const JsonDocument& document, const JsonValue& value, std::string path);
 
-  const std::string& place() const { return place_; }
+  /// Such as "components[0].code"; empty for the root.
+  const std::string& path() const { return path_; }
   const std::string& key() const { return value_->key; }
-  /// Where its first byte stands in the file.
-  std::size_t offset() const { return value_->offset; }
   JsonLocation location() const;
 
   const std::string& text() const;
@@ -76,22 +78,23 @@ class JsonElement {
   std::vector<JsonElement> items() const;
   std::vector<JsonElement> members() const;
 
-  /// Takes this for an object with no other keys than these.
+  /// Checks that this is an object with no other keys than these.
   void allow_keys(std::initializer_list<std::string_view> keys) const;
-  /// The member with that key, if there is one.
+  /// The member of an object with that key, if there is one.
   std::optional<JsonElement> find(std::string_view key) const;
-  /// The member with that key, which has to be there.
+  /// The member of an object with that key, which must exist.
   JsonElement get(std::string_view key) const;
 
-  [[noreturn]] void fault(const std::string& message) const;
-  [[noreturn]] void fault_at_key(const std::string& message) const;
+  /// Throws a FileError for the value, or for its key.
+  [[noreturn]] void fail(const std::string& message) const;
+  [[noreturn]] void fail_at_key(const std::string& message) const;
 
  private:
   void require(JsonKind kind) const;
 
   const JsonDocument* document_;
   const JsonValue* value_;
-  std::string place_;
+  std::string path_;
 };
 
 }  // namespace eclipse_base

@@ -104,8 +104,8 @@ int perform(const LintOptions& options) {
     try {
       const Findings more = lint(library, sites, input, settings);
       findings.insert(findings.end(), more.begin(), more.end());
-    } catch (const eclipse_base::FileError& fault) {
-      print_message(fault.what());
+    } catch (const eclipse_base::FileError& error) {
+      print_message(error.what());
       status = 2;
     }
   }

@@ -33,8 +33,8 @@ bool is_written(const std::function<void()>& write) {
   try {
     write();
     return true;
-  } catch (const FileError& fault) {
-    print_message(fault.what());
+  } catch (const FileError& error) {
+    print_message(error.what());
     return false;
   }
 }

@@ -1,4 +1,4 @@
-// A descriptor file as text: what can be read of it, its lines, and the line of each record that the plug-in read from it.
+// The lines of a descriptor file, and the line of each record that the plug-in reads from it.
 #ifndef ECLIPSE_INT_DRY_RUN_DESCRIPTOR_LINES_H
 #define ECLIPSE_INT_DRY_RUN_DESCRIPTOR_LINES_H
 
@@ -12,18 +12,6 @@
 
 namespace eclipse_dry_run {
 
-struct DescriptorContent {
-  std::string bytes;  ///< as far as they could be read
-  std::string error;  ///< why the file could not be read completely, such as "Permission denied"; empty when it could
-};
-
-/// Reads a descriptor file. The plug-in ignores a failed read and takes zero bytes for those that are missing, so whoever
-/// reports what it reads must report the error, too.
-DescriptorContent descriptor_content(const std::string& path);
-
-/// The error of a file whose lines and records do not match (see lines_of_records()) though all of it could be read.
-inline constexpr std::string_view changed_while_read = "it was changed while it was read";
-
 struct DescriptorLine {
   std::size_t number = 0;  ///< from 1
   std::string_view text;   ///< without its line feed
@@ -35,8 +23,8 @@ struct DescriptorLine {
 /// feed is a line, too.
 std::deque<DescriptorLine> descriptor_lines(const PluginFunctions& functions, std::string_view text);
 
-/// The line of each record, and marks these lines. Null for the first record that is in no line and for all that follow it: the
-/// plug-in has read another content, because the file was changed in between or could not be read completely.
+/// The line of each record, and marks these lines. The plug-in read the records from the same text; otherwise std::logic_error
+/// is thrown.
 std::vector<const DescriptorLine*> lines_of_records(std::deque<DescriptorLine>& lines,
                                                     const std::vector<plugin_config>& records);
 

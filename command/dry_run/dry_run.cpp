@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/memory_file.h"
 #include "dry_run/log_lines.h"
 #include "standalone_host/session_copy.h"
 
@@ -114,14 +115,42 @@ class SearchWatch {
   std::size_t looked_at_ = 0;
 };
 
+/// Makes the plug-in read descriptor files as they were first read. It asks the host for the path of a file, whether that is a
+/// file, and for the path again, which it opens.
+class DescriptorReading {
+ public:
+  explicit DescriptorReading(DescriptorFiles& files) : files_(files) {}
+
+  void see(const HostCall& call) {
+    if (call.operation == "is_file") {
+      file_ = call.arguments.front();
+    } else if (call.operation != "path") {
+      file_.reset();
+    }
+  }
+
+  /// The path to return for one that the plug-in asks for.
+  std::string path_for(std::string path) {
+    if (std::exchange(file_, std::nullopt) != path) return path;
+    copy_.emplace(files_.at(path).bytes);
+    return copy_->path();
+  }
+
+ private:
+  DescriptorFiles& files_;
+  std::optional<std::string> file_;  ///< that the last call asked about
+  std::optional<eclipse_base::MemoryFile> copy_;
+};
+
 /// Thrown out of the run by its command runner when enough commands are known.
 struct EnoughCommands {};
 
 /// Records what happens before the first command, and then the commands.
 class Recorder {
  public:
-  Recorder(const Session& session, const std::string& probe, const std::optional<std::set<std::size_t>>& wanted_commands)
-      : watch_(session, probe, run_), wanted_commands_(wanted_commands) {}
+  Recorder(const Session& session, const std::string& probe, DescriptorFiles& files,
+           const std::optional<std::set<std::size_t>>& wanted_commands)
+      : watch_(session, probe, run_), reading_(files), wanted_commands_(wanted_commands) {}
 
   /// Sets the seams of the session that is run.
   void watch(Session& session) {
@@ -129,7 +158,9 @@ class Recorder {
       if (commands_ > 0) return;
       if (call.operation == "is_file") run_.files.push_back(call.arguments.front());
       if (performing_) watch_.see(call);
+      if (run_.searched) reading_.see(call);
     };
+    session.replace_path = [this](std::string path) { return reading_.path_for(std::move(path)); };
     session.on_variable = [this](const std::string& name, const std::string& value) {
       if (commands_ == 0) run_.actions.back().writes.emplace_back(name, value);
     };
@@ -165,6 +196,7 @@ class Recorder {
 
   DryRun run_;
   SearchWatch watch_;
+  DescriptorReading reading_;
   const std::optional<std::set<std::size_t>>& wanted_commands_;
   std::size_t commands_ = 0;  ///< so far
   bool performing_ = false;
@@ -174,11 +206,11 @@ class Recorder {
 
 bool DryRun::logged(std::string_view line) const { return std::find(log.begin(), log.end(), line) != log.end(); }
 
-DryRun perform_dry_run(const Plugin& plugin, const Session& session,
+DryRun perform_dry_run(const Plugin& plugin, const Session& session, DescriptorFiles& files,
                        const std::optional<std::set<std::size_t>>& wanted_commands) {
   const std::unique_ptr<Session> copy = copy_of(session);
   std::unique_ptr<CatalogueComponent> probe = probe_for(session);
-  Recorder recorder(session, probe->code, wanted_commands);
+  Recorder recorder(session, probe->code, files, wanted_commands);
   copy->components.insert(copy->components.begin(), std::move(probe));
   recorder.watch(*copy);
   RunRecord record;

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "dry_run/descriptor_files.h"
 #include "standalone_host/session_run.h"
 
 namespace eclipse_dry_run {
@@ -64,8 +65,9 @@ struct DryRun {
   bool logged(std::string_view line) const;
 };
 
-/// Performs a dry run of the session, which stays as it is, and records the commands of these numbers, or all.
-DryRun perform_dry_run(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session,
+/// Performs a dry run of the session, which stays as it is, and records the commands of these numbers, or all. The plug-in
+/// reads the descriptor files as `files` has them.
+DryRun perform_dry_run(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session, DescriptorFiles& files,
                        const std::optional<std::set<std::size_t>>& wanted_commands);
 
 }  // namespace eclipse_dry_run

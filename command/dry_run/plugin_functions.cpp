@@ -8,6 +8,7 @@
 #include <typeinfo>
 #include <utility>
 
+#include "base/memory_file.h"
 #include "dry_run/log_lines.h"
 
 using namespace eclipse_host;
@@ -111,11 +112,13 @@ PluginFunctions::PluginFunctions(const Plugin& plugin) : plugin_(plugin) {
 
 std::vector<std::string> PluginFunctions::columns(const std::string& line) const { return split_by_tabs_(line); }
 
-std::vector<plugin_config> PluginFunctions::records(const std::string& directory, const std::string& file) const {
+std::vector<plugin_config> PluginFunctions::records(const std::string& directory, std::string_view content) const {
   Session session;
   const ActiveSession active(session);
+  const eclipse_base::MemoryFile file(content);
   std::vector<plugin_config> records;
-  process_file_({directory, file}, records);
+  process_file_({file.directory, file.name()}, records);
+  for (plugin_config& record : records) record.base_dir = directory;
   return records;
 }
 

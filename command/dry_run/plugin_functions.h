@@ -39,8 +39,8 @@ class PluginFunctions {
   /// The columns of a line.
   std::vector<std::string> columns(const std::string& line) const;
 
-  /// The records of a descriptor file, in the order of its lines.
-  std::vector<plugin_config> records(const std::string& directory, const std::string& file) const;
+  /// The records in a descriptor file with this content, of a component in `directory`, in the order of its lines.
+  std::vector<plugin_config> records(const std::string& directory, std::string_view content) const;
 
   /// The descriptor file that a component has when its package lists `listed`; nothing when that is not one. Whether the
   /// component is selected for a run does not matter.

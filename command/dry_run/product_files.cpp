@@ -7,7 +7,7 @@
 #include <system_error>
 #include <vector>
 
-#include "dry_run/descriptor_lines.h"
+#include "dry_run/descriptor_files.h"
 #include "dry_run/plugin_functions.h"
 #include "standalone_host/session_copy.h"
 
@@ -56,7 +56,7 @@ UsedFiles used_files(const eclipse_host::Plugin& plugin, const Session& session)
   add_instances(library, session, used);
   for (const DescriptorFile& descriptor : descriptors_of(library, session)) {
     used.files.emplace_back(descriptor.path);
-    for (const plugin_config& record : library.records(descriptor.directory, descriptor.name)) {
+    for (const plugin_config& record : library.records(descriptor.directory, descriptor_content(descriptor.path).bytes)) {
       if (!record.repository.empty()) used.sites.emplace_back(record.base_dir + "/" + record.repository);
     }
   }

@@ -53,10 +53,11 @@ std::optional<fs::path> holder_around(const fs::path& directory) {
 }
 
 /// Whether a repository of one of these descriptor files is there when they are those of a component in `directory`.
-bool holds_a_site(const PluginFunctions& library, const fs::path& directory, const std::vector<fs::path>& descriptors) {
+bool contains_a_site(const PluginFunctions& library, DescriptorFiles& files, const fs::path& directory,
+                     const std::vector<fs::path>& descriptors) {
   for (const fs::path& descriptor : descriptors) {
     std::set<std::string> repositories;
-    auto records = library.records(directory.string(), descriptor.lexically_relative(directory).string());
+    auto records = library.records(directory.string(), files.at(descriptor.string()).bytes);
     std::erase_if(records, [&](const plugin_config& record) { return !repositories.insert(record.repository).second; });
     for (const auto& placement : library.placements(records)) {
       std::error_code error;
@@ -67,11 +68,11 @@ bool holds_a_site(const PluginFunctions& library, const fs::path& directory, con
 }
 
 /// The directory of the component that has these descriptor files in an etc/eclipse of `holder`; `outermost` lies around that.
-fs::path component_of(const PluginFunctions& library, const fs::path& holder, const fs::path& outermost,
+fs::path component_of(const PluginFunctions& library, DescriptorFiles& files, const fs::path& holder, const fs::path& outermost,
                       const std::vector<fs::path>& descriptors) {
   if (holder == outermost) return holder;
   for (fs::path directory = holder;; directory = directory.parent_path()) {
-    if (holds_a_site(library, directory, descriptors)) return directory;
+    if (contains_a_site(library, files, directory, descriptors)) return directory;
     if (directory == outermost || !directory.has_relative_path()) return holder;
   }
 }
@@ -79,8 +80,12 @@ fs::path component_of(const PluginFunctions& library, const fs::path& holder, co
 /// Takes the files of a directory apart by their components. All names are relative to it.
 class ComponentSearch {
  public:
-  ComponentSearch(const PluginFunctions& library, const fs::path& directory)
-      : library_(library), directory_(directory), absolute_(canonical_path(directory)), names_(files_of(directory)) {}
+  ComponentSearch(const PluginFunctions& library, DescriptorFiles& files, const fs::path& directory)
+      : library_(library),
+        files_(files),
+        directory_(directory),
+        absolute_(canonical_path(directory)),
+        names_(files_of(directory)) {}
 
   std::vector<ComponentDirectory> search() {
     for (const std::string& name : names_) {
@@ -95,7 +100,7 @@ class ComponentSearch {
   ComponentDirectory component_around(const fs::path& holder) const {
     std::vector<fs::path> files(names_.size());
     std::transform(names_.begin(), names_.end(), files.begin(), [&](const std::string& name) { return absolute_ / name; });
-    ComponentDirectory component{component_of(library_, holder, absolute_.root_path(), files), {}};
+    ComponentDirectory component{component_of(library_, files_, holder, absolute_.root_path(), files), {}};
     for (std::size_t i = 0; i < names_.size(); ++i) {
       component.files.push_back({files[i].lexically_relative(component.path).string(), (directory_ / names_[i]).string()});
     }
@@ -107,7 +112,7 @@ class ComponentSearch {
     std::map<std::string, std::string> components;  // by the directories that hold an etc/eclipse
     for (const auto& [holder, files] : descriptors_) {
       const fs::path path = holder.empty() ? absolute_ : absolute_ / holder;
-      const fs::path component = component_of(library_, path, absolute_, files);
+      const fs::path component = component_of(library_, files_, path, absolute_, files);
       components[holder] = component == absolute_ ? "" : component.lexically_relative(absolute_).string();
       found_[components[holder]];
     }
@@ -132,6 +137,7 @@ class ComponentSearch {
   }
 
   const PluginFunctions& library_;
+  DescriptorFiles& files_;
   fs::path directory_;
   fs::path absolute_;
   std::vector<std::string> names_;
@@ -141,8 +147,9 @@ class ComponentSearch {
 
 }  // namespace
 
-std::vector<ComponentDirectory> component_directories(const PluginFunctions& library, const fs::path& directory) {
-  return ComponentSearch(library, directory).search();
+std::vector<ComponentDirectory> component_directories(const PluginFunctions& library, DescriptorFiles& files,
+                                                      const fs::path& directory) {
+  return ComponentSearch(library, files, directory).search();
 }
 
 }  // namespace eclipse_lint

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "dry_run/descriptor_files.h"
 #include "dry_run/plugin_functions.h"
 
 namespace eclipse_lint {
@@ -26,6 +27,7 @@ struct ComponentDirectory {
 /// component's etc/eclipse gives that component, with the files of this directory alone. What belongs to no component is of the
 /// searched directory itself. Throws FileError when a directory cannot be searched.
 std::vector<ComponentDirectory> component_directories(const eclipse_dry_run::PluginFunctions& library,
+                                                      eclipse_dry_run::DescriptorFiles& files,
                                                       const std::filesystem::path& directory);
 
 }  // namespace eclipse_lint

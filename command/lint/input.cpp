@@ -1,10 +1,8 @@
 #include "lint/input.h"
 
 #include <algorithm>
-#include <fstream>
 #include <map>
 #include <set>
-#include <sstream>
 
 #include "base/file_error.h"
 #include "base/files_below.h"
@@ -25,14 +23,6 @@ namespace eclipse_lint {
 
 namespace {
 
-std::optional<std::string> content_of(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) return std::nullopt;
-  std::ostringstream content;
-  content << stream.rdbuf();
-  return std::move(content).str();
-}
-
 /// A path as a person reads it best: relative where it lies below the working directory, if that is still there.
 std::string shown(const std::string& file) {
   std::error_code error;
@@ -49,8 +39,8 @@ bool is_text(std::string_view content) {
 
 class InputReader {
  public:
-  InputReader(const PluginFunctions& library, Repositories& sites)
-      : library_(library), sites_(sites), input_(std::make_unique<Input>()) {
+  InputReader(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files)
+      : library_(library), sites_(sites), files_(files), input_(std::make_unique<Input>()) {
     input_->library = &library;
   }
 
@@ -75,21 +65,22 @@ class InputReader {
 
   std::unique_ptr<Input> read_session(const fs::path& file, const AddVariables& add_variables) {
     input_->has_components = true;
-    auto session = std::make_unique<Session>();
-    read_session_file(file, *session);
-    JsonLocations places(file.string(), content_of(file).value_or(""));
-    SessionFacts& facts = input_->session.emplace(SessionFacts{std::move(places), std::move(session), {}, {}, {}, {}});
-    read_session_places(JsonDocument(file).root());
+    SessionFacts& facts = input_->session.emplace();
+    facts.document = std::make_unique<const JsonDocument>(file);
+    facts.session = std::make_unique<Session>();
+    eclipse_host::read_session(*facts.document, *facts.session);
+    add_session_locations();
     add_more_variables(file, add_variables);
     read_unlisted();
     facts.executables = library_.executables(*facts.session);
-    facts.run = perform_dry_run(library_.plugin(), *facts.session, std::set<std::size_t>{0});
+    facts.run = perform_dry_run(library_.plugin(), *facts.session, files_, std::set<std::size_t>{0});
     return finish();
   }
 
  private:
-  void read_session_places(const JsonElement& root) {
+  void add_session_locations() {
     SessionFacts& facts = *input_->session;
+    const JsonElement root = facts.document->root();
     facts.mode = location_of(root.get("mode"));
     if (const auto variables = root.find("variables")) {
       for (const JsonElement& variable : variables->members()) facts.variables[variable.key()] = location_of(variable);
@@ -149,7 +140,11 @@ class InputReader {
     }
   }
 
-  Location location_of(const JsonElement& element) const { return input_->session->places.location(element.offset()); }
+  /// The line itself is left out: there are many locations, and the whole file may be one line.
+  Location location_of(const JsonElement& element) const {
+    const JsonLocation location = element.location();
+    return {input_->session->document->file().string(), location.line, location.column, location.length};
+  }
 
   Component& add_component(CatalogueComponent& catalogue, Location location) {
     Component& component = input_->components.emplace_back();
@@ -172,26 +167,25 @@ class InputReader {
     Descriptor& descriptor = input_->descriptors.emplace_back();
     descriptor.component = component;
     descriptor.file = shown_file;
-    DescriptorContent content = descriptor_content(file.path);
-    descriptor.content = std::move(content.bytes);
-    descriptor.read_error = std::move(content.error);
+    const DescriptorContent& content = files_.at(file.path);
+    descriptor.content = content.bytes;
+    descriptor.read_error = content.error;
     descriptor.is_text = descriptor.is_readable() && is_text(descriptor.content);
     if (descriptor.is_text) descriptor.lines = descriptor_lines(library_, descriptor.content);
-    add_records(descriptor, library_.records(file.directory, file.name));
+    add_records(descriptor, library_.records(file.directory, content.bytes));
   }
 
-  /// A record without a line takes its slot all the same.
+  /// The records of a file that is not text only take their slots.
   void add_records(Descriptor& descriptor, std::vector<plugin_config> configs) {
-    const auto lines = lines_of_records(descriptor.lines, configs);
-    for (std::size_t i = 0; i < configs.size(); ++i) {
-      if (lines[i] != nullptr) {
-        config_of_record_.push_back(input_->configs.size());
-        input_->records.push_back({nullptr, &descriptor, lines[i], std::nullopt});
-      } else if (descriptor.is_text) {
-        descriptor.read_error = changed_while_read;
+    if (descriptor.is_text) {
+      std::size_t config = input_->configs.size();
+      for (const Line* const line : lines_of_records(descriptor.lines, configs)) {
+        config_of_record_.push_back(config++);
+        input_->records.push_back({nullptr, &descriptor, line, std::nullopt});
       }
-      input_->configs.push_back(std::move(configs[i]));
     }
+    input_->configs.insert(input_->configs.end(), std::make_move_iterator(configs.begin()),
+                           std::make_move_iterator(configs.end()));
   }
 
   std::unique_ptr<Input> finish() {
@@ -207,6 +201,7 @@ class InputReader {
 
   const PluginFunctions& library_;
   Repositories& sites_;
+  DescriptorFiles& files_;
   std::unique_ptr<Input> input_;
   std::vector<std::size_t> config_of_record_;
 };
@@ -229,11 +224,11 @@ std::shared_ptr<const UnitVersions> offered_to(const std::vector<std::unique_ptr
   return units;
 }
 
-std::vector<std::unique_ptr<Input>> read_directory(const PluginFunctions& library, Repositories& sites,
+std::vector<std::unique_ptr<Input>> read_directory(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,
                                                    const fs::path& directory) {
   std::vector<std::unique_ptr<Input>> products;
-  for (const ComponentDirectory& component : component_directories(library, directory)) {
-    products.push_back(InputReader(library, sites).read_component(component, directory.string()));
+  for (const ComponentDirectory& component : component_directories(library, files, directory)) {
+    products.push_back(InputReader(library, sites, files).read_component(component, directory.string()));
   }
   return products;
 }
@@ -278,8 +273,8 @@ const Location& SessionFacts::location_of(const std::string& variable) const {
   return found == variables.end() ? mode : found->second;
 }
 
-std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, Repositories& sites, const fs::path& path,
-                                                const AddVariables& add_variables) {
+std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,
+                                                const fs::path& path, const AddVariables& add_variables) {
   std::error_code error;
   const auto status = fs::status(path, error);
   const bool is_readable = fs::is_directory(status) || fs::is_regular_file(status);
@@ -289,11 +284,11 @@ std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, 
   }
   std::vector<std::unique_ptr<Input>> inputs;
   if (fs::is_directory(status)) {
-    inputs = read_directory(library, sites, path);
+    inputs = read_directory(library, sites, files, path);
   } else if (path.extension() == ".json") {
-    inputs.push_back(InputReader(library, sites).read_session(path, add_variables));
+    inputs.push_back(InputReader(library, sites, files).read_session(path, add_variables));
   } else {
-    inputs.push_back(InputReader(library, sites).read_descriptor(path));
+    inputs.push_back(InputReader(library, sites, files).read_descriptor(path));
     return inputs;
   }
   const auto offered = offered_to(inputs);

@@ -11,11 +11,12 @@
 #include <string_view>
 #include <vector>
 
+#include "base/json_document.h"
+#include "dry_run/descriptor_files.h"
 #include "dry_run/descriptor_lines.h"
 #include "dry_run/dry_run.h"
 #include "dry_run/plugin_functions.h"
 #include "lint/finding.h"
-#include "lint/json_locations.h"
 #include "p2/repository.h"
 #include "standalone_host/session.h"
 
@@ -33,7 +34,7 @@ using Line = eclipse_dry_run::DescriptorLine;
 struct Descriptor {
   const Component* component;
   std::string file;  ///< as it is shown
-  std::string content;
+  std::string_view content;
   std::string read_error;  ///< why the file could not be read completely; empty when it could
   bool is_text = false;    ///< 8-bit text with line feeds; where it is not, lines and records say nothing
   std::deque<Line> lines;
@@ -88,9 +89,9 @@ struct UnlistedFile {
   eclipse_dry_run::DescriptorFile file;
 };
 
-/// What only a session tells.
+/// What only a session has.
 struct SessionFacts {
-  JsonLocations places;
+  std::unique_ptr<const eclipse_base::JsonDocument> document;
   std::unique_ptr<eclipse_host::Session> session;
   /// Where each is set; as a whole file, without a line, when it is set outside of the session file.
   std::map<std::string, Location> variables;
@@ -128,10 +129,10 @@ using AddVariables = std::function<void(eclipse_host::Session& session)>;
 
 /// Reads a descriptor file, a directory, or, when the name ends in ".json", a session file. A directory gives an input for each
 /// component in it, and what their repositories contain is available to all of them. Throws FileError when the input cannot be
-/// read or is none of the three.
+/// read or is none of the three. The inputs refer to the other arguments.
 std::vector<std::unique_ptr<Input>> read_inputs(const eclipse_dry_run::PluginFunctions& library,
-                                                eclipse_p2::Repositories& sites, const std::filesystem::path& path,
-                                                const AddVariables& add_variables);
+                                                eclipse_p2::Repositories& sites, eclipse_dry_run::DescriptorFiles& files,
+                                                const std::filesystem::path& path, const AddVariables& add_variables);
 
 }  // namespace eclipse_lint
 

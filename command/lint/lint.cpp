@@ -42,7 +42,7 @@ std::size_t line_number(const JsonElement& element, const JsonDocument& document
   std::size_t number = 0;
   const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
   if (read.ec != std::errc() || number == 0 || read.ptr != text.data() + text.size())
-    element.fault("is not a line number; write a whole number from 1");
+    element.fail("is not a line number; write a whole number from 1");
   return number;
 }
 
@@ -51,13 +51,13 @@ Override read_override(const JsonElement& element, const JsonDocument& document)
   Override entry;
   const JsonElement rule = element.get("rule");
   entry.rule = rule.text();
-  if (find_rule(entry.rule) == nullptr) rule.fault(unknown_rule(entry.rule));
+  if (find_rule(entry.rule) == nullptr) rule.fail(unknown_rule(entry.rule));
   if (const auto file = element.find("file")) entry.file = file->text();
   if (const auto line = element.find("line")) entry.line = line_number(*line, document);
   const JsonElement reason = element.get("reason");
   entry.reason = reason.text();
   if (entry.reason.find_first_not_of(" \t\r\n") == std::string::npos)
-    reason.fault("is empty; write why the finding is acceptable");
+    reason.fail("is empty; write why the finding is acceptable");
   return entry;
 }
 
@@ -70,8 +70,8 @@ void check(const Input& input, const Settings& settings, Findings& findings) {
   }
   if (!input.session) return;
   for (Finding& finding : findings) {
-    const bool stands_in_session = finding.location.file == input.session->mode.file && finding.location.line != 0;
-    if (stands_in_session) finding.location.text = input.session->places.line(finding.location.line);
+    const bool is_in_session = finding.location.file == input.session->mode.file && finding.location.line != 0;
+    if (is_in_session) finding.location.text = input.session->document->line(finding.location.line);
   }
 }
 
@@ -116,8 +116,9 @@ std::vector<Override> read_overrides(const fs::path& file) {
 }
 
 Findings lint(const PluginFunctions& library, Repositories& sites, const fs::path& path, const Settings& settings) {
+  DescriptorFiles files;
   Findings findings;
-  for (const auto& input : read_inputs(library, sites, path, settings.add_variables)) check(*input, settings, findings);
+  for (const auto& input : read_inputs(library, sites, files, path, settings.add_variables)) check(*input, settings, findings);
   remove_superseded(findings);
   std::sort(findings.begin(), findings.end(), comes_before);
   // A file that is listed twice is read twice.

@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "dry_run/command_pieces.h"
+#include "dry_run/descriptor_files.h"
 #include "dry_run/descriptor_lines.h"
 #include "dry_run/dry_run.h"
 #include "dry_run/plugin_functions.h"
@@ -53,7 +54,7 @@ class PlanMaker {
         functions_(plugin),
         session_(session),
         retries_(retries),
-        run_(perform_dry_run(plugin, session,
+        run_(perform_dry_run(plugin, session, files_,
                              retries == Retries::distinct ? std::optional(std::set<std::size_t>{0, 1}) : std::nullopt)) {}
 
   bool is_eclipse_chosen() const {
@@ -102,17 +103,16 @@ class PlanMaker {
   PlannedDescriptor add_descriptor(const ListedDescriptor& descriptor) {
     PlannedDescriptor planned{descriptor.path, descriptor.exists, 0, ""};
     if (!descriptor.exists) return planned;
-    DescriptorContent content = descriptor_content(descriptor.path);
+    const DescriptorContent& content = files_.at(descriptor.path);
     auto lines = descriptor_lines(functions_, content.bytes);
-    std::vector<plugin_config> records = functions_.records(descriptor.directory, descriptor.name);
+    std::vector<plugin_config> records = functions_.records(descriptor.directory, content.bytes);
     const auto line_of = lines_of_records(lines, records);
     planned.records = records.size();
-    planned.error = std::move(content.error);
-    if (planned.error.empty() && planned.records > 0 && line_of.back() == nullptr) planned.error = changed_while_read;
+    planned.error = content.error;
     for (std::size_t i = 0; i < records.size(); ++i) {
       PlannedRecord& record = plan_.records.emplace_back();
       record.file = descriptor.path;
-      record.line = line_of[i] == nullptr ? 0 : line_of[i]->number;
+      record.line = line_of[i]->number;
       record.component = plan_.components.size();
       record.config = std::move(records[i]);
     }
@@ -168,7 +168,7 @@ class PlanMaker {
     const DistinctRetries distinct = distinct_retries(run_.commands.at(1), features_);
     plan_.representative_retry = distinct.representative;
     if (distinct.numbers.size() == 1) return;
-    for (auto& command : perform_dry_run(plugin_, session_, distinct.numbers).commands)
+    for (auto& command : perform_dry_run(plugin_, session_, files_, distinct.numbers).commands)
       run_.commands.insert(std::move(command));
   }
 
@@ -252,6 +252,7 @@ class PlanMaker {
   PluginFunctions functions_;
   const Session& session_;
   Retries retries_;
+  DescriptorFiles files_;
   DryRun run_;
   std::map<std::string, std::int64_t> wanted_slots_;
   std::vector<std::string> features_;  ///< in install order

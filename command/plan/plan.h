@@ -49,7 +49,7 @@ enum class RecordStatus {
 
 struct PlannedRecord {
   std::string file;
-  std::size_t line = 0;       ///< from 1; 0 when the file was changed while it was read
+  std::size_t line = 0;       ///< from 1
   std::size_t component = 0;  ///< its number in the plan
   plugin_config config;
   RecordStatus status = RecordStatus::no_repository;

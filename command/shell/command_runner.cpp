@@ -201,11 +201,11 @@ CommandResult run_in_shell(const std::string& command, const CommandProgress& pr
   CommandResult result;
   Outputs outputs;
   pid_t process = 0;
-  const std::string fault = start_shell(command, SpawnOptions(outputs), process);
+  const std::string error = start_shell(command, SpawnOptions(outputs), process);
   outputs.close_write_ends();
-  if (!fault.empty()) {
+  if (!error.empty()) {
     result.exit_code = no_exit_code;
-    result.error_output = "cannot start /bin/sh: " + fault + "\n";
+    result.error_output = "cannot start /bin/sh: " + error + "\n";
     progress.on_error_output(result.error_output);
     return result;
   }

@@ -165,8 +165,10 @@ void print_log(const char* format, ...) {
 
 std::string path(std::string text) {
   if (goes_badly("path", text)) return {};
-  if (is_plainly_normal(text)) return text;
-  return without_trailing_slashes(std::filesystem::path(text).lexically_normal().string());
+  if (!is_plainly_normal(text)) text = without_trailing_slashes(std::filesystem::path(text).lexically_normal().string());
+  const auto& replace = active_session().replace_path;
+  if (replace) return replace(std::move(text));
+  return text;
 }
 
 std::string resolved_path(std::string text) {

@@ -66,6 +66,8 @@ class Session : public session_t {
   /// Sees each variable that is written, after it was.
   std::function<void(const std::string& name, const std::string& value)> on_variable = [](const std::string&,
                                                                                           const std::string&) {};
+  /// Gives the path that path() returns in the place of this one, when set.
+  std::function<std::string(std::string path)> replace_path;
   /// Sees each buffer that get_file() hands to the plug-in, which is to free() it. Left empty, it costs nothing.
   std::function<void(const void* buffer)> on_file_buffer;
   /// Sees each call before it is carried out; what it throws comes out of the operation. Left empty, it costs nothing.

@@ -15,8 +15,8 @@ namespace eclipse_host {
 
 namespace {
 
-/// Whether it is a link that leads to nothing: in a circle, say. One that leads through a closed directory is none.
-bool leads_nowhere(const std::filesystem::directory_entry& entry) {
+/// Whether it is a symlink that is dangling or part of a cycle. One through an unreadable directory is neither.
+bool is_dangling(const std::filesystem::directory_entry& entry) {
   if (!entry.is_symlink()) return false;
   std::error_code error;
   entry.status(error);
@@ -25,8 +25,8 @@ bool leads_nowhere(const std::filesystem::directory_entry& entry) {
 
 class SessionReader {
  public:
-  SessionReader(const std::filesystem::path& file, Session& session)
-      : document_(file), directory_(absolute_path(file).lexically_normal().parent_path()), session_(session) {}
+  SessionReader(const JsonDocument& document, Session& session)
+      : document_(document), directory_(absolute_path(document.file()).lexically_normal().parent_path()), session_(session) {}
 
   void read() {
     const JsonElement root = document_.root();
@@ -42,7 +42,7 @@ class SessionReader {
  private:
   static std::string read_mode(const JsonElement& mode) {
     if (std::find(modes.begin(), modes.end(), mode.text()) == modes.end()) {
-      mode.fault(in_quotes(mode.text()) + " is no mode; write \"install\", \"modify\" or \"uninstall\"");
+      mode.fail("unknown mode " + in_quotes(mode.text()) + "; write \"install\", \"modify\" or \"uninstall\"");
     }
     return mode.text();
   }
@@ -54,8 +54,8 @@ class SessionReader {
 
   void read_variables(const JsonElement& variables) {
     for (const JsonElement& variable : variables.members()) {
-      if (variable.key().empty()) variable.fault_at_key("the name is empty; name the variable");
-      if (variable.key() == "KORU_MODE") variable.fault_at_key("is set by \"mode\"; take it out here");
+      if (variable.key().empty()) variable.fail_at_key("the name is empty; name the variable");
+      if (variable.key() == "KORU_MODE") variable.fail_at_key("is set by \"mode\"; remove it here");
       session_.variables[variable.key()] = variable.text();
     }
   }
@@ -63,34 +63,34 @@ class SessionReader {
   void read_component(const JsonElement& element) {
     element.allow_keys({"code", "installBase", "installDir", "capabilities", "install", "remove", "installed", "package"});
     auto component = std::make_unique<CatalogueComponent>();
-    component->code = read_code(element.get("code"), element.place());
+    component->code = read_code(element.get("code"), element.path());
     component->installBase = read_base(element.get("installBase"));
     component->installDir = element.get("installDir").text();
     component->selected_for_install = read_flag(element, "install");
     component->selected_for_removal = read_flag(element, "remove");
     component->installed = read_flag(element, "installed");
-    if (const auto capabilities = element.find("capabilities")) read_capabilities(*capabilities, element.place(), *component);
+    if (const auto capabilities = element.find("capabilities")) read_capabilities(*capabilities, element.path(), *component);
     if (const auto package = element.find("package")) component->package = read_package(*package, *component);
     session_.components.push_back(std::move(component));
   }
 
-  std::string read_code(const JsonElement& code, const std::string& component_place) {
+  std::string read_code(const JsonElement& code, const std::string& component_path) {
     if (code.text().empty()) return "";
-    const auto [first, is_new] = places_of_codes_.emplace(code.text(), component_place);
+    const auto [first, is_new] = paths_of_codes_.emplace(code.text(), component_path);
     if (!is_new)
-      code.fault(in_quotes(code.text()) + " is the code of " + first->second + " already; give each component its own");
+      code.fail(in_quotes(code.text()) + " is already the code of " + first->second + "; give each component its own code");
     return code.text();
   }
 
-  /// An empty one stays empty: it is no directory of its own.
+  /// An empty one stays empty: it is not the session file's directory.
   std::string read_base(const JsonElement& base) const { return base.text().empty() ? "" : absolute(base.text()); }
 
-  void read_capabilities(const JsonElement& capabilities, const std::string& component_place, CatalogueComponent& component) {
+  void read_capabilities(const JsonElement& capabilities, const std::string& component_path, CatalogueComponent& component) {
     for (const JsonElement& capability : capabilities.items()) {
-      const auto [first, is_new] = places_of_capabilities_.emplace(capability.text(), component_place);
+      const auto [first, is_new] = paths_of_capabilities_.emplace(capability.text(), component_path);
       if (!is_new) {
-        capability.fault(in_quotes(capability.text()) + " is given by " + first->second +
-                         " already; number or qualify it: any name that contains it counts");
+        capability.fail(in_quotes(capability.text()) + " is already a capability of " + first->second +
+                        "; make the name unique: any name containing it works");
       }
       session_.capabilities->emplace(capability.text(), &component);
     }
@@ -110,10 +110,10 @@ class SessionReader {
   std::vector<std::string> read_files(const JsonElement& package) const {
     const auto files = package.find("files");
     const auto scan = package.find("scan");
-    if (files && scan) scan->fault_at_key("stands beside \"files\"; keep one of the two");
+    if (files && scan) scan->fail_at_key("cannot be combined with \"files\"; keep one of the two");
     if (scan) return scanned_files(*scan);
     if (!files)
-      package.fault("\"files\" or \"scan\" is missing; list the package's files, or name the directory to take them from");
+      package.fail("\"files\" or \"scan\" is missing; list the package's files, or name the directory to take them from");
     std::vector<std::string> paths;
     for (const JsonElement& path : files->items()) paths.push_back(path.text());
     return paths;
@@ -122,16 +122,16 @@ class SessionReader {
   std::vector<std::string> scanned_files(const JsonElement& scan) const {
     const std::filesystem::path directory = existing_directory(scan);
     std::vector<std::string> paths;
-    std::filesystem::path last = directory;  // what goes wrong below a directory is not always said with a path
+    std::filesystem::path last = directory;  // an error below a directory does not always have a path
     try {
       for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
         last = entry.path();
-        if (!leads_nowhere(entry) && entry.is_regular_file())
+        if (!is_dangling(entry) && entry.is_regular_file())
           paths.push_back(entry.path().lexically_relative(directory).string());
       }
     } catch (const std::filesystem::filesystem_error& error) {
-      scan.fault("cannot be scanned: " + in_quotes((error.path1().empty() ? last : error.path1()).string()) + ": " +
-                 error.code().message() + "; make it readable, or list the files in \"files\"");
+      scan.fail("cannot be scanned: " + in_quotes((error.path1().empty() ? last : error.path1()).string()) + ": " +
+                error.code().message() + "; make it readable, or list the files in \"files\"");
     }
     std::sort(paths.begin(), paths.end());
     return paths;
@@ -142,10 +142,10 @@ class SessionReader {
     std::error_code error;
     const auto status = std::filesystem::status(directory, error);
     if (status.type() == std::filesystem::file_type::not_found) {
-      element.fault("the directory " + in_quotes(directory) + " is not there; make it, or correct the path");
+      element.fail("the directory " + in_quotes(directory) + " does not exist; create it, or correct the path");
     }
-    if (error) element.fault(in_quotes(directory) + " cannot be reached: " + error.message() + "; correct the path");
-    if (!std::filesystem::is_directory(status)) element.fault(in_quotes(directory) + " is no directory; correct the path");
+    if (error) element.fail(in_quotes(directory) + " cannot be reached: " + error.message() + "; correct the path");
+    if (!std::filesystem::is_directory(status)) element.fail(in_quotes(directory) + " is not a directory; correct the path");
     return directory;
   }
 
@@ -155,15 +155,17 @@ class SessionReader {
     return path;
   }
 
-  const JsonDocument document_;
+  const JsonDocument& document_;
   const std::filesystem::path directory_;
   Session& session_;
-  std::map<std::string, std::string> places_of_codes_;
-  std::map<std::string, std::string> places_of_capabilities_;
+  std::map<std::string, std::string> paths_of_codes_;
+  std::map<std::string, std::string> paths_of_capabilities_;
 };
 
 }  // namespace
 
-void read_session_file(const std::filesystem::path& file, Session& session) { SessionReader(file, session).read(); }
+void read_session(const JsonDocument& document, Session& session) { SessionReader(document, session).read(); }
+
+void read_session_file(const std::filesystem::path& file, Session& session) { read_session(JsonDocument(file), session); }
 
 }  // namespace eclipse_host

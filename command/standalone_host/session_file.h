@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "base/file_error.h"
+#include "base/json_document.h"
 #include "standalone_host/session.h"
 
 namespace eclipse_host {
@@ -12,6 +13,9 @@ namespace eclipse_host {
 /// Reads a session file and fills `session`, which is as it was made, with what it says: variables (its mode as KORU_MODE),
 /// components and the capability map. Relative paths in it become absolute, relative to the file. Throws FileError.
 void read_session_file(const std::filesystem::path& file, Session& session);
+
+/// The same for a file that was read already.
+void read_session(const eclipse_base::JsonDocument& document, Session& session);
 
 }  // namespace eclipse_host
 

@@ -1,4 +1,4 @@
-// The variables file: what a host keeps of a session's variables from one run to the next, as a JSON object of texts.
+// The variables file: the session variables that a host keeps from one run to the next, as a JSON object of strings.
 #ifndef ECLIPSE_INT_STANDALONE_HOST_VARIABLES_FILE_H
 #define ECLIPSE_INT_STANDALONE_HOST_VARIABLES_FILE_H
 
@@ -16,13 +16,13 @@ using Variables = std::map<std::string, std::string>;
 /// Reads what write_variables_file() wrote; comments are allowed. Throws FileError.
 Variables read_variables_file(const std::filesystem::path& file);
 
-/// Finds out whether write_variables_file() can write these variables there, and leaves nothing behind. Throws FileError.
+/// Checks whether write_variables_file() can write these variables there, and changes nothing. Throws FileError.
 void check_variables_file(const std::filesystem::path& file, const Variables& variables);
 
-/// Writes all variables but those that speak of one run only (KORU_MODE, QN_SCRIPTS_FAILED, QN_SCRIPTS_COMPLETE_DESC). The file
-/// is replaced as a whole or not at all; it keeps its permissions, its owner and group as far as the process may set them, and
-/// where it is a link, what the link names is replaced. Throws FileError, also when a text is not UTF-8, since JSON cannot
-/// carry it: then all other variables are written.
+/// Writes all variables except for those of a single run (KORU_MODE, QN_SCRIPTS_FAILED, QN_SCRIPTS_COMPLETE_DESC). The file is
+/// replaced completely or not at all; it keeps its permissions, and its owner and group as far as the process may set them. If
+/// it is a link, its target is replaced. Throws FileError, also when a text is not UTF-8, which JSON cannot represent: then all
+/// other variables are written.
 void write_variables_file(const std::filesystem::path& file, const Variables& variables);
 
 }  // namespace eclipse_host

@@ -17,116 +17,118 @@ using eclipse_base::JsonDocument;
 using eclipse_base::JsonElement;
 
 /// What reading a file with this text is refused with; "read" when it is not.
-std::string fault_of(const std::string& text) {
+std::string error_of(const std::string& text) {
   const fake::TemporaryDirectory directory;
   fake::write_file("f", text);
   try {
     const JsonDocument document("f");
-  } catch (const FileError& fault) {
-    return fault.what();
+  } catch (const FileError& error) {
+    return error.what();
   }
   return "read";
 }
 
-struct Fault {
+struct Error {
   const char* text;
   const char* message;
 };
 
-class SyntaxFault : public testing::TestWithParam<Fault> {};
+class SyntaxError : public testing::TestWithParam<Error> {};
 
-TEST_P(SyntaxFault, IsTold) { EXPECT_EQ(fault_of(GetParam().text), GetParam().message); }
+TEST_P(SyntaxError, IsReported) { EXPECT_EQ(error_of(GetParam().text), GetParam().message); }
 
 INSTANTIATE_TEST_SUITE_P(
-    JsonDocument, SyntaxFault,
+    JsonDocument, SyntaxError,
     testing::Values(
-        Fault{"", "f:1:1: document: is empty; write JSON into it"},
-        Fault{" \t\r\n", "f:1:1: document: is empty; write JSON into it"},
-        Fault{"\xEF\xBB\xBF", "f:1:1: document: is empty; write JSON into it"},
-        Fault{"// nothing else",
+        Error{"", "f:1:1: document: is empty; write JSON into it"},
+        Error{" \t\r\n", "f:1:1: document: is empty; write JSON into it"},
+        Error{"\xEF\xBB\xBF", "f:1:1: document: is empty; write JSON into it"},
+        Error{"// nothing else",
               "f:1:16: document: syntax error, unexpected end of input; a value belongs here, and no comma after the last one"},
-        Fault{"{",
+        Error{"{",
               "f:1:2: document: syntax error, unexpected end of input; a key in double quotes belongs here, and no comma "
               "after the last member"},
-        Fault{"{\"a\": 1,\n}",
+        Error{"{\"a\": 1,\n}",
               "f:2:1: document: syntax error, unexpected '}'; a key in double quotes belongs here, and no comma "
               "after the last member"},
-        Fault{"{\"a\": 1 \"b\": 2}", "f:1:9: document: syntax error, unexpected string literal; a comma or '}' belongs here"},
-        Fault{"{\"a\" \"\\\\\\\"\"}", "f:1:6: a: syntax error, unexpected string literal; a ':' belongs between key and value"},
-        Fault{"{\"a\": }", "f:1:7: a: syntax error, unexpected '}'; a value belongs here, and no comma after the last one"},
-        Fault{"[1,]", "f:1:4: document: syntax error, unexpected ']'; a value belongs here, and no comma after the last one"},
-        Fault{"[[], [1 -22.5e1]]", "f:1:9: [1]: syntax error, unexpected number literal; a comma or ']' belongs here"},
-        Fault{"{\"a\": {\"b c\": [0, {\"d\": [}]}}",
+        Error{"{\"a\": 1 \"b\": 2}", "f:1:9: document: syntax error, unexpected string literal; a comma or '}' belongs here"},
+        Error{"{\"a\" \"\\\\\\\"\"}", "f:1:6: a: syntax error, unexpected string literal; a ':' belongs between key and value"},
+        Error{"{\"a\": }", "f:1:7: a: syntax error, unexpected '}'; a value belongs here, and no comma after the last one"},
+        Error{"[1,]", "f:1:4: document: syntax error, unexpected ']'; a value belongs here, and no comma after the last one"},
+        Error{"[[], [1 -22.5e1]]", "f:1:9: [1]: syntax error, unexpected number literal; a comma or ']' belongs here"},
+        Error{"{\"a\": {\"b c\": [0, {\"d\": [}]}}",
               "f:1:26: a[\"b c\"][1].d: syntax error, unexpected '}'; a value belongs here, and no comma after the last one"},
-        Fault{"{}\n{}", "f:2:1: document: syntax error, unexpected '{'; the document is complete before this"},
-        Fault{"{\"a\":\n  install}",
-              "f:2:3: a: syntax error, invalid literal; write texts in double quotes, else true, false or null"},
-        Fault{"{'a': 1}",
-              "f:1:2: document: syntax error, invalid literal; write texts in double quotes, else true, false or null"},
-        Fault{"[01]", "f:1:2: document: syntax error, unexpected number literal; a comma or ']' belongs here"},
-        Fault{"[-]", "f:1:3: document: syntax error, invalid number; expected digit after '-'; correct the text here"},
-        Fault{"[1e999]", "f:1:2: document: syntax error, number overflow parsing '1e999'; correct the text here"},
-        Fault{"[\"a\n\"]",
+        Error{"{}\n{}", "f:2:1: document: syntax error, unexpected '{'; the document is complete before this"},
+        Error{"{\"a\":\n  install}",
+              "f:2:3: a: syntax error, invalid literal; write strings in double quotes; other values are numbers, true, false "
+              "and null"},
+        Error{"{'a': 1}",
+              "f:1:2: document: syntax error, invalid literal; write strings in double quotes; other values are numbers, true, "
+              "false and null"},
+        Error{"[01]", "f:1:2: document: syntax error, unexpected number literal; a comma or ']' belongs here"},
+        Error{"[-]", "f:1:3: document: syntax error, invalid number; expected digit after '-'; correct the text here"},
+        Error{"[1e999]", "f:1:2: document: syntax error, number overflow parsing '1e999'; correct the text here"},
+        Error{"[\"a\n\"]",
               "f:1:4: document: syntax error, invalid string: control character U+000A (LF) must be escaped to "
               "\\u000A or \\n; correct the text here"},
-        Fault{"[\"a", "f:1:4: document: syntax error, invalid string: missing closing quote; correct the text here"},
-        Fault{"[\"\xC3\xA4\xFF\"]",
+        Error{"[\"a", "f:1:4: document: syntax error, invalid string: missing closing quote; correct the text here"},
+        Error{"[\"\xC3\xA4\xFF\"]",
               "f:1:4: document: syntax error, invalid string: ill-formed UTF-8 byte; correct the text here"},
-        Fault{"[\"\\x\"]",
+        Error{"[\"\\x\"]",
               "f:1:4: document: syntax error, invalid string: forbidden character after backslash; correct the text here"},
-        Fault{"[ /* open", "f:1:10: document: syntax error, invalid comment; missing closing '*/'; correct the text here"},
-        Fault{"{\"a\": 1,\n \"b\": 2,\n \"a\": 3}", "f:3:2: a: the key is given twice, first in line 1; keep one of the two"},
-        Fault{"{\"a\": [{\"b\": 1, \"\\u0062\": 1}]}",
+        Error{"[ /* open", "f:1:10: document: syntax error, invalid comment; missing closing '*/'; correct the text here"},
+        Error{"{\"a\": 1,\n \"b\": 2,\n \"a\": 3}", "f:3:2: a: the key is given twice, first in line 1; keep one of the two"},
+        Error{"{\"a\": [{\"b\": 1, \"\\u0062\": 1}]}",
               "f:1:17: a[0].b: the key is given twice, first in line 1; keep one of the two"},
-        Fault{"{\"a\": \"x\\u0000\"}", "f:1:7: a: holds a zero character (\\u0000), where texts end; take it out"},
-        Fault{"{\"x\\u0000\": 1}", "f:1:2: [\"x\\x00\"]: holds a zero character (\\u0000), where texts end; take it out"}));
+        Error{"{\"a\": \"x\\u0000\"}", "f:1:7: a: contains a zero character (\\u0000), where texts end; remove it"},
+        Error{"{\"x\\u0000\": 1}", "f:1:2: [\"x\\x00\"]: contains a zero character (\\u0000), where texts end; remove it"}));
 
 TEST(JsonDocument, RefusesZeroBytes) {
-  EXPECT_EQ(fault_of(std::string("{}\0", 3)), "f:1:3: document: holds a zero byte; save it as UTF-8 text");
-  EXPECT_EQ(fault_of(std::string("{\0}\0", 4)), "f:1:2: document: holds a zero byte; save it as UTF-8 text");
+  EXPECT_EQ(error_of(std::string("{}\0", 3)), "f:1:3: document: contains a zero byte; save it as UTF-8 text");
+  EXPECT_EQ(error_of(std::string("{\0}\0", 4)), "f:1:2: document: contains a zero byte; save it as UTF-8 text");
 }
 
 TEST(JsonDocument, RefusesDeepNesting) {
-  EXPECT_EQ(fault_of(std::string(64, '[') + std::string(64, ']')), "read");
-  EXPECT_EQ(fault_of(std::string(65, '[') + std::string(65, ']')),
-            "f:1:65: document: is nested deeper than 64 levels here; take levels away");
-  EXPECT_EQ(fault_of(std::string(1000000, '[')), "f:1:65: document: is nested deeper than 64 levels here; take levels away");
+  EXPECT_EQ(error_of(std::string(64, '[') + std::string(64, ']')), "read");
+  EXPECT_EQ(error_of(std::string(65, '[') + std::string(65, ']')),
+            "f:1:65: document: is nested deeper than 64 levels here; remove levels");
+  EXPECT_EQ(error_of(std::string(1000000, '[')), "f:1:65: document: is nested deeper than 64 levels here; remove levels");
 }
 
 TEST(JsonDocument, RefusesWhatCannotBeRead) {
   const fake::TemporaryDirectory directory;
-  const auto fault_of_file = [](const char* file) -> std::string {
+  const auto error_of_file = [](const char* file) -> std::string {
     try {
       const JsonDocument document(file);
-    } catch (const FileError& fault) {
-      return fault.what();
+    } catch (const FileError& error) {
+      return error.what();
     }
     return "read";
   };
-  EXPECT_EQ(fault_of_file("missing"), "missing: cannot be read: No such file or directory; give the path of a JSON file");
+  EXPECT_EQ(error_of_file("missing"), "missing: cannot be read: No such file or directory; give the path of a JSON file");
   ASSERT_EQ(mkfifo("pipe", 0600), 0);
   for (const std::string file : {".", "pipe", "/dev/zero"}) {
-    EXPECT_EQ(fault_of_file(file.c_str()), file + ": is not a regular file; give the path of a JSON file");
+    EXPECT_EQ(error_of_file(file.c_str()), file + ": is not a regular file; give the path of a JSON file");
   }
-  EXPECT_EQ(fault_of_file(""), ": cannot be read: No such file or directory; give the path of a JSON file");
+  EXPECT_EQ(error_of_file(""), ": cannot be read: No such file or directory; give the path of a JSON file");
   fake::write_file("large", "");
   std::filesystem::resize_file("large", (std::uintmax_t{64} << 20U) + 1);
-  EXPECT_EQ(fault_of_file("large"), "large: is larger than 64 MiB; give the path of a JSON file");
+  EXPECT_EQ(error_of_file("large"), "large: is larger than 64 MiB; give the path of a JSON file");
 }
 
-/// Line and column of a value, told by refusing it.
+/// Line and column of a value, as the message of an error gives them.
 std::string place_of(const JsonElement& element) {
   try {
-    element.fault("x");
-  } catch (const FileError& fault) {
-    return fault.what();
+    element.fail("x");
+  } catch (const FileError& error) {
+    return error.what();
   }
 }
 
 std::vector<std::string> places_of(const JsonElement& element) {
   std::vector<std::string> places = {place_of(element)};
-  const bool is_list = element.place().find("list") != std::string::npos && element.place().find('[') == std::string::npos;
-  const bool is_object = element.place().empty() || element.place().ends_with("object");
+  const bool is_list = element.path().find("list") != std::string::npos && element.path().find('[') == std::string::npos;
+  const bool is_object = element.path().empty() || element.path().ends_with("object");
   for (const JsonElement& child : is_list ? element.items() : is_object ? element.members() : std::vector<JsonElement>()) {
     const auto below = places_of(child);
     places.insert(places.end(), below.begin(), below.end());
@@ -158,7 +160,7 @@ TEST(JsonDocument, FindsANumberThatIsAllThereIs) {
   }
 }
 
-TEST(JsonElement, SaysWhatItFoundAndWhatItWanted) {
+TEST(JsonElement, SaysWhatItExpectedAndWhatItFound) {
   const fake::TemporaryDirectory directory;
   fake::write_file("f", R"([null, true, 1, "x", [], {}])");
   const JsonDocument document("f");
@@ -166,8 +168,8 @@ TEST(JsonElement, SaysWhatItFoundAndWhatItWanted) {
   const auto wanted = [](const auto& ask) -> std::string {
     try {
       ask();
-    } catch (const FileError& fault) {
-      return fault.what();
+    } catch (const FileError& error) {
+      return error.what();
     }
     return "had";
   };
@@ -178,17 +180,17 @@ TEST(JsonElement, SaysWhatItFoundAndWhatItWanted) {
     outcomes.push_back(wanted([&] { item.items(); }));
     outcomes.push_back(wanted([&] { item.members(); }));
   }
-  const auto refused = [](const std::string& found, const std::string& wanted_kind, const std::string& fix) {
-    return ": found " + found + ", wanted " + wanted_kind + "; " + fix;
+  const auto refused = [](const std::string& found, const std::string& expected_kind, const std::string& fix) {
+    return ": expected " + expected_kind + ", found " + found + "; " + fix;
   };
   std::vector<std::string> expected;
-  const std::vector<std::string> kinds = {"null", "true or false", "a number", "a text", "a list", "an object"};
+  const std::vector<std::string> kinds = {"null", "true or false", "a number", "a string", "an array", "an object"};
   const std::vector<std::string> columns = {"2", "8", "14", "17", "22", "26"};
   for (std::size_t i = 0; i < kinds.size(); ++i) {
     const std::string place = "f:1:" + columns[i] + ": [" + std::to_string(i) + "]";
-    expected.push_back(i == 3 ? "had" : place + refused(kinds[i], "a text", "write it in double quotes"));
+    expected.push_back(i == 3 ? "had" : place + refused(kinds[i], "a string", "write it in double quotes"));
     expected.push_back(i == 1 ? "had" : place + refused(kinds[i], "true or false", "write true or false, without quotes"));
-    expected.push_back(i == 4 ? "had" : place + refused(kinds[i], "a list", "write it in [ ]"));
+    expected.push_back(i == 4 ? "had" : place + refused(kinds[i], "an array", "write it in [ ]"));
     expected.push_back(i == 5 ? "had" : place + refused(kinds[i], "an object", "write it in { }"));
   }
   EXPECT_EQ(outcomes, expected);

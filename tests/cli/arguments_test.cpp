@@ -12,13 +12,13 @@ namespace {
 class Arguments : public ChildCommand {
  protected:
   /// Nothing on standard output, one message, status 2, and no director was started.
-  void expect_fault(const std::string& arguments, const std::string& message) const {
+  void expect_error(const std::string& arguments, const std::string& message) const {
     EXPECT_EQ(eclipse_int(arguments), (Outcome{2, "", "eclipse-int: " + message + "\n"})) << arguments;
     EXPECT_EQ(director_calls(), "");
   }
 
   void expect_usage_fault(const std::string& arguments, const std::string& message) const {
-    expect_fault(arguments, message + "\nRun with --help for more information.");
+    expect_error(arguments, message + "\nRun with --help for more information.");
   }
 };
 
@@ -94,25 +94,25 @@ TEST_F(Arguments, FaultsOfFilesAreTold) {
   std::filesystem::create_directory("directory");
   fake::write_file("bad.json", "{\"mode\": 1}");
   const std::string unreadable = ": cannot be read: No such file or directory; give the path of a JSON file";
-  expect_fault("run missing.json", "missing.json" + unreadable);
-  expect_fault("run ''", unreadable);
-  expect_fault("run directory", "directory: is not a regular file; give the path of a JSON file");
-  expect_fault("run bad.json", "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
-  expect_fault("run bad.json --json", "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
-  expect_fault("call find_eclipse_ide bad.json",
-               "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
-  expect_fault("run session.json --variables missing", "missing" + unreadable);
-  expect_fault("run session.json --variables bad.json",
-               "bad.json:1:10: mode: found a number, wanted a text; write it in double quotes");
-  expect_fault(
+  expect_error("run missing.json", "missing.json" + unreadable);
+  expect_error("run ''", unreadable);
+  expect_error("run directory", "directory: is not a regular file; give the path of a JSON file");
+  expect_error("run bad.json", "bad.json:1:10: mode: expected a string, found a number; write it in double quotes");
+  expect_error("run bad.json --json", "bad.json:1:10: mode: expected a string, found a number; write it in double quotes");
+  expect_error("call find_eclipse_ide bad.json",
+               "bad.json:1:10: mode: expected a string, found a number; write it in double quotes");
+  expect_error("run session.json --variables missing", "missing" + unreadable);
+  expect_error("run session.json --variables bad.json",
+               "bad.json:1:10: mode: expected a string, found a number; write it in double quotes");
+  expect_error(
       "run session.json --write-variables missing/v.json",
       "missing/v.json: cannot be written: No such file or directory; give the path of a writable file in a writable directory");
-  expect_fault("run session.json --log missing/log",
+  expect_error("run session.json --log missing/log",
                "missing/log: cannot open the log: No such file or directory; give the "
                "path of a file that can be written");
-  expect_fault("run session.json --log directory",
+  expect_error("run session.json --log directory",
                "directory: cannot open the log: Is a directory; give the path of a file that can be written");
-  expect_fault("run session.json --log ''",
+  expect_error("run session.json --log ''",
                ": cannot open the log: No such file or directory; give the path of a file that can be written");
 }
 
@@ -126,13 +126,13 @@ TEST_F(Arguments, OutputsDoNotOverwriteWhatIsUsed) {
   const std::string session = content_of("session.json");
   std::filesystem::create_symlink("session.json", "link");
   std::filesystem::create_hard_link("session.json", "hard-link");
-  expect_fault("run session.json --log ./session.json", would_overwrite("./session.json", "--log", "session.json"));
-  expect_fault("run session.json --log link", would_overwrite("link", "--log", "session.json"));
-  expect_fault("run session.json --log hard-link", would_overwrite("hard-link", "--log", "session.json"));
-  expect_fault("run session.json --variables v.json --log v.json", would_overwrite("v.json", "--log", "v.json"));
-  expect_fault("run session.json --write-variables new.json --log ./new.json",
+  expect_error("run session.json --log ./session.json", would_overwrite("./session.json", "--log", "session.json"));
+  expect_error("run session.json --log link", would_overwrite("link", "--log", "session.json"));
+  expect_error("run session.json --log hard-link", would_overwrite("hard-link", "--log", "session.json"));
+  expect_error("run session.json --variables v.json --log v.json", would_overwrite("v.json", "--log", "v.json"));
+  expect_error("run session.json --write-variables new.json --log ./new.json",
                would_overwrite("./new.json", "--log", "new.json"));
-  expect_fault("run session.json --write-variables session.json",
+  expect_error("run session.json --write-variables session.json",
                would_overwrite("session.json", "--write-variables", "session.json"));
   EXPECT_EQ(content_of("session.json"), session);
   EXPECT_EQ(content_of("v.json"), "{}");
@@ -146,7 +146,7 @@ TEST_F(Arguments, OutputsDoNotOverwriteTheEclipse) {
   std::filesystem::create_symlink("eclipse/configuration/config.ini", "link");
   for (const std::string option : {"--log", "--write-variables"}) {
     const auto refused = [&](const std::string& file, const std::string& used) {
-      expect_fault("run session.json " + option + " " + file, would_overwrite(file, option, "DIRECTORY/eclipse/" + used));
+      expect_error("run session.json " + option + " " + file, would_overwrite(file, option, "DIRECTORY/eclipse/" + used));
     };
     refused("eclipse/eclipse", "eclipse");
     refused("hard-link", "eclipse");
@@ -166,9 +166,9 @@ TEST_F(Arguments, OutputsDoNotOverwriteTheProduct) {
   const std::string descriptor = content_of("tools/etc/eclipse/tools.txt");
   std::filesystem::create_symlink("tools/etc/eclipse/tools.txt", "link");
   for (const std::string option : {"--log", "--write-variables"}) {
-    expect_fault("run session.json " + option + " link",
+    expect_error("run session.json " + option + " link",
                  would_overwrite("link", option, "DIRECTORY/tools/etc/eclipse/tools.txt"));
-    expect_fault("call find_eclipse_ide session.json " + option + " ide/bin/eclipse",
+    expect_error("call find_eclipse_ide session.json " + option + " ide/bin/eclipse",
                  would_overwrite("ide/bin/eclipse", option, "DIRECTORY/ide/bin/eclipse"));
     for (int run = 1; run <= 2; ++run) EXPECT_EQ(eclipse_int("run session.json " + option + " tools/new").status, 0);
   }
@@ -208,7 +208,7 @@ TEST_F(Arguments, OutputsDoNotOverwriteUpdateSitesOrInstalledFiles) {
   std::filesystem::create_hard_link("tools/site/plugins/one.jar", "hard-link");
   for (const std::string option : {"--log", "--write-variables"}) {
     const auto refused = [&](const std::string& file, const std::string& used) {
-      expect_fault("run session.json " + option + " " + file, would_overwrite(file, option, used));
+      expect_error("run session.json " + option + " " + file, would_overwrite(file, option, used));
     };
     refused("tools/site/content.jar", "DIRECTORY/tools/site/content.jar");
     refused("hard-link", "DIRECTORY/tools/site/plugins/one.jar");
@@ -225,18 +225,18 @@ TEST_F(Arguments, AnythingButThePlugInIsNotLoaded) {
   write_session("install");
   std::filesystem::copy_file(ANOTHER_LIBRARY, "another.so");
   const std::string fix = "; give the path of libeclipse_int.so";
-  expect_fault(
+  expect_error(
       "run session.json --plugin missing.so",
       "missing.so: cannot be loaded: DIRECTORY/missing.so: cannot open shared object file: No such file or directory" + fix);
   ASSERT_EQ(mkfifo("fifo.so", 0600), 0);
   EXPECT_EQ(eclipse_int("run session.json --plugin fifo.so", "timeout 10").error,
             "eclipse-int: fifo.so: is not a regular file; give the path of libeclipse_int.so\n");
-  expect_fault(
+  expect_error(
       "run session.json --plugin another.so",
       "another.so: has no action \"eclipse_integration_required\"; this is not the plug-in, or not this version of it");
-  expect_fault("run session.json --plugin session.json",
+  expect_error("run session.json --plugin session.json",
                "session.json: cannot be loaded: DIRECTORY/session.json: invalid ELF header" + fix);
-  expect_fault(
+  expect_error(
       "run session.json --plugin libm.so.6",
       "libm.so.6: cannot be loaded: DIRECTORY/libm.so.6: cannot open shared object file: No such file or directory" + fix);
 }

@@ -34,7 +34,7 @@ TEST_F(LogFile, HoldsEachLineAsItComes) {
   EXPECT_EQ(seen, before_the_command);
 }
 
-TEST_F(LogFile, IsNotTouchedWhenTheSessionIsAtFault) {
+TEST_F(LogFile, IsNotTouchedWhenTheSessionHasAnError) {
   fake::write_file("session.json", "{}");
   fake::write_file("log", "old\n");
   EXPECT_EQ(eclipse_int("run session.json --log log").status, 2);

@@ -1,9 +1,9 @@
-// That lines are ascribed to the right records, and that a file that cannot be read completely is recognised.
+// That each record is matched with its line.
 #include "dry_run/descriptor_lines.h"
 
 #include <gtest/gtest.h>
 
-#include "fake_host/temporary_directory.h"
+#include <stdexcept>
 
 using namespace eclipse_dry_run;
 
@@ -15,15 +15,12 @@ const PluginFunctions& functions() {
   return functions;
 }
 
-/// The numbers of the lines of the records that the plug-in reads from a file with the content `read`, in the text `text`; 0
-/// for none.
+/// The numbers of the lines of the records that the plug-in reads from the content `read`, in the text `text`.
 std::vector<std::size_t> numbers(const std::string& read, const std::string& text) {
-  const fake::TemporaryDirectory directory;
-  fake::write_file("descriptor", read);
   auto lines = descriptor_lines(functions(), text);
   std::vector<std::size_t> numbers;
-  for (const DescriptorLine* const line : lines_of_records(lines, functions().records(directory.path(), "descriptor"))) {
-    numbers.push_back(line == nullptr ? 0 : line->number);
+  for (const DescriptorLine* const line : lines_of_records(lines, functions().records("directory", read))) {
+    numbers.push_back(line->number);
   }
   return numbers;
 }
@@ -44,38 +41,15 @@ TEST(DescriptorLines, ColumnsAreThoseOfThePlugin) {
   EXPECT_TRUE(lines[2].columns.empty() || lines[2].columns.front().empty());
 }
 
-TEST(DescriptorLines, RecordsOfAnotherContentHaveNone) {
-  EXPECT_EQ(numbers("s\tF\ns\tG\ns\tH\n", "s\tF\ns\tH\n"), (Numbers{1, 0, 0}));
-  EXPECT_EQ(numbers("s\tF\n", ""), (Numbers{0}));
+TEST(DescriptorLines, ZeroBytesArePartOfALine) {
+  const std::string text("a\0\tF\0\n\0\nb\tG\0", 13);
+  EXPECT_EQ(numbers(text, text), (Numbers{1, 3}));
+}
+
+TEST(DescriptorLines, RecordsOfAnotherContentAreAnError) {
+  EXPECT_THROW(numbers("s\tF\ns\tG\ns\tH\n", "s\tF\ns\tH\n"), std::logic_error);
+  EXPECT_THROW(numbers("s\tF\n", ""), std::logic_error);
   EXPECT_EQ(numbers("", "s\tF\n"), Numbers());
-}
-
-TEST(DescriptorContent, HasEveryByteOfAFile) {
-  const fake::TemporaryDirectory directory;
-  const std::string bytes = std::string("a\0\r\n", 4) + std::string(200'000, 'x');
-  fake::write_file("file", bytes);
-  const DescriptorContent content = descriptor_content("file");
-  EXPECT_EQ(content.bytes, bytes);
-  EXPECT_EQ(content.error, "");
-}
-
-TEST(DescriptorContent, TellsWhyAFileCannotBeRead) {
-  const fake::TemporaryDirectory directory;
-  std::filesystem::create_directory("directory");
-  EXPECT_EQ(descriptor_content("missing").error, "No such file or directory");
-  EXPECT_EQ(descriptor_content("directory").error, "it is not a regular file");
-  // Its first pages are not mapped.
-  EXPECT_EQ(descriptor_content("/proc/self/mem").error, "Input/output error after 0 bytes");
-}
-
-/// The files of the kernel have another size than content.
-TEST(DescriptorContent, TellsWhenTheSizeIsAnother) {
-  EXPECT_EQ(descriptor_content("/proc/version").error, "it contains more than the 0 bytes that are its size");
-  EXPECT_EQ(descriptor_content("/proc/version").bytes, "");
-  const std::string shorter = "/sys/kernel/uevent_seqnum";
-  if (!std::filesystem::exists(shorter)) GTEST_SKIP() << shorter << " does not exist";
-  const DescriptorContent content = descriptor_content(shorter);
-  EXPECT_EQ(content.error, "its size is 4096 bytes, but only " + std::to_string(content.bytes.size()) + " could be read");
 }
 
 }  // namespace

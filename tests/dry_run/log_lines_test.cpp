@@ -34,7 +34,10 @@ class LogLines : public testing::Test {
     return component;
   }
 
-  DryRun run() const { return perform_dry_run(plugin, session, std::set<std::size_t>{0}); }
+  DryRun run() const {
+    DescriptorFiles files;
+    return perform_dry_run(plugin, session, files, std::set<std::size_t>{0});
+  }
 
   /// What `read` finds in the lines of the log.
   template <typename Read>

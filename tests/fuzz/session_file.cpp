@@ -37,10 +37,10 @@ std::string read_or_refused() {
   Session session;
   try {
     eclipse_host::read_session_file(file, session);
-  } catch (const eclipse_base::FileError& fault) {
-    const std::string message = fault.what();
+  } catch (const eclipse_base::FileError& error) {
+    const std::string message = error.what();
     const bool is_one_line = message.find_first_of("\n\r") == message.npos;
-    if (!message.starts_with(file + ":") || !is_one_line) fuzz::report("a fault is told as: " + readable(message));
+    if (!message.starts_with(file + ":") || !is_one_line) fuzz::report("the message of an error is: " + readable(message));
     return message;
   }
   return description(session);

@@ -176,7 +176,7 @@ TEST_F(LintCommand, ErrorsInOneInputDoNotKeepTheOthersFromBeingChecked) {
   EXPECT_NE(lint.output.find("[line-without-tab]"), std::string::npos);
   write_file("session.json", "{\"mode\": \"instal\", \"components\": []}");
   EXPECT_EQ(eclipse_int("lint session.json").error_output,
-            "eclipse-int: session.json:1:10: mode: \"instal\" is no mode; write \"install\", \"modify\" or \"uninstall\"\n");
+            "eclipse-int: session.json:1:10: mode: unknown mode \"instal\"; write \"install\", \"modify\" or \"uninstall\"\n");
 }
 
 TEST_F(LintCommand, ErrorsInArgumentsAreStatus2) {

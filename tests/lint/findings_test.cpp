@@ -441,20 +441,20 @@ TEST(Findings, ManyRecordsHaveTheirOwnLocations) {
   EXPECT_EQ(summary_of(findings_in("t", {.disabled = {"order-as-dependency"}, .overrides = {}})), expected);
 }
 
-TEST(Findings, DirectoryThatCannotBeSearchedIsAFault) {
+TEST(Findings, DirectoryThatCannotBeSearchedIsAnError) {
   const fake::TemporaryDirectory directory;
   write_file("c/closed/t", "");
   std::filesystem::permissions("c/closed", std::filesystem::perms(0));
   try {
     findings_in("c");
-    ADD_FAILURE() << "no fault";
-  } catch (const eclipse_base::FileError& fault) {
-    EXPECT_STREQ(fault.what(), "c: cannot be searched: Permission denied; make it and the directories in it readable");
+    ADD_FAILURE() << "no error";
+  } catch (const eclipse_base::FileError& error) {
+    EXPECT_STREQ(error.what(), "c: cannot be searched: Permission denied; make it and the directories in it readable");
   }
   std::filesystem::permissions("c/closed", std::filesystem::perms(0755));
 }
 
-TEST(Findings, InputThatIsNotThereIsAFault) {
+TEST(Findings, MissingInputIsAnError) {
   const fake::TemporaryDirectory directory;
   EXPECT_THROW(findings_in("missing"), eclipse_base::FileError);
 }

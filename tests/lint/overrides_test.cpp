@@ -8,15 +8,15 @@ using fake::write_file;
 
 namespace {
 
-/// The fault in a file of overrides, without the file's name; empty when there is none.
-std::string fault_of(const std::string& content) {
+/// The error in a file of overrides, without the file's name; empty when there is none.
+std::string error_of(const std::string& content) {
   const fake::TemporaryDirectory directory;
   write_file("overrides.json", content);
   try {
     read_overrides("overrides.json");
     return "";
-  } catch (const eclipse_base::FileError& fault) {
-    return std::string(fault.what()).substr(std::string("overrides.json:").size());
+  } catch (const eclipse_base::FileError& error) {
+    return std::string(error.what()).substr(std::string("overrides.json:").size());
   }
 }
 
@@ -49,19 +49,19 @@ TEST(Overrides, SuppressWhatTheyName) {
 }
 
 TEST(Overrides, ErrorsAreReportedAtTheirLocations) {
-  EXPECT_EQ(fault_of(""), "1:1: document: is empty; write JSON into it");
-  EXPECT_EQ(fault_of("{}"), "1:1: document: found an object, wanted a list; write it in [ ]");
-  EXPECT_EQ(fault_of(R"([{"reason": "why"}])"), "1:2: [0]: the key \"rule\" is missing; add it");
-  EXPECT_EQ(fault_of(R"([{"rule": "feature-pinned"}])"), "1:2: [0]: the key \"reason\" is missing; add it");
-  EXPECT_EQ(fault_of(R"([{"rule": "feature-pinned", "reason": " "}])"),
+  EXPECT_EQ(error_of(""), "1:1: document: is empty; write JSON into it");
+  EXPECT_EQ(error_of("{}"), "1:1: document: expected an array, found an object; write it in [ ]");
+  EXPECT_EQ(error_of(R"([{"reason": "why"}])"), "1:2: [0]: the key \"rule\" is missing; add it");
+  EXPECT_EQ(error_of(R"([{"rule": "feature-pinned"}])"), "1:2: [0]: the key \"reason\" is missing; add it");
+  EXPECT_EQ(error_of(R"([{"rule": "feature-pinned", "reason": " "}])"),
             "1:39: [0].reason: is empty; write why the finding is acceptable");
-  EXPECT_EQ(fault_of(R"([{"rule": "feature-pined", "reason": "why"}])"),
+  EXPECT_EQ(error_of(R"([{"rule": "feature-pined", "reason": "why"}])"),
             "1:11: [0].rule: there is no rule \"feature-pined\"; did you mean \"feature-pinned\"?");
-  EXPECT_EQ(fault_of(R"([{"rule": "feature-pinned", "lines": 2, "reason": "why"}])"),
+  EXPECT_EQ(error_of(R"([{"rule": "feature-pinned", "lines": 2, "reason": "why"}])"),
             "1:29: [0].lines: unknown key; did you mean \"line\"?");
   for (const std::string line : {"0", "-1", "1.5", "\"2\"", "1e3", "99999999999999999999999"}) {
-    const std::string fault = fault_of(R"([{"rule": "feature-pinned", "line": )" + line + R"(, "reason": "why"}])");
-    EXPECT_EQ(fault, "1:37: [0].line: is not a line number; write a whole number from 1") << line;
+    const std::string error = error_of(R"([{"rule": "feature-pinned", "line": )" + line + R"(, "reason": "why"}])");
+    EXPECT_EQ(error, "1:37: [0].line: is not a line number; write a whole number from 1") << line;
   }
 }
 

@@ -193,9 +193,9 @@ TEST_F(SessionFindings, ScannedDirectoryThatIsClosedIsNamed) {
     std::filesystem::permissions(closed, std::filesystem::perms(0));
     try {
       findings_with({}, {component});
-      ADD_FAILURE() << closed << ": no fault";
-    } catch (const eclipse_base::FileError& fault) {
-      const std::string message = fault.what();
+      ADD_FAILURE() << closed << ": no error";
+    } catch (const eclipse_base::FileError& error) {
+      const std::string message = error.what();
       EXPECT_NE(message.find("cannot be scanned: \"" + directory.path() + "/" + closed + "\": Permission denied"), message.npos)
           << message;
     }

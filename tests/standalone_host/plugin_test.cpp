@@ -46,7 +46,7 @@ TEST(Plugin, NameWithoutADirectoryIsLookedForInTheWorkingDirectory) {
   EXPECT_EQ(Plugin("plugin.so").library(), "plugin.so");
 }
 
-TEST(Plugin, WhatIsNoPluginIsRefusedWithItsFault) {
+TEST(Plugin, AnotherLibraryIsRefusedWithAReason) {
   const fake::TemporaryDirectory directory;
   fake::write_file("text.so", std::string(1000, 'x'));
   std::filesystem::create_directory("directory.so");

@@ -20,13 +20,13 @@ using eclipse_host::read_session_file;
 using eclipse_host::Session;
 using Names = std::vector<std::string>;
 
-std::string fault_of(const std::string& text) {
+std::string error_of(const std::string& text) {
   fake::write_file("s.json", text);
   Session session;
   try {
     read_session_file("s.json", session);
-  } catch (const FileError& fault) {
-    return fault.what();
+  } catch (const FileError& error) {
+    return error.what();
   }
   return "read";
 }
@@ -131,20 +131,20 @@ TEST_F(SessionFile, ListsTheRegularFilesOfAScannedDirectoryByTheirBytes) {
   EXPECT_EQ(component(0).package->files, (Names{"B", "a\\b", "b.x", "b/x", "etc/eclipse/f.txt", "link", "\xC3\xA4"}));
 }
 
-struct Fault {
+struct Error {
   std::string text;
   std::string message;  ///< with DIRECTORY for the session file's directory
 };
 
-class SessionFileError : public testing::TestWithParam<Fault> {};
+class SessionFileError : public testing::TestWithParam<Error> {};
 
-TEST_P(SessionFileError, IsTold) {
+TEST_P(SessionFileError, IsReported) {
   const fake::TemporaryDirectory directory;
   fake::write_file("file", "");
   std::string expected = GetParam().message;
   const std::size_t mark = expected.find("DIRECTORY");
   if (mark != std::string::npos) expected.replace(mark, std::string_view("DIRECTORY").size(), directory.path());
-  EXPECT_EQ(fault_of(GetParam().text), expected);
+  EXPECT_EQ(error_of(GetParam().text), expected);
 }
 
 const std::string known_keys = R"("$schema", "mode", "graphical", "variables", "components")";
@@ -152,74 +152,79 @@ const std::string known_keys = R"("$schema", "mode", "graphical", "variables", "
 INSTANTIATE_TEST_SUITE_P(
     SessionFile, SessionFileError,
     testing::Values(
-        Fault{"[]", "s.json:1:1: document: found a list, wanted an object; write it in { }"},
-        Fault{"{\"mode\": \"install\"}", "s.json:1:1: document: the key \"components\" is missing; add it"},
-        Fault{"\n {\"components\": []}", "s.json:2:2: document: the key \"mode\" is missing; add it"},
-        Fault{"{\"Mode\": \"install\"}", "s.json:1:2: Mode: unknown key; did you mean \"mode\"?"},
-        Fault{"{\"varables\": {}}", "s.json:1:2: varables: unknown key; did you mean \"variables\"?"},
-        Fault{"{\"zebra\": 1}", "s.json:1:2: zebra: unknown key; known here: " + known_keys},
-        Fault{"{\"\": 1}", "s.json:1:2: [\"\"]: unknown key; known here: " + known_keys},
-        Fault{"{\"mode\": 1}", "s.json:1:10: mode: found a number, wanted a text; write it in double quotes"},
-        Fault{"{\"mode\": \"Install\"}",
-              "s.json:1:10: mode: \"Install\" is no mode; write \"install\", \"modify\" or \"uninstall\""},
-        Fault{"{\"mode\": \"install\", \"$schema\": null}",
-              "s.json:1:32: $schema: found null, wanted a text; write it in double quotes"},
-        Fault{"{\"mode\": \"install\", \"graphical\": \"no\"}",
-              "s.json:1:34: graphical: found a text, wanted true or false; write true or false, without quotes"},
-        Fault{"{\"mode\": \"install\", \"variables\": []}",
-              "s.json:1:34: variables: found a list, wanted an object; write it in { }"},
-        Fault{"{\"mode\": \"install\", \"variables\": {\"A\": 1}}",
-              "s.json:1:40: variables.A: found a number, wanted a text; write it in double quotes"},
-        Fault{"{\"mode\": \"install\", \"variables\": {\"KORU_MODE\": \"install\"}}",
-              "s.json:1:35: variables.KORU_MODE: is set by \"mode\"; take it out here"},
-        Fault{"{\"mode\": \"install\", \"variables\": {\"\": \"\"}}",
+        Error{"[]", "s.json:1:1: document: expected an object, found an array; write it in { }"},
+        Error{"{\"mode\": \"install\"}", "s.json:1:1: document: the key \"components\" is missing; add it"},
+        Error{"\n {\"components\": []}", "s.json:2:2: document: the key \"mode\" is missing; add it"},
+        Error{"{\"Mode\": \"install\"}", "s.json:1:2: Mode: unknown key; did you mean \"mode\"?"},
+        Error{"{\"varables\": {}}", "s.json:1:2: varables: unknown key; did you mean \"variables\"?"},
+        Error{"{\"zebra\": 1}", "s.json:1:2: zebra: unknown key; known here: " + known_keys},
+        Error{"{\"\": 1}", "s.json:1:2: [\"\"]: unknown key; known here: " + known_keys},
+        Error{"{\"mode\": 1}", "s.json:1:10: mode: expected a string, found a number; write it in double quotes"},
+        Error{"{\"mode\": \"Install\"}",
+              "s.json:1:10: mode: unknown mode \"Install\"; write \"install\", \"modify\" or \"uninstall\""},
+        Error{"{\"mode\": \"install\", \"$schema\": null}",
+              "s.json:1:32: $schema: expected a string, found null; write it in double quotes"},
+        Error{"{\"mode\": \"install\", \"graphical\": \"no\"}",
+              "s.json:1:34: graphical: expected true or false, found a string; write true or false, without quotes"},
+        Error{"{\"mode\": \"install\", \"variables\": []}",
+              "s.json:1:34: variables: expected an object, found an array; write it in { }"},
+        Error{"{\"mode\": \"install\", \"variables\": {\"A\": 1}}",
+              "s.json:1:40: variables.A: expected a string, found a number; write it in double quotes"},
+        Error{"{\"mode\": \"install\", \"variables\": {\"KORU_MODE\": \"install\"}}",
+              "s.json:1:35: variables.KORU_MODE: is set by \"mode\"; remove it here"},
+        Error{"{\"mode\": \"install\", \"variables\": {\"\": \"\"}}",
               "s.json:1:35: variables[\"\"]: the name is empty; name the variable"},
-        Fault{"{\"mode\": \"install\", \"components\": {}}",
-              "s.json:1:35: components: found an object, wanted a list; write it in [ ]"},
-        Fault{"{\"mode\": \"install\", \"components\": [\n{}]}",
+        Error{"{\"mode\": \"install\", \"components\": {}}",
+              "s.json:1:35: components: expected an array, found an object; write it in [ ]"},
+        Error{"{\"mode\": \"install\", \"components\": [\n{}]}",
               "s.json:2:1: components[0]: the key \"code\" is missing; add it"},
-        Fault{"{\"mode\": \"install\", \"components\": [{\"code\": \"a\"}]}",
+        Error{"{\"mode\": \"install\", \"components\": [{\"code\": \"a\"}]}",
               "s.json:1:36: components[0]: the key \"installBase\" is missing; add it"},
-        Fault{"{\"mode\": \"install\", \"components\": [{\"code\": \"a\", \"installBase\": \"\"}]}",
+        Error{"{\"mode\": \"install\", \"components\": [{\"code\": \"a\", \"installBase\": \"\"}]}",
               "s.json:1:36: components[0]: the key \"installDir\" is missing; add it"},
-        Fault{with_component("\n\"instal\": true"), "s.json:2:1: components[0].instal: unknown key; did you mean \"install\"?"},
-        Fault{with_component("\n\"install\": 1"),
-              "s.json:2:12: components[0].install: found a number, wanted true or false; write true or false, without quotes"},
-        Fault{with_component("\n\"capabilities\": \"ECLIPSE_IDE\""),
-              "s.json:2:17: components[0].capabilities: found a text, wanted a list; write it in [ ]"},
-        Fault{with_component("\n\"capabilities\": [1]"),
-              "s.json:2:18: components[0].capabilities[0]: found a number, wanted a text; write it in double quotes"},
-        Fault{with_component("\n\"capabilities\": [\"A\", \"A\"]"),
-              "s.json:2:23: components[0].capabilities[1]: \"A\" is given by components[0] already; number or qualify it: any "
-              "name "
-              "that contains it counts"},
-        Fault{with_component("\"capabilities\": [\"A\"]}, {\"code\": \"b\", \"installBase\": \"\", \"installDir\": \"\",\n"
-                             "\"capabilities\": [\"B\", \"A\"]"),
-              "s.json:2:23: components[1].capabilities[1]: \"A\" is given by components[0] already; number or qualify it: any "
-              "name "
-              "that contains it counts"},
-        Fault{with_component("\"install\": true}, {\n\"code\": \"a\", \"installBase\": \"\", \"installDir\": \"\""),
-              "s.json:2:9: components[1].code: \"a\" is the code of components[0] already; give each component its own"},
-        Fault{with_component("\n\"package\": null"),
-              "s.json:2:12: components[0].package: found null, wanted an object; write it in { }"},
-        Fault{with_component("\n\"package\": {}"),
+        Error{with_component("\n\"instal\": true"), "s.json:2:1: components[0].instal: unknown key; did you mean \"install\"?"},
+        Error{
+            with_component("\n\"install\": 1"),
+            "s.json:2:12: components[0].install: expected true or false, found a number; write true or false, without quotes"},
+        Error{with_component("\n\"capabilities\": \"ECLIPSE_IDE\""),
+              "s.json:2:17: components[0].capabilities: expected an array, found a string; write it in [ ]"},
+        Error{with_component("\n\"capabilities\": [1]"),
+              "s.json:2:18: components[0].capabilities[0]: expected a string, found a number; write it in double quotes"},
+        Error{
+            with_component("\n\"capabilities\": [\"A\", \"A\"]"),
+            "s.json:2:23: components[0].capabilities[1]: \"A\" is already a capability of components[0]; make the name unique: "
+            "any name "
+            "containing it works"},
+        Error{
+            with_component("\"capabilities\": [\"A\"]}, {\"code\": \"b\", \"installBase\": \"\", \"installDir\": \"\",\n"
+                           "\"capabilities\": [\"B\", \"A\"]"),
+            "s.json:2:23: components[1].capabilities[1]: \"A\" is already a capability of components[0]; make the name unique: "
+            "any name "
+            "containing it works"},
+        Error{with_component("\"install\": true}, {\n\"code\": \"a\", \"installBase\": \"\", \"installDir\": \"\""),
+              "s.json:2:9: components[1].code: \"a\" is already the code of components[0]; give each component its own code"},
+        Error{with_component("\n\"package\": null"),
+              "s.json:2:12: components[0].package: expected an object, found null; write it in { }"},
+        Error{with_component("\n\"package\": {}"),
               "s.json:2:12: components[0].package: \"files\" or \"scan\" is missing; list the "
               "package's files, or name the directory to take them from"},
-        Fault{with_component("\n\"package\": {\"files\": [], \"scan\": \".\"}"),
-              "s.json:2:26: components[0].package.scan: stands beside \"files\"; keep one of the two"},
-        Fault{with_component("\n\"package\": {\"files\": [[]]}"),
-              "s.json:2:23: components[0].package.files[0]: found a list, wanted a text; write it in double quotes"},
-        Fault{with_component("\n\"package\": {\"file\": []}"),
+        Error{with_component("\n\"package\": {\"files\": [], \"scan\": \".\"}"),
+              "s.json:2:26: components[0].package.scan: cannot be combined with \"files\"; keep one of the two"},
+        Error{with_component("\n\"package\": {\"files\": [[]]}"),
+              "s.json:2:23: components[0].package.files[0]: expected a string, found an array; write it in double quotes"},
+        Error{with_component("\n\"package\": {\"file\": []}"),
               "s.json:2:13: components[0].package.file: unknown key; did you mean \"files\"?"},
-        Fault{with_component("\n\"package\": {\"root\": \"x/../y\", \"files\": []}"),
-              "s.json:2:21: components[0].package.root: the directory \"DIRECTORY/y\" is not there; make it, or correct the "
-              "path"},
-        Fault{with_component("\n\"package\": {\"root\": \"file\", \"files\": []}"),
-              "s.json:2:21: components[0].package.root: \"DIRECTORY/file\" is no directory; correct the path"},
-        Fault{with_component("\n\"package\": {\"scan\": \"file/x\"}"),
-              "s.json:2:21: components[0].package.scan: the directory \"DIRECTORY/file/x\" is not there; make it, or correct "
-              "the path"},
-        Fault{with_component("\n\"package\": {\"scan\": \"" + std::string(300, 'x') + "\"}"),
+        Error{
+            with_component("\n\"package\": {\"root\": \"x/../y\", \"files\": []}"),
+            "s.json:2:21: components[0].package.root: the directory \"DIRECTORY/y\" does not exist; create it, or correct the "
+            "path"},
+        Error{with_component("\n\"package\": {\"root\": \"file\", \"files\": []}"),
+              "s.json:2:21: components[0].package.root: \"DIRECTORY/file\" is not a directory; correct the path"},
+        Error{
+            with_component("\n\"package\": {\"scan\": \"file/x\"}"),
+            "s.json:2:21: components[0].package.scan: the directory \"DIRECTORY/file/x\" does not exist; create it, or correct "
+            "the path"},
+        Error{with_component("\n\"package\": {\"scan\": \"" + std::string(300, 'x') + "\"}"),
               "s.json:2:21: components[0].package.scan: \"DIRECTORY/" + std::string(300, 'x') +
                   "\" cannot be reached: File name too long; correct the path"}));
 
@@ -230,7 +235,7 @@ TEST_F(SessionFile, SaysWhichPartOfAScannedDirectoryCannotBeRead) {
   std::filesystem::create_symlink("../closed/file", "a/link");
   std::filesystem::rename("closed", "b/closed");
   std::filesystem::create_symlink("b/closed", "closed");
-  const auto fault = [&](const std::string& place) {
+  const auto error = [&](const std::string& place) {
     return "s.json:1:109: components[0].package.scan: cannot be scanned: \"" + directory.path() + place +
            "\": Permission denied; make it readable, or list the files in \"files\"";
   };
@@ -238,12 +243,12 @@ TEST_F(SessionFile, SaysWhichPartOfAScannedDirectoryCannotBeRead) {
   ASSERT_EQ(chmod("b/closed", 0), 0);
   {
     const fake::NotAdministrator unprivileged;
-    EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "a"})")), fault("/a/link"));
-    EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "b"})")), fault("/b/closed"));
+    EXPECT_EQ(error_of(with_component(R"("package": {"scan": "a"})")), error("/a/link"));
+    EXPECT_EQ(error_of(with_component(R"("package": {"scan": "b"})")), error("/b/closed"));
   }
   ASSERT_EQ(chmod("b/closed", 0755), 0);
-  EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "a"})")), "read");
-  EXPECT_EQ(fault_of(with_component(R"("package": {"scan": "b"})")), "read");
+  EXPECT_EQ(error_of(with_component(R"("package": {"scan": "a"})")), "read");
+  EXPECT_EQ(error_of(with_component(R"("package": {"scan": "b"})")), "read");
 }
 
 TEST_F(SessionFile, MayRepeatAnEmptyCode) {

@@ -36,11 +36,11 @@ std::string content_of(const std::string& file) {
   return content.str();
 }
 
-std::string fault_of(const std::function<void()>& attempt) {
+std::string error_of(const std::function<void()>& attempt) {
   try {
     attempt();
-  } catch (const FileError& fault) {
-    return fault.what();
+  } catch (const FileError& error) {
+    return error.what();
   }
   return "none";
 }
@@ -106,9 +106,9 @@ TEST_F(VariablesFile, IsWrittenBehindALink) {
 
 TEST_F(VariablesFile, IsNotWrittenOverALinkToNothing) {
   fs::create_symlink("nothing.json", "link.json");
-  const std::string fault = "link.json: is a dangling symlink; give the path of a file to write";
-  EXPECT_EQ(fault_of([] { check_variables_file("link.json", {}); }), fault);
-  EXPECT_EQ(fault_of([] { write_variables_file("link.json", {}); }), fault);
+  const std::string error = "link.json: is a dangling symlink; give the path of a file to write";
+  EXPECT_EQ(error_of([] { check_variables_file("link.json", {}); }), error);
+  EXPECT_EQ(error_of([] { write_variables_file("link.json", {}); }), error);
   EXPECT_TRUE(fs::is_symlink("link.json"));
   EXPECT_FALSE(fs::exists("nothing.json"));
 }
@@ -117,12 +117,12 @@ TEST_F(VariablesFile, IsWrittenWithoutWhatJsonCannotCarry) {
   const Variables variables = {{"A", "\xFF"}, {"B", "b"}, {"KORU_MODE", "\xFF"}, {"\xFF", ""}};
   const std::string names = "variables that are not UTF-8: \"A\", \"\\xFF\"; give other values";
   fake::write_file("v.json", "old");
-  EXPECT_EQ(fault_of([&] { check_variables_file("v.json", variables); }), "v.json: cannot keep " + names);
+  EXPECT_EQ(error_of([&] { check_variables_file("v.json", variables); }), "v.json: cannot keep " + names);
   EXPECT_EQ(content_of("v.json"), "old");
-  EXPECT_EQ(fault_of([&] { write_variables_file("v.json", variables); }), "v.json: is written without " + names);
+  EXPECT_EQ(error_of([&] { write_variables_file("v.json", variables); }), "v.json: is written without " + names);
   EXPECT_EQ(read_variables_file("v.json"), (Variables{{"B", "b"}}));
   EXPECT_EQ(files_here(), (std::vector<std::string>{"v.json"}));
-  EXPECT_EQ(fault_of([] {
+  EXPECT_EQ(error_of([] {
               check_variables_file("v.json", {{"QN_SCRIPTS_COMPLETE_DESC", "\xFF"}});
             }),
             "none")
@@ -134,7 +134,7 @@ TEST_F(VariablesFile, ThatIsReadOnlyIsFoundBeforeTheRun) {
   fs::permissions("v.json", fs::perms(0444));
   fs::permissions(".", fs::perms(0777));
   const fake::NotAdministrator not_administrator;
-  EXPECT_EQ(fault_of([] { check_variables_file("v.json", {}); }),
+  EXPECT_EQ(error_of([] { check_variables_file("v.json", {}); }),
             "v.json: cannot be written: Permission denied; give the path of a writable file in a writable directory");
   EXPECT_EQ(content_of("v.json"), "old");
 }
@@ -143,7 +143,7 @@ TEST_F(VariablesFile, ThatIsImmutableIsFoundBeforeTheRun) {
   fake::write_file("v.json", "old");
   if (std::system("chattr +i v.json 2> /dev/null") != 0) GTEST_SKIP() << "no file can be made immutable here";
   EXPECT_EQ(
-      fault_of([] { check_variables_file("v.json", {}); }),
+      error_of([] { check_variables_file("v.json", {}); }),
       "v.json: cannot be written: it is immutable or append-only; give the path of a writable file in a writable directory");
   EXPECT_EQ(std::system("chattr -i v.json"), 0);
 }
@@ -152,7 +152,7 @@ TEST_F(VariablesFile, CannotBeWrittenEverywhere) {
   fs::create_directory("directory");
   // In the place of a device, which a mistake here must not replace.
   ASSERT_EQ(mkfifo("pipe", 0600), 0);
-  const std::vector<std::pair<std::string, std::string>> faults = {
+  const std::vector<std::pair<std::string, std::string>> errors = {
       {"missing/v.json",
        "missing/v.json: cannot be written: No such file or directory; give the path of a writable file in a writable "
        "directory"},
@@ -161,9 +161,9 @@ TEST_F(VariablesFile, CannotBeWrittenEverywhere) {
       {"/proc/v.json",
        "/proc/v.json: cannot be written: No such file or directory; give the path of a writable file in a writable "
        "directory"}};
-  for (const auto& fault : faults) {
-    EXPECT_EQ(fault_of([&] { check_variables_file(fault.first, {}); }), fault.second);
-    EXPECT_EQ(fault_of([&] { write_variables_file(fault.first, {}); }), fault.second);
+  for (const auto& error : errors) {
+    EXPECT_EQ(error_of([&] { check_variables_file(error.first, {}); }), error.second);
+    EXPECT_EQ(error_of([&] { write_variables_file(error.first, {}); }), error.second);
   }
   EXPECT_TRUE(fs::is_fifo("pipe"));
   fs::remove("pipe");
@@ -180,16 +180,16 @@ TEST_F(VariablesFile, IsLeftAloneByTheCheck) {
 }
 
 TEST_F(VariablesFile, IsRefusedUnlessItIsAnObjectOfTexts) {
-  const std::vector<std::pair<std::string, std::string>> faults = {
-      {"[]", "v.json:1:1: document: found a list, wanted an object; write it in { }"},
-      {"{\"A\": 1}", "v.json:1:7: A: found a number, wanted a text; write it in double quotes"},
+  const std::vector<std::pair<std::string, std::string>> errors = {
+      {"[]", "v.json:1:1: document: expected an object, found an array; write it in { }"},
+      {"{\"A\": 1}", "v.json:1:7: A: expected a string, found a number; write it in double quotes"},
       {"{\"\": \"\"}", "v.json:1:2: [\"\"]: the name is empty; name the variable"},
       {"{\"A\": \"\",\n\"A\": \"\"}", "v.json:2:1: A: the key is given twice, first in line 1; keep one of the two"}};
-  for (const auto& [text, message] : faults) {
+  for (const auto& [text, message] : errors) {
     fake::write_file("v.json", text);
-    EXPECT_EQ(fault_of([] { read_variables_file("v.json"); }), message);
+    EXPECT_EQ(error_of([] { read_variables_file("v.json"); }), message);
   }
-  EXPECT_EQ(fault_of([] { read_variables_file("missing"); }),
+  EXPECT_EQ(error_of([] { read_variables_file("missing"); }),
             "missing: cannot be read: No such file or directory; give the path of a JSON file");
 }
 

@@ -200,10 +200,10 @@ TEST_F(VerifiedRun, SaysThatNoEclipseIsThereAsVerifyDoes) {
   write_session("uninstall", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}}, "\"remove\": true");
   const Outcome outcome = eclipse_int("run session.json --verify");
   EXPECT_EQ(outcome.status, 2);
-  const std::string fault = "the Eclipse instance does not exist, so a run does nothing";
-  EXPECT_EQ(verification(outcome), "\nVerification:\n  Error: " + fault + "\n    \"/missing/eclipse\" does not exist\n");
+  const std::string error = "the Eclipse instance does not exist, so a run does nothing";
+  EXPECT_EQ(verification(outcome), "\nVerification:\n  Error: " + error + "\n    \"/missing/eclipse\" does not exist\n");
   EXPECT_EQ(eclipse_int("verify session.json"),
-            (Outcome{2, "", "eclipse-int: " + fault + "\n  \"/missing/eclipse\" does not exist\n"}));
+            (Outcome{2, "", "eclipse-int: " + error + "\n  \"/missing/eclipse\" does not exist\n"}));
   const Json result = Json::parse(eclipse_int("run session.json --verify --json").output);
   EXPECT_EQ(result.at("exitStatus"), 2);
   EXPECT_EQ(result.at("verification"), Json::parse(R"({"planned": false, "reasons": ["\"/missing/eclipse\" does not exist"],

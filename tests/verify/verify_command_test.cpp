@@ -139,19 +139,19 @@ TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
 
 TEST_F(VerifyCommand, TakesNoAnswerFromAnotherProgram) {
   write_session("install");
-  const std::string fault =
+  const std::string error =
       "eclipse-int: \"DIRECTORY/eclipse/eclipse\" does not say what is installed: the answer of a director ends with "
       "\"Operation "
       "completed in N ms.\", but ";
   const std::string fix = "; is this the Eclipse executable?\n";
   write_executable(":");
-  EXPECT_EQ(eclipse_int("verify session.json"), (Outcome{2, "", fault + "it printed nothing" + fix}));
+  EXPECT_EQ(eclipse_int("verify session.json"), (Outcome{2, "", error + "it printed nothing" + fix}));
   write_executable("printf 'one/1.0.0\\ntwo/1.0.0\\nusage\\033[0m\\n\\n'");
   EXPECT_EQ(eclipse_int("verify session.json --json"),
-            (Outcome{2, "", fault + "what it printed ends with \"usage\\x1B[0m\"" + fix}));
+            (Outcome{2, "", error + "what it printed ends with \"usage\\x1B[0m\"" + fix}));
   write_executable("head -c 10000 /dev/zero | tr '\\0' x");
   EXPECT_EQ(eclipse_int("verify session.json"),
-            (Outcome{2, "", fault + "what it printed ends with \"" + std::string(200, 'x') + "\" and 9800 more bytes" + fix}));
+            (Outcome{2, "", error + "what it printed ends with \"" + std::string(200, 'x') + "\" and 9800 more bytes" + fix}));
 }
 
 TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {

@@ -260,7 +260,7 @@ bool has_other_name(const std::string& name) {
 }
 
 /// One of twenty bytes in a binary file is a control character; a few in a text are mistakes at their places.
-bool has_other_content(const std::string& content) {
+bool has_other_content(std::string_view content) {
   if (content.starts_with("<?xml") || content.starts_with("PK\x03\x04")) return true;
   const auto controls = std::count_if(content.begin(), content.end(), [](char byte) {
     return byte > '\0' && byte < ' ' && byte != '\t' && byte != '\n' && byte != '\r';
