@@ -281,7 +281,10 @@ std::vector<std::uint32_t> line_starts_of(std::string_view text) {
 }  // namespace
 
 JsonDocument::JsonDocument(const std::filesystem::path& file)
-    : file_(file), text_(content_of(file, largest::json, "give the path of a JSON file")), line_starts_(line_starts_of(text_)) {
+    : JsonDocument(file, content_of(file, largest::json, "give the path of a JSON file")) {}
+
+JsonDocument::JsonDocument(std::filesystem::path file, std::string text)
+    : file_(std::move(file)), text_(std::move(text)), line_starts_(line_starts_of(text_)) {
   if (text_.find_first_not_of(" \t\r\n", text_.starts_with(byte_order_mark) ? byte_order_mark.size() : 0) ==
       std::string::npos) {
     fail(0, "", "is empty; write JSON into it");

@@ -44,6 +44,9 @@ class JsonDocument {
   /// Reads a regular file. Throws FileError.
   explicit JsonDocument(const std::filesystem::path& file);
 
+  /// Takes a text for the content of a file, which need not exist. Throws FileError.
+  JsonDocument(std::filesystem::path file, std::string text);
+
   const std::filesystem::path& file() const { return file_; }
 
   /// The outermost value. It refers to this document.

@@ -3,11 +3,13 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 
 #include "base/file_error.h"
 #include "cli/session_options.h"
+#include "cli/session_source.h"
 #include "cli/session_variables.h"
 #include "cli/standard_streams.h"
 #include "cli/subcommands.h"
@@ -92,17 +94,35 @@ void warn_of_unused(const Settings& settings, const Findings& findings) {
   }
 }
 
+/// A directory is a session when an Eclipse is given for it.
+bool is_session(const std::string& input, const SessionOptions& options) {
+  const bool is_directory = is_component_directory(input);
+  return is_directory ? options.eclipse || options.removes : std::filesystem::path(input).extension() == ".json";
+}
+
+/// What is found in a drafted session itself is about the directory as a whole.
+Findings lint_session(const std::string& input, const eclipse_dry_run::PluginFunctions& library, Repositories& sites,
+                      const Settings& settings, const SessionOptions& options) {
+  Findings findings = eclipse_lint::lint_session(library, sites, session_document(input, options), settings);
+  if (is_component_directory(input)) {
+    for (Finding& finding : findings) {
+      if (finding.location.file == input) finding.location = {input};
+    }
+  }
+  return findings;
+}
+
 int perform(const LintOptions& options) {
   const Settings settings = settings_from(options);
-  const auto& plugin_file = options.session.plugin;
-  const auto plugin = plugin_file ? eclipse_host::Plugin(*plugin_file) : eclipse_host::Plugin::beside_this_program();
+  const eclipse_host::Plugin plugin = load_plugin(options.session);
   const eclipse_dry_run::PluginFunctions library(plugin);
   Repositories sites;
   Findings findings;
   int status = 0;
   for (const std::string& input : options.inputs) {
     try {
-      const Findings more = lint(library, sites, input, settings);
+      const Findings more = is_session(input, options.session) ? lint_session(input, library, sites, settings, options.session)
+                                                               : lint(library, sites, input, settings);
       findings.insert(findings.end(), more.begin(), more.end());
     } catch (const eclipse_base::FileError& error) {
       print_message(error.what());
@@ -145,6 +165,7 @@ Subcommand add_lint(CLI::App& program) {
                    "Suppress findings: a JSON list of entries with \"rule\" and \"reason\",\nand optionally \"file\" and "
                    "\"line\"")
       ->type_name("FILE");
+  add_directory_options(*parser, options->session);
   add_input_options(*parser, options->session, "Read session variables from FILE; the session file overrides them");
   set_help(*parser, "eclipse-int lint INPUT... [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};

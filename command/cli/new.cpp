@@ -3,8 +3,10 @@
 #include <memory>
 
 #include "base/printable.h"
+#include "cli/session_source.h"
 #include "cli/standard_streams.h"
 #include "cli/subcommands.h"
+#include "cli/usage_error.h"
 #include "draft/descriptor_draft.h"
 
 using namespace eclipse_draft;
@@ -15,7 +17,9 @@ namespace {
 
 constexpr const char* examples =
     "  eclipse-int new tools > tools.txt && mkdir -p tools/etc/eclipse && mv tools.txt tools/etc/eclipse\n"
-    "      Write a descriptor file for the update sites below the component's directory.\n";
+    "      Write a descriptor file for the update sites below the component's directory.\n"
+    "  eclipse-int new --session tools --eclipse /opt/ide > install.json\n"
+    "      Write the session that \"eclipse-int run tools --eclipse /opt/ide\" runs.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
@@ -24,16 +28,23 @@ constexpr const char* exit_status =
     "     cannot be written\n";
 
 struct NewOptions {
-  std::string directory;
+  SessionOptions session;
   bool all = false;
+  bool drafts_session = false;
 };
 
 int perform(const NewOptions& options) {
+  const std::string& directory = options.session.session;
+  if (options.drafts_session) {
+    std::cout << drafted_session(directory, options.session);
+    return 0;
+  }
+  if (options.session.eclipse || options.session.removes) throw UsageError("--eclipse and --remove are for --session; add it");
   eclipse_p2::Repositories repositories;
   const DescriptorDraft draft =
-      draft_descriptor(repositories, options.directory, options.all ? OfferedFeatures::all : OfferedFeatures::in_categories);
+      draft_descriptor(repositories, directory, options.all ? OfferedFeatures::all : OfferedFeatures::in_categories);
   for (const std::string& note : draft.notes) {
-    print_message("note: " + eclipse_base::printable(options.directory) + ": " + note);
+    print_message("note: " + eclipse_base::printable(directory) + ": " + note);
   }
   std::cout << draft.text;
   return 0;
@@ -45,8 +56,13 @@ Subcommand add_new(CLI::App& program) {
   CLI::App* const parser = program.add_subcommand(
       "new", "Print a descriptor file for the p2 repositories (update sites) in a component's directory");
   const auto options = std::make_shared<NewOptions>();
-  parser->add_option("DIRECTORY", options->directory, "The component's directory")->required()->option_text(" ");
+  parser->add_option("DIRECTORY", options->session.session, "The component's directory")->required()->option_text(" ");
   parser->add_flag("--all", options->all, "List all features, not only those in categories");
+  parser->add_flag(
+      "--session", options->drafts_session,
+      "Print a session file instead, which installs the features of the\ncomponents in DIRECTORY; needs --eclipse");
+  add_directory_options(*parser, options->session);
+  add_plugin_option(*parser, options->session);
   set_help(*parser, "eclipse-int new DIRECTORY [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }

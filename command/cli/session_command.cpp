@@ -9,6 +9,7 @@
 #include "base/file.h"
 #include "base/printable.h"
 #include "cli/output_checks.h"
+#include "cli/session_source.h"
 #include "cli/session_variables.h"
 #include "cli/standard_streams.h"
 #include "cli/usage_error.h"
@@ -42,13 +43,11 @@ bool is_written(const std::function<void()>& write) {
 }  // namespace
 
 SessionCommand::SessionCommand(const SessionOptions& options) : options_(options) {
-  read_session_file(options.session, session_);
+  read_session(*session_document(options.session, options), session_);
   SessionVariables(options.settings, variables_file()).add_to(session_);
 }
 
-Plugin SessionCommand::load_plugin() const {
-  return options_.plugin ? Plugin(*options_.plugin) : Plugin::beside_this_program();
-}
+Plugin SessionCommand::load_plugin() const { return eclipse_cli::load_plugin(options_); }
 
 /// A library that has the actions and nothing else can be run, but not be asked which files are descriptors.
 void SessionCommand::warn_of_unreadable_descriptors(const Plugin& plugin) const try {

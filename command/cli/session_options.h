@@ -9,8 +9,10 @@
 namespace eclipse_cli {
 
 struct SessionOptions {
-  std::string session;
-  std::vector<std::string> settings;  ///< each "NAME=VALUE", with a name that is not empty
+  std::string session;                 ///< the session file, or a directory of components
+  std::optional<std::string> eclipse;  ///< for a directory: the Eclipse to change
+  bool removes = false;                ///< for a directory: remove its components' features
+  std::vector<std::string> settings;   ///< each "NAME=VALUE", with a name that is not empty
   std::optional<std::string> variables;
   std::optional<std::string> write_variables;
   std::optional<std::string> log;

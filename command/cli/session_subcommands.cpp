@@ -23,10 +23,22 @@ std::string error_in_setting(const std::string& setting) {
 }
 
 void add_session_file(CLI::App& command, SessionOptions& options) {
-  command.add_option("SESSION.json", options.session, "The session file")->required()->option_text(" ");
+  command.add_option("SESSION", options.session, "The session file, or a directory of components, which needs --eclipse")
+      ->required()
+      ->option_text(" ");
+  add_directory_options(command, options);
 }
 
 }  // namespace
+
+void add_directory_options(CLI::App& command, SessionOptions& options) {
+  command
+      .add_option(
+          "--eclipse", options.eclipse,
+          "For a directory of components: the Eclipse to use, its executable or its\ndirectory; all components are selected")
+      ->type_name("PATH");
+  command.add_flag("--remove", options.removes, "For a directory of components: remove their features instead");
+}
 
 void add_input_options(CLI::App& command, SessionOptions& options, const std::string& about_variables) {
   command
@@ -36,6 +48,10 @@ void add_input_options(CLI::App& command, SessionOptions& options, const std::st
       ->allow_extra_args(false)
       ->check(CLI::Validator(error_in_setting, "", ""));
   command.add_option("--variables", options.variables, about_variables)->type_name("FILE");
+  add_plugin_option(command, options);
+}
+
+void add_plugin_option(CLI::App& command, SessionOptions& options) {
   command.add_option("--plugin", options.plugin, "Load this plug-in [default: the one installed with this command]")
       ->type_name("LIBRARY");
 }
@@ -83,9 +99,11 @@ Subcommand add_run(CLI::App& program) {
                   "Ask the Eclipse instance before and after the run which units are installed,\nand report differences from "
                   "the state that the session describes");
   add_running_options(parser, *options);
-  set_help(parser, "eclipse-int run SESSION.json [OPTIONS]",
+  set_help(parser, "eclipse-int run SESSION [OPTIONS]",
            "  eclipse-int run install.json\n"
            "      Install the features of the components that install.json selects.\n"
+           "  eclipse-int run tools --eclipse /opt/ide\n"
+           "      Install the features of the component in the directory tools into an Eclipse instance.\n"
            "  eclipse-int run install.json --set ECLIPSE_INTEGRATION_CHOICE=user \\\n"
            "      --set USER_DEFINED_ECLIPSE_PATH=/opt/eclipse/eclipse\n"
            "      Install them into your own Eclipse instance.\n"
@@ -132,7 +150,7 @@ Subcommand add_plan(CLI::App& program) {
   parser.add_flag("--retries", *all_retries,
                   "Show the command of every retry, one for each feature\n[default: similar ones are only counted]");
   add_reading_options(parser, *options, "the whole plan");
-  set_help(parser, "eclipse-int plan SESSION.json [OPTIONS]",
+  set_help(parser, "eclipse-int plan SESSION [OPTIONS]",
            "  eclipse-int plan install.json\n"
            "      Show what \"eclipse-int run install.json\" would do.\n"
            "  eclipse-int plan modify.json --variables state.json\n"
@@ -154,7 +172,7 @@ Subcommand add_verify(CLI::App& program) {
   const auto options = std::make_shared<SessionOptions>();
   add_session_file(parser, *options);
   add_reading_options(parser, *options, "the findings");
-  set_help(parser, "eclipse-int verify SESSION.json [OPTIONS]",
+  set_help(parser, "eclipse-int verify SESSION [OPTIONS]",
            "  eclipse-int verify install.json\n"
            "      Check whether everything that \"eclipse-int run install.json\" installs is installed.\n"
            "  eclipse-int verify uninstall.json --json\n"

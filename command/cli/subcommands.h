@@ -38,6 +38,12 @@ Subcommand add_new(CLI::App& program);
 /// Adds --set, --variables and --plugin.
 void add_input_options(CLI::App& command, SessionOptions& options, const std::string& about_variables);
 
+/// Adds --plugin.
+void add_plugin_option(CLI::App& command, SessionOptions& options);
+
+/// Adds --eclipse and --remove, for a directory in the place of a session file.
+void add_directory_options(CLI::App& command, SessionOptions& options);
+
 /// Gives a subcommand its usage line, and examples and exit statuses below its help.
 void set_help(CLI::App& command, const std::string& usage, const std::string& examples, const std::string& exit_status);
 

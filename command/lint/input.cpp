@@ -7,7 +7,8 @@
 #include "base/file_error.h"
 #include "base/files_below.h"
 #include "base/json_document.h"
-#include "lint/component_directories.h"
+#include "dry_run/command_pieces.h"
+#include "dry_run/component_directories.h"
 #include "lint/texts.h"
 #include "p2/director_command.h"
 #include "standalone_host/session_file.h"
@@ -63,14 +64,14 @@ class InputReader {
     return finish();
   }
 
-  std::unique_ptr<Input> read_session(const fs::path& file, const AddVariables& add_variables) {
+  std::unique_ptr<Input> read_session(std::unique_ptr<const JsonDocument> document, const AddVariables& add_variables) {
     input_->has_components = true;
     SessionFacts& facts = input_->session.emplace();
-    facts.document = std::make_unique<const JsonDocument>(file);
+    facts.document = std::move(document);
     facts.session = std::make_unique<Session>();
     eclipse_host::read_session(*facts.document, *facts.session);
     add_session_locations();
-    add_more_variables(file, add_variables);
+    add_more_variables(add_variables);
     read_unlisted();
     facts.executables = library_.executables(*facts.session);
     facts.run = perform_dry_run(library_.plugin(), *facts.session, files_, std::set<std::size_t>{0});
@@ -90,14 +91,15 @@ class InputReader {
   }
 
   /// What is set outside of the file has no line in it.
-  void add_more_variables(const fs::path& file, const AddVariables& add_variables) {
+  void add_more_variables(const AddVariables& add_variables) {
     SessionFacts& facts = *input_->session;
     const auto of_file = facts.session->variables;
     add_variables(*facts.session);
     for (const auto& [name, value] : facts.session->variables) {
       const auto before = of_file.find(name);
       if (before != of_file.end() && before->second == value) continue;
-      (name == "KORU_MODE" ? facts.mode : facts.variables[name]) = {file.string()};
+      Location& location = name == "KORU_MODE" ? facts.mode : facts.variables[name];
+      location = {facts.document->file().string()};
     }
   }
 
@@ -224,12 +226,18 @@ std::shared_ptr<const UnitVersions> offered_to(const std::vector<std::unique_ptr
   return units;
 }
 
+void set_offered(const std::vector<std::unique_ptr<Input>>& inputs) {
+  const auto offered = offered_to(inputs);
+  for (const auto& input : inputs) input->offered = offered;
+}
+
 std::vector<std::unique_ptr<Input>> read_directory(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,
                                                    const fs::path& directory) {
   std::vector<std::unique_ptr<Input>> products;
   for (const ComponentDirectory& component : component_directories(library, files, directory)) {
     products.push_back(InputReader(library, sites, files).read_component(component, directory.string()));
   }
+  set_offered(products);
   return products;
 }
 
@@ -282,17 +290,21 @@ std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, 
     throw FileError(path, std::string(fs::exists(status) ? "is not a file or directory" : "does not exist") +
                               "; give a descriptor file, a directory of components or a session file (.json)");
   }
-  std::vector<std::unique_ptr<Input>> inputs;
-  if (fs::is_directory(status)) {
-    inputs = read_directory(library, sites, files, path);
-  } else if (path.extension() == ".json") {
-    inputs.push_back(InputReader(library, sites, files).read_session(path, add_variables));
-  } else {
-    inputs.push_back(InputReader(library, sites, files).read_descriptor(path));
-    return inputs;
+  if (fs::is_directory(status)) return read_directory(library, sites, files, path);
+  if (path.extension() == ".json") {
+    return read_session_input(library, sites, files, std::make_unique<const JsonDocument>(path), add_variables);
   }
-  const auto offered = offered_to(inputs);
-  for (const auto& input : inputs) input->offered = offered;
+  std::vector<std::unique_ptr<Input>> inputs;
+  inputs.push_back(InputReader(library, sites, files).read_descriptor(path));
+  return inputs;
+}
+
+std::vector<std::unique_ptr<Input>> read_session_input(const PluginFunctions& library, Repositories& sites,
+                                                       DescriptorFiles& files, std::unique_ptr<const JsonDocument> document,
+                                                       const AddVariables& add_variables) {
+  std::vector<std::unique_ptr<Input>> inputs;
+  inputs.push_back(InputReader(library, sites, files).read_session(std::move(document), add_variables));
+  set_offered(inputs);
   return inputs;
 }
 

@@ -134,6 +134,12 @@ std::vector<std::unique_ptr<Input>> read_inputs(const eclipse_dry_run::PluginFun
                                                 eclipse_p2::Repositories& sites, eclipse_dry_run::DescriptorFiles& files,
                                                 const std::filesystem::path& path, const AddVariables& add_variables);
 
+/// The same for a session that a document describes.
+std::vector<std::unique_ptr<Input>> read_session_input(const eclipse_dry_run::PluginFunctions& library,
+                                                       eclipse_p2::Repositories& sites, eclipse_dry_run::DescriptorFiles& files,
+                                                       std::unique_ptr<const eclipse_base::JsonDocument> document,
+                                                       const AddVariables& add_variables);
+
 }  // namespace eclipse_lint
 
 #endif

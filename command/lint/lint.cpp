@@ -90,6 +90,21 @@ void remove_superseded(Findings& findings) {
   });
 }
 
+Findings findings_in(const std::vector<std::unique_ptr<Input>>& inputs, const Settings& settings) {
+  Findings findings;
+  for (const auto& input : inputs) check(*input, settings, findings);
+  remove_superseded(findings);
+  std::sort(findings.begin(), findings.end(), comes_before);
+  // A file that is listed twice is read twice.
+  findings.erase(std::unique(findings.begin(), findings.end(), are_duplicates), findings.end());
+  for (Finding& finding : findings) {
+    const auto entry = std::find_if(settings.overrides.begin(), settings.overrides.end(),
+                                    [&](const Override& each) { return applies(each, finding); });
+    if (entry != settings.overrides.end()) finding.reason = entry->reason;
+  }
+  return findings;
+}
+
 }  // namespace
 
 bool is_enabled(const Rule& rule, const Settings& settings) {
@@ -117,18 +132,13 @@ std::vector<Override> read_overrides(const fs::path& file) {
 
 Findings lint(const PluginFunctions& library, Repositories& sites, const fs::path& path, const Settings& settings) {
   DescriptorFiles files;
-  Findings findings;
-  for (const auto& input : read_inputs(library, sites, files, path, settings.add_variables)) check(*input, settings, findings);
-  remove_superseded(findings);
-  std::sort(findings.begin(), findings.end(), comes_before);
-  // A file that is listed twice is read twice.
-  findings.erase(std::unique(findings.begin(), findings.end(), are_duplicates), findings.end());
-  for (Finding& finding : findings) {
-    const auto entry = std::find_if(settings.overrides.begin(), settings.overrides.end(),
-                                    [&](const Override& each) { return applies(each, finding); });
-    if (entry != settings.overrides.end()) finding.reason = entry->reason;
-  }
-  return findings;
+  return findings_in(read_inputs(library, sites, files, path, settings.add_variables), settings);
+}
+
+Findings lint_session(const PluginFunctions& library, Repositories& sites, std::unique_ptr<const JsonDocument> document,
+                      const Settings& settings) {
+  DescriptorFiles files;
+  return findings_in(read_session_input(library, sites, files, std::move(document), settings.add_variables), settings);
 }
 
 }  // namespace eclipse_lint

@@ -4,11 +4,13 @@
 
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "base/json_document.h"
 #include "dry_run/plugin_functions.h"
 #include "lint/finding.h"
 #include "p2/repository.h"
@@ -45,6 +47,10 @@ bool is_enabled(const Rule& rule, const Settings& settings);
 /// with the reason in those that are suppressed. Throws FileError when the input is none of the three.
 Findings lint(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
               const std::filesystem::path& path, const Settings& settings = {});
+
+/// The same for a session that a document describes. `document` is not null.
+Findings lint_session(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
+                      std::unique_ptr<const eclipse_base::JsonDocument> document, const Settings& settings = {});
 
 }  // namespace eclipse_lint
 

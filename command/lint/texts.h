@@ -24,9 +24,6 @@ bool is_comment(std::string_view text);
 bool has_scheme(std::string_view repository);
 bool has_drive_letter(std::string_view repository);
 
-/// The path in a site's URL, as the director gets it.
-std::string_view path_in(std::string_view url);
-
 /// True when the record's site is written as an archive, so that it stands in double quotes in the command.
 bool is_archive(const Record& record);
 

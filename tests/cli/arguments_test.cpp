@@ -71,7 +71,7 @@ TEST_F(Arguments, FaultsAreTold) {
   write_session("install");
   expect_usage_fault("", "A subcommand is required");
   expect_usage_fault("install", "unknown subcommand \"install\"");
-  expect_usage_fault("run", "SESSION.json is required");
+  expect_usage_fault("run", "SESSION is required");
   expect_usage_fault("run session.json other.json", "unexpected argument \"other.json\"");
   expect_usage_fault("run session.json --jsn", "unknown option --jsn; did you mean --json?");
   expect_usage_fault("run session.json --log", "--log: 1 required FILE missing");

@@ -1,6 +1,6 @@
 // Components in directories, where no session says which directories they are.
-#ifndef ECLIPSE_INT_LINT_COMPONENT_DIRECTORIES_H
-#define ECLIPSE_INT_LINT_COMPONENT_DIRECTORIES_H
+#ifndef ECLIPSE_INT_DRY_RUN_COMPONENT_DIRECTORIES_H
+#define ECLIPSE_INT_DRY_RUN_COMPONENT_DIRECTORIES_H
 
 #include <filesystem>
 #include <string>
@@ -9,7 +9,7 @@
 #include "dry_run/descriptor_files.h"
 #include "dry_run/plugin_functions.h"
 
-namespace eclipse_lint {
+namespace eclipse_dry_run {
 
 struct FoundFile {
   std::string listed;  ///< from the component's directory on, as its package would list it
@@ -26,10 +26,9 @@ struct ComponentDirectory {
 /// none of the sites that are named there lies in it, the nearest directory around it in which one does. A directory in a
 /// component's etc/eclipse gives that component, with the files of this directory alone. What belongs to no component is of the
 /// searched directory itself. Throws FileError when a directory cannot be searched.
-std::vector<ComponentDirectory> component_directories(const eclipse_dry_run::PluginFunctions& library,
-                                                      eclipse_dry_run::DescriptorFiles& files,
+std::vector<ComponentDirectory> component_directories(const PluginFunctions& library, DescriptorFiles& files,
                                                       const std::filesystem::path& directory);
 
-}  // namespace eclipse_lint
+}  // namespace eclipse_dry_run
 
 #endif

@@ -1,4 +1,4 @@
-#include "lint/component_directories.h"
+#include "dry_run/component_directories.h"
 
 #include <algorithm>
 #include <map>
@@ -8,15 +8,13 @@
 
 #include "base/file.h"
 #include "base/files_below.h"
-#include "lint/texts.h"
+#include "dry_run/command_pieces.h"
 
 using namespace eclipse_base;
-using namespace eclipse_dry_run;
 
 namespace fs = std::filesystem;
-using eclipse_dry_run::PluginFunctions;
 
-namespace eclipse_lint {
+namespace eclipse_dry_run {
 
 namespace {
 
@@ -152,4 +150,4 @@ std::vector<ComponentDirectory> component_directories(const PluginFunctions& lib
   return ComponentSearch(library, files, directory).search();
 }
 
-}  // namespace eclipse_lint
+}  // namespace eclipse_dry_run

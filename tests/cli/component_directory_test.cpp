@@ -1,0 +1,84 @@
+// A directory of components in place of a session file.
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "cli/child_command.h"
+
+using fake::write_file;
+
+namespace cli_test {
+
+namespace {
+
+class ComponentDirectory : public ChildCommand {
+ protected:
+  void expect_usage_error(const std::string& arguments, const std::string& message) const {
+    EXPECT_EQ(eclipse_int(arguments),
+              (Outcome{2, "", "eclipse-int: " + message + "\nRun with --help for more information.\n"}));
+    EXPECT_EQ(director_calls(), "");
+  }
+};
+
+TEST_F(ComponentDirectory, IsInstalledIntoTheGivenEclipse) {
+  EXPECT_EQ(eclipse_int("run tools --eclipse eclipse").status, 0);
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
+TEST_F(ComponentDirectory, IsRemovedOnRequest) {
+  EXPECT_EQ(eclipse_int("run tools --eclipse eclipse/eclipse --remove").status, 0);
+  EXPECT_EQ(director_calls(), removal_arguments("one,two") + "\n");
+}
+
+TEST_F(ComponentDirectory, StandsForTheSessionThatNewPrints) {
+  for (const std::string options : {"--eclipse eclipse", "--eclipse eclipse/eclipse --remove"}) {
+    EXPECT_EQ(eclipse_int("new --session tools " + options + " > drafted.json"), (Outcome{0, "", ""}));
+    for (const std::string subcommand : {"plan --json ", "lint --format json --severity note "}) {
+      EXPECT_EQ(eclipse_int(subcommand + "tools " + options), eclipse_int(subcommand + "drafted.json"))
+          << subcommand << options;
+    }
+  }
+  EXPECT_EQ(director_calls(), "");
+}
+
+TEST_F(ComponentDirectory, MayHoldSeveralComponents) {
+  std::filesystem::create_directories("product/more/etc/eclipse");
+  std::filesystem::copy("tools", "product/tools", std::filesystem::copy_options::recursive);
+  write_file("product/more/etc/eclipse/more.txt", "../tools/site\tthree\n");
+  write_file("product/doc/readme", "");
+  const auto session = nlohmann::json::parse(eclipse_int("new --session product --eclipse eclipse").output);
+  ASSERT_EQ(session.at("components").size(), 2U);
+  EXPECT_EQ(session.at("components")[0].at("code"), "more");
+  EXPECT_EQ(session.at("components")[1].at("code"), "tools");
+  EXPECT_EQ(eclipse_int("run product --eclipse eclipse").status, 0);
+}
+
+TEST_F(ComponentDirectory, NeedsAnEclipseAndDescriptors) {
+  const std::string needs_eclipse = " is a directory; add --eclipse with the Eclipse to use, or give a session file";
+  for (const std::string subcommand : {"run ", "plan ", "verify ", "lint --remove ", "new --session "}) {
+    expect_usage_error(subcommand + "tools", "tools" + needs_eclipse);
+  }
+  std::filesystem::create_directory("empty");
+  EXPECT_EQ(eclipse_int("run empty --eclipse eclipse"),
+            (Outcome{2, "",
+                     "eclipse-int: empty: has no descriptor file below etc/eclipse/; write one, for example with "
+                     "\"eclipse-int new\"\n"}));
+  expect_usage_error("new tools --eclipse eclipse", "--eclipse and --remove are for --session; add it");
+}
+
+TEST_F(ComponentDirectory, IsTheOnlyInputThatTakesItsOptions) {
+  write_session("install");
+  for (const std::string subcommand : {"run ", "plan ", "verify ", "lint "}) {
+    const std::string message = ": only for a directory of components; session.json must say this itself as a session file";
+    for (const std::string option : {"--eclipse", "--remove"}) {
+      const std::string value = option == "--eclipse" ? " eclipse" : "";
+      const Outcome outcome = eclipse_int(subcommand + "session.json " + option + value);
+      EXPECT_EQ(outcome.status, 2) << subcommand;
+      EXPECT_EQ(outcome.error, "eclipse-int: " + option + message + "\nRun with --help for more information.\n");
+    }
+  }
+  EXPECT_EQ(director_calls(), "");
+}
+
+}  // namespace
+
+}  // namespace cli_test
