@@ -42,8 +42,8 @@ class SessionCommand {
   void warn_of_unreadable_descriptors(const eclipse_host::Plugin& plugin) const;
 
   /// Runs the session, reports it on standard output and writes what the options ask for. Returns the exit status. Throws
-  /// FileError, PluginError and UsageError before anything is run. A signal that asks this program to end ends the run, and
-  /// what is known by then is reported; one that comes when the run is done changes nothing.
+  /// FileError, PluginError and UsageError before anything is run. A signal that asks this program to end ends the run, as
+  /// Interruption says, and what is known by then is reported; one that comes when the run is done changes nothing.
   int perform(const RunFunction& run, const ReportAdditions& additions = {});
 
  private:

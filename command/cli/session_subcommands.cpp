@@ -14,7 +14,7 @@ constexpr const char* exit_status_of_runs =
     "  1  the integration failed or was refused\n"
     "  2  an error in the session or the arguments, and nothing was run; or the run succeeded, but a file or\n"
     "     standard output could not be written (a message says which)\n"
-    "  128 + N  signal N ended the run; the running director was stopped\n";
+    "  128 + N  signal N ended the run; the running director ended its command, unless the signal came twice\n";
 
 std::string error_in_setting(const std::string& setting) {
   const std::size_t equals = setting.find('=');

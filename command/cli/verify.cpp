@@ -36,7 +36,9 @@ int without_command(const Plan& plan, bool json) {
 /// Throws Interrupted.
 Verification verify_unless_interrupted(const Plan& plan) {
   const Interruption interruption;
-  return eclipse_verify::verify(plan, Interruption::observer().command_progress);
+  Verification verification = eclipse_verify::verify(plan, Interruption::observer().command_progress);
+  Interruption::check();
+  return verification;
 }
 
 int verify_instance(const SessionOptions& options) {
@@ -61,7 +63,7 @@ int verify(const SessionOptions& options) {
   try {
     return verify_instance(options);
   } catch (const Interrupted& interrupted) {
-    print_message("interrupted by " + interrupted.name() + "; the running director was stopped");
+    print_message("interrupted by " + interrupted.name());
     return interrupted.exit_status();
   }
 }
