@@ -8,6 +8,7 @@
 
 #include "base/file.h"
 #include "base/printable.h"
+#include "cli/instance_safety.h"
 #include "cli/output_checks.h"
 #include "cli/session_variables.h"
 #include "cli/standard_streams.h"
@@ -57,6 +58,13 @@ void SessionCommand::warn_of_unreadable_descriptors(const Plugin& plugin) const 
                   "; the plug-in ignores this and uses what it can read");
   }
 } catch (const PluginError&) {
+}
+
+/// Such a library cannot be asked where the Eclipse of a component is.
+std::string SessionCommand::chosen_executable(const Plugin& plugin) const try {
+  return eclipse_dry_run::chosen_executable(plugin, session_);
+} catch (const PluginError&) {
+  return "";
 }
 
 /// The first of several runs has nothing to read yet.
@@ -112,9 +120,11 @@ int SessionCommand::end(RunReport& report, const ReportAdditions& additions, con
   return status_of_rest;
 }
 
-int SessionCommand::perform(const RunFunction& run, const ReportAdditions& additions) {
+int SessionCommand::perform(const RunFunction& run, Directors directors, const ReportAdditions& additions) {
   const Plugin plugin = load_plugin();
   check_outputs(options_, plugin, session_);
+  const std::string executable = directors == Directors::none ? "" : chosen_executable(plugin);
+  const auto lock = lock_instance(executable, options_.wait);
   warn_of_unreadable_descriptors(plugin);
   std::optional<LogFile> log;
   if (options_.log) log.emplace(*options_.log);

@@ -28,6 +28,9 @@ struct ReportAdditions {
   std::function<int(int status)> exit_status = [](int status) { return status; };  ///< instead of the run's own
 };
 
+/// Whether a run may start directors.
+enum class Directors { none, started };
+
 class SessionCommand {
  public:
   /// Reads the session and the variables. Throws FileError.
@@ -41,12 +44,14 @@ class SessionCommand {
   /// Warns of descriptor files that cannot be read completely, since the plug-in ignores that. Throws PluginError.
   void warn_of_unreadable_descriptors(const eclipse_host::Plugin& plugin) const;
 
-  /// Runs the session, reports it on standard output and writes what the options ask for. Returns the exit status. Throws
-  /// FileError, PluginError and UsageError before anything is run. A signal that asks this program to end ends the run, as
+  /// Runs the session, reports it on standard output and writes what the options ask for. Returns the exit status. If the run
+  /// may start directors, the instance is locked until it ends. Throws FileError, PluginError, UsageError and InstanceInUse
+  /// before anything is run or written. A signal that asks this program to end ends the run, as
   /// Interruption says, and what is known by then is reported; one that comes when the run is done changes nothing.
-  int perform(const RunFunction& run, const ReportAdditions& additions = {});
+  int perform(const RunFunction& run, Directors directors, const ReportAdditions& additions = {});
 
  private:
+  std::string chosen_executable(const eclipse_host::Plugin& plugin) const;
   std::optional<std::string> variables_file() const;
   bool write_files(const std::optional<LogFile>& log) const;
   RunFacts facts() const { return {record_, failures_, session_.variables}; }

@@ -12,8 +12,9 @@ constexpr const char* exit_status_of_runs =
     "Exit status:\n"
     "  0  success\n"
     "  1  the integration failed or was refused\n"
-    "  2  an error in the session or the arguments, and nothing was run; or the run succeeded, but a file or\n"
-    "     standard output could not be written (a message says which)\n"
+    "  2  an error in the session or the arguments, or another director is at work on the Eclipse, and nothing\n"
+    "     was run; or the run succeeded, but a file or standard output could not be written (a message says\n"
+    "     which)\n"
     "  128 + N  signal N ended the run; the running director ended its command, unless the signal came twice\n";
 
 std::string error_in_setting(const std::string& setting) {
@@ -38,6 +39,14 @@ void add_input_options(CLI::App& command, SessionOptions& options, const std::st
   command.add_option("--variables", options.variables, about_variables)->type_name("FILE");
   command.add_option("--plugin", options.plugin, "Load this plug-in [default: the one installed with this command]")
       ->type_name("LIBRARY");
+}
+
+void add_wait_option(CLI::App& command, double& seconds) {
+  command
+      .add_option("--wait", seconds,
+                  "Wait up to so many seconds while another director works on the same Eclipse\ninstance [0]")
+      ->type_name("SECONDS")
+      ->check(CLI::NonNegativeNumber);
 }
 
 namespace {
@@ -68,6 +77,7 @@ void add_running_options(CLI::App& command, SessionOptions& options) {
                   "Write the log to FILE, line by line as it is produced; overwrites FILE.\nWith --json, FILE must not be "
                   "standard output")
       ->type_name("FILE");
+  add_wait_option(command, options.wait);
   add_json_option(command, options, "everything that happened");
 }
 
@@ -153,6 +163,7 @@ Subcommand add_verify(CLI::App& program) {
                               "removes");
   const auto options = std::make_shared<SessionOptions>();
   add_session_file(parser, *options);
+  add_wait_option(parser, options->wait);
   add_reading_options(parser, *options, "the findings");
   set_help(parser, "eclipse-int verify SESSION.json [OPTIONS]",
            "  eclipse-int verify install.json\n"
@@ -165,7 +176,8 @@ Subcommand add_verify(CLI::App& program) {
            "Exit status:\n"
            "  0  the instance is in the state that the session describes\n"
            "  1  it is not, and each difference is reported\n"
-           "  2  an error in the session or the arguments, or the instance cannot be queried\n"
+           "  2  an error in the session or the arguments, or the instance cannot be queried, for example because\n"
+           "     another director is at work on it\n"
            "  128 + N  signal N interrupted the query\n");
   return {&parser, [options] { return verify(*options); }};
 }

@@ -32,6 +32,9 @@ Subcommand add_explain(CLI::App& program);
 /// Adds --set, --variables and --plugin.
 void add_input_options(CLI::App& command, SessionOptions& options, const std::string& about_variables);
 
+/// Adds --wait.
+void add_wait_option(CLI::App& command, double& seconds);
+
 /// Gives a subcommand its usage line, and examples and exit statuses below its help.
 void set_help(CLI::App& command, const std::string& usage, const std::string& examples, const std::string& exit_status);
 

@@ -2,6 +2,7 @@
 
 #include "base/printable.h"
 #include "base/text.h"
+#include "cli/instance_safety.h"
 #include "cli/interruption.h"
 #include "cli/session_command.h"
 #include "cli/session_variables.h"
@@ -33,8 +34,9 @@ int without_command(const Plan& plan, bool json) {
   return 0;
 }
 
-/// Throws Interrupted.
-Verification verify_unless_interrupted(const Plan& plan) {
+/// A director that only answers may write the profile, too, when the instance was moved. Throws Interrupted and InstanceInUse.
+Verification verify_unless_interrupted(const Plan& plan, double seconds_to_wait) {
+  const auto lock = lock_instance(plan.executable, seconds_to_wait);
   const Interruption interruption;
   Verification verification = eclipse_verify::verify(plan, Interruption::observer().command_progress);
   Interruption::check();
@@ -48,7 +50,7 @@ int verify_instance(const SessionOptions& options) {
   command.warn_of_unreadable_descriptors(plugin);
   const Plan plan = eclipse_plan::make_plan(plugin, command.session(), eclipse_plan::Retries::distinct);
   if (!plan.command) return without_command(plan, options.json);
-  const Verification verification = verify_unless_interrupted(plan);
+  const Verification verification = verify_unless_interrupted(plan, options.wait);
   if (options.json) {
     print_verification(verification);
   } else {
