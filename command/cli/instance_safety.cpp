@@ -27,4 +27,8 @@ std::unique_ptr<InstanceLock> lock_instance(const std::string& executable, doubl
   }
 }
 
+void print_damage(const std::optional<eclipse_p2::ProfileDamage>& damage) {
+  if (damage) print_message(damage->message + "; " + damage->fix);
+}
+
 }  // namespace eclipse_cli

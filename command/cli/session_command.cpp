@@ -67,6 +67,12 @@ std::string SessionCommand::chosen_executable(const Plugin& plugin) const try {
   return "";
 }
 
+/// Without memory, nothing more can be said.
+void SessionCommand::look_at_profile(const std::string& executable) try {
+  damage_ = eclipse_p2::profile_damage(executable);
+} catch (const std::bad_alloc&) {
+}
+
 /// The first of several runs has nothing to read yet.
 std::optional<std::string> SessionCommand::variables_file() const {
   const auto& file = options_.variables;
@@ -140,16 +146,23 @@ int SessionCommand::perform(const RunFunction& run, Directors directors, const R
   try {
     run(plugin, session_, record_, observers);
   } catch (const Interrupted& interrupted) {
+    look_at_profile(executable);
     write_files(log);
     report_interruption(report, interrupted);
+    print_damage(damage_);
     return interrupted.exit_status();
   } catch (const std::exception& error) {
     record_.drop_unfinished_output();
+    look_at_profile(executable);
     write_files(log);
     report_abort(error.what());
+    print_damage(damage_);
     return 1;
   }
-  return end(report, additions, log);
+  if (record_.failed() || additions.exit_status(0) != 0) look_at_profile(executable);
+  const int status = end(report, additions, log);
+  print_damage(damage_);
+  return status;
 }
 
 }  // namespace eclipse_cli

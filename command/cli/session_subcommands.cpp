@@ -151,7 +151,8 @@ Subcommand add_plan(CLI::App& program) {
            "      Machine-readable output, with all retries.\n",
            "Exit status:\n"
            "  0  the run would do what the plan shows, or has nothing to do\n"
-           "  1  the run would be refused, or its command would be altered or rejected by the shell\n"
+           "  1  the run would be refused, its command would be altered or rejected by the shell, or the p2\n"
+           "     profile of the Eclipse is damaged\n"
            "  2  an error in the session or the arguments\n");
   return {&parser, [options, all_retries] { return plan(*options, *all_retries); }};
 }
@@ -175,7 +176,7 @@ Subcommand add_verify(CLI::App& program) {
            "may mark the instance as known, and then only the selected components count.\n",
            "Exit status:\n"
            "  0  the instance is in the state that the session describes\n"
-           "  1  it is not, and each difference is reported\n"
+           "  1  it is not, and each difference is reported, or its p2 profile is damaged\n"
            "  2  an error in the session or the arguments, or the instance cannot be queried, for example because\n"
            "     another director is at work on it\n"
            "  128 + N  signal N interrupted the query\n");

@@ -29,6 +29,9 @@ Subcommand add_lint(CLI::App& program);
 /// "explain": explains lint rules.
 Subcommand add_explain(CLI::App& program);
 
+/// "repair": makes an instance usable again whose p2 profile was damaged.
+Subcommand add_repair(CLI::App& program);
+
 /// Adds --set, --variables and --plugin.
 void add_input_options(CLI::App& command, SessionOptions& options, const std::string& about_variables);
 

@@ -18,6 +18,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <initializer_list>
 #include <sstream>
 #include <thread>
 
@@ -48,9 +49,9 @@ void give_to_owner(int descriptor, const fs::path& directory) {
 
 /// Another user may own the file. Reading it is enough for a lock. The descriptor is not close-on-exec, so that directors
 /// inherit it.
-int open_lock(const fs::path& instance) {
+int open_lock(const fs::path& instance, std::initializer_list<int> accesses = {O_RDWR | O_CREAT, O_RDONLY}) {
   const fs::path file = lock_file(instance);
-  for (const int access : {O_RDWR | O_CREAT, O_RDONLY}) {
+  for (const int access : accesses) {
     const int descriptor = open(file.c_str(), access | O_NOFOLLOW | O_NONBLOCK, 0666);
     if (descriptor < 0) continue;
     if (is_regular(descriptor)) {
@@ -142,6 +143,14 @@ void InstanceLock::take(const fs::path& instance, std::chrono::duration<double> 
     if (!waits) on_wait(who);
     std::this_thread::sleep_for(time_between_attempts);
   }
+}
+
+bool is_in_use(const fs::path& instance) {
+  const int descriptor = open_lock(instance, {O_RDONLY});
+  if (descriptor < 0) return false;
+  const bool in_use = flock(descriptor, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  close(descriptor);
+  return in_use;
 }
 
 }  // namespace eclipse_p2

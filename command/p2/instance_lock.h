@@ -40,6 +40,9 @@ class InstanceLock {
   std::string problem_;
 };
 
+/// Whether another process has the lock of the instance in this directory. Changes nothing there.
+bool is_in_use(const std::filesystem::path& instance);
+
 }  // namespace eclipse_p2
 
 #endif

@@ -43,7 +43,7 @@ const std::string fix = "; wait until it has ended, or use --wait SECONDS\n";
 
 TEST_F(InstanceInUse, IsRefusedByEverySubcommandThatStartsADirector) {
   for (const std::string arguments : {"run session.json --log log", "verify session.json", "run --verify --json session.json",
-                                      "call define_eclipse_path perform_integration session.json"}) {
+                                      "call define_eclipse_path perform_integration session.json", "repair eclipse"}) {
     EXPECT_EQ(eclipse_int_meanwhile(arguments, "1", "echo kept > log"),
               (Outcome{2, "",
                        "eclipse-int: another director is at work on DIRECTORY/eclipse (started by process N, eclipse-int run "
