@@ -31,9 +31,12 @@ int call(SessionOptions options, std::vector<std::string> arguments) {
   }
   std::for_each(arguments.begin(), arguments.end(), check_action);
   SessionCommand command(options);
-  return command.perform([&](const auto& plugin, auto& session, auto& record, const auto& observers) {
-    eclipse_host::call_actions(plugin, session, arguments, record, observers);
-  });
+  const bool starts_directors = std::any_of(arguments.begin(), arguments.end(), eclipse_host::is_perform_action);
+  return command.perform(
+      [&](const auto& plugin, auto& session, auto& record, const auto& observers) {
+        eclipse_host::call_actions(plugin, session, arguments, record, observers);
+      },
+      starts_directors ? Directors::started : Directors::none);
 }
 
 }  // namespace eclipse_cli

@@ -1,5 +1,13 @@
 #include "cli/interruption.h"
 
+#include <time.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <iostream>
+
+#include "cli/standard_streams.h"
+
 namespace eclipse_cli {
 
 namespace {
@@ -12,9 +20,38 @@ struct NamedSignal {
 constexpr std::array<NamedSignal, 4> signals = {
     {{SIGINT, "SIGINT"}, {SIGTERM, "SIGTERM"}, {SIGHUP, "SIGHUP"}, {SIGQUIT, "SIGQUIT"}}};
 
-volatile std::sig_atomic_t noted_signal = 0;
+/// One request to end may arrive as two signals: timeout(1) sends its signal to the process and to its group, and a terminal
+/// that is closed sends SIGHUP, as its shell does.
+constexpr long long one_request_milliseconds = 200;
 
-void note(int signal) { noted_signal = signal; }
+// What the signal handler leaves behind.
+volatile std::sig_atomic_t first_signal = 0;
+volatile std::sig_atomic_t is_repeated = 0;
+std::atomic<long long> first_time = 0;
+static_assert(std::atomic<long long>::is_always_lock_free);
+
+bool is_reported = false;  ///< that the director is waited for
+
+long long milliseconds() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec * 1000LL + now.tv_nsec / 1'000'000;
+}
+
+void note(int signal) {
+  if (first_signal == 0) {
+    first_time = milliseconds();
+    first_signal = signal;
+  } else if (milliseconds() - first_time >= one_request_milliseconds) {
+    is_repeated = 1;
+  }
+}
+
+/// On a terminal, the cursor may stand behind "^C" or the elapsed time.
+void print_notice(const std::string& text) {
+  if (isatty(STDERR_FILENO) != 0) std::cerr << '\n';
+  print_message(text);
+}
 
 }  // namespace
 
@@ -26,10 +63,13 @@ std::string Interrupted::name() const {
 }
 
 Interruption::Interruption() {
-  noted_signal = 0;
+  first_signal = 0;
+  is_repeated = 0;
+  is_reported = false;
   struct sigaction noting {};
   noting.sa_handler = note;
   noting.sa_flags = SA_RESTART;
+  sigfillset(&noting.sa_mask);
   for (std::size_t i = 0; i < signals.size(); ++i) {
     sigaction(signals[i].number, nullptr, &before_[i]);
     if (before_[i].sa_handler != SIG_IGN) sigaction(signals[i].number, &noting, nullptr);
@@ -40,20 +80,33 @@ Interruption::~Interruption() {
   for (std::size_t i = 0; i < signals.size(); ++i) sigaction(signals[i].number, &before_[i], nullptr);
 }
 
-bool Interruption::was_requested() { return noted_signal != 0; }
+bool Interruption::was_requested() { return first_signal != 0; }
 
 void Interruption::check() {
-  if (noted_signal != 0) throw Interrupted{noted_signal};
+  if (first_signal != 0) throw Interrupted{first_signal};
+}
+
+void Interruption::check_while_director_runs() {
+  if (is_repeated != 0) {
+    print_notice("interrupted again; stopping the director");
+    throw Interrupted{first_signal};
+  }
+  if (first_signal == 0 || is_reported) return;
+  is_reported = true;
+  print_notice("interrupted by " + Interrupted{first_signal}.name() +
+               "; waiting for the director to end its command (interrupt again to stop it now)");
 }
 
 eclipse_host::RunObserver Interruption::observer() {
   const auto check_at = [](const auto&...) { check(); };
+  const auto check_director = [](const auto&...) { check_while_director_runs(); };
   eclipse_host::RunObserver observer;
   observer.on_action = check_at;
+  observer.on_log = check_at;
   observer.on_command = check_at;
-  observer.command_progress.on_output = check_at;
-  observer.command_progress.on_error_output = check_at;
-  observer.command_progress.on_wait = check_at;
+  observer.command_progress.on_output = check_director;
+  observer.command_progress.on_error_output = check_director;
+  observer.command_progress.on_wait = check_director;
   observer.on_command_end = check_at;
   return observer;
 }

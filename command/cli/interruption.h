@@ -10,7 +10,7 @@
 
 namespace eclipse_cli {
 
-/// Thrown out of a run. It ends the director that is running.
+/// Thrown out of a run when a signal ends it. It stops a director that is running.
 struct Interrupted {
   int signal;
 
@@ -19,8 +19,9 @@ struct Interrupted {
   std::string name() const;
 };
 
-/// As long as an object of this class lives, SIGINT, SIGTERM, SIGHUP and SIGQUIT are only noted, so that no director is left
-/// behind. One that is ignored stays so.
+/// While an object of this class exists, SIGINT, SIGTERM, SIGHUP and SIGQUIT do not end the program: a director that dies while
+/// it writes the p2 profile leaves an Eclipse that no director can open. The first signal lets the running director end its
+/// command, and no other is started; the second one stops the director. A signal that is ignored stays so.
 class Interruption {
  public:
   Interruption();
@@ -31,10 +32,14 @@ class Interruption {
   /// Whether a signal has come.
   static bool was_requested();
 
-  /// Throws Interrupted once a signal has come.
+  /// Throws Interrupted after the first signal. For the moments in which no director runs.
   static void check();
 
-  /// Checks at every event, where a run can be stopped.
+  /// Reports the first signal on standard error, once, and throws Interrupted after the second one. For the moments in which a
+  /// director runs.
+  static void check_while_director_runs();
+
+  /// Performs the check that fits each event.
   static eclipse_host::RunObserver observer();
 
  private:

@@ -144,6 +144,10 @@ Json plan_json(const Plan& plan) {
 
 }  // namespace
 
-void print_plan(const Plan& plan) { print_json(plan_json(plan)); }
+void print_plan(const Plan& plan, const std::optional<eclipse_p2::ProfileDamage>& damage) {
+  Json json = plan_json(plan);
+  add_damage(json, damage);
+  print_json(json);
+}
 
 }  // namespace eclipse_cli

@@ -2,6 +2,9 @@
 #ifndef ECLIPSE_INT_CLI_PLAN_JSON_H
 #define ECLIPSE_INT_CLI_PLAN_JSON_H
 
+#include <optional>
+
+#include "p2/profile_repair.h"
 #include "plan/plan.h"
 
 namespace eclipse_cli {
@@ -28,7 +31,8 @@ namespace eclipse_cli {
 ///     cannot start the executable, otherwise empty causes: the texts of the session and the descriptors that the shell changes
 ///     shell: the commands as the shell reads them; error: why it rejects the line, otherwise empty
 ///     byte: counted from 1; effect: what the shell does there
-void print_plan(const eclipse_plan::Plan& plan);
+///   profileDamage: as add_damage() adds it
+void print_plan(const eclipse_plan::Plan& plan, const std::optional<eclipse_p2::ProfileDamage>& damage);
 
 }  // namespace eclipse_cli
 

@@ -8,9 +8,9 @@ namespace eclipse_cli {
 int run(const SessionOptions& options, bool verifies) {
   SessionCommand command(options);
   check_mode(command.session());
-  if (!verifies) return command.perform(eclipse_host::run_session);
+  if (!verifies) return command.perform(eclipse_host::run_session, Directors::started);
   VerifiedRun run;
-  return command.perform(run.function(), run.additions());
+  return command.perform(run.function(), Directors::started, run.additions());
 }
 
 }  // namespace eclipse_cli

@@ -66,6 +66,7 @@ void add_facts(Json& json, const RunFacts& run) {
   for (std::size_t i = 0; i < run.record.commands.size(); ++i) {
     commands.push_back(command_json(run.record.commands[i], run.failures.of(i)));
   }
+  add_damage(json, run.damage);
 }
 
 }  // namespace
@@ -73,6 +74,11 @@ void add_facts(Json& json, const RunFacts& run) {
 void add_text(Json& json, const char* name, const std::string& text, const char* hex_name) {
   json[name] = text;
   if (!eclipse_base::is_utf8(text)) json[hex_name] = in_hexadecimal(text);
+}
+
+void add_damage(Json& json, const std::optional<eclipse_p2::ProfileDamage>& damage) {
+  if (!damage) return;
+  json["profileDamage"] = {{"state", damage->state.string()}, {"message", damage->message}, {"fix", damage->fix}};
 }
 
 void print_run(const RunFacts& run, int exit_status, const std::function<void(Json&)>& add_to) {

@@ -4,10 +4,12 @@
 
 #include <functional>
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 
 #include "cli/command_failures.h"
 #include "cli/interruption.h"
+#include "p2/profile_repair.h"
 #include "standalone_host/session_run.h"
 #include "standalone_host/variables_file.h"
 
@@ -16,11 +18,15 @@ namespace eclipse_cli {
 /// Adds a text as a member of an object, followed by its bytes in hexadecimal when they are not UTF-8.
 void add_text(nlohmann::ordered_json& json, const char* name, const std::string& text, const char* hex_name);
 
+/// Adds what is wrong with the profile of the instance, if anything is: profileDamage: {state, message, fix}
+void add_damage(nlohmann::ordered_json& json, const std::optional<eclipse_p2::ProfileDamage>& damage);
+
 /// What is known of a run.
 struct RunFacts {
   const eclipse_host::RunRecord& record;
   const CommandFailures& failures;
   const eclipse_host::Variables& variables_after;
+  const std::optional<eclipse_p2::ProfileDamage>& damage;
 };
 
 /// Prints the document for a run, to which `add_to` adds members; throws std::bad_alloc before anything is printed:
@@ -31,17 +37,18 @@ struct RunFacts {
 ///   commands: [{action, command, hex, output, outputHex, errorOutput, errorOutputHex, exitCode, seconds, failure}]; hex,
 ///     outputHex and errorOutputHex: the bytes of the text before, each only when they are not UTF-8; failure: null when the
 ///     command succeeded, otherwise {layer, meaning, causes: [text], log}, with null for the log when there is none
+///   profileDamage: as add_damage() adds it
 void print_run(const RunFacts& run, int exit_status, const std::function<void(nlohmann::ordered_json& json)>& add_to);
 
 /// Prints the document for a run that a signal ended:
 ///   status: "interrupted"; exitStatus: 128 and the number of the signal; signal: its name
-///   actions, variables, log: as above, with null for the result of the action that had not returned
+///   actions, variables, log, profileDamage: as above, with null for the result of the action that had not returned
 ///   commands: as above, with null for the exit code and the failure of the one that was running
 void print_interrupted_run(const RunFacts& run, const Interrupted& interrupted);
 
 /// Prints the document for a run that an exception in the host ended, such as a lack of memory:
 ///   status: "aborted"; exitStatus: 1; reason: what failed
-///   actions, variables, log, commands: as for a run that a signal ended
+///   actions, variables, log, commands, profileDamage: as for a run that a signal ended
 void print_aborted_run(const RunFacts& run, const std::string& reason);
 
 /// Prints a document on standard output. What is not UTF-8 becomes U+FFFD.

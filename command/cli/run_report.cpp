@@ -91,6 +91,7 @@ RunObserver RunReport::observer() {
   observer.on_action = [this](const std::string& action) { print("Action " + action + "\n"); };
   observer.on_command = [this](const std::string& command) {
     print("  Command: " + printable(command, {.longest = eclipse_shell::longest_command}) + "\n");
+    director_runs_ = true;
   };
   observer.command_progress.on_output = [this](std::string_view piece) { print_output(piece); };
   observer.command_progress.on_error_output = [this](std::string_view piece) { print_output(piece); };
@@ -108,17 +109,22 @@ void RunReport::end(const RunRecord& record, const Session& session, const Insta
 }
 
 void RunReport::interrupt(const std::string& signal, bool director_was_running) {
+  director_runs_ = false;
   run_has_ended_ = true;
   print("\nInterrupted by " + signal + "\n" +
         (director_was_running ? "  The running director was stopped; changes that it had already made may remain.\n"
-                              : "  No command of the session was running.\n"));
+                              : "  No director was stopped, and no other command was started.\n"));
 }
 
-/// A signal that comes while nobody reads the report ends the run. After the run, a few more seconds are enough.
+/// A run that is interrupted while nobody reads its report ends all the same. A director can end only when its output is read
+/// on, so that after the signal, and after the run, a few more seconds are enough for a reader.
 void RunReport::write(const std::string& text) {
   int waits = 0;
   write_to_output(text, [&] {
-    if (!run_has_ended_) Interruption::check();
+    if (director_runs_)
+      Interruption::check_while_director_runs();
+    else if (!run_has_ended_)
+      Interruption::check();
     return !Interruption::was_requested() || ++waits < most_waits;
   });
 }
@@ -146,6 +152,7 @@ void RunReport::print_waiting(double seconds) {
 }
 
 void RunReport::print_end_of_command(const CommandResult& result) {
+  director_runs_ = false;
   const std::string code = result.exit_code == 0 ? "Succeeded" : "Failed with exit code " + std::to_string(result.exit_code);
   print("  " + code + " after " + in_seconds(result.seconds) + "\n");
   const eclipse_p2::Failure* const failure = failures_.last();

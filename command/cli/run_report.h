@@ -42,6 +42,7 @@ class RunReport {
 
   bool is_terminal_;
   const CommandFailures& failures_;
+  bool director_runs_ = false;
   bool run_has_ended_ = false;
   bool in_line_ = false;           ///< the director's last piece of output did not end its line
   std::size_t waiting_width_ = 0;  ///< of the line with the elapsed time, 0 when it does not show

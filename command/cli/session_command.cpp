@@ -8,6 +8,7 @@
 
 #include "base/file.h"
 #include "base/printable.h"
+#include "cli/instance_safety.h"
 #include "cli/output_checks.h"
 #include "cli/session_source.h"
 #include "cli/session_variables.h"
@@ -56,6 +57,19 @@ void SessionCommand::warn_of_unreadable_descriptors(const Plugin& plugin) const 
                   "; the plug-in ignores this and uses what it can read");
   }
 } catch (const PluginError&) {
+}
+
+/// Such a library cannot be asked where the Eclipse of a component is.
+std::string SessionCommand::chosen_executable(const Plugin& plugin) const try {
+  return eclipse_dry_run::chosen_executable(plugin, session_);
+} catch (const PluginError&) {
+  return "";
+}
+
+/// Without memory, nothing more can be said.
+void SessionCommand::look_at_profile(const std::string& executable) try {
+  damage_ = eclipse_p2::profile_damage(executable);
+} catch (const std::bad_alloc&) {
 }
 
 /// The first of several runs has nothing to read yet.
@@ -111,9 +125,11 @@ int SessionCommand::end(RunReport& report, const ReportAdditions& additions, con
   return status_of_rest;
 }
 
-int SessionCommand::perform(const RunFunction& run, const ReportAdditions& additions) {
+int SessionCommand::perform(const RunFunction& run, Directors directors, const ReportAdditions& additions) {
   const Plugin plugin = load_plugin();
   check_outputs(options_, plugin, session_);
+  const std::string executable = directors == Directors::none ? "" : chosen_executable(plugin);
+  const auto lock = lock_instance(executable, options_.wait);
   warn_of_unreadable_descriptors(plugin);
   std::optional<LogFile> log;
   if (options_.log) log.emplace(*options_.log);
@@ -129,16 +145,23 @@ int SessionCommand::perform(const RunFunction& run, const ReportAdditions& addit
   try {
     run(plugin, session_, record_, observers);
   } catch (const Interrupted& interrupted) {
+    look_at_profile(executable);
     write_files(log);
     report_interruption(report, interrupted);
+    print_damage(damage_);
     return interrupted.exit_status();
   } catch (const std::exception& error) {
     record_.drop_unfinished_output();
+    look_at_profile(executable);
     write_files(log);
     report_abort(error.what());
+    print_damage(damage_);
     return 1;
   }
-  return end(report, additions, log);
+  if (record_.failed() || additions.exit_status(0) != 0) look_at_profile(executable);
+  const int status = end(report, additions, log);
+  print_damage(damage_);
+  return status;
 }
 
 }  // namespace eclipse_cli

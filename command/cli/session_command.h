@@ -28,6 +28,9 @@ struct ReportAdditions {
   std::function<int(int status)> exit_status = [](int status) { return status; };  ///< instead of the run's own
 };
 
+/// Whether a run may start directors.
+enum class Directors { none, started };
+
 class SessionCommand {
  public:
   /// Reads the session and the variables. Throws FileError.
@@ -41,15 +44,19 @@ class SessionCommand {
   /// Warns of descriptor files that cannot be read completely, since the plug-in ignores that. Throws PluginError.
   void warn_of_unreadable_descriptors(const eclipse_host::Plugin& plugin) const;
 
-  /// Runs the session, reports it on standard output and writes what the options ask for. Returns the exit status. Throws
-  /// FileError, PluginError and UsageError before anything is run. A signal that asks this program to end ends the run, and
-  /// what is known by then is reported; one that comes when the run is done changes nothing.
-  int perform(const RunFunction& run, const ReportAdditions& additions = {});
+  /// Runs the session, reports it on standard output and writes what the options ask for. Returns the exit status. If the run
+  /// may start directors, the instance is locked until it ends; after a failure or an interruption its profile is looked at.
+  /// Throws FileError, PluginError, UsageError and InstanceInUse before anything is run or written. A signal that asks this
+  /// program to end ends the run, as Interruption says, and what is known by then is reported; one that comes when the run is
+  /// done changes nothing.
+  int perform(const RunFunction& run, Directors directors, const ReportAdditions& additions = {});
 
  private:
+  std::string chosen_executable(const eclipse_host::Plugin& plugin) const;
+  void look_at_profile(const std::string& executable);
   std::optional<std::string> variables_file() const;
   bool write_files(const std::optional<LogFile>& log) const;
-  RunFacts facts() const { return {record_, failures_, session_.variables}; }
+  RunFacts facts() const { return {record_, failures_, session_.variables, damage_}; }
   int end(RunReport& report, const ReportAdditions& additions, const std::optional<LogFile>& log);
   void report_interruption(RunReport& report, const Interrupted& interrupted);
   void report_abort(const std::string& reason);
@@ -58,6 +65,7 @@ class SessionCommand {
   eclipse_host::Session session_;
   eclipse_host::RunRecord record_;
   CommandFailures failures_;
+  std::optional<eclipse_p2::ProfileDamage> damage_;
 };
 
 }  // namespace eclipse_cli

@@ -18,6 +18,7 @@ struct SessionOptions {
   std::optional<std::string> log;
   std::optional<std::string> plugin;
   bool json = false;
+  double wait = 0;  ///< for a director that is at work on the instance, in seconds
 };
 
 }  // namespace eclipse_cli

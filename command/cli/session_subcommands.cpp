@@ -12,9 +12,10 @@ constexpr const char* exit_status_of_runs =
     "Exit status:\n"
     "  0  success\n"
     "  1  the integration failed or was refused\n"
-    "  2  an error in the session or the arguments, and nothing was run; or the run succeeded, but a file or\n"
-    "     standard output could not be written (a message says which)\n"
-    "  128 + N  signal N ended the run; the running director was stopped\n";
+    "  2  an error in the session or the arguments, or another director is at work on the Eclipse, and nothing\n"
+    "     was run; or the run succeeded, but a file or standard output could not be written (a message says\n"
+    "     which)\n"
+    "  128 + N  signal N ended the run; the running director ended its command, unless the signal came twice\n";
 
 std::string error_in_setting(const std::string& setting) {
   const std::size_t equals = setting.find('=');
@@ -56,6 +57,14 @@ void add_plugin_option(CLI::App& command, SessionOptions& options) {
       ->type_name("LIBRARY");
 }
 
+void add_wait_option(CLI::App& command, double& seconds) {
+  command
+      .add_option("--wait", seconds,
+                  "Wait up to so many seconds while another director works on the same Eclipse\ninstance [0]")
+      ->type_name("SECONDS")
+      ->check(CLI::NonNegativeNumber);
+}
+
 namespace {
 
 void add_json_option(CLI::App& command, SessionOptions& options, const std::string& content) {
@@ -84,6 +93,7 @@ void add_running_options(CLI::App& command, SessionOptions& options) {
                   "Write the log to FILE, line by line as it is produced; overwrites FILE.\nWith --json, FILE must not be "
                   "standard output")
       ->type_name("FILE");
+  add_wait_option(command, options.wait);
   add_json_option(command, options, "everything that happened");
 }
 
@@ -159,7 +169,8 @@ Subcommand add_plan(CLI::App& program) {
            "      Machine-readable output, with all retries.\n",
            "Exit status:\n"
            "  0  the run would do what the plan shows, or has nothing to do\n"
-           "  1  the run would be refused, or its command would be altered or rejected by the shell\n"
+           "  1  the run would be refused, its command would be altered or rejected by the shell, or the p2\n"
+           "     profile of the Eclipse is damaged\n"
            "  2  an error in the session or the arguments\n");
   return {&parser, [options, all_retries] { return plan(*options, *all_retries); }};
 }
@@ -171,6 +182,7 @@ Subcommand add_verify(CLI::App& program) {
                               "removes");
   const auto options = std::make_shared<SessionOptions>();
   add_session_file(parser, *options);
+  add_wait_option(parser, options->wait);
   add_reading_options(parser, *options, "the findings");
   set_help(parser, "eclipse-int verify SESSION [OPTIONS]",
            "  eclipse-int verify install.json\n"
@@ -182,8 +194,9 @@ Subcommand add_verify(CLI::App& program) {
            "may mark the instance as known, and then only the selected components count.\n",
            "Exit status:\n"
            "  0  the instance is in the state that the session describes\n"
-           "  1  it is not, and each difference is reported\n"
-           "  2  an error in the session or the arguments, or the instance cannot be queried\n"
+           "  1  it is not, and each difference is reported, or its p2 profile is damaged\n"
+           "  2  an error in the session or the arguments, or the instance cannot be queried, for example because\n"
+           "     another director is at work on it\n"
            "  128 + N  signal N interrupted the query\n");
   return {&parser, [options] { return verify(*options); }};
 }

@@ -29,6 +29,9 @@ Subcommand add_lint(CLI::App& program);
 /// "explain": explains lint rules.
 Subcommand add_explain(CLI::App& program);
 
+/// "repair": makes an instance usable again whose p2 profile was damaged.
+Subcommand add_repair(CLI::App& program);
+
 /// "list": lists what p2 repositories provide.
 Subcommand add_list(CLI::App& program);
 
@@ -43,6 +46,9 @@ void add_plugin_option(CLI::App& command, SessionOptions& options);
 
 /// Adds --eclipse and --remove, for a directory in the place of a session file.
 void add_directory_options(CLI::App& command, SessionOptions& options);
+
+/// Adds --wait.
+void add_wait_option(CLI::App& command, double& seconds);
 
 /// Gives a subcommand its usage line, and examples and exit statuses below its help.
 void set_help(CLI::App& command, const std::string& usage, const std::string& examples, const std::string& exit_status);

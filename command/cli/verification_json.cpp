@@ -45,7 +45,17 @@ Json verification_json(const Verification& verification) {
           {"knowsAll", verification.knows_all()}};
 }
 
-void print_verification(const Verification& verification) { print_json(verification_json(verification)); }
+void print_verification(const Verification& verification, const std::optional<ProfileDamage>& damage) {
+  Json json = verification_json(verification);
+  add_damage(json, damage);
+  print_json(json);
+}
+
+void print_unverifiable(const std::string& executable, const std::string& error, const ProfileDamage& damage) {
+  Json json = {{"executable", executable}, {"error", error}};
+  add_damage(json, damage);
+  print_json(json);
+}
 
 void print_nothing_to_verify(const eclipse_plan::Plan& plan) {
   print_json({{"same", true}, {"units", Json::array()}, {"reason", plan.last_log_line}, {"reasons", plan.reasons}});

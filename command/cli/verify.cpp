@@ -2,6 +2,7 @@
 
 #include "base/printable.h"
 #include "base/text.h"
+#include "cli/instance_safety.h"
 #include "cli/interruption.h"
 #include "cli/session_command.h"
 #include "cli/session_variables.h"
@@ -33,37 +34,67 @@ int without_command(const Plan& plan, bool json) {
   return 0;
 }
 
-/// Throws Interrupted.
-Verification verify_unless_interrupted(const Plan& plan) {
+/// What an instance answered, or why it did not.
+struct Answer {
+  std::optional<Verification> verification;
+  std::string error;
+  std::optional<Interrupted> interrupted;
+  std::optional<eclipse_p2::ProfileDamage> damage;
+};
+
+/// A director that only answers may write the profile, too, when the instance was moved. Throws InstanceInUse.
+Answer ask(const Plan& plan, double seconds_to_wait) {
+  const auto lock = lock_instance(plan.executable, seconds_to_wait);
   const Interruption interruption;
-  return eclipse_verify::verify(plan, Interruption::observer().command_progress);
+  Answer answer;
+  try {
+    answer.verification = eclipse_verify::verify(plan, Interruption::observer().command_progress);
+    Interruption::check();
+  } catch (const eclipse_p2::InstanceError& error) {
+    answer.error = error.what();
+  } catch (const Interrupted& interrupted) {
+    answer.interrupted = interrupted;
+  }
+  answer.damage = eclipse_p2::profile_damage(plan.executable);
+  return answer;
 }
 
-int verify_instance(const SessionOptions& options) {
+int report_error(const Plan& plan, const Answer& answer, bool json) {
+  if (json && answer.damage) print_unverifiable(plan.executable, answer.error, *answer.damage);
+  print_message(answer.error);
+  return 2;
+}
+
+int report_verification(const Answer& answer, bool json) {
+  if (json) {
+    print_verification(*answer.verification, answer.damage);
+  } else {
+    std::cout << verification_text(*answer.verification);
+  }
+  return answer.verification->differences().empty() && !answer.damage ? 0 : 1;
+}
+
+int report(const Plan& plan, const Answer& answer, bool json) {
+  if (answer.interrupted) {
+    print_message("interrupted by " + answer.interrupted->name());
+    return answer.interrupted->exit_status();
+  }
+  return answer.error.empty() ? report_verification(answer, json) : report_error(plan, answer, json);
+}
+
+}  // namespace
+
+int verify(const SessionOptions& options) {
   const SessionCommand command(options);
   check_mode(command.session());
   const eclipse_host::Plugin plugin = command.load_plugin();
   command.warn_of_unreadable_descriptors(plugin);
   const Plan plan = eclipse_plan::make_plan(plugin, command.session(), eclipse_plan::Retries::distinct);
   if (!plan.command) return without_command(plan, options.json);
-  const Verification verification = verify_unless_interrupted(plan);
-  if (options.json) {
-    print_verification(verification);
-  } else {
-    std::cout << verification_text(verification);
-  }
-  return verification.differences().empty() ? 0 : 1;
-}
-
-}  // namespace
-
-int verify(const SessionOptions& options) {
-  try {
-    return verify_instance(options);
-  } catch (const Interrupted& interrupted) {
-    print_message("interrupted by " + interrupted.name() + "; the running director was stopped");
-    return interrupted.exit_status();
-  }
+  const Answer answer = ask(plan, options.wait);
+  const int status = report(plan, answer, options.json);
+  print_damage(answer.damage);
+  return status;
 }
 
 }  // namespace eclipse_cli

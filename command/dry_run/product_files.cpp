@@ -122,6 +122,18 @@ std::optional<fs::path> used_file(const eclipse_host::Plugin& plugin, const Sess
   return std::nullopt;
 }
 
+std::string chosen_executable(const eclipse_host::Plugin& plugin, const Session& session) {
+  const std::string choice = session.variable("ECLIPSE_INTEGRATION_CHOICE");
+  std::string executable;
+  if (choice == "user") executable = session.variable("USER_DEFINED_ECLIPSE_PATH");
+  if (choice == "internal") {
+    const auto found = PluginFunctions(plugin).executables(*eclipse_host::copy_of(session));
+    if (!found.empty()) executable = found.back();
+  }
+  std::error_code error;
+  return fs::exists(executable, error) ? executable : "";
+}
+
 std::vector<UnreadableDescriptor> unreadable_descriptors(const eclipse_host::Plugin& plugin, const Session& session) {
   std::vector<UnreadableDescriptor> unreadable;
   for (const DescriptorFile& descriptor : descriptors_of(PluginFunctions(plugin), session)) {

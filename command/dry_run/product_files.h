@@ -19,6 +19,10 @@ namespace eclipse_dry_run {
 std::optional<std::filesystem::path> used_file(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session,
                                                const std::filesystem::path& file);
 
+/// The executable of the Eclipse instance that a run of the session works on; empty when the session chooses none, or one that
+/// does not exist. Throws PluginError.
+std::string chosen_executable(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session);
+
 /// A descriptor file that cannot be read completely, which the plug-in ignores.
 struct UnreadableDescriptor {
   std::string path;

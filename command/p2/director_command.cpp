@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "base/text.h"
+#include "shell/shell_reading.h"
 
 using namespace eclipse_base;
 
@@ -40,13 +41,6 @@ void set_features(DirectorCommand& command, std::string_view text) {
   command.appended_feature = text.substr(0, text.rfind(error_redirection));
 }
 
-/// For a path that may contain anything.
-std::string quoted_for_shell(const std::string& text) {
-  std::string quoted = "'";
-  for (const char byte : text) quoted += byte == '\'' ? "'\\''" : std::string(1, byte);
-  return quoted + "'";
-}
-
 }  // namespace
 
 std::optional<DirectorCommand> cut_director_command(std::string_view command) {
@@ -77,7 +71,8 @@ std::vector<std::string> intended_words(const DirectorCommand& command) {
 }
 
 std::string list_roots_command(const std::string& executable) {
-  return quoted_for_shell(executable) + " -nosplash -nl en -application " + std::string(application) + " -listInstalledRoots";
+  return eclipse_shell::quoted_for_shell(executable) + " -nosplash -nl en -application " + std::string(application) +
+         " -listInstalledRoots";
 }
 
 std::vector<Unit> units_named(std::string_view list) {

@@ -61,16 +61,10 @@ fs::path profile_of(const fs::path& instance) {
   return profiles.size() == 1 ? profiles.front() : fs::path();
 }
 
-/// What a state holds, with an error when p2 cannot read it. In a file with this ending, p2 takes nothing but gzip data.
-Xml read_state(const fs::path& state) {
-  FileContent content = read_file(state, largest::profile);
-  if (content.error.empty() && state.extension() == ".gz") {
-    content = decompress(content.bytes, Compression::gzip, largest::profile);
-  }
-  if (content.error.empty()) return read_xml(content.bytes, "profile");
-  Xml xml;
-  xml.error = std::move(content.error);
-  return xml;
+/// In a file with this ending, p2 takes nothing but gzip data.
+Unpacked unpacked(const fs::path& state, std::string content) {
+  if (state.extension() == ".gz") return decompress(content, Compression::gzip, largest::profile);
+  return {{std::move(content), ""}};
 }
 
 /// Other namespaces have names of their own: a package is often called as a bundle is, and any bundle may have it.
@@ -133,7 +127,20 @@ std::vector<fs::path> profile_states(const fs::path& instance) {
   return files;
 }
 
-std::string profile_state_error(const fs::path& state) { return read_state(state).error; }
+ProfileState read_profile_state(const fs::path& file) {
+  const std::string name = file.filename().string();
+  ProfileState state{file, name.substr(0, name.find('.')), "", false, {}};
+  FileContent content = read_file(file, largest::profile);
+  state.error = content.error;
+  if (!state.error.empty()) return state;
+  const Unpacked text = unpacked(file, std::move(content.bytes));
+  const Xml xml = text.error.empty() ? read_xml(text.bytes, "profile") : Xml();
+  state.error = text.error + xml.error;
+  state.is_damaged = !state.error.empty() && !text.exceeds_limit && !xml.exceeds_limit;
+  const pugi::xml_node profile = xml.document.child("profile");
+  if (profile.child("units")) state.units = units_in(profile);
+  return state;
+}
 
 fs::path profile_file(const fs::path& instance) {
   const std::vector<fs::path> states = profile_states(instance);
@@ -142,11 +149,7 @@ fs::path profile_file(const fs::path& instance) {
 
 std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance) {
   const fs::path newest = profile_file(instance);
-  if (newest.empty()) return std::nullopt;
-  const Xml state = read_state(newest);
-  const pugi::xml_node profile = state.document.child("profile");
-  if (!profile.child("units")) return std::nullopt;
-  return units_in(profile);
+  return newest.empty() ? std::nullopt : read_profile_state(newest).units;
 }
 
 std::set<std::string_view> ids_kept_by(std::vector<std::string_view> roots, const std::vector<InstalledUnit>& units) {

@@ -26,8 +26,15 @@ std::filesystem::path instance_directory(const std::string& executable);
 /// instance's.
 std::vector<std::filesystem::path> profile_states(const std::filesystem::path& instance);
 
-/// Why p2 cannot read a state, to be read after its file name, such as "is damaged"; empty when it can.
-std::string profile_state_error(const std::filesystem::path& state);
+/// A state of a profile.
+struct ProfileState {
+  std::filesystem::path file;
+  std::string time;         ///< when it was written: the milliseconds since 1970 that its file name begins with
+  std::string error;        ///< why it cannot be read, to be read after its file name, such as "is damaged"; empty when it can
+  bool is_damaged = false;  ///< the error is in its content, so that p2 cannot read it either
+  std::optional<std::vector<InstalledUnit>> units;  ///< nothing when it has no list of them
+};
+ProfileState read_profile_state(const std::filesystem::path& file);
 
 /// The newest state; empty when there is none.
 std::filesystem::path profile_file(const std::filesystem::path& instance);

@@ -91,7 +91,8 @@ class Outputs {
 };
 
 /// What a command starts with: an empty standard input, these outputs, no signal that this program ignores or blocks, and a
-/// process group of its own, so that all that it starts can be ended with it.
+/// session of its own. So all that it starts can be ended with it, Ctrl-C does not reach it, and no terminal stops it when it
+/// touches the terminal from the background.
 class SpawnOptions {
  public:
   explicit SpawnOptions(const Outputs& outputs) {
@@ -107,8 +108,7 @@ class SpawnOptions {
     posix_spawnattr_init(&attributes_);
     posix_spawnattr_setsigmask(&attributes_, &none);
     posix_spawnattr_setsigdefault(&attributes_, &all);
-    posix_spawnattr_setpgroup(&attributes_, 0);
-    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
   }
   ~SpawnOptions() {
     posix_spawn_file_actions_destroy(&files_);

@@ -271,6 +271,12 @@ bool ShellReading::starts_only(const ShellWords& words) const {
          redirections == std::vector<std::string>{"2>&1"};
 }
 
+std::string quoted_for_shell(std::string_view text) {
+  std::string quoted = "'";
+  for (const char byte : text) quoted += byte == '\'' ? "'\\''" : std::string(1, byte);
+  return quoted + "'";
+}
+
 bool is_plain(std::string_view text) {
   // Digits alone can be the number of a file descriptor.
   return !text.empty() && !is_digit(text.front()) && std::all_of(text.begin(), text.end(), [](unsigned char byte) {

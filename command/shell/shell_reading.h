@@ -35,6 +35,9 @@ struct ShellReading {
 /// False says nothing: this is only a fast check.
 bool is_plain(std::string_view text);
 
+/// A text that may contain anything as one word of a command line, in single quotes.
+std::string quoted_for_shell(std::string_view text);
+
 /// Reads a command line by the rules of a POSIX shell. Nothing is run or expanded.
 ShellReading read_as_shell(std::string_view line);
 

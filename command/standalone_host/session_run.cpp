@@ -9,8 +9,6 @@ namespace eclipse_host {
 
 namespace {
 
-bool is_perform_action(const std::string& action) { return action.starts_with("perform_"); }
-
 /// One run under way: the session is active and its seams are the run's until this object ends.
 class Run {
  public:
@@ -127,6 +125,8 @@ std::string refusal_of_user_eclipse(const Session& session) {
 }
 
 }  // namespace
+
+bool is_perform_action(const std::string& action) { return action.starts_with("perform_"); }
 
 bool RunRecord::failed() const {
   const auto nonzero = [](const ActionRecord& action) { return action.result != 0; };

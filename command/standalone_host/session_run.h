@@ -14,6 +14,9 @@
 
 namespace eclipse_host {
 
+/// Whether an action may run commands.
+bool is_perform_action(const std::string& action);
+
 struct ActionRecord {
   std::string name;
   std::optional<int> result;  ///< none until the action returns

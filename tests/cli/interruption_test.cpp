@@ -44,19 +44,94 @@ class Interruption : public ChildCommand {
                                    "sleep 0.2; kill -s TERM $(cat number); sleep 0.1; cat <&3; wait $!");
   }
 
-  /// Prints something, and some time later sends the signal and hangs.
+  /// Prints something, and some time later sends the signal and goes on.
   static std::string director_that_sends(const std::string& signal) {
-    return "echo begun; sleep 0.3; sh -c 'echo $$ > director; kill -s " + signal + " $(cat number); exec sleep 100'; echo late";
+    return "echo begun; sleep 0.3; kill -s " + signal + " $(cat number); sleep 0.5; echo late";
+  }
+
+  /// Prints something, and some time later sends the signal, once more, and hangs.
+  static std::string director_that_repeats(const std::string& signal) {
+    return "echo begun; sleep 0.3; sh -c 'echo $$ > director; for i in 1 2; do kill -s " + signal +
+           " $(cat number); sleep 0.5; done; exec sleep 100'; echo late";
   }
 };
+
+std::string waiting(const std::string& signal) {
+  return "eclipse-int: interrupted by " + signal +
+         "; waiting for the director to end its command (interrupt again to stop it now)\n";
+}
+const std::string stopping = "eclipse-int: interrupted again; stopping the director\n";
+
+TEST_F(Interruption, LetsTheDirectorEndItsCommandAndStartsNoOther) {
+  write_session("install");
+  script(1, director_that_sends("INT") + "; exit 13");
+  const Outcome outcome = eclipse_int_with_number("run session.json");
+  EXPECT_EQ(outcome.status, 130);
+  EXPECT_EQ(outcome.error, waiting("SIGINT"));
+  EXPECT_TRUE(
+      outcome.output.ends_with("    begun\n"
+                               "    late\n"
+                               "  Failed with exit code 13 after N s\n"
+                               "    Why: the launcher failed: the application did not run to its end, and nothing tells why\n"
+                               "\n"
+                               "Interrupted by SIGINT\n"
+                               "  No director was stopped, and no other command was started.\n"))
+      << outcome.output;
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
+TEST_F(Interruption, TellsProgramsHowTheLastCommandEnded) {
+  write_session("install");
+  script(1, director_that_sends("TERM"));
+  const Outcome outcome = eclipse_int_with_number("run session.json --json");
+  EXPECT_EQ(outcome.status, 143);
+  const Json result = Json::parse(outcome.output);
+  EXPECT_EQ(result.at("status"), "interrupted");
+  ASSERT_EQ(result.at("commands").size(), 1U);
+  EXPECT_EQ(result.at("commands").at(0).at("exitCode"), 0);
+  EXPECT_EQ(result.at("commands").at(0).at("output"), "begun\nlate\n");
+}
+
+/// As timeout(1) does.
+TEST_F(Interruption, TwoSignalsAtOnceAreOneRequest) {
+  write_session("install");
+  script(1, "kill -s TERM $(cat number); kill -s TERM $(cat number); kill -s HUP $(cat number); sleep 0.5; echo late");
+  const Outcome outcome = eclipse_int_with_number("run session.json");
+  EXPECT_EQ(outcome.error, waiting("SIGTERM"));
+  EXPECT_NE(outcome.output.find("    late\n  Succeeded"), std::string::npos) << outcome.output;
+}
+
+/// A director that has much to print waits for the reader as well.
+TEST_F(Interruption, EndsTheDirectorWhenNobodyReadsTheOutput) {
+  write_session("install");
+  script(
+      1,
+      "sh -c 'echo $$ > director; head -c 300000 /dev/zero | tr \"\\0\" x; sleep 100' & sleep 0.5; kill -s TERM $(cat number); "
+      "sleep 0.5; kill -s TERM $(cat number); wait");
+  ASSERT_EQ(mkfifo("pipe", 0600), 0);
+  const Outcome outcome =
+      eclipse_int_with_number("run session.json > pipe & exec 3< pipe\nwait $!; status=$?; cat <&3; exit $status");
+  EXPECT_EQ(outcome.status, 143);
+  EXPECT_TRUE(has_ended("director"));
+}
+
+TEST_F(Interruption, LetsTheDirectorEndWhenNobodyReadsTheOutput) {
+  write_session("install");
+  script(1, "sleep 0.3; kill -s TERM $(cat number); head -c 300000 /dev/zero | tr '\\0' x; echo > late");
+  ASSERT_EQ(mkfifo("pipe", 0600), 0);
+  const Outcome outcome = eclipse_int_with_number("run session.json > pipe & exec 3< pipe\nwait $!; exit $?");
+  EXPECT_EQ(outcome.status, 143);
+  EXPECT_EQ(outcome.error.substr(0, waiting("SIGTERM").size()), waiting("SIGTERM"));
+  EXPECT_EQ(content_of("late"), "\n");
+}
 
 TEST_F(Interruption, TellsWhatIsKnownForPrograms) {
   write_session("install");
   script(1, "echo failed; exit 13");
-  script(2, director_that_sends("INT"));
+  script(2, director_that_repeats("INT"));
   const Outcome outcome = eclipse_int_with_number("run session.json --json --log log --write-variables v.json");
   EXPECT_EQ(outcome.status, 130);
-  EXPECT_EQ(outcome.error, "");
+  EXPECT_EQ(outcome.error, waiting("SIGINT") + stopping);
   const Json result = Json::parse(outcome.output);
   EXPECT_EQ(result.at("status"), "interrupted");
   EXPECT_EQ(result.at("exitStatus"), 130);
@@ -79,9 +154,10 @@ TEST_F(Interruption, TellsWhatIsKnownForPrograms) {
 
 TEST_F(Interruption, TellsIt) {
   write_session("install");
-  script(1, director_that_sends("TERM"));
+  script(1, director_that_repeats("TERM"));
   const Outcome outcome = eclipse_int_with_number("run session.json");
   EXPECT_EQ(outcome.status, 143);
+  EXPECT_EQ(outcome.error, waiting("SIGTERM") + stopping);
   EXPECT_TRUE(
       outcome.output.ends_with("    begun\n"
                                "\n"
@@ -91,29 +167,39 @@ TEST_F(Interruption, TellsIt) {
   EXPECT_TRUE(has_ended("director"));
 }
 
-TEST_F(Interruption, EndsTheQuestionForWhatIsInstalled) {
+TEST_F(Interruption, LetsTheQuestionForWhatIsInstalledEnd) {
   write_session("install");
-  script(1, director_that_sends("INT"));
+  script(1, director_that_sends("INT") + " > late");
   const Outcome outcome = eclipse_int_with_number("verify session.json");
-  EXPECT_EQ(outcome, (Outcome{130, "", "eclipse-int: interrupted by SIGINT; the running director was stopped\n"}));
+  EXPECT_EQ(outcome, (Outcome{130, "", waiting("SIGINT") + "eclipse-int: interrupted by SIGINT\n"}));
+  EXPECT_EQ(content_of("late"), "late\n");
+}
+
+TEST_F(Interruption, ThatIsRepeatedEndsTheQuestionForWhatIsInstalled) {
+  write_session("install");
+  script(1, director_that_repeats("INT"));
+  const Outcome outcome = eclipse_int_with_number("verify session.json");
+  EXPECT_EQ(outcome, (Outcome{130, "", waiting("SIGINT") + stopping + "eclipse-int: interrupted by SIGINT\n"}));
   EXPECT_TRUE(has_ended("director"));
 }
 
 TEST_F(Interruption, EndsTheQuestionsOfAVerifiedRun) {
   write_session("install");
-  script(1, director_that_sends("INT"));
+  script(1, director_that_repeats("INT"));
   const Outcome outcome = eclipse_int_with_number("run session.json --verify --json");
   EXPECT_EQ(outcome.status, 130);
   EXPECT_EQ(Json::parse(outcome.output).at("commands"), Json::array());
   EXPECT_TRUE(has_ended("director"));
   script(2, director_that_sends("INT"));
   const std::string told = eclipse_int_with_number("run session.json --verify").output;
-  EXPECT_TRUE(told.ends_with("\nInterrupted by SIGINT\n  No command of the session was running.\n")) << told;
+  EXPECT_TRUE(told.ends_with("\nInterrupted by SIGINT\n  No director was stopped, and no other command was started.\n"))
+      << told;
+  EXPECT_EQ(director_calls().find(" -i "), std::string::npos) << "nothing was installed";
 }
 
 TEST_F(Interruption, AfterAVerifiedRunLosesNothingOfIt) {
   write_session("install");
-  script(3, director_that_sends("INT"));
+  script(3, director_that_repeats("INT"));
   const Outcome outcome = eclipse_int_with_number("run session.json --verify --json");
   EXPECT_EQ(outcome.status, 2);
   const Json result = Json::parse(outcome.output);
@@ -121,6 +207,15 @@ TEST_F(Interruption, AfterAVerifiedRunLosesNothingOfIt) {
   EXPECT_EQ(result.at("verification").at("errors"),
             Json::array({"after the run: SIGINT interrupted the query for installed units"}));
   EXPECT_TRUE(has_ended("director"));
+}
+
+TEST_F(Interruption, WhileTheInstanceIsAskedAfterARunChangesNothing) {
+  write_session("install");
+  script(3, director_that_sends("INT") + "; echo one/1; echo two/1");
+  const Outcome outcome = eclipse_int_with_number("run session.json --verify --json");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.error, waiting("SIGINT"));
+  EXPECT_EQ(Json::parse(outcome.output).at("verification").at("errors"), Json::array());
 }
 
 constexpr const char* long_output = "head -c 300000 /dev/zero | tr '\\0' x; echo";
@@ -138,10 +233,10 @@ TEST_F(Interruption, WhileTheResultsAreWrittenLosesNothingOfThem) {
 
 TEST_F(Interruption, ThatIsRepeatedLosesNothing) {
   write_session("install");
-  script(1, std::string(long_output) + "; " + director_that_sends("HUP"));
+  script(1, std::string(long_output) + "; " + director_that_repeats("HUP"));
   const Outcome outcome = eclipse_int_read_late("run session.json");
   EXPECT_EQ(outcome.status, 129);
-  EXPECT_EQ(outcome.error, "");
+  EXPECT_EQ(outcome.error, waiting("SIGHUP") + stopping);
   const Json result = Json::parse(outcome.output);
   EXPECT_EQ(result.at("status"), "interrupted");
   EXPECT_EQ(result.at("signal"), "SIGHUP");

@@ -157,14 +157,34 @@ TEST_F(SessionFindings, MinimumVersionsOnEitherSideOfTheTrap) {
   }
 }
 
-TEST_F(SessionFindings, DamagedProfileLeavesARemovalUnchecked) {
-  const std::string profile = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile";
-  write_file(profile, "<profile");
+const std::string states = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/";
+
+TEST_F(SessionFindings, DamagedProfileIsSaidOnce) {
+  write_file(states + "2.profile", "<profile");
+  const Findings findings = findings_with(internal, {ide, Component()}, "uninstall");
+  ASSERT_EQ(summary_of(findings), Texts({"session.json:5:16+9 profile-state-damaged"}));
+  EXPECT_EQ(findings[0].message, "the newest state of the p2 profile, " + directory.path() + "/" + states +
+                                     "2.profile, is not well-formed XML, so every director fails");
+  EXPECT_EQ(findings[0].fix, "run: eclipse-int repair " + directory.path() + "/ide/eclipse");
+}
+
+TEST_F(SessionFindings, ProfileWithoutMostUnitsIsDamaged) {
+  write_file(states + "2.profile", "<profile><units/></profile>");
+  write_file(states + "1.profile", "<profile><units><unit id='a' version='1'/></units></profile>");
+  EXPECT_EQ(summary_of(findings_with(internal, {ide, Component()})), Texts());
+  write_file("ide/configuration/org.eclipse.equinox.simpleconfigurator/bundles.info", "a,1,plugins/a.jar,4,false\n");
+  const Findings findings = findings_with(internal, {ide, Component()});
+  ASSERT_EQ(summary_of(findings), Texts({"session.json:5:16+9 profile-state-damaged"}));
+  EXPECT_EQ(findings[0].fix, "run: eclipse-int repair " + directory.path() + "/ide/eclipse --to 1");
+}
+
+TEST_F(SessionFindings, UnreadableProfileLeavesARemovalUnchecked) {
+  std::filesystem::create_directories(states + "1.profile");
   const Findings findings = findings_with(internal, {ide, Component()}, "uninstall");
   ASSERT_EQ(summary_of(findings), Texts({"session.json:2:9+11 unit-not-installed"}));
   EXPECT_EQ(findings[0].severity, Severity::warning);
   EXPECT_EQ(findings[0].message, "the profile of the instance cannot be read, so the installed units are unknown: " +
-                                     directory.path() + "/" + profile);
+                                     directory.path() + "/" + states + "1.profile");
 }
 
 TEST_F(SessionFindings, FileThatIsSoughtInTheWrongDirectory) {

@@ -126,7 +126,18 @@ TEST_F(Profile, SaysWhyAStateCannotBeRead) {
       {"1.profile", "is not a regular file"},
       {"pipe.profile", "is not a regular file"},
   };
-  for (const auto& [file, error] : cases) EXPECT_EQ(profile_state_error(file), error) << file;
+  for (const auto& [file, error] : cases) {
+    const ProfileState state = read_profile_state(file);
+    EXPECT_EQ(state.error, error) << file;
+    EXPECT_EQ(state.is_damaged, !error.empty() && error != "is not a regular file") << file;
+  }
+}
+
+TEST_F(Profile, AStateThatIsTooLargeHereIsNotDamaged) {
+  ASSERT_EQ(eclipse_shell::run_in_shell("head -c 3000000 /dev/zero | gzip > large.profile.gz").exit_code, 0);
+  const ProfileState state = read_profile_state("large.profile.gz");
+  EXPECT_EQ(state.error, "unpacks to more than 250 times its size");
+  EXPECT_FALSE(state.is_damaged);
 }
 
 TEST_F(Profile, IsTheOneThatTheConfigurationNames) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <signal.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -325,6 +326,32 @@ TEST(Shell, SignalsToThisProgramDoNotDisturbACommand) {
   EXPECT_EQ(result.output, "1\n2\n");
   EXPECT_EQ(result.error_output, "error\n");
   EXPECT_EQ(result.exit_code, 4);
+}
+
+/// The fourth field behind the name is the session.
+TEST(Shell, CommandHasASessionOfItsOwn) {
+  EXPECT_EQ(run_in_shell("read -r process name state parent group session rest < /proc/$$/stat; "
+                         "test \"$group $session\" = \"$$ $$\"")
+                .exit_code,
+            0);
+}
+
+/// In the background of a terminal, a process that sets it is stopped by SIGTTOU, and nobody would ever continue it.
+TEST(Shell, CommandThatTouchesTheTerminalIsNotStopped) {
+  int terminal = -1;
+  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+  ASSERT_GE(child, 0);
+  if (child == 0) _exit(run_in_shell("stty -echo < /dev/tty; exit 7").exit_code);
+  int status = 0;
+  pid_t ended = 0;
+  for (int i = 0; i < 500 && ended == 0; ++i) {
+    usleep(10'000);
+    ended = waitpid(child, &status, WNOHANG);
+  }
+  if (ended == 0) kill(child, SIGKILL), waitpid(child, nullptr, 0);
+  close(terminal);
+  ASSERT_EQ(ended, child) << "the command is stopped";
+  EXPECT_EQ(WEXITSTATUS(status), 7);
 }
 
 TEST(Shell, CommandStartsWithoutTheSignalsThatThisProgramIgnores) {

@@ -13,6 +13,7 @@
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
+#include "p2/profile_repair.h"
 #include "shell/executable.h"
 #include "shell/shell_cause.h"
 
@@ -380,6 +381,10 @@ Rule executable_ambiguous() {
   };
 }
 
+const Location& location_of_executable(const SessionFacts& facts) {
+  return facts.location_of(is_choice(facts, "user") ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN");
+}
+
 /// What the shell does with the first byte of a text that it does not pass on unchanged.
 std::string first_change(const eclipse_shell::ShellCause& cause) {
   const eclipse_shell::ShellRemark& remark = cause.remarks.front();
@@ -403,14 +408,39 @@ Rule executable_not_startable() {
             if (!input.session || input.session->run.commands.empty()) return;
             const SessionFacts& facts = *input.session;
             const std::string executable = facts.executable();
-            const Location& location =
-                facts.location_of(is_choice(facts, "user") ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN");
+            const Location& location = location_of_executable(facts);
             if (const auto cause = eclipse_shell::cause_in(eclipse_dry_run::executable_piece(executable, ""))) {
               reporter.report(location,
                               "the shell would change the path " + in_quotes(executable) + ": " + first_change(*cause));
             } else if (const auto error = eclipse_shell::executable_error(executable)) {
               reporter.report(location, error->message, error->fix);
             }
+          },
+  };
+}
+
+// ---- The profile ----
+
+Rule profile_state_damaged() {
+  return {
+      .name = "profile-state-damaged",
+      .group = Group::eclipse,
+      .severity = Severity::error,
+      .title = "the newest state of the instance's p2 profile is damaged",
+      .why =
+          "p2 starts from the newest state and never goes back to an older one. A state is half written when a director is "
+          "stopped while it writes it, and then every director fails. It lacks most of the units when two directors have "
+          "worked "
+          "at the same time.",
+      .fix = "run \"eclipse-int repair\" with the path of the Eclipse executable; it moves the damaged state aside",
+      .bad = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'"}}),
+      .good = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}}),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->run.commands.empty()) return;
+            const auto damage = eclipse_p2::profile_damage_at_rest(input.session->executable());
+            if (!damage) return;
+            reporter.report(location_of_executable(*input.session), damage->message, damage->fix);
           },
   };
 }
@@ -479,6 +509,7 @@ std::vector<Rule> rules_about_eclipse() {
       executable_name_unmatched(),
       executable_ambiguous(),
       executable_not_startable(),
+      profile_state_damaged(),
       minimum_version_compared_as_text(),
   };
 }

@@ -28,8 +28,6 @@ namespace eclipse_lint {
 
 namespace {
 
-constexpr const char* profile_name = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile";
-
 constexpr const char* profile_of_two = R"(<profile><units>
   <unit id='org.example.one.feature.group' version='1.0.0'/>
   <unit id='org.example.two' version='1.0.0'><requires>
@@ -91,12 +89,13 @@ std::optional<fs::path> instance_of_removal(const Input& input) {
   return eclipse_p2::instance_directory(input.session->executable());
 }
 
+/// A damaged one is the finding of another rule.
 void report_unreadable_profile(const Input& input, const fs::path& instance, Reporter& reporter) {
   const fs::path profile = eclipse_p2::profile_file(instance);
-  if (profile.empty()) return;
+  if (profile.empty() || eclipse_p2::read_profile_state(profile).is_damaged) return;
   reporter.report(Severity::warning, input.session->mode,
                   "the profile of the instance cannot be read, so the installed units are unknown: " + profile.string(),
-                  "make the file readable, or repair the instance: the director needs this profile, too");
+                  "make the file readable: the director needs this profile, too");
 }
 
 Rule unit_not_installed() {

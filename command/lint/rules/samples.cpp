@@ -20,6 +20,8 @@ Sample component(const std::string& descriptor, std::vector<SampleFile> others) 
 
 Sample good_component() { return component(line_of_one, {{"tools/site/content.xml", content_of_one}}); }
 
+const char* const profile_name = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile";
+
 const char* const line_of_one = "Repository\tFeature\nsite\torg.example.one.feature.group\n";
 
 const char* const content_of_one =

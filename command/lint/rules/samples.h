@@ -26,6 +26,9 @@ extern const char* const content_of_one;
 
 // ---- A session with this component and an Eclipse in the directory "ide" ----
 
+/// A state of the p2 profile of this Eclipse.
+extern const char* const profile_name;
+
 /// The session file, with the files of the component and of the Eclipse, and with other files.
 Sample product(const std::string& session_file, const std::vector<SampleFile>& others = {});
 

@@ -1,0 +1,24 @@
+// What keeps an Eclipse instance safe from directors that work on it at the same time, or that were stopped.
+#ifndef ECLIPSE_INT_CLI_INSTANCE_SAFETY_H
+#define ECLIPSE_INT_CLI_INSTANCE_SAFETY_H
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "p2/instance_lock.h"
+#include "p2/profile_repair.h"
+
+namespace eclipse_cli {
+
+/// Locks the instance of an executable; without one there is nothing to lock. Waits so many seconds for a director that is at
+/// work on it, and says for whom. Warns about an instance that cannot be locked. Throws eclipse_p2::InstanceInUse, with the
+/// fix.
+std::unique_ptr<eclipse_p2::InstanceLock> lock_instance(const std::string& executable, double seconds);
+
+/// Prints what is wrong with the profile of an instance, if anything is, and the fix.
+void print_damage(const std::optional<eclipse_p2::ProfileDamage>& damage);
+
+}  // namespace eclipse_cli
+
+#endif

@@ -1,0 +1,132 @@
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <optional>
+
+#include "base/file.h"
+#include "cli/instance_safety.h"
+#include "cli/interruption.h"
+#include "cli/repair_report.h"
+#include "cli/subcommands.h"
+#include "p2/installed_units.h"
+#include "p2/profile_repair.h"
+
+namespace fs = std::filesystem;
+
+namespace eclipse_cli {
+
+namespace {
+
+constexpr const char* examples =
+    "  eclipse-int repair /opt/eclipse/eclipse --dry-run\n"
+    "      Show which states of the p2 profile are damaged, and what would be moved aside.\n"
+    "  eclipse-int repair /opt/eclipse/eclipse\n"
+    "      Move the damaged newest states aside, and check whether the Eclipse answers.\n"
+    "  eclipse-int repair /opt/eclipse --to 1731234567890\n"
+    "      Go back to the state that was written at this time.\n"
+    "\n"
+    "p2 keeps each state of the profile, which records what is installed, in a file of its own, and starts from\n"
+    "the newest one. A director that is stopped while it writes this file leaves a damaged one, and then every\n"
+    "director fails. This command renames such a file to TIME.profile.gz.damaged. It deletes nothing.\n";
+
+constexpr const char* exit_status =
+    "Exit status:\n"
+    "  0  the Eclipse answers, and the newest state of its profile is not damaged\n"
+    "  1  it does not answer, or its profile is still damaged; with --dry-run: there is something to repair\n"
+    "  2  an error in the arguments, or another director is at work on the Eclipse\n"
+    "  128 + N  signal N ended the command\n";
+
+struct RepairOptions {
+  std::string eclipse;
+  std::optional<std::string> to;
+  bool dry_run = false;
+  bool json = false;
+  double wait = 0;
+};
+
+std::string executable_of(const std::string& eclipse) {
+  std::error_code error;
+  const fs::path executable = fs::is_directory(eclipse, error) ? fs::path(eclipse) / "eclipse" : fs::path(eclipse);
+  if (!fs::is_regular_file(executable, error)) {
+    throw eclipse_base::FileError(executable,
+                                  "is not a file; give the Eclipse executable, or the directory of one named eclipse");
+  }
+  return eclipse_base::absolute_path(executable).lexically_normal().string();
+}
+
+/// Throws RepairError.
+void move_states(Repair& repair, const fs::path& instance, const std::optional<std::string>& to) {
+  const auto to_move = eclipse_p2::states_to_move(repair.states, to);
+  const auto first_left = repair.states.begin() + static_cast<std::ptrdiff_t>(to_move.size());
+  repair.lost = eclipse_p2::lost_units(instance, {first_left, repair.states.end()});
+  for (const auto& state : to_move) {
+    repair.moves.push_back({state.file, repair.is_dry_run ? fs::path() : eclipse_p2::move_aside(state)});
+  }
+}
+
+/// Throws InstanceError and Interrupted.
+void ask(Repair& repair) {
+  repair.roots = eclipse_p2::installed_units(repair.executable, Interruption::observer().command_progress).roots;
+  Interruption::check();
+}
+
+int exit_status_of(const Repair& repair) {
+  const bool is_left_undone = repair.is_dry_run && !repair.moves.empty();
+  return repair.error.empty() && !repair.lost && !is_left_undone ? 0 : 1;
+}
+
+/// Returns the exit status.
+int perform_repair(Repair& repair, const RepairOptions& options) {
+  const auto lock = lock_instance(repair.executable, options.wait);
+  const fs::path instance = eclipse_p2::instance_directory(repair.executable);
+  const Interruption interruption;
+  try {
+    repair.states = eclipse_p2::newest_states(instance, options.to);
+    move_states(repair, instance, options.to);
+    if (!repair.is_dry_run) ask(repair);
+  } catch (const eclipse_p2::RepairError& error) {
+    repair.error = error.what();
+  } catch (const eclipse_p2::InstanceError& error) {
+    repair.error = error.what();
+  } catch (const Interrupted& interrupted) {
+    repair.error = "interrupted by " + interrupted.name() + " before the Eclipse had answered";
+    return interrupted.exit_status();
+  }
+  return exit_status_of(repair);
+}
+
+int perform(const RepairOptions& options) {
+  Repair repair;
+  repair.executable = executable_of(options.eclipse);
+  repair.is_dry_run = options.dry_run;
+  const int status = perform_repair(repair, options);
+  if (options.json) {
+    print_repair(repair, status);
+  } else {
+    std::cout << repair_text(repair);
+  }
+  return status;
+}
+
+}  // namespace
+
+Subcommand add_repair(CLI::App& program) {
+  CLI::App* const parser =
+      program.add_subcommand("repair", "Move damaged states of the p2 profile aside, so that the Eclipse can be used again");
+  const auto options = std::make_shared<RepairOptions>();
+  parser->add_option("ECLIPSE", options->eclipse, "The Eclipse executable, or its directory")->required()->option_text(" ");
+  parser
+      ->add_option("--to", options->to,
+                   "Go back to the state of this time, even if newer ones are not damaged\n"
+                   "[default: the newest one that is not damaged]")
+      ->type_name("TIME");
+  parser->add_flag("--dry-run", options->dry_run, "Show what would be moved aside; move nothing and start no director");
+  add_wait_option(*parser, options->wait);
+  parser->add_flag("--json", options->json,
+                   "Machine-readable output: print one JSON document with what was found and done,\nand nothing else");
+  set_help(*parser, "eclipse-int repair ECLIPSE [OPTIONS]", examples, exit_status);
+  return {parser, [options] { return perform(*options); }};
+}
+
+}  // namespace eclipse_cli

@@ -1,0 +1,156 @@
+// The lock is one of flock(2), on the file configuration/.eclipse-int.lock in the instance, which says who has it:
+//
+//   1234
+//   eclipse-int run session.json
+//
+// The file is never removed: one process could lock the removed file, and another one a new file of the same name. Where it
+// cannot be made, as in an instance that may only be read, the lock is on the instance's directory itself.
+#include "p2/instance_lock.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <initializer_list>
+#include <sstream>
+#include <thread>
+
+#include "base/printable.h"
+
+namespace fs = std::filesystem;
+
+namespace eclipse_p2 {
+
+namespace {
+
+constexpr std::chrono::milliseconds time_between_attempts(50);
+constexpr std::size_t longest_command = 200;
+
+fs::path lock_file(const fs::path& instance) { return instance / "configuration/.eclipse-int.lock"; }
+
+bool is_regular(int descriptor) {
+  struct stat status {};
+  return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/// A file that the administrator makes belongs to the owner of the instance, who must be able to write into it later.
+void give_to_owner(int descriptor, const fs::path& directory) {
+  struct stat owner {};
+  if (geteuid() != 0 || stat(directory.c_str(), &owner) != 0) return;
+  static_cast<void>(!fchown(descriptor, owner.st_uid, owner.st_gid));
+}
+
+/// Another user may own the file. Reading it is enough for a lock. The descriptor is not close-on-exec, so that directors
+/// inherit it.
+int open_lock(const fs::path& instance, std::initializer_list<int> accesses = {O_RDWR | O_CREAT, O_RDONLY}) {
+  const fs::path file = lock_file(instance);
+  for (const int access : accesses) {
+    const int descriptor = open(file.c_str(), access | O_NOFOLLOW | O_NONBLOCK, 0666);
+    if (descriptor < 0) continue;
+    if (is_regular(descriptor)) {
+      give_to_owner(descriptor, file.parent_path());
+      return descriptor;
+    }
+    close(descriptor);
+  }
+  return open(instance.c_str(), O_RDONLY | O_DIRECTORY);
+}
+
+/// What this process was started as, without the directory of the program.
+std::string own_command() {
+  std::ostringstream content;
+  content << std::ifstream("/proc/self/cmdline", std::ios::binary).rdbuf();
+  std::string command = content.str();
+  while (command.ends_with('\0')) command.pop_back();
+  command.erase(0, command.rfind('/', command.find('\0')) + 1);
+  std::replace(command.begin(), command.end(), '\0', ' ');
+  return command.substr(0, longest_command);
+}
+
+/// Without write access, nobody learns who has the lock.
+void write_holder(int descriptor) {
+  const std::string text = std::to_string(getpid()) + "\n" + own_command() + "\n";
+  if (ftruncate(descriptor, 0) == 0) static_cast<void>(!pwrite(descriptor, text.data(), text.size(), 0));
+}
+
+std::string text_in(int descriptor) {
+  std::array<char, longest_command + 100> text;
+  const ssize_t length = pread(descriptor, text.data(), text.size(), 0);
+  return length < 0 ? "" : std::string(text.data(), static_cast<std::size_t>(length));
+}
+
+/// One that was killed has left its director at work.
+std::string about_holder(int descriptor) {
+  std::istringstream lines(text_in(descriptor));
+  pid_t process = 0;
+  std::string command;
+  if (!(lines >> process >> std::ws) || !std::getline(lines, command) || process <= 0) return "";
+  const bool has_ended = kill(process, 0) != 0 && errno == ESRCH;
+  return " (started by process " + std::to_string(process) + (has_ended ? ", which has ended" : "") + ", " +
+         eclipse_base::printable(command) + ")";
+}
+
+enum class Attempt { taken, in_use, impossible };
+
+Attempt attempt(int descriptor) {
+  if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) return Attempt::taken;
+  return errno == EWOULDBLOCK || errno == EINTR ? Attempt::in_use : Attempt::impossible;
+}
+
+}  // namespace
+
+InstanceLock::InstanceLock(const fs::path& instance, std::chrono::duration<double> patience,
+                           const std::function<void(const std::string& who)>& on_wait) {
+  descriptor_ = open_lock(instance);
+  if (descriptor_ < 0) {
+    problem_ = std::strerror(errno);
+    return;
+  }
+  try {
+    take(instance, patience, on_wait);
+  } catch (...) {
+    close(descriptor_);
+    throw;
+  }
+}
+
+InstanceLock::~InstanceLock() {
+  if (descriptor_ < 0) return;
+  if (problem_.empty()) static_cast<void>(!ftruncate(descriptor_, 0));
+  close(descriptor_);
+}
+
+void InstanceLock::take(const fs::path& instance, std::chrono::duration<double> patience,
+                        const std::function<void(const std::string& who)>& on_wait) {
+  const auto start = std::chrono::steady_clock::now();
+  for (bool waits = false;; waits = true) {
+    const Attempt result = attempt(descriptor_);
+    if (result == Attempt::taken) return write_holder(descriptor_);
+    if (result == Attempt::impossible) {
+      problem_ = std::strerror(errno);
+      return;
+    }
+    const std::string who =
+        "another director is at work on " + eclipse_base::printable(instance.string()) + about_holder(descriptor_);
+    if (std::chrono::steady_clock::now() - start >= patience) throw InstanceInUse(who);
+    if (!waits) on_wait(who);
+    std::this_thread::sleep_for(time_between_attempts);
+  }
+}
+
+bool is_in_use(const fs::path& instance) {
+  const int descriptor = open_lock(instance, {O_RDONLY});
+  if (descriptor < 0) return false;
+  const bool in_use = flock(descriptor, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  close(descriptor);
+  return in_use;
+}
+
+}  // namespace eclipse_p2

@@ -1,0 +1,104 @@
+// That two directors never work on one instance at the same time.
+#include <unistd.h>
+
+#include <filesystem>
+#include <regex>
+
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+const std::string command = ECLIPSE_INT_COMMAND;
+
+class InstanceInUse : public ChildCommand {
+ protected:
+  InstanceInUse() {
+    std::filesystem::create_directory("eclipse/configuration");
+    write_session("install");
+    // The first director is at work until a file says that it may end.
+    script(1, "echo > begun; while [ ! -e end ]; do sleep 0.05; done; echo > ended");
+  }
+
+  /// Runs the command while the director of another one, which runs the session, is at work; it ends after so many seconds.
+  Outcome eclipse_int_meanwhile(const std::string& arguments, const std::string& seconds, const std::string& meanwhile = ":") {
+    Outcome outcome = eclipse_int(arguments, "( sh -c 'echo $$ > number; exec " + command +
+                                                 " run session.json' > first 2>&1; echo $? >> first ) &\n"
+                                                 "while [ ! -e begun ]; do sleep 0.05; done; " +
+                                                 meanwhile + "; ( sleep " + seconds + "; echo > end ) > /dev/null 2>&1 &\n");
+    outcome.error = std::regex_replace(outcome.error, std::regex("process [0-9]+"), "process N");
+    return outcome;
+  }
+
+  /// Waits until the one that is at work has ended, and makes the next director the first one again.
+  void forget_first() const {
+    while (!std::regex_search(content_of("first"), std::regex("\n[0-9]+\n$"))) usleep(10'000);
+    EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+    for (const char* const file : {"first", "begun", "end", "ended", "eclipse/calls"}) std::filesystem::remove(file);
+  }
+};
+
+const std::string fix = "; wait until it has ended, or use --wait SECONDS\n";
+
+TEST_F(InstanceInUse, IsRefusedByEverySubcommandThatStartsADirector) {
+  for (const std::string arguments : {"run session.json --log log", "verify session.json", "run --verify --json session.json",
+                                      "call define_eclipse_path perform_integration session.json", "repair eclipse"}) {
+    EXPECT_EQ(eclipse_int_meanwhile(arguments, "1", "echo kept > log"),
+              (Outcome{2, "",
+                       "eclipse-int: another director is at work on DIRECTORY/eclipse (started by process N, eclipse-int run "
+                       "session.json)" +
+                           fix}))
+        << arguments;
+    forget_first();
+    EXPECT_EQ(content_of("log"), "kept\n") << "nothing was begun";
+  }
+}
+
+TEST_F(InstanceInUse, DoesNotDisturbSubcommandsThatStartNoDirector) {
+  EXPECT_EQ(eclipse_int_meanwhile("plan session.json", "0.5").status, 0);
+  forget_first();
+  EXPECT_EQ(eclipse_int_meanwhile("call define_eclipse_path session.json", "0.5").status, 0);
+  forget_first();
+}
+
+TEST_F(InstanceInUse, IsWaitedForOnRequest) {
+  script(2, "test -e ended && echo one/1 && echo two/1");
+  const Outcome outcome = eclipse_int_meanwhile("verify session.json --wait 60", "0.5");
+  EXPECT_EQ(outcome.status, 0) << outcome.output << outcome.error;
+  EXPECT_EQ(outcome.error,
+            "eclipse-int: waiting: another director is at work on DIRECTORY/eclipse (started by process N, eclipse-int run "
+            "session.json)\n");
+}
+
+/// "Kill and repeat" must not make two.
+TEST_F(InstanceInUse, StaysSoWhenOnlyTheCommandIsKilled) {
+  const Outcome outcome = eclipse_int_meanwhile("verify session.json", "0.5", "kill -9 $(cat number); sleep 0.2");
+  EXPECT_EQ(outcome,
+            (Outcome{2, "",
+                     "eclipse-int: another director is at work on DIRECTORY/eclipse (started by process N, which has ended, "
+                     "eclipse-int run session.json)" +
+                         fix}));
+  script(2, "test -e ended && echo one/1 && echo two/1");
+  EXPECT_EQ(eclipse_int("verify session.json --wait 60").status, 0);
+}
+
+TEST_F(InstanceInUse, AnotherInstanceIsNotInUse) {
+  std::filesystem::create_directories("other/configuration");
+  std::filesystem::copy_file("eclipse/eclipse", "other/eclipse");
+  EXPECT_EQ(
+      eclipse_int_meanwhile("verify session.json --set USER_DEFINED_ECLIPSE_PATH=" + directory.path() + "/other/eclipse", "0")
+          .status,
+      1);
+  forget_first();
+}
+
+TEST_F(InstanceInUse, TimeToWaitIsANumberOfSeconds) {
+  EXPECT_EQ(eclipse_int("run session.json --wait soon").status, 2);
+  EXPECT_EQ(eclipse_int("run session.json --wait -1").status, 2);
+  EXPECT_EQ(director_calls(), "");
+}
+
+}  // namespace
+
+}  // namespace cli_test

@@ -1,0 +1,221 @@
+// Damaged p2 profiles: who names them, and how they are repaired.
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <regex>
+
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+const std::string registry = "eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/";
+const std::string sound = "<profile><units><unit id='one' version='1.0.0'/></units></profile>";
+const std::string three =
+    "<profile><units><unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'/><unit id='three' version='1.0.0'/></units>"
+    "</profile>";
+const std::string damaged = "<profile><un";
+
+class Repair : public ChildCommand {
+ protected:
+  Repair() {
+    write_session("install");
+    fs::create_directory("eclipse/configuration");
+  }
+
+  static void write_state(const std::string& time, const std::string& content) {
+    fake::write_file(registry + time + ".profile", content);
+  }
+
+  static void write_bundles() {
+    fake::write_file("eclipse/configuration/org.eclipse.equinox.simpleconfigurator/bundles.info",
+                     "one,1.0.0,plugins/one.jar,4,false\ntwo,1.0.0,plugins/two.jar,4,false\n");
+  }
+};
+
+const std::string damage = "the newest state of the p2 profile, DIRECTORY/" + registry +
+                           "1731234567890.profile, is not well-formed XML, so every director fails";
+const std::string fix = "eclipse-int: " + damage + "; run: eclipse-int repair DIRECTORY/eclipse/eclipse\n";
+const Json reported = {{"state", "DIRECTORY/" + registry + "1731234567890.profile"},
+                       {"message", damage},
+                       {"fix", "run: eclipse-int repair DIRECTORY/eclipse/eclipse"}};
+
+TEST_F(Repair, IsRecommendedAfterAFailure) {
+  write_state("1731234567890", damaged);
+  for (int start = 1; start <= 6; ++start) script(start, "exit 13");
+  const Outcome run = eclipse_int("run session.json");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.error, fix);
+  const Outcome call = eclipse_int("call perform_integration session.json --json");
+  EXPECT_EQ(call.status, 1);
+  EXPECT_EQ(call.error, fix);
+  EXPECT_EQ(Json::parse(call.output).at("profileDamage"), reported);
+  for (int start = 7; start <= 8; ++start) script(start, "exit 13");
+  const Outcome verify = eclipse_int("verify session.json");
+  EXPECT_EQ(verify.status, 2);
+  EXPECT_TRUE(verify.error.ends_with(fix)) << verify.error;
+  const Outcome document = eclipse_int("verify session.json --json");
+  EXPECT_EQ(document.status, 2);
+  EXPECT_EQ(Json::parse(document.output).at("profileDamage"), reported);
+}
+
+TEST_F(Repair, IsRecommendedAfterAnInterruption) {
+  write_state("1", sound);
+  const std::string director = "sleep 0.3; kill -s TERM $(cat number); sleep 0.5; printf '" + damaged + "' > " + registry +
+                               "1731234567890.profile; kill -s TERM $(cat number); exec sleep 100";
+  script(1, director);
+  const Outcome outcome = eclipse_int("run session.json", "sh -c 'echo $$ > number; exec \"$@\"' -");
+  EXPECT_EQ(outcome.status, 143);
+  EXPECT_TRUE(outcome.error.ends_with("stopping the director\n" + fix)) << outcome.error;
+}
+
+TEST_F(Repair, IsRecommendedByAPlan) {
+  write_state("1731234567890", sound);
+  EXPECT_EQ(eclipse_int("plan session.json").status, 0);
+  write_state("1731234567890", damaged);
+  const Outcome plan = eclipse_int("plan session.json");
+  EXPECT_EQ(plan.status, 1);
+  EXPECT_EQ(plan.error, fix);
+  EXPECT_EQ(Json::parse(eclipse_int("plan session.json --json").output).at("profileDamage"), reported);
+}
+
+TEST_F(Repair, IsNotRecommendedForASoundProfile) {
+  write_state("1731234567890", sound);
+  for (int start = 1; start <= 3; ++start) script(start, "exit 13");
+  const Outcome run = eclipse_int("run session.json");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.error, "");
+}
+
+TEST_F(Repair, MovesDamagedStatesAsideAndAsksTheEclipse) {
+  write_state("1731234567890", damaged);
+  write_state("1731234560000", sound);
+  script(1, "test -e " + registry + "1731234567890.profile || echo one/1.0.0");
+  const std::string states =
+      "Eclipse DIRECTORY/eclipse/eclipse\n"
+      "  Newest states of its p2 profile:\n"
+      "    1731234567890 (2024-11-10 10:29:27 UTC): is not well-formed XML\n"
+      "    1731234560000 (2024-11-10 10:29:20 UTC): 1 unit\n";
+  EXPECT_EQ(eclipse_int("repair eclipse/eclipse --dry-run"),
+            (Outcome{1, states + "  Would move aside: DIRECTORY/" + registry + "1731234567890.profile\n", ""}));
+  EXPECT_EQ(director_calls(), "");
+  EXPECT_EQ(eclipse_int("repair eclipse/eclipse"), (Outcome{0,
+                                                            states + "  Moved aside: DIRECTORY/" + registry +
+                                                                "1731234567890.profile.damaged\n"
+                                                                "  The Eclipse answers. Installed by name:\n"
+                                                                "    one/1.0.0\n",
+                                                            ""}));
+  EXPECT_EQ(content_of(registry + "1731234567890.profile.damaged"), damaged) << "nothing is deleted";
+  EXPECT_EQ(eclipse_int("repair eclipse --dry-run"), (Outcome{0,
+                                                              "Eclipse DIRECTORY/eclipse/eclipse\n"
+                                                              "  Newest states of its p2 profile:\n"
+                                                              "    1731234560000 (2024-11-10 10:29:20 UTC): 1 unit\n"
+                                                              "  Nothing to move aside.\n",
+                                                              ""}));
+}
+
+TEST_F(Repair, IsThereForPrograms) {
+  write_state("2", damaged);
+  write_state("1", sound);
+  script(1, "echo one/1.0.0");
+  const Outcome outcome = eclipse_int("repair eclipse --json");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(Json::parse(outcome.output),
+            (Json{{"executable", "DIRECTORY/eclipse/eclipse"},
+                  {"dryRun", false},
+                  {"states",
+                   {{{"file", "DIRECTORY/" + registry + "2.profile"},
+                     {"time", "2"},
+                     {"status", "damaged"},
+                     {"error", "is not well-formed XML"},
+                     {"units", nullptr}},
+                    {{"file", "DIRECTORY/" + registry + "1.profile"},
+                     {"time", "1"},
+                     {"status", "readable"},
+                     {"error", nullptr},
+                     {"units", 1}}}},
+                  {"moved",
+                   {{{"from", "DIRECTORY/" + registry + "2.profile"}, {"to", "DIRECTORY/" + registry + "2.profile.damaged"}}}},
+                  {"lostUnits", nullptr},
+                  {"roots", {"one/1.0.0"}},
+                  {"error", nullptr},
+                  {"exitStatus", 0}}));
+}
+
+TEST_F(Repair, FailsWhenTheEclipseDoesNotAnswer) {
+  write_state("1", sound);
+  script(1, "echo 'Missing required argument -destination.'; exit 13");
+  const Outcome outcome = eclipse_int("repair eclipse");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(outcome.output.find("  Error: \"DIRECTORY/eclipse/eclipse\" cannot be asked for what is installed: exit code 13"),
+            std::string::npos)
+      << outcome.output;
+}
+
+TEST_F(Repair, MovesNothingWhenNoStateCanBeRead) {
+  write_state("2", damaged);
+  write_state("1", damaged);
+  const Outcome outcome = eclipse_int("repair eclipse");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(outcome.output.find("  Error: no state of the p2 profile in DIRECTORY/"), std::string::npos) << outcome.output;
+  EXPECT_TRUE(fs::exists(registry + "2.profile"));
+  EXPECT_EQ(director_calls(), "");
+}
+
+/// The director answers then.
+TEST_F(Repair, IsRecommendedWhenUnitsWereLost) {
+  write_state("2", sound);
+  write_state("1", three);
+  write_bundles();
+  script(1, "echo one/1.0.0; echo two/1.0.0");
+  const Outcome verify = eclipse_int("verify session.json --json");
+  EXPECT_EQ(verify.status, 1);
+  EXPECT_EQ(Json::parse(verify.output).at("same"), true);
+  EXPECT_EQ(Json::parse(verify.output).at("profileDamage").at("fix"),
+            "run: eclipse-int repair DIRECTORY/eclipse/eclipse --to 1");
+}
+
+TEST_F(Repair, GoesBackOnlyOnRequestWhenUnitsWereLost) {
+  write_state("2", sound);
+  write_state("1", three);
+  write_bundles();
+  const Outcome outcome = eclipse_int("repair eclipse");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(outcome.output.find(
+                "  Nothing to move aside.\n"
+                "  Warning: the newest state that can be read has 1 unit, the state before it has 3, and bundles.info "
+                "still lists 1 bundle of those that are missing, as after two directors at the same time\n"
+                "    Fix: eclipse-int repair DIRECTORY/eclipse/eclipse --to 1\n"),
+            std::string::npos)
+      << outcome.output;
+  EXPECT_EQ(eclipse_int("repair eclipse --to 1").status, 0);
+  EXPECT_TRUE(fs::exists(registry + "2.profile.damaged"));
+  EXPECT_EQ(eclipse_int("repair eclipse --to 7").status, 1);
+}
+
+TEST_F(Repair, LetsTheDirectorEndWhenItIsInterrupted) {
+  write_state("2", damaged);
+  write_state("1", sound);
+  script(1, "kill -s TERM $(cat number); sleep 0.5; echo > ended");
+  const Outcome outcome = eclipse_int("repair eclipse --json", "sh -c 'echo $$ > number; exec \"$@\"' -");
+  EXPECT_EQ(outcome.status, 143);
+  EXPECT_TRUE(fs::exists("ended"));
+  EXPECT_EQ(Json::parse(outcome.output).at("moved").size(), 1U) << "what was done is reported";
+}
+
+TEST_F(Repair, NeedsAnEclipse) {
+  fs::create_directory("empty");
+  for (const std::string eclipse : {"missing", "empty"}) {
+    const Outcome outcome = eclipse_int("repair " + eclipse);
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_NE(outcome.error.find("is not a file; give the Eclipse executable"), std::string::npos) << outcome.error;
+  }
+  EXPECT_EQ(eclipse_int("repair").status, 2);
+}
+
+}  // namespace
+
+}  // namespace cli_test
