@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/printable.h"
 #include "cli/subcommands.h"
 #include "standalone_host/installation.h"
 
@@ -41,7 +42,7 @@ class HelpText : public CLI::Formatter {
 };
 
 std::string usage_message(const CLI::App*, const CLI::Error& error) {
-  return "eclipse-int: " + std::string(error.what()) + "\nRun with --help for more information.\n";
+  return "eclipse-int: " + eclipse_base::printable(error.what(), {.longest = eclipse_base::no_limit}) + "\nRun with --help for more information.\n";
 }
 
 int perform(CLI::App& program, int argc, const char* const* argv) {

@@ -8,21 +8,17 @@
 #include <string_view>
 #include <vector>
 
+#include "base/file.h"
 #include "dry_run/plugin_functions.h"
 
 namespace eclipse_dry_run {
 
-struct DescriptorContent {
-  std::string bytes;  ///< as far as they could be read
-  std::string error;  ///< why the file could not be read completely, such as "Permission denied"; empty when it could
-};
-
 /// Reads a descriptor file. The plug-in ignores a failed read and takes zero bytes for those that are missing, so whoever
-/// reports what it reads must report the error, too.
-DescriptorContent descriptor_content(const std::string& path);
+/// reports what it reads must report the error, too: one of a file, or that its size is another one.
+eclipse_base::FileContent descriptor_content(const std::string& path);
 
 /// The error of a file whose lines and records do not match (see lines_of_records()) though all of it could be read.
-inline constexpr std::string_view changed_while_read = "it was changed while it was read";
+inline constexpr std::string_view changed_while_read = "was changed while it was read";
 
 struct DescriptorLine {
   std::size_t number = 0;  ///< from 1

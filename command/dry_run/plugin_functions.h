@@ -29,6 +29,9 @@ struct Placement {
   std::int64_t slot;  ///< its place in the install order
 };
 
+/// Throws FileError for a descriptor file that is larger than any real one: the plug-in reads every file as a whole.
+void check_descriptor_size(const std::filesystem::path& file);
+
 class PluginFunctions {
  public:
   /// Finds the functions in the library that was loaded as `plugin`. Throws PluginError.
@@ -39,7 +42,7 @@ class PluginFunctions {
   /// The columns of a line.
   std::vector<std::string> columns(const std::string& line) const;
 
-  /// The records of a descriptor file, in the order of its lines.
+  /// The records of a descriptor file, in the order of its lines. Throws FileError for one that is too large.
   std::vector<plugin_config> records(const std::string& directory, const std::string& file) const;
 
   /// The descriptor file that a component has when its package lists `listed`; nothing when that is not one. Whether the

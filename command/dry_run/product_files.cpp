@@ -122,6 +122,12 @@ std::optional<fs::path> used_file(const eclipse_host::Plugin& plugin, const Sess
   return std::nullopt;
 }
 
+void check_descriptor_sizes(const eclipse_host::Plugin& plugin, const Session& session) {
+  for (const DescriptorFile& descriptor : descriptors_of(PluginFunctions(plugin), session)) {
+    check_descriptor_size(descriptor.path);
+  }
+}
+
 std::vector<UnreadableDescriptor> unreadable_descriptors(const eclipse_host::Plugin& plugin, const Session& session) {
   std::vector<UnreadableDescriptor> unreadable;
   for (const DescriptorFile& descriptor : descriptors_of(PluginFunctions(plugin), session)) {

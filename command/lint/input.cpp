@@ -172,7 +172,7 @@ class InputReader {
     Descriptor& descriptor = input_->descriptors.emplace_back();
     descriptor.component = component;
     descriptor.file = shown_file;
-    DescriptorContent content = descriptor_content(file.path);
+    FileContent content = descriptor_content(file.path);
     descriptor.content = std::move(content.bytes);
     descriptor.read_error = std::move(content.error);
     descriptor.is_text = descriptor.is_readable() && is_text(descriptor.content);

@@ -102,7 +102,7 @@ class PlanMaker {
   PlannedDescriptor add_descriptor(const ListedDescriptor& descriptor) {
     PlannedDescriptor planned{descriptor.path, descriptor.exists, 0, ""};
     if (!descriptor.exists) return planned;
-    DescriptorContent content = descriptor_content(descriptor.path);
+    eclipse_base::FileContent content = descriptor_content(descriptor.path);
     auto lines = descriptor_lines(functions_, content.bytes);
     std::vector<plugin_config> records = functions_.records(descriptor.directory, descriptor.name);
     const auto line_of = lines_of_records(lines, records);

@@ -54,7 +54,7 @@ TEST(DescriptorContent, HasEveryByteOfAFile) {
   const fake::TemporaryDirectory directory;
   const std::string bytes = std::string("a\0\r\n", 4) + std::string(200'000, 'x');
   fake::write_file("file", bytes);
-  const DescriptorContent content = descriptor_content("file");
+  const eclipse_base::FileContent content = descriptor_content("file");
   EXPECT_EQ(content.bytes, bytes);
   EXPECT_EQ(content.error, "");
 }
@@ -62,20 +62,20 @@ TEST(DescriptorContent, HasEveryByteOfAFile) {
 TEST(DescriptorContent, TellsWhyAFileCannotBeRead) {
   const fake::TemporaryDirectory directory;
   std::filesystem::create_directory("directory");
-  EXPECT_EQ(descriptor_content("missing").error, "No such file or directory");
-  EXPECT_EQ(descriptor_content("directory").error, "it is not a regular file");
+  EXPECT_EQ(descriptor_content("missing").error, "cannot be read: No such file or directory");
+  EXPECT_EQ(descriptor_content("directory").error, "is not a regular file");
   // Its first pages are not mapped.
-  EXPECT_EQ(descriptor_content("/proc/self/mem").error, "Input/output error after 0 bytes");
+  EXPECT_EQ(descriptor_content("/proc/self/mem").error, "cannot be read: Input/output error");
 }
 
 /// The files of the kernel have another size than content.
 TEST(DescriptorContent, TellsWhenTheSizeIsAnother) {
-  EXPECT_EQ(descriptor_content("/proc/version").error, "it contains more than the 0 bytes that are its size");
+  EXPECT_EQ(descriptor_content("/proc/version").error, "contains more than the 0 bytes that are its size");
   EXPECT_EQ(descriptor_content("/proc/version").bytes, "");
   const std::string shorter = "/sys/kernel/uevent_seqnum";
   if (!std::filesystem::exists(shorter)) GTEST_SKIP() << shorter << " does not exist";
-  const DescriptorContent content = descriptor_content(shorter);
-  EXPECT_EQ(content.error, "its size is 4096 bytes, but only " + std::to_string(content.bytes.size()) + " could be read");
+  const eclipse_base::FileContent content = descriptor_content(shorter);
+  EXPECT_EQ(content.error, "has a size of 4096 bytes, of which only " + std::to_string(content.bytes.size()) + " can be read");
 }
 
 }  // namespace

@@ -59,11 +59,11 @@ TEST_F(Profile, TellsItsUnitsAndWhatRequiresThem) {
   ASSERT_TRUE(units.has_value());
   ASSERT_EQ(units->size(), 6U);
   using Texts = std::vector<std::string>;
-  EXPECT_EQ(units->at(0).required_by, Texts());
+  EXPECT_EQ(units->at(0).required_by.get(), Texts());
   EXPECT_EQ(units->at(1).id, "bundle");
   EXPECT_EQ(units->at(1).version, "1.0.0.v1");
-  EXPECT_EQ(units->at(1).required_by, (Texts{"feature", "extra"})) << "a package that is called as the bundle is another thing";
-  EXPECT_EQ(units->at(2).required_by, Texts()) << "what is optional does not keep it there";
+  EXPECT_EQ(units->at(1).required_by.get(), (Texts{"feature", "extra"})) << "a package that is called as the bundle is another thing";
+  EXPECT_EQ(units->at(2).required_by.get(), Texts()) << "what is optional does not keep it there";
   for (const InstalledUnit& unit : *units) EXPECT_EQ(unit.is_root, unit.id == "feature") << unit.id;
 }
 
