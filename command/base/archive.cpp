@@ -35,7 +35,7 @@ struct Limits {
   }
 };
 
-Unpacked failure(std::string error, bool exceeds_limit = false) { return {{"", std::move(error)}, exceeds_limit}; }
+Unpacked failure(std::string error, bool exceeds_limit = false) { return {"", std::move(error), exceeds_limit}; }
 
 /// A warning is a wrong checksum.
 Unpacked read_data(archive* reader, const Limits& limits) {

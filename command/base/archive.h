@@ -12,11 +12,9 @@
 
 namespace eclipse_base {
 
-/// What was decompressed. Errors are those of FileContent, and "is damaged", "is encrypted", "is not gzip data", "is not xz
-/// data" and "is not a zip archive".
-struct Unpacked : FileContent {
-  bool exceeds_limit = false;  ///< the error is that it is larger than is read here; others may well read it
-};
+/// What was decompressed. Errors are those of files, and "is damaged", "is encrypted", "is not gzip data", "is not xz data" and
+/// "is not a zip archive".
+using Unpacked = FileContent;
 
 enum class Compression { gzip, xz };
 Unpacked decompress(const std::string& compressed, Compression compression, std::size_t limit);

@@ -44,7 +44,7 @@ class InputFile {
       if (length < 0 && errno != EINTR) note_error();
       if (length > 0) content.bytes.append(piece.data(), static_cast<std::size_t>(length));
     }
-    if (!error_.empty()) return {"", error_};
+    content.error = error_;
     return content;
   }
 
@@ -80,7 +80,7 @@ int open_regular_file(const fs::path& file) {
 FileContent read_file(const fs::path& file, std::size_t limit) {
   FileContent content = InputFile(file).read_up_to(limit + 1);
   if (content.bytes.size() <= limit) return content;
-  return {"", "is larger than " + std::to_string(limit / largest::mebibyte) + " MiB"};
+  return {"", "is larger than " + std::to_string(limit / largest::mebibyte) + " MiB", true};
 }
 
 FileContent read_beginning(const fs::path& file, std::size_t count) { return InputFile(file).read_up_to(count); }

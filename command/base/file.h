@@ -10,18 +10,20 @@
 
 namespace eclipse_base {
 
-/// How large a file may be that is read into memory, in bytes, and how much it may contain. Real ones are far smaller.
+/// How large may be what is kept in memory, in bytes, and how much it may contain. Real files and outputs are far smaller.
 namespace largest {
 
 inline constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
 inline constexpr std::size_t json = 64 * mebibyte;  ///< session, variables, overrides
 inline constexpr std::size_t descriptor = 64 * mebibyte;
-inline constexpr std::size_t configuration = 4 * mebibyte;  ///< config.ini of an instance
+inline constexpr std::size_t configuration = 4 * mebibyte;  ///< of an instance (config.ini, .eclipseproduct) or of a repository
 inline constexpr std::size_t profile = 256 * mebibyte;      ///< a state of a p2 profile, decompressed
 inline constexpr std::size_t metadata = 256 * mebibyte;     ///< of a p2 repository, decompressed
 inline constexpr std::size_t log = 16 * mebibyte;           ///< of an instance; of a larger one the end is read
 
+inline constexpr std::size_t json_values = 1'000'000;    ///< of a JSON document, each of which takes some hundred bytes
+inline constexpr std::size_t output = 4 * mebibyte;      ///< of a command; of a larger one the beginning and the end are kept
 inline constexpr std::size_t archive_entries = 200'000;  ///< files and directories in an archive
 inline constexpr std::size_t compression = 250;      ///< times that more than a mebibyte may be larger than its compressed form
 inline constexpr std::size_t xml_items = 8'000'000;  ///< tags and attributes of an XML document
@@ -30,9 +32,10 @@ inline constexpr std::size_t xml_items = 8'000'000;  ///< tags and attributes of
 
 /// What a file holds, or why that is unknown.
 struct FileContent {
-  std::string bytes;
-  std::string
-      error;  ///< "is not a regular file", "is larger than 64 MiB" or "cannot be read: REASON"; empty when there is none
+  std::string bytes;  ///< after an error, what was read before it; none of a file that is too large
+  /// "is not a regular file", "is larger than 64 MiB" or "cannot be read: REASON"; empty when there is none.
+  std::string error;
+  bool exceeds_limit = false;  ///< the error is that it is larger than is read here; others may well read it
 };
 
 /// Opens a regular file for reading and never waits, not even for a pipe. A descriptor to be closed, or -1 with the reason in

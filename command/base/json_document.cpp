@@ -169,6 +169,10 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
   }
 
   JsonValue& add(JsonKind kind, std::size_t end) {
+    if (++count_ > largest::json_values) {
+      const std::string most = std::to_string(largest::json_values);
+      document_.fault(start_of_token(text_, end), "", "has more than " + most + " values; take values away");
+    }
     JsonValue& value = open_.empty() ? root_ : open_.back().value->children.emplace_back();
     value.kind = kind;
     value.offset = start_of_token(text_, end);
@@ -224,6 +228,7 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
   std::istringstream stream_;
   JsonValue& root_;
   std::vector<Open> open_;
+  std::size_t count_ = 0;  ///< of the values so far
   std::string pending_key_;
   std::size_t pending_key_offset_ = 0;
 };

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "base/printable.h"
 #include "cli/session_command.h"
 #include "cli/subcommands.h"
 #include "cli/usage_error.h"
@@ -12,7 +13,7 @@ using eclipse_host::action_names;
 
 void check_action(const std::string& action) {
   if (std::find(action_names.begin(), action_names.end(), action) != action_names.end()) return;
-  throw UsageError("ACTION: unknown action \"" + action + "\"; the actions are" + list_of_actions());
+  throw UsageError("ACTION: unknown action " + eclipse_base::in_quotes(action) + "; the actions are" + list_of_actions());
 }
 
 }  // namespace

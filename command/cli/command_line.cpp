@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/printable.h"
 #include "cli/subcommands.h"
 #include "cli/unexpected_arguments.h"
 #include "cli/usage_error.h"
@@ -45,7 +46,7 @@ class HelpText : public CLI::Formatter {
 };
 
 std::string usage_message(const CLI::App*, const CLI::Error& error) {
-  return "eclipse-int: " + std::string(error.what()) + "\nRun with --help for more information.\n";
+  return "eclipse-int: " + eclipse_base::printable(error.what(), {.longest = eclipse_base::no_limit}) + "\nRun with --help for more information.\n";
 }
 
 constexpr const char* help_examples =

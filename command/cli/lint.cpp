@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "base/file_error.h"
+#include "base/printable.h"
 #include "cli/session_options.h"
 #include "cli/session_source.h"
 #include "cli/session_variables.h"
@@ -90,7 +91,7 @@ void warn_of_unused(const Settings& settings, const Findings& findings) {
   for (const Override& entry : settings.overrides) {
     const auto is_for = [&](const Finding& finding) { return applies(entry, finding); };
     if (!is_enabled(*find_rule(entry.rule), settings) || std::any_of(findings.begin(), findings.end(), is_for)) continue;
-    print_message(entry.location + ": note: this override suppresses no finding of " + entry.rule + " in these inputs");
+    print_message(eclipse_base::printable(entry.location) + ": note: this override suppresses no finding of " + entry.rule + " in these inputs");
   }
 }
 

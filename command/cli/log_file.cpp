@@ -8,6 +8,8 @@
 #include <string_view>
 
 #include "base/file_error.h"
+#include "base/printable.h"
+#include "base/text.h"
 #include "cli/standard_streams.h"
 
 namespace eclipse_cli {
@@ -37,11 +39,14 @@ LogFile::~LogFile() { close(descriptor_); }
 eclipse_host::RunObserver LogFile::observer() {
   eclipse_host::RunObserver observer;
   observer.on_log = [this](const std::string& line) { write_line(line); };
+  observer.command_progress.on_left_out = [this](std::string_view text) {
+    for (const std::string& line : eclipse_base::lines_of(text)) write_line("eclipse-int: left out below: " + line);
+  };
   return observer;
 }
 
 void LogFile::write_line(const std::string& line) {
-  const std::string text = line + "\n";
+  const std::string text = eclipse_base::printable(line, {.longest = eclipse_base::no_limit}) + "\n";
   for (std::string_view rest = text; !rest.empty() && error_ == 0;) {
     const ssize_t count = write(descriptor_, rest.data(), rest.size());
     if (count >= 0) {

@@ -17,7 +17,8 @@ class LogFile {
   LogFile(const LogFile&) = delete;
   LogFile& operator=(const LogFile&) = delete;
 
-  /// Appends each line of the log as it comes. It refers to this object.
+  /// Appends each record of the log as it comes, as one printable line, and before the record of a command each line of its
+  /// output that the record leaves out. It refers to this object.
   eclipse_host::RunObserver observer();
 
   /// Throws FileError when a line could not be written.

@@ -121,7 +121,7 @@ std::string why_failed(const RunRecord& record, const CommandFailures& failures)
   std::string text;
   for (const auto& [failure, exit_code, features] : failure_reasons(record.commands, failures)) {
     text += "  Why: " + failure_text(*failure, "    ") + "    Exit code: " + std::to_string(exit_code) + "\n";
-    if (!features.empty()) text += "    Features: " + first_few(features, most_features) + "\n";
+    if (!features.empty()) text += "    Features: " + printable(first_few(features, most_features), {.longest = no_limit}) + "\n";
   }
   return text;
 }
@@ -175,7 +175,7 @@ std::string failure_summary(const Variables& variables, bool graphical) {
   if (failed == variables.end() || failed->second != "yes" || summary == variables.end()) return "";
   std::istringstream lines(graphical ? with_line_feeds(summary->second) : summary->second);
   std::string text = "\nThe installer's summary (" + std::string(summary_variable) + "):\n";
-  for (std::string line; std::getline(lines, line);) text += (line.empty() ? "" : "  " + line) + "\n";
+  for (std::string line; std::getline(lines, line);) text += (line.empty() ? "" : "  " + printable(line)) + "\n";
   return text;
 }
 

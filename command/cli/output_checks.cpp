@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/file_error.h"
+#include "base/printable.h"
 #include "cli/standard_streams.h"
 #include "cli/usage_error.h"
 #include "dry_run/product_files.h"
@@ -48,7 +49,7 @@ void check_output(const SessionOptions& options, const Plugin& plugin, const Ses
 /// Lines of the log would make the document unreadable.
 void check_log_beside_json(const SessionOptions& options) {
   if (!options.json || !options.log || stream_of(*options.log) != STDOUT_FILENO) return;
-  throw UsageError("--log: " + *options.log +
+  throw UsageError("--log: " + eclipse_base::printable(*options.log) +
                    " is standard output, which --json needs for its document; give the log a file of its own");
 }
 

@@ -79,7 +79,7 @@ std::string reason_for(const PlannedComponent& component, bool is_removal) {
 std::string about(const PlannedDescriptor& descriptor) {
   if (!descriptor.exists) return "does not exist";
   const std::string records = counted(descriptor.records, "record");
-  return descriptor.error.empty() ? records : records + "; cannot be read completely: " + descriptor.error;
+  return descriptor.error.empty() ? records : records + "; " + descriptor.error;
 }
 
 std::string components_of(const Plan& plan) {

@@ -49,8 +49,11 @@ Json failure_json(const eclipse_p2::Failure& failure) {
 Json command_json(const eclipse_host::CommandRecord& record, const eclipse_p2::Failure* failure) {
   Json json = {{"action", record.action}};
   add_text(json, "command", record.command, "hex");
-  add_text(json, "output", record.result.output, "outputHex");
-  add_text(json, "errorOutput", record.result.error_output, "errorOutputHex");
+  const eclipse_shell::CommandResult& result = record.result;
+  add_text(json, "output", result.output, "outputHex");
+  if (result.output_left_out != 0) json["outputLeftOut"] = result.output_left_out;
+  add_text(json, "errorOutput", result.error_output, "errorOutputHex");
+  if (result.error_output_left_out != 0) json["errorOutputLeftOut"] = result.error_output_left_out;
   json["exitCode"] = record.has_ended ? Json(record.result.exit_code) : Json();
   json["seconds"] = record.result.seconds;
   json["failure"] = failure != nullptr ? failure_json(*failure) : Json();
@@ -109,6 +112,6 @@ void print_aborted_run(const RunFacts& run, const std::string& reason) {
   print_json(json);
 }
 
-void print_json(const Json& document) { write_to_output(document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n'); }
+void print_json(const Json& document) { write_to_output(document.dump(2, ' ', true, Json::error_handler_t::replace) + '\n'); }
 
 }  // namespace eclipse_cli

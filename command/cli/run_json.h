@@ -34,8 +34,9 @@ struct RunFacts {
 ///   actions: [{name, result}]
 ///   variables: {before: {NAME: text}, after: {NAME: text}}
 ///   log: [line]
-///   commands: [{action, command, hex, output, outputHex, errorOutput, errorOutputHex, exitCode, seconds, failure}]; hex,
-///     outputHex and errorOutputHex: the bytes of the text before, each only when they are not UTF-8; failure: null when the
+///   commands: [{action, command, hex, output, outputHex, outputLeftOut, errorOutput, errorOutputHex, errorOutputLeftOut,
+///     exitCode, seconds, failure}]; hex, outputHex and errorOutputHex: the bytes of the text before, each only when they are not
+///     UTF-8; outputLeftOut and errorOutputLeftOut: how many bytes are left out, only when some are; failure: null when the
 ///     command succeeded, otherwise {layer, meaning, causes: [text], log}, with null for the log when there is none
 ///   profileDamage: as add_damage() adds it
 void print_run(const RunFacts& run, int exit_status, const std::function<void(nlohmann::ordered_json& json)>& add_to);
@@ -51,7 +52,8 @@ void print_interrupted_run(const RunFacts& run, const Interrupted& interrupted);
 ///   actions, variables, log, commands, profileDamage: as for a run that a signal ended
 void print_aborted_run(const RunFacts& run, const std::string& reason);
 
-/// Prints a document on standard output. What is not UTF-8 becomes U+FFFD.
+/// Prints a document on standard output, in ASCII: other characters are escaped, since some of them steer a terminal. What is
+/// not UTF-8 becomes U+FFFD.
 void print_json(const nlohmann::ordered_json& document);
 
 }  // namespace eclipse_cli

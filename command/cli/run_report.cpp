@@ -23,6 +23,7 @@ namespace {
 using namespace eclipse_host;
 
 constexpr std::string_view output_indent = "    ";
+constexpr PrintableForm output_form = {.tab = "    ", .line_feed = "\n"};
 constexpr const char* held_outputs =
     "the director has ended, but a process that it started in the background holds its output open; waiting for that process";
 constexpr int most_waits = 8;  ///< for a reader, after a signal, four a second
@@ -72,7 +73,8 @@ std::string reason_text(eclipse_p2::Failure failure, const CommandResult& result
 
 }  // namespace
 
-RunReport::RunReport(const CommandFailures& failures) : is_terminal_(isatty(STDOUT_FILENO) != 0), failures_(failures) {}
+RunReport::RunReport(const CommandFailures& failures)
+    : is_terminal_(isatty(STDOUT_FILENO) != 0), failures_(failures), output_(output_form), error_output_(output_form) {}
 
 void RunReport::begin(const std::string& file, const Session& session) {
   std::string text = "Session " + printable(file) + "\n";
@@ -93,8 +95,8 @@ RunObserver RunReport::observer() {
     print("  Command: " + printable(command, {.longest = eclipse_shell::longest_command}) + "\n");
     director_runs_ = true;
   };
-  observer.command_progress.on_output = [this](std::string_view piece) { print_output(piece); };
-  observer.command_progress.on_error_output = [this](std::string_view piece) { print_output(piece); };
+  observer.command_progress.on_output = [this](std::string_view piece) { print_output(output_.add(piece)); };
+  observer.command_progress.on_error_output = [this](std::string_view piece) { print_output(error_output_.add(piece)); };
   observer.command_progress.on_wait = [this](double seconds) { print_waiting(seconds); };
   observer.command_progress.on_held_outputs = [this] { print(std::string(output_indent) + held_outputs + "\n"); };
   observer.on_command_end = [this](const CommandRecord& record) { print_end_of_command(record.result); };
@@ -134,9 +136,10 @@ void RunReport::print(const std::string& text) {
   in_line_ = false;
 }
 
-void RunReport::print_output(std::string_view piece) {
+void RunReport::print_output(std::string_view output) {
+  if (output.empty()) return;
   std::string text = without_waiting();
-  for (const char byte : piece) {
+  for (const char byte : output) {
     if (!in_line_ && byte != '\n') text += output_indent;
     text += byte;
     in_line_ = byte != '\n';
@@ -153,6 +156,7 @@ void RunReport::print_waiting(double seconds) {
 
 void RunReport::print_end_of_command(const CommandResult& result) {
   director_runs_ = false;
+  print_output(output_.end() + error_output_.end());
   const std::string code = result.exit_code == 0 ? "Succeeded" : "Failed with exit code " + std::to_string(result.exit_code);
   print("  " + code + " after " + in_seconds(result.seconds) + "\n");
   const eclipse_p2::Failure* const failure = failures_.last();

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/printable.h"
 #include "cli/command_failures.h"
 #include "cli/outcome.h"
 #include "standalone_host/session_run.h"
@@ -35,7 +36,7 @@ class RunReport {
  private:
   void print(const std::string& text);
   void write(const std::string& text);
-  void print_output(std::string_view piece);
+  void print_output(std::string_view output);
   void print_waiting(double seconds);
   void print_end_of_command(const eclipse_shell::CommandResult& result);
   std::string without_waiting();
@@ -43,6 +44,8 @@ class RunReport {
   bool is_terminal_;
   const CommandFailures& failures_;
   bool director_runs_ = false;
+  eclipse_base::PrintablePieces output_;
+  eclipse_base::PrintablePieces error_output_;
   bool run_has_ended_ = false;
   bool in_line_ = false;           ///< the director's last piece of output did not end its line
   std::size_t waiting_width_ = 0;  ///< of the line with the elapsed time, 0 when it does not show

@@ -48,13 +48,19 @@ SessionCommand::SessionCommand(const SessionOptions& options) : options_(options
   SessionVariables(options.settings, variables_file()).add_to(session_);
 }
 
-Plugin SessionCommand::load_plugin() const { return eclipse_cli::load_plugin(options_); }
+Plugin SessionCommand::load_plugin() const {
+  Plugin plugin = eclipse_cli::load_plugin(options_);
+  try {
+    eclipse_dry_run::check_descriptor_sizes(plugin, session_);
+  } catch (const PluginError&) {
+    // A library that has the actions and nothing else can be run, but not be asked which files are descriptors.
+  }
+  return plugin;
+}
 
-/// A library that has the actions and nothing else can be run, but not be asked which files are descriptors.
 void SessionCommand::warn_of_unreadable_descriptors(const Plugin& plugin) const try {
   for (const auto& [path, error] : eclipse_dry_run::unreadable_descriptors(plugin, session_)) {
-    print_message("warning: " + printable(path) + ": cannot be read completely: " + error +
-                  "; the plug-in ignores this and uses what it can read");
+    print_message("warning: " + printable(path) + ": " + error + "; the plug-in ignores this and uses what it can read");
   }
 } catch (const PluginError&) {
 }
@@ -92,16 +98,31 @@ bool SessionCommand::write_files(const std::optional<LogFile>& log) const {
 
 void SessionCommand::report_interruption(RunReport& report, const Interrupted& interrupted) {
   if (options_.json) {
-    print_interrupted_run(facts(), interrupted);
+    print_document([&](bool) { print_interrupted_run(facts(), interrupted); });
   } else {
     report.interrupt(interrupted.name(), record_.unfinished_command() != nullptr);
   }
 }
 
 /// A run is aborted only when the host itself fails, such as for lack of memory.
-void SessionCommand::report_abort(const std::string& reason) {
-  print_message("the run was aborted: " + reason);
-  if (options_.json) print_aborted_run(facts(), reason);
+int SessionCommand::abort(const std::string& reason, const std::optional<LogFile>& log) {
+  record_.drop_unfinished_output();
+  write_files(log);
+  print_message("the run was aborted: " + printable(reason, {.longest = no_limit}));
+  if (options_.json) print_document([&](bool) { print_aborted_run(facts(), reason); });
+  print_damage(damage_);
+  return 1;
+}
+
+/// Prints a document, without the outputs of the commands when they do not fit into memory: it has several copies of each.
+void SessionCommand::print_document(const std::function<void(bool is_whole)>& print) {
+  try {
+    return print(true);
+  } catch (const std::bad_alloc&) {
+    record_.drop_outputs();
+  }
+  print_message("the JSON document does not fit into memory, so it is printed without the output of the commands");
+  print(false);
 }
 
 int SessionCommand::end(RunReport& report, const ReportAdditions& additions, const std::optional<LogFile>& log) {
@@ -112,17 +133,12 @@ int SessionCommand::end(RunReport& report, const ReportAdditions& additions, con
     report.add(additions.text());
     return status;
   }
-  try {
-    print_run(facts(), status, additions.add_to);
-    return status;
-  } catch (const std::bad_alloc&) {
-    // The document has several copies of each output.
-    record_.drop_outputs();
-  }
-  print_message("the JSON document does not fit into memory, so it is printed without the output of the commands");
-  const int status_of_rest = status == 0 ? 2 : status;
-  print_run(facts(), status_of_rest, additions.add_to);
-  return status_of_rest;
+  int status_of_document = status;
+  print_document([&](bool is_whole) {
+    if (!is_whole && status == 0) status_of_document = 2;
+    print_run(facts(), status_of_document, additions.add_to);
+  });
+  return status_of_document;
 }
 
 int SessionCommand::perform(const RunFunction& run, Directors directors, const ReportAdditions& additions) {
@@ -150,13 +166,11 @@ int SessionCommand::perform(const RunFunction& run, Directors directors, const R
     report_interruption(report, interrupted);
     print_damage(damage_);
     return interrupted.exit_status();
+  } catch (const std::bad_alloc&) {
+    return abort(out_of_memory, log);
   } catch (const std::exception& error) {
-    record_.drop_unfinished_output();
     look_at_profile(executable);
-    write_files(log);
-    report_abort(error.what());
-    print_damage(damage_);
-    return 1;
+    return abort(error.what(), log);
   }
   if (record_.failed() || additions.exit_status(0) != 0) look_at_profile(executable);
   const int status = end(report, additions, log);

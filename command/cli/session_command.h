@@ -38,7 +38,7 @@ class SessionCommand {
 
   const eclipse_host::Session& session() const { return session_; }
 
-  /// Loads the plug-in that the options ask for. Throws PluginError.
+  /// Loads the plug-in that the options ask for. Throws PluginError, and FileError when a descriptor file is too large for it.
   eclipse_host::Plugin load_plugin() const;
 
   /// Warns of descriptor files that cannot be read completely, since the plug-in ignores that. Throws PluginError.
@@ -56,10 +56,11 @@ class SessionCommand {
   void look_at_profile(const std::string& executable);
   std::optional<std::string> variables_file() const;
   bool write_files(const std::optional<LogFile>& log) const;
+  void print_document(const std::function<void(bool is_whole)>& print);
   RunFacts facts() const { return {record_, failures_, session_.variables, damage_}; }
   int end(RunReport& report, const ReportAdditions& additions, const std::optional<LogFile>& log);
   void report_interruption(RunReport& report, const Interrupted& interrupted);
-  void report_abort(const std::string& reason);
+  int abort(const std::string& reason, const std::optional<LogFile>& log);
 
   const SessionOptions& options_;
   eclipse_host::Session session_;

@@ -19,8 +19,8 @@ SessionVariables::SessionVariables(const std::vector<std::string>& settings, con
 void SessionVariables::add_to(Session& session) const {
   const auto mode = of_file_.find("KORU_MODE");
   if (mode != of_file_.end() && mode->second != session.variable("KORU_MODE")) {
-    print_message("note: " + *file_ + ": KORU_MODE \"" + eclipse_base::printable(mode->second) +
-                  "\" is ignored; the session file, or --set KORU_MODE=..., sets the mode");
+    print_message("note: " + eclipse_base::printable(*file_) + ": KORU_MODE " + eclipse_base::in_quotes(mode->second) +
+                  " is ignored; the session file, or --set KORU_MODE=..., sets the mode");
   }
   session.variables.insert(of_file_.begin(), of_file_.end());
   for (const std::string& setting : settings_) {
@@ -32,7 +32,7 @@ void SessionVariables::add_to(Session& session) const {
 void check_mode(const Session& session) {
   const std::string mode = session.variable("KORU_MODE");
   if (std::find(modes.begin(), modes.end(), mode) != modes.end()) return;
-  throw UsageError("--set: KORU_MODE is \"" + mode + "\"; it must be install, modify or uninstall");
+  throw UsageError("--set: KORU_MODE is " + eclipse_base::in_quotes(mode) + "; it must be install, modify or uninstall");
 }
 
 }  // namespace eclipse_cli

@@ -12,6 +12,8 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "base/printable.h"
+
 namespace eclipse_cli {
 
 namespace {
@@ -45,7 +47,10 @@ void prepare_standard_streams() {
   std::signal(SIGCHLD, SIG_DFL);
 }
 
-void print_message(std::string_view message) { std::cerr << "eclipse-int: " << message << std::endl; }
+void print_message(std::string_view message) {
+  using eclipse_base::printable;
+  std::cerr << "eclipse-int: " << printable(message, {.line_feed = "\n", .longest = eclipse_base::no_limit}) << std::endl;
+}
 
 bool output_is_coloured() {
   const char* const no_colour = std::getenv("NO_COLOR");

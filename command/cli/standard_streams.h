@@ -13,7 +13,11 @@ namespace eclipse_cli {
 /// away nor a file that reaches its size limit ends the command in the middle of an integration: writing fails instead.
 void prepare_standard_streams();
 
-/// Prints an error or a warning on standard error.
+/// What is printed in place of std::bad_alloc.
+inline constexpr const char* out_of_memory = "there is not enough memory";
+
+/// Prints an error or a warning on standard error, its line feeds as such: what comes from outside must be printable before it
+/// becomes a part of a message. Other control characters become visible here.
 void print_message(std::string_view message);
 
 /// True when standard output is a terminal and the user has not turned colors off with NO_COLOR.

@@ -17,10 +17,15 @@ namespace {
 constexpr std::size_t most_requirers = 3;
 constexpr std::size_t most_listed = 20;
 
+/// first_few(), printable.
+std::string some_of(const std::vector<std::string>& texts, std::size_t most) {
+  return printable(first_few(texts, most), {.longest = no_limit});
+}
+
 /// "; required by a, b and 2 more", or nothing.
 std::string about_requirers(const std::vector<std::string>& requirers) {
   if (requirers.empty()) return "";
-  return "; required by " + first_few(requirers, most_requirers);
+  return "; required by " + some_of(requirers, most_requirers);
 }
 
 /// That it was installed as a requirement, where that is known.
@@ -34,9 +39,9 @@ std::string difference(const CheckedUnit& checked, const Verification& verificat
     text += " is still installed" + about_root(checked);
   } else {
     text += verification.knows_all() ? " is not installed" : " is not installed by name";
-    if (!checked.other_versions.empty()) text += ", but version " + first_few(checked.other_versions, most_listed) + " is";
+    if (!checked.other_versions.empty()) text += ", but version " + some_of(checked.other_versions, most_listed) + " is";
   }
-  return text + " (" + first_few(checked.places, most_listed) + ")\n";
+  return text + " (" + some_of(checked.places, most_listed) + ")\n";
 }
 
 /// What is as it should be, but for another reason than expected; and what cannot be determined.
@@ -45,12 +50,13 @@ std::string notes_on(const Verification& verification) {
   for (const CheckedUnit& checked : verification.units) {
     if (!checked.is_installed || checked.is_root || verification.is_removal) continue;
     text += "  " + printable(text_of(checked.unit)) + " is installed" + about_root(checked) + " (" +
-            first_few(checked.places, most_listed) + ")\n";
+            some_of(checked.places, most_listed) + ")\n";
   }
   if (verification.knows_all()) return text;
+  const std::string& error = verification.installed.profile_error;
   return text +
          "  Only units that were installed by name are known, not their requirements: the p2 profile of the instance cannot be "
-         "read.\n";
+         "read" + (error.empty() ? ".\n" : ": " + printable(error) + "\n");
 }
 
 }  // namespace

@@ -1,4 +1,9 @@
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <iostream>
+#include <string>
 
 #include "base/printable.h"
 #include "base/text.h"
@@ -10,6 +15,7 @@
 #include "cli/subcommands.h"
 #include "cli/verification_json.h"
 #include "cli/verification_text.h"
+#include "p2/profile.h"
 #include "plan/make_plan.h"
 
 using namespace eclipse_base;
@@ -23,7 +29,7 @@ using eclipse_verify::Verification;
 
 /// A run without a command leaves the instance as it is. The reason may be an error.
 int without_command(const Plan& plan, bool json) {
-  if (!plan.refusal.empty()) throw eclipse_p2::InstanceError("the run would be refused: " + plan.refusal);
+  if (!plan.refusal.empty()) throw eclipse_p2::InstanceError("the run would be refused: " + printable(plan.refusal));
   if (plan.is_instance_missing) throw eclipse_p2::InstanceError(no_instance + reasons_text(plan, "  "));
   if (json) {
     print_nothing_to_verify(plan);
@@ -32,6 +38,17 @@ int without_command(const Plan& plan, bool json) {
     for (const std::string& reason : plan.reasons) std::cout << "  " << printable(reason) << "\n";
   }
   return 0;
+}
+
+/// A director writes into its instance even when it is only asked.
+void warn_of_foreign_instance(const std::string& executable) {
+  const std::string directory = eclipse_p2::instance_directory(executable).string();
+  struct stat status {};
+  if (geteuid() != 0 || stat(directory.c_str(), &status) != 0 || status.st_uid == 0) return;
+  const passwd* const owner = getpwuid(status.st_uid);
+  const std::string user = owner != nullptr ? owner->pw_name : "number " + std::to_string(status.st_uid);
+  print_message("warning: " + printable(directory) + " belongs to user " + printable(user) +
+                ", but root asks its director, which may leave files of root in it; run this as that user");
 }
 
 /// What an instance answered, or why it did not.

@@ -6,25 +6,23 @@
 #include <map>
 #include <string>
 
+#include "base/file.h"
+
 namespace eclipse_dry_run {
 
-struct DescriptorContent {
-  std::string bytes;  ///< as the plug-in gets them: as many as the file's size, zero bytes for those that cannot be read
-  std::string error;  ///< why the file could not be read completely, such as "Permission denied"; empty when it could
-};
-
-/// Reads a descriptor file. The plug-in ignores errors, so whoever reports what it reads must report the error, too.
-DescriptorContent descriptor_content(const std::string& path);
+/// Reads a descriptor file: the bytes as the plug-in gets them, which are as many as the file's size, with zero bytes for those
+/// that cannot be read. The plug-in ignores errors, so whoever reports what it reads must report the error, too.
+eclipse_base::FileContent descriptor_content(const std::string& path);
 
 /// What descriptor files contained when they were first asked for. All that is derived from them agrees, even if a file is
 /// replaced meanwhile.
 class DescriptorFiles {
  public:
   /// The result stays where it is.
-  const DescriptorContent& at(const std::string& path);
+  const eclipse_base::FileContent& at(const std::string& path);
 
  private:
-  std::map<std::string, DescriptorContent, std::less<>> contents_;
+  std::map<std::string, eclipse_base::FileContent, std::less<>> contents_;
 };
 
 }  // namespace eclipse_dry_run

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/file.h"
 #include "dry_run/plugin_functions.h"
 
 namespace eclipse_dry_run {

@@ -29,6 +29,9 @@ struct Placement {
   std::int64_t slot;  ///< its place in the install order
 };
 
+/// Throws FileError for a descriptor file that is larger than any real one: the plug-in reads every file as a whole.
+void check_descriptor_size(const std::filesystem::path& file);
+
 class PluginFunctions {
  public:
   /// Finds the functions in the library that was loaded as `plugin`. Throws PluginError.

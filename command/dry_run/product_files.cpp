@@ -134,6 +134,12 @@ std::string chosen_executable(const eclipse_host::Plugin& plugin, const Session&
   return fs::exists(executable, error) ? executable : "";
 }
 
+void check_descriptor_sizes(const eclipse_host::Plugin& plugin, const Session& session) {
+  for (const DescriptorFile& descriptor : descriptors_of(PluginFunctions(plugin), session)) {
+    check_descriptor_size(descriptor.path);
+  }
+}
+
 std::vector<UnreadableDescriptor> unreadable_descriptors(const eclipse_host::Plugin& plugin, const Session& session) {
   std::vector<UnreadableDescriptor> unreadable;
   for (const DescriptorFile& descriptor : descriptors_of(PluginFunctions(plugin), session)) {

@@ -23,6 +23,9 @@ std::optional<std::filesystem::path> used_file(const eclipse_host::Plugin& plugi
 /// does not exist. Throws PluginError.
 std::string chosen_executable(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session);
 
+/// Throws FileError for a descriptor file of any component that is too large to be read, and PluginError.
+void check_descriptor_sizes(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session);
+
 /// A descriptor file that cannot be read completely, which the plug-in ignores.
 struct UnreadableDescriptor {
   std::string path;

@@ -169,7 +169,7 @@ class InputReader {
     Descriptor& descriptor = input_->descriptors.emplace_back();
     descriptor.component = component;
     descriptor.file = shown_file;
-    const DescriptorContent& content = files_.at(file.path);
+    const FileContent& content = files_.at(file.path);
     descriptor.content = content.bytes;
     descriptor.read_error = content.error;
     descriptor.is_text = descriptor.is_readable() && is_text(descriptor.content);

@@ -14,7 +14,7 @@ namespace eclipse_lint {
 namespace {
 
 void print(std::ostream& out, const Json& document) {
-  out << document.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+  out << document.dump(2, ' ', true, Json::error_handler_t::replace) << "\n";
 }
 
 Json finding_as_json(const Finding& finding) {

@@ -8,9 +8,13 @@
 #include "p2/director_failure.h"
 
 #include <algorithm>
-#include <fstream>
+#include <set>
 #include <sstream>
 #include <system_error>
+#include <utility>
+
+#include "base/file.h"
+#include "base/printable.h"
 
 namespace fs = std::filesystem;
 using eclipse_shell::CommandResult;
@@ -21,12 +25,37 @@ namespace {
 
 constexpr int highest_signal = 64;
 constexpr std::size_t most_complaints = 10;
+constexpr std::size_t most_causes = 100;
+constexpr std::size_t longest_cause = 4096;
 
-std::string content_of(const fs::path& file) {
-  std::ostringstream content;
-  content << std::ifstream(file, std::ios::binary).rdbuf();
-  return std::move(content).str();
+std::string shortened(const std::string& cause) {
+  return cause.size() <= longest_cause ? cause : cause.substr(0, longest_cause) + "...";
 }
+
+/// Each cause once, in the order in which they come; of very many only the first, and of a long one its beginning.
+class Causes {
+ public:
+  /// False for one that is not kept.
+  bool add(const std::string& cause) {
+    if (!known_.insert(cause).second || list_.size() == most_causes) return false;
+    list_.push_back(shortened(cause));
+    return true;
+  }
+  void continue_last(const std::string& line) {
+    if (list_.back().size() < longest_cause) list_.back() = shortened(list_.back() + " " + line);
+  }
+
+  std::vector<std::string> list() const {
+    std::vector<std::string> list = list_;
+    const std::size_t more = known_.size() - list_.size();
+    if (more != 0) list.push_back("and " + std::to_string(more) + " more");
+    return list;
+  }
+
+ private:
+  std::vector<std::string> list_;
+  std::set<std::string> known_;
+};
 
 std::vector<std::string> lines_of(const std::string& text) {
   std::vector<std::string> lines;
@@ -53,7 +82,7 @@ std::vector<std::string> complaints_of(const CommandResult& result) {
   for (const std::string& line : lines_of(result.output + result.error_output)) {
     if (complaints.size() == most_complaints) break;
     if (line.starts_with('\t') || line.starts_with('!')) continue;
-    const std::string complaint = without_marks(line);
+    const std::string complaint = shortened(without_marks(line));
     if (std::find(complaints.begin(), complaints.end(), complaint) == complaints.end()) complaints.push_back(complaint);
   }
   return complaints;
@@ -64,9 +93,11 @@ std::vector<std::string> reasons_in(const std::string& output) {
   std::vector<std::string> lines = lines_of(output);
   const auto failed = std::find(lines.begin(), lines.end(), "Installation failed.");
   if (failed == lines.end()) return {};
-  lines.erase(lines.begin(), failed + 1);
-  std::erase_if(lines, [](const std::string& line) { return line.starts_with("There were errors."); });
-  return lines;
+  Causes reasons;
+  for (auto line = failed + 1; line != lines.end(); ++line) {
+    if (!line->starts_with("There were errors.")) reasons.add(*line);
+  }
+  return reasons.list();
 }
 
 Failure of_shell(const CommandResult& result) {
@@ -82,7 +113,7 @@ Failure of_shell(const CommandResult& result) {
 }
 
 Failure of_instance(const CommandResult& result, const std::optional<fs::path>& log) {
-  const LoggedCauses logged = log ? causes_in(content_of(*log)) : LoggedCauses();
+  const LoggedCauses logged = log ? causes_in(eclipse_base::read_end(*log, eclipse_base::largest::log).bytes) : LoggedCauses();
   Failure failure{Layer::director, "it could not do what it was asked for", logged.messages, log};
   if (logged.messages.empty()) failure.causes = reasons_in(result.output);
   if (logged.is_application_missing) {
@@ -103,8 +134,7 @@ class LogReader {
  public:
   void read(const std::string& line) {
     if (line.starts_with("!SESSION")) {
-      causes_ = LoggedCauses();
-      part_ = Part::none;
+      *this = LogReader();
     } else if (line.starts_with("!ENTRY") || line.starts_with("!SUBENTRY")) {
       part_ = Part::none;
     } else if (line.starts_with("!MESSAGE ")) {
@@ -114,44 +144,36 @@ class LogReader {
     } else if (part_ == Part::stack) {
       read_stack(line);
     } else if (part_ == Part::message && !line.empty()) {
-      causes_.messages.back() += " " + line;
+      messages_.continue_last(line);
     }
   }
 
-  LoggedCauses causes() { return std::move(causes_); }
+  LoggedCauses causes() const { return {messages_.list(), is_application_error_, is_application_missing_}; }
 
  private:
   enum class Part { none, message, stack };
 
-  void read_message(std::string message) {
-    part_ = Part::none;
-    if (message == "Application error") {
-      causes_.is_application_error = true;
-    } else if (std::find(causes_.messages.begin(), causes_.messages.end(), message) == causes_.messages.end()) {
-      causes_.messages.push_back(std::move(message));
-      part_ = Part::message;
-    }
+  void read_message(const std::string& message) {
+    const bool is_error = message == "Application error";
+    is_application_error_ = is_application_error_ || is_error;
+    part_ = !is_error && messages_.add(message) ? Part::message : Part::none;
   }
 
   void read_stack(const std::string& line) {
     if (line.empty() || line.starts_with('\t') || line.starts_with("Caused by: ") || line.starts_with("Root exception:")) {
-      if (line.starts_with("Caused by: ")) add(line.substr(std::string_view("Caused by: ").size()));
+      if (line.starts_with("Caused by: ")) messages_.add(line.substr(std::string_view("Caused by: ").size()));
       return;
     }
-    add(line);
+    messages_.add(line);
     if (line.find("Application \"") != line.npos && line.find("could not be found in the registry") != line.npos) {
-      causes_.is_application_missing = true;
-    }
-  }
-
-  void add(std::string exception) {
-    if (std::find(causes_.messages.begin(), causes_.messages.end(), exception) == causes_.messages.end()) {
-      causes_.messages.push_back(std::move(exception));
+      is_application_missing_ = true;
     }
   }
 
   Part part_ = Part::none;
-  LoggedCauses causes_;
+  Causes messages_;
+  bool is_application_error_ = false;
+  bool is_application_missing_ = false;
 };
 
 }  // namespace
@@ -162,7 +184,7 @@ InstanceLogs::Times InstanceLogs::times() const {
   Times times;
   std::error_code error;
   for (const auto& entry : fs::directory_iterator(directory_, error)) {
-    if (entry.path().extension() == ".log") times[entry.path()] = fs::last_write_time(entry.path(), error);
+    if (entry.path().extension() == ".log" && entry.is_regular_file(error)) times[entry.path()] = fs::last_write_time(entry.path(), error);
   }
   return times;
 }
@@ -226,9 +248,10 @@ Failure explain(const CommandResult& result, const InstanceLogs& logs) {
 }
 
 std::string text_of(const Failure& failure, const std::string& indent) {
+  using eclipse_base::printable;
   std::string text = std::string(name_of(failure.layer)) + ": " + failure.meaning;
-  for (const std::string& cause : failure.causes) text.append("\n").append(indent).append(cause);
-  if (failure.log) text.append("\n").append(indent).append("(").append(failure.log->string()).append(")");
+  for (const std::string& cause : failure.causes) text.append("\n").append(indent).append(printable(cause));
+  if (failure.log) text.append("\n").append(indent).append("(").append(printable(failure.log->string())).append(")");
   return text;
 }
 

@@ -37,7 +37,7 @@ std::string_view name_of(Layer layer);
 struct Failure {
   Layer layer = Layer::unknown;
   std::string meaning;                       ///< of the exit code in that layer
-  std::vector<std::string> causes;           ///< in the words of the layer, the first cause first
+  std::vector<std::string> causes;           ///< in the words of the layer, the first cause first; not all of very many
   std::optional<std::filesystem::path> log;  ///< of the instance, where the causes stand
 };
 
@@ -47,7 +47,8 @@ Failure explain(const eclipse_shell::CommandResult& result, const InstanceLogs& 
 /// One sentence, and the causes on indented lines below it.
 std::string text_of(const Failure& failure, const std::string& indent = "  ");
 
-/// The causes that the last session in a log tells: the messages of its entries, and the exceptions that ended it.
+/// The causes that the last session in a log tells: the messages of its entries, and the exceptions that ended it. Of more
+/// than a hundred the first, and how many more there are.
 struct LoggedCauses {
   std::vector<std::string> messages;
   bool is_application_error = false;  ///< an exception ended the application, or it could not be started

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "base/file.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "p2/director_command.h"
@@ -37,8 +38,8 @@ void check_is_answer(const std::string& executable, std::string_view output) {
       last.empty() ? "it printed nothing"
                    : "what it printed ends with " + in_quotes(last.substr(0, shown)) +
                          (last.size() > shown ? " and " + std::to_string(last.size() - shown) + " more bytes" : "");
-  throw InstanceError("\"" + executable +
-                      "\" does not say what is installed: the answer of a director ends with \"Operation completed in N ms.\", "
+  throw InstanceError(in_quotes(executable) +
+                      " does not say what is installed: the answer of a director ends with \"Operation completed in N ms.\", "
                       "but " +
                       printed + "; is this the Eclipse executable?");
 }
@@ -62,11 +63,17 @@ InstalledUnits installed_units(const std::string& executable, const eclipse_shel
   const InstanceLogs logs(instance);
   const auto result = eclipse_shell::run_in_shell(list_roots_command(executable), progress);
   if (result.exit_code != 0) {
-    throw InstanceError("\"" + executable + "\" cannot be asked for what is installed: exit code " +
+    throw InstanceError(in_quotes(executable) + " cannot be asked for what is installed: exit code " +
                         std::to_string(result.exit_code) + ", " + text_of(explain(result, logs)));
   }
+  if (result.output_left_out != 0) {
+    throw InstanceError(in_quotes(executable) + " cannot be asked for what is installed: its answer is larger than " +
+                        std::to_string(largest::output / largest::mebibyte) + " MiB");
+  }
   check_is_answer(executable, result.output);
-  return {units_in(result.output), eclipse_p2::profile_units(instance)};
+  InstalledUnits installed{units_in(result.output), profile_units(instance)};
+  if (!installed.all) installed.profile_error = profile_units_error(instance);
+  return installed;
 }
 
 }  // namespace eclipse_p2

@@ -24,6 +24,7 @@ struct InstalledUnits {
   std::vector<Unit> roots;  ///< what was installed by name, in the order of their texts
   /// The roots and all that came along with them; nothing when the instance's profile cannot be read.
   std::optional<std::vector<eclipse_p2::InstalledUnit>> all;
+  std::string profile_error = {};  ///< why that is, as profile_units_error() says it
 };
 
 /// Asks the director of an instance for the roots, and its profile for all units. Throws InstanceError.

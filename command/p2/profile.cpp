@@ -38,10 +38,12 @@ std::optional<long long> time_of(const fs::path& file) {
   return time;
 }
 
+fs::path configuration_of(const fs::path& instance) { return instance / "configuration/config.ini"; }
+
 /// The profile that the instance works on, as its configuration says; empty when it does not.
 std::string configured_profile(const fs::path& instance) {
   constexpr std::string_view key = "eclipse.p2.profile=";
-  const FileContent configuration = read_file(instance / "configuration/config.ini", largest::configuration);
+  const FileContent configuration = read_file(configuration_of(instance), largest::configuration);
   for (const std::string& line : lines_of(configuration.bytes)) {
     if (line.starts_with(key)) return std::string(trimmed(line.substr(key.size()), "\r"));
   }
@@ -102,7 +104,11 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
       if (id != required.attribute("name").value() && (known.empty() || known.back() != id)) known.push_back(id);
     }
   }
-  for (InstalledUnit& unit : installed) unit.required_by = requirers[unit.id];
+  std::map<std::string_view, SharedIds> shared;
+  for (auto& [id, ids] : requirers) shared.emplace(id, SharedIds(std::move(ids)));
+  for (InstalledUnit& unit : installed) {
+    if (const auto found = shared.find(unit.id); found != shared.end()) unit.required_by = found->second;
+  }
   return installed;
 }
 
@@ -152,10 +158,25 @@ std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance
   return newest.empty() ? std::nullopt : read_profile_state(newest).units;
 }
 
+std::string profile_units_error(const fs::path& instance) {
+  const fs::path newest = profile_file(instance);
+  const fs::path file = newest.empty() ? configuration_of(instance) : newest;
+  std::error_code error;
+  if (!fs::exists(file, error)) return "";
+  if (newest.empty()) {
+    const std::string reason = read_file(file, largest::configuration).error;
+    return reason.empty() ? "" : file.string() + " " + reason;
+  }
+  const std::string reason = profile_state_error(newest);
+  return file.string() + " " + (reason.empty() ? "has no <units> element" : reason);
+}
+
 std::set<std::string_view> ids_kept_by(std::vector<std::string_view> roots, const std::vector<InstalledUnit>& units) {
   std::multimap<std::string_view, std::string_view> required;
+  std::set<std::string_view> seen;
   for (const InstalledUnit& unit : units) {
-    for (const std::string& requirer : unit.required_by) required.emplace(requirer, unit.id);
+    if (!seen.insert(unit.id).second) continue;
+    for (const std::string& requirer : unit.required_by.get()) required.emplace(requirer, unit.id);
   }
   std::set<std::string_view> kept;
   std::vector<std::string_view>& pending = roots;

@@ -3,19 +3,36 @@
 #define ECLIPSE_INT_P2_PROFILE_H
 
 #include <filesystem>
+#include <initializer_list>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace eclipse_p2 {
 
+/// A list of ids that its copies share: thousands of units may have one id, and whatever requires one requires them all.
+class SharedIds {
+ public:
+  SharedIds() : SharedIds(std::vector<std::string>()) {}
+  SharedIds(std::initializer_list<std::string> ids) : SharedIds(std::vector<std::string>(ids)) {}
+  explicit SharedIds(std::vector<std::string> ids)
+      : ids_(std::make_shared<const std::vector<std::string>>(std::move(ids))) {}
+
+  const std::vector<std::string>& get() const { return *ids_; }
+
+ private:
+  std::shared_ptr<const std::vector<std::string>> ids_;
+};
+
 struct InstalledUnit {
   std::string id;
   std::string version;
-  std::vector<std::string> required_by;  ///< the ids of the installed units that require it as a unit or as a bundle
-  bool is_root = false;                  ///< it was installed by name; otherwise it came along with another unit
+  SharedIds required_by;  ///< the installed units that require it as a unit or as a bundle
+  bool is_root = false;   ///< it was installed by name; otherwise it came along with another unit
 };
 
 /// The directory of the instance whose executable this is, also when a link names it.
@@ -42,6 +59,9 @@ std::filesystem::path profile_file(const std::filesystem::path& instance);
 /// Every unit that the profile of the instance in this directory has, roots and what came along with them, as its newest state
 /// says. Nothing when there is none that can be read, as when the profile is kept elsewhere.
 std::optional<std::vector<InstalledUnit>> profile_units(const std::filesystem::path& instance);
+
+/// Why profile_units() gives nothing, such as "FILE is damaged"; empty when the instance has no profile of its own.
+std::string profile_units_error(const std::filesystem::path& instance);
 
 /// What an instance keeps of `units` when these are the roots that stay: the ids of the roots, and of all that they require.
 /// Other units that require each other do not keep each other there. The ids are views of the arguments' texts.

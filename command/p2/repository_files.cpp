@@ -21,6 +21,8 @@ namespace eclipse_p2 {
 
 namespace {
 
+constexpr const char* index_name = "p2.index";
+
 bool is_file(const fs::path& path) {
   std::error_code error;
   return fs::is_regular_file(path, error);
@@ -88,28 +90,33 @@ bool RepositoryFiles::has(const std::string& name) const {
   return archive_ ? archive_->has(place_.inside + name) : is_file(place_.path / name);
 }
 
+/// The director takes for a file what is no directory, a FIFO too.
+bool RepositoryFiles::has_metadata(const std::string& name) const {
+  if (archive_) return has(name);
+  std::error_code error;
+  const auto status = fs::status(place_.path / name, error);
+  return fs::exists(status) ? !fs::is_directory(status) : is_unreadable(place_.path / name);
+}
+
 bool RepositoryFiles::is_unreadable_file(const std::string& name) const {
   return !archive_ && is_unreadable(place_.path / name);
 }
 
-Unpacked RepositoryFiles::read_file(const std::string& name) const {
-  if (archive_) return archive_->read(place_.inside + name, largest::metadata);
-  std::error_code error;
-  const bool exceeds_limit = fs::file_size(place_.path / name, error) > largest::metadata;
-  return {eclipse_base::read_file(place_.path / name, largest::metadata), exceeds_limit && !error};
+Unpacked RepositoryFiles::read_file(const std::string& name, std::size_t limit) const {
+  return archive_ ? archive_->read(place_.inside + name, limit) : eclipse_base::read_file(place_.path / name, limit);
 }
 
 bool RepositoryFiles::has_any(Listing listing) const {
   const auto& forms = forms_of(listing);
   return std::any_of(forms.begin(), forms.end(), [this](const Form& form) {
-    return std::any_of(form.files.begin(), form.files.end(), [this](const auto& file) { return has(file); });
+    return std::any_of(form.files.begin(), form.files.end(), [this](const auto& file) { return has_metadata(file); });
   });
 }
 
-std::vector<const RepositoryFiles::Form*> RepositoryFiles::order_of(Listing listing) const {
+std::vector<const RepositoryFiles::Form*> RepositoryFiles::order_of(Listing listing, const std::string& index_text) {
   std::vector<const Form*> order;
   const auto& forms = forms_of(listing);
-  const auto index = has("p2.index") ? read_index(read_file("p2.index").bytes) : std::map<std::string, std::string>();
+  const auto index = read_index(index_text);
   const auto key =
       index.find(listing == Listing::content ? "metadata.repository.factory.order" : "artifact.repository.factory.order");
   if (key != index.end()) {
@@ -128,9 +135,9 @@ std::vector<const RepositoryFiles::Form*> RepositoryFiles::order_of(Listing list
 /// What is packed in a file, which is how `name` then names it.
 Unpacked RepositoryFiles::unpacked(std::string packed, const Form& form, std::string& name) {
   if (name.ends_with(".xz")) return decompress(packed, Compression::xz, largest::metadata);
-  if (!name.ends_with(".jar")) return {{std::move(packed), ""}, false};
+  if (!name.ends_with(".jar")) return {std::move(packed), ""};
   auto entry = zip_entry(packed, form.name, largest::metadata);
-  if (!entry) return {{"", "does not contain " + form.name}, false};
+  if (!entry) return {"", "does not contain " + form.name};
   if (entry->error.empty()) name = form.name + " in " + name;
   return *std::move(entry);
 }
@@ -144,7 +151,7 @@ Metadata RepositoryFiles::read_form(const Form& form, const std::string& file) c
     return metadata;
   }
   std::string name = file;
-  Unpacked content = read_file(file);
+  Unpacked content = read_file(file, largest::metadata);
   if (content.error.empty()) content = unpacked(std::move(content.bytes), form, name);
   Xml xml;
   if (content.error.empty()) xml = read_xml(content.bytes, "repository");
@@ -155,15 +162,23 @@ Metadata RepositoryFiles::read_form(const Form& form, const std::string& file) c
 }
 
 std::optional<Metadata> RepositoryFiles::read(Listing listing) const {
-  for (const Form* const form : order_of(listing)) {
+  if (!has_any(listing)) return std::nullopt;
+  Metadata unknown;
+  Unpacked index;
+  // The director ignores an index that it may not read.
+  if (has_metadata(index_name) && !is_unreadable_file(index_name)) index = read_file(index_name, largest::configuration);
+  if (!index.error.empty() && !archive_) {
+    unknown.exceeds_limit = index.exceeds_limit;
+    unknown.error = std::string(index_name) + " " + index.error;
+    return unknown;
+  }
+  for (const Form* const form : order_of(listing, index.bytes)) {
     for (const std::string& file : form->files) {
-      if (has(file) || is_unreadable_file(file)) return read_form(*form, file);
+      if (has_metadata(file)) return read_form(*form, file);
     }
   }
-  if (!has_any(listing)) return std::nullopt;
-  Metadata excluded;
-  excluded.error = "p2.index excludes every metadata file that exists";
-  return excluded;
+  unknown.error = "p2.index excludes every metadata file that exists";
+  return unknown;
 }
 
 std::string RepositoryFiles::nested_metadata() const {

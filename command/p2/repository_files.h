@@ -13,6 +13,7 @@
 #define ECLIPSE_INT_P2_REPOSITORY_FILES_H
 
 #include <compare>
+#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <pugixml.hpp>
@@ -66,9 +67,10 @@ class RepositoryFiles {
   struct Form;
   static const std::vector<Form>& forms_of(Listing listing);
 
-  eclipse_base::Unpacked read_file(const std::string& name) const;
+  eclipse_base::Unpacked read_file(const std::string& name, std::size_t limit) const;
+  bool has_metadata(const std::string& name) const;
   bool is_unreadable_file(const std::string& name) const;
-  std::vector<const Form*> order_of(Listing listing) const;
+  static std::vector<const Form*> order_of(Listing listing, const std::string& index_text);
   static eclipse_base::Unpacked unpacked(std::string packed, const Form& form, std::string& name);
   Metadata read_form(const Form& form, const std::string& file) const;
   std::set<std::string> names() const;

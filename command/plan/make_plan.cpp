@@ -103,7 +103,7 @@ class PlanMaker {
   PlannedDescriptor add_descriptor(const ListedDescriptor& descriptor) {
     PlannedDescriptor planned{descriptor.path, descriptor.exists, 0, ""};
     if (!descriptor.exists) return planned;
-    const DescriptorContent& content = files_.at(descriptor.path);
+    const eclipse_base::FileContent& content = files_.at(descriptor.path);
     auto lines = descriptor_lines(functions_, content.bytes);
     std::vector<plugin_config> records = functions_.records(descriptor.directory, content.bytes);
     const auto line_of = lines_of_records(lines, records);

@@ -14,6 +14,8 @@
 #include <system_error>
 #include <utility>
 
+#include "base/file.h"
+
 namespace eclipse_shell {
 
 namespace {
@@ -190,6 +192,41 @@ class RunningShell {
   Outputs& outputs_;
 };
 
+/// An output of which, when it is too large, the beginning and the end are kept.
+class KeptOutput {
+ public:
+  KeptOutput(std::string& text, std::size_t& left_out, const CommandProgress& progress)
+      : text_(text), left_out_(left_out), progress_(progress) {}
+
+  /// Not at each piece: the end would have to be moved each time.
+  void add(std::string_view piece) {
+    text_ += piece;
+    if (text_.size() >= limit + beginning) cut();
+  }
+
+  /// Cuts what is left to be cut, and marks it.
+  void finish() {
+    cut();
+    if (left_out_ != 0) text_.insert(beginning, "\n[" + std::to_string(left_out_) + " bytes left out]\n");
+  }
+
+ private:
+  static constexpr std::size_t limit = eclipse_base::largest::output;
+  static constexpr std::size_t beginning = limit / 2;
+
+  void cut() {
+    if (text_.size() <= limit) return;
+    const std::size_t excess = text_.size() - limit;
+    progress_.on_left_out(std::string_view(text_).substr(beginning, excess));
+    text_.erase(beginning, excess);
+    left_out_ += excess;
+  }
+
+  std::string& text_;
+  std::size_t& left_out_;
+  const CommandProgress& progress_;
+};
+
 double seconds_since(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
@@ -197,8 +234,13 @@ double seconds_since(std::chrono::steady_clock::time_point start) {
 }  // namespace
 
 CommandResult run_in_shell(const std::string& command, const CommandProgress& progress) {
-  const auto start = std::chrono::steady_clock::now();
   CommandResult result;
+  run_in_shell(command, result, progress);
+  return result;
+}
+
+void run_in_shell(const std::string& command, CommandResult& result, const CommandProgress& progress) {
+  const auto start = std::chrono::steady_clock::now();
   Outputs outputs;
   pid_t process = 0;
   const std::string error = start_shell(command, SpawnOptions(outputs), process);
@@ -207,16 +249,18 @@ CommandResult run_in_shell(const std::string& command, const CommandProgress& pr
     result.exit_code = no_exit_code;
     result.error_output = "cannot start /bin/sh: " + error + "\n";
     progress.on_error_output(result.error_output);
-    return result;
+    return;
   }
 
   RunningShell shell(process, outputs);
+  KeptOutput output(result.output, result.output_left_out, progress);
+  KeptOutput error_output(result.error_output, result.error_output_left_out, progress);
   const auto take = [&](std::string_view piece) {
-    result.output += piece;
+    output.add(piece);
     progress.on_output(piece);
   };
   const auto take_error = [&](std::string_view piece) {
-    result.error_output += piece;
+    error_output.add(piece);
     progress.on_error_output(piece);
   };
   bool is_held = false;
@@ -227,9 +271,10 @@ CommandResult run_in_shell(const std::string& command, const CommandProgress& pr
   }
   // It may have closed its outputs, and live on.
   while (!shell.ends_soon()) progress.on_wait(seconds_since(start));
+  output.finish();
+  error_output.finish();
   result.exit_code = shell.wait();
   result.seconds = seconds_since(start);
-  return result;
 }
 
 }  // namespace eclipse_shell

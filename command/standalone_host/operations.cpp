@@ -1,5 +1,4 @@
 // The host operations that the plug-in asks for, on the active session and the real file system.
-#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -9,6 +8,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "base/file.h"
 #include "base/text.h"
 #include "standalone_host/session.h"
 
@@ -57,17 +57,6 @@ std::string without_trailing_slashes(std::string path) {
 /// Whether a look at its characters is enough to know that a path is normal. It spares most paths being taken to pieces.
 bool is_plainly_normal(const std::string& path) {
   return path.find("//") == path.npos && path.find("/.") == path.npos && !path.starts_with('.') && !path.ends_with('/');
-}
-
-/// The bytes of a file; nothing when it cannot be read, which a directory cannot be either.
-std::optional<std::string> read_bytes(const std::string& path) {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
-  if (!file) return std::nullopt;
-  std::string content;
-  std::array<char, 65536> piece;
-  while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), file.get())) content.append(piece.data(), count);
-  if (std::ferror(file.get()) != 0) return std::nullopt;
-  return content;
 }
 
 }  // namespace
@@ -207,12 +196,12 @@ bool file_exists(const std::string& path, bool) {
 
 char* get_file(const std::string& path, int, long long* size) {
   if (goes_badly("get_file", path)) return nullptr;
-  const auto content = read_bytes(path);
-  if (!content) return nullptr;
-  auto* const buffer = static_cast<char*>(std::malloc(content->size() + 1));
+  const eclipse_base::FileContent content = eclipse_base::read_file(path, eclipse_base::largest::configuration);
+  if (!content.error.empty()) return nullptr;
+  auto* const buffer = static_cast<char*>(std::malloc(content.bytes.size() + 1));
   if (buffer == nullptr) throw std::bad_alloc();
-  std::memcpy(buffer, content->c_str(), content->size() + 1);
-  if (size != nullptr) *size = static_cast<long long>(content->size());
+  std::memcpy(buffer, content.bytes.c_str(), content.bytes.size() + 1);
+  if (size != nullptr) *size = static_cast<long long>(content.bytes.size());
   if (const auto& seen = active_session().on_file_buffer) seen(buffer);
   return buffer;
 }

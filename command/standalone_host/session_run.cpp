@@ -57,7 +57,11 @@ class Run {
     record_.commands.push_back({record_.actions.back().name, command, {}, is_retry, false});
     CommandRecord& running = record_.commands.back();
     notify([&](const RunObserver& observer) { observer.on_command(command); });
-    running.result = scripted_ ? scripted_(command) : run_in_shell(command, progress_of(running));
+    if (scripted_) {
+      running.result = scripted_(command);
+    } else {
+      run_in_shell(command, running.result, progress_of(running));
+    }
     running.has_ended = true;
     notify([&](const RunObserver& observer) { observer.on_command_end(running); });
     return running.result;
@@ -65,13 +69,14 @@ class Run {
 
   CommandProgress progress_of(CommandRecord& running) {
     CommandProgress progress;
-    progress.on_output = [this, &running](std::string_view piece) {
-      running.result.output += piece;
+    progress.on_output = [this](std::string_view piece) {
       notify([&](const RunObserver& observer) { observer.command_progress.on_output(piece); });
     };
-    progress.on_error_output = [this, &running](std::string_view piece) {
-      running.result.error_output += piece;
+    progress.on_error_output = [this](std::string_view piece) {
       notify([&](const RunObserver& observer) { observer.command_progress.on_error_output(piece); });
+    };
+    progress.on_left_out = [this](std::string_view piece) {
+      notify([&](const RunObserver& observer) { observer.command_progress.on_left_out(piece); });
     };
     progress.on_wait = [this, &running](double seconds) {
       running.result.seconds = seconds;

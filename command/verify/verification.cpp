@@ -50,7 +50,7 @@ void look_up_all(CheckedUnit& checked, const UnitsById& all) {
     const eclipse_p2::InstalledUnit& unit = *found->second;
     if (is_wanted(checked.unit, {unit.id, unit.version})) {
       checked.is_installed = true;
-      checked.required_by = unit.required_by;
+      checked.required_by = unit.required_by.get();
     } else {
       checked.other_versions.push_back(unit.version);
     }

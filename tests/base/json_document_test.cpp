@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "base/file.h"
 #include "fake_host/temporary_directory.h"
 
 namespace {
@@ -15,6 +16,7 @@ namespace {
 using eclipse_base::FileError;
 using eclipse_base::JsonDocument;
 using eclipse_base::JsonElement;
+namespace largest = eclipse_base::largest;
 
 /// What reading a file with this text is refused with; "read" when it is not.
 std::string error_of(const std::string& text) {
@@ -93,6 +95,16 @@ TEST(JsonDocument, RefusesDeepNesting) {
   EXPECT_EQ(error_of(std::string(65, '[') + std::string(65, ']')),
             "f:1:65: document: is nested deeper than 64 levels here; remove levels");
   EXPECT_EQ(error_of(std::string(1000000, '[')), "f:1:65: document: is nested deeper than 64 levels here; remove levels");
+}
+
+TEST(JsonDocument, RefusesTooManyValues) {
+  const auto list_of = [](std::size_t count) {
+    std::string text = "[";
+    for (std::size_t i = 1; i < count; ++i) text += "1,";
+    return text + "1]";
+  };
+  EXPECT_EQ(fault_of(list_of(largest::json_values - 1)), "read") << "the list is a value, too";
+  EXPECT_EQ(fault_of(list_of(largest::json_values)), "f:1:2000000: document: has more than 1000000 values; take values away");
 }
 
 TEST(JsonDocument, RefusesWhatCannotBeRead) {

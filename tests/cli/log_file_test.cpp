@@ -27,7 +27,7 @@ TEST_F(LogFile, HoldsEachLineAsItComes) {
       "eclipse_int: order: 1 feature: two\n"
       "eclipse_int: running command: DIRECTORY/eclipse/eclipse " +
       install_arguments("one,two") + " 2>&1\n";
-  EXPECT_EQ(log, before_the_command + "eclipse_int: out: a\nb\neclipse_int: exit code: 0\n");
+  EXPECT_EQ(log, before_the_command + "eclipse_int: out: a\\nb\neclipse_int: exit code: 0\n");
   std::string seen = content_of("seen");
   for (std::size_t at; (at = seen.find(directory.path())) != std::string::npos;)
     seen.replace(at, directory.path().size(), "DIRECTORY");

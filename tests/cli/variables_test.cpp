@@ -106,6 +106,20 @@ TEST_F(Variables, ThatAreNoLongerUtf8AfterTheRunAreLeftOut) {
   EXPECT_FALSE(kept.contains("ECLIPSE_VERSION"));
 }
 
+/// It could be written, but not replaced.
+TEST_F(Variables, InAFileThatIsAMountPointAreRefusedBeforeTheRun) {
+  write_session("install");
+  fake::write_file("v.json", "{}");
+  const std::string mounted = "unshare -rm sh -c 'mount --bind v.json v.json && exec \"$@\"' -";
+  if (eclipse_int("--version", mounted).status != 0) GTEST_SKIP() << "this user can mount nothing here";
+  EXPECT_EQ(
+      eclipse_int("run session.json --write-variables v.json", mounted),
+      (Outcome{2, "",
+               "eclipse-int: v.json: cannot be written: it is a mount point; give the path of a writable file in a writable "
+               "directory\n"}));
+  EXPECT_EQ(director_calls(), "");
+}
+
 TEST_F(Variables, ThatCannotBeWrittenAfterTheRunAreTold) {
   write_session("install");
   std::filesystem::create_directory("directory");

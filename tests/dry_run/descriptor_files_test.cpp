@@ -19,7 +19,7 @@ TEST(DescriptorContent, HasEveryByteOfAFile) {
   const fake::TemporaryDirectory directory;
   const std::string bytes = std::string("a\0\r\n", 4) + std::string(200'000, 'x');
   fake::write_file("file", bytes);
-  const DescriptorContent content = descriptor_content("file");
+  const eclipse_base::FileContent content = descriptor_content("file");
   EXPECT_EQ(content.bytes, bytes);
   EXPECT_EQ(content.error, "");
 }
@@ -27,20 +27,20 @@ TEST(DescriptorContent, HasEveryByteOfAFile) {
 TEST(DescriptorContent, SaysWhyAFileCannotBeRead) {
   const fake::TemporaryDirectory directory;
   std::filesystem::create_directory("directory");
-  EXPECT_EQ(descriptor_content("missing").error, "No such file or directory");
-  EXPECT_EQ(descriptor_content("directory").error, "it is not a regular file");
+  EXPECT_EQ(descriptor_content("missing").error, "cannot be read: No such file or directory");
+  EXPECT_EQ(descriptor_content("directory").error, "is not a regular file");
   // Its first pages are not mapped.
-  EXPECT_EQ(descriptor_content("/proc/self/mem").error, "Input/output error after 0 bytes");
+  EXPECT_EQ(descriptor_content("/proc/self/mem").error, "cannot be read: Input/output error");
 }
 
 /// The files of the kernel have another size than content.
 TEST(DescriptorContent, SaysThatTheSizeDiffers) {
-  EXPECT_EQ(descriptor_content("/proc/version").error, "it contains more than the 0 bytes that are its size");
+  EXPECT_EQ(descriptor_content("/proc/version").error, "contains more than the 0 bytes that are its size");
   EXPECT_EQ(descriptor_content("/proc/version").bytes, "");
   const std::string shorter = "/sys/kernel/uevent_seqnum";
   if (!std::filesystem::exists(shorter)) GTEST_SKIP() << shorter << " does not exist";
-  const DescriptorContent content = descriptor_content(shorter);
-  EXPECT_EQ(content.error, "its size is 4096 bytes, but only " + std::to_string(content.bytes.find('\0')) + " could be read");
+  const eclipse_base::FileContent content = descriptor_content(shorter);
+  EXPECT_EQ(content.error, "has a size of 4096 bytes, of which only " + std::to_string(content.bytes.find('\0')) + " can be read");
   EXPECT_EQ(content.bytes.size(), 4096U);  // as the plug-in, which fills the rest with zero bytes
 }
 
@@ -48,7 +48,7 @@ TEST(DescriptorContent, IsNotReadFromAnEnormousFile) {
   const fake::TemporaryDirectory directory;
   fake::write_file("file", "s\tF\n");
   std::filesystem::resize_file("file", std::uintmax_t{1} << 40);
-  EXPECT_EQ(descriptor_content("file").error, "it is larger than 64 MiB");
+  EXPECT_EQ(descriptor_content("file").error, "is larger than 64 MiB");
   EXPECT_EQ(descriptor_content("file").bytes, "");
 }
 
@@ -57,11 +57,11 @@ TEST(DescriptorFiles, AreReadOnce) {
   DescriptorFiles files;
   fake::write_file("file", "before");
   EXPECT_EQ(files.at("file").bytes, "before");
-  EXPECT_EQ(files.at("missing").error, "No such file or directory");
+  EXPECT_EQ(files.at("missing").error, "cannot be read: No such file or directory");
   fake::write_file("file", "after");
   fake::write_file("missing", "after");
   EXPECT_EQ(files.at("file").bytes, "before");
-  EXPECT_EQ(files.at("missing").error, "No such file or directory");
+  EXPECT_EQ(files.at("missing").error, "cannot be read: No such file or directory");
 }
 
 TEST(DescriptorFiles, AreWhatADryRunReads) {

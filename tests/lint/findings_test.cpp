@@ -381,7 +381,7 @@ TEST(Findings, PipesDoNotBlock) {
     ASSERT_EQ(mkfifo(pipe.c_str(), 0644), 0);
   }
   EXPECT_EQ(summary_of(findings_in("c")),
-            Texts({"c/etc/eclipse/t:1:1+4 repository-without-metadata", "c/etc/eclipse/t:2:1+8 repository-not-loadable"}));
+            Texts({"c/etc/eclipse/t:1:1+4 repository-not-loadable", "c/etc/eclipse/t:2:1+8 repository-not-loadable"}));
   EXPECT_THROW(findings_in("session.json"), eclipse_base::FileError);
   EXPECT_THROW(read_overrides("overrides.json"), eclipse_base::FileError);
 }

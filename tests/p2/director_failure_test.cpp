@@ -46,6 +46,20 @@ TEST(LoggedCauses, AreThoseOfTheLastSession) {
   EXPECT_EQ(causes_in("").messages, Texts());
 }
 
+TEST(LoggedCauses, AreCountedAndCut) {
+  std::string log = session;
+  for (int i = 0; i < 150; ++i) {
+    for (int again = 0; again < 2; ++again) log += "!ENTRY p 4 0 t\n!MESSAGE m" + std::to_string(i) + "\nmore\n";
+  }
+  const Texts messages = causes_in(log).messages;
+  ASSERT_EQ(messages.size(), 101U);
+  EXPECT_EQ(messages[99], "m99 more");
+  EXPECT_EQ(messages[100], "and 50 more");
+  const std::string long_line(5000, 'x');
+  const Texts cut = causes_in("!MESSAGE " + long_line + "\n" + long_line + "\n!STACK 0\n" + long_line + "\n").messages;
+  EXPECT_EQ(cut, Texts{long_line.substr(0, 4096) + "..."});
+}
+
 class Explaining : public testing::Test {
  protected:
   Failure explain_with_log(const CommandResult& result, const std::string& log) {

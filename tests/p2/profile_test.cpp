@@ -59,11 +59,12 @@ TEST_F(Profile, TellsItsUnitsAndWhatRequiresThem) {
   ASSERT_TRUE(units.has_value());
   ASSERT_EQ(units->size(), 6U);
   using Texts = std::vector<std::string>;
-  EXPECT_EQ(units->at(0).required_by, Texts());
+  EXPECT_EQ(units->at(0).required_by.get(), Texts());
   EXPECT_EQ(units->at(1).id, "bundle");
   EXPECT_EQ(units->at(1).version, "1.0.0.v1");
-  EXPECT_EQ(units->at(1).required_by, (Texts{"feature", "extra"})) << "a package that is called as the bundle is another thing";
-  EXPECT_EQ(units->at(2).required_by, Texts()) << "what is optional does not keep it there";
+  EXPECT_EQ(units->at(1).required_by.get(), (Texts{"feature", "extra"}))
+      << "a package that is called as the bundle is another thing";
+  EXPECT_EQ(units->at(2).required_by.get(), Texts()) << "what is optional does not keep it there";
   for (const InstalledUnit& unit : *units) EXPECT_EQ(unit.is_root, unit.id == "feature") << unit.id;
 }
 
@@ -147,6 +148,28 @@ TEST_F(Profile, IsTheOneThatTheConfigurationNames) {
   EXPECT_EQ(unit(), "") << "either may be meant";
   fake::write_file("ide/configuration/config.ini", "eclipse.buildId=4\r\neclipse.p2.profile=P\r\n");
   EXPECT_EQ(unit(), "p");
+}
+
+TEST_F(Profile, SaysWhyItCannotBeRead) {
+  EXPECT_EQ(profile_units_error("ide"), "") << "it is kept elsewhere";
+  std::filesystem::create_directories("ide/configuration");
+  std::filesystem::create_symlink("/dev/zero", "ide/configuration/config.ini");
+  EXPECT_EQ(profile_units_error("ide"), "ide/configuration/config.ini is not a regular file");
+  fake::write_file(registry() + "P.profile/1.profile", "<profile/>");
+  EXPECT_EQ(profile_units_error("ide"), registry() + "P.profile/1.profile has no <units> element");
+  fake::write_file(registry() + "P.profile/2.profile", "<profile");
+  EXPECT_EQ(profile_units_error("ide"), registry() + "P.profile/2.profile is not well-formed XML");
+}
+
+/// Each list that is shared is there once, however many units have it.
+TEST_F(Profile, UnitsOfOneIdShareTheirRequirers) {
+  std::string units = "<unit id='r' version='1'><requires><required namespace='osgi.bundle' name='one'/></requires></unit>";
+  for (int i = 0; i < 3; ++i) units += "<unit id='one' version='" + std::to_string(i) + "'/>";
+  fake::write_file(registry() + "P.profile/1.profile", "<profile><units>" + units + "</units></profile>");
+  const auto all = profile_units("ide");
+  ASSERT_TRUE(all && all->size() == 4);
+  EXPECT_EQ(all->at(1).required_by.get(), std::vector<std::string>{"r"});
+  EXPECT_EQ(&all->at(1).required_by.get(), &all->at(3).required_by.get());
 }
 
 TEST_F(Profile, ThatCannotBeReadTellsNothing) {

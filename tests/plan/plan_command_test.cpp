@@ -333,16 +333,16 @@ TEST_F(PlanCommand, ReportsADescriptorThatCannotBeRead) {
   std::filesystem::remove("tools/etc/eclipse/tools.txt");
   std::filesystem::create_symlink("/proc/self/mem", "tools/etc/eclipse/tools.txt");
   const std::string file = "DIRECTORY/tools/etc/eclipse/tools.txt: ";
-  const std::string reason = "cannot be read completely: Input/output error after 0 bytes";
+  const std::string reason = "cannot be read: Input/output error";
   EXPECT_NE(eclipse_int("plan session.json").output.find(file + "0 records; " + reason + "\n"), std::string::npos);
-  EXPECT_EQ(plan().at("components").at(0).at("descriptors").at(0).at("error"), "Input/output error after 0 bytes");
+  EXPECT_EQ(plan().at("components").at(0).at("descriptors").at(0).at("error"), reason);
   const std::string warning =
       "eclipse-int: warning: " + file + reason + "; the plug-in ignores this and uses what it can read\n";
   for (const std::string subcommand : {"run", "verify", "call perform_integration"}) {
     EXPECT_EQ(eclipse_int(subcommand + " session.json").error, warning) << subcommand;
   }
   EXPECT_NE(
-      eclipse_int("lint session.json").output.find("cannot read the whole descriptor file: Input/output error after 0 bytes"),
+      eclipse_int("lint session.json").output.find("the descriptor file " + reason),
       std::string::npos);
 }
 

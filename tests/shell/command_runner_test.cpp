@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -17,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "base/file.h"
 #include "fake_host/temporary_directory.h"
 
 using eclipse_shell::CommandResult;
@@ -64,6 +66,39 @@ TEST(Shell, MegabytesOnBothOutputsDoNotBlock) {
   EXPECT_TRUE(result.output == std::string(2'000'000, 'o') + std::string(1'000'000, 'p')) << result.output.size();
   EXPECT_TRUE(result.error_output == std::string(2'000'000, 'e')) << result.error_output.size();
   EXPECT_EQ(result.exit_code, 0);
+}
+
+/// What is left out is handed on in order, so that with what is kept it is all of the output.
+TEST(Shell, OfALargeOutputBeginningAndEndAreKept) {
+  constexpr std::size_t limit = eclipse_base::largest::output;
+  for (const std::size_t size : {limit - 1, limit, limit + 1, 2 * limit + 12345, 5 * limit}) {
+    std::string all;
+    std::string left_out;
+    eclipse_shell::CommandProgress progress;
+    progress.on_output = [&](std::string_view piece) { all += piece; };
+    progress.on_left_out = [&](std::string_view piece) { left_out += piece; };
+    const std::string count = std::to_string(size);
+    const CommandResult result = run_in_shell("seq 1 9999999 | head -c " + count + "; seq 5 | head -c 9 >&2", progress);
+    ASSERT_EQ(all.size(), size);
+    EXPECT_EQ(result.error_output, "1\n2\n3\n4\n5");
+    EXPECT_EQ(result.error_output_left_out, 0U);
+    EXPECT_EQ(result.output_left_out, size - std::min(size, limit));
+    EXPECT_EQ(left_out.size(), result.output_left_out);
+    const std::string mark = left_out.empty() ? "" : "\n[" + std::to_string(left_out.size()) + " bytes left out]\n";
+    ASSERT_EQ(result.output.size(), std::min(size, limit) + mark.size());
+    const std::size_t beginning = limit / 2;
+    EXPECT_TRUE(result.output.substr(beginning, mark.size()) == mark);
+    EXPECT_TRUE(result.output.substr(0, beginning) + left_out + result.output.substr(beginning + mark.size()) == all);
+  }
+}
+
+TEST(Shell, WhatAnInterruptedCommandPrintedIsKnown) {
+  CommandResult result;
+  eclipse_shell::CommandProgress progress;
+  progress.on_wait = [](double) { throw 42; };
+  EXPECT_THROW(run_in_shell("echo out; echo error >&2; sleep 100", result, progress), int);
+  EXPECT_EQ(result.output, "out\n");
+  EXPECT_EQ(result.error_output, "error\n");
 }
 
 TEST(Shell, StandardInputIsEmpty) { EXPECT_EQ(run_in_shell("cat; echo end").output, "end\n"); }

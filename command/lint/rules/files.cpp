@@ -1,10 +1,10 @@
 // Rules about the descriptor files of packages: whether the plug-in finds them, and what it takes for one.
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <map>
 #include <set>
 
+#include "base/file.h"
 #include "base/printable.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
@@ -71,9 +71,7 @@ bool is_near_miss(const std::string& listed) {
 
 bool begins_with_header(const fs::path& file) {
   constexpr std::string_view header = "Repository\t";
-  std::array<char, header.size()> begin{};
-  std::ifstream(file, std::ios::binary).read(begin.data(), begin.size());
-  return std::string_view(begin.data(), begin.size()) == header;
+  return read_beginning(file, header.size()).bytes == header;
 }
 
 /// Where the descriptor files really are; some may be symbolic links.
@@ -244,7 +242,7 @@ Rule descriptor_unreadable() {
           .check = [](const Input& input, Reporter& reporter) {
             for (const Descriptor& descriptor : input.descriptors) {
               if (descriptor.is_readable()) continue;
-              reporter.report(descriptor.location(), "cannot read the whole descriptor file: " + descriptor.read_error);
+              reporter.report(descriptor.location(), "the descriptor file " + descriptor.read_error);
             }
           }};
 }

@@ -92,9 +92,11 @@ std::optional<fs::path> instance_of_removal(const Input& input) {
 /// A damaged one is the finding of another rule.
 void report_unreadable_profile(const Input& input, const fs::path& instance, Reporter& reporter) {
   const fs::path profile = eclipse_p2::profile_file(instance);
-  if (profile.empty() || eclipse_p2::read_profile_state(profile).is_damaged) return;
+  if (!profile.empty() && eclipse_p2::read_profile_state(profile).is_damaged) return;
+  const std::string error = eclipse_p2::profile_units_error(instance);
+  if (error.empty()) return;
   reporter.report(Severity::warning, input.session->mode,
-                  "the profile of the instance cannot be read, so the installed units are unknown: " + profile.string(),
+                  "the profile of the instance cannot be read, so the installed units are unknown: " + error,
                   "make the file readable: the director needs this profile, too");
 }
 
@@ -142,7 +144,7 @@ std::string requirer_of(const RemovedUnit& removed, const UnitsById& units, cons
   const auto [begin, end] = units.equal_range(removed.unit.id);
   const auto found = std::find_if(begin, end, [&](const auto& each) { return is_meant(removed, *each.second); });
   if (found == end) return "";
-  const auto& requirers = found->second->required_by;
+  const auto& requirers = found->second->required_by.get();
   const auto requirer = std::find_if(requirers.begin(), requirers.end(), [&](const auto& id) { return kept.contains(id); });
   return requirer == requirers.end() ? "" : *requirer;
 }
