@@ -74,6 +74,7 @@ class InputReader {
     read_unlisted();
     facts.executables = library_.executables(*facts.session);
     facts.run = perform_dry_run(library_.plugin(), *facts.session, files_, std::set<std::size_t>{0});
+    if (facts.removes_units()) facts.installed = profile_units(instance_directory(facts.executable()));
     return finish();
   }
 

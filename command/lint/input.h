@@ -17,6 +17,7 @@
 #include "dry_run/dry_run.h"
 #include "dry_run/plugin_functions.h"
 #include "lint/finding.h"
+#include "p2/profile.h"
 #include "p2/repository.h"
 #include "standalone_host/session.h"
 
@@ -98,11 +99,15 @@ struct SessionFacts {
   Location mode;
   std::vector<std::string> executables;  ///< those among the IDE components, of which the last one counts
   eclipse_dry_run::DryRun run;           ///< up to its first command
+  /// Of the instance, when the run removes units from it and its profile can be read.
+  std::optional<std::vector<eclipse_p2::InstalledUnit>> installed;
 
   std::string variable(const std::string& name) const { return session->variable(name); }
   /// The one that the run's commands start; empty when there is no command.
   std::string executable() const;
   bool is_removal() const { return session->is_removal(); }
+  /// Whether the run starts the director to remove units.
+  bool removes_units() const { return is_removal() && !run.commands.empty(); }
   /// Where a variable is set, or else the mode.
   const Location& location_of(const std::string& variable) const;
 };

@@ -73,7 +73,7 @@ Xml read_state(const fs::path& state) {
   return xml;
 }
 
-/// Other namespaces have names of their own: a package is often called as a bundle is, and any bundle may have it.
+/// Names in other namespaces mean other things: a package often has the name of a bundle, and any bundle may contain it.
 bool requires_a_unit(const pugi::xml_node& required) {
   const std::string_view name_space = required.attribute("namespace").value();
   return (name_space == "org.eclipse.equinox.p2.iu" || name_space == "osgi.bundle") &&
@@ -149,21 +149,12 @@ std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance
   return units_in(profile);
 }
 
-std::set<std::string_view> ids_kept_by(std::vector<std::string_view> roots, const std::vector<InstalledUnit>& units) {
-  std::multimap<std::string_view, std::string_view> required;
+std::vector<Unit> roots_of(const std::vector<InstalledUnit>& units) {
+  std::vector<Unit> roots;
   for (const InstalledUnit& unit : units) {
-    for (const std::string& requirer : unit.required_by) required.emplace(requirer, unit.id);
+    if (unit.is_root) roots.push_back({unit.id, unit.version});
   }
-  std::set<std::string_view> kept;
-  std::vector<std::string_view>& pending = roots;
-  while (!pending.empty()) {
-    const std::string_view id = pending.back();
-    pending.pop_back();
-    if (!kept.insert(id).second) continue;
-    const auto [begin, end] = required.equal_range(id);
-    for (auto found = begin; found != end; ++found) pending.push_back(found->second);
-  }
-  return kept;
+  return roots;
 }
 
 }  // namespace eclipse_p2

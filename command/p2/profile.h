@@ -4,10 +4,10 @@
 
 #include <filesystem>
 #include <optional>
-#include <set>
 #include <string>
-#include <string_view>
 #include <vector>
+
+#include "p2/unit.h"
 
 namespace eclipse_p2 {
 
@@ -36,9 +36,8 @@ std::filesystem::path profile_file(const std::filesystem::path& instance);
 /// says. Nothing when there is none that can be read, as when the profile is kept elsewhere.
 std::optional<std::vector<InstalledUnit>> profile_units(const std::filesystem::path& instance);
 
-/// What an instance keeps of `units` when these are the roots that stay: the ids of the roots, and of all that they require.
-/// Other units that require each other do not keep each other there. The ids are views of the arguments' texts.
-std::set<std::string_view> ids_kept_by(std::vector<std::string_view> roots, const std::vector<InstalledUnit>& units);
+/// The units that were installed by name.
+std::vector<Unit> roots_of(const std::vector<InstalledUnit>& units);
 
 }  // namespace eclipse_p2
 
