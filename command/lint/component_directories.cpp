@@ -8,6 +8,7 @@
 
 #include "base/file.h"
 #include "base/files_below.h"
+#include "dry_run/descriptor_paths.h"
 #include "lint/texts.h"
 
 using namespace eclipse_base;
@@ -20,8 +21,6 @@ namespace eclipse_lint {
 
 namespace {
 
-constexpr std::string_view descriptor_directory = "etc/eclipse/";
-
 std::vector<std::string> files_of(const fs::path& directory) {
   std::error_code error;
   auto names = files_below(directory, fs::directory_options::none, error);
@@ -31,13 +30,8 @@ std::vector<std::string> files_of(const fs::path& directory) {
 
 /// The directory in whose etc/eclipse a descriptor file lies; empty when that is the searched directory.
 std::string holder_of(const std::string& descriptor) {
-  std::size_t start = descriptor.find(descriptor_directory);
-  for (std::size_t at = start; at != std::string::npos; at = descriptor.find(descriptor_directory, at + 1)) {
-    if (at == 0 || descriptor[at - 1] == '/') {
-      start = at;
-      break;
-    }
-  }
+  std::size_t start = descriptor_directory_in(descriptor);
+  if (start == std::string::npos) start = descriptor.find(descriptor_directory);
   const std::size_t slash = start == 0 ? std::string::npos : descriptor.rfind('/', start - 1);
   return slash == std::string::npos ? "" : descriptor.substr(0, slash);
 }
@@ -45,9 +39,11 @@ std::string holder_of(const std::string& descriptor) {
 /// The directory that holds the etc/eclipse which a directory is, lies in, or has as its "eclipse".
 std::optional<fs::path> holder_around(const fs::path& directory) {
   std::error_code error;
-  if (directory.filename() == "etc" && fs::is_directory(directory / "eclipse", error)) return directory.parent_path();
+  if (is_descriptor_directory(directory / "eclipse") && fs::is_directory(directory / "eclipse", error)) {
+    return directory.parent_path();
+  }
   for (fs::path inner = directory; inner.has_relative_path(); inner = inner.parent_path()) {
-    if (inner.filename() == "eclipse" && inner.parent_path().filename() == "etc") return inner.parent_path().parent_path();
+    if (is_descriptor_directory(inner)) return inner.parent_path().parent_path();
   }
   return std::nullopt;
 }

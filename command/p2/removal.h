@@ -1,5 +1,5 @@
-// What the director meets when it removes units from an instance. It removes all units of a command or none: none if one of them
-// is not installed. A unit that others require stays, and the director reports success all the same.
+// What the director meets when it removes units from an instance. It removes all units of a command or none: none if one of
+// them is not installed. A unit that others require stays, and the director reports success all the same.
 #ifndef ECLIPSE_INT_P2_REMOVAL_H
 #define ECLIPSE_INT_P2_REMOVAL_H
 

@@ -14,13 +14,14 @@
 #include <system_error>
 #include <utility>
 
+#include "shell/exit_code.h"
+
 namespace eclipse_shell {
 
 namespace {
 
 constexpr int wait_milliseconds = 250;
 constexpr int nap_milliseconds = 2;
-constexpr int no_exit_code = 126;               ///< of a command that was not started, or whose code is lost
 constexpr std::chrono::seconds time_to_end(5);  ///< for a command that is asked to end
 
 /// A pipe whose ends are closed with it.
@@ -168,8 +169,8 @@ class RunningShell {
     while ((ended = waitpid(process_, &status, 0)) < 0 && errno == EINTR) {
     }
     process_ = 0;
-    if (ended < 0) return no_exit_code;
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    if (ended < 0) return exit_code::not_started;
+    return WIFSIGNALED(status) ? exit_code::signal_offset + WTERMSIG(status) : WEXITSTATUS(status);
   }
 
  private:
@@ -204,7 +205,7 @@ CommandResult run_in_shell(const std::string& command, const CommandProgress& pr
   const std::string error = start_shell(command, SpawnOptions(outputs), process);
   outputs.close_write_ends();
   if (!error.empty()) {
-    result.exit_code = no_exit_code;
+    result.exit_code = exit_code::not_started;
     result.error_output = "cannot start /bin/sh: " + error + "\n";
     progress.on_error_output(result.error_output);
     return result;

@@ -16,7 +16,7 @@ inline constexpr std::size_t longest_command = 131'071;
 struct CommandResult {
   std::string output;        ///< its standard output, every byte of it
   std::string error_output;  ///< its standard error: what the command line itself did not redirect
-  int exit_code = 0;         ///< 128 + N when signal N ended it, 126 when it could not be started, or its code is lost
+  int exit_code = 0;         ///< as the shell's (shell/exit_code.h); not_started also when it is not known
   double seconds = 0;        ///< by the wall clock
 };
 

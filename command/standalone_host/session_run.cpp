@@ -9,8 +9,6 @@ namespace eclipse_host {
 
 namespace {
 
-bool is_perform_action(const std::string& action) { return action.starts_with("perform_"); }
-
 /// One run under way: the session is active and its seams are the run's until this object ends.
 class Run {
  public:
@@ -37,7 +35,7 @@ class Run {
     notify([&](const RunObserver& observer) { observer.on_action(action); });
     first_command_ = record_.commands.size();
     record_.actions.back().result = plugin_.call(action, session_);
-    if (is_perform_action(action) && has_succeeded_once()) record_executable();
+    if (starts_director(action) && has_succeeded_once()) record_executable();
   }
 
   void refuse(std::string reason) { record_.refusal = std::move(reason); }

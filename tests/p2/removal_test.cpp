@@ -9,8 +9,11 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-const std::vector<InstalledUnit> installed = {{"a", "1.0.0", {}, true},      {"a", "2.0.0", {}, false}, {"b", "1.0.0", {"a"}, false},
-                                              {"c", "1.0.0", {"b", "x"}, true}, {"x", "1.0.0", {}, true}};
+const std::vector<InstalledUnit> installed = {{"a", "1.0.0", {}, true},
+                                              {"a", "2.0.0", {}, false},
+                                              {"b", "1.0.0", {"a"}, false},
+                                              {"c", "1.0.0", {"b", "x"}, true},
+                                              {"x", "1.0.0", {}, true}};
 
 TEST(RootsOf, AreTheUnitsInstalledByName) {
   EXPECT_EQ(roots_of(installed), (std::vector<Unit>{{"a", "1.0.0"}, {"c", "1.0.0"}, {"x", "1.0.0"}}));
