@@ -20,7 +20,7 @@ struct Interrupted {
 };
 
 /// As long as an object of this class lives, SIGINT, SIGTERM, SIGHUP and SIGQUIT are only noted, so that no director is left
-/// behind. One that is ignored stays so.
+/// running. An ignored signal stays ignored.
 class Interruption {
  public:
   Interruption();

@@ -1,5 +1,5 @@
-// Where the descriptor files of a component are. The plug-in finds "etc/eclipse/" anywhere in a path, even where "etc" is only the
-// end of a directory's name; whether it takes a path for that of a descriptor, PluginFunctions::descriptor() asks it.
+// Where the descriptor files of a component are. The plug-in finds "etc/eclipse/" anywhere in a path, even where "etc" is only
+// the end of a directory's name; whether it takes a path for that of a descriptor, PluginFunctions::descriptor() asks it.
 #ifndef ECLIPSE_INT_DRY_RUN_DESCRIPTOR_PATHS_H
 #define ECLIPSE_INT_DRY_RUN_DESCRIPTOR_PATHS_H
 

@@ -4,9 +4,9 @@
 
 namespace eclipse_shell::exit_code {
 
-inline constexpr int not_started = 126;   ///< the program cannot be started, or no shell gets the command
-inline constexpr int not_found = 127;     ///< the program does not exist
-inline constexpr int signal_offset = 128; ///< plus the number of the signal that ended the program
+inline constexpr int not_started = 126;    ///< the program cannot be started, or no shell gets the command
+inline constexpr int not_found = 127;      ///< the program does not exist
+inline constexpr int signal_offset = 128;  ///< plus the number of the signal that ended the program
 
 }  // namespace eclipse_shell::exit_code
 
