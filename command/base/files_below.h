@@ -1,4 +1,4 @@
-// What a directory and those in it hold.
+// The files in a directory and in all directories below it.
 #ifndef ECLIPSE_INT_BASE_FILES_BELOW_H
 #define ECLIPSE_INT_BASE_FILES_BELOW_H
 
@@ -9,9 +9,9 @@
 
 namespace eclipse_base {
 
-/// All that is no directory below a directory, pipes and dangling symlinks among it, and directories with nothing in them;
-/// relative to the directory and in the order of the names. After an error, as far as it was found; with skip_permission_denied
-/// a directory that is closed is no error.
+/// Everything below a directory except for directories that are not empty, so also pipes and dangling symlinks; relative to the
+/// directory and in the order of the names. After an error, what was found before it. With skip_permission_denied an unreadable
+/// directory is not an error.
 std::vector<std::string> files_below(const std::filesystem::path& directory, std::filesystem::directory_options options,
                                      std::error_code& error);
 

@@ -171,7 +171,7 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
   JsonValue& add(JsonKind kind, std::size_t end) {
     if (++count_ > largest::json_values) {
       const std::string most = std::to_string(largest::json_values);
-      document_.fault(start_of_token(text_, end), "", "has more than " + most + " values; take values away");
+      document_.fail(start_of_token(text_, end), "", "has more than " + most + " values; take values away");
     }
     JsonValue& value = open_.empty() ? root_ : open_.back().value->children.emplace_back();
     value.kind = kind;

@@ -198,7 +198,7 @@ std::string shell_warning(const PlannedCommand& command) {
   }
   std::string text = "  Warning: the shell would change this command:\n" + words_of(shell);
   std::vector<std::string> redirections = shell.redirections;
-  std::erase(redirections, "2>&1");
+  std::erase(redirections, error_redirection);
   text += of_first(redirections, "    ", "redirection",
                    [](const std::string& redirection) { return "    Redirection: " + printable(redirection) + "\n"; });
   return text + (command.causes.empty() ? remarks_of(command) : causes_of(command));

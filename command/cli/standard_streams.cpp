@@ -43,7 +43,7 @@ void prepare_standard_streams() {
   // Not inherited by the directors: the command runner gives them every signal as it comes by default.
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
-  // Ignored, as a careless parent may leave it, the exit codes of directors would be lost.
+  // If a parent left it ignored, the exit codes of directors would not be known.
   std::signal(SIGCHLD, SIG_DFL);
 }
 

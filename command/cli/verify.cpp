@@ -108,6 +108,7 @@ int verify(const SessionOptions& options) {
   command.warn_of_unreadable_descriptors(plugin);
   const Plan plan = eclipse_plan::make_plan(plugin, command.session(), eclipse_plan::Retries::distinct);
   if (!plan.command) return without_command(plan, options.json);
+  warn_of_foreign_instance(plan.executable);
   const Answer answer = ask(plan, options.wait);
   const int status = report(plan, answer, options.json);
   print_damage(answer.damage);

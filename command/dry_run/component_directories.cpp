@@ -9,6 +9,7 @@
 #include "base/file.h"
 #include "base/files_below.h"
 #include "dry_run/command_pieces.h"
+#include "dry_run/descriptor_paths.h"
 
 using namespace eclipse_base;
 
@@ -18,8 +19,6 @@ namespace eclipse_dry_run {
 
 namespace {
 
-constexpr std::string_view descriptor_directory = "etc/eclipse/";
-
 std::vector<std::string> files_of(const fs::path& directory) {
   std::error_code error;
   auto names = files_below(directory, fs::directory_options::none, error);
@@ -27,30 +26,27 @@ std::vector<std::string> files_of(const fs::path& directory) {
   throw FileError(directory, "cannot be searched: " + error.message() + "; make it and the directories in it readable");
 }
 
-/// The directory in whose etc/eclipse a descriptor file lies; empty when that is the searched directory.
+/// The directory whose etc/eclipse contains a descriptor file; empty when that is the searched directory.
 std::string holder_of(const std::string& descriptor) {
-  std::size_t start = descriptor.find(descriptor_directory);
-  for (std::size_t at = start; at != std::string::npos; at = descriptor.find(descriptor_directory, at + 1)) {
-    if (at == 0 || descriptor[at - 1] == '/') {
-      start = at;
-      break;
-    }
-  }
+  std::size_t start = descriptor_directory_in(descriptor);
+  if (start == std::string::npos) start = descriptor.find(descriptor_directory);
   const std::size_t slash = start == 0 ? std::string::npos : descriptor.rfind('/', start - 1);
   return slash == std::string::npos ? "" : descriptor.substr(0, slash);
 }
 
-/// The directory that holds the etc/eclipse which a directory is, lies in, or has as its "eclipse".
+/// The directory that contains the etc/eclipse which this directory is, is below, or is the "etc" of.
 std::optional<fs::path> holder_around(const fs::path& directory) {
   std::error_code error;
-  if (directory.filename() == "etc" && fs::is_directory(directory / "eclipse", error)) return directory.parent_path();
+  if (is_descriptor_directory(directory / "eclipse") && fs::is_directory(directory / "eclipse", error)) {
+    return directory.parent_path();
+  }
   for (fs::path inner = directory; inner.has_relative_path(); inner = inner.parent_path()) {
-    if (inner.filename() == "eclipse" && inner.parent_path().filename() == "etc") return inner.parent_path().parent_path();
+    if (is_descriptor_directory(inner)) return inner.parent_path().parent_path();
   }
   return std::nullopt;
 }
 
-/// Whether a repository of one of these descriptor files is there when they are those of a component in `directory`.
+/// Whether a repository that these descriptor files name exists, if their component is in `directory`.
 bool contains_a_site(const PluginFunctions& library, DescriptorFiles& files, const fs::path& directory,
                      const std::vector<fs::path>& descriptors) {
   for (const fs::path& descriptor : descriptors) {
@@ -65,7 +61,7 @@ bool contains_a_site(const PluginFunctions& library, DescriptorFiles& files, con
   return false;
 }
 
-/// The directory of the component that has these descriptor files in an etc/eclipse of `holder`; `outermost` lies around that.
+/// The directory of the component that has these descriptor files in an etc/eclipse of `holder`, which is below `outermost`.
 fs::path component_of(const PluginFunctions& library, DescriptorFiles& files, const fs::path& holder, const fs::path& outermost,
                       const std::vector<fs::path>& descriptors) {
   if (holder == outermost) return holder;
@@ -75,7 +71,7 @@ fs::path component_of(const PluginFunctions& library, DescriptorFiles& files, co
   }
 }
 
-/// Takes the files of a directory apart by their components. All names are relative to it.
+/// Sorts the files of a directory by their components. All names are relative to it.
 class ComponentSearch {
  public:
   ComponentSearch(const PluginFunctions& library, DescriptorFiles& files, const fs::path& directory)
@@ -94,7 +90,7 @@ class ComponentSearch {
   }
 
  private:
-  /// The component in whose etc/eclipse the directory is, with what lies in the directory.
+  /// The component whose etc/eclipse contains the directory, with the files of the directory.
   ComponentDirectory component_around(const fs::path& holder) const {
     std::vector<fs::path> files(names_.size());
     std::transform(names_.begin(), names_.end(), files.begin(), [&](const std::string& name) { return absolute_ / name; });
@@ -123,7 +119,7 @@ class ComponentSearch {
     return all;
   }
 
-  /// The innermost one that a file lies in.
+  /// The innermost one that contains a file.
   std::string nearest_component(std::string name) const {
     do name.erase(name.find_last_of('/') == std::string::npos ? 0 : name.find_last_of('/'));
     while (!name.empty() && found_.count(name) == 0);

@@ -12,20 +12,19 @@
 namespace eclipse_dry_run {
 
 struct FoundFile {
-  std::string listed;  ///< from the component's directory on, as its package would list it
-  std::string shown;   ///< from the directory that was searched on, as that was named
+  std::string listed;  ///< relative to the component's directory, as its package would list it
+  std::string shown;   ///< the searched directory as it was given, and the path below it
 };
 
 struct ComponentDirectory {
-  std::filesystem::path path;  ///< absolute
-  std::vector<FoundFile>
-      files;  ///< in the order of their paths; what is no file but no directory with files either is among them
+  std::filesystem::path path;    ///< absolute
+  std::vector<FoundFile> files;  ///< in the order of their paths, with empty directories and what else is not a directory
 };
 
-/// The components in a directory, in the order of their paths. A component is a directory that holds an etc/eclipse; or, if
-/// none of the sites that are named there lies in it, the nearest directory around it in which one does. A directory in a
-/// component's etc/eclipse gives that component, with the files of this directory alone. What belongs to no component is of the
-/// searched directory itself. Throws FileError when a directory cannot be searched.
+/// The components in a directory, in the order of their paths. A component is a directory that contains an etc/eclipse; or, if
+/// none of the sites named there is in it, the nearest directory above it that contains one. A directory in a component's
+/// etc/eclipse gives that component, with the files of this directory alone. Files outside of all components belong to the
+/// searched directory. Throws FileError when a directory cannot be searched.
 std::vector<ComponentDirectory> component_directories(const PluginFunctions& library, DescriptorFiles& files,
                                                       const std::filesystem::path& directory);
 

@@ -145,6 +145,8 @@ class DescriptorReading {
 /// Thrown out of the run by its command runner when enough commands are known.
 struct EnoughCommands {};
 
+constexpr int failed = 1;  ///< the exit code of every command of a dry run
+
 /// Records what happens before the first command, and then the commands.
 class Recorder {
  public:
@@ -171,7 +173,7 @@ class Recorder {
     RunObserver observer;
     observer.on_action = [this](const std::string& action) {
       run_.actions.push_back({action, {}});
-      performing_ = action.starts_with("perform_");
+      performing_ = eclipse_host::starts_director(action);
     };
     observer.on_log = [this](const std::string& line) {
       if (commands_ == 0) run_.log.push_back(line);
@@ -191,7 +193,7 @@ class Recorder {
     const std::size_t number = commands_++;
     if (!wanted_commands_ || wanted_commands_->contains(number)) run_.commands.emplace(number, command);
     if (wanted_commands_ && number >= *wanted_commands_->rbegin()) throw EnoughCommands();
-    return {"", "", 13, 0};
+    return {"", "", failed, 0};
   }
 
   DryRun run_;

@@ -24,7 +24,7 @@ namespace eclipse_lint {
 
 namespace {
 
-/// A path as a person reads it best: relative where it lies below the working directory, if that is still there.
+/// A path as it is shown: relative to the working directory, if it is below that.
 std::string shown(const std::string& file) {
   std::error_code error;
   const fs::path relative = fs::path(file).lexically_relative(fs::current_path(error));
@@ -75,6 +75,7 @@ class InputReader {
     read_unlisted();
     facts.executables = library_.executables(*facts.session);
     facts.run = perform_dry_run(library_.plugin(), *facts.session, files_, std::set<std::size_t>{0});
+    if (facts.removes_units()) facts.installed = profile_units(instance_directory(facts.executable()));
     return finish();
   }
 
@@ -90,7 +91,7 @@ class InputReader {
     for (std::size_t i = 0; i < elements.size(); ++i) read_session_component(*facts.session->components.at(i), elements[i]);
   }
 
-  /// What is set outside of the file has no line in it.
+  /// A variable that is set outside of the file has no line in it.
   void add_more_variables(const AddVariables& add_variables) {
     SessionFacts& facts = *input_->session;
     const auto of_file = facts.session->variables;
@@ -124,7 +125,7 @@ class InputReader {
     }
   }
 
-  /// A file that one component does not list may be another one's, or listed with a space behind it.
+  /// A file that a component does not list may be listed by another one, or with a trailing space.
   void read_unlisted() {
     std::set<std::string> known;
     for (const Component& component : input_->components) {
@@ -208,16 +209,16 @@ class InputReader {
   std::vector<std::size_t> config_of_record_;
 };
 
-/// Nothing unless each of their sites can be read.
-std::shared_ptr<const UnitVersions> offered_to(const std::vector<std::unique_ptr<Input>>& products) {
+/// Null unless the units of each of their sites are known.
+std::shared_ptr<const UnitVersions> units_offered_to(const std::vector<std::unique_ptr<Input>>& inputs) {
   std::set<const Repository*> sites;
-  for (const auto& input : products) {
+  for (const auto& input : inputs) {
     for (const Record& record : input->records) {
       if (record.site == nullptr || !sites.insert(record.site).second) continue;
       if (!record.site->is_repository || !record.site->units) return nullptr;
     }
   }
-  // The sites outlive the products, so what a single one offers need not be copied.
+  // The sites outlive the inputs, so the units of a single one need not be copied.
   if (sites.size() == 1) return {std::shared_ptr<const UnitVersions>(), &*(*sites.begin())->units};
   const auto units = std::make_shared<UnitVersions>();
   for (const Repository* const site : sites) {
@@ -227,18 +228,18 @@ std::shared_ptr<const UnitVersions> offered_to(const std::vector<std::unique_ptr
 }
 
 void set_offered(const std::vector<std::unique_ptr<Input>>& inputs) {
-  const auto offered = offered_to(inputs);
+  const auto offered = units_offered_to(inputs);
   for (const auto& input : inputs) input->offered = offered;
 }
 
 std::vector<std::unique_ptr<Input>> read_directory(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,
                                                    const fs::path& directory) {
-  std::vector<std::unique_ptr<Input>> products;
+  std::vector<std::unique_ptr<Input>> inputs;
   for (const ComponentDirectory& component : component_directories(library, files, directory)) {
-    products.push_back(InputReader(library, sites, files).read_component(component, directory.string()));
+    inputs.push_back(InputReader(library, sites, files).read_component(component, directory.string()));
   }
-  set_offered(products);
-  return products;
+  set_offered(inputs);
+  return inputs;
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "dry_run/dry_run.h"
 #include "dry_run/plugin_functions.h"
 #include "lint/finding.h"
+#include "p2/profile.h"
 #include "p2/repository.h"
 #include "standalone_host/session.h"
 
@@ -36,12 +37,12 @@ struct Descriptor {
   std::string file;  ///< as it is shown
   std::string_view content;
   std::string read_error;  ///< why the file could not be read completely; empty when it could
-  bool is_text = false;    ///< 8-bit text with line feeds; where it is not, lines and records say nothing
+  bool is_text = false;    ///< 8-bit text with line feeds; otherwise there are no lines and records
   std::deque<Line> lines;
 
   bool is_readable() const { return read_error.empty(); }
   Location location() const;
-  /// Of a stretch of a column, each of them counted from 0; `length` may reach beyond the column.
+  /// Of a part of a column. Columns and bytes are counted from 0; `length` may reach beyond the column.
   Location location(const Line& line, std::size_t column, std::size_t start = 0,
                     std::size_t length = std::string_view::npos) const;
   Location location(const Line& line) const;
@@ -52,10 +53,10 @@ struct Record {
   const plugin_config* config;
   const Descriptor* descriptor;
   const Line* line;
-  std::optional<eclipse_dry_run::Placement> placement;  ///< nothing when the record is passed over
-  const eclipse_p2::Repository* site = nullptr;         ///< where it is known and was looked into
+  std::optional<eclipse_dry_run::Placement> placement;  ///< nothing when the plug-in ignores the record
+  const eclipse_p2::Repository* site = nullptr;         ///< if its path is known
 
-  /// A column without the carriage return that a CRLF line end leaves in the last one; empty where there is none.
+  /// A column, without the carriage return that a CRLF line end leaves in the last one; empty if the line lacks it.
   std::string_view cell(std::size_t column) const;
   std::string_view repository() const { return cell(0); }
   std::string_view feature() const { return cell(1); }
@@ -68,7 +69,7 @@ struct Record {
 struct ListedFile {
   std::string text;  ///< as it is listed
   Location location;
-  std::optional<eclipse_dry_run::DescriptorFile> descriptor;  ///< when the plug-in takes it for one
+  std::optional<eclipse_dry_run::DescriptorFile> descriptor;  ///< when the plug-in reads it as one
 };
 
 struct Component {
@@ -83,7 +84,7 @@ struct Component {
   bool has_descriptors() const;
 };
 
-/// What lies where the plug-in would find a descriptor file of a component if a package listed it.
+/// A path where the plug-in would find a descriptor file of a component if a package listed it.
 struct UnlistedFile {
   const Component* component;
   eclipse_dry_run::DescriptorFile file;
@@ -93,16 +94,20 @@ struct UnlistedFile {
 struct SessionFacts {
   std::unique_ptr<const eclipse_base::JsonDocument> document;
   std::unique_ptr<eclipse_host::Session> session;
-  /// Where each is set; as a whole file, without a line, when it is set outside of the session file.
+  /// Where each is set; without a line when it is set outside of the session file.
   std::map<std::string, Location> variables;
   Location mode;
-  std::vector<std::string> executables;  ///< those among the IDE components, of which the last one counts
+  std::vector<std::string> executables;  ///< of the IDE components; the plug-in uses the last one
   eclipse_dry_run::DryRun run;           ///< up to its first command
+  /// Of the instance, when the run removes units from it and its profile can be read.
+  std::optional<std::vector<eclipse_p2::InstalledUnit>> installed;
 
   std::string variable(const std::string& name) const { return session->variable(name); }
   /// The one that the run's commands start; empty when there is no command.
   std::string executable() const;
   bool is_removal() const { return session->is_removal(); }
+  /// Whether the run starts the director to remove units.
+  bool removes_units() const { return is_removal() && !run.commands.empty(); }
   /// Where a variable is set, or else the mode.
   const Location& location_of(const std::string& variable) const;
 };
@@ -112,14 +117,13 @@ struct Input {
   bool has_components = false;  ///< otherwise it is a single descriptor file, whose component is not known
   std::deque<Component> components;
   std::deque<Descriptor> descriptors;
-  std::vector<plugin_config> configs;  ///< all that was read, those in files that are no text among them
+  std::vector<plugin_config> configs;  ///< all records, including those of files that are not text
   std::vector<Record> records;
   std::vector<UnlistedFile> unlisted;  ///< of a session
   std::optional<SessionFacts> session;
-  /// What all sites together offer, which is where the director looks for each feature. Null when a site cannot be read, or is
-  /// not known: it might offer anything.
+  /// The units of all sites together, in which the director looks for each feature. Null when those of a site are not known.
   std::shared_ptr<const eclipse_p2::UnitVersions> offered;
-  std::vector<std::unique_ptr<eclipse_host::CatalogueComponent>> catalogue;  ///< of a product without a session
+  std::vector<std::unique_ptr<eclipse_host::CatalogueComponent>> catalogue;  ///< of an input without a session
 
   bool is_removal() const { return session && session->is_removal(); }
 };

@@ -35,7 +35,7 @@ bool ends_with_path(const fs::path& path, const fs::path& end) {
   return whole == part || whole.ends_with("/" + part);
 }
 
-/// The document's values do not keep numbers, so they are read where they stand.
+/// The values of a document do not include numbers, so they are read from its text.
 std::size_t line_number(const JsonElement& element, const JsonDocument& document) {
   const JsonLocation location = element.location();
   const std::string_view text = document.line(location.line).substr(location.column - 1, location.length);

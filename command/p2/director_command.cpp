@@ -7,6 +7,7 @@
 #include "shell/shell_reading.h"
 
 using namespace eclipse_base;
+using eclipse_shell::command_end;
 
 namespace eclipse_p2 {
 
@@ -35,10 +36,10 @@ std::string unquoted(std::string_view list) {
 
 /// Separates a list from the feature that a retry appends to the command.
 void set_features(DirectorCommand& command, std::string_view text) {
-  const std::size_t end = std::min(text.find(error_redirection), text.size());
+  const std::size_t end = std::min(text.find(command_end), text.size());
   command.features = text.substr(0, end);
-  text.remove_prefix(std::min(end + error_redirection.size(), text.size()));
-  command.appended_feature = text.substr(0, text.rfind(error_redirection));
+  text.remove_prefix(std::min(end + command_end.size(), text.size()));
+  command.appended_feature = text.substr(0, text.rfind(command_end));
 }
 
 }  // namespace

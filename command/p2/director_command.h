@@ -11,9 +11,6 @@
 
 namespace eclipse_p2 {
 
-/// Ends each command of the plug-in: the director writes the reasons of a failure to standard error.
-inline constexpr std::string_view error_redirection = " 2>&1";
-
 /// A command that installs or removes features. The lists are separated by commas, and are not quoted.
 struct DirectorCommand {
   std::string executable = {};

@@ -16,17 +16,28 @@
 #include "base/file.h"
 #include "base/printable.h"
 
+#include "shell/exit_code.h"
+
 namespace fs = std::filesystem;
 using eclipse_shell::CommandResult;
+namespace exit_code = eclipse_shell::exit_code;
 
 namespace eclipse_p2 {
 
 namespace {
 
 constexpr int highest_signal = 64;
-constexpr std::size_t most_complaints = 10;
+constexpr std::size_t most_messages = 10;
 constexpr std::size_t most_causes = 100;
 constexpr std::size_t longest_cause = 4096;
+
+// What the director prints when it fails, the reasons after it.
+constexpr std::string_view installation_failed = "Installation failed.";
+constexpr std::string_view see_log = "There were errors.";
+// What is in the log when the director or another application could not be run to its end.
+constexpr std::string_view application_error = "Application error";
+constexpr std::string_view application_name = "Application \"";
+constexpr std::string_view application_missing = "could not be found in the registry";
 
 std::string shortened(const std::string& cause) {
   return cause.size() <= longest_cause ? cause : cause.substr(0, longest_cause) + "...";
@@ -67,8 +78,8 @@ std::vector<std::string> lines_of(const std::string& text) {
   return lines;
 }
 
-/// A message of the launcher for a window.
-std::string without_marks(std::string line) {
+/// A message of the launcher that is meant for a window.
+std::string without_tags(std::string line) {
   constexpr std::string_view opening = "<title>";
   constexpr std::string_view closing = "</title>";
   const std::size_t end = line.find(closing);
@@ -76,55 +87,55 @@ std::string without_marks(std::string line) {
   return line.replace(end, closing.size(), ": ").erase(0, opening.size());
 }
 
-/// What was printed, without stack traces and what else is in the form of a log. Of much, only the beginning.
-std::vector<std::string> complaints_of(const CommandResult& result) {
-  std::vector<std::string> complaints;
+/// The lines that were printed, without stack traces and other lines in the form of a log. Of many, only the first.
+std::vector<std::string> messages_of(const CommandResult& result) {
+  std::vector<std::string> messages;
   for (const std::string& line : lines_of(result.output + result.error_output)) {
-    if (complaints.size() == most_complaints) break;
+    if (messages.size() == most_messages) break;
     if (line.starts_with('\t') || line.starts_with('!')) continue;
-    const std::string complaint = shortened(without_marks(line));
-    if (std::find(complaints.begin(), complaints.end(), complaint) == complaints.end()) complaints.push_back(complaint);
+    const std::string message = shortened(without_tags(line));
+    if (std::find(messages.begin(), messages.end(), message) == messages.end()) messages.push_back(message);
   }
-  return complaints;
+  return messages;
 }
 
-/// What the director printed behind the line that says that it failed.
+/// The lines that the director printed after the one that says that it failed.
 std::vector<std::string> reasons_in(const std::string& output) {
   std::vector<std::string> lines = lines_of(output);
-  const auto failed = std::find(lines.begin(), lines.end(), "Installation failed.");
+  const auto failed = std::find(lines.begin(), lines.end(), installation_failed);
   if (failed == lines.end()) return {};
   Causes reasons;
   for (auto line = failed + 1; line != lines.end(); ++line) {
-    if (!line->starts_with("There were errors.")) reasons.add(*line);
+    if (!line->starts_with(see_log)) reasons.add(*line);
   }
   return reasons.list();
 }
 
 Failure of_shell(const CommandResult& result) {
-  Failure failure{Layer::shell, "", complaints_of(result), std::nullopt};
-  if (result.exit_code == 127) {
-    failure.meaning = "a program is not there: the executable, or one that it starts";
-  } else if (result.exit_code == 126) {
+  Failure failure{Layer::shell, "", messages_of(result), std::nullopt};
+  if (result.exit_code == exit_code::not_found) {
+    failure.meaning = "a program does not exist: the executable, or one that it starts";
+  } else if (result.exit_code == exit_code::not_started) {
     failure.meaning = "the program cannot be started: it is a directory or not executable, or the command is too long";
   } else {
-    failure.meaning = "it does not understand the command, and started nothing";
+    failure.meaning = "it rejects the command and starts nothing";
   }
   return failure;
 }
 
 Failure of_instance(const CommandResult& result, const std::optional<fs::path>& log) {
   const LoggedCauses logged = log ? causes_in(eclipse_base::read_end(*log, eclipse_base::largest::log).bytes) : LoggedCauses();
-  Failure failure{Layer::director, "it could not do what it was asked for", logged.messages, log};
+  Failure failure{Layer::director, "it could not complete the operation", logged.messages, log};
   if (logged.messages.empty()) failure.causes = reasons_in(result.output);
   if (logged.is_application_missing) {
     failure.layer = Layer::launcher;
     failure.meaning = "the instance has no such application";
   } else if (logged.is_application_error) {
-    failure.meaning = "it broke off, and printed nothing of the reason";
+    failure.meaning = "it aborted with an exception and printed no reason";
   } else if (failure.causes.empty()) {
     failure.layer = Layer::launcher;
-    failure.meaning = "the application did not run to its end, and nothing tells why";
-    failure.causes = complaints_of(result);
+    failure.meaning = "the application did not run to its end and logged no reason";
+    failure.causes = messages_of(result);
   }
   return failure;
 }
@@ -154,7 +165,7 @@ class LogReader {
   enum class Part { none, message, stack };
 
   void read_message(const std::string& message) {
-    const bool is_error = message == "Application error";
+    const bool is_error = message == application_error;
     is_application_error_ = is_application_error_ || is_error;
     part_ = !is_error && messages_.add(message) ? Part::message : Part::none;
   }
@@ -165,7 +176,7 @@ class LogReader {
       return;
     }
     messages_.add(line);
-    if (line.find("Application \"") != line.npos && line.find("could not be found in the registry") != line.npos) {
+    if (line.find(application_name) != line.npos && line.find(application_missing) != line.npos) {
       is_application_missing_ = true;
     }
   }
@@ -227,22 +238,22 @@ Failure explain(const CommandResult& result, const InstanceLogs& logs) {
   const std::optional<fs::path> log = logs.written_since();
   const bool nothing_printed = result.output.empty() && !result.error_output.empty();
   switch (result.exit_code) {
-    case 126:
-    case 127:
+    case exit_code::not_started:
+    case exit_code::not_found:
       return of_shell(result);
     case 1:
     case 2:
       if (!log && nothing_printed) return of_shell(result);
       break;
-    case 13:
+    case launcher_exit_code::application_failed:
       return of_instance(result, log);
-    case 15:
-      return {Layer::launcher, "the instance or its configuration cannot be written", complaints_of(result), log};
+    case launcher_exit_code::cannot_write:
+      return {Layer::launcher, "the instance or its configuration cannot be written", messages_of(result), log};
     default:
       break;
   }
-  Failure failure{Layer::unknown, "none of the layers is known for this exit code", complaints_of(result), log};
-  const int signal = result.exit_code - 128;
+  Failure failure{Layer::unknown, "unknown exit code", messages_of(result), log};
+  const int signal = result.exit_code - exit_code::signal_offset;
   if (signal > 0 && signal <= highest_signal) failure.meaning = "signal " + std::to_string(signal) + " ended the command";
   return failure;
 }

@@ -13,6 +13,14 @@
 
 namespace eclipse_p2 {
 
+/// Exit codes of Eclipse's launcher, which starts the director.
+namespace launcher_exit_code {
+
+inline constexpr int application_failed = 13;  ///< the director failed, or could not be run
+inline constexpr int cannot_write = 15;        ///< the instance or its configuration cannot be written
+
+}  // namespace launcher_exit_code
+
 /// The logs that an Eclipse instance writes into its configuration directory, as they were when this was made.
 class InstanceLogs {
  public:
@@ -37,8 +45,8 @@ std::string_view name_of(Layer layer);
 struct Failure {
   Layer layer = Layer::unknown;
   std::string meaning;                       ///< of the exit code in that layer
-  std::vector<std::string> causes;           ///< in the words of the layer, the first cause first; not all of very many
-  std::optional<std::filesystem::path> log;  ///< of the instance, where the causes stand
+  std::vector<std::string> causes;           ///< as the layer reports them, the first cause first; not all of very many
+  std::optional<std::filesystem::path> log;  ///< of the instance, with the causes
 };
 
 /// Explains why a command failed. `logs` was made for its instance before it was run.
@@ -47,8 +55,8 @@ Failure explain(const eclipse_shell::CommandResult& result, const InstanceLogs& 
 /// One sentence, and the causes on indented lines below it.
 std::string text_of(const Failure& failure, const std::string& indent = "  ");
 
-/// The causes that the last session in a log tells: the messages of its entries, and the exceptions that ended it. Of more
-/// than a hundred the first, and how many more there are.
+/// The causes in the last session of a log: the messages of its entries, and the exceptions that ended it. Of more than a hundred
+/// the first, and how many more there are.
 struct LoggedCauses {
   std::vector<std::string> messages;
   bool is_application_error = false;  ///< an exception ended the application, or it could not be started

@@ -17,7 +17,7 @@ namespace eclipse_p2 {
 
 namespace {
 
-/// Other lines tell how long it took, or what the machine that runs the director complains of.
+/// Other lines report how long it took, or warnings of the Java machine that runs the director.
 bool is_unit(std::string_view line) {
   const std::size_t slash = line.find('/');
   return slash != 0 && slash + 1 < line.size() && std::isdigit(static_cast<unsigned char>(line[slash + 1])) != 0 &&
@@ -29,19 +29,22 @@ std::string_view last_line(std::string_view output) {
   return trimmed(text.substr(text.rfind('\n') + 1));
 }
 
-/// In English, which the question asks for. Whatever else may be started as the executable prints something else, or nothing.
+/// What the last line of the answer begins and ends with. It is in English, as list_roots_command() asks for.
+constexpr std::string_view completed = "Operation completed in ";
+constexpr std::string_view milliseconds = " ms.";
+
+/// Another program that is started as the executable prints something else, or nothing.
 void check_is_answer(const std::string& executable, std::string_view output) {
   const std::string_view last = last_line(output);
-  if (last.starts_with("Operation completed in ") && last.ends_with(" ms.")) return;
+  if (last.starts_with(completed) && last.ends_with(milliseconds)) return;
   constexpr std::size_t shown = 200;
   const std::string printed =
       last.empty() ? "it printed nothing"
                    : "what it printed ends with " + in_quotes(last.substr(0, shown)) +
                          (last.size() > shown ? " and " + std::to_string(last.size() - shown) + " more bytes" : "");
-  throw InstanceError(in_quotes(executable) +
-                      " does not say what is installed: the answer of a director ends with \"Operation completed in N ms.\", "
-                      "but " +
-                      printed + "; is this the Eclipse executable?");
+  throw InstanceError(in_quotes(executable) + " does not say what is installed: the answer of a director ends with \"" +
+                      std::string(completed) + "N" + std::string(milliseconds) + "\", but " + printed +
+                      "; is this the Eclipse executable?");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What an Eclipse instance has installed, as it says itself.
+// What an Eclipse instance has installed, as its director and its profile report.
 #ifndef ECLIPSE_INT_P2_INSTALLED_UNITS_H
 #define ECLIPSE_INT_P2_INSTALLED_UNITS_H
 
@@ -14,7 +14,7 @@
 
 namespace eclipse_p2 {
 
-/// The instance cannot say what it has installed. The message tells why, on one or more lines.
+/// It is not known what the instance has installed. The message says why, on one or more lines.
 class InstanceError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -22,7 +22,7 @@ class InstanceError : public std::runtime_error {
 
 struct InstalledUnits {
   std::vector<Unit> roots;  ///< what was installed by name, in the order of their texts
-  /// The roots and all that came along with them; nothing when the instance's profile cannot be read.
+  /// The roots and all that was installed as their requirement; nothing when the instance's profile cannot be read.
   std::optional<std::vector<eclipse_p2::InstalledUnit>> all;
   std::string profile_error = {};  ///< why that is, as profile_units_error() says it
 };

@@ -66,10 +66,10 @@ fs::path profile_of(const fs::path& instance) {
 /// In a file with this ending, p2 takes nothing but gzip data.
 Unpacked unpacked(const fs::path& state, std::string content) {
   if (state.extension() == ".gz") return decompress(content, Compression::gzip, largest::profile);
-  return {{std::move(content), ""}};
+  return {.bytes = std::move(content)};
 }
 
-/// Other namespaces have names of their own: a package is often called as a bundle is, and any bundle may have it.
+/// Names in other namespaces mean other things: a package often has the name of a bundle, and any bundle may contain it.
 bool requires_a_unit(const pugi::xml_node& required) {
   const std::string_view name_space = required.attribute("namespace").value();
   return (name_space == "org.eclipse.equinox.p2.iu" || name_space == "osgi.bundle") &&
@@ -167,27 +167,16 @@ std::string profile_units_error(const fs::path& instance) {
     const std::string reason = read_file(file, largest::configuration).error;
     return reason.empty() ? "" : file.string() + " " + reason;
   }
-  const std::string reason = profile_state_error(newest);
+  const std::string reason = read_profile_state(newest).error;
   return file.string() + " " + (reason.empty() ? "has no <units> element" : reason);
 }
 
-std::set<std::string_view> ids_kept_by(std::vector<std::string_view> roots, const std::vector<InstalledUnit>& units) {
-  std::multimap<std::string_view, std::string_view> required;
-  std::set<std::string_view> seen;
+std::vector<Unit> roots_of(const std::vector<InstalledUnit>& units) {
+  std::vector<Unit> roots;
   for (const InstalledUnit& unit : units) {
-    if (!seen.insert(unit.id).second) continue;
-    for (const std::string& requirer : unit.required_by.get()) required.emplace(requirer, unit.id);
+    if (unit.is_root) roots.push_back({unit.id, unit.version});
   }
-  std::set<std::string_view> kept;
-  std::vector<std::string_view>& pending = roots;
-  while (!pending.empty()) {
-    const std::string_view id = pending.back();
-    pending.pop_back();
-    if (!kept.insert(id).second) continue;
-    const auto [begin, end] = required.equal_range(id);
-    for (auto found = begin; found != end; ++found) pending.push_back(found->second);
-  }
-  return kept;
+  return roots;
 }
 
 }  // namespace eclipse_p2

@@ -6,11 +6,12 @@
 #include <initializer_list>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "p2/unit.h"
 
 namespace eclipse_p2 {
 
@@ -63,9 +64,8 @@ std::optional<std::vector<InstalledUnit>> profile_units(const std::filesystem::p
 /// Why profile_units() gives nothing, such as "FILE is damaged"; empty when the instance has no profile of its own.
 std::string profile_units_error(const std::filesystem::path& instance);
 
-/// What an instance keeps of `units` when these are the roots that stay: the ids of the roots, and of all that they require.
-/// Other units that require each other do not keep each other there. The ids are views of the arguments' texts.
-std::set<std::string_view> ids_kept_by(std::vector<std::string_view> roots, const std::vector<InstalledUnit>& units);
+/// The units that were installed by name.
+std::vector<Unit> roots_of(const std::vector<InstalledUnit>& units);
 
 }  // namespace eclipse_p2
 

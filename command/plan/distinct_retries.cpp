@@ -1,7 +1,6 @@
 #include "plan/distinct_retries.h"
 
 #include "base/text.h"
-#include "p2/director_command.h"
 #include "shell/command_runner.h"
 #include "shell/shell_reading.h"
 
@@ -33,7 +32,7 @@ class Tail {
 
   /// `retry` ends with `feature` and the redirection.
   Tail(const std::string& retry, const std::string& feature) {
-    const std::size_t end = retry.size() - eclipse_p2::error_redirection.size();
+    const std::size_t end = retry.size() - command_end.size();
     const std::size_t start = end - feature.size();
     const std::size_t space = retry.rfind(' ', start - 1);
     lead_ = retry.substr(space + 1, start - space - 1);
@@ -41,8 +40,7 @@ class Tail {
   }
 
   static bool fits(const std::string& retry, const std::string& feature) {
-    return retry.size() > feature.size() + eclipse_p2::error_redirection.size() &&
-           retry.ends_with(feature + std::string(eclipse_p2::error_redirection));
+    return retry.size() > feature.size() + command_end.size() && retry.ends_with(feature + std::string(command_end));
   }
 
   bool reads_like_plain_name(const std::string& feature) const {
@@ -51,8 +49,7 @@ class Tail {
 
  private:
   std::string shape_with(const std::string& feature) const {
-    return replaced(shape_of(read_as_shell("x " + lead_ + feature + std::string(eclipse_p2::error_redirection))), feature,
-                    plain_name);
+    return replaced(shape_of(read_as_shell("x " + lead_ + feature + std::string(command_end))), feature, plain_name);
   }
 
   std::string lead_;  ///< in one word with the feature

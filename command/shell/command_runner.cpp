@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "base/file.h"
+#include "shell/exit_code.h"
 
 namespace eclipse_shell {
 
@@ -22,7 +23,6 @@ namespace {
 
 constexpr int wait_milliseconds = 250;
 constexpr int nap_milliseconds = 2;
-constexpr int no_exit_code = 126;               ///< of a command that was not started, or whose code is lost
 constexpr std::chrono::seconds time_to_end(5);  ///< for a command that is asked to end
 
 /// A pipe whose ends are closed with it.
@@ -129,7 +129,7 @@ class SpawnOptions {
 
 /// Starts the shell; returns why it could not be started, or nothing.
 std::string start_shell(const std::string& command, const SpawnOptions& options, pid_t& child) {
-  // An argument ends at a zero byte, so the shell would run what stands before it, and might succeed with that.
+  // An argument ends at a zero byte, so the shell would run only the text before it, and might succeed.
   if (command.find('\0') != command.npos) return "the command has a zero byte, which no shell can be given";
   std::string shell = "sh";
   std::string option = "-c";
@@ -170,8 +170,8 @@ class RunningShell {
     while ((ended = waitpid(process_, &status, 0)) < 0 && errno == EINTR) {
     }
     process_ = 0;
-    if (ended < 0) return no_exit_code;
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    if (ended < 0) return exit_code::not_started;
+    return WIFSIGNALED(status) ? exit_code::signal_offset + WTERMSIG(status) : WEXITSTATUS(status);
   }
 
  private:
@@ -246,7 +246,7 @@ void run_in_shell(const std::string& command, CommandResult& result, const Comma
   const std::string error = start_shell(command, SpawnOptions(outputs), process);
   outputs.close_write_ends();
   if (!error.empty()) {
-    result.exit_code = no_exit_code;
+    result.exit_code = exit_code::not_started;
     result.error_output = "cannot start /bin/sh: " + error + "\n";
     progress.on_error_output(result.error_output);
     return;

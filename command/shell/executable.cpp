@@ -5,7 +5,15 @@
 #include <filesystem>
 #include <system_error>
 
+#include "shell/exit_code.h"
+
 namespace eclipse_shell {
+
+namespace {
+
+std::string cannot_start(int code) { return ", so the shell cannot start it (exit status " + std::to_string(code) + ")"; }
+
+}  // namespace
 
 std::optional<ExecutableError> executable_error(const std::string& executable) {
   const std::string quoted = "\"" + executable + "\"";
@@ -15,15 +23,15 @@ std::optional<ExecutableError> executable_error(const std::string& executable) {
   }
   std::error_code error;
   if (!std::filesystem::exists(executable, error)) {
-    return ExecutableError{quoted + " does not exist, so the shell cannot start it (exit status 127)",
+    return ExecutableError{quoted + " does not exist" + cannot_start(exit_code::not_found),
                            "give the path of an existing executable"};
   }
   if (std::filesystem::is_directory(executable, error)) {
-    return ExecutableError{quoted + " is a directory, so the shell cannot start it (exit status 126)",
+    return ExecutableError{quoted + " is a directory" + cannot_start(exit_code::not_started),
                            "give the path of the executable in it"};
   }
   if (access(executable.c_str(), X_OK) != 0) {
-    return ExecutableError{quoted + " is not executable, so the shell cannot start it (exit status 126)",
+    return ExecutableError{quoted + " is not executable" + cannot_start(exit_code::not_started),
                            "make it executable with chmod +x"};
   }
   return std::nullopt;

@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "shell/exit_code.h"
+
 namespace eclipse_shell {
 
 namespace {
@@ -70,8 +72,9 @@ class ShellReader {
     ShellReading reading;
     reading.commands.clear();
     reading.remarks.push_back({zero, "a shell command cannot contain a zero byte"});
-    reading.error =
-        "byte " + std::to_string(zero + 1) + " is zero, and a shell command cannot contain a zero byte (exit status 126)";
+    reading.error = "byte " + std::to_string(zero + 1) +
+                    " is zero, and a shell command cannot contain a zero byte (exit status " +
+                    std::to_string(exit_code::not_started) + ")";
     return reading;
   }
 
@@ -145,7 +148,7 @@ class ShellReader {
     reading_.redirections.push_back(text);
     if (duplicates && !is_number(target) && target != "-") {
       refuse("\"" + text + "\" redirects to the file descriptor \"" + target + "\", which is not a number");
-    } else if (text != "2>&1") {
+    } else if (text != error_redirection) {
       remark(start, duplicates ? effect_of_duplicate(line_.substr(start, arrow - start), line_[arrow], target == "-")
                                : "the input or output is redirected to a file");
     }
@@ -268,7 +271,7 @@ class ShellReader {
 
 bool ShellReading::starts_only(const ShellWords& words) const {
   return error.empty() && !has_expansion && commands.size() == 1 && commands.front() == words &&
-         redirections == std::vector<std::string>{"2>&1"};
+         redirections == std::vector{std::string(error_redirection)};
 }
 
 std::string quoted_for_shell(std::string_view text) {

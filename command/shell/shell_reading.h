@@ -9,6 +9,11 @@
 
 namespace eclipse_shell {
 
+/// What every command of the plug-in ends with, and the redirection in it: the director writes the reasons of a failure to
+/// standard error.
+inline constexpr std::string_view command_end = " 2>&1";
+inline constexpr std::string_view error_redirection = command_end.substr(1);
+
 /// Something in a command line that the shell does not pass on unchanged.
 struct ShellRemark {
   std::size_t offset;  ///< of its first byte

@@ -25,36 +25,36 @@ Session& active_session() {
   return *active;
 }
 
-/// The session that an operation was told, which has to be the active one.
-Session& session_from(const session_t* told) {
-  if (told != &active_session()) throw std::logic_error("a host operation was given another session than the active one");
+/// The session that an operation was called with, which must be the active one.
+Session& session_from(const session_t* session) {
+  if (session != &active_session()) throw std::logic_error("a host operation was given another session than the active one");
   return *active;
 }
 
 bool is_watched() { return active_session().on_call || active_session().answers_badly; }
 
 template <typename... Texts>
-void look(const char* operation, const Texts&... arguments) {
+void report_call(const char* operation, const Texts&... arguments) {
   if (active_session().on_call) active_session().on_call(HostCall{operation, {std::string(arguments)...}});
 }
 
-/// Looks at a call, and says whether it is to be answered badly.
+/// Reports a call, and returns whether it is to be answered badly.
 template <typename... Texts>
 bool goes_badly(const char* operation, const Texts&... arguments) {
-  look(operation, arguments...);
+  report_call(operation, arguments...);
   const auto& answers_badly = active_session().answers_badly;
   return answers_badly && answers_badly(HostCall{operation, {std::string(arguments)...}});
 }
 
 CatalogueComponent& catalogue_component(Component* component) { return *static_cast<CatalogueComponent*>(component); }
 
-/// So that a directory has one name, with a slash behind it or without. The root keeps its own.
+/// A directory has one name, with a trailing slash or without. The root keeps its slash.
 std::string without_trailing_slashes(std::string path) {
   while (path.size() > 1 && path.ends_with('/')) path.pop_back();
   return path;
 }
 
-/// Whether a look at its characters is enough to know that a path is normal. It spares most paths being taken to pieces.
+/// Whether a path is certainly in normal form: a fast check, so that few paths must be taken apart.
 bool is_plainly_normal(const std::string& path) {
   return path.find("//") == path.npos && path.find("/.") == path.npos && !path.starts_with('.') && !path.ends_with('/');
 }
@@ -77,13 +77,13 @@ std::string env_get_string(session_t* session, const char* name) {
 }
 
 void env_set_string(session_t* session, const char* name, const char* value) {
-  look("env_set_string", name, value);
+  report_call("env_set_string", name, value);
   session_from(session).variables[name] = value;
   session_from(session).on_variable(name, value);
 }
 
 void env_set_string(session_t* session, const std::string& name, const std::string& value) {
-  look("env_set_string", name, value);
+  report_call("env_set_string", name, value);
   session_from(session).variables[name] = value;
   session_from(session).on_variable(name, value);
 }
@@ -146,7 +146,7 @@ void print_log(const char* format, ...) {
   va_end(arguments);
   const std::unique_ptr<char, void (*)(void*)> owner(length < 0 ? nullptr : formatted, &std::free);
   const std::string line(owner.get(), length < 0 ? 0 : static_cast<std::size_t>(length));
-  look("print_log", line);
+  report_call("print_log", line);
   active_session().on_log(line);
 }
 

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view file_name = "libeclipse_int.so";
 
-/// Where the plug-in may stand, seen from the directory of this program: beside it, or where an installation puts it.
+/// Where the plug-in may be, from the directory of this program: there, or where an installation puts it.
 constexpr std::array<std::string_view, 2> directories = {".", installed_library_directory};
 
 }  // namespace

@@ -18,6 +18,9 @@ inline constexpr std::array<std::string_view, 8> action_names = {
     "eclipse_integration_required", "find_eclipse_ide",       "define_eclipse_path", "verify_user_defined_eclipse_path",
     "user_eclipse_version",         "verify_eclipse_version", "perform_integration", "perform_unintegration"};
 
+/// Whether an action may start the director.
+constexpr bool starts_director(std::string_view action) { return action.starts_with("perform_"); }
+
 /// The library cannot be loaded, or is not the plug-in.
 class PluginError : public eclipse_base::FileError {
  public:
@@ -31,7 +34,7 @@ class Plugin {
   /// directory.
   explicit Plugin(const std::filesystem::path& library);
 
-  /// Loads the library that stands beside this program, or where an installation puts it. Throws PluginError.
+  /// Loads the library in the directory of this program, or where an installation puts it. Throws PluginError.
   static Plugin beside_this_program();
 
   /// The file that was loaded.

@@ -23,7 +23,7 @@ struct CataloguePackage : Package {
   std::vector<std::string> files;  ///< as the package lists them
 };
 
-/// One component of the catalogue, which is its own provider as well: it holds its own package or none.
+/// One component of the catalogue, which is also its own provider: it has its own package or none.
 class CatalogueComponent : public Component, private Provider {
  public:
   bool selected_for_install = false;
@@ -61,7 +61,7 @@ class Session : public session_t {
 
   /// Runs a command line in the place of run_in_shell(), when set.
   std::function<eclipse_shell::CommandResult(const std::string& command)> run_command;
-  /// Takes each line of the log as it was logged: a director's output in it keeps all its line feeds, the last one too.
+  /// Gets each line of the log as it was logged: a director's output in it keeps all its line feeds, including the last.
   std::function<void(const std::string& line)> on_log = [](const std::string&) {};
   /// Sees each variable that is written, after it was.
   std::function<void(const std::string& name, const std::string& value)> on_variable = [](const std::string&,

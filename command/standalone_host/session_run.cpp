@@ -35,7 +35,7 @@ class Run {
     notify([&](const RunObserver& observer) { observer.on_action(action); });
     first_command_ = record_.commands.size();
     record_.actions.back().result = plugin_.call(action, session_);
-    if (is_perform_action(action) && has_succeeded_once()) record_executable();
+    if (starts_director(action) && has_succeeded_once()) record_executable();
   }
 
   void refuse(std::string reason) { record_.refusal = std::move(reason); }

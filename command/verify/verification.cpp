@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
-#include <set>
-#include <string_view>
 #include <utility>
 
 #include "p2/director_command.h"
+#include "p2/removal.h"
 
 using namespace eclipse_p2;
 
@@ -40,20 +39,19 @@ void look_up_roots(CheckedUnit& checked, const std::vector<Unit>& roots) {
   }
 }
 
-using UnitsById = std::multimap<std::string_view, const eclipse_p2::InstalledUnit*>;
+std::vector<Unit> without_places(const std::vector<CheckedUnit>& checked) {
+  std::vector<Unit> units(checked.size());
+  std::transform(checked.begin(), checked.end(), units.begin(), [](const CheckedUnit& each) { return each.unit; });
+  return units;
+}
 
 /// The profile has the roots, too.
-void look_up_all(CheckedUnit& checked, const UnitsById& all) {
-  checked.other_versions.clear();
-  const auto [begin, end] = all.equal_range(checked.unit.id);
-  for (auto found = begin; found != end; ++found) {
-    const eclipse_p2::InstalledUnit& unit = *found->second;
-    if (is_wanted(checked.unit, {unit.id, unit.version})) {
-      checked.is_installed = true;
-      checked.required_by = unit.required_by.get();
-    } else {
-      checked.other_versions.push_back(unit.version);
-    }
+void look_up_all(std::vector<CheckedUnit>& checked, const std::vector<InstalledUnit>& all) {
+  std::vector<UnitState> states = states_of(without_places(checked), all);
+  for (std::size_t i = 0; i < states.size(); ++i) {
+    if (states[i].is_installed) checked[i].is_installed = true;
+    checked[i].required_by = std::move(states[i].required_by);
+    checked[i].other_versions = std::move(states[i].other_versions);
   }
 }
 
@@ -62,16 +60,6 @@ bool has(const InstalledUnits& installed, const Unit& wanted) {
   return installed.all && std::any_of(installed.all->begin(), installed.all->end(), [&](const auto& unit) {
            return is_wanted(wanted, {unit.id, unit.version});
          });
-}
-
-/// The ids of what the director leaves there.
-std::set<std::string_view> ids_that_stay(const Verification& verification) {
-  std::vector<std::string_view> roots;
-  for (const Unit& root : verification.installed.roots) {
-    const auto is_it = [&](const CheckedUnit& checked) { return is_wanted(checked.unit, root); };
-    if (std::none_of(verification.units.begin(), verification.units.end(), is_it)) roots.push_back(root.id);
-  }
-  return eclipse_p2::ids_kept_by(std::move(roots), *verification.installed.all);
 }
 
 std::vector<Unit> missing_in(const std::vector<Unit>& units, const std::vector<Unit>& others) {
@@ -110,24 +98,19 @@ std::vector<CheckedUnit> Verification::not_there() const {
 std::vector<CheckedUnit> Verification::staying() const {
   std::vector<CheckedUnit> staying;
   if (!is_removal || !knows_all()) return staying;
-  const auto ids = ids_that_stay(*this);
-  for (CheckedUnit checked : units) {
-    std::erase_if(checked.required_by, [&](const std::string& id) { return !ids.contains(id); });
-    if (checked.is_installed && !checked.required_by.empty()) staying.push_back(std::move(checked));
+  const auto removal = removal_of(without_places(units), installed.roots, *installed.all);
+  for (std::size_t i = 0; i < removal.size(); ++i) {
+    if (removal[i].kept_by.empty()) continue;
+    staying.push_back(units[i]);
+    staying.back().required_by = removal[i].kept_by;
   }
   return staying;
 }
 
 Verification compare(const eclipse_plan::Plan& plan, InstalledUnits installed) {
   Verification verification{plan.is_removal, plan.executable, std::move(installed), units_of(plan)};
-  UnitsById all;
-  if (verification.knows_all()) {
-    for (const auto& unit : *verification.installed.all) all.emplace(unit.id, &unit);
-  }
-  for (CheckedUnit& checked : verification.units) {
-    look_up_roots(checked, verification.installed.roots);
-    if (verification.knows_all()) look_up_all(checked, all);
-  }
+  for (CheckedUnit& checked : verification.units) look_up_roots(checked, verification.installed.roots);
+  if (verification.knows_all()) look_up_all(verification.units, *verification.installed.all);
   return verification;
 }
 

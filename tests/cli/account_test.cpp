@@ -80,15 +80,15 @@ TEST_F(RunReport, ShowsWhichFeaturesFailedWhyAndTheInstallersSummary) {
                          command(install_arguments("one,two")) +
                          "    Installation failed.\n    no such unit\n"
                          "  Failed with exit code 13 after N s\n"
-                         "    Why: the director failed: it could not do what it was asked for\n" +
+                         "    Why: the director failed: it could not complete the operation\n" +
                          command(install_arguments("one")) +
                          "    Installation failed.\n    one is not there\n    really\n"
                          "  Failed with exit code 13 after N s\n"
-                         "    Why: the director failed: it could not do what it was asked for\n" +
+                         "    Why: the director failed: it could not complete the operation\n" +
                          command(install_arguments("two")) + "  Succeeded after N s\n" +
                          "\n"
                          "Failed\n"
-                         "  Why: the director failed: it could not do what it was asked for\n"
+                         "  Why: the director failed: it could not complete the operation\n"
                          "    one is not there\n"
                          "    really\n"
                          "    Exit code: 13\n"
@@ -127,8 +127,7 @@ TEST_F(RunReport, ExplainsTheSameFailureOnce) {
     return found;
   };
   const std::string events = outcome.output.substr(0, end + 1);
-  EXPECT_EQ(count(events, "    Why: the director failed: it could not do what it was asked for\n      no site\n      Log: "),
-            1U)
+  EXPECT_EQ(count(events, "    Why: the director failed: it could not complete the operation\n      no site\n      Log: "), 1U)
       << events;
   EXPECT_EQ(count(events, "    Why: same reason\n"), 2U) << events;
   const std::string report = outcome.output.substr(end);

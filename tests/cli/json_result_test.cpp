@@ -58,10 +58,8 @@ TEST_F(JsonResult, HoldsAllThatHappened) {
     return Json{{"action", "perform_integration"}, {"command", text}, {"output", output},  {"errorOutput", ""},
                 {"exitCode", exit_code},           {"seconds", 0},    {"failure", failure}};
   };
-  const Json all_failed = {{"layer", "the director"},
-                           {"meaning", "it could not do what it was asked for"},
-                           {"causes", {"no site"}},
-                           {"log", nullptr}};
+  const Json all_failed = {
+      {"layer", "the director"}, {"meaning", "it could not complete the operation"}, {"causes", {"no site"}}, {"log", nullptr}};
   const Json two_failed = {{"layer", "an unknown layer"},
                            {"meaning", result_of(outcome).at("commands").at(2).at("failure").at("meaning")},
                            {"causes", {"two"}},

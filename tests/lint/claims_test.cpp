@@ -267,6 +267,11 @@ const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
       "sh: "
       "[-repository][file://DIRECTORY/tools/sites/alpha][-i][org.example.alpha.feature.group,org.example.beta.feature.group] "
       "exit 0"}},
+    {"repository-not-examined",
+     {"found eclipse configuration: etc/eclipse/tools.txt",
+      "Repository: file://DIRECTORY/tools/site Feature: org.example.one.feature.group",
+      "order: 0 feature: org.example.one.feature.group",
+      "sh: [-repository][file://DIRECTORY/tools/site][-i][org.example.one.feature.group] exit 0"}},
     {"unused-repository",
      {"found eclipse configuration: etc/eclipse/tools.txt",
       "Repository: file://DIRECTORY/tools/site Feature: org.example.one.feature.group",

@@ -80,7 +80,7 @@ TEST_F(Explaining, TheShellFails) {
   for (const int code : {1, 2}) {
     const Failure failure = explain_without_log({"", words, code, 0});
     EXPECT_EQ(failure.layer, Layer::shell);
-    EXPECT_EQ(failure.meaning, "it does not understand the command, and started nothing");
+    EXPECT_EQ(failure.meaning, "it rejects the command and starts nothing");
     EXPECT_EQ(failure.causes, Texts{"sh: 1: Syntax error: Bad fd number"});
     EXPECT_EQ(explain_without_log({"something ran", "", code, 0}).layer, Layer::unknown);
   }
@@ -111,10 +111,10 @@ TEST_F(Explaining, TheDirectorFails) {
   EXPECT_EQ(failure.layer, Layer::director);
   EXPECT_EQ(failure.causes, Texts{"no F"});
   EXPECT_EQ(failure.log, "instance/configuration/2.log");
-  EXPECT_EQ(text_of(failure), "the director: it could not do what it was asked for\n  no F\n  (instance/configuration/2.log)");
+  EXPECT_EQ(text_of(failure), "the director: it could not complete the operation\n  no F\n  (instance/configuration/2.log)");
   const Failure broken = explain_with_log({"", "", 13, 0}, application_error + "java.lang.NullPointerException\n\tat a.b\n");
   EXPECT_EQ(broken.layer, Layer::director);
-  EXPECT_EQ(broken.meaning, "it broke off, and printed nothing of the reason");
+  EXPECT_EQ(broken.meaning, "it aborted with an exception and printed no reason");
   EXPECT_EQ(broken.causes, Texts{"java.lang.NullPointerException"});
 }
 
@@ -128,7 +128,7 @@ TEST_F(Explaining, WithoutALogTheOutputTells) {
 TEST_F(Explaining, OtherCodesAreTold) {
   EXPECT_EQ(explain_without_log({"", "", 137, 0}).meaning, "signal 9 ended the command");
   EXPECT_EQ(explain_without_log({"", "", 42, 0}).layer, Layer::unknown);
-  EXPECT_EQ(explain_without_log({"", "", 255, 0}).meaning, "none of the layers is known for this exit code");
+  EXPECT_EQ(explain_without_log({"", "", 255, 0}).meaning, "unknown exit code");
 }
 
 TEST_F(Explaining, OnlyLogsOfTheRunCount) {

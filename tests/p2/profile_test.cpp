@@ -68,17 +68,6 @@ TEST_F(Profile, TellsItsUnitsAndWhatRequiresThem) {
   for (const InstalledUnit& unit : *units) EXPECT_EQ(unit.is_root, unit.id == "feature") << unit.id;
 }
 
-TEST(IdsKeptBy, AreTheRootsAndAllThatTheyRequire) {
-  using Ids = std::set<std::string_view>;
-  const std::vector<InstalledUnit> units = {{"a", "1", {}},    {"b", "1", {"a"}}, {"c", "1", {"b", "x"}},
-                                            {"x", "1", {"y"}}, {"y", "1", {"x"}}, {"z", "1", {"z"}}};
-  EXPECT_EQ(ids_kept_by({}, units), Ids());
-  EXPECT_EQ(ids_kept_by({"a"}, units), (Ids{"a", "b", "c"}));
-  EXPECT_EQ(ids_kept_by({"x"}, units), (Ids{"x", "y", "c"}));
-  EXPECT_EQ(ids_kept_by({"z", "b"}, units), (Ids{"z", "b", "c"}));
-  EXPECT_EQ(ids_kept_by({"unknown"}, units), Ids{"unknown"});
-}
-
 TEST_F(Profile, IsReadInItsNewestState) {
   write_state("P.profile/900.profile", "old");
   write_state("P.profile/1000.profile", "new");

@@ -1,15 +1,13 @@
-// Every action of the plug-in.
+// Every action of the plug-in. A library may bring another definition of some.
 struct session_t;
 
-extern "C" {
+#define ACTION extern "C" [[gnu::weak]] int
 
-int eclipse_integration_required(session_t*) { return 0; }
-int find_eclipse_ide(session_t*) { return 0; }
-int define_eclipse_path(session_t*) { return 0; }
-int verify_user_defined_eclipse_path(session_t*) { return 0; }
-int user_eclipse_version(session_t*) { return 0; }
-int verify_eclipse_version(session_t*) { return 0; }
-int perform_integration(session_t*) { return 0; }
-int perform_unintegration(session_t*) { return 0; }
-
-}  // extern "C"
+ACTION eclipse_integration_required(session_t*) { return 0; }
+ACTION find_eclipse_ide(session_t*) { return 0; }
+ACTION define_eclipse_path(session_t*) { return 0; }
+ACTION verify_user_defined_eclipse_path(session_t*) { return 0; }
+ACTION user_eclipse_version(session_t*) { return 0; }
+ACTION verify_eclipse_version(session_t*) { return 0; }
+ACTION perform_integration(session_t*) { return 0; }
+ACTION perform_unintegration(session_t*) { return 0; }

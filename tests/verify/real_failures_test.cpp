@@ -62,7 +62,7 @@ TEST_F(RealFailures, TheDirectorDoesNotFindARepository) {
 TEST_F(RealFailures, TheDirectorBreaksOffWithoutAWord) {
   const Failure failure = failure_of(director("alpha", "org.example.alpha.feature.group/x.y"), 13);
   EXPECT_EQ(failure.layer, Layer::director);
-  EXPECT_EQ(failure.meaning, "it broke off, and printed nothing of the reason");
+  EXPECT_EQ(failure.meaning, "it aborted with an exception and printed no reason");
   EXPECT_THAT(failure.causes, Contains(HasSubstr("IllegalArgumentException")));
 }
 

@@ -90,7 +90,7 @@ TEST_F(VerifiedRun, WarnsBeforeARemovalThatIsBlocked) {
       "eclipse-int: warning: two (DIRECTORY/tools/etc/eclipse/tools.txt:3) is not installed by name; unless it is installed as "
       "a requirement, the director removes none of the units\n");
   EXPECT_NE(outcome.output.find("\nFailed\n"
-                                "  Why: the director failed: it could not do what it was asked for\n"
+                                "  Why: the director failed: it could not complete the operation\n"
                                 "    two has not been found.\n"
                                 "    Exit code: 13\n"
                                 "    Features: one, two\n"

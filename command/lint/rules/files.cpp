@@ -6,6 +6,7 @@
 
 #include "base/file.h"
 #include "base/printable.h"
+#include "dry_run/descriptor_paths.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
@@ -45,7 +46,7 @@ bool names_directory(const ListedFile& file) {
   const std::string_view name = std::string_view(file.text).substr(0, file.text.find_last_not_of("\r\n") + 1);
   const std::string converted = with_slashes(name);
   std::error_code error;
-  return converted.ends_with("etc/eclipse") || converted.ends_with("etc/eclipse/") ||
+  return (converted + "/").ends_with(descriptor_directory) || converted.ends_with(descriptor_directory) ||
          (converted.ends_with('/') && file.descriptor && fs::is_directory(file.descriptor->path, error));
 }
 
@@ -330,13 +331,6 @@ Rule unusual_descriptor_name() {
           }};
 }
 
-bool matches_a_directory(const std::string& name) {
-  for (std::size_t at = name.find("etc/eclipse/"); at != std::string::npos; at = name.find("etc/eclipse/", at + 1)) {
-    if (at == 0 || name[at - 1] == '/') return true;
-  }
-  return false;
-}
-
 Rule accidental_descriptor() {
   return {.name = "accidental-descriptor",
           .group = Group::files,
@@ -348,7 +342,7 @@ Rule accidental_descriptor() {
           .good = component_with("tools/share/etc/eclipse/tools.txt"),
           .check = [](const Input& input, Reporter& reporter) {
             for_each_listed(input, [&](const Component&, const ListedFile& file) {
-              if (!file.descriptor || matches_a_directory(file.descriptor->name)) return;
+              if (!file.descriptor || descriptor_directory_in(file.descriptor->name) != std::string::npos) return;
               std::error_code error;
               if (fs::is_directory(file.descriptor->path, error)) return;
               reporter.report(file.location, in_quotes(file.text) + " contains \"etc/eclipse/\" but no directory named etc");

@@ -1,9 +1,5 @@
 // Rules about removals, which depend on what is installed in the instance.
-#include <algorithm>
-#include <iterator>
 #include <map>
-#include <set>
-#include <string_view>
 
 #include "base/printable.h"
 #include "dry_run/log_lines.h"
@@ -12,17 +8,13 @@
 #include "lint/rules/samples.h"
 #include "p2/director_command.h"
 #include "p2/profile.h"
-#include "p2/unit.h"
-
-using namespace eclipse_p2;
-
-namespace fs = std::filesystem;
-using eclipse_p2::InstalledUnit;
-using eclipse_p2::Unit;
-using eclipse_p2::units_named;
-using namespace eclipse_lint::samples;
+#include "p2/removal.h"
 
 using namespace eclipse_base;
+using namespace eclipse_p2;
+using namespace eclipse_lint::samples;
+
+namespace fs = std::filesystem;
 
 namespace eclipse_lint {
 
@@ -40,60 +32,41 @@ constexpr const char* profile_of_two = R"(<profile><units>
 </iusProperties></profile>
 )";
 
-using UnitsById = std::multimap<std::string_view, const InstalledUnit*>;
-
-UnitsById by_id(const std::vector<InstalledUnit>& installed) {
-  UnitsById units;
-  for (const InstalledUnit& unit : installed) units.emplace(unit.id, &unit);
-  return units;
-}
-
-struct RemovedUnit {
-  Unit unit;
-  Location location;  ///< of the line that names it
-};
-
-bool is_meant(const RemovedUnit& removed, const InstalledUnit& installed) {
-  return is_wanted(removed.unit, {installed.id, installed.version});
-}
-
 /// What a removal's first command asks the director to remove.
-std::vector<RemovedUnit> removed_units(const Input& input) {
-  std::map<Unit, Location> places;
+std::vector<Unit> removed_units(const Input& input) {
+  const auto command = cut_director_command(input.session->run.commands.at(0));
+  return command ? units_named(command->features) : std::vector<Unit>();
+}
+
+/// The lines that name the units of a removal.
+std::map<Unit, Location> locations_of_units(const Input& input) {
+  std::map<Unit, Location> locations;
   for (const Record& record : input.records) {
     if (!record.placement || !record.descriptor->component->catalogue->selected_for_removal) continue;
-    for (const Unit& unit : units_named(record.config->feature)) places.emplace(unit, record.location(1));
+    for (const Unit& unit : units_named(record.config->feature)) locations.emplace(unit, record.location(1));
   }
-  const auto command = cut_director_command(input.session->run.commands.at(0));
-  std::vector<RemovedUnit> removed;
-  if (!command) return removed;
-  for (const Unit& unit : units_named(command->features)) {
-    const auto place = places.find(unit);
-    removed.push_back({unit, place == places.end() ? input.session->mode : place->second});
-  }
-  return removed;
+  return locations;
 }
 
-/// Why a unit cannot be removed; empty when the instance has it.
-std::string why_not_installed(const UnitsById& installed, const RemovedUnit& removed) {
-  const auto [begin, end] = installed.equal_range(removed.unit.id);
-  if (begin == end) return in_quotes(removed.unit.id) + " is not installed in the instance";
-  if (std::any_of(begin, end, [&](const auto& unit) { return is_meant(removed, *unit.second); })) return "";
-  return in_quotes(text_of(removed.unit)) + " is not installed in the instance; the installed version is " +
-         std::prev(end)->second->version;
-}
-
-/// The directory of the instance that a removal works on; nothing when nothing is removed.
-std::optional<fs::path> instance_of_removal(const Input& input) {
-  if (!input.is_removal() || input.session->run.commands.empty()) return std::nullopt;
-  return eclipse_p2::instance_directory(input.session->executable());
+/// Calls `use` with each unit of a removal and the location that names it, if the installed units are known.
+template <typename Use>
+void for_each_removed(const Input& input, const Use& use) {
+  if (!input.session || !input.session->installed) return;
+  const auto& installed = *input.session->installed;
+  const auto locations = locations_of_units(input);
+  for (const RemovedUnit& removed : removal_of(removed_units(input), roots_of(installed), installed)) {
+    const auto location = locations.find(removed.unit);
+    use(removed, location == locations.end() ? input.session->mode : location->second);
+  }
 }
 
 /// A damaged one is the finding of another rule.
-void report_unreadable_profile(const Input& input, const fs::path& instance, Reporter& reporter) {
-  const fs::path profile = eclipse_p2::profile_file(instance);
-  if (!profile.empty() && eclipse_p2::read_profile_state(profile).is_damaged) return;
-  const std::string error = eclipse_p2::profile_units_error(instance);
+void report_unreadable_profile(const Input& input, Reporter& reporter) {
+  if (!input.session || !input.session->removes_units() || input.session->installed) return;
+  const fs::path instance = instance_directory(input.session->executable());
+  const fs::path profile = profile_file(instance);
+  if (!profile.empty() && read_profile_state(profile).is_damaged) return;
+  const std::string error = profile_units_error(instance);
   if (error.empty()) return;
   reporter.report(Severity::warning, input.session->mode,
                   "the profile of the instance cannot be read, so the installed units are unknown: " + error,
@@ -116,37 +89,15 @@ Rule unit_not_installed() {
                       {{profile_name, "<profile><units><unit id='org.example.one.feature.group'/></units></profile>\n"}}),
       .check =
           [](const Input& input, Reporter& reporter) {
-            const auto instance = instance_of_removal(input);
-            if (!instance) return;
-            const auto installed = eclipse_p2::profile_units(*instance);
-            if (!installed) return report_unreadable_profile(input, *instance, reporter);
-            const UnitsById units = by_id(*installed);
-            for (const RemovedUnit& removed : removed_units(input)) {
-              std::string reason = why_not_installed(units, removed);
-              if (!reason.empty()) reporter.report(removed.location, std::move(reason));
-            }
+            report_unreadable_profile(input, reporter);
+            for_each_removed(input, [&](const RemovedUnit& removed, const Location& location) {
+              if (removed.state.is_installed) return;
+              const auto& versions = removed.state.other_versions;
+              reporter.report(location, in_quotes(text_of(removed.unit)) + " is not installed in the instance" +
+                                            (versions.empty() ? "" : "; the installed version is " + versions.back()));
+            });
           },
   };
-}
-
-/// Of the roots that are not removed, and of all that they require.
-std::set<std::string_view> ids_kept(const std::vector<InstalledUnit>& installed, const std::vector<RemovedUnit>& removed) {
-  std::vector<std::string_view> roots;
-  for (const InstalledUnit& unit : installed) {
-    const auto is_it = [&](const RemovedUnit& each) { return is_meant(each, unit); };
-    if (unit.is_root && std::none_of(removed.begin(), removed.end(), is_it)) roots.push_back(unit.id);
-  }
-  return eclipse_p2::ids_kept_by(std::move(roots), installed);
-}
-
-/// The unit that keeps a removed one in the instance; empty when none does.
-std::string requirer_of(const RemovedUnit& removed, const UnitsById& units, const std::set<std::string_view>& kept) {
-  const auto [begin, end] = units.equal_range(removed.unit.id);
-  const auto found = std::find_if(begin, end, [&](const auto& each) { return is_meant(removed, *each.second); });
-  if (found == end) return "";
-  const auto& requirers = found->second->required_by.get();
-  const auto requirer = std::find_if(requirers.begin(), requirers.end(), [&](const auto& id) { return kept.contains(id); });
-  return requirer == requirers.end() ? "" : *requirer;
 }
 
 Rule unit_required_by_others() {
@@ -164,18 +115,11 @@ Rule unit_required_by_others() {
                       {{profile_name, "<profile><units><unit id='org.example.one.feature.group'/></units></profile>\n"}}),
       .check =
           [](const Input& input, Reporter& reporter) {
-            const auto instance = instance_of_removal(input);
-            const auto installed = instance ? eclipse_p2::profile_units(*instance) : std::nullopt;
-            if (!installed) return;
-            const std::vector<RemovedUnit> all_removed = removed_units(input);
-            const auto kept = ids_kept(*installed, all_removed);
-            const UnitsById units = by_id(*installed);
-            for (const RemovedUnit& removed : all_removed) {
-              const std::string requirer = requirer_of(removed, units, kept);
-              if (requirer.empty()) continue;
-              reporter.report(removed.location,
-                              in_quotes(removed.unit.id) + " is required by " + in_quotes(requirer) + ", which is not removed");
-            }
+            for_each_removed(input, [&](const RemovedUnit& removed, const Location& location) {
+              if (removed.kept_by.empty()) return;
+              reporter.report(location, in_quotes(removed.unit.id) + " is required by " + in_quotes(removed.kept_by.front()) +
+                                            ", which is not removed");
+            });
           },
   };
 }

@@ -474,6 +474,34 @@ Rule repository_not_loadable() {
           .concerns_removals = false};
 }
 
+constexpr const char* composite_with_remote_child =
+    "<?xml version='1.0'?>\n<repository><children>\n"
+    "  <child location='https://www.example.org/updates'/>\n</children></repository>\n";
+
+Rule repository_not_examined() {
+  return {.name = "repository-not-examined",
+          .group = Group::repositories,
+          .severity = Severity::note,
+          .title = "a repository cannot be examined completely",
+          .why =
+              "The director may be able to load all of it. What it provides is unknown here, so no rule reports features or "
+              "artifacts that are missing from all repositories, nor repositories that are not used.",
+          .fix = "nothing if the director has access to all of it; otherwise ship everything with the component",
+          .bad = component(line_of_one, {{"tools/site/compositeContent.xml", composite_with_remote_child}}),
+          .good = good_component(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                std::set<const Repository*> known;
+                for_each_looked_into(input, [&](const Record& record) {
+                  const std::string& reason = record.site->unexamined_because;
+                  if (reason.empty() || !known.insert(record.site).second) return;
+                  reporter.report(record.location(0),
+                                  "cannot examine all of " + in_quotes(record.repository()) + ": " + reason);
+                });
+              },
+          .concerns_removals = false};
+}
+
 constexpr const char* content_of_files =
     "<?xml version='1.0'?>\n<repository><units>\n"
     "  <unit id='org.example.one.feature.group' version='1.0.0'/>\n"
@@ -610,6 +638,7 @@ std::vector<Rule> rules_about_repositories() {
           repository_missing(),
           repository_without_metadata(),
           repository_not_loadable(),
+          repository_not_examined(),
           repository_without_artifacts(),
           unused_repository()};
 }

@@ -14,7 +14,7 @@ namespace eclipse_lint::samples {
 Sample descriptor(const std::string& content);
 Sample good_descriptor();
 
-// ---- A component's directory, "tools", with a descriptor file and what else lies in it ----
+// ---- A component's directory, "tools", with a descriptor file and other files ----
 
 Sample component(const std::string& descriptor, std::vector<SampleFile> others);
 Sample good_component();
@@ -29,10 +29,10 @@ extern const char* const content_of_one;
 /// A state of the p2 profile of this Eclipse.
 extern const char* const profile_name;
 
-/// The session file, with the files of the component and of the Eclipse, and with other files.
+/// The session file, the files of the component and of the Eclipse, and other files.
 Sample product(const std::string& session_file, const std::vector<SampleFile>& others = {});
 
-/// What the session file says of the component, each as it stands there.
+/// The component's members in the session file, as JSON.
 struct ToolsEntry {
   std::string code = "tools";
   std::string directory = "tools";  ///< installDir
