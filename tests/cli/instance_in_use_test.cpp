@@ -83,6 +83,23 @@ TEST_F(InstanceInUse, StaysSoWhenOnlyTheCommandIsKilled) {
   EXPECT_EQ(eclipse_int("verify session.json --wait 60").status, 0);
 }
 
+TEST_F(InstanceInUse, AlsoWhenItIsAComponent) {
+  fake::write_file("internal.json", R"({
+    "mode": "install",
+    "variables": {"ECLIPSE_INTEGRATION_CHOICE": "internal", "ECLIPSE_BIN": "eclipse"},
+    "components": [
+      {"code": "ide", "installBase": ".", "installDir": "eclipse", "install": true, "capabilities": ["ECLIPSE_IDE"],
+       "package": {"files": ["eclipse"]}},
+      {"code": "tools", "installBase": ".", "installDir": "tools", "install": true, "capabilities": ["TOOLS_ECLIPSE_PLUGIN"],
+       "package": {"scan": "tools"}}
+    ]
+  })");
+  const Outcome outcome = eclipse_int_meanwhile("run internal.json", "0.5");
+  EXPECT_EQ(outcome.status, 2) << outcome.output;
+  EXPECT_NE(outcome.error.find("another director is at work on DIRECTORY/eclipse "), std::string::npos) << outcome.error;
+  forget_first();
+}
+
 TEST_F(InstanceInUse, AnotherInstanceIsNotInUse) {
   std::filesystem::create_directories("other/configuration");
   std::filesystem::copy_file("eclipse/eclipse", "other/eclipse");
