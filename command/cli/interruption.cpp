@@ -50,6 +50,7 @@ eclipse_host::RunObserver Interruption::observer() {
   const auto check_at = [](const auto&...) { check(); };
   eclipse_host::RunObserver observer;
   observer.on_action = check_at;
+  observer.on_log = check_at;
   observer.on_command = check_at;
   observer.command_progress.on_output = check_at;
   observer.command_progress.on_error_output = check_at;
