@@ -1,12 +1,15 @@
 #include "cli/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <iostream>
 #include <memory>
 #include <utility>
 #include <vector>
 
 #include "base/printable.h"
 #include "cli/subcommands.h"
+#include "cli/unexpected_arguments.h"
+#include "cli/usage_error.h"
 #include "standalone_host/installation.h"
 
 namespace eclipse_cli {
@@ -45,10 +48,38 @@ std::string usage_message(const CLI::App*, const CLI::Error& error) {
   return "eclipse-int: " + eclipse_base::printable(error.what(), {.longest = eclipse_base::no_limit}) + "\nRun with --help for more information.\n";
 }
 
+constexpr const char* help_examples =
+    "  eclipse-int help lint\n"
+    "      The same as eclipse-int lint --help.\n";
+
+constexpr const char* help_exit_status =
+    "Exit status:\n"
+    "  0  done\n"
+    "  2  there is no such subcommand\n";
+
+/// "help": prints the help of the program or of a subcommand.
+Subcommand add_help(CLI::App& program) {
+  CLI::App* const parser = program.add_subcommand("help", "Print the help of a subcommand");
+  const auto name = std::make_shared<std::string>();
+  parser->add_option("SUBCOMMAND", *name, "The subcommand [all]")->option_text(" ");
+  set_help(*parser, "eclipse-int help [SUBCOMMAND]", help_examples, help_exit_status);
+  return {parser, [&program, name] {
+            const auto is_meant = [&](const CLI::App* subcommand) { return subcommand->get_name() == *name; };
+            const auto meant = std::as_const(program).get_subcommands(is_meant);
+            if (meant.empty() && !name->empty()) throw UsageError(about_unknown_subcommand(program, *name));
+            program.clear();  // or the parser prints the help of "help", which was given
+            std::cout << (meant.empty() ? program : *meant.front()).help();
+            return 0;
+          }};
+}
+
 int perform(CLI::App& program, int argc, const char* const* argv) {
   std::vector<Subcommand> subcommands = add_session_subcommands(program);
   subcommands.push_back(add_lint(program));
   subcommands.push_back(add_explain(program));
+  subcommands.push_back(add_list(program));
+  subcommands.push_back(add_new(program));
+  subcommands.push_back(add_help(program));
   program.parse(argc, argv);
   for (const Subcommand& subcommand : subcommands) {
     if (subcommand.parser->parsed()) return subcommand.perform();
@@ -72,6 +103,8 @@ int run_command_line(int argc, const char* const* argv) {
   set_help(program, "eclipse-int SUBCOMMAND ...", program_examples, program_exit_status);
   try {
     return perform(program, argc, argv);
+  } catch (const CLI::ExtrasError&) {
+    throw UsageError(about_unexpected_argument(program));
   } catch (const CLI::ParseError& error) {
     // Also thrown for --help and --version, which are a success.
     return program.exit(error) == 0 ? 0 : 2;

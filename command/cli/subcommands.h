@@ -29,6 +29,12 @@ Subcommand add_lint(CLI::App& program);
 /// "explain": explains lint rules.
 Subcommand add_explain(CLI::App& program);
 
+/// "list": lists what p2 repositories provide.
+Subcommand add_list(CLI::App& program);
+
+/// "new": writes a descriptor file for a component.
+Subcommand add_new(CLI::App& program);
+
 /// Adds --set, --variables and --plugin.
 void add_input_options(CLI::App& command, SessionOptions& options, const std::string& about_variables);
 

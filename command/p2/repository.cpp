@@ -62,10 +62,34 @@ std::string name_of_artifact(const pugi::xml_node& artifact) {
          artifact.attribute("version").value();
 }
 
+std::string property_of(const pugi::xml_node& unit, const std::string& name) {
+  return unit.child("properties").find_child_by_attribute("property", "name", name.c_str()).attribute("value").value();
+}
+
+/// A label "%key" stands for the property "df_LT.key".
+std::string label_of(const pugi::xml_node& unit) {
+  std::string label = property_of(unit, "org.eclipse.equinox.p2.name");
+  if (!label.starts_with('%')) return label;
+  const std::string translated = property_of(unit, "df_LT." + label.substr(1));
+  return translated.empty() ? label : translated;
+}
+
+UnitDescription description_of(const pugi::xml_node& unit) {
+  UnitDescription description{label_of(unit), property_of(unit, "org.eclipse.equinox.p2.type.category") == "true", {}};
+  if (!description.is_category) return description;
+  for (const pugi::xml_node required : unit.child("requires").children("required")) {
+    if (std::string_view(required.attribute("namespace").value()) != "org.eclipse.equinox.p2.iu") continue;
+    description.members.insert(required.attribute("name").value());
+  }
+  return description;
+}
+
 void read_units(const pugi::xml_node& repository, Repository& read) {
   UnitVersions& units = read.units.emplace();
   for (const pugi::xml_node unit : repository.child("units").children("unit")) {
-    units[unit.attribute("id").value()].insert(unit.attribute("version").value());
+    const Unit name{unit.attribute("id").value(), unit.attribute("version").value()};
+    units[name.id].insert(name.version);
+    read.descriptions.emplace(name, description_of(unit));
     for (const pugi::xml_node artifact : unit.child("artifacts").children("artifact")) {
       read.needed_artifacts.insert(name_of_artifact(artifact));
     }
@@ -164,6 +188,7 @@ class Repositories::Reader {
       repository_.is_unreadable = repository_.is_unreadable || (repository_.error.empty() && metadata->is_unreadable);
       note(repository_.error, metadata->error);
     } else if (const pugi::xml_node root = metadata->document.child("repository"); metadata->is_composite) {
+      repository_.is_composite = repository_.is_composite || listing == Listing::content;
       read_children(root, listing);
     } else if (listing == Listing::content) {
       read_units(root, repository_);
@@ -187,6 +212,7 @@ class Repositories::Reader {
         is_known = is_known && (listing == Listing::content || !child->exists);
       } else if (listing == Listing::content) {
         is_known = is_known && child->units;
+        repository_.descriptions.insert(child->descriptions.begin(), child->descriptions.end());
         if (child->units) add_units(*child, units);
       } else {
         is_known = is_known && child->artifacts;

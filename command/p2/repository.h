@@ -11,16 +11,27 @@
 #include <vector>
 
 #include "p2/repository_files.h"
+#include "p2/unit.h"
 
 namespace eclipse_p2 {
 
 /// The ids of units, each with its versions.
 using UnitVersions = std::map<std::string, std::set<std::string>>;
 
+/// What a repository says of a unit.
+struct UnitDescription {
+  std::string label;  ///< its name for people, in the language of the root locale; empty when it has none
+  bool is_category = false;
+  std::set<std::string> members;  ///< of a category: the ids of the units in it
+
+  bool operator==(const UnitDescription&) const = default;
+};
+
 struct Repository {
   bool exists = false;
   bool is_directory = false;
   bool is_repository = false;  ///< it has p2 metadata
+  bool is_composite = false;   ///< the metadata names other repositories
   std::string nested;          ///< when it has none: a directory inside it that has
   std::string error;           ///< why no director can load it; empty when one can
   bool is_unreadable = false;  ///< the error is that it, or its metadata, may not be read
@@ -32,6 +43,8 @@ struct Repository {
   std::vector<std::string> missing_children;
   /// What it provides; nothing when that is not known.
   std::optional<UnitVersions> units;
+  /// The units that were found here. While `units` is not known, there may be more.
+  std::map<Unit, UnitDescription> descriptions;
 
   // Artifacts, which are the files that units consist of, are named as the director names them: "osgi.bundle,ID,VERSION".
   std::set<std::string> needed_artifacts;  ///< by its units

@@ -8,6 +8,9 @@
 
 namespace eclipse_p2 {
 
+/// What the unit of a feature adds to the feature's id.
+inline constexpr std::string_view group_suffix = ".feature.group";
+
 struct Unit {
   std::string id;
   std::string version;  ///< empty when any is meant

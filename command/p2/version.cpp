@@ -14,6 +14,14 @@ std::string_view without_leading_zeros(std::string_view number) {
   return number.substr(std::min(number.find_first_not_of('0'), number.size() - 1));
 }
 
+/// Cuts a version at its next dot: the part before it, which is returned, and the rest.
+std::string_view cut(std::string_view& version) {
+  const std::size_t end = std::min(version.find('.'), version.size());
+  const std::string_view part = version.substr(0, end);
+  version.remove_prefix(std::min(end + 1, version.size()));
+  return part;
+}
+
 }  // namespace
 
 std::string whole_version(std::string_view version) {
@@ -29,6 +37,20 @@ std::string whole_version(std::string_view version) {
     version.remove_prefix(end + 1);
   }
   return whole + "." + std::string(version);
+}
+
+std::strong_ordering compare_versions(std::string_view left, std::string_view right) {
+  const std::string whole_left = whole_version(left);
+  const std::string whole_right = whole_version(right);
+  left = whole_left;
+  right = whole_right;
+  for (std::size_t i = 0; i < numbers; ++i) {
+    const std::string_view number = cut(left);
+    const std::string_view other = cut(right);
+    if (number.size() != other.size()) return number.size() <=> other.size();  // neither has leading zeros
+    if (const auto order = number <=> other; order != std::strong_ordering::equal) return order;
+  }
+  return left <=> right;
 }
 
 }  // namespace eclipse_p2

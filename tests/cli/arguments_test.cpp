@@ -47,6 +47,22 @@ TEST_F(Arguments, HelpNamesEveryOption) {
   }
 }
 
+TEST_F(Arguments, HelpIsASubcommandToo) {
+  EXPECT_EQ(eclipse_int("help"), eclipse_int("--help"));
+  for (const std::string command : {"run", "call", "plan", "verify", "lint", "explain", "list", "new", "help"}) {
+    EXPECT_EQ(eclipse_int("help " + command), eclipse_int(command + " --help")) << command;
+  }
+  expect_usage_fault("help lnt", "unknown subcommand \"lnt\"; did you mean lint?");
+}
+
+TEST_F(Arguments, MisspelledNamesGetASuggestion) {
+  expect_usage_fault("lnt x y", "unknown subcommand \"lnt\"; did you mean lint?");
+  expect_usage_fault("Plan --set A=1 x", "unknown subcommand \"Plan\"; did you mean plan?");
+  expect_usage_fault("--versio", "unknown option --versio; did you mean --version?");
+  expect_usage_fault("lint --formt=json x", "unknown option --formt; did you mean --format?");
+  expect_usage_fault("lint x --zzz", "unknown option --zzz");
+}
+
 TEST_F(Arguments, VersionIsThatOfTheProject) {
   EXPECT_EQ(eclipse_int("--version"), (Outcome{0, std::string("eclipse-int ") + ECLIPSE_INT_VERSION + "\n", ""}));
 }
@@ -54,17 +70,17 @@ TEST_F(Arguments, VersionIsThatOfTheProject) {
 TEST_F(Arguments, FaultsAreTold) {
   write_session("install");
   expect_usage_fault("", "A subcommand is required");
-  expect_usage_fault("install", "The following argument was not expected: install");
+  expect_usage_fault("install", "unknown subcommand \"install\"");
   expect_usage_fault("run", "SESSION.json is required");
-  expect_usage_fault("run session.json other.json", "The following argument was not expected: other.json");
-  expect_usage_fault("run session.json --jsn", "The following argument was not expected: --jsn");
+  expect_usage_fault("run session.json other.json", "unexpected argument \"other.json\"");
+  expect_usage_fault("run session.json --jsn", "unknown option --jsn; did you mean --json?");
   expect_usage_fault("run session.json --log", "--log: 1 required FILE missing");
   expect_usage_fault("run session.json --set", "--set: 1 required NAME=VALUE missing");
   expect_usage_fault("run session.json --set A",
                      "--set: \"A\" is not NAME=VALUE; write the variable's name, an equals sign and its value");
   expect_usage_fault("run session.json --set =A",
                      "--set: \"=A\" is not NAME=VALUE; write the variable's name, an equals sign and its value");
-  expect_usage_fault("run session.json --set A=1 B=2", "The following argument was not expected: B=2");
+  expect_usage_fault("run session.json --set A=1 B=2", "unexpected argument \"B=2\"");
   expect_usage_fault("run session.json --set KORU_MODE=Install",
                      "--set: KORU_MODE is \"Install\"; it must be install, modify or uninstall");
   expect_usage_fault("call", "ACTION is required");

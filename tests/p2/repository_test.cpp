@@ -77,6 +77,33 @@ TEST_F(RepositoryTest, FileThatIsNotAnArchive) {
   EXPECT_EQ(repositories.at("site.zip").error, "it is not a zip archive");
 }
 
+TEST_F(RepositoryTest, DescribesItsUnits) {
+  write_file("site/content.xml",
+             "<repository><units>"
+             "<unit id='a.feature.group' version='1.0.0'><properties>"
+             "<property name='df_LT.featureName' value='Alpha Tools'/><property name='de.featureName' value='Alpha'/>"
+             "<property name='org.eclipse.equinox.p2.name' value='%featureName'/></properties></unit>"
+             "<unit id='a.feature.group' version='2.0.0'><properties>"
+             "<property name='org.eclipse.equinox.p2.name' value='%unknown'/></properties></unit>"
+             "<unit id='b' version='1'/>"
+             "<unit id='main' version='0.0.0'><properties>"
+             "<property name='org.eclipse.equinox.p2.name' value='Main'/>"
+             "<property name='org.eclipse.equinox.p2.type.category' value='true'/></properties><requires>"
+             "<required namespace='org.eclipse.equinox.p2.iu' name='a.feature.group' range='[1.0.0,1.0.0]'/>"
+             "<required namespace='osgi.bundle' name='b' range='0.0.0'/></requires></unit>"
+             "</units></repository>");
+  write_file("other/content.xml", other_offer);
+  write_file("all/compositeContent.xml", composite_of({"../site", "https://example.org/site", "../other"}));
+  std::map<Unit, UnitDescription> found = {{{"a.feature.group", "1.0.0"}, {"Alpha Tools", false, {}}},
+                                           {{"a.feature.group", "2.0.0"}, {"%unknown", false, {}}},
+                                           {{"b", "1"}, {"", false, {}}},
+                                           {{"main", "0.0.0"}, {"Main", true, {"a.feature.group"}}}};
+  EXPECT_EQ(repositories.at("site").descriptions, found);
+  found[{"b.feature.group", "2.0.0"}];
+  EXPECT_EQ(repositories.at("all").descriptions, found);
+  EXPECT_EQ(repositories.at("all").units, std::nullopt);
+}
+
 TEST_F(RepositoryTest, CompositeProvidesWhatItsChildrenProvide) {
   write_file("one/content.xml", offer);
   write_file("all/two/content.xml", other_offer);

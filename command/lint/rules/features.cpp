@@ -12,6 +12,7 @@
 
 using namespace eclipse_lint::samples;
 
+using eclipse_p2::group_suffix;
 using eclipse_p2::UnitVersions;
 using eclipse_p2::whole_version;
 
@@ -20,8 +21,6 @@ using namespace eclipse_base;
 namespace eclipse_lint {
 
 namespace {
-
-constexpr std::string_view group_suffix = ".feature.group";
 
 /// A component with this feature and a repository that has the feature and the bundle of org.example.one.
 Sample component_with(const std::string& feature) {

@@ -1,0 +1,27 @@
+// A session for components, where no session file describes one.
+#ifndef ECLIPSE_INT_DRAFT_SESSION_DRAFT_H
+#define ECLIPSE_INT_DRAFT_SESSION_DRAFT_H
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace eclipse_draft {
+
+struct SessionDraft {
+  std::vector<std::filesystem::path> components;  ///< their directories, absolute
+  std::filesystem::path eclipse;                  ///< the executable, absolute
+  bool is_removal = false;
+};
+
+/// The text of a session file in which the user names the Eclipse, and all components are selected for installation or, for a
+/// removal, for removal. A component is named after its directory; of two with the same name, the second one has a number.
+/// Throws eclipse_base::FileError for a path that is not UTF-8, which JSON cannot hold.
+std::string draft_session(const SessionDraft& draft);
+
+/// The executable that a person means who names an Eclipse by its executable or by its directory; absolute.
+std::filesystem::path executable_named(const std::filesystem::path& eclipse);
+
+}  // namespace eclipse_draft
+
+#endif

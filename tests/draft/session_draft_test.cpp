@@ -1,0 +1,65 @@
+#include "draft/session_draft.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "base/file_error.h"
+#include "fake_host/temporary_directory.h"
+
+using namespace eclipse_draft;
+using nlohmann::json;
+
+namespace {
+
+TEST(SessionDraft, SelectsAllComponentsForInstallation) {
+  const json session = json::parse(draft_session({{"/opt/tools", "/opt/other/tools", "/opt/more"}, "/opt/ide/eclipse"}));
+  const auto component = [](const char* code, const char* base, const char* directory, const char* capability) {
+    const std::string path = std::string(base) + "/" + directory;
+    return json({{"code", code},
+                 {"installBase", base},
+                 {"installDir", directory},
+                 {"capabilities", {capability}},
+                 {"install", true},
+                 {"package", {{"scan", path}}}});
+  };
+  EXPECT_EQ(session, json({{"mode", "install"},
+                           {"variables",
+                            {{"ECLIPSE_INTEGRATION_CHOICE", "user"},
+                             {"ECLIPSE_BIN", "eclipse"},
+                             {"USER_DEFINED_ECLIPSE_PATH", "/opt/ide/eclipse"}}},
+                           {"components",
+                            {component("tools", "/opt", "tools", "ECLIPSE_PLUGIN_1"),
+                             component("tools_2", "/opt/other", "tools", "ECLIPSE_PLUGIN_2"),
+                             component("more", "/opt", "more", "ECLIPSE_PLUGIN_3")}}}));
+}
+
+TEST(SessionDraft, SelectsAllComponentsForRemoval) {
+  const json session = json::parse(draft_session({{"/opt/tools"}, "/opt/ide/my-eclipse", true}));
+  EXPECT_EQ(session.at("mode"), "uninstall");
+  EXPECT_EQ(session.at("variables").at("ECLIPSE_BIN"), "my-eclipse");
+  EXPECT_EQ(session.at("components")[0], json({{"code", "tools"},
+                                               {"installBase", "/opt"},
+                                               {"installDir", "tools"},
+                                               {"capabilities", {"ECLIPSE_PLUGIN_1"}},
+                                               {"installed", true},
+                                               {"remove", true},
+                                               {"package", {{"scan", "/opt/tools"}}}}));
+}
+
+TEST(SessionDraft, HoldsNoPathThatIsNotUtf8) {
+  EXPECT_THROW(draft_session({{"/opt/\xE4"}, "/opt/eclipse"}), eclipse_base::FileError);
+  EXPECT_THROW(draft_session({{"/opt/tools"}, "/opt/\xE4/eclipse"}), eclipse_base::FileError);
+}
+
+TEST(SessionDraft, TakesADirectoryForTheEclipseInIt) {
+  const fake::TemporaryDirectory directory;
+  std::filesystem::create_directory("ide");
+  const std::filesystem::path here = std::filesystem::current_path();
+  EXPECT_EQ(executable_named("ide"), here / "ide/eclipse");
+  EXPECT_EQ(executable_named("ide/"), here / "ide/eclipse");
+  EXPECT_EQ(executable_named("./ide/../ide/studio"), here / "ide/studio");
+}
+
+}  // namespace
