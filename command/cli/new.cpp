@@ -44,7 +44,7 @@ int perform(const NewOptions& options) {
   const DescriptorDraft draft =
       draft_descriptor(repositories, directory, options.all ? OfferedFeatures::all : OfferedFeatures::in_categories);
   for (const std::string& note : draft.notes) {
-    print_message("note: " + eclipse_base::printable(directory) + ": " + note);
+    print_message("note: " + eclipse_base::printable(directory) + ": " + eclipse_base::printable(note));
   }
   std::cout << draft.text;
   return 0;

@@ -48,7 +48,7 @@ ReportAdditions VerifiedRun::additions() const {
 }
 
 void VerifiedRun::run(const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers) {
-  plan_ = eclipse_plan::make_plan(plugin, session, eclipse_plan::Retries::distinct);
+  plan_ = eclipse_plan::make_plan(plugin, session, eclipse_plan::Retries::distinct, {Interruption::observer()});
   if (plan_.command) ask_before();
   run_session(plugin, session, record, observers);
   if (plan_.command) ask_after();

@@ -209,15 +209,16 @@ class Recorder {
 bool DryRun::logged(std::string_view line) const { return std::find(log.begin(), log.end(), line) != log.end(); }
 
 DryRun perform_dry_run(const Plugin& plugin, const Session& session, DescriptorFiles& files,
-                       const std::optional<std::set<std::size_t>>& wanted_commands) {
+                       const std::optional<std::set<std::size_t>>& wanted_commands, RunObservers observers) {
   const std::unique_ptr<Session> copy = copy_of(session);
   std::unique_ptr<CatalogueComponent> probe = probe_for(session);
   Recorder recorder(session, probe->code, files, wanted_commands);
   copy->components.insert(copy->components.begin(), std::move(probe));
   recorder.watch(*copy);
+  observers.push_back(recorder.observer());
   RunRecord record;
   try {
-    run_session(plugin, *copy, record, {recorder.observer()});
+    run_session(plugin, *copy, record, observers);
   } catch (const EnoughCommands&) {
   }
   return recorder.finish(*copy, std::move(record.refusal));

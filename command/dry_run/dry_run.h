@@ -66,9 +66,10 @@ struct DryRun {
 };
 
 /// Performs a dry run of the session, which stays as it is, and records the commands of these numbers, or all. The plug-in
-/// reads the descriptor files as `files` has them.
+/// reads the descriptor files as `files` has them. The observers are notified of it as of a run; what one of them throws comes
+/// out.
 DryRun perform_dry_run(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session, DescriptorFiles& files,
-                       const std::optional<std::set<std::size_t>>& wanted_commands);
+                       const std::optional<std::set<std::size_t>>& wanted_commands, eclipse_host::RunObservers observers = {});
 
 }  // namespace eclipse_dry_run
 

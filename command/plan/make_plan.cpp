@@ -49,13 +49,15 @@ std::vector<plugin_config> configs_of(const std::vector<PlannedRecord>& records)
 
 class PlanMaker {
  public:
-  PlanMaker(const Plugin& plugin, const Session& session, Retries retries)
+  PlanMaker(const Plugin& plugin, const Session& session, Retries retries, const RunObservers& observers)
       : plugin_(plugin),
         functions_(plugin),
         session_(session),
         retries_(retries),
+        observers_(observers),
         run_(perform_dry_run(plugin, session, files_,
-                             retries == Retries::distinct ? std::optional(std::set<std::size_t>{0, 1}) : std::nullopt)) {}
+                             retries == Retries::distinct ? std::optional(std::set<std::size_t>{0, 1}) : std::nullopt,
+                             observers)) {}
 
   bool is_eclipse_chosen() const {
     const std::string choice = session_.variable("ECLIPSE_INTEGRATION_CHOICE");
@@ -168,7 +170,7 @@ class PlanMaker {
     const DistinctRetries distinct = distinct_retries(run_.commands.at(1), features_);
     plan_.representative_retry = distinct.representative;
     if (distinct.numbers.size() == 1) return;
-    for (auto& command : perform_dry_run(plugin_, session_, files_, distinct.numbers).commands)
+    for (auto& command : perform_dry_run(plugin_, session_, files_, distinct.numbers, observers_).commands)
       run_.commands.insert(std::move(command));
   }
 
@@ -253,6 +255,7 @@ class PlanMaker {
   const Session& session_;
   Retries retries_;
   DescriptorFiles files_;
+  const RunObservers& observers_;
   DryRun run_;
   std::map<std::string, std::int64_t> wanted_slots_;
   std::vector<std::string> features_;  ///< in install order
@@ -265,8 +268,8 @@ class PlanMaker {
 
 }  // namespace
 
-Plan make_plan(const Plugin& plugin, const Session& session, Retries retries) {
-  return PlanMaker(plugin, session, retries).make();
+Plan make_plan(const Plugin& plugin, const Session& session, Retries retries, const RunObservers& observers) {
+  return PlanMaker(plugin, session, retries, observers).make();
 }
 
 }  // namespace eclipse_plan

@@ -260,6 +260,19 @@ TEST_F(BadInput, AHugeOutputTakesLittleMemory) {
   EXPECT_EQ(command.at("failure").at("causes"), nlohmann::json::array({"the reason"})) << "the end is kept";
 }
 
+/// The plug-in takes minutes for them.
+TEST_F(BadInput, ASignalEndsARunWhileThePlugInComputes) {
+  std::string descriptor;
+  for (int i = 0; i < 100'000; ++i) descriptor += "site\tfeature.number." + std::to_string(i) + "\n";
+  fake::write_file("tools/etc/eclipse/tools.txt", descriptor);
+  for (const std::string arguments : {"run session.json", "run session.json --verify"}) {
+    const Outcome outcome = eclipse_int(arguments, "timeout --preserve-status -k 30 -s INT 3");
+    EXPECT_EQ(outcome.status, 130) << arguments << ": 137 when it had to be killed";
+    EXPECT_TRUE(outcome.output.find("\nInterrupted by SIGINT\n") != std::string::npos) << outcome.output;
+  }
+  EXPECT_EQ(director_calls(), "");
+}
+
 TEST_F(BadInput, WithoutMemoryThereIsAMessage) {
   const std::string limit = "ulimit -v 250000;";
   if (eclipse_int("--version", limit).status != 0) GTEST_SKIP() << "this build needs more memory to start";
