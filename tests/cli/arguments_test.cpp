@@ -17,7 +17,7 @@ class Arguments : public ChildCommand {
     EXPECT_EQ(director_calls(), "");
   }
 
-  void expect_usage_fault(const std::string& arguments, const std::string& message) const {
+  void expect_usage_error(const std::string& arguments, const std::string& message) const {
     expect_error(arguments, message + "\nRun with --help for more information.");
   }
 };
@@ -52,15 +52,15 @@ TEST_F(Arguments, HelpIsASubcommandToo) {
   for (const std::string command : {"run", "call", "plan", "verify", "lint", "explain", "list", "new", "help"}) {
     EXPECT_EQ(eclipse_int("help " + command), eclipse_int(command + " --help")) << command;
   }
-  expect_usage_fault("help lnt", "unknown subcommand \"lnt\"; did you mean lint?");
+  expect_usage_error("help lnt", "unknown subcommand \"lnt\"; did you mean lint?");
 }
 
 TEST_F(Arguments, MisspelledNamesGetASuggestion) {
-  expect_usage_fault("lnt x y", "unknown subcommand \"lnt\"; did you mean lint?");
-  expect_usage_fault("Plan --set A=1 x", "unknown subcommand \"Plan\"; did you mean plan?");
-  expect_usage_fault("--versio", "unknown option --versio; did you mean --version?");
-  expect_usage_fault("lint --formt=json x", "unknown option --formt; did you mean --format?");
-  expect_usage_fault("lint x --zzz", "unknown option --zzz");
+  expect_usage_error("lnt x y", "unknown subcommand \"lnt\"; did you mean lint?");
+  expect_usage_error("Plan --set A=1 x", "unknown subcommand \"Plan\"; did you mean plan?");
+  expect_usage_error("--versio", "unknown option --versio; did you mean --version?");
+  expect_usage_error("lint --formt=json x", "unknown option --formt; did you mean --format?");
+  expect_usage_error("lint x --zzz", "unknown option --zzz");
 }
 
 TEST_F(Arguments, VersionIsThatOfTheProject) {
@@ -69,24 +69,24 @@ TEST_F(Arguments, VersionIsThatOfTheProject) {
 
 TEST_F(Arguments, FaultsAreTold) {
   write_session("install");
-  expect_usage_fault("", "A subcommand is required");
-  expect_usage_fault("install", "unknown subcommand \"install\"");
-  expect_usage_fault("run", "SESSION is required");
-  expect_usage_fault("run session.json other.json", "unexpected argument \"other.json\"");
-  expect_usage_fault("run session.json --jsn", "unknown option --jsn; did you mean --json?");
-  expect_usage_fault("run session.json --log", "--log: 1 required FILE missing");
-  expect_usage_fault("run session.json --set", "--set: 1 required NAME=VALUE missing");
-  expect_usage_fault("run session.json --set A",
+  expect_usage_error("", "A subcommand is required");
+  expect_usage_error("install", "unknown subcommand \"install\"");
+  expect_usage_error("run", "SESSION is required");
+  expect_usage_error("run session.json other.json", "unexpected argument \"other.json\"");
+  expect_usage_error("run session.json --jsn", "unknown option --jsn; did you mean --json?");
+  expect_usage_error("run session.json --log", "--log: 1 required FILE missing");
+  expect_usage_error("run session.json --set", "--set: 1 required NAME=VALUE missing");
+  expect_usage_error("run session.json --set A",
                      "--set: \"A\" is not NAME=VALUE; write the variable's name, an equals sign and its value");
-  expect_usage_fault("run session.json --set =A",
+  expect_usage_error("run session.json --set =A",
                      "--set: \"=A\" is not NAME=VALUE; write the variable's name, an equals sign and its value");
-  expect_usage_fault("run session.json --set A=1 B=2", "unexpected argument \"B=2\"");
-  expect_usage_fault("run session.json --set KORU_MODE=Install",
+  expect_usage_error("run session.json --set A=1 B=2", "unexpected argument \"B=2\"");
+  expect_usage_error("run session.json --set KORU_MODE=Install",
                      "--set: KORU_MODE is \"Install\"; it must be install, modify or uninstall");
-  expect_usage_fault("call", "ACTION is required");
-  expect_usage_fault("call session.json", "ACTION: missing before the session file; the actions are" + actions);
-  expect_usage_fault("call perform session.json", "ACTION: unknown action \"perform\"; the actions are" + actions);
-  expect_usage_fault("call perform_integration x session.json", "ACTION: unknown action \"x\"; the actions are" + actions);
+  expect_usage_error("call", "ACTION is required");
+  expect_usage_error("call session.json", "ACTION: missing before the session file; the actions are" + actions);
+  expect_usage_error("call perform session.json", "ACTION: unknown action \"perform\"; the actions are" + actions);
+  expect_usage_error("call perform_integration x session.json", "ACTION: unknown action \"x\"; the actions are" + actions);
 }
 
 TEST_F(Arguments, FaultsOfFilesAreTold) {

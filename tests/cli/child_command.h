@@ -12,7 +12,7 @@
 
 namespace cli_test {
 
-/// What a command came to. In the texts, DIRECTORY stands for the test's directory and "N s" for every time that was taken.
+/// The result of a command. In the texts, DIRECTORY replaces the test's directory and "N s" every duration.
 struct Outcome {
   int status;
   std::string output;
@@ -32,7 +32,7 @@ std::string content_of(const std::string& file);
 std::string members(const std::map<std::string, std::string>& texts);
 
 /// The usual product: an Eclipse at eclipse/eclipse that the user names, and the component "tools" with the features "one" and
-/// "two". What the Eclipse does as the director stands in eclipse/N.sh for the N-th time that it is started; it succeeds
+/// "two". What the Eclipse does as the director is in eclipse/N.sh for the N-th time that it is started; it succeeds
 /// where there is none. The answer to what is installed ends as a director's does.
 class ChildCommand : public testing::Test {
  protected:

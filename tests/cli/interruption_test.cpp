@@ -12,7 +12,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-/// Whether the director that wrote its number into the file has ended. What is left of it may have to be waited for by others.
+/// Whether the director that wrote its number into the file has ended. It may still be a zombie of another process.
 bool has_ended(const std::string& file) {
   std::ifstream number(file);
   std::string process;
@@ -191,9 +191,9 @@ TEST_F(Interruption, EndsTheQuestionsOfAVerifiedRun) {
   EXPECT_EQ(Json::parse(outcome.output).at("commands"), Json::array());
   EXPECT_TRUE(has_ended("director"));
   script(2, director_that_sends("INT"));
-  const std::string told = eclipse_int_with_number("run session.json --verify").output;
-  EXPECT_TRUE(told.ends_with("\nInterrupted by SIGINT\n  No director was stopped, and no other command was started.\n"))
-      << told;
+  const std::string output = eclipse_int_with_number("run session.json --verify").output;
+  EXPECT_TRUE(output.ends_with("\nInterrupted by SIGINT\n  No director was stopped, and no other command was started.\n"))
+      << output;
   EXPECT_EQ(director_calls().find(" -i "), std::string::npos) << "nothing was installed";
 }
 

@@ -36,7 +36,7 @@ class Product {
   /// Adds the IDE as a component whose package lists the executable.
   nlohmann::json& ide_component();
 
-  /// Runs the session as it stands in the given mode, on the instance as the user's own unless `variables` say otherwise.
+  /// Runs the session in the given mode, on the instance as the user's own unless `variables` say otherwise.
   Outcome run(const std::string& mode, const std::map<std::string, std::string>& variables = {});
 
   /// The features that the instance has installed, in order, without the platform's own unit.

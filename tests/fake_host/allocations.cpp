@@ -29,7 +29,7 @@ void* operator new(std::size_t size) {
   return memory;
 }
 
-/// The sanitizers have one of their own, whose memory must not be released by what stands below.
+/// The sanitizers have one of their own, whose memory the functions below must not release.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   try {
     return ::operator new(size);

@@ -16,7 +16,7 @@
 
 #if WATCHES_FILE_BUFFERS
 
-// The C library's own, behind free().
+// The C library's own, which free() calls.
 extern "C" void __libc_free(void* memory);  // NOLINT(bugprone-reserved-identifier)
 
 namespace {

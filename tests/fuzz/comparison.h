@@ -17,7 +17,7 @@ namespace fuzz {
 /// Makes the working directory of this process one of its own, when it is called first.
 void enter_own_directory();
 
-/// Ends the process, which is how a fuzzer is told of a finding.
+/// Ends the process, which a fuzzer takes as a finding.
 [[noreturn]] void report(std::string_view finding);
 
 /// Takes the steps of a session with the plug-in and with the model, and reports what differs.

@@ -20,7 +20,7 @@ void write_files_once() {
   static_cast<void>(written);
 }
 
-/// What stands before the next "|", which is cut off with it.
+/// Cuts off the text before the next "|", and the "|".
 std::string take_piece(std::string& text) {
   const std::size_t end = text.find('|');
   std::string piece = text.substr(0, end);

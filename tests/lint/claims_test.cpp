@@ -1,5 +1,5 @@
-// What the rules say of the plug-in and of the shell, checked against both: each bad sample is performed with the plug-in as it
-// is delivered, and compared as a whole. What they say of the director is checked in director/.
+// What the rules claim of the plug-in and of the shell, checked against both: each bad sample is performed with the plug-in as
+// it is delivered, and compared as a whole. Claims about the director are checked in director/.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -20,7 +20,7 @@ const std::string very_long = [] {
   return name;
 }();
 
-/// What is observed when the check of a user's Eclipse comes behind what is observed before it.
+/// What is observed when the check of a user's Eclipse comes between `before` and `after`.
 fake::Texts around_check(fake::Texts before, const fake::Texts& after) {
   const fake::Texts check = {"verify_eclipse_version: user_eclipse_version",
                              "user_eclipse_version",

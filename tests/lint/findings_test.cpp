@@ -405,7 +405,9 @@ TEST(Findings, FeaturesAreNotLookedUpWhenARepositoryCannotBeRead) {
   write_file("c/site/content.xml", content_of_one);
   write_file("c/remote/compositeContent.xml",
              "<repository><children><child location='https://example.org/site'/></children></repository>");
-  EXPECT_EQ(summary_of(findings_in("c")), Texts());
+  const Findings findings = findings_in("c");
+  ASSERT_EQ(summary_of(findings), Texts{"c/etc/eclipse/t:2:1+6 repository-not-examined"});
+  EXPECT_EQ(findings[0].message, "cannot examine all of \"remote\": its child https://example.org/site is not on this disk");
 }
 
 TEST(Findings, SpaceInTheComponentsDirectoryIsReportedForADirectory) {

@@ -1,4 +1,4 @@
-// What the plug-in, and the shell behind it, make of a sample.
+// What the plug-in, and the shell that it calls, make of a sample.
 #ifndef ECLIPSE_INT_TESTS_LINT_OBSERVATION_H
 #define ECLIPSE_INT_TESTS_LINT_OBSERVATION_H
 
@@ -12,7 +12,7 @@ namespace lint_test {
 /// director's work. Gives, in order and without what is the same in every run:
 ///   "LOG LINE"                        without "eclipse_int: "
 ///   "NAME=value"                      variables written
-///   "sh: [WORD][WORD]... exit N"      the director's arguments behind "org.eclipse.equinox.p2.director"
+///   "sh: [WORD][WORD]... exit N"      the director's arguments after "org.eclipse.equinox.p2.director"
 /// with "DIRECTORY" for the working directory. Of very many lines, their number, the first command
 /// and the last two.
 fake::Texts observe(const eclipse_lint::Sample& sample);

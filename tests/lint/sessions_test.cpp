@@ -41,7 +41,7 @@ class SessionFindings : public testing::Test {
     write_file("tools/s/content.xml", "<repository><units><unit id='a.b.feature.group' version='1'/></units></repository>");
   }
 
-  /// Writes a session: the mode in line 2, each variable and component in a line of its own behind it. Without a
+  /// Writes a session: the mode in line 2, each variable and component in a line of its own after it. Without a
   /// choice among the variables, it is none.
   static void write_session(const Texts& variables, const std::vector<Component>& components, const std::string& mode) {
     std::string text = "{\n\"mode\": \"" + mode + "\",\n\"variables\": {";

@@ -19,7 +19,7 @@ Names offered(const std::vector<std::string>& words) {
   for (const std::string& word : words) script += " \"" + word + "\"";
   script += "); COMP_CWORD=" + std::to_string(words.size()) +
             "; _eclipse_int " ECLIPSE_INT_COMMAND "; printf \"%s\\\\n\" \"${COMPREPLY[@]}\"";
-  // The words stand in double quotes, the script in single ones.
+  // The words are in double quotes, the script is in single quotes.
   std::string quoted;
   for (const char byte : script) quoted += byte == '\'' ? "'\\''" : std::string(1, byte);
   std::istringstream lines(output_of("bash --norc -c '" + quoted + "'"));

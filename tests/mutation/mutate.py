@@ -161,7 +161,7 @@ def all_mutants(files):
     mutants = []
     for file in files or sorted(str(path.relative_to(ROOT)) for path in (ROOT / "src").rglob("*") if path.suffix in (".cpp", ".h")):
         if not (ROOT / file).is_file() or not file.startswith("src/"):
-            sys.exit(f"mutate: {file} is no file of src/")
+            sys.exit(f"mutate: {file} is not a file of src/")
         mutants += rules.mutants_of(file, (ROOT / file).read_text())
     return mutants
 

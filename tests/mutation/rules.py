@@ -148,7 +148,7 @@ def texts(source, tokens):
 
 
 def after_name(tokens, index):
-    """The text behind the name, qualified or not, at `index`."""
+    """The text after the name, qualified or not, at `index`."""
     while tokens[index + 1].text == "::":
         index += 2
     return tokens[index + 1].text
@@ -168,7 +168,7 @@ def removed_statements(source, tokens):
     for first, last in expression_statements(tokens):
         yield tokens[first].start, tokens[last].end, ";"
     for index, token in enumerate(tokens):
-        # A return that stands alone is the end of its function.
+        # A return without a value is the end of its function.
         if token.text in STATEMENT_WORDS and tokens[index - 1].text == ")":
             yield token.start, tokens[statement_end(tokens, index)].end, ";"
 

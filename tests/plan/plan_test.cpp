@@ -184,7 +184,7 @@ TEST_F(Planning, SaysWhetherTheCommandCanBeGivenToAShell) {
   EXPECT_FALSE(plan().command->runs_as_intended());
 }
 
-std::string told(const std::vector<ShellCause>& causes) {
+std::string text_of_causes(const std::vector<ShellCause>& causes) {
   std::string text;
   for (const ShellCause& cause : causes) {
     text += cause.origin + ": " + cause.text + "\n";
@@ -204,11 +204,11 @@ TEST_F(Planning, NamesTheTextsThatTheShellDoesNotPassOn) {
   const std::string feature =
       "column 2 of " + file + ":2: G;H\n  1 the command ends here, and the rest is run as another command\n";
   const Plan made = plan();
-  EXPECT_EQ(told(made.command->causes), directory_text + sites + feature);
-  EXPECT_EQ(told(made.retries[0].causes), directory_text + sites);
-  EXPECT_EQ(told(made.retries[1].causes), directory_text + sites + feature);
+  EXPECT_EQ(text_of_causes(made.command->causes), directory_text + sites + feature);
+  EXPECT_EQ(text_of_causes(made.retries[0].causes), directory_text + sites);
+  EXPECT_EQ(text_of_causes(made.retries[1].causes), directory_text + sites + feature);
   session.variables["KORU_MODE"] = "uninstall";
-  EXPECT_EQ(told(plan().command->causes), feature) << "a removal uses no sites";
+  EXPECT_EQ(text_of_causes(plan().command->causes), feature) << "a removal uses no sites";
 }
 
 TEST_F(Planning, NamesTheTextsWithZeroBytes) {
@@ -219,11 +219,11 @@ TEST_F(Planning, NamesTheTextsWithZeroBytes) {
   const std::string feature =
       "column 2 of " + file + ":3: " + std::string("H\0", 2) + "\n  1 a shell command cannot contain a zero byte\n";
   const Plan made = plan();
-  EXPECT_EQ(told(made.command->causes), site + feature);
+  EXPECT_EQ(text_of_causes(made.command->causes), site + feature);
   EXPECT_FALSE(made.command->runs_as_intended());
   EXPECT_NE(made.command->shell.error, "");
-  EXPECT_EQ(told(made.retries[0].causes), site);
-  EXPECT_EQ(told(made.retries[2].causes), site + feature);
+  EXPECT_EQ(text_of_causes(made.retries[0].causes), site);
+  EXPECT_EQ(text_of_causes(made.retries[2].causes), site + feature);
   EXPECT_EQ(run_in_shell(made.command->text).exit_code, 126);
 }
 
@@ -233,8 +233,8 @@ TEST_F(Planning, NamesTheExecutableThatTheShellDoesNotPassOn) {
   std::filesystem::copy("own", "my own", std::filesystem::copy_options::recursive);
   session.variables["USER_DEFINED_ECLIPSE_PATH"] = directory.path() + "/my own/eclipse";
   const Plan made = plan();
-  EXPECT_EQ(told(made.command->causes), "USER_DEFINED_ECLIPSE_PATH: " + directory.path() + "/my own/eclipse\n  " +
-                                            std::to_string(directory.path().size() + 3) + " the word ends here\n");
+  EXPECT_EQ(text_of_causes(made.command->causes), "USER_DEFINED_ECLIPSE_PATH: " + directory.path() + "/my own/eclipse\n  " +
+                                                      std::to_string(directory.path().size() + 3) + " the word ends here\n");
   EXPECT_EQ(made.command->executable_error, "") << "another program would be started";
 }
 
@@ -242,9 +242,9 @@ TEST_F(Planning, NamesNoTextWhereThePluginItselfIsTheReason) {
   session.variables["KORU_MODE"] = "uninstall";
   add("c", "s\tF\ns\tG\n");
   const Plan made = plan();
-  EXPECT_EQ(told(made.command->causes), "");
+  EXPECT_EQ(text_of_causes(made.command->causes), "");
   EXPECT_NE(made.retries[0].shell.error, "");
-  EXPECT_EQ(told(made.retries[0].causes), "");
+  EXPECT_EQ(text_of_causes(made.retries[0].causes), "");
 }
 
 TEST_F(Planning, TellsWhyTheExecutableCannotBeStarted) {

@@ -6,7 +6,7 @@ namespace eclipse_shell {
 
 namespace {
 
-std::string told(const std::optional<ShellCause>& cause) {
+std::string text_of(const std::optional<ShellCause>& cause) {
   if (!cause) return "passed on";
   std::string text;
   for (const ShellRemark& remark : cause->remarks) text += std::to_string(remark.offset) + " " + remark.effect + ";";
@@ -15,7 +15,7 @@ std::string told(const std::optional<ShellCause>& cause) {
 
 struct Case {
   CommandPiece piece;
-  const char* told;
+  const char* text;
 };
 
 TEST(ShellCause, IsToldOfWhatIsNotPassedOn) {
@@ -47,7 +47,7 @@ TEST(ShellCause, IsToldOfWhatIsNotPassedOn) {
       {{",", std::string("a b\0c\0", 6), ",", ""}, "3 a shell command cannot contain a zero byte;"},
       {{"", "", " ", ""}, "passed on"},
   };
-  for (const auto& [piece, wanted] : cases) EXPECT_EQ(told(cause_in(piece)), wanted) << piece.before << piece.text;
+  for (const auto& [piece, wanted] : cases) EXPECT_EQ(text_of(cause_in(piece)), wanted) << piece.before << piece.text;
 }
 
 }  // namespace

@@ -36,17 +36,17 @@ TEST_F(Operations, WriteIsSeenAfterItWasMade) {
 // ---- Which session ----
 
 const std::vector<std::pair<std::string, std::function<void(Session&)>>> session_operations = {
-    {"env_get_string", [](Session& told) { env_get_string(&told, "NAME"); }},
-    {"env_set_string of characters", [](Session& told) { env_set_string(&told, "NAME", "value"); }},
-    {"env_set_string of texts", [](Session& told) { env_set_string(&told, std::string("NAME"), std::string("value")); }},
-    {"expand_operand", [](Session& told) { expand_operand(&told, "", true); }},
+    {"env_get_string", [](Session& session) { env_get_string(&session, "NAME"); }},
+    {"env_set_string of characters", [](Session& session) { env_set_string(&session, "NAME", "value"); }},
+    {"env_set_string of texts", [](Session& session) { env_set_string(&session, std::string("NAME"), std::string("value")); }},
+    {"expand_operand", [](Session& session) { expand_operand(&session, "", true); }},
     {"session_get_cdata",
-     [](Session& told) {
+     [](Session& session) {
        char name[] = "KORU_YUM_CAPABILITY_PROVIDERS";
-       session_get_cdata(&told, name);
+       session_get_cdata(&session, name);
      }},
-    {"is_gui_mode", [](Session& told) { is_gui_mode(&told); }},
-    {"TSD::components", [](Session& told) { told.tsd.components(); }},
+    {"is_gui_mode", [](Session& session) { is_gui_mode(&session); }},
+    {"TSD::components", [](Session& session) { session.tsd.components(); }},
 };
 
 TEST_F(Operations, AnotherSessionThanTheActiveOneIsRefused) {

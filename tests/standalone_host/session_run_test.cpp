@@ -232,34 +232,37 @@ TEST_F(SessionRun, InstanceIsNotKnownAfterARunThatFailedCompletely) {
 // ---- Events on the way ----
 
 TEST_F(SessionRun, ObserversAreNotifiedInOrder) {
-  Texts told;
+  Texts events;
   RunObserver observer;
-  observer.on_action = [&](const std::string& action) { told.push_back("action " + action); };
+  observer.on_action = [&](const std::string& action) { events.push_back("action " + action); };
   observer.on_log = [&](const std::string& line) {
     if (line.starts_with("eclipse_int: running") || line.starts_with("eclipse_int: exit"))
-      told.push_back("log " + line.substr(13, 7));
+      events.push_back("log " + line.substr(13, 7));
   };
-  observer.on_command = [&](const std::string& command) { told.push_back("command " + command.substr(command.rfind(" -i"))); };
+  observer.on_command = [&](const std::string& command) {
+    events.push_back("command " + command.substr(command.rfind(" -i")));
+  };
   observer.on_command_end = [&](const eclipse_host::CommandRecord& record) {
-    told.push_back("end of " + record.action + " " + std::to_string(record.result.exit_code));
+    events.push_back("end of " + record.action + " " + std::to_string(record.result.exit_code));
   };
   results = {fails(5, ""), succeeds(), succeeds()};
   run("install", "internal", {observer});
-  EXPECT_EQ(told, (Texts{"action eclipse_integration_required", "action find_eclipse_ide", "action define_eclipse_path",
-                         "action perform_integration", "log running", "command  -i F1,F2 2>&1", "end of perform_integration 5",
-                         "log exit co", "log running", "command  -i F1 2>&1", "end of perform_integration 0", "log exit co",
-                         "log running", "command  -i F2 2>&1", "end of perform_integration 0", "log exit co"}));
+  EXPECT_EQ(events,
+            (Texts{"action eclipse_integration_required", "action find_eclipse_ide", "action define_eclipse_path",
+                   "action perform_integration", "log running", "command  -i F1,F2 2>&1", "end of perform_integration 5",
+                   "log exit co", "log running", "command  -i F1 2>&1", "end of perform_integration 0", "log exit co",
+                   "log running", "command  -i F2 2>&1", "end of perform_integration 0", "log exit co"}));
 }
 
 TEST_F(SessionRun, ObserversAreNotifiedOneAfterTheOther) {
-  Texts told;
+  Texts events;
   RunObserver first;
   RunObserver second;
-  first.on_command = [&](const std::string&) { told.push_back("first"); };
-  second.on_command = [&](const std::string&) { told.push_back("second"); };
+  first.on_command = [&](const std::string&) { events.push_back("first"); };
+  second.on_command = [&](const std::string&) { events.push_back("second"); };
   results = {succeeds()};
   run("install", "internal", {first, second});
-  EXPECT_EQ(told, (Texts{"first", "second"}));
+  EXPECT_EQ(events, (Texts{"first", "second"}));
 }
 
 TEST_F(SessionRun, RecordSurvivesAnException) {

@@ -34,7 +34,7 @@ std::string component(const std::string& members) {
 
 std::string package(const std::string& members) { return component(", \"package\": {" + members + "}"); }
 
-/// Every value that is no text, no truth value, no list and no object in turn, where each of them is wanted.
+/// Each kind of value in turn where another kind is expected.
 std::vector<Sample> wrong_kinds() {
   struct Wanted {
     std::string before;

@@ -1,4 +1,4 @@
-// The command in a working directory that was deleted: full paths work, and of others it is told what is wrong with them.
+// The command in a working directory that was deleted: full paths work, others are errors with a reason.
 #include "cli/child_command.h"
 
 namespace cli_test {

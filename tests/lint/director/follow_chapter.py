@@ -1,6 +1,6 @@
 """Follows a chapter in an empty directory: follow_chapter.py CHAPTER COMMAND PREPARED
 
-Runs each block marked "sh" in turn. What a block prints has to be the block marked "text" behind it; a block without one has to be
+Runs each block marked "sh" in turn. What a block prints has to be the block marked "text" after it; a block without one has to be
 silent and to succeed. COMMAND is the eclipse-int to use, PREPARED the directory that instance/prepare has filled.
 """
 import os
@@ -15,8 +15,8 @@ def steps_of(chapter):
     blocks = re.findall(r"^```(sh|text)\n(.*?)^```$", chapter, re.MULTILINE | re.DOTALL)
     for index, (kind, content) in enumerate(blocks):
         if kind == "sh":
-            behind = blocks[index + 1] if index + 1 < len(blocks) else ("sh", "")
-            yield content, behind[1] if behind[0] == "text" else None
+            following = blocks[index + 1] if index + 1 < len(blocks) else ("sh", "")
+            yield content, following[1] if following[0] == "text" else None
 
 
 def follow(chapter, command, prepared, directory):

@@ -262,9 +262,9 @@ TEST(LintDirector, RemovalNeedsNoSites) {
 }
 
 TEST(LintDirector, CommaBehindAFeatureIsPassedOverButNotOneBeforeIt) {
-  Product behind;
-  behind.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group,\n");
-  EXPECT_THAT(behind.run("install").exit_codes(), ElementsAre(0));
+  Product trailing;
+  trailing.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group,\n");
+  EXPECT_THAT(trailing.run("install").exit_codes(), ElementsAre(0));
   EXPECT_THAT(rules_broken_by(behind), ElementsAre("comma-in-feature"));
   Product before;
   before.component("tools", {"alpha"}, "sites/alpha\t,org.example.alpha.feature.group\n");
@@ -365,10 +365,10 @@ TEST(LintDirector, CommandWithAZeroByteIsRefusedBecauseWhatIsLeftOfItSucceeds) {
 
   // What an installer runs that hands the command over as a C string.
   const std::string command = outcome.commands().front();
-  const std::string left = command.substr(0, command.find('\0'));
+  const std::string passed_on = command.substr(0, command.find('\0'));
   ASSERT_THAT(left, HasSubstr(" -repository "));
   ASSERT_LT(left.size(), command.size());
-  const auto director = eclipse_shell::run_in_shell(left);
+  const auto director = eclipse_shell::run_in_shell(passed_on);
   EXPECT_EQ(director.exit_code, 0);
   EXPECT_THAT(director.output, HasSubstr("The argument specifying what to install or uninstall is missing."));
   EXPECT_EQ(product.installed(), features({}));
