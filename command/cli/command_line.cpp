@@ -46,7 +46,8 @@ class HelpText : public CLI::Formatter {
 };
 
 std::string usage_message(const CLI::App*, const CLI::Error& error) {
-  return "eclipse-int: " + eclipse_base::printable(error.what(), {.longest = eclipse_base::no_limit}) + "\nRun with --help for more information.\n";
+  return "eclipse-int: " + eclipse_base::printable(error.what(), {.longest = eclipse_base::no_limit}) +
+         "\nRun with --help for more information.\n";
 }
 
 constexpr const char* help_examples =

@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 
@@ -91,24 +90,17 @@ void warn_of_unused(const Settings& settings, const Findings& findings) {
   for (const Override& entry : settings.overrides) {
     const auto is_for = [&](const Finding& finding) { return applies(entry, finding); };
     if (!is_enabled(*find_rule(entry.rule), settings) || std::any_of(findings.begin(), findings.end(), is_for)) continue;
-    print_message(eclipse_base::printable(entry.location) + ": note: this override suppresses no finding of " + entry.rule + " in these inputs");
+    print_message(eclipse_base::printable(entry.location) + ": note: this override suppresses no finding of " + entry.rule +
+                  " in these inputs");
   }
 }
 
-/// A directory is a session when an Eclipse is given for it.
-bool is_session(const std::string& input, const SessionOptions& options) {
-  const bool is_directory = is_component_directory(input);
-  return is_directory ? options.eclipse || options.removes : std::filesystem::path(input).extension() == ".json";
-}
-
 /// What is found in a drafted session itself is about the directory as a whole.
-Findings lint_session(const std::string& input, const eclipse_dry_run::PluginFunctions& library, Repositories& sites,
-                      const Settings& settings, const SessionOptions& options) {
+Findings lint_drafted_session(const std::string& input, const eclipse_dry_run::PluginFunctions& library, Repositories& sites,
+                              const Settings& settings, const SessionOptions& options) {
   Findings findings = eclipse_lint::lint_session(library, sites, session_document(input, options), settings);
-  if (is_component_directory(input)) {
-    for (Finding& finding : findings) {
-      if (finding.location.file == input) finding.location = {input};
-    }
+  for (Finding& finding : findings) {
+    if (finding.location.file == input) finding.location = {input};
   }
   return findings;
 }
@@ -122,8 +114,9 @@ int perform(const LintOptions& options) {
   int status = 0;
   for (const std::string& input : options.inputs) {
     try {
-      const Findings more = is_session(input, options.session) ? lint_session(input, library, sites, settings, options.session)
-                                                               : lint(library, sites, input, settings);
+      const bool is_drafted = options.session.eclipse || options.session.removes;
+      const Findings more = is_drafted ? lint_drafted_session(input, library, sites, settings, options.session)
+                                       : lint(library, sites, input, settings);
       findings.insert(findings.end(), more.begin(), more.end());
     } catch (const eclipse_base::FileError& error) {
       print_message(error.what());

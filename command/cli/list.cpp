@@ -138,7 +138,8 @@ std::string error_in(const Repository& repository) {
 void warn_of_what_is_left_out(const Listed& listed) {
   const std::string begin = "warning: " + printable(listed.path) + ": ";
   const Repository& repository = listed.repository;
-  if (!repository.unexamined_because.empty()) print_message(begin + "it may have more units: " + printable(repository.unexamined_because));
+  if (!repository.unexamined_because.empty())
+    print_message(begin + "it may have more units: " + printable(repository.unexamined_because));
   if (!repository.missing_children.empty()) {
     print_message(begin + "the director skips these children, which do not exist or cannot be loaded: " +
                   printable(joined(repository.missing_children)));

@@ -121,7 +121,8 @@ std::string why_failed(const RunRecord& record, const CommandFailures& failures)
   std::string text;
   for (const auto& [failure, exit_code, features] : failure_reasons(record.commands, failures)) {
     text += "  Why: " + failure_text(*failure, "    ") + "    Exit code: " + std::to_string(exit_code) + "\n";
-    if (!features.empty()) text += "    Features: " + printable(first_few(features, most_features), {.longest = no_limit}) + "\n";
+    if (!features.empty())
+      text += "    Features: " + printable(first_few(features, most_features), {.longest = no_limit}) + "\n";
   }
   return text;
 }

@@ -134,11 +134,15 @@ Subcommand add_call(CLI::App& program) {
   CLI::App& parser = *program.add_subcommand("call", "Call only the given actions on a session, in the given order");
   const auto options = std::make_shared<SessionOptions>();
   const auto arguments = std::make_shared<std::vector<std::string>>();
-  parser.add_option("ACTION", *arguments, "The actions, which may repeat, followed by the session file")
+  parser
+      .add_option(
+          "ACTION", *arguments,
+          "The actions, which may repeat, followed by the session file or a\ndirectory of components, which needs --eclipse")
       ->required()
-      ->option_text("... SESSION.json");
+      ->option_text("... SESSION");
+  add_directory_options(parser, *options);
   add_running_options(parser, *options);
-  set_help(parser, "eclipse-int call ACTION... SESSION.json [OPTIONS]",
+  set_help(parser, "eclipse-int call ACTION... SESSION [OPTIONS]",
            "  eclipse-int call verify_eclipse_version session.json\n"
            "      Check the Eclipse instance that USER_DEFINED_ECLIPSE_PATH names.\n"
            "  eclipse-int call define_eclipse_path perform_integration session.json\n"

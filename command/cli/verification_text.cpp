@@ -56,7 +56,8 @@ std::string notes_on(const Verification& verification) {
   const std::string& error = verification.installed.profile_error;
   return text +
          "  Only units that were installed by name are known, not their requirements: the p2 profile of the instance cannot be "
-         "read" + (error.empty() ? ".\n" : ": " + printable(error) + "\n");
+         "read" +
+         (error.empty() ? ".\n" : ": " + printable(error) + "\n");
 }
 
 }  // namespace

@@ -103,7 +103,8 @@ std::string VerifiedRun::text() const {
   if (is_instance_missing()) return text + "  Error: " + no_instance + reasons_text(plan_, "    ") + "\n";
   if (!plan_.command) text += "  The session runs no command, so there is nothing to verify.\n";
   text += changes();
-  for (const std::string& error : errors_) text += "  Error: " + printable(error, {.line_feed = "\n", .longest = no_limit}) + "\n";
+  for (const std::string& error : errors_)
+    text += "  Error: " + printable(error, {.line_feed = "\n", .longest = no_limit}) + "\n";
   return after_ ? text + verification_text(*after_) : text;
 }
 

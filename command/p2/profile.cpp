@@ -66,7 +66,7 @@ fs::path profile_of(const fs::path& instance) {
 /// In a file with this ending, p2 takes nothing but gzip data.
 Unpacked unpacked(const fs::path& state, std::string content) {
   if (state.extension() == ".gz") return decompress(content, Compression::gzip, largest::profile);
-  return {.bytes = std::move(content)};
+  return {std::move(content), ""};
 }
 
 /// Names in other namespaces mean other things: a package often has the name of a bundle, and any bundle may contain it.

@@ -103,8 +103,8 @@ TEST(JsonDocument, RefusesTooManyValues) {
     for (std::size_t i = 1; i < count; ++i) text += "1,";
     return text + "1]";
   };
-  EXPECT_EQ(fault_of(list_of(largest::json_values - 1)), "read") << "the list is a value, too";
-  EXPECT_EQ(fault_of(list_of(largest::json_values)), "f:1:2000000: document: has more than 1000000 values; take values away");
+  EXPECT_EQ(error_of(list_of(largest::json_values - 1)), "read") << "the list is a value, too";
+  EXPECT_EQ(error_of(list_of(largest::json_values)), "f:1:2000000: document: has more than 1000000 values; take values away");
 }
 
 TEST(JsonDocument, RefusesWhatCannotBeRead) {

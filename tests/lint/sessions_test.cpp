@@ -184,7 +184,7 @@ TEST_F(SessionFindings, UnreadableProfileLeavesARemovalUnchecked) {
   ASSERT_EQ(summary_of(findings), Texts({"session.json:2:9+11 unit-not-installed"}));
   EXPECT_EQ(findings[0].severity, Severity::warning);
   EXPECT_EQ(findings[0].message, "the profile of the instance cannot be read, so the installed units are unknown: " +
-                                     directory.path() + "/" + profile + " is not well-formed XML");
+                                     directory.path() + "/" + states + "1.profile is not a regular file");
 }
 
 TEST_F(SessionFindings, FileThatIsSoughtInTheWrongDirectory) {

@@ -265,7 +265,7 @@ TEST(LintDirector, CommaBehindAFeatureIsPassedOverButNotOneBeforeIt) {
   Product trailing;
   trailing.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group,\n");
   EXPECT_THAT(trailing.run("install").exit_codes(), ElementsAre(0));
-  EXPECT_THAT(rules_broken_by(behind), ElementsAre("comma-in-feature"));
+  EXPECT_THAT(rules_broken_by(trailing), ElementsAre("comma-in-feature"));
   Product before;
   before.component("tools", {"alpha"}, "sites/alpha\t,org.example.alpha.feature.group\n");
   const Outcome outcome = before.run("install");
@@ -366,8 +366,8 @@ TEST(LintDirector, CommandWithAZeroByteIsRefusedBecauseWhatIsLeftOfItSucceeds) {
   // What an installer runs that hands the command over as a C string.
   const std::string command = outcome.commands().front();
   const std::string passed_on = command.substr(0, command.find('\0'));
-  ASSERT_THAT(left, HasSubstr(" -repository "));
-  ASSERT_LT(left.size(), command.size());
+  ASSERT_THAT(passed_on, HasSubstr(" -repository "));
+  ASSERT_LT(passed_on.size(), command.size());
   const auto director = eclipse_shell::run_in_shell(passed_on);
   EXPECT_EQ(director.exit_code, 0);
   EXPECT_THAT(director.output, HasSubstr("The argument specifying what to install or uninstall is missing."));
