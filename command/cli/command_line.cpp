@@ -48,6 +48,7 @@ int perform(CLI::App& program, int argc, const char* const* argv) {
   std::vector<Subcommand> subcommands = add_session_subcommands(program);
   subcommands.push_back(add_lint(program));
   subcommands.push_back(add_explain(program));
+  subcommands.push_back(add_check_host(program));
   program.parse(argc, argv);
   for (const Subcommand& subcommand : subcommands) {
     if (subcommand.parser->parsed()) return subcommand.perform();

@@ -29,6 +29,9 @@ Subcommand add_lint(CLI::App& program);
 /// "explain": explains lint rules.
 Subcommand add_explain(CLI::App& program);
 
+/// "check-host": checks an installer host.
+Subcommand add_check_host(CLI::App& program);
+
 /// Adds --set, --variables and --plugin.
 void add_input_options(CLI::App& command, SessionOptions& options, const std::string& about_variables);
 
