@@ -14,10 +14,7 @@ int eclipse_int::check_host(session_t& session, const HostCheckOptions& options,
     std::vector<Result> results = perform_checks(&session, options, selected_checks(options.only));
     waive(results, waivers);
     write(report, results);
-    for (const Result& result : results) {
-      if (is_error(result)) return 1;
-    }
-    return 0;
+    return has_error(results) ? 1 : 0;
   } catch (const std::exception& error) {
     report << error.what() << "\n";
     return 2;

@@ -100,10 +100,7 @@ class Performance {
 
  private:
   Result perform(const Check& check) {
-    if (const Check* const first = find_check(check.after)) {
-      const Outcome outcome = result(*first).outcome;
-      if (outcome == Outcome::fails) return skipped(check, std::string(first->name) + " fails, on which this depends");
-    }
+    if (const Check* const first = failed_before(check)) return waiting(check, *first);
     // Every other check needs it.
     if (session_ == nullptr && check.name != "load/session-given") return skipped(check, "there is no session");
     on_check_(check);
@@ -120,6 +117,25 @@ class Performance {
     return result;
   }
 
+  /// The check that fails, or waits itself, without which this one would say nothing new; null if there is none.
+  const Check* failed_before(const Check& check) {
+    if (check.after == "*") {
+      for (const auto& [other, result] : results_) {
+        if (is_error(result)) return other;
+      }
+    } else if (const Check* const first = find_check(check.after)) {
+      const Result& found = result(*first);
+      if (found.outcome == Outcome::fails || found.waits) return first;
+    }
+    return nullptr;
+  }
+
+  static Result waiting(const Check& check, const Check& first) {
+    Result result = skipped(check, "waits for " + std::string(first.name));
+    result.waits = true;
+    return result;
+  }
+
   static Result skipped(const Check& check, std::string reason) { return {&check, Outcome::skipped, {}, std::move(reason), 0, ""}; }
 
   session_t* session_;
@@ -133,6 +149,8 @@ class Performance {
 bool is_error(const Result& result) {
   return result.outcome == Outcome::fails && result.check->level == Level::must && result.waiver.empty();
 }
+
+bool has_error(const std::vector<Result>& results) { return std::any_of(results.begin(), results.end(), is_error); }
 
 std::vector<const Check*> selected_checks(const std::vector<std::string>& only) {
   std::vector<const Check*> selected;
@@ -159,13 +177,17 @@ std::vector<Result> perform_checks(session_t* session, const eclipse_int::HostCh
   return results;
 }
 
-std::vector<Result> observed_results(const std::vector<const Check*>& checks) {
+std::vector<Result> observed_results(const std::vector<const Check*>& checks, const std::vector<Result>& before) {
+  const bool waits = has_error(before);
   std::vector<Result> results;
   for (const Observation& observation : observations()) {
     const auto check = std::find_if(checks.begin(), checks.end(), [&](const Check* one) { return one->name == observation.check; });
     if (check == checks.end()) continue;
     Result result{*check, Outcome::holds, {}, "", 0, ""};
-    if (observation.calls == 0) {
+    if (waits) {
+      result.outcome = Outcome::skipped;
+      result.reason = "waits for the checks that fail";
+    } else if (observation.calls == 0) {
       result.outcome = Outcome::skipped;
       result.reason = "the host's own run did not call it";
     } else if (observation.breach) {

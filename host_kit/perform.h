@@ -22,10 +22,12 @@ struct Result {
   std::string reason;  ///< of one that was skipped
   double seconds = 0;
   std::string waiver;  ///< why its failure is accepted; empty if it is not
+  bool waits = false;  ///< skipped because of another one that fails
 };
 
 /// Whether a result is an error: a must that does not hold and is not waived.
 bool is_error(const Result& result);
+bool has_error(const std::vector<Result>& results);
 
 /// The checks that `only` names, or all.
 /// Throws std::invalid_argument for a name that is neither a check nor a group.
@@ -37,8 +39,8 @@ std::vector<Result> perform_checks(session_t* session, const eclipse_int::HostCh
                                    const std::vector<const Check*>& checks,
                                    const std::function<void(const Check&)>& on_check = [](const Check&) {});
 
-/// What was observed so far of these checks.
-std::vector<Result> observed_results(const std::vector<const Check*>& checks);
+/// What was observed so far of these checks; skipped if one of the results before is an error, which shows there as well.
+std::vector<Result> observed_results(const std::vector<const Check*>& checks, const std::vector<Result>& before);
 
 /// The reasons of a waiver file by the names of checks.
 /// Throws std::invalid_argument, with the line, for an entry without a reason or for an unknown check.

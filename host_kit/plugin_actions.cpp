@@ -47,7 +47,7 @@ class HostCheck {
  public:
   int call(Action action, session_t* session) {
     const bool is_first = begin(session);
-    if (is_first && setting(environment::end_host) == "1") end_host();
+    if (is_first && setting(environment::end_host) == "1") end_host(0);
     const int result = action(session);
     report();
     return result;
@@ -61,8 +61,7 @@ class HostCheck {
     if (is_first) {
       has_begun_ = true;
       session_ = session;
-      const std::vector<const Check*> selected = selected_of_environment();
-      if (!has_given_up_) check(selected, nullptr);
+      check(selected_of_environment(), nullptr);
     } else if (session != session_ && session_ != nullptr && session != nullptr && !has_other_session_) {
       has_other_session_ = true;
       check_sessions(session);
@@ -105,13 +104,12 @@ class HostCheck {
 
   void report() {
     const std::lock_guard lock(mutex_);
-    if (has_given_up_) return;
     write_report();
   }
 
   void write_report() {
     std::vector<Result> all = results_;
-    for (Result& result : observed_results(selected_)) all.push_back(std::move(result));
+    for (Result& result : observed_results(selected_, results_)) all.push_back(std::move(result));
     waive(all, waivers_);
     std::ostringstream text;
     write_(text, all);
@@ -121,9 +119,7 @@ class HostCheck {
       std::ofstream file(junit);
       write_junit(file, all);
     }
-    bool has_error = false;
-    for (const Result& result : all) has_error = has_error || is_error(result);
-    write_progress(has_error ? "1" : "0");
+    write_progress(has_error(all) ? "1" : "0");
   }
 
   /// Each report replaces the one before. Standard error gets only the first.
@@ -136,23 +132,23 @@ class HostCheck {
     is_printed_ = true;
   }
 
-  void give_up(const std::string& why) {
-    has_given_up_ = true;
+  /// A host that cannot be checked must not go on: its user wants no installation.
+  [[noreturn]] static void give_up(const std::string& why) {
     write_progress("2" + why);
     if (setting(environment::progress).empty()) std::cerr << "eclipse_int check of the host: " << why << std::endl;
+    end_host(2);
   }
 
-  [[noreturn]] static void end_host() {
+  [[noreturn]] static void end_host(int status) {
     std::cout.flush();
     std::fflush(nullptr);
-    _exit(0);
+    _exit(status);
   }
 
   std::mutex mutex_;
   session_t* session_ = nullptr;
   bool has_begun_ = false;
   bool has_other_session_ = false;
-  bool has_given_up_ = false;
   bool is_printed_ = false;
   WriteReport write_ = write_text;
   std::vector<const Check*> selected_;

@@ -32,10 +32,11 @@ void unset_is_empty(const Probe& probe) {
 
 void forms_write_one_variable(const Probe& probe) {
   env_set_string(probe.session, variable, "characters");
-  expect_text("after the form with characters, env_get_string()", "characters", env_get_string(probe.session, variable));
-  env_set_string(probe.session, std::string(variable), std::string("text"));
-  expect_text("after the form with std::string, env_get_string()", "text", env_get_string(probe.session, variable),
-              {{"characters", "the two forms write to different places"}});
+  expect_text("after the form with characters, env_get_string()", "characters", env_get_string(probe.session, variable),
+              {{"", "the two forms write to different places"}});
+  const std::string other = "ECLIPSE_INT_CHECK_OTHER_FORM";
+  env_set_string(probe.session, other, std::string("text"));
+  expect_text("after the form with std::string, env_get_string()", "text", env_get_string(probe.session, other.c_str()));
 }
 
 void later_value_replaces(const Probe& probe) {
@@ -216,7 +217,8 @@ std::vector<Check> session_checks() {
        .promise = "The host copies both texts before it returns.",
        .harm = "The variable changes, or its memory is gone, as soon as the plug-in goes on.",
        .fix = "Keep a std::string, not the pointer.",
-       .perform = texts_are_copied},
+       .perform = texts_are_copied,
+       .after = "env/later-value-replaces"},
       {.name = "env/long-value",
        .level = Level::must,
        .promise = set_promise,
@@ -236,7 +238,8 @@ std::vector<Check> session_checks() {
        .promise = "Names are compared byte by byte.",
        .harm = "ECLIPSE_IDE and ECLIPSE_IDE_ENABLED, or USER_DEFINED_ECLIPSE_PATH and its two verdicts, overwrite each other.",
        .fix = "Compare whole names, with case.",
-       .perform = names_are_exact},
+       .perform = names_are_exact,
+       .after = "env/unset-is-empty"},
       {.name = "env/results-can-be-written",
        .level = Level::must,
        .promise = set_promise,
@@ -250,14 +253,16 @@ std::vector<Check> session_checks() {
                   "its own, if the operations of the host allow it.",
        .harm = "The choice and the results of one run appear in the other.",
        .fix = "Keep the variables in the session, not in a global.",
-       .perform = sessions_are_apart},
+       .perform = sessions_are_apart,
+       .after = "env/later-value-replaces"},
       {.name = "expand/reference",
        .level = Level::must,
        .promise = "The host's expansion of an operand text that refers to session variables, such as \"${NAME}\"; empty if the "
                   "variable is not set.",
        .harm = "The version of the user's Eclipse is compared with something else than the minimum.",
        .fix = "Replace \"${NAME}\" by the value of the variable.",
-       .perform = reference_is_expanded},
+       .perform = reference_is_expanded,
+       .after = "env/later-value-replaces"},
       {.name = "expand/unset-is-empty",
        .level = Level::must,
        .promise = "The host's expansion of an operand text that refers to session variables, such as \"${NAME}\"; empty if the "
@@ -266,7 +271,7 @@ std::vector<Check> session_checks() {
                "accepted by chance.",
        .fix = "Replace a reference to a variable that is not set by nothing.",
        .perform = unset_reference_is_empty,
-       .after = "expand/reference"},
+       .after = "env/unset-is-empty"},
       {.name = "expand/text-around",
        .level = Level::may,
        .promise = "The host's expansion of an operand text that refers to session variables, such as \"${NAME}\"; empty if the "
