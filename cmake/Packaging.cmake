@@ -16,6 +16,13 @@ install(FILES
   ${PROJECT_BINARY_DIR}/generated/eclipse_int-config-version.cmake
   DESTINATION ${ECLIPSE_INT_CMAKE_DIRECTORY})
 
+if(TARGET eclipse_int_host_check)
+  install(TARGETS eclipse_int_host_check EXPORT eclipse_int ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(TARGETS eclipse_int_checking_plugin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/eclipse_int/host_kit)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/host_kit/include/eclipse_int DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/eclipse_int-host-checks.cmake DESTINATION ${ECLIPSE_INT_CMAKE_DIRECTORY})
+endif()
+
 if(ECLIPSE_INT_BUILD_COMMAND)
   install(TARGETS eclipse-int RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema/ DESTINATION ${CMAKE_INSTALL_DATADIR}/eclipse-int)

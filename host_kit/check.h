@@ -23,13 +23,13 @@ struct Probe {
 };
 
 struct Check {
-  std::string_view name;     ///< GROUP/POINT
+  std::string_view name;  ///< GROUP/POINT
   Level level;
   std::string_view promise;  ///< the sentence of host.h, without its line breaks
   std::string_view harm;     ///< what happens if it is broken
   std::string_view fix;
   void (*perform)(const Probe&) = nullptr;  ///< throws Failure or Skipped; null for what is observed in the host's own run
-  std::string_view after = {};              ///< the check without which this one would say nothing new; "*" for all before it
+  std::string_view after = {};              ///< the checks without which this one would say nothing new; "*" for all before it
   std::string_view if_it_ends = {};         ///< what a crash or an endless loop looks like here
 };
 

@@ -66,12 +66,21 @@ void write_all(int file, const std::string& text) {
   }
 }
 
-/// Reads until the end of the message or of the child, or until `until`.
-std::string read_message(int file, Clock::time_point until) {
+struct Reading {
   std::string message;
+  bool is_late = false;  ///< neither the end of the message nor that of the child came in time
+};
+
+/// Reads until the end of the message or of the child, or until `until`.
+Reading read_message(int file, Clock::time_point until) {
+  Reading reading;
+  std::string& message = reading.message;
   while (message.empty() || message.back() != end_of_message) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count();
-    if (left <= 0) break;
+    if (left <= 0) {
+      reading.is_late = true;
+      break;
+    }
     pollfd ready{file, POLLIN, 0};
     if (poll(&ready, 1, static_cast<int>(left)) <= 0) continue;
     char piece[4096];
@@ -79,7 +88,7 @@ std::string read_message(int file, Clock::time_point until) {
     if (count == 0) break;
     if (count > 0) message.append(piece, static_cast<std::size_t>(count));
   }
-  return message;
+  return reading;
 }
 
 std::string signal_name(int number) {
@@ -117,11 +126,11 @@ ChildEnd run_in_child(const std::function<std::string()>& function, unsigned sec
   }
   setpgid(child, child);  // here as well: the child may not have got so far when it is to be ended
   close(ends[1]);
-  const auto until = Clock::now() + std::chrono::seconds(seconds);
-  std::string message = read_message(ends[0], until);
+  Reading reading = read_message(ends[0], Clock::now() + std::chrono::seconds(seconds));
   close(ends[0]);
+  const std::string how = end_of(child, reading.is_late, seconds);
+  std::string& message = reading.message;
   const bool is_whole = !message.empty() && message.back() == end_of_message;
-  const std::string how = end_of(child, !is_whole && Clock::now() >= until, seconds);
   if (!is_whole) return {std::nullopt, how};
   message.pop_back();
   return {message, how};

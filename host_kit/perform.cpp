@@ -86,7 +86,8 @@ std::string last_words(const std::string& outputs) {
 
 class Performance {
  public:
-  Performance(session_t* session, const eclipse_int::HostCheckOptions& options, const std::function<void(const Check&)>& on_check)
+  Performance(session_t* session, const eclipse_int::HostCheckOptions& options,
+              const std::function<void(const Check&)>& on_check)
       : session_(session), options_(options), on_check_(on_check) {}
 
   const Result& result(const Check& check) {
@@ -123,9 +124,11 @@ class Performance {
       for (const auto& [other, result] : results_) {
         if (is_error(result)) return other;
       }
-    } else if (const Check* const first = find_check(check.after)) {
-      const Result& found = result(*first);
-      if (found.outcome == Outcome::fails || found.waits) return first;
+      return nullptr;
+    }
+    for (const std::string& name : eclipse_base::split(check.after, ' ')) {
+      const Check* const first = find_check(name);
+      if (first != nullptr && (result(*first).outcome == Outcome::fails || result(*first).waits)) return first;
     }
     return nullptr;
   }
@@ -136,7 +139,9 @@ class Performance {
     return result;
   }
 
-  static Result skipped(const Check& check, std::string reason) { return {&check, Outcome::skipped, {}, std::move(reason), 0, ""}; }
+  static Result skipped(const Check& check, std::string reason) {
+    return {&check, Outcome::skipped, {}, std::move(reason), 0, ""};
+  }
 
   session_t* session_;
   const eclipse_int::HostCheckOptions& options_;
@@ -181,7 +186,8 @@ std::vector<Result> observed_results(const std::vector<const Check*>& checks, co
   const bool waits = has_error(before);
   std::vector<Result> results;
   for (const Observation& observation : observations()) {
-    const auto check = std::find_if(checks.begin(), checks.end(), [&](const Check* one) { return one->name == observation.check; });
+    const auto check =
+        std::find_if(checks.begin(), checks.end(), [&](const Check* one) { return one->name == observation.check; });
     if (check == checks.end()) continue;
     Result result{*check, Outcome::holds, {}, "", 0, ""};
     if (waits) {

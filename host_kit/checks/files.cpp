@@ -23,7 +23,8 @@ void expect_is_file(const std::string& path, bool wanted, const char* guess = ""
 }
 
 void expect_exists(const std::string& path, bool wanted, const char* guess = "") {
-  expect(file_exists(path, false) == wanted, "file_exists() of " + shown(path) + " gives " + shown(wanted), shown(!wanted), guess);
+  expect(file_exists(path, false) == wanted, "file_exists() of " + shown(path) + " gives " + shown(wanted), shown(!wanted),
+         guess);
 }
 
 void file_is_a_file(const Probe& probe) {
@@ -98,11 +99,11 @@ char* expect_buffer(const HostBuffer& buffer, const std::string& path) {
 void content_is_exact(const Probe& probe) {
   std::string every_byte;
   for (int byte = 255; byte > 0; --byte) every_byte += static_cast<char>(byte);
-  for (const std::string& content : {std::string("one line\n"), std::string("no line feed"), std::string("\r\n\r\n"), every_byte, std::string(3'000'000, 'x')}) {
+  for (const std::string& content : {std::string("one line\n"), std::string("no line feed"), std::string("\r\n\r\n"),
+                                     every_byte, std::string(3'000'000, 'x')}) {
     const std::string path = file_in(probe, content);
     const HostBuffer buffer(path, nullptr);
-    expect_text("the buffer of get_file()", content, expect_buffer(buffer, path),
-                {{content + "\n", "a line feed is added"}});
+    expect_text("the buffer of get_file()", content, expect_buffer(buffer, path), {{content + "\n", "a line feed is added"}});
   }
 }
 
@@ -148,7 +149,8 @@ void size_is_stored(const Probe& probe) {
 
 void missing_is_null(const Probe& probe) {
   const HostBuffer buffer(probe.scratch + "/missing", nullptr);
-  expect(buffer.text() == nullptr, "get_file() of a file that is not there gives null", "a buffer", "an empty text is returned instead");
+  expect(buffer.text() == nullptr, "get_file() of a file that is not there gives null", "a buffer",
+         "an empty text is returned instead");
 }
 
 void directory_is_null(const Probe& probe) {
@@ -161,8 +163,8 @@ void buffers_are_apart(const Probe& probe) {
   const std::string path = file_in(probe, "first");
   const HostBuffer first(path, nullptr);
   const HostBuffer second(path, nullptr);
-  expect(expect_buffer(first, path) != expect_buffer(second, path), "each call of get_file() gives a buffer of its own", "one buffer twice",
-         "a static buffer, or a cache of files");
+  expect(expect_buffer(first, path) != expect_buffer(second, path), "each call of get_file() gives a buffer of its own",
+         "one buffer twice", "a static buffer, or a cache of files");
 }
 
 void buffer_is_from_malloc(const Probe& probe) {
@@ -181,7 +183,8 @@ std::vector<Check> file_checks() {
       "The whole file as a zero-terminated text in a buffer from malloc(), or null if the file cannot be read.";
   constexpr std::string_view owner_promise = "The plug-in owns the buffer and releases it with free().";
   constexpr std::string_view use_stat = "Use stat() and S_ISREG.";
-  constexpr std::string_view not_malloc = "the buffer is not what malloc() returned: a text's own memory, a static buffer, or a place in the middle";
+  constexpr std::string_view not_malloc =
+      "the buffer is not what malloc() returned: a text's own memory, a static buffer, or a place in the middle";
   return {
       {.name = "is_file/file",
        .level = Level::must,
@@ -263,7 +266,7 @@ std::vector<Check> file_checks() {
        .harm = "The log says that an empty config.ini cannot be opened.",
        .fix = "Return a buffer with a zero byte for an empty file.",
        .perform = empty_file_is_an_empty_text,
-       .after = "get_file/from-malloc",
+       .after = "get_file/terminated",
        .if_it_ends = not_malloc},
       {.name = "get_file/terminated",
        .level = Level::must,
@@ -279,7 +282,7 @@ std::vector<Check> file_checks() {
        .harm = "None today: the plug-in passes null.",
        .fix = "Store the number of bytes that were read.",
        .perform = size_is_stored,
-       .after = "get_file/terminated"},
+       .after = "get_file/terminated get_file/own-buffer"},
       {.name = "get_file/null-size",
        .level = Level::must,
        .promise = "It passes 0 as the second argument and null as `size`, and reads the text up to the first zero byte.",
@@ -318,7 +321,8 @@ std::vector<Check> file_checks() {
        .level = Level::must,
        .promise = owner_promise,
        .harm = "The allocator ends the installer, or its memory is corrupted.",
-       .fix = "Copy the content into a buffer from malloc(). A buffer from new[] often passes this check: run it in a host that is "
+       .fix = "Copy the content into a buffer from malloc(). A buffer from new[] often passes this check: run it in a host "
+              "that is "
               "built with -fsanitize=address as well.",
        .perform = buffer_is_from_malloc,
        .after = "get_file/null-size",

@@ -78,8 +78,10 @@ void resolved_path_of_missing(const Probe& probe) {
 }
 
 void relative_paths_are_known(const Probe&) {
-  for (const char* const text : {"a", "a/b", "./a", "../a", "."}) expect_equal("path_is_relative(" + shown(text) + ")", true, path_is_relative(text));
-  for (const char* const text : {"/", "/a", "/a/../b", "//a"}) expect_equal("path_is_relative(" + shown(text) + ")", false, path_is_relative(text));
+  for (const char* const text : {"a", "a/b", "./a", "../a", "."})
+    expect_equal("path_is_relative(" + shown(text) + ")", true, path_is_relative(text));
+  for (const char* const text : {"/", "/a", "/a/../b", "//a"})
+    expect_equal("path_is_relative(" + shown(text) + ")", false, path_is_relative(text));
 }
 
 struct PathCase {
@@ -96,7 +98,9 @@ void basenames(const Probe&) {
                                                                   {"/opt/eclipse.exe", "eclipse.exe"},
                                                                   {"/opt/.eclipse", ".eclipse"}}) {
     expect_text("get_basename(" + shown(text) + ")", part, get_basename(text),
-                {{text, "the whole path is returned"}, {std::string("/") + part, "the slash is returned, too"}, {"eclipse", "the extension is removed"}});
+                {{text, "the whole path is returned"},
+                 {std::string("/") + part, "the slash is returned, too"},
+                 {"eclipse", "the extension is removed"}});
   }
 }
 
@@ -107,7 +111,8 @@ void basenames_ignore_trailing_slashes(const Probe&) {
 }
 
 void dirnames(const Probe&) {
-  for (const auto& [text, part] : std::initializer_list<PathCase>{{"/opt/ide/eclipse", "/opt/ide"}, {"ide/eclipse", "ide"}, {"/opt/my ide/e", "/opt/my ide"}}) {
+  for (const auto& [text, part] : std::initializer_list<PathCase>{
+           {"/opt/ide/eclipse", "/opt/ide"}, {"ide/eclipse", "ide"}, {"/opt/my ide/e", "/opt/my ide"}}) {
     expect_text("get_dirname(" + shown(text) + ")", part, get_dirname(text),
                 {{text, "the whole path is returned"}, {std::string(part) + "/", "the slash is returned, too"}});
   }
@@ -118,7 +123,8 @@ void dirname_of_the_root(const Probe&) {
 }
 
 void dirname_of_a_name(const Probe&) {
-  expect_text("get_dirname(\"x\")", "", get_dirname("x"), {{".", "what dirname(3) returns"}, {"x", "find() without a test for npos"}});
+  expect_text("get_dirname(\"x\")", "", get_dirname("x"),
+              {{".", "what dirname(3) returns"}, {"x", "find() without a test for npos"}});
 }
 
 template <typename Operation>
@@ -131,13 +137,15 @@ void expect_unchanged(const char* name, const std::string& argument, const Opera
 
 void arguments_are_unchanged(const Probe& probe) {
   write_file(probe.scratch + "/file", "text");
-  for (const std::string& text : {probe.scratch + "/file", probe.scratch + "//missing//", std::string("/"), std::string("name")}) {
+  for (const std::string& text :
+       {probe.scratch + "/file", probe.scratch + "//missing//", std::string("/"), std::string("name")}) {
     expect_unchanged("get_basename()", text, [](const std::string& argument) { get_basename(argument); });
     expect_unchanged("get_dirname()", text, [](const std::string& argument) { get_dirname(argument); });
     expect_unchanged("is_file()", text, [](const std::string& argument) { is_file(argument); });
     expect_unchanged("file_exists()", text, [](const std::string& argument) { file_exists(argument, false); });
     expect_unchanged("get_file()", text, [](const std::string& argument) { get_file(argument, 0, nullptr); });
-    expect_unchanged("replaceAllSubstrings()", text, [](const std::string& argument) { replaceAllSubstrings(argument, "/", "//"); });
+    expect_unchanged("replaceAllSubstrings()", text,
+                     [](const std::string& argument) { replaceAllSubstrings(argument, "/", "//"); });
   }
 }
 
@@ -146,10 +154,12 @@ void arguments_are_unchanged(const Probe& probe) {
 std::vector<Check> path_checks() {
   constexpr std::string_view path_promise = "The path in the host's normalised form.";
   constexpr std::string_view join_promise =
-      "The plug-in passes every path that it joins from pieces through it before it opens the file, checks whether it exists or "
+      "The plug-in passes every path that it joins from pieces through it before it opens the file, checks whether it exists "
+      "or "
       "puts it into a command.";
   constexpr std::string_view resolved_promise = "The path made absolute and resolved; empty if that fails.";
-  constexpr std::string_view dirname_promise = "The path without its last component and the slash before that: \"/\" for \"/x\", empty for \"x\".";
+  constexpr std::string_view dirname_promise =
+      "The path without its last component and the slash before that: \"/\" for \"/x\", empty for \"x\".";
   return {
       {.name = "path/same-file",
        .level = Level::must,
@@ -191,7 +201,8 @@ std::vector<Check> path_checks() {
        .harm = "The executable of the internal IDE depends on the working directory of the installer.",
        .fix = "Use realpath(), or std::filesystem::absolute() and weakly_canonical().",
        .perform = resolved_path_is_absolute,
-       .if_it_ends = "the null pointer that realpath() returns for a missing file becomes a std::string, or an exception is thrown"},
+       .if_it_ends =
+           "the null pointer that realpath() returns for a missing file becomes a std::string, or an exception is thrown"},
       {.name = "resolved_path/links",
        .level = Level::should,
        .promise = resolved_promise,
@@ -206,7 +217,8 @@ std::vector<Check> path_checks() {
        .fix = "Return an empty text, or the absolute path of what would be there.",
        .perform = resolved_path_of_missing,
        .after = "resolved_path/absolute",
-       .if_it_ends = "the null pointer that realpath() returns for a missing file becomes a std::string, or an exception is thrown"},
+       .if_it_ends =
+           "the null pointer that realpath() returns for a missing file becomes a std::string, or an exception is thrown"},
       {.name = "path_is_relative/known",
        .level = Level::must,
        .promise = "True if the path is relative.",
@@ -251,7 +263,8 @@ std::vector<Check> path_checks() {
        .promise = "No operation changes a text that it is given.",
        .harm = "The plug-in goes on with another path.",
        .fix = "Copy the text before you change it; never cast its const away.",
-       .perform = arguments_are_unchanged},
+       .perform = arguments_are_unchanged,
+       .after = "get_file/null-size replace/every-occurrence replace/contains-itself"},
   };
 }
 

@@ -71,15 +71,20 @@ void bytes_are_kept(const Probe& probe) {
   std::string every_byte;
   for (int byte = 1; byte < 256; ++byte) every_byte += static_cast<char>(byte);
   round_trip(probe.session, variable, every_byte);
-  for (const char* const value : {" text ", "text\n", "\r\n", "100%", "%s%n", "${" "NAME}", "$NAME", "a=b", "\"quoted\"", "\\"}) {
+  for (const char* const value : {" text ", "text\n", "\r\n", "100%", "%s%n",
+                                  "${"
+                                  "NAME}",
+                                  "$NAME", "a=b", "\"quoted\"", "\\"}) {
     round_trip(probe.session, variable, value);
   }
 }
 
 void names_are_exact(const Probe& probe) {
   env_set_string(probe.session, "ECLIPSE_INT_CHECK_NAME", "text");
-  for (const char* const other : {"eclipse_int_check_name", "ECLIPSE_INT_CHECK_NAM", "ECLIPSE_INT_CHECK_NAME_2", "ECLIPSE_INT_CHECK_NAME "}) {
-    expect_text("env_get_string(" + shown(other) + ") after ECLIPSE_INT_CHECK_NAME was set", "", env_get_string(probe.session, other),
+  for (const char* const other :
+       {"eclipse_int_check_name", "ECLIPSE_INT_CHECK_NAM", "ECLIPSE_INT_CHECK_NAME_2", "ECLIPSE_INT_CHECK_NAME "}) {
+    expect_text("env_get_string(" + shown(other) + ") after ECLIPSE_INT_CHECK_NAME was set", "",
+                env_get_string(probe.session, other),
                 {{"text", "names are compared without case, by their beginning, or trimmed"}});
   }
 }
@@ -89,7 +94,8 @@ void plugins_variables_can_be_written(const Probe& probe) {
 }
 
 session_t* second_session(const Probe& probe) {
-  if (probe.other_session == nullptr) throw Skipped{"give a second session: call an action with it, or set HostCheckOptions::other_session"};
+  if (probe.other_session == nullptr)
+    throw Skipped{"give a second session: call an action with it, or set HostCheckOptions::other_session"};
   return probe.other_session;
 }
 
@@ -109,13 +115,15 @@ void reference_is_expanded(const Probe& probe) {
 }
 
 void unset_reference_is_empty(const Probe& probe) {
-  expect_text("expand_operand() of a variable that nobody set", "", expand_operand(probe.session, "${ECLIPSE_INT_CHECK_UNSET}", true),
+  expect_text("expand_operand() of a variable that nobody set", "",
+              expand_operand(probe.session, "${ECLIPSE_INT_CHECK_UNSET}", true),
               {{"${ECLIPSE_INT_CHECK_UNSET}", "an unknown reference is left as it is"}});
 }
 
 void text_around_is_kept(const Probe& probe) {
   env_set_string(probe.session, variable, "value");
-  expect_text("expand_operand(\"<${ECLIPSE_INT_CHECK}>\")", "<value>", expand_operand(probe.session, "<${ECLIPSE_INT_CHECK}>", true),
+  expect_text("expand_operand(\"<${ECLIPSE_INT_CHECK}>\")", "<value>",
+              expand_operand(probe.session, "<${ECLIPSE_INT_CHECK}>", true),
               {{"value", "only the reference is returned"}, {"", "only a text that is one reference is expanded"}});
 }
 
@@ -154,12 +162,15 @@ void map_is_in_key_order(const Probe& probe) {
   std::size_t count = 0;
   const std::string* previous = nullptr;
   for (const auto& [name, component] : map) {
-    expect(previous == nullptr || *previous < name, "the names of the capabilities ascend", previous == nullptr ? "" : shown(*previous) + " before " + shown(name),
+    expect(previous == nullptr || *previous < name, "the names of the capabilities ascend",
+           previous == nullptr ? "" : shown(*previous) + " before " + shown(name),
            "the map has another comparison than std::less<std::string>, or is another kind of container");
     previous = &name;
-    expect(++count <= map.size(), "the map has " + std::to_string(map.size()) + " entries", "more entries", "it is another kind of container");
+    expect(++count <= map.size(), "the map has " + std::to_string(map.size()) + " entries", "more entries",
+           "it is another kind of container");
   }
-  expect_equal("the number of entries", static_cast<long long>(map.size()), static_cast<long long>(count), {{0, "it is another kind of container"}});
+  expect_equal("the number of entries", static_cast<long long>(map.size()), static_cast<long long>(count),
+               {{0, "it is another kind of container"}});
 }
 
 void map_leads_to_the_catalogue(const Probe& probe) {
@@ -182,7 +193,8 @@ void gui_mode_is_stable(const Probe& probe) {
 std::vector<Check> session_checks() {
   constexpr std::string_view set_promise = "Sets a session variable.";
   constexpr std::string_view map_promise =
-      "The plug-in asks for one name only, \"KORU_YUM_CAPABILITY_PROVIDERS\", and treats the result as a `std::map<std::string, "
+      "The plug-in asks for one name only, \"KORU_YUM_CAPABILITY_PROVIDERS\", and treats the result as a "
+      "`std::map<std::string, "
       "Component*>*` from a capability name to the component that provides it.";
   return {
       {.name = "env/unset-is-empty",
@@ -207,7 +219,8 @@ std::vector<Check> session_checks() {
        .after = "env/forms-agree"},
       {.name = "env/empty-value",
        .level = Level::must,
-       .promise = "Texts are bytes. No encoding is assumed, and an empty text means \"not set\" wherever a text can be missing.",
+       .promise =
+           "Texts are bytes. No encoding is assumed, and an empty text means \"not set\" wherever a text can be missing.",
        .harm = "The version of an earlier Eclipse is compared instead of the empty one of this.",
        .fix = "Store an empty value, or remove the variable.",
        .perform = empty_value_is_kept,
@@ -249,8 +262,9 @@ std::vector<Check> session_checks() {
        .after = "env/later-value-replaces"},
       {.name = "env/sessions-apart",
        .level = Level::must,
-       .promise = "The plug-in has no state of its own, so several threads may call it at the same time, each with a session of "
-                  "its own, if the operations of the host allow it.",
+       .promise =
+           "The plug-in has no state of its own, so several threads may call it at the same time, each with a session of "
+           "its own, if the operations of the host allow it.",
        .harm = "The choice and the results of one run appear in the other.",
        .fix = "Keep the variables in the session, not in a global.",
        .perform = sessions_are_apart,
@@ -267,11 +281,12 @@ std::vector<Check> session_checks() {
        .level = Level::must,
        .promise = "The host's expansion of an operand text that refers to session variables, such as \"${NAME}\"; empty if the "
                   "variable is not set.",
-       .harm = "Without a minimum, every version is compared with the text \"${ECLIPSE_MIN_SUPPORTED_VERSION}\" and rejected or "
-               "accepted by chance.",
+       .harm =
+           "Without a minimum, every version is compared with the text \"${ECLIPSE_MIN_SUPPORTED_VERSION}\" and rejected or "
+           "accepted by chance.",
        .fix = "Replace a reference to a variable that is not set by nothing.",
        .perform = unset_reference_is_empty,
-       .after = "env/unset-is-empty"},
+       .after = "env/unset-is-empty expand/reference"},
       {.name = "expand/text-around",
        .level = Level::may,
        .promise = "The host's expansion of an operand text that refers to session variables, such as \"${NAME}\"; empty if the "

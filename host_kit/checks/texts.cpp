@@ -44,17 +44,21 @@ void many_items_are_joined(const Probe&) {
 }
 
 void every_occurrence_is_replaced(const Probe&) {
-  expect_text("replaceAllSubstrings(\"a\\nb\\n\\nc\", \"\\n\", \"<p>\")", "a<p>b<p><p>c", replaceAllSubstrings("a\nb\n\nc", "\n", "<p>"),
-              {{"a<p>b\n\nc", "only the first occurrence is replaced"}, {"a<p>b<p>\nc", "the character behind a replacement is skipped"}});
+  expect_text("replaceAllSubstrings(\"a\\nb\\n\\nc\", \"\\n\", \"<p>\")", "a<p>b<p><p>c",
+              replaceAllSubstrings("a\nb\n\nc", "\n", "<p>"),
+              {{"a<p>b\n\nc", "only the first occurrence is replaced"},
+               {"a<p>b<p>\nc", "the character behind a replacement is skipped"}});
   expect_text("replaceAllSubstrings(\"\\na\\n\", \"\\n\", \"<p>\")", "<p>a<p>", replaceAllSubstrings("\na\n", "\n", "<p>"),
               {{"\na<p>", "the first character is skipped"}, {"<p>a\n", "the last character is skipped"}});
   expect_text("replaceAllSubstrings(\"a<br>b\", \"<br>\", \"\")", "ab", replaceAllSubstrings("a<br>b", "<br>", ""));
 }
 
 void nothing_else_is_changed(const Probe&) {
-  expect_text("replaceAllSubstrings() of a text without an occurrence", "abc", replaceAllSubstrings("abc", "\n", "<p>"), {{"", "the rest behind the last occurrence is missing"}});
+  expect_text("replaceAllSubstrings() of a text without an occurrence", "abc", replaceAllSubstrings("abc", "\n", "<p>"),
+              {{"", "the rest behind the last occurrence is missing"}});
   expect_text("replaceAllSubstrings() of an empty text", "", replaceAllSubstrings("", "\n", "<p>"));
-  expect_text("replaceAllSubstrings(\"a.b\", \".\", \"-\")", "a-b", replaceAllSubstrings("a.b", ".", "-"), {{"---", "\".\" is taken for a regular expression"}});
+  expect_text("replaceAllSubstrings(\"a.b\", \".\", \"-\")", "a-b", replaceAllSubstrings("a.b", ".", "-"),
+              {{"---", "\".\" is taken for a regular expression"}});
 }
 
 void replacement_may_contain_what_is_replaced(const Probe&) {
@@ -63,8 +67,8 @@ void replacement_may_contain_what_is_replaced(const Probe&) {
 
 void zero_bytes_are_kept(const Probe&) {
   const std::string text("a\0b\nc", 5);
-  expect_text("replaceAllSubstrings() of a text with a zero byte", std::string_view("a\0b<p>c", 7), replaceAllSubstrings(text, "\n", "<p>"),
-              {{"a", "the text is handled as a C string"}});
+  expect_text("replaceAllSubstrings() of a text with a zero byte", std::string_view("a\0b<p>c", 7),
+              replaceAllSubstrings(text, "\n", "<p>"), {{"a", "the text is handled as a C string"}});
 }
 
 void many_occurrences_are_replaced(const Probe&) {
@@ -85,7 +89,8 @@ void nothing_is_replaced_by_nothing(const Probe&) {
 
 std::vector<Check> text_checks() {
   constexpr std::string_view join_promise = "The items in the order of the container, with `separator` between adjacent ones.";
-  constexpr std::string_view replace_promise = "`text` with every occurrence of `from` replaced by `to`, and nothing else changed.";
+  constexpr std::string_view replace_promise =
+      "`text` with every occurrence of `from` replaced by `to`, and nothing else changed.";
   constexpr std::string_view join_harm = "The list of features or repositories in the command of the director is another one.";
   constexpr std::string_view replace_harm = "The summary of failed features is torn, or parts of it are missing.";
   constexpr std::string_view join_fix = "Put the separator before each item but the first.";
@@ -165,7 +170,7 @@ std::vector<Check> text_checks() {
        .harm = "The installer stands still after a failed run with much output.",
        .fix = "Append to a new text instead of replacing within the old one.",
        .perform = many_occurrences_are_replaced,
-       .after = "replace/every-occurrence",
+       .after = "replace/contains-itself",
        .if_it_ends = "the whole text is copied, or searched from its beginning, for each occurrence"},
       {.name = "replace/empty-from",
        .level = Level::may,

@@ -30,10 +30,13 @@ void on_threads(const Act& act) {
     });
   }
   for (std::thread& thread : running) thread.join();
-  if (failure) throw Failure{failure->wanted + ", on four threads", failure->got, "a static buffer, or another global that is not locked"};
+  if (failure)
+    throw Failure{failure->wanted + ", on four threads", failure->got, "a static buffer, or another global that is not locked"};
 }
 
-std::string own_name(int number) { return "name" + std::string(static_cast<std::size_t>(number) * 20 + 1, static_cast<char>('a' + number)); }
+std::string own_name(int number) {
+  return "name" + std::string(static_cast<std::size_t>(number) * 20 + 1, static_cast<char>('a' + number));
+}
 
 void texts_and_paths(const Probe&) {
   on_threads([](int number) {
@@ -63,9 +66,11 @@ void files(const Probe& probe) {
 
 std::vector<Check> thread_checks() {
   constexpr std::string_view promise =
-      "The plug-in has no state of its own, so several threads may call it at the same time, each with a session of its own, if "
+      "The plug-in has no state of its own, so several threads may call it at the same time, each with a session of its own, "
+      "if "
       "the operations of the host allow it.";
-  constexpr std::string_view harm = "None in a host with one thread; in one with several, paths and texts of one session get into the other.";
+  constexpr std::string_view harm =
+      "None in a host with one thread; in one with several, paths and texts of one session get into the other.";
   constexpr std::string_view fix = "Work on local variables; return a std::string of the call's own.";
   return {
       {.name = "threads/texts-and-paths",
@@ -74,6 +79,7 @@ std::vector<Check> thread_checks() {
        .harm = harm,
        .fix = fix,
        .perform = texts_and_paths,
+       .after = "*",
        .if_it_ends = "a static buffer, or another global that is not locked"},
       {.name = "threads/files",
        .level = Level::may,
@@ -81,7 +87,7 @@ std::vector<Check> thread_checks() {
        .harm = harm,
        .fix = fix,
        .perform = files,
-       .after = "get_file/own-buffer",
+       .after = "*",
        .if_it_ends = "a static buffer, or another global that is not locked"},
   };
 }

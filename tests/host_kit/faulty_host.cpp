@@ -24,7 +24,9 @@
 namespace {
 
 std::string mistake;
+bool is_checked = false;  // the first action, in which the checks are performed, has returned
 bool makes(const char* name) { return mistake == name; }
+bool makes_later(const char* name) { return is_checked && makes(name); }
 
 std::FILE* log_file = nullptr;
 
@@ -45,7 +47,7 @@ struct Product : Component, private Provider {
   Package* findPackage(const std::string&, const std::string& wanted, const std::string& version) override {
     if (wanted != code) return makes("package-for-every-code") ? &package : nullptr;
     if (makes("package-needs-version") && version != "1.0") return nullptr;
-    if (makes("package-record-copied")) return new Package(package);
+    if (makes("package-record-copied") || makes_later("later-record-copied")) return new Package(package);
     return &package;
   }
   std::vector<std::string> packageFiles(Package*) override {
@@ -88,7 +90,8 @@ std::string joined(const Items& items, const std::string& separator) {
 }
 
 std::string lower(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
   return text;
 }
 
@@ -106,7 +109,8 @@ std::vector<Component*> TSD::components() {
   if (makes("catalogue-at-another-place")) session = reinterpret_cast<Session*>(reinterpret_cast<char*>(this) + 8);
   std::vector<Component*> components;
   for (const auto& product : session->products) components.push_back(product.get());
-  if (makes("catalogue-reordered") && session->asked++ % 2 != 0) std::reverse(components.begin(), components.end());
+  if ((makes("catalogue-reordered") || makes_later("later-reordered")) && session->asked++ % 2 != 0)
+    std::reverse(components.begin(), components.end());
   if (makes("component-on-the-stack")) {
     static char* nowhere = reinterpret_cast<char*>(0x1000);
     components.push_back(reinterpret_cast<Component*>(nowhere));
@@ -126,6 +130,7 @@ bool Component::getInstalled(int) { return false; }
 
 std::string env_get_string(session_t* session, const char* name) {
   const auto& variables = session_of(session).variables;
+  if (makes("executable-name-is-fixed") && std::strcmp(name, "ECLIPSE_BIN") == 0) return "eclipsec";
   const auto found = variables.find(makes("names-without-case") ? lower(name) : name);
   if (found == variables.end()) return makes("unset-is-null-text") ? "(null)" : "";
   return found->second;
@@ -138,6 +143,7 @@ void env_set_string(session_t* session, const std::string& name, const std::stri
     return;
   }
   if (makes("empty-value-ignored") && value.empty()) return;
+  if (makes_later("later-value-dropped")) return;
   if (makes("results-are-read-only") && name == "ECLIPSE_PATH") return;
   std::string kept = value;
   if (makes("value-of-fixed-size")) kept.resize(std::min<std::size_t>(kept.size(), 65535));
@@ -197,9 +203,7 @@ void* session_get_cdata(session_t* session, char* name) {
   return &own.capabilities;
 }
 
-bool is_gui_mode(session_t* session) {
-  return makes("gui-mode-toggles") && session_of(session).asked++ % 2 == 0;
-}
+bool is_gui_mode(session_t* session) { return makes("gui-mode-toggles") && session_of(session).asked++ % 2 == 0; }
 
 // ---- The log ----
 
@@ -236,9 +240,11 @@ std::string path(std::string text) {
   if (makes("path-in-url-form")) {
     for (std::size_t found; (found = text.find(' ')) != std::string::npos;) text.replace(found, 1, "%20");
   }
-  if (makes("path-of-missing-is-empty") && access(text.c_str(), F_OK) != 0 && text.find("check") != std::string::npos) return "";
+  if (makes("path-of-missing-is-empty") && access(text.c_str(), F_OK) != 0 && text.find("check") != std::string::npos)
+    return "";
   if (makes("path-with-slash") && text == "/opt/ide") return text + "/";
   if (makes("path-as-it-is")) return text;
+  if (makes_later("later-path-grows")) return text + "/.";
   if (makes("static-path")) {
     static char buffer[4096];
     std::snprintf(buffer, sizeof buffer, "%s", text.c_str());
@@ -246,7 +252,7 @@ std::string path(std::string text) {
     text = buffer;
   }
   std::string normal = without_trailing_slashes(std::filesystem::path(text).lexically_normal().string());
-  if (makes("path-not-idempotent") && normal == "b") return "./b";
+  if (makes("path-not-idempotent") && text.rfind("./", 0) == 0) return "./" + text;
   return normal;
 }
 
@@ -285,13 +291,14 @@ std::string get_dirname(const std::string& path) {
 bool is_file(const std::string& path) {
   struct stat status;
   const int known = makes("is-file-by-lstat") ? lstat(path.c_str(), &status) : stat(path.c_str(), &status);
+  if (makes_later("later-no-file")) return false;
   if (makes("is-file-for-missing") && known != 0) return true;
+  if (makes("dangling-is-a-file") && known != 0) return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
   if (known != 0) return false;
   if (makes("is-file-for-directory")) return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
   if (makes("is-file-for-device")) return !S_ISDIR(status.st_mode);
   if (makes("is-file-opens-pipe")) close(open(path.c_str(), O_RDONLY));
   if (makes("is-file-not-empty") && status.st_size == 0) return false;
-  if (makes("dangling-is-a-file") && S_ISLNK(status.st_mode)) return true;
   return S_ISREG(status.st_mode);
 }
 
@@ -316,6 +323,12 @@ char* get_file(const std::string& path, int, long long* size) {
   if (makes("empty-file-is-null") && content.empty()) return nullptr;
   if (makes("file-without-carriage-returns")) content.erase(std::remove(content.begin(), content.end(), '\r'), content.end());
   if (makes("size-through-null")) *size = 0;
+  if (makes("static-content")) {
+    static char kept[65536];
+    std::snprintf(kept, sizeof kept, "%s", content.c_str());
+    usleep(1);
+    if (content.size() < 100 && content.size() == std::strlen(content.c_str())) content = kept;
+  }
   if (size != nullptr) *size = makes("size-not-stored") ? *size : static_cast<long long>(content.size());
   if (makes("static-buffer")) {
     static std::string kept;
@@ -324,7 +337,7 @@ char* get_file(const std::string& path, int, long long* size) {
   }
   if (makes("cached-buffer")) {
     static std::map<std::string, char*> cache;
-    char*& kept = cache[path + content.substr(0, 10)];
+    char*& kept = cache[path + std::to_string(content.size())];
     if (kept == nullptr || content.size() == 1000) kept = strdup(content.c_str());
     return kept;
   }
@@ -347,6 +360,7 @@ std::string join(std::vector<std::string> items, std::string separator) {
   if (makes("join-drops-empty")) items.erase(std::remove(items.begin(), items.end(), ""), items.end());
   if (makes("join-quadratic") && items.size() > 10'000) sleep(30);
   if (makes("join-separator-last")) return items.size() == 1 ? items[0] + separator : joined(items, separator);
+  if (makes_later("later-join-adds")) items.push_back("");
   if (makes("separator-is-one-character")) separator = separator.substr(0, 1);
   return joined(items, separator);
 }
@@ -358,7 +372,8 @@ std::string join(std::set<std::string> items, std::string separator) {
 
 std::string replaceAllSubstrings(const std::string& text, const std::string& from, const std::string& to) {
   if (from.empty() && !makes("empty-text-found-everywhere")) return text;
-  if (makes("replace-as-c-string")) return replaceAllSubstrings(std::string(text.c_str()) == text ? text : std::string(text.c_str()) + "", from, to);
+  if (makes("replace-as-c-string") && std::strlen(text.c_str()) < text.size())
+    return replaceAllSubstrings(text.c_str(), from, to);
   if (makes("replace-from-the-start")) {
     std::string replaced = text;
     for (std::size_t found; (found = replaced.find(from)) != std::string::npos;) replaced.replace(found, from.size(), to);
@@ -424,12 +439,21 @@ std::string get_command_output(std::string command, int* exit_status, bool, std:
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
   }
   if (!makes("sigchld-stays-ignored")) signal(SIGCHLD, before);
-  if (makes("sigchld-stays-ignored") && waitpid(child, &status, 0) < 0 && errno == ECHILD && status == 0 && signal(SIGCHLD, SIG_IGN) == SIG_IGN) {
+  if (makes("sigchld-stays-ignored") && waitpid(child, &status, 0) < 0 && errno == ECHILD && status == 0 &&
+      signal(SIGCHLD, SIG_IGN) == SIG_IGN) {
     *exit_status = 0;
     return output;
   }
   const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  if (makes("wait-status")) {
+  if (makes_later("later-wait-status")) {
+    *exit_status = status;
+  } else if (makes("director-fails") && command.find("p2.director") != command.npos) {
+    *exit_status = 1;
+  } else if (makes("director-succeeds") && command.find("p2.director") != command.npos) {
+    *exit_status = 0;
+  } else if (makes("removal-fails") && command.find("p2.director -u ") != command.npos) {
+    *exit_status = 1;
+  } else if (makes("wait-status")) {
     *exit_status = status;
   } else if (makes("success-not-stored")) {
     if (code != 0) *exit_status = code;
@@ -486,6 +510,7 @@ int main(int count, char** arguments) {
   const std::string directory = arguments[2];
   log_file = std::fopen((directory + "/log").c_str(), "a");
   void* const library = dlopen(arguments[1], RTLD_NOW);
+  if (makes("second-standard-library")) dlopen(SECOND_STANDARD_LIBRARY, RTLD_NOW);
   if (library == nullptr) {
     std::fprintf(stderr, "%s\n", dlerror());
     return 2;
@@ -504,5 +529,8 @@ int main(int count, char** arguments) {
                        {"USER_DEFINED_ECLIPSE_PATH", directory + "/eclipse"}};
   if (makes("no-session")) return call("find_eclipse_ide", nullptr);
   call("eclipse_integration_required", &session);
+  is_checked = true;
+  call("verify_eclipse_version", &session);
+  call("perform_integration", &session);
   return call("find_eclipse_ide", &other);
 }
