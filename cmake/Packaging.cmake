@@ -28,6 +28,7 @@ if(ECLIPSE_INT_BUILD_COMMAND)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema/ DESTINATION ${CMAKE_INSTALL_DATADIR}/eclipse-int)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int-descriptor.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int-host.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7)
   install(FILES ${PROJECT_SOURCE_DIR}/command/completion/eclipse-int DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
   # Links in these documents lead only to what is installed beside them.
   install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
