@@ -63,7 +63,7 @@ struct CheckHostOptions {
 /// The library that checks a host: where a build or an installation puts it.
 std::filesystem::path checking_library() {
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-  const std::filesystem::path installed = program / eclipse_host::installed_library_directory / "eclipse_int";
+  const std::filesystem::path installed = program / eclipse_host::installed_library_directory;
   for (const std::filesystem::path& directory : {program, installed}) {
     const auto library = (directory / "host_kit" / "libeclipse_int.so").lexically_normal();
     if (std::filesystem::exists(library)) return library;
