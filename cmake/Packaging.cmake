@@ -4,9 +4,10 @@ include(CMakePackageConfigHelpers)
 set(ECLIPSE_INT_CMAKE_DIRECTORY ${CMAKE_INSTALL_LIBDIR}/cmake/eclipse_int)
 
 install(TARGETS eclipse_int eclipse_int_headers EXPORT eclipse_int
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/eclipse_int DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT eclipse_int NAMESPACE eclipse_int:: FILE eclipse_int-targets.cmake DESTINATION ${ECLIPSE_INT_CMAKE_DIRECTORY})
+  LIBRARY DESTINATION ${ECLIPSE_INT_PLUGIN_DIRECTORY} COMPONENT library)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/eclipse_int DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(EXPORT eclipse_int NAMESPACE eclipse_int:: FILE eclipse_int-targets.cmake DESTINATION ${ECLIPSE_INT_CMAKE_DIRECTORY}
+  COMPONENT development)
 configure_package_config_file(cmake/eclipse_int-config.cmake.in ${PROJECT_BINARY_DIR}/generated/eclipse_int-config.cmake
   INSTALL_DESTINATION ${ECLIPSE_INT_CMAKE_DIRECTORY} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/generated/eclipse_int-config-version.cmake
@@ -14,17 +15,27 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/generated/eclipse_int-con
 install(FILES
   ${PROJECT_BINARY_DIR}/generated/eclipse_int-config.cmake
   ${PROJECT_BINARY_DIR}/generated/eclipse_int-config-version.cmake
-  DESTINATION ${ECLIPSE_INT_CMAKE_DIRECTORY})
+  DESTINATION ${ECLIPSE_INT_CMAKE_DIRECTORY} COMPONENT development)
+
+if(TARGET eclipse_int_host_check)
+  install(TARGETS eclipse_int_host_check EXPORT eclipse_int ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+  install(TARGETS eclipse_int_checking_plugin LIBRARY DESTINATION ${ECLIPSE_INT_PLUGIN_DIRECTORY}/host_kit COMPONENT command)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/host_kit/include/eclipse_int DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/eclipse_int-host-checks.cmake DESTINATION ${ECLIPSE_INT_CMAKE_DIRECTORY}
+    COMPONENT development)
+endif()
 
 if(ECLIPSE_INT_BUILD_COMMAND)
-  install(TARGETS eclipse-int RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema/ DESTINATION ${CMAKE_INSTALL_DATADIR}/eclipse-int)
-  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int-descriptor.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
-  install(FILES ${PROJECT_SOURCE_DIR}/command/completion/eclipse-int DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(TARGETS eclipse-int RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT command)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema/ DESTINATION ${CMAKE_INSTALL_DATADIR}/eclipse-int COMPONENT command)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT command)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int-descriptor.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT command)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int-host.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7 COMPONENT development)
+  install(FILES ${PROJECT_SOURCE_DIR}/command/completion/eclipse-int DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    COMPONENT command)
   # Links in these documents lead only to what is installed beside them.
-  install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT command)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT command
     PATTERN docs/man EXCLUDE)
 endif()
 
@@ -35,6 +46,27 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION admin)
+# One Debian package for each component, and one archive of all.
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_GROUPING IGNORE)
+set(CPACK_COMPONENTS_ALL library development)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libeclipse-int)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "${PROJECT_DESCRIPTION}
+ The plug-in, which an installer host loads.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libeclipse-int-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libeclipse-int (= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "${PROJECT_DESCRIPTION} (development)
+ Headers, CMake package and checks for an installer host.")
+if(ECLIPSE_INT_BUILD_COMMAND)
+  list(APPEND CPACK_COMPONENTS_ALL command)
+  set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME eclipse-int)
+  set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION admin)
+  set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "libeclipse-int (= ${PROJECT_VERSION})")
+  set(CPACK_COMPONENT_COMMAND_DESCRIPTION "Runs, previews and verifies installations of Eclipse features
+ A stand-alone host for the plug-in, which also finds mistakes in its input and checks
+ other hosts.")
+endif()
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 include(CPack)

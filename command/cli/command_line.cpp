@@ -80,6 +80,7 @@ int perform(CLI::App& program, int argc, const char* const* argv) {
   subcommands.push_back(add_repair(program));
   subcommands.push_back(add_lint(program));
   subcommands.push_back(add_explain(program));
+  subcommands.push_back(add_check_host(program));
   subcommands.push_back(add_list(program));
   subcommands.push_back(add_new(program));
   subcommands.push_back(add_help(program));

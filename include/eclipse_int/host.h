@@ -14,6 +14,7 @@
 //   C++ standard library and ABI, and must use the same allocator. A host built for the old string ABI does not have the
 //   operations under the names that the plug-in looks for.
 // - Texts are bytes. No encoding is assumed, and an empty text means "not set" wherever a text can be missing.
+// - No operation changes a text that it is given.
 // - What a host returns by pointer still belongs to the host: the plug-in never frees it and keeps no pointer after the action
 //   returns. The only exception is the buffer of get_file().
 // - What is returned by value belongs to the plug-in.
@@ -110,7 +111,7 @@ struct session_t {
 /// The value of a session variable, empty if it is not set.
 std::string env_get_string(session_t* session, const char* name);
 
-/// Sets a session variable. The host copies both texts before it returns.
+/// Sets a session variable. The host copies both texts before it returns. Names are compared byte by byte.
 void env_set_string(session_t* session, const char* name, const char* value);
 void env_set_string(session_t* session, const std::string& name, const std::string& value);
 
@@ -178,17 +179,18 @@ std::string replaceAllSubstrings(const std::string& text, const std::string& fro
 // ---- Commands ----------------------------------------------------------------------------------------------------------
 
 /// Runs a command line through the shell, waits until it ends, stores its exit code in `exit_status` (the code itself, not
-/// what wait() stores) and returns what it printed to standard output.
-/// The command line contains redirections, and its parts (the executable's path, features, repositories) are not quoted, except
-/// for the URLs of archives: the shell interprets its metacharacters in them.
-/// The plug-in treats every code but 0 as a failure and learns nothing else about how a command ended. So a command that was
-/// killed or could not be started must not store 0. As shells do, store 128 plus the number of the signal, and 127 or 126.
-/// If a descriptor has a zero byte in a column, the command has one, too. Cut off there, it would be another command, which
-/// might well succeed; treat it as a command that could not be started.
-/// The plug-in passes the same `exit_status` to every command of a run, so if a host stores nothing there, the code of the
-/// previous command remains. It always passes true and "" as the last two arguments; their meaning is up to the host.
-/// An action blocks for as many of these calls as it makes (one, and one for each feature if that fails): progress and
-/// cancelling belong here.
+/// what wait() stores) and returns what it printed to standard output. Every byte of the output counts: line feeds at its end
+/// and zero bytes, too. The command line contains redirections, and its parts (the executable's path, features, repositories)
+/// are not quoted, except for the URLs of archives: the shell interprets its metacharacters in them. The plug-in treats every
+/// code but 0 as a failure and learns nothing else about how a command ended. So a command that was killed or could not be
+/// started must not store 0. As shells do, store 128 plus the number of the signal, and 127 or 126. If a descriptor has a zero
+/// byte in a column, the command has one, too. Cut off there, it would be another command, which might well succeed; treat it
+/// as a command that could not be started. The plug-in passes the same `exit_status` to every command of a run, so if a host
+/// stores nothing there, the code of the previous command remains. It always passes true and "" as the last two arguments;
+/// their meaning is up to the host. Its standard input should be empty: a director that asks for a password would otherwise
+/// wait for a terminal that nobody watches. A command leaves neither an open file nor a child that nobody has waited for. While
+/// a host ignores SIGCHLD, the kernel keeps no exit codes; a host that does so turns it off for the command. An action blocks
+/// for as many of these calls as it makes (one, and one for each feature if that fails): progress and cancelling belong here.
 std::string get_command_output(std::string command, int* exit_status, bool, std::string);
 
 #if defined(__GNUC__)

@@ -34,7 +34,7 @@ std::string output_of(const std::string& command) {
   return result.output;
 }
 
-Names subcommands() { return heads_in(part_of(output_of(ECLIPSE_INT_COMMAND " --help"), "Subcommands"), "([a-z]+) "); }
+Names subcommands() { return heads_in(part_of(output_of(ECLIPSE_INT_COMMAND " --help"), "Subcommands"), "([a-z-]+) "); }
 
 Names options_of(const std::string& subcommand) {
   return heads_in(part_of(output_of(ECLIPSE_INT_COMMAND " " + subcommand + " --help"), "Options"), "(?:-[a-z],)?(--[a-z-]+)");

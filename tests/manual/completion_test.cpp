@@ -61,6 +61,12 @@ TEST(Completion, OffersActionsRulesAndGroups) {
   EXPECT_EQ(offered({"lint", "--select", ""}), names);
 }
 
+TEST(Completion, OffersChecksOfAHost) {
+  EXPECT_EQ(offered({"check-host", "--only", "get_dirname"}),
+            (Names{"get_dirname", "get_dirname/all-but-last", "get_dirname/name-alone", "get_dirname/root"}));
+  EXPECT_EQ(offered({"check-host", "--format", ""}), (Names{"text", "tap", "junit", "names"}));
+}
+
 TEST(Completion, OffersFiles) {
   const fake::TemporaryDirectory directory;
   fake::write_file("session.json", "");

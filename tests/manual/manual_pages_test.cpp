@@ -60,7 +60,7 @@ TEST(ManualPage, ShowsHowEverySubcommandIsCalled) {
   const std::string synopsis =
       source.substr(source.find(".SH SYNOPSIS"), source.find(".SH DESCRIPTION") - source.find(".SH SYNOPSIS"));
   Names shown;
-  const std::regex call("\\.B eclipse-int ([a-z]+)\n");
+  const std::regex call("\\.B eclipse-int ([a-z]+[a-z-]*)\n");
   for (std::sregex_iterator found(synopsis.begin(), synopsis.end(), call), end; found != end; ++found)
     shown.insert((*found)[1]);
   EXPECT_EQ(shown, subcommands());

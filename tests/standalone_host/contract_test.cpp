@@ -1,12 +1,15 @@
-// What a host promises the plug-in. The stand-alone host and the test double pass the same tests, or else what is shown with
-// the one would say nothing of the other.
+// The stand-alone host and the test double keep what host.h promises, and make the same choices where it leaves them one, or
+// else what is shown with the one would say nothing of the other.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <type_traits>
 
+#include "eclipse_int/host_check.h"
 #include "fake_host/fake_host.h"
 #include "fake_host/not_administrator.h"
 #include "standalone_host/session.h"
@@ -51,18 +54,32 @@ struct HostNames {
 using Hosts = testing::Types<StandAloneHost, TestDouble>;
 TYPED_TEST_SUITE(HostContract, Hosts, HostNames);
 
-// ---- The session ----
+// ---- The promises ----
 
-TYPED_TEST(HostContract, VariablesAreReadAndWrittenByEitherForm) {
+TYPED_TEST(HostContract, PromisesAreKept) {
   Session& session = this->host;
-  EXPECT_EQ(env_get_string(&session, "NAME"), "");
-  env_set_string(&session, "NAME", "characters");
-  EXPECT_EQ(env_get_string(&session, "NAME"), "characters");
-  env_set_string(&session, std::string("NAME"), std::string("te\0xt", 5));
-  EXPECT_EQ(env_get_string(&session, "NAME"), std::string("te\0xt", 5));
-  EXPECT_EQ(env_get_string(&session, "name"), "");
-  EXPECT_EQ(session.variables, (std::map<std::string, std::string>{{"NAME", std::string("te\0xt", 5)}}));
+  auto* const component =
+      fake::add_component(session, {.code = "c", .package = {{.prefix = "p", .files = {"x"}, .root = "."}}});
+  component->selected_for_install = true;
+  std::filesystem::create_directory("p");
+  (*session.capabilities)["ECLIPSE_PLUGIN"] = component;
+  std::ofstream log("log");
+  session.on_log = [&](const std::string& line) { log << line << std::endl; };
+
+  eclipse_int::HostCheckOptions options;
+  options.log = "log";
+  if (std::is_same_v<TypeParam, TestDouble>) {
+    // It runs no commands.
+    options.only = {"load",        "env",       "expand",  "cdata",         "is_gui_mode",      "components",
+                    "provider",    "log",       "path",    "resolved_path", "path_is_relative", "get_basename",
+                    "get_dirname", "arguments", "is_file", "file_exists",   "get_file",         "join",
+                    "replace"};
+  }
+  std::ostringstream report;
+  EXPECT_EQ(eclipse_int::check_host(session, options, report), 0) << report.str();
 }
+
+// ---- The session ----
 
 TYPED_TEST(HostContract, OperandsAreExpanded) {
   Session& session = this->host;
@@ -130,19 +147,6 @@ TYPED_TEST(HostContract, ComponentKnowsItsConditionsAndItsPackage) {
   EXPECT_EQ(component->provider(), nullptr);
 }
 
-// ---- The log ----
-
-TYPED_TEST(HostContract, LogLinesAreFormattedWhole) {
-  const std::string big(200'000, 'x');
-  print_log("eclipse_int: %s", "");
-  print_log("eclipse_int: %s and %d%%", "text", -5);
-  print_log("eclipse_int: %s", "%s%n\nsecond\n");
-  print_log("eclipse_int: <%s>", big.c_str());
-  const Texts lines = {"eclipse_int: ", "eclipse_int: text and -5%", "eclipse_int: %s%n\nsecond\n",
-                       "eclipse_int: <" + big + ">"};
-  EXPECT_EQ(this->host.log, lines);
-}
-
 // ---- Paths ----
 
 struct PathCase {
@@ -207,46 +211,6 @@ TYPED_TEST(HostContract, ResolvedPathIsAbsoluteAndWithoutLinks) {
 
 // ---- Files ----
 
-TYPED_TEST(HostContract, FilesAndDirectoriesAreToldApart) {
-  fake::write_file("directory/file", "");
-  ASSERT_EQ(mkfifo("pipe", 0600), 0);
-  std::filesystem::create_symlink("directory/file", "link to file");
-  std::filesystem::create_symlink("nowhere", "dangling");
-  struct Case {
-    std::string path;
-    bool is_file;
-    bool exists;
-  };
-  const std::vector<Case> cases = {
-      {"directory/file", true, true},    {"directory", false, true}, {"directory/", false, true},
-      {"directory/file/", false, false}, {"pipe", false, true},      {"missing", false, false},
-      {"link to file", true, true},      {"dangling", false, false}, {"", false, false},
-      {"directory/FILE", false, false},  {"/dev/null", false, true},
-  };
-  for (const auto& [path, file, exists] : cases) {
-    EXPECT_EQ(is_file(path), file) << path;
-    EXPECT_EQ(file_exists(path, false), exists) << path;
-  }
-}
-
-TYPED_TEST(HostContract, FileIsReadWholeAndZeroTerminated) {
-  for (const std::string& content :
-       {std::string(), std::string("text\r\n"), std::string("ze\0ro\0", 6), std::string(3'000'000, 'x')}) {
-    fake::write_file("file", content);
-    long long size = -1;
-    char* const buffer = get_file("file", 0, &size);
-    ASSERT_NE(buffer, nullptr);
-    ASSERT_EQ(size, static_cast<long long>(content.size()));
-    EXPECT_TRUE(std::string(buffer, content.size()) == content);
-    EXPECT_EQ(buffer[size], '\0');
-    std::free(buffer);
-  }
-  fake::write_file("file", std::string("ze\0ro", 5));
-  char* const text = get_file("file", 0, nullptr);
-  EXPECT_STREQ(text, "ze");
-  std::free(text);
-}
-
 TYPED_TEST(HostContract, WhatCannotBeReadIsNull) {
   std::filesystem::create_directory("directory");
   long long size = -1;
@@ -259,44 +223,6 @@ TYPED_TEST(HostContract, WhatCannotBeReadIsNull) {
     EXPECT_EQ(get_file(path, 0, nullptr), nullptr) << path;
   }
   EXPECT_EQ(size, -1);
-}
-
-// ---- Texts ----
-
-TYPED_TEST(HostContract, ItemsAreJoinedInTheirOrder) {
-  EXPECT_EQ(join(Texts{}, ","), "");
-  EXPECT_EQ(join(Texts{"a"}, ","), "a");
-  EXPECT_EQ(join(Texts{"b", "a", "b"}, ", "), "b, a, b");
-  EXPECT_EQ(join(Texts{"", "", ""}, ","), ",,");
-  EXPECT_EQ(join(Texts{"a", "b"}, ""), "ab");
-  EXPECT_EQ(join(std::set<std::string>{}, ","), "");
-  EXPECT_EQ(join(std::set<std::string>{"b", "a", "B", "\xC3\xA4", ""}, ","), ",B,a,b,\xC3\xA4");
-}
-
-TYPED_TEST(HostContract, EveryOccurrenceIsReplacedAndNothingElseIsLost) {
-  struct Case {
-    std::string text;
-    std::string from;
-    std::string to;
-    std::string replaced;
-  };
-  const std::vector<Case> cases = {
-      {"", "\n", "<p>", ""},
-      {"abc", "\n", "<p>", "abc"},
-      {"a\nb\n", "\n", "<p>", "a<p>b<p>"},
-      {"\n\n", "\n", "<p>", "<p><p>"},
-      {"\na", "\n", "\n", "\na"},
-      {"a\nb", "\n", "", "ab"},
-      {"aaaa", "aa", "a", "aa"},
-      {"aaa", "aa", "b", "ba"},
-      {"aba", "a", "aa", "aabaa"},
-      {"abc", "", "x", "abc"},
-      {"abc", "abcd", "x", "abc"},
-      {std::string("a\0b\n", 4), "\n", "|", std::string("a\0b|", 4)},
-  };
-  for (const auto& [text, from, to, replaced] : cases) {
-    EXPECT_EQ(replaceAllSubstrings(text, from, to), replaced) << testing::PrintToString(text);
-  }
 }
 
 // ---- Commands ----

@@ -1,0 +1,235 @@
+// Runs an installer host with a libeclipse_int.so that checks it, and prints the report.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+#include "base/file.h"
+#include "base/text.h"
+#include "cli/standard_streams.h"
+#include "cli/subcommands.h"
+#include "cli/usage_error.h"
+#include "host_kit/environment.h"
+#include "standalone_host/installation.h"
+
+namespace environment = host_kit::environment;
+
+namespace eclipse_cli {
+
+namespace {
+
+constexpr const char* examples =
+    "  eclipse-int check-host -- ./installer --silent\n"
+    "      Check an installer that loads the plug-in by its name.\n"
+    "  eclipse-int check-host -- ./installer --plugin {plugin}\n"
+    "      Check an installer that is given the path of the plug-in.\n"
+    "  eclipse-int check-host --only get_file --in-process -- gdb --args ./installer\n"
+    "      Look at one operation with a debugger.\n"
+    "  eclipse-int check-host --checks-only --junit host.xml -- ./installer\n"
+    "      For continuous integration: end the installer after the checks, and write JUnit XML as well.\n"
+    "  eclipse-int check-host --list\n"
+    "      List all checks, with what each one checks.\n";
+
+constexpr const char* exit_status =
+    "Exit status:\n"
+    "  0  the host keeps every promise that it must keep\n"
+    "  1  it breaks one, or it crashed\n"
+    "  2  it could not be checked, because it did not call the plug-in or there is an error in the arguments\n";
+
+/// What stands for the library in the command of the host.
+constexpr const char* placeholder = "{plugin}";
+
+struct CheckHostOptions {
+  std::vector<std::string> only;
+  bool in_process = false;
+  bool checks_only = false;
+  bool list = false;
+  unsigned seconds = 10;
+  std::string format = "text";
+  std::string junit;
+  std::string log;
+  std::string waivers;
+  std::vector<std::string> command;
+};
+
+/// The library that checks a host: where a build or an installation puts it.
+std::filesystem::path checking_library() {
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+  const std::filesystem::path installed = program / eclipse_host::installed_library_directory;
+  for (const std::filesystem::path& directory : {program, installed}) {
+    const auto library = (directory / "host_kit" / "libeclipse_int.so").lexically_normal();
+    if (std::filesystem::exists(library)) return library;
+  }
+  throw UsageError("check-host: the library that checks a host is not in " + (installed / "host_kit").lexically_normal().string() +
+                   "; install it with the command");
+}
+
+int list_checks(const std::string& format) {
+  void* const library = dlopen(checking_library().c_str(), RTLD_NOW | RTLD_LOCAL);
+  void* const symbol = library == nullptr ? nullptr : dlsym(library, "eclipse_int_list_checks");
+  if (symbol == nullptr) throw UsageError(std::string("check-host: ") + dlerror());
+  reinterpret_cast<void (*)(const char*)>(symbol)(format.c_str());
+  return 0;
+}
+
+/// A directory for the report and the progress.
+class ReportDirectory {
+ public:
+  ReportDirectory() {
+    path_ = (std::filesystem::temp_directory_path() / "eclipse-int-check-host-XXXXXX").string();
+    if (mkdtemp(path_.data()) == nullptr) throw UsageError("check-host: cannot make the directory " + path_ + ": " + std::strerror(errno));
+  }
+  ~ReportDirectory() {
+    std::error_code error;
+    std::filesystem::remove_all(path_, error);
+  }
+  ReportDirectory(const ReportDirectory&) = delete;
+  ReportDirectory& operator=(const ReportDirectory&) = delete;
+
+  std::string report() const { return path_ + "/report"; }
+  std::string progress() const { return path_ + "/progress"; }
+
+ private:
+  std::string path_;
+};
+
+std::string absolute(const std::string& file) { return file.empty() ? "" : eclipse_base::absolute_path(file).string(); }
+
+void set_environment(const CheckHostOptions& options, const ReportDirectory& directory, const std::filesystem::path& library) {
+  const auto set = [](const char* name, const std::string& value) { setenv(name, value.c_str(), 1); };
+  set(environment::only, eclipse_base::joined(options.only, ","));
+  set(environment::in_process, options.in_process ? "1" : "");
+  set(environment::end_host, options.checks_only ? "1" : "");
+  set(environment::seconds, std::to_string(options.seconds));
+  set(environment::format, options.format);
+  set(environment::report, directory.report());
+  set(environment::progress, directory.progress());
+  set(environment::junit, absolute(options.junit));
+  set(environment::log, absolute(options.log));
+  set(environment::waivers, absolute(options.waivers));
+  const char* const path = std::getenv("LD_LIBRARY_PATH");
+  const std::string others = path == nullptr || *path == '\0' ? "" : ":" + std::string(path);
+  set("LD_LIBRARY_PATH", library.parent_path().string() + others);
+}
+
+/// While the host runs, Ctrl-C is for it: it ends, and then this command does.
+class InterruptionsIgnored {
+ public:
+  InterruptionsIgnored() {
+    for (std::size_t i = 0; i < signals.size(); ++i) before_[i] = signal(signals[i], SIG_IGN);
+  }
+  ~InterruptionsIgnored() {
+    for (std::size_t i = 0; i < signals.size(); ++i) signal(signals[i], before_[i]);
+  }
+  InterruptionsIgnored(const InterruptionsIgnored&) = delete;
+  InterruptionsIgnored& operator=(const InterruptionsIgnored&) = delete;
+  void end_in_child() const {
+    for (std::size_t i = 0; i < signals.size(); ++i) signal(signals[i], before_[i]);
+  }
+
+ private:
+  static constexpr std::array<int, 2> signals = {SIGINT, SIGQUIT};
+  std::array<void (*)(int), 2> before_{};
+};
+
+/// Runs the host until it ends, and returns its wait status. What it prints goes to standard error: the report is the output.
+int run_host(const std::vector<std::string>& command) {
+  std::vector<char*> arguments;
+  for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
+  arguments.push_back(nullptr);
+  const InterruptionsIgnored ignored;
+  const pid_t child = fork();
+  if (child < 0) throw UsageError(std::string("check-host: cannot start a process: ") + std::strerror(errno));
+  if (child == 0) {
+    ignored.end_in_child();
+    for (const int reset : {SIGPIPE, SIGXFSZ}) signal(reset, SIG_DFL);
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    execvp(arguments[0], arguments.data());
+    const std::string message = "eclipse-int: " + command[0] + " cannot be run: " + std::strerror(errno) + "\n";
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, message.data(), message.size());
+    _exit(127);
+  }
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+  return status;
+}
+
+std::string how_it_ended(int status) {
+  if (WIFSIGNALED(status)) return "was ended by signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) + ")";
+  return "ended with exit status " + std::to_string(WEXITSTATUS(status));
+}
+
+std::string text_of(const std::string& file) { return eclipse_base::read_file(file, eclipse_base::largest::metadata).bytes; }
+
+/// Prints the report; returns the exit status.
+int report(const ReportDirectory& directory, int status) {
+  const std::string progress = std::filesystem::exists(directory.progress()) ? text_of(directory.progress()) : "";
+  const std::string host = "check-host: the host " + how_it_ended(status);
+  if (progress.starts_with("2")) throw UsageError("check-host: " + progress.substr(1));
+  if (progress.starts_with("checking")) {
+    print_message(host + " while it was checked by " + progress.substr(progress.find(' ') + 1));
+    return 1;
+  }
+  if (progress != "0" && progress != "1") {
+    print_message(host + (progress.empty() ? " and did not load libeclipse_int.so from the directory of the checks.\nIf it loads "
+                                             "the plug-in by a path, write {plugin} in the place of this path in its command. A "
+                                             "DT_RPATH, or a set-user-ID bit, makes the loader ignore LD_LIBRARY_PATH."
+                                           : ", and loaded the plug-in, but called none of its actions."));
+    return 2;
+  }
+  std::cout << text_of(directory.report());
+  if (WIFSIGNALED(status)) print_message(host + " after it was checked");
+  return progress == "1" || WIFSIGNALED(status) ? 1 : 0;
+}
+
+int perform(const CheckHostOptions& options) {
+  if (options.list) return list_checks(options.format);
+  if (options.command.empty()) throw UsageError("COMMAND: the command that starts the host is missing; write it behind \"--\"");
+  const std::filesystem::path library = checking_library();
+  std::vector<std::string> command;
+  for (const std::string& word : options.command) command.push_back(eclipse_base::replaced(word, placeholder, library.string()));
+  const ReportDirectory directory;
+  set_environment(options, directory, library);
+  return report(directory, run_host(command));
+}
+
+}  // namespace
+
+Subcommand add_check_host(CLI::App& program) {
+  CLI::App& parser = *program.add_subcommand("check-host",
+                                             "Check whether an installer host keeps what the host interface promises:\n"
+                                             "run it with a library that checks it in the place of the plug-in");
+  const auto options = std::make_shared<CheckHostOptions>();
+  parser.add_option("COMMAND", options->command,
+                    "The command that runs the host, after \"--\"; {plugin} in it becomes\nthe path of the library")
+      ->option_text("ARGS...");
+  parser.add_option("--only", options->only, "Perform this check, or the checks of this group; repeatable [all checks]")
+      ->type_name("NAME")
+      ->allow_extra_args(false);
+  parser.add_flag("--list", options->list, "List all checks with their levels and promises, and exit");
+  parser.add_flag("--in-process", options->in_process,
+                  "Perform the checks in the process of the host, for a debugger\n[each in a forked child]");
+  parser.add_flag("--checks-only", options->checks_only, "End the host after the checks, before the first action does anything");
+  parser.add_option("--seconds", options->seconds, "How long a check may take [10]")->type_name("N")->check(CLI::Range(1, 3600));
+  parser.add_option("--format", options->format, "Print the report as text, tap or junit; with --list, text or names [text]")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember({"text", "tap", "junit", "names"}));
+  parser.add_option("--junit", options->junit, "Write the report to FILE as well, in JUnit XML")->type_name("FILE");
+  parser.add_option("--log", options->log,
+                    "The file to which the host writes its log [looked for in its open files\nand in what it prints]")
+      ->type_name("FILE");
+  parser.add_option("--waivers", options->waivers, "Accept the failures that FILE lists, each with a reason: NAME REASON")
+      ->type_name("FILE");
+  set_help(parser, "eclipse-int check-host [OPTIONS] -- COMMAND ARGS...", examples, exit_status);
+  return {&parser, [options] { return perform(*options); }};
+}
+
+}  // namespace eclipse_cli

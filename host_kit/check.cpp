@@ -1,0 +1,54 @@
+#include "host_kit/check.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+
+#include "base/printable.h"
+
+namespace host_kit {
+
+std::string shown(bool value) { return value ? "true" : "false"; }
+
+std::string shown(long long value) { return std::to_string(value); }
+
+std::string shown(const void* pointer) {
+  if (pointer == nullptr) return "null";
+  std::ostringstream text;
+  text << pointer;
+  return text.str();
+}
+
+std::string shown(std::string_view text) { return eclipse_base::in_quotes(text); }
+
+void expect_text(const std::string& what, std::string_view wanted, std::string_view got,
+                 std::initializer_list<Guess<std::string_view>> guesses) {
+  constexpr std::size_t shown_whole = 200;
+  if (wanted == got) return;
+  if (std::max(wanted.size(), got.size()) <= shown_whole) return expect_equal(what, wanted, got, guesses);
+  const auto difference = std::mismatch(wanted.begin(), wanted.end(), got.begin(), got.end());
+  const auto same = static_cast<std::size_t>(difference.first - wanted.begin());
+  throw Failure{what + " gives " + std::to_string(wanted.size()) + " bytes, from byte " + std::to_string(same) + " on " +
+                    shown(wanted.substr(same, 40)),
+                std::to_string(got.size()) + " bytes, from there on " + shown(got.substr(same, 40)),
+                same == got.size() ? "the end is missing: a buffer of a fixed size?" : ""};
+}
+
+void expect(bool holds, const std::string& wanted, const std::string& got, const std::string& guess) {
+  if (!holds) throw Failure{wanted, got, guess};
+}
+
+void write_file(const std::string& path, std::string_view content) {
+  std::ofstream file(path, std::ios::binary);
+  file << content << std::flush;
+  if (!file) throw std::runtime_error("cannot write " + path);
+}
+
+std::string content_of(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+}  // namespace host_kit

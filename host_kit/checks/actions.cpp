@@ -1,0 +1,141 @@
+// The plug-in's own actions on the host's session, with a script in the place of the director.
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "host_kit/checks/groups.h"
+#include "host_kit/observed.h"
+
+namespace host_kit {
+
+namespace {
+
+/// An Eclipse instance whose director prints its arguments and ends with this code.
+std::string instance_in(const Probe& probe, int exit_code) {
+  const std::string executable = probe.scratch + "/eclipse";
+  std::filesystem::create_directories(probe.scratch + "/configuration");
+  write_file(probe.scratch + "/configuration/config.ini", "eclipse.buildId=4.9.0\n");
+  write_file(executable, "#!/bin/sh\necho \"director says: $*\"\nexit " + std::to_string(exit_code) + "\n");
+  chmod(executable.c_str(), 0755);
+  return executable;
+}
+
+void set(const Probe& probe, const char* name, const std::string& value) { env_set_string(probe.session, name, value.c_str()); }
+std::string get(const Probe& probe, const char* name) { return env_get_string(probe.session, name); }
+
+void choose_instance(const Probe& probe, const char* mode, int exit_code) {
+  set(probe, "KORU_MODE", mode);
+  set(probe, "ECLIPSE_INTEGRATION_CHOICE", "user");
+  set(probe, "ECLIPSE_BIN", "eclipse");
+  set(probe, "USER_DEFINED_ECLIPSE_PATH", instance_in(probe, exit_code));
+  set(probe, "CASHED_ECLIPSE_PATH", "");
+  set(probe, "ECLIPSE_MIN_SUPPORTED_VERSION", "4.7");
+  for (const char* const result : {"QN_SCRIPTS_FAILED", "QN_SCRIPTS_COMPLETE_DESC", "ECLIPSE_PATH", "ECLIPSE_VERSION"})
+    set(probe, result, "");
+}
+
+/// Throws what was wrong with an answer to the plug-in.
+void expect_no_breach() {
+  for (const Observation& observation : observations()) {
+    if (observation.breach) throw *observation.breach;
+  }
+}
+
+int perform(const Probe& probe, Action action) {
+  const int result = action(probe.session);
+  expect_no_breach();
+  return result;
+}
+
+void users_eclipse_is_accepted(const Probe& probe) {
+  choose_instance(probe, "install", 0);
+  perform(probe, plugin_eclipse_integration_required);
+  perform(probe, plugin_find_eclipse_ide);
+  perform(probe, plugin_verify_eclipse_version);
+  perform(probe, plugin_define_eclipse_path);
+  expect_text("USER_DEFINED_ECLIPSE_PATH_CORRECT for an Eclipse that is there", "yes",
+              get(probe, "USER_DEFINED_ECLIPSE_PATH_CORRECT"));
+  expect_text("ECLIPSE_VERSION of version 4.9.0", "4.9.0", get(probe, "ECLIPSE_VERSION"));
+  expect_text("ECLIPSE_VERSION_IS_SUPPORTED with the minimum 4.7", "yes", get(probe, "ECLIPSE_VERSION_IS_SUPPORTED"));
+  expect_text("ECLIPSE_PATH", probe.scratch, get(probe, "ECLIPSE_PATH"));
+}
+
+/// The result of an action that runs a director; skipped if it ran none.
+int perform_with_director(const Probe& probe, Action action) {
+  const std::size_t before = commands_run();
+  const int result = perform(probe, action);
+  if (commands_run() == before)
+    throw Skipped{"give the session a component that is selected, with an installed descriptor file"};
+  return result;
+}
+
+void features_are_installed(const Probe& probe) {
+  choose_instance(probe, "install", 0);
+  expect_equal("perform_integration() with a director that succeeds", 0,
+               perform_with_director(probe, plugin_perform_integration));
+  expect_text("QN_SCRIPTS_FAILED", "", get(probe, "QN_SCRIPTS_FAILED"));
+}
+
+void failed_director_is_reported(const Probe& probe) {
+  choose_instance(probe, "install", 13);
+  set(probe, "eclipse_integration_failed_title", "FAILED:");
+  expect_equal("perform_integration() with a director that ends with 13", 13,
+               perform_with_director(probe, plugin_perform_integration));
+  expect_text("QN_SCRIPTS_FAILED", "yes", get(probe, "QN_SCRIPTS_FAILED"));
+  const std::string summary = get(probe, "QN_SCRIPTS_COMPLETE_DESC");
+  expect(summary.find("director says: ") != std::string::npos, "the summary has what the director printed", shown(summary));
+}
+
+void features_are_removed(const Probe& probe) {
+  choose_instance(probe, "uninstall", 0);
+  expect_equal("perform_unintegration() with a director that succeeds", 0,
+               perform_with_director(probe, plugin_perform_unintegration));
+}
+
+}  // namespace
+
+std::vector<Check> action_checks() {
+  constexpr std::string_view promise =
+      "Everything that the plug-in needs from a host is declared here, and the host defines all of it.";
+  constexpr std::string_view harm = "The integration does not work in this host.";
+  constexpr std::string_view fix =
+      "See which operation gives what the plug-in does not expect; the other checks try each alone.";
+  constexpr std::string_view observed_fix = "See the fix of the checks of this operation.";
+  std::vector<Check> checks = {
+      {.name = "run/users-eclipse",
+       .level = Level::must,
+       .promise = promise,
+       .harm = harm,
+       .fix = fix,
+       .perform = users_eclipse_is_accepted,
+       .after = "*"},
+      {.name = "run/installation",
+       .level = Level::must,
+       .promise = promise,
+       .harm = harm,
+       .fix = fix,
+       .perform = features_are_installed,
+       .after = "run/users-eclipse"},
+      {.name = "run/failed-director",
+       .level = Level::must,
+       .promise = promise,
+       .harm = "A failed installation is not reported.",
+       .fix = fix,
+       .perform = failed_director_is_reported,
+       .after = "run/installation"},
+      {.name = "run/removal",
+       .level = Level::must,
+       .promise = promise,
+       .harm = harm,
+       .fix = fix,
+       .perform = features_are_removed,
+       .after = "run/installation"},
+  };
+  for (const ObservedOperation& operation : observed_operations()) {
+    checks.push_back(
+        {.name = operation.check, .level = Level::must, .promise = operation.promise, .harm = harm, .fix = observed_fix});
+  }
+  return checks;
+}
+
+}  // namespace host_kit

@@ -1,0 +1,271 @@
+// Operations on paths.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "host_kit/checks/groups.h"
+
+namespace host_kit {
+
+namespace {
+
+bool is_same_file(const std::string& one, const std::string& other) {
+  std::error_code error;
+  return std::filesystem::equivalent(one, other, error) && !error;
+}
+
+void path_names_the_same_file(const Probe& probe) {
+  const std::string directory = probe.scratch + "/a b%20$x";
+  std::filesystem::create_directories(directory + "/sub");
+  write_file(directory + "/f\xC3\xBC.zip", "");
+  for (const std::string& text : {directory + "/f\xC3\xBC.zip", directory + "//f\xC3\xBC.zip", directory + "/./f\xC3\xBC.zip",
+                                  directory + "/sub/../f\xC3\xBC.zip", directory, directory + "/"}) {
+    const std::string normalised = path(text);
+    expect(is_same_file(text, normalised), "path(" + shown(text) + ") names the same file", shown(normalised),
+           normalised.empty() ? "an empty text" : "bytes are converted, removed or quoted");
+  }
+}
+
+void path_of_missing_file(const Probe& probe) {
+  const std::string text = probe.scratch + "/missing/file";
+  expect_text("path() of a file that is not there", text, path(text), {{"", "realpath(), which fails for such a file"}});
+}
+
+void path_adds_nothing(const Probe&) {
+  for (const char* const text : {"/opt/ide/eclipse", "/opt/ide", "/a", "/a b", "/A"}) {
+    expect_text("path(" + shown(text) + ")", text, path(text), {{std::string(text) + "/", "a slash is added"}});
+  }
+}
+
+void path_is_idempotent(const Probe&) {
+  for (const char* const text : {"/opt//ide/./x/../eclipse", "a/../b", "a//", "./a", "../a", "/"}) {
+    const std::string once = path(text);
+    expect_text("path(path(" + shown(text) + "))", once, path(once));
+  }
+}
+
+void path_has_one_form(const Probe&) {
+  expect_text("path(\"/opt//ide/./x/../eclipse\")", "/opt/ide/eclipse", path("/opt//ide/./x/../eclipse"),
+              {{"/opt//ide/./x/../eclipse", "the text is returned as it is"}});
+}
+
+void resolved_path_is_absolute(const Probe& probe) {
+  std::filesystem::create_directory(probe.scratch + "/real");
+  const std::string absolute = resolved_path(probe.scratch + "//real/.");
+  expect(!absolute.empty() && absolute[0] == '/' && is_same_file(absolute, probe.scratch + "/real"),
+         "resolved_path() of a directory is its absolute path", shown(absolute));
+  const std::filesystem::path here = std::filesystem::current_path();
+  std::filesystem::current_path(probe.scratch);
+  const std::string relative = resolved_path("real");
+  std::filesystem::current_path(here);
+  expect(!relative.empty() && relative[0] == '/' && is_same_file(relative, probe.scratch + "/real"),
+         "resolved_path(\"real\") is absolute, below the working directory", shown(relative),
+         relative == "real" ? "the text is returned as it is" : "");
+}
+
+void resolved_path_has_no_links(const Probe& probe) {
+  std::filesystem::create_directory(probe.scratch + "/real");
+  std::filesystem::create_directory_symlink("real", probe.scratch + "/link");
+  const std::string wanted = std::filesystem::canonical(probe.scratch + "/real").string();
+  expect_text("resolved_path() of a symbolic link", wanted, resolved_path(probe.scratch + "/link"),
+              {{probe.scratch + "/link", "links are not followed"}});
+}
+
+void resolved_path_of_missing(const Probe& probe) {
+  const std::string got = resolved_path(probe.scratch + "/missing/file");
+  expect(got.empty() || got[0] == '/', "resolved_path() of a file that is not there is empty or absolute", shown(got));
+}
+
+void relative_paths_are_known(const Probe&) {
+  for (const char* const text : {"a", "a/b", "./a", "../a", "."})
+    expect_equal("path_is_relative(" + shown(text) + ")", true, path_is_relative(text));
+  for (const char* const text : {"/", "/a", "/a/../b", "//a"})
+    expect_equal("path_is_relative(" + shown(text) + ")", false, path_is_relative(text));
+}
+
+struct PathCase {
+  const char* text;
+  const char* part;
+};
+
+void basenames(const Probe&) {
+  for (const auto& [text, part] : std::initializer_list<PathCase>{{"/opt/ide/eclipse", "eclipse"},
+                                                                  {"eclipse", "eclipse"},
+                                                                  {"ide/eclipse", "eclipse"},
+                                                                  {"/eclipse", "eclipse"},
+                                                                  {"/opt/my eclipse", "my eclipse"},
+                                                                  {"/opt/eclipse.exe", "eclipse.exe"},
+                                                                  {"/opt/.eclipse", ".eclipse"}}) {
+    expect_text("get_basename(" + shown(text) + ")", part, get_basename(text),
+                {{text, "the whole path is returned"},
+                 {std::string("/") + part, "the slash is returned, too"},
+                 {"eclipse", "the extension is removed"}});
+  }
+}
+
+void basenames_ignore_trailing_slashes(const Probe&) {
+  for (const char* const text : {"/opt/ide/", "/opt/ide///", "ide/"}) {
+    expect_text("get_basename(" + shown(text) + ")", "ide", get_basename(text), {{"", "what is behind the last slash"}});
+  }
+}
+
+void dirnames(const Probe&) {
+  for (const auto& [text, part] : std::initializer_list<PathCase>{
+           {"/opt/ide/eclipse", "/opt/ide"}, {"ide/eclipse", "ide"}, {"/opt/my ide/e", "/opt/my ide"}}) {
+    expect_text("get_dirname(" + shown(text) + ")", part, get_dirname(text),
+                {{text, "the whole path is returned"}, {std::string(part) + "/", "the slash is returned, too"}});
+  }
+}
+
+void dirname_of_the_root(const Probe&) {
+  expect_text("get_dirname(\"/x\")", "/", get_dirname("/x"), {{"", "the slash before the last component is all there is"}});
+}
+
+void dirname_of_a_name(const Probe&) {
+  expect_text("get_dirname(\"x\")", "", get_dirname("x"),
+              {{".", "what dirname(3) returns"}, {"x", "find() without a test for npos"}});
+}
+
+template <typename Operation>
+void expect_unchanged(const char* name, const std::string& argument, const Operation& operation) {
+  // On the heap, as the texts of the plug-in mostly are.
+  const std::string before(argument.data(), argument.size());
+  operation(argument);
+  expect_text("the argument of " + std::string(name) + ", after the call,", before, argument);
+}
+
+void arguments_are_unchanged(const Probe& probe) {
+  write_file(probe.scratch + "/file", "text");
+  for (const std::string& text :
+       {probe.scratch + "/file", probe.scratch + "//missing//", std::string("/"), std::string("name")}) {
+    expect_unchanged("get_basename()", text, [](const std::string& argument) { get_basename(argument); });
+    expect_unchanged("get_dirname()", text, [](const std::string& argument) { get_dirname(argument); });
+    expect_unchanged("is_file()", text, [](const std::string& argument) { is_file(argument); });
+    expect_unchanged("file_exists()", text, [](const std::string& argument) { file_exists(argument, false); });
+    expect_unchanged("get_file()", text, [](const std::string& argument) { get_file(argument, 0, nullptr); });
+    expect_unchanged("replaceAllSubstrings()", text,
+                     [](const std::string& argument) { replaceAllSubstrings(argument, "/", "//"); });
+  }
+}
+
+}  // namespace
+
+std::vector<Check> path_checks() {
+  constexpr std::string_view path_promise = "The path in the host's normalised form.";
+  constexpr std::string_view join_promise =
+      "The plug-in passes every path that it joins from pieces through it before it opens the file, checks whether it exists "
+      "or "
+      "puts it into a command.";
+  constexpr std::string_view resolved_promise = "The path made absolute and resolved; empty if that fails.";
+  constexpr std::string_view dirname_promise =
+      "The path without its last component and the slash before that: \"/\" for \"/x\", empty for \"x\".";
+  return {
+      {.name = "path/same-file",
+       .level = Level::must,
+       .promise = path_promise,
+       .harm = "Descriptor files are not found, and repositories are other ones.",
+       .fix = "Change only slashes, \".\" and \"..\"; keep all other bytes.",
+       .perform = path_names_the_same_file},
+      {.name = "path/of-missing-file",
+       .level = Level::must,
+       .promise = join_promise,
+       .harm = "The log does not say which file was not found, and a repository that is not there becomes the root directory.",
+       .fix = "Normalise the text; do not ask the file system.",
+       .perform = path_of_missing_file,
+       .after = "path/same-file"},
+      {.name = "path/adds-nothing",
+       .level = Level::must,
+       .promise = join_promise,
+       .harm = "Commands contain other paths than those that the user gave.",
+       .fix = "Return a path that is normal as it is.",
+       .perform = path_adds_nothing,
+       .after = "path/of-missing-file"},
+      {.name = "path/idempotent",
+       .level = Level::should,
+       .promise = path_promise,
+       .harm = "The same directory has two names, so that its repository is given to the director twice.",
+       .fix = "Return the normal form of a text whose form is normal unchanged.",
+       .perform = path_is_idempotent,
+       .after = "path/adds-nothing"},
+      {.name = "path/one-form",
+       .level = Level::may,
+       .promise = path_promise,
+       .harm = "Repositories that differ only in \"//\" or \"..\" are given to the director twice.",
+       .fix = "Remove \"//\", \".\" and \"..\", for example with std::filesystem::path::lexically_normal().",
+       .perform = path_has_one_form,
+       .after = "path/same-file"},
+      {.name = "resolved_path/absolute",
+       .level = Level::must,
+       .promise = resolved_promise,
+       .harm = "The executable of the internal IDE depends on the working directory of the installer.",
+       .fix = "Use realpath(), or std::filesystem::absolute() and weakly_canonical().",
+       .perform = resolved_path_is_absolute,
+       .if_it_ends =
+           "the null pointer that realpath() returns for a missing file becomes a std::string, or an exception is thrown"},
+      {.name = "resolved_path/links",
+       .level = Level::should,
+       .promise = resolved_promise,
+       .harm = "The same instance has two names, and is taken for a new one.",
+       .fix = "Use realpath(), or std::filesystem::weakly_canonical().",
+       .perform = resolved_path_has_no_links,
+       .after = "resolved_path/absolute"},
+      {.name = "resolved_path/missing",
+       .level = Level::must,
+       .promise = resolved_promise,
+       .harm = "An exception or a crash ends the action because of a package whose directory is missing.",
+       .fix = "Return an empty text, or the absolute path of what would be there.",
+       .perform = resolved_path_of_missing,
+       .after = "resolved_path/absolute",
+       .if_it_ends =
+           "the null pointer that realpath() returns for a missing file becomes a std::string, or an exception is thrown"},
+      {.name = "path_is_relative/known",
+       .level = Level::must,
+       .promise = "True if the path is relative.",
+       .harm = "The root is put before an absolute prefix, or a relative prefix is looked for in the working directory.",
+       .fix = "Return whether the path does not begin with a slash.",
+       .perform = relative_paths_are_known},
+      {.name = "get_basename/last-component",
+       .level = Level::must,
+       .promise = "It never contains a \"/\".",
+       .harm = "The user's Eclipse is never accepted: its name is compared with ECLIPSE_BIN.",
+       .fix = "Return what is behind the last slash, or the whole text if there is none.",
+       .perform = basenames},
+      {.name = "get_basename/trailing-slashes",
+       .level = Level::must,
+       .promise = "The last component of a path, ignoring trailing slashes.",
+       .harm = "Paths with a slash at their end have no name.",
+       .fix = "Remove trailing slashes first.",
+       .perform = basenames_ignore_trailing_slashes,
+       .after = "get_basename/last-component"},
+      {.name = "get_dirname/all-but-last",
+       .level = Level::must,
+       .promise = dirname_promise,
+       .harm = "ECLIPSE_PATH is another directory than that of the executable.",
+       .fix = "Return what is before the last slash.",
+       .perform = dirnames},
+      {.name = "get_dirname/root",
+       .level = Level::must,
+       .promise = dirname_promise,
+       .harm = "An Eclipse in the root directory has no ECLIPSE_PATH.",
+       .fix = "Return \"/\" if the only slash is the first character.",
+       .perform = dirname_of_the_root,
+       .after = "get_dirname/all-but-last"},
+      {.name = "get_dirname/name-alone",
+       .level = Level::must,
+       .promise = dirname_promise,
+       .harm = "ECLIPSE_PATH is written although the plug-in has no directory for it.",
+       .fix = "Return an empty text if there is no slash.",
+       .perform = dirname_of_a_name,
+       .after = "get_dirname/all-but-last"},
+      {.name = "arguments/unchanged",
+       .level = Level::must,
+       .promise = "No operation changes a text that it is given.",
+       .harm = "The plug-in goes on with another path.",
+       .fix = "Copy the text before you change it; never cast its const away.",
+       .perform = arguments_are_unchanged,
+       .after = "get_file/null-size replace/every-occurrence replace/contains-itself"},
+  };
+}
+
+}  // namespace host_kit

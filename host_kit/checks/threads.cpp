@@ -1,0 +1,95 @@
+// Operations that get no session, called by several threads at the same time.
+#include <array>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+#include "host_kit/checks/groups.h"
+
+namespace host_kit {
+
+namespace {
+
+constexpr int threads = 4;
+constexpr int rounds = 300;
+
+/// Calls `act(number)` on several threads, each with its own number, and throws the first Failure.
+template <typename Act>
+void on_threads(const Act& act) {
+  std::mutex mutex;
+  std::optional<Failure> failure;
+  std::array<std::thread, threads> running;
+  for (int number = 0; number < threads; ++number) {
+    running[static_cast<std::size_t>(number)] = std::thread([&, number] {
+      try {
+        for (int round = 0; round < rounds; ++round) act(number);
+      } catch (const Failure& found) {
+        const std::lock_guard lock(mutex);
+        if (!failure) failure = found;
+      }
+    });
+  }
+  for (std::thread& thread : running) thread.join();
+  if (failure)
+    throw Failure{failure->wanted + ", on four threads", failure->got, "a static buffer, or another global that is not locked"};
+}
+
+std::string own_name(int number) {
+  return "name" + std::string(static_cast<std::size_t>(number) * 20 + 1, static_cast<char>('a' + number));
+}
+
+void texts_and_paths(const Probe&) {
+  on_threads([](int number) {
+    const std::string name = own_name(number);
+    const std::string text = "/opt/" + name + "/file";
+    expect_text("path()", text, path(text));
+    expect_text("get_dirname()", "/opt/" + name, get_dirname(text));
+    expect_text("get_basename()", name, get_basename("/opt/" + name));
+    expect_text("join()", name + "," + name, join(std::vector<std::string>{name, name}, ","));
+    expect_text("replaceAllSubstrings()", name + "<p>" + name, replaceAllSubstrings(name + "\n" + name, "\n", "<p>"));
+  });
+}
+
+void files(const Probe& probe) {
+  for (int number = 0; number < threads; ++number) write_file(probe.scratch + "/" + own_name(number), own_name(number));
+  on_threads([&](int number) {
+    const std::string path = probe.scratch + "/" + own_name(number);
+    char* const text = get_file(path, 0, nullptr);
+    const std::string content = text == nullptr ? "" : text;
+    std::free(text);
+    expect_text("get_file()", own_name(number), content);
+    expect_equal("is_file()", true, is_file(path));
+  });
+}
+
+}  // namespace
+
+std::vector<Check> thread_checks() {
+  constexpr std::string_view promise =
+      "The plug-in has no state of its own, so several threads may call it at the same time, each with a session of its own, "
+      "if "
+      "the operations of the host allow it.";
+  constexpr std::string_view harm =
+      "None in a host with one thread; in one with several, paths and texts of one session get into the other.";
+  constexpr std::string_view fix = "Work on local variables; return a std::string of the call's own.";
+  return {
+      {.name = "threads/texts-and-paths",
+       .level = Level::may,
+       .promise = promise,
+       .harm = harm,
+       .fix = fix,
+       .perform = texts_and_paths,
+       .after = "*",
+       .if_it_ends = "a static buffer, or another global that is not locked"},
+      {.name = "threads/files",
+       .level = Level::may,
+       .promise = promise,
+       .harm = harm,
+       .fix = fix,
+       .perform = files,
+       .after = "*",
+       .if_it_ends = "a static buffer, or another global that is not locked"},
+  };
+}
+
+}  // namespace host_kit

@@ -1,0 +1,23 @@
+// How "eclipse-int check-host" and the library that it makes a host load speak with each other: by variables of the environment
+// and one file.
+#ifndef ECLIPSE_INT_HOST_KIT_ENVIRONMENT_H
+#define ECLIPSE_INT_HOST_KIT_ENVIRONMENT_H
+
+namespace host_kit::environment {
+
+inline constexpr const char* only = "ECLIPSE_INT_CHECK_ONLY";              ///< names, separated by commas
+inline constexpr const char* in_process = "ECLIPSE_INT_CHECK_IN_PROCESS";  ///< "1": without child processes
+inline constexpr const char* seconds = "ECLIPSE_INT_CHECK_SECONDS";        ///< for each check
+inline constexpr const char* log = "ECLIPSE_INT_CHECK_LOG";                ///< the file of print_log()
+inline constexpr const char* waivers = "ECLIPSE_INT_CHECK_WAIVERS";        ///< the file of accepted failures
+inline constexpr const char* format = "ECLIPSE_INT_CHECK_FORMAT";          ///< of the report
+inline constexpr const char* report = "ECLIPSE_INT_CHECK_REPORT";          ///< its file; standard error without one
+inline constexpr const char* junit = "ECLIPSE_INT_CHECK_JUNIT";            ///< the file of a second report, in JUnit XML
+inline constexpr const char* end_host = "ECLIPSE_INT_CHECK_END_HOST";      ///< "1": the host ends after the checks
+/// The file that says how far it got: empty until the library is loaded, then "loaded", "checking NAME" and in the end "0", "1", or
+/// "2" and a message.
+inline constexpr const char* progress = "ECLIPSE_INT_CHECK_PROGRESS";
+
+}  // namespace host_kit::environment
+
+#endif
