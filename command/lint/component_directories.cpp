@@ -15,7 +15,6 @@ using namespace eclipse_base;
 using namespace eclipse_dry_run;
 
 namespace fs = std::filesystem;
-using eclipse_dry_run::PluginFunctions;
 
 namespace eclipse_lint {
 
