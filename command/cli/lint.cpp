@@ -17,9 +17,8 @@
 #include "lint/report.h"
 #include "standalone_host/installation.h"
 
-using namespace eclipse_p2;
-
 using namespace eclipse_lint;
+using namespace eclipse_p2;
 
 namespace eclipse_cli {
 

@@ -5,10 +5,9 @@
 #include "base/printable.h"
 #include "base/text.h"
 
+using namespace eclipse_base;
 using namespace eclipse_p2;
 using namespace eclipse_verify;
-
-using namespace eclipse_base;
 
 namespace eclipse_cli {
 

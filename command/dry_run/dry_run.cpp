@@ -6,8 +6,8 @@
 #include "dry_run/log_lines.h"
 #include "standalone_host/session_copy.h"
 
-using namespace eclipse_shell;
 using namespace eclipse_host;
+using namespace eclipse_shell;
 
 namespace eclipse_dry_run {
 

@@ -11,8 +11,9 @@
 #include "dry_run/plugin_functions.h"
 #include "standalone_host/session_copy.h"
 
-namespace fs = std::filesystem;
 using eclipse_host::Session;
+
+namespace fs = std::filesystem;
 
 namespace eclipse_dry_run {
 

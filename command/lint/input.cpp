@@ -14,11 +14,11 @@
 #include "standalone_host/session_file.h"
 
 using namespace eclipse_base;
-using namespace eclipse_p2;
 using namespace eclipse_dry_run;
+using namespace eclipse_host;
+using namespace eclipse_p2;
 
 namespace fs = std::filesystem;
-using namespace eclipse_host;
 
 namespace eclipse_lint {
 

@@ -6,7 +6,6 @@
 #include "lint/report.h"
 
 using namespace eclipse_base;
-
 using Json = nlohmann::ordered_json;
 
 namespace eclipse_lint {

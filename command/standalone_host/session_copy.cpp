@@ -1,7 +1,5 @@
 #include "standalone_host/session_copy.h"
 
-using namespace eclipse_host;
-
 namespace eclipse_host {
 
 std::unique_ptr<Session> copy_of(const Session& session) {

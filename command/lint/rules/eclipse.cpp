@@ -17,10 +17,10 @@
 #include "shell/executable.h"
 #include "shell/shell_cause.h"
 
-namespace fs = std::filesystem;
+using namespace eclipse_base;
 using namespace eclipse_lint::samples;
 
-using namespace eclipse_base;
+namespace fs = std::filesystem;
 
 namespace eclipse_lint {
 

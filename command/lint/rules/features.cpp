@@ -10,13 +10,11 @@
 #include "lint/texts.h"
 #include "p2/version.h"
 
-using namespace eclipse_lint::samples;
-
-using eclipse_p2::group_suffix;
-using eclipse_p2::UnitVersions;
-using eclipse_p2::whole_version;
-
 using namespace eclipse_base;
+using namespace eclipse_lint::samples;
+using eclipse_p2::UnitVersions;
+using eclipse_p2::group_suffix;
+using eclipse_p2::whole_version;
 
 namespace eclipse_lint {
 

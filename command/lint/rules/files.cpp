@@ -11,12 +11,11 @@
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
 
+using namespace eclipse_base;
 using namespace eclipse_dry_run;
 using namespace eclipse_lint::samples;
 
 namespace fs = std::filesystem;
-
-using namespace eclipse_base;
 
 namespace eclipse_lint {
 

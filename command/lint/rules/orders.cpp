@@ -9,9 +9,8 @@
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
 
-using namespace eclipse_lint::samples;
-
 using namespace eclipse_base;
+using namespace eclipse_lint::samples;
 
 namespace eclipse_lint {
 

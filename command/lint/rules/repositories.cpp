@@ -11,8 +11,8 @@
 #include "lint/texts.h"
 
 using namespace eclipse_base;
-using namespace eclipse_p2;
 using namespace eclipse_lint::samples;
+using namespace eclipse_p2;
 
 namespace fs = std::filesystem;
 

@@ -8,10 +8,9 @@
 #include "lint/rules/samples.h"
 #include "shell/command_runner.h"
 
-using eclipse_shell::longest_command;
-using namespace eclipse_lint::samples;
-
 using namespace eclipse_base;
+using namespace eclipse_lint::samples;
+using eclipse_shell::longest_command;
 
 namespace eclipse_lint {
 
