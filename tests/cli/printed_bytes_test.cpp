@@ -187,6 +187,33 @@ TEST_F(PrintedBytes, OfUnitsAndTheirRequirersAreVisible) {
   expect_printable("run session.json --verify", "\\u202E");
 }
 
+TEST_F(PrintedBytes, OfUpdateSitesAreVisible) {
+  write_session("install");
+  std::string odd = "o";
+  for (const char* const code : {"x1B", "x7", "x85", "x9B", "x202E", "x2028", "xAD", "13", "10"}) {
+    odd.append("&#").append(code) += ';';
+  }
+  odd += "FORGED";
+  fake::write_file("tools/site/content.xml", "<repository><units><unit id='" + odd + ".feature.group' version='1" + odd +
+                                                 "'><properties><property name='" + "org.eclipse.equinox.p2.name' value='" +
+                                                 odd + "'/></properties></unit></units></repository>");
+  expect_printable("list tools/site");
+  expect_printable("list --all tools/site");
+  expect_ascii_document("list --json tools/site");
+  fake::write_file("composite/compositeContent.xml", "<repository><children size='2'><child location='" + odd +
+                                                         "'/><child location='http:" + odd + "'/></children></repository>");
+  expect_printable("list composite");
+  expect_ascii_document("list --json composite");
+  const std::string name = in_shell_quotes(odd_name);
+  std::filesystem::copy("composite", odd_name, std::filesystem::copy_options::recursive);
+  for (const std::string& arguments : {"list " + name, "list x" + name, "new " + name, "new x" + name, "help " + name}) {
+    expect_printable(arguments);
+  }
+  std::filesystem::create_directory("component");
+  std::filesystem::rename(odd_name, "component/" + odd_name);
+  expect_printable("new component");
+}
+
 TEST_F(PrintedBytes, OfDescriptorFilesAndTheirNamesAreVisible) {
   std::filesystem::remove("tools/etc/eclipse/tools.txt");
   write_descriptor(odd_name);
