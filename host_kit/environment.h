@@ -14,8 +14,8 @@ inline constexpr const char* format = "ECLIPSE_INT_CHECK_FORMAT";          ///< 
 inline constexpr const char* report = "ECLIPSE_INT_CHECK_REPORT";          ///< its file; standard error without one
 inline constexpr const char* junit = "ECLIPSE_INT_CHECK_JUNIT";            ///< the file of a second report, in JUnit XML
 inline constexpr const char* end_host = "ECLIPSE_INT_CHECK_END_HOST";      ///< "1": the host ends after the checks
-/// The file that says how far it got: empty until the library is loaded, then "loaded", "checking NAME" and in the end "0", "1", or
-/// "2" and a message.
+/// The file that says how far it got: empty until the library is loaded, then "loaded", "checking NAME" and in the end "0",
+/// "1", or "2" and a message.
 inline constexpr const char* progress = "ECLIPSE_INT_CHECK_PROGRESS";
 
 }  // namespace host_kit::environment

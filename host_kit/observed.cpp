@@ -13,13 +13,15 @@ namespace {
 
 constexpr ObservedOperation operations[] = {
     {"observed/variables", "Sets a session variable."},
-    {"observed/catalogue", "Every component known to the session, in the host's order, which decides the order of features that give none."},
+    {"observed/catalogue",
+     "Every component known to the session, in the host's order, which decides the order of features that give none."},
     {"observed/packages", "`package` is a record that findPackage() of this provider returned, never null."},
     {"observed/paths", "The path in the host's normalised form."},
     {"observed/files", "True if the path exists."},
     {"observed/texts", "`text` with every occurrence of `from` replaced by `to`, and nothing else changed."},
     {"observed/commands",
-     "Runs a command line through the shell, waits until it ends, stores its exit code in `exit_status` (the code itself, not what "
+     "Runs a command line through the shell, waits until it ends, stores its exit code in `exit_status` (the code itself, not "
+     "what "
      "wait() stores) and returns what it printed to standard output."},
 };
 
@@ -83,19 +85,22 @@ std::size_t commands_run() { return commands; }
 void observed_set(session_t*, const char*, const char*) OBSERVED("_Z14env_set_stringP9session_tPKcS2_");
 void observed_set(session_t* session, const char* name, const char* value) {
   env_set_string(session, name, value);
-  note_text("observed/variables", "env_get_string(" + shown(name) + ") after env_set_string()", value, env_get_string(session, name));
+  note_text("observed/variables", "env_get_string(" + shown(name) + ") after env_set_string()", value,
+            env_get_string(session, name));
 }
 
 void observed_set(session_t*, const std::string&, const std::string&) OBSERVED("_Z14env_set_stringP9session_tRK" STRING "S8_");
 void observed_set(session_t* session, const std::string& name, const std::string& value) {
   env_set_string(session, name, value);
-  note_text("observed/variables", "env_get_string(" + shown(name) + ") after env_set_string()", value, env_get_string(session, name.c_str()));
+  note_text("observed/variables", "env_get_string(" + shown(name) + ") after env_set_string()", value,
+            env_get_string(session, name.c_str()));
 }
 
 std::vector<Component*> observed_components(TSD*) OBSERVED("_ZN3TSD10componentsEv");
 std::vector<Component*> observed_components(TSD* catalogue) {
   std::vector<Component*> components = catalogue->components();
-  note("observed/catalogue", components == catalogue->components(), "TSD::components(), asked again, gives the same list", "another list");
+  note("observed/catalogue", components == catalogue->components(), "TSD::components(), asked again, gives the same list",
+       "another list");
   return components;
 }
 
@@ -143,23 +148,24 @@ char* observed_get_file(const std::string& file, int option, long long* size) {
   return text;
 }
 
-std::string observed_join(std::vector<std::string>, std::string) OBSERVED(
-    "_Z4joinSt6vectorINSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEESaIS5_EES5_");
+std::string observed_join(std::vector<std::string>, std::string)
+    OBSERVED("_Z4joinSt6vectorINSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEESaIS5_EES5_");
 std::string observed_join(std::vector<std::string> items, std::string separator) {
   std::string text = join(items, separator);
   note_text("observed/texts", "join()", joined(items, separator), text);
   return text;
 }
 
-std::string observed_join(std::set<std::string>, std::string) OBSERVED(
-    "_Z4joinSt3setINSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEESt4lessIS5_ESaIS5_EES5_");
+std::string observed_join(std::set<std::string>, std::string)
+    OBSERVED("_Z4joinSt3setINSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEESt4lessIS5_ESaIS5_EES5_");
 std::string observed_join(std::set<std::string> items, std::string separator) {
   std::string text = join(items, separator);
   note_text("observed/texts", "join()", joined(items, separator), text);
   return text;
 }
 
-std::string observed_replace(const std::string&, const std::string&, const std::string&) OBSERVED("_Z20replaceAllSubstringsRK" STRING "S6_S6_");
+std::string observed_replace(const std::string&, const std::string&, const std::string&)
+    OBSERVED("_Z20replaceAllSubstringsRK" STRING "S6_S6_");
 std::string observed_replace(const std::string& text, const std::string& from, const std::string& to) {
   std::string answer = replaceAllSubstrings(text, from, to);
   note_text("observed/texts", "replaceAllSubstrings()", replaced(text, from, to), answer);

@@ -35,9 +35,9 @@ std::vector<const Check*> selected_checks(const std::vector<std::string>& only);
 
 /// Performs these checks, each when the ones that it needs are done. What is observed in the host's own run is left out.
 /// `on_check` sees each check before it is performed.
-std::vector<Result> perform_checks(session_t* session, const eclipse_int::HostCheckOptions& options,
-                                   const std::vector<const Check*>& checks,
-                                   const std::function<void(const Check&)>& on_check = [](const Check&) {});
+std::vector<Result> perform_checks(
+    session_t* session, const eclipse_int::HostCheckOptions& options, const std::vector<const Check*>& checks,
+    const std::function<void(const Check&)>& on_check = [](const Check&) {});
 
 /// What was observed so far of these checks; skipped if one of the results before is an error, which shows there as well.
 std::vector<Result> observed_results(const std::vector<const Check*>& checks, const std::vector<Result>& before);

@@ -1,5 +1,5 @@
-// The library that a host loads in the place of the plug-in: it has the same actions. The first one that the host calls checks the
-// host; then each does what the plug-in does, and what the host answers is observed.
+// The library that a host loads in the place of the plug-in: it has the same actions. The first one that the host calls checks
+// the host; then each does what the plug-in does, and what the host answers is observed.
 #include <unistd.h>
 
 #include <cstdlib>
@@ -178,14 +178,24 @@ EXPORTED int eclipse_integration_required(session_t* session) {
   return host_check().call(host_kit::plugin_eclipse_integration_required, session);
 }
 EXPORTED int find_eclipse_ide(session_t* session) { return host_check().call(host_kit::plugin_find_eclipse_ide, session); }
-EXPORTED int define_eclipse_path(session_t* session) { return host_check().call(host_kit::plugin_define_eclipse_path, session); }
+EXPORTED int define_eclipse_path(session_t* session) {
+  return host_check().call(host_kit::plugin_define_eclipse_path, session);
+}
 EXPORTED int verify_user_defined_eclipse_path(session_t* session) {
   return host_check().call(host_kit::plugin_verify_user_defined_eclipse_path, session);
 }
-EXPORTED int user_eclipse_version(session_t* session) { return host_check().call(host_kit::plugin_user_eclipse_version, session); }
-EXPORTED int verify_eclipse_version(session_t* session) { return host_check().call(host_kit::plugin_verify_eclipse_version, session); }
-EXPORTED int perform_integration(session_t* session) { return host_check().call(host_kit::plugin_perform_integration, session); }
-EXPORTED int perform_unintegration(session_t* session) { return host_check().call(host_kit::plugin_perform_unintegration, session); }
+EXPORTED int user_eclipse_version(session_t* session) {
+  return host_check().call(host_kit::plugin_user_eclipse_version, session);
+}
+EXPORTED int verify_eclipse_version(session_t* session) {
+  return host_check().call(host_kit::plugin_verify_eclipse_version, session);
+}
+EXPORTED int perform_integration(session_t* session) {
+  return host_check().call(host_kit::plugin_perform_integration, session);
+}
+EXPORTED int perform_unintegration(session_t* session) {
+  return host_check().call(host_kit::plugin_perform_unintegration, session);
+}
 
 /// Prints all checks to standard output; `format` is "text" or "names".
 EXPORTED void eclipse_int_list_checks(const char* format) { host_kit::write_list(std::cout, format); }

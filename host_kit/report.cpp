@@ -37,8 +37,9 @@ struct Field {
 /// What there is to say of a failure; fields without a text are left out.
 std::vector<Field> fields_of(const Result& result) {
   const Check& check = *result.check;
-  std::vector<Field> fields = {{"promise", std::string(check.promise)}, {"wanted", result.failure.wanted}, {"got", result.failure.got},
-                               {"looks like", result.failure.guess},    {"harm", std::string(check.harm)}, {"fix", std::string(check.fix)}};
+  std::vector<Field> fields = {
+      {"promise", std::string(check.promise)}, {"wanted", result.failure.wanted}, {"got", result.failure.got},
+      {"looks like", result.failure.guess},    {"harm", std::string(check.harm)}, {"fix", std::string(check.fix)}};
   std::erase_if(fields, [](const Field& field) { return field.text.empty(); });
   return fields;
 }
@@ -56,11 +57,20 @@ std::string xml_escaped(std::string_view text) {
   std::string escaped;
   for (const char byte : eclipse_base::printable(text)) {
     switch (byte) {
-      case '&': escaped += "&amp;"; break;
-      case '<': escaped += "&lt;"; break;
-      case '>': escaped += "&gt;"; break;
-      case '"': escaped += "&quot;"; break;
-      default: escaped += byte;
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '>':
+        escaped += "&gt;";
+        break;
+      case '"':
+        escaped += "&quot;";
+        break;
+      default:
+        escaped += byte;
     }
   }
   return escaped;
@@ -71,7 +81,8 @@ std::string summary(const std::vector<Result>& results) {
   const std::size_t errors = count_of(results, is_error);
   const std::size_t tolerated = count_of(results, is_tolerated);
   const std::size_t skipped = count_of(results, [](const Result& result) { return result.outcome == Outcome::skipped; });
-  std::string text = counted(results.size(), "check") + ": " + std::to_string(results.size() - errors - tolerated - skipped) + " hold";
+  std::string text =
+      counted(results.size(), "check") + ": " + std::to_string(results.size() - errors - tolerated - skipped) + " hold";
   if (errors != 0) text += ", " + std::to_string(errors) + " must hold and " + (errors == 1 ? "does" : "do") + " not";
   if (tolerated != 0) text += ", " + counted(tolerated, "note");
   if (skipped != 0) text += ", " + std::to_string(skipped) + " skipped";
@@ -80,15 +91,14 @@ std::string summary(const std::vector<Result>& results) {
 
 }  // namespace
 
-std::string_view level_name(Level level) {
-  return level == Level::must ? "must" : level == Level::should ? "should" : "may";
-}
+std::string_view level_name(Level level) { return level == Level::must ? "must" : level == Level::should ? "should" : "may"; }
 
 void write_text(std::ostream& out, const std::vector<Result>& results) {
   for (const Result& result : results) {
     if (result.outcome != Outcome::fails) continue;
     out << (is_error(result) ? "FAILS " : "note  ") << result.check->name << " (" << tolerance(result) << ")\n";
-    for (const Field& field : fields_of(result)) out << "  " << field.name << ": " << eclipse_base::printable(field.text) << "\n";
+    for (const Field& field : fields_of(result))
+      out << "  " << field.name << ": " << eclipse_base::printable(field.text) << "\n";
     out << "\n";
   }
   for (const Result& result : results) {
@@ -118,19 +128,20 @@ void write_junit(std::ostream& out, const std::vector<Result>& results) {
       count_of(results, [](const Result& result) { return result.outcome == Outcome::skipped || is_tolerated(result); });
   double seconds = 0;
   for (const Result& result : results) seconds += result.seconds;
-  out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites>\n<testsuite name=\"eclipse_int host\" tests=\"" << results.size()
-      << "\" failures=\"" << errors << "\" errors=\"0\" skipped=\"" << skipped << "\" time=\"" << seconds_of(seconds) << "\">\n";
+  out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites>\n<testsuite name=\"eclipse_int host\" tests=\""
+      << results.size() << "\" failures=\"" << errors << "\" errors=\"0\" skipped=\"" << skipped << "\" time=\""
+      << seconds_of(seconds) << "\">\n";
   for (const Result& result : results) {
     const std::string_view name = result.check->name;
-    out << "<testcase classname=\"" << name.substr(0, name.find('/')) << "\" name=\"" << name << "\" time=\"" << seconds_of(result.seconds)
-        << "\">";
+    out << "<testcase classname=\"" << name.substr(0, name.find('/')) << "\" name=\"" << name << "\" time=\""
+        << seconds_of(result.seconds) << "\">";
     std::string details;
     if (result.outcome == Outcome::fails) {
       for (const Field& field : fields_of(result)) details += std::string(field.name) + ": " + xml_escaped(field.text) + "\n";
     }
     if (is_error(result)) {
-      out << "<failure message=\"" << xml_escaped(result.failure.wanted + ", but got " + result.failure.got) << "\" type=\"must\">" << details
-          << "</failure>";
+      out << "<failure message=\"" << xml_escaped(result.failure.wanted + ", but got " + result.failure.got)
+          << "\" type=\"must\">" << details << "</failure>";
     } else if (is_tolerated(result)) {
       out << "<skipped message=\"" << xml_escaped(tolerance(result)) << "\"/><system-out>" << details << "</system-out>";
     } else if (result.outcome == Outcome::skipped) {

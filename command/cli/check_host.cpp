@@ -68,8 +68,8 @@ std::filesystem::path checking_library() {
     const auto library = (directory / "host_kit" / "libeclipse_int.so").lexically_normal();
     if (std::filesystem::exists(library)) return library;
   }
-  throw UsageError("check-host: the library that checks a host is not in " + (installed / "host_kit").lexically_normal().string() +
-                   "; install it with the command");
+  throw UsageError("check-host: the library that checks a host is not in " +
+                   (installed / "host_kit").lexically_normal().string() + "; install it with the command");
 }
 
 int list_checks(const std::string& format) {
@@ -85,7 +85,8 @@ class ReportDirectory {
  public:
   ReportDirectory() {
     path_ = (std::filesystem::temp_directory_path() / "eclipse-int-check-host-XXXXXX").string();
-    if (mkdtemp(path_.data()) == nullptr) throw UsageError("check-host: cannot make the directory " + path_ + ": " + std::strerror(errno));
+    if (mkdtemp(path_.data()) == nullptr)
+      throw UsageError("check-host: cannot make the directory " + path_ + ": " + std::strerror(errno));
   }
   ~ReportDirectory() {
     std::error_code error;
@@ -163,7 +164,8 @@ int run_host(const std::vector<std::string>& command) {
 }
 
 std::string how_it_ended(int status) {
-  if (WIFSIGNALED(status)) return "was ended by signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) + ")";
+  if (WIFSIGNALED(status))
+    return "was ended by signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) + ")";
   return "ended with exit status " + std::to_string(WEXITSTATUS(status));
 }
 
@@ -179,10 +181,11 @@ int report(const ReportDirectory& directory, int status) {
     return 1;
   }
   if (progress != "0" && progress != "1") {
-    print_message(host + (progress.empty() ? " and did not load libeclipse_int.so from the directory of the checks.\nIf it loads "
-                                             "the plug-in by a path, write {plugin} in the place of this path in its command. A "
-                                             "DT_RPATH, or a set-user-ID bit, makes the loader ignore LD_LIBRARY_PATH."
-                                           : ", and loaded the plug-in, but called none of its actions."));
+    print_message(host + (progress.empty()
+                              ? " and did not load libeclipse_int.so from the directory of the checks.\nIf it loads "
+                                "the plug-in by a path, write {plugin} in the place of this path in its command. A "
+                                "DT_RPATH, or a set-user-ID bit, makes the loader ignore LD_LIBRARY_PATH."
+                              : ", and loaded the plug-in, but called none of its actions."));
     return 2;
   }
   std::cout << text_of(directory.report());
@@ -195,7 +198,8 @@ int perform(const CheckHostOptions& options) {
   if (options.command.empty()) throw UsageError("COMMAND: the command that starts the host is missing; write it behind \"--\"");
   const std::filesystem::path library = checking_library();
   std::vector<std::string> command;
-  for (const std::string& word : options.command) command.push_back(eclipse_base::replaced(word, placeholder, library.string()));
+  for (const std::string& word : options.command)
+    command.push_back(eclipse_base::replaced(word, placeholder, library.string()));
   const ReportDirectory directory;
   set_environment(options, directory, library);
   return report(directory, run_host(command));
@@ -208,8 +212,9 @@ Subcommand add_check_host(CLI::App& program) {
                                              "Check whether an installer host keeps what the host interface promises:\n"
                                              "run it with a library that checks it in the place of the plug-in");
   const auto options = std::make_shared<CheckHostOptions>();
-  parser.add_option("COMMAND", options->command,
-                    "The command that runs the host, after \"--\"; {plugin} in it becomes\nthe path of the library")
+  parser
+      .add_option("COMMAND", options->command,
+                  "The command that runs the host, after \"--\"; {plugin} in it becomes\nthe path of the library")
       ->option_text("ARGS...");
   parser.add_option("--only", options->only, "Perform this check, or the checks of this group; repeatable [all checks]")
       ->type_name("NAME")
@@ -217,14 +222,18 @@ Subcommand add_check_host(CLI::App& program) {
   parser.add_flag("--list", options->list, "List all checks with their levels and promises, and exit");
   parser.add_flag("--in-process", options->in_process,
                   "Perform the checks in the process of the host, for a debugger\n[each in a forked child]");
-  parser.add_flag("--checks-only", options->checks_only, "End the host after the checks, before the first action does anything");
-  parser.add_option("--seconds", options->seconds, "How long a check may take [10]")->type_name("N")->check(CLI::Range(1, 3600));
+  parser.add_flag("--checks-only", options->checks_only,
+                  "End the host after the checks, before the first action does anything");
+  parser.add_option("--seconds", options->seconds, "How long a check may take [10]")
+      ->type_name("N")
+      ->check(CLI::Range(1, 3600));
   parser.add_option("--format", options->format, "Print the report as text, tap or junit; with --list, text or names [text]")
       ->type_name("FORMAT")
       ->check(CLI::IsMember({"text", "tap", "junit", "names"}));
   parser.add_option("--junit", options->junit, "Write the report to FILE as well, in JUnit XML")->type_name("FILE");
-  parser.add_option("--log", options->log,
-                    "The file to which the host writes its log [looked for in its open files\nand in what it prints]")
+  parser
+      .add_option("--log", options->log,
+                  "The file to which the host writes its log [looked for in its open files\nand in what it prints]")
       ->type_name("FILE");
   parser.add_option("--waivers", options->waivers, "Accept the failures that FILE lists, each with a reason: NAME REASON")
       ->type_name("FILE");

@@ -23,13 +23,14 @@ std::vector<Component*> components_of(const Probe& probe) {
 
 void catalogue_is_stable(const Probe& probe) {
   const std::vector<Component*> first = probe.session->tsd.components();
-  expect(first == probe.session->tsd.components(), "TSD::components(), asked again, gives the same components in the same order",
-         "another list", "the catalogue is made anew for each call, or `this` is taken for another object");
+  expect(first == probe.session->tsd.components(),
+         "TSD::components(), asked again, gives the same components in the same order", "another list",
+         "the catalogue is made anew for each call, or `this` is taken for another object");
 }
 
 void expect_readable(const std::string& text, const char* member) {
-  expect(text.size() <= longest_text && text.c_str()[text.size()] == '\0', std::string(member) + " of a component is a text", "no text",
-         "the component is gone, or is not derived from Component");
+  expect(text.size() <= longest_text && text.c_str()[text.size()] == '\0', std::string(member) + " of a component is a text",
+         "no text", "the component is gone, or is not derived from Component");
 }
 
 void components_are_alive(const Probe& probe) {
@@ -55,7 +56,8 @@ void conditions_are_stable(const Probe& probe) {
 void conditions_exclude_each_other(const Probe& probe) {
   for (Component* const component : components_of(probe)) {
     expect(!component->installCondition() || !component->uninstallCondition(),
-           component_name(*component) + " is selected for installation or for removal, not for both", "both conditions are true",
+           component_name(*component) + " is selected for installation or for removal, not for both",
+           "both conditions are true",
            "a condition returns whether anything is selected, or the state before the user changed it");
   }
 }
@@ -104,8 +106,9 @@ void packages_are_found_by_code(const Probe& probe) {
   for (const Supplied& one : supplied) {
     if (!one.component->code.empty() && package_of(one) != nullptr) return;
   }
-  throw Failure{"findPackage(\"\", CODE, \"\") finds the package of at least one of " + std::to_string(supplied.size()) + " components",
-                "null for each", "the empty repository and version are compared, too"};
+  throw Failure{
+      "findPackage(\"\", CODE, \"\") finds the package of at least one of " + std::to_string(supplied.size()) + " components",
+      "null for each", "the empty repository and version are compared, too"};
 }
 
 void package_is_one_record(const Probe& probe) {
@@ -133,8 +136,8 @@ void relative_prefix_resolves(const Probe& probe) {
     const std::string place = resolved_path(packaged.provider->rootPath() + "/" + prefix);
     struct stat status;
     expect(!place.empty() && stat(place.c_str(), &status) == 0 && S_ISDIR(status.st_mode),
-           "prefix " + shown(prefix) + " below rootPath() " + shown(packaged.provider->rootPath()) + " is a directory", shown(place),
-           "rootPath() is another directory, or the package is not installed yet");
+           "prefix " + shown(prefix) + " below rootPath() " + shown(packaged.provider->rootPath()) + " is a directory",
+           shown(place), "rootPath() is another directory, or the package is not installed yet");
   }
   if (!is_checked) throw Skipped{"give the session an installed component whose package has a relative prefix"};
 }
@@ -148,9 +151,11 @@ std::vector<Check> catalogue_checks() {
   return {
       {.name = "components/stable",
        .level = Level::must,
-       .promise = "Every component known to the session, in the host's order, which decides the order of features that give none.",
+       .promise =
+           "Every component known to the session, in the host's order, which decides the order of features that give none.",
        .harm = "Features are installed in another order each time, or components are missed.",
-       .fix = "Cast `this` to session_t*, then to your session class, and return the pointers of its catalogue in a fixed order.",
+       .fix =
+           "Cast `this` to session_t*, then to your session class, and return the pointers of its catalogue in a fixed order.",
        .perform = catalogue_is_stable,
        .if_it_ends = "`this` is taken for another object than the session; it is the address of the session_t"},
       {.name = "components/alive",
@@ -183,7 +188,8 @@ std::vector<Check> catalogue_checks() {
        .fix = "Return null for an unknown code; do not use at() or operator[].",
        .perform = unknown_package_is_null,
        .after = "components/conditions-stable",
-       .if_it_ends = "provider() returns the address of something else than a Provider: convert it without reinterpret_cast or void*"},
+       .if_it_ends =
+           "provider() returns the address of something else than a Provider: convert it without reinterpret_cast or void*"},
       {.name = "provider/finds-by-code",
        .level = Level::should,
        .promise = "The plug-in looks up by `code` alone: it passes \"\" as `repository` and as `version`.",
@@ -200,8 +206,9 @@ std::vector<Check> catalogue_checks() {
        .after = "provider/unknown-is-null"},
       {.name = "provider/files-stable",
        .level = Level::must,
-       .promise = "The paths of the package's files in the package's own order, each as the package lists it: it may use \"\\\" as "
-                  "its separator, end in line feeds and carriage returns, or be empty (then it is skipped).",
+       .promise =
+           "The paths of the package's files in the package's own order, each as the package lists it: it may use \"\\\" as "
+           "its separator, end in line feeds and carriage returns, or be empty (then it is skipped).",
        .harm = "Descriptor files are missed or read twice.",
        .fix = "Return a copy of the list, in a fixed order.",
        .perform = files_are_stable,
@@ -216,8 +223,8 @@ std::vector<Check> catalogue_checks() {
            [](const Probe& probe) {
              for (const Packaged& packaged : packages_of(probe)) {
                const std::string root = packaged.provider->rootPath();
-               expect(root.size() <= longest_text && packaged.provider->rootPath() == root, "rootPath(), asked again, gives the same text",
-                      "another text");
+               expect(root.size() <= longest_text && packaged.provider->rootPath() == root,
+                      "rootPath(), asked again, gives the same text", "another text");
                packaged.provider->packageFiles(packaged.package);
              }
            },

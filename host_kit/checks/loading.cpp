@@ -48,8 +48,9 @@ std::vector<Check> loading_checks() {
        .perform = session_is_given},
       {.name = "load/one-standard-library",
        .level = Level::should,
-       .promise = "Texts, lists, exceptions and the buffer of get_file() pass between the two, so host and plug-in must be built "
-                  "for the same C++ standard library and ABI, and must use the same allocator.",
+       .promise =
+           "Texts, lists, exceptions and the buffer of get_file() pass between the two, so host and plug-in must be built "
+           "for the same C++ standard library and ABI, and must use the same allocator.",
        .harm = "A text of the one library that reaches the other is read as something else.",
        .fix = "Build all of the host with the C++ standard library of the plug-in, libstdc++.",
        .perform = there_is_one_standard_library},

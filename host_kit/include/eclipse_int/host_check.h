@@ -1,7 +1,8 @@
 // Checks a host of the plug-in: whether each of its operations keeps what eclipse_int/host.h promises.
 //
-// The same checks come in two forms. A host that loads the plug-in by name needs no change: "eclipse-int check-host" makes it load
-// a libeclipse_int.so that checks it. A host's own tests link this library (eclipse_int::host_check) and call check_host().
+// The same checks come in two forms. A host that loads the plug-in by name needs no change: "eclipse-int check-host" makes it
+// load a libeclipse_int.so that checks it. A host's own tests link this library (eclipse_int::host_check) and call
+// check_host().
 #ifndef ECLIPSE_INT_HOST_CHECK_H
 #define ECLIPSE_INT_HOST_CHECK_H
 
@@ -21,7 +22,8 @@ struct HostCheckOptions {
   bool in_process = false;
   /// How long a check may take before it is ended. Not used with in_process.
   unsigned seconds = 10;
-  /// The file to which print_log() writes. If it is empty, the log is looked for in the outputs and the open files of this process.
+  /// The file to which print_log() writes. If it is empty, the log is looked for in the outputs and the open files of this
+  /// process.
   std::string log;
   /// A file with one accepted failure in each line: the name of the check, a space and the reason. "#" begins a comment.
   std::string waivers;
@@ -32,8 +34,8 @@ struct HostCheckOptions {
 };
 
 /// Checks the host that this program is, with a session whose catalogue is filled, and writes the report to `report`.
-/// Returns 0 if it keeps every promise that it must keep, 1 if it breaks one, and 2 if it could not be checked: no such check or
-/// format, or a waiver file that cannot be read or has an entry without a reason. `report` then says why.
+/// Returns 0 if it keeps every promise that it must keep, 1 if it breaks one, and 2 if it could not be checked: no such check
+/// or format, or a waiver file that cannot be read or has an entry without a reason. `report` then says why.
 int check_host(session_t& session, const HostCheckOptions& options, std::ostream& report);
 
 }  // namespace eclipse_int
