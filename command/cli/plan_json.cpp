@@ -123,6 +123,8 @@ Json retry_json(const PlannedCommand& command) {
   return json;
 }
 
+}  // namespace
+
 Json plan_json(const Plan& plan) {
   Json json;
   json["removal"] = plan.is_removal;
@@ -141,9 +143,5 @@ Json plan_json(const Plan& plan) {
   json["retryCount"] = plan.retry_count;
   return json;
 }
-
-}  // namespace
-
-void print_plan(const Plan& plan) { print_json(plan_json(plan)); }
 
 }  // namespace eclipse_cli

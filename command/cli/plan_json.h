@@ -2,11 +2,13 @@
 #ifndef ECLIPSE_INT_CLI_PLAN_JSON_H
 #define ECLIPSE_INT_CLI_PLAN_JSON_H
 
+#include <nlohmann/json_fwd.hpp>
+
 #include "plan/plan.h"
 
 namespace eclipse_cli {
 
-/// Prints the document for a plan:
+/// The document for a plan:
 ///   removal: whether features would be removed; refusal: why the run stops, only when it does
 ///   actions: [{name, variables: [{name, value}]}]
 ///   version: {version, minimum, supported, reason, numericOrderDiffers}, only when it is checked; numericOrderDiffers: a
@@ -28,7 +30,7 @@ namespace eclipse_cli {
 ///     cannot start the executable, otherwise empty causes: the texts of the session and the descriptors that the shell changes
 ///     shell: the commands as the shell reads them; error: why it rejects the line, otherwise empty
 ///     byte: counted from 1; effect: what the shell does there
-void print_plan(const eclipse_plan::Plan& plan);
+nlohmann::ordered_json plan_json(const eclipse_plan::Plan& plan);
 
 }  // namespace eclipse_cli
 

@@ -16,6 +16,9 @@ namespace eclipse_cli {
 /// Adds a text as a member of an object, followed by its bytes in hexadecimal when they are not UTF-8.
 void add_text(nlohmann::ordered_json& json, const char* name, const std::string& text, const char* hex_name);
 
+/// {layer, meaning, causes: [text], log}, with null for the log when there is none
+nlohmann::ordered_json failure_json(const eclipse_p2::Failure& failure);
+
 /// What is known of a run.
 struct RunFacts {
   const eclipse_host::RunRecord& record;

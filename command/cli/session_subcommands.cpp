@@ -77,9 +77,12 @@ Subcommand add_run(CLI::App& program) {
                               "Run a whole session as an installer does: determine whether integration is needed,\n"
                               "check the Eclipse instance, then install or remove the features");
   const auto options = std::make_shared<SessionOptions>();
-  const auto verifies = std::make_shared<bool>(false);
+  const auto how = std::make_shared<RunOptions>();
   add_session_file(parser, *options);
-  parser.add_flag("--verify", *verifies,
+  parser.add_flag("--resolve", how->resolves,
+                  "Ask the director first whether it would install or remove all features (see\n\"plan --resolve\"), and run "
+                  "nothing if it would not");
+  parser.add_flag("--verify", how->verifies,
                   "Ask the Eclipse instance before and after the run which units are installed,\nand report differences from "
                   "the state that the session describes");
   add_running_options(parser, *options);
@@ -96,10 +99,12 @@ Subcommand add_run(CLI::App& program) {
            "  eclipse-int run uninstall.json --json --log uninstall.log > result.json\n"
            "      Machine-readable output.\n",
            std::string(exit_status_of_runs) +
+               "With --resolve also:\n"
+               "  1  the director would not do everything, and nothing was run\n"
                "With --verify also:\n"
                "  1  the run succeeded, but the instance is not in the state that the session describes\n"
                "  2  the run succeeded, but the instance cannot be queried or does not exist, so that nothing was done\n");
-  return {&parser, [options, verifies] { return run(*options, *verifies); }};
+  return {&parser, [options, how] { return run(*options, *how); }};
 }
 
 Subcommand add_call(CLI::App& program) {
@@ -127,9 +132,14 @@ Subcommand add_plan(CLI::App& program) {
   CLI::App& parser = *program.add_subcommand(
       "plan", "Show what a run of a session would do (components, features, commands) without changing or\nrunning anything");
   const auto options = std::make_shared<SessionOptions>();
-  const auto all_retries = std::make_shared<bool>(false);
+  const auto how = std::make_shared<PlanOptions>();
   add_session_file(parser, *options);
-  parser.add_flag("--retries", *all_retries,
+  parser.add_flag(
+      "--resolve", how->resolves,
+      "Ask the director of the Eclipse instance whether it would install or remove all features,\nand if not, which "
+      "of them and why. It runs on a copy of the profile and changes nothing,\nand takes some seconds for each "
+      "question");
+  parser.add_flag("--retries", how->all_retries,
                   "Show the command of every retry, one for each feature\n[default: similar ones are only counted]");
   add_reading_options(parser, *options, "the whole plan");
   set_help(parser, "eclipse-int plan SESSION.json [OPTIONS]",
@@ -137,13 +147,17 @@ Subcommand add_plan(CLI::App& program) {
            "      Show what \"eclipse-int run install.json\" would do.\n"
            "  eclipse-int plan modify.json --variables state.json\n"
            "      The same, with the variables that an earlier run wrote.\n"
+           "  eclipse-int plan install.json --resolve\n"
+           "      Also ask the director whether all requirements can be met.\n"
            "  eclipse-int plan uninstall.json --json --retries > plan.json\n"
            "      Machine-readable output, with all retries.\n",
            "Exit status:\n"
            "  0  the run would do what the plan shows, or has nothing to do\n"
-           "  1  the run would be refused, or its command would be altered or rejected by the shell\n"
-           "  2  an error in the session or the arguments\n");
-  return {&parser, [options, all_retries] { return plan(*options, *all_retries); }};
+           "  1  the run would be refused, or its command would be altered or rejected by the shell;\n"
+           "     with --resolve also: the director would not install or remove all features\n"
+           "  2  an error in the session or the arguments; with --resolve also: the director cannot be asked\n"
+           "  128 + N  signal N interrupted the director\n");
+  return {&parser, [options, how] { return plan(*options, *how); }};
 }
 
 Subcommand add_verify(CLI::App& program) {
