@@ -1,9 +1,15 @@
 #include "plan/make_plan.h"
 
+#include <algorithm>
+#include <array>
+#include <filesystem>
 #include <iostream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "base/printable.h"
+#include "base/text.h"
 #include "cli/interruption.h"
 #include "cli/plan_json.h"
 #include "cli/plan_text.h"
@@ -14,11 +20,18 @@
 #include "cli/session_variables.h"
 #include "cli/standard_streams.h"
 #include "cli/subcommands.h"
+#include "dry_run/plugin_functions.h"
+#include "lint/lint.h"
+#include "p2/repository.h"
+#include "preview/preview.h"
 
 namespace eclipse_cli {
 
 namespace {
 
+using namespace eclipse_base;
+using eclipse_lint::Severity;
+using eclipse_p2::Repositories;
 using eclipse_plan::Plan;
 using eclipse_plan::Retries;
 using eclipse_resolve::Resolution;
@@ -29,28 +42,93 @@ Resolution resolve_unless_interrupted(const Plan& plan) {
   return resolve_with_progress(plan);
 }
 
-void print(const Plan& plan, const std::optional<Resolution>& resolution, const SessionOptions& options) {
-  if (!options.json) {
-    std::cout << plan_text(plan, options.session);
-    if (resolution) std::cout << "\nResolution (the director was asked, and changed nothing)\n" << resolution_text(*resolution);
-    return;
+constexpr std::array severities = {Severity::error, Severity::warning, Severity::note};
+
+/// How many findings of each severity lint has in a session, with the variables that the plan has. Nothing for a file that lint
+/// does not take for a session.
+std::optional<std::map<Severity, std::size_t>> lint_counts(const eclipse_host::Plugin& plugin, Repositories& repositories,
+                                                           const std::string& file, const eclipse_host::Session& session) {
+  if (std::filesystem::path(file).extension() != ".json") return std::nullopt;
+  eclipse_lint::Settings settings;
+  settings.add_variables = [&](eclipse_host::Session& linted) { linted.variables = session.variables; };
+  std::map<Severity, std::size_t> counts = {{Severity::error, 0}, {Severity::warning, 0}, {Severity::note, 0}};
+  const eclipse_dry_run::PluginFunctions library(plugin);
+  for (const auto& finding : eclipse_lint::lint(library, repositories, file, settings)) ++counts[finding.severity];
+  return counts;
+}
+
+struct PlanReport {
+  Plan plan;
+  std::optional<eclipse_preview::Preview> preview;
+  std::optional<std::map<Severity, std::size_t>> findings;  ///< of lint
+  std::optional<Resolution> resolution;
+};
+
+std::string lint_text(const PlanReport& report, const std::string& file) {
+  if (!report.findings) return "";
+  std::vector<std::string> counts;
+  for (const Severity severity : severities) {
+    const std::size_t count = report.findings->at(severity);
+    if (count > 0) counts.push_back(counted(count, name_of(severity)));
   }
-  nlohmann::ordered_json json = plan_json(plan);
-  if (resolution) json["resolution"] = resolution_json(*resolution);
+  if (counts.empty()) return "\nlint: no findings\n";
+  return "\nlint: " + joined(counts) + " (eclipse-int lint " + printable(file) + " shows them)\n";
+}
+
+void print_text(const PlanReport& report, const SessionOptions& options, bool is_verbose) {
+  std::cout << (is_verbose ? detailed_plan_text : plan_text)(report.plan, report.preview, options.session);
+  if (report.resolution) {
+    std::cout << "\nResolution (the director was asked, and changed nothing)\n" << resolution_text(*report.resolution);
+  }
+  std::cout << lint_text(report, options.session);
+}
+
+void print(const PlanReport& report) {
+  nlohmann::ordered_json json = plan_json(report.plan, report.preview);
+  if (report.findings) {
+    for (const Severity severity : severities) json["lint"][std::string(name_of(severity))] = report.findings->at(severity);
+  }
+  if (report.resolution) json["resolution"] = resolution_json(*report.resolution);
   print_json(json);
+}
+
+int exit_status(const PlanReport& report) {
+  const bool command_is_sound = !report.plan.command || report.plan.command->runs_as_intended();
+  const bool resolves = !report.resolution || !report.resolution->fails();
+  return report.plan.refusal.empty() && command_is_sound && resolves ? 0 : 1;
+}
+
+/// The director knows better than the preview.
+void mark_failing(eclipse_preview::Preview& preview, const Resolution& resolution) {
+  std::vector<std::string> failing;
+  for (const auto& verdict : resolution.each) {
+    if (!verdict.resolves()) failing.push_back(verdict.features.front());
+  }
+  if (resolution.fails() && resolution.each.empty()) failing = resolution.all->features;
+  for (auto& feature : preview.features) {
+    if (std::find(failing.begin(), failing.end(), feature.feature) == failing.end()) continue;
+    feature.change = eclipse_preview::Change::fail;
+    if (feature.remark.empty()) feature.remark = "the director says why below";
+  }
 }
 
 int plan_session(const SessionOptions& options, const PlanOptions& wanted) {
   const SessionCommand command(options);
   check_mode(command.session());
-  const Plan plan =
-      eclipse_plan::make_plan(command.load_plugin(), command.session(), wanted.all_retries ? Retries::all : Retries::distinct);
-  std::optional<Resolution> resolution;
-  if (wanted.resolves) resolution = resolve_unless_interrupted(plan);
-  print(plan, resolution, options);
-  const bool command_is_sound = !plan.command || plan.command->runs_as_intended();
-  const bool resolves = !resolution || !resolution->fails();
-  return plan.refusal.empty() && command_is_sound && resolves ? 0 : 1;
+  const eclipse_host::Plugin plugin = command.load_plugin();
+  PlanReport report;
+  report.plan = eclipse_plan::make_plan(plugin, command.session(), wanted.all_retries ? Retries::all : Retries::distinct);
+  Repositories repositories;
+  if (report.plan.command) report.preview = eclipse_preview::preview(report.plan, repositories);
+  report.findings = lint_counts(plugin, repositories, options.session, command.session());
+  if (wanted.resolves) report.resolution = resolve_unless_interrupted(report.plan);
+  if (report.resolution && report.preview) mark_failing(*report.preview, *report.resolution);
+  if (options.json) {
+    print(report);
+  } else {
+    print_text(report, options, wanted.is_verbose || wanted.all_retries);
+  }
+  return exit_status(report);
 }
 
 }  // namespace

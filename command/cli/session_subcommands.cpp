@@ -130,7 +130,9 @@ Subcommand add_call(CLI::App& program) {
 
 Subcommand add_plan(CLI::App& program) {
   CLI::App& parser = *program.add_subcommand(
-      "plan", "Show what a run of a session would do (components, features, commands) without changing or\nrunning anything");
+      "plan",
+      "Show what a run of a session would do, feature by feature, without changing or running anything:\n"
+      "+ is installed, = is there already, ~ is there in another version, - is removed, ! fails");
   const auto options = std::make_shared<SessionOptions>();
   const auto how = std::make_shared<PlanOptions>();
   add_session_file(parser, *options);
@@ -139,8 +141,12 @@ Subcommand add_plan(CLI::App& program) {
       "Ask the director of the Eclipse instance whether it would install or remove all features,\nand if not, which "
       "of them and why. It runs on a copy of the profile and changes nothing,\nand takes some seconds for each "
       "question");
-  parser.add_flag("--retries", how->all_retries,
-                  "Show the command of every retry, one for each feature\n[default: similar ones are only counted]");
+  parser.add_flag(
+      "--retries", how->all_retries,
+      "Show the command of every retry, one for each feature; implies --verbose\n[default: similar ones are only counted]");
+  parser.add_flag("--verbose", how->is_verbose,
+                  "Show all of the plan: actions, components, install order, commands and retries\n[default: a line for each "
+                  "feature and repository, and what may come as a surprise]");
   add_reading_options(parser, *options, "the whole plan");
   set_help(parser, "eclipse-int plan SESSION.json [OPTIONS]",
            "  eclipse-int plan install.json\n"

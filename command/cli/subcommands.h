@@ -51,6 +51,7 @@ int call(SessionOptions options, std::vector<std::string> arguments);
 std::string list_of_actions();
 
 struct PlanOptions {
+  bool is_verbose = false;   ///< shows all of the plan
   bool all_retries = false;  ///< shows all that are similar
   bool resolves = false;     ///< asks the director
 };

@@ -8,6 +8,15 @@ namespace eclipse_dry_run {
 
 bool is_archive_url(std::string_view url) { return url.starts_with('"'); }
 
+std::string_view path_in(std::string_view url) {
+  constexpr std::string_view archive_begin = "\"jar:";
+  constexpr std::string_view archive_end = "!/\"";
+  if (url.starts_with(archive_begin)) {
+    url = url.substr(archive_begin.size(), url.size() - archive_begin.size() - archive_end.size());
+  }
+  return url.substr(std::string_view("file://").size());
+}
+
 CommandPiece executable_piece(std::string executable, std::string origin) {
   return {"", std::move(executable), " ", std::move(origin)};
 }

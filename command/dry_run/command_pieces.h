@@ -12,6 +12,9 @@ namespace eclipse_dry_run {
 /// True for the URL of an archive, which the plug-in quotes for the shell.
 bool is_archive_url(std::string_view url);
 
+/// The path in the URL of a repository, as the director gets it.
+std::string_view path_in(std::string_view url);
+
 /// The path of the executable, which begins the command.
 eclipse_shell::CommandPiece executable_piece(std::string executable, std::string origin);
 

@@ -48,15 +48,6 @@ bool has_scheme(std::string_view repository) {
   return colon != repository.npos && colon > 1 && is_word(repository.substr(0, colon)) && is_letter(repository[0]);
 }
 
-std::string_view path_in(std::string_view url) {
-  constexpr std::string_view archive_begin = "\"jar:";
-  constexpr std::string_view archive_end = "!/\"";
-  if (url.starts_with(archive_begin)) {
-    url = url.substr(archive_begin.size(), url.size() - archive_begin.size() - archive_end.size());
-  }
-  return url.substr(std::string_view("file://").size());
-}
-
 bool is_archive(const Record& record) { return record.placement && record.placement->url.starts_with("\"jar:"); }
 
 std::string likely_group(const std::string& id) {

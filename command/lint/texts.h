@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "dry_run/command_pieces.h"
 #include "lint/input.h"
 
 namespace eclipse_lint {
@@ -24,8 +25,7 @@ bool is_comment(std::string_view text);
 bool has_scheme(std::string_view repository);
 bool has_drive_letter(std::string_view repository);
 
-/// The path in a site's URL, as the director gets it.
-std::string_view path_in(std::string_view url);
+using eclipse_dry_run::path_in;
 
 /// True when the record's site is written as an archive, so that it stands in double quotes in the command.
 bool is_archive(const Record& record);

@@ -10,6 +10,10 @@ namespace eclipse_p2 {
 /// A version in the one spelling that is compared: "1.0" and "01.0.0" are "1.0.0".
 std::string whole_version(std::string_view version);
 
+/// Whether a version comes before another: three numbers, then the qualifiers as texts. Of versions that are none, whether the
+/// text does.
+bool is_lower_version(std::string_view version, std::string_view other);
+
 }  // namespace eclipse_p2
 
 #endif

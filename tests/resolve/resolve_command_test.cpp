@@ -47,7 +47,9 @@ TEST_F(Resolve, NamesTheFeaturesThatDoNotResolve) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(director_calls(), asked(install_arguments("one,two")) + "\n" + asked(install_arguments("one")) + "\n" +
                                   asked(install_arguments("two")) + "\n");
-  const std::string text = outcome.output.substr(outcome.output.find("\nResolution"));
+  const std::size_t begin = outcome.output.find("\nResolution");
+  ASSERT_NE(begin, std::string::npos) << outcome.output;
+  const std::string text = outcome.output.substr(begin);
   EXPECT_EQ(text.substr(0, text.find("  Not checked")),
             "\nResolution (the director was asked, and changed nothing)\n"
             "  The director would not install all 2 features at once.\n"
@@ -57,8 +59,22 @@ TEST_F(Resolve, NamesTheFeaturesThatDoNotResolve) {
             "        Cannot complete: ONE\n"
             "    resolves: two\n"
             "  The run would try the features one by one and install 1 of 2.\n");
+  EXPECT_NE(outcome.output.find("\n  !  one    no repository of the session offers it"), std::string::npos) << outcome.output;
   EXPECT_NE(text.find("what each feature changes for those after it"), std::string::npos);
   EXPECT_NE(text.find("asked on the instance itself"), std::string::npos) << "its profile is nowhere";
+}
+
+TEST_F(Resolve, MarksTheFeaturesThatDoNotResolve) {
+  write_session("install");
+  fake::write_file("tools/site/content.xml",
+                   "<repository><units><unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'/></units></repository>");
+  script(1, unmet);
+  script(2, unmet);
+  const Outcome outcome = eclipse_int("plan session.json --resolve");
+  EXPECT_NE(outcome.output.find("  !  one  1.0.0  the director says why below (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"
+                                "  +  two  1.0.0  "),
+            std::string::npos)
+      << outcome.output;
 }
 
 TEST_F(Resolve, AsksForThoseThatResolveAloneAtOnce) {
