@@ -13,6 +13,7 @@
 #include <stdlib.h>
 
 #include <cerrno>
+#include <fstream>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -56,8 +57,15 @@ void copy_if_there(const fs::path& from, const fs::path& to, const fs::path& wha
   fs::copy(from / what, to / what, fs::copy_options::recursive);
 }
 
+/// With the configuration of the instance as a parent of the copied one, p2 would take the instance for a shared one, and
+/// resolve on a profile of its own, in which only the roots are known.
+void separate_from_instance(const fs::path& configuration) {
+  std::ofstream(configuration, std::ios::app | std::ios::binary) << "\nosgi.configuration.cascaded=false\n";
+}
+
 void copy_instance(const fs::path& from, const fs::path& to, const fs::path& state) {
   copy_if_there(from, to, configuration_file);
+  separate_from_instance(to / configuration_file);
   copy_if_there(from, to, "configuration/org.eclipse.equinox.simpleconfigurator");
   copy_if_there(from, to, "p2/org.eclipse.equinox.p2.engine/.settings");
   copy_if_there(from, to, "p2/org.eclipse.equinox.p2.repository");

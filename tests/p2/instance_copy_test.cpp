@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <set>
 
 #include "fake_host/temporary_directory.h"
@@ -62,6 +63,10 @@ TEST_F(CopyOfAnInstance, HasTheConfigurationAndTheNewestStateAndIsRemoved) {
                   "configuration/config.ini", "configuration/org.eclipse.equinox.simpleconfigurator/bundles.info",
                   engine + ".settings/a.prefs", engine + "profileRegistry/P.profile/.data/.settings/b.prefs",
                   engine + "profileRegistry/P.profile/2.profile", "p2/org.eclipse.equinox.p2.repository/cache/content1.jar"}));
+    std::string last_line;
+    std::ifstream configuration(copied / "configuration/config.ini");
+    for (std::string line; std::getline(configuration, line);) last_line = line;
+    EXPECT_EQ(last_line, "osgi.configuration.cascaded=false");
     const auto units = profile_units(copied);
     ASSERT_TRUE(units && units->size() == 1);
     EXPECT_EQ(units->front().id, "new");
