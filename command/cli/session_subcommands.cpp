@@ -172,7 +172,10 @@ Subcommand add_verify(CLI::App& program) {
                               "Check whether the Eclipse instance has what a session installs, or no longer has what it\n"
                               "removes");
   const auto options = std::make_shared<SessionOptions>();
+  const auto asks_director = std::make_shared<bool>(false);
   add_session_file(parser, *options);
+  parser.add_flag("--director", *asks_director,
+                  "Ask the director what is installed [default: read the p2 profile, and ask only if it cannot\nbe read]");
   add_reading_options(parser, *options, "the findings");
   set_help(parser, "eclipse-int verify SESSION.json [OPTIONS]",
            "  eclipse-int verify install.json\n"
@@ -187,7 +190,7 @@ Subcommand add_verify(CLI::App& program) {
            "  1  it is not, and each difference is reported\n"
            "  2  an error in the session or the arguments, or the instance cannot be queried\n"
            "  128 + N  signal N interrupted the query\n");
-  return {&parser, [options] { return verify(*options); }};
+  return {&parser, [options, asks_director] { return verify(*options, *asks_director); }};
 }
 
 }  // namespace

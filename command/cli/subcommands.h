@@ -59,8 +59,9 @@ struct PlanOptions {
 /// Prints what a run would do.
 int plan(const SessionOptions& options, const PlanOptions& plan);
 
-/// Compares an instance with what a run should have left.
-int verify(const SessionOptions& options);
+/// Compares an instance with what a run should have left. Its profile says what is installed, or the director, which is asked
+/// if the profile cannot be read, too.
+int verify(const SessionOptions& options, bool asks_director);
 
 }  // namespace eclipse_cli
 

@@ -10,6 +10,7 @@
 #include "cli/verification_json.h"
 #include "cli/verification_text.h"
 #include "plan/make_plan.h"
+#include "plan/offer.h"
 
 using namespace eclipse_base;
 
@@ -18,6 +19,7 @@ namespace eclipse_cli {
 namespace {
 
 using eclipse_plan::Plan;
+using eclipse_verify::Source;
 using eclipse_verify::Verification;
 
 /// A run without a command leaves the instance as it is. The reason may be an error.
@@ -34,19 +36,21 @@ int without_command(const Plan& plan, bool json) {
 }
 
 /// Throws Interrupted.
-Verification verify_unless_interrupted(const Plan& plan) {
+Verification verify_unless_interrupted(const Plan& plan, Source source) {
   const Interruption interruption;
-  return eclipse_verify::verify(plan, Interruption::observer().command_progress);
+  eclipse_p2::Repositories repositories;
+  const auto offer = eclipse_plan::offered_to(plan, repositories);
+  return eclipse_verify::verify(plan, offer, source, Interruption::observer().command_progress);
 }
 
-int verify_instance(const SessionOptions& options) {
+int verify_instance(const SessionOptions& options, Source source) {
   const SessionCommand command(options);
   check_mode(command.session());
   const eclipse_host::Plugin plugin = command.load_plugin();
   command.warn_of_unreadable_descriptors(plugin);
   const Plan plan = eclipse_plan::make_plan(plugin, command.session(), eclipse_plan::Retries::distinct);
   if (!plan.command) return without_command(plan, options.json);
-  const Verification verification = verify_unless_interrupted(plan);
+  const Verification verification = verify_unless_interrupted(plan, source);
   if (options.json) {
     print_verification(verification);
   } else {
@@ -57,9 +61,9 @@ int verify_instance(const SessionOptions& options) {
 
 }  // namespace
 
-int verify(const SessionOptions& options) {
+int verify(const SessionOptions& options, bool asks_director) {
   try {
-    return verify_instance(options);
+    return verify_instance(options, asks_director ? Source::director : Source::profile);
   } catch (const Interrupted& interrupted) {
     print_message("interrupted by " + interrupted.name() + "; the running director was stopped");
     return interrupted.exit_status();

@@ -1,7 +1,6 @@
 #include "preview/preview.h"
 
 #include <algorithm>
-#include <map>
 #include <optional>
 #include <utility>
 
@@ -11,9 +10,11 @@
 #include "p2/installation.h"
 #include "p2/installed_units.h"
 #include "p2/profile.h"
+#include "plan/offer.h"
 #include "verify/verification.h"
 
 using namespace eclipse_p2;
+using eclipse_plan::Offer;
 using eclipse_plan::Plan;
 using eclipse_plan::PlannedRecord;
 
@@ -38,33 +39,6 @@ PreviewedRepository about(const std::string& url, const Repository& repository) 
   }
   return about;
 }
-
-/// What all repositories of a plan offer.
-struct Offer {
-  UnitVersions units;
-  std::map<std::string, std::vector<std::pair<std::string, const Repository*>>> by_id;  ///< with their URLs
-  bool is_all = true;
-
-  void add(const std::string& url, const Repository& repository) {
-    if (!repository.units) {
-      is_all = is_all && repository.unexamined_because.empty();
-      return;
-    }
-    for (const auto& [id, versions] : *repository.units) {
-      units[id].insert(versions.begin(), versions.end());
-      by_id[id].emplace_back(url, &repository);
-    }
-  }
-
-  std::string url_of(const std::string& id, const std::string& version) const {
-    const auto found = by_id.find(id);
-    if (found == by_id.end()) return "";
-    for (const auto& [url, repository] : found->second) {
-      if (repository->units->at(id).contains(version)) return url;
-    }
-    return "";
-  }
-};
 
 std::string remark_on(const Installation& step, const Unit& unit, const Offer& offer) {
   switch (step.step) {
@@ -103,19 +77,17 @@ Change change_of(InstallStep step) {
 
 void add_installations(Preview& preview, const Plan& plan, const std::optional<InstalledUnits>& installed,
                        Repositories& repositories) {
-  Offer offer;
   for (const std::string& url : plan.repositories) {
-    const Repository& repository = repositories.at(eclipse_dry_run::path_in(url));
-    preview.repositories.push_back(about(url, repository));
-    offer.add(url, repository);
+    preview.repositories.push_back(about(url, repositories.at(eclipse_dry_run::path_in(url))));
   }
+  const Offer offer = eclipse_plan::offered_to(plan, repositories);
   static const std::vector<InstalledUnit> none;
   const InstallationForecast forecast(offer.units, offer.is_all, installed ? *installed->all : none);
   for (const PlannedRecord* const record : plan.features()) {
     for (const Unit& unit : units_named(record->config.feature)) {
       const Installation step = forecast.of(unit);
       preview.features.push_back({record->config.feature, text_of(unit), record->place(), change_of(step.step), step.version,
-                                  step.installed, offer.url_of(unit.id, step.version), remark_on(step, unit, offer)});
+                                  step.installed, offer.repository_of(unit.id, step.version), remark_on(step, unit, offer)});
     }
   }
 }

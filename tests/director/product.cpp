@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "cli/json_documents.h"
 #include "shell/command_runner.h"
@@ -82,6 +83,16 @@ void expect_foreseen(const Child& plan, const Outcome& run) {
   EXPECT_EQ(resolution["expected"], succeeded);
 }
 
+/// The profile says what the director says.
+void expect_profile_tells(const std::string& arguments) {
+  Child of_profile = eclipse_int("verify" + arguments);
+  Child of_director = eclipse_int("verify --director" + arguments);
+  EXPECT_EQ(of_profile.status, of_director.status);
+  EXPECT_EQ(std::exchange(of_profile.result["source"], ""), "profile");
+  EXPECT_EQ(std::exchange(of_director.result["source"], ""), "director");
+  EXPECT_EQ(of_profile.result, of_director.result);
+}
+
 }  // namespace
 
 std::vector<int> Outcome::exit_codes() const { return command_values<int>(result, "exitCode"); }
@@ -143,6 +154,7 @@ Outcome Product::run(const std::string& mode, const std::map<std::string, std::s
   const Child run = eclipse_int("run" + arguments);
   Outcome outcome{run.status, run.result, plan.result};
   expect_foreseen(plan, outcome);
+  if (plan.result["command"].is_object() && plan.result["command"]["runsAsIntended"]) expect_profile_tells(arguments);
   return outcome;
 }
 

@@ -38,7 +38,8 @@ class Product {
   nlohmann::json& ide_component();
 
   /// Runs the session as it stands in the given mode, on the instance as the user's own unless `variables` say otherwise. What
-  /// the director says of it before has to come true, and must not leave a trace in the instance.
+  /// the director says of it before has to come true, and must not leave a trace in the instance; and the profile has to
+  /// say what it says afterwards.
   Outcome run(const std::string& mode, const std::map<std::string, std::string>& variables = {});
 
   /// The features that the instance has installed, in order, without the platform's own unit.
