@@ -405,7 +405,7 @@ TEST(Findings, FeaturesAreNotLookedUpWhenARepositoryCannotBeRead) {
   write_file("c/site/content.xml", content_of_one);
   write_file("c/remote/compositeContent.xml",
              "<repository><children><child location='https://example.org/site'/></children></repository>");
-  EXPECT_EQ(summary_of(findings_in("c")), Texts());
+  EXPECT_EQ(summary_of(findings_in("c")), Texts({"c/etc/eclipse/t:2:1+6 repository-not-looked-into"}));
 }
 
 TEST(Findings, SpaceInTheComponentsDirectoryIsReportedForADirectory) {

@@ -591,6 +591,35 @@ Rule unused_repository() {
       .concerns_removals = false};
 }
 
+Rule repository_not_looked_into() {
+  return {
+      .name = "repository-not-looked-into",
+      .group = Group::repositories,
+      .severity = Severity::note,
+      .title = "a repository cannot be looked into, so the features are not checked",
+      .why =
+          "Lint does not load what is on other machines, or very large. Such a repository may offer any feature, so lint does "
+          "not "
+          "report features that the others lack.",
+      .fix = "ask the director with \"eclipse-int plan SESSION.json --resolve\"",
+      .bad = component(line_of_one,
+                       {{"tools/site/compositeContent.xml",
+                         "<?xml version='1.0'?>\n<repository><children>\n  <child location='https://example.org/site'/>\n"
+                         "</children></repository>\n"}}),
+      .good = good_component(),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            std::set<const Repository*> reported;
+            for_each_placed(input, [&](const Record& record) {
+              if (record.site == nullptr || record.site->unexamined_because.empty()) return;
+              if (!record.site->error.empty() || !reported.insert(record.site).second) return;
+              reporter.report(record.location(0), in_quotes(record.repository()) +
+                                                      " was not looked into completely: " + record.site->unexamined_because);
+            });
+          },
+      .concerns_removals = false};
+}
+
 }  // namespace
 
 std::vector<Rule> rules_about_repositories() {
@@ -610,7 +639,8 @@ std::vector<Rule> rules_about_repositories() {
           repository_without_metadata(),
           repository_not_loadable(),
           repository_without_artifacts(),
-          unused_repository()};
+          unused_repository(),
+          repository_not_looked_into()};
 }
 
 }  // namespace eclipse_lint
