@@ -135,7 +135,7 @@ std::string verdict(const RunRecord& record, const InstanceFinding& finding) {
 
 std::string what_happened(const RunRecord& record, const CommandFailures& failures, const InstanceFinding& finding) {
   if (record.commands.empty()) {
-    std::string text = "  No director was started, so nothing was changed in Eclipse.\n";
+    std::string text = "  No command of the session was run, so nothing was changed in Eclipse.\n";
     if (record.refusal.empty() && !record.log.empty()) text += "  The log ends with: " + printable(record.log.back()) + "\n";
     return text;
   }

@@ -1,34 +1,161 @@
 #include "plan/make_plan.h"
 
+#include <algorithm>
+#include <array>
+#include <filesystem>
 #include <iostream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
 
+#include "base/printable.h"
+#include "base/text.h"
 #include "cli/instance_safety.h"
+#include "cli/interruption.h"
 #include "cli/plan_json.h"
 #include "cli/plan_text.h"
+#include "cli/resolution_json.h"
+#include "cli/resolution_text.h"
+#include "cli/run_json.h"
 #include "cli/session_command.h"
+#include "cli/session_source.h"
 #include "cli/session_variables.h"
+#include "cli/standard_streams.h"
 #include "cli/subcommands.h"
+#include "dry_run/plugin_functions.h"
+#include "lint/lint.h"
 #include "p2/profile_repair.h"
+#include "p2/repository.h"
+#include "preview/preview.h"
 
 namespace eclipse_cli {
 
+namespace {
+
+using namespace eclipse_base;
+using eclipse_lint::Severity;
+using eclipse_p2::Repositories;
 using eclipse_plan::Plan;
 using eclipse_plan::Retries;
+using eclipse_resolve::Resolution;
 
-int plan(const SessionOptions& options, bool all_retries) {
+/// Throws Interrupted.
+Resolution resolve_unless_interrupted(const Plan& plan) {
+  // The director reads the profile, and an instance whose profile cannot be copied is asked itself.
+  const auto lock = lock_instance(plan.executable, 0);
+  const Interruption interruption;
+  Resolution resolution = resolve_with_progress(plan);
+  Interruption::check();
+  return resolution;
+}
+
+constexpr std::array severities = {Severity::error, Severity::warning, Severity::note};
+
+/// How many findings of each severity lint has in a session, with the variables that the plan has. Nothing for a file that lint
+/// does not take for a session.
+std::optional<std::map<Severity, std::size_t>> lint_counts(const eclipse_host::Plugin& plugin, Repositories& repositories,
+                                                           const SessionOptions& options, const eclipse_host::Session& session) {
+  const std::string& file = options.session;
+  const bool is_directory = is_component_directory(file);
+  if (!is_directory && std::filesystem::path(file).extension() != ".json") return std::nullopt;
+  eclipse_lint::Settings settings;
+  settings.add_variables = [&](eclipse_host::Session& linted) { linted.variables = session.variables; };
+  std::map<Severity, std::size_t> counts = {{Severity::error, 0}, {Severity::warning, 0}, {Severity::note, 0}};
+  const eclipse_dry_run::PluginFunctions library(plugin);
+  const auto findings = is_directory
+                            ? eclipse_lint::lint_session(library, repositories, session_document(file, options), settings)
+                            : eclipse_lint::lint(library, repositories, file, settings);
+  for (const auto& finding : findings) ++counts[finding.severity];
+  return counts;
+}
+
+struct PlanReport {
+  Plan plan;
+  std::optional<eclipse_preview::Preview> preview;
+  std::optional<std::map<Severity, std::size_t>> findings;  ///< of lint
+  std::optional<Resolution> resolution;
+  std::optional<eclipse_p2::ProfileDamage> damage;
+};
+
+std::string lint_text(const PlanReport& report, const std::string& file) {
+  if (!report.findings) return "";
+  std::vector<std::string> counts;
+  for (const Severity severity : severities) {
+    const std::size_t count = report.findings->at(severity);
+    if (count > 0) counts.push_back(counted(count, name_of(severity)));
+  }
+  if (counts.empty()) return "\nlint: no findings\n";
+  return "\nlint: " + joined(counts) + " (eclipse-int lint " + printable(file) + " shows them)\n";
+}
+
+void print_text(const PlanReport& report, const SessionOptions& options, bool is_verbose) {
+  std::cout << (is_verbose ? detailed_plan_text : plan_text)(report.plan, report.preview, options.session);
+  if (report.resolution) {
+    std::cout << "\nResolution (the director was asked, and changed nothing)\n" << resolution_text(*report.resolution);
+  }
+  std::cout << lint_text(report, options.session);
+}
+
+void print(const PlanReport& report) {
+  nlohmann::ordered_json json = plan_json(report.plan, report.preview);
+  if (report.findings) {
+    for (const Severity severity : severities) json["lint"][std::string(name_of(severity))] = report.findings->at(severity);
+  }
+  if (report.resolution) json["resolution"] = resolution_json(*report.resolution);
+  add_damage(json, report.damage);
+  print_json(json);
+}
+
+int exit_status(const PlanReport& report) {
+  const bool command_is_sound = !report.plan.command || report.plan.command->runs_as_intended();
+  const bool resolves = !report.resolution || !report.resolution->fails();
+  return report.plan.refusal.empty() && command_is_sound && resolves && !report.damage ? 0 : 1;
+}
+
+/// The director knows better than the preview.
+void mark_failing(eclipse_preview::Preview& preview, const Resolution& resolution) {
+  std::vector<std::string> failing;
+  for (const auto& verdict : resolution.each) {
+    if (!verdict.resolves()) failing.push_back(verdict.features.front());
+  }
+  if (resolution.fails() && resolution.each.empty()) failing = resolution.all->features;
+  for (auto& feature : preview.features) {
+    if (std::find(failing.begin(), failing.end(), feature.feature) == failing.end()) continue;
+    feature.change = eclipse_preview::Change::fail;
+    if (feature.remark.empty()) feature.remark = "the director says why below";
+  }
+}
+
+int plan_session(const SessionOptions& options, const PlanOptions& wanted) {
   const SessionCommand command(options);
   check_mode(command.session());
-  const Plan plan =
-      eclipse_plan::make_plan(command.load_plugin(), command.session(), all_retries ? Retries::all : Retries::distinct);
-  const auto damage = plan.command ? eclipse_p2::profile_damage_at_rest(plan.executable) : std::nullopt;
+  const eclipse_host::Plugin plugin = command.load_plugin();
+  PlanReport report;
+  report.plan = eclipse_plan::make_plan(plugin, command.session(), wanted.all_retries ? Retries::all : Retries::distinct);
+  if (report.plan.command) report.damage = eclipse_p2::profile_damage_at_rest(report.plan.executable);
+  Repositories repositories;
+  if (report.plan.command) report.preview = eclipse_preview::preview(report.plan, repositories);
+  report.findings = lint_counts(plugin, repositories, options, command.session());
+  if (wanted.resolves) report.resolution = resolve_unless_interrupted(report.plan);
+  if (report.resolution && report.preview) mark_failing(*report.preview, *report.resolution);
   if (options.json) {
-    print_plan(plan, damage);
+    print(report);
   } else {
-    std::cout << plan_text(plan, options.session);
+    print_text(report, options, wanted.is_verbose || wanted.all_retries);
   }
-  print_damage(damage);
-  const bool command_is_sound = !plan.command || plan.command->runs_as_intended();
-  return plan.refusal.empty() && command_is_sound && !damage ? 0 : 1;
+  print_damage(report.damage);
+  return exit_status(report);
+}
+
+}  // namespace
+
+int plan(const SessionOptions& options, const PlanOptions& wanted) {
+  try {
+    return plan_session(options, wanted);
+  } catch (const Interrupted& interrupted) {
+    print_message("interrupted by " + interrupted.name());
+    return interrupted.exit_status();
+  }
 }
 
 }  // namespace eclipse_cli

@@ -7,6 +7,7 @@
 using namespace eclipse_shell;
 using namespace eclipse_dry_run;
 using namespace eclipse_plan;
+using namespace eclipse_preview;
 
 namespace eclipse_cli {
 
@@ -123,7 +124,23 @@ Json retry_json(const PlannedCommand& command) {
   return json;
 }
 
-Json plan_json(const Plan& plan) {
+Json change_json(const PreviewedFeature& feature) {
+  return {{"unit", feature.unit},       {"location", feature.place},      {"change", name_of(feature.change)},
+          {"version", feature.version}, {"installed", feature.installed}, {"repository", feature.repository},
+          {"remark", feature.remark}};
+}
+
+void add_preview(Json& json, const Preview& preview) {
+  json["changes"] = list_of(preview.features, change_json);
+  json["profileRead"] = preview.knows_installed;
+  json["repositoryStates"] = list_of(preview.repositories, [](const PreviewedRepository& repository) {
+    return Json{{"url", repository.url}, {"usable", repository.is_usable}, {"remark", repository.remark}};
+  });
+}
+
+}  // namespace
+
+Json plan_json(const Plan& plan, const std::optional<Preview>& preview) {
   Json json;
   json["removal"] = plan.is_removal;
   if (!plan.refusal.empty()) json["refusal"] = plan.refusal;
@@ -139,15 +156,8 @@ Json plan_json(const Plan& plan) {
   json["reasons"] = plan.reasons;
   json["retries"] = list_of(plan.retries, retry_json);
   json["retryCount"] = plan.retry_count;
+  if (preview) add_preview(json, *preview);
   return json;
-}
-
-}  // namespace
-
-void print_plan(const Plan& plan, const std::optional<eclipse_p2::ProfileDamage>& damage) {
-  Json json = plan_json(plan);
-  add_damage(json, damage);
-  print_json(json);
 }
 
 }  // namespace eclipse_cli

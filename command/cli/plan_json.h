@@ -2,14 +2,15 @@
 #ifndef ECLIPSE_INT_CLI_PLAN_JSON_H
 #define ECLIPSE_INT_CLI_PLAN_JSON_H
 
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 
-#include "p2/profile_repair.h"
 #include "plan/plan.h"
+#include "preview/preview.h"
 
 namespace eclipse_cli {
 
-/// Prints the document for a plan:
+/// The document for a plan:
 ///   removal: whether features would be removed; refusal: why the run stops, only when it does
 ///   actions: [{name, variables: [{name, value}]}]
 ///   version: {version, minimum, supported, reason, numericOrderDiffers}, only when it is checked; numericOrderDiffers: a
@@ -31,8 +32,11 @@ namespace eclipse_cli {
 ///     cannot start the executable, otherwise empty causes: the texts of the session and the descriptors that the shell changes
 ///     shell: the commands as the shell reads them; error: why it rejects the line, otherwise empty
 ///     byte: counted from 1; effect: what the shell does there
-///   profileDamage: as add_damage() adds it
-void print_plan(const eclipse_plan::Plan& plan, const std::optional<eclipse_p2::ProfileDamage>& damage);
+///   changes: [{unit, location, change, version, installed, repository, remark}], only with a preview: what becomes of each
+///   unit,
+///     with the change "add", "keep", "other version", "remove" or "fail"; profileRead: whether it is known what is installed
+///   repositoryStates: [{url, usable, remark}], only with a preview
+nlohmann::ordered_json plan_json(const eclipse_plan::Plan& plan, const std::optional<eclipse_preview::Preview>& preview);
 
 }  // namespace eclipse_cli
 

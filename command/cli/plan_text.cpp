@@ -1,7 +1,10 @@
 #include "cli/plan_text.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <map>
+#include <utility>
 
 #include "base/printable.h"
 #include "base/text.h"
@@ -11,6 +14,7 @@
 using namespace eclipse_shell;
 using namespace eclipse_dry_run;
 using namespace eclipse_plan;
+using namespace eclipse_preview;
 using eclipse_shell::longest_command;
 
 using namespace eclipse_base;
@@ -241,16 +245,117 @@ std::string retries_of(const Plan& plan) {
   return section("Retries if that fails, one for each feature: " + count + " " + length_of(plan.longest_retry), text);
 }
 
+const char* sign_of(Change change) {
+  switch (change) {
+    case Change::add:
+      return "+";
+    case Change::keep:
+      return "=";
+    case Change::other_version:
+      return "~";
+    case Change::remove:
+      return "-";
+    case Change::fail:
+      break;
+  }
+  return "!";
+}
+
+/// Without the version that the unit names itself.
+std::string versions_of(const PreviewedFeature& feature) {
+  if (feature.change != Change::other_version) return feature.version;
+  return feature.installed + " -> " + feature.version;
+}
+
+std::string changes_of(const Preview& preview) {
+  Table table;
+  for (const PreviewedFeature& feature : preview.features) {
+    const bool needs_place = feature.change == Change::fail;
+    std::string remark = feature.remark;
+    if (needs_place) remark += " (" + feature.place + ")";
+    if (remark.empty() && feature.change == Change::add) remark = feature.repository;
+    table.add({sign_of(feature.change), feature.unit, versions_of(feature), remark});
+  }
+  return table.text() +
+         (preview.knows_installed ? "" : "  What is installed is not known: the p2 profile of the instance cannot be read.\n");
+}
+
+std::string title_of_changes(const Plan& plan, const Preview& preview) {
+  std::map<Change, std::size_t> counts;
+  for (const PreviewedFeature& feature : preview.features) ++counts[feature.change];
+  constexpr std::array<std::pair<Change, const char*>, 5> words = {{{Change::add, " to install"},
+                                                                    {Change::keep, " to keep"},
+                                                                    {Change::other_version, " in another version"},
+                                                                    {Change::remove, " to remove"},
+                                                                    {Change::fail, " that will fail"}}};
+  std::vector<std::string> parts;
+  for (const auto& [change, word] : words) {
+    if (counts[change] > 0) parts.push_back(std::to_string(counts[change]) + word);
+  }
+  return (plan.is_removal ? "Features removed from " : "Features installed into ") + printable(plan.executable) + ": " +
+         joined(parts);
+}
+
+std::string checked_repositories(const Preview& preview) {
+  Table table;
+  for (const PreviewedRepository& repository : preview.repositories) {
+    const std::string remark = repository.remark.empty() ? "ok" : repository.remark;
+    table.add({repository.remark.empty() ? "" : repository.is_usable ? "?" : "!", repository.url, remark});
+  }
+  return preview.repositories.empty() ? "" : table.text();
+}
+
+/// Lines and files that a person believes are used.
+std::string ignored_in(const Plan& plan) {
+  std::string text;
+  for (const PlannedRecord& record : plan.records) {
+    if (record.status == RecordStatus::no_repository) {
+      text += "  " + printable(record.place()) + ": has no repository, so the line is ignored\n";
+    }
+  }
+  for (const PlannedComponent& component : plan.components) {
+    for (const PlannedDescriptor& descriptor : component.descriptors) {
+      if (descriptor.exists && descriptor.error.empty()) continue;
+      text += "  " + printable(descriptor.path) + ": " + printable(about(descriptor)) + "\n";
+    }
+  }
+  return text;
+}
+
+/// Only where it may come as a surprise.
+std::string surprising_version(const Plan& plan) {
+  const bool is_surprise = plan.version && (plan.version->supported != "yes" || numeric_order_differs(*plan.version));
+  return is_surprise ? version_of(plan) : "";
+}
+
+std::string surprising_command(const Plan& plan) {
+  return plan.command && plan.command->runs_as_intended() ? "" : command_of(plan);
+}
+
+std::string title(const std::string& session_file) {
+  return "Plan of " + printable(session_file) + " (dry run: nothing is run or changed)\n";
+}
+
+std::string changes_text(const Plan& plan, const std::optional<Preview>& preview) {
+  if (!preview) return "";
+  return section(title_of_changes(plan, *preview), changes_of(*preview)) +
+         section("Repositories", checked_repositories(*preview));
+}
+
 }  // namespace
 
-std::string plan_text(const Plan& plan, const std::string& session_file) {
-  return "Plan of " + printable(session_file) + " (dry run: nothing is run or changed)\n" +
-         section("Actions", actions_of(plan)) + section("Eclipse version", version_of(plan)) +
+std::string plan_text(const Plan& plan, const std::optional<Preview>& preview, const std::string& session_file) {
+  return title(session_file) + section("Eclipse version", surprising_version(plan)) + changes_text(plan, preview) +
+         section("Ignored", ignored_in(plan)) + surprising_command(plan);
+}
+
+std::string detailed_plan_text(const Plan& plan, const std::optional<Preview>& preview, const std::string& session_file) {
+  return title(session_file) + section("Actions", actions_of(plan)) + section("Eclipse version", version_of(plan)) +
          section(title_of_components(plan), components_of(plan)) +
          section(plan.is_removal ? "Features to remove, in order" : "Features to install, in order", features_of(plan)) +
          section("Lines that add no feature", idle_records_of(plan)) +
-         section(plan.is_removal ? "Repositories (not used by a removal)" : "Repositories", repositories_of(plan)) +
-         command_of(plan) + retries_of(plan);
+         (plan.is_removal ? section("Repositories (not used by a removal)", repositories_of(plan)) : "") +
+         changes_text(plan, preview) + command_of(plan) + retries_of(plan);
 }
 
 }  // namespace eclipse_cli

@@ -2,14 +2,23 @@
 #ifndef ECLIPSE_INT_CLI_PLAN_TEXT_H
 #define ECLIPSE_INT_CLI_PLAN_TEXT_H
 
+#include <optional>
 #include <string>
 
 #include "plan/plan.h"
+#include "preview/preview.h"
 
 namespace eclipse_cli {
 
-/// The plan of a session file in tables.
-std::string plan_text(const eclipse_plan::Plan& plan, const std::string& session_file);
+/// What a person asks first: a line for each feature, with "+" for what is installed, "=" for what is there, "~" for what is
+/// there in another version, "-" for what is removed and "!" for what fails; the state of each repository; and of the rest only
+/// what may come as a surprise. `preview` is there when the plan has a command.
+std::string plan_text(const eclipse_plan::Plan& plan, const std::optional<eclipse_preview::Preview>& preview,
+                      const std::string& session_file);
+
+/// All of a plan.
+std::string detailed_plan_text(const eclipse_plan::Plan& plan, const std::optional<eclipse_preview::Preview>& preview,
+                               const std::string& session_file);
 
 }  // namespace eclipse_cli
 

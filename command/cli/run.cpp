@@ -1,3 +1,4 @@
+#include "cli/resolved_run.h"
 #include "cli/session_command.h"
 #include "cli/session_variables.h"
 #include "cli/subcommands.h"
@@ -5,12 +6,15 @@
 
 namespace eclipse_cli {
 
-int run(const SessionOptions& options, bool verifies) {
+int run(const SessionOptions& options, const RunOptions& run) {
   SessionCommand command(options);
   check_mode(command.session());
-  if (!verifies) return command.perform(eclipse_host::run_session, Directors::started);
-  VerifiedRun run;
-  return command.perform(run.function(), Directors::started, run.additions());
+  VerifiedRun verified;
+  const RunFunction function = run.verifies ? verified.function() : eclipse_host::run_session;
+  const ReportAdditions additions = run.verifies ? verified.additions() : ReportAdditions();
+  if (!run.resolves) return command.perform(function, Directors::started, additions);
+  ResolvedRun resolved(function, additions);
+  return command.perform(resolved.function(), Directors::started, resolved.additions());
 }
 
 }  // namespace eclipse_cli

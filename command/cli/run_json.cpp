@@ -39,13 +39,6 @@ Json actions_json(const std::vector<eclipse_host::ActionRecord>& records) {
   return actions;
 }
 
-Json failure_json(const eclipse_p2::Failure& failure) {
-  return {{"layer", name_of(failure.layer)},
-          {"meaning", failure.meaning},
-          {"causes", failure.causes},
-          {"log", failure.log ? Json(failure.log->string()) : Json()}};
-}
-
 Json command_json(const eclipse_host::CommandRecord& record, const eclipse_p2::Failure* failure) {
   Json json = {{"action", record.action}};
   add_text(json, "command", record.command, "hex");
@@ -73,6 +66,13 @@ void add_facts(Json& json, const RunFacts& run) {
 }
 
 }  // namespace
+
+Json failure_json(const eclipse_p2::Failure& failure) {
+  return {{"layer", name_of(failure.layer)},
+          {"meaning", failure.meaning},
+          {"causes", failure.causes},
+          {"log", failure.log ? Json(failure.log->string()) : Json()}};
+}
 
 void add_text(Json& json, const char* name, const std::string& text, const char* hex_name) {
   json[name] = text;

@@ -21,6 +21,9 @@ void add_text(nlohmann::ordered_json& json, const char* name, const std::string&
 /// Adds what is wrong with the profile of the instance, if anything is: profileDamage: {state, message, fix}
 void add_damage(nlohmann::ordered_json& json, const std::optional<eclipse_p2::ProfileDamage>& damage);
 
+/// {layer, meaning, causes: [text], log}, with null for the log when there is none
+nlohmann::ordered_json failure_json(const eclipse_p2::Failure& failure);
+
 /// What is known of a run.
 struct RunFacts {
   const eclipse_host::RunRecord& record;

@@ -103,9 +103,12 @@ Subcommand add_run(CLI::App& program) {
                               "Run a whole session as an installer does: determine whether integration is needed,\n"
                               "check the Eclipse instance, then install or remove the features");
   const auto options = std::make_shared<SessionOptions>();
-  const auto verifies = std::make_shared<bool>(false);
+  const auto how = std::make_shared<RunOptions>();
   add_session_file(parser, *options);
-  parser.add_flag("--verify", *verifies,
+  parser.add_flag("--resolve", how->resolves,
+                  "Ask the director first whether it would install or remove all features (see\n\"plan --resolve\"), and run "
+                  "nothing if it would not");
+  parser.add_flag("--verify", how->verifies,
                   "Ask the Eclipse instance before and after the run which units are installed,\nand report differences from "
                   "the state that the session describes");
   add_running_options(parser, *options);
@@ -124,10 +127,12 @@ Subcommand add_run(CLI::App& program) {
            "  eclipse-int run uninstall.json --json --log uninstall.log > result.json\n"
            "      Machine-readable output.\n",
            std::string(exit_status_of_runs) +
+               "With --resolve also:\n"
+               "  1  the director would not do everything, and nothing was run\n"
                "With --verify also:\n"
                "  1  the run succeeded, but the instance is not in the state that the session describes\n"
                "  2  the run succeeded, but the instance cannot be queried or does not exist, so that nothing was done\n");
-  return {&parser, [options, verifies] { return run(*options, *verifies); }};
+  return {&parser, [options, how] { return run(*options, *how); }};
 }
 
 Subcommand add_call(CLI::App& program) {
@@ -157,26 +162,42 @@ Subcommand add_call(CLI::App& program) {
 
 Subcommand add_plan(CLI::App& program) {
   CLI::App& parser = *program.add_subcommand(
-      "plan", "Show what a run of a session would do (components, features, commands) without changing or\nrunning anything");
+      "plan",
+      "Show what a run of a session would do, feature by feature, without changing or running anything:\n"
+      "+ is installed, = is there already, ~ is there in another version, - is removed, ! fails");
   const auto options = std::make_shared<SessionOptions>();
-  const auto all_retries = std::make_shared<bool>(false);
+  const auto how = std::make_shared<PlanOptions>();
   add_session_file(parser, *options);
-  parser.add_flag("--retries", *all_retries,
-                  "Show the command of every retry, one for each feature\n[default: similar ones are only counted]");
+  parser.add_flag(
+      "--resolve", how->resolves,
+      "Ask the director of the Eclipse instance whether it would install or remove all features,\nand if not, which "
+      "of them and why. It runs on a copy of the profile and changes nothing,\nand takes some seconds for each "
+      "question");
+  parser.add_flag(
+      "--retries", how->all_retries,
+      "Show the command of every retry, one for each feature; implies --verbose\n[default: similar ones are only counted]");
+  parser.add_flag("--verbose", how->is_verbose,
+                  "Show all of the plan: actions, components, install order, commands and retries\n[default: a line for each "
+                  "feature and repository, and what may come as a surprise]");
   add_reading_options(parser, *options, "the whole plan");
   set_help(parser, "eclipse-int plan SESSION [OPTIONS]",
            "  eclipse-int plan install.json\n"
            "      Show what \"eclipse-int run install.json\" would do.\n"
            "  eclipse-int plan modify.json --variables state.json\n"
            "      The same, with the variables that an earlier run wrote.\n"
+           "  eclipse-int plan install.json --resolve\n"
+           "      Also ask the director whether all requirements can be met.\n"
            "  eclipse-int plan uninstall.json --json --retries > plan.json\n"
            "      Machine-readable output, with all retries.\n",
            "Exit status:\n"
            "  0  the run would do what the plan shows, or has nothing to do\n"
            "  1  the run would be refused, its command would be altered or rejected by the shell, or the p2\n"
-           "     profile of the Eclipse is damaged\n"
-           "  2  an error in the session or the arguments\n");
-  return {&parser, [options, all_retries] { return plan(*options, *all_retries); }};
+           "     profile of the Eclipse is damaged; with --resolve also: the director would not install or\n"
+           "     remove all features\n"
+           "  2  an error in the session or the arguments; with --resolve also: the director cannot be asked,\n"
+           "     for example because another director is at work on the Eclipse\n"
+           "  128 + N  signal N interrupted the director\n");
+  return {&parser, [options, how] { return plan(*options, *how); }};
 }
 
 Subcommand add_verify(CLI::App& program) {
@@ -185,8 +206,11 @@ Subcommand add_verify(CLI::App& program) {
                               "Check whether the Eclipse instance has what a session installs, or no longer has what it\n"
                               "removes");
   const auto options = std::make_shared<SessionOptions>();
+  const auto asks_director = std::make_shared<bool>(false);
   add_session_file(parser, *options);
   add_wait_option(parser, options->wait);
+  parser.add_flag("--director", *asks_director,
+                  "Ask the director what is installed [default: read the p2 profile, and ask only if it cannot\nbe read]");
   add_reading_options(parser, *options, "the findings");
   set_help(parser, "eclipse-int verify SESSION [OPTIONS]",
            "  eclipse-int verify install.json\n"
@@ -202,7 +226,7 @@ Subcommand add_verify(CLI::App& program) {
            "  2  an error in the session or the arguments, or the instance cannot be queried, for example because\n"
            "     another director is at work on it\n"
            "  128 + N  signal N interrupted the query\n");
-  return {&parser, [options] { return verify(*options); }};
+  return {&parser, [options, asks_director] { return verify(*options, *asks_director); }};
 }
 
 }  // namespace

@@ -56,9 +56,14 @@ void add_wait_option(CLI::App& command, double& seconds);
 /// Gives a subcommand its usage line, and examples and exit statuses below its help.
 void set_help(CLI::App& command, const std::string& usage, const std::string& examples, const std::string& exit_status);
 
-/// Runs a whole session, and verifies the instance when asked to. Like all below, returns the exit status and throws
+struct RunOptions {
+  bool resolves = false;  ///< asks the director first, and runs only what it would do
+  bool verifies = false;  ///< asks the instance before and after
+};
+
+/// Runs a whole session. Like all below, returns the exit status and throws
 /// UsageError, FileError, PluginError or InstanceError for what is found before anything is run.
-int run(const SessionOptions& options, bool verifies);
+int run(const SessionOptions& options, const RunOptions& run);
 
 /// Calls single actions. The last of the arguments is the session file.
 int call(SessionOptions options, std::vector<std::string> arguments);
@@ -66,11 +71,18 @@ int call(SessionOptions options, std::vector<std::string> arguments);
 /// The names of the actions, each on an indented line of its own that a line feed begins.
 std::string list_of_actions();
 
-/// Prints what a run would do.
-int plan(const SessionOptions& options, bool all_retries);
+struct PlanOptions {
+  bool is_verbose = false;   ///< shows all of the plan
+  bool all_retries = false;  ///< shows all that are similar
+  bool resolves = false;     ///< asks the director
+};
 
-/// Compares an instance with what a run should have left.
-int verify(const SessionOptions& options);
+/// Prints what a run would do.
+int plan(const SessionOptions& options, const PlanOptions& plan);
+
+/// Compares an instance with what a run should have left. Its profile says what is installed, or the director, which is asked
+/// if the profile cannot be read, too.
+int verify(const SessionOptions& options, bool asks_director);
 
 }  // namespace eclipse_cli
 

@@ -16,6 +16,7 @@ using Json = nlohmann::ordered_json;
 Json unit_json(const CheckedUnit& checked, bool same) {
   return {{"unit", text_of(checked.unit)},
           {"locations", checked.places},
+          {"brought", checked.brought},
           {"installed", checked.is_installed},
           {"byName", checked.is_root},
           {"requiredBy", checked.required_by},
@@ -42,6 +43,7 @@ Json verification_json(const Verification& verification) {
           {"same", verification.differences().empty()},
           {"units", units},
           {"roots", texts_of(verification.installed.roots)},
+          {"source", verification.source == Source::profile ? "profile" : "director"},
           {"knowsAll", verification.knows_all()}};
 }
 

@@ -12,9 +12,9 @@
 
 namespace eclipse_cli {
 
-/// removal; executable; same: whether all is as it should be; units: [{unit, locations: [text], installed, byName, requiredBy:
-/// [id], otherVersions: [text], same}], in install order; roots: [text], what was installed by name; knowsAll: whether also
-/// what was installed as a requirement of the roots is known
+/// removal; executable; same: whether all is as it should be; units: [{unit, locations: [text], brought, installed, byName,
+/// requiredBy: [id], otherVersions: [text], same}], in install order; roots: [text], what was installed by name; source:
+/// "profile" or "director"; knowsAll: whether also what was installed as a requirement of the roots is known
 nlohmann::ordered_json verification_json(const eclipse_verify::Verification& verification);
 
 /// Prints that document, with the member profileDamage if something is wrong with the profile.

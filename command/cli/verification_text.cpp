@@ -39,6 +39,9 @@ std::string difference(const CheckedUnit& checked, const Verification& verificat
   } else {
     text += verification.knows_all() ? " is not installed" : " is not installed by name";
     if (!checked.other_versions.empty()) text += ", but version " + some_of(checked.other_versions, most_listed) + " is";
+    if (!checked.other_versions.empty() && !checked.brought.empty()) {
+      text += "; the session brings " + printable(checked.brought);
+    }
   }
   return text + " (" + some_of(checked.places, most_listed) + ")\n";
 }
@@ -73,7 +76,8 @@ std::string verification_text(const Verification& verification) {
   } else {
     text += same ? " are installed in " : " are not installed in ";
   }
-  text += printable(verification.executable) + "\n";
+  text += printable(verification.executable);
+  text += verification.source == Source::profile ? ", as its p2 profile records\n" : "\n";
   for (const CheckedUnit& checked : differences) text += difference(checked, verification);
   return text + notes_on(verification);
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/session_command.h"
+#include "plan/offer.h"
 #include "plan/plan.h"
 #include "verify/verification.h"
 
@@ -39,6 +40,7 @@ class VerifiedRun {
   int exit_status(int status_of_run) const;
 
   eclipse_plan::Plan plan_;
+  eclipse_plan::Offer offer_;
   std::optional<eclipse_verify::Verification> before_;
   std::optional<eclipse_verify::Verification> after_;
   std::vector<std::string> errors_;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "dry_run/command_pieces.h"
 #include "lint/input.h"
 
 namespace eclipse_lint {

@@ -76,6 +76,14 @@ std::string list_roots_command(const std::string& executable) {
          " -listInstalledRoots";
 }
 
+std::string verify_only_command(const DirectorCommand& command, const std::string& configuration) {
+  std::vector<std::string> words = intended_words(command);
+  words.insert(words.end(), {"-nl", "en", "-verifyOnly"});
+  if (!configuration.empty()) words.insert(words.end(), {"-configuration", configuration});
+  for (std::string& word : words) word = quoted_for_shell(word);
+  return joined(words, " ") + std::string(error_redirection);
+}
+
 std::vector<Unit> units_named(std::string_view list) {
   std::vector<Unit> units;
   while (!list.empty()) {

@@ -30,6 +30,11 @@ std::vector<std::string> intended_words(const DirectorCommand& command);
 /// The command that prints the roots of the instance with this executable, in English, quoted for a shell.
 std::string list_roots_command(const std::string& executable);
 
+/// The command that asks the director whether it would do what another command wants, and does nothing ("-verifyOnly"): in
+/// English, quoted for a shell. It starts with the configuration in this directory, or with the instance's own if that is
+/// empty.
+std::string verify_only_command(const DirectorCommand& command, const std::string& configuration);
+
 /// The units that the director makes of the list that follows "-i" or "-u".
 std::vector<Unit> units_named(std::string_view list);
 

@@ -2,6 +2,7 @@
 #ifndef ECLIPSE_INT_P2_INSTALLED_UNITS_H
 #define ECLIPSE_INT_P2_INSTALLED_UNITS_H
 
+#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -29,6 +30,9 @@ struct InstalledUnits {
 
 /// Asks the director of an instance for the roots, and its profile for all units. Throws InstanceError.
 InstalledUnits installed_units(const std::string& executable, const eclipse_shell::CommandProgress& progress = {});
+
+/// The same without a director, as the profile of the instance in this directory records it. Nothing when it cannot be read.
+std::optional<InstalledUnits> recorded_units(const std::filesystem::path& instance);
 
 /// The units in what the director prints when it is asked for them.
 std::vector<Unit> units_in(std::string_view output);

@@ -289,4 +289,12 @@ bool is_plain(std::string_view text) {
 
 ShellReading read_as_shell(std::string_view line) { return ShellReader(line).read(); }
 
+std::string as_word(const std::string& text) {
+  if (is_plain(text)) return text;
+  const ShellReading reading = read_as_shell("x " + text);
+  const bool is_word = reading.error.empty() && !reading.has_expansion && reading.redirections.empty() &&
+                       reading.commands.size() == 1 && reading.commands.front().size() == 2;
+  return is_word ? reading.commands.front().back() : text;
+}
+
 }  // namespace eclipse_shell

@@ -46,6 +46,10 @@ std::string quoted_for_shell(std::string_view text);
 /// Reads a command line by the rules of a POSIX shell. Nothing is run or expanded.
 ShellReading read_as_shell(std::string_view line);
 
+/// What a command gets of a text that is one of its words: without quotes. The text itself if the shell makes anything else of
+/// it than one word, or expands something in it.
+std::string as_word(const std::string& text);
+
 }  // namespace eclipse_shell
 
 #endif

@@ -6,22 +6,35 @@
 #include <utility>
 
 #include "p2/director_command.h"
+#include "p2/installation.h"
 #include "p2/removal.h"
+#include "p2/version.h"
+#include "shell/shell_reading.h"
 
 using namespace eclipse_p2;
+using eclipse_plan::Offer;
 
 namespace eclipse_verify {
 
 namespace {
 
+/// As the director gets them. Quotes that the shell removes are no part of an id.
+std::vector<Unit> units_in(const std::string& feature) { return units_named(eclipse_shell::as_word(feature)); }
+
+/// Whether an installed version of a unit is the one that is named or brought, or a higher one than that which is brought.
+bool is_as_wanted(const CheckedUnit& checked, const Unit& installed) {
+  const bool is_older = !checked.brought.empty() && compare_versions(installed.version, checked.brought) < 0;
+  return is_wanted(checked.unit, installed) && !is_older;
+}
+
 /// Each unit once, at the first of its places in the install order, with all lines that name it.
-std::vector<CheckedUnit> units_of(const eclipse_plan::Plan& plan) {
+std::vector<CheckedUnit> units_of(const eclipse_plan::Plan& plan, const Offer& offer) {
   std::vector<CheckedUnit> units;
   std::map<Unit, std::size_t> known;
   for (const eclipse_plan::PlannedRecord* const record : plan.by_slot()) {
-    for (const Unit& unit : units_named(record->config.feature)) {
+    for (const Unit& unit : units_in(record->config.feature)) {
       const auto [found, is_new] = known.emplace(unit, units.size());
-      if (is_new) units.push_back({unit, {}, false, false, {}, {}});
+      if (is_new) units.push_back({unit, {}, highest_offered(unit, offer.units).value_or(""), false, false, {}, {}});
       units[found->second].places.push_back(record->place());
     }
   }
@@ -30,7 +43,7 @@ std::vector<CheckedUnit> units_of(const eclipse_plan::Plan& plan) {
 
 void look_up_roots(CheckedUnit& checked, const std::vector<Unit>& roots) {
   for (const Unit& unit : roots) {
-    if (is_wanted(checked.unit, unit)) {
+    if (is_as_wanted(checked, unit)) {
       checked.is_installed = true;
       checked.is_root = true;
     } else if (unit.id == checked.unit.id) {
@@ -46,12 +59,20 @@ std::vector<Unit> without_places(const std::vector<CheckedUnit>& checked) {
 }
 
 /// The profile has the roots, too.
-void look_up_all(std::vector<CheckedUnit>& checked, const std::vector<InstalledUnit>& all) {
-  std::vector<UnitState> states = states_of(without_places(checked), all);
-  for (std::size_t i = 0; i < states.size(); ++i) {
-    if (states[i].is_installed) checked[i].is_installed = true;
-    checked[i].required_by = std::move(states[i].required_by);
-    checked[i].other_versions = std::move(states[i].other_versions);
+using UnitsById = std::multimap<std::string_view, const InstalledUnit*>;
+
+void look_up_all(CheckedUnit& checked, const UnitsById& all) {
+  checked.other_versions.clear();
+  const auto [begin, end] = all.equal_range(checked.unit.id);
+  for (auto found = begin; found != end; ++found) {
+    const eclipse_p2::InstalledUnit& unit = *found->second;
+    if (is_as_wanted(checked, {unit.id, unit.version})) {
+      // The same for all versions: requirers are known by id.
+      if (checked.required_by.empty()) checked.required_by = unit.required_by.get();
+      checked.is_installed = true;
+    } else {
+      checked.other_versions.push_back(unit.version);
+    }
   }
 }
 
@@ -78,7 +99,7 @@ std::vector<CheckedUnit> Verification::differences() const {
 
 std::optional<bool> Verification::has(const std::string& feature) const {
   std::optional<bool> has;
-  for (const Unit& unit : units_named(feature)) {
+  for (const Unit& unit : units_in(feature)) {
     const auto is_it = [&](const CheckedUnit& checked) { return checked.unit == unit; };
     const auto found = std::find_if(units.begin(), units.end(), is_it);
     if (found == units.end()) return std::nullopt;
@@ -107,15 +128,29 @@ std::vector<CheckedUnit> Verification::staying() const {
   return staying;
 }
 
-Verification compare(const eclipse_plan::Plan& plan, InstalledUnits installed) {
-  Verification verification{plan.is_removal, plan.executable, std::move(installed), units_of(plan)};
-  for (CheckedUnit& checked : verification.units) look_up_roots(checked, verification.installed.roots);
-  if (verification.knows_all()) look_up_all(verification.units, *verification.installed.all);
+Verification compare(const eclipse_plan::Plan& plan, InstalledUnits installed, const Offer& offer) {
+  Verification verification{plan.is_removal, plan.executable, std::move(installed), Source::director, units_of(plan, offer)};
+  UnitsById all;
+  if (verification.knows_all()) {
+    for (const auto& unit : *verification.installed.all) all.emplace(unit.id, &unit);
+  }
+  for (CheckedUnit& checked : verification.units) {
+    look_up_roots(checked, verification.installed.roots);
+    if (verification.knows_all()) look_up_all(checked, all);
+  }
   return verification;
 }
 
-Verification verify(const eclipse_plan::Plan& plan, const eclipse_shell::CommandProgress& progress) {
-  return compare(plan, installed_units(plan.executable, progress));
+Verification verify(const eclipse_plan::Plan& plan, const Offer& offer, Source source,
+                    const eclipse_shell::CommandProgress& progress) {
+  if (source == Source::profile) {
+    if (auto recorded = recorded_units(instance_directory(plan.executable))) {
+      Verification verification = compare(plan, *std::move(recorded), offer);
+      verification.source = Source::profile;
+      return verification;
+    }
+  }
+  return compare(plan, installed_units(plan.executable, progress), offer);
 }
 
 Change change_between(const InstalledUnits& before, const InstalledUnits& after) {

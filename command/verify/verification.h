@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "p2/installed_units.h"
+#include "plan/offer.h"
 #include "plan/plan.h"
 
 namespace eclipse_verify {
@@ -15,17 +16,21 @@ namespace eclipse_verify {
 struct CheckedUnit {
   eclipse_p2::Unit unit;
   std::vector<std::string> places;          ///< the descriptor lines that name it, as "FILE:LINE"
-  bool is_installed = false;                ///< in the version that is named, if one is
+  std::string brought;                      ///< the version that the session installs; empty when it is not known
+  bool is_installed = false;                ///< in the version that is named, if one is, or brought; a higher one will do
   bool is_root = false;                     ///< it was installed by name; otherwise it came along with another unit
   std::vector<std::string> required_by;     ///< the ids of the installed units that require it
   std::vector<std::string> other_versions;  ///< that are installed
 };
 
+enum class Source { profile, director };
+
 struct Verification {
   bool is_removal = false;
   std::string executable;
   eclipse_p2::InstalledUnits installed;
-  std::vector<CheckedUnit> units;  ///< in install order
+  Source source = Source::director;  ///< what says what is installed
+  std::vector<CheckedUnit> units;    ///< in install order
 
   /// Otherwise only what was installed by name is known.
   bool knows_all() const { return installed.all.has_value(); }
@@ -40,11 +45,14 @@ struct Verification {
   std::vector<CheckedUnit> staying() const;
 };
 
-/// Compares what a plan comes to with what is installed.
-Verification compare(const eclipse_plan::Plan& plan, eclipse_p2::InstalledUnits installed);
+/// Compares what a plan comes to with what is installed. The offer says which versions an installation brings.
+Verification compare(const eclipse_plan::Plan& plan, eclipse_p2::InstalledUnits installed,
+                     const eclipse_plan::Offer& offer = {});
 
-/// Asks the instance of a plan, which has a command. Throws InstanceError.
-Verification verify(const eclipse_plan::Plan& plan, const eclipse_shell::CommandProgress& progress = {});
+/// Looks at the instance of a plan, which has a command. `source` is what is asked first; a profile that cannot be read leaves
+/// the director. Throws InstanceError.
+Verification verify(const eclipse_plan::Plan& plan, const eclipse_plan::Offer& offer, Source source,
+                    const eclipse_shell::CommandProgress& progress = {});
 
 /// What differs between two states of an instance.
 struct Change {

@@ -223,26 +223,27 @@ TEST_F(RunReport, ShowsWhyARemovalFailed) {
 
 TEST_F(RunReport, ShowsWhyNothingWasDone) {
   write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
-  EXPECT_EQ(eclipse_int("run session.json"), (Outcome{0,
-                                                      "Session session.json\n"
-                                                      "  Mode: install\n"
-                                                      "  Eclipse: none\n"
-                                                      "  Component tools: not installed, selected to be installed\n"
-                                                      "\n"
-                                                      "Action eclipse_integration_required\n"
-                                                      "Action find_eclipse_ide\n"
-                                                      "Action define_eclipse_path\n"
-                                                      "Action perform_integration\n"
-                                                      "\n"
-                                                      "Done\n"
-                                                      "  No director was started, so nothing was changed in Eclipse.\n"
-                                                      "  The log ends with: eclipse_int: nothing to integrate\n"
-                                                      "\n"
-                                                      "Changed variables:\n"
-                                                      "  ECLIPSE_IDE = no\n"
-                                                      "  ECLIPSE_IDE_ENABLED = no\n"
-                                                      "  ECLIPSE_INTEGRATION_REQUIRED = yes\n",
-                                                      ""}));
+  EXPECT_EQ(eclipse_int("run session.json"),
+            (Outcome{0,
+                     "Session session.json\n"
+                     "  Mode: install\n"
+                     "  Eclipse: none\n"
+                     "  Component tools: not installed, selected to be installed\n"
+                     "\n"
+                     "Action eclipse_integration_required\n"
+                     "Action find_eclipse_ide\n"
+                     "Action define_eclipse_path\n"
+                     "Action perform_integration\n"
+                     "\n"
+                     "Done\n"
+                     "  No command of the session was run, so nothing was changed in Eclipse.\n"
+                     "  The log ends with: eclipse_int: nothing to integrate\n"
+                     "\n"
+                     "Changed variables:\n"
+                     "  ECLIPSE_IDE = no\n"
+                     "  ECLIPSE_IDE_ENABLED = no\n"
+                     "  ECLIPSE_INTEGRATION_REQUIRED = yes\n",
+                     ""}));
 }
 
 TEST_F(RunReport, ShowsWhyItRefused) {
@@ -261,7 +262,7 @@ TEST_F(RunReport, ShowsWhyItRefused) {
                "\n"
                "Refused: USER_DEFINED_ECLIPSE_PATH is \"/missing/eclipse\", which is not the Eclipse executable: give the "
                "full path of an existing file named \"eclipse\" (ECLIPSE_BIN)\n"
-               "  No director was started, so nothing was changed in Eclipse.\n"
+               "  No command of the session was run, so nothing was changed in Eclipse.\n"
                "\n"
                "Changed variables:\n"
                "  ECLIPSE_IDE = no\n"
@@ -276,26 +277,27 @@ TEST_F(RunReport, ShowsWhyItRefused) {
 
 TEST_F(RunReport, ShowsASessionWithNothingInIt) {
   fake::write_file("session.json", R"({"mode": "modify", "components": []})");
-  EXPECT_EQ(eclipse_int("run session.json"), (Outcome{0,
-                                                      "Session session.json\n"
-                                                      "  Mode: modify\n"
-                                                      "  Eclipse: not chosen\n"
-                                                      "  No components\n"
-                                                      "\n"
-                                                      "Action eclipse_integration_required\n"
-                                                      "Action find_eclipse_ide\n"
-                                                      "Action define_eclipse_path\n"
-                                                      "Action perform_integration\n"
-                                                      "\n"
-                                                      "Done\n"
-                                                      "  No director was started, so nothing was changed in Eclipse.\n"
-                                                      "  The log ends with: eclipse_int: nothing to integrate\n"
-                                                      "\n"
-                                                      "Changed variables:\n"
-                                                      "  ECLIPSE_IDE = no\n"
-                                                      "  ECLIPSE_IDE_ENABLED = no\n"
-                                                      "  ECLIPSE_INTEGRATION_REQUIRED = no\n",
-                                                      ""}));
+  EXPECT_EQ(eclipse_int("run session.json"),
+            (Outcome{0,
+                     "Session session.json\n"
+                     "  Mode: modify\n"
+                     "  Eclipse: not chosen\n"
+                     "  No components\n"
+                     "\n"
+                     "Action eclipse_integration_required\n"
+                     "Action find_eclipse_ide\n"
+                     "Action define_eclipse_path\n"
+                     "Action perform_integration\n"
+                     "\n"
+                     "Done\n"
+                     "  No command of the session was run, so nothing was changed in Eclipse.\n"
+                     "  The log ends with: eclipse_int: nothing to integrate\n"
+                     "\n"
+                     "Changed variables:\n"
+                     "  ECLIPSE_IDE = no\n"
+                     "  ECLIPSE_IDE_ENABLED = no\n"
+                     "  ECLIPSE_INTEGRATION_REQUIRED = no\n",
+                     ""}));
 }
 
 TEST_F(RunReport, KeepsTextsOnTheirLine) {
@@ -314,7 +316,7 @@ TEST_F(RunReport, KeepsTextsOnTheirLine) {
                               "Action verify_user_defined_eclipse_path\n"
                               "\n"
                               "Done\n"
-                              "  No director was started, so nothing was changed in Eclipse.\n"
+                              "  No command of the session was run, so nothing was changed in Eclipse.\n"
                               "\n"
                               "Changed variables:\n"
                               "  USER_DEFINED_ECLIPSE_PATH_CORRECT = no\n"

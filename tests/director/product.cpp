@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "cli/json_documents.h"
 #include "shell/command_runner.h"
@@ -34,6 +35,62 @@ std::vector<Value> command_values(const nlohmann::json& result, const char* key)
   std::vector<Value> values;
   for (const auto& command : result.at("commands")) values.push_back(command.at(key).get<Value>());
   return values;
+}
+
+struct Child {
+  int status;
+  nlohmann::json result;
+};
+
+Child eclipse_int(const std::string& arguments) {
+  const auto run = eclipse_shell::run_in_shell(quoted(ECLIPSE_INT_COMMAND) + " " + arguments);
+  cli_test::keep_json_document(arguments, run.output);
+  auto result = nlohmann::json::parse(run.output, nullptr, false);
+  if (result.is_discarded()) throw std::runtime_error("no JSON: " + run.output + run.error_output);
+  return {run.exit_code, std::move(result)};
+}
+
+/// Each file with its size and time.
+using Files = std::map<fs::path, std::pair<std::uintmax_t, fs::file_time_type>>;
+
+Files files_in(const fs::path& directory) {
+  Files files;
+  for (const auto& entry : fs::recursive_directory_iterator(directory)) {
+    if (entry.is_regular_file()) files[entry.path()] = {entry.file_size(), entry.last_write_time()};
+  }
+  return files;
+}
+
+/// What the director said of the command and, when it failed, of each feature is what it came to.
+void expect_foreseen(const Child& plan, const Outcome& run) {
+  const nlohmann::json& resolution = plan.result.at("resolution");
+  const std::vector<int> codes = run.exit_codes();
+  if (resolution.contains("notAsked")) {
+    EXPECT_TRUE(codes.empty() || plan.status == 1) << resolution;
+    return;
+  }
+  ASSERT_FALSE(codes.empty());
+  EXPECT_EQ(resolution["all"]["exitCode"], codes.front());
+  EXPECT_EQ(resolution["resolves"], run.status == 0);
+  EXPECT_EQ(plan.status, run.status);
+  if (plan.result["removal"] || resolution["each"].empty()) return;
+  std::vector<std::string> succeeded;
+  ASSERT_EQ(codes.size(), 1 + resolution["each"].size());
+  for (std::size_t i = 1; i < codes.size(); ++i) {
+    if (codes[i] == 0) succeeded.push_back(resolution["each"][i - 1]["features"][0]);
+  }
+  if (resolution["expected"].is_null()) return;
+  EXPECT_EQ(resolution["expected"], succeeded);
+}
+
+/// The profile says what the director says.
+void expect_profile_tells(const std::string& arguments) {
+  Child of_profile = eclipse_int("verify" + arguments);
+  Child of_director = eclipse_int("verify --director" + arguments);
+  EXPECT_EQ(of_profile.status, of_director.status);
+  EXPECT_EQ(std::exchange(of_profile.result["source"], ""), "profile");
+  EXPECT_EQ(std::exchange(of_director.result["source"], ""), "director");
+  EXPECT_EQ(of_profile.result, of_director.result);
 }
 
 }  // namespace
@@ -90,11 +147,14 @@ Outcome Product::run(const std::string& mode, const std::map<std::string, std::s
   for (const auto& [name, value] : variables) session["variables"][name] = value;
   const fs::path file = directory_ / "session.json";
   write(file, session.dump(2));
-  const std::string arguments = "run --json " + quoted(file.string());
-  const auto run = eclipse_shell::run_in_shell(quoted(ECLIPSE_INT_COMMAND) + " " + arguments);
-  cli_test::keep_json_document(arguments, run.output);
-  Outcome outcome{run.exit_code, nlohmann::json::parse(run.output, nullptr, false)};
-  if (outcome.result.is_discarded()) throw std::runtime_error("no JSON: " + run.output + run.error_output);
+  const std::string arguments = " --json " + quoted(file.string());
+  const Files before = files_in(directory_ / "ide");
+  const Child plan = eclipse_int("plan --resolve" + arguments);
+  EXPECT_EQ(files_in(directory_ / "ide"), before) << "the question left something in the instance";
+  const Child run = eclipse_int("run" + arguments);
+  Outcome outcome{run.status, run.result, plan.result};
+  expect_foreseen(plan, outcome);
+  if (plan.result["command"].is_object() && plan.result["command"]["runsAsIntended"]) expect_profile_tells(arguments);
   return outcome;
 }
 

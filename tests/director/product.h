@@ -12,6 +12,7 @@
 struct Outcome {
   int status;             ///< its exit status
   nlohmann::json result;  ///< what it printed with --json
+  nlohmann::json plan;    ///< what "plan --resolve" printed before
 
   std::vector<int> exit_codes() const;
   std::vector<std::string> commands() const;
@@ -36,7 +37,9 @@ class Product {
   /// Adds the IDE as a component whose package lists the executable.
   nlohmann::json& ide_component();
 
-  /// Runs the session in the given mode, on the instance as the user's own unless `variables` say otherwise.
+  /// Runs the session as it stands in the given mode, on the instance as the user's own unless `variables` say otherwise. What
+  /// the director says of it before has to come true, and must not leave a trace in the instance; and the profile has to
+  /// say what it says afterwards.
   Outcome run(const std::string& mode, const std::map<std::string, std::string>& variables = {});
 
   /// The features that the instance has installed, in order, without the platform's own unit.

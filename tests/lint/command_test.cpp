@@ -139,8 +139,8 @@ TEST_F(LintCommand, OverridesThatSuppressNothingAreReported) {
 TEST_F(LintCommand, DirectoryOfComponentsIsCheckedComponentByComponent) {
   for (const std::string component : {"product/one", "product/two"}) {
     write_file(component + "/etc/eclipse/t", "site\torg.example.alpha.feature.group\n");
-    write_file(component + "/site/compositeContent.xml",
-               "<repository><children><child location='https://example.org/site'/></children></repository>");
+    write_file(component + "/site/content.xml",
+               "<repository><units><unit id='org.example.alpha.feature.group' version='1.0.0'/></units></repository>");
   }
   const auto lint = eclipse_int("lint --severity note --disable repository-not-examined product product/one/etc/eclipse");
   EXPECT_EQ(lint.exit_code, 0);

@@ -63,6 +63,16 @@ TEST(DirectorCommand, ThatListsRootsQuotesTheExecutable) {
             "'/my ide/it'\\''s' -nosplash -nl en -application org.eclipse.equinox.p2.director -listInstalledRoots");
 }
 
+TEST(DirectorCommand, ThatOnlyVerifiesQuotesEveryWord) {
+  const DirectorCommand command{
+      .executable = "/my ide/e", .repositories = "file:///a b,jar:file:///c.zip!/", .features = "F1,F2"};
+  const std::string words =
+      "'/my ide/e' '-nosplash' '-application' 'org.eclipse.equinox.p2.director' '-repository' "
+      "'file:///a b,jar:file:///c.zip!/' '-i' 'F1,F2' '-nl' 'en' '-verifyOnly'";
+  EXPECT_EQ(verify_only_command(command, ""), words + " 2>&1");
+  EXPECT_EQ(verify_only_command(command, "/tmp/it's"), words + " '-configuration' '/tmp/it'\\''s' 2>&1");
+}
+
 TEST(UnitsNamed, AreTheDirectorsReadingOfAList) {
   EXPECT_EQ(units_named("a,b/1.0"), (Units{{"a", ""}, {"b", "1.0"}}));
   EXPECT_EQ(units_named(" a\r"), (Units{{"a", ""}}));

@@ -59,12 +59,13 @@ TEST_F(PlanCommand, TellsAnInstallation) {
       "\"jar:file://DIRECTORY/tools/site.zip!/\",file://DIRECTORY/tools/more,file://DIRECTORY/tools/site";
   const std::string command =
       "DIRECTORY/eclipse/eclipse -nosplash -application org.eclipse.equinox.p2.director -repository " + repositories + " -i ";
-  Outcome outcome = eclipse_int("plan session.json");
+  Outcome outcome = eclipse_int("plan session.json --verbose");
   // The lengths of the commands hang on the directory.
   for (std::size_t at; (at = outcome.output.find(" of at most 131071")) != std::string::npos;) {
     const std::size_t start = outcome.output.rfind('(', at);
     outcome.output.replace(start + 1, at + 18 - start - 1, "N");
   }
+  outcome.output.erase(outcome.output.find("\nlint: "));
   EXPECT_EQ(outcome, (Outcome{0,
                               "Plan of session.json (dry run: nothing is run or changed)\n"
                               "\n"
@@ -105,10 +106,19 @@ TEST_F(PlanCommand, TellsAnInstallation) {
                                   ":4: two is already listed in a slot below 1\n  " + file +
                                   ":5: has no feature, so the line only uses slot 5 and adds its repository\n"
                                   "\n"
+                                  "Features installed into DIRECTORY/eclipse/eclipse: 2 that will fail\n"
+                                  "  !  two    no repository of the session offers it (" +
+                                  file +
+                                  ":2)\n"
+                                  "  !  one    no repository of the session offers it (" +
+                                  file +
+                                  ":1)\n"
+                                  "  What is installed is not known: the p2 profile of the instance cannot be read.\n"
+                                  "\n"
                                   "Repositories\n"
-                                  "  \"jar:file://DIRECTORY/tools/site.zip!/\"\n"
-                                  "  file://DIRECTORY/tools/more\n"
-                                  "  file://DIRECTORY/tools/site\n"
+                                  "  !  \"jar:file://DIRECTORY/tools/site.zip!/\"  does not exist\n"
+                                  "  !  file://DIRECTORY/tools/more              does not exist\n"
+                                  "  !  file://DIRECTORY/tools/site              does not exist\n"
                                   "\n"
                                   "Command (N bytes)\n"
                                   "  " +
@@ -123,10 +133,138 @@ TEST_F(PlanCommand, TellsAnInstallation) {
                               ""}));
 }
 
+/// The units of a repository or of a profile.
+std::string units(const std::map<std::string, std::string>& versions, const std::string& more = "") {
+  std::string text = "<units>";
+  for (const auto& [id, version] : versions) text += "<unit id='" + id + "' version='" + version + "'>" + more + "</unit>";
+  return text + "</units>";
+}
+
+void write_repository(const std::string& name, const std::map<std::string, std::string>& versions) {
+  fake::write_file("tools/" + name + "/content.xml", "<repository>" + units(versions) + "</repository>");
+}
+
+/// All of them roots.
+void write_profile(const std::map<std::string, std::string>& versions) {
+  std::string roots;
+  for (const auto& [id, version] : versions) {
+    roots += "<iuProperties id='" + id + "' version='" + version +
+             "'><properties><property name='org.eclipse.equinox.p2.type.root' value='true'/></properties></iuProperties>";
+  }
+  fake::write_file("eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
+                   "<profile>" + units(versions) + "<iusProperties>" + roots + "</iusProperties></profile>");
+}
+
+TEST_F(PlanCommand, HasALineForEachFeatureAndRepository) {
+  write_session("install");
+  write_repository("site", {{"new", "1.0.0"}, {"same", "1.0.0"}, {"older", "2.0.0"}, {"newer", "1.0.0"}});
+  write_profile({{"same", "1.0"}, {"older", "1.9.0"}, {"newer", "1.10.0"}});
+  fake::write_file("tools/etc/eclipse/tools.txt",
+                   "site\tnew\nsite\tsame\nsite\tolder\nsite\tnewer\nsite\tnowhere\nsite\tnew/3.0\nnone\tnew\n\tlost\n");
+  const std::string file = "DIRECTORY/tools/etc/eclipse/tools.txt";
+  const std::string remedy = ", which was installed by name; remove it first\n";
+  Outcome outcome = eclipse_int("plan session.json");
+  outcome.output.erase(outcome.output.find("\nlint: "));
+  EXPECT_EQ(
+      outcome,
+      (Outcome{0,
+               "Plan of session.json (dry run: nothing is run or changed)\n"
+               "\n"
+               "Features installed into DIRECTORY/eclipse/eclipse: 1 to install, 1 to keep, 2 in another version, 2 that "
+               "will fail\n"
+               "  +  new      1.0.0            file://DIRECTORY/tools/site\n"
+               "  =  same     1.0.0\n"
+               "  ~  older    1.9.0 -> 2.0.0   will most likely fail: the director does not replace version 1.9.0" +
+                   remedy +
+                   "  ~  newer    1.10.0 -> 1.0.0  will most likely fail: the director does not replace the newer version "
+                   "1.10.0" +
+                   remedy + "  !  nowhere                   no repository of the session offers it (" + file +
+                   ":5)\n"
+                   "  !  new/3.0                   no repository of the session offers it, but version 1.0.0 (" +
+                   file +
+                   ":6)\n"
+                   "\n"
+                   "Repositories\n"
+                   "  !  file://DIRECTORY/tools/none  does not exist\n"
+                   "     file://DIRECTORY/tools/site  ok\n"
+                   "\n"
+                   "Ignored\n"
+                   "  " +
+                   file + ":8: has no repository, so the line is ignored\n",
+               ""}));
+  const Json planned = plan();
+  EXPECT_EQ(planned.at("changes").at(2), Json({{"unit", "older"},
+                                               {"location", file + ":3"},
+                                               {"change", "other version"},
+                                               {"version", "2.0.0"},
+                                               {"installed", "1.9.0"},
+                                               {"repository", "file://DIRECTORY/tools/site"},
+                                               {"remark", planned.at("changes").at(2).at("remark")}}));
+  EXPECT_EQ(planned.at("profileRead"), true);
+  EXPECT_EQ(planned.at("repositoryStates").at(0).at("usable"), false);
+}
+
+TEST_F(PlanCommand, HasALineForEachFeatureThatIsRemoved) {
+  write_session("uninstall", {}, R"("installed": true, "remove": true)");
+  write_profile({{"one", "1.0.0"}});
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_EQ(outcome.output.substr(0, outcome.output.find("\nlint")),
+            "Plan of session.json (dry run: nothing is run or changed)\n"
+            "\n"
+            "Features removed from DIRECTORY/eclipse/eclipse: 1 to remove, 1 that will fail\n"
+            "  -  one  1.0.0\n"
+            "  !  two         is not installed, so the director removes none of the features "
+            "(DIRECTORY/tools/etc/eclipse/tools.txt:3)\n");
+}
+
+TEST_F(PlanCommand, SaysWhereItDoesNotKnow) {
+  write_session("install");
+  fake::write_file("tools/site/compositeContent.xml",
+                   "<repository><children><child location='http://example.org/a'/></children></repository>");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_NE(outcome.output.find("  +  one    no repository that could be looked into offers it\n"), std::string::npos)
+      << outcome.output;
+  EXPECT_NE(outcome.output.find("  ?  file://DIRECTORY/tools/site  was not looked into: "), std::string::npos)
+      << outcome.output;
+  write_repository("site", {{"one", "1.0.0"}, {"two", "1.0.0"}});
+  std::filesystem::remove("tools/site/compositeContent.xml");
+  EXPECT_NE(eclipse_int("plan session.json")
+                .output.find("\n  What is installed is not known: the p2 profile of the instance cannot be read.\n"),
+            std::string::npos);
+}
+
+TEST_F(PlanCommand, ShowsWhatMayComeAsASurprise) {
+  write_session("install");
+  write_repository("site", {{"one; x", "1.0.0"}});
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone; x\n");
+  EXPECT_NE(eclipse_int("plan session.json").output.find("\n  Warning: the shell would change this command:\n"),
+            std::string::npos);
+  std::filesystem::permissions("eclipse/eclipse", std::filesystem::perms(0644));
+  EXPECT_NE(eclipse_int("plan session.json").output.find(" is not executable, so the shell cannot start it"),
+            std::string::npos);
+  const Outcome none = eclipse_int("plan session.json --set ECLIPSE_INTEGRATION_CHOICE=none");
+  EXPECT_NE(none.output.find("\nCommand\n  None: the last line of the log is: eclipse_int: nothing to integrate\n"),
+            std::string::npos)
+      << none.output;
+}
+
+TEST_F(PlanCommand, CountsWhatLintFindsInThisSession) {
+  write_session("install");
+  write_repository("site", {{"one.feature.group", "1.0.0"}});
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone.feature.group\n");
+  EXPECT_TRUE(eclipse_int("plan session.json").output.ends_with("\nlint: no findings\n"))
+      << eclipse_int("lint session.json").output;
+  const Json counts = plan("--set USER_DEFINED_ECLIPSE_PATH=" + directory.path() + "/nowhere").at("lint");
+  EXPECT_GT(counts.at("error"), 0) << "with its variables";
+  std::filesystem::rename("session.json", "session.txt");
+  const Json unknown = Json::parse(eclipse_int("plan session.txt --json").output);
+  EXPECT_FALSE(unknown.contains("lint")) << "lint would take it for a descriptor";
+}
+
 TEST_F(PlanCommand, WarnsThatTextsAreComparedAndTellsTheRefusal) {
   write_session("install", {{"ECLIPSE_MIN_SUPPORTED_VERSION", "4.7"}});
   fake::write_file("eclipse/configuration/config.ini", "eclipse.buildId=4.10\n");
-  const Outcome outcome = eclipse_int("plan session.json");
+  const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(outcome.output.find(
                 "\nEclipse version\n"
@@ -148,7 +286,7 @@ TEST_F(PlanCommand, WarnsThatTextsAreComparedAndTellsTheRefusal) {
 TEST_F(PlanCommand, ShowsWhatTheShellMakesOfTheCommand) {
   write_session("install");
   fake::write_file("tools/etc/eclipse/tools.txt", "my site\tone;two\nsite\t$HOME\n");
-  const Outcome outcome = eclipse_int("plan session.json");
+  const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(outcome.output.find("  Warning: the shell would change this command:\n"
                                 "    Words of command 1:\n"
@@ -185,7 +323,7 @@ TEST_F(PlanCommand, ShowsWhatTheShellMakesOfTheCommand) {
 
 TEST_F(PlanCommand, TellsThatTheRetryOfARemovalIsRefused) {
   write_session("uninstall", {}, "\"installed\": true, \"remove\": true");
-  const Outcome outcome = eclipse_int("plan session.json");
+  const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_EQ(outcome.status, 0) << "the first command is sound";
   EXPECT_NE(outcome.output.find("\nFeatures to remove, in order\n"), std::string::npos) << outcome.output;
   EXPECT_NE(outcome.output.find("\n  DIRECTORY/eclipse/eclipse " + removal_arguments("one,two") + " 2>&1\n"),
@@ -201,7 +339,7 @@ TEST_F(PlanCommand, TellsThatTheRetryOfARemovalIsRefused) {
 TEST_F(PlanCommand, WarnsOfACommandThatIsTooLong) {
   write_session("install");
   fake::write_file("tools/etc/eclipse/tools.txt", "site\t" + std::string(131'072, 'x') + "\n");
-  const Outcome outcome = eclipse_int("plan session.json");
+  const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(outcome.output.find("\n  Warning: the command is too long to be started\n"), std::string::npos);
   EXPECT_EQ(Json::parse(eclipse_int("run session.json --json").output).at("commands").at(0).at("exitCode"), 126);
@@ -210,7 +348,7 @@ TEST_F(PlanCommand, WarnsOfACommandThatIsTooLong) {
 TEST_F(PlanCommand, TellsThatZeroBytesKeepTheCommandFromTheShell) {
   write_session("install");
   fake::write_file("tools/etc/eclipse/tools.txt", std::string("site\tone\nsi\0te\ttwo\n", 20));
-  const Outcome outcome = eclipse_int("plan session.json");
+  const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(outcome.output.find(" is zero, and a shell command cannot contain a zero byte (exit status 126)\n"
                                 "    From column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:2: si\\x00te\n"
@@ -229,7 +367,7 @@ TEST_F(PlanCommand, TellsThatZeroBytesKeepTheCommandFromTheShell) {
 TEST_F(PlanCommand, DoesNotNameTheQuotesOfAnArchive) {
   write_session("install");
   fake::write_file("tools/etc/eclipse/tools.txt", "my site.zip\tone\nmy site\ttwo\n");
-  const Outcome outcome = eclipse_int("plan session.json");
+  const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.output.find("quotes"), std::string::npos) << outcome.output;
   EXPECT_NE(outcome.output.find("From column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:2: my site\n"), std::string::npos);
@@ -237,9 +375,9 @@ TEST_F(PlanCommand, DoesNotNameTheQuotesOfAnArchive) {
 
 TEST_F(PlanCommand, WarnsOfAnExecutableThatMayNotBeExecuted) {
   write_session("install");
-  EXPECT_EQ(eclipse_int("plan session.json").status, 0);
+  EXPECT_EQ(eclipse_int("plan session.json --verbose").status, 0);
   std::filesystem::permissions("eclipse/eclipse", std::filesystem::perms(0644));
-  const Outcome outcome = eclipse_int("plan session.json");
+  const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(
       outcome.output.find("\n  Warning: \"DIRECTORY/eclipse/eclipse\" is not executable, so the shell cannot start it (exit "
@@ -252,7 +390,7 @@ TEST_F(PlanCommand, WarnsOfAnExecutableThatMayNotBeExecuted) {
 TEST_F(PlanCommand, CountsOnlyRetriesThatAreAlike) {
   write_session("install");
   fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite\ttwo\nsite\tfour five\nsite\tsix\n");
-  const Outcome outcome = eclipse_int("plan session.json");
+  const Outcome outcome = eclipse_int("plan session.json --verbose");
   const std::size_t retries = outcome.output.find("\nRetries if that fails, one for each feature: 4 commands");
   ASSERT_NE(retries, std::string::npos) << outcome.output;
   const std::string text = outcome.output.substr(retries);
@@ -265,7 +403,7 @@ TEST_F(PlanCommand, CountsOnlyRetriesThatAreAlike) {
 TEST_F(PlanCommand, ShowsControlCharactersAndHasEveryByteForPrograms) {
   write_session("install");
   fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\r\nsite\t\xFF\n");
-  const Outcome outcome = eclipse_int("plan session.json");
+  const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_NE(outcome.output.find(" -i one\\r,\\xFF 2>&1\n"), std::string::npos) << outcome.output;
   const Json command = plan().at("command");
   EXPECT_NE(command.at("text").get<std::string>().find(" -i one\r,\xEF\xBF\xBD 2>&1"), std::string::npos);
@@ -286,7 +424,7 @@ TEST_F(PlanCommand, PlansTheCommandsOfARemoval) {
 
 TEST_F(PlanCommand, PlansNoCommandWhereNoneIsRun) {
   write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
-  const Outcome outcome = eclipse_int("plan session.json");
+  const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_NE(outcome.output.find("\nCommand\n  None: the last line of the log is: eclipse_int: nothing to integrate\n"
                                 "    ECLIPSE_INTEGRATION_CHOICE is \"none\"\n"
@@ -303,7 +441,7 @@ TEST_F(PlanCommand, ChangesNothingAndRunsNothing) {
   fake::write_file("v.json", R"({"CASHED_ECLIPSE_PATH": "/another"})");
   fake::write_file("tools/etc/eclipse/tools.txt", "site\t$(touch made)\n");
   const auto before = files_there();
-  for (const std::string options : {"", "--json", "--retries", "--variables v.json"}) {
+  for (const std::string options : {"", "--json", "--retries", "--verbose", "--variables v.json"}) {
     EXPECT_EQ(eclipse_int("plan session.json " + options).status, 1);
   }
   EXPECT_EQ(files_there(), before);
@@ -334,7 +472,7 @@ TEST_F(PlanCommand, ReportsADescriptorThatCannotBeRead) {
   std::filesystem::create_symlink("/proc/self/mem", "tools/etc/eclipse/tools.txt");
   const std::string file = "DIRECTORY/tools/etc/eclipse/tools.txt: ";
   const std::string reason = "cannot be read: Input/output error";
-  EXPECT_NE(eclipse_int("plan session.json").output.find(file + "0 records; " + reason + "\n"), std::string::npos);
+  EXPECT_NE(eclipse_int("plan session.json --verbose").output.find(file + "0 records; " + reason + "\n"), std::string::npos);
   EXPECT_EQ(plan().at("components").at(0).at("descriptors").at(0).at("error"), reason);
   const std::string warning =
       "eclipse-int: warning: " + file + reason + "; the plug-in ignores this and uses what it can read\n";
@@ -352,7 +490,7 @@ TEST_F(PlanCommand, ShortensLongTextsButForPrograms) {
   std::string feature;
   while (feature.size() < size) feature += "a b ";
   fake::write_file("tools/etc/eclipse/tools.txt", "site\t" + feature + "\n");
-  const Outcome outcome = eclipse_int("plan session.json");
+  const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_LT(outcome.output.size(), 100'000U);
   EXPECT_NE(outcome.output.find("a b ... (399800 bytes left out)"), std::string::npos) << outcome.output;
   EXPECT_NE(outcome.output.find("      and 199957 more words (--json has them)\n"), std::string::npos) << outcome.output;
@@ -365,7 +503,7 @@ TEST_F(PlanCommand, LeavesACommandWholeThatCanBeStarted) {
   const std::string feature(100'000, 'x');
   fake::write_file("tools/etc/eclipse/tools.txt", "site\t" + feature + "\nsite\t" + std::string(198, 'y') + "\xC3\xA4\xC3\xA4" +
                                                       std::string(4096, 'z') + "\n");
-  const Outcome outcome = eclipse_int("plan session.json");
+  const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_NE(outcome.output.find(" -i " + feature + ","), std::string::npos);
   EXPECT_NE(outcome.output.find("  " + std::string(200, 'x') + "... (99800 bytes left out)  "), std::string::npos);
   EXPECT_NE(outcome.output.find("  " + std::string(198, 'y') + "\xC3\xA4... (4098 bytes left out)  "), std::string::npos);

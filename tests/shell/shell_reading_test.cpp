@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+#include <vector>
+
 #include "shell/command_runner.h"
 
 namespace eclipse_shell {
@@ -185,6 +188,14 @@ TEST(ShellReading, WhatIsRefusedTheShellRefuses) {
     EXPECT_EQ(exit_code, 0) << line;
     EXPECT_EQ(read_as_shell(line).error, "") << line;
   }
+}
+
+TEST(ShellReading, OfATextThatIsOneWordIsThatWord) {
+  for (const auto& [text, word] : std::vector<std::pair<std::string, std::string>>{
+           {"a.b", "a.b"}, {"'a b'", "a b"}, {"\"a\"", "a"}, {"a\\ b", "a b"}, {"a'b'", "ab"}}) {
+    EXPECT_EQ(as_word(text), word) << text;
+  }
+  for (const std::string text : {"", "a b", "a;b", "$a", "'a", "a>b", "*"}) EXPECT_EQ(as_word(text), text) << text;
 }
 
 }  // namespace

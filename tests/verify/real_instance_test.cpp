@@ -58,7 +58,7 @@ TEST(RealInstance, IsTheSameAfterARunAndDiffersBeforeAndAfterARemoval) {
   const auto& verification = run.result.at("verification");
   EXPECT_EQ(verification.at("cameIn"), nlohmann::json(features({"alpha", "beta"})));
   EXPECT_THAT(verification.at("wentOut"), IsEmpty());
-  const Answer after = answer_of(product, "verify", with_it);
+  const Answer after = answer_of(product, "verify --director", with_it);
   EXPECT_EQ(after.status, 0);
   EXPECT_THAT(after.result.at("roots"), IsSupersetOf(features({"alpha", "beta"})));
   EXPECT_EQ(verification.at("after"), after.result);
@@ -139,7 +139,7 @@ TEST(RealInstance, IsAskedBelowAPathWithSpaces) {
   Product product("my product");
   product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
   ASSERT_EQ(product.run("install").status, 1) << "the shell cuts the executable";
-  const Answer answer = answer_of(product, "verify");
+  const Answer answer = answer_of(product, "verify --director");
   EXPECT_EQ(answer.status, 1);
   EXPECT_THAT(different_units(answer.result), ElementsAre("org.example.beta.feature.group"));
 }

@@ -18,9 +18,9 @@ class VerifyCommand : public ChildCommand {
   }
 
   /// What the instance has, in the form of its p2 profile.
-  static void write_profile(const std::string& units) {
+  static void write_profile(const std::string& units, const std::string& properties = "") {
     fake::write_file("eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
-                     "<profile><units>" + units + "</units></profile>");
+                     "<profile><units>" + units + "</units><iusProperties>" + properties + "</iusProperties></profile>");
   }
 };
 
@@ -76,7 +76,7 @@ TEST_F(VerifyCommand, TellsWhatCameAlongFromWhatIsNotThere) {
   write_profile(
       "<unit id='one' version='1.0.0'><requires><required namespace='org.eclipse.equinox.p2.iu' name='two'/></requires></unit>"
       "<unit id='two' version='1.0.0'/>");
-  EXPECT_EQ(eclipse_int("verify session.json"),
+  EXPECT_EQ(eclipse_int("verify session.json --director"),
             (Outcome{1,
                      "Different: 1 of 3 units that the session installs are not installed in DIRECTORY/eclipse/eclipse\n"
                      "  three is not installed (DIRECTORY/tools/etc/eclipse/tools.txt:3)\n"
@@ -84,12 +84,74 @@ TEST_F(VerifyCommand, TellsWhatCameAlongFromWhatIsNotThere) {
                      ""}));
   write_session("uninstall", {}, "\"remove\": true");
   script(2, "echo one/1.0.0");
-  EXPECT_EQ(eclipse_int("verify session.json"),
+  EXPECT_EQ(eclipse_int("verify session.json --director"),
             (Outcome{1,
                      "Different: 2 of 3 units that the session removes are still installed in DIRECTORY/eclipse/eclipse\n"
                      "  one is still installed (DIRECTORY/tools/etc/eclipse/tools.txt:1)\n"
                      "  two is still installed, but not by name; required by one (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n",
                      ""}));
+}
+
+TEST_F(VerifyCommand, ReadsTheProfileAndStartsNoDirector) {
+  write_session("install");
+  write_profile("<unit id='one' version='1.0.0'/>",
+                "<iuProperties id='one' version='1.0.0'><properties>"
+                "<property name='org.eclipse.equinox.p2.type.root' value='true'/></properties></iuProperties>");
+  EXPECT_EQ(eclipse_int("verify session.json"),
+            (Outcome{1,
+                     "Different: 1 of 2 units that the session installs are not installed in DIRECTORY/eclipse/eclipse, as its "
+                     "p2 profile records\n"
+                     "  two is not installed (DIRECTORY/tools/etc/eclipse/tools.txt:3)\n",
+                     ""}));
+  EXPECT_EQ(director_calls(), "");
+  const Json read = Json::parse(eclipse_int("verify session.json --json").output);
+  EXPECT_EQ(read.at("source"), "profile");
+  EXPECT_EQ(read.at("roots"), Json::array({"one/1.0.0"}));
+  script(1, "echo one/1.0.0");
+  EXPECT_EQ(Json::parse(eclipse_int("verify session.json --json --director").output).at("source"), "director");
+  EXPECT_EQ(director_calls(), question);
+}
+
+TEST_F(VerifyCommand, AsksTheDirectorWhenTheProfileCannotBeRead) {
+  write_session("install");
+  write_profile("<unit");
+  script(1, "echo one/1.0.0; echo two/1.0.0");
+  EXPECT_EQ(eclipse_int("verify session.json").status, 0);
+  EXPECT_EQ(director_calls(), question);
+}
+
+TEST_F(VerifyCommand, TakesAnOlderVersionForDifferentAndANewerOneNot) {
+  write_session("install");
+  fake::write_file("tools/site/content.xml",
+                   "<repository><units><unit id='one' version='2.0.0'/><unit id='two' version='1.0.0'/></units></repository>");
+  script(1, "echo one/1.9.0; echo two/1.1.0");
+  EXPECT_EQ(eclipse_int("verify session.json"),
+            (Outcome{1,
+                     "Different: 1 of 2 units that the session installs are not installed in DIRECTORY/eclipse/eclipse\n"
+                     "  one is not installed by name, but version 1.9.0 is; the session brings 2.0.0 "
+                     "(DIRECTORY/tools/etc/eclipse/tools.txt:2)\n" +
+                         only_roots,
+                     ""}));
+  write_profile("<unit id='one' version='1.9.0'/><unit id='two' version='1.1.0'/>");
+  const Json one = Json::parse(eclipse_int("verify session.json --json").output).at("units").at(0);
+  EXPECT_EQ(one.at("brought"), "2.0.0");
+  EXPECT_EQ(one.at("otherVersions"), Json::array({"1.9.0"}));
+  EXPECT_EQ(one.at("same"), false);
+  write_session("uninstall", {}, "\"remove\": true");
+  EXPECT_EQ(Json::parse(eclipse_int("verify session.json --json").output).at("units").at(0).at("installed"), true)
+      << "any version has to go";
+}
+
+TEST_F(VerifyCommand, ComparesWhatTheShellMakesOfAFeature) {
+  write_session("install");
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\t'one'\nsite\t\"two\"\n");
+  script(1, "echo one/1.0.0; echo two/1.0.0");
+  EXPECT_EQ(eclipse_int("verify session.json").status, 0);
+  script(2, "echo one/1.0.0; echo two/1.0.0");
+  script(4, "echo one/1.0.0; echo two/1.0.0");
+  const Outcome run = eclipse_int("run session.json --verify");
+  EXPECT_EQ(run.status, 0) << run.output;
+  EXPECT_NE(run.output.find("  Installed into DIRECTORY/eclipse:\n"), std::string::npos) << run.output;
 }
 
 TEST_F(VerifyCommand, NamesOnlySomeOfManyThatRequireAUnit) {
@@ -101,7 +163,7 @@ TEST_F(VerifyCommand, NamesOnlySomeOfManyThatRequireAUnit) {
              "'><requires><required namespace='org.eclipse.equinox.p2.iu' name='two'/></requires></unit>";
   }
   write_profile(units);
-  EXPECT_NE(eclipse_int("verify session.json").output.find("; required by a, b, c and 2 more ("), std::string::npos);
+  EXPECT_NE(eclipse_int("verify session.json --director").output.find("; required by a, b, c and 2 more ("), std::string::npos);
 }
 
 TEST_F(VerifyCommand, IsThereForPrograms) {
@@ -113,10 +175,10 @@ TEST_F(VerifyCommand, IsThereForPrograms) {
     "removal": false, "executable": "DIRECTORY/eclipse/eclipse", "same": false,
     "units": [
       {"unit": "one", "locations": ["DIRECTORY/tools/etc/eclipse/tools.txt:2"], "installed": true, "byName": true,
-       "requiredBy": [], "otherVersions": [], "same": true},
+       "brought": "", "requiredBy": [], "otherVersions": [], "same": true},
       {"unit": "two", "locations": ["DIRECTORY/tools/etc/eclipse/tools.txt:3"], "installed": false, "byName": false,
-       "requiredBy": [], "otherVersions": [], "same": false}],
-    "roots": ["local.ide/4", "one/1.0.0"], "knowsAll": false})"));
+       "brought": "", "requiredBy": [], "otherVersions": [], "same": false}],
+    "roots": ["local.ide/4", "one/1.0.0"], "source": "director", "knowsAll": false})"));
 }
 
 TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {

@@ -496,6 +496,41 @@ Rule minimum_version_compared_as_text() {
   };
 }
 
+/// "4", "4.26" or "4.26.0.v2022", with a first number that an Eclipse can have.
+bool looks_like_eclipse_version(const std::string& version) {
+  constexpr int highest_major = 99;
+  int major = 0;
+  const auto [end, error] = std::from_chars(version.data(), version.data() + version.size(), major);
+  if (error != std::errc() || major > highest_major) return false;
+  return end == version.data() + version.size() || *end == '.';
+}
+
+Rule minimum_version_of_another_kind() {
+  return {
+      .name = "minimum-version-of-another-kind",
+      .group = Group::eclipse,
+      .severity = Severity::warning,
+      .title = "the minimum version is not a version of the kind that an Eclipse has",
+      .why =
+          "It is compared as text with the eclipse.buildId of the instance, such as 4.26.0.v20221123-1800. The name of a "
+          "release, "
+          "such as 2022-12, is lower than that of any Eclipse 4, so it refuses none.",
+      .fix = "write a version such as 4.26",
+      .bad = product(session("install", user_choice("ide/eclipse", R"(, "ECLIPSE_MIN_SUPPORTED_VERSION": "2022-12")"), tools),
+                     {{"ide/configuration/config.ini", "eclipse.buildId=4.10.0\n"}}),
+      .good = product(session("install", user_choice("ide/eclipse", R"(, "ECLIPSE_MIN_SUPPORTED_VERSION": "4.10")"), tools),
+                      {{"ide/configuration/config.ini", "eclipse.buildId=4.10.0\n"}}),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session) return;
+            const std::string minimum = input.session->session->expand("${ECLIPSE_MIN_SUPPORTED_VERSION}");
+            if (minimum.empty() || looks_like_eclipse_version(minimum)) return;
+            reporter.report(input.session->location_of("ECLIPSE_MIN_SUPPORTED_VERSION"),
+                            in_quotes(minimum) + " is not a version such as 4.26");
+          },
+  };
+}
+
 }  // namespace
 
 std::vector<Rule> rules_about_eclipse() {
@@ -511,6 +546,7 @@ std::vector<Rule> rules_about_eclipse() {
       executable_not_startable(),
       profile_state_damaged(),
       minimum_version_compared_as_text(),
+      minimum_version_of_another_kind(),
   };
 }
 

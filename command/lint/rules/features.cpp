@@ -2,12 +2,17 @@
 #include <algorithm>
 #include <cctype>
 #include <map>
+#include <set>
 
 #include "base/printable.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
 #include "lint/texts.h"
+#include "p2/director_command.h"
+#include "p2/installation.h"
+#include "p2/profile.h"
+#include "p2/unit.h"
 #include "p2/version.h"
 
 using namespace eclipse_base;
@@ -373,6 +378,60 @@ Rule feature_from_two_repositories() {
       .concerns_removals = false};
 }
 
+// ---- Versions in the instance ----
+
+constexpr const char* profile_name = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile";
+
+std::string profile_with_root(const std::string& version) {
+  return "<profile><units><unit id='org.example.one.feature.group' version='" + version +
+         "'/></units><iusProperties>\n  <iuProperties id='org.example.one.feature.group' version='" + version +
+         "'><properties>\n    <property name='org.eclipse.equinox.p2.type.root' value='true'/>\n  "
+         "</properties></iuProperties>\n</iusProperties></profile>\n";
+}
+
+/// What the first command asks the director to install.
+std::set<eclipse_p2::Unit> installed_by(const Input& input) {
+  const auto& commands = input.session->run.commands;
+  const auto command = commands.empty() ? std::nullopt : eclipse_p2::cut_director_command(commands.at(0));
+  const auto units = command ? eclipse_p2::units_named(command->features) : std::vector<eclipse_p2::Unit>();
+  return {units.begin(), units.end()};
+}
+
+/// What comes along with other units may be replaced, and is not reported.
+void check_installed_versions(const Input& input, Reporter& reporter) {
+  if (!input.session || !input.offered) return;
+  const auto units = installed_by(input);
+  if (units.empty()) return;
+  const auto installed = eclipse_p2::profile_units(eclipse_p2::instance_directory(input.session->executable()));
+  if (!installed) return;
+  const eclipse_p2::InstallationForecast forecast(*input.offered, true, *installed);
+  for_each_unit(input, [&](const Unit& unit) {
+    const eclipse_p2::Unit named = eclipse_p2::unit_called(unit.text);
+    const auto found = forecast.of(named);
+    if (found.step != eclipse_p2::InstallStep::conflict || !units.contains(named)) return;
+    reporter.report(unit.location(), "the instance has version " + found.installed + " of " + in_quotes(unit.id()) +
+                                         ", and the run would install " + found.version + " beside it");
+  });
+}
+
+Rule other_version_installed() {
+  return {
+      .name = "other-version-installed",
+      .group = Group::features,
+      .severity = Severity::error,
+      .title = "the instance has another version of a feature, which is not replaced",
+      .why =
+          "The director does not replace what was installed by name. Two versions of a feature go together only if they share "
+          "no "
+          "singleton plug-in, and nearly all do. Otherwise the command for all features fails, and so does this feature alone.",
+      .fix = "remove the installed version first, with a run of its session in the mode uninstall",
+      .bad = product(internal_session(), {{profile_name, profile_with_root("0.9.0")}}),
+      .good = product(internal_session(), {{profile_name, profile_with_root("1.0.0")}}),
+      .check = check_installed_versions,
+      .concerns_removals = false,
+  };
+}
+
 }  // namespace
 
 std::vector<Rule> rules_about_features() {
@@ -385,7 +444,8 @@ std::vector<Rule> rules_about_features() {
           feature_looks_like_option(),
           feature_needs_shell_quoting(),
           feature_empty(),
-          feature_from_two_repositories()};
+          feature_from_two_repositories(),
+          other_version_installed()};
 }
 
 }  // namespace eclipse_lint

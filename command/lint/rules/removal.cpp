@@ -150,8 +150,54 @@ Rule removal_after_deletion() {
   };
 }
 
+/// A component that stays and has a line for this unit; null when none does.
+const Record* keeper_of(const Input& input, const Unit& unit) {
+  for (const Record& record : input.records) {
+    const auto* const component = record.descriptor->component->catalogue;
+    if (!record.placement || !component->installed || component->selected_for_removal) continue;
+    for (const Unit& kept : units_named(record.config->feature)) {
+      if (kept.id == unit.id) return &record;
+    }
+  }
+  return nullptr;
+}
+
+std::string entry_of_more(const std::string& state) {
+  return entry_of({.code = "more", .directory = "more", .state = state, .capabilities = R"("MORE_ECLIPSE_PLUGIN")"});
+}
+
+Rule feature_of_staying_component() {
+  const auto product_with_more = [](const std::string& state) {
+    return product(session("uninstall", internal_choice, std::string(ide) + tools + "," + entry_of_more(state)),
+                   {{"more/etc/eclipse/tools.txt", "../tools/site\torg.example.one.feature.group\n"}});
+  };
+  return {
+      .name = "feature-of-staying-component",
+      .group = Group::removal,
+      .severity = Severity::error,
+      .title = "a removal takes a feature that a component which stays brings, too",
+      .why = "The director removes the feature, and the component that stays loses it: nothing counts who installed it.",
+      .fix = "leave the feature out of the removal, or remove the other component, too",
+      .bad = product_with_more(R"("installed": true)"),
+      .good = product_with_more(R"("installed": true, "remove": true)"),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.is_removal() || input.session->run.commands.empty()) return;
+            for (const RemovedUnit& removed : removed_units(input)) {
+              const Record* const keeper = keeper_of(input, removed.unit);
+              if (keeper == nullptr) continue;
+              reporter.report(removed.location, in_quotes(removed.unit.id) + " is removed, but " +
+                                                    in_quotes(keeper->descriptor->component->catalogue->code) +
+                                                    ", which stays, brings it, too (" + keeper->where() + ")");
+            }
+          },
+  };
+}
+
 }  // namespace
 
-std::vector<Rule> rules_about_removals() { return {unit_not_installed(), unit_required_by_others(), removal_after_deletion()}; }
+std::vector<Rule> rules_about_removals() {
+  return {unit_not_installed(), unit_required_by_others(), removal_after_deletion(), feature_of_staying_component()};
+}
 
 }  // namespace eclipse_lint

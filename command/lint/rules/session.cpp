@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "base/printable.h"
+#include "base/text.h"
 #include "dry_run/log_lines.h"
 #include "lint/input.h"
 #include "lint/rule.h"
@@ -118,10 +119,109 @@ Rule new_instance_gets_all_features() {
   };
 }
 
+bool is_selected(const Component& component, bool for_removal) {
+  return for_removal ? component.catalogue->selected_for_removal : component.catalogue->selected_for_install;
+}
+
+/// Nothing selected at all is what a person may want.
+bool selects_only_for_another_mode(const Input& input) {
+  const auto selects = [&](bool for_removal) {
+    return std::any_of(input.components.begin(), input.components.end(),
+                       [&](const Component& component) { return is_selected(component, for_removal); });
+  };
+  return !selects(input.is_removal()) && selects(!input.is_removal());
+}
+
+/// Whether the choice is one with which the plug-in looks for features at all.
+bool chooses_eclipse(const Input& input) {
+  const std::string choice = input.session->variable("ECLIPSE_INTEGRATION_CHOICE");
+  return choice == "internal" || choice == "user";
+}
+
+Rule selection_for_another_mode() {
+  return {
+      .name = "selection-for-another-mode",
+      .group = Group::session,
+      .severity = Severity::warning,
+      .title = "components are selected, but none for the mode of the session",
+      .why = "The run does nothing and reports success. A removal looks at \"remove\", the other modes at \"install\".",
+      .fix = "select the components, or correct the mode",
+      .bad = product(session("uninstall", internal_choice, std::string(ide) + entry_of({.state = R"("install": true)"}))),
+      .good = product(internal_session("uninstall")),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || !input.session->run.commands.empty() || !input.session->run.refusal.empty()) return;
+            if (!chooses_eclipse(input) || !selects_only_for_another_mode(input)) return;
+            reporter.report(input.session->mode, std::string("no component is selected for ") +
+                                                     (input.is_removal() ? "removal" : "installation") + ", so nothing is " +
+                                                     (input.is_removal() ? "removed" : "installed"));
+          },
+  };
+}
+
+/// The variables that a run reads.
+const std::vector<std::string>& variables_read() {
+  static const std::vector<std::string> names = {"KORU_MODE",
+                                                 "ECLIPSE_INTEGRATION_CHOICE",
+                                                 "ECLIPSE_BIN",
+                                                 "USER_DEFINED_ECLIPSE_PATH",
+                                                 "CASHED_ECLIPSE_PATH",
+                                                 "ECLIPSE_MIN_SUPPORTED_VERSION",
+                                                 "eclipse_integration_failed_title"};
+  return names;
+}
+
+/// Whether a name has the words of another one, in order, but for one of them.
+bool lacks_a_word(const std::string& name, const std::string& other) {
+  const auto words = split(name, '_');
+  const auto others = split(other, '_');
+  if (words.size() < 3 || words.size() + 1 != others.size()) return false;
+  std::size_t found = 0;
+  for (const std::string& word : others) {
+    if (found < words.size() && words[found] == word) ++found;
+  }
+  return found == words.size();
+}
+
+/// The variable that a run reads and that is probably meant by another name; nothing when none is.
+std::optional<std::string> meant_variable(const std::string& name) {
+  const auto& known = variables_read();
+  if (std::find(known.begin(), known.end(), name) != known.end()) return std::nullopt;
+  for (const std::string& each : known) {
+    if (lacks_a_word(name, each)) return each;
+  }
+  const auto similar = similar_word(name, known);
+  return similar && distance(name, *similar) <= 2 ? similar : std::nullopt;
+}
+
+Rule variable_misspelled() {
+  return {
+      .name = "variable-misspelled",
+      .group = Group::session,
+      .severity = Severity::warning,
+      .title = "the name of a variable is nearly one that is read",
+      .why = "The variable has no effect. The names are exact, the misspelled CASHED_ECLIPSE_PATH among them.",
+      .fix = "write the name as it is read",
+      .bad = product(session("modify", user_choice("ide/eclipse", R"(, "CACHED_ECLIPSE_PATH": "ide/eclipse")"), tools)),
+      .good = product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"), tools)),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session) return;
+            for (const auto& [name, location] : input.session->variables) {
+              const auto meant = meant_variable(name);
+              if (!meant) continue;
+              reporter.report(Severity::warning, location, in_quotes(name) + " is not read; " + in_quotes(*meant) + " is",
+                              "write " + in_quotes(*meant));
+            }
+          },
+  };
+}
+
 }  // namespace
 
 std::vector<Rule> rules_about_sessions() {
-  return {all_repositories_empty(), command_too_long(), new_instance_gets_all_features()};
+  return {all_repositories_empty(), command_too_long(), new_instance_gets_all_features(), selection_for_another_mode(),
+          variable_misspelled()};
 }
 
 }  // namespace eclipse_lint

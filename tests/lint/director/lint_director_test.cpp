@@ -73,6 +73,23 @@ TEST(LintDirector, DirectoryCalledZipCannotBeLoaded) {
   EXPECT_THAT(rules_broken_by(product), ElementsAre("directory-named-zip"));
 }
 
+TEST(LintDirector, OtherVersionOfAFeatureIsNotReplaced) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  ASSERT_EQ(product.run("install").status, 0);
+  const std::string site = (product.directory() / "tools/sites/alpha").string();
+  ASSERT_EQ(eclipse_shell::run_in_shell(
+                "cd '" + site + "' && unzip -p content.jar content.xml | sed 's/1\\.0\\.0/2.0.0/g' > content.xml && rm *.jar")
+                .exit_code,
+            0);
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("Only one of the following can be installed at once"));
+  EXPECT_THAT(rules_broken_by(product), Contains("other-version-installed"));
+  EXPECT_EQ(outcome.plan.at("changes").at(0).at("installed"), "1.0.0");
+  EXPECT_EQ(product.installed(), features({"alpha"}));
+}
+
 TEST(LintDirector, CommaInARepositoryMakesEveryCommandFail) {
   Product product;
   add_alpha_as(product, "a,b", std::string(alpha) + "sites/a,b\torg.example.alpha.feature.group\n");

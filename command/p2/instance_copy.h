@@ -1,0 +1,35 @@
+// A copy of what a director reads of an Eclipse instance and writes to, so that one can be asked without a trace in the
+// instance.
+#ifndef ECLIPSE_INT_P2_INSTANCE_COPY_H
+#define ECLIPSE_INT_P2_INSTANCE_COPY_H
+
+#include <filesystem>
+#include <memory>
+
+namespace eclipse_p2 {
+
+/// The configuration and the newest state of the profile, in a temporary directory, which the destructor removes. A director of
+/// the instance that is started with this configuration finds this profile, and writes its logs and caches here.
+class InstanceCopy {
+ public:
+  /// Null when the instance keeps its profile elsewhere than is usual, or has none: a director that is started with a copied
+  /// configuration would look at another profile. Throws InstanceError when something cannot be copied.
+  static std::unique_ptr<InstanceCopy> of(const std::filesystem::path& instance);
+
+  ~InstanceCopy();
+  InstanceCopy(const InstanceCopy&) = delete;
+  InstanceCopy& operator=(const InstanceCopy&) = delete;
+
+  /// Laid out as the instance is.
+  const std::filesystem::path& directory() const { return directory_; }
+  std::filesystem::path configuration() const;
+
+ private:
+  InstanceCopy();
+
+  std::filesystem::path directory_;
+};
+
+}  // namespace eclipse_p2
+
+#endif

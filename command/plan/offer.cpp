@@ -1,0 +1,39 @@
+#include "plan/offer.h"
+
+#include "dry_run/command_pieces.h"
+
+using eclipse_p2::Repositories;
+using eclipse_p2::Repository;
+
+namespace eclipse_plan {
+
+namespace {
+
+void add(Offer& offer, const std::string& url, const Repository& repository) {
+  if (!repository.units) {
+    offer.is_all = offer.is_all && repository.unexamined_because.empty();
+    return;
+  }
+  for (const auto& [id, versions] : *repository.units) {
+    offer.units[id].insert(versions.begin(), versions.end());
+    for (const std::string& version : versions) offer.urls[id].emplace(version, url);
+  }
+}
+
+}  // namespace
+
+std::string Offer::repository_of(const std::string& id, const std::string& version) const {
+  const auto of_id = urls.find(id);
+  if (of_id == urls.end()) return "";
+  const auto found = of_id->second.find(version);
+  return found == of_id->second.end() ? "" : found->second;
+}
+
+Offer offered_to(const Plan& plan, Repositories& repositories) {
+  Offer offer;
+  if (plan.is_removal) return offer;
+  for (const std::string& url : plan.repositories) add(offer, url, repositories.at(eclipse_dry_run::path_in(url)));
+  return offer;
+}
+
+}  // namespace eclipse_plan

@@ -1,0 +1,151 @@
+#include "preview/preview.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "base/text.h"
+#include "dry_run/command_pieces.h"
+#include "p2/director_command.h"
+#include "p2/installation.h"
+#include "p2/installed_units.h"
+#include "p2/profile.h"
+#include "plan/offer.h"
+#include "verify/verification.h"
+
+using namespace eclipse_p2;
+using eclipse_plan::Offer;
+using eclipse_plan::Plan;
+using eclipse_plan::PlannedRecord;
+
+namespace eclipse_preview {
+
+namespace {
+
+constexpr std::size_t most_named = 3;
+
+PreviewedRepository about(const std::string& url, const Repository& repository) {
+  PreviewedRepository about{url, false, ""};
+  if (!repository.exists) {
+    about.remark = "does not exist";
+  } else if (!repository.error.empty()) {
+    about.remark = repository.error;
+  } else if (!repository.is_repository) {
+    about.remark =
+        repository.nested.empty() ? "has no p2 metadata" : "has no p2 metadata, but \"" + repository.nested + "\" in it has";
+  } else {
+    about.is_usable = true;
+    if (!repository.units) about.remark = "was not looked into: " + repository.unexamined_because;
+  }
+  return about;
+}
+
+std::string remark_on(const Installation& step, const Unit& unit, const Offer& offer) {
+  switch (step.step) {
+    case InstallStep::not_found: {
+      const auto other = highest_offered({unit.id, ""}, offer.units);
+      return "no repository of the session offers it" + (other ? ", but version " + *other : "");
+    }
+    case InstallStep::conflict:
+      return std::string("will most likely fail: the director does not replace ") +
+             (step.installed_newer ? "the newer version " : "version ") + step.installed +
+             ", which was installed by name; remove it first";
+    case InstallStep::upgrade:
+      return "version " + step.installed + " came along with other units, and may be replaced";
+    case InstallStep::keep:
+      return "";
+    case InstallStep::add:
+      break;
+  }
+  return step.version.empty() ? "no repository that could be looked into offers it" : "";
+}
+
+Change change_of(InstallStep step) {
+  switch (step) {
+    case InstallStep::keep:
+      return Change::keep;
+    case InstallStep::upgrade:
+    case InstallStep::conflict:
+      return Change::other_version;
+    case InstallStep::not_found:
+      return Change::fail;
+    case InstallStep::add:
+      break;
+  }
+  return Change::add;
+}
+
+void add_installations(Preview& preview, const Plan& plan, const std::optional<InstalledUnits>& installed,
+                       Repositories& repositories) {
+  for (const std::string& url : plan.repositories) {
+    preview.repositories.push_back(about(url, repositories.at(eclipse_dry_run::path_in(url))));
+  }
+  const Offer offer = eclipse_plan::offered_to(plan, repositories);
+  static const std::vector<InstalledUnit> none;
+  const InstallationForecast forecast(offer.units, offer.is_all, installed ? *installed->all : none);
+  for (const PlannedRecord* const record : plan.features()) {
+    for (const Unit& unit : units_named(record->config.feature)) {
+      const Installation step = forecast.of(unit);
+      preview.features.push_back({record->config.feature, text_of(unit), record->place(), change_of(step.step), step.version,
+                                  step.installed, offer.repository_of(unit.id, step.version), remark_on(step, unit, offer)});
+    }
+  }
+}
+
+std::string version_of(const Unit& unit, const std::optional<InstalledUnits>& installed) {
+  if (!installed) return "";
+  const auto is_it = [&](const InstalledUnit& each) { return is_wanted(unit, {each.id, each.version}); };
+  const auto found = std::find_if(installed->all->begin(), installed->all->end(), is_it);
+  return found == installed->all->end() ? "" : found->version;
+}
+
+void add_removals(Preview& preview, const Plan& plan, const std::optional<InstalledUnits>& installed) {
+  const auto verification = eclipse_verify::compare(plan, installed.value_or(InstalledUnits()));
+  const auto staying = verification.staying();
+  for (const auto& checked : verification.units) {
+    PreviewedFeature feature{
+        text_of(checked.unit), text_of(checked.unit), checked.places.front(), Change::remove, "", "", "", ""};
+    feature.version = feature.installed = version_of(checked.unit, installed);
+    const auto stays = std::find_if(staying.begin(), staying.end(), [&](const auto& one) { return one.unit == checked.unit; });
+    if (installed && !checked.is_installed) {
+      feature.change = Change::fail;
+      feature.remark = "is not installed, so the director removes none of the features";
+    } else if (stays != staying.end()) {
+      feature.change = Change::keep;
+      feature.remark = "stays, because it is required by " + eclipse_base::first_few(stays->required_by, most_named);
+    }
+    preview.features.push_back(std::move(feature));
+  }
+}
+
+}  // namespace
+
+const char* name_of(Change change) {
+  switch (change) {
+    case Change::add:
+      return "add";
+    case Change::keep:
+      return "keep";
+    case Change::other_version:
+      return "other version";
+    case Change::remove:
+      return "remove";
+    case Change::fail:
+      break;
+  }
+  return "fail";
+}
+
+Preview preview(const Plan& plan, Repositories& repositories) {
+  Preview preview;
+  const auto installed = recorded_units(instance_directory(plan.executable));
+  preview.knows_installed = installed.has_value();
+  if (plan.is_removal) {
+    add_removals(preview, plan, installed);
+  } else {
+    add_installations(preview, plan, installed, repositories);
+  }
+  return preview;
+}
+
+}  // namespace eclipse_preview

@@ -1,0 +1,48 @@
+// What an installation meets, as the director of Eclipse 4.26 behaves.
+#include "p2/installation.h"
+
+#include <gtest/gtest.h>
+
+using namespace eclipse_p2;
+
+namespace {
+
+const UnitVersions offered = {{"a", {"1.0.0", "1.10.0", "1.9.0"}}, {"b", {"2.0.0"}}};
+const std::vector<InstalledUnit> installed = {{"b", "1.0.0", {}, true}, {"b", "0.5.0", {"x"}, false}, {"c", "3.0", {}, true}};
+
+Installation of(const Unit& unit, const std::vector<InstalledUnit>& there = installed, bool is_all = true) {
+  return InstallationForecast(offered, is_all, there).of(unit);
+}
+
+TEST(Installation, TakesTheHighestVersionThatIsWanted) {
+  EXPECT_EQ(of({"a", ""}).step, InstallStep::add);
+  EXPECT_EQ(of({"a", ""}).version, "1.10.0");
+  EXPECT_EQ(of({"a", "1.9"}).version, "1.9.0");
+}
+
+TEST(Installation, KeepsWhatIsThereInThatVersion) {
+  EXPECT_EQ(of({"a", ""}, {{"a", "1.10", {}, false}}).step, InstallStep::keep);
+  EXPECT_EQ(of({"c", ""}).step, InstallStep::keep) << "no repository offers it";
+  EXPECT_EQ(of({"c", "3.0.0"}).version, "3.0");
+}
+
+TEST(Installation, MeetsAnotherVersion) {
+  const Installation conflict = of({"b", ""});
+  EXPECT_EQ(conflict.step, InstallStep::conflict);
+  EXPECT_EQ(conflict.version, "2.0.0");
+  EXPECT_EQ(conflict.installed, "1.0.0") << "the root, which is not replaced";
+  EXPECT_FALSE(conflict.installed_newer);
+  EXPECT_TRUE(of({"b", ""}, {{"b", "2.0.1", {}, true}}).installed_newer);
+  EXPECT_EQ(of({"b", ""}, {{"b", "1.0.0", {"x"}, false}}).step, InstallStep::upgrade);
+}
+
+TEST(Installation, DoesNotFindWhatNobodyOffers) {
+  EXPECT_EQ(of({"d", ""}).step, InstallStep::not_found);
+  EXPECT_EQ(of({"a", "7"}).step, InstallStep::not_found);
+  EXPECT_EQ(of({"c", "4"}).step, InstallStep::not_found);
+  const Installation unknown = of({"d", ""}, installed, false);
+  EXPECT_EQ(unknown.step, InstallStep::add);
+  EXPECT_EQ(unknown.version, "");
+}
+
+}  // namespace
