@@ -54,7 +54,8 @@ constexpr std::array severities = {Severity::error, Severity::warning, Severity:
 /// How many findings of each severity lint has in a session, with the variables that the plan has. Nothing for a file that lint
 /// does not take for a session.
 std::optional<std::map<Severity, std::size_t>> lint_counts(const eclipse_host::Plugin& plugin, Repositories& repositories,
-                                                           const SessionOptions& options, const eclipse_host::Session& session) {
+                                                           const SessionOptions& options,
+                                                           const eclipse_host::Session& session) {
   const std::string& file = options.session;
   const bool is_directory = is_component_directory(file);
   if (!is_directory && std::filesystem::path(file).extension() != ".json") return std::nullopt;
@@ -130,6 +131,7 @@ int plan_session(const SessionOptions& options, const PlanOptions& wanted) {
   const SessionCommand command(options);
   check_mode(command.session());
   const eclipse_host::Plugin plugin = command.load_plugin();
+  command.warn_of_unreadable_descriptors(plugin);
   PlanReport report;
   report.plan = eclipse_plan::make_plan(plugin, command.session(), wanted.all_retries ? Retries::all : Retries::distinct);
   if (report.plan.command) report.damage = eclipse_p2::profile_damage_at_rest(report.plan.executable);

@@ -38,8 +38,8 @@ struct RunFacts {
 ///   variables: {before: {NAME: text}, after: {NAME: text}}
 ///   log: [line]
 ///   commands: [{action, command, hex, output, outputHex, outputLeftOut, errorOutput, errorOutputHex, errorOutputLeftOut,
-///     exitCode, seconds, failure}]; hex, outputHex and errorOutputHex: the bytes of the text before, each only when they are not
-///     UTF-8; outputLeftOut and errorOutputLeftOut: how many bytes are left out, only when some are; failure: null when the
+///     exitCode, seconds, failure}]; hex, outputHex and errorOutputHex: the bytes of the text before, each only when they are
+///     not UTF-8; outputLeftOut and errorOutputLeftOut: how many bytes are left out, only when some are; failure: null when the
 ///     command succeeded, otherwise {layer, meaning, causes: [text], log}, with null for the log when there is none
 ///   profileDamage: as add_damage() adds it
 void print_run(const RunFacts& run, int exit_status, const std::function<void(nlohmann::ordered_json& json)>& add_to);

@@ -80,8 +80,8 @@ std::string verify_only_command(const DirectorCommand& command, const std::strin
   std::vector<std::string> words = intended_words(command);
   words.insert(words.end(), {"-nl", "en", "-verifyOnly"});
   if (!configuration.empty()) words.insert(words.end(), {"-configuration", configuration});
-  for (std::string& word : words) word = quoted_for_shell(word);
-  return joined(words, " ") + std::string(error_redirection);
+  for (std::string& word : words) word = eclipse_shell::quoted_for_shell(word);
+  return joined(words, " ") + std::string(eclipse_shell::command_end);
 }
 
 std::vector<Unit> units_named(std::string_view list) {

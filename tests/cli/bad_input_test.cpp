@@ -71,7 +71,7 @@ const std::vector<SpecialFile> special_files = {
     {"tools/etc/eclipse/tools.txt", "lint tools/etc/eclipse/tools.txt", 2, "tools/etc/eclipse/tools.txt" + no_input},
     {"tools/etc/eclipse/tools.txt", "lint tools", 1, ", not a file [descriptor-not-a-file]\n"},
     {"tools/etc/eclipse/tools.txt", "lint session.json", 1, ", not a file [descriptor-not-a-file]\n"},
-    {"tools/etc/eclipse/tools.txt", "plan session.json", 0, "its package lists no descriptor file\n"},
+    {"tools/etc/eclipse/tools.txt", "plan session.json --verbose", 0, "its package lists no descriptor file\n"},
     {"tools/etc/eclipse/tools.txt", "run session.json", 0, "The log ends with: eclipse_int: feature or repo list is empty"},
     {"tools/etc/eclipse/tools.txt", "verify session.json", 0, "the log ends with: eclipse_int: feature or repo list is empty"},
     {"tools/site/content.xml", "lint session.json", 1, "content.xml " + no_metadata},

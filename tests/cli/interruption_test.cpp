@@ -72,7 +72,7 @@ TEST_F(Interruption, LetsTheDirectorEndItsCommandAndStartsNoOther) {
       outcome.output.ends_with("    begun\n"
                                "    late\n"
                                "  Failed with exit code 13 after N s\n"
-                               "    Why: the launcher failed: the application did not run to its end, and nothing tells why\n"
+                               "    Why: the launcher failed: the application did not run to its end and logged no reason\n"
                                "\n"
                                "Interrupted by SIGINT\n"
                                "  No director was stopped, and no other command was started.\n"))
@@ -95,7 +95,7 @@ TEST_F(Interruption, TellsProgramsHowTheLastCommandEnded) {
 /// As timeout(1) does.
 TEST_F(Interruption, TwoSignalsAtOnceAreOneRequest) {
   write_session("install");
-  script(1, "kill -s TERM $(cat number); kill -s TERM $(cat number); kill -s HUP $(cat number); sleep 0.5; echo late");
+  script(1, "n=$(cat number); kill -s TERM $n; kill -s TERM $n; kill -s HUP $n; sleep 0.5; echo late");
   const Outcome outcome = eclipse_int_with_number("run session.json");
   EXPECT_EQ(outcome.error, waiting("SIGTERM"));
   EXPECT_NE(outcome.output.find("    late\n  Succeeded"), std::string::npos) << outcome.output;

@@ -55,7 +55,7 @@ TEST_F(Resolve, NamesTheFeaturesThatDoNotResolve) {
             "  The director would not install all 2 features at once.\n"
             "  Each feature alone:\n"
             "    fails:    one\n"
-            "      Why: the director failed: it could not do what it was asked for\n"
+            "      Why: the director failed: it could not complete the operation\n"
             "        Cannot complete: ONE\n"
             "    resolves: two\n"
             "  The run would try the features one by one and install 1 of 2.\n");
@@ -176,11 +176,14 @@ TEST_F(Resolve, RunsNothingUnlessAllResolve) {
 
 TEST_F(Resolve, IsInterrupted) {
   write_session("install");
-  script(1, "kill -s TERM $(cat number); exec sleep 100");
+  script(1, "kill -s TERM $(cat number); sleep 1");
   const Outcome outcome = eclipse_int("plan session.json --resolve", "sh -c 'echo $$ > number; exec \"$@\"' -");
   EXPECT_EQ(outcome.status, 143);
   EXPECT_EQ(outcome.output, "");
-  EXPECT_EQ(outcome.error, "eclipse-int: interrupted by SIGTERM; the running director was stopped\n");
+  EXPECT_EQ(
+      outcome.error,
+      "eclipse-int: interrupted by SIGTERM; waiting for the director to end its command (interrupt again to stop it now)\n"
+      "eclipse-int: interrupted by SIGTERM\n");
 }
 
 }  // namespace

@@ -17,8 +17,8 @@
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
-using eclipse_p2::UnitVersions;
 using eclipse_p2::group_suffix;
+using eclipse_p2::UnitVersions;
 using eclipse_p2::whole_version;
 
 namespace eclipse_lint {

@@ -183,12 +183,15 @@ Rule feature_of_staying_component() {
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.is_removal() || input.session->run.commands.empty()) return;
-            for (const RemovedUnit& removed : removed_units(input)) {
-              const Record* const keeper = keeper_of(input, removed.unit);
+            const auto locations = locations_of_units(input);
+            for (const Unit& unit : removed_units(input)) {
+              const Record* const keeper = keeper_of(input, unit);
               if (keeper == nullptr) continue;
-              reporter.report(removed.location, in_quotes(removed.unit.id) + " is removed, but " +
-                                                    in_quotes(keeper->descriptor->component->catalogue->code) +
-                                                    ", which stays, brings it, too (" + keeper->where() + ")");
+              const auto location = locations.find(unit);
+              reporter.report(location == locations.end() ? input.session->mode : location->second,
+                              in_quotes(unit.id) + " is removed, but " +
+                                  in_quotes(keeper->descriptor->component->catalogue->code) +
+                                  ", which stays, brings it, too (" + keeper->where() + ")");
             }
           },
   };
