@@ -65,7 +65,7 @@ std::filesystem::path checking_library() {
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe").parent_path();
   const std::filesystem::path installed = program / eclipse_host::installed_library_directory;
   for (const std::filesystem::path& directory : {program, installed}) {
-    const auto library = (directory / "host_kit" / "libeclipse_int.so").lexically_normal();
+    auto library = (directory / "host_kit" / "libeclipse_int.so").lexically_normal();
     if (std::filesystem::exists(library)) return library;
   }
   throw UsageError("check-host: the library that checks a host is not in " +
@@ -144,6 +144,7 @@ class InterruptionsIgnored {
 /// Runs the host until it ends, and returns its wait status. What it prints goes to standard error: the report is the output.
 int run_host(const std::vector<std::string>& command) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
   arguments.push_back(nullptr);
   const InterruptionsIgnored ignored;

@@ -24,6 +24,7 @@
 #include "cli/subcommands.h"
 #include "dry_run/plugin_functions.h"
 #include "lint/lint.h"
+#include "p2/installed_units.h"
 #include "p2/profile_repair.h"
 #include "p2/repository.h"
 #include "preview/preview.h"
@@ -41,8 +42,9 @@ using eclipse_resolve::Resolution;
 
 /// Throws Interrupted.
 Resolution resolve_unless_interrupted(const Plan& plan) {
-  // The director reads the profile, and an instance whose profile cannot be copied is asked itself.
-  const auto lock = lock_instance(plan.executable, 0);
+  // The director works on a copy of the profile, and nothing in the instance changes. Without one it works on the instance.
+  const bool is_on_copy = eclipse_p2::recorded_units(eclipse_p2::instance_directory(plan.executable)).has_value();
+  const auto lock = lock_instance(is_on_copy ? "" : plan.executable, 0);
   const Interruption interruption;
   Resolution resolution = resolve_with_progress(plan);
   Interruption::check();
