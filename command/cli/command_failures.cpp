@@ -8,10 +8,10 @@
 #include "p2/profile.h"
 
 using eclipse_host::CommandRecord;
+using eclipse_p2::cut_director_command;
 using eclipse_p2::DirectorCommand;
 using eclipse_p2::Failure;
 using eclipse_p2::Layer;
-using eclipse_p2::cut_director_command;
 
 namespace eclipse_cli {
 

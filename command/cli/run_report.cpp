@@ -123,10 +123,11 @@ void RunReport::interrupt(const std::string& signal, bool director_was_running) 
 void RunReport::write(const std::string& text) {
   int waits = 0;
   write_to_output(text, [&] {
-    if (director_runs_)
+    if (director_runs_) {
       Interruption::check_while_director_runs();
-    else if (!run_has_ended_)
+    } else if (!run_has_ended_) {
       Interruption::check();
+    }
     return !Interruption::was_requested() || ++waits < most_waits;
   });
 }

@@ -1,6 +1,7 @@
 #include "draft/descriptor_draft.h"
 
 #include <algorithm>
+#include <compare>
 #include <cstddef>
 #include <map>
 #include <optional>
@@ -67,6 +68,7 @@ std::vector<Source> sources_below(Repositories& repositories, const fs::path& di
 /// Puts each feature under one of the repositories.
 void assign_features(std::vector<Source>& sources, OfferedFeatures offered) {
   std::vector<Source*> by_preference;
+  by_preference.reserve(sources.size());
   for (Source& source : sources) by_preference.push_back(&source);
   std::stable_partition(by_preference.begin(), by_preference.end(),
                         [](const Source* source) { return source->repository.is_composite; });
@@ -74,7 +76,8 @@ void assign_features(std::vector<Source>& sources, OfferedFeatures offered) {
   for (Source* const source : by_preference) {
     for (const Unit& feature : features_of(source->repository, offered)) {
       const auto [known, is_new] = best.try_emplace(feature.id, Best{feature.version, source});
-      if (!is_new && compare_versions(feature.version, known->second.version) > 0) known->second = {feature.version, source};
+      if (!is_new && std::is_gt(compare_versions(feature.version, known->second.version)))
+        known->second = {feature.version, source};
     }
   }
   for (const auto& [id, highest] : best) highest.source->features.insert(id);

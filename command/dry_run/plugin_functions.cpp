@@ -9,8 +9,8 @@
 #include <typeinfo>
 #include <utility>
 
-#include "base/memory_file.h"
 #include "base/file.h"
+#include "base/memory_file.h"
 #include "dry_run/log_lines.h"
 
 using namespace eclipse_host;

@@ -195,7 +195,8 @@ InstanceLogs::Times InstanceLogs::times() const {
   Times times;
   std::error_code error;
   for (const auto& entry : fs::directory_iterator(directory_, error)) {
-    if (entry.path().extension() == ".log" && entry.is_regular_file(error)) times[entry.path()] = fs::last_write_time(entry.path(), error);
+    if (entry.path().extension() == ".log" && entry.is_regular_file(error))
+      times[entry.path()] = fs::last_write_time(entry.path(), error);
   }
   return times;
 }

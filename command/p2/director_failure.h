@@ -55,8 +55,8 @@ Failure explain(const eclipse_shell::CommandResult& result, const InstanceLogs& 
 /// One sentence, and the causes on indented lines below it.
 std::string text_of(const Failure& failure, const std::string& indent = "  ");
 
-/// The causes in the last session of a log: the messages of its entries, and the exceptions that ended it. Of more than a hundred
-/// the first, and how many more there are.
+/// The causes in the last session of a log: the messages of its entries, and the exceptions that ended it. Of more than a
+/// hundred the first, and how many more there are.
 struct LoggedCauses {
   std::vector<std::string> messages;
   bool is_application_error = false;  ///< an exception ended the application, or it could not be started

@@ -1,6 +1,7 @@
 #include "p2/installation.h"
 
 #include <algorithm>
+#include <compare>
 
 #include "p2/version.h"
 
@@ -11,7 +12,8 @@ std::optional<std::string> highest_offered(const Unit& wanted, const UnitVersion
   const auto versions = offered.find(wanted.id);
   if (versions == offered.end()) return highest;
   for (const std::string& version : versions->second) {
-    if (is_wanted(wanted, {wanted.id, version}) && (!highest || compare_versions(*highest, version) < 0)) highest = version;
+    if (is_wanted(wanted, {wanted.id, version}) && (!highest || std::is_lt(compare_versions(*highest, version))))
+      highest = version;
   }
   return highest;
 }
@@ -45,7 +47,7 @@ Installation InstallationForecast::of(const Unit& wanted) const {
   const InstalledUnit* const other = installed({wanted.id, ""});
   if (other == nullptr) return {InstallStep::add, *offered, ""};
   return {other->is_root ? InstallStep::conflict : InstallStep::upgrade, *offered, other->version,
-          compare_versions(*offered, other->version) < 0};
+          std::is_lt(compare_versions(*offered, other->version))};
 }
 
 }  // namespace eclipse_p2

@@ -20,8 +20,7 @@ class SharedIds {
  public:
   SharedIds() : SharedIds(std::vector<std::string>()) {}
   SharedIds(std::initializer_list<std::string> ids) : SharedIds(std::vector<std::string>(ids)) {}
-  explicit SharedIds(std::vector<std::string> ids)
-      : ids_(std::make_shared<const std::vector<std::string>>(std::move(ids))) {}
+  explicit SharedIds(std::vector<std::string> ids) : ids_(std::make_shared<const std::vector<std::string>>(std::move(ids))) {}
 
   const std::vector<std::string>& get() const { return *ids_; }
 

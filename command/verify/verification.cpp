@@ -1,6 +1,7 @@
 #include "verify/verification.h"
 
 #include <algorithm>
+#include <compare>
 #include <iterator>
 #include <map>
 #include <utility>
@@ -23,7 +24,7 @@ std::vector<Unit> units_in(const std::string& feature) { return units_named(ecli
 
 /// Whether an installed version of a unit is the one that is named or brought, or a higher one than that which is brought.
 bool is_as_wanted(const CheckedUnit& checked, const Unit& installed) {
-  const bool is_older = !checked.brought.empty() && compare_versions(installed.version, checked.brought) < 0;
+  const bool is_older = !checked.brought.empty() && std::is_lt(compare_versions(installed.version, checked.brought));
   return is_wanted(checked.unit, installed) && !is_older;
 }
 

@@ -40,7 +40,8 @@ TEST(DescriptorContent, SaysThatTheSizeDiffers) {
   const std::string shorter = "/sys/kernel/uevent_seqnum";
   if (!std::filesystem::exists(shorter)) GTEST_SKIP() << shorter << " does not exist";
   const eclipse_base::FileContent content = descriptor_content(shorter);
-  EXPECT_EQ(content.error, "has a size of 4096 bytes, of which only " + std::to_string(content.bytes.find('\0')) + " can be read");
+  EXPECT_EQ(content.error,
+            "has a size of 4096 bytes, of which only " + std::to_string(content.bytes.find('\0')) + " can be read");
   EXPECT_EQ(content.bytes.size(), 4096U);  // as the plug-in, which fills the rest with zero bytes
 }
 

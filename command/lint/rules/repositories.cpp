@@ -4,8 +4,8 @@
 #include <set>
 
 #include "base/printable.h"
-#include "lint/rule.h"
 #include "dry_run/command_pieces.h"
+#include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
 #include "lint/texts.h"
@@ -68,7 +68,8 @@ Rule absolute_repository() {
                 for_each_placed(input, [&](const Record& record) {
                   if (!is_absolute(record.repository())) return;
                   std::string message = "absolute path " + in_quotes(record.repository());
-                  if (input.has_components) message += " is read as " + std::string(eclipse_dry_run::path_in(record.placement->url));
+                  if (input.has_components)
+                    message += " is read as " + std::string(eclipse_dry_run::path_in(record.placement->url));
                   if (record.site != nullptr && record.site->exists) {
                     reporter.report(Severity::warning, record.location(0), message + ", which exists",
                                     "remove the leading slash");
@@ -401,7 +402,8 @@ Rule repository_missing() {
           [](const Input& input, Reporter& reporter) {
             for_each_looked_into(input, [&](const Record& record) {
               if (record.site->exists) return;
-              reporter.report(record.location(0), "repository does not exist: " + std::string(eclipse_dry_run::path_in(record.placement->url)));
+              reporter.report(record.location(0),
+                              "repository does not exist: " + std::string(eclipse_dry_run::path_in(record.placement->url)));
             });
           },
       .concerns_removals = false};
