@@ -33,7 +33,7 @@ class BadInput : public ChildCommand {
     fake::write_file("bad.json", "{\"mode\": \"install\", \"components\": [], " + rest);
   }
 
-  const std::string deadline = " timeout 60";
+  const std::string deadline = " timeout 300";
 };
 
 std::string repeated(std::string_view text, std::size_t times) {
