@@ -95,7 +95,7 @@ TEST_F(Interruption, TellsProgramsHowTheLastCommandEnded) {
 /// As timeout(1) does.
 TEST_F(Interruption, TwoSignalsAtOnceAreOneRequest) {
   write_session("install");
-  script(1, "n=$(cat number); kill -s TERM $n; kill -s TERM $n; kill -s HUP $n; sleep 0.5; echo late");
+  script(1, "n=$(cat number); kill -s TERM $n; kill -s TERM $n; sleep 0.5; echo late");
   const Outcome outcome = eclipse_int_with_number("run session.json");
   EXPECT_EQ(outcome.error, waiting("SIGTERM"));
   EXPECT_NE(outcome.output.find("    late\n  Succeeded"), std::string::npos) << outcome.output;
