@@ -287,7 +287,8 @@ std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, 
   std::error_code error;
   const auto status = fs::status(path, error);
   const bool is_readable = fs::is_directory(status) || fs::is_regular_file(status);
-  if (fs::exists(status) ? !is_readable : path.extension() != ".json") {
+  const bool may_be_missing = path.extension() == ".json" || files.has_unsaved(path);
+  if (fs::exists(status) ? !is_readable : !may_be_missing) {
     throw FileError(path, std::string(fs::exists(status) ? "is not a file or directory" : "does not exist") +
                               "; give a descriptor file, a directory of components or a session file (.json)");
   }

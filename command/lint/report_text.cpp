@@ -117,6 +117,13 @@ void print_rule(std::ostream& out, const Rule& rule, bool in_colour) {
   print_sample(out, rule.good, "  ");
 }
 
+void print_rule_in_markdown(std::ostream& out, const Rule& rule) {
+  out << "### " << rule.name << "\n\n"
+      << "**" << name_of(rule.severity) << ":** " << rule.title << "\n\n"
+      << rule.why << "\n\n"
+      << "*Fix:* " << rule.fix << "\n";
+}
+
 void print_group(std::ostream& out, Group group) {
   std::size_t width = 0;
   for (const Rule& rule : rules()) width = std::max(width, rule.name.size());
@@ -141,10 +148,8 @@ void print_manual(std::ostream& out) {
   for (const Group group : groups) {
     out << "\n## " << heading_of(group) << " (`" << name_of(group) << "`)\n";
     for (const Rule* const rule : rules_named(name_of(group))) {
-      out << "\n### " << rule->name << "\n\n"
-          << "**" << name_of(rule->severity) << ":** " << rule->title << "\n\n"
-          << rule->why << "\n\n"
-          << "*Fix:* " << rule->fix << "\n";
+      out << "\n";
+      print_rule_in_markdown(out, *rule);
     }
   }
 }
