@@ -135,7 +135,7 @@ Findings lint(const PluginFunctions& library, Repositories& sites, const fs::pat
   return findings_in(read_inputs(library, sites, files, path, settings.add_variables), settings);
 }
 
-Findings lint_session(const PluginFunctions& library, Repositories& sites, std::unique_ptr<const JsonDocument> document,
+Findings lint_session(const PluginFunctions& library, Repositories& sites, std::shared_ptr<const JsonDocument> document,
                       const Settings& settings) {
   DescriptorFiles files;
   return findings_in(read_session_input(library, sites, files, std::move(document), settings.add_variables), settings);
