@@ -64,7 +64,7 @@ class InputReader {
     return finish();
   }
 
-  std::unique_ptr<Input> read_session(std::unique_ptr<const JsonDocument> document, const AddVariables& add_variables) {
+  std::unique_ptr<Input> read_session(std::shared_ptr<const JsonDocument> document, const AddVariables& add_variables) {
     input_->has_components = true;
     SessionFacts& facts = input_->session.emplace();
     facts.document = std::move(document);
@@ -312,7 +312,7 @@ std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, 
   }
   if (fs::is_directory(status)) return read_directory(library, sites, files, path);
   if (path.extension() == ".json") {
-    return read_session_input(library, sites, files, std::make_unique<const JsonDocument>(path), add_variables);
+    return read_session_input(library, sites, files, std::make_shared<const JsonDocument>(path), add_variables);
   }
   std::vector<std::unique_ptr<Input>> inputs;
   inputs.push_back(InputReader(library, sites, files).read_descriptor(path));
@@ -320,7 +320,7 @@ std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, 
 }
 
 std::vector<std::unique_ptr<Input>> read_session_input(const PluginFunctions& library, Repositories& sites,
-                                                       DescriptorFiles& files, std::unique_ptr<const JsonDocument> document,
+                                                       DescriptorFiles& files, std::shared_ptr<const JsonDocument> document,
                                                        const AddVariables& add_variables) {
   std::vector<std::unique_ptr<Input>> inputs;
   inputs.push_back(InputReader(library, sites, files).read_session(std::move(document), add_variables));

@@ -99,7 +99,7 @@ struct UnlistedFile {
 
 /// What only a session has.
 struct SessionFacts {
-  std::unique_ptr<const eclipse_base::JsonDocument> document;
+  std::shared_ptr<const eclipse_base::JsonDocument> document;
   std::unique_ptr<eclipse_host::Session> session;
   /// Where each is set; without a line when it is set outside of the session file.
   std::map<std::string, Location> variables;
@@ -148,7 +148,7 @@ std::vector<std::unique_ptr<Input>> read_inputs(const eclipse_dry_run::PluginFun
 /// The same for a session that a document describes.
 std::vector<std::unique_ptr<Input>> read_session_input(const eclipse_dry_run::PluginFunctions& library,
                                                        eclipse_p2::Repositories& sites, eclipse_dry_run::DescriptorFiles& files,
-                                                       std::unique_ptr<const eclipse_base::JsonDocument> document,
+                                                       std::shared_ptr<const eclipse_base::JsonDocument> document,
                                                        const AddVariables& add_variables);
 
 }  // namespace eclipse_lint

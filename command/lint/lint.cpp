@@ -135,7 +135,7 @@ Findings lint(const PluginFunctions& library, Repositories& sites, const fs::pat
   return lint(library, sites, files, path, settings);
 }
 
-Findings lint_session(const PluginFunctions& library, Repositories& sites, std::unique_ptr<const JsonDocument> document,
+Findings lint_session(const PluginFunctions& library, Repositories& sites, std::shared_ptr<const JsonDocument> document,
                       const Settings& settings) {
   DescriptorFiles files;
   return lint_session(library, sites, files, std::move(document), settings);

@@ -1,6 +1,7 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
+#include "base/json_text.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "lint/report.h"
@@ -11,10 +12,6 @@ using Json = nlohmann::ordered_json;
 namespace eclipse_lint {
 
 namespace {
-
-void print(std::ostream& out, const Json& document) {
-  out << document.dump(2, ' ', true, Json::error_handler_t::replace) << "\n";
-}
 
 Json correction_as_json(const Correction& correction) {
   Json edits = Json::array();
@@ -127,7 +124,7 @@ void print_json(std::ostream& out, const Findings& findings) {
     Json& count = counts[finding.reason ? "overridden" : std::string(name_of(finding.severity))];
     count = count.get<int>() + 1;
   }
-  print(out, {{"findings", list}, {"counts", counts}});
+  out << json_text({{"findings", list}, {"counts", counts}});
 }
 
 void print_sarif(std::ostream& out, const Findings& findings, const std::string& version) {
@@ -135,8 +132,8 @@ void print_sarif(std::ostream& out, const Findings& findings, const std::string&
   for (const Finding& finding : findings) results.push_back(result_of(finding));
   const Json driver = {{"name", "eclipse-int lint"}, {"version", version}, {"rules", rules_as_json()}};
   const Json run = {{"tool", {{"driver", driver}}}, {"columnKind", "unicodeCodePoints"}, {"results", results}};
-  print(out,
-        {{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"}, {"version", "2.1.0"}, {"runs", Json::array({run})}});
+  out << json_text(
+      {{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"}, {"version", "2.1.0"}, {"runs", Json::array({run})}});
 }
 
 }  // namespace eclipse_lint

@@ -206,7 +206,7 @@ TEST(Findings, ArtifactsMayComeFromAnyRepository) {
       without_list[0].message,
       "\"site\" has no artifacts.jar, no artifacts.xml and no composite of them; no repository has \"osgi.bundle,one,1.0.0\"");
   write_file("c/more/artifacts.xml", artifacts_of_one);
-  write_file("c/more/plugins/one_1.0.0.jar", "");
+  write_file("c/more/plugins/one_1.0.0.jar", "PK\x05\x06" + std::string(18, '\0'));
   EXPECT_EQ(summary_of(findings_in("c")), Texts());
   std::filesystem::remove_all("c/more/plugins");
   const Findings without_files = findings_in("c");

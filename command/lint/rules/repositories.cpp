@@ -591,6 +591,9 @@ constexpr const char* artifacts_of_files =
     "</mappings><artifacts>\n"
     "  <artifact classifier='osgi.bundle' id='org.example.one.plugin' version='1.0.0'/>\n</artifacts></repository>\n";
 
+/// An end of central directory, which alone is a zip archive without entries.
+std::string empty_jar() { return "PK\x05\x06" + std::string(18, '\0'); }
+
 /// The artifacts that a repository should have, each with its file where that is known.
 std::map<std::string, std::string> missing_artifacts(const Repository& site) {
   if (site.lists_artifacts) return site.missing_artifacts;
@@ -610,8 +613,18 @@ std::string lack_of_artifacts(const Record& record, const std::map<std::string, 
          (others == 0 ? "" : " and " + std::to_string(others) + " more") + ", which its metadata lists";
 }
 
-/// The director takes an artifact from any repository that has it.
-void check_artifacts(const Input& input, Reporter& reporter) {
+std::string damage_of_artifacts(const Record& record, const std::map<std::string, std::string>& damaged) {
+  const std::size_t others = damaged.size() - 1;
+  return in_quotes(record.repository()) + ": " + damaged.begin()->second +
+         (others == 0 ? "" : "; " + std::to_string(others) + " more of its jars are damaged");
+}
+
+/// Artifacts by their names, with what there is to say of them.
+using Artifacts = std::map<std::string, std::string>;
+
+/// Reports artifacts of each repository, but the director takes an artifact from any repository that has it.
+void check_artifacts(const Input& input, Artifacts (*artifacts_of)(const Repository& site),
+                     std::string (*text_of)(const Record& record, const Artifacts& artifacts), Reporter& reporter) {
   std::map<const Repository*, const Record*> sites;
   std::set<std::string> all;
   bool is_certain = true;
@@ -623,9 +636,9 @@ void check_artifacts(const Input& input, Reporter& reporter) {
   });
   if (!is_certain) return;
   for (const auto& [site, record] : sites) {
-    auto missing = site->error.empty() ? missing_artifacts(*site) : std::map<std::string, std::string>();
-    std::erase_if(missing, [&](const auto& artifact) { return all.count(artifact.first) != 0; });
-    if (!missing.empty()) reporter.report(record->location(0), lack_of_artifacts(*record, missing));
+    auto artifacts = site->error.empty() ? artifacts_of(*site) : Artifacts();
+    std::erase_if(artifacts, [&](const auto& artifact) { return all.count(artifact.first) != 0; });
+    if (!artifacts.empty()) reporter.report(record->location(0), text_of(*record, artifacts));
   }
 }
 
@@ -642,9 +655,34 @@ Rule repository_without_artifacts() {
       .bad = component_with(content_of_files),
       .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},
                                       {"tools/site/artifacts.xml", artifacts_of_files},
-                                      {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", "a jar\n"}}),
-      .check = check_artifacts,
+                                      {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", empty_jar()}}),
+      .check = [](const Input& input,
+                  Reporter& reporter) { check_artifacts(input, missing_artifacts, lack_of_artifacts, reporter); },
       .concerns_removals = false};
+}
+
+Rule artifact_damaged() {
+  return {.name = "artifact-damaged",
+          .group = Group::repositories,
+          .severity = Severity::error,
+          .title = "a jar of a repository is not a zip archive, or has another size than the repository lists",
+          .why =
+              "The director compares jars with their checksums, and does not accept other files. The command for all features "
+              "fails, also for those of other repositories; each feature is then tried alone.",
+          .fix = publish_again,
+          .bad = component(line_of_one, {{"tools/site/content.xml", content_of_files},
+                                         {"tools/site/artifacts.xml", artifacts_of_files},
+                                         {"tools/site/plugins/org.example.one.plugin_1.0.0.jar",
+                                          "version https://git-lfs.github.com/spec/v1\noid sha256:0000\nsize 582\n"}}),
+          .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},
+                                          {"tools/site/artifacts.xml", artifacts_of_files},
+                                          {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", empty_jar()}}),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                check_artifacts(
+                    input, [](const Repository& site) { return site.damaged_artifacts; }, damage_of_artifacts, reporter);
+              },
+          .concerns_removals = false};
 }
 
 constexpr const char* content_of_two =
@@ -717,6 +755,7 @@ std::vector<Rule> rules_about_repositories() {
           repository_not_loadable(),
           repository_not_examined(),
           repository_without_artifacts(),
+          artifact_damaged(),
           unused_repository()};
 }
 
