@@ -62,6 +62,17 @@ Findings findings_in(const Linter& linter, const std::vector<const Document*>& o
   return lint(linter.library, sites, files, path_to_lint(document), linter.settings);
 }
 
+/// Null when the editor does not show what is to be replaced.
+Json as_json(const Correction& correction, const Document& document, PositionEncoding encoding) {
+  Json edits = Json::array();
+  for (const Edit& edit : correction.edits) {
+    const auto range = document.range_of_bytes(edit.offset, edit.length, encoding);
+    if (!range) return nullptr;
+    edits.push_back({{"range", as_json(*range)}, {"newText", edit.replacement}});
+  }
+  return {{"title", correction.title}, {"safe", correction.is_safe}, {"edits", std::move(edits)}};
+}
+
 Json as_json(const Finding& finding, const Document& document, PositionEncoding encoding) {
   const Location& location = finding.location;
   const std::string rule(finding.rule->name);
@@ -71,7 +82,12 @@ Json as_json(const Finding& finding, const Document& document, PositionEncoding 
                      {"source", source},
                      {"message", shown(finding.message) + "\nFix: " + shown(finding.fix)},
                      {"data", {{"rule", rule}, {"group", name_of(finding.rule->group)}, {"fix", finding.fix}}}};
-  return {{"rule", rule}, {"diagnostic", std::move(diagnostic)}};
+  Json result = {{"rule", rule}, {"diagnostic", std::move(diagnostic)}};
+  if (finding.correction) {
+    Json correction = as_json(*finding.correction, document, encoding);
+    if (!correction.is_null()) result["correction"] = std::move(correction);
+  }
+  return result;
 }
 
 /// An error of the document's own is marked where it is; that of another file on the first line.

@@ -22,7 +22,8 @@ struct Linter {
 /// Descriptor files as the editor has them.
 eclipse_dry_run::DescriptorFiles files_as_open(const std::vector<const Document*>& open);
 
-/// What is found in a document: a list of {"rule": its name, "diagnostic": as the protocol has it}. "rule" is missing in an
+/// What is found in a document: a list of {"rule": its name, "diagnostic": as the protocol has it, "correction": {"title",
+/// "safe", "edits": as the protocol has them}}, the last only where there is one. "rule" is missing in an
 /// error that makes linting impossible, and where findings are left out because there are very many. A descriptor file below
 /// etc/eclipse is linted with its component; a new one alone, until it is saved. Findings in other files are left out. Throws
 /// what is an error of neither.

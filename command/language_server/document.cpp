@@ -84,6 +84,21 @@ Range Document::range_of(std::size_t line, std::size_t column, std::size_t lengt
   return {{number, character(first)}, {number, character(last)}};
 }
 
+std::optional<Range> Document::range_of_bytes(std::size_t offset, std::size_t length, PositionEncoding encoding) const {
+  const std::size_t hidden = hidden_beginning_.size();
+  if (is_recoded_ || offset < hidden || offset - hidden > text_.size() || length > text_.size() - (offset - hidden)) {
+    return std::nullopt;
+  }
+  return Range{position_of(offset - hidden, encoding), position_of(offset - hidden + length, encoding)};
+}
+
+/// Of a place in the text.
+Position Document::position_of(std::size_t offset, PositionEncoding encoding) const {
+  const auto next = std::upper_bound(line_starts_.begin(), line_starts_.end(), offset);
+  const auto number = static_cast<std::size_t>(next - line_starts_.begin()) - 1;
+  return {number, units_in(line(number), offset - line_starts_[number], encoding)};
+}
+
 std::size_t Document::offset_of(const Position& position, PositionEncoding encoding) const {
   if (position.line >= line_starts_.size()) return text_.size();
   return line_starts_[position.line] + bytes_in(line(position.line), position.character, encoding);

@@ -62,9 +62,12 @@ class Document {
   std::string_view line(std::size_t number) const;
   /// The range of `length` bytes of content(), with line and column from 1. Line 0 means the whole first line.
   Range range_of(std::size_t line, std::size_t column, std::size_t length, PositionEncoding encoding) const;
+  /// The range of `length` bytes of content() from an offset; nothing when the editor does not show all of them.
+  std::optional<Range> range_of_bytes(std::size_t offset, std::size_t length, PositionEncoding encoding) const;
 
  private:
   void find_lines();
+  Position position_of(std::size_t offset, PositionEncoding encoding) const;
   std::size_t offset_of(const Position& position, PositionEncoding encoding) const;
 
   std::string uri_;

@@ -25,10 +25,9 @@ Json parsed(const std::string& message) {
   }
 }
 
-/// Bytes that are not UTF-8, as names of files may have them, become U+FFFD.
-std::string text_of(const Json& message) { return message.dump(-1, ' ', false, Json::error_handler_t::replace); }
-
 }  // namespace
+
+std::string text_of(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
 std::optional<Call> call_in(const std::string& message) {
   Json json = parsed(message);

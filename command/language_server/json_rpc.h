@@ -34,6 +34,9 @@ class RequestError : public std::runtime_error {
   ErrorCode code_;
 };
 
+/// JSON in one line. Bytes that are not UTF-8, as names of files may have them, become U+FFFD.
+std::string text_of(const Json& json);
+
 /// A request, or a notification, which is not answered.
 struct Call {
   std::optional<Json> id;  ///< of a request

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <exception>
-#include <set>
+#include <system_error>
 #include <utility>
 
 #include "base/file.h"
@@ -52,6 +52,16 @@ std::vector<std::string> rules_at(const Json& results, const Position& position)
   return there.empty() ? in_line : there;
 }
 
+constexpr const char* quick_fix = "quickfix";
+
+/// Whether an editor that asks for these kinds of actions, or for all, wants quick fixes.
+bool wants_quick_fixes(const Json& only) { return only.is_null() || has(only, quick_fix) || has(only, ""); }
+
+/// In whole lines: a fix is wanted wherever in its line the cursor is.
+bool touches(const Range& one, const Range& other) {
+  return one.start.line <= other.end.line && other.start.line <= one.end.line;
+}
+
 }  // namespace
 
 Server::Server(Linter linter, std::string version, std::chrono::milliseconds time_limit)
@@ -98,6 +108,7 @@ void Server::perform_request(const Call& call) {
     return send(response(id, nullptr));
   }
   if (call.method == "textDocument/hover") return hover(id, call.params);
+  if (call.method == "textDocument/codeAction") return offer_actions(id, call.params);
   if (call.method == "textDocument/completion") return complete(id, call.params);
   throw RequestError(ErrorCode::method_not_found, "there is no method " + in_quotes(call.method));
 }
@@ -117,11 +128,13 @@ Json Server::initialize(const Json& params) {
   if (!params.is_object()) throw RequestError(ErrorCode::invalid_params, "\"params\" must be an object");
   encoding_ = encoding_for(optional_part(params, "/capabilities/general/positionEncodings"));
   wants_markdown_ = has(optional_part(params, "/capabilities/textDocument/hover/contentFormat"), "markdown");
+  wants_document_changes_ = optional_part(params, "/capabilities/workspace/workspaceEdit/documentChanges") == true;
   state_ = State::running;
   const Json synchronization = {{"openClose", true}, {"change", incremental_changes}, {"save", true}};
   const Json capabilities = {{"positionEncoding", name_of(encoding_)},
                              {"textDocumentSync", synchronization},
                              {"hoverProvider", true},
+                             {"codeActionProvider", {{"codeActionKinds", {quick_fix}}}},
                              {"completionProvider", {{"triggerCharacters", {"\t", "/", "."}}}}};
   return {{"capabilities", capabilities}, {"serverInfo", {{"name", "eclipse-int"}, {"version", version_}}}};
 }
@@ -141,6 +154,7 @@ void Server::change(const Json& params) {
   if (changed == nullptr) throw RequestError(ErrorCode::invalid_params, "this document is not open: " + in_quotes(uri));
   changed->is_checked = false;
   changed->version = optional_part(params, "/textDocument/version");
+  check_all_again(uri);
   for (const Json& each : part(params, "/contentChanges")) {
     const std::string text = text_in(each, "/text");
     if (optional_part(each, "/range").is_null()) {
@@ -149,12 +163,14 @@ void Server::change(const Json& params) {
       changed->document.replace(range_in(each, "/range"), text, encoding_);
     }
   }
-  check_all_again(uri);
 }
 
 void Server::save(const Json& params) {
   const std::string uri = text_in(params, "/textDocument/uri");
-  if (OpenDocument* const saved = find(uri)) saved->document.read_encoding();
+  if (OpenDocument* const saved = find(uri)) {
+    saved->document.read_encoding();
+    saved->is_checked = false;
+  }
   check_all_again(uri);
 }
 
@@ -205,10 +221,14 @@ void Server::start_check() {
     if (!std::exchange(open->results, Json::array()).empty()) publish(uri, open->version, open->results);
     return answer_deferred(uri);
   }
-  const auto work = [&] {
-    return check(linter_, documents(), open->document, encoding_).dump(-1, ' ', true, Json::error_handler_t::replace);
-  };
-  check_.emplace(Check{uri, std::make_unique<BackgroundJob>(work, Clock::now() + time_limit_)});
+  const auto work = [&] { return text_of(check(linter_, documents(), open->document, encoding_)); };
+  try {
+    check_.emplace(Check{uri, std::make_unique<BackgroundJob>(work, Clock::now() + time_limit_)});
+  } catch (const std::system_error& error) {
+    log("error", error.what());
+    open->is_checked = true;
+    answer_deferred(uri);
+  }
 }
 
 void Server::end_check(bool is_late) {
@@ -267,6 +287,37 @@ void Server::hover(const Json& id, const Json& params) {
   });
 }
 
+void Server::offer_actions(const Json& id, const Json& params) {
+  const Range range = range_in(params, "/range");
+  const bool is_wanted = wants_quick_fixes(optional_part(params, "/context/only"));
+  defer(id, text_in(params, "/textDocument/uri"), [this, range, is_wanted](const OpenDocument& open) {
+    Json actions = Json::array();
+    for (const Json& result : open.results) {
+      const bool is_there = touches(range_in(result, "/diagnostic/range"), range);
+      if (is_wanted && is_there && result.contains("correction")) actions.push_back(action_for(open, result));
+    }
+    return actions;
+  });
+}
+
+Json Server::action_for(const OpenDocument& open, const Json& result) const {
+  const Json& correction = result.at("correction");
+  const std::string& uri = open.document.uri();
+  Json edit;
+  if (wants_document_changes_) {
+    const Json document = {{"uri", uri}, {"version", open.version}};
+    edit["documentChanges"] = Json::array({{{"textDocument", document}, {"edits", correction.at("edits")}}});
+  } else {
+    edit["changes"][uri] = correction.at("edits");
+  }
+  const bool is_safe = correction.at("safe").get<bool>();
+  return {{"title", correction.at("title").get<std::string>() + (is_safe ? "" : " (look at the result)")},
+          {"kind", quick_fix},
+          {"diagnostics", Json::array({result.at("diagnostic")})},
+          {"isPreferred", is_safe},
+          {"edit", std::move(edit)}};
+}
+
 /// Of two requests only the later one matters.
 void Server::complete(const Json& id, const Json& params) {
   const Position position = position_in(params, "/position");
@@ -274,10 +325,7 @@ void Server::complete(const Json& id, const Json& params) {
   if (open == nullptr) return send(response(id, nullptr));
   if (completion_) send(error_response(completion_->id, {ErrorCode::request_cancelled, "a later request replaces this one"}));
   completion_.reset();
-  const auto work = [&] {
-    const Json items = completion_items(linter_, documents(), open->document, position, encoding_);
-    return items.dump(-1, ' ', true, Json::error_handler_t::replace);
-  };
+  const auto work = [&] { return text_of(completion_items(linter_, documents(), open->document, position, encoding_)); };
   completion_.emplace(Completion{id, std::make_unique<BackgroundJob>(work, Clock::now() + time_limit_)});
 }
 

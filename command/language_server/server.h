@@ -75,6 +75,7 @@ class Server {
   // Requests.
   Json initialize(const Json& params);
   void hover(const Json& id, const Json& params);
+  void offer_actions(const Json& id, const Json& params);
   void complete(const Json& id, const Json& params);
 
   // Notifications.
@@ -84,6 +85,7 @@ class Server {
   void close(const Json& params);
   void cancel(const Json& params);
 
+  Json action_for(const OpenDocument& open, const Json& result) const;
   OpenDocument* find(const std::string& uri);
   std::vector<const Document*> documents() const;
   void defer(const Json& id, const std::string& uri, Answer answer);
@@ -106,6 +108,7 @@ class Server {
   bool has_ended_ = false;
   PositionEncoding encoding_ = PositionEncoding::utf16;
   bool wants_markdown_ = false;
+  bool wants_document_changes_ = false;  ///< edits with the version of their document
   std::map<std::string, OpenDocument> open_;
   std::deque<std::string> waiting_;  ///< URIs of documents to check, in order
   Clock::time_point check_time_;     ///< when the next check may start

@@ -21,6 +21,8 @@ CONTENT = """<?xml version='1.0' encoding='UTF-8'?>
 <units size='2'><unit id='x.a.feature.group' version='1.2.3'/><unit id='x.b.feature.group' version='1.0.0'/></units></repository>
 """
 
+LONG = "site\tx.a.feature.group\t\t1\n" * 300_000  # a check of it takes many seconds
+
 
 def framed(text):
     content = text if isinstance(text, bytes) else text.encode()
@@ -145,6 +147,14 @@ class Server:
         return self.end()
 
 
+def wait_until(is_so, patience=PATIENCE):
+    """Whether it becomes so in this time."""
+    end = time.monotonic() + patience
+    while not is_so() and time.monotonic() < end:
+        time.sleep(0.01)
+    return bool(is_so())
+
+
 def uri(file):
     return file if ":" in str(file) else pathlib.Path(file).as_uri()
 
@@ -234,6 +244,14 @@ class Lifecycle(Product):
         status, _, error = self.server.end()
         self.assertEqual((status, error), (1, ""))
 
+    def test_what_was_asked_before_the_input_ended_is_answered(self):
+        server = Server(initialize=False)
+        server.send({"id": 1, "method": "initialize", "params": {}})
+        server.write(b"".join(framed(json.dumps({"jsonrpc": "2.0", "id": id, "method": "x"})) for id in range(2, 3000)))
+        status, rest, error = server.end()
+        self.assertEqual((status, error), (1, ""))
+        self.assertEqual(rest.count(b"Content-Length: "), 2999)
+
     def test_a_closed_output_ends_it(self):
         self.server.process.stdout.close()
         self.server.open(self.file, WITHOUT_SUFFIX)
@@ -250,15 +268,13 @@ class Lifecycle(Product):
             self.assertEqual((done.returncode, done.stdout), (1, b""), redirections)
 
     def test_no_process_stays_behind(self):
-        self.server.open(self.file, WITHOUT_SUFFIX)
-        pid = self.server.process.pid
-        time.sleep(0.12)
+        self.server.open(self.file, LONG)
+        children = pathlib.Path(f"/proc/{self.server.process.pid}/task/{self.server.process.pid}/children")
+        self.assertTrue(wait_until(lambda: children.read_text()))
+        check = pathlib.Path("/proc") / children.read_text().split()[0]
         self.server.process.kill()
         self.server.end()
-        deadline = time.monotonic() + PATIENCE
-        while time.monotonic() < deadline and subprocess.run(["pgrep", "-P", str(pid)], capture_output=True, check=False).stdout:
-            time.sleep(0.05)
-        self.assertEqual(subprocess.run(["pgrep", "-P", str(pid)], capture_output=True, check=False).stdout, b"")
+        self.assertTrue(wait_until(lambda: not check.exists() or "(zombie)" in (check / "status").read_text(), patience=3))
 
 
 class OddInput(Product):
@@ -337,7 +353,7 @@ class OddInput(Product):
         self.assertIn("standard input: ", error)
 
     def test_wrong_parameters_are_refused(self):
-        for method in ("textDocument/hover", "textDocument/completion"):
+        for method in ("textDocument/hover", "textDocument/completion", "textDocument/codeAction"):
             for params in (None, [], 1, {}, {"textDocument": 1}, {"textDocument": {"uri": 1}, "position": {"line": 0, "character": 0}},
                            {"textDocument": {"uri": uri(self.file)}, "position": {"line": -1, "character": 0}},
                            {"textDocument": {"uri": uri(self.file)}, "position": {"line": 0.5, "character": 0}},
@@ -594,6 +610,76 @@ class Hover(Product):
         self.assertIsNone(self.server.answer(id)["result"])
 
 
+class CodeActions(Product):
+    capabilities = {"workspace": {"workspaceEdit": {"documentChanges": True}}}
+
+    def actions(self, file, line, **context):
+        params = {"textDocument": {"uri": uri(file)}, "range": spot(line, 0, 0), "context": {"diagnostics": [], **context}}
+        return self.server.result("textDocument/codeAction", params)
+
+    def apply(self, file, text, edits):
+        """The text with these edits, which the server has to come to as well."""
+        lines = text.split("\n")
+
+        def offset(position):
+            return sum(len(line) + 1 for line in lines[:position["line"]]) + position["character"]
+        for edit in sorted(edits, key=lambda each: offset(each["range"]["start"]), reverse=True):
+            text = text[:offset(edit["range"]["start"])] + edit["newText"] + text[offset(edit["range"]["end"]):]
+        return text
+
+    def test_a_fix_is_offered_in_its_line(self):
+        self.server.open(self.file, WITHOUT_SUFFIX)
+        [action] = self.actions(self.file, 1)
+        self.assertEqual(action["kind"], "quickfix")
+        self.assertEqual([each["code"] for each in action["diagnostics"]], ["feature-without-group-suffix"])
+        [change] = action["edit"]["documentChanges"]
+        self.assertEqual(change["textDocument"], {"uri": uri(self.file), "version": 1})
+        fixed = self.apply(self.file, WITHOUT_SUFFIX, change["edits"])
+        self.assertEqual(fixed, GOOD)
+        self.assertEqual(self.actions(self.file, 0), [])
+        self.assertEqual(self.actions(self.file, 1, only=["refactor"]), [])
+        self.assertEqual(len(self.actions(self.file, 1, only=["quickfix"])), 1)
+
+    def test_fixes_are_for_the_text_that_was_sent_last(self):
+        self.server.open(self.file, WITHOUT_SUFFIX)
+        self.assertEqual(len(self.actions(self.file, 1)), 1)
+        self.server.change(self.file, {"range": spot(0, 0, 0), "text": HEADER})
+        self.assertEqual(self.actions(self.file, 1), [])
+        [action] = self.actions(self.file, 2)
+        self.assertEqual(action["edit"]["documentChanges"][0]["textDocument"]["version"], 2)
+        self.server.change(self.file, {"text": GOOD})
+        self.assertEqual(self.actions(self.file, 1), [])
+
+    def test_all_fixes_lead_to_a_text_without_findings(self):
+        """Byte-order marks apart, which an editor hides."""
+        text = "Repository \tFeature\n'site'\tx.a\n\"site\"\t x.b.feature.group \n\t\t\nsub\\site\tx.c.Feature.Group\n"
+        self.write("tools/sub/site/content.xml", CONTENT.replace("x.b", "x.c").replace("x.a", "x.d"))
+        self.server.open(self.file, text)
+        for _ in range(30):
+            actions = [action for line in range(text.count("\n")) for action in self.actions(self.file, line)]
+            if not actions:
+                break
+            text = self.apply(self.file, text, actions[0]["edit"]["documentChanges"][0]["edits"])
+            self.server.change(self.file, {"text": text})
+        self.assertEqual(actions, [])
+        self.assertEqual(self.server.codes(self.file), [], text)
+
+    def test_an_editor_without_versions_gets_plain_changes(self):
+        server = Server()
+        server.open(self.file, "ä😀/../site\tx.a\n")
+        params = {"textDocument": {"uri": uri(self.file)}, "range": spot(0, 0, 0), "context": {"diagnostics": []}}
+        actions = server.result("textDocument/codeAction", params)
+        starts = [edit["range"]["start"] for action in actions for edit in action["edit"]["changes"][uri(self.file)]]
+        self.assertIn(starts, [[{"line": 0, "character": 12}], [{"line": 0, "character": 15}]])  # before or after "x.a"
+        self.assertEqual(server.exit()[0], 0)
+
+    def test_what_an_editor_hides_it_cannot_replace(self):
+        self.file.write_bytes(b"\xef\xbb\xbf" + GOOD.encode())
+        self.server.open(self.file, GOOD)
+        self.assertEqual(self.server.codes(self.file), ["byte-order-mark"])
+        self.assertEqual(self.actions(self.file, 0), [])
+
+
 class Completion(Product):
     def setUp(self):
         super().setUp()
@@ -633,8 +719,7 @@ class LongChecks(Product):
     options = ("--time-limit", "0.5")
 
     def test_they_are_stopped(self):
-        """A descriptor that takes long: each record is placed after all those before it."""
-        self.server.open(self.file, "site\tx.a.feature.group\t\t1\n" * 300_000)
+        self.server.open(self.file, LONG)
         start = time.monotonic()
         self.assertEqual(self.server.error("x/unknown", None), -32601)
         self.assertEqual(self.server.diagnostics(self.file), [])
