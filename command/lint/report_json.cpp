@@ -13,6 +13,14 @@ namespace eclipse_lint {
 
 namespace {
 
+Json correction_as_json(const Correction& correction) {
+  Json edits = Json::array();
+  for (const Edit& edit : correction.edits) {
+    edits.push_back({{"offset", edit.offset}, {"length", edit.length}, {"replacement", edit.replacement}});
+  }
+  return {{"title", correction.title}, {"safe", correction.is_safe}, {"edits", edits}};
+}
+
 Json finding_as_json(const Finding& finding) {
   Json entry = {{"rule", finding.rule->name},
                 {"group", name_of(finding.rule->group)},
@@ -25,6 +33,7 @@ Json finding_as_json(const Finding& finding) {
                 {"message", finding.message},
                 {"why", finding.rule->why},
                 {"fix", finding.fix}};
+  if (finding.correction) entry["correction"] = correction_as_json(*finding.correction);
   if (finding.reason) entry["override"] = *finding.reason;
   return entry;
 }
@@ -59,6 +68,25 @@ Json location_of(const Location& location) {
   return {{"physicalLocation", physical}};
 }
 
+/// What is not text has no lines, only bytes.
+Json region_of(const Edit& edit) {
+  if (edit.begin.line == 0) return {{"byteOffset", edit.offset}, {"byteLength", edit.length}};
+  return {{"startLine", edit.begin.line},
+          {"startColumn", edit.begin.column},
+          {"endLine", edit.end.line},
+          {"endColumn", edit.end.column}};
+}
+
+Json fix_of(const Finding& finding) {
+  Json replacements = Json::array();
+  for (const Edit& edit : finding.correction->edits) {
+    replacements.push_back({{"deletedRegion", region_of(edit)}, {"insertedContent", {{"text", edit.replacement}}}});
+  }
+  const Json artifact = {{"uri", uri_of(finding.location.file)}};
+  const Json change = {{"artifactLocation", artifact}, {"replacements", replacements}};
+  return {{"description", {{"text", finding.correction->title}}}, {"artifactChanges", Json::array({change})}};
+}
+
 Json result_of(const Finding& finding) {
   Json result = {
       {"ruleId", finding.rule->name},
@@ -66,6 +94,7 @@ Json result_of(const Finding& finding) {
       {"level", name_of(finding.severity)},
       {"message", {{"text", finding.message + ". " + std::string(finding.rule->why) + " Fix: " + finding.fix + "."}}},
       {"locations", Json::array({location_of(finding.location)})}};
+  if (finding.correction) result["fixes"] = Json::array({fix_of(finding)});
   if (finding.reason) {
     result["suppressions"] = Json::array({{{"kind", "external"}, {"justification", *finding.reason}}});
   }

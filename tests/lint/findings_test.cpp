@@ -37,7 +37,7 @@ TEST(Findings, HaveTheirLocations) {
       {"s\t\ns\tx.y.feature.group\n", {"t:1:1+1 feature-column-missing"}},
       {"Repository\t\ns\tx.y.feature.group\n", {}},
       {"\tx.y.feature.group\n", {"t:1:2+17 repository-empty"}},
-      {"\t\t\n", {}},
+      {"\t\t\n", {"t:1:1+2 row-of-tabs"}},
       {"s\t\tx.y.feature.group\t1\n", {"t:1:4+17 feature-in-third-column"}},
       {"#Repository\tFeature\ns\tx.y.feature.group\n", {"t:1:1+11 header-not-recognised"}},
       {"\"Repository\"\t\"Feature\"\ns\tx.y.feature.group\n", {"t:1:1+12 header-not-recognised"}},
