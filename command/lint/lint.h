@@ -60,13 +60,6 @@ Findings lint_session(const eclipse_dry_run::PluginFunctions& library, eclipse_p
                       eclipse_dry_run::DescriptorFiles& files, std::shared_ptr<const eclipse_base::JsonDocument> document,
                       const Settings& settings);
 
-/// Both with descriptor files that may be unsaved. An unsaved descriptor file to lint need not exist.
-Findings lint(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
-              eclipse_dry_run::DescriptorFiles& files, const std::filesystem::path& path, const Settings& settings);
-Findings lint_session(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
-                      eclipse_dry_run::DescriptorFiles& files, std::shared_ptr<const eclipse_base::JsonDocument> document,
-                      const Settings& settings);
-
 }  // namespace eclipse_lint
 
 #endif
