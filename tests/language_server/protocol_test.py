@@ -716,16 +716,16 @@ class Completion(Product):
 
 
 class LongChecks(Product):
-    options = ("--time-limit", "0.5")
+    options = ("--time-limit", "5")
 
     def test_they_are_stopped(self):
         self.server.open(self.file, LONG)
         start = time.monotonic()
         self.assertEqual(self.server.error("x/unknown", None), -32601)
         self.assertEqual(self.server.diagnostics(self.file), [])
-        self.assertLess(time.monotonic() - start, 20)
+        self.assertLess(time.monotonic() - start, 30)
         log = self.server.wait_for(lambda each: each.get("method") == "window/logMessage")["params"]
-        self.assertIn("takes longer than 500 ms and was stopped", log["message"])
+        self.assertIn("takes longer than 5000 ms and was stopped", log["message"])
         self.server.change(self.file, {"text": WITHOUT_SUFFIX})
         self.assertEqual(self.server.codes(self.file), ["feature-without-group-suffix"])
 
