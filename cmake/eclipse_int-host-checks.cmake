@@ -23,6 +23,8 @@ function(eclipse_int_add_host_checks)
     endif()
     add_test(NAME ${given_TARGET}/${check}
       COMMAND ${ECLIPSE_INT_COMMAND} check-host --checks-only ${drill} --only ${check} ${given_OPTIONS} -- $<TARGET_FILE:${given_TARGET}> ${given_ARGS})
-    set_tests_properties(${given_TARGET}/${check} PROPERTIES TIMEOUT 60 SKIP_REGULAR_EXPRESSION "skipped ${check}:")
+    # One at a time: two of the host at once would write to the same log.
+    set_tests_properties(${given_TARGET}/${check} PROPERTIES
+      TIMEOUT 60 SKIP_REGULAR_EXPRESSION "skipped ${check}:" RESOURCE_LOCK ${given_TARGET})
   endforeach()
 endfunction()
