@@ -82,9 +82,7 @@ InstalledUnits installed_units(const std::string& executable, const eclipse_shel
 std::optional<InstalledUnits> recorded_units(const std::filesystem::path& instance) {
   InstalledUnits installed{{}, profile_units(instance)};
   if (!installed.all) return std::nullopt;
-  for (const InstalledUnit& unit : *installed.all) {
-    if (unit.is_root) installed.roots.push_back({unit.id, unit.version});
-  }
+  installed.roots = roots_of(*installed.all);
   std::sort(installed.roots.begin(), installed.roots.end());
   return installed;
 }
