@@ -14,8 +14,8 @@
 #include "cli/standard_streams.h"
 #include "cli/subcommands.h"
 #include "cli/usage_error.h"
+#include "eclipse_int/version.h"
 #include "lint/report.h"
-#include "standalone_host/installation.h"
 
 using namespace eclipse_lint;
 using namespace eclipse_p2;
@@ -80,7 +80,7 @@ Settings settings_from(const LintOptions& options) {
 
 void print(const Findings& findings, const std::string& format) {
   if (format == "json") return print_json(std::cout, findings);
-  if (format == "sarif") return print_sarif(std::cout, findings, std::string(eclipse_host::version));
+  if (format == "sarif") return print_sarif(std::cout, findings, ECLIPSE_INT_VERSION);
   print_text(std::cout, findings, output_is_coloured());
 }
 
