@@ -211,16 +211,22 @@ class InputReader {
   std::vector<std::size_t> config_of_record_;
 };
 
-/// Null unless the units of each of their sites are known.
-std::shared_ptr<const UnitVersions> units_offered_to(const std::vector<std::unique_ptr<Input>>& inputs) {
-  std::set<const Repository*> sites;
+bool is_known(const Repository& site) { return site.is_repository && site.units; }
+
+using Sites = std::set<const Repository*>;
+
+Sites sites_of(const std::vector<std::unique_ptr<Input>>& inputs) {
+  Sites sites;
   for (const auto& input : inputs) {
     for (const Record& record : input->records) {
-      if (record.site == nullptr || !sites.insert(record.site).second) continue;
-      if (!record.site->is_repository || !record.site->units) return nullptr;
+      if (record.site != nullptr) sites.insert(record.site);
     }
   }
-  // The sites outlive the inputs, so the units of a single one need not be copied.
+  return sites;
+}
+
+/// The sites outlive the inputs, so the units of a single one need not be copied.
+std::shared_ptr<const UnitVersions> units_of(const Sites& sites) {
   if (sites.size() == 1) return {std::shared_ptr<const UnitVersions>(), &*(*sites.begin())->units};
   const auto units = std::make_shared<UnitVersions>();
   for (const Repository* const site : sites) {
@@ -230,8 +236,13 @@ std::shared_ptr<const UnitVersions> units_offered_to(const std::vector<std::uniq
 }
 
 void set_offered(const std::vector<std::unique_ptr<Input>>& inputs) {
-  const auto offered = units_offered_to(inputs);
-  for (const auto& input : inputs) input->offered = offered;
+  Sites sites = sites_of(inputs);
+  const bool are_all_known = std::erase_if(sites, [](const Repository* site) { return !is_known(*site); }) == 0;
+  const auto units = units_of(sites);
+  for (const auto& input : inputs) {
+    input->known_units = units;
+    if (are_all_known) input->offered = units;
+  }
 }
 
 std::vector<std::unique_ptr<Input>> read_directory(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,
@@ -287,6 +298,11 @@ std::string Record::where() const { return descriptor->file + ":" + std::to_stri
 Edit Record::edit(std::size_t column, std::size_t start, std::size_t length, std::string replacement) const {
   const auto offset = static_cast<std::size_t>(line->columns.at(column).data() - line->text.data());
   return descriptor->edit(*line, offset + start, length, std::move(replacement));
+}
+
+const UnitVersions* Input::offered_for(const Record& record) const {
+  if (offered) return offered.get();
+  return record.site != nullptr && is_known(*record.site) ? known_units.get() : nullptr;
 }
 
 bool Component::has_descriptors() const {

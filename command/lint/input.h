@@ -128,11 +128,16 @@ struct Input {
   std::vector<Record> records;
   std::vector<UnlistedFile> unlisted;  ///< of a session
   std::optional<SessionFacts> session;
-  /// The units of all sites together, in which the director looks for each feature. Null when those of a site are not known.
+  /// The units of all sites that are known. Null when there is no site.
+  std::shared_ptr<const eclipse_p2::UnitVersions> known_units;
+  /// The same, in which the director looks for each feature. Null when those of a site are not known.
   std::shared_ptr<const eclipse_p2::UnitVersions> offered;
   std::vector<std::unique_ptr<eclipse_host::CatalogueComponent>> catalogue;  ///< of an input without a session
 
   bool is_removal() const { return session && session->is_removal(); }
+  /// Where to look for the feature of a record. Null when its own site is not known; when only others are not, they will hardly
+  /// have it.
+  const eclipse_p2::UnitVersions* offered_for(const Record& record) const;
 };
 
 /// Sets more variables in a session that was read from its file.
