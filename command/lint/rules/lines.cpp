@@ -8,6 +8,7 @@
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
+#include "lint/suppression.h"
 #include "lint/texts.h"
 #include "p2/unit.h"
 
@@ -227,6 +228,33 @@ Rule descriptor_without_data() {
               const auto is_record = [](const Line& line) { return line.is_record; };
               if (std::any_of(descriptor.lines.begin(), descriptor.lines.end(), is_record)) return;
               reporter.report(descriptor.location(), "the file has no data lines");
+            });
+          }};
+}
+
+/// What is wrong with a comment for lint; empty when nothing is.
+std::string error_in(const Suppression& suppression) {
+  if (!suppression.is_understood) return "neither disable-next-line= nor disable-file= in a comment for lint";
+  for (const std::string& name : suppression.rules) {
+    if (find_rule(name) == nullptr) return unknown_rule(name);
+  }
+  return "";
+}
+
+Rule suppression_not_understood() {
+  return {.name = "suppression-not-understood",
+          .group = Group::lines,
+          .severity = Severity::warning,
+          .title = "a comment for lint is not understood",
+          .why = "A line without a tab that begins with \"# eclipse-int:\" suppresses findings. This one suppresses none.",
+          .fix = "write # eclipse-int: disable-next-line=RULE and a reason, or disable-file=RULE for the whole file",
+          .bad = descriptor("# eclipse-int: disable-next-line=feature-pined\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .good = descriptor("# eclipse-int: disable-next-line=feature-pinned\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+              const auto suppression = suppression_in(line);
+              const std::string error = suppression ? error_in(*suppression) : "";
+              if (!error.empty()) reporter.report(descriptor.location(line), error);
             });
           }};
 }
@@ -847,7 +875,7 @@ std::vector<Rule> rules_about_lines() {
           space_around_column(),   quoted_column(),
           extra_columns(),         trailing_tab(),
           row_of_tabs(),           third_column_ignored(),
-          duplicate_line()};
+          duplicate_line(),        suppression_not_understood()};
 }
 
 }  // namespace eclipse_lint
