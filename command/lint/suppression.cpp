@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "base/text.h"
 #include "lint/rule.h"
 
 using namespace eclipse_base;
