@@ -83,7 +83,7 @@ using Texts = std::vector<std::string>;
 TEST(Suppressions, AreForTheNextLine) {
   const std::string pinned = "s\tx.y.feature.group/1.0\n";
   EXPECT_EQ(found_in("# eclipse-int: disable-next-line=feature-pinned  as released \r\n" + pinned + pinned + "\n"),
-            (Texts{"feature-pinned: as released", "feature-pinned", "duplicate-line"}));
+            (Texts{"feature-pinned: as released", "duplicate-line", "feature-pinned"}));
   EXPECT_EQ(found_in("  #eclipse-int:disable-next-line=trailing-tab,feature-pinned\ns\tx.y.feature.group/1.0\t\n"),
             (Texts{"feature-pinned: suppressed by a comment", "trailing-tab: suppressed by a comment"}));
   EXPECT_EQ(found_in("# eclipse-int: disable-next-line=feature-pinned\n\n" + pinned), Texts{"feature-pinned"});
