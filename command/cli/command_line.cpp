@@ -102,6 +102,7 @@ int perform(CLI::App& program, int argc, const char* const* argv) {
   subcommands.push_back(add_check_host(program));
   subcommands.push_back(add_list(program));
   subcommands.push_back(add_new(program));
+  subcommands.push_back(add_language_server(program));
   subcommands.push_back(add_help(program));
   program.parse(argc, argv);
   if (version->count() > 0) return print_versions(options);

@@ -35,6 +35,9 @@ void print_sarif(std::ostream& out, const Findings& findings, const std::string&
 /// A rule with its samples.
 void print_rule(std::ostream& out, const Rule& rule, bool in_colour);
 
+/// A rule without its samples, in Markdown below a heading of the third level.
+void print_rule_in_markdown(std::ostream& out, const Rule& rule);
+
 /// The rules of a group below its heading, one line each.
 void print_group(std::ostream& out, Group group);
 

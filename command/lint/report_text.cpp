@@ -179,6 +179,14 @@ void print_rule(std::ostream& out, const Rule& rule, bool in_colour) {
   print_sample(out, rule.good, "  ");
 }
 
+void print_rule_in_markdown(std::ostream& out, const Rule& rule) {
+  out << "### " << rule.name << "\n\n"
+      << "**" << name_of(rule.severity) << ":** " << rule.title << "\n\n"
+      << rule.why << "\n\n"
+      << "*Fix:* " << rule.fix << "\n";
+  if (rule.corrects != Corrects::no) out << "\n*Automatic:* " << options_for(rule.corrects) << "\n";
+}
+
 void print_group(std::ostream& out, Group group) {
   std::size_t width = 0;
   for (const Rule& rule : rules()) width = std::max(width, rule.name.size());
@@ -203,11 +211,8 @@ void print_manual(std::ostream& out) {
   for (const Group group : groups) {
     out << "\n## " << heading_of(group) << " (`" << name_of(group) << "`)\n";
     for (const Rule* const rule : rules_named(name_of(group))) {
-      out << "\n### " << rule->name << "\n\n"
-          << "**" << name_of(rule->severity) << ":** " << rule->title << "\n\n"
-          << rule->why << "\n\n"
-          << "*Fix:* " << rule->fix << "\n";
-      if (rule->corrects != Corrects::no) out << "\n*Automatic:* " << options_for(rule->corrects) << "\n";
+      out << "\n";
+      print_rule_in_markdown(out, *rule);
     }
   }
 }
