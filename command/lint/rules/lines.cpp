@@ -591,19 +591,22 @@ Rule repository_empty() {
           .title = "a line has a feature but no repository",
           .why = "The plug-in skips the line: its feature is neither installed nor removed.",
           .fix = "write the repository in column 1, even if the line above has the same one",
-          .bad = descriptor("Repository\tFeature\n\torg.example.alpha.feature.group\n"),
+          .bad = descriptor("Repository\tFeature\n\tsites/alpha\torg.example.alpha.feature.group\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for (const Record& record : input.records) {
-              if (record.placement || record.feature().empty()) continue;
-              const bool is_shifted = looks_like_site(record.feature()) && looks_like_feature(record.cell(2));
-              reporter.report(record.descriptor->location(*record.line, 1), "no repository for " + in_quotes(record.feature()),
-                              is_shifted ? "delete the tab at the beginning of the line"
-                                         : "write the repository in column 1, even if the line above has the same one",
-                              is_shifted ? std::optional(Correction{"delete the leading tab", false, {record.edit(0, 0, 1)}})
-                                         : std::nullopt);
-            }
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  if (record.placement || record.feature().empty()) continue;
+                  const bool is_shifted = looks_like_site(record.feature()) && looks_like_feature(record.cell(2));
+                  reporter.report(
+                      record.descriptor->location(*record.line, 1), "no repository for " + in_quotes(record.feature()),
+                      is_shifted ? "delete the tab at the beginning of the line"
+                                 : "write the repository in column 1, even if the line above has the same one",
+                      is_shifted ? std::optional(Correction{"delete the leading tab", false, {record.edit(0, 0, 1)}})
+                                 : std::nullopt);
+                }
+              },
+          .corrects = Corrects::unsafely};
 }
 
 /// It may also stand there so that it is not installed. Other columns would move, too.
@@ -814,22 +817,24 @@ Rule third_column_ignored() {
           .title = "the third column is not empty",
           .why = "The plug-in reads the column but does not use it.",
           .fix = "leave the column empty; it is free for notes",
-          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\tthe first\n"),
+          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\t1\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for (const Record& record : input.records) {
-              const std::string_view third = record.cell(2);
-              if (third.empty() || record.feature().empty()) continue;
-              const std::string message = "column 3, " + in_quotes(third) + ", is ignored";
-              if (record.cell(3).empty() && std::all_of(third.begin(), third.end(), is_digit)) {
-                reporter.report(Severity::warning, record.location(2), message + "; the order belongs in column 4",
-                                "add a tab before the number",
-                                Correction{"move the number to column 4", false, {record.edit(2, 0, 0, "\t")}});
-              } else {
-                reporter.report(record.location(2), message);
-              }
-            }
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  const std::string_view third = record.cell(2);
+                  if (third.empty() || record.feature().empty()) continue;
+                  const std::string message = "column 3, " + in_quotes(third) + ", is ignored";
+                  if (record.cell(3).empty() && std::all_of(third.begin(), third.end(), is_digit)) {
+                    reporter.report(Severity::warning, record.location(2), message + "; the order belongs in column 4",
+                                    "add a tab before the number",
+                                    Correction{"move the number to column 4", false, {record.edit(2, 0, 0, "\t")}});
+                  } else {
+                    reporter.report(record.location(2), message);
+                  }
+                }
+              },
+          .corrects = Corrects::unsafely};
 }
 
 /// Then the places of other lines may depend on the one that a line takes.
