@@ -9,8 +9,8 @@
 #include "cli/standard_streams.h"
 #include "cli/subcommands.h"
 #include "dry_run/plugin_functions.h"
+#include "eclipse_int/version.h"
 #include "language_server/serve.h"
-#include "standalone_host/installation.h"
 
 namespace eclipse_cli {
 
@@ -43,7 +43,7 @@ int perform(const LanguageServerOptions& options) {
   const SessionVariables variables(options.session.settings, options.session.variables);
   linter.settings.add_variables = [variables](eclipse_host::Session& session) { variables.add_to(session); };
   const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(options.time_limit));
-  eclipse_language_server::Server server(linter, std::string(eclipse_host::version), limit);
+  eclipse_language_server::Server server(linter, ECLIPSE_INT_VERSION, limit);
   try {
     eclipse_language_server::serve(server, STDIN_FILENO, STDOUT_FILENO);
   } catch (const eclipse_language_server::FramingError& error) {
