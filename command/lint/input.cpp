@@ -4,11 +4,13 @@
 #include <map>
 #include <set>
 
+#include "base/file.h"
 #include "base/file_error.h"
 #include "base/files_below.h"
 #include "base/json_document.h"
 #include "dry_run/command_pieces.h"
 #include "dry_run/component_directories.h"
+#include "lint/lint.h"
 #include "lint/texts.h"
 #include "p2/director_command.h"
 #include "standalone_host/session_file.h"
@@ -328,12 +330,23 @@ std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, 
                               "; give a descriptor file, a directory of components or a session file (.json)");
   }
   if (fs::is_directory(status)) return read_directory(library, sites, files, path);
-  if (path.extension() == ".json") {
+  if (path.extension() == ".json" || (!files.has_unsaved(path) && begins_like_session(read_beginning(path, 65536).bytes))) {
     return read_session_input(library, sites, files, std::make_shared<const JsonDocument>(path), add_variables);
   }
   std::vector<std::unique_ptr<Input>> inputs;
   inputs.push_back(InputReader(library, sites, files).read_descriptor(path));
   return inputs;
+}
+
+bool begins_like_session(std::string_view text) {
+  for (;;) {
+    text.remove_prefix(std::min(text.find_first_not_of(white_space), text.size()));
+    const bool is_line = text.starts_with("//");
+    if (!is_line && !text.starts_with("/*")) return text.starts_with('{');
+    const std::string_view end = is_line ? "\n" : "*/";
+    const std::size_t at = text.find(end, 2);
+    text.remove_prefix(at == text.npos ? text.size() : at + end.size());
+  }
 }
 
 std::vector<std::unique_ptr<Input>> read_session_input(const PluginFunctions& library, Repositories& sites,

@@ -143,9 +143,9 @@ struct Input {
 /// Sets more variables in a session that was read from its file.
 using AddVariables = std::function<void(eclipse_host::Session& session)>;
 
-/// Reads a descriptor file, a directory, or, when the name ends in ".json", a session file. A directory gives an input for each
-/// component in it, and what their repositories contain is available to all of them. Throws FileError when the input cannot be
-/// read or is none of the three. The inputs refer to the other arguments.
+/// Reads a descriptor file, a directory, or, when the name ends in ".json" or the content begins like one, a session file. A
+/// directory gives an input for each component in it, and what their repositories contain is available to all of them. Throws
+/// FileError when the input cannot be read or is none of the three. The inputs refer to the other arguments.
 std::vector<std::unique_ptr<Input>> read_inputs(const eclipse_dry_run::PluginFunctions& library,
                                                 eclipse_p2::Repositories& sites, eclipse_dry_run::DescriptorFiles& files,
                                                 const std::filesystem::path& path, const AddVariables& add_variables);

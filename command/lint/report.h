@@ -10,9 +10,19 @@
 
 namespace eclipse_lint {
 
-/// As compilers do: location, severity, message and rule, the line with a mark below it, then why and fix. A tab is shown as
-/// "→". Suppressed findings are left out. Prints nothing when there are no others.
+/// As compilers do: location, severity, message and rule, the line with a mark below it, then why and fix. Why is printed once
+/// for each rule. A tab is shown as "→". Suppressed findings are left out here and in the next three. Prints nothing when there
+/// are no others.
 void print_text(std::ostream& out, const Findings& findings, bool in_colour);
+
+/// One line for each: location, severity, message and rule.
+void print_brief(std::ostream& out, const Findings& findings, bool in_colour);
+
+/// Annotations, as GitHub Actions read them from the output of a step.
+void print_github(std::ostream& out, const Findings& findings);
+
+/// "2 errors, 1 warning in 3 files; --fix corrects 2". Nothing when there are none.
+void print_summary(std::ostream& out, const Findings& findings);
 
 /// {findings: [{rule, group, severity, file, line, column, length, text, message, why, fix, correction, override}], counts:
 /// {error, warning, note, overridden}}. Columns, offsets and lengths are in bytes. What is not UTF-8 becomes U+FFFD.

@@ -81,7 +81,8 @@ Json result_of(const Finding& finding) {
       {"locations", Json::array({location_of(finding.location)})}};
   if (finding.correction) result["fixes"] = Json::array({fix_of(finding)});
   if (finding.reason) {
-    result["suppressions"] = Json::array({{{"kind", "external"}, {"justification", *finding.reason}}});
+    result["suppressions"] =
+        Json::array({{{"kind", finding.is_suppressed_in_file ? "inSource" : "external"}, {"justification", *finding.reason}}});
   }
   return result;
 }

@@ -1,6 +1,7 @@
 // The completion in a real bash.
 #include <gtest/gtest.h>
 
+#include <map>
 #include <sstream>
 #include <vector>
 
@@ -82,9 +83,10 @@ TEST(Completion, OffersFiles) {
 TEST(Completion, OffersOnlyValuesThatAreAccepted) {
   const fake::TemporaryDirectory directory;
   fake::write_file("empty", "");
-  for (const std::string option : {"--format", "--severity"}) {
+  const std::map<std::string, std::size_t> options = {{"--format", 5}, {"--severity", 3}, {"--fail-on", 3}};
+  for (const auto& [option, count] : options) {
     const Names values = offered({"lint", option, ""});
-    EXPECT_EQ(values.size(), 3U);
+    EXPECT_EQ(values.size(), count) << option;
     for (const std::string& value : values) {
       EXPECT_NE(eclipse_shell::run_in_shell(ECLIPSE_INT_COMMAND " lint empty " + option + " " + value).exit_code, 2) << value;
     }

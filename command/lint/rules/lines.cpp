@@ -8,6 +8,7 @@
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
+#include "lint/suppression.h"
 #include "lint/texts.h"
 #include "p2/unit.h"
 
@@ -227,6 +228,33 @@ Rule descriptor_without_data() {
               const auto is_record = [](const Line& line) { return line.is_record; };
               if (std::any_of(descriptor.lines.begin(), descriptor.lines.end(), is_record)) return;
               reporter.report(descriptor.location(), "the file has no data lines");
+            });
+          }};
+}
+
+/// What is wrong with a comment for lint; empty when nothing is.
+std::string error_in(const Suppression& suppression) {
+  if (!suppression.is_understood) return "neither disable-next-line= nor disable-file= in a comment for lint";
+  for (const std::string& name : suppression.rules) {
+    if (find_rule(name) == nullptr) return unknown_rule(name);
+  }
+  return "";
+}
+
+Rule suppression_not_understood() {
+  return {.name = "suppression-not-understood",
+          .group = Group::lines,
+          .severity = Severity::warning,
+          .title = "a comment for lint is not understood",
+          .why = "A line without a tab that begins with \"# eclipse-int:\" suppresses findings. This one suppresses none.",
+          .fix = "write # eclipse-int: disable-next-line=RULE and a reason, or disable-file=RULE for the whole file",
+          .bad = descriptor("# eclipse-int: disable-next-line=feature-pined\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .good = descriptor("# eclipse-int: disable-next-line=feature-pinned\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+              const auto suppression = suppression_in(line);
+              const std::string error = suppression ? error_in(*suppression) : "";
+              if (!error.empty()) reporter.report(descriptor.location(line), error);
             });
           }};
 }
@@ -563,19 +591,22 @@ Rule repository_empty() {
           .title = "a line has a feature but no repository",
           .why = "The plug-in skips the line: its feature is neither installed nor removed.",
           .fix = "write the repository in column 1, even if the line above has the same one",
-          .bad = descriptor("Repository\tFeature\n\torg.example.alpha.feature.group\n"),
+          .bad = descriptor("Repository\tFeature\n\tsites/alpha\torg.example.alpha.feature.group\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for (const Record& record : input.records) {
-              if (record.placement || record.feature().empty()) continue;
-              const bool is_shifted = looks_like_site(record.feature()) && looks_like_feature(record.cell(2));
-              reporter.report(record.descriptor->location(*record.line, 1), "no repository for " + in_quotes(record.feature()),
-                              is_shifted ? "delete the tab at the beginning of the line"
-                                         : "write the repository in column 1, even if the line above has the same one",
-                              is_shifted ? std::optional(Correction{"delete the leading tab", false, {record.edit(0, 0, 1)}})
-                                         : std::nullopt);
-            }
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  if (record.placement || record.feature().empty()) continue;
+                  const bool is_shifted = looks_like_site(record.feature()) && looks_like_feature(record.cell(2));
+                  reporter.report(
+                      record.descriptor->location(*record.line, 1), "no repository for " + in_quotes(record.feature()),
+                      is_shifted ? "delete the tab at the beginning of the line"
+                                 : "write the repository in column 1, even if the line above has the same one",
+                      is_shifted ? std::optional(Correction{"delete the leading tab", false, {record.edit(0, 0, 1)}})
+                                 : std::nullopt);
+                }
+              },
+          .corrects = Corrects::unsafely};
 }
 
 /// It may also stand there so that it is not installed. Other columns would move, too.
@@ -786,22 +817,24 @@ Rule third_column_ignored() {
           .title = "the third column is not empty",
           .why = "The plug-in reads the column but does not use it.",
           .fix = "leave the column empty; it is free for notes",
-          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\tthe first\n"),
+          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\t1\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for (const Record& record : input.records) {
-              const std::string_view third = record.cell(2);
-              if (third.empty() || record.feature().empty()) continue;
-              const std::string message = "column 3, " + in_quotes(third) + ", is ignored";
-              if (record.cell(3).empty() && std::all_of(third.begin(), third.end(), is_digit)) {
-                reporter.report(Severity::warning, record.location(2), message + "; the order belongs in column 4",
-                                "add a tab before the number",
-                                Correction{"move the number to column 4", false, {record.edit(2, 0, 0, "\t")}});
-              } else {
-                reporter.report(record.location(2), message);
-              }
-            }
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  const std::string_view third = record.cell(2);
+                  if (third.empty() || record.feature().empty()) continue;
+                  const std::string message = "column 3, " + in_quotes(third) + ", is ignored";
+                  if (record.cell(3).empty() && std::all_of(third.begin(), third.end(), is_digit)) {
+                    reporter.report(Severity::warning, record.location(2), message + "; the order belongs in column 4",
+                                    "add a tab before the number",
+                                    Correction{"move the number to column 4", false, {record.edit(2, 0, 0, "\t")}});
+                  } else {
+                    reporter.report(record.location(2), message);
+                  }
+                }
+              },
+          .corrects = Corrects::unsafely};
 }
 
 /// Then the places of other lines may depend on the one that a line takes.
@@ -847,7 +880,7 @@ std::vector<Rule> rules_about_lines() {
           space_around_column(),   quoted_column(),
           extra_columns(),         trailing_tab(),
           row_of_tabs(),           third_column_ignored(),
-          duplicate_line()};
+          duplicate_line(),        suppression_not_understood()};
 }
 
 }  // namespace eclipse_lint
