@@ -21,7 +21,8 @@ struct Interrupted {
 
 /// While an object of this class exists, SIGINT, SIGTERM, SIGHUP and SIGQUIT do not end the program: a director that dies while
 /// it writes the p2 profile leaves an Eclipse that no director can open. The first signal lets the running director end its
-/// command, and no other is started; the second one stops the director. A signal that is ignored stays so.
+/// command, and no other is started; the second one stops the director. A signal that is ignored stays so. While a second
+/// object exists, only signals that come in its lifetime count.
 class Interruption {
  public:
   Interruption();
@@ -44,6 +45,9 @@ class Interruption {
 
  private:
   std::array<struct sigaction, 4> before_{};
+  int outer_signal_;
+  bool outer_is_repeated_;
+  bool outer_is_reported_;
 };
 
 }  // namespace eclipse_cli

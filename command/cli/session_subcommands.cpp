@@ -108,6 +108,10 @@ Subcommand add_run(CLI::App& program) {
   parser.add_flag("--resolve", how->resolves,
                   "Ask the director first whether it would install or remove all features (see\n\"plan --resolve\"), and run "
                   "nothing if it would not");
+  parser.add_flag(
+      "--all-or-nothing", how->all_or_nothing,
+      "If not all features go in (or out), bring the Eclipse back to the state before the run;\nalso after a signal, "
+      "or when the director dies");
   parser.add_flag("--verify", how->verifies,
                   "Ask the Eclipse instance before and after the run which units are installed,\nand report differences from "
                   "the state that the session describes");
@@ -124,11 +128,16 @@ Subcommand add_run(CLI::App& program) {
            "      Pass the variables from one run to the next, as an installer does.\n"
            "  eclipse-int run uninstall.json --verify\n"
            "      Also check whether the features are really removed.\n"
+           "  eclipse-int run install.json --all-or-nothing\n"
+           "      Install all features, or leave the Eclipse as it was.\n"
            "  eclipse-int run uninstall.json --json --log uninstall.log > result.json\n"
            "      Machine-readable output.\n",
            std::string(exit_status_of_runs) +
                "With --resolve also:\n"
                "  1  the director would not do everything, and nothing was run\n"
+               "With --all-or-nothing also:\n"
+               "  1  not all features went in or out, and the Eclipse was brought back to the state before the run, or a\n"
+               "     message says why not\n"
                "With --verify also:\n"
                "  1  the run succeeded, but the instance is not in the state that the session describes\n"
                "  2  the run succeeded, but the instance cannot be queried or does not exist, so that nothing was done\n");

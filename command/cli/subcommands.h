@@ -32,6 +32,12 @@ Subcommand add_explain(CLI::App& program);
 /// "repair": makes an instance usable again whose p2 profile was damaged.
 Subcommand add_repair(CLI::App& program);
 
+/// "history": lists the states of the p2 profile of an instance.
+Subcommand add_history(CLI::App& program);
+
+/// "undo": brings an instance back to an older state of its profile.
+Subcommand add_undo(CLI::App& program);
+
 /// "list": lists what p2 repositories provide.
 Subcommand add_list(CLI::App& program);
 
@@ -57,8 +63,9 @@ void add_wait_option(CLI::App& command, double& seconds);
 void set_help(CLI::App& command, const std::string& usage, const std::string& examples, const std::string& exit_status);
 
 struct RunOptions {
-  bool resolves = false;  ///< asks the director first, and runs only what it would do
-  bool verifies = false;  ///< asks the instance before and after
+  bool resolves = false;        ///< asks the director first, and runs only what it would do
+  bool verifies = false;        ///< asks the instance before and after
+  bool all_or_nothing = false;  ///< goes back unless everything was done
 };
 
 /// Runs a whole session. Like all below, returns the exit status and throws

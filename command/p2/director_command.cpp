@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 #include "base/text.h"
 #include "shell/shell_reading.h"
@@ -32,6 +33,25 @@ std::string unquoted(std::string_view list) {
     list.remove_prefix(std::min(end + 1, list.size()));
   }
   return items;
+}
+
+/// The words of a command of our own, which cut_director_command() does not take for one of the plug-in.
+std::vector<std::string> own_words(const std::string& executable, const std::vector<std::string>& urls) {
+  return {executable, "-nosplash", "-nl", "en", "-application", std::string(application), "-repository", joined(urls, ",")};
+}
+
+std::string command_line_of(std::vector<std::string> words) {
+  for (std::string& word : words) {
+    const bool is_option = word.starts_with('-') && eclipse_shell::is_plain(word.substr(1));
+    if (!is_option && !eclipse_shell::is_plain(word)) word = eclipse_shell::quoted_for_shell(word);
+  }
+  return joined(words, " ") + std::string(command_end);
+}
+
+std::string list_of(const std::vector<Unit>& units) {
+  std::vector<std::string> texts;
+  for (const Unit& unit : units) texts.push_back(text_of(unit));
+  return joined(texts, ",");
 }
 
 /// Separates a list from the feature that a retry appends to the command.
@@ -82,6 +102,19 @@ std::string verify_only_command(const DirectorCommand& command, const std::strin
   if (!configuration.empty()) words.insert(words.end(), {"-configuration", configuration});
   for (std::string& word : words) word = eclipse_shell::quoted_for_shell(word);
   return joined(words, " ") + std::string(eclipse_shell::command_end);
+}
+
+std::string revert_command(const std::string& executable, const std::vector<std::string>& urls, const std::string& time) {
+  std::vector<std::string> words = own_words(executable, urls);
+  words.insert(words.end(), {"-revert", time});
+  return command_line_of(std::move(words));
+}
+
+std::string replace_command(const std::string& executable, const std::vector<std::string>& urls,
+                            const std::vector<Unit>& removed, const std::vector<Unit>& installed) {
+  std::vector<std::string> words = own_words(executable, urls);
+  words.insert(words.end(), {"-u", list_of(removed), "-i", list_of(installed)});
+  return command_line_of(std::move(words));
 }
 
 std::vector<Unit> units_named(std::string_view list) {

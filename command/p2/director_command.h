@@ -35,6 +35,14 @@ std::string list_roots_command(const std::string& executable);
 /// empty.
 std::string verify_only_command(const DirectorCommand& command, const std::string& configuration);
 
+/// The command that brings the instance with this executable back to the state of the profile of this time, in English, quoted
+/// for a shell. Without a repository (one of the URLs) that can be loaded, the director refuses to.
+std::string revert_command(const std::string& executable, const std::vector<std::string>& urls, const std::string& time);
+
+/// The command that removes units and installs others in one step, or changes nothing, in English, quoted for a shell.
+std::string replace_command(const std::string& executable, const std::vector<std::string>& urls,
+                            const std::vector<Unit>& removed, const std::vector<Unit>& installed);
+
 /// The units that the director makes of the list that follows "-i" or "-u".
 std::vector<Unit> units_named(std::string_view list);
 

@@ -39,6 +39,8 @@ struct RunRecord {
   std::vector<std::string> log;
   /// Why the run stopped before the instance was changed; empty when it did not.
   std::string refusal;
+  /// The time of the state of the profile to which the instance was brought back after the run; empty when it was not.
+  std::string went_back_to;
 
   /// True when the integration failed: the run was refused, an action's result is not 0, or a retry's command failed.
   bool failed() const;

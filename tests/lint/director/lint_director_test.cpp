@@ -444,10 +444,7 @@ TEST(LintDirector, UnitThatIsRequiredStaysAndTheDirectorSucceeds) {
 TEST(LintDirector, HighestVersionOfAnySiteIsTaken) {
   Product product;
   product.component("tools", {"alpha"}, std::string(alpha) + "sites/newer\torg.example.alpha.feature.group\n");
-  const auto made =
-      eclipse_shell::run_in_shell("ECLIPSE='" + product.executable().string() + "' '" DIRECTOR_SCRIPTS "/make-site' '" +
-                                  (product.directory() / "tools/sites/newer").string() + "' org.example.alpha 2.0.0 2>&1");
-  ASSERT_EQ(made.exit_code, 0) << made.output;
+  product.make_site("tools", "newer", "alpha", "2.0.0");
   EXPECT_EQ(product.run("install").status, 0);
   EXPECT_THAT(product.installed(), ElementsAre("org.example.alpha.feature.group/2.0.0"));
   EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-from-two-repositories"));
