@@ -85,7 +85,9 @@ Reversion revert(const std::string& executable, const std::string& time, const s
   const ProfileState target = state_of_time(instance, time);
   const TemporaryDirectory empty;
   std::vector<std::string> all = {empty_repository(empty.path())};
-  all.insert(all.end(), repositories.begin(), repositories.end());
+  for (const std::string& url : repositories) {
+    if (std::find(all.begin(), all.end(), url) == all.end()) all.push_back(url);
+  }
   Reversion reversion{revert_command(executable, all, time), std::nullopt, ""};
   const InstanceLogs logs(instance);
   const auto result = eclipse_shell::run_in_shell(reversion.command, progress);

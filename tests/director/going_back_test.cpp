@@ -21,8 +21,6 @@ constexpr auto broken_then_alpha =
     "sites/broken\torg.example.broken.feature.group\n"
     "sites/alpha\torg.example.alpha.feature.group\n";
 
-Texts alpha(const std::string& version) { return {"org.example.alpha.feature.group/" + version}; }
-
 /// Puts a script in the place of the executable, which runs `commands` in the start of this number, and otherwise $real.
 void intercept(const Product& product, int start, const std::string& commands) {
   const fs::path executable = product.executable();
