@@ -3,6 +3,7 @@
 #include "cli/session_command.h"
 #include "cli/session_variables.h"
 #include "cli/subcommands.h"
+#include "cli/updated_run.h"
 #include "cli/verified_run.h"
 
 namespace eclipse_cli {
@@ -18,6 +19,9 @@ int run(const SessionOptions& options, const RunOptions& run) {
     function = resolved.function();
     additions = resolved.additions();
   }
+  UpdatedRun updated(function, additions, run.update);
+  function = updated.function();
+  additions = updated.additions();
   AllOrNothing whole(function, additions);
   if (run.all_or_nothing) {
     function = whole.function();

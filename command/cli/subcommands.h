@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/session_options.h"
+#include "update/wishes.h"
 
 // Only the units that define options include the parser's header, which takes long to compile.
 namespace CLI {
@@ -63,8 +64,9 @@ void add_wait_option(CLI::App& command, double& seconds);
 void set_help(CLI::App& command, const std::string& usage, const std::string& examples, const std::string& exit_status);
 
 struct RunOptions {
-  bool resolves = false;        ///< asks the director first, and runs only what it would do
-  bool verifies = false;        ///< asks the instance before and after
+  bool resolves = false;  ///< asks the director first, and runs only what it would do
+  bool verifies = false;  ///< asks the instance before and after
+  eclipse_update::Wishes update;
   bool all_or_nothing = false;  ///< goes back unless everything was done
 };
 
@@ -82,6 +84,7 @@ struct PlanOptions {
   bool is_verbose = false;   ///< shows all of the plan
   bool all_retries = false;  ///< shows all that are similar
   bool resolves = false;     ///< asks the director
+  eclipse_update::Wishes update;
 };
 
 /// Prints what a run would do.

@@ -9,8 +9,10 @@
 #include "cli/instance_argument.h"
 #include "cli/instance_safety.h"
 #include "cli/interruption.h"
+#include "cli/output_checks.h"
 #include "cli/run_recording.h"
 #include "cli/session_command.h"
+#include "cli/standard_streams.h"
 #include "cli/subcommands.h"
 #include "cli/undo_report.h"
 #include "cli/usage_error.h"
@@ -59,7 +61,9 @@ std::string executable_for(const SessionOptions& options) {
     return executable_of(*options.eclipse);
   }
   const SessionCommand command(options);
-  const std::string executable = command.chosen_executable(command.load_plugin());
+  const auto plugin = command.load_plugin();
+  check_outputs(options, plugin, command.session());
+  const std::string executable = command.chosen_executable(plugin);
   if (executable.empty()) {
     throw UsageError(eclipse_base::printable(options.session) +
                      ": the session chooses no Eclipse; use --eclipse with the Eclipse");
@@ -154,6 +158,7 @@ void let_variables_follow(Undo& undo, const SessionOptions& options) {
 /// Returns the exit status.
 int perform_undo(Undo& undo, const UndoOptions& options) {
   look_at(undo, options.to);
+  if (!options.session.json) std::cout << found_text(undo) << std::flush;
   undo.damage = undo.is_dry_run ? profile_damage_at_rest(undo.executable) : profile_damage(undo.executable);
   if (!undo.error.empty() || undo.damage) return 1;
   try {
@@ -164,7 +169,12 @@ int perform_undo(Undo& undo, const UndoOptions& options) {
     return interrupted.exit_status();
   }
   record(undo);
-  let_variables_follow(undo, options.session);
+  try {
+    let_variables_follow(undo, options.session);
+  } catch (const eclipse_base::FileError& error) {
+    print_message(error.what());
+    return 2;
+  }
   if (!undo.error.empty()) undo.damage = profile_damage(undo.executable);
   return undo.error.empty() ? 0 : 1;
 }
@@ -180,7 +190,7 @@ int perform(const UndoOptions& options) {
   if (options.session.json) {
     print_undo(undo, status);
   } else {
-    std::cout << undo_text(undo);
+    std::cout << undone_text(undo);
   }
   print_damage(undo.damage);
   return status;

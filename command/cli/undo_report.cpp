@@ -20,12 +20,6 @@ Json text_or_null(const std::string& text) { return text.empty() ? Json() : Json
 
 std::string dated(const std::string& time) { return printable(time) + " (" + date_of(time) + ")"; }
 
-std::string change_of(const Undo& undo) {
-  if (!undo.change) return "";
-  const std::string verb = undo.is_dry_run ? "Would change" : undo.error.empty() ? "Changed" : "To change";
-  return "  " + verb + ":\n" + change_text(*undo.change, "    ");
-}
-
 std::string others_of(const Undo& undo) {
   std::string text;
   for (const Undo::OtherState& other : undo.others) {
@@ -57,13 +51,17 @@ std::string end_of(const Undo& undo) {
 
 }  // namespace
 
-std::string undo_text(const Undo& undo) {
+std::string found_text(const Undo& undo) {
   std::string text = "Eclipse " + printable(undo.executable) + "\n";
   if (!undo.way.target.empty()) text += "  Back to the state " + dated(undo.way.target) + "\n";
   for (const RecordedRun* const run : undo.way.runs) text += "  Taken back: " + printable(run->command) + "\n";
-  text += others_of(undo) + change_of(undo);
-  if (undo.reversion) text += "  Command: " + printable(undo.reversion->command) + "\n";
-  return text + variables_of(undo) + end_of(undo);
+  text += others_of(undo);
+  return undo.change ? text + "  Changes:\n" + change_text(*undo.change, "    ") : text;
+}
+
+std::string undone_text(const Undo& undo) {
+  const std::string command = undo.reversion ? "  Command: " + printable(undo.reversion->command) + "\n" : "";
+  return command + variables_of(undo) + end_of(undo);
 }
 
 void print_undo(const Undo& undo, int exit_status) {

@@ -37,7 +37,11 @@ struct Undo {
   std::optional<eclipse_p2::ProfileDamage> damage;
 };
 
-std::string undo_text(const Undo& undo);
+/// What is taken back, as it is known before.
+std::string found_text(const Undo& undo);
+
+/// What came of it.
+std::string undone_text(const Undo& undo);
 
 /// Prints the document: executable; dryRun; forced; from, to: the times of the states, or null; runs: [{command, before, after,
 /// wentBackTo}], those that are taken back; change: as history has it, or null; others: [{time, change}]; command: that was

@@ -17,6 +17,7 @@ namespace {
 constexpr std::string_view application = "org.eclipse.equinox.p2.director";
 /// Between the executable and the options.
 constexpr std::string_view director = " -nosplash -application org.eclipse.equinox.p2.director ";
+constexpr std::string_view first_option = " -nosplash ";
 constexpr std::string_view repositories = "-repository ";
 constexpr std::string_view install = " -i ";
 constexpr std::string_view uninstall = "-u ";
@@ -79,6 +80,11 @@ std::optional<DirectorCommand> cut_director_command(std::string_view command) {
   cut.repositories = unquoted(options.substr(0, option).substr(repositories.size()));
   set_features(cut, options.substr(option + install.size()));
   return cut;
+}
+
+std::string executable_started_by(std::string_view command) {
+  const std::size_t end = command.find(first_option);
+  return end == command.npos ? "" : eclipse_shell::as_word(std::string(command.substr(0, end)));
 }
 
 std::vector<std::string> intended_words(const DirectorCommand& command) {

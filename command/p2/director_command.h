@@ -24,6 +24,9 @@ struct DirectorCommand {
 /// Cuts a command of the plug-in. Nothing for a command that does not install or remove features with a director.
 std::optional<DirectorCommand> cut_director_command(std::string_view command);
 
+/// The executable that a command of the plug-in or of our own starts; empty when it starts no director.
+std::string executable_started_by(std::string_view command);
+
 /// The words that a shell has to make of a command, the executable first.
 std::vector<std::string> intended_words(const DirectorCommand& command);
 

@@ -126,7 +126,7 @@ TEST_F(Undo, TakesBackTheLastRun) {
       variables + "\n";
   EXPECT_EQ(eclipse_int("undo session.json --dry-run"),
             (Outcome{0,
-                     found + "  Would change:\n"
+                     found + "  Changes:\n"
                              "    - one 1.0.0\n"
                              "  Note: the run wrote its variables to DIRECTORY/v.json, which stays as it is; --variables and "
                              "--write-variables with this file let it follow\n"
@@ -136,7 +136,7 @@ TEST_F(Undo, TakesBackTheLastRun) {
   const Outcome outcome = eclipse_int("undo session.json" + variables);
   EXPECT_EQ(outcome.status, 0) << outcome.error;
   EXPECT_TRUE(
-      outcome.output.starts_with(found + "  Changed:\n    - one 1.0.0\n  Command: DIRECTORY/eclipse/eclipse -nosplash "))
+      outcome.output.starts_with(found + "  Changes:\n    - one 1.0.0\n  Command: DIRECTORY/eclipse/eclipse -nosplash "))
       << outcome.output;
   EXPECT_TRUE(
       outcome.output.ends_with(" -revert '1731234500000' 2>&1\n"
@@ -180,7 +180,7 @@ TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChanged) {
                               "  Taken back: eclipse-int run session.json\n"
                               "  Not made by a known run, and taken back as well: 1731234800000 (2024-11-10 10:33:20 UTC)\n"
                               "    + guest 1.0.0\n"
-                              "  To change:\n"
+                              "  Changes:\n"
                               "    - guest 1.0.0\n"
                               "    - one 1.0.0\n"
                               "  Error: something that no known run has made would be taken back as well; --force does this\n",
@@ -239,6 +239,8 @@ TEST_F(Undo, NeedsAnEclipse) {
   EXPECT_EQ(eclipse_int("undo --eclipse nowhere").status, 2);
   EXPECT_EQ(eclipse_int("undo session.json --set ECLIPSE_INTEGRATION_CHOICE=none").status, 2);
   EXPECT_EQ(eclipse_int("undo session.json --write-variables v.json").status, 2);
+  fake::write_file("v.json", "{}");
+  EXPECT_EQ(eclipse_int("undo session.json --variables v.json --write-variables session.json").status, 2);
 }
 
 TEST_F(Undo, WaitsForItsTurn) {

@@ -21,6 +21,13 @@ constexpr auto broken_then_alpha =
     "sites/broken\torg.example.broken.feature.group\n"
     "sites/alpha\torg.example.alpha.feature.group\n";
 
+Texts alpha(const std::string& version) { return {"org.example.alpha.feature.group/" + version}; }
+
+/// That of the component "tools".
+void write_descriptor(const Product& product, const std::string& content) {
+  std::ofstream(product.directory() / "tools/etc/eclipse/features.txt") << content;
+}
+
 /// Puts a script in the place of the executable, which runs `commands` in the start of this number, and otherwise $real.
 void intercept(const Product& product, int start, const std::string& commands) {
   const fs::path executable = product.executable();
@@ -40,6 +47,55 @@ Child run_all_or_nothing(const Product& product) {
 }
 
 }  // namespace
+
+TEST(Updating, IsOneStepForwardAndOneBack) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");
+  const std::string session = product.write_session("install");
+  ASSERT_EQ(eclipse_int("run --json " + session).status, 0);
+  product.make_site("tools", "newer", "alpha", "2.0.0");
+  write_descriptor(product,
+                   "sites/alpha\torg.example.alpha.feature.group\n"
+                   "sites/newer\torg.example.alpha.feature.group\n");
+
+  EXPECT_EQ(eclipse_int("run --json " + session).result["status"], "refused");
+  const Child plan = eclipse_int("plan --update --json " + session);
+  EXPECT_EQ(plan.status, 0);
+  const Child forward = eclipse_int("run --update --json " + session);
+  EXPECT_EQ(forward.status, 0) << forward.result;
+  EXPECT_EQ(forward.result["commands"][0]["command"], plan.result["update"]["command"]);
+  EXPECT_EQ(product.installed(), alpha("2.0.0")) << "the highest version of both sites";
+
+  // A version that is named, which is lower.
+  write_descriptor(product,
+                   "sites/alpha\torg.example.alpha.feature.group/1.0.0\n"
+                   "sites/newer\t\n");
+  EXPECT_EQ(eclipse_int("run --update --json " + session).result["status"], "refused");
+  EXPECT_EQ(eclipse_int("run --update --allow-downgrade --json " + session).status, 0);
+  EXPECT_EQ(product.installed(), alpha("1.0.0"));
+
+  EXPECT_EQ(eclipse_int("undo --json " + session).status, 0);
+  EXPECT_EQ(product.installed(), alpha("2.0.0"));
+  EXPECT_EQ(eclipse_int("undo --json " + session).status, 0);
+  EXPECT_EQ(product.installed(), alpha("1.0.0")) << "as before the update";
+}
+
+TEST(Updating, RootThatAnotherHoldsBackLeavesEverythingAsItIs) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");
+  product.make_site("tools", "holder", "holder", "1.0.0", "org.example.alpha.plugin;bundle-version=\"[1.0.0,2.0.0)\"");
+  product.make_site("tools", "newer", "alpha", "2.0.0");
+  const std::string holder = "sites/holder\torg.example.holder.feature.group\n";
+  const std::string session = product.write_session("install");
+  write_descriptor(product, holder + "sites/alpha\torg.example.alpha.feature.group\n");
+  ASSERT_EQ(eclipse_int("run --json " + session).status, 0);
+  write_descriptor(product, holder + "sites/newer\torg.example.alpha.feature.group\n");
+  const Child run = eclipse_int("run --update --json " + session);
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.result["refusal"], "the director did not update the features, and nothing was changed");
+  EXPECT_THAT(run.result["commands"][0]["failure"]["causes"].dump(), testing::HasSubstr("org.example.holder"));
+  EXPECT_EQ(product.installed(), features({"alpha", "holder"}));
+}
 
 TEST(GoingBack, RunsAreTakenBackOneAfterTheOther) {
   Product product;
@@ -88,7 +144,7 @@ TEST(AllOrNothing, FailureInAnyCommandLeavesTheRootsOfBefore) {
   ASSERT_EQ(eclipse_int("run --json " + product.write_session("install")).status, 0);
   product.component("tools", {"alpha", "broken"}, alpha_then_broken);
   for (const std::string descriptor : {alpha_then_broken, broken_then_alpha}) {
-    std::ofstream(product.directory() / "tools/etc/eclipse/features.txt") << descriptor;
+    write_descriptor(product, descriptor);
     const Child run = run_all_or_nothing(product);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.result["commands"].size(), 4U);

@@ -82,7 +82,9 @@ TEST(LintDirector, OtherVersionOfAFeatureIsNotReplaced) {
                 "cd '" + site + "' && unzip -p content.jar content.xml | sed 's/1\\.0\\.0/2.0.0/g' > content.xml && rm *.jar")
                 .exit_code,
             0);
-  const Outcome outcome = product.run("install");
+  EXPECT_EQ(product.run("install").result["status"], "refused");
+  const Child call = eclipse_int("call define_eclipse_path perform_integration --json " + product.write_session("install"));
+  const Outcome outcome{call.status, call.result, {}};
   EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
   EXPECT_THAT(output_of(outcome, 0), HasSubstr("Only one of the following can be installed at once"));
   EXPECT_THAT(rules_broken_by(product), Contains("other-version-installed"));
