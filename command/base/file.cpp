@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <system_error>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -77,10 +78,14 @@ int open_regular_file(const fs::path& file) {
   return -1;
 }
 
+FileContent limited_content(std::string bytes, std::size_t limit) {
+  if (bytes.size() <= limit) return {std::move(bytes), ""};
+  return {"", "is larger than " + std::to_string(limit / largest::mebibyte) + " MiB", true};
+}
+
 FileContent read_file(const fs::path& file, std::size_t limit) {
   FileContent content = InputFile(file).read_up_to(limit + 1);
-  if (content.bytes.size() <= limit) return content;
-  return {"", "is larger than " + std::to_string(limit / largest::mebibyte) + " MiB", true};
+  return content.error.empty() ? limited_content(std::move(content.bytes), limit) : content;
 }
 
 FileContent read_beginning(const fs::path& file, std::size_t count) { return InputFile(file).read_up_to(count); }

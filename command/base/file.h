@@ -42,6 +42,9 @@ struct FileContent {
 /// errno, which is EINVAL for what is not a regular file.
 int open_regular_file(const std::filesystem::path& file);
 
+/// The content of a file that holds these bytes, of which at most so many are allowed.
+FileContent limited_content(std::string bytes, std::size_t limit);
+
 /// Reads a whole regular file of at most so many bytes.
 FileContent read_file(const std::filesystem::path& file, std::size_t limit);
 

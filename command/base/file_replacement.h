@@ -1,4 +1,4 @@
-// Replacing a file completely or not at all.
+// Writing a file whole or not at all.
 #ifndef ECLIPSE_INT_BASE_FILE_REPLACEMENT_H
 #define ECLIPSE_INT_BASE_FILE_REPLACEMENT_H
 
@@ -11,9 +11,10 @@
 namespace eclipse_base {
 
 /// A new file in the directory of another one, which it replaces when it is complete. Until then it is deleted with this
-/// object. If the other one is a link, its target is replaced. All throw FileError.
+/// object. Every function throws FileError when the file cannot be written.
 class FileReplacement {
  public:
+  /// Of a symbolic link, the file that it leads to is replaced, which need not exist otherwise.
   explicit FileReplacement(const std::filesystem::path& file);
   ~FileReplacement();
   FileReplacement(const FileReplacement&) = delete;
@@ -22,7 +23,7 @@ class FileReplacement {
   /// Only replacing the target shows that it can be replaced; the reasons against it that are known before are checked here.
   void check_target() const;
 
-  /// The file keeps its permissions, and its owner and group as far as the process may set them.
+  /// To be called once. The new file has the permissions of the old one, and its owner and group as far as they can be set.
   void replace_target_with(std::string_view text);
 
  private:

@@ -117,4 +117,58 @@ bool is_utf8(std::string_view text) {
   return true;
 }
 
+namespace {
+
+enum class ByteOrder { low_first, high_first };
+
+/// Nothing when the bytes are not UTF-16, or are not certain to be.
+std::optional<ByteOrder> utf_16_order(std::string_view bytes) {
+  if (bytes.size() % 2 != 0 || bytes.empty()) return std::nullopt;
+  if (bytes.starts_with("\xFF\xFE")) return ByteOrder::low_first;
+  if (bytes.starts_with("\xFE\xFF")) return ByteOrder::high_first;
+  const std::size_t zero = bytes[0] == '\0' ? 0 : 1;
+  for (std::size_t i = 0; i < bytes.size(); i += 2) {
+    const auto letter = static_cast<unsigned char>(bytes[i + 1 - zero]);
+    if (bytes[i + zero] != '\0' || letter == 0 || letter >= 0x80) return std::nullopt;
+  }
+  return zero == 0 ? ByteOrder::high_first : ByteOrder::low_first;
+}
+
+void append_utf_8(std::string& text, char32_t character) {
+  const auto append = [&](char32_t byte) { text += static_cast<char>(byte); };
+  const auto continuation = [&](unsigned shift) { append(0x80U | ((character >> shift) & 0x3FU)); };
+  if (character < 0x80) return append(character);
+  append(character < 0x800     ? 0xC0U | character >> 6U
+         : character < 0x10000 ? 0xE0U | character >> 12U
+                               : 0xF0U | character >> 18U);
+  if (character >= 0x10000) continuation(12);
+  if (character >= 0x800) continuation(6);
+  continuation(0);
+}
+
+}  // namespace
+
+std::optional<std::string> utf_8_of_utf_16(std::string_view bytes) {
+  const auto order = utf_16_order(bytes);
+  if (!order) return std::nullopt;
+  const auto unit_at = [&](std::size_t i) -> char32_t {
+    const char32_t first = static_cast<unsigned char>(bytes[i]);
+    const char32_t second = static_cast<unsigned char>(bytes[i + 1]);
+    return *order == ByteOrder::low_first ? second << 8U | first : first << 8U | second;
+  };
+  std::string text;
+  for (std::size_t i = 0; i < bytes.size(); i += 2) {
+    char32_t character = unit_at(i);
+    if (character == 0xFEFF && i == 0) continue;
+    if (character >= 0xD800 && character < 0xE000) {
+      const char32_t low = i + 3 < bytes.size() ? unit_at(i + 2) : 0;
+      if (character >= 0xDC00 || low < 0xDC00 || low >= 0xE000) return std::nullopt;
+      character = 0x10000 + ((character - 0xD800) << 10U) + (low - 0xDC00);
+      i += 2;
+    }
+    append_utf_8(text, character);
+  }
+  return text;
+}
+
 }  // namespace eclipse_base

@@ -59,6 +59,10 @@ std::size_t characters_in(std::string_view text);
 
 bool is_utf8(std::string_view text);
 
+/// The same text in UTF-8. The bytes are UTF-16 with a byte-order mark, or without one if all characters are ASCII. Nothing
+/// when they are not.
+std::optional<std::string> utf_8_of_utf_16(std::string_view bytes);
+
 }  // namespace eclipse_base
 
 #endif

@@ -17,8 +17,15 @@ struct NamedSignal {
   const char* name;
 };
 
-constexpr std::array<NamedSignal, 4> signals = {
-    {{SIGINT, "SIGINT"}, {SIGTERM, "SIGTERM"}, {SIGHUP, "SIGHUP"}, {SIGQUIT, "SIGQUIT"}}};
+/// All that end a program which does nothing about them, and that another program may send.
+constexpr std::array<NamedSignal, ending_signals> signals = {{{SIGINT, "SIGINT"},
+                                                              {SIGTERM, "SIGTERM"},
+                                                              {SIGHUP, "SIGHUP"},
+                                                              {SIGQUIT, "SIGQUIT"},
+                                                              {SIGUSR1, "SIGUSR1"},
+                                                              {SIGUSR2, "SIGUSR2"},
+                                                              {SIGALRM, "SIGALRM"},
+                                                              {SIGXCPU, "SIGXCPU"}}};
 
 /// One request to end may arrive as two signals: timeout(1) sends its signal to the process and to its group, and a terminal
 /// that is closed sends SIGHUP, as its shell does.

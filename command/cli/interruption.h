@@ -4,6 +4,7 @@
 
 #include <array>
 #include <csignal>
+#include <cstddef>
 #include <string>
 
 #include "standalone_host/session_run.h"
@@ -19,10 +20,13 @@ struct Interrupted {
   std::string name() const;
 };
 
-/// While an object of this class exists, SIGINT, SIGTERM, SIGHUP and SIGQUIT do not end the program: a director that dies while
-/// it writes the p2 profile leaves an Eclipse that no director can open. The first signal lets the running director end its
-/// command, and no other is started; the second one stops the director. A signal that is ignored stays so. While a second
-/// object exists, only signals that come in its lifetime count.
+/// How many signals the class below handles: SIGINT (Ctrl-C), SIGTERM, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM and SIGXCPU.
+inline constexpr std::size_t ending_signals = 8;
+
+/// While an object of this class exists, these signals do not end the program: a director that dies while it writes the p2
+/// profile leaves an Eclipse that no director can open. The first signal lets the running director end its command, and no
+/// other is started; the second one stops the director. A signal that is ignored stays so. While a second object exists, only
+/// signals that come in its lifetime count.
 class Interruption {
  public:
   Interruption();
@@ -44,7 +48,7 @@ class Interruption {
   static eclipse_host::RunObserver observer();
 
  private:
-  std::array<struct sigaction, 4> before_{};
+  std::array<struct sigaction, ending_signals> before_{};
   int outer_signal_;
   bool outer_is_repeated_;
   bool outer_is_reported_;

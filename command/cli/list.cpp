@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -52,11 +53,13 @@ std::string_view kind_of(const Unit& unit, const UnitDescription& description) {
   return unit.id.ends_with(group_suffix) ? "feature" : "other";
 }
 
-/// The categories that a unit is in, by their ids.
-std::vector<Unit> categories_of(const Unit& unit, const Repository& repository) {
-  std::vector<Unit> categories;
+/// The categories that units are in, by the ids of the units.
+using Categories = std::map<std::string, std::vector<Unit>>;
+
+Categories categories_in(const Repository& repository) {
+  Categories categories;
   for (const auto& [category, description] : repository.descriptions) {
-    if (description.members.count(unit.id) != 0) categories.push_back(category);
+    for (const auto& member : description.members) categories[member].push_back(category);
   }
   return categories;
 }
@@ -88,10 +91,10 @@ std::string text_of(const Listed& listed, bool all) {
   } else {
     table.add({"FEATURE", "VERSION", "NAME", "CATEGORIES"});
   }
+  Categories categories = categories_in(repository);
   for (const Unit& unit : units) {
     const UnitDescription& description = repository.descriptions.at(unit);
-    std::vector<std::string> row = {unit.id, unit.version, description.label,
-                                    labels_of(categories_of(unit, repository), repository)};
+    std::vector<std::string> row = {unit.id, unit.version, description.label, labels_of(categories[unit.id], repository)};
     if (all) row.insert(row.begin() + 2, std::string(kind_of(unit, description)));
     table.add(std::move(row));
   }
@@ -107,13 +110,14 @@ Json ids_of(const std::vector<Unit>& units) {
 Json json_of(const Listed& listed, bool all) {
   const Repository& repository = listed.repository;
   Json units = Json::array();
+  Categories categories = categories_in(repository);
   for (const Unit& unit : listed_units(repository, all)) {
     const UnitDescription& description = repository.descriptions.at(unit);
     units.push_back({{"id", unit.id},
                      {"version", unit.version},
                      {"kind", kind_of(unit, description)},
                      {"name", description.label},
-                     {"categories", ids_of(categories_of(unit, repository))}});
+                     {"categories", ids_of(categories[unit.id])}});
   }
   return {{"path", listed.path},
           {"kind", repository.is_composite   ? "composite"

@@ -5,10 +5,11 @@
 
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <system_error>
 #include <vector>
 
-#include "base/file_error.h"
+#include "base/file.h"
 #include "base/printable.h"
 #include "cli/standard_streams.h"
 #include "cli/usage_error.h"
@@ -38,7 +39,7 @@ std::vector<std::string> inputs_of(const SessionOptions& options, const Plugin& 
 void check_output(const SessionOptions& options, const Plugin& plugin, const Session& session, const std::string& option,
                   const std::string& output) {
   for (const std::string& input : inputs_of(options, plugin)) {
-    if (is_same_file(output, input)) refuse(option, output, input == "/proc/self/exe" ? "this program" : input);
+    if (eclipse_base::is_same_file(output, input)) refuse(option, output, input == "/proc/self/exe" ? "this program" : input);
   }
   std::error_code error;
   if (!std::filesystem::is_regular_file(output, error)) return;
@@ -55,16 +56,6 @@ void check_log_beside_json(const SessionOptions& options) {
 
 }  // namespace
 
-bool is_same_file(const std::string& one, const std::string& other) {
-  std::error_code error;
-  if (std::filesystem::equivalent(one, other, error)) return true;
-  const auto canonical = [](const std::string& file) {
-    std::error_code ignored;
-    return std::filesystem::weakly_canonical(std::filesystem::absolute(file, ignored), ignored);
-  };
-  return canonical(one) == canonical(other);
-}
-
 void check_outputs(const SessionOptions& options, const Plugin& plugin, const Session& session) {
   check_log_beside_json(options);
   if (options.write_variables) {
@@ -73,7 +64,7 @@ void check_outputs(const SessionOptions& options, const Plugin& plugin, const Se
   }
   if (!options.log) return;
   for (const auto& other : {options.variables, options.write_variables}) {
-    if (other && is_same_file(*options.log, *other)) refuse("--log", *options.log, *other);
+    if (other && eclipse_base::is_same_file(*options.log, *other)) refuse("--log", *options.log, *other);
   }
   check_output(options, plugin, session, "--log", *options.log);
 }

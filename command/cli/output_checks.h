@@ -2,16 +2,11 @@
 #ifndef ECLIPSE_INT_CLI_OUTPUT_CHECKS_H
 #define ECLIPSE_INT_CLI_OUTPUT_CHECKS_H
 
-#include <string>
-
 #include "cli/session_options.h"
 #include "standalone_host/plugin.h"
 #include "standalone_host/session.h"
 
 namespace eclipse_cli {
-
-/// Whether two paths name the same file, which need not exist.
-bool is_same_file(const std::string& one, const std::string& other);
 
 /// Checks before a run that the log and the variables file can be written, and that neither overwrites a file that the run
 /// uses: the inputs, this program, the plug-in, the descriptor files, and what is in the update sites and in the instances.

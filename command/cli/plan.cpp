@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <iostream>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -18,14 +17,14 @@
 #include "cli/resolution_text.h"
 #include "cli/run_json.h"
 #include "cli/session_command.h"
-#include "cli/session_source.h"
 #include "cli/session_variables.h"
 #include "cli/standard_streams.h"
 #include "cli/subcommands.h"
 #include "cli/updated_run.h"
 #include "dry_run/plugin_functions.h"
 #include "lint/lint.h"
-#include "p2/installed_units.h"
+#include "p2/instance_copy.h"
+#include "p2/profile.h"
 #include "p2/profile_repair.h"
 #include "p2/repository.h"
 #include "plan/offer.h"
@@ -48,7 +47,7 @@ using eclipse_update::Replacement;
 /// Throws Interrupted.
 Resolution resolve_unless_interrupted(const Plan& plan) {
   // The director works on a copy of the profile, and nothing in the instance changes. Without one it works on the instance.
-  const bool is_on_copy = eclipse_p2::recorded_units(eclipse_p2::instance_directory(plan.executable)).has_value();
+  const bool is_on_copy = eclipse_p2::InstanceCopy::is_possible_for(eclipse_p2::instance_directory(plan.executable));
   const auto lock = lock_instance(is_on_copy ? "" : plan.executable, 0);
   const Interruption interruption;
   Resolution resolution = resolve_with_progress(plan);
@@ -58,29 +57,24 @@ Resolution resolve_unless_interrupted(const Plan& plan) {
 
 constexpr std::array severities = {Severity::error, Severity::warning, Severity::note};
 
-/// How many findings of each severity lint has in a session, with the variables that the plan has. Nothing for a file that lint
-/// does not take for a session.
-std::optional<std::map<Severity, std::size_t>> lint_counts(const eclipse_host::Plugin& plugin, Repositories& repositories,
-                                                           const SessionOptions& options,
-                                                           const eclipse_host::Session& session) {
-  const std::string& file = options.session;
-  const bool is_directory = is_component_directory(file);
-  if (!is_directory && std::filesystem::path(file).extension() != ".json") return std::nullopt;
+using FindingCounts = std::map<Severity, std::size_t>;
+
+/// How many findings of each severity lint has in a session, with the variables that the plan has.
+FindingCounts lint_counts(const eclipse_host::Plugin& plugin, Repositories& repositories, const SessionCommand& command) {
   eclipse_lint::Settings settings;
-  settings.add_variables = [&](eclipse_host::Session& linted) { linted.variables = session.variables; };
-  std::map<Severity, std::size_t> counts = {{Severity::error, 0}, {Severity::warning, 0}, {Severity::note, 0}};
+  settings.add_variables = [&](eclipse_host::Session& linted) { linted.variables = command.session().variables; };
+  FindingCounts counts = {{Severity::error, 0}, {Severity::warning, 0}, {Severity::note, 0}};
   const eclipse_dry_run::PluginFunctions library(plugin);
-  const auto findings = is_directory
-                            ? eclipse_lint::lint_session(library, repositories, session_document(file, options), settings)
-                            : eclipse_lint::lint(library, repositories, file, settings);
-  for (const auto& finding : findings) ++counts[finding.severity];
+  for (const auto& finding : eclipse_lint::lint_session(library, repositories, command.document(), settings)) {
+    ++counts[finding.severity];
+  }
   return counts;
 }
 
 struct PlanReport {
   Plan plan;
   std::optional<eclipse_preview::Preview> preview;
-  std::optional<std::map<Severity, std::size_t>> findings;  ///< of lint
+  FindingCounts findings;  ///< of lint
   std::optional<Resolution> resolution;
   std::optional<eclipse_p2::ProfileDamage> damage;
   std::vector<Replacement> replacements;
@@ -89,10 +83,9 @@ struct PlanReport {
 };
 
 std::string lint_text(const PlanReport& report, const std::string& file) {
-  if (!report.findings) return "";
   std::vector<std::string> counts;
   for (const Severity severity : severities) {
-    const std::size_t count = report.findings->at(severity);
+    const std::size_t count = report.findings.at(severity);
     if (count > 0) counts.push_back(counted(count, name_of(severity)));
   }
   if (counts.empty()) return "\nlint: no findings\n";
@@ -117,9 +110,7 @@ void print_text(const PlanReport& report, const SessionOptions& options, bool is
 
 void print(const PlanReport& report) {
   nlohmann::ordered_json json = plan_json(report.plan, report.preview);
-  if (report.findings) {
-    for (const Severity severity : severities) json["lint"][std::string(name_of(severity))] = report.findings->at(severity);
-  }
+  for (const Severity severity : severities) json["lint"][std::string(name_of(severity))] = report.findings.at(severity);
   if (report.resolution) json["resolution"] = resolution_json(*report.resolution);
   if (!report.replacements.empty()) {
     json["update"] = update_json(report.replacements, report.update_command);
@@ -174,7 +165,7 @@ int plan_session(const SessionOptions& options, const PlanOptions& wanted) {
   Repositories repositories;
   if (report.plan.command) report.preview = eclipse_preview::preview(report.plan, repositories);
   if (report.plan.command) add_update(report, repositories, wanted.update);
-  report.findings = lint_counts(plugin, repositories, options, command.session());
+  report.findings = lint_counts(plugin, repositories, command);
   if (wanted.resolves) report.resolution = resolve_unless_interrupted(report.plan);
   if (report.resolution && report.preview) mark_failing(*report.preview, *report.resolution);
   if (options.json) {

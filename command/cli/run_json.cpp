@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "base/json_document.h"
+#include "base/json_text.h"
 #include "cli/standard_streams.h"
 
 namespace eclipse_cli {
@@ -114,6 +115,6 @@ void print_aborted_run(const RunFacts& run, const std::string& reason, const std
   print_json(json);
 }
 
-void print_json(const Json& document) { write_to_output(document.dump(2, ' ', true, Json::error_handler_t::replace) + '\n'); }
+void print_json(const Json& document) { write_to_output(eclipse_base::json_text(document)); }
 
 }  // namespace eclipse_cli

@@ -1,5 +1,4 @@
 #include "cli/session_command.h"
-#include "base/text.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -44,8 +43,9 @@ bool is_written(const std::function<void()>& write) {
 
 }  // namespace
 
-SessionCommand::SessionCommand(const SessionOptions& options) : options_(options) {
-  read_session(*session_document(options.session, options), session_);
+SessionCommand::SessionCommand(const SessionOptions& options)
+    : options_(options), document_(session_document(options.session, options)) {
+  read_session(*document_, session_);
   SessionVariables(options.settings, variables_file()).add_to(session_);
 }
 

@@ -3,10 +3,12 @@
 #define ECLIPSE_INT_CLI_SESSION_COMMAND_H
 
 #include <functional>
+#include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 
+#include "base/json_document.h"
 #include "cli/interruption.h"
 #include "cli/log_file.h"
 #include "cli/run_json.h"
@@ -41,6 +43,9 @@ class SessionCommand {
 
   const eclipse_host::Session& session() const { return session_; }
 
+  /// The document that the session was read from. Not null.
+  const std::shared_ptr<const eclipse_base::JsonDocument>& document() const { return document_; }
+
   /// Loads the plug-in that the options ask for. Throws PluginError, and FileError when a descriptor file is too large for it.
   eclipse_host::Plugin load_plugin() const;
 
@@ -68,6 +73,7 @@ class SessionCommand {
   int abort(const std::string& reason, const ReportAdditions& additions, const std::optional<LogFile>& log);
 
   const SessionOptions& options_;
+  std::shared_ptr<const eclipse_base::JsonDocument> document_;
   eclipse_host::Session session_;
   eclipse_host::RunRecord record_;
   CommandFailures failures_;

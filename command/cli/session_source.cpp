@@ -57,15 +57,15 @@ std::string drafted_session(const std::string& directory, const SessionOptions& 
   return eclipse_draft::draft_session(draft);
 }
 
-std::unique_ptr<const JsonDocument> session_document(const std::string& path, const SessionOptions& options) {
-  if (is_component_directory(path)) return std::make_unique<const JsonDocument>(path, drafted_session(path, options));
+std::shared_ptr<const JsonDocument> session_document(const std::string& path, const SessionOptions& options) {
+  if (is_component_directory(path)) return std::make_shared<const JsonDocument>(path, drafted_session(path, options));
   for (const auto& [is_given, option] : {std::pair(options.eclipse.has_value(), "--eclipse"), {options.removes, "--remove"}}) {
     if (is_given) {
       throw UsageError(std::string(option) + ": only for a directory of components; " + printable(path) +
                        " must say this itself as a session file");
     }
   }
-  return std::make_unique<const JsonDocument>(path);
+  return std::make_shared<const JsonDocument>(path);
 }
 
 }  // namespace eclipse_cli

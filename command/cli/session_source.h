@@ -22,7 +22,7 @@ bool is_component_directory(const std::string& path);
 std::string drafted_session(const std::string& directory, const SessionOptions& options);
 
 /// The session file at a path, or the draft for the directory there. Throws FileError, PluginError and UsageError.
-std::unique_ptr<const eclipse_base::JsonDocument> session_document(const std::string& path, const SessionOptions& options);
+std::shared_ptr<const eclipse_base::JsonDocument> session_document(const std::string& path, const SessionOptions& options);
 
 }  // namespace eclipse_cli
 

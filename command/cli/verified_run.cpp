@@ -60,7 +60,7 @@ void VerifiedRun::run(const Plugin& plugin, Session& session, RunRecord& record,
 
 void VerifiedRun::ask_before() {
   try {
-    before_ = verify(plan_, offer_, Source::director, Interruption::observer().command_progress);
+    before_ = verify_by_director(plan_, offer_, Interruption::observer().command_progress);
     warn_of_removal();
   } catch (const InstanceError& error) {
     errors_.push_back(std::string("before the run: ") + error.what());
@@ -85,7 +85,7 @@ void VerifiedRun::warn_of_removal() const {
 /// The run is done, so its report is printed even when the query is interrupted.
 void VerifiedRun::ask_after() {
   try {
-    after_ = verify(plan_, offer_, Source::director, Interruption::observer().command_progress);
+    after_ = verify_by_director(plan_, offer_, Interruption::observer().command_progress);
   } catch (const Interrupted& interrupted) {
     errors_.push_back("after the run: " + interrupted.name() + " interrupted the query for installed units");
   } catch (const InstanceError& error) {

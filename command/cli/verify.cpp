@@ -26,7 +26,6 @@ namespace eclipse_cli {
 namespace {
 
 using eclipse_plan::Plan;
-using eclipse_verify::Source;
 using eclipse_verify::Verification;
 
 /// A run without a command leaves the instance as it is. The reason may be an error.
@@ -62,14 +61,18 @@ struct Answer {
 };
 
 /// A director that only answers may write the profile, too, when the instance was moved. Throws InstanceInUse.
-Answer ask(const Plan& plan, Source source, double seconds_to_wait) {
+Answer ask(const Plan& plan, bool asks_director, double seconds_to_wait) {
   const auto lock = lock_instance(plan.executable, seconds_to_wait);
   const Interruption interruption;
   Answer answer;
   try {
     eclipse_p2::Repositories repositories;
     const auto offer = eclipse_plan::offered_to(plan, repositories);
-    answer.verification = eclipse_verify::verify(plan, offer, source, Interruption::observer().command_progress);
+    if (!asks_director) answer.verification = eclipse_verify::verify_by_profile(plan, offer);
+    if (!answer.verification) {
+      warn_of_foreign_instance(plan.executable);
+      answer.verification = eclipse_verify::verify_by_director(plan, offer, Interruption::observer().command_progress);
+    }
     Interruption::check();
   } catch (const eclipse_p2::InstanceError& error) {
     answer.error = error.what();
@@ -106,16 +109,13 @@ int report(const Plan& plan, const Answer& answer, bool json) {
 }  // namespace
 
 int verify(const SessionOptions& options, bool asks_director) {
-  const Source source = asks_director ? Source::director : Source::profile;
   const SessionCommand command(options);
   check_mode(command.session());
   const eclipse_host::Plugin plugin = command.load_plugin();
   command.warn_of_unreadable_descriptors(plugin);
   const Plan plan = eclipse_plan::make_plan(plugin, command.session(), eclipse_plan::Retries::distinct);
   if (!plan.command) return without_command(plan, options.json);
-  const bool starts_director = asks_director || !eclipse_p2::recorded_units(eclipse_p2::instance_directory(plan.executable));
-  if (starts_director) warn_of_foreign_instance(plan.executable);
-  const Answer answer = ask(plan, source, options.wait);
+  const Answer answer = ask(plan, asks_director, options.wait);
   const int status = report(plan, answer, options.json);
   print_damage(answer.damage);
   return status;

@@ -1,7 +1,9 @@
 #include "dry_run/descriptor_files.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace eclipse_dry_run {
 
@@ -22,9 +24,22 @@ eclipse_base::FileContent descriptor_content(const std::string& path) {
   return content;
 }
 
+void DescriptorFiles::set_unsaved(const std::filesystem::path& file, std::string text) {
+  unsaved_[file] = eclipse_base::limited_content(std::move(text), eclipse_base::largest::descriptor);
+}
+
+bool DescriptorFiles::has_unsaved(const std::filesystem::path& file) const { return find_unsaved(file) != unsaved_.end(); }
+
 const eclipse_base::FileContent& DescriptorFiles::at(const std::string& path) {
   const auto known = contents_.find(path);
-  return known != contents_.end() ? known->second : contents_.emplace(path, descriptor_content(path)).first->second;
+  if (known != contents_.end()) return known->second;
+  const auto unsaved = find_unsaved(path);
+  return contents_.emplace(path, unsaved == unsaved_.end() ? descriptor_content(path) : unsaved->second).first->second;
+}
+
+DescriptorFiles::Unsaved::const_iterator DescriptorFiles::find_unsaved(const std::filesystem::path& file) const {
+  return std::find_if(unsaved_.begin(), unsaved_.end(),
+                      [&](const auto& entry) { return eclipse_base::is_same_file(entry.first, file); });
 }
 
 }  // namespace eclipse_dry_run

@@ -2,6 +2,7 @@
 #ifndef ECLIPSE_INT_DRY_RUN_DESCRIPTOR_FILES_H
 #define ECLIPSE_INT_DRY_RUN_DESCRIPTOR_FILES_H
 
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <string>
@@ -18,10 +19,19 @@ eclipse_base::FileContent descriptor_content(const std::string& path);
 /// replaced meanwhile.
 class DescriptorFiles {
  public:
+  /// Takes a text for the content of a file, which need not exist: an editor has it and has not saved it yet. To be called
+  /// before the file is asked for, by whatever path.
+  void set_unsaved(const std::filesystem::path& file, std::string text);
+  bool has_unsaved(const std::filesystem::path& file) const;
+
   /// The result stays where it is.
   const eclipse_base::FileContent& at(const std::string& path);
 
  private:
+  using Unsaved = std::map<std::filesystem::path, eclipse_base::FileContent>;
+  Unsaved::const_iterator find_unsaved(const std::filesystem::path& file) const;
+
+  Unsaved unsaved_;
   std::map<std::string, eclipse_base::FileContent, std::less<>> contents_;
 };
 

@@ -28,13 +28,36 @@ struct Location {
   std::string text = {};   ///< the whole line, without its line feed
 };
 
+/// Between two characters of a file.
+struct TextPlace {
+  std::size_t line = 0;    ///< from 1; 0 means that the file has no lines, since it is not text
+  std::size_t column = 0;  ///< in characters, from 1
+};
+
+/// Replaces bytes of a file.
+struct Edit {
+  std::size_t offset = 0;        ///< of the first byte in the file
+  std::size_t length = 0;        ///< in bytes; 0 for an insertion
+  std::string replacement = {};  ///< UTF-8
+  TextPlace begin = {};          ///< where the replaced bytes begin and end
+  TextPlace end = {};
+};
+
+/// What a program can do about a finding.
+struct Correction {
+  std::string title;        ///< what it does, as "remove the spaces"
+  bool is_safe = true;      ///< only this can be meant; otherwise a person should look at the result
+  std::vector<Edit> edits;  ///< of the finding's file, in its order; they do not overlap, and all belong together
+};
+
 struct Finding {
   const Rule* rule;
   Severity severity;
   Location location;
   std::string message;
   std::string fix;
-  std::optional<std::string> reason;  ///< why an override suppresses it
+  std::optional<std::string> reason = {};     ///< why an override suppresses it
+  std::optional<Correction> correction = {};  ///< nothing when only a person can fix it
 };
 
 /// The findings of one call of lint, ordered by file and location.

@@ -64,7 +64,7 @@ class InputReader {
     return finish();
   }
 
-  std::unique_ptr<Input> read_session(std::unique_ptr<const JsonDocument> document, const AddVariables& add_variables) {
+  std::unique_ptr<Input> read_session(std::shared_ptr<const JsonDocument> document, const AddVariables& add_variables) {
     input_->has_components = true;
     SessionFacts& facts = input_->session.emplace();
     facts.document = std::move(document);
@@ -257,6 +257,20 @@ Location Descriptor::location(const Line& line, std::size_t column, std::size_t 
   return {file, line.number, offset + start + 1, std::min(length, width - std::min(start, width)), std::string(line.text)};
 }
 
+Edit Descriptor::edit(const Line& line, std::size_t start, std::size_t length, std::string replacement) const {
+  const auto place_at = [&](std::size_t byte) { return TextPlace{line.number, 1 + characters_in(line.text.substr(0, byte))}; };
+  const auto offset = static_cast<std::size_t>(line.text.data() - content.data());
+  return {offset + start, length, std::move(replacement), place_at(start), place_at(start + length)};
+}
+
+Edit Descriptor::deletion(const Line& line) const {
+  Edit edit = this->edit(line, 0, line.text.size());
+  if (edit.offset + edit.length == content.size()) return edit;
+  ++edit.length;
+  edit.end = {line.number + 1, 1};
+  return edit;
+}
+
 std::string_view Record::cell(std::size_t column) const {
   if (column >= line->columns.size()) return "";
   std::string_view text = line->columns[column];
@@ -267,6 +281,11 @@ std::string_view Record::cell(std::size_t column) const {
 Location Record::location(std::size_t column) const { return descriptor->location(*line, column, 0, cell(column).size()); }
 
 std::string Record::where() const { return descriptor->file + ":" + std::to_string(line->number); }
+
+Edit Record::edit(std::size_t column, std::size_t start, std::size_t length, std::string replacement) const {
+  const auto offset = static_cast<std::size_t>(line->columns.at(column).data() - line->text.data());
+  return descriptor->edit(*line, offset + start, length, std::move(replacement));
+}
 
 bool Component::has_descriptors() const {
   return std::any_of(files.begin(), files.end(), [](const ListedFile& file) { return file.descriptor.has_value(); });
@@ -293,7 +312,7 @@ std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, 
   }
   if (fs::is_directory(status)) return read_directory(library, sites, files, path);
   if (path.extension() == ".json") {
-    return read_session_input(library, sites, files, std::make_unique<const JsonDocument>(path), add_variables);
+    return read_session_input(library, sites, files, std::make_shared<const JsonDocument>(path), add_variables);
   }
   std::vector<std::unique_ptr<Input>> inputs;
   inputs.push_back(InputReader(library, sites, files).read_descriptor(path));
@@ -301,7 +320,7 @@ std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, 
 }
 
 std::vector<std::unique_ptr<Input>> read_session_input(const PluginFunctions& library, Repositories& sites,
-                                                       DescriptorFiles& files, std::unique_ptr<const JsonDocument> document,
+                                                       DescriptorFiles& files, std::shared_ptr<const JsonDocument> document,
                                                        const AddVariables& add_variables) {
   std::vector<std::unique_ptr<Input>> inputs;
   inputs.push_back(InputReader(library, sites, files).read_session(std::move(document), add_variables));

@@ -46,6 +46,11 @@ struct Descriptor {
   Location location(const Line& line, std::size_t column, std::size_t start = 0,
                     std::size_t length = std::string_view::npos) const;
   Location location(const Line& line) const;
+
+  /// Replaces a part of a line, which begins at this byte, from 0.
+  Edit edit(const Line& line, std::size_t start, std::size_t length, std::string replacement = "") const;
+  /// Deletes a line and its line feed.
+  Edit deletion(const Line& line) const;
 };
 
 /// One data line.
@@ -63,6 +68,8 @@ struct Record {
   bool has_order() const { return line->columns.size() > 3; }
   Location location(std::size_t column) const;
   std::string where() const;  ///< "FILE:LINE"
+  /// Replaces a part of a column, which the line has; bytes count from 0.
+  Edit edit(std::size_t column, std::size_t start, std::size_t length, std::string replacement = "") const;
 };
 
 /// A file that a component's package lists.
@@ -92,7 +99,7 @@ struct UnlistedFile {
 
 /// What only a session has.
 struct SessionFacts {
-  std::unique_ptr<const eclipse_base::JsonDocument> document;
+  std::shared_ptr<const eclipse_base::JsonDocument> document;
   std::unique_ptr<eclipse_host::Session> session;
   /// Where each is set; without a line when it is set outside of the session file.
   std::map<std::string, Location> variables;
@@ -141,7 +148,7 @@ std::vector<std::unique_ptr<Input>> read_inputs(const eclipse_dry_run::PluginFun
 /// The same for a session that a document describes.
 std::vector<std::unique_ptr<Input>> read_session_input(const eclipse_dry_run::PluginFunctions& library,
                                                        eclipse_p2::Repositories& sites, eclipse_dry_run::DescriptorFiles& files,
-                                                       std::unique_ptr<const eclipse_base::JsonDocument> document,
+                                                       std::shared_ptr<const eclipse_base::JsonDocument> document,
                                                        const AddVariables& add_variables);
 
 }  // namespace eclipse_lint

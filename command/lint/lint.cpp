@@ -132,12 +132,22 @@ std::vector<Override> read_overrides(const fs::path& file) {
 
 Findings lint(const PluginFunctions& library, Repositories& sites, const fs::path& path, const Settings& settings) {
   DescriptorFiles files;
+  return lint(library, sites, files, path, settings);
+}
+
+Findings lint_session(const PluginFunctions& library, Repositories& sites, std::shared_ptr<const JsonDocument> document,
+                      const Settings& settings) {
+  DescriptorFiles files;
+  return lint_session(library, sites, files, std::move(document), settings);
+}
+
+Findings lint(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files, const fs::path& path,
+              const Settings& settings) {
   return findings_in(read_inputs(library, sites, files, path, settings.add_variables), settings);
 }
 
-Findings lint_session(const PluginFunctions& library, Repositories& sites, std::unique_ptr<const JsonDocument> document,
-                      const Settings& settings) {
-  DescriptorFiles files;
+Findings lint_session(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,
+                      std::unique_ptr<const JsonDocument> document, const Settings& settings) {
   return findings_in(read_session_input(library, sites, files, std::move(document), settings.add_variables), settings);
 }
 

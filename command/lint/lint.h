@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/json_document.h"
+#include "dry_run/descriptor_files.h"
 #include "dry_run/plugin_functions.h"
 #include "lint/finding.h"
 #include "p2/repository.h"
@@ -50,7 +51,14 @@ Findings lint(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repos
 
 /// The same for a session that a document describes. `document` is not null.
 Findings lint_session(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
-                      std::unique_ptr<const eclipse_base::JsonDocument> document, const Settings& settings = {});
+                      std::shared_ptr<const eclipse_base::JsonDocument> document, const Settings& settings = {});
+
+/// Both with descriptor files that may be unsaved. An unsaved descriptor file to lint need not exist.
+Findings lint(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
+              eclipse_dry_run::DescriptorFiles& files, const std::filesystem::path& path, const Settings& settings);
+Findings lint_session(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
+                      eclipse_dry_run::DescriptorFiles& files, std::unique_ptr<const eclipse_base::JsonDocument> document,
+                      const Settings& settings);
 
 }  // namespace eclipse_lint
 

@@ -14,8 +14,8 @@ namespace eclipse_lint {
 /// "→". Suppressed findings are left out. Prints nothing when there are no others.
 void print_text(std::ostream& out, const Findings& findings, bool in_colour);
 
-/// {findings: [{rule, group, severity, file, line, column, length, text, message, why, fix, override}], counts: {error,
-/// warning, note, overridden}}. Columns and lengths are in bytes. What is not UTF-8 becomes U+FFFD.
+/// {findings: [{rule, group, severity, file, line, column, length, text, message, why, fix, correction, override}], counts:
+/// {error, warning, note, overridden}}. Columns, offsets and lengths are in bytes. What is not UTF-8 becomes U+FFFD.
 void print_json(std::ostream& out, const Findings& findings);
 
 /// SARIF 2.1.0, with columns in characters. Suppressed findings have the reason as justification. The tag of a rule is its

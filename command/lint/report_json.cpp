@@ -1,6 +1,7 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
+#include "base/json_text.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "lint/report.h"
@@ -12,8 +13,12 @@ namespace eclipse_lint {
 
 namespace {
 
-void print(std::ostream& out, const Json& document) {
-  out << document.dump(2, ' ', true, Json::error_handler_t::replace) << "\n";
+Json correction_as_json(const Correction& correction) {
+  Json edits = Json::array();
+  for (const Edit& edit : correction.edits) {
+    edits.push_back({{"offset", edit.offset}, {"length", edit.length}, {"replacement", edit.replacement}});
+  }
+  return {{"title", correction.title}, {"safe", correction.is_safe}, {"edits", edits}};
 }
 
 Json finding_as_json(const Finding& finding) {
@@ -28,6 +33,7 @@ Json finding_as_json(const Finding& finding) {
                 {"message", finding.message},
                 {"why", finding.rule->why},
                 {"fix", finding.fix}};
+  if (finding.correction) entry["correction"] = correction_as_json(*finding.correction);
   if (finding.reason) entry["override"] = *finding.reason;
   return entry;
 }
@@ -62,6 +68,25 @@ Json location_of(const Location& location) {
   return {{"physicalLocation", physical}};
 }
 
+/// What is not text has no lines, only bytes.
+Json region_of(const Edit& edit) {
+  if (edit.begin.line == 0) return {{"byteOffset", edit.offset}, {"byteLength", edit.length}};
+  return {{"startLine", edit.begin.line},
+          {"startColumn", edit.begin.column},
+          {"endLine", edit.end.line},
+          {"endColumn", edit.end.column}};
+}
+
+Json fix_of(const Finding& finding) {
+  Json replacements = Json::array();
+  for (const Edit& edit : finding.correction->edits) {
+    replacements.push_back({{"deletedRegion", region_of(edit)}, {"insertedContent", {{"text", edit.replacement}}}});
+  }
+  const Json artifact = {{"uri", uri_of(finding.location.file)}};
+  const Json change = {{"artifactLocation", artifact}, {"replacements", replacements}};
+  return {{"description", {{"text", finding.correction->title}}}, {"artifactChanges", Json::array({change})}};
+}
+
 Json result_of(const Finding& finding) {
   Json result = {
       {"ruleId", finding.rule->name},
@@ -69,6 +94,7 @@ Json result_of(const Finding& finding) {
       {"level", name_of(finding.severity)},
       {"message", {{"text", finding.message + ". " + std::string(finding.rule->why) + " Fix: " + finding.fix + "."}}},
       {"locations", Json::array({location_of(finding.location)})}};
+  if (finding.correction) result["fixes"] = Json::array({fix_of(finding)});
   if (finding.reason) {
     result["suppressions"] = Json::array({{{"kind", "external"}, {"justification", *finding.reason}}});
   }
@@ -98,7 +124,7 @@ void print_json(std::ostream& out, const Findings& findings) {
     Json& count = counts[finding.reason ? "overridden" : std::string(name_of(finding.severity))];
     count = count.get<int>() + 1;
   }
-  print(out, {{"findings", list}, {"counts", counts}});
+  out << json_text({{"findings", list}, {"counts", counts}});
 }
 
 void print_sarif(std::ostream& out, const Findings& findings, const std::string& version) {
@@ -106,8 +132,8 @@ void print_sarif(std::ostream& out, const Findings& findings, const std::string&
   for (const Finding& finding : findings) results.push_back(result_of(finding));
   const Json driver = {{"name", "eclipse-int lint"}, {"version", version}, {"rules", rules_as_json()}};
   const Json run = {{"tool", {{"driver", driver}}}, {"columnKind", "unicodeCodePoints"}, {"results", results}};
-  print(out,
-        {{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"}, {"version", "2.1.0"}, {"runs", Json::array({run})}});
+  out << json_text(
+      {{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"}, {"version", "2.1.0"}, {"runs", Json::array({run})}});
 }
 
 }  // namespace eclipse_lint

@@ -110,8 +110,10 @@ void print_rule(std::ostream& out, const Rule& rule, bool in_colour) {
   out << colours.bold(std::string(rule.name)) << " (" << colours.of(rule.severity, std::string(name_of(rule.severity))) << ", "
       << name_of(rule.group) << "): " << rule.title << "\n\n"
       << colours.bold("Why") << "\n  " << rule.why << "\n\n"
-      << colours.bold("Fix") << "\n  " << rule.fix << "\n\n"
-      << colours.bold("Bad") << " (→ is a tab)\n";
+      << colours.bold("Fix") << "\n  " << rule.fix << "\n";
+  const std::string options = replaced(options_for(rule.corrects), "`", "");
+  if (!options.empty()) out << "  " << options << "\n";
+  out << "\n" << colours.bold("Bad") << " (→ is a tab)\n";
   print_sample(out, rule.bad, "  ");
   out << "\n" << colours.bold("Good") << "\n";
   print_sample(out, rule.good, "  ");
@@ -145,6 +147,7 @@ void print_manual(std::ostream& out) {
           << "**" << name_of(rule->severity) << ":** " << rule->title << "\n\n"
           << rule->why << "\n\n"
           << "*Fix:* " << rule->fix << "\n";
+      if (rule->corrects != Corrects::no) out << "\n*Automatic:* " << options_for(rule->corrects) << "\n";
     }
   }
 }

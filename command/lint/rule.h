@@ -20,10 +20,11 @@ class Reporter {
  public:
   Reporter(const Rule& rule, Findings& findings) : rule_(rule), findings_(findings) {}
 
-  void report(Location location, std::string message);
+  void report(Location location, std::string message, std::optional<Correction> correction = {});
   /// With a better fix than the rule's own.
-  void report(Location location, std::string message, std::string fix);
-  void report(Severity severity, Location location, std::string message, std::string fix);
+  void report(Location location, std::string message, std::string fix, std::optional<Correction> correction = {});
+  void report(Severity severity, Location location, std::string message, std::string fix,
+              std::optional<Correction> correction = {});
 
  private:
   const Rule& rule_;
@@ -45,6 +46,13 @@ struct Sample {
 
 /// How much of the file a finding supersedes: other findings there would only mislead.
 enum class Supersedes { nothing, line, file };
+
+/// Whether the findings of a rule have corrections, at least where one can tell what is meant.
+enum class Corrects { no, safely, unsafely, both };
+
+/// Which option of lint applies the corrections of a rule, as a sentence in Markdown or, without its marks, as plain text;
+/// empty when it has none.
+std::string options_for(Corrects corrects);
 
 /// What a rule is about.
 enum class Group { files, lines, repositories, features, orders, eclipse, session, removal };
@@ -72,6 +80,7 @@ struct Rule {
   bool concerns_removals = true;
   /// Of two rules that supersede the same, both report their findings.
   Supersedes supersedes = Supersedes::nothing;
+  Corrects corrects = Corrects::no;
 };
 
 /// All rules, in the order of their groups.

@@ -29,16 +29,32 @@ std::optional<Severity> severity_named(std::string_view name) {
   return std::nullopt;
 }
 
-void Reporter::report(Location location, std::string message) {
-  report(std::move(location), std::move(message), std::string(rule_.fix));
+void Reporter::report(Location location, std::string message, std::optional<Correction> correction) {
+  report(std::move(location), std::move(message), std::string(rule_.fix), std::move(correction));
 }
 
-void Reporter::report(Location location, std::string message, std::string fix) {
-  report(rule_.severity, std::move(location), std::move(message), std::move(fix));
+void Reporter::report(Location location, std::string message, std::string fix, std::optional<Correction> correction) {
+  report(rule_.severity, std::move(location), std::move(message), std::move(fix), std::move(correction));
 }
 
-void Reporter::report(Severity severity, Location location, std::string message, std::string fix) {
-  findings_.push_back({&rule_, severity, std::move(location), std::move(message), std::move(fix), std::nullopt});
+void Reporter::report(Severity severity, Location location, std::string message, std::string fix,
+                      std::optional<Correction> correction) {
+  findings_.push_back(
+      {&rule_, severity, std::move(location), std::move(message), std::move(fix), std::nullopt, std::move(correction)});
+}
+
+std::string options_for(Corrects corrects) {
+  switch (corrects) {
+    case Corrects::no:
+      return "";
+    case Corrects::safely:
+      return "`--fix` does this where only one result can be meant.";
+    case Corrects::unsafely:
+      return "`--fix --unsafe-fixes` does this where the result is probably what is meant.";
+    case Corrects::both:
+      return "`--fix` does this where only one result can be meant, with `--unsafe-fixes` also where it probably is.";
+  }
+  return "";
 }
 
 std::string_view name_of(Group group) {

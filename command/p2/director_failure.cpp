@@ -15,7 +15,7 @@
 
 #include "base/file.h"
 #include "base/printable.h"
-
+#include "base/text.h"
 #include "shell/exit_code.h"
 
 namespace fs = std::filesystem;
@@ -68,13 +68,12 @@ class Causes {
   std::set<std::string> known_;
 };
 
-std::vector<std::string> lines_of(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) {
+std::vector<std::string> printed_lines(const std::string& text) {
+  std::vector<std::string> lines = eclipse_base::lines_of(text);
+  for (std::string& line : lines) {
     if (line.ends_with('\r')) line.pop_back();
-    if (!line.empty()) lines.push_back(line);
   }
+  std::erase(lines, "");
   return lines;
 }
 
@@ -90,7 +89,7 @@ std::string without_tags(std::string line) {
 /// The lines that were printed, without stack traces and other lines in the form of a log. Of many, only the first.
 std::vector<std::string> messages_of(const CommandResult& result) {
   std::vector<std::string> messages;
-  for (const std::string& line : lines_of(result.output + result.error_output)) {
+  for (const std::string& line : printed_lines(result.output + result.error_output)) {
     if (messages.size() == most_messages) break;
     if (line.starts_with('\t') || line.starts_with('!')) continue;
     const std::string message = shortened(without_tags(line));
@@ -101,7 +100,7 @@ std::vector<std::string> messages_of(const CommandResult& result) {
 
 /// The lines that the director printed after the one that says that it failed.
 std::vector<std::string> reasons_in(const std::string& output) {
-  std::vector<std::string> lines = lines_of(output);
+  std::vector<std::string> lines = printed_lines(output);
   const auto failed = std::find(lines.begin(), lines.end(), installation_failed);
   if (failed == lines.end()) return {};
   Causes reasons;

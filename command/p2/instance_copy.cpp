@@ -66,12 +66,16 @@ void copy_instance(const fs::path& from, const fs::path& to, const fs::path& sta
 
 }  // namespace
 
-std::unique_ptr<InstanceCopy> InstanceCopy::of(const fs::path& instance) try {
+bool InstanceCopy::is_possible_for(const fs::path& instance) {
   const fs::path state = profile_file(instance);
   const bool is_inside = !state.empty() && state == state.lexically_normal();
-  if (!is_inside || !keeps_data_beside_configuration(instance)) return nullptr;
+  return is_inside && keeps_data_beside_configuration(instance);
+}
+
+std::unique_ptr<InstanceCopy> InstanceCopy::of(const fs::path& instance) try {
+  if (!is_possible_for(instance)) return nullptr;
   std::unique_ptr<InstanceCopy> copy(new InstanceCopy);
-  copy_instance(instance, copy->directory(), state);
+  copy_instance(instance, copy->directory(), profile_file(instance));
   return copy;
 } catch (const fs::filesystem_error& error) {
   throw InstanceError("\"" + instance.string() + "\" cannot be copied to ask its director: " + error.what());

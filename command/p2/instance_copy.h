@@ -14,8 +14,11 @@ namespace eclipse_p2 {
 /// the instance that is started with this configuration finds this profile, and writes its logs and caches here.
 class InstanceCopy {
  public:
-  /// Null when the instance keeps its profile elsewhere than is usual, or has none: a director that is started with a copied
-  /// configuration would look at another profile. Throws InstanceError when something cannot be copied.
+  /// False when the instance keeps its profile elsewhere than is usual, or has none: a director that is started with a copied
+  /// configuration would look at another profile.
+  static bool is_possible_for(const std::filesystem::path& instance);
+
+  /// Null when it is not possible. Throws InstanceError when something cannot be copied.
   static std::unique_ptr<InstanceCopy> of(const std::filesystem::path& instance);
 
   /// Laid out as the instance is.

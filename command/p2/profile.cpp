@@ -79,26 +79,24 @@ bool requires_a_unit(const pugi::xml_node& required) {
          !required.attribute("optional").as_bool();
 }
 
-using IdAndVersion = std::pair<std::string, std::string>;
-
-std::set<IdAndVersion> roots_in(const pugi::xml_node& profile) {
-  std::set<IdAndVersion> roots;
+std::set<Unit> roots_in(const pugi::xml_node& profile) {
+  std::set<Unit> roots;
   for (const pugi::xml_node unit : profile.child("iusProperties").children("iuProperties")) {
     const pugi::xml_node root =
         unit.child("properties").find_child_by_attribute("property", "name", "org.eclipse.equinox.p2.type.root");
-    if (root.attribute("value").as_bool()) roots.emplace(unit.attribute("id").value(), unit.attribute("version").value());
+    if (root.attribute("value").as_bool()) roots.insert({unit.attribute("id").value(), unit.attribute("version").value()});
   }
   return roots;
 }
 
 std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
   std::vector<InstalledUnit> installed;
-  const std::set<IdAndVersion> roots = roots_in(profile);
+  const std::set<Unit> roots = roots_in(profile);
   std::map<std::string, std::vector<std::string>> requirers;
   for (const pugi::xml_node unit : profile.child("units").children("unit")) {
     const std::string id = unit.attribute("id").value();
     const std::string version = unit.attribute("version").value();
-    installed.push_back({id, version, {}, roots.contains({id, version})});
+    installed.push_back({id, version, {}, roots.contains(Unit{id, version})});
     // A fragment goes with the unit that it configures.
     if (unit.child("hostRequirements")) continue;
     for (const pugi::xml_node required : unit.child("requires").children("required")) {

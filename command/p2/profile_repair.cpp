@@ -21,15 +21,13 @@ namespace {
 
 bool is_readable(const ProfileState& state) { return state.error.empty(); }
 
-using IdAndVersion = std::pair<std::string, std::string>;
-
 /// The bundles that the instance starts with. Each line is "NAME,VERSION,LOCATION,LEVEL,STARTED".
-std::set<IdAndVersion> listed_bundles(const fs::path& instance) {
-  std::set<IdAndVersion> bundles;
+std::set<Unit> listed_bundles(const fs::path& instance) {
+  std::set<Unit> bundles;
   const fs::path list = instance / "configuration/org.eclipse.equinox.simpleconfigurator/bundles.info";
   for (const std::string& line : lines_of(read_file(list, largest::configuration).bytes)) {
     const auto columns = split(line, ',');
-    if (!line.starts_with('#') && columns.size() > 1) bundles.emplace(columns[0], columns[1]);
+    if (!line.starts_with('#') && columns.size() > 1) bundles.insert({columns[0], columns[1]});
   }
   return bundles;
 }
@@ -54,12 +52,12 @@ std::optional<LostUnits> lost_units(const fs::path& instance, const std::vector<
   const ProfileState& newest = states.front();
   const auto before = std::find_if(states.begin() + 1, states.end(), is_readable);
   if (before == states.end() || count_of(newest) * 2 >= count_of(*before)) return std::nullopt;
-  std::set<IdAndVersion> listed = listed_bundles(instance);
+  std::set<Unit> listed = listed_bundles(instance);
   if (newest.units) {
     for (const InstalledUnit& unit : *newest.units) listed.erase({unit.id, unit.version});
   }
   const auto bundles = std::count_if(before->units->begin(), before->units->end(), [&](const InstalledUnit& unit) {
-    return listed.contains({unit.id, unit.version});
+    return listed.contains(Unit{unit.id, unit.version});
   });
   if (bundles == 0) return std::nullopt;
   return LostUnits{count_of(newest), count_of(*before), static_cast<std::size_t>(bundles), before->time};

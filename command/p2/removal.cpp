@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <map>
 #include <utility>
 
 namespace eclipse_p2 {
@@ -22,23 +21,32 @@ std::set<std::string_view> ids_that_stay(const std::vector<Unit>& removed, const
 
 }  // namespace
 
-std::vector<UnitState> states_of(const std::vector<Unit>& units, const std::vector<InstalledUnit>& installed) {
-  std::multimap<std::string_view, const InstalledUnit*> by_id;
-  for (const InstalledUnit& unit : installed) by_id.emplace(unit.id, &unit);
-  std::vector<UnitState> states;
-  for (const Unit& unit : units) {
-    UnitState& state = states.emplace_back();
-    const auto [begin, end] = by_id.equal_range(unit.id);
-    for (auto found = begin; found != end; ++found) {
-      const InstalledUnit& candidate = *found->second;
-      if (is_wanted(unit, {candidate.id, candidate.version})) {
-        // The same for all versions, since requirers are known by id.
-        if (!state.is_installed) state.required_by = candidate.required_by.get();
-        state.is_installed = true;
-      } else {
-        state.other_versions.push_back(candidate.version);
-      }
+InstalledById::InstalledById(const std::vector<InstalledUnit>& installed) {
+  for (const InstalledUnit& unit : installed) units_.emplace(unit.id, &unit);
+}
+
+UnitState InstalledById::state_of(const std::string& id, const std::function<bool(const Unit& installed)>& is_it) const {
+  UnitState state;
+  const auto [begin, end] = units_.equal_range(id);
+  for (auto found = begin; found != end; ++found) {
+    const InstalledUnit& unit = *found->second;
+    if (is_it({unit.id, unit.version})) {
+      // The same for all versions, since requirers are known by id.
+      if (!state.is_installed) state.required_by = unit.required_by.get();
+      state.is_installed = true;
+    } else {
+      state.other_versions.push_back(unit.version);
     }
+  }
+  return state;
+}
+
+std::vector<UnitState> states_of(const std::vector<Unit>& units, const std::vector<InstalledUnit>& installed) {
+  const InstalledById by_id(installed);
+  std::vector<UnitState> states;
+  states.reserve(units.size());
+  for (const Unit& wanted : units) {
+    states.push_back(by_id.state_of(wanted.id, [&](const Unit& unit) { return is_wanted(wanted, unit); }));
   }
   return states;
 }

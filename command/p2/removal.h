@@ -3,6 +3,8 @@
 #ifndef ECLIPSE_INT_P2_REMOVAL_H
 #define ECLIPSE_INT_P2_REMOVAL_H
 
+#include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -18,6 +20,18 @@ struct UnitState {
   bool is_installed = false;                ///< in the version that is named, if one is
   std::vector<std::string> required_by;     ///< the ids of the installed units that require it
   std::vector<std::string> other_versions;  ///< that are installed
+};
+
+/// Looks installed units up by their ids. It refers to them, so they must outlive it.
+class InstalledById {
+ public:
+  explicit InstalledById(const std::vector<InstalledUnit>& installed);
+
+  /// What is installed under an id, where `is_it` says which of the versions are meant.
+  UnitState state_of(const std::string& id, const std::function<bool(const Unit& installed)>& is_it) const;
+
+ private:
+  std::multimap<std::string_view, const InstalledUnit*> units_;
 };
 
 /// The states of these units in an instance with these installed units.

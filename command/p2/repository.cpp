@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <cstdint>
 #include <pugixml.hpp>
 #include <string_view>
 #include <system_error>
@@ -62,8 +64,8 @@ std::string name_of_artifact(const pugi::xml_node& artifact) {
          artifact.attribute("version").value();
 }
 
-std::string property_of(const pugi::xml_node& unit, const std::string& name) {
-  return unit.child("properties").find_child_by_attribute("property", "name", name.c_str()).attribute("value").value();
+std::string property_of(const pugi::xml_node& node, const std::string& name) {
+  return node.child("properties").find_child_by_attribute("property", "name", name.c_str()).attribute("value").value();
 }
 
 /// A label "%key" stands for the property "df_LT.key".
@@ -122,6 +124,20 @@ bool is_kept_otherwise(const pugi::xml_node& artifact) {
   return static_cast<bool>(artifact.child("properties").find_child_by_attribute("property", "name", "format"));
 }
 
+/// How large the file of an artifact must be. Nothing without a checksum: then the director accepts any size.
+std::optional<std::uintmax_t> fixed_size_of(const pugi::xml_node& artifact) {
+  const auto properties = artifact.child("properties").children("property");
+  const bool has_checksum = std::any_of(properties.begin(), properties.end(), [](const pugi::xml_node& property) {
+    const std::string_view name = property.attribute("name").value();
+    return name.starts_with("download.checksum.") || name == "download.md5";
+  });
+  const std::string size = property_of(artifact, "download.size");
+  std::uintmax_t bytes = 0;
+  const auto [end, error] = std::from_chars(size.data(), size.data() + size.size(), bytes);
+  const bool is_number = error == std::errc() && end == size.data() + size.size();
+  return has_checksum && is_number ? std::optional(bytes) : std::nullopt;
+}
+
 void read_artifacts(const pugi::xml_node& repository, const RepositoryFiles& files, Repository& read) {
   const auto directories = mapped_directories(repository);
   read.artifacts.emplace();
@@ -131,10 +147,12 @@ void read_artifacts(const pugi::xml_node& repository, const RepositoryFiles& fil
     if (directory != directories.end() && !is_kept_otherwise(artifact)) {
       file = directory->second + "/" + artifact.attribute("id").value() + "_" + artifact.attribute("version").value() + ".jar";
     }
-    if (file.empty() || files.has(file)) {
-      read.artifacts->insert(name_of_artifact(artifact));
-    } else {
+    if (!file.empty() && !files.has(file)) {
       read.missing_artifacts.emplace(name_of_artifact(artifact), std::move(file));
+    } else if (const std::string error = file.empty() ? "" : files.jar_error(file, fixed_size_of(artifact)); !error.empty()) {
+      read.damaged_artifacts.emplace(name_of_artifact(artifact), file + " " + error);
+    } else {
+      read.artifacts->insert(name_of_artifact(artifact));
     }
   }
 }
@@ -257,6 +275,9 @@ class Repositories::Reader {
     artifacts.insert(child.artifacts->begin(), child.artifacts->end());
     for (const auto& [name, file] : child.missing_artifacts) {
       repository_.missing_artifacts.emplace(name, with_slash(location) + file);
+    }
+    for (const auto& [name, error] : child.damaged_artifacts) {
+      repository_.damaged_artifacts.emplace(name, with_slash(location) + error);
     }
   }
 

@@ -53,6 +53,9 @@ struct Repository {
   std::optional<std::set<std::string>> artifacts;
   /// Those that its metadata lists but whose files do not exist, with the paths of these in the repository.
   std::map<std::string, std::string> missing_artifacts;
+  /// Those whose files the director does not accept, with "PATH ERROR", as far as the beginning and the size of a file in a
+  /// directory show it. Checksums are not computed.
+  std::map<std::string, std::string> damaged_artifacts;
 };
 
 /// The repositories that were looked into so far, each once, however many paths and composites lead to it.

@@ -113,6 +113,20 @@ bool RepositoryFiles::has_any(Listing listing) const {
   });
 }
 
+std::string RepositoryFiles::jar_error(const std::string& name, std::optional<std::uintmax_t> size) const {
+  if (archive_) return "";
+  constexpr std::string_view large_file_pointer = "version https://git-lfs.github.com/spec/";
+  constexpr std::string_view zip = "PK";
+  const FileContent beginning = read_beginning(place_.path / name, large_file_pointer.size());
+  if (!beginning.error.empty()) return beginning.error;
+  if (beginning.bytes == large_file_pointer) return "is a Git LFS pointer, not the file that it stands for";
+  if (!beginning.bytes.starts_with(zip)) return "is not a zip archive";
+  std::error_code error;
+  const std::uintmax_t actual = fs::file_size(place_.path / name, error);
+  if (error || !size || actual == *size) return "";
+  return "has " + std::to_string(actual) + " bytes, but the repository lists it with " + std::to_string(*size);
+}
+
 std::vector<const RepositoryFiles::Form*> RepositoryFiles::order_of(Listing listing, const std::string& index_text) {
   std::vector<const Form*> order;
   const auto& forms = forms_of(listing);

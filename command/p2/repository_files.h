@@ -14,6 +14,7 @@
 
 #include <compare>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <pugixml.hpp>
@@ -58,6 +59,9 @@ class RepositoryFiles {
   bool has(const std::string& name) const;
   /// Whether there is a file in any of the forms.
   bool has_any(Listing listing) const;
+  /// Why the director does not accept a jar that is in a directory, to be read after its name; empty when nothing shows it.
+  /// `size` is the one that it must have, if any.
+  std::string jar_error(const std::string& name, std::optional<std::uintmax_t> size) const;
   /// The file that the director reads. Nothing when there is none.
   std::optional<Metadata> read(Listing listing) const;
   /// The path of a directory inside that has metadata, with a slash at its end; empty when there is none.

@@ -11,6 +11,7 @@
 
 #include "base/file_replacement.h"
 #include "base/json_document.h"
+#include "base/json_text.h"
 
 namespace fs = std::filesystem;
 using namespace eclipse_base;
@@ -98,7 +99,7 @@ void record_run(const fs::path& instance, const RecordedRun& run) {
   const std::size_t first = runs.size() - std::min(runs.size(), most_recorded_runs);
   Json list = Json::array();
   for (std::size_t i = first; i < runs.size(); ++i) list.push_back(json_of(runs[i]));
-  FileReplacement(file).replace_target_with(Json{{"runs", list}}.dump(2, ' ', true, Json::error_handler_t::replace) + "\n");
+  FileReplacement(file).replace_target_with(json_text({{"runs", list}}));
 }
 
 }  // namespace eclipse_p2

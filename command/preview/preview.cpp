@@ -116,6 +116,13 @@ void add_removals(Preview& preview, const Plan& plan, const std::optional<Instal
     }
     preview.features.push_back(std::move(feature));
   }
+  const auto fails = [](const PreviewedFeature& feature) { return feature.change == Change::fail; };
+  if (std::none_of(preview.features.begin(), preview.features.end(), fails)) return;
+  for (PreviewedFeature& feature : preview.features) {
+    if (feature.change != Change::remove) continue;
+    feature.change = Change::fail;
+    feature.remark = "stays, because another feature is not installed";
+  }
 }
 
 }  // namespace

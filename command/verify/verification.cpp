@@ -59,21 +59,11 @@ std::vector<Unit> without_places(const std::vector<CheckedUnit>& checked) {
 }
 
 /// The profile has the roots, too.
-using UnitsById = std::multimap<std::string_view, const InstalledUnit*>;
-
-void look_up_all(CheckedUnit& checked, const UnitsById& all) {
-  checked.other_versions.clear();
-  const auto [begin, end] = all.equal_range(checked.unit.id);
-  for (auto found = begin; found != end; ++found) {
-    const eclipse_p2::InstalledUnit& unit = *found->second;
-    if (is_as_wanted(checked, {unit.id, unit.version})) {
-      // The same for all versions: requirers are known by id.
-      if (checked.required_by.empty()) checked.required_by = unit.required_by.get();
-      checked.is_installed = true;
-    } else {
-      checked.other_versions.push_back(unit.version);
-    }
-  }
+void look_up_all(CheckedUnit& checked, const InstalledById& all) {
+  UnitState state = all.state_of(checked.unit.id, [&](const Unit& unit) { return is_as_wanted(checked, unit); });
+  checked.is_installed = checked.is_installed || state.is_installed;
+  checked.required_by = std::move(state.required_by);
+  checked.other_versions = std::move(state.other_versions);
 }
 
 }  // namespace
@@ -117,26 +107,23 @@ std::vector<CheckedUnit> Verification::staying() const {
 
 Verification compare(const eclipse_plan::Plan& plan, InstalledUnits installed, const Offer& offer) {
   Verification verification{plan.is_removal, plan.executable, std::move(installed), Source::director, units_of(plan, offer)};
-  UnitsById all;
-  if (verification.knows_all()) {
-    for (const auto& unit : *verification.installed.all) all.emplace(unit.id, &unit);
-  }
-  for (CheckedUnit& checked : verification.units) {
-    look_up_roots(checked, verification.installed.roots);
-    if (verification.knows_all()) look_up_all(checked, all);
-  }
+  for (CheckedUnit& checked : verification.units) look_up_roots(checked, verification.installed.roots);
+  if (!verification.knows_all()) return verification;
+  const InstalledById all(*verification.installed.all);
+  for (CheckedUnit& checked : verification.units) look_up_all(checked, all);
   return verification;
 }
 
-Verification verify(const eclipse_plan::Plan& plan, const Offer& offer, Source source,
-                    const eclipse_shell::CommandProgress& progress) {
-  if (source == Source::profile) {
-    if (auto recorded = recorded_units(instance_directory(plan.executable))) {
-      Verification verification = compare(plan, *std::move(recorded), offer);
-      verification.source = Source::profile;
-      return verification;
-    }
-  }
+std::optional<Verification> verify_by_profile(const eclipse_plan::Plan& plan, const Offer& offer) {
+  auto recorded = recorded_units(instance_directory(plan.executable));
+  if (!recorded) return std::nullopt;
+  Verification verification = compare(plan, *std::move(recorded), offer);
+  verification.source = Source::profile;
+  return verification;
+}
+
+Verification verify_by_director(const eclipse_plan::Plan& plan, const Offer& offer,
+                                const eclipse_shell::CommandProgress& progress) {
   return compare(plan, installed_units(plan.executable, progress), offer);
 }
 

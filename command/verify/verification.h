@@ -49,10 +49,12 @@ struct Verification {
 Verification compare(const eclipse_plan::Plan& plan, eclipse_p2::InstalledUnits installed,
                      const eclipse_plan::Offer& offer = {});
 
-/// Looks at the instance of a plan, which has a command. `source` is what is asked first; a profile that cannot be read leaves
-/// the director. Throws InstanceError.
-Verification verify(const eclipse_plan::Plan& plan, const eclipse_plan::Offer& offer, Source source,
-                    const eclipse_shell::CommandProgress& progress = {});
+/// Compares a plan, which has a command, with what the profile of its instance records. Nothing when it cannot be read.
+std::optional<Verification> verify_by_profile(const eclipse_plan::Plan& plan, const eclipse_plan::Offer& offer);
+
+/// Compares a plan, which has a command, with what the director of its instance says. Throws InstanceError.
+Verification verify_by_director(const eclipse_plan::Plan& plan, const eclipse_plan::Offer& offer,
+                                const eclipse_shell::CommandProgress& progress = {});
 
 }  // namespace eclipse_verify
 

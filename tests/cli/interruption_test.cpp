@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
@@ -78,6 +79,20 @@ TEST_F(Interruption, LetsTheDirectorEndItsCommandAndStartsNoOther) {
                                "  No director was stopped, and no other command was started.\n"))
       << outcome.output;
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
+TEST_F(Interruption, IsTheSameByEachSignalThatEndsPrograms) {
+  write_session("install");
+  for (const auto& [name, number] :
+       {std::pair("TERM", 15), {"HUP", 1}, {"QUIT", 3}, {"USR1", 10}, {"USR2", 12}, {"ALRM", 14}, {"XCPU", 24}}) {
+    script(1, director_that_sends(name) + "; exit 13");
+    const Outcome outcome = eclipse_int_with_number("run session.json");
+    EXPECT_EQ(outcome.status, 128 + number) << name;
+    EXPECT_EQ(outcome.error, waiting(std::string("SIG") + name));
+    EXPECT_NE(outcome.output.find("    late\n"), std::string::npos) << name << "\n" << outcome.output;
+    EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n") << name;
+    std::filesystem::remove("eclipse/calls");
+  }
 }
 
 TEST_F(Interruption, TellsProgramsHowTheLastCommandEnded) {

@@ -50,6 +50,11 @@ TEST_F(Directories, DirectoryInAnEtcEclipseGivesItsDescriptors) {
   EXPECT_EQ(found_in("product/one/etc/eclipse/sub"), Texts({"product/one/etc/eclipse/sub/u:1:1+5 repository-missing"}));
 }
 
+TEST_F(Directories, ALineFeedInTheirNamesIsAShellMetacharacter) {
+  write_component("pro\nduct", "x.a", "s\tx.a.feature.group\n");
+  EXPECT_EQ(found_in("pro\nduct"), Texts({"pro\nduct/etc/eclipse/t:1:1+1 repository-needs-shell-quoting"}));
+}
+
 TEST_F(Directories, OneThatLiesInSomeEtcEclipseMayHoldComponents) {
   std::filesystem::create_directories("etc/eclipse");
   std::filesystem::rename("product", "etc/eclipse/product");

@@ -54,7 +54,10 @@ class ExecutableAgreement : public testing::Test {
 
   static bool lint_fails() {
     const Findings findings = findings_in("session.json");
-    return std::any_of(findings.begin(), findings.end(), [](const Finding& each) { return each.severity == Severity::error; });
+    // Without an executable there is no command that could fail.
+    return std::any_of(findings.begin(), findings.end(), [](const Finding& each) {
+      return each.severity == Severity::error && each.rule->name != "internal-eclipse-not-found";
+    });
   }
 
   /// Compares the two for one session, and returns what they say.

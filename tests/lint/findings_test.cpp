@@ -37,7 +37,7 @@ TEST(Findings, HaveTheirLocations) {
       {"s\t\ns\tx.y.feature.group\n", {"t:1:1+1 feature-column-missing"}},
       {"Repository\t\ns\tx.y.feature.group\n", {}},
       {"\tx.y.feature.group\n", {"t:1:2+17 repository-empty"}},
-      {"\t\t\n", {}},
+      {"\t\t\n", {"t:1:1+2 row-of-tabs"}},
       {"s\t\tx.y.feature.group\t1\n", {"t:1:4+17 feature-in-third-column"}},
       {"#Repository\tFeature\ns\tx.y.feature.group\n", {"t:1:1+11 header-not-recognised"}},
       {"\"Repository\"\t\"Feature\"\ns\tx.y.feature.group\n", {"t:1:1+12 header-not-recognised"}},
@@ -206,7 +206,7 @@ TEST(Findings, ArtifactsMayComeFromAnyRepository) {
       without_list[0].message,
       "\"site\" has no artifacts.jar, no artifacts.xml and no composite of them; no repository has \"osgi.bundle,one,1.0.0\"");
   write_file("c/more/artifacts.xml", artifacts_of_one);
-  write_file("c/more/plugins/one_1.0.0.jar", "");
+  write_file("c/more/plugins/one_1.0.0.jar", "PK\x05\x06" + std::string(18, '\0'));
   EXPECT_EQ(summary_of(findings_in("c")), Texts());
   std::filesystem::remove_all("c/more/plugins");
   const Findings without_files = findings_in("c");

@@ -108,6 +108,38 @@ TEST(JsonReport, HoldsAllOfAFinding) {
             Json({{"findings", {first, second}}, {"counts", {{"error", 0}, {"warning", 1}, {"note", 0}, {"overridden", 1}}}}));
 }
 
+const Correction correction = {"remove the spaces", false, {{12, 1, "", {2, 3}, {2, 4}}, {15, 2, "\xC3\xA4", {2, 6}, {3, 1}}}};
+
+TEST(JsonReport, HasTheEditsOfACorrection) {
+  Finding corrected = finding({"t", 2, 3, 4, "s\tfeat"});
+  corrected.correction = correction;
+  std::ostringstream out;
+  print_json(out, {corrected});
+  EXPECT_EQ(Json::parse(out.str())["findings"][0]["correction"],
+            Json({{"title", "remove the spaces"},
+                  {"safe", false},
+                  {"edits",
+                   {{{"offset", 12}, {"length", 1}, {"replacement", ""}},
+                    {{"offset", 15}, {"length", 2}, {"replacement", "\xC3\xA4"}}}}}));
+}
+
+TEST(SarifReport, HasTheEditsOfACorrection) {
+  Finding corrected = finding({"my dir/t", 2, 3, 4, "s\tfeat"});
+  corrected.correction = correction;
+  corrected.correction->edits.push_back({20, 3, "x"});
+  const Json region = {{"startLine", 2}, {"startColumn", 3}, {"endLine", 2}, {"endColumn", 4}};
+  const Json lines = {{"startLine", 2}, {"startColumn", 6}, {"endLine", 3}, {"endColumn", 1}};
+  const Json bytes = {{"byteOffset", 20}, {"byteLength", 3}};
+  const auto replacement = [](const Json& deleted, const std::string& text) {
+    return Json({{"deletedRegion", deleted}, {"insertedContent", {{"text", text}}}});
+  };
+  const Json replacements = Json::array({replacement(region, ""), replacement(lines, "\xC3\xA4"), replacement(bytes, "x")});
+  const Json change = {{"artifactLocation", {{"uri", "my%20dir/t"}}}, {"replacements", replacements}};
+  EXPECT_EQ(sarif_of({corrected})["runs"][0]["results"][0]["fixes"],
+            Json::array({{{"description", {{"text", "remove the spaces"}}}, {"artifactChanges", Json::array({change})}}}));
+  EXPECT_FALSE(sarif_of({finding({"t"})})["runs"][0]["results"][0].contains("fixes"));
+}
+
 TEST(SarifReport, CountsColumnsInCharacters) {
   const Json result = sarif_of({finding({"my dir/t", 2, 5, 3, "\xC3\xA4s\tfea"})})["runs"][0]["results"][0];
   EXPECT_EQ(result["ruleId"], "feature-pinned");
@@ -179,7 +211,8 @@ TEST(ExplainedRule, ShowsItsSamples) {
   EXPECT_EQ(out.str(),
             "extra-columns (warning, lines): a line has more than four columns\n\n"
             "Why\n  Only the first four columns are read.\n\n"
-            "Fix\n  delete the other columns\n\n"
+            "Fix\n  delete the other columns\n"
+            "  --fix --unsafe-fixes does this where the result is probably what is meant.\n\n"
             "Bad (→ is a tab)\n  tools.txt\n      sites/alpha→org.example.alpha.feature.group→→1→new\n\n"
             "Good\n  tools.txt\n      sites/alpha→org.example.alpha.feature.group→→1\n");
 }

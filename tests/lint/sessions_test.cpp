@@ -305,6 +305,20 @@ TEST_F(SessionFindings, UserEclipseThatIsNotUsable) {
     EXPECT_EQ(findings[0].severity, Severity::error);
     EXPECT_EQ(findings[0].message.substr(0, 26), "the run would be refused: ");
   }
+  write_file("studio", "#!/bin/sh\n");
+  std::filesystem::permissions("studio", std::filesystem::perms::owner_all);
+  const Findings misnamed = findings_for("studio", "eclipse", "install");
+  ASSERT_EQ(summary_of(misnamed), Texts({"session.json:5:16+9 user-eclipse-unusable"})) << "the executable has another name";
+  EXPECT_EQ(misnamed[0].fix, "set ECLIPSE_BIN to \"studio\" if this is the Eclipse executable");
+  write_file("ide/configuration/config.ini", "eclipse.buildId=4.10\n");
+  const Findings old =
+      findings_with({R"("ECLIPSE_INTEGRATION_CHOICE": "user")", R"("ECLIPSE_BIN": "eclipse")",
+                     R"("USER_DEFINED_ECLIPSE_PATH": "ide/eclipse")", R"("ECLIPSE_MIN_SUPPORTED_VERSION": "4.9")"},
+                    {Component()}, "install");
+  EXPECT_EQ(summary_of(old),
+            Texts({"session.json:7:34+5 user-eclipse-unusable", "session.json:7:34+5 minimum-version-compared-as-text"}));
+  EXPECT_EQ(old.front().fix, "set it to the lowest version that the features need, or use a newer Eclipse");
+  std::filesystem::remove("ide/configuration/config.ini");
   const Findings unnamed = findings_for("ide/eclipse", "", "modify");
   ASSERT_EQ(summary_of(unnamed), Texts({"session.json:5:16+2 user-eclipse-unusable"}));
   EXPECT_EQ(unnamed[0].fix, "set ECLIPSE_BIN to the file name of the executable");

@@ -249,7 +249,7 @@ TEST_F(RepositoryTest, ArtifactsAreReadInEachForm) {
     const std::string child = name + ".child";
     write_file(child + "/content.xml", offer);
     write_file(child + "/" + name, bytes);
-    write_file(child + "/plugins/a_1.jar", "");
+    write_file(child + "/plugins/a_1.jar", zipped({}));
     write_file("all" + name + "/compositeContent.xml", composite_of({"../" + child}));
     write_file("all" + name + "/compositeArtifacts.xml", composite_of({"../" + child}));
     for (const auto& [site, file] :
@@ -259,6 +259,38 @@ TEST_F(RepositoryTest, ArtifactsAreReadInEachForm) {
       EXPECT_EQ(repository.artifacts, std::set<std::string>{"osgi.bundle,a,1"}) << site;
       EXPECT_EQ(repository.missing_artifacts, (std::map<std::string, std::string>{{"osgi.bundle,b,1", file}})) << site;
     }
+  }
+}
+
+TEST_F(RepositoryTest, DamagedArtifactsAreNotThere) {
+  const std::string checksum = "<property name='download.checksum.sha-256' value='00'/>";
+  const auto artifact = [](const std::string& id, const std::string& properties) {
+    return "<artifact classifier='osgi.bundle' id='" + id + "' version='1'><properties>" + properties +
+           "</properties></artifact>";
+  };
+  write_file("site/content.xml", offer);
+  write_file("site/artifacts.xml",
+             "<repository><mappings><rule filter='(&amp; (classifier=osgi.bundle))' "
+             "output='${repoUrl}/plugins/${id}_${version}.jar'/></mappings><artifacts>" +
+                 artifact("good", "<property name='download.size' value='22'/>" + checksum) +
+                 artifact("unchecked", "<property name='download.size' value='23'/>") + artifact("pointer", "") +
+                 artifact("text", "") + artifact("cut", "<property name='download.size' value='23'/>" + checksum) +
+                 "</artifacts></repository>");
+  for (const std::string id : {"good", "unchecked", "cut"}) write_file("site/plugins/" + id + "_1.jar", zipped({}));
+  write_file("site/plugins/pointer_1.jar", "version https://git-lfs.github.com/spec/v1\noid sha256:00\nsize 22\n");
+  write_file("site/plugins/text_1.jar", "P");
+  write_file("all/compositeContent.xml", composite_of({"../site"}));
+  write_file("all/compositeArtifacts.xml", composite_of({"../site"}));
+  for (const auto& [site, begin] :
+       {std::pair("site", std::string("plugins/")), std::pair("all", std::string("../site/plugins/"))}) {
+    const Repository& repository = repositories.at(site);
+    EXPECT_EQ(repository.artifacts, (std::set<std::string>{"osgi.bundle,good,1", "osgi.bundle,unchecked,1"})) << site;
+    EXPECT_EQ(repository.damaged_artifacts,
+              (std::map<std::string, std::string>{
+                  {"osgi.bundle,cut,1", begin + "cut_1.jar has 22 bytes, but the repository lists it with 23"},
+                  {"osgi.bundle,pointer,1", begin + "pointer_1.jar is a Git LFS pointer, not the file that it stands for"},
+                  {"osgi.bundle,text,1", begin + "text_1.jar is not a zip archive"}}))
+        << site;
   }
 }
 

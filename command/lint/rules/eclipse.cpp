@@ -95,18 +95,35 @@ std::string problem_with_user_eclipse(const SessionFacts& facts) {
              : "";
 }
 
-void report_user_eclipse(const SessionFacts& facts, std::string problem, Reporter& reporter) {
+/// A variable that is probably wrong, and what to do about it.
+struct Advice {
+  std::string variable;
+  std::string fix;
+};
+
+Advice advice_on_user_eclipse(const SessionFacts& facts) {
+  const std::string path = facts.variable("USER_DEFINED_ECLIPSE_PATH");
   const std::string name = facts.variable("ECLIPSE_BIN");
+  if (facts.run.refusal.empty() || path.empty())
+    return {"USER_DEFINED_ECLIPSE_PATH", "set it to the path of an existing Eclipse executable of a supported version"};
+  if (name.empty()) return {"ECLIPSE_BIN", "set ECLIPSE_BIN to the file name of the executable"};
+  const auto is_correct = facts.run.variables.find("USER_DEFINED_ECLIPSE_PATH_CORRECT");
+  if (is_correct != facts.run.variables.end() && is_correct->second == "yes")
+    return {"ECLIPSE_MIN_SUPPORTED_VERSION", "set it to the lowest version that the features need, or use a newer Eclipse"};
+  if (!eclipse_shell::executable_error(fs::absolute(path).string())) {
+    const std::string file = fs::path(path).filename().string();
+    return {"ECLIPSE_BIN", "set ECLIPSE_BIN to " + in_quotes(file) + " if this is the Eclipse executable"};
+  }
+  return {"USER_DEFINED_ECLIPSE_PATH", "set it to the path of an existing executable named " + in_quotes(name)};
+}
+
+void report_user_eclipse(const SessionFacts& facts, std::string problem, Reporter& reporter) {
   const bool is_refused = !facts.run.refusal.empty();
   const bool is_named = !facts.variable("USER_DEFINED_ECLIPSE_PATH").empty();
   // No path matches such a name, which another rule reports.
-  if (is_named && is_path(name) && is_refused) return;
-  if (is_named && name.empty() && is_refused) {
-    reporter.report(facts.location_of("ECLIPSE_BIN"), std::move(problem), "set ECLIPSE_BIN to the file name of the executable");
-  } else {
-    reporter.report(is_refused ? Severity::error : Severity::warning, facts.location_of("USER_DEFINED_ECLIPSE_PATH"),
-                    std::move(problem), "set it to the path of an existing Eclipse executable of a supported version");
-  }
+  if (is_named && is_path(facts.variable("ECLIPSE_BIN")) && is_refused) return;
+  const auto [variable, fix] = advice_on_user_eclipse(facts);
+  reporter.report(is_refused ? Severity::error : Severity::warning, facts.location_of(variable), std::move(problem), fix);
 }
 
 Rule user_eclipse_unusable() {
@@ -240,7 +257,7 @@ Rule internal_eclipse_not_found() {
   return {
       .name = "internal-eclipse-not-found",
       .group = Group::eclipse,
-      .severity = Severity::warning,
+      .severity = Severity::error,
       .title = "ECLIPSE_INTEGRATION_CHOICE is internal, but no component has the Eclipse executable",
       .why = "The run logs \"eclipse not found\", does nothing and reports success.",
       .fix = "ship the IDE as a component that lists its executable, and set ECLIPSE_BIN to its file name",

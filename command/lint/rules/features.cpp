@@ -87,6 +87,11 @@ std::string group_in(const UnitVersions& units, const std::string& id) {
   return "";
 }
 
+/// Replaces the id before a version.
+Correction other_id(const Unit& unit, const std::string& id, bool is_safe) {
+  return {"write " + id, is_safe, {unit.record->edit(1, unit.start, unit.id().size(), id)}};
+}
+
 void check_group_suffix(const Unit& unit, const UnitVersions* units, Reporter& reporter) {
   const std::string id = unit.id();
   if (id.ends_with(group_suffix)) return;
@@ -94,12 +99,14 @@ void check_group_suffix(const Unit& unit, const UnitVersions* units, Reporter& r
   if (units != nullptr) {
     if (units->count(id) != 0 || group.empty()) return;
     reporter.report(Severity::error, unit.location(),
-                    "no repository has " + in_quotes(id) + ", but one has " + in_quotes(group), "write " + group);
+                    "no repository has " + in_quotes(id) + ", but one has " + in_quotes(group), "write " + group,
+                    other_id(unit, group, true));
   } else {
     const bool is_bundle = id.ends_with(".plugin") || id.ends_with(".bundle");
     reporter.report(
         unit.location(), in_quotes(id) + " does not end in \".feature.group\"",
-        is_bundle ? "write the id of the feature that contains it, followed by .feature.group" : "did you mean " + group + "?");
+        is_bundle ? "write the id of the feature that contains it, followed by .feature.group" : "did you mean " + group + "?",
+        is_bundle || !is_utf8(group) ? std::nullopt : std::optional(other_id(unit, group, false)));
   }
 }
 
@@ -115,9 +122,11 @@ Rule feature_without_group_suffix() {
       .fix = "append .feature.group to the id",
       .bad = descriptor("sites/alpha\torg.example.alpha\n"),
       .good = good_descriptor(),
-      .check = [](const Input& input, Reporter& reporter) {
-        for_each_unit(input, [&](const Unit& unit) { check_group_suffix(unit, input.offered.get(), reporter); });
-      }};
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            for_each_unit(input, [&](const Unit& unit) { check_group_suffix(unit, input.offered.get(), reporter); });
+          },
+      .corrects = Corrects::both};
 }
 
 /// MAJOR[.MINOR[.MICRO[.QUALIFIER]]]
@@ -140,6 +149,12 @@ std::string list_of_versions(const std::set<std::string>& versions) {
   return list;
 }
 
+/// Deletes the slash and the version.
+Correction without_version(const Unit& unit) {
+  const std::size_t length = unit.id().size();
+  return {"remove the version", false, {unit.record->edit(1, unit.start + length, unit.text.size() - length)}};
+}
+
 /// Version 0.0.0 means any.
 void check_version_found(const Unit& unit, const std::set<std::string>& versions, Reporter& reporter) {
   const auto version = unit.version();
@@ -147,7 +162,8 @@ void check_version_found(const Unit& unit, const std::set<std::string>& versions
   const auto is_version = [&](const std::string& other) { return whole_version(other) == whole_version(*version); };
   if (std::any_of(versions.begin(), versions.end(), is_version)) return;
   reporter.report(unit.location(), "no repository has version " + *version + " of " + in_quotes(unit.id()),
-                  "the repositories have version " + list_of_versions(versions) + ": write " + unit.id());
+                  "the repositories have version " + list_of_versions(versions) + ": write " + unit.id(),
+                  without_version(unit));
 }
 
 /// The features that there are, those most like `id` first.
@@ -164,6 +180,15 @@ std::vector<std::string> nearest_features(const UnitVersions& units, const std::
   return nearest;
 }
 
+/// The only feature that differs in nothing but the case of its letters.
+std::optional<Correction> in_other_case(const UnitVersions& units, const Unit& unit) {
+  std::vector<std::string> meant;
+  for (const auto& [id, versions] : units) {
+    if (lower_case(id) == lower_case(unit.id())) meant.push_back(id);
+  }
+  return meant.size() == 1 ? std::optional(other_id(unit, meant.front(), true)) : std::nullopt;
+}
+
 void check_found(const Unit& unit, const UnitVersions& units, Reporter& reporter) {
   const std::string id = unit.id();
   if (const auto found = units.find(id); found != units.end()) return check_version_found(unit, found->second, reporter);
@@ -171,7 +196,8 @@ void check_found(const Unit& unit, const UnitVersions& units, Reporter& reporter
   const auto nearest = nearest_features(units, id);
   reporter.report(unit.location(), "no repository has " + in_quotes(id),
                   nearest.empty() ? "publish the feature; the repositories have none at all"
-                                  : "write an id that the repositories have: " + list_of(nearest));
+                                  : "write an id that the repositories have: " + list_of(nearest),
+                  in_other_case(units, unit));
 }
 
 Rule feature_not_found() {
@@ -190,7 +216,8 @@ Rule feature_not_found() {
                 if (!input.offered) return;
                 for_each_unit(input, [&](const Unit& unit) { check_found(unit, *input.offered, reporter); });
               },
-          .concerns_removals = false};
+          .concerns_removals = false,
+          .corrects = Corrects::both};
 }
 
 Rule unit_not_a_feature() {
@@ -226,13 +253,15 @@ Rule feature_version_invalid() {
           .fix = "write the id without a version",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group/latest\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for_each_unit(input, [&](const Unit& unit) {
-              const auto version = unit.version();
-              if (!version || is_osgi_version(*version)) return;
-              reporter.report(unit.location(), in_quotes(*version) + " is not a version");
-            });
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_unit(input, [&](const Unit& unit) {
+                  const auto version = unit.version();
+                  if (!version || is_osgi_version(*version)) return;
+                  reporter.report(unit.location(), in_quotes(*version) + " is not a version", without_version(unit));
+                });
+              },
+          .corrects = Corrects::unsafely};
 }
 
 Rule feature_pinned() {
@@ -244,13 +273,16 @@ Rule feature_pinned() {
           .fix = "write the id without a version",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group/1.0.0\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for_each_unit(input, [&](const Unit& unit) {
-              const auto version = unit.version();
-              if (!version || !is_osgi_version(*version)) return;
-              reporter.report(unit.location(), "the feature is pinned to version " + *version, "write " + unit.id());
-            });
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_unit(input, [&](const Unit& unit) {
+                  const auto version = unit.version();
+                  if (!version || !is_osgi_version(*version)) return;
+                  reporter.report(unit.location(), "the feature is pinned to version " + *version, "write " + unit.id(),
+                                  without_version(unit));
+                });
+              },
+          .corrects = Corrects::unsafely};
 }
 
 // ---- Texts ----

@@ -9,6 +9,7 @@
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
 #include "lint/texts.h"
+#include "p2/unit.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -83,6 +84,48 @@ bool lacks_tab(const Line& line) {
   return words[0] == header || looks_like_feature(words[1]) || (looks_like_site(words[0]) && words.size() == 2);
 }
 
+/// The bytes between the words of a line, and around them.
+std::vector<std::pair<std::size_t, std::size_t>> gaps_in(std::string_view text) {
+  constexpr std::string_view separators = " ,;";
+  std::vector<std::pair<std::size_t, std::size_t>> gaps;
+  for (std::size_t start = 0; (start = text.find_first_of(separators, start)) != text.npos;) {
+    const std::size_t end = std::min(text.find_first_not_of(separators, start), text.size());
+    gaps.emplace_back(start, end - start);
+    start = end;
+  }
+  return gaps;
+}
+
+/// The comma or semicolon of an exported table, whose columns are those of a descriptor; a zero byte when it is not one.
+char separator_of_table(std::string_view text) {
+  for (const char separator : {',', ';'}) {
+    const auto cells = split(text, separator);
+    const bool has_others = text.find_first_of(separator == ',' ? " ;" : " ,") != text.npos;
+    if (cells.size() < 3 || cells.size() > 5 || has_others || cells[0].empty() || cells[1].empty()) continue;
+    if (!looks_like_feature(cells[2])) return separator;
+  }
+  return '\0';
+}
+
+/// Two words are a repository and a feature. Of more, nobody knows which columns they are, except in a header, where it does
+/// not matter.
+std::optional<Correction> tabs_between_words(const Descriptor& descriptor, const Line& line) {
+  const auto words = words_of(line.text);
+  const std::string_view text = line.text.substr(0, line.text.find_last_not_of('\r') + 1);
+  const bool is_header = words[0] == header;
+  const char separator = separator_of_table(text);
+  const bool is_pair = words.size() == 2 || separator != '\0';
+  if (text.find('\r') != text.npos || !(is_header || (is_pair && looks_like_feature(words[1])))) return std::nullopt;
+  const bool is_certain = is_header || looks_like_site(words[0]) || words[1].ends_with(eclipse_p2::group_suffix);
+  Correction correction{"separate the columns with tabs", is_certain, {}};
+  for (const auto& [start, length] : gaps_in(text)) {
+    const bool is_between = start != 0 && start + length != text.size();
+    const std::size_t tabs = !is_between ? 0 : separator == '\0' ? 1 : length;
+    correction.edits.push_back(descriptor.edit(line, start, length, std::string(tabs, '\t')));
+  }
+  return correction;
+}
+
 Rule line_without_tab() {
   return {.name = "line-without-tab",
           .group = Group::lines,
@@ -92,11 +135,15 @@ Rule line_without_tab() {
           .fix = "separate the repository and the feature with a tab",
           .bad = descriptor("Repository\tFeature\nsites/alpha    org.example.alpha.feature.group\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
-              if (lacks_tab(line)) reporter.report(descriptor.location(line), "this line looks like data but has no tab");
-            });
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+                  if (!lacks_tab(line)) return;
+                  reporter.report(descriptor.location(line), "this line looks like data but has no tab",
+                                  tabs_between_words(descriptor, line));
+                });
+              },
+          .corrects = Corrects::both};
 }
 
 bool is_feature_alone(std::string_view text) {
@@ -142,14 +189,17 @@ Rule site_named_repository() {
           .fix = "rename the directory, or write ./Repository",
           .bad = descriptor("Repository\torg.example.alpha.feature.group\n"),
           .good = descriptor("./Repository\torg.example.alpha.feature.group\n"),
-          .check = [](const Input& input, Reporter& reporter) {
-            for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
-              if (line.columns.size() < 2 || !looks_like_feature(trimmed(line.columns[1]))) return;
-              reporter.report(
-                  descriptor.location(line, 0),
-                  "\"Repository\" as the repository of " + in_quotes(trimmed(line.columns[1])) + " makes this line a header");
-            });
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+                  if (line.columns.size() < 2 || !looks_like_feature(trimmed(line.columns[1]))) return;
+                  reporter.report(descriptor.location(line, 0),
+                                  "\"Repository\" as the repository of " + in_quotes(trimmed(line.columns[1])) +
+                                      " makes this line a header",
+                                  Correction{"write ./Repository", false, {descriptor.edit(line, 0, 0, "./")}});
+                });
+              },
+          .corrects = Corrects::unsafely};
 }
 
 Rule descriptor_without_data() {
@@ -172,6 +222,16 @@ Rule descriptor_without_data() {
 
 // ---- Lines that are data by mistake ----
 
+/// Without a tab the line is ignored. What begins with slashes may also be a path.
+Correction spaces_for_tabs(const Record& record) {
+  const std::string_view text = record.line->text;
+  Correction correction{"replace the tabs by spaces", !trimmed(text).starts_with("//"), {}};
+  for (std::size_t at = 0; (at = text.find('\t', at)) != text.npos; ++at) {
+    correction.edits.push_back(record.descriptor->edit(*record.line, at, 1, " "));
+  }
+  return correction;
+}
+
 Rule comment_is_data() {
   return {.name = "comment-is-data",
           .group = Group::lines,
@@ -190,10 +250,18 @@ Rule comment_is_data() {
                   if (!is_comment(record.repository()) || is_odd_header(record)) continue;
                   if (record.site != nullptr && record.site->exists) continue;  // as "//sites/alpha"
                   reporter.report(record.location(0),
-                                  "this comment is read as data with the repository " + in_quotes(record.repository()));
+                                  "this comment is read as data with the repository " + in_quotes(record.repository()),
+                                  spaces_for_tabs(record));
                 }
               },
-          .supersedes = Supersedes::line};
+          .supersedes = Supersedes::line,
+          .corrects = Corrects::both};
+}
+
+/// A line with this header's words is certainly one; with others it may be data of a directory "repository".
+Correction exact_header(const Record& record) {
+  const bool is_certain = bare(record.feature()).starts_with("feature");
+  return {"write Repository", is_certain, {record.edit(0, 0, record.repository().size(), std::string(header))}};
 }
 
 Rule header_not_recognised() {
@@ -211,11 +279,20 @@ Rule header_not_recognised() {
               [](const Input& input, Reporter& reporter) {
                 for (const Record& record : input.records) {
                   const bool has_mark = record.repository().starts_with(utf_8_mark);
-                  if (!is_odd_header(record) || has_mark || looks_like_feature(record.feature())) continue;
-                  reporter.report(record.location(0), in_quotes(record.repository()) + " is not recognised as a header");
+                  if (!is_odd_header(record) || has_mark || looks_like_feature(trimmed(record.feature()))) continue;
+                  reporter.report(record.location(0), in_quotes(record.repository()) + " is not recognised as a header",
+                                  exact_header(record));
                 }
               },
-          .supersedes = Supersedes::line};
+          .supersedes = Supersedes::line,
+          .corrects = Corrects::both};
+}
+
+/// Programs that add a mark may do so again and again.
+std::size_t size_of_marks(const Line& line) {
+  std::size_t size = 0;
+  while (line.text.substr(size).starts_with(utf_8_mark)) size += utf_8_mark.size();
+  return size;
 }
 
 Rule byte_order_mark() {
@@ -233,11 +310,14 @@ Rule byte_order_mark() {
               [](const Input& input, Reporter& reporter) {
                 for_each_text(input, [&](const Descriptor& descriptor) {
                   if (!descriptor.content.starts_with(utf_8_mark)) return;
-                  reporter.report(descriptor.location(descriptor.lines.front(), 0, 0, utf_8_mark.size()),
-                                  "byte-order mark in column 1");
+                  const Line& line = descriptor.lines.front();
+                  reporter.report(
+                      descriptor.location(line, 0, 0, utf_8_mark.size()), "byte-order mark in column 1",
+                      Correction{"remove the byte-order mark", true, {descriptor.edit(line, 0, size_of_marks(line))}});
                 });
               },
-          .supersedes = Supersedes::line};
+          .supersedes = Supersedes::line,
+          .corrects = Corrects::safely};
 }
 
 bool are_swapped(const Record& record) {
@@ -245,6 +325,15 @@ bool are_swapped(const Record& record) {
   if (!looks_like_feature(record.repository()) || looks_like_site(record.repository()) || !looks_like_site(site)) return false;
   const bool has_version = looks_like_feature(site.substr(0, site.find('/')));
   return !has_version && (record.site == nullptr || !record.site->exists);
+}
+
+std::optional<Correction> in_right_order(const Record& record) {
+  const std::string repository(record.feature());
+  const std::string feature(record.repository());
+  if (!is_utf8(repository) || !is_utf8(feature)) return std::nullopt;
+  return Correction{"swap the columns",
+                    false,
+                    {record.edit(0, 0, feature.size(), repository), record.edit(1, 0, repository.size(), feature)}};
 }
 
 Rule columns_swapped() {
@@ -260,14 +349,29 @@ Rule columns_swapped() {
               [](const Input& input, Reporter& reporter) {
                 for (const Record& record : input.records) {
                   if (!are_swapped(record)) continue;
-                  reporter.report(record.location(0),
-                                  "feature " + in_quotes(record.repository()) + " in the repository column");
+                  reporter.report(record.location(0), "feature " + in_quotes(record.repository()) + " in the repository column",
+                                  in_right_order(record));
                 }
               },
-          .supersedes = Supersedes::line};
+          .supersedes = Supersedes::line,
+          .corrects = Corrects::unsafely};
 }
 
 // ---- Encodings and line endings ----
+
+/// UTF-16 with a byte-order mark, or without one if it is all ASCII. Nothing when it is not that.
+std::optional<Correction> as_utf_8(const Descriptor& descriptor) {
+  auto text = utf_8_of_utf_16(descriptor.content);
+  if (!text) return std::nullopt;
+  return Correction{"convert the file to UTF-8", true, {{0, descriptor.content.size(), *std::move(text)}}};
+}
+
+/// An ASCII text with a zero byte after each byte, as UTF-16 has them.
+std::string in_utf_16(std::string_view text) {
+  std::string wide;
+  for (const char byte : text) wide.append(1, byte).append(1, '\0');
+  return wide;
+}
 
 Rule not_8_bit_text() {
   return {.name = "not-8-bit-text",
@@ -279,18 +383,28 @@ Rule not_8_bit_text() {
               "command: eclipse-int does not run it and reports exit code 126. An installer that passes it as a C string "
               "loses everything after the first zero byte; the director, asked for nothing, then succeeds with exit code 0.",
           .fix = "save the file as ASCII, or as UTF-8 without a byte-order mark",
-          .bad = descriptor(std::string("s\0i\0t\0e\0\t\0f\0\n\0", 14)),
+          .bad = descriptor(in_utf_16("site\torg.example.alpha.feature.group\n")),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for (const Descriptor& descriptor : input.descriptors) {
-              if (!descriptor.is_readable() || descriptor.is_text) continue;
-              if (descriptor.content.starts_with("\xFF\xFE") || descriptor.content.starts_with("\xFE\xFF")) {
-                reporter.report(descriptor.location(), "the file is UTF-16");
-              } else if (descriptor.content.find('\0') != std::string::npos) {
-                reporter.report(descriptor.location(), "the file contains zero bytes");
-              }
-            }
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Descriptor& descriptor : input.descriptors) {
+                  if (!descriptor.is_readable() || descriptor.is_text) continue;
+                  if (descriptor.content.starts_with("\xFF\xFE") || descriptor.content.starts_with("\xFE\xFF")) {
+                    reporter.report(descriptor.location(), "the file is UTF-16", as_utf_8(descriptor));
+                  } else if (descriptor.content.find('\0') != std::string::npos) {
+                    reporter.report(descriptor.location(), "the file contains zero bytes", as_utf_8(descriptor));
+                  }
+                }
+              },
+          .corrects = Corrects::safely};
+}
+
+Correction line_feeds_for_returns(const Descriptor& descriptor) {
+  Correction correction{"end the lines in LF", true, {}};
+  for (std::size_t at = 0; (at = descriptor.content.find('\r', at)) != std::string_view::npos; ++at) {
+    correction.edits.push_back({at, 1, "\n"});
+  }
+  return correction;
 }
 
 Rule cr_line_endings() {
@@ -302,13 +416,25 @@ Rule cr_line_endings() {
           .fix = "save the file with LF line endings",
           .bad = descriptor("Repository\tFeature\rsites/alpha\torg.example.alpha.feature.group\r"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for (const Descriptor& descriptor : input.descriptors) {
-              if (!descriptor.is_readable() || descriptor.is_text) continue;
-              if (descriptor.content.find_first_of(std::string_view("\0\n", 2)) != std::string::npos) continue;
-              reporter.report(descriptor.location(), "the file has carriage returns but no line feeds");
-            }
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Descriptor& descriptor : input.descriptors) {
+                  if (!descriptor.is_readable() || descriptor.is_text) continue;
+                  if (descriptor.content.find_first_of(std::string_view("\0\n", 2)) != std::string::npos) continue;
+                  reporter.report(descriptor.location(), "the file has carriage returns but no line feeds",
+                                  line_feeds_for_returns(descriptor));
+                }
+              },
+          .corrects = Corrects::safely};
+}
+
+Correction without_returns(const Descriptor& descriptor) {
+  Correction correction{"end all lines of the file in LF", true, {}};
+  for (const Line& line : descriptor.lines) {
+    const std::size_t length = line.text.size() - (line.text.find_last_not_of('\r') + 1);
+    if (length != 0) correction.edits.push_back(descriptor.edit(line, line.text.size() - length, length));
+  }
+  return correction;
 }
 
 Rule crlf_line_endings() {
@@ -323,17 +449,20 @@ Rule crlf_line_endings() {
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\r\n"
                             "sites/alpha\torg.example.alpha.feature.group\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            const Descriptor* reported = nullptr;  // once for each file, which mostly has them in every line
-            for (const Record& record : input.records) {
-              const std::string_view last = record.line->columns.back();
-              if (!last.ends_with('\r') || record.descriptor == reported) continue;
-              reported = record.descriptor;
-              const std::size_t column = record.line->columns.size() - 1;
-              reporter.report(record.descriptor->location(*record.line, column, last.size() - 1, 1),
-                              "carriage return at the end of column " + std::to_string(column + 1) + ", " + in_quotes(last));
-            }
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                const Descriptor* reported = nullptr;  // once for each file, which mostly has them in every line
+                for (const Record& record : input.records) {
+                  const std::string_view last = record.line->columns.back();
+                  if (!last.ends_with('\r') || record.descriptor == reported) continue;
+                  reported = record.descriptor;
+                  const std::size_t column = record.line->columns.size() - 1;
+                  reporter.report(record.descriptor->location(*record.line, column, last.size() - 1, 1),
+                                  "carriage return at the end of column " + std::to_string(column + 1) + ", " + in_quotes(last),
+                                  without_returns(*record.descriptor));
+                }
+              },
+          .corrects = Corrects::safely};
 }
 
 /// First and last characters of the ranges that show as nothing, or as a space.
@@ -382,7 +511,8 @@ void report_invisible(const Record& record, std::size_t column, Reporter& report
       continue;
     const std::string kind = code_point < 0xA0 ? "control character " : "invisible character ";
     reporter.report(record.descriptor->location(*record.line, column, at, length),
-                    kind + escaped(code_point) + (column == 0 ? " in the repository" : " in the feature"));
+                    kind + escaped(code_point) + (column == 0 ? " in the repository" : " in the feature"),
+                    Correction{"delete the character", false, {record.edit(column, at, length)}});
   }
 }
 
@@ -398,12 +528,14 @@ Rule invisible_character() {
           .fix = "delete the character, or replace it by a plain space or a tab",
           .bad = descriptor("sites/alpha\torg.example.alpha\xC2\xA0.feature.group\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for_each_used_column(input, [&](const Record& record, std::size_t column) {
-              const bool is_in_a_name = column == 0 && record.site != nullptr && record.site->exists;
-              if (!is_in_a_name) report_invisible(record, column, reporter);
-            });
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_used_column(input, [&](const Record& record, std::size_t column) {
+                  const bool is_in_a_name = column == 0 && record.site != nullptr && record.site->exists;
+                  if (!is_in_a_name) report_invisible(record, column, reporter);
+                });
+              },
+          .corrects = Corrects::unsafely};
 }
 
 // ---- Columns ----
@@ -425,6 +557,13 @@ Rule repository_empty() {
           }};
 }
 
+/// It may also stand there so that it is not installed. Other columns would move, too.
+std::optional<Correction> one_tab(const Record& record) {
+  if (record.line->columns.size() != 3 || !looks_like_feature(record.cell(2))) return std::nullopt;
+  const Descriptor& descriptor = *record.descriptor;
+  return Correction{"remove a tab", false, {descriptor.edit(*record.line, record.line->columns[0].size(), 1)}};
+}
+
 Rule feature_in_third_column() {
   return {.name = "feature-in-third-column",
           .group = Group::lines,
@@ -436,13 +575,30 @@ Rule feature_in_third_column() {
           .fix = "separate the repository and the feature with one tab; further tabs cannot align columns",
           .bad = descriptor("Repository\tFeature\nsites/alpha\t\torg.example.alpha.feature.group\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for (const Record& record : input.records) {
-              if (record.repository().empty() || !record.feature().empty() || record.cell(2).empty()) continue;
-              reporter.report(record.location(2), "the feature column is empty, and " + in_quotes(record.cell(2)) +
-                                                      " is in column 3, which is ignored");
-            }
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  if (record.repository().empty() || !record.feature().empty() || record.cell(2).empty()) continue;
+                  reporter.report(
+                      record.location(2),
+                      "the feature column is empty, and " + in_quotes(record.cell(2)) + " is in column 3, which is ignored",
+                      one_tab(record));
+                }
+              },
+          .corrects = Corrects::unsafely};
+}
+
+/// Not where that leaves nothing, and not where the spaces belong to the name of an archive that exists.
+std::optional<Correction> without_spaces(const Record& record, std::size_t column) {
+  const std::string_view text = record.cell(column);
+  const std::size_t start = text.find_first_not_of(' ');
+  const bool is_name = column == 0 && is_archive(record) && record.site != nullptr && record.site->exists;
+  if (start == text.npos || is_name) return std::nullopt;
+  Correction correction{"remove the spaces", true, {}};
+  if (start != 0) correction.edits.push_back(record.edit(column, 0, start));
+  const std::size_t end = text.find_last_not_of(' ') + 1;
+  if (end != text.size()) correction.edits.push_back(record.edit(column, end, text.size() - end));
+  return correction;
 }
 
 /// The shell splits the command there, except in the quotes of an archive, where the space is part of a file name.
@@ -460,14 +616,30 @@ Rule space_around_column() {
                             "sites/alpha \torg.example.alpha.feature.group\n"
                             "sites/beta\torg.example.beta.feature.group\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for_each_used_column(input, [&](const Record& record, std::size_t column) {
-              const std::string_view text = record.cell(column);
-              if (!text.starts_with(' ') && !text.ends_with(' ')) return;
-              reporter.report(record.location(column),
-                              "leading or trailing space in column " + std::to_string(column + 1) + ", " + in_quotes(text));
-            });
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_used_column(input, [&](const Record& record, std::size_t column) {
+                  const std::string_view text = record.cell(column);
+                  if (!text.starts_with(' ') && !text.ends_with(' ')) return;
+                  reporter.report(record.location(column),
+                                  "leading or trailing space in column " + std::to_string(column + 1) + ", " + in_quotes(text),
+                                  without_spaces(record, column));
+                });
+              },
+          .corrects = Corrects::safely};
+}
+
+/// Only where the shell changes nothing in what the quotes were around.
+std::optional<Correction> without_quotes(const Record& record, std::size_t column) {
+  const std::string_view text = record.cell(column);
+  const std::size_t start = text.find_first_not_of(' ');
+  const std::size_t end = text.find_last_not_of(' ') + 1;
+  const bool is_pair = end > start + 1 && text[end - 1] == text[start];
+  const std::string_view inner = text.substr(start + 1, end - start - 1 - (is_pair ? 1 : 0));
+  if (inner.empty() || inner == header || inner != trimmed(inner) || !changes_in_feature(inner).empty()) return std::nullopt;
+  Correction correction{"remove the quotes", true, {record.edit(column, start, 1)}};
+  if (is_pair) correction.edits.push_back(record.edit(column, end - 1, 1));
+  return correction;
 }
 
 Rule quoted_column() {
@@ -482,17 +654,27 @@ Rule quoted_column() {
           .fix = "remove the quotes",
           .bad = descriptor("Repository\tFeature\n\"sites/alpha\"\t\"org.example.alpha.feature.group\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for_each_used_column(input, [&](const Record& record, std::size_t column) {
-              const std::string_view text = record.cell(column);
-              const std::size_t start = text.find_first_not_of(' ');
-              if (start == text.npos || (text[start] != '"' && text[start] != '\'') || !record.placement) return;
-              const ShellChanges changes = column == 0 ? changes_in_repository(record) : changes_in_feature(text);
-              if (std::find(changes.begin(), changes.end(), start) == changes.end()) return;
-              reporter.report(record.location(column),
-                              "quote in column " + std::to_string(column + 1) + ", " + in_quotes(text));
-            });
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_used_column(input, [&](const Record& record, std::size_t column) {
+                  const std::string_view text = record.cell(column);
+                  const std::size_t start = text.find_first_not_of(' ');
+                  if (start == text.npos || (text[start] != '"' && text[start] != '\'') || !record.placement) return;
+                  const ShellChanges changes = column == 0 ? changes_in_repository(record) : changes_in_feature(text);
+                  if (std::find(changes.begin(), changes.end(), start) == changes.end()) return;
+                  reporter.report(record.location(column),
+                                  "quote in column " + std::to_string(column + 1) + ", " + in_quotes(text),
+                                  without_quotes(record, column));
+                });
+              },
+          .corrects = Corrects::safely};
+}
+
+Correction without_extra_columns(const Record& record) {
+  const std::string_view text = record.line->text;
+  const auto start = static_cast<std::size_t>(record.line->columns[4].data() - text.data()) - 1;
+  const std::size_t end = text.find_last_not_of('\r') + 1;
+  return {"delete the columns after the fourth", false, {record.descriptor->edit(*record.line, start, end - start)}};
 }
 
 Rule extra_columns() {
@@ -504,14 +686,18 @@ Rule extra_columns() {
           .fix = "delete the other columns",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\t\t1\tnew\n"),
           .good = descriptor("sites/alpha\torg.example.alpha.feature.group\t\t1\n"),
-          .check = [](const Input& input, Reporter& reporter) {
-            for (const Record& record : input.records) {
-              const std::size_t last = record.line->columns.size();
-              if (last < 5) continue;
-              reporter.report(record.location(4), last == 5 ? std::string("column 5 is ignored")
-                                                            : "columns 5 to " + std::to_string(last) + " are ignored");
-            }
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  const std::size_t last = record.line->columns.size();
+                  if (last < 5) continue;
+                  reporter.report(
+                      record.location(4),
+                      last == 5 ? std::string("column 5 is ignored") : "columns 5 to " + std::to_string(last) + " are ignored",
+                      without_extra_columns(record));
+                }
+              },
+          .corrects = Corrects::unsafely};
 }
 
 Rule trailing_tab() {
@@ -523,17 +709,51 @@ Rule trailing_tab() {
           .fix = "remove the tab",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\t\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for (const Record& record : input.records) {
-              std::string_view text = record.line->text;
-              if (text.ends_with('\r')) text.remove_suffix(1);
-              if (!text.ends_with('\t') || record.feature().empty()) continue;
-              Location location = record.descriptor->location(*record.line);
-              location.column = text.size();
-              location.length = 1;
-              reporter.report(std::move(location), "trailing tab");
-            }
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  std::string_view text = record.line->text;
+                  if (text.ends_with('\r')) text.remove_suffix(1);
+                  if (!text.ends_with('\t') || record.feature().empty()) continue;
+                  Location location = record.descriptor->location(*record.line);
+                  location.column = text.size();
+                  location.length = 1;
+                  const std::size_t end = text.find_last_not_of('\t') + 1;
+                  reporter.report(
+                      std::move(location), "trailing tab",
+                      Correction{
+                          "remove the tabs at the end", true, {record.descriptor->edit(*record.line, end, text.size() - end)}});
+                }
+              },
+          .corrects = Corrects::safely};
+}
+
+/// Spaces in it are read as a repository.
+Rule row_of_tabs() {
+  return {.name = "row-of-tabs",
+          .group = Group::lines,
+          .severity = Severity::note,
+          .title = "a line consists of tabs",
+          .why =
+              "The plug-in skips the line, an empty row of a table. If its first column contains a space, the space splits the "
+              "list of repositories, and every command of the session fails.",
+          .fix = "delete the line",
+          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\n\t\t\t\n"),
+          .good = descriptor("sites/alpha\torg.example.alpha.feature.group\n\n"),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_text(input, [&](const Descriptor& descriptor) {
+                  for (const Line& line : descriptor.lines) {
+                    if (line.text.find('\t') == line.text.npos || !trimmed(line.text).empty()) continue;
+                    const bool is_data = line.is_record && !line.columns[0].empty();
+                    reporter.report(is_data ? Severity::error : Severity::note, descriptor.location(line),
+                                    is_data ? "a row without content is read as data" : "a row without content",
+                                    "delete the line", Correction{"delete the line", true, {descriptor.deletion(line)}});
+                  }
+                });
+              },
+          .supersedes = Supersedes::line,
+          .corrects = Corrects::safely};
 }
 
 Rule third_column_ignored() {
@@ -553,6 +773,12 @@ Rule third_column_ignored() {
           }};
 }
 
+/// Then the places of other lines may depend on the one that a line takes.
+bool has_orders(const Input& input) {
+  return std::any_of(input.records.begin(), input.records.end(),
+                     [](const Record& record) { return record.has_order() && !record.cell(3).empty(); });
+}
+
 Rule duplicate_line() {
   return {.name = "duplicate-line",
           .group = Group::lines,
@@ -562,26 +788,34 @@ Rule duplicate_line() {
           .fix = "delete one of the lines",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\nsites/alpha\torg.example.alpha.feature.group\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            std::map<std::pair<const Descriptor*, std::string_view>, const Record*> first;
-            for (const Record& record : input.records) {
-              const auto [known, is_new] = first.emplace(std::pair(record.descriptor, record.line->text), &record);
-              if (is_new || known->second->line == record.line) continue;
-              reporter.report(record.descriptor->location(*record.line), "duplicate of " + known->second->where());
-            }
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                const bool is_safe = !has_orders(input);
+                std::map<std::pair<const Descriptor*, std::string_view>, const Record*> first;
+                for (const Record& record : input.records) {
+                  const auto [known, is_new] = first.emplace(std::pair(record.descriptor, record.line->text), &record);
+                  if (is_new || known->second->line == record.line) continue;
+                  reporter.report(record.descriptor->location(*record.line), "duplicate of " + known->second->where(),
+                                  Correction{"delete the line", is_safe, {record.descriptor->deletion(*record.line)}});
+                }
+              },
+          .corrects = Corrects::both};
 }
 
 }  // namespace
 
 std::vector<Rule> rules_about_lines() {
-  return {line_without_tab(),        feature_column_missing(),  site_named_repository(),
-          descriptor_without_data(), comment_is_data(),         header_not_recognised(),
-          byte_order_mark(),         columns_swapped(),         not_8_bit_text(),
-          cr_line_endings(),         crlf_line_endings(),       invisible_character(),
-          repository_empty(),        feature_in_third_column(), space_around_column(),
-          quoted_column(),           extra_columns(),           trailing_tab(),
-          third_column_ignored(),    duplicate_line()};
+  return {line_without_tab(),      feature_column_missing(),
+          site_named_repository(), descriptor_without_data(),
+          comment_is_data(),       header_not_recognised(),
+          byte_order_mark(),       columns_swapped(),
+          not_8_bit_text(),        cr_line_endings(),
+          crlf_line_endings(),     invisible_character(),
+          repository_empty(),      feature_in_third_column(),
+          space_around_column(),   quoted_column(),
+          extra_columns(),         trailing_tab(),
+          row_of_tabs(),           third_column_ignored(),
+          duplicate_line()};
 }
 
 }  // namespace eclipse_lint

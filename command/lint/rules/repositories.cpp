@@ -109,13 +109,29 @@ std::string_view other_archive_ending(std::string_view repository) {
   return "";
 }
 
+/// Whether a record's repository exists when it is spelled like this; nothing where that cannot be known.
+std::optional<bool> exists_as(const Record& record, const std::string& repository) {
+  if (record.site == nullptr) return std::nullopt;
+  std::error_code error;
+  return fs::exists(fs::path(record.config->base_dir) / repository, error);
+}
+
+/// Unless the file itself has the wrong name.
+std::optional<Correction> zip_in_lower_case(const Record& record, std::size_t start, std::string_view ending) {
+  if (lower_case(ending) != ".zip") return std::nullopt;
+  const auto exists = exists_as(record, std::string(record.repository().substr(0, start)) + ".zip");
+  if (exists == false || (record.site != nullptr && record.site->exists)) return std::nullopt;
+  return Correction{"write .zip", exists.has_value(), {record.edit(0, start, ending.size(), ".zip")}};
+}
+
 void check_archive_name(const Record& record, Reporter& reporter) {
   if (is_archive(record) || (record.site != nullptr && record.site->is_directory)) return;
   const std::string_view ending = other_archive_ending(record.repository());
   if (!ending.empty()) {
     const std::size_t start = record.repository().size() - ending.size();
     reporter.report(record.descriptor->location(*record.line, 0, start, ending.size()),
-                    in_quotes(ending) + " is not recognised as the end of an archive's name");
+                    in_quotes(ending) + " is not recognised as the end of an archive's name",
+                    zip_in_lower_case(record, start, ending));
   } else if (record.site != nullptr && record.site->exists && is_plain_repository(record)) {
     reporter.report(record.location(0), in_quotes(record.repository()) + " is a file whose name does not end in \".zip\"");
   }
@@ -134,7 +150,8 @@ Rule archive_not_recognised() {
               [](const Input& input, Reporter& reporter) {
                 for_each_placed(input, [&](const Record& record) { check_archive_name(record, reporter); });
               },
-          .concerns_removals = false};
+          .concerns_removals = false,
+          .corrects = Corrects::both};
 }
 
 Rule directory_named_zip() {
@@ -154,6 +171,13 @@ Rule directory_named_zip() {
                 });
               },
           .concerns_removals = false};
+}
+
+/// If a directory in the path is a symbolic link, the two may differ.
+std::optional<Correction> spelled_like(const Record& other, const Record& record) {
+  const std::string spelling(other.repository());
+  if (!is_utf8(spelling)) return std::nullopt;
+  return Correction{"write " + spelling, false, {record.edit(0, 0, record.repository().size(), spelling)}};
 }
 
 Rule repository_spelled_differently() {
@@ -180,10 +204,12 @@ Rule repository_spelled_differently() {
                   const auto [known, is_new] = first.emplace(std::move(normal), &record);
                   const Record& other = *known->second;
                   if (is_new || other.config->base_dir != base) return;
-                  reporter.report(record.location(0), "same path as " + in_quotes(other.repository()) + " in " + other.where());
+                  reporter.report(record.location(0), "same path as " + in_quotes(other.repository()) + " in " + other.where(),
+                                  spelled_like(other, record));
                 });
               },
-          .concerns_removals = false};
+          .concerns_removals = false,
+          .corrects = Corrects::unsafely};
 }
 
 // ---- What the shell changes ----
@@ -268,10 +294,11 @@ Rule glob_in_repository() {
 // ---- What the director does not read as it is meant ----
 
 /// Where the column has the character, or else that the component's directory has it.
-void report_character(const Input& input, const Record& record, char character, const std::string& name, Reporter& reporter) {
+void report_character(const Input& input, const Record& record, char character, const std::string& name, Reporter& reporter,
+                      std::optional<Correction> correction = {}) {
   const std::size_t at = record.repository().find(character);
   if (at != std::string_view::npos) {
-    reporter.report(record.descriptor->location(*record.line, 0, at, 1), name + " in the repository");
+    reporter.report(record.descriptor->location(*record.line, 0, at, 1), name + " in the repository", std::move(correction));
   } else if (base_of(input, record).find(character) != std::string_view::npos) {
     reporter.report(record.location(0), name + in_directory_of(record));
   }
@@ -361,6 +388,20 @@ Rule url_character_in_repository() {
           .concerns_removals = false};
 }
 
+/// Not where the shell needs them, as before a space, and not where they belong to the name of an archive that exists.
+std::optional<Correction> slashes_for_backslashes(const Record& record) {
+  const std::string_view text = record.repository();
+  if (record.site != nullptr && record.site->exists) return std::nullopt;
+  Correction correction{"write slashes", true, {}};
+  for (std::size_t at = 0; (at = text.find('\\', at)) != text.npos; ++at) {
+    const std::string_view after = text.substr(at + 1, 1);
+    const bool separates = at != 0 && !after.empty() && after.find_first_of(" \\'\"$`&|;<>()*?[#~!") == after.npos;
+    if (!separates) return std::nullopt;
+    correction.edits.push_back(record.edit(0, at, 1, "/"));
+  }
+  return correction.edits.empty() ? std::nullopt : std::optional(std::move(correction));
+}
+
 Rule backslash_in_repository() {
   return {.name = "backslash-in-repository",
           .group = Group::repositories,
@@ -376,15 +417,47 @@ Rule backslash_in_repository() {
               [](const Input& input, Reporter& reporter) {
                 for_each_placed(input, [&](const Record& record) {
                   if (has_drive_letter(record.repository())) return;
-                  report_character(input, record, '\\', "backslash", reporter);
+                  report_character(input, record, '\\', "backslash", reporter, slashes_for_backslashes(record));
                 });
               },
-          .concerns_removals = false};
+          .concerns_removals = false,
+          .corrects = Corrects::safely};
 }
 
 // ---- What is on disk ----
 
 constexpr const char* publish_again = "publish the repository again, and check that it is copied completely";
+
+/// The names in a directory that are like a name, regardless of case.
+std::vector<std::string> entries_like(const fs::path& directory, const std::string& name) {
+  if (name.empty() || name == "." || name == "..") return {name};
+  std::vector<std::string> names;
+  std::error_code error;
+  for (fs::directory_iterator entry(directory, error), end; !error && entry != end; entry.increment(error)) {
+    if (lower_case(entry->path().filename().string()) == lower_case(name)) names.push_back(entry->path().filename().string());
+  }
+  return names;
+}
+
+/// The path below a directory that differs from the given one in the case of its letters only; empty when there is none, or
+/// more than one.
+std::string in_other_case(const fs::path& directory, const std::string& path) {
+  std::vector<std::string> meant = {""};
+  for (const std::string& name : split(path, '/')) {
+    std::vector<std::string> longer;
+    for (const std::string& parent : meant) {
+      for (const std::string& entry : entries_like(directory / parent, name)) longer.push_back(parent + entry + "/");
+    }
+    meant = std::move(longer);
+  }
+  return meant.size() == 1 ? meant.front().substr(0, meant.front().size() - 1) : "";
+}
+
+std::optional<Correction> path_in_other_case(const Record& record) {
+  const std::string path = in_other_case(record.config->base_dir, std::string(record.repository()));
+  if (path.empty() || path == record.repository() || !is_utf8(path)) return std::nullopt;
+  return Correction{"write " + path, true, {record.edit(0, 0, path.size(), path)}};
+}
 
 Rule repository_missing() {
   return {
@@ -396,17 +469,19 @@ Rule repository_missing() {
           "If the director can load another repository, it only mentions errors, and does not find the features of this one. "
           "Otherwise it fails.",
       .fix = "ship the repository with the component, or correct the path",
-      .bad = component(line_of_one, {{"tools/sites/content.xml", content_of_one}}),
+      .bad = component(line_of_one, {{"tools/Site/content.xml", content_of_one}}),
       .good = good_component(),
       .check =
           [](const Input& input, Reporter& reporter) {
             for_each_looked_into(input, [&](const Record& record) {
               if (record.site->exists) return;
               reporter.report(record.location(0),
-                              "repository does not exist: " + std::string(eclipse_dry_run::path_in(record.placement->url)));
+                              "repository does not exist: " + std::string(eclipse_dry_run::path_in(record.placement->url)),
+                              path_in_other_case(record));
             });
           },
-      .concerns_removals = false};
+      .concerns_removals = false,
+      .corrects = Corrects::safely};
 }
 
 void report_no_metadata(const Record& record, Reporter& reporter) {
@@ -516,6 +591,9 @@ constexpr const char* artifacts_of_files =
     "</mappings><artifacts>\n"
     "  <artifact classifier='osgi.bundle' id='org.example.one.plugin' version='1.0.0'/>\n</artifacts></repository>\n";
 
+/// An end of central directory, which alone is a zip archive without entries.
+std::string empty_jar() { return "PK\x05\x06" + std::string(18, '\0'); }
+
 /// The artifacts that a repository should have, each with its file where that is known.
 std::map<std::string, std::string> missing_artifacts(const Repository& site) {
   if (site.lists_artifacts) return site.missing_artifacts;
@@ -535,8 +613,18 @@ std::string lack_of_artifacts(const Record& record, const std::map<std::string, 
          (others == 0 ? "" : " and " + std::to_string(others) + " more") + ", which its metadata lists";
 }
 
-/// The director takes an artifact from any repository that has it.
-void check_artifacts(const Input& input, Reporter& reporter) {
+std::string damage_of_artifacts(const Record& record, const std::map<std::string, std::string>& damaged) {
+  const std::size_t others = damaged.size() - 1;
+  return in_quotes(record.repository()) + ": " + damaged.begin()->second +
+         (others == 0 ? "" : "; " + std::to_string(others) + " more of its jars are damaged");
+}
+
+/// Artifacts by their names, with what there is to say of them.
+using Artifacts = std::map<std::string, std::string>;
+
+/// Reports artifacts of each repository, but the director takes an artifact from any repository that has it.
+void check_artifacts(const Input& input, Artifacts (*artifacts_of)(const Repository& site),
+                     std::string (*text_of)(const Record& record, const Artifacts& artifacts), Reporter& reporter) {
   std::map<const Repository*, const Record*> sites;
   std::set<std::string> all;
   bool is_certain = true;
@@ -548,9 +636,9 @@ void check_artifacts(const Input& input, Reporter& reporter) {
   });
   if (!is_certain) return;
   for (const auto& [site, record] : sites) {
-    auto missing = site->error.empty() ? missing_artifacts(*site) : std::map<std::string, std::string>();
-    std::erase_if(missing, [&](const auto& artifact) { return all.count(artifact.first) != 0; });
-    if (!missing.empty()) reporter.report(record->location(0), lack_of_artifacts(*record, missing));
+    auto artifacts = site->error.empty() ? artifacts_of(*site) : Artifacts();
+    std::erase_if(artifacts, [&](const auto& artifact) { return all.count(artifact.first) != 0; });
+    if (!artifacts.empty()) reporter.report(record->location(0), text_of(*record, artifacts));
   }
 }
 
@@ -567,9 +655,34 @@ Rule repository_without_artifacts() {
       .bad = component_with(content_of_files),
       .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},
                                       {"tools/site/artifacts.xml", artifacts_of_files},
-                                      {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", "a jar\n"}}),
-      .check = check_artifacts,
+                                      {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", empty_jar()}}),
+      .check = [](const Input& input,
+                  Reporter& reporter) { check_artifacts(input, missing_artifacts, lack_of_artifacts, reporter); },
       .concerns_removals = false};
+}
+
+Rule artifact_damaged() {
+  return {.name = "artifact-damaged",
+          .group = Group::repositories,
+          .severity = Severity::error,
+          .title = "a jar of a repository is not a zip archive, or has another size than the repository lists",
+          .why =
+              "The director compares jars with their checksums, and does not accept other files. The command for all features "
+              "fails, also for those of other repositories; each feature is then tried alone.",
+          .fix = publish_again,
+          .bad = component(line_of_one, {{"tools/site/content.xml", content_of_files},
+                                         {"tools/site/artifacts.xml", artifacts_of_files},
+                                         {"tools/site/plugins/org.example.one.plugin_1.0.0.jar",
+                                          "version https://git-lfs.github.com/spec/v1\noid sha256:0000\nsize 582\n"}}),
+          .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},
+                                          {"tools/site/artifacts.xml", artifacts_of_files},
+                                          {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", empty_jar()}}),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                check_artifacts(
+                    input, [](const Repository& site) { return site.damaged_artifacts; }, damage_of_artifacts, reporter);
+              },
+          .concerns_removals = false};
 }
 
 constexpr const char* content_of_two =
@@ -642,6 +755,7 @@ std::vector<Rule> rules_about_repositories() {
           repository_not_loadable(),
           repository_not_examined(),
           repository_without_artifacts(),
+          artifact_damaged(),
           unused_repository()};
 }
 

@@ -150,6 +150,19 @@ TEST(LintDirector, SiteWithoutItsArtifactsKeepsBackTheOthers) {
   }
 }
 
+TEST(LintDirector, DamagedArtifactsKeepBackTheOthers) {
+  const std::string pointer = "version https://git-lfs.github.com/spec/v1\noid sha256:00\nsize 582\n";
+  for (const auto& [file, content] : {std::pair("features/org.example.alpha_1.0.0.jar", pointer),
+                                      std::pair("plugins/org.example.alpha.plugin_1.0.0.jar", std::string("PK\x05\x06more"))}) {
+    Product product;
+    product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");
+    write(product.directory() / "tools/sites/alpha" / file, content);
+    EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13, 0)) << file;
+    EXPECT_EQ(product.installed(), features({"gamma"})) << file;
+    EXPECT_THAT(rules_broken_by(product), ElementsAre("artifact-damaged")) << file;
+  }
+}
+
 TEST(LintDirector, ArtifactsMayComeFromAnotherSite) {
   Product product;
   product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");
