@@ -89,8 +89,8 @@ void AllOrNothing::run(const Plugin& plugin, Session& session, RunRecord& record
 /// A director reports success for a removal although a unit stays, so its word is not enough.
 bool AllOrNothing::is_whole(const RunRecord& record) const {
   if (record.failed()) return false;
-  auto installed = recorded_units(instance_directory(plan_.executable));
-  return !installed || eclipse_verify::compare(plan_, *std::move(installed), offer_).differences().empty();
+  const auto verification = eclipse_verify::verify_by_profile(plan_, offer_);
+  return !verification || verification->differences().empty();
 }
 
 /// Also after a signal: the first one that comes from now on lets the director end, the second one stops it.
