@@ -147,7 +147,7 @@ Findings lint(const PluginFunctions& library, Repositories& sites, DescriptorFil
 }
 
 Findings lint_session(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,
-                      std::unique_ptr<const JsonDocument> document, const Settings& settings) {
+                      std::shared_ptr<const JsonDocument> document, const Settings& settings) {
   return findings_in(read_session_input(library, sites, files, std::move(document), settings.add_variables), settings);
 }
 

@@ -57,7 +57,7 @@ Findings lint_session(const eclipse_dry_run::PluginFunctions& library, eclipse_p
 Findings lint(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
               eclipse_dry_run::DescriptorFiles& files, const std::filesystem::path& path, const Settings& settings);
 Findings lint_session(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
-                      eclipse_dry_run::DescriptorFiles& files, std::unique_ptr<const eclipse_base::JsonDocument> document,
+                      eclipse_dry_run::DescriptorFiles& files, std::shared_ptr<const eclipse_base::JsonDocument> document,
                       const Settings& settings);
 
 }  // namespace eclipse_lint
