@@ -72,7 +72,7 @@ ReportAdditions AllOrNothing::additions() const {
 
 void AllOrNothing::run(const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers) {
   record.variables_before = session.variables;
-  plan_ = eclipse_plan::make_plan(plugin, session, eclipse_plan::Retries::distinct);
+  plan_ = eclipse_plan::make_plan(plugin, session, eclipse_plan::Retries::distinct, {Interruption::observer()});
   if (!plan_.command) return run_(plugin, session, record, observers);
   Repositories repositories;
   offer_ = eclipse_plan::offered_to(plan_, repositories);

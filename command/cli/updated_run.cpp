@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "base/printable.h"
+#include "cli/interruption.h"
+#include "dry_run/product_files.h"
 #include "p2/installed_units.h"
 #include "p2/repository.h"
 #include "plan/make_plan.h"
@@ -39,19 +41,27 @@ ReportAdditions UpdatedRun::additions() const {
 }
 
 void UpdatedRun::run(const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers) {
-  record.variables_before = session.variables;
-  plan_ = eclipse_plan::make_plan(plugin, session, eclipse_plan::Retries::distinct);
-  const auto installed =
-      plan_.command ? eclipse_p2::recorded_units(eclipse_p2::instance_directory(plan_.executable)) : std::nullopt;
-  if (installed) {
-    eclipse_p2::Repositories repositories;
-    replacements_ = eclipse_update::replacements_for(plan_, eclipse_plan::offered_to(plan_, repositories), *installed);
-  }
+  find_replacements(plugin, session);
   std::string refusal = refusal_for(replacements_, wishes_);
+  record.variables_before = session.variables;
   if (refusal.empty() && wishes_.update && !replacements_.empty()) refusal = refusal_after_update(record, observers);
   was_run_ = refusal.empty();
   if (was_run_) return run_(plugin, session, record, observers);
   record.refusal = refusal;
+}
+
+/// A library that has the actions and nothing else cannot be asked, and a profile that cannot be read does not say.
+void UpdatedRun::find_replacements(const Plugin& plugin, const Session& session) try {
+  if (session.is_removal()) return;
+  const std::string executable = eclipse_dry_run::chosen_executable(plugin, session);
+  if (executable.empty()) return;
+  const auto installed = eclipse_p2::recorded_units(eclipse_p2::instance_directory(executable));
+  if (!installed) return;
+  plan_ = eclipse_plan::make_plan(plugin, session, eclipse_plan::Retries::distinct, {Interruption::observer()});
+  if (!plan_.command) return;
+  eclipse_p2::Repositories repositories;
+  replacements_ = eclipse_update::replacements_for(plan_, eclipse_plan::offered_to(plan_, repositories), *installed);
+} catch (const PluginError&) {
 }
 
 /// The command changes everything or nothing.

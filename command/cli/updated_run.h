@@ -25,6 +25,7 @@ class UpdatedRun {
  private:
   void run(const eclipse_host::Plugin& plugin, eclipse_host::Session& session, eclipse_host::RunRecord& record,
            const eclipse_host::RunObservers& observers);
+  void find_replacements(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session);
   std::string refusal_after_update(eclipse_host::RunRecord& record, const eclipse_host::RunObservers& observers);
   std::string text() const;
   void add_to(nlohmann::ordered_json& json) const;
