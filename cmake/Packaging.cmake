@@ -42,31 +42,37 @@ endif()
 set(CPACK_GENERATOR DEB TGZ)
 set(CPACK_PACKAGE_NAME eclipse-int)
 set(CPACK_PACKAGE_CONTACT "eclipse_int developers <eclipse-int@example.org>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-# One Debian package for each component, and one archive of all.
+# One Debian package for each component, and one archive of all. Without a summary of all,
+# the first line of each description is the synopsis.
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_COMPONENTS_ALL library development)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libeclipse-int)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "${PROJECT_DESCRIPTION}
- The plug-in, which an installer host loads.")
+The plug-in, which an installer host loads. It runs the p2 director of the
+instance.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libeclipse-int-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libeclipse-int (= ${PROJECT_VERSION})")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "${PROJECT_DESCRIPTION} (development)
- Headers, CMake package and checks for an installer host.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "eclipse-int (= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Development files for an installer host that loads eclipse_int
+Headers, CMake package, pkg-config file, and the checks as a library for the
+tests of a host. The documents, the examples and the command that checks a
+host are in the package eclipse-int.")
 if(ECLIPSE_INT_BUILD_COMMAND)
   list(APPEND CPACK_COMPONENTS_ALL command)
   set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME eclipse-int)
   set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION admin)
   set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "libeclipse-int (= ${PROJECT_VERSION})")
   set(CPACK_COMPONENT_COMMAND_DESCRIPTION "Runs, previews and verifies installations of Eclipse features
- A stand-alone host for the plug-in, which also finds mistakes in its input and checks
- other hosts.")
+A stand-alone host for the plug-in libeclipse_int.so, which also finds
+mistakes in its input and checks other hosts.")
 endif()
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/DebianFiles.cmake)
 include(CPack)

@@ -45,6 +45,9 @@ struct Skipped {
   std::string reason;
 };
 
+/// The check for which an action throws: not performed by itself, but seen in the host's own run.
+inline constexpr std::string_view exception_drill = "drill/exception";
+
 /// All checks, in the order in which they are performed.
 std::span<const Check> all_checks();
 

@@ -14,6 +14,7 @@ inline constexpr const char* format = "ECLIPSE_INT_CHECK_FORMAT";          ///< 
 inline constexpr const char* report = "ECLIPSE_INT_CHECK_REPORT";          ///< its file; standard error without one
 inline constexpr const char* junit = "ECLIPSE_INT_CHECK_JUNIT";            ///< the file of a second report, in JUnit XML
 inline constexpr const char* end_host = "ECLIPSE_INT_CHECK_END_HOST";      ///< "1": the host ends after the checks
+inline constexpr const char* drill = "ECLIPSE_INT_CHECK_DRILL";            ///< "1": an exception comes out of the first action
 /// The file that says how far it got: empty until the library is loaded, then "loaded", "checking NAME" and in the end "0",
 /// "1", or "2" and a message.
 inline constexpr const char* progress = "ECLIPSE_INT_CHECK_PROGRESS";

@@ -144,7 +144,9 @@ bool observed_file_exists(const std::string& file, bool option) {
 char* observed_get_file(const std::string&, int, long long*) OBSERVED("_Z8get_fileRK" STRING "iPx");
 char* observed_get_file(const std::string& file, int option, long long* size) {
   char* const text = get_file(file, option, size);
-  if (text != nullptr) note_text("observed/files", "get_file(" + shown(file) + ")", content_of(file).c_str(), text);
+  const std::string content = content_of(file);
+  if (text != nullptr)
+    note_text("observed/files", "get_file(" + shown(file) + ")", content.substr(0, content.find('\0')), text);
   return text;
 }
 

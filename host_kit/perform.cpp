@@ -84,6 +84,10 @@ std::string last_words(const std::string& outputs) {
   return lines.empty() ? "" : "; its last output: " + shown(lines.back());
 }
 
+[[noreturn]] void refuse_entry(const std::string& file, std::size_t line, const std::string& why) {
+  throw std::invalid_argument(file + ":" + std::to_string(line) + ": " + why);
+}
+
 class Performance {
  public:
   Performance(session_t* session, const eclipse_int::HostCheckOptions& options,
@@ -216,9 +220,8 @@ std::map<std::string, std::string> read_waivers(const std::string& file) {
     if (entry.empty() || entry[0] == '#') continue;
     const std::size_t space = entry.find_first_of(eclipse_base::white_space);
     const std::string name(entry.substr(0, space));
-    const std::string place = file + ":" + std::to_string(number) + ": ";
-    if (find_check(name) == nullptr) throw std::invalid_argument(place + "there is no check called \"" + name + "\"");
-    if (space == entry.npos) throw std::invalid_argument(place + "\"" + name + "\" needs a reason behind it");
+    if (find_check(name) == nullptr) refuse_entry(file, number, "there is no check called " + shown(name));
+    if (space == entry.npos) refuse_entry(file, number, shown(name) + " needs a reason behind it");
     waivers[name] = eclipse_base::trimmed(entry.substr(space));
   }
   return waivers;

@@ -2,10 +2,13 @@
 // the host; then each does what the plug-in does, and what the host answers is observed.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <exception>
 #include <fstream>
 #include <iostream>
 #include <mutex>
+#include <new>
 #include <sstream>
 
 #include "base/text.h"
@@ -47,13 +50,25 @@ class HostCheck {
  public:
   int call(Action action, session_t* session) {
     const bool is_first = begin(session);
-    if (is_first && setting(environment::end_host) == "1") end_host(0);
+    if (is_first && setting(environment::drill) == "1") throw_out_of_action();
+    if (setting(environment::end_host) == "1") end_host(0);
     const int result = action(session);
     report();
     return result;
   }
 
+  /// Reports that the host did not catch the exception of the drill.
+  void note_termination() {
+    drill_.outcome = Outcome::fails;
+    drill_.failure = {"the host catches an exception that comes out of an action", "std::terminate() was called",
+                      "there is no try block around the call, or a function between is noexcept"};
+    report();
+  }
+
  private:
+  /// Throws what comes out of an action when memory runs out. If nobody catches it, the process ends.
+  [[noreturn]] void throw_out_of_action();
+
   /// Checks the host in the first action that it calls, and a second session as soon as there is one. True in the first.
   bool begin(session_t* session) {
     const std::lock_guard lock(mutex_);
@@ -109,6 +124,10 @@ class HostCheck {
 
   void write_report() {
     std::vector<Result> all = results_;
+    if (const Check* const check = selected(exception_drill)) {
+      all.push_back(drill_);
+      all.back().check = check;
+    }
     for (Result& result : observed_results(selected_, results_)) all.push_back(std::move(result));
     waive(all, waivers_);
     std::ostringstream text;
@@ -120,6 +139,12 @@ class HostCheck {
       write_junit(file, all);
     }
     write_progress(has_error(all) ? "1" : "0");
+  }
+
+  const Check* selected(std::string_view name) const {
+    const auto found =
+        std::find_if(selected_.begin(), selected_.end(), [&](const Check* check) { return check->name == name; });
+    return found == selected_.end() ? nullptr : *found;
   }
 
   /// Each report replaces the one before. Standard error gets only the first.
@@ -154,11 +179,25 @@ class HostCheck {
   std::vector<const Check*> selected_;
   std::map<std::string, std::string> waivers_;
   std::vector<Result> results_;
+  Result drill_{nullptr, Outcome::skipped, {}, "give --drill: the first action then throws std::bad_alloc", 0, ""};
 };
 
 HostCheck& host_check() {
   static HostCheck check;
   return check;
+}
+
+std::terminate_handler terminate_before = nullptr;
+
+void HostCheck::throw_out_of_action() {
+  terminate_before = std::set_terminate([] {
+    host_check().note_termination();
+    if (terminate_before != nullptr) terminate_before();
+    std::abort();
+  });
+  drill_.outcome = Outcome::holds;
+  report();
+  throw std::bad_alloc();
 }
 
 __attribute__((constructor)) void note_loading() {

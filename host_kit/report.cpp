@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
 #include <functional>
 #include <stdexcept>
 
@@ -20,7 +21,8 @@ bool is_tolerated(const Result& result) { return result.outcome == Outcome::fail
 
 /// Why a failure is none: its level, or the reason of its waiver.
 std::string tolerance(const Result& result) {
-  return result.waiver.empty() ? std::string(level_name(result.check->level)) : "waived: " + result.waiver;
+  return result.waiver.empty() ? std::string(level_name(result.check->level))
+                               : "waived: " + eclipse_base::printable(result.waiver);
 }
 
 std::string seconds_of(double seconds) {
@@ -42,6 +44,12 @@ std::vector<Field> fields_of(const Result& result) {
       {"looks like", result.failure.guess},    {"harm", std::string(check.harm)}, {"fix", std::string(check.fix)}};
   std::erase_if(fields, [](const Field& field) { return field.text.empty(); });
   return fields;
+}
+
+/// Some readers of the protocol take only one word for a key.
+std::string yaml_key(std::string name) {
+  std::replace(name.begin(), name.end(), ' ', '_');
+  return name;
 }
 
 std::string yaml_quoted(const std::string& text) {
@@ -76,6 +84,14 @@ std::string xml_escaped(std::string_view text) {
   return escaped;
 }
 
+std::string now_in_utc() {
+  const std::time_t now = std::time(nullptr);
+  std::tm time;
+  char text[32];
+  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", gmtime_r(&now, &time));
+  return text;
+}
+
 std::string summary(const std::vector<Result>& results) {
   using eclipse_base::counted;
   const std::size_t errors = count_of(results, is_error);
@@ -102,21 +118,23 @@ void write_text(std::ostream& out, const std::vector<Result>& results) {
     out << "\n";
   }
   for (const Result& result : results) {
-    if (result.outcome == Outcome::skipped) out << "skipped " << result.check->name << ": " << result.reason << "\n";
+    if (result.outcome == Outcome::skipped)
+      out << "skipped " << result.check->name << ": " << eclipse_base::printable(result.reason) << "\n";
   }
   out << summary(results) << "\n";
 }
 
 void write_tap(std::ostream& out, const std::vector<Result>& results) {
-  out << "TAP version 14\n1.." << results.size() << "\n";
+  out << "TAP version 13\n1.." << results.size() << "\n";
   std::size_t number = 0;
   for (const Result& result : results) {
     out << (result.outcome == Outcome::fails ? "not ok " : "ok ") << ++number << " - " << result.check->name;
-    if (result.outcome == Outcome::skipped) out << " # SKIP " << result.reason;
+    if (result.outcome == Outcome::skipped) out << " # SKIP " << eclipse_base::printable(result.reason);
     if (is_tolerated(result)) out << " # TODO " << tolerance(result);
     out << "\n  ---\n  level: " << level_name(result.check->level) << "\n  seconds: " << seconds_of(result.seconds) << "\n";
     if (result.outcome == Outcome::fails) {
-      for (const Field& field : fields_of(result)) out << "  " << field.name << ": " << yaml_quoted(field.text) << "\n";
+      for (const Field& field : fields_of(result))
+        out << "  " << yaml_key(field.name) << ": " << yaml_quoted(field.text) << "\n";
     }
     out << "  ...\n";
   }
@@ -128,9 +146,10 @@ void write_junit(std::ostream& out, const std::vector<Result>& results) {
       count_of(results, [](const Result& result) { return result.outcome == Outcome::skipped || is_tolerated(result); });
   double seconds = 0;
   for (const Result& result : results) seconds += result.seconds;
-  out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites>\n<testsuite name=\"eclipse_int host\" tests=\""
-      << results.size() << "\" failures=\"" << errors << "\" errors=\"0\" skipped=\"" << skipped << "\" time=\""
-      << seconds_of(seconds) << "\">\n";
+  out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites>\n<testsuite id=\"0\" package=\"eclipse_int\" name=\"host\" "
+         "timestamp=\""
+      << now_in_utc() << "\" hostname=\"localhost\" tests=\"" << results.size() << "\" failures=\"" << errors
+      << "\" errors=\"0\" skipped=\"" << skipped << "\" time=\"" << seconds_of(seconds) << "\">\n<properties/>\n";
   for (const Result& result : results) {
     const std::string_view name = result.check->name;
     out << "<testcase classname=\"" << name.substr(0, name.find('/')) << "\" name=\"" << name << "\" time=\""
@@ -143,13 +162,13 @@ void write_junit(std::ostream& out, const std::vector<Result>& results) {
       out << "<failure message=\"" << xml_escaped(result.failure.wanted + ", but got " + result.failure.got)
           << "\" type=\"must\">" << details << "</failure>";
     } else if (is_tolerated(result)) {
-      out << "<skipped message=\"" << xml_escaped(tolerance(result)) << "\"/><system-out>" << details << "</system-out>";
+      out << "<skipped message=\"" << xml_escaped(tolerance(result)) << "\">" << details << "</skipped>";
     } else if (result.outcome == Outcome::skipped) {
       out << "<skipped message=\"" << xml_escaped(result.reason) << "\"/>";
     }
     out << "</testcase>\n";
   }
-  out << "</testsuite>\n</testsuites>\n";
+  out << "<system-out/>\n<system-err/>\n</testsuite>\n</testsuites>\n";
 }
 
 WriteReport report_writer(std::string_view format) {

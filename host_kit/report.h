@@ -15,7 +15,7 @@ std::string_view level_name(Level level);
 
 /// For people: what fails in full, what was skipped with the reason, and the numbers.
 void write_text(std::ostream& out, const std::vector<Result>& results);
-/// Test Anything Protocol, version 14. What should or may hold and does not is marked "TODO", which is not a failure there.
+/// Test Anything Protocol, version 13. What should or may hold and does not is marked "TODO", which is not a failure there.
 void write_tap(std::ostream& out, const std::vector<Result>& results);
 /// JUnit XML. What should or may hold and does not counts as skipped, with what was found in its message.
 void write_junit(std::ostream& out, const std::vector<Result>& results);

@@ -21,6 +21,7 @@ inline constexpr std::size_t configuration = 4 * mebibyte;  ///< of an instance 
 inline constexpr std::size_t profile = 256 * mebibyte;      ///< a state of a p2 profile, decompressed
 inline constexpr std::size_t metadata = 256 * mebibyte;     ///< of a p2 repository, decompressed
 inline constexpr std::size_t log = 16 * mebibyte;           ///< of an instance; of a larger one the end is read
+inline constexpr std::size_t message = 16 * mebibyte;       ///< of an editor to the language server
 
 inline constexpr std::size_t json_values = 1'000'000;    ///< of a JSON document, each of which takes some hundred bytes
 inline constexpr std::size_t output = 4 * mebibyte;      ///< of a command; of a larger one the beginning and the end are kept

@@ -17,13 +17,30 @@ namespace eclipse_base {
 class FileError : public std::runtime_error {
  public:
   FileError(const std::filesystem::path& file, const std::string& message)
-      : std::runtime_error(printable(file.string()) + ": " + in_one_line(message)) {}
+      : std::runtime_error(printable(file.string()) + ": " + in_one_line(message)),
+        file_(file),
+        message_(in_one_line(message)) {}
   FileError(const std::filesystem::path& file, std::size_t line, std::size_t column, const std::string& message)
       : std::runtime_error(printable(file.string()) + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " +
-                           in_one_line(message)) {}
+                           in_one_line(message)),
+        file_(file),
+        line_(line),
+        column_(column),
+        message_(in_one_line(message)) {}
+
+  // The parts of what().
+  const std::filesystem::path& file() const { return file_; }
+  std::size_t line() const { return line_; }  ///< 0 means the file as a whole
+  std::size_t column() const { return column_; }
+  const std::string& message() const { return message_; }
 
  private:
   static std::string in_one_line(const std::string& message) { return printable(message, {.longest = no_limit}); }
+
+  std::filesystem::path file_;
+  std::size_t line_ = 0;
+  std::size_t column_ = 0;
+  std::string message_;
 };
 
 }  // namespace eclipse_base

@@ -51,6 +51,7 @@ struct CheckHostOptions {
   std::vector<std::string> only;
   bool in_process = false;
   bool checks_only = false;
+  bool drill = false;
   bool list = false;
   unsigned seconds = 10;
   std::string format = "text";
@@ -109,6 +110,7 @@ void set_environment(const CheckHostOptions& options, const ReportDirectory& dir
   set(environment::only, eclipse_base::joined(options.only, ","));
   set(environment::in_process, options.in_process ? "1" : "");
   set(environment::end_host, options.checks_only ? "1" : "");
+  set(environment::drill, options.drill ? "1" : "");
   set(environment::seconds, std::to_string(options.seconds));
   set(environment::format, options.format);
   set(environment::report, directory.report());
@@ -225,6 +227,9 @@ Subcommand add_check_host(CLI::App& program) {
                   "Perform the checks in the process of the host, for a debugger\n[each in a forked child]");
   parser.add_flag("--checks-only", options->checks_only,
                   "End the host after the checks, before the first action does anything");
+  parser.add_flag("--drill", options->drill,
+                  "After the checks, let the first action throw an exception, as it\ndoes when memory runs out, and see "
+                  "whether the host catches it");
   parser.add_option("--seconds", options->seconds, "How long a check may take [10]")
       ->type_name("N")
       ->check(CLI::Range(1, 3600));

@@ -6,11 +6,13 @@
 #include <utility>
 #include <vector>
 
+#include "base/file.h"
 #include "base/printable.h"
+#include "cli/session_source.h"
 #include "cli/subcommands.h"
 #include "cli/unexpected_arguments.h"
 #include "cli/usage_error.h"
-#include "standalone_host/installation.h"
+#include "eclipse_int/version.h"
 
 namespace eclipse_cli {
 
@@ -76,7 +78,24 @@ Subcommand add_help(CLI::App& program) {
           }};
 }
 
+/// "--version": the version of the command, and that of the plug-in which it loads.
+int print_versions(const SessionOptions& options) {
+  std::cout << "eclipse-int " ECLIPSE_INT_VERSION "\n" << std::flush;
+  const eclipse_host::Plugin plugin = load_plugin(options);
+  const std::string version = plugin.version();
+  std::cout << eclipse_base::printable(plugin.library().filename().string()) << " "
+            << (version.empty() ? "unknown" : eclipse_base::printable(version)) << " ("
+            << eclipse_base::printable(eclipse_base::absolute_path(plugin.library()).string()) << ")\n";
+  return 0;
+}
+
 int perform(CLI::App& program, int argc, const char* const* argv) {
+  SessionOptions options;
+  CLI::Option* const version =
+      program.add_flag("--version")->description("Print the versions of this command and of the plug-in, and exit");
+  program
+      .add_option("--plugin", options.plugin, "With --version: of this plug-in\n[default: the one installed with this command]")
+      ->type_name("LIBRARY");
   std::vector<Subcommand> subcommands = add_session_subcommands(program);
   subcommands.push_back(add_repair(program));
   subcommands.push_back(add_history(program));
@@ -86,8 +105,11 @@ int perform(CLI::App& program, int argc, const char* const* argv) {
   subcommands.push_back(add_check_host(program));
   subcommands.push_back(add_list(program));
   subcommands.push_back(add_new(program));
+  subcommands.push_back(add_language_server(program));
   subcommands.push_back(add_help(program));
   program.parse(argc, argv);
+  if (version->count() > 0) return print_versions(options);
+  if (options.plugin) throw UsageError("--plugin: before a subcommand it is for --version only; write it after the subcommand");
   for (const Subcommand& subcommand : subcommands) {
     if (subcommand.parser->parsed()) return subcommand.perform();
   }
@@ -103,7 +125,6 @@ void set_help(CLI::App& command, const std::string& usage, const std::string& ex
 
 int run_command_line(int argc, const char* const* argv) {
   CLI::App program(description, "eclipse-int");
-  program.set_version_flag("--version", "eclipse-int " + std::string(eclipse_host::version));
   program.failure_message(usage_message);
   // Not more than one. That there is one is checked later: the parser would say so of a misspelt one, too.
   program.require_subcommand(0, 1);
@@ -113,7 +134,7 @@ int run_command_line(int argc, const char* const* argv) {
   } catch (const CLI::ExtrasError&) {
     throw UsageError(about_unexpected_argument(program));
   } catch (const CLI::ParseError& error) {
-    // Also thrown for --help and --version, which are a success.
+    // Also thrown for --help, which is a success.
     return program.exit(error) == 0 ? 0 : 2;
   }
 }

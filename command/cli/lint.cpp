@@ -6,16 +6,21 @@
 #include <iostream>
 #include <memory>
 
+#include "base/file.h"
 #include "base/file_error.h"
+#include "base/file_replacement.h"
 #include "base/printable.h"
+#include "base/text.h"
+#include "base/unified_diff.h"
 #include "cli/session_options.h"
 #include "cli/session_source.h"
 #include "cli/session_variables.h"
 #include "cli/standard_streams.h"
 #include "cli/subcommands.h"
 #include "cli/usage_error.h"
+#include "eclipse_int/version.h"
+#include "lint/fix.h"
 #include "lint/report.h"
-#include "standalone_host/installation.h"
 
 using namespace eclipse_lint;
 using namespace eclipse_p2;
@@ -30,6 +35,10 @@ constexpr const char* examples =
     "  eclipse-int lint tools\n"
     "      Check a component in its directory, with the update sites in it. In a directory of components, check each of\n"
     "      them separately.\n"
+    "  eclipse-int lint tools --diff\n"
+    "      Show what --fix would change.\n"
+    "  eclipse-int lint tools --fix\n"
+    "      Correct the descriptor files where only one text can be meant, and print the findings that remain.\n"
     "  eclipse-int lint install.json --set USER_DEFINED_ECLIPSE_PATH=/opt/ide/eclipse\n"
     "      Check a session as it would be run with these variables.\n"
     "  eclipse-int lint --select orders --disable order-as-dependency install.json\n"
@@ -39,22 +48,29 @@ constexpr const char* examples =
     "      [{\"rule\": \"feature-pinned\", \"file\": \"tools.txt\", \"line\": 2, \"reason\": \"...\"}]\n"
     "  eclipse-int lint --format sarif install.json > findings.sarif\n"
     "      Write the findings for another program.\n"
+    "  git show :tools/etc/eclipse/tools.txt | eclipse-int lint - --stdin-name tools/etc/eclipse/tools.txt\n"
+    "      Check what is about to be committed.\n"
     "  eclipse-int explain line-without-tab\n"
     "      Explain a rule.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
-    "  0  no finding of the given severity or higher\n"
-    "  1  at least one such finding\n"
+    "  0  no error among the findings that are shown, or what --fail-on says in place of error\n"
+    "  1  at least one such finding; with --diff: at least one file would change\n"
     "  2  an input or the arguments are invalid, or standard output cannot be written\n";
 
 struct LintOptions {
   std::vector<std::string> inputs;
   std::string format = "text";
-  std::string severity = "error";
+  std::string severity = "note";
+  std::string fail_on = "error";
   std::vector<std::string> selected;
   std::vector<std::string> disabled;
   std::optional<std::string> overrides;
+  bool fixes = false;
+  bool shows_diff = false;
+  bool with_unsafe = false;
+  std::string input_name = "-";
   SessionOptions session;
 };
 
@@ -63,6 +79,19 @@ std::set<std::string> checked_names(const std::string& option, const std::vector
     if (rules_named(name).empty()) throw UsageError(option + ": " + unknown_rule_or_group(name));
   }
   return {names.begin(), names.end()};
+}
+
+constexpr std::string_view standard_input = "-";
+
+void check_fix_options(const LintOptions& options) {
+  const bool reads_input = std::find(options.inputs.begin(), options.inputs.end(), standard_input) != options.inputs.end();
+  if (reads_input && (options.fixes || options.shows_diff)) {
+    throw UsageError("--fix and --diff: not for standard input; give a file");
+  }
+  if (options.with_unsafe && !options.fixes && !options.shows_diff) {
+    throw UsageError("--unsafe-fixes: only with --fix or --diff");
+  }
+  if (options.shows_diff && options.format != "text") throw UsageError("--diff: only with --format text");
 }
 
 Settings settings_from(const LintOptions& options) {
@@ -80,8 +109,10 @@ Settings settings_from(const LintOptions& options) {
 
 void print(const Findings& findings, const std::string& format) {
   if (format == "json") return print_json(std::cout, findings);
-  if (format == "sarif") return print_sarif(std::cout, findings, std::string(eclipse_host::version));
-  print_text(std::cout, findings, output_is_coloured());
+  if (format == "sarif") return print_sarif(std::cout, findings, ECLIPSE_INT_VERSION);
+  if (format == "github") return print_github(std::cout, findings);
+  (format == "brief" ? print_brief : print_text)(std::cout, findings, output_is_coloured());
+  print_summary(std::cout, findings);
 }
 
 /// An override that is no longer needed would hide the next finding of its rule.
@@ -96,38 +127,164 @@ void warn_of_unused(const Settings& settings, const Findings& findings) {
 
 /// What is found in a drafted session itself is about the directory as a whole.
 Findings lint_drafted_session(const std::string& input, const eclipse_dry_run::PluginFunctions& library, Repositories& sites,
-                              const Settings& settings, const SessionOptions& options) {
-  Findings findings = eclipse_lint::lint_session(library, sites, session_document(input, options), settings);
+                              eclipse_dry_run::DescriptorFiles& files, const Settings& settings,
+                              const SessionOptions& options) {
+  Findings findings = eclipse_lint::lint_session(library, sites, files, session_document(input, options), settings);
   for (Finding& finding : findings) {
     if (finding.location.file == input) finding.location = {input};
   }
   return findings;
 }
 
+/// The changed files as a diff, which a program gets as it is.
+void print_diff(const std::vector<FixedFile>& files) {
+  for (const FixedFile& file : files) {
+    const std::string diff = eclipse_base::unified_diff(file.file.string(), file.before, file.after);
+    std::cout << (output_is_coloured()
+                      ? eclipse_base::printable(diff, {.tab = "\t", .line_feed = "\n", .longest = eclipse_base::no_limit})
+                      : diff);
+  }
+}
+
+/// Throws FileError when the file is not the one that was linted.
+void write(const FixedFile& file) {
+  constexpr const char* advice = "run the command again";
+  if (eclipse_base::content_of(file.file, eclipse_base::largest::descriptor, advice) != file.before) {
+    throw eclipse_base::FileError(file.file, std::string("was changed by another program meanwhile; ") + advice);
+  }
+  eclipse_base::FileReplacement replacement(file.file);
+  replacement.check_target();
+  replacement.replace_target_with(file.after);
+}
+
+/// Writes those files that can be written, each whole. The messages about the others.
+std::vector<std::string> write(const std::vector<FixedFile>& files) {
+  std::vector<std::string> errors;
+  std::size_t written = 0;
+  std::size_t corrections = 0;
+  for (const FixedFile& file : files) {
+    try {
+      write(file);
+      ++written;
+      corrections += file.corrections;
+    } catch (const eclipse_base::FileError& error) {
+      errors.emplace_back(error.what());
+    }
+  }
+  if (written != 0) {
+    print_message("fixed " + eclipse_base::counted(corrections, "finding") + " in " + eclipse_base::counted(written, "file"));
+  }
+  return errors;
+}
+
+/// Throws FileError when there is more than any file may contain.
+std::string read_standard_input(const std::string& name) {
+  std::string text;
+  std::array<char, 65536> piece;
+  while (text.size() <= eclipse_base::largest::descriptor && std::cin) {
+    std::cin.read(piece.data(), piece.size());
+    text.append(piece.data(), static_cast<std::size_t>(std::cin.gcount()));
+  }
+  eclipse_base::FileContent content = eclipse_base::limited_content(std::move(text), eclipse_base::largest::descriptor);
+  if (!content.error.empty()) throw eclipse_base::FileError(name, content.error + "; give a descriptor or a session");
+  return std::move(content.bytes);
+}
+
+/// All inputs, with the settings of a command line.
+class InputLinter {
+ public:
+  InputLinter(const LintOptions& options, const Settings& settings, const eclipse_dry_run::PluginFunctions& library)
+      : options_(options), settings_(settings), library_(library) {}
+
+  Findings lint(const eclipse_dry_run::DescriptorFiles& files) {
+    errors_.clear();
+    Findings findings;
+    for (const std::string& input : options_.inputs) {
+      try {
+        const Findings more = lint_input(input, files);
+        findings.insert(findings.end(), more.begin(), more.end());
+      } catch (const eclipse_base::FileError& error) {
+        errors_.emplace_back(error.what());
+      }
+    }
+    return findings;
+  }
+
+  /// Of the inputs that could not be linted the last time.
+  const std::vector<std::string>& errors() const { return errors_; }
+
+ private:
+  /// With files of which none has been read, so that one can tell whether there was any.
+  Findings lint_input(const std::string& input, eclipse_dry_run::DescriptorFiles files) {
+    if (input == standard_input) return lint_standard_input(files);
+    const bool is_drafted = options_.session.eclipse || options_.session.removes;
+    Findings findings = is_drafted ? lint_drafted_session(input, library_, sites_, files, settings_, options_.session)
+                                   : eclipse_lint::lint(library_, sites_, files, input, settings_);
+    if (findings.empty() && files.is_unused() && is_component_directory(input)) {
+      throw eclipse_base::FileError(
+          input,
+          "no descriptor file found below etc/eclipse/; give the directory of a component that has one, or "
+          "write one, for example with \"eclipse-int new\"");
+    }
+    return findings;
+  }
+
+  Findings lint_standard_input(eclipse_dry_run::DescriptorFiles& files) {
+    const std::string& name = options_.input_name;
+    std::string text = read_standard_input(name);
+    if (begins_like_session(text)) {
+      const auto document = std::make_shared<const eclipse_base::JsonDocument>(name, std::move(text));
+      return eclipse_lint::lint_session(library_, sites_, files, document, settings_);
+    }
+    files.set_unsaved(name, std::move(text));
+    return eclipse_lint::lint(library_, sites_, files, name, settings_);
+  }
+
+  const LintOptions& options_;
+  const Settings& settings_;
+  const eclipse_dry_run::PluginFunctions& library_;
+  Repositories sites_;
+  std::vector<std::string> errors_;
+};
+
+Findings at_least(Findings findings, const std::string& lowest_severity) {
+  const Severity lowest = severity_named(lowest_severity).value();
+  std::erase_if(findings, [&](const Finding& finding) { return finding.severity < lowest; });
+  return findings;
+}
+
+int status_of(const Findings& findings, const std::string& lowest_severity) {
+  const Severity wanted = severity_named(lowest_severity).value();
+  const auto counts = [&](const Finding& finding) { return !finding.reason && finding.severity >= wanted; };
+  return std::any_of(findings.begin(), findings.end(), counts) ? 1 : 0;
+}
+
 int perform(const LintOptions& options) {
+  check_fix_options(options);
   const Settings settings = settings_from(options);
   const eclipse_host::Plugin plugin = load_plugin(options.session);
   const eclipse_dry_run::PluginFunctions library(plugin);
-  Repositories sites;
-  Findings findings;
-  int status = 0;
-  for (const std::string& input : options.inputs) {
-    try {
-      const bool is_drafted = options.session.eclipse || options.session.removes;
-      const Findings more = is_drafted ? lint_drafted_session(input, library, sites, settings, options.session)
-                                       : lint(library, sites, input, settings);
-      findings.insert(findings.end(), more.begin(), more.end());
-    } catch (const eclipse_base::FileError& error) {
-      print_message(error.what());
-      status = 2;
-    }
+  InputLinter linter(options, settings, library);
+  const auto lint_all = [&](eclipse_dry_run::DescriptorFiles& files) { return linter.lint(files); };
+  FixResult result;
+  if (options.fixes || options.shows_diff) {
+    result = fix(lint_all, options.with_unsafe);
+  } else {
+    result.remaining = linter.lint({});
   }
-  print(findings, options.format);
-  if (status == 0) warn_of_unused(settings, findings);
-  const Severity wanted = severity_named(options.severity).value();
-  const auto counts = [&](const Finding& finding) { return !finding.reason && finding.severity >= wanted; };
-  if (status == 0 && std::any_of(findings.begin(), findings.end(), counts)) status = 1;
-  return status;
+  std::vector<std::string> errors = linter.errors();
+  if (options.shows_diff) {
+    print_diff(result.files);
+  } else {
+    const auto more = write(result.files);
+    errors.insert(errors.end(), more.begin(), more.end());
+    print(at_least(result.remaining, options.severity), options.format);
+  }
+  for (const std::string& error : errors) print_message(error);
+  if (!errors.empty()) return 2;
+  warn_of_unused(settings, result.remaining);
+  if (options.shows_diff) return result.files.empty() ? 0 : 1;
+  return status_of(at_least(result.remaining, options.severity), options.fail_on);
 }
 
 }  // namespace
@@ -136,28 +293,50 @@ Subcommand add_lint(CLI::App& program) {
   CLI::App* const parser = program.add_subcommand(
       "lint", "Find mistakes in descriptor files, components and sessions that the plug-in ignores silently");
   const auto options = std::make_shared<LintOptions>();
-  parser->add_option("INPUT", options->inputs, "Descriptor files, directories of components, session files (.json)")
+  parser
+      ->add_option("INPUT", options->inputs,
+                   "Descriptor files, directories of components, session files; - for\nstandard input")
       ->required()
       ->option_text("...");
-  parser->add_option("--format", options->format, "Output format: text, json or sarif [text]")
+  parser->add_option("--format", options->format, "Output format: text, brief, json, sarif or github [text]")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "json", "sarif"}).description(""));
+      ->check(CLI::IsMember({"text", "brief", "json", "sarif", "github"}).description(""));
   parser
       ->add_option("--severity", options->severity,
-                   "Lowest severity that makes the exit status 1: error, warning\nor note [error]")
+                   "Lowest severity of the findings that are shown: error, warning\nor note [note]")
       ->type_name("LEVEL")
       ->check(CLI::IsMember({"error", "warning", "note"}).description(""));
-  parser->add_option("--select", options->selected, "Check only this rule or group of rules; may be repeated [all rules]")
+  parser
+      ->add_option("--fail-on", options->fail_on,
+                   "Lowest severity of a shown finding that makes the exit status 1:\nerror, warning or note [error]")
+      ->type_name("LEVEL")
+      ->check(CLI::IsMember({"error", "warning", "note"}).description(""));
+  parser
+      ->add_option("--select", options->selected,
+                   "Check only these rules and groups of rules, with commas between\nthem; may be repeated [all rules]")
       ->type_name("RULE")
+      ->delimiter(',')
       ->allow_extra_args(false);
-  parser->add_option("--disable", options->disabled, "Skip this rule or group of rules; may be repeated")
+  parser
+      ->add_option("--disable", options->disabled,
+                   "Skip these rules and groups of rules, with commas between them;\nmay be repeated")
       ->type_name("RULE")
+      ->delimiter(',')
       ->allow_extra_args(false);
   parser
       ->add_option("--overrides", options->overrides,
                    "Suppress findings: a JSON list of entries with \"rule\" and \"reason\",\nand optionally \"file\" and "
                    "\"line\"")
       ->type_name("FILE");
+  parser
+      ->add_option("--stdin-name", options->input_name,
+                   "Path that standard input has in the output, and that a session on it is\nrelative to [-]")
+      ->type_name("PATH");
+  parser->add_flag("--fix", options->fixes, "Correct descriptor files where only one text can be meant");
+  CLI::Option* const diff = parser->add_flag("--diff", options->shows_diff, "Show what --fix would change, and write nothing");
+  parser->add_flag("--unsafe-fixes", options->with_unsafe,
+                   "With --fix or --diff: correct also where the result is only probably\nwhat is meant");
+  parser->get_option("--fix")->excludes(diff);
   add_directory_options(*parser, options->session);
   add_input_options(*parser, options->session, "Read session variables from FILE; the session file overrides them");
   set_help(*parser, "eclipse-int lint INPUT... [OPTIONS]", examples, exit_status);

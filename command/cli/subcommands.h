@@ -45,6 +45,9 @@ Subcommand add_list(CLI::App& program);
 /// "new": writes a descriptor file for a component.
 Subcommand add_new(CLI::App& program);
 
+/// "language-server": serves an editor.
+Subcommand add_language_server(CLI::App& program);
+
 /// "check-host": checks an installer host.
 Subcommand add_check_host(CLI::App& program);
 

@@ -24,6 +24,9 @@ class DescriptorFiles {
   void set_unsaved(const std::filesystem::path& file, std::string text);
   bool has_unsaved(const std::filesystem::path& file) const;
 
+  /// Whether no file has been asked for.
+  bool is_unused() const { return contents_.empty(); }
+
   /// The result stays where it is.
   const eclipse_base::FileContent& at(const std::string& path);
 

@@ -56,8 +56,9 @@ struct Finding {
   Location location;
   std::string message;
   std::string fix;
-  std::optional<std::string> reason = {};     ///< why an override suppresses it
+  std::optional<std::string> reason = {};     ///< why an override or a comment suppresses it
   std::optional<Correction> correction = {};  ///< nothing when only a person can fix it
+  bool is_suppressed_in_file = false;         ///< by a comment
 };
 
 /// The findings of one call of lint, ordered by file and location.

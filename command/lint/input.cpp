@@ -4,11 +4,13 @@
 #include <map>
 #include <set>
 
+#include "base/file.h"
 #include "base/file_error.h"
 #include "base/files_below.h"
 #include "base/json_document.h"
 #include "dry_run/command_pieces.h"
 #include "dry_run/component_directories.h"
+#include "lint/lint.h"
 #include "lint/texts.h"
 #include "p2/director_command.h"
 #include "standalone_host/session_file.h"
@@ -209,16 +211,22 @@ class InputReader {
   std::vector<std::size_t> config_of_record_;
 };
 
-/// Null unless the units of each of their sites are known.
-std::shared_ptr<const UnitVersions> units_offered_to(const std::vector<std::unique_ptr<Input>>& inputs) {
-  std::set<const Repository*> sites;
+bool is_known(const Repository& site) { return site.is_repository && site.units; }
+
+using Sites = std::set<const Repository*>;
+
+Sites sites_of(const std::vector<std::unique_ptr<Input>>& inputs) {
+  Sites sites;
   for (const auto& input : inputs) {
     for (const Record& record : input->records) {
-      if (record.site == nullptr || !sites.insert(record.site).second) continue;
-      if (!record.site->is_repository || !record.site->units) return nullptr;
+      if (record.site != nullptr) sites.insert(record.site);
     }
   }
-  // The sites outlive the inputs, so the units of a single one need not be copied.
+  return sites;
+}
+
+/// The sites outlive the inputs, so the units of a single one need not be copied.
+std::shared_ptr<const UnitVersions> units_of(const Sites& sites) {
   if (sites.size() == 1) return {std::shared_ptr<const UnitVersions>(), &*(*sites.begin())->units};
   const auto units = std::make_shared<UnitVersions>();
   for (const Repository* const site : sites) {
@@ -228,8 +236,13 @@ std::shared_ptr<const UnitVersions> units_offered_to(const std::vector<std::uniq
 }
 
 void set_offered(const std::vector<std::unique_ptr<Input>>& inputs) {
-  const auto offered = units_offered_to(inputs);
-  for (const auto& input : inputs) input->offered = offered;
+  Sites sites = sites_of(inputs);
+  const bool are_all_known = std::erase_if(sites, [](const Repository* site) { return !is_known(*site); }) == 0;
+  const auto units = units_of(sites);
+  for (const auto& input : inputs) {
+    input->known_units = units;
+    if (are_all_known) input->offered = units;
+  }
 }
 
 std::vector<std::unique_ptr<Input>> read_directory(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,
@@ -287,6 +300,11 @@ Edit Record::edit(std::size_t column, std::size_t start, std::size_t length, std
   return descriptor->edit(*line, offset + start, length, std::move(replacement));
 }
 
+const UnitVersions* Input::offered_for(const Record& record) const {
+  if (offered) return offered.get();
+  return record.site != nullptr && is_known(*record.site) ? known_units.get() : nullptr;
+}
+
 bool Component::has_descriptors() const {
   return std::any_of(files.begin(), files.end(), [](const ListedFile& file) { return file.descriptor.has_value(); });
 }
@@ -306,17 +324,29 @@ std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, 
   std::error_code error;
   const auto status = fs::status(path, error);
   const bool is_readable = fs::is_directory(status) || fs::is_regular_file(status);
-  if (fs::exists(status) ? !is_readable : path.extension() != ".json") {
+  const bool may_be_missing = path.extension() == ".json" || files.has_unsaved(path);
+  if (fs::exists(status) ? !is_readable : !may_be_missing) {
     throw FileError(path, std::string(fs::exists(status) ? "is not a file or directory" : "does not exist") +
                               "; give a descriptor file, a directory of components or a session file (.json)");
   }
   if (fs::is_directory(status)) return read_directory(library, sites, files, path);
-  if (path.extension() == ".json") {
+  if (path.extension() == ".json" || (!files.has_unsaved(path) && begins_like_session(read_beginning(path, 65536).bytes))) {
     return read_session_input(library, sites, files, std::make_shared<const JsonDocument>(path), add_variables);
   }
   std::vector<std::unique_ptr<Input>> inputs;
   inputs.push_back(InputReader(library, sites, files).read_descriptor(path));
   return inputs;
+}
+
+bool begins_like_session(std::string_view text) {
+  for (;;) {
+    text.remove_prefix(std::min(text.find_first_not_of(white_space), text.size()));
+    const bool is_line = text.starts_with("//");
+    if (!is_line && !text.starts_with("/*")) return text.starts_with('{');
+    const std::string_view end = is_line ? "\n" : "*/";
+    const std::size_t at = text.find(end, 2);
+    text.remove_prefix(at == text.npos ? text.size() : at + end.size());
+  }
 }
 
 std::vector<std::unique_ptr<Input>> read_session_input(const PluginFunctions& library, Repositories& sites,

@@ -128,19 +128,24 @@ struct Input {
   std::vector<Record> records;
   std::vector<UnlistedFile> unlisted;  ///< of a session
   std::optional<SessionFacts> session;
-  /// The units of all sites together, in which the director looks for each feature. Null when those of a site are not known.
+  /// The units of all sites that are known. Null when there is no site.
+  std::shared_ptr<const eclipse_p2::UnitVersions> known_units;
+  /// The same, in which the director looks for each feature. Null when those of a site are not known.
   std::shared_ptr<const eclipse_p2::UnitVersions> offered;
   std::vector<std::unique_ptr<eclipse_host::CatalogueComponent>> catalogue;  ///< of an input without a session
 
   bool is_removal() const { return session && session->is_removal(); }
+  /// Where to look for the feature of a record. Null when its own site is not known; when only others are not, they will hardly
+  /// have it.
+  const eclipse_p2::UnitVersions* offered_for(const Record& record) const;
 };
 
 /// Sets more variables in a session that was read from its file.
 using AddVariables = std::function<void(eclipse_host::Session& session)>;
 
-/// Reads a descriptor file, a directory, or, when the name ends in ".json", a session file. A directory gives an input for each
-/// component in it, and what their repositories contain is available to all of them. Throws FileError when the input cannot be
-/// read or is none of the three. The inputs refer to the other arguments.
+/// Reads a descriptor file, a directory, or, when the name ends in ".json" or the content begins like one, a session file. A
+/// directory gives an input for each component in it, and what their repositories contain is available to all of them. Throws
+/// FileError when the input cannot be read or is none of the three. The inputs refer to the other arguments.
 std::vector<std::unique_ptr<Input>> read_inputs(const eclipse_dry_run::PluginFunctions& library,
                                                 eclipse_p2::Repositories& sites, eclipse_dry_run::DescriptorFiles& files,
                                                 const std::filesystem::path& path, const AddVariables& add_variables);

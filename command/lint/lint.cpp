@@ -7,6 +7,7 @@
 #include "base/json_document.h"
 #include "lint/input.h"
 #include "lint/rule.h"
+#include "lint/suppression.h"
 
 using namespace eclipse_base;
 using namespace eclipse_dry_run;
@@ -97,7 +98,9 @@ Findings findings_in(const std::vector<std::unique_ptr<Input>>& inputs, const Se
   std::sort(findings.begin(), findings.end(), comes_before);
   // A file that is listed twice is read twice.
   findings.erase(std::unique(findings.begin(), findings.end(), are_duplicates), findings.end());
+  for (const auto& input : inputs) suppress(input->descriptors, findings);
   for (Finding& finding : findings) {
+    if (finding.reason) continue;
     const auto entry = std::find_if(settings.overrides.begin(), settings.overrides.end(),
                                     [&](const Override& each) { return applies(each, finding); });
     if (entry != settings.overrides.end()) finding.reason = entry->reason;

@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/json_document.h"
@@ -44,8 +45,12 @@ struct Settings {
 /// Whether these settings ask for the findings of a rule.
 bool is_enabled(const Rule& rule, const Settings& settings);
 
-/// The findings in a descriptor file, the components in a directory, or a session file (.json), ordered by file and location,
-/// with the reason in those that are suppressed. Throws FileError when the input is none of the three.
+/// Whether a text begins like a session file: with a brace, after comments. No descriptor does.
+bool begins_like_session(std::string_view text);
+
+/// The findings in a descriptor file, the components in a directory, or a session file (which ends in .json or begins like
+/// one), ordered by file and location, with the reason in those that are suppressed. Throws FileError when the input is none of
+/// the three.
 Findings lint(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
               const std::filesystem::path& path, const Settings& settings = {});
 

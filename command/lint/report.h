@@ -10,9 +10,19 @@
 
 namespace eclipse_lint {
 
-/// As compilers do: location, severity, message and rule, the line with a mark below it, then why and fix. A tab is shown as
-/// "→". Suppressed findings are left out. Prints nothing when there are no others.
+/// As compilers do: location, severity, message and rule, the line with a mark below it, then why and fix. Why is printed once
+/// for each rule. A tab is shown as "→". Suppressed findings are left out here and in the next three. Prints nothing when there
+/// are no others.
 void print_text(std::ostream& out, const Findings& findings, bool in_colour);
+
+/// One line for each: location, severity, message and rule.
+void print_brief(std::ostream& out, const Findings& findings, bool in_colour);
+
+/// Annotations, as GitHub Actions read them from the output of a step.
+void print_github(std::ostream& out, const Findings& findings);
+
+/// "2 errors, 1 warning in 3 files; --fix corrects 2". Nothing when there are none.
+void print_summary(std::ostream& out, const Findings& findings);
 
 /// {findings: [{rule, group, severity, file, line, column, length, text, message, why, fix, correction, override}], counts:
 /// {error, warning, note, overridden}}. Columns, offsets and lengths are in bytes. What is not UTF-8 becomes U+FFFD.
@@ -24,6 +34,9 @@ void print_sarif(std::ostream& out, const Findings& findings, const std::string&
 
 /// A rule with its samples.
 void print_rule(std::ostream& out, const Rule& rule, bool in_colour);
+
+/// A rule without its samples, in Markdown below a heading of the third level.
+void print_rule_in_markdown(std::ostream& out, const Rule& rule);
 
 /// The rules of a group below its heading, one line each.
 void print_group(std::ostream& out, Group group);

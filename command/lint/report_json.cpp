@@ -4,6 +4,7 @@
 #include "base/json_text.h"
 #include "base/printable.h"
 #include "base/text.h"
+#include "base/uri.h"
 #include "lint/report.h"
 
 using namespace eclipse_base;
@@ -36,22 +37,6 @@ Json finding_as_json(const Finding& finding) {
   if (finding.correction) entry["correction"] = correction_as_json(*finding.correction);
   if (finding.reason) entry["override"] = *finding.reason;
   return entry;
-}
-
-/// A path as a URI: absolute with its scheme, or else a relative reference.
-std::string uri_of(const std::string& file) {
-  constexpr std::string_view hexadecimal = "0123456789ABCDEF";
-  constexpr std::string_view plain = "-._~/";
-  std::string uri = file.starts_with('/') ? "file://" : "";
-  for (const char byte : file) {
-    const auto code = static_cast<unsigned char>(byte);
-    if (std::isalnum(code) != 0 || plain.find(byte) != plain.npos) {
-      uri += byte;
-    } else {
-      uri.append(1, '%').append(1, hexadecimal[code / 16]).append(1, hexadecimal[code % 16]);
-    }
-  }
-  return uri;
 }
 
 Json location_of(const Location& location) {
@@ -96,7 +81,8 @@ Json result_of(const Finding& finding) {
       {"locations", Json::array({location_of(finding.location)})}};
   if (finding.correction) result["fixes"] = Json::array({fix_of(finding)});
   if (finding.reason) {
-    result["suppressions"] = Json::array({{{"kind", "external"}, {"justification", *finding.reason}}});
+    result["suppressions"] =
+        Json::array({{{"kind", finding.is_suppressed_in_file ? "inSource" : "external"}, {"justification", *finding.reason}}});
   }
   return result;
 }

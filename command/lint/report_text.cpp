@@ -1,5 +1,8 @@
 #include <algorithm>
 #include <iomanip>
+#include <map>
+#include <set>
+#include <vector>
 
 #include "base/printable.h"
 #include "base/text.h"
@@ -60,13 +63,28 @@ void print_line(std::ostream& out, const Finding& finding, const Colours& colour
       << colours.of(finding.severity, "^" + std::string(width - 1, '~')) << "\n";
 }
 
-void print_finding(std::ostream& out, const Finding& finding, const Colours& colours) {
+void print_headline(std::ostream& out, const Finding& finding, const Colours& colours) {
   out << colours.bold(position_of(finding.location)) << " "
       << colours.of(finding.severity, std::string(name_of(finding.severity)) + ":") << " "
       << printable(finding.message, {.longest = no_limit}) << " [" << finding.rule->name << "]\n";
+}
+
+void print_finding(std::ostream& out, const Finding& finding, bool with_why, const Colours& colours) {
+  print_headline(out, finding, colours);
   print_line(out, finding, colours);
-  out << "  " << colours.faint("why:") << " " << finding.rule->why << "\n"
-      << "  " << colours.faint("fix:") << " " << printable(finding.fix, {.longest = no_limit}) << "\n";
+  if (with_why) out << "  " << colours.faint("why:") << " " << finding.rule->why << "\n";
+  out << "  " << colours.faint("fix:") << " " << printable(finding.fix, {.longest = no_limit}) << "\n";
+}
+
+/// A text in an annotation, whose line ends and percent signs are escapes, as are the separators of its values.
+std::string annotation_text(std::string_view text) {
+  std::string escaped = replaced(text, "%", "%25");
+  for (const auto& [from, to] : {std::pair("\r", "%0D"), std::pair("\n", "%0A")}) escaped = replaced(escaped, from, to);
+  return escaped;
+}
+
+std::string annotation_value(std::string_view text) {
+  return replaced(replaced(annotation_text(text), ":", "%3A"), ",", "%2C");
 }
 
 /// The lines of a file, indented. Of a long file only the beginning is shown.
@@ -100,9 +118,51 @@ void print_sample(std::ostream& out, const Sample& sample, const std::string& in
 
 void print_text(std::ostream& out, const Findings& findings, bool in_colour) {
   const Colours colours(in_colour);
+  std::set<const Rule*> explained;
   for (const Finding& finding : findings) {
-    if (!finding.reason) print_finding(out, finding, colours);
+    if (!finding.reason) print_finding(out, finding, explained.insert(finding.rule).second, colours);
   }
+}
+
+void print_brief(std::ostream& out, const Findings& findings, bool in_colour) {
+  const Colours colours(in_colour);
+  for (const Finding& finding : findings) {
+    if (!finding.reason) print_headline(out, finding, colours);
+  }
+}
+
+void print_github(std::ostream& out, const Findings& findings) {
+  for (const Finding& finding : findings) {
+    if (finding.reason) continue;
+    const Location& location = finding.location;
+    out << "::" << (finding.severity == Severity::note ? "notice" : name_of(finding.severity))
+        << " file=" << annotation_value(location.file);
+    if (location.line != 0) out << ",line=" << location.line << ",col=" << location.column;
+    out << ",title=" << finding.rule->name
+        << "::" << annotation_text(finding.message + ". " + std::string(finding.rule->why) + " Fix: " + finding.fix + ".")
+        << "\n";
+  }
+}
+
+void print_summary(std::ostream& out, const Findings& findings) {
+  std::map<Severity, std::size_t> counts;
+  std::map<bool, std::size_t> corrections;  // by whether they are safe
+  std::set<std::string> files;
+  for (const Finding& finding : findings) {
+    if (finding.reason) continue;
+    ++counts[finding.severity];
+    files.insert(finding.location.file);
+    if (finding.correction) ++corrections[finding.correction->is_safe];
+  }
+  if (counts.empty()) return;
+  std::vector<std::string> parts;
+  for (auto count = counts.rbegin(); count != counts.rend(); ++count) {
+    parts.push_back(counted(count->second, name_of(count->first)));
+  }
+  out << joined(parts) << " in " << counted(files.size(), "file");
+  if (corrections[true] != 0) out << "; --fix corrects " << corrections[true];
+  if (corrections[false] != 0) out << "; --fix --unsafe-fixes corrects " << corrections[true] + corrections[false];
+  out << "\n";
 }
 
 void print_rule(std::ostream& out, const Rule& rule, bool in_colour) {
@@ -117,6 +177,14 @@ void print_rule(std::ostream& out, const Rule& rule, bool in_colour) {
   print_sample(out, rule.bad, "  ");
   out << "\n" << colours.bold("Good") << "\n";
   print_sample(out, rule.good, "  ");
+}
+
+void print_rule_in_markdown(std::ostream& out, const Rule& rule) {
+  out << "### " << rule.name << "\n\n"
+      << "**" << name_of(rule.severity) << ":** " << rule.title << "\n\n"
+      << rule.why << "\n\n"
+      << "*Fix:* " << rule.fix << "\n";
+  if (rule.corrects != Corrects::no) out << "\n*Automatic:* " << options_for(rule.corrects) << "\n";
 }
 
 void print_group(std::ostream& out, Group group) {
@@ -143,11 +211,8 @@ void print_manual(std::ostream& out) {
   for (const Group group : groups) {
     out << "\n## " << heading_of(group) << " (`" << name_of(group) << "`)\n";
     for (const Rule* const rule : rules_named(name_of(group))) {
-      out << "\n### " << rule->name << "\n\n"
-          << "**" << name_of(rule->severity) << ":** " << rule->title << "\n\n"
-          << rule->why << "\n\n"
-          << "*Fix:* " << rule->fix << "\n";
-      if (rule->corrects != Corrects::no) out << "\n*Automatic:* " << options_for(rule->corrects) << "\n";
+      out << "\n";
+      print_rule_in_markdown(out, *rule);
     }
   }
 }

@@ -40,7 +40,7 @@ void Reporter::report(Location location, std::string message, std::string fix, s
 void Reporter::report(Severity severity, Location location, std::string message, std::string fix,
                       std::optional<Correction> correction) {
   findings_.push_back(
-      {&rule_, severity, std::move(location), std::move(message), std::move(fix), std::nullopt, std::move(correction)});
+      {&rule_, severity, std::move(location), std::move(message), std::move(fix), std::nullopt, std::move(correction), false});
 }
 
 std::string options_for(Corrects corrects) {

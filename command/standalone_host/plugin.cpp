@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "base/file.h"
+#include "eclipse_int/library_version.h"
 #include "standalone_host/installation.h"
 
 namespace eclipse_host {
@@ -50,6 +51,10 @@ Plugin Plugin::beside_this_program() {
     looked_at += (looked_at.empty() ? "" : " and ") + library.string();
   }
   throw PluginError(file_name, "not found, looked for " + looked_at + "; put it there or give its path");
+}
+
+std::string Plugin::version() const {
+  return eclipse_int::library_version(reinterpret_cast<const void*>(actions_.begin()->second));
 }
 
 int Plugin::call(std::string_view name, session_t& session) const {

@@ -40,6 +40,9 @@ class Plugin {
   /// The file that was loaded.
   const std::filesystem::path& library() const { return library_; }
 
+  /// The version that the library says it has; empty if it does not say.
+  std::string version() const;
+
   /// Calls an action for the active session and returns its result. `name` is one of action_names; otherwise
   /// std::out_of_range is thrown.
   int call(std::string_view name, session_t& session) const;

@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 
 #include <cstdio>
+#include <exception>
 
 #include "eclipse_int/host.h"
 
@@ -18,5 +19,10 @@ int main(int count, char** arguments) {
   }
   const auto action = reinterpret_cast<int (*)(session_t*)>(symbol);
   session_t session;
-  return action(&session);
+  try {
+    return action(&session);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());  // memory that ran out, or what an operation threw, comes through the plug-in
+    return 1;
+  }
 }

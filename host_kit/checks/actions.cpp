@@ -12,7 +12,7 @@ namespace {
 
 /// An Eclipse instance whose director prints its arguments and ends with this code.
 std::string instance_in(const Probe& probe, int exit_code) {
-  const std::string executable = probe.scratch + "/eclipse";
+  std::string executable = probe.scratch + "/eclipse";
   std::filesystem::create_directories(probe.scratch + "/configuration");
   write_file(probe.scratch + "/configuration/config.ini", "eclipse.buildId=4.9.0\n");
   write_file(executable, "#!/bin/sh\necho \"director says: $*\"\nexit " + std::to_string(exit_code) + "\n");
@@ -130,6 +130,13 @@ std::vector<Check> action_checks() {
        .fix = fix,
        .perform = features_are_removed,
        .after = "run/installation"},
+      {.name = exception_drill,
+       .level = Level::should,
+       .promise =
+           "If one throws anyway, the exception passes through the plug-in, which releases what it holds on the way, and "
+           "leaves the action unchanged.",
+       .harm = "When memory runs out, the installer ends in the middle of an installation, without a word to its user.",
+       .fix = "Catch std::exception around each call of an action, and take it for a failure of the integration."},
   };
   for (const ObservedOperation& operation : observed_operations()) {
     checks.push_back(

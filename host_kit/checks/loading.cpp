@@ -7,6 +7,17 @@
 
 namespace host_kit {
 
+// The operations that return a bool, as what is in the register that they return: a name does not have the type of a result, so
+// the linker takes one that returns an int, too. A member function is called as a function whose first argument is the object.
+#define STRING "NSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE"
+unsigned char returned_by_is_gui_mode(session_t*) __asm__("_Z11is_gui_modeP9session_t");
+unsigned char returned_by_path_is_relative(std::string) __asm__("_Z16path_is_relative" STRING);
+unsigned char returned_by_is_file(const std::string&) __asm__("_Z7is_fileRK" STRING);
+unsigned char returned_by_file_exists(const std::string&, bool) __asm__("_Z11file_existsRK" STRING "b");
+unsigned char returned_by_install_condition(Component*) __asm__("_ZN9Component16installConditionEv");
+unsigned char returned_by_uninstall_condition(Component*) __asm__("_ZN9Component18uninstallConditionEv");
+unsigned char returned_by_get_installed(Component*, int) __asm__("_ZN9Component12getInstalledEi");
+
 namespace {
 
 void session_is_given(const Probe& probe) {
@@ -35,6 +46,26 @@ void there_is_one_standard_library(const Probe&) {
          "a part of the host is built with -stdlib=libc++");
 }
 
+void expect_truth_value(const std::string& call, unsigned char returned) {
+  expect(returned <= 1, call + " returns a bool, which is 0 or 1", shown(static_cast<int>(returned)),
+         "it is defined to return an int, in a file that does not include eclipse_int/host.h");
+}
+
+void truth_values_are_0_or_1(const Probe& probe) {
+  expect_truth_value("is_gui_mode()", returned_by_is_gui_mode(probe.session));
+  for (const char* const path : {"/", "name", "/no-such-file"}) {
+    expect_truth_value("path_is_relative()", returned_by_path_is_relative(path));
+    expect_truth_value("is_file()", returned_by_is_file(path));
+    expect_truth_value("file_exists()", returned_by_file_exists(path, false));
+  }
+  for (Component* const component : probe.session->tsd.components()) {
+    if (component == nullptr) continue;
+    expect_truth_value("installCondition()", returned_by_install_condition(component));
+    expect_truth_value("uninstallCondition()", returned_by_uninstall_condition(component));
+    expect_truth_value("getInstalled()", returned_by_get_installed(component, 0));
+  }
+}
+
 }  // namespace
 
 std::vector<Check> loading_checks() {
@@ -54,6 +85,13 @@ std::vector<Check> loading_checks() {
        .harm = "A text of the one library that reaches the other is read as something else.",
        .fix = "Build all of the host with the C++ standard library of the plug-in, libstdc++.",
        .perform = there_is_one_standard_library},
+      {.name = "load/truth-values",
+       .level = Level::must,
+       .promise = "Everything that the plug-in needs from a host is declared here, and the host defines all of it.",
+       .harm = "The plug-in looks at one byte only: 256 is false, and 2 may be true and false at the same time.",
+       .fix = "Include eclipse_int/host.h where the operation is defined, so that the compiler compares the types.",
+       .perform = truth_values_are_0_or_1,
+       .after = "components/alive"},
   };
 }
 

@@ -71,10 +71,7 @@ void bytes_are_kept(const Probe& probe) {
   std::string every_byte;
   for (int byte = 1; byte < 256; ++byte) every_byte += static_cast<char>(byte);
   round_trip(probe.session, variable, every_byte);
-  for (const char* const value : {" text ", "text\n", "\r\n", "100%", "%s%n",
-                                  "${"
-                                  "NAME}",
-                                  "$NAME", "a=b", "\"quoted\"", "\\"}) {
+  for (const char* const value : {" text ", "text\n", "\r\n", "100%", "%s%n", "${NAME}", "$NAME", "a=b", "\"quoted\"", "\\"}) {
     round_trip(probe.session, variable, value);
   }
 }

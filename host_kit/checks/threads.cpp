@@ -11,11 +11,10 @@ namespace host_kit {
 namespace {
 
 constexpr int threads = 4;
-constexpr int rounds = 300;
 
-/// Calls `act(number)` on several threads, each with its own number, and throws the first Failure.
+/// Calls `act(number)` so many times on several threads, each with its own number, and throws the first Failure.
 template <typename Act>
-void on_threads(const Act& act) {
+void on_threads(int rounds, const Act& act) {
   std::mutex mutex;
   std::optional<Failure> failure;
   std::array<std::thread, threads> running;
@@ -39,7 +38,7 @@ std::string own_name(int number) {
 }
 
 void texts_and_paths(const Probe&) {
-  on_threads([](int number) {
+  on_threads(300, [](int number) {
     const std::string name = own_name(number);
     const std::string text = "/opt/" + name + "/file";
     expect_text("path()", text, path(text));
@@ -52,13 +51,26 @@ void texts_and_paths(const Probe&) {
 
 void files(const Probe& probe) {
   for (int number = 0; number < threads; ++number) write_file(probe.scratch + "/" + own_name(number), own_name(number));
-  on_threads([&](int number) {
+  on_threads(300, [&](int number) {
     const std::string path = probe.scratch + "/" + own_name(number);
     char* const text = get_file(path, 0, nullptr);
     const std::string content = text == nullptr ? "" : text;
     std::free(text);
     expect_text("get_file()", own_name(number), content);
     expect_equal("is_file()", true, is_file(path));
+  });
+}
+
+void commands(const Probe&) {
+  on_threads(3, [](int number) {
+    int exit_code = -1;
+    const std::string name = own_name(number);
+    // Their outputs end at once, and they end one after another: while the first does, all threads wait.
+    const std::string rest =
+        "; exec >&-; sleep 0.0" + std::to_string(2 * (threads - number)) + "; exit " + std::to_string(number);
+    const std::string output = get_command_output("printf " + name + rest, &exit_code, true, "");
+    expect_text("the output of a command", name, output);
+    expect_equal("its exit status", number, exit_code, {{-1, "nothing is stored"}});
   });
 }
 
@@ -89,6 +101,14 @@ std::vector<Check> thread_checks() {
        .perform = files,
        .after = "*",
        .if_it_ends = "a static buffer, or another global that is not locked"},
+      {.name = "threads/commands",
+       .level = Level::may,
+       .promise = promise,
+       .harm = "None in a host with one thread; in one with several, a run gets the output or the exit code of another.",
+       .fix = "Wait for the command that was started, with waitpid() and its number, not for any child.",
+       .perform = commands,
+       .after = "*",
+       .if_it_ends = "wait() or waitpid(-1) takes the end of another thread's command"},
   };
 }
 

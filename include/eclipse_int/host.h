@@ -28,6 +28,8 @@
 #include <string>
 #include <vector>
 
+#include "eclipse_int/version.h"
+
 #if defined(__GNUC__)
 #define ECLIPSE_INT_PRINTF(format_index, first_argument) __attribute__((format(printf, format_index, first_argument)))
 #else

@@ -63,8 +63,35 @@ TEST_F(Arguments, MisspelledNamesGetASuggestion) {
   expect_usage_error("lint x --zzz", "unknown option --zzz");
 }
 
-TEST_F(Arguments, VersionIsThatOfTheProject) {
-  EXPECT_EQ(eclipse_int("--version"), (Outcome{0, std::string("eclipse-int ") + ECLIPSE_INT_VERSION + "\n", ""}));
+const std::string own_version = "eclipse-int " PROJECT_VERSION "\n";
+
+TEST_F(Arguments, VersionIsThatOfTheProjectAndOfThePlugIn) {
+  EXPECT_EQ(eclipse_int("--version"),
+            (Outcome{0, own_version + "libeclipse_int.so " PROJECT_VERSION " (" ECLIPSE_INT_LIBRARY ")\n", ""}));
+  std::filesystem::copy_file(ECLIPSE_INT_LIBRARY, "copy.so");
+  EXPECT_EQ(eclipse_int("--version --plugin copy.so"),
+            (Outcome{0, own_version + "copy.so " PROJECT_VERSION " (DIRECTORY/copy.so)\n", ""}));
+}
+
+TEST_F(Arguments, VersionOfAPlugInThatDoesNotSayIsUnknown) {
+  std::filesystem::copy_file(THROWING_PLUGIN, "other.so");
+  EXPECT_EQ(eclipse_int("--version --plugin other.so"),
+            (Outcome{0, own_version + "other.so unknown (DIRECTORY/other.so)\n", ""}));
+}
+
+TEST_F(Arguments, VersionOfAPlugInThatCannotBeLoadedIsAnError) {
+  EXPECT_EQ(
+      eclipse_int("--version --plugin missing.so"),
+      (Outcome{2, own_version,
+               "eclipse-int: missing.so: cannot be loaded: DIRECTORY/missing.so: cannot open shared object file: No such file "
+               "or directory; give the path of libeclipse_int.so\n"}));
+}
+
+TEST_F(Arguments, PlugInBeforeASubcommandIsForVersionOnly) {
+  const std::string message = "--plugin: before a subcommand it is for --version only; write it after the subcommand";
+  write_session("install");
+  expect_usage_error("--plugin copy.so", message);
+  expect_usage_error("--plugin copy.so run session.json", message);
 }
 
 TEST_F(Arguments, FaultsAreTold) {

@@ -53,6 +53,31 @@ TEST(DescriptorContent, IsNotReadFromAnEnormousFile) {
   EXPECT_EQ(descriptor_content("file").bytes, "");
 }
 
+TEST(DescriptorFiles, MayBeUnsaved) {
+  const fake::TemporaryDirectory directory;
+  fake::write_file("product/file", "saved");
+  std::filesystem::create_directory_symlink("product", "link");
+  DescriptorFiles files;
+  files.set_unsaved(directory.path() + "/product/file", "edited");
+  files.set_unsaved(directory.path() + "/product/new", "new");
+  EXPECT_EQ(files.at("product/file").bytes, "edited");
+  EXPECT_EQ(files.at("link/../product/./file").bytes, "edited");
+  EXPECT_EQ(files.at("link/file").bytes, "edited");
+  EXPECT_EQ(files.at("link/new").bytes, "new");
+  EXPECT_TRUE(files.has_unsaved("link/new"));
+  EXPECT_FALSE(files.has_unsaved("link/newer"));
+  EXPECT_EQ(files.at("link/newer").error, "cannot be read: No such file or directory");
+}
+
+TEST(DescriptorFiles, OfAnyKindHaveTheSameLimit) {
+  const fake::TemporaryDirectory directory;
+  DescriptorFiles files;
+  files.set_unsaved("file", std::string(eclipse_base::largest::descriptor + 1, 'x'));
+  EXPECT_EQ(files.at("file").error, "is larger than 64 MiB");
+  EXPECT_TRUE(files.at("file").exceeds_limit);
+  EXPECT_EQ(files.at("file").bytes, "");
+}
+
 TEST(DescriptorFiles, AreReadOnce) {
   const fake::TemporaryDirectory directory;
   DescriptorFiles files;

@@ -203,7 +203,12 @@ void* session_get_cdata(session_t* session, char* name) {
   return &own.capabilities;
 }
 
-bool is_gui_mode(session_t* session) { return makes("gui-mode-toggles") && session_of(session).asked++ % 2 == 0; }
+// The operation is_gui_mode(), defined to return an int: its name does not show the type of its result.
+int int_gui_mode(session_t*) __asm__("_Z11is_gui_modeP9session_t");
+int int_gui_mode(session_t* session) {
+  if (makes("gui-mode-is-an-int")) return 2;
+  return makes("gui-mode-toggles") && session_of(session).asked++ % 2 == 0 ? 1 : 0;
+}
 
 // ---- The log ----
 
@@ -392,6 +397,11 @@ std::string replaceAllSubstrings(const std::string& text, const std::string& fro
 
 // ---- Commands ----
 
+static bool ignores_sigchld() {
+  struct sigaction action;
+  return sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 std::string get_command_output(std::string command, int* exit_status, bool, std::string) {
   if (command.find('\0') != command.npos && !makes("command-cut-at-zero-byte")) {
     *exit_status = 126;
@@ -436,11 +446,10 @@ std::string get_command_output(std::string command, int* exit_status, bool, std:
     waitid(P_PID, static_cast<id_t>(child), &how, WEXITED | WNOWAIT);
     status = how.si_code == CLD_EXITED ? how.si_status << 8 : how.si_status;
   } else if (!makes("waits-before-reading")) {
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+    while (waitpid(makes("any-child-is-waited-for") ? -1 : child, &status, 0) < 0 && errno == EINTR) continue;
   }
   if (!makes("sigchld-stays-ignored")) signal(SIGCHLD, before);
-  if (makes("sigchld-stays-ignored") && waitpid(child, &status, 0) < 0 && errno == ECHILD && status == 0 &&
-      signal(SIGCHLD, SIG_IGN) == SIG_IGN) {
+  if (makes("sigchld-stays-ignored") && waitpid(child, &status, 0) < 0 && errno == ECHILD && status == 0 && ignores_sigchld()) {
     *exit_status = 0;
     return output;
   }
@@ -528,7 +537,11 @@ int main(int count, char** arguments) {
                        {"ECLIPSE_BIN", "eclipse"},
                        {"USER_DEFINED_ECLIPSE_PATH", directory + "/eclipse"}};
   if (makes("no-session")) return call("find_eclipse_ide", nullptr);
-  call("eclipse_integration_required", &session);
+  try {
+    call("eclipse_integration_required", &session);
+  } catch (const std::bad_alloc&) {
+    if (makes("exception-not-caught")) throw;
+  }
   is_checked = true;
   call("verify_eclipse_version", &session);
   call("perform_integration", &session);

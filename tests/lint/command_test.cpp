@@ -47,16 +47,86 @@ TEST_F(LintCommand, PrintsLocationWhyAndFix) {
             "  2 | sites/beta org.example.beta.feature.group\n"
             "    | ^~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~\n"
             "  why: Only tabs separate columns. The line has one column and is silently ignored.\n"
-            "  fix: separate the repository and the feature with a tab\n");
+            "  fix: separate the repository and the feature with a tab\n"
+            "1 error in 1 file; --fix corrects 1\n");
 }
 
 TEST_F(LintCommand, SeverityDecidesTheExitStatus) {
   EXPECT_EQ(status("lint warned.txt noted.txt"), 0);
-  EXPECT_EQ(status("lint --severity error warned.txt"), 0);
-  EXPECT_EQ(status("lint --severity warning warned.txt"), 1);
-  EXPECT_EQ(status("lint --severity warning noted.txt"), 0);
-  EXPECT_EQ(status("lint --severity note noted.txt"), 1);
-  EXPECT_EQ(status("lint --severity note good.txt"), 0);
+  EXPECT_EQ(status("lint --fail-on error warned.txt"), 0);
+  EXPECT_EQ(status("lint --fail-on warning warned.txt"), 1);
+  EXPECT_EQ(status("lint --fail-on warning noted.txt"), 0);
+  EXPECT_EQ(status("lint --fail-on note noted.txt"), 1);
+  EXPECT_EQ(status("lint --fail-on note good.txt"), 0);
+  EXPECT_EQ(status("lint --severity error --fail-on note warned.txt"), 0);
+}
+
+TEST_F(LintCommand, SeverityDecidesWhatIsShown) {
+  const auto lines = [&](const std::string& severity) {
+    return eclipse_int("lint --format brief warned.txt noted.txt bad.txt --severity " + severity).output;
+  };
+  const std::string error = "bad.txt:2:1: error: this line looks like data but has no tab [line-without-tab]\n";
+  const std::string warning =
+      "warned.txt:1:13: warning: \"org.example.alpha\" does not end in \".feature.group\" [feature-without-group-suffix]\n";
+  const std::string note = "noted.txt:1:45: note: column 3, \"x\", is ignored [third-column-ignored]\n";
+  EXPECT_EQ(lines("error"), error + "1 error in 1 file; --fix corrects 1\n");
+  EXPECT_EQ(lines("warning"),
+            warning + error + "1 error, 1 warning in 2 files; --fix corrects 1; --fix --unsafe-fixes corrects 2\n");
+  EXPECT_EQ(lines("note"), warning + note + error +
+                               "1 error, 1 warning, 1 note in 3 files; --fix corrects 1; --fix --unsafe-fixes corrects 2\n");
+}
+
+TEST_F(LintCommand, ReadsStandardInput) {
+  EXPECT_EQ(eclipse_int("lint --format brief - < warned.txt").output,
+            "-:1:13: warning: \"org.example.alpha\" does not end in \".feature.group\" [feature-without-group-suffix]\n1 "
+            "warning in 1 file; --fix "
+            "--unsafe-fixes corrects 1\n");
+  EXPECT_EQ(eclipse_int("lint --format brief --severity error - bad.txt --stdin-name d/t < bad.txt").output,
+            "d/t:2:1: error: this line looks like data but has no tab [line-without-tab]\n"
+            "bad.txt:2:1: error: this line looks like data but has no tab [line-without-tab]\n"
+            "2 errors in 2 files; --fix corrects 2\n");
+  const auto fix = eclipse_int("lint --fix - < bad.txt");
+  EXPECT_EQ(fix.exit_code, 2);
+  EXPECT_NE(fix.error_output.find("not for standard input"), std::string::npos);
+}
+
+TEST_F(LintCommand, KnowsASessionByItsContent) {
+  write_file("session.txt", "// ours\n/* and\ntheirs */ {\"mode\": \"install\", \"components\": [{}]}");
+  const std::string error = ":3:46: components[0]: the key \"code\" is missing; ";
+  EXPECT_NE(eclipse_int("lint session.txt").error_output.find("session.txt" + error), std::string::npos)
+      << eclipse_int("lint session.txt").error_output;
+  EXPECT_NE(eclipse_int("lint - --stdin-name d/s < session.txt").error_output.find("d/s" + error), std::string::npos);
+  EXPECT_EQ(status("lint good.txt"), 0);
+}
+
+TEST_F(LintCommand, ExplainsARuleOnce) {
+  write_file("twice.txt", "sites/a org.example.a.feature.group\nsites/b org.example.b.feature.group\n");
+  const std::string output = eclipse_int("lint twice.txt").output;
+  const std::string_view why = "  why: Only tabs separate columns.";
+  EXPECT_NE(output.find(why), output.npos);
+  EXPECT_EQ(output.find(why), output.rfind(why));
+  EXPECT_NE(output.rfind("  fix: "), output.find("  fix: "));
+}
+
+TEST_F(LintCommand, AnnotatesForGithub) {
+  write_file("a,b:c%.txt", "sites/a\torg.example.a.feature.group/1.0\n");
+  EXPECT_EQ(
+      eclipse_int("lint --format github 'a,b:c%.txt'").output,
+      "::warning file=a%2Cb%3Ac%25.txt,line=1,col=9,title=feature-pinned::the feature is pinned to version 1.0. When another "
+      "version has replaced this one, the director does not find it to remove it, and removes nothing. Fix: write "
+      "org.example.a.feature.group.\n");
+  EXPECT_EQ(eclipse_int("lint --format github good.txt").output, "");
+}
+
+TEST_F(LintCommand, DirectoryWithoutDescriptorsIsAnError) {
+  write_file("product/sites/alpha/content.xml", "<repository/>");
+  const auto lint = eclipse_int("lint product good.txt");
+  EXPECT_EQ(lint.exit_code, 2);
+  EXPECT_EQ(lint.output, "");
+  EXPECT_EQ(
+      lint.error_output,
+      "eclipse-int: product: no descriptor file found below etc/eclipse/; give the directory of a component that has one, or "
+      "write one, for example with \"eclipse-int new\"\n");
 }
 
 TEST_F(LintCommand, RulesCanBeDisabledAndFindingsSuppressed) {
@@ -84,6 +154,7 @@ TEST_F(LintCommand, GroupsOfRulesCanBeSelectedOrDisabled) {
   EXPECT_EQ(rules_broken("--select line-without-tab"), "lines/line-without-tab ");
   EXPECT_EQ(rules_broken("--select orders --select lines --disable order-not-a-number"), "lines/line-without-tab ");
   EXPECT_EQ(rules_broken("--disable orders"), "lines/line-without-tab ");
+  EXPECT_EQ(rules_broken("--select orders,lines --disable trailing-tab,order-not-a-number"), "lines/line-without-tab ");
   EXPECT_EQ(eclipse_int("lint both.txt --select order").error_output,
             "eclipse-int: --select: there is no rule or group \"order\"; did you mean \"orders\"?\n"
             "Run with --help for more information.\n");
@@ -142,7 +213,7 @@ TEST_F(LintCommand, DirectoryOfComponentsIsCheckedComponentByComponent) {
     write_file(component + "/site/content.xml",
                "<repository><units><unit id='org.example.alpha.feature.group' version='1.0.0'/></units></repository>");
   }
-  const auto lint = eclipse_int("lint --severity note --disable repository-not-examined product product/one/etc/eclipse");
+  const auto lint = eclipse_int("lint --fail-on note --disable repository-not-examined product product/one/etc/eclipse");
   EXPECT_EQ(lint.exit_code, 0);
   EXPECT_EQ(lint.output + lint.error_output, "");
 }

@@ -399,15 +399,69 @@ TEST(Findings, FeatureIsLookedUpInAllRepositoriesOfTheComponent) {
   EXPECT_EQ(findings[1].fix, "write an id that the repositories have: \"org.example.one.feature.group\"");
 }
 
-TEST(Findings, FeaturesAreNotLookedUpWhenARepositoryCannotBeRead) {
+/// What one line of a descriptor gives, with what the findings say to do.
+Texts advice_on(const std::string& line) {
+  const fake::TemporaryDirectory directory;
+  write_file("c/etc/eclipse/t", line + "\n");
+  write_file("c/sites/one/content.xml",
+             "<repository><units><unit id='org.example.one.feature.group' version='1.0.0'/>"
+             "<unit id='org.example.one.feature.jar' version='1.0.0'/><unit id='org.example.one' version='1.0.0'/>"
+             "<unit id='all' version='1.0.0'><properties><property name='org.eclipse.equinox.p2.type.category' value='true'/>"
+             "</properties></unit></units></repository>");
+  Texts advice;
+  for (const Finding& finding : findings_in("c")) {
+    advice.push_back(std::string(name_of(finding.severity)) + " " + std::string(finding.rule->name) + ": " + finding.fix);
+  }
+  return advice;
+}
+
+TEST(Findings, SayWhatIsMeant) {
+  const std::string feature = "org.example.one.feature.group";
+  const std::vector<std::pair<std::string, Texts>> lines = {
+      {"sites/one\t" + feature, {}},
+      {"sites/one\t" + feature + "\n\t\t\t\n\t\t\t",
+       {"note row-of-tabs: delete the line", "note row-of-tabs: delete the line"}},
+      {"c/sites/one\t" + feature,
+       {"error repository-missing: write \"sites/one\"; paths are relative to the component's directory"}},
+      {"../../sites/one\t" + feature,
+       {"error repository-missing: write \"sites/one\"; paths are relative to the component's directory"}},
+      {"Sites/One\t" + feature, {"error repository-missing: write sites/one; paths are case-sensitive"}},
+      {"sites/two\t" + feature, {"error repository-missing: ship the repository with the component, or correct the path"}},
+      {"sites/one\torg.example.one", {"error unit-not-a-feature: write org.example.one.feature.group"}},
+      {"sites/one\torg.example.one.feature.jar", {"error unit-not-a-feature: write org.example.one.feature.group"}},
+      {"sites/one\tall", {"warning unit-not-a-feature: list the features that are in it"}},
+      {"sites/one\t" + feature + "\t10", {"warning third-column-ignored: add a tab before the number"}},
+      {"sites/one\t" + feature + "\tthe 10th", {"note third-column-ignored: leave the column empty; it is free for notes"}},
+      {"\tsites/one\t" + feature,
+       {"error repository-empty: delete the tab at the beginning of the line",
+        "note third-column-ignored: leave the column empty; it is free for notes"}},
+      {"//sites/one\t" + feature, {"warning comment-is-data: delete the line, or the slashes at its beginning"}},
+      {"Update site\tFeature\nsites/one\t" + feature,
+       {"error header-not-recognised: write Repository, with a capital R and nothing around it"}},
+      {"Feature/Repository\tFeature ID\nsites/one\t" + feature,
+       {"error header-not-recognised: write Repository, with a capital R and nothing around it"}},
+      {"sites/one\t" + feature + ";org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
+      {"sites/one\t" + feature + " org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
+      {"sites/one\t" + feature + "/[1.0.0,2.0.0)",
+       {"error feature-needs-shell-quoting: write the id without a version; the director takes no version range here",
+        "warning comma-in-feature: write a line for each feature"}},
+      {"sites/one,sites/two\t" + feature, {"error comma-in-repository: write a line for each repository"}},
+      {"sites/one/content.xml\t" + feature, {"error archive-not-recognised: write the path of the repository, \"sites/one\""}},
+  };
+  for (const auto& [line, advice] : lines) EXPECT_EQ(advice_on(line), advice) << line;
+}
+
+TEST(Findings, FeaturesOfARepositoryThatCannotBeExaminedAreNotLookedUp) {
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "site\torg.example.two.feature.group\nremote\torg.example.three.feature.group\n");
   write_file("c/site/content.xml", content_of_one);
   write_file("c/remote/compositeContent.xml",
              "<repository><children><child location='https://example.org/site'/></children></repository>");
   const Findings findings = findings_in("c");
-  ASSERT_EQ(summary_of(findings), Texts{"c/etc/eclipse/t:2:1+6 repository-not-examined"});
-  EXPECT_EQ(findings[0].message, "cannot examine all of \"remote\": its child https://example.org/site is not on this disk");
+  ASSERT_EQ(summary_of(findings),
+            Texts({"c/etc/eclipse/t:1:6+29 feature-not-found", "c/etc/eclipse/t:2:1+6 repository-not-examined"}));
+  EXPECT_EQ(findings[0].severity, Severity::warning);
+  EXPECT_EQ(findings[1].message, "cannot examine all of \"remote\": its child https://example.org/site is not on this disk");
 }
 
 TEST(Findings, SpaceInTheComponentsDirectoryIsReportedForADirectory) {

@@ -66,4 +66,41 @@ TEST(Overrides, ErrorsAreReportedAtTheirLocations) {
   }
 }
 
+/// The findings as "RULE" or "RULE: REASON".
+std::vector<std::string> found_in(const std::string& content) {
+  const fake::TemporaryDirectory directory;
+  fake::write_file("t", content);
+  std::vector<std::string> found;
+  for (const Finding& finding : lint_test::findings_in("t")) {
+    EXPECT_EQ(finding.is_suppressed_in_file, finding.reason.has_value());
+    found.push_back(std::string(finding.rule->name) + (finding.reason ? ": " + *finding.reason : ""));
+  }
+  return found;
+}
+
+using Texts = std::vector<std::string>;
+
+TEST(Suppressions, AreForTheNextLine) {
+  const std::string pinned = "s\tx.y.feature.group/1.0\n";
+  EXPECT_EQ(found_in("# eclipse-int: disable-next-line=feature-pinned  as released \r\n" + pinned + pinned + "\n"),
+            (Texts{"feature-pinned: as released", "duplicate-line", "feature-pinned"}));
+  EXPECT_EQ(found_in("  #eclipse-int:disable-next-line=trailing-tab,feature-pinned\ns\tx.y.feature.group/1.0\t\n"),
+            (Texts{"feature-pinned: suppressed by a comment", "trailing-tab: suppressed by a comment"}));
+  EXPECT_EQ(found_in("# eclipse-int: disable-next-line=feature-pinned\n\n" + pinned), Texts{"feature-pinned"});
+}
+
+TEST(Suppressions, AreForAWholeFile) {
+  EXPECT_EQ(found_in("Repository\tFeature\n# eclipse-int: disable-file=descriptor-without-data not yet\n"),
+            Texts{"descriptor-without-data: not yet"});
+}
+
+TEST(Suppressions, MustBeUnderstood) {
+  const std::string good = "\ns\tx.y.feature.group\n";
+  for (const std::string comment : {"# eclipse-int: disable-next-line=feature-pined", "# eclipse-int: disable=feature-pinned",
+                                    "# eclipse-int:", "# eclipse-int: disable-file=", "# eclipse-int: disable-file=lines"}) {
+    EXPECT_EQ(found_in(comment + good), Texts{"suppression-not-understood"}) << comment;
+  }
+  EXPECT_EQ(found_in("# eclipse-integration: disable" + good), Texts());
+}
+
 }  // namespace

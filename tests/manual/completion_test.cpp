@@ -84,7 +84,7 @@ TEST(Completion, OffersOnlyValuesThatAreAccepted) {
   fake::write_file("empty", "");
   for (const std::string option : {"--format", "--severity"}) {
     const Names values = offered({"lint", option, ""});
-    EXPECT_EQ(values.size(), 3U);
+    EXPECT_EQ(values.size(), 5U);
     for (const std::string& value : values) {
       EXPECT_NE(eclipse_shell::run_in_shell(ECLIPSE_INT_COMMAND " lint empty " + option + " " + value).exit_code, 2) << value;
     }

@@ -124,7 +124,8 @@ Rule feature_without_group_suffix() {
       .good = good_descriptor(),
       .check =
           [](const Input& input, Reporter& reporter) {
-            for_each_unit(input, [&](const Unit& unit) { check_group_suffix(unit, input.offered.get(), reporter); });
+            for_each_unit(input,
+                          [&](const Unit& unit) { check_group_suffix(unit, input.offered_for(*unit.record), reporter); });
           },
       .corrects = Corrects::both};
 }
@@ -156,12 +157,12 @@ Correction without_version(const Unit& unit) {
 }
 
 /// Version 0.0.0 means any.
-void check_version_found(const Unit& unit, const std::set<std::string>& versions, Reporter& reporter) {
+void check_version_found(const Unit& unit, const std::set<std::string>& versions, Severity severity, Reporter& reporter) {
   const auto version = unit.version();
   if (!version || !is_osgi_version(*version) || whole_version(*version) == "0.0.0") return;
   const auto is_version = [&](const std::string& other) { return whole_version(other) == whole_version(*version); };
   if (std::any_of(versions.begin(), versions.end(), is_version)) return;
-  reporter.report(unit.location(), "no repository has version " + *version + " of " + in_quotes(unit.id()),
+  reporter.report(severity, unit.location(), "no repository has version " + *version + " of " + in_quotes(unit.id()),
                   "the repositories have version " + list_of_versions(versions) + ": write " + unit.id(),
                   without_version(unit));
 }
@@ -189,12 +190,13 @@ std::optional<Correction> in_other_case(const UnitVersions& units, const Unit& u
   return meant.size() == 1 ? std::optional(other_id(unit, meant.front(), true)) : std::nullopt;
 }
 
-void check_found(const Unit& unit, const UnitVersions& units, Reporter& reporter) {
+void check_found(const Unit& unit, const UnitVersions& units, Severity severity, Reporter& reporter) {
   const std::string id = unit.id();
-  if (const auto found = units.find(id); found != units.end()) return check_version_found(unit, found->second, reporter);
+  if (const auto found = units.find(id); found != units.end())
+    return check_version_found(unit, found->second, severity, reporter);
   if (!id.ends_with(group_suffix) && !group_in(units, id).empty()) return;
   const auto nearest = nearest_features(units, id);
-  reporter.report(unit.location(), "no repository has " + in_quotes(id),
+  reporter.report(severity, unit.location(), "no repository has " + in_quotes(id),
                   nearest.empty() ? "publish the feature; the repositories have none at all"
                                   : "write an id that the repositories have: " + list_of(nearest),
                   in_other_case(units, unit));
@@ -213,11 +215,37 @@ Rule feature_not_found() {
           .good = good_component(),
           .check =
               [](const Input& input, Reporter& reporter) {
-                if (!input.offered) return;
-                for_each_unit(input, [&](const Unit& unit) { check_found(unit, *input.offered, reporter); });
+                // One that cannot be examined may have it.
+                const Severity severity = input.offered ? Severity::error : Severity::warning;
+                for_each_unit(input, [&](const Unit& unit) {
+                  if (const auto* const units = input.offered_for(*unit.record)) check_found(unit, *units, severity, reporter);
+                });
               },
           .concerns_removals = false,
           .corrects = Corrects::both};
+}
+
+bool is_category(const Unit& unit) {
+  if (unit.record->site == nullptr) return false;
+  const auto& descriptions = unit.record->site->descriptions;
+  return std::any_of(descriptions.begin(), descriptions.end(),
+                     [&](const auto& entry) { return entry.first.id == unit.id() && entry.second.is_category; });
+}
+
+/// A feature and its plug-in often share an id, and a feature and its jar nearly do.
+void check_kind(const Unit& unit, const UnitVersions& units, Reporter& reporter) {
+  const std::string id = unit.id();
+  if (id.ends_with(group_suffix) || units.count(id) == 0) return;
+  const std::string group = group_in(units, id);
+  if (!group.empty()) {
+    const std::string kind = id.ends_with(".feature.jar") ? " is only the jar of a feature" : " is only a bundle";
+    reporter.report(Severity::error, unit.location(), in_quotes(id) + kind + "; the feature is " + in_quotes(group),
+                    "write " + group, other_id(unit, group, false));
+  } else if (is_category(unit)) {
+    reporter.report(unit.location(), in_quotes(id) + " is a category, not a feature", "list the features that are in it");
+  } else {
+    reporter.report(unit.location(), in_quotes(id) + " is a bundle or a product, not a feature");
+  }
 }
 
 Rule unit_not_a_feature() {
@@ -229,15 +257,19 @@ Rule unit_not_a_feature() {
               "The director installs it, but no feature groups it with what it requires. Removing a product may delete the "
               "launcher.",
           .fix = "make a feature that contains it, and write that feature's id followed by .feature.group",
-          .bad = component_with("org.example.one.plugin"),
+          .bad = component("site\torg.example.one\n",
+                           {{"tools/site/content.xml",
+                             "<?xml version='1.0'?>\n<repository><units>\n"
+                             "  <unit id='org.example.one.feature.group' version='1.0.0'/>\n"
+                             "  <unit id='org.example.one' version='1.0.0'/>\n</units></repository>\n"}}),
           .good = good_component(),
-          .check = [](const Input& input, Reporter& reporter) {
-            if (!input.offered) return;
-            for_each_unit(input, [&](const Unit& unit) {
-              if (unit.id().ends_with(group_suffix) || input.offered->count(unit.id()) == 0) return;
-              reporter.report(unit.location(), in_quotes(unit.id()) + " is a bundle or a product, not a feature");
-            });
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_unit(input, [&](const Unit& unit) {
+                  if (const auto* const units = input.offered_for(*unit.record)) check_kind(unit, *units, reporter);
+                });
+              },
+          .corrects = Corrects::unsafely};
 }
 
 // ---- Versions ----
@@ -342,6 +374,16 @@ Rule feature_looks_like_option() {
           }};
 }
 
+std::string fix_of_feature(std::string_view text) {
+  const std::size_t slash = text.find('/');
+  if (slash != text.npos && text.find_first_of("[(", slash) == slash + 1)
+    return "write the id without a version; the director takes no version range here";
+  std::vector<std::string> ids = split(replaced(text, ";", " "), ' ');
+  std::erase(ids, "");
+  if (ids.size() > 1 && std::all_of(ids.begin(), ids.end(), looks_like_feature)) return "write a line for each feature";
+  return "correct the id; ids consist of letters, digits, \".\", \"_\" and \"-\"";
+}
+
 Rule feature_needs_shell_quoting() {
   return {.name = "feature-needs-shell-quoting",
           .group = Group::features,
@@ -361,7 +403,7 @@ Rule feature_needs_shell_quoting() {
                                                [&](std::size_t offset) { return is_around_column(text, offset); });
               if (at == changes.end()) return;
               reporter.report(record.descriptor->location(*record.line, 1, *at, 1),
-                              name_of_change(text, *at) + " in the feature");
+                              name_of_change(text, *at) + " in the feature", fix_of_feature(text));
             });
           }};
 }

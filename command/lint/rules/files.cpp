@@ -250,11 +250,16 @@ Rule descriptor_unreadable() {
 // ---- Files that are taken for descriptors ----
 
 bool has_other_name(const std::string& name) {
-  constexpr std::array<std::string_view, 15> endings = {"~",    ".bak", ".orig", ".old",  ".swp", ".rej", ".md", ".xml",
-                                                        ".jar", ".zip", ".html", ".json", ".png", ".pdf", ".gz"};
+  constexpr std::array<std::string_view, 21> endings = {"~",    ".bak",  ".orig", ".old",  ".swp",  ".rej",      ".md",
+                                                        ".xml", ".jar",  ".zip",  ".html", ".json", ".png",      ".pdf",
+                                                        ".gz",  ".save", ".tmp",  ".off",  ".orig", ".disabled", ".example"};
+  constexpr std::array<std::string_view, 6> beginnings = {".", "readme", "license", "copy of ", "kopie von ", "copie de "};
   const std::string lowered = lower_case(fs::path(name).filename().string());
-  if (lowered.starts_with("readme") || lowered.starts_with("license")) return true;
-  return std::any_of(endings.begin(), endings.end(), [&](std::string_view ending) { return lowered.ends_with(ending); });
+  const std::string stem = fs::path(lowered).stem().string();
+  const bool is_numbered_copy = stem.ends_with(')') && stem.find(" (") != stem.npos;
+  return is_numbered_copy || stem.ends_with(" - copy") ||
+         std::any_of(beginnings.begin(), beginnings.end(), [&](auto beginning) { return lowered.starts_with(beginning); }) ||
+         std::any_of(endings.begin(), endings.end(), [&](auto ending) { return lowered.ends_with(ending); });
 }
 
 /// One of twenty bytes in a binary file is a control character; a few in a text are mistakes at their places.

@@ -8,6 +8,7 @@
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
+#include "lint/suppression.h"
 #include "lint/texts.h"
 #include "p2/unit.h"
 
@@ -46,9 +47,20 @@ std::string bare(std::string_view text) {
   return letters;
 }
 
+/// "Repository" in other letters, or other words that people write above the columns.
 bool is_odd_header(const Record& record) {
-  const std::string letters = bare(record.repository());
-  return letters == "repository" || letters == "repositories" || letters == "repo";
+  constexpr std::array<std::string_view, 3> spellings = {"repository", "repositories", "repo"};
+  constexpr std::array<std::string_view, 16> words = {
+      "site",    "sites",    "updatesite",    "updatesites", "repositoryurl",     "repositorypath",
+      "repourl", "url",      "path",          "location",    "featurerepository", "repositoryfeature",
+      "siteurl", "sitepath", "sitefeatureid", "feature"};
+  constexpr std::array<std::string_view, 8> second_words = {"feature", "features",   "featureid", "featureids",
+                                                            "id",      "repository", "unit",      "plugin"};
+  const auto is_in = [](const auto& known, const std::string& letters) {
+    return std::find(known.begin(), known.end(), letters) != known.end();
+  };
+  const std::string first = bare(record.repository());
+  return is_in(spellings, first) || (is_in(words, first) && is_in(second_words, bare(record.feature())));
 }
 
 /// The columns that become part of a director command, which gets no repositories when features are removed.
@@ -220,6 +232,33 @@ Rule descriptor_without_data() {
           }};
 }
 
+/// What is wrong with a comment for lint; empty when nothing is.
+std::string error_in(const Suppression& suppression) {
+  if (!suppression.is_understood) return "neither disable-next-line= nor disable-file= in a comment for lint";
+  for (const std::string& name : suppression.rules) {
+    if (find_rule(name) == nullptr) return unknown_rule(name);
+  }
+  return "";
+}
+
+Rule suppression_not_understood() {
+  return {.name = "suppression-not-understood",
+          .group = Group::lines,
+          .severity = Severity::warning,
+          .title = "a comment for lint is not understood",
+          .why = "A line without a tab that begins with \"# eclipse-int:\" suppresses findings. This one suppresses none.",
+          .fix = "write # eclipse-int: disable-next-line=RULE and a reason, or disable-file=RULE for the whole file",
+          .bad = descriptor("# eclipse-int: disable-next-line=feature-pined\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .good = descriptor("# eclipse-int: disable-next-line=feature-pinned\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+              const auto suppression = suppression_in(line);
+              const std::string error = suppression ? error_in(*suppression) : "";
+              if (!error.empty()) reporter.report(descriptor.location(line), error);
+            });
+          }};
+}
+
 // ---- Lines that are data by mistake ----
 
 /// Without a tab the line is ignored. What begins with slashes may also be a path.
@@ -248,7 +287,12 @@ Rule comment_is_data() {
               [](const Input& input, Reporter& reporter) {
                 for (const Record& record : input.records) {
                   if (!is_comment(record.repository()) || is_odd_header(record)) continue;
-                  if (record.site != nullptr && record.site->exists) continue;  // as "//sites/alpha"
+                  if (record.site != nullptr && record.site->exists) {  // as "//sites/alpha"
+                    reporter.report(Severity::warning, record.location(0),
+                                    "this line is active, since " + in_quotes(record.repository()) + " is an existing path",
+                                    "delete the line, or the slashes at its beginning");
+                    continue;
+                  }
                   reporter.report(record.location(0),
                                   "this comment is read as data with the repository " + in_quotes(record.repository()),
                                   spaces_for_tabs(record));
@@ -552,7 +596,12 @@ Rule repository_empty() {
           .check = [](const Input& input, Reporter& reporter) {
             for (const Record& record : input.records) {
               if (record.placement || record.feature().empty()) continue;
-              reporter.report(record.descriptor->location(*record.line, 1), "no repository for " + in_quotes(record.feature()));
+              const bool is_shifted = looks_like_site(record.feature()) && looks_like_feature(record.cell(2));
+              reporter.report(record.descriptor->location(*record.line, 1), "no repository for " + in_quotes(record.feature()),
+                              is_shifted ? "delete the tab at the beginning of the line"
+                                         : "write the repository in column 1, even if the line above has the same one",
+                              is_shifted ? std::optional(Correction{"delete the leading tab", false, {record.edit(0, 0, 1)}})
+                                         : std::nullopt);
             }
           }};
 }
@@ -756,6 +805,8 @@ Rule row_of_tabs() {
           .corrects = Corrects::safely};
 }
 
+bool is_digit(char byte) { return byte >= '0' && byte <= '9'; }
+
 Rule third_column_ignored() {
   return {.name = "third-column-ignored",
           .group = Group::lines,
@@ -767,8 +818,16 @@ Rule third_column_ignored() {
           .good = good_descriptor(),
           .check = [](const Input& input, Reporter& reporter) {
             for (const Record& record : input.records) {
-              if (record.cell(2).empty() || record.feature().empty()) continue;
-              reporter.report(record.location(2), "column 3, " + in_quotes(record.cell(2)) + ", is ignored");
+              const std::string_view third = record.cell(2);
+              if (third.empty() || record.feature().empty()) continue;
+              const std::string message = "column 3, " + in_quotes(third) + ", is ignored";
+              if (record.cell(3).empty() && std::all_of(third.begin(), third.end(), is_digit)) {
+                reporter.report(Severity::warning, record.location(2), message + "; the order belongs in column 4",
+                                "add a tab before the number",
+                                Correction{"move the number to column 4", false, {record.edit(2, 0, 0, "\t")}});
+              } else {
+                reporter.report(record.location(2), message);
+              }
             }
           }};
 }
@@ -793,6 +852,7 @@ Rule duplicate_line() {
                 const bool is_safe = !has_orders(input);
                 std::map<std::pair<const Descriptor*, std::string_view>, const Record*> first;
                 for (const Record& record : input.records) {
+                  if (trimmed(record.line->text).empty()) continue;  // spreadsheets write rows of tabs
                   const auto [known, is_new] = first.emplace(std::pair(record.descriptor, record.line->text), &record);
                   if (is_new || known->second->line == record.line) continue;
                   reporter.report(record.descriptor->location(*record.line), "duplicate of " + known->second->where(),
@@ -815,7 +875,7 @@ std::vector<Rule> rules_about_lines() {
           space_around_column(),   quoted_column(),
           extra_columns(),         trailing_tab(),
           row_of_tabs(),           third_column_ignored(),
-          duplicate_line()};
+          duplicate_line(),        suppression_not_understood()};
 }
 
 }  // namespace eclipse_lint

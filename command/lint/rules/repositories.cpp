@@ -1,5 +1,6 @@
 // Rules about the first column.
 #include <algorithm>
+#include <array>
 #include <map>
 #include <set>
 
@@ -124,8 +125,24 @@ std::optional<Correction> zip_in_lower_case(const Record& record, std::size_t st
   return Correction{"write .zip", exists.has_value(), {record.edit(0, start, ending.size(), ".zip")}};
 }
 
+/// The directory of a path that ends in the name of a metadata file; empty for another path.
+std::string directory_of_metadata(std::string_view repository) {
+  constexpr std::array<std::string_view, 10> names = {
+      "content.jar",      "content.xml",          "content.xml.xz",       "artifacts.jar",          "artifacts.xml",
+      "artifacts.xml.xz", "compositeContent.jar", "compositeContent.xml", "compositeArtifacts.jar", "compositeArtifacts.xml"};
+  const std::size_t slash = repository.rfind('/');
+  if (slash == repository.npos || slash == 0) return "";
+  const bool is_metadata = std::find(names.begin(), names.end(), repository.substr(slash + 1)) != names.end();
+  return is_metadata ? std::string(repository.substr(0, slash)) : "";
+}
+
 void check_archive_name(const Record& record, Reporter& reporter) {
   if (is_archive(record) || (record.site != nullptr && record.site->is_directory)) return;
+  if (const std::string directory = directory_of_metadata(record.repository()); !directory.empty()) {
+    return reporter.report(record.location(0), in_quotes(record.repository()) + " is a file of a repository",
+                           "write the path of the repository, " + in_quotes(directory),
+                           Correction{"write " + directory, false, {record.edit(0, 0, record.repository().size(), directory)}});
+  }
   const std::string_view ending = other_archive_ending(record.repository());
   if (!ending.empty()) {
     const std::size_t start = record.repository().size() - ending.size();
@@ -336,6 +353,14 @@ Rule repository_not_utf_8() {
           .concerns_removals = false};
 }
 
+void check_comma(const Input& input, const Record& record, Reporter& reporter) {
+  const auto paths = split(record.repository(), ',');
+  const bool are_several = paths.size() > 1 && std::all_of(paths.begin(), paths.end(), looks_like_site);
+  if (!are_several) return report_character(input, record, ',', "comma", reporter);
+  reporter.report(record.location(0), std::to_string(paths.size()) + " repositories in one line",
+                  "write a line for each repository");
+}
+
 Rule comma_in_repository() {
   return {
       .name = "comma-in-repository",
@@ -350,7 +375,7 @@ Rule comma_in_repository() {
       .good = good_descriptor(),
       .check =
           [](const Input& input, Reporter& reporter) {
-            for_each_placed(input, [&](const Record& record) { report_character(input, record, ',', "comma", reporter); });
+            for_each_placed(input, [&](const Record& record) { check_comma(input, record, reporter); });
           },
       .concerns_removals = false};
 }
@@ -459,6 +484,36 @@ std::optional<Correction> path_in_other_case(const Record& record) {
   return Correction{"write " + path, true, {record.edit(0, 0, path.size(), path)}};
 }
 
+/// Of a path that is written as seen from the directory of the descriptor file, or from the one above the component's: the same
+/// as seen from the component's directory. Empty when there is none.
+std::string path_from_component(const Record& record) {
+  const fs::path base = record.config->base_dir;
+  const fs::path written = record.repository();
+  std::error_code error;
+  const fs::path seen = fs::path(record.descriptor->file).parent_path() / written;
+  if (fs::exists(seen, error)) {
+    const fs::path path = fs::relative(seen, base, error);
+    if (!error && !path.empty() && *path.begin() != "..") return path.string();
+  }
+  const fs::path rest = written.lexically_relative(base.filename());
+  const bool has_own_name = !rest.empty() && *rest.begin() != ".." && fs::exists(base / rest, error);
+  return has_own_name ? rest.string() : "";
+}
+
+void report_missing(const Record& record, Reporter& reporter) {
+  const std::string message = "repository does not exist: " + std::string(eclipse_dry_run::path_in(record.placement->url));
+  if (auto correction = path_in_other_case(record)) {
+    std::string fix = correction->title + "; paths are case-sensitive";
+    return reporter.report(record.location(0), message, std::move(fix), std::move(correction));
+  }
+  const std::string path = path_from_component(record);
+  if (path.empty()) return reporter.report(record.location(0), message);
+  std::optional<Correction> correction;
+  if (is_utf8(path)) correction = {"write " + path, false, {record.edit(0, 0, record.repository().size(), path)}};
+  reporter.report(record.location(0), message, "write " + in_quotes(path) + "; paths are relative to the component's directory",
+                  std::move(correction));
+}
+
 Rule repository_missing() {
   return {
       .name = "repository-missing",
@@ -474,14 +529,11 @@ Rule repository_missing() {
       .check =
           [](const Input& input, Reporter& reporter) {
             for_each_looked_into(input, [&](const Record& record) {
-              if (record.site->exists) return;
-              reporter.report(record.location(0),
-                              "repository does not exist: " + std::string(eclipse_dry_run::path_in(record.placement->url)),
-                              path_in_other_case(record));
+              if (!record.site->exists) report_missing(record, reporter);
             });
           },
       .concerns_removals = false,
-      .corrects = Corrects::safely};
+      .corrects = Corrects::both};
 }
 
 void report_no_metadata(const Record& record, Reporter& reporter) {
@@ -561,8 +613,8 @@ Rule repository_not_examined() {
           .severity = Severity::note,
           .title = "a repository cannot be examined completely",
           .why =
-              "The director may be able to load all of it. What it provides is unknown here, so no rule reports features or "
-              "artifacts that are missing from all repositories, nor repositories that are not used.",
+              "The director may be able to load all of it. What it provides is unknown here, so the features of its lines "
+              "are not looked for, and no rule reports missing artifacts or repositories that are not used.",
           .fix = "nothing if the director has access to all of it; otherwise ship everything with the component",
           .bad = component(line_of_one, {{"tools/site/compositeContent.xml", composite_with_remote_child}}),
           .good = good_component(),
@@ -630,7 +682,7 @@ void check_artifacts(const Input& input, Artifacts (*artifacts_of)(const Reposit
   bool is_certain = true;
   for_each_placed(input, [&](const Record& record) {
     if (record.site == nullptr || !record.site->is_repository) return;
-    if (is_plain_repository(record)) sites.emplace(record.site, &record);
+    if (is_plain_repository(record) && is_archive(record) != record.site->is_directory) sites.emplace(record.site, &record);
     is_certain = is_certain && (record.site->artifacts || !record.site->error.empty());
     if (record.site->artifacts) all.insert(record.site->artifacts->begin(), record.site->artifacts->end());
   });
@@ -705,6 +757,11 @@ bool has_any_feature(const UnitVersions& units, const Records& records) {
   return std::any_of(records.begin(), records.end(), [&](const Record* record) { return has_feature(units, record); });
 }
 
+/// A repository without features is there for what others require.
+bool offers_features(const UnitVersions& units) {
+  return std::any_of(units.begin(), units.end(), [](const auto& unit) { return unit.first.ends_with(group_suffix); });
+}
+
 /// Nothing is reported of a repository whose own lines name what no repository has: they are wrong in another way.
 void check_use(const Input& input, Reporter& reporter) {
   if (!input.offered) return;
@@ -714,6 +771,7 @@ void check_use(const Input& input, Reporter& reporter) {
   for_each_looked_into(input, [&](const Record& record) { by_site[record.site].push_back(&record); });
   for (const auto& [site, records] : by_site) {
     if (has_any_feature(*site->units, all) || !has_all_features(*input.offered, records)) continue;
+    if (!offers_features(*site->units)) continue;
     reporter.report(records.front()->location(0), "no listed feature is in " + in_quotes(records.front()->repository()));
   }
 }
@@ -727,7 +785,7 @@ Rule unused_repository() {
       .why =
           "Other repositories have them. Every start of the director loads this one, although it can contribute nothing but "
           "what the features require.",
-      .fix = "delete its lines, or list the features that it is meant for",
+      .fix = "list the features that it is meant for; or, if no other feature requires what it has, delete its lines",
       .bad = component("site\torg.example.one.feature.group\nother\torg.example.one.feature.group\n",
                        {{"tools/site/content.xml", content_of_one}, {"tools/other/content.xml", content_of_two}}),
       .good = good_component(),

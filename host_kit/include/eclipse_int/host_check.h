@@ -29,7 +29,7 @@ struct HostCheckOptions {
   std::string waivers;
   /// A second session, for the checks that need one. It may be null.
   session_t* other_session = nullptr;
-  /// "text", "tap" (Test Anything Protocol, version 14) or "junit" (XML).
+  /// "text", "tap" (Test Anything Protocol, version 13) or "junit" (XML).
   std::string format = "text";
 };
 

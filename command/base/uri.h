@@ -1,0 +1,20 @@
+// URIs of files.
+#ifndef ECLIPSE_INT_BASE_URI_H
+#define ECLIPSE_INT_BASE_URI_H
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace eclipse_base {
+
+/// A path as a URI: absolute with its scheme, or else a relative reference.
+std::string uri_of(const std::string& file);
+
+/// The absolute path in a "file:" URI of this machine; nothing for any other text.
+std::optional<std::filesystem::path> file_of_uri(std::string_view uri);
+
+}  // namespace eclipse_base
+
+#endif

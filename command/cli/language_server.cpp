@@ -1,0 +1,72 @@
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <memory>
+
+#include "cli/session_source.h"
+#include "cli/session_variables.h"
+#include "cli/standard_streams.h"
+#include "cli/subcommands.h"
+#include "dry_run/plugin_functions.h"
+#include "language_server/serve.h"
+#include "standalone_host/installation.h"
+
+namespace eclipse_cli {
+
+namespace {
+
+constexpr const char* examples =
+    "  eclipse-int language-server\n"
+    "      What an editor starts; docs/editors.md shows how to configure it.\n"
+    "  eclipse-int language-server --set USER_DEFINED_ECLIPSE_PATH=/opt/ide/eclipse\n"
+    "      Check session files as they would be run with these variables.\n";
+
+constexpr const char* exit_status =
+    "Exit status:\n"
+    "  0  the editor ended the server as the protocol requires\n"
+    "  1  the editor closed the connection before\n"
+    "  2  the input is not framed as the protocol requires, or the arguments are invalid\n";
+
+constexpr double longest_time_limit = 3600;
+
+struct LanguageServerOptions {
+  SessionOptions session;
+  double time_limit = 20;
+  bool uses_standard_streams = false;
+};
+
+int perform(const LanguageServerOptions& options) {
+  const eclipse_host::Plugin plugin = load_plugin(options.session);
+  const eclipse_dry_run::PluginFunctions library(plugin);
+  eclipse_language_server::Linter linter{library, {}};
+  const SessionVariables variables(options.session.settings, options.session.variables);
+  linter.settings.add_variables = [variables](eclipse_host::Session& session) { variables.add_to(session); };
+  const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(options.time_limit));
+  eclipse_language_server::Server server(linter, std::string(eclipse_host::version), limit);
+  try {
+    eclipse_language_server::serve(server, STDIN_FILENO, STDOUT_FILENO);
+  } catch (const eclipse_language_server::FramingError& error) {
+    print_message(std::string("standard input: ") + error.what() + "; let an editor start this command");
+    return 2;
+  }
+  return server.was_shut_down() ? 0 : 1;
+}
+
+}  // namespace
+
+Subcommand add_language_server(CLI::App& program) {
+  CLI::App* const parser = program.add_subcommand(
+      "language-server", "Serve an editor: show findings of lint while a descriptor or session file is edited");
+  const auto options = std::make_shared<LanguageServerOptions>();
+  parser->add_flag("--stdio", options->uses_standard_streams,
+                   "Talk to the editor by standard input and output; this is always so,\nbut some editors add the option");
+  parser->add_option("--time-limit", options->time_limit, "Stop a check that takes more seconds [20]")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.0, longest_time_limit).description(""));
+  add_input_options(*parser, options->session, "Read session variables from FILE; the session file overrides them");
+  set_help(*parser, "eclipse-int language-server [OPTIONS]", examples, exit_status);
+  return {parser, [options] { return perform(*options); }};
+}
+
+}  // namespace eclipse_cli

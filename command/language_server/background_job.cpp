@@ -1,0 +1,96 @@
+#include "language_server/background_job.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <exception>
+#include <string_view>
+#include <system_error>
+
+namespace eclipse_language_server {
+
+namespace {
+
+void write_all(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = write(descriptor, text.data(), text.size());
+    if (count < 0 && errno != EINTR) return;
+    if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+/// Nothing that the work prints may get between the messages to the editor.
+void leave_standard_streams() {
+  const int nothing = open("/dev/null", O_RDWR);
+  dup2(nothing, STDIN_FILENO);
+  dup2(nothing, STDOUT_FILENO);
+}
+
+[[noreturn]] void work_and_exit(const std::function<std::string()>& work, int output) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  leave_standard_streams();
+  int status = 0;
+  try {
+    write_all(output, work());
+  } catch (const std::exception& error) {
+    status = 1;
+    write_all(output, error.what());
+  }
+  _exit(status);
+}
+
+}  // namespace
+
+BackgroundJob::BackgroundJob(const std::function<std::string()>& work, Clock::time_point deadline) : deadline_(deadline) {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "cannot make a pipe");
+  child_ = fork();
+  if (child_ == 0) work_and_exit(work, ends[1]);
+  const int error = errno;
+  close(ends[1]);
+  descriptor_ = ends[0];
+  if (child_ > 0) return;
+  close(descriptor_);
+  throw std::system_error(error, std::generic_category(), "cannot start a process");
+}
+
+BackgroundJob::~BackgroundJob() {
+  close(descriptor_);
+  if (child_ <= 0) return;
+  kill(child_, SIGKILL);
+  wait_for_end();
+}
+
+bool BackgroundJob::has_ended() {
+  for (pollfd input{descriptor_, POLLIN, 0}; poll(&input, 1, 0) > 0;) {
+    if (!read_some()) return true;
+  }
+  return false;
+}
+
+/// False at the end.
+bool BackgroundJob::read_some() {
+  std::array<char, 65536> buffer;
+  const ssize_t count = read(descriptor_, buffer.data(), buffer.size());
+  if (count > 0) result_.append(buffer.data(), static_cast<std::size_t>(count));
+  if (count > 0 || (count < 0 && errno == EINTR)) return true;
+  wait_for_end();
+  return false;
+}
+
+void BackgroundJob::wait_for_end() {
+  int status = 0;
+  pid_t ended = 0;
+  do ended = waitpid(child_, &status, 0);
+  while (ended < 0 && errno == EINTR);
+  has_succeeded_ = ended == child_ && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+  child_ = -1;
+}
+
+}  // namespace eclipse_language_server

@@ -1,0 +1,112 @@
+#include "language_server/document.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/file.h"
+#include "base/uri.h"
+#include "dry_run/descriptor_paths.h"
+
+using namespace eclipse_base;
+
+namespace eclipse_language_server {
+
+namespace {
+
+constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+
+bool is_utf16(std::string_view beginning) { return beginning.starts_with("\xFF\xFE") || beginning.starts_with("\xFE\xFF"); }
+
+Json as_json(const Position& position) { return {{"line", position.line}, {"character", position.character}}; }
+
+}  // namespace
+
+Position position_in(const Json& params, const std::string& pointer) {
+  return {number_in(params, pointer + "/line"), number_in(params, pointer + "/character")};
+}
+
+Range range_in(const Json& params, const std::string& pointer) {
+  return {position_in(params, pointer + "/start"), position_in(params, pointer + "/end")};
+}
+
+Json as_json(const Range& range) { return {{"start", as_json(range.start)}, {"end", as_json(range.end)}}; }
+
+Document::Document(std::string uri, std::string text) : uri_(std::move(uri)), file_(file_of_uri(uri_)), text_(std::move(text)) {
+  find_lines();
+  read_encoding();
+}
+
+void Document::replace_all(std::string text) {
+  text_ = std::move(text);
+  find_lines();
+}
+
+void Document::replace(const Range& range, std::string_view text, PositionEncoding encoding) {
+  const std::size_t start = offset_of(range.start, encoding);
+  const std::size_t end = std::max(start, offset_of(range.end, encoding));
+  text_.replace(start, end - start, text);
+  find_lines();
+}
+
+std::string Document::content() const {
+  return is_recoded_ ? read_file(*file_, largest::descriptor).bytes : hidden_beginning_ + text_;
+}
+
+void Document::read_encoding() {
+  const std::string beginning = file_ ? read_beginning(*file_, byte_order_mark.size()).bytes : "";
+  hidden_beginning_ = beginning == byte_order_mark && !text_.starts_with(byte_order_mark) ? beginning : "";
+  is_recoded_ = is_utf16(beginning);
+}
+
+bool Document::is_session() const {
+  return file_ && file_->extension() == ".json" && text_.find("\"components\"") != std::string::npos;
+}
+
+bool Document::is_descriptor() const { return file_ && file_->extension() != ".json"; }
+
+bool Document::is_in_descriptor_directory() const {
+  return file_ && eclipse_dry_run::descriptor_directory_in(file_->string()) != std::string::npos;
+}
+
+std::string_view Document::line(std::size_t number) const {
+  if (number >= line_starts_.size()) return "";
+  const std::size_t start = line_starts_[number];
+  return std::string_view(text_).substr(start, text_.find('\n', start) - start);
+}
+
+Range Document::range_of(std::size_t line, std::size_t column, std::size_t length, PositionEncoding encoding) const {
+  const std::size_t number = line == 0 ? 0 : line - 1;
+  const std::string_view text = this->line(number);
+  const std::size_t hidden = number == 0 ? hidden_beginning_.size() : 0;
+  const std::size_t first = line == 0 || column == 0 ? 0 : column - 1;
+  const std::size_t last = line == 0 ? text.size() + hidden : first + std::min(length, text.size() + hidden);
+  const auto character = [&](std::size_t byte) { return units_in(text, byte - std::min(byte, hidden), encoding); };
+  return {{number, character(first)}, {number, character(last)}};
+}
+
+std::optional<Range> Document::range_of_bytes(std::size_t offset, std::size_t length, PositionEncoding encoding) const {
+  const std::size_t hidden = hidden_beginning_.size();
+  if (is_recoded_ || offset < hidden || offset - hidden > text_.size() || length > text_.size() - (offset - hidden)) {
+    return std::nullopt;
+  }
+  return Range{position_of(offset - hidden, encoding), position_of(offset - hidden + length, encoding)};
+}
+
+/// Of a place in the text.
+Position Document::position_of(std::size_t offset, PositionEncoding encoding) const {
+  const auto next = std::upper_bound(line_starts_.begin(), line_starts_.end(), offset);
+  const auto number = static_cast<std::size_t>(next - line_starts_.begin()) - 1;
+  return {number, units_in(line(number), offset - line_starts_[number], encoding)};
+}
+
+std::size_t Document::offset_of(const Position& position, PositionEncoding encoding) const {
+  if (position.line >= line_starts_.size()) return text_.size();
+  return line_starts_[position.line] + bytes_in(line(position.line), position.character, encoding);
+}
+
+void Document::find_lines() {
+  line_starts_ = {0};
+  for (std::size_t at = 0; (at = text_.find('\n', at)) != std::string::npos;) line_starts_.push_back(++at);
+}
+
+}  // namespace eclipse_language_server

@@ -1,0 +1,382 @@
+#include "language_server/server.h"
+
+#include <algorithm>
+#include <exception>
+#include <system_error>
+#include <utility>
+
+#include "base/file.h"
+#include "base/printable.h"
+#include "language_server/completion.h"
+#include "language_server/hover.h"
+
+using namespace eclipse_base;
+
+namespace eclipse_language_server {
+
+namespace {
+
+/// While somebody types, nothing is checked.
+constexpr std::chrono::milliseconds pause_after_change(100);
+
+// As the protocol numbers them.
+constexpr int incremental_changes = 2;
+constexpr int log_of_errors = 1;
+constexpr int log_of_warnings = 2;
+
+/// Of the encodings that the editor offers, the one that needs no conversion.
+PositionEncoding encoding_for(const Json& offered) {
+  if (!offered.is_array()) return PositionEncoding::utf16;
+  for (const PositionEncoding encoding : {PositionEncoding::utf8, PositionEncoding::utf16, PositionEncoding::utf32}) {
+    if (std::find(offered.begin(), offered.end(), name_of(encoding)) != offered.end()) return encoding;
+  }
+  return PositionEncoding::utf16;
+}
+
+bool has(const Json& list, std::string_view text) {
+  return list.is_array() && std::find(list.begin(), list.end(), text) != list.end();
+}
+
+/// The rules whose results are in a line: those at the position if there are any, or else all.
+std::vector<std::string> rules_at(const Json& results, const Position& position) {
+  std::vector<std::string> there;
+  std::vector<std::string> in_line;
+  for (const Json& result : results) {
+    const auto rule = result.find("rule");
+    const Range range = range_in(result, "/diagnostic/range");
+    if (rule == result.end() || position.line < range.start.line || position.line > range.end.line) continue;
+    in_line.push_back(rule->get<std::string>());
+    const bool is_there = position.character >= range.start.character && position.character <= range.end.character;
+    if (is_there) there.push_back(in_line.back());
+  }
+  return there.empty() ? in_line : there;
+}
+
+constexpr const char* quick_fix = "quickfix";
+
+/// Whether an editor that asks for these kinds of actions, or for all, wants quick fixes.
+bool wants_quick_fixes(const Json& only) { return only.is_null() || has(only, quick_fix) || has(only, ""); }
+
+/// In whole lines: a fix is wanted wherever in its line the cursor is.
+bool touches(const Range& one, const Range& other) {
+  return one.start.line <= other.end.line && other.start.line <= one.end.line;
+}
+
+}  // namespace
+
+Server::Server(Linter linter, std::string version, std::chrono::milliseconds time_limit)
+    : linter_(std::move(linter)), version_(std::move(version)), time_limit_(time_limit) {}
+
+void Server::receive(const IncomingMessage& message) {
+  try {
+    if (message.exceeds_limit) {
+      const std::string limit = std::to_string(largest::message / largest::mebibyte);
+      throw RequestError(ErrorCode::invalid_request, "the message is larger than " + limit + " MiB");
+    }
+    if (const auto call = call_in(message.content)) perform(*call);
+  } catch (const RequestError& error) {
+    send(error_response(nullptr, error));
+  }
+}
+
+void Server::perform(const Call& call) {
+  try {
+    if (call.id) {
+      perform_request(call);
+    } else {
+      perform_notification(call);
+    }
+  } catch (const RequestError& error) {
+    if (call.id) return send(error_response(*call.id, error));
+    log("error", call.method + ": " + error.what());
+  } catch (const std::exception& error) {
+    if (call.id) return send(error_response(*call.id, {ErrorCode::internal_error, error.what()}));
+    log("error", call.method + ": " + error.what());
+  }
+}
+
+void Server::perform_request(const Call& call) {
+  const Json& id = *call.id;
+  if (call.method == "initialize") {
+    if (state_ != State::uninitialized) throw RequestError(ErrorCode::invalid_request, "the server is initialized already");
+    return send(response(id, initialize(call.params)));
+  }
+  if (state_ == State::uninitialized) throw RequestError(ErrorCode::server_not_initialized, "\"initialize\" must come first");
+  if (state_ == State::shut_down) throw RequestError(ErrorCode::invalid_request, "the server was shut down");
+  if (call.method == "shutdown") {
+    state_ = State::shut_down;
+    return send(response(id, nullptr));
+  }
+  if (call.method == "textDocument/hover") return hover(id, call.params);
+  if (call.method == "textDocument/codeAction") return offer_actions(id, call.params);
+  if (call.method == "textDocument/completion") return complete(id, call.params);
+  throw RequestError(ErrorCode::method_not_found, "there is no method " + in_quotes(call.method));
+}
+
+void Server::perform_notification(const Call& call) {
+  if (call.method == "exit") has_ended_ = true;
+  if (state_ != State::running) return;
+  if (call.method == "textDocument/didOpen") return open(call.params);
+  if (call.method == "textDocument/didChange") return change(call.params);
+  if (call.method == "textDocument/didSave") return save(call.params);
+  if (call.method == "textDocument/didClose") return close(call.params);
+  if (call.method == "workspace/didChangeWatchedFiles") return check_all_again("");
+  if (call.method == "$/cancelRequest") return cancel(call.params);
+}
+
+Json Server::initialize(const Json& params) {
+  if (!params.is_object()) throw RequestError(ErrorCode::invalid_params, "\"params\" must be an object");
+  encoding_ = encoding_for(optional_part(params, "/capabilities/general/positionEncodings"));
+  wants_markdown_ = has(optional_part(params, "/capabilities/textDocument/hover/contentFormat"), "markdown");
+  wants_document_changes_ = optional_part(params, "/capabilities/workspace/workspaceEdit/documentChanges") == true;
+  state_ = State::running;
+  const Json synchronization = {{"openClose", true}, {"change", incremental_changes}, {"save", true}};
+  const Json capabilities = {{"positionEncoding", name_of(encoding_)},
+                             {"textDocumentSync", synchronization},
+                             {"hoverProvider", true},
+                             {"codeActionProvider", {{"codeActionKinds", {quick_fix}}}},
+                             {"completionProvider", {{"triggerCharacters", {"\t", "/", "."}}}}};
+  return {{"capabilities", capabilities}, {"serverInfo", {{"name", "eclipse-int"}, {"version", version_}}}};
+}
+
+// ---- Documents ----
+
+void Server::open(const Json& params) {
+  const std::string uri = text_in(params, "/textDocument/uri");
+  OpenDocument opened{Document(uri, text_in(params, "/textDocument/text")), optional_part(params, "/textDocument/version")};
+  open_.insert_or_assign(uri, std::move(opened));
+  check_all_again(uri);
+}
+
+void Server::change(const Json& params) {
+  const std::string uri = text_in(params, "/textDocument/uri");
+  OpenDocument* const changed = find(uri);
+  if (changed == nullptr) throw RequestError(ErrorCode::invalid_params, "this document is not open: " + in_quotes(uri));
+  changed->is_checked = false;
+  changed->version = optional_part(params, "/textDocument/version");
+  check_all_again(uri);
+  for (const Json& each : part(params, "/contentChanges")) {
+    const std::string text = text_in(each, "/text");
+    if (optional_part(each, "/range").is_null()) {
+      changed->document.replace_all(text);
+    } else {
+      changed->document.replace(range_in(each, "/range"), text, encoding_);
+    }
+  }
+}
+
+void Server::save(const Json& params) {
+  const std::string uri = text_in(params, "/textDocument/uri");
+  if (OpenDocument* const saved = find(uri)) {
+    saved->document.read_encoding();
+    saved->is_checked = false;
+  }
+  check_all_again(uri);
+}
+
+void Server::close(const Json& params) {
+  const std::string uri = text_in(params, "/textDocument/uri");
+  const auto closed = open_.find(uri);
+  if (closed == open_.end()) return;
+  open_.erase(closed);
+  publish(uri, nullptr, Json::array());
+  answer_deferred(uri);
+  check_all_again("");
+}
+
+Server::OpenDocument* Server::find(const std::string& uri) {
+  const auto found = open_.find(uri);
+  return found == open_.end() ? nullptr : &found->second;
+}
+
+std::vector<const Document*> Server::documents() const {
+  std::vector<const Document*> documents;
+  for (const auto& [uri, open] : open_) documents.push_back(&open.document);
+  return documents;
+}
+
+// ---- Checks ----
+
+/// A text may matter for all documents: those of one component and the session with it are checked together.
+void Server::check_all_again(const std::string& first) {
+  check_.reset();
+  waiting_.clear();
+  for (const auto& [uri, open] : open_) {
+    if (uri == first) {
+      waiting_.push_front(uri);
+    } else {
+      waiting_.push_back(uri);
+    }
+  }
+  check_time_ = Clock::now() + pause_after_change;
+}
+
+void Server::start_check() {
+  const std::string uri = waiting_.front();
+  waiting_.pop_front();
+  OpenDocument* const open = find(uri);
+  if (open == nullptr) return;
+  if (!open->document.is_session() && !open->document.is_descriptor()) {
+    open->is_checked = true;
+    if (!std::exchange(open->results, Json::array()).empty()) publish(uri, open->version, open->results);
+    return answer_deferred(uri);
+  }
+  const auto work = [&] { return text_of(check(linter_, documents(), open->document, encoding_)); };
+  try {
+    check_.emplace(Check{uri, std::make_unique<BackgroundJob>(work, Clock::now() + time_limit_)});
+  } catch (const std::system_error& error) {
+    log("error", error.what());
+    open->is_checked = true;
+    answer_deferred(uri);
+  }
+}
+
+void Server::end_check(bool is_late) {
+  const Check ended = *std::exchange(check_, std::nullopt);
+  OpenDocument* const open = find(ended.uri);
+  if (open == nullptr) return;
+  open->is_checked = true;
+  if (!is_late && ended.job->has_succeeded()) {
+    open->results = Json::parse(ended.job->result());
+  } else {
+    open->results = Json::array();
+    log("error", printable(ended.uri) + ": " + explanation_of(*ended.job, is_late));
+  }
+  publish(ended.uri, open->version, open->results);
+  answer_deferred(ended.uri);
+}
+
+std::string Server::explanation_of(const BackgroundJob& job, bool is_late) const {
+  if (is_late) return "this takes longer than " + std::to_string(time_limit_.count()) + " ms and was stopped";
+  return job.result().empty() ? "the process that did this has crashed" : printable(job.result());
+}
+
+void Server::publish(const std::string& uri, const Json& version, const Json& results) {
+  Json diagnostics = Json::array();
+  for (const Json& result : results) diagnostics.push_back(result.at("diagnostic"));
+  Json params = {{"uri", uri}, {"diagnostics", std::move(diagnostics)}};
+  if (version.is_number_integer()) params["version"] = version;
+  send(notification("textDocument/publishDiagnostics", params));
+}
+
+// ---- Requests ----
+
+void Server::defer(const Json& id, const std::string& uri, Answer answer) {
+  deferred_.push_back({id, uri, std::move(answer)});
+  const OpenDocument* const open = find(uri);
+  if (open == nullptr || open->is_checked) answer_deferred(uri);
+}
+
+/// The requests for a document that is closed get null.
+void Server::answer_deferred(const std::string& uri) {
+  const OpenDocument* const open = find(uri);
+  const auto is_for_it = [&](const Deferred& each) { return each.uri == uri; };
+  for (const Deferred& each : deferred_) {
+    if (is_for_it(each)) send(response(each.id, open == nullptr ? Json() : each.answer(*open)));
+  }
+  std::erase_if(deferred_, is_for_it);
+}
+
+void Server::hover(const Json& id, const Json& params) {
+  const Position position = position_in(params, "/position");
+  defer(id, text_in(params, "/textDocument/uri"), [this, position](const OpenDocument& open) -> Json {
+    std::string story = stories_of(rules_at(open.results, position));
+    if (story.empty() && open.document.is_descriptor()) story = story_of_column(open.document, position, encoding_);
+    if (story.empty()) return nullptr;
+    return {{"contents", {{"kind", wants_markdown_ ? "markdown" : "plaintext"}, {"value", story}}}};
+  });
+}
+
+void Server::offer_actions(const Json& id, const Json& params) {
+  const Range range = range_in(params, "/range");
+  const bool is_wanted = wants_quick_fixes(optional_part(params, "/context/only"));
+  defer(id, text_in(params, "/textDocument/uri"), [this, range, is_wanted](const OpenDocument& open) {
+    Json actions = Json::array();
+    for (const Json& result : open.results) {
+      const bool is_there = touches(range_in(result, "/diagnostic/range"), range);
+      if (is_wanted && is_there && result.contains("correction")) actions.push_back(action_for(open, result));
+    }
+    return actions;
+  });
+}
+
+Json Server::action_for(const OpenDocument& open, const Json& result) const {
+  const Json& correction = result.at("correction");
+  const std::string& uri = open.document.uri();
+  Json edit;
+  if (wants_document_changes_) {
+    const Json document = {{"uri", uri}, {"version", open.version}};
+    edit["documentChanges"] = Json::array({{{"textDocument", document}, {"edits", correction.at("edits")}}});
+  } else {
+    edit["changes"][uri] = correction.at("edits");
+  }
+  const bool is_safe = correction.at("safe").get<bool>();
+  return {{"title", correction.at("title").get<std::string>() + (is_safe ? "" : " (look at the result)")},
+          {"kind", quick_fix},
+          {"diagnostics", Json::array({result.at("diagnostic")})},
+          {"isPreferred", is_safe},
+          {"edit", std::move(edit)}};
+}
+
+/// Of two requests only the later one matters.
+void Server::complete(const Json& id, const Json& params) {
+  const Position position = position_in(params, "/position");
+  const OpenDocument* const open = find(text_in(params, "/textDocument/uri"));
+  if (open == nullptr) return send(response(id, nullptr));
+  if (completion_) send(error_response(completion_->id, {ErrorCode::request_cancelled, "a later request replaces this one"}));
+  completion_.reset();
+  const auto work = [&] { return text_of(completion_items(linter_, documents(), open->document, position, encoding_)); };
+  completion_.emplace(Completion{id, std::make_unique<BackgroundJob>(work, Clock::now() + time_limit_)});
+}
+
+void Server::end_completion(bool is_late) {
+  const Completion ended = *std::exchange(completion_, std::nullopt);
+  if (!is_late && ended.job->has_succeeded()) {
+    return send(response(ended.id, {{"isIncomplete", false}, {"items", Json::parse(ended.job->result())}}));
+  }
+  log("warning", "completion: " + explanation_of(*ended.job, is_late));
+  send(response(ended.id, nullptr));
+}
+
+void Server::cancel(const Json& params) {
+  const Json& id = part(params, "/id");
+  const RequestError cancelled(ErrorCode::request_cancelled, "the request was cancelled");
+  if (completion_ && completion_->id == id) {
+    completion_.reset();
+    return send(error_response(id, cancelled));
+  }
+  if (std::erase_if(deferred_, [&](const Deferred& each) { return each.id == id; }) != 0) send(error_response(id, cancelled));
+}
+
+// ---- Time ----
+
+std::vector<const BackgroundJob*> Server::jobs() const {
+  std::vector<const BackgroundJob*> jobs;
+  if (check_) jobs.push_back(check_->job.get());
+  if (completion_) jobs.push_back(completion_->job.get());
+  return jobs;
+}
+
+std::optional<Clock::time_point> Server::next_time() const {
+  std::vector<Clock::time_point> times;
+  for (const BackgroundJob* const job : jobs()) times.push_back(job->deadline());
+  if (!check_ && !waiting_.empty()) times.push_back(check_time_);
+  if (times.empty()) return std::nullopt;
+  return *std::min_element(times.begin(), times.end());
+}
+
+void Server::proceed() {
+  const auto now = Clock::now();
+  if (completion_ && completion_->job->has_ended()) end_completion(false);
+  if (completion_ && now >= completion_->job->deadline()) end_completion(true);
+  if (check_ && check_->job->has_ended()) end_check(false);
+  if (check_ && now >= check_->job->deadline()) end_check(true);
+  if (!check_ && !waiting_.empty() && now >= check_time_) start_check();
+}
+
+void Server::log(std::string_view kind, const std::string& message) {
+  const int type = kind == "error" ? log_of_errors : log_of_warnings;
+  send(notification("window/logMessage", {{"type", type}, {"message", message}}));
+}
+
+}  // namespace eclipse_language_server

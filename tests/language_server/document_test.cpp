@@ -1,0 +1,111 @@
+// That a document follows what an editor does to it, and knows what the editor does not show.
+#include "language_server/document.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "base/text.h"
+#include "base/uri.h"
+#include "fake_host/temporary_directory.h"
+
+using namespace eclipse_language_server;
+
+namespace {
+
+constexpr PositionEncoding utf16 = PositionEncoding::utf16;
+
+Document document_with(const std::string& text) { return {"untitled:1", text}; }
+
+std::string edited(const std::string& text, const Range& range, const std::string& replacement) {
+  Document document = document_with(text);
+  document.replace(range, replacement, utf16);
+  return document.text();
+}
+
+TEST(Document, ReplacesRanges) {
+  EXPECT_EQ(edited("one\ntwo\n", {{0, 1}, {1, 2}}, "-"), "o-o\n");
+  EXPECT_EQ(edited("one\ntwo\n", {{1, 0}, {1, 0}}, "more\n"), "one\nmore\ntwo\n");
+  EXPECT_EQ(edited("a😀b", {{0, 1}, {0, 3}}, ""), "ab");
+  EXPECT_EQ(edited("", {{0, 0}, {0, 0}}, "x"), "x");
+}
+
+TEST(Document, TakesPositionsAfterTheEndForTheEnd) {
+  EXPECT_EQ(edited("one\ntwo", {{0, 99}, {1, 0}}, ""), "onetwo");
+  EXPECT_EQ(edited("one\ntwo", {{1, 0}, {99, 0}}, "x"), "one\nx");
+  EXPECT_EQ(edited("one\ntwo", {{99, 99}, {99, 99}}, "!"), "one\ntwo!");
+  const std::size_t most = static_cast<std::size_t>(-1);
+  EXPECT_EQ(edited("one\ntwo", {{most, most}, {most, most}}, "!"), "one\ntwo!");
+}
+
+TEST(Document, TakesAReversedRangeForAnInsertion) { EXPECT_EQ(edited("one\ntwo", {{1, 1}, {0, 0}}, "x"), "one\ntxwo"); }
+
+/// Some editors count the carriage return before a line feed, others do not.
+TEST(Document, HasPositionsOnBothSidesOfACarriageReturn) {
+  EXPECT_EQ(edited("a\r\nb\r\n", {{0, 1}, {0, 1}}, "x"), "ax\r\nb\r\n");
+  EXPECT_EQ(edited("a\r\nb\r\n", {{0, 1}, {0, 2}}, ""), "a\nb\r\n");
+  EXPECT_EQ(edited("a\r\nb\r\n", {{0, 1}, {1, 0}}, ""), "ab\r\n");
+}
+
+/// The same edits of a text as a list of lines.
+TEST(Document, FollowsManyEdits) {
+  std::mt19937 random(7);
+  const auto number = [&](std::size_t most) { return std::uniform_int_distribution<std::size_t>(0, most)(random); };
+  Document document = document_with("");
+  std::vector<std::string> lines = {""};
+  for (int i = 0; i < 2000; ++i) {
+    const std::size_t first = number(lines.size() - 1);
+    const std::size_t last = std::min(lines.size() - 1, first + number(1));
+    const std::size_t start = number(lines[first].size());
+    const std::size_t end = first == last ? start + number(lines[last].size() - start) : number(lines[last].size());
+    const std::string text = std::vector<std::string>{"", "x", "ab\n", "\n", "c\nd"}[number(4)];
+    const auto inserted = eclipse_base::split(lines[first].substr(0, start) + text + lines[last].substr(end), '\n');
+    lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(first), lines.begin() + static_cast<std::ptrdiff_t>(last + 1));
+    lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(first), inserted.begin(), inserted.end());
+    document.replace({{first, start}, {last, end}}, text, utf16);
+    ASSERT_EQ(document.text(), eclipse_base::joined(lines, "\n"));
+  }
+}
+
+TEST(Document, KeepsWhatTheEditorDoesNotShow) {
+  const fake::TemporaryDirectory directory;
+  fake::write_file("a.txt", "\xEF\xBB\xBFone\n");
+  Document document(eclipse_base::uri_of(directory.path() + "/a.txt"), "one\n");
+  EXPECT_EQ(document.content(), "\xEF\xBB\xBFone\n");
+  EXPECT_EQ(as_json(document.range_of(1, 4, 3, utf16)), as_json(Range{{0, 0}, {0, 3}}));
+  EXPECT_EQ(as_json(document.range_of(1, 1, 3, utf16)), as_json(Range{{0, 0}, {0, 0}}));
+  document.replace({{0, 0}, {0, 0}}, "\xEF\xBB\xBF", utf16);
+  document.read_encoding();
+  EXPECT_EQ(document.content(), "\xEF\xBB\xBFone\n");
+  fake::write_file("a.txt", "one\n");
+  document.replace_all("two\n");
+  document.read_encoding();
+  EXPECT_EQ(document.content(), "two\n");
+  const std::string utf_16("\xFF\xFEo\0", 4);
+  fake::write_file("a.txt", utf_16);
+  document.read_encoding();
+  EXPECT_EQ(document.content(), utf_16);
+}
+
+TEST(Document, HasRangesOfItsOwnLinesOnly) {
+  const Document document = document_with("aä\tb\nc");
+  EXPECT_EQ(as_json(document.range_of(1, 5, 1, utf16)), as_json(Range{{0, 3}, {0, 4}}));
+  EXPECT_EQ(as_json(document.range_of(0, 0, 0, utf16)), as_json(Range{{0, 0}, {0, 4}}));
+  EXPECT_EQ(as_json(document.range_of(2, 1, 100, utf16)), as_json(Range{{1, 0}, {1, 1}}));
+  EXPECT_EQ(as_json(document.range_of(9, 9, 9, utf16)), as_json(Range{{8, 0}, {8, 0}}));
+}
+
+TEST(Document, IsASessionOrADescriptorOrNeither) {
+  const auto kind_of = [](const std::string& uri, const std::string& text) {
+    const Document document(uri, text);
+    return std::string(document.is_session() ? "session" : document.is_descriptor() ? "descriptor" : "other");
+  };
+  EXPECT_EQ(kind_of("file:///none/s.json", "{\"components\": ["), "session");
+  EXPECT_EQ(kind_of("file:///none/s.json", "{}"), "other");
+  EXPECT_EQ(kind_of("file:///none/s.txt", "{\"components\": ["), "descriptor");
+  EXPECT_EQ(kind_of("untitled:s.txt", ""), "other");
+  EXPECT_TRUE(Document("file:///none/etc/eclipse/s", "").is_in_descriptor_directory());
+  EXPECT_FALSE(Document("file:///none/my-etc/eclipse/s", "").is_in_descriptor_directory());
+}
+
+}  // namespace
