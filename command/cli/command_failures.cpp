@@ -59,8 +59,7 @@ void add_reason(std::vector<FailureReason>& reasons, const FailureReason& more) 
 eclipse_host::RunObserver CommandFailures::observer() {
   eclipse_host::RunObserver observer;
   observer.on_command = [this](const std::string& command) {
-    const auto director = cut_director_command(command);
-    logs_.emplace(eclipse_p2::instance_directory(director ? director->executable : ""));
+    logs_.emplace(eclipse_p2::instance_directory(eclipse_p2::executable_started_by(command)));
   };
   observer.on_command_end = [this](const CommandRecord& record) {
     failures_.emplace_back();

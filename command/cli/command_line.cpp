@@ -25,6 +25,7 @@ constexpr const char* program_examples =
     "  eclipse-int plan install.json\n"
     "  eclipse-int run install.json\n"
     "  eclipse-int verify install.json\n"
+    "  eclipse-int undo install.json\n"
     "  eclipse-int repair /opt/eclipse/eclipse\n"
     "  eclipse-int call verify_eclipse_version session.json\n"
     "  eclipse-int run --help\n";
@@ -97,6 +98,8 @@ int perform(CLI::App& program, int argc, const char* const* argv) {
       ->type_name("LIBRARY");
   std::vector<Subcommand> subcommands = add_session_subcommands(program);
   subcommands.push_back(add_repair(program));
+  subcommands.push_back(add_history(program));
+  subcommands.push_back(add_undo(program));
   subcommands.push_back(add_lint(program));
   subcommands.push_back(add_explain(program));
   subcommands.push_back(add_check_host(program));

@@ -69,7 +69,8 @@ std::string Interrupted::name() const {
   return "signal " + std::to_string(signal);
 }
 
-Interruption::Interruption() {
+Interruption::Interruption()
+    : outer_signal_(first_signal), outer_is_repeated_(is_repeated != 0), outer_is_reported_(is_reported) {
   first_signal = 0;
   is_repeated = 0;
   is_reported = false;
@@ -85,6 +86,10 @@ Interruption::Interruption() {
 
 Interruption::~Interruption() {
   for (std::size_t i = 0; i < signals.size(); ++i) sigaction(signals[i].number, &before_[i], nullptr);
+  if (outer_signal_ == 0) return;
+  first_signal = outer_signal_;
+  is_repeated = outer_is_repeated_ ? 1 : 0;
+  is_reported = outer_is_reported_;
 }
 
 bool Interruption::was_requested() { return first_signal != 0; }

@@ -25,7 +25,8 @@ inline constexpr std::size_t ending_signals = 8;
 
 /// While an object of this class exists, these signals do not end the program: a director that dies while it writes the p2
 /// profile leaves an Eclipse that no director can open. The first signal lets the running director end its command, and no
-/// other is started; the second one stops the director. A signal that is ignored stays so.
+/// other is started; the second one stops the director. A signal that is ignored stays so. While a second object exists, only
+/// signals that come in its lifetime count.
 class Interruption {
  public:
   Interruption();
@@ -48,6 +49,9 @@ class Interruption {
 
  private:
   std::array<struct sigaction, ending_signals> before_{};
+  int outer_signal_;
+  bool outer_is_repeated_;
+  bool outer_is_reported_;
 };
 
 }  // namespace eclipse_cli

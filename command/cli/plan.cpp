@@ -20,13 +20,17 @@
 #include "cli/session_variables.h"
 #include "cli/standard_streams.h"
 #include "cli/subcommands.h"
+#include "cli/updated_run.h"
 #include "dry_run/plugin_functions.h"
 #include "lint/lint.h"
 #include "p2/instance_copy.h"
 #include "p2/profile.h"
 #include "p2/profile_repair.h"
 #include "p2/repository.h"
+#include "plan/offer.h"
 #include "preview/preview.h"
+#include "shell/command_runner.h"
+#include "update/update.h"
 
 namespace eclipse_cli {
 
@@ -38,6 +42,7 @@ using eclipse_p2::Repositories;
 using eclipse_plan::Plan;
 using eclipse_plan::Retries;
 using eclipse_resolve::Resolution;
+using eclipse_update::Replacement;
 
 /// Throws Interrupted.
 Resolution resolve_unless_interrupted(const Plan& plan) {
@@ -72,6 +77,9 @@ struct PlanReport {
   FindingCounts findings;  ///< of lint
   std::optional<Resolution> resolution;
   std::optional<eclipse_p2::ProfileDamage> damage;
+  std::vector<Replacement> replacements;
+  std::string refusal;         ///< of the run, because of these
+  std::string update_command;  ///< that replaces them; empty when none is run
 };
 
 std::string lint_text(const PlanReport& report, const std::string& file) {
@@ -84,8 +92,16 @@ std::string lint_text(const PlanReport& report, const std::string& file) {
   return "\nlint: " + joined(counts) + " (eclipse-int lint " + printable(file) + " shows them)\n";
 }
 
+std::string update_text(const PlanReport& report) {
+  if (!report.refusal.empty()) return "\nThe run would be refused\n  " + printable(report.refusal) + "\n";
+  if (report.update_command.empty()) return "";
+  return "\nCommand of the update, before all others\n  " +
+         printable(report.update_command, {.longest = eclipse_shell::longest_command}) + "\n";
+}
+
 void print_text(const PlanReport& report, const SessionOptions& options, bool is_verbose) {
   std::cout << (is_verbose ? detailed_plan_text : plan_text)(report.plan, report.preview, options.session);
+  std::cout << update_text(report);
   if (report.resolution) {
     std::cout << "\nResolution (the director was asked, and changed nothing)\n" << resolution_text(*report.resolution);
   }
@@ -96,6 +112,10 @@ void print(const PlanReport& report) {
   nlohmann::ordered_json json = plan_json(report.plan, report.preview);
   for (const Severity severity : severities) json["lint"][std::string(name_of(severity))] = report.findings.at(severity);
   if (report.resolution) json["resolution"] = resolution_json(*report.resolution);
+  if (!report.replacements.empty()) {
+    json["update"] = update_json(report.replacements, report.update_command);
+    json["update"]["refusal"] = report.refusal.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(report.refusal);
+  }
   add_damage(json, report.damage);
   print_json(json);
 }
@@ -103,7 +123,7 @@ void print(const PlanReport& report) {
 int exit_status(const PlanReport& report) {
   const bool command_is_sound = !report.plan.command || report.plan.command->runs_as_intended();
   const bool resolves = !report.resolution || !report.resolution->fails();
-  return report.plan.refusal.empty() && command_is_sound && resolves && !report.damage ? 0 : 1;
+  return report.plan.refusal.empty() && report.refusal.empty() && command_is_sound && resolves && !report.damage ? 0 : 1;
 }
 
 /// The director knows better than the preview.
@@ -120,6 +140,20 @@ void mark_failing(eclipse_preview::Preview& preview, const Resolution& resolutio
   }
 }
 
+/// What the run would replace, or why it would be refused.
+void add_update(PlanReport& report, Repositories& repositories, const eclipse_update::Wishes& wishes) {
+  const auto installed = eclipse_p2::recorded_units(eclipse_p2::instance_directory(report.plan.executable));
+  if (!installed) return;
+  report.replacements =
+      eclipse_update::replacements_for(report.plan, eclipse_plan::offered_to(report.plan, repositories), *installed);
+  report.refusal = eclipse_update::refusal_for(report.replacements, wishes);
+  if (!wishes.update || !report.refusal.empty() || report.replacements.empty()) return;
+  report.update_command = eclipse_update::update_command(report.plan, report.replacements);
+  for (auto& feature : report.preview->features) {
+    if (feature.change == eclipse_preview::Change::other_version) feature.remark = "updated";
+  }
+}
+
 int plan_session(const SessionOptions& options, const PlanOptions& wanted) {
   const SessionCommand command(options);
   check_mode(command.session());
@@ -130,6 +164,7 @@ int plan_session(const SessionOptions& options, const PlanOptions& wanted) {
   if (report.plan.command) report.damage = eclipse_p2::profile_damage_at_rest(report.plan.executable);
   Repositories repositories;
   if (report.plan.command) report.preview = eclipse_preview::preview(report.plan, repositories);
+  if (report.plan.command) add_update(report, repositories, wanted.update);
   report.findings = lint_counts(plugin, repositories, command);
   if (wanted.resolves) report.resolution = resolve_unless_interrupted(report.plan);
   if (report.resolution && report.preview) mark_failing(*report.preview, *report.resolution);

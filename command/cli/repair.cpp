@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "base/file.h"
+#include "cli/instance_argument.h"
 #include "cli/instance_safety.h"
 #include "cli/interruption.h"
 #include "cli/repair_report.h"
@@ -44,16 +45,6 @@ struct RepairOptions {
   bool json = false;
   double wait = 0;
 };
-
-std::string executable_of(const std::string& eclipse) {
-  std::error_code error;
-  const fs::path executable = fs::is_directory(eclipse, error) ? fs::path(eclipse) / "eclipse" : fs::path(eclipse);
-  if (!fs::is_regular_file(executable, error)) {
-    throw eclipse_base::FileError(executable,
-                                  "is not a file; give the Eclipse executable, or the directory of one named eclipse");
-  }
-  return eclipse_base::absolute_path(executable).lexically_normal().string();
-}
 
 /// Throws RepairError.
 void move_states(Repair& repair, const fs::path& instance, const std::optional<std::string>& to) {
@@ -115,7 +106,7 @@ Subcommand add_repair(CLI::App& program) {
   CLI::App* const parser =
       program.add_subcommand("repair", "Move damaged states of the p2 profile aside, so that the Eclipse can be used again");
   const auto options = std::make_shared<RepairOptions>();
-  parser->add_option("ECLIPSE", options->eclipse, "The Eclipse executable, or its directory")->required()->option_text(" ");
+  add_eclipse_argument(*parser, options->eclipse);
   parser
       ->add_option("--to", options->to,
                    "Go back to the state of this time, even if newer ones are not damaged\n"

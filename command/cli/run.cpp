@@ -1,7 +1,9 @@
+#include "cli/all_or_nothing.h"
 #include "cli/resolved_run.h"
 #include "cli/session_command.h"
 #include "cli/session_variables.h"
 #include "cli/subcommands.h"
+#include "cli/updated_run.h"
 #include "cli/verified_run.h"
 
 namespace eclipse_cli {
@@ -10,11 +12,22 @@ int run(const SessionOptions& options, const RunOptions& run) {
   SessionCommand command(options);
   check_mode(command.session());
   VerifiedRun verified;
-  const RunFunction function = run.verifies ? verified.function() : eclipse_host::run_session;
-  const ReportAdditions additions = run.verifies ? verified.additions() : ReportAdditions();
-  if (!run.resolves) return command.perform(function, Directors::started, additions);
+  RunFunction function = run.verifies ? verified.function() : eclipse_host::run_session;
+  ReportAdditions additions = run.verifies ? verified.additions() : ReportAdditions();
   ResolvedRun resolved(function, additions);
-  return command.perform(resolved.function(), Directors::started, resolved.additions());
+  if (run.resolves) {
+    function = resolved.function();
+    additions = resolved.additions();
+  }
+  UpdatedRun updated(function, additions, run.update);
+  function = updated.function();
+  additions = updated.additions();
+  AllOrNothing whole(function, additions);
+  if (run.all_or_nothing) {
+    function = whole.function();
+    additions = whole.additions();
+  }
+  return command.perform(function, Directors::started, additions);
 }
 
 }  // namespace eclipse_cli

@@ -95,21 +95,23 @@ void print_run(const RunFacts& run, int exit_status, const std::function<void(Js
   print_json(json);
 }
 
-void print_interrupted_run(const RunFacts& run, const Interrupted& interrupted) {
+void print_interrupted_run(const RunFacts& run, const Interrupted& interrupted, const std::function<void(Json&)>& add_to) {
   Json json;
   json["status"] = "interrupted";
   json["exitStatus"] = interrupted.exit_status();
   json["signal"] = interrupted.name();
   add_facts(json, run);
+  add_to(json);
   print_json(json);
 }
 
-void print_aborted_run(const RunFacts& run, const std::string& reason) {
+void print_aborted_run(const RunFacts& run, const std::string& reason, const std::function<void(Json&)>& add_to) {
   Json json;
   json["status"] = "aborted";
   json["exitStatus"] = 1;
   json["reason"] = reason;
   add_facts(json, run);
+  add_to(json);
   print_json(json);
 }
 

@@ -48,12 +48,14 @@ void print_run(const RunFacts& run, int exit_status, const std::function<void(nl
 ///   status: "interrupted"; exitStatus: 128 and the number of the signal; signal: its name
 ///   actions, variables, log, profileDamage: as above, with null for the result of the action that had not returned
 ///   commands: as above, with null for the exit code and the failure of the one that was running
-void print_interrupted_run(const RunFacts& run, const Interrupted& interrupted);
+void print_interrupted_run(const RunFacts& run, const Interrupted& interrupted,
+                           const std::function<void(nlohmann::ordered_json& json)>& add_to);
 
 /// Prints the document for a run that an exception in the host ended, such as a lack of memory:
 ///   status: "aborted"; exitStatus: 1; reason: what failed
 ///   actions, variables, log, commands, profileDamage: as for a run that a signal ended
-void print_aborted_run(const RunFacts& run, const std::string& reason);
+void print_aborted_run(const RunFacts& run, const std::string& reason,
+                       const std::function<void(nlohmann::ordered_json& json)>& add_to);
 
 /// Prints a document on standard output, in ASCII: other characters are escaped, since some of them steer a terminal. What is
 /// not UTF-8 becomes U+FFFD.

@@ -9,6 +9,7 @@
 #include "base/printable.h"
 #include "cli/instance_safety.h"
 #include "cli/output_checks.h"
+#include "cli/run_recording.h"
 #include "cli/session_source.h"
 #include "cli/session_variables.h"
 #include "cli/standard_streams.h"
@@ -65,7 +66,6 @@ void SessionCommand::warn_of_unreadable_descriptors(const Plugin& plugin) const 
 } catch (const PluginError&) {
 }
 
-/// Such a library cannot be asked where the Eclipse of a component is.
 std::string SessionCommand::chosen_executable(const Plugin& plugin) const try {
   return eclipse_dry_run::chosen_executable(plugin, session_);
 } catch (const PluginError&) {
@@ -96,20 +96,25 @@ bool SessionCommand::write_files(const std::optional<LogFile>& log) const {
   return log_written && variables_written;
 }
 
-void SessionCommand::report_interruption(RunReport& report, const Interrupted& interrupted) {
+void SessionCommand::report_interruption(RunReport& report, const Interrupted& interrupted, const ReportAdditions& additions) {
   if (options_.json) {
-    print_document([&](bool) { print_interrupted_run(facts(), interrupted); });
+    print_document([&](bool) { print_interrupted_run(facts(), interrupted, additions.add_to_when_ended); });
   } else {
     report.interrupt(interrupted.name(), record_.unfinished_command() != nullptr);
+    report.add(additions.text_when_ended());
   }
 }
 
 /// A run is aborted only when the host itself fails, such as for lack of memory.
-int SessionCommand::abort(const std::string& reason, const std::optional<LogFile>& log) {
+int SessionCommand::abort(const std::string& reason, const ReportAdditions& additions, const std::optional<LogFile>& log) {
   record_.drop_unfinished_output();
   write_files(log);
   print_message("the run was aborted: " + printable(reason, {.longest = no_limit}));
-  if (options_.json) print_document([&](bool) { print_aborted_run(facts(), reason); });
+  if (options_.json) {
+    print_document([&](bool) { print_aborted_run(facts(), reason, additions.add_to_when_ended); });
+  } else {
+    write_to_output(additions.text_when_ended());
+  }
   print_damage(damage_);
   return 1;
 }
@@ -147,6 +152,7 @@ int SessionCommand::perform(const RunFunction& run, Directors directors, const R
   const std::string executable = directors == Directors::none ? "" : chosen_executable(plugin);
   const auto lock = lock_instance(executable, options_.wait);
   warn_of_unreadable_descriptors(plugin);
+  const RunRecording recording(executable, options_, session_, record_);
   std::optional<LogFile> log;
   if (options_.log) log.emplace(*options_.log);
 
@@ -163,14 +169,14 @@ int SessionCommand::perform(const RunFunction& run, Directors directors, const R
   } catch (const Interrupted& interrupted) {
     look_at_profile(executable);
     write_files(log);
-    report_interruption(report, interrupted);
+    report_interruption(report, interrupted, additions);
     print_damage(damage_);
     return interrupted.exit_status();
   } catch (const std::bad_alloc&) {
-    return abort(out_of_memory, log);
+    return abort(out_of_memory, additions, log);
   } catch (const std::exception& error) {
     look_at_profile(executable);
-    return abort(error.what(), log);
+    return abort(error.what(), additions, log);
   }
   if (record_.failed() || additions.exit_status(0) != 0) look_at_profile(executable);
   const int status = end(report, additions, log);

@@ -28,6 +28,9 @@ struct ReportAdditions {
   std::function<std::string()> text = [] { return ""; };  ///< after the report
   std::function<void(nlohmann::ordered_json& json)> add_to = [](nlohmann::ordered_json&) {};
   std::function<int(int status)> exit_status = [](int status) { return status; };  ///< instead of the run's own
+  /// The same for a run that a signal or an error in the host has ended.
+  std::function<std::string()> text_when_ended = [] { return ""; };
+  std::function<void(nlohmann::ordered_json& json)> add_to_when_ended = [](nlohmann::ordered_json&) {};
 };
 
 /// Whether a run may start directors.
@@ -46,6 +49,9 @@ class SessionCommand {
   /// Loads the plug-in that the options ask for. Throws PluginError, and FileError when a descriptor file is too large for it.
   eclipse_host::Plugin load_plugin() const;
 
+  /// The executable of the Eclipse that the session works on; empty when it chooses none, or when the library cannot say.
+  std::string chosen_executable(const eclipse_host::Plugin& plugin) const;
+
   /// Warns of descriptor files that cannot be read completely, since the plug-in ignores that. Throws PluginError.
   void warn_of_unreadable_descriptors(const eclipse_host::Plugin& plugin) const;
 
@@ -57,15 +63,14 @@ class SessionCommand {
   int perform(const RunFunction& run, Directors directors, const ReportAdditions& additions = {});
 
  private:
-  std::string chosen_executable(const eclipse_host::Plugin& plugin) const;
   void look_at_profile(const std::string& executable);
   std::optional<std::string> variables_file() const;
   bool write_files(const std::optional<LogFile>& log) const;
   void print_document(const std::function<void(bool is_whole)>& print);
   RunFacts facts() const { return {record_, failures_, session_.variables, damage_}; }
   int end(RunReport& report, const ReportAdditions& additions, const std::optional<LogFile>& log);
-  void report_interruption(RunReport& report, const Interrupted& interrupted);
-  int abort(const std::string& reason, const std::optional<LogFile>& log);
+  void report_interruption(RunReport& report, const Interrupted& interrupted, const ReportAdditions& additions);
+  int abort(const std::string& reason, const ReportAdditions& additions, const std::optional<LogFile>& log);
 
   const SessionOptions& options_;
   std::shared_ptr<const eclipse_base::JsonDocument> document_;

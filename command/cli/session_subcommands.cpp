@@ -97,6 +97,18 @@ void add_running_options(CLI::App& command, SessionOptions& options) {
   add_json_option(command, options, "everything that happened");
 }
 
+/// The command of an update changes nothing unless all of it resolves, so there is nothing to ask before.
+void add_update_options(CLI::App& command, eclipse_update::Wishes& wishes) {
+  CLI::Option* const update =
+      command
+          .add_flag("--update", wishes.update,
+                    "Replace features that the Eclipse has in another version, in one command before the others\n[default: "
+                    "refuse the run if a version is older]")
+          ->excludes("--resolve");
+  command.add_flag("--allow-downgrade", wishes.downgrade, "With --update: also replace a newer version by an older one")
+      ->needs(update);
+}
+
 Subcommand add_run(CLI::App& program) {
   CLI::App& parser =
       *program.add_subcommand("run",
@@ -108,6 +120,11 @@ Subcommand add_run(CLI::App& program) {
   parser.add_flag("--resolve", how->resolves,
                   "Ask the director first whether it would install or remove all features (see\n\"plan --resolve\"), and run "
                   "nothing if it would not");
+  add_update_options(parser, how->update);
+  parser.add_flag(
+      "--all-or-nothing", how->all_or_nothing,
+      "If not all features go in (or out), bring the Eclipse back to the state before the run;\nalso after a signal, "
+      "or when the director dies");
   parser.add_flag("--verify", how->verifies,
                   "Ask the Eclipse instance before and after the run which units are installed,\nand report differences from "
                   "the state that the session describes");
@@ -124,11 +141,18 @@ Subcommand add_run(CLI::App& program) {
            "      Pass the variables from one run to the next, as an installer does.\n"
            "  eclipse-int run uninstall.json --verify\n"
            "      Also check whether the features are really removed.\n"
+           "  eclipse-int run modify.json --update\n"
+           "      Replace the features that the Eclipse has in an older version.\n"
+           "  eclipse-int run install.json --all-or-nothing\n"
+           "      Install all features, or leave the Eclipse as it was.\n"
            "  eclipse-int run uninstall.json --json --log uninstall.log > result.json\n"
            "      Machine-readable output.\n",
            std::string(exit_status_of_runs) +
                "With --resolve also:\n"
                "  1  the director would not do everything, and nothing was run\n"
+               "With --all-or-nothing also:\n"
+               "  1  not all features went in or out, and the Eclipse was brought back to the state before the run, or a\n"
+               "     message says why not\n"
                "With --verify also:\n"
                "  1  the run succeeded, but the instance is not in the state that the session describes\n"
                "  2  the run succeeded, but the instance cannot be queried or does not exist, so that nothing was done\n");
@@ -173,6 +197,7 @@ Subcommand add_plan(CLI::App& program) {
       "Ask the director of the Eclipse instance whether it would install or remove all features,\nand if not, which "
       "of them and why. It runs on a copy of the profile and changes nothing,\nand takes some seconds for each "
       "question");
+  add_update_options(parser, how->update);
   parser.add_flag(
       "--retries", how->all_retries,
       "Show the command of every retry, one for each feature; implies --verbose\n[default: similar ones are only counted]");
@@ -185,6 +210,8 @@ Subcommand add_plan(CLI::App& program) {
            "      Show what \"eclipse-int run install.json\" would do.\n"
            "  eclipse-int plan modify.json --variables state.json\n"
            "      The same, with the variables that an earlier run wrote.\n"
+           "  eclipse-int plan modify.json --update\n"
+           "      Show which features an update replaces, and the command.\n"
            "  eclipse-int plan install.json --resolve\n"
            "      Also ask the director whether all requirements can be met.\n"
            "  eclipse-int plan uninstall.json --json --retries > plan.json\n"

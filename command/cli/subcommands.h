@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/session_options.h"
+#include "update/wishes.h"
 
 // Only the units that define options include the parser's header, which takes long to compile.
 namespace CLI {
@@ -31,6 +32,12 @@ Subcommand add_explain(CLI::App& program);
 
 /// "repair": makes an instance usable again whose p2 profile was damaged.
 Subcommand add_repair(CLI::App& program);
+
+/// "history": lists the states of the p2 profile of an instance.
+Subcommand add_history(CLI::App& program);
+
+/// "undo": brings an instance back to an older state of its profile.
+Subcommand add_undo(CLI::App& program);
 
 /// "list": lists what p2 repositories provide.
 Subcommand add_list(CLI::App& program);
@@ -62,6 +69,8 @@ void set_help(CLI::App& command, const std::string& usage, const std::string& ex
 struct RunOptions {
   bool resolves = false;  ///< asks the director first, and runs only what it would do
   bool verifies = false;  ///< asks the instance before and after
+  eclipse_update::Wishes update;
+  bool all_or_nothing = false;  ///< goes back unless everything was done
 };
 
 /// Runs a whole session. Like all below, returns the exit status and throws
@@ -78,6 +87,7 @@ struct PlanOptions {
   bool is_verbose = false;   ///< shows all of the plan
   bool all_retries = false;  ///< shows all that are similar
   bool resolves = false;     ///< asks the director
+  eclipse_update::Wishes update;
 };
 
 /// Prints what a run would do.

@@ -8,6 +8,7 @@
 #include "cli/standard_streams.h"
 #include "cli/verification_json.h"
 #include "cli/verification_text.h"
+#include "p2/unit_change.h"
 
 using namespace eclipse_p2;
 using namespace eclipse_host;
@@ -112,7 +113,7 @@ std::string VerifiedRun::text() const {
 
 std::string VerifiedRun::changes() const {
   if (!before_ || !after_) return "";
-  const Change change = change_between(before_->installed, after_->installed);
+  const UnitChange change = change_between(before_->installed, after_->installed);
   const std::string changes = lines("Installed", change.came_in) + lines("Removed", change.went_out) +
                               lines("Now installed by name (before: as a requirement)", change.now_by_name) +
                               lines("Still installed, but no longer by name", change.no_longer_by_name);
@@ -128,7 +129,7 @@ void VerifiedRun::add_to(Json& json) const {
   if (before_) verification["before"] = texts_of(before_->installed.roots);
   if (after_) verification["after"] = verification_json(*after_);
   if (before_ && after_) {
-    const Change change = change_between(before_->installed, after_->installed);
+    const UnitChange change = change_between(before_->installed, after_->installed);
     verification["cameIn"] = texts_of(change.came_in);
     verification["wentOut"] = texts_of(change.went_out);
     verification["nowByName"] = texts_of(change.now_by_name);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 #include "base/text.h"
 #include "shell/shell_reading.h"
@@ -16,6 +17,7 @@ namespace {
 constexpr std::string_view application = "org.eclipse.equinox.p2.director";
 /// Between the executable and the options.
 constexpr std::string_view director = " -nosplash -application org.eclipse.equinox.p2.director ";
+constexpr std::string_view first_option = " -nosplash ";
 constexpr std::string_view repositories = "-repository ";
 constexpr std::string_view install = " -i ";
 constexpr std::string_view uninstall = "-u ";
@@ -32,6 +34,25 @@ std::string unquoted(std::string_view list) {
     list.remove_prefix(std::min(end + 1, list.size()));
   }
   return items;
+}
+
+/// The words of a command of our own, which cut_director_command() does not take for one of the plug-in.
+std::vector<std::string> own_words(const std::string& executable, const std::vector<std::string>& urls) {
+  return {executable, "-nosplash", "-nl", "en", "-application", std::string(application), "-repository", joined(urls, ",")};
+}
+
+std::string command_line_of(std::vector<std::string> words) {
+  for (std::string& word : words) {
+    const bool is_option = word.starts_with('-') && eclipse_shell::is_plain(word.substr(1));
+    if (!is_option && !eclipse_shell::is_plain(word)) word = eclipse_shell::quoted_for_shell(word);
+  }
+  return joined(words, " ") + std::string(command_end);
+}
+
+std::string list_of(const std::vector<Unit>& units) {
+  std::vector<std::string> texts;
+  for (const Unit& unit : units) texts.push_back(text_of(unit));
+  return joined(texts, ",");
 }
 
 /// Separates a list from the feature that a retry appends to the command.
@@ -61,6 +82,11 @@ std::optional<DirectorCommand> cut_director_command(std::string_view command) {
   return cut;
 }
 
+std::string executable_started_by(std::string_view command) {
+  const std::size_t end = command.find(first_option);
+  return end == command.npos ? "" : eclipse_shell::as_word(std::string(command.substr(0, end)));
+}
+
 std::vector<std::string> intended_words(const DirectorCommand& command) {
   std::vector<std::string> words = {command.executable, "-nosplash", "-application", std::string(application)};
   if (command.is_removal) {
@@ -82,6 +108,19 @@ std::string verify_only_command(const DirectorCommand& command, const std::strin
   if (!configuration.empty()) words.insert(words.end(), {"-configuration", configuration});
   for (std::string& word : words) word = eclipse_shell::quoted_for_shell(word);
   return joined(words, " ") + std::string(eclipse_shell::command_end);
+}
+
+std::string revert_command(const std::string& executable, const std::vector<std::string>& urls, const std::string& time) {
+  std::vector<std::string> words = own_words(executable, urls);
+  words.insert(words.end(), {"-revert", time});
+  return command_line_of(std::move(words));
+}
+
+std::string replace_command(const std::string& executable, const std::vector<std::string>& urls,
+                            const std::vector<Unit>& removed, const std::vector<Unit>& installed) {
+  std::vector<std::string> words = own_words(executable, urls);
+  words.insert(words.end(), {"-u", list_of(removed), "-i", list_of(installed)});
+  return command_line_of(std::move(words));
 }
 
 std::vector<Unit> units_named(std::string_view list) {

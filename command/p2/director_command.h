@@ -24,6 +24,9 @@ struct DirectorCommand {
 /// Cuts a command of the plug-in. Nothing for a command that does not install or remove features with a director.
 std::optional<DirectorCommand> cut_director_command(std::string_view command);
 
+/// The executable that a command of the plug-in or of our own starts; empty when it starts no director.
+std::string executable_started_by(std::string_view command);
+
 /// The words that a shell has to make of a command, the executable first.
 std::vector<std::string> intended_words(const DirectorCommand& command);
 
@@ -34,6 +37,14 @@ std::string list_roots_command(const std::string& executable);
 /// English, quoted for a shell. It starts with the configuration in this directory, or with the instance's own if that is
 /// empty.
 std::string verify_only_command(const DirectorCommand& command, const std::string& configuration);
+
+/// The command that brings the instance with this executable back to the state of the profile of this time, in English, quoted
+/// for a shell. Without a repository (one of the URLs) that can be loaded, the director refuses to.
+std::string revert_command(const std::string& executable, const std::vector<std::string>& urls, const std::string& time);
+
+/// The command that removes units and installs others in one step, or changes nothing, in English, quoted for a shell.
+std::string replace_command(const std::string& executable, const std::vector<std::string>& urls,
+                            const std::vector<Unit>& removed, const std::vector<Unit>& installed);
 
 /// The units that the director makes of the list that follows "-i" or "-u".
 std::vector<Unit> units_named(std::string_view list);

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "base/file.h"
 #include "base/printable.h"
@@ -80,9 +81,13 @@ InstalledUnits installed_units(const std::string& executable, const eclipse_shel
 }
 
 std::optional<InstalledUnits> recorded_units(const std::filesystem::path& instance) {
-  InstalledUnits installed{{}, profile_units(instance)};
-  if (!installed.all) return std::nullopt;
-  installed.roots = roots_of(*installed.all);
+  auto all = profile_units(instance);
+  if (!all) return std::nullopt;
+  return installed_of(*std::move(all));
+}
+
+InstalledUnits installed_of(std::vector<InstalledUnit> all) {
+  InstalledUnits installed{roots_of(all), std::move(all)};
   std::sort(installed.roots.begin(), installed.roots.end());
   return installed;
 }

@@ -34,6 +34,9 @@ InstalledUnits installed_units(const std::string& executable, const eclipse_shel
 /// The same without a director, as the profile of the instance in this directory records it. Nothing when it cannot be read.
 std::optional<InstalledUnits> recorded_units(const std::filesystem::path& instance);
 
+/// A list of all units as what is installed.
+InstalledUnits installed_of(std::vector<InstalledUnit> all);
+
 /// The units in what the director prints when it is asked for them.
 std::vector<Unit> units_in(std::string_view output);
 

@@ -10,9 +10,6 @@
 // The caches of the framework are left out: they are large, and the first start makes them anew.
 #include "p2/instance_copy.h"
 
-#include <stdlib.h>
-
-#include <cerrno>
 #include <fstream>
 #include <string>
 #include <string_view>
@@ -45,12 +42,6 @@ bool keeps_data_beside_configuration(const fs::path& instance) {
   return true;
 }
 
-std::string new_temporary_directory() {
-  std::string name = (fs::temp_directory_path() / "eclipse-int-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw fs::filesystem_error("mkdtemp", name, {errno, std::generic_category()});
-  return name;
-}
-
 void copy_if_there(const fs::path& from, const fs::path& to, const fs::path& what) {
   if (!fs::exists(from / what)) return;
   fs::create_directories((to / what).parent_path());
@@ -75,13 +66,6 @@ void copy_instance(const fs::path& from, const fs::path& to, const fs::path& sta
 
 }  // namespace
 
-InstanceCopy::InstanceCopy() : directory_(new_temporary_directory()) {}
-
-InstanceCopy::~InstanceCopy() {
-  std::error_code error;
-  fs::remove_all(directory_, error);
-}
-
 bool InstanceCopy::is_possible_for(const fs::path& instance) {
   const fs::path state = profile_file(instance);
   const bool is_inside = !state.empty() && state == state.lexically_normal();
@@ -91,12 +75,12 @@ bool InstanceCopy::is_possible_for(const fs::path& instance) {
 std::unique_ptr<InstanceCopy> InstanceCopy::of(const fs::path& instance) try {
   if (!is_possible_for(instance)) return nullptr;
   std::unique_ptr<InstanceCopy> copy(new InstanceCopy);
-  copy_instance(instance, copy->directory_, profile_file(instance));
+  copy_instance(instance, copy->directory(), profile_file(instance));
   return copy;
 } catch (const fs::filesystem_error& error) {
   throw InstanceError("\"" + instance.string() + "\" cannot be copied to ask its director: " + error.what());
 }
 
-fs::path InstanceCopy::configuration() const { return directory_ / "configuration"; }
+fs::path InstanceCopy::configuration() const { return directory() / "configuration"; }
 
 }  // namespace eclipse_p2

@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <memory>
 
+#include "base/temporary_directory.h"
+
 namespace eclipse_p2 {
 
 /// The configuration and the newest state of the profile, in a temporary directory, which the destructor removes. A director of
@@ -19,18 +21,14 @@ class InstanceCopy {
   /// Null when it is not possible. Throws InstanceError when something cannot be copied.
   static std::unique_ptr<InstanceCopy> of(const std::filesystem::path& instance);
 
-  ~InstanceCopy();
-  InstanceCopy(const InstanceCopy&) = delete;
-  InstanceCopy& operator=(const InstanceCopy&) = delete;
-
   /// Laid out as the instance is.
-  const std::filesystem::path& directory() const { return directory_; }
+  const std::filesystem::path& directory() const { return directory_.path(); }
   std::filesystem::path configuration() const;
 
  private:
-  InstanceCopy();
+  InstanceCopy() = default;
 
-  std::filesystem::path directory_;
+  eclipse_base::TemporaryDirectory directory_;
 };
 
 }  // namespace eclipse_p2

@@ -17,12 +17,12 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <initializer_list>
 #include <sstream>
 #include <thread>
 
 #include "base/printable.h"
+#include "shell/own_command.h"
 
 namespace fs = std::filesystem;
 
@@ -31,7 +31,6 @@ namespace eclipse_p2 {
 namespace {
 
 constexpr std::chrono::milliseconds time_between_attempts(50);
-constexpr std::size_t longest_command = 200;
 
 fs::path lock_file(const fs::path& instance) { return instance / "configuration/.eclipse-int.lock"; }
 
@@ -63,25 +62,14 @@ int open_lock(const fs::path& instance, std::initializer_list<int> accesses = {O
   return open(instance.c_str(), O_RDONLY | O_DIRECTORY);
 }
 
-/// What this process was started as, without the directory of the program.
-std::string own_command() {
-  std::ostringstream content;
-  content << std::ifstream("/proc/self/cmdline", std::ios::binary).rdbuf();
-  std::string command = content.str();
-  while (command.ends_with('\0')) command.pop_back();
-  command.erase(0, command.rfind('/', command.find('\0')) + 1);
-  std::replace(command.begin(), command.end(), '\0', ' ');
-  return command.substr(0, longest_command);
-}
-
 /// Without write access, nobody learns who has the lock.
 void write_holder(int descriptor) {
-  const std::string text = std::to_string(getpid()) + "\n" + own_command() + "\n";
+  const std::string text = std::to_string(getpid()) + "\n" + eclipse_shell::own_command() + "\n";
   if (ftruncate(descriptor, 0) == 0) static_cast<void>(!pwrite(descriptor, text.data(), text.size(), 0));
 }
 
 std::string text_in(int descriptor) {
-  std::array<char, longest_command + 100> text;
+  std::array<char, eclipse_shell::longest_own_command + 100> text;
   const ssize_t length = pread(descriptor, text.data(), text.size(), 0);
   return length < 0 ? "" : std::string(text.data(), static_cast<std::size_t>(length));
 }

@@ -8,7 +8,10 @@
 #include "p2/profile.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <cstdlib>
+#include <ctime>
 #include <map>
 #include <pugixml.hpp>
 #include <string_view>
@@ -129,6 +132,14 @@ std::vector<fs::path> profile_states(const fs::path& instance) {
   files.reserve(states.size());
   for (auto& [time, file] : states) files.push_back(std::move(file));
   return files;
+}
+
+std::string date_of(const std::string& time) {
+  const std::time_t seconds = std::strtoll(time.c_str(), nullptr, 10) / 1000;
+  std::tm parts{};
+  std::array<char, 64> text{};
+  if (gmtime_r(&seconds, &parts) == nullptr) return "unknown date";
+  return std::string(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S UTC", &parts));
 }
 
 ProfileState read_profile_state(const fs::path& file) {

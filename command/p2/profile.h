@@ -51,6 +51,9 @@ struct ProfileState {
   bool is_damaged = false;  ///< the error is in its content, so that p2 cannot read it either
   std::optional<std::vector<InstalledUnit>> units;  ///< nothing when it has no list of them
 };
+/// The date of a time of a state, in universal time.
+std::string date_of(const std::string& time);
+
 ProfileState read_profile_state(const std::filesystem::path& file);
 
 /// The newest state; empty when there is none.

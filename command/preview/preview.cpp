@@ -47,9 +47,9 @@ std::string remark_on(const Installation& step, const Unit& unit, const Offer& o
       return "no repository of the session offers it" + (other ? ", but version " + *other : "");
     }
     case InstallStep::conflict:
-      return std::string("will most likely fail: the director does not replace ") +
+      return std::string(step.installed_newer ? "will most likely fail" : "is refused") + ": the director does not replace " +
              (step.installed_newer ? "the newer version " : "version ") + step.installed +
-             ", which was installed by name; remove it first";
+             ", which was installed by name; --update" + (step.installed_newer ? " with --allow-downgrade" : "") + " does";
     case InstallStep::upgrade:
       return "version " + step.installed + " came along with other units, and may be replaced";
     case InstallStep::keep:

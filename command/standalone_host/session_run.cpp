@@ -9,6 +9,46 @@ namespace eclipse_host {
 
 namespace {
 
+template <typename Notify>
+void notify_all(const RunObservers& observers, const Notify& notify_one) {
+  for (const RunObserver& observer : observers) notify_one(observer);
+}
+
+CommandProgress progress_of(CommandRecord& running, const RunObservers& observers) {
+  CommandProgress progress;
+  progress.on_output = [&](std::string_view piece) {
+    notify_all(observers, [&](const RunObserver& observer) { observer.command_progress.on_output(piece); });
+  };
+  progress.on_error_output = [&](std::string_view piece) {
+    notify_all(observers, [&](const RunObserver& observer) { observer.command_progress.on_error_output(piece); });
+  };
+  progress.on_left_out = [&](std::string_view piece) {
+    notify_all(observers, [&](const RunObserver& observer) { observer.command_progress.on_left_out(piece); });
+  };
+  progress.on_wait = [&](double seconds) {
+    running.result.seconds = seconds;
+    notify_all(observers, [&](const RunObserver& observer) { observer.command_progress.on_wait(seconds); });
+  };
+  progress.on_held_outputs = [&] {
+    notify_all(observers, [](const RunObserver& observer) { observer.command_progress.on_held_outputs(); });
+  };
+  return progress;
+}
+
+/// Runs the command that was recorded last, by `scripted` if that is set.
+void run_last_command(RunRecord& record, const RunObservers& observers,
+                      const std::function<CommandResult(const std::string&)>& scripted) {
+  CommandRecord& running = record.commands.back();
+  notify_all(observers, [&](const RunObserver& observer) { observer.on_command(running.command); });
+  if (scripted) {
+    running.result = scripted(running.command);
+  } else {
+    run_in_shell(running.command, running.result, progress_of(running, observers));
+  }
+  running.has_ended = true;
+  notify_all(observers, [&](const RunObserver& observer) { observer.on_command_end(running); });
+}
+
 /// One run under way: the session is active and its seams are the run's until this object ends.
 class Run {
  public:
@@ -43,7 +83,7 @@ class Run {
  private:
   template <typename Notify>
   void notify(const Notify& notify_one) {
-    for (const RunObserver& observer : observers_) notify_one(observer);
+    notify_all(observers_, notify_one);
   }
 
   void log(const std::string& line) {
@@ -55,37 +95,8 @@ class Run {
   CommandResult run(const std::string& command) {
     const bool is_retry = record_.commands.size() > first_command_;
     record_.commands.push_back({record_.actions.back().name, command, {}, is_retry, false});
-    CommandRecord& running = record_.commands.back();
-    notify([&](const RunObserver& observer) { observer.on_command(command); });
-    if (scripted_) {
-      running.result = scripted_(command);
-    } else {
-      run_in_shell(command, running.result, progress_of(running));
-    }
-    running.has_ended = true;
-    notify([&](const RunObserver& observer) { observer.on_command_end(running); });
-    return running.result;
-  }
-
-  CommandProgress progress_of(CommandRecord& running) {
-    CommandProgress progress;
-    progress.on_output = [this](std::string_view piece) {
-      notify([&](const RunObserver& observer) { observer.command_progress.on_output(piece); });
-    };
-    progress.on_error_output = [this](std::string_view piece) {
-      notify([&](const RunObserver& observer) { observer.command_progress.on_error_output(piece); });
-    };
-    progress.on_left_out = [this](std::string_view piece) {
-      notify([&](const RunObserver& observer) { observer.command_progress.on_left_out(piece); });
-    };
-    progress.on_wait = [this, &running](double seconds) {
-      running.result.seconds = seconds;
-      notify([&](const RunObserver& observer) { observer.command_progress.on_wait(seconds); });
-    };
-    progress.on_held_outputs = [this] {
-      notify([](const RunObserver& observer) { observer.command_progress.on_held_outputs(); });
-    };
-    return progress;
+    run_last_command(record_, observers_, scripted_);
+    return record_.commands.back().result;
   }
 
   bool has_succeeded_once() const {
@@ -173,6 +184,13 @@ void run_session(const Plugin& plugin, Session& session, RunRecord& record, cons
   }
   run.call("define_eclipse_path");
   run.call(removal ? "perform_unintegration" : "perform_integration");
+}
+
+const CommandRecord& run_command(const std::string& action, const std::string& command, RunRecord& record,
+                                 const RunObservers& observers) {
+  record.commands.push_back({action, command, {}, false, false});
+  run_last_command(record, observers, nullptr);
+  return record.commands.back();
 }
 
 void call_actions(const Plugin& plugin, Session& session, const std::vector<std::string>& actions, RunRecord& record,

@@ -23,7 +23,7 @@ struct ActionRecord {
 };
 
 struct CommandRecord {
-  std::string action;  ///< the action that ran it
+  std::string action;  ///< the action that ran it, or what the host ran it for
   std::string command;
   eclipse_shell::CommandResult result;  ///< until the command ends, only the output so far
   bool is_retry = false;                ///< the action had run a command before: the one for all features, which failed
@@ -39,6 +39,8 @@ struct RunRecord {
   std::vector<std::string> log;
   /// Why the run stopped before the instance was changed; empty when it did not.
   std::string refusal;
+  /// The time of the state of the profile to which the instance was brought back after the run; empty when it was not.
+  std::string went_back_to;
 
   /// True when the integration failed: the run was refused, an action's result is not 0, or a retry's command failed.
   bool failed() const;
@@ -72,8 +74,13 @@ using RunObservers = std::vector<RunObserver>;
 /// not supported, as an installer would not let the user go on.
 ///
 /// `session` must not be active yet; its seams are used by the run and are not kept. KORU_MODE must be one of the three modes.
-/// `record` must be empty.
+/// `record` must not have actions yet.
 void run_session(const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers = {});
+
+/// Runs a command of the host's own, with its output into the record, and notifies the observers as for one of the plug-in.
+/// `action` stands in the record for the action. Returns the record of the command.
+const CommandRecord& run_command(const std::string& action, const std::string& command, RunRecord& record,
+                                 const RunObservers& observers);
 
 /// Calls just these actions in this order, each one of action_names. The other arguments are those of run_session().
 void call_actions(const Plugin& plugin, Session& session, const std::vector<std::string>& actions, RunRecord& record,

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <compare>
-#include <iterator>
 #include <map>
 #include <utility>
 
@@ -67,19 +66,6 @@ void look_up_all(CheckedUnit& checked, const InstalledById& all) {
   checked.other_versions = std::move(state.other_versions);
 }
 
-/// Whether a unit is among all that are known to be installed.
-bool has(const InstalledUnits& installed, const Unit& wanted) {
-  return installed.all && std::any_of(installed.all->begin(), installed.all->end(), [&](const auto& unit) {
-           return is_wanted(wanted, {unit.id, unit.version});
-         });
-}
-
-std::vector<Unit> missing_in(const std::vector<Unit>& units, const std::vector<Unit>& others) {
-  std::vector<Unit> missing;
-  std::set_difference(units.begin(), units.end(), others.begin(), others.end(), std::back_inserter(missing));
-  return missing;
-}
-
 }  // namespace
 
 std::vector<CheckedUnit> Verification::differences() const {
@@ -139,17 +125,6 @@ std::optional<Verification> verify_by_profile(const eclipse_plan::Plan& plan, co
 Verification verify_by_director(const eclipse_plan::Plan& plan, const Offer& offer,
                                 const eclipse_shell::CommandProgress& progress) {
   return compare(plan, installed_units(plan.executable, progress), offer);
-}
-
-Change change_between(const InstalledUnits& before, const InstalledUnits& after) {
-  Change change;
-  for (const Unit& unit : missing_in(after.roots, before.roots)) {
-    (has(before, unit) ? change.now_by_name : change.came_in).push_back(unit);
-  }
-  for (const Unit& unit : missing_in(before.roots, after.roots)) {
-    (has(after, unit) ? change.no_longer_by_name : change.went_out).push_back(unit);
-  }
-  return change;
 }
 
 }  // namespace eclipse_verify

@@ -56,15 +56,6 @@ std::optional<Verification> verify_by_profile(const eclipse_plan::Plan& plan, co
 Verification verify_by_director(const eclipse_plan::Plan& plan, const eclipse_plan::Offer& offer,
                                 const eclipse_shell::CommandProgress& progress = {});
 
-/// What differs between two states of an instance.
-struct Change {
-  std::vector<eclipse_p2::Unit> came_in;
-  std::vector<eclipse_p2::Unit> went_out;
-  std::vector<eclipse_p2::Unit> now_by_name;        ///< were there before, along with other units
-  std::vector<eclipse_p2::Unit> no_longer_by_name;  ///< and still there, since other units require them
-};
-Change change_between(const eclipse_p2::InstalledUnits& before, const eclipse_p2::InstalledUnits& after);
-
 }  // namespace eclipse_verify
 
 #endif

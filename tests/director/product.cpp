@@ -37,19 +37,6 @@ std::vector<Value> command_values(const nlohmann::json& result, const char* key)
   return values;
 }
 
-struct Child {
-  int status;
-  nlohmann::json result;
-};
-
-Child eclipse_int(const std::string& arguments) {
-  const auto run = eclipse_shell::run_in_shell(quoted(ECLIPSE_INT_COMMAND) + " " + arguments);
-  cli_test::keep_json_document(arguments, run.output);
-  auto result = nlohmann::json::parse(run.output, nullptr, false);
-  if (result.is_discarded()) throw std::runtime_error("no JSON: " + run.output + run.error_output);
-  return {run.exit_code, std::move(result)};
-}
-
 /// Each file with its size and time.
 using Files = std::map<fs::path, std::pair<std::uintmax_t, fs::file_time_type>>;
 
@@ -95,6 +82,14 @@ void expect_profile_tells(const std::string& arguments) {
 
 }  // namespace
 
+Child eclipse_int(const std::string& arguments) {
+  const auto run = eclipse_shell::run_in_shell(quoted(ECLIPSE_INT_COMMAND) + " " + arguments);
+  cli_test::keep_json_document(arguments, run.output);
+  auto result = nlohmann::json::parse(run.output, nullptr, false);
+  if (result.is_discarded()) throw std::runtime_error("no JSON: " + run.output + run.error_output);
+  return {run.exit_code, std::move(result)};
+}
+
 std::vector<int> Outcome::exit_codes() const { return command_values<int>(result, "exitCode"); }
 
 std::vector<std::string> Outcome::commands() const { return command_values<std::string>(result, "command"); }
@@ -136,7 +131,16 @@ nlohmann::json& Product::ide_component() {
   return components_.back();
 }
 
-Outcome Product::run(const std::string& mode, const std::map<std::string, std::string>& variables) {
+void Product::make_site(const std::string& code, const std::string& site, const std::string& name, const std::string& version,
+                        const std::string& bundle) {
+  const auto made =
+      eclipse_shell::run_in_shell("ECLIPSE=" + quoted(executable().string()) + " " + quoted(DIRECTOR_SCRIPTS "/make-site") +
+                                  " " + quoted((directory_ / code / "sites" / site).string()) + " org.example." + name + " " +
+                                  version + (bundle.empty() ? "" : " " + quoted(bundle)) + " 2>&1");
+  if (made.exit_code != 0) throw std::runtime_error("no site: " + made.output);
+}
+
+std::string Product::write_session(const std::string& mode, const std::map<std::string, std::string>& variables) const {
   nlohmann::json session = {{"mode", mode},
                             {"variables",
                              {{"ECLIPSE_INTEGRATION_CHOICE", "user"},
@@ -147,7 +151,11 @@ Outcome Product::run(const std::string& mode, const std::map<std::string, std::s
   for (const auto& [name, value] : variables) session["variables"][name] = value;
   const fs::path file = directory_ / "session.json";
   write(file, session.dump(2));
-  const std::string arguments = " --json " + quoted(file.string());
+  return quoted(file.string());
+}
+
+Outcome Product::run(const std::string& mode, const std::map<std::string, std::string>& variables) {
+  const std::string arguments = " --json " + write_session(mode, variables);
   if (!FORESEES_RUNS) {
     const Child plan = eclipse_int("plan" + arguments);
     const Child run = eclipse_int("run" + arguments);

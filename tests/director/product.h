@@ -19,6 +19,13 @@ struct Outcome {
   std::string variable(const std::string& name) const;
 };
 
+/// The command and the JSON document that it printed.
+struct Child {
+  int status;
+  nlohmann::json result;
+};
+Child eclipse_int(const std::string& arguments);
+
 class Product {
  public:
   /// `directory_name` is that of the product's directory, whose path decides what the shell makes of paths in it.
@@ -36,6 +43,15 @@ class Product {
 
   /// Adds the IDE as a component whose package lists the executable.
   nlohmann::json& ide_component();
+
+  /// Makes a site below those of a component, with the feature org.example.NAME in a version. Its bundle requires BUNDLE, if
+  /// one is given, in the words of a manifest.
+  void make_site(const std::string& code, const std::string& site, const std::string& name, const std::string& version,
+                 const std::string& bundle = "");
+
+  /// Writes the session as it stands in the given mode, on the instance as the user's own unless `variables` say otherwise.
+  /// Returns its file in quotes for a shell.
+  std::string write_session(const std::string& mode, const std::map<std::string, std::string>& variables = {}) const;
 
   /// Runs the session as it stands in the given mode, on the instance as the user's own unless `variables` say otherwise. What
   /// the director says of it before has to come true, and must not leave a trace in the instance; and the profile has to

@@ -79,6 +79,20 @@ TEST(UnitsNamed, AreTheDirectorsReadingOfAList) {
   EXPECT_EQ(units_named(",, ,"), Units());
 }
 
+TEST(DirectorCommand, OfOurOwnIsQuotedWhereItMustBe) {
+  const std::string director_of_ours = " -nosplash -nl en -application org.eclipse.equinox.p2.director -repository ";
+  const std::string back = revert_command("/opt/my ide/eclipse", {"file:///a", "jar:file:///b.zip!/"}, "1731234567890");
+  EXPECT_EQ(back, "'/opt/my ide/eclipse'" + director_of_ours + "'file:///a,jar:file:///b.zip!/' -revert '1731234567890' 2>&1");
+  const std::string update = replace_command("/e", {"file:///a"}, {{"x", "1.0.0"}, {"y", "1"}}, {{"x", "2.0.0"}, {"y", "2"}});
+  EXPECT_EQ(update, "/e" + director_of_ours + "file:///a -u 'x/1.0.0,y/1' -i 'x/2.0.0,y/2' 2>&1");
+  EXPECT_EQ(executable_started_by(back), "/opt/my ide/eclipse");
+  EXPECT_EQ(executable_started_by(update), "/e");
+  EXPECT_EQ(executable_started_by("/opt/my ide/eclipse" + director + "-u F1 2>&1"), "/opt/my ide/eclipse");
+  EXPECT_EQ(executable_started_by("/bin/true"), "");
+  EXPECT_FALSE(cut_director_command(back)) << "it is no command of the plug-in";
+  EXPECT_FALSE(cut_director_command(update));
+}
+
 }  // namespace
 
 }  // namespace eclipse_p2

@@ -162,23 +162,25 @@ TEST_F(PlanCommand, HasALineForEachFeatureAndRepository) {
   fake::write_file("tools/etc/eclipse/tools.txt",
                    "site\tnew\nsite\tsame\nsite\tolder\nsite\tnewer\nsite\tnowhere\nsite\tnew/3.0\nnone\tnew\n\tlost\n");
   const std::string file = "DIRECTORY/tools/etc/eclipse/tools.txt";
-  const std::string remedy = ", which was installed by name; remove it first\n";
+  const std::string by_name = ", which was installed by name; --update";
   Outcome outcome = eclipse_int("plan session.json");
   outcome.output.erase(outcome.output.find("\nlint: "));
   EXPECT_EQ(
       outcome,
-      (Outcome{0,
+      (Outcome{1,
                "Plan of session.json (dry run: nothing is run or changed)\n"
                "\n"
                "Features installed into DIRECTORY/eclipse/eclipse: 1 to install, 1 to keep, 2 in another version, 2 that "
                "will fail\n"
                "  +  new      1.0.0            file://DIRECTORY/tools/site\n"
                "  =  same     1.0.0\n"
-               "  ~  older    1.9.0 -> 2.0.0   will most likely fail: the director does not replace version 1.9.0" +
-                   remedy +
+               "  ~  older    1.9.0 -> 2.0.0   is refused: the director does not replace version 1.9.0" +
+                   by_name + " does\n" +
                    "  ~  newer    1.10.0 -> 1.0.0  will most likely fail: the director does not replace the newer version "
                    "1.10.0" +
-                   remedy + "  !  nowhere                   no repository of the session offers it (" + file +
+                   by_name +
+                   " with --allow-downgrade does\n  !  nowhere                   no repository of the session offers it (" +
+                   file +
                    ":5)\n"
                    "  !  new/3.0                   no repository of the session offers it, but version 1.0.0 (" +
                    file +
@@ -190,7 +192,12 @@ TEST_F(PlanCommand, HasALineForEachFeatureAndRepository) {
                    "\n"
                    "Ignored\n"
                    "  " +
-                   file + ":8: has no repository, so the line is ignored\n",
+                   file +
+                   ":8: has no repository, so the line is ignored\n"
+                   "\n"
+                   "The run would be refused\n"
+                   "  older 1.9.0 is installed, and the session brings 2.0.0; the director does not replace it, but --update "
+                   "does (with --allow-downgrade, since newer 1.10.0 is installed, and the session brings only 1.0.0)\n",
                ""}));
   const Json planned = plan();
   EXPECT_EQ(planned.at("changes").at(2), Json({{"unit", "older"},

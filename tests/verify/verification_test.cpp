@@ -133,16 +133,6 @@ TEST(Verification, WhatStaysIsRequiredFromARootThatStays) {
   }
 }
 
-TEST(Verification, TellsWhatCameInAndWentOut) {
-  const InstalledUnits after = {{{"b", "1.0.0"}, {"c", "1.0.0"}, {"d", "1"}}, {{{"a", "1.0.0", {"d"}}, {"b", "1.0.0", {}}}}};
-  const Change change = change_between(installed, after);
-  EXPECT_EQ(change.came_in, (std::vector<Unit>{{"d", "1"}}));
-  EXPECT_EQ(change.now_by_name, (std::vector<Unit>{{"c", "1.0.0"}}));
-  EXPECT_EQ(change.went_out, (std::vector<Unit>{{"local.ide", "4"}}));
-  EXPECT_EQ(change.no_longer_by_name, (std::vector<Unit>{{"a", "1.0.0"}}));
-  EXPECT_EQ(change_between(roots_only, {after.roots, std::nullopt}).came_in, (std::vector<Unit>{{"c", "1.0.0"}, {"d", "1"}}));
-}
-
 }  // namespace
 
 }  // namespace eclipse_verify

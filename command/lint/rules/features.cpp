@@ -498,7 +498,7 @@ Rule other_version_installed() {
           "The director does not replace what was installed by name. Two versions of a feature go together only if they share "
           "no "
           "singleton plug-in, and nearly all do. Otherwise the command for all features fails, and so does this feature alone.",
-      .fix = "remove the installed version first, with a run of its session in the mode uninstall",
+      .fix = "run \"eclipse-int run --update\", with --allow-downgrade if the installed version is newer",
       .bad = product(internal_session(), {{profile_name, profile_with_root("0.9.0")}}),
       .good = product(internal_session(), {{profile_name, profile_with_root("1.0.0")}}),
       .check = check_installed_versions,

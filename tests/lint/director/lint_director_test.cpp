@@ -82,7 +82,9 @@ TEST(LintDirector, OtherVersionOfAFeatureIsNotReplaced) {
                 "cd '" + site + "' && unzip -p content.jar content.xml | sed 's/1\\.0\\.0/2.0.0/g' > content.xml && rm *.jar")
                 .exit_code,
             0);
-  const Outcome outcome = product.run("install");
+  EXPECT_EQ(product.run("install").result["status"], "refused");
+  const Child call = eclipse_int("call define_eclipse_path perform_integration --json " + product.write_session("install"));
+  const Outcome outcome{call.status, call.result, {}};
   EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
   EXPECT_THAT(output_of(outcome, 0), HasSubstr("Only one of the following can be installed at once"));
   EXPECT_THAT(rules_broken_by(product), Contains("other-version-installed"));
@@ -457,10 +459,7 @@ TEST(LintDirector, UnitThatIsRequiredStaysAndTheDirectorSucceeds) {
 TEST(LintDirector, HighestVersionOfAnySiteIsTaken) {
   Product product;
   product.component("tools", {"alpha"}, std::string(alpha) + "sites/newer\torg.example.alpha.feature.group\n");
-  const auto made =
-      eclipse_shell::run_in_shell("ECLIPSE='" + product.executable().string() + "' '" DIRECTOR_SCRIPTS "/make-site' '" +
-                                  (product.directory() / "tools/sites/newer").string() + "' org.example.alpha 2.0.0 2>&1");
-  ASSERT_EQ(made.exit_code, 0) << made.output;
+  product.make_site("tools", "newer", "alpha", "2.0.0");
   EXPECT_EQ(product.run("install").status, 0);
   EXPECT_THAT(product.installed(), ElementsAre("org.example.alpha.feature.group/2.0.0"));
   EXPECT_THAT(rules_broken_by(product), ElementsAre("feature-from-two-repositories"));

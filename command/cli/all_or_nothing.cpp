@@ -1,0 +1,169 @@
+#include "cli/all_or_nothing.h"
+
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "base/printable.h"
+#include "cli/history_report.h"
+#include "cli/interruption.h"
+#include "cli/outcome.h"
+#include "cli/run_json.h"
+#include "cli/run_recording.h"
+#include "cli/standard_streams.h"
+#include "p2/profile_repair.h"
+#include "p2/run_journal.h"
+#include "plan/make_plan.h"
+#include "shell/shell_reading.h"
+#include "verify/verification.h"
+
+using namespace eclipse_base;
+using namespace eclipse_host;
+using namespace eclipse_p2;
+
+namespace eclipse_cli {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::vector<std::string> unquoted(const std::set<std::string>& repositories) {
+  std::vector<std::string> urls;
+  for (const std::string& repository : repositories) urls.push_back(eclipse_shell::as_word(repository));
+  return urls;
+}
+
+void restore(Session& session, const std::map<std::string, std::string>& before, const std::string& name) {
+  const auto found = before.find(name);
+  if (found == before.end()) {
+    session.variables.erase(name);
+  } else {
+    session.variables[name] = found->second;
+  }
+}
+
+}  // namespace
+
+AllOrNothing::AllOrNothing(RunFunction run, ReportAdditions additions)
+    : run_(std::move(run)), additions_(std::move(additions)) {}
+
+RunFunction AllOrNothing::function() {
+  return [this](const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers) {
+    run(plugin, session, record, observers);
+  };
+}
+
+ReportAdditions AllOrNothing::additions() const {
+  ReportAdditions additions = additions_;
+  additions.finding = [this] {
+    InstanceFinding finding = additions_.finding();
+    finding.differs = finding.differs || !is_whole_;
+    return finding;
+  };
+  additions.text = [this] { return additions_.text() + text(); };
+  additions.add_to = [this](Json& json) {
+    additions_.add_to(json);
+    add_to(json);
+  };
+  additions.exit_status = [this](int status) { return is_whole_ ? additions_.exit_status(status) : 1; };
+  additions.text_when_ended = [this] { return text(); };
+  additions.add_to_when_ended = [this](Json& json) { add_to(json); };
+  return additions;
+}
+
+void AllOrNothing::run(const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers) {
+  record.variables_before = session.variables;
+  plan_ = eclipse_plan::make_plan(plugin, session, eclipse_plan::Retries::distinct, {Interruption::observer()});
+  if (!plan_.command) return run_(plugin, session, record, observers);
+  Repositories repositories;
+  offer_ = eclipse_plan::offered_to(plan_, repositories);
+  before_ = newest_time(plan_.executable);
+  try {
+    run_(plugin, session, record, observers);
+  } catch (...) {
+    go_back(session, record);
+    throw;
+  }
+  if (!is_whole(record)) go_back(session, record);
+}
+
+/// A director reports success for a removal although a unit stays, so its word is not enough.
+bool AllOrNothing::is_whole(const RunRecord& record) const {
+  if (record.failed()) return false;
+  const auto verification = eclipse_verify::verify_by_profile(plan_, offer_);
+  return !verification || verification->differences().empty();
+}
+
+/// Also after a signal: the first one that comes from now on lets the director end, the second one stops it.
+void AllOrNothing::go_back(Session& session, RunRecord& record) {
+  is_whole_ = false;
+  if (before_.empty()) {
+    error_ = "the profile of the Eclipse is not known, so there is no state to go back to";
+    return;
+  }
+  const Interruption interruption;
+  try {
+    move_damaged_states_aside();
+    revert_unless_unchanged();
+  } catch (const Interrupted& interrupted) {
+    error_ = interrupted.name() + " stopped the director on the way back";
+  } catch (const std::exception& error) {
+    error_ = error.what();
+  }
+  if (!error_.empty()) return;
+  record.went_back_to = before_;
+  restore(session, record.variables_before, cached_executable);
+}
+
+/// A director that was stopped while it wrote one. No director can start from it.
+void AllOrNothing::move_damaged_states_aside() {
+  const auto states = newest_states(instance_directory(plan_.executable), before_);
+  for (const ProfileState& state : states_to_move(states, std::nullopt)) moved_.push_back(move_aside(state));
+}
+
+void AllOrNothing::revert_unless_unchanged() {
+  const auto instance = instance_directory(plan_.executable);
+  const std::string after = newest_time(plan_.executable);
+  if (after == before_) return;
+  const ProfileState newest = state_of_time(instance, after);
+  const ProfileState target = state_of_time(instance, before_);
+  error_ = why_not_revertible(newest, target);
+  if (!error_.empty()) return;
+  change_ = change_between(installed_in(newest), installed_in(target));
+  if (change_->is_empty()) return;
+  print_message("not all features were " + std::string(plan_.is_removal ? "removed" : "installed") + "; going back");
+  std::vector<std::string> urls = unquoted(plan_.repositories);
+  for (std::string& url : read_run_journal(instance).repositories()) urls.push_back(std::move(url));
+  reversion_ = revert(plan_.executable, before_, urls, Interruption::observer().command_progress);
+  error_ = reversion_->error;
+}
+
+std::string AllOrNothing::text() const {
+  if (is_whole_) return "";
+  std::string text = "\nAll or nothing:\n  Not all features were ";
+  text += plan_.is_removal ? "removed" : "installed";
+  text += was_taken_back()
+              ? ", so the Eclipse is as it was before the run: the state " + before_ + " (" + date_of(before_) + ").\n"
+              : ".\n  Error: the Eclipse is not as it was before the run: " + printable(error_) + "\n";
+  for (const auto& file : moved_)
+    text += "  A damaged state of the profile was moved aside: " + printable(file.string()) + "\n";
+  if (reversion_) text += "  Command: " + printable(reversion_->command) + "\n";
+  if (reversion_ && reversion_->failure) text += "  Why: " + failure_text(*reversion_->failure, "    ");
+  return change_ && was_taken_back() ? text + "  Taken back:\n" + change_text(*change_, "    ") : text;
+}
+
+void AllOrNothing::add_to(Json& json) const {
+  if (!plan_.command) return;
+  Json moved = Json::array();
+  for (const auto& file : moved_) moved.push_back(file.string());
+  const bool has_failed = reversion_ && reversion_->failure;
+  json["allOrNothing"] = {{"whole", is_whole_},
+                          {"before", before_.empty() ? Json() : Json(before_)},
+                          {"wentBackTo", was_taken_back() ? Json(before_) : Json()},
+                          {"movedAside", moved},
+                          {"change", change_ ? change_json(*change_) : Json()},
+                          {"command", reversion_ ? Json(reversion_->command) : Json()},
+                          {"failure", has_failed ? failure_json(*reversion_->failure) : Json()},
+                          {"error", error_.empty() ? Json() : Json(error_)}};
+}
+
+}  // namespace eclipse_cli

@@ -1,0 +1,63 @@
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+
+#include "base/printable.h"
+#include "cli/history_report.h"
+#include "cli/instance_argument.h"
+#include "cli/instance_safety.h"
+#include "cli/subcommands.h"
+#include "p2/installed_units.h"
+
+namespace eclipse_cli {
+
+namespace {
+
+constexpr const char* examples =
+    "  eclipse-int history /opt/eclipse\n"
+    "      Show what came and went with each state of the p2 profile, newest first.\n"
+    "  eclipse-int history /opt/eclipse/eclipse --json\n"
+    "      Machine-readable output.\n"
+    "\n"
+    "p2 keeps each state of the profile, which records what is installed. \"eclipse-int undo\" goes back to one.\n"
+    "+ is a unit that came in, - one that went out, ~ one that has another version. A state without a command was\n"
+    "not made by a run of eclipse-int that is known.\n";
+
+constexpr const char* exit_status =
+    "Exit status:\n"
+    "  0  the states are listed\n"
+    "  1  the newest state is damaged\n"
+    "  2  an error in the arguments, or the Eclipse has no profile of its own\n";
+
+int perform(const std::string& eclipse, bool json) {
+  History history;
+  history.executable = executable_of(eclipse);
+  const auto instance = eclipse_p2::instance_directory(history.executable);
+  history.journal = eclipse_p2::read_run_journal(instance);
+  history.states = eclipse_p2::profile_history(instance, history.journal);
+  if (history.states.empty()) {
+    throw eclipse_p2::InstanceError(eclipse_base::in_quotes(history.executable) + " has no p2 profile of its own");
+  }
+  history.damage = eclipse_p2::profile_damage_at_rest(history.executable);
+  if (json) {
+    print_history(history);
+  } else {
+    std::cout << history_text(history);
+  }
+  print_damage(history.damage);
+  return history.damage ? 1 : 0;
+}
+
+}  // namespace
+
+Subcommand add_history(CLI::App& program) {
+  CLI::App* const parser = program.add_subcommand("history", "List the states of the p2 profile, and what each changed");
+  const auto eclipse = std::make_shared<std::string>();
+  const auto json = std::make_shared<bool>(false);
+  add_eclipse_argument(*parser, *eclipse);
+  parser->add_flag("--json", *json, "Machine-readable output: print one JSON document with the states, and nothing else");
+  set_help(*parser, "eclipse-int history ECLIPSE [OPTIONS]", examples, exit_status);
+  return {parser, [eclipse, json] { return perform(*eclipse, *json); }};
+}
+
+}  // namespace eclipse_cli

@@ -1,0 +1,21 @@
+// An Eclipse instance that the command line names.
+#ifndef ECLIPSE_INT_CLI_INSTANCE_ARGUMENT_H
+#define ECLIPSE_INT_CLI_INSTANCE_ARGUMENT_H
+
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace eclipse_cli {
+
+/// Adds the argument ECLIPSE.
+void add_eclipse_argument(CLI::App& command, std::string& eclipse);
+
+/// The full path of the executable that is named, or that is in the directory that is named. Throws FileError.
+std::string executable_of(const std::string& eclipse);
+
+}  // namespace eclipse_cli
+
+#endif

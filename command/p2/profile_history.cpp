@@ -1,0 +1,126 @@
+#include "p2/profile_history.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "base/printable.h"
+
+namespace fs = std::filesystem;
+
+namespace eclipse_p2 {
+
+namespace {
+
+std::string time_of(const fs::path& file) {
+  const std::string name = file.filename().string();
+  return name.substr(0, name.find('.'));
+}
+
+long long as_number(const std::string& time) { return std::strtoll(time.c_str(), nullptr, 10); }
+
+/// The states from the newest one back. What went back to an older state has made a copy of it, so the way goes on there.
+class Walk {
+ public:
+  Walk(const std::vector<std::string>& times, const RunJournal& journal) : times_(times), journal_(journal) {}
+
+  bool is_at_end() const { return place_ >= times_.size(); }
+  std::size_t place() const { return place_; }
+  /// That left the state at this place; null when none is known.
+  const RecordedRun* run() const { return journal_.run_that_left(times_[place_]); }
+  std::size_t place_of(const std::string& time) const {
+    return static_cast<std::size_t>(std::find(times_.begin(), times_.end(), time) - times_.begin());
+  }
+
+  /// A file that others can write may name states in any order, and states may be gone.
+  void go_on() {
+    const RecordedRun* const run = this->run();
+    const std::string before = run == nullptr ? "" : run->went_back_to.empty() ? run->before : run->went_back_to;
+    const std::size_t next = before.empty() ? times_.size() : place_of(before);
+    place_ = next > place_ && next < times_.size() ? next : place_ + 1;
+  }
+
+ private:
+  const std::vector<std::string>& times_;
+  const RunJournal& journal_;
+  std::size_t place_ = 0;
+};
+
+WayBack way_to(const std::vector<std::string>& times, const RunJournal& journal, const std::string& to) {
+  WayBack way;
+  Walk walk(times, journal);
+  const std::size_t target = walk.place_of(to);
+  if (target == times.size()) {
+    way.error = "the profile has no state of the time " + eclipse_base::printable(to);
+    return way;
+  }
+  way.target = to;
+  for (; walk.place() < target; walk.go_on()) {
+    if (walk.run() == nullptr) {
+      way.states_of_others.push_back(times[walk.place()]);
+    } else {
+      way.runs.push_back(walk.run());
+    }
+  }
+  return way;
+}
+
+}  // namespace
+
+std::vector<HistoricState> profile_history(const fs::path& instance, const RunJournal& journal) {
+  std::vector<HistoricState> history;
+  std::optional<InstalledUnits> newer;  // of the last state that could be read
+  std::size_t newer_place = 0;
+  for (const fs::path& file : profile_states(instance)) {
+    HistoricState& historic = history.emplace_back();
+    historic.state = read_profile_state(file);
+    historic.run = run_that_made(historic.state.time, journal);
+    if (!historic.state.error.empty()) continue;
+    InstalledUnits units =
+        installed_of(std::exchange(historic.state.units, std::nullopt).value_or(std::vector<InstalledUnit>()));
+    historic.unit_count = units.all->size();
+    if (newer) history[newer_place].change = change_between(units, *newer);
+    newer = std::move(units);
+    newer_place = history.size() - 1;
+  }
+  return history;
+}
+
+std::vector<std::string> state_times(const fs::path& instance) {
+  std::vector<std::string> times;
+  for (const fs::path& file : profile_states(instance)) times.push_back(time_of(file));
+  return times;
+}
+
+ProfileState state_of_time(const fs::path& instance, const std::string& time) {
+  for (const fs::path& file : profile_states(instance)) {
+    if (time_of(file) == time) return read_profile_state(file);
+  }
+  ProfileState none;
+  none.time = time;
+  none.error = "is not there";
+  return none;
+}
+
+const RecordedRun* run_that_made(const std::string& time, const RunJournal& journal) {
+  const auto made_it = [&](const RecordedRun& run) {
+    return as_number(run.before) < as_number(time) && as_number(time) <= as_number(run.after);
+  };
+  const auto found = std::find_if(journal.runs.rbegin(), journal.runs.rend(), made_it);
+  return found == journal.runs.rend() ? nullptr : &*found;
+}
+
+WayBack way_back(const std::vector<std::string>& times, const RunJournal& journal, const std::optional<std::string>& to) {
+  if (to) return way_to(times, journal, *to);
+  for (Walk walk(times, journal); !walk.is_at_end(); walk.go_on()) {
+    const RecordedRun* const run = walk.run();
+    if (run != nullptr && run->went_back_to.empty()) return way_to(times, journal, run->before);
+  }
+  WayBack way;
+  way.error = journal.error.empty()
+                  ? "no run of eclipse-int is recorded for this Eclipse that could be taken back; name a state"
+                  : journal.error;
+  return way;
+}
+
+}  // namespace eclipse_p2

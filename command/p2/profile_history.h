@@ -1,0 +1,50 @@
+// The states of a profile: what came and went with each, who made it, and the way back to an older one.
+#ifndef ECLIPSE_INT_P2_PROFILE_HISTORY_H
+#define ECLIPSE_INT_P2_PROFILE_HISTORY_H
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "p2/profile.h"
+#include "p2/run_journal.h"
+#include "p2/unit_change.h"
+
+namespace eclipse_p2 {
+
+struct HistoricState {
+  ProfileState state;                ///< without its units
+  std::size_t unit_count = 0;        ///< 0 when it cannot be read
+  std::optional<UnitChange> change;  ///< against the newest older state that can be read; nothing without one
+  const RecordedRun* run = nullptr;  ///< that made it, in the journal; null when that is not known
+};
+
+/// Every state of the profile of the instance in this directory, newest first. The journal must outlive the result.
+std::vector<HistoricState> profile_history(const std::filesystem::path& instance, const RunJournal& journal);
+
+/// The times of all states, newest first, without reading them.
+std::vector<std::string> state_times(const std::filesystem::path& instance);
+
+/// The state of this time. When there is none, it has an error and no file.
+ProfileState state_of_time(const std::filesystem::path& instance, const std::string& time);
+
+/// The run that made a state, also one that another state of the same run followed; null when that is not known.
+const RecordedRun* run_that_made(const std::string& time, const RunJournal& journal);
+
+/// How the newest state came from an older one.
+struct WayBack {
+  std::string target;                         ///< the time of the older state; empty when there is none
+  std::vector<const RecordedRun*> runs;       ///< of the journal that lie between, newest first
+  std::vector<std::string> states_of_others;  ///< the times of states between that no run is known to have made, newest first
+  std::string error = {};                     ///< why there is no target
+};
+
+/// The way to the state before the last run that was not taken back already, or to the state of time `to`. `times` are those of
+/// all states, newest first. The journal must outlive the result.
+WayBack way_back(const std::vector<std::string>& times, const RunJournal& journal, const std::optional<std::string>& to = {});
+
+}  // namespace eclipse_p2
+
+#endif

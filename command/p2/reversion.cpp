@@ -1,0 +1,103 @@
+// Seen with the director of Eclipse 4.26: "-revert TIME" wants a repository that can be loaded, even if it fetches nothing.
+// What is still in the pool of bundles is not fetched again. It writes a new state, unless the newest one is the same as the
+// older one.
+#include "p2/reversion.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include "base/printable.h"
+#include "base/temporary_directory.h"
+#include "base/text.h"
+#include "p2/director_command.h"
+#include "p2/profile_history.h"
+
+namespace fs = std::filesystem;
+using namespace eclipse_base;
+
+namespace eclipse_p2 {
+
+namespace {
+
+/// The bundle without which nobody can install or remove anything.
+constexpr std::string_view director_bundle = "org.eclipse.equinox.p2.director.app";
+
+constexpr std::string_view metadata =
+    "<?xml version='1.0' encoding='UTF-8'?>\n"
+    "<?metadataRepository version='1.1.0'?>\n"
+    "<repository name='none' type='org.eclipse.equinox.internal.p2.metadata.repository.LocalMetadataRepository' "
+    "version='1'/>\n";
+constexpr std::string_view artifacts =
+    "<?xml version='1.0' encoding='UTF-8'?>\n"
+    "<?artifactRepository version='1.1.0'?>\n"
+    "<repository name='none' type='org.eclipse.equinox.p2.artifact.repository.simpleRepository' version='1'/>\n";
+
+/// Makes a repository of a directory with nothing in it, which can always be loaded. Returns its URL.
+std::string empty_repository(const fs::path& directory) {
+  std::ofstream(directory / "content.xml", std::ios::binary) << metadata;
+  std::ofstream(directory / "artifacts.xml", std::ios::binary) << artifacts;
+  return "file://" + directory.string();
+}
+
+bool has_director(const ProfileState& state) {
+  return state.units && std::any_of(state.units->begin(), state.units->end(),
+                                    [](const InstalledUnit& unit) { return unit.id == director_bundle; });
+}
+
+std::string differences_text(const UnitChange& change) {
+  std::vector<std::string> units;
+  for (const Unit& unit : change.went_out) units.push_back("+ " + text_of(unit));
+  for (const Unit& unit : change.came_in) units.push_back("- " + text_of(unit));
+  const std::size_t more = change.others_in + change.others_out + change.now_by_name.size() + change.no_longer_by_name.size();
+  if (more > 0) units.push_back(counted(more, "other unit"));
+  constexpr std::size_t most_named = 10;
+  return printable(first_few(units, most_named));
+}
+
+/// Why the instance is not as in the older state, although its director says so; empty when it is.
+std::string difference_from(const ProfileState& target, const fs::path& instance) {
+  const fs::path newest = profile_file(instance);
+  const ProfileState now = read_profile_state(newest);
+  if (!now.error.empty()) return "the newest state of the p2 profile, " + printable(newest.string()) + ", " + now.error;
+  const UnitChange change = change_between(installed_in(target), installed_in(now));
+  return change.is_empty() ? "" : "the director reports success, but these units differ: " + differences_text(change);
+}
+
+}  // namespace
+
+InstalledUnits installed_in(const ProfileState& state) {
+  return installed_of(state.units.value_or(std::vector<InstalledUnit>()));
+}
+
+std::string why_not_revertible(const ProfileState& newest, const ProfileState& target) {
+  for (const ProfileState* const state : {&newest, &target}) {
+    if (!state->error.empty()) return "the state " + printable(state->time) + " of the p2 profile " + state->error;
+  }
+  if (!has_director(newest) || has_director(target)) return "";
+  return "the state " + printable(target.time) + " has no director (" + std::string(director_bundle) +
+         "), so there would be no way forward from it";
+}
+
+Reversion revert(const std::string& executable, const std::string& time, const std::vector<std::string>& repositories,
+                 const eclipse_shell::CommandProgress& progress) {
+  const fs::path instance = instance_directory(executable);
+  const ProfileState target = state_of_time(instance, time);
+  const TemporaryDirectory empty;
+  std::vector<std::string> all = {empty_repository(empty.path())};
+  for (const std::string& url : repositories) {
+    if (std::find(all.begin(), all.end(), url) == all.end()) all.push_back(url);
+  }
+  Reversion reversion{revert_command(executable, all, time), std::nullopt, ""};
+  const InstanceLogs logs(instance);
+  const auto result = eclipse_shell::run_in_shell(reversion.command, progress);
+  if (result.exit_code != 0) {
+    reversion.failure = explain(result, logs);
+    reversion.error = "the director did not go back: exit code " + std::to_string(result.exit_code);
+  } else {
+    reversion.error = difference_from(target, instance);
+  }
+  return reversion;
+}
+
+}  // namespace eclipse_p2

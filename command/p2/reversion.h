@@ -1,0 +1,37 @@
+// Bringing an instance back to an older state of its profile, by its director.
+#ifndef ECLIPSE_INT_P2_REVERSION_H
+#define ECLIPSE_INT_P2_REVERSION_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "p2/director_failure.h"
+#include "p2/profile.h"
+#include "p2/unit_change.h"
+#include "shell/command_runner.h"
+
+namespace eclipse_p2 {
+
+struct Reversion {
+  std::string command;             ///< that was run; empty when none was
+  std::optional<Failure> failure;  ///< of the command
+  std::string error;               ///< why the instance is not as it was in the older state; empty when it is
+};
+
+/// What is installed according to a state.
+InstalledUnits installed_in(const ProfileState& state);
+
+/// Why going back from one state to another is not tried: a state cannot be read, or the other one has no director, so that
+/// there would be no way forward. Empty when it is tried.
+std::string why_not_revertible(const ProfileState& newest, const ProfileState& target);
+
+/// Lets the director of the instance with this executable bring it back to the state of this time, and compares what is
+/// installed with that state. What has to be fetched comes from the repositories, which may be missing if nothing has to be.
+/// The caller must have the lock of the instance, and the newest state must not be damaged. What `progress` throws comes out.
+Reversion revert(const std::string& executable, const std::string& time, const std::vector<std::string>& repositories,
+                 const eclipse_shell::CommandProgress& progress = {});
+
+}  // namespace eclipse_p2
+
+#endif

@@ -1,0 +1,28 @@
+// What differs between two states of an instance.
+#ifndef ECLIPSE_INT_P2_UNIT_CHANGE_H
+#define ECLIPSE_INT_P2_UNIT_CHANGE_H
+
+#include <cstddef>
+#include <vector>
+
+#include "p2/installed_units.h"
+#include "p2/unit.h"
+
+namespace eclipse_p2 {
+
+struct UnitChange {
+  std::vector<Unit> came_in;
+  std::vector<Unit> went_out;
+  std::vector<Unit> now_by_name;        ///< were there before, along with other units
+  std::vector<Unit> no_longer_by_name;  ///< and still there, since other units require them
+  std::size_t others_in = 0;            ///< units that came along with others; 0 when not all units of both states are known
+  std::size_t others_out = 0;
+
+  bool is_empty() const;
+};
+
+UnitChange change_between(const InstalledUnits& before, const InstalledUnits& after);
+
+}  // namespace eclipse_p2
+
+#endif

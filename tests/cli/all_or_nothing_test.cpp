@@ -1,0 +1,156 @@
+// run --all-or-nothing, with a script in the place of the director. With the real one: tests/director.
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+const std::string registry = "eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/";
+
+std::string unit(const std::string& id) { return "<unit id='" + id + "' version='1.0.0'/>"; }
+
+class AllOrNothing : public ChildCommand {
+ protected:
+  AllOrNothing() {
+    write_session("install");
+    fs::create_directory("eclipse/configuration");
+    fake::write_file(registry + "1.profile", "<profile><units>" + unit("ide") + "</units></profile>");
+    fake::write_file("with-one", "<profile><units>" + unit("ide") + unit("one") + "</units></profile>");
+    fake::write_file("with-both", "<profile><units>" + unit("ide") + unit("one") + unit("two") + "</units></profile>");
+  }
+
+  static std::string leave(const std::string& file, const std::string& time) {
+    return "cp " + file + " " + registry + time + ".profile";
+  }
+  const std::string go_back = "case $* in *-revert*) " + leave(registry + "1.profile", "9") + " ;; esac";
+
+  Json run(int status, const std::string& options = "") const {
+    const Outcome outcome =
+        eclipse_int("run session.json --all-or-nothing --json" + options, "sh -c 'echo $$ > number; exec \"$@\"' -");
+    EXPECT_EQ(outcome.status, status) << outcome.output << outcome.error;
+    return Json::parse(outcome.output);
+  }
+};
+
+TEST_F(AllOrNothing, LeavesAWholeRunAsItIs) {
+  script(1, leave("with-both", "2"));
+  EXPECT_EQ(run(0).at("allOrNothing"), (Json{{"whole", true},
+                                             {"before", "1"},
+                                             {"wentBackTo", nullptr},
+                                             {"movedAside", Json::array()},
+                                             {"change", nullptr},
+                                             {"command", nullptr},
+                                             {"failure", nullptr},
+                                             {"error", nullptr}}));
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
+TEST_F(AllOrNothing, TakesBackHalfARun) {
+  script(1, "exit 13");
+  script(2, leave("with-one", "2"));
+  script(3, "exit 13");
+  script(4, go_back);
+  const Outcome outcome = eclipse_int("run session.json --all-or-nothing --write-variables v.json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.error, "eclipse-int: not all features were installed; going back\n");
+  EXPECT_NE(outcome.output.find("\nAll or nothing:\n"
+                                "  Not all features were installed, so the Eclipse is as it was before the run: the state 1 "
+                                "(1970-01-01 00:00:00 UTC).\n"
+                                "  Command: DIRECTORY/eclipse/eclipse -nosplash -nl en "),
+            std::string::npos)
+      << outcome.output;
+  EXPECT_TRUE(outcome.output.ends_with("  Taken back:\n    - 1 other unit\n")) << outcome.output;
+  EXPECT_TRUE(fs::exists(registry + "9.profile"));
+  EXPECT_FALSE(Json::parse(content_of("v.json")).contains("CASHED_ECLIPSE_PATH")) << "the instance is as new as before";
+  const Json history = Json::parse(eclipse_int("history eclipse --json").output);
+  EXPECT_EQ(history.at("states").at(0).at("run").at("wentBackTo"), "1");
+}
+
+TEST_F(AllOrNothing, StartsNoDirectorWhenNothingHasChanged) {
+  for (int start = 1; start <= 3; ++start) script(start, "exit 13");
+  const Json result = run(1);
+  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), "1");
+  EXPECT_EQ(result.at("allOrNothing").at("command"), nullptr);
+  EXPECT_EQ(result.at("commands").size(), 3U);
+}
+
+TEST_F(AllOrNothing, TakesBackARunThatASignalEnds) {
+  script(1, leave("with-both", "2") + "; kill -s TERM $(cat number); sleep 0.3");
+  script(2, go_back);
+  const Json result = run(143);
+  EXPECT_EQ(result.at("status"), "interrupted");
+  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), "1");
+  EXPECT_TRUE(fs::exists(registry + "9.profile"));
+}
+
+TEST_F(AllOrNothing, TakesBackARunThatTwoSignalsEnd) {
+  script(1, leave("with-both", "2") + "; kill -s INT $(cat number); sleep 0.5; kill -s INT $(cat number); exec sleep 100");
+  script(2, go_back + "; sleep 0.5");
+  const Json result = run(130);
+  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), "1") << "these signals do not stop the way back";
+}
+
+TEST_F(AllOrNothing, TheWayBackIsGentleToo) {
+  script(1, "exit 13");
+  script(2, leave("with-one", "2"));
+  script(3, "exit 13");
+  script(4, "kill -s TERM $(cat number); sleep 0.5; " + go_back);
+  EXPECT_EQ(run(1).at("allOrNothing").at("wentBackTo"), "1");
+}
+
+TEST_F(AllOrNothing, SaysWhenTheWayBackWasStopped) {
+  script(1, "exit 13");
+  script(2, leave("with-one", "2"));
+  script(3, "exit 13");
+  script(4, "kill -s TERM $(cat number); sleep 0.5; kill -s TERM $(cat number); exec sleep 100");
+  const Json result = run(1);
+  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), nullptr);
+  EXPECT_EQ(result.at("allOrNothing").at("error"), "SIGTERM stopped the director on the way back");
+}
+
+TEST_F(AllOrNothing, MovesADamagedStateAside) {
+  script(1, "printf '<profile' > " + registry + "2.profile; kill -s KILL $$");
+  script(2, leave("with-one", "3") + "; exit 13");
+  script(3, "printf '<profile' > " + registry + "4.profile; kill -s KILL $$");
+  script(4, go_back);
+  const Json result = run(1);
+  EXPECT_EQ(result.at("allOrNothing").at("movedAside"), Json({"DIRECTORY/" + registry + "4.profile.damaged"}));
+  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), "1");
+}
+
+TEST_F(AllOrNothing, TakesBackARemovalThatLeavesSomething) {
+  write_session("uninstall", {}, "\"remove\": true");
+  fake::write_file(registry + "1.profile", "<profile><units>" + unit("ide") + unit("one") + unit("two") + "</units></profile>");
+  script(1, leave("with-one", "2"));
+  script(2, go_back);
+  const Json result = run(1);
+  EXPECT_EQ(result.at("status"), "done") << "of the director";
+  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), "1");
+}
+
+TEST_F(AllOrNothing, SaysWhenTheDirectorDoesNotGoBack) {
+  script(1, "exit 13");
+  script(2, leave("with-one", "2"));
+  script(3, "exit 13");
+  script(4, "exit 13");
+  const Json result = run(1);
+  EXPECT_EQ(result.at("allOrNothing").at("error"), "the director did not go back: exit code 13");
+  EXPECT_TRUE(result.at("allOrNothing").at("failure").is_object());
+}
+
+TEST_F(AllOrNothing, NeedsAProfile) {
+  fs::remove_all("eclipse/p2");
+  for (int start = 1; start <= 3; ++start) script(start, "exit 13");
+  EXPECT_EQ(run(1).at("allOrNothing").at("error"),
+            "the profile of the Eclipse is not known, so there is no state to go back to");
+}
+
+}  // namespace
+
+}  // namespace cli_test

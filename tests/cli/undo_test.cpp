@@ -1,0 +1,254 @@
+// The history of a profile, and going back in it.
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+const std::string registry = "eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/";
+const std::string journal = "eclipse/configuration/.eclipse-int.runs.json";
+
+std::string profile(const std::vector<std::string>& roots) {
+  std::string units;
+  std::string properties;
+  for (const std::string& root : roots) {
+    const std::string unit = "id='" + root.substr(0, root.find('/')) + "' version='" + root.substr(root.find('/') + 1) + "'";
+    units += "<unit " + unit + "/>";
+    properties += "<iuProperties " + unit +
+                  "><properties><property name='org.eclipse.equinox.p2.type.root' value='true'/></properties></iuProperties>";
+  }
+  return "<profile><units>" + units + "</units><iusProperties>" + properties + "</iusProperties></profile>";
+}
+
+class WithHistory : public ChildCommand {
+ protected:
+  WithHistory() {
+    write_session("install");
+    fs::create_directory("eclipse/configuration");
+    write_state("1731234500000", {"ide/4.0.0"});
+  }
+
+  static void write_state(const std::string& time, const std::vector<std::string>& roots) {
+    fake::write_file(registry + time + ".profile", profile(roots));
+  }
+
+  /// What a director does that leaves this state.
+  static std::string leave(const std::string& time, const std::vector<std::string>& roots) {
+    fake::write_file("prepared-" + time, profile(roots));
+    return "cp prepared-" + time + " " + registry + time + ".profile";
+  }
+
+  Json undo(const std::string& arguments, int status) const {
+    const Outcome outcome = eclipse_int("undo " + arguments + " --json");
+    EXPECT_EQ(outcome.status, status) << outcome.output << outcome.error;
+    return Json::parse(outcome.output);
+  }
+};
+
+using History = WithHistory;
+using Undo = WithHistory;
+
+TEST_F(History, ListsStatesWithTheRunsThatMadeThem) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  script(2, leave("1731234700000", {"ide/4.0.0", "one/2.0.0"}));
+  ASSERT_EQ(eclipse_int("call perform_integration session.json").status, 0);
+  write_state("1731234800000", {"one/2.0.0", "two/1.0.0"});
+  write_state("1731234900000", {"one/2.0.0", "two/1.0.0"});
+  EXPECT_EQ(
+      eclipse_int("history eclipse"),
+      (Outcome{0,
+               "Eclipse DIRECTORY/eclipse/eclipse\n"
+               "  1731234900000 (2024-11-10 10:35:00 UTC): 2 units\n"
+               "    No unit came or went.\n"
+               "  1731234800000 (2024-11-10 10:33:20 UTC): 2 units\n"
+               "    + two 1.0.0\n"
+               "    - ide 4.0.0\n"
+               "  1731234700000 (2024-11-10 10:31:40 UTC): 2 units, by eclipse-int call perform_integration session.json\n"
+               "    ~ one 1.0.0 -> 2.0.0\n"
+               "  1731234600000 (2024-11-10 10:30:00 UTC): 2 units, by eclipse-int run session.json\n"
+               "    + one 1.0.0\n"
+               "  1731234500000 (2024-11-10 10:28:20 UTC): 1 unit\n",
+               ""}));
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n" + install_arguments("one,two") + "\n");
+}
+
+TEST_F(History, IsThereForPrograms) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  const Outcome outcome = eclipse_int("history eclipse/eclipse --json");
+  EXPECT_EQ(outcome.status, 0);
+  const Json result = Json::parse(outcome.output);
+  ASSERT_EQ(result.at("states").size(), 2U);
+  EXPECT_EQ(result.at("states").at(0).at("run"), (Json{{"command", "eclipse-int run session.json"},
+                                                       {"before", "1731234500000"},
+                                                       {"after", "1731234600000"},
+                                                       {"wentBackTo", nullptr}}));
+  EXPECT_EQ(result.at("states").at(0).at("change").at("cameIn"), Json({"one/1.0.0"}));
+  EXPECT_EQ(result.at("states").at(1).at("run"), nullptr);
+  EXPECT_EQ(result.at("error"), nullptr);
+}
+
+TEST_F(History, NamesDamage) {
+  fake::write_file(registry + "1731234600000.profile", "<profile");
+  fake::write_file(journal, "{");
+  const Outcome outcome = eclipse_int("history eclipse");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(outcome.output.find("It is not known which runs made the states: DIRECTORY/" + journal), std::string::npos)
+      << outcome.output;
+  EXPECT_NE(outcome.output.find("  1731234600000 (2024-11-10 10:30:00 UTC): is not well-formed XML\n"), std::string::npos)
+      << outcome.output;
+  EXPECT_NE(outcome.error.find("run: eclipse-int repair"), std::string::npos) << outcome.error;
+  EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0).at("status"), "damaged");
+}
+
+TEST_F(History, NeedsAProfile) {
+  fs::remove_all("eclipse/p2");
+  const Outcome outcome = eclipse_int("history eclipse");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_NE(outcome.error.find("has no p2 profile of its own"), std::string::npos) << outcome.error;
+}
+
+TEST_F(Undo, TakesBackTheLastRun) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  const std::string variables = " --variables v.json --write-variables v.json";
+  ASSERT_EQ(eclipse_int("run session.json" + variables).status, 0);
+  const std::string found =
+      "Eclipse DIRECTORY/eclipse/eclipse\n"
+      "  Back to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
+      "  Taken back: eclipse-int run session.json" +
+      variables + "\n";
+  EXPECT_EQ(eclipse_int("undo session.json --dry-run"),
+            (Outcome{0,
+                     found + "  Changes:\n"
+                             "    - one 1.0.0\n"
+                             "  Note: the run wrote its variables to DIRECTORY/v.json, which stays as it is; --variables and "
+                             "--write-variables with this file let it follow\n"
+                             "  Dry run: nothing was changed.\n",
+                     ""}));
+  script(2, leave("1731234700000", {"ide/4.0.0"}));
+  const Outcome outcome = eclipse_int("undo session.json" + variables);
+  EXPECT_EQ(outcome.status, 0) << outcome.error;
+  EXPECT_TRUE(
+      outcome.output.starts_with(found + "  Changes:\n    - one 1.0.0\n  Command: DIRECTORY/eclipse/eclipse -nosplash "))
+      << outcome.output;
+  EXPECT_TRUE(
+      outcome.output.ends_with(" -revert '1731234500000' 2>&1\n"
+                               "  Variables: CASHED_ECLIPSE_PATH is unset in v.json\n"
+                               "  Done\n"))
+      << outcome.output;
+  EXPECT_NE(outcome.output.find(",file://DIRECTORY/tools/site' -revert "), std::string::npos) << "what has to be fetched";
+  EXPECT_FALSE(Json::parse(content_of("v.json")).contains("CASHED_ECLIPSE_PATH"));
+  EXPECT_TRUE(Json::parse(content_of("v.json")).contains("ECLIPSE_PATH")) << "the others stay";
+  EXPECT_EQ(undo("session.json", 1).at("error"),
+            "no run of eclipse-int is recorded for this Eclipse that could be taken back; name a state");
+}
+
+TEST_F(Undo, TakesBackOneRunAfterTheOther) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  script(2, leave("1731234700000", {"ide/4.0.0", "one/2.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  script(3, leave("1731234800000", {"ide/4.0.0", "one/1.0.0"}));
+  EXPECT_EQ(undo("--eclipse eclipse", 0).at("to"), "1731234600000");
+  script(4, leave("1731234900000", {"ide/4.0.0"}));
+  const Json second = undo("--eclipse eclipse", 0);
+  EXPECT_EQ(second.at("from"), "1731234800000");
+  EXPECT_EQ(second.at("to"), "1731234500000");
+  script(5, leave("1731235000000", {"ide/4.0.0", "one/2.0.0"}));
+  const Json forward = undo("--eclipse eclipse --to 1731234700000", 0);
+  EXPECT_EQ(forward.at("change").at("cameIn"), Json({"one/2.0.0"})) << "and forward again";
+  EXPECT_EQ(undo("--eclipse eclipse --dry-run", 0).at("to"), "1731234600000");
+}
+
+TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChanged) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  write_state("1731234700000", {"ide/4.0.0", "one/1.0.0"});
+  EXPECT_EQ(undo("session.json --dry-run", 0).at("others"), Json::array()) << "nothing came or went";
+  write_state("1731234800000", {"ide/4.0.0", "one/1.0.0", "guest/1.0.0"});
+  const Outcome refused = eclipse_int("undo session.json");
+  EXPECT_EQ(refused, (Outcome{1,
+                              "Eclipse DIRECTORY/eclipse/eclipse\n"
+                              "  Back to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
+                              "  Taken back: eclipse-int run session.json\n"
+                              "  Not made by a known run, and taken back as well: 1731234800000 (2024-11-10 10:33:20 UTC)\n"
+                              "    + guest 1.0.0\n"
+                              "  Changes:\n"
+                              "    - guest 1.0.0\n"
+                              "    - one 1.0.0\n"
+                              "  Error: something that no known run has made would be taken back as well; --force does this\n",
+                              ""}));
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+  script(2, leave("1731234900000", {"ide/4.0.0"}));
+  const Json forced = undo("session.json --force", 0);
+  EXPECT_EQ(forced.at("forced"), true);
+  EXPECT_EQ(forced.at("others").at(0).at("time"), "1731234800000");
+}
+
+TEST_F(Undo, DoesNotStartADirectorForNothing) {
+  script(1, leave("1731234600000", {"ide/4.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  const Outcome outcome = eclipse_int("undo session.json");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_TRUE(outcome.output.ends_with("  Nothing to do: the Eclipse has just these units.\n")) << outcome.output;
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
+TEST_F(Undo, ExplainsWhatTheDirectorDidNotDo) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  script(2, "echo 'Cannot complete the request.'; exit 13");
+  const Json failed = undo("session.json", 1);
+  EXPECT_EQ(failed.at("error"), "the director did not go back: exit code 13");
+  EXPECT_EQ(failed.at("failure").at("layer"), "the launcher");
+  EXPECT_EQ(undo("session.json --dry-run", 0).at("to"), "1731234500000") << "it was not taken back";
+}
+
+TEST_F(Undo, LeavesADamagedProfileToRepair) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  fake::write_file(registry + "1731234700000.profile", "<profile");
+  const Json result = undo("session.json", 1);
+  EXPECT_TRUE(result.contains("profileDamage"));
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
+TEST_F(Undo, LetsTheDirectorEndUnlessASecondSignalComes) {
+  const std::string with_number = "sh -c 'echo $$ > number; exec \"$@\"' -";
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  script(2, "sleep 0.3; kill -s TERM $(cat number); sleep 0.5; kill -s TERM $(cat number); exec sleep 100");
+  const Outcome stopped = eclipse_int("undo session.json --json", with_number);
+  EXPECT_EQ(stopped.status, 143);
+  EXPECT_EQ(Json::parse(stopped.output).at("error"), "SIGTERM stopped the director");
+  script(3, "kill -s TERM $(cat number); sleep 0.5; " + leave("1731234700000", {"ide/4.0.0"}));
+  const Outcome done = eclipse_int("undo session.json", with_number);
+  EXPECT_EQ(done.status, 0) << done.output;
+  EXPECT_NE(done.error.find("waiting for the director to end"), std::string::npos) << done.error;
+}
+
+TEST_F(Undo, NeedsAnEclipse) {
+  EXPECT_EQ(eclipse_int("undo").status, 2);
+  EXPECT_EQ(eclipse_int("undo --eclipse nowhere").status, 2);
+  EXPECT_EQ(eclipse_int("undo session.json --set ECLIPSE_INTEGRATION_CHOICE=none").status, 2);
+  EXPECT_EQ(eclipse_int("undo session.json --write-variables v.json").status, 2);
+  fake::write_file("v.json", "{}");
+  EXPECT_EQ(eclipse_int("undo session.json --variables v.json --write-variables session.json").status, 2);
+}
+
+TEST_F(Undo, WaitsForItsTurn) {
+  const Outcome outcome = eclipse_int("undo session.json", "flock eclipse/configuration/.eclipse-int.lock");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_NE(outcome.error.find("another director is at work"), std::string::npos) << outcome.error;
+}
+
+}  // namespace
+
+}  // namespace cli_test

@@ -1,0 +1,89 @@
+#include "p2/reversion.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "base/file.h"
+#include "fake_host/temporary_directory.h"
+#include "p2/profile_history.h"
+
+namespace eclipse_p2 {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string registry = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/";
+
+std::string profile(const std::string& units) { return "<profile><units>" + units + "</units></profile>"; }
+
+const std::string one = profile("<unit id='a' version='1.0.0'/>");
+const std::string two = profile("<unit id='a' version='2.0.0'/>");
+
+class Revert : public testing::Test {
+ protected:
+  Revert() {
+    write_state("1", one);
+    write_state("2", two);
+  }
+
+  static void write_state(const std::string& time, const std::string& content) {
+    fake::write_file(registry + time + ".profile", content);
+  }
+
+  static void write_director(const std::string& commands) {
+    fake::write_file("ide/eclipse", "#!/bin/sh\necho \"$*\" > arguments\n" + commands + "\n");
+    fs::permissions("ide/eclipse", fs::perms(0755));
+  }
+
+  const fake::TemporaryDirectory directory;
+};
+
+TEST_F(Revert, IsDoneByTheDirector) {
+  write_director("cp " + registry + "1.profile " + registry + "3.profile");
+  const Reversion reversion = revert("ide/eclipse", "1", {"file:///a site"});
+  EXPECT_EQ(reversion.error, "");
+  EXPECT_FALSE(reversion.failure);
+  const std::string arguments = eclipse_base::read_file("arguments", 10'000).bytes;
+  EXPECT_TRUE(arguments.starts_with("-nosplash -nl en -application org.eclipse.equinox.p2.director -repository file:///"));
+  EXPECT_TRUE(arguments.ends_with(",file:///a site -revert 1\n")) << arguments;
+}
+
+TEST_F(Revert, HasARepositoryThatCanBeLoaded) {
+  write_director(
+      "repository=${7#file://}; grep -q '<repository' \"$repository/content.xml\" \"$repository/artifacts.xml\" && cp " +
+      registry + "1.profile " + registry + "3.profile");
+  EXPECT_EQ(revert("ide/eclipse", "1", {}).error, "");
+}
+
+TEST_F(Revert, ExplainsAFailure) {
+  write_director("echo 'Cannot complete.'; exit 13");
+  const Reversion reversion = revert("ide/eclipse", "1", {});
+  EXPECT_EQ(reversion.error, "the director did not go back: exit code 13");
+  EXPECT_TRUE(reversion.failure);
+}
+
+TEST_F(Revert, DoesNotTrustTheDirector) {
+  write_director("true");
+  EXPECT_EQ(revert("ide/eclipse", "1", {}).error, "the director reports success, but these units differ: 2 other units");
+  write_director("printf '<profile' > " + registry + "3.profile");
+  EXPECT_EQ(revert("ide/eclipse", "1", {}).error,
+            "the newest state of the p2 profile, " + directory.path() + "/" + registry + "3.profile, is not well-formed XML");
+}
+
+TEST_F(Revert, IsNotTriedWithoutAWayForward) {
+  write_state("2", profile("<unit id='org.eclipse.equinox.p2.director.app' version='1'/>"));
+  write_state("3", "<profile");
+  const auto state = [](const std::string& time) { return state_of_time("ide", time); };
+  EXPECT_EQ(why_not_revertible(state("2"), state("1")),
+            "the state 1 has no director (org.eclipse.equinox.p2.director.app), so there would be no way forward from it");
+  EXPECT_EQ(why_not_revertible(state("1"), state("2")), "");
+  EXPECT_EQ(why_not_revertible(state("2"), state("2")), "");
+  EXPECT_EQ(why_not_revertible(state("3"), state("1")), "the state 3 of the p2 profile is not well-formed XML");
+  EXPECT_EQ(why_not_revertible(state("2"), state("7")), "the state 7 of the p2 profile is not there");
+}
+
+}  // namespace
+
+}  // namespace eclipse_p2

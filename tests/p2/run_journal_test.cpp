@@ -1,0 +1,68 @@
+#include "p2/run_journal.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "base/file_error.h"
+#include "fake_host/temporary_directory.h"
+
+namespace eclipse_p2 {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string file = "ide/configuration/.eclipse-int.runs.json";
+
+class RunJournalFile : public testing::Test {
+ protected:
+  RunJournalFile() { fs::create_directories("ide/configuration"); }
+
+  const fake::TemporaryDirectory directory;
+};
+
+TEST_F(RunJournalFile, KeepsRuns) {
+  EXPECT_TRUE(read_run_journal("ide").runs.empty());
+  EXPECT_EQ(read_run_journal("ide").error, "");
+  record_run("ide", {"eclipse-int run a", "1", "2", "", {"file:///a", "file:///b"}, {}, "/opt/eclipse", "/v.json"});
+  record_run("ide", {"eclipse-int undo", "2", "3", "1", {"file:///c", "file:///a"}, "/opt/eclipse", {}, ""});
+  const RunJournal journal = read_run_journal("ide");
+  ASSERT_EQ(journal.runs.size(), 2U);
+  EXPECT_EQ(journal.runs[0].command, "eclipse-int run a");
+  EXPECT_EQ(journal.runs[0].cached_before, std::nullopt);
+  EXPECT_EQ(journal.runs[0].cached_after, "/opt/eclipse");
+  EXPECT_EQ(journal.runs[0].variables_file, "/v.json");
+  EXPECT_EQ(journal.runs[1].went_back_to, "1");
+  EXPECT_EQ(journal.runs[1].cached_before, "/opt/eclipse");
+  EXPECT_EQ(journal.runs[1].cached_after, std::nullopt);
+  EXPECT_EQ(journal.run_that_left("3"), &journal.runs[1]);
+  EXPECT_EQ(journal.run_that_left("1"), nullptr);
+  EXPECT_EQ(journal.repositories(), (std::vector<std::string>{"file:///c", "file:///a", "file:///b"}));
+}
+
+TEST_F(RunJournalFile, KeepsNotMoreThanTheNewestRuns) {
+  for (std::size_t i = 0; i <= most_recorded_runs; ++i) record_run("ide", {"run", std::to_string(i), "x", "", {}});
+  const RunJournal journal = read_run_journal("ide");
+  ASSERT_EQ(journal.runs.size(), most_recorded_runs);
+  EXPECT_EQ(journal.runs.front().before, "1");
+}
+
+TEST_F(RunJournalFile, IsMadeAnewWhenItCannotBeRead) {
+  fake::write_file(file, "{\"runs\": [{}]}");
+  EXPECT_NE(read_run_journal("ide").error.find(file + ":1:11: runs[0]: "), std::string::npos) << read_run_journal("ide").error;
+  record_run("ide", {"run", "1", "2", "", {}});
+  EXPECT_EQ(read_run_journal("ide").runs.size(), 1U);
+}
+
+TEST_F(RunJournalFile, DoesNotFollowALink) {
+  fake::write_file("other", "{}");
+  fs::create_symlink(fs::absolute("other"), file);
+  EXPECT_THROW(record_run("ide", {"run", "1", "2", "", {}}), eclipse_base::FileError);
+  EXPECT_NE(read_run_journal("ide").error, "");
+  EXPECT_EQ(fs::file_size("other"), 2U);
+}
+
+}  // namespace
+
+}  // namespace eclipse_p2

@@ -1,0 +1,125 @@
+// run --update and plan --update, with a script in the place of the director. With the real one: tests/director.
+#include <nlohmann/json.hpp>
+
+#include "cli/child_command.h"
+
+namespace cli_test {
+
+namespace {
+
+using Json = nlohmann::json;
+
+const std::string update =
+    "-nosplash -nl en -application org.eclipse.equinox.p2.director -repository file://DIRECTORY/tools/site -u one/1.0.0 "
+    "-i one/2.0.0\n";
+
+class UpdateCommand : public ChildCommand {
+ protected:
+  UpdateCommand() {
+    write_session("modify");
+    write_repository("2.0.0");
+    write_profile("1.0.0");
+  }
+
+  static void write_repository(const std::string& version) {
+    fake::write_file("tools/site/content.xml", "<repository><units><unit id='one' version='" + version +
+                                                   "'/><unit id='two' version='1.0.0'/></units></repository>");
+  }
+
+  static void write_profile(const std::string& version) {
+    fake::write_file("eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
+                     "<profile><units><unit id='one' version='" + version +
+                         "'/></units><iusProperties><iuProperties id='one' version='" + version +
+                         "'><properties><property name='org.eclipse.equinox.p2.type.root' value='true'/></properties>"
+                         "</iuProperties></iusProperties></profile>");
+  }
+};
+
+const std::string refusal =
+    "one 1.0.0 is installed, and the session brings 2.0.0; the director does not replace it, but --update does";
+
+TEST_F(UpdateCommand, IsRecommendedBeforeAnythingIsRun) {
+  for (const std::string mode : {"modify", "install"}) {
+    write_session(mode);
+    const Outcome run = eclipse_int("run session.json --json");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(Json::parse(run.output).at("refusal"), refusal);
+    EXPECT_EQ(Json::parse(run.output).at("update").at("command"), nullptr);
+    const Outcome plan = eclipse_int("plan session.json");
+    EXPECT_EQ(plan.status, 1);
+    EXPECT_NE(plan.output.find("  ~  one  1.0.0 -> 2.0.0  is refused: the director does not replace version 1.0.0, which was "
+                               "installed by name; --update does\n"),
+              std::string::npos)
+        << plan.output;
+    EXPECT_NE(plan.output.find("\nThe run would be refused\n  " + refusal + "\n"), std::string::npos) << plan.output;
+  }
+  EXPECT_EQ(Json::parse(eclipse_int("plan session.json --json").output).at("update").at("refusal"), refusal);
+  EXPECT_EQ(director_calls(), "");
+}
+
+TEST_F(UpdateCommand, IsOneCommandBeforeThatOfThePlugIn) {
+  const Outcome plan = eclipse_int("plan session.json --update");
+  EXPECT_EQ(plan.status, 0);
+  EXPECT_NE(plan.output.find("  ~  one  1.0.0 -> 2.0.0  updated\n"), std::string::npos) << plan.output;
+  EXPECT_NE(plan.output.find("\nCommand of the update, before all others\n  DIRECTORY/eclipse/eclipse -nosplash "),
+            std::string::npos)
+      << plan.output;
+  const Outcome run = eclipse_int("run session.json --update");
+  EXPECT_EQ(run.status, 0);
+  EXPECT_TRUE(run.output.ends_with("\nUpdated:\n  ~ one 1.0.0 -> 2.0.0\n")) << run.output;
+  EXPECT_EQ(director_calls(), update + install_arguments("one,two") + "\n");
+}
+
+TEST_F(UpdateCommand, IsThereForPrograms) {
+  const Json plan = Json::parse(eclipse_int("plan session.json --update --json").output);
+  const Json run = Json::parse(eclipse_int("run session.json --update --json").output);
+  EXPECT_EQ(plan.at("update").at("refusal"), nullptr);
+  EXPECT_EQ(plan.at("update").at("replacements"), run.at("update").at("replacements"));
+  EXPECT_EQ(run.at("update").at("replacements"),
+            Json::parse("[{\"unit\": \"one\", \"installed\": \"1.0.0\", \"version\": \"2.0.0\", \"downgrade\": false, "
+                        "\"location\": \"DIRECTORY/tools/etc/eclipse/tools.txt:2\"}]"));
+  EXPECT_EQ(run.at("update").at("command"), plan.at("update").at("command"));
+  ASSERT_EQ(run.at("commands").size(), 2U);
+  EXPECT_EQ(run.at("commands").at(0).at("action"), "update");
+  EXPECT_EQ(run.at("commands").at(0).at("command"), run.at("update").at("command"));
+}
+
+TEST_F(UpdateCommand, ThatFailsLeavesEverythingAsItIs) {
+  script(1, "echo 'Cannot complete the install.'; echo held > eclipse/configuration/1.log; exit 13");
+  const Outcome run = eclipse_int("run session.json --update");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.output.find("Refused: the director did not update the features, and nothing was changed\n  Why: "),
+            std::string::npos)
+      << run.output;
+  EXPECT_EQ(director_calls(), update);
+}
+
+TEST_F(UpdateCommand, EndsWithASignal) {
+  script(1, "kill -s TERM $(cat number); sleep 0.3");
+  const Outcome run = eclipse_int("run session.json --update", "sh -c 'echo $$ > number; exec \"$@\"' -");
+  EXPECT_EQ(run.status, 143);
+  EXPECT_EQ(director_calls(), update) << "no other director is started";
+}
+
+TEST_F(UpdateCommand, IsNoDowngradeUnlessThatIsAllowed) {
+  write_profile("3.0.0");
+  const Outcome refused = eclipse_int("run session.json --update --json");
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(Json::parse(refused.output).at("refusal"),
+            "one 3.0.0 is installed, and the session brings only 2.0.0; --allow-downgrade goes back to it");
+  EXPECT_EQ(director_calls(), "");
+  EXPECT_EQ(eclipse_int("run session.json --update --allow-downgrade").status, 0);
+  EXPECT_NE(director_calls().find(" -u one/3.0.0 -i one/2.0.0\n"), std::string::npos);
+  EXPECT_EQ(eclipse_int("run session.json --allow-downgrade").status, 2);
+  EXPECT_EQ(eclipse_int("run session.json --update --resolve").status, 2);
+}
+
+TEST_F(UpdateCommand, IsNothingWhenThereIsNothingToReplace) {
+  write_profile("2.0.0");
+  EXPECT_EQ(eclipse_int("run session.json --update").status, 0);
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
+}  // namespace
+
+}  // namespace cli_test

@@ -1,0 +1,104 @@
+#include "update/update.h"
+
+#include <gtest/gtest.h>
+
+namespace eclipse_update {
+
+namespace {
+
+using eclipse_p2::InstalledUnits;
+using eclipse_p2::Unit;
+using eclipse_plan::Offer;
+using eclipse_plan::Plan;
+using eclipse_plan::PlannedRecord;
+
+Plan plan(const std::vector<std::string>& features) {
+  Plan plan;
+  plan.executable = "/opt/eclipse";
+  plan.repositories = {"\"jar:file:///b.zip!/\"", "file:///a"};
+  for (const std::string& feature : features) {
+    PlannedRecord& record = plan.records.emplace_back();
+    record.file = "p";
+    record.line = plan.records.size();
+    record.config.feature = feature;
+    record.slot = static_cast<std::int64_t>(plan.records.size());
+    record.status = eclipse_plan::RecordStatus::listed;
+  }
+  return plan;
+}
+
+Offer offer(eclipse_p2::UnitVersions units) {
+  Offer offer;
+  offer.units = std::move(units);
+  return offer;
+}
+
+/// "older" and "newer" by name, "along" with "older".
+const InstalledUnits installed = eclipse_p2::installed_of(
+    {{"older", "1.0.0", {}, true}, {"newer", "3.0.0", {}, true}, {"same", "2.0.0", {}, true}, {"along", "1.0.0", {"older"}}});
+
+const Offer of_several_sites = offer({{"older", {"1.0.0", "1.5.0", "2.0.0"}},
+                                      {"newer", {"2.0.0"}},
+                                      {"same", {"2.0.0"}},
+                                      {"along", {"2.0.0"}},
+                                      {"new", {"1.0.0"}}});
+
+std::vector<std::string> texts_of(const std::vector<Replacement>& replacements) {
+  std::vector<std::string> texts;
+  for (const Replacement& each : replacements) {
+    texts.push_back(text_of(each.installed) + " -> " + text_of(each.offered) + (each.is_downgrade ? " down" : "") + " " +
+                    each.place);
+  }
+  return texts;
+}
+
+using Texts = std::vector<std::string>;
+
+TEST(Update, ReplacesRootsByTheHighestVersionOfAllSites) {
+  const auto replacements =
+      replacements_for(plan({"older", "newer", "same,along", "new", "older"}), of_several_sites, installed);
+  EXPECT_EQ(texts_of(replacements), (Texts{"older/1.0.0 -> older/2.0.0 p:1", "newer/3.0.0 -> newer/2.0.0 down p:2"}));
+}
+
+TEST(Update, KeepsToAVersionThatIsNamed) {
+  EXPECT_EQ(texts_of(replacements_for(plan({"older/1.5.0"}), of_several_sites, installed)),
+            (Texts{"older/1.0.0 -> older/1.5.0 p:1"}));
+  EXPECT_EQ(texts_of(replacements_for(plan({"older/1.0"}), of_several_sites, installed)), Texts());
+  EXPECT_EQ(texts_of(replacements_for(plan({"older/7"}), of_several_sites, installed)), Texts()) << "nobody offers it";
+}
+
+TEST(Update, IsNoMatterOfRemovalsAndUnknownInstances) {
+  Plan removal = plan({"older"});
+  removal.is_removal = true;
+  EXPECT_TRUE(replacements_for(removal, of_several_sites, installed).empty());
+  EXPECT_TRUE(replacements_for(plan({"older"}), of_several_sites, {installed.roots, std::nullopt}).empty());
+}
+
+TEST(Update, IsAskedForWhenAVersionIsOlder) {
+  const auto older = replacements_for(plan({"older"}), of_several_sites, installed);
+  EXPECT_EQ(refusal_for(older, {}),
+            "older 1.0.0 is installed, and the session brings 2.0.0; the director does not replace it, but --update does");
+  EXPECT_EQ(refusal_for(older, {true, false}), "");
+}
+
+TEST(Update, GoesToALowerVersionOnlyOnRequest) {
+  const auto newer = replacements_for(plan({"newer"}), of_several_sites, installed);
+  EXPECT_EQ(refusal_for(newer, {}), "") << "up to the director";
+  EXPECT_EQ(refusal_for(newer, {true, false}),
+            "newer 3.0.0 is installed, and the session brings only 2.0.0; --allow-downgrade goes back to it");
+  EXPECT_EQ(refusal_for(newer, {true, true}), "");
+  EXPECT_EQ(refusal_for(replacements_for(plan({"older", "newer"}), of_several_sites, installed), {}),
+            "older 1.0.0 is installed, and the session brings 2.0.0; the director does not replace it, but --update does (with "
+            "--allow-downgrade, since newer 3.0.0 is installed, and the session brings only 2.0.0)");
+}
+
+TEST(Update, IsOneCommand) {
+  const Plan both = plan({"older", "newer"});
+  EXPECT_EQ(update_command(both, replacements_for(both, of_several_sites, installed)),
+            "/opt/eclipse -nosplash -nl en -application org.eclipse.equinox.p2.director -repository "
+            "'jar:file:///b.zip!/,file:///a' -u 'older/1.0.0,newer/3.0.0' -i 'older/2.0.0,newer/2.0.0' 2>&1");
+}
+
+}  // namespace
+
+}  // namespace eclipse_update
