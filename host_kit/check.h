@@ -1,4 +1,4 @@
-// One check of a host: what it promises, what it costs to break the promise, and how to find out.
+// One check of a host: the promise, the harm if the host breaks it, and how to find out.
 #ifndef ECLIPSE_INT_HOST_KIT_CHECK_H
 #define ECLIPSE_INT_HOST_KIT_CHECK_H
 

@@ -1,5 +1,4 @@
-// How "eclipse-int check-host" and the library that it makes a host load speak with each other: by variables of the environment
-// and one file.
+// How "eclipse-int check-host" and the library that it makes a host load communicate: by environment variables and one file.
 #ifndef ECLIPSE_INT_HOST_KIT_ENVIRONMENT_H
 #define ECLIPSE_INT_HOST_KIT_ENVIRONMENT_H
 

@@ -14,8 +14,8 @@ struct ChildEnd {
 };
 
 /// Calls `function` in a child that is a copy of this process: with one thread, in a process group of its own, with an empty
-/// standard input, with its outputs in the file `outputs`, and with limits of processor time and memory. Ends the child and all
-/// that it started after so many seconds.
+/// standard input, with its outputs in the file `outputs`, and with limits of processor time and memory. After `seconds`, ends
+/// the child and all that it started.
 ChildEnd run_in_child(const std::function<std::string()>& function, unsigned seconds, const std::string& outputs);
 
 }  // namespace host_kit

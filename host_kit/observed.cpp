@@ -100,7 +100,7 @@ std::vector<Component*> observed_components(TSD*) OBSERVED("_ZN3TSD10componentsE
 std::vector<Component*> observed_components(TSD* catalogue) {
   std::vector<Component*> components = catalogue->components();
   note("observed/catalogue", components == catalogue->components(), "TSD::components(), asked again, gives the same list",
-       "another list");
+       "a different list");
   return components;
 }
 
@@ -110,7 +110,7 @@ Provider* observed_provider(Component* component) {
   if (provider != nullptr && !component->code.empty()) {
     Package* const package = provider->findPackage("", component->code, "");
     note("observed/packages", package == provider->findPackage("", component->code, ""),
-         "findPackage() of " + shown(component->code) + ", asked again, gives the same record", "another one");
+         "findPackage() of " + shown(component->code) + ", asked again, gives the same record", "a different one");
   }
   return provider;
 }

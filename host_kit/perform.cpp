@@ -199,7 +199,7 @@ std::vector<Result> observed_results(const std::vector<const Check*>& checks, co
       result.reason = "waits for the checks that fail";
     } else if (observation.calls == 0) {
       result.outcome = Outcome::skipped;
-      result.reason = "the host's own run did not call it";
+      result.reason = "the host did not call it in its own run";
     } else if (observation.breach) {
       result.outcome = Outcome::fails;
       result.failure = *observation.breach;
@@ -211,7 +211,7 @@ std::vector<Result> observed_results(const std::vector<const Check*>& checks, co
 
 std::map<std::string, std::string> read_waivers(const std::string& file) {
   std::ifstream lines(file);
-  if (!lines) throw std::invalid_argument(file + ": cannot be read; give a file with lines \"NAME REASON\"");
+  if (!lines) throw std::invalid_argument(file + ": cannot be read; give a file whose lines are \"NAME REASON\"");
   std::map<std::string, std::string> waivers;
   std::size_t number = 0;
   for (std::string line; std::getline(lines, line);) {

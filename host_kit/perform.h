@@ -22,7 +22,7 @@ struct Result {
   std::string reason;  ///< of one that was skipped
   double seconds = 0;
   std::string waiver;  ///< why its failure is accepted; empty if it is not
-  bool waits = false;  ///< skipped because of another one that fails
+  bool waits = false;  ///< skipped because another check failed
 };
 
 /// Whether a result is an error: a must that does not hold and is not waived.

@@ -1,4 +1,4 @@
-// The library that a host loads in the place of the plug-in: it has the same actions. The first one that the host calls checks
+// The library that a host loads in place of the plug-in: it has the same actions. The first one that the host calls checks
 // the host; then each does what the plug-in does, and what the host answers is observed.
 #include <unistd.h>
 
@@ -160,7 +160,7 @@ class HostCheck {
   /// A host that cannot be checked must not go on: its user wants no installation.
   [[noreturn]] static void give_up(const std::string& why) {
     write_progress("2" + why);
-    if (setting(environment::progress).empty()) std::cerr << "eclipse_int check of the host: " << why << std::endl;
+    if (setting(environment::progress).empty()) std::cerr << "eclipse_int: the host cannot be checked: " << why << std::endl;
     end_host(2);
   }
 

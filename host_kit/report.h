@@ -13,11 +13,11 @@ namespace host_kit {
 /// "must", "should" or "may".
 std::string_view level_name(Level level);
 
-/// For people: what fails in full, what was skipped with the reason, and the numbers.
+/// For people: each failure in full, each skipped check with the reason, and the numbers.
 void write_text(std::ostream& out, const std::vector<Result>& results);
 /// Test Anything Protocol, version 13. What should or may hold and does not is marked "TODO", which is not a failure there.
 void write_tap(std::ostream& out, const std::vector<Result>& results);
-/// JUnit XML. What should or may hold and does not counts as skipped, with what was found in its message.
+/// JUnit XML. A failed "should" or "may" check counts as skipped, with its fields in the output of the test case.
 void write_junit(std::ostream& out, const std::vector<Result>& results);
 
 using WriteReport = void (*)(std::ostream& out, const std::vector<Result>& results);

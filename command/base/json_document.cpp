@@ -171,7 +171,7 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
   JsonValue& add(JsonKind kind, std::size_t end) {
     if (++count_ > largest::json_values) {
       const std::string most = std::to_string(largest::json_values);
-      document_.fail(start_of_token(text_, end), "", "has more than " + most + " values; take values away");
+      document_.fail(start_of_token(text_, end), "", "has more than " + most + " values; remove some");
     }
     JsonValue& value = open_.empty() ? root_ : open_.back().value->children.emplace_back();
     value.kind = kind;
@@ -192,7 +192,7 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
 
   bool open(JsonKind kind) {
     if (open_.size() == deepest_level) {
-      const std::string message = "is nested deeper than " + std::to_string(deepest_level) + " levels here; remove levels";
+      const std::string message = "is nested deeper than " + std::to_string(deepest_level) + " levels here; remove some";
       document_.fail(read_so_far() - 1, "", message);
     }
     // Stays where it is until it is closed: only then does the array that contains it grow.

@@ -7,7 +7,7 @@
 
 namespace eclipse_base {
 
-/// A document as it is printed: indented, in ASCII, with a line feed at its end, and U+FFFD in the place of bytes that are not
+/// A document as it is printed: indented, in ASCII, with a line feed at its end, and U+FFFD in place of bytes that are not
 /// UTF-8.
 std::string json_text(const nlohmann::ordered_json& document);
 

@@ -30,13 +30,13 @@ constexpr const char* examples =
     "  eclipse-int check-host -- ./installer --silent\n"
     "      Check an installer that loads the plug-in by its name.\n"
     "  eclipse-int check-host -- ./installer --plugin {plugin}\n"
-    "      Check an installer that is given the path of the plug-in.\n"
+    "      Check an installer that takes the path of the plug-in.\n"
     "  eclipse-int check-host --only get_file --in-process -- gdb --args ./installer\n"
-    "      Look at one operation with a debugger.\n"
+    "      Debug one operation.\n"
     "  eclipse-int check-host --checks-only --junit host.xml -- ./installer\n"
     "      For continuous integration: end the installer after the checks, and write JUnit XML as well.\n"
     "  eclipse-int check-host --list\n"
-    "      List all checks, with what each one checks.\n";
+    "      List all checks, with the promise that each one checks.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
@@ -180,13 +180,13 @@ int report(const ReportDirectory& directory, int status) {
   const std::string host = "check-host: the host " + how_it_ended(status);
   if (progress.starts_with("2")) throw UsageError("check-host: " + progress.substr(1));
   if (progress.starts_with("checking")) {
-    print_message(host + " while it was checked by " + progress.substr(progress.find(' ') + 1));
+    print_message(host + " during the check " + progress.substr(progress.find(' ') + 1));
     return 1;
   }
   if (progress != "0" && progress != "1") {
     print_message(host + (progress.empty()
                               ? " and did not load libeclipse_int.so from the directory of the checks.\nIf it loads "
-                                "the plug-in by a path, write {plugin} in the place of this path in its command. A "
+                                "the plug-in by a path, write {plugin} instead of this path in its command. A "
                                 "DT_RPATH, or a set-user-ID bit, makes the loader ignore LD_LIBRARY_PATH."
                               : ", and loaded the plug-in, but called none of its actions."));
     return 2;
@@ -198,7 +198,7 @@ int report(const ReportDirectory& directory, int status) {
 
 int perform(const CheckHostOptions& options) {
   if (options.list) return list_checks(options.format);
-  if (options.command.empty()) throw UsageError("COMMAND: the command that starts the host is missing; write it behind \"--\"");
+  if (options.command.empty()) throw UsageError("COMMAND: the command that starts the host is missing; write it after \"--\"");
   const std::filesystem::path library = checking_library();
   std::vector<std::string> command;
   for (const std::string& word : options.command)
@@ -212,14 +212,14 @@ int perform(const CheckHostOptions& options) {
 
 Subcommand add_check_host(CLI::App& program) {
   CLI::App& parser = *program.add_subcommand("check-host",
-                                             "Check whether an installer host keeps what the host interface promises:\n"
-                                             "run it with a library that checks it in the place of the plug-in");
+                                             "Check whether an installer host keeps the promises of the host interface:\n"
+                                             "run it with a library that checks it in place of the plug-in");
   const auto options = std::make_shared<CheckHostOptions>();
   parser
       .add_option("COMMAND", options->command,
                   "The command that runs the host, after \"--\"; {plugin} in it becomes\nthe path of the library")
       ->option_text("ARGS...");
-  parser.add_option("--only", options->only, "Perform this check, or the checks of this group; repeatable [all checks]")
+  parser.add_option("--only", options->only, "Perform this check, or the checks of this group; may be repeated [all checks]")
       ->type_name("NAME")
       ->allow_extra_args(false);
   parser.add_flag("--list", options->list, "List all checks with their levels and promises, and exit");
@@ -230,16 +230,16 @@ Subcommand add_check_host(CLI::App& program) {
   parser.add_flag("--drill", options->drill,
                   "After the checks, let the first action throw an exception, as it\ndoes when memory runs out, and see "
                   "whether the host catches it");
-  parser.add_option("--seconds", options->seconds, "How long a check may take [10]")
+  parser.add_option("--seconds", options->seconds, "End a check that takes longer than N seconds, 1 to 3600 [10]")
       ->type_name("N")
-      ->check(CLI::Range(1, 3600));
+      ->check(CLI::Range(1, 3600).description(""));
   parser.add_option("--format", options->format, "Print the report as text, tap or junit; with --list, text or names [text]")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "tap", "junit", "names"}));
+      ->check(CLI::IsMember({"text", "tap", "junit", "names"}).description(""));
   parser.add_option("--junit", options->junit, "Write the report to FILE as well, in JUnit XML")->type_name("FILE");
   parser
       .add_option("--log", options->log,
-                  "The file to which the host writes its log [looked for in its open files\nand in what it prints]")
+                  "Read the log of the host from FILE [searched for in the open files and\nthe output of the host]")
       ->type_name("FILE");
   parser.add_option("--waivers", options->waivers, "Accept the failures that FILE lists, each with a reason: NAME REASON")
       ->type_name("FILE");

@@ -33,8 +33,8 @@ constexpr const char* program_examples =
 constexpr const char* program_exit_status =
     "Exit status:\n"
     "  0  success\n"
-    "  1  the integration failed or was refused, or a check found something\n"
-    "  2  an error in the input or the arguments, or output could not be written\n"
+    "  1  the integration failed or was refused, or there is something to fix\n"
+    "  2  an error in an input or the arguments, or output could not be written\n"
     "  128 + N  signal N ended the command\n";
 
 /// The parser's own usage line does not show the order of the arguments.

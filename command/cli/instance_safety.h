@@ -11,8 +11,8 @@
 
 namespace eclipse_cli {
 
-/// Locks the instance of an executable; without one there is nothing to lock. Waits so many seconds for a director that is at
-/// work on it, and says for whom. Warns about an instance that cannot be locked. Throws eclipse_p2::InstanceInUse, with the
+/// Locks the instance of an executable; without one there is nothing to lock. Waits at most this long for a director that is
+/// at work on it, and says for whom. Warns about an instance that cannot be locked. Throws eclipse_p2::InstanceInUse, with the
 /// fix.
 std::unique_ptr<eclipse_p2::InstanceLock> lock_instance(const std::string& executable, double seconds);
 

@@ -26,9 +26,9 @@ constexpr const char* examples =
     "  eclipse-int list tools/sites/alpha tools/sites/beta.zip\n"
     "      List the features of a directory and of an archive.\n"
     "  eclipse-int list --all tools/sites/alpha\n"
-    "      List categories, bundles and all other units, too.\n"
+    "      List all units, including categories and bundles.\n"
     "  eclipse-int list --json tools/sites/alpha | jq -r '.repositories[].units[].id'\n"
-    "      Machine-readable output.\n";
+    "      Print only the ids, with the help of jq.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
@@ -188,8 +188,8 @@ Subcommand add_list(CLI::App& program) {
   parser->add_option("REPOSITORY", options->paths, "Directories and archives that are p2 repositories")
       ->required()
       ->option_text("...");
-  parser->add_flag("--all", options->all, "List every unit: categories, bundles and others, too");
-  parser->add_flag("--json", options->json, "Machine-readable output: print one JSON document");
+  parser->add_flag("--all", options->all, "List every unit, including categories and bundles");
+  parser->add_flag("--json", options->json, "Print one JSON document, and nothing else");
   set_help(*parser, "eclipse-int list REPOSITORY... [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }

@@ -39,7 +39,8 @@ int perform(const NewOptions& options) {
     std::cout << drafted_session(directory, options.session);
     return 0;
   }
-  if (options.session.eclipse || options.session.removes) throw UsageError("--eclipse and --remove are for --session; add it");
+  if (options.session.eclipse || options.session.removes)
+    throw UsageError("--eclipse and --remove need --session; add it, or leave them out");
   eclipse_p2::Repositories repositories;
   const DescriptorDraft draft =
       draft_descriptor(repositories, directory, options.all ? OfferedFeatures::all : OfferedFeatures::in_categories);
@@ -57,10 +58,9 @@ Subcommand add_new(CLI::App& program) {
       "new", "Print a descriptor file for the p2 repositories (update sites) in a component's directory");
   const auto options = std::make_shared<NewOptions>();
   parser->add_option("DIRECTORY", options->session.session, "The component's directory")->required()->option_text(" ");
-  parser->add_flag("--all", options->all, "List all features, not only those in categories");
-  parser->add_flag(
-      "--session", options->drafts_session,
-      "Print a session file instead, which installs the features of the\ncomponents in DIRECTORY; needs --eclipse");
+  parser->add_flag("--all", options->all, "List all features [of a repository with categories, only those in them]");
+  parser->add_flag("--session", options->drafts_session,
+                   "Print a session file instead, for the features of the components\nin DIRECTORY; needs --eclipse");
   add_directory_options(*parser, options->session);
   add_plugin_option(*parser, options->session);
   set_help(*parser, "eclipse-int new DIRECTORY [OPTIONS]", examples, exit_status);

@@ -23,19 +23,19 @@ constexpr const char* examples =
     "  eclipse-int repair /opt/eclipse/eclipse --dry-run\n"
     "      Show which states of the p2 profile are damaged, and what would be moved aside.\n"
     "  eclipse-int repair /opt/eclipse/eclipse\n"
-    "      Move the damaged newest states aside, and check whether the Eclipse answers.\n"
+    "      Move the damaged newest states aside, and check whether the director answers.\n"
     "  eclipse-int repair /opt/eclipse --to 1731234567890\n"
     "      Go back to the state that was written at this time.\n"
     "\n"
-    "p2 keeps each state of the profile, which records what is installed, in a file of its own, and starts from\n"
-    "the newest one. A director that is stopped while it writes this file leaves a damaged one, and then every\n"
+    "p2 keeps each state of the profile, which records what is installed, in a separate file, and starts from\n"
+    "the newest one. A director that is stopped while it writes this file leaves it damaged, and then every\n"
     "director fails. This command renames such a file to TIME.profile.gz.damaged. It deletes nothing.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
-    "  0  the Eclipse answers, and the newest state of its profile is not damaged\n"
-    "  1  it does not answer, or its profile is still damaged; with --dry-run: there is something to repair\n"
-    "  2  an error in the arguments, or another director is at work on the Eclipse\n"
+    "  0  the director answers, and the newest state of the profile is not damaged\n"
+    "  1  it does not answer, or the profile is still damaged; with --dry-run: there is something to repair\n"
+    "  2  an error in the arguments, or another director is at work on the Eclipse instance\n"
     "  128 + N  signal N ended the command\n";
 
 struct RepairOptions {
@@ -81,7 +81,7 @@ int perform_repair(Repair& repair, const RepairOptions& options) {
   } catch (const eclipse_p2::InstanceError& error) {
     repair.error = error.what();
   } catch (const Interrupted& interrupted) {
-    repair.error = "interrupted by " + interrupted.name() + " before the Eclipse had answered";
+    repair.error = "interrupted by " + interrupted.name() + " before the director had answered";
     return interrupted.exit_status();
   }
   return exit_status_of(repair);
@@ -104,18 +104,17 @@ int perform(const RepairOptions& options) {
 
 Subcommand add_repair(CLI::App& program) {
   CLI::App* const parser =
-      program.add_subcommand("repair", "Move damaged states of the p2 profile aside, so that the Eclipse can be used again");
+      program.add_subcommand("repair", "Move damaged states of the p2 profile aside, so that the instance works again");
   const auto options = std::make_shared<RepairOptions>();
   add_eclipse_argument(*parser, options->eclipse);
   parser
       ->add_option("--to", options->to,
-                   "Go back to the state of this time, even if newer ones are not damaged\n"
-                   "[default: the newest one that is not damaged]")
+                   "Go back to the state of this time, even if newer states are not damaged\n"
+                   "[default: the newest state that is not damaged]")
       ->type_name("TIME");
   parser->add_flag("--dry-run", options->dry_run, "Show what would be moved aside; move nothing and start no director");
   add_wait_option(*parser, options->wait);
-  parser->add_flag("--json", options->json,
-                   "Machine-readable output: print one JSON document with what was found and done,\nand nothing else");
+  parser->add_flag("--json", options->json, "Print one JSON document with what was found and done, and nothing else");
   set_help(*parser, "eclipse-int repair ECLIPSE [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }

@@ -47,7 +47,7 @@ std::string repair_text(const Repair& repair) {
   if (repair.lost) text += text_of(*repair.lost, repair.executable);
   if (!repair.error.empty()) text += "  Error: " + repair.error + "\n";
   if (!repair.roots) return text;
-  text += "  The Eclipse answers. Installed by name:\n";
+  text += "  The director answers. Installed by name:\n";
   for (const Unit& root : *repair.roots) text += "    " + printable(eclipse_p2::text_of(root)) + "\n";
   return text;
 }

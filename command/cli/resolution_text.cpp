@@ -64,8 +64,8 @@ std::string notes_on(const Resolution& resolution) {
   for (const std::string& limit : limits_of(resolution)) text += "  Not checked: " + limit + "\n";
   if (!resolution.is_on_copy) {
     text +=
-        "  The director was asked on the instance itself, since its profile is not where it usually is: it may have written a "
-        "log and\n  caches into its configuration directory, and changed nothing else.\n";
+        "  The director worked on the instance itself, because its profile is not in the usual place: it may have written a "
+        "log and\n  caches into the configuration directory, and changed nothing else.\n";
   }
   return text;
 }
@@ -91,7 +91,7 @@ Texts limits_of(const Resolution& resolution) {
     limits.emplace_back(
         "whether the files of the features can be fetched and are intact; the director only reads metadata here");
   }
-  limits.emplace_back("whether the instance can be written, and has the space");
+  limits.emplace_back("whether the instance can be written and has enough space");
   if (!resolution.each.empty() && !resolution.is_removal) {
     limits.emplace_back("what each feature changes for those after it, when the run tries them one by one");
   }

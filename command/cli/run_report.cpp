@@ -25,7 +25,7 @@ using namespace eclipse_host;
 constexpr std::string_view output_indent = "    ";
 constexpr PrintableForm output_form = {.tab = "    ", .line_feed = "\n"};
 constexpr const char* held_outputs =
-    "the director has ended, but a process that it started in the background holds its output open; waiting for that process";
+    "the director has ended, but a background process that it started keeps its output open; waiting for that process";
 constexpr int most_waits = 8;  ///< for a reader, after a signal, four a second
 
 std::string in_seconds(double seconds) {

@@ -61,8 +61,8 @@ std::shared_ptr<const JsonDocument> session_document(const std::string& path, co
   if (is_component_directory(path)) return std::make_shared<const JsonDocument>(path, drafted_session(path, options));
   for (const auto& [is_given, option] : {std::pair(options.eclipse.has_value(), "--eclipse"), {options.removes, "--remove"}}) {
     if (is_given) {
-      throw UsageError(std::string(option) + ": only for a directory of components; " + printable(path) +
-                       " must say this itself as a session file");
+      throw UsageError(std::string(option) + ": only for a directory of components; set this in the session file " +
+                       printable(path) + " instead");
     }
   }
   return std::make_shared<const JsonDocument>(path);

@@ -12,10 +12,10 @@ constexpr const char* exit_status_of_runs =
     "Exit status:\n"
     "  0  success\n"
     "  1  the integration failed or was refused\n"
-    "  2  an error in the session or the arguments, or another director is at work on the Eclipse, and nothing\n"
-    "     was run; or the run succeeded, but a file or standard output could not be written (a message says\n"
-    "     which)\n"
-    "  128 + N  signal N ended the run; the running director ended its command, unless the signal came twice\n";
+    "  2  nothing was run, because of an error in the session or the arguments, or because another director is\n"
+    "     at work on the Eclipse instance; or the run succeeded, but a file or standard output could not be\n"
+    "     written (a message says which)\n"
+    "  128 + N  signal N ended the run; the running director completed its command, unless the signal came twice\n";
 
 std::string error_in_setting(const std::string& setting) {
   const std::size_t equals = setting.find('=');
@@ -34,17 +34,19 @@ void add_session_file(CLI::App& command, SessionOptions& options) {
 
 void add_directory_options(CLI::App& command, SessionOptions& options) {
   command
-      .add_option(
-          "--eclipse", options.eclipse,
-          "For a directory of components: the Eclipse to use, its executable or its\ndirectory; all components are selected")
+      .add_option("--eclipse", options.eclipse,
+                  "Use the Eclipse instance with this executable or in this directory; only for a\n"
+                  "directory of components, all of which are then selected")
       ->type_name("PATH");
-  command.add_flag("--remove", options.removes, "For a directory of components: remove their features instead");
+  command.add_flag("--remove", options.removes,
+                   "Remove the features instead of installing them; only for a directory of\ncomponents");
 }
 
 void add_input_options(CLI::App& command, SessionOptions& options, const std::string& about_variables) {
   command
       .add_option("--set", options.settings,
-                  "Set a session variable; overrides the session file.\nRepeatable; the last value of a variable wins")
+                  "Set a session variable; overrides the session file and --variables.\n"
+                  "May be repeated; the last value of a variable wins")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false)
       ->check(CLI::Validator(error_in_setting, "", ""));
@@ -58,19 +60,16 @@ void add_plugin_option(CLI::App& command, SessionOptions& options) {
 }
 
 void add_wait_option(CLI::App& command, double& seconds) {
-  command
-      .add_option("--wait", seconds,
-                  "Wait up to so many seconds while another director works on the same Eclipse\ninstance [0]")
+  command.add_option("--wait", seconds, "Wait at most this long while another director works on the same Eclipse instance [0]")
       ->type_name("SECONDS")
-      ->check(CLI::NonNegativeNumber);
+      ->check(CLI::NonNegativeNumber.description(""));
 }
 
 namespace {
 
 void add_json_option(CLI::App& command, SessionOptions& options, const std::string& content) {
   command.add_flag("--json", options.json,
-                   "Machine-readable output: print one JSON document with " + content +
-                       ",\nand nothing else; bytes that are not UTF-8 become U+FFFD");
+                   "Print one JSON document with " + content + ", and nothing else;\nbytes that are not UTF-8 become U+FFFD");
 }
 
 /// The options of a subcommand that only reads a session.
@@ -118,8 +117,8 @@ Subcommand add_run(CLI::App& program) {
   const auto how = std::make_shared<RunOptions>();
   add_session_file(parser, *options);
   parser.add_flag("--resolve", how->resolves,
-                  "Ask the director first whether it would install or remove all features (see\n\"plan --resolve\"), and run "
-                  "nothing if it would not");
+                  "Ask the director first whether it would install or remove all features, as\n"
+                  "\"plan --resolve\" does, and run nothing if it would not");
   add_update_options(parser, how->update);
   parser.add_flag(
       "--all-or-nothing", how->all_or_nothing,
@@ -146,10 +145,10 @@ Subcommand add_run(CLI::App& program) {
            "  eclipse-int run install.json --all-or-nothing\n"
            "      Install all features, or leave the Eclipse as it was.\n"
            "  eclipse-int run uninstall.json --json --log uninstall.log > result.json\n"
-           "      Machine-readable output.\n",
+           "      Write the result for another program, and the log to a file.\n",
            std::string(exit_status_of_runs) +
                "With --resolve also:\n"
-               "  1  the director would not do everything, and nothing was run\n"
+               "  1  the director would not install or remove all features, so nothing was run\n"
                "With --all-or-nothing also:\n"
                "  1  not all features went in or out, and the Eclipse was brought back to the state before the run, or a\n"
                "     message says why not\n"
@@ -188,41 +187,40 @@ Subcommand add_plan(CLI::App& program) {
   CLI::App& parser = *program.add_subcommand(
       "plan",
       "Show what a run of a session would do, feature by feature, without changing or running anything:\n"
-      "+ is installed, = is there already, ~ is there in another version, - is removed, ! fails");
+      "+ to be installed, = already there, ~ there in another version, - to be removed, ! will fail");
   const auto options = std::make_shared<SessionOptions>();
   const auto how = std::make_shared<PlanOptions>();
   add_session_file(parser, *options);
-  parser.add_flag(
-      "--resolve", how->resolves,
-      "Ask the director of the Eclipse instance whether it would install or remove all features,\nand if not, which "
-      "of them and why. It runs on a copy of the profile and changes nothing,\nand takes some seconds for each "
-      "question");
+  parser.add_flag("--resolve", how->resolves,
+                  "Ask the director of the Eclipse instance whether it would install or remove all features,\n"
+                  "and if not, which ones fail and why. It works on a copy of the profile, changes nothing,\n"
+                  "and takes some seconds for each question");
   add_update_options(parser, how->update);
-  parser.add_flag(
-      "--retries", how->all_retries,
-      "Show the command of every retry, one for each feature; implies --verbose\n[default: similar ones are only counted]");
+  parser.add_flag("--retries", how->all_retries,
+                  "Show the command of every retry, one for each feature; implies --verbose\n"
+                  "[default: similar retries are only counted]");
   parser.add_flag("--verbose", how->is_verbose,
-                  "Show all of the plan: actions, components, install order, commands and retries\n[default: a line for each "
-                  "feature and repository, and what may come as a surprise]");
+                  "Show the whole plan: actions, components, install order, commands and retries\n"
+                  "[default: a line for each feature and repository, and anything unusual]");
   add_reading_options(parser, *options, "the whole plan");
   set_help(parser, "eclipse-int plan SESSION [OPTIONS]",
            "  eclipse-int plan install.json\n"
            "      Show what \"eclipse-int run install.json\" would do.\n"
            "  eclipse-int plan modify.json --variables state.json\n"
-           "      The same, with the variables that an earlier run wrote.\n"
+           "      Do the same with the variables that an earlier run wrote.\n"
            "  eclipse-int plan modify.json --update\n"
            "      Show which features an update replaces, and the command.\n"
            "  eclipse-int plan install.json --resolve\n"
            "      Also ask the director whether all requirements can be met.\n"
            "  eclipse-int plan uninstall.json --json --retries > plan.json\n"
-           "      Machine-readable output, with all retries.\n",
+           "      Write the plan for another program, with all retries.\n",
            "Exit status:\n"
            "  0  the run would do what the plan shows, or has nothing to do\n"
-           "  1  the run would be refused, its command would be altered or rejected by the shell, or the p2\n"
-           "     profile of the Eclipse is damaged; with --resolve also: the director would not install or\n"
-           "     remove all features\n"
+           "  1  the run would be refused, the shell would change or reject its command, or the p2 profile of\n"
+           "     the Eclipse instance is damaged; with --resolve also: the director would not install or remove\n"
+           "     all features\n"
            "  2  an error in the session or the arguments; with --resolve also: the director cannot be asked,\n"
-           "     for example because another director is at work on the Eclipse\n"
+           "     for example because another director is at work on the Eclipse instance\n"
            "  128 + N  signal N interrupted the director\n");
   return {&parser, [options, how] { return plan(*options, *how); }};
 }
@@ -243,13 +241,13 @@ Subcommand add_verify(CLI::App& program) {
            "  eclipse-int verify install.json\n"
            "      Check whether everything that \"eclipse-int run install.json\" installs is installed.\n"
            "  eclipse-int verify uninstall.json --json\n"
-           "      Check whether everything that it removes is gone; machine-readable output.\n"
+           "      Check whether everything that \"eclipse-int run uninstall.json\" removes is gone, and print JSON.\n"
            "\n"
-           "Use the session and the variables as they were before the run: the variables that a run has written\n"
+           "Use the session and the variables as they were before the run: the variables that a run writes\n"
            "may mark the instance as known, and then only the selected components count.\n",
            "Exit status:\n"
            "  0  the instance is in the state that the session describes\n"
-           "  1  it is not, and each difference is reported, or its p2 profile is damaged\n"
+           "  1  it is not, as the output says, or its p2 profile is damaged\n"
            "  2  an error in the session or the arguments, or the instance cannot be queried, for example because\n"
            "     another director is at work on it\n"
            "  128 + N  signal N interrupted the query\n");

@@ -84,7 +84,7 @@ void write_to_output(std::string_view text, const std::function<bool()>& goes_on
 int with_output_written(int status) {
   std::cout.flush();
   if (std::cout && !output_is_missing) return status;
-  print_message("standard output cannot be written; the work is complete, only its output is cut");
+  print_message("standard output cannot be written; the work is complete, but its output is not");
   return status == 0 ? 2 : status;
 }
 

@@ -57,7 +57,7 @@ void add_input_options(CLI::App& command, SessionOptions& options, const std::st
 /// Adds --plugin.
 void add_plugin_option(CLI::App& command, SessionOptions& options);
 
-/// Adds --eclipse and --remove, for a directory in the place of a session file.
+/// Adds --eclipse and --remove, for a directory in place of a session file.
 void add_directory_options(CLI::App& command, SessionOptions& options);
 
 /// Adds --wait.

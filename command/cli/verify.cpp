@@ -47,9 +47,9 @@ void warn_of_foreign_instance(const std::string& executable) {
   struct stat status {};
   if (geteuid() != 0 || stat(directory.c_str(), &status) != 0 || status.st_uid == 0) return;
   const passwd* const owner = getpwuid(status.st_uid);
-  const std::string user = owner != nullptr ? owner->pw_name : "number " + std::to_string(status.st_uid);
+  const std::string user = owner != nullptr ? owner->pw_name : "ID " + std::to_string(status.st_uid);
   print_message("warning: " + printable(directory) + " belongs to user " + printable(user) +
-                ", but root asks its director, which may leave files of root in it; run this as that user");
+                ", but its director is run as root and may leave files of root in it; run this command as that user");
 }
 
 /// What an instance answered, or why it did not.

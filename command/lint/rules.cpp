@@ -82,7 +82,7 @@ std::string_view name_of(Group group) {
 std::string_view heading_of(Group group) {
   switch (group) {
     case Group::files:
-      return "Descriptor files and where they are";
+      return "Descriptor files and their locations";
     case Group::lines:
       return "Lines and columns";
     case Group::repositories:
@@ -92,7 +92,7 @@ std::string_view heading_of(Group group) {
     case Group::orders:
       return "Orders (column 4)";
     case Group::eclipse:
-      return "The Eclipse that a session changes";
+      return "The Eclipse instance of a session";
     case Group::session:
       return "Sessions as a whole";
     case Group::removal:

@@ -44,7 +44,7 @@ ProfileDamage damage_of(const ProfileState& newest, const std::string& error, co
 std::string LostUnits::text() const {
   return "has " + counted(units, "unit") + ", the state before it has " + std::to_string(before) +
          ", and bundles.info still lists " + counted(bundles, "bundle") +
-         " of those that are missing, as after two directors at the same time";
+         " of those that are missing, as if two directors had worked at the same time";
 }
 
 std::optional<LostUnits> lost_units(const fs::path& instance, const std::vector<ProfileState>& states) {

@@ -35,7 +35,7 @@ PreviewedRepository about(const std::string& url, const Repository& repository) 
         repository.nested.empty() ? "has no p2 metadata" : "has no p2 metadata, but \"" + repository.nested + "\" in it has";
   } else {
     about.is_usable = true;
-    if (!repository.units) about.remark = "was not looked into: " + repository.unexamined_because;
+    if (!repository.units) about.remark = "was not examined completely: " + repository.unexamined_because;
   }
   return about;
 }
@@ -51,13 +51,13 @@ std::string remark_on(const Installation& step, const Unit& unit, const Offer& o
              (step.installed_newer ? "the newer version " : "version ") + step.installed +
              ", which was installed by name; --update" + (step.installed_newer ? " with --allow-downgrade" : "") + " does";
     case InstallStep::upgrade:
-      return "version " + step.installed + " came along with other units, and may be replaced";
+      return "version " + step.installed + " was installed as a requirement of other units, and may be replaced";
     case InstallStep::keep:
       return "";
     case InstallStep::add:
       break;
   }
-  return step.version.empty() ? "no repository that could be looked into offers it" : "";
+  return step.version.empty() ? "no repository that could be examined offers it" : "";
 }
 
 Change change_of(InstallStep step) {

@@ -130,7 +130,7 @@ class SpawnOptions {
 /// Starts the shell; returns why it could not be started, or nothing.
 std::string start_shell(const std::string& command, const SpawnOptions& options, pid_t& child) {
   // An argument ends at a zero byte, so the shell would run only the text before it, and might succeed.
-  if (command.find('\0') != command.npos) return "the command has a zero byte, which no shell can be given";
+  if (command.find('\0') != command.npos) return "the command contains a zero byte, which cannot be passed to a shell";
   std::string shell = "sh";
   std::string option = "-c";
   std::string text = command;

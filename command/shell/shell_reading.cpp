@@ -158,7 +158,7 @@ class ShellReader {
     std::string word;
     const std::size_t start = at_;
     while (reading_.error.empty() && at_ < line_.size() && !is_at(spaces) && !is_at(operators) && !is_at("<>")) {
-      if (next() == '~' && at_ == start) expanded(at_, "tilde expansion replaces \"~\" by a home directory");
+      if (next() == '~' && at_ == start) expanded(at_, "tilde expansion replaces \"~\" with a home directory");
       if (is_at("*?[")) expanded(at_, std::string("pathname expansion may replace the word with \"") + next() + "\"");
       read_piece(word);
     }

@@ -1,4 +1,4 @@
-// The plug-in's own actions on the host's session, with a script in the place of the director.
+// The plug-in's own actions on the host's session, with a script in place of the director.
 #include <sys/stat.h>
 
 #include <filesystem>

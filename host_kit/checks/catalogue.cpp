@@ -24,8 +24,8 @@ std::vector<Component*> components_of(const Probe& probe) {
 void catalogue_is_stable(const Probe& probe) {
   const std::vector<Component*> first = probe.session->tsd.components();
   expect(first == probe.session->tsd.components(),
-         "TSD::components(), asked again, gives the same components in the same order", "another list",
-         "the catalogue is made anew for each call, or `this` is taken for another object");
+         "TSD::components(), asked again, gives the same components in the same order", "a different list",
+         "the catalogue is built anew for each call, or `this` is mistaken for another object");
 }
 
 void expect_readable(const std::string& text, const char* member) {
@@ -48,8 +48,8 @@ void conditions_are_stable(const Probe& probe) {
     expect_equal("installCondition()" + name, component->installCondition(), component->installCondition());
     expect_equal("uninstallCondition()" + name, component->uninstallCondition(), component->uninstallCondition());
     expect_equal("getInstalled(0)" + name, component->getInstalled(0), component->getInstalled(0));
-    expect(component->provider() == component->provider(), "provider()" + name + " gives the same provider", "another one",
-           "a provider is made for each call");
+    expect(component->provider() == component->provider(), "provider()" + name + " gives the same provider", "a different one",
+           "a provider is created for each call");
   }
 }
 
@@ -108,13 +108,13 @@ void packages_are_found_by_code(const Probe& probe) {
   }
   throw Failure{
       "findPackage(\"\", CODE, \"\") finds the package of at least one of " + std::to_string(supplied.size()) + " components",
-      "null for each", "the empty repository and version are compared, too"};
+      "null for each", "the empty repository and version are also compared"};
 }
 
 void package_is_one_record(const Probe& probe) {
   for (const Packaged& packaged : packages_of(probe)) {
     expect(packaged.package == packaged.provider->findPackage("", packaged.component->code, ""),
-           "findPackage(), asked again, gives the same record", "another one", "a copy is made for each call");
+           "findPackage(), asked again, gives the same record", "a different one", "a copy is made for each call");
   }
 }
 
@@ -122,8 +122,8 @@ void files_are_stable(const Probe& probe) {
   for (const Packaged& packaged : packages_of(probe)) {
     const std::vector<std::string> first = packaged.provider->packageFiles(packaged.package);
     expect(first == packaged.provider->packageFiles(packaged.package),
-           "packageFiles() of " + component_name(*packaged.component) + ", asked again, gives the same list", "another list",
-           "the list is used up, appended to, or in the order of a hash");
+           "packageFiles() of " + component_name(*packaged.component) + ", asked again, gives the same list",
+           "a different list", "the list is consumed, appended to, or in the order of a hash table");
   }
 }
 
@@ -137,7 +137,7 @@ void relative_prefix_resolves(const Probe& probe) {
     struct stat status;
     expect(!place.empty() && stat(place.c_str(), &status) == 0 && S_ISDIR(status.st_mode),
            "prefix " + shown(prefix) + " below rootPath() " + shown(packaged.provider->rootPath()) + " is a directory",
-           shown(place), "rootPath() is another directory, or the package is not installed yet");
+           shown(place), "rootPath() is a different directory, or the package is not installed yet");
   }
   if (!is_checked) throw Skipped{"give the session an installed component whose package has a relative prefix"};
 }
@@ -153,15 +153,15 @@ std::vector<Check> catalogue_checks() {
        .level = Level::must,
        .promise =
            "Every component known to the session, in the host's order, which decides the order of features that give none.",
-       .harm = "Features are installed in another order each time, or components are missed.",
+       .harm = "Features are installed in a different order each time, or components are missed.",
        .fix =
            "Cast `this` to session_t*, then to your session class, and return the pointers of its catalogue in a fixed order.",
        .perform = catalogue_is_stable,
-       .if_it_ends = "`this` is taken for another object than the session; it is the address of the session_t"},
+       .if_it_ends = "`this` is mistaken for something other than the session; it is the address of the session_t"},
       {.name = "components/alive",
        .level = Level::must,
        .promise = "The host owns every instance and keeps each alive as long as its session.",
-       .harm = "The plug-in reads memory that is gone: it crashes, or takes a component for another.",
+       .harm = "The plug-in reads freed memory: it crashes, or mistakes a component for another one.",
        .fix = "Keep the components in the session, and return their addresses.",
        .perform = components_are_alive,
        .after = "components/stable",
@@ -189,18 +189,18 @@ std::vector<Check> catalogue_checks() {
        .perform = unknown_package_is_null,
        .after = "components/conditions-stable",
        .if_it_ends =
-           "provider() returns the address of something else than a Provider: convert it without reinterpret_cast or void*"},
+           "provider() returns the address of something other than a Provider: convert it without reinterpret_cast or void*"},
       {.name = "provider/finds-by-code",
        .level = Level::should,
        .promise = "The plug-in looks up by `code` alone: it passes \"\" as `repository` and as `version`.",
-       .harm = "No package is found, so that no feature is: the run does nothing.",
+       .harm = "No package is found, and so no feature: the run does nothing.",
        .fix = "Ignore an empty repository and an empty version.",
        .perform = packages_are_found_by_code,
        .after = "provider/unknown-is-null"},
       {.name = "provider/same-record",
        .level = Level::must,
        .promise = "The provider keeps owning the record.",
-       .harm = "Each lookup leaks a record, or returns one that is gone.",
+       .harm = "Each lookup leaks a record, or returns one that was freed.",
        .fix = "Return the address of the provider's own record.",
        .perform = package_is_one_record,
        .after = "provider/unknown-is-null"},
@@ -217,14 +217,14 @@ std::vector<Check> catalogue_checks() {
       {.name = "provider/virtual-order",
        .level = Level::must,
        .promise = order_promise,
-       .harm = "The plug-in calls another function with these arguments, and crashes.",
+       .harm = "The plug-in calls the wrong function with these arguments, and crashes.",
        .fix = "Derive from the Provider of host.h, and let provider() convert the pointer to Provider* implicitly.",
        .perform =
            [](const Probe& probe) {
              for (const Packaged& packaged : packages_of(probe)) {
                const std::string root = packaged.provider->rootPath();
                expect(root.size() <= longest_text && packaged.provider->rootPath() == root,
-                      "rootPath(), asked again, gives the same text", "another text");
+                      "rootPath(), asked again, gives the same text", "a different text");
                packaged.provider->packageFiles(packaged.package);
              }
            },

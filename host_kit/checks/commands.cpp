@@ -29,7 +29,7 @@ void expect_exit_code(const std::string& command, int wanted) {
   expect_equal("the exit status of " + shown(command), wanted, run(command).exit_code,
                {{untouched, "nothing is stored"},
                 {wanted * 256, "what wait() stores: use WEXITSTATUS()"},
-                {-1, "the exit status got lost: another part of the host, or an ignored SIGCHLD, collects the child"},
+                {-1, "the exit status is lost: another part of the host, or an ignored SIGCHLD, reaps the child"},
                 {wanted - 256, "the code is read as a signed character"},
                 {0, "a failure is not noticed, or the status of another command of the line is taken"},
                 {1, "only whether the command failed is stored"}});
@@ -105,11 +105,11 @@ void output_of_a_failure_is_kept(const Probe&) {
 
 void host_waits(const Probe& probe) {
   const std::string file = probe.scratch + "/done";
-  // The command closes its output first, which is no reason to go on.
+  // The command closes its output first, which is not a reason to continue.
   run("exec > /dev/null; sleep 0.3; echo done > " + file);
   expect_text("what a command wrote to a file before it ended, when get_command_output() has returned,", "done\n",
               content_of(file),
-              {{"", "the host goes on at the end of the output, without waiting for the end of the command"}});
+              {{"", "the host continues at the end of the output, without waiting for the end of the command"}});
 }
 
 void long_command_runs(const Probe& probe) {
@@ -129,7 +129,7 @@ void expect_not_started(const std::string& what, const std::string& command, con
 
 void too_long_command_fails(const Probe&) {
   expect_not_started("a command of 300000 bytes, which cannot be started", "true " + std::string(300'000, 'x'),
-                     "a command that was not started is not noticed");
+                     "the host does not notice that the command was not started");
 }
 
 void zero_byte_is_not_cut_off(const Probe& probe) {
@@ -138,7 +138,7 @@ void zero_byte_is_not_cut_off(const Probe& probe) {
   command[command.size() - 1] = '\0';
   const CommandResult result = run(command + "; false");
   expect(!std::filesystem::exists(file), "a command with a zero byte is not run", "what is before the zero byte was run",
-         "c_str() is passed to the shell without a look for zero bytes");
+         "c_str() is passed to the shell without a check for zero bytes");
   expect(result.exit_code != untouched && result.exit_code != 0, "an exit status other than 0 for a command with a zero byte",
          result.exit_code == 0 ? "0" : "nothing was stored");
 }
@@ -177,7 +177,7 @@ void no_child_is_left(const Probe&) {
   const std::size_t before = zombies();
   for (int i = 0; i < 3; ++i) run("exit 1");
   const std::size_t after = zombies();
-  expect(after <= before, "no child that has ended is left after three commands", std::to_string(after - before) + " are",
+  expect(after <= before, "no child that has ended is left after three commands", std::to_string(after - before) + " left",
          "waitpid() or pclose() is missing");
 }
 
@@ -236,7 +236,7 @@ std::vector<Check> command_checks() {
        .level = Level::must,
        .promise = "The plug-in passes the same `exit_status` to every command of a run, so if a host stores nothing there, the "
                   "code of the previous command remains.",
-       .harm = "After one failure, everything has failed.",
+       .harm = "After one failure, every later command counts as failed.",
        .fix = "Store the exit code of each command, 0 as well.",
        .perform = success_is_stored},
       {.name = "command/exit-code",
@@ -256,7 +256,7 @@ std::vector<Check> command_checks() {
       {.name = "command/killed",
        .level = Level::must,
        .promise = killed_promise,
-       .harm = "A director that ran out of memory has succeeded, as far as the plug-in knows.",
+       .harm = "A director that was killed for lack of memory counts as a success.",
        .fix = use_wexitstatus,
        .perform = killed_is_a_failure,
        .after = "command/exit-code"},
@@ -285,7 +285,7 @@ std::vector<Check> command_checks() {
       {.name = "command/errors-apart",
        .level = Level::should,
        .promise = runs_promise,
-       .harm = "What a command prints to standard error appears twice, or in another order than with 2>&1.",
+       .harm = "What a command prints to standard error appears twice, or in a different order than with 2>&1.",
        .fix = "Capture standard output alone. The plug-in redirects what it wants.",
        .perform = error_output_is_apart,
        .after = "command/errors-redirected"},
@@ -313,7 +313,7 @@ std::vector<Check> command_checks() {
       {.name = "command/large-output",
        .level = Level::must,
        .promise = runs_promise,
-       .harm = "A director that prints much waits for ever, or its end, which has the cause, is missing.",
+       .harm = "A director with much output waits forever, or the end of its output, which has the cause, is missing.",
        .fix = "Read the output before waiting for the end of the command.",
        .perform = large_output_is_whole,
        .after = "command/exit-code",
@@ -321,7 +321,7 @@ std::vector<Check> command_checks() {
       {.name = "command/output-of-failure",
        .level = Level::must,
        .promise = runs_promise,
-       .harm = "The summary has the heading of the failure, and no reason.",
+       .harm = "The summary has the heading of the failure, but no reason.",
        .fix = "Return the output whatever the exit code.",
        .perform = output_of_a_failure_is_kept,
        .after = "command/shell"},
@@ -335,15 +335,15 @@ std::vector<Check> command_checks() {
       {.name = "command/long",
        .level = Level::must,
        .promise = runs_promise,
-       .harm = "With many features, a cut command installs some of them, or another one.",
+       .harm = "With many features, a truncated command installs only some of them, or the wrong one.",
        .fix = "Pass the whole text to the shell.",
        .perform = long_command_runs,
        .after = "command/shell",
-       .if_it_ends = "the command is copied over the end of a buffer"},
+       .if_it_ends = "the command is copied past the end of a buffer"},
       {.name = "command/too-long",
        .level = Level::must,
        .promise = killed_promise,
-       .harm = "The installation of very many features, which was never started, has succeeded.",
+       .harm = "An installation of very many features that was never started counts as a success.",
        .fix = "Store 126 or 127 if the command cannot be started.",
        .perform = too_long_command_fails,
        .after = "command/exit-code command/long"},
@@ -351,21 +351,21 @@ std::vector<Check> command_checks() {
        .level = Level::must,
        .promise = "Cut off there, it would be another command, which might well succeed; treat it as a command that could not "
                   "be started.",
-       .harm = "A damaged descriptor makes the host run another command than the log shows.",
+       .harm = "A damaged descriptor makes the host run a different command from the one in the log.",
        .fix = "If the command has a zero byte, run nothing, store 126 and return an empty text.",
        .perform = zero_byte_is_not_cut_off,
        .after = "command/success"},
       {.name = "command/no-open-file-left",
        .level = Level::must,
        .promise = leaves_promise,
-       .harm = "After some hundred directors, the installer cannot open a file.",
-       .fix = "Close what was opened, also if the command fails.",
+       .harm = "After some hundred directors, the installer cannot open files any more.",
+       .fix = "Close what was opened, even if the command fails.",
        .perform = no_file_is_left_open,
        .after = "command/success"},
       {.name = "command/no-child-left",
        .level = Level::must,
        .promise = leaves_promise,
-       .harm = "Ended directors fill the table of processes.",
+       .harm = "Zombie processes of directors fill the process table.",
        .fix = "Call waitpid() or pclose() for each command.",
        .perform = no_child_is_left,
        .after = "command/success"},
@@ -373,8 +373,8 @@ std::vector<Check> command_checks() {
        .level = Level::should,
        .promise = "Its standard input should be empty: a director that asks for a password would otherwise wait for a terminal "
                   "that nobody watches.",
-       .harm = "The installer stands still, and nobody sees why.",
-       .fix = "Connect the standard input of the command with /dev/null.",
+       .harm = "The installer hangs, and nobody sees why.",
+       .fix = "Redirect the standard input of the command from /dev/null.",
        .perform = standard_input_is_empty,
        .after = "command/shell"},
       {.name = "command/ignored-sigchld",

@@ -132,7 +132,7 @@ void text_is_terminated(const Probe& probe) {
     leave_dirty_memory(size);
     leave_dirty_memory(size + 1);
     const HostBuffer buffer(path, nullptr);
-    expect(expect_buffer(buffer, path)[size] == '\0', "a zero byte behind the " + std::to_string(size) + " bytes of the file",
+    expect(expect_buffer(buffer, path)[size] == '\0', "a zero byte after the " + std::to_string(size) + " bytes of the file",
            "the byte " + std::to_string(static_cast<unsigned char>(buffer.text()[size])), "the text is not terminated");
   }
 }
@@ -149,14 +149,13 @@ void size_is_stored(const Probe& probe) {
 
 void missing_is_null(const Probe& probe) {
   const HostBuffer buffer(probe.scratch + "/missing", nullptr);
-  expect(buffer.text() == nullptr, "get_file() of a file that is not there gives null", "a buffer",
-         "an empty text is returned instead");
+  expect(buffer.text() == nullptr, "get_file() of a missing file gives null", "a buffer", "an empty text is returned instead");
 }
 
 void directory_is_null(const Probe& probe) {
   const HostBuffer buffer(probe.scratch, nullptr);
   expect(buffer.text() == nullptr, "get_file() of a directory gives null", "a buffer",
-         "fopen() opens a directory; only reading it fails, and that is not tested");
+         "fopen() opens a directory; only reading it fails, and the host does not check that");
 }
 
 void buffers_are_apart(const Probe& probe) {
@@ -195,7 +194,7 @@ std::vector<Check> file_checks() {
       {.name = "is_file/directory",
        .level = Level::must,
        .promise = is_file_promise,
-       .harm = "A directory named like ECLIPSE_BIN is taken for the executable.",
+       .harm = "A directory named like ECLIPSE_BIN is mistaken for the executable.",
        .fix = use_stat,
        .perform = directory_is_not_a_file},
       {.name = "is_file/missing",
@@ -207,7 +206,7 @@ std::vector<Check> file_checks() {
       {.name = "is_file/device",
        .level = Level::must,
        .promise = is_file_promise,
-       .harm = "A pipe is taken for the executable, or the installer waits for a writer.",
+       .harm = "A pipe is mistaken for the executable, or the installer waits for a writer.",
        .fix = use_stat,
        .perform = device_is_not_a_file,
        .after = "is_file/directory",
@@ -242,20 +241,20 @@ std::vector<Check> file_checks() {
       {.name = "file_exists/missing",
        .level = Level::must,
        .promise = exists_promise,
-       .harm = "A director that is not there is run.",
+       .harm = "The plug-in runs a director that does not exist.",
        .fix = "Return whether stat() succeeds.",
        .perform = missing_does_not_exist},
       {.name = "file_exists/dangling-link",
        .level = Level::should,
        .promise = exists_promise,
-       .harm = "A director that was removed is run.",
+       .harm = "The plug-in runs a director that was removed.",
        .fix = "Use stat() instead of lstat().",
        .perform = dangling_link_does_not_exist,
        .after = "file_exists/missing"},
       {.name = "get_file/content",
        .level = Level::must,
        .promise = whole_promise,
-       .harm = "The version of the user's Eclipse is not found, or another one.",
+       .harm = "The version of the user's Eclipse is not found, or a wrong one is.",
        .fix = "Read the whole file in binary mode, and change nothing.",
        .perform = content_is_exact,
        .after = "get_file/terminated",
@@ -271,8 +270,8 @@ std::vector<Check> file_checks() {
       {.name = "get_file/terminated",
        .level = Level::must,
        .promise = whole_promise,
-       .harm = "The plug-in reads on behind the buffer: other bytes get into the version, or it crashes.",
-       .fix = "Allocate one byte more than the file has, and store 0 in it.",
+       .harm = "The plug-in reads past the end of the buffer: other bytes get into the version, or it crashes.",
+       .fix = "Allocate one byte more than the file has, and store a zero byte at the end.",
        .perform = text_is_terminated,
        .after = "get_file/from-malloc",
        .if_it_ends = not_malloc},
@@ -297,7 +296,7 @@ std::vector<Check> file_checks() {
       {.name = "get_file/missing",
        .level = Level::must,
        .promise = whole_promise,
-       .harm = "A config.ini that is not there gives an empty version instead of none.",
+       .harm = "A missing config.ini gives an empty version instead of none.",
        .fix = "Return null if the file cannot be opened.",
        .perform = missing_is_null,
        .after = "get_file/from-malloc"},
@@ -308,7 +307,7 @@ std::vector<Check> file_checks() {
        .fix = "Test ferror() after reading, or fstat() before.",
        .perform = directory_is_null,
        .after = "get_file/missing",
-       .if_it_ends = "the size of a directory is taken from ftell(), which gives the largest number there is"},
+       .if_it_ends = "the size of a directory is taken from ftell(), which returns the largest possible number"},
       {.name = "get_file/own-buffer",
        .level = Level::must,
        .promise = owner_promise,
@@ -321,9 +320,8 @@ std::vector<Check> file_checks() {
        .level = Level::must,
        .promise = owner_promise,
        .harm = "The allocator ends the installer, or its memory is corrupted.",
-       .fix = "Copy the content into a buffer from malloc(). A buffer from new[] often passes this check: run it in a host "
-              "that is "
-              "built with -fsanitize=address as well.",
+       .fix = "Copy the content into a buffer from malloc(). A buffer from new[] often passes this check: also run it in a "
+              "host that is built with -fsanitize=address.",
        .perform = buffer_is_from_malloc,
        .after = "get_file/null-size",
        .if_it_ends = not_malloc},

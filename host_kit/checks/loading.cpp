@@ -82,7 +82,7 @@ std::vector<Check> loading_checks() {
        .promise =
            "Texts, lists, exceptions and the buffer of get_file() pass between the two, so host and plug-in must be built "
            "for the same C++ standard library and ABI, and must use the same allocator.",
-       .harm = "A text of the one library that reaches the other is read as something else.",
+       .harm = "A string of one library is misread by the other.",
        .fix = "Build all of the host with the C++ standard library of the plug-in, libstdc++.",
        .perform = there_is_one_standard_library},
       {.name = "load/truth-values",

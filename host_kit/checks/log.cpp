@@ -88,7 +88,7 @@ std::string logged(const Probe& probe, const Write& write) {
     if (found != std::string::npos) return place.substr(found + marker.size());
   }
   throw Skipped{probe.log.empty() ? "the log was not found: name its file with --log FILE (HostCheckOptions::log)"
-                                  : "the log file " + shown(probe.log) + " does not have what was logged"};
+                                  : "the log file " + shown(probe.log) + " does not contain what was logged"};
 }
 
 /// A logger may put a time or a level before each line, so only the end of the line is compared.
@@ -144,7 +144,7 @@ std::vector<Check> log_checks() {
       {.name = "log/formats",
        .level = Level::must,
        .promise = "The arguments are those of printf; the host adds the line feed at the end.",
-       .harm = "Nobody can tell from the log what was run.",
+       .harm = "The log does not show what was run.",
        .fix = "Pass the format and a va_list to vsnprintf() or vasprintf().",
        .perform = formats_as_printf,
        .if_it_ends = "the arguments are passed on without a va_list, or a va_list is used twice without va_copy"},
@@ -164,11 +164,11 @@ std::vector<Check> log_checks() {
        .fix = "Let vasprintf() allocate, or call vsnprintf() a second time with the length that it returned.",
        .perform = long_line_is_whole,
        .after = "log/formats",
-       .if_it_ends = "the line is written over the end of a buffer (vsprintf)"},
+       .if_it_ends = "the line is written past the end of a buffer (vsprintf)"},
       {.name = "log/line-feed-added",
        .level = Level::must,
        .promise = "The arguments are those of printf; the host adds the line feed at the end.",
-       .harm = "Lines run into each other, or are torn apart.",
+       .harm = "Lines run into each other, or are split.",
        .fix = "Add one line feed to each line.",
        .perform = line_feed_is_added,
        .after = "log/formats"},

@@ -29,7 +29,7 @@ void path_names_the_same_file(const Probe& probe) {
 
 void path_of_missing_file(const Probe& probe) {
   const std::string text = probe.scratch + "/missing/file";
-  expect_text("path() of a file that is not there", text, path(text), {{"", "realpath(), which fails for such a file"}});
+  expect_text("path() of a missing file", text, path(text), {{"", "realpath(), which fails for such a file"}});
 }
 
 void path_adds_nothing(const Probe&) {
@@ -74,7 +74,7 @@ void resolved_path_has_no_links(const Probe& probe) {
 
 void resolved_path_of_missing(const Probe& probe) {
   const std::string got = resolved_path(probe.scratch + "/missing/file");
-  expect(got.empty() || got[0] == '/', "resolved_path() of a file that is not there is empty or absolute", shown(got));
+  expect(got.empty() || got[0] == '/', "resolved_path() of a missing file is empty or absolute", shown(got));
 }
 
 void relative_paths_are_known(const Probe&) {
@@ -106,7 +106,7 @@ void basenames(const Probe&) {
 
 void basenames_ignore_trailing_slashes(const Probe&) {
   for (const char* const text : {"/opt/ide/", "/opt/ide///", "ide/"}) {
-    expect_text("get_basename(" + shown(text) + ")", "ide", get_basename(text), {{"", "what is behind the last slash"}});
+    expect_text("get_basename(" + shown(text) + ")", "ide", get_basename(text), {{"", "the text after the last slash"}});
   }
 }
 
@@ -119,7 +119,7 @@ void dirnames(const Probe&) {
 }
 
 void dirname_of_the_root(const Probe&) {
-  expect_text("get_dirname(\"/x\")", "/", get_dirname("/x"), {{"", "the slash before the last component is all there is"}});
+  expect_text("get_dirname(\"/x\")", "/", get_dirname("/x"), {{"", "the only slash is removed, too"}});
 }
 
 void dirname_of_a_name(const Probe&) {
@@ -164,28 +164,28 @@ std::vector<Check> path_checks() {
       {.name = "path/same-file",
        .level = Level::must,
        .promise = path_promise,
-       .harm = "Descriptor files are not found, and repositories are other ones.",
+       .harm = "Descriptor files are not found, and commands name the wrong repositories.",
        .fix = "Change only slashes, \".\" and \"..\"; keep all other bytes.",
        .perform = path_names_the_same_file},
       {.name = "path/of-missing-file",
        .level = Level::must,
        .promise = join_promise,
-       .harm = "The log does not say which file was not found, and a repository that is not there becomes the root directory.",
+       .harm = "The log does not say which file was not found, and a missing repository becomes the root directory.",
        .fix = "Normalise the text; do not ask the file system.",
        .perform = path_of_missing_file,
        .after = "path/same-file"},
       {.name = "path/adds-nothing",
        .level = Level::must,
        .promise = join_promise,
-       .harm = "Commands contain other paths than those that the user gave.",
-       .fix = "Return a path that is normal as it is.",
+       .harm = "Commands contain paths that differ from those that the user gave.",
+       .fix = "Return a path that is already normalised unchanged.",
        .perform = path_adds_nothing,
        .after = "path/of-missing-file"},
       {.name = "path/idempotent",
        .level = Level::should,
        .promise = path_promise,
        .harm = "The same directory has two names, so that its repository is given to the director twice.",
-       .fix = "Return the normal form of a text whose form is normal unchanged.",
+       .fix = "Make path() idempotent: return a normalised path unchanged.",
        .perform = path_is_idempotent,
        .after = "path/adds-nothing"},
       {.name = "path/one-form",
@@ -206,7 +206,7 @@ std::vector<Check> path_checks() {
       {.name = "resolved_path/links",
        .level = Level::should,
        .promise = resolved_promise,
-       .harm = "The same instance has two names, and is taken for a new one.",
+       .harm = "The same instance has two names, and is mistaken for a new one.",
        .fix = "Use realpath(), or std::filesystem::weakly_canonical().",
        .perform = resolved_path_has_no_links,
        .after = "resolved_path/absolute"},
@@ -229,19 +229,19 @@ std::vector<Check> path_checks() {
        .level = Level::must,
        .promise = "It never contains a \"/\".",
        .harm = "The user's Eclipse is never accepted: its name is compared with ECLIPSE_BIN.",
-       .fix = "Return what is behind the last slash, or the whole text if there is none.",
+       .fix = "Return what follows the last slash, or the whole text if there is none.",
        .perform = basenames},
       {.name = "get_basename/trailing-slashes",
        .level = Level::must,
        .promise = "The last component of a path, ignoring trailing slashes.",
-       .harm = "Paths with a slash at their end have no name.",
+       .harm = "Paths with a trailing slash have no name.",
        .fix = "Remove trailing slashes first.",
        .perform = basenames_ignore_trailing_slashes,
        .after = "get_basename/last-component"},
       {.name = "get_dirname/all-but-last",
        .level = Level::must,
        .promise = dirname_promise,
-       .harm = "ECLIPSE_PATH is another directory than that of the executable.",
+       .harm = "ECLIPSE_PATH is not the directory of the executable.",
        .fix = "Return what is before the last slash.",
        .perform = dirnames},
       {.name = "get_dirname/root",
@@ -261,7 +261,7 @@ std::vector<Check> path_checks() {
       {.name = "arguments/unchanged",
        .level = Level::must,
        .promise = "No operation changes a text that it is given.",
-       .harm = "The plug-in goes on with another path.",
+       .harm = "The plug-in continues with a wrong path.",
        .fix = "Copy the text before you change it; never cast its const away.",
        .perform = arguments_are_unchanged,
        .after = "get_file/null-size replace/every-occurrence replace/contains-itself"},

@@ -32,7 +32,7 @@ void unset_is_empty(const Probe& probe) {
 
 void forms_write_one_variable(const Probe& probe) {
   env_set_string(probe.session, variable, "characters");
-  expect_text("after the form with characters, env_get_string()", "characters", env_get_string(probe.session, variable),
+  expect_text("after the form with const char*, env_get_string()", "characters", env_get_string(probe.session, variable),
               {{"", "the two forms write to different places"}});
   const std::string other = "ECLIPSE_INT_CHECK_OTHER_FORM";
   env_set_string(probe.session, other, std::string("text"));
@@ -82,7 +82,7 @@ void names_are_exact(const Probe& probe) {
        {"eclipse_int_check_name", "ECLIPSE_INT_CHECK_NAM", "ECLIPSE_INT_CHECK_NAME_2", "ECLIPSE_INT_CHECK_NAME "}) {
     expect_text("env_get_string(" + shown(other) + ") after ECLIPSE_INT_CHECK_NAME was set", "",
                 env_get_string(probe.session, other),
-                {{"text", "names are compared without case, by their beginning, or trimmed"}});
+                {{"text", "names are compared ignoring case, by a prefix, or after trimming"}});
   }
 }
 
@@ -108,7 +108,7 @@ void reference_is_expanded(const Probe& probe) {
   env_set_string(probe.session, "ECLIPSE_MIN_SUPPORTED_VERSION", "4.7");
   expect_text("expand_operand(\"${ECLIPSE_MIN_SUPPORTED_VERSION}\")", "4.7",
               expand_operand(probe.session, "${ECLIPSE_MIN_SUPPORTED_VERSION}", true),
-              {{"${ECLIPSE_MIN_SUPPORTED_VERSION}", "the text is returned as it is"}, {"", "the reference is not recognized"}});
+              {{"${ECLIPSE_MIN_SUPPORTED_VERSION}", "the text is returned as it is"}, {"", "the reference is not recognised"}});
 }
 
 void unset_reference_is_empty(const Probe& probe) {
@@ -161,13 +161,13 @@ void map_is_in_key_order(const Probe& probe) {
   for (const auto& [name, component] : map) {
     expect(previous == nullptr || *previous < name, "the names of the capabilities ascend",
            previous == nullptr ? "" : shown(*previous) + " before " + shown(name),
-           "the map has another comparison than std::less<std::string>, or is another kind of container");
+           "the map has a comparison other than std::less<std::string>, or is not a std::map");
     previous = &name;
     expect(++count <= map.size(), "the map has " + std::to_string(map.size()) + " entries", "more entries",
-           "it is another kind of container");
+           "it is not a std::map");
   }
   expect_equal("the number of entries", static_cast<long long>(map.size()), static_cast<long long>(count),
-               {{0, "it is another kind of container"}});
+               {{0, "it is not a std::map"}});
 }
 
 void map_leads_to_the_catalogue(const Probe& probe) {
@@ -175,7 +175,7 @@ void map_leads_to_the_catalogue(const Probe& probe) {
   for (const auto& [name, component] : capability_map(probe)) {
     bool is_known = component == nullptr;
     for (const Component* const one : known) is_known = is_known || one == component;
-    expect(is_known, "the component of " + shown(name) + " is one of TSD::components()", "another one",
+    expect(is_known, "the component of " + shown(name) + " is one of TSD::components()", "a different one",
            "the map has copies, or components of another session");
   }
 }
@@ -197,20 +197,20 @@ std::vector<Check> session_checks() {
       {.name = "env/unset-is-empty",
        .level = Level::must,
        .promise = "The value of a session variable, empty if it is not set.",
-       .harm = "A text such as \"(null)\" is taken for a choice, a path or a version.",
+       .harm = "A text such as \"(null)\" is mistaken for a choice, a path or a version.",
        .fix = "Return an empty text for a variable that is not set.",
        .perform = unset_is_empty,
        .if_it_ends = "a std::string is made of a null pointer, or at() throws"},
       {.name = "env/forms-agree",
        .level = Level::must,
        .promise = set_promise,
-       .harm = "What the plug-in sets with the one form it does not find again; ECLIPSE_PATH or the verdicts get lost.",
-       .fix = "Let the form with characters call the form with std::string.",
+       .harm = "The plug-in does not find what it set with one form; ECLIPSE_PATH or the verdicts are lost.",
+       .fix = "Let the form with const char* call the form with std::string.",
        .perform = forms_write_one_variable},
       {.name = "env/later-value-replaces",
        .level = Level::must,
        .promise = set_promise,
-       .harm = "The verdict on an earlier Eclipse stays when the user names another one.",
+       .harm = "The verdict on an earlier Eclipse remains when the user names another one.",
        .fix = "Overwrite the value: variables[name] = value.",
        .perform = later_value_replaces,
        .after = "env/forms-agree"},
@@ -218,14 +218,14 @@ std::vector<Check> session_checks() {
        .level = Level::must,
        .promise =
            "Texts are bytes. No encoding is assumed, and an empty text means \"not set\" wherever a text can be missing.",
-       .harm = "The version of an earlier Eclipse is compared instead of the empty one of this.",
+       .harm = "The version of an earlier Eclipse is compared instead of the empty one of this Eclipse.",
        .fix = "Store an empty value, or remove the variable.",
        .perform = empty_value_is_kept,
        .after = "env/later-value-replaces"},
       {.name = "env/copied",
        .level = Level::must,
        .promise = "The host copies both texts before it returns.",
-       .harm = "The variable changes, or its memory is gone, as soon as the plug-in goes on.",
+       .harm = "The variable changes, or its memory is freed, as soon as the plug-in continues.",
        .fix = "Keep a std::string, not the pointer.",
        .perform = texts_are_copied,
        .after = "env/later-value-replaces"},
@@ -270,8 +270,8 @@ std::vector<Check> session_checks() {
        .level = Level::must,
        .promise = "The host's expansion of an operand text that refers to session variables, such as \"${NAME}\"; empty if the "
                   "variable is not set.",
-       .harm = "The version of the user's Eclipse is compared with something else than the minimum.",
-       .fix = "Replace \"${NAME}\" by the value of the variable.",
+       .harm = "The version of the user's Eclipse is not compared with the minimum.",
+       .fix = "Replace \"${NAME}\" with the value of the variable.",
        .perform = reference_is_expanded,
        .after = "env/later-value-replaces"},
       {.name = "expand/unset-is-empty",
@@ -281,7 +281,7 @@ std::vector<Check> session_checks() {
        .harm =
            "Without a minimum, every version is compared with the text \"${ECLIPSE_MIN_SUPPORTED_VERSION}\" and rejected or "
            "accepted by chance.",
-       .fix = "Replace a reference to a variable that is not set by nothing.",
+       .fix = "Replace a reference to a variable that is not set with an empty text.",
        .perform = unset_reference_is_empty,
        .after = "env/unset-is-empty expand/reference"},
       {.name = "expand/text-around",
@@ -295,14 +295,14 @@ std::vector<Check> session_checks() {
       {.name = "cdata/unknown-is-null",
        .level = Level::must,
        .promise = "The shared data object of that name, or null if the session has none, which is an ordinary answer.",
-       .harm = "Another object is read as a capability map.",
+       .harm = "The plug-in reads another object as a capability map.",
        .fix = "Return null for a name that the session does not know.",
        .perform = unknown_data_is_null},
       {.name = "cdata/same-object",
        .level = Level::must,
        .promise = "What a host returns by pointer still belongs to the host: the plug-in never frees it and keeps no pointer "
                   "after the action returns.",
-       .harm = "Each call leaks a map, or returns one that is gone.",
+       .harm = "Each call leaks a map, or returns one that was freed.",
        .fix = "Return the address of the session's own map.",
        .perform = data_is_one_object,
        .after = "cdata/key-order"},
@@ -310,19 +310,19 @@ std::vector<Check> session_checks() {
        .level = Level::must,
        .promise = "The host must not write to `name`.",
        .harm = "The next lookup asks for another name.",
-       .fix = "Copy the name before it is changed, as strtok() or an upper-case conversion does.",
+       .fix = "Copy the name before you change it, for example with strtok() or to upper case.",
        .perform = data_name_is_not_written},
       {.name = "cdata/key-order",
        .level = Level::must,
        .promise = map_promise,
-       .harm = "The plug-in reads another container as a std::map: it crashes, loops, or finds nothing.",
+       .harm = "The plug-in reads something else as a std::map: it crashes, loops, or finds nothing.",
        .fix = "Make it a std::map<std::string, Component*>, with the default comparison, and return its address as void*.",
        .perform = map_is_in_key_order,
-       .if_it_ends = "it is not a std::map<std::string, Component*>, or is gone"},
+       .if_it_ends = "it is not a std::map<std::string, Component*>, or was freed"},
       {.name = "cdata/components-of-the-catalogue",
        .level = Level::should,
        .promise = map_promise,
-       .harm = "A component is asked whether it is selected that the user never selects.",
+       .harm = "The plug-in looks at components that the user never selects.",
        .fix = "Fill the map with the pointers that TSD::components() returns.",
        .perform = map_leads_to_the_catalogue,
        .after = "cdata/key-order"},

@@ -10,7 +10,7 @@ using TextSet = std::set<std::string>;
 
 void items_are_joined_in_order(const Probe&) {
   expect_text("join({\"b\", \"a\", \"b\"}, \", \")", "b, a, b", join(Texts{"b", "a", "b"}, ", "),
-              {{"b, a, b, ", "a separator is added behind the last item"},
+              {{"b, a, b, ", "a separator is added after the last item"},
                {", b, a, b", "a separator is added before the first item"},
                {"a, b", "the items are sorted and made unique"},
                {"a, b, b", "the items are sorted"},
@@ -21,7 +21,7 @@ void items_are_joined_in_order(const Probe&) {
 
 void set_is_joined_in_order(const Probe&) {
   expect_text("join() of the set {\"B\", \"a\", \"b\"}", "B,a,b", join(TextSet{"b", "a", "B"}, ","),
-              {{"a,b,B", "the items are sorted again, without case"}, {"B,a,b,", "a separator is added behind the last item"}});
+              {{"a,b,B", "the items are sorted again, ignoring case"}, {"B,a,b,", "a separator is added after the last item"}});
   expect_text("join() of an empty set", "", join(TextSet(), ","));
   expect_text("join() of a set of one", "a", join(TextSet{"a"}, ","));
 }
@@ -29,7 +29,7 @@ void set_is_joined_in_order(const Probe&) {
 void nothing_joined_is_empty(const Probe&) { expect_text("join() of nothing", "", join(Texts(), ",")); }
 
 void one_item_has_no_separator(const Probe&) {
-  expect_text("join({\"a\"}, \",\")", "a", join(Texts{"a"}, ","), {{"a,", "a separator is added behind the last item"}});
+  expect_text("join({\"a\"}, \",\")", "a", join(Texts{"a"}, ","), {{"a,", "a separator is added after the last item"}});
 }
 
 void empty_items_are_joined(const Probe&) {
@@ -47,7 +47,7 @@ void every_occurrence_is_replaced(const Probe&) {
   expect_text("replaceAllSubstrings(\"a\\nb\\n\\nc\", \"\\n\", \"<p>\")", "a<p>b<p><p>c",
               replaceAllSubstrings("a\nb\n\nc", "\n", "<p>"),
               {{"a<p>b\n\nc", "only the first occurrence is replaced"},
-               {"a<p>b<p>\nc", "the character behind a replacement is skipped"}});
+               {"a<p>b<p>\nc", "the character after a replacement is skipped"}});
   expect_text("replaceAllSubstrings(\"\\na\\n\", \"\\n\", \"<p>\")", "<p>a<p>", replaceAllSubstrings("\na\n", "\n", "<p>"),
               {{"\na<p>", "the first character is skipped"}, {"<p>a\n", "the last character is skipped"}});
   expect_text("replaceAllSubstrings(\"a<br>b\", \"<br>\", \"\")", "ab", replaceAllSubstrings("a<br>b", "<br>", ""));
@@ -55,10 +55,10 @@ void every_occurrence_is_replaced(const Probe&) {
 
 void nothing_else_is_changed(const Probe&) {
   expect_text("replaceAllSubstrings() of a text without an occurrence", "abc", replaceAllSubstrings("abc", "\n", "<p>"),
-              {{"", "the rest behind the last occurrence is missing"}});
+              {{"", "the rest after the last occurrence is missing"}});
   expect_text("replaceAllSubstrings() of an empty text", "", replaceAllSubstrings("", "\n", "<p>"));
   expect_text("replaceAllSubstrings(\"a.b\", \".\", \"-\")", "a-b", replaceAllSubstrings("a.b", ".", "-"),
-              {{"---", "\".\" is taken for a regular expression"}});
+              {{"---", "\".\" is treated as a regular expression"}});
 }
 
 void replacement_may_contain_what_is_replaced(const Probe&) {
@@ -91,10 +91,10 @@ std::vector<Check> text_checks() {
   constexpr std::string_view join_promise = "The items in the order of the container, with `separator` between adjacent ones.";
   constexpr std::string_view replace_promise =
       "`text` with every occurrence of `from` replaced by `to`, and nothing else changed.";
-  constexpr std::string_view join_harm = "The list of features or repositories in the command of the director is another one.";
-  constexpr std::string_view replace_harm = "The summary of failed features is torn, or parts of it are missing.";
+  constexpr std::string_view join_harm = "The list of features or repositories in the director command is wrong.";
+  constexpr std::string_view replace_harm = "The summary of failed features is garbled, or parts of it are missing.";
   constexpr std::string_view join_fix = "Put the separator before each item but the first.";
-  constexpr std::string_view replace_fix = "Search on behind each replacement until find() returns npos, and append the rest.";
+  constexpr std::string_view replace_fix = "Search on after each replacement until find() returns npos, and append the rest.";
   return {
       {.name = "join/order",
        .level = Level::must,
@@ -115,7 +115,7 @@ std::vector<Check> text_checks() {
        .harm = "A crash, or an empty feature in the command.",
        .fix = join_fix,
        .perform = nothing_joined_is_empty,
-       .if_it_ends = "the first or last item is taken without a test whether there is one"},
+       .if_it_ends = "the first or last item is accessed without a check that there is one"},
       {.name = "join/one",
        .level = Level::must,
        .promise = join_promise,
@@ -132,7 +132,7 @@ std::vector<Check> text_checks() {
       {.name = "join/many",
        .level = Level::should,
        .promise = join_promise,
-       .harm = "The installer stands still with many features.",
+       .harm = "The installer hangs with many features.",
        .fix = "Append to one text.",
        .perform = many_items_are_joined,
        .after = "join/order",
@@ -152,22 +152,22 @@ std::vector<Check> text_checks() {
       {.name = "replace/contains-itself",
        .level = Level::must,
        .promise = replace_promise,
-       .harm = "The installer never returns from the action, and takes all memory.",
+       .harm = "The action never returns, and uses up all memory.",
        .fix = replace_fix,
        .perform = replacement_may_contain_what_is_replaced,
        .after = "replace/every-occurrence",
-       .if_it_ends = "the search begins again at the replacement"},
+       .if_it_ends = "the search continues at the beginning of the replacement, not after it"},
       {.name = "replace/zero-byte",
        .level = Level::must,
        .promise = replace_promise,
-       .harm = "The output of a director is cut at a zero byte before it is in the summary.",
+       .harm = "The output of a director is cut at a zero byte in the summary.",
        .fix = "Work on the std::string, not on c_str().",
        .perform = zero_bytes_are_kept,
        .after = "replace/every-occurrence"},
       {.name = "replace/many",
        .level = Level::should,
        .promise = replace_promise,
-       .harm = "The installer stands still after a failed run with much output.",
+       .harm = "The installer hangs after a failed run with much output.",
        .fix = "Append to a new text instead of replacing within the old one.",
        .perform = many_occurrences_are_replaced,
        .after = "replace/contains-itself",
@@ -179,7 +179,7 @@ std::vector<Check> text_checks() {
        .fix = "Return the text if `from` is empty.",
        .perform = nothing_is_replaced_by_nothing,
        .after = "replace/every-occurrence",
-       .if_it_ends = "an empty text is found everywhere, for ever"},
+       .if_it_ends = "an empty text is found everywhere, forever"},
   };
 }
 

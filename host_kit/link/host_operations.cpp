@@ -1,6 +1,6 @@
 // A table of all operations that a host defines, compiled as a part of the host. An operation that is missing, or is defined
-// with other types, is then an error of the linker that names it, instead of one of the loader when the host runs; and the
-// linker takes the operations out of a static library.
+// with other types, is then a linker error that names it, instead of a loader error when the host runs; and the linker takes
+// the operations out of a static library.
 #include "eclipse_int/host.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // What the plug-in exports: the actions that a host calls at fixed points of an install, modify or uninstall run, and the
-// functions from which they are made.
+// functions of which they consist.
 //
 // A host that loads the plug-in at run time finds the actions with dlsym() by the unmangled names below and calls each as an
 // `int (*)(session_t*)`. The plug-in keeps nothing between calls: whatever one action hands to another, or to the host,
@@ -41,7 +41,7 @@ ECLIPSE_INT_EXPORT int eclipse_integration_required(session_t* session);
 /// Decides whether there is an Eclipse IDE to integrate into: one that is shipped as a component.
 /// Reads ECLIPSE_INTEGRATION_CHOICE, the capability map and KORU_MODE; writes ECLIPSE_IDE (there is one) and
 /// ECLIPSE_IDE_ENABLED (it takes part in this run, by the rule of eclipse_integration_required()). If the choice is already
-/// "internal", both are "yes": neither the map nor a component is asked. Returns 0.
+/// "internal", both are "yes", and neither the map nor a component is looked at. Returns 0.
 ECLIPSE_INT_EXPORT int find_eclipse_ide(session_t* session);
 
 /// Determines the directory of the Eclipse instance for the choice made; without a choice, that of the internal IDE.
@@ -59,8 +59,9 @@ ECLIPSE_INT_EXPORT int verify_user_defined_eclipse_path(session_t* session);
 /// Writes ECLIPSE_VERSION: what follows the first "eclipse.buildId=" up to the line feed (a carriage return before it stays),
 /// empty if there is none. The variable keeps its value if the path is not correct. Returns 0.
 /// If the path is empty, nothing is checked and nothing is written: USER_DEFINED_ECLIPSE_PATH_EMPTY, _CORRECT and
-/// ECLIPSE_VERSION keep what an earlier path left. Call verify_user_defined_eclipse_path() itself to learn that it is empty.
-/// The file is looked for next to the path as the user gave it, so a path with backslashes may be correct and yield no version.
+/// ECLIPSE_VERSION keep the results of an earlier path. Call verify_user_defined_eclipse_path() itself to learn that it is
+/// empty. The file is looked for next to the path as the user gave it, so a path with backslashes may be correct and yield no
+/// version.
 ECLIPSE_INT_EXPORT int user_eclipse_version(session_t* session);
 
 /// Runs user_eclipse_version(), then compares ECLIPSE_VERSION with the expansion of "${ECLIPSE_MIN_SUPPORTED_VERSION}".
@@ -149,7 +150,7 @@ ECLIPSE_INT_EXPORT std::vector<std::string> split_by_tabs(std::string line);
 /// Lines with fewer than two columns, and lines whose first column is "Repository", are not data.
 ECLIPSE_INT_EXPORT void process_file(std::pair<std::string, std::string> file, std::vector<plugin_config>& out);
 
-/// Adds what the records in `configs` name to three containers, which are not cleared first:
+/// Adds what the records in `configs` name to three containers, without clearing them first:
 /// - `repositories`: the update sites in the form that a director command takes: "file://" and path(`base_dir` + "/" + column
 ///   1); for an archive (".zip" in lower case) jar:file://PATH!/ in double quotes, which are part of the text. A repository is
 ///   always taken relative to `base_dir`, even if it looks like an absolute path or a URL; ".." may lead out of it.
@@ -157,8 +158,9 @@ ECLIPSE_INT_EXPORT void process_file(std::pair<std::string, std::string> file, s
 /// - `features`: the features in install order, each once, at the first of its places.
 /// The order is a signed decimal number of 32 bits. It is read up to the first character that cannot continue it, so "5x" and
 /// "5.9" read as 5; a text that does not begin with a number reads as 0, and a number out of range as the nearest limit. Lower
-/// numbers come first. A record whose number is taken, by an equal one or by one that had to move, gets the next free number
-/// above. A record without a repository is skipped. Logs each record taken and each place in the order.
+/// numbers come first. If the number of a record is already taken, by a record with the same number or by one that had to
+/// move, the record gets the next free number above it. A record without a repository is skipped. Logs each record taken and
+/// each place in the order.
 ECLIPSE_INT_EXPORT void populate_lists(const std::vector<plugin_config>& configs, std::set<std::string>& repositories,
                                        std::set<std::string>& extras, std::vector<std::string>& features);
 
@@ -178,7 +180,7 @@ ECLIPSE_INT_EXPORT void add_unique(std::string item, std::vector<std::string>& l
 /// Writes ECLIPSE_PATH (the executable's directory). If the command for all features failed, also writes QN_SCRIPTS_FAILED
 /// ("yes") and QN_SCRIPTS_COMPLETE_DESC: its previous text, the heading eclipse_integration_failed_title, and what the director
 /// printed for each feature that failed on its own. Both are written even if each feature then succeeds; neither is ever reset.
-/// The text is passed on up to its first zero byte, if a director printed one.
+/// If a director printed a zero byte, the text ends before the first one.
 /// Returns the exit code of the last director command, which may be 0 although an earlier feature failed; 0 if none was run,
 /// because there is no feature or no repository, or because the executable does not exist (then no variable is written).
 ECLIPSE_INT_EXPORT int integrate_into_instance(session_t* session, std::string eclipse_executable);

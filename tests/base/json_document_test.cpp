@@ -93,8 +93,8 @@ TEST(JsonDocument, RefusesZeroBytes) {
 TEST(JsonDocument, RefusesDeepNesting) {
   EXPECT_EQ(error_of(std::string(64, '[') + std::string(64, ']')), "read");
   EXPECT_EQ(error_of(std::string(65, '[') + std::string(65, ']')),
-            "f:1:65: document: is nested deeper than 64 levels here; remove levels");
-  EXPECT_EQ(error_of(std::string(1000000, '[')), "f:1:65: document: is nested deeper than 64 levels here; remove levels");
+            "f:1:65: document: is nested deeper than 64 levels here; remove some");
+  EXPECT_EQ(error_of(std::string(1000000, '[')), "f:1:65: document: is nested deeper than 64 levels here; remove some");
 }
 
 TEST(JsonDocument, RefusesTooManyValues) {
@@ -104,7 +104,7 @@ TEST(JsonDocument, RefusesTooManyValues) {
     return text + "1]";
   };
   EXPECT_EQ(error_of(list_of(largest::json_values - 1)), "read") << "the list is a value, too";
-  EXPECT_EQ(error_of(list_of(largest::json_values)), "f:1:2000000: document: has more than 1000000 values; take values away");
+  EXPECT_EQ(error_of(list_of(largest::json_values)), "f:1:2000000: document: has more than 1000000 values; remove some");
 }
 
 TEST(JsonDocument, RefusesWhatCannotBeRead) {

@@ -147,8 +147,7 @@ TEST_F(RunReport, SaysThatAProcessInTheBackgroundIsWaitedFor) {
   write_session("install");
   script(1, "sleep 1.5 & echo started");
   const std::string message =
-      "the director has ended, but a process that it started in the background holds its output open; waiting for that "
-      "process\n";
+      "the director has ended, but a background process that it started keeps its output open; waiting for that process\n";
   const Outcome outcome = eclipse_int("run session.json");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_NE(outcome.output.find("    started\n    " + message + "  Succeeded after "), std::string::npos) << outcome.output;

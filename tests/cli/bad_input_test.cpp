@@ -154,7 +154,7 @@ TEST_F(BadInput, JsonHasALimitOfValues) {
     const Outcome outcome = eclipse_int_within(1000, arguments);
     EXPECT_EQ(outcome.status, 2);
     EXPECT_TRUE(outcome.error.starts_with("eclipse-int: bad.json:1:3000")) << outcome.error;
-    EXPECT_TRUE(outcome.error.ends_with(": document: has more than 1000000 values; take values away\n")) << outcome.error;
+    EXPECT_TRUE(outcome.error.ends_with(": document: has more than 1000000 values; remove some\n")) << outcome.error;
   }
   fake::write_file("bad.json", "[" + repeated("1,", 30'000'000) + "1]");
   EXPECT_NE(eclipse_int_within(1000, "lint session.json --overrides bad.json").error.find("has more than 1000000 values"),
@@ -291,8 +291,8 @@ TEST_F(BadInput, RootIsWarnedOfAnInstanceOfAnotherUser) {
   EXPECT_EQ(eclipse_int("verify session.json").error, "");
   ASSERT_EQ(chown("eclipse", 54321, 54321), 0);
   EXPECT_EQ(eclipse_int("verify session.json").error,
-            "eclipse-int: warning: DIRECTORY/eclipse belongs to user number 54321, but root asks its director, which may leave "
-            "files of root in it; run this as that user\n");
+            "eclipse-int: warning: DIRECTORY/eclipse belongs to user ID 54321, but its director is run as root and may leave "
+            "files of root in it; run this command as that user\n");
 }
 
 }  // namespace

@@ -62,13 +62,13 @@ TEST_F(ComponentDirectory, NeedsAnEclipseAndDescriptors) {
             (Outcome{2, "",
                      "eclipse-int: empty: has no descriptor file below etc/eclipse/; write one, for example with "
                      "\"eclipse-int new\"\n"}));
-  expect_usage_error("new tools --eclipse eclipse", "--eclipse and --remove are for --session; add it");
+  expect_usage_error("new tools --eclipse eclipse", "--eclipse and --remove need --session; add it, or leave them out");
 }
 
 TEST_F(ComponentDirectory, IsTheOnlyInputThatTakesItsOptions) {
   write_session("install");
   for (const std::string subcommand : {"run ", "plan ", "verify ", "lint "}) {
-    const std::string message = ": only for a directory of components; session.json must say this itself as a session file";
+    const std::string message = ": only for a directory of components; set this in the session file session.json instead";
     for (const std::string option : {"--eclipse", "--remove"}) {
       const std::string value = option == "--eclipse" ? " eclipse" : "";
       const Outcome outcome = eclipse_int(subcommand + "session.json " + option + value);

@@ -105,7 +105,7 @@ TEST_F(Repair, MovesDamagedStatesAsideAndAsksTheEclipse) {
   EXPECT_EQ(eclipse_int("repair eclipse/eclipse"), (Outcome{0,
                                                             states + "  Moved aside: DIRECTORY/" + registry +
                                                                 "1731234567890.profile.damaged\n"
-                                                                "  The Eclipse answers. Installed by name:\n"
+                                                                "  The director answers. Installed by name:\n"
                                                                 "    one/1.0.0\n",
                                                             ""}));
   EXPECT_EQ(content_of(registry + "1731234567890.profile.damaged"), damaged) << "nothing is deleted";
@@ -185,7 +185,7 @@ TEST_F(Repair, GoesBackOnlyOnRequestWhenUnitsWereLost) {
   EXPECT_NE(outcome.output.find(
                 "  Nothing to move aside.\n"
                 "  Warning: the newest state that can be read has 1 unit, the state before it has 3, and bundles.info "
-                "still lists 1 bundle of those that are missing, as after two directors at the same time\n"
+                "still lists 1 bundle of those that are missing, as if two directors had worked at the same time\n"
                 "    Fix: eclipse-int repair DIRECTORY/eclipse/eclipse --to 1\n"),
             std::string::npos)
       << outcome.output;

@@ -4,8 +4,7 @@ namespace cli_test {
 
 namespace {
 
-const std::string lost_output =
-    "eclipse-int: standard output cannot be written; the work is complete, only its output is cut\n";
+const std::string lost_output = "eclipse-int: standard output cannot be written; the work is complete, but its output is not\n";
 
 class StandardStreams : public ChildCommand {
  protected:

@@ -281,7 +281,8 @@ TEST_F(LintCommand, ExplainsRules) {
   const auto one = eclipse_int("explain line-without-tab");
   EXPECT_EQ(one.exit_code, 0);
   EXPECT_EQ(one.output.substr(0, one.output.find('\n')),
-            "line-without-tab (error, lines): a data line has spaces, commas or semicolons instead of tabs");
+            "line-without-tab (error, lines): a data line separates its columns with spaces, commas or semicolons instead of "
+            "tabs");
   EXPECT_EQ(eclipse_int("explain line-without-tabs").error_output,
             "eclipse-int: RULE: there is no rule or group \"line-without-tabs\"; did you mean \"line-without-tab\"?\n"
             "Run with --help for more information.\n");

@@ -231,9 +231,9 @@ TEST_F(PlanCommand, SaysWhereItDoesNotKnow) {
   fake::write_file("tools/site/compositeContent.xml",
                    "<repository><children><child location='http://example.org/a'/></children></repository>");
   const Outcome outcome = eclipse_int("plan session.json");
-  EXPECT_NE(outcome.output.find("  +  one    no repository that could be looked into offers it\n"), std::string::npos)
+  EXPECT_NE(outcome.output.find("  +  one    no repository that could be examined offers it\n"), std::string::npos)
       << outcome.output;
-  EXPECT_NE(outcome.output.find("  ?  file://DIRECTORY/tools/site  was not looked into: "), std::string::npos)
+  EXPECT_NE(outcome.output.find("  ?  file://DIRECTORY/tools/site  was not examined completely: "), std::string::npos)
       << outcome.output;
   write_repository("site", {{"one", "1.0.0"}, {"two", "1.0.0"}});
   std::filesystem::remove("tools/site/compositeContent.xml");

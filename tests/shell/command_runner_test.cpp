@@ -123,7 +123,8 @@ TEST(Shell, CommandWithAZeroByteIsNotStarted) {
     const CommandResult result = run_in_shell(command);
     EXPECT_EQ(result.exit_code, 126);
     EXPECT_EQ(result.output, "");
-    EXPECT_EQ(result.error_output, "cannot start /bin/sh: the command has a zero byte, which no shell can be given\n");
+    EXPECT_EQ(result.error_output,
+              "cannot start /bin/sh: the command contains a zero byte, which cannot be passed to a shell\n");
   }
   EXPECT_FALSE(std::filesystem::exists("begun"));
 }

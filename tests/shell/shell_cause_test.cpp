@@ -23,7 +23,7 @@ TEST(ShellCause, IsToldOfWhatIsNotPassedOn) {
       {{"", "/opt/eclipse", " ", ""}, "passed on"},
       {{"", "/opt/my eclipse", " ", ""}, "7 the word ends here;"},
       {{"", "/opt/a~b-c,d=#1", " ", ""}, "passed on"},
-      {{"", "~/eclipse", " ", ""}, "0 tilde expansion replaces \"~\" by a home directory;"},
+      {{"", "~/eclipse", " ", ""}, "0 tilde expansion replaces \"~\" with a home directory;"},
       {{",", "~F", ",", ""}, "passed on"},
       {{",", "#F", ",", ""}, "passed on"},
       {{"", "#F", ",", ""}, "0 the rest of the line is a comment;"},

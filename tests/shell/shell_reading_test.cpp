@@ -84,7 +84,7 @@ TEST(ShellReading, SpecialCharactersAreRemarked) {
       {"`a b` c", {{"`a b`", "c"}}, {"0 the output of the command between the backquotes is substituted"}},
       {"a$ $", {{"a$", "$"}}, {}},
       {"a* '*'", {{"a*", "*"}}, {"1 pathname expansion may replace the word with \"*\"", "3 the quotes are removed"}},
-      {"~/a b~", {{"~/a", "b~"}}, {"0 tilde expansion replaces \"~\" by a home directory"}},
+      {"~/a b~", {{"~/a", "b~"}}, {"0 tilde expansion replaces \"~\" with a home directory"}},
       {"a=b/c d", {{"a=b/c", "d"}}, {"0 the word assigns a variable, and the command begins after it"}},
       {"_a1= x=y", {{"_a1=", "x=y"}}, {"0 the word assigns a variable, and the command begins after it"}},
       {"/a=b c=d =e", {{"/a=b", "c=d", "=e"}}, {}},

@@ -37,7 +37,7 @@ Rule choice_unknown() {
       .name = "choice-unknown",
       .group = Group::eclipse,
       .severity = Severity::error,
-      .title = "ECLIPSE_INTEGRATION_CHOICE is none of internal, user and none",
+      .title = "ECLIPSE_INTEGRATION_CHOICE is not internal, user or none",
       .why = "The value is case-sensitive. With any other value nothing is integrated, and the run reports success.",
       .fix = "write internal, user or none, in lower case",
       .bad = product(session("install", R"( "ECLIPSE_INTEGRATION_CHOICE": "Internal", "ECLIPSE_BIN": "eclipse" )",
@@ -71,7 +71,7 @@ Rule choice_missing() {
             const auto has_descriptors = [](const Component& component) { return component.has_descriptors(); };
             if (std::none_of(input.components.begin(), input.components.end(), has_descriptors)) return;
             reporter.report(input.session->location_of("ECLIPSE_INTEGRATION_CHOICE"),
-                            "ECLIPSE_INTEGRATION_CHOICE is not set, so no Eclipse is changed");
+                            "ECLIPSE_INTEGRATION_CHOICE is not set, so no Eclipse instance is changed");
           },
   };
 }
@@ -134,8 +134,8 @@ Rule user_eclipse_unusable() {
       .title =
           "USER_DEFINED_ECLIPSE_PATH is missing, does not exist, is not the executable, or names a version that is too old",
       .why =
-          "An installer does not accept such an Eclipse, and a run of the session is refused. A removal is not refused, but "
-          "does nothing and reports success.",
+          "An installer does not accept such an Eclipse instance, and eclipse-int refuses to run the session. A removal is "
+          "not refused, but does nothing and reports success.",
       .fix = "set it to the path of an existing Eclipse executable of a supported version",
       .bad = product(session("install", user_choice("ide"), tools)),
       .good = product(user_session()),
@@ -306,10 +306,10 @@ Rule capability_misspelled() {
       .name = "capability-misspelled",
       .group = Group::eclipse,
       .severity = Severity::error,
-      .title = "a capability is spelled nearly like ECLIPSE_IDE or ECLIPSE_PLUGIN, or an IDE has no such capability",
+      .title = "the name of a capability resembles ECLIPSE_IDE or ECLIPSE_PLUGIN, or an IDE has no such capability",
       .why =
-          "Names of capabilities are case-sensitive. Without the right one a component is not recognized as an IDE, so the "
-          "executable is not searched for in it, or as one with Eclipse features.",
+          "Names of capabilities are case-sensitive. Without the right one, a component is recognised neither as an IDE, so "
+          "that the executable is not searched for in it, nor as one with Eclipse features.",
       .fix = "give the component a capability whose name contains ECLIPSE_IDE or ECLIPSE_PLUGIN",
       .bad = product(session("install", internal_choice, R"(
     {
@@ -373,7 +373,7 @@ Rule executable_ambiguous() {
       .group = Group::eclipse,
       .severity = Severity::warning,
       .title = "several IDE components have the executable",
-      .why = "The last one is used, in the order of the names of the capabilities and of the files in the packages.",
+      .why = "The last one is used, in the order of the capability names, then of the files in the packages.",
       .fix = "ship one IDE, or list the executable in one package only",
       .bad = product(session("install", internal_choice, R"(
     {
@@ -415,9 +415,9 @@ Rule executable_not_startable() {
       .severity = Severity::error,
       .title = "the shell cannot start the Eclipse executable",
       .why =
-          "The path is the first word of each command and is not quoted, so the shell splits it at a space. The commands "
-          "fail with exit status 127 (not found), or 126 (not executable).",
-      .fix = "move the Eclipse to a path without spaces and shell metacharacters",
+          "The path is the first word of each command and is not quoted, so the shell splits it at spaces. The commands "
+          "fail with exit status 127 (not found) or 126 (not executable).",
+      .fix = "move Eclipse to a path without spaces and shell metacharacters",
       .bad = product(session("install", user_choice("my ide/eclipse"), tools), {{"my ide/eclipse", "#!/bin/sh\n", 0755}}),
       .good = product(user_session()),
       .check =
@@ -445,10 +445,9 @@ Rule profile_state_damaged() {
       .severity = Severity::error,
       .title = "the newest state of the instance's p2 profile is damaged",
       .why =
-          "p2 starts from the newest state and never goes back to an older one. A state is half written when a director is "
-          "stopped while it writes it, and then every director fails. It lacks most of the units when two directors have "
-          "worked "
-          "at the same time.",
+          "p2 starts from the newest state and never goes back to an older one. A state is incomplete if a director was "
+          "stopped while writing it; then every director fails. It lacks most of the units if two directors have worked at "
+          "the same time.",
       .fix = "run \"eclipse-int repair\" with the path of the Eclipse executable; it moves the damaged state aside",
       .bad = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'"}}),
       .good = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}}),
@@ -495,7 +494,7 @@ Rule minimum_version_compared_as_text() {
       .why =
           "Versions are compared as text, byte by byte: 4.10 is lower than 4.7, so an Eclipse 4.10 is refused. A minimum "
           "between 4.2 and 4.9 refuses some or all versions from 4.10 on.",
-      .fix = "set the minimum to 4.10 or later, or to none",
+      .fix = "set the minimum to 4.10 or later, or do not set it",
       .bad = product(session("install", user_choice("ide/eclipse", R"(, "ECLIPSE_MIN_SUPPORTED_VERSION": "4.7")"), tools),
                      {{"ide/configuration/config.ini", "eclipse.buildId=4.10.0\n"}}),
       .good = product(session("install", user_choice("ide/eclipse", R"(, "ECLIPSE_MIN_SUPPORTED_VERSION": "4.10")"), tools),
@@ -527,11 +526,10 @@ Rule minimum_version_of_another_kind() {
       .name = "minimum-version-of-another-kind",
       .group = Group::eclipse,
       .severity = Severity::warning,
-      .title = "the minimum version is not a version of the kind that an Eclipse has",
+      .title = "the minimum version does not look like the version of an Eclipse instance",
       .why =
           "It is compared as text with the eclipse.buildId of the instance, such as 4.26.0.v20221123-1800. The name of a "
-          "release, "
-          "such as 2022-12, is lower than that of any Eclipse 4, so it refuses none.",
+          "release, such as 2022-12, compares lower than the version of any Eclipse 4, so it refuses none.",
       .fix = "write a version such as 4.26",
       .bad = product(session("install", user_choice("ide/eclipse", R"(, "ECLIPSE_MIN_SUPPORTED_VERSION": "2022-12")"), tools),
                      {{"ide/configuration/config.ini", "eclipse.buildId=4.10.0\n"}}),

@@ -117,8 +117,8 @@ Rule feature_without_group_suffix() {
       .severity = Severity::warning,
       .title = "the id of a feature does not end in .feature.group",
       .why =
-          "The director knows a feature by its id followed by .feature.group. If it does not find a feature, the command for "
-          "all features fails; then each is tried alone, the others are installed, and the user sees the failure heading.",
+          "The director knows a feature by its id followed by .feature.group. If it does not find a feature, the command "
+          "for all features fails. Then each is tried alone: the others are installed, but the installer reports a failure.",
       .fix = "append .feature.group to the id",
       .bad = descriptor("sites/alpha\torg.example.alpha\n"),
       .good = good_descriptor(),
@@ -208,8 +208,8 @@ Rule feature_not_found() {
           .severity = Severity::error,
           .title = "no repository has a feature, or not in this version",
           .why =
-              "The command for all features fails; then each is tried alone, the others are installed, and the user sees the "
-              "failure heading.",
+              "The command for all features fails. Then each is tried alone: the others are installed, but the installer "
+              "reports a failure.",
           .fix = "correct the id (case-sensitive), or publish the feature",
           .bad = component_with("org.example.One.feature.group"),
           .good = good_component(),
@@ -280,8 +280,8 @@ Rule feature_version_invalid() {
           .severity = Severity::error,
           .title = "the text after a feature's slash is not a version",
           .why =
-              "The director aborts with an exception, so the command for all features fails; then each is tried alone, and the "
-              "user sees the failure heading.",
+              "The director aborts with an exception, so the command for all features fails. Then each is tried alone, and "
+              "the installer reports a failure.",
           .fix = "write the id without a version",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group/latest\n"),
           .good = good_descriptor(),
@@ -493,11 +493,11 @@ Rule other_version_installed() {
       .name = "other-version-installed",
       .group = Group::features,
       .severity = Severity::error,
-      .title = "the instance has another version of a feature, which is not replaced",
+      .title = "the instance has another version of a feature, which the director does not replace",
       .why =
-          "The director does not replace what was installed by name. Two versions of a feature go together only if they share "
-          "no "
-          "singleton plug-in, and nearly all do. Otherwise the command for all features fails, and so does this feature alone.",
+          "The director does not replace a unit that was installed by name. Two versions of a feature can be installed "
+          "together only if they have no singleton bundle in common, but nearly all have one. Otherwise the command for all "
+          "features fails, and so does the command for this feature alone.",
       .fix = "run \"eclipse-int run --update\", with --allow-downgrade if the installed version is newer",
       .bad = product(internal_session(), {{profile_name, profile_with_root("0.9.0")}}),
       .good = product(internal_session(), {{profile_name, profile_with_root("1.0.0")}}),

@@ -428,8 +428,8 @@ Rule component_never_searched() {
           .severity = Severity::error,
           .title = "the plug-in cannot search a component that has Eclipse features",
           .why =
-              "A component without a code or a package is silently skipped. If installBase is empty, the plug-in looks for the "
-              "files from \"/\".",
+              "A component without a code or a package is silently skipped. If installBase is empty, the plug-in looks for "
+              "the files below \"/\".",
           .fix = "set the component's code, package and installBase",
           .bad = product_with({.code = ""}),
           .good = good_product(),
@@ -451,11 +451,11 @@ Rule capability_descriptor_mismatch() {
   return {.name = "capability-descriptor-mismatch",
           .group = Group::files,
           .severity = Severity::warning,
-          .title = "a component has descriptor files but no ECLIPSE_PLUGIN capability, or the reverse",
+          .title = "a component has descriptor files but no ECLIPSE_PLUGIN capability, or vice versa",
           .why =
               "Only the capabilities tell the installer whether it needs the integration. It may skip the integration although "
               "there are features, or ask the user for an Eclipse although there are none.",
-          .fix = "give a component with descriptor files, and no other one, a capability whose name contains ECLIPSE_PLUGIN",
+          .fix = "give components with descriptor files, and only those, a capability whose name contains ECLIPSE_PLUGIN",
           .bad = product_with({.capabilities = ""}),
           .good = good_product(),
           .check = [](const Input& input, Reporter& reporter) {

@@ -142,7 +142,7 @@ Rule line_without_tab() {
   return {.name = "line-without-tab",
           .group = Group::lines,
           .severity = Severity::error,
-          .title = "a data line has spaces, commas or semicolons instead of tabs",
+          .title = "a data line separates its columns with spaces, commas or semicolons instead of tabs",
           .why = "Only tabs separate columns. The line has one column and is silently ignored.",
           .fix = "separate the repository and the feature with a tab",
           .bad = descriptor("Repository\tFeature\nsites/alpha    org.example.alpha.feature.group\n"),
@@ -278,8 +278,8 @@ Rule comment_is_data() {
           .title = "a comment line contains a tab",
           .why =
               "Descriptor files have no comments, so the line is data, and its repository becomes part of every director "
-              "command. A space or a semicolon in it makes every command of the session fail, also those of other "
-              "components. Without one, the director loads a repository that does not exist and looks for the feature.",
+              "command. A space or a semicolon in it makes every command of the session fail, including those for other "
+              "components. Otherwise the director tries to load a repository that does not exist, and to find the feature.",
           .fix = "delete the line, or remove its tabs",
           .bad = descriptor("# sites/old\torg.example.old.feature.group\nsites/alpha\torg.example.alpha.feature.group\n"),
           .good = descriptor("# the tools\nsites/alpha\torg.example.alpha.feature.group\n"),
@@ -425,7 +425,8 @@ Rule not_8_bit_text() {
           .why =
               "The file is read byte by byte, so zero bytes become part of the director command. No shell accepts such a "
               "command: eclipse-int does not run it and reports exit code 126. An installer that passes it as a C string "
-              "loses everything after the first zero byte; the director, asked for nothing, then succeeds with exit code 0.",
+              "loses everything after the first zero byte; the director is then asked for nothing, and succeeds with exit "
+              "code 0.",
           .fix = "save the file as ASCII, or as UTF-8 without a byte-order mark",
           .bad = descriptor(in_utf_16("site\torg.example.alpha.feature.group\n")),
           .good = good_descriptor(),
@@ -569,7 +570,7 @@ Rule invisible_character() {
           .why =
               "Nothing is trimmed or converted, so the character is part of the name, which then differs from the name that "
               "it looks like. The repository does not exist, or no repository has the feature.",
-          .fix = "delete the character, or replace it by a plain space or a tab",
+          .fix = "delete the character, or replace it with a plain space or a tab",
           .bad = descriptor("sites/alpha\torg.example.alpha\xC2\xA0.feature.group\n"),
           .good = good_descriptor(),
           .check =
@@ -816,7 +817,7 @@ Rule third_column_ignored() {
           .severity = Severity::note,
           .title = "the third column is not empty",
           .why = "The plug-in reads the column but does not use it.",
-          .fix = "leave the column empty; it is free for notes",
+          .fix = "leave the column empty, unless it holds a comment of yours",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\t1\n"),
           .good = good_descriptor(),
           .check =

@@ -70,7 +70,7 @@ void report_unreadable_profile(const Input& input, Reporter& reporter) {
   if (error.empty()) return;
   reporter.report(Severity::warning, input.session->mode,
                   "the profile of the instance cannot be read, so the installed units are unknown: " + error,
-                  "make the file readable: the director needs this profile, too");
+                  "make the file readable: the director also needs this profile");
 }
 
 Rule unit_not_installed() {
@@ -80,8 +80,8 @@ Rule unit_not_installed() {
       .severity = Severity::error,
       .title = "a removal names a unit that is not installed in the instance",
       .why =
-          "The director removes all units or none, so nothing is removed. The commands that the plug-in runs after that are "
-          "malformed.",
+          "The director removes all units or none, so nothing is removed. The plug-in then runs malformed commands, which "
+          "the shell rejects.",
       .fix = "leave the unit out of the removal, or install it again first",
       .bad = product(internal_session("uninstall"),
                      {{profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}}),
@@ -175,9 +175,11 @@ Rule feature_of_staying_component() {
       .name = "feature-of-staying-component",
       .group = Group::removal,
       .severity = Severity::error,
-      .title = "a removal takes a feature that a component which stays brings, too",
-      .why = "The director removes the feature, and the component that stays loses it: nothing counts who installed it.",
-      .fix = "leave the feature out of the removal, or remove the other component, too",
+      .title = "a removal includes a feature that a remaining component also lists",
+      .why =
+          "The director removes the feature, so the remaining component loses it: p2 does not count which components "
+          "need it.",
+      .fix = "leave the feature out of the removal, or also remove the other component",
       .bad = product_with_more(R"("installed": true)"),
       .good = product_with_more(R"("installed": true, "remove": true)"),
       .check =
@@ -191,7 +193,7 @@ Rule feature_of_staying_component() {
               reporter.report(location == locations.end() ? input.session->mode : location->second,
                               in_quotes(unit.id) + " is removed, but " +
                                   in_quotes(keeper->descriptor->component->catalogue->code) +
-                                  ", which stays, brings it, too (" + keeper->where() + ")");
+                                  ", which remains, also lists it (" + keeper->where() + ")");
             }
           },
   };

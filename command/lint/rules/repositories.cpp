@@ -177,7 +177,7 @@ Rule directory_named_zip() {
           .severity = Severity::error,
           .title = "the name of a directory ends in .zip",
           .why = "The plug-in passes it to the director as an archive, which the director cannot load.",
-          .fix = "rename the directory, or pack it",
+          .fix = "rename the directory, or pack it into a zip archive",
           .bad = component("site.zip\torg.example.one.feature.group\n", {{"tools/site.zip/content.xml", content_of_one}}),
           .good = good_component(),
           .check =
@@ -202,9 +202,7 @@ Rule repository_spelled_differently() {
           .group = Group::repositories,
           .severity = Severity::warning,
           .title = "one repository is spelled in several ways",
-          .why =
-              "It depends on how the installer normalises paths whether the director gets the repository once or several "
-              "times.",
+          .why = "How the installer normalises paths decides whether the director gets the repository once or several times.",
           .fix = "spell it the same way everywhere",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\n./sites/alpha\torg.example.beta.feature.group\n"),
           .good = descriptor("sites/alpha\torg.example.alpha.feature.group\nsites/alpha\torg.example.beta.feature.group\n"),
@@ -266,8 +264,8 @@ Rule space_in_repository() {
           .severity = Severity::error,
           .title = "the path of a directory contains a space",
           .why =
-              "The plug-in does not quote directories. The shell splits the director command at the space, so every command of "
-              "the session fails, also those of other components. Archives are quoted.",
+              "The plug-in does not quote directories. The shell splits the director command at the space, so every command "
+              "of the session fails, including those for other components. Archives are quoted.",
           .fix = "use a .zip archive, or a path without spaces",
           .bad = descriptor("my site\torg.example.alpha.feature.group\n"),
           .good = descriptor("my site.zip\torg.example.alpha.feature.group\n"),
@@ -515,25 +513,24 @@ void report_missing(const Record& record, Reporter& reporter) {
 }
 
 Rule repository_missing() {
-  return {
-      .name = "repository-missing",
-      .group = Group::repositories,
-      .severity = Severity::error,
-      .title = "a repository does not exist",
-      .why =
-          "If the director can load another repository, it only mentions errors, and does not find the features of this one. "
-          "Otherwise it fails.",
-      .fix = "ship the repository with the component, or correct the path",
-      .bad = component(line_of_one, {{"tools/Site/content.xml", content_of_one}}),
-      .good = good_component(),
-      .check =
-          [](const Input& input, Reporter& reporter) {
-            for_each_looked_into(input, [&](const Record& record) {
-              if (!record.site->exists) report_missing(record, reporter);
-            });
-          },
-      .concerns_removals = false,
-      .corrects = Corrects::both};
+  return {.name = "repository-missing",
+          .group = Group::repositories,
+          .severity = Severity::error,
+          .title = "a repository does not exist",
+          .why =
+              "If the director can load another repository, it only prints that there were errors, and does not find the "
+              "features of this one. Otherwise it fails.",
+          .fix = "ship the repository with the component, or correct the path",
+          .bad = component(line_of_one, {{"tools/Site/content.xml", content_of_one}}),
+          .good = good_component(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_looked_into(input, [&](const Record& record) {
+                  if (!record.site->exists) report_missing(record, reporter);
+                });
+              },
+          .concerns_removals = false,
+          .corrects = Corrects::both};
 }
 
 void report_no_metadata(const Record& record, Reporter& reporter) {
@@ -556,8 +553,8 @@ Rule repository_without_metadata() {
           .group = Group::repositories,
           .severity = Severity::error,
           .title = "a repository has no p2 metadata",
-          .why = "The director cannot load it. If it can load another repository, it only mentions errors.",
-          .fix = "publish it with p2's publisher, which writes content.jar and artifacts.jar",
+          .why = "The director cannot load it. If it can load another repository, it only prints that there were errors.",
+          .fix = "publish it with the p2 publisher, which writes content.jar and artifacts.jar",
           .bad = component(line_of_one, {{"tools/site/repository/content.xml", content_of_one}}),
           .good = good_component(),
           .check =
@@ -591,8 +588,8 @@ Rule repository_not_loadable() {
           .severity = Severity::error,
           .title = "the p2 metadata of a repository is damaged or unreadable",
           .why =
-              "The director cannot load it. If it can load another repository, it only mentions errors, and does not find the "
-              "features of this one. It silently ignores such a child of a composite.",
+              "The director cannot load it. If it can load another repository, it only prints that there were errors, and "
+              "does not find the features of this one. It silently ignores such a child of a composite.",
           .fix = publish_again,
           .bad = component_with("<repository><units>\n"),
           .good = good_component(),
@@ -615,7 +612,7 @@ Rule repository_not_examined() {
           .why =
               "The director may be able to load all of it. What it provides is unknown here, so the features of its lines "
               "are not looked for, and no rule reports missing artifacts or repositories that are not used.",
-          .fix = "nothing if the director has access to all of it; otherwise ship everything with the component",
+          .fix = "if the director has access to all of it, do nothing; otherwise ship everything with the component",
           .bad = component(line_of_one, {{"tools/site/compositeContent.xml", composite_with_remote_child}}),
           .good = good_component(),
           .check =
@@ -695,22 +692,21 @@ void check_artifacts(const Input& input, Artifacts (*artifacts_of)(const Reposit
 }
 
 Rule repository_without_artifacts() {
-  return {
-      .name = "repository-without-artifacts",
-      .group = Group::repositories,
-      .severity = Severity::error,
-      .title = "a repository lacks artifacts of its units, or the list of them",
-      .why =
-          "The director finds the features but not their files. The command for all features fails, also for those of other "
-          "repositories; each feature is then tried alone.",
-      .fix = publish_again,
-      .bad = component_with(content_of_files),
-      .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},
-                                      {"tools/site/artifacts.xml", artifacts_of_files},
-                                      {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", empty_jar()}}),
-      .check = [](const Input& input,
-                  Reporter& reporter) { check_artifacts(input, missing_artifacts, lack_of_artifacts, reporter); },
-      .concerns_removals = false};
+  return {.name = "repository-without-artifacts",
+          .group = Group::repositories,
+          .severity = Severity::error,
+          .title = "a repository lacks artifacts of its units, or the list of them",
+          .why =
+              "The director finds the features but not their files. The command for all features fails, including those from "
+              "other repositories; then each feature is tried alone.",
+          .fix = publish_again,
+          .bad = component_with(content_of_files),
+          .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},
+                                          {"tools/site/artifacts.xml", artifacts_of_files},
+                                          {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", empty_jar()}}),
+          .check = [](const Input& input,
+                      Reporter& reporter) { check_artifacts(input, missing_artifacts, lack_of_artifacts, reporter); },
+          .concerns_removals = false};
 }
 
 Rule artifact_damaged() {

@@ -69,9 +69,9 @@ Rule command_too_long() {
       .severity = Severity::error,
       .title = "the director's command line is longer than the system allows",
       .why =
-          "The system refuses to start the shell with it, so the run for all features at once fails. Then the director is run "
+          "The system refuses to start the shell with it, so the command for all features fails. Then the director is run "
           "for each feature separately.",
-      .fix = "group the features: installing a feature also installs the features that it includes",
+      .fix = "make a feature that includes the others, and list only that one",
       .bad = long_product(),
       .good = product(user_session()),
       .check =
@@ -99,9 +99,11 @@ Rule new_instance_gets_all_features() {
       .name = "new-instance-gets-all-features",
       .group = Group::session,
       .severity = Severity::note,
-      .title = "the Eclipse is new in this run",
-      .why = "It gets the features of all components, not only those of the selected ones.",
-      .fix = "nothing if that is intended; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the previous run",
+      .title = "the Eclipse instance is new in this run",
+      .why = "It gets the features of all components, not only of the selected ones.",
+      .fix =
+          "if that is intended, do nothing; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the previous "
+          "run",
       .bad = product(session("modify", user_choice("ide/eclipse"), installed_tools())),
       .good = product(
           session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"), installed_tools())),
@@ -114,7 +116,7 @@ Rule new_instance_gets_all_features() {
               list += (list.empty() ? "" : ", ") + in_quotes(component.catalogue->code);
             }
             if (list.empty()) return;
-            reporter.report(input.session->mode, "the Eclipse is new, so it also gets the features of " + list);
+            reporter.report(input.session->mode, "the Eclipse instance is new, so it also gets the features of " + list);
           },
   };
 }
@@ -144,7 +146,9 @@ Rule selection_for_another_mode() {
       .group = Group::session,
       .severity = Severity::warning,
       .title = "components are selected, but none for the mode of the session",
-      .why = "The run does nothing and reports success. A removal looks at \"remove\", the other modes at \"install\".",
+      .why =
+          "The run does nothing and reports success. \"remove\" selects a component for a removal, \"install\" for the "
+          "other modes.",
       .fix = "select the components, or correct the mode",
       .bad = product(session("uninstall", internal_choice, std::string(ide) + entry_of({.state = R"("install": true)"}))),
       .good = product(internal_session("uninstall")),
@@ -199,9 +203,9 @@ Rule variable_misspelled() {
       .name = "variable-misspelled",
       .group = Group::session,
       .severity = Severity::warning,
-      .title = "the name of a variable is nearly one that is read",
-      .why = "The variable has no effect. The names are exact, the misspelled CASHED_ECLIPSE_PATH among them.",
-      .fix = "write the name as it is read",
+      .title = "the name of a variable resembles one that a run reads",
+      .why = "The variable has no effect. Names are exact, and that includes the misspelled CASHED_ECLIPSE_PATH.",
+      .fix = "correct the name",
       .bad = product(session("modify", user_choice("ide/eclipse", R"(, "CACHED_ECLIPSE_PATH": "ide/eclipse")"), tools)),
       .good = product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"), tools)),
       .check =
@@ -210,7 +214,7 @@ Rule variable_misspelled() {
             for (const auto& [name, location] : input.session->variables) {
               const auto meant = meant_variable(name);
               if (!meant) continue;
-              reporter.report(Severity::warning, location, in_quotes(name) + " is not read; " + in_quotes(*meant) + " is",
+              reporter.report(Severity::warning, location, in_quotes(name) + " is not read, unlike " + in_quotes(*meant),
                               "write " + in_quotes(*meant));
             }
           },

@@ -15,17 +15,17 @@
 namespace eclipse_int {
 
 struct HostCheckOptions {
-  /// Names of checks, or of groups of them ("env", "get_file"); all checks if it is empty.
+  /// Names of checks, or of groups of checks ("env", "get_file"). If it is empty, all checks are performed.
   std::vector<std::string> only;
   /// Performs the checks in this process, for a debugger. Otherwise each is performed in a forked child, so that a crash, an
   /// endless loop or an exit is a result as well, and so that the session stays as it is.
   bool in_process = false;
   /// How long a check may take before it is ended. Not used with in_process.
   unsigned seconds = 10;
-  /// The file to which print_log() writes. If it is empty, the log is looked for in the outputs and the open files of this
-  /// process.
+  /// The file to which print_log() writes. If it is empty, the checks search the outputs and the open files of this process for
+  /// the log.
   std::string log;
-  /// A file with one accepted failure in each line: the name of the check, a space and the reason. "#" begins a comment.
+  /// A file with one accepted failure on each line: the name of the check, a space and the reason. "#" begins a comment.
   std::string waivers;
   /// A second session, for the checks that need one. It may be null.
   session_t* other_session = nullptr;
@@ -33,9 +33,9 @@ struct HostCheckOptions {
   std::string format = "text";
 };
 
-/// Checks the host that this program is, with a session whose catalogue is filled, and writes the report to `report`.
-/// Returns 0 if it keeps every promise that it must keep, 1 if it breaks one, and 2 if it could not be checked: no such check
-/// or format, or a waiver file that cannot be read or has an entry without a reason. `report` then says why.
+/// Checks this program as a host, with a session whose catalogue is filled, and writes the report to `report`.
+/// Returns 0 if the host keeps every promise that it must keep, 1 if it breaks one, and 2 if it could not be checked: no such
+/// check or format, or a waiver file that cannot be read or has an entry without a reason. `report` then says why.
 int check_host(session_t& session, const HostCheckOptions& options, std::ostream& report);
 
 }  // namespace eclipse_int

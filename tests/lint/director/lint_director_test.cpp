@@ -82,13 +82,14 @@ TEST(LintDirector, OtherVersionOfAFeatureIsNotReplaced) {
                 "cd '" + site + "' && unzip -p content.jar content.xml | sed 's/1\\.0\\.0/2.0.0/g' > content.xml && rm *.jar")
                 .exit_code,
             0);
-  EXPECT_EQ(product.run("install").result["status"], "refused");
+  const Outcome refused = product.run("install");
+  EXPECT_EQ(refused.result.at("status"), "refused");
   const Child call = eclipse_int("call define_eclipse_path perform_integration --json " + product.write_session("install"));
   const Outcome outcome{call.status, call.result, {}};
   EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
   EXPECT_THAT(output_of(outcome, 0), HasSubstr("Only one of the following can be installed at once"));
   EXPECT_THAT(rules_broken_by(product), Contains("other-version-installed"));
-  EXPECT_EQ(outcome.plan.at("changes").at(0).at("installed"), "1.0.0");
+  EXPECT_EQ(refused.plan.at("changes").at(0).at("installed"), "1.0.0");
   EXPECT_EQ(product.installed(), features({"alpha"}));
 }
 
