@@ -47,8 +47,9 @@ inline int look_at(dl_phdr_info* object, std::size_t, void* data) {
   for (int i = 0; is_meant && search.version.empty() && i < object->dlpi_phnum; ++i) {
     const ElfW(Phdr)& segment = object->dlpi_phdr[i];
     if (segment.p_type != PT_NOTE) continue;
-    search.version = version_in(reinterpret_cast<const char*>(object->dlpi_addr + segment.p_vaddr), segment.p_memsz,
-                                segment.p_align == 8 ? 8 : 4);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader gives addresses as numbers
+    const char* const notes = reinterpret_cast<const char*>(object->dlpi_addr + segment.p_vaddr);
+    search.version = version_in(notes, segment.p_memsz, segment.p_align == 8 ? 8 : 4);
   }
   return is_meant ? 1 : 0;
 }
