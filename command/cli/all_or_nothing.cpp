@@ -28,6 +28,7 @@ using Json = nlohmann::ordered_json;
 
 std::vector<std::string> unquoted(const std::set<std::string>& repositories) {
   std::vector<std::string> urls;
+  urls.reserve(repositories.size());
   for (const std::string& repository : repositories) urls.push_back(eclipse_shell::as_word(repository));
   return urls;
 }
