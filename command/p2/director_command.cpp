@@ -51,6 +51,7 @@ std::string command_line_of(std::vector<std::string> words) {
 
 std::string list_of(const std::vector<Unit>& units) {
   std::vector<std::string> texts;
+  texts.reserve(units.size());
   for (const Unit& unit : units) texts.push_back(text_of(unit));
   return joined(texts, ",");
 }

@@ -150,7 +150,7 @@ void read_artifacts(const pugi::xml_node& repository, const RepositoryFiles& fil
     if (!file.empty() && !files.has(file)) {
       read.missing_artifacts.emplace(name_of_artifact(artifact), std::move(file));
     } else if (const std::string error = file.empty() ? "" : files.jar_error(file, fixed_size_of(artifact)); !error.empty()) {
-      read.damaged_artifacts.emplace(name_of_artifact(artifact), file + " " + error);
+      read.damaged_artifacts.emplace(name_of_artifact(artifact), file.append(" ").append(error));
     } else {
       read.artifacts->insert(name_of_artifact(artifact));
     }
