@@ -84,6 +84,26 @@ TEST(SimilarWord, IsTheKnownWordThatIsMostLikeIt) {
   EXPECT_EQ(similar_word("code", {}), std::nullopt);
 }
 
+TEST(Utf8OfUtf16, KnowsBothByteOrdersAndPairsOfSurrogates) {
+  const auto text = [](std::string_view bytes) { return utf_8_of_utf_16(bytes); };
+  using namespace std::string_view_literals;
+  EXPECT_EQ(text("\xFF\xFE"
+                 "a\0\xE4\0"sv),
+            "a\xC3\xA4");
+  EXPECT_EQ(text("\xFE\xFF"
+                 "\0a\x20\xAC"sv),
+            "a\xE2\x82\xAC");
+  EXPECT_EQ(text("\xFF\xFE\x3D\xD8\x00\xDE"sv), "\xF0\x9F\x98\x80");
+  EXPECT_EQ(text("a\0b\0"sv), "ab") << "without a mark, by its ASCII characters";
+  EXPECT_EQ(text("\0a\0b"sv), "ab");
+  for (const std::string_view other : {""sv, "a"sv, "ab"sv, "a\0b"sv, "a\0bc"sv, "\0\0"sv, "\xFF\xFE\x3D\xD8"sv,
+                                       "\xFF\xFE\x3D\xD8"
+                                       "a\0"sv,
+                                       "\xFF\xFE\x00\xDE\x3D\xD8"sv}) {
+    EXPECT_EQ(text(other), std::nullopt) << testing::PrintToString(other);
+  }
+}
+
 TEST(CharactersIn, CountsBytesThatAreNotUtf8One) {
   EXPECT_EQ(characters_in(""), 0U);
   EXPECT_EQ(characters_in("a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"), 4U);

@@ -33,6 +33,8 @@ TEST(Plugin, BesideThisProgramIsFoundAndHasEveryAction) {
   EXPECT_EQ(lines.back(), "eclipse_int: nothing to unintegrate");
 }
 
+TEST(Plugin, SaysItsVersion) { EXPECT_EQ(Plugin(PLUGIN).version(), ECLIPSE_INT_VERSION); }
+
 TEST(Plugin, UnknownActionIsOutOfRange) {
   const Plugin plugin(PLUGIN);
   Session session;
