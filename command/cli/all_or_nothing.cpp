@@ -13,7 +13,6 @@
 #include "p2/profile_repair.h"
 #include "p2/run_journal.h"
 #include "plan/make_plan.h"
-#include "shell/shell_reading.h"
 #include "verify/verification.h"
 
 using namespace eclipse_base;
@@ -25,13 +24,6 @@ namespace eclipse_cli {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::vector<std::string> unquoted(const std::set<std::string>& repositories) {
-  std::vector<std::string> urls;
-  urls.reserve(repositories.size());
-  for (const std::string& repository : repositories) urls.push_back(eclipse_shell::as_word(repository));
-  return urls;
-}
 
 void restore(Session& session, const std::map<std::string, std::string>& before, const std::string& name) {
   const auto found = before.find(name);
@@ -132,7 +124,7 @@ void AllOrNothing::revert_unless_unchanged() {
   change_ = change_between(installed_in(newest), installed_in(target));
   if (change_->is_empty()) return;
   print_message("not all features were " + std::string(plan_.is_removal ? "removed" : "installed") + "; going back");
-  std::vector<std::string> urls = unquoted(plan_.repositories);
+  std::vector<std::string> urls = plan_.repository_urls();
   for (std::string& url : read_run_journal(instance).repositories()) urls.push_back(std::move(url));
   reversion_ = revert(plan_.executable, before_, urls, Interruption::observer().command_progress);
   error_ = reversion_->error;

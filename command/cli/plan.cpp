@@ -141,17 +141,23 @@ void mark_failing(eclipse_preview::Preview& preview, const Resolution& resolutio
 }
 
 /// What the run would replace, or why it would be refused.
-void add_update(PlanReport& report, Repositories& repositories, const eclipse_update::Wishes& wishes) {
-  const auto installed = eclipse_p2::recorded_units(eclipse_p2::instance_directory(report.plan.executable));
-  if (!installed) return;
-  report.replacements =
-      eclipse_update::replacements_for(report.plan, eclipse_plan::offered_to(report.plan, repositories), *installed);
+void add_update(PlanReport& report, const eclipse_plan::Offer& offer, const eclipse_p2::InstalledUnits& installed,
+                const eclipse_update::Wishes& wishes) {
+  report.replacements = eclipse_update::replacements_for(report.plan, offer, installed);
   report.refusal = eclipse_update::refusal_for(report.replacements, wishes);
   if (!wishes.update || !report.refusal.empty() || report.replacements.empty()) return;
   report.update_command = eclipse_update::update_command(report.plan, report.replacements);
   for (auto& feature : report.preview->features) {
     if (feature.change == eclipse_preview::Change::other_version) feature.remark = "updated";
   }
+}
+
+/// What the run would change in the instance.
+void look_at_instance(PlanReport& report, Repositories& repositories, const eclipse_update::Wishes& wishes) {
+  const auto installed = eclipse_p2::recorded_units(eclipse_p2::instance_directory(report.plan.executable));
+  const auto offer = eclipse_plan::offered_to(report.plan, repositories);
+  report.preview = eclipse_preview::preview(report.plan, offer, installed, repositories);
+  if (installed) add_update(report, offer, *installed, wishes);
 }
 
 int plan_session(const SessionOptions& options, const PlanOptions& wanted) {
@@ -163,8 +169,7 @@ int plan_session(const SessionOptions& options, const PlanOptions& wanted) {
   report.plan = eclipse_plan::make_plan(plugin, command.session(), wanted.all_retries ? Retries::all : Retries::distinct);
   if (report.plan.command) report.damage = eclipse_p2::profile_damage_at_rest(report.plan.executable);
   Repositories repositories;
-  if (report.plan.command) report.preview = eclipse_preview::preview(report.plan, repositories);
-  if (report.plan.command) add_update(report, repositories, wanted.update);
+  if (report.plan.command) look_at_instance(report, repositories, wanted.update);
   report.findings = lint_counts(plugin, repositories, command);
   if (wanted.resolves) report.resolution = resolve_unless_interrupted(report.plan);
   if (report.resolution && report.preview) mark_failing(*report.preview, *report.resolution);

@@ -142,9 +142,13 @@ std::string date_of(const std::string& time) {
   return std::string(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S UTC", &parts));
 }
 
-ProfileState read_profile_state(const fs::path& file) {
+std::string time_of_state(const fs::path& file) {
   const std::string name = file.filename().string();
-  ProfileState state{file, name.substr(0, name.find('.')), "", false, {}};
+  return name.substr(0, name.find('.'));
+}
+
+ProfileState read_profile_state(const fs::path& file) {
+  ProfileState state{file, time_of_state(file), "", false, {}};
   FileContent content = read_file(file, largest::profile);
   state.error = content.error;
   if (!state.error.empty()) return state;

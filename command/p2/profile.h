@@ -56,6 +56,9 @@ std::string date_of(const std::string& time);
 
 ProfileState read_profile_state(const std::filesystem::path& file);
 
+/// The time of a state, which its file name begins with.
+std::string time_of_state(const std::filesystem::path& file);
+
 /// The newest state; empty when there is none.
 std::filesystem::path profile_file(const std::filesystem::path& instance);
 

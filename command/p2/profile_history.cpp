@@ -12,11 +12,6 @@ namespace eclipse_p2 {
 
 namespace {
 
-std::string time_of(const fs::path& file) {
-  const std::string name = file.filename().string();
-  return name.substr(0, name.find('.'));
-}
-
 long long as_number(const std::string& time) { return std::strtoll(time.c_str(), nullptr, 10); }
 
 /// The states from the newest one back. What went back to an older state has made a copy of it, so the way goes on there.
@@ -88,13 +83,13 @@ std::vector<HistoricState> profile_history(const fs::path& instance, const RunJo
 
 std::vector<std::string> state_times(const fs::path& instance) {
   std::vector<std::string> times;
-  for (const fs::path& file : profile_states(instance)) times.push_back(time_of(file));
+  for (const fs::path& file : profile_states(instance)) times.push_back(time_of_state(file));
   return times;
 }
 
 ProfileState state_of_time(const fs::path& instance, const std::string& time) {
   for (const fs::path& file : profile_states(instance)) {
-    if (time_of(file) == time) return read_profile_state(file);
+    if (time_of_state(file) == time) return read_profile_state(file);
   }
   ProfileState none;
   none.time = time;

@@ -73,6 +73,13 @@ const std::vector<RepositoryFiles::Form>& RepositoryFiles::forms_of(Listing list
   return listing == Listing::content ? content : artifacts;
 }
 
+bool RepositoryFiles::is_form(Listing listing, std::string_view name) {
+  const auto& forms = forms_of(listing);
+  return std::any_of(forms.begin(), forms.end(), [&](const Form& form) {
+    return std::find(form.files.begin(), form.files.end(), name) != form.files.end();
+  });
+}
+
 RepositoryFiles::RepositoryFiles(RepositoryPlace place) : place_(std::move(place)) {
   if (is_unreadable(place_.path)) {
     error_ = "cannot be read";
@@ -196,15 +203,10 @@ std::optional<Metadata> RepositoryFiles::read(Listing listing) const {
 }
 
 std::string RepositoryFiles::nested_metadata() const {
-  const auto is_metadata = [](std::string_view file) {
-    const auto& forms = forms_of(Listing::content);
-    return std::any_of(forms.begin(), forms.end(), [&](const Form& form) {
-      return std::find(form.files.begin(), form.files.end(), file) != form.files.end();
-    });
-  };
   for (const std::string& name : names()) {
     const std::size_t slash = name.rfind('/');
-    if (slash != name.npos && is_metadata(std::string_view(name).substr(slash + 1))) return name.substr(0, slash + 1);
+    if (slash != name.npos && is_form(Listing::content, std::string_view(name).substr(slash + 1)))
+      return name.substr(0, slash + 1);
   }
   return "";
 }

@@ -20,6 +20,7 @@
 #include <pugixml.hpp>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/archive.h"
@@ -49,6 +50,9 @@ struct Metadata {
 class RepositoryFiles {
  public:
   explicit RepositoryFiles(RepositoryPlace place);
+
+  /// Whether a file of this name is one of the forms.
+  static bool is_form(Listing listing, std::string_view name);
 
   bool are_in_archive() const { return archive_.has_value(); }
   /// Why what is at this place cannot be looked into, to be read after its name; empty when it can.

@@ -19,4 +19,10 @@ std::vector<const PlannedRecord*> Plan::features() const {
   return listed;
 }
 
+std::vector<std::string> Plan::repository_urls() const {
+  std::vector<std::string> urls(repositories.size());
+  std::transform(repositories.begin(), repositories.end(), urls.begin(), eclipse_shell::as_word);
+  return urls;
+}
+
 }  // namespace eclipse_plan

@@ -103,6 +103,8 @@ struct Plan {
   std::vector<const PlannedRecord*> features() const;
   /// All records that took a slot, in the order of the slots.
   std::vector<const PlannedRecord*> by_slot() const;
+  /// The URLs of the repositories, without the quotes that the shell removes.
+  std::vector<std::string> repository_urls() const;
 };
 
 }  // namespace eclipse_plan

@@ -75,12 +75,11 @@ Change change_of(InstallStep step) {
   return Change::add;
 }
 
-void add_installations(Preview& preview, const Plan& plan, const std::optional<InstalledUnits>& installed,
+void add_installations(Preview& preview, const Plan& plan, const Offer& offer, const std::optional<InstalledUnits>& installed,
                        Repositories& repositories) {
   for (const std::string& url : plan.repositories) {
     preview.repositories.push_back(about(url, repositories.at(eclipse_dry_run::path_in(url))));
   }
-  const Offer offer = eclipse_plan::offered_to(plan, repositories);
   static const std::vector<InstalledUnit> none;
   const InstallationForecast forecast(offer.units, offer.is_all, installed ? *installed->all : none);
   for (const PlannedRecord* const record : plan.features()) {
@@ -143,14 +142,14 @@ const char* name_of(Change change) {
   return "fail";
 }
 
-Preview preview(const Plan& plan, Repositories& repositories) {
+Preview preview(const Plan& plan, const Offer& offer, const std::optional<InstalledUnits>& installed,
+                Repositories& repositories) {
   Preview preview;
-  const auto installed = recorded_units(instance_directory(plan.executable));
   preview.knows_installed = installed.has_value();
   if (plan.is_removal) {
     add_removals(preview, plan, installed);
   } else {
-    add_installations(preview, plan, installed, repositories);
+    add_installations(preview, plan, offer, installed, repositories);
   }
   return preview;
 }

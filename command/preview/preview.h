@@ -2,10 +2,13 @@
 #ifndef ECLIPSE_INT_PREVIEW_PREVIEW_H
 #define ECLIPSE_INT_PREVIEW_PREVIEW_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "p2/installed_units.h"
 #include "p2/repository.h"
+#include "plan/offer.h"
 #include "plan/plan.h"
 
 namespace eclipse_preview {
@@ -38,8 +41,10 @@ struct Preview {
   std::vector<PreviewedRepository> repositories;  ///< none for a removal, which uses none
 };
 
-/// Of a plan with a command. What lies in the repositories is looked up with `repositories`.
-Preview preview(const eclipse_plan::Plan& plan, eclipse_p2::Repositories& repositories);
+/// Of a plan with a command, what its repositories offer, and what its instance has installed, if that is known. What lies in
+/// the repositories is looked up with `repositories`.
+Preview preview(const eclipse_plan::Plan& plan, const eclipse_plan::Offer& offer,
+                const std::optional<eclipse_p2::InstalledUnits>& installed, eclipse_p2::Repositories& repositories);
 
 }  // namespace eclipse_preview
 

@@ -59,15 +59,13 @@ std::string refusal_for(const std::vector<Replacement>& replacements, const Wish
 }
 
 std::string update_command(const Plan& plan, const std::vector<Replacement>& replacements) {
-  std::vector<std::string> urls;
-  for (const std::string& repository : plan.repositories) urls.push_back(eclipse_shell::as_word(repository));
   std::vector<Unit> removed;
   std::vector<Unit> installed;
   for (const Replacement& replacement : replacements) {
     removed.push_back(replacement.installed);
     installed.push_back(replacement.offered);
   }
-  return replace_command(plan.executable, urls, removed, installed);
+  return replace_command(plan.executable, plan.repository_urls(), removed, installed);
 }
 
 }  // namespace eclipse_update

@@ -77,18 +77,8 @@ TEST_P(CorrectionsOf, LeavesNothingToSayOfItsCorrectedSample) {
   EXPECT_EQ(summary_of(findings_in(GetParam()->bad.input)), std::vector<std::string>());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Lint, CorrectionsOf,
-    [] {
-      std::vector<const Rule*> all;
-      for (const Rule& rule : rules()) all.push_back(&rule);
-      return testing::ValuesIn(all);
-    }(),
-    [](const auto& parameter) {
-      std::string name(parameter.param->name);
-      std::replace(name.begin(), name.end(), '-', '_');
-      return name;
-    });
+INSTANTIATE_TEST_SUITE_P(Lint, CorrectionsOf, testing::ValuesIn(every_rule()),
+                         [](const auto& parameter) { return test_name_of(*parameter.param); });
 
 // ---- Single corrections ----
 

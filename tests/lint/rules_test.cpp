@@ -43,18 +43,8 @@ TEST_P(EveryRule, IsWrittenOutInFull) {
   EXPECT_TRUE(std::regex_match(std::string(rule.fix), std::regex("[^\n]*[^. \n]"))) << rule.fix;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Lint, EveryRule,
-    [] {
-      std::vector<const Rule*> all;
-      for (const Rule& rule : rules()) all.push_back(&rule);
-      return testing::ValuesIn(all);
-    }(),
-    [](const auto& parameter) {
-      std::string name(parameter.param->name);
-      std::replace(name.begin(), name.end(), '-', '_');
-      return name;
-    });
+INSTANTIATE_TEST_SUITE_P(Lint, EveryRule, testing::ValuesIn(every_rule()),
+                         [](const auto& parameter) { return test_name_of(*parameter.param); });
 
 TEST(Rules, NamesDiffer) {
   std::set<std::string_view> names;

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -13,6 +14,18 @@ namespace {
 constexpr uid_t nobody = 65534;
 
 }  // namespace
+
+std::vector<const eclipse_lint::Rule*> every_rule() {
+  std::vector<const eclipse_lint::Rule*> all;
+  for (const eclipse_lint::Rule& rule : eclipse_lint::rules()) all.push_back(&rule);
+  return all;
+}
+
+std::string test_name_of(const eclipse_lint::Rule& rule) {
+  std::string name(rule.name);
+  std::replace(name.begin(), name.end(), '-', '_');
+  return name;
+}
 
 WithoutRights::WithoutRights() {
   if (getuid() != 0) return;

@@ -12,6 +12,10 @@
 
 namespace lint_test {
 
+/// For suites with a test for each rule: the rules, and the name of a rule as that of a test.
+std::vector<const eclipse_lint::Rule*> every_rule();
+std::string test_name_of(const eclipse_lint::Rule& rule);
+
 /// Writes the files of a sample into the working directory.
 void write_sample(const eclipse_lint::Sample& sample);
 

@@ -250,9 +250,9 @@ Rule descriptor_unreadable() {
 // ---- Files that are taken for descriptors ----
 
 bool has_other_name(const std::string& name) {
-  constexpr std::array<std::string_view, 21> endings = {"~",    ".bak",  ".orig", ".old",  ".swp",  ".rej",      ".md",
-                                                        ".xml", ".jar",  ".zip",  ".html", ".json", ".png",      ".pdf",
-                                                        ".gz",  ".save", ".tmp",  ".off",  ".orig", ".disabled", ".example"};
+  constexpr std::array<std::string_view, 20> endings = {"~",    ".bak",  ".orig", ".old",  ".swp",      ".rej",    ".md",
+                                                        ".xml", ".jar",  ".zip",  ".html", ".json",     ".png",    ".pdf",
+                                                        ".gz",  ".save", ".tmp",  ".off",  ".disabled", ".example"};
   constexpr std::array<std::string_view, 6> beginnings = {".", "readme", "license", "copy of ", "kopie von ", "copie de "};
   const std::string lowered = lower_case(fs::path(name).filename().string());
   const std::string stem = fs::path(lowered).stem().string();

@@ -1,6 +1,5 @@
 // Rules about the first column.
 #include <algorithm>
-#include <array>
 #include <map>
 #include <set>
 
@@ -10,6 +9,7 @@
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
 #include "lint/texts.h"
+#include "p2/repository_files.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -127,12 +127,11 @@ std::optional<Correction> zip_in_lower_case(const Record& record, std::size_t st
 
 /// The directory of a path that ends in the name of a metadata file; empty for another path.
 std::string directory_of_metadata(std::string_view repository) {
-  constexpr std::array<std::string_view, 10> names = {
-      "content.jar",      "content.xml",          "content.xml.xz",       "artifacts.jar",          "artifacts.xml",
-      "artifacts.xml.xz", "compositeContent.jar", "compositeContent.xml", "compositeArtifacts.jar", "compositeArtifacts.xml"};
   const std::size_t slash = repository.rfind('/');
   if (slash == repository.npos || slash == 0) return "";
-  const bool is_metadata = std::find(names.begin(), names.end(), repository.substr(slash + 1)) != names.end();
+  const std::string_view name = repository.substr(slash + 1);
+  const bool is_metadata =
+      RepositoryFiles::is_form(Listing::content, name) || RepositoryFiles::is_form(Listing::artifacts, name);
   return is_metadata ? std::string(repository.substr(0, slash)) : "";
 }
 
