@@ -66,7 +66,7 @@ RunRecording::RunRecording(const std::string& executable, const SessionOptions& 
 RunRecording::~RunRecording() try {
   if (run_.before.empty()) return;
   run_.after = newest_time(executable_);
-  if (run_.after == run_.before) return;
+  if (!eclipse_p2::is_before(run_.before, run_.after)) return;
   run_.went_back_to = record_.went_back_to;
   run_.repositories = repositories_of(record_);
   run_.cached_after = cached_in(session_);

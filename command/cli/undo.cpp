@@ -158,13 +158,14 @@ void let_variables_follow(Undo& undo, const SessionOptions& options) {
 int perform_undo(Undo& undo, const UndoOptions& options) {
   look_at(undo, options.to);
   if (!options.session.json) std::cout << found_text(undo) << std::flush;
-  undo.damage = undo.is_dry_run ? profile_damage_at_rest(undo.executable) : profile_damage(undo.executable);
-  if (!undo.error.empty() || undo.damage) return 1;
+  undo.damage = undo.is_dry_run ? instance_damage_at_rest(undo.executable) : instance_damage(undo.executable);
+  if (!undo.error.empty() || (undo.damage && undo.damage->is_fatal)) return 1;
+  if (!undo.is_dry_run) prepare_for_directors(undo.executable);
   try {
     if (!undo.is_dry_run) go_back(undo);
   } catch (const Interrupted& interrupted) {
     undo.error = interrupted.name() + " stopped the director";
-    undo.damage = profile_damage(undo.executable);
+    undo.damage = instance_damage(undo.executable);
     return interrupted.exit_status();
   }
   record(undo);
@@ -174,7 +175,7 @@ int perform_undo(Undo& undo, const UndoOptions& options) {
     print_message(error.what());
     return 2;
   }
-  if (!undo.error.empty()) undo.damage = profile_damage(undo.executable);
+  if (!undo.error.empty()) undo.damage = instance_damage(undo.executable);
   return undo.error.empty() ? 0 : 1;
 }
 

@@ -216,7 +216,7 @@ TEST_F(Undo, LeavesADamagedProfileToRepair) {
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   fake::write_file(registry + "1731234700000.profile", "<profile");
   const Json result = undo("session.json", 1);
-  EXPECT_TRUE(result.contains("profileDamage"));
+  EXPECT_TRUE(result.contains("damage"));
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
 

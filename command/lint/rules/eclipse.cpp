@@ -438,9 +438,9 @@ Rule executable_not_startable() {
 
 // ---- The profile ----
 
-Rule profile_state_damaged() {
+Rule instance_damaged() {
   return {
-      .name = "profile-state-damaged",
+      .name = "instance-damaged",
       .group = Group::eclipse,
       .severity = Severity::error,
       .title = "the newest state of the instance's p2 profile is damaged",
@@ -454,7 +454,7 @@ Rule profile_state_damaged() {
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->run.commands.empty()) return;
-            const auto damage = eclipse_p2::profile_damage_at_rest(input.session->executable());
+            const auto damage = eclipse_p2::instance_damage_at_rest(input.session->executable());
             if (!damage) return;
             reporter.report(location_of_executable(*input.session), damage->message, damage->fix);
           },
@@ -559,7 +559,7 @@ std::vector<Rule> rules_about_eclipse() {
       executable_name_unmatched(),
       executable_ambiguous(),
       executable_not_startable(),
-      profile_state_damaged(),
+      instance_damaged(),
       minimum_version_compared_as_text(),
       minimum_version_of_another_kind(),
   };
