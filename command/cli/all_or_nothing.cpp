@@ -57,7 +57,10 @@ ReportAdditions AllOrNothing::additions() const {
     additions_.add_to(json);
     add_to(json);
   };
-  additions.exit_status = [this](int status) { return is_whole_ ? additions_.exit_status(status) : 1; };
+  additions.exit_status = [this](int status) {
+    if (interrupted_) return interrupted_->exit_status();
+    return is_whole_ ? additions_.exit_status(status) : 1;
+  };
   additions.text_when_ended = [this] { return text(); };
   additions.add_to_when_ended = [this](Json& json) { add_to(json); };
   return additions;
@@ -69,7 +72,8 @@ void AllOrNothing::run(const Plugin& plugin, Session& session, RunRecord& record
   if (!plan_.command) return run_(plugin, session, record, observers);
   Repositories repositories;
   offer_ = eclipse_plan::offered_to(plan_, repositories);
-  before_ = newest_time(plan_.executable);
+  instance_ = instance_directory(plan_.executable);
+  before_ = newest_time(instance_);
   was_damaged_ = instance_damage(plan_.executable).has_value();
   try {
     run_(plugin, session, record, observers);
@@ -84,7 +88,8 @@ void AllOrNothing::run(const Plugin& plugin, Session& session, RunRecord& record
 bool AllOrNothing::is_whole(const RunRecord& record) const {
   if (record.failed() || (!was_damaged_ && instance_damage(plan_.executable))) return false;
   const auto verification = eclipse_verify::verify_by_profile(plan_, offer_);
-  return !verification || verification->differences().empty();
+  // An instance that had a profile before has to have one now.
+  return verification ? verification->differences().empty() : before_.empty();
 }
 
 /// Also after a signal: the first one that comes from now on lets the director end, the second one stops it.
@@ -100,6 +105,7 @@ void AllOrNothing::go_back(Session& session, RunRecord& record) {
     revert_unless_unchanged();
   } catch (const Interrupted& interrupted) {
     error_ = interrupted.name() + " stopped the director on the way back";
+    interrupted_ = interrupted;
   } catch (const std::exception& error) {
     error_ = error.what();
   }
@@ -110,27 +116,25 @@ void AllOrNothing::go_back(Session& session, RunRecord& record) {
 
 /// No director can start from what one has left that was stopped while it wrote.
 void AllOrNothing::repair() {
-  const auto instance = instance_directory(plan_.executable);
-  const RepairPlan plan = plan_repair(instance);
+  const RepairPlan plan = plan_repair(instance_);
   for (const ProfileState& state : plan.to_move) moved_.push_back(move_aside(state));
   if (!plan.to_bring_back) return;
-  for (const auto& file : differing_files(*plan.to_bring_back, instance)) brought_back_.push_back(instance / file);
-  bring_back(*plan.to_bring_back, instance);
+  for (const auto& file : differing_files(*plan.to_bring_back, instance_)) brought_back_.push_back(instance_ / file);
+  bring_back(*plan.to_bring_back, instance_);
 }
 
 void AllOrNothing::revert_unless_unchanged() {
-  const auto instance = instance_directory(plan_.executable);
-  const std::string after = newest_time(plan_.executable);
+  const std::string after = newest_time(instance_);
   if (after == before_) return;
-  const ProfileState newest = state_of_time(instance, after);
-  const ProfileState target = state_of_time(instance, before_);
+  const ProfileState newest = state_of_time(instance_, after);
+  const ProfileState target = state_of_time(instance_, before_);
   error_ = why_not_revertible(newest, target);
   if (!error_.empty()) return;
   change_ = change_between(installed_in(newest), installed_in(target));
   if (change_->is_empty()) return;
   print_message("not all features were " + std::string(plan_.is_removal ? "removed" : "installed") + "; going back");
   std::vector<std::string> urls = plan_.repository_urls();
-  for (std::string& url : read_run_journal(instance).repositories()) urls.push_back(std::move(url));
+  for (std::string& url : read_run_journal(instance_).repositories()) urls.push_back(std::move(url));
   reversion_ = revert(plan_.executable, before_, urls, Interruption::observer().command_progress);
   error_ = reversion_->error;
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/interruption.h"
 #include "cli/session_command.h"
 #include "p2/reversion.h"
 #include "p2/unit_change.h"
@@ -43,14 +44,16 @@ class AllOrNothing {
   ReportAdditions additions_;
   eclipse_plan::Plan plan_;
   eclipse_plan::Offer offer_;
-  std::string before_;  ///< the time of the newest state before the run; empty when there is none
+  std::filesystem::path instance_;  ///< a link to it may be changed meanwhile
+  std::string before_;              ///< the time of the newest state before the run; empty when there is none
   bool was_damaged_ = false;
   bool is_whole_ = true;
   std::vector<std::filesystem::path> moved_;         ///< the new names of states that the run left damaged
   std::vector<std::filesystem::path> brought_back_;  ///< files of the configuration that the run left damaged
   std::optional<eclipse_p2::UnitChange> change_;
   std::optional<eclipse_p2::Reversion> reversion_;
-  std::string error_;  ///< why the instance is not as it was
+  std::string error_;                       ///< why the instance is not as it was
+  std::optional<Interrupted> interrupted_;  ///< by which the way back was stopped
 };
 
 }  // namespace eclipse_cli

@@ -102,7 +102,7 @@ void find_cached(Undo& undo) {
 void look_at(Undo& undo, const std::optional<std::string>& to) {
   const fs::path instance = instance_directory(undo.executable);
   undo.journal = read_run_journal(instance);
-  undo.newest = newest_time(undo.executable);
+  undo.newest = newest_time(instance_directory(undo.executable));
   if (undo.newest.empty()) throw InstanceError(eclipse_base::in_quotes(undo.executable) + " has no p2 profile of its own");
   undo.way = way_back(state_times(instance), undo.journal, to);
   undo.error = undo.way.error;
@@ -130,18 +130,18 @@ void go_back(Undo& undo) {
 }
 
 void record(const Undo& undo) {
-  const std::string after = newest_time(undo.executable);
+  const std::string after = newest_time(instance_directory(undo.executable));
   if (after == undo.newest || !undo.error.empty()) return;
   const RecordedRun* const last = undo.journal.run_that_left(undo.newest);
   const auto before = last != nullptr ? last->cached_after : std::nullopt;
-  record_with_warning(undo.executable, {eclipse_shell::own_command(),
-                                        undo.newest,
-                                        after,
-                                        undo.way.target,
-                                        {},
-                                        before,
-                                        undo.knows_cached ? undo.cached : before,
-                                        ""});
+  record_with_warning(instance_directory(undo.executable), {eclipse_shell::own_command(),
+                                                            undo.newest,
+                                                            after,
+                                                            undo.way.target,
+                                                            {},
+                                                            before,
+                                                            undo.knows_cached ? undo.cached : before,
+                                                            ""});
 }
 
 /// Throws FileError.

@@ -91,6 +91,23 @@ TEST_F(AllOrNothing, BringsBackAConfigurationThatWasCut) {
   EXPECT_EQ(eclipse_int("verify session.json").status, 1) << "nothing is installed";
 }
 
+TEST_F(AllOrNothing, AKilledCommandLeavesATrace) {
+  script(1, leave("with-both", "2") + "; kill -s KILL $(cat number)");
+  eclipse_int("run session.json --all-or-nothing", "sh -c 'echo $$ > number; exec \"$@\"' -");
+  const Json newest = Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0);
+  EXPECT_EQ(newest.at("run").at("before"), "1");
+  EXPECT_EQ(newest.at("run").at("completed"), false);
+  const Outcome undo = eclipse_int("undo --eclipse eclipse --dry-run");
+  EXPECT_EQ(undo.status, 0) << undo.output << undo.error;
+}
+
+TEST_F(AllOrNothing, AnInstanceWithoutItsProfileIsNotWhole) {
+  script(1, "mv eclipse/p2 eclipse/p2.moved");
+  const Json result = run(1);
+  EXPECT_EQ(result.at("allOrNothing").at("whole"), false);
+  EXPECT_NE(result.at("allOrNothing").at("error"), nullptr);
+}
+
 TEST_F(AllOrNothing, StartsNoDirectorWhenNothingHasChanged) {
   for (int start = 1; start <= 3; ++start) script(start, "exit 13");
   const Json result = run(1);
@@ -128,7 +145,7 @@ TEST_F(AllOrNothing, SaysWhenTheWayBackWasStopped) {
   script(2, leave("with-one", "2"));
   script(3, "exit 13");
   script(4, "kill -s TERM $(cat number); sleep 0.5; kill -s TERM $(cat number); exec sleep 100");
-  const Json result = run(1);
+  const Json result = run(143);
   EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), nullptr);
   EXPECT_EQ(result.at("allOrNothing").at("error"), "SIGTERM stopped the director on the way back");
 }
