@@ -443,12 +443,13 @@ Rule instance_damaged() {
       .name = "instance-damaged",
       .group = Group::eclipse,
       .severity = Severity::error,
-      .title = "the newest state of the instance's p2 profile is damaged",
+      .title = "the Eclipse instance is damaged",
       .why =
-          "p2 starts from the newest state and never goes back to an older one. A state is incomplete if a director was "
-          "stopped while writing it; then every director fails. It lacks most of the units if two directors have worked at "
-          "the same time.",
-      .fix = "run \"eclipse-int repair\" with the path of the Eclipse executable; it moves the damaged state aside",
+          "A director that is stopped while it writes leaves the newest state of the p2 profile incomplete, config.ini without "
+          "settings, or bundles.info without bundles; then every director fails, or Eclipse does not start what is installed. "
+          "The newest state lacks most of the units if two directors have worked at the same time. p2 never goes back to an "
+          "older state.",
+      .fix = "run \"eclipse-int repair\" with the path of the Eclipse executable",
       .bad = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'"}}),
       .good = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}}),
       .check =
