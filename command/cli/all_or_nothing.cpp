@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/printable.h"
+#include "base/temporary_directory.h"
 #include "cli/history_report.h"
 #include "cli/interruption.h"
 #include "cli/outcome.h"
@@ -74,6 +75,8 @@ void AllOrNothing::run(const Plugin& plugin, Session& session, RunRecord& record
   offer_ = eclipse_plan::offered_to(plan_, repositories);
   instance_ = instance_directory(plan_.executable);
   before_ = newest_time(instance_);
+  record.refusal = why_there_is_no_way_back();
+  if (!record.refusal.empty()) return;
   was_damaged_ = instance_damage(plan_.executable).has_value();
   try {
     run_(plugin, session, record, observers);
@@ -84,21 +87,30 @@ void AllOrNothing::run(const Plugin& plugin, Session& session, RunRecord& record
   if (!is_whole(record)) go_back(session, record);
 }
 
+/// What would be missing on the way back, which nobody wants to find out there.
+std::string AllOrNothing::why_there_is_no_way_back() const {
+  const std::string reason = "--all-or-nothing needs a state of the p2 profile to go back to: ";
+  if (before_.empty()) return reason + "that of \"" + plan_.executable + "\" is not known";
+  const ProfileState state = state_of_time(instance_, before_);
+  if (!state.error.empty()) return reason + state.file.string() + " " + state.error;
+  try {
+    const TemporaryDirectory for_the_way_back;
+  } catch (const std::exception& error) {
+    return "--all-or-nothing needs a directory for temporary files: " + std::string(error.what());
+  }
+  return "";
+}
+
 /// A director reports success for a removal although a unit stays, and when the disk is full, so its word is not enough.
 bool AllOrNothing::is_whole(const RunRecord& record) const {
   if (record.failed() || (!was_damaged_ && instance_damage(plan_.executable))) return false;
   const auto verification = eclipse_verify::verify_by_profile(plan_, offer_);
-  // An instance that had a profile before has to have one now.
-  return verification ? verification->differences().empty() : before_.empty();
+  return verification && verification->differences().empty();
 }
 
 /// Also after a signal: the first one that comes from now on lets the director end, the second one stops it.
 void AllOrNothing::go_back(Session& session, RunRecord& record) {
   is_whole_ = false;
-  if (before_.empty()) {
-    error_ = "the profile of the Eclipse is not known, so there is no state to go back to";
-    return;
-  }
   const Interruption interruption;
   try {
     repair();

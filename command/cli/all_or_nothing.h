@@ -32,6 +32,7 @@ class AllOrNothing {
  private:
   void run(const eclipse_host::Plugin& plugin, eclipse_host::Session& session, eclipse_host::RunRecord& record,
            const eclipse_host::RunObservers& observers);
+  std::string why_there_is_no_way_back() const;
   bool is_whole(const eclipse_host::RunRecord& record) const;
   void go_back(eclipse_host::Session& session, eclipse_host::RunRecord& record);
   void repair();

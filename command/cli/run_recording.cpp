@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "base/file.h"
+#include "base/printable.h"
 #include "base/text.h"
 #include "cli/standard_streams.h"
 #include "p2/director_command.h"
@@ -46,6 +47,11 @@ std::string newest_time(const std::filesystem::path& instance) {
 
 void record_with_warning(const std::filesystem::path& instance, const eclipse_p2::RecordedRun& run) {
   try {
+    const auto aside = eclipse_p2::set_unreadable_journal_aside(instance);
+    if (!aside.empty()) {
+      print_message("warning: the list of runs cannot be read, and is now " + eclipse_base::printable(aside.string()) +
+                    "; \"undo\" takes back no run before this one");
+    }
     eclipse_p2::record_run(instance, run);
   } catch (const eclipse_base::FileError& error) {
     print_message("warning: " + std::string(error.what()) + "; \"history\" and \"undo\" do not know this run");

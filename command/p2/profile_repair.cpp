@@ -164,14 +164,8 @@ RepairPlan plan_repair(const fs::path& instance, const std::optional<std::string
   return plan;
 }
 
-fs::path move_aside(const ProfileState& state) {
-  const std::string name = state.file.string() + ".damaged";
-  std::error_code error;
-  fs::path free = name;
-  for (int number = 2; fs::exists(fs::symlink_status(free, error)); ++number) free = name + "." + std::to_string(number);
-  fs::rename(state.file, free, error);
-  if (error) throw RepairError("cannot rename " + printable(state.file.string()) + ": " + error.message());
-  return free;
+fs::path move_aside(const ProfileState& state) try { return renamed_to_damaged(state.file); } catch (const FileError& error) {
+  throw RepairError(error.what());
 }
 
 }  // namespace eclipse_p2

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 #include <system_error>
 
+#include "base/file.h"
 #include "base/file_replacement.h"
 #include "base/json_document.h"
 #include "base/json_text.h"
@@ -130,6 +131,12 @@ void record_beginning(const fs::path& instance, const RecordedRun& run) {
 void forget_beginning(const fs::path& instance) {
   std::vector<RecordedRun> runs = read_file_of_runs(instance).runs;
   if (std::erase_if(runs, [](const RecordedRun& run) { return run.after.empty(); }) > 0) write(instance, runs);
+}
+
+fs::path set_unreadable_journal_aside(const fs::path& instance) {
+  const fs::path file = journal_of(instance);
+  check_is_no_link(file);
+  return read_file_of_runs(instance).error.empty() ? fs::path() : renamed_to_damaged(file);
 }
 
 void record_run(const fs::path& instance, const RecordedRun& run) {

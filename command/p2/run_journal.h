@@ -46,6 +46,10 @@ void record_beginning(const std::filesystem::path& instance, const RecordedRun& 
 /// The run that has begun made no state.
 void forget_beginning(const std::filesystem::path& instance);
 
+/// Gives a journal that cannot be read another name, and returns it; empty when it can be read. The caller must have the lock
+/// of the instance. Throws FileError.
+std::filesystem::path set_unreadable_journal_aside(const std::filesystem::path& instance);
+
 /// Adds a run, in the place of its beginning. The caller must have the lock of the instance. The file is replaced completely or
 /// not at all. Throws FileError.
 void record_run(const std::filesystem::path& instance, const RecordedRun& run);

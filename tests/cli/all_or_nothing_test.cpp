@@ -180,11 +180,18 @@ TEST_F(AllOrNothing, SaysWhenTheDirectorDoesNotGoBack) {
   EXPECT_TRUE(result.at("allOrNothing").at("failure").is_object());
 }
 
-TEST_F(AllOrNothing, NeedsAProfile) {
+TEST_F(AllOrNothing, NeedsAWayBackBeforeItBegins) {
+  const Outcome nowhere = eclipse_int("run session.json --all-or-nothing --json", "env TMPDIR=/nonexistent");
+  EXPECT_EQ(nowhere.status, 1);
+  const std::string refusal = Json::parse(nowhere.output).at("refusal");
+  EXPECT_TRUE(refusal.starts_with("--all-or-nothing needs a directory for temporary files: ")) << refusal;
   fs::remove_all("eclipse/p2");
-  for (int start = 1; start <= 3; ++start) script(start, "exit 13");
-  EXPECT_EQ(run(1).at("allOrNothing").at("error"),
-            "the profile of the Eclipse is not known, so there is no state to go back to");
+  const Json unknown = run(1);
+  EXPECT_EQ(unknown.at("status"), "refused");
+  EXPECT_EQ(
+      unknown.at("refusal"),
+      "--all-or-nothing needs a state of the p2 profile to go back to: that of \"DIRECTORY/eclipse/eclipse\" is not known");
+  EXPECT_EQ(director_calls(), "");
 }
 
 }  // namespace

@@ -95,6 +95,18 @@ TEST_F(RunJournalFile, ABeginningDoesNotReplaceWhatCannotBeRead) {
   EXPECT_EQ(eclipse_base::read_file(file, 100).bytes, "{");
 }
 
+TEST_F(RunJournalFile, IsKeptWhenItCannotBeRead) {
+  EXPECT_EQ(set_unreadable_journal_aside("ide"), "");
+  record_run("ide", {"run", "1", "2", "", {}});
+  EXPECT_EQ(set_unreadable_journal_aside("ide"), "");
+  for (const std::string number : {"", ".2"}) {
+    fake::write_file(file, "{" + number);
+    EXPECT_EQ(set_unreadable_journal_aside("ide"), file + ".damaged" + number);
+    EXPECT_EQ(eclipse_base::read_file(file + ".damaged" + number, 100).bytes, "{" + number);
+  }
+  EXPECT_FALSE(fs::exists(file));
+}
+
 TEST_F(RunJournalFile, DoesNotFollowALink) {
   fake::write_file("other", "{}");
   fs::create_symlink(fs::absolute("other"), file);
