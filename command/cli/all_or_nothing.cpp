@@ -81,7 +81,7 @@ void AllOrNothing::run(const Plugin& plugin, Session& session, RunRecord& record
   try {
     run_(plugin, session, record, observers);
   } catch (...) {
-    go_back(session, record);
+    if (!has_all()) go_back(session, record);
     throw;
   }
   if (!is_whole(record)) go_back(session, record);
@@ -102,8 +102,10 @@ std::string AllOrNothing::why_there_is_no_way_back() const {
 }
 
 /// A director reports success for a removal although a unit stays, and when the disk is full, so its word is not enough.
-bool AllOrNothing::is_whole(const RunRecord& record) const {
-  if (record.failed() || (!was_damaged_ && instance_damage(plan_.executable))) return false;
+bool AllOrNothing::is_whole(const RunRecord& record) const { return !record.failed() && has_all(); }
+
+bool AllOrNothing::has_all() const {
+  if (!was_damaged_ && instance_damage(plan_.executable)) return false;
   const auto verification = eclipse_verify::verify_by_profile(plan_, offer_);
   return verification && verification->differences().empty();
 }

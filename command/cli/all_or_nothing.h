@@ -34,6 +34,7 @@ class AllOrNothing {
            const eclipse_host::RunObservers& observers);
   std::string why_there_is_no_way_back() const;
   bool is_whole(const eclipse_host::RunRecord& record) const;
+  bool has_all() const;
   void go_back(eclipse_host::Session& session, eclipse_host::RunRecord& record);
   void repair();
   void revert_unless_unchanged();

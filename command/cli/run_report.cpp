@@ -115,7 +115,7 @@ void RunReport::interrupt(const std::string& signal, bool director_was_running) 
   run_has_ended_ = true;
   print("\nInterrupted by " + signal + "\n" +
         (director_was_running ? "  The running director was stopped; changes that it had already made may remain.\n"
-                              : "  No director was stopped, and no other command was started.\n"));
+                              : "  No director was stopped, and no other command of the session was started.\n"));
 }
 
 /// A run that is interrupted while nobody reads its report ends all the same. A director can end only when its output is read

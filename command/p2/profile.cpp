@@ -1,6 +1,7 @@
 // p2 keeps the states of a profile as p2/org.eclipse.equinox.p2.engine/profileRegistry/ID.profile/TIME.profile, or .profile.gz:
 //
-//   <profile id="..."><units><unit id="..." version="...">
+//   <profile id="..."><properties><property name="org.eclipse.equinox.p2.installFolder" value="/opt/ide"/> ...</properties>
+//     <units><unit id="..." version="...">
 //     <requires><required namespace="..." name="..." optional="true"/> ...</requires>
 //     <artifacts><artifact classifier="osgi.bundle" id="..." version="..."/> ...</artifacts> ...</unit> ...</units>
 //     <iusProperties><iuProperties id="..." version="..."><properties>
@@ -154,6 +155,9 @@ ProfileState read_profile_state(const fs::path& file) {
   state.is_damaged = !state.error.empty() && !text.exceeds_limit && !xml.exceeds_limit;
   const pugi::xml_node profile = xml.document.child("profile");
   if (profile.child("units")) state.units = units_in(profile);
+  const pugi::xml_node properties = profile.child("properties");
+  state.install_folder =
+      properties.find_child_by_attribute("property", "name", "org.eclipse.equinox.p2.installFolder").attribute("value").value();
   return state;
 }
 

@@ -51,6 +51,7 @@ struct ProfileState {
   std::string error;        ///< why it cannot be read, to be read after its file name, such as "is damaged"; empty when it can
   bool is_damaged = false;  ///< the error is in its content, so that p2 cannot read it either
   std::optional<std::vector<InstalledUnit>> units;  ///< nothing when it has no list of them
+  std::string install_folder = {};  ///< the directory of the instance when it was written; empty when it does not say
 };
 /// The date of a time of a state, in universal time.
 std::string date_of(const std::string& time);

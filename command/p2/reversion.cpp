@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "base/file.h"
 #include "base/printable.h"
 #include "base/temporary_directory.h"
 #include "base/text.h"
@@ -79,16 +80,38 @@ std::string why_not_revertible(const ProfileState& newest, const ProfileState& t
          "), so there would be no way forward from it";
 }
 
+std::optional<ProfileState> same_state_here(const fs::path& instance, const ProfileState& state) {
+  const auto is_here = [&](const ProfileState& each) {
+    return each.install_folder.empty() || is_same_file(each.install_folder, instance);
+  };
+  if (is_here(state)) return state;
+  const InstalledUnits units = installed_in(state);
+  std::optional<ProfileState> found;
+  for (const fs::path& file : profile_states(instance)) {
+    if (!is_before(state.time, time_of_state(file))) break;
+    ProfileState newer = read_profile_state(file);
+    if (newer.error.empty() && is_here(newer) && change_between(units, installed_in(newer)).is_empty())
+      found = std::move(newer);
+  }
+  return found;
+}
+
 Reversion revert(const std::string& executable, const std::string& time, const std::vector<std::string>& repositories,
                  const eclipse_shell::CommandProgress& progress) {
   const fs::path instance = instance_directory(executable);
   const ProfileState target = state_of_time(instance, time);
+  const auto here = same_state_here(instance, target);
+  if (!here) {
+    return {"", std::nullopt,
+            "the state " + target.time + " was written in " + printable(target.install_folder) +
+                ", from where this Eclipse was copied or moved, and p2 would change what is there"};
+  }
   const TemporaryDirectory empty;
   std::vector<std::string> all = {empty_repository(empty.path())};
   for (const std::string& url : repositories) {
     if (std::find(all.begin(), all.end(), url) == all.end()) all.push_back(url);
   }
-  Reversion reversion{revert_command(executable, all, time), std::nullopt, ""};
+  Reversion reversion{revert_command(executable, all, here->time), std::nullopt, ""};
   const InstanceLogs logs(instance);
   const auto result = eclipse_shell::run_in_shell(reversion.command, progress);
   if (result.exit_code != 0) {

@@ -2,6 +2,7 @@
 #ifndef ECLIPSE_INT_P2_REVERSION_H
 #define ECLIPSE_INT_P2_REVERSION_H
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,6 +26,11 @@ InstalledUnits installed_in(const ProfileState& state);
 /// Why going back from one state to another is not tried: a state cannot be read, or the other one has no director, so that
 /// there would be no way forward. Empty when it is tried.
 std::string why_not_revertible(const ProfileState& newest, const ProfileState& target);
+
+/// A state with the units of another one that was written where the instance in this directory is now: for an instance that was
+/// copied or moved, p2 would go back to a state of before in the directory of that time. The state itself if it has no
+/// directory; nothing when there is none.
+std::optional<ProfileState> same_state_here(const std::filesystem::path& instance, const ProfileState& state);
 
 /// Lets the director of the instance with this executable bring it back to the state of this time, and compares what is
 /// installed with that state. What has to be fetched comes from the repositories, which may be missing if nothing has to be.

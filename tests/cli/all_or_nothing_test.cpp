@@ -117,7 +117,7 @@ TEST_F(AllOrNothing, StartsNoDirectorWhenNothingHasChanged) {
 }
 
 TEST_F(AllOrNothing, TakesBackARunThatASignalEnds) {
-  script(1, leave("with-both", "2") + "; kill -s TERM $(cat number); sleep 0.3");
+  script(1, leave("with-one", "2") + "; kill -s TERM $(cat number); sleep 0.3");
   script(2, go_back);
   const Json result = run(143);
   EXPECT_EQ(result.at("status"), "interrupted");
@@ -125,8 +125,16 @@ TEST_F(AllOrNothing, TakesBackARunThatASignalEnds) {
   EXPECT_TRUE(fs::exists(registry + "9.profile"));
 }
 
+TEST_F(AllOrNothing, LeavesAWholeRunThatASignalEnds) {
+  script(1, leave("with-both", "2") + "; kill -s TERM $(cat number); sleep 0.3");
+  const Json result = run(143);
+  EXPECT_EQ(result.at("allOrNothing").at("whole"), true);
+  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), nullptr);
+  EXPECT_FALSE(fs::exists(registry + "9.profile"));
+}
+
 TEST_F(AllOrNothing, TakesBackARunThatTwoSignalsEnd) {
-  script(1, leave("with-both", "2") + "; kill -s INT $(cat number); sleep 0.5; kill -s INT $(cat number); exec sleep 100");
+  script(1, leave("with-one", "2") + "; kill -s INT $(cat number); sleep 0.5; kill -s INT $(cat number); exec sleep 100");
   script(2, go_back + "; sleep 0.5");
   const Json result = run(130);
   EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), "1") << "these signals do not stop the way back";

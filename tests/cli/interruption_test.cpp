@@ -76,7 +76,7 @@ TEST_F(Interruption, LetsTheDirectorEndItsCommandAndStartsNoOther) {
                                "    Why: the launcher failed: the application did not run to its end and logged no reason\n"
                                "\n"
                                "Interrupted by SIGINT\n"
-                               "  No director was stopped, and no other command was started.\n"))
+                               "  No director was stopped, and no other command of the session was started.\n"))
       << outcome.output;
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
@@ -207,7 +207,8 @@ TEST_F(Interruption, EndsTheQuestionsOfAVerifiedRun) {
   EXPECT_TRUE(has_ended("director"));
   script(2, director_that_sends("INT"));
   const std::string output = eclipse_int_with_number("run session.json --verify").output;
-  EXPECT_TRUE(output.ends_with("\nInterrupted by SIGINT\n  No director was stopped, and no other command was started.\n"))
+  EXPECT_TRUE(output.ends_with(
+      "\nInterrupted by SIGINT\n  No director was stopped, and no other command of the session was started.\n"))
       << output;
   EXPECT_EQ(director_calls().find(" -i "), std::string::npos) << "nothing was installed";
 }

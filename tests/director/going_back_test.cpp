@@ -78,6 +78,9 @@ TEST(Updating, IsOneStepForwardAndOneBack) {
   EXPECT_EQ(product.installed(), alpha("2.0.0"));
   EXPECT_EQ(eclipse_int("undo --json " + session).status, 0);
   EXPECT_EQ(product.installed(), alpha("1.0.0")) << "as before the update";
+  EXPECT_EQ(eclipse_int("undo --json " + session).status, 0);
+  EXPECT_EQ(product.installed(), Texts()) << "as before the first run, whose state was written where the instance was made";
+  EXPECT_FALSE(fs::exists(ECLIPSE_INT_INSTANCE_DIRECTORY "/partial")) << "and which stays as it is";
 }
 
 TEST(Updating, RootThatAnotherHoldsBackLeavesEverythingAsItIs) {

@@ -72,6 +72,35 @@ TEST_F(Revert, DoesNotTrustTheDirector) {
             "the newest state of the p2 profile, " + directory.path() + "/" + registry + "3.profile, is not well-formed XML");
 }
 
+/// p2 goes back to the directory of the state, too: without this, it would change the Eclipse from which this one was copied.
+TEST_F(Revert, StaysInTheInstance) {
+  const auto at = [](const std::string& folder, const std::string& units) {
+    return "<profile><properties><property name='org.eclipse.equinox.p2.installFolder' value='" + folder +
+           "'/></properties><units>" + units + "</units></profile>";
+  };
+  const std::string here = directory.path() + "/ide";
+  const std::string only_one = "<unit id='one' version='1'/>";
+  fs::create_directory("original");
+  write_state("1", at(directory.path() + "/original", only_one));
+  write_state("2", at(here, only_one + "<unit id='two' version='1'/>"));
+  write_director("touch started");
+  EXPECT_EQ(revert("ide/eclipse", "1", {}).error,
+            "the state 1 was written in " + directory.path() +
+                "/original, from where this Eclipse was copied or moved, and p2 would change "
+                "what is there");
+  EXPECT_FALSE(fs::exists("started"));
+
+  // What the first director in the copy writes.
+  write_state("3", at(here, only_one));
+  write_state("4", at(here, only_one));
+  write_state("5", at(here, only_one + "<unit id='two' version='1'/>"));
+  EXPECT_EQ(same_state_here("ide", state_of_time("ide", "1"))->time, "3");
+  write_director("cp " + registry + "3.profile " + registry + "6.profile");
+  const Reversion reversion = revert("ide/eclipse", "1", {});
+  EXPECT_EQ(reversion.error, "");
+  EXPECT_NE(reversion.command.find("-revert '3'"), std::string::npos) << reversion.command;
+}
+
 TEST_F(Revert, IsNotTriedWithoutAWayForward) {
   write_state("2", profile("<unit id='org.eclipse.equinox.p2.director.app' version='1'/>"));
   write_state("3", "<profile");
