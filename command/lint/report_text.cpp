@@ -43,7 +43,8 @@ class Colours {
 
 std::string position_of(const Location& location) {
   std::string position = printable(location.file) + ":";
-  if (location.line != 0) position += std::to_string(location.line) + ":" + std::to_string(location.column) + ":";
+  if (location.line != 0)
+    position += std::to_string(location.line) + ":" + std::to_string(location.column_in_characters()) + ":";
   return position;
 }
 
@@ -137,7 +138,7 @@ void print_github(std::ostream& out, const Findings& findings) {
     const Location& location = finding.location;
     out << "::" << (finding.severity == Severity::note ? "notice" : name_of(finding.severity))
         << " file=" << annotation_value(location.file);
-    if (location.line != 0) out << ",line=" << location.line << ",col=" << location.column;
+    if (location.line != 0) out << ",line=" << location.line << ",col=" << location.column_in_characters();
     out << ",title=" << finding.rule->name
         << "::" << annotation_text(finding.message + ". " + std::string(finding.rule->why) + " Fix: " + finding.fix + ".")
         << "\n";
