@@ -5,6 +5,8 @@
 #include <map>
 #include <regex>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include "manual/command_help.h"
 #include "shell/command_runner.h"
@@ -72,6 +74,36 @@ TEST(ManualPage, HasAnEntryForEveryOptionAndForNoOther) {
   for (const auto& [subcommand, part] : subsections(source)) {
     EXPECT_EQ(entries_in(part), without_help(options_of(subcommand))) << subcommand;
   }
+}
+
+/// The words behind the heading "Exit status:", without what only gives them a form.
+std::string exit_statuses_in(std::string text) {
+  const std::size_t start = text.find("\nExit status:\n");
+  if (start == std::string::npos) return "";
+  text = text.substr(start + 1);
+  const std::vector<std::pair<const char*, const char*>> forms = {{"\\(dq", "\""},
+                                                                  {"\nExit status, with\n", "\nWith\n"},
+                                                                  {"\"128 \\+ \" N\n", "128 + N\n"},
+                                                                  {"(^|\n)\\.(TP|PP|RI|B)\\b", "$1"}};
+  for (const auto& [form, plain] : forms) text = std::regex_replace(text, std::regex(form), plain);
+  std::istringstream words(text);
+  std::string plain;
+  for (std::string word; words >> word;) plain += word + " ";
+  return plain;
+}
+
+TEST(ManualPage, GivesTheExitStatusesOfEverySubcommandAsItsHelpDoes) {
+  for (const auto& [subcommand, part] : subsections(source_of("eclipse-int.1"))) {
+    const std::string in_help = exit_statuses_in(output_of(ECLIPSE_INT_COMMAND " " + subcommand + " --help"));
+    EXPECT_GT(in_help.size(), 30U) << subcommand;
+    EXPECT_EQ(exit_statuses_in(part), in_help) << subcommand;
+  }
+}
+
+TEST(ManualPage, ExplainsEveryMarkOfAPlan) {
+  const std::string part = subsections(source_of("eclipse-int.1"))["plan"];
+  for (const char* const mark : {"+", "=", "~", "-", "!"})
+    EXPECT_NE(part.find(std::string(".TP\n.B ") + mark + "\n"), std::string::npos) << mark;
 }
 
 TEST(ManualPage, NamesNoOptionThatDoesNotExist) {
