@@ -90,7 +90,7 @@ bool AllOrNothing::is_whole(const RunRecord& record) const {
 void AllOrNothing::go_back(Session& session, RunRecord& record) {
   is_whole_ = false;
   if (before_.empty()) {
-    error_ = "the profile of the Eclipse is not known, so there is no state to go back to";
+    error_ = "the profile of the instance is not known, so there is no state to go back to";
     return;
   }
   const Interruption interruption;
@@ -135,8 +135,8 @@ std::string AllOrNothing::text() const {
   std::string text = "\nAll or nothing:\n  Not all features were ";
   text += plan_.is_removal ? "removed" : "installed";
   text += was_taken_back()
-              ? ", so the Eclipse is as it was before the run: the state " + before_ + " (" + date_of(before_) + ").\n"
-              : ".\n  Error: the Eclipse is not as it was before the run: " + printable(error_) + "\n";
+              ? ", so the instance is as it was before the run: the state " + before_ + " (" + date_of(before_) + ").\n"
+              : ".\n  Error: the instance is not as it was before the run: " + printable(error_) + "\n";
   for (const auto& file : moved_)
     text += "  A damaged state of the profile was moved aside: " + printable(file.string()) + "\n";
   if (reversion_) text += "  Command: " + printable(reversion_->command) + "\n";

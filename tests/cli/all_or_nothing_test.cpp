@@ -60,7 +60,7 @@ TEST_F(AllOrNothing, TakesBackHalfARun) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.error, "eclipse-int: not all features were installed; going back\n");
   EXPECT_NE(outcome.output.find("\nAll or nothing:\n"
-                                "  Not all features were installed, so the Eclipse is as it was before the run: the state 1 "
+                                "  Not all features were installed, so the instance is as it was before the run: the state 1 "
                                 "(1970-01-01 00:00:00 UTC).\n"
                                 "  Command: DIRECTORY/eclipse/eclipse -nosplash -nl en "),
             std::string::npos)
@@ -148,7 +148,7 @@ TEST_F(AllOrNothing, NeedsAProfile) {
   fs::remove_all("eclipse/p2");
   for (int start = 1; start <= 3; ++start) script(start, "exit 13");
   EXPECT_EQ(run(1).at("allOrNothing").at("error"),
-            "the profile of the Eclipse is not known, so there is no state to go back to");
+            "the profile of the instance is not known, so there is no state to go back to");
 }
 
 }  // namespace

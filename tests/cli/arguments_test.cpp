@@ -124,7 +124,7 @@ TEST_F(Arguments, FaultsOfFilesAreTold) {
   expect_error("run missing.json", "missing.json" + unreadable);
   expect_error("run ''", unreadable);
   expect_usage_error("run directory",
-                     "directory is a directory; add --eclipse with the Eclipse to use, or give a session file");
+                     "directory is a directory; add --eclipse with the Eclipse instance to use, or give a session file");
   expect_error("run bad.json", "bad.json:1:10: mode: expected a string, found a number; write it in double quotes");
   expect_error("run bad.json --json", "bad.json:1:10: mode: expected a string, found a number; write it in double quotes");
   expect_error("call find_eclipse_ide bad.json",

@@ -454,7 +454,7 @@ Rule capability_descriptor_mismatch() {
           .title = "a component has descriptor files but no ECLIPSE_PLUGIN capability, or vice versa",
           .why =
               "Only the capabilities tell the installer whether it needs the integration. It may skip the integration although "
-              "there are features, or ask the user for an Eclipse although there are none.",
+              "there are features, or ask the user for an instance although there are none.",
           .fix = "give components with descriptor files, and only those, a capability whose name contains ECLIPSE_PLUGIN",
           .bad = product_with({.capabilities = ""}),
           .good = good_product(),
