@@ -294,7 +294,7 @@ Rule not_a_descriptor() {
       .title = "a file below etc/eclipse/ is not a descriptor file",
       .why =
           "It is read as a descriptor file: each of its lines with a tab is data. No repository has these features, so the "
-          "command for all features fails, and each feature is then tried alone.",
+          "command for all features fails.",
       .fix = "move it out of etc/eclipse/",
       .bad = {"tools",
               {{"tools/etc/eclipse/README.md", "# Tools\n\nSee\tthe manual.\n"}, {"tools/site/content.xml", content_of_one}}},
