@@ -1,7 +1,9 @@
 // The command lines of run, call, plan and verify, and their help texts.
+#include <cstdlib>
 #include <limits>
 #include <memory>
 
+#include "base/printable.h"
 #include "cli/subcommands.h"
 
 namespace eclipse_cli {
@@ -21,6 +23,13 @@ std::string error_in_setting(const std::string& setting) {
   const std::size_t equals = setting.find('=');
   if (equals != std::string::npos && equals != 0) return "";
   return "\"" + setting + "\" is not NAME=VALUE; write the variable's name, an equals sign and its value";
+}
+
+std::string error_in_seconds(const std::string& seconds) {
+  char* end = nullptr;
+  const double value = std::strtod(seconds.c_str(), &end);
+  if (!seconds.empty() && *end == '\0' && value >= 0 && value <= std::numeric_limits<double>::max()) return "";
+  return eclipse_base::in_quotes(seconds) + " is not a number of seconds; give 0 or more";
 }
 
 void add_session_file(const Parser& command, SessionOptions& options) {
@@ -62,7 +71,7 @@ void add_plugin_option(const Parser& command, SessionOptions& options) {
 void add_wait_option(const Parser& command, double& seconds) {
   command.add_option("--wait", seconds, "Wait at most this long while another director works on the same Eclipse instance [0]")
       .type_name("SECONDS")
-      .between(0.0, std::numeric_limits<double>::max());
+      .checked_by(error_in_seconds);
 }
 
 namespace {
