@@ -119,6 +119,12 @@ TEST(ManualPage, NamesEveryAction) {
   for (const std::string_view action : eclipse_host::action_names) EXPECT_NE(part.find(action), std::string::npos) << action;
 }
 
+TEST(ManualPage, OfSessionFilesIsMadeFromTheirSchema) {
+  std::ostringstream page;
+  page << std::ifstream(pages + "/eclipse-int-session.5", std::ios::binary).rdbuf();
+  EXPECT_EQ(page.str(), output_of("'" SESSION_MANUAL "'")) << "run scripts/session-manual > docs/man/eclipse-int-session.5";
+}
+
 TEST(ManualPage, IsFormattedWithoutAWarning) {
   if (eclipse_shell::run_in_shell("command -v groff").exit_code != 0) GTEST_SKIP() << "groff is not installed";
   for (const auto& entry : std::filesystem::directory_iterator(pages)) {
