@@ -29,7 +29,7 @@ if(ECLIPSE_INT_BUILD_COMMAND)
   install(TARGETS eclipse-int RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT command)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema/ DESTINATION ${CMAKE_INSTALL_DATADIR}/eclipse-int COMPONENT command)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT command)
-  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int-descriptor.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT command)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int-descriptor.5 ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int-session.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT command)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/man/eclipse-int-host.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7 COMPONENT development)
   install(FILES ${PROJECT_SOURCE_DIR}/command/completion/eclipse-int DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     COMPONENT command)

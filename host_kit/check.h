@@ -25,6 +25,7 @@ struct Probe {
 struct Check {
   std::string_view name;  ///< GROUP/POINT
   Level level;
+  std::string_view title;    ///< what is checked, in one line
   std::string_view promise;  ///< the sentence of host.h, without its line breaks
   std::string_view harm;     ///< what happens if it is broken
   std::string_view fix;

@@ -12,14 +12,17 @@ namespace host_kit {
 namespace {
 
 constexpr ObservedOperation operations[] = {
-    {"observed/variables", "Sets a session variable."},
-    {"observed/catalogue",
+    {"observed/variables", "While the host runs, variables read as the plug-in set them.", "Sets a session variable."},
+    {"observed/catalogue", "While the host runs, the catalogue stays the same.",
      "Every component known to the session, in the host's order, which decides the order of features that give none."},
-    {"observed/packages", "`package` is a record that findPackage() of this provider returned, never null."},
-    {"observed/paths", "The path in the host's normalised form."},
-    {"observed/files", "True if the path exists."},
-    {"observed/texts", "`text` with every occurrence of `from` replaced by `to`, and nothing else changed."},
-    {"observed/commands",
+    {"observed/packages", "While the host runs, each search for a package finds the same record.",
+     "`package` is a record that findPackage() of this provider returned, never null."},
+    {"observed/paths", "While the host runs, path() keeps each path, and its own results.",
+     "The path in the host's normalised form."},
+    {"observed/files", "While the host runs, operations on files agree with the file system.", "True if the path exists."},
+    {"observed/texts", "While the host runs, texts are joined and replaced correctly.",
+     "`text` with every occurrence of `from` replaced by `to`, and nothing else changed."},
+    {"observed/commands", "While the host runs, each command stores an exit code from 0 to 255.",
      "Runs a command line through the shell, waits until it ends, stores its exit code in `exit_status` (the code itself, not "
      "what "
      "wait() stores) and returns what it printed to standard output."},

@@ -28,6 +28,7 @@ int plugin_perform_unintegration(session_t* session);
 /// What is observed of some operations, as a check.
 struct ObservedOperation {
   std::string_view check;
+  std::string_view title;
   std::string_view promise;
 };
 std::span<const ObservedOperation> observed_operations();

@@ -181,7 +181,8 @@ WriteReport report_writer(std::string_view format) {
 void write_list(std::ostream& out, std::string_view format) {
   for (const Check& check : all_checks()) {
     out << check.name;
-    if (format != "names") out << " (" << level_name(check.level) << ")\n    " << check.promise;
+    if (format != "names")
+      out << " (" << level_name(check.level) << ")\n    " << check.title << "\n    promise: " << check.promise;
     out << "\n";
   }
 }

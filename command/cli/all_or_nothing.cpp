@@ -159,8 +159,8 @@ std::string AllOrNothing::text() const {
   text += brought_back_.empty() ? "  Not all features were " + std::string(plan_.is_removal ? "removed" : "installed")
                                 : "  A director has damaged the Eclipse instance";
   text += was_taken_back()
-              ? ", so the Eclipse is as it was before the run: the state " + before_ + " (" + date_of(before_) + ").\n"
-              : ".\n  Error: the Eclipse is not as it was before the run: " + printable(error_) + "\n";
+              ? ", so the instance is as it was before the run: the state " + before_ + " (" + date_of(before_) + ").\n"
+              : ".\n  Error: the instance is not as it was before the run: " + printable(error_) + "\n";
   for (const auto& file : moved_) text += "  A state of the profile was moved aside: " + printable(file.string()) + "\n";
   for (const auto& file : brought_back_) text += "  A file was brought back: " + printable(file.string()) + "\n";
   if (reversion_) text += "  Command: " + printable(reversion_->command) + "\n";

@@ -221,7 +221,7 @@ Subcommand add_check_host(const Parser& program) {
   parser.add_option("--only", options->only, "Perform this check, or the checks of this group; may be repeated [all checks]")
       .type_name("NAME")
       .one_value_each();
-  parser.add_flag("--list", options->list, "List all checks with their levels and promises, and exit");
+  parser.add_flag("--list", options->list, "List all checks with their levels, what they check and the promise, and exit");
   parser.add_flag("--in-process", options->in_process,
                   "Perform the checks in the process of the host, for a debugger\n[each in a forked child]");
   parser.add_flag("--checks-only", options->checks_only,

@@ -26,7 +26,7 @@ constexpr const char* exit_status =
     "Exit status:\n"
     "  0  the states are listed\n"
     "  1  the newest state is damaged\n"
-    "  2  an error in the arguments, or the Eclipse has no profile of its own\n";
+    "  2  an error in the arguments, or the instance has no profile of its own\n";
 
 int perform(const std::string& eclipse, bool json) {
   History history;

@@ -1,4 +1,4 @@
-// What happens when a signal asks this program to end while it works on an Eclipse.
+// What happens when a signal asks this program to end while it works on an Eclipse instance.
 #ifndef ECLIPSE_INT_CLI_INTERRUPTION_H
 #define ECLIPSE_INT_CLI_INTERRUPTION_H
 
@@ -24,7 +24,7 @@ struct Interrupted {
 inline constexpr std::size_t ending_signals = 8;
 
 /// While an object of this class exists, these signals do not end the program: a director that dies while it writes the p2
-/// profile leaves an Eclipse that no director can open. The first signal lets the running director end its command, and no
+/// profile leaves an instance that no director can open. The first signal lets the running director end its command, and no
 /// other is started; the second one stops the director. A signal that is ignored stays so. While a second object exists, only
 /// signals that come in its lifetime count.
 class Interruption {

@@ -35,7 +35,7 @@ std::vector<std::string> inputs_of(const SessionOptions& options, const Plugin& 
   return inputs;
 }
 
-/// The log is emptied before the product is read, and the Eclipse must survive.
+/// The log is emptied before the product is read, and the instance must survive.
 void check_output(const SessionOptions& options, const Plugin& plugin, const Session& session, const std::string& option,
                   const std::string& output) {
   for (const std::string& input : inputs_of(options, plugin)) {

@@ -17,7 +17,10 @@ namespace {
 /// The library's own usage line does not show the order of the arguments.
 class HelpText : public CLI::Formatter {
  public:
-  explicit HelpText(std::string usage) : usage_(std::move(usage)) { column_width(32); }
+  explicit HelpText(std::string usage) : usage_(std::move(usage)) {
+    column_width(32);
+    label("Positionals", "Arguments");
+  }
 
   std::string make_usage(const CLI::App*, std::string) const override { return "Usage: " + usage_ + "\n"; }
 

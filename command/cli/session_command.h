@@ -49,7 +49,7 @@ class SessionCommand {
   /// Loads the plug-in that the options ask for. Throws PluginError, and FileError when a descriptor file is too large for it.
   eclipse_host::Plugin load_plugin() const;
 
-  /// The executable of the Eclipse that the session works on; empty when it chooses none, or when the library cannot say.
+  /// The executable of the instance that the session works on; empty when it chooses none, or when the library cannot say.
   std::string chosen_executable(const eclipse_host::Plugin& plugin) const;
 
   /// Warns of descriptor files that cannot be read completely, since the plug-in ignores that. Throws PluginError.

@@ -10,7 +10,7 @@ namespace eclipse_cli {
 
 struct SessionOptions {
   std::string session;                 ///< the session file, or a directory of components
-  std::optional<std::string> eclipse;  ///< for a directory: the Eclipse to change
+  std::optional<std::string> eclipse;  ///< for a directory: the instance to change
   bool removes = false;                ///< for a directory: remove its components' features
   std::vector<std::string> settings;   ///< each "NAME=VALUE", with a name that is not empty
   std::optional<std::string> variables;

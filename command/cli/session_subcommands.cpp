@@ -1,7 +1,9 @@
 // The command lines of run, call, plan and verify, and their help texts.
+#include <cstdlib>
 #include <limits>
 #include <memory>
 
+#include "base/printable.h"
 #include "cli/subcommands.h"
 
 namespace eclipse_cli {
@@ -21,6 +23,13 @@ std::string error_in_setting(const std::string& setting) {
   const std::size_t equals = setting.find('=');
   if (equals != std::string::npos && equals != 0) return "";
   return "\"" + setting + "\" is not NAME=VALUE; write the variable's name, an equals sign and its value";
+}
+
+std::string error_in_seconds(const std::string& seconds) {
+  char* end = nullptr;
+  const double value = std::strtod(seconds.c_str(), &end);
+  if (!seconds.empty() && *end == '\0' && value >= 0 && value <= std::numeric_limits<double>::max()) return "";
+  return eclipse_base::in_quotes(seconds) + " is not a number of seconds; give 0 or more";
 }
 
 void add_session_file(const Parser& command, SessionOptions& options) {
@@ -62,7 +71,7 @@ void add_plugin_option(const Parser& command, SessionOptions& options) {
 void add_wait_option(const Parser& command, double& seconds) {
   command.add_option("--wait", seconds, "Wait at most this long while another director works on the same Eclipse instance [0]")
       .type_name("SECONDS")
-      .between(0.0, std::numeric_limits<double>::max());
+      .checked_by(error_in_seconds);
 }
 
 namespace {
@@ -100,7 +109,7 @@ void add_running_options(const Parser& command, SessionOptions& options) {
 void add_update_options(const Parser& command, eclipse_update::Wishes& wishes) {
   command
       .add_flag("--update", wishes.update,
-                "Replace features that the Eclipse has in another version, in one command before the others\n[default: "
+                "Replace features that the instance has in another version, in one command before the others\n[default: "
                 "refuse the run if a version is older]")
       .excludes("--resolve");
   command.add_flag("--allow-downgrade", wishes.downgrade, "With --update: also replace a newer version by an older one")
@@ -121,7 +130,7 @@ Subcommand add_run(const Parser& program) {
   add_update_options(parser, how->update);
   parser.add_flag(
       "--all-or-nothing", how->all_or_nothing,
-      "If not all features go in (or out), bring the Eclipse back to the state before the run;\nalso after a signal, "
+      "If not all features go in (or out), bring the instance back to the state before the run;\nalso after a signal, "
       "or when the director dies");
   parser.add_flag("--verify", how->verifies,
                   "Ask the Eclipse instance before and after the run which units are installed,\nand report differences from "
@@ -141,16 +150,16 @@ Subcommand add_run(const Parser& program) {
       "  eclipse-int run uninstall.json --verify\n"
       "      Also check whether the features are really removed.\n"
       "  eclipse-int run modify.json --update\n"
-      "      Replace the features that the Eclipse has in an older version.\n"
+      "      Replace the features that the instance has in an older version.\n"
       "  eclipse-int run install.json --all-or-nothing\n"
-      "      Install all features, or leave the Eclipse as it was.\n"
+      "      Install all features, or leave the instance as it was.\n"
       "  eclipse-int run uninstall.json --json --log uninstall.log > result.json\n"
       "      Write the result for another program, and the log to a file.\n",
       std::string(exit_status_of_runs) +
           "With --resolve also:\n"
           "  1  the director would not install or remove all features, so nothing was run\n"
           "With --all-or-nothing also:\n"
-          "  1  not all features went in or out, and the Eclipse was brought back to the state before the run, or a\n"
+          "  1  not all features went in or out, and the instance was brought back to the state before the run, or a\n"
           "     message says why not\n"
           "With --verify also:\n"
           "  1  the run succeeded, but the instance is not in the state that the session describes\n"

@@ -28,21 +28,21 @@ namespace {
 
 constexpr const char* examples =
     "  eclipse-int undo install.json --dry-run\n"
-    "      Show what taking back the last run on the Eclipse of this session would change.\n"
+    "      Show what taking back the last run on the instance of this session would change.\n"
     "  eclipse-int undo install.json --variables state.json --write-variables state.json\n"
     "      Take it back; CASHED_ECLIPSE_PATH in the variables follows.\n"
     "  eclipse-int undo --eclipse /opt/eclipse --to 1731234567890\n"
     "      Go back to a state that \"eclipse-int history /opt/eclipse\" lists.\n"
     "\n"
-    "Once more takes back the run before. If somebody else has changed the Eclipse since then, this says what else\n"
+    "Once more takes back the run before. If somebody else has changed the instance since then, this says what else\n"
     "would go, and does nothing without --force.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
-    "  0  the Eclipse has the units of the older state, or with --dry-run would get them\n"
-    "  1  nothing was changed, since there is nothing to take back, somebody else has changed the Eclipse, its\n"
+    "  0  the instance has the units of the older state, or with --dry-run would get them\n"
+    "  1  nothing was changed, since there is nothing to take back, somebody else has changed the instance, its\n"
     "     profile is damaged, or the director failed\n"
-    "  2  an error in the arguments or the session, another director is at work on the Eclipse, or the variables\n"
+    "  2  an error in the arguments or the session, another director is at work on the instance, or the variables\n"
     "     could not be written\n"
     "  128 + N  signal N stopped the director\n";
 
@@ -56,7 +56,7 @@ struct UndoOptions {
 /// Throws FileError, PluginError and UsageError.
 std::string executable_for(const SessionOptions& options) {
   if (options.session.empty()) {
-    if (!options.eclipse) throw UsageError("SESSION: missing; give a session file, or --eclipse with the Eclipse");
+    if (!options.eclipse) throw UsageError("SESSION: missing; give a session file, or --eclipse with the Eclipse instance");
     return executable_of(*options.eclipse);
   }
   const SessionCommand command(options);
@@ -65,7 +65,7 @@ std::string executable_for(const SessionOptions& options) {
   const std::string executable = command.chosen_executable(plugin);
   if (executable.empty()) {
     throw UsageError(eclipse_base::printable(options.session) +
-                     ": the session chooses no Eclipse; use --eclipse with the Eclipse");
+                     ": the session chooses no Eclipse instance; use --eclipse with one");
   }
   return executable_of(executable);
 }
@@ -201,7 +201,7 @@ void add_options(const Parser& parser, UndoOptions& options) {
       .option_text(" ");
   parser
       .add_option("--eclipse", options.session.eclipse,
-                  "The Eclipse, its executable or its directory, in place of a session file or with\na directory of components")
+                  "The Eclipse instance, its executable or its directory, in place of a session file or with\na directory of components")
       .type_name("PATH");
   parser
       .add_option("--to", options.to,
@@ -223,7 +223,7 @@ void add_options(const Parser& parser, UndoOptions& options) {
 }  // namespace
 
 Subcommand add_undo(const Parser& program) {
-  const Parser parser = program.add_subcommand("undo", "Go back to the state of the Eclipse before the last run");
+  const Parser parser = program.add_subcommand("undo", "Go back to the state of the Eclipse instance before the last run");
   const auto options = std::make_shared<UndoOptions>();
   add_options(parser, *options);
   parser.set_help("eclipse-int undo [SESSION] [OPTIONS]", examples, exit_status);

@@ -46,7 +46,7 @@ std::string end_of(const Undo& undo) {
     return text;
   }
   if (undo.is_dry_run) return "  Dry run: nothing was changed.\n";
-  return undo.reversion ? "  Done\n" : "  Nothing to do: the Eclipse has just these units.\n";
+  return undo.reversion ? "  Done\n" : "  Nothing to do: the instance has just these units.\n";
 }
 
 }  // namespace

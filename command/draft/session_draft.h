@@ -14,12 +14,12 @@ struct SessionDraft {
   bool is_removal = false;
 };
 
-/// The text of a session file in which the user names the Eclipse, and all components are selected for installation or, for a
+/// The text of a session file in which the user names the instance, and all components are selected for installation or, for a
 /// removal, for removal. A component is named after its directory; of two with the same name, the second one has a number.
 /// Throws eclipse_base::FileError for a path that is not UTF-8, which JSON cannot hold.
 std::string draft_session(const SessionDraft& draft);
 
-/// The executable that a person means who names an Eclipse by its executable or by its directory; absolute.
+/// The executable that a person means who names an instance by its executable or by its directory; absolute.
 std::filesystem::path executable_named(const std::filesystem::path& eclipse);
 
 }  // namespace eclipse_draft

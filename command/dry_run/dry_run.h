@@ -32,7 +32,7 @@ struct ComponentSearch {
   std::vector<ListedDescriptor> descriptors;
 };
 
-/// A component in whose package the plug-in looked for the executable of an Eclipse.
+/// A component in whose package the plug-in looked for the executable of an instance.
 struct ExecutableSearch {
   std::string component;                ///< its code
   std::vector<std::string> candidates;  ///< the files that it looked for

@@ -26,6 +26,10 @@ struct Location {
   std::size_t column = 0;  ///< in bytes, from 1; a tab is one byte
   std::size_t length = 0;  ///< in bytes
   std::string text = {};   ///< the whole line, without its line feed
+
+  // What reports say, as editors count: in characters. A byte that is not UTF-8 is one, too.
+  std::size_t column_in_characters() const;
+  std::size_t length_in_characters() const;
 };
 
 /// Between two characters of a file.

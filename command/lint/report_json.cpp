@@ -28,8 +28,8 @@ Json finding_as_json(const Finding& finding) {
                 {"severity", name_of(finding.severity)},
                 {"file", finding.location.file},
                 {"line", finding.location.line},
-                {"column", finding.location.column},
-                {"length", finding.location.length},
+                {"column", finding.location.column_in_characters()},
+                {"length", finding.location.length_in_characters()},
                 {"text", finding.location.text},
                 {"message", finding.message},
                 {"why", finding.rule->why},
@@ -42,12 +42,10 @@ Json finding_as_json(const Finding& finding) {
 Json location_of(const Location& location) {
   Json physical = {{"artifactLocation", {{"uri", uri_of(location.file)}}}};
   if (location.line != 0) {
-    const std::string_view text = location.text;
-    const std::size_t start = 1 + characters_in(text.substr(0, location.column - 1));
-    const std::size_t length = characters_in(text.substr(std::min(location.column - 1, text.size()), location.length));
+    const std::size_t start = location.column_in_characters();
     physical["region"] = {{"startLine", location.line},
                           {"startColumn", start},
-                          {"endColumn", start + length},
+                          {"endColumn", start + location.length_in_characters()},
                           {"snippet", {{"text", location.text}}}};
   }
   return {{"physicalLocation", physical}};

@@ -10,25 +10,6 @@ using namespace eclipse_base;
 
 namespace eclipse_lint {
 
-std::string_view name_of(Severity severity) {
-  switch (severity) {
-    case Severity::note:
-      return "note";
-    case Severity::warning:
-      return "warning";
-    case Severity::error:
-      return "error";
-  }
-  return "";
-}
-
-std::optional<Severity> severity_named(std::string_view name) {
-  for (const Severity severity : {Severity::note, Severity::warning, Severity::error}) {
-    if (name == name_of(severity)) return severity;
-  }
-  return std::nullopt;
-}
-
 void Reporter::report(Location location, std::string message, std::optional<Correction> correction) {
   report(std::move(location), std::move(message), std::string(rule_.fix), std::move(correction));
 }

@@ -108,7 +108,7 @@ WayBack way_back(const std::vector<std::string>& times, const RunJournal& journa
   }
   WayBack way;
   way.error = journal.error.empty()
-                  ? "no run of eclipse-int is recorded for this Eclipse that could be taken back; name a state"
+                  ? "no run of eclipse-int is recorded for this instance that could be taken back; name a state"
                   : journal.error;
   return way;
 }

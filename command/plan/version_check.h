@@ -6,7 +6,7 @@
 
 namespace eclipse_plan {
 
-/// The check of the version of the Eclipse that the user named.
+/// The check of the version of the instance that the user named.
 struct VersionCheck {
   std::string version;
   std::string minimum;

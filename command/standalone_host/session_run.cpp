@@ -124,7 +124,7 @@ class Run {
   std::size_t first_command_ = 0;  ///< of the action that is running
 };
 
-/// Why an installer would not accept the Eclipse that the user named; empty when it would.
+/// Why an installer would not accept the instance that the user named; empty when it would.
 std::string refusal_of_user_eclipse(const Session& session) {
   const std::string executable = session.variable("USER_DEFINED_ECLIPSE_PATH");
   if (executable.empty()) return "no Eclipse is given: set USER_DEFINED_ECLIPSE_PATH to the full path of its executable";

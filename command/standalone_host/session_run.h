@@ -67,10 +67,10 @@ struct RunObserver {
 /// Notified in this order, each after the record has the event. What one of them throws ends the run.
 using RunObservers = std::vector<RunObserver>;
 
-/// Performs a whole session: decides whether integration is needed, checks an Eclipse that the user named, sets its directory,
+/// Performs a whole session: decides whether integration is needed, checks an instance that the user named, sets its directory,
 /// and then installs (modes "install" and "modify") or removes (mode "uninstall") the features.
 ///
-/// In install and modify the run is refused, before anything is changed, when the user's Eclipse is not correct or its version
+/// In install and modify the run is refused, before anything is changed, when the user's instance is not correct or its version
 /// not supported, as an installer would not let the user go on.
 ///
 /// `session` must not be active yet; its seams are used by the run and are not kept. KORU_MODE must be one of the three modes.

@@ -104,6 +104,7 @@ std::vector<Check> action_checks() {
   std::vector<Check> checks = {
       {.name = "run/users-eclipse",
        .level = Level::must,
+       .title = "The actions accept a user's Eclipse and its version.",
        .promise = promise,
        .harm = harm,
        .fix = fix,
@@ -111,6 +112,7 @@ std::vector<Check> action_checks() {
        .after = "*"},
       {.name = "run/installation",
        .level = Level::must,
+       .title = "perform_integration() runs a director that succeeds, and reports no failure.",
        .promise = promise,
        .harm = harm,
        .fix = fix,
@@ -118,6 +120,7 @@ std::vector<Check> action_checks() {
        .after = "run/users-eclipse"},
       {.name = "run/failed-director",
        .level = Level::must,
+       .title = "perform_integration() reports a director that fails in the summary.",
        .promise = promise,
        .harm = "A failed installation is not reported.",
        .fix = fix,
@@ -125,6 +128,7 @@ std::vector<Check> action_checks() {
        .after = "run/installation"},
       {.name = "run/removal",
        .level = Level::must,
+       .title = "perform_unintegration() runs a director that succeeds.",
        .promise = promise,
        .harm = harm,
        .fix = fix,
@@ -132,6 +136,7 @@ std::vector<Check> action_checks() {
        .after = "run/installation"},
       {.name = exception_drill,
        .level = Level::should,
+       .title = "The host catches an exception of an action.",
        .promise =
            "If one throws anyway, the exception passes through the plug-in, which releases what it holds on the way, and "
            "leaves the action unchanged.",
@@ -139,8 +144,12 @@ std::vector<Check> action_checks() {
        .fix = "Catch std::exception around each call of an action, and take it for a failure of the integration."},
   };
   for (const ObservedOperation& operation : observed_operations()) {
-    checks.push_back(
-        {.name = operation.check, .level = Level::must, .promise = operation.promise, .harm = harm, .fix = observed_fix});
+    checks.push_back({.name = operation.check,
+                      .level = Level::must,
+                      .title = operation.title,
+                      .promise = operation.promise,
+                      .harm = harm,
+                      .fix = observed_fix});
   }
   return checks;
 }

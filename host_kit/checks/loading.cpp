@@ -72,6 +72,7 @@ std::vector<Check> loading_checks() {
   return {
       {.name = "load/session-given",
        .level = Level::must,
+       .title = "The host passes its session to an action.",
        .promise = "The host creates and owns it, usually as an object of a class of its own that it derives from this one, and "
                   "passes it to every action.",
        .harm = "Every operation on the session gets a null pointer; most hosts crash.",
@@ -79,6 +80,7 @@ std::vector<Check> loading_checks() {
        .perform = session_is_given},
       {.name = "load/one-standard-library",
        .level = Level::should,
+       .title = "The host uses the C++ standard library of the plug-in.",
        .promise =
            "Texts, lists, exceptions and the buffer of get_file() pass between the two, so host and plug-in must be built "
            "for the same C++ standard library and ABI, and must use the same allocator.",
@@ -87,6 +89,7 @@ std::vector<Check> loading_checks() {
        .perform = there_is_one_standard_library},
       {.name = "load/truth-values",
        .level = Level::must,
+       .title = "Operations that answer with a truth value return 0 or 1.",
        .promise = "Everything that the plug-in needs from a host is declared here, and the host defines all of it.",
        .harm = "The plug-in looks at one byte only: 256 is false, and 2 may be true and false at the same time.",
        .fix = "Include eclipse_int/host.h where the operation is defined, so that the compiler compares the types.",

@@ -143,6 +143,7 @@ std::vector<Check> log_checks() {
   return {
       {.name = "log/formats",
        .level = Level::must,
+       .title = "print_log() formats its arguments as printf() does.",
        .promise = "The arguments are those of printf; the host adds the line feed at the end.",
        .harm = "The log does not show what was run.",
        .fix = "Pass the format and a va_list to vsnprintf() or vasprintf().",
@@ -150,6 +151,7 @@ std::vector<Check> log_checks() {
        .if_it_ends = "the arguments are passed on without a va_list, or a va_list is used twice without va_copy"},
       {.name = "log/text-not-format",
        .level = Level::must,
+       .title = "Percent signs in an argument are text.",
        .promise = "A text that comes from the host or from a file is never part of `format`, only an argument for \"%s\"; the "
                   "output of a director contains line feeds.",
        .harm = "A percent sign in the output of a director crashes the installer, or writes to its memory.",
@@ -159,6 +161,7 @@ std::vector<Check> log_checks() {
        .if_it_ends = "the formatted line is used as a format again"},
       {.name = "log/long-line",
        .level = Level::must,
+       .title = "A very long line is logged whole.",
        .promise = "Appends one line to the installer's log.",
        .harm = "The end of the output of a failed director, which has the cause, is missing.",
        .fix = "Let vasprintf() allocate, or call vsnprintf() a second time with the length that it returned.",
@@ -167,6 +170,7 @@ std::vector<Check> log_checks() {
        .if_it_ends = "the line is written past the end of a buffer (vsprintf)"},
       {.name = "log/line-feed-added",
        .level = Level::must,
+       .title = "Each line of the log ends in one line feed.",
        .promise = "The arguments are those of printf; the host adds the line feed at the end.",
        .harm = "Lines run into each other, or are split.",
        .fix = "Add one line feed to each line.",
@@ -174,6 +178,7 @@ std::vector<Check> log_checks() {
        .after = "log/formats"},
       {.name = "log/line-feeds-kept",
        .level = Level::should,
+       .title = "Line feeds in an argument are kept.",
        .promise = "A text that comes from the host or from a file is never part of `format`, only an argument for \"%s\"; the "
                   "output of a director contains line feeds.",
        .harm = "The output of a director becomes one line, or only its first line remains.",

@@ -87,6 +87,7 @@ std::vector<Check> thread_checks() {
   return {
       {.name = "threads/texts-and-paths",
        .level = Level::may,
+       .title = "Several threads can use the operations on texts and paths at the same time.",
        .promise = promise,
        .harm = harm,
        .fix = fix,
@@ -95,6 +96,7 @@ std::vector<Check> thread_checks() {
        .if_it_ends = "a static buffer, or another global that is not locked"},
       {.name = "threads/files",
        .level = Level::may,
+       .title = "Several threads can use the operations on files at the same time.",
        .promise = promise,
        .harm = harm,
        .fix = fix,
@@ -103,6 +105,7 @@ std::vector<Check> thread_checks() {
        .if_it_ends = "a static buffer, or another global that is not locked"},
       {.name = "threads/commands",
        .level = Level::may,
+       .title = "Several threads can run commands at the same time.",
        .promise = promise,
        .harm = "None in a host with one thread; in one with several, a run gets the output or the exit code of another.",
        .fix = "Wait for the command that was started, with waitpid() and its number, not for any child.",

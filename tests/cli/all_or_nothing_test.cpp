@@ -61,7 +61,7 @@ TEST_F(AllOrNothing, TakesBackHalfARun) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.error, "eclipse-int: not all features were installed; going back\n");
   EXPECT_NE(outcome.output.find("\nAll or nothing:\n"
-                                "  Not all features were installed, so the Eclipse is as it was before the run: the state 1 "
+                                "  Not all features were installed, so the instance is as it was before the run: the state 1 "
                                 "(1970-01-01 00:00:00 UTC).\n"
                                 "  Command: DIRECTORY/eclipse/eclipse -nosplash -nl en "),
             std::string::npos)
@@ -81,7 +81,7 @@ TEST_F(AllOrNothing, BringsBackAConfigurationThatWasCut) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_TRUE(outcome.output.ends_with(
       "\nAll or nothing:\n"
-      "  A director has damaged the Eclipse instance, so the Eclipse is as it was before the run: the state 1 "
+      "  A director has damaged the Eclipse instance, so the instance is as it was before the run: the state 1 "
       "(1970-01-01 00:00:00 UTC).\n"
       "  A state of the profile was moved aside: DIRECTORY/" +
       registry + "2.profile.damaged\n  A file was brought back: DIRECTORY/eclipse/configuration/config.ini\n"))

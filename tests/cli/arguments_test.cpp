@@ -41,7 +41,7 @@ TEST_F(Arguments, HelpNamesEveryOption) {
   for (const std::string command : {"run", "call"}) {
     const std::string help = eclipse_int(command + " --help").output;
     for (const std::string option : {"--set NAME=VALUE", "--variables FILE", "--write-variables FILE", "--log FILE", "--json",
-                                     "--plugin LIBRARY", "Exit status:\n  0  "}) {
+                                     "--plugin LIBRARY", "\nArguments:\n", "Exit status:\n  0  "}) {
       EXPECT_NE(help.find(option), std::string::npos) << command << " " << option;
     }
   }
@@ -108,6 +108,9 @@ TEST_F(Arguments, FaultsAreTold) {
   expect_usage_error("run session.json --set =A",
                      "--set: \"=A\" is not NAME=VALUE; write the variable's name, an equals sign and its value");
   expect_usage_error("run session.json --set A=1 B=2", "unexpected argument \"B=2\"");
+  expect_usage_error("run session.json --wait soon", "--wait: \"soon\" is not a number of seconds; give 0 or more");
+  expect_usage_error("run session.json --wait -1", "--wait: \"-1\" is not a number of seconds; give 0 or more");
+  expect_usage_error("run session.json --wait ''", "--wait: \"\" is not a number of seconds; give 0 or more");
   expect_usage_error("run session.json --set KORU_MODE=Install",
                      "--set: KORU_MODE is \"Install\"; it must be install, modify or uninstall");
   expect_usage_error("call", "ACTION is required");
@@ -124,7 +127,7 @@ TEST_F(Arguments, FaultsOfFilesAreTold) {
   expect_error("run missing.json", "missing.json" + unreadable);
   expect_error("run ''", unreadable);
   expect_usage_error("run directory",
-                     "directory is a directory; add --eclipse with the Eclipse to use, or give a session file");
+                     "directory is a directory; add --eclipse with the Eclipse instance to use, or give a session file");
   expect_error("run bad.json", "bad.json:1:10: mode: expected a string, found a number; write it in double quotes");
   expect_error("run bad.json --json", "bad.json:1:10: mode: expected a string, found a number; write it in double quotes");
   expect_error("call find_eclipse_ide bad.json",

@@ -53,7 +53,7 @@ TEST_F(ComponentDirectory, MayHoldSeveralComponents) {
 }
 
 TEST_F(ComponentDirectory, NeedsAnEclipseAndDescriptors) {
-  const std::string needs_eclipse = " is a directory; add --eclipse with the Eclipse to use, or give a session file";
+  const std::string needs_eclipse = " is a directory; add --eclipse with the Eclipse instance to use, or give a session file";
   for (const std::string subcommand : {"run ", "plan ", "verify ", "lint --remove ", "new --session "}) {
     expect_usage_error(subcommand + "tools", "tools" + needs_eclipse);
   }

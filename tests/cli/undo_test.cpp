@@ -148,7 +148,7 @@ TEST_F(Undo, TakesBackTheLastRun) {
   EXPECT_FALSE(Json::parse(content_of("v.json")).contains("CASHED_ECLIPSE_PATH"));
   EXPECT_TRUE(Json::parse(content_of("v.json")).contains("ECLIPSE_PATH")) << "the others stay";
   EXPECT_EQ(undo("session.json", 1).at("error"),
-            "no run of eclipse-int is recorded for this Eclipse that could be taken back; name a state");
+            "no run of eclipse-int is recorded for this instance that could be taken back; name a state");
 }
 
 TEST_F(Undo, TakesBackOneRunAfterTheOther) {
@@ -198,7 +198,7 @@ TEST_F(Undo, DoesNotStartADirectorForNothing) {
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   const Outcome outcome = eclipse_int("undo session.json");
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_TRUE(outcome.output.ends_with("  Nothing to do: the Eclipse has just these units.\n")) << outcome.output;
+  EXPECT_TRUE(outcome.output.ends_with("  Nothing to do: the instance has just these units.\n")) << outcome.output;
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
 

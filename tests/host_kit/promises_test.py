@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """promises_test ECLIPSE_INT HEADER NOT_CHECKED
 
-Every check cites a sentence of HEADER, and every sentence of HEADER is cited by a check or stands in the list NOT_CHECKED, below the
+Every check says in one line what it checks, and cites a sentence of HEADER; every sentence of HEADER is cited by a check or stands in the list NOT_CHECKED, below the
 reason why there is no check.
 """
 import pathlib
@@ -27,17 +27,28 @@ def sentences(text):
             for sentence in re.split(r"(?<=[.:])\s+(?=[A-Z`\"])", comment)]
 
 
-def listed_promises():
-    lines = subprocess.run([command, "check-host", "--list"], capture_output=True, text=True, check=True).stdout.splitlines()
-    return {name.split()[0]: promise.strip() for name, promise in zip(lines[::2], lines[1::2])}
+def listed_checks():
+    """(name, title, promise)"""
+    text = subprocess.run([command, "check-host", "--list"], capture_output=True, text=True, check=True).stdout
+    checks = re.findall(r"^(\S+) \((?:must|should|may)\)\n    (.*)\n    promise: (.*)\n", text, re.MULTILINE)
+    assert len(checks) * 3 == len(text.splitlines()), "there is more in the list"
+    return checks
+
+
+def errors_in_titles(checks):
+    titles = [title for _, title, _ in checks]
+    return [f"{name}: is not one sentence of its own: {title}" for name, title, promise in checks
+            if not re.fullmatch(r"[\w].{10,110}\.", title) or titles.count(title) > 1 or title == promise]
 
 
 def main():
-    promises = listed_promises()
+    checks = listed_checks()
+    promises = {name: promise for name, _, promise in checks}
     stated = sentences(pathlib.Path(header).read_text())
     excused = [line for line in pathlib.Path(not_checked).read_text().splitlines() if line and not line.startswith("#")]
     whole = " ".join(stated)
-    errors = [f"{name}: is not in the header: {promise}" for name, promise in promises.items() if promise not in whole]
+    errors = errors_in_titles(checks)
+    errors += [f"{name}: is not in the header: {promise}" for name, promise in promises.items() if promise not in whole]
     for sentence in stated:
         is_cited = any(promise in sentence or sentence in promise for promise in promises.values())
         if is_cited and sentence in excused:

@@ -51,10 +51,37 @@ TEST(TextReport, OfAFileAsAWholeHasNoLine) {
 
 TEST(TextReport, MarkIsUnderThePlaceWhateverStandsBeforeIt) {
   EXPECT_EQ(text_of({finding({"t", 1, 8, 2, "\x1B\xC3\xA4\xFF\t\x7F\tab"})}),
-            "t:1:8: warning: the message [feature-pinned]\n"
+            "t:1:7: warning: the message [feature-pinned]\n"
             "  1 | \\x1Bä\\xFF→\\x7F→ab\n"
             "    |                ^~\n" +
                 effect);
+}
+
+const Location after_two_umlauts = {"t", 1, 7, 3, "\xC3\xA4\t\xC3\xA4\t\xC3\xA4x\t"};
+
+TEST(TextReport, CountsColumnsInCharacters) {
+  const std::string report = text_of({finding(after_two_umlauts)});
+  EXPECT_EQ(report.substr(0, report.find(" w")), "t:1:5:");
+}
+
+TEST(BriefReport, CountsColumnsInCharacters) {
+  std::ostringstream out;
+  print_brief(out, {finding(after_two_umlauts)}, false);
+  EXPECT_TRUE(out.str().starts_with("t:1:5: ")) << out.str();
+}
+
+TEST(GithubReport, CountsColumnsInCharacters) {
+  std::ostringstream out;
+  print_github(out, {finding(after_two_umlauts)});
+  EXPECT_NE(out.str().find(",line=1,col=5,"), std::string::npos) << out.str();
+}
+
+TEST(JsonReport, CountsColumnsInCharacters) {
+  std::ostringstream out;
+  print_json(out, {finding(after_two_umlauts)});
+  const Json entry = Json::parse(out.str())["findings"][0];
+  EXPECT_EQ(entry["column"], 5);
+  EXPECT_EQ(entry["length"], 2);
 }
 
 TEST(TextReport, OfALongLineShowsWhatSurroundsThePlace) {

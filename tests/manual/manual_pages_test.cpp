@@ -5,6 +5,8 @@
 #include <map>
 #include <regex>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include "manual/command_help.h"
 #include "shell/command_runner.h"
@@ -74,6 +76,36 @@ TEST(ManualPage, HasAnEntryForEveryOptionAndForNoOther) {
   }
 }
 
+/// The words behind the heading "Exit status:", without what only gives them a form.
+std::string exit_statuses_in(std::string text) {
+  const std::size_t start = text.find("\nExit status:\n");
+  if (start == std::string::npos) return "";
+  text = text.substr(start + 1);
+  const std::vector<std::pair<const char*, const char*>> forms = {{"\\(dq", "\""},
+                                                                  {"\nExit status, with\n", "\nWith\n"},
+                                                                  {"\"128 \\+ \" N\n", "128 + N\n"},
+                                                                  {"(^|\n)\\.(TP|PP|RI|B)\\b", "$1"}};
+  for (const auto& [form, plain] : forms) text = std::regex_replace(text, std::regex(form), plain);
+  std::istringstream words(text);
+  std::string plain;
+  for (std::string word; words >> word;) plain += word + " ";
+  return plain;
+}
+
+TEST(ManualPage, GivesTheExitStatusesOfEverySubcommandAsItsHelpDoes) {
+  for (const auto& [subcommand, part] : subsections(source_of("eclipse-int.1"))) {
+    const std::string in_help = exit_statuses_in(output_of(ECLIPSE_INT_COMMAND " " + subcommand + " --help"));
+    EXPECT_GT(in_help.size(), 30U) << subcommand;
+    EXPECT_EQ(exit_statuses_in(part), in_help) << subcommand;
+  }
+}
+
+TEST(ManualPage, ExplainsEveryMarkOfAPlan) {
+  const std::string part = subsections(source_of("eclipse-int.1"))["plan"];
+  for (const char* const mark : {"+", "=", "~", "-", "!"})
+    EXPECT_NE(part.find(std::string(".TP\n.B ") + mark + "\n"), std::string::npos) << mark;
+}
+
 TEST(ManualPage, NamesNoOptionThatDoesNotExist) {
   Names all = options_of("");
   for (const std::string& subcommand : subcommands()) all.merge(options_of(subcommand));
@@ -85,6 +117,12 @@ TEST(ManualPage, NamesNoOptionThatDoesNotExist) {
 TEST(ManualPage, NamesEveryAction) {
   const std::string part = subsections(source_of("eclipse-int.1"))["call"];
   for (const std::string_view action : eclipse_host::action_names) EXPECT_NE(part.find(action), std::string::npos) << action;
+}
+
+TEST(ManualPage, OfSessionFilesIsMadeFromTheirSchema) {
+  std::ostringstream page;
+  page << std::ifstream(pages + "/eclipse-int-session.5", std::ios::binary).rdbuf();
+  EXPECT_EQ(page.str(), output_of("'" SESSION_MANUAL "'")) << "run scripts/session-manual > docs/man/eclipse-int-session.5";
 }
 
 TEST(ManualPage, IsFormattedWithoutAWarning) {

@@ -68,7 +68,7 @@ TEST(WayBack, DoesNotTrustTheOrderInTheFile) {
 
 TEST(WayBack, IsNotThereWithoutARun) {
   EXPECT_EQ(way_back(times, {}).error,
-            "no run of eclipse-int is recorded for this Eclipse that could be taken back; name a state");
+            "no run of eclipse-int is recorded for this instance that could be taken back; name a state");
   EXPECT_EQ(way_back(times, {{}, "FILE: is damaged"}).error, "FILE: is damaged");
   EXPECT_NE(way_back({}, {}).error, "");
 }

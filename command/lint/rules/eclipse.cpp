@@ -76,7 +76,7 @@ Rule choice_missing() {
   };
 }
 
-// ---- The user's Eclipse ----
+// ---- The user's instance ----
 
 bool is_normalized(std::string_view path) {
   return path.find('\\') == path.npos && !path.ends_with('\n') && !path.ends_with('\r');
@@ -171,7 +171,7 @@ Rule user_path_not_normalized() {
   };
 }
 
-// ---- An Eclipse that is a component ----
+// ---- An instance that is a component ----
 
 std::string base_name(const std::string& listed) {
   std::string name = with_slashes(listed);

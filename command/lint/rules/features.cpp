@@ -104,23 +104,22 @@ void check_group_suffix(const Unit& unit, const UnitVersions* units, Reporter& r
 }
 
 Rule feature_without_group_suffix() {
-  return {
-      .name = "feature-without-group-suffix",
-      .group = Group::features,
-      .severity = Severity::warning,
-      .title = "the id of a feature does not end in .feature.group",
-      .why =
-          "The director knows a feature by its id followed by .feature.group. If it does not find a feature, the command "
-          "for all features fails. Then each is tried alone: the others are installed, but the installer reports a failure.",
-      .fix = "append .feature.group to the id",
-      .bad = descriptor("sites/alpha\torg.example.alpha\n"),
-      .good = good_descriptor(),
-      .check =
-          [](const Input& input, Reporter& reporter) {
-            for_each_unit(input,
-                          [&](const Unit& unit) { check_group_suffix(unit, input.offered_for(*unit.record), reporter); });
-          },
-      .corrects = Corrects::both};
+  return {.name = "feature-without-group-suffix",
+          .group = Group::features,
+          .severity = Severity::warning,
+          .title = "the id of a feature does not end in .feature.group",
+          .why =
+              "The director knows a feature by its id followed by .feature.group. If it does not find a feature, the command "
+              "for all features fails.",
+          .fix = "append .feature.group to the id",
+          .bad = descriptor("sites/alpha\torg.example.alpha\n"),
+          .good = good_descriptor(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_unit(input,
+                              [&](const Unit& unit) { check_group_suffix(unit, input.offered_for(*unit.record), reporter); });
+              },
+          .corrects = Corrects::both};
 }
 
 /// MAJOR[.MINOR[.MICRO[.QUALIFIER]]]
@@ -200,9 +199,7 @@ Rule feature_not_found() {
           .group = Group::features,
           .severity = Severity::error,
           .title = "no repository has a feature, or not in this version",
-          .why =
-              "The command for all features fails. Then each is tried alone: the others are installed, but the installer "
-              "reports a failure.",
+          .why = "The director does not find the feature, so the command for all features fails.",
           .fix = "correct the id (case-sensitive), or publish the feature",
           .bad = component_with("org.example.One.feature.group"),
           .good = good_component(),
@@ -272,9 +269,7 @@ Rule feature_version_invalid() {
           .group = Group::features,
           .severity = Severity::error,
           .title = "the text after a feature's slash is not a version",
-          .why =
-              "The director aborts with an exception, so the command for all features fails. Then each is tried alone, and "
-              "the installer reports a failure.",
+          .why = "The director aborts with an exception, so the command for all features fails.",
           .fix = "write the id without a version",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group/latest\n"),
           .good = good_descriptor(),
@@ -488,7 +483,7 @@ Rule other_version_installed() {
       .severity = Severity::error,
       .title = "the instance has another version of a feature, which the director does not replace",
       .why =
-          "The director does not replace a unit that was installed by name. Two versions of a feature can be installed "
+          "The director does not replace a unit that was installed by name, as a root. Two versions of a feature can be installed "
           "together only if they have no singleton bundle in common, but nearly all have one. Otherwise the command for all "
           "features fails, and so does the command for this feature alone.",
       .fix = "run \"eclipse-int run --update\", with --allow-downgrade if the installed version is newer",

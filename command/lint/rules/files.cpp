@@ -294,7 +294,7 @@ Rule not_a_descriptor() {
       .title = "a file below etc/eclipse/ is not a descriptor file",
       .why =
           "It is read as a descriptor file: each of its lines with a tab is data. No repository has these features, so the "
-          "command for all features fails, and each feature is then tried alone.",
+          "command for all features fails.",
       .fix = "move it out of etc/eclipse/",
       .bad = {"tools",
               {{"tools/etc/eclipse/README.md", "# Tools\n\nSee\tthe manual.\n"}, {"tools/site/content.xml", content_of_one}}},
@@ -454,7 +454,7 @@ Rule capability_descriptor_mismatch() {
           .title = "a component has descriptor files but no ECLIPSE_PLUGIN capability, or vice versa",
           .why =
               "Only the capabilities tell the installer whether it needs the integration. It may skip the integration although "
-              "there are features, or ask the user for an Eclipse although there are none.",
+              "there are features, or ask the user for an instance although there are none.",
           .fix = "give components with descriptor files, and only those, a capability whose name contains ECLIPSE_PLUGIN",
           .bad = product_with({.capabilities = ""}),
           .good = good_product(),

@@ -62,7 +62,7 @@ Rule space_in_repository() {
           .title = "the path of a directory contains a space",
           .why =
               "The plug-in does not quote directories. The shell splits the director command at the space, so every command "
-              "of the session fails, including those for other components. Archives are quoted.",
+              "of the session fails. Archives are quoted.",
           .fix = "use a .zip archive, or a path without spaces",
           .bad = descriptor("my site\torg.example.alpha.feature.group\n"),
           .good = descriptor("my site.zip\torg.example.alpha.feature.group\n"),

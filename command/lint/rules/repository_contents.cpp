@@ -270,9 +270,7 @@ Rule repository_without_artifacts() {
           .group = Group::repositories,
           .severity = Severity::error,
           .title = "a repository lacks artifacts of its units, or the list of them",
-          .why =
-              "The director finds the features but not their files. The command for all features fails, including those from "
-              "other repositories; then each feature is tried alone.",
+          .why = "The director finds the features but not their files, so the command for all features fails.",
           .fix = publish_again,
           .bad = component_with(content_of_files),
           .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},
@@ -289,8 +287,8 @@ Rule artifact_damaged() {
           .severity = Severity::error,
           .title = "a jar of a repository is not a zip archive, or has another size than the repository lists",
           .why =
-              "The director compares jars with their checksums, and does not accept other files. The command for all features "
-              "fails, also for those of other repositories; each feature is then tried alone.",
+              "The director compares jars with their checksums, and does not accept other files, so the command for all "
+              "features fails.",
           .fix = publish_again,
           .bad = component(line_of_one, {{"tools/site/content.xml", content_of_files},
                                          {"tools/site/artifacts.xml", artifacts_of_files},

@@ -24,12 +24,12 @@ extern const char* const line_of_one;
 /// The content.xml of a repository that contains just this feature.
 extern const char* const content_of_one;
 
-// ---- A session with this component and an Eclipse in the directory "ide" ----
+// ---- A session with this component and an Eclipse instance in the directory "ide" ----
 
-/// A state of the p2 profile of this Eclipse.
+/// A state of the p2 profile of this instance.
 extern const char* const profile_name;
 
-/// The session file, the files of the component and of the Eclipse, and other files.
+/// The session file, the files of the component and of the instance, and other files.
 Sample product(const std::string& session_file, const std::vector<SampleFile>& others = {});
 
 /// The component's members in the session file, as JSON.
@@ -44,12 +44,12 @@ struct ToolsEntry {
 std::string entry_of(const ToolsEntry& component);
 /// The entry with all the defaults.
 extern const char* const tools;
-/// The entry of the Eclipse as a component, with a comma at its end.
+/// The entry of the instance as a component, with a comma at its end.
 extern const char* const ide;
-/// The variables for that Eclipse.
+/// The variables for that instance.
 extern const char* const internal_choice;
 
-/// The variables for a user's own Eclipse; `more` begins with a comma when it is not empty.
+/// The variables for a user's own instance; `more` begins with a comma when it is not empty.
 std::string user_choice(const std::string& path, const std::string& more = "");
 
 /// A session file.

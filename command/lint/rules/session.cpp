@@ -68,9 +68,7 @@ Rule command_too_long() {
       .group = Group::session,
       .severity = Severity::error,
       .title = "the director's command line is longer than the system allows",
-      .why =
-          "The system refuses to start the shell with it, so the command for all features fails. Then the director is run "
-          "for each feature separately.",
+      .why = "The system refuses to start the shell with it, so the command for all features fails.",
       .fix = "make a feature that includes the others, and list only that one",
       .bad = long_product(),
       .good = product(user_session()),

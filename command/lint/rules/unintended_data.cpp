@@ -34,8 +34,8 @@ Rule comment_is_data() {
           .title = "a comment line contains a tab",
           .why =
               "Descriptor files have no comments, so the line is data, and its repository becomes part of every director "
-              "command. A space or a semicolon in it makes every command of the session fail, including those for other "
-              "components. Otherwise the director tries to load a repository that does not exist, and to find the feature.",
+              "command. A space or a semicolon in it makes every command of the session fail. "
+              "Otherwise the director tries to load a repository that does not exist, and to find the feature.",
           .fix = "delete the line, or remove its tabs",
           .bad = descriptor("# sites/old\torg.example.old.feature.group\nsites/alpha\torg.example.alpha.feature.group\n"),
           .good = descriptor("# the tools\nsites/alpha\torg.example.alpha.feature.group\n"),
