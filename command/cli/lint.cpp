@@ -107,10 +107,10 @@ Settings settings_from(const LintOptions& options) {
   return settings;
 }
 
-void print(const Findings& findings, const std::string& format) {
-  if (format == "json") return print_json(std::cout, findings);
-  if (format == "sarif") return print_sarif(std::cout, findings, ECLIPSE_INT_VERSION);
-  if (format == "github") return print_github(std::cout, findings);
+void print(const Findings& findings, const Errors& errors, const std::string& format) {
+  if (format == "json") return print_json(std::cout, findings, errors);
+  if (format == "sarif") return print_sarif(std::cout, findings, ECLIPSE_INT_VERSION, errors);
+  if (format == "github") return print_github(std::cout, findings, errors);
   (format == "brief" ? print_brief : print_text)(std::cout, findings, output_is_coloured());
   print_summary(std::cout, findings);
 }
@@ -157,9 +157,9 @@ void write(const FixedFile& file) {
   replacement.replace_target_with(file.after);
 }
 
-/// Writes those files that can be written, each whole. The messages about the others.
-std::vector<std::string> write(const std::vector<FixedFile>& files) {
-  std::vector<std::string> errors;
+/// Writes those files that can be written, each whole. The errors of the others.
+Errors write(const std::vector<FixedFile>& files) {
+  Errors errors;
   std::size_t written = 0;
   std::size_t corrections = 0;
   for (const FixedFile& file : files) {
@@ -168,7 +168,7 @@ std::vector<std::string> write(const std::vector<FixedFile>& files) {
       ++written;
       corrections += file.corrections;
     } catch (const eclipse_base::FileError& error) {
-      errors.emplace_back(error.what());
+      errors.push_back(error);
     }
   }
   if (written != 0) {
@@ -204,14 +204,14 @@ class InputLinter {
         const Findings more = lint_input(input, files);
         findings.insert(findings.end(), more.begin(), more.end());
       } catch (const eclipse_base::FileError& error) {
-        errors_.emplace_back(error.what());
+        for (const eclipse_base::FileError& each : error.each()) errors_.push_back(each);
       }
     }
     return findings;
   }
 
   /// Of the inputs that could not be linted the last time.
-  const std::vector<std::string>& errors() const { return errors_; }
+  const Errors& errors() const { return errors_; }
 
  private:
   /// With files of which none has been read, so that one can tell whether there was any.
@@ -244,7 +244,7 @@ class InputLinter {
   const Settings& settings_;
   const eclipse_dry_run::PluginFunctions& library_;
   Repositories sites_;
-  std::vector<std::string> errors_;
+  Errors errors_;
 };
 
 Findings at_least(Findings findings, const std::string& lowest_severity) {
@@ -272,15 +272,15 @@ int perform(const LintOptions& options) {
   } else {
     result.remaining = linter.lint({});
   }
-  std::vector<std::string> errors = linter.errors();
+  Errors errors = linter.errors();
   if (options.shows_diff) {
     print_diff(result.files);
   } else {
     const auto more = write(result.files);
     errors.insert(errors.end(), more.begin(), more.end());
-    print(at_least(result.remaining, options.severity), options.format);
+    print(at_least(result.remaining, options.severity), errors, options.format);
   }
-  for (const std::string& error : errors) print_message(error);
+  for (const eclipse_base::FileError& error : errors) print_message(error.what());
   if (!errors.empty()) return 2;
   warn_of_unused(settings, result.remaining);
   if (options.shows_diff) return result.files.empty() ? 0 : 1;

@@ -142,7 +142,7 @@ Json check(const Linter& linter, const std::vector<const Document*>& open, const
     }
     if (findings.size() > most_shown) results.push_back(left_out(findings.size(), document, encoding));
   } catch (const FileError& error) {
-    results.push_back(as_json(error, document, encoding));
+    for (const FileError& each : error.each()) results.push_back(as_json(each, document, encoding));
   }
   return results;
 }

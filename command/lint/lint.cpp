@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "base/json_document.h"
+#include "base/text.h"
 #include "lint/input.h"
 #include "lint/rule.h"
 #include "lint/suppression.h"
@@ -48,17 +49,20 @@ std::size_t line_number(const JsonElement& element, const JsonDocument& document
 }
 
 Override read_override(const JsonElement& element, const JsonDocument& document) {
-  element.allow_keys({"rule", "file", "line", "reason"});
   Override entry;
-  const JsonElement rule = element.get("rule");
-  entry.rule = rule.text();
-  if (find_rule(entry.rule) == nullptr) rule.fail(unknown_rule(entry.rule));
-  if (const auto file = element.find("file")) entry.file = file->text();
-  if (const auto line = element.find("line")) entry.line = line_number(*line, document);
-  const JsonElement reason = element.get("reason");
-  entry.reason = reason.text();
-  if (entry.reason.find_first_not_of(" \t\r\n") == std::string::npos)
-    reason.fail("is empty; write why the finding is acceptable");
+  element.read_object(
+      {{"rule", Presence::required,
+        [&](const JsonElement& rule) {
+          entry.rule = rule.text();
+          if (find_rule(entry.rule) == nullptr) rule.fail(unknown_rule(entry.rule));
+        }},
+       {"file", Presence::optional, [&](const JsonElement& file) { entry.file = file.text(); }},
+       {"line", Presence::optional, [&](const JsonElement& line) { entry.line = line_number(line, document); }},
+       {"reason", Presence::required, [&](const JsonElement& reason) {
+          entry.reason = reason.text();
+          if (trimmed(entry.reason).empty()) reason.fail("is empty; write why the finding is acceptable");
+        }}});
+  entry.location = document.file().string() + ":" + std::to_string(element.location().line);
   return entry;
 }
 
@@ -126,10 +130,7 @@ bool applies(const Override& entry, const Finding& finding) {
 std::vector<Override> read_overrides(const fs::path& file) {
   const JsonDocument document(file);
   std::vector<Override> overrides;
-  for (const JsonElement& element : document.root().items()) {
-    overrides.push_back(read_override(element, document));
-    overrides.back().location = file.string() + ":" + std::to_string(element.location().line);
-  }
+  document.root().read_items([&](const JsonElement& element) { overrides.push_back(read_override(element, document)); });
   return overrides;
 }
 

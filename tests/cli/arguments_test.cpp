@@ -119,7 +119,8 @@ TEST_F(Arguments, FaultsAreTold) {
 TEST_F(Arguments, FaultsOfFilesAreTold) {
   write_session("install");
   std::filesystem::create_directory("directory");
-  fake::write_file("bad.json", "{\"mode\": 1}");
+  fake::write_file("bad.json", "{\"mode\": 1, \"components\": []}");
+  fake::write_file("variables.json", "{\"mode\": 1}");
   const std::string unreadable = ": cannot be read: No such file or directory; give the path of a JSON file";
   expect_error("run missing.json", "missing.json" + unreadable);
   expect_error("run ''", unreadable);
@@ -130,8 +131,8 @@ TEST_F(Arguments, FaultsOfFilesAreTold) {
   expect_error("call find_eclipse_ide bad.json",
                "bad.json:1:10: mode: expected a string, found a number; write it in double quotes");
   expect_error("run session.json --variables missing", "missing" + unreadable);
-  expect_error("run session.json --variables bad.json",
-               "bad.json:1:10: mode: expected a string, found a number; write it in double quotes");
+  expect_error("run session.json --variables variables.json",
+               "variables.json:1:10: mode: expected a string, found a number; write it in double quotes");
   expect_error(
       "run session.json --write-variables missing/v.json",
       "missing/v.json: cannot be written: No such file or directory; give the path of a writable file in a writable directory");
