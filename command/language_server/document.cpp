@@ -116,7 +116,8 @@ std::optional<TextEdit> Document::edit_to(std::string_view content, PositionEnco
   const auto& [shorter, longer] = std::minmax(text, content, by_size);
   const auto same = std::mismatch(shorter.begin(), shorter.end(), longer.begin());
   const auto start = line_start(shorter, static_cast<std::size_t>(same.first - shorter.begin()));
-  const auto same_at_end = std::mismatch(shorter.rbegin(), shorter.rend() - static_cast<std::ptrdiff_t>(start), longer.rbegin());
+  const auto same_at_end =
+      std::mismatch(shorter.rbegin(), shorter.rend() - static_cast<std::ptrdiff_t>(start), longer.rbegin());
   const auto kept = kept_at_end(shorter, static_cast<std::size_t>(same_at_end.first - shorter.rbegin()));
   const Range range = {position_of(start, encoding), position_of(text_.size() - kept, encoding)};
   return TextEdit{range, std::string(content.substr(start, content.size() - kept - start))};

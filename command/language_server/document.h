@@ -70,8 +70,8 @@ class Document {
   Range range_of(std::size_t line, std::size_t column, std::size_t length, PositionEncoding encoding) const;
   /// The range of `length` bytes of content() from an offset; nothing when the editor does not show all of them.
   std::optional<Range> range_of_bytes(std::size_t offset, std::size_t length, PositionEncoding encoding) const;
-  /// What changes the text, in whole lines, so that this becomes the content of the file. Nothing when it is so already, or when
-  /// the editor does not show the file as it is.
+  /// What changes the text, in whole lines, so that this becomes the content of the file. Nothing when it is so already, or
+  /// when the editor does not show the file as it is.
   std::optional<TextEdit> edit_to(std::string_view content, PositionEncoding encoding) const;
 
  private:

@@ -313,8 +313,9 @@ void Server::offer_actions(const Json& id, const Json& params) {
   const OpenDocument* const open = find(uri);
   if (open == nullptr || !open->document.is_descriptor() || !asks_for(only, fix_all)) return answer_with(nullptr, nullptr);
   const auto work = [&] { return text_of(safe_corrections(linter_, documents(), open->document, encoding_)); };
-  start_request("textDocument/codeAction " + uri, {id, std::make_unique<BackgroundJob>(work, Clock::now() + time_limit_),
-                                                   [=, version = open->version](const Json& edits) { answer_with(version, edits); }});
+  start_request("textDocument/codeAction " + uri,
+                {id, std::make_unique<BackgroundJob>(work, Clock::now() + time_limit_),
+                 [=, version = open->version](const Json& edits) { answer_with(version, edits); }});
 }
 
 Json Server::quick_fixes_in(const OpenDocument& open, const Range& range) const {
@@ -373,8 +374,8 @@ void Server::end_request(const std::string& what, bool is_late) {
 void Server::cancel(const Json& params) {
   const Json& id = part(params, "/id");
   const auto has_id = [&](const auto& request) { return request.id == id; };
-  const auto cancelled = std::erase_if(requests_, [&](const auto& entry) { return has_id(entry.second); }) +
-                         std::erase_if(deferred_, has_id);
+  const auto cancelled =
+      std::erase_if(requests_, [&](const auto& entry) { return has_id(entry.second); }) + std::erase_if(deferred_, has_id);
   if (cancelled != 0) send(error_response(id, {ErrorCode::request_cancelled, "the request was cancelled"}));
 }
 

@@ -6,7 +6,6 @@
 
 #include "base/file.h"
 #include "base/printable.h"
-#include "base/text.h"
 #include "lint/rule.h"
 #include "lint/texts.h"
 
@@ -24,10 +23,7 @@ Level read_level(const JsonElement& rule) {
   if (rules_named(rule.key()).empty()) rule.fail_at_key(unknown_rule_or_group(rule.key()));
   if (rule.text() == off) return std::nullopt;
   if (const auto severity = severity_named(rule.text())) return severity;
-  const std::vector<std::string> known = {"error", "warning", "note", off};
-  const auto meant = similar_word(rule.text(), known);
-  rule.fail("unknown severity " + in_quotes(rule.text()) + "; " +
-            (meant ? "did you mean " + in_quotes(*meant) + "?" : "write \"error\", \"warning\", \"note\" or \"off\""));
+  rule.fail("unknown severity " + in_quotes(rule.text()) + "; write \"error\", \"warning\", \"note\" or \"off\"");
 }
 
 bool is_there(const fs::path& file) {
@@ -49,14 +45,14 @@ std::optional<fs::path> find_configuration(const fs::path& linted) {
 
 Configuration read_configuration(const JsonDocument& document) {
   Configuration configuration;
-  document.root().read_object(
-      {{"$schema", Presence::optional, [](const JsonElement& schema) { schema.text(); }},
-       {"rules", Presence::optional,
-        [&](const JsonElement& rules) {
-          rules.read_members([&](const JsonElement& rule) { configuration.levels[rule.key()] = read_level(rule); });
-        }},
-       {"overrides", Presence::optional,
-        [&](const JsonElement& list) { configuration.overrides = overrides_in(list, document); }}});
+  document.root().read_object({{"$schema", Presence::optional, [](const JsonElement& schema) { schema.text(); }},
+                               {"rules", Presence::optional,
+                                [&](const JsonElement& rules) {
+                                  rules.read_members(
+                                      [&](const JsonElement& rule) { configuration.levels[rule.key()] = read_level(rule); });
+                                }},
+                               {"overrides", Presence::optional,
+                                [&](const JsonElement& list) { configuration.overrides = overrides_in(list, document); }}});
   const fs::path directory = absolute_path(document.file()).parent_path();
   for (Override& entry : configuration.overrides) {
     if (entry.file) entry.file = (directory / *entry.file).lexically_normal().string();

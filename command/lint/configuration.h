@@ -23,8 +23,8 @@ struct Configuration {
   std::vector<Override> overrides;      ///< with absolute paths
 };
 
-/// The nearest configuration file: in a directory, in that of a file, or above it, but not above a directory that contains .git.
-/// Throws FileError.
+/// The nearest configuration file: in a directory, in that of a file, or above it, but not above a directory that contains
+/// .git. Throws FileError.
 std::optional<std::filesystem::path> find_configuration(const std::filesystem::path& linted);
 
 /// Paths in it become absolute, relative to the file. Throws FileError.

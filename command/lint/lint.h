@@ -31,8 +31,8 @@ struct ConfigurationChoice {
 };
 
 struct Settings {
-  std::set<std::string> disabled;       ///< rules and groups that are not checked
-  std::set<std::string> selected = {};  ///< when there are any, only these rules and groups are checked
+  std::set<std::string> disabled;            ///< rules and groups that are not checked
+  std::set<std::string> selected = {};       ///< when there are any, only these rules and groups are checked
   std::map<std::string, Level> levels = {};  ///< by rule or group; the entry of a rule counts more than that of its group
   std::vector<Override> overrides;
   ConfigurationChoice configuration = {};  ///< the settings here count more than those of the file

@@ -45,18 +45,17 @@ std::size_t line_number(const JsonElement& element, const JsonDocument& document
 
 Override read_override(const JsonElement& element, const JsonDocument& document) {
   Override entry;
-  element.read_object(
-      {{"rule", Presence::required,
-        [&](const JsonElement& rule) {
-          entry.rule = rule.text();
-          if (find_rule(entry.rule) == nullptr) rule.fail(unknown_rule(entry.rule));
-        }},
-       {"file", Presence::optional, [&](const JsonElement& file) { entry.file = file.text(); }},
-       {"line", Presence::optional, [&](const JsonElement& line) { entry.line = line_number(line, document); }},
-       {"reason", Presence::required, [&](const JsonElement& reason) {
-          entry.reason = reason.text();
-          if (trimmed(entry.reason).empty()) reason.fail("is empty; write why the finding is acceptable");
-        }}});
+  element.read_object({{"rule", Presence::required,
+                        [&](const JsonElement& rule) {
+                          entry.rule = rule.text();
+                          if (find_rule(entry.rule) == nullptr) rule.fail(unknown_rule(entry.rule));
+                        }},
+                       {"file", Presence::optional, [&](const JsonElement& file) { entry.file = file.text(); }},
+                       {"line", Presence::optional, [&](const JsonElement& line) { entry.line = line_number(line, document); }},
+                       {"reason", Presence::required, [&](const JsonElement& reason) {
+                          entry.reason = reason.text();
+                          if (trimmed(entry.reason).empty()) reason.fail("is empty; write why the finding is acceptable");
+                        }}});
   entry.location = document.file().string() + ":" + std::to_string(element.location().line);
   return entry;
 }

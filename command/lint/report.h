@@ -30,8 +30,8 @@ void print_github(std::ostream& out, const Findings& findings, const Errors& err
 void print_summary(std::ostream& out, const Findings& findings);
 
 /// {findings: [{rule, group, severity, file, line, column, length, text, message, why, fix, correction, override}], counts:
-/// {error, warning, note, overridden}, errors: [{file, line, column, message}]}, the last only if there are any. Columns, offsets
-/// and lengths are in bytes, but the columns of errors in characters. What is not UTF-8 becomes U+FFFD.
+/// {error, warning, note, overridden}, errors: [{file, line, column, message}]}, the last only if there are any. Columns,
+/// offsets and lengths are in bytes, but the columns of errors in characters. What is not UTF-8 becomes U+FFFD.
 void print_json(std::ostream& out, const Findings& findings, const Errors& errors = {});
 
 /// SARIF 2.1.0, with columns in characters. Suppressed findings have the reason as justification. The tag of a rule is its

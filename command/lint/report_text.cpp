@@ -145,7 +145,8 @@ void print_github(std::ostream& out, const Findings& findings, const Errors& err
   for (const Finding& finding : findings) {
     if (finding.reason) continue;
     print_annotation(out, finding.severity == Severity::note ? "notice" : name_of(finding.severity), finding.location,
-                     finding.rule->name, finding.message + ". " + std::string(finding.rule->why) + " Fix: " + finding.fix + ".");
+                     finding.rule->name,
+                     finding.message + ". " + std::string(finding.rule->why) + " Fix: " + finding.fix + ".");
   }
 }
 

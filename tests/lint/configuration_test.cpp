@@ -71,6 +71,7 @@ TEST_F(ConfigurationFile, MayBeABrokenLinkAndIsThenAnError) {
 Texts findings_with(const std::string& configuration, Settings settings = {}, const std::string& input = "tools") {
   const fake::TemporaryDirectory directory;
   write_file(".eclipse-int.json", configuration);
+  write_file("named.json", R"({"rules": {"feature-pinned": "note"}})");
   write_file("tools/etc/eclipse/t", "s\ta.b.feature.group/1\ns\ta.c.feature.group/1\ns\ta.d.feature.group \n");
   write_file("tools/s/compositeContent.xml",
              "<repository><children><child location='https://example.org/site'/></children></repository>");
@@ -86,7 +87,7 @@ Texts findings_with(const std::string& configuration, Settings settings = {}, co
 
 const std::string first = "1 warning feature-pinned";
 const std::string second = "2 warning feature-pinned";
-const std::string third = "3 error spaces-around-column";
+const std::string third = "3 error space-around-column";
 
 TEST(Configuration, MayBeEmpty) { EXPECT_EQ(findings_with("// nothing yet\n{}"), Texts({first, second, third})); }
 
@@ -96,11 +97,12 @@ TEST(Configuration, SetsTheSeverityOfRulesAndGroups) {
   EXPECT_EQ(findings_with(R"({"rules": {"features": "note"}})"),
             Texts({"1 note feature-pinned", "2 note feature-pinned", third}));
   EXPECT_EQ(findings_with(R"({"rules": {"feature-pinned": "off", "lines": "warning"}})"),
-            Texts({"3 warning spaces-around-column"}));
+            Texts({"3 warning space-around-column"}));
 }
 
 TEST(Configuration, ARuleCountsMoreThanItsGroup) {
-  for (const char* rules : {R"("feature-pinned": "note", "features": "off")", R"("features": "off", "feature-pinned": "note")"}) {
+  for (const char* rules :
+       {R"("feature-pinned": "note", "features": "off")", R"("features": "off", "feature-pinned": "note")"}) {
     EXPECT_EQ(findings_with(std::string(R"({"rules": {)") + rules + "}}"),
               Texts({"1 note feature-pinned", "2 note feature-pinned", third}));
   }
@@ -144,7 +146,7 @@ TEST(Configuration, ItsPathsAreRelativeToIt) {
 
 TEST(Configuration, TheSettingsOfACommandCountMore) {
   const std::string off = R"({"rules": {"feature-pinned": "off", "lines": "note"}})";
-  EXPECT_EQ(findings_with(off), Texts({"3 note spaces-around-column"}));
+  EXPECT_EQ(findings_with(off), Texts({"3 note space-around-column"}));
   EXPECT_EQ(findings_with(off, {.disabled = {"lines"}, .overrides = {}}), Texts());
   EXPECT_EQ(findings_with(off, {.disabled = {}, .selected = {"feature-pinned"}, .overrides = {}}), Texts({first, second}));
   EXPECT_EQ(findings_with(R"({"overrides": [{"rule": "feature-pinned", "reason": "why"}]})",
@@ -153,9 +155,7 @@ TEST(Configuration, TheSettingsOfACommandCountMore) {
 }
 
 TEST(Configuration, AnotherOneCanBeNamed) {
-  const fake::TemporaryDirectory directory;
-  write_file("other.json", R"({"rules": {"feature-pinned": "note"}})");
-  const Settings settings = {.disabled = {}, .overrides = {}, .configuration = {.is_wanted = true, .file = directory.path() + "/other.json"}};
+  const Settings settings = {.disabled = {}, .overrides = {}, .configuration = {.is_wanted = true, .file = "named.json"}};
   EXPECT_EQ(findings_with(R"({"rules": {"lines": "off"}})", settings),
             Texts({"1 note feature-pinned", "2 note feature-pinned", third}));
 }
@@ -175,7 +175,9 @@ std::string errors_of(const std::string& content) {
 TEST(Configuration, ErrorsAreReportedAtTheirLocations) {
   EXPECT_EQ(errors_of(""), "1:1: document: is empty; write JSON into it\n");
   EXPECT_EQ(errors_of("[]"), "1:1: document: expected an object, found an array; write it in { }\n");
-  EXPECT_EQ(errors_of("{\"rules\": {},}"), "1:14: document: syntax error, unexpected '}'; a key in double quotes belongs here\n");
+  EXPECT_EQ(errors_of("{\"rules\": {},}"),
+            "1:14: document: syntax error, unexpected '}'; a key in double quotes belongs here, and no comma after "
+            "the last member\n");
   EXPECT_EQ(errors_of(R"({
   "$schema": 1,
   "rule": {},
@@ -193,7 +195,20 @@ TEST(Configuration, ErrorsAreReportedAtTheirLocations) {
     "x"
   ]
 })"),
-            "");
+            "2:14: $schema: expected a string, found a number; write it in double quotes\n"
+            "3:3: rule: unknown key; did you mean \"rules\"?\n"
+            "5:5: rules.feature-pined: there is no rule or group \"feature-pined\"; did you mean \"feature-pinned\"?\n"
+            "6:5: rules.line: there is no rule or group \"line\"; did you mean \"lines\"?\n"
+            "7:14: rules.lines: unknown severity \"warn\"; write \"error\", \"warning\", \"note\" or \"off\"\n"
+            "8:5: rules.zebra: there is no rule or group \"zebra\"; \"eclipse-int explain\" lists them all\n"
+            "9:17: rules.features: unknown severity \"none\"; write \"error\", \"warning\", \"note\" or \"off\"\n"
+            "10:15: rules.orders: expected a string, found true or false; write it in double quotes\n"
+            "13:5: overrides[0]: the key \"reason\" is missing; add it\n"
+            "13:14: overrides[0].rule: there is no rule \"lines\"; \"eclipse-int explain\" lists them all\n"
+            "13:31: overrides[0].line: is not a line number; write a whole number from 1\n"
+            "14:32: overrides[1].files: unknown key; did you mean \"file\"?\n"
+            "14:56: overrides[1].reason: is empty; write why the finding is acceptable\n"
+            "15:5: overrides[2]: expected an object, found a string; write it in { }\n");
 }
 
 struct Sample {

@@ -66,7 +66,7 @@ class Hooks(unittest.TestCase):
         self.write(good=GOOD, other=WITH_SPACE)
         status, output = self.run_hook(LINTS)
         self.assertEqual(status, 1)
-        self.assertRegex(output, r"^etc/eclipse/other:1:\d+: error: .* \[spaces-around-column\]\n1 error in 1 file; --fix corrects 1\n$")
+        self.assertRegex(output, r"^etc/eclipse/other:1:\d+: error: .* \[space-around-column\]\n1 error in 1 file; --fix corrects 1\n$")
         self.assertEqual(self.content("other"), WITH_SPACE)
 
     def test_fix_corrects_what_it_can(self):
@@ -80,7 +80,7 @@ class Hooks(unittest.TestCase):
 
     def test_follow_the_configuration_file(self):
         self.write(good=GOOD, other=WITH_SPACE)
-        (self.repository / ".eclipse-int.json").write_text('{"rules": {"spaces-around-column": "note"}}', encoding="utf-8")
+        (self.repository / ".eclipse-int.json").write_text('{"rules": {"space-around-column": "note"}}', encoding="utf-8")
         status, output = self.run_hook(LINTS)
         self.assertEqual(status, 0)
         self.assertIn(": note: ", output)

@@ -156,10 +156,14 @@ INSTANTIATE_TEST_SUITE_P(
         Error{"{\"mode\": \"install\"}", "s.json:1:1: document: the key \"components\" is missing; add it"},
         Error{"\n {\"components\": []}", "s.json:2:2: document: the key \"mode\" is missing; add it"},
         Error{"{\"Mode\": \"install\", \"components\": []}", "s.json:1:2: Mode: unknown key; did you mean \"mode\"?"},
-        Error{"{\"varables\": {}, \"mode\": \"install\", \"components\": []}", "s.json:1:2: varables: unknown key; did you mean \"variables\"?"},
-        Error{"{\"zebra\": 1, \"mode\": \"install\", \"components\": []}", "s.json:1:2: zebra: unknown key; known here: " + known_keys},
-        Error{"{\"\": 1, \"mode\": \"install\", \"components\": []}", "s.json:1:2: [\"\"]: unknown key; known here: " + known_keys},
-        Error{"{\"mode\": 1, \"components\": []}", "s.json:1:10: mode: expected a string, found a number; write it in double quotes"},
+        Error{"{\"varables\": {}, \"mode\": \"install\", \"components\": []}",
+              "s.json:1:2: varables: unknown key; did you mean \"variables\"?"},
+        Error{"{\"zebra\": 1, \"mode\": \"install\", \"components\": []}",
+              "s.json:1:2: zebra: unknown key; known here: " + known_keys},
+        Error{"{\"\": 1, \"mode\": \"install\", \"components\": []}",
+              "s.json:1:2: [\"\"]: unknown key; known here: " + known_keys},
+        Error{"{\"mode\": 1, \"components\": []}",
+              "s.json:1:10: mode: expected a string, found a number; write it in double quotes"},
         Error{"{\"mode\": \"Install\", \"components\": []}",
               "s.json:1:10: mode: unknown mode \"Install\"; write \"install\", \"modify\" or \"uninstall\""},
         Error{"{\"mode\": \"install\", \"$schema\": null, \"components\": []}",
@@ -245,7 +249,26 @@ TEST_F(SessionFile, AllErrorsAreReportedInTheOrderOfTheFile) {
   "graphical": "no",
   "mod": "install"
 })"),
-            "");
+            "s.json:3:5: components[0]: the key \"installDir\" is missing; add it\n"
+            "s.json:4:35: components[0].installBase: expected a string, found a number; write it in double quotes\n"
+            "s.json:4:49: components[0].install: expected true or false, found a string; write true or false, without quotes\n"
+            "s.json:4:78: components[0].capabilities[1]: expected a string, found a number; write it in double quotes\n"
+            "s.json:4:81: components[0].capabilities[2]: \"C\" is already a capability of components[0]; make the name unique: "
+            "any name containing it works\n"
+            "s.json:5:19: components[0].package.scan: cannot be combined with \"files\"; keep one of the two\n"
+            "s.json:5:41: components[0].package.files[0]: expected a string, found a number; write it in double quotes\n"
+            "s.json:5:49: components[0].package.files[2]: expected a string, found an array; write it in double quotes\n"
+            "s.json:5:54: components[0].package.roots: unknown key; did you mean \"root\"?\n"
+            "s.json:7:5: components[1]: the key \"installBase\" is missing; add it\n"
+            "s.json:7:6: components[1].codes: unknown key; did you mean \"code\"?\n"
+            "s.json:7:38: components[1].zebra: unknown key; known here: \"code\", \"installBase\", \"installDir\", "
+            "\"capabilities\", \"install\", \"remove\", \"installed\", \"package\"\n"
+            "s.json:8:5: components[2]: expected an object, found a number; write it in { }\n"
+            "s.json:10:22: variables.A: expected a string, found a number; write it in double quotes\n"
+            "s.json:10:34: variables.KORU_MODE: is set by \"mode\"; remove it here\n"
+            "s.json:10:63: variables.C: expected a string, found null; write it in double quotes\n"
+            "s.json:11:16: graphical: expected true or false, found a string; write true or false, without quotes\n"
+            "s.json:12:3: mod: unknown key; did you mean \"mode\"?");
 }
 
 TEST_F(SessionFile, OnlyTheFirstOfVeryManyErrorsAreReported) {
