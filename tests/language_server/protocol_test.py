@@ -561,7 +561,7 @@ class Sessions(Product):
         file = self.product / "new.json"
         self.server.open(file, '{"mod": "install",\n "graphical": 1,\n "components": [{"code": 2, "installBase": "", "installDir": ""}, 3]}')
         diagnostics = self.server.diagnostics(file)
-        self.assertEqual([each["range"] for each in diagnostics], [spot(0, 1, 2), spot(1, 14, 15), spot(2, 25, 26), spot(2, 65, 66)])
+        self.assertEqual([each["range"] for each in diagnostics], [spot(0, 1, 2), spot(1, 14, 15), spot(2, 25, 26), spot(2, 66, 67)])
         self.assertEqual([each["message"] for each in diagnostics],
                          ['mod: unknown key; did you mean "mode"?',
                           "graphical: expected true or false, found a number; write true or false, without quotes",

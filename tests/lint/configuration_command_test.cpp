@@ -132,12 +132,12 @@ TEST_F(ConfigurationCommand, CountsInThePlan) {
     return Json::parse(eclipse_int("plan session.json --json " + options).output)["lint"];
   };
   const Json before = counts();
-  EXPECT_EQ(before, Json({{"error", 2}, {"warning", 0}, {"note", 0}}));
+  EXPECT_EQ(before, Json({{"error", 2}, {"warning", 2}, {"note", 0}}));
   configure(R"("repositories": "note")", ".eclipse-int.json");
-  EXPECT_EQ(counts(), Json({{"error", 0}, {"warning", 0}, {"note", 2}}));
+  EXPECT_EQ(counts(), Json({{"error", 0}, {"warning", 2}, {"note", 2}}));
   EXPECT_EQ(counts("--no-config"), before);
   write_file("other.json", R"({"overrides": [{"rule": "repository-missing", "reason": "made later"}]})");
-  EXPECT_EQ(counts("--config other.json"), Json({{"error", 0}, {"warning", 0}, {"note", 0}}));
+  EXPECT_EQ(counts("--config other.json"), Json({{"error", 0}, {"warning", 2}, {"note", 0}}));
   configure(R"("zebra": "off")", ".eclipse-int.json");
   EXPECT_EQ(eclipse_int("plan session.json"),
             (Outcome{2, "",
