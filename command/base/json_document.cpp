@@ -297,6 +297,7 @@ class PartialErrors {
 
 std::vector<std::string> keys_of(const std::vector<JsonMember>& members) {
   std::vector<std::string> keys;
+  keys.reserve(members.size());
   for (const JsonMember& member : members) keys.emplace_back(member.key);
   return keys;
 }
@@ -304,6 +305,7 @@ std::vector<std::string> keys_of(const std::vector<JsonMember>& members) {
 std::string fix_of_unknown_key(const std::optional<std::string>& meant, const std::vector<std::string>& known) {
   if (meant) return "did you mean " + in_quotes(*meant) + "?";
   std::vector<std::string> quoted;
+  quoted.reserve(known.size());
   for (const std::string& key : known) quoted.push_back(in_quotes(key));
   return "known here: " + joined(quoted);
 }
