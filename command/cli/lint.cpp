@@ -286,8 +286,10 @@ int perform(const LintOptions& options) {
     errors.insert(errors.end(), more.begin(), more.end());
     print(at_least(result.remaining, options.severity), errors, options.format);
   }
-  for (const eclipse_base::FileError& error : errors) print_message(error.what());
-  if (!errors.empty()) return 2;
+  if (!errors.empty()) {
+    print_errors(eclipse_base::FileErrors(errors));
+    return 2;
+  }
   warn_of_unused(settings, result.remaining);
   if (options.shows_diff) return result.files.empty() ? 0 : 1;
   return status_of(at_least(result.remaining, options.severity), options.fail_on);

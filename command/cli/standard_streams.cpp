@@ -55,7 +55,7 @@ void print_message(std::string_view message) {
 void print_errors(const eclipse_base::FileError& errors) {
   const auto all = errors.each();
   for (const eclipse_base::FileError& error : all) print_message(error.what());
-  if (all.size() == eclipse_base::FileErrors::most)
+  if (all.size() >= eclipse_base::FileErrors::most)
     print_message("there may be more errors; these are the first " + std::to_string(all.size()) + " that were found");
 }
 

@@ -22,7 +22,7 @@ inline constexpr const char* out_of_memory = "there is not enough memory";
 /// becomes a part of a message. Other control characters become visible here.
 void print_message(std::string_view message);
 
-/// Prints each error as a message.
+/// Prints each error as a message. When there are very many, a last message says that there may be more.
 void print_errors(const eclipse_base::FileError& errors);
 
 /// True when standard output is a terminal and the user has not turned colors off with NO_COLOR.

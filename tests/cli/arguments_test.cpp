@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -114,6 +115,26 @@ TEST_F(Arguments, FaultsAreTold) {
   expect_usage_error("call session.json", "ACTION: missing before the session file; the actions are" + actions);
   expect_usage_error("call perform session.json", "ACTION: unknown action \"perform\"; the actions are" + actions);
   expect_usage_error("call perform_integration x session.json", "ACTION: unknown action \"x\"; the actions are" + actions);
+}
+
+TEST_F(Arguments, AllErrorsOfASessionAreTold) {
+  fake::write_file("bad.json", "{\"mode\": 1,\n\"component\": [], \"graphical\": 2}");
+  const Outcome told = {2, "",
+                        "eclipse-int: bad.json:1:10: mode: expected a string, found a number; write it in double quotes\n"
+                        "eclipse-int: bad.json:2:1: component: unknown key; did you mean \"components\"?\n"
+                        "eclipse-int: bad.json:2:31: graphical: expected true or false, found a number; write true or false, "
+                        "without quotes\n"};
+  EXPECT_EQ(eclipse_int("run bad.json"), told);
+  EXPECT_EQ(eclipse_int("plan bad.json --json"), told);
+  EXPECT_EQ(eclipse_int("lint bad.json"), told);
+  std::string variables;
+  for (int i = 0; i < 200; ++i) variables += (i == 0 ? "\"" : ", \"") + std::to_string(i) + "\": 1";
+  fake::write_file("bad.json", "{\"mode\": \"install\", \"components\": [], \"variables\": {" + variables + "}}");
+  for (const char* subcommand : {"run", "lint"}) {
+    const std::string error = eclipse_int(subcommand + std::string(" bad.json")).error;
+    EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 101);
+    EXPECT_TRUE(error.ends_with("\neclipse-int: there may be more errors; these are the first 100 that were found\n")) << error;
+  }
 }
 
 TEST_F(Arguments, FaultsOfFilesAreTold) {
