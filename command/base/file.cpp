@@ -112,6 +112,16 @@ bool is_same_file(const fs::path& one, const fs::path& other) {
   return canonical(one) == canonical(other);
 }
 
+fs::path renamed_to_damaged(const fs::path& file) {
+  const std::string name = file.string() + ".damaged";
+  std::error_code error;
+  fs::path free = name;
+  for (int number = 2; fs::exists(fs::symlink_status(free, error)); ++number) free = name + "." + std::to_string(number);
+  fs::rename(file, free, error);
+  if (error) throw FileError(file, "cannot be renamed: " + error.message());
+  return free;
+}
+
 fs::path absolute_path(const fs::path& file) {
   std::error_code error;
   fs::path path = fs::absolute(file, error);

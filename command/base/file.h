@@ -59,6 +59,10 @@ std::string content_of(const std::filesystem::path& file, std::size_t limit, con
 /// Whether two paths name the same file, which need not exist.
 bool is_same_file(const std::filesystem::path& one, const std::filesystem::path& other);
 
+/// Gives a file a name that is not taken, which it returns: its own, followed by ".damaged" and a number if need be. Throws
+/// FileError.
+std::filesystem::path renamed_to_damaged(const std::filesystem::path& file);
+
 /// The full path of a file, as it is named or with all links resolved. Throws FileError when it cannot be determined, as when
 /// the working directory does not exist.
 std::filesystem::path absolute_path(const std::filesystem::path& file);
