@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "base/printable.h"
 
@@ -34,6 +36,14 @@ class FileError : public std::runtime_error {
   std::size_t column() const { return column_; }
   const std::string& message() const { return message_; }
 
+  /// The single errors that this one consists of, in the order of the file; never empty.
+  virtual std::vector<FileError> each() const { return {*this}; }
+
+ protected:
+  /// With the location and the message of `first`.
+  FileError(const std::string& what, const FileError& first)
+      : std::runtime_error(what), file_(first.file_), line_(first.line_), column_(first.column_), message_(first.message_) {}
+
  private:
   static std::string in_one_line(const std::string& message) { return printable(message, {.longest = no_limit}); }
 
@@ -41,6 +51,27 @@ class FileError : public std::runtime_error {
   std::size_t line_ = 0;
   std::size_t column_ = 0;
   std::string message_;
+};
+
+/// Several errors that are independent of each other. what() has a line for each.
+class FileErrors : public FileError {
+ public:
+  /// How many are found before the others are not looked for.
+  static constexpr std::size_t most = 100;
+
+  /// `errors` has at least one.
+  explicit FileErrors(std::vector<FileError> errors) : FileError(lines(errors), errors.front()), errors_(std::move(errors)) {}
+
+  std::vector<FileError> each() const override { return errors_; }
+
+ private:
+  static std::string lines(const std::vector<FileError>& errors) {
+    std::string lines;
+    for (const FileError& error : errors) lines += (lines.empty() ? "" : "\n") + std::string(error.what());
+    return lines;
+  }
+
+  std::vector<FileError> errors_;
 };
 
 }  // namespace eclipse_base

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -266,11 +267,46 @@ std::string_view how_to_write(JsonKind kind) {
   }
 }
 
-std::string fix_of_unknown_key(std::string_view key, std::initializer_list<std::string_view> keys) {
-  const std::vector<std::string> known(keys.begin(), keys.end());
-  if (const auto meant = similar_word(key, known)) return "did you mean " + in_quotes(*meant) + "?";
+/// Keeps the errors in some parts of a document while the others are read.
+class PartialErrors {
+ public:
+  /// Reads a part. Throws when there are very many errors.
+  template <typename Read>
+  void keep_from(const Read& read) {
+    try {
+      read();
+    } catch (const FileError& error) {
+      for (FileError& each : error.each()) errors_.push_back(std::move(each));
+    }
+    if (errors_.size() >= FileErrors::most) check();
+  }
+
+  /// Throws if there was any error.
+  void check() {
+    if (errors_.empty()) return;
+    std::stable_sort(errors_.begin(), errors_.end(), [](const FileError& one, const FileError& other) {
+      return std::pair(one.line(), one.column()) < std::pair(other.line(), other.column());
+    });
+    if (errors_.size() > FileErrors::most) errors_.erase(errors_.begin() + FileErrors::most, errors_.end());
+    throw FileErrors(std::move(errors_));
+  }
+
+ private:
+  std::vector<FileError> errors_;
+};
+
+std::vector<std::string> keys_of(const std::vector<JsonMember>& members) {
+  std::vector<std::string> keys;
+  keys.reserve(members.size());
+  for (const JsonMember& member : members) keys.emplace_back(member.key);
+  return keys;
+}
+
+std::string fix_of_unknown_key(const std::optional<std::string>& meant, const std::vector<std::string>& known) {
+  if (meant) return "did you mean " + in_quotes(*meant) + "?";
   std::vector<std::string> quoted;
-  for (const std::string_view each : keys) quoted.push_back(in_quotes(each));
+  quoted.reserve(known.size());
+  for (const std::string& key : known) quoted.push_back(in_quotes(key));
   return "known here: " + joined(quoted);
 }
 
@@ -347,11 +383,36 @@ std::vector<JsonElement> JsonElement::members() const {
   return members;
 }
 
-void JsonElement::allow_keys(std::initializer_list<std::string_view> keys) const {
+void JsonElement::read_items(const JsonReader& reader) const {
+  PartialErrors errors;
+  for (const JsonElement& item : items()) errors.keep_from([&] { reader(item); });
+  errors.check();
+}
+
+void JsonElement::read_members(const JsonReader& reader) const {
+  PartialErrors errors;
+  for (const JsonElement& member : members()) errors.keep_from([&] { reader(member); });
+  errors.check();
+}
+
+void JsonElement::read_object(const std::vector<JsonMember>& known) const {
+  PartialErrors errors;
+  const std::vector<std::string> keys = keys_of(known);
+  std::set<std::string_view> misspelt;
   for (const JsonElement& member : members()) {
     if (std::find(keys.begin(), keys.end(), member.key()) != keys.end()) continue;
-    member.fail_at_key("unknown key; " + fix_of_unknown_key(member.key(), keys));
+    const auto meant = similar_word(member.key(), keys);
+    if (meant) misspelt.insert(*std::find(keys.begin(), keys.end(), *meant));
+    errors.keep_from([&] { member.fail_at_key("unknown key; " + fix_of_unknown_key(meant, keys)); });
   }
+  for (const JsonMember& each : known) {
+    if (const auto member = find(each.key)) {
+      errors.keep_from([&] { each.read(*member); });
+    } else if (each.presence == Presence::required && !misspelt.contains(each.key)) {
+      errors.keep_from([&] { get(each.key); });
+    }
+  }
+  errors.check();
 }
 
 std::optional<JsonElement> JsonElement::find(std::string_view key) const {

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <initializer_list>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -66,6 +66,18 @@ class JsonDocument {
   JsonValue root_;
 };
 
+/// Takes what a value means. Throws FileError when it means nothing.
+using JsonReader = std::function<void(const JsonElement& value)>;
+
+enum class Presence { optional, required };
+
+/// A member that an object may or must have.
+struct JsonMember {
+  std::string_view key;
+  Presence presence;
+  JsonReader read;
+};
+
 /// A value of a document, which must outlive it. If the value is not what a caller asks for, a FileError is thrown.
 class JsonElement {
  public:
@@ -81,8 +93,13 @@ class JsonElement {
   std::vector<JsonElement> items() const;
   std::vector<JsonElement> members() const;
 
-  /// Checks that this is an object with no other keys than these.
-  void allow_keys(std::initializer_list<std::string_view> keys) const;
+  // Read the parts of an array or object, and go on after an error in one of them. Throw all errors together, in the order of
+  // the file.
+  void read_items(const JsonReader& reader) const;
+  void read_members(const JsonReader& reader) const;
+  /// An object with these members and no others, which are read in this order.
+  void read_object(const std::vector<JsonMember>& known) const;
+
   /// The member of an object with that key, if there is one.
   std::optional<JsonElement> find(std::string_view key) const;
   /// The member of an object with that key, which must exist.

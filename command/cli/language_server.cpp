@@ -3,6 +3,7 @@
 #include <chrono>
 #include <memory>
 
+#include "cli/configuration_options.h"
 #include "cli/session_source.h"
 #include "cli/session_variables.h"
 #include "cli/standard_streams.h"
@@ -30,6 +31,7 @@ constexpr const char* exit_status =
 constexpr double longest_time_limit = 3600;
 
 struct LanguageServerOptions {
+  ConfigurationOptions configuration;
   SessionOptions session;
   double time_limit = 20;
   bool uses_standard_streams = false;
@@ -40,6 +42,8 @@ int perform(const LanguageServerOptions& options) {
   const eclipse_dry_run::PluginFunctions library(plugin);
   eclipse_language_server::Linter linter{library, {}};
   const SessionVariables variables(options.session.settings, options.session.variables);
+  variables.check_mode();
+  linter.settings.configuration = configuration_choice(options.configuration);
   linter.settings.add_variables = [variables](eclipse_host::Session& session) { variables.add_to(session); };
   const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(options.time_limit));
   eclipse_language_server::Server server(linter, ECLIPSE_INT_VERSION, limit);
@@ -63,6 +67,7 @@ Subcommand add_language_server(const Parser& program) {
   parser.add_option("--time-limit", options->time_limit, "Stop a check that takes more seconds [20]")
       .type_name("SECONDS")
       .between(0.0, longest_time_limit);
+  add_configuration_options(parser, options->configuration);
   add_input_options(parser, options->session, "Read session variables from FILE; the session file overrides them");
   parser.set_help("eclipse-int language-server [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};

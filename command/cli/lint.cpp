@@ -11,6 +11,7 @@
 #include "base/printable.h"
 #include "base/text.h"
 #include "base/unified_diff.h"
+#include "cli/configuration_options.h"
 #include "cli/session_options.h"
 #include "cli/session_source.h"
 #include "cli/session_variables.h"
@@ -70,6 +71,7 @@ struct LintOptions {
   bool shows_diff = false;
   bool with_unsafe = false;
   std::string input_name = "-";
+  ConfigurationOptions configuration;
   SessionOptions session;
 };
 
@@ -98,18 +100,17 @@ Settings settings_from(const LintOptions& options) {
   settings.selected = checked_names("--select", options.selected);
   settings.disabled = checked_names("--disable", options.disabled);
   if (options.overrides) settings.overrides = read_overrides(*options.overrides);
+  settings.configuration = configuration_choice(options.configuration);
   const SessionVariables variables(options.session.settings, options.session.variables);
-  settings.add_variables = [variables](eclipse_host::Session& session) {
-    variables.add_to(session);
-    check_mode(session);
-  };
+  variables.check_mode();
+  settings.add_variables = [variables](eclipse_host::Session& session) { variables.add_to(session); };
   return settings;
 }
 
-void print(const Findings& findings, const std::string& format) {
-  if (format == "json") return print_json(std::cout, findings);
-  if (format == "sarif") return print_sarif(std::cout, findings, ECLIPSE_INT_VERSION);
-  if (format == "github") return print_github(std::cout, findings);
+void print(const Findings& findings, const Errors& errors, const std::string& format) {
+  if (format == "json") return print_json(std::cout, findings, errors);
+  if (format == "sarif") return print_sarif(std::cout, findings, ECLIPSE_INT_VERSION, errors);
+  if (format == "github") return print_github(std::cout, findings, errors);
   (format == "brief" ? print_brief : print_text)(std::cout, findings, output_is_coloured());
   print_summary(std::cout, findings);
 }
@@ -156,9 +157,9 @@ void write(const FixedFile& file) {
   replacement.replace_target_with(file.after);
 }
 
-/// Writes those files that can be written, each whole. The messages about the others.
-std::vector<std::string> write(const std::vector<FixedFile>& files) {
-  std::vector<std::string> errors;
+/// Writes those files that can be written, each whole. The errors of the others.
+Errors write(const std::vector<FixedFile>& files) {
+  Errors errors;
   std::size_t written = 0;
   std::size_t corrections = 0;
   for (const FixedFile& file : files) {
@@ -167,7 +168,7 @@ std::vector<std::string> write(const std::vector<FixedFile>& files) {
       ++written;
       corrections += file.corrections;
     } catch (const eclipse_base::FileError& error) {
-      errors.emplace_back(error.what());
+      errors.push_back(error);
     }
   }
   if (written != 0) {
@@ -203,16 +204,22 @@ class InputLinter {
         const Findings more = lint_input(input, files);
         findings.insert(findings.end(), more.begin(), more.end());
       } catch (const eclipse_base::FileError& error) {
-        errors_.emplace_back(error.what());
+        for (const eclipse_base::FileError& each : error.each()) add(each);
       }
     }
     return findings;
   }
 
   /// Of the inputs that could not be linted the last time.
-  const std::vector<std::string>& errors() const { return errors_; }
+  const Errors& errors() const { return errors_; }
 
  private:
+  /// An error in the configuration of several inputs is one.
+  void add(const eclipse_base::FileError& error) {
+    const auto is_same = [&](const eclipse_base::FileError& each) { return std::string_view(each.what()) == error.what(); };
+    if (std::none_of(errors_.begin(), errors_.end(), is_same)) errors_.push_back(error);
+  }
+
   /// With files of which none has been read, so that one can tell whether there was any.
   Findings lint_input(const std::string& input, eclipse_dry_run::DescriptorFiles files) {
     if (input == standard_input) return lint_standard_input(files);
@@ -243,7 +250,7 @@ class InputLinter {
   const Settings& settings_;
   const eclipse_dry_run::PluginFunctions& library_;
   Repositories sites_;
-  std::vector<std::string> errors_;
+  Errors errors_;
 };
 
 Findings at_least(Findings findings, const std::string& lowest_severity) {
@@ -271,16 +278,18 @@ int perform(const LintOptions& options) {
   } else {
     result.remaining = linter.lint({});
   }
-  std::vector<std::string> errors = linter.errors();
+  Errors errors = linter.errors();
   if (options.shows_diff) {
     print_diff(result.files);
   } else {
     const auto more = write(result.files);
     errors.insert(errors.end(), more.begin(), more.end());
-    print(at_least(result.remaining, options.severity), options.format);
+    print(at_least(result.remaining, options.severity), errors, options.format);
   }
-  for (const std::string& error : errors) print_message(error);
-  if (!errors.empty()) return 2;
+  if (!errors.empty()) {
+    print_errors(eclipse_base::FileErrors(errors));
+    return 2;
+  }
   warn_of_unused(settings, result.remaining);
   if (options.shows_diff) return result.files.empty() ? 0 : 1;
   return status_of(at_least(result.remaining, options.severity), options.fail_on);
@@ -326,6 +335,7 @@ Subcommand add_lint(const Parser& program) {
                   "Suppress findings: a JSON list of entries with \"rule\" and \"reason\",\nand optionally \"file\" and "
                   "\"line\"")
       .type_name("FILE");
+  add_configuration_options(parser, options->configuration);
   parser
       .add_option("--stdin-name", options->input_name,
                   "Path that standard input has in the output, and that a session on it is\nrelative to [-]")

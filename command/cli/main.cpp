@@ -3,6 +3,7 @@
 #include <new>
 #include <string>
 
+#include "base/file_error.h"
 #include "base/printable.h"
 #include "cli/command_line.h"
 #include "cli/standard_streams.h"
@@ -18,6 +19,8 @@ int run_and_report_errors(int argc, const char* const* argv) {
     eclipse_cli::print_message(std::string(error.what()) + "\nRun with --help for more information.");
   } catch (const eclipse_p2::InstanceError& error) {
     eclipse_cli::print_message(error.what());
+  } catch (const eclipse_base::FileError& errors) {
+    eclipse_cli::print_errors(errors);
   } catch (const std::bad_alloc&) {
     eclipse_cli::print_message(eclipse_cli::out_of_memory);
   } catch (const std::exception& error) {

@@ -9,6 +9,7 @@
 
 #include "base/printable.h"
 #include "base/text.h"
+#include "cli/configuration_options.h"
 #include "cli/instance_safety.h"
 #include "cli/interruption.h"
 #include "cli/plan_json.h"
@@ -59,14 +60,16 @@ constexpr std::array severities = {Severity::error, Severity::warning, Severity:
 
 using FindingCounts = std::map<Severity, std::size_t>;
 
-/// How many findings of each severity lint has in a session, with the variables that the plan has.
-FindingCounts lint_counts(const eclipse_host::Plugin& plugin, Repositories& repositories, const SessionCommand& command) {
+/// How many findings of each severity lint shows for a session, with the variables that the plan has.
+FindingCounts lint_counts(const eclipse_host::Plugin& plugin, Repositories& repositories, const SessionCommand& command,
+                          const ConfigurationOptions& configuration) {
   eclipse_lint::Settings settings;
+  settings.configuration = configuration_choice(configuration);
   settings.add_variables = [&](eclipse_host::Session& linted) { linted.variables = command.session().variables; };
   FindingCounts counts = {{Severity::error, 0}, {Severity::warning, 0}, {Severity::note, 0}};
   const eclipse_dry_run::PluginFunctions library(plugin);
   for (const auto& finding : eclipse_lint::lint_session(library, repositories, command.document(), settings)) {
-    ++counts[finding.severity];
+    if (!finding.reason) ++counts[finding.severity];
   }
   return counts;
 }
@@ -170,7 +173,7 @@ int plan_session(const SessionOptions& options, const PlanOptions& wanted) {
   if (report.plan.command) report.damage = eclipse_p2::instance_damage_at_rest(report.plan.executable);
   Repositories repositories;
   if (report.plan.command) look_at_instance(report, repositories, wanted.update);
-  report.findings = lint_counts(plugin, repositories, command);
+  report.findings = lint_counts(plugin, repositories, command, wanted.configuration);
   if (wanted.resolves) report.resolution = resolve_unless_interrupted(report.plan);
   if (report.resolution && report.preview) mark_failing(*report.preview, *report.resolution);
   if (options.json) {

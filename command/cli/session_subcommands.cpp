@@ -211,6 +211,7 @@ Subcommand add_plan(const Parser& program) {
   parser.add_flag("--verbose", how->is_verbose,
                   "Show the whole plan: actions, components, install order, commands and retries\n"
                   "[default: a line for each feature and repository, and anything unusual]");
+  add_configuration_options(parser, how->configuration);
   add_reading_options(parser, *options, "the whole plan");
   parser.set_help("eclipse-int plan SESSION [OPTIONS]",
                   "  eclipse-int plan install.json\n"

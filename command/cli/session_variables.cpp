@@ -23,10 +23,21 @@ void SessionVariables::add_to(Session& session) const {
                   " is ignored; the session file, or --set KORU_MODE=..., sets the mode");
   }
   session.variables.insert(of_file_.begin(), of_file_.end());
+  set_in(session);
+}
+
+void SessionVariables::set_in(Session& session) const {
   for (const std::string& setting : settings_) {
     const std::size_t equals = setting.find('=');
     session.variables[setting.substr(0, equals)] = setting.substr(equals + 1);
   }
+}
+
+void SessionVariables::check_mode() const {
+  Session session;
+  session.variables["KORU_MODE"] = modes.front();
+  set_in(session);
+  eclipse_cli::check_mode(session);
 }
 
 void check_mode(const Session& session) {

@@ -21,7 +21,12 @@ class SessionVariables {
   /// from the session's, since that mode is not used.
   void add_to(eclipse_host::Session& session) const;
 
+  /// Throws UsageError when --set gives a mode that is not one of the three.
+  void check_mode() const;
+
  private:
+  void set_in(eclipse_host::Session& session) const;
+
   std::optional<std::string> file_;
   eclipse_host::Variables of_file_;
   std::vector<std::string> settings_;

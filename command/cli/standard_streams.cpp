@@ -52,6 +52,13 @@ void print_message(std::string_view message) {
   std::cerr << "eclipse-int: " << printable(message, {.line_feed = "\n", .longest = eclipse_base::no_limit}) << std::endl;
 }
 
+void print_errors(const eclipse_base::FileError& errors) {
+  const auto all = errors.each();
+  for (const eclipse_base::FileError& error : all) print_message(error.what());
+  if (all.size() >= eclipse_base::FileErrors::most)
+    print_message("there may be more errors; these are the first " + std::to_string(all.size()) + " that were found");
+}
+
 bool output_is_coloured() {
   const char* const no_colour = std::getenv("NO_COLOR");
   return isatty(STDOUT_FILENO) != 0 && (no_colour == nullptr || *no_colour == '\0');

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/file_error.h"
+
 namespace eclipse_cli {
 
 /// Must be called first. Files that are opened later do not take the places of closed streams, and neither a reader that goes
@@ -19,6 +21,9 @@ inline constexpr const char* out_of_memory = "there is not enough memory";
 /// Prints an error or a warning on standard error, its line feeds as such: what comes from outside must be printable before it
 /// becomes a part of a message. Other control characters become visible here.
 void print_message(std::string_view message);
+
+/// Prints each error as a message. When there are very many, a last message says that there may be more.
+void print_errors(const eclipse_base::FileError& errors);
 
 /// True when standard output is a terminal and the user has not turned colors off with NO_COLOR.
 bool output_is_coloured();

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/configuration_options.h"
 #include "cli/parser.h"
 #include "cli/session_options.h"
 #include "update/wishes.h"
@@ -81,6 +82,7 @@ struct PlanOptions {
   bool all_retries = false;  ///< shows all that are similar
   bool resolves = false;     ///< asks the director
   eclipse_update::Wishes update;
+  ConfigurationOptions configuration;
 };
 
 /// Prints what a run would do.

@@ -10,7 +10,9 @@
 #include "base/file_error.h"
 #include "base/json_document.h"
 #include "base/printable.h"
+#include "lint/configuration.h"
 #include "lint/finding.h"
+#include "lint/fix.h"
 #include "lint/rule.h"
 #include "p2/repository.h"
 
@@ -55,11 +57,20 @@ fs::path path_to_lint(const Document& document) {
   return has_component ? document.file()->parent_path() : *document.file();
 }
 
-Findings findings_in(const Linter& linter, const std::vector<const Document*>& open, const Document& document) {
-  DescriptorFiles files = files_as_open(open);
+/// Those in the document itself that nothing suppresses.
+Findings findings_in(const Linter& linter, DescriptorFiles& files, const Document& document) {
+  Findings findings;
   eclipse_p2::Repositories sites;
-  if (document.is_session()) return lint_session(linter.library, sites, files, json_document(document), linter.settings);
-  return lint(linter.library, sites, files, path_to_lint(document), linter.settings);
+  if (document.is_configuration()) {
+    read_configuration(*json_document(document));
+  } else if (document.is_session()) {
+    findings = lint_session(linter.library, sites, files, json_document(document), linter.settings);
+  } else {
+    findings = lint(linter.library, sites, files, path_to_lint(document), linter.settings);
+  }
+  std::erase_if(findings,
+                [&](const Finding& finding) { return finding.reason || finding.location.file != document.file()->string(); });
+  return findings;
 }
 
 /// Null when the editor does not show what is to be replaced.
@@ -134,17 +145,27 @@ Json check(const Linter& linter, const std::vector<const Document*>& open, const
            PositionEncoding encoding) {
   Json results = Json::array();
   try {
-    Findings findings = findings_in(linter, open, document);
-    std::erase_if(findings,
-                  [&](const Finding& finding) { return finding.reason || finding.location.file != document.file()->string(); });
+    DescriptorFiles files = files_as_open(open);
+    const Findings findings = findings_in(linter, files, document);
     for (std::size_t i = 0; i < std::min(findings.size(), most_shown); ++i) {
       results.push_back(as_json(findings[i], document, encoding));
     }
     if (findings.size() > most_shown) results.push_back(left_out(findings.size(), document, encoding));
   } catch (const FileError& error) {
-    results.push_back(as_json(error, document, encoding));
+    for (const FileError& each : error.each()) results.push_back(as_json(each, document, encoding));
   }
   return results;
+}
+
+Json safe_corrections(const Linter& linter, const std::vector<const Document*>& open, const Document& document,
+                      PositionEncoding encoding) {
+  const auto lint_document = [&](DescriptorFiles& files) { return findings_in(linter, files, document); };
+  Json edits = Json::array();
+  for (const FixedFile& fixed : fix(lint_document, false, files_as_open(open)).files) {
+    const auto edit = document.edit_to(fixed.after, encoding);
+    if (edit) edits.push_back({{"range", as_json(edit->range)}, {"newText", edit->text}});
+  }
+  return edits;
 }
 
 }  // namespace eclipse_language_server

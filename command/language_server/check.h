@@ -25,9 +25,13 @@ eclipse_dry_run::DescriptorFiles files_as_open(const std::vector<const Document*
 /// What is found in a document: a list of {"rule": its name, "diagnostic": as the protocol has it, "correction": {"title",
 /// "safe", "edits": as the protocol has them}}, the last only where there is one. "rule" is missing in an
 /// error that makes linting impossible, and where findings are left out because there are very many. A descriptor file below
-/// etc/eclipse is linted with its component; a new one alone, until it is saved. Findings in other files are left out. Throws
-/// what is an error of neither.
+/// etc/eclipse is linted with its component; a new one alone, until it is saved. A configuration file is only read. Findings in
+/// other files are left out. Throws what is an error of neither.
 Json check(const Linter& linter, const std::vector<const Document*>& open, const Document& document, PositionEncoding encoding);
+
+/// The edits, as the protocol has them, that apply all safe corrections to a document. Throws FileError.
+Json safe_corrections(const Linter& linter, const std::vector<const Document*>& open, const Document& document,
+                      PositionEncoding encoding);
 
 }  // namespace eclipse_language_server
 

@@ -6,6 +6,7 @@
 #include "base/file.h"
 #include "base/uri.h"
 #include "dry_run/descriptor_paths.h"
+#include "lint/configuration.h"
 
 using namespace eclipse_base;
 
@@ -16,6 +17,19 @@ namespace {
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
 bool is_utf16(std::string_view beginning) { return beginning.starts_with("\xFF\xFE") || beginning.starts_with("\xFE\xFF"); }
+
+constexpr auto by_size = [](std::string_view one, std::string_view other) { return one.size() < other.size(); };
+
+/// Where the line begins that contains a byte.
+std::size_t line_start(std::string_view text, std::size_t offset) {
+  return offset == 0 ? 0 : text.rfind('\n', offset - 1) + 1;  // npos + 1 is 0
+}
+
+/// How many of the last bytes are whole lines.
+std::size_t kept_at_end(std::string_view text, std::size_t count) {
+  const std::size_t line_feed = text.find('\n', text.size() - count);
+  return line_feed == text.npos ? 0 : text.size() - line_feed - 1;
+}
 
 Json as_json(const Position& position) { return {{"line", position.line}, {"character", position.character}}; }
 
@@ -58,8 +72,10 @@ void Document::read_encoding() {
   is_recoded_ = is_utf16(beginning);
 }
 
+bool Document::is_configuration() const { return file_ && file_->filename() == eclipse_lint::configuration_name; }
+
 bool Document::is_session() const {
-  return file_ && file_->extension() == ".json" && text_.find("\"components\"") != std::string::npos;
+  return file_ && !is_configuration() && file_->extension() == ".json" && text_.find("\"components\"") != std::string::npos;
 }
 
 bool Document::is_descriptor() const { return file_ && file_->extension() != ".json"; }
@@ -90,6 +106,21 @@ std::optional<Range> Document::range_of_bytes(std::size_t offset, std::size_t le
     return std::nullopt;
   }
   return Range{position_of(offset - hidden, encoding), position_of(offset - hidden + length, encoding)};
+}
+
+std::optional<TextEdit> Document::edit_to(std::string_view content, PositionEncoding encoding) const {
+  if (is_recoded_) return std::nullopt;
+  if (content.starts_with(hidden_beginning_)) content.remove_prefix(hidden_beginning_.size());
+  if (content == text_) return std::nullopt;
+  const std::string_view text = text_;
+  const auto& [shorter, longer] = std::minmax(text, content, by_size);
+  const auto same = std::mismatch(shorter.begin(), shorter.end(), longer.begin());
+  const auto start = line_start(shorter, static_cast<std::size_t>(same.first - shorter.begin()));
+  const auto same_at_end =
+      std::mismatch(shorter.rbegin(), shorter.rend() - static_cast<std::ptrdiff_t>(start), longer.rbegin());
+  const auto kept = kept_at_end(shorter, static_cast<std::size_t>(same_at_end.first - shorter.rbegin()));
+  const Range range = {position_of(start, encoding), position_of(text_.size() - kept, encoding)};
+  return TextEdit{range, std::string(content.substr(start, content.size() - kept - start))};
 }
 
 /// Of a place in the text.

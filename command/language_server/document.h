@@ -25,6 +25,11 @@ struct Range {
   Position end;
 };
 
+struct TextEdit {
+  Range range;
+  std::string text;  ///< what replaces it
+};
+
 /// The position or range at this place of the parameters. Throw RequestError.
 Position position_in(const Json& params, const std::string& pointer);
 Range range_in(const Json& params, const std::string& pointer);
@@ -55,6 +60,7 @@ class Document {
   /// True for a text that is meant to be a session file.
   bool is_session() const;
   bool is_descriptor() const;
+  bool is_configuration() const;
   /// Whether it is below an etc/eclipse, so that its component is known.
   bool is_in_descriptor_directory() const;
 
@@ -64,6 +70,9 @@ class Document {
   Range range_of(std::size_t line, std::size_t column, std::size_t length, PositionEncoding encoding) const;
   /// The range of `length` bytes of content() from an offset; nothing when the editor does not show all of them.
   std::optional<Range> range_of_bytes(std::size_t offset, std::size_t length, PositionEncoding encoding) const;
+  /// What changes the text, in whole lines, so that this becomes the content of the file. Nothing when it is so already, or
+  /// when the editor does not show the file as it is.
+  std::optional<TextEdit> edit_to(std::string_view content, PositionEncoding encoding) const;
 
  private:
   void find_lines();

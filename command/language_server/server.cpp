@@ -53,9 +53,16 @@ std::vector<std::string> rules_at(const Json& results, const Position& position)
 }
 
 constexpr const char* quick_fix = "quickfix";
+constexpr const char* fix_all = "source.fixAll";
 
-/// Whether an editor that asks for these kinds of actions, or for all, wants quick fixes.
-bool wants_quick_fixes(const Json& only) { return only.is_null() || has(only, quick_fix) || has(only, ""); }
+/// Whether an editor asks for a kind of actions, by its name or by that of a kind which includes it.
+bool asks_for(const Json& only, std::string_view kind) {
+  if (!only.is_array()) return false;
+  return std::any_of(only.begin(), only.end(), [&](const Json& each) {
+    const std::string name = each.is_string() ? each.get<std::string>() : ".";
+    return name.empty() || kind == name || kind.starts_with(name + ".");
+  });
+}
 
 /// In whole lines: a fix is wanted wherever in its line the cursor is.
 bool touches(const Range& one, const Range& other) {
@@ -134,7 +141,7 @@ Json Server::initialize(const Json& params) {
   const Json capabilities = {{"positionEncoding", name_of(encoding_)},
                              {"textDocumentSync", synchronization},
                              {"hoverProvider", true},
-                             {"codeActionProvider", {{"codeActionKinds", {quick_fix}}}},
+                             {"codeActionProvider", {{"codeActionKinds", {quick_fix, fix_all}}}},
                              {"completionProvider", {{"triggerCharacters", {"\t", "/", "."}}}}};
   return {{"capabilities", capabilities}, {"serverInfo", {{"name", "eclipse-int"}, {"version", version_}}}};
 }
@@ -216,12 +223,13 @@ void Server::start_check() {
   waiting_.pop_front();
   OpenDocument* const open = find(uri);
   if (open == nullptr) return;
-  if (!open->document.is_session() && !open->document.is_descriptor()) {
+  const Document& document = open->document;
+  if (!document.is_session() && !document.is_descriptor() && !document.is_configuration()) {
     open->is_checked = true;
     if (!std::exchange(open->results, Json::array()).empty()) publish(uri, open->version, open->results);
     return answer_deferred(uri);
   }
-  const auto work = [&] { return text_of(check(linter_, documents(), open->document, encoding_)); };
+  const auto work = [&] { return text_of(check(linter_, documents(), document, encoding_)); };
   try {
     check_.emplace(Check{uri, std::make_unique<BackgroundJob>(work, Clock::now() + time_limit_)});
   } catch (const std::system_error& error) {
@@ -287,65 +295,88 @@ void Server::hover(const Json& id, const Json& params) {
   });
 }
 
+/// What corrects the whole document is offered only to an editor that asks for it.
 void Server::offer_actions(const Json& id, const Json& params) {
   const Range range = range_in(params, "/range");
-  const bool is_wanted = wants_quick_fixes(optional_part(params, "/context/only"));
-  defer(id, text_in(params, "/textDocument/uri"), [this, range, is_wanted](const OpenDocument& open) {
-    Json actions = Json::array();
-    for (const Json& result : open.results) {
-      const bool is_there = touches(range_in(result, "/diagnostic/range"), range);
-      if (is_wanted && is_there && result.contains("correction")) actions.push_back(action_for(open, result));
-    }
-    return actions;
-  });
+  const Json only = optional_part(params, "/context/only");
+  const std::string uri = text_in(params, "/textDocument/uri");
+  const bool with_quick_fixes = only.is_null() || asks_for(only, quick_fix);
+  const auto answer_with = [=, this](const Json& version, const Json& edits) {
+    defer(id, uri, [=, this](const OpenDocument& open) {
+      Json actions = with_quick_fixes ? quick_fixes_in(open, range) : Json::array();
+      if (!edits.empty() && open.version == version) {
+        actions.push_back({{"title", "apply all safe fixes"}, {"kind", fix_all}, {"edit", edit_of(open, edits)}});
+      }
+      return actions;
+    });
+  };
+  const OpenDocument* const open = find(uri);
+  if (open == nullptr || !open->document.is_descriptor() || !asks_for(only, fix_all)) return answer_with(nullptr, nullptr);
+  const auto work = [&] { return text_of(safe_corrections(linter_, documents(), open->document, encoding_)); };
+  start_request("textDocument/codeAction " + uri,
+                {id, std::make_unique<BackgroundJob>(work, Clock::now() + time_limit_),
+                 [=, version = open->version](const Json& edits) { answer_with(version, edits); }});
 }
 
-Json Server::action_for(const OpenDocument& open, const Json& result) const {
-  const Json& correction = result.at("correction");
-  const std::string& uri = open.document.uri();
-  Json edit;
-  if (wants_document_changes_) {
-    const Json document = {{"uri", uri}, {"version", open.version}};
-    edit["documentChanges"] = Json::array({{{"textDocument", document}, {"edits", correction.at("edits")}}});
-  } else {
-    edit["changes"][uri] = correction.at("edits");
+Json Server::quick_fixes_in(const OpenDocument& open, const Range& range) const {
+  Json actions = Json::array();
+  for (const Json& result : open.results) {
+    const bool is_there = touches(range_in(result, "/diagnostic/range"), range);
+    if (is_there && result.contains("correction")) actions.push_back(quick_fix_for(open, result));
   }
+  return actions;
+}
+
+Json Server::edit_of(const OpenDocument& open, const Json& edits) const {
+  const std::string& uri = open.document.uri();
+  if (!wants_document_changes_) return {{"changes", {{uri, edits}}}};
+  const Json document = {{"uri", uri}, {"version", open.version}};
+  return {{"documentChanges", Json::array({{{"textDocument", document}, {"edits", edits}}})}};
+}
+
+Json Server::quick_fix_for(const OpenDocument& open, const Json& result) const {
+  const Json& correction = result.at("correction");
   const bool is_safe = correction.at("safe").get<bool>();
   return {{"title", correction.at("title").get<std::string>() + (is_safe ? "" : " (look at the result)")},
           {"kind", quick_fix},
           {"diagnostics", Json::array({result.at("diagnostic")})},
           {"isPreferred", is_safe},
-          {"edit", std::move(edit)}};
+          {"edit", edit_of(open, correction.at("edits"))}};
 }
 
-/// Of two requests only the later one matters.
 void Server::complete(const Json& id, const Json& params) {
   const Position position = position_in(params, "/position");
-  const OpenDocument* const open = find(text_in(params, "/textDocument/uri"));
+  const std::string uri = text_in(params, "/textDocument/uri");
+  const OpenDocument* const open = find(uri);
   if (open == nullptr) return send(response(id, nullptr));
-  if (completion_) send(error_response(completion_->id, {ErrorCode::request_cancelled, "a later request replaces this one"}));
-  completion_.reset();
   const auto work = [&] { return text_of(completion_items(linter_, documents(), open->document, position, encoding_)); };
-  completion_.emplace(Completion{id, std::make_unique<BackgroundJob>(work, Clock::now() + time_limit_)});
+  start_request("textDocument/completion " + uri,
+                {id, std::make_unique<BackgroundJob>(work, Clock::now() + time_limit_), [id, this](const Json& items) {
+                   send(response(id, items.is_null() ? Json() : Json{{"isIncomplete", false}, {"items", items}}));
+                 }});
 }
 
-void Server::end_completion(bool is_late) {
-  const Completion ended = *std::exchange(completion_, std::nullopt);
-  if (!is_late && ended.job->has_succeeded()) {
-    return send(response(ended.id, {{"isIncomplete", false}, {"items", Json::parse(ended.job->result())}}));
+void Server::start_request(const std::string& what, Request request) {
+  const auto earlier = requests_.find(what);
+  if (earlier != requests_.end()) {
+    send(error_response(earlier->second.id, {ErrorCode::request_cancelled, "a later request replaces this one"}));
   }
-  log("warning", "completion: " + explanation_of(*ended.job, is_late));
-  send(response(ended.id, nullptr));
+  requests_.insert_or_assign(what, std::move(request));
+}
+
+void Server::end_request(const std::string& what, bool is_late) {
+  const Request ended = std::move(requests_.extract(what).mapped());
+  const bool has_result = !is_late && ended.job->has_succeeded();
+  if (!has_result) log("warning", printable(what) + ": " + explanation_of(*ended.job, is_late));
+  ended.answer(has_result ? Json::parse(ended.job->result()) : Json());
 }
 
 void Server::cancel(const Json& params) {
   const Json& id = part(params, "/id");
-  const RequestError cancelled(ErrorCode::request_cancelled, "the request was cancelled");
-  if (completion_ && completion_->id == id) {
-    completion_.reset();
-    return send(error_response(id, cancelled));
-  }
-  if (std::erase_if(deferred_, [&](const Deferred& each) { return each.id == id; }) != 0) send(error_response(id, cancelled));
+  const auto has_id = [&](const auto& request) { return request.id == id; };
+  const auto cancelled =
+      std::erase_if(requests_, [&](const auto& entry) { return has_id(entry.second); }) + std::erase_if(deferred_, has_id);
+  if (cancelled != 0) send(error_response(id, {ErrorCode::request_cancelled, "the request was cancelled"}));
 }
 
 // ---- Time ----
@@ -353,7 +384,7 @@ void Server::cancel(const Json& params) {
 std::vector<const BackgroundJob*> Server::jobs() const {
   std::vector<const BackgroundJob*> jobs;
   if (check_) jobs.push_back(check_->job.get());
-  if (completion_) jobs.push_back(completion_->job.get());
+  for (const auto& [what, request] : requests_) jobs.push_back(request.job.get());
   return jobs;
 }
 
@@ -365,10 +396,19 @@ std::optional<Clock::time_point> Server::next_time() const {
   return *std::min_element(times.begin(), times.end());
 }
 
+/// The requests whose jobs have ended, or, as late ones, should have.
+std::vector<std::pair<std::string, bool>> Server::ended_requests(Clock::time_point now) {
+  std::vector<std::pair<std::string, bool>> ended;
+  for (const auto& [what, request] : requests_) {
+    const bool has_ended = request.job->has_ended();
+    if (has_ended || now >= request.job->deadline()) ended.emplace_back(what, !has_ended);
+  }
+  return ended;
+}
+
 void Server::proceed() {
   const auto now = Clock::now();
-  if (completion_ && completion_->job->has_ended()) end_completion(false);
-  if (completion_ && now >= completion_->job->deadline()) end_completion(true);
+  for (const auto& [what, is_late] : ended_requests(now)) end_request(what, is_late);
   if (check_ && check_->job->has_ended()) end_check(false);
   if (check_ && now >= check_->job->deadline()) end_check(true);
   if (!check_ && !waiting_.empty() && now >= check_time_) start_check();

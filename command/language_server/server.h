@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "language_server/background_job.h"
@@ -63,9 +64,11 @@ class Server {
     std::string uri;
     std::unique_ptr<BackgroundJob> job;
   };
-  struct Completion {
+  /// A request that a job answers, from the result of the job or from null.
+  struct Request {
     Json id;
     std::unique_ptr<BackgroundJob> job;
+    std::function<void(const Json& result)> answer;
   };
 
   void perform(const Call& call);
@@ -85,7 +88,9 @@ class Server {
   void close(const Json& params);
   void cancel(const Json& params);
 
-  Json action_for(const OpenDocument& open, const Json& result) const;
+  Json edit_of(const OpenDocument& open, const Json& edits) const;
+  Json quick_fix_for(const OpenDocument& open, const Json& result) const;
+  Json quick_fixes_in(const OpenDocument& open, const Range& range) const;
   OpenDocument* find(const std::string& uri);
   std::vector<const Document*> documents() const;
   void defer(const Json& id, const std::string& uri, Answer answer);
@@ -94,7 +99,9 @@ class Server {
   void check_all_again(const std::string& first);
   void start_check();
   void end_check(bool is_late);
-  void end_completion(bool is_late);
+  void start_request(const std::string& what, Request request);
+  void end_request(const std::string& what, bool is_late);
+  std::vector<std::pair<std::string, bool>> ended_requests(Clock::time_point now);
   std::string explanation_of(const BackgroundJob& job, bool is_late) const;
   void publish(const std::string& uri, const Json& version, const Json& results);
 
@@ -113,7 +120,7 @@ class Server {
   std::deque<std::string> waiting_;  ///< URIs of documents to check, in order
   Clock::time_point check_time_;     ///< when the next check may start
   std::optional<Check> check_;
-  std::optional<Completion> completion_;
+  std::map<std::string, Request> requests_;  ///< by method and document; of two only the later one matters
   std::vector<Deferred> deferred_;
   std::string outgoing_;
 };

@@ -46,7 +46,7 @@ class EditedPlaces {
 /// The files that have been corrected so far, by their canonical paths.
 class Corrections {
  public:
-  explicit Corrections(bool with_unsafe) : with_unsafe_(with_unsafe) {}
+  Corrections(bool with_unsafe, const DescriptorFiles& unsaved) : with_unsafe_(with_unsafe), unsaved_(unsaved) {}
 
   /// Applies what does not meet another correction. A file is only read here when it is new: its offsets are those of another
   /// reading, so that its corrections wait for the next pass. False when there is nothing to do.
@@ -56,9 +56,10 @@ class Corrections {
     bool is_new = false;
     for (const Finding& finding : findings) {
       if (!is_wanted(finding, with_unsafe_)) continue;
-      const fs::path path = canonical_path(finding.location.file);
+      const std::string& name = finding.location.file;
+      const fs::path path = unsaved_.has_unsaved(name) ? fs::path(name) : canonical_path(name);
       if (!files_.contains(path)) {
-        add(path, finding.location.file);
+        add(path, name);
         new_files_.insert(path);
         is_new = true;
       } else if (!new_files_.contains(path) && places[path].add(finding.correction->edits)) {
@@ -86,7 +87,9 @@ class Corrections {
 
  private:
   void add(const fs::path& path, const std::string& name) {
-    std::string content = content_of(path, largest::descriptor, "give a descriptor file that can be read");
+    std::string content = unsaved_.has_unsaved(path)
+                              ? DescriptorFiles(unsaved_).at(path).bytes
+                              : content_of(path, largest::descriptor, "give a descriptor file that can be read");
     files_.emplace(path, FixedFile{name, content, content});
   }
 
@@ -96,6 +99,7 @@ class Corrections {
   }
 
   bool with_unsafe_;
+  const DescriptorFiles& unsaved_;
   std::map<fs::path, FixedFile> files_;
   std::set<fs::path> new_files_;  ///< in this pass
 };
@@ -112,11 +116,11 @@ std::string edited(std::string_view text, const std::vector<Edit>& edits) {
   return result.append(text.substr(done));
 }
 
-FixResult fix(const LintFiles& lint, bool with_unsafe) {
-  Corrections corrections(with_unsafe);
+FixResult fix(const LintFiles& lint, bool with_unsafe, const DescriptorFiles& unsaved) {
+  Corrections corrections(with_unsafe, unsaved);
   Findings findings;
   for (int pass = 0;; ++pass) {
-    DescriptorFiles files;
+    DescriptorFiles files = unsaved;
     corrections.give_to(files);
     findings = lint(files);
     if (pass == most_passes || !corrections.apply(findings)) break;

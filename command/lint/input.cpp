@@ -26,13 +26,6 @@ namespace eclipse_lint {
 
 namespace {
 
-/// A path as it is shown: relative to the working directory, if it is below that.
-std::string shown(const std::string& file) {
-  std::error_code error;
-  const fs::path relative = fs::path(file).lexically_relative(fs::current_path(error));
-  return relative.empty() || *relative.begin() == ".." ? file : relative.string();
-}
-
 bool is_text(std::string_view content) {
   if (content.find('\0') != content.npos || content.starts_with("\xFF\xFE") || content.starts_with("\xFE\xFF")) return false;
   const std::size_t carriage_return = content.find('\r');
@@ -123,7 +116,7 @@ class InputReader {
       add_listed(component, catalogue.package->files[i], files ? location_of(elements[i]) : component.list_location);
     }
     for (const ListedFile& file : component.files) {
-      if (file.descriptor) add_descriptor_of(component, file, shown(file.descriptor->path));
+      if (file.descriptor) add_descriptor_of(component, file, shown_path(file.descriptor->path));
     }
   }
 

@@ -1,10 +1,10 @@
 #include "lint/lint.h"
 
 #include <algorithm>
-#include <charconv>
 #include <tuple>
 
 #include "base/json_document.h"
+#include "lint/configuration.h"
 #include "lint/input.h"
 #include "lint/rule.h"
 #include "lint/suppression.h"
@@ -29,38 +29,6 @@ auto key_of(const Finding& finding) {
 bool comes_before(const Finding& one, const Finding& other) { return key_of(one) < key_of(other); }
 
 bool are_duplicates(const Finding& one, const Finding& other) { return key_of(one) == key_of(other); }
-
-bool ends_with_path(const fs::path& path, const fs::path& end) {
-  const std::string whole = path.lexically_normal().string();
-  const std::string part = end.lexically_normal().string();
-  return whole == part || whole.ends_with("/" + part);
-}
-
-/// The values of a document do not include numbers, so they are read from its text.
-std::size_t line_number(const JsonElement& element, const JsonDocument& document) {
-  const JsonLocation location = element.location();
-  const std::string_view text = document.line(location.line).substr(location.column - 1, location.length);
-  std::size_t number = 0;
-  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (read.ec != std::errc() || number == 0 || read.ptr != text.data() + text.size())
-    element.fail("is not a line number; write a whole number from 1");
-  return number;
-}
-
-Override read_override(const JsonElement& element, const JsonDocument& document) {
-  element.allow_keys({"rule", "file", "line", "reason"});
-  Override entry;
-  const JsonElement rule = element.get("rule");
-  entry.rule = rule.text();
-  if (find_rule(entry.rule) == nullptr) rule.fail(unknown_rule(entry.rule));
-  if (const auto file = element.find("file")) entry.file = file->text();
-  if (const auto line = element.find("line")) entry.line = line_number(*line, document);
-  const JsonElement reason = element.get("reason");
-  entry.reason = reason.text();
-  if (entry.reason.find_first_not_of(" \t\r\n") == std::string::npos)
-    reason.fail("is empty; write why the finding is acceptable");
-  return entry;
-}
 
 void check(const Input& input, const Settings& settings, Findings& findings) {
   for (const Rule& rule : rules()) {
@@ -91,6 +59,15 @@ void remove_superseded(Findings& findings) {
   });
 }
 
+/// What the settings say of a rule, by its own name or else by that of its group. Null when they say nothing.
+const Level* level_of(const Rule& rule, const Settings& settings) {
+  for (const std::string_view name : {rule.name, name_of(rule.group)}) {
+    const auto level = settings.levels.find(std::string(name));
+    if (level != settings.levels.end()) return &level->second;
+  }
+  return nullptr;
+}
+
 Findings findings_in(const std::vector<std::unique_ptr<Input>>& inputs, const Settings& settings) {
   Findings findings;
   for (const auto& input : inputs) check(*input, settings, findings);
@@ -100,6 +77,8 @@ Findings findings_in(const std::vector<std::unique_ptr<Input>>& inputs, const Se
   findings.erase(std::unique(findings.begin(), findings.end(), are_duplicates), findings.end());
   for (const auto& input : inputs) suppress(input->descriptors, findings);
   for (Finding& finding : findings) {
+    const Level* const level = level_of(*finding.rule, settings);
+    if (level != nullptr && *level) finding.severity = **level;
     if (finding.reason) continue;
     const auto entry = std::find_if(settings.overrides.begin(), settings.overrides.end(),
                                     [&](const Override& each) { return applies(each, finding); });
@@ -114,23 +93,10 @@ bool is_enabled(const Rule& rule, const Settings& settings) {
   const auto has = [&](const std::set<std::string>& names) {
     return names.contains(std::string(rule.name)) || names.contains(std::string(name_of(rule.group)));
   };
-  return (settings.selected.empty() || has(settings.selected)) && !has(settings.disabled);
-}
-
-bool applies(const Override& entry, const Finding& finding) {
-  if (entry.rule != finding.rule->name) return false;
-  if (entry.file && !ends_with_path(finding.location.file, *entry.file)) return false;
-  return !entry.line || *entry.line == finding.location.line;
-}
-
-std::vector<Override> read_overrides(const fs::path& file) {
-  const JsonDocument document(file);
-  std::vector<Override> overrides;
-  for (const JsonElement& element : document.root().items()) {
-    overrides.push_back(read_override(element, document));
-    overrides.back().location = file.string() + ":" + std::to_string(element.location().line);
-  }
-  return overrides;
+  if (has(settings.disabled)) return false;
+  if (!settings.selected.empty()) return has(settings.selected);
+  const Level* const level = level_of(rule, settings);
+  return level == nullptr || level->has_value();
 }
 
 Findings lint(const PluginFunctions& library, Repositories& sites, const fs::path& path, const Settings& settings) {
@@ -146,12 +112,15 @@ Findings lint_session(const PluginFunctions& library, Repositories& sites, std::
 
 Findings lint(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files, const fs::path& path,
               const Settings& settings) {
-  return findings_in(read_inputs(library, sites, files, path, settings.add_variables), settings);
+  const auto inputs = read_inputs(library, sites, files, path, settings.add_variables);
+  return findings_in(inputs, with_configuration(settings, path));
 }
 
 Findings lint_session(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,
                       std::shared_ptr<const JsonDocument> document, const Settings& settings) {
-  return findings_in(read_session_input(library, sites, files, std::move(document), settings.add_variables), settings);
+  const fs::path file = document->file();
+  const auto inputs = read_session_input(library, sites, files, std::move(document), settings.add_variables);
+  return findings_in(inputs, with_configuration(settings, file));
 }
 
 }  // namespace eclipse_lint

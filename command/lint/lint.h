@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -15,29 +16,26 @@
 #include "dry_run/descriptor_files.h"
 #include "dry_run/plugin_functions.h"
 #include "lint/finding.h"
+#include "lint/override.h"
 #include "p2/repository.h"
 
 namespace eclipse_lint {
 
-/// Suppresses findings of one rule, for a reason.
-struct Override {
-  std::string rule;
-  std::optional<std::string> file;  ///< a path or the end of one
-  std::optional<std::size_t> line;
-  std::string reason;
-  std::string location = {};  ///< "FILE:LINE", where it is written
+/// What becomes of the findings of a rule: they have this severity, or with none the rule is not checked.
+using Level = std::optional<Severity>;
+
+/// Whether the configuration file of what is linted counts: of a directory the nearest one in it or above it, or this one.
+struct ConfigurationChoice {
+  bool is_wanted = false;
+  std::optional<std::filesystem::path> file = {};
 };
 
-/// Whether an override is for a finding. Of several, the first one applies.
-bool applies(const Override& entry, const Finding& finding);
-
-/// Reads a file of overrides: a JSON list of {"rule", "file" (optional), "line" (optional), "reason"}. Throws FileError.
-std::vector<Override> read_overrides(const std::filesystem::path& file);
-
 struct Settings {
-  std::set<std::string> disabled;       ///< rules and groups that are not checked
-  std::set<std::string> selected = {};  ///< when there are any, only these rules and groups are checked
+  std::set<std::string> disabled;            ///< rules and groups that are not checked
+  std::set<std::string> selected = {};       ///< when there are any, only these rules and groups are checked
+  std::map<std::string, Level> levels = {};  ///< by rule or group; the entry of a rule counts more than that of its group
   std::vector<Override> overrides;
+  ConfigurationChoice configuration = {};  ///< the settings here count more than those of the file
   /// Sets more variables in each session that was read from its file, as a run does.
   std::function<void(eclipse_host::Session& session)> add_variables = [](eclipse_host::Session&) {};
 };

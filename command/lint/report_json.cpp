@@ -85,6 +85,24 @@ Json result_of(const Finding& finding) {
   return result;
 }
 
+Json error_as_json(const FileError& error) {
+  return {{"file", error.file().string()}, {"line", error.line()}, {"column", error.column()}, {"message", error.message()}};
+}
+
+Json notification_of(const FileError& error) {
+  Json physical = {{"artifactLocation", {{"uri", uri_of(error.file().string())}}}};
+  if (error.line() != 0) physical["region"] = {{"startLine", error.line()}, {"startColumn", error.column()}};
+  const Json location = {{"physicalLocation", physical}};
+  return {{"level", "error"}, {"message", {{"text", error.message()}}}, {"locations", Json::array({location})}};
+}
+
+template <typename AsJson>
+Json list_of(const Errors& errors, const AsJson& as_json) {
+  Json list = Json::array();
+  for (const FileError& error : errors) list.push_back(as_json(error));
+  return list;
+}
+
 Json rules_as_json() {
   Json all = Json::array();
   for (const Rule& rule : rules()) {
@@ -100,7 +118,7 @@ Json rules_as_json() {
 
 }  // namespace
 
-void print_json(std::ostream& out, const Findings& findings) {
+void print_json(std::ostream& out, const Findings& findings, const Errors& errors) {
   Json list = Json::array();
   Json counts = {{"error", 0}, {"warning", 0}, {"note", 0}, {"overridden", 0}};
   for (const Finding& finding : findings) {
@@ -108,14 +126,20 @@ void print_json(std::ostream& out, const Findings& findings) {
     Json& count = counts[finding.reason ? "overridden" : std::string(name_of(finding.severity))];
     count = count.get<int>() + 1;
   }
-  out << json_text({{"findings", list}, {"counts", counts}});
+  Json json = {{"findings", list}, {"counts", counts}};
+  if (!errors.empty()) json["errors"] = list_of(errors, error_as_json);
+  out << json_text(json);
 }
 
-void print_sarif(std::ostream& out, const Findings& findings, const std::string& version) {
+void print_sarif(std::ostream& out, const Findings& findings, const std::string& version, const Errors& errors) {
   Json results = Json::array();
   for (const Finding& finding : findings) results.push_back(result_of(finding));
   const Json driver = {{"name", "eclipse-int lint"}, {"version", version}, {"rules", rules_as_json()}};
-  const Json run = {{"tool", {{"driver", driver}}}, {"columnKind", "unicodeCodePoints"}, {"results", results}};
+  Json run = {{"tool", {{"driver", driver}}}, {"columnKind", "unicodeCodePoints"}, {"results", results}};
+  if (!errors.empty()) {
+    const Json notifications = list_of(errors, notification_of);
+    run["invocations"] = Json::array({{{"executionSuccessful", false}, {"toolExecutionNotifications", notifications}}});
+  }
   out << json_text(
       {{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"}, {"version", "2.1.0"}, {"runs", Json::array({run})}});
 }

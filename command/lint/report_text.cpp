@@ -88,6 +88,13 @@ std::string annotation_value(std::string_view text) {
   return replaced(replaced(annotation_text(text), ":", "%3A"), ",", "%2C");
 }
 
+void print_annotation(std::ostream& out, std::string_view level, const std::string& file, TextPlace place,
+                      std::string_view title, const std::string& message) {
+  out << "::" << level << " file=" << annotation_value(file);
+  if (place.line != 0) out << ",line=" << place.line << ",col=" << place.column;
+  out << ",title=" << title << "::" << annotation_text(message) << "\n";
+}
+
 /// The lines of a file, indented. Of a long file only the beginning is shown.
 void print_content(std::ostream& out, std::string_view content, const std::string& indentation) {
   if (content.ends_with('\n')) content.remove_suffix(1);
@@ -132,16 +139,16 @@ void print_brief(std::ostream& out, const Findings& findings, bool in_colour) {
   }
 }
 
-void print_github(std::ostream& out, const Findings& findings) {
+void print_github(std::ostream& out, const Findings& findings, const Errors& errors) {
+  for (const FileError& error : errors) {
+    print_annotation(out, "error", error.file().string(), {error.line(), error.column()}, "invalid input", error.message());
+  }
   for (const Finding& finding : findings) {
     if (finding.reason) continue;
     const Location& location = finding.location;
-    out << "::" << (finding.severity == Severity::note ? "notice" : name_of(finding.severity))
-        << " file=" << annotation_value(location.file);
-    if (location.line != 0) out << ",line=" << location.line << ",col=" << location.column_in_characters();
-    out << ",title=" << finding.rule->name
-        << "::" << annotation_text(finding.message + ". " + std::string(finding.rule->why) + " Fix: " + finding.fix + ".")
-        << "\n";
+    print_annotation(out, finding.severity == Severity::note ? "notice" : name_of(finding.severity), location.file,
+                     {location.line, location.column_in_characters()}, finding.rule->name,
+                     finding.message + ". " + std::string(finding.rule->why) + " Fix: " + finding.fix + ".");
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <system_error>
 
 #include "lint/rules/shell_changes.h"
 
@@ -21,6 +22,12 @@ bool is_word(std::string_view text) {
 }
 
 }  // namespace
+
+std::string shown_path(const std::filesystem::path& file) {
+  std::error_code error;
+  const std::filesystem::path relative = file.lexically_relative(std::filesystem::current_path(error));
+  return relative.empty() || *relative.begin() == ".." ? file.string() : relative.string();
+}
 
 std::string with_slashes(std::string_view listed) {
   std::string converted(listed);

@@ -3,6 +3,7 @@
 #define ECLIPSE_INT_LINT_TEXTS_H
 
 #include <cstddef>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +13,9 @@
 #include "lint/input.h"
 
 namespace eclipse_lint {
+
+/// A path as it is shown: relative to the working directory, if it is below that.
+std::string shown_path(const std::filesystem::path& file);
 
 std::string with_slashes(std::string_view listed);
 

@@ -29,14 +29,16 @@ class SessionReader {
       : document_(document), directory_(absolute_path(document.file()).lexically_normal().parent_path()), session_(session) {}
 
   void read() {
-    const JsonElement root = document_.root();
-    root.allow_keys({"$schema", "mode", "graphical", "variables", "components"});
-    if (const auto schema = root.find("$schema")) schema->text();
-    const std::string mode = read_mode(root.get("mode"));
-    session_.graphical = read_flag(root, "graphical");
-    if (const auto variables = root.find("variables")) read_variables(*variables);
+    std::string mode;
+    document_.root().read_object(
+        {{"$schema", Presence::optional, [](const JsonElement& schema) { schema.text(); }},
+         {"mode", Presence::required, [&](const JsonElement& value) { mode = read_mode(value); }},
+         {"graphical", Presence::optional, [&](const JsonElement& flag) { session_.graphical = flag.boolean(); }},
+         {"variables", Presence::optional, [&](const JsonElement& variables) { read_variables(variables); }},
+         {"components", Presence::required, [&](const JsonElement& components) {
+            components.read_items([&](const JsonElement& component) { read_component(component); });
+          }}});
     session_.variables["KORU_MODE"] = mode;
-    for (const JsonElement& component : root.get("components").items()) read_component(component);
   }
 
  private:
@@ -47,31 +49,27 @@ class SessionReader {
     return mode.text();
   }
 
-  static bool read_flag(const JsonElement& object, std::string_view key) {
-    const auto flag = object.find(key);
-    return flag && flag->boolean();
-  }
-
   void read_variables(const JsonElement& variables) {
-    for (const JsonElement& variable : variables.members()) {
+    variables.read_members([&](const JsonElement& variable) {
       if (variable.key().empty()) variable.fail_at_key("the name is empty; name the variable");
       if (variable.key() == "KORU_MODE") variable.fail_at_key("is set by \"mode\"; remove it here");
       session_.variables[variable.key()] = variable.text();
-    }
+    });
   }
 
   void read_component(const JsonElement& element) {
-    element.allow_keys({"code", "installBase", "installDir", "capabilities", "install", "remove", "installed", "package"});
-    auto component = std::make_unique<CatalogueComponent>();
-    component->code = read_code(element.get("code"), element.path());
-    component->installBase = read_base(element.get("installBase"));
-    component->installDir = element.get("installDir").text();
-    component->selected_for_install = read_flag(element, "install");
-    component->selected_for_removal = read_flag(element, "remove");
-    component->installed = read_flag(element, "installed");
-    if (const auto capabilities = element.find("capabilities")) read_capabilities(*capabilities, element.path(), *component);
-    if (const auto package = element.find("package")) component->package = read_package(*package, *component);
-    session_.components.push_back(std::move(component));
+    CatalogueComponent& component = *session_.components.emplace_back(std::make_unique<CatalogueComponent>());
+    element.read_object(
+        {{"code", Presence::required, [&](const JsonElement& code) { component.code = read_code(code, element.path()); }},
+         {"installBase", Presence::required, [&](const JsonElement& base) { component.installBase = read_base(base); }},
+         {"installDir", Presence::required, [&](const JsonElement& directory) { component.installDir = directory.text(); }},
+         {"capabilities", Presence::optional,
+          [&](const JsonElement& capabilities) { read_capabilities(capabilities, element.path(), component); }},
+         {"install", Presence::optional, [&](const JsonElement& flag) { component.selected_for_install = flag.boolean(); }},
+         {"remove", Presence::optional, [&](const JsonElement& flag) { component.selected_for_removal = flag.boolean(); }},
+         {"installed", Presence::optional, [&](const JsonElement& flag) { component.installed = flag.boolean(); }},
+         {"package", Presence::optional,
+          [&](const JsonElement& package) { component.package = read_package(package, component); }}});
   }
 
   std::string read_code(const JsonElement& code, const std::string& component_path) {
@@ -86,37 +84,34 @@ class SessionReader {
   std::string read_base(const JsonElement& base) const { return base.text().empty() ? "" : absolute(base.text()); }
 
   void read_capabilities(const JsonElement& capabilities, const std::string& component_path, CatalogueComponent& component) {
-    for (const JsonElement& capability : capabilities.items()) {
+    capabilities.read_items([&](const JsonElement& capability) {
       const auto [first, is_new] = paths_of_capabilities_.emplace(capability.text(), component_path);
       if (!is_new) {
         capability.fail(in_quotes(capability.text()) + " is already a capability of " + first->second +
                         "; make the name unique: any name containing it works");
       }
       session_.capabilities->emplace(capability.text(), &component);
-    }
+    });
   }
 
   CataloguePackage read_package(const JsonElement& element, const CatalogueComponent& component) const {
-    element.allow_keys({"root", "prefix", "files", "scan"});
     CataloguePackage package;
-    const auto root = element.find("root");
-    package.root = root ? existing_directory(*root) : directory_.string();
-    const auto prefix = element.find("prefix");
-    package.prefix = prefix ? prefix->text() : absolute(component.installBase + "/" + component.installDir);
-    package.files = read_files(element);
+    package.root = directory_.string();
+    package.prefix = absolute(component.installBase + "/" + component.installDir);
+    element.read_object(
+        {{"root", Presence::optional, [&](const JsonElement& root) { package.root = existing_directory(root); }},
+         {"prefix", Presence::optional, [&](const JsonElement& prefix) { package.prefix = prefix.text(); }},
+         {"files", Presence::optional,
+          [&](const JsonElement& files) {
+            files.read_items([&](const JsonElement& path) { package.files.push_back(path.text()); });
+          }},
+         {"scan", Presence::optional, [&](const JsonElement& scan) {
+            if (element.find("files")) scan.fail_at_key("cannot be combined with \"files\"; keep one of the two");
+            package.files = scanned_files(scan);
+          }}});
+    if (!element.find("files") && !element.find("scan"))
+      element.fail("\"files\" or \"scan\" is missing; list the package's files, or name the directory to take them from");
     return package;
-  }
-
-  std::vector<std::string> read_files(const JsonElement& package) const {
-    const auto files = package.find("files");
-    const auto scan = package.find("scan");
-    if (files && scan) scan->fail_at_key("cannot be combined with \"files\"; keep one of the two");
-    if (scan) return scanned_files(*scan);
-    if (!files)
-      package.fail("\"files\" or \"scan\" is missing; list the package's files, or name the directory to take them from");
-    std::vector<std::string> paths;
-    for (const JsonElement& path : files->items()) paths.push_back(path.text());
-    return paths;
   }
 
   std::vector<std::string> scanned_files(const JsonElement& scan) const {

@@ -37,10 +37,10 @@ std::string unwritable(const Variables& variables) {
 Variables read_variables_file(const std::filesystem::path& file) {
   const JsonDocument document(file);
   Variables variables;
-  for (const JsonElement& variable : document.root().members()) {
+  document.root().read_members([&](const JsonElement& variable) {
     if (variable.key().empty()) variable.fail_at_key("the name is empty; name the variable");
     variables[variable.key()] = variable.text();
-  }
+  });
   return variables;
 }
 

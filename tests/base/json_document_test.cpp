@@ -16,6 +16,7 @@ namespace {
 using eclipse_base::FileError;
 using eclipse_base::JsonDocument;
 using eclipse_base::JsonElement;
+using eclipse_base::Presence;
 namespace largest = eclipse_base::largest;
 
 /// What reading a file with this text is refused with; "read" when it is not.
@@ -170,6 +171,36 @@ TEST(JsonDocument, FindsANumberThatIsAllThereIs) {
     fake::write_file("f", text);
     EXPECT_EQ(place_of(JsonDocument("f").root()), "f:1:1: document: x") << text;
   }
+}
+
+/// What is read of {"list": [booleans], "text": string (required)}, and then the errors.
+std::vector<std::string> read_of(const std::string& content) {
+  const JsonDocument document("f", content);
+  std::vector<std::string> read;
+  try {
+    document.root().read_object({{"list", Presence::optional,
+                                  [&](const JsonElement& list) {
+                                    list.read_items(
+                                        [&](const JsonElement& item) { read.push_back(item.boolean() ? "yes" : "no"); });
+                                  }},
+                                 {"text", Presence::required, [&](const JsonElement& text) { read.push_back(text.text()); }}});
+  } catch (const FileError& errors) {
+    for (const FileError& error : errors.each()) read.push_back(error.what());
+  }
+  return read;
+}
+
+TEST(JsonElement, ReadsAnObjectInTheOrderOfItsKnownMembersAndGoesOnAfterErrors) {
+  using Texts = std::vector<std::string>;
+  const std::string no_text = "f:1:1: document: the key \"text\" is missing; add it";
+  EXPECT_EQ(read_of(R"({"text": "x", "list": [true, false]})"), Texts({"yes", "no", "x"}));
+  EXPECT_EQ(read_of("{}"), Texts({no_text}));
+  EXPECT_EQ(read_of(R"({"more": 1})"), Texts({no_text, R"(f:1:2: more: unknown key; known here: "list", "text")"}));
+  // What is misspelled is not missing as well.
+  EXPECT_EQ(read_of(R"({"texts": 1, "list": [1, true]})"),
+            Texts({"yes", R"(f:1:2: texts: unknown key; did you mean "text"?)",
+                   "f:1:23: list[0]: expected true or false, found a number; write true or false, without quotes"}));
+  EXPECT_EQ(read_of("[]"), Texts({"f:1:1: document: expected an object, found an array; write it in { }"}));
 }
 
 TEST(JsonElement, SaysWhatItExpectedAndWhatItFound) {

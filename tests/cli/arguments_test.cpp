@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -119,10 +120,31 @@ TEST_F(Arguments, FaultsAreTold) {
   expect_usage_error("call perform_integration x session.json", "ACTION: unknown action \"x\"; the actions are" + actions);
 }
 
+TEST_F(Arguments, AllErrorsOfASessionAreTold) {
+  fake::write_file("bad.json", "{\"mode\": 1,\n\"component\": [], \"graphical\": 2}");
+  const Outcome told = {2, "",
+                        "eclipse-int: bad.json:1:10: mode: expected a string, found a number; write it in double quotes\n"
+                        "eclipse-int: bad.json:2:1: component: unknown key; did you mean \"components\"?\n"
+                        "eclipse-int: bad.json:2:31: graphical: expected true or false, found a number; write true or false, "
+                        "without quotes\n"};
+  EXPECT_EQ(eclipse_int("run bad.json"), told);
+  EXPECT_EQ(eclipse_int("plan bad.json --json"), told);
+  EXPECT_EQ(eclipse_int("lint bad.json"), told);
+  std::string variables;
+  for (int i = 0; i < 200; ++i) variables += (i == 0 ? "\"" : ", \"") + std::to_string(i) + "\": 1";
+  fake::write_file("bad.json", "{\"mode\": \"install\", \"components\": [], \"variables\": {" + variables + "}}");
+  for (const char* subcommand : {"run", "lint"}) {
+    const std::string error = eclipse_int(subcommand + std::string(" bad.json")).error;
+    EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 101);
+    EXPECT_TRUE(error.ends_with("\neclipse-int: there may be more errors; these are the first 100 that were found\n")) << error;
+  }
+}
+
 TEST_F(Arguments, FaultsOfFilesAreTold) {
   write_session("install");
   std::filesystem::create_directory("directory");
-  fake::write_file("bad.json", "{\"mode\": 1}");
+  fake::write_file("bad.json", "{\"mode\": 1, \"components\": []}");
+  fake::write_file("variables.json", "{\"mode\": 1}");
   const std::string unreadable = ": cannot be read: No such file or directory; give the path of a JSON file";
   expect_error("run missing.json", "missing.json" + unreadable);
   expect_error("run ''", unreadable);
@@ -133,8 +155,8 @@ TEST_F(Arguments, FaultsOfFilesAreTold) {
   expect_error("call find_eclipse_ide bad.json",
                "bad.json:1:10: mode: expected a string, found a number; write it in double quotes");
   expect_error("run session.json --variables missing", "missing" + unreadable);
-  expect_error("run session.json --variables bad.json",
-               "bad.json:1:10: mode: expected a string, found a number; write it in double quotes");
+  expect_error("run session.json --variables variables.json",
+               "variables.json:1:10: mode: expected a string, found a number; write it in double quotes");
   expect_error(
       "run session.json --write-variables missing/v.json",
       "missing/v.json: cannot be written: No such file or directory; give the path of a writable file in a writable directory");

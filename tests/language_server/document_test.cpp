@@ -40,6 +40,27 @@ TEST(Document, TakesPositionsAfterTheEndForTheEnd) {
 
 TEST(Document, TakesAReversedRangeForAnInsertion) { EXPECT_EQ(edited("one\ntwo", {{1, 1}, {0, 0}}, "x"), "one\ntxwo"); }
 
+TEST(Document, IsEditedToAContentInWholeLines) {
+  const std::vector<std::string> texts = {"",       "\n",     "a",         "a\n",      "b\n",       "a\nb",
+                                          "a\nb\n", "a\na\n", "a\na\na\n", "a\r\nb\n", "x\na\nb\n", "a\nä😀\nb\n"};
+  for (const std::string& before : texts) {
+    for (const std::string& after : texts) {
+      Document document = document_with(before);
+      const auto edit = document.edit_to(after, utf16);
+      EXPECT_EQ(edit.has_value(), before != after);
+      if (!edit) continue;
+      EXPECT_EQ(edit->range.start.character, 0U) << before << "to\n" << after;
+      document.replace(edit->range, edit->text, utf16);
+      EXPECT_EQ(document.text(), after) << "from\n" << before;
+    }
+  }
+  const auto edit = document_with("one\ntwo \nthree\n").edit_to("one\ntwo\nthree\n", utf16);
+  ASSERT_TRUE(edit);
+  EXPECT_EQ(edit->text, "two\n");
+  EXPECT_EQ(edit->range.start.line, 1U);
+  EXPECT_EQ(edit->range.end.line, 2U);
+}
+
 /// Some editors count the carriage return before a line feed, others do not.
 TEST(Document, HasPositionsOnBothSidesOfACarriageReturn) {
   EXPECT_EQ(edited("a\r\nb\r\n", {{0, 1}, {0, 1}}, "x"), "ax\r\nb\r\n");

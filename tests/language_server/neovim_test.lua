@@ -47,6 +47,14 @@ local function check()
   expect("the fix is applied", function() return line(2) == "site\tx.a.feature.group" end)
   expect("nothing is left to show", function() return codes() == "" end)
 
+  -- All safe fixes.
+  vim.api.nvim_buf_set_lines(0, 1, 2, false, { "site \tx.a", "\t\t" })
+  expect("the mistakes are shown", function() return #vim.diagnostic.get(0) >= 3 end)
+  local context = { only = { "source.fixAll" } }
+  vim.lsp.buf.code_action(vim.fn.has("nvim-0.8") == 1 and { context = context } or context)
+  expect("all fixes are applied", function() return line(2) == "site\tx.a.feature.group" and not line(3) end)
+  expect("nothing is left to show", function() return codes() == "" end)
+
   -- The columns, as a user completes them.
   vim.o.completeopt = "menu"
   vim.api.nvim_buf_set_lines(0, 2, 3, false, { "si" })

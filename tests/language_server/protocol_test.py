@@ -557,6 +557,17 @@ class Sessions(Product):
         self.assertIn("syntax error", diagnostic["message"])
         self.expect_alive()
 
+    def test_all_errors_are_marked(self):
+        file = self.product / "new.json"
+        self.server.open(file, '{"mod": "install",\n "graphical": 1,\n "components": [{"code": 2, "installBase": "", "installDir": ""}, 3]}')
+        diagnostics = self.server.diagnostics(file)
+        self.assertEqual([each["range"] for each in diagnostics], [spot(0, 1, 2), spot(1, 14, 15), spot(2, 25, 26), spot(2, 66, 67)])
+        self.assertEqual([each["message"] for each in diagnostics],
+                         ['mod: unknown key; did you mean "mode"?',
+                          "graphical: expected true or false, found a number; write true or false, without quotes",
+                          "components[0].code: expected a string, found a number; write it in double quotes",
+                          "components[1]: expected an object, found a number; write it in { }"])
+
     def test_other_json_is_left_alone(self):
         file = self.product / "package.json"
         self.server.open(file, '{"name": "x"')
@@ -673,11 +684,129 @@ class CodeActions(Product):
         self.assertIn(starts, [[{"line": 0, "character": 12}], [{"line": 0, "character": 15}]])  # before or after "x.a"
         self.assertEqual(server.exit()[0], 0)
 
+    def fix_all(self, file, only=("source.fixAll",), line=0):
+        return [action for action in self.actions(file, line, only=list(only)) if action["kind"] == "source.fixAll"]
+
+    def test_all_safe_fixes_at_once(self):
+        text = "Repository \tFeature\n'site'\tx.a.feature.group\t\n\"site\"\t x.b.feature.group \n\t\t\nsite\tx.a.feature.group/1.0\n"
+        fixed = HEADER + "site\tx.a.feature.group\nsite\tx.b.feature.group\nsite\tx.a.feature.group/1.0\n"
+        self.server.open(self.file, text)
+        [action] = self.fix_all(self.file)
+        self.assertEqual(sorted(action), ["edit", "kind", "title"])
+        self.assertEqual(action["title"], "apply all safe fixes")
+        [change] = action["edit"]["documentChanges"]
+        self.assertEqual(change["textDocument"], {"uri": uri(self.file), "version": 1})
+        self.assertEqual(self.apply(self.file, text, change["edits"]), fixed)
+        self.assertEqual(change["edits"][0]["range"], {"start": {"line": 0, "character": 0}, "end": {"line": 4, "character": 0}})
+        self.server.change(self.file, {"text": fixed})
+        self.assertEqual(self.fix_all(self.file), [])
+
+    def test_all_safe_fixes_are_offered_to_an_editor_that_asks_for_them(self):
+        self.server.open(self.file, WITHOUT_SUFFIX)
+        for only in (["source"], ["source.fixAll"], [""], ["quickfix", "source.fixAll"], ["refactor", "source"]):
+            self.assertEqual(len(self.fix_all(self.file, only)), 1, only)
+        for only in (["quickfix"], ["source.fixAll.other"], ["source.organizeImports"], ["refactor"], [], [1]):
+            self.assertEqual(self.fix_all(self.file, only), [], only)
+        self.assertEqual([action["kind"] for action in self.actions(self.file, 1)], ["quickfix"])
+        self.assertEqual([action["kind"] for action in self.actions(self.file, 1, only=["source.fixAll"])], ["source.fixAll"])
+        self.assertEqual([action["kind"] for action in self.actions(self.file, 1, only=["quickfix", "source.fixAll"])],
+                         ["quickfix", "source.fixAll"])
+        self.assertEqual(self.server.initialized["capabilities"]["codeActionProvider"], {"codeActionKinds": ["quickfix", "source.fixAll"]})
+
+    def test_all_safe_fixes_of_texts_without_a_file(self):
+        new = self.product / "tools/etc/eclipse/new.txt"
+        self.server.open(new, "site \tx.y.feature.group")
+        [action] = self.fix_all(new)
+        self.assertEqual(self.apply(new, "site \tx.y.feature.group", action["edit"]["documentChanges"][0]["edits"]), "site\tx.y.feature.group")
+        self.assertIsNone(self.actions(self.product / "not-open.txt", 0, only=["source.fixAll"]))
+        self.file.write_bytes(b"\xef\xbb\xbf" + WITHOUT_SUFFIX.encode())
+        self.server.open(self.file, WITHOUT_SUFFIX)
+        [action] = self.fix_all(self.file)
+        self.assertEqual(self.apply(self.file, WITHOUT_SUFFIX, action["edit"]["documentChanges"][0]["edits"]), GOOD)
+
+    def test_a_later_request_for_all_safe_fixes_replaces_an_earlier_one(self):
+        self.server.open(self.file, WITHOUT_SUFFIX)
+        other = self.write("other/etc/eclipse/o.txt", WITHOUT_SUFFIX)
+        self.write("other/site/content.xml", CONTENT)
+        self.server.open(other, WITHOUT_SUFFIX)
+        params = {"range": spot(0, 0, 0), "context": {"diagnostics": [], "only": ["source.fixAll"]}}
+        ids = [self.server.request("textDocument/codeAction", {"textDocument": {"uri": uri(file)}, **params})
+               for file in [other] + [self.file] * 10]
+        answers = [self.server.answer(id) for id in ids]
+        self.assertEqual([len(answers[0]["result"]), len(answers[-1]["result"])], [1, 1])
+        self.assertTrue(all("result" in each or each["error"]["code"] == -32800 for each in answers))
+
     def test_what_an_editor_hides_it_cannot_replace(self):
         self.file.write_bytes(b"\xef\xbb\xbf" + GOOD.encode())
         self.server.open(self.file, GOOD)
         self.assertEqual(self.server.codes(self.file), ["byte-order-mark"])
         self.assertEqual(self.actions(self.file, 0), [])
+
+
+class Configuration(Product):
+    def setUp(self):
+        super().setUp()
+        self.configuration = self.write("tools/.eclipse-int.json", '{"rules": {"feature-without-group-suffix": "note"}}')
+
+    def save(self, file, text):
+        file.write_text(text)
+        self.server.notify("textDocument/didSave", {"textDocument": {"uri": uri(file)}})
+
+    def test_is_followed_and_read_again_when_it_is_saved(self):
+        self.server.open(self.file, WITHOUT_SUFFIX)
+        self.assertEqual([each["severity"] for each in self.server.diagnostics(self.file)], [3])
+        self.save(self.configuration, '{"rules": {"feature-without-group-suffix": "warning"}}')
+        self.assertEqual([each["severity"] for each in self.server.diagnostics(self.file)], [2])
+        self.save(self.configuration, '{"overrides": [{"rule": "feature-without-group-suffix", "file": "etc", "reason": "why"}]}')
+        self.assertEqual(self.server.diagnostics(self.file), [])
+        self.assertEqual(self.actions_of(self.file), [])
+        self.configuration.unlink()
+        self.server.notify("textDocument/didSave", {"textDocument": {"uri": uri(self.file)}})
+        self.assertEqual([each["severity"] for each in self.server.diagnostics(self.file)], [1])
+
+    def actions_of(self, file):
+        params = {"textDocument": {"uri": uri(file)}, "range": spot(0, 0, 0), "context": {"diagnostics": [], "only": ["source.fixAll"]}}
+        return self.server.result("textDocument/codeAction", params)
+
+    def test_its_errors_are_shown_in_it_and_where_it_counts(self):
+        text = '{"rules": {"zebra": "off",\n "lines": "warn"}}'
+        self.server.open(self.configuration, text)
+        self.assertEqual([(each["range"]["start"], each["message"]) for each in self.server.diagnostics(self.configuration)],
+                         [({"line": 0, "character": 11}, 'rules.zebra: there is no rule or group "zebra"; "eclipse-int explain" lists them all'),
+                          ({"line": 1, "character": 10}, 'rules.lines: unknown severity "warn"; write "error", "warning", "note" or "off"')])
+        self.save(self.configuration, text)
+        self.server.open(self.file, GOOD)
+        diagnostics = self.server.diagnostics(self.file)
+        self.assertEqual([each["range"]["start"]["line"] for each in diagnostics], [0, 0])
+        self.assertEqual(diagnostics[0]["message"], f'{self.configuration}:1:12: rules.zebra: there is no rule or group "zebra"; "eclipse-int explain" lists them all')
+        self.assertEqual(self.actions_of(self.file), [])
+        self.expect_alive()
+
+
+class OtherConfiguration(Product):
+    options = ("--no-config",)
+
+    def test_may_be_ignored(self):
+        self.write(".eclipse-int.json", "nothing")
+        self.server.open(self.file, WITHOUT_SUFFIX)
+        self.assertEqual([each["severity"] for each in self.server.diagnostics(self.file)], [1])
+
+    def test_may_be_named(self):
+        named = self.write("named.json", '{"rules": {"features": "warning"}}')
+        server = Server("--config", str(named))
+        server.open(self.file, WITHOUT_SUFFIX)
+        self.assertEqual([each["severity"] for each in server.diagnostics(self.file)], [2])
+        self.assertEqual(server.exit()[0], 0)
+
+
+class Options(unittest.TestCase):
+    def test_wrong_values_are_usage_errors(self):
+        for options, error in ((("--set", "KORU_MODE=wrong"), '--set: KORU_MODE is "wrong"; it must be install, modify or uninstall'),
+                               (("--set", "X"), '--set: "X" is not NAME=VALUE; write the variable\'s name, an equals sign and its value'),
+                               (("--variables", "/missing"), "/missing: cannot be read: No such file or directory; give the path of a JSON file")):
+            done = subprocess.run([ECLIPSE_INT, "language-server", *options], stdin=subprocess.DEVNULL, capture_output=True, text=True,
+                                  timeout=PATIENCE, check=False)
+            self.assertEqual((done.returncode, done.stdout, done.stderr.splitlines()[0]), (2, "", "eclipse-int: " + error))
 
 
 class Completion(Product):

@@ -29,9 +29,9 @@ std::string text_of(const Findings& findings, bool in_colour = false) {
   return out.str();
 }
 
-Json sarif_of(const Findings& findings) {
+Json sarif_of(const Findings& findings, const Errors& errors = {}) {
   std::ostringstream out;
-  print_sarif(out, findings, "1.2.3");
+  print_sarif(out, findings, "1.2.3", errors);
   return Json::parse(out.str());
 }
 
@@ -222,7 +222,12 @@ TEST(SarifReport, KeepsToItsSchema) {
   }
   ASSERT_GT(findings.size(), rules().size());
   findings.front().reason = "why";
-  const Json report = sarif_of(findings);
+  const Json report = sarif_of(findings, {FileError("my dir/t", "cannot be read"), FileError("t", 2, 3, "is wrong")});
+  EXPECT_EQ(report["runs"][0]["invocations"], Json::parse(R"([{"executionSuccessful": false, "toolExecutionNotifications": [
+      {"level": "error", "message": {"text": "cannot be read"},
+       "locations": [{"physicalLocation": {"artifactLocation": {"uri": "my%20dir/t"}}}]},
+      {"level": "error", "message": {"text": "is wrong"},
+       "locations": [{"physicalLocation": {"artifactLocation": {"uri": "t"}, "region": {"startLine": 2, "startColumn": 3}}}]}]}])"));
   Json without_text = report;
   without_text["runs"][0]["results"][0]["message"].erase("text");
   Json with_zero_column = sarif_of({finding({"t", 1, 1, 1, "a"})});

@@ -155,31 +155,38 @@ INSTANTIATE_TEST_SUITE_P(
         Error{"[]", "s.json:1:1: document: expected an object, found an array; write it in { }"},
         Error{"{\"mode\": \"install\"}", "s.json:1:1: document: the key \"components\" is missing; add it"},
         Error{"\n {\"components\": []}", "s.json:2:2: document: the key \"mode\" is missing; add it"},
-        Error{"{\"Mode\": \"install\"}", "s.json:1:2: Mode: unknown key; did you mean \"mode\"?"},
-        Error{"{\"varables\": {}}", "s.json:1:2: varables: unknown key; did you mean \"variables\"?"},
-        Error{"{\"zebra\": 1}", "s.json:1:2: zebra: unknown key; known here: " + known_keys},
-        Error{"{\"\": 1}", "s.json:1:2: [\"\"]: unknown key; known here: " + known_keys},
-        Error{"{\"mode\": 1}", "s.json:1:10: mode: expected a string, found a number; write it in double quotes"},
-        Error{"{\"mode\": \"Install\"}",
+        Error{"{\"Mode\": \"install\", \"components\": []}", "s.json:1:2: Mode: unknown key; did you mean \"mode\"?"},
+        Error{"{\"varables\": {}, \"mode\": \"install\", \"components\": []}",
+              "s.json:1:2: varables: unknown key; did you mean \"variables\"?"},
+        Error{"{\"zebra\": 1, \"mode\": \"install\", \"components\": []}",
+              "s.json:1:2: zebra: unknown key; known here: " + known_keys},
+        Error{"{\"\": 1, \"mode\": \"install\", \"components\": []}",
+              "s.json:1:2: [\"\"]: unknown key; known here: " + known_keys},
+        Error{"{\"mode\": 1, \"components\": []}",
+              "s.json:1:10: mode: expected a string, found a number; write it in double quotes"},
+        Error{"{\"mode\": \"Install\", \"components\": []}",
               "s.json:1:10: mode: unknown mode \"Install\"; write \"install\", \"modify\" or \"uninstall\""},
-        Error{"{\"mode\": \"install\", \"$schema\": null}",
+        Error{"{\"mode\": \"install\", \"$schema\": null, \"components\": []}",
               "s.json:1:32: $schema: expected a string, found null; write it in double quotes"},
-        Error{"{\"mode\": \"install\", \"graphical\": \"no\"}",
+        Error{"{\"mode\": \"install\", \"graphical\": \"no\", \"components\": []}",
               "s.json:1:34: graphical: expected true or false, found a string; write true or false, without quotes"},
-        Error{"{\"mode\": \"install\", \"variables\": []}",
+        Error{"{\"mode\": \"install\", \"variables\": [], \"components\": []}",
               "s.json:1:34: variables: expected an object, found an array; write it in { }"},
-        Error{"{\"mode\": \"install\", \"variables\": {\"A\": 1}}",
+        Error{"{\"mode\": \"install\", \"variables\": {\"A\": 1}, \"components\": []}",
               "s.json:1:40: variables.A: expected a string, found a number; write it in double quotes"},
-        Error{"{\"mode\": \"install\", \"variables\": {\"KORU_MODE\": \"install\"}}",
+        Error{"{\"mode\": \"install\", \"variables\": {\"KORU_MODE\": \"install\"}, \"components\": []}",
               "s.json:1:35: variables.KORU_MODE: is set by \"mode\"; remove it here"},
-        Error{"{\"mode\": \"install\", \"variables\": {\"\": \"\"}}",
+        Error{"{\"mode\": \"install\", \"variables\": {\"\": \"\"}, \"components\": []}",
               "s.json:1:35: variables[\"\"]: the name is empty; name the variable"},
         Error{"{\"mode\": \"install\", \"components\": {}}",
               "s.json:1:35: components: expected an array, found an object; write it in [ ]"},
         Error{"{\"mode\": \"install\", \"components\": [\n{}]}",
-              "s.json:2:1: components[0]: the key \"code\" is missing; add it"},
+              "s.json:2:1: components[0]: the key \"code\" is missing; add it\n"
+              "s.json:2:1: components[0]: the key \"installBase\" is missing; add it\n"
+              "s.json:2:1: components[0]: the key \"installDir\" is missing; add it"},
         Error{"{\"mode\": \"install\", \"components\": [{\"code\": \"a\"}]}",
-              "s.json:1:36: components[0]: the key \"installBase\" is missing; add it"},
+              "s.json:1:36: components[0]: the key \"installBase\" is missing; add it\n"
+              "s.json:1:36: components[0]: the key \"installDir\" is missing; add it"},
         Error{"{\"mode\": \"install\", \"components\": [{\"code\": \"a\", \"installBase\": \"\"}]}",
               "s.json:1:36: components[0]: the key \"installDir\" is missing; add it"},
         Error{with_component("\n\"instal\": true"), "s.json:2:1: components[0].instal: unknown key; did you mean \"install\"?"},
@@ -227,6 +234,56 @@ INSTANTIATE_TEST_SUITE_P(
         Error{with_component("\n\"package\": {\"scan\": \"" + std::string(300, 'x') + "\"}"),
               "s.json:2:21: components[0].package.scan: \"DIRECTORY/" + std::string(300, 'x') +
                   "\" cannot be reached: File name too long; correct the path"}));
+
+TEST_F(SessionFile, AllErrorsAreReportedInTheOrderOfTheFile) {
+  EXPECT_EQ(error_of(R"({
+  "components": [
+    {
+      "code": "a", "installBase": 1, "install": "yes", "capabilities": ["C", 2, "C"],
+      "package": {"scan": [], "files": [1, "x", []], "roots": ""}
+    },
+    {"codes": "a", "installDir": "", "zebra": {"mode": 1}},
+    7
+  ],
+  "variables": {"A": 1, "B": "", "KORU_MODE": "install", "C": null},
+  "graphical": "no",
+  "mod": "install"
+})"),
+            "s.json:3:5: components[0]: the key \"installDir\" is missing; add it\n"
+            "s.json:4:35: components[0].installBase: expected a string, found a number; write it in double quotes\n"
+            "s.json:4:49: components[0].install: expected true or false, found a string; write true or false, without quotes\n"
+            "s.json:4:78: components[0].capabilities[1]: expected a string, found a number; write it in double quotes\n"
+            "s.json:4:81: components[0].capabilities[2]: \"C\" is already a capability of components[0]; make the name unique: "
+            "any name containing it works\n"
+            "s.json:5:19: components[0].package.scan: cannot be combined with \"files\"; keep one of the two\n"
+            "s.json:5:41: components[0].package.files[0]: expected a string, found a number; write it in double quotes\n"
+            "s.json:5:49: components[0].package.files[2]: expected a string, found an array; write it in double quotes\n"
+            "s.json:5:54: components[0].package.roots: unknown key; did you mean \"root\"?\n"
+            "s.json:7:5: components[1]: the key \"installBase\" is missing; add it\n"
+            "s.json:7:6: components[1].codes: unknown key; did you mean \"code\"?\n"
+            "s.json:7:38: components[1].zebra: unknown key; known here: \"code\", \"installBase\", \"installDir\", "
+            "\"capabilities\", \"install\", \"remove\", \"installed\", \"package\"\n"
+            "s.json:8:5: components[2]: expected an object, found a number; write it in { }\n"
+            "s.json:10:22: variables.A: expected a string, found a number; write it in double quotes\n"
+            "s.json:10:34: variables.KORU_MODE: is set by \"mode\"; remove it here\n"
+            "s.json:10:63: variables.C: expected a string, found null; write it in double quotes\n"
+            "s.json:11:16: graphical: expected true or false, found a string; write true or false, without quotes\n"
+            "s.json:12:3: mod: unknown key; did you mean \"mode\"?");
+}
+
+TEST_F(SessionFile, OnlyTheFirstOfVeryManyErrorsAreReported) {
+  std::string variables;
+  for (int i = 0; i < 1000; ++i) variables += (i == 0 ? "" : ",\n") + ("\"V" + std::to_string(i)) + "\": 1";
+  fake::write_file("s.json", R"({"mode": "install", "components": [], "variables": {)" + variables + "}}");
+  try {
+    read_session_file("s.json", session);
+    FAIL() << "no error";
+  } catch (const FileError& errors) {
+    ASSERT_EQ(errors.each().size(), 100U);
+    EXPECT_EQ(errors.each().back().line(), 100U);
+    EXPECT_EQ(errors.line(), 1U);
+  }
+}
 
 TEST_F(SessionFile, SaysWhichPartOfAScannedDirectoryCannotBeRead) {
   fake::write_file("closed/file", "");
