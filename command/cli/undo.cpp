@@ -34,8 +34,8 @@ constexpr const char* examples =
     "  eclipse-int undo --eclipse /opt/eclipse --to 1731234567890\n"
     "      Go back to a state that \"eclipse-int history /opt/eclipse\" lists.\n"
     "\n"
-    "Once more takes back the run before. If somebody else has changed the Eclipse since then, this says what else\n"
-    "would go, and does nothing without --force.\n";
+    "Once more takes back the run before; runs that changed nothing are passed over. If somebody else has changed the\n"
+    "Eclipse since then, this says what else would go, and does nothing without --force.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
@@ -76,6 +76,17 @@ void check_variables(const SessionOptions& options) {
   eclipse_host::check_variables_file(*options.write_variables, eclipse_host::read_variables_file(*options.variables));
 }
 
+WayBack way_from(const ProfileState& newest, const fs::path& instance, const RunJournal& journal,
+                 const std::optional<std::string>& to) {
+  const std::vector<std::string> times = state_times(instance);
+  if (to) return way_back_to(times, journal, *to);
+  return way_back(times, journal, [&](const std::string& time) {
+    const ProfileState state = state_of_time(instance, time);
+    return newest.error.empty() && state.error.empty() &&
+           change_between(installed_in(newest), installed_in(state)).is_empty();
+  });
+}
+
 /// What other people changed is what counts, not the states that p2 writes without a change.
 std::vector<Undo::OtherState> changes_of_others(const fs::path& instance, const WayBack& way) {
   const std::vector<std::string> times = state_times(instance);
@@ -104,10 +115,10 @@ void look_at(Undo& undo, const std::optional<std::string>& to) {
   undo.journal = read_run_journal(instance);
   undo.newest = newest_time(undo.executable);
   if (undo.newest.empty()) throw InstanceError(eclipse_base::in_quotes(undo.executable) + " has no p2 profile of its own");
-  undo.way = way_back(state_times(instance), undo.journal, to);
+  const ProfileState newest = state_of_time(instance, undo.newest);
+  undo.way = way_from(newest, instance, undo.journal, to);
   undo.error = undo.way.error;
   if (!undo.error.empty()) return;
-  const ProfileState newest = state_of_time(instance, undo.newest);
   const ProfileState target = state_of_time(instance, undo.way.target);
   undo.error = why_not_revertible(newest, target);
   if (!undo.error.empty()) return;

@@ -192,10 +192,23 @@ TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChanged) {
   EXPECT_EQ(forced.at("others").at(0).at("time"), "1731234800000");
 }
 
+TEST_F(Undo, PassesOverRunsThatChangedNothing) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  script(2, leave("1731234700000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  script(3, leave("1731234800000", {"ide/4.0.0"}));
+  const Json result = undo("session.json", 0);
+  EXPECT_EQ(result.at("to"), "1731234500000");
+  EXPECT_EQ(result.at("change").at("wentOut"), Json({"one/1.0.0"}));
+  EXPECT_EQ(undo("session.json", 1).at("error"),
+            "no run of eclipse-int is recorded for this Eclipse that could be taken back; name a state");
+}
+
 TEST_F(Undo, DoesNotStartADirectorForNothing) {
   script(1, leave("1731234600000", {"ide/4.0.0"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
-  const Outcome outcome = eclipse_int("undo session.json");
+  const Outcome outcome = eclipse_int("undo session.json --to 1731234500000");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_TRUE(outcome.output.ends_with("  Nothing to do: the Eclipse has just these units.\n")) << outcome.output;
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
