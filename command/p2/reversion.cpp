@@ -10,6 +10,7 @@
 #include "base/printable.h"
 #include "base/temporary_directory.h"
 #include "base/text.h"
+#include "base/uri.h"
 #include "p2/director_command.h"
 #include "p2/profile_history.h"
 
@@ -37,7 +38,7 @@ constexpr std::string_view artifacts =
 std::string empty_repository(const fs::path& directory) {
   std::ofstream(directory / "content.xml", std::ios::binary) << metadata;
   std::ofstream(directory / "artifacts.xml", std::ios::binary) << artifacts;
-  return "file://" + directory.string();
+  return uri_of(fs::absolute(directory).string());
 }
 
 bool has_director(const ProfileState& state) {
