@@ -57,7 +57,10 @@ ReportAdditions AllOrNothing::additions() const {
     additions_.add_to(json);
     add_to(json);
   };
-  additions.exit_status = [this](int status) { return is_whole_ ? additions_.exit_status(status) : 1; };
+  additions.exit_status = [this](int status) {
+    if (interrupted_) return interrupted_->exit_status();
+    return is_whole_ ? additions_.exit_status(status) : 1;
+  };
   additions.text_when_ended = [this] { return text(); };
   additions.add_to_when_ended = [this](Json& json) { add_to(json); };
   return additions;
@@ -69,7 +72,9 @@ void AllOrNothing::run(const Plugin& plugin, Session& session, RunRecord& record
   if (!plan_.command) return run_(plugin, session, record, observers);
   Repositories repositories;
   offer_ = eclipse_plan::offered_to(plan_, repositories);
-  before_ = newest_time(plan_.executable);
+  instance_ = instance_directory(plan_.executable);
+  before_ = newest_time(instance_);
+  was_damaged_ = instance_damage(plan_.executable).has_value();
   try {
     run_(plugin, session, record, observers);
   } catch (...) {
@@ -79,11 +84,12 @@ void AllOrNothing::run(const Plugin& plugin, Session& session, RunRecord& record
   if (!is_whole(record)) go_back(session, record);
 }
 
-/// A director reports success for a removal although a unit stays, so its word is not enough.
+/// A director reports success for a removal although a unit stays, and when the disk is full, so its word is not enough.
 bool AllOrNothing::is_whole(const RunRecord& record) const {
-  if (record.failed()) return false;
+  if (record.failed() || (!was_damaged_ && instance_damage(plan_.executable))) return false;
   const auto verification = eclipse_verify::verify_by_profile(plan_, offer_);
-  return !verification || verification->differences().empty();
+  // An instance that had a profile before has to have one now.
+  return verification ? verification->differences().empty() : before_.empty();
 }
 
 /// Also after a signal: the first one that comes from now on lets the director end, the second one stops it.
@@ -95,10 +101,11 @@ void AllOrNothing::go_back(Session& session, RunRecord& record) {
   }
   const Interruption interruption;
   try {
-    move_damaged_states_aside();
+    repair();
     revert_unless_unchanged();
   } catch (const Interrupted& interrupted) {
     error_ = interrupted.name() + " stopped the director on the way back";
+    interrupted_ = interrupted;
   } catch (const std::exception& error) {
     error_ = error.what();
   }
@@ -107,38 +114,41 @@ void AllOrNothing::go_back(Session& session, RunRecord& record) {
   restore(session, record.variables_before, cached_executable);
 }
 
-/// A director that was stopped while it wrote one. No director can start from it.
-void AllOrNothing::move_damaged_states_aside() {
-  const auto states = newest_states(instance_directory(plan_.executable), before_);
-  for (const ProfileState& state : states_to_move(states, std::nullopt)) moved_.push_back(move_aside(state));
+/// No director can start from what one has left that was stopped while it wrote.
+void AllOrNothing::repair() {
+  const RepairPlan plan = plan_repair(instance_);
+  for (const ProfileState& state : plan.to_move) moved_.push_back(move_aside(state));
+  if (!plan.to_bring_back) return;
+  for (const auto& file : differing_files(*plan.to_bring_back, instance_)) brought_back_.push_back(instance_ / file);
+  bring_back(*plan.to_bring_back, instance_);
 }
 
 void AllOrNothing::revert_unless_unchanged() {
-  const auto instance = instance_directory(plan_.executable);
-  const std::string after = newest_time(plan_.executable);
+  const std::string after = newest_time(instance_);
   if (after == before_) return;
-  const ProfileState newest = state_of_time(instance, after);
-  const ProfileState target = state_of_time(instance, before_);
+  const ProfileState newest = state_of_time(instance_, after);
+  const ProfileState target = state_of_time(instance_, before_);
   error_ = why_not_revertible(newest, target);
   if (!error_.empty()) return;
   change_ = change_between(installed_in(newest), installed_in(target));
   if (change_->is_empty()) return;
   print_message("not all features were " + std::string(plan_.is_removal ? "removed" : "installed") + "; going back");
   std::vector<std::string> urls = plan_.repository_urls();
-  for (std::string& url : read_run_journal(instance).repositories()) urls.push_back(std::move(url));
+  for (std::string& url : read_run_journal(instance_).repositories()) urls.push_back(std::move(url));
   reversion_ = revert(plan_.executable, before_, urls, Interruption::observer().command_progress);
   error_ = reversion_->error;
 }
 
 std::string AllOrNothing::text() const {
   if (is_whole_) return "";
-  std::string text = "\nAll or nothing:\n  Not all features were ";
-  text += plan_.is_removal ? "removed" : "installed";
+  std::string text = "\nAll or nothing:\n";
+  text += brought_back_.empty() ? "  Not all features were " + std::string(plan_.is_removal ? "removed" : "installed")
+                                : "  A director has damaged the Eclipse instance";
   text += was_taken_back()
               ? ", so the Eclipse is as it was before the run: the state " + before_ + " (" + date_of(before_) + ").\n"
               : ".\n  Error: the Eclipse is not as it was before the run: " + printable(error_) + "\n";
-  for (const auto& file : moved_)
-    text += "  A damaged state of the profile was moved aside: " + printable(file.string()) + "\n";
+  for (const auto& file : moved_) text += "  A state of the profile was moved aside: " + printable(file.string()) + "\n";
+  for (const auto& file : brought_back_) text += "  A file was brought back: " + printable(file.string()) + "\n";
   if (reversion_) text += "  Command: " + printable(reversion_->command) + "\n";
   if (reversion_ && reversion_->failure) text += "  Why: " + failure_text(*reversion_->failure, "    ");
   return change_ && was_taken_back() ? text + "  Taken back:\n" + change_text(*change_, "    ") : text;
@@ -146,13 +156,17 @@ std::string AllOrNothing::text() const {
 
 void AllOrNothing::add_to(Json& json) const {
   if (!plan_.command) return;
-  Json moved = Json::array();
-  for (const auto& file : moved_) moved.push_back(file.string());
+  const auto names_of = [](const std::vector<std::filesystem::path>& files) {
+    Json names = Json::array();
+    for (const auto& file : files) names.push_back(file.string());
+    return names;
+  };
   const bool has_failed = reversion_ && reversion_->failure;
   json["allOrNothing"] = {{"whole", is_whole_},
                           {"before", before_.empty() ? Json() : Json(before_)},
                           {"wentBackTo", was_taken_back() ? Json(before_) : Json()},
-                          {"movedAside", moved},
+                          {"movedAside", names_of(moved_)},
+                          {"broughtBack", names_of(brought_back_)},
                           {"change", change_ ? change_json(*change_) : Json()},
                           {"command", reversion_ ? Json(reversion_->command) : Json()},
                           {"failure", has_failed ? failure_json(*reversion_->failure) : Json()},

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/interruption.h"
 #include "cli/session_command.h"
 #include "p2/reversion.h"
 #include "p2/unit_change.h"
@@ -22,7 +23,8 @@ class AllOrNothing {
   AllOrNothing(RunFunction run, ReportAdditions additions);
 
   /// Both refer to this object.
-  ///   allOrNothing: {whole, before: time or null, wentBackTo: time or null, movedAside: [file], change, command, failure,
+  ///   allOrNothing: {whole, before: time or null, wentBackTo: time or null, movedAside: [file], broughtBack: [file],
+  ///     change, command, failure,
   ///     error}, only when the session has a command
   RunFunction function();
   ReportAdditions additions() const;
@@ -32,7 +34,7 @@ class AllOrNothing {
            const eclipse_host::RunObservers& observers);
   bool is_whole(const eclipse_host::RunRecord& record) const;
   void go_back(eclipse_host::Session& session, eclipse_host::RunRecord& record);
-  void move_damaged_states_aside();
+  void repair();
   void revert_unless_unchanged();
   bool was_taken_back() const { return !is_whole_ && error_.empty(); }
   std::string text() const;
@@ -42,12 +44,16 @@ class AllOrNothing {
   ReportAdditions additions_;
   eclipse_plan::Plan plan_;
   eclipse_plan::Offer offer_;
-  std::string before_;  ///< the time of the newest state before the run; empty when there is none
+  std::filesystem::path instance_;  ///< a link to it may be changed meanwhile
+  std::string before_;              ///< the time of the newest state before the run; empty when there is none
+  bool was_damaged_ = false;
   bool is_whole_ = true;
-  std::vector<std::filesystem::path> moved_;  ///< the new names of damaged states that the run left
+  std::vector<std::filesystem::path> moved_;         ///< the new names of states that the run left damaged
+  std::vector<std::filesystem::path> brought_back_;  ///< files of the configuration that the run left damaged
   std::optional<eclipse_p2::UnitChange> change_;
   std::optional<eclipse_p2::Reversion> reversion_;
-  std::string error_;  ///< why the instance is not as it was
+  std::string error_;                       ///< why the instance is not as it was
+  std::optional<Interrupted> interrupted_;  ///< by which the way back was stopped
 };
 
 }  // namespace eclipse_cli

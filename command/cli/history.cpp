@@ -37,7 +37,7 @@ int perform(const std::string& eclipse, bool json) {
   if (history.states.empty()) {
     throw eclipse_p2::InstanceError(eclipse_base::in_quotes(history.executable) + " has no p2 profile of its own");
   }
-  history.damage = eclipse_p2::profile_damage_at_rest(history.executable);
+  history.damage = eclipse_p2::instance_damage_at_rest(history.executable);
   if (json) {
     print_history(history);
   } else {

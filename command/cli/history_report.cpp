@@ -43,7 +43,8 @@ std::string others_text(const UnitChange& change, const std::string& indent) {
 
 std::string about(const HistoricState& historic) {
   std::string text = "  " + state_text(historic.state, historic.unit_count);
-  if (historic.run != nullptr) text += ", by " + printable(historic.run->command);
+  if (historic.run != nullptr)
+    text += ", by " + printable(historic.run->command) + (historic.run->is_completed ? "" : " (not completed)");
   return text + "\n";
 }
 
@@ -82,6 +83,7 @@ Json recorded_run_json(const RecordedRun& run) {
   return {{"command", run.command},
           {"before", run.before},
           {"after", run.after},
+          {"completed", run.is_completed},
           {"wentBackTo", run.went_back_to.empty() ? Json() : Json(run.went_back_to)}};
 }
 

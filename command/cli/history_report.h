@@ -17,13 +17,13 @@ struct History {
   std::string executable;
   eclipse_p2::RunJournal journal;
   std::vector<eclipse_p2::HistoricState> states;  ///< newest first
-  std::optional<eclipse_p2::ProfileDamage> damage;
+  std::optional<eclipse_p2::InstanceDamage> damage;
 };
 
 std::string history_text(const History& history);
 
 /// Prints the document: executable; states: [{file, time, status, error, units, run: {command, before, after, wentBackTo} or
-/// null, change or null}], newest first; error: why it is not known which runs made them, or null; profileDamage
+/// null, change or null}], newest first; error: why it is not known which runs made them, or null; damage
 void print_history(const History& history);
 
 /// A line for each root that came, went or has another version, behind the indent; and how many other units came and went.

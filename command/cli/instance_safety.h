@@ -16,8 +16,12 @@ namespace eclipse_cli {
 /// fix.
 std::unique_ptr<eclipse_p2::InstanceLock> lock_instance(const std::string& executable, double seconds);
 
+/// Refuses an instance whose every director would fail, and keeps a copy of its configuration for a repair. Warns about what
+/// else is wrong with it, and when no copy can be kept. The caller must have its lock. Throws eclipse_p2::InstanceError.
+void prepare_for_directors(const std::string& executable);
+
 /// Prints what is wrong with the profile of an instance, if anything is, and the fix.
-void print_damage(const std::optional<eclipse_p2::ProfileDamage>& damage);
+void print_damage(const std::optional<eclipse_p2::InstanceDamage>& damage);
 
 }  // namespace eclipse_cli
 

@@ -130,6 +130,7 @@ std::string why_failed(const RunRecord& record, const CommandFailures& failures)
 std::string verdict(const RunRecord& record, const InstanceFinding& finding) {
   if (!record.refusal.empty()) return "Refused: " + printable(record.refusal) + "\n";
   if (record.failed()) return "Failed\n";
+  if (finding.is_damaged) return "The commands succeeded, but the Eclipse instance is damaged\n";
   return finding.differs ? "Done, but the Eclipse instance is not in the state that the session describes\n" : "Done\n";
 }
 

@@ -13,7 +13,8 @@ namespace eclipse_cli {
 
 /// What the instance has after a run.
 struct InstanceFinding {
-  bool differs = false;  ///< it is not in the state that the session describes
+  bool differs = false;     ///< it is not in the state that the session describes
+  bool is_damaged = false;  ///< it cannot be used as it is
   /// Whether a feature is installed; nothing when that is not known.
   std::function<std::optional<bool>(const std::string& feature)> has = [](const std::string&) { return std::nullopt; };
 };

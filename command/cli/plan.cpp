@@ -76,7 +76,7 @@ struct PlanReport {
   std::optional<eclipse_preview::Preview> preview;
   FindingCounts findings;  ///< of lint
   std::optional<Resolution> resolution;
-  std::optional<eclipse_p2::ProfileDamage> damage;
+  std::optional<eclipse_p2::InstanceDamage> damage;
   std::vector<Replacement> replacements;
   std::string refusal;         ///< of the run, because of these
   std::string update_command;  ///< that replaces them; empty when none is run
@@ -167,7 +167,7 @@ int plan_session(const SessionOptions& options, const PlanOptions& wanted) {
   command.warn_of_unreadable_descriptors(plugin);
   PlanReport report;
   report.plan = eclipse_plan::make_plan(plugin, command.session(), wanted.all_retries ? Retries::all : Retries::distinct);
-  if (report.plan.command) report.damage = eclipse_p2::profile_damage_at_rest(report.plan.executable);
+  if (report.plan.command) report.damage = eclipse_p2::instance_damage_at_rest(report.plan.executable);
   Repositories repositories;
   if (report.plan.command) look_at_instance(report, repositories, wanted.update);
   report.findings = lint_counts(plugin, repositories, command);

@@ -14,6 +14,8 @@
 
 namespace fs = std::filesystem;
 
+using eclipse_p2::RepairPlan;
+
 namespace eclipse_cli {
 
 namespace {
@@ -28,7 +30,10 @@ constexpr const char* examples =
     "\n"
     "p2 keeps each state of the profile, which records what is installed, in a separate file, and starts from\n"
     "the newest one. A director that is stopped while it writes this file leaves it damaged, and then every\n"
-    "director fails. This command renames such a file to TIME.profile.gz.damaged. It deletes nothing.\n";
+    "director fails. This command renames such a file to TIME.profile.gz.damaged. It deletes nothing.\n"
+    "\n"
+    "The same happens to config.ini and bundles.info, with which Eclipse starts. Each run keeps a copy of them;\n"
+    "this command brings it back, and moves the states aside that are newer than the copy.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
@@ -45,14 +50,34 @@ struct RepairOptions {
   double wait = 0;
 };
 
-/// Throws RepairError.
-void move_states(Repair& repair, const fs::path& instance, const std::optional<std::string>& to) {
-  const auto to_move = eclipse_p2::states_to_move(repair.states, to);
-  const auto first_left = repair.states.begin() + static_cast<std::ptrdiff_t>(to_move.size());
-  repair.lost = eclipse_p2::lost_units(instance, {first_left, repair.states.end()});
-  for (const auto& state : to_move) {
+/// The bundles of the states to be moved that stay listed. A state that is damaged has none.
+std::vector<eclipse_p2::Unit> bundles_left(const RepairPlan& plan, const fs::path& instance) {
+  const auto newest_left = plan.states.begin() + static_cast<std::ptrdiff_t>(plan.to_move.size());
+  if (plan.to_move.empty() || plan.to_bring_back || newest_left == plan.states.end()) return {};
+  return eclipse_p2::bundles_left(instance, plan.to_move.front(), *newest_left);
+}
+
+/// Throws RepairError and FileError.
+void repair_files(Repair& repair, const fs::path& instance, const std::optional<std::string>& to) {
+  repair.states = eclipse_p2::newest_states(instance, to);
+  const RepairPlan plan = eclipse_p2::plan_repair(instance, to);
+  repair.states = plan.states;
+  repair.configuration = plan.configuration;
+  const auto first_left = plan.states.begin() + static_cast<std::ptrdiff_t>(plan.to_move.size());
+  repair.lost = eclipse_p2::lost_units(instance, {first_left, plan.states.end()});
+  repair.bundles_left = bundles_left(plan, instance);
+  if (plan.to_bring_back) {
+    for (const fs::path& file : eclipse_p2::differing_files(*plan.to_bring_back, instance)) {
+      repair.brought_back.push_back(instance / file);
+    }
+  }
+  if (plan.configuration && !plan.configuration->is_startable && !plan.to_bring_back) {
+    throw eclipse_p2::RepairError(eclipse_p2::fix_of(*plan.configuration, repair.executable));
+  }
+  for (const auto& state : plan.to_move) {
     repair.moves.push_back({state.file, repair.is_dry_run ? fs::path() : eclipse_p2::move_aside(state)});
   }
+  if (plan.to_bring_back && !repair.is_dry_run) eclipse_p2::bring_back(*plan.to_bring_back, instance);
 }
 
 /// Throws InstanceError and Interrupted.
@@ -62,8 +87,10 @@ void ask(Repair& repair) {
 }
 
 int exit_status_of(const Repair& repair) {
-  const bool is_left_undone = repair.is_dry_run && !repair.moves.empty();
-  return repair.error.empty() && !repair.lost && !is_left_undone ? 0 : 1;
+  const bool changes_files = !repair.moves.empty() || !repair.brought_back.empty();
+  const bool is_damaged =
+      repair.lost || repair.damage || (repair.configuration && !changes_files) || !repair.bundles_left.empty();
+  return repair.error.empty() && !is_damaged && !(repair.is_dry_run && changes_files) ? 0 : 1;
 }
 
 /// Returns the exit status.
@@ -72,10 +99,12 @@ int perform_repair(Repair& repair, const RepairOptions& options) {
   const fs::path instance = eclipse_p2::instance_directory(repair.executable);
   const Interruption interruption;
   try {
-    repair.states = eclipse_p2::newest_states(instance, options.to);
-    move_states(repair, instance, options.to);
+    repair_files(repair, instance, options.to);
     if (!repair.is_dry_run) ask(repair);
+    if (!repair.is_dry_run && !repair.lost) repair.damage = eclipse_p2::instance_damage(repair.executable);
   } catch (const eclipse_p2::RepairError& error) {
+    repair.error = error.what();
+  } catch (const eclipse_base::FileError& error) {
     repair.error = error.what();
   } catch (const eclipse_p2::InstanceError& error) {
     repair.error = error.what();

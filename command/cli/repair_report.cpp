@@ -30,8 +30,23 @@ std::string moves_text(const Repair& repair) {
     text += repair.is_dry_run ? "  Would move aside: " + printable(move.from.string()) + "\n"
                               : "  Moved aside: " + printable(move.to.string()) + "\n";
   }
+  for (const auto& file : repair.brought_back) {
+    text += (repair.is_dry_run ? "  Would bring back: " : "  Brought back: ") + printable(file.string()) + "\n";
+  }
   return text.empty() && repair.error.empty() ? "  Nothing to move aside.\n" : text;
 }
+
+std::string bundles_text(const Repair& repair) {
+  constexpr std::size_t most_named = 3;
+  if (repair.bundles_left.empty()) return "";
+  return "  Warning: bundles.info still lists " + printable(first_few(texts_of(repair.bundles_left), most_named)) +
+         ", which only the states " + (repair.is_dry_run ? "to be moved" : "moved") +
+         " aside have, so Eclipse goes on starting what no director can remove\n    Fix: " +
+         (repair.is_dry_run ? "" : "rename the states back, and ") +
+         "use \"eclipse-int undo --to\", which lets the director remove it\n";
+}
+
+Json configuration_json(const ConfigurationDamage& damage) { return {{"file", damage.file.string()}, {"error", damage.error}}; }
 
 Json lost_json(const LostUnits& lost) {
   return {{"units", lost.units}, {"before", lost.before}, {"bundles", lost.bundles}, {"goBackTo", lost.time_before}};
@@ -43,8 +58,13 @@ std::string repair_text(const Repair& repair) {
   std::string text = "Eclipse " + printable(repair.executable) + "\n";
   text += repair.states.empty() ? "  No state of its p2 profile was found.\n" : "  Newest states of its p2 profile:\n";
   for (const ProfileState& state : repair.states) text += "    " + state_text(state, units_in(state)) + "\n";
+  if (repair.configuration) {
+    text += "  Damaged: " + printable(repair.configuration->file.string()) + " " + repair.configuration->error + "\n";
+  }
   text += moves_text(repair);
+  text += bundles_text(repair);
   if (repair.lost) text += text_of(*repair.lost, repair.executable);
+  if (repair.damage) text += "  Still damaged: " + repair.damage->message + "\n    Fix: " + repair.damage->fix + "\n";
   if (!repair.error.empty()) text += "  Error: " + repair.error + "\n";
   if (!repair.roots) return text;
   text += "  The director answers. Installed by name:\n";
@@ -59,14 +79,21 @@ void print_repair(const Repair& repair, int exit_status) {
   for (const Repair::Move& move : repair.moves) {
     moves.push_back({{"from", move.from.string()}, {"to", move.to.empty() ? Json() : Json(move.to.string())}});
   }
-  print_json({{"executable", repair.executable},
-              {"dryRun", repair.is_dry_run},
-              {"states", states},
-              {"moved", moves},
-              {"lostUnits", repair.lost ? lost_json(*repair.lost) : Json()},
-              {"roots", repair.roots ? Json(texts_of(*repair.roots)) : Json()},
-              {"error", repair.error.empty() ? Json() : Json(repair.error)},
-              {"exitStatus", exit_status}});
+  Json brought_back = Json::array();
+  for (const auto& file : repair.brought_back) brought_back.push_back(file.string());
+  Json json = {{"executable", repair.executable},
+               {"dryRun", repair.is_dry_run},
+               {"states", states},
+               {"moved", moves},
+               {"configuration", repair.configuration ? configuration_json(*repair.configuration) : Json()},
+               {"broughtBack", brought_back},
+               {"bundlesLeft", texts_of(repair.bundles_left)},
+               {"lostUnits", repair.lost ? lost_json(*repair.lost) : Json()},
+               {"roots", repair.roots ? Json(texts_of(*repair.roots)) : Json()},
+               {"error", repair.error.empty() ? Json() : Json(repair.error)},
+               {"exitStatus", exit_status}};
+  add_damage(json, repair.damage);
+  print_json(json);
 }
 
 }  // namespace eclipse_cli

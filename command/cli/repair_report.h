@@ -22,6 +22,10 @@ struct Repair {
   bool is_dry_run = false;
   std::vector<eclipse_p2::ProfileState> states;  ///< newest first, as they were found
   std::vector<Move> moves;
+  std::optional<eclipse_p2::ConfigurationDamage> configuration;
+  std::vector<std::filesystem::path> brought_back;     ///< of the configuration
+  std::vector<eclipse_p2::Unit> bundles_left;          ///< that only the states moved aside have, and the instance still starts
+  std::optional<eclipse_p2::InstanceDamage> damage;    ///< that is left
   std::optional<eclipse_p2::LostUnits> lost;           ///< by the newest state that is left
   std::optional<std::vector<eclipse_p2::Unit>> roots;  ///< of the instance, when it was asked and has answered
   std::string error;                                   ///< why the repair failed, or the instance did not answer
@@ -30,8 +34,9 @@ struct Repair {
 std::string repair_text(const Repair& repair);
 
 /// Prints the document: executable; dryRun; states: [{file, time, status: "readable", "damaged" or "unknown", error, units}],
-/// newest first; moved: [{from, to}], with null for `to` in a dry run; lostUnits: {units, before, bundles, goBackTo} or null;
-/// roots: [unit], null when the instance did not answer or was not asked; error: why not, or null; exitStatus
+/// newest first; moved: [{from, to}], with null for `to` in a dry run; configuration: {file, error} or null;
+/// broughtBack: [file]; bundlesLeft: [unit]; lostUnits: {units, before, bundles, goBackTo} or null;
+/// roots: [unit], null when the instance did not answer or was not asked; error: why not, or null; exitStatus; damage
 void print_repair(const Repair& repair, int exit_status);
 
 }  // namespace eclipse_cli

@@ -80,9 +80,9 @@ void add_text(Json& json, const char* name, const std::string& text, const char*
   if (!eclipse_base::is_utf8(text)) json[hex_name] = in_hexadecimal(text);
 }
 
-void add_damage(Json& json, const std::optional<eclipse_p2::ProfileDamage>& damage) {
+void add_damage(Json& json, const std::optional<eclipse_p2::InstanceDamage>& damage) {
   if (!damage) return;
-  json["profileDamage"] = {{"state", damage->state.string()}, {"message", damage->message}, {"fix", damage->fix}};
+  json["damage"] = {{"file", damage->file.string()}, {"message", damage->message}, {"fix", damage->fix}};
 }
 
 void print_run(const RunFacts& run, int exit_status, const std::function<void(Json&)>& add_to) {

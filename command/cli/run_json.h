@@ -18,8 +18,8 @@ namespace eclipse_cli {
 /// Adds a text as a member of an object, followed by its bytes in hexadecimal when they are not UTF-8.
 void add_text(nlohmann::ordered_json& json, const char* name, const std::string& text, const char* hex_name);
 
-/// Adds what is wrong with the profile of the instance, if anything is: profileDamage: {state, message, fix}
-void add_damage(nlohmann::ordered_json& json, const std::optional<eclipse_p2::ProfileDamage>& damage);
+/// Adds what is wrong with the profile of the instance, if anything is: damage: {state, message, fix}
+void add_damage(nlohmann::ordered_json& json, const std::optional<eclipse_p2::InstanceDamage>& damage);
 
 /// {layer, meaning, causes: [text], log}, with null for the log when there is none
 nlohmann::ordered_json failure_json(const eclipse_p2::Failure& failure);
@@ -29,7 +29,7 @@ struct RunFacts {
   const eclipse_host::RunRecord& record;
   const CommandFailures& failures;
   const eclipse_host::Variables& variables_after;
-  const std::optional<eclipse_p2::ProfileDamage>& damage;
+  const std::optional<eclipse_p2::InstanceDamage>& damage;
 };
 
 /// Prints the document for a run, to which `add_to` adds members; throws std::bad_alloc before anything is printed:
@@ -41,19 +41,19 @@ struct RunFacts {
 ///     exitCode, seconds, failure}]; hex, outputHex and errorOutputHex: the bytes of the text before, each only when they are
 ///     not UTF-8; outputLeftOut and errorOutputLeftOut: how many bytes are left out, only when some are; failure: null when the
 ///     command succeeded, otherwise {layer, meaning, causes: [text], log}, with null for the log when there is none
-///   profileDamage: as add_damage() adds it
+///   damage: as add_damage() adds it
 void print_run(const RunFacts& run, int exit_status, const std::function<void(nlohmann::ordered_json& json)>& add_to);
 
 /// Prints the document for a run that a signal ended:
 ///   status: "interrupted"; exitStatus: 128 and the number of the signal; signal: its name
-///   actions, variables, log, profileDamage: as above, with null for the result of the action that had not returned
+///   actions, variables, log, damage: as above, with null for the result of the action that had not returned
 ///   commands: as above, with null for the exit code and the failure of the one that was running
 void print_interrupted_run(const RunFacts& run, const Interrupted& interrupted,
                            const std::function<void(nlohmann::ordered_json& json)>& add_to);
 
 /// Prints the document for a run that an exception in the host ended, such as a lack of memory:
 ///   status: "aborted"; exitStatus: 1; reason: what failed
-///   actions, variables, log, commands, profileDamage: as for a run that a signal ended
+///   actions, variables, log, commands, damage: as for a run that a signal ended
 void print_aborted_run(const RunFacts& run, const std::string& reason,
                        const std::function<void(nlohmann::ordered_json& json)>& add_to);
 

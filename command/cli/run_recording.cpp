@@ -39,14 +39,14 @@ std::vector<std::string> repositories_of(const RunRecord& record) {
 
 }  // namespace
 
-std::string newest_time(const std::string& executable) {
-  const auto times = eclipse_p2::state_times(eclipse_p2::instance_directory(executable));
+std::string newest_time(const std::filesystem::path& instance) {
+  const auto times = eclipse_p2::state_times(instance);
   return times.empty() ? "" : times.front();
 }
 
-void record_with_warning(const std::string& executable, const eclipse_p2::RecordedRun& run) {
+void record_with_warning(const std::filesystem::path& instance, const eclipse_p2::RecordedRun& run) {
   try {
-    eclipse_p2::record_run(eclipse_p2::instance_directory(executable), run);
+    eclipse_p2::record_run(instance, run);
   } catch (const eclipse_base::FileError& error) {
     print_message("warning: " + std::string(error.what()) + "; \"history\" and \"undo\" do not know this run");
   }
@@ -54,23 +54,34 @@ void record_with_warning(const std::string& executable, const eclipse_p2::Record
 
 RunRecording::RunRecording(const std::string& executable, const SessionOptions& options, const Session& session,
                            const RunRecord& record)
-    : executable_(executable), session_(session), record_(record) {
+    : session_(session), record_(record) {
   if (executable.empty()) return;
+  instance_ = eclipse_p2::instance_directory(executable);
   run_.command = eclipse_shell::own_command();
-  run_.before = newest_time(executable);
+  run_.before = newest_time(instance_);
   run_.cached_before = cached_in(session);
   if (options.write_variables) run_.variables_file = eclipse_base::absolute_path(*options.write_variables).string();
+  begin();
+}
+
+/// So that a run that is killed leaves a trace. Whether the journal can be written matters only once the run has made a state.
+void RunRecording::begin() const try {
+  if (!run_.before.empty()) eclipse_p2::record_beginning(instance_, run_);
+} catch (const eclipse_base::FileError&) {
 }
 
 /// A run that has no memory left is not recorded.
 RunRecording::~RunRecording() try {
   if (run_.before.empty()) return;
-  run_.after = newest_time(executable_);
-  if (run_.after == run_.before) return;
+  run_.after = newest_time(instance_);
+  if (!eclipse_p2::is_before(run_.before, run_.after)) {
+    eclipse_p2::forget_beginning(instance_);
+    return;
+  }
   run_.went_back_to = record_.went_back_to;
   run_.repositories = repositories_of(record_);
   run_.cached_after = cached_in(session_);
-  record_with_warning(executable_, run_);
+  record_with_warning(instance_, run_);
 } catch (const std::exception&) {
 }
 

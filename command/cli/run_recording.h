@@ -2,6 +2,7 @@
 #ifndef ECLIPSE_INT_CLI_RUN_RECORDING_H
 #define ECLIPSE_INT_CLI_RUN_RECORDING_H
 
+#include <filesystem>
 #include <string>
 
 #include "cli/session_options.h"
@@ -26,17 +27,19 @@ class RunRecording {
   RunRecording& operator=(const RunRecording&) = delete;
 
  private:
-  const std::string& executable_;
+  void begin() const;
+
+  std::filesystem::path instance_;  ///< a link to it may be changed during the run
   const eclipse_host::Session& session_;
   const eclipse_host::RunRecord& record_;
   eclipse_p2::RecordedRun run_;
 };
 
-/// Records a run. If that is impossible, prints a warning.
-void record_with_warning(const std::string& executable, const eclipse_p2::RecordedRun& run);
+/// Records a run on the instance in this directory. If that is impossible, prints a warning.
+void record_with_warning(const std::filesystem::path& instance, const eclipse_p2::RecordedRun& run);
 
-/// The time of the newest state of the profile; empty when there is none.
-std::string newest_time(const std::string& executable);
+/// The time of the newest state of the profile of the instance in this directory; empty when there is none.
+std::string newest_time(const std::filesystem::path& instance);
 
 }  // namespace eclipse_cli
 

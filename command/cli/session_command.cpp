@@ -74,7 +74,7 @@ std::string SessionCommand::chosen_executable(const Plugin& plugin) const try {
 
 /// Without memory, nothing more can be said.
 void SessionCommand::look_at_profile(const std::string& executable) try {
-  damage_ = eclipse_p2::profile_damage(executable);
+  damage_ = eclipse_p2::instance_damage(executable);
 } catch (const std::bad_alloc&) {
 }
 
@@ -132,9 +132,11 @@ void SessionCommand::print_document(const std::function<void(bool is_whole)>& pr
 
 int SessionCommand::end(RunReport& report, const ReportAdditions& additions, const std::optional<LogFile>& log) {
   const bool files_written = write_files(log);
-  const int status = additions.exit_status(record_.failed() ? 1 : files_written ? 0 : 2);
+  const int status = additions.exit_status(record_.failed() || damage_ ? 1 : files_written ? 0 : 2);
   if (!options_.json) {
-    report.end(record_, session_, additions.finding());
+    InstanceFinding finding = additions.finding();
+    finding.is_damaged = damage_.has_value();
+    report.end(record_, session_, finding);
     report.add(additions.text());
     return status;
   }
@@ -151,6 +153,7 @@ int SessionCommand::perform(const RunFunction& run, Directors directors, const R
   check_outputs(options_, plugin, session_);
   const std::string executable = directors == Directors::none ? "" : chosen_executable(plugin);
   const auto lock = lock_instance(executable, options_.wait);
+  prepare_for_directors(executable);
   warn_of_unreadable_descriptors(plugin);
   const RunRecording recording(executable, options_, session_, record_);
   std::optional<LogFile> log;
@@ -178,7 +181,7 @@ int SessionCommand::perform(const RunFunction& run, Directors directors, const R
     look_at_profile(executable);
     return abort(error.what(), additions, log);
   }
-  if (record_.failed() || additions.exit_status(0) != 0) look_at_profile(executable);
+  look_at_profile(executable);
   const int status = end(report, additions, log);
   print_damage(damage_);
   return status;

@@ -77,7 +77,7 @@ class SessionCommand {
   eclipse_host::Session session_;
   eclipse_host::RunRecord record_;
   CommandFailures failures_;
-  std::optional<eclipse_p2::ProfileDamage> damage_;
+  std::optional<eclipse_p2::InstanceDamage> damage_;
 };
 
 }  // namespace eclipse_cli

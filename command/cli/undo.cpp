@@ -113,7 +113,7 @@ void find_cached(Undo& undo) {
 void look_at(Undo& undo, const std::optional<std::string>& to) {
   const fs::path instance = instance_directory(undo.executable);
   undo.journal = read_run_journal(instance);
-  undo.newest = newest_time(undo.executable);
+  undo.newest = newest_time(instance_directory(undo.executable));
   if (undo.newest.empty()) throw InstanceError(eclipse_base::in_quotes(undo.executable) + " has no p2 profile of its own");
   const ProfileState newest = state_of_time(instance, undo.newest);
   undo.way = way_from(newest, instance, undo.journal, to);
@@ -141,18 +141,18 @@ void go_back(Undo& undo) {
 }
 
 void record(const Undo& undo) {
-  const std::string after = newest_time(undo.executable);
+  const std::string after = newest_time(instance_directory(undo.executable));
   if (after == undo.newest || !undo.error.empty()) return;
   const RecordedRun* const last = undo.journal.run_that_left(undo.newest);
   const auto before = last != nullptr ? last->cached_after : std::nullopt;
-  record_with_warning(undo.executable, {eclipse_shell::own_command(),
-                                        undo.newest,
-                                        after,
-                                        undo.way.target,
-                                        {},
-                                        before,
-                                        undo.knows_cached ? undo.cached : before,
-                                        ""});
+  record_with_warning(instance_directory(undo.executable), {eclipse_shell::own_command(),
+                                                            undo.newest,
+                                                            after,
+                                                            undo.way.target,
+                                                            {},
+                                                            before,
+                                                            undo.knows_cached ? undo.cached : before,
+                                                            ""});
 }
 
 /// Throws FileError.
@@ -169,13 +169,14 @@ void let_variables_follow(Undo& undo, const SessionOptions& options) {
 int perform_undo(Undo& undo, const UndoOptions& options) {
   look_at(undo, options.to);
   if (!options.session.json) std::cout << found_text(undo) << std::flush;
-  undo.damage = undo.is_dry_run ? profile_damage_at_rest(undo.executable) : profile_damage(undo.executable);
-  if (!undo.error.empty() || undo.damage) return 1;
+  undo.damage = undo.is_dry_run ? instance_damage_at_rest(undo.executable) : instance_damage(undo.executable);
+  if (!undo.error.empty() || (undo.damage && undo.damage->is_fatal)) return 1;
+  if (!undo.is_dry_run) prepare_for_directors(undo.executable);
   try {
     if (!undo.is_dry_run) go_back(undo);
   } catch (const Interrupted& interrupted) {
     undo.error = interrupted.name() + " stopped the director";
-    undo.damage = profile_damage(undo.executable);
+    undo.damage = instance_damage(undo.executable);
     return interrupted.exit_status();
   }
   record(undo);
@@ -185,7 +186,7 @@ int perform_undo(Undo& undo, const UndoOptions& options) {
     print_message(error.what());
     return 2;
   }
-  if (!undo.error.empty()) undo.damage = profile_damage(undo.executable);
+  if (!undo.error.empty()) undo.damage = instance_damage(undo.executable);
   return undo.error.empty() ? 0 : 1;
 }
 

@@ -34,7 +34,7 @@ struct Undo {
   std::string variables_of_run;  ///< the file to which the last run wrote its variables; empty when there is none
   std::optional<eclipse_p2::Reversion> reversion;  ///< when the director was started
   std::string error;                               ///< why the instance was not brought back; empty when it was
-  std::optional<eclipse_p2::ProfileDamage> damage;
+  std::optional<eclipse_p2::InstanceDamage> damage;
 };
 
 /// What is taken back, as it is known before.
@@ -46,7 +46,7 @@ std::string undone_text(const Undo& undo);
 /// Prints the document: executable; dryRun; forced; from, to: the times of the states, or null; runs: [{command, before, after,
 /// wentBackTo}], those that are taken back; change: as history has it, or null; others: [{time, change}]; command: that was
 /// run, or null; failure: of it, or null; variables: {file, CASHED_ECLIPSE_PATH: text or null}, or null; error: or null;
-/// exitStatus; profileDamage
+/// exitStatus; damage
 void print_undo(const Undo& undo, int exit_status);
 
 }  // namespace eclipse_cli

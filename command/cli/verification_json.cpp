@@ -47,13 +47,13 @@ Json verification_json(const Verification& verification) {
           {"knowsAll", verification.knows_all()}};
 }
 
-void print_verification(const Verification& verification, const std::optional<ProfileDamage>& damage) {
+void print_verification(const Verification& verification, const std::optional<InstanceDamage>& damage) {
   Json json = verification_json(verification);
   add_damage(json, damage);
   print_json(json);
 }
 
-void print_unverifiable(const std::string& executable, const std::string& error, const ProfileDamage& damage) {
+void print_unverifiable(const std::string& executable, const std::string& error, const InstanceDamage& damage) {
   Json json = {{"executable", executable}, {"error", error}};
   add_damage(json, damage);
   print_json(json);

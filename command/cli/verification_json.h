@@ -17,12 +17,12 @@ namespace eclipse_cli {
 /// "profile" or "director"; knowsAll: whether also what was installed as a requirement of the roots is known
 nlohmann::ordered_json verification_json(const eclipse_verify::Verification& verification);
 
-/// Prints that document, with the member profileDamage if something is wrong with the profile.
+/// Prints that document, with the member damage if something is wrong with the profile.
 void print_verification(const eclipse_verify::Verification& verification,
-                        const std::optional<eclipse_p2::ProfileDamage>& damage);
+                        const std::optional<eclipse_p2::InstanceDamage>& damage);
 
-/// Prints the document for an instance that cannot be queried because of its damaged profile: executable; error; profileDamage
-void print_unverifiable(const std::string& executable, const std::string& error, const eclipse_p2::ProfileDamage& damage);
+/// Prints the document for an instance that cannot be queried because of its damaged profile: executable; error; damage
+void print_unverifiable(const std::string& executable, const std::string& error, const eclipse_p2::InstanceDamage& damage);
 
 /// Prints the document for a plan without a command: same: true; units: []; reason: the last line of the log; reasons: [text]
 void print_nothing_to_verify(const eclipse_plan::Plan& plan);

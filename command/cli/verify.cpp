@@ -57,7 +57,7 @@ struct Answer {
   std::optional<Verification> verification;
   std::string error;
   std::optional<Interrupted> interrupted;
-  std::optional<eclipse_p2::ProfileDamage> damage;
+  std::optional<eclipse_p2::InstanceDamage> damage;
 };
 
 /// A director that only answers may write the profile, too, when the instance was moved. Throws InstanceInUse.
@@ -79,7 +79,7 @@ Answer ask(const Plan& plan, bool asks_director, double seconds_to_wait) {
   } catch (const Interrupted& interrupted) {
     answer.interrupted = interrupted;
   }
-  answer.damage = eclipse_p2::profile_damage(plan.executable);
+  answer.damage = eclipse_p2::instance_damage(plan.executable);
   return answer;
 }
 

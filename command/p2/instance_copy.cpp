@@ -17,6 +17,7 @@
 
 #include "base/file.h"
 #include "base/text.h"
+#include "p2/configuration_files.h"
 #include "p2/installed_units.h"
 #include "p2/profile.h"
 
@@ -26,8 +27,6 @@ using namespace eclipse_base;
 namespace eclipse_p2 {
 
 namespace {
-
-constexpr std::string_view configuration_file = "configuration/config.ini";
 
 /// Relative to the configuration, so that it comes along with it. It is also where p2 looks when nothing is said.
 bool keeps_data_beside_configuration(const fs::path& instance) {

@@ -1,7 +1,8 @@
 // p2 keeps the states of a profile as p2/org.eclipse.equinox.p2.engine/profileRegistry/ID.profile/TIME.profile, or .profile.gz:
 //
 //   <profile id="..."><units><unit id="..." version="...">
-//     <requires><required namespace="..." name="..." optional="true"/> ...</requires> ...</unit> ...</units>
+//     <requires><required namespace="..." name="..." optional="true"/> ...</requires>
+//     <artifacts><artifact classifier="osgi.bundle" id="..." version="..."/> ...</artifacts> ...</unit> ...</units>
 //     <iusProperties><iuProperties id="..." version="..."><properties>
 //       <property name="org.eclipse.equinox.p2.type.root" value="true"/> ...</properties></iuProperties> ...</iusProperties>
 //     ...</profile>
@@ -21,6 +22,7 @@
 #include "base/archive.h"
 #include "base/file.h"
 #include "base/text.h"
+#include "p2/configuration_files.h"
 #include "p2/xml.h"
 
 using namespace eclipse_base;
@@ -41,24 +43,10 @@ std::optional<long long> time_of(const fs::path& file) {
   return time;
 }
 
-fs::path configuration_of(const fs::path& instance) { return instance / "configuration/config.ini"; }
-
-/// The profile that the instance works on, as its configuration says; empty when it does not.
-std::string configured_profile(const fs::path& instance) {
-  constexpr std::string_view key = "eclipse.p2.profile=";
-  const FileContent configuration = read_file(configuration_of(instance), largest::configuration);
-  for (const std::string& line : lines_of(configuration.bytes)) {
-    if (line.starts_with(key)) return std::string(trimmed(line.substr(key.size()), "\r"));
-  }
-  return "";
-}
-
 /// Without a word of the configuration, only a single one is certain to be the right one.
 fs::path profile_of(const fs::path& instance) {
   const fs::path registry = instance / "p2/org.eclipse.equinox.p2.engine/profileRegistry";
-  if (const std::string configured = configured_profile(instance); !configured.empty()) {
-    return registry / (configured + ".profile");
-  }
+  if (const auto configured = configured_value(instance, "eclipse.p2.profile")) return registry / (*configured + ".profile");
   std::error_code error;
   const fs::directory_iterator all(registry, error);
   std::vector<fs::path> profiles;
@@ -79,6 +67,10 @@ bool requires_a_unit(const pugi::xml_node& required) {
          !required.attribute("optional").as_bool();
 }
 
+bool is_bundle(const pugi::xml_node& unit) {
+  return static_cast<bool>(unit.child("artifacts").find_child_by_attribute("artifact", "classifier", "osgi.bundle"));
+}
+
 std::set<Unit> roots_in(const pugi::xml_node& profile) {
   std::set<Unit> roots;
   for (const pugi::xml_node unit : profile.child("iusProperties").children("iuProperties")) {
@@ -96,7 +88,7 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
   for (const pugi::xml_node unit : profile.child("units").children("unit")) {
     const std::string id = unit.attribute("id").value();
     const std::string version = unit.attribute("version").value();
-    installed.push_back({id, version, {}, roots.contains(Unit{id, version})});
+    installed.push_back({id, version, {}, roots.contains(Unit{id, version}), is_bundle(unit)});
     // A fragment goes with the unit that it configures.
     if (unit.child("hostRequirements")) continue;
     for (const pugi::xml_node required : unit.child("requires").children("required")) {
@@ -147,6 +139,10 @@ std::string time_of_state(const fs::path& file) {
   return name.substr(0, name.find('.'));
 }
 
+bool is_before(const std::string& time, const std::string& other) {
+  return std::strtoll(time.c_str(), nullptr, 10) < std::strtoll(other.c_str(), nullptr, 10);
+}
+
 ProfileState read_profile_state(const fs::path& file) {
   ProfileState state{file, time_of_state(file), "", false, {}};
   FileContent content = read_file(file, largest::profile);
@@ -173,7 +169,7 @@ std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance
 
 std::string profile_units_error(const fs::path& instance) {
   const fs::path newest = profile_file(instance);
-  const fs::path file = newest.empty() ? configuration_of(instance) : newest;
+  const fs::path file = newest.empty() ? instance / configuration_file : newest;
   std::error_code error;
   if (!fs::exists(file, error)) return "";
   if (newest.empty()) {

@@ -31,8 +31,9 @@ class SharedIds {
 struct InstalledUnit {
   std::string id;
   std::string version;
-  SharedIds required_by;  ///< the installed units that require it as a unit or as a bundle
-  bool is_root = false;   ///< it was installed by name; otherwise it came along with another unit
+  SharedIds required_by;   ///< the installed units that require it as a unit or as a bundle
+  bool is_root = false;    ///< it was installed by name; otherwise it came along with another unit
+  bool is_bundle = false;  ///< it has a jar that the instance starts with
 };
 
 /// The directory of the instance whose executable this is, also when a link names it.
@@ -58,6 +59,9 @@ ProfileState read_profile_state(const std::filesystem::path& file);
 
 /// The time of a state, which its file name begins with.
 std::string time_of_state(const std::filesystem::path& file);
+
+/// Whether a state of one time was written before that of another.
+bool is_before(const std::string& time, const std::string& other);
 
 /// The newest state; empty when there is none.
 std::filesystem::path profile_file(const std::filesystem::path& instance);

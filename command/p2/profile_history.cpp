@@ -1,7 +1,6 @@
 #include "p2/profile_history.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 #include "base/printable.h"
@@ -11,8 +10,6 @@ namespace fs = std::filesystem;
 namespace eclipse_p2 {
 
 namespace {
-
-long long as_number(const std::string& time) { return std::strtoll(time.c_str(), nullptr, 10); }
 
 /// The states from the newest one back. What went back to an older state has made a copy of it, so the way goes on there.
 class Walk {
@@ -79,9 +76,7 @@ ProfileState state_of_time(const fs::path& instance, const std::string& time) {
 }
 
 const RecordedRun* run_that_made(const std::string& time, const RunJournal& journal) {
-  const auto made_it = [&](const RecordedRun& run) {
-    return as_number(run.before) < as_number(time) && as_number(time) <= as_number(run.after);
-  };
+  const auto made_it = [&](const RecordedRun& run) { return is_before(run.before, time) && !is_before(run.after, time); };
   const auto found = std::find_if(journal.runs.rbegin(), journal.runs.rend(), made_it);
   return found == journal.runs.rend() ? nullptr : &*found;
 }

@@ -1,6 +1,7 @@
 #include "p2/profile_repair.h"
 
 #include <algorithm>
+#include <chrono>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -9,6 +10,7 @@
 #include "base/printable.h"
 #include "base/text.h"
 #include "p2/instance_lock.h"
+#include "p2/profile_history.h"
 #include "shell/shell_reading.h"
 
 using namespace eclipse_base;
@@ -21,22 +23,52 @@ namespace {
 
 bool is_readable(const ProfileState& state) { return state.error.empty(); }
 
-/// The bundles that the instance starts with. Each line is "NAME,VERSION,LOCATION,LEVEL,STARTED".
-std::set<Unit> listed_bundles(const fs::path& instance) {
-  std::set<Unit> bundles;
-  const fs::path list = instance / "configuration/org.eclipse.equinox.simpleconfigurator/bundles.info";
-  for (const std::string& line : lines_of(read_file(list, largest::configuration).bytes)) {
-    const auto columns = split(line, ',');
-    if (!line.starts_with('#') && columns.size() > 1) bundles.insert({columns[0], columns[1]});
+/// From which a director starts when those that are damaged are moved aside.
+std::optional<ProfileState> first_usable_state(const fs::path& instance) {
+  for (const fs::path& file : profile_states(instance)) {
+    ProfileState state = read_profile_state(file);
+    if (!state.is_damaged) return state;
   }
-  return bundles;
+  return std::nullopt;
 }
 
 std::size_t count_of(const ProfileState& state) { return state.units ? state.units->size() : 0; }
 
-ProfileDamage damage_of(const ProfileState& newest, const std::string& error, const std::string& repair) {
+InstanceDamage damage_of(const ProfileState& newest, const std::string& error, const std::string& repair) {
   return {newest.file, "the newest state of the p2 profile, " + printable(newest.file.string()) + ", " + error,
-          "run: " + repair};
+          "run: " + repair, newest.is_damaged};
+}
+
+/// The copy to bring back: one whose state is there, and that is not as damaged as what it would replace.
+std::optional<KeptConfiguration> useful_copy(const fs::path& instance, const ConfigurationDamage& damage) {
+  auto kept = kept_configuration(instance);
+  if (!kept || !state_of_time(instance, kept->time).error.empty()) return std::nullopt;
+  const bool is_newer = !damage.time_before.empty() && is_before(damage.time_before, kept->time);
+  return is_newer ? std::nullopt : kept;
+}
+
+/// A clock may have been a little fast.
+bool is_of_the_future(const std::string& time) {
+  const auto soon = std::chrono::system_clock::now() + std::chrono::minutes(10);
+  return is_before(std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(soon.time_since_epoch()).count()),
+                   time);
+}
+
+/// p2 gives a new state the present time, but goes on starting from this one, and refuses every change then.
+InstanceDamage damage_of_the_future(const ProfileState& newest, const fs::path& instance, const std::string& executable) {
+  InstanceDamage damage = damage_of(newest, "is of the future (" + date_of(newest.time) + "), so every change fails", "");
+  const auto times = state_times(instance);
+  const auto present = std::find_if_not(times.begin(), times.end(), is_of_the_future);
+  damage.fix = present == times.end() ? "set the clock of this computer right" : "run: " + repair_command(executable, *present);
+  damage.is_fatal = true;
+  return damage;
+}
+
+InstanceDamage damage_of(const ConfigurationDamage& damage, const std::string& executable) {
+  return {damage.file,
+          printable(damage.file.string()) + " " + damage.error +
+              (damage.is_startable ? ", so Eclipse does not start it" : ", so every director fails"),
+          fix_of(damage, executable), !damage.is_startable};
 }
 
 }  // namespace
@@ -68,20 +100,29 @@ std::string repair_command(const std::string& executable, const std::string& to)
   return "eclipse-int repair " + printable(word) + (to.empty() ? "" : " --to " + to);
 }
 
-std::optional<ProfileDamage> profile_damage(const std::string& executable) {
+std::string fix_of(const ConfigurationDamage& damage, const std::string& executable) {
+  if (useful_copy(instance_directory(executable), damage)) return "run: " + repair_command(executable);
+  if (!damage.time_before.empty()) return "run: " + repair_command(executable, damage.time_before);
+  return "no copy of it was kept; restore it from a backup of the Eclipse instance, or install the Eclipse anew";
+}
+
+std::optional<InstanceDamage> instance_damage(const std::string& executable) {
   if (executable.empty()) return std::nullopt;
   const fs::path instance = instance_directory(executable);
   const std::vector<ProfileState> states = newest_states(instance);
   if (states.empty()) return std::nullopt;
   const ProfileState& newest = states.front();
   if (newest.is_damaged) return damage_of(newest, newest.error + ", so every director fails", repair_command(executable));
-  const auto lost = lost_units(instance, states);
-  if (!lost) return std::nullopt;
-  return damage_of(newest, lost->text(), repair_command(executable, lost->time_before));
+  if (is_of_the_future(newest.time)) return damage_of_the_future(newest, instance, executable);
+  if (const auto lost = lost_units(instance, states)) {
+    return damage_of(newest, lost->text(), repair_command(executable, lost->time_before));
+  }
+  const auto damage = configuration_damage(instance, newest);
+  return damage ? std::optional(damage_of(*damage, executable)) : std::nullopt;
 }
 
-std::optional<ProfileDamage> profile_damage_at_rest(const std::string& executable) {
-  auto damage = profile_damage(executable);
+std::optional<InstanceDamage> instance_damage_at_rest(const std::string& executable) {
+  auto damage = instance_damage(executable);
   if (damage && is_in_use(instance_directory(executable))) return std::nullopt;
   return damage;
 }
@@ -109,6 +150,18 @@ std::vector<ProfileState> states_to_move(const std::vector<ProfileState>& states
                       " can be read");
   }
   return {states.begin(), kept};
+}
+
+RepairPlan plan_repair(const fs::path& instance, const std::optional<std::string>& to) {
+  RepairPlan plan;
+  std::optional<std::string> target = to;
+  if (const auto first = first_usable_state(instance)) plan.configuration = configuration_damage(instance, *first);
+  auto kept = plan.configuration ? useful_copy(instance, *plan.configuration) : kept_configuration(instance);
+  if (plan.configuration && kept && !target) target = kept->time;
+  if (kept && target == kept->time) plan.to_bring_back = std::move(kept);
+  plan.states = newest_states(instance, target);
+  plan.to_move = states_to_move(plan.states, target);
+  return plan;
 }
 
 fs::path move_aside(const ProfileState& state) {

@@ -12,6 +12,7 @@
 #include "base/file_replacement.h"
 #include "base/json_document.h"
 #include "base/json_text.h"
+#include "p2/profile.h"
 
 namespace fs = std::filesystem;
 using namespace eclipse_base;
@@ -38,6 +39,8 @@ RecordedRun run_of(const JsonElement& element) {
   run.cached_before = text_or_nothing(element, "cachedBefore");
   run.cached_after = text_or_nothing(element, "cachedAfter");
   run.variables_file = element.get("variablesFile").text();
+  const auto completed = element.find("completed");
+  run.is_completed = !completed || completed->boolean();
   return run;
 }
 
@@ -50,6 +53,7 @@ Json json_of(const RecordedRun& run) {
                {"variablesFile", run.variables_file}};
   if (run.cached_before) json["cachedBefore"] = *run.cached_before;
   if (run.cached_after) json["cachedAfter"] = *run.cached_after;
+  if (!run.is_completed) json["completed"] = false;
   return json;
 }
 
@@ -57,6 +61,40 @@ Json json_of(const RecordedRun& run) {
 void check_is_no_link(const fs::path& file) {
   std::error_code error;
   if (fs::is_symlink(file, error)) throw FileError(file, "is a symlink, so no run is recorded; remove it");
+}
+
+RunJournal read_file_of_runs(const fs::path& instance) {
+  const fs::path file = journal_of(instance);
+  std::error_code error;
+  if (!fs::exists(fs::symlink_status(file, error))) return {};
+  RunJournal journal;
+  try {
+    check_is_no_link(file);
+    const JsonDocument document(file);
+    for (const JsonElement& run : document.root().get("runs").items()) journal.runs.push_back(run_of(run));
+    return journal;
+  } catch (const FileError& unreadable) {
+    return {{}, unreadable.what()};
+  }
+}
+
+void write(const fs::path& instance, const std::vector<RecordedRun>& runs) {
+  const fs::path file = journal_of(instance);
+  check_is_no_link(file);
+  const std::size_t first = runs.size() - std::min(runs.size(), most_recorded_runs);
+  Json list = Json::array();
+  for (std::size_t i = first; i < runs.size(); ++i) list.push_back(json_of(runs[i]));
+  FileReplacement(file).replace_target_with(json_text({{"runs", list}}));
+}
+
+/// What a run without an end has left is what the next run found. False when it made no state.
+bool find_end(RecordedRun& run, const std::vector<RecordedRun>& runs, const fs::path& instance) {
+  const auto next =
+      std::find_if(runs.begin(), runs.end(), [&](const RecordedRun& other) { return is_before(run.before, other.before); });
+  const fs::path newest = profile_file(instance);
+  run.after = next != runs.end() ? next->before : newest.empty() ? run.before : time_of_state(newest);
+  run.is_completed = false;
+  return is_before(run.before, run.after);
 }
 
 }  // namespace
@@ -77,29 +115,28 @@ std::vector<std::string> RunJournal::repositories() const {
 }
 
 RunJournal read_run_journal(const fs::path& instance) {
-  const fs::path file = journal_of(instance);
-  std::error_code error;
-  if (!fs::exists(fs::symlink_status(file, error))) return {};
-  RunJournal journal;
-  try {
-    check_is_no_link(file);
-    const JsonDocument document(file);
-    for (const JsonElement& run : document.root().get("runs").items()) journal.runs.push_back(run_of(run));
-    return journal;
-  } catch (const FileError& unreadable) {
-    return {{}, unreadable.what()};
-  }
+  RunJournal journal = read_file_of_runs(instance);
+  std::erase_if(journal.runs, [&](RecordedRun& run) { return run.after.empty() && !find_end(run, journal.runs, instance); });
+  return journal;
+}
+
+void record_beginning(const fs::path& instance, const RecordedRun& run) {
+  RunJournal journal = read_run_journal(instance);
+  if (!journal.error.empty()) return;
+  journal.runs.push_back(run);
+  write(instance, journal.runs);
+}
+
+void forget_beginning(const fs::path& instance) {
+  std::vector<RecordedRun> runs = read_file_of_runs(instance).runs;
+  if (std::erase_if(runs, [](const RecordedRun& run) { return run.after.empty(); }) > 0) write(instance, runs);
 }
 
 void record_run(const fs::path& instance, const RecordedRun& run) {
-  const fs::path file = journal_of(instance);
-  check_is_no_link(file);
-  std::vector<RecordedRun> runs = read_run_journal(instance).runs;
+  std::vector<RecordedRun> runs = read_file_of_runs(instance).runs;
+  if (!runs.empty() && runs.back().after.empty()) runs.pop_back();
   runs.push_back(run);
-  const std::size_t first = runs.size() - std::min(runs.size(), most_recorded_runs);
-  Json list = Json::array();
-  for (std::size_t i = first; i < runs.size(); ++i) list.push_back(json_of(runs[i]));
-  FileReplacement(file).replace_target_with(json_text({{"runs", list}}));
+  write(instance, runs);
 }
 
 }  // namespace eclipse_p2

@@ -13,13 +13,14 @@ namespace eclipse_p2 {
 struct RecordedRun {
   std::string command;                    ///< as it was started
   std::string before;                     ///< the time of the newest state before the run
-  std::string after;                      ///< and of the newest one after it
+  std::string after;                      ///< and of the newest one after it, or of the newest one before the next run
   std::string went_back_to = {};          ///< the time of the older state that it brought back; empty when it brought back none
   std::vector<std::string> repositories;  ///< the URLs from which it installed
   /// What the host knew as the executable of an earlier run, before this one and after it; nothing when that was unset.
   std::optional<std::string> cached_before = {};
   std::optional<std::string> cached_after = {};
   std::string variables_file = {};  ///< to which it wrote the variables; empty when it did not
+  bool is_completed = true;         ///< otherwise it was killed, or is still at work
 };
 
 struct RunJournal {
@@ -38,7 +39,15 @@ inline constexpr std::size_t most_recorded_runs = 100;
 /// Of the instance in this directory.
 RunJournal read_run_journal(const std::filesystem::path& instance);
 
-/// Adds a run. The caller must have the lock of the instance. The file is replaced completely or not at all. Throws FileError.
+/// Records that a run begins, of which `after` is not known, unless the journal cannot be read. The caller must have the lock
+/// of the instance. Throws FileError.
+void record_beginning(const std::filesystem::path& instance, const RecordedRun& run);
+
+/// The run that has begun made no state.
+void forget_beginning(const std::filesystem::path& instance);
+
+/// Adds a run, in the place of its beginning. The caller must have the lock of the instance. The file is replaced completely or
+/// not at all. Throws FileError.
 void record_run(const std::filesystem::path& instance, const RecordedRun& run);
 
 }  // namespace eclipse_p2

@@ -44,6 +44,7 @@ TEST_F(AllOrNothing, LeavesAWholeRunAsItIs) {
                                              {"before", "1"},
                                              {"wentBackTo", nullptr},
                                              {"movedAside", Json::array()},
+                                             {"broughtBack", Json::array()},
                                              {"change", nullptr},
                                              {"command", nullptr},
                                              {"failure", nullptr},
@@ -70,6 +71,41 @@ TEST_F(AllOrNothing, TakesBackHalfARun) {
   EXPECT_FALSE(Json::parse(content_of("v.json")).contains("CASHED_ECLIPSE_PATH")) << "the instance is as new as before";
   const Json history = Json::parse(eclipse_int("history eclipse --json").output);
   EXPECT_EQ(history.at("states").at(0).at("run").at("wentBackTo"), "1");
+}
+
+/// As when the disk is full: the director reports success nevertheless, and no other director could start.
+TEST_F(AllOrNothing, BringsBackAConfigurationThatWasCut) {
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.profile=P\n");
+  script(1, leave("with-both", "2") + "; : > eclipse/configuration/config.ini");
+  const Outcome outcome = eclipse_int("run session.json --all-or-nothing");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_TRUE(outcome.output.ends_with(
+      "\nAll or nothing:\n"
+      "  A director has damaged the Eclipse instance, so the Eclipse is as it was before the run: the state 1 "
+      "(1970-01-01 00:00:00 UTC).\n"
+      "  A state of the profile was moved aside: DIRECTORY/" +
+      registry + "2.profile.damaged\n  A file was brought back: DIRECTORY/eclipse/configuration/config.ini\n"))
+      << outcome.output;
+  EXPECT_EQ(content_of("eclipse/configuration/config.ini"), "eclipse.p2.profile=P\n");
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+  EXPECT_EQ(eclipse_int("verify session.json").status, 1) << "nothing is installed";
+}
+
+TEST_F(AllOrNothing, AKilledCommandLeavesATrace) {
+  script(1, leave("with-both", "2") + "; kill -s KILL $(cat number)");
+  eclipse_int("run session.json --all-or-nothing", "sh -c 'echo $$ > number; exec \"$@\"' -");
+  const Json newest = Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0);
+  EXPECT_EQ(newest.at("run").at("before"), "1");
+  EXPECT_EQ(newest.at("run").at("completed"), false);
+  const Outcome undo = eclipse_int("undo --eclipse eclipse --dry-run");
+  EXPECT_EQ(undo.status, 0) << undo.output << undo.error;
+}
+
+TEST_F(AllOrNothing, AnInstanceWithoutItsProfileIsNotWhole) {
+  script(1, "mv eclipse/p2 eclipse/p2.moved");
+  const Json result = run(1);
+  EXPECT_EQ(result.at("allOrNothing").at("whole"), false);
+  EXPECT_NE(result.at("allOrNothing").at("error"), nullptr);
 }
 
 TEST_F(AllOrNothing, StartsNoDirectorWhenNothingHasChanged) {
@@ -109,7 +145,7 @@ TEST_F(AllOrNothing, SaysWhenTheWayBackWasStopped) {
   script(2, leave("with-one", "2"));
   script(3, "exit 13");
   script(4, "kill -s TERM $(cat number); sleep 0.5; kill -s TERM $(cat number); exec sleep 100");
-  const Json result = run(1);
+  const Json result = run(143);
   EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), nullptr);
   EXPECT_EQ(result.at("allOrNothing").at("error"), "SIGTERM stopped the director on the way back");
 }

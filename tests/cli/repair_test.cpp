@@ -19,6 +19,8 @@ const std::string three =
     "</profile>";
 const std::string damaged = "<profile><un";
 
+const std::string configuration = "eclipse/configuration/config.ini";
+
 class Repair : public ChildCommand {
  protected:
   Repair() {
@@ -30,6 +32,8 @@ class Repair : public ChildCommand {
     fake::write_file(registry + time + ".profile", content);
   }
 
+  static void write_configuration(const std::string& content) { fake::write_file(configuration, content); }
+
   static void write_bundles() {
     fake::write_file("eclipse/configuration/org.eclipse.equinox.simpleconfigurator/bundles.info",
                      "one,1.0.0,plugins/one.jar,4,false\ntwo,1.0.0,plugins/two.jar,4,false\n");
@@ -39,27 +43,107 @@ class Repair : public ChildCommand {
 const std::string damage = "the newest state of the p2 profile, DIRECTORY/" + registry +
                            "1731234567890.profile, is not well-formed XML, so every director fails";
 const std::string fix = "eclipse-int: " + damage + "; run: eclipse-int repair DIRECTORY/eclipse/eclipse\n";
-const Json reported = {{"state", "DIRECTORY/" + registry + "1731234567890.profile"},
+const Json reported = {{"file", "DIRECTORY/" + registry + "1731234567890.profile"},
                        {"message", damage},
                        {"fix", "run: eclipse-int repair DIRECTORY/eclipse/eclipse"}};
 
 TEST_F(Repair, IsRecommendedAfterAFailure) {
-  write_state("1731234567890", damaged);
-  for (int start = 1; start <= 6; ++start) script(start, "exit 13");
+  write_state("1", sound);
+  const std::string director = "printf '" + damaged + "' > " + registry + "1731234567890.profile; exit 13";
+  for (const int start : {1, 4}) script(start, director);
+  for (const int start : {2, 3, 5, 6}) script(start, "exit 13");
   const Outcome run = eclipse_int("run session.json");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.error, fix);
+  fs::remove(registry + "1731234567890.profile");
   const Outcome call = eclipse_int("call perform_integration session.json --json");
   EXPECT_EQ(call.status, 1);
   EXPECT_EQ(call.error, fix);
-  EXPECT_EQ(Json::parse(call.output).at("profileDamage"), reported);
+  EXPECT_EQ(Json::parse(call.output).at("damage"), reported);
   for (int start = 7; start <= 8; ++start) script(start, "exit 13");
   const Outcome verify = eclipse_int("verify session.json");
   EXPECT_EQ(verify.status, 2);
   EXPECT_TRUE(verify.error.ends_with(fix)) << verify.error;
   const Outcome document = eclipse_int("verify session.json --json");
   EXPECT_EQ(document.status, 2);
-  EXPECT_EQ(Json::parse(document.output).at("profileDamage"), reported);
+  EXPECT_EQ(Json::parse(document.output).at("damage"), reported);
+}
+
+TEST_F(Repair, IsNeededBeforeAnyRun) {
+  write_state("1731234567890", damaged);
+  for (const std::string arguments : {"run session.json", "run session.json --all-or-nothing", "run session.json --json",
+                                      "call perform_integration session.json"}) {
+    EXPECT_EQ(eclipse_int(arguments), (Outcome{2, "", fix})) << arguments;
+  }
+  EXPECT_EQ(director_calls(), "");
+  EXPECT_TRUE(fs::exists(registry + "1731234567890.profile"));
+}
+
+/// What a director leaves that was killed, or had no room, and reports success nevertheless.
+TEST_F(Repair, BringsBackTheConfigurationThatADirectorHasCut) {
+  write_state("1", sound);
+  write_configuration("eclipse.p2.profile=P\n");
+  script(1, "cp " + registry + "1.profile " + registry + "2.profile; : > " + configuration);
+  const std::string message = "DIRECTORY/" + configuration + " has no settings, so every director fails";
+  const Outcome run = eclipse_int("run session.json");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.output.find("The commands succeeded, but the Eclipse instance is damaged\n"), std::string::npos) << run.output;
+  EXPECT_EQ(run.error, "eclipse-int: " + message + "; run: eclipse-int repair DIRECTORY/eclipse/eclipse\n");
+  EXPECT_EQ(eclipse_int("run session.json").status, 2) << "and the copy is not replaced";
+
+  const std::string states =
+      "Eclipse DIRECTORY/eclipse/eclipse\n"
+      "  Newest states of its p2 profile:\n"
+      "    2 (1970-01-01 00:00:00 UTC): 1 unit\n"
+      "    1 (1970-01-01 00:00:00 UTC): 1 unit\n"
+      "  Damaged: DIRECTORY/" +
+      configuration + " has no settings\n";
+  EXPECT_EQ(eclipse_int("repair eclipse --dry-run"),
+            (Outcome{1,
+                     states + "  Would move aside: DIRECTORY/" + registry + "2.profile\n  Would bring back: DIRECTORY/" +
+                         configuration + "\n",
+                     ""}));
+  EXPECT_EQ(content_of(configuration), "");
+  script(2, "echo one/1.0.0");
+  EXPECT_EQ(eclipse_int("repair eclipse"),
+            (Outcome{0,
+                     states + "  Moved aside: DIRECTORY/" + registry + "2.profile.damaged\n  Brought back: DIRECTORY/" +
+                         configuration + "\n  The director answers. Installed by name:\n    one/1.0.0\n",
+                     ""}));
+  EXPECT_EQ(content_of(configuration), "eclipse.p2.profile=P\n");
+}
+
+TEST_F(Repair, SaysWhenThereIsNoCopyToBringBack) {
+  write_state("1", sound);
+  write_configuration("");
+  const std::string no_copy =
+      "no copy of it was kept; restore it from a backup of the Eclipse instance, or install the Eclipse anew";
+  const Outcome repair = eclipse_int("repair eclipse --json");
+  EXPECT_EQ(repair.status, 1);
+  const Json result = Json::parse(repair.output);
+  EXPECT_EQ(result.at("configuration"), (Json{{"file", "DIRECTORY/" + configuration}, {"error", "has no settings"}}));
+  EXPECT_EQ(result.at("broughtBack"), Json::array());
+  EXPECT_EQ(result.at("error"), no_copy);
+  EXPECT_EQ(director_calls(), "");
+  EXPECT_EQ(eclipse_int("run session.json").error,
+            "eclipse-int: DIRECTORY/" + configuration + " has no settings, so every director fails; " + no_copy + "\n");
+}
+
+TEST_F(Repair, NamesBundlesThatNoDirectorCanRemoveAnyMore) {
+  write_state("2",
+              "<profile><units><unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'><artifacts>"
+              "<artifact classifier='osgi.bundle' id='two' version='1.0.0'/></artifacts></unit></units></profile>");
+  write_state("1", sound);
+  write_bundles();
+  const Outcome repair = eclipse_int("repair eclipse --to 1 --dry-run");
+  EXPECT_EQ(repair.status, 1);
+  EXPECT_TRUE(
+      repair.output.ends_with("2.profile\n"
+                              "  Warning: bundles.info still lists two/1.0.0, which only the states to be moved aside have, so "
+                              "Eclipse goes on starting "
+                              "what no director can remove\n"
+                              "    Fix: use \"eclipse-int undo --to\", which lets the director remove it\n"))
+      << repair.output;
 }
 
 TEST_F(Repair, IsRecommendedAfterAnInterruption) {
@@ -79,7 +163,7 @@ TEST_F(Repair, IsRecommendedByAPlan) {
   const Outcome plan = eclipse_int("plan session.json");
   EXPECT_EQ(plan.status, 1);
   EXPECT_EQ(plan.error, fix);
-  EXPECT_EQ(Json::parse(eclipse_int("plan session.json --json").output).at("profileDamage"), reported);
+  EXPECT_EQ(Json::parse(eclipse_int("plan session.json --json").output).at("damage"), reported);
 }
 
 TEST_F(Repair, IsNotRecommendedForASoundProfile) {
@@ -139,6 +223,9 @@ TEST_F(Repair, IsThereForPrograms) {
                      {"units", 1}}}},
                   {"moved",
                    {{{"from", "DIRECTORY/" + registry + "2.profile"}, {"to", "DIRECTORY/" + registry + "2.profile.damaged"}}}},
+                  {"configuration", nullptr},
+                  {"broughtBack", Json::array()},
+                  {"bundlesLeft", Json::array()},
                   {"lostUnits", nullptr},
                   {"roots", {"one/1.0.0"}},
                   {"error", nullptr},
@@ -172,8 +259,7 @@ TEST_F(Repair, IsRecommendedWhenUnitsWereLost) {
   const Outcome verify = eclipse_int("verify session.json --json");
   EXPECT_EQ(verify.status, 1);
   EXPECT_EQ(Json::parse(verify.output).at("same"), false) << "they are lost";
-  EXPECT_EQ(Json::parse(verify.output).at("profileDamage").at("fix"),
-            "run: eclipse-int repair DIRECTORY/eclipse/eclipse --to 1");
+  EXPECT_EQ(Json::parse(verify.output).at("damage").at("fix"), "run: eclipse-int repair DIRECTORY/eclipse/eclipse --to 1");
 }
 
 TEST_F(Repair, GoesBackOnlyOnRequestWhenUnitsWereLost) {

@@ -89,6 +89,7 @@ TEST_F(History, IsThereForPrograms) {
   EXPECT_EQ(result.at("states").at(0).at("run"), (Json{{"command", "eclipse-int run session.json"},
                                                        {"before", "1731234500000"},
                                                        {"after", "1731234600000"},
+                                                       {"completed", true},
                                                        {"wentBackTo", nullptr}}));
   EXPECT_EQ(result.at("states").at(0).at("change").at("cameIn"), Json({"one/1.0.0"}));
   EXPECT_EQ(result.at("states").at(1).at("run"), nullptr);
@@ -229,7 +230,7 @@ TEST_F(Undo, LeavesADamagedProfileToRepair) {
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   fake::write_file(registry + "1731234700000.profile", "<profile");
   const Json result = undo("session.json", 1);
-  EXPECT_TRUE(result.contains("profileDamage"));
+  EXPECT_TRUE(result.contains("damage"));
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
 

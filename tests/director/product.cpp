@@ -82,8 +82,8 @@ void expect_profile_tells(const std::string& arguments) {
 
 }  // namespace
 
-Child eclipse_int(const std::string& arguments) {
-  const auto run = eclipse_shell::run_in_shell(quoted(ECLIPSE_INT_COMMAND) + " " + arguments);
+Child eclipse_int(const std::string& arguments, const std::string& environment) {
+  const auto run = eclipse_shell::run_in_shell(environment + " " + quoted(ECLIPSE_INT_COMMAND) + " " + arguments);
   cli_test::keep_json_document(arguments, run.output);
   auto result = nlohmann::json::parse(run.output, nullptr, false);
   if (result.is_discarded()) throw std::runtime_error("no JSON: " + run.output + run.error_output);

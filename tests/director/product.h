@@ -24,7 +24,8 @@ struct Child {
   int status;
   nlohmann::json result;
 };
-Child eclipse_int(const std::string& arguments);
+/// `environment` is set for it, as "NAME=VALUE NAME=VALUE".
+Child eclipse_int(const std::string& arguments, const std::string& environment = "");
 
 class Product {
  public:

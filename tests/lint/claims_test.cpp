@@ -455,7 +455,7 @@ const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
      {"972 lines, the first command and the end:", "sh:  exit 126",
       "sh: [-repository][jar:file://DIRECTORY/tools/site.zip!/][-i][org.example" + very_long + ".320.feature.group] exit 0",
       "QN_SCRIPTS_FAILED=yes"}},
-    {"profile-state-damaged",
+    {"instance-damaged",
      {"ECLIPSE_INTEGRATION_REQUIRED=yes", "verify_eclipse_version: user_eclipse_version", "user_eclipse_version",
       "USER_DEFINED_ECLIPSE_PATH_EMPTY=no", "USER_DEFINED_ECLIPSE_PATH_CORRECT=yes", "eclipse_version - config file not found",
       "ECLIPSE_VERSION=", "verify_eclipse_version: eclipse_version is empty",

@@ -162,7 +162,7 @@ const std::string states = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry
 TEST_F(SessionFindings, DamagedProfileIsSaidOnce) {
   write_file(states + "2.profile", "<profile");
   const Findings findings = findings_with(internal, {ide, Component()}, "uninstall");
-  ASSERT_EQ(summary_of(findings), Texts({"session.json:5:16+9 profile-state-damaged"}));
+  ASSERT_EQ(summary_of(findings), Texts({"session.json:5:16+9 instance-damaged"}));
   EXPECT_EQ(findings[0].message, "the newest state of the p2 profile, " + directory.path() + "/" + states +
                                      "2.profile, is not well-formed XML, so every director fails");
   EXPECT_EQ(findings[0].fix, "run: eclipse-int repair " + directory.path() + "/ide/eclipse");
@@ -174,7 +174,7 @@ TEST_F(SessionFindings, ProfileWithoutMostUnitsIsDamaged) {
   EXPECT_EQ(summary_of(findings_with(internal, {ide, Component()})), Texts());
   write_file("ide/configuration/org.eclipse.equinox.simpleconfigurator/bundles.info", "a,1,plugins/a.jar,4,false\n");
   const Findings findings = findings_with(internal, {ide, Component()});
-  ASSERT_EQ(summary_of(findings), Texts({"session.json:5:16+9 profile-state-damaged"}));
+  ASSERT_EQ(summary_of(findings), Texts({"session.json:5:16+9 instance-damaged"}));
   EXPECT_EQ(findings[0].fix, "run: eclipse-int repair " + directory.path() + "/ide/eclipse --to 1");
 }
 

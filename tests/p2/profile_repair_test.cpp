@@ -59,8 +59,8 @@ class ProfileRepair : public testing::Test {
 
   /// What is wrong with the profile, and the fix.
   static std::string damage() {
-    const auto damage = profile_damage("ide/eclipse");
-    return damage ? damage->message + "; " + damage->fix : "";
+    const auto damage = instance_damage("ide/eclipse");
+    return damage ? damage->message + "; " + damage->fix + (damage->is_fatal ? " (fatal)" : "") : "";
   }
 
   static std::optional<LostUnits> lost() { return lost_units("ide", newest_states("ide")); }
@@ -89,7 +89,7 @@ TEST_F(ProfileRepair, DamagedStatesAreMovedAsFarAsTheNewestThatCanBeRead) {
   EXPECT_EQ(states[2].error, "");
   EXPECT_EQ(states[2].units->size(), 3U);
   EXPECT_EQ(damage(), "the newest state of the p2 profile, " + file("12") +
-                          ", is not well-formed XML, so every director fails; run: eclipse-int repair ide/eclipse");
+                          ", is not well-formed XML, so every director fails; run: eclipse-int repair ide/eclipse (fatal)");
 }
 
 TEST_F(ProfileRepair, TheLastStateIsNotMovedWhenNoneCanBeRead) {
@@ -156,16 +156,16 @@ TEST_F(ProfileRepair, AStateThatIsUnknownIsNotMoved) {
 TEST_F(ProfileRepair, AStateThatIsBeingWrittenIsNotDamaged) {
   write_damaged("12");
   fs::create_directory("ide/configuration");
-  EXPECT_TRUE(profile_damage_at_rest("ide/eclipse"));
+  EXPECT_TRUE(instance_damage_at_rest("ide/eclipse"));
   const InstanceLock lock("ide", std::chrono::seconds(0), [](const std::string&) {});
-  EXPECT_FALSE(profile_damage_at_rest("ide/eclipse"));
-  EXPECT_TRUE(profile_damage("ide/eclipse"));
+  EXPECT_FALSE(instance_damage_at_rest("ide/eclipse"));
+  EXPECT_TRUE(instance_damage("ide/eclipse"));
 }
 
 TEST_F(ProfileRepair, TheFixIsACommandWhateverThePathIs) {
   write_damaged("12");
   fs::rename("ide", "my ide's");
-  EXPECT_EQ(profile_damage("my ide's/eclipse")->fix, "run: eclipse-int repair 'my ide'\\''s/eclipse'");
+  EXPECT_EQ(instance_damage("my ide's/eclipse")->fix, "run: eclipse-int repair 'my ide'\\''s/eclipse'");
 }
 
 TEST_F(ProfileRepair, ARemovalLosesNoUnits) {

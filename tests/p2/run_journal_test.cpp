@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "base/file.h"
 #include "base/file_error.h"
 #include "fake_host/temporary_directory.h"
 
@@ -53,6 +54,45 @@ TEST_F(RunJournalFile, IsMadeAnewWhenItCannotBeRead) {
   EXPECT_NE(read_run_journal("ide").error.find(file + ":1:11: runs[0]: "), std::string::npos) << read_run_journal("ide").error;
   record_run("ide", {"run", "1", "2", "", {}});
   EXPECT_EQ(read_run_journal("ide").runs.size(), 1U);
+}
+
+TEST_F(RunJournalFile, KnowsARunThatWasKilled) {
+  const std::string registry = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/";
+  const auto write_state = [&](const std::string& time) { fake::write_file(registry + time + ".profile", "<profile/>"); };
+  write_state("1");
+  record_beginning("ide", {"killed", "1", "", "", {}});
+  EXPECT_TRUE(read_run_journal("ide").runs.empty()) << "it has made no state";
+  write_state("2");
+  const RunJournal journal = read_run_journal("ide");
+  ASSERT_EQ(journal.runs.size(), 1U);
+  EXPECT_EQ(journal.runs[0].after, "2");
+  EXPECT_FALSE(journal.runs[0].is_completed);
+
+  record_beginning("ide", {"next", "2", "", "", {}});
+  write_state("3");
+  record_run("ide", {"next", "2", "3", "", {}});
+  const auto runs = read_run_journal("ide").runs;
+  ASSERT_EQ(runs.size(), 2U);
+  EXPECT_EQ(runs[0].after, "2") << "what the next run found";
+  EXPECT_FALSE(runs[0].is_completed);
+  EXPECT_EQ(runs[1].after, "3");
+  EXPECT_TRUE(runs[1].is_completed);
+}
+
+TEST_F(RunJournalFile, ForgetsARunThatMadeNoState) {
+  record_run("ide", {"run", "1", "2", "", {}});
+  record_beginning("ide", {"nothing to do", "2", "", "", {}});
+  forget_beginning("ide");
+  forget_beginning("ide");
+  const auto runs = read_run_journal("ide").runs;
+  ASSERT_EQ(runs.size(), 1U);
+  EXPECT_EQ(runs[0].command, "run");
+}
+
+TEST_F(RunJournalFile, ABeginningDoesNotReplaceWhatCannotBeRead) {
+  fake::write_file(file, "{");
+  record_beginning("ide", {"run", "1", "", "", {}});
+  EXPECT_EQ(eclipse_base::read_file(file, 100).bytes, "{");
 }
 
 TEST_F(RunJournalFile, DoesNotFollowALink) {

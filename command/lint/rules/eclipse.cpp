@@ -438,23 +438,24 @@ Rule executable_not_startable() {
 
 // ---- The profile ----
 
-Rule profile_state_damaged() {
+Rule instance_damaged() {
   return {
-      .name = "profile-state-damaged",
+      .name = "instance-damaged",
       .group = Group::eclipse,
       .severity = Severity::error,
-      .title = "the newest state of the instance's p2 profile is damaged",
+      .title = "the Eclipse instance is damaged",
       .why =
-          "p2 starts from the newest state and never goes back to an older one. A state is incomplete if a director was "
-          "stopped while writing it; then every director fails. It lacks most of the units if two directors have worked at "
-          "the same time.",
-      .fix = "run \"eclipse-int repair\" with the path of the Eclipse executable; it moves the damaged state aside",
+          "A director that is stopped while it writes leaves the newest state of the p2 profile incomplete, config.ini without "
+          "settings, or bundles.info without bundles; then every director fails, or Eclipse does not start what is installed. "
+          "The newest state lacks most of the units if two directors have worked at the same time. p2 never goes back to an "
+          "older state.",
+      .fix = "run \"eclipse-int repair\" with the path of the Eclipse executable",
       .bad = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'"}}),
       .good = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}}),
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->run.commands.empty()) return;
-            const auto damage = eclipse_p2::profile_damage_at_rest(input.session->executable());
+            const auto damage = eclipse_p2::instance_damage_at_rest(input.session->executable());
             if (!damage) return;
             reporter.report(location_of_executable(*input.session), damage->message, damage->fix);
           },
@@ -559,7 +560,7 @@ std::vector<Rule> rules_about_eclipse() {
       executable_name_unmatched(),
       executable_ambiguous(),
       executable_not_startable(),
-      profile_state_damaged(),
+      instance_damaged(),
       minimum_version_compared_as_text(),
       minimum_version_of_another_kind(),
   };
