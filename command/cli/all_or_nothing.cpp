@@ -1,5 +1,6 @@
 #include "cli/all_or_nothing.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -10,6 +11,7 @@
 #include "cli/run_json.h"
 #include "cli/run_recording.h"
 #include "cli/standard_streams.h"
+#include "p2/director_command.h"
 #include "p2/profile_repair.h"
 #include "p2/run_journal.h"
 #include "plan/make_plan.h"
@@ -32,6 +34,13 @@ void restore(Session& session, const std::map<std::string, std::string>& before,
   } else {
     session.variables[name] = found->second;
   }
+}
+
+/// It leaves a state even if there was nothing to do.
+bool a_director_succeeded(const RunRecord& record) {
+  return std::any_of(record.commands.begin(), record.commands.end(), [](const CommandRecord& command) {
+    return command.has_ended && command.result.exit_code == 0 && cut_director_command(command.command);
+  });
 }
 
 }  // namespace
@@ -96,7 +105,14 @@ bool AllOrNothing::is_whole(const RunRecord& record) const {
 void AllOrNothing::go_back(Session& session, RunRecord& record) {
   is_whole_ = false;
   if (before_.empty()) {
-    error_ = "the profile of the Eclipse is not known, so there is no state to go back to";
+    const std::string reason = profile_units_error(instance_);
+    error_ =
+        "the profile of the Eclipse is not known, so there is no state to go back to" + (reason.empty() ? "" : ": " + reason);
+    return;
+  }
+  if (newest_time(instance_) == before_ && a_director_succeeded(record)) {
+    error_ = "the director reports success, but has not written the p2 profile in which the state " + before_ +
+             " is the newest one, so it works on another one";
     return;
   }
   const Interruption interruption;
