@@ -1,5 +1,4 @@
 // The command lines of run, call, plan and verify, and their help texts.
-#include <limits>
 #include <memory>
 
 #include "cli/subcommands.h"
@@ -60,9 +59,10 @@ void add_plugin_option(const Parser& command, SessionOptions& options) {
 }
 
 void add_wait_option(const Parser& command, double& seconds) {
+  constexpr double longest_wait = 1e9;  // a clock of nanoseconds does not go much further
   command.add_option("--wait", seconds, "Wait at most this long while another director works on the same Eclipse instance [0]")
       .type_name("SECONDS")
-      .between(0.0, std::numeric_limits<double>::max());
+      .between(0.0, longest_wait);
 }
 
 namespace {
