@@ -45,10 +45,10 @@ Json location_of(const Location& location) {
     const std::string_view text = location.text;
     const std::size_t start = 1 + characters_in(text.substr(0, location.column - 1));
     const std::size_t length = characters_in(text.substr(std::min(location.column - 1, text.size()), location.length));
-    physical["region"] = {{"startLine", location.line},
-                          {"startColumn", start},
-                          {"endColumn", start + length},
-                          {"snippet", {{"text", location.text}}}};
+    physical["region"] = {{"startLine", location.line}};
+    if (!text.empty() || location.length == 0) {
+      physical["region"].update({{"startColumn", start}, {"endColumn", start + length}, {"snippet", {{"text", text}}}});
+    }
   }
   return {{"physicalLocation", physical}};
 }
