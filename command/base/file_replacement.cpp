@@ -30,12 +30,13 @@ std::filesystem::path target_of(const std::filesystem::path& file) {
 
 }  // namespace
 
-FileReplacement::FileReplacement(const std::filesystem::path& file) : named_(file), target_(target_of(file)) {
+FileReplacement::FileReplacement(const std::filesystem::path& file, const std::filesystem::path& directory)
+    : named_(file), target_(target_of(file)) {
   const std::string name = "." + target_.filename().string() + "." + std::to_string(getpid()) + ".new";
-  temporary_ = target_.parent_path() / name;
+  temporary_ = (directory.empty() ? target_.parent_path() : directory) / name;
   unlink(temporary_.c_str());
   descriptor_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  if (descriptor_ < 0) fail();
+  if (descriptor_ < 0) fail((directory.empty() ? "" : temporary_.string() + ": ") + std::strerror(errno));
 }
 
 FileReplacement::~FileReplacement() {

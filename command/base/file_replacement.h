@@ -10,12 +10,13 @@
 
 namespace eclipse_base {
 
-/// A new file in the directory of another one, which it replaces when it is complete. Until then it is deleted with this
-/// object. Every function throws FileError when the file cannot be written.
+/// A new file that replaces another one when it is complete. Until then it is deleted with this object, but stays if the
+/// process is killed. Every function throws FileError when the file cannot be written.
 class FileReplacement {
  public:
   /// Of a symbolic link, the file that it leads to is replaced, which need not exist otherwise.
-  explicit FileReplacement(const std::filesystem::path& file);
+  /// The new file is in the directory of that one, or in the given one, which must be in the same file system.
+  explicit FileReplacement(const std::filesystem::path& file, const std::filesystem::path& directory = {});
   ~FileReplacement();
   FileReplacement(const FileReplacement&) = delete;
   FileReplacement& operator=(const FileReplacement&) = delete;

@@ -1,5 +1,6 @@
 #include "cli/all_or_nothing.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -11,6 +12,7 @@
 #include "cli/run_json.h"
 #include "cli/run_recording.h"
 #include "cli/standard_streams.h"
+#include "p2/director_command.h"
 #include "p2/profile_repair.h"
 #include "p2/run_journal.h"
 #include "plan/make_plan.h"
@@ -33,6 +35,13 @@ void restore(Session& session, const std::map<std::string, std::string>& before,
   } else {
     session.variables[name] = found->second;
   }
+}
+
+/// It leaves a state even if there was nothing to do.
+bool a_director_succeeded(const RunRecord& record) {
+  return std::any_of(record.commands.begin(), record.commands.end(), [](const CommandRecord& command) {
+    return command.has_ended && command.result.exit_code == 0 && cut_director_command(command.command);
+  });
 }
 
 }  // namespace
@@ -90,7 +99,10 @@ void AllOrNothing::run(const Plugin& plugin, Session& session, RunRecord& record
 /// What would be missing on the way back, which nobody wants to find out there.
 std::string AllOrNothing::why_there_is_no_way_back() const {
   const std::string reason = "--all-or-nothing needs a state of the p2 profile to go back to: ";
-  if (before_.empty()) return reason + "that of \"" + plan_.executable + "\" is not known";
+  if (before_.empty()) {
+    const std::string error = profile_units_error(instance_);
+    return reason + (error.empty() ? "that of \"" + plan_.executable + "\" is not known" : error);
+  }
   const ProfileState state = state_of_time(instance_, before_);
   if (!state.error.empty()) return reason + state.file.string() + " " + state.error;
   try {
@@ -113,6 +125,11 @@ bool AllOrNothing::has_all() const {
 /// Also after a signal: the first one that comes from now on lets the director end, the second one stops it.
 void AllOrNothing::go_back(Session& session, RunRecord& record) {
   is_whole_ = false;
+  if (newest_time(instance_) == before_ && a_director_succeeded(record)) {
+    error_ = "the director reports success, but has not written the p2 profile in which the state " + before_ +
+             " is the newest one, so it works on another one";
+    return;
+  }
   const Interruption interruption;
   try {
     repair();

@@ -7,6 +7,7 @@
 #include "cli/instance_safety.h"
 #include "cli/subcommands.h"
 #include "p2/installed_units.h"
+#include "p2/profile.h"
 
 namespace eclipse_cli {
 
@@ -35,7 +36,7 @@ int perform(const std::string& eclipse, bool json) {
   history.journal = eclipse_p2::read_run_journal(instance);
   history.states = eclipse_p2::profile_history(instance, history.journal);
   if (history.states.empty()) {
-    throw eclipse_p2::InstanceError(eclipse_base::in_quotes(history.executable) + " has no p2 profile of its own");
+    throw eclipse_p2::InstanceError(eclipse_base::in_quotes(history.executable) + " " + eclipse_p2::why_no_profile(instance));
   }
   history.damage = eclipse_p2::instance_damage_at_rest(history.executable);
   if (json) {

@@ -18,6 +18,7 @@
 #include "cli/standard_streams.h"
 #include "cli/subcommands.h"
 #include "cli/usage_error.h"
+#include "dry_run/descriptor_paths.h"
 #include "eclipse_int/version.h"
 #include "lint/fix.h"
 #include "lint/report.h"
@@ -152,7 +153,8 @@ void write(const FixedFile& file) {
   if (eclipse_base::content_of(file.file, eclipse_base::largest::descriptor, advice) != file.before) {
     throw eclipse_base::FileError(file.file, std::string("was changed by another program meanwhile; ") + advice);
   }
-  eclipse_base::FileReplacement replacement(file.file);
+  // A file in etc/eclipse would be a descriptor, complete or not.
+  eclipse_base::FileReplacement replacement(file.file, eclipse_dry_run::directory_for_replacement(file.file));
   replacement.check_target();
   replacement.replace_target_with(file.after);
 }

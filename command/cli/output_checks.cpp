@@ -69,4 +69,14 @@ void check_outputs(const SessionOptions& options, const Plugin& plugin, const Se
   check_output(options, plugin, session, "--log", *options.log);
 }
 
+void check_variables_output(const SessionOptions& options, const std::string& executable) {
+  if (!options.write_variables) return;
+  const std::string& output = *options.write_variables;
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(output, error)) return;
+  if (eclipse_base::is_same_file(output, "/proc/self/exe")) refuse("--write-variables", output, "this program");
+  const auto used = eclipse_dry_run::used_file_of_instance(executable, output);
+  if (used) refuse("--write-variables", output, used->string());
+}
+
 }  // namespace eclipse_cli

@@ -1,6 +1,8 @@
 #include "cli/parser.h"
 
 #include <CLI/CLI.hpp>
+#include <cmath>
+#include <cstdlib>
 #include <iostream>
 #include <utility>
 
@@ -106,6 +108,9 @@ const Option& Option::between(int lowest, int highest) const {
 
 const Option& Option::between(double lowest, double highest) const {
   option_->check(CLI::Range(lowest, highest).description(""));
+  checked_by([](const std::string& value) -> std::string {  // which no comparison excludes
+    return std::isnan(std::strtod(value.c_str(), nullptr)) ? "Value " + value + " is not a number" : "";
+  });
   return *this;
 }
 

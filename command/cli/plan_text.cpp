@@ -9,6 +9,7 @@
 #include "base/printable.h"
 #include "base/text.h"
 #include "cli/table.h"
+#include "p2/profile.h"
 #include "plan/reasons.h"
 
 using namespace eclipse_shell;
@@ -267,7 +268,13 @@ std::string versions_of(const PreviewedFeature& feature) {
   return feature.installed + " -> " + feature.version;
 }
 
-std::string changes_of(const Preview& preview) {
+std::string error_of_profile(const Plan& plan) {
+  const std::string error = eclipse_p2::profile_units_error(eclipse_p2::instance_directory(plan.executable));
+  return "  What is installed is not known: the p2 profile of the instance cannot be read" +
+         (error.empty() ? ".\n" : ": " + printable(error) + "\n");
+}
+
+std::string changes_of(const Plan& plan, const Preview& preview) {
   Table table;
   for (const PreviewedFeature& feature : preview.features) {
     const bool needs_place = feature.change == Change::fail;
@@ -276,8 +283,7 @@ std::string changes_of(const Preview& preview) {
     if (remark.empty() && feature.change == Change::add) remark = feature.repository;
     table.add({sign_of(feature.change), feature.unit, versions_of(feature), remark});
   }
-  return table.text() +
-         (preview.knows_installed ? "" : "  What is installed is not known: the p2 profile of the instance cannot be read.\n");
+  return table.text() + (preview.knows_installed ? "" : error_of_profile(plan));
 }
 
 std::string title_of_changes(const Plan& plan, const Preview& preview) {
@@ -338,7 +344,7 @@ std::string title(const std::string& session_file) {
 
 std::string changes_text(const Plan& plan, const std::optional<Preview>& preview) {
   if (!preview) return "";
-  return section(title_of_changes(plan, *preview), changes_of(*preview)) +
+  return section(title_of_changes(plan, *preview), changes_of(plan, *preview)) +
          section("Repositories", checked_repositories(*preview));
 }
 

@@ -3,6 +3,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <set>
 
 #include "base/printable.h"
 #include "cli/instance_argument.h"
@@ -34,8 +35,8 @@ constexpr const char* examples =
     "  eclipse-int undo --eclipse /opt/eclipse --to 1731234567890\n"
     "      Go back to a state that \"eclipse-int history /opt/eclipse\" lists.\n"
     "\n"
-    "Once more takes back the run before. If somebody else has changed the instance since then, this says what else\n"
-    "would go, and does nothing without --force.\n";
+    "Once more takes back the run before; runs that changed nothing are passed over. If somebody else has changed the\n"
+    "instance since then, this says what else would go, and does nothing without --force.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
@@ -76,15 +77,32 @@ void check_variables(const SessionOptions& options) {
   eclipse_host::check_variables_file(*options.write_variables, eclipse_host::read_variables_file(*options.variables));
 }
 
+bool has_same_units(const ProfileState& one, const ProfileState& other) {
+  return one.error.empty() && other.error.empty() && change_between(installed_in(one), installed_in(other)).is_empty();
+}
+
+WayBack way_from(const ProfileState& newest, const fs::path& instance, const RunJournal& journal,
+                 const std::optional<std::string>& to) {
+  const std::vector<std::string> times = state_times(instance);
+  if (to) return way_back_to(times, journal, *to);
+  return way_back(times, journal, [&](const std::string& time) {
+    const ProfileState state = state_of_time(instance, time);
+    return newest.error.empty() && state.error.empty() && change_between(installed_in(newest), installed_in(state)).is_empty();
+  });
+}
+
 /// What other people changed is what counts, not the states that p2 writes without a change.
 std::vector<Undo::OtherState> changes_of_others(const fs::path& instance, const WayBack& way) {
-  const std::vector<std::string> times = state_times(instance);
+  const std::vector<fs::path> files = profile_states(instance);
+  const std::set<std::string> times(way.states_of_others.begin(), way.states_of_others.end());
   std::vector<Undo::OtherState> others;
-  for (const std::string& time : way.states_of_others) {
-    const auto older = std::find(times.begin(), times.end(), time) + 1;
-    if (older == times.end()) continue;
-    const UnitChange change =
-        change_between(installed_in(state_of_time(instance, *older)), installed_in(state_of_time(instance, time)));
+  ProfileState older;
+  for (std::size_t at = 0; at + 1 < files.size(); ++at) {
+    const std::string time = time_of_state(files[at]);
+    if (!times.contains(time)) continue;
+    const ProfileState state = older.time == time ? older : read_profile_state(files[at]);
+    older = read_profile_state(files[at + 1]);
+    const UnitChange change = change_between(installed_in(older), installed_in(state));
     if (!change.is_empty()) others.push_back({time, change});
   }
   return others;
@@ -102,12 +120,12 @@ void find_cached(Undo& undo) {
 void look_at(Undo& undo, const std::optional<std::string>& to) {
   const fs::path instance = instance_directory(undo.executable);
   undo.journal = read_run_journal(instance);
-  undo.newest = newest_time(instance_directory(undo.executable));
-  if (undo.newest.empty()) throw InstanceError(eclipse_base::in_quotes(undo.executable) + " has no p2 profile of its own");
-  undo.way = way_back(state_times(instance), undo.journal, to);
+  undo.newest = newest_time(instance);
+  if (undo.newest.empty()) throw InstanceError(eclipse_base::in_quotes(undo.executable) + " " + why_no_profile(instance));
+  const ProfileState newest = state_of_time(instance, undo.newest);
+  undo.way = way_from(newest, instance, undo.journal, to);
   undo.error = undo.way.error;
   if (!undo.error.empty()) return;
-  const ProfileState newest = state_of_time(instance, undo.newest);
   const ProfileState target = state_of_time(instance, undo.way.target);
   undo.error = why_not_revertible(newest, target);
   if (!undo.error.empty()) return;
@@ -129,19 +147,22 @@ void go_back(Undo& undo) {
   undo.error = undo.reversion->error;
 }
 
+/// Also when a director that was stopped, or that failed, had gone back before.
 void record(const Undo& undo) {
-  const std::string after = newest_time(instance_directory(undo.executable));
-  if (after == undo.newest || !undo.error.empty()) return;
+  const fs::path instance = instance_directory(undo.executable);
+  const std::string after = newest_time(instance);
+  if (!is_before(undo.newest, after)) return;
+  if (!has_same_units(state_of_time(instance, after), state_of_time(instance, undo.way.target))) return;
   const RecordedRun* const last = undo.journal.run_that_left(undo.newest);
   const auto before = last != nullptr ? last->cached_after : std::nullopt;
-  record_with_warning(instance_directory(undo.executable), {eclipse_shell::own_command(),
-                                                            undo.newest,
-                                                            after,
-                                                            undo.way.target,
-                                                            {},
-                                                            before,
-                                                            undo.knows_cached ? undo.cached : before,
-                                                            ""});
+  record_with_warning(instance, {eclipse_shell::own_command(),
+                                 undo.newest,
+                                 after,
+                                 undo.way.target,
+                                 {},
+                                 before,
+                                 undo.knows_cached ? undo.cached : before,
+                                 ""});
 }
 
 /// Throws FileError.
@@ -165,6 +186,7 @@ int perform_undo(Undo& undo, const UndoOptions& options) {
     if (!undo.is_dry_run) go_back(undo);
   } catch (const Interrupted& interrupted) {
     undo.error = interrupted.name() + " stopped the director";
+    record(undo);
     undo.damage = instance_damage(undo.executable);
     return interrupted.exit_status();
   }
@@ -183,6 +205,7 @@ int perform(const UndoOptions& options) {
   check_variables(options.session);
   Undo undo;
   undo.executable = executable_for(options.session);
+  check_variables_output(options.session, undo.executable);
   undo.is_dry_run = options.dry_run;
   undo.is_forced = options.force;
   const auto lock = lock_instance(options.dry_run ? "" : undo.executable, options.session.wait);

@@ -1,5 +1,6 @@
 #include "cli/updated_run.h"
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -7,7 +8,10 @@
 #include "cli/interruption.h"
 #include "dry_run/product_files.h"
 #include "p2/installed_units.h"
+#include "p2/profile.h"
 #include "p2/repository.h"
+#include "p2/reversion.h"
+#include "p2/unit_change.h"
 #include "plan/make_plan.h"
 #include "plan/offer.h"
 
@@ -20,6 +24,19 @@ namespace eclipse_cli {
 namespace {
 
 using Json = nlohmann::ordered_json;
+
+/// A director that was stopped at the end may have replaced them nevertheless.
+std::string failure_since(const eclipse_p2::ProfileState& before, const std::filesystem::path& instance) {
+  const std::string unchanged = "the director did not update the features, and nothing was changed";
+  const auto newest = eclipse_p2::profile_file(instance);
+  if (newest == before.file) return unchanged;
+  const eclipse_p2::ProfileState now = eclipse_p2::read_profile_state(newest);
+  if (!now.error.empty()) {
+    return "the director failed, and the newest state of the p2 profile, " + newest.string() + ", " + now.error;
+  }
+  const auto change = eclipse_p2::change_between(eclipse_p2::installed_in(before), eclipse_p2::installed_in(now));
+  return change.is_empty() ? unchanged : "the director failed, but it has changed the Eclipse: " + text_of(change);
+}
 
 }  // namespace
 
@@ -64,11 +81,12 @@ void UpdatedRun::find_replacements(const Plugin& plugin, const Session& session)
 } catch (const PluginError&) {
 }
 
-/// The command changes everything or nothing.
 std::string UpdatedRun::refusal_after_update(RunRecord& record, const RunObservers& observers) {
+  const auto instance = eclipse_p2::instance_directory(plan_.executable);
+  const auto before = eclipse_p2::read_profile_state(eclipse_p2::profile_file(instance));
   const auto& command = run_command("update", eclipse_update::update_command(plan_, replacements_), record, observers);
   was_updated_ = command.result.exit_code == 0;
-  return was_updated_ ? "" : "the director did not update the features, and nothing was changed";
+  return was_updated_ ? "" : failure_since(before, instance);
 }
 
 std::string UpdatedRun::text() const {

@@ -1,5 +1,9 @@
 #include "dry_run/descriptor_paths.h"
 
+#include <string>
+
+namespace fs = std::filesystem;
+
 namespace eclipse_dry_run {
 
 std::size_t descriptor_directory_in(std::string_view path) {
@@ -10,6 +14,18 @@ std::size_t descriptor_directory_in(std::string_view path) {
 
 bool is_descriptor_directory(const std::filesystem::path& path) {
   return path.filename() == "eclipse" && path.parent_path().filename() == "etc";
+}
+
+fs::path directory_for_replacement(const fs::path& descriptor) {
+  const std::string named = fs::absolute(descriptor).lexically_normal().string();
+  fs::path directory = fs::weakly_canonical(descriptor).parent_path();
+  if (const std::size_t at = named.find(descriptor_directory); at != named.npos) {
+    const fs::path descriptors = fs::weakly_canonical(named.substr(0, at + descriptor_directory.size() - 1));
+    if ((directory / "").string().starts_with((descriptors / "").string())) directory = descriptors.parent_path();
+  }
+  const std::string found = (directory / "").string();
+  const std::size_t at = found.find(descriptor_directory);
+  return at == found.npos ? directory : fs::path(found.substr(0, at + descriptor_directory.find('/')));
 }
 
 }  // namespace eclipse_dry_run

@@ -17,6 +17,10 @@ std::size_t descriptor_directory_in(std::string_view path);
 /// Whether a path leads to a directory etc/eclipse itself.
 bool is_descriptor_directory(const std::filesystem::path& path);
 
+/// The nearest directory for a file that is to replace this one, and that the plug-in must not read before: that of the file,
+/// or the one above its etc/eclipse, also where links lead there.
+std::filesystem::path directory_for_replacement(const std::filesystem::path& descriptor);
+
 }  // namespace eclipse_dry_run
 
 #endif

@@ -26,16 +26,17 @@ struct UsedFiles {
   std::vector<fs::path> instances;  ///< directories
 };
 
+void add_instance(const fs::path& executable, UsedFiles& used) {
+  if (executable.empty()) return;
+  std::error_code error;
+  used.files.push_back(executable);
+  used.instances.push_back(executable.parent_path());
+  used.instances.push_back(fs::weakly_canonical(executable, error).parent_path());
+}
+
 void add_instances(const PluginFunctions& library, const Session& session, UsedFiles& used) {
-  std::vector<std::string> executables = library.executables(*eclipse_host::copy_of(session));
-  executables.push_back(session.variable("USER_DEFINED_ECLIPSE_PATH"));
-  for (const fs::path executable : executables) {
-    if (executable.empty()) continue;
-    std::error_code error;
-    used.files.push_back(executable);
-    used.instances.push_back(executable.parent_path());
-    used.instances.push_back(fs::weakly_canonical(executable, error).parent_path());
-  }
+  for (const fs::path executable : library.executables(*eclipse_host::copy_of(session))) add_instance(executable, used);
+  add_instance(session.variable("USER_DEFINED_ECLIPSE_PATH"), used);
 }
 
 /// Those that exist, whichever components take part.
@@ -102,10 +103,7 @@ bool is_part_of_instance(const fs::path& path) {
   return path.has_parent_path() && is_among(directories, path.begin()->string()) && path.extension() != ".log";
 }
 
-}  // namespace
-
-std::optional<fs::path> used_file(const eclipse_host::Plugin& plugin, const Session& session, const fs::path& file) {
-  const UsedFiles used = used_files(plugin, session);
+std::optional<fs::path> used_file_among(const UsedFiles& used, const fs::path& file) {
   for (const fs::path& one : used.files) {
     if (is_same(one, file)) return one;
   }
@@ -121,6 +119,18 @@ std::optional<fs::path> used_file(const eclipse_host::Plugin& plugin, const Sess
     }
   }
   return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<fs::path> used_file(const eclipse_host::Plugin& plugin, const Session& session, const fs::path& file) {
+  return used_file_among(used_files(plugin, session), file);
+}
+
+std::optional<fs::path> used_file_of_instance(const fs::path& executable, const fs::path& file) {
+  UsedFiles used;
+  add_instance(executable, used);
+  return used_file_among(used, file);
 }
 
 std::string chosen_executable(const eclipse_host::Plugin& plugin, const Session& session) {

@@ -19,6 +19,10 @@ namespace eclipse_dry_run {
 std::optional<std::filesystem::path> used_file(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session,
                                                const std::filesystem::path& file);
 
+/// The same for the instance with this executable alone.
+std::optional<std::filesystem::path> used_file_of_instance(const std::filesystem::path& executable,
+                                                           const std::filesystem::path& file);
+
 /// The executable of the Eclipse instance that a run of the session works on; empty when the session chooses none, or one that
 /// does not exist. Throws PluginError.
 std::string chosen_executable(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session);

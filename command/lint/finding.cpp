@@ -28,7 +28,8 @@ std::optional<Severity> severity_named(std::string_view name) {
 }
 
 std::size_t Location::column_in_characters() const {
-  return line == 0 ? 0 : 1 + characters_in(std::string_view(text).substr(0, column - 1));
+  if (line == 0 || text.empty()) return line == 0 ? 0 : column;
+  return 1 + characters_in(std::string_view(text).substr(0, column - 1));
 }
 
 std::size_t Location::length_in_characters() const {

@@ -25,7 +25,7 @@ struct Location {
   std::size_t line = 0;    ///< from 1; 0 means the file as a whole
   std::size_t column = 0;  ///< in bytes, from 1; a tab is one byte
   std::size_t length = 0;  ///< in bytes
-  std::string text = {};   ///< the whole line, without its line feed
+  std::string text = {};   ///< the whole line, without its line feed; empty for a very long one of a session
 
   // What reports say, as editors count: in characters. A byte that is not UTF-8 is one, too.
   std::size_t column_in_characters() const;

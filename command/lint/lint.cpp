@@ -20,6 +20,9 @@ namespace eclipse_lint {
 
 namespace {
 
+/// A program may write a whole session into one line, with a finding for each name in it.
+constexpr std::size_t longest_line_of_session = 10'000;
+
 /// Ordered by location, and at one location in the order of the rules. Findings that are equal in all of this are duplicates.
 auto key_of(const Finding& finding) {
   const Location& location = finding.location;
@@ -39,8 +42,9 @@ void check(const Input& input, const Settings& settings, Findings& findings) {
   }
   if (!input.session) return;
   for (Finding& finding : findings) {
-    const bool is_in_session = finding.location.file == input.session->mode.file && finding.location.line != 0;
-    if (is_in_session) finding.location.text = input.session->document->line(finding.location.line);
+    if (finding.location.file != input.session->mode.file || finding.location.line == 0) continue;
+    const std::string_view line = input.session->document->line(finding.location.line);
+    if (line.size() <= longest_line_of_session) finding.location.text = line;
   }
 }
 

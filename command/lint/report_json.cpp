@@ -43,10 +43,12 @@ Json location_of(const Location& location) {
   Json physical = {{"artifactLocation", {{"uri", uri_of(location.file)}}}};
   if (location.line != 0) {
     const std::size_t start = location.column_in_characters();
-    physical["region"] = {{"startLine", location.line},
-                          {"startColumn", start},
-                          {"endColumn", start + location.length_in_characters()},
-                          {"snippet", {{"text", location.text}}}};
+    physical["region"] = {{"startLine", location.line}};
+    if (!location.text.empty() || location.length == 0) {
+      physical["region"].update({{"startColumn", start},
+                                 {"endColumn", start + location.length_in_characters()},
+                                 {"snippet", {{"text", location.text}}}});
+    }
   }
   return {{"physicalLocation", physical}};
 }

@@ -12,12 +12,11 @@
 
 #include <fstream>
 #include <string>
-#include <string_view>
 #include <system_error>
 
 #include "base/file.h"
-#include "base/text.h"
 #include "p2/configuration_files.h"
+#include "p2/data_area.h"
 #include "p2/installed_units.h"
 #include "p2/profile.h"
 
@@ -27,19 +26,6 @@ using namespace eclipse_base;
 namespace eclipse_p2 {
 
 namespace {
-
-/// Relative to the configuration, so that it comes along with it. It is also where p2 looks when nothing is said.
-bool keeps_data_beside_configuration(const fs::path& instance) {
-  constexpr std::string_view key = "eclipse.p2.data.area=";
-  const FileContent configuration = read_file(instance / configuration_file, largest::configuration);
-  if (!configuration.error.empty()) return false;
-  for (const std::string& line : lines_of(configuration.bytes)) {
-    if (!line.starts_with(key)) continue;
-    const std::string_view area = trimmed(std::string_view(line).substr(key.size()), "/\r");
-    if (area != "@config.dir/../p2") return false;
-  }
-  return true;
-}
 
 void copy_if_there(const fs::path& from, const fs::path& to, const fs::path& what) {
   if (!fs::exists(from / what)) return;
@@ -68,7 +54,8 @@ void copy_instance(const fs::path& from, const fs::path& to, const fs::path& sta
 bool InstanceCopy::is_possible_for(const fs::path& instance) {
   const fs::path state = profile_file(instance);
   const bool is_inside = !state.empty() && state == state.lexically_normal();
-  return is_inside && keeps_data_beside_configuration(instance);
+  const bool is_configured = read_file(instance / configuration_file, largest::configuration).error.empty();
+  return is_inside && is_configured && data_area_of(instance).is_inside;
 }
 
 std::unique_ptr<InstanceCopy> InstanceCopy::of(const fs::path& instance) try {

@@ -1,4 +1,5 @@
-// p2 keeps the states of a profile as p2/org.eclipse.equinox.p2.engine/profileRegistry/ID.profile/TIME.profile, or .profile.gz:
+// p2 keeps the states of a profile in its data area, as org.eclipse.equinox.p2.engine/profileRegistry/ID.profile/TIME.profile,
+// or .profile.gz:
 //
 //   <profile id="..."><properties><property name="org.eclipse.equinox.p2.installFolder" value="/opt/ide"/> ...</properties>
 //     <units><unit id="..." version="...">
@@ -24,6 +25,7 @@
 #include "base/file.h"
 #include "base/text.h"
 #include "p2/configuration_files.h"
+#include "p2/data_area.h"
 #include "p2/xml.h"
 
 using namespace eclipse_base;
@@ -46,7 +48,9 @@ std::optional<long long> time_of(const fs::path& file) {
 
 /// Without a word of the configuration, only a single one is certain to be the right one.
 fs::path profile_of(const fs::path& instance) {
-  const fs::path registry = instance / "p2/org.eclipse.equinox.p2.engine/profileRegistry";
+  const fs::path data = data_area_of(instance).directory;
+  if (data.empty()) return {};
+  const fs::path registry = data / "org.eclipse.equinox.p2.engine/profileRegistry";
   if (const auto configured = configured_value(instance, "eclipse.p2.profile")) return registry / (*configured + ".profile");
   std::error_code error;
   const fs::directory_iterator all(registry, error);
@@ -172,6 +176,8 @@ std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance
 }
 
 std::string profile_units_error(const fs::path& instance) {
+  std::string elsewhere = data_area_of(instance).reason;
+  if (!elsewhere.empty()) return elsewhere;
   const fs::path newest = profile_file(instance);
   const fs::path file = newest.empty() ? instance / configuration_file : newest;
   std::error_code error;
@@ -182,6 +188,11 @@ std::string profile_units_error(const fs::path& instance) {
   }
   const std::string reason = read_profile_state(newest).error;
   return file.string() + " " + (reason.empty() ? "has no <units> element" : reason);
+}
+
+std::string why_no_profile(const fs::path& instance) {
+  const std::string elsewhere = data_area_of(instance).reason;
+  return elsewhere.empty() ? "has no p2 profile of its own" : "has a p2 profile that cannot be found: " + elsewhere;
 }
 
 std::vector<Unit> roots_of(const std::vector<InstalledUnit>& units) {

@@ -41,7 +41,7 @@ std::filesystem::path instance_directory(const std::string& executable);
 
 /// Every state of the profile of the instance in this directory, newest first. p2 starts from the first one and never falls
 /// back to another, even if that one is damaged. Empty when there is none, or when it is not certain which profile is the
-/// instance's.
+/// instance's, or where it is.
 std::vector<std::filesystem::path> profile_states(const std::filesystem::path& instance);
 
 /// A state of a profile.
@@ -73,6 +73,9 @@ std::optional<std::vector<InstalledUnit>> profile_units(const std::filesystem::p
 
 /// Why profile_units() gives nothing, such as "FILE is damaged"; empty when the instance has no profile of its own.
 std::string profile_units_error(const std::filesystem::path& instance);
+
+/// Why there are no states, to be read after the name of the instance.
+std::string why_no_profile(const std::filesystem::path& instance);
 
 /// The units that were installed by name.
 std::vector<Unit> roots_of(const std::vector<InstalledUnit>& units);

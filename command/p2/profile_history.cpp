@@ -38,25 +38,6 @@ class Walk {
   std::size_t place_ = 0;
 };
 
-WayBack way_to(const std::vector<std::string>& times, const RunJournal& journal, const std::string& to) {
-  WayBack way;
-  Walk walk(times, journal);
-  const std::size_t target = walk.place_of(to);
-  if (target == times.size()) {
-    way.error = "the profile has no state of the time " + eclipse_base::printable(to);
-    return way;
-  }
-  way.target = to;
-  for (; walk.place() < target; walk.go_on()) {
-    if (walk.run() == nullptr) {
-      way.states_of_others.push_back(times[walk.place()]);
-    } else {
-      way.runs.push_back(walk.run());
-    }
-  }
-  return way;
-}
-
 }  // namespace
 
 std::vector<HistoricState> profile_history(const fs::path& instance, const RunJournal& journal) {
@@ -100,11 +81,30 @@ const RecordedRun* run_that_made(const std::string& time, const RunJournal& jour
   return found == journal.runs.rend() ? nullptr : &*found;
 }
 
-WayBack way_back(const std::vector<std::string>& times, const RunJournal& journal, const std::optional<std::string>& to) {
-  if (to) return way_to(times, journal, *to);
+WayBack way_back_to(const std::vector<std::string>& times, const RunJournal& journal, const std::string& time) {
+  WayBack way;
+  Walk walk(times, journal);
+  const std::size_t target = walk.place_of(time);
+  if (target == times.size()) {
+    way.error = "the profile has no state of the time " + eclipse_base::printable(time);
+    return way;
+  }
+  way.target = time;
+  for (; walk.place() < target; walk.go_on()) {
+    if (walk.run() == nullptr) {
+      way.states_of_others.push_back(times[walk.place()]);
+    } else {
+      way.runs.push_back(walk.run());
+    }
+  }
+  return way;
+}
+
+WayBack way_back(const std::vector<std::string>& times, const RunJournal& journal, const IsAsNow& is_as_now) {
   for (Walk walk(times, journal); !walk.is_at_end(); walk.go_on()) {
     const RecordedRun* const run = walk.run();
-    if (run != nullptr && run->went_back_to.empty()) return way_to(times, journal, run->before);
+    if (run == nullptr || !run->went_back_to.empty() || is_as_now(run->before)) continue;
+    return way_back_to(times, journal, run->before);
   }
   WayBack way;
   way.error = journal.error.empty()

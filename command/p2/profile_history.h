@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,9 +42,16 @@ struct WayBack {
   std::string error = {};                     ///< why there is no target
 };
 
-/// The way to the state before the last run that was not taken back already, or to the state of time `to`. `times` are those of
-/// all states, newest first. The journal must outlive the result.
-WayBack way_back(const std::vector<std::string>& times, const RunJournal& journal, const std::optional<std::string>& to = {});
+/// Whether the state of this time has just the units of the newest one, so that going back to it changes nothing.
+using IsAsNow = std::function<bool(const std::string& time)>;
+
+/// The way to the state before the last run that was not taken back already and that can be: p2 also writes a state for a run
+/// without a change, and somebody else may have taken one back. `times` are those of all states, newest first. The journal must
+/// outlive the result.
+WayBack way_back(const std::vector<std::string>& times, const RunJournal& journal, const IsAsNow& is_as_now);
+
+/// The way to the state of this time.
+WayBack way_back_to(const std::vector<std::string>& times, const RunJournal& journal, const std::string& time);
 
 }  // namespace eclipse_p2
 

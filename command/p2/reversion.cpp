@@ -11,6 +11,7 @@
 #include "base/printable.h"
 #include "base/temporary_directory.h"
 #include "base/text.h"
+#include "base/uri.h"
 #include "p2/director_command.h"
 #include "p2/profile_history.h"
 
@@ -38,7 +39,7 @@ constexpr std::string_view artifacts =
 std::string empty_repository(const fs::path& directory) {
   std::ofstream(directory / "content.xml", std::ios::binary) << metadata;
   std::ofstream(directory / "artifacts.xml", std::ios::binary) << artifacts;
-  return "file://" + directory.string();
+  return uri_of(fs::absolute(directory).string());
 }
 
 bool has_director(const ProfileState& state) {
@@ -46,23 +47,13 @@ bool has_director(const ProfileState& state) {
                                     [](const InstalledUnit& unit) { return unit.id == director_bundle; });
 }
 
-std::string differences_text(const UnitChange& change) {
-  std::vector<std::string> units;
-  for (const Unit& unit : change.went_out) units.push_back("+ " + text_of(unit));
-  for (const Unit& unit : change.came_in) units.push_back("- " + text_of(unit));
-  const std::size_t more = change.others_in + change.others_out + change.now_by_name.size() + change.no_longer_by_name.size();
-  if (more > 0) units.push_back(counted(more, "other unit"));
-  constexpr std::size_t most_named = 10;
-  return printable(first_few(units, most_named));
-}
-
 /// Why the instance is not as in the older state, although its director says so; empty when it is.
 std::string difference_from(const ProfileState& target, const fs::path& instance) {
   const fs::path newest = profile_file(instance);
   const ProfileState now = read_profile_state(newest);
   if (!now.error.empty()) return "the newest state of the p2 profile, " + printable(newest.string()) + ", " + now.error;
-  const UnitChange change = change_between(installed_in(target), installed_in(now));
-  return change.is_empty() ? "" : "the director reports success, but these units differ: " + differences_text(change);
+  const UnitChange change = change_between(installed_in(now), installed_in(target));
+  return change.is_empty() ? "" : "the director reports success, but these units differ: " + printable(text_of(change));
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "base/text.h"
+
 namespace eclipse_p2 {
 
 namespace {
@@ -56,6 +58,16 @@ UnitChange change_between(const InstalledUnits& before, const InstalledUnits& af
   change.others_in = count_missing(without_roots(after), before);
   change.others_out = count_missing(without_roots(before), after);
   return change;
+}
+
+std::string text_of(const UnitChange& change) {
+  std::vector<std::string> units;
+  for (const Unit& unit : change.came_in) units.push_back("+ " + text_of(unit));
+  for (const Unit& unit : change.went_out) units.push_back("- " + text_of(unit));
+  const std::size_t more = change.others_in + change.others_out + change.now_by_name.size() + change.no_longer_by_name.size();
+  if (more > 0) units.push_back(eclipse_base::counted(more, "other unit"));
+  constexpr std::size_t most_named = 10;
+  return eclipse_base::first_few(units, most_named);
 }
 
 }  // namespace eclipse_p2

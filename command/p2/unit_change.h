@@ -3,6 +3,7 @@
 #define ECLIPSE_INT_P2_UNIT_CHANGE_H
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
 #include "p2/installed_units.h"
@@ -22,6 +23,9 @@ struct UnitChange {
 };
 
 UnitChange change_between(const InstalledUnits& before, const InstalledUnits& after);
+
+/// In one line, such as "+ a/2.0.0, - a/1.0.0, 3 other units"; of many units, the first ones and how many more there are.
+std::string text_of(const UnitChange& change);
 
 }  // namespace eclipse_p2
 

@@ -37,7 +37,7 @@ struct RunRecord {
   std::vector<ActionRecord> actions;
   std::vector<CommandRecord> commands;
   std::vector<std::string> log;
-  /// Why the run stopped before the instance was changed; empty when it did not.
+  /// Why the run stopped before the plug-in changed the instance; empty when it did not.
   std::string refusal;
   /// The time of the state of the profile to which the instance was brought back after the run; empty when it was not.
   std::string went_back_to;

@@ -202,6 +202,27 @@ TEST_F(AllOrNothing, NeedsAWayBackBeforeItBegins) {
   EXPECT_EQ(director_calls(), "");
 }
 
+TEST_F(AllOrNothing, SaysWhyTheProfileIsNotKnown) {
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.data.area=@user.home/.p2\n");
+  for (int start = 1; start <= 3; ++start) script(start, "exit 13");
+  EXPECT_EQ(run(1).at("allOrNothing").at("error"),
+            "the profile of the Eclipse is not known, so there is no state to go back to: "
+            "DIRECTORY/eclipse/configuration/config.ini has eclipse.p2.data.area=@user.home/.p2");
+}
+
+/// Here, a script starts Eclipse with another configuration.
+TEST_F(AllOrNothing, DoesNotTakeAnotherProfileForThatOfTheDirector) {
+  script(1, "exit 13");
+  script(2, "true");
+  script(3, "exit 13");
+  const Json result = run(1).at("allOrNothing");
+  EXPECT_EQ(result.at("wentBackTo"), nullptr);
+  EXPECT_EQ(result.at("error"),
+            "the director reports success, but has not written the p2 profile in which the state 1 is the newest one, so it "
+            "works on another one");
+  EXPECT_EQ(result.at("command"), nullptr);
+}
+
 }  // namespace
 
 }  // namespace cli_test

@@ -116,6 +116,19 @@ TEST_F(History, NeedsAProfile) {
   EXPECT_NE(outcome.error.find("has no p2 profile of its own"), std::string::npos) << outcome.error;
 }
 
+TEST_F(History, IsThatOfTheProfileThatTheDirectorUses) {
+  fs::rename("eclipse/p2", "shared");
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.data.area=file\\:" + directory.path() + "/shared\n");
+  EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").size(), 1U);
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.data.area=@user.home/.p2\n");
+  const std::string reason =
+      "eclipse-int: \"DIRECTORY/eclipse/eclipse\" has a p2 profile that cannot be found: "
+      "DIRECTORY/eclipse/configuration/config.ini "
+      "has eclipse.p2.data.area=@user.home/.p2\n";
+  EXPECT_EQ(eclipse_int("history eclipse"), (Outcome{2, "", reason}));
+  EXPECT_EQ(eclipse_int("undo --eclipse eclipse"), (Outcome{2, "", reason}));
+}
+
 TEST_F(Undo, TakesBackTheLastRun) {
   script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
   const std::string variables = " --variables v.json --write-variables v.json";
@@ -193,10 +206,23 @@ TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChanged) {
   EXPECT_EQ(forced.at("others").at(0).at("time"), "1731234800000");
 }
 
+TEST_F(Undo, PassesOverRunsThatChangedNothing) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  script(2, leave("1731234700000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  script(3, leave("1731234800000", {"ide/4.0.0"}));
+  const Json result = undo("session.json", 0);
+  EXPECT_EQ(result.at("to"), "1731234500000");
+  EXPECT_EQ(result.at("change").at("wentOut"), Json({"one/1.0.0"}));
+  EXPECT_EQ(undo("session.json", 1).at("error"),
+            "no run of eclipse-int is recorded for this Eclipse that could be taken back; name a state");
+}
+
 TEST_F(Undo, DoesNotStartADirectorForNothing) {
   script(1, leave("1731234600000", {"ide/4.0.0"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
-  const Outcome outcome = eclipse_int("undo session.json");
+  const Outcome outcome = eclipse_int("undo session.json --to 1731234500000");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_TRUE(outcome.output.ends_with("  Nothing to do: the instance has just these units.\n")) << outcome.output;
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
@@ -219,6 +245,23 @@ TEST_F(Undo, LeavesADamagedProfileToRepair) {
   const Json result = undo("session.json", 1);
   EXPECT_TRUE(result.contains("damage"));
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
+TEST_F(Undo, IsKnownAlsoWhenItsDirectorFailsAtTheEnd) {
+  const std::string with_number = "sh -c 'echo $$ > number; exec \"$@\"' -";
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  script(2, leave("1731234700000", {"ide/4.0.0"}) + "; exit 13");
+  EXPECT_EQ(undo("session.json", 1).at("error"), "the director did not go back: exit code 13");
+  EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0).at("run").at("wentBackTo"),
+            "1731234500000");
+  script(3, leave("1731234800000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(undo("session.json --to 1731234600000", 0).at("error"), nullptr);
+  script(4, leave("1731234900000", {"ide/4.0.0"}) +
+                "; kill -s TERM $(cat number); sleep 0.5; kill -s TERM $(cat number); exec sleep 100");
+  EXPECT_EQ(eclipse_int("undo session.json", with_number).status, 143);
+  EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0).at("run").at("wentBackTo"),
+            "1731234500000");
 }
 
 TEST_F(Undo, LetsTheDirectorEndUnlessASecondSignalComes) {
@@ -244,7 +287,24 @@ TEST_F(Undo, NeedsAnEclipse) {
   EXPECT_EQ(eclipse_int("undo session.json --variables v.json --write-variables session.json").status, 2);
 }
 
+TEST_F(Undo, DoesNotWriteVariablesOverTheEclipse) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json --write-variables v.json").status, 0);
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.profile=P\n");
+  for (const std::string file : {"eclipse/configuration/config.ini", "eclipse/eclipse"}) {
+    const Outcome outcome = eclipse_int("undo --eclipse eclipse --variables v.json --write-variables " + file);
+    EXPECT_EQ(outcome.status, 2) << file;
+    EXPECT_NE(outcome.error.find(file + ": --write-variables would overwrite DIRECTORY/" + file), std::string::npos)
+        << outcome.error;
+  }
+  EXPECT_EQ(content_of("eclipse/configuration/config.ini"), "eclipse.p2.profile=P\n");
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
 TEST_F(Undo, WaitsForItsTurn) {
+  for (const std::string seconds : {"nan", "-nan", "1e308", "inf", "-1"}) {
+    EXPECT_EQ(eclipse_int("undo session.json --wait=" + seconds).status, 2) << seconds;
+  }
   const Outcome outcome = eclipse_int("undo session.json", "flock eclipse/configuration/.eclipse-int.lock");
   EXPECT_EQ(outcome.status, 2);
   EXPECT_NE(outcome.error.find("another director is at work"), std::string::npos) << outcome.error;

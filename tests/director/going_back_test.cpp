@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 
 #include "product.h"
@@ -117,7 +118,13 @@ TEST(GoingBack, RunsAreTakenBackOneAfterTheOther) {
   EXPECT_EQ(newest["change"]["cameIn"], nlohmann::json(features({"gamma"})));
   EXPECT_THAT(newest["run"]["command"].get<std::string>(), testing::StartsWith("eclipse-int run --json "));
 
+  // The temporary directory has a repository that the director has to load.
+  const fs::path temporary = product.directory() / "a,b%41 c";
+  fs::create_directory(temporary);
+  const std::string before = fs::temp_directory_path().string();
+  setenv("TMPDIR", temporary.c_str(), 1);
   const Child first = eclipse_int("undo --json " + session + variables);
+  setenv("TMPDIR", before.c_str(), 1);
   EXPECT_EQ(first.status, 0) << first.result;
   EXPECT_EQ(product.installed(), features({"alpha"}));
   const Child second = eclipse_int("undo --json " + session + variables);

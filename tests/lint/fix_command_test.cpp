@@ -96,6 +96,24 @@ TEST_F(FixCommand, KeepsPermissionsOwnerAndLinks) {
   EXPECT_EQ(std::distance(fs::directory_iterator("."), fs::directory_iterator()), 2);
 }
 
+/// The plug-in reads whatever is below etc/eclipse. That the directory has a directory of the name makes a new file there fail.
+TEST_F(FixCommand, WritesNoOtherFileWhereThePlugInLooks) {
+  const std::string blocked = "sh -c 'mkdir -p tools/etc/eclipse/.t.$$.new && exec \"$@\"' - '" ECLIPSE_INT_COMMAND "' ";
+  write_file("tools/etc/eclipse/t", bad);
+  const auto fix = eclipse_shell::run_in_shell(blocked + "lint --fix tools/etc/eclipse/t");
+  EXPECT_EQ(fix.exit_code, 0) << fix.error_output;
+  EXPECT_EQ(content_of("tools/etc/eclipse/t"), good);
+  EXPECT_EQ(std::distance(fs::directory_iterator("tools/etc"), fs::directory_iterator()), 1);
+  write_file("tools/etc/eclipse/t", bad);
+  const auto refused = eclipse_shell::run_in_shell("sh -c 'mkdir -p tools/etc/.t.$$.new && exec \"$@\"' - '" ECLIPSE_INT_COMMAND
+                                                   "' lint --fix tools/etc/eclipse/t");
+  EXPECT_EQ(refused.exit_code, 2);
+  EXPECT_NE(refused.error_output.find("tools/etc/eclipse/t: cannot be written: " + directory.path() + "/tools/etc/.t."),
+            std::string::npos)
+      << refused.error_output;
+  EXPECT_EQ(content_of("tools/etc/eclipse/t"), bad);
+}
+
 TEST_F(FixCommand, FileThatCannotBeWrittenIsAnErrorAndTheOthersAreFixed) {
   write_file("u", bad);
   ASSERT_EQ(chmod("u", 0444), 0);

@@ -71,6 +71,21 @@ class SessionFindings : public testing::Test {
   const Texts internal = {R"("ECLIPSE_INTEGRATION_CHOICE": "internal")", R"("ECLIPSE_BIN": "eclipse")"};
 };
 
+/// A copy of the line for each of them would need memory for the square of its length.
+TEST_F(SessionFindings, OfAVeryLongLineDoNotHaveItsText) {
+  for (const std::size_t count : {10U, 1000U}) {
+    std::string names;
+    for (std::size_t i = 0; i < count; ++i) names += (i == 0 ? "" : ", ") + ("\"etc/eclipse/" + std::to_string(i) + "\"");
+    Component component;
+    component.package = R"("package": {"files": [)" + names + "]}";
+    Findings findings = findings_with({}, {component});
+    std::erase_if(findings, [](const Finding& finding) { return finding.rule->name != "listed-descriptor-missing"; });
+    ASSERT_EQ(findings.size(), count);
+    EXPECT_EQ(findings[0].location.text.empty(), count == 1000) << findings[0].location.text.size();
+    EXPECT_NE(findings[0].location.column, findings[1].location.column);
+  }
+}
+
 TEST_F(SessionFindings, NoneInACleanOne) {
   EXPECT_EQ(summary_with(internal, {ide, Component()}), Texts());
   EXPECT_EQ(summary_with({}, {Component()}), Texts());

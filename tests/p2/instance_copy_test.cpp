@@ -83,8 +83,9 @@ TEST_F(CopyOfAnInstance, IsMadeWhereverTheDirectorFindsTheCopiedProfile) {
 }
 
 TEST_F(CopyOfAnInstance, IsNotMadeOfWhatTheDirectorWouldNotFind) {
-  for (const std::string configuration :
-       {"eclipse.p2.data.area=@user.home/.p2\n", "eclipse.p2.data.area=file\\:/home/me/.p2\n", "eclipse.p2.profile=Q\n"}) {
+  for (const std::string& configuration : std::vector<std::string>{
+           "eclipse.p2.data.area=@user.home/.p2\n", "eclipse.p2.data.area=" + fs::absolute("ide/p2").string() + "\n",
+           "eclipse.p2.data.area=file\\:/home/me/.p2\n", "eclipse.p2.profile=Q\n"}) {
     write_configuration(configuration);
     EXPECT_EQ(InstanceCopy::of("ide"), nullptr) << configuration;
   }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "fake_host/temporary_directory.h"
 
 namespace eclipse_p2 {
@@ -16,6 +18,13 @@ RecordedRun run(const std::string& before, const std::string& after, const std::
   return {"run to " + after, before, after, went_back_to, {}};
 }
 
+/// Every older state has other units than the newest one.
+bool never(const std::string& /*time*/) { return false; }
+
+IsAsNow among(const Times& same) {
+  return [same](const std::string& time) { return std::find(same.begin(), same.end(), time) != same.end(); };
+}
+
 Times commands_of(const WayBack& way) {
   Times commands;
   for (const RecordedRun* const run : way.runs) commands.push_back(run->command);
@@ -24,7 +33,7 @@ Times commands_of(const WayBack& way) {
 
 TEST(WayBack, LeadsToTheStateBeforeTheLastRun) {
   const RunJournal journal{{run("1", "3"), run("3", "5")}};
-  const WayBack way = way_back(times, journal);
+  const WayBack way = way_back(times, journal, never);
   EXPECT_EQ(way.target, "3");
   EXPECT_EQ(commands_of(way), Times{"run to 5"});
   EXPECT_EQ(way.states_of_others, Times());
@@ -32,7 +41,7 @@ TEST(WayBack, LeadsToTheStateBeforeTheLastRun) {
 
 TEST(WayBack, NamesTheStatesOfOthers) {
   const RunJournal journal{{run("1", "3")}};
-  const WayBack way = way_back(times, journal);
+  const WayBack way = way_back(times, journal, never);
   EXPECT_EQ(way.target, "1");
   EXPECT_EQ(commands_of(way), Times{"run to 3"});
   EXPECT_EQ(way.states_of_others, (Times{"5", "4"}));
@@ -40,41 +49,56 @@ TEST(WayBack, NamesTheStatesOfOthers) {
 
 TEST(WayBack, PassesOverWhatWasTakenBack) {
   const RunJournal journal{{run("1", "2"), run("2", "3"), run("3", "4", "2")}};
-  const WayBack way = way_back({"4", "3", "2", "1"}, journal);
+  const WayBack way = way_back({"4", "3", "2", "1"}, journal, never);
   EXPECT_EQ(way.target, "1") << "the run to 3 was taken back already";
   EXPECT_EQ(commands_of(way), (Times{"run to 4", "run to 2"}));
   EXPECT_EQ(way.states_of_others, Times());
-  EXPECT_EQ(way_back({"4", "3", "2", "1"}, journal, "3").target, "3") << "and can be named";
+  EXPECT_EQ(way_back_to({"4", "3", "2", "1"}, journal, "3").target, "3") << "and can be named";
 }
 
 TEST(WayBack, PassesOverARunThatTookItselfBack) {
   const RunJournal journal{{run("1", "2"), run("2", "4", "2")}};
-  EXPECT_EQ(way_back({"4", "3", "2", "1"}, journal).target, "1");
+  EXPECT_EQ(way_back({"4", "3", "2", "1"}, journal, never).target, "1");
+}
+
+TEST(WayBack, PassesOverRunsThatChangedNothing) {
+  const RunJournal journal{{run("1", "2"), run("2", "4"), run("4", "5")}};
+  const WayBack way = way_back(times, journal, among({"4", "3", "2"}));
+  EXPECT_EQ(way.target, "1");
+  EXPECT_EQ(commands_of(way), (Times{"run to 5", "run to 4", "run to 2"}));
+  EXPECT_NE(way_back(times, journal, among(times)).error, "");
+}
+
+TEST(WayBack, PassesOverARunThatSomebodyElseTookBack) {
+  const RunJournal journal{{run("1", "2"), run("2", "3")}};
+  const WayBack way = way_back({"4", "3", "2", "1"}, journal, among({"2"}));
+  EXPECT_EQ(way.target, "1");
+  EXPECT_EQ(way.states_of_others, Times{"4"});
 }
 
 TEST(WayBack, LeadsToANamedState) {
   const RunJournal journal{{run("2", "3"), run("4", "5")}};
-  const WayBack way = way_back(times, journal, "2");
+  const WayBack way = way_back_to(times, journal, "2");
   EXPECT_EQ(way.target, "2");
   EXPECT_EQ(commands_of(way), (Times{"run to 5", "run to 3"}));
   EXPECT_EQ(way.states_of_others, Times{"4"});
-  EXPECT_EQ(way_back(times, journal, "9").error, "the profile has no state of the time 9");
+  EXPECT_EQ(way_back_to(times, journal, "9").error, "the profile has no state of the time 9");
 }
 
 TEST(WayBack, DoesNotTrustTheOrderInTheFile) {
   const RunJournal journal{{run("5", "5"), run("9", "4"), run("7", "3", "5")}};
-  EXPECT_EQ(way_back(times, journal, "1").states_of_others, Times{"2"});
+  EXPECT_EQ(way_back_to(times, journal, "1").states_of_others, Times{"2"});
 }
 
 TEST(WayBack, IsNotThereWithoutARun) {
-  EXPECT_EQ(way_back(times, {}).error,
+  EXPECT_EQ(way_back(times, {}, never).error,
             "no run of eclipse-int is recorded for this instance that could be taken back; name a state");
-  EXPECT_EQ(way_back(times, {{}, "FILE: is damaged"}).error, "FILE: is damaged");
-  EXPECT_NE(way_back({}, {}).error, "");
+  EXPECT_EQ(way_back(times, {{}, "FILE: is damaged"}, never).error, "FILE: is damaged");
+  EXPECT_NE(way_back({}, {}, never).error, "");
 }
 
 TEST(WayBack, EndsWhereTheStateIsGone) {
-  EXPECT_EQ(way_back({"5"}, {{run("3", "5")}}).error, "the profile has no state of the time 3");
+  EXPECT_EQ(way_back({"5"}, {{run("3", "5")}}, never).error, "the profile has no state of the time 3");
 }
 
 TEST(ProfileHistory, TellsWhatEachStateChangedAndWhoMadeIt) {

@@ -155,6 +155,17 @@ void write_profile(const std::map<std::string, std::string>& versions) {
                    "<profile>" + units(versions) + "<iusProperties>" + roots + "</iusProperties></profile>");
 }
 
+TEST_F(PlanCommand, SaysWhyTheProfileIsNotKnown) {
+  write_session("install");
+  write_profile({});
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.data.area=@user.home/.p2\n");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_NE(outcome.output.find("\n  What is installed is not known: the p2 profile of the instance cannot be read: "
+                                "DIRECTORY/eclipse/configuration/config.ini has eclipse.p2.data.area=@user.home/.p2\n"),
+            std::string::npos)
+      << outcome.output;
+}
+
 TEST_F(PlanCommand, HasALineForEachFeatureAndRepository) {
   write_session("install");
   write_repository("site", {{"new", "1.0.0"}, {"same", "1.0.0"}, {"older", "2.0.0"}, {"newer", "1.0.0"}});

@@ -13,6 +13,8 @@ const std::string update =
     "-nosplash -nl en -application org.eclipse.equinox.p2.director -repository file://DIRECTORY/tools/site -u one/1.0.0 "
     "-i one/2.0.0\n";
 
+const std::string registry = "eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/";
+
 class UpdateCommand : public ChildCommand {
  protected:
   UpdateCommand() {
@@ -26,12 +28,11 @@ class UpdateCommand : public ChildCommand {
                                                    "'/><unit id='two' version='1.0.0'/></units></repository>");
   }
 
-  static void write_profile(const std::string& version) {
-    fake::write_file("eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
-                     "<profile><units><unit id='one' version='" + version +
-                         "'/></units><iusProperties><iuProperties id='one' version='" + version +
-                         "'><properties><property name='org.eclipse.equinox.p2.type.root' value='true'/></properties>"
-                         "</iuProperties></iusProperties></profile>");
+  static void write_profile(const std::string& version, const std::string& file = registry + "1.profile") {
+    fake::write_file(file, "<profile><units><unit id='one' version='" + version +
+                               "'/></units><iusProperties><iuProperties id='one' version='" + version +
+                               "'><properties><property name='org.eclipse.equinox.p2.type.root' value='true'/></properties>"
+                               "</iuProperties></iusProperties></profile>");
   }
 };
 
@@ -92,6 +93,30 @@ TEST_F(UpdateCommand, ThatFailsLeavesEverythingAsItIs) {
             std::string::npos)
       << run.output;
   EXPECT_EQ(director_calls(), update);
+}
+
+TEST_F(UpdateCommand, ThatFailsSaysWhatItChanged) {
+  write_profile("2.0.0", "prepared");
+  script(1, "cp prepared " + registry + "2.profile; exit 137");
+  const Outcome run = eclipse_int("run session.json --update");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.output.find("Refused: the director failed, but it has changed the Eclipse: + one/2.0.0, - one/1.0.0\n"),
+            std::string::npos)
+      << run.output;
+  EXPECT_EQ(director_calls(), update);
+}
+
+TEST_F(UpdateCommand, ThatFailsAndLeavesAStateWithoutAChangeHasChangedNothing) {
+  script(1, "cp " + registry + "1.profile " + registry + "2.profile; exit 13");
+  EXPECT_EQ(Json::parse(eclipse_int("run session.json --update --json").output).at("refusal"),
+            "the director did not update the features, and nothing was changed");
+}
+
+TEST_F(UpdateCommand, ThatFailsAndDamagesTheProfileSaysSo) {
+  script(1, "printf '<profile' > " + registry + "2.profile; exit 137");
+  EXPECT_EQ(Json::parse(eclipse_int("run session.json --update --json").output).at("refusal"),
+            "the director failed, and the newest state of the p2 profile, DIRECTORY/" + registry +
+                "2.profile, is not well-formed XML");
 }
 
 TEST_F(UpdateCommand, EndsWithASignal) {

@@ -40,6 +40,19 @@ TEST_F(VerifyCommand, IsTheSameWhenAllIsThere) {
   EXPECT_EQ(director_calls(), question);
 }
 
+TEST_F(VerifyCommand, SaysWhyTheProfileIsNotKnown) {
+  write_session("install");
+  write_profile("");
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.data.area=@user.home/.p2\n");
+  script(1, "echo one/1.0.0; echo two/2.0.0");
+  const Outcome outcome = eclipse_int("verify session.json");
+  EXPECT_EQ(outcome.status, 0) << outcome.error;
+  EXPECT_TRUE(
+      outcome.output.ends_with("read: DIRECTORY/eclipse/configuration/config.ini has "
+                               "eclipse.p2.data.area=@user.home/.p2\n"))
+      << outcome.output;
+}
+
 TEST_F(VerifyCommand, NamesEveryDifferenceOfAnInstallation) {
   write_session("install");
   fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite\ttwo/2.0\nsite\tthree\n");

@@ -6,6 +6,7 @@
 #include "lint/input.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
+#include "p2/data_area.h"
 #include "p2/director_command.h"
 #include "p2/profile.h"
 #include "p2/removal.h"
@@ -60,10 +61,11 @@ void for_each_removed(const Input& input, const Use& use) {
   }
 }
 
-/// A damaged one is the finding of another rule.
+/// A damaged one is the finding of another rule; one that is kept elsewhere is no error.
 void report_unreadable_profile(const Input& input, Reporter& reporter) {
   if (!input.session || !input.session->removes_units() || input.session->installed) return;
   const fs::path instance = instance_directory(input.session->executable());
+  if (!data_area_of(instance).reason.empty()) return;
   const fs::path profile = profile_file(instance);
   if (!profile.empty() && read_profile_state(profile).is_damaged) return;
   const std::string error = profile_units_error(instance);
