@@ -97,6 +97,7 @@ Rule descriptor_outside_etc_eclipse() {
             const auto known = real_descriptors(input);
             for_each_listed(input, [&](const Component& component, const ListedFile& file) {
               if (file.descriptor || file.text.empty()) return;
+              if (is_among_examples(with_slashes(file.text)) && !known.empty()) return;
               const fs::path path = fs::path(component.directory) / with_slashes(file.text);
               std::error_code error;
               if (!fs::is_regular_file(path, error) || known.count(fs::canonical(path, error)) != 0) return;
@@ -128,7 +129,7 @@ Rule descriptor_not_listed() {
           .check = [](const Input& input, Reporter& reporter) {
             for (const UnlistedFile& unlisted : input.unlisted) {
               const auto& [component, file] = unlisted;
-              if (!file.exists || is_listed_elsewhere(unlisted)) continue;
+              if (!file.exists || is_listed_elsewhere(unlisted) || is_among_examples(file.name)) continue;
               reporter.report(component->list_location, "the package does not list " + in_quotes(file.name));
             }
           }};
@@ -354,6 +355,34 @@ Rule accidental_descriptor() {
           }};
 }
 
+Rule example_is_descriptor() {
+  return {
+      .name = "example-is-descriptor",
+      .group = Group::files,
+      .severity = Severity::warning,
+      .title = "a descriptor file is among documentation or examples",
+      .why =
+          "The plug-in looks for \"etc/eclipse/\" anywhere in a path. If a package lists the file, it is read like every "
+          "other one, and its paths are relative to the component's directory.",
+      .fix = "rename its directory etc/eclipse/, or leave it out of the package",
+      .bad = product(session("install", user_choice("ide/eclipse"),
+                             entry_of({.package = R"("files": ["etc/eclipse/tools.txt", "doc/etc/eclipse/tools.txt"])"})),
+                     {{"tools/doc/etc/eclipse/tools.txt", line_of_one}}),
+      .good = component(line_of_one, {{"tools/site/content.xml", content_of_one}, {"tools/doc/tools.txt", line_of_one}}),
+      .check = [](const Input& input, Reporter& reporter) {
+        for_each_listed(input, [&](const Component&, const ListedFile& file) {
+          if (file.is_example) {
+            const std::string message = in_quotes(file.descriptor->name) + " is among documentation or examples; not checked";
+            reporter.report(Severity::note, file.location, message,
+                            "leave it out of the package, or rename its directory etc/eclipse/");
+          } else if (input.session && file.descriptor && file.descriptor->exists && is_among_examples(file.descriptor->name)) {
+            reporter.report(file.location, in_quotes(file.descriptor->name) +
+                                               " is among documentation or examples, but read as a descriptor file");
+          }
+        });
+      }};
+}
+
 // ---- Lists of files ----
 
 Rule directory_entry_listed() {
@@ -474,11 +503,11 @@ Rule capability_descriptor_mismatch() {
 }  // namespace
 
 std::vector<Rule> rules_about_files() {
-  return {descriptor_outside_etc_eclipse(), descriptor_not_listed(),   listed_descriptor_missing(),
-          descriptor_not_a_file(),          descriptor_unreadable(),   not_a_descriptor(),
-          unusual_descriptor_name(),        accidental_descriptor(),   directory_entry_listed(),
-          trailing_space_in_listed_name(),  descriptor_listed_twice(), component_never_searched(),
-          capability_descriptor_mismatch()};
+  return {descriptor_outside_etc_eclipse(), descriptor_not_listed(),         listed_descriptor_missing(),
+          descriptor_not_a_file(),          descriptor_unreadable(),         not_a_descriptor(),
+          unusual_descriptor_name(),        accidental_descriptor(),         example_is_descriptor(),
+          directory_entry_listed(),         trailing_space_in_listed_name(), descriptor_listed_twice(),
+          component_never_searched(),       capability_descriptor_mismatch()};
 }
 
 }  // namespace eclipse_lint
