@@ -109,6 +109,8 @@ std::vector<Rule> rules_about_orders();
 std::vector<Rule> rules_about_eclipse();
 std::vector<Rule> rules_about_sessions();
 std::vector<Rule> rules_about_removals();
+std::vector<Rule> rules_about_places();
+std::vector<Rule> rules_about_checksums();
 
 }  // namespace eclipse_lint
 

@@ -105,7 +105,8 @@ const std::vector<Rule>& rules() {
   static const std::vector<Rule> all = [] {
     std::vector<Rule> rules;
     for (const auto& more : {rules_about_files(), rules_about_lines(), rules_about_repositories(), rules_about_features(),
-                             rules_about_orders(), rules_about_eclipse(), rules_about_sessions(), rules_about_removals()}) {
+                             rules_about_orders(), rules_about_eclipse(), rules_about_sessions(), rules_about_removals(),
+                             rules_about_places(), rules_about_checksums()}) {
       rules.insert(rules.end(), more.begin(), more.end());
     }
     std::vector<Rule> by_group;

@@ -76,12 +76,21 @@ std::string label_of(const pugi::xml_node& unit) {
   return translated.empty() ? label : translated;
 }
 
-UnitDescription description_of(const pugi::xml_node& unit) {
-  UnitDescription description{label_of(unit), property_of(unit, "org.eclipse.equinox.p2.type.category") == "true", {}};
-  if (!description.is_category) return description;
+std::set<std::string> units_required_by_name(const pugi::xml_node& unit) {
+  std::set<std::string> ids;
   for (const pugi::xml_node required : unit.child("requires").children("required")) {
     if (std::string_view(required.attribute("namespace").value()) != "org.eclipse.equinox.p2.iu") continue;
-    description.members.insert(required.attribute("name").value());
+    ids.insert(required.attribute("name").value());
+  }
+  return ids;
+}
+
+UnitDescription description_of(const pugi::xml_node& unit) {
+  UnitDescription description{label_of(unit), property_of(unit, "org.eclipse.equinox.p2.type.category") == "true", {}, {}};
+  if (description.is_category) {
+    description.members = units_required_by_name(unit);
+  } else if (property_of(unit, "org.eclipse.equinox.p2.type.group") == "true") {
+    description.parts = units_required_by_name(unit);
   }
   return description;
 }
@@ -153,6 +162,10 @@ void read_artifacts(const pugi::xml_node& repository, const RepositoryFiles& fil
       read.damaged_artifacts.emplace(name_of_artifact(artifact), file.append(" ").append(error));
     } else {
       read.artifacts->insert(name_of_artifact(artifact));
+      if (file.empty() || files.are_in_archive()) continue;
+      auto checksums = checksums_of(artifact);
+      if (checksums.empty()) continue;
+      read.artifact_files.emplace(name_of_artifact(artifact), ArtifactFile{file, files.path() / file, std::move(checksums)});
     }
   }
 }
@@ -278,6 +291,9 @@ class Repositories::Reader {
     }
     for (const auto& [name, error] : child.damaged_artifacts) {
       repository_.damaged_artifacts.emplace(name, with_slash(location) + error);
+    }
+    for (const auto& [name, file] : child.artifact_files) {
+      repository_.artifact_files.emplace(name, ArtifactFile{with_slash(location) + file.name, file.path, file.checksums});
     }
   }
 

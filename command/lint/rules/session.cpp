@@ -1,6 +1,7 @@
 // Rules about the run of a session as a whole.
 #include <algorithm>
 
+#include "base/file.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "dry_run/log_lines.h"
@@ -94,6 +95,17 @@ bool was_read(const Input& input, const Component& component) {
   });
 }
 
+/// What to do about a session that makes an instance new.
+std::string advice_on_new_instance(const SessionFacts& facts) {
+  const std::string path = facts.variable("USER_DEFINED_ECLIPSE_PATH");
+  const std::string known = facts.variable("CASHED_ECLIPSE_PATH");
+  if (!path.empty() && !known.empty() && is_same_file(path, known)) {
+    return "write " + in_quotes(path) +
+           " into CASHED_ECLIPSE_PATH, too: it names the same file in other words, but the two are compared as text";
+  }
+  return "if that is intended, do nothing; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the previous run";
+}
+
 Rule new_instance_gets_all_features() {
   return {
       .name = "new-instance-gets-all-features",
@@ -116,7 +128,8 @@ Rule new_instance_gets_all_features() {
               list += (list.empty() ? "" : ", ") + in_quotes(component.catalogue->code);
             }
             if (list.empty()) return;
-            reporter.report(input.session->mode, "the Eclipse instance is new, so it also gets the features of " + list);
+            reporter.report(input.session->mode, "the Eclipse instance is new, so it also gets the features of " + list,
+                            advice_on_new_instance(*input.session));
           },
   };
 }

@@ -164,6 +164,91 @@ TEST(LintDirector, DamagedArtifactsKeepBackTheOthers) {
   }
 }
 
+/// The list of artifacts of the site alpha, with these properties of its plug-in's jar in place of its own.
+void list_alpha_with(const Product& product, const std::string& properties) {
+  const fs::path site = product.directory() / "tools/sites/alpha";
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + site.string() + "' && unzip -q artifacts.jar && rm artifacts.jar").exit_code,
+            0);
+  std::ifstream file(site / "artifacts.xml");
+  std::string text{std::istreambuf_iterator<char>(file), {}};
+  const std::string before = "<properties size='6'>";
+  const std::size_t start = text.find(before) + before.size();
+  ASSERT_GT(start, before.size());
+  text.replace(start, text.find("</properties>", start) - start, properties);
+  write(site / "artifacts.xml", text);
+}
+
+TEST(LintDirector, StrongestChecksumOfAnArtifactDecides) {
+  const fs::path jar = prepared / "sites/alpha/plugins/org.example.alpha.plugin_1.0.0.jar";
+  const auto sum = [&](const std::string& program) {
+    return eclipse_shell::run_in_shell(program + " '" + jar.string() + "' | cut -d ' ' -f 1 | tr -d '\\n'").output;
+  };
+  const std::string wrong = "00";
+  const auto property = [](const std::string& name, const std::string& value) {
+    return "<property name='" + name + "' value='" + value + "'/>";
+  };
+  const std::string sha_512 = "download.checksum.sha-512";
+  const std::string sha_256 = "download.checksum.sha-256";
+  const std::string md5 = "download.checksum.md5";
+  const std::string upper_case = eclipse_shell::run_in_shell("printf %s " + sum("md5sum") + " | tr a-f A-F").output;
+  const std::vector<std::pair<std::string, bool>> lists = {
+      {property(sha_512, sum("sha512sum")) + property(sha_256, wrong), true},
+      {property(sha_512, wrong) + property(sha_256, sum("sha256sum")), false},
+      {property(sha_256, sum("sha256sum")) + property(md5, wrong), true},
+      {property(sha_256, wrong) + property(md5, sum("md5sum")), false},
+      {property("download.checksum.sha-1", wrong), false},
+      {property("download.checksum.sha-1", sum("sha1sum")), true},
+      {property("download.md5", wrong), false},
+      {property("download.md5", upper_case), false},
+      {property(sha_256, ""), true},
+      {property("download.checksum.other", wrong), true},
+      {property(md5, sum("md5sum")) + property("artifact.checksum.sha-256", wrong), false},
+      {property("artifact.checksum.sha-512", sum("sha512sum")) + property("artifact.checksum.sha-256", wrong), true},
+  };
+  for (const auto& [properties, is_accepted] : lists) {
+    Product product;
+    product.component("tools", {"alpha"}, alpha);
+    list_alpha_with(product, properties);
+    const Outcome outcome = product.run("install");
+    EXPECT_EQ(outcome.exit_codes().front(), is_accepted ? 0 : 13) << properties;
+    const std::vector<std::string> found =
+        is_accepted ? std::vector<std::string>() : std::vector<std::string>{"artifact-checksum-wrong"};
+    EXPECT_EQ(rules_broken_by(product), found) << properties;
+  }
+}
+
+TEST(LintDirector, FeatureJarWithAnotherChecksumIsRefused) {
+  Product product;
+  product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");
+  const std::string site = (product.directory() / "tools/sites/alpha").string();
+  const std::string edit = "s|value=.275./>|&<property name=\"download.checksum.sha-256\" value=\"00\"/>|";
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + site + "' && unzip -q artifacts.jar && rm artifacts.jar && sed -i '" + edit +
+                                        "' artifacts.xml && grep -q 'value=\"00\"' artifacts.xml")
+                .exit_code,
+            0);
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13, 0));
+  EXPECT_EQ(product.installed(), features({"gamma"}));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("artifact-checksum-wrong"));
+}
+
+TEST(LintDirector, RepositoryOfAnotherComponentIsMissingWithoutIt) {
+  Product product;
+  product.component("base", {"alpha", "gamma"}, "sites/gamma\torg.example.gamma.feature.group\n");
+  product.component("tools", {}, "../base/sites/alpha\torg.example.alpha.feature.group\t\t1\n");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-outside-component"));
+  fs::rename(product.directory() / "base/sites/alpha", product.directory() / "alpha");
+  write(product.directory() / "tools/etc/eclipse/features.txt", "../alpha\torg.example.alpha.feature.group\t\t1\n");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-outside-component"));
+
+  Product alone;
+  alone.component("tools", {"gamma"},
+                  "sites/gamma\torg.example.gamma.feature.group\n../base/sites/alpha\torg.example.alpha.feature.group\t\t1\n");
+  EXPECT_THAT(alone.run("install").exit_codes(), ElementsAre(13, 0, 13));
+  EXPECT_THAT(rules_broken_by(alone), ElementsAre("repository-missing"));
+}
+
 TEST(LintDirector, ArtifactsMayComeFromAnotherSite) {
   Product product;
   product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");
