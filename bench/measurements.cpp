@@ -14,7 +14,9 @@
 #include <map>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 #include <tuple>
+#include <unordered_set>
 
 #include "bench/inputs.h"
 #include "bench/memory.h"
@@ -174,10 +176,9 @@ class MakeLists {
       lists.repositories.insert(urls_[i]);
       lists.extras.insert(records_[i].extra);
     }
+    std::unordered_set<std::string_view> listed;
     for (const plugin_config& record : records_) {
-      if (std::ranges::find(lists.features, record.feature) == lists.features.end()) {
-        lists.features.push_back(record.feature);
-      }
+      if (listed.insert(record.feature).second) lists.features.push_back(record.feature);
     }
     return lists;
   }
@@ -341,6 +342,7 @@ void register_all() {
   register_case<MakeLists<Orders::none>>("lists, no orders", {1'000, 10'000, 100'000}, 10'000);
   register_case<MakeLists<Orders::few_numbers>>("lists, orders among 100", {1'000, 10'000, 100'000}, 10'000);
   register_case<MakeLists<Orders::many_numbers>>("lists, orders among all", {1'000, 10'000, 100'000}, 10'000);
+  register_case<MakeLists<Orders::distinct_units>>("lists, all features differ", {1'000, 10'000, 100'000}, 10'000);
   register_case<AddUnique>("add_unique", {1'000, 10'000});
   register_case<Install>("install session", {100, 1'000});
   register_director("install session", 1'000);

@@ -5,7 +5,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <array>
 #include <cstring>
 #include <filesystem>
@@ -210,18 +209,18 @@ int perform(const CheckHostOptions& options) {
 
 }  // namespace
 
-Subcommand add_check_host(CLI::App& program) {
-  CLI::App& parser = *program.add_subcommand("check-host",
-                                             "Check whether an installer host keeps the promises of the host interface:\n"
-                                             "run it with a library that checks it in place of the plug-in");
+Subcommand add_check_host(const Parser& program) {
+  const Parser parser = program.add_subcommand("check-host",
+                                               "Check whether an installer host keeps the promises of the host interface:\n"
+                                               "run it with a library that checks it in place of the plug-in");
   const auto options = std::make_shared<CheckHostOptions>();
   parser
       .add_option("COMMAND", options->command,
                   "The command that runs the host, after \"--\"; {plugin} in it becomes\nthe path of the library")
-      ->option_text("ARGS...");
+      .option_text("ARGS...");
   parser.add_option("--only", options->only, "Perform this check, or the checks of this group; may be repeated [all checks]")
-      ->type_name("NAME")
-      ->allow_extra_args(false);
+      .type_name("NAME")
+      .one_value_each();
   parser.add_flag("--list", options->list, "List all checks with their levels and promises, and exit");
   parser.add_flag("--in-process", options->in_process,
                   "Perform the checks in the process of the host, for a debugger\n[each in a forked child]");
@@ -231,20 +230,20 @@ Subcommand add_check_host(CLI::App& program) {
                   "After the checks, let the first action throw an exception, as it\ndoes when memory runs out, and see "
                   "whether the host catches it");
   parser.add_option("--seconds", options->seconds, "End a check that takes longer than N seconds, 1 to 3600 [10]")
-      ->type_name("N")
-      ->check(CLI::Range(1, 3600).description(""));
+      .type_name("N")
+      .between(1, 3600);
   parser.add_option("--format", options->format, "Print the report as text, tap or junit; with --list, text or names [text]")
-      ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "tap", "junit", "names"}).description(""));
-  parser.add_option("--junit", options->junit, "Write the report to FILE as well, in JUnit XML")->type_name("FILE");
+      .type_name("FORMAT")
+      .one_of({"text", "tap", "junit", "names"});
+  parser.add_option("--junit", options->junit, "Write the report to FILE as well, in JUnit XML").type_name("FILE");
   parser
       .add_option("--log", options->log,
                   "Read the log of the host from FILE [searched for in the open files and\nthe output of the host]")
-      ->type_name("FILE");
+      .type_name("FILE");
   parser.add_option("--waivers", options->waivers, "Accept the failures that FILE lists, each with a reason: NAME REASON")
-      ->type_name("FILE");
-  set_help(parser, "eclipse-int check-host [OPTIONS] -- COMMAND ARGS...", examples, exit_status);
-  return {&parser, [options] { return perform(*options); }};
+      .type_name("FILE");
+  parser.set_help("eclipse-int check-host [OPTIONS] -- COMMAND ARGS...", examples, exit_status);
+  return {parser, [options] { return perform(*options); }};
 }
 
 }  // namespace eclipse_cli

@@ -4,8 +4,8 @@
 
 namespace eclipse_cli {
 
-/// Parses the arguments and performs the subcommand. Returns the exit status: 2, after a message, for a mistake in the
-/// arguments. Throws what the subcommand throws.
+/// Parses the arguments and performs the subcommand. Returns the exit status. Throws UsageError, and what the subcommand
+/// throws.
 int run_command_line(int argc, const char* const* argv);
 
 }  // namespace eclipse_cli

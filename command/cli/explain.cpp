@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
 
@@ -61,13 +60,12 @@ int perform(const ExplainOptions& options) {
 
 }  // namespace
 
-Subcommand add_explain(CLI::App& program) {
-  CLI::App* const parser = program.add_subcommand("explain", "Explain lint rules, or list them by group");
+Subcommand add_explain(const Parser& program) {
+  const Parser parser = program.add_subcommand("explain", "Explain lint rules, or list them by group");
   const auto options = std::make_shared<ExplainOptions>();
-  CLI::Option* const names =
-      parser->add_option("RULE", options->names, "Rules or groups of rules [all rules, one line each]")->option_text("...");
-  parser->add_flag("--manual", options->manual, "Print the manual of all rules in Markdown")->excludes(names);
-  set_help(*parser, "eclipse-int explain [RULE...] [--manual]", examples, exit_status);
+  parser.add_option("RULE", options->names, "Rules or groups of rules [all rules, one line each]").option_text("...");
+  parser.add_flag("--manual", options->manual, "Print the manual of all rules in Markdown").excludes("RULE");
+  parser.set_help("eclipse-int explain [RULE...] [--manual]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }
 

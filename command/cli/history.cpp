@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
 
@@ -50,13 +49,13 @@ int perform(const std::string& eclipse, bool json) {
 
 }  // namespace
 
-Subcommand add_history(CLI::App& program) {
-  CLI::App* const parser = program.add_subcommand("history", "List the states of the p2 profile, and what each changed");
+Subcommand add_history(const Parser& program) {
+  const Parser parser = program.add_subcommand("history", "List the states of the p2 profile, and what each changed");
   const auto eclipse = std::make_shared<std::string>();
   const auto json = std::make_shared<bool>(false);
-  add_eclipse_argument(*parser, *eclipse);
-  parser->add_flag("--json", *json, "Machine-readable output: print one JSON document with the states, and nothing else");
-  set_help(*parser, "eclipse-int history ECLIPSE [OPTIONS]", examples, exit_status);
+  add_eclipse_argument(parser, *eclipse);
+  parser.add_flag("--json", *json, "Machine-readable output: print one JSON document with the states, and nothing else");
+  parser.set_help("eclipse-int history ECLIPSE [OPTIONS]", examples, exit_status);
   return {parser, [eclipse, json] { return perform(*eclipse, *json); }};
 }
 

@@ -1,6 +1,5 @@
 #include "cli/instance_argument.h"
 
-#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <system_error>
 
@@ -10,8 +9,8 @@ namespace fs = std::filesystem;
 
 namespace eclipse_cli {
 
-void add_eclipse_argument(CLI::App& command, std::string& eclipse) {
-  command.add_option("ECLIPSE", eclipse, "The Eclipse executable, or its directory")->required()->option_text(" ");
+void add_eclipse_argument(const Parser& command, std::string& eclipse) {
+  command.add_option("ECLIPSE", eclipse, "The Eclipse executable, or its directory").required().option_text(" ");
 }
 
 std::string executable_of(const std::string& eclipse) {

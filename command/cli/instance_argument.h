@@ -4,14 +4,12 @@
 
 #include <string>
 
-namespace CLI {
-class App;
-}
+#include "cli/parser.h"
 
 namespace eclipse_cli {
 
 /// Adds the argument ECLIPSE.
-void add_eclipse_argument(CLI::App& command, std::string& eclipse);
+void add_eclipse_argument(const Parser& command, std::string& eclipse);
 
 /// The full path of the executable that is named, or that is in the directory that is named. Throws FileError.
 std::string executable_of(const std::string& eclipse);

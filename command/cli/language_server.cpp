@@ -1,6 +1,5 @@
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <memory>
 
@@ -55,17 +54,17 @@ int perform(const LanguageServerOptions& options) {
 
 }  // namespace
 
-Subcommand add_language_server(CLI::App& program) {
-  CLI::App* const parser = program.add_subcommand(
+Subcommand add_language_server(const Parser& program) {
+  const Parser parser = program.add_subcommand(
       "language-server", "Serve an editor: show findings of lint while a descriptor or session file is edited");
   const auto options = std::make_shared<LanguageServerOptions>();
-  parser->add_flag("--stdio", options->uses_standard_streams,
-                   "Talk to the editor by standard input and output; this is always so,\nbut some editors add the option");
-  parser->add_option("--time-limit", options->time_limit, "Stop a check that takes more seconds [20]")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(0.0, longest_time_limit).description(""));
-  add_input_options(*parser, options->session, "Read session variables from FILE; the session file overrides them");
-  set_help(*parser, "eclipse-int language-server [OPTIONS]", examples, exit_status);
+  parser.add_flag("--stdio", options->uses_standard_streams,
+                  "Talk to the editor by standard input and output; this is always so,\nbut some editors add the option");
+  parser.add_option("--time-limit", options->time_limit, "Stop a check that takes more seconds [20]")
+      .type_name("SECONDS")
+      .between(0.0, longest_time_limit);
+  add_input_options(parser, options->session, "Read session variables from FILE; the session file overrides them");
+  parser.set_help("eclipse-int language-server [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }
 

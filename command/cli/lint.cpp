@@ -1,6 +1,5 @@
 #include "lint/lint.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <iostream>
@@ -289,57 +288,55 @@ int perform(const LintOptions& options) {
 
 }  // namespace
 
-Subcommand add_lint(CLI::App& program) {
-  CLI::App* const parser = program.add_subcommand(
+Subcommand add_lint(const Parser& program) {
+  const Parser parser = program.add_subcommand(
       "lint", "Find mistakes in descriptor files, components and sessions that the plug-in ignores silently");
   const auto options = std::make_shared<LintOptions>();
   parser
-      ->add_option("INPUT", options->inputs,
-                   "Descriptor files, directories of components, session files; - for\nstandard input")
-      ->required()
-      ->option_text("...");
-  parser->add_option("--format", options->format, "Output format: text, brief, json, sarif or github [text]")
-      ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "brief", "json", "sarif", "github"}).description(""));
+      .add_option("INPUT", options->inputs, "Descriptor files, directories of components, session files; - for\nstandard input")
+      .required()
+      .option_text("...");
+  parser.add_option("--format", options->format, "Output format: text, brief, json, sarif or github [text]")
+      .type_name("FORMAT")
+      .one_of({"text", "brief", "json", "sarif", "github"});
   parser
-      ->add_option("--severity", options->severity,
-                   "Lowest severity of the findings that are shown: error, warning\nor note [note]")
-      ->type_name("LEVEL")
-      ->check(CLI::IsMember({"error", "warning", "note"}).description(""));
+      .add_option("--severity", options->severity,
+                  "Lowest severity of the findings that are shown: error, warning\nor note [note]")
+      .type_name("LEVEL")
+      .one_of({"error", "warning", "note"});
   parser
-      ->add_option("--fail-on", options->fail_on,
-                   "Lowest severity of a shown finding that makes the exit status 1:\nerror, warning or note [error]")
-      ->type_name("LEVEL")
-      ->check(CLI::IsMember({"error", "warning", "note"}).description(""));
+      .add_option("--fail-on", options->fail_on,
+                  "Lowest severity of a shown finding that makes the exit status 1:\nerror, warning or note [error]")
+      .type_name("LEVEL")
+      .one_of({"error", "warning", "note"});
   parser
-      ->add_option("--select", options->selected,
-                   "Check only these rules and groups of rules, with commas between\nthem; may be repeated [all rules]")
-      ->type_name("RULE")
-      ->delimiter(',')
-      ->allow_extra_args(false);
+      .add_option("--select", options->selected,
+                  "Check only these rules and groups of rules, with commas between\nthem; may be repeated [all rules]")
+      .type_name("RULE")
+      .with_commas()
+      .one_value_each();
   parser
-      ->add_option("--disable", options->disabled,
-                   "Skip these rules and groups of rules, with commas between them;\nmay be repeated")
-      ->type_name("RULE")
-      ->delimiter(',')
-      ->allow_extra_args(false);
+      .add_option("--disable", options->disabled,
+                  "Skip these rules and groups of rules, with commas between them;\nmay be repeated")
+      .type_name("RULE")
+      .with_commas()
+      .one_value_each();
   parser
-      ->add_option("--overrides", options->overrides,
-                   "Suppress findings: a JSON list of entries with \"rule\" and \"reason\",\nand optionally \"file\" and "
-                   "\"line\"")
-      ->type_name("FILE");
+      .add_option("--overrides", options->overrides,
+                  "Suppress findings: a JSON list of entries with \"rule\" and \"reason\",\nand optionally \"file\" and "
+                  "\"line\"")
+      .type_name("FILE");
   parser
-      ->add_option("--stdin-name", options->input_name,
-                   "Path that standard input has in the output, and that a session on it is\nrelative to [-]")
-      ->type_name("PATH");
-  parser->add_flag("--fix", options->fixes, "Correct descriptor files where only one text can be meant");
-  CLI::Option* const diff = parser->add_flag("--diff", options->shows_diff, "Show what --fix would change, and write nothing");
-  parser->add_flag("--unsafe-fixes", options->with_unsafe,
-                   "With --fix or --diff: correct also where the result is only probably\nwhat is meant");
-  parser->get_option("--fix")->excludes(diff);
-  add_directory_options(*parser, options->session);
-  add_input_options(*parser, options->session, "Read session variables from FILE; the session file overrides them");
-  set_help(*parser, "eclipse-int lint INPUT... [OPTIONS]", examples, exit_status);
+      .add_option("--stdin-name", options->input_name,
+                  "Path that standard input has in the output, and that a session on it is\nrelative to [-]")
+      .type_name("PATH");
+  parser.add_flag("--fix", options->fixes, "Correct descriptor files where only one text can be meant");
+  parser.add_flag("--diff", options->shows_diff, "Show what --fix would change, and write nothing").excludes("--fix");
+  parser.add_flag("--unsafe-fixes", options->with_unsafe,
+                  "With --fix or --diff: correct also where the result is only probably\nwhat is meant");
+  add_directory_options(parser, options->session);
+  add_input_options(parser, options->session, "Read session variables from FILE; the session file overrides them");
+  parser.set_help("eclipse-int lint INPUT... [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }
 

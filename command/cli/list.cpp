@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -182,15 +181,15 @@ int perform(const ListOptions& options) {
 
 }  // namespace
 
-Subcommand add_list(CLI::App& program) {
-  CLI::App* const parser = program.add_subcommand("list", "List the features that p2 repositories (update sites) offer");
+Subcommand add_list(const Parser& program) {
+  const Parser parser = program.add_subcommand("list", "List the features that p2 repositories (update sites) offer");
   const auto options = std::make_shared<ListOptions>();
-  parser->add_option("REPOSITORY", options->paths, "Directories and archives that are p2 repositories")
-      ->required()
-      ->option_text("...");
-  parser->add_flag("--all", options->all, "List every unit, including categories and bundles");
-  parser->add_flag("--json", options->json, "Print one JSON document, and nothing else");
-  set_help(*parser, "eclipse-int list REPOSITORY... [OPTIONS]", examples, exit_status);
+  parser.add_option("REPOSITORY", options->paths, "Directories and archives that are p2 repositories")
+      .required()
+      .option_text("...");
+  parser.add_flag("--all", options->all, "List every unit, including categories and bundles");
+  parser.add_flag("--json", options->json, "Print one JSON document, and nothing else");
+  parser.set_help("eclipse-int list REPOSITORY... [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }
 

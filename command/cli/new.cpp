@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
 
@@ -53,17 +52,17 @@ int perform(const NewOptions& options) {
 
 }  // namespace
 
-Subcommand add_new(CLI::App& program) {
-  CLI::App* const parser = program.add_subcommand(
+Subcommand add_new(const Parser& program) {
+  const Parser parser = program.add_subcommand(
       "new", "Print a descriptor file for the p2 repositories (update sites) in a component's directory");
   const auto options = std::make_shared<NewOptions>();
-  parser->add_option("DIRECTORY", options->session.session, "The component's directory")->required()->option_text(" ");
-  parser->add_flag("--all", options->all, "List all features [of a repository with categories, only those in them]");
-  parser->add_flag("--session", options->drafts_session,
-                   "Print a session file instead, for the features of the components\nin DIRECTORY; needs --eclipse");
-  add_directory_options(*parser, options->session);
-  add_plugin_option(*parser, options->session);
-  set_help(*parser, "eclipse-int new DIRECTORY [OPTIONS]", examples, exit_status);
+  parser.add_option("DIRECTORY", options->session.session, "The component's directory").required().option_text(" ");
+  parser.add_flag("--all", options->all, "List all features [of a repository with categories, only those in them]");
+  parser.add_flag("--session", options->drafts_session,
+                  "Print a session file instead, for the features of the components\nin DIRECTORY; needs --eclipse");
+  add_directory_options(parser, options->session);
+  add_plugin_option(parser, options->session);
+  parser.set_help("eclipse-int new DIRECTORY [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }
 

@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -102,20 +101,20 @@ int perform(const RepairOptions& options) {
 
 }  // namespace
 
-Subcommand add_repair(CLI::App& program) {
-  CLI::App* const parser =
+Subcommand add_repair(const Parser& program) {
+  const Parser parser =
       program.add_subcommand("repair", "Move damaged states of the p2 profile aside, so that the instance works again");
   const auto options = std::make_shared<RepairOptions>();
-  add_eclipse_argument(*parser, options->eclipse);
+  add_eclipse_argument(parser, options->eclipse);
   parser
-      ->add_option("--to", options->to,
-                   "Go back to the state of this time, even if newer states are not damaged\n"
-                   "[default: the newest state that is not damaged]")
-      ->type_name("TIME");
-  parser->add_flag("--dry-run", options->dry_run, "Show what would be moved aside; move nothing and start no director");
-  add_wait_option(*parser, options->wait);
-  parser->add_flag("--json", options->json, "Print one JSON document with what was found and done, and nothing else");
-  set_help(*parser, "eclipse-int repair ECLIPSE [OPTIONS]", examples, exit_status);
+      .add_option("--to", options->to,
+                  "Go back to the state of this time, even if newer states are not damaged\n"
+                  "[default: the newest state that is not damaged]")
+      .type_name("TIME");
+  parser.add_flag("--dry-run", options->dry_run, "Show what would be moved aside; move nothing and start no director");
+  add_wait_option(parser, options->wait);
+  parser.add_flag("--json", options->json, "Print one JSON document with what was found and done, and nothing else");
+  parser.set_help("eclipse-int repair ECLIPSE [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }
 

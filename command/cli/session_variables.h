@@ -27,7 +27,7 @@ class SessionVariables {
   std::vector<std::string> settings_;
 };
 
-/// Throws CLI::ValidationError when the mode of a session, which --set may have replaced, is not one of the three.
+/// Throws UsageError when the mode of a session, which --set may have replaced, is not one of the three.
 void check_mode(const eclipse_host::Session& session);
 
 }  // namespace eclipse_cli

@@ -6,65 +6,58 @@
 #include <string>
 #include <vector>
 
+#include "cli/parser.h"
 #include "cli/session_options.h"
 #include "update/wishes.h"
-
-// Only the units that define options include the parser's header, which takes long to compile.
-namespace CLI {
-class App;
-}
 
 namespace eclipse_cli {
 
 struct Subcommand {
-  CLI::App* parser;              ///< knows whether the subcommand was given; owned by the program's parser
+  Parser parser;
   std::function<int()> perform;  ///< returns the exit status; throws what has to be reported as status 2
 };
 
 /// "run", "call", "plan" and "verify": the subcommands on a session.
-std::vector<Subcommand> add_session_subcommands(CLI::App& program);
+std::vector<Subcommand> add_session_subcommands(const Parser& program);
 
 /// "lint": finds mistakes in descriptor files, components and sessions.
-Subcommand add_lint(CLI::App& program);
+Subcommand add_lint(const Parser& program);
 
 /// "explain": explains lint rules.
-Subcommand add_explain(CLI::App& program);
+Subcommand add_explain(const Parser& program);
 
 /// "repair": makes an instance usable again whose p2 profile was damaged.
-Subcommand add_repair(CLI::App& program);
+Subcommand add_repair(const Parser& program);
 
 /// "history": lists the states of the p2 profile of an instance.
-Subcommand add_history(CLI::App& program);
+Subcommand add_history(const Parser& program);
 
 /// "undo": brings an instance back to an older state of its profile.
-Subcommand add_undo(CLI::App& program);
+Subcommand add_undo(const Parser& program);
 
 /// "list": lists what p2 repositories provide.
-Subcommand add_list(CLI::App& program);
+Subcommand add_list(const Parser& program);
 
 /// "new": writes a descriptor file for a component.
-Subcommand add_new(CLI::App& program);
+Subcommand add_new(const Parser& program);
 
 /// "language-server": serves an editor.
-Subcommand add_language_server(CLI::App& program);
+Subcommand add_language_server(const Parser& program);
 
 /// "check-host": checks an installer host.
-Subcommand add_check_host(CLI::App& program);
+Subcommand add_check_host(const Parser& program);
 
 /// Adds --set, --variables and --plugin.
-void add_input_options(CLI::App& command, SessionOptions& options, const std::string& about_variables);
+void add_input_options(const Parser& command, SessionOptions& options, const std::string& about_variables);
 
 /// Adds --plugin.
-void add_plugin_option(CLI::App& command, SessionOptions& options);
+void add_plugin_option(const Parser& command, SessionOptions& options);
 
 /// Adds --eclipse and --remove, for a directory in place of a session file.
-void add_directory_options(CLI::App& command, SessionOptions& options);
+void add_directory_options(const Parser& command, SessionOptions& options);
 
 /// Adds --wait.
-void add_wait_option(CLI::App& command, double& seconds);
-
-/// Gives a subcommand its usage line, and examples and exit statuses below its help.
-void set_help(CLI::App& command, const std::string& usage, const std::string& examples, const std::string& exit_status);
+void add_wait_option(const Parser& command, double& seconds);
 
 struct RunOptions {
   bool resolves = false;  ///< asks the director first, and runs only what it would do

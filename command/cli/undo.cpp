@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
@@ -196,26 +195,25 @@ int perform(const UndoOptions& options) {
   return status;
 }
 
-void add_options(CLI::App& parser, UndoOptions& options) {
-  parser
-      .add_option("SESSION", options.session.session, "The session file, or a directory of components, which needs --eclipse")
-      ->option_text(" ");
+void add_options(const Parser& parser, UndoOptions& options) {
+  parser.add_option("SESSION", options.session.session, "The session file, or a directory of components, which needs --eclipse")
+      .option_text(" ");
   parser
       .add_option("--eclipse", options.session.eclipse,
                   "The Eclipse, its executable or its directory, in place of a session file or with\na directory of components")
-      ->type_name("PATH");
+      .type_name("PATH");
   parser
       .add_option("--to", options.to,
                   "Go back to the state of this time [default: the one before the last run that was not\n"
                   "taken back already]")
-      ->type_name("TIME");
+      .type_name("TIME");
   parser.add_flag("--dry-run", options.dry_run, "Show what would change; change nothing and start no director");
   parser.add_flag("--force", options.force, "Also take back what somebody else has changed since then");
   add_input_options(parser, options.session, "Read session variables from FILE; the session file overrides them");
   parser
       .add_option("--write-variables", options.session.write_variables,
                   "Write the variables of --variables to FILE, with CASHED_ECLIPSE_PATH as it was in the\nolder state")
-      ->type_name("FILE");
+      .type_name("FILE");
   add_wait_option(parser, options.session.wait);
   parser.add_flag("--json", options.session.json,
                   "Machine-readable output: print one JSON document with what was found and done,\nand nothing else");
@@ -223,11 +221,11 @@ void add_options(CLI::App& parser, UndoOptions& options) {
 
 }  // namespace
 
-Subcommand add_undo(CLI::App& program) {
-  CLI::App* const parser = program.add_subcommand("undo", "Go back to the state of the Eclipse before the last run");
+Subcommand add_undo(const Parser& program) {
+  const Parser parser = program.add_subcommand("undo", "Go back to the state of the Eclipse before the last run");
   const auto options = std::make_shared<UndoOptions>();
-  add_options(*parser, *options);
-  set_help(*parser, "eclipse-int undo [SESSION] [OPTIONS]", examples, exit_status);
+  add_options(parser, *options);
+  parser.set_help("eclipse-int undo [SESSION] [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }
 

@@ -102,8 +102,13 @@ std::string unknown_rule_or_group(std::string_view name);
 
 // The rules of each group, in the files of lint/rules/.
 std::vector<Rule> rules_about_files();
-std::vector<Rule> rules_about_lines();
-std::vector<Rule> rules_about_repositories();
+std::vector<Rule> rules_about_ignored_lines();
+std::vector<Rule> rules_about_unintended_data();
+std::vector<Rule> rules_about_encoding();
+std::vector<Rule> rules_about_columns();
+std::vector<Rule> rules_about_repository_paths();
+std::vector<Rule> rules_about_repository_characters();
+std::vector<Rule> rules_about_repository_contents();
 std::vector<Rule> rules_about_features();
 std::vector<Rule> rules_about_orders();
 std::vector<Rule> rules_about_eclipse();

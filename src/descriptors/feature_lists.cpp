@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 
 #include "descriptors/order.h"
@@ -47,9 +48,12 @@ void populate_lists(const std::vector<plugin_config>& configs, std::set<std::str
   }
 
   std::sort(order_table.begin(), order_table.end());
+  // What add_unique() finds by a scan. With as many features as records, a scan for each would take quadratic time.
+  const std::vector<std::string> listed_before = features;
+  std::unordered_set<std::string_view> listed(listed_before.begin(), listed_before.end());
   for (const auto& [slot, feature] : order_table) {
     log_slot(slot, feature.data());
-    if (!feature.empty()) add_unique(std::string(feature), features);
+    if (!feature.empty() && listed.insert(feature).second) features.emplace_back(feature);
   }
 }
 

@@ -6,6 +6,7 @@
 
 #include "base/printable.h"
 #include "lint/rule.h"
+#include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
 #include "lint/texts.h"
@@ -32,14 +33,6 @@ Sample component_with(const std::string& feature) {
                      "<?xml version='1.0'?>\n<repository><units>\n"
                      "  <unit id='org.example.one.feature.group' version='1.0.0'/>\n"
                      "  <unit id='org.example.one.plugin' version='1.0.0'/>\n</units></repository>\n"}});
-}
-
-/// Not passed over.
-template <typename Use>
-void for_each_placed(const Input& input, const Use& use) {
-  for (const Record& record : input.records) {
-    if (record.placement) use(record);
-  }
 }
 
 /// One unit in column 2, which may hold several with commas between them.

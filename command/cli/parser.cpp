@@ -1,0 +1,188 @@
+#include "cli/parser.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <utility>
+
+#include "base/printable.h"
+#include "base/text.h"
+#include "cli/usage_error.h"
+
+using namespace eclipse_base;
+
+namespace eclipse_cli {
+
+namespace {
+
+/// The library's own usage line does not show the order of the arguments.
+class HelpText : public CLI::Formatter {
+ public:
+  explicit HelpText(std::string usage) : usage_(std::move(usage)) { column_width(32); }
+
+  std::string make_usage(const CLI::App*, std::string) const override { return "Usage: " + usage_ + "\n"; }
+
+ private:
+  std::string usage_;
+};
+
+std::vector<std::string> subcommands_of(const CLI::App& program) {
+  std::vector<std::string> names;
+  for (const CLI::App* const subcommand : program.get_subcommands({})) names.push_back(subcommand->get_name());
+  return names;
+}
+
+std::vector<std::string> options_of(const CLI::App& parser) {
+  std::vector<std::string> names;
+  for (const CLI::Option* const option : parser.get_options()) {
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  }
+  return names;
+}
+
+std::string with_suggestion(const std::string& message, const std::string& word, const std::vector<std::string>& known) {
+  const auto similar = similar_word(word, known);
+  return message + (similar ? "; did you mean " + *similar + "?" : "");
+}
+
+std::string about_unknown_subcommand(const CLI::App& program, const std::string& name) {
+  return with_suggestion("unknown subcommand " + in_quotes(name), name, subcommands_of(program));
+}
+
+/// The message about the first argument that was not expected, with the subcommand or option that was probably meant.
+std::string about_unexpected_argument(const CLI::App& program) {
+  const auto given = program.get_subcommands();
+  const CLI::App& parser = given.empty() ? program : *given.front();
+  const std::vector<std::string> unexpected = parser.remaining(true);
+  const std::string argument = unexpected.empty() ? "" : unexpected.front();
+  if (argument.starts_with('-')) {
+    const std::string option = argument.substr(0, argument.find('='));
+    return with_suggestion("unknown option " + printable(option), option, options_of(parser));
+  }
+  if (!given.empty()) return "unexpected argument " + in_quotes(argument);
+  return about_unknown_subcommand(program, argument);
+}
+
+}  // namespace
+
+const Option& Option::required() const {
+  option_->required();
+  return *this;
+}
+
+const Option& Option::type_name(const std::string& name) const {
+  option_->type_name(name);
+  return *this;
+}
+
+const Option& Option::option_text(const std::string& text) const {
+  option_->option_text(text);
+  return *this;
+}
+
+const Option& Option::one_value_each() const {
+  option_->allow_extra_args(false);
+  return *this;
+}
+
+const Option& Option::with_commas() const {
+  option_->delimiter(',');
+  return *this;
+}
+
+// The help would show the description of a check behind the kind of the value; the help text says it better.
+
+const Option& Option::one_of(const std::vector<std::string>& values) const {
+  option_->check(CLI::IsMember(values).description(""));
+  return *this;
+}
+
+const Option& Option::between(int lowest, int highest) const {
+  option_->check(CLI::Range(lowest, highest).description(""));
+  return *this;
+}
+
+const Option& Option::between(double lowest, double highest) const {
+  option_->check(CLI::Range(lowest, highest).description(""));
+  return *this;
+}
+
+const Option& Option::checked_by(std::string (*error_in)(const std::string& value)) const {
+  option_->check(CLI::Validator([error_in](const std::string& value) { return error_in(value); }, "", ""));
+  return *this;
+}
+
+const Option& Option::excludes(const std::string& name) const {
+  option_->excludes(name);
+  return *this;
+}
+
+const Option& Option::needs(const std::string& name) const {
+  option_->needs(name);
+  return *this;
+}
+
+Parser Parser::add_subcommand(const std::string& name, const std::string& description) const {
+  return Parser(parser_->add_subcommand(name, description));
+}
+
+Option Parser::add_option(const std::string& name, std::string& variable, const std::string& help) const {
+  return Option(parser_->add_option(name, variable, help));
+}
+
+Option Parser::add_option(const std::string& name, std::optional<std::string>& variable, const std::string& help) const {
+  return Option(parser_->add_option(name, variable, help));
+}
+
+Option Parser::add_option(const std::string& name, std::vector<std::string>& variable, const std::string& help) const {
+  return Option(parser_->add_option(name, variable, help));
+}
+
+Option Parser::add_option(const std::string& name, double& variable, const std::string& help) const {
+  return Option(parser_->add_option(name, variable, help));
+}
+
+Option Parser::add_option(const std::string& name, unsigned& variable, const std::string& help) const {
+  return Option(parser_->add_option(name, variable, help));
+}
+
+Option Parser::add_flag(const std::string& name, bool& variable, const std::string& help) const {
+  return Option(parser_->add_flag(name, variable, help));
+}
+
+void Parser::set_help(const std::string& usage, const std::string& examples, const std::string& exit_status) const {
+  parser_->formatter(std::make_shared<HelpText>(usage));
+  parser_->footer("Examples:\n" + examples + "\n" + exit_status);
+}
+
+bool Parser::was_given() const { return parser_->parsed(); }
+
+CommandLine::CommandLine(const std::string& description) : program_(std::make_unique<CLI::App>(description, "eclipse-int")) {
+  // Not more than one. That there is one is checked later: the library would say so of a misspelt one, too.
+  program_->require_subcommand(0, 1);
+}
+
+CommandLine::~CommandLine() = default;
+
+bool CommandLine::parse(int argc, const char* const* argv) {
+  try {
+    program_->parse(argc, argv);
+    return true;
+  } catch (const CLI::CallForHelp&) {
+    std::cout << program_->help();
+    return false;
+  } catch (const CLI::ExtrasError&) {
+    throw UsageError(about_unexpected_argument(*program_));
+  } catch (const CLI::ParseError& error) {
+    throw UsageError(printable(error.what(), {.longest = no_limit}));
+  }
+}
+
+std::string CommandLine::help_of(const std::string& subcommand) {
+  const auto is_meant = [&](const CLI::App* parser) { return parser->get_name() == subcommand; };
+  const auto meant = std::as_const(*program_).get_subcommands(is_meant);
+  if (meant.empty() && !subcommand.empty()) throw UsageError(about_unknown_subcommand(*program_, subcommand));
+  program_->clear();  // or the library prints the help of the subcommand that was given, which is "help"
+  return meant.empty() ? program_->help() : meant.front()->help();
+}
+
+}  // namespace eclipse_cli

@@ -1,0 +1,212 @@
+// Rules about lines that the plug-in ignores.
+#include <algorithm>
+#include <utility>
+
+#include "base/printable.h"
+#include "lint/rule.h"
+#include "lint/rules/header_lines.h"
+#include "lint/rules/iteration.h"
+#include "lint/rules/samples.h"
+#include "lint/suppression.h"
+#include "lint/texts.h"
+#include "p2/unit.h"
+
+using namespace eclipse_base;
+using namespace eclipse_lint::samples;
+
+namespace eclipse_lint {
+
+namespace {
+
+std::vector<std::string> words_of(std::string_view text) {
+  std::vector<std::string> words;
+  std::string word;
+  for (const char byte : std::string(text) + " ") {
+    if (byte != ' ' && byte != ',' && byte != ';' && byte != '\r') {
+      word += byte;
+    } else if (!word.empty()) {
+      words.push_back(std::exchange(word, ""));
+    }
+  }
+  return words;
+}
+
+/// A line that would be data if there were a tab in it.
+bool lacks_tab(const Line& line) {
+  if (line.text.find('\t') != line.text.npos || is_comment(line.text)) return false;
+  const auto words = words_of(line.text);
+  if (words.size() < 2 || words.size() > 5) return false;
+  return words[0] == header || looks_like_feature(words[1]) || (looks_like_site(words[0]) && words.size() == 2);
+}
+
+/// The bytes between the words of a line, and around them.
+std::vector<std::pair<std::size_t, std::size_t>> gaps_in(std::string_view text) {
+  constexpr std::string_view separators = " ,;";
+  std::vector<std::pair<std::size_t, std::size_t>> gaps;
+  for (std::size_t start = 0; (start = text.find_first_of(separators, start)) != text.npos;) {
+    const std::size_t end = std::min(text.find_first_not_of(separators, start), text.size());
+    gaps.emplace_back(start, end - start);
+    start = end;
+  }
+  return gaps;
+}
+
+/// The comma or semicolon of an exported table, whose columns are those of a descriptor; a zero byte when it is not one.
+char separator_of_table(std::string_view text) {
+  for (const char separator : {',', ';'}) {
+    const auto cells = split(text, separator);
+    const bool has_others = text.find_first_of(separator == ',' ? " ;" : " ,") != text.npos;
+    if (cells.size() < 3 || cells.size() > 5 || has_others || cells[0].empty() || cells[1].empty()) continue;
+    if (!looks_like_feature(cells[2])) return separator;
+  }
+  return '\0';
+}
+
+/// Two words are a repository and a feature. Of more, nobody knows which columns they are, except in a header, where it does
+/// not matter.
+std::optional<Correction> tabs_between_words(const Descriptor& descriptor, const Line& line) {
+  const auto words = words_of(line.text);
+  const std::string_view text = line.text.substr(0, line.text.find_last_not_of('\r') + 1);
+  const bool is_header = words[0] == header;
+  const char separator = separator_of_table(text);
+  const bool is_pair = words.size() == 2 || separator != '\0';
+  if (text.find('\r') != text.npos || !(is_header || (is_pair && looks_like_feature(words[1])))) return std::nullopt;
+  const bool is_certain = is_header || looks_like_site(words[0]) || words[1].ends_with(eclipse_p2::group_suffix);
+  Correction correction{"separate the columns with tabs", is_certain, {}};
+  for (const auto& [start, length] : gaps_in(text)) {
+    const bool is_between = start != 0 && start + length != text.size();
+    const std::size_t tabs = !is_between ? 0 : separator == '\0' ? 1 : length;
+    correction.edits.push_back(descriptor.edit(line, start, length, std::string(tabs, '\t')));
+  }
+  return correction;
+}
+
+Rule line_without_tab() {
+  return {.name = "line-without-tab",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "a data line separates its columns with spaces, commas or semicolons instead of tabs",
+          .why = "Only tabs separate columns. The line has one column and is silently ignored.",
+          .fix = "separate the repository and the feature with a tab",
+          .bad = descriptor("Repository\tFeature\nsites/alpha    org.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+                  if (!lacks_tab(line)) return;
+                  reporter.report(descriptor.location(line), "this line looks like data but has no tab",
+                                  tabs_between_words(descriptor, line));
+                });
+              },
+          .corrects = Corrects::both};
+}
+
+bool is_feature_alone(std::string_view text) {
+  const std::string_view id = text.substr(0, text.find('/'));
+  return looks_like_feature(id) && (id == text || id.ends_with(".feature.group")) && !looks_like_site(id);
+}
+
+void check_only_column(const Descriptor& descriptor, const Line& line, Reporter& reporter) {
+  const bool has_tab = line.text.find('\t') != line.text.npos;
+  const std::string_view only = trimmed(line.columns[0]);
+  const bool is_word = !only.empty() && only.find(' ') == only.npos;
+  if (is_word && is_feature_alone(only)) {
+    reporter.report(descriptor.location(line, 0), "the repository column is missing before " + in_quotes(only),
+                    "write the repository and a tab before the feature");
+  } else if (has_tab ? !only.empty() : is_word && looks_like_site(only)) {
+    reporter.report(descriptor.location(line, 0), "the feature column is missing after " + in_quotes(only));
+  }
+}
+
+Rule feature_column_missing() {
+  return {.name = "feature-column-missing",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "a line has a repository or a feature, but not both",
+          .why = "A line with fewer than two columns is silently ignored.",
+          .fix = "write a tab and the feature after the repository, or delete the line",
+          .bad = descriptor("Repository\tFeature\nsites/alpha\t\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+              if (line.columns.size() != 1 || line.columns[0] == header || is_comment(line.text) || lacks_tab(line)) return;
+              check_only_column(descriptor, line, reporter);
+            });
+          }};
+}
+
+Rule site_named_repository() {
+  return {.name = "site-named-repository",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "a repository is named \"Repository\"",
+          .why = "Any line whose first column is \"Repository\" is a header and is silently ignored.",
+          .fix = "rename the directory, or write ./Repository",
+          .bad = descriptor("Repository\torg.example.alpha.feature.group\n"),
+          .good = descriptor("./Repository\torg.example.alpha.feature.group\n"),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+                  if (line.columns.size() < 2 || !looks_like_feature(trimmed(line.columns[1]))) return;
+                  reporter.report(descriptor.location(line, 0),
+                                  "\"Repository\" as the repository of " + in_quotes(trimmed(line.columns[1])) +
+                                      " makes this line a header",
+                                  Correction{"write ./Repository", false, {descriptor.edit(line, 0, 0, "./")}});
+                });
+              },
+          .corrects = Corrects::unsafely};
+}
+
+Rule descriptor_without_data() {
+  return {.name = "descriptor-without-data",
+          .group = Group::lines,
+          .severity = Severity::warning,
+          .title = "a descriptor file has no data lines",
+          .why = "The file adds no features to its component, and nothing is logged.",
+          .fix = "write a line for each feature, or delete the file",
+          .bad = descriptor("Repository\tFeature\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_text(input, [&](const Descriptor& descriptor) {
+              const auto is_record = [](const Line& line) { return line.is_record; };
+              if (std::any_of(descriptor.lines.begin(), descriptor.lines.end(), is_record)) return;
+              reporter.report(descriptor.location(), "the file has no data lines");
+            });
+          }};
+}
+
+/// What is wrong with a comment for lint; empty when nothing is.
+std::string error_in(const Suppression& suppression) {
+  if (!suppression.is_understood) return "neither disable-next-line= nor disable-file= in a comment for lint";
+  for (const std::string& name : suppression.rules) {
+    if (find_rule(name) == nullptr) return unknown_rule(name);
+  }
+  return "";
+}
+
+Rule suppression_not_understood() {
+  return {.name = "suppression-not-understood",
+          .group = Group::lines,
+          .severity = Severity::warning,
+          .title = "a comment for lint is not understood",
+          .why = "A line without a tab that begins with \"# eclipse-int:\" suppresses findings. This one suppresses none.",
+          .fix = "write # eclipse-int: disable-next-line=RULE and a reason, or disable-file=RULE for the whole file",
+          .bad = descriptor("# eclipse-int: disable-next-line=feature-pined\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .good = descriptor("# eclipse-int: disable-next-line=feature-pinned\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .check = [](const Input& input, Reporter& reporter) {
+            for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+              const auto suppression = suppression_in(line);
+              const std::string error = suppression ? error_in(*suppression) : "";
+              if (!error.empty()) reporter.report(descriptor.location(line), error);
+            });
+          }};
+}
+
+}  // namespace
+
+std::vector<Rule> rules_about_ignored_lines() {
+  return {line_without_tab(), feature_column_missing(), site_named_repository(), descriptor_without_data(),
+          suppression_not_understood()};
+}
+
+}  // namespace eclipse_lint

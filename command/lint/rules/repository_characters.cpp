@@ -1,0 +1,254 @@
+// Rules about characters of the first column that the shell or the director does not take as they are.
+#include <algorithm>
+
+#include "base/printable.h"
+#include "lint/rule.h"
+#include "lint/rules/iteration.h"
+#include "lint/rules/samples.h"
+#include "lint/rules/shell_changes.h"
+#include "lint/texts.h"
+
+using namespace eclipse_base;
+using namespace eclipse_lint::samples;
+
+namespace eclipse_lint {
+
+namespace {
+
+/// What comes before the repository in its URL: the component's directory.
+std::string_view base_of(const Input& input, const Record& record) {
+  return input.has_components ? std::string_view(record.config->base_dir) : std::string_view();
+}
+
+std::string in_directory_of(const Record& record) {
+  return " in the component's directory, " + in_quotes(record.config->base_dir);
+}
+
+// ---- What the shell changes ----
+
+using IsOfRule = bool (*)(const Record& record, char byte);
+
+bool is_space(const Record&, char byte) { return byte == ' '; }
+
+bool is_glob(const Record&, char byte) { return byte == '*' || byte == '?' || byte == '['; }
+
+/// The shell removes a backslash also from a directory, but there it is a separator more often than not.
+bool is_other_metacharacter(const Record& record, char byte) {
+  return !is_space(record, byte) && !is_glob(record, byte) && (byte != '\\' || is_archive(record));
+}
+
+/// Reports the first change that is the rule's, in column 1 or else in the component's directory.
+void check_changes(const Input& input, IsOfRule is_of_rule, Reporter& reporter) {
+  for_each_placed(input, [&](const Record& record) {
+    const std::string_view text = record.repository();
+    for (const std::size_t at : changes_in_repository(record)) {
+      if (is_around_column(text, at) || !is_of_rule(record, text[at])) continue;
+      return reporter.report(record.descriptor->location(*record.line, 0, at, 1),
+                             name_of_change(text, at) + " in the repository");
+    }
+    if (!input.has_components) return;
+    for (const std::size_t at : changes_in_directory(record)) {
+      const std::string& directory = record.config->base_dir;
+      if (!is_of_rule(record, directory[at])) continue;
+      return reporter.report(record.location(0), name_of_change(directory, at) + in_directory_of(record));
+    }
+  });
+}
+
+Rule space_in_repository() {
+  return {.name = "space-in-repository",
+          .group = Group::repositories,
+          .severity = Severity::error,
+          .title = "the path of a directory contains a space",
+          .why =
+              "The plug-in does not quote directories. The shell splits the director command at the space, so every command "
+              "of the session fails, including those for other components. Archives are quoted.",
+          .fix = "use a .zip archive, or a path without spaces",
+          .bad = descriptor("my site\torg.example.alpha.feature.group\n"),
+          .good = descriptor("my site.zip\torg.example.alpha.feature.group\n"),
+          .check = [](const Input& input, Reporter& reporter) { check_changes(input, is_space, reporter); },
+          .concerns_removals = false};
+}
+
+Rule repository_needs_shell_quoting() {
+  return {.name = "repository-needs-shell-quoting",
+          .group = Group::repositories,
+          .severity = Severity::error,
+          .title = "a repository contains a shell metacharacter",
+          .why =
+              "The plug-in does not quote it. The shell runs, expands or redirects what the package says, or finds a syntax "
+              "error, and every command of the session fails. Archives are in double quotes, where only \"$\", \"`\", \"\\\" "
+              "and quotes are metacharacters.",
+          .fix = "rename the repository",
+          .bad = descriptor("sites/a;b\torg.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check = [](const Input& input, Reporter& reporter) { check_changes(input, is_other_metacharacter, reporter); },
+          .concerns_removals = false};
+}
+
+/// It would have to match the whole URL, read as a path from the working directory.
+Rule glob_in_repository() {
+  return {
+      .name = "glob-in-repository",
+      .group = Group::repositories,
+      .severity = Severity::warning,
+      .title = "the path of a directory contains a shell glob",
+      .why =
+          "The plug-in does not quote directories. The shell expands \"*\", \"?\" and \"[\" to matching file names; the path "
+          "is unchanged only because no file name matches the whole URL. Archives are quoted.",
+      .fix = "rename the repository",
+      .bad = component("si*te\torg.example.one.feature.group\n", {{"tools/si*te/content.xml", content_of_one}}),
+      .good = good_component(),
+      .check = [](const Input& input, Reporter& reporter) { check_changes(input, is_glob, reporter); },
+      .concerns_removals = false};
+}
+
+// ---- What the director does not read as it is meant ----
+
+/// Where the column has the character, or else that the component's directory has it.
+void report_character(const Input& input, const Record& record, char character, const std::string& name, Reporter& reporter,
+                      std::optional<Correction> correction = {}) {
+  const std::size_t at = record.repository().find(character);
+  if (at != std::string_view::npos) {
+    reporter.report(record.descriptor->location(*record.line, 0, at, 1), name + " in the repository", std::move(correction));
+  } else if (base_of(input, record).find(character) != std::string_view::npos) {
+    reporter.report(record.location(0), name + in_directory_of(record));
+  }
+}
+
+/// Of a text that is not UTF-8.
+std::size_t first_invalid_byte(std::string_view text) {
+  std::size_t start = 0;
+  while (character_length(text.substr(start)) != 0) start += character_length(text.substr(start));
+  return start;
+}
+
+Rule repository_not_utf_8() {
+  return {.name = "repository-not-utf-8",
+          .group = Group::repositories,
+          .severity = Severity::error,
+          .title = "a repository is not valid UTF-8",
+          .why = "The director reads the invalid bytes as other characters, so it cannot load the repository.",
+          .fix = "rename the repository, preferably with ASCII characters only",
+          .bad = descriptor("sites/b\xE4r\torg.example.alpha.feature.group\n"),
+          .good = descriptor("sites/b\xC3\xA4r\torg.example.alpha.feature.group\n"),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_placed(input, [&](const Record& record) {
+                  const std::string_view text = record.repository();
+                  if (!is_utf8(text)) {
+                    const std::size_t at = first_invalid_byte(text);
+                    reporter.report(record.descriptor->location(*record.line, 0, at, 1),
+                                    "invalid UTF-8 byte " + printable(text.substr(at, 1)) + " in the repository");
+                  } else if (!is_utf8(base_of(input, record))) {
+                    reporter.report(record.location(0), "invalid UTF-8" + in_directory_of(record));
+                  }
+                });
+              },
+          .concerns_removals = false};
+}
+
+void check_comma(const Input& input, const Record& record, Reporter& reporter) {
+  const auto paths = split(record.repository(), ',');
+  const bool are_several = paths.size() > 1 && std::all_of(paths.begin(), paths.end(), looks_like_site);
+  if (!are_several) return report_character(input, record, ',', "comma", reporter);
+  reporter.report(record.location(0), std::to_string(paths.size()) + " repositories in one line",
+                  "write a line for each repository");
+}
+
+Rule comma_in_repository() {
+  return {
+      .name = "comma-in-repository",
+      .group = Group::repositories,
+      .severity = Severity::error,
+      .title = "a repository contains a comma",
+      .why =
+          "The director splits its list of repositories at commas and cannot load the parts, so every command of the session "
+          "fails.",
+      .fix = "rename the repository",
+      .bad = descriptor("sites/a,b\torg.example.alpha.feature.group\n"),
+      .good = good_descriptor(),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            for_each_placed(input, [&](const Record& record) { check_comma(input, record, reporter); });
+          },
+      .concerns_removals = false};
+}
+
+void check_url_syntax(const Input& input, const Record& record, Reporter& reporter) {
+  const std::string_view text = record.repository();
+  if (is_comment(text) || has_scheme(text)) return;
+  const std::string base(base_of(input, record));
+  const std::size_t at = url_syntax_in(text, is_archive(record));
+  if (at != text.npos) {
+    const std::size_t length = text[at] == '%' ? 3 : text[at] == '!' ? 2 : 1;
+    reporter.report(record.descriptor->location(*record.line, 0, at, 1),
+                    "URL syntax " + in_quotes(text.substr(at, length)) + " in the repository");
+  } else if (url_syntax_in(base + "/", is_archive(record)) != text.npos) {
+    reporter.report(record.location(0), "URL syntax" + in_directory_of(record));
+  }
+}
+
+Rule url_character_in_repository() {
+  return {.name = "url-character-in-repository",
+          .group = Group::repositories,
+          .severity = Severity::error,
+          .title = "a repository contains \"#\", \"%\" and two hexadecimal digits, or other URL syntax",
+          .why =
+              "The path becomes a URL unescaped. The director reads \"#\" as the start of a fragment and \"%20\" as an escape, "
+              "and cannot load the repository. The same holds for \"?\", \"[\" and \"]\" in a directory, and for \"!/\" in an "
+              "archive, where it ends the path.",
+          .fix = "rename the repository",
+          .bad = descriptor("sites/a%20b\torg.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_placed(input, [&](const Record& record) { check_url_syntax(input, record, reporter); });
+              },
+          .concerns_removals = false};
+}
+
+/// Not where the shell needs them, as before a space, and not where they belong to the name of an archive that exists.
+std::optional<Correction> slashes_for_backslashes(const Record& record) {
+  const std::string_view text = record.repository();
+  if (record.site != nullptr && record.site->exists) return std::nullopt;
+  Correction correction{"write slashes", true, {}};
+  for (std::size_t at = 0; (at = text.find('\\', at)) != text.npos; ++at) {
+    const std::string_view after = text.substr(at + 1, 1);
+    const bool separates = at != 0 && !after.empty() && after.find_first_of(" \\'\"$`&|;<>()*?[#~!") == after.npos;
+    if (!separates) return std::nullopt;
+    correction.edits.push_back(record.edit(0, at, 1, "/"));
+  }
+  return correction.edits.empty() ? std::nullopt : std::optional(std::move(correction));
+}
+
+Rule backslash_in_repository() {
+  return {.name = "backslash-in-repository",
+          .group = Group::repositories,
+          .severity = Severity::error,
+          .title = "a repository contains a backslash",
+          .why =
+              "The plug-in converts backslashes to slashes only in listed file names. Here the shell removes them, or the "
+              "director looks for a file with a backslash in its name.",
+          .fix = "separate directories with \"/\"",
+          .bad = descriptor("sites\\alpha\torg.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_placed(input, [&](const Record& record) {
+                  if (has_drive_letter(record.repository())) return;
+                  report_character(input, record, '\\', "backslash", reporter, slashes_for_backslashes(record));
+                });
+              },
+          .concerns_removals = false,
+          .corrects = Corrects::safely};
+}
+
+}  // namespace
+
+std::vector<Rule> rules_about_repository_characters() {
+  return {space_in_repository(), repository_needs_shell_quoting(), glob_in_repository(),     repository_not_utf_8(),
+          comma_in_repository(), url_character_in_repository(),    backslash_in_repository()};
+}
+
+}  // namespace eclipse_lint

@@ -1,0 +1,155 @@
+// Rules about lines that are data by mistake: comments, headers, empty rows, duplicates.
+#include <algorithm>
+#include <map>
+#include <utility>
+
+#include "base/printable.h"
+#include "lint/rule.h"
+#include "lint/rules/header_lines.h"
+#include "lint/rules/iteration.h"
+#include "lint/rules/samples.h"
+#include "lint/texts.h"
+
+using namespace eclipse_base;
+using namespace eclipse_lint::samples;
+
+namespace eclipse_lint {
+
+namespace {
+
+/// Without a tab the line is ignored. What begins with slashes may also be a path.
+Correction spaces_for_tabs(const Record& record) {
+  const std::string_view text = record.line->text;
+  Correction correction{"replace the tabs by spaces", !trimmed(text).starts_with("//"), {}};
+  for (std::size_t at = 0; (at = text.find('\t', at)) != text.npos; ++at) {
+    correction.edits.push_back(record.descriptor->edit(*record.line, at, 1, " "));
+  }
+  return correction;
+}
+
+Rule comment_is_data() {
+  return {.name = "comment-is-data",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "a comment line contains a tab",
+          .why =
+              "Descriptor files have no comments, so the line is data, and its repository becomes part of every director "
+              "command. A space or a semicolon in it makes every command of the session fail, including those for other "
+              "components. Otherwise the director tries to load a repository that does not exist, and to find the feature.",
+          .fix = "delete the line, or remove its tabs",
+          .bad = descriptor("# sites/old\torg.example.old.feature.group\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .good = descriptor("# the tools\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  if (!is_comment(record.repository()) || is_odd_header(record)) continue;
+                  if (record.site != nullptr && record.site->exists) {  // as "//sites/alpha"
+                    reporter.report(Severity::warning, record.location(0),
+                                    "this line is active, since " + in_quotes(record.repository()) + " is an existing path",
+                                    "delete the line, or the slashes at its beginning");
+                    continue;
+                  }
+                  reporter.report(record.location(0),
+                                  "this comment is read as data with the repository " + in_quotes(record.repository()),
+                                  spaces_for_tabs(record));
+                }
+              },
+          .supersedes = Supersedes::line,
+          .corrects = Corrects::both};
+}
+
+/// A line with this header's words is certainly one; with others it may be data of a directory "repository".
+Correction exact_header(const Record& record) {
+  const bool is_certain = bare(record.feature()).starts_with("feature");
+  return {"write Repository", is_certain, {record.edit(0, 0, record.repository().size(), std::string(header))}};
+}
+
+Rule header_not_recognised() {
+  return {.name = "header-not-recognised",
+          .group = Group::lines,
+          .severity = Severity::error,
+          .title = "the first column of a header is not exactly \"Repository\"",
+          .why =
+              "The line is data, and its second column is a feature that no repository has, so the command for all features "
+              "fails. A space or a quote in the first column makes every command of the session fail.",
+          .fix = "write Repository, with a capital R and nothing around it",
+          .bad = descriptor("repository\tFeature\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  const bool has_mark = record.repository().starts_with(utf_8_mark);
+                  if (!is_odd_header(record) || has_mark || looks_like_feature(trimmed(record.feature()))) continue;
+                  reporter.report(record.location(0), in_quotes(record.repository()) + " is not recognised as a header",
+                                  exact_header(record));
+                }
+              },
+          .supersedes = Supersedes::line,
+          .corrects = Corrects::both};
+}
+
+/// Spaces in it are read as a repository.
+Rule row_of_tabs() {
+  return {.name = "row-of-tabs",
+          .group = Group::lines,
+          .severity = Severity::note,
+          .title = "a line consists of tabs",
+          .why =
+              "The plug-in skips the line, an empty row of a table. If its first column contains a space, the space splits the "
+              "list of repositories, and every command of the session fails.",
+          .fix = "delete the line",
+          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\n\t\t\t\n"),
+          .good = descriptor("sites/alpha\torg.example.alpha.feature.group\n\n"),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_text(input, [&](const Descriptor& descriptor) {
+                  for (const Line& line : descriptor.lines) {
+                    if (line.text.find('\t') == line.text.npos || !trimmed(line.text).empty()) continue;
+                    const bool is_data = line.is_record && !line.columns[0].empty();
+                    reporter.report(is_data ? Severity::error : Severity::note, descriptor.location(line),
+                                    is_data ? "a row without content is read as data" : "a row without content",
+                                    "delete the line", Correction{"delete the line", true, {descriptor.deletion(line)}});
+                  }
+                });
+              },
+          .supersedes = Supersedes::line,
+          .corrects = Corrects::safely};
+}
+
+/// Then the places of other lines may depend on the one that a line takes.
+bool has_orders(const Input& input) {
+  return std::any_of(input.records.begin(), input.records.end(),
+                     [](const Record& record) { return record.has_order() && !record.cell(3).empty(); });
+}
+
+Rule duplicate_line() {
+  return {.name = "duplicate-line",
+          .group = Group::lines,
+          .severity = Severity::warning,
+          .title = "a file has the same line twice",
+          .why = "Both lines take a place in the install order, but the feature is listed once.",
+          .fix = "delete one of the lines",
+          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\nsites/alpha\torg.example.alpha.feature.group\n"),
+          .good = good_descriptor(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                const bool is_safe = !has_orders(input);
+                std::map<std::pair<const Descriptor*, std::string_view>, const Record*> first;
+                for (const Record& record : input.records) {
+                  if (trimmed(record.line->text).empty()) continue;  // spreadsheets write rows of tabs
+                  const auto [known, is_new] = first.emplace(std::pair(record.descriptor, record.line->text), &record);
+                  if (is_new || known->second->line == record.line) continue;
+                  reporter.report(record.descriptor->location(*record.line), "duplicate of " + known->second->where(),
+                                  Correction{"delete the line", is_safe, {record.descriptor->deletion(*record.line)}});
+                }
+              },
+          .corrects = Corrects::both};
+}
+
+}  // namespace
+
+std::vector<Rule> rules_about_unintended_data() {
+  return {comment_is_data(), header_not_recognised(), row_of_tabs(), duplicate_line()};
+}
+
+}  // namespace eclipse_lint
