@@ -116,6 +116,8 @@ std::vector<Rule> rules_about_sessions();
 std::vector<Rule> rules_about_removals();
 std::vector<Rule> rules_about_places();
 std::vector<Rule> rules_about_checksums();
+std::vector<Rule> rules_about_leftovers();
+std::vector<Rule> rules_about_units();
 
 }  // namespace eclipse_lint
 

@@ -129,6 +129,35 @@ TEST_F(Directories, RepositoriesOfOtherComponentsAreNoted) {
   EXPECT_EQ(findings_in("product/one")[0].severity, Severity::warning);
 }
 
+TEST_F(Directories, LinksThatLeadOutOfAComponentAreReported) {
+  std::filesystem::rename("product/one/s", "built");
+  std::filesystem::create_directory_symlink(directory.path() + "/built", "product/one/s");
+  ASSERT_EQ(found_in("product"), Texts({"product/one/etc/eclipse/t:1:1+1 repository-outside-component"}));
+  EXPECT_EQ(findings_in("product")[0].message,
+            "\"s\" is outside of the component's directory: a symbolic link leads to " + directory.path() + "/built");
+  std::filesystem::remove("product/one/s");
+  std::filesystem::rename("built", "product/one/v1");
+  std::filesystem::create_directory_symlink("v1", "product/one/s");
+  EXPECT_EQ(found_in("product"), Texts());
+}
+
+TEST_F(Directories, AbsoluteChildrenOfACompositeAreReported) {
+  write_file("product/one/all/compositeContent.xml",
+             "<repository><children><child location='file:" + directory.path() + "/product/one/s'/></children></repository>");
+  write_file("product/one/etc/eclipse/t", "all\tx.a.feature.group\n");
+  EXPECT_EQ(found_in("product"), Texts({"product/one/etc/eclipse/t:1:1+3 repository-outside-component"}));
+}
+
+TEST_F(Directories, HiddenFilesWithoutDataAreOnlyNoted) {
+  write_file("product/one/etc/eclipse/.gitkeep", "");
+  write_file("product/one/etc/eclipse/.DS_Store", std::string("\0\0\0\1Bud1", 8));
+  for (const Finding& finding : findings_in("product")) {
+    EXPECT_EQ(finding.rule->name, "not-a-descriptor");
+    EXPECT_EQ(finding.severity, Severity::note);
+  }
+  EXPECT_EQ(found_in("product").size(), 2U);
+}
+
 TEST_F(Directories, EmptyOneHasNothingToSayOf) {
   std::filesystem::create_directories("empty/etc/eclipse");
   for (const std::string empty : {"empty", "empty/etc", "empty/etc/eclipse"}) EXPECT_EQ(found_in(empty), Texts()) << empty;

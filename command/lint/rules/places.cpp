@@ -1,6 +1,10 @@
 // Rules about paths that lead elsewhere on another machine, or from another directory.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 
 #include "base/file.h"
 #include "base/printable.h"
@@ -9,6 +13,7 @@
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
+#include "p2/profile.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -61,6 +66,42 @@ Rule user_path_relative() {
   };
 }
 
+/// The first directory of an instance that the director writes to but this user may not; nothing when there is none.
+std::optional<fs::path> unwritable_directory(const fs::path& instance) {
+  for (const fs::path& directory : {instance, instance / "configuration", instance / "p2"}) {
+    std::error_code error;
+    if (!fs::is_directory(directory, error)) continue;
+    if (faccessat(AT_FDCWD, directory.c_str(), W_OK, AT_EACCESS) != 0) return directory;
+  }
+  return std::nullopt;
+}
+
+Rule instance_not_writable() {
+  return {
+      .name = "instance-not-writable",
+      .group = Group::eclipse,
+      .severity = Severity::warning,
+      .title = "the user who runs lint must not write to the Eclipse instance",
+      .why =
+          "If the installer runs as this user, Eclipse keeps its configuration in the directory .eclipse of the user's home: "
+          "the "
+          "features are installed there, for this user alone, and the director reports success. Without such a home it fails.",
+      .fix = "run the installer as a user who may write there; if it is another user than now, do nothing",
+      .bad = product(user_session(), {{.name = "ide/p2/", .permissions = 0555}}),
+      .good = product(user_session()),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->run.commands.empty()) return;
+            const std::string executable = input.session->executable();
+            const auto directory = unwritable_directory(eclipse_p2::instance_directory(executable));
+            if (!directory) return;
+            const bool is_named = executable == input.session->variable("USER_DEFINED_ECLIPSE_PATH");
+            reporter.report(input.session->location_of(is_named ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN"),
+                            "no permission to write to " + directory->string());
+          },
+  };
+}
+
 // ---- Repositories ----
 
 /// The component whose directory a path is in; null when it is in none.
@@ -74,10 +115,29 @@ const std::string* component_around(const Input& input, const fs::path& path) {
   return found == directories.end() ? nullptr : &*found;
 }
 
+/// Whether what a path leads to is outside of the component, and a composite's children are where they are on this machine.
+void check_links(const Record& record, Reporter& reporter) {
+  std::error_code error;
+  const fs::path base = fs::canonical(record.config->base_dir, error);
+  const fs::path site = fs::canonical(base / record.repository(), error);
+  if (error || !is_plain_repository(record)) return;
+  if (const fs::path below = site.lexically_relative(base); below.empty() || *below.begin() == "..") {
+    reporter.report(
+        record.location(0),
+        in_quotes(record.repository()) + " is outside of the component's directory: a symbolic link leads to " + site.string());
+  }
+  for (const std::string& child : record.site->absolute_children) {
+    reporter.report(record.location(0),
+                    "the composite " + in_quotes(record.repository()) + " has the absolute location " + in_quotes(child),
+                    "ship that repository with the component, and write its location relative to the composite");
+  }
+}
+
 /// A path that does not exist is another rule's.
 void check_is_inside(const Input& input, const Record& record, Reporter& reporter) {
   const std::string_view text = record.repository();
   const bool leads_out = !text.starts_with('/') && *fs::path(text).lexically_normal().begin() == "..";
+  if (!leads_out && record.site != nullptr) return check_links(record, reporter);
   if (!leads_out || (record.site != nullptr && !record.site->exists)) return;
   const std::string message = in_quotes(text) + " is outside of the component's directory";
   if (!input.has_components) return reporter.report(record.location(0), message);
@@ -96,7 +156,7 @@ Rule repository_outside_component() {
   return {.name = "repository-outside-component",
           .group = Group::repositories,
           .severity = Severity::warning,
-          .title = "a repository is outside of the component's directory",
+          .title = "a repository, or a child of a composite, is outside of the component's directory",
           .why =
               "The component does not ship it. Where the component is installed into another directory, or without its "
               "neighbours, the repository is missing or another one.",
@@ -114,6 +174,8 @@ Rule repository_outside_component() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_places() { return {user_path_relative(), repository_outside_component()}; }
+std::vector<Rule> rules_about_places() {
+  return {user_path_relative(), instance_not_writable(), repository_outside_component()};
+}
 
 }  // namespace eclipse_lint
