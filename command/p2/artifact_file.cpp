@@ -47,9 +47,9 @@ std::string checksum_error(const ArtifactFile& file) {
   for (const auto& [digest, hexadecimal] : file.checksums) {
     const std::string actual = digest_of(content.bytes, digest);
     if (actual == hexadecimal) continue;
-    const std::string name(name_of(digest));
-    if (lower_case(hexadecimal) == actual) return "is listed with a " + name + " checksum in capital letters";
-    return "has another " + name + " checksum than the repository lists: " + actual + ", not " + hexadecimal;
+    std::string error = lower_case(hexadecimal) == actual ? "is listed in capital letters, which the director does not accept: "
+                                                          : "does not have the checksum that is listed: ";
+    return error.append(name_of(digest)).append(" ").append(hexadecimal).append(", but ").append(actual);
   }
   return "";
 }

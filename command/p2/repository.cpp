@@ -178,7 +178,8 @@ void add_packed(const std::set<std::string>& packed, Repository& read) {
     const bool is_listed_otherwise =
         read.artifacts->count(name) + read.missing_artifacts.count(name) + read.damaged_artifacts.count(name) != 0;
     if (is_listed_otherwise) continue;
-    read.damaged_artifacts.emplace(name, name + " is packed by Pack200, which directors on Java 14 and later cannot unpack");
+    read.damaged_artifacts.emplace(
+        name, std::string(name).append(" is packed by Pack200, which directors on Java 14 and later cannot unpack"));
   }
 }
 

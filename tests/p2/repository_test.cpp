@@ -462,8 +462,8 @@ TEST_F(RepositoryTest, ChecksumsThatTheDirectorComparesAreKept) {
   const ArtifactFile& file = site.artifact_files.at("osgi.bundle,a,1");
   ASSERT_EQ(file.checksums.size(), 1U);
   EXPECT_EQ(file.checksums[0].hexadecimal, "01");
-  EXPECT_EQ(checksum_error(file), "has another SHA-256 checksum than the repository lists: " +
-                                      eclipse_base::digest_of("PK jar", eclipse_base::Digest::sha_256) + ", not 01");
+  EXPECT_EQ(checksum_error(file), "does not have the checksum that is listed: SHA-256 01, but " +
+                                      eclipse_base::digest_of("PK jar", eclipse_base::Digest::sha_256));
 }
 
 TEST_F(RepositoryTest, ArtifactsThatOnlyPack200HasAreDamaged) {

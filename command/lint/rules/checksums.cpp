@@ -103,7 +103,7 @@ std::string jar_of_bundle(const std::string& artifact) {
 /// A bundle of a site that the instance has with other bytes; empty when there is none.
 std::string other_build_in(const fs::path& instance, const Repository& site, const NeededUnits& needed) {
   for (const auto& [artifact, file] : site.artifact_files) {
-    const std::string jar = jar_of_bundle(artifact);
+    std::string jar = jar_of_bundle(artifact);
     if (jar.empty() || !needed.has(unit_of_artifact(artifact))) continue;
     if (!checksum_error({jar, instance / "plugins" / jar, file.checksums}).empty() && checksum_error(file).empty()) return jar;
   }
