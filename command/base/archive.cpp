@@ -11,6 +11,7 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace eclipse_base {
 
@@ -55,6 +56,17 @@ std::string name_of(archive_entry* entry) {
   const char* name = archive_entry_pathname_utf8(entry);
   if (name == nullptr) name = archive_entry_pathname(entry);
   return name == nullptr ? "" : name;
+}
+
+/// Java knows files that are stored and those that are deflated, and opens no archive with others. libarchive names the method
+/// of the entry that it read last as in "ZIP 6.3 (lzma)". Empty for the usual ones, and for encrypted entries.
+std::string compression_unknown_to_java(archive* reader, archive_entry* entry) {
+  const std::string format = archive_format_name(reader) == nullptr ? "" : archive_format_name(reader);
+  const std::size_t begin = format.find('(');
+  const std::size_t end = format.find(')');
+  if (begin == format.npos || end == format.npos || archive_entry_is_encrypted(entry) != 0) return "";
+  const std::string method = format.substr(begin + 1, end - begin - 1);
+  return method == "uncompressed" || method == "deflation" ? "" : method;
 }
 
 /// Calls visit(entry) for each entry until it returns false. Returns what went wrong.
@@ -135,6 +147,33 @@ bool has_wrong_checksum(std::string_view gzip, std::string_view bytes) {
          little_endian(trailer) != crc32(bytes);
 }
 
+std::uint32_t little_endian_2(std::string_view bytes) {
+  return static_cast<unsigned char>(bytes[0]) | static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[1])) << 8;
+}
+
+/// The names in the central directory of a zip archive that have backslashes. libarchive turns these into slashes, Java does
+/// not.
+std::vector<std::string> names_with_backslashes(const std::filesystem::path& file) {
+  constexpr std::size_t end_size = 22;
+  constexpr std::size_t header_size = 46;
+  std::vector<std::string> names;
+  const std::string end = read_end(file, 65536 + end_size).bytes;
+  const std::size_t at = end.rfind("PK\5\6");
+  if (at == end.npos || end.size() - at < end_size) return names;
+  const std::size_t size = little_endian(std::string_view(end).substr(at + 12));
+  const std::string tail = read_end(file, end.size() - at + size).bytes;
+  std::string_view directory = std::string_view(tail).substr(0, std::min(size, tail.size()));
+  while (directory.size() >= header_size && directory.starts_with("PK\1\2")) {
+    const std::size_t length = little_endian_2(directory.substr(28));
+    const std::string_view name = directory.substr(header_size, length);
+    if (name.find('\\') != name.npos) names.emplace_back(name);
+    const std::size_t whole =
+        header_size + length + little_endian_2(directory.substr(30)) + little_endian_2(directory.substr(32));
+    directory.remove_prefix(std::min(whole, directory.size()));
+  }
+  return names;
+}
+
 }  // namespace
 
 Unpacked decompress(const std::string& compressed, Compression compression, std::size_t limit) {
@@ -179,11 +218,21 @@ Archive::Archive(std::filesystem::path file) : file_(std::move(file)) {
   if (!error_.empty() || beginning.bytes == "PK\5\6") return;
   const ZipFile zip(file_);
   Unpacked walk = failure("is damaged");
+  std::string other_compression;
   if (zip.is_open()) {
-    walk = visit_entries(zip.reader(), [this](archive_entry* entry) {
+    walk = visit_entries(zip.reader(), [&](archive_entry* entry) {
       names_.insert(name_of(entry));
+      if (other_compression.empty()) other_compression = compression_unknown_to_java(zip.reader(), entry);
       return true;
     });
+  }
+  for (const std::string& name : names_with_backslashes(file_)) {
+    std::string with_slashes = name;
+    std::replace(with_slashes.begin(), with_slashes.end(), '\\', '/');
+    if (names_.erase(with_slashes) != 0) names_.insert(name);
+  }
+  if (walk.error.empty() && !other_compression.empty()) {
+    walk = failure("is compressed by " + other_compression + ", which Java cannot unpack; use deflate");
   }
   error_ = !walk.error.empty() && !beginning.bytes.starts_with("PK") ? "is not a zip archive" : walk.error;
   exceeds_limit_ = walk.exceeds_limit;

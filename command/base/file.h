@@ -20,6 +20,7 @@ inline constexpr std::size_t descriptor = 64 * mebibyte;
 inline constexpr std::size_t configuration = 4 * mebibyte;  ///< of an instance (config.ini, .eclipseproduct) or of a repository
 inline constexpr std::size_t profile = 256 * mebibyte;      ///< a state of a p2 profile, decompressed
 inline constexpr std::size_t metadata = 256 * mebibyte;     ///< of a p2 repository, decompressed
+inline constexpr std::size_t artifact = 256 * mebibyte;     ///< a jar of a repository whose checksum is compared
 inline constexpr std::size_t log = 16 * mebibyte;           ///< of an instance; of a larger one the end is read
 inline constexpr std::size_t message = 16 * mebibyte;       ///< of an editor to the language server
 

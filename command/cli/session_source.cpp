@@ -21,7 +21,7 @@ namespace {
 
 bool has_descriptors(const PluginFunctions& library, const ComponentDirectory& component) {
   return std::any_of(component.files.begin(), component.files.end(),
-                     [&](const FoundFile& file) { return library.descriptor({}, file.listed).has_value(); });
+                     [&](const FoundFile& file) { return !file.is_example && library.descriptor({}, file.listed); });
 }
 
 /// The --eclipse that a directory needs.

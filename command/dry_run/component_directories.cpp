@@ -82,14 +82,21 @@ class ComponentSearch {
         names_(files_of(directory)) {}
 
   std::vector<ComponentDirectory> search() {
+    const auto is_proper = [&](const std::string& name) { return is_descriptor(name) && !is_among_examples(name); };
+    are_examples_apart_ = std::any_of(names_.begin(), names_.end(), is_proper);
     for (const std::string& name : names_) {
-      if (library_.descriptor({}, name)) descriptors_[holder_of(name)].push_back(absolute_ / name);
+      if (is_descriptor(name) && !is_example(name)) descriptors_[holder_of(name)].push_back(absolute_ / name);
     }
     const auto holder = descriptors_.empty() ? holder_around(absolute_) : std::nullopt;
     return holder ? std::vector{component_around(*holder)} : components_below();
   }
 
  private:
+  bool is_descriptor(const std::string& name) const { return library_.descriptor({}, name).has_value(); }
+  bool is_example(const std::string& name) const {
+    return are_examples_apart_ && is_descriptor(name) && is_among_examples(name);
+  }
+
   /// The component whose etc/eclipse contains the directory, with the files of the directory.
   ComponentDirectory component_around(const fs::path& holder) const {
     std::vector<fs::path> files(names_.size());
@@ -111,7 +118,8 @@ class ComponentSearch {
       found_[components[holder]];
     }
     for (const std::string& name : names_) {
-      const auto holder = library_.descriptor({}, name) ? components.find(holder_of(name)) : components.end();
+      const bool has_holder = is_descriptor(name) && !is_example(name);
+      const auto holder = has_holder ? components.find(holder_of(name)) : components.end();
       add(holder == components.end() ? nearest_component(name) : holder->second, name);
     }
     std::vector<ComponentDirectory> all;
@@ -127,7 +135,8 @@ class ComponentSearch {
   }
 
   void add(const std::string& component, const std::string& name) {
-    found_[component].push_back({component.empty() ? name : name.substr(component.size() + 1), (directory_ / name).string()});
+    const std::string listed = component.empty() ? name : name.substr(component.size() + 1);
+    found_[component].push_back({listed, (directory_ / name).string(), is_example(name)});
   }
 
   const PluginFunctions& library_;
@@ -135,6 +144,7 @@ class ComponentSearch {
   fs::path directory_;
   fs::path absolute_;
   std::vector<std::string> names_;
+  bool are_examples_apart_ = false;
   std::map<std::string, std::vector<fs::path>> descriptors_;  // by the directories that hold their etc/eclipse
   std::map<std::string, std::vector<FoundFile>> found_;       // by the components' directories
 };

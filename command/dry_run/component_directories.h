@@ -12,8 +12,9 @@
 namespace eclipse_dry_run {
 
 struct FoundFile {
-  std::string listed;  ///< relative to the component's directory, as its package would list it
-  std::string shown;   ///< the searched directory as it was given, and the path below it
+  std::string listed;       ///< relative to the component's directory, as its package would list it
+  std::string shown;        ///< the searched directory as it was given, and the path below it
+  bool is_example = false;  ///< a descriptor file among documentation or examples, which a package need not list
 };
 
 struct ComponentDirectory {
@@ -24,7 +25,8 @@ struct ComponentDirectory {
 /// The components in a directory, in the order of their paths. A component is a directory that contains an etc/eclipse; or, if
 /// none of the sites named there is in it, the nearest directory above it that contains one. A directory in a component's
 /// etc/eclipse gives that component, with the files of this directory alone. Files outside of all components belong to the
-/// searched directory. Throws FileError when a directory cannot be searched.
+/// searched directory. So do descriptor files among documentation and examples, unless there are no others. Throws FileError
+/// when a directory cannot be searched.
 std::vector<ComponentDirectory> component_directories(const PluginFunctions& library, DescriptorFiles& files,
                                                       const std::filesystem::path& directory);
 

@@ -1,6 +1,10 @@
 #include "dry_run/descriptor_paths.h"
 
+#include <algorithm>
+#include <array>
 #include <string>
+
+#include "base/text.h"
 
 namespace fs = std::filesystem;
 
@@ -10,6 +14,16 @@ std::size_t descriptor_directory_in(std::string_view path) {
   std::size_t at = path.find(descriptor_directory);
   while (at != path.npos && at != 0 && path[at - 1] != '/') at = path.find(descriptor_directory, at + 1);
   return at;
+}
+
+bool is_among_examples(std::string_view path) {
+  constexpr std::array<std::string_view, 9> names = {"doc",    "docs",    "documentation", "example",  "examples",
+                                                     "sample", "samples", "template",      "templates"};
+  auto directories = eclipse_base::split(path.substr(0, descriptor_directory_in(path)), '/');
+  directories.pop_back();
+  return std::any_of(directories.begin(), directories.end(), [&](const std::string& directory) {
+    return std::find(names.begin(), names.end(), eclipse_base::lower_case(directory)) != names.end();
+  });
 }
 
 bool is_descriptor_directory(const std::filesystem::path& path) {

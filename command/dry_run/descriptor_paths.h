@@ -14,6 +14,9 @@ inline constexpr std::string_view descriptor_directory = "etc/eclipse/";
 /// The offset of the first etc/eclipse/ in a path whose "etc" is the whole name of a directory; npos if there is none.
 std::size_t descriptor_directory_in(std::string_view path);
 
+/// Whether a file, or the etc/eclipse that it is in, is in a directory whose name is that of documentation or examples.
+bool is_among_examples(std::string_view path);
+
 /// Whether a path leads to a directory etc/eclipse itself.
 bool is_descriptor_directory(const std::filesystem::path& path);
 

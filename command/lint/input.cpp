@@ -54,8 +54,13 @@ class InputReader {
     catalogue.installDir = directory.path.filename().string();
     catalogue.package.emplace().prefix = directory.path.string();
     Component& component = add_component(catalogue, {searched});
-    for (const FoundFile& file : directory.files) add_listed(component, file.listed, {file.shown});
-    for (const ListedFile& file : component.files) add_descriptor_of(component, file, file.location.file);
+    for (const FoundFile& file : directory.files) {
+      add_listed(component, file.listed, {file.shown});
+      component.files.back().is_example = file.is_example;
+    }
+    for (const ListedFile& file : component.files) {
+      if (!file.is_example) add_descriptor_of(component, file, file.location.file);
+    }
     return finish();
   }
 
@@ -66,6 +71,7 @@ class InputReader {
     facts.session = std::make_unique<Session>();
     eclipse_host::read_session(*facts.document, *facts.session);
     add_session_locations();
+    for (const Component& component : input_->components) input_->component_directories.push_back(component.directory);
     add_more_variables(add_variables);
     read_unlisted();
     facts.executables = library_.executables(*facts.session);
@@ -244,6 +250,12 @@ std::vector<std::unique_ptr<Input>> read_directory(const PluginFunctions& librar
   for (const ComponentDirectory& component : component_directories(library, files, directory)) {
     inputs.push_back(InputReader(library, sites, files).read_component(component, directory.string()));
   }
+  std::vector<std::string> directories;
+  for (const auto& input : inputs) {
+    const Component& component = input->components.front();
+    if (component.has_descriptors()) directories.push_back(component.directory);
+  }
+  for (const auto& input : inputs) input->component_directories = directories;
   set_offered(inputs);
   return inputs;
 }
@@ -299,12 +311,19 @@ const UnitVersions* Input::offered_for(const Record& record) const {
 }
 
 bool Component::has_descriptors() const {
-  return std::any_of(files.begin(), files.end(), [](const ListedFile& file) { return file.descriptor.has_value(); });
+  return std::any_of(files.begin(), files.end(), [](const ListedFile& file) { return file.descriptor && !file.is_example; });
 }
 
 std::string SessionFacts::executable() const {
   const auto command = run.commands.empty() ? std::nullopt : cut_director_command(run.commands.at(0));
   return command ? command->executable : "";
+}
+
+std::optional<fs::path> SessionFacts::seen_from_file(const std::string& path) const {
+  if (path.empty() || fs::path(path).is_absolute()) return std::nullopt;
+  fs::path seen = absolute_path(document->file()).parent_path() / path;
+  std::error_code error;
+  return fs::exists(seen, error) ? std::optional(seen.lexically_normal()) : std::nullopt;
 }
 
 const Location& SessionFacts::location_of(const std::string& variable) const {

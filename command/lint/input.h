@@ -77,6 +77,7 @@ struct ListedFile {
   std::string text;  ///< as it is listed
   Location location;
   std::optional<eclipse_dry_run::DescriptorFile> descriptor;  ///< when the plug-in reads it as one
+  bool is_example = false;  ///< a descriptor among documentation or examples, which is not linted unless a session lists it
 };
 
 struct Component {
@@ -115,6 +116,8 @@ struct SessionFacts {
   bool is_removal() const { return session->is_removal(); }
   /// Whether the run starts the director to remove units.
   bool removes_units() const { return is_removal() && !run.commands.empty(); }
+  /// The file that a relative path leads to from the directory of the session file. Nothing when there is none.
+  std::optional<std::filesystem::path> seen_from_file(const std::string& path) const;
   /// Where a variable is set, or else the mode.
   const Location& location_of(const std::string& variable) const;
 };
@@ -123,6 +126,7 @@ struct Input {
   const eclipse_dry_run::PluginFunctions* library;
   bool has_components = false;  ///< otherwise it is a single descriptor file, whose component is not known
   std::deque<Component> components;
+  std::vector<std::string> component_directories;  ///< of all components that are linted together
   std::deque<Descriptor> descriptors;
   std::vector<plugin_config> configs;  ///< all records, including those of files that are not text
   std::vector<Record> records;

@@ -114,6 +114,10 @@ std::vector<Rule> rules_about_orders();
 std::vector<Rule> rules_about_eclipse();
 std::vector<Rule> rules_about_sessions();
 std::vector<Rule> rules_about_removals();
+std::vector<Rule> rules_about_places();
+std::vector<Rule> rules_about_checksums();
+std::vector<Rule> rules_about_leftovers();
+std::vector<Rule> rules_about_units();
 
 }  // namespace eclipse_lint
 

@@ -88,7 +88,8 @@ const std::vector<Rule>& rules() {
     for (const auto& more : {rules_about_files(), rules_about_ignored_lines(), rules_about_unintended_data(),
                              rules_about_encoding(), rules_about_columns(), rules_about_repository_paths(),
                              rules_about_repository_characters(), rules_about_repository_contents(), rules_about_features(),
-                             rules_about_orders(), rules_about_eclipse(), rules_about_sessions(), rules_about_removals()}) {
+                             rules_about_orders(), rules_about_eclipse(), rules_about_sessions(), rules_about_removals(),
+                             rules_about_places(), rules_about_checksums(), rules_about_leftovers(), rules_about_units()}) {
       rules.insert(rules.end(), more.begin(), more.end());
     }
     std::vector<Rule> by_group;

@@ -9,6 +9,9 @@
 #include <system_error>
 #include <utility>
 
+#include "base/text.h"
+#include "p2/touchpoint_actions.h"
+
 namespace fs = std::filesystem;
 
 namespace eclipse_p2 {
@@ -76,13 +79,33 @@ std::string label_of(const pugi::xml_node& unit) {
   return translated.empty() ? label : translated;
 }
 
-UnitDescription description_of(const pugi::xml_node& unit) {
-  UnitDescription description{label_of(unit), property_of(unit, "org.eclipse.equinox.p2.type.category") == "true", {}};
-  if (!description.is_category) return description;
+/// Of all, or only of those that are required on every system.
+std::set<std::string> units_required_by_name(const pugi::xml_node& unit, bool everywhere) {
+  constexpr std::string_view of_every_instance = "(org.eclipse.update.install.features=true)";
+  std::set<std::string> ids;
   for (const pugi::xml_node required : unit.child("requires").children("required")) {
     if (std::string_view(required.attribute("namespace").value()) != "org.eclipse.equinox.p2.iu") continue;
-    description.members.insert(required.attribute("name").value());
+    const std::string_view filter = eclipse_base::trimmed(required.child("filter").text().get());
+    const bool is_everywhere = (filter.empty() || filter == of_every_instance) && !required.attribute("optional").as_bool();
+    if (is_everywhere || !everywhere) ids.insert(required.attribute("name").value());
   }
+  return ids;
+}
+
+bool is_for_other_system(const pugi::xml_node& unit) {
+  const std::string_view filter = unit.child("filter").text().get();
+  return filter.find("(osgi.os=") != filter.npos && filter.find("(osgi.os=linux)") == filter.npos &&
+         filter.find('!') == filter.npos;
+}
+
+UnitDescription description_of(const pugi::xml_node& unit) {
+  UnitDescription description;
+  description.label = label_of(unit);
+  description.is_category = property_of(unit, "org.eclipse.equinox.p2.type.category") == "true";
+  if (description.is_category) description.members = units_required_by_name(unit, false);
+  if (property_of(unit, "org.eclipse.equinox.p2.type.group") == "true") description.parts = units_required_by_name(unit, true);
+  description.is_for_other_system = is_for_other_system(unit);
+  description.foreign_actions = foreign_actions_of(unit);
   return description;
 }
 
@@ -98,24 +121,28 @@ void read_units(const pugi::xml_node& repository, Repository& read) {
   }
 }
 
-/// The rule that names the files of most repositories, with the directory that it puts those of a classifier into.
-bool maps_to(const pugi::xml_node& repository, const std::string& classifier, const std::string& directory) {
+/// What is around ID_VERSION in the path of an artifact.
+struct FilePattern {
+  std::string directory;
+  std::string ending;
+};
+
+/// The rule that names the files of most repositories.
+bool maps_to(const pugi::xml_node& repository, const std::string& classifier, const FilePattern& pattern) {
   const std::string filter = "(& (classifier=" + classifier + "))";
-  const std::string output = "${repoUrl}/" + directory + "/${id}_${version}.jar";
+  const std::string output = "${repoUrl}/" + pattern.directory + "/${id}_${version}" + pattern.ending;
   for (const pugi::xml_node rule : repository.child("mappings").children("rule")) {
     if (rule.attribute("filter").value() == filter) return rule.attribute("output").value() == output;
   }
   return false;
 }
 
-/// Features and bundles, by their classifiers, with the directories of their files.
-std::map<std::string, std::string> mapped_directories(const pugi::xml_node& repository) {
-  std::map<std::string, std::string> directories;
-  for (const auto& [classifier, directory] :
-       {std::pair("org.eclipse.update.feature", "features"), std::pair("osgi.bundle", "plugins")}) {
-    if (maps_to(repository, classifier, directory)) directories.emplace(classifier, directory);
-  }
-  return directories;
+/// Features, bundles and root files, by their classifiers.
+std::map<std::string, FilePattern> mapped_files(const pugi::xml_node& repository) {
+  std::map<std::string, FilePattern> patterns = {
+      {"org.eclipse.update.feature", {"features", ".jar"}}, {"osgi.bundle", {"plugins", ".jar"}}, {"binary", {"binary", ""}}};
+  std::erase_if(patterns, [&](const auto& pattern) { return !maps_to(repository, pattern.first, pattern.second); });
+  return patterns;
 }
 
 /// Whether an artifact is kept in another form than as a jar file of its own, or elsewhere.
@@ -138,14 +165,38 @@ std::optional<std::uintmax_t> fixed_size_of(const pugi::xml_node& artifact) {
   return has_checksum && is_number ? std::optional(bytes) : std::nullopt;
 }
 
+bool is_packed_by_pack200(const pugi::xml_node& artifact) {
+  for (const pugi::xml_node step : artifact.child("processing").children("step")) {
+    if (std::string_view(step.attribute("id").value()).find("Pack200") != std::string_view::npos) return true;
+  }
+  return false;
+}
+
+/// Those that are listed in this form alone.
+void add_packed(const std::set<std::string>& packed, Repository& read) {
+  for (const std::string& name : packed) {
+    const bool is_listed_otherwise =
+        read.artifacts->count(name) + read.missing_artifacts.count(name) + read.damaged_artifacts.count(name) != 0;
+    if (is_listed_otherwise) continue;
+    read.damaged_artifacts.emplace(
+        name, std::string(name).append(" is packed by Pack200, which directors on Java 14 and later cannot unpack"));
+  }
+}
+
 void read_artifacts(const pugi::xml_node& repository, const RepositoryFiles& files, Repository& read) {
-  const auto directories = mapped_directories(repository);
+  const auto patterns = mapped_files(repository);
   read.artifacts.emplace();
+  std::set<std::string> packed;
   for (const pugi::xml_node artifact : repository.child("artifacts").children("artifact")) {
-    const auto directory = directories.find(artifact.attribute("classifier").value());
+    if (is_packed_by_pack200(artifact)) {
+      packed.insert(name_of_artifact(artifact));
+      continue;
+    }
+    const auto pattern = patterns.find(artifact.attribute("classifier").value());
     std::string file;
-    if (directory != directories.end() && !is_kept_otherwise(artifact)) {
-      file = directory->second + "/" + artifact.attribute("id").value() + "_" + artifact.attribute("version").value() + ".jar";
+    if (pattern != patterns.end() && !is_kept_otherwise(artifact)) {
+      const auto& [directory, ending] = pattern->second;
+      file = directory + "/" + artifact.attribute("id").value() + "_" + artifact.attribute("version").value() + ending;
     }
     if (!file.empty() && !files.has(file)) {
       read.missing_artifacts.emplace(name_of_artifact(artifact), std::move(file));
@@ -153,8 +204,13 @@ void read_artifacts(const pugi::xml_node& repository, const RepositoryFiles& fil
       read.damaged_artifacts.emplace(name_of_artifact(artifact), file.append(" ").append(error));
     } else {
       read.artifacts->insert(name_of_artifact(artifact));
+      if (file.empty() || files.are_in_archive()) continue;
+      auto checksums = checksums_of(artifact);
+      if (checksums.empty()) continue;
+      read.artifact_files.emplace(name_of_artifact(artifact), ArtifactFile{file, files.path() / file, std::move(checksums)});
     }
   }
+  add_packed(packed, read);
 }
 
 /// The first reason is kept.
@@ -217,14 +273,21 @@ class Repositories::Reader {
 
   /// What a composite provides is known only when all children that can be loaded are known.
   void read_children(const pugi::xml_node& root, Listing listing) {
+    const bool needs_all = property_of(root, "p2.atomic.composite.loading") == "true";
     bool is_known = true;
     UnitVersions units;
     std::set<std::string> artifacts;
     for (const pugi::xml_node node : root.child("children").children("child")) {
       const std::string location = node.attribute("location").value();
+      const bool is_absolute = location.starts_with("file:/") || location.starts_with("jar:file:/");
+      if (is_absolute && listing == Listing::content) repository_.absolute_children.push_back(location);
       const Repository* const child = look_into_child(location);
       if (child == nullptr) {
         is_known = false;
+      } else if ((!child->is_repository || !child->error.empty()) && needs_all) {
+        note(repository_.error,
+             "its child " + location +
+                 " cannot be loaded, and by p2.atomic.composite.loading it is loaded with all or not at all");
       } else if (!child->is_repository || !child->error.empty()) {
         if (listing == Listing::content) repository_.missing_children.push_back(location);
         is_known = is_known && (listing == Listing::content || !child->exists);
@@ -278,6 +341,9 @@ class Repositories::Reader {
     }
     for (const auto& [name, error] : child.damaged_artifacts) {
       repository_.damaged_artifacts.emplace(name, with_slash(location) + error);
+    }
+    for (const auto& [name, file] : child.artifact_files) {
+      repository_.artifact_files.emplace(name, ArtifactFile{with_slash(location) + file.name, file.path, file.checksums});
     }
   }
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "p2/artifact_file.h"
 #include "p2/repository_files.h"
 #include "p2/unit.h"
 
@@ -22,7 +23,12 @@ using UnitVersions = std::map<std::string, std::set<std::string>>;
 struct UnitDescription {
   std::string label;  ///< its name for people, in the language of the root locale; empty when it has none
   bool is_category = false;
-  std::set<std::string> members;  ///< of a category: the ids of the units in it
+  std::set<std::string> members;     ///< of a category: the ids of the units in it
+  std::set<std::string> parts;       ///< of a feature: the ids of the units that it requires by name on every system
+  bool is_for_other_system = false;  ///< its filter names an operating system other than this one
+  /// Of its instructions, those actions that p2's own touchpoints do not have, each with its phase, as "install:ACTION". None
+  /// when the unit requires others that may bring actions.
+  std::set<std::string> foreign_actions;
 
   bool operator==(const UnitDescription&) const = default;
 };
@@ -41,6 +47,8 @@ struct Repository {
   std::string unexamined_because;
   /// Of a composite: the locations of those children that do not exist or cannot be loaded. The director skips them.
   std::vector<std::string> missing_children;
+  /// Of a composite: the locations of those children that are absolute paths on this disk.
+  std::vector<std::string> absolute_children;
   /// What it provides; nothing when that is not known.
   std::optional<UnitVersions> units;
   /// The units that were found here. While `units` is not known, there may be more.
@@ -54,8 +62,11 @@ struct Repository {
   /// Those that its metadata lists but whose files do not exist, with the paths of these in the repository.
   std::map<std::string, std::string> missing_artifacts;
   /// Those whose files the director does not accept, with "PATH ERROR", as far as the beginning and the size of a file in a
-  /// directory show it. Checksums are not computed.
+  /// directory show it.
   std::map<std::string, std::string> damaged_artifacts;
+  /// Of the others, those whose files are in a directory and listed with checksums. These are not compared here, since that
+  /// takes its time.
+  std::map<std::string, ArtifactFile> artifact_files;
 };
 
 /// The repositories that were looked into so far, each once, however many paths and composites lead to it.

@@ -55,6 +55,8 @@ class RepositoryFiles {
   static bool is_form(Listing listing, std::string_view name);
 
   bool are_in_archive() const { return archive_.has_value(); }
+  /// Of the directory or the archive.
+  const std::filesystem::path& path() const { return place_.path; }
   /// Why what is at this place cannot be looked into, to be read after its name; empty when it can.
   const std::string& error() const { return error_; }
   bool exceeds_limit() const { return archive_ && archive_->exceeds_limit(); }

@@ -1,7 +1,10 @@
 #include "p2/version.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
+
+#include "base/text.h"
 
 namespace eclipse_p2 {
 
@@ -37,6 +40,19 @@ std::string whole_version(std::string_view version) {
     version.remove_prefix(end + 1);
   }
   return whole + "." + std::string(version);
+}
+
+bool is_osgi_version(std::string_view version) {
+  const auto parts = eclipse_base::split(version, '.');
+  if (parts.size() > 4) return false;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    const auto belongs = [&](char byte) {
+      const auto code = static_cast<unsigned char>(byte);
+      return i < 3 ? std::isdigit(code) != 0 : std::isalnum(code) != 0 || byte == '_' || byte == '-';
+    };
+    if (parts[i].empty() || !std::all_of(parts[i].begin(), parts[i].end(), belongs)) return false;
+  }
+  return true;
 }
 
 std::strong_ordering compare_versions(std::string_view left, std::string_view right) {

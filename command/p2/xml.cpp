@@ -2,10 +2,77 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string_view>
+#include <utility>
 
 #include "base/file.h"
+#include "base/text.h"
 
 namespace eclipse_p2 {
+
+namespace {
+
+std::string line_at(std::string_view text, std::size_t offset) {
+  return "line " + std::to_string(1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(offset), '\n'));
+}
+
+/// Whether a text is in UTF-8 if it is correct: it does not say that it is in another encoding.
+bool should_be_utf8(std::string_view text) {
+  if (text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE") || text.substr(0, 4).find('\0') != text.npos) return false;
+  if (!text.starts_with("<?xml")) return true;
+  const std::string declaration = eclipse_base::lower_case(text.substr(0, text.find("?>")));
+  return declaration.find("encoding") == declaration.npos || declaration.find("utf-8") != declaration.npos;
+}
+
+/// The offset of the end of a comment, of CDATA or of an instruction that begins here; `at` itself for anything else.
+std::size_t end_of_unparsed(std::string_view text, std::size_t at) {
+  using Marks = std::pair<std::string_view, std::string_view>;
+  for (const auto& [begin, end] : {Marks("<!--", "-->"), Marks("<![CDATA[", "]]>"), Marks("<?", "?>")}) {
+    if (text.substr(at).starts_with(begin)) return std::min(text.find(end, at), text.size());
+  }
+  return at;
+}
+
+/// Whether a reference such as "&amp;" or "&#xA;" begins here.
+bool begins_reference(std::string_view text, std::size_t ampersand) {
+  const std::string_view rest = text.substr(ampersand + 1, 32);
+  const std::string_view name = rest.substr(0, std::min(rest.find(';'), rest.size()));
+  if (name.size() == rest.size()) return false;
+  if (!name.starts_with('#')) {
+    return name == "amp" || name == "lt" || name == "gt" || name == "quot" || name == "apos";
+  }
+  const bool is_hexadecimal = name.starts_with("#x");
+  const std::string_view digits = name.substr(is_hexadecimal ? 2 : 1);
+  return !digits.empty() && digits.find_first_not_of(is_hexadecimal ? "0123456789abcdefABCDEF" : "0123456789") == digits.npos;
+}
+
+/// The offset of an "&" that begins no reference; npos if there is none, or the document may define entities itself.
+std::size_t lone_ampersand(std::string_view text) {
+  if (text.find('&') == text.npos || text.find("<!DOCTYPE") != text.npos) return text.npos;
+  for (std::size_t at = text.find_first_of("<&"); at != text.npos; at = text.find_first_of("<&", at + 1)) {
+    if (text[at] == '<') {
+      at = end_of_unparsed(text, at);
+    } else if (!begins_reference(text, at)) {
+      return at;
+    }
+  }
+  return text.npos;
+}
+
+/// What Java's parser does not accept, but the one that is used here does.
+std::string error_in_text(std::string_view text) {
+  if (!should_be_utf8(text)) return "";
+  std::size_t valid = 0;
+  while (valid < text.size()) {
+    const std::size_t length = eclipse_base::character_length(text.substr(valid));
+    if (length == 0) return "is not UTF-8 in " + line_at(text, valid) + ", although it says so or names no other encoding";
+    valid += length;
+  }
+  const std::size_t ampersand = lone_ampersand(text);
+  return ampersand == text.npos ? "" : "is not well-formed XML: write &amp; for the & in " + line_at(text, ampersand);
+}
+
+}  // namespace
 
 Xml read_xml(const std::string& text, const char* root) {
   Xml xml;
@@ -14,6 +81,8 @@ Xml read_xml(const std::string& text, const char* root) {
   if (static_cast<std::size_t>(items) > eclipse_base::largest::xml_items) {
     xml.error = "has more than " + std::to_string(eclipse_base::largest::xml_items) + " tags and attributes";
     xml.exceeds_limit = true;
+  } else if (std::string error = error_in_text(text); !error.empty()) {
+    xml.error = std::move(error);
   } else if (!xml.document.load_buffer(text.data(), text.size())) {
     xml.error = "is not well-formed XML";
   } else if (!xml.document.child(root)) {

@@ -11,6 +11,7 @@
 #include "p2/installed_units.h"
 #include "p2/profile.h"
 #include "plan/offer.h"
+#include "preview/obstacle.h"
 #include "verify/verification.h"
 
 using namespace eclipse_p2;
@@ -82,11 +83,15 @@ void add_installations(Preview& preview, const Plan& plan, const Offer& offer, c
   }
   static const std::vector<InstalledUnit> none;
   const InstallationForecast forecast(offer.units, offer.is_all, installed ? *installed->all : none);
+  std::size_t number = 0;
   for (const PlannedRecord* const record : plan.features()) {
+    const std::string obstacle = obstacle_for(plan, *record, ++number);
     for (const Unit& unit : units_named(record->config.feature)) {
       const Installation step = forecast.of(unit);
-      preview.features.push_back({record->config.feature, text_of(unit), record->place(), change_of(step.step), step.version,
-                                  step.installed, offer.repository_of(unit.id, step.version), remark_on(step, unit, offer)});
+      preview.features.push_back({record->config.feature, text_of(unit), record->place(),
+                                  obstacle.empty() ? change_of(step.step) : Change::fail, step.version, step.installed,
+                                  offer.repository_of(unit.id, step.version),
+                                  obstacle.empty() ? remark_on(step, unit, offer) : obstacle});
     }
   }
 }
@@ -124,6 +129,20 @@ void add_removals(Preview& preview, const Plan& plan, const std::optional<Instal
   }
 }
 
+/// What the shell does to the command of a removal comes before what the director would do.
+void add_obstacles_to_removal(Preview& preview, const Plan& plan) {
+  std::size_t number = 0;
+  for (const PlannedRecord* const record : plan.features()) {
+    const std::string obstacle = obstacle_for(plan, *record, ++number);
+    if (obstacle.empty()) continue;
+    for (PreviewedFeature& feature : preview.features) {
+      if (feature.place != record->place()) continue;
+      feature.change = Change::fail;
+      feature.remark = obstacle;
+    }
+  }
+}
+
 }  // namespace
 
 const char* name_of(Change change) {
@@ -148,6 +167,7 @@ Preview preview(const Plan& plan, const Offer& offer, const std::optional<Instal
   preview.knows_installed = installed.has_value();
   if (plan.is_removal) {
     add_removals(preview, plan, installed);
+    add_obstacles_to_removal(preview, plan);
   } else {
     add_installations(preview, plan, offer, installed, repositories);
   }

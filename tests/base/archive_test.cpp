@@ -120,6 +120,14 @@ TEST_F(ArchiveTest, SaysWhyAnEntryCannotBeRead) {
   EXPECT_EQ(archive(changed).read("a", limit).error, "is damaged");
 }
 
+TEST_F(ArchiveTest, KeepsBackslashesAsJavaDoes) {
+  std::string zip = zipped({{"plugins\\a.jar", "a"}, {"content.jar", "c"}});
+  // As programs on Windows say it: made for FAT.
+  for (std::size_t at = 0; (at = zip.find("PK\1\2", at)) != std::string::npos; ++at) zip[at + 5] = 0;
+  fake::write_file("a.zip", zip);
+  EXPECT_EQ(Archive("a.zip").names(), (std::set<std::string>{"content.jar", "plugins\\a.jar"}));
+}
+
 TEST_F(ArchiveTest, HasALimitOfEntries) {
   Entries entries;
   for (std::size_t i = 0; i <= largest::archive_entries; ++i) entries[std::to_string(i)] = "";

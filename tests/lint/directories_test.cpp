@@ -91,6 +91,73 @@ TEST_F(Directories, WhatLooksLikeADescriptorIsFoundBesideTheComponents) {
                                         "product/three/etc/Eclipse/t descriptor-outside-etc-eclipse"}));
 }
 
+TEST_F(Directories, DescriptorsAmongExamplesAreOnlyMentioned) {
+  write_file("product/one/doc/sample.txt", "Repository\tFeature\nsites/mine\tx.mine.feature.group\n");
+  write_file("product/one/examples/demo/etc/eclipse/t", "sites/mine\tx.mine\n");
+  write_file("product/docs/demo/etc/eclipse/t", "sites/mine\tx.mine\n");
+  EXPECT_EQ(found_in("product"), Texts({"product/docs/demo/etc/eclipse/t example-is-descriptor",
+                                        "product/one/examples/demo/etc/eclipse/t example-is-descriptor"}));
+  EXPECT_EQ(found_in("product/one"), Texts({"product/one/examples/demo/etc/eclipse/t example-is-descriptor"}));
+  EXPECT_EQ(findings_in("product/one")[0].severity, Severity::note);
+}
+
+TEST_F(Directories, DescriptorsAmongExamplesAreCheckedWhereThereAreNoOthers) {
+  write_file("examples/three/etc/eclipse/t", "s\tx.a.feature.group\n");
+  for (const std::string examples : {"examples", "examples/three"}) {
+    EXPECT_EQ(found_in(examples), Texts({"examples/three/etc/eclipse/t:1:1+1 repository-missing"})) << examples;
+  }
+}
+
+TEST_F(Directories, ExamplesInAnEtcEclipseAreDescriptors) {
+  write_file("product/one/etc/eclipse/examples/t", "t\tx.c.feature.group\t\t2\n");
+  EXPECT_EQ(found_in("product/one"), Texts({"product/one/etc/eclipse/examples/t:1:1+1 repository-missing"}));
+}
+
+TEST_F(Directories, RepositoriesOfOtherComponentsAreNoted) {
+  write_file("product/one/etc/eclipse/t", "../more/two/s\tx.b.feature.group\n");
+  const Texts outside = {"product/one/etc/eclipse/t:1:1+13 repository-outside-component"};
+  ASSERT_EQ(found_in("product"), outside);
+  const Finding noted = findings_in("product")[0];
+  EXPECT_EQ(noted.severity, Severity::note);
+  EXPECT_EQ(noted.message, "\"../more/two/s\" is outside of the component's directory, in that of another component, " +
+                               directory.path() + "/product/more/two");
+  ASSERT_EQ(found_in("product/one"), outside);
+  EXPECT_EQ(findings_in("product/one")[0].severity, Severity::warning);
+  EXPECT_EQ(found_in("product/one/etc/eclipse/t"), outside);
+  write_file("product/one/etc/eclipse/t", "../one/s\tx.a.feature.group\nup/../s\tx.a.feature.group\t\t1\n../lost\tx.b\n");
+  EXPECT_EQ(findings_in("product/one")[0].fix, "write \"s\"");
+  EXPECT_EQ(findings_in("product/one")[0].severity, Severity::warning);
+}
+
+TEST_F(Directories, LinksThatLeadOutOfAComponentAreReported) {
+  std::filesystem::rename("product/one/s", "built");
+  std::filesystem::create_directory_symlink(directory.path() + "/built", "product/one/s");
+  ASSERT_EQ(found_in("product"), Texts({"product/one/etc/eclipse/t:1:1+1 repository-outside-component"}));
+  EXPECT_EQ(findings_in("product")[0].message,
+            "\"s\" is outside of the component's directory: a symbolic link leads to " + directory.path() + "/built");
+  std::filesystem::remove("product/one/s");
+  std::filesystem::rename("built", "product/one/v1");
+  std::filesystem::create_directory_symlink("v1", "product/one/s");
+  EXPECT_EQ(found_in("product"), Texts());
+}
+
+TEST_F(Directories, AbsoluteChildrenOfACompositeAreReported) {
+  write_file("product/one/all/compositeContent.xml",
+             "<repository><children><child location='file:" + directory.path() + "/product/one/s'/></children></repository>");
+  write_file("product/one/etc/eclipse/t", "all\tx.a.feature.group\n");
+  EXPECT_EQ(found_in("product"), Texts({"product/one/etc/eclipse/t:1:1+3 repository-outside-component"}));
+}
+
+TEST_F(Directories, HiddenFilesWithoutDataAreOnlyNoted) {
+  write_file("product/one/etc/eclipse/.gitkeep", "");
+  write_file("product/one/etc/eclipse/.DS_Store", std::string("\0\0\0\1Bud1", 8));
+  for (const Finding& finding : findings_in("product")) {
+    EXPECT_EQ(finding.rule->name, "not-a-descriptor");
+    EXPECT_EQ(finding.severity, Severity::note);
+  }
+  EXPECT_EQ(found_in("product").size(), 2U);
+}
+
 TEST_F(Directories, EmptyOneHasNothingToSayOf) {
   std::filesystem::create_directories("empty/etc/eclipse");
   for (const std::string empty : {"empty", "empty/etc", "empty/etc/eclipse"}) EXPECT_EQ(found_in(empty), Texts()) << empty;

@@ -259,7 +259,7 @@ TEST(Findings, FileThatIsNotADescriptorHasNoOtherFinding) {
   EXPECT_EQ(summary_of(findings), Texts({"c/etc/eclipse/README.md not-a-descriptor", "c/etc/eclipse/b.xml not-a-descriptor",
                                          "c/etc/eclipse/c.png not-a-descriptor"}));
   EXPECT_EQ(findings.at(0).severity, Severity::error);
-  EXPECT_EQ(findings.at(1).severity, Severity::warning) << "its only record is passed over";
+  EXPECT_EQ(findings.at(1).severity, Severity::note) << "its only record is passed over";
   EXPECT_EQ(findings.at(2).severity, Severity::error);
 }
 

@@ -30,6 +30,10 @@ std::string test_name_of(const eclipse_lint::Rule& rule) {
 WithoutRights::WithoutRights() {
   if (getuid() != 0) return;
   fs::permissions(fs::current_path(), fs::perms(0755));
+  if (chown(".", nobody, nobody) != 0) throw std::runtime_error("cannot give away the directory");
+  for (const auto& entry : fs::recursive_directory_iterator(".")) {
+    if (lchown(entry.path().c_str(), nobody, nobody) != 0) throw std::runtime_error("cannot give away a file");
+  }
   if (seteuid(nobody) != 0) throw std::runtime_error("cannot give up the rights of root");
 }
 
@@ -41,6 +45,8 @@ void write_sample(const eclipse_lint::Sample& sample) {
   for (const eclipse_lint::SampleFile& file : sample.files) {
     if (file.name.ends_with('/')) {
       fs::create_directories(file.name);
+      if (file.permissions != eclipse_lint::SampleFile().permissions)
+        fs::permissions(file.name, fs::perms(static_cast<unsigned>(file.permissions)));
     } else if (!file.link_to.empty()) {
       fs::create_directories(fs::path(file.name).parent_path());
       fs::create_symlink(file.link_to, file.name);

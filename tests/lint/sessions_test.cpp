@@ -106,6 +106,30 @@ TEST_F(SessionFindings, ExecutableNameThatIsAPathOrInOtherLetterCase) {
   EXPECT_EQ(findings[0].fix, "write eclipse");
 }
 
+TEST_F(SessionFindings, RelativeUserPathIsSeenFromTheWorkingDirectory) {
+  const std::string file = R"({"mode": "install", "components": [
+    {"code": "c", "installBase": ".", "installDir": "c", "capabilities": ["ECLIPSE_PLUGIN"], "install": true,
+     "package": {"files": ["etc/eclipse/c.txt"]}}],
+  "variables": {"ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "there/eclipse"}})";
+  write_file("product/session.json", file);
+  write_file("product/c/etc/eclipse/c.txt", "site\tx.a.feature.group\n");
+  write_file("product/c/site/content.xml",
+             "<repository><units><unit id='x.a.feature.group' version='1.0.0'/></units></repository>");
+  write_file("product/there/eclipse", "#!/bin/sh\n");
+  std::filesystem::permissions("product/there/eclipse", std::filesystem::perms(0755));
+  const auto found = [] { return summary_of(findings_in("product/session.json")); };
+  ASSERT_EQ(found(), Texts({"product/session.json:4:110+15 user-eclipse-unusable"}));
+  EXPECT_EQ(findings_in("product/session.json")[0].fix,
+            "write " + directory.path() + "/product/there/eclipse; values of variables are relative to the working directory");
+  std::filesystem::create_directory_symlink("product/there", "there");
+  EXPECT_EQ(found(), Texts());
+  std::filesystem::remove("there");
+  std::filesystem::copy("product/there", "there", std::filesystem::copy_options::recursive);
+  EXPECT_EQ(found(), Texts({"product/session.json:4:110+15 user-path-relative"}));
+  std::filesystem::remove_all("product/there");
+  EXPECT_EQ(found(), Texts());
+}
+
 TEST_F(SessionFindings, UserPathThatEndsInALineEnd) {
   EXPECT_EQ(
       summary_with({R"("ECLIPSE_INTEGRATION_CHOICE": "user")", internal[1], R"("USER_DEFINED_ECLIPSE_PATH": "ide/eclipse\n")"},

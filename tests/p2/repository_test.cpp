@@ -94,10 +94,14 @@ TEST_F(RepositoryTest, DescribesItsUnits) {
              "</units></repository>");
   write_file("other/content.xml", other_offer);
   write_file("all/compositeContent.xml", composite_of({"../site", "https://example.org/site", "../other"}));
-  std::map<Unit, UnitDescription> found = {{{"a.feature.group", "1.0.0"}, {"Alpha Tools", false, {}}},
-                                           {{"a.feature.group", "2.0.0"}, {"%unknown", false, {}}},
-                                           {{"b", "1"}, {"", false, {}}},
-                                           {{"main", "0.0.0"}, {"Main", true, {"a.feature.group"}}}};
+  std::map<Unit, UnitDescription> found;
+  found[{"a.feature.group", "1.0.0"}].label = "Alpha Tools";
+  found[{"a.feature.group", "2.0.0"}].label = "%unknown";
+  found[{"b", "1"}] = {};
+  UnitDescription& category = found[{"main", "0.0.0"}];
+  category.label = "Main";
+  category.is_category = true;
+  category.members = {"a.feature.group"};
   EXPECT_EQ(repositories.at("site").descriptions, found);
   found[{"b.feature.group", "2.0.0"}];
   EXPECT_EQ(repositories.at("all").descriptions, found);
@@ -372,6 +376,116 @@ TEST_F(RepositoryTest, CompositeSkipsChildrenThatCannotBeLoaded) {
   EXPECT_EQ(repositories.at("all").units, units);
   EXPECT_EQ(repositories.at("all").error, "");
   EXPECT_EQ(repositories.at("in.zip").missing_children, std::vector<std::string>{"../one"});
+}
+
+TEST_F(RepositoryTest, AtomicCompositeIsLoadedWithAllChildrenOrNotAtAll) {
+  write_file("one/content.xml", offer);
+  const std::string properties =
+      "<repository><properties><property name='p2.atomic.composite.loading' value='true'/></properties>";
+  const auto atomic = [&](const std::string& child) {
+    write_file("all/compositeContent.xml",
+               properties + composite_of({"../one", child}).substr(std::string("<repository>").size()));
+    return Repositories().at("all").error;
+  };
+  EXPECT_EQ(atomic("../one/"), "");
+  EXPECT_EQ(atomic("../none"),
+            "its child ../none cannot be loaded, and by p2.atomic.composite.loading it is loaded with all or not at all");
+}
+
+TEST_F(RepositoryTest, AbsoluteChildrenAreNamed) {
+  const std::string here = std::filesystem::current_path().string();
+  write_file("one/content.xml", offer);
+  const std::vector<std::string> absolute = {"file:" + here + "/one", "jar:file:" + here + "/one.zip!/"};
+  write_file("all/compositeContent.xml",
+             composite_of({absolute[0], "../one", "file:../one", absolute[1], "http://example.org"}));
+  EXPECT_EQ(repositories.at("all").absolute_children, absolute);
+}
+
+TEST_F(RepositoryTest, UnitsForOtherSystemsAreTold) {
+  const std::map<std::string, bool> filters = {{"", false},
+                                               {"(osgi.os=win32)", true},
+                                               {"(&amp;(osgi.os=win32)(osgi.ws=win32))", true},
+                                               {"(osgi.os=linux)", false},
+                                               {"(|(osgi.os=linux)(osgi.os=macosx))", false},
+                                               {"(!(osgi.os=win32))", false},
+                                               {"(org.eclipse.update.install.features=true)", false}};
+  for (const auto& [filter, is_for_other] : filters) {
+    write_file("site/content.xml",
+               "<repository><units><unit id='a' version='1'><filter>" + filter + "</filter></unit></units></repository>");
+    Repositories afresh;
+    EXPECT_EQ(afresh.at("site").descriptions.at({"a", "1"}).is_for_other_system, is_for_other) << filter;
+  }
+}
+
+TEST_F(RepositoryTest, PartsOfAFeatureAreRequiredEverywhere) {
+  const std::string name = "<required namespace='org.eclipse.equinox.p2.iu' range='0.0.0' name=";
+  write_file("site/content.xml",
+             "<repository><units><unit id='a' version='1'><properties>"
+             "<property name='org.eclipse.equinox.p2.type.group' value='true'/></properties><requires>" +
+                 name + "'always'/>" + name +
+                 "'installed'><filter>\n (org.eclipse.update.install.features=true)\n</filter></required>" + name +
+                 "'there'><filter>(osgi.os=win32)</filter></required>" + name + "'perhaps' optional='true'/>" +
+                 "<required namespace='osgi.bundle' name='other'/></requires></unit></units></repository>");
+  EXPECT_EQ(repositories.at("site").descriptions.at({"a", "1"}).parts, (std::set<std::string>{"always", "installed"}));
+}
+
+TEST_F(RepositoryTest, ActionsThatP2DoesNotHaveAreForeign) {
+  const auto foreign_in = [](const std::string& instructions, const std::string& more = "") {
+    write_file("site/content.xml", "<repository><units><unit id='a' version='1'>" + more + "<touchpointData><instructions>" +
+                                       instructions + "</instructions></touchpointData></unit></units></repository>");
+    return Repositories().at("site").descriptions.at({"a", "1"}).foreign_actions;
+  };
+  using Texts = std::set<std::string>;
+  const std::string own =
+      "<instruction key='install'>\n installBundle(bundle:${artifact}); org.acme.register(a:b;);x(y);</instruction>";
+  EXPECT_EQ(foreign_in(own), (Texts{"install:org.acme.register", "install:x"}));
+  EXPECT_EQ(foreign_in(own, "<metaRequirements/>"), Texts());
+  EXPECT_EQ(foreign_in("<instruction key='uninstall' import='org.acme.x'>x(y)</instruction>"), Texts());
+  EXPECT_EQ(foreign_in("<instruction key='manifest'>Bundle-Name: a (b);c (d)</instruction>"), Texts());
+  EXPECT_EQ(foreign_in("<instruction key='configure'>org.eclipse.equinox.p2.touchpoint.natives.mkdir(path:a);"
+                       "setStartLevel(startLevel:4);</instruction>"),
+            Texts());
+}
+
+TEST_F(RepositoryTest, ChecksumsThatTheDirectorComparesAreKept) {
+  write_file("site/content.xml", offer);
+  write_file("site/plugins/a_1.jar", "PK jar");
+  write_file("site/artifacts.xml",
+             "<repository><mappings><rule filter='(&amp; (classifier=osgi.bundle))' "
+             "output='${repoUrl}/plugins/${id}_${version}.jar'/></mappings><artifacts>"
+             "<artifact classifier='osgi.bundle' id='a' version='1'><properties>"
+             "<property name='download.md5' value='00'/><property name='download.checksum.sha-256' value='01'/>"
+             "<property name='download.checksum.sha-512' value=''/><property name='artifact.checksum.other' value='02'/>"
+             "</properties></artifact></artifacts></repository>");
+  const Repository& site = repositories.at("site");
+  ASSERT_EQ(site.artifact_files.size(), 1U);
+  const ArtifactFile& file = site.artifact_files.at("osgi.bundle,a,1");
+  ASSERT_EQ(file.checksums.size(), 1U);
+  EXPECT_EQ(file.checksums[0].hexadecimal, "01");
+  EXPECT_EQ(checksum_error(file), "does not have the checksum that is listed: SHA-256 01, but " +
+                                      eclipse_base::digest_of("PK jar", eclipse_base::Digest::sha_256));
+}
+
+TEST_F(RepositoryTest, ArtifactsThatOnlyPack200HasAreDamaged) {
+  const std::string artifact = "<artifact classifier='osgi.bundle' id='a' version='1'>";
+  const std::string packed =
+      artifact + "<processing><step id='org.eclipse.equinox.p2.processing.Pack200Unpacker'/></processing></artifact>";
+  const auto damaged_in = [](const std::string& artifacts) {
+    write_file("site/artifacts.xml", "<repository><artifacts>" + artifacts + "</artifacts></repository>");
+    return Repositories().at("site").damaged_artifacts.size();
+  };
+  write_file("site/content.xml", offer);
+  EXPECT_EQ(damaged_in(packed), 1U);
+  EXPECT_EQ(damaged_in(packed + artifact + "</artifact>"), 0U);
+}
+
+TEST_F(RepositoryTest, RootFilesAreArtifactsToo) {
+  write_file("site/content.xml", offer);
+  write_file("site/artifacts.xml",
+             "<repository><mappings><rule filter='(&amp; (classifier=binary))' output='${repoUrl}/binary/${id}_${version}'/>"
+             "</mappings><artifacts><artifact classifier='binary' id='a_root' version='1'/></artifacts></repository>");
+  EXPECT_EQ(repositories.at("site").missing_artifacts,
+            (std::map<std::string, std::string>{{"binary,a_root,1", "binary/a_root_1"}}));
 }
 
 TEST_F(RepositoryTest, ChildrenAreFoundWhereTheDirectorFindsThem) {

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "cli/child_command.h"
 
@@ -220,6 +221,45 @@ TEST_F(PlanCommand, HasALineForEachFeatureAndRepository) {
                                                {"remark", planned.at("changes").at(2).at("remark")}}));
   EXPECT_EQ(planned.at("profileRead"), true);
   EXPECT_EQ(planned.at("repositoryStates").at(0).at("usable"), false);
+}
+
+/// The lines of the features in a plan, each as its sign and its unit.
+std::vector<std::string> signs_in(const std::string& output) {
+  std::vector<std::string> signs;
+  std::istringstream lines(output.substr(output.find("\nFeatures ")));
+  for (std::string line; std::getline(lines, line) && line.find("Repositories") == std::string::npos;) {
+    std::istringstream words(line);
+    std::string sign;
+    std::string unit;
+    if (line.starts_with("  ") && words >> sign >> unit) signs.push_back(sign.append(" ").append(unit));
+  }
+  return signs;
+}
+
+TEST_F(PlanCommand, MarksFeaturesThatTheShellKeepsFromTheDirector) {
+  using Texts = std::vector<std::string>;
+  write_session("install");
+  for (const std::string name : {"site", "my site", "a$b"}) write_repository(name, {{"one", "1.0.0"}, {"two", "1.0.0"}});
+  const std::map<std::string, Texts> plans = {
+      {"site\tone\nsite\ttwo\n", {"+ one", "+ two"}},   {"my site\tone\nsite\ttwo\n", {"! one", "! two"}},
+      {"a$b\tone\nsite\ttwo\n", {"! one", "+ two"}},    {"\"site\"\tone\nsite\ttwo\n", {"! one", "+ two"}},
+      {"site\tone #\nsite\ttwo\n", {"! one", "+ two"}}, {"site\tone(\nsite\ttwo\n", {"! one(", "+ two"}}};
+  for (const auto& [descriptor, signs] : plans) {
+    fake::write_file("tools/etc/eclipse/tools.txt", descriptor);
+    const Outcome outcome = eclipse_int("plan session.json");
+    EXPECT_EQ(signs_in(outcome.output), signs) << descriptor;
+    EXPECT_EQ(outcome.status, signs.front().starts_with('+') ? 0 : 1) << descriptor;
+  }
+  fake::write_file("tools/etc/eclipse/tools.txt", "my site\tone\nsite\ttwo\n");
+  EXPECT_EQ(plan().at("changes").at(1).at("remark"),
+            "the shell changes column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:1: the word ends here");
+}
+
+TEST_F(PlanCommand, MarksRemovalsThatTheShellKeepsFromTheDirector) {
+  write_session("uninstall", {}, R"("installed": true, "remove": true)");
+  write_profile({{"one", "1.0.0"}, {"two", "1.0.0"}});
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite\ttwo(\n");
+  for (const std::string& sign : signs_in(eclipse_int("plan session.json").output)) EXPECT_EQ(sign.front(), '!') << sign;
 }
 
 TEST_F(PlanCommand, HasALineForEachFeatureThatIsRemoved) {

@@ -110,6 +110,10 @@ Advice advice_on_user_eclipse(const SessionFacts& facts) {
   const auto is_correct = facts.run.variables.find("USER_DEFINED_ECLIPSE_PATH_CORRECT");
   if (is_correct != facts.run.variables.end() && is_correct->second == "yes")
     return {"ECLIPSE_MIN_SUPPORTED_VERSION", "set it to the lowest version that the features need, or use a newer Eclipse"};
+  if (const auto other = facts.seen_from_file(path); other && !fs::exists(path)) {
+    return {"USER_DEFINED_ECLIPSE_PATH",
+            "write " + other->string() + "; values of variables are relative to the working directory"};
+  }
   if (!eclipse_shell::executable_error(fs::absolute(path).string())) {
     const std::string file = fs::path(path).filename().string();
     return {"ECLIPSE_BIN", "set ECLIPSE_BIN to " + in_quotes(file) + " if this is the Eclipse executable"};

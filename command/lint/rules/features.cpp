@@ -19,6 +19,7 @@
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
 using eclipse_p2::group_suffix;
+using eclipse_p2::is_osgi_version;
 using eclipse_p2::UnitVersions;
 using eclipse_p2::whole_version;
 
@@ -120,20 +121,6 @@ Rule feature_without_group_suffix() {
                               [&](const Unit& unit) { check_group_suffix(unit, input.offered_for(*unit.record), reporter); });
               },
           .corrects = Corrects::both};
-}
-
-/// MAJOR[.MINOR[.MICRO[.QUALIFIER]]]
-bool is_osgi_version(std::string_view version) {
-  const auto parts = split(version, '.');
-  if (parts.size() > 4) return false;
-  for (std::size_t i = 0; i < parts.size(); ++i) {
-    const auto belongs = [&](char byte) {
-      const auto code = static_cast<unsigned char>(byte);
-      return i < 3 ? std::isdigit(code) != 0 : std::isalnum(code) != 0 || byte == '_' || byte == '-';
-    };
-    if (parts[i].empty() || !std::all_of(parts[i].begin(), parts[i].end(), belongs)) return false;
-  }
-  return true;
 }
 
 std::string list_of_versions(const std::set<std::string>& versions) {

@@ -97,6 +97,7 @@ Rule descriptor_outside_etc_eclipse() {
             const auto known = real_descriptors(input);
             for_each_listed(input, [&](const Component& component, const ListedFile& file) {
               if (file.descriptor || file.text.empty()) return;
+              if (is_among_examples(with_slashes(file.text)) && !known.empty()) return;
               const fs::path path = fs::path(component.directory) / with_slashes(file.text);
               std::error_code error;
               if (!fs::is_regular_file(path, error) || known.count(fs::canonical(path, error)) != 0) return;
@@ -128,7 +129,7 @@ Rule descriptor_not_listed() {
           .check = [](const Input& input, Reporter& reporter) {
             for (const UnlistedFile& unlisted : input.unlisted) {
               const auto& [component, file] = unlisted;
-              if (!file.exists || is_listed_elsewhere(unlisted)) continue;
+              if (!file.exists || is_listed_elsewhere(unlisted) || is_among_examples(file.name)) continue;
               reporter.report(component->list_location, "the package does not list " + in_quotes(file.name));
             }
           }};
@@ -286,6 +287,12 @@ bool reads_like_descriptor(const Descriptor& descriptor, const std::vector<const
          });
 }
 
+/// Whether the plug-in finds a repository or a feature in a file.
+bool has_data(const Descriptor& descriptor, const std::vector<const Record*>& records) {
+  if (!descriptor.is_text) return descriptor.content.find('\t') != std::string_view::npos;
+  return std::any_of(records.begin(), records.end(), [](const Record* record) { return record->placement.has_value(); });
+}
+
 Rule not_a_descriptor() {
   return {
       .name = "not-a-descriptor",
@@ -293,8 +300,8 @@ Rule not_a_descriptor() {
       .severity = Severity::error,
       .title = "a file below etc/eclipse/ is not a descriptor file",
       .why =
-          "It is read as a descriptor file: each of its lines with a tab is data. No repository has these features, so the "
-          "command for all features fails.",
+          "It is read as a descriptor file: each of its lines with a tab is data. If there are any, no repository has these "
+          "features, so the command for all features fails.",
       .fix = "move it out of etc/eclipse/",
       .bad = {"tools",
               {{"tools/etc/eclipse/README.md", "# Tools\n\nSee\tthe manual.\n"}, {"tools/site/content.xml", content_of_one}}},
@@ -306,11 +313,13 @@ Rule not_a_descriptor() {
               const auto& own = records[&descriptor];
               const bool has_name = !has_other_name(descriptor.file) || !descriptor.is_readable();
               if (!has_other_content(descriptor.content) && (has_name || reads_like_descriptor(descriptor, own))) continue;
-              const bool is_data = !descriptor.is_text || std::any_of(own.begin(), own.end(), [](const Record* record) {
-                return record->placement.has_value();
-              });
-              reporter.report(is_data ? Severity::error : Severity::warning, descriptor.location(),
-                              "does not look like a descriptor file, but is read as one", "move it out of etc/eclipse/");
+              if (has_data(descriptor, own)) {
+                reporter.report(descriptor.location(), "does not look like a descriptor file, but is read as one");
+              } else {
+                reporter.report(Severity::note, descriptor.location(),
+                                "does not look like a descriptor file; it is read as one, but has no data",
+                                "move it out of etc/eclipse/, or do nothing");
+              }
             }
           },
       .supersedes = Supersedes::file};
@@ -352,6 +361,34 @@ Rule accidental_descriptor() {
               reporter.report(file.location, in_quotes(file.text) + " contains \"etc/eclipse/\" but no directory named etc");
             });
           }};
+}
+
+Rule example_is_descriptor() {
+  return {
+      .name = "example-is-descriptor",
+      .group = Group::files,
+      .severity = Severity::warning,
+      .title = "a descriptor file is among documentation or examples",
+      .why =
+          "The plug-in looks for \"etc/eclipse/\" anywhere in a path. If a package lists the file, it is read like every "
+          "other one, and its paths are relative to the component's directory.",
+      .fix = "rename its directory etc/eclipse/, or leave it out of the package",
+      .bad = product(session("install", user_choice("ide/eclipse"),
+                             entry_of({.package = R"("files": ["etc/eclipse/tools.txt", "doc/etc/eclipse/tools.txt"])"})),
+                     {{"tools/doc/etc/eclipse/tools.txt", line_of_one}}),
+      .good = component(line_of_one, {{"tools/site/content.xml", content_of_one}, {"tools/doc/tools.txt", line_of_one}}),
+      .check = [](const Input& input, Reporter& reporter) {
+        for_each_listed(input, [&](const Component&, const ListedFile& file) {
+          if (file.is_example) {
+            const std::string message = in_quotes(file.descriptor->name) + " is among documentation or examples; not checked";
+            reporter.report(Severity::note, file.location, message,
+                            "leave it out of the package, or rename its directory etc/eclipse/");
+          } else if (input.session && file.descriptor && file.descriptor->exists && is_among_examples(file.descriptor->name)) {
+            reporter.report(file.location, in_quotes(file.descriptor->name) +
+                                               " is among documentation or examples, but read as a descriptor file");
+          }
+        });
+      }};
 }
 
 // ---- Lists of files ----
@@ -400,19 +437,26 @@ Rule descriptor_listed_twice() {
   return {.name = "descriptor-listed-twice",
           .group = Group::files,
           .severity = Severity::warning,
-          .title = "a package lists a descriptor file twice",
+          .title = "a descriptor file is listed twice, by one package or by those of two components",
           .why = "The file is read twice, and each of its lines takes two places in the install order.",
           .fix = "list it once",
           .bad = product_with({.package = R"("files": ["etc/eclipse/tools.txt", "etc\\eclipse\\tools.txt"])"}),
           .good = good_product(),
           .check = [](const Input& input, Reporter& reporter) {
-            for (const Component& component : input.components) {
-              std::set<std::string_view> known;
-              for (const ListedFile& file : component.files) {
-                if (!file.descriptor || known.insert(file.descriptor->path).second) continue;
+            std::map<std::string_view, const Component*> known;
+            for_each_listed(input, [&](const Component& component, const ListedFile& file) {
+              if (!file.descriptor) return;
+              const auto [first, is_new] = known.emplace(file.descriptor->path, &component);
+              if (is_new) return;
+              if (first->second == &component) {
                 reporter.report(file.location, in_quotes(file.descriptor->name) + " is listed twice");
+              } else {
+                reporter.report(file.location,
+                                in_quotes(file.descriptor->name) + " is that of the component " +
+                                    in_quotes(first->second->catalogue->code) + ", which has the same directory",
+                                "give each component an installDir of its own, or list the file in one of them");
               }
-            }
+            });
           }};
 }
 
@@ -474,11 +518,11 @@ Rule capability_descriptor_mismatch() {
 }  // namespace
 
 std::vector<Rule> rules_about_files() {
-  return {descriptor_outside_etc_eclipse(), descriptor_not_listed(),   listed_descriptor_missing(),
-          descriptor_not_a_file(),          descriptor_unreadable(),   not_a_descriptor(),
-          unusual_descriptor_name(),        accidental_descriptor(),   directory_entry_listed(),
-          trailing_space_in_listed_name(),  descriptor_listed_twice(), component_never_searched(),
-          capability_descriptor_mismatch()};
+  return {descriptor_outside_etc_eclipse(), descriptor_not_listed(),         listed_descriptor_missing(),
+          descriptor_not_a_file(),          descriptor_unreadable(),         not_a_descriptor(),
+          unusual_descriptor_name(),        accidental_descriptor(),         example_is_descriptor(),
+          directory_entry_listed(),         trailing_space_in_listed_name(), descriptor_listed_twice(),
+          component_never_searched(),       capability_descriptor_mismatch()};
 }
 
 }  // namespace eclipse_lint

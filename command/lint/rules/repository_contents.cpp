@@ -1,12 +1,14 @@
 // Rules about what a component has where the first column leads.
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "base/printable.h"
 #include "dry_run/command_pieces.h"
 #include "lint/rule.h"
 #include "lint/rules/iteration.h"
+#include "lint/rules/needed_units.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
 
@@ -245,6 +247,13 @@ std::string damage_of_artifacts(const Record& record, const std::map<std::string
 /// Artifacts by their names, with what there is to say of them.
 using Artifacts = std::map<std::string, std::string>;
 
+bool are_for_other_systems(const Repository& site, const Artifacts& artifacts) {
+  return std::all_of(artifacts.begin(), artifacts.end(), [&](const auto& artifact) {
+    const auto unit = site.descriptions.find(unit_of_artifact(artifact.first));
+    return unit != site.descriptions.end() && unit->second.is_for_other_system;
+  });
+}
+
 /// Reports artifacts of each repository, but the director takes an artifact from any repository that has it.
 void check_artifacts(const Input& input, Artifacts (*artifacts_of)(const Repository& site),
                      std::string (*text_of)(const Record& record, const Artifacts& artifacts), Reporter& reporter) {
@@ -261,7 +270,46 @@ void check_artifacts(const Input& input, Artifacts (*artifacts_of)(const Reposit
   for (const auto& [site, record] : sites) {
     auto artifacts = site->error.empty() ? artifacts_of(*site) : Artifacts();
     std::erase_if(artifacts, [&](const auto& artifact) { return all.count(artifact.first) != 0; });
-    if (!artifacts.empty()) reporter.report(record->location(0), text_of(*record, artifacts));
+    if (artifacts.empty()) continue;
+    const std::string text = text_of(*record, artifacts);
+    if (are_for_other_systems(*site, artifacts)) {
+      reporter.report(Severity::warning, record->location(0), text + "; they are for other operating systems",
+                      "if the repository is for this system only, do nothing; otherwise " + std::string(publish_again));
+    } else {
+      const bool is_unreadable = text.find(" cannot be read: ") != std::string::npos;
+      reporter.report(record->location(0), text,
+                      is_unreadable ? "make it readable for the user who runs the installer" : publish_again);
+    }
+  }
+}
+
+/// All artifacts that are listed, whether their files are there or not; nothing when those of a repository are not known.
+std::optional<std::set<std::string>> listed_artifacts(const Sites& sites) {
+  std::set<std::string> listed;
+  for (const auto& [site, record] : sites) {
+    if (!site->artifacts) return std::nullopt;
+    listed.insert(site->artifacts->begin(), site->artifacts->end());
+    for (const auto& [name, file] : site->missing_artifacts) listed.insert(name);
+    for (const auto& [name, error] : site->damaged_artifacts) listed.insert(name);
+  }
+  return listed;
+}
+
+/// A repository may list artifacts, but not those that its features need.
+void check_lists(const Input& input, Reporter& reporter) {
+  const Sites sites = loaded_sites(input);
+  const auto listed = input.offered ? listed_artifacts(sites) : std::nullopt;
+  if (!listed) return;
+  const NeededUnits needed(input, sites);
+  for (const auto& [site, record] : sites) {
+    if (!site->lists_artifacts) continue;
+    const auto lost = std::find_if(site->needed_artifacts.begin(), site->needed_artifacts.end(), [&](const std::string& name) {
+      return needed.has(unit_of_artifact(name)) && listed->count(name) == 0;
+    });
+    if (lost == site->needed_artifacts.end()) continue;
+    reporter.report(record->location(0), in_quotes(record->repository()) + " needs " + in_quotes(*lost) +
+                                             ", which no repository lists: its content and its artifacts are probably of "
+                                             "different builds");
   }
 }
 
@@ -276,8 +324,11 @@ Rule repository_without_artifacts() {
           .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},
                                           {"tools/site/artifacts.xml", artifacts_of_files},
                                           {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", empty_jar()}}),
-          .check = [](const Input& input,
-                      Reporter& reporter) { check_artifacts(input, missing_artifacts, lack_of_artifacts, reporter); },
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                check_artifacts(input, missing_artifacts, lack_of_artifacts, reporter);
+                check_lists(input, reporter);
+              },
           .concerns_removals = false};
 }
 

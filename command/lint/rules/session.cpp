@@ -1,12 +1,15 @@
 // Rules about the run of a session as a whole.
 #include <algorithm>
 
+#include "base/file.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "dry_run/log_lines.h"
 #include "lint/input.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
+#include "p2/director_command.h"
+#include "p2/profile.h"
 #include "shell/command_runner.h"
 
 using namespace eclipse_base;
@@ -92,6 +95,17 @@ bool was_read(const Input& input, const Component& component) {
   });
 }
 
+/// What to do about a session that makes an instance new.
+std::string advice_on_new_instance(const SessionFacts& facts) {
+  const std::string path = facts.variable("USER_DEFINED_ECLIPSE_PATH");
+  const std::string known = facts.variable("CASHED_ECLIPSE_PATH");
+  if (!path.empty() && !known.empty() && is_same_file(path, known)) {
+    return "write " + in_quotes(path) +
+           " into CASHED_ECLIPSE_PATH, too: it names the same file in other words, but the two are compared as text";
+  }
+  return "if that is intended, do nothing; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the previous run";
+}
+
 Rule new_instance_gets_all_features() {
   return {
       .name = "new-instance-gets-all-features",
@@ -114,7 +128,62 @@ Rule new_instance_gets_all_features() {
               list += (list.empty() ? "" : ", ") + in_quotes(component.catalogue->code);
             }
             if (list.empty()) return;
-            reporter.report(input.session->mode, "the Eclipse instance is new, so it also gets the features of " + list);
+            reporter.report(input.session->mode, "the Eclipse instance is new, so it also gets the features of " + list,
+                            advice_on_new_instance(*input.session));
+          },
+  };
+}
+
+/// The first feature of a component of which the instance has nothing; empty when there is none.
+std::string feature_not_in(const std::vector<eclipse_p2::InstalledUnit>& installed, const Input& input,
+                           const Component& component) {
+  for (const Record& record : input.records) {
+    if (record.descriptor->component != &component || !record.placement || record.feature().empty()) continue;
+    const auto units = eclipse_p2::units_named(std::string(record.feature()));
+    const bool is_there = std::any_of(installed.begin(), installed.end(), [&](const eclipse_p2::InstalledUnit& one) {
+      return std::any_of(units.begin(), units.end(), [&](const eclipse_p2::Unit& unit) { return unit.id == one.id; });
+    });
+    if (!is_there) return std::string(record.feature());
+  }
+  return "";
+}
+
+Sample product_with_old(const std::string& installed) {
+  const std::string old =
+      entry_of({.code = "old", .directory = "old", .state = R"("installed": true)", .capabilities = R"("OLD_ECLIPSE_PLUGIN")"});
+  return product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"),
+                         std::string(tools) + "," + old),
+                 {{"old/etc/eclipse/tools.txt", "site\torg.example.old.feature.group\n"},
+                  {"old/site/content.xml",
+                   "<repository><units><unit id='org.example.old.feature.group' version='1.0.0'/></units></repository>\n"},
+                  {profile_name, "<profile><units><unit id='" + installed + "' version='1.0.0'/></units></profile>\n"}});
+}
+
+Rule installed_component_not_integrated() {
+  return {
+      .name = "installed-component-not-integrated",
+      .group = Group::session,
+      .severity = Severity::warning,
+      .title = "features of an installed component are not in the Eclipse instance, and the run does not install them",
+      .why =
+          "A known instance gets only the features of components that are selected in this run. Those of a component that was "
+          "installed without an Eclipse never follow.",
+      .fix = "select the component for installation, or leave CASHED_ECLIPSE_PATH empty, so that the instance counts as new",
+      .bad = product_with_old("local.ide"),
+      .good = product_with_old("org.example.old.feature.group"),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.is_removal() || input.session->run.commands.empty()) return;
+            const auto installed = eclipse_p2::profile_units(eclipse_p2::instance_directory(input.session->executable()));
+            if (!installed) return;
+            for (const Component& component : input.components) {
+              const bool is_left_out =
+                  component.catalogue->installed && !component.catalogue->selected_for_install && !was_read(input, component);
+              const std::string feature = is_left_out ? feature_not_in(*installed, input, component) : "";
+              if (feature.empty()) continue;
+              reporter.report(component.location, in_quotes(component.catalogue->code) + " is installed, but its feature " +
+                                                      in_quotes(feature) + " is not in the Eclipse instance");
+            }
           },
   };
 }
@@ -222,8 +291,9 @@ Rule variable_misspelled() {
 }  // namespace
 
 std::vector<Rule> rules_about_sessions() {
-  return {all_repositories_empty(), command_too_long(), new_instance_gets_all_features(), selection_for_another_mode(),
-          variable_misspelled()};
+  return {all_repositories_empty(),         command_too_long(),
+          new_instance_gets_all_features(), installed_component_not_integrated(),
+          selection_for_another_mode(),     variable_misspelled()};
 }
 
 }  // namespace eclipse_lint

@@ -164,6 +164,244 @@ TEST(LintDirector, DamagedArtifactsKeepBackTheOthers) {
   }
 }
 
+/// The list of artifacts of the site alpha, with these properties of its plug-in's jar in place of its own.
+void list_alpha_with(const Product& product, const std::string& properties) {
+  const fs::path site = product.directory() / "tools/sites/alpha";
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + site.string() + "' && unzip -q artifacts.jar && rm artifacts.jar").exit_code,
+            0);
+  std::ifstream file(site / "artifacts.xml");
+  std::string text{std::istreambuf_iterator<char>(file), {}};
+  const std::string before = "<properties size='6'>";
+  const std::size_t start = text.find(before) + before.size();
+  ASSERT_GT(start, before.size());
+  text.replace(start, text.find("</properties>", start) - start, properties);
+  write(site / "artifacts.xml", text);
+}
+
+TEST(LintDirector, StrongestChecksumOfAnArtifactDecides) {
+  const fs::path jar = prepared / "sites/alpha/plugins/org.example.alpha.plugin_1.0.0.jar";
+  const auto sum = [&](const std::string& program) {
+    return eclipse_shell::run_in_shell(program + " '" + jar.string() + "' | cut -d ' ' -f 1 | tr -d '\\n'").output;
+  };
+  const std::string wrong = "00";
+  const auto property = [](const std::string& name, const std::string& value) {
+    return "<property name='" + name + "' value='" + value + "'/>";
+  };
+  const std::string sha_512 = "download.checksum.sha-512";
+  const std::string sha_256 = "download.checksum.sha-256";
+  const std::string md5 = "download.checksum.md5";
+  const std::string upper_case = eclipse_shell::run_in_shell("printf %s " + sum("md5sum") + " | tr a-f A-F").output;
+  const std::vector<std::pair<std::string, bool>> lists = {
+      {property(sha_512, sum("sha512sum")) + property(sha_256, wrong), true},
+      {property(sha_512, wrong) + property(sha_256, sum("sha256sum")), false},
+      {property(sha_256, wrong) + property(md5, sum("md5sum")), false},
+      {property("download.checksum.sha-1", wrong), false},
+      {property("download.md5", upper_case), false},
+      {property(sha_256, "") + property("download.checksum.other", wrong), true},
+      {property(md5, sum("md5sum")) + property("artifact.checksum.sha-256", wrong), false},
+  };
+  for (const auto& [properties, is_accepted] : lists) {
+    Product product;
+    product.component("tools", {"alpha"}, alpha);
+    list_alpha_with(product, properties);
+    const Outcome outcome = product.run("install");
+    EXPECT_EQ(outcome.exit_codes().front(), is_accepted ? 0 : 13) << properties;
+    const std::vector<std::string> found =
+        is_accepted ? std::vector<std::string>() : std::vector<std::string>{"artifact-checksum-wrong"};
+    EXPECT_EQ(rules_broken_by(product), found) << properties;
+  }
+}
+
+TEST(LintDirector, FeatureJarWithAnotherChecksumIsRefused) {
+  Product product;
+  product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");
+  const std::string site = (product.directory() / "tools/sites/alpha").string();
+  const std::string edit = "s|value=.275./>|&<property name=\"download.checksum.sha-256\" value=\"00\"/>|";
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + site + "' && unzip -q artifacts.jar && rm artifacts.jar && sed -i '" + edit +
+                                        "' artifacts.xml && grep -q 'value=\"00\"' artifacts.xml")
+                .exit_code,
+            0);
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13, 0));
+  EXPECT_EQ(product.installed(), features({"gamma"}));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("artifact-checksum-wrong"));
+}
+
+/// Runs sed on a metadata file of the site alpha, "content" or "artifacts", which is then plain.
+void edit_alpha(const Product& product, const std::string& name, const std::string& script) {
+  const std::string site = (product.directory() / "tools/sites/alpha").string();
+  write(product.directory() / "script", script);
+  const auto edited = eclipse_shell::run_in_shell("cd '" + site + "' && unzip -q " + name + ".jar && rm " + name +
+                                                  ".jar && cp " + name + ".xml before && LC_ALL=C sed -i -f ../../../script " +
+                                                  name + ".xml && ! cmp -s before " + name + ".xml && rm before");
+  ASSERT_EQ(edited.exit_code, 0) << edited.output;
+}
+
+std::string action_in(const std::string& phase) {
+  return "s|<touchpoint id='null' version='0.0.0'/>|<touchpoint id='org.eclipse.equinox.p2.osgi' "
+         "version='1.0.0'/><touchpointData "
+         "size='1'><instructions size='1'><instruction key='" +
+         phase + "'>org.example.register(a:b);</instruction></instructions></touchpointData>|";
+}
+
+TEST(LintDirector, ActionThatP2LacksCannotBePerformed) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  edit_alpha(product, "content", action_in("install"));
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("No action found for: org.example.register"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("action-unknown"));
+}
+
+TEST(LintDirector, FeatureWhoseRemovalCallsAnUnknownActionIsNeverRemoved) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  edit_alpha(product, "content", action_in("uninstall"));
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("action-unknown"));
+  EXPECT_EQ(product.run("uninstall").exit_codes().front(), 13);
+  EXPECT_EQ(product.installed(), features({"alpha"}));
+}
+
+TEST(LintDirector, VersionThatIsNotOneOfOsgiIsReadAsZero) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  edit_alpha(product, "content", "s/1\\.0\\.0/1.0.0-SNAPSHOT/g");
+  const Outcome outcome = product.run("install");
+  EXPECT_EQ(outcome.exit_codes().front(), 13);
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("0.0.0"));
+  EXPECT_THAT(rules_broken_by(product), Contains("unit-version-invalid"));
+}
+
+TEST(LintDirector, MetadataThatJavaDoesNotParseCannotBeLoaded) {
+  for (const std::string script : {"s/Feature org/Search \\& Replace/", "s/Feature org/M\xFCller/"}) {
+    Product product;
+    product.component("tools", {"alpha"}, alpha);
+    edit_alpha(product, "content", script);
+    EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13)) << script;
+    EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-not-loadable")) << script;
+  }
+}
+
+TEST(LintDirector, AtomicCompositeWithoutOneChildCannotBeLoaded) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/all\torg.example.alpha.feature.group\n");
+  for (const auto& [file, kind] : {std::pair("compositeContent.xml", "metadata.repository.CompositeMetadataRepository"),
+                                   std::pair("compositeArtifacts.xml", "artifact.repository.CompositeArtifactRepository")}) {
+    const fs::path composite = product.directory() / "tools/sites/all";
+    fs::create_directories(composite);
+    write(composite / file,
+          "<?xml version='1.0'?><repository name='all' version='1.0.0' type='org.eclipse.equinox.internal.p2." +
+              std::string(kind) +
+              "'><properties size='1'><property name='p2.atomic.composite.loading' value='true'/></properties><children "
+              "size='2'><child location='../alpha'/><child location='../missing'/></children></repository>");
+  }
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-not-loadable"));
+}
+
+TEST(LintDirector, ArtifactsOfAnotherBuildAreNotFound) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  edit_alpha(product, "content", "s/1\\.0\\.0/1.0.1/g");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-without-artifacts"));
+}
+
+TEST(LintDirector, FilesForOtherSystemsMayBeMissing) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  edit_alpha(product, "content",
+             "s|</units>|<unit id='org.example.win32' version='1.0.0'><filter>(osgi.os=win32)</filter><artifacts size='1'>"
+             "<artifact classifier='osgi.bundle' id='org.example.win32' version='1.0.0'/></artifacts>"
+             "<touchpoint id='null' version='0.0.0'/></unit></units>|\n"
+             "s|<units size='3'>|<units size='4'>|\n"
+             "s|<requires size='2'>|<requires size='3'><required namespace='org.eclipse.equinox.p2.iu' "
+             "name='org.example.win32' range='0.0.0'><filter>(osgi.os=win32)</filter></required>|");
+  edit_alpha(product, "artifacts",
+             "s|<artifacts size='2'>|<artifacts size='3'><artifact classifier='osgi.bundle' id='org.example.win32' "
+             "version='1.0.0'/>|");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-without-artifacts"));
+  EXPECT_EQ(
+      eclipse_shell::run_in_shell("'" ECLIPSE_INT_COMMAND "' lint '" + (product.directory() / "session.json").string() + "'")
+          .exit_code,
+      0);
+}
+
+TEST(LintDirector, ArchivePackedByAnotherMethodThanDeflateCannotBeLoaded) {
+  Product product;
+  product.component("tools", {"alpha.zip"}, "sites/alpha.zip\torg.example.alpha.feature.group\n");
+  const std::string sites = (product.directory() / "tools/sites").string();
+  const std::string python =
+      "import zipfile; old = zipfile.ZipFile(\"alpha.zip\"); new = zipfile.ZipFile(\"new\", \"w\", zipfile.ZIP_LZMA); "
+      "[new.writestr(name, old.read(name)) for name in old.namelist()]; new.close()";
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + sites + "' && python3 -c '" + python + "' && mv new alpha.zip").exit_code, 0);
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-not-loadable"));
+}
+
+TEST(LintDirector, OtherBuildOfTheSameVersionIsNotInstalled) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  ASSERT_EQ(product.run("install").status, 0);
+  const std::string jar = "plugins/org.example.alpha.plugin_1.0.0.jar";
+  const auto installed = [&] {
+    return eclipse_shell::run_in_shell("sha256sum < '" + (product.directory() / "ide" / jar).string() + "'").output;
+  };
+  const std::string before = installed();
+  const std::string site = (product.directory() / "tools/sites/alpha").string();
+  const auto rebuilt = eclipse_shell::run_in_shell("cd '" + site + "' && printf X | dd of=" + jar +
+                                                   " bs=1 seek=10 conv=notrunc 2>/dev/null && sha256sum < " + jar +
+                                                   " | cut -c1-64 | tr -d '\\n'");
+  ASSERT_EQ(rebuilt.exit_code, 0);
+  list_alpha_with(product, "<property name='download.checksum.sha-256' value='" + rebuilt.output + "'/>");
+  EXPECT_EQ(product.run("install").status, 0);
+  EXPECT_EQ(installed(), before);
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("other-build-installed"));
+}
+
+TEST(LintDirector, ArchiveWithBackslashesLacksItsArtifacts) {
+  Product product;
+  product.component("tools", {"alpha.zip"}, "sites/alpha.zip\torg.example.alpha.feature.group\n");
+  const std::string sites = (product.directory() / "tools/sites").string();
+  const std::string python =
+      "import zipfile\nold = zipfile.ZipFile(\"alpha.zip\")\nnew = zipfile.ZipFile(\"new\", \"w\")\n"
+      "for name in old.namelist():\n  info = zipfile.ZipInfo(name.replace(\"/\", chr(92)))\n  info.create_system = 0\n"
+      "  new.writestr(info, old.read(name))\nnew.close()\n";
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + sites + "' && python3 -c '" + python + "' && mv new alpha.zip").exit_code, 0);
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-without-artifacts"));
+}
+
+TEST(LintDirector, BothSidesOfAMergeConflictGoIn) {
+  Product product;
+  product.component(
+      "tools", {"alpha", "gamma"},
+      "<<<<<<< HEAD\n" + std::string(alpha) + "=======\nsites/gamma\torg.example.gamma.feature.group\n>>>>>>> b\n");
+  EXPECT_EQ(product.run("install").status, 0);
+  EXPECT_EQ(product.installed(), features({"alpha", "gamma"}));
+  EXPECT_THAT(rules_broken_by(product), Each("merge-conflict-marker"));
+}
+
+TEST(LintDirector, RepositoryOfAnotherComponentIsMissingWithoutIt) {
+  Product product;
+  product.component("base", {"alpha", "gamma"}, "sites/gamma\torg.example.gamma.feature.group\n");
+  product.component("tools", {}, "../base/sites/alpha\torg.example.alpha.feature.group\t\t1\n");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-outside-component"));
+  fs::rename(product.directory() / "base/sites/alpha", product.directory() / "alpha");
+  write(product.directory() / "tools/etc/eclipse/features.txt", "../alpha\torg.example.alpha.feature.group\t\t1\n");
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-outside-component"));
+
+  Product alone;
+  alone.component("tools", {"gamma"},
+                  "sites/gamma\torg.example.gamma.feature.group\n../base/sites/alpha\torg.example.alpha.feature.group\t\t1\n");
+  EXPECT_THAT(alone.run("install").exit_codes(), ElementsAre(13, 0, 13));
+  EXPECT_THAT(rules_broken_by(alone), ElementsAre("repository-missing"));
+}
+
 TEST(LintDirector, ArtifactsMayComeFromAnotherSite) {
   Product product;
   product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");

@@ -1,0 +1,211 @@
+// Rules about checksums of artifacts. Only those of the features that are named are computed, since that reads whole files.
+#include <filesystem>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/printable.h"
+#include "base/text.h"
+#include "lint/input.h"
+#include "lint/rule.h"
+#include "lint/rules/needed_units.h"
+#include "lint/rules/samples.h"
+#include "p2/artifact_file.h"
+#include "p2/profile.h"
+
+using namespace eclipse_base;
+using namespace eclipse_lint::samples;
+using namespace eclipse_p2;
+
+namespace fs = std::filesystem;
+
+namespace eclipse_lint {
+
+namespace {
+
+bool is_only_in(const Repository& site, const Sites& sites, const std::string& artifact) {
+  for (const auto& [other, record] : sites) {
+    if (other != &site && (!other->artifacts || other->artifacts->count(artifact) != 0)) return false;
+  }
+  return true;
+}
+
+std::vector<std::string> errors_in(const Repository& site, const Sites& sites, const NeededUnits& needed) {
+  std::vector<std::string> errors;
+  for (const auto& [artifact, file] : site.artifact_files) {
+    if (!needed.has(unit_of_artifact(artifact)) || !is_only_in(site, sites, artifact)) continue;
+    if (std::string error = checksum_error(file); !error.empty()) errors.push_back(file.name + " " + error);
+  }
+  return errors;
+}
+
+void check_checksums(const Input& input, Reporter& reporter) {
+  if (!input.known_units) return;
+  const Sites sites = loaded_sites(input);
+  const NeededUnits needed(input, sites);
+  for (const auto& [site, record] : sites) {
+    const auto errors = errors_in(*site, sites, needed);
+    if (errors.empty()) continue;
+    const std::size_t others = errors.size() - 1;
+    reporter.report(record->location(0),
+                    in_quotes(record->repository()) + ": " + errors.front() +
+                        (others == 0 ? "" : "; " + std::to_string(others) + " more of its jars have another checksum"));
+  }
+}
+
+constexpr const char* content =
+    "<repository><units>\n"
+    "<unit id='org.example.one.feature.group' version='1.0.0'>\n"
+    "<properties><property name='org.eclipse.equinox.p2.type.group' value='true'/></properties>\n"
+    "<requires><required namespace='org.eclipse.equinox.p2.iu' name='org.example.one.plugin'/></requires></unit>\n"
+    "<unit id='org.example.one.plugin' version='1.0.0'/>\n</units></repository>\n";
+
+/// An end of central directory, which alone is a zip archive without entries, and its MD5.
+std::string jar() { return "PK\x05\x06" + std::string(18, '\0'); }
+constexpr const char* md5_of_jar = "76cdb2bad9582d23c1f6f4d868218d6c";
+
+Sample site_with(const std::string& md5) {
+  const std::string artifacts =
+      "<repository><mappings>\n<rule filter='(&amp; (classifier=osgi.bundle))' "
+      "output='${repoUrl}/plugins/${id}_${version}.jar'/>\n</mappings><artifacts>\n"
+      "<artifact classifier='osgi.bundle' id='org.example.one.plugin' version='1.0.0'>\n"
+      "<properties><property name='download.md5' value='" +
+      md5 + "'/></properties></artifact>\n</artifacts></repository>\n";
+  return component(line_of_one, {{"tools/site/content.xml", content},
+                                 {"tools/site/artifacts.xml", artifacts},
+                                 {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", jar()}});
+}
+
+Rule artifact_checksum_wrong() {
+  return {.name = "artifact-checksum-wrong",
+          .group = Group::repositories,
+          .severity = Severity::error,
+          .title = "a jar of a repository has another checksum than the repository lists",
+          .why =
+              "The director refuses the jar. The command for all features fails, also for those of other repositories; each "
+              "feature is then tried alone. Compared are the jars of the named features in directories, up to 256 MiB each.",
+          .fix = "publish the repository again, and check that no jar is replaced, signed or converted afterwards",
+          .bad = site_with("d41d8cd98f00b204e9800998ecf8427e"),
+          .good = site_with(md5_of_jar),
+          .check = check_checksums,
+          .concerns_removals = false};
+}
+
+// ---- The same version, built twice ----
+
+/// "ID_VERSION.jar" for a bundle; empty for another artifact.
+std::string jar_of_bundle(const std::string& artifact) {
+  const Unit unit = unit_of_artifact(artifact);
+  return artifact.starts_with("osgi.bundle,") ? unit.id + "_" + unit.version + ".jar" : "";
+}
+
+/// A bundle of a site that the instance has with other bytes; empty when there is none.
+std::string other_build_in(const fs::path& instance, const Repository& site, const NeededUnits& needed) {
+  for (const auto& [artifact, file] : site.artifact_files) {
+    std::string jar = jar_of_bundle(artifact);
+    if (jar.empty() || !needed.has(unit_of_artifact(artifact))) continue;
+    if (!checksum_error({jar, instance / "plugins" / jar, file.checksums}).empty() && checksum_error(file).empty()) return jar;
+  }
+  return "";
+}
+
+Sample product_with_installed(const std::string& installed_jar) {
+  Sample sample = site_with(md5_of_jar);
+  sample.input = "session.json";
+  sample.files.push_back({"session.json", user_session()});
+  sample.files.push_back({"ide/eclipse", "#!/bin/sh\n", 0755});
+  sample.files.push_back({"ide/plugins/org.example.one.plugin_1.0.0.jar", installed_jar});
+  return sample;
+}
+
+Rule other_build_installed() {
+  return {
+      .name = "other-build-installed",
+      .group = Group::eclipse,
+      .severity = Severity::warning,
+      .title = "the instance has another build of a bundle, with the same version",
+      .why =
+          "The director takes two files of the same id and version for the same. It keeps the one that the instance has, and "
+          "reports success.",
+      .fix = "build it again with a higher version",
+      .bad = product_with_installed("PK of an older build"),
+      .good = product_with_installed(jar()),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->run.commands.empty() || !input.known_units) return;
+            const fs::path instance = instance_directory(input.session->executable());
+            const Sites sites = loaded_sites(input);
+            const NeededUnits needed(input, sites);
+            for (const auto& [site, record] : sites) {
+              const std::string jar = other_build_in(instance, *site, needed);
+              if (jar.empty()) continue;
+              reporter.report(record->location(0), "the Eclipse instance has another build of plugins/" + jar + " than " +
+                                                       in_quotes(record->repository()) + ", and keeps it");
+            }
+          },
+      .concerns_removals = false};
+}
+
+bool differ(const ArtifactFile& one, const ArtifactFile& other) {
+  for (const Checksum& checksum : one.checksums) {
+    for (const Checksum& another : other.checksums) {
+      if (checksum.digest == another.digest) return checksum.hexadecimal != another.hexadecimal;
+    }
+  }
+  return false;
+}
+
+Sample two_sites(const std::string& md5_of_second) {
+  Sample sample = site_with(md5_of_jar);
+  const Sample second = site_with(md5_of_second);
+  sample.files.front().content += "other\torg.example.two.feature.group\n";
+  for (std::size_t i = 1; i < second.files.size(); ++i) {
+    SampleFile file = second.files[i];
+    file.name = replaced(file.name, "site/", "other/");
+    file.content = replaced(file.content, "org.example.one.feature", "org.example.two.feature");
+    sample.files.push_back(std::move(file));
+  }
+  return sample;
+}
+
+Rule artifact_in_two_builds() {
+  return {.name = "artifact-in-two-builds",
+          .group = Group::repositories,
+          .severity = Severity::warning,
+          .title = "two repositories have different files for one artifact",
+          .why =
+              "The director takes files of the same id and version for the same, and installs one of them. A feature may get a "
+              "bundle that it was not built with.",
+          .fix = "build each artifact once, or give each build its own version",
+          .bad = two_sites("d41d8cd98f00b204e9800998ecf8427e"),
+          .good = site_with(md5_of_jar),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                if (!input.known_units) return;
+                const Sites sites = loaded_sites(input);
+                const NeededUnits needed(input, sites);
+                std::map<std::string, std::pair<const ArtifactFile*, const Record*>> known;
+                for (const auto& [site, record] : sites) {
+                  for (const auto& [artifact, file] : site->artifact_files) {
+                    if (!needed.has(unit_of_artifact(artifact))) continue;
+                    const auto [first, is_new] = known.emplace(artifact, std::pair(&file, record));
+                    const auto& [other, other_record] = first->second;
+                    if (is_new || !differ(file, *other)) continue;
+                    reporter.report(record->location(0), in_quotes(record->repository()) + " and " +
+                                                             in_quotes(other_record->repository()) + " in " +
+                                                             other_record->where() + " have different files " + file.name);
+                    break;
+                  }
+                }
+              },
+          .concerns_removals = false};
+}
+
+}  // namespace
+
+std::vector<Rule> rules_about_checksums() {
+  return {artifact_checksum_wrong(), artifact_in_two_builds(), other_build_installed()};
+}
+
+}  // namespace eclipse_lint

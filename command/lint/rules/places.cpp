@@ -1,0 +1,181 @@
+// Rules about paths that lead elsewhere on another machine, or from another directory.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+
+#include "base/file.h"
+#include "base/printable.h"
+#include "dry_run/command_pieces.h"
+#include "lint/input.h"
+#include "lint/rule.h"
+#include "lint/rules/samples.h"
+#include "lint/texts.h"
+#include "p2/profile.h"
+
+using namespace eclipse_base;
+using namespace eclipse_lint::samples;
+
+namespace fs = std::filesystem;
+
+namespace eclipse_lint {
+
+namespace {
+
+// ---- The user's Eclipse ----
+
+constexpr const char* shell_script = "#!/bin/sh\n";
+
+/// A session in another directory than the working directory; both have an Eclipse in "ide".
+Sample product_elsewhere(const std::string& eclipse) {
+  return {"product/session.json",
+          {{"product/session.json", session("install", user_choice(eclipse), tools)},
+           {"product/ide/eclipse", shell_script, 0755},
+           {"product/tools/etc/eclipse/tools.txt", line_of_one},
+           {"product/tools/site/content.xml", content_of_one},
+           {"ide/eclipse", shell_script, 0755}}};
+}
+
+Rule user_path_relative() {
+  return {
+      .name = "user-path-relative",
+      .group = Group::eclipse,
+      .severity = Severity::warning,
+      .title = "USER_DEFINED_ECLIPSE_PATH is relative and leads to another Eclipse than it does from the session file",
+      .why =
+          "The directories of components are relative to the session file, but values of variables are used unchanged, so "
+          "this path is relative to the working directory. The run changes the Eclipse instance there.",
+      .fix = "write the full path",
+      .bad = product_elsewhere("ide/eclipse"),
+      .good = product(user_session()),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session) return;
+            const Location& location = input.session->location_of("USER_DEFINED_ECLIPSE_PATH");
+            const bool is_in_file = location.line != 0;
+            const std::string executable = input.session->executable();
+            const auto other = is_in_file ? input.session->seen_from_file(executable) : std::nullopt;
+            std::error_code error;
+            if (!other || !fs::exists(executable, error) || is_same_file(executable, *other)) return;
+            reporter.report(location, in_quotes(executable) + " leads to " +
+                                          absolute_path(executable).lexically_normal().string() + " here, not to " +
+                                          other->string() + ", which also exists");
+          },
+  };
+}
+
+/// The first directory of an instance that the director writes to but this user may not; nothing when there is none.
+std::optional<fs::path> unwritable_directory(const fs::path& instance) {
+  for (const fs::path& directory : {instance, instance / "configuration", instance / "p2"}) {
+    std::error_code error;
+    if (!fs::is_directory(directory, error)) continue;
+    if (faccessat(AT_FDCWD, directory.c_str(), W_OK, AT_EACCESS) != 0) return directory;
+  }
+  return std::nullopt;
+}
+
+Rule instance_not_writable() {
+  return {
+      .name = "instance-not-writable",
+      .group = Group::eclipse,
+      .severity = Severity::warning,
+      .title = "the user who runs lint must not write to the Eclipse instance",
+      .why =
+          "If the installer runs as this user, Eclipse keeps its configuration in the directory .eclipse of the user's home: "
+          "the "
+          "features are installed there, for this user alone, and the director reports success. Without such a home it fails.",
+      .fix = "run the installer as a user who may write there; if it is another user than now, do nothing",
+      .bad = product(user_session(), {{.name = "ide/p2/", .permissions = 0555}}),
+      .good = product(user_session()),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->run.commands.empty()) return;
+            const std::string executable = input.session->executable();
+            const auto directory = unwritable_directory(eclipse_p2::instance_directory(executable));
+            if (!directory) return;
+            const bool is_named = executable == input.session->variable("USER_DEFINED_ECLIPSE_PATH");
+            reporter.report(input.session->location_of(is_named ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN"),
+                            "no permission to write to " + directory->string());
+          },
+  };
+}
+
+// ---- Repositories ----
+
+/// The component whose directory a path is in; null when it is in none.
+const std::string* component_around(const Input& input, const fs::path& path) {
+  const auto is_around = [&](const std::string& directory) {
+    const fs::path below = path.lexically_relative(directory);
+    return !below.empty() && *below.begin() != "..";
+  };
+  const auto& directories = input.component_directories;
+  const auto found = std::find_if(directories.begin(), directories.end(), is_around);
+  return found == directories.end() ? nullptr : &*found;
+}
+
+/// Whether what a path leads to is outside of the component, and a composite's children are where they are on this machine.
+void check_links(const Record& record, Reporter& reporter) {
+  std::error_code error;
+  const fs::path base = fs::canonical(record.config->base_dir, error);
+  const fs::path site = fs::canonical(base / record.repository(), error);
+  if (error || !is_plain_repository(record)) return;
+  if (const fs::path below = site.lexically_relative(base); below.empty() || *below.begin() == "..") {
+    reporter.report(
+        record.location(0),
+        in_quotes(record.repository()) + " is outside of the component's directory: a symbolic link leads to " + site.string());
+  }
+  for (const std::string& child : record.site->absolute_children) {
+    reporter.report(record.location(0),
+                    "the composite " + in_quotes(record.repository()) + " has the absolute location " + in_quotes(child),
+                    "ship that repository with the component, and write its location relative to the composite");
+  }
+}
+
+/// A path that does not exist is another rule's.
+void check_is_inside(const Input& input, const Record& record, Reporter& reporter) {
+  const std::string_view text = record.repository();
+  const bool leads_out = !text.starts_with('/') && *fs::path(text).lexically_normal().begin() == "..";
+  if (!leads_out && record.site != nullptr) return check_links(record, reporter);
+  if (!leads_out || (record.site != nullptr && !record.site->exists)) return;
+  const std::string message = in_quotes(text) + " is outside of the component's directory";
+  if (!input.has_components) return reporter.report(record.location(0), message);
+  const fs::path path = fs::path(eclipse_dry_run::path_in(record.placement->url)).lexically_normal();
+  const std::string* const other = component_around(input, path);
+  if (other == nullptr) return reporter.report(record.location(0), message + ", in " + path.parent_path().string());
+  if (*other == record.config->base_dir) {
+    return reporter.report(record.location(0), in_quotes(text) + " leads out of the component's directory and back",
+                           "write " + in_quotes(path.lexically_relative(*other).string()));
+  }
+  reporter.report(Severity::note, record.location(0), message + ", in that of another component, " + *other,
+                  "if that component is always installed beside this one, do nothing; otherwise ship the repository with both");
+}
+
+Rule repository_outside_component() {
+  return {.name = "repository-outside-component",
+          .group = Group::repositories,
+          .severity = Severity::warning,
+          .title = "a repository, or a child of a composite, is outside of the component's directory",
+          .why =
+              "The component does not ship it. Where the component is installed into another directory, or without its "
+              "neighbours, the repository is missing or another one.",
+          .fix = "ship the repository with the component, and write its path relative to the component's directory",
+          .bad = component("../base/site\torg.example.one.feature.group\n", {{"base/site/content.xml", content_of_one}}),
+          .good = good_component(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for (const Record& record : input.records) {
+                  if (record.placement && !record.repository().empty()) check_is_inside(input, record, reporter);
+                }
+              },
+          .concerns_removals = false};
+}
+
+}  // namespace
+
+std::vector<Rule> rules_about_places() {
+  return {user_path_relative(), instance_not_writable(), repository_outside_component()};
+}
+
+}  // namespace eclipse_lint
