@@ -196,7 +196,8 @@ void read_artifacts(const pugi::xml_node& repository, const RepositoryFiles& fil
     std::string file;
     if (pattern != patterns.end() && !is_kept_otherwise(artifact)) {
       const auto& [directory, ending] = pattern->second;
-      file = directory + "/" + artifact.attribute("id").value() + "_" + artifact.attribute("version").value() + ending;
+      file = std::string(directory).append("/").append(artifact.attribute("id").value()).append("_");
+      file.append(artifact.attribute("version").value()).append(ending);
     }
     if (!file.empty() && !files.has(file)) {
       read.missing_artifacts.emplace(name_of_artifact(artifact), std::move(file));
