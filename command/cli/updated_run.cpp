@@ -27,7 +27,7 @@ using Json = nlohmann::ordered_json;
 
 /// A director that was stopped at the end may have replaced them nevertheless.
 std::string failure_since(const eclipse_p2::ProfileState& before, const std::filesystem::path& instance) {
-  const std::string unchanged = "the director did not update the features, and nothing was changed";
+  std::string unchanged = "the director did not update the features, and nothing was changed";
   const auto newest = eclipse_p2::profile_file(instance);
   if (newest == before.file) return unchanged;
   const eclipse_p2::ProfileState now = eclipse_p2::read_profile_state(newest);
