@@ -204,9 +204,8 @@ TEST_F(AllOrNothing, NeedsAWayBackBeforeItBegins) {
 
 TEST_F(AllOrNothing, SaysWhyTheProfileIsNotKnown) {
   fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.data.area=@user.home/.p2\n");
-  for (int start = 1; start <= 3; ++start) script(start, "exit 13");
-  EXPECT_EQ(run(1).at("allOrNothing").at("error"),
-            "the profile of the Eclipse is not known, so there is no state to go back to: "
+  EXPECT_EQ(run(1).at("refusal"),
+            "--all-or-nothing needs a state of the p2 profile to go back to: "
             "DIRECTORY/eclipse/configuration/config.ini has eclipse.p2.data.area=@user.home/.p2");
 }
 

@@ -216,7 +216,7 @@ TEST_F(Undo, PassesOverRunsThatChangedNothing) {
   EXPECT_EQ(result.at("to"), "1731234500000");
   EXPECT_EQ(result.at("change").at("wentOut"), Json({"one/1.0.0"}));
   EXPECT_EQ(undo("session.json", 1).at("error"),
-            "no run of eclipse-int is recorded for this Eclipse that could be taken back; name a state");
+            "no run of eclipse-int is recorded for this instance that could be taken back; name a state");
 }
 
 TEST_F(Undo, DoesNotStartADirectorForNothing) {

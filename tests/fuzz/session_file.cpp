@@ -2,6 +2,7 @@
 // same when it is read again.
 #include "standalone_host/session_file.h"
 
+#include "base/text.h"
 #include "differential/readable.h"
 #include "fake_host/temporary_directory.h"
 #include "fuzz/comparison.h"
@@ -39,8 +40,10 @@ std::string read_or_refused() {
     eclipse_host::read_session_file(file, session);
   } catch (const eclipse_base::FileError& error) {
     const std::string message = error.what();
-    const bool is_one_line = message.find_first_of("\n\r") == message.npos;
-    if (!message.starts_with(file + ":") || !is_one_line) fuzz::report("the message of an error is: " + readable(message));
+    for (const std::string& line : eclipse_base::split(message, '\n')) {
+      const bool is_printable = line.find('\r') == line.npos;
+      if (!line.starts_with(file + ":") || !is_printable) fuzz::report("the message of an error is: " + readable(message));
+    }
     return message;
   }
   return description(session);
