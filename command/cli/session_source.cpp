@@ -27,7 +27,8 @@ bool has_descriptors(const PluginFunctions& library, const ComponentDirectory& c
 /// The --eclipse that a directory needs.
 const std::string& eclipse_for(const std::string& directory, const SessionOptions& options) {
   if (options.eclipse) return *options.eclipse;
-  throw UsageError(printable(directory) + " is a directory; add --eclipse with the Eclipse instance to use, or give a session file");
+  throw UsageError(printable(directory) +
+                   " is a directory; add --eclipse with the Eclipse instance to use, or give a session file");
 }
 
 }  // namespace

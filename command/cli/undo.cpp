@@ -224,7 +224,8 @@ void add_options(const Parser& parser, UndoOptions& options) {
       .option_text(" ");
   parser
       .add_option("--eclipse", options.session.eclipse,
-                  "The Eclipse instance, its executable or its directory, in place of a session file or with\na directory of components")
+                  "The Eclipse instance, its executable or its directory, in place of a session file or with\na directory of "
+                  "components")
       .type_name("PATH");
   parser
       .add_option("--to", options.to,

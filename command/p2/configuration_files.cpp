@@ -95,7 +95,9 @@ std::optional<ConfigurationDamage> unlisted_bundles(const fs::path& instance, st
 }
 
 std::optional<ConfigurationDamage> bundle_list_damage(const fs::path& instance, const ProfileState& state) {
-  if (!is_regular(instance / bundle_list)) return std::nullopt;
+  // A director that installs into another directory keeps the list there.
+  const bool is_here = state.install_folder.empty() || is_same_file(state.install_folder, instance);
+  if (!is_here || !is_regular(instance / bundle_list)) return std::nullopt;
   const std::set<Unit> wanted = bundles_in(state);
   std::set<Unit> listed = listed_bundles(instance);
   add_bundles(instance / source_list, listed);

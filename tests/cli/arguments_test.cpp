@@ -109,7 +109,8 @@ TEST_F(Arguments, FaultsAreTold) {
   expect_usage_error("run session.json --set =A",
                      "--set: \"=A\" is not NAME=VALUE; write the variable's name, an equals sign and its value");
   expect_usage_error("run session.json --set A=1 B=2", "unexpected argument \"B=2\"");
-  expect_usage_error("run session.json --wait soon", "--wait: \"soon\" is not a number of seconds; give a number from 0 to 1e9");
+  expect_usage_error("run session.json --wait soon",
+                     "--wait: \"soon\" is not a number of seconds; give a number from 0 to 1e9");
   expect_usage_error("run session.json --wait -1", "--wait: \"-1\" is not a number of seconds; give a number from 0 to 1e9");
   expect_usage_error("run session.json --wait ''", "--wait: \"\" is not a number of seconds; give a number from 0 to 1e9");
   expect_usage_error("run session.json --set KORU_MODE=Install",

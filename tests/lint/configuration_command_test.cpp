@@ -121,8 +121,9 @@ TEST_F(ConfigurationCommand, ThatCannotBeReadIsAnError) {
   write_file(file, "{}");
   fs::resize_file(file, 65 << 20);
   EXPECT_EQ(eclipse_int("lint product"), error("is larger than 64 MiB"));
-  EXPECT_EQ(eclipse_int("lint product --config missing"),
-            (Outcome{2, "", "eclipse-int: missing: cannot be read: No such file or directory; give the path of a JSON file\n"}));
+  EXPECT_EQ(
+      eclipse_int("lint product --config missing"),
+      (Outcome{2, "", "eclipse-int: missing: cannot be read: No such file or directory; give the path of a JSON file\n"}));
   EXPECT_EQ(eclipse_int("lint product --disable lines,repositories --no-config"), (Outcome{0, "", ""}));
 }
 

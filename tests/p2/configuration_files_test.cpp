@@ -122,6 +122,20 @@ TEST_F(ConfigurationFiles, SourceBundlesHaveAListOfTheirOwn) {
   EXPECT_EQ(damage(), "");
 }
 
+TEST_F(ConfigurationFiles, AnInstallationElsewhereHasItsListThere) {
+  install_a_third();
+  const std::string state = eclipse_base::read_file(file("2"), 1000).bytes;
+  const auto write_state_of = [&](const std::string& folder) {
+    fake::write_file(file("2"), "<profile><properties><property name='org.eclipse.equinox.p2.installFolder' value='" + folder +
+                                    "'/></properties>" + state.substr(std::string("<profile>").size()));
+  };
+  write_list({"a", "b"});
+  write_state_of(directory.path() + "/ide");
+  EXPECT_NE(damage(), "");
+  write_state_of(directory.path() + "/elsewhere");
+  EXPECT_EQ(damage(), "");
+}
+
 TEST_F(ConfigurationFiles, ABundleThatWasNeverListedSaysNothing) {
   install_a_third();
   write_state("1", {"a", "b", "c"});

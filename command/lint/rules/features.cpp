@@ -470,7 +470,8 @@ Rule other_version_installed() {
       .severity = Severity::error,
       .title = "the instance has another version of a feature, which the director does not replace",
       .why =
-          "The director does not replace a unit that was installed by name, as a root. Two versions of a feature can be installed "
+          "The director does not replace a unit that was installed by name, as a root. Two versions of a feature can be "
+          "installed "
           "together only if they have no singleton bundle in common, but nearly all have one. Otherwise the command for all "
           "features fails, and so does the command for this feature alone.",
       .fix = "run \"eclipse-int run --update\", with --allow-downgrade if the installed version is newer",
