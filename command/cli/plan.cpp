@@ -123,10 +123,21 @@ void print(const PlanReport& report) {
   print_json(json);
 }
 
+/// Whether something that the plan shows would fail, or would not be as it shows. The errors that lint counts may be about what
+/// an update replaces.
+bool fails(const PlanReport& report) {
+  const auto features = report.preview ? report.preview->features : std::vector<eclipse_preview::PreviewedFeature>();
+  const bool a_feature_fails = std::any_of(
+      features.begin(), features.end(),
+      [](const eclipse_preview::PreviewedFeature& feature) { return feature.change == eclipse_preview::Change::fail; });
+  const bool command_is_changed = report.plan.command && !report.plan.command->runs_as_intended();
+  const bool does_not_resolve = report.resolution && report.resolution->fails();
+  return a_feature_fails || command_is_changed || does_not_resolve;
+}
+
 int exit_status(const PlanReport& report) {
-  const bool command_is_sound = !report.plan.command || report.plan.command->runs_as_intended();
-  const bool resolves = !report.resolution || !report.resolution->fails();
-  return report.plan.refusal.empty() && report.refusal.empty() && command_is_sound && resolves && !report.damage ? 0 : 1;
+  const bool is_refused = !report.plan.refusal.empty() || !report.refusal.empty();
+  return is_refused || report.damage || fails(report) ? 1 : 0;
 }
 
 /// The director knows better than the preview.

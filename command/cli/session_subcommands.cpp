@@ -226,9 +226,9 @@ Subcommand add_plan(const Parser& program) {
                   "      Write the plan for another program, with all retries.\n",
                   "Exit status:\n"
                   "  0  the run would do what the plan shows, or has nothing to do\n"
-                  "  1  the run would be refused, the shell would change or reject its command, or the p2 profile of\n"
-                  "     the Eclipse instance is damaged; with --resolve also: the director would not install or remove\n"
-                  "     all features\n"
+                  "  1  the run would be refused, a feature will fail, the shell would change or reject the command, or the\n"
+                  "     Eclipse instance is damaged; with --resolve also: the director would not install or remove all\n"
+                  "     features\n"
                   "  2  an error in the session or the arguments; with --resolve also: the director cannot be asked,\n"
                   "     for example because another director is at work on the Eclipse instance\n"
                   "  128 + N  signal N interrupted the director\n");

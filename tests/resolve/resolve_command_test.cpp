@@ -30,6 +30,8 @@ class Resolve : public ChildCommand {
 
 TEST_F(Resolve, AsksOnceWhenAllResolve) {
   write_session("install");
+  fake::write_file("tools/site/content.xml",
+                   "<repository><units><unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'/></units></repository>");
   const Json result = resolution("plan", 0);
   EXPECT_EQ(director_calls(), asked(install_arguments("one,two")) + "\n");
   EXPECT_EQ(result.at("resolves"), true);
