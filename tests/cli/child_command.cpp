@@ -72,6 +72,11 @@ void ChildCommand::write_session(const std::string& mode, const std::map<std::st
                        state + "}]}");
 }
 
+void ChildCommand::write_offer() {
+  fake::write_file("tools/site/content.xml",
+                   "<repository><units><unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'/></units></repository>");
+}
+
 void ChildCommand::script(int start, const std::string& commands) const {
   fake::write_file("eclipse/" + std::to_string(start) + ".sh", commands + "\n");
 }

@@ -45,6 +45,9 @@ class ChildCommand : public testing::Test {
   void write_session(const std::string& mode, const std::map<std::string, std::string>& variables = {},
                      const std::string& state = "\"install\": true") const;
 
+  /// Makes the product's update site, with its features in version 1.0.0.
+  static void write_offer();
+
   /// What the director does when it is started for the N-th time, as shell commands.
   void script(int start, const std::string& commands) const;
 

@@ -56,6 +56,7 @@ TEST_F(InstanceInUse, IsRefusedByEverySubcommandThatStartsADirector) {
 }
 
 TEST_F(InstanceInUse, DoesNotDisturbSubcommandsThatStartNoDirector) {
+  write_offer();
   EXPECT_EQ(eclipse_int_meanwhile("plan session.json", "0.5").status, 0);
   forget_first();
   EXPECT_EQ(eclipse_int_meanwhile("call define_eclipse_path session.json", "0.5").status, 0);

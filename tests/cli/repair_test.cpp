@@ -158,6 +158,7 @@ TEST_F(Repair, IsRecommendedAfterAnInterruption) {
 
 TEST_F(Repair, IsRecommendedByAPlan) {
   write_state("1731234567890", sound);
+  write_offer();
   EXPECT_EQ(eclipse_int("plan session.json").status, 0);
   write_state("1731234567890", damaged);
   const Outcome plan = eclipse_int("plan session.json");

@@ -28,6 +28,7 @@ TEST_F(StandardStreams, AFullOutputIsToldForJsonAndHelp) {
 }
 
 TEST_F(StandardStreams, AFullOutputIsToldForPlansAndVerifications) {
+  write_offer();
   script(1, "echo one/1.0.0; echo two/1.0.0");
   script(2, "echo one/1.0.0; echo two/1.0.0");
   for (const std::string command : {"plan", "verify"}) {

@@ -435,8 +435,7 @@ TEST_F(PlanCommand, DoesNotNameTheQuotesOfAnArchive) {
 
 TEST_F(PlanCommand, WarnsOfAnExecutableThatMayNotBeExecuted) {
   write_session("install");
-  fake::write_file("tools/site/content.xml",
-                   "<repository><units><unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'/></units></repository>");
+  write_offer();
   EXPECT_EQ(eclipse_int("plan session.json --verbose").status, 0);
   std::filesystem::permissions("eclipse/eclipse", std::filesystem::perms(0644));
   const Outcome outcome = eclipse_int("plan session.json --verbose");

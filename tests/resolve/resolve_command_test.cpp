@@ -30,8 +30,7 @@ class Resolve : public ChildCommand {
 
 TEST_F(Resolve, AsksOnceWhenAllResolve) {
   write_session("install");
-  fake::write_file("tools/site/content.xml",
-                   "<repository><units><unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'/></units></repository>");
+  write_offer();
   const Json result = resolution("plan", 0);
   EXPECT_EQ(director_calls(), asked(install_arguments("one,two")) + "\n");
   EXPECT_EQ(result.at("resolves"), true);
@@ -68,8 +67,7 @@ TEST_F(Resolve, NamesTheFeaturesThatDoNotResolve) {
 
 TEST_F(Resolve, MarksTheFeaturesThatDoNotResolve) {
   write_session("install");
-  fake::write_file("tools/site/content.xml",
-                   "<repository><units><unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'/></units></repository>");
+  write_offer();
   script(1, unmet);
   script(2, unmet);
   const Outcome outcome = eclipse_int("plan session.json --resolve");
