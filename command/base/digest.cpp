@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/text.h"
+
 namespace eclipse_base {
 
 namespace {
@@ -45,16 +47,9 @@ std::string digest_of(std::string_view bytes, Digest digest) {
   std::vector<std::max_align_t> state(hash.context_size / sizeof(std::max_align_t) + 1);
   hash.init(state.data());
   hash.update(state.data(), bytes.size(), reinterpret_cast<const std::uint8_t*>(bytes.data()));
-  std::vector<std::uint8_t> result(hash.digest_size);
-  hash.digest(state.data(), result.size(), result.data());
-  constexpr std::string_view digits = "0123456789abcdef";
-  std::string text;
-  text.reserve(2 * result.size());
-  for (const std::uint8_t byte : result) {
-    text += digits[byte >> 4];
-    text += digits[byte & 0xF];
-  }
-  return text;
+  std::string result(hash.digest_size, '\0');
+  hash.digest(state.data(), result.size(), reinterpret_cast<std::uint8_t*>(result.data()));
+  return hexadecimal_of(result);
 }
 
 }  // namespace eclipse_base

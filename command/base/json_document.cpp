@@ -18,7 +18,6 @@ namespace eclipse_base {
 namespace {
 
 constexpr std::size_t deepest_level = 64;
-constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
 bool is_word_byte(char byte) {
   return std::isalnum(static_cast<unsigned char>(byte)) != 0 || byte == '+' || byte == '-' || byte == '.';
@@ -326,8 +325,7 @@ JsonDocument::JsonDocument(const std::filesystem::path& file)
 
 JsonDocument::JsonDocument(std::filesystem::path file, std::string text)
     : file_(std::move(file)), text_(std::move(text)), line_starts_(line_starts_of(text_)) {
-  if (text_.find_first_not_of(" \t\r\n", text_.starts_with(byte_order_mark) ? byte_order_mark.size() : 0) ==
-      std::string::npos) {
+  if (text_.find_first_not_of(" \t\r\n", text_.starts_with(utf_8_mark) ? utf_8_mark.size() : 0) == std::string::npos) {
     fail(0, "", "is empty; write JSON into it");
   }
   // The parser would take it for the end of the file.
@@ -352,7 +350,7 @@ std::string_view JsonDocument::line(std::size_t number) const {
 void JsonDocument::fail(std::size_t offset, const std::string& path, const std::string& message) const {
   const JsonLocation where = location(offset);
   std::string_view before = line(where.line).substr(0, where.column - 1);
-  if (where.line == 1 && before.starts_with(byte_order_mark)) before.remove_prefix(byte_order_mark.size());
+  if (where.line == 1 && before.starts_with(utf_8_mark)) before.remove_prefix(utf_8_mark.size());
   throw FileError(file_, where.line, 1 + characters_in(before), (path.empty() ? "document" : path) + ": " + message);
 }
 

@@ -28,6 +28,18 @@ std::string lower_case(std::string_view text) {
   return lowered;
 }
 
+std::string hexadecimal_of(std::string_view bytes) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string hexadecimal;
+  hexadecimal.reserve(2 * bytes.size());
+  for (const char each : bytes) {
+    const auto byte = static_cast<unsigned char>(each);
+    hexadecimal += digits[byte >> 4U];
+    hexadecimal += digits[byte & 15U];
+  }
+  return hexadecimal;
+}
+
 std::vector<std::string> split(std::string_view text, char separator) {
   std::vector<std::string> pieces;
   for (std::size_t end; (end = text.find(separator)) != text.npos; text.remove_prefix(end + 1)) {

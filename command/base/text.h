@@ -10,6 +10,9 @@
 
 namespace eclipse_base {
 
+/// The byte-order mark at the beginning of a text in UTF-8.
+inline constexpr std::string_view utf_8_mark = "\xEF\xBB\xBF";
+
 inline constexpr std::string_view white_space = " \t\r\n\v\f";
 
 /// The text without these characters at both ends.
@@ -17,6 +20,9 @@ std::string_view trimmed(std::string_view text, std::string_view characters = wh
 
 /// ASCII letters only.
 std::string lower_case(std::string_view text);
+
+/// The bytes in hexadecimal digits with small letters, two for each.
+std::string hexadecimal_of(std::string_view bytes);
 
 /// The pieces between the separators, one more than there are separators.
 std::vector<std::string> split(std::string_view text, char separator);

@@ -148,10 +148,8 @@ void AllOrNothing::go_back(Session& session, RunRecord& record) {
 /// No director can start from what one has left that was stopped while it wrote.
 void AllOrNothing::repair() {
   const RepairPlan plan = plan_repair(instance_);
-  for (const ProfileState& state : plan.to_move) moved_.push_back(move_aside(state));
-  if (!plan.to_bring_back) return;
-  for (const auto& file : differing_files(*plan.to_bring_back, instance_)) brought_back_.push_back(instance_ / file);
-  bring_back(*plan.to_bring_back, instance_);
+  for (const ProfileState& state : states_to_move(plan.states, plan.to)) moved_.push_back(move_aside(state));
+  if (plan.to_bring_back) brought_back_ = bring_back(*plan.to_bring_back, instance_);
 }
 
 void AllOrNothing::revert_unless_unchanged() {
@@ -187,17 +185,12 @@ std::string AllOrNothing::text() const {
 
 void AllOrNothing::add_to(Json& json) const {
   if (!plan_.command) return;
-  const auto names_of = [](const std::vector<std::filesystem::path>& files) {
-    Json names = Json::array();
-    for (const auto& file : files) names.push_back(file.string());
-    return names;
-  };
   const bool has_failed = reversion_ && reversion_->failure;
   json["allOrNothing"] = {{"whole", is_whole_},
                           {"before", before_.empty() ? Json() : Json(before_)},
                           {"wentBackTo", was_taken_back() ? Json(before_) : Json()},
-                          {"movedAside", names_of(moved_)},
-                          {"broughtBack", names_of(brought_back_)},
+                          {"movedAside", paths_json(moved_)},
+                          {"broughtBack", paths_json(brought_back_)},
                           {"change", change_ ? change_json(*change_) : Json()},
                           {"command", reversion_ ? Json(reversion_->command) : Json()},
                           {"failure", has_failed ? failure_json(*reversion_->failure) : Json()},

@@ -35,10 +35,14 @@ void prepare_for_directors(const std::string& executable) {
   const auto damage = eclipse_p2::instance_damage(executable);
   if (damage && damage->is_fatal) throw eclipse_p2::InstanceError(damage->message + "; " + damage->fix);
   print_damage(damage);
+  // A copy of what is damaged would take the place of a sound one.
+  if (!damage) keep_configuration_of(executable);
+}
+
+void keep_configuration_of(const std::string& executable) {
   const auto instance = eclipse_p2::instance_directory(executable);
   const auto newest = eclipse_p2::profile_file(instance);
-  // A copy of what is damaged would take the place of a sound one.
-  if (damage || newest.empty()) return;
+  if (newest.empty()) return;
   try {
     eclipse_p2::keep_configuration(instance, eclipse_p2::time_of_state(newest));
   } catch (const eclipse_base::FileError& error) {

@@ -20,6 +20,9 @@ std::unique_ptr<eclipse_p2::InstanceLock> lock_instance(const std::string& execu
 /// else is wrong with it, and when no copy can be kept. The caller must have its lock. Throws eclipse_p2::InstanceError.
 void prepare_for_directors(const std::string& executable);
 
+/// Keeps that copy of an instance that is not damaged. Warns when it cannot be kept. The caller must have its lock.
+void keep_configuration_of(const std::string& executable);
+
 /// Prints what is wrong with the profile of an instance, if anything is, and the fix.
 void print_damage(const std::optional<eclipse_p2::InstanceDamage>& damage);
 

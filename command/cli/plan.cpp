@@ -126,10 +126,10 @@ void print(const PlanReport& report) {
 /// Whether something that the plan shows would fail, or would not be as it shows. The errors that lint counts may be about what
 /// an update replaces.
 bool fails(const PlanReport& report) {
-  const auto features = report.preview ? report.preview->features : std::vector<eclipse_preview::PreviewedFeature>();
-  const bool a_feature_fails = std::any_of(
-      features.begin(), features.end(),
-      [](const eclipse_preview::PreviewedFeature& feature) { return feature.change == eclipse_preview::Change::fail; });
+  const auto will_fail = [](const eclipse_preview::PreviewedFeature& feature) {
+    return feature.change == eclipse_preview::Change::fail;
+  };
+  const bool a_feature_fails = report.preview && std::ranges::any_of(report.preview->features, will_fail);
   const bool command_is_changed = report.plan.command && !report.plan.command->runs_as_intended();
   const bool does_not_resolve = report.resolution && report.resolution->fails();
   return a_feature_fails || command_is_changed || does_not_resolve;

@@ -14,6 +14,7 @@
 
 namespace fs = std::filesystem;
 
+using eclipse_p2::ProfileState;
 using eclipse_p2::RepairPlan;
 
 namespace eclipse_cli {
@@ -51,33 +52,31 @@ struct RepairOptions {
 };
 
 /// The bundles of the states to be moved that stay listed. A state that is damaged has none.
-std::vector<eclipse_p2::Unit> bundles_left(const RepairPlan& plan, const fs::path& instance) {
-  const auto newest_left = plan.states.begin() + static_cast<std::ptrdiff_t>(plan.to_move.size());
-  if (plan.to_move.empty() || plan.to_bring_back || newest_left == plan.states.end()) return {};
-  return eclipse_p2::bundles_left(instance, plan.to_move.front(), *newest_left);
+std::vector<eclipse_p2::Unit> bundles_left(const RepairPlan& plan, const std::vector<ProfileState>& left,
+                                           const fs::path& instance) {
+  if (plan.states.size() == left.size() || plan.to_bring_back || left.empty()) return {};
+  return eclipse_p2::bundles_left(instance, plan.states.front(), left.front());
 }
 
 /// Throws RepairError and FileError.
 void repair_files(Repair& repair, const fs::path& instance, const std::optional<std::string>& to) {
-  repair.states = eclipse_p2::newest_states(instance, to);
   const RepairPlan plan = eclipse_p2::plan_repair(instance, to);
   repair.states = plan.states;
   repair.configuration = plan.configuration;
-  const auto first_left = plan.states.begin() + static_cast<std::ptrdiff_t>(plan.to_move.size());
-  repair.lost = eclipse_p2::lost_units(instance, {first_left, plan.states.end()});
-  repair.bundles_left = bundles_left(plan, instance);
-  if (plan.to_bring_back) {
-    for (const fs::path& file : eclipse_p2::differing_files(*plan.to_bring_back, instance)) {
-      repair.brought_back.push_back(instance / file);
-    }
-  }
+  const auto to_move = eclipse_p2::states_to_move(plan.states, plan.to);
+  const std::vector<ProfileState> left(plan.states.begin() + static_cast<std::ptrdiff_t>(to_move.size()), plan.states.end());
+  repair.lost = eclipse_p2::lost_units(instance, left);
+  repair.bundles_left = bundles_left(plan, left, instance);
   if (plan.configuration && !plan.configuration->is_startable && !plan.to_bring_back) {
     throw eclipse_p2::RepairError(eclipse_p2::fix_of(*plan.configuration, repair.executable));
   }
-  for (const auto& state : plan.to_move) {
+  for (const ProfileState& state : to_move) {
     repair.moves.push_back({state.file, repair.is_dry_run ? fs::path() : eclipse_p2::move_aside(state)});
   }
-  if (plan.to_bring_back && !repair.is_dry_run) eclipse_p2::bring_back(*plan.to_bring_back, instance);
+  if (plan.to_bring_back) {
+    const auto bring_back = repair.is_dry_run ? eclipse_p2::differing_files : eclipse_p2::bring_back;
+    repair.brought_back = bring_back(*plan.to_bring_back, instance);
+  }
 }
 
 /// Throws InstanceError and Interrupted.

@@ -79,14 +79,12 @@ void print_repair(const Repair& repair, int exit_status) {
   for (const Repair::Move& move : repair.moves) {
     moves.push_back({{"from", move.from.string()}, {"to", move.to.empty() ? Json() : Json(move.to.string())}});
   }
-  Json brought_back = Json::array();
-  for (const auto& file : repair.brought_back) brought_back.push_back(file.string());
   Json json = {{"executable", repair.executable},
                {"dryRun", repair.is_dry_run},
                {"states", states},
                {"moved", moves},
                {"configuration", repair.configuration ? configuration_json(*repair.configuration) : Json()},
-               {"broughtBack", brought_back},
+               {"broughtBack", paths_json(repair.brought_back)},
                {"bundlesLeft", texts_of(repair.bundles_left)},
                {"lostUnits", repair.lost ? lost_json(*repair.lost) : Json()},
                {"roots", repair.roots ? Json(texts_of(*repair.roots)) : Json()},

@@ -15,18 +15,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string in_hexadecimal(std::string_view text) {
-  constexpr std::string_view digits = "0123456789abcdef";
-  std::string hexadecimal;
-  hexadecimal.reserve(2 * text.size());
-  for (const char each : text) {
-    const auto byte = static_cast<unsigned char>(each);
-    hexadecimal += digits[byte >> 4U];
-    hexadecimal += digits[byte & 15U];
-  }
-  return hexadecimal;
-}
-
 const char* status_of(const eclipse_host::RunRecord& record) {
   if (!record.refusal.empty()) return "refused";
   return record.failed() ? "failed" : "done";
@@ -77,7 +65,13 @@ Json failure_json(const eclipse_p2::Failure& failure) {
 
 void add_text(Json& json, const char* name, const std::string& text, const char* hex_name) {
   json[name] = text;
-  if (!eclipse_base::is_utf8(text)) json[hex_name] = in_hexadecimal(text);
+  if (!eclipse_base::is_utf8(text)) json[hex_name] = eclipse_base::hexadecimal_of(text);
+}
+
+Json paths_json(const std::vector<std::filesystem::path>& files) {
+  Json paths = Json::array();
+  for (const auto& file : files) paths.push_back(file.string());
+  return paths;
 }
 
 void add_damage(Json& json, const std::optional<eclipse_p2::InstanceDamage>& damage) {

@@ -18,7 +18,10 @@ namespace eclipse_cli {
 /// Adds a text as a member of an object, followed by its bytes in hexadecimal when they are not UTF-8.
 void add_text(nlohmann::ordered_json& json, const char* name, const std::string& text, const char* hex_name);
 
-/// Adds what is wrong with the profile of the instance, if anything is: damage: {state, message, fix}
+/// Files as a list of their paths.
+nlohmann::ordered_json paths_json(const std::vector<std::filesystem::path>& files);
+
+/// Adds what is wrong with the instance, if anything is: damage: {file, message, fix}
 void add_damage(nlohmann::ordered_json& json, const std::optional<eclipse_p2::InstanceDamage>& damage);
 
 /// {layer, meaning, causes: [text], log}, with null for the log when there is none

@@ -181,7 +181,7 @@ int perform_undo(Undo& undo, const UndoOptions& options) {
   if (!options.session.json) std::cout << found_text(undo) << std::flush;
   undo.damage = undo.is_dry_run ? instance_damage_at_rest(undo.executable) : instance_damage(undo.executable);
   if (!undo.error.empty() || (undo.damage && undo.damage->is_fatal)) return 1;
-  if (!undo.is_dry_run) prepare_for_directors(undo.executable);
+  if (!undo.is_dry_run && !undo.damage) keep_configuration_of(undo.executable);
   try {
     if (!undo.is_dry_run) go_back(undo);
   } catch (const Interrupted& interrupted) {

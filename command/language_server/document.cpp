@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/file.h"
+#include "base/text.h"
 #include "base/uri.h"
 #include "dry_run/descriptor_paths.h"
 #include "lint/configuration.h"
@@ -13,8 +14,6 @@ using namespace eclipse_base;
 namespace eclipse_language_server {
 
 namespace {
-
-constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
 bool is_utf16(std::string_view beginning) { return beginning.starts_with("\xFF\xFE") || beginning.starts_with("\xFE\xFF"); }
 
@@ -67,8 +66,8 @@ std::string Document::content() const {
 }
 
 void Document::read_encoding() {
-  const std::string beginning = file_ ? read_beginning(*file_, byte_order_mark.size()).bytes : "";
-  hidden_beginning_ = beginning == byte_order_mark && !text_.starts_with(byte_order_mark) ? beginning : "";
+  const std::string beginning = file_ ? read_beginning(*file_, utf_8_mark.size()).bytes : "";
+  hidden_beginning_ = beginning == utf_8_mark && !text_.starts_with(utf_8_mark) ? beginning : "";
   is_recoded_ = is_utf16(beginning);
 }
 

@@ -6,16 +6,13 @@
 
 #include "base/file.h"
 #include "base/text.h"
+#include "p2/xml.h"
 
 using namespace eclipse_base;
 
 namespace eclipse_p2 {
 
 namespace {
-
-std::string property_of(const pugi::xml_node& artifact, const std::string& name) {
-  return artifact.child("properties").find_child_by_attribute("property", "name", name.c_str()).attribute("value").value();
-}
 
 /// Of those whose names begin like this. MD5 has an older name, too.
 std::optional<Checksum> strongest(const pugi::xml_node& artifact, const std::string& beginning) {

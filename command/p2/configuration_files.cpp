@@ -96,8 +96,7 @@ std::optional<ConfigurationDamage> unlisted_bundles(const fs::path& instance, st
 
 std::optional<ConfigurationDamage> bundle_list_damage(const fs::path& instance, const ProfileState& state) {
   // A director that installs into another directory keeps the list there.
-  const bool is_here = state.install_folder.empty() || is_same_file(state.install_folder, instance);
-  if (!is_here || !is_regular(instance / bundle_list)) return std::nullopt;
+  if (!was_written_in(state, instance) || !is_regular(instance / bundle_list)) return std::nullopt;
   const std::set<Unit> wanted = bundles_in(state);
   std::set<Unit> listed = listed_bundles(instance);
   add_bundles(instance / source_list, listed);

@@ -35,6 +35,21 @@ void copy_files(const fs::path& from, const fs::path& to) {
   }
 }
 
+/// The files that differ from the copy, after `use` with the bytes of the copy.
+template <typename Use>
+std::vector<fs::path> differing(const KeptConfiguration& kept, const fs::path& instance, const Use& use) {
+  std::vector<fs::path> files;
+  for (const fs::path& name : kept.files) {
+    const fs::path file = instance / name;
+    const std::string bytes = copy_of(kept, instance, name);
+    const FileContent now = read_file(file, largest::profile);
+    if (now.error.empty() && now.bytes == bytes) continue;
+    use(file, bytes);
+    files.push_back(file);
+  }
+  return files;
+}
+
 }  // namespace
 
 void keep_configuration(const fs::path& instance, const std::string& time) {
@@ -69,18 +84,12 @@ std::optional<KeptConfiguration> kept_configuration(const fs::path& instance) {
 }
 
 std::vector<fs::path> differing_files(const KeptConfiguration& kept, const fs::path& instance) {
-  std::vector<fs::path> differing;
-  for (const fs::path& file : kept.files) {
-    const FileContent now = read_file(instance / file, largest::profile);
-    if (!now.error.empty() || now.bytes != copy_of(kept, instance, file)) differing.push_back(file);
-  }
-  return differing;
+  return differing(kept, instance, [](const fs::path&, const std::string&) {});
 }
 
-void bring_back(const KeptConfiguration& kept, const fs::path& instance) {
-  for (const fs::path& file : differing_files(kept, instance)) {
-    FileReplacement(instance / file).replace_target_with(copy_of(kept, instance, file));
-  }
+std::vector<fs::path> bring_back(const KeptConfiguration& kept, const fs::path& instance) {
+  return differing(kept, instance,
+                   [](const fs::path& file, const std::string& bytes) { FileReplacement(file).replace_target_with(bytes); });
 }
 
 }  // namespace eclipse_p2

@@ -23,11 +23,11 @@ void keep_configuration(const std::filesystem::path& instance, const std::string
 /// The copy; nothing when there is none that is complete.
 std::optional<KeptConfiguration> kept_configuration(const std::filesystem::path& instance);
 
-/// The files of the instance that differ from the copy. Throws FileError.
+/// The files of the instance, with their full paths, that differ from the copy. Throws FileError.
 std::vector<std::filesystem::path> differing_files(const KeptConfiguration& kept, const std::filesystem::path& instance);
 
-/// Replaces these files, each completely or not at all. The caller must have the lock. Throws FileError.
-void bring_back(const KeptConfiguration& kept, const std::filesystem::path& instance);
+/// Replaces these files, each completely or not at all, and returns them. The caller must have the lock. Throws FileError.
+std::vector<std::filesystem::path> bring_back(const KeptConfiguration& kept, const std::filesystem::path& instance);
 
 }  // namespace eclipse_p2
 

@@ -144,6 +144,10 @@ std::string time_of_state(const fs::path& file) {
   return name.substr(0, name.find('.'));
 }
 
+bool was_written_in(const ProfileState& state, const fs::path& instance) {
+  return state.install_folder.empty() || is_same_file(state.install_folder, instance);
+}
+
 bool is_before(const std::string& time, const std::string& other) {
   return std::strtoll(time.c_str(), nullptr, 10) < std::strtoll(other.c_str(), nullptr, 10);
 }
@@ -159,9 +163,7 @@ ProfileState read_profile_state(const fs::path& file) {
   state.is_damaged = !state.error.empty() && !text.exceeds_limit && !xml.exceeds_limit;
   const pugi::xml_node profile = xml.document.child("profile");
   if (profile.child("units")) state.units = units_in(profile);
-  const pugi::xml_node properties = profile.child("properties");
-  state.install_folder =
-      properties.find_child_by_attribute("property", "name", "org.eclipse.equinox.p2.installFolder").attribute("value").value();
+  state.install_folder = property_of(profile, "org.eclipse.equinox.p2.installFolder");
   return state;
 }
 

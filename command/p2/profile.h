@@ -61,6 +61,9 @@ ProfileState read_profile_state(const std::filesystem::path& file);
 /// The time of a state, which its file name begins with.
 std::string time_of_state(const std::filesystem::path& file);
 
+/// Whether the instance was in this directory when the state was written, as far as the state says.
+bool was_written_in(const ProfileState& state, const std::filesystem::path& instance);
+
 /// Whether a state of one time was written before that of another.
 bool is_before(const std::string& time, const std::string& other);
 

@@ -23,15 +23,6 @@ namespace {
 
 bool is_readable(const ProfileState& state) { return state.error.empty(); }
 
-/// From which a director starts when those that are damaged are moved aside.
-std::optional<ProfileState> first_usable_state(const fs::path& instance) {
-  for (const fs::path& file : profile_states(instance)) {
-    ProfileState state = read_profile_state(file);
-    if (!state.is_damaged) return state;
-  }
-  return std::nullopt;
-}
-
 std::size_t count_of(const ProfileState& state) { return state.units ? state.units->size() : 0; }
 
 InstanceDamage damage_of(const ProfileState& newest, const std::string& error, const std::string& repair) {
@@ -153,14 +144,17 @@ std::vector<ProfileState> states_to_move(const std::vector<ProfileState>& states
 }
 
 RepairPlan plan_repair(const fs::path& instance, const std::optional<std::string>& to) {
-  RepairPlan plan;
-  std::optional<std::string> target = to;
-  if (const auto first = first_usable_state(instance)) plan.configuration = configuration_damage(instance, *first);
+  RepairPlan plan{to, newest_states(instance, to), {}, {}};
+  // A director starts from this one when those that are damaged are moved aside.
+  const auto first =
+      std::find_if_not(plan.states.begin(), plan.states.end(), [](const ProfileState& state) { return state.is_damaged; });
+  if (first != plan.states.end()) plan.configuration = configuration_damage(instance, *first);
   auto kept = plan.configuration ? useful_copy(instance, *plan.configuration) : kept_configuration(instance);
-  if (plan.configuration && kept && !target) target = kept->time;
-  if (kept && target == kept->time) plan.to_bring_back = std::move(kept);
-  plan.states = newest_states(instance, target);
-  plan.to_move = states_to_move(plan.states, target);
+  if (plan.configuration && kept && !to) {
+    plan.to = kept->time;
+    plan.states = newest_states(instance, plan.to);
+  }
+  if (kept && plan.to == kept->time) plan.to_bring_back = std::move(kept);
   return plan;
 }
 

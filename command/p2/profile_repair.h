@@ -64,15 +64,15 @@ std::vector<ProfileState> newest_states(const std::filesystem::path& instance, c
 /// `to`. Throws RepairError when there is no such state, or when it is unknown whether a newer one is damaged.
 std::vector<ProfileState> states_to_move(const std::vector<ProfileState>& states, const std::optional<std::string>& to);
 
-/// What is to be done to repair an instance.
+/// What is known of an instance that may need a repair, and what its configuration needs.
 struct RepairPlan {
+  std::optional<std::string> to;                     ///< the time of the state to go back to, for states_to_move()
   std::vector<ProfileState> states;                  ///< newest first, as newest_states() reads them
-  std::vector<ProfileState> to_move;                 ///< aside, newest first
   std::optional<ConfigurationDamage> configuration;  ///< what is wrong with it
   std::optional<KeptConfiguration> to_bring_back;    ///< goes with the newest state that is left
 };
 
-/// Of the instance in this directory, to the state of time `to` if that is given. Throws RepairError as states_to_move() does.
+/// Of the instance in this directory, to the state of time `to` if that is given.
 RepairPlan plan_repair(const std::filesystem::path& instance, const std::optional<std::string>& to = {});
 
 /// Gives a state's file a name that p2 passes over, and returns it: the name followed by ".damaged". Overwrites nothing. Throws

@@ -11,6 +11,7 @@
 
 #include "base/text.h"
 #include "p2/touchpoint_actions.h"
+#include "p2/xml.h"
 
 namespace fs = std::filesystem;
 
@@ -65,10 +66,6 @@ std::optional<RepositoryPlace> place_of_child(std::string_view location, const R
 std::string name_of_artifact(const pugi::xml_node& artifact) {
   return std::string(artifact.attribute("classifier").value()) + "," + artifact.attribute("id").value() + "," +
          artifact.attribute("version").value();
-}
-
-std::string property_of(const pugi::xml_node& node, const std::string& name) {
-  return node.child("properties").find_child_by_attribute("property", "name", name.c_str()).attribute("value").value();
 }
 
 /// A label "%key" stands for the property "df_LT.key".

@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "base/file.h"
 #include "base/printable.h"
 #include "base/temporary_directory.h"
 #include "base/text.h"
@@ -72,16 +71,13 @@ std::string why_not_revertible(const ProfileState& newest, const ProfileState& t
 }
 
 std::optional<ProfileState> same_state_here(const fs::path& instance, const ProfileState& state) {
-  const auto is_here = [&](const ProfileState& each) {
-    return each.install_folder.empty() || is_same_file(each.install_folder, instance);
-  };
-  if (is_here(state)) return state;
+  if (was_written_in(state, instance)) return state;
   const InstalledUnits units = installed_in(state);
   std::optional<ProfileState> found;
   for (const fs::path& file : profile_states(instance)) {
     if (!is_before(state.time, time_of_state(file))) break;
     ProfileState newer = read_profile_state(file);
-    if (newer.error.empty() && is_here(newer) && change_between(units, installed_in(newer)).is_empty())
+    if (newer.error.empty() && was_written_in(newer, instance) && change_between(units, installed_in(newer)).is_empty())
       found = std::move(newer);
   }
   return found;

@@ -74,6 +74,10 @@ std::string error_in_text(std::string_view text) {
 
 }  // namespace
 
+std::string property_of(const pugi::xml_node& node, const std::string& name) {
+  return node.child("properties").find_child_by_attribute("property", "name", name.c_str()).attribute("value").value();
+}
+
 Xml read_xml(const std::string& text, const char* root) {
   Xml xml;
   // Tags and attributes, of which each takes many more bytes than in the file.

@@ -14,6 +14,9 @@ struct Xml {
   bool exceeds_limit = false;  ///< the error is that it has more elements than are read here
 };
 
+/// The value of the property of a unit, an artifact, a profile or a repository; empty when it has none of this name.
+std::string property_of(const pugi::xml_node& node, const std::string& name);
+
 /// Reads a document whose outermost element must have this name. After an error the document is empty.
 Xml read_xml(const std::string& text, const char* root);
 

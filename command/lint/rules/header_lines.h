@@ -11,7 +11,6 @@ namespace eclipse_lint {
 
 /// The first column of a line that the plug-in takes for a header.
 constexpr std::string_view header = "Repository";
-constexpr std::string_view utf_8_mark = "\xEF\xBB\xBF";
 
 /// A column without what people put around a header by mistake.
 std::string bare(std::string_view text);

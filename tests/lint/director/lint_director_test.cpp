@@ -46,6 +46,15 @@ void add_alpha_as(Product& product, const std::string& name, const std::string& 
   fs::copy(prepared / "sites/alpha", sites / name, fs::copy_options::recursive);
 }
 
+/// A product with the archive of alpha, that Python packs anew: `statements` copy `old` to `new`.
+void add_repacked_alpha(Product& product, const std::string& statements, const std::string& options = "") {
+  product.component("tools", {"alpha.zip"}, "sites/alpha.zip\torg.example.alpha.feature.group\n");
+  const std::string sites = (product.directory() / "tools/sites").string();
+  const std::string python = "import zipfile\nold = zipfile.ZipFile(\"alpha.zip\")\nnew = zipfile.ZipFile(\"new\", \"w\"" +
+                             options + ")\n" + statements + "new.close()\n";
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + sites + "' && python3 -c '" + python + "' && mv new alpha.zip").exit_code, 0);
+}
+
 }  // namespace
 
 TEST(LintDirector, CleanProductHasNoFindingAndGoesIn) {
@@ -331,12 +340,7 @@ TEST(LintDirector, FilesForOtherSystemsMayBeMissing) {
 
 TEST(LintDirector, ArchivePackedByAnotherMethodThanDeflateCannotBeLoaded) {
   Product product;
-  product.component("tools", {"alpha.zip"}, "sites/alpha.zip\torg.example.alpha.feature.group\n");
-  const std::string sites = (product.directory() / "tools/sites").string();
-  const std::string python =
-      "import zipfile; old = zipfile.ZipFile(\"alpha.zip\"); new = zipfile.ZipFile(\"new\", \"w\", zipfile.ZIP_LZMA); "
-      "[new.writestr(name, old.read(name)) for name in old.namelist()]; new.close()";
-  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + sites + "' && python3 -c '" + python + "' && mv new alpha.zip").exit_code, 0);
+  add_repacked_alpha(product, "for name in old.namelist():\n  new.writestr(name, old.read(name))\n", ", zipfile.ZIP_LZMA");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
   EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-not-loadable"));
 }
@@ -363,13 +367,9 @@ TEST(LintDirector, OtherBuildOfTheSameVersionIsNotInstalled) {
 
 TEST(LintDirector, ArchiveWithBackslashesLacksItsArtifacts) {
   Product product;
-  product.component("tools", {"alpha.zip"}, "sites/alpha.zip\torg.example.alpha.feature.group\n");
-  const std::string sites = (product.directory() / "tools/sites").string();
-  const std::string python =
-      "import zipfile\nold = zipfile.ZipFile(\"alpha.zip\")\nnew = zipfile.ZipFile(\"new\", \"w\")\n"
-      "for name in old.namelist():\n  info = zipfile.ZipInfo(name.replace(\"/\", chr(92)))\n  info.create_system = 0\n"
-      "  new.writestr(info, old.read(name))\nnew.close()\n";
-  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + sites + "' && python3 -c '" + python + "' && mv new alpha.zip").exit_code, 0);
+  add_repacked_alpha(product,
+                     "for name in old.namelist():\n  info = zipfile.ZipInfo(name.replace(\"/\", chr(92)))\n"
+                     "  info.create_system = 0\n  new.writestr(info, old.read(name))\n");
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13));
   EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-without-artifacts"));
 }
