@@ -6,9 +6,9 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
+#include "base/file.h"
 #include "base/text.h"
 #include "host_kit/forked.h"
 #include "host_kit/observed.h"
@@ -210,11 +210,13 @@ std::vector<Result> observed_results(const std::vector<const Check*>& checks, co
 }
 
 std::map<std::string, std::string> read_waivers(const std::string& file) {
-  std::ifstream lines(file);
-  if (!lines) throw std::invalid_argument(file + ": cannot be read; give a file whose lines are \"NAME REASON\"");
+  const eclipse_base::FileContent content = eclipse_base::read_file(file, eclipse_base::largest::configuration);
+  if (!content.error.empty()) {
+    throw std::invalid_argument(file + ": " + content.error + "; give a file whose lines are \"NAME REASON\"");
+  }
   std::map<std::string, std::string> waivers;
   std::size_t number = 0;
-  for (std::string line; std::getline(lines, line);) {
+  for (const std::string& line : eclipse_base::lines_of(content.bytes)) {
     ++number;
     const std::string_view entry = eclipse_base::trimmed(line);
     if (entry.empty() || entry[0] == '#') continue;

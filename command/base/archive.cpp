@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string_view>
 #include <system_error>
@@ -38,6 +40,13 @@ struct Limits {
 
 Unpacked failure(std::string error, bool exceeds_limit = false) { return {"", std::move(error), exceeds_limit}; }
 
+/// Why libarchive cannot go on: an error of the system, or one in the data.
+Unpacked failure_of(archive* reader) {
+  const int error = archive_errno(reader);
+  const bool is_of_system = error == EIO || error == ENOMEM;
+  return failure(is_of_system ? std::string("cannot be read: ") + std::strerror(error) : "is damaged");
+}
+
 /// A warning is a wrong checksum.
 Unpacked read_data(archive* reader, const Limits& limits) {
   Unpacked unpacked;
@@ -45,7 +54,7 @@ Unpacked read_data(archive* reader, const Limits& limits) {
   while (true) {
     const la_ssize_t length = archive_read_data(reader, piece.data(), piece.size());
     if (length == 0) return unpacked;
-    if (length < 0) return failure("is damaged");
+    if (length < 0) return failure_of(reader);
     unpacked.bytes.append(piece.data(), static_cast<std::size_t>(length));
     if (std::string excess = limits.excess(unpacked.bytes.size()); !excess.empty()) return failure(std::move(excess), true);
   }
@@ -76,7 +85,7 @@ Unpacked visit_entries(archive* reader, const Visit& visit) {
   for (std::size_t count = 1;; ++count) {
     const int status = archive_read_next_header(reader, &entry);
     if (status == ARCHIVE_EOF) return {};
-    if (status != ARCHIVE_OK && status != ARCHIVE_WARN) return failure("is damaged");
+    if (status != ARCHIVE_OK && status != ARCHIVE_WARN) return failure_of(reader);
     if (count > largest::archive_entries) {
       return failure("has more than " + std::to_string(largest::archive_entries) + " entries", true);
     }
@@ -84,12 +93,16 @@ Unpacked visit_entries(archive* reader, const Visit& visit) {
   }
 }
 
+Unpacked content_of(archive* reader, archive_entry* entry, const Limits& limits) {
+  return archive_entry_is_encrypted(entry) != 0 ? failure("is encrypted") : read_data(reader, limits);
+}
+
 /// The content of the first entry with this name; nothing when there is none.
 std::optional<Unpacked> find_entry(archive* reader, const std::string& name, const Limits& limits) {
   std::optional<Unpacked> found;
   Unpacked walk = visit_entries(reader, [&](archive_entry* entry) {
     if (name_of(entry) != name) return true;
-    found = archive_entry_is_encrypted(entry) != 0 ? failure("is encrypted") : read_data(reader, limits);
+    found = content_of(reader, entry, limits);
     return false;
   });
   return walk.error.empty() ? found : std::optional(std::move(walk));
@@ -151,17 +164,30 @@ std::uint32_t little_endian_2(std::string_view bytes) {
   return static_cast<unsigned char>(bytes[0]) | static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[1])) << 8;
 }
 
+/// The part of a zip archive from the last mark of its end; empty when there is none.
+std::string end_of_zip(const std::filesystem::path& file) {
+  constexpr std::size_t end_size = 22;
+  constexpr std::size_t longest_comment = 65535;
+  for (const std::size_t length : {end_size, end_size + longest_comment}) {
+    const std::string tail = read_end(file, length).bytes;
+    const std::size_t at = tail.rfind("PK\5\6");
+    if (at != tail.npos && tail.size() - at >= end_size) return tail.substr(at);
+  }
+  return "";
+}
+
+/// The size of the central directory, which is before that end.
+std::size_t directory_size_in(std::string_view end) { return little_endian(end.substr(12)); }
+
 /// The names in the central directory of a zip archive that have backslashes. libarchive turns these into slashes, Java does
 /// not.
 std::vector<std::string> names_with_backslashes(const std::filesystem::path& file) {
-  constexpr std::size_t end_size = 22;
   constexpr std::size_t header_size = 46;
   std::vector<std::string> names;
-  const std::string end = read_end(file, 65536 + end_size).bytes;
-  const std::size_t at = end.rfind("PK\5\6");
-  if (at == end.npos || end.size() - at < end_size) return names;
-  const std::size_t size = little_endian(std::string_view(end).substr(at + 12));
-  const std::string tail = read_end(file, end.size() - at + size).bytes;
+  const std::string end = end_of_zip(file);
+  if (end.empty()) return names;
+  const std::size_t size = directory_size_in(end);
+  const std::string tail = read_end(file, end.size() + size).bytes;
   std::string_view directory = std::string_view(tail).substr(0, std::min(size, tail.size()));
   while (directory.size() >= header_size && directory.starts_with("PK\1\2")) {
     const std::size_t length = little_endian_2(directory.substr(28));
@@ -211,13 +237,26 @@ std::optional<Unpacked> zip_entry(const std::string& archive, const std::string&
   return find_entry(reader.get(), name, {limit, archive.size()});
 }
 
+std::string zip_end_error(const std::filesystem::path& file) {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(file, error);
+  if (error) return "";
+  const std::string end = end_of_zip(file);
+  if (end.empty()) return "is cut off: the central directory of a zip archive is missing at its end";
+  constexpr std::size_t in_64_bits = 0xFFFFFFFF;
+  const std::size_t directory = directory_size_in(end);
+  const std::size_t offset = little_endian(std::string_view(end).substr(16));
+  if (directory == in_64_bits || offset == in_64_bits || directory + offset + end.size() <= size) return "";
+  return "lacks bytes: its central directory is not where its end says";
+}
+
 Archive::Archive(std::filesystem::path file) : file_(std::move(file)) {
   const FileContent beginning = read_beginning(file_, 4);
   error_ = beginning.error;
   // libarchive refuses an archive without entries, which is this mark and zeros.
   if (!error_.empty() || beginning.bytes == "PK\5\6") return;
   const ZipFile zip(file_);
-  Unpacked walk = failure("is damaged");
+  Unpacked walk = failure_of(zip.reader());
   std::string other_compression;
   if (zip.is_open()) {
     walk = visit_entries(zip.reader(), [&](archive_entry* entry) {
@@ -244,6 +283,36 @@ Unpacked Archive::read(const std::string& name, std::size_t limit) const {
   const ZipFile zip(file_);
   if (error || !zip.is_open()) return failure("cannot be read");
   return find_entry(zip.reader(), name, {limit, size}).value_or(failure("is damaged"));
+}
+
+void Archive::read_each(const std::set<std::string>& names, std::size_t limit,
+                        const std::function<void(const std::string& name, const Unpacked& content)>& use) const {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(file_, error);
+  const ZipFile zip(file_);
+  if (error || !zip.is_open()) return;
+  std::set<std::string> open = names;
+  visit_entries(zip.reader(), [&](archive_entry* entry) {
+    const std::string name = name_of(entry);
+    if (open.erase(name) != 0) use(name, content_of(zip.reader(), entry, {limit, size}));
+    return !open.empty();
+  });
+}
+
+std::string Archive::for_each(std::size_t limit,
+                              const std::function<void(const std::string& name, const std::string& bytes)>& use) const {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(file_, error);
+  const ZipFile zip(file_);
+  if (error || !zip.is_open()) return "cannot be read";
+  std::string entry_error;
+  const Unpacked walk = visit_entries(zip.reader(), [&](archive_entry* entry) {
+    const Unpacked unpacked = read_data(zip.reader(), {limit, size});
+    entry_error = unpacked.error;
+    if (entry_error.empty()) use(name_of(entry), unpacked.bytes);
+    return entry_error.empty();
+  });
+  return walk.error.empty() ? entry_error : walk.error;
 }
 
 }  // namespace eclipse_base

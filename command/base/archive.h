@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
@@ -23,6 +24,10 @@ Unpacked decompress(const std::string& compressed, Compression compression, std:
 /// central directory. Nothing when it has no such entry.
 std::optional<Unpacked> zip_entry(const std::string& archive, const std::string& name, std::size_t limit);
 
+/// Why a file that begins like a zip archive does not end like one, to be read after its name; empty when it does, and when
+/// it cannot be read. An archive that was cut has lost its central directory, which is at its end.
+std::string zip_end_error(const std::filesystem::path& file);
+
 /// A zip archive in a file, read by its central directory.
 class Archive {
  public:
@@ -36,6 +41,14 @@ class Archive {
   bool has(const std::string& name) const { return names_.contains(name); }
   /// The content of an entry that it has.
   Unpacked read(const std::string& name, std::size_t limit) const;
+  /// Calls use(NAME, CONTENT) once for each of these entries that it has, in the order of the archive, up to one after which it
+  /// cannot be read.
+  void read_each(const std::set<std::string>& names, std::size_t limit,
+                 const std::function<void(const std::string& name, const Unpacked& content)>& use) const;
+  /// Calls use(NAME, BYTES) for each entry, of which none may be larger than the limit. Returns why not all could be read, to
+  /// be read after the name of the archive; empty when all could.
+  std::string for_each(std::size_t limit,
+                       const std::function<void(const std::string& name, const std::string& bytes)>& use) const;
 
  private:
   std::filesystem::path file_;

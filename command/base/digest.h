@@ -14,6 +14,8 @@ std::string_view name_of(Digest digest);
 
 /// In hexadecimal digits, with small letters.
 std::string digest_of(std::string_view bytes, Digest digest);
+/// The same in Base64, as manifests of jar files have it.
+std::string base64_digest_of(std::string_view bytes, Digest digest);
 
 }  // namespace eclipse_base
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <system_error>
 #include <utility>
@@ -28,6 +29,12 @@ class InputFile {
   }
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
+
+  /// What the file system says of it: 0 for files of /proc, whatever they hold.
+  std::uintmax_t size() const {
+    struct stat status {};
+    return descriptor_ >= 0 && fstat(descriptor_, &status) == 0 ? static_cast<std::uintmax_t>(status.st_size) : 0;
+  }
 
   void skip_to_last(std::size_t count) {
     const off_t size = descriptor_ < 0 ? 0 : lseek(descriptor_, 0, SEEK_END);
@@ -58,6 +65,10 @@ class InputFile {
   std::string error_;
 };
 
+FileContent too_large(std::size_t limit) {
+  return {"", "is larger than " + std::to_string(limit / largest::mebibyte) + " MiB", true};
+}
+
 [[noreturn]] void throw_unknown_path(const fs::path& file, const std::error_code& error) {
   throw FileError(file, "cannot determine its full path: " + error.message() + "; give the full path");
 }
@@ -79,12 +90,13 @@ int open_regular_file(const fs::path& file) {
 }
 
 FileContent limited_content(std::string bytes, std::size_t limit) {
-  if (bytes.size() <= limit) return {std::move(bytes), ""};
-  return {"", "is larger than " + std::to_string(limit / largest::mebibyte) + " MiB", true};
+  return bytes.size() <= limit ? FileContent{std::move(bytes), ""} : too_large(limit);
 }
 
 FileContent read_file(const fs::path& file, std::size_t limit) {
-  FileContent content = InputFile(file).read_up_to(limit + 1);
+  InputFile input(file);
+  if (input.size() > limit) return too_large(limit);
+  FileContent content = input.read_up_to(limit + 1);
   return content.error.empty() ? limited_content(std::move(content.bytes), limit) : content;
 }
 
@@ -113,7 +125,7 @@ bool is_same_file(const fs::path& one, const fs::path& other) {
 }
 
 fs::path renamed_to_damaged(const fs::path& file) {
-  const std::string name = file.string() + ".damaged";
+  const std::string name = file.string() + std::string(set_aside_suffix);
   std::error_code error;
   fs::path free = name;
   for (int number = 2; fs::exists(fs::symlink_status(free, error)); ++number) free = name + "." + std::to_string(number);

@@ -30,13 +30,18 @@ std::filesystem::path target_of(const std::filesystem::path& file) {
 
 }  // namespace
 
+NoSpace::NoSpace(const std::filesystem::path& file, const std::string& message)
+    : FileError(file, message + "; free some space in its file system") {}
+
+bool NoSpace::is_reason(int error) { return error == ENOSPC || error == EDQUOT; }
+
 FileReplacement::FileReplacement(const std::filesystem::path& file, const std::filesystem::path& directory)
     : named_(file), target_(target_of(file)) {
   const std::string name = "." + target_.filename().string() + "." + std::to_string(getpid()) + ".new";
   temporary_ = (directory.empty() ? target_.parent_path() : directory) / name;
   unlink(temporary_.c_str());
   descriptor_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  if (descriptor_ < 0) fail((directory.empty() ? "" : temporary_.string() + ": ") + std::strerror(errno));
+  if (descriptor_ < 0) fail_with(errno, directory.empty() ? "" : temporary_.string() + ": ");
 }
 
 FileReplacement::~FileReplacement() {
@@ -51,36 +56,51 @@ void FileReplacement::check_target() const {
   const std::uint64_t attributes = target.stx_attributes & target.stx_attributes_mask;
   if ((attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0) fail("it is immutable or append-only");
   if ((attributes & STATX_ATTR_MOUNT_ROOT) != 0) fail("it is a mount point");
-  if (faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0) fail(std::strerror(errno));
+  if (faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0) fail_with(errno);
 }
 
 void FileReplacement::replace_target_with(std::string_view text) {
-  copy_permissions_of_target();
+  write(text);
+  replace_target();
+}
+
+void FileReplacement::write(std::string_view text) {
+  copy_permissions_of(target_);
   while (!text.empty()) {
-    const ssize_t count = write(descriptor_, text.data(), text.size());
+    const ssize_t count = ::write(descriptor_, text.data(), text.size());
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) fail();
+    if (count < 0) fail_with(errno);
     text.remove_prefix(static_cast<std::size_t>(count));
   }
-  if (fsync(descriptor_) != 0 || rename(temporary_.c_str(), target_.c_str()) != 0) fail();
+  if (fsync(descriptor_) != 0) fail_with(errno);
+}
+
+void FileReplacement::replace_target() {
+  if (rename(temporary_.c_str(), target_.c_str()) != 0) fail_with(errno);
   close(descriptor_);
   descriptor_ = -1;
 }
 
 /// Before anything is written: nobody may read it who may not read the target.
-void FileReplacement::copy_permissions_of_target() const {
+void FileReplacement::copy_permissions_of(const std::filesystem::path& file) const {
   struct stat existing {};
-  if (stat(target_.c_str(), &existing) != 0) return;
-  if (fchmod(descriptor_, existing.st_mode & 07777U) != 0) fail();
+  if (stat(file.c_str(), &existing) != 0) return;
+  if (fchmod(descriptor_, existing.st_mode & 07777U) != 0) fail_with(errno);
   // A user who cannot change the owner may still be able to set the group. Neither is required.
   [[maybe_unused]] const bool is_given = fchown(descriptor_, existing.st_uid, existing.st_gid) == 0 ||
                                          fchown(descriptor_, static_cast<uid_t>(-1), existing.st_gid) == 0;
 }
 
-void FileReplacement::fail() const { fail(std::strerror(errno)); }
+void FileReplacement::fail_with(int error, const std::string& where) const {
+  const std::string reason = where + std::strerror(error);
+  if (NoSpace::is_reason(error)) throw NoSpace(named_, "cannot be written: " + reason);
+  fail(reason);
+}
 
 void FileReplacement::fail(const std::string& reason) const {
   throw FileError(named_, "cannot be written: " + reason + "; give the path of a writable file in a writable directory");
 }
+
+void replace_file(const std::filesystem::path& file, std::string_view text) { FileReplacement(file).replace_target_with(text); }
 
 }  // namespace eclipse_base

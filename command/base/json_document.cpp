@@ -17,8 +17,6 @@ namespace eclipse_base {
 
 namespace {
 
-constexpr std::size_t deepest_level = 64;
-
 bool is_word_byte(char byte) {
   return std::isalnum(static_cast<unsigned char>(byte)) != 0 || byte == '+' || byte == '-' || byte == '.';
 }
@@ -191,8 +189,8 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
   }
 
   bool open(JsonKind kind) {
-    if (open_.size() == deepest_level) {
-      const std::string message = "is nested deeper than " + std::to_string(deepest_level) + " levels here; remove some";
+    if (open_.size() == largest::json_levels) {
+      const std::string message = "is nested deeper than " + std::to_string(largest::json_levels) + " levels here; remove some";
       document_.fail(read_so_far() - 1, "", message);
     }
     // Stays where it is until it is closed: only then does the array that contains it grow.

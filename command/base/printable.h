@@ -23,6 +23,9 @@ struct PrintableForm {
 /// format or are invisible: also spaces other than U+0020. A backslash is shown as it is.
 std::string printable(std::string_view text, const PrintableForm& form = {});
 
+/// Whether printable() shows a character, which is valid UTF-8, as it is.
+bool is_printable(std::string_view character);
+
 /// printable() in double quotes.
 std::string in_quotes(std::string_view text);
 

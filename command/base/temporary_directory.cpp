@@ -3,6 +3,8 @@
 #include <stdlib.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 #include <system_error>
 
@@ -10,9 +12,22 @@ namespace fs = std::filesystem;
 
 namespace eclipse_base {
 
+namespace {
+
+fs::path directory_around() {
+  const char* const named = std::getenv("TMPDIR");
+  return named == nullptr || *named == '\0' ? "/tmp" : named;
+}
+
+}  // namespace
+
 TemporaryDirectory::TemporaryDirectory() {
-  std::string name = (fs::temp_directory_path() / "eclipse-int-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw fs::filesystem_error("mkdtemp", name, {errno, std::generic_category()});
+  const fs::path around = directory_around();
+  std::string name = (around / "eclipse-int-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) {
+    throw FileError(around, std::string("no temporary directory can be made here: ") + std::strerror(errno) + "; " +
+                                other_temporary_directory);
+  }
   path_ = name;
 }
 

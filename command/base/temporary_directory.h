@@ -4,9 +4,15 @@
 
 #include <filesystem>
 
+#include "base/file_error.h"
+
 namespace eclipse_base {
 
-/// Makes an empty directory that only this user can read, and removes it with all that is in it. Throws filesystem_error.
+/// How to fix that there is no directory for temporary files.
+inline constexpr const char* other_temporary_directory =
+    "let TMPDIR name a directory that this user can write, with enough space";
+
+/// Makes an empty directory that only this user can read, and removes it with all that is in it. Throws FileError.
 class TemporaryDirectory {
  public:
   TemporaryDirectory();

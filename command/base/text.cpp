@@ -122,12 +122,17 @@ std::size_t characters_in(std::string_view text) {
   return count;
 }
 
-bool is_utf8(std::string_view text) {
-  for (; !text.empty(); text.remove_prefix(character_length(text))) {
-    if (character_length(text) == 0) return false;
+std::size_t length_of_utf8(std::string_view text) {
+  std::size_t valid = 0;
+  for (;;) {
+    while (valid < text.size() && static_cast<unsigned char>(text[valid]) < 0x80) ++valid;
+    const std::size_t length = character_length(text.substr(valid));
+    if (length == 0) return valid;
+    valid += length;
   }
-  return true;
 }
+
+bool is_utf8(std::string_view text) { return length_of_utf8(text) == text.size(); }
 
 namespace {
 

@@ -63,6 +63,9 @@ std::size_t character_length(std::string_view text);
 /// How many characters a text has. Bytes that are not UTF-8 count as one each.
 std::size_t characters_in(std::string_view text);
 
+/// How many bytes of a text are UTF-8, from its beginning on, without those of a character that is not complete.
+std::size_t length_of_utf8(std::string_view text);
+
 bool is_utf8(std::string_view text);
 
 /// The same text in UTF-8. The bytes are UTF-16 with a byte-order mark, or without one if all characters are ASCII. Nothing

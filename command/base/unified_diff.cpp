@@ -4,6 +4,9 @@
 #include <cstddef>
 #include <vector>
 
+#include "base/printable.h"
+#include "base/text.h"
+
 namespace eclipse_base {
 
 namespace {
@@ -99,12 +102,42 @@ std::string hunk(const std::vector<Step>& steps, std::size_t begin, std::size_t 
   return text;
 }
 
+/// An escape as in C, of which only these are understood everywhere.
+std::string escape_of(char byte) {
+  constexpr std::string_view with_letter = "\n\t\r\"\\";
+  if (const std::size_t at = with_letter.find(byte); at != with_letter.npos) return {'\\', "ntr\"\\"[at]};
+  const auto code = static_cast<unsigned char>(byte);
+  return {'\\', static_cast<char>('0' + (code >> 6U)), static_cast<char>('0' + ((code >> 3U) & 7U)),
+          static_cast<char>('0' + (code & 7U))};
+}
+
+/// A name as git writes it and patch reads it: in quotes when it has a byte that needs an escape, and with a tab at its end
+/// when it has a space, so that what follows the space is not taken for a date.
+std::string name_in_diff(std::string_view file) {
+  std::string quoted;
+  bool needs_quotes = false;
+  for (std::string_view rest = file; !rest.empty();) {
+    const std::string_view character = rest.substr(0, std::max<std::size_t>(character_length(rest), 1));
+    rest.remove_prefix(character.size());
+    const bool is_plain = character_length(character) != 0 && is_printable(character) && character != "\"" && character != "\\";
+    if (is_plain) {
+      quoted += character;
+    } else {
+      needs_quotes = true;
+      for (const char byte : character) quoted += escape_of(byte);
+    }
+  }
+  const std::string name = needs_quotes ? "\"" + quoted + "\"" : std::string(file);
+  return file.find(' ') == file.npos ? name : name + "\t";
+}
+
 }  // namespace
 
 std::string unified_diff(std::string_view file, std::string_view before, std::string_view after) {
   if (before == after) return "";
   const auto steps = steps_between(lines_with_ends(before), lines_with_ends(after));
-  std::string text = "--- " + std::string(file) + "\n+++ " + std::string(file) + "\n";
+  const std::string name = name_in_diff(file);
+  std::string text = "--- " + name + "\n+++ " + name + "\n";
   const auto is_change = [](const Step& step) { return step.mark != ' '; };
   for (auto change = std::find_if(steps.begin(), steps.end(), is_change); change != steps.end();) {
     const auto begin = static_cast<std::size_t>(change - steps.begin());

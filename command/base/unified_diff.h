@@ -7,7 +7,8 @@
 
 namespace eclipse_base {
 
-/// The unified diff of two contents of a file, with three lines of context, which patch applies. Empty when they are equal.
+/// The unified diff of two contents of a file, with three lines of context, which patch applies. Empty when they are equal. The
+/// name of the file is in quotes, with escapes, when it has characters that cannot be printed.
 /// Where very many lines differ, lines may be removed and added again that are the same.
 std::string unified_diff(std::string_view file, std::string_view before, std::string_view after);
 

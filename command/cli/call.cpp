@@ -1,9 +1,11 @@
 #include <algorithm>
 
 #include "base/printable.h"
-#include "cli/session_command.h"
 #include "cli/subcommands.h"
-#include "cli/usage_error.h"
+#include "run/session_command.h"
+#include "run/usage_error.h"
+
+using namespace eclipse_run;
 
 namespace eclipse_cli {
 
@@ -32,7 +34,7 @@ int call(SessionOptions options, std::vector<std::string> arguments) {
   }
   std::for_each(arguments.begin(), arguments.end(), check_action);
   SessionCommand command(options);
-  const bool starts_directors = std::any_of(arguments.begin(), arguments.end(), eclipse_host::is_perform_action);
+  const bool starts_directors = std::any_of(arguments.begin(), arguments.end(), eclipse_host::starts_director);
   return command.perform(
       [&](const auto& plugin, auto& session, auto& record, const auto& observers) {
         eclipse_host::call_actions(plugin, session, arguments, record, observers);

@@ -12,12 +12,17 @@
 #include <memory>
 
 #include "base/file.h"
+#include "base/temporary_directory.h"
 #include "base/text.h"
-#include "cli/standard_streams.h"
 #include "cli/subcommands.h"
-#include "cli/usage_error.h"
 #include "host_kit/environment.h"
-#include "standalone_host/installation.h"
+#include "run/usage_error.h"
+#include "standalone_host/plugin.h"
+#include "terminal/exit_status.h"
+#include "terminal/standard_streams.h"
+
+using namespace eclipse_run;
+using namespace eclipse_terminal;
 
 namespace environment = host_kit::environment;
 
@@ -62,44 +67,31 @@ struct CheckHostOptions {
 
 /// The library that checks a host: where a build or an installation puts it.
 std::filesystem::path checking_library() {
-  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-  const std::filesystem::path installed = program / eclipse_host::installed_library_directory;
-  for (const std::filesystem::path& directory : {program, installed}) {
-    auto library = (directory / "host_kit" / "libeclipse_int.so").lexically_normal();
+  const auto directories = eclipse_host::library_directories();
+  for (const std::filesystem::path& directory : directories) {
+    auto library = directory / "host_kit" / "libeclipse_int.so";
     if (std::filesystem::exists(library)) return library;
   }
-  throw UsageError("check-host: the library that checks a host is not in " +
-                   (installed / "host_kit").lexically_normal().string() + "; install it with the command");
+  throw std::runtime_error("check-host: the library that checks a host is not in " +
+                           (directories.back() / "host_kit").string() + "; install it with the command");
 }
 
 int list_checks(const std::string& format) {
   void* const library = dlopen(checking_library().c_str(), RTLD_NOW | RTLD_LOCAL);
   void* const symbol = library == nullptr ? nullptr : dlsym(library, "eclipse_int_list_checks");
-  if (symbol == nullptr) throw UsageError(std::string("check-host: ") + dlerror());
+  if (symbol == nullptr) throw std::runtime_error(std::string("check-host: ") + dlerror());
   reinterpret_cast<void (*)(const char*)>(symbol)(format.c_str());
-  return 0;
+  return exit_success;
 }
 
 /// A directory for the report and the progress.
 class ReportDirectory {
  public:
-  ReportDirectory() {
-    path_ = (std::filesystem::temp_directory_path() / "eclipse-int-check-host-XXXXXX").string();
-    if (mkdtemp(path_.data()) == nullptr)
-      throw UsageError("check-host: cannot make the directory " + path_ + ": " + std::strerror(errno));
-  }
-  ~ReportDirectory() {
-    std::error_code error;
-    std::filesystem::remove_all(path_, error);
-  }
-  ReportDirectory(const ReportDirectory&) = delete;
-  ReportDirectory& operator=(const ReportDirectory&) = delete;
-
-  std::string report() const { return path_ + "/report"; }
-  std::string progress() const { return path_ + "/progress"; }
+  std::string report() const { return directory_.path() / "report"; }
+  std::string progress() const { return directory_.path() / "progress"; }
 
  private:
-  std::string path_;
+  eclipse_base::TemporaryDirectory directory_;
 };
 
 std::string absolute(const std::string& file) { return file.empty() ? "" : eclipse_base::absolute_path(file).string(); }
@@ -150,12 +142,11 @@ int run_host(const std::vector<std::string>& command) {
   arguments.push_back(nullptr);
   const InterruptionsIgnored ignored;
   const pid_t child = fork();
-  if (child < 0) throw UsageError(std::string("check-host: cannot start a process: ") + std::strerror(errno));
+  if (child < 0) throw std::runtime_error(std::string("check-host: cannot start a process: ") + std::strerror(errno));
   if (child == 0) {
     ignored.end_in_child();
     for (const int reset : {SIGPIPE, SIGXFSZ}) signal(reset, SIG_DFL);
-    dup2(STDERR_FILENO, STDOUT_FILENO);
-    execvp(arguments[0], arguments.data());
+    if (dup2(STDERR_FILENO, STDOUT_FILENO) >= 0) execvp(arguments[0], arguments.data());
     const std::string message = "eclipse-int: " + command[0] + " cannot be run: " + std::strerror(errno) + "\n";
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, message.data(), message.size());
     _exit(127);
@@ -171,7 +162,9 @@ std::string how_it_ended(int status) {
   return "ended with exit status " + std::to_string(WEXITSTATUS(status));
 }
 
-std::string text_of(const std::string& file) { return eclipse_base::read_file(file, eclipse_base::largest::metadata).bytes; }
+std::string text_of(const std::string& file) {
+  return eclipse_base::content_of(file, eclipse_base::largest::metadata, "check the host again");
+}
 
 /// Prints the report; returns the exit status.
 int report(const ReportDirectory& directory, int status) {
@@ -180,7 +173,7 @@ int report(const ReportDirectory& directory, int status) {
   if (progress.starts_with("2")) throw UsageError("check-host: " + progress.substr(1));
   if (progress.starts_with("checking")) {
     print_message(host + " during the check " + progress.substr(progress.find(' ') + 1));
-    return 1;
+    return exit_failure;
   }
   if (progress != "0" && progress != "1") {
     print_message(host + (progress.empty()
@@ -188,11 +181,11 @@ int report(const ReportDirectory& directory, int status) {
                                 "the plug-in by a path, write {plugin} instead of this path in its command. A "
                                 "DT_RPATH, or a set-user-ID bit, makes the loader ignore LD_LIBRARY_PATH."
                               : ", and loaded the plug-in, but called none of its actions."));
-    return 2;
+    return exit_trouble;
   }
   std::cout << text_of(directory.report());
   if (WIFSIGNALED(status)) print_message(host + " after it was checked");
-  return progress == "1" || WIFSIGNALED(status) ? 1 : 0;
+  return progress == "1" || WIFSIGNALED(status) ? exit_failure : exit_success;
 }
 
 int perform(const CheckHostOptions& options) {
@@ -218,27 +211,31 @@ Subcommand add_check_host(const Parser& program) {
       .add_option("COMMAND", options->command,
                   "The command that runs the host, after \"--\"; {plugin} in it becomes\nthe path of the library")
       .option_text("ARGS...");
-  parser.add_option("--only", options->only, "Perform this check, or the checks of this group; may be repeated [all checks]")
+  parser
+      .add_option("--only", options->only,
+                  "Perform this check, or the checks of this group; may be repeated\n[default: all checks]")
       .type_name("NAME")
       .one_value_each();
   parser.add_flag("--list", options->list, "List all checks with their levels, what they check and the promise, and exit");
   parser.add_flag("--in-process", options->in_process,
-                  "Perform the checks in the process of the host, for a debugger\n[each in a forked child]");
+                  "Perform the checks in the process of the host, for a debugger\n[default: each in a forked child]");
   parser.add_flag("--checks-only", options->checks_only,
                   "End the host after the checks, before the first action does anything");
   parser.add_flag("--drill", options->drill,
                   "After the checks, let the first action throw an exception, as it\ndoes when memory runs out, and see "
                   "whether the host catches it");
-  parser.add_option("--seconds", options->seconds, "End a check that takes longer than N seconds, 1 to 3600 [10]")
+  parser.add_option("--seconds", options->seconds, "End a check that takes longer than N seconds, 1 to 3600\n[default: 10]")
       .type_name("N")
       .between(1, 3600);
-  parser.add_option("--format", options->format, "Print the report as text, tap or junit; with --list, text or names [text]")
+  parser
+      .add_option("--format", options->format,
+                  "Print the report as text, tap or junit; with --list, text or names\n[default: text]")
       .type_name("FORMAT")
       .one_of({"text", "tap", "junit", "names"});
   parser.add_option("--junit", options->junit, "Write the report to FILE as well, in JUnit XML").type_name("FILE");
   parser
       .add_option("--log", options->log,
-                  "Read the log of the host from FILE [searched for in the open files and\nthe output of the host]")
+                  "Read the log of the host from FILE [default: searched for in the open\nfiles and the output of the host]")
       .type_name("FILE");
   parser.add_option("--waivers", options->waivers, "Accept the failures that FILE lists, each with a reason: NAME REASON")
       .type_name("FILE");

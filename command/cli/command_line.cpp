@@ -7,10 +7,14 @@
 #include "base/file.h"
 #include "base/printable.h"
 #include "cli/parser.h"
-#include "cli/session_source.h"
 #include "cli/subcommands.h"
-#include "cli/usage_error.h"
 #include "eclipse_int/version.h"
+#include "run/session_source.h"
+#include "run/usage_error.h"
+#include "terminal/exit_status.h"
+
+using namespace eclipse_run;
+using namespace eclipse_terminal;
 
 namespace eclipse_cli {
 
@@ -48,11 +52,11 @@ constexpr const char* help_exit_status =
 Subcommand add_help(CommandLine& command_line) {
   const Parser parser = command_line.parser().add_subcommand("help", "Print the help of a subcommand");
   const auto name = std::make_shared<std::string>();
-  parser.add_option("SUBCOMMAND", *name, "The subcommand [all]").option_text(" ");
+  parser.add_option("SUBCOMMAND", *name, "The subcommand [default: all]").option_text(" ");
   parser.set_help("eclipse-int help [SUBCOMMAND]", help_examples, help_exit_status);
   return {parser, [&command_line, name] {
             std::cout << command_line.help_of(*name);
-            return 0;
+            return exit_success;
           }};
 }
 
@@ -64,7 +68,7 @@ int print_versions(const SessionOptions& options) {
   std::cout << eclipse_base::printable(plugin.library().filename().string()) << " "
             << (version.empty() ? "unknown" : eclipse_base::printable(version)) << " ("
             << eclipse_base::printable(eclipse_base::absolute_path(plugin.library()).string()) << ")\n";
-  return 0;
+  return exit_success;
 }
 
 }  // namespace
@@ -90,7 +94,7 @@ int run_command_line(int argc, const char* const* argv) {
   subcommands.push_back(add_new(program));
   subcommands.push_back(add_language_server(program));
   subcommands.push_back(add_help(command_line));
-  if (!command_line.parse(argc, argv)) return 0;
+  if (!command_line.parse(argc, argv)) return exit_success;
   if (asks_for_version) return print_versions(options);
   if (options.plugin) throw UsageError("--plugin: before a subcommand it is for --version only; write it after the subcommand");
   for (const Subcommand& subcommand : subcommands) {

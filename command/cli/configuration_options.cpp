@@ -7,8 +7,8 @@ namespace eclipse_cli {
 void add_configuration_options(const Parser& command, ConfigurationOptions& options) {
   command
       .add_option("--config", options.file,
-                  "Take the configuration of lint from FILE [the nearest .eclipse-int.json in the\n"
-                  "directory of what is linted or above it]")
+                  "Take the configuration of lint from FILE [default: the nearest .eclipse-int.json\n"
+                  "in the directory of what is linted or above it]")
       .type_name("FILE");
   command.add_flag("--no-config", options.is_ignored, "Ignore configuration files").excludes("--config");
 }

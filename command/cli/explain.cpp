@@ -1,12 +1,15 @@
 #include <iostream>
 #include <memory>
 
-#include "cli/standard_streams.h"
 #include "cli/subcommands.h"
-#include "cli/usage_error.h"
 #include "lint/report.h"
+#include "run/usage_error.h"
+#include "terminal/exit_status.h"
+#include "terminal/standard_streams.h"
 
 using namespace eclipse_lint;
+using namespace eclipse_run;
+using namespace eclipse_terminal;
 
 namespace eclipse_cli {
 
@@ -55,7 +58,7 @@ int perform(const ExplainOptions& options) {
     if (&name != &options.names.front()) std::cout << "\n";
     explain(name);
   }
-  return 0;
+  return exit_success;
 }
 
 }  // namespace
@@ -63,7 +66,7 @@ int perform(const ExplainOptions& options) {
 Subcommand add_explain(const Parser& program) {
   const Parser parser = program.add_subcommand("explain", "Explain lint rules, or list them by group");
   const auto options = std::make_shared<ExplainOptions>();
-  parser.add_option("RULE", options->names, "Rules or groups of rules [all rules, one line each]").option_text("...");
+  parser.add_option("RULE", options->names, "Rules or groups of rules [default: all rules, one line each]").option_text("...");
   parser.add_flag("--manual", options->manual, "Print the manual of all rules in Markdown").excludes("RULE");
   parser.set_help("eclipse-int explain [RULE...] [--manual]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};

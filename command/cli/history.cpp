@@ -2,12 +2,17 @@
 #include <memory>
 
 #include "base/printable.h"
-#include "cli/history_report.h"
 #include "cli/instance_argument.h"
-#include "cli/instance_safety.h"
 #include "cli/subcommands.h"
 #include "p2/installed_units.h"
-#include "p2/profile.h"
+#include "p2/instance_paths.h"
+#include "report/history_report.h"
+#include "run/instance_safety.h"
+#include "terminal/exit_status.h"
+
+using namespace eclipse_report;
+using namespace eclipse_run;
+using namespace eclipse_terminal;
 
 namespace eclipse_cli {
 
@@ -17,7 +22,7 @@ constexpr const char* examples =
     "  eclipse-int history /opt/eclipse\n"
     "      Show what came and went with each state of the p2 profile, newest first.\n"
     "  eclipse-int history /opt/eclipse/eclipse --json\n"
-    "      Machine-readable output.\n"
+    "      Print them as a JSON document.\n"
     "\n"
     "p2 keeps each state of the profile, which records what is installed. \"eclipse-int undo\" goes back to one.\n"
     "+ is a unit that came in, - one that went out, ~ one that has another version. A state without a command was\n"
@@ -26,26 +31,24 @@ constexpr const char* examples =
 constexpr const char* exit_status =
     "Exit status:\n"
     "  0  the states are listed\n"
-    "  1  the newest state is damaged\n"
+    "  1  the Eclipse instance is damaged; the states are listed nevertheless\n"
     "  2  an error in the arguments, or the instance has no profile of its own\n";
 
 int perform(const std::string& eclipse, bool json) {
   History history;
-  history.executable = executable_of(eclipse);
+  history.executable = eclipse_p2::existing_executable(eclipse);
   const auto instance = eclipse_p2::instance_directory(history.executable);
-  history.journal = eclipse_p2::read_run_journal(instance);
-  history.states = eclipse_p2::profile_history(instance, history.journal);
-  if (history.states.empty()) {
-    throw eclipse_p2::InstanceError(eclipse_base::in_quotes(history.executable) + " " + eclipse_p2::why_no_profile(instance));
-  }
-  history.damage = eclipse_p2::instance_damage_at_rest(history.executable);
+  history.journal = eclipse_instance::read_run_journal(instance);
+  history.states = eclipse_instance::profile_history(instance, history.journal);
+  if (history.states.empty()) throw eclipse_p2::no_profile(history.executable);
+  history.damage = eclipse_instance::instance_damage_at_rest(history.executable);
   if (json) {
     print_history(history);
   } else {
     std::cout << history_text(history);
   }
   print_damage(history.damage);
-  return history.damage ? 1 : 0;
+  return history.damage ? exit_failure : exit_success;
 }
 
 }  // namespace
@@ -55,7 +58,7 @@ Subcommand add_history(const Parser& program) {
   const auto eclipse = std::make_shared<std::string>();
   const auto json = std::make_shared<bool>(false);
   add_eclipse_argument(parser, *eclipse);
-  parser.add_flag("--json", *json, "Machine-readable output: print one JSON document with the states, and nothing else");
+  add_json_option(parser, *json, "the states");
   parser.set_help("eclipse-int history ECLIPSE [OPTIONS]", examples, exit_status);
   return {parser, [eclipse, json] { return perform(*eclipse, *json); }};
 }

@@ -11,9 +11,6 @@ namespace eclipse_cli {
 /// Adds the argument ECLIPSE.
 void add_eclipse_argument(const Parser& command, std::string& eclipse);
 
-/// The full path of the executable that is named, or that is in the directory that is named. Throws FileError.
-std::string executable_of(const std::string& eclipse);
-
 }  // namespace eclipse_cli
 
 #endif

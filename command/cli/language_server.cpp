@@ -4,13 +4,17 @@
 #include <memory>
 
 #include "cli/configuration_options.h"
-#include "cli/session_source.h"
-#include "cli/session_variables.h"
-#include "cli/standard_streams.h"
 #include "cli/subcommands.h"
 #include "dry_run/plugin_functions.h"
 #include "eclipse_int/version.h"
 #include "language_server/serve.h"
+#include "run/session_source.h"
+#include "run/session_variables.h"
+#include "terminal/exit_status.h"
+#include "terminal/standard_streams.h"
+
+using namespace eclipse_run;
+using namespace eclipse_terminal;
 
 namespace eclipse_cli {
 
@@ -51,9 +55,9 @@ int perform(const LanguageServerOptions& options) {
     eclipse_language_server::serve(server, STDIN_FILENO, STDOUT_FILENO);
   } catch (const eclipse_language_server::FramingError& error) {
     print_message(std::string("standard input: ") + error.what() + "; let an editor start this command");
-    return 2;
+    return exit_trouble;
   }
-  return server.was_shut_down() ? 0 : 1;
+  return server.was_shut_down() ? exit_success : exit_failure;
 }
 
 }  // namespace
@@ -64,7 +68,7 @@ Subcommand add_language_server(const Parser& program) {
   const auto options = std::make_shared<LanguageServerOptions>();
   parser.add_flag("--stdio", options->uses_standard_streams,
                   "Talk to the editor by standard input and output; this is always so,\nbut some editors add the option");
-  parser.add_option("--time-limit", options->time_limit, "Stop a check that takes more seconds [20]")
+  parser.add_option("--time-limit", options->time_limit, "Stop a check that takes more seconds [default: 20]")
       .type_name("SECONDS")
       .between(0.0, longest_time_limit);
   add_configuration_options(parser, options->configuration);

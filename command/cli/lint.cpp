@@ -1,3 +1,4 @@
+
 #include "lint/lint.h"
 
 #include <algorithm>
@@ -12,19 +13,24 @@
 #include "base/text.h"
 #include "base/unified_diff.h"
 #include "cli/configuration_options.h"
-#include "cli/session_options.h"
-#include "cli/session_source.h"
-#include "cli/session_variables.h"
-#include "cli/standard_streams.h"
 #include "cli/subcommands.h"
-#include "cli/usage_error.h"
+#include "dry_run/component_directories.h"
 #include "dry_run/descriptor_paths.h"
 #include "eclipse_int/version.h"
 #include "lint/fix.h"
 #include "lint/report.h"
+#include "run/session_options.h"
+#include "run/session_source.h"
+#include "run/session_variables.h"
+#include "run/usage_error.h"
+#include "standalone_host/session_file.h"
+#include "terminal/exit_status.h"
+#include "terminal/standard_streams.h"
 
 using namespace eclipse_lint;
 using namespace eclipse_p2;
+using namespace eclipse_run;
+using namespace eclipse_terminal;
 
 namespace eclipse_cli {
 
@@ -68,6 +74,7 @@ struct LintOptions {
   std::vector<std::string> selected;
   std::vector<std::string> disabled;
   std::optional<std::string> overrides;
+  bool is_update = false;
   bool fixes = false;
   bool shows_diff = false;
   bool with_unsafe = false;
@@ -102,6 +109,7 @@ Settings settings_from(const LintOptions& options) {
   settings.disabled = checked_names("--disable", options.disabled);
   if (options.overrides) settings.overrides = read_overrides(*options.overrides);
   settings.configuration = configuration_choice(options.configuration);
+  settings.is_update = options.is_update;
   const SessionVariables variables(options.session.settings, options.session.variables);
   variables.check_mode();
   settings.add_variables = [variables](eclipse_host::Session& session) { variables.add_to(session); };
@@ -116,6 +124,12 @@ void print(const Findings& findings, const Errors& errors, const std::string& fo
   print_summary(std::cout, findings);
 }
 
+/// For a person, since silence may also mean that nothing was looked at; other programs get nothing, as from a compiler.
+void print_no_findings(std::size_t descriptor_files, const std::string& format) {
+  if (!output_is_terminal() || (format != "text" && format != "brief")) return;
+  std::cout << "No findings in " << eclipse_base::counted(descriptor_files, "descriptor file") << "\n";
+}
+
 /// An override that is no longer needed would hide the next finding of its rule.
 void warn_of_unused(const Settings& settings, const Findings& findings) {
   for (const Override& entry : settings.overrides) {
@@ -124,17 +138,6 @@ void warn_of_unused(const Settings& settings, const Findings& findings) {
     print_message(eclipse_base::printable(entry.location) + ": note: this override suppresses no finding of " + entry.rule +
                   " in these inputs");
   }
-}
-
-/// What is found in a drafted session itself is about the directory as a whole.
-Findings lint_drafted_session(const std::string& input, const eclipse_dry_run::PluginFunctions& library, Repositories& sites,
-                              eclipse_dry_run::DescriptorFiles& files, const Settings& settings,
-                              const SessionOptions& options) {
-  Findings findings = eclipse_lint::lint_session(library, sites, files, session_document(input, options), settings);
-  for (Finding& finding : findings) {
-    if (finding.location.file == input) finding.location = {input};
-  }
-  return findings;
 }
 
 /// The changed files as a diff, which a program gets as it is.
@@ -200,6 +203,7 @@ class InputLinter {
 
   Findings lint(const eclipse_dry_run::DescriptorFiles& files) {
     errors_.clear();
+    count_ = 0;
     Findings findings;
     for (const std::string& input : options_.inputs) {
       try {
@@ -211,6 +215,9 @@ class InputLinter {
     }
     return findings;
   }
+
+  /// The descriptor files that were read the last time.
+  std::size_t count() const { return count_; }
 
   /// Of the inputs that could not be linted the last time.
   const Errors& errors() const { return errors_; }
@@ -226,13 +233,12 @@ class InputLinter {
   Findings lint_input(const std::string& input, eclipse_dry_run::DescriptorFiles files) {
     if (input == standard_input) return lint_standard_input(files);
     const bool is_drafted = options_.session.eclipse || options_.session.removes;
-    Findings findings = is_drafted ? lint_drafted_session(input, library_, sites_, files, settings_, options_.session)
-                                   : eclipse_lint::lint(library_, sites_, files, input, settings_);
-    if (findings.empty() && files.is_unused() && is_component_directory(input)) {
-      throw eclipse_base::FileError(
-          input,
-          "no descriptor file found below etc/eclipse/; give the directory of a component that has one, or "
-          "write one, for example with \"eclipse-int new\"");
+    Findings findings =
+        is_drafted ? eclipse_lint::lint_session(library_, sites_, files, session_document(input, options_.session), settings_)
+                   : eclipse_lint::lint(library_, sites_, files, input, settings_);
+    count_ += files.count();
+    if (findings.empty() && files.count() == 0 && is_component_directory(input)) {
+      throw eclipse_base::FileError(input, eclipse_dry_run::no_descriptor_file);
     }
     return findings;
   }
@@ -240,11 +246,14 @@ class InputLinter {
   Findings lint_standard_input(eclipse_dry_run::DescriptorFiles& files) {
     const std::string& name = options_.input_name;
     std::string text = read_standard_input(name);
-    if (begins_like_session(text)) {
+    if (eclipse_host::begins_like_session(text)) {
       const auto document = std::make_shared<const eclipse_base::JsonDocument>(name, std::move(text));
-      return eclipse_lint::lint_session(library_, sites_, files, document, settings_);
+      Findings findings = eclipse_lint::lint_session(library_, sites_, files, document, settings_);
+      count_ += files.count();
+      return findings;
     }
     files.set_unsaved(name, std::move(text));
+    ++count_;
     return eclipse_lint::lint(library_, sites_, files, name, settings_);
   }
 
@@ -253,6 +262,7 @@ class InputLinter {
   const eclipse_dry_run::PluginFunctions& library_;
   Repositories sites_;
   Errors errors_;
+  std::size_t count_ = 0;
 };
 
 Findings at_least(Findings findings, const std::string& lowest_severity) {
@@ -264,7 +274,7 @@ Findings at_least(Findings findings, const std::string& lowest_severity) {
 int status_of(const Findings& findings, const std::string& lowest_severity) {
   const Severity wanted = severity_named(lowest_severity).value();
   const auto counts = [&](const Finding& finding) { return !finding.reason && finding.severity >= wanted; };
-  return std::any_of(findings.begin(), findings.end(), counts) ? 1 : 0;
+  return std::any_of(findings.begin(), findings.end(), counts) ? exit_failure : exit_success;
 }
 
 int perform(const LintOptions& options) {
@@ -287,13 +297,14 @@ int perform(const LintOptions& options) {
     const auto more = write(result.files);
     errors.insert(errors.end(), more.begin(), more.end());
     print(at_least(result.remaining, options.severity), errors, options.format);
+    if (result.remaining.empty() && errors.empty()) print_no_findings(linter.count(), options.format);
   }
   if (!errors.empty()) {
     print_errors(eclipse_base::FileErrors(errors));
-    return 2;
+    return exit_trouble;
   }
   warn_of_unused(settings, result.remaining);
-  if (options.shows_diff) return result.files.empty() ? 0 : 1;
+  if (options.shows_diff) return result.files.empty() ? exit_success : exit_failure;
   return status_of(at_least(result.remaining, options.severity), options.fail_on);
 }
 
@@ -307,22 +318,22 @@ Subcommand add_lint(const Parser& program) {
       .add_option("INPUT", options->inputs, "Descriptor files, directories of components, session files; - for\nstandard input")
       .required()
       .option_text("...");
-  parser.add_option("--format", options->format, "Output format: text, brief, json, sarif or github [text]")
+  parser.add_option("--format", options->format, "Output format: text, brief, json, sarif or github\n[default: text]")
       .type_name("FORMAT")
       .one_of({"text", "brief", "json", "sarif", "github"});
   parser
       .add_option("--severity", options->severity,
-                  "Lowest severity of the findings that are shown: error, warning\nor note [note]")
+                  "Lowest severity of the findings that are shown: error, warning\nor note [default: note]")
       .type_name("LEVEL")
       .one_of({"error", "warning", "note"});
   parser
       .add_option("--fail-on", options->fail_on,
-                  "Lowest severity of a shown finding that makes the exit status 1:\nerror, warning or note [error]")
+                  "Lowest severity of a shown finding that makes the exit status 1:\nerror, warning or note [default: error]")
       .type_name("LEVEL")
       .one_of({"error", "warning", "note"});
   parser
       .add_option("--select", options->selected,
-                  "Check only these rules and groups of rules, with commas between\nthem; may be repeated [all rules]")
+                  "Check only these rules and groups of rules, with commas between\nthem; may be repeated [default: all rules]")
       .type_name("RULE")
       .with_commas()
       .one_value_each();
@@ -338,9 +349,10 @@ Subcommand add_lint(const Parser& program) {
                   "\"line\"")
       .type_name("FILE");
   add_configuration_options(parser, options->configuration);
+  parser.add_flag("--update", options->is_update, "Check sessions as \"run --update\" would run them");
   parser
       .add_option("--stdin-name", options->input_name,
-                  "Path that standard input has in the output, and that a session on it is\nrelative to [-]")
+                  "Path that standard input has in the output, and that a session on it is\nrelative to [default: -]")
       .type_name("PATH");
   parser.add_flag("--fix", options->fixes, "Correct descriptor files where only one text can be meant");
   parser.add_flag("--diff", options->shows_diff, "Show what --fix would change, and write nothing").excludes("--fix");

@@ -6,14 +6,16 @@
 #include "base/file_error.h"
 #include "base/printable.h"
 #include "base/text.h"
-#include "cli/run_json.h"
-#include "cli/standard_streams.h"
 #include "cli/subcommands.h"
-#include "cli/table.h"
 #include "p2/repository.h"
+#include "report/json_parts.h"
+#include "terminal/standard_streams.h"
+#include "terminal/table.h"
 
 using namespace eclipse_base;
 using namespace eclipse_p2;
+using namespace eclipse_report;
+using namespace eclipse_terminal;
 
 namespace eclipse_cli {
 
@@ -188,7 +190,7 @@ Subcommand add_list(const Parser& program) {
       .required()
       .option_text("...");
   parser.add_flag("--all", options->all, "List every unit, including categories and bundles");
-  parser.add_flag("--json", options->json, "Print one JSON document, and nothing else");
+  add_json_option(parser, options->json, "the repositories");
   parser.set_help("eclipse-int list REPOSITORY... [OPTIONS]", examples, exit_status);
   return {parser, [options] { return perform(*options); }};
 }

@@ -2,13 +2,16 @@
 #include <memory>
 
 #include "base/printable.h"
-#include "cli/session_source.h"
-#include "cli/standard_streams.h"
 #include "cli/subcommands.h"
-#include "cli/usage_error.h"
 #include "draft/descriptor_draft.h"
+#include "run/session_source.h"
+#include "run/usage_error.h"
+#include "terminal/exit_status.h"
+#include "terminal/standard_streams.h"
 
 using namespace eclipse_draft;
+using namespace eclipse_run;
+using namespace eclipse_terminal;
 
 namespace eclipse_cli {
 
@@ -36,7 +39,7 @@ int perform(const NewOptions& options) {
   const std::string& directory = options.session.session;
   if (options.drafts_session) {
     std::cout << drafted_session(directory, options.session);
-    return 0;
+    return exit_success;
   }
   if (options.session.eclipse || options.session.removes)
     throw UsageError("--eclipse and --remove need --session; add it, or leave them out");
@@ -47,7 +50,7 @@ int perform(const NewOptions& options) {
     print_message("note: " + eclipse_base::printable(directory) + ": " + eclipse_base::printable(note));
   }
   std::cout << draft.text;
-  return 0;
+  return exit_success;
 }
 
 }  // namespace
@@ -57,7 +60,7 @@ Subcommand add_new(const Parser& program) {
       "new", "Print a descriptor file for the p2 repositories (update sites) in a component's directory");
   const auto options = std::make_shared<NewOptions>();
   parser.add_option("DIRECTORY", options->session.session, "The component's directory").required().option_text(" ");
-  parser.add_flag("--all", options->all, "List all features [of a repository with categories, only those in them]");
+  parser.add_flag("--all", options->all, "List all features [default: of a repository with categories, only\nthose in them]");
   parser.add_flag("--session", options->drafts_session,
                   "Print a session file instead, for the features of the components\nin DIRECTORY; needs --eclipse");
   add_directory_options(parser, options->session);

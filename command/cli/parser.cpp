@@ -8,9 +8,10 @@
 
 #include "base/printable.h"
 #include "base/text.h"
-#include "cli/usage_error.h"
+#include "run/usage_error.h"
 
 using namespace eclipse_base;
+using namespace eclipse_run;
 
 namespace eclipse_cli {
 

@@ -1,10 +1,12 @@
-#include "cli/all_or_nothing.h"
-#include "cli/resolved_run.h"
-#include "cli/session_command.h"
-#include "cli/session_variables.h"
 #include "cli/subcommands.h"
-#include "cli/updated_run.h"
-#include "cli/verified_run.h"
+#include "run/all_or_nothing.h"
+#include "run/resolved_run.h"
+#include "run/session_command.h"
+#include "run/session_variables.h"
+#include "run/updated_run.h"
+#include "run/verified_run.h"
+
+using namespace eclipse_run;
 
 namespace eclipse_cli {
 

@@ -5,6 +5,8 @@
 #include "base/printable.h"
 #include "cli/subcommands.h"
 
+using namespace eclipse_run;
+
 namespace eclipse_cli {
 
 namespace {
@@ -68,23 +70,25 @@ void add_plugin_option(const Parser& command, SessionOptions& options) {
       .type_name("LIBRARY");
 }
 
+void add_json_option(const Parser& command, bool& json, const std::string& content) {
+  command.add_flag("--json", json,
+                   "Print one JSON document with " + content + ", and nothing else;\nbytes that are not UTF-8 become U+FFFD");
+}
+
 void add_wait_option(const Parser& command, double& seconds) {
-  command.add_option("--wait", seconds, "Wait at most this long while another director works on the same Eclipse instance [0]")
+  command
+      .add_option("--wait", seconds,
+                  "Wait at most this long while another director works on the same Eclipse instance\n[default: 0]")
       .type_name("SECONDS")
       .checked_by(error_in_seconds);
 }
 
 namespace {
 
-void add_json_option(const Parser& command, SessionOptions& options, const std::string& content) {
-  command.add_flag("--json", options.json,
-                   "Print one JSON document with " + content + ", and nothing else;\nbytes that are not UTF-8 become U+FFFD");
-}
-
 /// The options of a subcommand that only reads a session.
 void add_reading_options(const Parser& command, SessionOptions& options, const std::string& json_content) {
   add_input_options(command, options, "Read session variables from FILE; the session file overrides them");
-  add_json_option(command, options, json_content);
+  add_json_option(command, options.json, json_content);
 }
 
 /// The options of a subcommand that runs a session.
@@ -102,18 +106,17 @@ void add_running_options(const Parser& command, SessionOptions& options) {
                   "standard output")
       .type_name("FILE");
   add_wait_option(command, options.wait);
-  add_json_option(command, options, "everything that happened");
+  add_json_option(command, options.json, "everything that happened");
 }
 
-/// The command of an update changes nothing unless all of it resolves, so there is nothing to ask before.
-void add_update_options(const Parser& command, eclipse_update::Wishes& wishes) {
-  command
-      .add_flag("--update", wishes.update,
-                "Replace features that the instance has in another version, in one command before the others\n[default: "
-                "refuse the run if a version is older]")
-      .excludes("--resolve");
+Option add_update_options(const Parser& command, eclipse_update::Wishes& wishes) {
+  const Option update =
+      command.add_flag("--update", wishes.update,
+                       "Replace features that the instance has in another version, in one command before the others\n[default: "
+                       "refuse the run if a version is older]");
   command.add_flag("--allow-downgrade", wishes.downgrade, "With --update: also replace a newer version by an older one")
       .needs("--update");
+  return update;
 }
 
 Subcommand add_run(const Parser& program) {
@@ -127,7 +130,8 @@ Subcommand add_run(const Parser& program) {
   parser.add_flag("--resolve", how->resolves,
                   "Ask the director first whether it would install or remove all features, as\n"
                   "\"plan --resolve\" does, and run nothing if it would not");
-  add_update_options(parser, how->update);
+  // The command of the update changes nothing unless all of it resolves.
+  add_update_options(parser, how->update).excludes("--resolve");
   parser.add_flag(
       "--all-or-nothing", how->all_or_nothing,
       "If not all features go in (or out), bring the instance back to the state before the run;\nalso after a signal, "
@@ -213,25 +217,26 @@ Subcommand add_plan(const Parser& program) {
                   "[default: a line for each feature and repository, and anything unusual]");
   add_configuration_options(parser, how->configuration);
   add_reading_options(parser, *options, "the whole plan");
-  parser.set_help("eclipse-int plan SESSION [OPTIONS]",
-                  "  eclipse-int plan install.json\n"
-                  "      Show what \"eclipse-int run install.json\" would do.\n"
-                  "  eclipse-int plan modify.json --variables state.json\n"
-                  "      Do the same with the variables that an earlier run wrote.\n"
-                  "  eclipse-int plan modify.json --update\n"
-                  "      Show which features an update replaces, and the command.\n"
-                  "  eclipse-int plan install.json --resolve\n"
-                  "      Also ask the director whether all requirements can be met.\n"
-                  "  eclipse-int plan uninstall.json --json --retries > plan.json\n"
-                  "      Write the plan for another program, with all retries.\n",
-                  "Exit status:\n"
-                  "  0  the run would do what the plan shows, or has nothing to do\n"
-                  "  1  the run would be refused, a feature will fail, the shell would change or reject the command, or the\n"
-                  "     Eclipse instance is damaged; with --resolve also: the director would not install or remove all\n"
-                  "     features\n"
-                  "  2  an error in the session or the arguments; with --resolve also: the director cannot be asked,\n"
-                  "     for example because another director is at work on the Eclipse instance\n"
-                  "  128 + N  signal N interrupted the director\n");
+  parser.set_help(
+      "eclipse-int plan SESSION [OPTIONS]",
+      "  eclipse-int plan install.json\n"
+      "      Show what \"eclipse-int run install.json\" would do.\n"
+      "  eclipse-int plan modify.json --variables state.json\n"
+      "      Do the same with the variables that an earlier run wrote.\n"
+      "  eclipse-int plan modify.json --update\n"
+      "      Show which features an update replaces, and the command; with --resolve also whether the director\n"
+      "      would do it.\n"
+      "  eclipse-int plan install.json --resolve\n"
+      "      Also ask the director whether all requirements can be met.\n"
+      "  eclipse-int plan uninstall.json --json --retries > plan.json\n"
+      "      Write the plan for another program, with all retries.\n",
+      "Exit status:\n"
+      "  0  the run would do what the plan shows, or has nothing to do\n"
+      "  1  the run would be refused, a feature will fail, lint reports an error, or the Eclipse instance is damaged;\n"
+      "     with --resolve also: the director would not install or remove all features\n"
+      "  2  an error in the session or the arguments; with --resolve also: the director cannot be asked,\n"
+      "     for example because another director is at work on the Eclipse instance\n"
+      "  128 + N  signal N interrupted the director\n");
   return {parser, [options, how] { return plan(*options, *how); }};
 }
 

@@ -8,7 +8,7 @@
 
 #include "cli/configuration_options.h"
 #include "cli/parser.h"
-#include "cli/session_options.h"
+#include "run/session_options.h"
 #include "update/wishes.h"
 
 namespace eclipse_cli {
@@ -49,16 +49,19 @@ Subcommand add_language_server(const Parser& program);
 Subcommand add_check_host(const Parser& program);
 
 /// Adds --set, --variables and --plugin.
-void add_input_options(const Parser& command, SessionOptions& options, const std::string& about_variables);
+void add_input_options(const Parser& command, eclipse_run::SessionOptions& options, const std::string& about_variables);
 
 /// Adds --plugin.
-void add_plugin_option(const Parser& command, SessionOptions& options);
+void add_plugin_option(const Parser& command, eclipse_run::SessionOptions& options);
 
 /// Adds --eclipse and --remove, for a directory in place of a session file.
-void add_directory_options(const Parser& command, SessionOptions& options);
+void add_directory_options(const Parser& command, eclipse_run::SessionOptions& options);
 
 /// Adds --wait.
 void add_wait_option(const Parser& command, double& seconds);
+
+/// The option --json, for a document with this content.
+void add_json_option(const Parser& command, bool& json, const std::string& content);
 
 struct RunOptions {
   bool resolves = false;  ///< asks the director first, and runs only what it would do
@@ -69,10 +72,10 @@ struct RunOptions {
 
 /// Runs a whole session. Like all below, returns the exit status and throws
 /// UsageError, FileError, PluginError or InstanceError for what is found before anything is run.
-int run(const SessionOptions& options, const RunOptions& run);
+int run(const eclipse_run::SessionOptions& options, const RunOptions& run);
 
 /// Calls single actions. The last of the arguments is the session file.
-int call(SessionOptions options, std::vector<std::string> arguments);
+int call(eclipse_run::SessionOptions options, std::vector<std::string> arguments);
 
 /// The names of the actions, each on an indented line of its own that a line feed begins.
 std::string list_of_actions();
@@ -86,11 +89,11 @@ struct PlanOptions {
 };
 
 /// Prints what a run would do.
-int plan(const SessionOptions& options, const PlanOptions& plan);
+int plan(const eclipse_run::SessionOptions& options, const PlanOptions& plan);
 
 /// Compares an instance with what a run should have left. Its profile says what is installed, or the director, which is asked
 /// if the profile cannot be read, too.
-int verify(const SessionOptions& options, bool asks_director);
+int verify(const eclipse_run::SessionOptions& options, bool asks_director);
 
 }  // namespace eclipse_cli
 

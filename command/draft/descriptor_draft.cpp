@@ -97,16 +97,16 @@ std::optional<std::string> note_about(const Source& source, OfferedFeatures offe
 /// A text that the plug-in cannot read from a descriptor, or that the shell would change, has to be another one.
 void check(const fs::path& file, const eclipse_shell::CommandPiece& piece) {
   const bool is_cut = piece.text.find_first_of("\t\n\r") != std::string::npos;
-  if (!is_cut && !eclipse_shell::cause_in(piece)) return;
+  if (!is_cut && !eclipse_shell::cause_in(piece) && eclipse_shell::idle_globs_in(piece).empty()) return;
   const std::string problem = is_cut ? "a tab or a line end" : "a space or a shell metacharacter";
   throw FileError(file, piece.origin + " " + in_quotes(piece.text) + " contains " + problem + "; rename it");
 }
 
 void check(const fs::path& directory, const Source& source) {
   const bool is_archive = source.column.ends_with(".zip");
-  check(directory, eclipse_dry_run::repository_piece(source.column, is_archive, "the path"));
+  check(directory, eclipse_dry_run::repository_piece(directory.string(), source.column, is_archive, {}, "the path"));
   for (const std::string& id : source.features)
-    check(directory / source.column, eclipse_dry_run::feature_piece(id, true, "the id"));
+    check(directory / source.column, eclipse_dry_run::feature_piece(id, {}, "the id"));
 }
 
 }  // namespace

@@ -69,10 +69,4 @@ class SessionWriter {
 
 std::string draft_session(const SessionDraft& draft) { return SessionWriter(draft).write().dump(2) + "\n"; }
 
-fs::path executable_named(const fs::path& eclipse) {
-  const fs::path path = absolute_path(eclipse).lexically_normal();
-  std::error_code error;
-  return fs::is_directory(path, error) ? path / "eclipse" : path;
-}
-
 }  // namespace eclipse_draft

@@ -19,9 +19,6 @@ struct SessionDraft {
 /// Throws eclipse_base::FileError for a path that is not UTF-8, which JSON cannot hold.
 std::string draft_session(const SessionDraft& draft);
 
-/// The executable that a person means who names an instance by its executable or by its directory; absolute.
-std::filesystem::path executable_named(const std::filesystem::path& eclipse);
-
 }  // namespace eclipse_draft
 
 #endif

@@ -10,6 +10,7 @@
 #include "base/files_below.h"
 #include "dry_run/command_pieces.h"
 #include "dry_run/descriptor_paths.h"
+#include "p2/repositories_below.h"
 
 using namespace eclipse_base;
 
@@ -55,7 +56,7 @@ bool contains_a_site(const PluginFunctions& library, DescriptorFiles& files, con
     std::erase_if(records, [&](const plugin_config& record) { return !repositories.insert(record.repository).second; });
     for (const auto& placement : library.placements(records)) {
       std::error_code error;
-      if (placement && fs::exists(path_in(placement->url), error)) return true;
+      if (placement && fs::exists(path_for_director(placement->url), error)) return true;
     }
   }
   return false;
@@ -72,9 +73,9 @@ fs::path component_of(const PluginFunctions& library, DescriptorFiles& files, co
 }
 
 /// Sorts the files of a directory by their components. All names are relative to it.
-class ComponentSearch {
+class DirectorySearch {
  public:
-  ComponentSearch(const PluginFunctions& library, DescriptorFiles& files, const fs::path& directory)
+  DirectorySearch(const PluginFunctions& library, DescriptorFiles& files, const fs::path& directory)
       : library_(library),
         files_(files),
         directory_(directory),
@@ -82,20 +83,52 @@ class ComponentSearch {
         names_(files_of(directory)) {}
 
   std::vector<ComponentDirectory> search() {
-    const auto is_proper = [&](const std::string& name) { return is_descriptor(name) && !is_among_examples(name); };
-    are_examples_apart_ = std::any_of(names_.begin(), names_.end(), is_proper);
+    ByHolder examples;
     for (const std::string& name : names_) {
-      if (is_descriptor(name) && !is_example(name)) descriptors_[holder_of(name)].push_back(absolute_ / name);
+      if (!is_descriptor(name)) continue;
+      (is_among_examples(name) ? examples : descriptors_)[holder_of(name)].push_back(absolute_ / name);
     }
+    sort_out(std::move(examples));
     const auto holder = descriptors_.empty() ? holder_around(absolute_) : std::nullopt;
     return holder ? std::vector{component_around(*holder)} : components_below();
   }
 
  private:
+  using ByHolder = std::map<std::string, std::vector<fs::path>>;  // by the directories that hold their etc/eclipse
+
   bool is_descriptor(const std::string& name) const { return library_.descriptor({}, name).has_value(); }
-  bool is_example(const std::string& name) const {
-    return are_examples_apart_ && is_descriptor(name) && is_among_examples(name);
+
+  /// Where there is nothing else, examples are what is meant.
+  void sort_out(ByHolder examples) {
+    if (descriptors_.empty()) return descriptors_.swap(examples);
+    ByHolder components;
+    for (auto& [holder, files] : examples) {
+      if (is_component_called_like_examples(holder)) {
+        components.emplace(holder, files);
+      } else {
+        examples_.insert(files.begin(), files.end());
+      }
+    }
+    descriptors_.merge(components);
   }
+
+  /// A component may be the documentation of a product, "doc" beside "core" and "ui". It has a repository, and it is not in
+  /// another component, whose documentation or examples it would be.
+  bool is_component_called_like_examples(const std::string& holder) const {
+    const std::string parent = fs::path(holder).parent_path().string();
+    if (is_among_examples(parent + "/")) return false;
+    const auto is_sibling = [&](const auto& other) {
+      return !other.first.empty() && fs::path(other.first).parent_path() == parent;
+    };
+    const auto is_around = [&](const auto& other) {
+      return other.first.empty() || (parent + "/").starts_with(other.first + "/");
+    };
+    return std::any_of(descriptors_.begin(), descriptors_.end(), is_sibling) &&
+           std::none_of(descriptors_.begin(), descriptors_.end(), is_around) &&
+           !eclipse_p2::repositories_below(absolute_ / holder).empty();
+  }
+
+  bool is_example(const std::string& name) const { return examples_.contains(absolute_ / name); }
 
   /// The component whose etc/eclipse contains the directory, with the files of the directory.
   ComponentDirectory component_around(const fs::path& holder) const {
@@ -144,16 +177,16 @@ class ComponentSearch {
   fs::path directory_;
   fs::path absolute_;
   std::vector<std::string> names_;
-  bool are_examples_apart_ = false;
-  std::map<std::string, std::vector<fs::path>> descriptors_;  // by the directories that hold their etc/eclipse
-  std::map<std::string, std::vector<FoundFile>> found_;       // by the components' directories
+  ByHolder descriptors_;
+  std::set<fs::path> examples_;  // descriptor files among documentation or examples, where there are others
+  std::map<std::string, std::vector<FoundFile>> found_;  // by the components' directories
 };
 
 }  // namespace
 
 std::vector<ComponentDirectory> component_directories(const PluginFunctions& library, DescriptorFiles& files,
                                                       const fs::path& directory) {
-  return ComponentSearch(library, files, directory).search();
+  return DirectorySearch(library, files, directory).search();
 }
 
 }  // namespace eclipse_dry_run

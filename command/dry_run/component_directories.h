@@ -22,11 +22,16 @@ struct ComponentDirectory {
   std::vector<FoundFile> files;  ///< in the order of their paths, with empty directories and what else is not a directory
 };
 
+/// What is wrong with a directory without any, and the fix.
+inline constexpr const char* no_descriptor_file =
+    "has no descriptor file below etc/eclipse/; give the directory of a component that has one, or write one, for example "
+    "with \"eclipse-int new\"";
+
 /// The components in a directory, in the order of their paths. A component is a directory that contains an etc/eclipse; or, if
 /// none of the sites named there is in it, the nearest directory above it that contains one. A directory in a component's
 /// etc/eclipse gives that component, with the files of this directory alone. Files outside of all components belong to the
-/// searched directory. So do descriptor files among documentation and examples, unless there are no others. Throws FileError
-/// when a directory cannot be searched.
+/// searched directory. So do descriptor files among documentation and examples, unless there are no others, or their directory
+/// is a component beside others, with a repository. Throws FileError when a directory cannot be searched.
 std::vector<ComponentDirectory> component_directories(const PluginFunctions& library, DescriptorFiles& files,
                                                       const std::filesystem::path& directory);
 

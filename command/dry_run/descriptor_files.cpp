@@ -7,8 +7,18 @@
 
 namespace eclipse_dry_run {
 
+namespace {
+
+eclipse_base::FileContent with_limited_lines(eclipse_base::FileContent content) {
+  const auto lines = static_cast<std::size_t>(std::count(content.bytes.begin(), content.bytes.end(), '\n'));
+  if (lines <= eclipse_base::largest::descriptor_lines) return content;
+  return {"", "has more than " + std::to_string(eclipse_base::largest::descriptor_lines) + " lines", true};
+}
+
+}  // namespace
+
 eclipse_base::FileContent descriptor_content(const std::string& path) {
-  eclipse_base::FileContent content = eclipse_base::read_file(path, eclipse_base::largest::descriptor);
+  eclipse_base::FileContent content = with_limited_lines(eclipse_base::read_file(path, eclipse_base::largest::descriptor));
   std::error_code unknown;
   const std::size_t size = std::filesystem::file_size(path, unknown);
   const std::size_t count = content.bytes.size();
@@ -25,7 +35,7 @@ eclipse_base::FileContent descriptor_content(const std::string& path) {
 }
 
 void DescriptorFiles::set_unsaved(const std::filesystem::path& file, std::string text) {
-  unsaved_[file] = eclipse_base::limited_content(std::move(text), eclipse_base::largest::descriptor);
+  unsaved_[file] = with_limited_lines(eclipse_base::limited_content(std::move(text), eclipse_base::largest::descriptor));
 }
 
 bool DescriptorFiles::has_unsaved(const std::filesystem::path& file) const { return find_unsaved(file) != unsaved_.end(); }

@@ -2,6 +2,7 @@
 #ifndef ECLIPSE_INT_DRY_RUN_DESCRIPTOR_FILES_H
 #define ECLIPSE_INT_DRY_RUN_DESCRIPTOR_FILES_H
 
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -24,8 +25,8 @@ class DescriptorFiles {
   void set_unsaved(const std::filesystem::path& file, std::string text);
   bool has_unsaved(const std::filesystem::path& file) const;
 
-  /// Whether no file has been asked for.
-  bool is_unused() const { return contents_.empty(); }
+  /// How many have been asked for.
+  std::size_t count() const { return contents_.size(); }
 
   /// The result stays where it is.
   const eclipse_base::FileContent& at(const std::string& path);

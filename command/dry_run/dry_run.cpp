@@ -151,7 +151,7 @@ constexpr int failed = 1;  ///< the exit code of every command of a dry run
 class Recorder {
  public:
   Recorder(const Session& session, const std::string& probe, DescriptorFiles& files,
-           const std::optional<std::set<std::size_t>>& wanted_commands)
+           const std::set<std::size_t>& wanted_commands)
       : watch_(session, probe, run_), reading_(files), wanted_commands_(wanted_commands) {}
 
   /// Sets the seams of the session that is run.
@@ -191,15 +191,15 @@ class Recorder {
   CommandResult record(const std::string& command, const Session& session) {
     if (commands_ == 0) run_.variables = session.variables;
     const std::size_t number = commands_++;
-    if (!wanted_commands_ || wanted_commands_->contains(number)) run_.commands.emplace(number, command);
-    if (wanted_commands_ && number >= *wanted_commands_->rbegin()) throw EnoughCommands();
+    if (wanted_commands_.contains(number)) run_.commands.emplace(number, command);
+    if (number >= *wanted_commands_.rbegin()) throw EnoughCommands();
     return {"", "", failed, 0};
   }
 
   DryRun run_;
   SearchWatch watch_;
   DescriptorReading reading_;
-  const std::optional<std::set<std::size_t>>& wanted_commands_;
+  const std::set<std::size_t>& wanted_commands_;
   std::size_t commands_ = 0;  ///< so far
   bool performing_ = false;
 };
@@ -209,7 +209,7 @@ class Recorder {
 bool DryRun::logged(std::string_view line) const { return std::find(log.begin(), log.end(), line) != log.end(); }
 
 DryRun perform_dry_run(const Plugin& plugin, const Session& session, DescriptorFiles& files,
-                       const std::optional<std::set<std::size_t>>& wanted_commands, RunObservers observers) {
+                       const std::set<std::size_t>& wanted_commands, RunObservers observers) {
   const std::unique_ptr<Session> copy = copy_of(session);
   std::unique_ptr<CatalogueComponent> probe = probe_for(session);
   Recorder recorder(session, probe->code, files, wanted_commands);

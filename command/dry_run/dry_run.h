@@ -65,11 +65,11 @@ struct DryRun {
   bool logged(std::string_view line) const;
 };
 
-/// Performs a dry run of the session, which stays as it is, and records the commands of these numbers, or all. The plug-in
+/// Performs a dry run of the session, which stays as it is, and records the commands of these numbers. The plug-in
 /// reads the descriptor files as `files` has them. The observers are notified of it as of a run; what one of them throws comes
 /// out.
 DryRun perform_dry_run(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session, DescriptorFiles& files,
-                       const std::optional<std::set<std::size_t>>& wanted_commands, eclipse_host::RunObservers observers = {});
+                       const std::set<std::size_t>& wanted_commands, eclipse_host::RunObservers observers = {});
 
 }  // namespace eclipse_dry_run
 

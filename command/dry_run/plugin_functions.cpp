@@ -5,12 +5,12 @@
 #include <charconv>
 #include <cmath>
 #include <stdexcept>
-#include <system_error>
 #include <typeinfo>
 #include <utility>
 
 #include "base/file.h"
 #include "base/memory_file.h"
+#include "dry_run/descriptor_files.h"
 #include "dry_run/log_lines.h"
 
 using namespace eclipse_host;
@@ -103,12 +103,8 @@ ListLog list_log(decltype(&::populate_lists) populate, const std::vector<plugin_
 }  // namespace
 
 void check_descriptor_size(const std::filesystem::path& file) {
-  using eclipse_base::largest::descriptor;
-  std::error_code error;
-  const auto size = std::filesystem::file_size(file, error);
-  if (error || size <= descriptor) return;
-  throw eclipse_base::FileError(file, "is larger than " + std::to_string(descriptor / eclipse_base::largest::mebibyte) +
-                                          " MiB; keep only records in a descriptor file");
+  const eclipse_base::FileContent content = descriptor_content(file.string());
+  if (content.exceeds_limit) throw eclipse_base::FileError(file, content.error + "; keep only records in a descriptor file");
 }
 
 PluginFunctions::PluginFunctions(const Plugin& plugin) : plugin_(plugin) {

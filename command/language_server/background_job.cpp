@@ -9,40 +9,50 @@
 
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <exception>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace eclipse_language_server {
 
 namespace {
 
-void write_all(int descriptor, std::string_view text) {
+// The exit statuses of a child.
+constexpr int success = 0;
+constexpr int failure = 1;
+constexpr int unwritable = 2;  ///< the parent did not get all of the result or message
+
+/// Whether all of it was written.
+bool write_all(int descriptor, std::string_view text) {
   while (!text.empty()) {
     const ssize_t count = write(descriptor, text.data(), text.size());
-    if (count < 0 && errno != EINTR) return;
+    if (count < 0 && errno != EINTR) return false;
     if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
   }
+  return true;
 }
 
 /// Nothing that the work prints may get between the messages to the editor.
 void leave_standard_streams() {
   const int nothing = open("/dev/null", O_RDWR);
-  dup2(nothing, STDIN_FILENO);
-  dup2(nothing, STDOUT_FILENO);
+  if (nothing >= 0 && dup2(nothing, STDIN_FILENO) >= 0 && dup2(nothing, STDOUT_FILENO) >= 0) return;
+  throw std::system_error(errno, std::generic_category(), "cannot open /dev/null");
+}
+
+int status_of(const std::function<std::string()>& work, int output) {
+  try {
+    leave_standard_streams();
+    return write_all(output, work()) ? success : unwritable;
+  } catch (const std::exception& error) {
+    return write_all(output, error.what()) ? failure : unwritable;
+  }
 }
 
 [[noreturn]] void work_and_exit(const std::function<std::string()>& work, int output) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  leave_standard_streams();
-  int status = 0;
-  try {
-    write_all(output, work());
-  } catch (const std::exception& error) {
-    status = 1;
-    write_all(output, error.what());
-  }
-  _exit(status);
+  _exit(status_of(work, output));
 }
 
 }  // namespace
@@ -80,8 +90,16 @@ bool BackgroundJob::read_some() {
   const ssize_t count = read(descriptor_, buffer.data(), buffer.size());
   if (count > 0) result_.append(buffer.data(), static_cast<std::size_t>(count));
   if (count > 0 || (count < 0 && errno == EINTR)) return true;
+  const int error = count < 0 ? errno : 0;
+  if (error != 0) kill(child_, SIGKILL);  // it would wait for a reader
   wait_for_end();
+  if (error != 0) fail(std::string("the result cannot be read: ") + std::strerror(error));
   return false;
+}
+
+void BackgroundJob::fail(std::string message) {
+  has_succeeded_ = false;
+  result_ = std::move(message);
 }
 
 void BackgroundJob::wait_for_end() {
@@ -89,8 +107,10 @@ void BackgroundJob::wait_for_end() {
   pid_t ended = 0;
   do ended = waitpid(child_, &status, 0);
   while (ended < 0 && errno == EINTR);
-  has_succeeded_ = ended == child_ && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+  const bool has_exited = ended == child_ && WIFEXITED(status);
   child_ = -1;
+  has_succeeded_ = has_exited && WEXITSTATUS(status) == success;
+  if (has_exited && WEXITSTATUS(status) == unwritable) fail("the result cannot be written");
 }
 
 }  // namespace eclipse_language_server

@@ -31,12 +31,14 @@ class BackgroundJob {
 
   // Afterwards:
   bool has_succeeded() const { return has_succeeded_; }
-  /// What the work returned or the message of what it threw; empty when the child crashed.
+  /// What the work returned; otherwise the message of what it threw or why there is no result, or nothing when the child
+  /// crashed.
   const std::string& result() const { return result_; }
 
  private:
   bool read_some();
   void wait_for_end();
+  void fail(std::string message);
 
   int descriptor_ = -1;
   pid_t child_ = -1;

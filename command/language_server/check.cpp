@@ -106,12 +106,11 @@ Json as_json(const FileError& error, const Document& document, PositionEncoding 
   const bool is_inside = error.file() == *document.file() && error.line() != 0;
   Range range = document.range_of(0, 0, 0, encoding);
   if (is_inside) {
-    const std::size_t number = error.line() - 1;
-    const std::string_view line = document.line(number);
-    const auto character = [&](std::size_t count) {
-      return units_in(line, bytes_in(line, count, PositionEncoding::utf32), encoding);
+    const Line line = document.line(error.line() - 1);
+    const auto offset = [&](std::size_t characters) {
+      return line.start + bytes_in(line.text, characters, PositionEncoding::utf32);
     };
-    range = {{number, character(error.column() - 1)}, {number, character(error.column())}};
+    range = document.range_between(offset(error.column() - 1), offset(error.column()), encoding);
   }
   Json diagnostic = {{"range", as_json(range)},
                      {"severity", number_of(Severity::error)},

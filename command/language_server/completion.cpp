@@ -83,14 +83,14 @@ Json items_for_features(const std::string& site, const Json& range) {
 Json completion_items(const Linter& linter, const std::vector<const Document*>& open, const Document& document,
                       const Position& position, PositionEncoding encoding) {
   if (!document.is_descriptor() || !document.is_in_descriptor_directory()) return Json::array();
-  const std::string_view line = document.line(position.line);
-  const Cell cell = cell_at(line, bytes_in(line, position.character, encoding));
+  const std::size_t offset = document.offset_of(position, encoding);
+  const auto [start, line] = document.line_at(offset);
+  const Cell cell = cell_at(line, offset - start);
   if (cell.column > 1) return Json::array();
   DescriptorFiles files = files_as_open(open);
   const auto components = component_directories(linter.library, files, document.file()->parent_path());
   if (components.empty()) return Json::array();
-  const Json range = as_json(
-      Range{{position.line, units_in(line, cell.start, encoding)}, {position.line, units_in(line, cell.end, encoding)}});
+  const Json range = as_json(document.range_between(start + cell.start, start + cell.end, encoding));
   if (cell.column == 0) return items_for_sites(components.front().path, range);
   const std::string site(line.substr(0, line.find('\t')));
   return items_for_features(path_of_site(linter.library, components.front().path, site), range);

@@ -83,20 +83,31 @@ bool Document::is_in_descriptor_directory() const {
   return file_ && eclipse_dry_run::descriptor_directory_in(file_->string()) != std::string::npos;
 }
 
-std::string_view Document::line(std::size_t number) const {
-  if (number >= line_starts_.size()) return "";
-  const std::size_t start = line_starts_[number];
-  return std::string_view(text_).substr(start, text_.find('\n', start) - start);
+std::size_t Document::offset_of(const Position& position, PositionEncoding encoding) const {
+  if (position.line >= shown_line_starts_.size()) return text_.size();
+  return shown_line_starts_[position.line] + bytes_in(shown_line(position.line), position.character, encoding);
 }
 
+Range Document::range_between(std::size_t start, std::size_t end, PositionEncoding encoding) const {
+  return {position_of(start, encoding), position_of(end, encoding)};
+}
+
+Line Document::line(std::size_t number) const {
+  return line_from(number < line_starts_.size() ? line_starts_[number] : text_.size());
+}
+
+Line Document::line_at(std::size_t offset) const { return line_from(line_start(text_, offset)); }
+
 Range Document::range_of(std::size_t line, std::size_t column, std::size_t length, PositionEncoding encoding) const {
-  const std::size_t number = line == 0 ? 0 : line - 1;
-  const std::string_view text = this->line(number);
-  const std::size_t hidden = number == 0 ? hidden_beginning_.size() : 0;
-  const std::size_t first = line == 0 || column == 0 ? 0 : column - 1;
-  const std::size_t last = line == 0 ? text.size() + hidden : first + std::min(length, text.size() + hidden);
-  const auto character = [&](std::size_t byte) { return units_in(text, byte - std::min(byte, hidden), encoding); };
-  return {{number, character(first)}, {number, character(last)}};
+  const Line whole = this->line(line == 0 ? 0 : line - 1);
+  if (line == 0) return range_between(whole.start, whole.start + whole.text.size(), encoding);
+  const std::size_t hidden = line == 1 ? hidden_beginning_.size() : 0;
+  const std::size_t first = column == 0 ? 0 : column - 1;
+  const std::size_t last = first + std::min(length, whole.text.size() + hidden);
+  const auto offset = [&](std::size_t byte) {
+    return whole.start + std::min(byte - std::min(byte, hidden), whole.text.size());
+  };
+  return range_between(offset(first), offset(last), encoding);
 }
 
 std::optional<Range> Document::range_of_bytes(std::size_t offset, std::size_t length, PositionEncoding encoding) const {
@@ -104,7 +115,7 @@ std::optional<Range> Document::range_of_bytes(std::size_t offset, std::size_t le
   if (is_recoded_ || offset < hidden || offset - hidden > text_.size() || length > text_.size() - (offset - hidden)) {
     return std::nullopt;
   }
-  return Range{position_of(offset - hidden, encoding), position_of(offset - hidden + length, encoding)};
+  return range_between(offset - hidden, offset - hidden + length, encoding);
 }
 
 std::optional<TextEdit> Document::edit_to(std::string_view content, PositionEncoding encoding) const {
@@ -118,25 +129,34 @@ std::optional<TextEdit> Document::edit_to(std::string_view content, PositionEnco
   const auto same_at_end =
       std::mismatch(shorter.rbegin(), shorter.rend() - static_cast<std::ptrdiff_t>(start), longer.rbegin());
   const auto kept = kept_at_end(shorter, static_cast<std::size_t>(same_at_end.first - shorter.rbegin()));
-  const Range range = {position_of(start, encoding), position_of(text_.size() - kept, encoding)};
-  return TextEdit{range, std::string(content.substr(start, content.size() - kept - start))};
+  return TextEdit{range_between(start, text_.size() - kept, encoding),
+                  std::string(content.substr(start, content.size() - kept - start))};
 }
 
-/// Of a place in the text.
+Line Document::line_from(std::size_t start) const {
+  return {start, std::string_view(text_).substr(start, text_.find('\n', start) - start)};
+}
+
+/// Without the line feed or the carriage return that ends it.
+std::string_view Document::shown_line(std::size_t number) const {
+  const std::size_t start = shown_line_starts_[number];
+  const bool is_last = number + 1 == shown_line_starts_.size();
+  return std::string_view(text_).substr(start, is_last ? text_.npos : shown_line_starts_[number + 1] - start - 1);
+}
+
 Position Document::position_of(std::size_t offset, PositionEncoding encoding) const {
-  const auto next = std::upper_bound(line_starts_.begin(), line_starts_.end(), offset);
-  const auto number = static_cast<std::size_t>(next - line_starts_.begin()) - 1;
-  return {number, units_in(line(number), offset - line_starts_[number], encoding)};
-}
-
-std::size_t Document::offset_of(const Position& position, PositionEncoding encoding) const {
-  if (position.line >= line_starts_.size()) return text_.size();
-  return line_starts_[position.line] + bytes_in(line(position.line), position.character, encoding);
+  const auto next = std::upper_bound(shown_line_starts_.begin(), shown_line_starts_.end(), offset);
+  const auto number = static_cast<std::size_t>(next - shown_line_starts_.begin()) - 1;
+  return {number, units_in(shown_line(number), offset - shown_line_starts_[number], encoding)};
 }
 
 void Document::find_lines() {
   line_starts_ = {0};
-  for (std::size_t at = 0; (at = text_.find('\n', at)) != std::string::npos;) line_starts_.push_back(++at);
+  shown_line_starts_ = {0};
+  for (std::size_t at = 0; (at = text_.find_first_of("\r\n", at)) != text_.npos; ++at) {
+    if (text_[at] == '\n') line_starts_.push_back(at + 1);
+    if (text_.compare(at, 2, "\r\n") != 0) shown_line_starts_.push_back(at + 1);
+  }
 }
 
 }  // namespace eclipse_language_server

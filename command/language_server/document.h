@@ -35,8 +35,14 @@ Position position_in(const Json& params, const std::string& pointer);
 Range range_in(const Json& params, const std::string& pointer);
 Json as_json(const Range& range);
 
-/// Only a line feed ends a line, as for the plug-in. A carriage return before it is a part of the line for some editors, so
-/// positions may be before and after it.
+/// A line as the plug-in reads it: only a line feed ends it. For an editor it is several when there are carriage returns in it.
+struct Line {
+  std::size_t start = 0;  ///< in text()
+  std::string_view text;  ///< without the line feed
+};
+
+/// Positions count the lines as the protocol does: a line feed, a carriage return or both together end one. A carriage return
+/// before a line feed is a part of the line for some editors, so positions may be before and after it.
 class Document {
  public:
   /// A file that is opened with this text.
@@ -48,7 +54,6 @@ class Document {
   const std::string& text() const { return text_; }
 
   void replace_all(std::string text);
-  /// Positions after the end of a line or of the text mean the end.
   void replace(const Range& range, std::string_view text, PositionEncoding encoding);
 
   /// What the file will contain when it is saved: the text, and what the editor does not show of the file. That is a byte-order
@@ -64,8 +69,14 @@ class Document {
   /// Whether it is below an etc/eclipse, so that its component is known.
   bool is_in_descriptor_directory() const;
 
-  /// A line by its number, from 0, without its line feed; empty when there is no such line.
-  std::string_view line(std::size_t number) const;
+  /// Where a position is in text(). A position after the end of a line or of the text means the end.
+  std::size_t offset_of(const Position& position, PositionEncoding encoding) const;
+  /// The range from one offset in text() to another.
+  Range range_between(std::size_t start, std::size_t end, PositionEncoding encoding) const;
+  /// The line with this number, from 0; the empty end of the text when there are fewer.
+  Line line(std::size_t number) const;
+  /// The line that contains this offset in text().
+  Line line_at(std::size_t offset) const;
   /// The range of `length` bytes of content(), with line and column from 1. Line 0 means the whole first line.
   Range range_of(std::size_t line, std::size_t column, std::size_t length, PositionEncoding encoding) const;
   /// The range of `length` bytes of content() from an offset; nothing when the editor does not show all of them.
@@ -76,13 +87,15 @@ class Document {
 
  private:
   void find_lines();
+  Line line_from(std::size_t start) const;
+  std::string_view shown_line(std::size_t number) const;
   Position position_of(std::size_t offset, PositionEncoding encoding) const;
-  std::size_t offset_of(const Position& position, PositionEncoding encoding) const;
 
   std::string uri_;
   std::optional<std::filesystem::path> file_;
   std::string text_;
   std::vector<std::size_t> line_starts_;
+  std::vector<std::size_t> shown_line_starts_;  ///< of the lines that an editor shows
   std::string hidden_beginning_;
   bool is_recoded_ = false;  ///< the editor has converted the file from UTF-16
 };

@@ -13,13 +13,13 @@ namespace eclipse_language_server {
 
 namespace {
 
-constexpr std::string_view story_of_header =
+constexpr std::string_view description_of_header =
     "### Header\n\nThe plug-in ignores every line whose first column is exactly `Repository`, wherever it is in the file.\n";
 
-constexpr std::string_view story_of_ignored_line =
+constexpr std::string_view description_of_ignored_line =
     "### Ignored line\n\nThe plug-in ignores a line without a tab. A line names an update site, a tab, and a feature.\n";
 
-constexpr std::array<std::string_view, 5> stories_of_columns = {
+constexpr std::array<std::string_view, 5> descriptions_of_columns = {
     "### Column 1: update site\n\nA p2 repository: a directory, or an archive whose name ends in `.zip`. The path is relative "
     "to "
     "the component's directory, even if it begins with a slash. The plug-in ignores the line if this column is empty.\n",
@@ -33,24 +33,25 @@ constexpr std::array<std::string_view, 5> stories_of_columns = {
 
 }  // namespace
 
-std::string stories_of(const std::vector<std::string>& rules) {
-  std::ostringstream stories;
-  std::set<std::string> told;
+std::string description_of(const std::vector<std::string>& rules) {
+  std::ostringstream text;
+  std::set<std::string> described;
   for (const std::string& name : rules) {
     const eclipse_lint::Rule* const rule = eclipse_lint::find_rule(name);
-    if (rule == nullptr || !told.insert(name).second) continue;
-    if (told.size() > 1) stories << "\n";
-    eclipse_lint::print_rule_in_markdown(stories, *rule);
+    if (rule == nullptr || !described.insert(name).second) continue;
+    if (described.size() > 1) text << "\n";
+    eclipse_lint::print_rule_in_markdown(text, *rule);
   }
-  return stories.str();
+  return text.str();
 }
 
-std::string story_of_column(const Document& document, const Position& position, PositionEncoding encoding) {
-  const std::string_view line = document.line(position.line);
-  const std::size_t column = column_at(line, bytes_in(line, position.character, encoding));
-  if (line.substr(0, line.find('\t')) == "Repository") return std::string(story_of_header);
-  if (line.find('\t') == line.npos) return std::string(story_of_ignored_line);
-  return std::string(stories_of_columns[std::min(column, stories_of_columns.size() - 1)]);
+std::string description_of_column(const Document& document, const Position& position, PositionEncoding encoding) {
+  const std::size_t offset = document.offset_of(position, encoding);
+  const auto [start, line] = document.line_at(offset);
+  const std::size_t column = column_at(line, offset - start);
+  if (line.substr(0, line.find('\t')) == "Repository") return std::string(description_of_header);
+  if (line.find('\t') == line.npos) return std::string(description_of_ignored_line);
+  return std::string(descriptions_of_columns[std::min(column, descriptions_of_columns.size() - 1)]);
 }
 
 std::size_t column_at(std::string_view line, std::size_t offset) {

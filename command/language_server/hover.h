@@ -10,11 +10,11 @@
 
 namespace eclipse_language_server {
 
-/// The stories of these rules, each once, in Markdown.
-std::string stories_of(const std::vector<std::string>& rules);
+/// What these rules are about, each once, in Markdown.
+std::string description_of(const std::vector<std::string>& rules);
 
 /// What the plug-in does with the column at a position of a descriptor file, in Markdown.
-std::string story_of_column(const Document& document, const Position& position, PositionEncoding encoding);
+std::string description_of_column(const Document& document, const Position& position, PositionEncoding encoding);
 
 /// The column that a place in a line is in, from 0.
 std::size_t column_at(std::string_view line, std::size_t offset);

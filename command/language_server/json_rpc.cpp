@@ -4,17 +4,21 @@
 
 #include "base/file.h"
 
+namespace largest = eclipse_base::largest;
+
 namespace eclipse_language_server {
 
 namespace {
 
-constexpr int deepest_level = 64;  ///< of objects and arrays; copies and their destruction recurse
-
 /// Throws RequestError when a message is not JSON or has more in it than any editor sends.
 Json parsed(const std::string& message) {
+  using Event = Json::parse_event_t;
   std::size_t count = 0;
-  const auto check = [&](int depth, Json::parse_event_t, const Json&) {
-    if (depth > deepest_level || ++count > eclipse_base::largest::json_values)
+  const auto check = [&](int depth, Event event, const Json&) {
+    const bool opens = event == Event::object_start || event == Event::array_start;
+    if (opens || event == Event::value) ++count;
+    // Copies of a value, and their destruction, recurse.
+    if ((opens && static_cast<std::size_t>(depth) >= largest::json_levels) || count > largest::json_values)
       throw RequestError(ErrorCode::invalid_request, "the message is nested too deeply or has too many values");
     return true;
   };

@@ -13,7 +13,6 @@ namespace eclipse_language_server {
 
 namespace {
 
-constexpr std::size_t longest_header = 4096;
 constexpr std::string_view length_field = "content-length";
 
 std::size_t length_from(std::string_view value) {
@@ -61,10 +60,10 @@ std::optional<IncomingMessage> MessageReader::next() {
 }
 
 bool MessageReader::read_header() {
-  const auto [end, width] = end_of_header(std::string_view(waiting_).substr(0, longest_header));
+  const auto [end, width] = end_of_header(std::string_view(waiting_).substr(0, largest::message_header));
   if (end == std::string::npos) {
-    if (waiting_.size() >= longest_header)
-      throw FramingError("a header is longer than " + std::to_string(longest_header) + " bytes");
+    if (waiting_.size() >= largest::message_header)
+      throw FramingError("a header is longer than " + std::to_string(largest::message_header) + " bytes");
     return false;
   }
   length_ = length_in(std::string_view(waiting_).substr(0, end));

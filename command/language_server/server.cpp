@@ -288,10 +288,10 @@ void Server::answer_deferred(const std::string& uri) {
 void Server::hover(const Json& id, const Json& params) {
   const Position position = position_in(params, "/position");
   defer(id, text_in(params, "/textDocument/uri"), [this, position](const OpenDocument& open) -> Json {
-    std::string story = stories_of(rules_at(open.results, position));
-    if (story.empty() && open.document.is_descriptor()) story = story_of_column(open.document, position, encoding_);
-    if (story.empty()) return nullptr;
-    return {{"contents", {{"kind", wants_markdown_ ? "markdown" : "plaintext"}, {"value", story}}}};
+    std::string text = description_of(rules_at(open.results, position));
+    if (text.empty() && open.document.is_descriptor()) text = description_of_column(open.document, position, encoding_);
+    if (text.empty()) return nullptr;
+    return {{"contents", {{"kind", wants_markdown_ ? "markdown" : "plaintext"}, {"value", text}}}};
   });
 }
 

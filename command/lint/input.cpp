@@ -10,9 +10,11 @@
 #include "base/json_document.h"
 #include "dry_run/command_pieces.h"
 #include "dry_run/component_directories.h"
-#include "lint/lint.h"
+#include "lint/needed_jars.h"
+#include "lint/needed_units.h"
 #include "lint/texts.h"
 #include "p2/director_command.h"
+#include "p2/instance_paths.h"
 #include "standalone_host/session_file.h"
 
 using namespace eclipse_base;
@@ -76,11 +78,24 @@ class InputReader {
     read_unlisted();
     facts.executables = library_.executables(*facts.session);
     facts.run = perform_dry_run(library_.plugin(), *facts.session, files_, std::set<std::size_t>{0});
-    if (facts.removes_units()) facts.installed = profile_units(instance_directory(facts.executable()));
+    set_parts(facts.run);
+    const auto command = facts.run.commands.empty() ? std::nullopt : cut_director_command(facts.run.commands.at(0));
+    if (command) facts.executable = command->executable;
+    facts.is_first_command_whole = !facts.run.commands.empty() && starts_one_director(facts.run.commands.at(0));
+    const std::string& chosen = command ? facts.executable : facts.run.executable;
+    if (!chosen.empty()) facts.installed = profile_units(instance_directory(chosen));
     return finish();
   }
 
  private:
+  /// Without a search for descriptor files, one cannot tell which ones would be read.
+  void set_parts(const DryRun& run) {
+    if (!run.searched) return;
+    for (std::size_t i = 0; i < input_->components.size(); ++i) {
+      input_->components[i].takes_part = run.components.at(i).package_asked;
+    }
+  }
+
   void add_session_locations() {
     SessionFacts& facts = *input_->session;
     const JsonElement root = facts.document->root();
@@ -118,12 +133,28 @@ class InputReader {
     const auto files = package->find("files");
     const auto elements = files ? files->items() : std::vector<JsonElement>();
     component.list_location = location_of(files ? *files : package->get("scan"));
+    if (!files) set_scanned(component, package->get("scan").text());
     for (std::size_t i = 0; i < catalogue.package->files.size(); ++i) {
       add_listed(component, catalogue.package->files[i], files ? location_of(elements[i]) : component.list_location);
     }
     for (const ListedFile& file : component.files) {
       if (file.descriptor) add_descriptor_of(component, file, shown_path(file.descriptor->path));
     }
+  }
+
+  void set_scanned(Component& component, const std::string& scan) const {
+    const fs::path scanned = absolute_path(input_->session->document->file()).parent_path() / scan;
+    if (!is_same_file(scanned, component.directory)) component.scanned = scanned.lexically_normal();
+  }
+
+  /// The same repository in the directory that was scanned for the package; null when there is none.
+  const Repository* packaged_site(const Record& record) {
+    const Component& component = *record.descriptor->component;
+    if (component.scanned.empty()) return nullptr;
+    const fs::path below = fs::path(path_for_director(record.placement->url)).lexically_relative(component.directory);
+    if (below.empty() || *below.begin() == "..") return nullptr;
+    std::error_code error;
+    return fs::exists(component.scanned / below, error) ? &sites_.at((component.scanned / below).string()) : nullptr;
   }
 
   /// A file that a component does not list may be listed by another one, or with a trailing space.
@@ -188,19 +219,49 @@ class InputReader {
         input_->records.push_back({nullptr, &descriptor, line, std::nullopt});
       }
     }
+    descriptor_of_config_.resize(input_->configs.size() + configs.size(), &descriptor);
     input_->configs.insert(input_->configs.end(), std::make_move_iterator(configs.begin()),
                            std::make_move_iterator(configs.end()));
   }
 
   std::unique_ptr<Input> finish() {
-    auto placements = library_.placements(input_->configs);
+    auto placements = all_placements();
     for (std::size_t i = 0; i < input_->records.size(); ++i) {
       Record& record = input_->records[i];
       record.config = &input_->configs[config_of_record_[i]];
       record.placement = std::move(placements[config_of_record_[i]]);
-      if (record.placement && input_->has_components) record.site = &sites_.at(path_in(record.placement->url));
+      if (!record.placement || !input_->has_components) continue;
+      record.site = &sites_.at(path_for_director(record.placement->url));
+      record.packaged = packaged_site(record);
     }
+    mark_last_repository();
     return std::move(input_);
+  }
+
+  /// Those of the run, and by themselves those of the components that it leaves out.
+  std::vector<std::optional<Placement>> all_placements() const {
+    std::vector<std::optional<Placement>> placements(input_->configs.size());
+    for (const bool takes_part : {true, false}) {
+      std::vector<plugin_config> list;
+      std::vector<std::size_t> indexes;
+      for (std::size_t i = 0; i < placements.size(); ++i) {
+        const Component* const component = descriptor_of_config_[i]->component;
+        if ((component == nullptr || component->takes_part) != takes_part) continue;
+        list.push_back(input_->configs[i]);
+        indexes.push_back(i);
+      }
+      auto placed = library_.placements(list);
+      for (std::size_t i = 0; i < indexes.size(); ++i) placements[indexes[i]] = std::move(placed[i]);
+    }
+    return placements;
+  }
+
+  void mark_last_repository() {
+    std::string_view last;
+    for (const Record& record : input_->records) {
+      if (record.placement) last = std::max(last, std::string_view(record.placement->url));
+    }
+    for (Record& record : input_->records) record.is_last_in_list = record.placement && record.placement->url == last;
   }
 
   const PluginFunctions& library_;
@@ -208,14 +269,15 @@ class InputReader {
   DescriptorFiles& files_;
   std::unique_ptr<Input> input_;
   std::vector<std::size_t> config_of_record_;
+  std::vector<const Descriptor*> descriptor_of_config_;
 };
 
 bool is_known(const Repository& site) { return site.is_repository && site.units; }
 
-using Sites = std::set<const Repository*>;
+using SiteSet = std::set<const Repository*>;
 
-Sites sites_of(const std::vector<std::unique_ptr<Input>>& inputs) {
-  Sites sites;
+SiteSet sites_of(const std::vector<std::unique_ptr<Input>>& inputs) {
+  SiteSet sites;
   for (const auto& input : inputs) {
     for (const Record& record : input->records) {
       if (record.site != nullptr) sites.insert(record.site);
@@ -225,7 +287,7 @@ Sites sites_of(const std::vector<std::unique_ptr<Input>>& inputs) {
 }
 
 /// The sites outlive the inputs, so the units of a single one need not be copied.
-std::shared_ptr<const UnitVersions> units_of(const Sites& sites) {
+std::shared_ptr<const UnitVersions> units_of(const SiteSet& sites) {
   if (sites.size() == 1) return {std::shared_ptr<const UnitVersions>(), &*(*sites.begin())->units};
   const auto units = std::make_shared<UnitVersions>();
   for (const Repository* const site : sites) {
@@ -234,13 +296,28 @@ std::shared_ptr<const UnitVersions> units_of(const Sites& sites) {
   return units;
 }
 
+void set_real_descriptors(const std::vector<std::unique_ptr<Input>>& inputs) {
+  const auto real = std::make_shared<std::set<fs::path>>();
+  for (const auto& input : inputs) {
+    for (const Component& component : input->components) {
+      for (const ListedFile& file : component.files) {
+        std::error_code error;
+        if (file.descriptor && file.descriptor->exists) real->insert(fs::canonical(file.descriptor->path, error));
+      }
+    }
+  }
+  for (const auto& input : inputs) input->real_descriptors = real;
+}
+
 void set_offered(const std::vector<std::unique_ptr<Input>>& inputs) {
-  Sites sites = sites_of(inputs);
+  SiteSet sites = sites_of(inputs);
   const bool are_all_known = std::erase_if(sites, [](const Repository* site) { return !is_known(*site); }) == 0;
   const auto units = units_of(sites);
   for (const auto& input : inputs) {
     input->known_units = units;
     if (are_all_known) input->offered = units;
+    input->needed = std::make_shared<const NeededUnits>(*input);
+    input->jars = std::make_shared<const NeededJars>(input->needed);
   }
 }
 
@@ -256,6 +333,7 @@ std::vector<std::unique_ptr<Input>> read_directory(const PluginFunctions& librar
     if (component.has_descriptors()) directories.push_back(component.directory);
   }
   for (const auto& input : inputs) input->component_directories = directories;
+  set_real_descriptors(inputs);
   set_offered(inputs);
   return inputs;
 }
@@ -298,6 +376,8 @@ std::string_view Record::cell(std::size_t column) const {
 
 Location Record::location(std::size_t column) const { return descriptor->location(*line, column, 0, cell(column).size()); }
 
+bool Record::takes_part() const { return descriptor->component == nullptr || descriptor->component->takes_part; }
+
 std::string Record::where() const { return descriptor->file + ":" + std::to_string(line->number); }
 
 Edit Record::edit(std::size_t column, std::size_t start, std::size_t length, std::string replacement) const {
@@ -312,11 +392,6 @@ const UnitVersions* Input::offered_for(const Record& record) const {
 
 bool Component::has_descriptors() const {
   return std::any_of(files.begin(), files.end(), [](const ListedFile& file) { return file.descriptor && !file.is_example; });
-}
-
-std::string SessionFacts::executable() const {
-  const auto command = run.commands.empty() ? std::nullopt : cut_director_command(run.commands.at(0));
-  return command ? command->executable : "";
 }
 
 std::optional<fs::path> SessionFacts::seen_from_file(const std::string& path) const {
@@ -350,22 +425,12 @@ std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, 
   return inputs;
 }
 
-bool begins_like_session(std::string_view text) {
-  for (;;) {
-    text.remove_prefix(std::min(text.find_first_not_of(white_space), text.size()));
-    const bool is_line = text.starts_with("//");
-    if (!is_line && !text.starts_with("/*")) return text.starts_with('{');
-    const std::string_view end = is_line ? "\n" : "*/";
-    const std::size_t at = text.find(end, 2);
-    text.remove_prefix(at == text.npos ? text.size() : at + end.size());
-  }
-}
-
 std::vector<std::unique_ptr<Input>> read_session_input(const PluginFunctions& library, Repositories& sites,
                                                        DescriptorFiles& files, std::shared_ptr<const JsonDocument> document,
                                                        const AddVariables& add_variables) {
   std::vector<std::unique_ptr<Input>> inputs;
   inputs.push_back(InputReader(library, sites, files).read_session(std::move(document), add_variables));
+  set_real_descriptors(inputs);
   set_offered(inputs);
   return inputs;
 }

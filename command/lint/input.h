@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,6 +30,8 @@ using eclipse_dry_run::PluginFunctions;
 
 struct Record;
 struct Component;
+class NeededJars;
+class NeededUnits;
 
 using Line = eclipse_dry_run::DescriptorLine;
 
@@ -59,7 +62,9 @@ struct Record {
   const Descriptor* descriptor;
   const Line* line;
   std::optional<eclipse_dry_run::Placement> placement;  ///< nothing when the plug-in ignores the record
-  const eclipse_p2::Repository* site = nullptr;         ///< if its path is known
+  const eclipse_p2::Repository* site = nullptr;         ///< at the path that the director gets, if that is known
+  const eclipse_p2::Repository* packaged = nullptr;  ///< in the directory that was scanned for the package, if that is another
+  bool is_last_in_list = false;                      ///< its repository ends the director's list of repositories
 
   /// A column, without the carriage return that a CRLF line end leaves in the last one; empty if the line lacks it.
   std::string_view cell(std::size_t column) const;
@@ -68,6 +73,8 @@ struct Record {
   bool has_order() const { return line->columns.size() > 3; }
   Location location(std::size_t column) const;
   std::string where() const;  ///< "FILE:LINE"
+  /// Whether the run of the session reads it. Records that do not take part have placements as in a run of their own.
+  bool takes_part() const;
   /// Replaces a part of a column, which the line has; bytes count from 0.
   Edit edit(std::size_t column, std::size_t start, std::size_t length, std::string replacement = "") const;
 };
@@ -88,6 +95,8 @@ struct Component {
   std::deque<ListedFile> files;
   std::vector<std::string> capabilities;
   std::vector<Location> capability_locations;
+  std::filesystem::path scanned;  ///< where the files of the package were found; empty when that is `directory`, or not known
+  bool takes_part = true;         ///< in the run of the session; false if the run leaves out its descriptor files
 
   bool has_descriptors() const;
 };
@@ -107,12 +116,12 @@ struct SessionFacts {
   Location mode;
   std::vector<std::string> executables;  ///< of the IDE components; the plug-in uses the last one
   eclipse_dry_run::DryRun run;           ///< up to its first command
-  /// Of the instance, when the run removes units from it and its profile can be read.
+  std::string executable;                ///< that the run's commands start; empty when there is no command
+  bool is_first_command_whole = false;   ///< the shell makes of it one command with the words that it is meant to have
+  /// Of its instance, when its profile can be read.
   std::optional<std::vector<eclipse_p2::InstalledUnit>> installed;
 
   std::string variable(const std::string& name) const { return session->variable(name); }
-  /// The one that the run's commands start; empty when there is no command.
-  std::string executable() const;
   bool is_removal() const { return session->is_removal(); }
   /// Whether the run starts the director to remove units.
   bool removes_units() const { return is_removal() && !run.commands.empty(); }
@@ -129,6 +138,8 @@ struct Input {
   std::vector<std::string> component_directories;  ///< of all components that are linted together
   std::deque<Descriptor> descriptors;
   std::vector<plugin_config> configs;  ///< all records, including those of files that are not text
+  /// The files behind the descriptor files of all components that are linted together; some may be symbolic links.
+  std::shared_ptr<const std::set<std::filesystem::path>> real_descriptors;
   std::vector<Record> records;
   std::vector<UnlistedFile> unlisted;  ///< of a session
   std::optional<SessionFacts> session;
@@ -136,6 +147,10 @@ struct Input {
   std::shared_ptr<const eclipse_p2::UnitVersions> known_units;
   /// The same, in which the director looks for each feature. Null when those of a site are not known.
   std::shared_ptr<const eclipse_p2::UnitVersions> offered;
+  /// What the director needs for the features, as far as the sites are known. Null when there is no site.
+  std::shared_ptr<const NeededUnits> needed;
+  /// The jars of these. Null when there is no site.
+  std::shared_ptr<const NeededJars> jars;
   std::vector<std::unique_ptr<eclipse_host::CatalogueComponent>> catalogue;  ///< of an input without a session
 
   bool is_removal() const { return session && session->is_removal(); }

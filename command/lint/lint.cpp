@@ -37,8 +37,10 @@ void check(const Input& input, const Settings& settings, Findings& findings) {
   for (const Rule& rule : rules()) {
     if (!is_enabled(rule, settings)) continue;
     if (input.is_removal() && !rule.concerns_removals) continue;
+    if (settings.is_update && rule.is_resolved_by_update) continue;
     Reporter reporter(rule, findings);
     rule.check(input, reporter);
+    reporter.report_left_out();
   }
   if (!input.session) return;
   for (Finding& finding : findings) {
@@ -54,7 +56,9 @@ void remove_superseded(Findings& findings) {
   std::set<std::string> files;
   for (const Finding& finding : findings) {
     if (finding.rule->supersedes == Supersedes::file) files.insert(finding.location.file);
-    if (finding.rule->supersedes == Supersedes::line) lines.emplace(finding.location.file, finding.location.line);
+    // What says how many findings were left out has no line.
+    const bool has_line = finding.location.line != 0;
+    if (finding.rule->supersedes == Supersedes::line && has_line) lines.emplace(finding.location.file, finding.location.line);
   }
   std::erase_if(findings, [&](const Finding& finding) {
     const Supersedes supersedes = finding.rule->supersedes;
@@ -91,6 +95,14 @@ Findings findings_in(const std::vector<std::unique_ptr<Input>>& inputs, const Se
   return findings;
 }
 
+/// What is found in a session that was drafted for a directory is about the directory: nobody has seen the lines of the
+/// session.
+void locate_as_a_whole(Findings& findings, const std::string& directory) {
+  for (Finding& finding : findings) {
+    if (finding.location.file == directory) finding.location = {directory};
+  }
+}
+
 }  // namespace
 
 bool is_enabled(const Rule& rule, const Settings& settings) {
@@ -124,7 +136,9 @@ Findings lint_session(const PluginFunctions& library, Repositories& sites, Descr
                       std::shared_ptr<const JsonDocument> document, const Settings& settings) {
   const fs::path file = document->file();
   const auto inputs = read_session_input(library, sites, files, std::move(document), settings.add_variables);
-  return findings_in(inputs, with_configuration(settings, file));
+  Findings findings = findings_in(inputs, with_configuration(settings, file));
+  if (std::error_code error; fs::is_directory(file, error)) locate_as_a_whole(findings, file.string());
+  return findings;
 }
 
 }  // namespace eclipse_lint

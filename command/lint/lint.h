@@ -36,15 +36,13 @@ struct Settings {
   std::map<std::string, Level> levels = {};  ///< by rule or group; the entry of a rule counts more than that of its group
   std::vector<Override> overrides;
   ConfigurationChoice configuration = {};  ///< the settings here count more than those of the file
+  bool is_update = false;                  ///< a session is run with --update, so what that resolves is not found
   /// Sets more variables in each session that was read from its file, as a run does.
   std::function<void(eclipse_host::Session& session)> add_variables = [](eclipse_host::Session&) {};
 };
 
 /// Whether these settings ask for the findings of a rule.
 bool is_enabled(const Rule& rule, const Settings& settings);
-
-/// Whether a text begins like a session file: with a brace, after comments. No descriptor does.
-bool begins_like_session(std::string_view text);
 
 /// The findings in a descriptor file, the components in a directory, or a session file (which ends in .json or begins like
 /// one), ordered by file and location, with the reason in those that are suppressed. Throws FileError when the input is none of

@@ -90,7 +90,7 @@ std::string annotation_value(std::string_view text) {
 
 void print_annotation(std::ostream& out, std::string_view level, const std::string& file, TextPlace place,
                       std::string_view title, const std::string& message) {
-  out << "::" << level << " file=" << annotation_value(file);
+  out << "::" << level << " file=" << annotation_value(printable(file));
   if (place.line != 0) out << ",line=" << place.line << ",col=" << place.column;
   out << ",title=" << title << "::" << annotation_text(message) << "\n";
 }
@@ -112,6 +112,7 @@ std::string remark_on(const SampleFile& file) {
   if (file.name.ends_with('/')) return " (a directory)";
   if (file.permissions == 0) return " (unreadable)";
   if (!file.link_to.empty()) return " -> " + file.link_to;
+  if (!file.entries.empty()) return " (a zip archive)";
   return "";
 }
 
@@ -119,6 +120,10 @@ void print_sample(std::ostream& out, const Sample& sample, const std::string& in
   for (const SampleFile& file : sample.files) {
     out << indentation << file.name << remark_on(file) << "\n";
     if (!file.content.empty()) print_content(out, file.content, indentation + "    ");
+    for (const auto& [name, content] : file.entries) {
+      out << indentation << "    " << name << "\n";
+      if (!content.empty()) print_content(out, content, indentation + "        ");
+    }
   }
 }
 

@@ -4,6 +4,7 @@
 #define ECLIPSE_INT_LINT_RULE_H
 
 #include <array>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,22 +21,32 @@ class Reporter {
  public:
   Reporter(const Rule& rule, Findings& findings) : rule_(rule), findings_(findings) {}
 
+  /// Adds a finding that says how many others were left out, if any were. To be called at the end.
+  void report_left_out();
+
+  bool has_reported() const { return count_ != 0; }
+
   void report(Location location, std::string message, std::optional<Correction> correction = {});
   /// With a better fix than the rule's own.
   void report(Location location, std::string message, std::string fix, std::optional<Correction> correction = {});
+  /// With another severity than the rule's own.
+  void report(Severity severity, Location location, std::string message, std::optional<Correction> correction = {});
   void report(Severity severity, Location location, std::string message, std::string fix,
               std::optional<Correction> correction = {});
 
  private:
   const Rule& rule_;
   Findings& findings_;
+  std::size_t count_ = 0;
+  std::string file_left_out_ = {};  ///< the first one with findings that are left out
 };
 
 struct SampleFile {
   std::string name;  ///< with a "/" at its end for a directory
   std::string content = {};
   int permissions = 0644;
-  std::string link_to = {};  ///< for a symbolic link
+  std::string link_to = {};                         ///< for a symbolic link
+  std::map<std::string, std::string> entries = {};  ///< of a zip archive, by their names
 };
 
 /// Something to lint: `input` names the one of `files` that is given to lint, or the directory that holds them.
@@ -81,6 +92,8 @@ struct Rule {
   /// Of two rules that supersede the same, both report their findings.
   Supersedes supersedes = Supersedes::nothing;
   Corrects corrects = Corrects::no;
+  /// "run --update" replaces what the rule finds before it does anything else.
+  bool is_resolved_by_update = false;
 };
 
 /// All rules, in the order of their groups.

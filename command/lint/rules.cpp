@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "base/file.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "lint/rule.h"
@@ -11,7 +12,11 @@ using namespace eclipse_base;
 namespace eclipse_lint {
 
 void Reporter::report(Location location, std::string message, std::optional<Correction> correction) {
-  report(std::move(location), std::move(message), std::string(rule_.fix), std::move(correction));
+  report(rule_.severity, std::move(location), std::move(message), std::move(correction));
+}
+
+void Reporter::report(Severity severity, Location location, std::string message, std::optional<Correction> correction) {
+  report(severity, std::move(location), std::move(message), std::string(rule_.fix), std::move(correction));
 }
 
 void Reporter::report(Location location, std::string message, std::string fix, std::optional<Correction> correction) {
@@ -20,8 +25,20 @@ void Reporter::report(Location location, std::string message, std::string fix, s
 
 void Reporter::report(Severity severity, Location location, std::string message, std::string fix,
                       std::optional<Correction> correction) {
+  if (++count_ > eclipse_base::largest::findings) {
+    if (file_left_out_.empty()) file_left_out_ = std::move(location.file);
+    return;
+  }
   findings_.push_back(
       {&rule_, severity, std::move(location), std::move(message), std::move(fix), std::nullopt, std::move(correction), false});
+}
+
+void Reporter::report_left_out() {
+  if (count_ <= eclipse_base::largest::findings) return;
+  findings_.push_back({&rule_, rule_.severity, Location{file_left_out_},
+                       "there are " + eclipse_base::counted(count_ - eclipse_base::largest::findings, "more finding") +
+                           " of this rule, here and in later files, which are left out",
+                       "fix those that are shown, and repeat the command", std::nullopt, std::nullopt, false});
 }
 
 std::string options_for(Corrects corrects) {

@@ -4,7 +4,9 @@
 #include <cctype>
 #include <system_error>
 
+#include "dry_run/command_pieces.h"
 #include "lint/rules/shell_changes.h"
+#include "p2/repository_url.h"
 
 using namespace eclipse_base;
 
@@ -55,22 +57,11 @@ bool has_scheme(std::string_view repository) {
   return colon != repository.npos && colon > 1 && is_word(repository.substr(0, colon)) && is_letter(repository[0]);
 }
 
-bool is_archive(const Record& record) { return record.placement && record.placement->url.starts_with("\"jar:"); }
+bool is_archive(const Record& record) { return record.placement && eclipse_dry_run::is_archive_url(record.placement->url); }
 
 std::string likely_group(const std::string& id) {
   if (id.ends_with(".feature.jar")) return id.substr(0, id.size() - 3) + "group";
   return id + (id.ends_with(".feature") ? ".group" : ".feature.group");
-}
-
-std::size_t url_syntax_in(std::string_view path, bool archive) {
-  const auto is_digit = [&](std::size_t i) {
-    return i < path.size() && std::isxdigit(static_cast<unsigned char>(path[i])) != 0;
-  };
-  for (std::size_t at = 0; at < path.size(); ++at) {
-    if (path[at] == '#' || (path[at] == '%' && is_digit(at + 1) && is_digit(at + 2))) return at;
-    if (archive ? path.substr(at).starts_with("!/") : std::string_view("?[]").find(path[at]) != path.npos) return at;
-  }
-  return path.npos;
 }
 
 bool looks_like_site(std::string_view text) { return text.find('/') != text.npos || lower_case(text).ends_with(".zip"); }
@@ -80,7 +71,7 @@ bool is_plain_repository(const Record& record) {
   const bool archive = is_archive(record);
   if (text.empty() || text.starts_with('/') || has_scheme(text) || has_drive_letter(text)) return false;
   if (text != trimmed(text) || !changes_in_repository(record).empty()) return false;
-  return text.find_first_of("\\,") == text.npos && url_syntax_in(text, archive) == text.npos && is_utf8(text);
+  return text.find_first_of("\\,") == text.npos && eclipse_p2::url_syntax_in(text, archive) == text.npos && is_utf8(text);
 }
 
 }  // namespace eclipse_lint

@@ -36,10 +36,6 @@ bool is_archive(const Record& record);
 /// all likely to mean "x.feature.group".
 std::string likely_group(const std::string& id);
 
-/// The offset of URL syntax in a path: a fragment or an escape; outside of an archive also a query or a bracket; in an archive
-/// also "!/", which ends its path. npos for none.
-std::size_t url_syntax_in(std::string_view path, bool archive);
-
 /// True for a text that looks like the path of a site: it has a slash, or ends like an archive.
 bool looks_like_site(std::string_view text);
 

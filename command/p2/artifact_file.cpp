@@ -1,10 +1,13 @@
 #include "p2/artifact_file.h"
 
+#include <algorithm>
 #include <array>
+#include <charconv>
 #include <optional>
+#include <system_error>
 #include <utility>
 
-#include "base/file.h"
+#include "base/archive.h"
 #include "base/text.h"
 #include "p2/xml.h"
 
@@ -28,7 +31,40 @@ std::optional<Checksum> strongest(const pugi::xml_node& artifact, const std::str
   return std::nullopt;
 }
 
+/// Nothing when the two have no kind of checksum in common.
+std::optional<bool> differ_by_checksum(const ArtifactFile& one, const ArtifactFile& other) {
+  for (const Checksum& checksum : one.checksums) {
+    for (const Checksum& another : other.checksums) {
+      if (checksum.digest == another.digest) return lower_case(checksum.hexadecimal) != lower_case(another.hexadecimal);
+    }
+  }
+  return std::nullopt;
+}
+
+bool differ_by_bytes(const ArtifactFile& one, const ArtifactFile& other) {
+  if (one.entry.empty() && other.entry.empty()) {
+    std::error_code error;
+    const auto size = std::filesystem::file_size(one.path, error);
+    const auto other_size = error ? size : std::filesystem::file_size(other.path, error);
+    if (error || size != other_size) return !error;
+  }
+  const FileContent content = content_of(one);
+  const FileContent another = content_of(other);
+  return content.error.empty() && another.error.empty() && content.bytes != another.bytes;
+}
+
 }  // namespace
+
+FileContent content_of(const ArtifactFile& file) {
+  if (file.entry.empty()) return read_file(file.path, largest::artifact);
+  const Archive archive(file.path);
+  return archive.error().empty() ? archive.read(file.entry, largest::artifact) : FileContent{"", archive.error()};
+}
+
+bool are_different(const ArtifactFile& one, const ArtifactFile& other) {
+  const auto differ = differ_by_checksum(one, other);
+  return differ ? *differ : differ_by_bytes(one, other);
+}
 
 std::vector<Checksum> checksums_of(const pugi::xml_node& artifact) {
   std::vector<Checksum> checksums;
@@ -38,17 +74,47 @@ std::vector<Checksum> checksums_of(const pugi::xml_node& artifact) {
   return checksums;
 }
 
-std::string checksum_error(const ArtifactFile& file) {
-  const FileContent content = read_file(file.path, largest::artifact);
-  if (!content.error.empty()) return "";
-  for (const auto& [digest, hexadecimal] : file.checksums) {
-    const std::string actual = digest_of(content.bytes, digest);
+std::optional<std::uintmax_t> fixed_size_of(const pugi::xml_node& artifact) {
+  const auto properties = artifact.child("properties").children("property");
+  const bool has_checksum = std::any_of(properties.begin(), properties.end(), [](const pugi::xml_node& property) {
+    const std::string_view name = property.attribute("name").value();
+    return name.starts_with("download.checksum.") || name == "download.md5";
+  });
+  const std::string size = property_of(artifact, "download.size");
+  std::uintmax_t bytes = 0;
+  const auto [end, error] = std::from_chars(size.data(), size.data() + size.size(), bytes);
+  const bool is_number = error == std::errc() && end == size.data() + size.size();
+  return has_checksum && is_number ? std::optional(bytes) : std::nullopt;
+}
+
+std::string jar_damage(const std::filesystem::path& jar, std::optional<std::uintmax_t> size) {
+  constexpr std::string_view large_file_pointer = "version https://git-lfs.github.com/spec/";
+  constexpr std::string_view zip = "PK";
+  const FileContent beginning = read_beginning(jar, large_file_pointer.size());
+  if (!beginning.error.empty()) return beginning.error;
+  if (beginning.bytes == large_file_pointer) return "is a Git LFS pointer, not the file that it stands for";
+  if (!beginning.bytes.starts_with(zip)) return "is not a zip archive";
+  std::error_code error;
+  const std::uintmax_t actual = std::filesystem::file_size(jar, error);
+  if (error || !size || actual == *size) return zip_end_error(jar);
+  return "has " + std::to_string(actual) + " bytes, but the repository lists it with " + std::to_string(*size);
+}
+
+std::string checksum_error(const std::vector<Checksum>& checksums, std::string_view bytes) {
+  for (const auto& [digest, hexadecimal] : checksums) {
+    const std::string actual = digest_of(bytes, digest);
     if (actual == hexadecimal) continue;
     std::string error = lower_case(hexadecimal) == actual ? "is listed in capital letters, which the director does not accept: "
                                                           : "does not have the checksum that is listed: ";
     return error.append(name_of(digest)).append(" ").append(hexadecimal).append(", but ").append(actual);
   }
   return "";
+}
+
+std::string checksum_error(const ArtifactFile& file) {
+  if (file.checksums.empty()) return "";
+  const FileContent content = content_of(file);
+  return content.error.empty() ? checksum_error(file.checksums, content.bytes) : "";
 }
 
 }  // namespace eclipse_p2

@@ -7,9 +7,13 @@
 #include <iterator>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "base/file.h"
 #include "base/text.h"
+#include "p2/data_area.h"
+#include "p2/instance_paths.h"
+#include "p2/xml.h"
 
 using namespace eclipse_base;
 
@@ -17,33 +21,28 @@ namespace fs = std::filesystem;
 
 namespace eclipse_p2 {
 
-const fs::path configuration_file = "configuration/config.ini";
-const fs::path bundle_list = "configuration/org.eclipse.equinox.simpleconfigurator/bundles.info";
-
 namespace {
 
-const fs::path source_list = "configuration/org.eclipse.equinox.source/source.info";
-
-/// Each line is "NAME,VERSION,LOCATION,LEVEL,STARTED".
-void add_bundles(const fs::path& list, std::set<Unit>& bundles) {
-  for (const std::string& line : lines_of(read_file(list, largest::configuration).bytes)) {
+/// Each line is "NAME,VERSION,LOCATION,LEVEL,STARTED". Returns why the file cannot be read; empty when it can.
+std::string add_bundles(const fs::path& list, std::set<Unit>& bundles) {
+  const FileContent content = read_file(list, largest::configuration);
+  for (const std::string& line : lines_of(content.bytes)) {
     const auto columns = split(line, ',');
     if (!line.starts_with('#') && columns.size() > 1) bundles.insert({columns[0], columns[1]});
   }
+  return content.error;
 }
 
 bool is_setting(const std::string& line) { return !line.starts_with('#') && line.find('=') != std::string::npos; }
 
-bool is_regular(const fs::path& file) {
+/// What is wrong with a file that is not there, to be read after its name. Empty for a regular file, and when it is unknown.
+std::string why_no_file(const fs::path& file) {
   std::error_code error;
-  return fs::is_regular_file(file, error);
-}
-
-bool is_without_settings(const fs::path& instance) {
-  if (!is_regular(instance / configuration_file)) return false;
-  const FileContent content = read_file(instance / configuration_file, largest::configuration);
-  const auto lines = lines_of(content.bytes);
-  return content.error.empty() && std::none_of(lines.begin(), lines.end(), is_setting);
+  const auto type = fs::status(file, error).type();
+  const bool is_loop = error == std::errc::too_many_symbolic_link_levels;
+  if (type == fs::file_type::regular || (type == fs::file_type::none && !is_loop)) return "";
+  if (type != fs::file_type::not_found && !is_loop) return "is not a regular file";
+  return fs::is_symlink(fs::symlink_status(file, error)) ? "is a dangling symlink" : "is missing";
 }
 
 std::set<Unit> bundles_in(const ProfileState& state) {
@@ -82,31 +81,111 @@ std::string names_of(const std::vector<Unit>& bundles) {
   return first_few(names, most_named);
 }
 
-/// A bundle that even the oldest state has may have been without a line from the beginning, so it says nothing.
-std::optional<ConfigurationDamage> unlisted_bundles(const fs::path& instance, std::vector<Unit> missing) {
-  const std::vector<fs::path> states = profile_states(instance);
-  if (states.empty()) return std::nullopt;
-  const std::set<Unit> oldest = bundles_in(read_profile_state(states.back()));
-  std::erase_if(missing, [&](const Unit& bundle) { return oldest.contains(bundle); });
-  if (missing.empty()) return std::nullopt;
-  return ConfigurationDamage{instance / bundle_list,
-                             "does not list " + names_of(missing) + ", although the p2 profile has it as installed", true,
-                             time_without(missing, states).value_or("")};
+bool has_bundle(const ProfileState& state, std::string_view id) {
+  return state.units && std::any_of(state.units->begin(), state.units->end(),
+                                    [&](const InstalledUnit& unit) { return unit.is_bundle && unit.id == id; });
 }
 
-std::optional<ConfigurationDamage> bundle_list_damage(const fs::path& instance, const ProfileState& state) {
-  // A director that installs into another directory keeps the list there.
-  if (!was_written_in(state, instance) || !is_regular(instance / bundle_list)) return std::nullopt;
-  const std::set<Unit> wanted = bundles_in(state);
-  std::set<Unit> listed = listed_bundles(instance);
-  add_bundles(instance / source_list, listed);
-  const std::vector<Unit> missing = without(wanted, listed);
-  if (missing.size() * 2 <= wanted.size()) return unlisted_bundles(instance, missing);
-  return ConfigurationDamage{instance / bundle_list,
-                             "lists " + std::to_string(wanted.size() - missing.size()) + " of the " +
-                                 counted(wanted.size(), "bundle") + " that the p2 profile has as installed",
-                             false, ""};
-}
+/// The files of an instance, or of a copy of them.
+class Files {
+ public:
+  Files(fs::path place, const fs::path& instance, const ProfileState& state, const std::vector<fs::path>& known)
+      : place_(std::move(place)), instance_(instance), state_(state), known_(known) {}
+
+  std::optional<ConfigurationDamage> damage() const {
+    // Whoever removes the whole product removes these files, too.
+    if (!state_.units || state_.units->empty()) return std::nullopt;
+    if (auto damage = settings_damage()) return damage;
+    auto of_list = bundle_list_damage();
+    if (of_list && !of_list->is_startable) return of_list;
+    auto of_artifacts = artifact_list_damage();
+    return of_artifacts ? of_artifacts : of_list;
+  }
+
+ private:
+  /// The state shows that the instance starts from its own configuration: a director that installs into another directory
+  /// keeps it there.
+  bool starts_from_configuration() const {
+    return !state_.install_folder.empty() && was_written_in(state_, instance_) &&
+           has_bundle(state_, "org.eclipse.equinox.simpleconfigurator") && data_area_of(instance_).is_inside;
+  }
+
+  bool starts_from_bundle_list() const {
+    const auto url = configured_value(place_, "org.eclipse.equinox.simpleconfigurator.configUrl");
+    return starts_from_configuration() &&
+           (!url || unescaped(*url) == "file:org.eclipse.equinox.simpleconfigurator/bundles.info");
+  }
+
+  bool is_known(const char* file) const { return std::find(known_.begin(), known_.end(), file) != known_.end(); }
+
+  std::optional<ConfigurationDamage> settings_damage() const {
+    const fs::path file = place_ / configuration_file;
+    const std::string none = why_no_file(file);
+    if (!none.empty()) {
+      if (!is_known(configuration_file) && !starts_from_configuration()) return std::nullopt;
+      return ConfigurationDamage{file, none, director_fails, false, ""};
+    }
+    const FileContent content = read_file(file, largest::configuration);
+    const auto lines = lines_of(content.bytes);
+    if (!content.error.empty() || std::any_of(lines.begin(), lines.end(), is_setting)) return std::nullopt;
+    return ConfigurationDamage{file, "has no settings", director_fails, false, ""};
+  }
+
+  std::optional<ConfigurationDamage> bundle_list_damage() const {
+    const fs::path file = place_ / bundle_list;
+    const std::string none = why_no_file(file);
+    if (!none.empty()) {
+      if (!is_known(bundle_list) && !starts_from_bundle_list()) return std::nullopt;
+      return ConfigurationDamage{file, none, "so the next director leaves an Eclipse that does not start", false, ""};
+    }
+    if (!was_written_in(state_, instance_)) return std::nullopt;
+    const std::set<Unit> wanted = bundles_in(state_);
+    std::set<Unit> listed;
+    if (!add_bundles(file, listed).empty()) return std::nullopt;
+    add_bundles(place_ / source_list, listed);
+    const std::vector<Unit> missing = without(wanted, listed);
+    if (missing.size() * 2 <= wanted.size()) return unlisted_bundles(missing);
+    return ConfigurationDamage{file,
+                               "lists " + std::to_string(wanted.size() - missing.size()) + " of the " +
+                                   counted(wanted.size(), "bundle") + " that the p2 profile has as installed",
+                               director_fails, false, ""};
+  }
+
+  /// p2 takes a list that it cannot read for none, and says nothing.
+  std::optional<ConfigurationDamage> artifact_list_damage() const {
+    const fs::path file = place_ / artifact_list;
+    std::string error = why_no_file(file);
+    if (!error.empty() && !is_known(artifact_list)) return std::nullopt;
+    if (error.empty()) {
+      const FileContent content = read_file(file, largest::profile);
+      const Xml xml = content.error.empty() ? read_xml(content.bytes, "repository") : Xml();
+      if (!xml.exceeds_limit) error = xml.error;
+    }
+    if (error.empty()) return std::nullopt;
+    return ConfigurationDamage{file, error, "so the next director starts a new list of artifacts", true, "", true};
+  }
+
+  /// A bundle that even the oldest state has may have been without a line from the beginning, so it says nothing.
+  std::optional<ConfigurationDamage> unlisted_bundles(std::vector<Unit> missing) const {
+    const std::vector<fs::path> states = profile_states(instance_);
+    if (states.empty()) return std::nullopt;
+    if (!missing.empty()) {
+      const std::set<Unit> oldest = bundles_in(read_profile_state(states.back()));
+      std::erase_if(missing, [&](const Unit& bundle) { return oldest.contains(bundle); });
+    }
+    if (missing.empty()) return std::nullopt;
+    return ConfigurationDamage{place_ / bundle_list,
+                               "does not list " + names_of(missing) + ", although the p2 profile has it as installed",
+                               "so Eclipse does not start it", true, time_without(missing, states).value_or("")};
+  }
+
+  static constexpr const char* director_fails = "so every director fails";
+
+  fs::path place_;
+  const fs::path& instance_;
+  const ProfileState& state_;
+  const std::vector<fs::path>& known_;
+};
 
 }  // namespace
 
@@ -118,15 +197,46 @@ std::optional<std::string> configured_value(const fs::path& instance, const std:
   return std::nullopt;
 }
 
+std::string unescaped(std::string_view value) {
+  std::string text;
+  for (std::size_t at = 0; at < value.size(); ++at) {
+    const bool is_escape = value[at] == '\\' && at + 1 < value.size() && value[at + 1] != 'u';
+    text += value[is_escape ? ++at : at];
+  }
+  return text;
+}
+
 std::set<Unit> listed_bundles(const fs::path& instance) {
   std::set<Unit> bundles;
   add_bundles(instance / bundle_list, bundles);
   return bundles;
 }
 
-std::optional<ConfigurationDamage> configuration_damage(const fs::path& instance, const ProfileState& state) {
-  if (is_without_settings(instance)) return ConfigurationDamage{instance / configuration_file, "has no settings", false, ""};
-  return bundle_list_damage(instance, state);
+std::optional<ConfigurationDamage> configuration_damage(const fs::path& instance, const ProfileState& state,
+                                                        const std::vector<fs::path>& known) {
+  return Files(instance, instance, state, known).damage();
+}
+
+std::optional<ConfigurationDamage> damage_of_copy(const fs::path& copy, const fs::path& instance, const ProfileState& state) {
+  return Files(copy, instance, state, {}).damage();
+}
+
+std::optional<ConfigurationDamage> surplus_bundles(const fs::path& instance, const ProfileState& newest) {
+  if (!newest.units || !was_written_in(newest, instance)) return std::nullopt;
+  const std::set<Unit> listed = listed_bundles(instance);
+  const std::set<Unit> known = bundles_in(newest);
+  // What nobody has moved aside, a person has listed.
+  std::vector<Unit> unknown = without(listed, known);
+  if (unknown.empty()) return std::nullopt;
+  std::set<Unit> moved;
+  for (const fs::path& file : states_aside(instance)) moved.merge(bundles_in(read_profile_state(file)));
+  std::erase_if(unknown, [&](const Unit& bundle) { return !moved.contains(bundle); });
+  if (unknown.empty()) return std::nullopt;
+  ConfigurationDamage damage{instance / bundle_list,
+                             "lists " + names_of(unknown) + ", which only states have that were moved aside",
+                             "so Eclipse goes on starting what no director can remove", true, ""};
+  damage.surplus = std::move(unknown);
+  return damage;
 }
 
 std::vector<Unit> bundles_left(const fs::path& instance, const ProfileState& first, const ProfileState& second) {

@@ -19,6 +19,7 @@
 #include "base/file.h"
 #include "base/text.h"
 #include "p2/configuration_files.h"
+#include "p2/instance_paths.h"
 
 using namespace eclipse_base;
 
@@ -29,16 +30,6 @@ namespace eclipse_p2 {
 namespace {
 
 constexpr const char* area_key = "eclipse.p2.data.area";
-
-/// Without the backslashes of a property. One of a character's number stays.
-std::string unescaped(std::string_view value) {
-  std::string text;
-  for (std::size_t at = 0; at < value.size(); ++at) {
-    const bool is_escape = value[at] == '\\' && at + 1 < value.size() && value[at + 1] != 'u';
-    text += value[is_escape ? ++at : at];
-  }
-  return text;
-}
 
 bool is_unwritable(const fs::path& directory) {
   return faccessat(AT_FDCWD, directory.c_str(), W_OK, AT_EACCESS) != 0 && errno != ENOENT && errno != ENOTDIR;

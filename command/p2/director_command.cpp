@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "shell/command_runner.h"
 #include "shell/shell_reading.h"
 
 using namespace eclipse_base;
@@ -49,13 +50,6 @@ std::string command_line_of(std::vector<std::string> words) {
   return joined(words, " ") + std::string(command_end);
 }
 
-std::string list_of(const std::vector<Unit>& units) {
-  std::vector<std::string> texts;
-  texts.reserve(units.size());
-  for (const Unit& unit : units) texts.push_back(text_of(unit));
-  return joined(texts, ",");
-}
-
 /// Separates a list from the feature that a retry appends to the command.
 void set_features(DirectorCommand& command, std::string_view text) {
   const std::size_t end = std::min(text.find(command_end), text.size());
@@ -65,6 +59,16 @@ void set_features(DirectorCommand& command, std::string_view text) {
 }
 
 }  // namespace
+
+std::vector<std::string> features_of(const DirectorCommand& command) {
+  std::vector<std::string> features;
+  for (std::string_view list = command.features; !list.empty();) {
+    const std::size_t comma = list.find(',');
+    features.emplace_back(list.substr(0, comma));
+    list.remove_prefix(comma == list.npos ? list.size() : comma + 1);
+  }
+  return features;
+}
 
 std::optional<DirectorCommand> cut_director_command(std::string_view command) {
   const std::size_t end_of_executable = command.find(director);
@@ -88,14 +92,34 @@ std::string executable_started_by(std::string_view command) {
   return end == command.npos ? "" : eclipse_shell::as_word(std::string(command.substr(0, end)));
 }
 
+std::set<std::string> units_named_by(const std::string& command) {
+  std::set<std::string> ids;
+  if (command.size() > eclipse_shell::longest_command || executable_started_by(command).empty()) return ids;
+  for (const auto& words : eclipse_shell::read_as_shell(command).commands) {
+    for (std::size_t i = 0; i + 1 < words.size(); ++i) {
+      if (words[i] != trimmed(install) && words[i] != trimmed(uninstall)) continue;
+      for (const Unit& unit : units_named(words[i + 1])) ids.insert(unit.id);
+    }
+  }
+  return ids;
+}
+
 std::vector<std::string> intended_words(const DirectorCommand& command) {
   std::vector<std::string> words = {command.executable, "-nosplash", "-application", std::string(application)};
   if (command.is_removal) {
     words.insert(words.end(), {"-u", command.features});
   } else {
     words.insert(words.end(), {"-repository", command.repositories, "-i", command.features});
+    if (!command.replaced.empty()) words.insert(words.end(), {"-u", command.replaced});
   }
   return words;
+}
+
+bool starts_one_director(std::string_view command) {
+  const auto cut = cut_director_command(command);
+  const auto reading = eclipse_shell::read_as_shell(command);
+  return cut && reading.commands.size() == 1 && reading.commands.front().size() == intended_words(*cut).size() &&
+         reading.starts_only(reading.commands.front());
 }
 
 std::string list_roots_command(const std::string& executable) {
@@ -118,13 +142,22 @@ std::string revert_command(const std::string& executable, const std::vector<std:
 }
 
 std::string replace_command(const std::string& executable, const std::vector<std::string>& urls,
-                            const std::vector<Unit>& removed, const std::vector<Unit>& installed) {
+                            const UnitReplacement& replacement) {
   std::vector<std::string> words = own_words(executable, urls);
-  words.insert(words.end(), {"-u", list_of(removed), "-i", list_of(installed)});
+  words.insert(words.end(), {"-u", list_of(replacement.removed), "-i", list_of(replacement.installed)});
   return command_line_of(std::move(words));
 }
 
+std::string list_of(const std::vector<Unit>& units) {
+  std::vector<std::string> texts;
+  texts.reserve(units.size());
+  for (const Unit& unit : units) texts.push_back(text_of(unit));
+  return joined(texts, ",");
+}
+
 std::vector<Unit> units_named(std::string_view list) {
+  // A comma at the beginning makes one id of the whole list. Other empty parts do not count.
+  if (list.starts_with(',')) return {unit_called(list)};
   std::vector<Unit> units;
   while (!list.empty()) {
     const std::size_t comma = std::min(list.find(','), list.size());

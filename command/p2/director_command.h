@@ -3,6 +3,7 @@
 #define ECLIPSE_INT_P2_DIRECTOR_COMMAND_H
 
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,9 +18,14 @@ struct DirectorCommand {
   bool is_removal = false;
   std::string repositories = {};  ///< empty for a removal
   std::string features = {};
+  /// Of an installation that is not the plug-in's: the features that are removed in the same step.
+  std::string replaced = {};
   /// When the plug-in retries a removal, it appends one feature to the whole failed command. No shell accepts the result.
   std::string appended_feature = {};
 };
+
+/// The features that it names, as the plug-in wrote them.
+std::vector<std::string> features_of(const DirectorCommand& command);
 
 /// Cuts a command of the plug-in. Nothing for a command that does not install or remove features with a director.
 std::optional<DirectorCommand> cut_director_command(std::string_view command);
@@ -27,8 +33,15 @@ std::optional<DirectorCommand> cut_director_command(std::string_view command);
 /// The executable that a command of the plug-in or of our own starts; empty when it starts no director.
 std::string executable_started_by(std::string_view command);
 
+/// The ids of the units that a command asks a director to install or to remove, as the shell makes them; a command that cannot
+/// be started asks for none.
+std::set<std::string> units_named_by(const std::string& command);
+
 /// The words that a shell has to make of a command, the executable first.
 std::vector<std::string> intended_words(const DirectorCommand& command);
+
+/// Whether a shell makes of a command of the plug-in one command with as many words as it is meant to have, and no more.
+bool starts_one_director(std::string_view command);
 
 /// The command that prints the roots of the instance with this executable, in English, quoted for a shell.
 std::string list_roots_command(const std::string& executable);
@@ -42,9 +55,20 @@ std::string verify_only_command(const DirectorCommand& command, const std::strin
 /// for a shell. Without a repository (one of the URLs) that can be loaded, the director refuses to.
 std::string revert_command(const std::string& executable, const std::vector<std::string>& urls, const std::string& time);
 
-/// The command that removes units and installs others in one step, or changes nothing, in English, quoted for a shell.
+/// Units that are replaced by others in one step.
+struct UnitReplacement {
+  std::vector<Unit> removed;
+  std::vector<Unit> installed;
+
+  bool is_empty() const { return removed.empty() && installed.empty(); }
+};
+
+/// The command that does so, or changes nothing, in English, quoted for a shell.
 std::string replace_command(const std::string& executable, const std::vector<std::string>& urls,
-                            const std::vector<Unit>& removed, const std::vector<Unit>& installed);
+                            const UnitReplacement& replacement);
+
+/// Units as the director lists them, with commas between them.
+std::string list_of(const std::vector<Unit>& units);
 
 /// The units that the director makes of the list that follows "-i" or "-u".
 std::vector<Unit> units_named(std::string_view list);

@@ -16,6 +16,7 @@
 #include "base/file.h"
 #include "base/printable.h"
 #include "base/text.h"
+#include "p2/instance_paths.h"
 #include "shell/exit_code.h"
 
 namespace fs = std::filesystem;
@@ -123,7 +124,8 @@ Failure of_shell(const CommandResult& result) {
 }
 
 Failure of_instance(const CommandResult& result, const std::optional<fs::path>& log) {
-  const LoggedCauses logged = log ? causes_in(eclipse_base::read_end(*log, eclipse_base::largest::log).bytes) : LoggedCauses();
+  const auto content = log ? eclipse_base::read_end(*log, eclipse_base::largest::log) : eclipse_base::FileContent();
+  const LoggedCauses logged = causes_in(content.bytes);
   Failure failure{Layer::director, "it could not complete the operation", logged.messages, log};
   if (logged.messages.empty()) failure.causes = reasons_in(result.output);
   if (logged.is_application_missing) {
@@ -136,6 +138,7 @@ Failure of_instance(const CommandResult& result, const std::optional<fs::path>& 
     failure.meaning = "the application did not run to its end and logged no reason";
     failure.causes = messages_of(result);
   }
+  if (!content.error.empty()) failure.causes.push_back(log->filename().string() + " " + content.error);
   return failure;
 }
 
@@ -188,7 +191,7 @@ class LogReader {
 
 }  // namespace
 
-InstanceLogs::InstanceLogs(const fs::path& instance) : directory_(instance / "configuration"), before_(times()) {}
+InstanceLogs::InstanceLogs(const fs::path& instance) : directory_(instance / configuration_directory), before_(times()) {}
 
 InstanceLogs::Times InstanceLogs::times() const {
   Times times;

@@ -9,8 +9,10 @@
 #include "base/file.h"
 #include "base/printable.h"
 #include "base/text.h"
+#include "p2/director_answer.h"
 #include "p2/director_command.h"
 #include "p2/director_failure.h"
+#include "p2/instance_paths.h"
 
 using namespace eclipse_base;
 
@@ -25,30 +27,11 @@ bool is_unit(std::string_view line) {
          line.find_first_of(white_space) == line.npos;
 }
 
-std::string_view last_line(std::string_view output) {
-  const std::string_view text = trimmed(output);
-  return trimmed(text.substr(text.rfind('\n') + 1));
-}
-
-/// What the last line of the answer begins and ends with. It is in English, as list_roots_command() asks for.
-constexpr std::string_view completed = "Operation completed in ";
-constexpr std::string_view milliseconds = " ms.";
-
-/// Another program that is started as the executable prints something else, or nothing.
-void check_is_answer(const std::string& executable, std::string_view output) {
-  const std::string_view last = last_line(output);
-  if (last.starts_with(completed) && last.ends_with(milliseconds)) return;
-  constexpr std::size_t shown = 200;
-  const std::string printed =
-      last.empty() ? "it printed nothing"
-                   : "what it printed ends with " + in_quotes(last.substr(0, shown)) +
-                         (last.size() > shown ? " and " + std::to_string(last.size() - shown) + " more bytes" : "");
-  throw InstanceError(in_quotes(executable) + " does not say what is installed: the answer of a director ends with \"" +
-                      std::string(completed) + "N" + std::string(milliseconds) + "\", but " + printed +
-                      "; is this the Eclipse executable?");
-}
-
 }  // namespace
+
+InstanceError no_profile(const std::string& executable) {
+  return InstanceError(in_quotes(executable) + " " + printable(why_no_profile(instance_directory(executable))));
+}
 
 std::vector<Unit> units_in(std::string_view output) {
   std::vector<Unit> units;
@@ -74,7 +57,9 @@ InstalledUnits installed_units(const std::string& executable, const eclipse_shel
     throw InstanceError(in_quotes(executable) + " cannot be asked for what is installed: its answer is larger than " +
                         std::to_string(largest::output / largest::mebibyte) + " MiB");
   }
-  check_is_answer(executable, result.output);
+  if (const std::string error = why_not_an_answer(result.output); !error.empty()) {
+    throw InstanceError(in_quotes(executable) + " does not say what is installed: " + error);
+  }
   InstalledUnits installed{units_in(result.output), profile_units(instance)};
   if (!installed.all) installed.profile_error = profile_units_error(instance);
   return installed;

@@ -4,22 +4,19 @@
 
 #include <filesystem>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "p2/instance_error.h"
 #include "p2/profile.h"
 #include "p2/unit.h"
 #include "shell/command_runner.h"
 
 namespace eclipse_p2 {
 
-/// It is not known what the instance has installed. The message says why, on one or more lines.
-class InstanceError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+/// That the instance with this executable has no profile that is known, and why.
+InstanceError no_profile(const std::string& executable);
 
 struct InstalledUnits {
   std::vector<Unit> roots;  ///< what was installed by name, in the order of their texts

@@ -23,9 +23,11 @@
 
 #include "base/archive.h"
 #include "base/file.h"
+#include "base/printable.h"
 #include "base/text.h"
 #include "p2/configuration_files.h"
 #include "p2/data_area.h"
+#include "p2/instance_paths.h"
 #include "p2/xml.h"
 
 using namespace eclipse_base;
@@ -36,32 +38,93 @@ namespace eclipse_p2 {
 
 namespace {
 
+constexpr std::string_view suffix = ".profile";  ///< of a state, and of the directory of a profile
+constexpr std::string_view packed_suffix = ".profile.gz";
+
+bool is_named_like_state(std::string_view name) { return name.ends_with(suffix) || name.ends_with(packed_suffix); }
+
 /// A state's file name starts with the milliseconds at which it was written; nothing for a file that is not a state.
 std::optional<long long> time_of(const fs::path& file) {
   const std::string name = file.filename().string();
   long long time = 0;
   const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), time);
   const std::string_view rest(end, static_cast<std::size_t>(name.data() + name.size() - end));
-  if (error != std::errc() || (rest != ".profile" && rest != ".profile.gz")) return std::nullopt;
+  if (error != std::errc() || (rest != suffix && rest != packed_suffix)) return std::nullopt;
   return time;
 }
 
+struct ProfileDirectory {
+  fs::path path;       ///< empty when it is not known which one it is
+  std::string reason;  ///< why a place that the instance names is not known, beginning with the name of a file
+};
+
+/// p2 keeps a profile whose name has one of these characters under another name, as it does with "%47;" for a slash.
+bool is_plain_file_name(std::string_view name) {
+  constexpr std::string_view odd("\\/:*?\"<>|%\0", 11);
+  return !name.empty() && name.find_first_of(odd) == name.npos;
+}
+
+constexpr const char* profile_key = "eclipse.p2.profile";
+
 /// Without a word of the configuration, only a single one is certain to be the right one.
-fs::path profile_of(const fs::path& instance) {
-  const fs::path data = data_area_of(instance).directory;
-  if (data.empty()) return {};
-  const fs::path registry = data / "org.eclipse.equinox.p2.engine/profileRegistry";
-  if (const auto configured = configured_value(instance, "eclipse.p2.profile")) return registry / (*configured + ".profile");
+ProfileDirectory directory_of_profile(const fs::path& instance) {
+  const DataArea data = data_area_of(instance);
+  if (data.directory.empty()) return {"", data.reason};
+  const fs::path registry = data.directory / profile_registry;
+  if (const auto configured = configured_value(instance, profile_key)) {
+    const std::string name = unescaped(*configured);
+    if (is_plain_file_name(name)) return {registry / (name + std::string(suffix)), ""};
+    return {"", (instance / configuration_file).string() + " has " + profile_key + "=" + *configured +
+                    ", which is not a plain file name; correct it"};
+  }
   std::error_code error;
   const fs::directory_iterator all(registry, error);
   std::vector<fs::path> profiles;
   for (const auto& entry : all) profiles.push_back(entry.path());
-  return profiles.size() == 1 ? profiles.front() : fs::path();
+  return {profiles.size() == 1 ? profiles.front() : fs::path(), ""};
+}
+
+/// What p2 makes a number of: any sign, and no more than 64 bits.
+bool is_number(std::string_view text) {
+  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
+  long long number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && end == text.data() + text.size();
+}
+
+/// The name that a file had before it was moved aside; empty when it was not.
+std::string name_before(const fs::path& file) {
+  const std::string name = file.filename().string();
+  const auto end = name.find(set_aside_suffix);
+  return end == name.npos ? "" : name.substr(0, end);
+}
+
+/// Whether a profile has a state that p2 starts from; nothing when that cannot be seen.
+std::optional<bool> has_states(const fs::path& directory) {
+  std::error_code error;
+  const fs::directory_iterator files(directory, error);
+  if (error == std::errc::no_such_file_or_directory) return false;
+  if (error) return std::nullopt;
+  return std::any_of(begin(files), end(files), [](const auto& file) { return time_of(file.path()).has_value(); });
+}
+
+/// The names of the profiles that have a state.
+std::vector<std::string> profile_names(const fs::path& registry) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(registry, error)) {
+    const fs::path& directory = entry.path();
+    if (directory.extension() == suffix && has_states(directory).value_or(false)) names.push_back(directory.stem());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 /// In a file with this ending, p2 takes nothing but gzip data.
 Unpacked unpacked(const fs::path& state, std::string content) {
-  if (state.extension() == ".gz") return decompress(content, Compression::gzip, largest::profile);
+  const std::string before = name_before(state);
+  if ((before.empty() ? state.filename().string() : before).ends_with(".gz"))
+    return decompress(content, Compression::gzip, largest::profile);
   return {std::move(content), ""};
 }
 
@@ -112,22 +175,38 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
 
 }  // namespace
 
-fs::path instance_directory(const std::string& executable) {
-  std::error_code error;
-  const fs::path file = fs::canonical(executable, error);
-  return (error ? fs::path(executable) : file).parent_path();
-}
-
 std::vector<fs::path> profile_states(const fs::path& instance) {
   std::vector<std::pair<long long, fs::path>> states;
   std::error_code error;
-  for (const auto& file : fs::directory_iterator(profile_of(instance), error)) {
+  for (const auto& file : fs::directory_iterator(directory_of_profile(instance).path, error)) {
     if (const auto time = time_of(file.path())) states.emplace_back(*time, file.path());
   }
   std::sort(states.rbegin(), states.rend());
   std::vector<fs::path> files;
   files.reserve(states.size());
   for (auto& [time, file] : states) files.push_back(std::move(file));
+  return files;
+}
+
+std::vector<fs::path> misnamed_states(const fs::path& instance) {
+  std::vector<fs::path> files;
+  std::error_code error;
+  for (const auto& file : fs::directory_iterator(directory_of_profile(instance).path, error)) {
+    const std::string name = file.path().filename().string();
+    const bool is_misnamed = is_named_like_state(name) && !is_number(std::string_view(name).substr(0, name.find(suffix)));
+    if (is_misnamed && file.is_regular_file(error)) files.push_back(file.path());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+std::vector<fs::path> states_aside(const fs::path& instance) {
+  std::vector<fs::path> files;
+  std::error_code error;
+  for (const auto& file : fs::directory_iterator(directory_of_profile(instance).path, error)) {
+    if (time_of(name_before(file.path()))) files.push_back(file.path());
+  }
+  std::sort(files.rbegin(), files.rend());
   return files;
 }
 
@@ -163,6 +242,8 @@ ProfileState read_profile_state(const fs::path& file) {
   state.is_damaged = !state.error.empty() && !text.exceeds_limit && !xml.exceeds_limit;
   const pugi::xml_node profile = xml.document.child("profile");
   if (profile.child("units")) state.units = units_in(profile);
+  const std::string recorded = profile.attribute("timestamp").value();
+  if (is_number(recorded)) state.recorded_time = recorded;
   state.install_folder = property_of(profile, "org.eclipse.equinox.p2.installFolder");
   return state;
 }
@@ -178,7 +259,7 @@ std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance
 }
 
 std::string profile_units_error(const fs::path& instance) {
-  std::string elsewhere = data_area_of(instance).reason;
+  std::string elsewhere = directory_of_profile(instance).reason;
   if (!elsewhere.empty()) return elsewhere;
   const fs::path newest = profile_file(instance);
   const fs::path file = newest.empty() ? instance / configuration_file : newest;
@@ -192,8 +273,31 @@ std::string profile_units_error(const fs::path& instance) {
   return file.string() + " " + (reason.empty() ? "has no <units> element" : reason);
 }
 
+std::optional<MissingProfile> missing_profile(const fs::path& instance) {
+  const DataArea data = data_area_of(instance);
+  const auto configured = configured_value(instance, profile_key);
+  if (!data.is_inside || !configured) return std::nullopt;
+  const std::string name = unescaped(*configured);
+  const fs::path registry = data.directory / profile_registry;
+  if (!is_plain_file_name(name) || has_states(registry / (name + std::string(suffix))).value_or(true)) return std::nullopt;
+  const std::string file = (instance / configuration_file).string();
+  const auto others = profile_names(registry);
+  std::error_code error;
+  const bool has_data = fs::exists(data.directory, error);
+  std::string message = file + " names the profile " + in_quotes(name) + ", but " + data.directory.string();
+  if (others.empty()) {
+    return MissingProfile{std::move(message) + (has_data ? " has none" : " does not exist"),
+                          "install Eclipse again, together with its directory " + std::string(data_directory)};
+  }
+  std::string list;
+  for (const std::string& other : others) list += (list.empty() ? "" : ", ") + in_quotes(other);
+  return MissingProfile{std::move(message) + " has only " + list,
+                        others.size() == 1 ? "write " + std::string(profile_key) + "=" + others.front() + " into that file"
+                                           : "write the name of the right one into that file"};
+}
+
 std::string why_no_profile(const fs::path& instance) {
-  const std::string elsewhere = data_area_of(instance).reason;
+  const std::string elsewhere = directory_of_profile(instance).reason;
   return elsewhere.empty() ? "has no p2 profile of its own" : "has a p2 profile that cannot be found: " + elsewhere;
 }
 

@@ -36,13 +36,17 @@ struct InstalledUnit {
   bool is_bundle = false;  ///< it has a jar that the instance starts with
 };
 
-/// The directory of the instance whose executable this is, also when a link names it.
-std::filesystem::path instance_directory(const std::string& executable);
-
 /// Every state of the profile of the instance in this directory, newest first. p2 starts from the first one and never falls
 /// back to another, even if that one is damaged. Empty when there is none, or when it is not certain which profile is the
 /// instance's, or where it is.
 std::vector<std::filesystem::path> profile_states(const std::filesystem::path& instance);
+
+/// Files beside the states that p2 takes for states by the ends of their names, although these do not begin with a time: it
+/// refuses every change then.
+std::vector<std::filesystem::path> misnamed_states(const std::filesystem::path& instance);
+
+/// The states that a repair has moved aside.
+std::vector<std::filesystem::path> states_aside(const std::filesystem::path& instance);
 
 /// A state of a profile.
 struct ProfileState {
@@ -51,8 +55,12 @@ struct ProfileState {
   std::string error;        ///< why it cannot be read, to be read after its file name, such as "is damaged"; empty when it can
   bool is_damaged = false;  ///< the error is in its content, so that p2 cannot read it either
   std::optional<std::vector<InstalledUnit>> units;  ///< nothing when it has no list of them
+  std::string recorded_time = {};                   ///< as its content says; empty when it does not
   std::string install_folder = {};  ///< the directory of the instance when it was written; empty when it does not say
+
+  bool is_readable() const { return error.empty(); }
 };
+
 /// The date of a time of a state, in universal time.
 std::string date_of(const std::string& time);
 
@@ -76,6 +84,15 @@ std::optional<std::vector<InstalledUnit>> profile_units(const std::filesystem::p
 
 /// Why profile_units() gives nothing, such as "FILE is damaged"; empty when the instance has no profile of its own.
 std::string profile_units_error(const std::filesystem::path& instance);
+
+/// Why no director of an instance finds a profile, and how to fix that.
+struct MissingProfile {
+  std::string message;
+  std::string fix;
+};
+
+/// Nothing when the instance names no profile, when that has a state, or when it is not certain that it has none.
+std::optional<MissingProfile> missing_profile(const std::filesystem::path& instance);
 
 /// Why there are no states, to be read after the name of the instance.
 std::string why_no_profile(const std::filesystem::path& instance);

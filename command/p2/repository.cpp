@@ -2,25 +2,23 @@
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
-#include <cstdint>
 #include <pugixml.hpp>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
+#include "base/file.h"
 #include "base/text.h"
+#include "p2/artifact_location.h"
 #include "p2/touchpoint_actions.h"
 #include "p2/xml.h"
 
 namespace fs = std::filesystem;
+namespace largest = eclipse_base::largest;
 
 namespace eclipse_p2 {
 
 namespace {
-
-/// Composites in composites in ... Each level is a call here; real ones have two or three.
-constexpr std::size_t deepest = 200;
 
 bool has_scheme(std::string_view location) {
   const std::size_t end = location.find(':');
@@ -76,38 +74,39 @@ std::string label_of(const pugi::xml_node& unit) {
   return translated.empty() ? label : translated;
 }
 
-/// Of all, or only of those that are required on every system.
-std::set<std::string> units_required_by_name(const pugi::xml_node& unit, bool everywhere) {
-  constexpr std::string_view of_every_instance = "(org.eclipse.update.install.features=true)";
-  std::set<std::string> ids;
-  for (const pugi::xml_node required : unit.child("requires").children("required")) {
-    if (std::string_view(required.attribute("namespace").value()) != "org.eclipse.equinox.p2.iu") continue;
-    const std::string_view filter = eclipse_base::trimmed(required.child("filter").text().get());
-    const bool is_everywhere = (filter.empty() || filter == of_every_instance) && !required.attribute("optional").as_bool();
-    if (is_everywhere || !everywhere) ids.insert(required.attribute("name").value());
-  }
-  return ids;
-}
-
 bool is_for_other_system(const pugi::xml_node& unit) {
   const std::string_view filter = unit.child("filter").text().get();
   return filter.find("(osgi.os=") != filter.npos && filter.find("(osgi.os=linux)") == filter.npos &&
          filter.find('!') == filter.npos;
 }
 
+std::set<std::string> units_named_in(const std::vector<Requirement>& requirements) {
+  std::set<std::string> ids;
+  for (const Requirement& requirement : requirements) {
+    if (requirement.name_space == unit_name_space) ids.insert(requirement.name);
+  }
+  return ids;
+}
+
 UnitDescription description_of(const pugi::xml_node& unit) {
   UnitDescription description;
   description.label = label_of(unit);
   description.is_category = property_of(unit, "org.eclipse.equinox.p2.type.category") == "true";
-  if (description.is_category) description.members = units_required_by_name(unit, false);
-  if (property_of(unit, "org.eclipse.equinox.p2.type.group") == "true") description.parts = units_required_by_name(unit, true);
+  description.is_group = property_of(unit, "org.eclipse.equinox.p2.type.group") == "true";
+  description.filter = eclipse_base::trimmed(unit.child("filter").text().get());
+  description.requirements = requirements_of(unit);
+  description.further_capabilities = further_capabilities_of(unit);
+  description.names_patched = names_patched_by(unit);
+  if (description.is_category) description.members = units_named_in(description.requirements);
   description.is_for_other_system = is_for_other_system(unit);
   description.foreign_actions = foreign_actions_of(unit);
+  description.bundle_actions = bundle_actions_of_feature(unit);
   return description;
 }
 
 void read_units(const pugi::xml_node& repository, Repository& read) {
   UnitVersions& units = read.units.emplace();
+  read.has_references = static_cast<bool>(repository.child("references").child("repository"));
   for (const pugi::xml_node unit : repository.child("units").children("unit")) {
     const Unit name{unit.attribute("id").value(), unit.attribute("version").value()};
     units[name.id].insert(name.version);
@@ -116,50 +115,6 @@ void read_units(const pugi::xml_node& repository, Repository& read) {
       read.needed_artifacts.insert(name_of_artifact(artifact));
     }
   }
-}
-
-/// What is around ID_VERSION in the path of an artifact.
-struct FilePattern {
-  std::string directory;
-  std::string ending;
-};
-
-/// The rule that names the files of most repositories.
-bool maps_to(const pugi::xml_node& repository, const std::string& classifier, const FilePattern& pattern) {
-  const std::string filter = "(& (classifier=" + classifier + "))";
-  const std::string output = "${repoUrl}/" + pattern.directory + "/${id}_${version}" + pattern.ending;
-  for (const pugi::xml_node rule : repository.child("mappings").children("rule")) {
-    if (rule.attribute("filter").value() == filter) return rule.attribute("output").value() == output;
-  }
-  return false;
-}
-
-/// Features, bundles and root files, by their classifiers.
-std::map<std::string, FilePattern> mapped_files(const pugi::xml_node& repository) {
-  std::map<std::string, FilePattern> patterns = {
-      {"org.eclipse.update.feature", {"features", ".jar"}}, {"osgi.bundle", {"plugins", ".jar"}}, {"binary", {"binary", ""}}};
-  std::erase_if(patterns, [&](const auto& pattern) { return !maps_to(repository, pattern.first, pattern.second); });
-  return patterns;
-}
-
-/// Whether an artifact is kept in another form than as a jar file of its own, or elsewhere.
-bool is_kept_otherwise(const pugi::xml_node& artifact) {
-  if (artifact.child("processing") || artifact.child("repositoryProperties")) return true;
-  return static_cast<bool>(artifact.child("properties").find_child_by_attribute("property", "name", "format"));
-}
-
-/// How large the file of an artifact must be. Nothing without a checksum: then the director accepts any size.
-std::optional<std::uintmax_t> fixed_size_of(const pugi::xml_node& artifact) {
-  const auto properties = artifact.child("properties").children("property");
-  const bool has_checksum = std::any_of(properties.begin(), properties.end(), [](const pugi::xml_node& property) {
-    const std::string_view name = property.attribute("name").value();
-    return name.starts_with("download.checksum.") || name == "download.md5";
-  });
-  const std::string size = property_of(artifact, "download.size");
-  std::uintmax_t bytes = 0;
-  const auto [end, error] = std::from_chars(size.data(), size.data() + size.size(), bytes);
-  const bool is_number = error == std::errc() && end == size.data() + size.size();
-  return has_checksum && is_number ? std::optional(bytes) : std::nullopt;
 }
 
 bool is_packed_by_pack200(const pugi::xml_node& artifact) {
@@ -172,40 +127,49 @@ bool is_packed_by_pack200(const pugi::xml_node& artifact) {
 /// Those that are listed in this form alone.
 void add_packed(const std::set<std::string>& packed, Repository& read) {
   for (const std::string& name : packed) {
-    const bool is_listed_otherwise =
-        read.artifacts->count(name) + read.missing_artifacts.count(name) + read.damaged_artifacts.count(name) != 0;
+    const bool is_listed_otherwise = read.artifacts->count(name) + read.missing_artifacts.count(name) +
+                                         read.damaged_artifacts.count(name) + read.artifacts_elsewhere.count(name) !=
+                                     0;
     if (is_listed_otherwise) continue;
     read.damaged_artifacts.emplace(
         name, std::string(name).append(" is packed by Pack200, which directors on Java 14 and later cannot unpack"));
   }
 }
 
+void add_artifact(const pugi::xml_node& artifact, const ArtifactLocation& location, const RepositoryFiles& files,
+                  Repository& read) {
+  const std::string name = name_of_artifact(artifact);
+  const bool is_absolute = location.file.starts_with('/');
+  const std::string file = is_absolute && files.are_in_archive() ? "" : location.file;
+  const bool is_own_file = !file.empty() && !files.are_in_archive();
+  const auto size = fixed_size_of(artifact);
+  if (!location.elsewhere.empty()) {
+    read.artifacts_elsewhere.emplace(name, location.elsewhere);
+  } else if (!file.empty() && files.has_with_backslashes(file)) {
+    read.damaged_artifacts.emplace(
+        name, file + " has backslashes in its name in the archive, where only slashes are for directories");
+  } else if (!file.empty() && !files.has(file)) {
+    read.missing_artifacts.emplace(name, file);
+  } else if (const std::string error = is_own_file ? jar_damage(files.path() / file, size) : ""; !error.empty()) {
+    read.damaged_artifacts.emplace(name, file + " " + error);
+  } else {
+    read.artifacts->insert(name);
+    if (is_absolute && read.absolute_artifact.empty()) read.absolute_artifact = location.file;
+    if (file.empty()) return;
+    const fs::path path = is_own_file ? files.path() / file : files.path();
+    const std::string entry = is_own_file ? "" : files.entry(file);
+    read.artifact_files.emplace(name, ArtifactFile{file, path, checksums_of(artifact), size, entry});
+  }
+}
+
 void read_artifacts(const pugi::xml_node& repository, const RepositoryFiles& files, Repository& read) {
-  const auto patterns = mapped_files(repository);
   read.artifacts.emplace();
   std::set<std::string> packed;
   for (const pugi::xml_node artifact : repository.child("artifacts").children("artifact")) {
     if (is_packed_by_pack200(artifact)) {
       packed.insert(name_of_artifact(artifact));
-      continue;
-    }
-    const auto pattern = patterns.find(artifact.attribute("classifier").value());
-    std::string file;
-    if (pattern != patterns.end() && !is_kept_otherwise(artifact)) {
-      const auto& [directory, ending] = pattern->second;
-      file = std::string(directory).append("/").append(artifact.attribute("id").value()).append("_");
-      file.append(artifact.attribute("version").value()).append(ending);
-    }
-    if (!file.empty() && !files.has(file)) {
-      read.missing_artifacts.emplace(name_of_artifact(artifact), std::move(file));
-    } else if (const std::string error = file.empty() ? "" : files.jar_error(file, fixed_size_of(artifact)); !error.empty()) {
-      read.damaged_artifacts.emplace(name_of_artifact(artifact), file.append(" ").append(error));
     } else {
-      read.artifacts->insert(name_of_artifact(artifact));
-      if (file.empty() || files.are_in_archive()) continue;
-      auto checksums = checksums_of(artifact);
-      if (checksums.empty()) continue;
-      read.artifact_files.emplace(name_of_artifact(artifact), ArtifactFile{file, files.path() / file, std::move(checksums)});
+      add_artifact(artifact, location_of(artifact, repository), files, read);
     }
   }
   add_packed(packed, read);
@@ -246,6 +210,7 @@ class Repositories::Reader {
       }
     } else {
       repository_.nested = files_.nested_metadata();
+      repository_.inner_archive = inner_archive();
     }
     return std::move(repository_);
   }
@@ -254,6 +219,8 @@ class Repositories::Reader {
   void read_listing(Listing listing) {
     const auto metadata = files_.read(listing);
     if (!metadata) return;
+    auto& ignored = repository_.ignored_metadata;
+    ignored.insert(ignored.end(), metadata->ignored.begin(), metadata->ignored.end());
     if (metadata->exceeds_limit) {
       note(repository_.unexamined_because, metadata->error);
     } else if (!metadata->error.empty()) {
@@ -269,6 +236,13 @@ class Repositories::Reader {
     }
   }
 
+  /// Of a directory only one that is a repository.
+  std::string inner_archive() {
+    std::string name = files_.inner_archive();
+    if (name.empty() || files_.are_in_archive() || depth_ == largest::composites) return name;
+    return repositories_.at({place_.path / name}, depth_ + 1).is_repository ? name : "";
+  }
+
   /// What a composite provides is known only when all children that can be loaded are known.
   void read_children(const pugi::xml_node& root, Listing listing) {
     const bool needs_all = property_of(root, "p2.atomic.composite.loading") == "true";
@@ -279,7 +253,10 @@ class Repositories::Reader {
       const std::string location = node.attribute("location").value();
       const bool is_absolute = location.starts_with("file:/") || location.starts_with("jar:file:/");
       if (is_absolute && listing == Listing::content) repository_.absolute_children.push_back(location);
+      if (listing == Listing::content) repository_.children_without_artifacts.insert(location);
+      if (listing == Listing::artifacts) repository_.children_without_artifacts.erase(location);
       const Repository* const child = look_into_child(location);
+      if (child != nullptr) note_ignored_metadata(*child, location);
       if (child == nullptr) {
         is_known = false;
       } else if ((!child->is_repository || !child->error.empty()) && needs_all) {
@@ -292,6 +269,7 @@ class Repositories::Reader {
       } else if (listing == Listing::content) {
         is_known = is_known && child->units;
         repository_.descriptions.insert(child->descriptions.begin(), child->descriptions.end());
+        repository_.has_references = repository_.has_references || child->has_references;
         if (child->units) add_units(*child, units);
       } else {
         is_known = is_known && child->artifacts;
@@ -309,8 +287,9 @@ class Repositories::Reader {
       note(repository_.unexamined_because, "its child " + location + " is not on this disk");
       return nullptr;
     }
-    if (depth_ == deepest) {
-      note(repository_.unexamined_because, "its children are nested more than " + std::to_string(deepest) + " levels deep");
+    if (depth_ == largest::composites) {
+      note(repository_.unexamined_because,
+           "its children are nested more than " + std::to_string(largest::composites) + " levels deep");
       return nullptr;
     }
     // The director looks into an archive only when the location begins with "jar:".
@@ -327,6 +306,15 @@ class Repositories::Reader {
     return &child;
   }
 
+  /// A child is usually one of content and of artifacts, and noted once.
+  void note_ignored_metadata(const Repository& child, const std::string& location) {
+    if (!children_.insert(location).second) return;
+    for (IgnoredMetadata ignored : child.ignored_metadata) {
+      ignored.child = ignored.child.empty() ? location : with_slash(location) + ignored.child;
+      repository_.ignored_metadata.push_back(std::move(ignored));
+    }
+  }
+
   void add_units(const Repository& child, UnitVersions& units) {
     for (const auto& [id, versions] : *child.units) units[id].insert(versions.begin(), versions.end());
     repository_.needed_artifacts.insert(child.needed_artifacts.begin(), child.needed_artifacts.end());
@@ -335,13 +323,17 @@ class Repositories::Reader {
   void add_artifacts(const Repository& child, const std::string& location, std::set<std::string>& artifacts) {
     artifacts.insert(child.artifacts->begin(), child.artifacts->end());
     for (const auto& [name, file] : child.missing_artifacts) {
-      repository_.missing_artifacts.emplace(name, with_slash(location) + file);
+      repository_.missing_artifacts.emplace(name, (fs::path(location) / file).string());
     }
+    repository_.artifacts_elsewhere.insert(child.artifacts_elsewhere.begin(), child.artifacts_elsewhere.end());
+    note(repository_.absolute_artifact, child.absolute_artifact);
     for (const auto& [name, error] : child.damaged_artifacts) {
       repository_.damaged_artifacts.emplace(name, with_slash(location) + error);
     }
     for (const auto& [name, file] : child.artifact_files) {
-      repository_.artifact_files.emplace(name, ArtifactFile{with_slash(location) + file.name, file.path, file.checksums});
+      ArtifactFile of_child = file;
+      of_child.name = with_slash(location) + file.name;
+      repository_.artifact_files.emplace(name, std::move(of_child));
     }
   }
 
@@ -349,10 +341,15 @@ class Repositories::Reader {
   RepositoryPlace place_;
   RepositoryFiles files_;
   std::size_t depth_;
+  std::set<std::string> children_;  ///< whose ignored metadata is noted
   Repository repository_;
 };
 
-const Repository& Repositories::at(const fs::path& path) { return at({path}, 0); }
+const Repository& Repositories::at(const fs::path& path) {
+  const Repository*& repository = by_path_[path.native()];
+  if (repository == nullptr) repository = &at({path}, 0);
+  return *repository;
+}
 
 const Repository& Repositories::at(RepositoryPlace place, std::size_t depth) {
   std::error_code error;

@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <map>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -26,6 +28,24 @@ constexpr const char* index_name = "p2.index";
 bool is_file(const fs::path& path) {
   std::error_code error;
   return fs::is_regular_file(path, error);
+}
+
+/// What a repository consists of; its properties may differ between two files of the same.
+constexpr std::array<const char*, 4> elements = {"units", "mappings", "artifacts", "children"};
+
+std::string text_of_elements(const pugi::xml_document& document) {
+  std::ostringstream text;
+  for (const char* const element : elements) document.child("repository").child(element).print(text, "", pugi::format_raw);
+  return text.str();
+}
+
+/// The director reads the first element of a kind, as if the others were not there.
+void note_ignored_elements(const std::string& file, Metadata& metadata) {
+  for (const char* const element : elements) {
+    const pugi::xml_node second = metadata.document.child("repository").child(element).next_sibling(element);
+    if (!second.first_child()) continue;
+    metadata.ignored.push_back({std::string("the second <") + element + "> in " + file, "the first one"});
+  }
 }
 
 /// The keys and values of a p2.index, which is a Java properties file, in the version that the director reads.
@@ -97,6 +117,10 @@ bool RepositoryFiles::has(const std::string& name) const {
   return archive_ ? archive_->has(place_.inside + name) : is_file(place_.path / name);
 }
 
+bool RepositoryFiles::has_with_backslashes(const std::string& name) const {
+  return !has(name) && archive_ && name.find('/') != name.npos && archive_->has(replaced(place_.inside + name, "/", "\\"));
+}
+
 /// The director takes for a file what is no directory, a FIFO too.
 bool RepositoryFiles::has_metadata(const std::string& name) const {
   if (archive_) return has(name);
@@ -118,20 +142,6 @@ bool RepositoryFiles::has_any(Listing listing) const {
   return std::any_of(forms.begin(), forms.end(), [this](const Form& form) {
     return std::any_of(form.files.begin(), form.files.end(), [this](const auto& file) { return has_metadata(file); });
   });
-}
-
-std::string RepositoryFiles::jar_error(const std::string& name, std::optional<std::uintmax_t> size) const {
-  if (archive_) return "";
-  constexpr std::string_view large_file_pointer = "version https://git-lfs.github.com/spec/";
-  constexpr std::string_view zip = "PK";
-  const FileContent beginning = read_beginning(place_.path / name, large_file_pointer.size());
-  if (!beginning.error.empty()) return beginning.error;
-  if (beginning.bytes == large_file_pointer) return "is a Git LFS pointer, not the file that it stands for";
-  if (!beginning.bytes.starts_with(zip)) return "is not a zip archive";
-  std::error_code error;
-  const std::uintmax_t actual = fs::file_size(place_.path / name, error);
-  if (error || !size || actual == *size) return "";
-  return "has " + std::to_string(actual) + " bytes, but the repository lists it with " + std::to_string(*size);
 }
 
 std::vector<const RepositoryFiles::Form*> RepositoryFiles::order_of(Listing listing, const std::string& index_text) {
@@ -179,7 +189,20 @@ Metadata RepositoryFiles::read_form(const Form& form, const std::string& file) c
   metadata.exceeds_limit = content.exceeds_limit || xml.exceeds_limit;
   if (!content.error.empty() || !xml.error.empty()) metadata.error = name + " " + content.error + xml.error;
   metadata.document = std::move(xml.document);
+  note_ignored_elements(name, metadata);
   return metadata;
+}
+
+/// Of the other files, those with another content.
+void RepositoryFiles::note_ignored_files(Listing listing, const std::string& read, Metadata& metadata) const {
+  for (const Form& form : forms_of(listing)) {
+    for (const std::string& file : form.files) {
+      if (file == read || !has_metadata(file)) continue;
+      const Metadata other = read_form(form, file);
+      const bool is_same = text_of_elements(other.document) == text_of_elements(metadata.document);
+      if (other.error.empty() && !is_same) metadata.ignored.push_back({file, read});
+    }
+  }
 }
 
 std::optional<Metadata> RepositoryFiles::read(Listing listing) const {
@@ -195,10 +218,14 @@ std::optional<Metadata> RepositoryFiles::read(Listing listing) const {
   }
   for (const Form* const form : order_of(listing, index.bytes)) {
     for (const std::string& file : form->files) {
-      if (has_metadata(file)) return read_form(*form, file);
+      if (!has_metadata(file)) continue;
+      Metadata metadata = read_form(*form, file);
+      if (metadata.error.empty()) note_ignored_files(listing, file, metadata);
+      return metadata;
     }
   }
-  unknown.error = "p2.index excludes every metadata file that exists";
+  unknown.error = std::string("p2.index excludes every ") +
+                  (listing == Listing::content ? "metadata file that exists" : "list of artifacts that exists");
   return unknown;
 }
 
@@ -209,6 +236,18 @@ std::string RepositoryFiles::nested_metadata() const {
       return name.substr(0, slash + 1);
   }
   return "";
+}
+
+std::string RepositoryFiles::inner_archive() const {
+  std::set<std::string> candidates = archive_ ? archive_->names() : std::set<std::string>();
+  std::error_code error;
+  if (!archive_) {
+    for (const auto& file : fs::directory_iterator(place_.path, error)) candidates.insert(file.path().filename().string());
+  }
+  std::erase_if(candidates, [this](const std::string& name) {
+    return archive_ ? name.ends_with('/') : !name.ends_with(".zip") || !has(name);
+  });
+  return candidates.size() == 1 && candidates.begin()->ends_with(".zip") ? *candidates.begin() : "";
 }
 
 /// All of an archive, but of a directory only what is directly in its directories, since it may be a large one.

@@ -14,7 +14,6 @@
 
 #include <compare>
 #include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <pugixml.hpp>
@@ -38,13 +37,21 @@ struct RepositoryPlace {
 
 enum class Listing { content, artifacts };
 
+/// Metadata that the director ignores, for what it reads in its place.
+struct IgnoredMetadata {
+  std::string name;          ///< "content.xml", or "the second <units> in content.xml"
+  std::string read_instead;  ///< "content.jar", or "the first one"
+  std::string child = {};    ///< the child of a composite that has it, by its location; empty for the repository itself
+};
+
 /// A metadata file that was read.
 struct Metadata {
   bool is_composite = false;
   pugi::xml_document document;
-  std::string error;           ///< why it cannot be read, with its name; empty when it can
-  bool is_unreadable = false;  ///< the error is a lack of permission
-  bool exceeds_limit = false;  ///< the error is that it is larger than is read here; a director may well read it
+  std::string error;                     ///< why it cannot be read, with its name; empty when it can
+  bool is_unreadable = false;            ///< the error is a lack of permission
+  bool exceeds_limit = false;            ///< the error is that it is larger than is read here; a director may well read it
+  std::vector<IgnoredMetadata> ignored;  ///< that has another content
 };
 
 class RepositoryFiles {
@@ -63,15 +70,19 @@ class RepositoryFiles {
 
   /// A file or, in an archive, a directory.
   bool has(const std::string& name) const;
+  /// Whether an archive has a file under this name only with backslashes for slashes.
+  bool has_with_backslashes(const std::string& name) const;
   /// Whether there is a file in any of the forms.
   bool has_any(Listing listing) const;
-  /// Why the director does not accept a jar that is in a directory, to be read after its name; empty when nothing shows it.
-  /// `size` is the one that it must have, if any.
-  std::string jar_error(const std::string& name, std::optional<std::uintmax_t> size) const;
+  /// The name in the archive of a file in the repository.
+  std::string entry(const std::string& name) const { return place_.inside + name; }
   /// The file that the director reads. Nothing when there is none.
   std::optional<Metadata> read(Listing listing) const;
   /// The path of a directory inside that has metadata, with a slash at its end; empty when there is none.
   std::string nested_metadata() const;
+  /// The path of a zip archive that is the only file in an archive, or the only zip archive directly in a directory; else
+  /// empty.
+  std::string inner_archive() const;
 
  private:
   struct Form;
@@ -83,6 +94,7 @@ class RepositoryFiles {
   static std::vector<const Form*> order_of(Listing listing, const std::string& index_text);
   static eclipse_base::Unpacked unpacked(std::string packed, const Form& form, std::string& name);
   Metadata read_form(const Form& form, const std::string& file) const;
+  void note_ignored_files(Listing listing, const std::string& read, Metadata& metadata) const;
   std::set<std::string> names() const;
 
   RepositoryPlace place_;

@@ -8,9 +8,13 @@
 
 namespace eclipse_p2 {
 
-/// Of the instructions of a <unit>, those actions that p2's own touchpoints do not have, each with its phase, as
+/// Of the instructions of a <unit>, those actions that its touchpoint, of those of p2, does not have, each with its phase, as
 /// "install:ACTION". None when the unit has metaRequirements, which may bring actions, or imports some.
 std::set<std::string> foreign_actions_of(const pugi::xml_node& unit);
+
+/// Of the instructions of a <unit> that is a feature, those actions that the director can only perform for a bundle, in the
+/// same form.
+std::set<std::string> bundle_actions_of_feature(const pugi::xml_node& unit);
 
 }  // namespace eclipse_p2
 

@@ -46,9 +46,16 @@ bool begins_reference(std::string_view text, std::size_t ampersand) {
   return !digits.empty() && digits.find_first_not_of(is_hexadecimal ? "0123456789abcdefABCDEF" : "0123456789") == digits.npos;
 }
 
-/// The offset of an "&" that begins no reference; npos if there is none, or the document may define entities itself.
+/// The offset of an "&" that begins no reference, wherever it is; npos if there is none.
+std::size_t ampersand_without_reference(std::string_view text) {
+  std::size_t at = text.find('&');
+  while (at != text.npos && begins_reference(text, at)) at = text.find('&', at + 1);
+  return at;
+}
+
+/// The same in what is parsed; npos also if the document may define entities itself.
 std::size_t lone_ampersand(std::string_view text) {
-  if (text.find('&') == text.npos || text.find("<!DOCTYPE") != text.npos) return text.npos;
+  if (ampersand_without_reference(text) == text.npos || text.find("<!DOCTYPE") != text.npos) return text.npos;
   for (std::size_t at = text.find_first_of("<&"); at != text.npos; at = text.find_first_of("<&", at + 1)) {
     if (text[at] == '<') {
       at = end_of_unparsed(text, at);
@@ -62,11 +69,9 @@ std::size_t lone_ampersand(std::string_view text) {
 /// What Java's parser does not accept, but the one that is used here does.
 std::string error_in_text(std::string_view text) {
   if (!should_be_utf8(text)) return "";
-  std::size_t valid = 0;
-  while (valid < text.size()) {
-    const std::size_t length = eclipse_base::character_length(text.substr(valid));
-    if (length == 0) return "is not UTF-8 in " + line_at(text, valid) + ", although it says so or names no other encoding";
-    valid += length;
+  const std::size_t valid = eclipse_base::length_of_utf8(text);
+  if (valid < text.size()) {
+    return "is not UTF-8 in " + line_at(text, valid) + ", although it says so or names no other encoding";
   }
   const std::size_t ampersand = lone_ampersand(text);
   return ampersand == text.npos ? "" : "is not well-formed XML: write &amp; for the & in " + line_at(text, ampersand);

@@ -10,11 +10,12 @@
 #include "dry_run/descriptor_files.h"
 #include "dry_run/descriptor_lines.h"
 #include "dry_run/dry_run.h"
+#include "dry_run/log_lines.h"
 #include "dry_run/plugin_functions.h"
 #include "p2/director_command.h"
+#include "p2/director_start.h"
 #include "plan/distinct_retries.h"
 #include "plan/reasons.h"
-#include "shell/executable.h"
 
 using namespace eclipse_dry_run;
 using namespace eclipse_host;
@@ -31,12 +32,11 @@ ComponentStatus status_of(const CatalogueComponent* component, const ComponentSe
   return component->has_provider && component->package ? ComponentStatus::searched : ComponentStatus::no_package;
 }
 
-std::string joined_repositories(const std::set<std::string>& repositories) {
-  std::vector<std::string> words;
-  words.reserve(repositories.size());
-  for (const std::string& repository : repositories) {
-    words.push_back(is_archive_url(repository) ? repository.substr(1, repository.size() - 2) : repository);
-  }
+/// What the director is to get of a list: each text without quotes and backslashes that the shell removes.
+template <typename Texts>
+std::string joined_words(const Texts& texts) {
+  std::vector<std::string> words(texts.size());
+  std::transform(texts.begin(), texts.end(), words.begin(), as_word);
   return eclipse_base::joined(words, ",");
 }
 
@@ -55,14 +55,7 @@ class PlanMaker {
         session_(session),
         retries_(retries),
         observers_(observers),
-        run_(perform_dry_run(plugin, session, files_,
-                             retries == Retries::distinct ? std::optional(std::set<std::size_t>{0, 1}) : std::nullopt,
-                             observers)) {}
-
-  bool is_eclipse_chosen() const {
-    const std::string choice = session_.variable("ECLIPSE_INTEGRATION_CHOICE");
-    return choice == "internal" || choice == "user";
-  }
+        run_(perform_dry_run(plugin, session, files_, std::set<std::size_t>{0, 1}, observers)) {}
 
   Plan make() {
     plan_.is_removal = session_.is_removal();
@@ -70,7 +63,7 @@ class PlanMaker {
     plan_.refusal = run_.refusal;
     if (!run_.log.empty()) plan_.last_log_line = run_.log.back();
     plan_.executable = run_.executable;
-    plan_.is_instance_missing = run_.refusal.empty() && !run_.searched && is_eclipse_chosen();
+    plan_.is_instance_missing = run_.refusal.empty() && !run_.searched && session_.chooses_instance();
     plan_.every_component = run_.every_component;
     add_version_check();
     for (std::size_t i = 0; i < run_.components.size(); ++i) add_component(session_.components[i].get(), run_.components[i]);
@@ -78,6 +71,7 @@ class PlanMaker {
     if (!run_.commands.empty()) {
       add_commands();
     } else if (plan_.refusal.empty()) {
+      check_that_there_are_no_records();
       plan_.reasons = reasons_for_no_command(plan_, run_, session_);
     }
     return std::move(plan_);
@@ -154,24 +148,75 @@ class PlanMaker {
       features_.push_back(record->config.feature);
       places_.push_back(record->place());
     }
-    repositories_ = joined_repositories(plan_.repositories);
+    check_that_records_are_those_of(run_.commands.at(0));
+    repositories_ = joined_words(plan_.repositories);
     plan_.command = planned(0, run_.commands.at(0));
     plan_.retry_count = features_.size();
     const std::size_t rest = run_.commands.at(1).size() - features_.front().size();
     for (const std::string& feature : features_) plan_.longest_retry = std::max(plan_.longest_retry, rest + feature.size());
-    if (retries_ == Retries::distinct) find_distinct_retries();
-    for (const auto& [number, text] : run_.commands) {
-      if (number > 0) plan_.retries.push_back(planned(number, text));
+    add_retries(limited(wanted_retries(), rest));
+  }
+
+  /// The plug-in reads the descriptors itself, so that one may be changed, or fail to be read, between the two readings.
+  void check_that_records_are_those_of(const std::string& command) const {
+    if (features_.empty() || command.find(eclipse_base::joined(features_, ",")) == command.npos) throw_as_read_differently();
+  }
+
+  void check_that_there_are_no_records() const {
+    const std::string& last = plan_.last_log_line;
+    const bool are_none =
+        last == eclipse_dry_run::log_lines::nothing_to_install || last == eclipse_dry_run::log_lines::nothing_to_remove;
+    if (are_none && !plan_.features().empty() && !plan_.repositories.empty()) throw_as_read_differently();
+  }
+
+  [[noreturn]] void throw_as_read_differently() const {
+    std::string reason = "does not contain what the plug-in read from it";
+    const PlannedDescriptor* unreadable = nullptr;
+    for (const PlannedComponent& component : plan_.components) {
+      for (const PlannedDescriptor& descriptor : component.descriptors) {
+        if (unreadable == nullptr || unreadable->error.empty()) unreadable = &descriptor;
+      }
     }
+    if (!unreadable->error.empty()) reason = unreadable->error;
+    throw eclipse_base::FileError(unreadable->path, reason + "; repeat the command when nobody changes the descriptor files");
+  }
+
+  std::set<std::size_t> wanted_retries() {
+    if (retries_ == Retries::distinct) {
+      const DistinctRetries distinct = distinct_retries(run_.commands.at(1), features_);
+      plan_.representative_retry = distinct.representative;
+      return distinct.numbers;
+    }
+    std::set<std::size_t> all;
+    for (std::size_t number = 1; number <= features_.size(); ++number) all.insert(all.end(), number);
+    return all;
+  }
+
+  /// As many of these retries as a plan may contain, with the first one and the representative. `rest` is the length of a retry
+  /// without its feature.
+  std::set<std::size_t> limited(const std::set<std::size_t>& numbers, std::size_t rest) {
+    std::set<std::size_t> kept = {1};
+    if (plan_.representative_retry != 0) kept.insert(plan_.representative_retry);
+    const std::size_t most = retries_ == Retries::distinct ? most_distinct_retries : features_.size();
+    std::size_t size = 0;
+    for (const std::size_t number : numbers) {
+      size += rest + features_[number - 1].size() + known_of_retry;
+      if (kept.contains(number)) continue;
+      auto& place = kept.size() < most && size <= largest_retries ? kept : plan_.retries_left_out;
+      place.insert(place.end(), number);
+    }
+    return kept;
   }
 
   /// Usually all retries are alike, and the first one is enough.
-  void find_distinct_retries() {
-    const DistinctRetries distinct = distinct_retries(run_.commands.at(1), features_);
-    plan_.representative_retry = distinct.representative;
-    if (distinct.numbers.size() == 1) return;
-    for (auto& command : perform_dry_run(plugin_, session_, files_, distinct.numbers, observers_).commands)
-      run_.commands.insert(std::move(command));
+  void add_retries(const std::set<std::size_t>& numbers) {
+    if (numbers.size() > 1) {
+      for (auto& command : perform_dry_run(plugin_, session_, files_, numbers, observers_).commands)
+        run_.commands.insert(std::move(command));
+    }
+    for (const auto& [number, text] : run_.commands) {
+      if (number > 0) plan_.retries.push_back(planned(number, text));
+    }
   }
 
   PlannedCommand planned(std::size_t number, const std::string& text) {
@@ -182,10 +227,10 @@ class PlanMaker {
         eclipse_p2::intended_words({.executable = executable,
                                     .is_removal = plan_.is_removal,
                                     .repositories = repositories_,
-                                    .features = number == 0 ? eclipse_base::joined(features_, ",") : features_[number - 1]});
+                                    .features = number == 0 ? joined_words(features_) : as_word(features_[number - 1])});
     if (!command.is_passed_on()) add_causes(command);
     if (cause_in(piece_of(executable))) return command;  // another program would be started
-    if (const auto error = executable_error(executable)) command.executable_error = error->text();
+    if (const auto error = eclipse_p2::start_error(executable)) command.executable_error = error->text();
     return command;
   }
 
@@ -203,7 +248,7 @@ class PlanMaker {
       const auto& causes = feature_causes();
       command.causes.insert(command.causes.end(), causes.begin(), causes.end());
     } else {
-      add(piece_of_feature(command.number - 1, true));
+      add(piece_of_feature(command.number - 1, {}));
     }
   }
 
@@ -212,13 +257,14 @@ class PlanMaker {
     if (feature_causes_) return *feature_causes_;
     feature_causes_.emplace();
     for (std::size_t i = 0; i < features_.size(); ++i) {
-      if (auto cause = cause_in(piece_of_feature(i, i == 0))) feature_causes_->push_back(*std::move(cause));
+      const InList place = {.is_first = i == 0, .is_last = i + 1 == features_.size()};
+      if (auto cause = cause_in(piece_of_feature(i, place))) feature_causes_->push_back(*std::move(cause));
     }
     return *feature_causes_;
   }
 
-  CommandPiece piece_of_feature(std::size_t index, bool is_first) const {
-    return feature_piece(features_[index], is_first, "column 2 of " + places_[index]);
+  CommandPiece piece_of_feature(std::size_t index, InList place) const {
+    return feature_piece(features_[index], place, "column 2 of " + places_[index]);
   }
 
   CommandPiece piece_of(const std::string& executable) const {
@@ -240,7 +286,9 @@ class PlanMaker {
                                   "the directory of component " + plan_.components[record.component].code));
       }
       if (repositories.insert(record.repository).second) {
-        add_cause(repository_piece(record.config.repository, archive, "column 1 of " + record.place()));
+        const InList place = {.is_last = record.repository == *plan_.repositories.rbegin()};
+        add_cause(repository_piece(record.config.base_dir, record.config.repository, archive, place,
+                                   "column 1 of " + record.place()));
       }
     }
     return *repository_causes_;

@@ -32,7 +32,17 @@ std::string Offer::repository_of(const std::string& id, const std::string& versi
 Offer offered_to(const Plan& plan, Repositories& repositories) {
   Offer offer;
   if (plan.is_removal) return offer;
-  for (const std::string& url : plan.repositories) add(offer, url, repositories.at(eclipse_dry_run::path_in(url)));
+  for (const std::string& url : plan.repositories) {
+    const std::string path = eclipse_dry_run::path_for_director(url);
+    const Repository& repository = repositories.at(path);
+    const auto error = eclipse_p2::url_error(path, eclipse_dry_run::is_archive_url(url), repository);
+    if (!error) {
+      add(offer, url, repository);
+      continue;
+    }
+    offer.url_errors.emplace(url, *error);
+    if (error->hinders_all) offer.hindrance = "the repository " + url + " " + error->message;
+  }
   return offer;
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "p2/repository.h"
+#include "p2/repository_url.h"
 #include "plan/plan.h"
 
 namespace eclipse_plan {
@@ -18,6 +19,9 @@ struct Offer {
   std::string repository_of(const std::string& id, const std::string& version) const;
 
   std::map<std::string, std::map<std::string, std::string>> urls;  ///< by id and version
+  /// Of those that the director cannot load, whatever is in them. They offer nothing.
+  std::map<std::string, eclipse_p2::UrlError> url_errors;  ///< by URL
+  std::string hindrance = {};  ///< why such a URL makes the director fail before it loads any repository; otherwise empty
 };
 
 /// Nothing for a removal, for which the director gets no repositories.

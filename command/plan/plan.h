@@ -72,6 +72,7 @@ struct PlannedCommand {
   std::string executable_error;  ///< why the shell cannot start the executable; empty when it can
   std::size_t number = 0;        ///< 0 for the command for all features; of a retry, the number of its feature from 1
 
+  static constexpr const char* too_long = "the command is too long to be started";
   bool is_too_long() const { return text.size() > eclipse_shell::longest_command; }
   bool is_passed_on() const { return shell.starts_only(intended); }
   /// Whether the director is started with the intended words.
@@ -93,11 +94,12 @@ struct Plan {
   std::set<std::string> repositories;
   std::optional<PlannedCommand> command;  ///< for all features
   /// The commands for single features, which are run if that one fails. Unless all were requested, only the distinct ones: all
-  /// others are like one of them except for the name of the feature.
+  /// others are like one of them except for the name of the feature. Either way, no more than make_plan() allows.
   std::vector<PlannedCommand> retries;
-  std::size_t representative_retry = 0;  ///< the number of the one that those which are left out are like
-  std::size_t retry_count = 0;           ///< of all
-  std::size_t longest_retry = 0;         ///< of all, in bytes
+  std::size_t representative_retry = 0;    ///< the number of the one that those which are left out are like
+  std::set<std::size_t> retries_left_out;  ///< the numbers of those that were too many
+  std::size_t retry_count = 0;             ///< of all
+  std::size_t longest_retry = 0;           ///< of all, in bytes
 
   /// The records that stand for the features of the command, in install order.
   std::vector<const PlannedRecord*> features() const;

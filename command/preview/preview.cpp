@@ -1,6 +1,7 @@
 #include "preview/preview.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <utility>
 
@@ -10,11 +11,13 @@
 #include "p2/installation.h"
 #include "p2/installed_units.h"
 #include "p2/profile.h"
+#include "plan/brought_units.h"
 #include "plan/offer.h"
 #include "preview/obstacle.h"
 #include "verify/verification.h"
 
 using namespace eclipse_p2;
+using eclipse_plan::BroughtUnit;
 using eclipse_plan::Offer;
 using eclipse_plan::Plan;
 using eclipse_plan::PlannedRecord;
@@ -25,10 +28,13 @@ namespace {
 
 constexpr std::size_t most_named = 3;
 
-PreviewedRepository about(const std::string& url, const Repository& repository) {
+PreviewedRepository about(const std::string& url, const std::string& path, const Repository& repository, const Offer& offer) {
   PreviewedRepository about{url, false, ""};
-  if (!repository.exists) {
-    about.remark = "does not exist";
+  if (const auto error = offer.url_errors.find(url); error != offer.url_errors.end()) {
+    about.remark = error->second.message;
+  } else if (!repository.exists) {
+    about.remark =
+        path == eclipse_dry_run::path_in(url) ? "does not exist" : "does not exist: the shell makes " + path + " of it";
   } else if (!repository.error.empty()) {
     about.remark = repository.error;
   } else if (!repository.is_repository) {
@@ -41,12 +47,19 @@ PreviewedRepository about(const std::string& url, const Repository& repository) 
   return about;
 }
 
-std::string remark_on(const Installation& step, const Unit& unit, const Offer& offer) {
+/// Empty for a feature that is not known to fail.
+std::string why_it_fails(const Obstacles& obstacles, const BroughtUnit& brought, const Offer& offer) {
+  std::string obstacle = obstacles.of(*brought.record, brought.number);
+  if (!obstacle.empty()) return obstacle;
+  if (!offer.hindrance.empty()) return offer.hindrance;
+  if (brought.brought.is_kept_out_by_rival()) return "will most likely fail: the session also brings version " + brought.rival;
+  if (brought.brought.step.step != InstallStep::not_found) return "";
+  const auto other = highest_offered({brought.named.id, ""}, offer.units);
+  return "no repository of the session offers it" + (other ? ", but version " + *other : "");
+}
+
+std::string remark_on(const Installation& step) {
   switch (step.step) {
-    case InstallStep::not_found: {
-      const auto other = highest_offered({unit.id, ""}, offer.units);
-      return "no repository of the session offers it" + (other ? ", but version " + *other : "");
-    }
     case InstallStep::conflict:
       return std::string(step.installed_newer ? "will most likely fail" : "is refused") + ": the director does not replace " +
              (step.installed_newer ? "the newer version " : "version ") + step.installed +
@@ -54,6 +67,7 @@ std::string remark_on(const Installation& step, const Unit& unit, const Offer& o
     case InstallStep::upgrade:
       return "version " + step.installed + " was installed as a requirement of other units, and may be replaced";
     case InstallStep::keep:
+    case InstallStep::not_found:
       return "";
     case InstallStep::add:
       break;
@@ -69,7 +83,6 @@ Change change_of(InstallStep step) {
     case InstallStep::conflict:
       return Change::other_version;
     case InstallStep::not_found:
-      return Change::fail;
     case InstallStep::add:
       break;
   }
@@ -79,20 +92,18 @@ Change change_of(InstallStep step) {
 void add_installations(Preview& preview, const Plan& plan, const Offer& offer, const std::optional<InstalledUnits>& installed,
                        Repositories& repositories) {
   for (const std::string& url : plan.repositories) {
-    preview.repositories.push_back(about(url, repositories.at(eclipse_dry_run::path_in(url))));
+    const std::string path = eclipse_dry_run::path_for_director(url);
+    preview.repositories.push_back(about(url, path, repositories.at(path), offer));
   }
+  const Obstacles obstacles(plan);
   static const std::vector<InstalledUnit> none;
-  const InstallationForecast forecast(offer.units, offer.is_all, installed ? *installed->all : none);
-  std::size_t number = 0;
-  for (const PlannedRecord* const record : plan.features()) {
-    const std::string obstacle = obstacle_for(plan, *record, ++number);
-    for (const Unit& unit : units_named(record->config.feature)) {
-      const Installation step = forecast.of(unit);
-      preview.features.push_back({record->config.feature, text_of(unit), record->place(),
-                                  obstacle.empty() ? change_of(step.step) : Change::fail, step.version, step.installed,
-                                  offer.repository_of(unit.id, step.version),
-                                  obstacle.empty() ? remark_on(step, unit, offer) : obstacle});
-    }
+  for (const BroughtUnit& brought : units_brought_by(plan, offer, installed ? *installed->all : none)) {
+    const Installation& step = brought.brought.step;
+    const std::string reason = why_it_fails(obstacles, brought, offer);
+    preview.features.push_back({brought.record->config.feature, text_of(brought.named), brought.record->place(),
+                                reason.empty() ? change_of(step.step) : Change::fail, step.version, step.installed,
+                                offer.repository_of(brought.named.id, step.version),
+                                reason.empty() ? remark_on(step) : reason});
   }
 }
 
@@ -106,17 +117,19 @@ std::string version_of(const Unit& unit, const std::optional<InstalledUnits>& in
 void add_removals(Preview& preview, const Plan& plan, const std::optional<InstalledUnits>& installed) {
   const auto verification = eclipse_verify::compare(plan, installed.value_or(InstalledUnits()));
   const auto staying = verification.staying();
+  std::map<Unit, const eclipse_verify::CheckedUnit*> staying_by_unit;
+  for (const auto& unit : staying) staying_by_unit.try_emplace(unit.unit, &unit);
   for (const auto& checked : verification.units) {
     PreviewedFeature feature{
         text_of(checked.unit), text_of(checked.unit), checked.places.front(), Change::remove, "", "", "", ""};
     feature.version = feature.installed = version_of(checked.unit, installed);
-    const auto stays = std::find_if(staying.begin(), staying.end(), [&](const auto& one) { return one.unit == checked.unit; });
+    const auto stays = staying_by_unit.find(checked.unit);
     if (installed && !checked.is_installed) {
       feature.change = Change::fail;
       feature.remark = "is not installed, so the director removes none of the features";
-    } else if (stays != staying.end()) {
+    } else if (stays != staying_by_unit.end()) {
       feature.change = Change::keep;
-      feature.remark = "stays, because it is required by " + eclipse_base::first_few(stays->required_by, most_named);
+      feature.remark = "stays, because it is required by " + eclipse_base::first_few(stays->second->required_by, most_named);
     }
     preview.features.push_back(std::move(feature));
   }
@@ -131,15 +144,18 @@ void add_removals(Preview& preview, const Plan& plan, const std::optional<Instal
 
 /// What the shell does to the command of a removal comes before what the director would do.
 void add_obstacles_to_removal(Preview& preview, const Plan& plan) {
+  const Obstacles obstacles(plan);
+  std::map<std::string, std::string> by_place;
   std::size_t number = 0;
   for (const PlannedRecord* const record : plan.features()) {
-    const std::string obstacle = obstacle_for(plan, *record, ++number);
-    if (obstacle.empty()) continue;
-    for (PreviewedFeature& feature : preview.features) {
-      if (feature.place != record->place()) continue;
-      feature.change = Change::fail;
-      feature.remark = obstacle;
-    }
+    std::string obstacle = obstacles.of(*record, ++number);
+    if (!obstacle.empty()) by_place[record->place()] = std::move(obstacle);
+  }
+  for (PreviewedFeature& feature : preview.features) {
+    const auto obstacle = by_place.find(feature.place);
+    if (obstacle == by_place.end()) continue;
+    feature.change = Change::fail;
+    feature.remark = obstacle->second;
   }
 }
 

@@ -1,13 +1,20 @@
 #include "resolve/resolution.h"
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 
+#include "base/printable.h"
 #include "base/text.h"
+#include "instance/copy.h"
+#include "p2/director_answer.h"
 #include "p2/director_command.h"
-#include "p2/instance_copy.h"
-#include "p2/profile.h"
+#include "p2/instance_error.h"
+#include "p2/instance_paths.h"
+#include "shell/shell_reading.h"
 
 using namespace eclipse_p2;
+using namespace eclipse_instance;
 using eclipse_plan::Plan;
 
 namespace eclipse_resolve {
@@ -19,7 +26,7 @@ using Texts = std::vector<std::string>;
 std::string why_not_asked(const Plan& plan) {
   if (!plan.refusal.empty()) return "the run would be refused";
   if (!plan.command) return "the run has no command";
-  if (plan.command->is_too_long()) return "the command is too long to be started";
+  if (plan.command->is_too_long()) return eclipse_plan::PlannedCommand::too_long;
   if (!plan.command->executable_error.empty()) return plan.command->executable_error;
   if (!plan.command->is_passed_on()) return "the shell would change or reject the command";
   return "";
@@ -27,31 +34,50 @@ std::string why_not_asked(const Plan& plan) {
 
 class Questioner {
  public:
-  Questioner(const Plan& plan, const Progress& progress)
+  Questioner(const Plan& plan, const UnitReplacement& update, const Progress& progress)
       : progress_(progress),
+        update_(update),
         command_(*cut_director_command(plan.command->text)),
         instance_(instance_directory(command_.executable)),
-        copy_(InstanceCopy::of(instance_)),
-        most_(1 + (plan.retry_count > 1 ? plan.retry_count + 1 : 0)) {}
+        copy_(InstanceCopy::of(instance_, progress.on_copy)),
+        most_((update.is_empty() ? 0 : 1) + 1 + (plan.retry_count > 1 ? plan.retry_count + 1 : 0)) {
+    command_.repositories = eclipse_base::joined(plan.repository_urls(), ",");
+  }
 
   bool is_on_copy() const { return copy_ != nullptr; }
 
-  /// The one place where this room starts a director.
+  Verdict ask_for_update() { return ask_at_once(texts_of(update_.installed), list_of(update_.installed)); }
+
+  /// The director does not know the instance as it is after the update, so the update is part of each question.
   Verdict ask(const Texts& features) {
+    Texts all = texts_of(update_.installed);
+    std::transform(features.begin(), features.end(), std::back_inserter(all), eclipse_shell::as_word);
+    return ask_at_once(features, eclipse_base::joined(all, ","));
+  }
+
+ private:
+  /// The one place where this room starts a director.
+  Verdict ask_at_once(const Texts& features, const std::string& list) {
     progress_.on_question(features, ++number_, most_);
     DirectorCommand command = command_;
-    command.features = eclipse_base::joined(features, ",");
+    command.features = list;
+    command.replaced = list_of(update_.removed);
     const InstanceLogs logs(copy_ ? copy_->directory() : instance_);
     const std::string text = verify_only_command(command, copy_ ? copy_->configuration().string() : "");
     const auto result = eclipse_shell::run_in_shell(text, progress_.command);
+    if (result.exit_code == 0) {
+      const std::string error = why_not_an_answer(result.output);
+      if (!error.empty())
+        throw InstanceError(eclipse_base::in_quotes(command_.executable) + " does not resolve anything: " + error);
+    }
     Verdict verdict{features, std::nullopt, result.exit_code};
     if (result.exit_code != 0) verdict.failure = explain(result, logs);
     if (verdict.failure && copy_) verdict.failure->log.reset();  // it goes with the copy
     return verdict;
   }
 
- private:
   const Progress& progress_;
+  const UnitReplacement& update_;
   DirectorCommand command_;
   std::filesystem::path instance_;
   std::unique_ptr<InstanceCopy> copy_;
@@ -76,6 +102,7 @@ Texts Resolution::resolving_alone() const {
 }
 
 std::optional<Texts> Resolution::expected() const {
+  if (update_fails()) return Texts();
   if (!all) return std::nullopt;
   if (all->resolves()) return all->features;
   // The retries of a removal are commands that no shell accepts.
@@ -85,13 +112,15 @@ std::optional<Texts> Resolution::expected() const {
   return may_conflict ? std::nullopt : std::optional(alone);
 }
 
-Resolution resolve(const Plan& plan, const Progress& progress) {
+Resolution resolve(const Plan& plan, const UnitReplacement& update, const Progress& progress) {
   Resolution resolution;
   resolution.is_removal = plan.is_removal;
   resolution.not_asked = why_not_asked(plan);
   if (!resolution.not_asked.empty()) return resolution;
-  Questioner questioner(plan, progress);
+  Questioner questioner(plan, update, progress);
   resolution.is_on_copy = questioner.is_on_copy();
+  if (!update.is_empty()) resolution.update = questioner.ask_for_update();
+  if (resolution.update_fails()) return resolution;
   const Texts features = features_of(plan);
   resolution.all = questioner.ask(features);
   // Another layer than the director says the same of every feature.

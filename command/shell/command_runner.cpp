@@ -42,16 +42,22 @@ class Pipe {
   int write_end() const { return ends_[1]; }
   void close_write_end() { close_end(1); }
 
-  /// Hands on what is there. False at the end.
+  /// Hands on what is there. False at the end, and when it cannot be read.
   template <typename Take>
   bool read_some(const Take& take) {
     std::array<char, 65536> buffer;
     const ssize_t count = read(read_end(), buffer.data(), buffer.size());
     if (count < 0 && errno == EINTR) return true;
-    if (count <= 0) return false;
+    if (count < 0) error_ = errno;
+    if (count <= 0) {
+      close_end(0);
+      return false;
+    }
     take(std::string_view(buffer.data(), static_cast<std::size_t>(count)));
     return true;
   }
+
+  int error() const { return error_; }
 
  private:
   void close_end(std::size_t end) {
@@ -60,6 +66,7 @@ class Pipe {
   }
 
   std::array<int, 2> ends_{-1, -1};
+  int error_ = 0;
 };
 
 /// Both outputs of a command.
@@ -75,6 +82,9 @@ class Outputs {
   }
 
   bool is_at_end() const { return ends_[0].fd < 0 && ends_[1].fd < 0; }
+
+  /// Why one of them could not be read to its end; 0 for both read.
+  int error() const { return output_.error() != 0 ? output_.error() : error_output_.error(); }
 
   /// Waits a while for more, and hands it on. False when nothing came, or a signal did.
   template <typename Take, typename TakeError>
@@ -263,17 +273,24 @@ void run_in_shell(const std::string& command, CommandResult& result, const Comma
     error_output.add(piece);
     progress.on_error_output(piece);
   };
+  bool has_ended = false;
   bool is_held = false;
   while (!outputs.is_at_end()) {
     if (outputs.read_some(take, take_error)) continue;
     progress.on_wait(seconds_since(start));
-    if (!std::exchange(is_held, is_held || shell.has_ended()) && is_held) progress.on_held_outputs();
+    // It may have ended just now, with its last output still to be read: only one more wait tells.
+    const bool had_ended = std::exchange(has_ended, shell.has_ended());
+    if (had_ended && !std::exchange(is_held, true)) progress.on_held_outputs();
+  }
+  if (outputs.error() != 0) {
+    take_error("the output of the command cannot be read: " + std::string(std::strerror(outputs.error())) + "\n");
   }
   // It may have closed its outputs, and live on.
   while (!shell.ends_soon()) progress.on_wait(seconds_since(start));
   output.finish();
   error_output.finish();
   result.exit_code = shell.wait();
+  if (outputs.error() != 0) result.exit_code = exit_code::not_started;
   result.seconds = seconds_since(start);
 }
 

@@ -14,10 +14,10 @@ inline constexpr std::size_t longest_command = 131'071;
 
 /// What a command came to.
 struct CommandResult {
-  std::string output;               ///< its standard output; what is left out is marked
-  std::string error_output;         ///< the same of its standard error: what the command line itself did not redirect
-  int exit_code = 0;                ///< as the shell's (shell/exit_code.h); not_started also when it is not known
-  double seconds = 0;               ///< by the wall clock
+  std::string output;        ///< its standard output; what is left out is marked
+  std::string error_output;  ///< the same of its standard error: what the command line itself did not redirect
+  int exit_code = 0;         ///< as the shell's (shell/exit_code.h); not_started also when it, or the output, is not known
+  double seconds = 0;        ///< by the wall clock
   std::size_t output_left_out = 0;  ///< bytes in the middle of an output that is larger than largest::output
   std::size_t error_output_left_out = 0;
 };

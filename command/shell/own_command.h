@@ -1,4 +1,4 @@
-// The command line of this process.
+// The program of this process and its command line.
 #ifndef ECLIPSE_INT_SHELL_OWN_COMMAND_H
 #define ECLIPSE_INT_SHELL_OWN_COMMAND_H
 
@@ -6,6 +6,9 @@
 #include <string>
 
 namespace eclipse_shell {
+
+/// A link to the file of the program.
+inline constexpr const char* own_program = "/proc/self/exe";
 
 inline constexpr std::size_t longest_own_command = 200;
 

@@ -34,6 +34,10 @@ std::size_t start_in(const CommandPiece& piece, std::size_t gap) {
   return is_before && piece.text.starts_with(' ') ? piece.before.size() : gap;
 }
 
+bool is_in_text(const CommandPiece& piece, std::size_t offset) {
+  return offset >= piece.before.size() && offset < piece.before.size() + piece.text.size();
+}
+
 }  // namespace
 
 std::optional<ShellCause> cause_in(const CommandPiece& piece) {
@@ -45,15 +49,26 @@ std::optional<ShellCause> cause_in(const CommandPiece& piece) {
   std::vector<ShellRemark> remarks = reading.remarks;
   for (const std::size_t gap : reading.word_ends) remarks.push_back({start_in(piece, gap), "the word ends here"});
   for (ShellRemark& remark : remarks) {
-    if (remark.offset < piece.before.size() || remark.offset >= piece.before.size() + piece.text.size()) continue;
-    cause.remarks.push_back({remark.offset - piece.before.size(), std::move(remark.effect)});
+    if (is_in_text(piece, remark.offset))
+      cause.remarks.push_back({remark.offset - piece.before.size(), std::move(remark.effect)});
   }
   std::stable_sort(cause.remarks.begin(), cause.remarks.end(),
                    [](const ShellRemark& one, const ShellRemark& other) { return one.offset < other.offset; });
+  if (!cause.remarks.empty()) return cause;
   // There is no remark on a closing quote.
-  if (cause.remarks.empty())
-    cause.remarks.push_back({std::min(piece.text.find('"'), piece.text.size()), "the quotes end here"});
+  const std::size_t quote = piece.text.find('"');
+  if (quote == piece.text.npos && reading.error.empty()) return std::nullopt;
+  cause.remarks.push_back({std::min(quote, piece.text.size()), "the quotes end here"});
   return cause;
+}
+
+std::vector<std::size_t> idle_globs_in(const CommandPiece& piece) {
+  std::vector<std::size_t> offsets;
+  if (is_plain(piece.text)) return offsets;
+  for (const std::size_t at : read_as_shell(piece.before + piece.text + piece.after).idle_globs) {
+    if (is_in_text(piece, at)) offsets.push_back(at - piece.before.size());
+  }
+  return offsets;
 }
 
 }  // namespace eclipse_shell

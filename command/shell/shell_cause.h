@@ -29,6 +29,10 @@ struct ShellCause {
 /// so that an open quote in one of them is not reported of those that follow.
 std::optional<ShellCause> cause_in(const CommandPiece& piece);
 
+/// The offsets in the text of a piece of "*", "?" and "[" that match no other file name of the working directory, so that the
+/// shell passes them on here.
+std::vector<std::size_t> idle_globs_in(const CommandPiece& piece);
+
 }  // namespace eclipse_shell
 
 #endif

@@ -13,7 +13,10 @@
 #include <algorithm>
 #include <cctype>
 
+#include "base/printable.h"
+#include "base/text.h"
 #include "shell/exit_code.h"
+#include "shell/pathname_expansion.h"
 
 namespace eclipse_shell {
 
@@ -21,12 +24,18 @@ namespace {
 
 constexpr std::string_view spaces = " \t";
 constexpr std::string_view operators = ";&|()\n";
+constexpr std::string_view globs = "*?[";
 /// Characters that end a word, or are special within one.
 constexpr std::string_view special = " \t;&|()\n<>\\'\"$`*?[";
 
 bool is_digit(char byte) { return std::isdigit(static_cast<unsigned char>(byte)) != 0; }
 
 bool is_number(std::string_view text) { return !text.empty() && std::all_of(text.begin(), text.end(), is_digit); }
+
+/// Faster than isalnum(): texts may be very long.
+constexpr bool is_plain_byte(char byte) {
+  return ('a' <= byte && byte <= 'z') || ('A' <= byte && byte <= 'Z') || ('.' <= byte && byte <= ':') || byte == '_';
+}
 
 /// Whether "$" and this byte begin a parameter expansion.
 bool begins_parameter(char byte) {
@@ -50,6 +59,25 @@ std::string effect_of_duplicate(std::string_view number, char arrow, bool closes
   if (closes) return file + " is closed";
   return file + (arrow == '<' ? " is redirected from another file descriptor" : " is redirected to another file descriptor");
 }
+
+/// A word while it is read.
+struct Word {
+  std::string text;                ///< after quote removal
+  std::string pattern;             ///< for pathname expansion: the same, with a backslash before each quoted character
+  std::vector<std::size_t> globs;  ///< where "*", "?" and "[" are that are not quoted
+  bool has_expansion = false;      ///< of another kind
+
+  void add(std::string_view unquoted) {
+    text += unquoted;
+    pattern += unquoted;
+  }
+  void add_quoted(char byte) {
+    text += byte;
+    // A slash separates directories, quoted or not.
+    if (byte != '/') pattern += '\\';
+    pattern += byte;
+  }
+};
 
 class ShellReader {
  public:
@@ -83,9 +111,19 @@ class ShellReader {
   void remark(std::size_t offset, std::string effect) { reading_.remarks.push_back({offset, std::move(effect)}); }
   void refuse(std::string error) { reading_.error = std::move(error); }
 
+  void refuse_at(std::size_t offset, std::string error) {
+    remark(offset, "the shell rejects the command here");
+    refuse(std::move(error));
+  }
+
   void expanded(std::size_t offset, std::string effect) {
     reading_.has_expansion = true;
     remark(offset, std::move(effect));
+  }
+
+  void expand(Word& word, std::size_t offset, std::string effect) {
+    word.has_expansion = true;
+    expanded(offset, std::move(effect));
   }
 
   void read_part() {
@@ -110,9 +148,9 @@ class ShellReader {
     if (first == '\n') {
       wants_more_ = wants_more_ && !command_begun_;
     } else if (text != ";" && text != "&" && text != "|" && text != "&&" && text != "||") {
-      return refuse("unexpected \"" + text + "\"");
+      return refuse_at(start, "unexpected \"" + text + "\"");
     } else if (!command_begun_) {
-      return refuse("a command is missing before \"" + text + "\"");
+      return refuse_at(start, "a command is missing before \"" + text + "\"");
     } else {
       wants_more_ = text != ";" && text != "&";
     }
@@ -129,11 +167,35 @@ class ShellReader {
     if (arrow < line_.size() && (line_[arrow] == '<' || line_[arrow] == '>')) {
       read_redirection(arrow);
     } else {
-      if (reading_.commands.back().empty() && is_assignment(line_.substr(at_))) {
-        expanded(at_, "the word assigns a variable, and the command begins after it");
-      }
-      reading_.commands.back().push_back(read_word());
+      const bool assigns = reading_.commands.back().empty() && is_assignment(line_.substr(at_));
+      if (assigns) expanded(at_, "the word assigns a variable, and the command begins after it");
+      Word word = read_word();
+      word.has_expansion = word.has_expansion || assigns;
+      add(std::move(word));
     }
+  }
+
+  /// What matches replaces the word, unless the shell expands something else in it, too.
+  void add(Word word) {
+    ShellWords& words = reading_.commands.back();
+    if (word.globs.empty() || word.has_expansion) return words.push_back(std::move(word.text));
+    const auto paths = expanded_pathnames(word.pattern);
+    if (!paths) {
+      expanded(word.globs.front(), "pathname expansion may replace the word with file names, among too many to look at");
+      words.push_back(std::move(word.text));
+    } else if (paths->empty() || *paths == ShellWords{word.text}) {
+      reading_.idle_globs.insert(reading_.idle_globs.end(), word.globs.begin(), word.globs.end());
+      words.push_back(std::move(word.text));
+    } else {
+      expanded(word.globs.front(), "pathname expansion replaces the word with " + list_of(*paths));
+      words.insert(words.end(), paths->begin(), paths->end());
+    }
+  }
+
+  static std::string list_of(std::vector<std::string> paths) {
+    constexpr std::size_t most_named = 3;
+    std::transform(paths.begin(), paths.end(), paths.begin(), eclipse_base::in_quotes);
+    return eclipse_base::first_few(paths, most_named);
   }
 
   void read_redirection(std::size_t arrow) {
@@ -142,30 +204,31 @@ class ShellReader {
     if (is_at("<>&|")) ++at_;
     const bool duplicates = line_[at_ - 1] == '&';
     while (is_at(spaces)) ++at_;
-    if (at_ == line_.size() || is_at(operators) || is_at("<>")) return refuse("the target of a redirection is missing");
-    const std::string target = read_word();
+    if (at_ == line_.size() || is_at(operators) || is_at("<>"))
+      return refuse_at(start, "the target of a redirection is missing");
+    const std::string target = read_word().text;
     const std::string text(line_.substr(start, at_ - start));
     reading_.redirections.push_back(text);
     if (duplicates && !is_number(target) && target != "-") {
-      refuse("\"" + text + "\" redirects to the file descriptor \"" + target + "\", which is not a number");
+      refuse_at(start, "\"" + text + "\" redirects to the file descriptor \"" + target + "\", which is not a number");
     } else if (text != error_redirection) {
       remark(start, duplicates ? effect_of_duplicate(line_.substr(start, arrow - start), line_[arrow], target == "-")
                                : "the input or output is redirected to a file");
     }
   }
 
-  std::string read_word() {
-    std::string word;
+  Word read_word() {
+    Word word;
     const std::size_t start = at_;
     while (reading_.error.empty() && at_ < line_.size() && !is_at(spaces) && !is_at(operators) && !is_at("<>")) {
-      if (next() == '~' && at_ == start) expanded(at_, "tilde expansion replaces \"~\" with a home directory");
-      if (is_at("*?[")) expanded(at_, std::string("pathname expansion may replace the word with \"") + next() + "\"");
+      if (next() == '~' && at_ == start) expand(word, at_, "tilde expansion replaces \"~\" with a home directory");
+      if (is_at(globs)) word.globs.push_back(at_);
       read_piece(word);
     }
     return word;
   }
 
-  void read_piece(std::string& word) {
+  void read_piece(Word& word) {
     switch (next()) {
       case '\\':
         return read_escaped(word);
@@ -181,32 +244,32 @@ class ShellReader {
     }
   }
 
-  void read_plain(std::string& word) {
+  void read_plain(Word& word) {
     const std::size_t end = std::min(line_.find_first_of(special, at_ + 1), line_.size());
-    word += line_.substr(at_, end - at_);
+    word.add(line_.substr(at_, end - at_));
     at_ = end;
   }
 
-  void read_escaped(std::string& word) {
+  void read_escaped(Word& word) {
     remark(at_, "the backslash is removed");
     if (++at_ == line_.size()) {
-      word += '\\';
+      word.add_quoted('\\');
     } else if (next() == '\n') {
       ++at_;
     } else {
-      word += line_[at_++];
+      word.add_quoted(line_[at_++]);
     }
   }
 
-  void read_single_quoted(std::string& word) {
+  void read_single_quoted(Word& word) {
     const std::size_t end = line_.find('\'', at_ + 1);
     if (end == line_.npos) return refuse_open_quote(at_);
     remark(at_, "the quotes are removed");
-    word += line_.substr(at_ + 1, end - at_ - 1);
+    for (const char byte : line_.substr(at_ + 1, end - at_ - 1)) word.add_quoted(byte);
     at_ = end + 1;
   }
 
-  void read_double_quoted(std::string& word) {
+  void read_double_quoted(Word& word) {
     const std::size_t start = at_++;
     while (reading_.error.empty()) {
       if (at_ == line_.size()) return refuse_open_quote(start);
@@ -217,7 +280,7 @@ class ShellReader {
       } else if (is_at("$`")) {
         read_expanded(word);
       } else {
-        word += line_[at_++];
+        word.add_quoted(line_[at_++]);
       }
     }
     remark(start, reading_.error.empty() ? "the quotes are removed" : "the closing quote is missing");
@@ -229,24 +292,24 @@ class ShellReader {
     refuse("the quote at byte " + std::to_string(offset + 1) + " is not closed");
   }
 
-  void read_expanded(std::string& word) {
+  void read_expanded(Word& word) {
     const std::size_t start = at_;
     const std::string_view rest = line_.substr(at_ + 1);
     if (next() == '`') {
-      skip_to(line_.find('`', at_ + 1), "`", "the output of the command between the backquotes is substituted");
+      skip_to(word, line_.find('`', at_ + 1), "`", "the output of the command between the backquotes is substituted");
     } else if (rest.starts_with('(')) {
-      skip_to(end_of_nested('(', ')'), "$(", "the output of the command between the parentheses is substituted");
+      skip_to(word, end_of_nested('(', ')'), "$(", "the output of the command between the parentheses is substituted");
     } else if (rest.starts_with('{')) {
-      skip_to(end_of_nested('{', '}'), "${", "the value of a variable is substituted");
+      skip_to(word, end_of_nested('{', '}'), "${", "the value of a variable is substituted");
     } else {
-      if (!rest.empty() && begins_parameter(rest.front())) expanded(start, "the value of a variable is substituted");
+      if (!rest.empty() && begins_parameter(rest.front())) expand(word, start, "the value of a variable is substituted");
       ++at_;
     }
-    word += line_.substr(start, at_ - start);
+    word.add(line_.substr(start, at_ - start));
   }
 
-  void skip_to(std::size_t end, const std::string& opening, std::string effect) {
-    expanded(at_, end == line_.npos ? "the closing character is missing" : std::move(effect));
+  void skip_to(Word& word, std::size_t end, const std::string& opening, std::string effect) {
+    expand(word, at_, end == line_.npos ? "the closing character is missing" : std::move(effect));
     if (end == line_.npos) refuse("the \"" + opening + "\" at byte " + std::to_string(at_ + 1) + " is not closed");
     at_ = end == line_.npos ? line_.size() : end + 1;
   }
@@ -282,19 +345,20 @@ std::string quoted_for_shell(std::string_view text) {
 
 bool is_plain(std::string_view text) {
   // Digits alone can be the number of a file descriptor.
-  return !text.empty() && !is_digit(text.front()) && std::all_of(text.begin(), text.end(), [](unsigned char byte) {
-    return std::isalnum(byte) != 0 || std::string_view("./_:").find(static_cast<char>(byte)) != std::string_view::npos;
-  });
+  return !text.empty() && !is_digit(text.front()) && std::all_of(text.begin(), text.end(), is_plain_byte);
 }
 
 ShellReading read_as_shell(std::string_view line) { return ShellReader(line).read(); }
 
-std::string as_word(const std::string& text) {
+std::optional<std::string> word_of(const std::string& text) {
   if (is_plain(text)) return text;
-  const ShellReading reading = read_as_shell("x " + text);
-  const bool is_word = reading.error.empty() && !reading.has_expansion && reading.redirections.empty() &&
-                       reading.commands.size() == 1 && reading.commands.front().size() == 2;
-  return is_word ? reading.commands.front().back() : text;
+  // What follows it in a command may become part of it, or of a comment.
+  const ShellReading reading = read_as_shell("x " + text + std::string(command_end));
+  const bool is_word =
+      reading.commands.size() == 1 && reading.commands.front().size() == 2 && reading.starts_only(reading.commands.front());
+  return is_word ? std::optional(reading.commands.front().back()) : std::nullopt;
 }
+
+std::string as_word(const std::string& text) { return word_of(text).value_or(text); }
 
 }  // namespace eclipse_shell

@@ -3,6 +3,7 @@
 #define ECLIPSE_INT_SHELL_SHELL_READING_H
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,14 +24,16 @@ struct ShellRemark {
 using ShellWords = std::vector<std::string>;
 
 struct ShellReading {
-  /// The commands of the line, each as its words: after quote removal, but without expansions (of parameters, commands, tildes
-  /// and pathnames), which are left as they are written.
+  /// The commands of the line, each as its words: after pathname expansion in the working directory and quote removal, but
+  /// without other expansions (of parameters, commands and tildes), which are left as they are written.
   std::vector<ShellWords> commands = {{}};
   std::vector<std::string> redirections;  ///< as they are written
   std::vector<ShellRemark> remarks;
   std::vector<std::size_t> word_ends;  ///< where unquoted spaces and tabs begin
-  bool has_expansion = false;  ///< the shell would expand something in the words, or takes the first one for an assignment
-  std::string error;           ///< why the shell rejects the line, or cannot get it, so that nothing is run; otherwise empty
+  bool has_expansion = false;          ///< the shell expands something in the words, or takes the first one for an assignment
+  /// Where "*", "?" and "[" are in words that match no other file name of the working directory, so that they stay as they are.
+  std::vector<std::size_t> idle_globs;
+  std::string error;  ///< why the shell rejects the line, or cannot get it, so that nothing is run; otherwise empty
 
   /// Whether exactly one command with exactly these words is started, with standard error redirected to standard output.
   bool starts_only(const ShellWords& words) const;
@@ -43,11 +46,13 @@ bool is_plain(std::string_view text);
 /// A text that may contain anything as one word of a command line, in single quotes.
 std::string quoted_for_shell(std::string_view text);
 
-/// Reads a command line by the rules of a POSIX shell. Nothing is run or expanded.
+/// Reads a command line by the rules of a POSIX shell. Nothing is run; file names that match a glob are looked up.
 ShellReading read_as_shell(std::string_view line);
 
-/// What a command gets of a text that is one of its words: without quotes. The text itself if the shell makes anything else of
-/// it than one word, or expands something in it.
+/// What a command gets of a text that is one of its words: without quotes and backslashes that the shell removes. Nothing if
+/// the shell makes anything else of it than one word, or expands something in it.
+std::optional<std::string> word_of(const std::string& text);
+/// The same, or the text itself.
 std::string as_word(const std::string& text);
 
 }  // namespace eclipse_shell

@@ -6,6 +6,7 @@
 
 #include "base/file.h"
 #include "eclipse_int/library_version.h"
+#include "shell/own_command.h"
 #include "standalone_host/installation.h"
 
 namespace eclipse_host {
@@ -14,10 +15,12 @@ namespace {
 
 constexpr std::string_view file_name = "libeclipse_int.so";
 
-/// Where the plug-in may be, from the directory of this program: there, or where an installation puts it.
-constexpr std::array<std::string_view, 2> directories = {".", installed_library_directory};
-
 }  // namespace
+
+std::vector<std::filesystem::path> library_directories() {
+  const std::filesystem::path program = std::filesystem::read_symlink(eclipse_shell::own_program).parent_path();
+  return {program, (program / installed_library_directory).lexically_normal()};
+}
 
 Plugin::Plugin(const std::filesystem::path& library) : library_(library) {
   // A name without a slash would be looked up in the system's library directories.
@@ -43,10 +46,9 @@ Plugin::Plugin(const std::filesystem::path& library) : library_(library) {
 }
 
 Plugin Plugin::beside_this_program() {
-  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
   std::string looked_at;
-  for (const std::string_view directory : directories) {
-    const std::filesystem::path library = (program.parent_path() / directory / file_name).lexically_normal();
+  for (const std::filesystem::path& directory : library_directories()) {
+    const std::filesystem::path library = directory / file_name;
     if (std::filesystem::exists(library)) return Plugin(library);
     looked_at += (looked_at.empty() ? "" : " and ") + library.string();
   }

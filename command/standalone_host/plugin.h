@@ -7,6 +7,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/file_error.h"
 #include "eclipse_int/host.h"
@@ -26,6 +27,10 @@ class PluginError : public eclipse_base::FileError {
  public:
   using FileError::FileError;
 };
+
+/// The directories with the libraries that belong to this program: that of the program, as in a build, then where an
+/// installation puts them.
+std::vector<std::filesystem::path> library_directories();
 
 /// The plug-in, loaded with every symbol resolved. It stays loaded until the program ends.
 class Plugin {

@@ -17,6 +17,13 @@ std::string Session::variable(const std::string& name) const {
   return found == variables.end() ? "" : found->second;
 }
 
+bool Session::chooses_instance() const {
+  const std::string choice = variable("ECLIPSE_INTEGRATION_CHOICE");
+  return choice == "internal" || choice == "user";
+}
+
+bool Session::declines_integration() const { return variable("ECLIPSE_INTEGRATION_CHOICE") == "none"; }
+
 std::string Session::expand(std::string_view text) const {
   std::string expanded;
   while (true) {

@@ -50,6 +50,9 @@ struct HostCall {
 /// What KORU_MODE can be in a session that is run as a whole.
 inline constexpr std::array<std::string_view, 3> modes = {"install", "modify", "uninstall"};
 
+/// The variable with the executable of an earlier run.
+inline constexpr const char* cached_executable = "CASHED_ECLIPSE_PATH";
+
 /// A session. The host operations work on the one that is active (see ActiveSession).
 class Session : public session_t {
  public:
@@ -81,6 +84,12 @@ class Session : public session_t {
 
   /// Whether KORU_MODE is "uninstall".
   bool is_removal() const { return variable("KORU_MODE") == "uninstall"; }
+
+  /// Whether ECLIPSE_INTEGRATION_CHOICE is a choice with which the plug-in looks for features at all.
+  bool chooses_instance() const;
+
+  /// Whether ECLIPSE_INTEGRATION_CHOICE says that nothing is to be done.
+  bool declines_integration() const;
 
   /// Replaces each "${NAME}" in a text by the value of that variable. A "${" without its "}" stays as it is.
   std::string expand(std::string_view text) const;

@@ -8,6 +8,7 @@
 #include "base/file.h"
 #include "base/json_document.h"
 #include "base/printable.h"
+#include "base/text.h"
 
 using namespace eclipse_base;
 
@@ -162,5 +163,16 @@ class SessionReader {
 void read_session(const JsonDocument& document, Session& session) { SessionReader(document, session).read(); }
 
 void read_session_file(const std::filesystem::path& file, Session& session) { read_session(JsonDocument(file), session); }
+
+bool begins_like_session(std::string_view text) {
+  for (;;) {
+    text.remove_prefix(std::min(text.find_first_not_of(white_space), text.size()));
+    const bool is_line = text.starts_with("//");
+    if (!is_line && !text.starts_with("/*")) return text.starts_with('{');
+    const std::string_view end = is_line ? "\n" : "*/";
+    const std::size_t at = text.find(end, 2);
+    text.remove_prefix(at == text.npos ? text.size() : at + end.size());
+  }
+}
 
 }  // namespace eclipse_host

@@ -3,6 +3,7 @@
 #define ECLIPSE_INT_STANDALONE_HOST_SESSION_FILE_H
 
 #include <filesystem>
+#include <string_view>
 
 #include "base/file_error.h"
 #include "base/json_document.h"
@@ -16,6 +17,9 @@ void read_session_file(const std::filesystem::path& file, Session& session);
 
 /// The same for a file that was read already.
 void read_session(const eclipse_base::JsonDocument& document, Session& session);
+
+/// Whether a text begins like a session file: with a brace, after comments. No descriptor does.
+bool begins_like_session(std::string_view text);
 
 }  // namespace eclipse_host
 

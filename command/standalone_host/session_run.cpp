@@ -109,9 +109,8 @@ class Run {
   /// installed is not known: the next run must still install the components that are installed already.
   void record_executable() {
     const bool user = session_.variable("ECLIPSE_INTEGRATION_CHOICE") == "user";
-    session_.variables["CASHED_ECLIPSE_PATH"] =
-        user ? session_.variable("USER_DEFINED_ECLIPSE_PATH")
-             : session_.variable("ECLIPSE_PATH") + "/" + session_.variable("ECLIPSE_BIN");
+    session_.variables[cached_executable] = user ? session_.variable("USER_DEFINED_ECLIPSE_PATH")
+                                                 : session_.variable("ECLIPSE_PATH") + "/" + session_.variable("ECLIPSE_BIN");
   }
 
   const Plugin& plugin_;
@@ -142,13 +141,11 @@ std::string refusal_of_user_eclipse(const Session& session) {
 
 }  // namespace
 
-bool is_perform_action(const std::string& action) { return action.starts_with("perform_"); }
-
 bool RunRecord::failed() const {
   const auto nonzero = [](const ActionRecord& action) { return action.result != 0; };
   // Everything at once may fail without harm: it is the retries that settle what did.
   const auto failed_retry = [](const CommandRecord& command) { return command.is_retry && command.result.exit_code != 0; };
-  return !refusal.empty() || std::any_of(actions.begin(), actions.end(), nonzero) ||
+  return !refusal.empty() || !contradiction.empty() || std::any_of(actions.begin(), actions.end(), nonzero) ||
          std::any_of(commands.begin(), commands.end(), failed_retry);
 }
 

@@ -14,9 +14,6 @@
 
 namespace eclipse_host {
 
-/// Whether an action may run commands.
-bool is_perform_action(const std::string& action);
-
 struct ActionRecord {
   std::string name;
   std::optional<int> result;  ///< none until the action returns
@@ -39,10 +36,13 @@ struct RunRecord {
   std::vector<std::string> log;
   /// Why the run stopped before the plug-in changed the instance; empty when it did not.
   std::string refusal;
+  /// Why a success that a director reports is not believed; empty when it is.
+  std::string contradiction;
   /// The time of the state of the profile to which the instance was brought back after the run; empty when it was not.
   std::string went_back_to;
 
-  /// True when the integration failed: the run was refused, an action's result is not 0, or a retry's command failed.
+  /// True when the integration failed: the run was refused, an action's result is not 0, a retry's command failed, or a success
+  /// is not believed.
   bool failed() const;
 
   /// The command that has not ended, if there is one.

@@ -55,7 +55,7 @@ void write_variables_file(const std::filesystem::path& file, const Variables& va
   for (const auto& variable : variables) {
     if (is_kept(variable.first) && is_writable(variable)) kept[variable.first] = variable.second;
   }
-  FileReplacement(file).replace_target_with(kept.dump(2) + "\n");
+  replace_file(file, kept.dump(2) + "\n");
   const std::string names = unwritable(variables);
   if (names.empty()) return;
   throw FileError(file, "is written without variables that are not UTF-8: " + names + "; give other values");

@@ -6,7 +6,7 @@
 #include "base/text.h"
 #include "p2/director_command.h"
 #include "p2/installation.h"
-#include "shell/shell_reading.h"
+#include "plan/brought_units.h"
 
 using namespace eclipse_p2;
 using eclipse_plan::Plan;
@@ -30,19 +30,27 @@ std::string texts_about(const std::vector<Replacement>& replacements, bool is_do
   return texts.empty() ? "" : eclipse_base::first_few(texts, most_named);
 }
 
+std::string texts_about_rivals(const std::vector<Replacement>& replacements) {
+  std::vector<std::string> texts;
+  for (const Replacement& replacement : replacements) {
+    if (replacement.rival.empty()) continue;
+    texts.push_back("the session brings " + replacement.offered.id + " in the versions " + replacement.offered.version + " (" +
+                    replacement.place + ") and " + replacement.rival);
+  }
+  return texts.empty() ? "" : eclipse_base::first_few(texts, most_named);
+}
+
 }  // namespace
 
 std::vector<Replacement> replacements_for(const Plan& plan, const eclipse_plan::Offer& offer, const InstalledUnits& installed) {
   std::vector<Replacement> replacements;
-  if (plan.is_removal || !installed.all) return replacements;
-  const InstallationForecast forecast(offer.units, offer.is_all, *installed.all);
+  if (!installed.all) return replacements;
   std::set<std::string> known;
-  for (const eclipse_plan::PlannedRecord* const record : plan.features()) {
-    for (const Unit& unit : units_named(eclipse_shell::as_word(record->config.feature))) {
-      const Installation step = forecast.of(unit);
-      if (step.step != InstallStep::conflict || !known.insert(unit.id).second) continue;
-      replacements.push_back({{unit.id, step.installed}, {unit.id, step.version}, record->place(), step.installed_newer});
-    }
+  for (const auto& unit : eclipse_plan::units_brought_by(plan, offer, *installed.all)) {
+    const Installation& step = unit.brought.step;
+    const std::string& id = unit.named.id;
+    if (step.step != InstallStep::conflict || !known.insert(id).second) continue;
+    replacements.push_back({{id, step.installed}, {id, step.version}, unit.record->place(), step.installed_newer, unit.rival});
   }
   return replacements;
 }
@@ -50,22 +58,28 @@ std::vector<Replacement> replacements_for(const Plan& plan, const eclipse_plan::
 std::string refusal_for(const std::vector<Replacement>& replacements, const Wishes& wishes) {
   const std::string older = texts_about(replacements, false);
   const std::string newer = texts_about(replacements, true);
+  const std::string contradictions = texts_about_rivals(replacements);
+  if (!contradictions.empty() && (wishes.update || !older.empty()))
+    return contradictions + "; leave out all but one of the lines";
   if (!older.empty() && !wishes.update) {
-    return older + "; the director does not replace it, but --update does" +
+    return older + "; the director would not replace the installed version; use --update" +
            (newer.empty() ? "" : " (with --allow-downgrade, since " + newer + ")");
   }
   if (!newer.empty() && wishes.update && !wishes.downgrade) return newer + "; --allow-downgrade goes back to it";
   return "";
 }
 
-std::string update_command(const Plan& plan, const std::vector<Replacement>& replacements) {
-  std::vector<Unit> removed;
-  std::vector<Unit> installed;
+UnitReplacement units_in(const std::vector<Replacement>& replacements) {
+  UnitReplacement units;
   for (const Replacement& replacement : replacements) {
-    removed.push_back(replacement.installed);
-    installed.push_back(replacement.offered);
+    units.removed.push_back(replacement.installed);
+    units.installed.push_back(replacement.offered);
   }
-  return replace_command(plan.executable, plan.repository_urls(), removed, installed);
+  return units;
+}
+
+std::string update_command(const Plan& plan, const std::vector<Replacement>& replacements) {
+  return replace_command(plan.executable, plan.repository_urls(), units_in(replacements));
 }
 
 }  // namespace eclipse_update

@@ -7,6 +7,7 @@
 
 #include "p2/director_command.h"
 #include "p2/installation.h"
+#include "p2/instance_paths.h"
 #include "p2/removal.h"
 #include "p2/version.h"
 #include "shell/shell_reading.h"
@@ -27,6 +28,14 @@ bool is_as_wanted(const CheckedUnit& checked, const Unit& installed) {
   return is_wanted(checked.unit, installed) && !is_older;
 }
 
+/// The same, and takes down that the installed version is higher.
+bool look_at(CheckedUnit& checked, const Unit& installed) {
+  if (!is_as_wanted(checked, installed)) return false;
+  const bool is_newer = !checked.brought.empty() && std::is_gt(compare_versions(installed.version, checked.brought));
+  if (is_newer) checked.newer = installed.version;
+  return true;
+}
+
 /// Each unit once, at the first of its places in the install order, with all lines that name it.
 std::vector<CheckedUnit> units_of(const eclipse_plan::Plan& plan, const Offer& offer) {
   std::vector<CheckedUnit> units;
@@ -34,7 +43,7 @@ std::vector<CheckedUnit> units_of(const eclipse_plan::Plan& plan, const Offer& o
   for (const eclipse_plan::PlannedRecord* const record : plan.by_slot()) {
     for (const Unit& unit : units_in(record->config.feature)) {
       const auto [found, is_new] = known.emplace(unit, units.size());
-      if (is_new) units.push_back({unit, {}, highest_offered(unit, offer.units).value_or(""), false, false, {}, {}});
+      if (is_new) units.push_back({unit, {}, highest_offered(unit, offer.units).value_or(""), false, false, {}, {}, ""});
       units[found->second].places.push_back(record->place());
     }
   }
@@ -43,7 +52,7 @@ std::vector<CheckedUnit> units_of(const eclipse_plan::Plan& plan, const Offer& o
 
 void look_up_roots(CheckedUnit& checked, const std::vector<Unit>& roots) {
   for (const Unit& unit : roots) {
-    if (is_as_wanted(checked, unit)) {
+    if (look_at(checked, unit)) {
       checked.is_installed = true;
       checked.is_root = true;
     } else if (unit.id == checked.unit.id) {
@@ -60,7 +69,7 @@ std::vector<Unit> without_places(const std::vector<CheckedUnit>& checked) {
 
 /// The profile has the roots, too.
 void look_up_all(CheckedUnit& checked, const InstalledById& all) {
-  UnitState state = all.state_of(checked.unit.id, [&](const Unit& unit) { return is_as_wanted(checked, unit); });
+  UnitState state = all.state_of(checked.unit.id, [&](const Unit& unit) { return look_at(checked, unit); });
   checked.is_installed = checked.is_installed || state.is_installed;
   checked.required_by = std::move(state.required_by);
   checked.other_versions = std::move(state.other_versions);

@@ -21,6 +21,7 @@ struct CheckedUnit {
   bool is_root = false;                     ///< it was installed by name; otherwise it came along with another unit
   std::vector<std::string> required_by;     ///< the ids of the installed units that require it
   std::vector<std::string> other_versions;  ///< that are installed
+  std::string newer;                        ///< a version that is installed and higher than `brought`; empty when none is
 };
 
 enum class Source { profile, director };

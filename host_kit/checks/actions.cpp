@@ -140,7 +140,7 @@ std::vector<Check> action_checks() {
        .promise =
            "If one throws anyway, the exception passes through the plug-in, which releases what it holds on the way, and "
            "leaves the action unchanged.",
-       .harm = "When memory runs out, the installer ends in the middle of an installation, without a word to its user.",
+       .harm = "When memory runs out, the installer ends in the middle of an installation, without telling its user.",
        .fix = "Catch std::exception around each call of an action, and take it for a failure of the integration."},
   };
   for (const ObservedOperation& operation : observed_operations()) {

@@ -7,8 +7,10 @@
 // no quotes, and no encoding or byte-order mark is recognised. A line with fewer than two columns is not data. Neither is a
 // header, which is any line whose first column is exactly "Repository".
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <locale>
 #include <optional>
 #include <string_view>
@@ -35,7 +37,9 @@ std::optional<std::string> read_file(const std::string& name) {
   file.open(name, std::ios::binary | std::ios::ate);
   const std::streamoff size = file.tellg();
   if (size < 0) return std::nullopt;
-  std::string content(static_cast<std::size_t>(size), '\0');
+  // On a 32-bit machine a file may be larger than any text: an exception then, not its first bytes.
+  const auto length = std::min<std::uintmax_t>(static_cast<std::uintmax_t>(size), std::numeric_limits<std::size_t>::max());
+  std::string content(static_cast<std::size_t>(length), '\0');
   file.seekg(0);
   file.read(content.data(), static_cast<std::streamsize>(content.size()));
   return content;

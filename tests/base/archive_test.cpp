@@ -82,6 +82,30 @@ TEST(ZipEntry, IsReadWithoutACentralDirectory) {
             "unpacks to more than 250 times its size");
 }
 
+/// What is larger than a mebibyte may be so many times larger than its compressed form, and the next whole time a little less.
+TEST(Decompression, HasALimitOfTheRatio) {
+  const auto error_of = [](std::size_t size) {
+    std::string gzip = compressed_with_gzip(std::string(size, 'x'));
+    constexpr std::size_t end = 8;  // the checksum and the size
+    // A name at the beginning makes the compressed form larger, by as much as is wanted.
+    const std::size_t wanted = 2 * limit / largest::compression;
+    gzip[3] = static_cast<char>(gzip[3] | 8);
+    gzip.insert(10, std::string(wanted - gzip.size() - 1, 'n') + std::string(1, '\0'));
+    EXPECT_EQ(gzip.size(), wanted);
+    EXPECT_GT(gzip.size(), end);
+    return decompress(gzip, Compression::gzip, 3 * limit).error;
+  };
+  const std::size_t wanted = 2 * limit / largest::compression;
+  EXPECT_EQ(error_of((wanted + 1) * largest::compression - 1), "");
+  EXPECT_EQ(error_of((wanted + 1) * largest::compression), "unpacks to more than 250 times its size");
+}
+
+TEST(Decompression, HasNoLimitOfTheRatioUpToAMebibyte) {
+  EXPECT_EQ(decompress(compressed_with_gzip(std::string(limit, 'x')), Compression::gzip, 2 * limit).error, "");
+  EXPECT_EQ(decompress(compressed_with_gzip(std::string(limit + 1, 'x')), Compression::gzip, 2 * limit).error,
+            "unpacks to more than 250 times its size");
+}
+
 class ArchiveTest : public testing::Test {
  protected:
   static Archive archive(const std::string& bytes) {
@@ -130,10 +154,29 @@ TEST_F(ArchiveTest, KeepsBackslashesAsJavaDoes) {
 
 TEST_F(ArchiveTest, HasALimitOfEntries) {
   Entries entries;
-  for (std::size_t i = 0; i <= largest::archive_entries; ++i) entries[std::to_string(i)] = "";
+  for (std::size_t i = 0; i < largest::archive_entries; ++i) entries[std::to_string(i)] = "";
+  EXPECT_EQ(archive(zipped(entries)).error(), "");
+  entries["one more"] = "";
   const Archive zip = archive(zipped(entries));
   EXPECT_EQ(zip.error(), "has more than 200000 entries");
   EXPECT_TRUE(zip.exceeds_limit());
+}
+
+TEST(ZipEnd, IsMissingWhenTheArchiveWasCut) {
+  const fake::TemporaryDirectory directory;
+  const std::string archive = zipped({{"a", "text"}});
+  const auto error_of = [](const std::string& bytes) {
+    fake::write_file("a.zip", bytes);
+    return zip_end_error("a.zip");
+  };
+  EXPECT_EQ(error_of(archive), "");
+  EXPECT_EQ(error_of(archive + "comment"), "");
+  EXPECT_EQ(error_of(zipped({})), "");
+  for (std::size_t length = 0; length < archive.size(); ++length) {
+    EXPECT_EQ(error_of(archive.substr(0, length)), "is cut off: the central directory of a zip archive is missing at its end");
+  }
+  EXPECT_EQ(error_of(archive.substr(1)), "lacks bytes: its central directory is not where its end says");
+  EXPECT_EQ(zip_end_error("missing.zip"), "");
 }
 
 }  // namespace

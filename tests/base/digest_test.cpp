@@ -17,6 +17,11 @@ TEST(Digests, AreThoseThatAreKnown) {
             "2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f");
 }
 
+TEST(Digests, AreInBase64AsInManifests) {
+  EXPECT_EQ(base64_digest_of("", Digest::md5), "1B2M2Y8AsgTpgAmY7PhCfg==");
+  EXPECT_EQ(base64_digest_of("abc", Digest::sha_256), "ungWv48Bz+pBQUDeXa4iI7ADYaOWF3qctBD/YfIAFa0=");
+}
+
 TEST(Digests, AreNamedAsTheDirectorNamesThem) {
   EXPECT_EQ(name_of(Digest::sha_512), "SHA-512");
   EXPECT_EQ(name_of(Digest::sha_256), "SHA-256");

@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <optional>
 #include <string>
 
 #include "fake_host/temporary_directory.h"
@@ -44,6 +46,26 @@ TEST_F(ReadFile, RefusesLargerFiles) {
   EXPECT_EQ(read_file("f", largest::mebibyte).error, "is larger than 1 MiB");
   EXPECT_EQ(read_file("f", largest::mebibyte).bytes, "");
   EXPECT_EQ(read_file("f", largest::mebibyte + 1).error, "");
+}
+
+/// What the process has read so far by system calls; nothing where the kernel does not count it.
+std::optional<std::uint64_t> bytes_read() {
+  std::ifstream counts("/proc/self/io");
+  std::string name;
+  std::uint64_t count = 0;
+  if (counts >> name >> count && name == "rchar:") return count;
+  return std::nullopt;
+}
+
+TEST_F(ReadFile, RefusesLargerFilesWithoutReadingThem) {
+  if (!bytes_read()) GTEST_SKIP() << "the kernel does not count what is read";
+  fake::write_file("f", "");
+  fs::resize_file("f", std::uintmax_t{1} << 40U);
+  const std::uint64_t before = *bytes_read();
+  const FileContent content = read_file("f", largest::profile);
+  EXPECT_LT(*bytes_read() - before, largest::mebibyte);
+  EXPECT_EQ(content.error, "is larger than 256 MiB");
+  EXPECT_TRUE(content.exceeds_limit);
 }
 
 /// Without a limit on it, a read of a pipe would wait and one of /dev/zero would not end: the test's own time limit ends it

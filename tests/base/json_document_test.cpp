@@ -125,7 +125,9 @@ TEST(JsonDocument, RefusesWhatCannotBeRead) {
   }
   EXPECT_EQ(error_of_file(""), ": cannot be read: No such file or directory; give the path of a JSON file");
   fake::write_file("large", "");
-  std::filesystem::resize_file("large", (std::uintmax_t{64} << 20U) + 1);
+  std::filesystem::resize_file("large", largest::json);
+  EXPECT_EQ(error_of_file("large"), "large:1:1: document: contains a zero byte; save it as UTF-8 text");
+  std::filesystem::resize_file("large", largest::json + 1);
   EXPECT_EQ(error_of_file("large"), "large: is larger than 64 MiB; give the path of a JSON file");
 }
 

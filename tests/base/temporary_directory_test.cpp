@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
+
+#include "fake_host/temporary_directory.h"
 
 namespace fs = std::filesystem;
 
@@ -19,4 +22,25 @@ TEST(TemporaryDirectory, LastsAsLongAsItsObject) {
     std::ofstream(path / "more/file") << "text";
   }
   EXPECT_FALSE(fs::exists(path)) << "with all that was in it";
+}
+
+TEST(TemporaryDirectory, ThatCannotBeMadeSaysHowToGetOne) {
+  const fake::TemporaryDirectory directory;
+  fake::write_file("file", "");
+  const char* const before = std::getenv("TMPDIR");
+  const std::string restored = before == nullptr ? "" : before;
+  const auto error_in = [](const std::string& place) -> std::string {
+    setenv("TMPDIR", place.c_str(), 1);
+    try {
+      const eclipse_base::TemporaryDirectory none;
+      return "";
+    } catch (const eclipse_base::FileError& error) {
+      return error.what();
+    }
+  };
+  const std::string fix = "; let TMPDIR name a directory that this user can write, with enough space";
+  EXPECT_EQ(error_in("missing"), "missing: no temporary directory can be made here: No such file or directory" + fix);
+  EXPECT_EQ(error_in("file"), "file: no temporary directory can be made here: Not a directory" + fix);
+  EXPECT_EQ(error_in("/proc/self"), "/proc/self: no temporary directory can be made here: No such file or directory" + fix);
+  before == nullptr ? unsetenv("TMPDIR") : setenv("TMPDIR", restored.c_str(), 1);
 }

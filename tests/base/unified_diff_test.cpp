@@ -24,18 +24,44 @@ TEST(UnifiedDiff, MarksAMissingLineFeed) {
   EXPECT_EQ(unified_diff("t", "", "a\n"), "--- t\n+++ t\n@@ -0,0 +1,1 @@\n+a\n");
 }
 
+std::string content_of(const std::string& file) {
+  std::ostringstream content;
+  content << std::ifstream(file).rdbuf();
+  return content.str();
+}
+
+std::string header_for(const std::string& name) {
+  const std::string diff = unified_diff(name, "", "a");
+  return diff.substr(0, diff.find('\n'));
+}
+
+TEST(UnifiedDiff, QuotesAnOddName) {
+  EXPECT_EQ(header_for("a/b-\u00e4.txt"), "--- a/b-\u00e4.txt");
+  EXPECT_EQ(header_for("a b"), "--- a b\t") << "otherwise the rest is a date";
+  EXPECT_EQ(header_for("a\nb c"), "--- \"a\\nb c\"\t");
+  EXPECT_EQ(header_for("\x1B[1m\t\r\x7F"), "--- \"\\033[1m\\t\\r\\177\"");
+  EXPECT_EQ(header_for("a\"b\\c"), "--- \"a\\\"b\\\\c\"");
+  EXPECT_EQ(header_for("\xFF\u202E"), "--- \"\\377\\342\\200\\256\"");
+}
+
+TEST(UnifiedDiff, NamesItsFileForPatch) {
+  if (std::system("command -v patch > /dev/null") != 0) GTEST_SKIP() << "there is no patch";
+  const fake::TemporaryDirectory directory;
+  for (const std::string name :
+       {"plain", "with space", "line\nfeed", "tab\tand \"quotes\" \\ 1", "\x1B[31m\xFF\u202E", "\u00e4"}) {
+    fake::write_file(name, "a\n");
+    fake::write_file("changes", unified_diff(name, "a\n", "b\n"));
+    EXPECT_EQ(std::system("patch -s -p0 --no-backup-if-mismatch < changes"), 0) << content_of("changes");
+    EXPECT_EQ(content_of(name), "b\n") << content_of("changes");
+  }
+}
+
 std::string random_text(std::mt19937& random) {
   std::string text;
   for (std::size_t count = random() % 30; count > 0; --count)
     text += std::string(1, static_cast<char>('a' + random() % 3)) + "\n";
   if (random() % 3 == 0) text += "end";
   return text;
-}
-
-std::string content_of(const std::string& file) {
-  std::ostringstream content;
-  content << std::ifstream(file).rdbuf();
-  return content.str();
 }
 
 TEST(UnifiedDiff, IsAppliedByPatch) {

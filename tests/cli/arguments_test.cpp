@@ -210,6 +210,20 @@ TEST_F(Arguments, OutputsDoNotOverwriteTheEclipse) {
   EXPECT_EQ(content_of("eclipse/configuration/config.ini"), "eclipse.buildId=4.30\n");
 }
 
+TEST_F(Arguments, OutputsDoNotOverwriteADataAreaElsewhere) {
+  write_session("install");
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.data.area=" + directory.path() + "/data/\n");
+  fake::write_file("data/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile", "<profile/>");
+  fake::write_file("data/notes.log", "");
+  const std::string profile = "data/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile";
+  for (const std::string option : {"--log", "--write-variables"}) {
+    expect_error("run session.json " + option + " " + profile, would_overwrite(profile, option, "DIRECTORY/" + profile));
+  }
+  script(1, "cp " + profile + " data/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/2.profile");
+  EXPECT_EQ(eclipse_int("run session.json --log data/notes.log").status, 0) << "as in p2/ of an instance";
+  EXPECT_EQ(content_of(profile), "<profile/>");
+}
+
 TEST_F(Arguments, OutputsDoNotOverwriteTheProduct) {
   fake::write_file("ide/bin/eclipse", "x");
   fake::write_file("session.json", R"({"mode": "install", "variables": {"ECLIPSE_BIN": "eclipse"}, "components": [
@@ -273,6 +287,36 @@ TEST_F(Arguments, OutputsDoNotOverwriteUpdateSitesOrInstalledFiles) {
     std::filesystem::remove("eclipse/calls");
   }
   EXPECT_EQ(content_of("tools/site.zip"), "zip");
+}
+
+TEST_F(Arguments, OutputsAddNoFileWhereEveryFileIsRead) {
+  write_session("install");
+  for (const std::string place : {"configuration", "p2/org.eclipse.equinox.p2.engine", "plugins", "features", "dropins"}) {
+    std::filesystem::create_directories("eclipse/" + place);
+  }
+  std::filesystem::create_directory_symlink("eclipse/p2", "link");
+  std::filesystem::create_symlink("eclipse/p2/x", "dangling");
+  const auto refused = [&](const std::string& file, const std::string& option, const std::string& place) {
+    expect_error("run session.json " + option + " " + file,
+                 file + ": " + option + " would add a file to DIRECTORY/" + place +
+                     ", where the plug-in or Eclipse reads every file; give it a file elsewhere");
+  };
+  for (const std::string option : {"--log", "--write-variables"}) {
+    for (const std::string place : {"configuration", "p2/org.eclipse.equinox.p2.engine", "plugins", "features", "dropins"}) {
+      for (const std::string name : {"notes", "notes.log"})
+        refused("eclipse/" + place + "/" + name, option, "eclipse/" + place);
+    }
+    refused("link/notes", option, "eclipse/p2");
+    refused("eclipse/eclipse.ini", option, "eclipse");
+    refused("tools/etc/eclipse/notes", option, "tools/etc/eclipse");
+  }
+  refused("dangling", "--log", "eclipse/p2");
+  EXPECT_EQ(director_calls(), "");
+  EXPECT_FALSE(std::filesystem::exists("eclipse/p2/x"));
+  fake::write_file("v.json", "{}");
+  EXPECT_EQ(eclipse_int("undo --eclipse eclipse --variables v.json --write-variables eclipse/p2/v.json").error,
+            "eclipse-int: eclipse/p2/v.json: --write-variables would add a file to DIRECTORY/eclipse/p2, where the plug-in or "
+            "Eclipse reads every file; give it a file elsewhere\n");
 }
 
 TEST_F(Arguments, AnythingButThePlugInIsNotLoaded) {

@@ -21,11 +21,8 @@ class BadInput : public ChildCommand {
  protected:
   BadInput() { write_session("install"); }
 
-  /// Runs the command with so much memory, unless this build needs more to start, as under sanitizers.
   Outcome eclipse_int_within(int megabytes, const std::string& arguments) const {
-    const std::string limit = "ulimit -v " + std::to_string(megabytes * 1000) + ";";
-    const bool can_start = eclipse_int("--version > /dev/null", limit).status == 0;
-    return eclipse_int(arguments, (can_start ? limit : "") + deadline);
+    return eclipse_int(arguments, memory_limit(megabytes) + deadline);
   }
 
   /// A session file whose last part is this one.
@@ -71,7 +68,7 @@ const std::vector<SpecialFile> special_files = {
     {"tools/etc/eclipse/tools.txt", "lint tools/etc/eclipse/tools.txt", 2, "tools/etc/eclipse/tools.txt" + no_input},
     {"tools/etc/eclipse/tools.txt", "lint tools", 1, ", not a file [descriptor-not-a-file]\n"},
     {"tools/etc/eclipse/tools.txt", "lint session.json", 1, ", not a file [descriptor-not-a-file]\n"},
-    {"tools/etc/eclipse/tools.txt", "plan session.json --verbose", 0, "its package lists no descriptor file\n"},
+    {"tools/etc/eclipse/tools.txt", "plan session.json --verbose", 1, "its package lists no descriptor file\n"},
     {"tools/etc/eclipse/tools.txt", "run session.json", 0, "The log ends with: eclipse_int: feature or repo list is empty"},
     {"tools/etc/eclipse/tools.txt", "verify session.json", 0, "the log ends with: eclipse_int: feature or repo list is empty"},
     {"tools/site/content.xml", "lint session.json", 1, "content.xml " + no_metadata},
@@ -145,6 +142,22 @@ TEST_F(BadInput, ADescriptorThatIsTooLargeIsNotRead) {
     EXPECT_NE(outcome.output.find("tools.txt: error: the descriptor file is larger than 64 MiB"), std::string::npos)
         << input << outcome.output;
   }
+}
+
+/// 64 MiB of them would take more than ten gigabytes.
+TEST_F(BadInput, ADescriptorHasALimitOfLines) {
+  fake::write_file("tools/etc/eclipse/tools.txt", repeated("a\tb\n", 16'000'000));
+  for (const std::string arguments : {"run session.json", "plan session.json", "verify session.json"}) {
+    const Outcome outcome = eclipse_int_within(1000, arguments);
+    EXPECT_EQ(outcome.status, 2) << arguments;
+    EXPECT_TRUE(outcome.error.ends_with("tools.txt: has more than 1000000 lines; keep only records in a descriptor file\n"))
+        << outcome.error;
+  }
+  EXPECT_EQ(director_calls(), "");
+  const Outcome lint = eclipse_int_within(1000, "lint tools");
+  EXPECT_EQ(lint.status, 1) << lint.error;
+  EXPECT_NE(lint.output.find("tools.txt: error: the descriptor file has more than 1000000 lines"), std::string::npos)
+      << lint.output;
 }
 
 /// 64 MiB of them would take six gigabytes.
@@ -265,22 +278,26 @@ TEST_F(BadInput, AHugeOutputTakesLittleMemory) {
   EXPECT_EQ(command.at("failure").at("causes"), nlohmann::json::array({"the reason"})) << "the end is kept";
 }
 
-/// The plug-in and its log take many seconds for them.
+/// The plug-in and its log take a part of a second for them.
 TEST_F(BadInput, ASignalEndsARunWhileThePlugInComputes) {
   std::string descriptor;
-  for (int i = 0; i < 1'000'000; ++i) descriptor += "site\tfeature.number." + std::to_string(i) + "\n";
+  for (int i = 0; i < 300'000; ++i) descriptor += "site\tfeature.number." + std::to_string(i) + "\n";
   fake::write_file("tools/etc/eclipse/tools.txt", descriptor);
+  const std::string interrupted_in_its_action =
+      "timeout -s KILL 600 sh -c ': > shown; env --default-signal=INT \"$@\" > shown & until grep -q perform_integration "
+      "shown; "
+      "do sleep 0.01; done; kill -INT $!; wait $!; status=$?; cat shown; exit $status' -";
   for (const std::string arguments : {"run session.json", "run session.json --verify"}) {
-    const Outcome outcome = eclipse_int(arguments, "timeout --preserve-status -k 30 -s INT 3");
+    const Outcome outcome = eclipse_int(arguments, interrupted_in_its_action);
     EXPECT_EQ(outcome.status, 130) << arguments << ": 137 when it had to be killed";
     EXPECT_TRUE(outcome.output.find("\nInterrupted by SIGINT\n") != std::string::npos) << outcome.output;
   }
-  EXPECT_EQ(director_calls(), "");
+  EXPECT_EQ(director_calls().find(" -i "), std::string::npos) << "a question may have been asked";
 }
 
 TEST_F(BadInput, WithoutMemoryThereIsAMessage) {
-  const std::string limit = "ulimit -v 250000;";
-  if (eclipse_int("--version", limit).status != 0) GTEST_SKIP() << "this build needs more memory to start";
+  const std::string limit = memory_limit(250);
+  if (limit.empty()) GTEST_SKIP() << "this build needs more memory to start";
   write_session_with("\"variables\": {\"A\": \"" + repeated("x", 60'000'000) + "\"}}");
   EXPECT_EQ(eclipse_int("plan bad.json --json", limit), (Outcome{2, "", "eclipse-int: there is not enough memory\n"}));
 }

@@ -41,6 +41,9 @@ class ChildCommand : public testing::Test {
   /// Runs "eclipse-int ARGUMENTS" through a shell, started by `starter` when there is one.
   Outcome eclipse_int(const std::string& arguments, const std::string& starter = "") const;
 
+  /// The beginning of a starter that limits the memory; empty when this build needs more to start, as under sanitizers.
+  std::string memory_limit(int megabytes) const;
+
   /// Writes session.json: the usual product in this mode, and with these variables over the usual ones.
   void write_session(const std::string& mode, const std::map<std::string, std::string>& variables = {},
                      const std::string& state = "\"install\": true") const;
@@ -50,6 +53,10 @@ class ChildCommand : public testing::Test {
 
   /// What the director does when it is started for the N-th time, as shell commands.
   void script(int start, const std::string& commands) const;
+
+  /// Lets each start of the director leave a new state of the profile, with the units of the newest one: by itself it writes
+  /// none.
+  static void let_director_leave_states();
 
   /// The arguments of each start of the director.
   std::string director_calls() const;

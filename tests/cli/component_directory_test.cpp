@@ -58,10 +58,11 @@ TEST_F(ComponentDirectory, NeedsAnEclipseAndDescriptors) {
     expect_usage_error(subcommand + "tools", "tools" + needs_eclipse);
   }
   std::filesystem::create_directory("empty");
-  EXPECT_EQ(eclipse_int("run empty --eclipse eclipse"),
-            (Outcome{2, "",
-                     "eclipse-int: empty: has no descriptor file below etc/eclipse/; write one, for example with "
-                     "\"eclipse-int new\"\n"}));
+  EXPECT_EQ(
+      eclipse_int("run empty --eclipse eclipse"),
+      (Outcome{2, "",
+               "eclipse-int: empty: has no descriptor file below etc/eclipse/; give the directory of a component that has "
+               "one, or write one, for example with \"eclipse-int new\"\n"}));
   expect_usage_error("new tools --eclipse eclipse", "--eclipse and --remove need --session; add it, or leave them out");
 }
 

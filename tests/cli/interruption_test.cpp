@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -45,6 +46,13 @@ class Interruption : public ChildCommand {
                                    "sleep 0.2; kill -s TERM $(cat number); sleep 0.1; cat <&3; wait $!");
   }
 
+  /// For a shell that has started the command in the background: waits for the file, and ends as the command does.
+  static std::string two_signals_when_there_is(const std::string& file) {
+    return "until test -e " + file +
+           "; do sleep 0.01; done; sleep 0.5; kill -s TERM $(cat number); sleep 0.5; kill -s TERM $(cat number); wait $!; exit "
+           "$?";
+  }
+
   /// Prints something, and some time later sends the signal and goes on.
   static std::string director_that_sends(const std::string& signal) {
     return "echo begun; sleep 0.3; kill -s " + signal + " $(cat number); sleep 0.5; echo late";
@@ -83,9 +91,19 @@ TEST_F(Interruption, LetsTheDirectorEndItsCommandAndStartsNoOther) {
 
 TEST_F(Interruption, IsTheSameByEachSignalThatEndsPrograms) {
   write_session("install");
-  for (const auto& [name, number] :
-       {std::pair("TERM", 15), {"HUP", 1}, {"QUIT", 3}, {"USR1", 10}, {"USR2", 12}, {"ALRM", 14}, {"XCPU", 24}}) {
-    script(1, director_that_sends(name) + "; exit 13");
+  for (const auto& [name, number] : {std::pair("TERM", SIGTERM),
+                                     {"HUP", SIGHUP},
+                                     {"QUIT", SIGQUIT},
+                                     {"USR1", SIGUSR1},
+                                     {"USR2", SIGUSR2},
+                                     {"ALRM", SIGALRM},
+                                     {"XCPU", SIGXCPU},
+                                     {"VTALRM", SIGVTALRM},
+                                     {"PROF", SIGPROF},
+                                     {"IO", SIGIO},
+                                     {"PWR", SIGPWR},
+                                     {"STKFLT", SIGSTKFLT}}) {
+    script(1, director_that_sends(std::to_string(number)) + "; exit 13");
     const Outcome outcome = eclipse_int_with_number("run session.json");
     EXPECT_EQ(outcome.status, 128 + number) << name;
     EXPECT_EQ(outcome.error, waiting(std::string("SIG") + name));
@@ -128,6 +146,38 @@ TEST_F(Interruption, EndsTheDirectorWhenNobodyReadsTheOutput) {
       eclipse_int_with_number("run session.json > pipe & exec 3< pipe\nwait $!; status=$?; cat <&3; exit $status");
   EXPECT_EQ(outcome.status, 143);
   EXPECT_TRUE(has_ended("director"));
+}
+
+TEST_F(Interruption, EndsTheDirectorWhenNobodyReadsOutputAndErrors) {
+  write_session("install");
+  script(
+      1,
+      "sh -c 'echo $$ > director; head -c 300000 /dev/zero | tr \"\\0\" x; sleep 100' & sleep 0.5; kill -s TERM $(cat number); "
+      "sleep 1; kill -s TERM $(cat number); wait");
+  ASSERT_EQ(mkfifo("pipe", 0600), 0);
+  const Outcome outcome = eclipse_int_with_number("run session.json > pipe 2>&1 & exec 3< pipe\nwait $!; exit $?");
+  EXPECT_EQ(outcome.status, 143);
+  EXPECT_TRUE(has_ended("director"));
+}
+
+TEST_F(Interruption, EndsARunWhoseDocumentNobodyReads) {
+  write_session("install");
+  script(1, "head -c 300000 /dev/zero | tr '\\0' x");
+  ASSERT_EQ(mkfifo("pipe", 0600), 0);
+  const Outcome outcome = eclipse_int_with_number("run session.json --json --write-variables v.json > pipe & exec 3< pipe\n" +
+                                                  two_signals_when_there_is("v.json"));
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.error, "eclipse-int: standard output cannot be written; the work is complete, but its output is not\n");
+}
+
+TEST_F(Interruption, EndsARunWhoseLogNobodyReads) {
+  write_session("install");
+  script(1, "head -c 300000 /dev/zero | tr '\\0' x; echo > ended");
+  ASSERT_EQ(mkfifo("log", 0600), 0);
+  const Outcome outcome =
+      eclipse_int_with_number("run session.json --log log > shown & exec 3<> log\n" + two_signals_when_there_is("ended"));
+  EXPECT_EQ(outcome.status, 143);
+  EXPECT_EQ(outcome.error, "eclipse-int: log: the log is incomplete: nobody reads it; give the log another file\n");
 }
 
 TEST_F(Interruption, LetsTheDirectorEndWhenNobodyReadsTheOutput) {

@@ -11,19 +11,6 @@ def read(file):
     return json.loads(file.read_text(encoding="utf-8"))
 
 
-def placed(schema, name):
-    """The schema with its references changed for its new place in a larger one, "#/definitions/NAME"."""
-    if isinstance(schema, list):
-        return [placed(item, name) for item in schema]
-    if not isinstance(schema, dict):
-        return schema
-    moved = {key: placed(value, name) for key, value in schema.items() if key != "$id"}
-    if "$ref" in moved:
-        file, _, pointer = moved["$ref"].partition("#")
-        moved["$ref"] = f"#/definitions/{file.split('-')[0] or name}{pointer}"
-    return moved
-
-
 def open_objects(schema, place):
     """The places in a schema where an object may have members that are not named."""
     if isinstance(schema, list):
@@ -36,20 +23,17 @@ def open_objects(schema, place):
             yield from open_objects(item, f"{place}/{name}")
 
 
-def validators(schemas):
-    all_of_them = {name: placed(schema, name) for name, schema in schemas.items()}
-    found = {}
-    for name in schemas:
-        schema = {"$ref": f"#/definitions/{name}", "definitions": all_of_them}
-        jsonschema.Draft7Validator.check_schema(schema)
-        found[name] = jsonschema.Draft7Validator(schema)
-    return found
+def validator(file, schema):
+    """References are resolved from the place of the file, as users' validators do."""
+    jsonschema.Draft7Validator.check_schema(schema)
+    return jsonschema.Draft7Validator(schema, resolver=jsonschema.RefResolver(file.absolute().as_uri(), schema))
 
 
 def main(schema_directory, document_directory):
-    schemas = {file.name.split("-")[0]: read(file) for file in pathlib.Path(schema_directory).glob("*-result.schema.json")}
+    files = {file.name.split("-")[0]: file for file in pathlib.Path(schema_directory).glob("*-result.schema.json")}
+    schemas = {name: read(file) for name, file in files.items()}
     errors = [f"{place} admits any member" for name, schema in schemas.items() for place in open_objects(schema, name)]
-    by_subcommand = validators(schemas)
+    by_subcommand = {name: validator(files[name], schema) for name, schema in schemas.items()}
     counts = dict.fromkeys(sorted(schemas), 0)
     for file in sorted(pathlib.Path(document_directory).glob("*.json")):
         subcommand = file.name.split(".")[0]

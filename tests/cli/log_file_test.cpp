@@ -65,7 +65,7 @@ TEST_F(LogFile, OnStandardOutputNeitherEmptiesNorOverwritesIt) {
   const std::string report = content_of("report");
   EXPECT_TRUE(report.starts_with("Session session.json\n")) << report;
   EXPECT_NE(report.find("Action perform_integration\neclipse_int: perform_integration entered\n"), std::string::npos) << report;
-  EXPECT_NE(report.find("\nDone\n"), std::string::npos) << report;
+  EXPECT_NE(report.find("\nNothing done\n"), std::string::npos) << report;
 }
 
 TEST_F(LogFile, IsNoFifoThatNobodyReads) {

@@ -218,8 +218,9 @@ TEST_F(PrintedBytes, OfDescriptorFilesAndTheirNamesAreVisible) {
   std::filesystem::remove("tools/etc/eclipse/tools.txt");
   write_descriptor(odd_name);
   write_session("install", {{"ECLIPSE_MIN_SUPPORTED_VERSION", odd_text()}});
-  for (const std::string arguments : {"run session.json --log log", "plan session.json", "plan session.json --retries",
-                                      "verify session.json", "lint session.json", "lint tools"}) {
+  for (const std::string arguments :
+       {"run session.json --log log", "plan session.json", "plan session.json --retries", "verify session.json",
+        "lint session.json", "lint tools", "lint tools --format github", "lint tools --format brief"}) {
     expect_printable(arguments);
   }
   expect_printable("lint tools/etc/eclipse/" + in_shell_quotes(odd_name));

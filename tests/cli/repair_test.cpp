@@ -113,11 +113,100 @@ TEST_F(Repair, BringsBackTheConfigurationThatADirectorHasCut) {
   EXPECT_EQ(content_of(configuration), "eclipse.p2.profile=P\n");
 }
 
+std::string profile_with(const std::vector<std::string>& units) {
+  std::string all;
+  for (const std::string& unit : units) all += "<unit id='" + unit + "' version='1.0.0'/>";
+  return "<profile><units>" + all + "</units></profile>";
+}
+
+/// What a director does that leaves this state, and at its end no configuration.
+std::string leave(const std::string& time, const std::vector<std::string>& units) {
+  fake::write_file("prepared-" + time, profile_with(units));
+  return "cp prepared-" + time + " " + registry + time + ".profile; : > " + configuration;
+}
+
+TEST_F(Repair, SaysWhatOfTheLastRunItTakesBack) {
+  write_state("1", profile_with({"one"}));
+  write_configuration("eclipse.p2.profile=P\n");
+  script(1, leave("2", {"one", "two"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 1);
+  const std::string state = "2 (1970-01-01 00:00:00 UTC), made by eclipse-int run session.json\n    + 1 other unit\n";
+  const Outcome dry_run = eclipse_int("repair eclipse --dry-run");
+  EXPECT_EQ(dry_run.status, 1);
+  EXPECT_NE(dry_run.output.find("  Would be taken back: " + state), std::string::npos) << dry_run.output;
+  script(2, "echo one/1.0.0");
+  const Outcome repair = eclipse_int("repair eclipse");
+  EXPECT_EQ(repair.status, 0);
+  EXPECT_NE(repair.output.find("  Taken back: " + state + "  Moved aside: "), std::string::npos) << repair.output;
+}
+
+TEST_F(Repair, TakesBackMoreThanARunOnlyOnRequest) {
+  write_state("1", profile_with({"one"}));
+  write_configuration("eclipse.p2.profile=P\n");
+  script(1, leave("5", {"one", "guest", "two"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 1);
+  write_state("6", profile_with({"one", "guest"}));
+  const std::string found =
+      "  Would be taken back: 6 (1970-01-01 00:00:00 UTC), not made by a known run\n    - 1 other unit\n"
+      "  Would be taken back: 5 (1970-01-01 00:00:00 UTC), made by eclipse-int run session.json\n    + 2 other units\n"
+      "  Error: going back to the state 1 takes back what no known run has made; --to 1 does this\n";
+  for (const std::string arguments : {"repair eclipse --dry-run", "repair eclipse"}) {
+    const Outcome refused = eclipse_int(arguments);
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_TRUE(refused.output.ends_with(" has no settings\n" + found)) << refused.output;
+  }
+  EXPECT_TRUE(fs::exists(registry + "6.profile"));
+  EXPECT_EQ(content_of(configuration), "");
+  const Json document = Json::parse(eclipse_int("repair eclipse --json").output);
+  EXPECT_EQ(document.at("takenBack").at(0).at("run"), nullptr);
+  EXPECT_EQ(document.at("takenBack").at(1).at("run").at("command"), "eclipse-int run session.json");
+  EXPECT_EQ(document.at("takenBack").at(1).at("change").at("otherUnitsIn"), 2);
+  EXPECT_EQ(document.at("moved"), Json::array());
+  script(2, "echo one/1.0.0");
+  EXPECT_EQ(eclipse_int("repair eclipse --to 1").status, 0);
+  EXPECT_TRUE(fs::exists(registry + "6.profile.damaged"));
+  EXPECT_EQ(content_of(configuration), "eclipse.p2.profile=P\n");
+}
+
+/// The copy of the configuration is older than two runs when it could not be kept before the second one.
+TEST_F(Repair, TakesBackTwoRunsOnlyOnRequest) {
+  write_state("1", profile_with({"one"}));
+  write_configuration("eclipse.p2.profile=P\n");
+  script(1, leave("2", {"one", "two"}) + "; echo eclipse.p2.profile=P > " + configuration);
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  fs::rename("eclipse/configuration/.eclipse-int.kept", "kept");
+  script(2, leave("3", {"one"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 1);
+  fs::remove_all("eclipse/configuration/.eclipse-int.kept");
+  fs::rename("kept", "eclipse/configuration/.eclipse-int.kept");
+  const Outcome refused = eclipse_int("repair eclipse");
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_TRUE(refused.output.ends_with("  Error: going back to the state 1 takes back 2 runs; --to 1 does this\n"))
+      << refused.output;
+  EXPECT_TRUE(fs::exists(registry + "3.profile"));
+}
+
+/// The registry of another Eclipse could be there.
+TEST_F(Repair, RenamesNothingOutsideTheDataArea) {
+  write_configuration("eclipse.p2.profile=../../../../other\n");
+  fake::write_file("other.profile/2.profile", damaged);
+  fake::write_file("other.profile/1.profile", sound);
+  fs::create_directories(registry);
+  for (const std::string arguments : {"repair eclipse", "repair eclipse --to 1", "history eclipse"}) {
+    EXPECT_EQ(eclipse_int(arguments),
+              (Outcome{2, "",
+                       "eclipse-int: \"DIRECTORY/eclipse/eclipse\" has a p2 profile that cannot be found: DIRECTORY/" +
+                           configuration +
+                           " has eclipse.p2.profile=../../../../other, which is not a plain file name; correct it\n"}))
+        << arguments;
+  }
+  EXPECT_TRUE(fs::exists("other.profile/2.profile"));
+}
+
 TEST_F(Repair, SaysWhenThereIsNoCopyToBringBack) {
   write_state("1", sound);
   write_configuration("");
-  const std::string no_copy =
-      "no copy of it was kept; restore it from a backup of the Eclipse instance, or install the Eclipse anew";
+  const std::string no_copy = "no copy of it was kept; restore it from a backup of the Eclipse instance, or reinstall Eclipse";
   const Outcome repair = eclipse_int("repair eclipse --json");
   EXPECT_EQ(repair.status, 1);
   const Json result = Json::parse(repair.output);
@@ -143,6 +232,78 @@ TEST_F(Repair, NamesBundlesThatNoDirectorCanRemoveAnyMore) {
                               "Eclipse goes on starting "
                               "what no director can remove\n"
                               "    Fix: use \"eclipse-int undo --to\", which lets the director remove it\n"))
+      << repair.output;
+}
+
+std::string with_director(const std::vector<std::string>& bundles) {
+  std::string all;
+  for (const std::string& name : bundles) {
+    all += "<unit id='" + name + "' version='1.0.0'><artifacts><artifact classifier='osgi.bundle' id='" + name +
+           "' version='1.0.0'/></artifacts></unit>";
+  }
+  return "<profile><units>" + all + "</units></profile>";
+}
+
+TEST_F(Repair, GoesBackToNoStateWithoutADirector) {
+  write_state("1", profile_with({}));
+  write_state("2", with_director({"one", "org.eclipse.equinox.p2.director.app"}));
+  const Outcome refused = eclipse_int("repair eclipse --to 1");
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_TRUE(refused.output.ends_with(
+      "  Error: the state 1 has no director (org.eclipse.equinox.p2.director.app), so there would be no way "
+      "forward from it; choose a newer one with --to, or restore the p2 profile from a backup\n"))
+      << refused.output;
+  EXPECT_TRUE(fs::exists(registry + "2.profile"));
+  EXPECT_EQ(director_calls(), "");
+}
+
+TEST_F(Repair, NamesTheFixAlsoWhenTheDirectorDoesNotAnswer) {
+  write_state("1", with_director({}));
+  write_state("2", with_director({"one", "two", "three"}));
+  write_bundles();
+  const std::string end =
+      "  Still damaged: DIRECTORY/eclipse/configuration/org.eclipse.equinox.simpleconfigurator/bundles.info does not list "
+      "three/1.0.0, although the p2 profile has it as installed, so Eclipse does not start it\n"
+      "    Fix: run: eclipse-int repair DIRECTORY/eclipse/eclipse --to 1\n";
+  const Outcome dry_run = eclipse_int("repair eclipse --dry-run");
+  EXPECT_EQ(dry_run.status, 1);
+  EXPECT_TRUE(dry_run.output.ends_with(end)) << dry_run.output;
+  script(1, "exit 13");
+  const Outcome repair = eclipse_int("repair eclipse");
+  EXPECT_EQ(repair.status, 1);
+  EXPECT_NE(repair.output.find(end), std::string::npos) << repair.output;
+}
+
+/// What it would do first cannot be done, so the states stay, and it can be repeated.
+TEST_F(Repair, CanBeRepeatedWhenTheCopyCannotBeBroughtBack) {
+  write_state("1", sound);
+  write_configuration("eclipse.p2.profile=P\n");
+  script(1, leave("2", {"one", "two"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 1);
+  const std::string full =
+      "unshare -rm sh -c 'mkdir -p c && cp -r eclipse/configuration/. c && mount -t tmpfs -o size=64k none "
+      "eclipse/configuration && "
+      "cp -r c/. eclipse/configuration && { cat /dev/zero > eclipse/configuration/all 2> /dev/null; true; } && \"$@\"' -";
+  if (eclipse_int("--version", full).status != 0) GTEST_SKIP() << "this user can mount nothing here";
+  const Outcome failed = eclipse_int("repair eclipse", full);
+  EXPECT_EQ(failed.status, 1);
+  EXPECT_NE(failed.output.find("config.ini: cannot be written: No space left on device"), std::string::npos) << failed.output;
+  EXPECT_NE(failed.output.find("    Fix: run: eclipse-int repair DIRECTORY/eclipse/eclipse\n"), std::string::npos)
+      << failed.output;
+  EXPECT_TRUE(fs::exists(registry + "2.profile"));
+  script(2, "echo one/1.0.0");
+  EXPECT_EQ(eclipse_int("repair eclipse").status, 0);
+  EXPECT_EQ(content_of(configuration), "eclipse.p2.profile=P\n");
+  EXPECT_FALSE(fs::exists(registry + "2.profile"));
+}
+
+TEST_F(Repair, MovesWhatOnlyHasTheNameOfAStateAside) {
+  write_state("1", sound);
+  fake::write_file(registry + "abc.profile.gz", "");
+  script(1, "echo one/1.0.0");
+  const Outcome repair = eclipse_int("repair eclipse");
+  EXPECT_EQ(repair.status, 0);
+  EXPECT_NE(repair.output.find("  Moved aside: DIRECTORY/" + registry + "abc.profile.gz.damaged\n"), std::string::npos)
       << repair.output;
 }
 
@@ -224,6 +385,7 @@ TEST_F(Repair, IsThereForPrograms) {
                      {"units", 1}}}},
                   {"moved",
                    {{{"from", "DIRECTORY/" + registry + "2.profile"}, {"to", "DIRECTORY/" + registry + "2.profile.damaged"}}}},
+                  {"takenBack", Json::array()},
                   {"configuration", nullptr},
                   {"broughtBack", Json::array()},
                   {"bundlesLeft", Json::array()},
@@ -279,6 +441,33 @@ TEST_F(Repair, GoesBackOnlyOnRequestWhenUnitsWereLost) {
   EXPECT_EQ(eclipse_int("repair eclipse --to 1").status, 0);
   EXPECT_TRUE(fs::exists(registry + "2.profile.damaged"));
   EXPECT_EQ(eclipse_int("repair eclipse --to 7").status, 1);
+}
+
+TEST_F(Repair, LeavesAConfigurationAloneThatAPersonHasChanged) {
+  write_state("1", sound);
+  const std::string osgi = "osgi.bundles=a\nosgi.framework=b\n";
+  write_configuration(osgi);
+  EXPECT_EQ(eclipse_int("run session.json").status, 1) << "it keeps a copy, and makes no state";
+  write_configuration(osgi + "mine=1\n");
+  script(2, "echo one/1.0.0");
+  const Outcome outcome = eclipse_int("repair eclipse --to 1 --json");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(Json::parse(outcome.output).at("broughtBack"), Json::array());
+  EXPECT_EQ(content_of(configuration), osgi + "mine=1\n");
+  write_state("2", sound);
+  EXPECT_EQ(Json::parse(eclipse_int("repair eclipse --to 1 --json --dry-run").output).at("broughtBack").size(), 1U)
+      << "the state moves";
+}
+
+TEST_F(Repair, SaysWhyThereIsNoProfile) {
+  const Outcome none = eclipse_int("repair eclipse");
+  EXPECT_EQ(none, (Outcome{2, "", "eclipse-int: \"DIRECTORY/eclipse/eclipse\" has no p2 profile of its own\n"}));
+  write_configuration("osgi.configuration.area=elsewhere\n");
+  const Outcome elsewhere = eclipse_int("repair eclipse --dry-run");
+  EXPECT_EQ(elsewhere.status, 2);
+  EXPECT_NE(elsewhere.error.find("has a p2 profile that cannot be found: DIRECTORY/" + configuration), std::string::npos)
+      << elsewhere.error;
+  EXPECT_EQ(director_calls(), "");
 }
 
 TEST_F(Repair, LetsTheDirectorEndWhenItIsInterrupted) {

@@ -129,6 +129,21 @@ TEST_F(History, IsThatOfTheProfileThatTheDirectorUses) {
   EXPECT_EQ(eclipse_int("undo --eclipse eclipse"), (Outcome{2, "", reason}));
 }
 
+/// A script that drops its arguments succeeds, too.
+TEST_F(History, ASuccessWithoutANewStateIsNotBelieved) {
+  const std::string contradiction =
+      "the director reports success, but has written no new state of the p2 profile since 1731234500000: it works on another "
+      "profile, or the executable is not that of this Eclipse or drops its arguments";
+  const Outcome outcome = eclipse_int("run session.json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(outcome.output.find("\nFailed: " + contradiction + "\n"), std::string::npos) << outcome.output;
+  const Json result = Json::parse(eclipse_int("run session.json --json").output);
+  EXPECT_EQ(result.at("status"), "failed");
+  EXPECT_EQ(result.at("contradiction"), contradiction);
+  let_director_leave_states();
+  EXPECT_EQ(eclipse_int("run session.json").status, 0);
+}
+
 TEST_F(Undo, TakesBackTheLastRun) {
   script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
   const std::string variables = " --variables v.json --write-variables v.json";
@@ -136,7 +151,7 @@ TEST_F(Undo, TakesBackTheLastRun) {
   const std::string found =
       "Eclipse DIRECTORY/eclipse/eclipse\n"
       "  Back to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
-      "  Taken back: eclipse-int run session.json" +
+      "  To be taken back: eclipse-int run session.json" +
       variables + "\n";
   EXPECT_EQ(eclipse_int("undo session.json --dry-run"),
             (Outcome{0,
@@ -161,7 +176,8 @@ TEST_F(Undo, TakesBackTheLastRun) {
   EXPECT_FALSE(Json::parse(content_of("v.json")).contains("CASHED_ECLIPSE_PATH"));
   EXPECT_TRUE(Json::parse(content_of("v.json")).contains("ECLIPSE_PATH")) << "the others stay";
   EXPECT_EQ(undo("session.json", 1).at("error"),
-            "no run of eclipse-int is recorded for this instance that could be taken back; name a state");
+            "no run of eclipse-int is recorded for this instance that could be taken back; choose a state with "
+            "--to TIME (\"eclipse-int history\" lists them)");
 }
 
 TEST_F(Undo, TakesBackOneRunAfterTheOther) {
@@ -188,22 +204,50 @@ TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChanged) {
   EXPECT_EQ(undo("session.json --dry-run", 0).at("others"), Json::array()) << "nothing came or went";
   write_state("1731234800000", {"ide/4.0.0", "one/1.0.0", "guest/1.0.0"});
   const Outcome refused = eclipse_int("undo session.json");
-  EXPECT_EQ(refused, (Outcome{1,
-                              "Eclipse DIRECTORY/eclipse/eclipse\n"
-                              "  Back to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
-                              "  Taken back: eclipse-int run session.json\n"
-                              "  Not made by a known run, and taken back as well: 1731234800000 (2024-11-10 10:33:20 UTC)\n"
-                              "    + guest 1.0.0\n"
-                              "  Changes:\n"
-                              "    - guest 1.0.0\n"
-                              "    - one 1.0.0\n"
-                              "  Error: something that no known run has made would be taken back as well; --force does this\n",
-                              ""}));
+  EXPECT_EQ(refused,
+            (Outcome{1,
+                     "Eclipse DIRECTORY/eclipse/eclipse\n"
+                     "  Back to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
+                     "  To be taken back: eclipse-int run session.json\n"
+                     "  Not made by a known run, and to be taken back as well: 1731234800000 (2024-11-10 10:33:20 UTC)\n"
+                     "    + guest 1.0.0\n"
+                     "  Changes:\n"
+                     "    - guest 1.0.0\n"
+                     "    - one 1.0.0\n"
+                     "  Error: this would also take back the changes above, which no recorded run made; use --force to take "
+                     "them back, too\n",
+                     ""}));
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
   script(2, leave("1731234900000", {"ide/4.0.0"}));
   const Json forced = undo("session.json --force", 0);
   EXPECT_EQ(forced.at("forced"), true);
   EXPECT_EQ(forced.at("others").at(0).at("time"), "1731234800000");
+}
+
+/// By hand, while a run is at work.
+TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChangedDuringARun) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0", "three/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  const Json result = undo("session.json", 1);
+  EXPECT_EQ(result.at("error"),
+            "this would also take back the changes above, which no recorded run made; use --force to take them back, too");
+  ASSERT_EQ(result.at("others").size(), 1U);
+  EXPECT_EQ(result.at("others").at(0).at("time"), "1731234600000");
+  EXPECT_EQ(result.at("others").at(0).at("change").at("cameIn"), Json({"three/1.0.0"}));
+  EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0).at("run"), nullptr);
+  script(2, leave("1731234700000", {"ide/4.0.0"}));
+  EXPECT_EQ(undo("session.json --force", 0).at("error"), nullptr);
+}
+
+TEST_F(Undo, ThatIsKilledIsKnown) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  script(2, leave("1731234700000", {"ide/4.0.0"}) + "; kill -9 $PPID $(ps -o ppid= $PPID)");
+  eclipse_int("undo session.json");
+  const Json states = Json::parse(eclipse_int("history eclipse --json").output).at("states");
+  EXPECT_EQ(states.at(0).at("time"), "1731234700000");
+  EXPECT_EQ(states.at(0).at("run").at("wentBackTo"), "1731234500000");
+  EXPECT_EQ(states.at(0).at("run").at("completed"), false);
 }
 
 TEST_F(Undo, PassesOverRunsThatChangedNothing) {
@@ -216,7 +260,8 @@ TEST_F(Undo, PassesOverRunsThatChangedNothing) {
   EXPECT_EQ(result.at("to"), "1731234500000");
   EXPECT_EQ(result.at("change").at("wentOut"), Json({"one/1.0.0"}));
   EXPECT_EQ(undo("session.json", 1).at("error"),
-            "no run of eclipse-int is recorded for this instance that could be taken back; name a state");
+            "no run of eclipse-int is recorded for this instance that could be taken back; choose a state with "
+            "--to TIME (\"eclipse-int history\" lists them)");
 }
 
 TEST_F(Undo, DoesNotStartADirectorForNothing) {
@@ -245,6 +290,52 @@ TEST_F(Undo, LeavesADamagedProfileToRepair) {
   const Json result = undo("session.json", 1);
   EXPECT_TRUE(result.contains("damage"));
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
+TEST_F(Undo, DoesNotSayThatItIsDoneBeforeAnError) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  const std::string configuration = "eclipse/configuration/config.ini";
+  fake::write_file(configuration, "eclipse.p2.profile=P\n");
+  ASSERT_EQ(eclipse_int("run session.json --write-variables v.json").status, 0);
+  const std::string found =
+      "Eclipse DIRECTORY/eclipse/eclipse\n"
+      "  Back to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
+      "  To be taken back: eclipse-int run session.json --write-variables v.json\n"
+      "  Changes:\n"
+      "    - one 1.0.0\n";
+  fake::write_file(configuration, "");
+  const Outcome damaged = eclipse_int("undo session.json");
+  EXPECT_EQ(damaged.status, 1);
+  EXPECT_EQ(damaged.output, found + "  Error: nothing was run, since the Eclipse instance needs a repair first\n");
+  EXPECT_EQ(damaged.error,
+            "eclipse-int: DIRECTORY/" + configuration +
+                " has no settings, so every director fails; run: eclipse-int repair DIRECTORY/eclipse/eclipse\n");
+  fake::write_file(configuration, "eclipse.p2.profile=P\n");
+  const Outcome without_place = eclipse_int("undo session.json", "env TMPDIR=/missing");
+  EXPECT_EQ(
+      without_place,
+      (Outcome{1,
+               found + "  Error: /missing: no temporary directory can be made here: No such file or directory; let TMPDIR "
+                       "name a directory that this user can write, with enough space\n",
+               ""}));
+  EXPECT_EQ(undo("session.json --dry-run", 0).at("command"), nullptr);
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
+TEST_F(Undo, SaysThatItIsDoneBeforeTheVariablesCannotBeWritten) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json --write-variables v.json").status, 0);
+  script(2, leave("1731234700000", {"ide/4.0.0"}) + "; rm v.json; mkdir v.json");
+  const Outcome outcome = eclipse_int("undo session.json --variables v.json --write-variables v.json 2>&1");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_TRUE(
+      outcome.output.ends_with(" 2>&1\n"
+                               "  Note: the run wrote its variables to DIRECTORY/v.json, which stays as it is; --variables and "
+                               "--write-variables with this "
+                               "file let it follow\n"
+                               "  Done\n"
+                               "eclipse-int: v.json: is not a regular file; give the path of a JSON file\n"))
+      << outcome.output;
 }
 
 TEST_F(Undo, IsKnownAlsoWhenItsDirectorFailsAtTheEnd) {

@@ -53,6 +53,21 @@ TEST(RealDirector, TakesAnInstalledFeatureAgainBesideANewOne) {
   EXPECT_EQ(product.installed(), features({"alpha", "gamma"}));
 }
 
+TEST(RealDirector, TakesTheTextAfterASlashForAVersionUnlessItIsEmptyOrZero) {
+  Product product;
+  product.component("tools", {"alpha", "beta.zip", "gamma"},
+                    "sites/alpha\torg.example.alpha.feature.group/\n"
+                    "sites/beta.zip\torg.example.beta.feature.group/0.0.0\n"
+                    "sites/gamma\torg.example.gamma.feature.group//1.0/2\n");
+  for (const auto& [mode, installed] : {std::pair("install", features({"alpha", "beta", "gamma"})), {"uninstall", {}}}) {
+    const Outcome outcome = product.run(mode);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.exit_codes(), ElementsAre(0));
+    EXPECT_EQ(product.installed(), installed);
+    for (const auto& change : outcome.plan["changes"]) EXPECT_NE(change["change"], "fail") << change;
+  }
+}
+
 TEST(RealDirector, KnownInstanceGetsOnlyTheSelectedComponents) {
   Product product;
   product.component("tools", {"alpha"}, alpha_only)["install"] = false;

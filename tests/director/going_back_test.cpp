@@ -146,6 +146,41 @@ TEST(GoingBack, StateWithoutADirectorIsRefused) {
   const Child undo = eclipse_int("undo --json --force --eclipse " + eclipse + " --to " + oldest["time"].get<std::string>());
   EXPECT_EQ(undo.status, 1);
   EXPECT_THAT(undo.result["error"].get<std::string>(), testing::HasSubstr("has no director"));
+  const Child repair = eclipse_int("repair --json " + eclipse + " --to " + oldest["time"].get<std::string>());
+  EXPECT_EQ(repair.status, 1);
+  EXPECT_THAT(repair.result["error"].get<std::string>(), testing::HasSubstr("has no director"));
+  EXPECT_EQ(repair.result["moved"], nlohmann::json::array());
+}
+
+/// The names of files on which damage that is reported rests.
+TEST(NewestState, MayBeOfTheFutureButNotRenamed) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");
+  ASSERT_EQ(eclipse_int("run --json " + product.write_session("install")).status, 0);
+  const std::string in_profile = "cd " + product.executable().parent_path().string() +
+                                 "/p2/org.eclipse.equinox.p2.engine/profileRegistry/EclipseProfile.profile && "
+                                 "l=$(ls | tail -n 1) && t=${l%%.*} && ";
+  const auto shell = [](const std::string& command) { return eclipse_shell::run_in_shell(command).exit_code; };
+  const std::string remove = product.executable().string() +
+                             " -nosplash -application org.eclipse.equinox.p2.director -uninstallIU "
+                             "org.example.alpha.feature.group > /dev/null 2>&1";
+  const std::string check = "plan --json " + product.write_session("uninstall");
+
+  ASSERT_EQ(shell(in_profile + "mv $l $((t + 1)).profile.gz"), 0);
+  EXPECT_NE(shell(remove), 0);
+  EXPECT_THAT(eclipse_int(check).result["damage"]["fix"].get<std::string>(), testing::StartsWith("rename it to "));
+  ASSERT_EQ(shell(in_profile + "mv $l $((t - 1)).profile.gz && touch abc.profile.gz"), 0);
+  EXPECT_NE(shell(remove), 0);
+  EXPECT_THAT(eclipse_int(check).result["damage"]["file"].get<std::string>(), testing::EndsWith("/abc.profile.gz"));
+  EXPECT_EQ(eclipse_int("repair --json " + product.executable().string()).status, 0);
+  EXPECT_EQ(product.installed(), features({"alpha"}));
+
+  ASSERT_EQ(shell(in_profile + "l=$(ls | grep -v damaged | tail -n 1) && t=${l%%.*} && n=$((t + 300000)) && "
+                               "zcat $l | sed \"s/timestamp='$t'/timestamp='$n'/\" | gzip > $n.profile.gz && rm $l"),
+            0);
+  EXPECT_EQ(eclipse_int(check).result["damage"], nullptr);
+  EXPECT_EQ(shell(remove), 0);
+  EXPECT_EQ(product.installed(), Texts());
 }
 
 TEST(AllOrNothing, FailureInAnyCommandLeavesTheRootsOfBefore) {

@@ -90,6 +90,15 @@ TEST_F(KilledDirector, WithAnEmptyConfiguration) {
   expect_repaired();
 }
 
+/// The next one would write a list of a few bundles.
+TEST_F(KilledDirector, ListOfBundlesThatIsMissingIsBroughtBack) {
+  ASSERT_EQ(eclipse_int("run --json " + session).status, 0);
+  fs::remove(product.executable().parent_path() / bundles_info);
+  const Child plan = eclipse_int("plan --json " + session);
+  EXPECT_THAT(plan.result["damage"]["message"].get<std::string>(), HasSubstr("bundles.info is missing"));
+  expect_repaired();
+}
+
 TEST_F(KilledDirector, IsNoLossWithAllOrNothing) {
   const Child run = run_and_kill_at("config.ini", "after", " --all-or-nothing");
   EXPECT_EQ(run.status, 1);

@@ -53,13 +53,4 @@ TEST(SessionDraft, HoldsNoPathThatIsNotUtf8) {
   EXPECT_THROW(draft_session({{"/opt/tools"}, "/opt/\xE4/eclipse"}), eclipse_base::FileError);
 }
 
-TEST(SessionDraft, TakesADirectoryForTheEclipseInIt) {
-  const fake::TemporaryDirectory directory;
-  std::filesystem::create_directory("ide");
-  const std::filesystem::path here = std::filesystem::current_path();
-  EXPECT_EQ(executable_named("ide"), here / "ide/eclipse");
-  EXPECT_EQ(executable_named("ide/"), here / "ide/eclipse");
-  EXPECT_EQ(executable_named("./ide/../ide/studio"), here / "ide/studio");
-}
-
 }  // namespace

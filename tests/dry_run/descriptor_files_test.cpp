@@ -48,6 +48,10 @@ TEST(DescriptorContent, SaysThatTheSizeDiffers) {
 TEST(DescriptorContent, IsNotReadFromAnEnormousFile) {
   const fake::TemporaryDirectory directory;
   fake::write_file("file", "s\tF\n");
+  std::filesystem::resize_file("file", eclipse_base::largest::descriptor);
+  EXPECT_EQ(descriptor_content("file").error, "");
+  std::filesystem::resize_file("file", eclipse_base::largest::descriptor + 1);
+  EXPECT_EQ(descriptor_content("file").error, "is larger than 64 MiB");
   std::filesystem::resize_file("file", std::uintmax_t{1} << 40);
   EXPECT_EQ(descriptor_content("file").error, "is larger than 64 MiB");
   EXPECT_EQ(descriptor_content("file").bytes, "");
@@ -72,6 +76,8 @@ TEST(DescriptorFiles, MayBeUnsaved) {
 TEST(DescriptorFiles, OfAnyKindHaveTheSameLimit) {
   const fake::TemporaryDirectory directory;
   DescriptorFiles files;
+  files.set_unsaved("smaller", std::string(eclipse_base::largest::descriptor, 'x'));
+  EXPECT_EQ(files.at("smaller").error, "");
   files.set_unsaved("file", std::string(eclipse_base::largest::descriptor + 1, 'x'));
   EXPECT_EQ(files.at("file").error, "is larger than 64 MiB");
   EXPECT_TRUE(files.at("file").exceeds_limit);

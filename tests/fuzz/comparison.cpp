@@ -1,20 +1,9 @@
 #include "fuzz/comparison.h"
 
-#include <cstdlib>
-#include <iostream>
-
 #include "differential/observed_session.h"
 #include "fake_host/file_buffers.h"
-#include "fake_host/temporary_directory.h"
 
 namespace fuzz {
-
-void enter_own_directory() { static const fake::TemporaryDirectory directory; }
-
-void report(std::string_view finding) {
-  std::cerr << finding << std::endl;
-  std::abort();
-}
 
 void expect_same(const differential::PlannedSession& plan) {
   const std::string found = difference(perform(plan, exports::plug_in()), perform(plan, exports::model()));

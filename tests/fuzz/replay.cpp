@@ -7,7 +7,7 @@
 #include <iterator>
 #include <vector>
 
-#include "fuzz/comparison.h"
+#include "fuzz/target.h"
 
 namespace fs = std::filesystem;
 

@@ -5,7 +5,7 @@
 #include "base/text.h"
 #include "differential/readable.h"
 #include "fake_host/temporary_directory.h"
-#include "fuzz/comparison.h"
+#include "fuzz/target.h"
 
 using differential::readable;
 using eclipse_host::CatalogueComponent;

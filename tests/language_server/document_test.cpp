@@ -30,6 +30,24 @@ TEST(Document, ReplacesRanges) {
   EXPECT_EQ(edited("", {{0, 0}, {0, 0}}, "x"), "x");
 }
 
+TEST(Document, EndsALineThatAnEditorShowsAtACarriageReturn) {
+  EXPECT_EQ(edited("one\rtwo\r\nthree", {{1, 1}, {2, 2}}, "-"), "one\rt-ree");
+  EXPECT_EQ(edited("one\rtwo", {{0, 99}, {1, 0}}, ""), "onetwo");
+  EXPECT_EQ(edited("one\r\r\ntwo\r", {{1, 0}, {2, 0}}, ""), "one\rtwo\r");
+  EXPECT_EQ(edited("one\n\rtwo\r", {{3, 0}, {3, 0}}, "!"), "one\n\rtwo\r!");
+}
+
+TEST(Document, FindsTheLinesOfThePlugInAmongThoseThatAnEditorShows) {
+  const Document document = document_with("a\rb\r\nc\rd\ne");
+  EXPECT_EQ(document.line(1).text, "c\rd");
+  EXPECT_EQ(document.line(1).start, 5U);
+  EXPECT_EQ(document.line(9).text, "");
+  EXPECT_EQ(document.line_at(document.offset_of({3, 1}, utf16)).text, "c\rd");
+  EXPECT_EQ(as_json(document.range_of(1, 1, 99, utf16)), as_json(Range{{0, 0}, {1, 2}}));
+  EXPECT_EQ(as_json(document.range_of(2, 3, 1, utf16)), as_json(Range{{3, 0}, {3, 1}}));
+  EXPECT_EQ(as_json(document.range_of(3, 1, 1, utf16)), as_json(Range{{4, 0}, {4, 1}}));
+}
+
 TEST(Document, TakesPositionsAfterTheEndForTheEnd) {
   EXPECT_EQ(edited("one\ntwo", {{0, 99}, {1, 0}}, ""), "onetwo");
   EXPECT_EQ(edited("one\ntwo", {{1, 0}, {99, 0}}, "x"), "one\nx");
@@ -41,8 +59,8 @@ TEST(Document, TakesPositionsAfterTheEndForTheEnd) {
 TEST(Document, TakesAReversedRangeForAnInsertion) { EXPECT_EQ(edited("one\ntwo", {{1, 1}, {0, 0}}, "x"), "one\ntxwo"); }
 
 TEST(Document, IsEditedToAContentInWholeLines) {
-  const std::vector<std::string> texts = {"",       "\n",     "a",         "a\n",      "b\n",       "a\nb",
-                                          "a\nb\n", "a\na\n", "a\na\na\n", "a\r\nb\n", "x\na\nb\n", "a\nä😀\nb\n"};
+  const std::vector<std::string> texts = {"",       "\n",        "a",        "a\n",       "b\n",    "a\nb",      "a\nb\n",
+                                          "a\na\n", "a\na\na\n", "a\r\nb\n", "a\rb\rc\n", "a\rc\n", "x\na\nb\n", "a\nä😀\nb\n"};
   for (const std::string& before : texts) {
     for (const std::string& after : texts) {
       Document document = document_with(before);
@@ -113,7 +131,7 @@ TEST(Document, HasRangesOfItsOwnLinesOnly) {
   EXPECT_EQ(as_json(document.range_of(1, 5, 1, utf16)), as_json(Range{{0, 3}, {0, 4}}));
   EXPECT_EQ(as_json(document.range_of(0, 0, 0, utf16)), as_json(Range{{0, 0}, {0, 4}}));
   EXPECT_EQ(as_json(document.range_of(2, 1, 100, utf16)), as_json(Range{{1, 0}, {1, 1}}));
-  EXPECT_EQ(as_json(document.range_of(9, 9, 9, utf16)), as_json(Range{{8, 0}, {8, 0}}));
+  EXPECT_EQ(as_json(document.range_of(9, 9, 9, utf16)), as_json(Range{{1, 1}, {1, 1}}));
 }
 
 TEST(Document, IsASessionOrADescriptorOrNeither) {

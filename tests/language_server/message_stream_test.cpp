@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/file.h"
+#include "language_server/json_rpc.h"
 
 using namespace eclipse_language_server;
 
@@ -63,6 +64,40 @@ TEST(MessageReader, RefusesAnEndlessHeader) {
   const std::string endless(10'000, 'x');
   EXPECT_THROW(messages_in(endless, 1), FramingError);
   EXPECT_THROW(messages_in(endless, 10'000), FramingError);
+}
+
+/// The empty line after it counts, too.
+TEST(MessageReader, HasALimitOfTheHeader) {
+  const auto input = [](std::size_t size) {
+    const std::string header = "\r\nContent-Length: 2\r\n\r\n";
+    return "X: " + std::string(size - header.size() - 3, 'x') + header + "{}";
+  };
+  const std::size_t limit = eclipse_base::largest::message_header;
+  for (const std::size_t piece : {std::size_t{1}, 2 * limit}) {
+    EXPECT_EQ(messages_in(input(limit), piece), Texts({"{}"}));
+    EXPECT_THROW(messages_in(input(limit + 1), piece), FramingError);
+  }
+}
+
+TEST(CallIn, HasALimitOfDepth) {
+  const auto message = [](std::size_t levels) {
+    const std::size_t lists = levels - 1;
+    return "{\"method\": \"m\", \"params\": " + std::string(lists, '[') + std::string(lists, ']') + "}";
+  };
+  EXPECT_EQ(call_in(message(eclipse_base::largest::json_levels))->method, "m");
+  EXPECT_THROW(call_in(message(eclipse_base::largest::json_levels + 1)), RequestError);
+}
+
+/// The object itself, its text and the list are values, too.
+TEST(CallIn, HasALimitOfValues) {
+  const auto message = [](std::size_t count) {
+    std::string list = "{\"method\": \"m\", \"params\": [";
+    for (std::size_t i = 1; i < count; ++i) list += "1,";
+    return list + "1]}";
+  };
+  const std::size_t limit = eclipse_base::largest::json_values - 3;
+  EXPECT_EQ(call_in(message(limit))->params.size(), limit);
+  EXPECT_THROW(call_in(message(limit + 1)), RequestError);
 }
 
 TEST(MessageReader, SkipsWhatIsTooLarge) {

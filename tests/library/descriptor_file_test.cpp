@@ -2,9 +2,11 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <fstream>
 #include <locale>
 #include <sstream>
+#include <stdexcept>
 
 #include "eclipse_int/eclipse_int.h"
 #include "every_text.h"
@@ -170,6 +172,16 @@ TEST(DescriptorFile, SeveralMegabytesAreReadWhole) {
   expected.push_back({std::string(3'000'000, 'r'), std::string(3'000'000, 'f'), "", "undefined", "base"});
   // Not printed when they differ: that would be megabytes too.
   EXPECT_TRUE(records_of(content) == expected);
+}
+
+TEST(DescriptorFile, LargerThanTheAddressSpaceIsNotCutOff) {
+  if (sizeof(std::size_t) > 4) GTEST_SKIP() << "no file is that large";
+  FakeHost host;
+  fake::write_file("base/file", "site\tfeat\n");
+  std::filesystem::resize_file("base/file", (std::uintmax_t{1} << 32) + 10);
+  Records records;
+  EXPECT_THROW(process_file({"base", "file"}, records), std::length_error);
+  EXPECT_EQ(records, Records{});
 }
 
 /// The rules once more, on streams.

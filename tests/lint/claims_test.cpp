@@ -34,6 +34,13 @@ fake::Texts around_check(fake::Texts before, const fake::Texts& after) {
   return before;
 }
 
+/// What is observed of a component whose only line is fine.
+const fake::Texts feature_one_installed = {
+    "found eclipse configuration: etc/eclipse/tools.txt",
+    "Repository: file://DIRECTORY/tools/site Feature: org.example.one.feature.group",
+    "order: 0 feature: org.example.one.feature.group",
+    "sh: [-repository][file://DIRECTORY/tools/site][-i][org.example.one.feature.group] exit 0"};
+
 /// By the name of the rule.
 const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
     {"descriptor-outside-etc-eclipse", {"feature or repo list is empty, skip integration"}},
@@ -431,7 +438,11 @@ const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
       "order: 0 feature: org.example.one.feature.group",
       "sh: [-repository][file://DIRECTORY/tools/site][-i][org.example.one.feature.group] exit 0"}},
     {"selection-for-another-mode",
-     {"ECLIPSE_INTEGRATION_REQUIRED=yes", "found eclipse executable: DIRECTORY/ide/eclipse", "feature list is empty"}},
+     around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"},
+                  {"found eclipse configuration: etc/eclipse/tools.txt",
+                   "Repository: file://DIRECTORY/tools/site Feature: org.example.one.feature.group",
+                   "order: 0 feature: org.example.one.feature.group",
+                   "sh: [-repository][file://DIRECTORY/tools/site][-i][org.example.one.feature.group] exit 0"})},
     {"variable-misspelled",
      around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"},
                   {"found eclipse configuration: etc/eclipse/tools.txt",
@@ -474,12 +485,28 @@ const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
       "Repository: file://DIRECTORY/tools/site Feature: org.example.one.feature.group",
       "order: 0 feature: org.example.one.feature.group",
       "sh: [-repository][file://DIRECTORY/tools/site][-i][org.example.one.feature.group] exit 0"}},
+    {"artifact-altered-after-signing", feature_one_installed},
+    {"artifact-of-other-bundle", feature_one_installed},
+    {"requirement-not-met", feature_one_installed},
+    {"feature-empty-on-this-system", feature_one_installed},
+    {"qualifiers-compared-as-text", feature_one_installed},
+    {"repository-metadata-ignored", feature_one_installed},
+    {"repository-not-readable-by-others", feature_one_installed},
     {"other-build-installed",
      around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"},
                   {"found eclipse configuration: etc/eclipse/tools.txt",
                    "Repository: file://DIRECTORY/tools/site Feature: org.example.one.feature.group",
                    "order: 0 feature: org.example.one.feature.group",
                    "sh: [-repository][file://DIRECTORY/tools/site][-i][org.example.one.feature.group] exit 0"})},
+    {"package-differs", around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"}, feature_one_installed)},
+    {"profile-missing",
+     {"ECLIPSE_INTEGRATION_REQUIRED=yes", "verify_eclipse_version: user_eclipse_version", "user_eclipse_version",
+      "USER_DEFINED_ECLIPSE_PATH_EMPTY=no", "USER_DEFINED_ECLIPSE_PATH_CORRECT=yes",
+      "search for pattern eclipse.buildId=  - pattern not found", "ECLIPSE_VERSION=",
+      "verify_eclipse_version: eclipse_version is empty", "found eclipse configuration: etc/eclipse/tools.txt",
+      "Repository: file://DIRECTORY/tools/site Feature: org.example.one.feature.group",
+      "order: 0 feature: org.example.one.feature.group",
+      "sh: [-repository][file://DIRECTORY/tools/site][-i][org.example.one.feature.group] exit 0"}},
     {"installed-component-not-integrated",
      around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"},
                   {"found eclipse configuration: etc/eclipse/tools.txt",

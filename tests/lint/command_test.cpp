@@ -113,7 +113,9 @@ TEST_F(LintCommand, AnnotatesForGithub) {
   EXPECT_EQ(
       eclipse_int("lint --format github 'a,b:c%.txt'").output,
       "::warning file=a%2Cb%3Ac%25.txt,line=1,col=9,title=feature-pinned::the feature is pinned to version 1.0. When another "
-      "version has replaced this one, the director does not find it to remove it, and removes nothing. Fix: write "
+      "version has replaced this one, the director does not find it to remove it, and removes nothing. Two versions of a "
+      "feature "
+      "cannot be installed together: the command for all features fails, and then the one for the second version. Fix: write "
       "org.example.a.feature.group.\n");
   EXPECT_EQ(eclipse_int("lint --format github good.txt").output, "");
 }
@@ -125,7 +127,7 @@ TEST_F(LintCommand, DirectoryWithoutDescriptorsIsAnError) {
   EXPECT_EQ(lint.output, "");
   EXPECT_EQ(
       lint.error_output,
-      "eclipse-int: product: no descriptor file found below etc/eclipse/; give the directory of a component that has one, or "
+      "eclipse-int: product: has no descriptor file below etc/eclipse/; give the directory of a component that has one, or "
       "write one, for example with \"eclipse-int new\"\n");
 }
 
@@ -275,6 +277,13 @@ TEST_F(LintCommand, IsColouredOnATerminalOnly) {
   const std::string plain = on_terminal("NO_COLOR=1 " ECLIPSE_INT_COMMAND " lint bad.txt");
   EXPECT_EQ(plain.find('\x1B'), std::string::npos);
   EXPECT_NE(plain.find("[line-without-tab]"), std::string::npos);
+}
+
+TEST_F(LintCommand, SaysOnATerminalThatThereIsNothing) {
+  fake::write_file("one.txt", "sites/alpha\torg.example.alpha.feature.group\n");
+  EXPECT_EQ(on_terminal(ECLIPSE_INT_COMMAND " lint one.txt --format brief"), "No findings in 1 descriptor file\r\n");
+  EXPECT_EQ(on_terminal(ECLIPSE_INT_COMMAND " lint one.txt --format github"), "");
+  EXPECT_EQ(on_terminal("cat one.txt | " ECLIPSE_INT_COMMAND " lint -"), "No findings in 1 descriptor file\r\n");
 }
 
 TEST_F(LintCommand, ExplainsRules) {

@@ -108,6 +108,34 @@ TEST_F(Directories, DescriptorsAmongExamplesAreCheckedWhereThereAreNoOthers) {
   }
 }
 
+TEST_F(Directories, ComponentMayBeCalledLikeDocumentation) {
+  write_component("product/doc", "x.doc", "s\tx.doc\n");
+  EXPECT_EQ(found_in("product"), Texts({"product/doc/etc/eclipse/t:1:3+5 feature-without-group-suffix"}));
+  EXPECT_EQ(found_in("."), Texts({"./product/doc/etc/eclipse/t:1:3+5 feature-without-group-suffix"}));
+  // Also if its descriptor is wrong altogether.
+  write_component("product/doc", "x.doc", "s x.doc\n");
+  EXPECT_EQ(found_in("product"), Texts({"product/doc/etc/eclipse/t descriptor-without-data"}));
+  // Without a repository, it is an example.
+  std::filesystem::remove_all("product/doc/s");
+  EXPECT_EQ(found_in("product"), Texts({"product/doc/etc/eclipse/t example-is-descriptor"}));
+  std::filesystem::remove_all("product/doc");
+  // In a component, or elsewhere than the components, it is an example, too.
+  write_component("product/one/sub", "x.sub", "s\tx.sub.feature.group\n");
+  for (const std::string examples : {"product/one/doc", "product/samples/doc", "examples"}) {
+    write_component(examples, "x.doc", "s\tx.doc\n");
+    EXPECT_EQ(found_in("."), Texts({"./" + examples + "/etc/eclipse/t example-is-descriptor"})) << examples;
+    std::filesystem::remove_all(examples);
+  }
+}
+
+TEST_F(Directories, DescriptorMayBeALinkToAFileOfNoComponent) {
+  write_file("product/shared/t", "Repository\tFeature\ns\tx.a.feature.group\n");
+  EXPECT_EQ(found_in("product"), Texts({"product/shared/t descriptor-outside-etc-eclipse"}));
+  std::filesystem::remove("product/one/etc/eclipse/t");
+  std::filesystem::create_symlink("../../../shared/t", "product/one/etc/eclipse/t");
+  EXPECT_EQ(found_in("product"), Texts());
+}
+
 TEST_F(Directories, ExamplesInAnEtcEclipseAreDescriptors) {
   write_file("product/one/etc/eclipse/examples/t", "t\tx.c.feature.group\t\t2\n");
   EXPECT_EQ(found_in("product/one"), Texts({"product/one/etc/eclipse/examples/t:1:1+1 repository-missing"}));

@@ -3,13 +3,17 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 
+#include "base/file.h"
+#include "lint/rule.h"
 #include "lint/samples.h"
 
 using namespace eclipse_lint;
 using namespace lint_test;
 using fake::write_file;
+namespace fs = std::filesystem;
 using Texts = std::vector<std::string>;
 
 namespace {
@@ -19,11 +23,126 @@ constexpr const char* content_of_one =
     "<unit id='org.example.one.feature.group' version='1.0.0'/><unit id='org.example.one.plugin' version='1.0.0'/>"
     "</units></repository>";
 
+/// Of the first finding in a component with this line of a descriptor file and these files.
+std::string first_message(const std::string& line, const std::vector<SampleFile>& files, Severity severity) {
+  const fake::TemporaryDirectory directory;
+  std::vector<SampleFile> all = files;
+  all.push_back({"tools/etc/eclipse/tools.txt", line});
+  write_sample({"tools", all});
+  const Findings findings = findings_in("tools");
+  if (findings.empty()) return "none";
+  EXPECT_EQ(findings.front().severity, severity);
+  return findings.front().message + " FIX " + findings.front().fix;
+}
+
 /// The findings in a descriptor file by itself.
 Texts findings_in_lines(const std::string& content) {
   const fake::TemporaryDirectory directory;
   write_file("t", content);
   return summary_of(findings_in("t"));
+}
+
+/// The shell would end the command there.
+TEST(Findings, NameALineFeedInTheDirectoryOfAComponent) {
+  const fake::TemporaryDirectory directory;
+  write_file("to\nols/etc/eclipse/tools.txt", "site\torg.example.one.feature.group\n");
+  write_file("to\nols/site/content.xml", content_of_one);
+  const Findings findings = findings_in("to\nols");
+  ASSERT_EQ(findings.size(), 1U);
+  EXPECT_EQ(findings.front().rule->name, "repository-needs-shell-quoting");
+}
+
+/// A file of 64 MiB can have millions, which would take gigabytes.
+TEST(Findings, OfOneRuleAreLimited) {
+  const fake::TemporaryDirectory directory;
+  std::string content = "site\torg.example.one.feature.group\n";
+  for (std::size_t i = 0; i < eclipse_base::largest::findings + 5; ++i) content += "site org.example.one.feature.group\n";
+  write_file("t", content);
+  const Findings findings = findings_in("t");
+  const auto is_of_rule = [](const Finding& finding) { return finding.rule->name == "line-without-tab"; };
+  EXPECT_EQ(static_cast<std::size_t>(std::count_if(findings.begin(), findings.end(), is_of_rule)),
+            eclipse_base::largest::findings + 1);
+  const auto first = std::find_if(findings.begin(), findings.end(), is_of_rule);
+  EXPECT_EQ(first->location.file, "t");
+  EXPECT_EQ(first->location.line, 0U) << "it is about the whole file";
+  EXPECT_EQ(first->message, "there are 5 more findings of this rule, here and in later files, which are left out");
+  EXPECT_EQ(findings.back().location.line, eclipse_base::largest::findings + 1);
+}
+
+TEST(Findings, OfARepeatedFeatureNameBothVersions) {
+  const std::string feature = "site\torg.example.one.feature.group";
+  const std::string content =
+      "<repository><units><unit id='org.example.one.feature.group' version='1.0.0'/>"
+      "<unit id='org.example.one.feature.group' version='2.0.0'/></units></repository>";
+  const std::vector<SampleFile> site = {{"tools/site/content.xml", content}};
+  const std::string fix = " FIX write org.example.one.feature.group in all lines";
+  const std::string message = "the feature is pinned to version 1.0.0, but the director takes version 2.0.0 for ";
+  EXPECT_EQ(first_message(feature + "/1.0.0\n" + feature + "/2.0\n", site, Severity::error),
+            message + "tools/etc/eclipse/tools.txt:2" + fix);
+  EXPECT_EQ(first_message(feature + "\n" + feature + "/1.0.0\n", site, Severity::error),
+            message + "tools/etc/eclipse/tools.txt:1" + fix);
+  EXPECT_EQ(first_message(feature + "\n" + feature + "/2.0.0\n", site, Severity::warning),
+            "the feature is pinned to version 2.0.0 FIX write org.example.one.feature.group");
+}
+
+TEST(Findings, NameAnArchiveInARepository) {
+  const std::string feature = "\torg.example.one.feature.group\n";
+  const std::string lacks =
+      " is not a p2 repository: it has no content.jar, no content.xml and no composite of them; it holds the "
+      "archive \"one-1.0.zip\" FIX ";
+  EXPECT_EQ(
+      first_message("one.zip" + feature, {{.name = "tools/one.zip", .entries = {{"one-1.0.zip", "PK"}}}}, Severity::error),
+      "\"one.zip\"" + lacks + "unpack it once: ship \"one-1.0.zip\" itself, and write its path");
+  const SampleFile archive = {.name = "tools/one/one-1.0.zip", .entries = {{"content.xml", content_of_one}}};
+  EXPECT_EQ(first_message("one" + feature, {archive}, Severity::error), "\"one\"" + lacks + "write one/one-1.0.zip");
+}
+
+TEST(Findings, NameAnArtifactThatIsElsewhere) {
+  const auto artifacts = [](const std::string& output) {
+    return "<repository><mappings><rule filter='(classifier=x)' output='" + output +
+           "'/></mappings><artifacts><artifact classifier='x' id='org.example.one.feature.group' version='1.0.0'/></artifacts>"
+           "</repository>";
+  };
+  EXPECT_EQ(
+      first_message("site\torg.example.one.feature.group\n",
+                    {{"tools/site/content.xml", content_of_one},
+                     {"tools/site/artifacts.xml", artifacts("http://www.example.org/${id}.jar")}},
+                    Severity::warning),
+      "\"site\": a mapping rule of its artifacts.xml leads to \"http://www.example.org/org.example.one.feature.group.jar\","
+      " which is not in the repository FIX ship the file with the repository, and begin the output of the rule with "
+      "${repoUrl}/; if every machine has access to that location, do nothing");
+}
+
+TEST(Findings, OfPathsThatAreNotAsciiDependOnTheLocale) {
+  const char* const before = std::getenv("LC_ALL");
+  const std::string kept = before == nullptr ? "" : before;
+  const std::vector<std::pair<const char*, Texts>> cases = {
+      {"C", {"t:1:1+4 repository-not-utf-8"}}, {"xx_XX.UTF-8", {"t:1:1+4 repository-not-utf-8"}}, {"C.utf8", {}}};
+  for (const auto& [locale, findings] : cases) {
+    setenv("LC_ALL", locale, 1);
+    EXPECT_EQ(findings_in_lines("b\xC3\xA4r\tx.y.feature.group\n"), findings) << locale;
+    EXPECT_EQ(findings_in_lines("bar\tx.y.feature.group\n"), Texts()) << locale;
+  }
+  kept.empty() ? unsetenv("LC_ALL") : setenv("LC_ALL", kept.c_str(), 1);
+}
+
+TEST(Findings, OfPermissionsNeedAReadableDescriptor) {
+  const auto findings_with = [](fs::perms of_descriptor, fs::perms of_site, fs::perms of_metadata) {
+    const fake::TemporaryDirectory directory;
+    write_file("tools/etc/eclipse/tools.txt", "sites/one\torg.example.one.feature.group\n");
+    write_file("tools/sites/one/content.xml", content_of_one);
+    for (const std::string path : {"tools", "tools/etc", "tools/etc/eclipse", "tools/sites"})
+      fs::permissions(path, fs::perms(0755));
+    fs::permissions("tools/etc/eclipse/tools.txt", of_descriptor);
+    fs::permissions("tools/sites/one/content.xml", of_metadata);
+    fs::permissions("tools/sites/one", of_site);
+    return summary_of(findings_in("tools"));
+  };
+  const Texts closed = {"tools/etc/eclipse/tools.txt:1:1+9 repository-not-readable-by-others"};
+  EXPECT_EQ(findings_with(fs::perms(0644), fs::perms(0755), fs::perms(0644)), Texts());
+  EXPECT_EQ(findings_with(fs::perms(0644), fs::perms(0700), fs::perms(0644)), closed);
+  EXPECT_EQ(findings_with(fs::perms(0644), fs::perms(0755), fs::perms(0640)), closed);
+  EXPECT_EQ(findings_with(fs::perms(0640), fs::perms(0750), fs::perms(0640)), Texts());
 }
 
 TEST(Findings, HaveTheirLocations) {
@@ -94,7 +213,9 @@ TEST(Findings, HaveTheirLocations) {
       {"s\tx.y\n", {"t:1:3+3 feature-without-group-suffix"}},
       {"s\tx.y.feature.group/1.0.0.v2\n", {"t:1:3+26 feature-pinned"}},
       {"s\tx.y.feature.group/1.0.0.0.0\n", {"t:1:3+27 feature-version-invalid"}},
-      {"s\tx.y.feature.group/\n", {"t:1:3+18 feature-version-invalid"}},
+      {"s\tx.y.feature.group/\n", {}},
+      {"s\tx.y.feature.group/0.0.0\n", {}},
+      {"s\tx.y.feature.group//1.0/latest\n", {"t:1:3+29 feature-pinned"}},
       {"s\tx.y.feature.group,x.z\n", {"t:1:20+1 comma-in-feature", "t:1:21+3 feature-without-group-suffix"}},
       {"s\tx.y.feature.group,\n", {"t:1:20+1 comma-in-feature"}},
       {"s\t,x.y.feature.group\n", {"t:1:3+1 comma-in-feature"}},
@@ -276,8 +397,9 @@ TEST(Findings, InvisibleCharactersAreNamed) {
   write_file("t", "s\f\tx.y\xE2\x80\x8B.feature.group\ns\xC2\xA0z\tx.z\xF3\xA0\x80\x81.feature.group\n");
   Texts messages;
   for (const Finding& finding : findings_in("t")) messages.push_back(finding.message);
-  EXPECT_EQ(messages, Texts({"control character \\u000C in the repository", "invisible character \\u200B in the feature",
-                             "invisible character \\u00A0 in the repository", "invisible character \\uE0001 in the feature"}));
+  EXPECT_EQ(messages,
+            Texts({"control character \\x0C in the repository", "invisible character \\u200B in the feature",
+                   "invisible character \\u00A0 in the repository", "invisible character \\U000E0001 in the feature"}));
 }
 
 TEST(Findings, InvisibleCharacterInTheNameOfADirectoryIsRight) {
@@ -357,7 +479,21 @@ TEST(Findings, RepositoryIsUnusedOnlyWhereThatIsCertain) {
   EXPECT_EQ(findings_with("other\torg.example.too.feature.group\n", content_of_two),
             Texts({"c/etc/eclipse/t:2:7+29 feature-not-found"}));
   EXPECT_EQ(findings_with("other\t\t\n", content_of_two), Texts({"c/etc/eclipse/t:2:1+5 feature-empty"}));
+  EXPECT_EQ(findings_with("other\t\t\n", "<repository><units><unit id='x.bundle' version='1.0.0'/></units></repository>"),
+            Texts());
   EXPECT_EQ(findings_with(again, "<repository"), Texts({"c/etc/eclipse/t:2:1+5 repository-not-loadable"}));
+}
+
+/// The director gets the repository, and takes from it what a feature of another line requires.
+TEST(Findings, RepositoryWithoutAFeatureIsAnErrorOnlyWhereNothingIsInstalled) {
+  const auto severity_with = [](const std::string& lines) {
+    const fake::TemporaryDirectory directory;
+    write_file("t", lines);
+    const Findings findings = findings_in("t");
+    return findings.size() == 1 && findings[0].rule->name == "feature-empty" ? name_of(findings[0].severity) : "other";
+  };
+  EXPECT_EQ(severity_with("site\t\t\n"), "error");
+  EXPECT_EQ(severity_with("site\t\t\nother\torg.example.one.feature.group\n"), "note");
 }
 
 TEST(Findings, DanglingSymlinksAndPipesAreReportedAndNotRead) {
@@ -444,12 +580,75 @@ TEST(Findings, SayWhatIsMeant) {
       {"sites/one\t" + feature + ";org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
       {"sites/one\t" + feature + " org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
       {"sites/one\t" + feature + "/[1.0.0,2.0.0)",
-       {"error feature-needs-shell-quoting: write the id without a version; the director takes no version range here",
-        "warning comma-in-feature: write a line for each feature"}},
+       {"warning comma-in-feature: write a line for each feature",
+        "error feature-needs-shell-quoting: write the id without a version; the director takes no version range here"}},
       {"sites/one,sites/two\t" + feature, {"error comma-in-repository: write a line for each repository"}},
       {"sites/one/content.xml\t" + feature, {"error archive-not-recognised: write the path of the repository, \"sites/one\""}},
   };
   for (const auto& [line, advice] : lines) EXPECT_EQ(advice_on(line), advice) << line;
+}
+
+TEST(Findings, NameTheFeatureThatContainsABundle) {
+  const fake::TemporaryDirectory directory;
+  const auto write_site = [](const std::string& more) {
+    write_file("c/site/content.xml",
+               "<repository><units><unit id='a.feature.group' version='1.0.0'><properties><property "
+               "name='org.eclipse.equinox.p2.type.group' value='true'/></properties><requires><required "
+               "namespace='org.eclipse.equinox.p2.iu' name='a.plugin' range='[1.0.0,1.0.0]'/></requires></unit>"
+               "<unit id='a.plugin' version='1.0.0'/>" +
+                   more + "</units></repository>");
+  };
+  write_file("c/etc/eclipse/t", "site\ta.plugin\n");
+  write_site("");
+  const Findings findings = findings_in("c");
+  ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/t:1:6+8 unit-not-a-feature"}));
+  EXPECT_EQ(findings[0].message, "\"a.plugin\" is not a feature; \"a.feature.group\" contains it");
+  EXPECT_EQ(findings[0].fix, "write a.feature.group");
+}
+
+TEST(Findings, NameTheHigherOfTwoVersions) {
+  const fake::TemporaryDirectory directory;
+  const auto content = [](const std::string& version) {
+    return "<repository><units><unit id='a.b.feature.group' version='" + version + "'/></units></repository>";
+  };
+  write_file("c/etc/eclipse/t", "one\ta.b.feature.group\ntwo\ta.b.feature.group\n");
+  for (const std::string version : {"1.9.0", "1.10.0", "1.11.0"}) {
+    write_file("c/one/content.xml", content("1.10.0"));
+    write_file("c/two/content.xml", content(version));
+    const Findings findings = findings_in("c", {.disabled = {"unused-repository"}, .overrides = {}});
+    ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/t:2:5+17 feature-from-two-repositories"}));
+    EXPECT_EQ(findings[0].severity, version == "1.10.0" ? Severity::note : Severity::warning);
+    const std::string winner = version == "1.9.0"    ? ": 1.10.0 of c/one wins over 1.9.0 of c/two"
+                               : version == "1.11.0" ? ": 1.11.0 of c/two wins over 1.10.0 of c/one"
+                                                     : "";
+    EXPECT_EQ(findings[0].message, "\"a.b.feature.group\" is also in c/etc/eclipse/t:1, with another repository" + winner);
+  }
+}
+
+TEST(Findings, NameADirectoryInAnotherUnicodeNormalization) {
+  const fake::TemporaryDirectory directory;
+  write_file("c/etc/eclipse/t",
+             "pr\xC3\xBC"
+             "fer\torg.example.one.feature.group\n");
+  write_file(
+      "c/pru\xCC\x88"
+      "fer/content.xml",
+      content_of_one);
+  const auto missing = [] {
+    for (const Finding& finding : findings_in("c")) {
+      if (finding.rule->name == "repository-missing") return finding.fix;
+    }
+    return std::string("none");
+  };
+  EXPECT_EQ(missing(),
+            "rename it to \"pr\xC3\xBC"
+            "fer\", as the descriptor file has it");
+  std::filesystem::rename(
+      "c/pru\xCC\x88"
+      "fer",
+      "c/pr\xC3\xB6"
+      "fer");
+  EXPECT_EQ(missing(), "ship the repository with the component, or correct the path") << "another letter";
 }
 
 TEST(Findings, FeaturesOfARepositoryThatCannotBeExaminedAreNotLookedUp) {
@@ -514,6 +713,125 @@ TEST(Findings, DirectoryThatCannotBeSearchedIsAnError) {
 TEST(Findings, MissingInputIsAnError) {
   const fake::TemporaryDirectory directory;
   EXPECT_THROW(findings_in("missing"), eclipse_base::FileError);
+}
+
+/// A line that names an archive, whose repository lists a bundle with this jar, and its properties in artifacts.xml.
+std::string message_for_packed_jar(const std::string& jar, const std::string& properties) {
+  const std::string content =
+      "<repository><units><unit id='org.example.one.feature.group' version='1.0.0'>"
+      "<properties><property name='org.eclipse.equinox.p2.type.group' value='true'/></properties>"
+      "<requires><required namespace='org.eclipse.equinox.p2.iu' name='org.example.one.plugin'/></requires></unit>"
+      "<unit id='org.example.one.plugin' version='1.0.0'/></units></repository>";
+  const std::string artifacts =
+      "<repository><mappings><rule filter='(&amp; (classifier=osgi.bundle))' "
+      "output='${repoUrl}/plugins/${id}_${version}.jar'/></mappings><artifacts>"
+      "<artifact classifier='osgi.bundle' id='org.example.one.plugin' version='1.0.0'><properties>" +
+      properties + "</properties></artifact></artifacts></repository>";
+  const std::string message = first_message("site.zip\torg.example.one.feature.group\n",
+                                            {{.name = "tools/site.zip",
+                                              .entries = {{"content.xml", content},
+                                                          {"artifacts.xml", artifacts},
+                                                          {"plugins/org.example.one.plugin_1.0.0.jar", jar}}}},
+                                            jar.size() < eclipse_base::largest::mebibyte ? Severity::error : Severity::note);
+  return message.substr(0, message.find(" FIX "));
+}
+
+TEST(Findings, AreOfTheJarsInAnArchiveToo) {
+  const std::string jar = std::string("PK\x05\x06") + std::string(18, '\0');
+  const std::string begin = "\"site.zip\": plugins/org.example.one.plugin_1.0.0.jar ";
+  EXPECT_EQ(message_for_packed_jar(jar, "<property name='download.md5' value='76cdb2bad9582d23c1f6f4d868218d6c'/>"), "none");
+  EXPECT_EQ(message_for_packed_jar(jar, "<property name='download.md5' value='00'/>"),
+            begin + "does not have the checksum that is listed: MD5 00, but 76cdb2bad9582d23c1f6f4d868218d6c");
+  EXPECT_EQ(message_for_packed_jar("PK and no end", ""),
+            begin + "is cut off: the central directory of a zip archive is missing at its end");
+  EXPECT_EQ(
+      message_for_packed_jar(std::string(3 * eclipse_base::largest::mebibyte, '\0'), ""),
+      "cannot examine all of \"site.zip\": plugins/org.example.one.plugin_1.0.0.jar unpacks to more than 250 times its size");
+}
+
+/// The rules broken by a session with an instance that has the bundle b in version 3.1.0, and with a feature that has these
+/// <required> elements and these other units beside it.
+Texts rules_for_requirements(const std::string& required, const std::string& units, const std::string& more = "") {
+  const fake::TemporaryDirectory directory;
+  const auto rule_with_instance =
+      std::find_if(rules().begin(), rules().end(), [](const Rule& rule) { return rule.name == "other-version-installed"; });
+  Sample sample = rule_with_instance->good;
+  for (SampleFile& file : sample.files) {
+    if (file.name == "tools/site/content.xml") {
+      file.content = "<repository>" + more +
+                     "<units><unit id='org.example.one.feature.group' version='2.0.0'><properties>"
+                     "<property name='org.eclipse.equinox.p2.type.group' value='true'/></properties><requires>" +
+                     required + "</requires></unit>" + units + "</units></repository>";
+    }
+    if (file.name.ends_with(".profile")) file.content = "<profile><units><unit id='b' version='3.1.0'/></units></profile>";
+  }
+  write_sample(sample);
+  Texts rules;
+  for (const Finding& finding : findings_in(sample.input)) rules.emplace_back(finding.rule->name);
+  return rules;
+}
+
+std::string required(const std::string& name, const std::string& range, const std::string& more = "/>",
+                     const std::string& name_space = "osgi.bundle") {
+  return "<required namespace='" + name_space + "' name='" + name + "' range='" + range + "'" + more;
+}
+
+TEST(Requirements, ThatNothingMeetsAreFound) {
+  const std::string a = "<unit id='a' version='1.9.0'/>";
+  const Texts unmet = {"requirement-not-met"};
+  EXPECT_EQ(rules_for_requirements(required("a", "[2.0.0,3.0.0)"), a), unmet);
+  EXPECT_EQ(rules_for_requirements(required("a", "2.0.0"), a), unmet);
+  EXPECT_EQ(rules_for_requirements(required("b", "[4.0.0,5.0.0)"), ""), unmet) << "installed in another version";
+  EXPECT_EQ(
+      rules_for_requirements(required("a", "1.0.0"), "<unit id='a' version='1.9.0'><filter>(osgi.ws=win32)</filter></unit>"),
+      unmet);
+  const std::string needs_b = "<unit id='a' version='1.9.0'><requires>" + required("b", "[4.0.0,5.0.0)") + "</requires></unit>";
+  EXPECT_EQ(rules_for_requirements(required("a", "1.0.0"), needs_b), unmet) << "by a bundle that must be taken";
+}
+
+TEST(Requirements, ThatMayBeMetAreNotReported) {
+  const std::string a = "<unit id='a' version='1.9.0'/>";
+  const std::string range = "[2.0.0,3.0.0)";
+  for (const auto& [requirement, units] : std::vector<std::pair<std::string, std::string>>{
+           {required("a", "[1.0.0,2.0.0)"), a},
+           {required("b", "[3.0.0,4.0.0)"), "<unit id='b' version='5.0.0'/>"},
+           {required("nowhere", range), a},
+           {required("a", range, " optional='true'/>"), a},
+           {required("a", range, " min='0'/>"), a},
+           {required("a", range, " min='0' max='0'/>"), a},
+           {required("a", range, " greedy='false'/>"), a},
+           {required("a", range, "><filter>(osgi.os=win32)</filter></required>") + required("b", "0.0.0"), a},
+           {required("a", range, "><filter>(osgi.nl=de)</filter></required>"), a},
+           {required("JavaSE", range, "/>", "osgi.ee"), "<unit id='JavaSE' version='1.0.0'/>"},
+           {required("a.jre.javase", range), "<unit id='a.jre.javase' version='1.0.0'/>"},
+           {required("a", range), a + "<unit id='c' version='1'><provides><provided namespace='osgi.bundle' name='a' "
+                                      "version='2.1.0'/></provides></unit>"},
+           {required("a", range), a + "<unit id='patch' version='1'><changes><change><from>" + required("a", range) +
+                                      "</from></change></changes></unit>"},
+           // Another version of the bundle would do.
+           {required("a", "1.0.0"),
+            a + "<unit id='a' version='1.9.1'><requires>" + required("b", "9") + "</requires></unit>"}}) {
+    EXPECT_EQ(rules_for_requirements(requirement, units), Texts()) << requirement << units;
+  }
+  EXPECT_EQ(rules_for_requirements(required("a", range), a, "<references><repository uri='file:/elsewhere'/></references>"),
+            Texts());
+}
+
+/// An instance may have another version, unless only one will do.
+TEST(Requirements, AreComparedWithoutAnInstanceWhenOneVersionIsRequired) {
+  const auto severities_for = [](const std::string& range) {
+    const fake::TemporaryDirectory directory;
+    write_file("tools/etc/eclipse/tools.txt", "site\torg.example.one.feature.group\n");
+    write_file("tools/site/content.xml",
+               "<repository><units><unit id='org.example.one.feature.group' version='1.0.0'><requires>" + required("a", range) +
+                   "</requires></unit><unit id='a' version='1.9.0'/></units></repository>");
+    std::vector<Severity> severities;
+    for (const Finding& finding : findings_in("tools")) severities.push_back(finding.severity);
+    return severities;
+  };
+  EXPECT_EQ(severities_for("[1.8.0,1.8.0]"), std::vector<Severity>{Severity::warning});
+  EXPECT_EQ(severities_for("[1.9.0,1.9.0]"), std::vector<Severity>());
+  EXPECT_EQ(severities_for("[2.0.0,3.0.0)"), std::vector<Severity>());
 }
 
 }  // namespace

@@ -77,6 +77,13 @@ TEST_F(FixCommand, DiffWritesNothingAndIsAppliedByPatch) {
   EXPECT_EQ(again.output, "");
 }
 
+TEST_F(FixCommand, DiffNamesAFileInOneLine) {
+  const std::string name = "a\n+++ b\x1B[2J";
+  write_file(name, bad);
+  const std::string quoted = "\"a\\n+++ b\\033[2J\"\t\n";
+  EXPECT_TRUE(eclipse_int("lint --diff '" + name + "'").output.starts_with("--- " + quoted + "+++ " + quoted + "@@ "));
+}
+
 TEST_F(FixCommand, KeepsPermissionsOwnerAndLinks) {
   fs::create_symlink("t", "link");
   ASSERT_EQ(chmod("t", 0640), 0);

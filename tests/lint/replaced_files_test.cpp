@@ -98,7 +98,7 @@ TEST_P(ReplacedFiles, EndInFindingsOrAnError) {
     const bool is_error_in_file =
         result.exit_code == 2 && (result.error_output.find("eclipse-int: session.json") != std::string::npos ||
                                   result.error_output.find("eclipse-int: tools/etc/eclipse/tools.txt") != std::string::npos ||
-                                  result.error_output.find("eclipse-int: tools: no descriptor file") != std::string::npos);
+                                  result.error_output.find("eclipse-int: tools: has no descriptor file") != std::string::npos);
     ASSERT_TRUE(result.exit_code == 0 || result.exit_code == 1 || is_error_in_file)
         << "run " << i << ": " << result.exit_code << "\n"
         << result.error_output;

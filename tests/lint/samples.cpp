@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "base/packing.h"
+
 namespace fs = std::filesystem;
 
 namespace lint_test {
@@ -51,7 +53,7 @@ void write_sample(const eclipse_lint::Sample& sample) {
       fs::create_directories(fs::path(file.name).parent_path());
       fs::create_symlink(file.link_to, file.name);
     } else {
-      fake::write_file(file.name, file.content);
+      fake::write_file(file.name, file.entries.empty() ? file.content : base_test::zipped(file.entries));
       fs::permissions(file.name, fs::perms(static_cast<unsigned>(file.permissions)));
     }
   }

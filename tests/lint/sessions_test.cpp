@@ -71,6 +71,143 @@ class SessionFindings : public testing::Test {
   const Texts internal = {R"("ECLIPSE_INTEGRATION_CHOICE": "internal")", R"("ECLIPSE_BIN": "eclipse")"};
 };
 
+/// A session with a user's Eclipse, a component "old" in this state beside "tools", which is in another one; each feature has
+/// the id of its component.
+std::string two_components(const std::string& mode, const std::string& tools_state, const std::string& old_state,
+                           const std::string& known = "ide/eclipse") {
+  const auto entry = [](const std::string& code, const std::string& state) {
+    return R"({"code": ")" + code + R"(", "installBase": ".", "installDir": ")" + code + R"(", "capabilities": [")" + code +
+           R"(_ECLIPSE_PLUGIN"], "package": {"files": ["etc/eclipse/t"]})" + state + "}";
+  };
+  return R"({"mode": ")" + mode + R"(", "variables": {"ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse",
+    "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse", "CASHED_ECLIPSE_PATH": ")" +
+         known + "\"}, \"components\": [\n" + entry("tools", tools_state) + ",\n" + entry("old", old_state) + "]}\n";
+}
+
+constexpr const char* profile_of_ide = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile";
+
+TEST_F(SessionFindings, ComponentThatIsSelectedForAnotherModeIsNamed) {
+  const std::string install = R"(, "install": true)";
+  const std::string remove = R"(, "remove": true)";
+  const std::string installed = R"(, "installed": true)";
+  write_file("old/etc/eclipse/t", "s\tc.d.feature.group\n");
+  write_file("old/s/content.xml", "<repository><units><unit id='c.d.feature.group' version='1'/></units></repository>");
+  const auto found = [](const std::string& session) {
+    write_file("session.json", session);
+    Texts texts;
+    for (const Finding& finding : findings_in("session.json")) {
+      if (finding.rule->name != "selection-for-another-mode") continue;
+      texts.push_back(std::string(name_of(finding.severity)) + " " + std::to_string(finding.location.line) + ": " +
+                      finding.message);
+    }
+    return texts;
+  };
+  const auto stays = [](const std::string& mode) {
+    return "error 4: \"old\" is selected for removal, but mode " + mode +
+           " only installs, so its feature \"c.d.feature.group\" stays";
+  };
+  EXPECT_EQ(found(two_components("modify", install, installed + remove)), Texts({stays("modify")}));
+  EXPECT_EQ(found(two_components("install", install, remove)), Texts({stays("install")}));
+  EXPECT_EQ(found(two_components("modify", "", installed + remove)), Texts({stays("modify")}));
+  EXPECT_EQ(found(two_components("modify", install, installed + remove, "")),
+            Texts({"error 4: \"old\" is selected for removal, but the Eclipse instance is new, so the run installs its feature "
+                   "\"c.d.feature.group\""}));
+  EXPECT_EQ(found(two_components("uninstall", installed + remove, install)),
+            Texts({"warning 4: \"old\" is selected for installation, but mode uninstall only removes, so its feature "
+                   "\"c.d.feature.group\" is not installed"}));
+  // What an installer selects for both, or keeps.
+  EXPECT_EQ(found(two_components("modify", install, installed + install + remove)), Texts());
+  EXPECT_EQ(found(two_components("modify", install, installed)), Texts());
+  EXPECT_EQ(found(two_components("uninstall", installed + remove, installed + install)), Texts());
+  // What is not in the instance cannot stay.
+  write_file(profile_of_ide, "<profile><units><unit id='local.ide' version='1'/></units></profile>");
+  EXPECT_EQ(found(two_components("modify", install, installed + remove)), Texts());
+  write_file(profile_of_ide, "<profile><units><unit id='c.d.feature.group' version='1'/></units></profile>");
+  EXPECT_EQ(found(two_components("modify", install, installed + remove)), Texts({stays("modify")}));
+  EXPECT_EQ(found(two_components("uninstall", installed + remove, install)), Texts());
+  // A component that replaces another brings its features.
+  write_file("tools/etc/eclipse/t", "s\ta.b.feature.group\n../old/s\tc.d.feature.group\n");
+  EXPECT_EQ(found(two_components("modify", install, installed + remove)), Texts());
+}
+
+TEST_F(SessionFindings, ComponentThatTakesNoPartIsNotComparedWithOthers) {
+  write_file("old/etc/eclipse/t", "s\ta.b.feature.group\t\t7\ns\ta.b\n");
+  write_file("old/s/content.xml", "<repository><units><unit id='a.b.feature.group' version='1'/></units></repository>");
+  write_file("tools/etc/eclipse/t", "s\ta.b.feature.group\t\t7\n");
+  write_file(profile_of_ide,
+             "<profile><units><unit id='a.b.feature.group' version='0.9.0'/></units><iusProperties><iuProperties "
+             "id='a.b.feature.group' version='0.9.0'><properties><property name='org.eclipse.equinox.p2.type.root' "
+             "value='true'/></properties></iuProperties></iusProperties></profile>");
+  const auto found = [](const std::string& session) {
+    write_file("session.json", session);
+    return summary_of(findings_in("session.json"));
+  };
+  const std::string install = R"(, "install": true)";
+  const std::string installed = R"(, "installed": true)";
+  EXPECT_EQ(
+      found(two_components("modify", install, installed)),
+      Texts({"old/etc/eclipse/t:2:3+3 feature-without-group-suffix", "session.json:4:10+5 installed-component-not-integrated",
+             "tools/etc/eclipse/t:1:3+17 other-version-installed"}));
+  EXPECT_EQ(found(two_components("modify", install, installed + install)),
+            Texts({"old/etc/eclipse/t:1:3+17 feature-from-two-repositories", "old/etc/eclipse/t:1:3+17 other-version-installed",
+                   "old/etc/eclipse/t:1:22+1 order-taken", "old/etc/eclipse/t:2:3+3 feature-without-group-suffix",
+                   "tools/etc/eclipse/t:1:3+17 other-version-installed"}));
+  EXPECT_EQ(
+      summary_of(findings_in(
+          "session.json", {.disabled = {"feature-from-two-repositories", "order-taken"}, .overrides = {}, .is_update = true})),
+      Texts({"old/etc/eclipse/t:2:3+3 feature-without-group-suffix"}));
+}
+
+TEST_F(SessionFindings, ProfileThatTheConfigurationNamesAndTheInstanceLacks) {
+  const std::string ide_directory = directory.path() + "/ide";
+  const auto found = [&](const std::string& settings) {
+    write_file("ide/configuration/config.ini", settings);
+    Texts texts;
+    for (const Finding& finding : findings_with(internal, {ide, Component()}))
+      texts.push_back(finding.message + ": " + finding.fix);
+    for (std::string& text : texts) {
+      for (std::size_t at = text.find(ide_directory); at != text.npos; at = text.find(ide_directory)) {
+        text.replace(at, ide_directory.size(), "IDE");
+      }
+    }
+    return texts;
+  };
+  const std::string names = "IDE/configuration/config.ini names the profile \"SDK\", but IDE/p2 ";
+  const std::string reinstall = ": install Eclipse again, together with its directory p2";
+  EXPECT_EQ(found("eclipse.p2.profile=SDK\n"), Texts({names + "does not exist" + reinstall}));
+  EXPECT_EQ(found("eclipse.p2.profile=SDK\neclipse.p2.data.area=/elsewhere/p2\n"), Texts()) << "the director makes one there";
+  EXPECT_EQ(found("osgi.bundles=x\n"), Texts());
+  write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/SDK.profile/.lock", "");
+  EXPECT_EQ(found("eclipse.p2.profile=SDK\n"), Texts({names + "has none" + reinstall}));
+  write_file(profile_of_ide, "<profile><units><unit id='local.ide' version='1'/></units></profile>");
+  EXPECT_EQ(found("eclipse.p2.profile=SDK\n"),
+            Texts({names + "has only \"IDE\": write eclipse.p2.profile=IDE into that file"}));
+  EXPECT_EQ(found("eclipse.p2.profile=IDE\n"), Texts());
+}
+
+TEST_F(SessionFindings, PackageOfAnotherReleaseThanTheDirectoryIsNamed) {
+  Component component;
+  component.package = R"("package": {"scan": "stage"})";
+  write_file("stage/etc/eclipse/t", "s\ta.b.feature.group\n");
+  write_file("stage/s/content.xml", "<repository><units><unit id='a.b.feature.group' version='1'/></units></repository>");
+  EXPECT_EQ(summary_with(internal, {ide, component}), Texts());
+  write_file("stage/s/content.xml", "<repository><units><unit id='a.b.feature.group' version='2'/></units></repository>");
+  const Findings findings = findings_with(internal, {ide, component});
+  ASSERT_EQ(summary_of(findings), Texts({"tools/etc/eclipse/t:1:1+1 package-differs"}));
+  EXPECT_EQ(findings[0].message,
+            "\"s\" in " + directory.path() + "/tools has other units than in the package, " + directory.path() + "/stage");
+  EXPECT_EQ(summary_with(internal, {ide, component}, "uninstall"), Texts());
+  std::filesystem::remove_all("stage/s");
+  write_file("stage/etc/eclipse/t", "s\ta.b.feature.group\t\t1\n");
+  const Findings of_descriptor = findings_with(internal, {ide, component});
+  ASSERT_EQ(of_descriptor.size(), 1U);
+  EXPECT_EQ(of_descriptor[0].message, "the plug-in reads " + directory.path() +
+                                          "/tools/etc/eclipse/t, which differs from the package's " + directory.path() +
+                                          "/stage/etc/eclipse/t");
+  component.package = R"("package": {"scan": "tools"})";
+  EXPECT_EQ(summary_with(internal, {ide, component}), Texts());
+}
+
 /// A copy of the line for each of them would need memory for the square of its length.
 TEST_F(SessionFindings, OfAVeryLongLineDoNotHaveItsText) {
   for (const std::size_t count : {10U, 1000U}) {
@@ -315,6 +452,7 @@ TEST_F(SessionFindings, RemovalOfAnotherVersionThanTheInstalledOne) {
   const Findings findings = findings_for("a.b.feature.group/0.9");
   ASSERT_EQ(summary_of(findings), Texts({"tools/etc/eclipse/t:1:3+21 unit-not-installed"}));
   EXPECT_EQ(findings[0].message, "\"a.b.feature.group/0.9\" is not installed in the instance; the installed version is 1.0.0");
+  EXPECT_EQ(findings[0].fix, "write a.b.feature.group, without a version");
 }
 
 TEST_F(SessionFindings, RemovalNeedsNoSites) {
@@ -356,7 +494,13 @@ TEST_F(SessionFindings, UserEclipseThatIsNotUsable) {
                     {Component()}, "install");
   EXPECT_EQ(summary_of(old),
             Texts({"session.json:7:34+5 user-eclipse-unusable", "session.json:7:34+5 minimum-version-compared-as-text"}));
-  EXPECT_EQ(old.front().fix, "set it to the lowest version that the features need, or use a newer Eclipse");
+  EXPECT_EQ(old.front().fix, "set the minimum to 4.10 or later, or do not set it") << "4.10 is not older than 4.9";
+  write_file("ide/configuration/config.ini", "eclipse.buildId=4.8.0\n");
+  const Findings older =
+      findings_with({R"("ECLIPSE_INTEGRATION_CHOICE": "user")", R"("ECLIPSE_BIN": "eclipse")",
+                     R"("USER_DEFINED_ECLIPSE_PATH": "ide/eclipse")", R"("ECLIPSE_MIN_SUPPORTED_VERSION": "4.9")"},
+                    {Component()}, "install");
+  EXPECT_EQ(older.front().fix, "set it to the lowest version that the features need, or use a newer Eclipse");
   std::filesystem::remove("ide/configuration/config.ini");
   const Findings unnamed = findings_for("ide/eclipse", "", "modify");
   ASSERT_EQ(summary_of(unnamed), Texts({"session.json:5:16+2 user-eclipse-unusable"}));
@@ -374,6 +518,15 @@ TEST_F(SessionFindings, UserEclipseThatIsNotUsable) {
 TEST_F(SessionFindings, ChoiceThatIsNotMade) {
   EXPECT_EQ(summary_with({R"("ECLIPSE_INTEGRATION_CHOICE": "")"}, {Component()}),
             Texts({"session.json:4:31+2 choice-missing"}));
+  EXPECT_EQ(findings_with({R"("ECLIPSE_INTEGRATION_CHOICE": "")"}, {Component()})[0].severity, Severity::error);
+  write_file("session.json", two_components("modify", "", ""));
+  const Settings unset = {.disabled = {}, .overrides = {}, .add_variables = [](auto& session) {
+                            session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "";
+                          }};
+  const Findings of_none_selected = findings_in("session.json", unset);
+  ASSERT_FALSE(of_none_selected.empty());
+  EXPECT_EQ(of_none_selected[0].rule->name, "choice-missing");
+  EXPECT_EQ(of_none_selected[0].severity, Severity::warning) << "no component with features is selected";
   EXPECT_EQ(summary_with({R"("ECLIPSE_INTEGRATION_CHOICE": "")"}, {}), Texts());
 }
 

@@ -1,142 +1,55 @@
 #!/usr/bin/env python3
-"""Puts one-line bugs into the plug-in's source, one at a time, and runs the fast tests on each."""
+"""Plants one-line bugs (mutants) in the sources, all in one build, switches one on at a time, and runs the tests that reach it."""
 
 import argparse
 import collections
-import concurrent.futures
 import json
+import math
 import os
 import pathlib
 import random
-import resource
-import shlex
+import signal
 import subprocess
 import sys
 import tempfile
 
-import rules
+import plant
+import sandbox
+import trials
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
 LISTED = pathlib.Path(__file__).with_name("changes_nothing.json")
-LIBRARY = "bin/libeclipse_int.so"
-
-# The quickest to find something first.
-TESTS = [
-    ["library_test", "--gtest_fail_fast", "--gtest_brief=1"],
-    ["operation_arguments_test", "--gtest_fail_fast", "--gtest_brief=1"],
-    ["differential_test", "--gtest_fail_fast", "--gtest_brief=1", "--gtest_filter=EverythingSmall.*"],
-    ["differential_test", "--gtest_fail_fast", "--gtest_brief=1", "--gtest_filter=RandomSessions.*", "--sessions", "500"],
-    ["faults_test", "--gtest_fail_fast", "--gtest_brief=1"],
-]
-# A bug may make a loop endless. Without one, no program takes a tenth of these.
-MOST_PROCESSOR_SECONDS = 20
-MOST_SECONDS = 300
-MOST_MEMORY = 4 << 30
+INSIDE = "ECLIPSE_INT_MUTATE_INSIDE"
+# Takes the checkout, a directory of its own, and the command. Tests have their files in "files": a name like "tests" would make
+# lint take them for examples. The directory itself may be on an overlay, which carries no other.
+ENTER = """
+mkdir "$1/files"
+mkdir "$1/changed"
+overlay() { mkdir "$1/upper" "$1/work" && mount -t overlay overlay -o "lowerdir=$0,upperdir=$1/upper,workdir=$1/work" "$0"; }
+overlay "$1" 2> /dev/null || { mount -t tmpfs tmpfs "$1/changed" && overlay "$1/changed"; } || exit
+cd "$0" && shift && exec "$@"
+"""
 
 
-class Build:
-    """A build of the preset dev, and how the plug-in is made in it."""
-
-    def __init__(self, directory):
-        self.directory = directory
-        database = json.loads((directory / "compile_commands.json").read_text())
-        self.compile = {}
-        for entry in database:
-            file = pathlib.Path(entry["file"]).relative_to(ROOT)
-            if file.parts[0] == "src":
-                self.compile[str(file)] = shlex.split(entry["command"])
-        self.objects = {file: self.after(command, "-o") for file, command in self.compile.items()}
-        commands = subprocess.run(["ninja", "-C", directory, "-t", "commands", LIBRARY], capture_output=True, text=True, check=True)
-        self.link = shlex.split(next(line for line in commands.stdout.splitlines() if "-shared" in line))
-        self.link = self.link[self.link.index("&&") + 1 :] if "&&" in self.link else self.link
-        self.link = self.link[: self.link.index("&&")] if "&&" in self.link else self.link
-        self.includers = self.read_includers()
-
-    @staticmethod
-    def after(command, option):
-        return command[command.index(option) + 1]
-
-    def read_includers(self):
-        """The sources that include each header."""
-        includers = collections.defaultdict(list)
-        for file, target in self.objects.items():
-            listing = subprocess.run(["ninja", "-C", self.directory, "-t", "deps", target], capture_output=True, text=True, check=True)
-            for line in listing.stdout.splitlines()[1:]:
-                path = (self.directory / line.strip()).resolve()
-                if path.is_relative_to(ROOT / "src"):
-                    includers[str(path.relative_to(ROOT))].append(file)
-        return includers
-
-    def make(self, mutant, work):
-        """Builds the plug-in with the mutant, or all of it anew without one; None when the compiler refuses it."""
-        tree = work / "src"
-        subprocess.run(["rm", "-rf", tree], check=True)
-        subprocess.run(["cp", "-r", ROOT / "src", tree], check=True)
-        if mutant:
-            (work / mutant.file).write_text(mutant.source)
-        changed = self.includers[mutant.file] if mutant else list(self.compile)
-        link = list(self.link)
-        for number, file in enumerate(changed):
-            target = work / f"{number}.o"
-            command = [part.replace(str(ROOT / "src"), str(tree)) for part in self.compile[file]]
-            command = command[1:] if "ccache" in command[0] else command
-            command[command.index("-o") + 1] = str(target)
-            if subprocess.run(command + ["-O0", "-w", "-Wno-error", "-D_GLIBCXX_ASSERTIONS"], cwd=self.directory, capture_output=True).returncode != 0:
-                return None
-            link[link.index(self.objects[file])] = str(target)
-        library = work / pathlib.Path(LIBRARY).name
-        link[link.index("-o") + 1] = str(library)
-        if subprocess.run(link, cwd=self.directory, capture_output=True).returncode != 0:
-            return None
-        return library
+def enter_namespace(work):
+    """Starts this program again where the checkout is a copy that goes with it: an overlay, so that the build goes on from what is
+    built already and all paths stay."""
+    separate = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
+    if os.geteuid() != 0:
+        separate.append("--map-root-user")
+    # Ended by a signal, this process has to end the namespace, too.
+    for number in (signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, lambda number, frame: sys.exit(128 + number))
+    command = [sys.executable, __file__, *sys.argv[1:]]
+    ended = subprocess.run([*separate, "sh", "-c", ENTER, plant.ROOT, work, *command], env=dict(os.environ, **{INSIDE: str(work)}))
+    sandbox.remove_process_groups()
+    return ended.returncode
 
 
-def set_limits():
-    resource.setrlimit(resource.RLIMIT_AS, (MOST_MEMORY, MOST_MEMORY))
-    resource.setrlimit(resource.RLIMIT_CPU, (MOST_PROCESSOR_SECONDS, MOST_PROCESSOR_SECONDS))
-    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-
-
-def first_failure(build, library):
-    """The test that fails with this library, and what it said; None when all pass."""
-    environment = dict(os.environ, LD_LIBRARY_PATH=str(library.parent), ECLIPSE_INT_UNDER_TEST=str(library))
-    # They write thousands of small files: in memory where there is a place for that. What a killed test leaves goes with it.
-    memory = "/dev/shm" if os.path.isdir("/dev/shm") else None
-    with tempfile.TemporaryDirectory(prefix="mutant-", dir=memory) as files:
-        return first_failure_with(build, dict(environment, TMPDIR=files), library)
-
-
-def first_failure_with(build, environment, library):
-    for test in TESTS:
-        command = [build.directory / "bin" / test[0], *test[1:]]
-        try:
-            result = subprocess.run(
-                command, env=environment, cwd=library.parent, capture_output=True, timeout=MOST_SECONDS, preexec_fn=set_limits
-            )
-        except subprocess.TimeoutExpired:
-            return test[0], "no end"
-        if result.returncode != 0:
-            return test[0], (result.stdout + result.stderr).decode(errors="replace")
-    return None
-
-
-def outcome_of(build, mutant):
-    with tempfile.TemporaryDirectory(prefix="mutant-") as directory:
-        library = build.make(mutant, pathlib.Path(directory))
-        if library is None:
-            return "not compiled"
-        return "survived" if first_failure(build, library) is None else "killed"
-
-
-def require_sound_tests(build):
-    """A mutant is only killed by a test that passes without it."""
-    with tempfile.TemporaryDirectory(prefix="mutant-") as directory:
-        library = build.make(None, pathlib.Path(directory))
-        if library is None:
-            sys.exit("mutate: the plug-in cannot be built without any bug; fix that first")
-        failure = first_failure(build, library)
-    if failure:
-        sys.exit(f"mutate: {failure[0]} fails without any bug; fix that first\n{failure[1]}")
+def progress(text):
+    if sys.stderr.isatty():
+        print(f"\r\033[K{text}", end="", file=sys.stderr, flush=True)
+    else:
+        print(text, file=sys.stderr, flush=True)
 
 
 def read_listed():
@@ -151,73 +64,119 @@ def read_listed():
 
 def check_listed(listed):
     """What is listed has to be one mutant, or a bug of the same look elsewhere would pass with it."""
-    found = collections.Counter(mutant.key for mutant in all_mutants([]))
+    files = sorted({file for file, _, _ in listed if (plant.ROOT / file).is_file()})
+    found = collections.Counter(mutant.key for mutant in plant.Sources(files).all())
     for key in listed:
         if found[key] != 1:
             sys.exit(f"mutate: {LISTED}: fits {found[key]} mutants instead of one: {key}")
 
 
-def all_mutants(files):
-    mutants = []
-    for file in files or sorted(str(path.relative_to(ROOT)) for path in (ROOT / "src").rglob("*") if path.suffix in (".cpp", ".h")):
-        if not (ROOT / file).is_file() or not file.startswith("src/"):
-            sys.exit(f"mutate: {file} is not a file of src/")
-        mutants += rules.mutants_of(file, (ROOT / file).read_text())
-    return mutants
+def sample(mutants, size, seed):
+    """`size` mutants of each room, from as few of its files as possible, since each file has to be built. No headers: they would
+    need all files that include them. Each mutant of a room has about the same chance."""
+    by_room, chosen = collections.defaultdict(list), []
+    for mutant in mutants:
+        if not mutant.file.endswith(".h"):
+            by_room[plant.room_of(mutant.file)].append(mutant)
+    for room, candidates in sorted(by_room.items()):
+        random.Random(seed + room).shuffle(candidates)
+        order = {file: place for place, file in reversed(list(enumerate(mutant.file for mutant in candidates)))}
+        chosen += sorted(candidates, key=lambda mutant: order[mutant.file])[:size]
+    return chosen
 
 
-def run_all(build, mutants, processes):
-    """Yields each mutant with its outcome, as they come."""
-    with concurrent.futures.ThreadPoolExecutor(processes) as pool:
-        running = {pool.submit(outcome_of, build, mutant): mutant for mutant in mutants}
-        for done, future in enumerate(concurrent.futures.as_completed(running), 1):
-            if sys.stderr.isatty():
-                print(f"\r{done} of {len(mutants)}", end="\n" if done == len(mutants) else "", file=sys.stderr, flush=True)
-            elif done % 100 == 0:
-                print(f"{done} of {len(mutants)}", file=sys.stderr, flush=True)
-            yield running[future], future.result()
+def show(mutant, outcome):
+    print(f"{mutant.file}:{mutant.line}: {outcome} ({mutant.rule})\n  - {mutant.before}\n  + {mutant.after}", flush=True)
 
 
-def show(title, mutants):
-    if mutants:
-        print(f"\n{title}:")
-    for mutant in sorted(mutants, key=lambda each: (each.file, each.line)):
-        print(f"{mutant.file}:{mutant.line}: {mutant.rule}\n  - {mutant.before}\n  + {mutant.after}")
+def percentage(count):
+    """Of those that change something."""
+    counted = count["killed"] + count["survived"] + count["not reached"]
+    return 100 * count["killed"] / counted if counted else 100
+
+
+def show_rooms(rooms):
+    print(f"\n{'room':26}{'mutants':>9}{'killed':>9}{'listed':>9}{'survived':>9}{'not reached':>13}{'killed of the unlisted':>24}")
+    for room, count in sorted(rooms.items()):
+        numbers = f"{count['killed']:9}{count['listed']:9}{count['survived']:9}{count['not reached']:13}"
+        print(f"{room:26}{sum(count.values()):9}{numbers}{percentage(count):22.1f} %")
+
+
+def read_options():
+    parser = argparse.ArgumentParser(prog="mutate", description=__doc__)
+    parser.add_argument("files", metavar="FILE", nargs="*", help="source files; all of src, command and host_kit by default")
+    parser.add_argument("--sample", type=int, metavar="N", help="only N mutants of each room, of few of its files")
+    parser.add_argument("--seed", default="", help="the same text chooses the same sample")
+    parser.add_argument("--at-least", type=float, default=100, metavar="PERCENT", help="how many have to be killed outside of src [100]")
+    parser.add_argument("--budget", type=float, metavar="SECONDS", default=math.inf, help="time for the tests of one mutant outside of src")
+    parser.add_argument("--tests", metavar="REGEX", default="", help="only test programs whose path it matches")
+    parser.add_argument("--processes", type=int, default=os.cpu_count(), help="how many run at a time [one for each processor]")
+    parser.add_argument("--json", type=pathlib.Path, metavar="FILE", help="write each mutant with its outcome")
+    return parser.parse_args()
+
+
+def write_json(file, outcomes):
+    keys = ("file", "line", "rule", "before", "after")
+    rows = [dict({key: getattr(mutant, key) for key in keys}, outcome=outcome) for mutant, outcome in outcomes]
+    file.write_text(json.dumps(sorted(rows, key=lambda row: (row["file"], row["line"])), indent=1) + "\n")
+
+
+def tried(numbered, listed, work, options):
+    """[(mutant, outcome)] of all that can be built."""
+    build = plant.ROOT / "build/dev"
+    progress(f"building with {len(numbered)} mutants")
+    planted = plant.build_with(plant.Sources([]), build, numbered, options.processes, progress)
+    if not numbered:
+        sys.exit("mutate: none of them is C++, so nothing was tried")
+    progress("running the tests without a mutant")
+    its_trials = trials.Trials(build, plant.ROOT, work / "files", options.tests, options.processes)
+    for test in its_trials.measure():
+        print(f"Left out, because it fails without any mutant: {test['name']}")
+    outcomes = []
+    for mutant, outcome in its_trials.outcomes(numbered, planted, listed, options.budget):
+        if mutant.key in listed:
+            outcome = "listed but killed" if outcome == "killed" else "listed"
+        outcomes.append((mutant, outcome))
+        if outcome not in ("killed", "listed"):
+            show(mutant, outcome)
+        if sys.stderr.isatty() or len(outcomes) % 100 == 0:
+            progress(f"{len(outcomes)} of {len(numbered)}")
+    return outcomes
+
+
+def report(outcomes, at_least):
+    """Prints the figures; returns whether they are good enough."""
+    rooms, others = collections.defaultdict(collections.Counter), collections.Counter()
+    for mutant, outcome in outcomes:
+        room = plant.room_of(mutant.file)
+        rooms[room][outcome] += 1
+        if room != "src":
+            others[outcome] += 1
+    show_rooms(rooms)
+    print(f"Of src, {percentage(rooms['src']):.1f} % are killed, and 100 % have to be; of all others "
+          f"{percentage(others):.1f} %, and {at_least:g} % have to be.")  # fmt: skip
+    not_equivalent = sum(count["listed but killed"] for count in rooms.values())
+    return percentage(rooms["src"]) == 100 and percentage(others) >= at_least and not_equivalent == 0
 
 
 def main():
-    parser = argparse.ArgumentParser(prog="mutate", description=__doc__)
-    parser.add_argument("files", metavar="FILE", nargs="*", help="source files of src/; all when none is given")
-    parser.add_argument("--sample", type=int, metavar="N", help="no more than N mutants, by chance")
-    parser.add_argument("--seed", default="", help="what the chance begins with; the same text chooses the same mutants")
-    parser.add_argument("--build", type=pathlib.Path, default=ROOT / "build/dev", help="where the tests are built (build/dev)")
-    parser.add_argument("--processes", type=int, default=os.cpu_count(), help="how many run at a time")
-    options = parser.parse_args()
-
-    build = Build(options.build.resolve())
+    options = read_options()
+    if INSIDE not in os.environ:
+        with tempfile.TemporaryDirectory(prefix="mutate-", dir="/var/tmp") as work:
+            return enter_namespace(pathlib.Path(work))
     listed = read_listed()
     check_listed(listed)
-    mutants = all_mutants(options.files)
+    mutants = plant.Sources(options.files).all()
     places = len(mutants)
-    if options.sample and options.sample < places:
-        mutants = random.Random(options.seed).sample(mutants, options.sample)
-    require_sound_tests(build)
-
-    outcomes = collections.defaultdict(list)
-    for mutant, outcome in run_all(build, mutants, options.processes):
-        if mutant.key in listed:
-            outcome = "listed" if outcome == "survived" else "listed but " + outcome
-        outcomes[outcome].append(mutant)
-    show("Survived", outcomes["survived"])
-    show("Listed as changing nothing, but killed", outcomes["listed but killed"] + outcomes["listed but not compiled"])
-    tried = len(mutants) - len(outcomes["not compiled"])
-    print(
-        f"{tried} mutants of {places} places: killed {len(outcomes['killed'])}, survived {len(outcomes['survived'])},"
-        f" listed {len(outcomes['listed'])} ({len(outcomes['not compiled'])} more were not C++)"
-    )
-    if tried == 0:
-        sys.exit("mutate: none of them was C++, so nothing was tried")
-    return 1 if outcomes["survived"] or outcomes["listed but killed"] or outcomes["listed but not compiled"] else 0
+    if options.sample:
+        mutants = sample(mutants, options.sample, options.seed)
+    numbered = dict(enumerate(mutants, 1))
+    outcomes = tried(numbered, listed, pathlib.Path(os.environ[INSIDE]), options)
+    is_good = report(outcomes, options.at_least)
+    print(f"{len(outcomes)} mutants of {places} places; {len(mutants) - len(outcomes)} were not C++.")
+    if options.json:
+        write_json(options.json, outcomes)
+    return 0 if is_good else 1
 
 
 if __name__ == "__main__":

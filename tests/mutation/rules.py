@@ -6,9 +6,10 @@ from dataclasses import dataclass
 TOKEN = re.compile(
     r"""(?P<comment>//[^\n]*|/\*.*?\*/)
       | (?P<directive>^[ ]*\#[^\n]*)
+      | (?P<raw>R"(?P<delimiter>[^(\s]*)\(.*?\)(?P=delimiter)")
       | (?P<text>"(?:\\.|[^"\\\n])*")
       | (?P<character>'(?:\\.|[^'\\\n])+')
-      | (?P<number>\d[\w.]*)
+      | (?P<number>\d(?:'?[\w.])*)
       | (?P<word>[A-Za-z_]\w*)
       | (?P<operator><=>|->|::|<<|>>|<=|>=|==|!=|&&|\|\||\+\+|--|\+=|-=|[-+*/%<>=!&|?:;,.(){}\[\]~^])
       | (?P<space>\s+)""",
@@ -54,7 +55,9 @@ class Mutant:
     rule: str
     before: str  # the lines that change, as they are
     after: str  # and as they are with the bug
-    source: str  # the whole file with the bug
+    start: int  # what is replaced in the file
+    end: int
+    replacement: str
 
     @property
     def key(self):
@@ -89,16 +92,16 @@ def closing(tokens, opening):
 
 
 def statement_end(tokens, start):
-    """The index of the semicolon or brace with which the statement at `start` ends."""
+    """The index of the semicolon or brace with which the statement at `start` ends; None for what is no statement."""
     index = start
-    while tokens[index].text != ";":
+    while index < len(tokens) and tokens[index].text not in (";", "}"):
         if tokens[index].text in "({[":
             is_block = tokens[index].text == "{" and index == start
             index = closing(tokens, index)
             if is_block:
                 return index
         index += 1
-    return index
+    return index if index < len(tokens) and tokens[index].text == ";" else None
 
 
 def is_spaced(source, token):
@@ -160,8 +163,9 @@ def expression_statements(tokens):
         before = tokens[index - 1].text if index else ";"
         if token.kind != "word" or token.text in OTHER_KEYWORDS | STATEMENT_WORDS or before not in (";", "{", "}", ")"):
             continue
-        if after_name(tokens, index) in ("(", ".", "->", "=", "+=", "-=", "["):
-            yield index, statement_end(tokens, index)
+        last = statement_end(tokens, index)
+        if last and after_name(tokens, index) in ("(", ".", "->", "=", "+=", "-=", "["):
+            yield index, last
 
 
 def removed_statements(source, tokens):
@@ -265,23 +269,16 @@ def whole_lines(source, start, end):
     return first, len(source) if last < 0 else last
 
 
-def mutants_of(file, source):
+def mutants_of(file, source, tokens):
     """All mutants of a file, in the order of their places."""
-    tokens = tokens_of(source)
     mutants = {}
     for rule, places in RULES.items():
         for start, end, replacement in places(source, tokens):
             first, last = whole_lines(source, start, end)
-            mutated = source[:start] + replacement + source[end:]
-            if mutated == source:
+            mutated = source[first:start] + replacement + source[end:last]
+            if mutated == source[first:last]:
                 continue
-            mutant = Mutant(
-                file,
-                source.count("\n", 0, start) + 1,
-                rule,
-                source[first:last].strip(),
-                mutated[first : last + len(mutated) - len(source)].strip(),
-                mutated,
-            )
-            mutants.setdefault(mutated, mutant)
+            line = source.count("\n", 0, start) + 1
+            mutant = Mutant(file, line, rule, source[first:last].strip(), mutated.strip(), start, end, replacement)
+            mutants.setdefault((first, last, mutated), mutant)
     return sorted(mutants.values(), key=lambda mutant: (mutant.line, mutant.rule, mutant.after))

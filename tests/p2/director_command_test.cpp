@@ -76,14 +76,15 @@ TEST(DirectorCommand, ThatOnlyVerifiesQuotesEveryWord) {
 TEST(UnitsNamed, AreTheDirectorsReadingOfAList) {
   EXPECT_EQ(units_named("a,b/1.0"), (Units{{"a", ""}, {"b", "1.0"}}));
   EXPECT_EQ(units_named(" a\r"), (Units{{"a", ""}}));
-  EXPECT_EQ(units_named(",, ,"), Units());
+  EXPECT_EQ(units_named("a,, ,b,"), (Units{{"a", ""}, {"b", ""}}));
+  EXPECT_EQ(units_named(",a,b"), (Units{{",a,b", ""}})) << "a comma at the beginning";
 }
 
 TEST(DirectorCommand, OfOurOwnIsQuotedWhereItMustBe) {
   const std::string director_of_ours = " -nosplash -nl en -application org.eclipse.equinox.p2.director -repository ";
   const std::string back = revert_command("/opt/my ide/eclipse", {"file:///a", "jar:file:///b.zip!/"}, "1731234567890");
   EXPECT_EQ(back, "'/opt/my ide/eclipse'" + director_of_ours + "'file:///a,jar:file:///b.zip!/' -revert '1731234567890' 2>&1");
-  const std::string update = replace_command("/e", {"file:///a"}, {{"x", "1.0.0"}, {"y", "1"}}, {{"x", "2.0.0"}, {"y", "2"}});
+  const std::string update = replace_command("/e", {"file:///a"}, {{{"x", "1.0.0"}, {"y", "1"}}, {{"x", "2.0.0"}, {"y", "2"}}});
   EXPECT_EQ(update, "/e" + director_of_ours + "file:///a -u 'x/1.0.0,y/1' -i 'x/2.0.0,y/2' 2>&1");
   EXPECT_EQ(executable_started_by(back), "/opt/my ide/eclipse");
   EXPECT_EQ(executable_started_by(update), "/e");

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "fake_host/temporary_directory.h"
+#include "p2/instance_error.h"
 
 namespace eclipse_p2 {
 
@@ -15,14 +16,6 @@ TEST(InstalledUnits, AreTheLinesWithAVersion) {
       units_in("WARNING: a/b is old\nb.feature.group/1.0.0\r\na/2.1.0.v2022\nOperation completed in 811 ms.\n/1\nx/y\nz/"),
       (Units{{"a", "2.1.0.v2022"}, {"b.feature.group", "1.0.0"}}));
   EXPECT_EQ(units_in(""), Units());
-}
-
-TEST(InstalledUnits, AreWantedInTheVersionThatIsNamed) {
-  EXPECT_TRUE(is_wanted({"a", ""}, {"a", "1.0.0"}));
-  EXPECT_FALSE(is_wanted({"a", ""}, {"b", "1.0.0"}));
-  EXPECT_TRUE(is_wanted({"a", "1"}, {"a", "1.0.0"}));
-  EXPECT_TRUE(is_wanted({"a", "1.0"}, {"a", "1.0.0"}));
-  EXPECT_FALSE(is_wanted({"a", "1.0.1"}, {"a", "1.0.0"}));
 }
 
 /// An executable that fails has to say so; its path may hold anything.

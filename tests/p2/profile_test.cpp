@@ -3,10 +3,15 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "fake_host/temporary_directory.h"
+#include "p2/instance_paths.h"
 #include "shell/command_runner.h"
 
 using namespace eclipse_p2;
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -26,6 +31,35 @@ class Profile : public testing::Test {
 
   fake::TemporaryDirectory directory;
 };
+
+/// What is there could be the file of somebody else, which a repair would rename.
+TEST_F(Profile, IsNeverOutsideTheDataArea) {
+  write_state("P.profile/1.profile", "one");
+  write_state("a=b.profile/1.profile", "two");
+  fake::write_file("other.profile/1.profile", "<profile><units><unit id='other' version='1'/></units></profile>");
+  const std::string absolute = directory.path() + "/other";
+  for (const std::string name : {"../../../../other", "a/../P", "/other", "", "P%47;", "P\\u0041", absolute.c_str()}) {
+    fake::write_file("ide/configuration/config.ini", "eclipse.p2.profile=" + name + "\n");
+    EXPECT_EQ(profile_states("ide"), std::vector<fs::path>()) << name;
+    EXPECT_EQ(profile_file("ide"), "") << name;
+    const std::string reason =
+        "ide/configuration/config.ini has eclipse.p2.profile=" + name + ", which is not a plain file name; correct it";
+    EXPECT_EQ(profile_units_error("ide"), reason);
+    EXPECT_EQ(why_no_profile("ide"), "has a p2 profile that cannot be found: " + reason);
+  }
+  for (const auto& [name, id] : {std::pair("P", "one"), {"a\\=b", "two"}}) {
+    fake::write_file("ide/configuration/config.ini", std::string("eclipse.p2.profile=") + name + "\n");
+    EXPECT_EQ(unit(), id);
+  }
+}
+
+TEST_F(Profile, BelongsToTheEclipseInADirectory) {
+  fs::create_directory("ide");
+  const fs::path here = fs::current_path();
+  EXPECT_EQ(executable_named("ide"), here / "ide/eclipse");
+  EXPECT_EQ(executable_named("ide/"), here / "ide/eclipse");
+  EXPECT_EQ(executable_named("./ide/../ide/studio"), here / "ide/studio");
+}
 
 TEST_F(Profile, TellsItsUnitsAndWhatRequiresThem) {
   fake::write_file(registry() + "P.profile/1.profile", R"(<?xml version='1.0' encoding='UTF-8'?>

@@ -4,6 +4,7 @@
 #include <map>
 #include <tuple>
 
+#include "base/file.h"
 #include "base/packing.h"
 #include "fake_host/temporary_directory.h"
 #include "p2/repository.h"
@@ -11,6 +12,7 @@
 using namespace eclipse_p2;
 using namespace base_test;
 using fake::write_file;
+namespace largest = eclipse_base::largest;
 
 namespace {
 
@@ -31,6 +33,7 @@ class RepositoryTest : public testing::Test {
  protected:
   const fake::TemporaryDirectory directory;
   Repositories repositories;
+  int count = 0;  ///< of repositories that a test made
 };
 
 TEST_F(RepositoryTest, MissingPathIsNone) {
@@ -102,6 +105,8 @@ TEST_F(RepositoryTest, DescribesItsUnits) {
   category.label = "Main";
   category.is_category = true;
   category.members = {"a.feature.group"};
+  category.requirements = {{"org.eclipse.equinox.p2.iu", "a.feature.group", "[1.0.0,1.0.0]", "", true},
+                           {"osgi.bundle", "b", "0.0.0", "", true}};
   EXPECT_EQ(repositories.at("site").descriptions, found);
   found[{"b.feature.group", "2.0.0"}];
   EXPECT_EQ(repositories.at("all").descriptions, found);
@@ -162,6 +167,8 @@ TEST_F(RepositoryTest, CompositesAreLookedIntoToALimitOfDepth) {
   EXPECT_EQ(repositories.at("0").error, "");
   EXPECT_EQ(repositories.at("0").unexamined_because, "its children are nested more than 200 levels deep");
   EXPECT_EQ(Repositories().at("250").units, units);
+  EXPECT_EQ(Repositories().at("100").units, units);
+  EXPECT_EQ(Repositories().at("99").units, std::nullopt);
 }
 
 std::set<std::string> ids_in(const Repository& repository) {
@@ -351,7 +358,10 @@ TEST_F(RepositoryTest, WhatIsTooLargeIsNotExamined) {
   write_file("many/content.xml", many + "</repository>");
   EXPECT_EQ(repositories.at("many").unexamined_because, "content.xml has more than 8000000 tags and attributes");
   write_file("large/content.xml", "");
-  std::filesystem::resize_file("large/content.xml", (256 << 20) + 1);
+  std::filesystem::resize_file("large/content.xml", largest::metadata);
+  EXPECT_EQ(Repositories().at("large").unexamined_because, "");
+  EXPECT_EQ(Repositories().at("large").error, "content.xml is not well-formed XML");
+  std::filesystem::resize_file("large/content.xml", largest::metadata + 1);
   EXPECT_EQ(repositories.at("large").unexamined_because, "content.xml is larger than 256 MiB");
   for (const std::string name : {"bomb", "many", "large"}) {
     EXPECT_TRUE(repositories.at(name).is_repository) << name;
@@ -417,16 +427,54 @@ TEST_F(RepositoryTest, UnitsForOtherSystemsAreTold) {
   }
 }
 
-TEST_F(RepositoryTest, PartsOfAFeatureAreRequiredEverywhere) {
-  const std::string name = "<required namespace='org.eclipse.equinox.p2.iu' range='0.0.0' name=";
-  write_file("site/content.xml",
-             "<repository><units><unit id='a' version='1'><properties>"
-             "<property name='org.eclipse.equinox.p2.type.group' value='true'/></properties><requires>" +
-                 name + "'always'/>" + name +
-                 "'installed'><filter>\n (org.eclipse.update.install.features=true)\n</filter></required>" + name +
-                 "'there'><filter>(osgi.os=win32)</filter></required>" + name + "'perhaps' optional='true'/>" +
-                 "<required namespace='osgi.bundle' name='other'/></requires></unit></units></repository>");
-  EXPECT_EQ(repositories.at("site").descriptions.at({"a", "1"}).parts, (std::set<std::string>{"always", "installed"}));
+TEST_F(RepositoryTest, RequirementsByNameAreKept) {
+  const std::string name = "<required namespace='org.eclipse.equinox.p2.iu' range='1' name=";
+  write_file(
+      "site/content.xml",
+      "<repository><references/><units><unit id='a' version='1'><filter>\n (osgi.os=linux)\n</filter><properties>"
+      "<property name='org.eclipse.equinox.p2.type.group' value='true'/></properties><provides>"
+      "<provided namespace='osgi.bundle' name='a' version='1.0.0'/><provided namespace='osgi.bundle' name='b' version='2'/>"
+      "<provided namespace='java.package' name='p' version='3'/></provides><changes><change><from>" +
+          name + "'patched'/></from></change></changes><requires>" + name +
+          "'there'><filter>\n (osgi.os=win32)\n</filter></required>" + name + "'perhaps' optional='true'/>" + name +
+          "'installed' greedy='false'/>" + name + "'least' min='0'/>" + name + "'never' max='0' min='0'/>" +
+          "<required namespace='osgi.bundle' name='bundle'/><required namespace='java.package' name='p'/>"
+          "<required match='x'/></requires></unit></units></repository>");
+  const Repository& site = repositories.at("site");
+  const UnitDescription& a = site.descriptions.at({"a", "1"});
+  EXPECT_FALSE(site.has_references);
+  EXPECT_TRUE(a.is_group);
+  EXPECT_EQ(a.filter, "(osgi.os=linux)");
+  const std::string unit = "org.eclipse.equinox.p2.iu";
+  EXPECT_EQ(a.requirements, (std::vector<Requirement>{{unit, "there", "1", "(osgi.os=win32)", true},
+                                                      {unit, "perhaps", "1", "", false},
+                                                      {unit, "installed", "1", "", false},
+                                                      {unit, "least", "1", "", false},
+                                                      {"osgi.bundle", "bundle", "", "", true}}));
+  EXPECT_EQ(a.further_capabilities, (std::vector<Capability>{{"osgi.bundle", "b", "2"}}));
+  EXPECT_EQ(a.names_patched, std::set<std::string>{"patched"});
+}
+
+TEST_F(RepositoryTest, ChildrenThatOnlyTheContentHasAreKnown) {
+  for (const std::string site : {"a", "b"}) write_file(site + "/content.xml", offer);
+  for (const std::string site : {"a", "b"}) write_file(site + "/artifacts.xml", "<repository/>");
+  write_file("all/compositeContent.xml", composite_of({"../a", "../b"}));
+  write_file("all/compositeArtifacts.xml", composite_of({"../a"}));
+  EXPECT_EQ(repositories.at("all").children_without_artifacts, std::set<std::string>{"../b"});
+}
+
+TEST_F(RepositoryTest, AnIndexCanExcludeTheListOfArtifacts) {
+  write_file("site/content.xml", offer);
+  write_file("site/artifacts.xml", "<repository/>");
+  write_file("site/p2.index", "version=1\nartifact.repository.factory.order=artifacts.xml.xz,!\n");
+  EXPECT_EQ(repositories.at("site").error, "p2.index excludes every list of artifacts that exists");
+}
+
+TEST_F(RepositoryTest, ReferencesAreNotedAlsoOfAChild) {
+  write_file("site/content.xml", "<repository><references><repository uri='http://x'/></references><units/></repository>");
+  write_file("all/compositeContent.xml", composite_of({"../site"}));
+  EXPECT_TRUE(repositories.at("site").has_references);
+  EXPECT_TRUE(repositories.at("all").has_references);
 }
 
 TEST_F(RepositoryTest, ActionsThatP2DoesNotHaveAreForeign) {
@@ -447,9 +495,48 @@ TEST_F(RepositoryTest, ActionsThatP2DoesNotHaveAreForeign) {
             Texts());
 }
 
+TEST_F(RepositoryTest, ActionsBelongToATouchpoint) {
+  const auto foreign_for = [this](const std::string& touchpoint, const std::string& actions) {
+    const std::string site = std::to_string(++count);
+    write_file(site + "/content.xml", "<repository><units><unit id='a' version='1'><touchpoint id='org.eclipse.equinox.p2." +
+                                          touchpoint +
+                                          "' version='1.0.0'/><touchpointData><instructions><instruction "
+                                          "key='install'>" +
+                                          actions +
+                                          "</instruction></instructions></touchpointData>"
+                                          "</unit></units></repository>");
+    return repositories.at(site).descriptions.begin()->second.foreign_actions;
+  };
+  using Actions = std::set<std::string>;
+  EXPECT_EQ(foreign_for("osgi", "markStarted(started:true);mkdir(path:a);rmdir(path:a);chmod(a:b);ln(a:b);"), Actions());
+  EXPECT_EQ(foreign_for("osgi", "unzip(a:b);copy(a:b);"), (Actions{"install:copy", "install:unzip"}));
+  EXPECT_EQ(foreign_for("native", "unzip(a:b);copy(a:b);mkdir(path:a);"), Actions());
+  EXPECT_EQ(foreign_for("native", "markStarted(started:true);"), Actions{"install:markStarted"});
+}
+
+TEST_F(RepositoryTest, ActionsOfBundlesInAFeatureAreKnown) {
+  const auto unit = [](const std::string& id, const std::string& kind, const std::string& action) {
+    return "<unit id='" + id + "' version='1'>" + kind + "<touchpointData><instructions><instruction key='configure'>" +
+           action + "(a:b);addJvmArg(jvmArg:-Da=b);</instruction></instructions></touchpointData></unit>";
+  };
+  const std::string group = "<properties><property name='org.eclipse.equinox.p2.type.group' value='true'/></properties>";
+  const std::string jar = "<provides><provided namespace='org.eclipse.update.feature' name='a' version='1'/></provides>";
+  write_file("site/content.xml", "<repository><units>" + unit("group", group, "markStarted") +
+                                     unit("jar", jar, "org.eclipse.equinox.p2.touchpoint.eclipse.setStartLevel") +
+                                     unit("bundle", "", "markStarted") + "</units></repository>");
+  const auto actions_of = [&](const std::string& id) {
+    return repositories.at("site").descriptions.at({id, "1"}).bundle_actions;
+  };
+  using Actions = std::set<std::string>;
+  EXPECT_EQ(actions_of("group"), Actions{"configure:markStarted"});
+  EXPECT_EQ(actions_of("jar"), Actions{"configure:org.eclipse.equinox.p2.touchpoint.eclipse.setStartLevel"});
+  EXPECT_EQ(actions_of("bundle"), Actions());
+}
+
 TEST_F(RepositoryTest, ChecksumsThatTheDirectorComparesAreKept) {
   write_file("site/content.xml", offer);
-  write_file("site/plugins/a_1.jar", "PK jar");
+  const std::string jar = zipped({});
+  write_file("site/plugins/a_1.jar", jar);
   write_file("site/artifacts.xml",
              "<repository><mappings><rule filter='(&amp; (classifier=osgi.bundle))' "
              "output='${repoUrl}/plugins/${id}_${version}.jar'/></mappings><artifacts>"
@@ -463,7 +550,120 @@ TEST_F(RepositoryTest, ChecksumsThatTheDirectorComparesAreKept) {
   ASSERT_EQ(file.checksums.size(), 1U);
   EXPECT_EQ(file.checksums[0].hexadecimal, "01");
   EXPECT_EQ(checksum_error(file), "does not have the checksum that is listed: SHA-256 01, but " +
-                                      eclipse_base::digest_of("PK jar", eclipse_base::Digest::sha_256));
+                                      eclipse_base::digest_of(jar, eclipse_base::Digest::sha_256));
+}
+
+std::string artifacts_with(const std::string& filter, const std::string& output) {
+  return "<repository><mappings><rule filter='" + filter + "' output='" + output +
+         "'/></mappings><artifacts><artifact classifier='osgi.bundle' id='a' version='1'/></artifacts></repository>";
+}
+
+TEST_F(RepositoryTest, NamesWithBackslashesInAnArchiveAreDamage) {
+  write_archive("site.zip", {{"content.xml", offer},
+                             {"artifacts.xml", artifacts_with("(classifier=osgi.bundle)", "${repoUrl}/plugins/${id}.jar")},
+                             {"plugins\\a.jar", zipped({})}});
+  EXPECT_EQ(repositories.at("site.zip").damaged_artifacts.size(), 1U);
+  EXPECT_EQ(repositories.at("site.zip").missing_artifacts.size(), 0U);
+}
+
+TEST_F(RepositoryTest, ArtifactsAreWhereTheFirstMatchingRuleLeads) {
+  const std::string absolute = std::filesystem::absolute("elsewhere").string();
+  write_archive("elsewhere/a_1.jar", {});
+  const std::vector<std::tuple<std::string, std::string, std::string, bool>> rules = {
+      {"(classifier=osgi.bundle)", "${repoUrl}/bundles/${id}/${version}.jar", "bundles/a/1.jar", false},
+      {"(&amp; (classifier=osgi.bundle) (id=a))", "${repoUrl}/../elsewhere/${id}_${version}.jar", "", true},
+      {"(&amp;(classifier=osgi.bundle))", "file:" + absolute + "/${id}_${version}.jar", "", true},
+      {"(classifier=osgi.bundle)", "file:///missing/a.jar", "/missing/a.jar", false},
+      {"(&amp; (classifier=binary))", "${repoUrl}/bundles/${id}.jar", "", true},
+      {"(classifier=osgi.*)", "${repoUrl}/bundles/${id}.jar", "", true},
+      {"(|(classifier=osgi.bundle))", "${repoUrl}/bundles/${id}.jar", "", true},
+      {"(classifier=osgi.bundle)", "${repoUrl}/${format}/${id}.jar", "", true}};
+  for (const auto& [filter, output, missing, is_there] : rules) {
+    const std::string name = "site" + std::to_string(++count);
+    write_file(name + "/content.xml", offer);
+    write_file(name + "/artifacts.xml", artifacts_with(filter, output));
+    const Repository& site = repositories.at(name);
+    EXPECT_EQ(site.artifacts->count("osgi.bundle,a,1") != 0, is_there) << filter << output;
+    EXPECT_EQ(site.missing_artifacts.empty() ? "" : site.missing_artifacts.begin()->second, missing) << filter << output;
+    EXPECT_EQ(site.absolute_artifact, output.find(absolute) != output.npos ? absolute + "/a_1.jar" : "") << output;
+  }
+}
+
+TEST_F(RepositoryTest, ArtifactsMayBeOnAnotherMachine) {
+  write_file("site/content.xml", offer);
+  write_file("site/artifacts.xml", artifacts_with("(classifier=osgi.bundle)", "https://example.org/${id}_${version}.jar"));
+  write_file("all/compositeContent.xml", composite_of({"../site"}));
+  write_file("all/compositeArtifacts.xml", composite_of({"../site"}));
+  for (const std::string name : {"site", "all"}) {
+    const Repository& site = repositories.at(name);
+    EXPECT_EQ(site.artifacts_elsewhere.at("osgi.bundle,a,1"), "https://example.org/a_1.jar") << name;
+    EXPECT_TRUE(site.artifacts->empty()) << name;
+  }
+  write_file("relative/content.xml", offer);
+  write_file("relative/artifacts.xml", artifacts_with("(classifier=osgi.bundle)", "plugins/${id}.jar"));
+  EXPECT_EQ(repositories.at("relative").artifacts_elsewhere.begin()->second, "plugins/a.jar");
+}
+
+/// What is ignored, each as "NAME for READ_INSTEAD".
+std::vector<std::string> ignored_in(const Repository& site) {
+  std::vector<std::string> ignored;
+  for (const IgnoredMetadata& metadata : site.ignored_metadata)
+    ignored.push_back(metadata.name + " for " + metadata.read_instead +
+                      (metadata.child.empty() ? "" : " in " + metadata.child));
+  return ignored;
+}
+
+TEST_F(RepositoryTest, MetadataBesideThatWhichIsReadIsIgnored) {
+  using Texts = std::vector<std::string>;
+  write_archive("one/content.jar", {{"content.xml", offer}});
+  write_file("one/content.xml", other_offer);
+  write_file("one/content.xml.xz", compressed_with_xz(other_offer));
+  EXPECT_EQ(repositories.at("one").units, units);
+  EXPECT_EQ(ignored_in(repositories.at("one")), (Texts{"content.xml for content.jar", "content.xml.xz for content.jar"}));
+  write_archive("two/content.jar", {{"content.xml", other_offer}});
+  write_file("two/content.xml.xz", compressed_with_xz(offer));
+  write_file("two/p2.index", "version=1\nmetadata.repository.factory.order=content.xml.xz,!\n");
+  EXPECT_EQ(repositories.at("two").units, units);
+  EXPECT_EQ(ignored_in(repositories.at("two")), Texts{"content.jar for content.xml.xz"});
+}
+
+TEST_F(RepositoryTest, IgnoredMetadataOfChildrenIsNotedOnce) {
+  write_archive("one/content.jar", {{"content.xml", offer}});
+  write_file("one/content.xml", other_offer);
+  write_file("all/compositeContent.xml", composite_of({"../one"}));
+  write_file("all/compositeArtifacts.xml", composite_of({"../one"}));
+  write_file("outer/compositeContent.xml", composite_of({"../all/"}));
+  EXPECT_EQ(ignored_in(repositories.at("all")), std::vector<std::string>{"content.xml for content.jar in ../one"});
+  EXPECT_EQ(ignored_in(repositories.at("outer")), std::vector<std::string>{"content.xml for content.jar in ../all/../one"});
+}
+
+TEST_F(RepositoryTest, MetadataThatSaysTheSameIsNotIgnored) {
+  const std::string with_property =
+      "<repository><properties><property name='p2.compressed' value='true'/></properties>\n"
+      "<units>\n  <unit id='a.feature.group' version='1.0.0'/>\n</units></repository>";
+  write_archive("site/content.jar", {{"content.xml", offer}});
+  write_file("site/content.xml", with_property);
+  write_file("site/content.xml.xz", compressed_with_xz(offer));
+  EXPECT_EQ(ignored_in(repositories.at("site")), std::vector<std::string>());
+}
+
+TEST_F(RepositoryTest, SecondElementIsIgnored) {
+  const std::string second = "<units><unit id='b.feature.group' version='2.0.0'/></units></repository>";
+  write_file("site/content.xml", offer.substr(0, offer.find("</repository>")) + second);
+  EXPECT_EQ(repositories.at("site").units, units);
+  EXPECT_EQ(ignored_in(repositories.at("site")),
+            std::vector<std::string>{"the second <units> in content.xml for the first one"});
+}
+
+TEST_F(RepositoryTest, ArchiveInAnArchiveIsNamed) {
+  write_archive("site.zip", {{"site-1.0.zip", "PK"}});
+  EXPECT_EQ(repositories.at("site.zip").inner_archive, "site-1.0.zip");
+  write_archive("two.zip", {{"site-1.0.zip", "PK"}, {"site-2.0.zip", "PK"}});
+  EXPECT_EQ(repositories.at("two.zip").inner_archive, "");
+  write_archive("directory/docs.zip", {{"index.html", "a"}});
+  EXPECT_EQ(repositories.at("directory").inner_archive, "");
+  write_archive("other/site.zip", {{"content.xml", offer}});
+  EXPECT_EQ(repositories.at("other").inner_archive, "site.zip");
 }
 
 TEST_F(RepositoryTest, ArtifactsThatOnlyPack200HasAreDamaged) {

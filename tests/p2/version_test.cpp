@@ -6,6 +6,9 @@
 #include <array>
 #include <cstddef>
 #include <string_view>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 using eclipse_p2::compare_versions;
 using eclipse_p2::whole_version;
@@ -25,10 +28,13 @@ TEST(WholeVersion, LeavesTheQualifierAsItIs) {
   EXPECT_EQ(whole_version("1.2.3.a.b"), "1.2.3.a.b");
 }
 
+/// As it is compared.
+TEST(WholeVersion, HasNoDotWithoutAQualifier) { EXPECT_EQ(whole_version("1.2.3."), "1.2.3"); }
+
 TEST(WholeVersion, IsSomethingForAnyText) {
   EXPECT_EQ(whole_version(""), ".0.0");
   EXPECT_EQ(whole_version("x"), "x.0.0");
-  EXPECT_EQ(whole_version("..."), "...");
+  EXPECT_EQ(whole_version("..."), "..");
 }
 
 TEST(CompareVersions, OrdersByNumbersAndThenByTheQualifier) {
@@ -44,6 +50,37 @@ TEST(CompareVersions, OrdersByNumbersAndThenByTheQualifier) {
 TEST(CompareVersions, TakesOneVersionInTwoSpellingsForTheSame) {
   EXPECT_EQ(compare_versions("1", "01.0.0"), std::strong_ordering::equal);
   EXPECT_EQ(compare_versions("1.2.3.a", "1.02.3.a"), std::strong_ordering::equal);
+  EXPECT_EQ(compare_versions("1.2.3", "1.2.3."), std::strong_ordering::equal);
+}
+
+TEST(VersionRange, HasItsEndsByItsBrackets) {
+  const std::vector<std::tuple<std::string_view, std::string_view, bool>> ranges = {{"1.9.0", "[2.0.0,3.0.0)", false},
+                                                                                    {"2.0.0", "[2.0.0,3.0.0)", true},
+                                                                                    {"3.0.0", "[2.0.0,3.0.0)", false},
+                                                                                    {"2.0.0", "(2.0.0,3.0.0]", false},
+                                                                                    {"3.0.0", "(2.0.0,3.0.0]", true},
+                                                                                    {"1.0.0.v2", "[1.0.0.v1,1.0.0.v1]", false},
+                                                                                    {"1.0", "[1.0.0, 1.0.0]", true},
+                                                                                    {"1.9.0", "2.0.0", false},
+                                                                                    {"3.0.0", "2.0.0", true},
+                                                                                    {"0.1.0", "", true},
+                                                                                    {"0.1.0", "0.0.0", true},
+                                                                                    {"0.1.0", "raw:[1.0,2.0]", true},
+                                                                                    {"0.1.0", ",", true}};
+  for (const auto& [version, range, is_in] : ranges)
+    EXPECT_EQ(eclipse_p2::is_in_range(version, range), is_in) << version << range;
+}
+
+TEST(Qualifier, HasALowerNumberInTheNewerVersion) {
+  EXPECT_TRUE(eclipse_p2::has_lower_number("1.0.0.b9", "1.0.0.b10"));
+  EXPECT_TRUE(eclipse_p2::has_lower_number("1.0.0.9", "1.0.0.10"));
+  EXPECT_TRUE(eclipse_p2::has_lower_number("1.0.0.v2b9-x", "1.0.0.v2b19"));
+  for (const auto& [newer, older] :
+       {std::pair("1.0.0.b10", "1.0.0.b9"), std::pair("1.0.0.b09", "1.0.0.b10"), std::pair("1.0.9", "1.0.10"),
+        std::pair("1.0.1.b9", "1.0.0.b10"), std::pair("1.0.0.v20221124", "1.0.0.v202211231800"),
+        std::pair("1.0.0.b9", "1.0.0.b9"), std::pair("1.0.0.x9", "1.0.0.b10"), std::pair("1.0.0.b9", "1.0.0")}) {
+    EXPECT_FALSE(eclipse_p2::has_lower_number(newer, older)) << newer << " " << older;
+  }
 }
 
 }  // namespace

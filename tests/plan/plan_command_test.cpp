@@ -208,8 +208,9 @@ TEST_F(PlanCommand, HasALineForEachFeatureAndRepository) {
                    ":8: has no repository, so the line is ignored\n"
                    "\n"
                    "The run would be refused\n"
-                   "  older 1.9.0 is installed, and the session brings 2.0.0; the director does not replace it, but --update "
-                   "does (with --allow-downgrade, since newer 1.10.0 is installed, and the session brings only 1.0.0)\n",
+                   "  older 1.9.0 is installed, and the session brings 2.0.0; the director would not replace the "
+                   "installed version; use --update (with --allow-downgrade, since newer 1.10.0 is installed, and the session "
+                   "brings only 1.0.0)\n",
                ""}));
   const Json planned = plan();
   EXPECT_EQ(planned.at("changes").at(2), Json({{"unit", "older"},
@@ -242,7 +243,7 @@ TEST_F(PlanCommand, MarksFeaturesThatTheShellKeepsFromTheDirector) {
   for (const std::string name : {"site", "my site", "a$b"}) write_repository(name, {{"one", "1.0.0"}, {"two", "1.0.0"}});
   const std::map<std::string, Texts> plans = {
       {"site\tone\nsite\ttwo\n", {"+ one", "+ two"}},   {"my site\tone\nsite\ttwo\n", {"! one", "! two"}},
-      {"a$b\tone\nsite\ttwo\n", {"! one", "+ two"}},    {"\"site\"\tone\nsite\ttwo\n", {"! one", "+ two"}},
+      {"a$b\tone\nsite\ttwo\n", {"! one", "+ two"}},    {"\"site\"\t'one'\nsite\ttwo\n", {"+ one", "+ two"}},
       {"site\tone #\nsite\ttwo\n", {"! one", "+ two"}}, {"site\tone(\nsite\ttwo\n", {"! one(", "+ two"}}};
   for (const auto& [descriptor, signs] : plans) {
     fake::write_file("tools/etc/eclipse/tools.txt", descriptor);
@@ -306,6 +307,61 @@ TEST_F(PlanCommand, ShowsWhatMayComeAsASurprise) {
   EXPECT_NE(none.output.find("\nCommand\n  None: the last line of the log is: eclipse_int: nothing to integrate\n"),
             std::string::npos)
       << none.output;
+}
+
+TEST_F(PlanCommand, SaysWhatOnlyTheDirectorKnows) {
+  write_session("install");
+  write_repository("site", {{"new.feature.group", "1.0.0"}, {"same.feature.group", "1.0.0"}});
+  write_profile({{"same.feature.group", "1.0.0"}});
+  const std::string limit = "whether all that the features require can be installed; --resolve asks the director";
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tnew.feature.group\nsite\tsame.feature.group\n");
+  const Outcome green = eclipse_int("plan session.json");
+  EXPECT_EQ(green.status, 0) << green.output;
+  EXPECT_TRUE(green.output.ends_with("\n\nNot checked: " + limit + "\n\nlint: no findings\n")) << green.output;
+  EXPECT_EQ(plan().at("limits"), Json::array({limit}));
+  EXPECT_FALSE(plan("--resolve").contains("limits"));
+
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tsame.feature.group\n");
+  EXPECT_FALSE(plan().contains("limits")) << "nothing is installed";
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tnew.feature.group\nsite\tnowhere\n");
+  EXPECT_FALSE(plan().contains("limits")) << "it fails anyway";
+}
+
+TEST_F(PlanCommand, SaysWhichLineAnErrorOfLintIsAbout) {
+  write_session("install");
+  write_repository("site", {{"one", "1.0.0"}, {"two", "1.0.0"}});
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite\ttow\n");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(signs_in(outcome.output), (std::vector<std::string>{"+ one", "! tow"}));
+  EXPECT_NE(outcome.output.find("\n  tools/etc/eclipse/tools.txt:2: no repository has \"tow\"\n"), std::string::npos)
+      << outcome.output;
+  const Json error = plan().at("lintErrors").at(0);
+  EXPECT_EQ(error.at("rule"), "feature-not-found");
+  EXPECT_EQ(error.at("location"), "tools/etc/eclipse/tools.txt:2");
+  EXPECT_EQ(error.at("message"), "no repository has \"tow\"");
+}
+
+TEST_F(PlanCommand, CommandForAllMayFailWithoutHarm) {
+  write_session("install");
+  write_repository("site", {{"one.feature.group", "1.0.0"}, {"two.feature.group", "1.0.0"}});
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone.feature.group \nsite\ttwo.feature.group\n");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_EQ(outcome.status, 0) << outcome.output;
+  EXPECT_EQ(signs_in(outcome.output), (std::vector<std::string>{"+ one.feature.group", "+ two.feature.group"}));
+  EXPECT_NE(outcome.output.find("  Warning: the shell would change this command:\n"), std::string::npos);
+  EXPECT_NE(outcome.output.find("\nlint: 1 warning"), std::string::npos);
+  script(1, "exit 13");
+  EXPECT_EQ(eclipse_int("run session.json").status, 0) << "each goes in alone";
+}
+
+TEST_F(PlanCommand, FailsForAnErrorOfLint) {
+  write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "User"}});
+  const Outcome misspelled = eclipse_int("plan session.json");
+  EXPECT_EQ(misspelled.status, 1);
+  EXPECT_EQ(misspelled.output.find("  !  "), std::string::npos) << misspelled.output;
+  EXPECT_NE(misspelled.output.find("\nlint: 3 errors"), std::string::npos) << misspelled.output;
+  EXPECT_EQ(eclipse_int("plan session.json --set ECLIPSE_INTEGRATION_CHOICE=none").status, 0);
 }
 
 TEST_F(PlanCommand, CountsWhatLintFindsInThisSession) {
@@ -459,6 +515,25 @@ TEST_F(PlanCommand, CountsOnlyRetriesThatAreAlike) {
       << text;
   EXPECT_NE(text.find(" -i four five 2>&1\n  Warning: "), std::string::npos) << text;
   EXPECT_EQ(text.find(" -i six"), std::string::npos) << text;
+}
+
+TEST_F(PlanCommand, LeavesOutRetriesThatAreTooMany) {
+  write_session("install");
+  std::string descriptor = "site\tone\nsite\ttwo\n";
+  for (int i = 1; i <= 80; ++i) descriptor += "site\tfeature " + std::to_string(i) + "\n";
+  fake::write_file("tools/etc/eclipse/tools.txt", descriptor);
+  const std::string text = eclipse_int("plan session.json --verbose").output;
+  EXPECT_NE(text.find("\n  and 1 more like this, one for each feature (--retries shows them)\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("\n  and 31 more, which are left out here and in --json\n"), std::string::npos) << text;
+  const Json document = plan();
+  EXPECT_EQ(document.at("retries").size(), 50U);
+  EXPECT_EQ(document.at("retriesLeftOut"), 31);
+  EXPECT_EQ(document.at("retryCount"), 82);
+  EXPECT_EQ(plan("--retries").at("retriesLeftOut"), 0);
+  // What the shell does to a feature is known all the same.
+  const Json last = document.at("changes").back();
+  EXPECT_EQ(last.at("change"), "fail");
+  EXPECT_EQ(last.at("remark"), "the shell changes column 2 of DIRECTORY/tools/etc/eclipse/tools.txt:82: the word ends here");
 }
 
 TEST_F(PlanCommand, ShowsControlCharactersAndHasEveryByteForPrograms) {

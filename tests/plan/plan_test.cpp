@@ -322,6 +322,40 @@ TEST_F(Planning, ShowsTheRetryThatIsTooLong) {
   EXPECT_EQ(numbers_of(plan(Retries::distinct).retries), Numbers{1}) << "all are too long";
 }
 
+std::string numbered_features(std::size_t count) {
+  std::string descriptor;
+  for (std::size_t i = 1; i <= count; ++i) descriptor += "s\tF " + std::to_string(i) + "\n";
+  return descriptor;
+}
+
+TEST_F(Planning, LeavesOutRetriesThatDifferWhenTheyAreVeryMany) {
+  constexpr std::size_t count = 300;
+  add("c", numbered_features(count) + "s\tplain\ns\tand.plain\n");
+  const Plan made = plan(Retries::distinct);
+  ASSERT_EQ(made.retries.size(), most_distinct_retries);
+  EXPECT_EQ(made.retries.front().number, 1U);
+  EXPECT_EQ(made.retries.back().number, count + 1) << "the one that represents others is kept";
+  EXPECT_EQ(made.representative_retry, count + 1);
+  EXPECT_EQ(made.retries_left_out.size(), count + 1 - most_distinct_retries);
+  EXPECT_FALSE(made.retries_left_out.contains(count + 2)) << "it is like the representative";
+  EXPECT_EQ(made.retry_count, count + 2);
+  EXPECT_EQ(plan().retries.size(), count + 2) << "who asks for all gets them";
+}
+
+/// Each retry of a removal has all features, so that thousands of them would take gigabytes.
+TEST_F(Planning, KeepsABoundedAmountOfRetries) {
+  constexpr std::size_t count = 5'000;
+  session.variables["KORU_MODE"] = "uninstall";
+  add("c", numbered_features(count));
+  for (const Retries retries : {Retries::distinct, Retries::all}) {
+    const Plan made = plan(retries);
+    EXPECT_GT(made.retries.size(), 40U);
+    EXPECT_LT(made.retries.size() * made.longest_retry, largest_retries + made.longest_retry);
+    EXPECT_EQ(made.retries.size() + made.retries_left_out.size(), count);
+    EXPECT_EQ(made.retry_count, count);
+  }
+}
+
 using Texts = std::vector<std::string>;
 
 TEST_F(Planning, GivesTheReasonsForNothingToDo) {

@@ -129,6 +129,27 @@ TEST_F(Resolve, LeavesTheInstanceAloneWhenItCanBeCopied) {
   EXPECT_FALSE(std::filesystem::exists(configuration.substr(0, configuration.find('\n'))));
 }
 
+/// There are so many files that the signal comes while they are copied.
+TEST_F(Resolve, IsEndedByASignalWhileTheInstanceIsCopied) {
+  write_session("install");
+  fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.profile=P\n");
+  fake::write_file(profile_state(), "<profile><units/></profile>");
+  const std::string settings = "eclipse/p2/org.eclipse.equinox.p2.engine/.settings/";
+  for (int i = 0; i < 10'000; ++i) fake::write_file(settings + std::to_string(i), "");
+  std::filesystem::create_directory("temporary");
+  for (const std::string subcommand : {"plan", "run"}) {
+    const Outcome outcome =
+        eclipse_int(subcommand +
+                        " --resolve session.json & "
+                        "for i in $(seq 10000); do set -- temporary/*; test -e $1 && break; sleep 0.002; done\n"
+                        "kill -s TERM $!; wait $!",
+                    "export TMPDIR=$PWD/temporary;");
+    EXPECT_EQ(outcome.status, 143) << subcommand << outcome.output << outcome.error;
+    EXPECT_EQ(director_calls(), "") << subcommand;
+    EXPECT_TRUE(std::filesystem::is_empty("temporary")) << subcommand;
+  }
+}
+
 TEST_F(Resolve, DoesNotAskWhereTheShellWouldChangeTheCommand) {
   write_session("install");
   fake::write_file("tools/etc/eclipse/tools.txt", "site\tone; touch started\n");

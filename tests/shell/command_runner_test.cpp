@@ -206,11 +206,11 @@ TEST(Shell, NoDescriptorsAreLeftOpenHereOrInTheCommand) {
 /// Signals this program again and again, with a handler that does nothing, as long as it lives.
 class Interruptions {
  public:
-  Interruptions() {
+  explicit Interruptions(suseconds_t microseconds = 5'000) {
     struct sigaction action {};
     action.sa_handler = [](int) {};
     sigaction(SIGALRM, &action, &before_);
-    const itimerval often{{0, 5'000}, {0, 5'000}};
+    const itimerval often{{0, microseconds}, {0, microseconds}};
     setitimer(ITIMER_REAL, &often, nullptr);
   }
   ~Interruptions() {
@@ -354,6 +354,18 @@ TEST(Shell, ASignalIsReportedAsWaiting) {
   const Interruptions interruptions;
   EXPECT_EQ(run_in_shell("echo 1; sleep 0.3; echo 2", progress).output, "1\n2\n");
   EXPECT_GT(waits, 5U);
+}
+
+/// A signal comes just when a command has ended and its output is not read yet.
+TEST(Shell, OnlyAProcessThatIsLeftHoldsTheOutputs) {
+  int held = 0;
+  eclipse_shell::CommandProgress progress;
+  progress.on_held_outputs = [&] { ++held; };
+  const Interruptions interruptions(50);
+  for (int i = 0; i < 50; ++i) run_in_shell("echo 1; sleep 0.01; echo 2", progress);
+  EXPECT_EQ(held, 0);
+  run_in_shell("sleep 0.1 & echo 1", progress);
+  EXPECT_EQ(held, 1);
 }
 
 TEST(Shell, SignalsToThisProgramDoNotDisturbACommand) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "fake_host/temporary_directory.h"
+
 namespace eclipse_shell {
 
 namespace {
@@ -48,6 +50,19 @@ TEST(ShellCause, IsToldOfWhatIsNotPassedOn) {
       {{"", "", " ", ""}, "passed on"},
   };
   for (const auto& [piece, wanted] : cases) EXPECT_EQ(text_of(cause_in(piece)), wanted) << piece.before << piece.text;
+}
+
+TEST(ShellCause, OfAGlobDependsOnTheFilesThatThereAre) {
+  const fake::TemporaryDirectory directory;
+  const CommandPiece alone = {"-i ", "a*b?", " ", ""};
+  EXPECT_EQ(text_of(cause_in(alone)), "passed on");
+  EXPECT_EQ(idle_globs_in(alone), (std::vector<std::size_t>{1, 3}));
+  EXPECT_EQ(idle_globs_in({"\"/", "a*b?", "!/\"", ""}), std::vector<std::size_t>()) << "quoted";
+  fake::write_file("a-b1", "");
+  EXPECT_EQ(text_of(cause_in(alone)), "1 pathname expansion replaces the word with \"a-b1\";");
+  EXPECT_EQ(idle_globs_in(alone), std::vector<std::size_t>());
+  EXPECT_EQ(text_of(cause_in({",", "a*b?", ",", ""})), "passed on");
+  EXPECT_EQ(text_of(cause_in({"-i a*", "b1", " ", ""})), "passed on") << "what is before it is the reason";
 }
 
 }  // namespace

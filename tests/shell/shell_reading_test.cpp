@@ -3,10 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <utility>
 #include <vector>
 
+#include "fake_host/temporary_directory.h"
 #include "shell/command_runner.h"
+#include "shell/pathname_expansion.h"
 
 namespace eclipse_shell {
 
@@ -83,7 +86,7 @@ TEST(ShellReading, SpecialCharactersAreRemarked) {
       {"$(a (b) c) d", {{"$(a (b) c)", "d"}}, {"0 the output of the command between the parentheses is substituted"}},
       {"`a b` c", {{"`a b`", "c"}}, {"0 the output of the command between the backquotes is substituted"}},
       {"a$ $", {{"a$", "$"}}, {}},
-      {"a* '*'", {{"a*", "*"}}, {"1 pathname expansion may replace the word with \"*\"", "3 the quotes are removed"}},
+      {"/nowhere/a* '*'", {{"/nowhere/a*", "*"}}, {"12 the quotes are removed"}},
       {"~/a b~", {{"~/a", "b~"}}, {"0 tilde expansion replaces \"~\" with a home directory"}},
       {"a=b/c d", {{"a=b/c", "d"}}, {"0 the word assigns a variable, and the command begins after it"}},
       {"_a1= x=y", {{"_a1=", "x=y"}}, {"0 the word assigns a variable, and the command begins after it"}},
@@ -172,6 +175,62 @@ TEST(ShellReading, EverySmallTextIsReadAsTheShellReadsIt) {
   EXPECT_EQ(words_of_shell(script, exit_code), wanted);
   EXPECT_EQ(exit_code, 0);
   EXPECT_GT(checked, 500U);
+}
+
+/// Each pattern is given to both, in a directory with these files.
+TEST(ShellReading, GlobsAreExpandedAsTheShellExpandsThem) {
+  const fake::TemporaryDirectory directory;
+  for (const char* const file : {"a", "ab", "abc", "b", "B", ".hidden", "a b", "a*b", "[x]", "a[b", "a\\c", "q'q", "\xC3\xA4",
+                                 "d/one", "d/two", "d/.h", "e/one", "file:/s/x", "a1,c"}) {
+    fake::write_file(file, "");
+  }
+  std::filesystem::create_symlink("nowhere", "dangling");
+  std::filesystem::create_directory_symlink("d", "link");
+  const std::vector<std::string> patterns = {
+      "*",       "a*",    "?",      "??",       "[ab]",       "[!a]",      "[^a]",     "[a-b]*", "z*",
+      ".*",      ".h*",   "*/one",  "d/*",      "*/",         "d/../a?",   "a'*'b",    "a\\*b",  "'a'*",
+      "\"a \"*", "[[]x]", "[[]*",   "a[b",      "[",          "a[",        "d//*",     "./a*",   "*/*",
+      "a*b",     "\\a*",  "[\\a]b", "[\"a\"]b", "file:/*/x",  "file:///*", "a*,c",     "a*,d",   "*.zip",
+      "d*/t?o",  "*/.h",  "da*",    "link/*",   "*\\\\*",     "?'q",       "*\"'\"*",  "'d/'*",  "d'/'*",
+      "nope/*",  "[]a]",  "[!]a]",  "*/./one",  "/nowhere/*", "d/*/",      "a* b* z*", "\xC3*",  "a=*"};
+  std::string script;
+  std::string wanted;
+  for (const std::string& pattern : patterns) {
+    const ShellReading reading = read_as_shell("show " + pattern);
+    if (!reading.error.empty()) continue;
+    const std::string label = pattern.find_first_of("'\\") == pattern.npos ? pattern : "";
+    script += "show " + pattern + "; echo '  " + label + "'\n";
+    wanted += words_read(reading) + "  " + label + "\n";
+  }
+  int exit_code = -1;
+  EXPECT_EQ(words_of_shell(script, exit_code), wanted);
+}
+
+TEST(ShellReading, GlobThatMatchesIsAnExpansion) {
+  const fake::TemporaryDirectory directory;
+  for (const char* const file : {"one", "two", "three", "four", "only*"}) fake::write_file(file, "");
+  const ShellReading matched = read_as_shell("x [ot]* y");
+  EXPECT_TRUE(matched.has_expansion);
+  EXPECT_EQ(matched.commands, (std::vector<Words>{{"x", "one", "only*", "three", "two", "y"}}));
+  EXPECT_EQ(effects_of(matched), Words{"2 pathname expansion replaces the word with \"one\", \"only*\", \"three\" and 1 more"});
+  EXPECT_EQ(matched.idle_globs, std::vector<std::size_t>());
+  for (const std::string word : {"only*", "fi*ve?"}) {
+    const ShellReading idle = read_as_shell("x " + word + " 2>&1");
+    EXPECT_TRUE(idle.starts_only({"x", word}));
+    EXPECT_EQ(idle.idle_globs.front(), 2 + word.find('*'));
+    EXPECT_EQ(as_word(word), word);
+  }
+  EXPECT_EQ(read_as_shell("x 'a*' b\\*c \"d?\" $e*").idle_globs, std::vector<std::size_t>());
+  EXPECT_EQ(as_word("o*"), "o*") << "more than one word";
+  EXPECT_EQ(word_of("o*"), std::nullopt);
+  EXPECT_EQ(word_of("tw*"), std::nullopt) << "another word than is written";
+}
+
+TEST(ShellReading, TooManyFileNamesAreNotLookedAt) {
+  const fake::TemporaryDirectory directory;
+  for (const char* const file : {"one", "two", "three"}) fake::write_file(file, "");
+  EXPECT_EQ(expanded_pathnames("o*"), Words{"one"});
+  EXPECT_EQ(expanded_pathnames("o*", 3), std::nullopt);
 }
 
 TEST(ShellReading, WhatIsRefusedTheShellRefuses) {

@@ -37,7 +37,7 @@ class UpdateCommand : public ChildCommand {
 };
 
 const std::string refusal =
-    "one 1.0.0 is installed, and the session brings 2.0.0; the director does not replace it, but --update does";
+    "one 1.0.0 is installed, and the session brings 2.0.0; the director would not replace the installed version; use --update";
 
 TEST_F(UpdateCommand, IsRecommendedBeforeAnythingIsRun) {
   for (const std::string mode : {"modify", "install"}) {
@@ -65,6 +65,7 @@ TEST_F(UpdateCommand, IsOneCommandBeforeThatOfThePlugIn) {
   EXPECT_NE(plan.output.find("\nCommand of the update, before all others\n  DIRECTORY/eclipse/eclipse -nosplash "),
             std::string::npos)
       << plan.output;
+  let_director_leave_states();
   const Outcome run = eclipse_int("run session.json --update");
   EXPECT_EQ(run.status, 0);
   EXPECT_TRUE(run.output.ends_with("\nUpdated:\n  ~ one 1.0.0 -> 2.0.0\n")) << run.output;
@@ -100,8 +101,9 @@ TEST_F(UpdateCommand, ThatFailsSaysWhatItChanged) {
   script(1, "cp prepared " + registry + "2.profile; exit 137");
   const Outcome run = eclipse_int("run session.json --update");
   EXPECT_EQ(run.status, 1);
-  EXPECT_NE(run.output.find("Refused: the director failed, but it has changed the Eclipse: + one/2.0.0, - one/1.0.0\n"),
-            std::string::npos)
+  EXPECT_NE(
+      run.output.find("Refused: the director failed, but it has changed the Eclipse instance: + one/2.0.0, - one/1.0.0\n"),
+      std::string::npos)
       << run.output;
   EXPECT_EQ(director_calls(), update);
 }
@@ -133,14 +135,77 @@ TEST_F(UpdateCommand, IsNoDowngradeUnlessThatIsAllowed) {
   EXPECT_EQ(Json::parse(refused.output).at("refusal"),
             "one 3.0.0 is installed, and the session brings only 2.0.0; --allow-downgrade goes back to it");
   EXPECT_EQ(director_calls(), "");
+  let_director_leave_states();
   EXPECT_EQ(eclipse_int("run session.json --update --allow-downgrade").status, 0);
   EXPECT_NE(director_calls().find(" -u one/3.0.0 -i one/2.0.0\n"), std::string::npos);
   EXPECT_EQ(eclipse_int("run session.json --allow-downgrade").status, 2);
   EXPECT_EQ(eclipse_int("run session.json --update --resolve").status, 2);
 }
 
+TEST_F(UpdateCommand, IsRefusedAsPlannedForAFeatureInTwoVersions) {
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone/1.0.0\nsite\tone\n");
+  fake::write_file("tools/site/content.xml",
+                   "<repository><units><unit id='one' version='1.0.0'/><unit id='one' version='2.0.0'/></units></repository>");
+  const std::string contradiction =
+      "the session brings one in the versions 2.0.0 (DIRECTORY/tools/etc/eclipse/tools.txt:2) and 1.0.0 "
+      "(DIRECTORY/tools/etc/eclipse/tools.txt:1); leave out all but one of the lines";
+  const Outcome plan = eclipse_int("plan session.json --update --json");
+  EXPECT_EQ(plan.status, 1);
+  EXPECT_EQ(Json::parse(plan.output).at("update").at("refusal"), contradiction);
+  EXPECT_EQ(Json::parse(plan.output).at("changes").at(0).at("change"), "keep");
+  EXPECT_EQ(Json::parse(plan.output).at("changes").at(1).at("change"), "fail");
+  const Outcome run = eclipse_int("run session.json --update --json");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(Json::parse(run.output).at("refusal"), contradiction);
+  EXPECT_EQ(director_calls(), "");
+
+  std::filesystem::remove_all("eclipse/p2");
+  const Outcome fresh = eclipse_int("plan session.json --update");
+  EXPECT_EQ(fresh.status, 1);
+  EXPECT_NE(
+      fresh.output.find(
+          "  !  one        2.0.0  will most likely fail: the session also brings version 1.0.0 (DIRECTORY/tools/etc/eclipse/"
+          "tools.txt:1) (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"),
+      std::string::npos)
+      << fresh.output;
+}
+
+const std::string question = "-nosplash -application org.eclipse.equinox.p2.director -repository file://DIRECTORY/tools/site ";
+
+TEST_F(UpdateCommand, IsPartOfWhatTheDirectorIsAsked) {
+  const std::string unmet = "echo 'Installation failed.'; echo 'Cannot complete the install.' >&2; exit 13";
+  script(2, unmet);
+  script(4, unmet);
+  const Outcome plan = eclipse_int("plan session.json --update --resolve");
+  EXPECT_EQ(plan.status, 1);
+  EXPECT_NE(plan.output.find("  The director would do the update.\n  The director would not install all 2 features at once.\n"),
+            std::string::npos)
+      << plan.output;
+  EXPECT_NE(plan.output.find("  The run would try the features one by one and install 1 of 2.\n"), std::string::npos)
+      << plan.output;
+  const std::string asked = " -u one/1.0.0 -nl en -verifyOnly";
+  for (const std::string features : {"one/2.0.0", "one/2.0.0,one,two", "one/2.0.0,one", "one/2.0.0,two"}) {
+    EXPECT_NE(director_calls().find(question + "-i " + features + asked), std::string::npos) << director_calls();
+  }
+}
+
+TEST_F(UpdateCommand, ThatTheDirectorWouldNotDoEndsTheQuestions) {
+  script(1, "exit 13");
+  const Outcome plan = eclipse_int("plan session.json --update --resolve");
+  EXPECT_EQ(plan.status, 1);
+  EXPECT_NE(plan.output.find("  !  one  2.0.0  the director says why below (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"),
+            std::string::npos)
+      << plan.output;
+  EXPECT_NE(plan.output.find("  The director would not do the update, so the run would end before it changes anything.\n"),
+            std::string::npos)
+      << plan.output;
+  const Json json = Json::parse(eclipse_int("plan session.json --update --resolve --json").output);
+  EXPECT_EQ(json.at("resolution").at("update").at("features"), Json({"one/2.0.0"}));
+}
+
 TEST_F(UpdateCommand, IsNothingWhenThereIsNothingToReplace) {
   write_profile("2.0.0");
+  let_director_leave_states();
   EXPECT_EQ(eclipse_int("run session.json --update").status, 0);
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }

@@ -67,6 +67,11 @@ TEST(Update, KeepsToAVersionThatIsNamed) {
   EXPECT_EQ(texts_of(replacements_for(plan({"older/7"}), of_several_sites, installed)), Texts()) << "nobody offers it";
 }
 
+TEST(Update, ReplacesEachUnitOfALine) {
+  EXPECT_EQ(texts_of(replacements_for(plan({"same,newer,older"}), of_several_sites, installed)),
+            (Texts{"newer/3.0.0 -> newer/2.0.0 down p:1", "older/1.0.0 -> older/2.0.0 p:1"}));
+}
+
 TEST(Update, IsNoMatterOfRemovalsAndUnknownInstances) {
   Plan removal = plan({"older"});
   removal.is_removal = true;
@@ -77,8 +82,16 @@ TEST(Update, IsNoMatterOfRemovalsAndUnknownInstances) {
 TEST(Update, IsAskedForWhenAVersionIsOlder) {
   const auto older = replacements_for(plan({"older"}), of_several_sites, installed);
   EXPECT_EQ(refusal_for(older, {}),
-            "older 1.0.0 is installed, and the session brings 2.0.0; the director does not replace it, but --update does");
+            "older 1.0.0 is installed, and the session brings 2.0.0; the director would not replace the installed version; use "
+            "--update");
   EXPECT_EQ(refusal_for(older, {true, false}), "");
+}
+
+TEST(Update, IsAskedForWithEachUnitThatIsOlder) {
+  const auto two_older = eclipse_p2::installed_of({{"older", "1.0.0", {}, true}, {"new", "0.9.0", {}, true}});
+  EXPECT_EQ(refusal_for(replacements_for(plan({"older", "new"}), of_several_sites, two_older), {}),
+            "older 1.0.0 is installed, and the session brings 2.0.0, new 0.9.0 is installed, and the session brings 1.0.0; "
+            "the director would not replace the installed version; use --update");
 }
 
 TEST(Update, GoesToALowerVersionOnlyOnRequest) {
@@ -88,8 +101,31 @@ TEST(Update, GoesToALowerVersionOnlyOnRequest) {
             "newer 3.0.0 is installed, and the session brings only 2.0.0; --allow-downgrade goes back to it");
   EXPECT_EQ(refusal_for(newer, {true, true}), "");
   EXPECT_EQ(refusal_for(replacements_for(plan({"older", "newer"}), of_several_sites, installed), {}),
-            "older 1.0.0 is installed, and the session brings 2.0.0; the director does not replace it, but --update does (with "
+            "older 1.0.0 is installed, and the session brings 2.0.0; the director would not replace the installed version; use "
+            "--update (with "
             "--allow-downgrade, since newer 3.0.0 is installed, and the session brings only 2.0.0)");
+}
+
+TEST(Update, IsRefusedForASessionThatContradictsItself) {
+  const auto contradictions = replacements_for(plan({"older/1.0.0", "newer", "older"}), of_several_sites, installed);
+  ASSERT_EQ(contradictions.size(), 2U);
+  const std::string refusal =
+      "the session brings older in the versions 2.0.0 (p:3) and 1.0.0 (p:1); leave out all but one of the lines";
+  for (const Wishes& wishes : {Wishes{false, false}, Wishes{true, false}, Wishes{true, true}}) {
+    EXPECT_EQ(refusal_for(contradictions, wishes), refusal);
+  }
+  EXPECT_EQ(refusal_for(replacements_for(plan({"older/2", "older"}), of_several_sites, installed), {true, false}), "")
+      << "the same version";
+  EXPECT_EQ(refusal_for(replacements_for(plan({"newer", "newer/3"}), of_several_sites, installed), {}), "")
+      << "up to the director";
+}
+
+TEST(Update, OfALineThatRepeatsAUnitTakesNoLonger) {
+  std::string line = "older/1.0.0";
+  for (int i = 0; i < 100'000; ++i) line += ",older";
+  const auto replacements = replacements_for(plan({line}), of_several_sites, installed);
+  ASSERT_EQ(replacements.size(), 1U);
+  EXPECT_EQ(replacements.front().rival, "1.0.0 (p:1)");
 }
 
 TEST(Update, IsOneCommand) {

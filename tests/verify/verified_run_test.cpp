@@ -109,9 +109,10 @@ TEST_F(VerifiedRun, WarnsOfWhatIsCertainWhereTheProfileTells) {
   write_session("uninstall", {}, "\"remove\": true");
   fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nsite\ttwo\nsite\tthree\n");
   script(1, "echo one/1.0.0; echo other/1.0.0");
-  script(2, ":");
+  const std::string registry = "eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/";
+  script(2, "cp " + registry + "1.profile " + registry + "2.profile");
   script(3, "echo other/1.0.0; echo two/1.0.0");
-  fake::write_file("eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
+  fake::write_file(registry + "1.profile",
                    "<profile><units><unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'/>"
                    "<unit id='other' version='1'><requires><required namespace='org.eclipse.equinox.p2.iu' "
                    "name='two'/></requires></unit></units></profile>");

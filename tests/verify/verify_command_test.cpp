@@ -142,14 +142,20 @@ TEST_F(VerifyCommand, TakesAnOlderVersionForDifferentAndANewerOneNot) {
             (Outcome{1,
                      "Different: 1 of 2 units that the session installs are not installed in DIRECTORY/eclipse/eclipse\n"
                      "  one is not installed by name, but version 1.9.0 is; the session brings 2.0.0 "
-                     "(DIRECTORY/tools/etc/eclipse/tools.txt:2)\n" +
+                     "(DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"
+                     "  two is installed in the newer version 1.1.0; the session brings 1.0.0 "
+                     "(DIRECTORY/tools/etc/eclipse/tools.txt:3)\n" +
                          only_roots,
                      ""}));
   write_profile("<unit id='one' version='1.9.0'/><unit id='two' version='1.1.0'/>");
-  const Json one = Json::parse(eclipse_int("verify session.json --json").output).at("units").at(0);
+  const Json units = Json::parse(eclipse_int("verify session.json --json").output).at("units");
+  const Json& one = units.at(0);
   EXPECT_EQ(one.at("brought"), "2.0.0");
   EXPECT_EQ(one.at("otherVersions"), Json::array({"1.9.0"}));
+  EXPECT_EQ(one.at("newer"), "");
   EXPECT_EQ(one.at("same"), false);
+  EXPECT_EQ(units.at(1).at("newer"), "1.1.0");
+  EXPECT_EQ(units.at(1).at("same"), true);
   write_session("uninstall", {}, "\"remove\": true");
   EXPECT_EQ(Json::parse(eclipse_int("verify session.json --json").output).at("units").at(0).at("installed"), true)
       << "any version has to go";
@@ -188,9 +194,9 @@ TEST_F(VerifyCommand, IsThereForPrograms) {
     "removal": false, "executable": "DIRECTORY/eclipse/eclipse", "same": false,
     "units": [
       {"unit": "one", "locations": ["DIRECTORY/tools/etc/eclipse/tools.txt:2"], "installed": true, "byName": true,
-       "brought": "", "requiredBy": [], "otherVersions": [], "same": true},
+       "brought": "", "requiredBy": [], "otherVersions": [], "newer": "", "same": true},
       {"unit": "two", "locations": ["DIRECTORY/tools/etc/eclipse/tools.txt:3"], "installed": false, "byName": false,
-       "brought": "", "requiredBy": [], "otherVersions": [], "same": false}],
+       "brought": "", "requiredBy": [], "otherVersions": [], "newer": "", "same": false}],
     "roots": ["local.ide/4", "one/1.0.0"], "source": "director", "knowsAll": false})"));
 }
 

@@ -1,4 +1,5 @@
-// Rules about checksums of artifacts. Only those of the features that are named are computed, since that reads whole files.
+// Rules about checksums and signatures of artifacts. Only those of the features that are named are computed, since that reads
+// whole files.
 #include <filesystem>
 #include <map>
 #include <string>
@@ -8,11 +9,13 @@
 #include "base/printable.h"
 #include "base/text.h"
 #include "lint/input.h"
+#include "lint/needed_jars.h"
+#include "lint/needed_units.h"
 #include "lint/rule.h"
-#include "lint/rules/needed_units.h"
 #include "lint/rules/samples.h"
 #include "p2/artifact_file.h"
-#include "p2/profile.h"
+#include "p2/instance_paths.h"
+#include "p2/jar_errors.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -24,33 +27,18 @@ namespace eclipse_lint {
 
 namespace {
 
-bool is_only_in(const Repository& site, const Sites& sites, const std::string& artifact) {
-  for (const auto& [other, record] : sites) {
-    if (other != &site && (!other->artifacts || other->artifacts->count(artifact) != 0)) return false;
+/// Reports the first jar of each repository that has this error, and that there are others which `others_are` so.
+void check_jars(const Input& input, std::string JarErrors::*error, const std::string& others_are, Reporter& reporter) {
+  if (!input.jars) return;
+  std::map<const Record*, std::vector<std::string>> errors;
+  for (const NeededJar& jar : input.jars->wrong()) {
+    if (const std::string& text = jar.errors.*error; !text.empty()) errors[jar.record].push_back(*jar.name + " " + text);
   }
-  return true;
-}
-
-std::vector<std::string> errors_in(const Repository& site, const Sites& sites, const NeededUnits& needed) {
-  std::vector<std::string> errors;
-  for (const auto& [artifact, file] : site.artifact_files) {
-    if (!needed.has(unit_of_artifact(artifact)) || !is_only_in(site, sites, artifact)) continue;
-    if (std::string error = checksum_error(file); !error.empty()) errors.push_back(file.name + " " + error);
-  }
-  return errors;
-}
-
-void check_checksums(const Input& input, Reporter& reporter) {
-  if (!input.known_units) return;
-  const Sites sites = loaded_sites(input);
-  const NeededUnits needed(input, sites);
-  for (const auto& [site, record] : sites) {
-    const auto errors = errors_in(*site, sites, needed);
-    if (errors.empty()) continue;
-    const std::size_t others = errors.size() - 1;
+  for (const auto& [record, texts] : errors) {
+    const std::size_t others = texts.size() - 1;
     reporter.report(record->location(0),
-                    in_quotes(record->repository()) + ": " + errors.front() +
-                        (others == 0 ? "" : "; " + std::to_string(others) + " more of its jars have another checksum"));
+                    in_quotes(record->repository()) + ": " + texts.front() +
+                        (others == 0 ? "" : "; " + std::to_string(others) + " more of its jars " + others_are));
   }
 }
 
@@ -77,6 +65,8 @@ Sample site_with(const std::string& md5) {
                                  {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", jar()}});
 }
 
+static_assert(largest::artifact == 256 * largest::mebibyte, "as the texts of these rules say");
+
 Rule artifact_checksum_wrong() {
   return {.name = "artifact-checksum-wrong",
           .group = Group::repositories,
@@ -84,12 +74,71 @@ Rule artifact_checksum_wrong() {
           .title = "a jar of a repository has another checksum than the repository lists",
           .why =
               "The director refuses the jar. The command for all features fails, also for those of other repositories; each "
-              "feature is then tried alone. Compared are the jars of the named features in directories, up to 256 MiB each.",
+              "feature is then tried alone. Compared are the jars of the named features, up to 256 MiB each.",
           .fix = "publish the repository again, and check that no jar is replaced, signed or converted afterwards",
           .bad = site_with("d41d8cd98f00b204e9800998ecf8427e"),
           .good = site_with(md5_of_jar),
-          .check = check_checksums,
+          .check = [](const Input& input,
+                      Reporter& reporter) { check_jars(input, &JarErrors::checksum, "have another checksum", reporter); },
           .concerns_removals = false};
+}
+
+/// The signature itself is not examined.
+Sample site_with_signed_jar(const std::string& text) {
+  Sample sample = site_with("");
+  sample.files.back().content.clear();
+  sample.files.back().entries = {{"META-INF/MANIFEST.MF",
+                                  "Manifest-Version: 1.0\n\nName: a.txt\n"
+                                  "SHA-256-Digest: ungWv48Bz+pBQUDeXa4iI7ADYaOWF3qctBD/YfIAFa0=\n\n"},
+                                 {"META-INF/KEY.SF", "Signature-Version: 1.0\n\nName: a.txt\n\n"},
+                                 {"META-INF/KEY.RSA", ""},
+                                 {"a.txt", text}};
+  return sample;
+}
+
+Rule artifact_altered_after_signing() {
+  return {.name = "artifact-altered-after-signing",
+          .group = Group::repositories,
+          .severity = Severity::error,
+          .title = "a signed jar of a repository was altered after it was signed",
+          .why =
+              "The director refuses the jar, also if its checksum was listed anew. The command for all features fails, also "
+              "for those of other repositories; each feature is then tried alone. Examined are the jars of the named features, "
+              "up to 256 MiB each.",
+          .fix = "sign the jar again, or delete its signature (META-INF/*.SF and *.RSA), and publish the repository again",
+          .bad = site_with_signed_jar("altered"),
+          .good = site_with_signed_jar("abc"),
+          .check = [](const Input& input,
+                      Reporter& reporter) { check_jars(input, &JarErrors::signature, "were altered", reporter); },
+          .concerns_removals = false};
+}
+
+Sample site_with_bundle(const std::string& version) {
+  Sample sample = site_with("");
+  sample.files.back().content.clear();
+  sample.files.back().entries = {{"META-INF/MANIFEST.MF",
+                                  "Manifest-Version: 1.0\nBundle-SymbolicName: org.example.one.plugin;singleton:=true\n"
+                                  "Bundle-Version: " +
+                                      version + "\n"}};
+  return sample;
+}
+
+Rule artifact_of_other_bundle() {
+  return {
+      .name = "artifact-of-other-bundle",
+      .group = Group::repositories,
+      .severity = Severity::error,
+      .title = "a jar of a repository is another bundle, or another version, than the repository lists",
+      .why =
+          "The director installs the jar and reports success, but Eclipse starts what the manifest of the jar names. The "
+          "bundle that the p2 profile lists is then missing. Compared are Bundle-SymbolicName and Bundle-Version of the named "
+          "features' bundles.",
+      .fix = "publish the repository again from the jar",
+      .bad = site_with_bundle("1.0.1"),
+      .good = site_with_bundle("1.0.0"),
+      .check = [](const Input& input,
+                  Reporter& reporter) { check_jars(input, &JarErrors::identity, "are other bundles", reporter); },
+      .concerns_removals = false};
 }
 
 // ---- The same version, built twice ----
@@ -133,10 +182,10 @@ Rule other_build_installed() {
       .good = product_with_installed(jar()),
       .check =
           [](const Input& input, Reporter& reporter) {
-            if (!input.session || input.session->run.commands.empty() || !input.known_units) return;
-            const fs::path instance = instance_directory(input.session->executable());
-            const Sites sites = loaded_sites(input);
-            const NeededUnits needed(input, sites);
+            if (!input.session || input.session->run.commands.empty() || !input.needed) return;
+            const fs::path instance = instance_directory(input.session->executable);
+            const NeededUnits& needed = *input.needed;
+            const Sites& sites = needed.sites();
             for (const auto& [site, record] : sites) {
               const std::string jar = other_build_in(instance, *site, needed);
               if (jar.empty()) continue;
@@ -145,15 +194,6 @@ Rule other_build_installed() {
             }
           },
       .concerns_removals = false};
-}
-
-bool differ(const ArtifactFile& one, const ArtifactFile& other) {
-  for (const Checksum& checksum : one.checksums) {
-    for (const Checksum& another : other.checksums) {
-      if (checksum.digest == another.digest) return checksum.hexadecimal != another.hexadecimal;
-    }
-  }
-  return false;
 }
 
 Sample two_sites(const std::string& md5_of_second) {
@@ -182,16 +222,16 @@ Rule artifact_in_two_builds() {
           .good = site_with(md5_of_jar),
           .check =
               [](const Input& input, Reporter& reporter) {
-                if (!input.known_units) return;
-                const Sites sites = loaded_sites(input);
-                const NeededUnits needed(input, sites);
+                if (!input.needed) return;
+                const NeededUnits& needed = *input.needed;
+                const Sites& sites = needed.sites();
                 std::map<std::string, std::pair<const ArtifactFile*, const Record*>> known;
                 for (const auto& [site, record] : sites) {
                   for (const auto& [artifact, file] : site->artifact_files) {
                     if (!needed.has(unit_of_artifact(artifact))) continue;
                     const auto [first, is_new] = known.emplace(artifact, std::pair(&file, record));
                     const auto& [other, other_record] = first->second;
-                    if (is_new || !differ(file, *other)) continue;
+                    if (is_new || !are_different(file, *other)) continue;
                     reporter.report(record->location(0), in_quotes(record->repository()) + " and " +
                                                              in_quotes(other_record->repository()) + " in " +
                                                              other_record->where() + " have different files " + file.name);
@@ -205,7 +245,8 @@ Rule artifact_in_two_builds() {
 }  // namespace
 
 std::vector<Rule> rules_about_checksums() {
-  return {artifact_checksum_wrong(), artifact_in_two_builds(), other_build_installed()};
+  return {artifact_checksum_wrong(), artifact_altered_after_signing(), artifact_of_other_bundle(), artifact_in_two_builds(),
+          other_build_installed()};
 }
 
 }  // namespace eclipse_lint

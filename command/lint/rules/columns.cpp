@@ -9,6 +9,7 @@
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
 #include "lint/texts.h"
+#include "shell/shell_reading.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -110,6 +111,15 @@ Rule feature_in_third_column() {
           .corrects = Corrects::unsafely};
 }
 
+/// Of a quote or a space. Without the component, nothing is known of an archive, which would need its own quotes.
+Severity severity_of_change(const Input& input, const Record& record, std::size_t column) {
+  if (column == 1) return severity_of_changed_feature(input, record.feature());
+  const bool is_quoted_directory = record.site == nullptr && record.placement &&
+                                   eclipse_shell::word_of(record.placement->url) && !record.repository().ends_with(' ') &&
+                                   record.repository().find(".zip") == std::string_view::npos;
+  return is_quoted_directory ? Severity::warning : severity_of_changed_repository(input, record);
+}
+
 /// Not where that leaves nothing, and not where the spaces belong to the name of an archive that exists.
 std::optional<Correction> without_spaces(const Record& record, std::size_t column) {
   const std::string_view text = record.cell(column);
@@ -131,8 +141,8 @@ Rule space_around_column() {
           .title = "a repository or a feature begins or ends with a space",
           .why =
               "Nothing is trimmed. In column 1 the space splits the list of repositories, so every command of the session "
-              "fails. In column 2 it splits the list of features, so the command for all features fails. It is harmless only "
-              "at the very end of such a list.",
+              "fails. In column 2 it splits the list of features, so the command for all features fails, and each is tried "
+              "alone, which is a warning. It is harmless at the very end of such a list.",
           .fix = "remove the space",
           .bad = descriptor("Repository\tFeature\n"
                             "sites/alpha \torg.example.alpha.feature.group\n"
@@ -143,7 +153,7 @@ Rule space_around_column() {
                 for_each_used_column(input, [&](const Record& record, std::size_t column) {
                   const std::string_view text = record.cell(column);
                   if (!text.starts_with(' ') && !text.ends_with(' ')) return;
-                  reporter.report(record.location(column),
+                  reporter.report(severity_of_change(input, record, column), record.location(column),
                                   "leading or trailing space in column " + std::to_string(column + 1) + ", " + in_quotes(text),
                                   without_spaces(record, column));
                 });
@@ -171,8 +181,8 @@ Rule quoted_column() {
           .title = "a repository or a feature is quoted",
           .why =
               "The plug-in keeps the quotes, so the name of an archive no longer ends in .zip. The shell removes quotes in "
-              "pairs. An unpaired quote is a syntax error: in column 1 in every command of the session, in column 2 in the "
-              "command for all features.",
+              "pairs, so that the director gets what is between them, which is a warning. An unpaired quote is a syntax error: "
+              "in column 1 in every command of the session, in column 2 in the command for all features.",
           .fix = "remove the quotes",
           .bad = descriptor("Repository\tFeature\n\"sites/alpha\"\t\"org.example.alpha.feature.group\n"),
           .good = good_descriptor(),
@@ -184,7 +194,7 @@ Rule quoted_column() {
                   if (start == text.npos || (text[start] != '"' && text[start] != '\'') || !record.placement) return;
                   const ShellChanges changes = column == 0 ? changes_in_repository(record) : changes_in_feature(text);
                   if (std::find(changes.begin(), changes.end(), start) == changes.end()) return;
-                  reporter.report(record.location(column),
+                  reporter.report(severity_of_change(input, record, column), record.location(column),
                                   "quote in column " + std::to_string(column + 1) + ", " + in_quotes(text),
                                   without_quotes(record, column));
                 });

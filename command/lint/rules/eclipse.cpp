@@ -9,11 +9,14 @@
 #include "base/printable.h"
 #include "dry_run/command_pieces.h"
 #include "dry_run/log_lines.h"
+#include "instance/damage.h"
 #include "lint/input.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
-#include "p2/profile_repair.h"
+#include "p2/director_start.h"
+#include "p2/instance_paths.h"
+#include "p2/profile.h"
 #include "shell/executable.h"
 #include "shell/shell_cause.h"
 
@@ -59,7 +62,7 @@ Rule choice_missing() {
   return {
       .name = "choice-missing",
       .group = Group::eclipse,
-      .severity = Severity::warning,
+      .severity = Severity::error,
       .title = "ECLIPSE_INTEGRATION_CHOICE is not set",
       .why = "Without it nothing is integrated or removed, and the run reports success.",
       .fix = "set it to internal or user, or to none if that is intended",
@@ -68,9 +71,17 @@ Rule choice_missing() {
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || !is_choice(*input.session, "")) return;
+            const auto& components = input.components;
             const auto has_descriptors = [](const Component& component) { return component.has_descriptors(); };
-            if (std::none_of(input.components.begin(), input.components.end(), has_descriptors)) return;
-            reporter.report(input.session->location_of("ECLIPSE_INTEGRATION_CHOICE"),
+            if (std::none_of(components.begin(), components.end(), has_descriptors)) return;
+            const auto is_wanted = [&](const Component& component) {
+              const auto& catalogue = *component.catalogue;
+              return component.has_descriptors() &&
+                     (input.is_removal() ? catalogue.selected_for_removal : catalogue.selected_for_install);
+            };
+            const bool is_any_wanted = std::any_of(components.begin(), components.end(), is_wanted);
+            reporter.report(is_any_wanted ? Severity::error : Severity::warning,
+                            input.session->location_of("ECLIPSE_INTEGRATION_CHOICE"),
                             "ECLIPSE_INTEGRATION_CHOICE is not set, so no Eclipse instance is changed");
           },
   };
@@ -95,6 +106,24 @@ std::string problem_with_user_eclipse(const SessionFacts& facts) {
              : "";
 }
 
+/// The minor number of a version 4.MINOR, whatever follows it; nothing for any other text.
+std::optional<int> minor_number(const std::string& version) {
+  const auto parts = split(version, '.');
+  if (parts.size() < 2 || parts[0] != "4") return std::nullopt;
+  int minor = 0;
+  const auto read = std::from_chars(parts[1].data(), parts[1].data() + parts[1].size(), minor);
+  return read.ec == std::errc() && read.ptr == parts[1].data() + parts[1].size() ? std::optional(minor) : std::nullopt;
+}
+
+/// What to do about an instance whose version is below the minimum.
+std::string advice_on_minimum(const SessionFacts& facts) {
+  const auto version = facts.run.variables.find("ECLIPSE_VERSION");
+  const auto minor = version == facts.run.variables.end() ? std::nullopt : minor_number(version->second);
+  const auto minimum = minor_number(facts.variable("ECLIPSE_MIN_SUPPORTED_VERSION"));
+  if (minor && minimum && *minor >= *minimum) return "set the minimum to 4.10 or later, or do not set it";
+  return "set it to the lowest version that the features need, or use a newer Eclipse";
+}
+
 /// A variable that is probably wrong, and what to do about it.
 struct Advice {
   std::string variable;
@@ -109,7 +138,7 @@ Advice advice_on_user_eclipse(const SessionFacts& facts) {
   if (name.empty()) return {"ECLIPSE_BIN", "set ECLIPSE_BIN to the file name of the executable"};
   const auto is_correct = facts.run.variables.find("USER_DEFINED_ECLIPSE_PATH_CORRECT");
   if (is_correct != facts.run.variables.end() && is_correct->second == "yes")
-    return {"ECLIPSE_MIN_SUPPORTED_VERSION", "set it to the lowest version that the features need, or use a newer Eclipse"};
+    return {"ECLIPSE_MIN_SUPPORTED_VERSION", advice_on_minimum(facts)};
   if (const auto other = facts.seen_from_file(path); other && !fs::exists(path)) {
     return {"USER_DEFINED_ECLIPSE_PATH",
             "write " + other->string() + "; values of variables are relative to the working directory"};
@@ -312,8 +341,8 @@ Rule capability_misspelled() {
       .severity = Severity::error,
       .title = "the name of a capability resembles ECLIPSE_IDE or ECLIPSE_PLUGIN, or an IDE has no such capability",
       .why =
-          "Names of capabilities are case-sensitive. Without the right one, a component is recognised neither as an IDE, so "
-          "that the executable is not searched for in it, nor as one with Eclipse features.",
+          "Names of capabilities are case-sensitive. In a component without ECLIPSE_IDE the executable is not searched for. "
+          "One without ECLIPSE_PLUGIN does not make the integration necessary.",
       .fix = "give the component a capability whose name contains ECLIPSE_IDE or ECLIPSE_PLUGIN",
       .bad = product(session("install", internal_choice, R"(
     {
@@ -417,23 +446,21 @@ Rule executable_not_startable() {
       .name = "executable-not-startable",
       .group = Group::eclipse,
       .severity = Severity::error,
-      .title = "the shell cannot start the Eclipse executable",
-      .why =
-          "The path is the first word of each command and is not quoted, so the shell splits it at spaces. The commands "
-          "fail with exit status 127 (not found) or 126 (not executable).",
-      .fix = "move Eclipse to a path without spaces and shell metacharacters",
+      .title = "the Eclipse executable cannot be started, or not where it is",
+      .why = "Every command of the session begins with this path, without quotes, so every command fails.",
+      .fix = "move Eclipse to a path without spaces, shell metacharacters and URL syntax",
       .bad = product(session("install", user_choice("my ide/eclipse"), tools), {{"my ide/eclipse", "#!/bin/sh\n", 0755}}),
       .good = product(user_session()),
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->run.commands.empty()) return;
             const SessionFacts& facts = *input.session;
-            const std::string executable = facts.executable();
+            const std::string executable = facts.executable;
             const Location& location = location_of_executable(facts);
             if (const auto cause = eclipse_shell::cause_in(eclipse_dry_run::executable_piece(executable, ""))) {
               reporter.report(location,
                               "the shell would change the path " + in_quotes(executable) + ": " + first_change(*cause));
-            } else if (const auto error = eclipse_shell::executable_error(executable)) {
+            } else if (const auto error = eclipse_p2::start_error(executable)) {
               reporter.report(location, error->message, error->fix);
             }
           },
@@ -459,23 +486,39 @@ Rule instance_damaged() {
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->run.commands.empty()) return;
-            const auto damage = eclipse_p2::instance_damage_at_rest(input.session->executable());
+            const auto damage = eclipse_instance::instance_damage_at_rest(input.session->executable);
             if (!damage) return;
             reporter.report(location_of_executable(*input.session), damage->message, damage->fix);
           },
   };
 }
 
-// ---- The version ----
-
-/// The minor number of a version 4.MINOR, whatever follows it; nothing for any other text.
-std::optional<int> minor_number(const std::string& version) {
-  const auto parts = split(version, '.');
-  if (parts.size() < 2 || parts[0] != "4") return std::nullopt;
-  int minor = 0;
-  const auto read = std::from_chars(parts[1].data(), parts[1].data() + parts[1].size(), minor);
-  return read.ec == std::errc() && read.ptr == parts[1].data() + parts[1].size() ? std::optional(minor) : std::nullopt;
+/// An instance whose configuration names a profile, and that has a profile of this name.
+std::vector<SampleFile> instance_with_profile(const std::string& name) {
+  return {{"ide/configuration/config.ini", "eclipse.p2.data.area=@config.dir/../p2\neclipse.p2.profile=" + name + "\n"},
+          {profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}};
 }
+
+Rule profile_missing() {
+  return {
+      .name = "profile-missing",
+      .group = Group::eclipse,
+      .severity = Severity::error,
+      .title = "the Eclipse instance does not have the p2 profile that its configuration names",
+      .why = "Every command of the session fails with \"Missing required argument -destination\".",
+      .fix = "correct eclipse.p2.profile in configuration/config.ini, or install Eclipse again, together with its directory p2",
+      .bad = product(user_session(), instance_with_profile("SDKProfile")),
+      .good = product(user_session(), instance_with_profile("IDE")),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->run.commands.empty()) return;
+            const auto missing = eclipse_p2::missing_profile(eclipse_p2::instance_directory(input.session->executable));
+            if (missing) reporter.report(location_of_executable(*input.session), missing->message, missing->fix);
+          },
+  };
+}
+
+// ---- The version ----
 
 /// The later versions 4.MINOR that the plug-in takes for earlier ones. Every released version of Eclipse is 4.x, or older than
 /// any minimum that has this problem.
@@ -565,6 +608,7 @@ std::vector<Rule> rules_about_eclipse() {
       executable_ambiguous(),
       executable_not_startable(),
       instance_damaged(),
+      profile_missing(),
       minimum_version_compared_as_text(),
       minimum_version_of_another_kind(),
   };

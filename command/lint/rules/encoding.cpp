@@ -1,7 +1,5 @@
 // Rules about the encoding of descriptor files: byte-order marks, UTF-16, line endings, invisible characters.
 #include <algorithm>
-#include <array>
-#include <utility>
 
 #include "base/printable.h"
 #include "lint/rule.h"
@@ -155,53 +153,17 @@ Rule crlf_line_endings() {
           .corrects = Corrects::safely};
 }
 
-/// First and last characters of the ranges that show as nothing, or as a space.
-constexpr std::array<std::pair<char32_t, char32_t>, 17> invisible = {{{0x00, 0x1F},
-                                                                      {0x7F, 0xA0},
-                                                                      {0xAD, 0xAD},
-                                                                      {0x61C, 0x61C},
-                                                                      {0x1680, 0x1680},
-                                                                      {0x180E, 0x180E},
-                                                                      {0x2000, 0x200F},
-                                                                      {0x2028, 0x202F},
-                                                                      {0x205F, 0x206F},
-                                                                      {0x2800, 0x2800},
-                                                                      {0x3000, 0x3000},
-                                                                      {0x3164, 0x3164},
-                                                                      {0xFE00, 0xFE0F},
-                                                                      {0xFEFF, 0xFEFF},
-                                                                      {0xFFA0, 0xFFA0},
-                                                                      {0xFFF9, 0xFFFB},
-                                                                      {0xE0000, 0xE007F}}};
-
-/// Of one UTF-8 character.
-char32_t code_point_of(std::string_view character) {
-  const auto bits = [&](std::size_t i) { return static_cast<unsigned char>(character[i]); };
-  if (character.size() == 1) return bits(0);
-  char32_t code_point = bits(0) & (0x7FU >> character.size());
-  for (std::size_t i = 1; i < character.size(); ++i) code_point = code_point << 6U | (bits(i) & 0x3FU);
-  return code_point;
-}
-
-/// "\u00A0".
-std::string escaped(char32_t code_point) {
-  std::array<char, 16> text;
-  std::snprintf(text.data(), text.size(), "\\u%04X", static_cast<unsigned>(code_point));
-  return text.data();
-}
+constexpr std::string_view no_break_space = "\xC2\xA0";  ///< the first after the control characters
 
 void report_invisible(const Record& record, std::size_t column, Reporter& reporter) {
   const std::string_view text = record.cell(column);
   for (std::size_t at = 0, length = 1; at < text.size(); at += std::max<std::size_t>(length, 1)) {
     length = character_length(text.substr(at));
-    if (length == 0) continue;
-    const char32_t code_point = code_point_of(text.substr(at, length));
-    if (std::none_of(invisible.begin(), invisible.end(),
-                     [&](const auto& range) { return range.first <= code_point && code_point <= range.second; }))
-      continue;
-    const std::string kind = code_point < 0xA0 ? "control character " : "invisible character ";
+    if (length == 0 || is_printable(text.substr(at, length))) continue;
+    const std::string_view character = text.substr(at, length);
+    const std::string kind = character < no_break_space ? "control character " : "invisible character ";
     reporter.report(record.descriptor->location(*record.line, column, at, length),
-                    kind + escaped(code_point) + (column == 0 ? " in the repository" : " in the feature"),
+                    kind + printable(character) + (column == 0 ? " in the repository" : " in the feature"),
                     Correction{"delete the character", false, {record.edit(column, at, length)}});
   }
 }

@@ -1,6 +1,7 @@
 // Rules about the second column.
 #include <algorithm>
 #include <cctype>
+#include <compare>
 #include <map>
 #include <set>
 
@@ -10,25 +11,27 @@
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
 #include "lint/texts.h"
+#include "p2/brought_versions.h"
 #include "p2/director_command.h"
+#include "p2/director_start.h"
 #include "p2/installation.h"
 #include "p2/profile.h"
 #include "p2/unit.h"
 #include "p2/version.h"
+#include "shell/shell_reading.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
 using eclipse_p2::group_suffix;
 using eclipse_p2::is_osgi_version;
 using eclipse_p2::UnitVersions;
-using eclipse_p2::whole_version;
 
 namespace eclipse_lint {
 
 namespace {
 
 /// A component with this feature and a repository that has the feature and the bundle of org.example.one.
-Sample component_with(const std::string& feature) {
+Sample component_with_feature(const std::string& feature) {
   return component("site\t" + feature + "\n",
                    {{"tools/site/content.xml",
                      "<?xml version='1.0'?>\n<repository><units>\n"
@@ -37,30 +40,40 @@ Sample component_with(const std::string& feature) {
 }
 
 /// One unit in column 2, which may hold several with commas between them.
-struct Unit {
+struct NamedUnit {
   const Record* record;
-  std::string text;
-  std::size_t start;  ///< in the column
+  std::string text;                  ///< as the director gets it
+  std::optional<std::size_t> start;  ///< in the column; nothing if it is not written like this
+  eclipse_p2::Unit unit = eclipse_p2::unit_called(text);
 
-  std::string id() const { return text.substr(0, text.find('/')); }
-  std::optional<std::string> version() const {
-    const std::size_t slash = text.find('/');
-    return slash == std::string::npos ? std::nullopt : std::optional(text.substr(slash + 1));
+  const std::string& id() const { return unit.id; }
+  const std::string& version() const { return unit.version; }
+  bool is_pinned() const { return eclipse_p2::is_pinned(unit) && is_osgi_version(version()); }
+  Location location() const {
+    return start ? record->descriptor->location(*record->line, 1, *start, text.size()) : record->location(1);
   }
-  Location location() const { return record->descriptor->location(*record->line, 1, start, text.size()); }
+  /// Replaces a part of the text; nothing if it is not written like this.
+  std::optional<Correction> correction(std::string title, bool is_safe, std::size_t begin, std::size_t length,
+                                       std::string replacement) const {
+    if (!start) return std::nullopt;
+    return Correction{std::move(title), is_safe, {record->edit(1, *start + begin, length, std::move(replacement))}};
+  }
 };
 
 bool looks_like_option(std::string_view text) { return text.starts_with('-'); }
 
-/// Each unit whose very text is not another rule's matter.
+/// Each unit that the director gets as one.
 template <typename Use>
 void for_each_unit(const Input& input, const Use& use) {
   for_each_placed(input, [&](const Record& record) {
-    std::size_t start = 0;
-    for (const std::string& text : split(record.feature(), ',')) {
-      const bool is_odd = looks_like_option(text) || text != trimmed(text) || !changes_in_feature(text).empty();
-      if (!text.empty() && !is_odd) use(Unit{&record, text, start});
-      start += text.size() + 1;
+    const auto column = eclipse_shell::word_of(std::string(record.feature()));
+    if (!column) return;
+    std::size_t at = record.feature().find(*column);
+    for (const std::string& text : split(*column, ',')) {
+      const auto start = at == std::string_view::npos ? std::nullopt : std::optional(at);
+      const bool is_odd = looks_like_option(text) || text != trimmed(text);
+      if (!text.empty() && !is_odd) use(NamedUnit{&record, text, start});
+      if (start) at += text.size() + 1;
     }
   });
 }
@@ -82,12 +95,12 @@ std::string group_in(const UnitVersions& units, const std::string& id) {
 }
 
 /// Replaces the id before a version.
-Correction other_id(const Unit& unit, const std::string& id, bool is_safe) {
-  return {"write " + id, is_safe, {unit.record->edit(1, unit.start, unit.id().size(), id)}};
+std::optional<Correction> other_id(const NamedUnit& unit, const std::string& id, bool is_safe) {
+  return unit.correction("write " + id, is_safe, 0, unit.id().size(), id);
 }
 
-void check_group_suffix(const Unit& unit, const UnitVersions* units, Reporter& reporter) {
-  const std::string id = unit.id();
+void check_group_suffix(const NamedUnit& unit, const UnitVersions* units, Reporter& reporter) {
+  const std::string& id = unit.id();
   if (id.ends_with(group_suffix)) return;
   const std::string group = units != nullptr ? group_in(*units, id) : likely_group(id);
   if (units != nullptr) {
@@ -100,7 +113,7 @@ void check_group_suffix(const Unit& unit, const UnitVersions* units, Reporter& r
     reporter.report(
         unit.location(), in_quotes(id) + " does not end in \".feature.group\"",
         is_bundle ? "write the id of the feature that contains it, followed by .feature.group" : "did you mean " + group + "?",
-        is_bundle || !is_utf8(group) ? std::nullopt : std::optional(other_id(unit, group, false)));
+        is_bundle || !is_utf8(group) ? std::nullopt : other_id(unit, group, false));
   }
 }
 
@@ -117,8 +130,8 @@ Rule feature_without_group_suffix() {
           .good = good_descriptor(),
           .check =
               [](const Input& input, Reporter& reporter) {
-                for_each_unit(input,
-                              [&](const Unit& unit) { check_group_suffix(unit, input.offered_for(*unit.record), reporter); });
+                for_each_unit(
+                    input, [&](const NamedUnit& unit) { check_group_suffix(unit, input.offered_for(*unit.record), reporter); });
               },
           .corrects = Corrects::both};
 }
@@ -130,18 +143,16 @@ std::string list_of_versions(const std::set<std::string>& versions) {
 }
 
 /// Deletes the slash and the version.
-Correction without_version(const Unit& unit) {
+std::optional<Correction> without_version(const NamedUnit& unit) {
   const std::size_t length = unit.id().size();
-  return {"remove the version", false, {unit.record->edit(1, unit.start + length, unit.text.size() - length)}};
+  return unit.correction("remove the version", false, length, unit.text.size() - length, "");
 }
 
-/// Version 0.0.0 means any.
-void check_version_found(const Unit& unit, const std::set<std::string>& versions, Severity severity, Reporter& reporter) {
-  const auto version = unit.version();
-  if (!version || !is_osgi_version(*version) || whole_version(*version) == "0.0.0") return;
-  const auto is_version = [&](const std::string& other) { return whole_version(other) == whole_version(*version); };
-  if (std::any_of(versions.begin(), versions.end(), is_version)) return;
-  reporter.report(severity, unit.location(), "no repository has version " + *version + " of " + in_quotes(unit.id()),
+void check_version_found(const NamedUnit& unit, const std::set<std::string>& versions, Severity severity, Reporter& reporter) {
+  if (!unit.is_pinned()) return;
+  const auto is_it = [&](const std::string& version) { return is_wanted(unit.unit, {unit.id(), version}); };
+  if (std::any_of(versions.begin(), versions.end(), is_it)) return;
+  reporter.report(severity, unit.location(), "no repository has version " + unit.version() + " of " + in_quotes(unit.id()),
                   "the repositories have version " + list_of_versions(versions) + ": write " + unit.id(),
                   without_version(unit));
 }
@@ -161,16 +172,16 @@ std::vector<std::string> nearest_features(const UnitVersions& units, const std::
 }
 
 /// The only feature that differs in nothing but the case of its letters.
-std::optional<Correction> in_other_case(const UnitVersions& units, const Unit& unit) {
+std::optional<Correction> in_other_case(const UnitVersions& units, const NamedUnit& unit) {
   std::vector<std::string> meant;
   for (const auto& [id, versions] : units) {
     if (lower_case(id) == lower_case(unit.id())) meant.push_back(id);
   }
-  return meant.size() == 1 ? std::optional(other_id(unit, meant.front(), true)) : std::nullopt;
+  return meant.size() == 1 ? other_id(unit, meant.front(), true) : std::nullopt;
 }
 
-void check_found(const Unit& unit, const UnitVersions& units, Severity severity, Reporter& reporter) {
-  const std::string id = unit.id();
+void check_found(const NamedUnit& unit, const UnitVersions& units, Severity severity, Reporter& reporter) {
+  const std::string& id = unit.id();
   if (const auto found = units.find(id); found != units.end())
     return check_version_found(unit, found->second, severity, reporter);
   if (!id.ends_with(group_suffix) && !group_in(units, id).empty()) return;
@@ -188,30 +199,51 @@ Rule feature_not_found() {
           .title = "no repository has a feature, or not in this version",
           .why = "The director does not find the feature, so the command for all features fails.",
           .fix = "correct the id (case-sensitive), or publish the feature",
-          .bad = component_with("org.example.One.feature.group"),
+          .bad = component_with_feature("org.example.One.feature.group"),
           .good = good_component(),
           .check =
               [](const Input& input, Reporter& reporter) {
                 // One that cannot be examined may have it.
                 const Severity severity = input.offered ? Severity::error : Severity::warning;
-                for_each_unit(input, [&](const Unit& unit) {
-                  if (const auto* const units = input.offered_for(*unit.record)) check_found(unit, *units, severity, reporter);
+                for_each_unit(input, [&](const NamedUnit& unit) {
+                  if (input.session && !eclipse_p2::is_readable_in_locale(unit.text)) {
+                    reporter.report(unit.location(),
+                                    in_quotes(unit.text) +
+                                        " has other characters than ASCII, which the director cannot read in "
+                                        "the locale that is set",
+                                    "set a locale with UTF-8 for the installer, such as LC_ALL=C.UTF-8");
+                  } else if (const auto* const units = input.offered_for(*unit.record)) {
+                    check_found(unit, *units, severity, reporter);
+                  }
                 });
               },
           .concerns_removals = false,
           .corrects = Corrects::both};
 }
 
-bool is_category(const Unit& unit) {
+bool is_category(const NamedUnit& unit) {
   if (unit.record->site == nullptr) return false;
   const auto& descriptions = unit.record->site->descriptions;
   return std::any_of(descriptions.begin(), descriptions.end(),
                      [&](const auto& entry) { return entry.first.id == unit.id() && entry.second.is_category; });
 }
 
+/// The only feature in the repository of a unit that includes it; empty when there is none, or more than one.
+std::string feature_with(const NamedUnit& unit) {
+  if (unit.record->site == nullptr) return "";
+  std::set<std::string> features;
+  for (const auto& [described, description] : unit.record->site->descriptions) {
+    const auto includes_unit = [&](const eclipse_p2::Requirement& required) {
+      return required.filter.empty() && required.name == unit.id();
+    };
+    if (description.is_group && std::ranges::any_of(description.requirements, includes_unit)) features.insert(described.id);
+  }
+  return features.size() == 1 ? *features.begin() : "";
+}
+
 /// A feature and its plug-in often share an id, and a feature and its jar nearly do.
-void check_kind(const Unit& unit, const UnitVersions& units, Reporter& reporter) {
-  const std::string id = unit.id();
+void check_kind(const NamedUnit& unit, const UnitVersions& units, Reporter& reporter) {
+  const std::string& id = unit.id();
   if (id.ends_with(group_suffix) || units.count(id) == 0) return;
   const std::string group = group_in(units, id);
   if (!group.empty()) {
@@ -220,6 +252,9 @@ void check_kind(const Unit& unit, const UnitVersions& units, Reporter& reporter)
                     "write " + group, other_id(unit, group, false));
   } else if (is_category(unit)) {
     reporter.report(unit.location(), in_quotes(id) + " is a category, not a feature", "list the features that are in it");
+  } else if (const std::string feature = feature_with(unit); !feature.empty()) {
+    reporter.report(unit.location(), in_quotes(id) + " is not a feature; " + in_quotes(feature) + " contains it",
+                    "write " + feature, other_id(unit, feature, false));
   } else {
     reporter.report(unit.location(), in_quotes(id) + " is a bundle or a product, not a feature");
   }
@@ -231,8 +266,8 @@ Rule unit_not_a_feature() {
           .severity = Severity::warning,
           .title = "a bundle or a product is listed as a feature",
           .why =
-              "The director installs it, but no feature groups it with what it requires. Removing a product may delete the "
-              "launcher.",
+              "The director installs it, but no feature groups it with what it requires. If it is a product, its removal may "
+              "delete the launcher.",
           .fix = "make a feature that contains it, and write that feature's id followed by .feature.group",
           .bad = component("site\torg.example.one\n",
                            {{"tools/site/content.xml",
@@ -242,7 +277,7 @@ Rule unit_not_a_feature() {
           .good = good_component(),
           .check =
               [](const Input& input, Reporter& reporter) {
-                for_each_unit(input, [&](const Unit& unit) {
+                for_each_unit(input, [&](const NamedUnit& unit) {
                   if (const auto* const units = input.offered_for(*unit.record)) check_kind(unit, *units, reporter);
                 });
               },
@@ -262,34 +297,69 @@ Rule feature_version_invalid() {
           .good = good_descriptor(),
           .check =
               [](const Input& input, Reporter& reporter) {
-                for_each_unit(input, [&](const Unit& unit) {
-                  const auto version = unit.version();
-                  if (!version || is_osgi_version(*version)) return;
-                  reporter.report(unit.location(), in_quotes(*version) + " is not a version", without_version(unit));
+                for_each_unit(input, [&](const NamedUnit& unit) {
+                  if (unit.version().empty() || is_osgi_version(unit.version())) return;
+                  reporter.report(unit.location(), in_quotes(unit.version()) + " is not a version", without_version(unit));
                 });
               },
           .corrects = Corrects::unsafely};
 }
 
+/// What the director takes for each of these units. A removal takes nothing.
+std::vector<eclipse_p2::BroughtVersion> versions_brought_by(const Input& input, const std::vector<NamedUnit>& units) {
+  static const eclipse_p2::UnitVersions no_units;
+  static const std::vector<eclipse_p2::InstalledUnit> none_installed;
+  std::vector<eclipse_p2::Unit> named(units.size());
+  std::transform(units.begin(), units.end(), named.begin(), [](const NamedUnit& unit) { return unit.unit; });
+  if (input.is_removal()) return std::vector<eclipse_p2::BroughtVersion>(units.size());
+  const bool knows_installed = input.session && input.session->installed;
+  const eclipse_p2::InstallationForecast forecast(input.known_units ? *input.known_units : no_units, input.offered != nullptr,
+                                                  knows_installed ? *input.session->installed : none_installed);
+  return eclipse_p2::versions_brought_by(named, forecast);
+}
+
+/// Of the run, or of what it leaves out.
+void check_pinned(const Input& input, bool takes_part, Reporter& reporter) {
+  std::vector<NamedUnit> units;
+  for_each_unit(input, [&](NamedUnit unit) {
+    if (unit.record->takes_part() == takes_part) units.push_back(std::move(unit));
+  });
+  const auto brought = versions_brought_by(input, units);
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    const NamedUnit& unit = units[i];
+    if (!unit.is_pinned()) continue;
+    const std::string message = "the feature is pinned to version " + unit.version();
+    if (!brought[i].rival) {
+      reporter.report(unit.location(), message, "write " + unit.id(), without_version(unit));
+      continue;
+    }
+    const std::size_t rival = *brought[i].rival;
+    reporter.report(
+        Severity::error, unit.location(),
+        message + ", but the director takes version " + brought[rival].version + " for " + units[rival].record->where(),
+        "write " + unit.id() + " in all lines", without_version(unit));
+  }
+}
+
 Rule feature_pinned() {
-  return {.name = "feature-pinned",
-          .group = Group::features,
-          .severity = Severity::warning,
-          .title = "a feature is pinned to a version",
-          .why = "When another version has replaced this one, the director does not find it to remove it, and removes nothing.",
-          .fix = "write the id without a version",
-          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group/1.0.0\n"),
-          .good = good_descriptor(),
-          .check =
-              [](const Input& input, Reporter& reporter) {
-                for_each_unit(input, [&](const Unit& unit) {
-                  const auto version = unit.version();
-                  if (!version || !is_osgi_version(*version)) return;
-                  reporter.report(unit.location(), "the feature is pinned to version " + *version, "write " + unit.id(),
-                                  without_version(unit));
-                });
-              },
-          .corrects = Corrects::unsafely};
+  return {
+      .name = "feature-pinned",
+      .group = Group::features,
+      .severity = Severity::warning,
+      .title = "a feature is pinned to a version",
+      .why =
+          "When another version has replaced this one, the director does not find it to remove it, and removes nothing. Two "
+          "versions of a feature cannot be installed together: the command for all features fails, and then the one for the "
+          "second version.",
+      .fix = "write the id without a version",
+      .bad = descriptor("sites/alpha\torg.example.alpha.feature.group/1.0.0\n"),
+      .good = good_descriptor(),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            check_pinned(input, true, reporter);
+            check_pinned(input, false, reporter);
+          },
+      .corrects = Corrects::unsafely};
 }
 
 // ---- Texts ----
@@ -335,8 +405,7 @@ Rule feature_looks_like_option() {
           .title = "a feature begins with \"-\"",
           .why =
               "The director reads it as an option. If it is the first of the list, the command for all features fails; tried "
-              "alone, "
-              "it always fails.",
+              "alone, it always fails.",
           .fix = "correct the id",
           .bad = descriptor("sites/alpha\t-org.example.alpha.feature.group\n"),
           .good = good_descriptor(),
@@ -373,14 +442,28 @@ Rule feature_needs_shell_quoting() {
           .check = [](const Input& input, Reporter& reporter) {
             for_each_placed(input, [&](const Record& record) {
               const std::string_view text = record.feature();
-              const ShellChanges changes = changes_in_feature(text);
-              const auto at = std::find_if_not(changes.begin(), changes.end(),
-                                               [&](std::size_t offset) { return is_around_column(text, offset); });
-              if (at == changes.end()) return;
-              reporter.report(record.descriptor->location(*record.line, 1, *at, 1),
-                              name_of_change(text, *at) + " in the feature", fix_of_feature(text));
+              ShellChanges changes = changes_in_feature(text);
+              std::erase_if(changes, [&](std::size_t offset) { return is_around_column(text, offset); });
+              const bool is_changed = !changes.empty();
+              if (!is_changed) changes = idle_globs_in_feature(text);
+              if (changes.empty()) return;
+              reporter.report(is_changed ? severity_of_changed_feature(input, text) : Severity::warning,
+                              record.descriptor->location(*record.line, 1, changes.front(), 1),
+                              name_of_change(text, changes.front()) + " in the feature", fix_of_feature(text));
             });
           }};
+}
+
+/// Whether there are features elsewhere, which may require something in a repository without one.
+bool may_serve_other_lines(const Input& input) {
+  const auto has_feature = [](const Record& record) { return record.placement && !record.feature().empty(); };
+  return input.component_directories.size() > 1 || std::any_of(input.records.begin(), input.records.end(), has_feature);
+}
+
+bool may_offer_features(const Record& record) {
+  if (record.site == nullptr || !record.site->units) return true;
+  const auto& units = *record.site->units;
+  return std::any_of(units.begin(), units.end(), [](const auto& unit) { return unit.first.ends_with(group_suffix); });
 }
 
 Rule feature_empty() {
@@ -389,17 +472,45 @@ Rule feature_empty() {
           .severity = Severity::error,
           .title = "a line has a repository but no feature",
           .why =
-              "Nothing is installed. The line still takes a place in the install order, and the director still loads its "
-              "repository.",
+              "The director loads the repository and takes from it what features of other lines require. It installs none of "
+              "the repository's features by name.",
           .fix = "write the feature, or delete the line",
           .bad = descriptor("sites/alpha\t\t\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for_each_placed(input, [&](const Record& record) {
-              if (!record.feature().empty() || !record.cell(2).empty()) return;
-              reporter.report(record.location(0), "no feature for " + in_quotes(record.repository()));
-            });
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                const bool serves_others = may_serve_other_lines(input);
+                for_each_placed(input, [&](const Record& record) {
+                  if (!record.feature().empty() || !record.cell(2).empty()) return;
+                  std::string message = "no feature for " + in_quotes(record.repository());
+                  if (!serves_others) return reporter.report(record.location(0), std::move(message));
+                  if (!may_offer_features(record)) return;
+                  reporter.report(Severity::note, record.location(0), std::move(message),
+                                  "if the repository only has what features of other lines require, do nothing; otherwise "
+                                  "write the feature");
+                });
+              },
+          .concerns_removals = false};
+}
+
+/// The highest version that its repository has of a record's feature; empty when that is not known.
+std::string highest_version(const Record& record) {
+  if (record.site == nullptr || !record.site->units) return "";
+  return eclipse_p2::highest_offered(eclipse_p2::unit_called(record.feature()), *record.site->units).value_or("");
+}
+
+/// Which of two repositories brings the feature that both have; empty when they bring the same version, or that is not known.
+std::string winner_of(const Record& one, const Record& other) {
+  const std::string version = highest_version(one);
+  const std::string other_version = highest_version(other);
+  if (version.empty() || other_version.empty()) return "";
+  const auto order = eclipse_p2::compare_versions(version, other_version);
+  if (std::is_eq(order)) return "";
+  const auto text = [](const std::string& each, const Record& record) {
+    return each + " of " + shown_path(eclipse_dry_run::path_in(record.placement->url));
+  };
+  return std::is_gt(order) ? text(version, one) + " wins over " + text(other_version, other)
+                           : text(other_version, other) + " wins over " + text(version, one);
 }
 
 Rule feature_from_two_repositories() {
@@ -417,11 +528,15 @@ Rule feature_from_two_repositories() {
           [](const Input& input, Reporter& reporter) {
             std::map<std::string_view, const Record*> first;
             for_each_placed(input, [&](const Record& record) {
-              if (record.feature().empty()) return;
+              if (record.feature().empty() || !record.takes_part()) return;
               const Record& other = *first.emplace(record.feature(), &record).first->second;
               if (other.placement->url == record.placement->url) return;
-              reporter.report(record.location(1),
-                              in_quotes(record.feature()) + " is also in " + other.where() + ", with another repository");
+              const std::string message =
+                  in_quotes(record.feature()) + " is also in " + other.where() + ", with another repository";
+              const std::string winner = winner_of(record, other);
+              if (winner.empty()) return reporter.report(record.location(1), message);
+              reporter.report(Severity::warning, record.location(1), message + ": " + winner,
+                              "list it once, with the repository of the version that is meant");
             });
           },
       .concerns_removals = false};
@@ -442,7 +557,8 @@ std::string profile_with_root(const std::string& version) {
 std::set<eclipse_p2::Unit> installed_by(const Input& input) {
   const auto& commands = input.session->run.commands;
   const auto command = commands.empty() ? std::nullopt : eclipse_p2::cut_director_command(commands.at(0));
-  const auto units = command ? eclipse_p2::units_named(command->features) : std::vector<eclipse_p2::Unit>();
+  const auto units =
+      command ? eclipse_p2::units_named(eclipse_shell::as_word(command->features)) : std::vector<eclipse_p2::Unit>();
   return {units.begin(), units.end()};
 }
 
@@ -451,13 +567,13 @@ void check_installed_versions(const Input& input, Reporter& reporter) {
   if (!input.session || !input.offered) return;
   const auto units = installed_by(input);
   if (units.empty()) return;
-  const auto installed = eclipse_p2::profile_units(eclipse_p2::instance_directory(input.session->executable()));
+  const auto& installed = input.session->installed;
   if (!installed) return;
   const eclipse_p2::InstallationForecast forecast(*input.offered, true, *installed);
-  for_each_unit(input, [&](const Unit& unit) {
-    const eclipse_p2::Unit named = eclipse_p2::unit_called(unit.text);
-    const auto found = forecast.of(named);
-    if (found.step != eclipse_p2::InstallStep::conflict || !units.contains(named)) return;
+  for_each_unit(input, [&](const NamedUnit& unit) {
+    const auto found = forecast.of(unit.unit);
+    if (found.step != eclipse_p2::InstallStep::conflict || !units.contains(unit.unit)) return;
+    if (!unit.record->takes_part()) return;
     reporter.report(unit.location(), "the instance has version " + found.installed + " of " + in_quotes(unit.id()) +
                                          ", and the run would install " + found.version + " beside it");
   });
@@ -470,15 +586,14 @@ Rule other_version_installed() {
       .severity = Severity::error,
       .title = "the instance has another version of a feature, which the director does not replace",
       .why =
-          "The director does not replace a unit that was installed by name, as a root. Two versions of a feature can be "
-          "installed "
-          "together only if they have no singleton bundle in common, but nearly all have one. Otherwise the command for all "
-          "features fails, and so does the command for this feature alone.",
+          "The director does not replace it. \"eclipse-int run\" refuses the run if the installed version is older; with "
+          "another installer, the command for all features fails, unless the two versions have no singleton bundle in common.",
       .fix = "run \"eclipse-int run --update\", with --allow-downgrade if the installed version is newer",
       .bad = product(internal_session(), {{profile_name, profile_with_root("0.9.0")}}),
       .good = product(internal_session(), {{profile_name, profile_with_root("1.0.0")}}),
       .check = check_installed_versions,
       .concerns_removals = false,
+      .is_resolved_by_update = true,
   };
 }
 

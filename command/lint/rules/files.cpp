@@ -24,7 +24,7 @@ namespace {
 constexpr const char* default_descriptor = "tools/etc/eclipse/tools.txt";
 
 /// A component whose descriptor file has this name.
-Sample component_with(const std::string& descriptor_name) {
+Sample component_with_file(const std::string& descriptor_name) {
   return {"tools", {{descriptor_name, line_of_one}, {"tools/site/content.xml", content_of_one}}};
 }
 
@@ -74,16 +74,6 @@ bool begins_with_header(const fs::path& file) {
   return read_beginning(file, header.size()).bytes == header;
 }
 
-/// Where the descriptor files really are; some may be symbolic links.
-std::set<fs::path> real_descriptors(const Input& input) {
-  std::set<fs::path> real;
-  for_each_listed(input, [&](const Component&, const ListedFile& file) {
-    std::error_code error;
-    if (file.descriptor && file.descriptor->exists) real.insert(fs::canonical(file.descriptor->path, error));
-  });
-  return real;
-}
-
 Rule descriptor_outside_etc_eclipse() {
   return {.name = "descriptor-outside-etc-eclipse",
           .group = Group::files,
@@ -91,10 +81,11 @@ Rule descriptor_outside_etc_eclipse() {
           .title = "a descriptor file is not below etc/eclipse/",
           .why = "The plug-in never reads the file, and nothing is logged.",
           .fix = "move it below a directory etc/eclipse/ (case-sensitive)",
-          .bad = component_with("tools/etc/Eclipse/tools.txt"),
+          .bad = component_with_file("tools/etc/Eclipse/tools.txt"),
           .good = good_component(),
           .check = [](const Input& input, Reporter& reporter) {
-            const auto known = real_descriptors(input);
+            if (!input.real_descriptors) return;
+            const auto& known = *input.real_descriptors;
             for_each_listed(input, [&](const Component& component, const ListedFile& file) {
               if (file.descriptor || file.text.empty()) return;
               if (is_among_examples(with_slashes(file.text)) && !known.empty()) return;
@@ -332,8 +323,8 @@ Rule unusual_descriptor_name() {
           .title = "a file below etc/eclipse/ is named like a backup or a document",
           .why = "It is read as a descriptor file, in addition to the file that it may be a copy of.",
           .fix = "move it out of etc/eclipse/, or rename it if it is a descriptor file",
-          .bad = component_with("tools/etc/eclipse/tools.txt~"),
-          .good = component_with("tools/etc/eclipse/tools.properties"),
+          .bad = component_with_file("tools/etc/eclipse/tools.txt~"),
+          .good = component_with_file("tools/etc/eclipse/tools.properties"),
           .check = [](const Input& input, Reporter& reporter) {
             auto records = records_of_files(input);
             for (const Descriptor& descriptor : input.descriptors) {
@@ -351,8 +342,8 @@ Rule accidental_descriptor() {
           .title = "a path contains \"etc/eclipse/\" without a directory named etc",
           .why = "The plug-in looks for this text anywhere in a path, so it reads the file as a descriptor file.",
           .fix = "rename the directory, or move the file below a real etc/eclipse/ if it is a descriptor file",
-          .bad = component_with("tools/share/getc/eclipse/tools.txt"),
-          .good = component_with("tools/share/etc/eclipse/tools.txt"),
+          .bad = component_with_file("tools/share/getc/eclipse/tools.txt"),
+          .good = component_with_file("tools/share/etc/eclipse/tools.txt"),
           .check = [](const Input& input, Reporter& reporter) {
             for_each_listed(input, [&](const Component&, const ListedFile& file) {
               if (!file.descriptor || descriptor_directory_in(file.descriptor->name) != std::string::npos) return;
@@ -389,6 +380,65 @@ Rule example_is_descriptor() {
           }
         });
       }};
+}
+
+// ---- Files of another release ----
+
+/// A product whose package was made from the directory "stage", which has this content.xml in its repository.
+Sample product_with_stage(const std::string& content) {
+  return product(user_session(entry_of({.package = R"("scan": "stage")"})),
+                 {{"stage/etc/eclipse/tools.txt", line_of_one}, {"stage/site/content.xml", content}});
+}
+
+/// Whether the descriptor file that is read has another content than that in the package.
+bool differs_from_package(const Descriptor& descriptor, const fs::path& packaged) {
+  const FileContent content = read_file(packaged, largest::descriptor);
+  return content.error.empty() && descriptor.is_readable() && content.bytes != descriptor.content;
+}
+
+void check_packaged_descriptors(const Input& input, Reporter& reporter) {
+  std::map<std::pair<const Component*, std::string_view>, const Descriptor*> descriptors;
+  for (const Descriptor& descriptor : input.descriptors)
+    descriptors.emplace(std::pair(descriptor.component, std::string_view(descriptor.file)), &descriptor);
+  for_each_listed(input, [&](const Component& component, const ListedFile& file) {
+    if (component.scanned.empty() || !component.takes_part || !file.descriptor || !file.descriptor->exists) return;
+    const fs::path packaged = component.scanned / file.descriptor->name;
+    const auto read = descriptors.find({&component, shown_path(file.descriptor->path)});
+    if (read == descriptors.end() || !differs_from_package(*read->second, packaged)) return;
+    reporter.report(file.location,
+                    "the plug-in reads " + file.descriptor->path + ", which differs from the package's " + packaged.string());
+  });
+}
+
+void check_packaged_repositories(const Input& input, Reporter& reporter) {
+  for (const Record& record : input.records) {
+    if (record.packaged == nullptr || !record.takes_part()) continue;
+    if (!record.site->units || !record.packaged->units || *record.site->units == *record.packaged->units) continue;
+    reporter.report(record.location(0), in_quotes(record.repository()) + " in " + record.descriptor->component->directory +
+                                            " has other units than in the package, " +
+                                            record.descriptor->component->scanned.string());
+  }
+}
+
+Rule package_differs() {
+  return {
+      .name = "package-differs",
+      .group = Group::files,
+      .severity = Severity::warning,
+      .title = "a component's directory has other files than its package, as of another release",
+      .why =
+          "The files of the package are those of the directory in \"scan\", but the plug-in reads descriptor files, and the "
+          "director repositories, in the component's directory.",
+      .fix = "install the package into the component's directory before the run, or correct \"scan\" or installDir",
+      .bad = product_with_stage("<repository><units><unit id='org.example.one.feature.group' version='2.0.0'/></units>"
+                                "</repository>\n"),
+      .good = product_with_stage(content_of_one),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            check_packaged_descriptors(input, reporter);
+            check_packaged_repositories(input, reporter);
+          },
+      .concerns_removals = false};
 }
 
 // ---- Lists of files ----
@@ -518,11 +568,14 @@ Rule capability_descriptor_mismatch() {
 }  // namespace
 
 std::vector<Rule> rules_about_files() {
-  return {descriptor_outside_etc_eclipse(), descriptor_not_listed(),         listed_descriptor_missing(),
-          descriptor_not_a_file(),          descriptor_unreadable(),         not_a_descriptor(),
-          unusual_descriptor_name(),        accidental_descriptor(),         example_is_descriptor(),
-          directory_entry_listed(),         trailing_space_in_listed_name(), descriptor_listed_twice(),
-          component_never_searched(),       capability_descriptor_mismatch()};
+  return {descriptor_outside_etc_eclipse(), descriptor_not_listed(),
+          listed_descriptor_missing(),      descriptor_not_a_file(),
+          descriptor_unreadable(),          not_a_descriptor(),
+          unusual_descriptor_name(),        accidental_descriptor(),
+          example_is_descriptor(),          package_differs(),
+          directory_entry_listed(),         trailing_space_in_listed_name(),
+          descriptor_listed_twice(),        component_never_searched(),
+          capability_descriptor_mismatch()};
 }
 
 }  // namespace eclipse_lint

@@ -25,6 +25,8 @@ bool is_odd_header(const Record& record) {
       "siteurl", "sitepath", "sitefeatureid", "feature"};
   constexpr std::array<std::string_view, 8> second_words = {"feature", "features",   "featureid", "featureids",
                                                             "id",      "repository", "unit",      "plugin"};
+  constexpr std::size_t longest = 100;
+  if (std::max(record.repository().size(), record.feature().size()) > longest) return false;
   const auto is_in = [](const auto& known, const std::string& letters) {
     return std::find(known.begin(), known.end(), letters) != known.end();
   };

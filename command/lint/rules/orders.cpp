@@ -142,15 +142,15 @@ Rule order_taken() {
       .good = good_order(),
       .check =
           [](const Input& input, Reporter& reporter) {
-            std::map<std::int64_t, const Record*> by_slot;
+            std::map<std::pair<bool, std::int64_t>, const Record*> by_slot;
             for (const Record& record : input.records) {
-              if (record.placement) by_slot.emplace(record.placement->slot, &record);
+              if (record.placement) by_slot.emplace(std::pair(record.takes_part(), record.placement->slot), &record);
             }
             for_each_order(input, [&](const Record& record, std::string_view order) {
               // Asked first, since it is cheap and nearly always so: who got the number that is written there was not moved.
               if (order == std::to_string(record.placement->slot) || numeric_part_of(order) != Numeric::all) return;
               const std::int64_t wanted = number_of(input, record);
-              const auto taker = by_slot.find(wanted);
+              const auto taker = by_slot.find({record.takes_part(), wanted});
               if (record.placement->slot == wanted || wanted == 0) return;
               std::string message = "order " + std::to_string(wanted) + " is already taken";
               if (taker != by_slot.end()) message += " by " + taker->second->where();
@@ -187,12 +187,14 @@ Rule order_not_positive() {
   };
 }
 
-/// Of the records of each feature, the one that comes first in the install order.
-std::map<std::string_view, const Record*> first_by_feature(const Input& input) {
-  std::map<std::string_view, const Record*> first;
+using FirstByFeature = std::map<std::pair<bool, std::string_view>, const Record*>;
+
+/// Of the records of each feature, the one that comes first in the install order: of the run, and of what it leaves out.
+FirstByFeature first_by_feature(const Input& input) {
+  FirstByFeature first;
   for (const Record& record : input.records) {
     if (!record.placement || record.feature().empty()) continue;
-    const Record*& known = first.emplace(record.feature(), &record).first->second;
+    const Record*& known = first.emplace(std::pair(record.takes_part(), record.feature()), &record).first->second;
     if (record.placement->slot < known->placement->slot) known = &record;
   }
   return first;
@@ -214,7 +216,7 @@ Rule feature_order_conflict() {
             const auto first = first_by_feature(input);
             for_each_order(input, [&](const Record& record, std::string_view order) {
               if (record.feature().empty()) return;
-              const Record& other = *first.at(record.feature());
+              const Record& other = *first.at({record.takes_part(), record.feature()});
               if (&other == &record || order_of(other) == order) return;
               reporter.report(record.location(order_column), "order " + std::string(order) + " is ignored: " + other.where() +
                                                                  " lists " + in_quotes(record.feature()) +

@@ -5,15 +5,19 @@
 #include <algorithm>
 #include <filesystem>
 #include <optional>
+#include <set>
+#include <unordered_map>
 
 #include "base/file.h"
 #include "base/printable.h"
 #include "dry_run/command_pieces.h"
 #include "lint/input.h"
 #include "lint/rule.h"
+#include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
-#include "p2/profile.h"
+#include "p2/instance_paths.h"
+#include "p2/repository_files.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -55,7 +59,7 @@ Rule user_path_relative() {
             if (!input.session) return;
             const Location& location = input.session->location_of("USER_DEFINED_ECLIPSE_PATH");
             const bool is_in_file = location.line != 0;
-            const std::string executable = input.session->executable();
+            const std::string executable = input.session->executable;
             const auto other = is_in_file ? input.session->seen_from_file(executable) : std::nullopt;
             std::error_code error;
             if (!other || !fs::exists(executable, error) || is_same_file(executable, *other)) return;
@@ -68,7 +72,8 @@ Rule user_path_relative() {
 
 /// The first directory of an instance that the director writes to but this user may not; nothing when there is none.
 std::optional<fs::path> unwritable_directory(const fs::path& instance) {
-  for (const fs::path& directory : {instance, instance / "configuration", instance / "p2"}) {
+  for (const fs::path& directory : {instance, instance / eclipse_p2::configuration_directory,
+                                    instance / eclipse_p2::data_directory, instance / "plugins", instance / "features"}) {
     std::error_code error;
     if (!fs::is_directory(directory, error)) continue;
     if (faccessat(AT_FDCWD, directory.c_str(), W_OK, AT_EACCESS) != 0) return directory;
@@ -83,21 +88,23 @@ Rule instance_not_writable() {
       .severity = Severity::warning,
       .title = "the user who runs lint must not write to the Eclipse instance",
       .why =
-          "If the installer runs as this user, Eclipse keeps its configuration in the directory .eclipse of the user's home: "
-          "the "
-          "features are installed there, for this user alone, and the director reports success. Without such a home it fails.",
+          "If the installer runs as this user, and it is the directory of the instance itself, Eclipse keeps its configuration "
+          "in the directory .eclipse of the user's home: the features are installed there, for this user alone, and the "
+          "director reports success. Without such a home it fails, and so it does if it is a directory in the instance.",
       .fix = "run the installer as a user who may write there; if it is another user than now, do nothing",
       .bad = product(user_session(), {{.name = "ide/p2/", .permissions = 0555}}),
       .good = product(user_session()),
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->run.commands.empty()) return;
-            const std::string executable = input.session->executable();
-            const auto directory = unwritable_directory(eclipse_p2::instance_directory(executable));
+            const std::string executable = input.session->executable;
+            const fs::path instance = eclipse_p2::instance_directory(executable);
+            const auto directory = unwritable_directory(instance);
             if (!directory) return;
             const bool is_named = executable == input.session->variable("USER_DEFINED_ECLIPSE_PATH");
-            reporter.report(input.session->location_of(is_named ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN"),
-                            "no permission to write to " + directory->string());
+            reporter.report(
+                input.session->location_of(is_named ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN"),
+                "no permission to write to " + directory->string() + (*directory == instance ? "" : ", so the director fails"));
           },
   };
 }
@@ -131,6 +138,12 @@ void check_links(const Record& record, Reporter& reporter) {
                     "the composite " + in_quotes(record.repository()) + " has the absolute location " + in_quotes(child),
                     "ship that repository with the component, and write its location relative to the composite");
   }
+  if (!record.site->absolute_artifact.empty()) {
+    reporter.report(record.location(0),
+                    "a mapping rule in artifacts.xml of " + in_quotes(record.repository()) +
+                        " leads to the absolute location " + in_quotes(record.site->absolute_artifact),
+                    "ship that file in the repository, and begin the output of the rule with ${repoUrl}/");
+  }
 }
 
 /// A path that does not exist is another rule's.
@@ -156,7 +169,7 @@ Rule repository_outside_component() {
   return {.name = "repository-outside-component",
           .group = Group::repositories,
           .severity = Severity::warning,
-          .title = "a repository, or a child of a composite, is outside of the component's directory",
+          .title = "a repository, or a part of it, is outside of the component's directory",
           .why =
               "The component does not ship it. Where the component is installed into another directory, or without its "
               "neighbours, the repository is missing or another one.",
@@ -172,10 +185,102 @@ Rule repository_outside_component() {
           .concerns_removals = false};
 }
 
+// ---- Permissions ----
+
+/// What others may read. Each path is looked at once, however many lead through it.
+class OpenToOthers {
+ public:
+  /// The first of a directory, the directories in it on the way to a path, and this path that others may not read; empty when
+  /// they may read all.
+  fs::path closed_part(const fs::path& directory, const fs::path& path) {
+    fs::path reached = directory;
+    if (!has(reached)) return reached;
+    for (const fs::path& name : path.lexically_normal().lexically_relative(directory.lexically_normal())) {
+      reached /= name;
+      if (!has(reached)) return reached;
+    }
+    return {};
+  }
+
+  bool has(const fs::path& path) {
+    const auto [known, is_new] = open_.try_emplace(path.native());
+    if (is_new) known->second = is_open(path);
+    return known->second;
+  }
+
+ private:
+  static bool is_open(const fs::path& path) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    const fs::perms wanted = fs::perms::others_read | (fs::is_directory(status) ? fs::perms::others_exec : fs::perms::none);
+    return !fs::exists(status) || (status.permissions() & wanted) == wanted;
+  }
+
+  std::unordered_map<std::string, bool> open_;
+};
+
+/// Of what the director reads of a repository in a component.
+fs::path closed_part(const Record& record, OpenToOthers& open) {
+  const fs::path base = record.config->base_dir;
+  fs::path site = base / record.repository();
+  fs::path closed = open.closed_part(base, site);
+  if (!closed.empty() || !record.site->is_directory) return closed;
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(site, error)) {
+    const std::string name = entry.path().filename().string();
+    const bool is_metadata = eclipse_p2::RepositoryFiles::is_form(eclipse_p2::Listing::content, name) ||
+                             eclipse_p2::RepositoryFiles::is_form(eclipse_p2::Listing::artifacts, name);
+    if (is_metadata && !open.has(entry.path())) return site;
+  }
+  // The paths of artifacts have no symbolic links.
+  const fs::path real_site = fs::canonical(site, error);
+  for (const auto& [artifact, file] : record.site->artifact_files) {
+    if (!open.closed_part(real_site, file.path).empty()) return site;
+  }
+  return {};
+}
+
+/// If others may not read the descriptor file, the product is probably not yet as it is shipped.
+void check_permissions(const Record& record, OpenToOthers& open, Reporter& reporter) {
+  std::error_code error;
+  const fs::path base = fs::weakly_canonical(record.config->base_dir, error);
+  if (!open.closed_part(base, fs::weakly_canonical(absolute_path(record.descriptor->file), error)).empty()) return;
+  const fs::path closed = closed_part(record, open);
+  if (closed.empty()) return;
+  reporter.report(record.location(0),
+                  "other users may not read all of " + in_quotes(record.repository()) + ", but the descriptor file",
+                  "run chmod -R a+rX " + closed.string());
+}
+
+Rule repository_not_readable_by_others() {
+  return {
+      .name = "repository-not-readable-by-others",
+      .group = Group::repositories,
+      .severity = Severity::warning,
+      .title = "only its owner may read a repository, but all users the descriptor file beside it",
+      .why =
+          "An archive or a package keeps the permissions. If the installer then runs as another user, the director cannot "
+          "load the repository, or cannot read its artifacts.",
+      .fix = "run chmod -R a+rX on the directory of the repository",
+      .bad = component(line_of_one, {{"tools/site/content.xml", content_of_one}, {.name = "tools/site/", .permissions = 0700}}),
+      .good = good_component(),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.has_components) return;
+            std::set<const eclipse_p2::Repository*> known;
+            OpenToOthers open;
+            for_each_looked_into(input, [&](const Record& record) {
+              const bool is_loaded = record.placement && record.site->is_repository && record.site->error.empty();
+              if (is_loaded && known.insert(record.site).second) check_permissions(record, open, reporter);
+            });
+          },
+      .concerns_removals = false};
+}
+
 }  // namespace
 
 std::vector<Rule> rules_about_places() {
-  return {user_path_relative(), instance_not_writable(), repository_outside_component()};
+  return {user_path_relative(), instance_not_writable(), repository_outside_component(), repository_not_readable_by_others()};
 }
 
 }  // namespace eclipse_lint

@@ -8,6 +8,7 @@
 #include "lint/rules/samples.h"
 #include "p2/data_area.h"
 #include "p2/director_command.h"
+#include "p2/instance_paths.h"
 #include "p2/profile.h"
 #include "p2/removal.h"
 
@@ -52,7 +53,7 @@ std::map<Unit, Location> locations_of_units(const Input& input) {
 /// Calls `use` with each unit of a removal and the location that names it, if the installed units are known.
 template <typename Use>
 void for_each_removed(const Input& input, const Use& use) {
-  if (!input.session || !input.session->installed) return;
+  if (!input.session || !input.session->removes_units() || !input.session->installed) return;
   const auto& installed = *input.session->installed;
   const auto locations = locations_of_units(input);
   for (const RemovedUnit& removed : removal_of(removed_units(input), roots_of(installed), installed)) {
@@ -64,7 +65,7 @@ void for_each_removed(const Input& input, const Use& use) {
 /// A damaged one is the finding of another rule; one that is kept elsewhere is no error.
 void report_unreadable_profile(const Input& input, Reporter& reporter) {
   if (!input.session || !input.session->removes_units() || input.session->installed) return;
-  const fs::path instance = instance_directory(input.session->executable());
+  const fs::path instance = instance_directory(input.session->executable);
   if (!data_area_of(instance).reason.empty()) return;
   const fs::path profile = profile_file(instance);
   if (!profile.empty() && read_profile_state(profile).is_damaged) return;
@@ -95,8 +96,10 @@ Rule unit_not_installed() {
             for_each_removed(input, [&](const RemovedUnit& removed, const Location& location) {
               if (removed.state.is_installed) return;
               const auto& versions = removed.state.other_versions;
-              reporter.report(location, in_quotes(text_of(removed.unit)) + " is not installed in the instance" +
-                                            (versions.empty() ? "" : "; the installed version is " + versions.back()));
+              const std::string message = in_quotes(text_of(removed.unit)) + " is not installed in the instance";
+              if (versions.empty()) return reporter.report(location, message);
+              reporter.report(location, message + "; the installed version is " + versions.back(),
+                              "write " + removed.unit.id + ", without a version");
             });
           },
   };

@@ -7,6 +7,8 @@
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
 #include "lint/texts.h"
+#include "p2/director_start.h"
+#include "p2/repository_url.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -37,21 +39,29 @@ bool is_other_metacharacter(const Record& record, char byte) {
   return !is_space(record, byte) && !is_glob(record, byte) && (byte != '\\' || is_archive(record));
 }
 
-/// Reports the first change that is the rule's, in column 1 or else in the component's directory.
+/// Reports the first of these places that is the rule's, in column 1 or else in the component's directory.
+void report_first(const Input& input, const Record& record, const ShellChanges& in_column, const ShellChanges& in_directory,
+                  IsOfRule is_of_rule, Severity severity, Reporter& reporter) {
+  const std::string_view text = record.repository();
+  for (const std::size_t at : in_column) {
+    if (is_around_column(text, at) || !is_of_rule(record, text[at])) continue;
+    return reporter.report(severity, record.descriptor->location(*record.line, 0, at, 1),
+                           name_of_change(text, at) + " in the repository");
+  }
+  if (!input.has_components) return;
+  const std::string& directory = record.config->base_dir;
+  for (const std::size_t at : in_directory) {
+    if (!is_of_rule(record, directory[at])) continue;
+    return reporter.report(severity, record.location(0), name_of_change(directory, at) + in_directory_of(record));
+  }
+}
+
 void check_changes(const Input& input, IsOfRule is_of_rule, Reporter& reporter) {
   for_each_placed(input, [&](const Record& record) {
-    const std::string_view text = record.repository();
-    for (const std::size_t at : changes_in_repository(record)) {
-      if (is_around_column(text, at) || !is_of_rule(record, text[at])) continue;
-      return reporter.report(record.descriptor->location(*record.line, 0, at, 1),
-                             name_of_change(text, at) + " in the repository");
-    }
-    if (!input.has_components) return;
-    for (const std::size_t at : changes_in_directory(record)) {
-      const std::string& directory = record.config->base_dir;
-      if (!is_of_rule(record, directory[at])) continue;
-      return reporter.report(record.location(0), name_of_change(directory, at) + in_directory_of(record));
-    }
+    const ShellChanges in_column = changes_in_repository(record);
+    const ShellChanges in_directory = changes_in_directory(record);
+    if (in_column.empty() && in_directory.empty()) return;
+    report_first(input, record, in_column, in_directory, is_of_rule, severity_of_changed_repository(input, record), reporter);
   });
 }
 
@@ -86,64 +96,76 @@ Rule repository_needs_shell_quoting() {
           .concerns_removals = false};
 }
 
-/// It would have to match the whole URL, read as a path from the working directory.
+void check_globs(const Input& input, Reporter& reporter) {
+  check_changes(input, is_glob, reporter);
+  for_each_placed(input, [&](const Record& record) {
+    report_first(input, record, idle_globs_in_repository(record), idle_globs_in_directory(record), is_glob, Severity::note,
+                 reporter);
+  });
+}
+
 Rule glob_in_repository() {
   return {
       .name = "glob-in-repository",
       .group = Group::repositories,
-      .severity = Severity::warning,
+      .severity = Severity::note,
       .title = "the path of a directory contains a shell glob",
       .why =
-          "The plug-in does not quote directories. The shell expands \"*\", \"?\" and \"[\" to matching file names; the path "
-          "is unchanged only because no file name matches the whole URL. Archives are quoted.",
+          "The plug-in does not quote directories. The shell expands \"*\", \"?\" and \"[\" to matching file names. Here the "
+          "path is unchanged, because no file name of the working directory matches the whole URL; where one does, that is an "
+          "error. Archives are quoted.",
       .fix = "rename the repository",
       .bad = component("si*te\torg.example.one.feature.group\n", {{"tools/si*te/content.xml", content_of_one}}),
       .good = good_component(),
-      .check = [](const Input& input, Reporter& reporter) { check_changes(input, is_glob, reporter); },
+      .check = check_globs,
       .concerns_removals = false};
 }
 
 // ---- What the director does not read as it is meant ----
 
 /// Where the column has the character, or else that the component's directory has it.
-void report_character(const Input& input, const Record& record, char character, const std::string& name, Reporter& reporter,
-                      std::optional<Correction> correction = {}) {
+void report_character(const Input& input, const Record& record, char character, const std::string& name, Severity severity,
+                      Reporter& reporter, std::optional<Correction> correction = {}) {
   const std::size_t at = record.repository().find(character);
   if (at != std::string_view::npos) {
-    reporter.report(record.descriptor->location(*record.line, 0, at, 1), name + " in the repository", std::move(correction));
+    reporter.report(severity, record.descriptor->location(*record.line, 0, at, 1), name + " in the repository",
+                    std::move(correction));
   } else if (base_of(input, record).find(character) != std::string_view::npos) {
-    reporter.report(record.location(0), name + in_directory_of(record));
+    reporter.report(severity, record.location(0), name + in_directory_of(record));
   }
 }
 
-/// Of a text that is not UTF-8.
-std::size_t first_invalid_byte(std::string_view text) {
-  std::size_t start = 0;
-  while (character_length(text.substr(start)) != 0) start += character_length(text.substr(start));
-  return start;
+void check_utf_8(const Input& input, const Record& record, Reporter& reporter) {
+  const std::string_view text = record.repository();
+  if (!is_utf8(text)) {
+    const std::size_t at = length_of_utf8(text);
+    reporter.report(record.descriptor->location(*record.line, 0, at, 1),
+                    "invalid UTF-8 byte " + printable(text.substr(at, 1)) + " in the repository");
+  } else if (!is_utf8(base_of(input, record))) {
+    reporter.report(record.location(0), "invalid UTF-8" + in_directory_of(record));
+  } else if (const bool is_readable = eclipse_p2::is_readable_in_locale(text);
+             !is_readable || !eclipse_p2::is_readable_in_locale(base_of(input, record))) {
+    reporter.report(input.session ? Severity::error : Severity::warning, record.location(0),
+                    "the path has other characters than ASCII" + (is_readable ? in_directory_of(record) : "") +
+                        ", which the director cannot read in the locale that is set",
+                    "set a locale with UTF-8 for the installer, such as LC_ALL=C.UTF-8, or rename the repository");
+  }
 }
 
 Rule repository_not_utf_8() {
   return {.name = "repository-not-utf-8",
           .group = Group::repositories,
           .severity = Severity::error,
-          .title = "a repository is not valid UTF-8",
-          .why = "The director reads the invalid bytes as other characters, so it cannot load the repository.",
+          .title = "a repository is not valid UTF-8, or not ASCII in a locale without UTF-8",
+          .why =
+              "The director cannot load a repository whose path it cannot read: one that is not valid UTF-8; or, in a locale "
+              "without UTF-8, as C or POSIX, or when none is set, one with other characters than ASCII.",
           .fix = "rename the repository, preferably with ASCII characters only",
           .bad = descriptor("sites/b\xE4r\torg.example.alpha.feature.group\n"),
-          .good = descriptor("sites/b\xC3\xA4r\torg.example.alpha.feature.group\n"),
+          .good = descriptor("sites/baer\torg.example.alpha.feature.group\n"),
           .check =
               [](const Input& input, Reporter& reporter) {
-                for_each_placed(input, [&](const Record& record) {
-                  const std::string_view text = record.repository();
-                  if (!is_utf8(text)) {
-                    const std::size_t at = first_invalid_byte(text);
-                    reporter.report(record.descriptor->location(*record.line, 0, at, 1),
-                                    "invalid UTF-8 byte " + printable(text.substr(at, 1)) + " in the repository");
-                  } else if (!is_utf8(base_of(input, record))) {
-                    reporter.report(record.location(0), "invalid UTF-8" + in_directory_of(record));
-                  }
-                });
+                for_each_placed(input, [&](const Record& record) { check_utf_8(input, record, reporter); });
               },
           .concerns_removals = false};
 }
@@ -151,7 +173,7 @@ Rule repository_not_utf_8() {
 void check_comma(const Input& input, const Record& record, Reporter& reporter) {
   const auto paths = split(record.repository(), ',');
   const bool are_several = paths.size() > 1 && std::all_of(paths.begin(), paths.end(), looks_like_site);
-  if (!are_several) return report_character(input, record, ',', "comma", reporter);
+  if (!are_several) return report_character(input, record, ',', "comma", Severity::error, reporter);
   reporter.report(record.location(0), std::to_string(paths.size()) + " repositories in one line",
                   "write a line for each repository");
 }
@@ -179,12 +201,12 @@ void check_url_syntax(const Input& input, const Record& record, Reporter& report
   const std::string_view text = record.repository();
   if (is_comment(text) || has_scheme(text)) return;
   const std::string base(base_of(input, record));
-  const std::size_t at = url_syntax_in(text, is_archive(record));
+  const std::size_t at = eclipse_p2::url_syntax_in(text, is_archive(record));
   if (at != text.npos) {
     const std::size_t length = text[at] == '%' ? 3 : text[at] == '!' ? 2 : 1;
     reporter.report(record.descriptor->location(*record.line, 0, at, 1),
                     "URL syntax " + in_quotes(text.substr(at, length)) + " in the repository");
-  } else if (url_syntax_in(base + "/", is_archive(record)) != text.npos) {
+  } else if (eclipse_p2::url_syntax_in(base + "/", is_archive(record)) != text.npos) {
     reporter.report(record.location(0), "URL syntax" + in_directory_of(record));
   }
 }
@@ -223,25 +245,28 @@ std::optional<Correction> slashes_for_backslashes(const Record& record) {
 }
 
 Rule backslash_in_repository() {
-  return {.name = "backslash-in-repository",
-          .group = Group::repositories,
-          .severity = Severity::error,
-          .title = "a repository contains a backslash",
-          .why =
-              "The plug-in converts backslashes to slashes only in listed file names. Here the shell removes them, or the "
-              "director looks for a file with a backslash in its name.",
-          .fix = "separate directories with \"/\"",
-          .bad = descriptor("sites\\alpha\torg.example.alpha.feature.group\n"),
-          .good = good_descriptor(),
-          .check =
-              [](const Input& input, Reporter& reporter) {
-                for_each_placed(input, [&](const Record& record) {
-                  if (has_drive_letter(record.repository())) return;
-                  report_character(input, record, '\\', "backslash", reporter, slashes_for_backslashes(record));
-                });
-              },
-          .concerns_removals = false,
-          .corrects = Corrects::safely};
+  return {
+      .name = "backslash-in-repository",
+      .group = Group::repositories,
+      .severity = Severity::error,
+      .title = "a repository contains a backslash",
+      .why =
+          "The plug-in converts backslashes to slashes only in listed file names. Here the shell removes them from the path "
+          "of a directory, and the director looks for an archive with a backslash in its name. Where there is one, it is "
+          "loaded, and this is a warning.",
+      .fix = "separate directories with \"/\"",
+      .bad = descriptor("sites\\alpha\torg.example.alpha.feature.group\n"),
+      .good = good_descriptor(),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            for_each_placed(input, [&](const Record& record) {
+              if (has_drive_letter(record.repository())) return;
+              report_character(input, record, '\\', "backslash", severity_of_changed_repository(input, record), reporter,
+                               slashes_for_backslashes(record));
+            });
+          },
+      .concerns_removals = false,
+      .corrects = Corrects::safely};
 }
 
 }  // namespace

@@ -1,14 +1,16 @@
 // Rules about what a component has where the first column leads.
 #include <algorithm>
+#include <array>
 #include <map>
 #include <optional>
 #include <set>
 
 #include "base/printable.h"
 #include "dry_run/command_pieces.h"
+#include "lint/needed_jars.h"
+#include "lint/needed_units.h"
 #include "lint/rule.h"
 #include "lint/rules/iteration.h"
-#include "lint/rules/needed_units.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
 
@@ -27,25 +29,71 @@ Sample component_with(const std::string& metadata) { return component(line_of_on
 
 constexpr const char* publish_again = "publish the repository again, and check that it is copied completely";
 
+/// What to do about an error of a file: publishing again helps only where the file is not as it was published.
+std::string fix_of(const std::string& error) {
+  constexpr std::array<std::pair<std::string_view, const char*>, 6> fixes = {
+      {{" cannot be read: ", "make it readable for the user who runs the installer"},
+       {"is compressed by ", "pack the archive again, with deflate"},
+       {"is encrypted", "pack the archive again, without a password"},
+       {"Pack200", "publish the repository again, without Pack200"},
+       {"has backslashes", "pack the archive again, with a program that writes slashes"},
+       {"is not UTF-8", "save the file in UTF-8, or have its first line name its encoding"}}};
+  if (error.starts_with("p2.index ")) return "correct the order in p2.index, or delete the file";
+  const auto found =
+      std::find_if(fixes.begin(), fixes.end(), [&](const auto& fix) { return error.find(fix.first) != std::string::npos; });
+  return found == fixes.end() ? publish_again : found->second;
+}
+
 /// The names in a directory that are like a name, regardless of case.
-std::vector<std::string> entries_like(const fs::path& directory, const std::string& name) {
+template <typename IsLike>
+std::vector<std::string> entries_like(const fs::path& directory, const std::string& name, const IsLike& is_like) {
   if (name.empty() || name == "." || name == "..") return {name};
   std::vector<std::string> names;
   std::error_code error;
   for (fs::directory_iterator entry(directory, error), end; !error && entry != end; entry.increment(error)) {
-    if (lower_case(entry->path().filename().string()) == lower_case(name)) names.push_back(entry->path().filename().string());
+    if (is_like(entry->path().filename().string(), name)) names.push_back(entry->path().filename().string());
   }
   return names;
 }
 
-/// The path below a directory that differs from the given one in the case of its letters only; empty when there is none, or
-/// more than one.
-std::string in_other_case(const fs::path& directory, const std::string& path) {
+bool differ_in_case(const std::string& one, const std::string& other) { return lower_case(one) == lower_case(other); }
+
+/// Of U+0300 to U+036F, which change the letter before them.
+bool is_combining_mark(unsigned char lead, unsigned char next) { return lead == 0xCC || (lead == 0xCD && next < 0xB0); }
+
+/// A name in UTF-8, with one question mark for each letter that is not ASCII, or that a combining mark follows.
+std::string without_accents(std::string_view name, bool& has_marks) {
+  std::string letters;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(name[i]);
+    const bool is_mark = i + 1 < name.size() && is_combining_mark(byte, static_cast<unsigned char>(name[i + 1]));
+    has_marks = has_marks || is_mark;
+    if (is_mark && !letters.empty()) {
+      letters.back() = '?';
+    } else if ((byte & 0xC0) != 0x80) {
+      letters += byte < 0x80 ? name[i] : '?';
+    }
+  }
+  return letters;
+}
+
+/// Whether two names look the same, but only one of them has accents as combining marks (Unicode normalization NFD).
+bool differ_in_normalization(const std::string& one, const std::string& other) {
+  bool has_marks = false;
+  bool has_other_marks = false;
+  return one == other ||
+         (without_accents(one, has_marks) == without_accents(other, has_other_marks) && has_marks != has_other_marks);
+}
+
+/// The path below a directory that differs from the given one only as `is_like` admits; empty when there is none, or more than
+/// one.
+template <typename IsLike>
+std::string in_other_spelling(const fs::path& directory, const std::string& path, const IsLike& is_like) {
   std::vector<std::string> meant = {""};
   for (const std::string& name : split(path, '/')) {
     std::vector<std::string> longer;
     for (const std::string& parent : meant) {
-      for (const std::string& entry : entries_like(directory / parent, name)) longer.push_back(parent + entry + "/");
+      for (const std::string& entry : entries_like(directory / parent, name, is_like)) longer.push_back(parent + entry + "/");
     }
     meant = std::move(longer);
   }
@@ -53,7 +101,7 @@ std::string in_other_case(const fs::path& directory, const std::string& path) {
 }
 
 std::optional<Correction> path_in_other_case(const Record& record) {
-  const std::string path = in_other_case(record.config->base_dir, std::string(record.repository()));
+  const std::string path = in_other_spelling(record.config->base_dir, std::string(record.repository()), differ_in_case);
   if (path.empty() || path == record.repository() || !is_utf8(path)) return std::nullopt;
   return Correction{"write " + path, true, {record.edit(0, 0, path.size(), path)}};
 }
@@ -79,6 +127,12 @@ void report_missing(const Record& record, Reporter& reporter) {
   if (auto correction = path_in_other_case(record)) {
     std::string fix = correction->title + "; paths are case-sensitive";
     return reporter.report(record.location(0), message, std::move(fix), std::move(correction));
+  }
+  const std::string text(record.repository());
+  if (!in_other_spelling(record.config->base_dir, text, differ_in_normalization).empty()) {
+    return reporter.report(record.location(0),
+                           message + "; what is there has the same name in another Unicode normalization (NFD or NFC)",
+                           "rename it to " + in_quotes(text) + ", as the descriptor file has it");
   }
   const std::string path = path_from_component(record);
   if (path.empty()) return reporter.report(record.location(0), message);
@@ -113,7 +167,13 @@ void report_no_metadata(const Record& record, Reporter& reporter) {
   std::string message = in_quotes(record.repository()) +
                         " is not a p2 repository: it has no content.jar, no content.xml and no composite of them";
   const std::string nested = in_quotes(record.site->nested);
-  if (record.site->nested.empty()) {
+  const std::string& inner = record.site->inner_archive;
+  if (!inner.empty()) {
+    const std::string path = (fs::path(record.repository()) / inner).string();
+    reporter.report(
+        record.location(0), message + "; it holds the archive " + in_quotes(inner),
+        is_archive(record) ? "unpack it once: ship " + in_quotes(inner) + " itself, and write its path" : "write " + path);
+  } else if (record.site->nested.empty()) {
     reporter.report(record.location(0), std::move(message));
   } else {
     reporter.report(record.location(0), std::move(message),
@@ -144,17 +204,28 @@ Rule repository_without_metadata() {
           .concerns_removals = false};
 }
 
+/// The director takes a location "/a" as relative to the composite.
+std::string fix_of_missing_child(const Record& record, const std::string& child) {
+  std::error_code error;
+  if (child.starts_with('/') && fs::exists(child, error)) {
+    const fs::path composite = fs::weakly_canonical(record.config->base_dir / fs::path(record.repository()), error);
+    const std::string location = fs::weakly_canonical(child, error).lexically_relative(composite).string();
+    return "write " + in_quotes(location) + "; the director takes the location as relative to the composite, also with a \"/\"";
+  }
+  return "ship that repository, too, or remove it from the composite";
+}
+
 /// A file that is not named like an archive is another rule's.
 void check_loads(const Record& record, Reporter& reporter) {
   const Repository& site = *record.site;
   if (!site.error.empty() && (is_archive(record) || site.is_directory)) {
     reporter.report(record.location(0), "cannot load " + in_quotes(record.repository()) + ": " + site.error,
-                    site.is_unreadable ? "make it readable for the user who runs the installer" : publish_again);
+                    site.is_unreadable ? "make it readable for the user who runs the installer" : fix_of(site.error));
   }
   for (const std::string& child : site.missing_children) {
     reporter.report(Severity::warning, record.location(0),
                     "cannot load " + in_quotes(child) + ", a child of the composite " + in_quotes(record.repository()),
-                    "ship that repository, too, or remove it from the composite");
+                    fix_of_missing_child(record, child));
   }
 }
 
@@ -164,8 +235,8 @@ Rule repository_not_loadable() {
           .severity = Severity::error,
           .title = "the p2 metadata of a repository is damaged or unreadable",
           .why =
-              "The director cannot load it. If it can load another repository, it only prints that there were errors, and "
-              "does not find the features of this one. It silently ignores such a child of a composite.",
+              "If the director can load another repository, it only prints that there were errors, and does not find the "
+              "features of this one. It silently ignores such a child of a composite.",
           .fix = publish_again,
           .bad = component_with("<repository><units>\n"),
           .good = good_component(),
@@ -174,6 +245,48 @@ Rule repository_not_loadable() {
                 for_each_looked_into(input, [&](const Record& record) { check_loads(record, reporter); });
               },
           .concerns_removals = false};
+}
+
+constexpr const char* content_of_two =
+    "<?xml version='1.0'?>\n<repository><units>\n"
+    "  <unit id='org.example.two.feature.group' version='1.0.0'/>\n</units></repository>\n";
+
+std::string fix_of_ignored(const IgnoredMetadata& ignored) {
+  const bool is_file = ignored.name.find('<') == std::string::npos;
+  const std::string where = ignored.child.empty() ? "" : " in " + in_quotes(ignored.child);
+  return is_file ? "delete " + ignored.name + where + ", or make " + ignored.read_instead + " anew with what it contains"
+                 : "move what is in it to the first one";
+}
+
+Rule repository_metadata_ignored() {
+  return {
+      .name = "repository-metadata-ignored",
+      .group = Group::repositories,
+      .severity = Severity::warning,
+      .title = "a repository has metadata that the director ignores",
+      .why =
+          "The director reads content.jar, or else content.xml, or else content.xml.xz, or else a composite, if p2.index does "
+          "not name another order, and likewise the list of artifacts. Of two <units> elements in a file it reads the first. "
+          "It does not look at the others, whatever they offer.",
+      .fix = "delete what is ignored, or move it to what the director reads",
+      .bad = component(line_of_one, {{"tools/site/content.xml", content_of_two},
+                                     {.name = "tools/site/content.jar", .entries = {{"content.xml", content_of_one}}}}),
+      .good = component(line_of_one, {{"tools/site/content.xml", content_of_one},
+                                      {.name = "tools/site/content.jar", .entries = {{"content.xml", content_of_one}}}}),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            for (const auto& [site, record] : loaded_sites(input)) {
+              for (const IgnoredMetadata& ignored : site->ignored_metadata) {
+                reporter.report(record->location(0),
+                                "the director ignores " + ignored.name + " of " +
+                                    (ignored.child.empty() ? "" : in_quotes(ignored.child) + ", a child of the composite ") +
+                                    in_quotes(record->repository()) + ", which has another content, since it reads " +
+                                    ignored.read_instead,
+                                fix_of_ignored(ignored));
+              }
+            }
+          },
+      .concerns_removals = false};
 }
 
 constexpr const char* composite_with_remote_child =
@@ -187,7 +300,8 @@ Rule repository_not_examined() {
           .title = "a repository cannot be examined completely",
           .why =
               "The director may be able to load all of it. What it provides is unknown here, so the features of its lines "
-              "are not looked for, and no rule reports missing artifacts or repositories that are not used.",
+              "are not looked for, and no rule reports missing artifacts or repositories that are not used. Of a jar that is "
+              "too large, no rule compares the checksum or the signature.",
           .fix = "if the director has access to all of it, do nothing; otherwise ship everything with the component",
           .bad = component(line_of_one, {{"tools/site/compositeContent.xml", composite_with_remote_child}}),
           .good = good_component(),
@@ -200,6 +314,12 @@ Rule repository_not_examined() {
                   reporter.report(record.location(0),
                                   "cannot examine all of " + in_quotes(record.repository()) + ": " + reason);
                 });
+                if (!input.jars) return;
+                for (const NeededJar& jar : input.jars->wrong()) {
+                  if (jar.errors.limit.empty()) continue;
+                  reporter.report(jar.record->location(0), "cannot examine all of " + in_quotes(jar.record->repository()) +
+                                                               ": " + *jar.name + " " + jar.errors.limit);
+                }
               },
           .concerns_removals = false};
 }
@@ -276,9 +396,10 @@ void check_artifacts(const Input& input, Artifacts (*artifacts_of)(const Reposit
       reporter.report(Severity::warning, record->location(0), text + "; they are for other operating systems",
                       "if the repository is for this system only, do nothing; otherwise " + std::string(publish_again));
     } else {
-      const bool is_unreadable = text.find(" cannot be read: ") != std::string::npos;
-      reporter.report(record->location(0), text,
-                      is_unreadable ? "make it readable for the user who runs the installer" : publish_again);
+      const bool lacks_list = site->is_composite && !site->lists_artifacts;
+      reporter.report(
+          record->location(0), text,
+          lacks_list ? "write compositeArtifacts.xml, with the same children as compositeContent.xml" : fix_of(text));
     }
   }
 }
@@ -291,25 +412,58 @@ std::optional<std::set<std::string>> listed_artifacts(const Sites& sites) {
     listed.insert(site->artifacts->begin(), site->artifacts->end());
     for (const auto& [name, file] : site->missing_artifacts) listed.insert(name);
     for (const auto& [name, error] : site->damaged_artifacts) listed.insert(name);
+    for (const auto& [name, location] : site->artifacts_elsewhere) listed.insert(name);
   }
   return listed;
 }
 
+bool is_in_any(const Sites& sites, const std::string& artifact) {
+  return std::any_of(sites.begin(), sites.end(),
+                     [&](const auto& site) { return site.first->artifacts && site.first->artifacts->count(artifact) != 0; });
+}
+
+/// The director may be able to fetch them on this machine, but not on every one.
+void check_elsewhere(const Input& input, Reporter& reporter) {
+  if (!input.needed) return;
+  const NeededUnits& needed = *input.needed;
+  const Sites& sites = needed.sites();
+  for (const auto& [site, record] : sites) {
+    const auto& elsewhere = site->artifacts_elsewhere;
+    const auto found = std::find_if(elsewhere.begin(), elsewhere.end(), [&](const auto& artifact) {
+      return needed.has(unit_of_artifact(artifact.first)) && !is_in_any(sites, artifact.first);
+    });
+    if (found == elsewhere.end()) continue;
+    reporter.report(
+        Severity::warning, record->location(0),
+        in_quotes(record->repository()) + ": a mapping rule of its artifacts.xml leads to " + in_quotes(found->second) +
+            ", which is not in the repository",
+        "ship the file with the repository, and begin the output of the rule with ${repoUrl}/; if every machine has "
+        "access to that location, do nothing");
+  }
+}
+
 /// A repository may list artifacts, but not those that its features need.
 void check_lists(const Input& input, Reporter& reporter) {
-  const Sites sites = loaded_sites(input);
-  const auto listed = input.offered ? listed_artifacts(sites) : std::nullopt;
+  if (!input.offered) return;
+  const NeededUnits& needed = *input.needed;
+  const Sites& sites = needed.sites();
+  const auto listed = listed_artifacts(sites);
   if (!listed) return;
-  const NeededUnits needed(input, sites);
   for (const auto& [site, record] : sites) {
     if (!site->lists_artifacts) continue;
     const auto lost = std::find_if(site->needed_artifacts.begin(), site->needed_artifacts.end(), [&](const std::string& name) {
       return needed.has(unit_of_artifact(name)) && listed->count(name) == 0;
     });
     if (lost == site->needed_artifacts.end()) continue;
-    reporter.report(record->location(0), in_quotes(record->repository()) + " needs " + in_quotes(*lost) +
-                                             ", which no repository lists: its content and its artifacts are probably of "
-                                             "different builds");
+    const std::string needs = in_quotes(record->repository()) + " needs " + in_quotes(*lost) + ", which no repository lists: ";
+    const auto& children = site->children_without_artifacts;
+    if (children.empty()) {
+      reporter.report(record->location(0), needs + "its content and its artifacts are probably of different builds");
+    } else {
+      reporter.report(record->location(0),
+                      needs + "its list of composite artifacts does not name " + in_quotes(*children.begin()),
+                      "name the children of compositeContent in compositeArtifacts, too");
+    }
   }
 }
 
@@ -318,7 +472,9 @@ Rule repository_without_artifacts() {
           .group = Group::repositories,
           .severity = Severity::error,
           .title = "a repository lacks artifacts of its units, or the list of them",
-          .why = "The director finds the features but not their files, so the command for all features fails.",
+          .why =
+              "The director finds the features but not their files, so the command for all features fails. It looks for a file "
+              "only where the first matching rule in <mappings> of artifacts.xml leads, also if that is another machine.",
           .fix = publish_again,
           .bad = component_with(content_of_files),
           .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},
@@ -328,37 +484,50 @@ Rule repository_without_artifacts() {
               [](const Input& input, Reporter& reporter) {
                 check_artifacts(input, missing_artifacts, lack_of_artifacts, reporter);
                 check_lists(input, reporter);
+                check_elsewhere(input, reporter);
               },
           .concerns_removals = false};
+}
+
+/// Those in archives, which take their time to unpack.
+void check_packed_jars(const Input& input, Reporter& reporter) {
+  if (!input.jars) return;
+  std::map<const Record*, Artifacts> damaged;
+  for (const NeededJar& jar : input.jars->wrong()) {
+    if (!jar.errors.damage.empty()) damaged[jar.record].emplace(*jar.name, *jar.name + " " + jar.errors.damage);
+  }
+  for (const auto& [record, artifacts] : damaged) {
+    const std::string text = damage_of_artifacts(*record, artifacts);
+    reporter.report(record->location(0), text, fix_of(text));
+  }
 }
 
 Rule artifact_damaged() {
-  return {.name = "artifact-damaged",
-          .group = Group::repositories,
-          .severity = Severity::error,
-          .title = "a jar of a repository is not a zip archive, or has another size than the repository lists",
-          .why =
-              "The director compares jars with their checksums, and does not accept other files, so the command for all "
-              "features fails.",
-          .fix = publish_again,
-          .bad = component(line_of_one, {{"tools/site/content.xml", content_of_files},
-                                         {"tools/site/artifacts.xml", artifacts_of_files},
-                                         {"tools/site/plugins/org.example.one.plugin_1.0.0.jar",
-                                          "version https://git-lfs.github.com/spec/v1\noid sha256:0000\nsize 582\n"}}),
-          .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},
-                                          {"tools/site/artifacts.xml", artifacts_of_files},
-                                          {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", empty_jar()}}),
-          .check =
-              [](const Input& input, Reporter& reporter) {
-                check_artifacts(
-                    input, [](const Repository& site) { return site.damaged_artifacts; }, damage_of_artifacts, reporter);
-              },
-          .concerns_removals = false};
+  return {
+      .name = "artifact-damaged",
+      .group = Group::repositories,
+      .severity = Severity::error,
+      .title = "a jar of a repository is not a whole zip archive, or has another size than the repository lists",
+      .why =
+          "If the repository lists a checksum, the director does not accept the jar, so the command for all features fails. "
+          "Otherwise it may install the jar and report success, but Eclipse does not start the bundle. Of archives, the "
+          "jars of the named features are examined, up to 256 MiB each.",
+      .fix = publish_again,
+      .bad = component(line_of_one, {{"tools/site/content.xml", content_of_files},
+                                     {"tools/site/artifacts.xml", artifacts_of_files},
+                                     {"tools/site/plugins/org.example.one.plugin_1.0.0.jar",
+                                      "version https://git-lfs.github.com/spec/v1\noid sha256:0000\nsize 582\n"}}),
+      .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},
+                                      {"tools/site/artifacts.xml", artifacts_of_files},
+                                      {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", empty_jar()}}),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            check_artifacts(
+                input, [](const Repository& site) { return site.damaged_artifacts; }, damage_of_artifacts, reporter);
+            check_packed_jars(input, reporter);
+          },
+      .concerns_removals = false};
 }
-
-constexpr const char* content_of_two =
-    "<?xml version='1.0'?>\n<repository><units>\n"
-    "  <unit id='org.example.two.feature.group' version='1.0.0'/>\n</units></repository>\n";
 
 using Records = std::vector<const Record*>;
 
@@ -372,8 +541,17 @@ bool has_all_features(const UnitVersions& units, const Records& records) {
   return std::all_of(records.begin(), records.end(), [&](const Record* record) { return has_feature(units, record); });
 }
 
-bool has_any_feature(const UnitVersions& units, const Records& records) {
-  return std::any_of(records.begin(), records.end(), [&](const Record* record) { return has_feature(units, record); });
+/// The ids that all records name.
+std::set<std::string, std::less<>> ids_in(const Input& input) {
+  std::set<std::string, std::less<>> ids;
+  for_each_placed(input, [&](const Record& record) {
+    for (const std::string& text : split(record.feature(), ',')) ids.insert(text.substr(0, text.find('/')));
+  });
+  return ids;
+}
+
+bool has_any_of(const UnitVersions& units, const std::set<std::string, std::less<>>& ids) {
+  return std::any_of(units.begin(), units.end(), [&](const auto& unit) { return ids.contains(unit.first); });
 }
 
 /// A repository without features is there for what others require.
@@ -384,12 +562,11 @@ bool offers_features(const UnitVersions& units) {
 /// Nothing is reported of a repository whose own lines name what no repository has: they are wrong in another way.
 void check_use(const Input& input, Reporter& reporter) {
   if (!input.offered) return;
-  Records all;
-  for_each_placed(input, [&](const Record& record) { all.push_back(&record); });
+  const auto ids = ids_in(input);
   std::map<const Repository*, Records> by_site;
   for_each_looked_into(input, [&](const Record& record) { by_site[record.site].push_back(&record); });
   for (const auto& [site, records] : by_site) {
-    if (has_any_feature(*site->units, all) || !has_all_features(*input.offered, records)) continue;
+    if (has_any_of(*site->units, ids) || !has_all_features(*input.offered, records)) continue;
     if (!offers_features(*site->units)) continue;
     reporter.report(records.front()->location(0), "no listed feature is in " + in_quotes(records.front()->repository()));
   }
@@ -415,9 +592,8 @@ Rule unused_repository() {
 }  // namespace
 
 std::vector<Rule> rules_about_repository_contents() {
-  return {repository_missing(),      repository_without_metadata(),  repository_not_loadable(),
-          repository_not_examined(), repository_without_artifacts(), artifact_damaged(),
-          unused_repository()};
+  return {repository_missing(),          repository_without_metadata(),  repository_not_loadable(), repository_not_examined(),
+          repository_metadata_ignored(), repository_without_artifacts(), artifact_damaged(),        unused_repository()};
 }
 
 }  // namespace eclipse_lint

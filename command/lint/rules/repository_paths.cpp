@@ -9,6 +9,7 @@
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
 #include "p2/repository_files.h"
+#include "p2/repository_url.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -151,7 +152,7 @@ Rule directory_named_zip() {
           .check =
               [](const Input& input, Reporter& reporter) {
                 for_each_looked_into(input, [&](const Record& record) {
-                  if (!is_archive(record) || !record.site->is_directory) return;
+                  if (!is_archive(record) || !is_of_other_kind(*record.site, true)) return;
                   reporter.report(record.location(0), in_quotes(record.repository()) + " is a directory, not an archive");
                 });
               },

@@ -1,5 +1,6 @@
 // Rules about the run of a session as a whole.
 #include <algorithm>
+#include <set>
 
 #include "base/file.h"
 #include "base/printable.h"
@@ -124,8 +125,9 @@ Rule new_instance_gets_all_features() {
             if (!input.session || input.session->is_removal()) return;
             std::string list;
             for (const Component& component : input.components) {
-              if (component.catalogue->selected_for_install || !was_read(input, component)) continue;
-              list += (list.empty() ? "" : ", ") + in_quotes(component.catalogue->code);
+              const auto& catalogue = *component.catalogue;
+              if (catalogue.selected_for_install || catalogue.selected_for_removal || !was_read(input, component)) continue;
+              list += (list.empty() ? "" : ", ") + in_quotes(catalogue.code);
             }
             if (list.empty()) return;
             reporter.report(input.session->mode, "the Eclipse instance is new, so it also gets the features of " + list,
@@ -134,23 +136,28 @@ Rule new_instance_gets_all_features() {
   };
 }
 
-/// The first feature of a component of which the instance has nothing; empty when there is none.
-std::string feature_not_in(const std::vector<eclipse_p2::InstalledUnit>& installed, const Input& input,
-                           const Component& component) {
+/// The first feature of a component that fulfils a condition; empty when none does.
+template <typename Condition>
+std::string feature_of(const Input& input, const Component& component, const Condition& condition) {
   for (const Record& record : input.records) {
     if (record.descriptor->component != &component || !record.placement || record.feature().empty()) continue;
-    const auto units = eclipse_p2::units_named(std::string(record.feature()));
-    const bool is_there = std::any_of(installed.begin(), installed.end(), [&](const eclipse_p2::InstalledUnit& one) {
-      return std::any_of(units.begin(), units.end(), [&](const eclipse_p2::Unit& unit) { return unit.id == one.id; });
-    });
-    if (!is_there) return std::string(record.feature());
+    if (condition(std::string(record.feature()))) return std::string(record.feature());
   }
   return "";
 }
 
-Sample product_with_old(const std::string& installed) {
+/// Whether the instance has one of the units that a feature column names, in whatever version.
+bool has_feature(const std::vector<eclipse_p2::InstalledUnit>& installed, const std::string& feature) {
+  const auto units = eclipse_p2::units_named(feature);
+  return std::any_of(installed.begin(), installed.end(), [&](const eclipse_p2::InstalledUnit& one) {
+    return std::any_of(units.begin(), units.end(), [&](const eclipse_p2::Unit& unit) { return unit.id == one.id; });
+  });
+}
+
+/// A component "old", which has a feature of its own, beside "tools" and a known instance.
+Sample product_with_old(const std::string& installed, const std::string& state = R"("installed": true)") {
   const std::string old =
-      entry_of({.code = "old", .directory = "old", .state = R"("installed": true)", .capabilities = R"("OLD_ECLIPSE_PLUGIN")"});
+      entry_of({.code = "old", .directory = "old", .state = state, .capabilities = R"("OLD_ECLIPSE_PLUGIN")"});
   return product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"),
                          std::string(tools) + "," + old),
                  {{"old/etc/eclipse/tools.txt", "site\torg.example.old.feature.group\n"},
@@ -166,20 +173,22 @@ Rule installed_component_not_integrated() {
       .severity = Severity::warning,
       .title = "features of an installed component are not in the Eclipse instance, and the run does not install them",
       .why =
-          "A known instance gets only the features of components that are selected in this run. Those of a component that was "
-          "installed without an Eclipse never follow.",
+          "A known instance gets only the features of components that are selected in this run. Features of a component "
+          "that was installed before an Eclipse was chosen are never added later.",
       .fix = "select the component for installation, or leave CASHED_ECLIPSE_PATH empty, so that the instance counts as new",
       .bad = product_with_old("local.ide"),
       .good = product_with_old("org.example.old.feature.group"),
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.is_removal() || input.session->run.commands.empty()) return;
-            const auto installed = eclipse_p2::profile_units(eclipse_p2::instance_directory(input.session->executable()));
+            const auto& installed = input.session->installed;
             if (!installed) return;
             for (const Component& component : input.components) {
-              const bool is_left_out =
-                  component.catalogue->installed && !component.catalogue->selected_for_install && !was_read(input, component);
-              const std::string feature = is_left_out ? feature_not_in(*installed, input, component) : "";
+              const auto& catalogue = *component.catalogue;
+              const bool is_selected = catalogue.selected_for_install || catalogue.selected_for_removal;
+              if (!catalogue.installed || is_selected || was_read(input, component)) continue;
+              const std::string feature =
+                  feature_of(input, component, [&](const std::string& each) { return !has_feature(*installed, each); });
               if (feature.empty()) continue;
               reporter.report(component.location, in_quotes(component.catalogue->code) + " is installed, but its feature " +
                                                       in_quotes(feature) + " is not in the Eclipse instance");
@@ -201,31 +210,87 @@ bool selects_only_for_another_mode(const Input& input) {
   return !selects(input.is_removal()) && selects(!input.is_removal());
 }
 
-/// Whether the choice is one with which the plug-in looks for features at all.
-bool chooses_eclipse(const Input& input) {
-  const std::string choice = input.session->variable("ECLIPSE_INTEGRATION_CHOICE");
-  return choice == "internal" || choice == "user";
+using Features = std::set<std::string_view>;
+
+/// What the components that are selected for the mode have in their feature columns.
+Features features_of_mode(const Input& input) {
+  Features features;
+  for (const Record& record : input.records) {
+    if (record.placement && is_selected(*record.descriptor->component, input.is_removal())) features.insert(record.feature());
+  }
+  return features;
+}
+
+/// An installer leaves components selected for installation that are installed and stay, and a component that replaces
+/// another may bring the same features.
+bool is_for_another_mode_only(const Input& input, const Component& component) {
+  if (is_selected(component, input.is_removal()) || !is_selected(component, !input.is_removal())) return false;
+  return !input.is_removal() || !component.catalogue->installed;
+}
+
+/// Reports a component that a run which installs should remove.
+void report_unremoved(const Input& input, const Component& component, const Features& of_mode, Reporter& reporter) {
+  const auto& installed = input.session->installed;
+  const bool is_read = was_read(input, component);
+  const std::string feature = feature_of(input, component, [&](const std::string& each) {
+    return !of_mode.contains(each) && (is_read || !installed || has_feature(*installed, each));
+  });
+  if (feature.empty()) return;
+  const std::string code = in_quotes(component.catalogue->code);
+  if (is_read) {
+    reporter.report(component.location,
+                    code + " is selected for removal, but the Eclipse instance is new, so the run installs its feature " +
+                        in_quotes(feature),
+                    "leave the component out of the session; or, if the instance is not new, keep CASHED_ECLIPSE_PATH from the "
+                    "previous run, and remove the component in a session with mode uninstall");
+  } else {
+    reporter.report(component.location,
+                    code + " is selected for removal, but mode " + input.session->variable("KORU_MODE") +
+                        " only installs, so its feature " + in_quotes(feature) + " stays",
+                    "run a session with mode uninstall for it before its files are deleted");
+  }
+}
+
+/// Reports a component that a run which removes should install.
+void report_not_installed(const Input& input, const Component& component, const Features& of_mode, Reporter& reporter) {
+  const auto& installed = input.session->installed;
+  const std::string feature = feature_of(input, component, [&](const std::string& each) {
+    return of_mode.contains(each) || !installed || !has_feature(*installed, each);
+  });
+  if (feature.empty()) return;
+  reporter.report(Severity::warning, component.location,
+                  in_quotes(component.catalogue->code) +
+                      " is selected for installation, but mode uninstall only removes, so its feature " + in_quotes(feature) +
+                      " is not installed",
+                  "run a session with mode install or modify for it");
 }
 
 Rule selection_for_another_mode() {
   return {
       .name = "selection-for-another-mode",
       .group = Group::session,
-      .severity = Severity::warning,
-      .title = "components are selected, but none for the mode of the session",
+      .severity = Severity::error,
+      .title = "a component is selected, but not for what the mode of the session does",
       .why =
-          "The run does nothing and reports success. \"remove\" selects a component for a removal, \"install\" for the "
-          "other modes.",
-      .fix = "select the components, or correct the mode",
-      .bad = product(session("uninstall", internal_choice, std::string(ide) + entry_of({.state = R"("install": true)"}))),
-      .good = product(internal_session("uninstall")),
+          "\"remove\" selects a component for mode uninstall, \"install\" for the other modes. A run either installs or "
+          "removes; it silently leaves out the rest, and reports success.",
+      .fix = "select the component for what the mode does, or run a session with another mode for it",
+      .bad = product_with_old("org.example.old.feature.group", R"("installed": true, "remove": true)"),
+      .good = product_with_old("org.example.old.feature.group"),
       .check =
           [](const Input& input, Reporter& reporter) {
-            if (!input.session || !input.session->run.commands.empty() || !input.session->run.refusal.empty()) return;
-            if (!chooses_eclipse(input) || !selects_only_for_another_mode(input)) return;
-            reporter.report(input.session->mode, std::string("no component is selected for ") +
-                                                     (input.is_removal() ? "removal" : "installation") + ", so nothing is " +
-                                                     (input.is_removal() ? "removed" : "installed"));
+            if (!input.session || !input.session->run.searched || !input.session->run.refusal.empty()) return;
+            const Features of_mode = features_of_mode(input);
+            for (const Component& component : input.components) {
+              if (!is_for_another_mode_only(input, component)) continue;
+              (input.is_removal() ? report_not_installed : report_unremoved)(input, component, of_mode, reporter);
+            }
+            if (reporter.has_reported() || !input.session->run.commands.empty()) return;
+            if (!selects_only_for_another_mode(input)) return;
+            reporter.report(Severity::warning, input.session->mode,
+                            std::string("no component is selected for ") + (input.is_removal() ? "removal" : "installation") +
+                                ", so nothing is " + (input.is_removal() ? "removed" : "installed"),
+                            "select the components, or correct the mode");
           },
   };
 }

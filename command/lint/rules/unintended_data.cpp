@@ -4,11 +4,14 @@
 #include <utility>
 
 #include "base/printable.h"
+#include "dry_run/command_pieces.h"
 #include "lint/rule.h"
 #include "lint/rules/header_lines.h"
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
+#include "lint/rules/shell_changes.h"
 #include "lint/texts.h"
+#include "p2/repository_url.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -27,6 +30,13 @@ Correction spaces_for_tabs(const Record& record) {
   return correction;
 }
 
+/// Whether the director gets the path, and there is something that it may load.
+bool is_loaded(const Record& record) {
+  if (record.site == nullptr || !record.site->exists || !changes_in_repository(record).empty()) return false;
+  const std::string path = eclipse_dry_run::path_for_director(record.placement->url);
+  return !eclipse_p2::url_error(path, is_archive(record), *record.site);
+}
+
 Rule comment_is_data() {
   return {.name = "comment-is-data",
           .group = Group::lines,
@@ -43,7 +53,7 @@ Rule comment_is_data() {
               [](const Input& input, Reporter& reporter) {
                 for (const Record& record : input.records) {
                   if (!is_comment(record.repository()) || is_odd_header(record)) continue;
-                  if (record.site != nullptr && record.site->exists) {  // as "//sites/alpha"
+                  if (is_loaded(record)) {  // as "//sites/alpha"
                     reporter.report(Severity::warning, record.location(0),
                                     "this line is active, since " + in_quotes(record.repository()) + " is an existing path",
                                     "delete the line, or the slashes at its beginning");

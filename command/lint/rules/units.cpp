@@ -1,14 +1,18 @@
 // Rules about what the metadata of a repository says of the units that are needed.
+#include <algorithm>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "base/printable.h"
 #include "lint/input.h"
+#include "lint/needed_units.h"
 #include "lint/rule.h"
 #include "lint/rules/iteration.h"
-#include "lint/rules/needed_units.h"
 #include "lint/rules/samples.h"
 #include "p2/director_command.h"
+#include "p2/filter.h"
+#include "p2/requirement.h"
 #include "p2/version.h"
 
 using namespace eclipse_base;
@@ -66,14 +70,29 @@ Rule unit_version_invalid() {
 
 // ---- Instructions ----
 
-void report_action(const Record& record, const Unit& unit, const std::string& action, Reporter& reporter) {
+/// Reports an action "PHASE:NAME", and in the words of `error` what is wrong with it.
+void report_action(const Record& record, const Unit& unit, const std::string& action, const std::string& error,
+                   const std::string& fix, Reporter& reporter) {
   const std::size_t colon = action.find(':');
   const std::string phase = action.substr(0, colon);
   const bool is_removal = phase == "uninstall" || phase == "unconfigure";
-  reporter.report(record.location(0), in_quotes(text_of(unit)) + " in " + in_quotes(record.repository()) +
-                                          " calls the action " + in_quotes(action.substr(colon + 1)) + " to " + phase +
-                                          ", which p2 does not have" +
-                                          (is_removal ? ": once installed, it cannot be removed" : ""));
+  reporter.report(record.location(0),
+                  in_quotes(text_of(unit)) + " in " + in_quotes(record.repository()) + " calls the action " +
+                      in_quotes(action.substr(colon + 1)) + " to " + phase + ", " + error +
+                      (is_removal ? ": once installed, it cannot be removed" : ""),
+                  fix);
+}
+
+void check_actions(const Record& record, const Unit& unit, const UnitDescription& description, Reporter& reporter) {
+  for (const std::string& action : description.foreign_actions) {
+    report_action(record, unit, action, "which p2 does not have for it",
+                  "correct the p2.inf of the feature or bundle, or add metaRequirements for the bundle with the action",
+                  reporter);
+  }
+  for (const std::string& action : description.bundle_actions) {
+    report_action(record, unit, action, "which needs a bundle",
+                  "move the instruction from the p2.inf of the feature to that of the bundle", reporter);
+  }
 }
 
 Rule action_unknown() {
@@ -81,11 +100,11 @@ Rule action_unknown() {
       .name = "action-unknown",
       .group = Group::repositories,
       .severity = Severity::error,
-      .title = "a unit calls an action that p2 does not have, and requires no unit that brings it",
+      .title = "a unit calls an action that p2 does not have for it, and requires no unit that brings it",
       .why =
-          "The director ends with \"No action found\". If the action is for the removal, the unit can be installed but never "
-          "be removed.",
-      .fix = "correct the p2.inf of the feature or bundle, or add metaRequirements for the bundle with the action",
+          "The director ends with \"No action found\", or with another error if a feature calls an action that needs a bundle, "
+          "such as markStarted. If the action is for the removal, the unit can be installed but never be removed.",
+      .fix = "correct the p2.inf of the feature or bundle",
       .bad = site_with_unit("1.0.0",
                             "<touchpointData><instructions><instruction key='install'>org.example.register(a:b);"
                             "</instruction></instructions></touchpointData>"),
@@ -93,24 +112,167 @@ Rule action_unknown() {
                              "<touchpointData><instructions><instruction key='install'>"
                              "org.eclipse.equinox.p2.touchpoint.natives.mkdir(path:${installFolder}/a);"
                              "</instruction></instructions></touchpointData>"),
-      .check =
-          [](const Input& input, Reporter& reporter) {
-            if (!input.known_units) return;
-            const Sites sites = loaded_sites(input);
-            const NeededUnits needed(input, sites);
-            for (const auto& [site, record] : sites) {
-              for (const Unit& unit : needed.all()) {
-                const auto found = site->descriptions.find(unit);
-                if (found == site->descriptions.end()) continue;
-                for (const std::string& action : found->second.foreign_actions) report_action(*record, unit, action, reporter);
-              }
-            }
-          },
-      .concerns_removals = false};
+      .check = [](const Input& input, Reporter& reporter) {
+        if (!input.needed) return;
+        const NeededUnits& needed = *input.needed;
+        const Sites& sites = needed.sites();
+        for (const auto& [site, record] : sites) {
+          for (const auto& [unit, description] : site->descriptions) {
+            if (needed.all().contains(unit)) check_actions(*record, unit, description, reporter);
+          }
+        }
+      }};
+}
+
+// ---- Requirements ----
+
+std::string required_unit(const std::string& range, const std::string& filter, const std::string& more = "") {
+  const auto in_filter = [](const std::string& text) { return text.empty() ? "" : "<filter>" + text + "</filter>"; };
+  return "<properties><property name='org.eclipse.equinox.p2.type.group' value='true'/></properties>\n"
+         "    <requires><required namespace='org.eclipse.equinox.p2.iu' name='org.example.one.plugin' range='" +
+         range + "'>" + more + "</required></requires></unit>\n  <unit id='org.example.one.plugin' version='1.0.0.v2'>" +
+         in_filter(filter);
+}
+
+std::string list_of(const std::vector<std::string>& versions) {
+  std::string list;
+  for (const std::string& version : versions) list += (list.empty() ? "" : ", ") + version;
+  return list;
+}
+
+std::string what_there_is(const UnmetRequirement& unmet) {
+  if (!unmet.filter.empty()) return ", which the repositories have for other systems only: " + unmet.filter;
+  std::string text = ", but ";
+  if (!unmet.offered.empty()) text += "the repositories have " + list_of(unmet.offered);
+  if (unmet.installed.empty()) return text;
+  return text + (unmet.offered.empty() ? "" : ", and ") + "the instance has " + list_of(unmet.installed);
+}
+
+/// For one that is not certain, one would have to know the instance.
+void report_unmet(const UnmetRequirement& unmet, Reporter& reporter) {
+  const Requirement& requirement = *unmet.requirement;
+  const std::string ship =
+      "ship it in such a version, or build " + in_quotes(unmet.unit.id) + " with the version that there is";
+  reporter.report(unmet.is_certain ? Severity::error : Severity::warning, unmet.record->location(1),
+                  in_quotes(text_of(unmet.unit)) + " requires " + text_of_range(requirement.range) + " of " +
+                      in_quotes(requirement.name) + what_there_is(unmet),
+                  unmet.filter.empty() ? ship
+                                       : "ship one for this system, or give the requirement the same filter, so that it counts "
+                                         "only there");
+}
+
+void check_requirements(const Input& input, Reporter& reporter) {
+  if (!input.needed || !input.offered) return;
+  const bool is_certain = input.session && input.session->installed;
+  for (const NamedFeature& named : input.needed->named()) {
+    if (named.description == nullptr || fulfils(input.needed->environment(), named.description->filter) != false) continue;
+    reporter.report(is_certain ? Severity::error : Severity::warning, named.record->location(1),
+                    in_quotes(text_of(named.unit)) + " is for other systems only: " + named.description->filter,
+                    "publish it without this filter, or delete the line");
+  }
+  for (const UnmetRequirement& unmet : input.needed->unmet()) report_unmet(unmet, reporter);
+}
+
+Rule requirement_not_met() {
+  return {.name = "requirement-not-met",
+          .group = Group::features,
+          .severity = Severity::error,
+          .title = "what a feature requires is there, but not in this version or not for this system",
+          .why =
+              "The director reports that the requirement could not be found, so the command for all features fails. Compared "
+              "are the versions and filters in the repositories and in the instance, where the director has no choice. What is "
+              "in neither is not reported.",
+          .fix = "ship what is required, or correct the requirement",
+          .bad = site_with_unit("1.0.0", required_unit("[1.0.0.v1,1.0.0.v1]", "")),
+          .good = site_with_unit("1.0.0", required_unit("[1.0.0.v2,1.0.0.v2]", "(osgi.os=linux)")),
+          .check = check_requirements,
+          .concerns_removals = false};
+}
+
+// ---- What is left of a feature on this system ----
+
+bool is_empty_in(const Environment& environment, const NamedFeature& named) {
+  if (named.description == nullptr || !named.description->is_group) return false;
+  const std::string own_jar = named.unit.id.substr(0, named.unit.id.rfind(group_suffix)) + ".feature.jar";
+  std::size_t count = 0;
+  for (const Requirement& requirement : named.description->requirements) {
+    if (requirement.name == own_jar) continue;
+    if (fulfils(environment, requirement.filter) != false) return false;
+    ++count;
+  }
+  return count != 0;
+}
+
+Rule feature_empty_on_this_system() {
+  const std::string for_windows = "<filter>(osgi.os=win32)</filter>";
+  return {.name = "feature-empty-on-this-system",
+          .group = Group::features,
+          .severity = Severity::warning,
+          .title = "a feature requires all that it has for other systems only",
+          .why = "The director installs the feature without a single bundle, and reports success.",
+          .fix = "include the bundles for this system, or delete the line",
+          .bad = site_with_unit("1.0.0", required_unit("0.0.0", "", for_windows)),
+          .good = site_with_unit("1.0.0", required_unit("0.0.0", "", "<filter>(!(osgi.os=win32))</filter>")),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                if (!input.needed) return;
+                for (const NamedFeature& named : input.needed->named()) {
+                  if (!is_empty_in(input.needed->environment(), named)) continue;
+                  reporter.report(named.record->location(1),
+                                  in_quotes(text_of(named.unit)) + " installs none of its bundles on this system");
+                }
+              },
+          .concerns_removals = false};
+}
+
+// ---- Qualifiers ----
+
+/// All versions of a unit in the repositories and the instance.
+std::vector<std::string> known_versions(const Input& input, const std::string& id) {
+  std::vector<std::string> versions;
+  if (const auto found = input.known_units->find(id); found != input.known_units->end()) {
+    versions.assign(found->second.begin(), found->second.end());
+  }
+  if (!input.session || !input.session->installed) return versions;
+  for (const InstalledUnit& unit : *input.session->installed) {
+    if (unit.id == id) versions.push_back(unit.version);
+  }
+  return versions;
+}
+
+void check_qualifiers(const Input& input, const NamedFeature& named, Reporter& reporter) {
+  const auto versions = known_versions(input, named.unit.id);
+  for (const std::string& newer : versions) {
+    const auto older = std::find_if(versions.begin(), versions.end(),
+                                    [&](const std::string& version) { return has_lower_number(newer, version); });
+    if (older == versions.end()) continue;
+    reporter.report(named.record->location(1), "of " + in_quotes(named.unit.id) + ", " + newer + " is higher than " + *older);
+    return;
+  }
+}
+
+Rule qualifiers_compared_as_text() {
+  return {.name = "qualifiers-compared-as-text",
+          .group = Group::features,
+          .severity = Severity::note,
+          .title = "of two versions of a feature, the one with the lower number in its qualifier is the higher one",
+          .why = "p2 compares qualifiers as text, so the director takes 1.0.0.b9 rather than 1.0.0.b10.",
+          .fix = "write the number with as many digits each time, such as b09, or a time, such as 202401311200",
+          .bad = site_with_unit("1.0.0.b9", "</unit>\n  <unit id='org.example.one.feature.group' version='1.0.0.b10'>"),
+          .good = site_with_unit("1.0.0.b09", "</unit>\n  <unit id='org.example.one.feature.group' version='1.0.0.b10'>"),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                if (!input.needed) return;
+                for (const NamedFeature& named : input.needed->named()) check_qualifiers(input, named, reporter);
+              },
+          .concerns_removals = false};
 }
 
 }  // namespace
 
-std::vector<Rule> rules_about_units() { return {unit_version_invalid(), action_unknown()}; }
+std::vector<Rule> rules_about_units() {
+  return {unit_version_invalid(), requirement_not_met(), feature_empty_on_this_system(), qualifiers_compared_as_text(),
+          action_unknown()};
+}
 
 }  // namespace eclipse_lint

@@ -1,0 +1,164 @@
+#include "lint/needed_units.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+#include "base/text.h"
+#include "p2/director_command.h"
+#include "p2/installation.h"
+#include "p2/version.h"
+
+using namespace eclipse_p2;
+
+namespace eclipse_lint {
+
+Sites loaded_sites(const Input& input) {
+  Sites sites;
+  std::set<const Repository*> known;
+  for (const Record& record : input.records) {
+    const bool is_loaded = record.site != nullptr && record.site->is_repository && record.site->error.empty();
+    if (is_loaded && known.insert(record.site).second) sites.emplace_back(record.site, &record);
+  }
+  return sites;
+}
+
+NeededUnits::NeededUnits(const Input& input)
+    : offered_(*input.known_units), sites_(loaded_sites(input)), knows_all_(input.offered != nullptr) {
+  knows_installed_ = input.session && input.session->installed;
+  environment_ = system_environment(knows_installed_);
+  if (knows_installed_) {
+    for (const InstalledUnit& unit : *input.session->installed) installed_.emplace(unit.id, unit.version);
+  }
+  index();
+  for (const Record& record : input.records) {
+    if (!record.placement) continue;
+    for (const Unit& wanted : units_named(std::string(record.feature()))) {
+      const auto version = highest_offered(wanted, offered_);
+      if (!version) continue;
+      const Unit unit{wanted.id, *version};
+      named_.push_back({unit, &record, description_of(unit)});
+      add(unit, &record, true);
+    }
+  }
+  while (!open_.empty()) {
+    const Open open = open_.back();
+    open_.pop_back();
+    add_requirements(open);
+  }
+}
+
+void NeededUnits::index() {
+  for (const auto& [site, record] : sites_) {
+    if (site->has_references) knows_all_ = false;
+    for (const Described& described : site->descriptions) {
+      auto& descriptions = descriptions_[described.first];
+      if (descriptions.empty() || *descriptions.front() != described.second) descriptions.push_back(&described.second);
+      for (const Capability& further : described.second.further_capabilities) {
+        further_.emplace(further.name, std::pair(&described, &further));
+      }
+      patched_.insert(described.second.names_patched.begin(), described.second.names_patched.end());
+    }
+  }
+}
+
+/// One that is known already may be certain now.
+void NeededUnits::add(const Unit& unit, const Record* record, bool is_certain) {
+  const bool is_new = units_.insert(unit).second;
+  const bool is_newly_certain = is_certain && certain_.insert(unit).second;
+  if (is_new || is_newly_certain) open_.push_back({unit, record, is_certain});
+}
+
+/// Of one that two repositories describe differently, the director takes either.
+const UnitDescription* NeededUnits::description_of(const Unit& unit) const {
+  const auto found = descriptions_.find(unit);
+  return found != descriptions_.end() && found->second.size() == 1 ? found->second.front() : nullptr;
+}
+
+void NeededUnits::add_requirements(Open open) {
+  const auto found = descriptions_.find(open.unit);
+  if (found == descriptions_.end()) return;
+  open.is_certain = open.is_certain && found->second.size() == 1;
+  for (const UnitDescription* const description : found->second) {
+    for (const Requirement& requirement : description->requirements) {
+      if (!requirement.is_hard || fulfils(environment_, requirement.filter) != true) continue;
+      add_required(open, *description, requirement);
+    }
+  }
+}
+
+void NeededUnits::add_required(const Open& open, const UnitDescription& description, const Requirement& requirement) {
+  const auto providers = providers_of(requirement);
+  std::vector<Provider> fitting;
+  std::copy_if(providers.begin(), providers.end(), std::back_inserter(fitting), [&](const Provider& provider) {
+    return may_be_here(provider) && is_in_range(provider.version, requirement.range);
+  });
+  const auto installed = installed_versions(requirement.name);
+  const bool is_installed = std::any_of(installed.begin(), installed.end(),
+                                        [&](const std::string& version) { return is_in_range(version, requirement.range); });
+  const auto own = installed_versions(open.unit.id);
+  const bool is_certain = open.is_certain && patched_.count(requirement.name) == 0 &&
+                          std::find(own.begin(), own.end(), open.unit.version) == own.end();
+  if (fitting.empty()) {
+    if (is_certain && !is_installed) note_unmet(open, requirement, providers);
+  } else if (fitting.size() == 1 && !is_installed) {
+    add(fitting.front().unit, open.record, is_certain);
+  } else if (description.is_group && requirement.name_space == unit_name_space) {
+    const auto highest = std::max_element(fitting.begin(), fitting.end(), [](const Provider& one, const Provider& other) {
+      return std::is_lt(compare_versions(one.version, other.version));
+    });
+    add(highest->unit, open.record, false);
+  }
+}
+
+void NeededUnits::note_unmet(const Open& open, const Requirement& requirement, const std::vector<Provider>& providers) {
+  constexpr std::array<std::string_view, 2> of_p2 = {"a.jre", "org.eclipse.equinox.p2."};
+  const auto begins_like = [&](std::string_view begin) { return requirement.name.starts_with(begin); };
+  if (!knows_all_ || std::any_of(of_p2.begin(), of_p2.end(), begins_like)) return;
+  UnmetRequirement unmet{open.record, open.unit, &requirement, {}, installed_versions(requirement.name), "", knows_installed_};
+  for (const Provider& provider : providers) {
+    unmet.offered.push_back(provider.version);
+    if (!may_be_here(provider) && is_in_range(provider.version, requirement.range)) unmet.filter = *provider.filter;
+  }
+  if (unmet.offered.empty() && unmet.installed.empty()) return;
+  // The instance may have another version than the repositories.
+  if (!unmet.is_certain && !is_exact(requirement.range)) return;
+  unmet_.push_back(std::move(unmet));
+}
+
+std::vector<NeededUnits::Provider> NeededUnits::providers_of(const Requirement& requirement) const {
+  std::vector<Provider> providers;
+  if (const auto offered = offered_.find(requirement.name); offered != offered_.end()) {
+    for (const std::string& version : offered->second) {
+      const Unit unit{requirement.name, version};
+      const UnitDescription* const description = description_of(unit);
+      providers.push_back({unit, version, description == nullptr ? nullptr : &description->filter});
+    }
+  }
+  const auto [begin, end] = further_.equal_range(requirement.name);
+  for (auto found = begin; found != end; ++found) {
+    const auto& [described, capability] = found->second;
+    if (capability->name_space != requirement.name_space) continue;
+    providers.push_back({described->first, capability->version, &described->second.filter});
+  }
+  return providers;
+}
+
+bool NeededUnits::may_be_here(const Provider& provider) const {
+  return provider.filter == nullptr || fulfils(environment_, *provider.filter) != false;
+}
+
+std::vector<std::string> NeededUnits::installed_versions(const std::string& id) const {
+  const auto [begin, end] = installed_.equal_range(id);
+  std::vector<std::string> versions;
+  for (auto found = begin; found != end; ++found) versions.emplace_back(found->second);
+  return versions;
+}
+
+Unit unit_of_artifact(const std::string& artifact) {
+  const auto parts = eclipse_base::split(artifact, ',');
+  const bool is_feature = parts.front() == "org.eclipse.update.feature";
+  return {parts.at(1) + (is_feature ? ".feature.jar" : ""), parts.back()};
+}
+
+}  // namespace eclipse_lint

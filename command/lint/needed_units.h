@@ -1,0 +1,108 @@
+// The units that the director needs for the features of an input.
+#ifndef ECLIPSE_INT_LINT_NEEDED_UNITS_H
+#define ECLIPSE_INT_LINT_NEEDED_UNITS_H
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "lint/input.h"
+#include "p2/filter.h"
+#include "p2/repository.h"
+#include "p2/unit.h"
+
+namespace eclipse_lint {
+
+/// Repositories that can be loaded, each with the first line that names it.
+using Sites = std::vector<std::pair<const eclipse_p2::Repository*, const Record*>>;
+
+Sites loaded_sites(const Input& input);
+
+/// A unit that a line names, in the version that the director takes.
+struct NamedFeature {
+  eclipse_p2::Unit unit;
+  const Record* record;
+  const eclipse_p2::UnitDescription* description;  ///< null when none of this input, or two repositories, describe it
+};
+
+/// A requirement that neither a repository nor the instance meets, although one has what is required: in other versions, or for
+/// other systems.
+struct UnmetRequirement {
+  const Record* record;  ///< that names the feature which needs it
+  eclipse_p2::Unit unit;
+  const eclipse_p2::Requirement* requirement;
+  std::vector<std::string> offered;    ///< versions in the repositories, also those for other systems
+  std::vector<std::string> installed;  ///< versions in the instance
+  std::string filter;                  ///< of one for other systems, whose version would do; else empty
+  bool is_certain;                     ///< what the instance has is known
+};
+
+/// The features in the versions that the director takes, and what they require by name on this system. Where several versions
+/// would do, it follows what features include, in the highest version, but not what bundles require of each other.
+class NeededUnits {
+ public:
+  /// The units of the input's sites are known. The records, and the repositories that they name, outlive this object.
+  explicit NeededUnits(const Input& input);
+
+  const Sites& sites() const { return sites_; }
+  bool has(const eclipse_p2::Unit& unit) const { return units_.count(unit) != 0; }
+  const std::set<eclipse_p2::Unit>& all() const { return units_; }
+  const std::vector<NamedFeature>& named() const { return named_; }
+  const eclipse_p2::Environment& environment() const { return environment_; }
+  /// Only those that no choice of the director can avoid. None when a repository is not known, or refers to others.
+  const std::vector<UnmetRequirement>& unmet() const { return unmet_; }
+
+ private:
+  /// A unit that may still require others.
+  struct Open {
+    eclipse_p2::Unit unit;
+    const Record* record;
+    bool is_certain;  ///< the director has no choice
+  };
+  /// A unit that provides what is required.
+  struct Provider {
+    eclipse_p2::Unit unit;
+    std::string version;        ///< of what it provides
+    const std::string* filter;  ///< null when it is not known
+  };
+  using Described = decltype(eclipse_p2::Repository::descriptions)::value_type;
+
+  void index();
+  void add(const eclipse_p2::Unit& unit, const Record* record, bool is_certain);
+  void add_requirements(Open open);
+  void add_required(const Open& open, const eclipse_p2::UnitDescription& description,
+                    const eclipse_p2::Requirement& requirement);
+  void note_unmet(const Open& open, const eclipse_p2::Requirement& requirement, const std::vector<Provider>& providers);
+  const eclipse_p2::UnitDescription* description_of(const eclipse_p2::Unit& unit) const;
+  std::vector<Provider> providers_of(const eclipse_p2::Requirement& requirement) const;
+  bool may_be_here(const Provider& provider) const;
+  std::vector<std::string> installed_versions(const std::string& id) const;
+
+  const eclipse_p2::UnitVersions& offered_;
+  Sites sites_;
+  eclipse_p2::Environment environment_;
+  bool knows_all_ = false;        ///< what the repositories offer
+  bool knows_installed_ = false;  ///< what the instance has
+  /// Several of a unit that repositories describe differently.
+  std::map<eclipse_p2::Unit, std::vector<const eclipse_p2::UnitDescription*>> descriptions_;
+  /// Those that provide something under another name than their own, by that name.
+  std::multimap<std::string_view, std::pair<const Described*, const eclipse_p2::Capability*>> further_;
+  std::set<std::string_view> patched_;                           ///< names in requirements that a patch may replace
+  std::multimap<std::string_view, std::string_view> installed_;  ///< ids and versions
+  std::vector<NamedFeature> named_;
+  std::set<eclipse_p2::Unit> units_;
+  std::set<eclipse_p2::Unit> certain_;  ///< those that the director has to take
+  std::vector<Open> open_;
+  std::vector<UnmetRequirement> unmet_;
+};
+
+/// The unit that an artifact "CLASSIFIER,ID,VERSION" belongs to.
+eclipse_p2::Unit unit_of_artifact(const std::string& artifact);
+
+}  // namespace eclipse_lint
+
+#endif

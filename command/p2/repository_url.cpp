@@ -1,0 +1,55 @@
+#include "p2/repository_url.h"
+
+#include <cctype>
+
+#include "base/printable.h"
+#include "base/text.h"
+#include "p2/director_start.h"
+
+namespace eclipse_p2 {
+
+namespace {
+
+constexpr std::string_view brackets = "[]";
+
+std::string about_syntax(std::string_view path, std::size_t at) {
+  const std::size_t length = path[at] == '%' ? 3 : path[at] == '!' ? 2 : 1;
+  return "cannot be loaded: the director reads " + eclipse_base::in_quotes(path.substr(at, length)) + " as URL syntax";
+}
+
+}  // namespace
+
+std::size_t url_syntax_in(std::string_view path, bool is_archive) {
+  const auto is_digit = [&](std::size_t i) {
+    return i < path.size() && std::isxdigit(static_cast<unsigned char>(path[i])) != 0;
+  };
+  for (std::size_t at = 0; at < path.size(); ++at) {
+    if (path[at] == '#' || (path[at] == '%' && is_digit(at + 1) && is_digit(at + 2))) return at;
+    if (is_archive ? path.substr(at).starts_with("!/") : path[at] == '?' || brackets.find(path[at]) != brackets.npos) return at;
+  }
+  return path.npos;
+}
+
+bool is_of_other_kind(const Repository& repository, bool is_archive) {
+  return repository.exists && repository.is_directory == is_archive;
+}
+
+std::optional<UrlError> url_error(std::string_view path, bool is_archive, const Repository& repository) {
+  if (path.find(',') != path.npos) {
+    return UrlError{"cannot be loaded: the director splits its list of repositories at the comma", true};
+  }
+  if (!eclipse_base::is_utf8(path)) return UrlError{"cannot be loaded: its path is not UTF-8"};
+  if (!is_readable_in_locale(path)) {
+    return UrlError{
+        "cannot be loaded: its path has other characters than ASCII, which the director cannot read in the locale "
+        "that is set"};
+  }
+  if (const std::size_t at = url_syntax_in(path, is_archive); at != path.npos) {
+    return UrlError{about_syntax(path, at), !is_archive && path.find_first_of(brackets) != path.npos};
+  }
+  if (!is_of_other_kind(repository, is_archive)) return std::nullopt;
+  return UrlError{is_archive ? "is a directory whose name ends in .zip, so it is taken for an archive"
+                             : "is a file whose name does not end in .zip, so it is taken for a directory"};
+}
+
+}  // namespace eclipse_p2

@@ -1,0 +1,31 @@
+// What the director makes of the URL of a repository, into which the plug-in writes the path as it is.
+#ifndef ECLIPSE_INT_P2_REPOSITORY_URL_H
+#define ECLIPSE_INT_P2_REPOSITORY_URL_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "p2/repository.h"
+
+namespace eclipse_p2 {
+
+/// The offset of URL syntax in a path: a fragment or an escape; outside of an archive also a query or a bracket; in an archive
+/// also "!/", which ends its path. npos for none.
+std::size_t url_syntax_in(std::string_view path, bool is_archive);
+
+/// A directory whose URL is that of an archive, or a file whose URL is that of a directory.
+bool is_of_other_kind(const Repository& repository, bool is_archive);
+
+struct UrlError {
+  std::string message;       ///< what follows "the repository ..."
+  bool hinders_all = false;  ///< the director fails before it loads any repository
+};
+
+/// Why the director cannot load the repository at this path, whatever is in it; nothing when it can as far as the URL goes.
+std::optional<UrlError> url_error(std::string_view path, bool is_archive, const Repository& repository);
+
+}  // namespace eclipse_p2
+
+#endif

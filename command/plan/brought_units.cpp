@@ -1,0 +1,35 @@
+#include "plan/brought_units.h"
+
+#include <utility>
+
+#include "p2/director_command.h"
+#include "shell/shell_reading.h"
+
+using namespace eclipse_p2;
+
+namespace eclipse_plan {
+
+std::vector<BroughtUnit> units_brought_by(const Plan& plan, const Offer& offer, const std::vector<InstalledUnit>& installed) {
+  std::vector<BroughtUnit> units;
+  if (plan.is_removal) return units;
+  std::vector<Unit> named;
+  std::size_t number = 0;
+  for (const PlannedRecord* const record : plan.features()) {
+    ++number;
+    std::vector<Unit> units_of_line = units_named(eclipse_shell::as_word(record->config.feature));
+    if (units_of_line.empty()) units_of_line.emplace_back();  // which no repository offers
+    for (Unit& unit : units_of_line) {
+      units.push_back({record, number, unit, {}, ""});
+      named.push_back(std::move(unit));
+    }
+  }
+  auto versions = versions_brought_by(named, InstallationForecast(offer.units, offer.is_all, installed));
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    const auto rival = versions[i].rival;
+    if (rival) units[i].rival = versions[*rival].version + " (" + units[*rival].record->place() + ")";
+  }
+  for (std::size_t i = 0; i < units.size(); ++i) units[i].brought = std::move(versions[i]);
+  return units;
+}
+
+}  // namespace eclipse_plan

@@ -1,0 +1,111 @@
+#include "report/history_report.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "base/printable.h"
+#include "base/text.h"
+#include "report/json_parts.h"
+#include "report/state_report.h"
+#include "report/verification_json.h"
+
+using namespace eclipse_base;
+using namespace eclipse_p2;
+using namespace eclipse_instance;
+
+namespace eclipse_report {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string line(const std::string& indent, const char* sign, const std::string& text) {
+  return indent + sign + " " + printable(text) + "\n";
+}
+
+std::string shown(const Unit& unit) { return unit.id + " " + unit.version; }
+
+/// Takes from the units the one with this id, if there is exactly one.
+std::optional<Unit> taken(std::vector<Unit>& units, const std::string& id) {
+  const auto is_it = [&](const Unit& unit) { return unit.id == id; };
+  if (std::count_if(units.begin(), units.end(), is_it) != 1) return std::nullopt;
+  const auto found = std::find_if(units.begin(), units.end(), is_it);
+  const Unit unit = *found;
+  units.erase(found);
+  return unit;
+}
+
+std::string others_text(const UnitChange& change, const std::string& indent) {
+  std::vector<std::string> parts;
+  if (change.others_in > 0) parts.push_back("+ " + counted(change.others_in, "other unit"));
+  if (change.others_out > 0) parts.push_back("- " + counted(change.others_out, "other unit"));
+  return parts.empty() ? "" : indent + joined(parts, ", ") + "\n";
+}
+
+std::string about(const HistoricState& historic) {
+  std::string text = "  " + state_text(historic.state, historic.unit_count);
+  if (historic.run != nullptr)
+    text += ", by " + printable(historic.run->command) + (historic.run->is_completed ? "" : " (not completed)");
+  return text + "\n";
+}
+
+Json historic_json(const HistoricState& historic) {
+  Json json = state_json(historic.state, historic.unit_count);
+  json["run"] = historic.run != nullptr ? recorded_run_json(*historic.run) : Json();
+  json["change"] = historic.change ? change_json(*historic.change) : Json();
+  return json;
+}
+
+}  // namespace
+
+std::string change_text(const UnitChange& change, const std::string& indent) {
+  if (change.is_empty()) return indent + "No unit came or went.\n";
+  std::string text;
+  std::vector<Unit> went_out = change.went_out;
+  for (const Unit& unit : change.came_in) {
+    const auto replaced = taken(went_out, unit.id);
+    text += replaced ? line(indent, "~", unit.id + " " + replaced->version + " -> " + unit.version)
+                     : line(indent, "+", shown(unit));
+  }
+  for (const Unit& unit : went_out) text += line(indent, "-", shown(unit));
+  for (const Unit& unit : change.now_by_name) text += line(indent, "+", shown(unit) + " by name (before: as a requirement)");
+  for (const Unit& unit : change.no_longer_by_name)
+    text += line(indent, "-", shown(unit) + " by name (stays as a requirement)");
+  return text + others_text(change, indent);
+}
+
+Json change_json(const UnitChange& change) {
+  Json json;
+  add_named_units(json, change);
+  json["otherUnitsIn"] = change.others_in;
+  json["otherUnitsOut"] = change.others_out;
+  return json;
+}
+
+Json recorded_run_json(const RecordedRun& run) {
+  return {{"command", run.command},
+          {"before", run.before},
+          {"after", run.after},
+          {"completed", run.is_completed},
+          {"wentBackTo", text_or_null(run.went_back_to)}};
+}
+
+std::string history_text(const History& history) {
+  std::string text = "Eclipse " + printable(history.executable) + "\n";
+  if (!history.journal.error.empty()) text += "  It is not known which runs made the states: " + history.journal.error + "\n";
+  for (const HistoricState& historic : history.states) {
+    text += about(historic);
+    if (historic.change) text += change_text(*historic.change, "    ");
+  }
+  return text;
+}
+
+void print_history(const History& history) {
+  Json states = Json::array();
+  for (const HistoricState& historic : history.states) states.push_back(historic_json(historic));
+  Json json = {{"executable", history.executable}, {"states", states}, {"error", text_or_null(history.journal.error)}};
+  add_damage(json, history.damage);
+  print_json(json);
+}
+
+}  // namespace eclipse_report

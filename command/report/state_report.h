@@ -1,0 +1,24 @@
+// A state of a p2 profile, as text and as JSON.
+#ifndef ECLIPSE_INT_REPORT_STATE_REPORT_H
+#define ECLIPSE_INT_REPORT_STATE_REPORT_H
+
+#include <cstddef>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+#include "p2/profile.h"
+
+namespace eclipse_report {
+
+/// The time of a state and its date, for a sentence.
+std::string dated(const std::string& time);
+
+/// Its time, its date, and how many units it has or why it cannot be read.
+std::string state_text(const eclipse_p2::ProfileState& state, std::size_t units);
+
+/// {file, time, status: "readable", "damaged" or "unknown", error, units}, with null for what there is not
+nlohmann::ordered_json state_json(const eclipse_p2::ProfileState& state, std::size_t units);
+
+}  // namespace eclipse_report
+
+#endif

@@ -1,0 +1,99 @@
+#include "report/undo_report.h"
+
+#include <nlohmann/json.hpp>
+
+#include "base/printable.h"
+#include "report/history_report.h"
+#include "report/json_parts.h"
+#include "report/outcome.h"
+#include "report/state_report.h"
+#include "standalone_host/session.h"
+
+using namespace eclipse_base;
+using namespace eclipse_p2;
+using namespace eclipse_instance;
+
+namespace eclipse_report {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string others_of(const Undo& undo) {
+  std::string text;
+  for (const Undo::OtherState& other : undo.others) {
+    text += "  Not made by a known run, and to be taken back as well: " + dated(other.time) + "\n" +
+            change_text(other.change, "    ");
+  }
+  return text;
+}
+
+std::string variables_of(const Undo& undo) {
+  if (undo.variables_written) {
+    return std::string("  Variables: ") + eclipse_host::cached_executable + " " +
+           (undo.cached ? "= " + printable(*undo.cached) : std::string("is unset")) + " in " +
+           printable(*undo.variables_written) + "\n";
+  }
+  if (undo.variables_of_run.empty() || !undo.error.empty()) return "";
+  return "  Note: the run wrote its variables to " + printable(undo.variables_of_run) +
+         ", which stays as it is; --variables and --write-variables with this file let it follow\n";
+}
+
+bool was_started(const Undo& undo) { return undo.reversion && !undo.reversion->command.empty(); }
+
+std::string end_of(const Undo& undo) {
+  if (!undo.error.empty()) {
+    std::string text = "  Error: " + printable(undo.error) + "\n";
+    if (undo.reversion && undo.reversion->failure) text += "  Why: " + failure_text(*undo.reversion->failure, "    ");
+    return text;
+  }
+  if (undo.is_dry_run) return "  Dry run: nothing was changed.\n";
+  return undo.reversion ? "  Done\n" : "  Nothing to do: the instance has just these units.\n";
+}
+
+}  // namespace
+
+std::string found_text(const Undo& undo) {
+  std::string text = "Eclipse " + printable(undo.executable) + "\n";
+  if (!undo.way.target.empty()) text += "  Back to the state " + dated(undo.way.target) + "\n";
+  for (const RecordedRun* const run : undo.way.runs) text += "  To be taken back: " + printable(run->command) + "\n";
+  text += others_of(undo);
+  return undo.change ? text + "  Changes:\n" + change_text(*undo.change, "    ") : text;
+}
+
+std::string undone_text(const Undo& undo) {
+  const std::string command = was_started(undo) ? "  Command: " + printable(undo.reversion->command) + "\n" : "";
+  return command + variables_of(undo) + end_of(undo);
+}
+
+void print_undo(const Undo& undo, int exit_status) {
+  Json runs = Json::array();
+  for (const RecordedRun* const run : undo.way.runs) runs.push_back(recorded_run_json(*run));
+  Json others = Json::array();
+  for (const Undo::OtherState& other : undo.others) {
+    others.push_back({{"time", other.time}, {"change", change_json(other.change)}});
+  }
+  Json variables;
+  if (undo.variables_written) {
+    variables = {{"file", *undo.variables_written},
+                 {eclipse_host::cached_executable, undo.cached ? Json(*undo.cached) : Json()}};
+  }
+  const bool has_failed = undo.reversion && undo.reversion->failure;
+  Json json = {{"executable", undo.executable},
+               {"dryRun", undo.is_dry_run},
+               {"forced", undo.is_forced},
+               {"from", text_or_null(undo.newest)},
+               {"to", text_or_null(undo.way.target)},
+               {"runs", runs},
+               {"change", undo.change ? change_json(*undo.change) : Json()},
+               {"others", others},
+               {"command", was_started(undo) ? Json(undo.reversion->command) : Json()},
+               {"failure", has_failed ? failure_json(*undo.reversion->failure) : Json()},
+               {"variables", variables},
+               {"error", text_or_null(undo.error)},
+               {"exitStatus", exit_status}};
+  add_damage(json, undo.damage);
+  print_json(json);
+}
+
+}  // namespace eclipse_report

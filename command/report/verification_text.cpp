@@ -1,0 +1,98 @@
+#include "report/verification_text.h"
+
+#include <cstddef>
+
+#include "base/printable.h"
+#include "base/text.h"
+
+using namespace eclipse_base;
+using namespace eclipse_p2;
+using namespace eclipse_verify;
+
+namespace eclipse_report {
+
+namespace {
+
+constexpr std::size_t most_requirers = 3;
+constexpr std::size_t most_listed = 20;
+
+/// first_few(), printable.
+std::string some_of(const std::vector<std::string>& texts, std::size_t most) {
+  return printable(first_few(texts, most), {.longest = no_limit});
+}
+
+/// "; required by a, b and 2 more", or nothing.
+std::string about_requirers(const std::vector<std::string>& requirers) {
+  if (requirers.empty()) return "";
+  return "; required by " + some_of(requirers, most_requirers);
+}
+
+/// That it was installed as a requirement, where that is known.
+std::string about_root(const CheckedUnit& checked) {
+  return (checked.is_root ? "" : ", but not by name") + about_requirers(checked.required_by);
+}
+
+/// The director does not replace it by the lower version.
+std::string about_newer(const CheckedUnit& checked) {
+  if (checked.newer.empty()) return "";
+  return " in the newer version " + printable(checked.newer) + "; the session brings " + printable(checked.brought);
+}
+
+std::string difference(const CheckedUnit& checked, const Verification& verification) {
+  std::string text = "  " + printable(text_of(checked.unit));
+  if (verification.is_removal) {
+    text += " is still installed" + about_root(checked);
+  } else {
+    text += verification.knows_all() ? " is not installed" : " is not installed by name";
+    if (!checked.other_versions.empty()) text += ", but version " + some_of(checked.other_versions, most_listed) + " is";
+    if (!checked.other_versions.empty() && !checked.brought.empty()) {
+      text += "; the session brings " + printable(checked.brought);
+    }
+  }
+  return text + " (" + some_of(checked.places, most_listed) + ")\n";
+}
+
+/// What is as it should be, but for another reason than expected; and what cannot be determined.
+std::string notes_on(const Verification& verification) {
+  std::string text;
+  for (const CheckedUnit& checked : verification.units) {
+    const bool is_as_expected = checked.is_root && checked.newer.empty();
+    if (!checked.is_installed || is_as_expected || verification.is_removal) continue;
+    text += "  " + printable(text_of(checked.unit)) + " is installed" + about_newer(checked) + about_root(checked) + " (" +
+            some_of(checked.places, most_listed) + ")\n";
+  }
+  if (verification.knows_all()) return text;
+  const std::string& error = verification.installed.profile_error;
+  return text +
+         "  Only units that were installed by name are known, not their requirements: the p2 profile of the instance cannot be "
+         "read" +
+         (error.empty() ? ".\n" : ": " + printable(error) + "\n");
+}
+
+}  // namespace
+
+std::string verification_text(const Verification& verification) {
+  const auto differences = verification.differences();
+  const bool same = differences.empty();
+  const std::size_t count = same ? verification.units.size() : differences.size();
+  std::string text = same ? "Same: " : "Different: ";
+  text += std::to_string(count) + " of " + std::to_string(verification.units.size()) + " units that the session " +
+          (verification.is_removal ? "removes" : "installs");
+  if (verification.is_removal) {
+    text += same ? " are not installed in " : " are still installed in ";
+  } else {
+    text += same ? " are installed in " : " are not installed in ";
+  }
+  text += printable(verification.executable);
+  text += verification.source == Source::profile ? ", as its p2 profile records\n" : "\n";
+  for (const CheckedUnit& checked : differences) text += difference(checked, verification);
+  return text + notes_on(verification);
+}
+
+std::string reasons_text(const eclipse_plan::Plan& plan, const std::string& indent) {
+  std::string text;
+  for (const std::string& reason : plan.reasons) text += "\n" + indent + printable(reason);
+  return text;
+}
+
+}  // namespace eclipse_report

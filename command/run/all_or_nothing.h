@@ -1,0 +1,63 @@
+// A run after which the instance has everything that the session brings, or is as it was.
+#ifndef ECLIPSE_INT_RUN_ALL_OR_NOTHING_H
+#define ECLIPSE_INT_RUN_ALL_OR_NOTHING_H
+
+#include <filesystem>
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "instance/reversion.h"
+#include "p2/unit_change.h"
+#include "plan/offer.h"
+#include "plan/plan.h"
+#include "run/run_function.h"
+#include "terminal/interruption.h"
+
+namespace eclipse_run {
+
+class AllOrNothing {
+ public:
+  /// The run that may be taken back, and its additions to the report.
+  AllOrNothing(RunFunction run, ReportAdditions additions);
+
+  /// Both refer to this object.
+  ///   allOrNothing: {whole, before: time or null, wentBackTo: time or null, movedAside: [file], broughtBack: [file],
+  ///     change, command, failure,
+  ///     error}, only when the session has a command
+  RunFunction function();
+  ReportAdditions additions() const;
+
+ private:
+  void run(const eclipse_host::Plugin& plugin, eclipse_host::Session& session, eclipse_host::RunRecord& record,
+           const eclipse_host::RunObservers& observers);
+  std::string why_there_is_no_way_back() const;
+  bool is_whole(const eclipse_host::RunRecord& record) const;
+  bool has_all() const;
+  void go_back(eclipse_host::Session& session, eclipse_host::RunRecord& record);
+  void repair();
+  void revert_unless_unchanged();
+  bool was_taken_back() const { return !is_whole_ && error_.empty(); }
+  std::string text() const;
+  void add_to(nlohmann::ordered_json& json) const;
+
+  RunFunction run_;
+  ReportAdditions additions_;
+  eclipse_plan::Plan plan_;
+  eclipse_plan::Offer offer_;
+  std::filesystem::path instance_;  ///< a link to it may be changed meanwhile
+  std::string before_;              ///< the time of the newest state before the run; empty when there is none
+  bool was_damaged_ = false;
+  bool is_whole_ = true;
+  std::vector<std::filesystem::path> moved_;         ///< the new names of states that the run left damaged
+  std::vector<std::filesystem::path> brought_back_;  ///< files of the configuration that the run left damaged
+  std::optional<eclipse_p2::UnitChange> change_;
+  std::optional<eclipse_instance::Reversion> reversion_;
+  std::string error_;                                         ///< why the instance is not as it was
+  std::optional<eclipse_terminal::Interrupted> interrupted_;  ///< by which the way back was stopped
+};
+
+}  // namespace eclipse_run
+
+#endif

@@ -1,0 +1,59 @@
+#include "run/asked_instance.h"
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "base/printable.h"
+#include "p2/instance_error.h"
+#include "p2/instance_paths.h"
+#include "p2/repository.h"
+#include "plan/offer.h"
+#include "run/instance_safety.h"
+#include "terminal/standard_streams.h"
+
+using namespace eclipse_base;
+using namespace eclipse_terminal;
+using eclipse_plan::Plan;
+
+namespace eclipse_run {
+
+namespace {
+
+/// A director writes into its instance even when it is only asked.
+void warn_of_foreign_instance(const std::string& executable) {
+  const std::string directory = eclipse_p2::instance_directory(executable).string();
+  struct stat status {};
+  if (geteuid() != 0 || stat(directory.c_str(), &status) != 0 || status.st_uid == 0) return;
+  const passwd* const owner = getpwuid(status.st_uid);
+  const std::string user = owner != nullptr ? owner->pw_name : "ID " + std::to_string(status.st_uid);
+  print_message("warning: " + printable(directory) + " belongs to user " + printable(user) +
+                ", but its director is run as root and may leave files of root in it; run this command as that user");
+}
+
+}  // namespace
+
+InstanceAnswer asked_instance(const Plan& plan, bool asks_director, double seconds_to_wait) {
+  const auto lock = lock_instance(plan.executable, seconds_to_wait);
+  const Interruption interruption;
+  InstanceAnswer answer;
+  try {
+    eclipse_p2::Repositories repositories;
+    const auto offer = eclipse_plan::offered_to(plan, repositories);
+    if (!asks_director) answer.verification = eclipse_verify::verify_by_profile(plan, offer);
+    if (!answer.verification) {
+      warn_of_foreign_instance(plan.executable);
+      check_space_for_director(plan.executable);
+      answer.verification = eclipse_verify::verify_by_director(plan, offer, Interruption::observer().command_progress);
+    }
+    Interruption::check();
+  } catch (const eclipse_p2::InstanceError& error) {
+    answer.error = error.what();
+  } catch (const Interrupted& interrupted) {
+    answer.interrupted = interrupted;
+  }
+  answer.damage = eclipse_instance::instance_damage(plan.executable);
+  return answer;
+}
+
+}  // namespace eclipse_run

@@ -1,0 +1,120 @@
+#include "run/repair.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <vector>
+
+#include "base/file.h"
+#include "instance/damage.h"
+#include "instance/repair.h"
+#include "p2/installed_units.h"
+#include "p2/instance_error.h"
+#include "p2/instance_paths.h"
+#include "run/instance_safety.h"
+#include "terminal/exit_status.h"
+#include "terminal/interruption.h"
+
+using namespace eclipse_report;
+using namespace eclipse_terminal;
+
+namespace fs = std::filesystem;
+
+using eclipse_instance::RepairPlan;
+using eclipse_p2::ProfileState;
+
+namespace eclipse_run {
+
+namespace {
+
+bool changes_files(const Repair& repair) { return !repair.moves.empty() || !repair.brought_back.empty(); }
+
+/// The bundles of the states to be moved that stay listed. A state that is damaged has none.
+std::vector<eclipse_p2::Unit> bundles_left(const RepairPlan& plan, const std::vector<ProfileState>& left,
+                                           const fs::path& instance) {
+  if (plan.states.size() == left.size() || plan.to_bring_back || left.empty()) return {};
+  return eclipse_p2::bundles_left(instance, plan.states.front(), left.front());
+}
+
+/// Throws RepairError and FileError.
+void repair_files(Repair& repair, const fs::path& instance, const std::optional<std::string>& to) {
+  const RepairPlan plan = eclipse_instance::plan_repair(instance, to);
+  repair.states = plan.states;
+  repair.unit_counts = plan.unit_counts;
+  repair.configuration = plan.configuration;
+  repair.taken_back = plan.taken_back;
+  const auto to_move = eclipse_instance::states_to_move(plan.states, plan.to);
+  const std::vector<ProfileState> left(plan.states.begin() + static_cast<std::ptrdiff_t>(to_move.size()), plan.states.end());
+  repair.lost = eclipse_instance::lost_units(instance, left);
+  repair.bundles_left = bundles_left(plan, left, instance);
+  if (plan.configuration && !plan.configuration->is_startable && !plan.to_bring_back) {
+    throw eclipse_instance::RepairError(eclipse_instance::fix_of(*plan.configuration, repair.executable));
+  }
+  const std::string too_much = to ? "" : eclipse_instance::too_much_taken_back(plan);
+  if (!too_much.empty()) throw eclipse_instance::RepairError(too_much);
+  const std::string no_director =
+      to_move.empty() || left.empty() ? "" : eclipse_instance::why_not_newest(instance, left.front());
+  if (!no_director.empty()) {
+    throw eclipse_instance::RepairError(no_director +
+                                        "; choose a newer one with --to, or restore the p2 profile from a backup");
+  }
+  // A repair that is stopped between the two leaves bundles unlisted, and the next one goes on. The other way round, bundles
+  // would stay listed.
+  if (plan.to_bring_back) {
+    const auto bring_back = repair.is_dry_run ? eclipse_instance::differing_files : eclipse_instance::bring_back;
+    repair.brought_back = bring_back(*plan.to_bring_back, instance);
+  }
+  const auto move = [&](const ProfileState& state) {
+    repair.moves.push_back({state.file, repair.is_dry_run ? fs::path() : eclipse_instance::move_aside(state)});
+  };
+  std::for_each(to_move.begin(), to_move.end(), move);
+  for (const fs::path& file : eclipse_p2::misnamed_states(instance)) move({file, "", "", false, {}});
+}
+
+/// What the repair has not repaired, with its fix, unless that was said already.
+void look_for_damage(Repair& repair) {
+  const bool would_change_files = repair.is_dry_run && changes_files(repair);
+  if (repair.lost || !repair.bundles_left.empty() || would_change_files) return;
+  repair.damage = eclipse_instance::instance_damage(repair.executable);
+}
+
+/// Throws InstanceError and Interrupted.
+void ask(Repair& repair) {
+  check_space_for_director(repair.executable);
+  repair.roots = eclipse_p2::installed_units(repair.executable, Interruption::observer().command_progress).roots;
+  Interruption::check();
+}
+
+int exit_status_of(const Repair& repair) {
+  const bool is_damaged =
+      repair.lost || repair.damage || (repair.configuration && !changes_files(repair)) || !repair.bundles_left.empty();
+  return repair.error.empty() && !is_damaged && !(repair.is_dry_run && changes_files(repair)) ? exit_success : exit_failure;
+}
+
+}  // namespace
+
+int perform_repair(Repair& repair, const std::optional<std::string>& to, double seconds_to_wait) {
+  const auto lock = lock_instance(repair.executable, seconds_to_wait);
+  const fs::path instance = eclipse_p2::instance_directory(repair.executable);
+  if (eclipse_p2::profile_states(instance).empty()) throw eclipse_p2::no_profile(repair.executable);
+  const Interruption interruption;
+  try {
+    repair_files(repair, instance, to);
+    if (!repair.is_dry_run) ask(repair);
+    look_for_damage(repair);
+  } catch (const eclipse_instance::RepairError& error) {
+    repair.error = error.what();
+  } catch (const eclipse_base::FileError& error) {
+    repair.error = error.what();
+    look_for_damage(repair);
+  } catch (const eclipse_p2::InstanceError& error) {
+    repair.error = error.what();
+    look_for_damage(repair);
+  } catch (const Interrupted& interrupted) {
+    repair.error = interrupted.text() + " before the director had answered";
+    return interrupted.exit_status();
+  }
+  return exit_status_of(repair);
+}
+
+}  // namespace eclipse_run

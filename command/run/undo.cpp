@@ -1,0 +1,220 @@
+#include "run/undo.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <set>
+#include <vector>
+
+#include "base/file.h"
+#include "base/printable.h"
+#include "instance/damage.h"
+#include "instance/lock.h"
+#include "instance/profile_history.h"
+#include "instance/reversion.h"
+#include "p2/installed_units.h"
+#include "p2/instance_paths.h"
+#include "run/instance_safety.h"
+#include "run/output_checks.h"
+#include "run/run_recording.h"
+#include "run/session_command.h"
+#include "run/session_source.h"
+#include "run/usage_error.h"
+#include "shell/own_command.h"
+#include "standalone_host/session.h"
+#include "standalone_host/variables_file.h"
+#include "terminal/exit_status.h"
+#include "terminal/interruption.h"
+
+namespace fs = std::filesystem;
+using namespace eclipse_p2;
+using namespace eclipse_instance;
+using namespace eclipse_report;
+using namespace eclipse_terminal;
+
+namespace eclipse_run {
+
+namespace {
+
+/// Throws FileError, PluginError and UsageError.
+std::string executable_for(const SessionOptions& options) {
+  if (options.session.empty()) {
+    if (!options.eclipse) throw UsageError("SESSION: missing; give a session file, or --eclipse with the Eclipse instance");
+    return eclipse_p2::existing_executable(*options.eclipse);
+  }
+  const SessionCommand command(options);
+  const auto plugin = command.load_plugin();
+  check_outputs(options, plugin, command.session());
+  const std::string executable = command.chosen_executable(plugin);
+  if (executable.empty()) {
+    throw UsageError(eclipse_base::printable(options.session) +
+                     ": the session chooses no Eclipse instance; use --eclipse with one");
+  }
+  return eclipse_p2::existing_executable(executable);
+}
+
+void check_variables(const SessionOptions& options) {
+  if (!options.write_variables) return;
+  if (!options.variables) throw UsageError("--write-variables: needs --variables with the file of the last run");
+  eclipse_host::check_variables_file(*options.write_variables, eclipse_host::read_variables_file(*options.variables));
+}
+
+WayBack way_from(const ProfileState& newest, const fs::path& instance, const RunJournal& journal,
+                 const std::optional<std::string>& to) {
+  const std::vector<std::string> times = state_times(instance);
+  if (to) return way_back_to(times, journal, *to);
+  return way_back(times, journal,
+                  [&](const std::string& time) { return has_same_units(newest, state_of_time(instance, time)); });
+}
+
+UnitChange change_of_states(const fs::path& instance, const std::string& before, const std::string& after) {
+  return change_between(installed_in(state_of_time(instance, before)), installed_in(state_of_time(instance, after)));
+}
+
+/// What other people changed is what counts, not the states that p2 writes without a change. They may have worked on the
+/// instance during a run, too.
+std::vector<Undo::OtherState> changes_of_others(const fs::path& instance, const WayBack& way) {
+  std::vector<Undo::OtherState> others;
+  const std::vector<std::string> times = state_times(instance);
+  for (const std::string& time : way.states_of_others) {
+    const auto older = std::find(times.begin(), times.end(), time) + 1;
+    if (older < times.end()) others.push_back({time, change_of_states(instance, *older, time)});
+  }
+  for (const RecordedRun* const run : way.runs) {
+    others.push_back({run->after, run->not_asked_for(change_of_states(instance, run->before, run->after))});
+  }
+  std::erase_if(others, [](const Undo::OtherState& other) { return other.change.is_empty(); });
+  return others;
+}
+
+/// What the host knew as the executable of an earlier run when the state was the newest one.
+void find_cached(Undo& undo) {
+  const RecordedRun* const oldest = undo.way.runs.empty() ? nullptr : undo.way.runs.back();
+  const RecordedRun* const left = undo.journal.run_that_left(undo.way.target);
+  undo.knows_cached = (oldest != nullptr && oldest->before == undo.way.target) || left != nullptr;
+  if (undo.knows_cached) undo.cached = left != nullptr ? left->cached_after : oldest->cached_before;
+}
+
+/// Finds out what would be done, and why it would not.
+void look_at(Undo& undo, const std::optional<std::string>& to) {
+  const fs::path instance = instance_directory(undo.executable);
+  undo.journal = read_run_journal(instance);
+  undo.newest = newest_time(instance);
+  if (undo.newest.empty()) throw no_profile(undo.executable);
+  const ProfileState newest = state_of_time(instance, undo.newest);
+  undo.way = way_from(newest, instance, undo.journal, to);
+  undo.error = undo.way.error;
+  if (!undo.error.empty()) return;
+  const ProfileState target = state_of_time(instance, undo.way.target);
+  undo.error = why_not_revertible(newest, target);
+  if (!undo.error.empty()) return;
+  undo.change = change_between(installed_in(newest), installed_in(target));
+  undo.others = changes_of_others(instance, undo.way);
+  find_cached(undo);
+  if (!undo.way.runs.empty()) undo.variables_of_run = undo.way.runs.front()->variables_file;
+  if (!undo.others.empty() && !undo.is_forced) {
+    undo.error = "this would also take back the changes above, which no recorded run made; use --force to take them back, too";
+  }
+}
+
+/// Throws Interrupted.
+void go_back(Undo& undo) {
+  if (undo.change->is_empty()) return;
+  const Interruption interruption;
+  undo.reversion =
+      revert(undo.executable, undo.way.target, undo.journal.repositories(), Interruption::observer().command_progress);
+  undo.error = undo.reversion->error;
+}
+
+std::set<std::string> ids_of(const UnitChange& change) {
+  std::set<std::string> ids;
+  for (const auto* const units : {&change.came_in, &change.went_out, &change.now_by_name, &change.no_longer_by_name}) {
+    for (const Unit& unit : *units) ids.insert(unit.id);
+  }
+  return ids;
+}
+
+/// As a run of its own, without its end.
+RecordedRun recorded(const Undo& undo) {
+  const RecordedRun* const last = undo.journal.run_that_left(undo.newest);
+  RecordedRun run{eclipse_shell::own_command(), undo.newest, "", undo.way.target, {}};
+  run.cached_before = last != nullptr ? last->cached_after : std::nullopt;
+  run.cached_after = undo.knows_cached ? undo.cached : run.cached_before;
+  run.units = ids_of(*undo.change);
+  return run;
+}
+
+/// So that one that is killed leaves a trace.
+void record_start(const Undo& undo) try {
+  record_beginning(instance_directory(undo.executable), recorded(undo));
+} catch (const eclipse_base::FileError&) {
+}
+
+/// Also when a director that was stopped, or that failed, had gone back before.
+void record_end(const Undo& undo) {
+  const fs::path instance = instance_directory(undo.executable);
+  RecordedRun run = recorded(undo);
+  run.after = newest_time(instance);
+  const bool went_back = is_before(undo.newest, run.after) &&
+                         has_same_units(state_of_time(instance, run.after), state_of_time(instance, undo.way.target));
+  went_back ? record_with_warning(instance, run) : forget_beginning(instance);
+}
+
+/// Lets the variables follow that the host keeps. Why they could not be written; empty when they could.
+std::string write_variables(Undo& undo, const SessionOptions& options) try {
+  if (!options.write_variables || !undo.knows_cached) return "";
+  eclipse_host::Variables variables = eclipse_host::read_variables_file(*options.variables);
+  variables.erase(eclipse_host::cached_executable);
+  if (undo.cached) variables[eclipse_host::cached_executable] = *undo.cached;
+  if (!undo.is_dry_run) eclipse_host::write_variables_file(*options.write_variables, variables);
+  undo.variables_written = *options.write_variables;
+  return "";
+} catch (const eclipse_base::FileError& error) {
+  return error.what();
+}
+
+/// Returns the exit status.
+int undo_last_run(Undo& undo, const UndoOptions& options) {
+  look_at(undo, options.to);
+  if (!options.session.json) std::cout << found_text(undo) << std::flush;
+  undo.damage = undo.is_dry_run ? instance_damage_at_rest(undo.executable) : instance_damage(undo.executable);
+  if (undo.error.empty() && undo.damage && undo.damage->is_fatal)
+    undo.error = "nothing was run, since the Eclipse instance needs a repair first";
+  if (undo.is_dry_run && is_in_use(instance_directory(undo.executable))) {
+    undo.error = "another director is at work on the instance, and may change what was found; try again when it has ended";
+  }
+  if (!undo.error.empty()) return exit_failure;
+  if (undo.is_dry_run) return exit_success;
+  if (!undo.damage) keep_configuration_of(undo.executable);
+  record_start(undo);
+  try {
+    go_back(undo);
+  } catch (const Interrupted& interrupted) {
+    undo.error = interrupted.name() + " stopped the director";
+    record_end(undo);
+    undo.damage = instance_damage(undo.executable);
+    return interrupted.exit_status();
+  }
+  record_end(undo);
+  if (!undo.error.empty()) undo.damage = instance_damage(undo.executable);
+  return undo.error.empty() ? exit_success : exit_failure;
+}
+
+}  // namespace
+
+UndoResult perform_undo(const UndoOptions& options) {
+  check_variables(options.session);
+  UndoResult result;
+  Undo& undo = result.undo;
+  undo.executable = executable_for(options.session);
+  check_variables_output(options.session, undo.executable);
+  undo.is_dry_run = options.dry_run;
+  undo.is_forced = options.force;
+  const auto lock = lock_instance(options.dry_run ? "" : undo.executable, options.session.wait);
+  result.exit_status = undo_last_run(undo, options);
+  if (result.exit_status == exit_success) result.variables_error = write_variables(undo, options.session);
+  if (!result.variables_error.empty()) result.exit_status = exit_trouble;
+  return result;
+}
+
+}  // namespace eclipse_run
