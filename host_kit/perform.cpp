@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/text.h"
 #include "host_kit/forked.h"
 #include "host_kit/observed.h"

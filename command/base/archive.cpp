@@ -15,6 +15,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/limits.h"
+
 namespace eclipse_base {
 
 namespace {

@@ -1,4 +1,5 @@
 #include "base/file.h"
+#include "base/limits.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/printable.h"
 #include "base/text.h"
 

@@ -12,6 +12,7 @@
 #include <memory>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/temporary_directory.h"
 #include "base/text.h"
 #include "cli/subcommands.h"

@@ -45,7 +45,7 @@ constexpr const char* help_examples =
 
 constexpr const char* help_exit_status =
     "Exit status:\n"
-    "  0  done\n"
+    "  0  success\n"
     "  2  there is no such subcommand\n";
 
 /// "help": prints the help of the program or of a subcommand.
@@ -83,17 +83,20 @@ int run_command_line(int argc, const char* const* argv) {
   program
       .add_option("--plugin", options.plugin, "With --version: of this plug-in\n[default: the one installed with this command]")
       .type_name("LIBRARY");
-  std::vector<Subcommand> subcommands = add_session_subcommands(program);
-  subcommands.push_back(add_repair(program));
-  subcommands.push_back(add_history(program));
-  subcommands.push_back(add_undo(program));
-  subcommands.push_back(add_lint(program));
-  subcommands.push_back(add_explain(program));
-  subcommands.push_back(add_check_host(program));
-  subcommands.push_back(add_list(program));
-  subcommands.push_back(add_new(program));
-  subcommands.push_back(add_language_server(program));
-  subcommands.push_back(add_help(command_line));
+  const std::vector<Subcommand> subcommands = {add_run(program),
+                                               add_call(program),
+                                               add_plan(program),
+                                               add_verify(program),
+                                               add_repair(program),
+                                               add_history(program),
+                                               add_undo(program),
+                                               add_lint(program),
+                                               add_explain(program),
+                                               add_check_host(program),
+                                               add_list(program),
+                                               add_new(program),
+                                               add_language_server(program),
+                                               add_help(command_line)};
   if (!command_line.parse(argc, argv)) return exit_success;
   if (asks_for_version) return print_versions(options);
   if (options.plugin) throw UsageError("--plugin: before a subcommand it is for --version only; write it after the subcommand");

@@ -27,7 +27,7 @@ constexpr const char* examples =
 
 constexpr const char* exit_status =
     "Exit status:\n"
-    "  0  done\n"
+    "  0  success\n"
     "  2  there is no such rule or group\n";
 
 struct ExplainOptions {

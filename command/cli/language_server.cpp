@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "cli/configuration_options.h"
+#include "cli/shared_options.h"
 #include "cli/subcommands.h"
 #include "dry_run/plugin_functions.h"
 #include "eclipse_int/version.h"
@@ -30,7 +31,7 @@ constexpr const char* exit_status =
     "Exit status:\n"
     "  0  the editor ended the server as the protocol requires\n"
     "  1  the editor closed the connection before\n"
-    "  2  the input is not framed as the protocol requires, or the arguments are invalid\n";
+    "  2  the input is not framed as the protocol requires, or an error in the arguments\n";
 
 constexpr double longest_time_limit = 3600;
 

@@ -9,10 +9,12 @@
 #include "base/file.h"
 #include "base/file_error.h"
 #include "base/file_replacement.h"
+#include "base/limits.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "base/unified_diff.h"
 #include "cli/configuration_options.h"
+#include "cli/shared_options.h"
 #include "cli/subcommands.h"
 #include "dry_run/component_directories.h"
 #include "dry_run/descriptor_paths.h"
@@ -64,7 +66,7 @@ constexpr const char* exit_status =
     "Exit status:\n"
     "  0  no error among the findings that are shown, or what --fail-on says in place of error\n"
     "  1  at least one such finding; with --diff: at least one file would change\n"
-    "  2  an input or the arguments are invalid, or standard output cannot be written\n";
+    "  2  an error in an input or the arguments, or standard output cannot be written\n";
 
 struct LintOptions {
   std::vector<std::string> inputs;

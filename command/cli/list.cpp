@@ -6,6 +6,7 @@
 #include "base/file_error.h"
 #include "base/printable.h"
 #include "base/text.h"
+#include "cli/shared_options.h"
 #include "cli/subcommands.h"
 #include "p2/repository.h"
 #include "report/json_parts.h"
@@ -33,9 +34,9 @@ constexpr const char* examples =
 
 constexpr const char* exit_status =
     "Exit status:\n"
-    "  0  done\n"
-    "  2  there is no p2 repository at a path, or no director can load it; or the arguments are invalid, or\n"
-    "     standard output cannot be written\n";
+    "  0  success\n"
+    "  2  there is no p2 repository at a path, or no director can load it; an error in the arguments; or standard\n"
+    "     output cannot be written\n";
 
 struct ListOptions {
   std::vector<std::string> paths;

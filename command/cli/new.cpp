@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "base/printable.h"
+#include "cli/shared_options.h"
 #include "cli/subcommands.h"
 #include "draft/descriptor_draft.h"
 #include "run/session_source.h"
@@ -25,9 +26,9 @@ constexpr const char* examples =
 
 constexpr const char* exit_status =
     "Exit status:\n"
-    "  0  done\n"
-    "  2  no descriptor can be written for this directory; or the arguments are invalid, or standard output\n"
-    "     cannot be written\n";
+    "  0  success\n"
+    "  2  no descriptor can be written for this directory; an error in the arguments; or standard output cannot be\n"
+    "     written\n";
 
 struct NewOptions {
   SessionOptions session;

@@ -1,6 +1,8 @@
 #include <iostream>
+#include <memory>
 
 #include "cli/configuration_options.h"
+#include "cli/shared_options.h"
 #include "cli/subcommands.h"
 #include "report/plan_report.h"
 #include "run/instance_safety.h"
@@ -14,6 +16,16 @@ using namespace eclipse_run;
 using namespace eclipse_terminal;
 
 namespace eclipse_cli {
+
+namespace {
+
+struct PlanOptions {
+  bool is_verbose = false;   ///< shows all of the plan
+  bool all_retries = false;  ///< shows all that are similar
+  bool resolves = false;     ///< asks the director
+  eclipse_update::Wishes update;
+  ConfigurationOptions configuration;
+};
 
 int plan(const SessionOptions& options, const PlanOptions& wanted) try {
   const PlanReport report = planned_session(options, {.all_retries = wanted.all_retries,
@@ -30,6 +42,52 @@ int plan(const SessionOptions& options, const PlanOptions& wanted) try {
 } catch (const Interrupted& interrupted) {
   print_message(interrupted.text());
   return interrupted.exit_status();
+}
+
+}  // namespace
+
+Subcommand add_plan(const Parser& program) {
+  const Parser parser = program.add_subcommand(
+      "plan",
+      "Show what a run of a session would do, feature by feature, without changing or running anything:\n"
+      "+ to be installed, = already there, ~ there in another version, - to be removed, ! will fail");
+  const auto options = std::make_shared<SessionOptions>();
+  const auto how = std::make_shared<PlanOptions>();
+  add_session_file(parser, *options);
+  parser.add_flag("--resolve", how->resolves,
+                  "Ask the director of the Eclipse instance whether it would install or remove all features,\n"
+                  "and if not, which ones fail and why. It works on a copy of the profile, changes nothing,\n"
+                  "and takes some seconds for each question");
+  add_update_options(parser, how->update);
+  parser.add_flag("--retries", how->all_retries,
+                  "Show the command of every retry, one for each feature; implies --verbose\n"
+                  "[default: similar retries are only counted]");
+  parser.add_flag("--verbose", how->is_verbose,
+                  "Show the whole plan: actions, components, install order, commands and retries\n"
+                  "[default: a line for each feature and repository, and anything unusual]");
+  add_configuration_options(parser, how->configuration);
+  add_reading_options(parser, *options, "the whole plan");
+  parser.set_help(
+      "eclipse-int plan SESSION [OPTIONS]",
+      "  eclipse-int plan install.json\n"
+      "      Show what \"eclipse-int run install.json\" would do.\n"
+      "  eclipse-int plan modify.json --variables state.json\n"
+      "      Do the same with the variables that an earlier run wrote.\n"
+      "  eclipse-int plan modify.json --update\n"
+      "      Show which features an update replaces, and the command; with --resolve also whether the director\n"
+      "      would do it.\n"
+      "  eclipse-int plan install.json --resolve\n"
+      "      Also ask the director whether all requirements can be met.\n"
+      "  eclipse-int plan uninstall.json --json --retries > plan.json\n"
+      "      Write the plan for another program, with all retries.\n",
+      "Exit status:\n"
+      "  0  the run would do what the plan shows, or has nothing to do\n"
+      "  1  the run would be refused, a feature will fail, lint reports an error, or the Eclipse instance is damaged;\n"
+      "     with --resolve also: the director would not install or remove all features\n"
+      "  2  an error in the session or the arguments; with --resolve also: the director cannot be asked,\n"
+      "     for example because another director is at work on the Eclipse instance\n"
+      "  128 + N  signal N interrupted the director\n");
+  return {parser, [options, how] { return plan(*options, *how); }};
 }
 
 }  // namespace eclipse_cli

@@ -2,7 +2,7 @@
 #include <memory>
 #include <optional>
 
-#include "cli/instance_argument.h"
+#include "cli/shared_options.h"
 #include "cli/subcommands.h"
 #include "p2/instance_paths.h"
 #include "report/repair_report.h"

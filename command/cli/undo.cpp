@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "base/printable.h"
+#include "cli/shared_options.h"
 #include "cli/subcommands.h"
 #include "report/undo_report.h"
 #include "run/instance_safety.h"

@@ -1,7 +1,9 @@
 #include <iostream>
+#include <memory>
 #include <string>
 
 #include "base/printable.h"
+#include "cli/shared_options.h"
 #include "cli/subcommands.h"
 #include "p2/instance_error.h"
 #include "plan/make_plan.h"
@@ -62,8 +64,6 @@ int report(const Plan& plan, const InstanceAnswer& answer, bool json) {
   return answer.error.empty() ? report_verification(answer, json) : report_error(plan, answer, json);
 }
 
-}  // namespace
-
 int verify(const SessionOptions& options, bool asks_director) {
   const SessionCommand command(options);
   check_mode(command.session());
@@ -75,6 +75,37 @@ int verify(const SessionOptions& options, bool asks_director) {
   const int status = report(plan, answer, options.json);
   print_damage(answer.damage);
   return status;
+}
+
+}  // namespace
+
+Subcommand add_verify(const Parser& program) {
+  const Parser parser =
+      program.add_subcommand("verify",
+                             "Check whether the Eclipse instance has what a session installs, or no longer has what it\n"
+                             "removes");
+  const auto options = std::make_shared<SessionOptions>();
+  const auto asks_director = std::make_shared<bool>(false);
+  add_session_file(parser, *options);
+  add_wait_option(parser, options->wait);
+  parser.add_flag("--director", *asks_director,
+                  "Ask the director what is installed [default: read the p2 profile, and ask only if it cannot\nbe read]");
+  add_reading_options(parser, *options, "the findings");
+  parser.set_help("eclipse-int verify SESSION [OPTIONS]",
+                  "  eclipse-int verify install.json\n"
+                  "      Check whether everything that \"eclipse-int run install.json\" installs is installed.\n"
+                  "  eclipse-int verify uninstall.json --json\n"
+                  "      Check whether everything that \"eclipse-int run uninstall.json\" removes is gone, and print JSON.\n"
+                  "\n"
+                  "Use the session and the variables as they were before the run: the variables that a run writes\n"
+                  "may mark the instance as known, and then only the selected components count.\n",
+                  "Exit status:\n"
+                  "  0  the instance is in the state that the session describes\n"
+                  "  1  it is not, as the output says, or it is damaged\n"
+                  "  2  an error in the session or the arguments, or the instance cannot be queried, for example because\n"
+                  "     another director is at work on it\n"
+                  "  128 + N  signal N interrupted the query\n");
+  return {parser, [options, asks_director] { return verify(*options, *asks_director); }};
 }
 
 }  // namespace eclipse_cli

@@ -5,6 +5,8 @@
 #include <system_error>
 #include <utility>
 
+#include "base/limits.h"
+
 namespace eclipse_dry_run {
 
 namespace {

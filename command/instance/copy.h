@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 
+#include "base/limits.h"
 #include "base/temporary_directory.h"
 
 namespace eclipse_instance {

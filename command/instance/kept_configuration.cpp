@@ -8,6 +8,7 @@
 
 #include "base/file.h"
 #include "base/file_replacement.h"
+#include "base/limits.h"
 #include "instance/owner.h"
 #include "p2/configuration_files.h"
 #include "p2/instance_paths.h"

@@ -9,6 +9,7 @@
 #include "base/file.h"
 #include "base/file_error.h"
 #include "base/json_document.h"
+#include "base/limits.h"
 #include "base/printable.h"
 #include "lint/configuration.h"
 #include "lint/finding.h"

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/text.h"
 #include "base/uri.h"
 #include "dry_run/descriptor_paths.h"
@@ -28,6 +29,28 @@ std::size_t line_start(std::string_view text, std::size_t offset) {
 std::size_t kept_at_end(std::string_view text, std::size_t count) {
   const std::size_t line_feed = text.find('\n', text.size() - count);
   return line_feed == text.npos ? 0 : text.size() - line_feed - 1;
+}
+
+using IsLineEnd = bool (*)(std::string_view text, std::size_t at);
+
+bool is_line_feed(std::string_view text, std::size_t at) { return text[at] == '\n'; }
+
+bool is_shown_line_end(std::string_view text, std::size_t at) {
+  return text[at] == '\n' || (text[at] == '\r' && text.substr(at, 2) != "\r\n");
+}
+
+/// Where the lines of a text begin in which so many bytes have taken the place of others: only these bytes are searched, and
+/// the one before them, which may be the carriage return of a line feed that came or went.
+void update_line_starts(std::vector<std::size_t>& starts, std::string_view text, std::size_t start, std::size_t removed,
+                        std::size_t inserted, IsLineEnd is_line_end) {
+  const auto first = std::lower_bound(starts.begin() + 1, starts.end(), start);
+  const auto last = std::upper_bound(first, starts.end(), start + removed);
+  for (auto later = last; later != starts.end(); ++later) *later = *later - removed + inserted;
+  std::vector<std::size_t> found;
+  for (std::size_t at = start - std::min<std::size_t>(start, 1); at < start + inserted; ++at) {
+    if (is_line_end(text, at)) found.push_back(at + 1);
+  }
+  starts.insert(starts.erase(first, last), found.begin(), found.end());
 }
 
 Json as_json(const Position& position) { return {{"line", position.line}, {"character", position.character}}; }
@@ -58,7 +81,7 @@ void Document::replace(const Range& range, std::string_view text, PositionEncodi
   const std::size_t start = offset_of(range.start, encoding);
   const std::size_t end = std::max(start, offset_of(range.end, encoding));
   text_.replace(start, end - start, text);
-  find_lines();
+  update_lines(start, end - start, text.size());
 }
 
 std::string Document::content() const {
@@ -153,10 +176,12 @@ Position Document::position_of(std::size_t offset, PositionEncoding encoding) co
 void Document::find_lines() {
   line_starts_ = {0};
   shown_line_starts_ = {0};
-  for (std::size_t at = 0; (at = text_.find_first_of("\r\n", at)) != text_.npos; ++at) {
-    if (text_[at] == '\n') line_starts_.push_back(at + 1);
-    if (text_.compare(at, 2, "\r\n") != 0) shown_line_starts_.push_back(at + 1);
-  }
+  update_lines(0, 0, text_.size());
+}
+
+void Document::update_lines(std::size_t start, std::size_t removed, std::size_t inserted) {
+  update_line_starts(line_starts_, text_, start, removed, inserted, is_line_feed);
+  update_line_starts(shown_line_starts_, text_, start, removed, inserted, is_shown_line_end);
 }
 
 }  // namespace eclipse_language_server

@@ -87,6 +87,7 @@ class Document {
 
  private:
   void find_lines();
+  void update_lines(std::size_t start, std::size_t removed, std::size_t inserted);
   Line line_from(std::size_t start) const;
   std::string_view shown_line(std::size_t number) const;
   Position position_of(std::size_t offset, PositionEncoding encoding) const;

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "base/file.h"
+#include "base/limits.h"
 
 namespace largest = eclipse_base::largest;
 

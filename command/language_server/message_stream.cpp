@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 
-#include "base/file.h"
 #include "base/printable.h"
 #include "base/text.h"
 

@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/limits.h"
+
 namespace eclipse_language_server {
 
 /// The input is not framed as the protocol requires. Where the next message begins is not known.

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/file.h"
+#include "base/limits.h"
 
 namespace eclipse_language_server {
 

@@ -5,7 +5,7 @@
 #include <system_error>
 #include <utility>
 
-#include "base/file.h"
+#include "base/limits.h"
 #include "base/printable.h"
 #include "language_server/completion.h"
 #include "language_server/hover.h"

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/file.h"
+#include "base/limits.h"
 
 using namespace eclipse_base;
 using eclipse_dry_run::DescriptorFiles;

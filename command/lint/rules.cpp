@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "base/file.h"
+#include "base/limits.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "lint/rule.h"

@@ -12,6 +12,7 @@
 
 #include "base/digest.h"
 #include "base/file.h"
+#include "base/limits.h"
 
 namespace eclipse_p2 {
 

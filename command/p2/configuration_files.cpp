@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/text.h"
 #include "p2/data_area.h"
 #include "p2/instance_paths.h"

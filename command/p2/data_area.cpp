@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/text.h"
 #include "p2/configuration_files.h"
 #include "p2/instance_paths.h"

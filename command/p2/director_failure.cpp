@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "p2/instance_paths.h"

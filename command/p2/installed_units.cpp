@@ -6,7 +6,7 @@
 #include <system_error>
 #include <utility>
 
-#include "base/file.h"
+#include "base/limits.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "p2/director_answer.h"

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/archive.h"
+#include "base/limits.h"
 #include "base/memory_file.h"
 #include "base/text.h"
 #include "p2/jar_manifest.h"

@@ -23,6 +23,7 @@
 
 #include "base/archive.h"
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "p2/configuration_files.h"

@@ -7,7 +7,7 @@
 #include <system_error>
 #include <utility>
 
-#include "base/file.h"
+#include "base/limits.h"
 #include "base/text.h"
 #include "p2/artifact_location.h"
 #include "p2/touchpoint_actions.h"

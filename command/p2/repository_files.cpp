@@ -11,6 +11,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/limits.h"
 #include "base/text.h"
 #include "p2/version.h"
 #include "p2/xml.h"

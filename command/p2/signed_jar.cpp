@@ -7,7 +7,7 @@
 
 #include "base/archive.h"
 #include "base/digest.h"
-#include "base/file.h"
+#include "base/limits.h"
 #include "base/text.h"
 #include "p2/jar_manifest.h"
 

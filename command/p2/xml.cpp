@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "base/file.h"
+#include "base/limits.h"
 #include "base/text.h"
 
 namespace eclipse_p2 {

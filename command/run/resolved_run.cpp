@@ -18,7 +18,7 @@ namespace eclipse_run {
 
 namespace {
 
-std::string refusal_for(const Resolution& resolution) {
+std::string refusal_when_unresolved(const Resolution& resolution) {
   if (!resolution.all) return "the director was not asked: " + resolution.not_asked;
   if (!resolution.fails()) return "";
   return std::string("the director would not ") + (resolution.is_removal ? "remove" : "install") + " all features";
@@ -52,7 +52,7 @@ void ResolvedRun::run(const Plugin& plugin, Session& session, RunRecord& record,
 
 std::string ResolvedRun::refusal_after_asking(const Plan& plan) try {
   resolution_ = asked_resolution(plan);
-  return refusal_for(*resolution_);
+  return refusal_when_unresolved(*resolution_);
 } catch (const eclipse_p2::InstanceError& error) {
   return error.what();
 }

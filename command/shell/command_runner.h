@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/limits.h"
+
 namespace eclipse_shell {
 
 /// The longest command line, in bytes, that can be run: Linux hands no longer text to a program as one argument.

@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/text.h"
 #include "standalone_host/session.h"
 

@@ -1,4 +1,5 @@
 #include "base/archive.h"
+#include "base/limits.h"
 
 #include <gtest/gtest.h>
 

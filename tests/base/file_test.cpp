@@ -1,4 +1,5 @@
 #include "base/file.h"
+#include "base/limits.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

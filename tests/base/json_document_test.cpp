@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "base/file.h"
+#include "base/limits.h"
 #include "fake_host/temporary_directory.h"
 
 namespace {

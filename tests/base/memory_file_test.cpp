@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "base/file.h"
+#include "base/limits.h"
 
 using namespace eclipse_base;
 

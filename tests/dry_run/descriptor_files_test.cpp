@@ -1,5 +1,6 @@
 // That a descriptor file is read once, as the plug-in reads it, and that one which cannot be read completely is recognised.
 #include "dry_run/descriptor_files.h"
+#include "base/limits.h"
 
 #include <gtest/gtest.h>
 

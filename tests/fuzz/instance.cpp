@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/packing.h"
 #include "base/text.h"
 #include "differential/readable.h"

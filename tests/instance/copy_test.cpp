@@ -8,7 +8,7 @@
 #include <fstream>
 #include <set>
 
-#include "base/file.h"
+#include "base/limits.h"
 #include "fake_host/temporary_directory.h"
 #include "p2/instance_error.h"
 #include "p2/profile.h"

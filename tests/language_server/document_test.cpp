@@ -106,6 +106,28 @@ TEST(Document, FollowsManyEdits) {
   }
 }
 
+/// The lines of the plug-in, and the positions of all characters among the lines that an editor shows.
+Json lines_of(const Document& document) {
+  Json lines = Json::array();
+  for (std::size_t at = 0; at <= document.text().size(); ++at) lines.push_back(as_json(document.range_between(at, at, utf16)));
+  for (std::size_t number = 0; number < document.text().size() + 2; ++number) lines.push_back(document.line(number).start);
+  return lines;
+}
+
+TEST(Document, FindsTheSameLinesAfterEditsAsInTheWholeText) {
+  std::mt19937 random(8);
+  const auto number = [&](std::size_t most) { return std::uniform_int_distribution<std::size_t>(0, most)(random); };
+  Document document = document_with("");
+  for (int i = 0; i < 3000; ++i) {
+    const std::size_t size = document.text().size();
+    const std::size_t start = number(size);
+    const std::size_t end = start + number(std::min<std::size_t>(size - start, size > 20 ? 10 : 2));
+    const std::string text = std::vector<std::string>{"", "x", "\r", "\n", "\r\n", "a\rb\n", "\n\r"}[number(6)];
+    document.replace(document.range_between(start, end, utf16), text, utf16);
+    ASSERT_EQ(lines_of(document), lines_of(document_with(document.text())));
+  }
+}
+
 TEST(Document, KeepsWhatTheEditorDoesNotShow) {
   const fake::TemporaryDirectory directory;
   fake::write_file("a.txt", "\xEF\xBB\xBFone\n");

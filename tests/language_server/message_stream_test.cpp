@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "base/file.h"
+#include "base/limits.h"
 #include "language_server/json_rpc.h"
 
 using namespace eclipse_language_server;

@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "lint/rule.h"
 #include "lint/samples.h"
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/text.h"
 #include "plan/make_plan.h"
 

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-#include "base/file.h"
+#include "base/limits.h"
 #include "base/packing.h"
 #include "fake_host/temporary_directory.h"
 #include "p2/artifact_file.h"

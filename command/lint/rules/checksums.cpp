@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/limits.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "lint/input.h"

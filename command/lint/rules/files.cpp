@@ -5,6 +5,7 @@
 #include <set>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/printable.h"
 #include "dry_run/descriptor_paths.h"
 #include "lint/rule.h"
