@@ -21,6 +21,23 @@ function(eclipse_int_precompiled_header target owner)
   target_compile_options(${target} PRIVATE "$<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds;-Wno-stringop-overflow>")
 endfunction()
 
+# eclipse_int_precompile_tests(DIRECTORY): lets the test programs below it share precompiled headers.
+function(eclipse_int_precompile_tests directory)
+  get_property(subdirectories DIRECTORY ${directory} PROPERTY SUBDIRECTORIES)
+  foreach(subdirectory IN LISTS subdirectories)
+    eclipse_int_precompile_tests(${subdirectory})
+  endforeach()
+  get_property(targets DIRECTORY ${directory} PROPERTY BUILDSYSTEM_TARGETS)
+  foreach(target IN LISTS targets)
+    get_target_property(libraries ${target} LINK_LIBRARIES)
+    if(libraries MATCHES "child_command")
+      eclipse_int_precompiled_header(${target} child_command)
+    elseif(libraries MATCHES "fake_host|GTest::gtest_main")
+      eclipse_int_precompiled_header(${target} fake_host)
+    endif()
+  endforeach()
+endfunction()
+
 # eclipse_int_unity_build(TARGET): its sources must not define the same name twice in unnamed namespaces.
 function(eclipse_int_unity_build target)
   set_target_properties(${target} PROPERTIES UNITY_BUILD ${ECLIPSE_INT_UNITY_BUILD} UNITY_BUILD_BATCH_SIZE 8)
