@@ -15,6 +15,7 @@
 #include "lint/texts.h"
 #include "p2/director_command.h"
 #include "p2/instance_paths.h"
+#include "p2/unit_list.h"
 #include "standalone_host/session_file.h"
 
 using namespace eclipse_base;
@@ -80,7 +81,10 @@ class InputReader {
     facts.run = perform_dry_run(library_.plugin(), *facts.session, files_, std::set<std::size_t>{0});
     set_parts(facts.run);
     const auto command = facts.run.commands.empty() ? std::nullopt : cut_director_command(facts.run.commands.at(0));
-    if (command) facts.executable = command->executable;
+    if (command) {
+      facts.executable = command->executable;
+      for (WrittenUnit& written : units_written_in(command->features)) facts.named_units.push_back(std::move(written.unit));
+    }
     facts.is_first_command_whole = !facts.run.commands.empty() && starts_one_director(facts.run.commands.at(0));
     const std::string& chosen = command ? facts.executable : facts.run.executable;
     if (!chosen.empty()) facts.installed = profile_units(instance_directory(chosen));
@@ -388,6 +392,13 @@ Edit Record::edit(std::size_t column, std::size_t start, std::size_t length, std
 const UnitVersions* Input::offered_for(const Record& record) const {
   if (offered) return offered.get();
   return record.site != nullptr && is_known(*record.site) ? known_units.get() : nullptr;
+}
+
+InstallationForecast Input::forecast() const {
+  static const UnitVersions no_units;
+  static const std::vector<InstalledUnit> none_installed;
+  return {known_units ? *known_units : no_units, offered != nullptr,
+          session && session->installed ? *session->installed : none_installed};
 }
 
 bool Component::has_descriptors() const {

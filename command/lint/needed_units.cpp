@@ -5,8 +5,8 @@
 #include <iterator>
 
 #include "base/text.h"
-#include "p2/director_command.h"
 #include "p2/installation.h"
+#include "p2/unit_list.h"
 #include "p2/version.h"
 
 using namespace eclipse_p2;
@@ -33,10 +33,10 @@ NeededUnits::NeededUnits(const Input& input)
   index();
   for (const Record& record : input.records) {
     if (!record.placement) continue;
-    for (const Unit& wanted : units_named(std::string(record.feature()))) {
-      const auto version = highest_offered(wanted, offered_);
+    for (const WrittenUnit& wanted : units_written_in(record.feature())) {
+      const auto version = highest_offered(wanted.unit, offered_);
       if (!version) continue;
-      const Unit unit{wanted.id, *version};
+      const Unit unit{wanted.unit.id, *version};
       named_.push_back({unit, &record, description_of(unit)});
       add(unit, &record, true);
     }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "p2/unit_list.h"
 #include "shell/command_runner.h"
 #include "shell/shell_reading.h"
 
@@ -146,26 +147,6 @@ std::string replace_command(const std::string& executable, const std::vector<std
   std::vector<std::string> words = own_words(executable, urls);
   words.insert(words.end(), {"-u", list_of(replacement.removed), "-i", list_of(replacement.installed)});
   return command_line_of(std::move(words));
-}
-
-std::string list_of(const std::vector<Unit>& units) {
-  std::vector<std::string> texts;
-  texts.reserve(units.size());
-  for (const Unit& unit : units) texts.push_back(text_of(unit));
-  return joined(texts, ",");
-}
-
-std::vector<Unit> units_named(std::string_view list) {
-  // A comma at the beginning makes one id of the whole list. Other empty parts do not count.
-  if (list.starts_with(',')) return {unit_called(list)};
-  std::vector<Unit> units;
-  while (!list.empty()) {
-    const std::size_t comma = std::min(list.find(','), list.size());
-    const std::string_view text = trimmed(list.substr(0, comma));
-    if (!text.empty()) units.push_back(unit_called(text));
-    list.remove_prefix(std::min(comma + 1, list.size()));
-  }
-  return units;
 }
 
 }  // namespace eclipse_p2

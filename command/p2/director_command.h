@@ -67,12 +67,6 @@ struct UnitReplacement {
 std::string replace_command(const std::string& executable, const std::vector<std::string>& urls,
                             const UnitReplacement& replacement);
 
-/// Units as the director lists them, with commas between them.
-std::string list_of(const std::vector<Unit>& units);
-
-/// The units that the director makes of the list that follows "-i" or "-u".
-std::vector<Unit> units_named(std::string_view list);
-
 }  // namespace eclipse_p2
 
 #endif

@@ -7,7 +7,6 @@
 
 #include "base/text.h"
 #include "dry_run/command_pieces.h"
-#include "p2/director_command.h"
 #include "p2/installation.h"
 #include "p2/installed_units.h"
 #include "p2/profile.h"

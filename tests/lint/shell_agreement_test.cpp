@@ -11,9 +11,9 @@
 #include "base/text.h"
 #include "dry_run/command_pieces.h"
 #include "lint/samples.h"
-#include "p2/director_command.h"
 #include "p2/installation.h"
 #include "p2/repository_url.h"
+#include "p2/unit_list.h"
 #include "plan/make_plan.h"
 #include "plan/offer.h"
 #include "preview/preview.h"
@@ -60,12 +60,12 @@ std::string content_of(const std::set<std::string>& ids) {
 
 /// The text as it is written, and what somebody may mean by it: without quotes and backslashes, and what is between commas.
 std::set<std::string> meanings_of(const std::string& text) {
-  std::set<std::string> meanings;
   std::string bare = text;
   std::erase_if(bare, [](char byte) { return std::string_view("\"'\\").find(byte) != std::string_view::npos; });
-  // No unit is called like this, which is what the director makes of a list that begins with a comma.
-  if (!text.starts_with(',')) meanings = {text, bare, std::string(eclipse_base::trimmed(bare))};
+  std::set<std::string> meanings = {text, bare, std::string(eclipse_base::trimmed(bare))};
   for (const std::string& part : eclipse_base::split(text, ',')) meanings.insert(part);
+  // No unit is called like this, which is what the director makes of a list that begins with a comma.
+  std::erase_if(meanings, [](const std::string& meaning) { return meaning.starts_with(','); });
   return meanings;
 }
 
@@ -196,11 +196,12 @@ INSTANTIATE_TEST_SUITE_P(Lint, ShellAgreement, testing::Values(Use::as_feature, 
 // ---- Lint, plan and what the shell gives the director ----
 
 const std::vector<std::string> texts = {
-    "org.example.a", "a b",   " a",      "a ",   "a\tb", "$HOME", "$(x)", "`x`",  "a$",    "a;b", "a&b",    "a|b",
-    "'a'",           "\"a\"", "\"a b\"", "it's", "a\"b", "'a",    "a\\b", "a\\",  "a\\ b", "\\a", "~",      "~root",
-    "a~b",           "#a",    "a#b",     "*",    "a*b",  "t*s",   "a?b",  "[ab]", "a!b",   "!a",  "",       "\xC3\xA4",
-    "\xE4",          "a%20b", "a%zb",    "%41",  "a,b",  ",a",    "a,",   "<a",   "a>b",   "2>a", "(a)",    "{a,b}",
-    "a=b",           "-a",    "^a",      "a+b",  "a:b",  "a@b",   "a''b", "\"\"", "a\rb",  "1",   "a\\\"b", "a.b/c"};
+    "org.example.a", "a b",   " a",      "a ",   "a\tb",  "$HOME", "$(x)", "`x`",  "a$",    "a;b", "a&b",    "a|b",
+    "'a'",           "\"a\"", "\"a b\"", "it's", "a\"b",  "'a",    "a\\b", "a\\",  "a\\ b", "\\a", "~",      "~root",
+    "a~b",           "#a",    "a#b",     "*",    "a*b",   "t*s",   "a?b",  "[ab]", "a!b",   "!a",  "",       "\xC3\xA4",
+    "\xE4",          "a%20b", "a%zb",    "%41",  "a,b",   ",a",    "a,",   "<a",   "a>b",   "2>a", "(a)",    "{a,b}",
+    "a=b",           "-a",    "^a",      "a+b",  "a:b",   "a@b",   "a''b", "\"\"", "a\rb",  "1",   "a\\\"b", "a.b/c",
+    "'-a'",          "\\-a",  "',a'",    "a,-b", "'a,b'", "' a '", "'a',b"};
 
 class ThreeAgree : public testing::TestWithParam<std::tuple<Use, std::string>> {
  protected:

@@ -13,6 +13,7 @@
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
+#include "p2/unit_list.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -532,9 +533,8 @@ Rule artifact_damaged() {
 using Records = std::vector<const Record*>;
 
 bool has_feature(const UnitVersions& units, const Record* record) {
-  const auto named = split(record->feature(), ',');
-  return std::any_of(named.begin(), named.end(),
-                     [&](const std::string& text) { return units.count(text.substr(0, text.find('/'))) != 0; });
+  const auto named = units_written_in(record->feature());
+  return std::any_of(named.begin(), named.end(), [&](const auto& written) { return units.contains(written.unit.id); });
 }
 
 bool has_all_features(const UnitVersions& units, const Records& records) {
@@ -545,7 +545,7 @@ bool has_all_features(const UnitVersions& units, const Records& records) {
 std::set<std::string, std::less<>> ids_in(const Input& input) {
   std::set<std::string, std::less<>> ids;
   for_each_placed(input, [&](const Record& record) {
-    for (const std::string& text : split(record.feature(), ',')) ids.insert(text.substr(0, text.find('/')));
+    for (const WrittenUnit& written : units_written_in(record.feature())) ids.insert(written.unit.id);
   });
   return ids;
 }

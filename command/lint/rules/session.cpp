@@ -9,8 +9,8 @@
 #include "lint/input.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
-#include "p2/director_command.h"
 #include "p2/profile.h"
+#include "p2/unit_list.h"
 #include "shell/command_runner.h"
 
 using namespace eclipse_base;
@@ -148,9 +148,9 @@ std::string feature_of(const Input& input, const Component& component, const Con
 
 /// Whether the instance has one of the units that a feature column names, in whatever version.
 bool has_feature(const std::vector<eclipse_p2::InstalledUnit>& installed, const std::string& feature) {
-  const auto units = eclipse_p2::units_named(feature);
+  const auto units = eclipse_p2::units_written_in(feature);
   return std::any_of(installed.begin(), installed.end(), [&](const eclipse_p2::InstalledUnit& one) {
-    return std::any_of(units.begin(), units.end(), [&](const eclipse_p2::Unit& unit) { return unit.id == one.id; });
+    return std::any_of(units.begin(), units.end(), [&](const auto& written) { return written.unit.id == one.id; });
   });
 }
 

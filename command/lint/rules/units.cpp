@@ -10,9 +10,9 @@
 #include "lint/rule.h"
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
-#include "p2/director_command.h"
 #include "p2/filter.h"
 #include "p2/requirement.h"
+#include "p2/unit_list.h"
 #include "p2/version.h"
 
 using namespace eclipse_base;
@@ -32,10 +32,9 @@ Sample site_with_unit(const std::string& version, const std::string& more) {
 
 // ---- Versions ----
 
-void check_version(const Record& record, const std::string& version, Reporter& reporter) {
+void check_version(const Record& record, const std::string& id, const std::string& version, Reporter& reporter) {
   constexpr std::string_view literal = ".qualifier";
-  const std::string of_feature =
-      in_quotes(record.repository()) + " has " + in_quotes(record.feature()) + " in version " + in_quotes(version);
+  const std::string of_feature = in_quotes(record.repository()) + " has " + in_quotes(id) + " in version " + in_quotes(version);
   if (!is_osgi_version(version)) {
     reporter.report(record.location(1), of_feature + ", which the director reads as 0.0.0");
   } else if (version.ends_with(literal)) {
@@ -60,9 +59,12 @@ Rule unit_version_invalid() {
               [](const Input& input, Reporter& reporter) {
                 for_each_looked_into(input, [&](const Record& record) {
                   if (!record.placement || !record.site->units) return;
-                  const auto unit = record.site->units->find(std::string(record.feature()));
-                  if (unit == record.site->units->end()) return;
-                  for (const std::string& version : unit->second) check_version(record, version, reporter);
+                  for (const WrittenUnit& written : units_written_in(record.feature())) {
+                    const auto offered = record.site->units->find(written.unit.id);
+                    if (offered == record.site->units->end()) continue;
+                    for (const std::string& version : offered->second)
+                      check_version(record, written.unit.id, version, reporter);
+                  }
                 });
               },
           .concerns_removals = false};
