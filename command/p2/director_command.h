@@ -12,6 +12,11 @@
 
 namespace eclipse_p2 {
 
+/// What the list of the features to install follows.
+inline constexpr const char* install_option = "-i";
+/// What the directory of the configuration follows, if Eclipse does not start with its own.
+inline constexpr const char* configuration_option = "-configuration";
+
 /// A command that installs or removes features. The lists are separated by commas, and are not quoted.
 struct DirectorCommand {
   std::string executable = {};

@@ -52,7 +52,7 @@ TEST(DirectorCommand, IsWhatInstallsOrRemoves) {
   for (const std::string command : {"", "/e -i F 2>&1", "/e -nosplash -application org.eclipse.equinox.p2.director"}) {
     EXPECT_EQ(cut_director_command(command), std::nullopt) << command;
   }
-  for (const std::string options : {"", "-listInstalledRoots", "-repository file:///a", "-i F 2>&1"}) {
+  for (const std::string options : {"", "-listInstalledRoots", "-repository file:///a", "-i F 2>&1", "-repository -i F 2>&1"}) {
     EXPECT_EQ(cut_director_command("/e" + director + options), std::nullopt) << options;
   }
 }
