@@ -8,6 +8,7 @@
 #include "base/file_error.h"
 #include "base/files_below.h"
 #include "base/json_document.h"
+#include "dry_run/chosen_executable.h"
 #include "dry_run/command_pieces.h"
 #include "dry_run/component_directories.h"
 #include "lint/needed_jars.h"
@@ -86,7 +87,7 @@ class InputReader {
       for (WrittenUnit& written : units_written_in(command->features)) facts.named_units.push_back(std::move(written.unit));
     }
     facts.is_first_command_whole = !facts.run.commands.empty() && starts_one_director(facts.run.commands.at(0));
-    const std::string& chosen = command ? facts.executable : facts.run.executable;
+    const std::string chosen = path_in_commands(facts.run.executable);
     if (!chosen.empty()) facts.installed = profile_units(instance_directory(chosen));
     return finish();
   }
@@ -415,6 +416,10 @@ std::optional<fs::path> SessionFacts::seen_from_file(const std::string& path) co
 const Location& SessionFacts::location_of(const std::string& variable) const {
   const auto found = variables.find(variable);
   return found == variables.end() ? mode : found->second;
+}
+
+const Location& SessionFacts::location_of_executable() const {
+  return location_of(is_named_by_user(*session) ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN");
 }
 
 std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,

@@ -131,6 +131,8 @@ struct SessionFacts {
   std::optional<std::filesystem::path> seen_from_file(const std::string& path) const;
   /// Where a variable is set, or else the mode.
   const Location& location_of(const std::string& variable) const;
+  /// Of the variable that names the executable, or the file that is looked for.
+  const Location& location_of_executable() const;
 };
 
 struct Input {

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "base/text.h"
+#include "dry_run/chosen_executable.h"
 #include "dry_run/command_pieces.h"
 #include "dry_run/descriptor_files.h"
 #include "dry_run/descriptor_lines.h"
@@ -62,7 +63,7 @@ class PlanMaker {
     plan_.actions = run_.actions;
     plan_.refusal = run_.refusal;
     if (!run_.log.empty()) plan_.last_log_line = run_.log.back();
-    plan_.executable = run_.executable;
+    plan_.executable = path_in_commands(run_.executable);
     plan_.is_instance_missing = run_.refusal.empty() && !run_.searched && session_.chooses_instance();
     plan_.every_component = run_.every_component;
     add_version_check();
@@ -268,8 +269,8 @@ class PlanMaker {
   }
 
   CommandPiece piece_of(const std::string& executable) const {
-    const bool is_named = run_.executable == session_.variable("USER_DEFINED_ECLIPSE_PATH");
-    return executable_piece(executable, is_named ? "USER_DEFINED_ECLIPSE_PATH" : "the path of the executable");
+    return executable_piece(executable,
+                            is_named_by_user(session_) ? "USER_DEFINED_ECLIPSE_PATH" : "the path of the executable");
   }
 
   /// Each directory is reported once for its component, and each repository once, with the first line that names it.

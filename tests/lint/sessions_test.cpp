@@ -494,6 +494,14 @@ TEST_F(SessionFindings, RemovalNeedsNoSites) {
   EXPECT_GE(summary_with(internal, {ide, Component()}).size(), lines.size() - 1);
 }
 
+TEST_F(SessionFindings, InstanceThatIsNotWritableIsReportedWhereItIsNamed) {
+  std::filesystem::create_directories("ide/p2");
+  std::filesystem::permissions("ide/p2", std::filesystem::perms(0555));
+  const std::string user = R"("ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse")";
+  EXPECT_EQ(summary_with({user, R"("USER_DEFINED_ECLIPSE_PATH": "./ide/eclipse")"}, {Component()}),
+            Texts({"session.json:5:30+15 instance-not-writable"}));
+}
+
 TEST_F(SessionFindings, UserEclipseThatIsNotUsable) {
   std::filesystem::create_directories("directory");
   write_file("other", "");

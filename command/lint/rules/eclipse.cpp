@@ -431,10 +431,6 @@ Rule executable_ambiguous() {
   };
 }
 
-const Location& location_of_executable(const SessionFacts& facts) {
-  return facts.location_of(is_choice(facts, "user") ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN");
-}
-
 /// What the shell does with the first byte of a text that it does not pass on unchanged.
 std::string first_change(const eclipse_shell::ShellCause& cause) {
   const eclipse_shell::ShellRemark& remark = cause.remarks.front();
@@ -456,7 +452,7 @@ Rule executable_not_startable() {
             if (!input.session || input.session->run.commands.empty()) return;
             const SessionFacts& facts = *input.session;
             const std::string executable = facts.executable;
-            const Location& location = location_of_executable(facts);
+            const Location& location = facts.location_of_executable();
             if (const auto cause = eclipse_shell::cause_in(eclipse_dry_run::executable_piece(executable, ""))) {
               reporter.report(location,
                               "the shell would change the path " + in_quotes(executable) + ": " + first_change(*cause));
@@ -488,7 +484,7 @@ Rule instance_damaged() {
             if (!input.session || input.session->run.commands.empty()) return;
             const auto damage = eclipse_instance::instance_damage_at_rest(input.session->executable);
             if (!damage) return;
-            reporter.report(location_of_executable(*input.session), damage->message, damage->fix);
+            reporter.report(input.session->location_of_executable(), damage->message, damage->fix);
           },
   };
 }
@@ -513,7 +509,7 @@ Rule profile_missing() {
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->run.commands.empty()) return;
             const auto missing = eclipse_p2::missing_profile(eclipse_p2::instance_directory(input.session->executable));
-            if (missing) reporter.report(location_of_executable(*input.session), missing->message, missing->fix);
+            if (missing) reporter.report(input.session->location_of_executable(), missing->message, missing->fix);
           },
   };
 }

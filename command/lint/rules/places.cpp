@@ -101,9 +101,8 @@ Rule instance_not_writable() {
             const fs::path instance = eclipse_p2::instance_directory(executable);
             const auto directory = unwritable_directory(instance);
             if (!directory) return;
-            const bool is_named = executable == input.session->variable("USER_DEFINED_ECLIPSE_PATH");
             reporter.report(
-                input.session->location_of(is_named ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN"),
+                input.session->location_of_executable(),
                 "no permission to write to " + directory->string() + (*directory == instance ? "" : ", so the director fails"));
           },
   };
