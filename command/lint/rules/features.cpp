@@ -538,8 +538,6 @@ Rule feature_from_two_repositories() {
 
 // ---- Versions in the instance ----
 
-constexpr const char* profile_name = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile";
-
 std::string profile_with_root(const std::string& version) {
   return "<profile><units><unit id='org.example.one.feature.group' version='" + version +
          "'/></units><iusProperties>\n  <iuProperties id='org.example.one.feature.group' version='" + version +
@@ -583,7 +581,7 @@ Rule other_version_installed() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_features() {
+std::vector<Rule> features_rules() {
   return {feature_without_group_suffix(),
           feature_not_found(),
           unit_not_a_feature(),

@@ -200,7 +200,7 @@ Rule feature_of_staying_component() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_removals() {
+std::vector<Rule> removal_rules() {
   return {unit_not_installed(), unit_required_by_others(), removal_after_deletion(), feature_of_staying_component()};
 }
 

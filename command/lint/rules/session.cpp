@@ -355,7 +355,7 @@ Rule variable_misspelled() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_sessions() {
+std::vector<Rule> session_rules() {
   return {all_repositories_empty(),         command_too_long(),
           new_instance_gets_all_features(), installed_component_not_integrated(),
           selection_for_another_mode(),     variable_misspelled()};

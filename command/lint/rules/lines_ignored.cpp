@@ -204,7 +204,7 @@ Rule suppression_not_understood() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_ignored_lines() {
+std::vector<Rule> lines_ignored_rules() {
   return {line_without_tab(), feature_column_missing(), site_named_repository(), descriptor_without_data(),
           suppression_not_understood()};
 }

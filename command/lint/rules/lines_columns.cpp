@@ -291,7 +291,7 @@ Rule third_column_ignored() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_columns() {
+std::vector<Rule> lines_columns_rules() {
   return {columns_swapped(), repository_empty(), feature_in_third_column(), space_around_column(), quoted_column(),
           extra_columns(),   trailing_tab(),     third_column_ignored()};
 }

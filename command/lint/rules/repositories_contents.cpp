@@ -337,9 +337,6 @@ constexpr const char* artifacts_of_files =
     "</mappings><artifacts>\n"
     "  <artifact classifier='osgi.bundle' id='org.example.one.plugin' version='1.0.0'/>\n</artifacts></repository>\n";
 
-/// An end of central directory, which alone is a zip archive without entries.
-std::string empty_jar() { return "PK\x05\x06" + std::string(18, '\0'); }
-
 /// The artifacts that a repository should have, each with its file where that is known.
 std::map<std::string, std::string> missing_artifacts(const Repository& site) {
   if (site.lists_artifacts) return site.missing_artifacts;
@@ -591,7 +588,7 @@ Rule unused_repository() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_repository_contents() {
+std::vector<Rule> repositories_contents_rules() {
   return {repository_missing(),          repository_without_metadata(),  repository_not_loadable(), repository_not_examined(),
           repository_metadata_ignored(), repository_without_artifacts(), artifact_damaged(),        unused_repository()};
 }
