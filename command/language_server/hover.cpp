@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string_view>
 
-#include "lint/report.h"
+#include "lint/manual.h"
 #include "lint/rule.h"
 
 namespace eclipse_language_server {

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <system_error>
 
+#include "base/printable.h"
 #include "dry_run/command_pieces.h"
 #include "lint/rules/shell_changes.h"
 #include "p2/repository_url.h"
@@ -30,6 +31,8 @@ std::string shown_path(const std::filesystem::path& file) {
   const std::filesystem::path relative = file.lexically_relative(std::filesystem::current_path(error));
   return relative.empty() || *relative.begin() == ".." ? file.string() : relative.string();
 }
+
+std::string with_shown_tabs(std::string_view text) { return printable(text, {.tab = "→"}); }
 
 std::string with_slashes(std::string_view listed) {
   std::string converted(listed);
