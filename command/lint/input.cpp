@@ -296,7 +296,7 @@ std::shared_ptr<const UnitVersions> units_of(const SiteSet& sites) {
   if (sites.size() == 1) return {std::shared_ptr<const UnitVersions>(), &*(*sites.begin())->units};
   const auto units = std::make_shared<UnitVersions>();
   for (const Repository* const site : sites) {
-    for (const auto& [id, versions] : *site->units) (*units)[id].insert(versions.begin(), versions.end());
+    add_to(*units, *site->units);
   }
   return units;
 }

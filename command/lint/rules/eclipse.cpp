@@ -462,9 +462,8 @@ Rule executable_ambiguous() {
             if (!input.session) return;
             const auto& found = input.session->executables;
             if (std::set(found.begin(), found.end()).size() < 2) return;
-            std::string list;
-            for (const std::string& executable : found) list += (list.empty() ? "" : ", ") + executable;
-            reporter.report(input.session->location_of("ECLIPSE_BIN"), "several components have the executable: " + list);
+            reporter.report(input.session->location_of("ECLIPSE_BIN"),
+                            "several components have the executable: " + joined(found));
           },
   };
 }

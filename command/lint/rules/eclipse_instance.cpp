@@ -12,6 +12,7 @@
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "p2/artifact_file.h"
+#include "p2/artifact_name.h"
 #include "p2/instance_paths.h"
 #include "p2/profile.h"
 
@@ -117,12 +118,6 @@ Rule instance_not_writable() {
 }
 
 // ---- The same version, built twice ----
-
-/// "ID_VERSION.jar" for a bundle; empty for another artifact.
-std::string jar_of_bundle(const std::string& artifact) {
-  const Unit unit = unit_of_artifact(artifact);
-  return artifact.starts_with("osgi.bundle,") ? unit.id + "_" + unit.version + ".jar" : "";
-}
 
 /// A bundle of a site that the instance has with other bytes; empty when there is none.
 std::string other_build_in(const fs::path& instance, const Repository& site, const NeededUnits& needed) {

@@ -65,12 +65,6 @@ void for_each_unit(const Input& input, const Use& use) {
   });
 }
 
-std::string list_of(const std::vector<std::string>& texts) {
-  std::string list;
-  for (const std::string& text : texts) list += (list.empty() ? "" : ", ") + in_quotes(text);
-  return list;
-}
-
 // ---- Ids ----
 
 /// The feature that an id without its suffix means; empty when no repository has it.
@@ -123,12 +117,6 @@ Rule feature_without_group_suffix() {
           .corrects = Corrects::both};
 }
 
-std::string list_of_versions(const std::set<std::string>& versions) {
-  std::string list;
-  for (const std::string& version : versions) list += (list.empty() ? "" : ", ") + version;
-  return list;
-}
-
 /// Deletes the slash and the version.
 std::optional<Correction> without_version(const NamedUnit& unit) {
   const std::size_t length = unit.id().size();
@@ -149,8 +137,7 @@ void report_version(const MissingFeature& missing, const std::set<std::string>& 
   if (!is_osgi_version(unit.version())) return;
   reporter.report(missing.severity, unit.location(),
                   "no repository has version " + unit.version() + " of " + in_quotes(unit.id()) + missing.but(),
-                  "the repositories have version " + list_of_versions(versions) + ": write " + unit.id(),
-                  without_version(unit));
+                  "the repositories have version " + joined(versions) + ": write " + unit.id(), without_version(unit));
 }
 
 /// The features that there are, those most like `id` first.
@@ -183,7 +170,7 @@ void report_missing(const MissingFeature& missing, const UnitVersions& units, Re
   const auto nearest = nearest_features(units, id);
   reporter.report(missing.severity, missing.unit.location(), "no repository has " + in_quotes(id) + missing.but(),
                   nearest.empty() ? "publish the feature; the repositories have none at all"
-                                  : "write an id that the repositories have: " + list_of(nearest),
+                                  : "write an id that the repositories have: " + each_in_quotes(nearest),
                   in_other_case(units, missing.unit));
 }
 
@@ -246,7 +233,7 @@ void check_kind(const NamedUnit& unit, const UnitVersions& units, Reporter& repo
   if (id.ends_with(group_suffix) || units.count(id) == 0) return;
   const std::string group = group_in(units, id);
   if (!group.empty()) {
-    const std::string kind = id.ends_with(".feature.jar") ? " is only the jar of a feature" : " is only a bundle";
+    const std::string kind = id.ends_with(feature_jar_suffix) ? " is only the jar of a feature" : " is only a bundle";
     reporter.report(Severity::error, unit.location(), in_quotes(id) + kind + "; the feature is " + in_quotes(group),
                     "write " + group, other_id(unit, group, false));
   } else if (is_category(unit)) {
@@ -455,8 +442,7 @@ bool may_serve_other_lines(const Input& input) {
 
 bool may_offer_features(const Record& record) {
   if (record.site == nullptr || !record.site->units) return true;
-  const auto& units = *record.site->units;
-  return std::any_of(units.begin(), units.end(), [](const auto& unit) { return unit.first.ends_with(group_suffix); });
+  return offers_features(*record.site->units);
 }
 
 Rule feature_empty() {

@@ -73,18 +73,12 @@ std::string required_unit(const std::string& range, const std::string& filter, c
          in_filter(filter);
 }
 
-std::string list_of(const std::vector<std::string>& versions) {
-  std::string list;
-  for (const std::string& version : versions) list += (list.empty() ? "" : ", ") + version;
-  return list;
-}
-
 std::string what_there_is(const UnmetRequirement& unmet) {
   if (!unmet.filter.empty()) return ", which the repositories have for other systems only: " + unmet.filter;
   std::string text = ", but ";
-  if (!unmet.offered.empty()) text += "the repositories have " + list_of(unmet.offered);
+  if (!unmet.offered.empty()) text += "the repositories have " + joined(unmet.offered);
   if (unmet.installed.empty()) return text;
-  return text + (unmet.offered.empty() ? "" : ", and ") + "the instance has " + list_of(unmet.installed);
+  return text + (unmet.offered.empty() ? "" : ", and ") + "the instance has " + joined(unmet.installed);
 }
 
 /// For one that is not certain, one would have to know the instance.
@@ -132,7 +126,7 @@ Rule requirement_not_met() {
 
 bool is_empty_in(const Environment& environment, const NamedFeature& named) {
   if (named.description == nullptr || !named.description->is_group) return false;
-  const std::string own_jar = named.unit.id.substr(0, named.unit.id.rfind(group_suffix)) + ".feature.jar";
+  const std::string own_jar = named.unit.id.substr(0, named.unit.id.rfind(group_suffix)) + std::string(feature_jar_suffix);
   std::size_t count = 0;
   for (const Requirement& requirement : named.description->requirements) {
     if (requirement.name == own_jar) continue;

@@ -9,6 +9,7 @@
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
 #include "lint/texts.h"
+#include "p2/unit.h"
 #include "shell/shell_reading.h"
 
 using namespace eclipse_base;
@@ -21,7 +22,7 @@ namespace {
 bool are_swapped(const Record& record) {
   const std::string_view site = record.feature();
   if (!looks_like_feature(record.repository()) || looks_like_site(record.repository()) || !looks_like_site(site)) return false;
-  const bool has_version = looks_like_feature(site.substr(0, site.find('/')));
+  const bool has_version = looks_like_feature(eclipse_p2::unit_called(site).id);
   return !has_version && (record.site == nullptr || !record.site->exists);
 }
 

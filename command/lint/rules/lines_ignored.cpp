@@ -102,8 +102,8 @@ Rule line_without_tab() {
 }
 
 bool is_feature_alone(std::string_view text) {
-  const std::string_view id = text.substr(0, text.find('/'));
-  return looks_like_feature(id) && (id == text || id.ends_with(".feature.group")) && !looks_like_site(id);
+  const std::string id = eclipse_p2::unit_called(text).id;
+  return looks_like_feature(id) && (id == text || id.ends_with(eclipse_p2::group_suffix)) && !looks_like_site(id);
 }
 
 void check_only_column(const Descriptor& descriptor, const Line& line, Reporter& reporter) {

@@ -1,5 +1,5 @@
-// Rules about checksums, signatures and builds of artifacts. Only those of the features that are named are computed, since that reads
-// whole files.
+// Rules about checksums, signatures and builds of artifacts. Only those of the features that are named are computed, since that
+// reads whole files.
 #include <map>
 #include <string>
 #include <utility>
@@ -13,6 +13,7 @@
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "p2/artifact_file.h"
+#include "p2/artifact_name.h"
 #include "p2/jar_errors.h"
 
 using namespace eclipse_base;

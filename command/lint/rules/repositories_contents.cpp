@@ -13,6 +13,7 @@
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
+#include "p2/artifact_name.h"
 #include "p2/unit_list.h"
 
 using namespace eclipse_base;
@@ -549,11 +550,6 @@ std::set<std::string, std::less<>> ids_in(const Input& input) {
 
 bool has_any_of(const UnitVersions& units, const std::set<std::string, std::less<>>& ids) {
   return std::any_of(units.begin(), units.end(), [&](const auto& unit) { return ids.contains(unit.first); });
-}
-
-/// A repository without features is there for what others require.
-bool offers_features(const UnitVersions& units) {
-  return std::any_of(units.begin(), units.end(), [](const auto& unit) { return unit.first.ends_with(group_suffix); });
 }
 
 /// Nothing is reported of a repository whose own lines name what no repository has: they are wrong in another way.

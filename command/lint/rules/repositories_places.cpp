@@ -183,7 +183,7 @@ Rule repository_not_readable_by_others() {
             std::set<const eclipse_p2::Repository*> known;
             OpenToOthers open;
             for_each_looked_into(input, [&](const Record& record) {
-              const bool is_loaded = record.placement && record.site->is_repository && record.site->error.empty();
+              const bool is_loaded = record.placement && record.site->is_loadable();
               if (is_loaded && known.insert(record.site).second) check_permissions(record, open, reporter);
             });
           },

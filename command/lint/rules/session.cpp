@@ -123,14 +123,15 @@ Rule new_instance_gets_all_features() {
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->is_removal()) return;
-            std::string list;
+            std::vector<std::string> codes;
             for (const Component& component : input.components) {
               const auto& catalogue = *component.catalogue;
               if (catalogue.selected_for_install || catalogue.selected_for_removal || !was_read(input, component)) continue;
-              list += (list.empty() ? "" : ", ") + in_quotes(catalogue.code);
+              codes.push_back(catalogue.code);
             }
-            if (list.empty()) return;
-            reporter.report(input.session->mode, "the Eclipse instance is new, so it also gets the features of " + list,
+            if (codes.empty()) return;
+            reporter.report(input.session->mode,
+                            "the Eclipse instance is new, so it also gets the features of " + each_in_quotes(codes),
                             advice_on_new_instance(*input.session));
           },
   };
