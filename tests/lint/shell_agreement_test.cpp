@@ -12,6 +12,8 @@
 #include "dry_run/command_pieces.h"
 #include "lint/samples.h"
 #include "p2/installation.h"
+#include "p2/installed_units.h"
+#include "p2/instance_paths.h"
 #include "p2/repository_url.h"
 #include "p2/unit_list.h"
 #include "plan/make_plan.h"
@@ -133,7 +135,8 @@ class Agreement {
     if (!plan_.command) return true;
     eclipse_p2::Repositories repositories;
     const auto offer = eclipse_plan::offered_to(plan_, repositories);
-    const auto preview = eclipse_preview::preview(plan_, offer, std::nullopt, repositories);
+    const auto installed = eclipse_p2::recorded_units(eclipse_p2::instance_directory(plan_.executable));
+    const auto preview = eclipse_preview::preview(plan_, offer, installed, repositories);
     return std::any_of(preview.features.begin(), preview.features.end(),
                        [](const auto& planned) { return planned.change == eclipse_preview::Change::fail; });
   }
@@ -192,6 +195,37 @@ TEST_P(ShellAgreement, HoldsForEachShortText) {
 
 INSTANTIATE_TEST_SUITE_P(Lint, ShellAgreement, testing::Values(Use::as_feature, Use::as_directory, Use::as_archive),
                          [](const auto& use) { return name_of(use.param); });
+
+// ---- Lint and plan about what is offered and installed ----
+
+TEST(Lookup, IsTheSameForLintAndPlan) {
+  const fake::TemporaryDirectory directory;
+  Agreement agreement(Use::as_feature);
+  fake::write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile",
+                   "<profile><units><unit id='x.kept.feature.group' version='1.0.0'/></units></profile>");
+  fake::write_file("tools/site/content.xml", content_of({"x.offered.feature.group"}));
+  const std::string offered = "x.offered.feature.group";
+  const std::string kept = "x.kept.feature.group";
+  const std::string missing = "x.missing.feature.group";
+  const std::vector<std::pair<std::string, bool>> columns = {{offered, false},
+                                                             {offered + "/1.0.0", false},
+                                                             {offered + "/2.0.0", true},
+                                                             {"'" + offered + "'", false},
+                                                             {missing, true},
+                                                             {"'" + missing + "'", true},
+                                                             {kept, false},
+                                                             {kept + "/1.0", false},
+                                                             {kept + "/2.0.0", true},
+                                                             {offered + "," + kept, false},
+                                                             {offered + "," + missing, true}};
+  for (const auto& [column, fails] : columns) {
+    fake::write_file("tools/etc/eclipse/t", descriptor_with(Use::as_feature, column));
+    agreement.plan();
+    EXPECT_EQ(agreement.is_planned_to_fail(), fails) << column;
+    const auto errors = Agreement::errors();
+    EXPECT_EQ(!errors.empty(), fails) << testing::PrintToString(errors) << column;
+  }
+}
 
 // ---- Lint, plan and what the shell gives the director ----
 
