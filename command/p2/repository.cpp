@@ -186,6 +186,10 @@ void add_to(UnitVersions& units, const UnitVersions& more) {
   for (const auto& [id, versions] : more) units[id].insert(versions.begin(), versions.end());
 }
 
+bool is_feature(const Unit& unit, const UnitDescription& description) {
+  return unit.id.ends_with(group_suffix) && !description.is_category;
+}
+
 bool offers_features(const UnitVersions& units) {
   return std::any_of(units.begin(), units.end(), [](const auto& unit) { return unit.first.ends_with(group_suffix); });
 }

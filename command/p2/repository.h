@@ -45,6 +45,9 @@ struct UnitDescription {
   bool operator==(const UnitDescription&) const = default;
 };
 
+/// Whether a unit of a repository is a feature, which a descriptor may name.
+bool is_feature(const Unit& unit, const UnitDescription& description);
+
 struct Repository {
   /// It has metadata which a director can load, as far as is known here.
   bool is_loadable() const { return is_repository && error.empty(); }

@@ -38,7 +38,7 @@ constexpr const char* profile_of_two = R"(<profile><units>
 std::map<Unit, Location> locations_of_units(const Input& input) {
   std::map<Unit, Location> locations;
   for (const Record& record : input.records) {
-    if (!record.placement || !record.descriptor->component->catalogue->selected_for_removal) continue;
+    if (!record.placement || !record.takes_part()) continue;
     for (const WrittenUnit& written : units_written_in(record.feature())) locations.emplace(written.unit, record.location(1));
   }
   return locations;
