@@ -3,12 +3,20 @@
 #include <filesystem>
 #include <system_error>
 
+#include "dry_run/command_pieces.h"
 #include "dry_run/plugin_functions.h"
+#include "p2/director_start.h"
 #include "standalone_host/session_copy.h"
 
 namespace eclipse_dry_run {
 
 bool is_named_by_user(const eclipse_host::Session& session) { return session.variable("ECLIPSE_INTEGRATION_CHOICE") == "user"; }
+
+StartObstacle start_obstacle(const std::string& executable, const std::string& origin) {
+  StartObstacle obstacle{eclipse_shell::cause_in(executable_piece(executable, origin)), std::nullopt};
+  if (!obstacle.cause) obstacle.error = eclipse_p2::start_error(executable);
+  return obstacle;
+}
 
 std::string path_in_commands(const std::string& executable) {
   eclipse_host::Session session;

@@ -2,8 +2,11 @@
 #ifndef ECLIPSE_INT_DRY_RUN_CHOSEN_EXECUTABLE_H
 #define ECLIPSE_INT_DRY_RUN_CHOSEN_EXECUTABLE_H
 
+#include <optional>
 #include <string>
 
+#include "shell/executable.h"
+#include "shell/shell_cause.h"
 #include "standalone_host/plugin.h"
 #include "standalone_host/session.h"
 
@@ -20,6 +23,15 @@ std::string path_in_commands(const std::string& executable);
 /// Whether the session names the executable. Otherwise, the plug-in looks for one with the name ECLIPSE_BIN in the components,
 /// if the session chooses any.
 bool is_named_by_user(const eclipse_host::Session& session);
+
+/// What keeps the commands from starting an executable.
+struct StartObstacle {
+  std::optional<eclipse_shell::ShellCause> cause;       ///< the shell makes something else of its path, and starts that
+  std::optional<eclipse_shell::ExecutableError> error;  ///< otherwise
+};
+
+/// The origin says, for a person, where the path comes from.
+StartObstacle start_obstacle(const std::string& executable, const std::string& origin);
 
 }  // namespace eclipse_dry_run
 

@@ -8,13 +8,12 @@
 
 #include "base/file.h"
 #include "base/printable.h"
-#include "dry_run/command_pieces.h"
+#include "dry_run/chosen_executable.h"
 #include "dry_run/log_lines.h"
 #include "lint/input.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
-#include "p2/director_start.h"
 #include "shell/executable.h"
 #include "shell/shell_cause.h"
 
@@ -490,10 +489,11 @@ Rule executable_not_startable() {
             const SessionFacts& facts = *input.session;
             const std::string executable = facts.executable;
             const Location& location = facts.location_of_executable();
-            if (const auto cause = eclipse_shell::cause_in(eclipse_dry_run::executable_piece(executable, ""))) {
+            const auto [cause, error] = eclipse_dry_run::start_obstacle(executable, "");
+            if (cause) {
               reporter.report(location,
                               "the shell would change the path " + in_quotes(executable) + ": " + first_change(*cause));
-            } else if (const auto error = eclipse_p2::start_error(executable)) {
+            } else if (error) {
               reporter.report(location, error->message, error->fix);
             }
           },
