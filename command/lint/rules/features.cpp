@@ -179,7 +179,9 @@ Rule feature_not_found() {
           .group = Group::features,
           .severity = Severity::error,
           .title = "no repository has a feature, or not in this version",
-          .why = "The director does not find the feature, so the command for all features fails.",
+          .why =
+              "The director does not find the feature, so the command for all features fails. If the instance has the feature, "
+              "the director keeps it.",
           .fix = "correct the id (case-sensitive), or publish the feature",
           .bad = component_with_feature("org.example.One.feature.group"),
           .good = good_component(),
