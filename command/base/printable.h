@@ -29,6 +29,14 @@ bool is_printable(std::string_view character);
 /// printable() in double quotes.
 std::string in_quotes(std::string_view text);
 
+/// "A", "B": each of the texts in quotes.
+template <typename Texts>
+std::string each_in_quotes(const Texts& texts) {
+  std::string all;
+  for (const auto& text : texts) all += (all.empty() ? "" : ", ") + in_quotes(text);
+  return all;
+}
+
 /// Makes a text printable that comes in pieces, which may end in the middle of a character.
 class PrintablePieces {
  public:

@@ -45,7 +45,7 @@ std::string joined(const Texts& texts, std::string_view separator = ", ") {
 }
 
 /// "a, b and 3 more": at most `most` of the texts.
-std::string first_few(const std::vector<std::string>& texts, std::size_t most);
+std::string first_few(const std::vector<std::string>& texts, std::size_t most = 3);
 
 /// "1 file", "2 files". Give the plural where it is not the noun with an "s".
 std::string counted(std::size_t count, std::string_view noun, std::string_view plural = "");

@@ -2,7 +2,7 @@
 #include <memory>
 
 #include "cli/subcommands.h"
-#include "lint/report.h"
+#include "lint/manual.h"
 #include "run/usage_error.h"
 #include "terminal/exit_status.h"
 #include "terminal/standard_streams.h"

@@ -21,6 +21,7 @@
 #include "eclipse_int/version.h"
 #include "lint/fix.h"
 #include "lint/report.h"
+#include "lint/rule.h"
 #include "run/session_options.h"
 #include "run/session_source.h"
 #include "run/session_variables.h"

@@ -52,7 +52,7 @@ struct Listed {
 
 std::string_view kind_of(const Unit& unit, const UnitDescription& description) {
   if (description.is_category) return "category";
-  return unit.id.ends_with(group_suffix) ? "feature" : "other";
+  return is_feature(unit, description) ? "feature" : "other";
 }
 
 /// The categories that units are in, by the ids of the units.
@@ -69,7 +69,7 @@ Categories categories_in(const Repository& repository) {
 std::vector<Unit> listed_units(const Repository& repository, bool all) {
   std::vector<Unit> units;
   for (const auto& [unit, description] : repository.descriptions) {
-    if (all || kind_of(unit, description) == "feature") units.push_back(unit);
+    if (all || is_feature(unit, description)) units.push_back(unit);
   }
   return units;
 }

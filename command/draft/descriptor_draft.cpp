@@ -50,7 +50,7 @@ std::vector<Unit> features_of(const Repository& repository, OfferedFeatures offe
   std::vector<Unit> in_categories;
   const std::set<std::string> members = members_of_categories(repository);
   for (const auto& [unit, description] : repository.descriptions) {
-    if (!unit.id.ends_with(group_suffix) || description.is_category) continue;
+    if (!is_feature(unit, description)) continue;
     all.push_back(unit);
     if (members.count(unit.id) != 0) in_categories.push_back(unit);
   }

@@ -3,21 +3,36 @@
 #include <filesystem>
 #include <system_error>
 
+#include "dry_run/command_pieces.h"
 #include "dry_run/plugin_functions.h"
+#include "p2/director_start.h"
 #include "standalone_host/session_copy.h"
 
 namespace eclipse_dry_run {
 
+bool is_named_by_user(const eclipse_host::Session& session) { return session.variable("ECLIPSE_INTEGRATION_CHOICE") == "user"; }
+
+StartObstacle start_obstacle(const std::string& executable, const std::string& origin) {
+  StartObstacle obstacle{eclipse_shell::cause_in(executable_piece(executable, origin)), std::nullopt};
+  if (!obstacle.cause) obstacle.error = eclipse_p2::start_error(executable);
+  return obstacle;
+}
+
+std::string path_in_commands(const std::string& executable) {
+  eclipse_host::Session session;
+  const eclipse_host::ActiveSession active(session);
+  return ::path(executable);
+}
+
 std::string chosen_executable(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session) {
-  const std::string choice = session.variable("ECLIPSE_INTEGRATION_CHOICE");
   std::string executable;
-  if (choice == "user") executable = session.variable("USER_DEFINED_ECLIPSE_PATH");
-  if (choice == "internal") {
+  if (is_named_by_user(session)) executable = session.variable("USER_DEFINED_ECLIPSE_PATH");
+  if (session.variable("ECLIPSE_INTEGRATION_CHOICE") == "internal") {
     const auto found = PluginFunctions(plugin).executables(*eclipse_host::copy_of(session));
     if (!found.empty()) executable = found.back();
   }
   std::error_code error;
-  return std::filesystem::exists(executable, error) ? executable : "";
+  return std::filesystem::exists(executable, error) ? path_in_commands(executable) : "";
 }
 
 }  // namespace eclipse_dry_run

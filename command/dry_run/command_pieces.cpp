@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "p2/director_command.h"
+
 using eclipse_shell::CommandPiece;
 
 namespace eclipse_dry_run {
@@ -48,7 +50,8 @@ CommandPiece repository_piece(const std::string& directory, std::string reposito
 }
 
 CommandPiece feature_piece(std::string feature, InList place, std::string origin) {
-  return {place.is_first ? "-i " : ",", std::move(feature), place.is_last ? " " : ",", std::move(origin)};
+  return {place.is_first ? eclipse_p2::install_option + std::string(" ") : ",", std::move(feature), place.is_last ? " " : ",",
+          std::move(origin)};
 }
 
 }  // namespace eclipse_dry_run

@@ -80,12 +80,11 @@ std::optional<LostUnits> lost_units(const fs::path& instance, const std::vector<
   if (before == states.end() || count_of(newest) * 2 >= count_of(*before)) return std::nullopt;
   std::set<Unit> listed = listed_bundles(instance);
   if (newest.units) {
-    for (const InstalledUnit& unit : *newest.units) listed.erase({unit.id, unit.version});
+    for (const InstalledUnit& unit : *newest.units) listed.erase(unit.unit());
   }
   if (!why_not_newest(instance, *before).empty()) return std::nullopt;
-  const auto bundles = std::count_if(before->units->begin(), before->units->end(), [&](const InstalledUnit& unit) {
-    return listed.contains(Unit{unit.id, unit.version});
-  });
+  const auto bundles = std::count_if(before->units->begin(), before->units->end(),
+                                     [&](const InstalledUnit& unit) { return listed.contains(unit.unit()); });
   if (bundles == 0) return std::nullopt;
   return LostUnits{count_of(newest), count_of(*before), static_cast<std::size_t>(bundles), before->time};
 }

@@ -9,6 +9,7 @@
 #include "dry_run/command_pieces.h"
 #include "dry_run/component_directories.h"
 #include "language_server/hover.h"
+#include "p2/installation.h"
 #include "p2/repositories_below.h"
 #include "p2/repository.h"
 #include "p2/unit.h"
@@ -62,19 +63,23 @@ Json items_for_sites(const fs::path& component, const Json& range) {
 /// Where the plug-in looks for the repository that column 1 names; empty when it ignores the line.
 std::string path_of_site(const PluginFunctions& library, const fs::path& component, const std::string& column) {
   const auto placements = library.placements({plugin_config{column, "feature", "", "0", component.string()}});
-  return placements.at(0) ? std::string(path_in(placements[0]->url)) : "";
+  return placements.at(0) ? path_for_director(placements[0]->url) : "";
 }
 
 Json items_for_features(const std::string& site, const Json& range) {
   if (site.empty()) return Json::array();
   Repositories repositories;
-  std::map<std::string, std::string> features;  // each once, with the last of its versions
-  for (const auto& [unit, description] : repositories.at(site).descriptions) {
-    if (!unit.id.ends_with(group_suffix) || description.is_category) continue;
-    features[unit.id] = (description.label.empty() ? "" : description.label + " ") + unit.version;
+  const auto& descriptions = repositories.at(site).descriptions;
+  UnitVersions features;
+  for (const auto& [unit, description] : descriptions) {
+    if (is_feature(unit, description)) features[unit.id].insert(unit.version);
   }
   Json items = Json::array();
-  for (const auto& [id, detail] : features) items.push_back(item(id, kind_of_feature, detail, range));
+  for (const auto& [id, versions] : features) {
+    const std::string version = *highest_offered({id, ""}, features);
+    const std::string& label = descriptions.at({id, version}).label;
+    items.push_back(item(id, kind_of_feature, (label.empty() ? "" : label + " ") + version, range));
+  }
   return items;
 }
 

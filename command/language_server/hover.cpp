@@ -6,8 +6,9 @@
 #include <sstream>
 #include <string_view>
 
-#include "lint/report.h"
+#include "lint/manual.h"
 #include "lint/rule.h"
+#include "lint/rules/header_lines.h"
 
 namespace eclipse_language_server {
 
@@ -49,7 +50,7 @@ std::string description_of_column(const Document& document, const Position& posi
   const std::size_t offset = document.offset_of(position, encoding);
   const auto [start, line] = document.line_at(offset);
   const std::size_t column = column_at(line, offset - start);
-  if (line.substr(0, line.find('\t')) == "Repository") return std::string(description_of_header);
+  if (line.substr(0, line.find('\t')) == eclipse_lint::header) return std::string(description_of_header);
   if (line.find('\t') == line.npos) return std::string(description_of_ignored_line);
   return std::string(descriptions_of_columns[std::min(column, descriptions_of_columns.size() - 1)]);
 }

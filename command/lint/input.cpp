@@ -8,6 +8,7 @@
 #include "base/file_error.h"
 #include "base/files_below.h"
 #include "base/json_document.h"
+#include "dry_run/chosen_executable.h"
 #include "dry_run/command_pieces.h"
 #include "dry_run/component_directories.h"
 #include "lint/needed_jars.h"
@@ -15,6 +16,7 @@
 #include "lint/texts.h"
 #include "p2/director_command.h"
 #include "p2/instance_paths.h"
+#include "p2/unit_list.h"
 #include "standalone_host/session_file.h"
 
 using namespace eclipse_base;
@@ -80,9 +82,12 @@ class InputReader {
     facts.run = perform_dry_run(library_.plugin(), *facts.session, files_, std::set<std::size_t>{0});
     set_parts(facts.run);
     const auto command = facts.run.commands.empty() ? std::nullopt : cut_director_command(facts.run.commands.at(0));
-    if (command) facts.executable = command->executable;
+    if (command) {
+      facts.executable = command->executable;
+      for (WrittenUnit& written : units_written_in(command->features)) facts.named_units.push_back(std::move(written.unit));
+    }
     facts.is_first_command_whole = !facts.run.commands.empty() && starts_one_director(facts.run.commands.at(0));
-    const std::string& chosen = command ? facts.executable : facts.run.executable;
+    const std::string chosen = path_in_commands(facts.run.executable);
     if (!chosen.empty()) facts.installed = profile_units(instance_directory(chosen));
     return finish();
   }
@@ -291,7 +296,7 @@ std::shared_ptr<const UnitVersions> units_of(const SiteSet& sites) {
   if (sites.size() == 1) return {std::shared_ptr<const UnitVersions>(), &*(*sites.begin())->units};
   const auto units = std::make_shared<UnitVersions>();
   for (const Repository* const site : sites) {
-    for (const auto& [id, versions] : *site->units) (*units)[id].insert(versions.begin(), versions.end());
+    add_to(*units, *site->units);
   }
   return units;
 }
@@ -390,6 +395,13 @@ const UnitVersions* Input::offered_for(const Record& record) const {
   return record.site != nullptr && is_known(*record.site) ? known_units.get() : nullptr;
 }
 
+InstallationForecast Input::forecast() const {
+  static const UnitVersions no_units;
+  static const std::vector<InstalledUnit> none_installed;
+  return {known_units ? *known_units : no_units, offered != nullptr,
+          session && session->installed ? *session->installed : none_installed};
+}
+
 bool Component::has_descriptors() const {
   return std::any_of(files.begin(), files.end(), [](const ListedFile& file) { return file.descriptor && !file.is_example; });
 }
@@ -404,6 +416,10 @@ std::optional<fs::path> SessionFacts::seen_from_file(const std::string& path) co
 const Location& SessionFacts::location_of(const std::string& variable) const {
   const auto found = variables.find(variable);
   return found == variables.end() ? mode : found->second;
+}
+
+const Location& SessionFacts::location_of_executable() const {
+  return location_of(is_named_by_user(*session) ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN");
 }
 
 std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,

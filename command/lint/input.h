@@ -18,6 +18,7 @@
 #include "dry_run/dry_run.h"
 #include "dry_run/plugin_functions.h"
 #include "lint/finding.h"
+#include "p2/installation.h"
 #include "p2/profile.h"
 #include "p2/repository.h"
 #include "standalone_host/session.h"
@@ -114,10 +115,11 @@ struct SessionFacts {
   /// Where each is set; without a line when it is set outside of the session file.
   std::map<std::string, Location> variables;
   Location mode;
-  std::vector<std::string> executables;  ///< of the IDE components; the plug-in uses the last one
-  eclipse_dry_run::DryRun run;           ///< up to its first command
-  std::string executable;                ///< that the run's commands start; empty when there is no command
-  bool is_first_command_whole = false;   ///< the shell makes of it one command with the words that it is meant to have
+  std::vector<std::string> executables;       ///< of the IDE components; the plug-in uses the last one
+  eclipse_dry_run::DryRun run;                ///< up to its first command
+  std::string executable;                     ///< that the run's commands start; empty when there is no command
+  std::vector<eclipse_p2::Unit> named_units;  ///< those that the first command asks the director to install or to remove
+  bool is_first_command_whole = false;        ///< the shell makes of it one command with the words that it is meant to have
   /// Of its instance, when its profile can be read.
   std::optional<std::vector<eclipse_p2::InstalledUnit>> installed;
 
@@ -129,6 +131,8 @@ struct SessionFacts {
   std::optional<std::filesystem::path> seen_from_file(const std::string& path) const;
   /// Where a variable is set, or else the mode.
   const Location& location_of(const std::string& variable) const;
+  /// Of the variable that names the executable, or the file that is looked for.
+  const Location& location_of_executable() const;
 };
 
 struct Input {
@@ -157,6 +161,8 @@ struct Input {
   /// Where to look for the feature of a record. Null when its own site is not known; when only others are not, they will hardly
   /// have it.
   const eclipse_p2::UnitVersions* offered_for(const Record& record) const;
+  /// Of an installation, as far as the sites and the instance are known. The input must outlive it.
+  eclipse_p2::InstallationForecast forecast() const;
 };
 
 /// Sets more variables in a session that was read from its file.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "p2/artifact_name.h"
+
 using namespace eclipse_p2;
 
 namespace eclipse_lint {

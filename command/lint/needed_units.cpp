@@ -5,8 +5,8 @@
 #include <iterator>
 
 #include "base/text.h"
-#include "p2/director_command.h"
 #include "p2/installation.h"
+#include "p2/unit_list.h"
 #include "p2/version.h"
 
 using namespace eclipse_p2;
@@ -17,7 +17,7 @@ Sites loaded_sites(const Input& input) {
   Sites sites;
   std::set<const Repository*> known;
   for (const Record& record : input.records) {
-    const bool is_loaded = record.site != nullptr && record.site->is_repository && record.site->error.empty();
+    const bool is_loaded = record.site != nullptr && record.site->is_loadable();
     if (is_loaded && known.insert(record.site).second) sites.emplace_back(record.site, &record);
   }
   return sites;
@@ -33,10 +33,10 @@ NeededUnits::NeededUnits(const Input& input)
   index();
   for (const Record& record : input.records) {
     if (!record.placement) continue;
-    for (const Unit& wanted : units_named(std::string(record.feature()))) {
-      const auto version = highest_offered(wanted, offered_);
+    for (const WrittenUnit& wanted : units_written_in(record.feature())) {
+      const auto version = highest_offered(wanted.unit, offered_);
       if (!version) continue;
-      const Unit unit{wanted.id, *version};
+      const Unit unit{wanted.unit.id, *version};
       named_.push_back({unit, &record, description_of(unit)});
       add(unit, &record, true);
     }
@@ -153,12 +153,6 @@ std::vector<std::string> NeededUnits::installed_versions(const std::string& id) 
   std::vector<std::string> versions;
   for (auto found = begin; found != end; ++found) versions.emplace_back(found->second);
   return versions;
-}
-
-Unit unit_of_artifact(const std::string& artifact) {
-  const auto parts = eclipse_base::split(artifact, ',');
-  const bool is_feature = parts.front() == "org.eclipse.update.feature";
-  return {parts.at(1) + (is_feature ? ".feature.jar" : ""), parts.back()};
 }
 
 }  // namespace eclipse_lint

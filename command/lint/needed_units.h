@@ -100,9 +100,6 @@ class NeededUnits {
   std::vector<UnmetRequirement> unmet_;
 };
 
-/// The unit that an artifact "CLASSIFIER,ID,VERSION" belongs to.
-eclipse_p2::Unit unit_of_artifact(const std::string& artifact);
-
 }  // namespace eclipse_lint
 
 #endif

@@ -1,4 +1,4 @@
-// Findings and rules as text, for people and for programs.
+// Findings as text, for people and for programs.
 #ifndef ECLIPSE_INT_LINT_REPORT_H
 #define ECLIPSE_INT_LINT_REPORT_H
 
@@ -8,7 +8,6 @@
 
 #include "base/file_error.h"
 #include "lint/finding.h"
-#include "lint/rule.h"
 
 namespace eclipse_lint {
 
@@ -37,21 +36,6 @@ void print_json(std::ostream& out, const Findings& findings, const Errors& error
 /// SARIF 2.1.0, with columns in characters. Suppressed findings have the reason as justification. The tag of a rule is its
 /// group. Errors are notifications.
 void print_sarif(std::ostream& out, const Findings& findings, const std::string& version, const Errors& errors = {});
-
-/// A rule with its samples.
-void print_rule(std::ostream& out, const Rule& rule, bool in_colour);
-
-/// A rule without its samples, in Markdown below a heading of the third level.
-void print_rule_in_markdown(std::ostream& out, const Rule& rule);
-
-/// The rules of a group below its heading, one line each.
-void print_group(std::ostream& out, Group group);
-
-/// All groups.
-void print_groups(std::ostream& out);
-
-/// The manual of all rules in Markdown, with one section for each group.
-void print_manual(std::ostream& out);
 
 }  // namespace eclipse_lint
 

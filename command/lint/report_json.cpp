@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "base/uri.h"
 #include "lint/report.h"
+#include "lint/rule.h"
 
 using namespace eclipse_base;
 using Json = nlohmann::ordered_json;

@@ -1,12 +1,13 @@
 #include <algorithm>
-#include <iomanip>
 #include <map>
 #include <set>
 #include <vector>
 
 #include "base/printable.h"
 #include "base/text.h"
+#include "lint/colours.h"
 #include "lint/report.h"
+#include "lint/rule.h"
 #include "lint/texts.h"
 
 using namespace eclipse_base;
@@ -16,30 +17,6 @@ namespace eclipse_lint {
 namespace {
 
 constexpr std::size_t longest_line = 160;
-constexpr std::size_t longest_sample = 40;  // in lines
-constexpr std::size_t shown_of_longer = 3;
-
-/// A piece of a file's line.
-std::string shown(std::string_view text) { return printable(text, {.tab = "→"}); }
-
-/// The sequences that switch colours on a terminal, or nothing.
-class Colours {
- public:
-  explicit Colours(bool are_on) : are_on_(are_on) {}
-
-  std::string bold(const std::string& text) const { return in("1", text); }
-  std::string faint(const std::string& text) const { return in("2", text); }
-  std::string of(Severity severity, const std::string& text) const {
-    return in(severity == Severity::error ? "1;31" : severity == Severity::warning ? "1;35" : "1;36", text);
-  }
-
- private:
-  std::string in(const std::string& colour, const std::string& text) const {
-    return are_on_ ? "\x1B[" + colour + "m" + text + "\x1B[0m" : text;
-  }
-
-  bool are_on_;
-};
 
 std::string position_of(const Location& location) {
   std::string position = printable(location.file) + ":";
@@ -58,9 +35,9 @@ void print_line(std::ostream& out, const Finding& finding, const Colours& colour
   const std::string_view marked = text.substr(std::min(before.size(), text.size()), location.length);
   const std::string number = std::to_string(location.line);
   const std::string margin = "  " + std::string(number.size(), ' ') + " | ";
-  const std::size_t width = std::max<std::size_t>(characters_in(shown(marked)), 1);
-  out << "  " << number << " | " << shown(text) << "\n"
-      << margin << std::string(characters_in(shown(before)), ' ')
+  const std::size_t width = std::max<std::size_t>(characters_in(with_shown_tabs(marked)), 1);
+  out << "  " << number << " | " << with_shown_tabs(text) << "\n"
+      << margin << std::string(characters_in(with_shown_tabs(before)), ' ')
       << colours.of(finding.severity, "^" + std::string(width - 1, '~')) << "\n";
 }
 
@@ -93,38 +70,6 @@ void print_annotation(std::ostream& out, std::string_view level, const std::stri
   out << "::" << level << " file=" << annotation_value(printable(file));
   if (place.line != 0) out << ",line=" << place.line << ",col=" << place.column;
   out << ",title=" << title << "::" << annotation_text(message) << "\n";
-}
-
-/// The lines of a file, indented. Of a long file only the beginning is shown.
-void print_content(std::ostream& out, std::string_view content, const std::string& indentation) {
-  if (content.ends_with('\n')) content.remove_suffix(1);
-  const auto lines = split(content, '\n');
-  const std::size_t count = lines.size() > longest_sample ? shown_of_longer : lines.size();
-  for (std::size_t i = 0; i < count; ++i) {
-    const std::string_view line = std::string_view(lines[i]).substr(0, longest_line);
-    out << indentation << shown(line) << (line.size() < lines[i].size() ? "..." : "") << "\n";
-  }
-  if (count < lines.size()) out << indentation << "... and " << lines.size() - count << " more lines\n";
-}
-
-/// What a reader must know about a file of a sample apart from its content.
-std::string remark_on(const SampleFile& file) {
-  if (file.name.ends_with('/')) return " (a directory)";
-  if (file.permissions == 0) return " (unreadable)";
-  if (!file.link_to.empty()) return " -> " + file.link_to;
-  if (!file.entries.empty()) return " (a zip archive)";
-  return "";
-}
-
-void print_sample(std::ostream& out, const Sample& sample, const std::string& indentation) {
-  for (const SampleFile& file : sample.files) {
-    out << indentation << file.name << remark_on(file) << "\n";
-    if (!file.content.empty()) print_content(out, file.content, indentation + "    ");
-    for (const auto& [name, content] : file.entries) {
-      out << indentation << "    " << name << "\n";
-      if (!content.empty()) print_content(out, content, indentation + "        ");
-    }
-  }
 }
 
 }  // namespace
@@ -176,63 +121,6 @@ void print_summary(std::ostream& out, const Findings& findings) {
   if (corrections[true] != 0) out << "; --fix corrects " << corrections[true];
   if (corrections[false] != 0) out << "; --fix --unsafe-fixes corrects " << corrections[true] + corrections[false];
   out << "\n";
-}
-
-void print_rule(std::ostream& out, const Rule& rule, bool in_colour) {
-  const Colours colours(in_colour);
-  out << colours.bold(std::string(rule.name)) << " (" << colours.of(rule.severity, std::string(name_of(rule.severity))) << ", "
-      << name_of(rule.group) << "): " << rule.title << "\n\n"
-      << colours.bold("Why") << "\n  " << rule.why << "\n\n"
-      << colours.bold("Fix") << "\n  " << rule.fix << "\n";
-  const std::string options = replaced(options_for(rule.corrects), "`", "");
-  if (!options.empty()) out << "  " << options << "\n";
-  out << "\n" << colours.bold("Bad") << " (→ is a tab)\n";
-  print_sample(out, rule.bad, "  ");
-  out << "\n" << colours.bold("Good") << "\n";
-  print_sample(out, rule.good, "  ");
-}
-
-void print_rule_in_markdown(std::ostream& out, const Rule& rule) {
-  out << "### " << rule.name << "\n\n"
-      << "**" << name_of(rule.severity) << ":** " << rule.title << "\n\n"
-      << rule.why << "\n\n"
-      << "*Fix:* " << rule.fix << "\n";
-  if (rule.corrects != Corrects::no) out << "\n*Automatic:* " << options_for(rule.corrects) << "\n";
-}
-
-void print_group(std::ostream& out, Group group) {
-  std::size_t width = 0;
-  for (const Rule& rule : rules()) width = std::max(width, rule.name.size());
-  out << name_of(group) << ": " << heading_of(group) << "\n";
-  for (const Rule* const rule : rules_named(name_of(group))) {
-    out << "  " << std::left << std::setw(static_cast<int>(width + 2)) << rule->name << std::setw(9) << name_of(rule->severity)
-        << rule->title << "\n";
-  }
-}
-
-void print_groups(std::ostream& out) {
-  for (const Group group : groups) {
-    if (group != groups.front()) out << "\n";
-    print_group(out, group);
-  }
-}
-
-void print_manual(std::ostream& out) {
-  out << "# The rules of `eclipse-int lint`\n\n"
-         "Generated by `eclipse-int explain --manual`; `eclipse-int explain RULE` also shows a bad and a good example of a "
-         "rule.\nThe word in parentheses is the name of the group, which `--select` and `--disable` accept.\n\n"
-         "Many rules say what fails:\n\n"
-         "- *The command for all features fails*: the plug-in then tries each feature alone. The others are installed, "
-         "those of other\n  components, too, but the installer reports a failure.\n"
-         "- *Every command of the session fails*: also those for single features, so nothing is installed, not even for "
-         "other\n  components.\n";
-  for (const Group group : groups) {
-    out << "\n## " << heading_of(group) << " (`" << name_of(group) << "`)\n";
-    for (const Rule* const rule : rules_named(name_of(group))) {
-      out << "\n";
-      print_rule_in_markdown(out, *rule);
-    }
-  }
 }
 
 }  // namespace eclipse_lint

@@ -113,24 +113,26 @@ std::string unknown_rule(std::string_view name);
 /// The same where the name of a group would do as well.
 std::string unknown_rule_or_group(std::string_view name);
 
-// The rules of each group, in the files of lint/rules/.
-std::vector<Rule> rules_about_files();
-std::vector<Rule> rules_about_ignored_lines();
-std::vector<Rule> rules_about_unintended_data();
-std::vector<Rule> rules_about_encoding();
-std::vector<Rule> rules_about_columns();
-std::vector<Rule> rules_about_repository_paths();
-std::vector<Rule> rules_about_repository_characters();
-std::vector<Rule> rules_about_repository_contents();
-std::vector<Rule> rules_about_features();
-std::vector<Rule> rules_about_orders();
-std::vector<Rule> rules_about_eclipse();
-std::vector<Rule> rules_about_sessions();
-std::vector<Rule> rules_about_removals();
-std::vector<Rule> rules_about_places();
-std::vector<Rule> rules_about_checksums();
-std::vector<Rule> rules_about_leftovers();
-std::vector<Rule> rules_about_units();
+// The rules of FILE.cpp in lint/rules/ are FILE_rules(). The name of a file begins with the group of all its rules.
+std::vector<Rule> files_rules();
+std::vector<Rule> lines_ignored_rules();
+std::vector<Rule> lines_unintended_rules();
+std::vector<Rule> lines_encoding_rules();
+std::vector<Rule> lines_columns_rules();
+std::vector<Rule> lines_leftovers_rules();
+std::vector<Rule> repositories_paths_rules();
+std::vector<Rule> repositories_characters_rules();
+std::vector<Rule> repositories_contents_rules();
+std::vector<Rule> repositories_places_rules();
+std::vector<Rule> repositories_artifacts_rules();
+std::vector<Rule> repositories_units_rules();
+std::vector<Rule> features_rules();
+std::vector<Rule> features_units_rules();
+std::vector<Rule> orders_rules();
+std::vector<Rule> eclipse_rules();
+std::vector<Rule> eclipse_instance_rules();
+std::vector<Rule> session_rules();
+std::vector<Rule> removal_rules();
 
 }  // namespace eclipse_lint
 

@@ -102,19 +102,15 @@ std::string_view heading_of(Group group) {
 const std::vector<Rule>& rules() {
   static const std::vector<Rule> all = [] {
     std::vector<Rule> rules;
-    for (const auto& more : {rules_about_files(), rules_about_ignored_lines(), rules_about_unintended_data(),
-                             rules_about_encoding(), rules_about_columns(), rules_about_repository_paths(),
-                             rules_about_repository_characters(), rules_about_repository_contents(), rules_about_features(),
-                             rules_about_orders(), rules_about_eclipse(), rules_about_sessions(), rules_about_removals(),
-                             rules_about_places(), rules_about_checksums(), rules_about_leftovers(), rules_about_units()}) {
+    for (const auto& more :
+         {files_rules(), lines_ignored_rules(), lines_unintended_rules(), lines_encoding_rules(), lines_columns_rules(),
+          lines_leftovers_rules(), repositories_paths_rules(), repositories_characters_rules(), repositories_contents_rules(),
+          repositories_places_rules(), repositories_artifacts_rules(), repositories_units_rules(), features_rules(),
+          features_units_rules(), orders_rules(), eclipse_rules(), eclipse_instance_rules(), session_rules(),
+          removal_rules()}) {
       rules.insert(rules.end(), more.begin(), more.end());
     }
-    std::vector<Rule> by_group;
-    for (const Group group : groups) {
-      std::copy_if(rules.begin(), rules.end(), std::back_inserter(by_group),
-                   [group](const Rule& rule) { return rule.group == group; });
-    }
-    return by_group;
+    return rules;
   }();
   return all;
 }

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <system_error>
 
+#include "base/printable.h"
 #include "dry_run/command_pieces.h"
 #include "lint/rules/shell_changes.h"
 #include "p2/repository_url.h"
@@ -30,6 +31,8 @@ std::string shown_path(const std::filesystem::path& file) {
   const std::filesystem::path relative = file.lexically_relative(std::filesystem::current_path(error));
   return relative.empty() || *relative.begin() == ".." ? file.string() : relative.string();
 }
+
+std::string with_shown_tabs(std::string_view text) { return printable(text, {.tab = "→"}); }
 
 std::string with_slashes(std::string_view listed) {
   std::string converted(listed);
@@ -60,8 +63,9 @@ bool has_scheme(std::string_view repository) {
 bool is_archive(const Record& record) { return record.placement && eclipse_dry_run::is_archive_url(record.placement->url); }
 
 std::string likely_group(const std::string& id) {
-  if (id.ends_with(".feature.jar")) return id.substr(0, id.size() - 3) + "group";
-  return id + (id.ends_with(".feature") ? ".group" : ".feature.group");
+  using namespace eclipse_p2;
+  if (id.ends_with(feature_jar_suffix)) return id.substr(0, id.size() - feature_jar_suffix.size()) + std::string(group_suffix);
+  return id + (id.ends_with(".feature") ? ".group" : std::string(group_suffix));
 }
 
 bool looks_like_site(std::string_view text) { return text.find('/') != text.npos || lower_case(text).ends_with(".zip"); }

@@ -17,6 +17,9 @@ namespace eclipse_lint {
 /// A path as it is shown: relative to the working directory, if it is below that.
 std::string shown_path(const std::filesystem::path& file);
 
+/// A piece of a file's line as it is shown: printable, with "→" for a tab.
+std::string with_shown_tabs(std::string_view text);
+
 std::string with_slashes(std::string_view listed);
 
 /// Two or more words with dots between them, as ids of features are; ".feature.group" may follow.

@@ -50,7 +50,7 @@ std::set<Unit> bundles_in(const ProfileState& state) {
   std::set<Unit> bundles;
   if (!state.units) return bundles;
   for (const InstalledUnit& unit : *state.units) {
-    if (unit.is_bundle) bundles.insert({unit.id, unit.version});
+    if (unit.is_bundle) bundles.insert(unit.unit());
   }
   return bundles;
 }
@@ -75,11 +75,10 @@ std::optional<std::string> time_without(const std::vector<Unit>& bundles, const 
 }
 
 std::string names_of(const std::vector<Unit>& bundles) {
-  constexpr std::size_t most_named = 3;
   std::vector<std::string> names;
   names.reserve(bundles.size());
   for (const Unit& bundle : bundles) names.push_back(text_of(bundle));
-  return first_few(names, most_named);
+  return first_few(names);
 }
 
 bool has_bundle(const ProfileState& state, std::string_view id) {

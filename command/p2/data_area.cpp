@@ -20,6 +20,7 @@
 #include "base/limits.h"
 #include "base/text.h"
 #include "p2/configuration_files.h"
+#include "p2/director_command.h"
 #include "p2/instance_paths.h"
 
 using namespace eclipse_base;
@@ -38,7 +39,7 @@ bool is_unwritable(const fs::path& directory) {
 
 /// An argument of the launcher, or of the Java machine, with which the configuration or the data may be elsewhere.
 bool moves_the_area(std::string_view argument) {
-  constexpr std::array<std::string_view, 2> options = {"-configuration", "-install"};
+  constexpr std::array<std::string_view, 2> options = {configuration_option, "-install"};
   constexpr std::array<std::string_view, 3> properties = {"-Dosgi.configuration.area", "-Dosgi.install.area",
                                                           "-Declipse.p2.data.area"};
   for (const std::string_view option : options) {

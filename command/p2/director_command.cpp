@@ -1,10 +1,12 @@
 #include "p2/director_command.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <utility>
 
 #include "base/text.h"
+#include "p2/unit_list.h"
 #include "shell/command_runner.h"
 #include "shell/shell_reading.h"
 
@@ -15,13 +17,15 @@ namespace eclipse_p2 {
 
 namespace {
 
-constexpr std::string_view application = "org.eclipse.equinox.p2.director";
-/// Between the executable and the options.
-constexpr std::string_view director = " -nosplash -application org.eclipse.equinox.p2.director ";
-constexpr std::string_view first_option = " -nosplash ";
-constexpr std::string_view repositories = "-repository ";
-constexpr std::string_view install = " -i ";
-constexpr std::string_view uninstall = "-u ";
+using Words = std::vector<std::string>;
+
+constexpr std::array director = {"-nosplash", "-application", "org.eclipse.equinox.p2.director"};
+constexpr std::array in_english = {"-nl", "en"};
+constexpr const char* repositories = "-repository";
+constexpr const char* uninstall = "-u";
+constexpr const char* revert = "-revert";
+constexpr const char* list_roots = "-listInstalledRoots";
+constexpr const char* verify_only = "-verifyOnly";
 
 /// Without the double quotes that the plug-in puts around each URL of an archive.
 std::string unquoted(std::string_view list) {
@@ -37,12 +41,24 @@ std::string unquoted(std::string_view list) {
   return items;
 }
 
+/// The option in a command of the plug-in, which separates its words by single spaces.
+std::string in_command(const char* option) { return " " + std::string(option) + " "; }
+
 /// The words of a command of our own, which cut_director_command() does not take for one of the plug-in.
-std::vector<std::string> own_words(const std::string& executable, const std::vector<std::string>& urls) {
-  return {executable, "-nosplash", "-nl", "en", "-application", std::string(application), "-repository", joined(urls, ",")};
+Words own_words(const std::string& executable) {
+  Words words = {executable, director.front()};
+  words.insert(words.end(), in_english.begin(), in_english.end());
+  words.insert(words.end(), director.begin() + 1, director.end());
+  return words;
 }
 
-std::string command_line_of(std::vector<std::string> words) {
+Words own_words(const std::string& executable, const Words& urls) {
+  Words words = own_words(executable);
+  words.insert(words.end(), {repositories, joined(urls, ",")});
+  return words;
+}
+
+std::string command_line_of(Words words) {
   for (std::string& word : words) {
     const bool is_option = word.starts_with('-') && eclipse_shell::is_plain(word.substr(1));
     if (!is_option && !eclipse_shell::is_plain(word)) word = eclipse_shell::quoted_for_shell(word);
@@ -71,24 +87,27 @@ std::vector<std::string> features_of(const DirectorCommand& command) {
 }
 
 std::optional<DirectorCommand> cut_director_command(std::string_view command) {
-  const std::size_t end_of_executable = command.find(director);
+  const std::string start = " " + joined(director, " ");
+  const std::size_t end_of_executable = command.find(start + " ");
   if (end_of_executable == command.npos) return std::nullopt;
   DirectorCommand cut{.executable = std::string(command.substr(0, end_of_executable))};
-  const std::string_view options = command.substr(end_of_executable + director.size());
-  if (options.starts_with(uninstall)) {
+  const std::string_view options = command.substr(end_of_executable + start.size());
+  if (const std::string option = in_command(uninstall); options.starts_with(option)) {
     cut.is_removal = true;
-    set_features(cut, options.substr(uninstall.size()));
+    set_features(cut, options.substr(option.size()));
     return cut;
   }
-  const std::size_t option = options.rfind(install);
-  if (!options.starts_with(repositories) || option == options.npos) return std::nullopt;
-  cut.repositories = unquoted(options.substr(0, option).substr(repositories.size()));
-  set_features(cut, options.substr(option + install.size()));
+  const std::string first = in_command(repositories);
+  const std::string last = in_command(install_option);
+  const std::size_t end = options.rfind(last);
+  if (!options.starts_with(first) || end == options.npos || end < first.size()) return std::nullopt;
+  cut.repositories = unquoted(options.substr(0, end).substr(first.size()));
+  set_features(cut, options.substr(end + last.size()));
   return cut;
 }
 
 std::string executable_started_by(std::string_view command) {
-  const std::size_t end = command.find(first_option);
+  const std::size_t end = command.find(in_command(director.front()));
   return end == command.npos ? "" : eclipse_shell::as_word(std::string(command.substr(0, end)));
 }
 
@@ -97,7 +116,7 @@ std::set<std::string> units_named_by(const std::string& command) {
   if (command.size() > eclipse_shell::longest_command || executable_started_by(command).empty()) return ids;
   for (const auto& words : eclipse_shell::read_as_shell(command).commands) {
     for (std::size_t i = 0; i + 1 < words.size(); ++i) {
-      if (words[i] != trimmed(install) && words[i] != trimmed(uninstall)) continue;
+      if (words[i] != install_option && words[i] != uninstall) continue;
       for (const Unit& unit : units_named(words[i + 1])) ids.insert(unit.id);
     }
   }
@@ -105,12 +124,13 @@ std::set<std::string> units_named_by(const std::string& command) {
 }
 
 std::vector<std::string> intended_words(const DirectorCommand& command) {
-  std::vector<std::string> words = {command.executable, "-nosplash", "-application", std::string(application)};
+  Words words = {command.executable};
+  words.insert(words.end(), director.begin(), director.end());
   if (command.is_removal) {
-    words.insert(words.end(), {"-u", command.features});
+    words.insert(words.end(), {uninstall, command.features});
   } else {
-    words.insert(words.end(), {"-repository", command.repositories, "-i", command.features});
-    if (!command.replaced.empty()) words.insert(words.end(), {"-u", command.replaced});
+    words.insert(words.end(), {repositories, command.repositories, install_option, command.features});
+    if (!command.replaced.empty()) words.insert(words.end(), {uninstall, command.replaced});
   }
   return words;
 }
@@ -123,49 +143,31 @@ bool starts_one_director(std::string_view command) {
 }
 
 std::string list_roots_command(const std::string& executable) {
-  return eclipse_shell::quoted_for_shell(executable) + " -nosplash -nl en -application " + std::string(application) +
-         " -listInstalledRoots";
+  Words words = own_words(eclipse_shell::quoted_for_shell(executable));
+  words.emplace_back(list_roots);
+  return joined(words, " ");
 }
 
 std::string verify_only_command(const DirectorCommand& command, const std::string& configuration) {
   std::vector<std::string> words = intended_words(command);
-  words.insert(words.end(), {"-nl", "en", "-verifyOnly"});
-  if (!configuration.empty()) words.insert(words.end(), {"-configuration", configuration});
+  words.insert(words.end(), in_english.begin(), in_english.end());
+  words.emplace_back(verify_only);
+  if (!configuration.empty()) words.insert(words.end(), {configuration_option, configuration});
   for (std::string& word : words) word = eclipse_shell::quoted_for_shell(word);
   return joined(words, " ") + std::string(eclipse_shell::command_end);
 }
 
 std::string revert_command(const std::string& executable, const std::vector<std::string>& urls, const std::string& time) {
   std::vector<std::string> words = own_words(executable, urls);
-  words.insert(words.end(), {"-revert", time});
+  words.insert(words.end(), {revert, time});
   return command_line_of(std::move(words));
 }
 
 std::string replace_command(const std::string& executable, const std::vector<std::string>& urls,
                             const UnitReplacement& replacement) {
   std::vector<std::string> words = own_words(executable, urls);
-  words.insert(words.end(), {"-u", list_of(replacement.removed), "-i", list_of(replacement.installed)});
+  words.insert(words.end(), {uninstall, list_of(replacement.removed), install_option, list_of(replacement.installed)});
   return command_line_of(std::move(words));
-}
-
-std::string list_of(const std::vector<Unit>& units) {
-  std::vector<std::string> texts;
-  texts.reserve(units.size());
-  for (const Unit& unit : units) texts.push_back(text_of(unit));
-  return joined(texts, ",");
-}
-
-std::vector<Unit> units_named(std::string_view list) {
-  // A comma at the beginning makes one id of the whole list. Other empty parts do not count.
-  if (list.starts_with(',')) return {unit_called(list)};
-  std::vector<Unit> units;
-  while (!list.empty()) {
-    const std::size_t comma = std::min(list.find(','), list.size());
-    const std::string_view text = trimmed(list.substr(0, comma));
-    if (!text.empty()) units.push_back(unit_called(text));
-    list.remove_prefix(std::min(comma + 1, list.size()));
-  }
-  return units;
 }
 
 }  // namespace eclipse_p2

@@ -12,6 +12,11 @@
 
 namespace eclipse_p2 {
 
+/// What the list of the features to install follows.
+inline constexpr const char* install_option = "-i";
+/// What the directory of the configuration follows, if Eclipse does not start with its own.
+inline constexpr const char* configuration_option = "-configuration";
+
 /// A command that installs or removes features. The lists are separated by commas, and are not quoted.
 struct DirectorCommand {
   std::string executable = {};
@@ -66,12 +71,6 @@ struct UnitReplacement {
 /// The command that does so, or changes nothing, in English, quoted for a shell.
 std::string replace_command(const std::string& executable, const std::vector<std::string>& urls,
                             const UnitReplacement& replacement);
-
-/// Units as the director lists them, with commas between them.
-std::string list_of(const std::vector<Unit>& units);
-
-/// The units that the director makes of the list that follows "-i" or "-u".
-std::vector<Unit> units_named(std::string_view list);
 
 }  // namespace eclipse_p2
 

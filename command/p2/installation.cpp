@@ -30,7 +30,7 @@ const InstalledUnit* InstallationForecast::installed(const Unit& wanted) const {
   const auto [begin, end] = installed_.equal_range(wanted.id);
   for (auto each = begin; each != end; ++each) {
     const InstalledUnit& unit = *each->second;
-    if (is_wanted(wanted, {unit.id, unit.version}) && (found == nullptr || unit.is_root)) found = &unit;
+    if (is_wanted(wanted, unit.unit()) && (found == nullptr || unit.is_root)) found = &unit;
   }
   return found;
 }

@@ -9,6 +9,7 @@
 #include "base/limits.h"
 #include "base/memory_file.h"
 #include "base/text.h"
+#include "p2/artifact_name.h"
 #include "p2/jar_manifest.h"
 #include "p2/signed_jar.h"
 #include "p2/version.h"
@@ -21,16 +22,16 @@ namespace eclipse_p2 {
 
 namespace {
 
-/// How the manifest of a bundle differs from its artifact "osgi.bundle,ID,VERSION".
+/// How the manifest of a bundle differs from the name of its artifact.
 std::string identity_error(const std::string& artifact, const Archive& jar) {
-  const auto parts = split(artifact, ',');
-  if (parts.size() != 3 || parts.front() != "osgi.bundle" || !jar.error().empty() || !jar.has(manifest_name)) return "";
+  if (!is_bundle(artifact) || !jar.error().empty() || !jar.has(manifest_name)) return "";
   const Section attributes = manifest_in(jar.read(manifest_name, largest::configuration).bytes).main;
   const auto name = attributes.find("bundle-symbolicname");
   const auto version = attributes.find("bundle-version");
   if (name == attributes.end() || version == attributes.end()) return "";
   const std::string id(trimmed(name->second.substr(0, name->second.find(';'))));
-  const std::string listed = parts[1] + " " + whole_version(parts[2]);
+  const Unit unit = unit_of_artifact(artifact);
+  const std::string listed = unit.id + " " + whole_version(unit.version);
   const std::string actual = id + " " + whole_version(trimmed(version->second));
   return listed == actual ? "" : "contains " + actual + " by its manifest, but the repository lists it as " + listed;
 }

@@ -290,9 +290,7 @@ std::optional<MissingProfile> missing_profile(const fs::path& instance) {
     return MissingProfile{std::move(message) + (has_data ? " has none" : " does not exist"),
                           "install Eclipse again, together with its directory " + std::string(data_directory)};
   }
-  std::string list;
-  for (const std::string& other : others) list += (list.empty() ? "" : ", ") + in_quotes(other);
-  return MissingProfile{std::move(message) + " has only " + list,
+  return MissingProfile{std::move(message) + " has only " + each_in_quotes(others),
                         others.size() == 1 ? "write " + std::string(profile_key) + "=" + others.front() + " into that file"
                                            : "write the name of the right one into that file"};
 }
@@ -305,7 +303,7 @@ std::string why_no_profile(const fs::path& instance) {
 std::vector<Unit> roots_of(const std::vector<InstalledUnit>& units) {
   std::vector<Unit> roots;
   for (const InstalledUnit& unit : units) {
-    if (unit.is_root) roots.push_back({unit.id, unit.version});
+    if (unit.is_root) roots.push_back(unit.unit());
   }
   return roots;
 }

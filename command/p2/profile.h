@@ -29,6 +29,8 @@ class SharedIds {
 };
 
 struct InstalledUnit {
+  Unit unit() const { return {id, version}; }
+
   std::string id;
   std::string version;
   SharedIds required_by;   ///< the installed units that require it as a unit or as a bundle

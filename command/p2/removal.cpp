@@ -30,7 +30,7 @@ UnitState InstalledById::state_of(const std::string& id, const std::function<boo
   const auto [begin, end] = units_.equal_range(id);
   for (auto found = begin; found != end; ++found) {
     const InstalledUnit& unit = *found->second;
-    if (is_it({unit.id, unit.version})) {
+    if (is_it(unit.unit())) {
       // The same for all versions, since requirers are known by id.
       if (!state.is_installed) state.required_by = unit.required_by.get();
       state.is_installed = true;

@@ -182,6 +182,18 @@ void note(std::string& reason, const std::string& further) {
 
 }  // namespace
 
+void add_to(UnitVersions& units, const UnitVersions& more) {
+  for (const auto& [id, versions] : more) units[id].insert(versions.begin(), versions.end());
+}
+
+bool is_feature(const Unit& unit, const UnitDescription& description) {
+  return unit.id.ends_with(group_suffix) && !description.is_category;
+}
+
+bool offers_features(const UnitVersions& units) {
+  return std::any_of(units.begin(), units.end(), [](const auto& unit) { return unit.first.ends_with(group_suffix); });
+}
+
 /// Looks into one place.
 class Repositories::Reader {
  public:
@@ -259,11 +271,11 @@ class Repositories::Reader {
       if (child != nullptr) note_ignored_metadata(*child, location);
       if (child == nullptr) {
         is_known = false;
-      } else if ((!child->is_repository || !child->error.empty()) && needs_all) {
+      } else if (!child->is_loadable() && needs_all) {
         note(repository_.error,
              "its child " + location +
                  " cannot be loaded, and by p2.atomic.composite.loading it is loaded with all or not at all");
-      } else if (!child->is_repository || !child->error.empty()) {
+      } else if (!child->is_loadable()) {
         if (listing == Listing::content) repository_.missing_children.push_back(location);
         is_known = is_known && (listing == Listing::content || !child->exists);
       } else if (listing == Listing::content) {
@@ -316,7 +328,7 @@ class Repositories::Reader {
   }
 
   void add_units(const Repository& child, UnitVersions& units) {
-    for (const auto& [id, versions] : *child.units) units[id].insert(versions.begin(), versions.end());
+    add_to(units, *child.units);
     repository_.needed_artifacts.insert(child.needed_artifacts.begin(), child.needed_artifacts.end());
   }
 

@@ -21,6 +21,11 @@ namespace eclipse_p2 {
 /// The ids of units, each with its versions.
 using UnitVersions = std::map<std::string, std::set<std::string>>;
 
+void add_to(UnitVersions& units, const UnitVersions& more);
+
+/// Whether a feature is among the units. A repository without one is there for what others require.
+bool offers_features(const UnitVersions& units);
+
 /// What a repository says of a unit.
 struct UnitDescription {
   std::string label;  ///< its name for people, in the language of the root locale; empty when it has none
@@ -40,7 +45,13 @@ struct UnitDescription {
   bool operator==(const UnitDescription&) const = default;
 };
 
+/// Whether a unit of a repository is a feature, which a descriptor may name.
+bool is_feature(const Unit& unit, const UnitDescription& description);
+
 struct Repository {
+  /// It has metadata which a director can load, as far as is known here.
+  bool is_loadable() const { return is_repository && error.empty(); }
+
   bool exists = false;
   bool is_directory = false;
   bool is_repository = false;  ///< it has p2 metadata

@@ -11,6 +11,8 @@ namespace eclipse_p2 {
 
 /// What the unit of a feature adds to the feature's id.
 inline constexpr std::string_view group_suffix = ".feature.group";
+/// What the unit of its jar adds to the id.
+inline constexpr std::string_view feature_jar_suffix = ".feature.jar";
 
 struct Unit {
   std::string id;

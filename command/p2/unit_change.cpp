@@ -11,9 +11,8 @@ namespace {
 
 /// Whether a unit is among all that are known to be installed.
 bool has(const InstalledUnits& installed, const Unit& wanted) {
-  return installed.all && std::any_of(installed.all->begin(), installed.all->end(), [&](const auto& unit) {
-           return is_wanted(wanted, {unit.id, unit.version});
-         });
+  return installed.all && std::any_of(installed.all->begin(), installed.all->end(),
+                                      [&](const auto& unit) { return is_wanted(wanted, unit.unit()); });
 }
 
 std::vector<Unit> missing_in(const std::vector<Unit>& units, const std::vector<Unit>& others) {
@@ -26,7 +25,7 @@ std::vector<Unit> missing_in(const std::vector<Unit>& units, const std::vector<U
 std::vector<Unit> without_roots(const InstalledUnits& installed) {
   std::vector<Unit> units;
   for (const InstalledUnit& unit : *installed.all) {
-    if (!unit.is_root) units.push_back({unit.id, unit.version});
+    if (!unit.is_root) units.push_back(unit.unit());
   }
   std::sort(units.begin(), units.end());
   return units;
@@ -34,7 +33,7 @@ std::vector<Unit> without_roots(const InstalledUnits& installed) {
 
 std::size_t count_missing(const std::vector<Unit>& units, const InstalledUnits& installed) {
   std::vector<Unit> all;
-  for (const InstalledUnit& unit : *installed.all) all.push_back({unit.id, unit.version});
+  for (const InstalledUnit& unit : *installed.all) all.push_back(unit.unit());
   std::sort(all.begin(), all.end());
   return missing_in(units, all).size();
 }

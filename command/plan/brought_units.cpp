@@ -2,8 +2,7 @@
 
 #include <utility>
 
-#include "p2/director_command.h"
-#include "shell/shell_reading.h"
+#include "p2/unit_list.h"
 
 using namespace eclipse_p2;
 
@@ -16,11 +15,11 @@ std::vector<BroughtUnit> units_brought_by(const Plan& plan, const Offer& offer, 
   std::size_t number = 0;
   for (const PlannedRecord* const record : plan.features()) {
     ++number;
-    std::vector<Unit> units_of_line = units_named(eclipse_shell::as_word(record->config.feature));
+    std::vector<WrittenUnit> units_of_line = units_written_in(record->config.feature);
     if (units_of_line.empty()) units_of_line.emplace_back();  // which no repository offers
-    for (Unit& unit : units_of_line) {
-      units.push_back({record, number, unit, {}, ""});
-      named.push_back(std::move(unit));
+    for (WrittenUnit& written : units_of_line) {
+      units.push_back({record, number, written.unit, {}, ""});
+      named.push_back(std::move(written.unit));
     }
   }
   auto versions = versions_brought_by(named, InstallationForecast(offer.units, offer.is_all, installed));

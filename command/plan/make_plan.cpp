@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "base/text.h"
+#include "dry_run/chosen_executable.h"
 #include "dry_run/command_pieces.h"
 #include "dry_run/descriptor_files.h"
 #include "dry_run/descriptor_lines.h"
@@ -13,7 +14,6 @@
 #include "dry_run/log_lines.h"
 #include "dry_run/plugin_functions.h"
 #include "p2/director_command.h"
-#include "p2/director_start.h"
 #include "plan/distinct_retries.h"
 #include "plan/reasons.h"
 
@@ -62,7 +62,7 @@ class PlanMaker {
     plan_.actions = run_.actions;
     plan_.refusal = run_.refusal;
     if (!run_.log.empty()) plan_.last_log_line = run_.log.back();
-    plan_.executable = run_.executable;
+    plan_.executable = path_in_commands(run_.executable);
     plan_.is_instance_missing = run_.refusal.empty() && !run_.searched && session_.chooses_instance();
     plan_.every_component = run_.every_component;
     add_version_check();
@@ -228,17 +228,17 @@ class PlanMaker {
                                     .is_removal = plan_.is_removal,
                                     .repositories = repositories_,
                                     .features = number == 0 ? joined_words(features_) : as_word(features_[number - 1])});
-    if (!command.is_passed_on()) add_causes(command);
-    if (cause_in(piece_of(executable))) return command;  // another program would be started
-    if (const auto error = eclipse_p2::start_error(executable)) command.executable_error = error->text();
+    StartObstacle obstacle = start_obstacle(executable, origin_of_executable());
+    if (obstacle.error) command.executable_error = obstacle.error->text();
+    if (!command.is_passed_on()) add_causes(command, std::move(obstacle.cause));
     return command;
   }
 
-  void add_causes(PlannedCommand& command) {
-    const auto add = [&](const CommandPiece& piece) {
-      if (auto cause = cause_in(piece)) command.causes.push_back(*std::move(cause));
+  void add_causes(PlannedCommand& command, std::optional<ShellCause> in_executable) {
+    const auto add = [&](std::optional<ShellCause> cause) {
+      if (cause) command.causes.push_back(*std::move(cause));
     };
-    add(piece_of(command.intended.front()));
+    add(std::move(in_executable));
     if (!plan_.is_removal) {
       const auto& causes = repository_causes();
       command.causes.insert(command.causes.end(), causes.begin(), causes.end());
@@ -248,7 +248,7 @@ class PlanMaker {
       const auto& causes = feature_causes();
       command.causes.insert(command.causes.end(), causes.begin(), causes.end());
     } else {
-      add(piece_of_feature(command.number - 1, {}));
+      add(cause_in(piece_of_feature(command.number - 1, {})));
     }
   }
 
@@ -267,9 +267,8 @@ class PlanMaker {
     return feature_piece(features_[index], place, "column 2 of " + places_[index]);
   }
 
-  CommandPiece piece_of(const std::string& executable) const {
-    const bool is_named = run_.executable == session_.variable("USER_DEFINED_ECLIPSE_PATH");
-    return executable_piece(executable, is_named ? "USER_DEFINED_ECLIPSE_PATH" : "the path of the executable");
+  const char* origin_of_executable() const {
+    return is_named_by_user(session_) ? "USER_DEFINED_ECLIPSE_PATH" : "the path of the executable";
   }
 
   /// Each directory is reported once for its component, and each repository once, with the first line that names it.

@@ -14,8 +14,8 @@ void add(Offer& offer, const std::string& url, const Repository& repository) {
     offer.is_all = offer.is_all && repository.unexamined_because.empty();
     return;
   }
+  eclipse_p2::add_to(offer.units, *repository.units);
   for (const auto& [id, versions] : *repository.units) {
-    offer.units[id].insert(versions.begin(), versions.end());
     for (const std::string& version : versions) offer.urls[id].emplace(version, url);
   }
 }

@@ -3,6 +3,7 @@
 #include "base/text.h"
 #include "dry_run/command_pieces.h"
 #include "p2/director_start.h"
+#include "p2/unit_list.h"
 
 using eclipse_plan::Plan;
 using eclipse_plan::PlannedCommand;
@@ -71,7 +72,7 @@ std::string Obstacles::of(const PlannedRecord& feature, std::size_t number) cons
   if (!eclipse_p2::is_readable_in_locale(config.feature)) {
     return "the director cannot read other characters than ASCII in the locale that is set";
   }
-  if (config.feature.starts_with('-')) return "the director reads it as an option";
+  if (eclipse_p2::is_read_as_option(config.feature)) return "the director reads it as an option";
   if (is_retried_ && plan_.retries_left_out.contains(number)) return obstacle_in_name(feature);
   const Command& command = last_command_for(number);
   if (!command.of_all.empty()) return command.of_all;

@@ -7,7 +7,6 @@
 
 #include "base/text.h"
 #include "dry_run/command_pieces.h"
-#include "p2/director_command.h"
 #include "p2/installation.h"
 #include "p2/installed_units.h"
 #include "p2/profile.h"
@@ -25,8 +24,6 @@ using eclipse_plan::PlannedRecord;
 namespace eclipse_preview {
 
 namespace {
-
-constexpr std::size_t most_named = 3;
 
 PreviewedRepository about(const std::string& url, const std::string& path, const Repository& repository, const Offer& offer) {
   PreviewedRepository about{url, false, ""};
@@ -109,7 +106,7 @@ void add_installations(Preview& preview, const Plan& plan, const Offer& offer, c
 
 std::string version_of(const Unit& unit, const std::optional<InstalledUnits>& installed) {
   if (!installed) return "";
-  const auto is_it = [&](const InstalledUnit& each) { return is_wanted(unit, {each.id, each.version}); };
+  const auto is_it = [&](const InstalledUnit& each) { return is_wanted(unit, each.unit()); };
   const auto found = std::find_if(installed->all->begin(), installed->all->end(), is_it);
   return found == installed->all->end() ? "" : found->version;
 }
@@ -129,7 +126,7 @@ void add_removals(Preview& preview, const Plan& plan, const std::optional<Instal
       feature.remark = "is not installed, so the director removes none of the features";
     } else if (stays != staying_by_unit.end()) {
       feature.change = Change::keep;
-      feature.remark = "stays, because it is required by " + eclipse_base::first_few(stays->second->required_by, most_named);
+      feature.remark = "stays, because it is required by " + eclipse_base::first_few(stays->second->required_by);
     }
     preview.features.push_back(std::move(feature));
   }

@@ -47,9 +47,8 @@ std::string moves_text(const Repair& repair) {
 }
 
 std::string bundles_text(const Repair& repair) {
-  constexpr std::size_t most_named = 3;
   if (repair.bundles_left.empty()) return "";
-  return "  Warning: bundles.info still lists " + printable(first_few(texts_of(repair.bundles_left), most_named)) +
+  return "  Warning: bundles.info still lists " + printable(first_few(texts_of(repair.bundles_left))) +
          ", which only the states " + (repair.is_dry_run ? "to be moved" : "moved") +
          " aside have, so Eclipse goes on starting what no director can remove\n    Fix: " +
          (repair.is_dry_run ? "" : "rename the states back, and ") + removal_of_surplus + "\n";

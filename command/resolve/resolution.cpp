@@ -11,6 +11,7 @@
 #include "p2/director_command.h"
 #include "p2/instance_error.h"
 #include "p2/instance_paths.h"
+#include "p2/unit_list.h"
 #include "shell/shell_reading.h"
 
 using namespace eclipse_p2;

@@ -11,8 +11,8 @@
 
 #include "base/file.h"
 #include "base/printable.h"
-#include "dry_run/used_files.h"
 #include "run/usage_error.h"
+#include "run/used_files.h"
 #include "shell/own_command.h"
 #include "standalone_host/variables_file.h"
 #include "terminal/standard_streams.h"
@@ -43,7 +43,7 @@ bool is_new(const std::string& output) {
 
 /// A library that has the actions and nothing else can be run, but not be asked what is read.
 void check_new_output(const Plugin& plugin, const Session& session, const std::string& option, const std::string& output) try {
-  const auto directory = eclipse_dry_run::directory_read_whole(plugin, session, output);
+  const auto directory = directory_read_whole(plugin, session, output);
   if (directory) refuse_new(option, output, *directory);
 } catch (const eclipse_host::PluginError&) {
 }
@@ -65,7 +65,7 @@ void check_output(const SessionOptions& options, const Plugin& plugin, const Ses
   if (is_new(output)) return check_new_output(plugin, session, option, output);
   std::error_code error;
   if (!std::filesystem::is_regular_file(output, error)) return;
-  const auto used = eclipse_dry_run::used_file(plugin, session, output);
+  const auto used = used_file(plugin, session, output);
   if (used) refuse(option, output, used->string());
 }
 
@@ -95,13 +95,13 @@ void check_variables_output(const SessionOptions& options, const std::string& ex
   if (!options.write_variables) return;
   const std::string& output = *options.write_variables;
   if (is_new(output)) {
-    const auto directory = eclipse_dry_run::directory_read_whole_in_instance(executable, output);
+    const auto directory = directory_read_whole_in_instance(executable, output);
     if (directory) refuse_new("--write-variables", output, *directory);
   }
   std::error_code error;
   if (!std::filesystem::is_regular_file(output, error)) return;
   if (eclipse_base::is_same_file(output, eclipse_shell::own_program)) refuse("--write-variables", output, "this program");
-  const auto used = eclipse_dry_run::used_file_of_instance(executable, output);
+  const auto used = used_file_of_instance(executable, output);
   if (used) refuse("--write-variables", output, used->string());
 }
 

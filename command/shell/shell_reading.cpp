@@ -193,9 +193,8 @@ class ShellReader {
   }
 
   static std::string list_of(std::vector<std::string> paths) {
-    constexpr std::size_t most_named = 3;
     std::transform(paths.begin(), paths.end(), paths.begin(), eclipse_base::in_quotes);
-    return eclipse_base::first_few(paths, most_named);
+    return eclipse_base::first_few(paths);
   }
 
   void read_redirection(std::size_t arrow) {

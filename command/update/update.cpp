@@ -15,8 +15,6 @@ namespace eclipse_update {
 
 namespace {
 
-constexpr std::size_t most_named = 3;
-
 std::string text_about(const Replacement& replacement) {
   return replacement.installed.id + " " + replacement.installed.version + " is installed, and the session brings " +
          (replacement.is_downgrade ? "only " : "") + replacement.offered.version;
@@ -27,7 +25,7 @@ std::string texts_about(const std::vector<Replacement>& replacements, bool is_do
   for (const Replacement& replacement : replacements) {
     if (replacement.is_downgrade == is_downgrade) texts.push_back(text_about(replacement));
   }
-  return texts.empty() ? "" : eclipse_base::first_few(texts, most_named);
+  return texts.empty() ? "" : eclipse_base::first_few(texts);
 }
 
 std::string texts_about_rivals(const std::vector<Replacement>& replacements) {
@@ -37,7 +35,7 @@ std::string texts_about_rivals(const std::vector<Replacement>& replacements) {
     texts.push_back("the session brings " + replacement.offered.id + " in the versions " + replacement.offered.version + " (" +
                     replacement.place + ") and " + replacement.rival);
   }
-  return texts.empty() ? "" : eclipse_base::first_few(texts, most_named);
+  return texts.empty() ? "" : eclipse_base::first_few(texts);
 }
 
 }  // namespace

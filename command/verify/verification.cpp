@@ -5,12 +5,11 @@
 #include <map>
 #include <utility>
 
-#include "p2/director_command.h"
 #include "p2/installation.h"
 #include "p2/instance_paths.h"
 #include "p2/removal.h"
+#include "p2/unit_list.h"
 #include "p2/version.h"
-#include "shell/shell_reading.h"
 
 using namespace eclipse_p2;
 using eclipse_plan::Offer;
@@ -18,9 +17,6 @@ using eclipse_plan::Offer;
 namespace eclipse_verify {
 
 namespace {
-
-/// As the director gets them. Quotes that the shell removes are no part of an id.
-std::vector<Unit> units_in(const std::string& feature) { return units_named(eclipse_shell::as_word(feature)); }
 
 /// Whether an installed version of a unit is the one that is named or brought, or a higher one than that which is brought.
 bool is_as_wanted(const CheckedUnit& checked, const Unit& installed) {
@@ -41,7 +37,7 @@ std::vector<CheckedUnit> units_of(const eclipse_plan::Plan& plan, const Offer& o
   std::vector<CheckedUnit> units;
   std::map<Unit, std::size_t> known;
   for (const eclipse_plan::PlannedRecord* const record : plan.by_slot()) {
-    for (const Unit& unit : units_in(record->config.feature)) {
+    for (const auto& [unit, text, start] : units_written_in(record->config.feature)) {
       const auto [found, is_new] = known.emplace(unit, units.size());
       if (is_new) units.push_back({unit, {}, highest_offered(unit, offer.units).value_or(""), false, false, {}, {}, ""});
       units[found->second].places.push_back(record->place());
@@ -85,8 +81,8 @@ std::vector<CheckedUnit> Verification::differences() const {
 
 std::optional<bool> Verification::has(const std::string& feature) const {
   std::optional<bool> has;
-  for (const Unit& unit : units_in(feature)) {
-    const auto is_it = [&](const CheckedUnit& checked) { return checked.unit == unit; };
+  for (const WrittenUnit& written : units_written_in(feature)) {
+    const auto is_it = [&](const CheckedUnit& checked) { return checked.unit == written.unit; };
     const auto found = std::find_if(units.begin(), units.end(), is_it);
     if (found == units.end()) return std::nullopt;
     has = has.value_or(true) && found->is_installed;

@@ -118,6 +118,11 @@ TEST(Printable, CutsNoCharacter) {
   EXPECT_TRUE(printable(bytes).ends_with("\\x80... (4800 bytes left out)"));
 }
 
+TEST(InQuotes, EachOfSeveralTexts) {
+  EXPECT_EQ(each_in_quotes(std::vector<std::string>{"a", "b\n"}), "\"a\", \"b\\n\"");
+  EXPECT_EQ(each_in_quotes(std::vector<std::string>()), "");
+}
+
 TEST(InQuotes, IsPrintable) { EXPECT_EQ(in_quotes("a\"\\\n\xFF"), "\"a\"\\\\n\\xFF\""); }
 
 TEST(PrintablePieces, DoNotDependOnWhereTheyAreCut) {

@@ -837,6 +837,12 @@ class Completion(Product):
         items = self.server.result("textDocument/completion", place(self.file, 4, 1))["items"]
         self.assertEqual(items[0]["textEdit"]["range"], spot(4, 0, 9))
 
+    def test_a_feature_has_its_highest_version(self):
+        units = "".join(f"<unit id='x.a.feature.group' version='{version}'/>" for version in ("1.9.0", "1.10.0"))
+        self.write("tools/site/content.xml", f"<repository><units>{units}</units></repository>")
+        items = self.server.result("textDocument/completion", place(self.file, 2, 6))["items"]
+        self.assertEqual([item["detail"] for item in items], ["1.10.0"])
+
     def test_a_later_request_replaces_an_earlier_one(self):
         ids = [self.server.request("textDocument/completion", place(self.file, 1, 1)) for _ in range(20)]
         answers = [self.server.answer(id) for id in ids]

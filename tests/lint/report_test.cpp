@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "base/printable.h"
+#include "lint/rule.h"
 #include "lint/samples.h"
 #include "shell/command_runner.h"
 
@@ -235,26 +236,6 @@ TEST(SarifReport, KeepsToItsSchema) {
   Json with_unknown_level = report;
   with_unknown_level["runs"][0]["results"][0]["level"] = "fatal";
   EXPECT_EQ(verdicts({report, without_text, with_zero_column, with_unknown_level}), "valid\ninvalid\ninvalid\ninvalid\n");
-}
-
-TEST(ExplainedRule, ShowsItsSamples) {
-  std::ostringstream out;
-  print_rule(out, *find_rule("extra-columns"), false);
-  EXPECT_EQ(out.str(),
-            "extra-columns (warning, lines): a line has more than four columns\n\n"
-            "Why\n  Only the first four columns are read.\n\n"
-            "Fix\n  delete the other columns\n"
-            "  --fix --unsafe-fixes does this where the result is probably what is meant.\n\n"
-            "Bad (→ is a tab)\n  tools.txt\n      sites/alpha→org.example.alpha.feature.group→→1→new\n\n"
-            "Good\n  tools.txt\n      sites/alpha→org.example.alpha.feature.group→→1\n");
-}
-
-TEST(ExplainedRule, LongSamplesAreCutShort) {
-  for (const Rule& rule : rules()) {
-    std::ostringstream out;
-    print_rule(out, rule, false);
-    EXPECT_LT(out.str().size(), 4000U) << rule.name;
-  }
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 // Findings that only a session gives, at their places in the session file.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -455,6 +456,34 @@ TEST_F(SessionFindings, RemovalOfAnotherVersionThanTheInstalledOne) {
   EXPECT_EQ(findings[0].fix, "write a.b.feature.group, without a version");
 }
 
+TEST_F(SessionFindings, RemovalNamesUnitsAsTheShellPassesThemOn) {
+  write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile",
+             "<profile><units><unit id='a.b.feature.group' version='1.0.0'/></units></profile>");
+  for (const std::string feature : {"'a.b.feature.group'", "a.\\b.feature.group", "\"a.b\".feature.group"}) {
+    write_file("tools/etc/eclipse/t", "s\t" + feature + "\n");
+    EXPECT_THAT(summary_with(internal, {ide, Component()}, "uninstall"),
+                testing::Not(testing::Contains(testing::HasSubstr("unit-not-installed"))))
+        << feature;
+  }
+}
+
+TEST_F(SessionFindings, FeatureThatOnlyTheInstanceHasIsKept) {
+  write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile",
+             "<profile><units><unit id='a.c.feature.group' version='1.0.0'/></units></profile>");
+  const auto findings_for = [&](const std::string& feature) {
+    write_file("tools/etc/eclipse/t", "s\t" + feature + "\ns\ta.b.feature.group\n");
+    write_session(internal, {ide, Component()}, "install");
+    return findings_in("session.json", {.disabled = {"feature-pinned"}, .overrides = {}});
+  };
+  const Findings kept = findings_for("a.c.feature.group");
+  ASSERT_EQ(summary_of(kept), Texts({"tools/etc/eclipse/t:1:3+17 feature-not-found"}));
+  EXPECT_EQ(kept[0].severity, Severity::warning);
+  EXPECT_EQ(kept[0].message, "no repository has \"a.c.feature.group\", but the instance has it, so the director keeps it");
+  const Findings other = findings_for("a.c.feature.group/2.0.0");
+  ASSERT_EQ(summary_of(other), Texts({"tools/etc/eclipse/t:1:3+23 feature-not-found"}));
+  EXPECT_EQ(other[0].severity, Severity::error);
+}
+
 TEST_F(SessionFindings, RemovalNeedsNoSites) {
   const Texts lines = {"s\ta.b.feature.group",   "missing\ta.c.feature.group", "/opt/s\ta.d.feature.group",
                        "a b\ta.e.feature.group", "s;x \ta.f.feature.group",    "\"s\ta.g.feature.group"};
@@ -463,6 +492,14 @@ TEST_F(SessionFindings, RemovalNeedsNoSites) {
   write_file("tools/etc/eclipse/t", content);
   EXPECT_EQ(summary_with(internal, {ide, Component()}, "uninstall"), Texts());
   EXPECT_GE(summary_with(internal, {ide, Component()}).size(), lines.size() - 1);
+}
+
+TEST_F(SessionFindings, InstanceThatIsNotWritableIsReportedWhereItIsNamed) {
+  std::filesystem::create_directories("ide/p2");
+  std::filesystem::permissions("ide/p2", std::filesystem::perms(0555));
+  const std::string user = R"("ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse")";
+  EXPECT_EQ(summary_with({user, R"("USER_DEFINED_ECLIPSE_PATH": "./ide/eclipse")"}, {Component()}),
+            Texts({"session.json:5:30+15 instance-not-writable"}));
 }
 
 TEST_F(SessionFindings, UserEclipseThatIsNotUsable) {

@@ -11,9 +11,11 @@
 #include "base/text.h"
 #include "dry_run/command_pieces.h"
 #include "lint/samples.h"
-#include "p2/director_command.h"
 #include "p2/installation.h"
+#include "p2/installed_units.h"
+#include "p2/instance_paths.h"
 #include "p2/repository_url.h"
+#include "p2/unit_list.h"
 #include "plan/make_plan.h"
 #include "plan/offer.h"
 #include "preview/preview.h"
@@ -60,12 +62,12 @@ std::string content_of(const std::set<std::string>& ids) {
 
 /// The text as it is written, and what somebody may mean by it: without quotes and backslashes, and what is between commas.
 std::set<std::string> meanings_of(const std::string& text) {
-  std::set<std::string> meanings;
   std::string bare = text;
   std::erase_if(bare, [](char byte) { return std::string_view("\"'\\").find(byte) != std::string_view::npos; });
-  // No unit is called like this, which is what the director makes of a list that begins with a comma.
-  if (!text.starts_with(',')) meanings = {text, bare, std::string(eclipse_base::trimmed(bare))};
+  std::set<std::string> meanings = {text, bare, std::string(eclipse_base::trimmed(bare))};
   for (const std::string& part : eclipse_base::split(text, ',')) meanings.insert(part);
+  // No unit is called like this, which is what the director makes of a list that begins with a comma.
+  std::erase_if(meanings, [](const std::string& meaning) { return meaning.starts_with(','); });
   return meanings;
 }
 
@@ -133,7 +135,8 @@ class Agreement {
     if (!plan_.command) return true;
     eclipse_p2::Repositories repositories;
     const auto offer = eclipse_plan::offered_to(plan_, repositories);
-    const auto preview = eclipse_preview::preview(plan_, offer, std::nullopt, repositories);
+    const auto installed = eclipse_p2::recorded_units(eclipse_p2::instance_directory(plan_.executable));
+    const auto preview = eclipse_preview::preview(plan_, offer, installed, repositories);
     return std::any_of(preview.features.begin(), preview.features.end(),
                        [](const auto& planned) { return planned.change == eclipse_preview::Change::fail; });
   }
@@ -193,14 +196,46 @@ TEST_P(ShellAgreement, HoldsForEachShortText) {
 INSTANTIATE_TEST_SUITE_P(Lint, ShellAgreement, testing::Values(Use::as_feature, Use::as_directory, Use::as_archive),
                          [](const auto& use) { return name_of(use.param); });
 
+// ---- Lint and plan about what is offered and installed ----
+
+TEST(Lookup, IsTheSameForLintAndPlan) {
+  const fake::TemporaryDirectory directory;
+  Agreement agreement(Use::as_feature);
+  fake::write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile",
+                   "<profile><units><unit id='x.kept.feature.group' version='1.0.0'/></units></profile>");
+  fake::write_file("tools/site/content.xml", content_of({"x.offered.feature.group"}));
+  const std::string offered = "x.offered.feature.group";
+  const std::string kept = "x.kept.feature.group";
+  const std::string missing = "x.missing.feature.group";
+  const std::vector<std::pair<std::string, bool>> columns = {{offered, false},
+                                                             {offered + "/1.0.0", false},
+                                                             {offered + "/2.0.0", true},
+                                                             {"'" + offered + "'", false},
+                                                             {missing, true},
+                                                             {"'" + missing + "'", true},
+                                                             {kept, false},
+                                                             {kept + "/1.0", false},
+                                                             {kept + "/2.0.0", true},
+                                                             {offered + "," + kept, false},
+                                                             {offered + "," + missing, true}};
+  for (const auto& [column, fails] : columns) {
+    fake::write_file("tools/etc/eclipse/t", descriptor_with(Use::as_feature, column));
+    agreement.plan();
+    EXPECT_EQ(agreement.is_planned_to_fail(), fails) << column;
+    const auto errors = Agreement::errors();
+    EXPECT_EQ(!errors.empty(), fails) << testing::PrintToString(errors) << column;
+  }
+}
+
 // ---- Lint, plan and what the shell gives the director ----
 
 const std::vector<std::string> texts = {
-    "org.example.a", "a b",   " a",      "a ",   "a\tb", "$HOME", "$(x)", "`x`",  "a$",    "a;b", "a&b",    "a|b",
-    "'a'",           "\"a\"", "\"a b\"", "it's", "a\"b", "'a",    "a\\b", "a\\",  "a\\ b", "\\a", "~",      "~root",
-    "a~b",           "#a",    "a#b",     "*",    "a*b",  "t*s",   "a?b",  "[ab]", "a!b",   "!a",  "",       "\xC3\xA4",
-    "\xE4",          "a%20b", "a%zb",    "%41",  "a,b",  ",a",    "a,",   "<a",   "a>b",   "2>a", "(a)",    "{a,b}",
-    "a=b",           "-a",    "^a",      "a+b",  "a:b",  "a@b",   "a''b", "\"\"", "a\rb",  "1",   "a\\\"b", "a.b/c"};
+    "org.example.a", "a b",   " a",      "a ",   "a\tb",  "$HOME", "$(x)", "`x`",  "a$",    "a;b", "a&b",    "a|b",
+    "'a'",           "\"a\"", "\"a b\"", "it's", "a\"b",  "'a",    "a\\b", "a\\",  "a\\ b", "\\a", "~",      "~root",
+    "a~b",           "#a",    "a#b",     "*",    "a*b",   "t*s",   "a?b",  "[ab]", "a!b",   "!a",  "",       "\xC3\xA4",
+    "\xE4",          "a%20b", "a%zb",    "%41",  "a,b",   ",a",    "a,",   "<a",   "a>b",   "2>a", "(a)",    "{a,b}",
+    "a=b",           "-a",    "^a",      "a+b",  "a:b",   "a@b",   "a''b", "\"\"", "a\rb",  "1",   "a\\\"b", "a.b/c",
+    "'-a'",          "\\-a",  "',a'",    "a,-b", "'a,b'", "' a '", "'a',b"};
 
 class ThreeAgree : public testing::TestWithParam<std::tuple<Use, std::string>> {
  protected:

@@ -7,7 +7,6 @@ namespace eclipse_p2 {
 namespace {
 
 using Texts = std::vector<std::string>;
-using Units = std::vector<Unit>;
 
 const std::string director = " -nosplash -application org.eclipse.equinox.p2.director ";
 
@@ -53,7 +52,7 @@ TEST(DirectorCommand, IsWhatInstallsOrRemoves) {
   for (const std::string command : {"", "/e -i F 2>&1", "/e -nosplash -application org.eclipse.equinox.p2.director"}) {
     EXPECT_EQ(cut_director_command(command), std::nullopt) << command;
   }
-  for (const std::string options : {"", "-listInstalledRoots", "-repository file:///a", "-i F 2>&1"}) {
+  for (const std::string options : {"", "-listInstalledRoots", "-repository file:///a", "-i F 2>&1", "-repository -i F 2>&1"}) {
     EXPECT_EQ(cut_director_command("/e" + director + options), std::nullopt) << options;
   }
 }
@@ -71,13 +70,6 @@ TEST(DirectorCommand, ThatOnlyVerifiesQuotesEveryWord) {
       "'file:///a b,jar:file:///c.zip!/' '-i' 'F1,F2' '-nl' 'en' '-verifyOnly'";
   EXPECT_EQ(verify_only_command(command, ""), words + " 2>&1");
   EXPECT_EQ(verify_only_command(command, "/tmp/it's"), words + " '-configuration' '/tmp/it'\\''s' 2>&1");
-}
-
-TEST(UnitsNamed, AreTheDirectorsReadingOfAList) {
-  EXPECT_EQ(units_named("a,b/1.0"), (Units{{"a", ""}, {"b", "1.0"}}));
-  EXPECT_EQ(units_named(" a\r"), (Units{{"a", ""}}));
-  EXPECT_EQ(units_named("a,, ,b,"), (Units{{"a", ""}, {"b", ""}}));
-  EXPECT_EQ(units_named(",a,b"), (Units{{",a,b", ""}})) << "a comma at the beginning";
 }
 
 TEST(DirectorCommand, OfOurOwnIsQuotedWhereItMustBe) {

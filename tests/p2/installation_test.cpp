@@ -45,4 +45,15 @@ TEST(Installation, DoesNotFindWhatNobodyOffers) {
   EXPECT_EQ(unknown.version, "");
 }
 
+TEST(UnitVersions, AreAddedById) {
+  UnitVersions units = {{"a", {"1.0.0"}}};
+  add_to(units, {{"a", {"1.0.0", "2.0.0"}}, {"b", {"1.0.0"}}});
+  EXPECT_EQ(units, (UnitVersions{{"a", {"1.0.0", "2.0.0"}}, {"b", {"1.0.0"}}}));
+}
+
+TEST(UnitVersions, OfferFeaturesIfOneIsAGroup) {
+  EXPECT_FALSE(offers_features({{"a", {"1.0.0"}}, {"a.feature.jar", {"1.0.0"}}}));
+  EXPECT_TRUE(offers_features({{"a", {"1.0.0"}}, {"a.feature.group", {"1.0.0"}}}));
+}
+
 }  // namespace

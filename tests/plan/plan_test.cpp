@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "dry_run/chosen_executable.h"
 #include "fake_host/temporary_directory.h"
 
 using namespace eclipse_dry_run;
@@ -130,6 +131,19 @@ TEST_F(Planning, SaysWhatEachActionSets) {
   EXPECT_EQ(made.actions[4].writes,
             (std::vector<std::pair<std::string, std::string>>{{"ECLIPSE_PATH", directory.path() + "/own"}}));
   EXPECT_EQ(made.executable, directory.path() + "/own/eclipse");
+}
+
+TEST_F(Planning, NamesTheExecutableAsTheCommandsStartIt) {
+  add("c", "s\tF\n");
+  std::filesystem::create_directories("elsewhere/inner");
+  std::filesystem::create_directory_symlink("elsewhere/inner", "link");
+  fake::write_file("elsewhere/own/eclipse", "");
+  session.variables["USER_DEFINED_ECLIPSE_PATH"] = directory.path() + "/link/../own/eclipse";
+  const Plan made = plan();
+  ASSERT_TRUE(made.command.has_value());
+  EXPECT_EQ(made.command->intended.front(), directory.path() + "/own/eclipse");
+  EXPECT_EQ(made.executable, made.command->intended.front());
+  EXPECT_EQ(chosen_executable(plugin, session), made.executable);
 }
 
 TEST_F(Planning, GivesTheVerdictOnTheVersion) {

@@ -6,17 +6,14 @@
 #include <filesystem>
 #include <set>
 
+#include "base/file.h"
 #include "base/printable.h"
-#include "dry_run/command_pieces.h"
+#include "dry_run/chosen_executable.h"
 #include "dry_run/log_lines.h"
-#include "instance/damage.h"
 #include "lint/input.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
-#include "p2/director_start.h"
-#include "p2/instance_paths.h"
-#include "p2/profile.h"
 #include "shell/executable.h"
 #include "shell/shell_cause.h"
 
@@ -200,6 +197,46 @@ Rule user_path_not_normalized() {
             if (is_normalized(path)) return;
             reporter.report(input.session->location_of("USER_DEFINED_ECLIPSE_PATH"),
                             in_quotes(path) + " contains backslashes or ends with a line break");
+          },
+  };
+}
+
+constexpr const char* shell_script = "#!/bin/sh\n";
+
+/// A session in another directory than the working directory; both have an Eclipse in "ide".
+Sample product_elsewhere(const std::string& eclipse) {
+  return {"product/session.json",
+          {{"product/session.json", session("install", user_choice(eclipse), tools)},
+           {"product/ide/eclipse", shell_script, 0755},
+           {"product/tools/etc/eclipse/tools.txt", line_of_one},
+           {"product/tools/site/content.xml", content_of_one},
+           {"ide/eclipse", shell_script, 0755}}};
+}
+
+Rule user_path_relative() {
+  return {
+      .name = "user-path-relative",
+      .group = Group::eclipse,
+      .severity = Severity::warning,
+      .title = "USER_DEFINED_ECLIPSE_PATH is relative and leads to another Eclipse than it does from the session file",
+      .why =
+          "The directories of components are relative to the session file, but values of variables are used unchanged, so "
+          "this path is relative to the working directory. The run changes the Eclipse instance there.",
+      .fix = "write the full path",
+      .bad = product_elsewhere("ide/eclipse"),
+      .good = product(user_session()),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session) return;
+            const Location& location = input.session->location_of("USER_DEFINED_ECLIPSE_PATH");
+            const bool is_in_file = location.line != 0;
+            const std::string executable = input.session->executable;
+            const auto other = is_in_file ? input.session->seen_from_file(executable) : std::nullopt;
+            std::error_code error;
+            if (!other || !fs::exists(executable, error) || is_same_file(executable, *other)) return;
+            reporter.report(location, in_quotes(executable) + " leads to " +
+                                          absolute_path(executable).lexically_normal().string() + " here, not to " +
+                                          other->string() + ", which also exists");
           },
   };
 }
@@ -424,15 +461,10 @@ Rule executable_ambiguous() {
             if (!input.session) return;
             const auto& found = input.session->executables;
             if (std::set(found.begin(), found.end()).size() < 2) return;
-            std::string list;
-            for (const std::string& executable : found) list += (list.empty() ? "" : ", ") + executable;
-            reporter.report(input.session->location_of("ECLIPSE_BIN"), "several components have the executable: " + list);
+            reporter.report(input.session->location_of("ECLIPSE_BIN"),
+                            "several components have the executable: " + joined(found));
           },
   };
-}
-
-const Location& location_of_executable(const SessionFacts& facts) {
-  return facts.location_of(is_choice(facts, "user") ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN");
 }
 
 /// What the shell does with the first byte of a text that it does not pass on unchanged.
@@ -456,64 +488,14 @@ Rule executable_not_startable() {
             if (!input.session || input.session->run.commands.empty()) return;
             const SessionFacts& facts = *input.session;
             const std::string executable = facts.executable;
-            const Location& location = location_of_executable(facts);
-            if (const auto cause = eclipse_shell::cause_in(eclipse_dry_run::executable_piece(executable, ""))) {
+            const Location& location = facts.location_of_executable();
+            const auto [cause, error] = eclipse_dry_run::start_obstacle(executable, "");
+            if (cause) {
               reporter.report(location,
                               "the shell would change the path " + in_quotes(executable) + ": " + first_change(*cause));
-            } else if (const auto error = eclipse_p2::start_error(executable)) {
+            } else if (error) {
               reporter.report(location, error->message, error->fix);
             }
-          },
-  };
-}
-
-// ---- The profile ----
-
-Rule instance_damaged() {
-  return {
-      .name = "instance-damaged",
-      .group = Group::eclipse,
-      .severity = Severity::error,
-      .title = "the Eclipse instance is damaged",
-      .why =
-          "A director that is stopped while it writes leaves the newest state of the p2 profile incomplete, config.ini without "
-          "settings, or bundles.info without bundles; then every director fails, or Eclipse does not start what is installed. "
-          "The newest state lacks most of the units if two directors have worked at the same time. p2 never goes back to an "
-          "older state.",
-      .fix = "run \"eclipse-int repair\" with the path of the Eclipse executable",
-      .bad = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'"}}),
-      .good = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}}),
-      .check =
-          [](const Input& input, Reporter& reporter) {
-            if (!input.session || input.session->run.commands.empty()) return;
-            const auto damage = eclipse_instance::instance_damage_at_rest(input.session->executable);
-            if (!damage) return;
-            reporter.report(location_of_executable(*input.session), damage->message, damage->fix);
-          },
-  };
-}
-
-/// An instance whose configuration names a profile, and that has a profile of this name.
-std::vector<SampleFile> instance_with_profile(const std::string& name) {
-  return {{"ide/configuration/config.ini", "eclipse.p2.data.area=@config.dir/../p2\neclipse.p2.profile=" + name + "\n"},
-          {profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}};
-}
-
-Rule profile_missing() {
-  return {
-      .name = "profile-missing",
-      .group = Group::eclipse,
-      .severity = Severity::error,
-      .title = "the Eclipse instance does not have the p2 profile that its configuration names",
-      .why = "Every command of the session fails with \"Missing required argument -destination\".",
-      .fix = "correct eclipse.p2.profile in configuration/config.ini, or install Eclipse again, together with its directory p2",
-      .bad = product(user_session(), instance_with_profile("SDKProfile")),
-      .good = product(user_session(), instance_with_profile("IDE")),
-      .check =
-          [](const Input& input, Reporter& reporter) {
-            if (!input.session || input.session->run.commands.empty()) return;
-            const auto missing = eclipse_p2::missing_profile(eclipse_p2::instance_directory(input.session->executable));
-            if (missing) reporter.report(location_of_executable(*input.session), missing->message, missing->fix);
           },
   };
 }
@@ -596,19 +578,18 @@ Rule minimum_version_of_another_kind() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_eclipse() {
+std::vector<Rule> eclipse_rules() {
   return {
       choice_unknown(),
       choice_missing(),
       user_eclipse_unusable(),
       user_path_not_normalized(),
+      user_path_relative(),
       internal_eclipse_not_found(),
       capability_misspelled(),
       executable_name_unmatched(),
       executable_ambiguous(),
       executable_not_startable(),
-      instance_damaged(),
-      profile_missing(),
       minimum_version_compared_as_text(),
       minimum_version_of_another_kind(),
   };

@@ -12,19 +12,17 @@
 #include "lint/rules/shell_changes.h"
 #include "lint/texts.h"
 #include "p2/brought_versions.h"
-#include "p2/director_command.h"
 #include "p2/director_start.h"
 #include "p2/installation.h"
 #include "p2/profile.h"
 #include "p2/unit.h"
+#include "p2/unit_list.h"
 #include "p2/version.h"
 #include "shell/shell_reading.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
-using eclipse_p2::group_suffix;
-using eclipse_p2::is_osgi_version;
-using eclipse_p2::UnitVersions;
+using namespace eclipse_p2;
 
 namespace eclipse_lint {
 
@@ -40,11 +38,8 @@ Sample component_with_feature(const std::string& feature) {
 }
 
 /// One unit in column 2, which may hold several with commas between them.
-struct NamedUnit {
+struct NamedUnit : WrittenUnit {
   const Record* record;
-  std::string text;                  ///< as the director gets it
-  std::optional<std::size_t> start;  ///< in the column; nothing if it is not written like this
-  eclipse_p2::Unit unit = eclipse_p2::unit_called(text);
 
   const std::string& id() const { return unit.id; }
   const std::string& version() const { return unit.version; }
@@ -60,28 +55,14 @@ struct NamedUnit {
   }
 };
 
-bool looks_like_option(std::string_view text) { return text.starts_with('-'); }
-
-/// Each unit that the director gets as one.
+/// Each unit that the director looks for. What else it or the shell makes of a column is reported by other rules.
 template <typename Use>
 void for_each_unit(const Input& input, const Use& use) {
   for_each_placed(input, [&](const Record& record) {
-    const auto column = eclipse_shell::word_of(std::string(record.feature()));
-    if (!column) return;
-    std::size_t at = record.feature().find(*column);
-    for (const std::string& text : split(*column, ',')) {
-      const auto start = at == std::string_view::npos ? std::nullopt : std::optional(at);
-      const bool is_odd = looks_like_option(text) || text != trimmed(text);
-      if (!text.empty() && !is_odd) use(NamedUnit{&record, text, start});
-      if (start) at += text.size() + 1;
-    }
+    const std::string_view column = record.feature();
+    if (!eclipse_shell::word_of(std::string(column)) || is_read_as_option(column) || begins_with_comma(column)) return;
+    for (WrittenUnit& written : units_written_in(column)) use(NamedUnit{std::move(written), &record});
   });
-}
-
-std::string list_of(const std::vector<std::string>& texts) {
-  std::string list;
-  for (const std::string& text : texts) list += (list.empty() ? "" : ", ") + in_quotes(text);
-  return list;
 }
 
 // ---- Ids ----
@@ -136,25 +117,27 @@ Rule feature_without_group_suffix() {
           .corrects = Corrects::both};
 }
 
-std::string list_of_versions(const std::set<std::string>& versions) {
-  std::string list;
-  for (const std::string& version : versions) list += (list.empty() ? "" : ", ") + version;
-  return list;
-}
-
 /// Deletes the slash and the version.
 std::optional<Correction> without_version(const NamedUnit& unit) {
   const std::size_t length = unit.id().size();
   return unit.correction("remove the version", false, length, unit.text.size() - length, "");
 }
 
-void check_version_found(const NamedUnit& unit, const std::set<std::string>& versions, Severity severity, Reporter& reporter) {
-  if (!unit.is_pinned()) return;
-  const auto is_it = [&](const std::string& version) { return is_wanted(unit.unit, {unit.id(), version}); };
-  if (std::any_of(versions.begin(), versions.end(), is_it)) return;
-  reporter.report(severity, unit.location(), "no repository has version " + unit.version() + " of " + in_quotes(unit.id()),
-                  "the repositories have version " + list_of_versions(versions) + ": write " + unit.id(),
-                  without_version(unit));
+/// A feature that no repository has.
+struct MissingFeature {
+  const NamedUnit& unit;
+  Severity severity;
+  bool is_kept;  ///< by the director, since the instance has it
+
+  std::string but() const { return is_kept ? ", but the instance has it, so the director keeps it" : ""; }
+};
+
+void report_version(const MissingFeature& missing, const std::set<std::string>& versions, Reporter& reporter) {
+  const NamedUnit& unit = missing.unit;
+  if (!is_osgi_version(unit.version())) return;
+  reporter.report(missing.severity, unit.location(),
+                  "no repository has version " + unit.version() + " of " + in_quotes(unit.id()) + missing.but(),
+                  "the repositories have version " + joined(versions) + ": write " + unit.id(), without_version(unit));
 }
 
 /// The features that there are, those most like `id` first.
@@ -180,16 +163,15 @@ std::optional<Correction> in_other_case(const UnitVersions& units, const NamedUn
   return meant.size() == 1 ? other_id(unit, meant.front(), true) : std::nullopt;
 }
 
-void check_found(const NamedUnit& unit, const UnitVersions& units, Severity severity, Reporter& reporter) {
-  const std::string& id = unit.id();
-  if (const auto found = units.find(id); found != units.end())
-    return check_version_found(unit, found->second, severity, reporter);
+void report_missing(const MissingFeature& missing, const UnitVersions& units, Reporter& reporter) {
+  const std::string& id = missing.unit.id();
+  if (const auto found = units.find(id); found != units.end()) return report_version(missing, found->second, reporter);
   if (!id.ends_with(group_suffix) && !group_in(units, id).empty()) return;
   const auto nearest = nearest_features(units, id);
-  reporter.report(severity, unit.location(), "no repository has " + in_quotes(id),
+  reporter.report(missing.severity, missing.unit.location(), "no repository has " + in_quotes(id) + missing.but(),
                   nearest.empty() ? "publish the feature; the repositories have none at all"
-                                  : "write an id that the repositories have: " + list_of(nearest),
-                  in_other_case(units, unit));
+                                  : "write an id that the repositories have: " + each_in_quotes(nearest),
+                  in_other_case(units, missing.unit));
 }
 
 Rule feature_not_found() {
@@ -197,7 +179,9 @@ Rule feature_not_found() {
           .group = Group::features,
           .severity = Severity::error,
           .title = "no repository has a feature, or not in this version",
-          .why = "The director does not find the feature, so the command for all features fails.",
+          .why =
+              "The director does not find the feature, so the command for all features fails. If the instance has the feature, "
+              "the director keeps it.",
           .fix = "correct the id (case-sensitive), or publish the feature",
           .bad = component_with_feature("org.example.One.feature.group"),
           .good = good_component(),
@@ -205,16 +189,20 @@ Rule feature_not_found() {
               [](const Input& input, Reporter& reporter) {
                 // One that cannot be examined may have it.
                 const Severity severity = input.offered ? Severity::error : Severity::warning;
+                const auto forecast = input.forecast();
                 for_each_unit(input, [&](const NamedUnit& unit) {
-                  if (input.session && !eclipse_p2::is_readable_in_locale(unit.text)) {
+                  if (input.session && !is_readable_in_locale(unit.text)) {
                     reporter.report(unit.location(),
                                     in_quotes(unit.text) +
                                         " has other characters than ASCII, which the director cannot read in "
                                         "the locale that is set",
                                     "set a locale with UTF-8 for the installer, such as LC_ALL=C.UTF-8");
-                  } else if (const auto* const units = input.offered_for(*unit.record)) {
-                    check_found(unit, *units, severity, reporter);
+                    return;
                   }
+                  const auto* const units = input.offered_for(*unit.record);
+                  if (units == nullptr || highest_offered(unit.unit, *units)) return;
+                  const bool is_kept = forecast.of(unit.unit).step == InstallStep::keep;
+                  report_missing({unit, is_kept ? Severity::warning : severity, is_kept}, *units, reporter);
                 });
               },
           .concerns_removals = false,
@@ -233,7 +221,7 @@ std::string feature_with(const NamedUnit& unit) {
   if (unit.record->site == nullptr) return "";
   std::set<std::string> features;
   for (const auto& [described, description] : unit.record->site->descriptions) {
-    const auto includes_unit = [&](const eclipse_p2::Requirement& required) {
+    const auto includes_unit = [&](const Requirement& required) {
       return required.filter.empty() && required.name == unit.id();
     };
     if (description.is_group && std::ranges::any_of(description.requirements, includes_unit)) features.insert(described.id);
@@ -247,7 +235,7 @@ void check_kind(const NamedUnit& unit, const UnitVersions& units, Reporter& repo
   if (id.ends_with(group_suffix) || units.count(id) == 0) return;
   const std::string group = group_in(units, id);
   if (!group.empty()) {
-    const std::string kind = id.ends_with(".feature.jar") ? " is only the jar of a feature" : " is only a bundle";
+    const std::string kind = id.ends_with(feature_jar_suffix) ? " is only the jar of a feature" : " is only a bundle";
     reporter.report(Severity::error, unit.location(), in_quotes(id) + kind + "; the feature is " + in_quotes(group),
                     "write " + group, other_id(unit, group, false));
   } else if (is_category(unit)) {
@@ -306,16 +294,11 @@ Rule feature_version_invalid() {
 }
 
 /// What the director takes for each of these units. A removal takes nothing.
-std::vector<eclipse_p2::BroughtVersion> versions_brought_by(const Input& input, const std::vector<NamedUnit>& units) {
-  static const eclipse_p2::UnitVersions no_units;
-  static const std::vector<eclipse_p2::InstalledUnit> none_installed;
-  std::vector<eclipse_p2::Unit> named(units.size());
+std::vector<BroughtVersion> versions_brought_by(const Input& input, const std::vector<NamedUnit>& units) {
+  std::vector<Unit> named(units.size());
   std::transform(units.begin(), units.end(), named.begin(), [](const NamedUnit& unit) { return unit.unit; });
-  if (input.is_removal()) return std::vector<eclipse_p2::BroughtVersion>(units.size());
-  const bool knows_installed = input.session && input.session->installed;
-  const eclipse_p2::InstallationForecast forecast(input.known_units ? *input.known_units : no_units, input.offered != nullptr,
-                                                  knows_installed ? *input.session->installed : none_installed);
-  return eclipse_p2::versions_brought_by(named, forecast);
+  if (input.is_removal()) return std::vector<BroughtVersion>(units.size());
+  return eclipse_p2::versions_brought_by(named, input.forecast());
 }
 
 /// Of the run, or of what it leaves out.
@@ -367,10 +350,9 @@ Rule feature_pinned() {
 void check_comma(const Record& record, Reporter& reporter) {
   const std::size_t comma = record.feature().find(',');
   if (comma == std::string_view::npos) return;
-  const auto pieces = split(record.feature(), ',');
-  const auto count = pieces.size() - static_cast<std::size_t>(std::count(pieces.begin(), pieces.end(), ""));
+  const std::size_t count = units_written_in(record.feature()).size();
   const Location location = record.descriptor->location(*record.line, 1, comma, 1);
-  if (comma == 0) {
+  if (begins_with_comma(record.feature())) {
     reporter.report(Severity::error, location, "comma before the feature", "remove the comma");
   } else if (count == 1) {
     reporter.report(location, "comma after the feature", "remove the comma");
@@ -411,7 +393,7 @@ Rule feature_looks_like_option() {
           .good = good_descriptor(),
           .check = [](const Input& input, Reporter& reporter) {
             for_each_placed(input, [&](const Record& record) {
-              if (!looks_like_option(record.feature())) return;
+              if (!is_read_as_option(record.feature())) return;
               reporter.report(record.descriptor->location(*record.line, 1, 0, 1),
                               in_quotes(record.feature()) + " looks like an option");
             });
@@ -462,8 +444,7 @@ bool may_serve_other_lines(const Input& input) {
 
 bool may_offer_features(const Record& record) {
   if (record.site == nullptr || !record.site->units) return true;
-  const auto& units = *record.site->units;
-  return std::any_of(units.begin(), units.end(), [](const auto& unit) { return unit.first.ends_with(group_suffix); });
+  return offers_features(*record.site->units);
 }
 
 Rule feature_empty() {
@@ -493,10 +474,11 @@ Rule feature_empty() {
           .concerns_removals = false};
 }
 
-/// The highest version that its repository has of a record's feature; empty when that is not known.
+/// The highest version that its repository has of a record's feature; empty when that is not known, or it names several.
 std::string highest_version(const Record& record) {
-  if (record.site == nullptr || !record.site->units) return "";
-  return eclipse_p2::highest_offered(eclipse_p2::unit_called(record.feature()), *record.site->units).value_or("");
+  const auto units = units_written_in(record.feature());
+  if (record.site == nullptr || !record.site->units || units.size() != 1) return "";
+  return highest_offered(units.front().unit, *record.site->units).value_or("");
 }
 
 /// Which of two repositories brings the feature that both have; empty when they bring the same version, or that is not known.
@@ -504,7 +486,7 @@ std::string winner_of(const Record& one, const Record& other) {
   const std::string version = highest_version(one);
   const std::string other_version = highest_version(other);
   if (version.empty() || other_version.empty()) return "";
-  const auto order = eclipse_p2::compare_versions(version, other_version);
+  const auto order = compare_versions(version, other_version);
   if (std::is_eq(order)) return "";
   const auto text = [](const std::string& each, const Record& record) {
     return each + " of " + shown_path(eclipse_dry_run::path_in(record.placement->url));
@@ -544,8 +526,6 @@ Rule feature_from_two_repositories() {
 
 // ---- Versions in the instance ----
 
-constexpr const char* profile_name = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile";
-
 std::string profile_with_root(const std::string& version) {
   return "<profile><units><unit id='org.example.one.feature.group' version='" + version +
          "'/></units><iusProperties>\n  <iuProperties id='org.example.one.feature.group' version='" + version +
@@ -553,26 +533,16 @@ std::string profile_with_root(const std::string& version) {
          "</properties></iuProperties>\n</iusProperties></profile>\n";
 }
 
-/// What the first command asks the director to install.
-std::set<eclipse_p2::Unit> installed_by(const Input& input) {
-  const auto& commands = input.session->run.commands;
-  const auto command = commands.empty() ? std::nullopt : eclipse_p2::cut_director_command(commands.at(0));
-  const auto units =
-      command ? eclipse_p2::units_named(eclipse_shell::as_word(command->features)) : std::vector<eclipse_p2::Unit>();
-  return {units.begin(), units.end()};
-}
-
 /// What comes along with other units may be replaced, and is not reported.
 void check_installed_versions(const Input& input, Reporter& reporter) {
   if (!input.session || !input.offered) return;
-  const auto units = installed_by(input);
+  const auto& named = input.session->named_units;
+  const std::set<Unit> units(named.begin(), named.end());
   if (units.empty()) return;
-  const auto& installed = input.session->installed;
-  if (!installed) return;
-  const eclipse_p2::InstallationForecast forecast(*input.offered, true, *installed);
+  const InstallationForecast forecast = input.forecast();
   for_each_unit(input, [&](const NamedUnit& unit) {
     const auto found = forecast.of(unit.unit);
-    if (found.step != eclipse_p2::InstallStep::conflict || !units.contains(unit.unit)) return;
+    if (found.step != InstallStep::conflict || !units.contains(unit.unit)) return;
     if (!unit.record->takes_part()) return;
     reporter.report(unit.location(), "the instance has version " + found.installed + " of " + in_quotes(unit.id()) +
                                          ", and the run would install " + found.version + " beside it");
@@ -599,7 +569,7 @@ Rule other_version_installed() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_features() {
+std::vector<Rule> features_rules() {
   return {feature_without_group_suffix(),
           feature_not_found(),
           unit_not_a_feature(),

@@ -568,7 +568,7 @@ Rule capability_descriptor_mismatch() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_files() {
+std::vector<Rule> files_rules() {
   return {descriptor_outside_etc_eclipse(), descriptor_not_listed(),
           listed_descriptor_missing(),      descriptor_not_a_file(),
           descriptor_unreadable(),          not_a_descriptor(),

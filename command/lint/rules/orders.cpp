@@ -253,7 +253,7 @@ Rule order_as_dependency() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_orders() {
+std::vector<Rule> orders_rules() {
   return {
       order_not_a_number(), order_trailing_characters(), order_out_of_range(),  order_taken(),
       order_not_positive(), feature_order_conflict(),    order_as_dependency(),

@@ -7,10 +7,10 @@
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "p2/data_area.h"
-#include "p2/director_command.h"
 #include "p2/instance_paths.h"
 #include "p2/profile.h"
 #include "p2/removal.h"
+#include "p2/unit_list.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -34,18 +34,12 @@ constexpr const char* profile_of_two = R"(<profile><units>
 </iusProperties></profile>
 )";
 
-/// What a removal's first command asks the director to remove.
-std::vector<Unit> removed_units(const Input& input) {
-  const auto command = cut_director_command(input.session->run.commands.at(0));
-  return command ? units_named(command->features) : std::vector<Unit>();
-}
-
 /// The lines that name the units of a removal.
 std::map<Unit, Location> locations_of_units(const Input& input) {
   std::map<Unit, Location> locations;
   for (const Record& record : input.records) {
-    if (!record.placement || !record.descriptor->component->catalogue->selected_for_removal) continue;
-    for (const Unit& unit : units_named(record.config->feature)) locations.emplace(unit, record.location(1));
+    if (!record.placement || !record.takes_part()) continue;
+    for (const WrittenUnit& written : units_written_in(record.feature())) locations.emplace(written.unit, record.location(1));
   }
   return locations;
 }
@@ -56,7 +50,7 @@ void for_each_removed(const Input& input, const Use& use) {
   if (!input.session || !input.session->removes_units() || !input.session->installed) return;
   const auto& installed = *input.session->installed;
   const auto locations = locations_of_units(input);
-  for (const RemovedUnit& removed : removal_of(removed_units(input), roots_of(installed), installed)) {
+  for (const RemovedUnit& removed : removal_of(input.session->named_units, roots_of(installed), installed)) {
     const auto location = locations.find(removed.unit);
     use(removed, location == locations.end() ? input.session->mode : location->second);
   }
@@ -160,8 +154,8 @@ const Record* keeper_of(const Input& input, const Unit& unit) {
   for (const Record& record : input.records) {
     const auto* const component = record.descriptor->component->catalogue;
     if (!record.placement || !component->installed || component->selected_for_removal) continue;
-    for (const Unit& kept : units_named(record.config->feature)) {
-      if (kept.id == unit.id) return &record;
+    for (const WrittenUnit& kept : units_written_in(record.feature())) {
+      if (kept.unit.id == unit.id) return &record;
     }
   }
   return nullptr;
@@ -191,7 +185,7 @@ Rule feature_of_staying_component() {
           [](const Input& input, Reporter& reporter) {
             if (!input.is_removal() || input.session->run.commands.empty()) return;
             const auto locations = locations_of_units(input);
-            for (const Unit& unit : removed_units(input)) {
+            for (const Unit& unit : input.session->named_units) {
               const Record* const keeper = keeper_of(input, unit);
               if (keeper == nullptr) continue;
               const auto location = locations.find(unit);
@@ -206,7 +200,7 @@ Rule feature_of_staying_component() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_removals() {
+std::vector<Rule> removal_rules() {
   return {unit_not_installed(), unit_required_by_others(), removal_after_deletion(), feature_of_staying_component()};
 }
 

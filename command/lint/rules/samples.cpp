@@ -4,6 +4,17 @@
 
 namespace eclipse_lint::samples {
 
+namespace {
+
+constexpr const char* content_with_jar =
+    "<repository><units>\n"
+    "<unit id='org.example.one.feature.group' version='1.0.0'>\n"
+    "<properties><property name='org.eclipse.equinox.p2.type.group' value='true'/></properties>\n"
+    "<requires><required namespace='org.eclipse.equinox.p2.iu' name='org.example.one.plugin'/></requires></unit>\n"
+    "<unit id='org.example.one.plugin' version='1.0.0'/>\n</units></repository>\n";
+
+}  // namespace
+
 Sample descriptor(const std::string& content) { return {"tools.txt", {{"tools.txt", content}}}; }
 
 Sample good_descriptor() {
@@ -19,6 +30,29 @@ Sample component(const std::string& descriptor, std::vector<SampleFile> others) 
 }
 
 Sample good_component() { return component(line_of_one, {{"tools/site/content.xml", content_of_one}}); }
+
+Sample component_with_unit(const std::string& version, const std::string& more) {
+  return component(line_of_one, {{"tools/site/content.xml",
+                                  "<?xml version='1.0'?>\n<repository><units>\n"
+                                  "  <unit id='org.example.one.feature.group' version='" +
+                                      version + "'>" + more + "</unit>\n</units></repository>\n"}});
+}
+
+std::string empty_jar() { return "PK\x05\x06" + std::string(18, '\0'); }
+
+const char* const md5_of_empty_jar = "76cdb2bad9582d23c1f6f4d868218d6c";
+
+Sample component_with_jar(const std::string& md5) {
+  const std::string artifacts =
+      "<repository><mappings>\n<rule filter='(&amp; (classifier=osgi.bundle))' "
+      "output='${repoUrl}/plugins/${id}_${version}.jar'/>\n</mappings><artifacts>\n"
+      "<artifact classifier='osgi.bundle' id='org.example.one.plugin' version='1.0.0'>\n"
+      "<properties><property name='download.md5' value='" +
+      md5 + "'/></properties></artifact>\n</artifacts></repository>\n";
+  return component(line_of_one, {{"tools/site/content.xml", content_with_jar},
+                                 {"tools/site/artifacts.xml", artifacts},
+                                 {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", empty_jar()}});
+}
 
 const char* const profile_name = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile";
 

@@ -24,6 +24,16 @@ extern const char* const line_of_one;
 /// The content.xml of a repository that contains just this feature.
 extern const char* const content_of_one;
 
+/// A repository that has the feature in this version, with more elements in its unit; units may follow it.
+Sample component_with_unit(const std::string& version, const std::string& more);
+
+/// An end of central directory, which alone is a zip archive without entries; and its MD5.
+std::string empty_jar();
+extern const char* const md5_of_empty_jar;
+
+/// A repository in which the feature requires a bundle, with this jar as its last file; it lists this MD5 of it.
+Sample component_with_jar(const std::string& md5);
+
 // ---- A session with this component and an Eclipse instance in the directory "ide" ----
 
 /// A state of the p2 profile of this instance.

@@ -9,8 +9,8 @@
 #include "lint/input.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
-#include "p2/director_command.h"
 #include "p2/profile.h"
+#include "p2/unit_list.h"
 #include "shell/command_runner.h"
 
 using namespace eclipse_base;
@@ -123,14 +123,15 @@ Rule new_instance_gets_all_features() {
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->is_removal()) return;
-            std::string list;
+            std::vector<std::string> codes;
             for (const Component& component : input.components) {
               const auto& catalogue = *component.catalogue;
               if (catalogue.selected_for_install || catalogue.selected_for_removal || !was_read(input, component)) continue;
-              list += (list.empty() ? "" : ", ") + in_quotes(catalogue.code);
+              codes.push_back(catalogue.code);
             }
-            if (list.empty()) return;
-            reporter.report(input.session->mode, "the Eclipse instance is new, so it also gets the features of " + list,
+            if (codes.empty()) return;
+            reporter.report(input.session->mode,
+                            "the Eclipse instance is new, so it also gets the features of " + each_in_quotes(codes),
                             advice_on_new_instance(*input.session));
           },
   };
@@ -148,9 +149,9 @@ std::string feature_of(const Input& input, const Component& component, const Con
 
 /// Whether the instance has one of the units that a feature column names, in whatever version.
 bool has_feature(const std::vector<eclipse_p2::InstalledUnit>& installed, const std::string& feature) {
-  const auto units = eclipse_p2::units_named(feature);
+  const auto units = eclipse_p2::units_written_in(feature);
   return std::any_of(installed.begin(), installed.end(), [&](const eclipse_p2::InstalledUnit& one) {
-    return std::any_of(units.begin(), units.end(), [&](const eclipse_p2::Unit& unit) { return unit.id == one.id; });
+    return std::any_of(units.begin(), units.end(), [&](const auto& written) { return written.unit.id == one.id; });
   });
 }
 
@@ -355,7 +356,7 @@ Rule variable_misspelled() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_sessions() {
+std::vector<Rule> session_rules() {
   return {all_repositories_empty(),         command_too_long(),
           new_instance_gets_all_features(), installed_component_not_integrated(),
           selection_for_another_mode(),     variable_misspelled()};

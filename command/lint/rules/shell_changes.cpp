@@ -65,8 +65,7 @@ Severity severity_of_changed_feature(const Input& input, std::string_view featur
 Severity severity_of_changed_repository(const Input& input, const Record& record) {
   if (record.site == nullptr || !word_of(record.placement->url)) return Severity::error;
   if (record.repository().ends_with(' ') && !is_archive(record) && !is_first_command_whole(input)) return Severity::error;
-  const bool is_loaded = record.site->is_repository && record.site->error.empty() &&
-                         !eclipse_p2::is_of_other_kind(*record.site, is_archive(record));
+  const bool is_loaded = record.site->is_loadable() && !eclipse_p2::is_of_other_kind(*record.site, is_archive(record));
   return is_loaded ? Severity::warning : Severity::error;
 }
 

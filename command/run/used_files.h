@@ -1,6 +1,6 @@
 // What a run reads of the product and of the Eclipse instance that it changes, so that nothing else may write it.
-#ifndef ECLIPSE_INT_DRY_RUN_USED_FILES_H
-#define ECLIPSE_INT_DRY_RUN_USED_FILES_H
+#ifndef ECLIPSE_INT_RUN_USED_FILES_H
+#define ECLIPSE_INT_RUN_USED_FILES_H
 
 #include <filesystem>
 #include <optional>
@@ -8,7 +8,7 @@
 #include "standalone_host/plugin.h"
 #include "standalone_host/session.h"
 
-namespace eclipse_dry_run {
+namespace eclipse_run {
 
 /// The file that a run of the session uses and that is the same as the given one, which exists, by whatever path or link. These
 /// files are used, whichever components take part: the descriptor files, everything in the update sites that they name, and of
@@ -32,6 +32,6 @@ std::optional<std::filesystem::path> directory_read_whole(const eclipse_host::Pl
 std::optional<std::filesystem::path> directory_read_whole_in_instance(const std::filesystem::path& executable,
                                                                       const std::filesystem::path& file);
 
-}  // namespace eclipse_dry_run
+}  // namespace eclipse_run
 
 #endif

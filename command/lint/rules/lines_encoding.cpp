@@ -192,7 +192,7 @@ Rule invisible_character() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_encoding() {
+std::vector<Rule> lines_encoding_rules() {
   return {byte_order_mark(), not_8_bit_text(), cr_line_endings(), crlf_line_endings(), invisible_character()};
 }
 

@@ -271,7 +271,7 @@ Rule backslash_in_repository() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_repository_characters() {
+std::vector<Rule> repositories_characters_rules() {
   return {space_in_repository(), repository_needs_shell_quoting(), glob_in_repository(),     repository_not_utf_8(),
           comma_in_repository(), url_character_in_repository(),    backslash_in_repository()};
 }

@@ -158,7 +158,7 @@ Rule duplicate_line() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_unintended_data() {
+std::vector<Rule> lines_unintended_rules() {
   return {comment_is_data(), header_not_recognised(), row_of_tabs(), duplicate_line()};
 }
 

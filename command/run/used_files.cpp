@@ -1,4 +1,4 @@
-#include "dry_run/used_files.h"
+#include "run/used_files.h"
 
 #include <algorithm>
 #include <array>
@@ -14,11 +14,12 @@
 #include "p2/instance_paths.h"
 #include "standalone_host/session_copy.h"
 
+using namespace eclipse_dry_run;
 using eclipse_host::Session;
 
 namespace fs = std::filesystem;
 
-namespace eclipse_dry_run {
+namespace eclipse_run {
 
 namespace {
 
@@ -179,4 +180,4 @@ std::optional<fs::path> directory_read_whole_in_instance(const fs::path& executa
   return directory_read_whole_among(used_files(executable), file);
 }
 
-}  // namespace eclipse_dry_run
+}  // namespace eclipse_run

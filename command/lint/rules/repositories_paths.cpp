@@ -198,7 +198,7 @@ Rule repository_spelled_differently() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_repository_paths() {
+std::vector<Rule> repositories_paths_rules() {
   return {absolute_repository(), url_repository(), archive_not_recognised(), directory_named_zip(),
           repository_spelled_differently()};
 }

@@ -9,6 +9,7 @@
 #include "lint/rules/samples.h"
 #include "lint/rules/shell_changes.h"
 #include "lint/texts.h"
+#include "p2/unit.h"
 #include "shell/shell_reading.h"
 
 using namespace eclipse_base;
@@ -21,7 +22,7 @@ namespace {
 bool are_swapped(const Record& record) {
   const std::string_view site = record.feature();
   if (!looks_like_feature(record.repository()) || looks_like_site(record.repository()) || !looks_like_site(site)) return false;
-  const bool has_version = looks_like_feature(site.substr(0, site.find('/')));
+  const bool has_version = looks_like_feature(eclipse_p2::unit_called(site).id);
   return !has_version && (record.site == nullptr || !record.site->exists);
 }
 
@@ -291,7 +292,7 @@ Rule third_column_ignored() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_columns() {
+std::vector<Rule> lines_columns_rules() {
   return {columns_swapped(), repository_empty(), feature_in_third_column(), space_around_column(), quoted_column(),
           extra_columns(),   trailing_tab(),     third_column_ignored()};
 }

@@ -102,8 +102,8 @@ Rule line_without_tab() {
 }
 
 bool is_feature_alone(std::string_view text) {
-  const std::string_view id = text.substr(0, text.find('/'));
-  return looks_like_feature(id) && (id == text || id.ends_with(".feature.group")) && !looks_like_site(id);
+  const std::string id = eclipse_p2::unit_called(text).id;
+  return looks_like_feature(id) && (id == text || id.ends_with(eclipse_p2::group_suffix)) && !looks_like_site(id);
 }
 
 void check_only_column(const Descriptor& descriptor, const Line& line, Reporter& reporter) {
@@ -204,7 +204,7 @@ Rule suppression_not_understood() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_ignored_lines() {
+std::vector<Rule> lines_ignored_rules() {
   return {line_without_tab(), feature_column_missing(), site_named_repository(), descriptor_without_data(),
           suppression_not_understood()};
 }

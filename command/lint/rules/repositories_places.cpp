@@ -1,7 +1,4 @@
-// Rules about paths that lead elsewhere on another machine, or from another directory.
-#include <fcntl.h>
-#include <unistd.h>
-
+// Rules about repositories that are elsewhere on another machine, for another user or without symbolic links.
 #include <algorithm>
 #include <filesystem>
 #include <optional>
@@ -16,7 +13,6 @@
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
-#include "p2/instance_paths.h"
 #include "p2/repository_files.h"
 
 using namespace eclipse_base;
@@ -27,89 +23,6 @@ namespace fs = std::filesystem;
 namespace eclipse_lint {
 
 namespace {
-
-// ---- The user's Eclipse ----
-
-constexpr const char* shell_script = "#!/bin/sh\n";
-
-/// A session in another directory than the working directory; both have an Eclipse in "ide".
-Sample product_elsewhere(const std::string& eclipse) {
-  return {"product/session.json",
-          {{"product/session.json", session("install", user_choice(eclipse), tools)},
-           {"product/ide/eclipse", shell_script, 0755},
-           {"product/tools/etc/eclipse/tools.txt", line_of_one},
-           {"product/tools/site/content.xml", content_of_one},
-           {"ide/eclipse", shell_script, 0755}}};
-}
-
-Rule user_path_relative() {
-  return {
-      .name = "user-path-relative",
-      .group = Group::eclipse,
-      .severity = Severity::warning,
-      .title = "USER_DEFINED_ECLIPSE_PATH is relative and leads to another Eclipse than it does from the session file",
-      .why =
-          "The directories of components are relative to the session file, but values of variables are used unchanged, so "
-          "this path is relative to the working directory. The run changes the Eclipse instance there.",
-      .fix = "write the full path",
-      .bad = product_elsewhere("ide/eclipse"),
-      .good = product(user_session()),
-      .check =
-          [](const Input& input, Reporter& reporter) {
-            if (!input.session) return;
-            const Location& location = input.session->location_of("USER_DEFINED_ECLIPSE_PATH");
-            const bool is_in_file = location.line != 0;
-            const std::string executable = input.session->executable;
-            const auto other = is_in_file ? input.session->seen_from_file(executable) : std::nullopt;
-            std::error_code error;
-            if (!other || !fs::exists(executable, error) || is_same_file(executable, *other)) return;
-            reporter.report(location, in_quotes(executable) + " leads to " +
-                                          absolute_path(executable).lexically_normal().string() + " here, not to " +
-                                          other->string() + ", which also exists");
-          },
-  };
-}
-
-/// The first directory of an instance that the director writes to but this user may not; nothing when there is none.
-std::optional<fs::path> unwritable_directory(const fs::path& instance) {
-  for (const fs::path& directory : {instance, instance / eclipse_p2::configuration_directory,
-                                    instance / eclipse_p2::data_directory, instance / "plugins", instance / "features"}) {
-    std::error_code error;
-    if (!fs::is_directory(directory, error)) continue;
-    if (faccessat(AT_FDCWD, directory.c_str(), W_OK, AT_EACCESS) != 0) return directory;
-  }
-  return std::nullopt;
-}
-
-Rule instance_not_writable() {
-  return {
-      .name = "instance-not-writable",
-      .group = Group::eclipse,
-      .severity = Severity::warning,
-      .title = "the user who runs lint must not write to the Eclipse instance",
-      .why =
-          "If the installer runs as this user, and it is the directory of the instance itself, Eclipse keeps its configuration "
-          "in the directory .eclipse of the user's home: the features are installed there, for this user alone, and the "
-          "director reports success. Without such a home it fails, and so it does if it is a directory in the instance.",
-      .fix = "run the installer as a user who may write there; if it is another user than now, do nothing",
-      .bad = product(user_session(), {{.name = "ide/p2/", .permissions = 0555}}),
-      .good = product(user_session()),
-      .check =
-          [](const Input& input, Reporter& reporter) {
-            if (!input.session || input.session->run.commands.empty()) return;
-            const std::string executable = input.session->executable;
-            const fs::path instance = eclipse_p2::instance_directory(executable);
-            const auto directory = unwritable_directory(instance);
-            if (!directory) return;
-            const bool is_named = executable == input.session->variable("USER_DEFINED_ECLIPSE_PATH");
-            reporter.report(
-                input.session->location_of(is_named ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN"),
-                "no permission to write to " + directory->string() + (*directory == instance ? "" : ", so the director fails"));
-          },
-  };
-}
-
-// ---- Repositories ----
 
 /// The component whose directory a path is in; null when it is in none.
 const std::string* component_around(const Input& input, const fs::path& path) {
@@ -270,17 +183,57 @@ Rule repository_not_readable_by_others() {
             std::set<const eclipse_p2::Repository*> known;
             OpenToOthers open;
             for_each_looked_into(input, [&](const Record& record) {
-              const bool is_loaded = record.placement && record.site->is_repository && record.site->error.empty();
+              const bool is_loaded = record.placement && record.site->is_loadable();
               if (is_loaded && known.insert(record.site).second) check_permissions(record, open, reporter);
             });
           },
       .concerns_removals = false};
 }
 
+// ---- Links ----
+
+/// The repository that a file names as a symbolic link would; empty when it names none.
+std::string target_in(const Record& record) {
+  constexpr std::size_t longest = 4096;
+  const fs::path file = fs::path(record.config->base_dir) / record.repository();
+  const FileContent content = read_beginning(file, longest);
+  if (!content.error.empty() || content.bytes.empty() || content.bytes.size() == longest) return "";
+  if (content.bytes.find_first_of(std::string_view("\n\0", 2)) != std::string::npos) return "";
+  std::error_code error;
+  const fs::path target = (fs::path(record.repository()).parent_path() / content.bytes).lexically_normal();
+  return fs::exists(fs::path(record.config->base_dir) / target, error) ? target.string() : "";
+}
+
+Rule link_as_text() {
+  return {.name = "link-as-text",
+          .group = Group::repositories,
+          .severity = Severity::error,
+          .title = "a repository is a text file that contains the target of a symbolic link",
+          .why =
+              "Version control on a system without symbolic links checks them out as such files. The director cannot load "
+              "them.",
+          .fix = "check it out as a symbolic link, or write the path of its target",
+          .bad = component(line_of_one, {{"tools/site", "1.0.0"}, {"tools/1.0.0/content.xml", content_of_one}}),
+          .good = good_component(),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_looked_into(input, [&](const Record& record) {
+                  if (!record.site->exists || record.site->is_directory) return;
+                  const std::string target = target_in(record);
+                  if (target.empty()) return;
+                  reporter.report(record.location(0),
+                                  in_quotes(record.repository()) + " is a text file that names " + in_quotes(target),
+                                  "check it out as a symbolic link, or write " + in_quotes(target));
+                });
+              },
+          .concerns_removals = false,
+          .supersedes = Supersedes::line};
+}
+
 }  // namespace
 
-std::vector<Rule> rules_about_places() {
-  return {user_path_relative(), instance_not_writable(), repository_outside_component(), repository_not_readable_by_others()};
+std::vector<Rule> repositories_places_rules() {
+  return {repository_outside_component(), repository_not_readable_by_others(), link_as_text()};
 }
 
 }  // namespace eclipse_lint

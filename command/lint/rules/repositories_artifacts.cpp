@@ -1,6 +1,5 @@
-// Rules about checksums and signatures of artifacts. Only those of the features that are named are computed, since that reads
-// whole files.
-#include <filesystem>
+// Rules about checksums, signatures and builds of artifacts. Only those of the features that are named are computed, since that
+// reads whole files.
 #include <map>
 #include <string>
 #include <utility>
@@ -15,14 +14,12 @@
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "p2/artifact_file.h"
-#include "p2/instance_paths.h"
+#include "p2/artifact_name.h"
 #include "p2/jar_errors.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
 using namespace eclipse_p2;
-
-namespace fs = std::filesystem;
 
 namespace eclipse_lint {
 
@@ -43,29 +40,6 @@ void check_jars(const Input& input, std::string JarErrors::*error, const std::st
   }
 }
 
-constexpr const char* content =
-    "<repository><units>\n"
-    "<unit id='org.example.one.feature.group' version='1.0.0'>\n"
-    "<properties><property name='org.eclipse.equinox.p2.type.group' value='true'/></properties>\n"
-    "<requires><required namespace='org.eclipse.equinox.p2.iu' name='org.example.one.plugin'/></requires></unit>\n"
-    "<unit id='org.example.one.plugin' version='1.0.0'/>\n</units></repository>\n";
-
-/// An end of central directory, which alone is a zip archive without entries, and its MD5.
-std::string jar() { return "PK\x05\x06" + std::string(18, '\0'); }
-constexpr const char* md5_of_jar = "76cdb2bad9582d23c1f6f4d868218d6c";
-
-Sample site_with(const std::string& md5) {
-  const std::string artifacts =
-      "<repository><mappings>\n<rule filter='(&amp; (classifier=osgi.bundle))' "
-      "output='${repoUrl}/plugins/${id}_${version}.jar'/>\n</mappings><artifacts>\n"
-      "<artifact classifier='osgi.bundle' id='org.example.one.plugin' version='1.0.0'>\n"
-      "<properties><property name='download.md5' value='" +
-      md5 + "'/></properties></artifact>\n</artifacts></repository>\n";
-  return component(line_of_one, {{"tools/site/content.xml", content},
-                                 {"tools/site/artifacts.xml", artifacts},
-                                 {"tools/site/plugins/org.example.one.plugin_1.0.0.jar", jar()}});
-}
-
 static_assert(largest::artifact == 256 * largest::mebibyte, "as the texts of these rules say");
 
 Rule artifact_checksum_wrong() {
@@ -77,8 +51,8 @@ Rule artifact_checksum_wrong() {
               "The director refuses the jar. The command for all features fails, also for those of other repositories; each "
               "feature is then tried alone. Compared are the jars of the named features, up to 256 MiB each.",
           .fix = "publish the repository again, and check that no jar is replaced, signed or converted afterwards",
-          .bad = site_with("d41d8cd98f00b204e9800998ecf8427e"),
-          .good = site_with(md5_of_jar),
+          .bad = component_with_jar("d41d8cd98f00b204e9800998ecf8427e"),
+          .good = component_with_jar(md5_of_empty_jar),
           .check = [](const Input& input,
                       Reporter& reporter) { check_jars(input, &JarErrors::checksum, "have another checksum", reporter); },
           .concerns_removals = false};
@@ -86,7 +60,7 @@ Rule artifact_checksum_wrong() {
 
 /// The signature itself is not examined.
 Sample site_with_signed_jar(const std::string& text) {
-  Sample sample = site_with("");
+  Sample sample = component_with_jar("");
   sample.files.back().content.clear();
   sample.files.back().entries = {{"META-INF/MANIFEST.MF",
                                   "Manifest-Version: 1.0\n\nName: a.txt\n"
@@ -115,7 +89,7 @@ Rule artifact_altered_after_signing() {
 }
 
 Sample site_with_bundle(const std::string& version) {
-  Sample sample = site_with("");
+  Sample sample = component_with_jar("");
   sample.files.back().content.clear();
   sample.files.back().entries = {{"META-INF/MANIFEST.MF",
                                   "Manifest-Version: 1.0\nBundle-SymbolicName: org.example.one.plugin;singleton:=true\n"
@@ -142,64 +116,9 @@ Rule artifact_of_other_bundle() {
       .concerns_removals = false};
 }
 
-// ---- The same version, built twice ----
-
-/// "ID_VERSION.jar" for a bundle; empty for another artifact.
-std::string jar_of_bundle(const std::string& artifact) {
-  const Unit unit = unit_of_artifact(artifact);
-  return artifact.starts_with("osgi.bundle,") ? unit.id + "_" + unit.version + ".jar" : "";
-}
-
-/// A bundle of a site that the instance has with other bytes; empty when there is none.
-std::string other_build_in(const fs::path& instance, const Repository& site, const NeededUnits& needed) {
-  for (const auto& [artifact, file] : site.artifact_files) {
-    std::string jar = jar_of_bundle(artifact);
-    if (jar.empty() || !needed.has(unit_of_artifact(artifact))) continue;
-    if (!checksum_error({jar, instance / "plugins" / jar, file.checksums}).empty() && checksum_error(file).empty()) return jar;
-  }
-  return "";
-}
-
-Sample product_with_installed(const std::string& installed_jar) {
-  Sample sample = site_with(md5_of_jar);
-  sample.input = "session.json";
-  sample.files.push_back({"session.json", user_session()});
-  sample.files.push_back({"ide/eclipse", "#!/bin/sh\n", 0755});
-  sample.files.push_back({"ide/plugins/org.example.one.plugin_1.0.0.jar", installed_jar});
-  return sample;
-}
-
-Rule other_build_installed() {
-  return {
-      .name = "other-build-installed",
-      .group = Group::eclipse,
-      .severity = Severity::warning,
-      .title = "the instance has another build of a bundle, with the same version",
-      .why =
-          "The director takes two files of the same id and version for the same. It keeps the one that the instance has, and "
-          "reports success.",
-      .fix = "build it again with a higher version",
-      .bad = product_with_installed("PK of an older build"),
-      .good = product_with_installed(jar()),
-      .check =
-          [](const Input& input, Reporter& reporter) {
-            if (!input.session || input.session->run.commands.empty() || !input.needed) return;
-            const fs::path instance = instance_directory(input.session->executable);
-            const NeededUnits& needed = *input.needed;
-            const Sites& sites = needed.sites();
-            for (const auto& [site, record] : sites) {
-              const std::string jar = other_build_in(instance, *site, needed);
-              if (jar.empty()) continue;
-              reporter.report(record->location(0), "the Eclipse instance has another build of plugins/" + jar + " than " +
-                                                       in_quotes(record->repository()) + ", and keeps it");
-            }
-          },
-      .concerns_removals = false};
-}
-
 Sample two_sites(const std::string& md5_of_second) {
-  Sample sample = site_with(md5_of_jar);
-  const Sample second = site_with(md5_of_second);
+  Sample sample = component_with_jar(md5_of_empty_jar);
+  const Sample second = component_with_jar(md5_of_second);
   sample.files.front().content += "other\torg.example.two.feature.group\n";
   for (std::size_t i = 1; i < second.files.size(); ++i) {
     SampleFile file = second.files[i];
@@ -220,7 +139,7 @@ Rule artifact_in_two_builds() {
               "bundle that it was not built with.",
           .fix = "build each artifact once, or give each build its own version",
           .bad = two_sites("d41d8cd98f00b204e9800998ecf8427e"),
-          .good = site_with(md5_of_jar),
+          .good = component_with_jar(md5_of_empty_jar),
           .check =
               [](const Input& input, Reporter& reporter) {
                 if (!input.needed) return;
@@ -245,9 +164,8 @@ Rule artifact_in_two_builds() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_checksums() {
-  return {artifact_checksum_wrong(), artifact_altered_after_signing(), artifact_of_other_bundle(), artifact_in_two_builds(),
-          other_build_installed()};
+std::vector<Rule> repositories_artifacts_rules() {
+  return {artifact_checksum_wrong(), artifact_altered_after_signing(), artifact_of_other_bundle(), artifact_in_two_builds()};
 }
 
 }  // namespace eclipse_lint

@@ -13,6 +13,8 @@
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
+#include "p2/artifact_name.h"
+#include "p2/unit_list.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -336,9 +338,6 @@ constexpr const char* artifacts_of_files =
     "</mappings><artifacts>\n"
     "  <artifact classifier='osgi.bundle' id='org.example.one.plugin' version='1.0.0'/>\n</artifacts></repository>\n";
 
-/// An end of central directory, which alone is a zip archive without entries.
-std::string empty_jar() { return "PK\x05\x06" + std::string(18, '\0'); }
-
 /// The artifacts that a repository should have, each with its file where that is known.
 std::map<std::string, std::string> missing_artifacts(const Repository& site) {
   if (site.lists_artifacts) return site.missing_artifacts;
@@ -532,9 +531,8 @@ Rule artifact_damaged() {
 using Records = std::vector<const Record*>;
 
 bool has_feature(const UnitVersions& units, const Record* record) {
-  const auto named = split(record->feature(), ',');
-  return std::any_of(named.begin(), named.end(),
-                     [&](const std::string& text) { return units.count(text.substr(0, text.find('/'))) != 0; });
+  const auto named = units_written_in(record->feature());
+  return std::any_of(named.begin(), named.end(), [&](const auto& written) { return units.contains(written.unit.id); });
 }
 
 bool has_all_features(const UnitVersions& units, const Records& records) {
@@ -545,18 +543,13 @@ bool has_all_features(const UnitVersions& units, const Records& records) {
 std::set<std::string, std::less<>> ids_in(const Input& input) {
   std::set<std::string, std::less<>> ids;
   for_each_placed(input, [&](const Record& record) {
-    for (const std::string& text : split(record.feature(), ',')) ids.insert(text.substr(0, text.find('/')));
+    for (const WrittenUnit& written : units_written_in(record.feature())) ids.insert(written.unit.id);
   });
   return ids;
 }
 
 bool has_any_of(const UnitVersions& units, const std::set<std::string, std::less<>>& ids) {
   return std::any_of(units.begin(), units.end(), [&](const auto& unit) { return ids.contains(unit.first); });
-}
-
-/// A repository without features is there for what others require.
-bool offers_features(const UnitVersions& units) {
-  return std::any_of(units.begin(), units.end(), [](const auto& unit) { return unit.first.ends_with(group_suffix); });
 }
 
 /// Nothing is reported of a repository whose own lines name what no repository has: they are wrong in another way.
@@ -591,7 +584,7 @@ Rule unused_repository() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_repository_contents() {
+std::vector<Rule> repositories_contents_rules() {
   return {repository_missing(),          repository_without_metadata(),  repository_not_loadable(), repository_not_examined(),
           repository_metadata_ignored(), repository_without_artifacts(), artifact_damaged(),        unused_repository()};
 }

@@ -1,22 +1,16 @@
-// Rules about what other programs leave in a descriptor file or in a component: version control and builds.
+// Rules about what other programs leave in a descriptor file: version control and builds.
 #include <array>
-#include <filesystem>
 #include <regex>
 #include <string>
 #include <string_view>
-#include <system_error>
 
-#include "base/file.h"
 #include "base/printable.h"
-#include "base/text.h"
 #include "lint/rule.h"
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
-
-namespace fs = std::filesystem;
 
 namespace eclipse_lint {
 
@@ -86,46 +80,8 @@ Rule placeholder_not_replaced() {
           .supersedes = Supersedes::line};
 }
 
-/// The repository that a file names as a symbolic link would; empty when it names none.
-std::string target_in(const Record& record) {
-  constexpr std::size_t longest = 4096;
-  const fs::path file = fs::path(record.config->base_dir) / record.repository();
-  const FileContent content = read_beginning(file, longest);
-  if (!content.error.empty() || content.bytes.empty() || content.bytes.size() == longest) return "";
-  if (content.bytes.find_first_of(std::string_view("\n\0", 2)) != std::string::npos) return "";
-  std::error_code error;
-  const fs::path target = (fs::path(record.repository()).parent_path() / content.bytes).lexically_normal();
-  return fs::exists(fs::path(record.config->base_dir) / target, error) ? target.string() : "";
-}
-
-Rule link_as_text() {
-  return {.name = "link-as-text",
-          .group = Group::repositories,
-          .severity = Severity::error,
-          .title = "a repository is a text file that contains the target of a symbolic link",
-          .why =
-              "Version control on a system without symbolic links checks them out as such files. The director cannot load "
-              "them.",
-          .fix = "check it out as a symbolic link, or write the path of its target",
-          .bad = component(line_of_one, {{"tools/site", "1.0.0"}, {"tools/1.0.0/content.xml", content_of_one}}),
-          .good = good_component(),
-          .check =
-              [](const Input& input, Reporter& reporter) {
-                for_each_looked_into(input, [&](const Record& record) {
-                  if (!record.site->exists || record.site->is_directory) return;
-                  const std::string target = target_in(record);
-                  if (target.empty()) return;
-                  reporter.report(record.location(0),
-                                  in_quotes(record.repository()) + " is a text file that names " + in_quotes(target),
-                                  "check it out as a symbolic link, or write " + in_quotes(target));
-                });
-              },
-          .concerns_removals = false,
-          .supersedes = Supersedes::line};
-}
-
 }  // namespace
 
-std::vector<Rule> rules_about_leftovers() { return {merge_conflict_marker(), placeholder_not_replaced(), link_as_text()}; }
+std::vector<Rule> lines_leftovers_rules() { return {merge_conflict_marker(), placeholder_not_replaced()}; }
 
 }  // namespace eclipse_lint

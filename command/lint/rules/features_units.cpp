@@ -1,4 +1,4 @@
-// Rules about what the metadata of a repository says of the units that are needed.
+// Rules about what the metadata of repositories says of features: their versions, and what they require.
 #include <algorithm>
 #include <set>
 #include <string>
@@ -10,9 +10,9 @@
 #include "lint/rule.h"
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
-#include "p2/director_command.h"
 #include "p2/filter.h"
 #include "p2/requirement.h"
+#include "p2/unit_list.h"
 #include "p2/version.h"
 
 using namespace eclipse_base;
@@ -23,19 +23,11 @@ namespace eclipse_lint {
 
 namespace {
 
-Sample site_with_unit(const std::string& version, const std::string& more) {
-  return component(line_of_one, {{"tools/site/content.xml",
-                                  "<?xml version='1.0'?>\n<repository><units>\n"
-                                  "  <unit id='org.example.one.feature.group' version='" +
-                                      version + "'>" + more + "</unit>\n</units></repository>\n"}});
-}
-
 // ---- Versions ----
 
-void check_version(const Record& record, const std::string& version, Reporter& reporter) {
+void check_version(const Record& record, const std::string& id, const std::string& version, Reporter& reporter) {
   constexpr std::string_view literal = ".qualifier";
-  const std::string of_feature =
-      in_quotes(record.repository()) + " has " + in_quotes(record.feature()) + " in version " + in_quotes(version);
+  const std::string of_feature = in_quotes(record.repository()) + " has " + in_quotes(id) + " in version " + in_quotes(version);
   if (!is_osgi_version(version)) {
     reporter.report(record.location(1), of_feature + ", which the director reads as 0.0.0");
   } else if (version.ends_with(literal)) {
@@ -54,74 +46,21 @@ Rule unit_version_invalid() {
               "The director reads the version as 0.0.0 and looks for the files of that version, which do not exist. If the "
               "build left \"qualifier\" in the version, all builds have the same one.",
           .fix = "build the feature with a version such as 1.0.0 or 1.0.0.20240131, and publish it again",
-          .bad = site_with_unit("1.0.0-SNAPSHOT", ""),
-          .good = site_with_unit("1.0.0.SNAPSHOT", ""),
+          .bad = component_with_unit("1.0.0-SNAPSHOT", ""),
+          .good = component_with_unit("1.0.0.SNAPSHOT", ""),
           .check =
               [](const Input& input, Reporter& reporter) {
                 for_each_looked_into(input, [&](const Record& record) {
                   if (!record.placement || !record.site->units) return;
-                  const auto unit = record.site->units->find(std::string(record.feature()));
-                  if (unit == record.site->units->end()) return;
-                  for (const std::string& version : unit->second) check_version(record, version, reporter);
+                  for (const WrittenUnit& written : units_written_in(record.feature())) {
+                    const auto offered = record.site->units->find(written.unit.id);
+                    if (offered == record.site->units->end()) continue;
+                    for (const std::string& version : offered->second)
+                      check_version(record, written.unit.id, version, reporter);
+                  }
                 });
               },
           .concerns_removals = false};
-}
-
-// ---- Instructions ----
-
-/// Reports an action "PHASE:NAME", and in the words of `error` what is wrong with it.
-void report_action(const Record& record, const Unit& unit, const std::string& action, const std::string& error,
-                   const std::string& fix, Reporter& reporter) {
-  const std::size_t colon = action.find(':');
-  const std::string phase = action.substr(0, colon);
-  const bool is_removal = phase == "uninstall" || phase == "unconfigure";
-  reporter.report(record.location(0),
-                  in_quotes(text_of(unit)) + " in " + in_quotes(record.repository()) + " calls the action " +
-                      in_quotes(action.substr(colon + 1)) + " to " + phase + ", " + error +
-                      (is_removal ? ": once installed, it cannot be removed" : ""),
-                  fix);
-}
-
-void check_actions(const Record& record, const Unit& unit, const UnitDescription& description, Reporter& reporter) {
-  for (const std::string& action : description.foreign_actions) {
-    report_action(record, unit, action, "which p2 does not have for it",
-                  "correct the p2.inf of the feature or bundle, or add metaRequirements for the bundle with the action",
-                  reporter);
-  }
-  for (const std::string& action : description.bundle_actions) {
-    report_action(record, unit, action, "which needs a bundle",
-                  "move the instruction from the p2.inf of the feature to that of the bundle", reporter);
-  }
-}
-
-Rule action_unknown() {
-  return {
-      .name = "action-unknown",
-      .group = Group::repositories,
-      .severity = Severity::error,
-      .title = "a unit calls an action that p2 does not have for it, and requires no unit that brings it",
-      .why =
-          "The director ends with \"No action found\", or with another error if a feature calls an action that needs a bundle, "
-          "such as markStarted. If the action is for the removal, the unit can be installed but never be removed.",
-      .fix = "correct the p2.inf of the feature or bundle",
-      .bad = site_with_unit("1.0.0",
-                            "<touchpointData><instructions><instruction key='install'>org.example.register(a:b);"
-                            "</instruction></instructions></touchpointData>"),
-      .good = site_with_unit("1.0.0",
-                             "<touchpointData><instructions><instruction key='install'>"
-                             "org.eclipse.equinox.p2.touchpoint.natives.mkdir(path:${installFolder}/a);"
-                             "</instruction></instructions></touchpointData>"),
-      .check = [](const Input& input, Reporter& reporter) {
-        if (!input.needed) return;
-        const NeededUnits& needed = *input.needed;
-        const Sites& sites = needed.sites();
-        for (const auto& [site, record] : sites) {
-          for (const auto& [unit, description] : site->descriptions) {
-            if (needed.all().contains(unit)) check_actions(*record, unit, description, reporter);
-          }
-        }
-      }};
 }
 
 // ---- Requirements ----
@@ -134,18 +73,12 @@ std::string required_unit(const std::string& range, const std::string& filter, c
          in_filter(filter);
 }
 
-std::string list_of(const std::vector<std::string>& versions) {
-  std::string list;
-  for (const std::string& version : versions) list += (list.empty() ? "" : ", ") + version;
-  return list;
-}
-
 std::string what_there_is(const UnmetRequirement& unmet) {
   if (!unmet.filter.empty()) return ", which the repositories have for other systems only: " + unmet.filter;
   std::string text = ", but ";
-  if (!unmet.offered.empty()) text += "the repositories have " + list_of(unmet.offered);
+  if (!unmet.offered.empty()) text += "the repositories have " + joined(unmet.offered);
   if (unmet.installed.empty()) return text;
-  return text + (unmet.offered.empty() ? "" : ", and ") + "the instance has " + list_of(unmet.installed);
+  return text + (unmet.offered.empty() ? "" : ", and ") + "the instance has " + joined(unmet.installed);
 }
 
 /// For one that is not certain, one would have to know the instance.
@@ -183,8 +116,8 @@ Rule requirement_not_met() {
               "are the versions and filters in the repositories and in the instance, where the director has no choice. What is "
               "in neither is not reported.",
           .fix = "ship what is required, or correct the requirement",
-          .bad = site_with_unit("1.0.0", required_unit("[1.0.0.v1,1.0.0.v1]", "")),
-          .good = site_with_unit("1.0.0", required_unit("[1.0.0.v2,1.0.0.v2]", "(osgi.os=linux)")),
+          .bad = component_with_unit("1.0.0", required_unit("[1.0.0.v1,1.0.0.v1]", "")),
+          .good = component_with_unit("1.0.0", required_unit("[1.0.0.v2,1.0.0.v2]", "(osgi.os=linux)")),
           .check = check_requirements,
           .concerns_removals = false};
 }
@@ -193,7 +126,7 @@ Rule requirement_not_met() {
 
 bool is_empty_in(const Environment& environment, const NamedFeature& named) {
   if (named.description == nullptr || !named.description->is_group) return false;
-  const std::string own_jar = named.unit.id.substr(0, named.unit.id.rfind(group_suffix)) + ".feature.jar";
+  const std::string own_jar = named.unit.id.substr(0, named.unit.id.rfind(group_suffix)) + std::string(feature_jar_suffix);
   std::size_t count = 0;
   for (const Requirement& requirement : named.description->requirements) {
     if (requirement.name == own_jar) continue;
@@ -211,8 +144,8 @@ Rule feature_empty_on_this_system() {
           .title = "a feature requires all that it has for other systems only",
           .why = "The director installs the feature without a single bundle, and reports success.",
           .fix = "include the bundles for this system, or delete the line",
-          .bad = site_with_unit("1.0.0", required_unit("0.0.0", "", for_windows)),
-          .good = site_with_unit("1.0.0", required_unit("0.0.0", "", "<filter>(!(osgi.os=win32))</filter>")),
+          .bad = component_with_unit("1.0.0", required_unit("0.0.0", "", for_windows)),
+          .good = component_with_unit("1.0.0", required_unit("0.0.0", "", "<filter>(!(osgi.os=win32))</filter>")),
           .check =
               [](const Input& input, Reporter& reporter) {
                 if (!input.needed) return;
@@ -258,8 +191,8 @@ Rule qualifiers_compared_as_text() {
           .title = "of two versions of a feature, the one with the lower number in its qualifier is the higher one",
           .why = "p2 compares qualifiers as text, so the director takes 1.0.0.b9 rather than 1.0.0.b10.",
           .fix = "write the number with as many digits each time, such as b09, or a time, such as 202401311200",
-          .bad = site_with_unit("1.0.0.b9", "</unit>\n  <unit id='org.example.one.feature.group' version='1.0.0.b10'>"),
-          .good = site_with_unit("1.0.0.b09", "</unit>\n  <unit id='org.example.one.feature.group' version='1.0.0.b10'>"),
+          .bad = component_with_unit("1.0.0.b9", "</unit>\n  <unit id='org.example.one.feature.group' version='1.0.0.b10'>"),
+          .good = component_with_unit("1.0.0.b09", "</unit>\n  <unit id='org.example.one.feature.group' version='1.0.0.b10'>"),
           .check =
               [](const Input& input, Reporter& reporter) {
                 if (!input.needed) return;
@@ -270,9 +203,8 @@ Rule qualifiers_compared_as_text() {
 
 }  // namespace
 
-std::vector<Rule> rules_about_units() {
-  return {unit_version_invalid(), requirement_not_met(), feature_empty_on_this_system(), qualifiers_compared_as_text(),
-          action_unknown()};
+std::vector<Rule> features_units_rules() {
+  return {unit_version_invalid(), requirement_not_met(), feature_empty_on_this_system(), qualifiers_compared_as_text()};
 }
 
 }  // namespace eclipse_lint

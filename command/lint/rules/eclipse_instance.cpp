@@ -1,0 +1,175 @@
+// Rules about the Eclipse instance that a session changes: its profile, its permissions, and what is installed in it.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <optional>
+
+#include "base/printable.h"
+#include "instance/damage.h"
+#include "lint/input.h"
+#include "lint/needed_units.h"
+#include "lint/rule.h"
+#include "lint/rules/samples.h"
+#include "p2/artifact_file.h"
+#include "p2/artifact_name.h"
+#include "p2/instance_paths.h"
+#include "p2/profile.h"
+
+using namespace eclipse_base;
+using namespace eclipse_lint::samples;
+using namespace eclipse_p2;
+
+namespace fs = std::filesystem;
+
+namespace eclipse_lint {
+
+namespace {
+
+// ---- The profile ----
+
+Rule instance_damaged() {
+  return {
+      .name = "instance-damaged",
+      .group = Group::eclipse,
+      .severity = Severity::error,
+      .title = "the Eclipse instance is damaged",
+      .why =
+          "A director that is stopped while it writes leaves the newest state of the p2 profile incomplete, config.ini without "
+          "settings, or bundles.info without bundles; then every director fails, or Eclipse does not start what is installed. "
+          "The newest state lacks most of the units if two directors have worked at the same time. p2 never goes back to an "
+          "older state.",
+      .fix = "run \"eclipse-int repair\" with the path of the Eclipse executable",
+      .bad = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'"}}),
+      .good = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}}),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->run.commands.empty()) return;
+            const auto damage = eclipse_instance::instance_damage_at_rest(input.session->executable);
+            if (!damage) return;
+            reporter.report(input.session->location_of_executable(), damage->message, damage->fix);
+          },
+  };
+}
+
+/// An instance whose configuration names a profile, and that has a profile of this name.
+std::vector<SampleFile> instance_with_profile(const std::string& name) {
+  return {{"ide/configuration/config.ini", "eclipse.p2.data.area=@config.dir/../p2\neclipse.p2.profile=" + name + "\n"},
+          {profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}};
+}
+
+Rule profile_missing() {
+  return {
+      .name = "profile-missing",
+      .group = Group::eclipse,
+      .severity = Severity::error,
+      .title = "the Eclipse instance does not have the p2 profile that its configuration names",
+      .why = "Every command of the session fails with \"Missing required argument -destination\".",
+      .fix = "correct eclipse.p2.profile in configuration/config.ini, or install Eclipse again, together with its directory p2",
+      .bad = product(user_session(), instance_with_profile("SDKProfile")),
+      .good = product(user_session(), instance_with_profile("IDE")),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->run.commands.empty()) return;
+            const auto missing = eclipse_p2::missing_profile(eclipse_p2::instance_directory(input.session->executable));
+            if (missing) reporter.report(input.session->location_of_executable(), missing->message, missing->fix);
+          },
+  };
+}
+
+// ---- Permissions ----
+
+/// The first directory of an instance that the director writes to but this user may not; nothing when there is none.
+std::optional<fs::path> unwritable_directory(const fs::path& instance) {
+  for (const fs::path& directory : {instance, instance / eclipse_p2::configuration_directory,
+                                    instance / eclipse_p2::data_directory, instance / "plugins", instance / "features"}) {
+    std::error_code error;
+    if (!fs::is_directory(directory, error)) continue;
+    if (faccessat(AT_FDCWD, directory.c_str(), W_OK, AT_EACCESS) != 0) return directory;
+  }
+  return std::nullopt;
+}
+
+Rule instance_not_writable() {
+  return {
+      .name = "instance-not-writable",
+      .group = Group::eclipse,
+      .severity = Severity::warning,
+      .title = "the user who runs lint must not write to the Eclipse instance",
+      .why =
+          "If the installer runs as this user, and it is the directory of the instance itself, Eclipse keeps its configuration "
+          "in the directory .eclipse of the user's home: the features are installed there, for this user alone, and the "
+          "director reports success. Without such a home it fails, and so it does if it is a directory in the instance.",
+      .fix = "run the installer as a user who may write there; if it is another user than now, do nothing",
+      .bad = product(user_session(), {{.name = "ide/p2/", .permissions = 0555}}),
+      .good = product(user_session()),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->run.commands.empty()) return;
+            const std::string executable = input.session->executable;
+            const fs::path instance = eclipse_p2::instance_directory(executable);
+            const auto directory = unwritable_directory(instance);
+            if (!directory) return;
+            reporter.report(
+                input.session->location_of_executable(),
+                "no permission to write to " + directory->string() + (*directory == instance ? "" : ", so the director fails"));
+          },
+  };
+}
+
+// ---- The same version, built twice ----
+
+/// A bundle of a site that the instance has with other bytes; empty when there is none.
+std::string other_build_in(const fs::path& instance, const Repository& site, const NeededUnits& needed) {
+  for (const auto& [artifact, file] : site.artifact_files) {
+    std::string jar = jar_of_bundle(artifact);
+    if (jar.empty() || !needed.has(unit_of_artifact(artifact))) continue;
+    if (!checksum_error({jar, instance / "plugins" / jar, file.checksums}).empty() && checksum_error(file).empty()) return jar;
+  }
+  return "";
+}
+
+Sample product_with_installed(const std::string& installed_jar) {
+  Sample sample = component_with_jar(md5_of_empty_jar);
+  sample.input = "session.json";
+  sample.files.push_back({"session.json", user_session()});
+  sample.files.push_back({"ide/eclipse", "#!/bin/sh\n", 0755});
+  sample.files.push_back({"ide/plugins/org.example.one.plugin_1.0.0.jar", installed_jar});
+  return sample;
+}
+
+Rule other_build_installed() {
+  return {
+      .name = "other-build-installed",
+      .group = Group::eclipse,
+      .severity = Severity::warning,
+      .title = "the instance has another build of a bundle, with the same version",
+      .why =
+          "The director takes two files of the same id and version for the same. It keeps the one that the instance has, and "
+          "reports success.",
+      .fix = "build it again with a higher version",
+      .bad = product_with_installed("PK of an older build"),
+      .good = product_with_installed(empty_jar()),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->run.commands.empty() || !input.needed) return;
+            const fs::path instance = instance_directory(input.session->executable);
+            const NeededUnits& needed = *input.needed;
+            const Sites& sites = needed.sites();
+            for (const auto& [site, record] : sites) {
+              const std::string jar = other_build_in(instance, *site, needed);
+              if (jar.empty()) continue;
+              reporter.report(record->location(0), "the Eclipse instance has another build of plugins/" + jar + " than " +
+                                                       in_quotes(record->repository()) + ", and keeps it");
+            }
+          },
+      .concerns_removals = false};
+}
+
+}  // namespace
+
+std::vector<Rule> eclipse_instance_rules() {
+  return {instance_damaged(), profile_missing(), instance_not_writable(), other_build_installed()};
+}
+
+}  // namespace eclipse_lint

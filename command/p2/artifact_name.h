@@ -1,0 +1,21 @@
+// Artifacts by their names, "CLASSIFIER,ID,VERSION".
+#ifndef ECLIPSE_INT_P2_ARTIFACT_NAME_H
+#define ECLIPSE_INT_P2_ARTIFACT_NAME_H
+
+#include <string>
+
+#include "p2/unit.h"
+
+namespace eclipse_p2 {
+
+/// The unit that an artifact belongs to.
+Unit unit_of_artifact(const std::string& artifact);
+
+bool is_bundle(const std::string& artifact);
+
+/// The file of a bundle in the directory plugins of an instance, "ID_VERSION.jar"; empty for another artifact.
+std::string jar_of_bundle(const std::string& artifact);
+
+}  // namespace eclipse_p2
+
+#endif
