@@ -123,8 +123,8 @@ Rule feature_without_group_suffix() {
           .severity = Severity::warning,
           .title = "the id of a feature does not end in .feature.group",
           .why =
-              "The director knows a feature by its id followed by .feature.group. If it does not find a feature, the command "
-              "for all features fails.",
+              "The director knows a feature only by its id followed by .feature.group. If it does not find a feature, the "
+              "command for all features fails.",
           .fix = "append .feature.group to the id",
           .bad = descriptor("sites/alpha\torg.example.alpha\n"),
           .good = good_descriptor(),
@@ -348,9 +348,9 @@ Rule feature_pinned() {
       .severity = Severity::warning,
       .title = "a feature is pinned to a version",
       .why =
-          "When another version has replaced this one, the director does not find it to remove it, and removes nothing. Two "
-          "versions of a feature cannot be installed together: the command for all features fails, and then the one for the "
-          "second version.",
+          "Once another version has replaced this one, the director does not find this one to remove it, and removes nothing. "
+          "Two versions of a feature cannot be installed together: the command for all features fails, and so does the retry "
+          "for the second version.",
       .fix = "write the id without a version",
       .bad = descriptor("sites/alpha\torg.example.alpha.feature.group/1.0.0\n"),
       .good = good_descriptor(),
@@ -387,8 +387,8 @@ Rule comma_in_feature() {
       .title = "a feature contains a comma",
       .why =
           "The director reads several features, but the plug-in treats them as one: they have one place in the install order, "
-          "duplicates of them are not recognised, and when the command for all features fails, they are tried together. "
-          "The director ignores a comma after a feature. A comma before a feature becomes part of its id, which is not "
+          "the plug-in does not recognise duplicates of them, and it tries them together if the command for all features "
+          "fails. The director ignores a comma after a feature. A comma before a feature becomes part of its id, which is not "
           "found.",
       .fix = "write a line for each feature",
       .bad = descriptor("sites/alpha\torg.example.alpha.feature.group,org.example.beta.feature.group\n"),
@@ -404,7 +404,7 @@ Rule feature_looks_like_option() {
           .severity = Severity::error,
           .title = "a feature begins with \"-\"",
           .why =
-              "The director reads it as an option. If it is the first of the list, the command for all features fails; tried "
+              "The director reads it as an option. If it is first in the list, the command for all features fails; tried "
               "alone, it always fails.",
           .fix = "correct the id",
           .bad = descriptor("sites/alpha\t-org.example.alpha.feature.group\n"),
@@ -434,8 +434,8 @@ Rule feature_needs_shell_quoting() {
           .severity = Severity::error,
           .title = "a feature contains a space or a shell metacharacter",
           .why =
-              "The plug-in does not quote it. The shell runs, expands or splits what the package says, and the command for all "
-              "features fails.",
+              "The plug-in does not quote it. The shell splits the feature, expands it or runs a part of it, and the command "
+              "for all features fails.",
           .fix = "correct the id; ids consist of letters, digits, \".\", \"_\" and \"-\"",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group;echo\n"),
           .good = good_descriptor(),
@@ -472,8 +472,8 @@ Rule feature_empty() {
           .severity = Severity::error,
           .title = "a line has a repository but no feature",
           .why =
-              "The director loads the repository and takes from it what features of other lines require. It installs none of "
-              "the repository's features by name.",
+              "The director loads the repository and takes from it the units that features of other lines require. It installs "
+              "none of the repository's features by name.",
           .fix = "write the feature, or delete the line",
           .bad = descriptor("sites/alpha\t\t\n"),
           .good = good_descriptor(),
@@ -519,7 +519,9 @@ Rule feature_from_two_repositories() {
       .group = Group::features,
       .severity = Severity::note,
       .title = "a feature is listed with two repositories",
-      .why = "The director does not look for a feature in one repository: it installs the highest version from any of them.",
+      .why =
+          "The director does not look for a feature in the repository of its line: it installs the highest version from any "
+          "repository.",
       .fix = "list it once if both repositories belong to the same product",
       .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\nsites/more\torg.example.alpha.feature.group\n"
                         "sites/more\torg.example.beta.feature.group\n"),
@@ -586,8 +588,8 @@ Rule other_version_installed() {
       .severity = Severity::error,
       .title = "the instance has another version of a feature, which the director does not replace",
       .why =
-          "The director does not replace it. \"eclipse-int run\" refuses the run if the installed version is older; with "
-          "another installer, the command for all features fails, unless the two versions have no singleton bundle in common.",
+          "\"eclipse-int run\" refuses the run if the installed version is older. With another installer, the command for all "
+          "features fails, unless the two versions have no singleton bundle in common.",
       .fix = "run \"eclipse-int run --update\", with --allow-downgrade if the installed version is newer",
       .bad = product(internal_session(), {{profile_name, profile_with_root("0.9.0")}}),
       .good = product(internal_session(), {{profile_name, profile_with_root("1.0.0")}}),

@@ -86,12 +86,12 @@ Rule instance_not_writable() {
       .name = "instance-not-writable",
       .group = Group::eclipse,
       .severity = Severity::warning,
-      .title = "the user who runs lint must not write to the Eclipse instance",
+      .title = "the user who runs lint has no permission to write to the Eclipse instance",
       .why =
-          "If the installer runs as this user, and it is the directory of the instance itself, Eclipse keeps its configuration "
-          "in the directory .eclipse of the user's home: the features are installed there, for this user alone, and the "
-          "director reports success. Without such a home it fails, and so it does if it is a directory in the instance.",
-      .fix = "run the installer as a user who may write there; if it is another user than now, do nothing",
+          "If the installer runs as this user and cannot write to the directory of the instance itself, Eclipse uses the "
+          "directory .eclipse in the user's home: the director installs the features there, for this user alone, and reports "
+          "success. It fails if there is no such home, or if only a directory in the instance is not writable.",
+      .fix = "run the installer as a user who can write there; if it already runs as another user, do nothing",
       .bad = product(user_session(), {{.name = "ide/p2/", .permissions = 0555}}),
       .good = product(user_session()),
       .check =
@@ -171,8 +171,8 @@ Rule repository_outside_component() {
           .severity = Severity::warning,
           .title = "a repository, or a part of it, is outside of the component's directory",
           .why =
-              "The component does not ship it. Where the component is installed into another directory, or without its "
-              "neighbours, the repository is missing or another one.",
+              "The component does not ship it. If the component is installed into another directory, or without its "
+              "neighbours, the repository is missing or a different one.",
           .fix = "ship the repository with the component, and write its path relative to the component's directory",
           .bad = component("../base/site\torg.example.one.feature.group\n", {{"base/site/content.xml", content_of_one}}),
           .good = good_component(),
@@ -257,7 +257,7 @@ Rule repository_not_readable_by_others() {
       .name = "repository-not-readable-by-others",
       .group = Group::repositories,
       .severity = Severity::warning,
-      .title = "only its owner may read a repository, but all users the descriptor file beside it",
+      .title = "only its owner can read a repository, but everyone can read the descriptor file beside it",
       .why =
           "An archive or a package keeps the permissions. If the installer then runs as another user, the director cannot "
           "load the repository, or cannot read its artifacts.",

@@ -49,7 +49,7 @@ Rule unit_version_invalid() {
   return {.name = "unit-version-invalid",
           .group = Group::features,
           .severity = Severity::error,
-          .title = "a repository offers a feature in a version that is not one of OSGi",
+          .title = "a repository offers a feature in a version that is not an OSGi version",
           .why =
               "The director reads the version as 0.0.0 and looks for the files of that version, which do not exist. If the "
               "build left \"qualifier\" in the version, all builds have the same one.",
@@ -100,10 +100,10 @@ Rule action_unknown() {
       .name = "action-unknown",
       .group = Group::repositories,
       .severity = Severity::error,
-      .title = "a unit calls an action that p2 does not have for it, and requires no unit that brings it",
+      .title = "a unit calls an action that p2 does not offer it, and requires no unit that provides the action",
       .why =
           "The director ends with \"No action found\", or with another error if a feature calls an action that needs a bundle, "
-          "such as markStarted. If the action is for the removal, the unit can be installed but never be removed.",
+          "such as markStarted. If the action belongs to the removal, the unit can be installed but never removed.",
       .fix = "correct the p2.inf of the feature or bundle",
       .bad = site_with_unit("1.0.0",
                             "<touchpointData><instructions><instruction key='install'>org.example.register(a:b);"
@@ -177,12 +177,12 @@ Rule requirement_not_met() {
   return {.name = "requirement-not-met",
           .group = Group::features,
           .severity = Severity::error,
-          .title = "what a feature requires is there, but not in this version or not for this system",
+          .title = "a unit that a feature requires is available, but not in a suitable version or not for this system",
           .why =
-              "The director reports that the requirement could not be found, so the command for all features fails. Compared "
-              "are the versions and filters in the repositories and in the instance, where the director has no choice. What is "
-              "in neither is not reported.",
-          .fix = "ship what is required, or correct the requirement",
+              "The director reports that the requirement could not be found, so the command for all features fails. Lint "
+              "compares the versions and filters in the repositories and in the instance, where the director has no choice. It "
+              "does not report a requirement that is in neither.",
+          .fix = "ship the required unit, or correct the requirement",
           .bad = site_with_unit("1.0.0", required_unit("[1.0.0.v1,1.0.0.v1]", "")),
           .good = site_with_unit("1.0.0", required_unit("[1.0.0.v2,1.0.0.v2]", "(osgi.os=linux)")),
           .check = check_requirements,
@@ -208,7 +208,7 @@ Rule feature_empty_on_this_system() {
   return {.name = "feature-empty-on-this-system",
           .group = Group::features,
           .severity = Severity::warning,
-          .title = "a feature requires all that it has for other systems only",
+          .title = "a feature has bundles for other systems only",
           .why = "The director installs the feature without a single bundle, and reports success.",
           .fix = "include the bundles for this system, or delete the line",
           .bad = site_with_unit("1.0.0", required_unit("0.0.0", "", for_windows)),
@@ -255,9 +255,9 @@ Rule qualifiers_compared_as_text() {
   return {.name = "qualifiers-compared-as-text",
           .group = Group::features,
           .severity = Severity::note,
-          .title = "of two versions of a feature, the one with the lower number in its qualifier is the higher one",
+          .title = "p2 takes the version with the lower number in its qualifier for the higher one",
           .why = "p2 compares qualifiers as text, so the director takes 1.0.0.b9 rather than 1.0.0.b10.",
-          .fix = "write the number with as many digits each time, such as b09, or a time, such as 202401311200",
+          .fix = "write the number with a fixed number of digits, such as b09, or write a time, such as 202401311200",
           .bad = site_with_unit("1.0.0.b9", "</unit>\n  <unit id='org.example.one.feature.group' version='1.0.0.b10'>"),
           .good = site_with_unit("1.0.0.b09", "</unit>\n  <unit id='org.example.one.feature.group' version='1.0.0.b10'>"),
           .check =
