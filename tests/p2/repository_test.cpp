@@ -399,7 +399,8 @@ TEST_F(RepositoryTest, AtomicCompositeIsLoadedWithAllChildrenOrNotAtAll) {
   };
   EXPECT_EQ(atomic("../one/"), "");
   EXPECT_EQ(atomic("../none"),
-            "its child ../none cannot be loaded, and by p2.atomic.composite.loading it is loaded with all or not at all");
+            "its child ../none cannot be loaded, and p2.atomic.composite.loading allows the composite only with all its "
+            "children");
 }
 
 TEST_F(RepositoryTest, AbsoluteChildrenAreNamed) {

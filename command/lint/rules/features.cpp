@@ -187,7 +187,7 @@ void check_found(const NamedUnit& unit, const UnitVersions& units, Severity seve
   if (!id.ends_with(group_suffix) && !group_in(units, id).empty()) return;
   const auto nearest = nearest_features(units, id);
   reporter.report(severity, unit.location(), "no repository has " + in_quotes(id),
-                  nearest.empty() ? "publish the feature; the repositories have none at all"
+                  nearest.empty() ? "publish the feature; the repositories offer no features"
                                   : "write an id that the repositories have: " + list_of(nearest),
                   in_other_case(units, unit));
 }
@@ -209,8 +209,7 @@ Rule feature_not_found() {
                   if (input.session && !eclipse_p2::is_readable_in_locale(unit.text)) {
                     reporter.report(unit.location(),
                                     in_quotes(unit.text) +
-                                        " has other characters than ASCII, which the director cannot read in "
-                                        "the locale that is set",
+                                        " has non-ASCII characters, which the director cannot read in the current locale",
                                     "set a locale with UTF-8 for the installer, such as LC_ALL=C.UTF-8");
                   } else if (const auto* const units = input.offered_for(*unit.record)) {
                     check_found(unit, *units, severity, reporter);

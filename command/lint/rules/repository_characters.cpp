@@ -146,8 +146,8 @@ void check_utf_8(const Input& input, const Record& record, Reporter& reporter) {
   } else if (const bool is_readable = eclipse_p2::is_readable_in_locale(text);
              !is_readable || !eclipse_p2::is_readable_in_locale(base_of(input, record))) {
     reporter.report(input.session ? Severity::error : Severity::warning, record.location(0),
-                    "the path has other characters than ASCII" + (is_readable ? in_directory_of(record) : "") +
-                        ", which the director cannot read in the locale that is set",
+                    "the path has non-ASCII characters" + (is_readable ? in_directory_of(record) : "") +
+                        ", which the director cannot read in the current locale",
                     "set a locale with UTF-8 for the installer, such as LC_ALL=C.UTF-8, or rename the repository");
   }
 }

@@ -40,8 +40,8 @@ void check_version(const Record& record, const std::string& version, Reporter& r
     reporter.report(record.location(1), of_feature + ", which the director reads as 0.0.0");
   } else if (version.ends_with(literal)) {
     reporter.report(Severity::warning, record.location(1), of_feature + ": \"qualifier\" is not replaced",
-                    "have the build replace \"qualifier\", for example by a time; otherwise every build has the same version, "
-                    "higher than those with a time, and no later one replaces it");
+                    "let the build replace \"qualifier\", for example by a time; otherwise every build has the same version, "
+                    "which is higher than any version with a time, so no later build replaces it");
   }
 }
 
