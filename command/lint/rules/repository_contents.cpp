@@ -37,7 +37,7 @@ std::string fix_of(const std::string& error) {
        {"is encrypted", "pack the archive again, without a password"},
        {"Pack200", "publish the repository again, without Pack200"},
        {"has backslashes", "pack the archive again, with a program that writes slashes"},
-       {"is not UTF-8", "save the file in UTF-8, or have its first line name its encoding"}}};
+       {"is not UTF-8", "save the file in UTF-8, or name its encoding in its first line"}}};
   if (error.starts_with("p2.index ")) return "correct the order in p2.index, or delete the file";
   const auto found =
       std::find_if(fixes.begin(), fixes.end(), [&](const auto& fix) { return error.find(fix.first) != std::string::npos; });
@@ -131,7 +131,7 @@ void report_missing(const Record& record, Reporter& reporter) {
   const std::string text(record.repository());
   if (!in_other_spelling(record.config->base_dir, text, differ_in_normalization).empty()) {
     return reporter.report(record.location(0),
-                           message + "; what is there has the same name in another Unicode normalization (NFD or NFC)",
+                           message + "; an existing path has the same name in another Unicode normalization (NFD or NFC)",
                            "rename it to " + in_quotes(text) + ", as the descriptor file has it");
   }
   const std::string path = path_from_component(record);
@@ -210,7 +210,8 @@ std::string fix_of_missing_child(const Record& record, const std::string& child)
   if (child.starts_with('/') && fs::exists(child, error)) {
     const fs::path composite = fs::weakly_canonical(record.config->base_dir / fs::path(record.repository()), error);
     const std::string location = fs::weakly_canonical(child, error).lexically_relative(composite).string();
-    return "write " + in_quotes(location) + "; the director takes the location as relative to the composite, also with a \"/\"";
+    return "write " + in_quotes(location) +
+           "; the director takes the location as relative to the composite, even with a leading \"/\"";
   }
   return "ship that repository, too, or remove it from the composite";
 }
@@ -254,8 +255,8 @@ constexpr const char* content_of_two =
 std::string fix_of_ignored(const IgnoredMetadata& ignored) {
   const bool is_file = ignored.name.find('<') == std::string::npos;
   const std::string where = ignored.child.empty() ? "" : " in " + in_quotes(ignored.child);
-  return is_file ? "delete " + ignored.name + where + ", or make " + ignored.read_instead + " anew with what it contains"
-                 : "move what is in it to the first one";
+  return is_file ? "delete " + ignored.name + where + ", or recreate " + ignored.read_instead + " from it"
+                 : "move its content to the first one";
 }
 
 Rule repository_metadata_ignored() {
@@ -280,7 +281,7 @@ Rule repository_metadata_ignored() {
                 reporter.report(record->location(0),
                                 "the director ignores " + ignored.name + " of " +
                                     (ignored.child.empty() ? "" : in_quotes(ignored.child) + ", a child of the composite ") +
-                                    in_quotes(record->repository()) + ", which has another content, since it reads " +
+                                    in_quotes(record->repository()) + ", which has different content, since it reads " +
                                     ignored.read_instead,
                                 fix_of_ignored(ignored));
               }
