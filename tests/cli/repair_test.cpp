@@ -149,7 +149,7 @@ TEST_F(Repair, TakesBackMoreThanARunOnlyOnRequest) {
   const std::string found =
       "  Would be taken back: 6 (1970-01-01 00:00:00 UTC), not made by a recorded run\n    - 1 other unit\n"
       "  Would be taken back: 5 (1970-01-01 00:00:00 UTC), made by eclipse-int run session.json\n    + 2 other units\n"
-      "  Error: going back to the state 1 takes back what no known run has made; --to 1 does this\n";
+      "  Error: going back to the state 1 takes back changes that no recorded run made; --to 1 does this\n";
   for (const std::string arguments : {"repair eclipse --dry-run", "repair eclipse"}) {
     const Outcome refused = eclipse_int(arguments);
     EXPECT_EQ(refused.status, 1);

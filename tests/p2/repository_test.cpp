@@ -550,7 +550,7 @@ TEST_F(RepositoryTest, ChecksumsThatTheDirectorComparesAreKept) {
   const ArtifactFile& file = site.artifact_files.at("osgi.bundle,a,1");
   ASSERT_EQ(file.checksums.size(), 1U);
   EXPECT_EQ(file.checksums[0].hexadecimal, "01");
-  EXPECT_EQ(checksum_error(file), "does not have the checksum that is listed: SHA-256 01, but " +
+  EXPECT_EQ(checksum_error(file), "does not have the listed checksum: SHA-256 01, but " +
                                       eclipse_base::digest_of(jar, eclipse_base::Digest::sha_256));
 }
 

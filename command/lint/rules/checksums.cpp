@@ -130,9 +130,9 @@ Rule artifact_of_other_bundle() {
       .severity = Severity::error,
       .title = "a jar of a repository is another bundle, or another version, than the repository lists",
       .why =
-          "The director installs the jar and reports success, but Eclipse starts what the manifest of the jar names. The "
-          "bundle that the p2 profile lists is then missing. Lint compares Bundle-SymbolicName and Bundle-Version of the named "
-          "features' bundles.",
+          "The director installs the jar and reports success, but Eclipse starts the bundle that the manifest of the jar "
+          "names. The bundle in the p2 profile is then missing. Lint compares Bundle-SymbolicName and Bundle-Version of the "
+          "named features' bundles.",
       .fix = "publish the repository again from the jar",
       .bad = site_with_bundle("1.0.1"),
       .good = site_with_bundle("1.0.0"),

@@ -265,8 +265,8 @@ Rule unit_not_a_feature() {
           .severity = Severity::warning,
           .title = "a bundle or a product is listed as a feature",
           .why =
-              "The director installs it, but no feature groups it with what it requires. If it is a product, its removal may "
-              "delete the launcher.",
+              "The director installs it, but no feature groups it with the units that it requires. If it is a product, its "
+              "removal may delete the launcher.",
           .fix = "make a feature that contains it, and write that feature's id followed by .feature.group",
           .bad = component("site\torg.example.one\n",
                            {{"tools/site/content.xml",
@@ -485,8 +485,8 @@ Rule feature_empty() {
                   if (!serves_others) return reporter.report(record.location(0), std::move(message));
                   if (!may_offer_features(record)) return;
                   reporter.report(Severity::note, record.location(0), std::move(message),
-                                  "if the repository only has what features of other lines require, do nothing; otherwise "
-                                  "write the feature");
+                                  "if the repository only has units that features of other lines require, do nothing; "
+                                  "otherwise write the feature");
                 });
               },
           .concerns_removals = false};

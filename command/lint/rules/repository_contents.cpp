@@ -475,7 +475,7 @@ Rule repository_without_artifacts() {
           .title = "a repository lacks artifacts of its units, or the list of them",
           .why =
               "The director finds the features but not their files, so the command for all features fails. It looks for a file "
-              "only where the first matching rule in <mappings> of artifacts.xml leads, also if that is another machine.",
+              "only where the first matching rule in <mappings> of artifacts.xml leads, even if that is on another machine.",
           .fix = publish_again,
           .bad = component_with(content_of_files),
           .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},

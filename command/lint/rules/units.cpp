@@ -151,8 +151,7 @@ std::string what_there_is(const UnmetRequirement& unmet) {
 /// For one that is not certain, one would have to know the instance.
 void report_unmet(const UnmetRequirement& unmet, Reporter& reporter) {
   const Requirement& requirement = *unmet.requirement;
-  const std::string ship =
-      "ship it in such a version, or build " + in_quotes(unmet.unit.id) + " with the version that there is";
+  const std::string ship = "ship it in such a version, or build " + in_quotes(unmet.unit.id) + " with the available version";
   reporter.report(unmet.is_certain ? Severity::error : Severity::warning, unmet.record->location(1),
                   in_quotes(text_of(unmet.unit)) + " requires " + text_of_range(requirement.range) + " of " +
                       in_quotes(requirement.name) + what_there_is(unmet),
