@@ -10,7 +10,7 @@ namespace eclipse_base {
 
 /// How to fix that there is no directory for temporary files.
 inline constexpr const char* other_temporary_directory =
-    "let TMPDIR name a directory that this user can write, with enough space";
+    "set TMPDIR to a directory with enough space that this user can write to";
 
 /// Makes an empty directory that only this user can read, and removes it with all that is in it. Throws FileError.
 class TemporaryDirectory {

@@ -46,8 +46,8 @@ constexpr const char* examples =
 constexpr const char* exit_status =
     "Exit status:\n"
     "  0  the host keeps every promise that it must keep\n"
-    "  1  it breaks one, or it crashed\n"
-    "  2  it could not be checked, because it did not call the plug-in or there is an error in the arguments\n";
+    "  1  the host breaks such a promise, or it crashed\n"
+    "  2  the host could not be checked, because it did not call the plug-in or there is an error in the arguments\n";
 
 /// What stands for the library in the command of the host.
 constexpr const char* placeholder = "{plugin}";

@@ -81,7 +81,8 @@ int run_command_line(int argc, const char* const* argv) {
   SessionOptions options;
   program.add_flag("--version", asks_for_version, "Print the versions of this command and of the plug-in, and exit");
   program
-      .add_option("--plugin", options.plugin, "With --version: of this plug-in\n[default: the one installed with this command]")
+      .add_option("--plugin", options.plugin,
+                  "With --version: print the version of this plug-in\n[default: the one installed with this command]")
       .type_name("LIBRARY");
   const std::vector<Subcommand> subcommands = {add_run(program),
                                                add_call(program),

@@ -20,13 +20,13 @@ namespace {
 
 constexpr const char* examples =
     "  eclipse-int history /opt/eclipse\n"
-    "      Show what came and went with each state of the p2 profile, newest first.\n"
+    "      Show the states of the p2 profile and their changes, newest first.\n"
     "  eclipse-int history /opt/eclipse/eclipse --json\n"
-    "      Print them as a JSON document.\n"
+    "      Print the same as a JSON document.\n"
     "\n"
     "p2 keeps each state of the profile, which records what is installed. \"eclipse-int undo\" goes back to one.\n"
-    "+ is a unit that came in, - one that went out, ~ one that has another version. A state without a command was\n"
-    "not made by a run of eclipse-int that is known.\n";
+    "+ marks a unit that was installed, - one that was removed, ~ one that changed its version. A state without a\n"
+    "command was not made by a recorded run of eclipse-int.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"

@@ -30,7 +30,7 @@ constexpr const char* examples =
 constexpr const char* exit_status =
     "Exit status:\n"
     "  0  the editor ended the server as the protocol requires\n"
-    "  1  the editor closed the connection before\n"
+    "  1  the editor closed the connection without ending the server first\n"
     "  2  the input is not framed as the protocol requires, or an error in the arguments\n";
 
 constexpr double longest_time_limit = 3600;
@@ -68,8 +68,8 @@ Subcommand add_language_server(const Parser& program) {
       "language-server", "Serve an editor: show findings of lint while a descriptor or session file is edited");
   const auto options = std::make_shared<LanguageServerOptions>();
   parser.add_flag("--stdio", options->uses_standard_streams,
-                  "Talk to the editor by standard input and output; this is always so,\nbut some editors add the option");
-  parser.add_option("--time-limit", options->time_limit, "Stop a check that takes more seconds [default: 20]")
+                  "Talk to the editor by standard input and output, as always; some\neditors add this option");
+  parser.add_option("--time-limit", options->time_limit, "Stop a check that takes longer than this [default: 20]")
       .type_name("SECONDS")
       .between(0.0, longest_time_limit);
   add_configuration_options(parser, options->configuration);

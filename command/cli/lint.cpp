@@ -43,18 +43,18 @@ constexpr const char* examples =
     "  eclipse-int lint tools/etc/eclipse/tools.txt\n"
     "      Check a single descriptor file.\n"
     "  eclipse-int lint tools\n"
-    "      Check the component in this directory, with its update sites; if the directory has several components, check\n"
+    "      Check the component in this directory, with its repositories; if the directory has several components, check\n"
     "      each of them separately.\n"
     "  eclipse-int lint tools --diff\n"
     "      Show what --fix would change.\n"
     "  eclipse-int lint tools --fix\n"
-    "      Correct the descriptor files where only one text can be meant, and print the findings that remain.\n"
+    "      Apply the safe fixes to the descriptor files, and print the findings that remain.\n"
     "  eclipse-int lint install.json --set USER_DEFINED_ECLIPSE_PATH=/opt/ide/eclipse\n"
     "      Check a session as \"eclipse-int run\" would run it with this variable.\n"
     "  eclipse-int lint --select orders --disable order-as-dependency install.json\n"
     "      Check the rules of one group, except for one rule.\n"
     "  eclipse-int lint install.json --overrides lint-overrides.json\n"
-    "      Suppress acceptable findings, each with a reason:\n"
+    "      Suppress findings that you accept, each with a reason:\n"
     "      [{\"rule\": \"feature-pinned\", \"file\": \"tools.txt\", \"line\": 2, \"reason\": \"...\"}]\n"
     "  eclipse-int lint --format sarif install.json > findings.sarif\n"
     "      Write the findings for a code review tool.\n"
@@ -65,8 +65,8 @@ constexpr const char* examples =
 
 constexpr const char* exit_status =
     "Exit status:\n"
-    "  0  no error among the findings that are shown, or what --fail-on says in place of error\n"
-    "  1  at least one such finding; with --diff: at least one file would change\n"
+    "  0  no shown finding is an error, or as severe as --fail-on says\n"
+    "  1  at least one shown finding is; with --diff: at least one file would change\n"
     "  2  an error in an input or the arguments, or standard output cannot be written\n";
 
 struct LintOptions {
@@ -321,17 +321,18 @@ Subcommand add_lint(const Parser& program) {
       .add_option("INPUT", options->inputs, "Descriptor files, directories of components, session files; - for\nstandard input")
       .required()
       .option_text("...");
-  parser.add_option("--format", options->format, "Output format: text, brief, json, sarif or github\n[default: text]")
+  parser.add_option("--format", options->format, "Print the findings as text, brief, json, sarif or github\n[default: text]")
       .type_name("FORMAT")
       .one_of({"text", "brief", "json", "sarif", "github"});
   parser
       .add_option("--severity", options->severity,
-                  "Lowest severity of the findings that are shown: error, warning\nor note [default: note]")
+                  "Show findings of this severity and higher: error, warning or\nnote [default: note]")
       .type_name("LEVEL")
       .one_of({"error", "warning", "note"});
   parser
       .add_option("--fail-on", options->fail_on,
-                  "Lowest severity of a shown finding that makes the exit status 1:\nerror, warning or note [default: error]")
+                  "End with exit status 1 if a shown finding has this severity or a\n"
+                  "higher one: error, warning or note [default: error]")
       .type_name("LEVEL")
       .one_of({"error", "warning", "note"});
   parser
@@ -355,12 +356,13 @@ Subcommand add_lint(const Parser& program) {
   parser.add_flag("--update", options->is_update, "Check sessions as \"run --update\" would run them");
   parser
       .add_option("--stdin-name", options->input_name,
-                  "Path that standard input has in the output, and that a session on it is\nrelative to [default: -]")
+                  "Treat standard input as a file with this path, in the output and for the\n"
+                  "relative paths of a session [default: -]")
       .type_name("PATH");
-  parser.add_flag("--fix", options->fixes, "Correct descriptor files where only one text can be meant");
+  parser.add_flag("--fix", options->fixes, "Apply the safe fixes to descriptor files");
   parser.add_flag("--diff", options->shows_diff, "Show what --fix would change, and write nothing").excludes("--fix");
   parser.add_flag("--unsafe-fixes", options->with_unsafe,
-                  "With --fix or --diff: correct also where the result is only probably\nwhat is meant");
+                  "With --fix or --diff: also apply the fixes whose result you should check");
   add_directory_options(parser, options->session);
   add_input_options(parser, options->session, "Read session variables from FILE; the session file overrides them");
   parser.set_help("eclipse-int lint INPUT... [OPTIONS]", examples, exit_status);

@@ -137,7 +137,7 @@ std::string error_in(const Repository& repository) {
   if (!repository.error.empty()) return "no director can load it: " + repository.error;
   if (repository.is_repository) return "";
   if (repository.nested.empty()) return "is not a p2 repository; give a directory or archive with p2 metadata at its top";
-  return "has its p2 metadata not at its top, but in " + in_quotes(repository.nested) +
+  return "has its p2 metadata in " + in_quotes(repository.nested) + ", not at its top" +
          (repository.is_directory ? "; give that directory" : "; make the archive from that directory");
 }
 

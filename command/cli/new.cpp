@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char* examples =
     "  eclipse-int new tools > tools.txt && mkdir -p tools/etc/eclipse && mv tools.txt tools/etc/eclipse\n"
-    "      Write a descriptor file for the update sites below the component's directory.\n"
+    "      Write a descriptor file for the repositories below the component's directory.\n"
     "  eclipse-int new --session tools --eclipse /opt/ide > install.json\n"
     "      Write the session that \"eclipse-int run tools --eclipse /opt/ide\" runs.\n";
 

@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* examples =
     "  eclipse-int repair /opt/eclipse/eclipse --dry-run\n"
-    "      Show which states of the p2 profile are damaged, and what would be moved aside.\n"
+    "      Show which states of the p2 profile are damaged, and which files a repair would move aside.\n"
     "  eclipse-int repair /opt/eclipse/eclipse\n"
     "      Move the damaged newest states aside, and check whether the director answers.\n"
     "  eclipse-int repair /opt/eclipse --to 1731234567890\n"
@@ -26,15 +26,15 @@ constexpr const char* examples =
     "the newest one. A director that is stopped while it writes this file leaves it damaged, and then every\n"
     "director fails. This command renames such a file to TIME.profile.gz.damaged. It deletes nothing.\n"
     "\n"
-    "The same happens to config.ini and bundles.info, with which Eclipse starts, and to artifacts.xml. Each run keeps a\n"
-    "copy of them; this command brings it back, and moves the states aside that are newer than the copy. If more than\n"
-    "one run made them, or somebody else did, it shows them and does nothing without --to.\n";
+    "A director can also damage the files that Eclipse starts from (config.ini, bundles.info and others) and artifacts.xml.\n"
+    "Each run keeps a copy of them; this command brings the copy back, and moves the states aside that are newer than it.\n"
+    "If several runs made these states, or somebody else did, it shows them and does nothing without --to.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
     "  0  the director answers, and the newest state of the profile is not damaged\n"
-    "  1  it does not answer, or the profile is still damaged; with --dry-run: there is something to repair\n"
-    "  2  an error in the arguments, the Eclipse instance has no p2 profile that is known, or another director is at\n"
+    "  1  the director does not answer, or the profile is still damaged; with --dry-run: there is something to repair\n"
+    "  2  an error in the arguments, the p2 profile of the Eclipse instance is not known, or another director is at\n"
     "     work on it\n"
     "  128 + N  signal N ended the command\n";
 
@@ -71,7 +71,7 @@ Subcommand add_repair(const Parser& program) {
                   "Go back to the state of this time, even if newer states are not damaged\n"
                   "[default: the newest state that is not damaged]")
       .type_name("TIME");
-  parser.add_flag("--dry-run", options->dry_run, "Show what would be moved aside; move nothing and start no director");
+  parser.add_flag("--dry-run", options->dry_run, "Show which files would be moved aside; move nothing and start no director");
   add_wait_option(parser, options->wait);
   add_json_option(parser, options->json, "what was found and done");
   parser.set_help("eclipse-int repair ECLIPSE [OPTIONS]", examples, exit_status);

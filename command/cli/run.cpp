@@ -62,8 +62,8 @@ Subcommand add_run(const Parser& program) {
   add_update_options(parser, how->update).excludes("--resolve");
   parser.add_flag(
       "--all-or-nothing", how->all_or_nothing,
-      "If not all features go in (or out), bring the instance back to the state before the run;\nalso after a signal, "
-      "or when the director dies");
+      "If the run does not install (or remove) all features, bring the instance back to the state\nbefore the run; also after "
+      "a signal, or when the director dies");
   parser.add_flag("--verify", how->verifies,
                   "Ask the Eclipse instance before and after the run which units are installed,\nand report differences from "
                   "the state that the session describes");
@@ -80,7 +80,7 @@ Subcommand add_run(const Parser& program) {
       "  eclipse-int run modify.json --variables state.json --write-variables state.json\n"
       "      Pass the variables from one run to the next, as an installer does.\n"
       "  eclipse-int run uninstall.json --verify\n"
-      "      Also check whether the features are really removed.\n"
+      "      Also check that the features are gone from the instance.\n"
       "  eclipse-int run modify.json --update\n"
       "      Replace the features that the instance has in an older version.\n"
       "  eclipse-int run install.json --all-or-nothing\n"
@@ -91,11 +91,11 @@ Subcommand add_run(const Parser& program) {
           "With --resolve also:\n"
           "  1  the director would not install or remove all features, so nothing was run\n"
           "With --all-or-nothing also:\n"
-          "  1  not all features went in or out, and the instance was brought back to the state before the run, or a\n"
+          "  1  not all features were installed or removed, and the instance is back in the state before the run, or a\n"
           "     message says why not\n"
           "With --verify also:\n"
           "  1  the run succeeded, but the instance is not in the state that the session describes\n"
-          "  2  the run succeeded, but the instance cannot be queried or does not exist, so that nothing was done\n");
+          "  2  the run succeeded, but the instance cannot be queried, or does not exist, so the run did nothing\n");
   return {parser, [options, how] { return run(*options, *how); }};
 }
 

@@ -51,7 +51,7 @@ void add_input_options(const Parser& command, SessionOptions& options, const std
   command
       .add_option("--set", options.settings,
                   "Set a session variable; overrides the session file and --variables.\n"
-                  "May be repeated; the last value of a variable wins")
+                  "May be repeated; the last value of a variable counts")
       .type_name("NAME=VALUE")
       .one_value_each()
       .checked_by(error_in_setting);

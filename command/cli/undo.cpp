@@ -21,13 +21,12 @@ constexpr const char* examples =
     "  eclipse-int undo install.json --dry-run\n"
     "      Show what taking back the last run on the instance of this session would change.\n"
     "  eclipse-int undo install.json --variables state.json --write-variables state.json\n"
-    "      Take it back; CASHED_ECLIPSE_PATH in the variables follows.\n"
+    "      Take it back, and set CASHED_ECLIPSE_PATH in the variables to its earlier value.\n"
     "  eclipse-int undo --eclipse /opt/eclipse --to 1731234567890\n"
     "      Go back to a state that \"eclipse-int history /opt/eclipse\" lists.\n"
     "\n"
-    "Run it again to take back the run before that; runs that changed nothing are passed over. If somebody else has changed "
-    "the\n"
-    "instance since then, this says what else would go, and does nothing without --force.\n";
+    "Run it again to take back the run before that; it skips runs that changed nothing. If somebody else has changed the\n"
+    "instance since then, it shows these changes, and does nothing without --force.\n";
 
 constexpr const char* exit_status =
     "Exit status:\n"
@@ -60,8 +59,8 @@ void add_options(const Parser& parser, UndoOptions& options) {
       .type_name("PATH");
   parser
       .add_option("--to", options.to,
-                  "Go back to the state of this time [default: the one before the last run that was not\n"
-                  "taken back already]")
+                  "Go back to the state of this time [default: the state before the last run that has\n"
+                  "not been taken back]")
       .type_name("TIME");
   parser.add_flag("--dry-run", options.dry_run, "Show what would change; change nothing and start no director");
   parser.add_flag("--force", options.force, "Also take back what somebody else has changed since then");

@@ -101,7 +101,7 @@ Subcommand add_verify(const Parser& program) {
                   "may mark the instance as known, and then only the selected components count.\n",
                   "Exit status:\n"
                   "  0  the instance is in the state that the session describes\n"
-                  "  1  it is not, as the output says, or it is damaged\n"
+                  "  1  the instance is in another state, as the output shows, or it is damaged\n"
                   "  2  an error in the session or the arguments, or the instance cannot be queried, for example because\n"
                   "     another director is at work on it\n"
                   "  128 + N  signal N interrupted the query\n");

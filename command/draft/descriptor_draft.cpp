@@ -126,7 +126,7 @@ DescriptorDraft draft_descriptor(Repositories& repositories, const fs::path& dir
   const bool has_features =
       std::any_of(sources.begin(), sources.end(), [](const Source& source) { return !source.features.empty(); });
   if (has_features) return draft;
-  throw FileError(directory, sources.empty() ? "has no p2 repository below it; put the update site of the component there"
+  throw FileError(directory, sources.empty() ? "has no p2 repository below it; put a repository of the component there"
                                              : "has no features below it: " + draft.notes.front());
 }
 

@@ -52,8 +52,8 @@ class LimitedCopies {
     if (!fs::is_regular_file(from_ / name, unknown)) return;
     const FileContent content = read_file(from_ / name, left_);
     if (content.exceeds_limit) {
-      throw FileError(from_ / name, "makes what is copied larger than " + std::to_string(largest::copy / largest::mebibyte) +
-                                        " MiB; remove what does not belong there");
+      throw FileError(from_ / name, "makes the copy larger than " + std::to_string(largest::copy / largest::mebibyte) +
+                                        " MiB; remove files that do not belong there");
     }
     if (!content.error.empty()) throw FileError(from_ / name, content.error + "; make it readable for this user");
     left_ -= content.bytes.size();

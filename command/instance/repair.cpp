@@ -150,7 +150,7 @@ std::string too_much_taken_back(const RepairPlan& plan) {
   }
   if (are_known && runs.size() <= 1) return "";
   return "going back to the state " + *plan.to + " takes back " +
-         (are_known ? counted(runs.size(), "run") : "what no known run has made") + "; --to " + *plan.to + " does this";
+         (are_known ? counted(runs.size(), "run") : "changes that no recorded run made") + "; --to " + *plan.to + " does this";
 }
 
 fs::path move_aside(const ProfileState& state) try { return renamed_to_damaged(state.file); } catch (const FileError& error) {

@@ -60,8 +60,8 @@ struct RepairPlan {
 /// Of the instance in this directory, to the state of time `to` if that is given.
 RepairPlan plan_repair(const std::filesystem::path& instance, const std::optional<std::string>& to = {});
 
-/// Why a person has to ask for the repair by its time: it takes back what no known run has made, or more than one run. Empty
-/// when it does not.
+/// Why a person has to ask for the repair by its time: it takes back changes that no recorded run made, or more than one run.
+/// Empty when it does not.
 std::string too_much_taken_back(const RepairPlan& plan);
 
 /// Gives a state's file a name that p2 passes over, and returns it: the name followed by ".damaged". Overwrites nothing. Throws

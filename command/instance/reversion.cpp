@@ -93,7 +93,7 @@ Reversion revert(const std::string& executable, const std::string& time, const s
   if (!here) {
     return {"", std::nullopt,
             "the state " + target.time + " was written in " + printable(target.install_folder) +
-                ", from where this Eclipse was copied or moved, and p2 would change what is there"};
+                ", from which this Eclipse was copied or moved, and p2 would change that directory"};
   }
   const TemporaryDirectory empty;
   std::vector<std::string> all = {empty_repository(empty.path())};

@@ -18,12 +18,13 @@ constexpr std::string_view description_of_header =
     "### Header\n\nThe plug-in ignores every line whose first column is exactly `Repository`, wherever it is in the file.\n";
 
 constexpr std::string_view description_of_ignored_line =
-    "### Ignored line\n\nThe plug-in ignores a line without a tab. A line names an update site, a tab, and a feature.\n";
+    "### Ignored line\n\nThe plug-in ignores a line without a tab. A line needs a repository, a tab, and a feature.\n";
 
 constexpr std::array<std::string_view, 5> descriptions_of_columns = {
-    "### Column 1: update site\n\nA p2 repository: a directory, or an archive whose name ends in `.zip`. The path is relative "
-    "to "
-    "the component's directory, even if it begins with a slash. The plug-in ignores the line if this column is empty.\n",
+    "### Column 1: repository\n"
+    "\n"
+    "A p2 repository (update site): a directory, or an archive whose name ends in `.zip`. The path is relative to the "
+    "component's directory, even if it begins with a slash. The plug-in ignores the line if this column is empty.\n",
     "### Column 2: feature\n\nThe installable unit that the director gets: the id of the feature, followed by "
     "`.feature.group`. Nothing is trimmed.\n",
     "### Column 3: extra\n\nThe plug-in reads this column and does nothing with it. It may be empty.\n",

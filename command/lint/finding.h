@@ -50,7 +50,7 @@ struct Edit {
 /// What a program can do about a finding.
 struct Correction {
   std::string title;        ///< what it does, as "remove the spaces"
-  bool is_safe = true;      ///< only this can be meant; otherwise a person should look at the result
+  bool is_safe = true;      ///< the only possible fix; otherwise a person should check the result
   std::vector<Edit> edits;  ///< of the finding's file, in its order; they do not overlap, and all belong together
 };
 

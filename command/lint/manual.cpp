@@ -99,7 +99,7 @@ void print_manual(std::ostream& out) {
          "Many rules say what fails:\n\n"
          "- *The command for all features fails*: the plug-in then tries each feature alone. The others are installed, "
          "those of other\n  components, too, but the installer reports a failure.\n"
-         "- *Every command of the session fails*: also those for single features, so nothing is installed, not even for "
+         "- *Every command of the session fails*: even those for single features, so nothing is installed, not even for "
          "other\n  components.\n";
   for (const Group group : groups) {
     out << "\n## " << heading_of(group) << " (`" << name_of(group) << "`)\n";

@@ -46,11 +46,11 @@ std::string options_for(Corrects corrects) {
     case Corrects::no:
       return "";
     case Corrects::safely:
-      return "`--fix` does this where only one result can be meant.";
+      return "`--fix` does this where only one result is possible.";
     case Corrects::unsafely:
-      return "`--fix --unsafe-fixes` does this where the result is probably what is meant.";
+      return "`--fix --unsafe-fixes` does this where one result is probable; check it afterwards.";
     case Corrects::both:
-      return "`--fix` does this where only one result can be meant, with `--unsafe-fixes` also where it probably is.";
+      return "`--fix` does this where only one result is possible; with `--unsafe-fixes`, also where one is probable.";
   }
   return "";
 }

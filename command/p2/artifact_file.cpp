@@ -105,7 +105,7 @@ std::string checksum_error(const std::vector<Checksum>& checksums, std::string_v
     const std::string actual = digest_of(bytes, digest);
     if (actual == hexadecimal) continue;
     std::string error = lower_case(hexadecimal) == actual ? "is listed in capital letters, which the director does not accept: "
-                                                          : "does not have the checksum that is listed: ";
+                                                          : "does not have the listed checksum: ";
     return error.append(name_of(digest)).append(" ").append(hexadecimal).append(", but ").append(actual);
   }
   return "";

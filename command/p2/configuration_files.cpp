@@ -136,7 +136,7 @@ class Files {
     const std::string none = why_no_file(file);
     if (!none.empty()) {
       if (!is_known(bundle_list) && !starts_from_bundle_list()) return std::nullopt;
-      return ConfigurationDamage{file, none, "so the next director leaves an Eclipse that does not start", false, ""};
+      return ConfigurationDamage{file, none, "so after the next director, Eclipse does not start", false, ""};
     }
     if (!was_written_in(state_, instance_)) return std::nullopt;
     const std::set<Unit> wanted = bundles_in(state_);
@@ -147,7 +147,7 @@ class Files {
     if (missing.size() * 2 <= wanted.size()) return unlisted_bundles(missing);
     return ConfigurationDamage{file,
                                "lists " + std::to_string(wanted.size() - missing.size()) + " of the " +
-                                   counted(wanted.size(), "bundle") + " that the p2 profile has as installed",
+                                   counted(wanted.size(), "bundle") + " that the p2 profile lists as installed",
                                director_fails, false, ""};
   }
 
@@ -175,7 +175,7 @@ class Files {
     }
     if (missing.empty()) return std::nullopt;
     return ConfigurationDamage{place_ / bundle_list,
-                               "does not list " + names_of(missing) + ", although the p2 profile has it as installed",
+                               "does not list " + names_of(missing) + ", although the p2 profile lists it as installed",
                                "so Eclipse does not start it", true, time_without(missing, states).value_or("")};
   }
 
@@ -233,8 +233,8 @@ std::optional<ConfigurationDamage> surplus_bundles(const fs::path& instance, con
   std::erase_if(unknown, [&](const Unit& bundle) { return !moved.contains(bundle); });
   if (unknown.empty()) return std::nullopt;
   ConfigurationDamage damage{instance / bundle_list,
-                             "lists " + names_of(unknown) + ", which only states have that were moved aside",
-                             "so Eclipse goes on starting what no director can remove", true, ""};
+                             "lists " + names_of(unknown) + ", which only the states that were moved aside contain",
+                             "so Eclipse keeps starting bundles that no director can remove", true, ""};
   damage.surplus = std::move(unknown);
   return damage;
 }

@@ -28,7 +28,7 @@ std::string why_not_an_answer(std::string_view output) {
   constexpr std::size_t shown = 200;
   const std::string printed =
       last.empty() ? "it printed nothing"
-                   : "what it printed ends with " + in_quotes(last.substr(0, shown)) +
+                   : "its output ends with " + in_quotes(last.substr(0, shown)) +
                          (last.size() > shown ? " and " + std::to_string(last.size() - shown) + " more bytes" : "");
   return "the answer of a director ends with \"" + std::string(completed) + "N" + std::string(milliseconds) + "\", but " +
          printed + "; is this the Eclipse executable?";

@@ -35,7 +35,7 @@ std::optional<ExecutableError> path_error(const std::string& path) {
     return ExecutableError{quoted + " is not valid UTF-8, and Java cannot open it", "move Eclipse to another path"};
   if (!is_readable_in_locale(path)) {
     return ExecutableError{
-        quoted + " has other characters than ASCII, which Java cannot read in the locale that is set",
+        quoted + " has non-ASCII characters, which Java cannot read in the current locale",
         "set a locale with UTF-8 for the installer, such as LC_ALL=C.UTF-8, or move Eclipse to another path"};
   }
   const std::size_t at = path.find_first_of(characters_of_syntax);

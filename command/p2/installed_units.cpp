@@ -50,15 +50,15 @@ InstalledUnits installed_units(const std::string& executable, const eclipse_shel
   const InstanceLogs logs(instance);
   const auto result = eclipse_shell::run_in_shell(list_roots_command(executable), progress);
   if (result.exit_code != 0) {
-    throw InstanceError(in_quotes(executable) + " cannot be asked for what is installed: exit code " +
+    throw InstanceError(in_quotes(executable) + " cannot be asked which units are installed: exit code " +
                         std::to_string(result.exit_code) + ", " + text_of(explain(result, logs)));
   }
   if (result.output_left_out != 0) {
-    throw InstanceError(in_quotes(executable) + " cannot be asked for what is installed: its answer is larger than " +
+    throw InstanceError(in_quotes(executable) + " cannot be asked which units are installed: its answer is larger than " +
                         std::to_string(largest::output / largest::mebibyte) + " MiB");
   }
   if (const std::string error = why_not_an_answer(result.output); !error.empty()) {
-    throw InstanceError(in_quotes(executable) + " does not say what is installed: " + error);
+    throw InstanceError(in_quotes(executable) + " does not say which units are installed: " + error);
   }
   InstalledUnits installed{units_in(result.output), profile_units(instance)};
   if (!installed.all) installed.profile_error = profile_units_error(instance);

@@ -147,7 +147,7 @@ void add_artifact(const pugi::xml_node& artifact, const ArtifactLocation& locati
     read.artifacts_elsewhere.emplace(name, location.elsewhere);
   } else if (!file.empty() && files.has_with_backslashes(file)) {
     read.damaged_artifacts.emplace(
-        name, file + " has backslashes in its name in the archive, where only slashes are for directories");
+        name, file + " has backslashes in its name in the archive, where only slashes separate directories");
   } else if (!file.empty() && !files.has(file)) {
     read.missing_artifacts.emplace(name, file);
   } else if (const std::string error = is_own_file ? jar_damage(files.path() / file, size) : ""; !error.empty()) {
@@ -274,7 +274,7 @@ class Repositories::Reader {
       } else if (!child->is_loadable() && needs_all) {
         note(repository_.error,
              "its child " + location +
-                 " cannot be loaded, and by p2.atomic.composite.loading it is loaded with all or not at all");
+                 " cannot be loaded, and p2.atomic.composite.loading allows the composite only with all its children");
       } else if (!child->is_loadable()) {
         if (listing == Listing::content) repository_.missing_children.push_back(location);
         is_known = is_known && (listing == Listing::content || !child->exists);

@@ -41,15 +41,14 @@ std::optional<UrlError> url_error(std::string_view path, bool is_archive, const 
   if (!eclipse_base::is_utf8(path)) return UrlError{"cannot be loaded: its path is not UTF-8"};
   if (!is_readable_in_locale(path)) {
     return UrlError{
-        "cannot be loaded: its path has other characters than ASCII, which the director cannot read in the locale "
-        "that is set"};
+        "cannot be loaded: its path has non-ASCII characters, which the director cannot read in the current locale"};
   }
   if (const std::size_t at = url_syntax_in(path, is_archive); at != path.npos) {
     return UrlError{about_syntax(path, at), !is_archive && path.find_first_of(brackets) != path.npos};
   }
   if (!is_of_other_kind(repository, is_archive)) return std::nullopt;
-  return UrlError{is_archive ? "is a directory whose name ends in .zip, so it is taken for an archive"
-                             : "is a file whose name does not end in .zip, so it is taken for a directory"};
+  return UrlError{is_archive ? "is a directory whose name ends in .zip, so the plug-in passes it on as an archive"
+                             : "is a file whose name does not end in .zip, so the plug-in passes it on as a directory"};
 }
 
 }  // namespace eclipse_p2

@@ -170,7 +170,7 @@ class PlanMaker {
   }
 
   [[noreturn]] void throw_as_read_differently() const {
-    std::string reason = "does not contain what the plug-in read from it";
+    std::string reason = "does not contain the lines that the plug-in read from it";
     const PlannedDescriptor* unreadable = nullptr;
     for (const PlannedComponent& component : plan_.components) {
       for (const PlannedDescriptor& descriptor : component.descriptors) {
@@ -178,7 +178,9 @@ class PlanMaker {
       }
     }
     if (!unreadable->error.empty()) reason = unreadable->error;
-    throw eclipse_base::FileError(unreadable->path, reason + "; repeat the command when nobody changes the descriptor files");
+    throw eclipse_base::FileError(unreadable->path, reason +
+                                                        "; repeat the command when nobody is changing the descriptor "
+                                                        "files");
   }
 
   std::set<std::size_t> wanted_retries() {

@@ -59,7 +59,7 @@ Json historic_json(const HistoricState& historic) {
 }  // namespace
 
 std::string change_text(const UnitChange& change, const std::string& indent) {
-  if (change.is_empty()) return indent + "No unit came or went.\n";
+  if (change.is_empty()) return indent + "No unit was installed or removed.\n";
   std::string text;
   std::vector<Unit> went_out = change.went_out;
   for (const Unit& unit : change.came_in) {
@@ -92,7 +92,7 @@ Json recorded_run_json(const RecordedRun& run) {
 
 std::string history_text(const History& history) {
   std::string text = "Eclipse " + printable(history.executable) + "\n";
-  if (!history.journal.error.empty()) text += "  It is not known which runs made the states: " + history.journal.error + "\n";
+  if (!history.journal.error.empty()) text += "  It is unknown which runs made the states: " + history.journal.error + "\n";
   for (const HistoricState& historic : history.states) {
     text += about(historic);
     if (historic.change) text += change_text(*historic.change, "    ");

@@ -37,7 +37,7 @@ std::vector<std::string> limits_of(const PlanReport& report) {
   };
   if (report.resolution || !report.preview || report.is_failure()) return {};
   if (std::ranges::none_of(report.preview->features, is_installed)) return {};
-  return {"whether all that the features require can be installed; --resolve asks the director"};
+  return {"whether everything that the features require can be installed; --resolve asks the director"};
 }
 
 std::string limits_text(const PlanReport& report) {

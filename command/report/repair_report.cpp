@@ -28,7 +28,7 @@ std::string taken_back_text(const Repair& repair) {
   std::string text;
   for (const StateTakenBack& state : repair.taken_back) {
     text += std::string(repair.is_dry_run || repair.moves.empty() ? "  Would be taken back: " : "  Taken back: ") +
-            dated(state.time) + ", " + (state.run ? "made by " + printable(state.run->command) : "not made by a known run") +
+            dated(state.time) + ", " + (state.run ? "made by " + printable(state.run->command) : "not made by a recorded run") +
             "\n" + change_text(state.change, "    ");
   }
   return text;
@@ -50,7 +50,7 @@ std::string bundles_text(const Repair& repair) {
   if (repair.bundles_left.empty()) return "";
   return "  Warning: bundles.info still lists " + printable(first_few(texts_of(repair.bundles_left))) +
          ", which only the states " + (repair.is_dry_run ? "to be moved" : "moved") +
-         " aside have, so Eclipse goes on starting what no director can remove\n    Fix: " +
+         " aside contain, so Eclipse keeps starting bundles that no director can remove\n    Fix: " +
          (repair.is_dry_run ? "" : "rename the states back, and ") + removal_of_surplus + "\n";
 }
 

@@ -44,7 +44,7 @@ std::string expectation(const Resolution& resolution) {
   const auto expected = resolution.expected();
   if (!expected) {
     const Verdict& together = resolution.those ? *resolution.those : *resolution.all;
-    return "  Those that resolve alone do not resolve together, so which of them the run would " + verb(resolution) +
+    return "  The features that resolve alone do not resolve together, so which of them the run would " + verb(resolution) +
            " depends on\n  what the ones before them change:\n" + reason_text(together, "    ");
   }
   if (resolution.is_removal) return "  The run would remove nothing: the shell rejects the commands for single features.\n";
@@ -73,10 +73,10 @@ std::string all_of(const Texts& features) {
 std::string resolution_text(const Resolution& resolution) {
   if (!resolution.was_asked()) return "  The director was not asked: " + printable(resolution.not_asked) + "\n";
   if (resolution.update_fails()) {
-    return "  The director would not do the update, so the run would end before it changes anything.\n" +
+    return "  The director would not perform the update, so the run would end without a change.\n" +
            reason_text(*resolution.update, "    ") + notes_on(resolution);
   }
-  const std::string update = resolution.update ? "  The director would do the update.\n" : "";
+  const std::string update = resolution.update ? "  The director would perform the update.\n" : "";
   const Verdict& all = *resolution.all;
   if (all.resolves()) {
     return update + "  The director would " + verb(resolution) + " " + all_of(all.features) +
@@ -94,7 +94,7 @@ Texts limits_of(const Resolution& resolution) {
     limits.emplace_back(
         "whether the files of the features can be fetched and are intact; the director only reads metadata here");
   }
-  limits.emplace_back("whether the instance can be written and has enough space");
+  limits.emplace_back("whether the instance is writable and has enough space");
   if (!resolution.each.empty() && !resolution.is_removal) {
     limits.emplace_back("what each feature changes for those after it, when the run tries them one by one");
   }

@@ -22,8 +22,7 @@ using Json = nlohmann::ordered_json;
 std::string others_of(const Undo& undo) {
   std::string text;
   for (const Undo::OtherState& other : undo.others) {
-    text += "  Not made by a known run, and to be taken back as well: " + dated(other.time) + "\n" +
-            change_text(other.change, "    ");
+    text += "  Also undoes, not made by a recorded run: " + dated(other.time) + "\n" + change_text(other.change, "    ");
   }
   return text;
 }
@@ -36,7 +35,7 @@ std::string variables_of(const Undo& undo) {
   }
   if (undo.variables_of_run.empty() || !undo.error.empty()) return "";
   return "  Note: the run wrote its variables to " + printable(undo.variables_of_run) +
-         ", which stays as it is; --variables and --write-variables with this file let it follow\n";
+         ", which this undo leaves unchanged; to update it, use --variables and --write-variables with this file\n";
 }
 
 bool was_started(const Undo& undo) { return undo.reversion && !undo.reversion->command.empty(); }
@@ -56,7 +55,7 @@ std::string end_of(const Undo& undo) {
 std::string found_text(const Undo& undo) {
   std::string text = "Eclipse " + printable(undo.executable) + "\n";
   if (!undo.way.target.empty()) text += "  Back to the state " + dated(undo.way.target) + "\n";
-  for (const RecordedRun* const run : undo.way.runs) text += "  To be taken back: " + printable(run->command) + "\n";
+  for (const RecordedRun* const run : undo.way.runs) text += "  Undoes: " + printable(run->command) + "\n";
   text += others_of(undo);
   return undo.change ? text + "  Changes:\n" + change_text(*undo.change, "    ") : text;
 }

@@ -28,7 +28,7 @@ void warn_of_foreign_instance(const std::string& executable) {
   const passwd* const owner = getpwuid(status.st_uid);
   const std::string user = owner != nullptr ? owner->pw_name : "ID " + std::to_string(status.st_uid);
   print_message("warning: " + printable(directory) + " belongs to user " + printable(user) +
-                ", but its director is run as root and may leave files of root in it; run this command as that user");
+                ", but this command runs its director as root, which may leave files of root there; run it as that user");
 }
 
 }  // namespace

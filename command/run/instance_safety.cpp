@@ -21,7 +21,7 @@ namespace {
 
 eclipse_p2::InstanceError no_space(const eclipse_base::NoSpace& error) {
   return eclipse_p2::InstanceError(std::string(error.what()) +
-                                   "; nothing was run, since a director that finds no space damages the p2 profile");
+                                   "; nothing was run, because a director that runs out of space damages the p2 profile");
 }
 
 }  // namespace
@@ -74,7 +74,7 @@ void keep_configuration_of(const std::string& executable) {
   } catch (const eclipse_base::FileError& error) {
     print_message(
         "warning: " + std::string(error.what()) +
-        "; no copy of the configuration of the Eclipse instance is kept, so it cannot be repaired if a director is killed");
+        "; the run keeps no copy of the configuration, so the Eclipse instance cannot be repaired if a director is killed");
   }
 }
 

@@ -33,7 +33,7 @@ namespace {
 
 [[noreturn]] void refuse_new(const std::string& option, const std::string& output, const std::filesystem::path& directory) {
   throw eclipse_base::FileError(output, option + " would add a file to " + directory.string() +
-                                            ", where the plug-in or Eclipse reads every file; give it a file elsewhere");
+                                            ", where the plug-in or Eclipse reads every file; choose a file elsewhere");
 }
 
 bool is_new(const std::string& output) {

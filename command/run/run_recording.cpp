@@ -53,7 +53,7 @@ std::string contradiction_of(const RunRecord& record, const std::filesystem::pat
   if (newest_before.empty() || !a_director_succeeded(record)) return "";
   if (eclipse_instance::newest_time(instance) != newest_before) return "";
   return "the director reports success, but has written no new state of the p2 profile since " + newest_before +
-         ": it works on another profile, or the executable is not that of this Eclipse or drops its arguments";
+         ": it worked on another profile, or the executable belongs to another Eclipse or drops its arguments";
 }
 
 void record_with_warning(const std::filesystem::path& instance, const eclipse_instance::RecordedRun& run) {

@@ -65,7 +65,8 @@ Plugin SessionCommand::load_plugin() const {
 
 void SessionCommand::warn_of_unreadable_descriptors(const Plugin& plugin) const try {
   for (const auto& [path, error] : eclipse_dry_run::unreadable_descriptors(plugin, session_)) {
-    print_message("warning: " + printable(path) + ": " + error + "; the plug-in ignores this and uses what it can read");
+    print_message("warning: " + printable(path) + ": " + error +
+                  "; the plug-in ignores the error and uses the part that it can read");
   }
 } catch (const PluginError&) {
 }

@@ -181,7 +181,7 @@ int undo_last_run(Undo& undo, const UndoOptions& options) {
   if (undo.error.empty() && undo.damage && undo.damage->is_fatal)
     undo.error = "nothing was run, since the Eclipse instance needs a repair first";
   if (undo.is_dry_run && is_in_use(instance_directory(undo.executable))) {
-    undo.error = "another director is at work on the instance, and may change what was found; try again when it has ended";
+    undo.error = "another director is at work on the instance, and may change it; try again when it has ended";
   }
   if (!undo.error.empty()) return exit_failure;
   if (undo.is_dry_run) return exit_success;

@@ -62,7 +62,7 @@ void VerifiedRun::run(const Plugin& plugin, Session& session, RunRecord& record,
     ask_after();
   } else if (!record.commands.empty()) {
     errors_.emplace_back(
-        "the run had commands that were not foreseen, since a file could not be read or was changed; "
+        "the run had commands that were not planned, because a file could not be read or was changed; "
         "run: eclipse-int verify");
   }
   if (is_instance_missing()) errors_.emplace_back(no_instance);

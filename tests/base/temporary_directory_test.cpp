@@ -38,7 +38,7 @@ TEST(TemporaryDirectory, ThatCannotBeMadeSaysHowToGetOne) {
       return error.what();
     }
   };
-  const std::string fix = "; let TMPDIR name a directory that this user can write, with enough space";
+  const std::string fix = "; set TMPDIR to a directory with enough space that this user can write to";
   EXPECT_EQ(error_in("missing"), "missing: no temporary directory can be made here: No such file or directory" + fix);
   EXPECT_EQ(error_in("file"), "file: no temporary directory can be made here: Not a directory" + fix);
   EXPECT_EQ(error_in("/proc/self"), "/proc/self: no temporary directory can be made here: No such file or directory" + fix);

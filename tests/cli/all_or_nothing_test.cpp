@@ -218,8 +218,8 @@ TEST_F(AllOrNothing, DoesNotTakeAnotherProfileForThatOfTheDirector) {
   EXPECT_EQ(result.at("wentBackTo"), nullptr);
   EXPECT_EQ(
       result.at("error"),
-      "the director reports success, but has written no new state of the p2 profile since 1: it works on another profile, "
-      "or the executable is not that of this Eclipse or drops its arguments");
+      "the director reports success, but has written no new state of the p2 profile since 1: it worked on another profile, or "
+      "the executable belongs to another Eclipse or drops its arguments");
   EXPECT_EQ(result.at("command"), nullptr);
 }
 

@@ -299,7 +299,7 @@ TEST_F(Arguments, OutputsAddNoFileWhereEveryFileIsRead) {
   const auto refused = [&](const std::string& file, const std::string& option, const std::string& place) {
     expect_error("run session.json " + option + " " + file,
                  file + ": " + option + " would add a file to DIRECTORY/" + place +
-                     ", where the plug-in or Eclipse reads every file; give it a file elsewhere");
+                     ", where the plug-in or Eclipse reads every file; choose a file elsewhere");
   };
   for (const std::string option : {"--log", "--write-variables"}) {
     for (const std::string place : {"configuration", "p2/org.eclipse.equinox.p2.engine", "plugins", "features", "dropins"}) {
@@ -316,7 +316,7 @@ TEST_F(Arguments, OutputsAddNoFileWhereEveryFileIsRead) {
   fake::write_file("v.json", "{}");
   EXPECT_EQ(eclipse_int("undo --eclipse eclipse --variables v.json --write-variables eclipse/p2/v.json").error,
             "eclipse-int: eclipse/p2/v.json: --write-variables would add a file to DIRECTORY/eclipse/p2, where the plug-in or "
-            "Eclipse reads every file; give it a file elsewhere\n");
+            "Eclipse reads every file; choose a file elsewhere\n");
 }
 
 TEST_F(Arguments, AnythingButThePlugInIsNotLoaded) {

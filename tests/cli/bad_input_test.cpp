@@ -308,8 +308,8 @@ TEST_F(BadInput, RootIsWarnedOfAnInstanceOfAnotherUser) {
   EXPECT_EQ(eclipse_int("verify session.json").error, "");
   ASSERT_EQ(chown("eclipse", 54321, 54321), 0);
   EXPECT_EQ(eclipse_int("verify session.json").error,
-            "eclipse-int: warning: DIRECTORY/eclipse belongs to user ID 54321, but its director is run as root and may leave "
-            "files of root in it; run this command as that user\n");
+            "eclipse-int: warning: DIRECTORY/eclipse belongs to user ID 54321, but this command runs its director as root, "
+            "which may leave files of root there; run it as that user\n");
 }
 
 }  // namespace

@@ -37,7 +37,7 @@ class FullDisk : public ChildCommand {
 
 const std::string copies = "eclipse-int: DIRECTORY/eclipse/configuration/.eclipse-int.kept";
 const std::string fix =
-    "; free some space in its file system; nothing was run, since a director that finds no space damages the p2 profile\n";
+    "; free some space in its file system; nothing was run, because a director that runs out of space damages the p2 profile\n";
 
 /// The copy fits into the larger one, but the director would find the disk full.
 TEST_F(FullDisk, WithoutSpaceForTheCopyOfTheConfigurationRunsNothing) {

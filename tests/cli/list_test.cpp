@@ -105,7 +105,7 @@ TEST_F(List, NamesWhatIsNoRepositoryAndShowsTheRest) {
   EXPECT_EQ(list.error,
             "eclipse-int: missing: does not exist; correct the path\n"
             "eclipse-int: plain: is not a p2 repository; give a directory or archive with p2 metadata at its top\n"
-            "eclipse-int: product: has its p2 metadata not at its top, but in \"repository/\"; give that directory\n"
+            "eclipse-int: product: has its p2 metadata in \"repository/\", not at its top; give that directory\n"
             "eclipse-int: broken: no director can load it: content.xml is not well-formed XML\n");
 }
 

@@ -137,7 +137,7 @@ const std::vector<ReadFile> read_files = {
       {"directory", as_missing},
       {"FIFO", as_missing},
       {"endless", as_missing},
-      {"too large", error(2, "makes what is copied larger than 512 MiB")}}},
+      {"too large", error(2, "makes the copy larger than 512 MiB")}}},
     {"eclipse/configuration/new.log",
      "run session.json",
      error(1),

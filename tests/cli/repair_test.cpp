@@ -147,9 +147,9 @@ TEST_F(Repair, TakesBackMoreThanARunOnlyOnRequest) {
   ASSERT_EQ(eclipse_int("run session.json").status, 1);
   write_state("6", profile_with({"one", "guest"}));
   const std::string found =
-      "  Would be taken back: 6 (1970-01-01 00:00:00 UTC), not made by a known run\n    - 1 other unit\n"
+      "  Would be taken back: 6 (1970-01-01 00:00:00 UTC), not made by a recorded run\n    - 1 other unit\n"
       "  Would be taken back: 5 (1970-01-01 00:00:00 UTC), made by eclipse-int run session.json\n    + 2 other units\n"
-      "  Error: going back to the state 1 takes back what no known run has made; --to 1 does this\n";
+      "  Error: going back to the state 1 takes back changes that no recorded run made; --to 1 does this\n";
   for (const std::string arguments : {"repair eclipse --dry-run", "repair eclipse"}) {
     const Outcome refused = eclipse_int(arguments);
     EXPECT_EQ(refused.status, 1);
@@ -228,9 +228,8 @@ TEST_F(Repair, NamesBundlesThatNoDirectorCanRemoveAnyMore) {
   EXPECT_EQ(repair.status, 1);
   EXPECT_TRUE(
       repair.output.ends_with("2.profile\n"
-                              "  Warning: bundles.info still lists two/1.0.0, which only the states to be moved aside have, so "
-                              "Eclipse goes on starting "
-                              "what no director can remove\n"
+                              "  Warning: bundles.info still lists two/1.0.0, which only the states to be moved aside contain, "
+                              "so Eclipse keeps starting bundles that no director can remove\n"
                               "    Fix: use \"eclipse-int undo --to\", which lets the director remove it\n"))
       << repair.output;
 }
@@ -263,7 +262,7 @@ TEST_F(Repair, NamesTheFixAlsoWhenTheDirectorDoesNotAnswer) {
   write_bundles();
   const std::string end =
       "  Still damaged: DIRECTORY/eclipse/configuration/org.eclipse.equinox.simpleconfigurator/bundles.info does not list "
-      "three/1.0.0, although the p2 profile has it as installed, so Eclipse does not start it\n"
+      "three/1.0.0, although the p2 profile lists it as installed, so Eclipse does not start it\n"
       "    Fix: run: eclipse-int repair DIRECTORY/eclipse/eclipse --to 1\n";
   const Outcome dry_run = eclipse_int("repair eclipse --dry-run");
   EXPECT_EQ(dry_run.status, 1);
@@ -400,7 +399,8 @@ TEST_F(Repair, FailsWhenTheEclipseDoesNotAnswer) {
   script(1, "echo 'Missing required argument -destination.'; exit 13");
   const Outcome outcome = eclipse_int("repair eclipse");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_NE(outcome.output.find("  Error: \"DIRECTORY/eclipse/eclipse\" cannot be asked for what is installed: exit code 13"),
+  EXPECT_NE(outcome.output.find("  Error: \"DIRECTORY/eclipse/eclipse\" cannot be asked which units are installed: exit code "
+                                "13"),
             std::string::npos)
       << outcome.output;
 }

@@ -66,7 +66,7 @@ TEST_F(History, ListsStatesWithTheRunsThatMadeThem) {
       (Outcome{0,
                "Eclipse DIRECTORY/eclipse/eclipse\n"
                "  1731234900000 (2024-11-10 10:35:00 UTC): 2 units\n"
-               "    No unit came or went.\n"
+               "    No unit was installed or removed.\n"
                "  1731234800000 (2024-11-10 10:33:20 UTC): 2 units\n"
                "    + two 1.0.0\n"
                "    - ide 4.0.0\n"
@@ -101,7 +101,7 @@ TEST_F(History, NamesDamage) {
   fake::write_file(journal, "{");
   const Outcome outcome = eclipse_int("history eclipse");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_NE(outcome.output.find("It is not known which runs made the states: DIRECTORY/" + journal), std::string::npos)
+  EXPECT_NE(outcome.output.find("It is unknown which runs made the states: DIRECTORY/" + journal), std::string::npos)
       << outcome.output;
   EXPECT_NE(outcome.output.find("  1731234600000 (2024-11-10 10:30:00 UTC): is not well-formed XML\n"), std::string::npos)
       << outcome.output;
@@ -132,8 +132,8 @@ TEST_F(History, IsThatOfTheProfileThatTheDirectorUses) {
 /// A script that drops its arguments succeeds, too.
 TEST_F(History, ASuccessWithoutANewStateIsNotBelieved) {
   const std::string contradiction =
-      "the director reports success, but has written no new state of the p2 profile since 1731234500000: it works on another "
-      "profile, or the executable is not that of this Eclipse or drops its arguments";
+      "the director reports success, but has written no new state of the p2 profile since 1731234500000: it worked on another "
+      "profile, or the executable belongs to another Eclipse or drops its arguments";
   const Outcome outcome = eclipse_int("run session.json");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(outcome.output.find("\nFailed: " + contradiction + "\n"), std::string::npos) << outcome.output;
@@ -151,14 +151,14 @@ TEST_F(Undo, TakesBackTheLastRun) {
   const std::string found =
       "Eclipse DIRECTORY/eclipse/eclipse\n"
       "  Back to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
-      "  To be taken back: eclipse-int run session.json" +
+      "  Undoes: eclipse-int run session.json" +
       variables + "\n";
   EXPECT_EQ(eclipse_int("undo session.json --dry-run"),
             (Outcome{0,
                      found + "  Changes:\n"
                              "    - one 1.0.0\n"
-                             "  Note: the run wrote its variables to DIRECTORY/v.json, which stays as it is; --variables and "
-                             "--write-variables with this file let it follow\n"
+                             "  Note: the run wrote its variables to DIRECTORY/v.json, which this undo leaves unchanged; to "
+                             "update it, use --variables and --write-variables with this file\n"
                              "  Dry run: nothing was changed.\n",
                      ""}));
   script(2, leave("1731234700000", {"ide/4.0.0"}));
@@ -208,8 +208,8 @@ TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChanged) {
             (Outcome{1,
                      "Eclipse DIRECTORY/eclipse/eclipse\n"
                      "  Back to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
-                     "  To be taken back: eclipse-int run session.json\n"
-                     "  Not made by a known run, and to be taken back as well: 1731234800000 (2024-11-10 10:33:20 UTC)\n"
+                     "  Undoes: eclipse-int run session.json\n"
+                     "  Also undoes, not made by a recorded run: 1731234800000 (2024-11-10 10:33:20 UTC)\n"
                      "    + guest 1.0.0\n"
                      "  Changes:\n"
                      "    - guest 1.0.0\n"
@@ -300,7 +300,7 @@ TEST_F(Undo, DoesNotSayThatItIsDoneBeforeAnError) {
   const std::string found =
       "Eclipse DIRECTORY/eclipse/eclipse\n"
       "  Back to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
-      "  To be taken back: eclipse-int run session.json --write-variables v.json\n"
+      "  Undoes: eclipse-int run session.json --write-variables v.json\n"
       "  Changes:\n"
       "    - one 1.0.0\n";
   fake::write_file(configuration, "");
@@ -315,8 +315,8 @@ TEST_F(Undo, DoesNotSayThatItIsDoneBeforeAnError) {
   EXPECT_EQ(
       without_place,
       (Outcome{1,
-               found + "  Error: /missing: no temporary directory can be made here: No such file or directory; let TMPDIR "
-                       "name a directory that this user can write, with enough space\n",
+               found + "  Error: /missing: no temporary directory can be made here: No such file or directory; set TMPDIR to a "
+                       "directory with enough space that this user can write to\n",
                ""}));
   EXPECT_EQ(undo("session.json --dry-run", 0).at("command"), nullptr);
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
@@ -330,9 +330,8 @@ TEST_F(Undo, SaysThatItIsDoneBeforeTheVariablesCannotBeWritten) {
   EXPECT_EQ(outcome.status, 2);
   EXPECT_TRUE(
       outcome.output.ends_with(" 2>&1\n"
-                               "  Note: the run wrote its variables to DIRECTORY/v.json, which stays as it is; --variables and "
-                               "--write-variables with this "
-                               "file let it follow\n"
+                               "  Note: the run wrote its variables to DIRECTORY/v.json, which this undo leaves unchanged; to "
+                               "update it, use --variables and --write-variables with this file\n"
                                "  Done\n"
                                "eclipse-int: v.json: is not a regular file; give the path of a JSON file\n"))
       << outcome.output;

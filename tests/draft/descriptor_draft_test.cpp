@@ -102,7 +102,7 @@ TEST_F(Draft, SaysWhatItLeftOut) {
 TEST_F(Draft, NeedsFeatures) {
   EXPECT_EQ(error(), "tools: cannot be searched: No such file or directory; make it and the directories in it readable");
   write_file("tools/readme", "");
-  EXPECT_EQ(error(), "tools: has no p2 repository below it; put the update site of the component there");
+  EXPECT_EQ(error(), "tools: has no p2 repository below it; put a repository of the component there");
   write_file("tools/site/content.xml", metadata(unit("b.plugin", "1")));
   EXPECT_EQ(error(), "tools: has no features below it: site was left out: it has no features");
   write_file("tools/content.xml", metadata(unit("b.feature.group", "1")));

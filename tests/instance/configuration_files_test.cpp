@@ -91,7 +91,7 @@ TEST_F(ConfigurationFiles, FilesThatAreNotThereBelongToInstancesOfAnotherKind) {
 TEST_F(ConfigurationFiles, AFileThatTheKeptCopyHasIsMissing) {
   install_a_third();
   fs::remove(bundles_file);
-  const std::string end = ", so the next director leaves an Eclipse that does not start" + fix + " (fatal)";
+  const std::string end = ", so after the next director, Eclipse does not start" + fix + " (fatal)";
   EXPECT_EQ(damage(), bundles_file + " is missing" + end);
   fs::create_symlink("nowhere", bundles_file);
   EXPECT_EQ(damage(), bundles_file + " is a dangling symlink" + end);
@@ -150,8 +150,7 @@ TEST_F(ConfigurationFiles, TheProfileShowsThatTheInstanceStartsFromTheFiles) {
   write_state_in(here, configurator);
   EXPECT_EQ(damage(), "ide/configuration/config.ini is missing, so every director fails" + no_fix + " (fatal)");
   fake::write_file("ide/configuration/config.ini", settings);
-  EXPECT_EQ(damage(),
-            bundles_file + " is missing, so the next director leaves an Eclipse that does not start" + no_fix + " (fatal)");
+  EXPECT_EQ(damage(), bundles_file + " is missing, so after the next director, Eclipse does not start" + no_fix + " (fatal)");
   fake::write_file("ide/configuration/config.ini", settings + configurator + ".configUrl=file\\:elsewhere/bundles.info\n");
   EXPECT_EQ(damage(), "") << "its list is elsewhere";
   fake::write_file("ide/configuration/config.ini", settings);
@@ -176,18 +175,20 @@ TEST_F(ConfigurationFiles, AnEmptyConfigurationEndsEveryDirector) {
 TEST_F(ConfigurationFiles, AListThatWasCutEndsEveryDirector) {
   install_a_third();
   write_list({});
-  EXPECT_EQ(damage(), bundles_file + " lists 0 of the 3 bundles that the p2 profile has as installed, so every director fails" +
-                          fix + " (fatal)");
+  EXPECT_EQ(damage(), bundles_file +
+                          " lists 0 of the 3 bundles that the p2 profile lists as installed, so every director fails" + fix +
+                          " (fatal)");
   write_list({"a"});
-  EXPECT_EQ(damage(), bundles_file + " lists 1 of the 3 bundles that the p2 profile has as installed, so every director fails" +
-                          fix + " (fatal)");
+  EXPECT_EQ(damage(), bundles_file +
+                          " lists 1 of the 3 bundles that the p2 profile lists as installed, so every director fails" + fix +
+                          " (fatal)");
 }
 
 TEST_F(ConfigurationFiles, ABundleThatCameAndIsNotListedIsNotStarted) {
   install_a_third();
   write_list({"a", "b"});
   const std::string text =
-      bundles_file + " does not list c/1.0.0, although the p2 profile has it as installed, so Eclipse does not start it";
+      bundles_file + " does not list c/1.0.0, although the p2 profile lists it as installed, so Eclipse does not start it";
   EXPECT_EQ(damage(), text + fix);
   write_state("3", {"a", "b", "c"});
   EXPECT_EQ(damage(), text + fix) << "a later run finds nothing to do";
@@ -400,8 +401,8 @@ TEST_F(ConfigurationFiles, BundlesThatOnlyStatesHaveThatWereMovedAsideAreDamage)
   write_list({"a", "b", "c", "mine"});
   move_aside(read_profile_state(file("2")));
   const std::string text = bundles_file +
-                           " lists c/1.0.0, which only states have that were moved aside, so Eclipse goes on starting what no "
-                           "director can remove; ";
+                           " lists c/1.0.0, which only the states that were moved aside contain, so Eclipse keeps starting "
+                           "bundles that no director can remove; ";
   EXPECT_EQ(damage(), text + "run: eclipse-int repair ide/eclipse");
   RepairPlan plan = plan_repair("ide");
   EXPECT_TRUE(plan.to_bring_back && states_to_move(plan.states, plan.to).empty());
@@ -448,7 +449,7 @@ class DirectorBundle : public ConfigurationFiles {
 
   const std::string director = "org.eclipse.equinox.p2.director.app";
   const std::string unlisted = bundles_file + " does not list " + director +
-                               "/1.0.0, although the p2 profile has it as installed, so Eclipse does not start it";
+                               "/1.0.0, although the p2 profile lists it as installed, so Eclipse does not start it";
 };
 
 TEST_F(DirectorBundle, IsBroughtBackWithTheCopy) {

@@ -47,7 +47,7 @@ class CopyOfAnInstance : public testing::Test {
 
   static std::string error_of_limit(const std::string& file) {
     return "\"ide\" cannot be copied to ask its director: " + file +
-           ": makes what is copied larger than 512 MiB; remove what does not belong there";
+           ": makes the copy larger than 512 MiB; remove files that do not belong there";
   }
 
   const std::string settings = "p2/org.eclipse.equinox.p2.engine/.settings/";
@@ -180,7 +180,7 @@ TEST_F(CopyOfAnInstance, SaysWhyItCannotBeMade) {
   const std::string error = error_of_copy();
   unsetenv("TMPDIR");
   EXPECT_EQ(error.rfind("\"ide\" cannot be copied to ask its director: ", 0), 0U) << error;
-  EXPECT_TRUE(error.ends_with("; let TMPDIR name a directory that this user can write, with enough space")) << error;
+  EXPECT_TRUE(error.ends_with("; set TMPDIR to a directory with enough space that this user can write to")) << error;
 }
 
 }  // namespace

@@ -116,8 +116,7 @@ TEST_F(Revert, StaysInTheInstance) {
   write_director("touch started");
   EXPECT_EQ(revert("ide/eclipse", "1", {}).error,
             "the state 1 was written in " + directory.path() +
-                "/original, from where this Eclipse was copied or moved, and p2 would change "
-                "what is there");
+                "/original, from which this Eclipse was copied or moved, and p2 would change that directory");
   EXPECT_FALSE(fs::exists("started"));
 
   // What the first director in the copy writes.

@@ -112,11 +112,10 @@ TEST_F(LintCommand, AnnotatesForGithub) {
   write_file("a,b:c%.txt", "sites/a\torg.example.a.feature.group/1.0\n");
   EXPECT_EQ(
       eclipse_int("lint --format github 'a,b:c%.txt'").output,
-      "::warning file=a%2Cb%3Ac%25.txt,line=1,col=9,title=feature-pinned::the feature is pinned to version 1.0. When another "
-      "version has replaced this one, the director does not find it to remove it, and removes nothing. Two versions of a "
-      "feature "
-      "cannot be installed together: the command for all features fails, and then the one for the second version. Fix: write "
-      "org.example.a.feature.group.\n");
+      "::warning file=a%2Cb%3Ac%25.txt,line=1,col=9,title=feature-pinned::the feature is pinned to version 1.0. Once another "
+      "version has replaced this one, the director does not find this one to remove it, and removes nothing. Two versions of a "
+      "feature cannot be installed together: the command for all features fails, and so does the retry for the second version. "
+      "Fix: write org.example.a.feature.group.\n");
   EXPECT_EQ(eclipse_int("lint --format github good.txt").output, "");
 }
 

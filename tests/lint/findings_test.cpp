@@ -742,7 +742,7 @@ TEST(Findings, AreOfTheJarsInAnArchiveToo) {
   const std::string begin = "\"site.zip\": plugins/org.example.one.plugin_1.0.0.jar ";
   EXPECT_EQ(message_for_packed_jar(jar, "<property name='download.md5' value='76cdb2bad9582d23c1f6f4d868218d6c'/>"), "none");
   EXPECT_EQ(message_for_packed_jar(jar, "<property name='download.md5' value='00'/>"),
-            begin + "does not have the checksum that is listed: MD5 00, but 76cdb2bad9582d23c1f6f4d868218d6c");
+            begin + "does not have the listed checksum: MD5 00, but 76cdb2bad9582d23c1f6f4d868218d6c");
   EXPECT_EQ(message_for_packed_jar("PK and no end", ""),
             begin + "is cut off: the central directory of a zip archive is missing at its end");
   EXPECT_EQ(

@@ -15,7 +15,7 @@ TEST(ExplainedRule, ShowsItsSamples) {
             "extra-columns (warning, lines): a line has more than four columns\n\n"
             "Why\n  Only the first four columns are read.\n\n"
             "Fix\n  delete the other columns\n"
-            "  --fix --unsafe-fixes does this where the result is probably what is meant.\n\n"
+            "  --fix --unsafe-fixes does this where one result is probable; check it afterwards.\n\n"
             "Bad (→ is a tab)\n  tools.txt\n      sites/alpha→org.example.alpha.feature.group→→1→new\n\n"
             "Good\n  tools.txt\n      sites/alpha→org.example.alpha.feature.group→→1\n");
 }

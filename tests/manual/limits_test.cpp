@@ -56,9 +56,8 @@ TEST(Manual, ListsEveryLimit) {
        "a state of a profile and the metadata of a repository, each after decompression, and a jar that is compared or "
        "unpacked"},
       {in_mebibytes(largest::copy), "the temporary copy of an instance for .BR \\-\\-resolve , all files together"},
-      {in_mebibytes(largest::message), "a message of an editor, and a log of an instance, of which the end is read"},
-      {in_mebibytes(largest::output),
-       "the output of a command, of which half is kept from the beginning and half from the end"},
+      {in_mebibytes(largest::message), "a message of an editor, and a log of an instance (only its end is read)"},
+      {in_mebibytes(largest::output), "the output of a command; half of it is kept from the beginning, half from the end"},
       {grouped(largest::message_header) + " bytes", "the header of a message of an editor"},
       {grouped(largest::json_values), "values in a JSON document or message, and lines in a descriptor file"},
       {grouped(largest::findings), "findings of a rule that .B lint shows of an input; the others are counted"},
@@ -67,9 +66,9 @@ TEST(Manual, ListsEveryLimit) {
            in_mebibytes(eclipse_plan::largest_retries) + "; the others are counted"},
       {grouped(largest::json_levels), "nesting levels in a JSON document or message"},
       {grouped(largest::xml_items), "tags and attributes in an XML document"},
-      {grouped(largest::composites), "composite repositories in each other"},
+      {grouped(largest::composites), "nesting levels of composite repositories"},
       {grouped(largest::archive_entries), "files and directories in an archive"},
-      {grouped(largest::compression), "times its compressed size, for what is unpacked and larger than 1 MiB"}};
+      {grouped(largest::compression), "times the compressed size, for unpacked data of more than 1 MiB"}};
   EXPECT_EQ(items_in_manual(), limits);
 }
 

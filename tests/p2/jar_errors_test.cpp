@@ -71,7 +71,7 @@ TEST(JarErrors, AreTheDamageOfAnEntry) {
 TEST(JarErrors, AreAWrongChecksum) {
   ArtifactFile listed;
   listed.checksums = {{eclipse_base::Digest::md5, "00"}};
-  const std::string error = "does not have the checksum that is listed: MD5 00, but ";
+  const std::string error = "does not have the listed checksum: MD5 00, but ";
   EXPECT_EQ(errors_in_archive(good_jar, listed).checksum.substr(0, error.size()), error);
   EXPECT_EQ(errors_in_directory(good_jar, listed).checksum, errors_in_archive(good_jar, listed).checksum);
 }

@@ -399,7 +399,8 @@ TEST_F(RepositoryTest, AtomicCompositeIsLoadedWithAllChildrenOrNotAtAll) {
   };
   EXPECT_EQ(atomic("../one/"), "");
   EXPECT_EQ(atomic("../none"),
-            "its child ../none cannot be loaded, and by p2.atomic.composite.loading it is loaded with all or not at all");
+            "its child ../none cannot be loaded, and p2.atomic.composite.loading allows the composite only with all its "
+            "children");
 }
 
 TEST_F(RepositoryTest, AbsoluteChildrenAreNamed) {
@@ -549,7 +550,7 @@ TEST_F(RepositoryTest, ChecksumsThatTheDirectorComparesAreKept) {
   const ArtifactFile& file = site.artifact_files.at("osgi.bundle,a,1");
   ASSERT_EQ(file.checksums.size(), 1U);
   EXPECT_EQ(file.checksums[0].hexadecimal, "01");
-  EXPECT_EQ(checksum_error(file), "does not have the checksum that is listed: SHA-256 01, but " +
+  EXPECT_EQ(checksum_error(file), "does not have the listed checksum: SHA-256 01, but " +
                                       eclipse_base::digest_of(jar, eclipse_base::Digest::sha_256));
 }
 

@@ -55,9 +55,10 @@ TEST(RepositoryUrl, PathThatIsNotAsciiNeedsALocaleWithUtf8) {
   const char* const before = std::getenv("LC_ALL");
   const std::string kept = before == nullptr ? "" : before;
   for (const auto& [locale, error] :
-       {std::pair("C.UTF-8", ""), std::pair("C",
-                                            "cannot be loaded: its path has other characters than ASCII, which the director "
-                                            "cannot read in the locale that is set")}) {
+       {std::pair("C.UTF-8", ""),
+        std::pair(
+            "C",
+            "cannot be loaded: its path has non-ASCII characters, which the director cannot read in the current locale")}) {
     setenv("LC_ALL", locale, 1);
     EXPECT_EQ(error_in("/\xC3\xA4", false), error) << locale;
     EXPECT_EQ(error_in("/\xC3\xA4", true), error) << locale;
@@ -69,9 +70,9 @@ TEST(RepositoryUrl, PathThatIsNotUtf8) { EXPECT_EQ(error_in("/\xE4", false), "ca
 
 TEST(RepositoryUrl, NameOfAnotherKind) {
   EXPECT_EQ(url_error("/a.zip", true, repository(true))->message,
-            "is a directory whose name ends in .zip, so it is taken for an archive");
+            "is a directory whose name ends in .zip, so the plug-in passes it on as an archive");
   EXPECT_EQ(url_error("/a.ZIP", false, repository(false))->message,
-            "is a file whose name does not end in .zip, so it is taken for a directory");
+            "is a file whose name does not end in .zip, so the plug-in passes it on as a directory");
   EXPECT_FALSE(url_error("/missing.zip", true, {}));
 }
 

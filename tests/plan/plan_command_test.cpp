@@ -313,7 +313,7 @@ TEST_F(PlanCommand, SaysWhatOnlyTheDirectorKnows) {
   write_session("install");
   write_repository("site", {{"new.feature.group", "1.0.0"}, {"same.feature.group", "1.0.0"}});
   write_profile({{"same.feature.group", "1.0.0"}});
-  const std::string limit = "whether all that the features require can be installed; --resolve asks the director";
+  const std::string limit = "whether everything that the features require can be installed; --resolve asks the director";
   fake::write_file("tools/etc/eclipse/tools.txt", "site\tnew.feature.group\nsite\tsame.feature.group\n");
   const Outcome green = eclipse_int("plan session.json");
   EXPECT_EQ(green.status, 0) << green.output;
@@ -613,7 +613,7 @@ TEST_F(PlanCommand, ReportsADescriptorThatCannotBeRead) {
       Json::parse(eclipse_int("plan session.json --json").output).at("components").at(0).at("descriptors").at(0).at("error"),
       reason);
   const std::string warning =
-      "eclipse-int: warning: " + file + reason + "; the plug-in ignores this and uses what it can read\n";
+      "eclipse-int: warning: " + file + reason + "; the plug-in ignores the error and uses the part that it can read\n";
   for (const std::string subcommand : {"run", "verify", "call perform_integration"}) {
     EXPECT_EQ(eclipse_int(subcommand + " session.json").error, warning) << subcommand;
   }

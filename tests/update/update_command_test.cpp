@@ -178,7 +178,8 @@ TEST_F(UpdateCommand, IsPartOfWhatTheDirectorIsAsked) {
   script(4, unmet);
   const Outcome plan = eclipse_int("plan session.json --update --resolve");
   EXPECT_EQ(plan.status, 1);
-  EXPECT_NE(plan.output.find("  The director would do the update.\n  The director would not install all 2 features at once.\n"),
+  EXPECT_NE(plan.output.find("  The director would perform the update.\n  The director would not install all 2 features at "
+                             "once.\n"),
             std::string::npos)
       << plan.output;
   EXPECT_NE(plan.output.find("  The run would try the features one by one and install 1 of 2.\n"), std::string::npos)
@@ -196,7 +197,7 @@ TEST_F(UpdateCommand, ThatTheDirectorWouldNotDoEndsTheQuestions) {
   EXPECT_NE(plan.output.find("  !  one  2.0.0  the director says why below (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"),
             std::string::npos)
       << plan.output;
-  EXPECT_NE(plan.output.find("  The director would not do the update, so the run would end before it changes anything.\n"),
+  EXPECT_NE(plan.output.find("  The director would not perform the update, so the run would end without a change.\n"),
             std::string::npos)
       << plan.output;
   const Json json = Json::parse(eclipse_int("plan session.json --update --resolve --json").output);

@@ -182,11 +182,12 @@ TEST_F(VerifiedRun, IsRunAllTheSameWhenTheInstanceCannotBeAsked) {
   EXPECT_EQ(outcome.status, 2);
   EXPECT_EQ(director_calls(), question + install_arguments("one,two") + "\n" + question);
   EXPECT_EQ(verification(outcome),
-            "\nVerification:\n"
-            "  Error: before the run: \"DIRECTORY/eclipse/eclipse\" cannot be asked for what is installed: exit code 15, the "
-            "launcher: the instance or its configuration cannot be written\n"
-            "  Error: after the run: \"DIRECTORY/eclipse/eclipse\" cannot be asked for what is installed: exit code 15, the "
-            "launcher: the instance or its configuration cannot be written\n");
+            "\n"
+            "Verification:\n"
+            "  Error: before the run: \"DIRECTORY/eclipse/eclipse\" cannot be asked which units are installed: exit code 15, "
+            "the launcher: the instance or its configuration cannot be written\n"
+            "  Error: after the run: \"DIRECTORY/eclipse/eclipse\" cannot be asked which units are installed: exit code 15, "
+            "the launcher: the instance or its configuration cannot be written\n");
 }
 
 TEST_F(VerifiedRun, AsksNothingWhenNothingIsRun) {

@@ -221,7 +221,7 @@ TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
 TEST_F(VerifyCommand, TakesNoAnswerFromAnotherProgram) {
   write_session("install");
   const std::string error =
-      "eclipse-int: \"DIRECTORY/eclipse/eclipse\" does not say what is installed: the answer of a director ends with "
+      "eclipse-int: \"DIRECTORY/eclipse/eclipse\" does not say which units are installed: the answer of a director ends with "
       "\"Operation "
       "completed in N ms.\", but ";
   const std::string fix = "; is this the Eclipse executable?\n";
@@ -229,10 +229,10 @@ TEST_F(VerifyCommand, TakesNoAnswerFromAnotherProgram) {
   EXPECT_EQ(eclipse_int("verify session.json"), (Outcome{2, "", error + "it printed nothing" + fix}));
   write_executable("printf 'one/1.0.0\\ntwo/1.0.0\\nusage\\033[0m\\n\\n'");
   EXPECT_EQ(eclipse_int("verify session.json --json"),
-            (Outcome{2, "", error + "what it printed ends with \"usage\\x1B[0m\"" + fix}));
+            (Outcome{2, "", error + "its output ends with \"usage\\x1B[0m\"" + fix}));
   write_executable("head -c 10000 /dev/zero | tr '\\0' x");
   EXPECT_EQ(eclipse_int("verify session.json"),
-            (Outcome{2, "", error + "what it printed ends with \"" + std::string(200, 'x') + "\" and 9800 more bytes" + fix}));
+            (Outcome{2, "", error + "its output ends with \"" + std::string(200, 'x') + "\" and 9800 more bytes" + fix}));
 }
 
 TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
@@ -242,8 +242,8 @@ TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
       eclipse_int("verify session.json"),
       (Outcome{
           2, "",
-          "eclipse-int: \"DIRECTORY/eclipse/eclipse\" cannot be asked for what is installed: exit code 15, the launcher: the "
-          "instance or its configuration cannot be written\n"
+          "eclipse-int: \"DIRECTORY/eclipse/eclipse\" cannot be asked which units are installed: exit code 15, the launcher: "
+          "the instance or its configuration cannot be written\n"
           "  Locking is not possible\n"}));
   write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}});
   EXPECT_EQ(eclipse_int("verify session.json").status, 2) << "the run would be refused";

@@ -164,8 +164,8 @@ Rule user_eclipse_unusable() {
       .title =
           "USER_DEFINED_ECLIPSE_PATH is missing, does not exist, is not the executable, or names a version that is too old",
       .why =
-          "An installer does not accept such an Eclipse instance, and eclipse-int refuses to run the session. A removal is "
-          "not refused, but does nothing and reports success.",
+          "An installer does not accept such an Eclipse instance, and eclipse-int refuses to run the session. A removal runs, "
+          "but does nothing and reports success.",
       .fix = "set it to the path of an existing Eclipse executable of a supported version",
       .bad = product(session("install", user_choice("ide"), tools)),
       .good = product(user_session()),
@@ -378,8 +378,8 @@ Rule capability_misspelled() {
       .severity = Severity::error,
       .title = "the name of a capability resembles ECLIPSE_IDE or ECLIPSE_PLUGIN, or an IDE has no such capability",
       .why =
-          "Names of capabilities are case-sensitive. In a component without ECLIPSE_IDE the executable is not searched for. "
-          "One without ECLIPSE_PLUGIN does not make the integration necessary.",
+          "Names of capabilities are case-sensitive. The plug-in does not search a component without ECLIPSE_IDE for the "
+          "executable, and a component without ECLIPSE_PLUGIN does not make the integration necessary.",
       .fix = "give the component a capability whose name contains ECLIPSE_IDE or ECLIPSE_PLUGIN",
       .bad = product(session("install", internal_choice, R"(
     {
@@ -443,7 +443,7 @@ Rule executable_ambiguous() {
       .group = Group::eclipse,
       .severity = Severity::warning,
       .title = "several IDE components have the executable",
-      .why = "The last one is used, in the order of the capability names, then of the files in the packages.",
+      .why = "The plug-in uses the last one, in the order of the capability names, then of the files in the packages.",
       .fix = "ship one IDE, or list the executable in one package only",
       .bad = product(session("install", internal_choice, R"(
     {
@@ -478,7 +478,7 @@ Rule executable_not_startable() {
       .name = "executable-not-startable",
       .group = Group::eclipse,
       .severity = Severity::error,
-      .title = "the Eclipse executable cannot be started, or not where it is",
+      .title = "the Eclipse executable cannot be started, or not from its path",
       .why = "Every command of the session begins with this path, without quotes, so every command fails.",
       .fix = "move Eclipse to a path without spaces, shell metacharacters and URL syntax",
       .bad = product(session("install", user_choice("my ide/eclipse"), tools), {{"my ide/eclipse", "#!/bin/sh\n", 0755}}),
@@ -522,8 +522,8 @@ Rule minimum_version_compared_as_text() {
       .severity = Severity::warning,
       .title = "newer versions of Eclipse compare lower than the minimum version",
       .why =
-          "Versions are compared as text, byte by byte: 4.10 is lower than 4.7, so an Eclipse 4.10 is refused. A minimum "
-          "between 4.2 and 4.9 refuses some or all versions from 4.10 on.",
+          "The plug-in compares versions as text, byte by byte: 4.10 is lower than 4.7, so it refuses an Eclipse 4.10. A "
+          "minimum between 4.2 and 4.9 refuses some or all versions from 4.10 on.",
       .fix = "set the minimum to 4.10 or later, or do not set it",
       .bad = product(session("install", user_choice("ide/eclipse", R"(, "ECLIPSE_MIN_SUPPORTED_VERSION": "4.7")"), tools),
                      {{"ide/configuration/config.ini", "eclipse.buildId=4.10.0\n"}}),
@@ -558,8 +558,8 @@ Rule minimum_version_of_another_kind() {
       .severity = Severity::warning,
       .title = "the minimum version does not look like the version of an Eclipse instance",
       .why =
-          "It is compared as text with the eclipse.buildId of the instance, such as 4.26.0.v20221123-1800. The name of a "
-          "release, such as 2022-12, compares lower than the version of any Eclipse 4, so it refuses none.",
+          "The plug-in compares it as text with the eclipse.buildId of the instance, such as 4.26.0.v20221123-1800. The name "
+          "of a release, such as 2022-12, compares lower than the version of any Eclipse 4, so it refuses none.",
       .fix = "write a version such as 4.26",
       .bad = product(session("install", user_choice("ide/eclipse", R"(, "ECLIPSE_MIN_SUPPORTED_VERSION": "2022-12")"), tools),
                      {{"ide/configuration/config.ini", "eclipse.buildId=4.10.0\n"}}),

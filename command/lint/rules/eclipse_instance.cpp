@@ -36,9 +36,9 @@ Rule instance_damaged() {
       .title = "the Eclipse instance is damaged",
       .why =
           "A director that is stopped while it writes leaves the newest state of the p2 profile incomplete, config.ini without "
-          "settings, or bundles.info without bundles; then every director fails, or Eclipse does not start what is installed. "
-          "The newest state lacks most of the units if two directors have worked at the same time. p2 never goes back to an "
-          "older state.",
+          "settings, or bundles.info without bundles; then every director fails, or Eclipse does not start the installed "
+          "bundles. After two directors have worked at the same time, the newest state lacks most of the units. p2 never goes "
+          "back to an older state by itself.",
       .fix = "run \"eclipse-int repair\" with the path of the Eclipse executable",
       .bad = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'"}}),
       .good = product(user_session(), {{profile_name, "<profile><units><unit id='local.ide'/></units></profile>\n"}}),
@@ -95,12 +95,12 @@ Rule instance_not_writable() {
       .name = "instance-not-writable",
       .group = Group::eclipse,
       .severity = Severity::warning,
-      .title = "the user who runs lint must not write to the Eclipse instance",
+      .title = "the user who runs lint has no permission to write to the Eclipse instance",
       .why =
-          "If the installer runs as this user, and it is the directory of the instance itself, Eclipse keeps its configuration "
-          "in the directory .eclipse of the user's home: the features are installed there, for this user alone, and the "
-          "director reports success. Without such a home it fails, and so it does if it is a directory in the instance.",
-      .fix = "run the installer as a user who may write there; if it is another user than now, do nothing",
+          "If the installer runs as this user and cannot write to the directory of the instance itself, Eclipse uses the "
+          "directory .eclipse in the user's home: the director installs the features there, for this user alone, and reports "
+          "success. It fails if there is no such home, or if only a directory in the instance is not writable.",
+      .fix = "run the installer as a user who can write there; if it already runs as another user, do nothing",
       .bad = product(user_session(), {{.name = "ide/p2/", .permissions = 0555}}),
       .good = product(user_session()),
       .check =
@@ -139,31 +139,30 @@ Sample product_with_installed(const std::string& installed_jar) {
 }
 
 Rule other_build_installed() {
-  return {
-      .name = "other-build-installed",
-      .group = Group::eclipse,
-      .severity = Severity::warning,
-      .title = "the instance has another build of a bundle, with the same version",
-      .why =
-          "The director takes two files of the same id and version for the same. It keeps the one that the instance has, and "
-          "reports success.",
-      .fix = "build it again with a higher version",
-      .bad = product_with_installed("PK of an older build"),
-      .good = product_with_installed(empty_jar()),
-      .check =
-          [](const Input& input, Reporter& reporter) {
-            if (!input.session || input.session->run.commands.empty() || !input.needed) return;
-            const fs::path instance = instance_directory(input.session->executable);
-            const NeededUnits& needed = *input.needed;
-            const Sites& sites = needed.sites();
-            for (const auto& [site, record] : sites) {
-              const std::string jar = other_build_in(instance, *site, needed);
-              if (jar.empty()) continue;
-              reporter.report(record->location(0), "the Eclipse instance has another build of plugins/" + jar + " than " +
-                                                       in_quotes(record->repository()) + ", and keeps it");
-            }
-          },
-      .concerns_removals = false};
+  return {.name = "other-build-installed",
+          .group = Group::eclipse,
+          .severity = Severity::warning,
+          .title = "the instance has another build of a bundle, with the same version",
+          .why =
+              "The director treats two files with the same id and version as identical. It keeps the one in the instance, and "
+              "reports success.",
+          .fix = "build it again with a higher version",
+          .bad = product_with_installed("PK of an older build"),
+          .good = product_with_installed(empty_jar()),
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                if (!input.session || input.session->run.commands.empty() || !input.needed) return;
+                const fs::path instance = instance_directory(input.session->executable);
+                const NeededUnits& needed = *input.needed;
+                const Sites& sites = needed.sites();
+                for (const auto& [site, record] : sites) {
+                  const std::string jar = other_build_in(instance, *site, needed);
+                  if (jar.empty()) continue;
+                  reporter.report(record->location(0), "the Eclipse instance has another build of plugins/" + jar + " than " +
+                                                           in_quotes(record->repository()) + ", and keeps it");
+                }
+              },
+          .concerns_removals = false};
 }
 
 }  // namespace

@@ -104,8 +104,8 @@ Rule feature_without_group_suffix() {
           .severity = Severity::warning,
           .title = "the id of a feature does not end in .feature.group",
           .why =
-              "The director knows a feature by its id followed by .feature.group. If it does not find a feature, the command "
-              "for all features fails.",
+              "The director knows a feature only by its id followed by .feature.group. If it does not find a feature, the "
+              "command for all features fails.",
           .fix = "append .feature.group to the id",
           .bad = descriptor("sites/alpha\torg.example.alpha\n"),
           .good = good_descriptor(),
@@ -169,7 +169,7 @@ void report_missing(const MissingFeature& missing, const UnitVersions& units, Re
   if (!id.ends_with(group_suffix) && !group_in(units, id).empty()) return;
   const auto nearest = nearest_features(units, id);
   reporter.report(missing.severity, missing.unit.location(), "no repository has " + in_quotes(id) + missing.but(),
-                  nearest.empty() ? "publish the feature; the repositories have none at all"
+                  nearest.empty() ? "publish the feature; the repositories offer no features"
                                   : "write an id that the repositories have: " + each_in_quotes(nearest),
                   in_other_case(units, missing.unit));
 }
@@ -194,8 +194,7 @@ Rule feature_not_found() {
                   if (input.session && !is_readable_in_locale(unit.text)) {
                     reporter.report(unit.location(),
                                     in_quotes(unit.text) +
-                                        " has other characters than ASCII, which the director cannot read in "
-                                        "the locale that is set",
+                                        " has non-ASCII characters, which the director cannot read in the current locale",
                                     "set a locale with UTF-8 for the installer, such as LC_ALL=C.UTF-8");
                     return;
                   }
@@ -254,8 +253,8 @@ Rule unit_not_a_feature() {
           .severity = Severity::warning,
           .title = "a bundle or a product is listed as a feature",
           .why =
-              "The director installs it, but no feature groups it with what it requires. If it is a product, its removal may "
-              "delete the launcher.",
+              "The director installs it, but no feature groups it with the units that it requires. If it is a product, its "
+              "removal may delete the launcher.",
           .fix = "make a feature that contains it, and write that feature's id followed by .feature.group",
           .bad = component("site\torg.example.one\n",
                            {{"tools/site/content.xml",
@@ -331,9 +330,9 @@ Rule feature_pinned() {
       .severity = Severity::warning,
       .title = "a feature is pinned to a version",
       .why =
-          "When another version has replaced this one, the director does not find it to remove it, and removes nothing. Two "
-          "versions of a feature cannot be installed together: the command for all features fails, and then the one for the "
-          "second version.",
+          "Once another version has replaced this one, the director does not find this one to remove it, and removes nothing. "
+          "Two versions of a feature cannot be installed together: the command for all features fails, and so does the retry "
+          "for the second version.",
       .fix = "write the id without a version",
       .bad = descriptor("sites/alpha\torg.example.alpha.feature.group/1.0.0\n"),
       .good = good_descriptor(),
@@ -369,8 +368,8 @@ Rule comma_in_feature() {
       .title = "a feature contains a comma",
       .why =
           "The director reads several features, but the plug-in treats them as one: they have one place in the install order, "
-          "duplicates of them are not recognised, and when the command for all features fails, they are tried together. "
-          "The director ignores a comma after a feature. A comma before a feature becomes part of its id, which is not "
+          "the plug-in does not recognise duplicates of them, and it tries them together if the command for all features "
+          "fails. The director ignores a comma after a feature. A comma before a feature becomes part of its id, which is not "
           "found.",
       .fix = "write a line for each feature",
       .bad = descriptor("sites/alpha\torg.example.alpha.feature.group,org.example.beta.feature.group\n"),
@@ -386,7 +385,7 @@ Rule feature_looks_like_option() {
           .severity = Severity::error,
           .title = "a feature begins with \"-\"",
           .why =
-              "The director reads it as an option. If it is the first of the list, the command for all features fails; tried "
+              "The director reads it as an option. If it is first in the list, the command for all features fails; tried "
               "alone, it always fails.",
           .fix = "correct the id",
           .bad = descriptor("sites/alpha\t-org.example.alpha.feature.group\n"),
@@ -416,8 +415,8 @@ Rule feature_needs_shell_quoting() {
           .severity = Severity::error,
           .title = "a feature contains a space or a shell metacharacter",
           .why =
-              "The plug-in does not quote it. The shell runs, expands or splits what the package says, and the command for all "
-              "features fails.",
+              "The plug-in does not quote it. The shell splits the feature, expands it or runs a part of it, and the command "
+              "for all features fails.",
           .fix = "correct the id; ids consist of letters, digits, \".\", \"_\" and \"-\"",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group;echo\n"),
           .good = good_descriptor(),
@@ -453,8 +452,8 @@ Rule feature_empty() {
           .severity = Severity::error,
           .title = "a line has a repository but no feature",
           .why =
-              "The director loads the repository and takes from it what features of other lines require. It installs none of "
-              "the repository's features by name.",
+              "The director loads the repository and takes from it the units that features of other lines require. It installs "
+              "none of the repository's features by name.",
           .fix = "write the feature, or delete the line",
           .bad = descriptor("sites/alpha\t\t\n"),
           .good = good_descriptor(),
@@ -467,8 +466,8 @@ Rule feature_empty() {
                   if (!serves_others) return reporter.report(record.location(0), std::move(message));
                   if (!may_offer_features(record)) return;
                   reporter.report(Severity::note, record.location(0), std::move(message),
-                                  "if the repository only has what features of other lines require, do nothing; otherwise "
-                                  "write the feature");
+                                  "if the repository only has units that features of other lines require, do nothing; "
+                                  "otherwise write the feature");
                 });
               },
           .concerns_removals = false};
@@ -501,7 +500,9 @@ Rule feature_from_two_repositories() {
       .group = Group::features,
       .severity = Severity::note,
       .title = "a feature is listed with two repositories",
-      .why = "The director does not look for a feature in one repository: it installs the highest version from any of them.",
+      .why =
+          "The director does not look for a feature in the repository of its line: it installs the highest version from any "
+          "repository.",
       .fix = "list it once if both repositories belong to the same product",
       .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\nsites/more\torg.example.alpha.feature.group\n"
                         "sites/more\torg.example.beta.feature.group\n"),
@@ -556,8 +557,8 @@ Rule other_version_installed() {
       .severity = Severity::error,
       .title = "the instance has another version of a feature, which the director does not replace",
       .why =
-          "The director does not replace it. \"eclipse-int run\" refuses the run if the installed version is older; with "
-          "another installer, the command for all features fails, unless the two versions have no singleton bundle in common.",
+          "\"eclipse-int run\" refuses the run if the installed version is older. With another installer, the command for all "
+          "features fails, unless the two versions have no singleton bundle in common.",
       .fix = "run \"eclipse-int run --update\", with --allow-downgrade if the installed version is newer",
       .bad = product(internal_session(), {{profile_name, profile_with_root("0.9.0")}}),
       .good = product(internal_session(), {{profile_name, profile_with_root("1.0.0")}}),

@@ -32,8 +32,8 @@ void check_version(const Record& record, const std::string& id, const std::strin
     reporter.report(record.location(1), of_feature + ", which the director reads as 0.0.0");
   } else if (version.ends_with(literal)) {
     reporter.report(Severity::warning, record.location(1), of_feature + ": \"qualifier\" is not replaced",
-                    "have the build replace \"qualifier\", for example by a time; otherwise every build has the same version, "
-                    "higher than those with a time, and no later one replaces it");
+                    "let the build replace \"qualifier\", for example by a time; otherwise every build has the same version, "
+                    "which is higher than any version with a time, so no later build replaces it");
   }
 }
 
@@ -41,7 +41,7 @@ Rule unit_version_invalid() {
   return {.name = "unit-version-invalid",
           .group = Group::features,
           .severity = Severity::error,
-          .title = "a repository offers a feature in a version that is not one of OSGi",
+          .title = "a repository offers a feature in a version that is not an OSGi version",
           .why =
               "The director reads the version as 0.0.0 and looks for the files of that version, which do not exist. If the "
               "build left \"qualifier\" in the version, all builds have the same one.",
@@ -84,8 +84,7 @@ std::string what_there_is(const UnmetRequirement& unmet) {
 /// For one that is not certain, one would have to know the instance.
 void report_unmet(const UnmetRequirement& unmet, Reporter& reporter) {
   const Requirement& requirement = *unmet.requirement;
-  const std::string ship =
-      "ship it in such a version, or build " + in_quotes(unmet.unit.id) + " with the version that there is";
+  const std::string ship = "ship it in such a version, or build " + in_quotes(unmet.unit.id) + " with the available version";
   reporter.report(unmet.is_certain ? Severity::error : Severity::warning, unmet.record->location(1),
                   in_quotes(text_of(unmet.unit)) + " requires " + text_of_range(requirement.range) + " of " +
                       in_quotes(requirement.name) + what_there_is(unmet),
@@ -110,12 +109,12 @@ Rule requirement_not_met() {
   return {.name = "requirement-not-met",
           .group = Group::features,
           .severity = Severity::error,
-          .title = "what a feature requires is there, but not in this version or not for this system",
+          .title = "a unit that a feature requires is available, but not in a suitable version or not for this system",
           .why =
-              "The director reports that the requirement could not be found, so the command for all features fails. Compared "
-              "are the versions and filters in the repositories and in the instance, where the director has no choice. What is "
-              "in neither is not reported.",
-          .fix = "ship what is required, or correct the requirement",
+              "The director reports that the requirement could not be found, so the command for all features fails. Lint "
+              "compares the versions and filters in the repositories and in the instance, where the director has no choice. It "
+              "does not report a requirement that is in neither.",
+          .fix = "ship the required unit, or correct the requirement",
           .bad = component_with_unit("1.0.0", required_unit("[1.0.0.v1,1.0.0.v1]", "")),
           .good = component_with_unit("1.0.0", required_unit("[1.0.0.v2,1.0.0.v2]", "(osgi.os=linux)")),
           .check = check_requirements,
@@ -141,7 +140,7 @@ Rule feature_empty_on_this_system() {
   return {.name = "feature-empty-on-this-system",
           .group = Group::features,
           .severity = Severity::warning,
-          .title = "a feature requires all that it has for other systems only",
+          .title = "a feature has bundles for other systems only",
           .why = "The director installs the feature without a single bundle, and reports success.",
           .fix = "include the bundles for this system, or delete the line",
           .bad = component_with_unit("1.0.0", required_unit("0.0.0", "", for_windows)),
@@ -188,9 +187,9 @@ Rule qualifiers_compared_as_text() {
   return {.name = "qualifiers-compared-as-text",
           .group = Group::features,
           .severity = Severity::note,
-          .title = "of two versions of a feature, the one with the lower number in its qualifier is the higher one",
+          .title = "p2 takes the version with the lower number in its qualifier for the higher one",
           .why = "p2 compares qualifiers as text, so the director takes 1.0.0.b9 rather than 1.0.0.b10.",
-          .fix = "write the number with as many digits each time, such as b09, or a time, such as 202401311200",
+          .fix = "write the number with a fixed number of digits, such as b09, or write a time, such as 202401311200",
           .bad = component_with_unit("1.0.0.b9", "</unit>\n  <unit id='org.example.one.feature.group' version='1.0.0.b10'>"),
           .good = component_with_unit("1.0.0.b09", "</unit>\n  <unit id='org.example.one.feature.group' version='1.0.0.b10'>"),
           .check =

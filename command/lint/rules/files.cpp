@@ -292,8 +292,8 @@ Rule not_a_descriptor() {
       .severity = Severity::error,
       .title = "a file below etc/eclipse/ is not a descriptor file",
       .why =
-          "It is read as a descriptor file: each of its lines with a tab is data. If there are any, no repository has these "
-          "features, so the command for all features fails.",
+          "The plug-in reads it as a descriptor file: each of its lines with a tab is data. If there are such lines, no "
+          "repository has their features, so the command for all features fails.",
       .fix = "move it out of etc/eclipse/",
       .bad = {"tools",
               {{"tools/etc/eclipse/README.md", "# Tools\n\nSee\tthe manual.\n"}, {"tools/site/content.xml", content_of_one}}},
@@ -426,7 +426,7 @@ Rule package_differs() {
       .name = "package-differs",
       .group = Group::files,
       .severity = Severity::warning,
-      .title = "a component's directory has other files than its package, as of another release",
+      .title = "a component's directory has other files than its package, such as those of another release",
       .why =
           "The files of the package are those of the directory in \"scan\", but the plug-in reads descriptor files, and the "
           "director repositories, in the component's directory.",

@@ -96,7 +96,7 @@ Rule feature_in_third_column() {
           .why =
               "Column 2 is empty, so nothing is installed; column 3 is ignored. The line still takes a place in the install "
               "order, and the director still loads its repository.",
-          .fix = "separate the repository and the feature with one tab; further tabs cannot align columns",
+          .fix = "separate the repository and the feature with one tab; do not align columns with more tabs",
           .bad = descriptor("Repository\tFeature\nsites/alpha\t\torg.example.alpha.feature.group\n"),
           .good = good_descriptor(),
           .check =
@@ -143,7 +143,7 @@ Rule space_around_column() {
           .why =
               "Nothing is trimmed. In column 1 the space splits the list of repositories, so every command of the session "
               "fails. In column 2 it splits the list of features, so the command for all features fails, and each is tried "
-              "alone, which is a warning. It is harmless at the very end of such a list.",
+              "alone; this is only a warning. The space is harmless at the very end of such a list.",
           .fix = "remove the space",
           .bad = descriptor("Repository\tFeature\n"
                             "sites/alpha \torg.example.alpha.feature.group\n"
@@ -181,9 +181,9 @@ Rule quoted_column() {
           .severity = Severity::error,
           .title = "a repository or a feature is quoted",
           .why =
-              "The plug-in keeps the quotes, so the name of an archive no longer ends in .zip. The shell removes quotes in "
-              "pairs, so that the director gets what is between them, which is a warning. An unpaired quote is a syntax error: "
-              "in column 1 in every command of the session, in column 2 in the command for all features.",
+              "The plug-in keeps the quotes, so the name of an archive no longer ends in .zip. The shell removes paired "
+              "quotes, and the director gets the text between them; this is only a warning. An unpaired quote is a syntax "
+              "error: in column 1 in every command of the session, in column 2 in the command for all features.",
           .fix = "remove the quotes",
           .bad = descriptor("Repository\tFeature\n\"sites/alpha\"\t\"org.example.alpha.feature.group\n"),
           .good = good_descriptor(),

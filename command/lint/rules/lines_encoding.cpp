@@ -27,8 +27,8 @@ Rule byte_order_mark() {
           .severity = Severity::error,
           .title = "the file begins with a UTF-8 byte-order mark",
           .why =
-              "The mark becomes part of column 1. A header with it is data, and its second column a feature that no "
-              "repository has. A repository with it does not exist.",
+              "The mark becomes part of column 1. A header that begins with it is data, and its second column is a feature "
+              "that no repository has. A repository that begins with it does not exist.",
           .fix = "save the file without a byte-order mark",
           .bad = descriptor("\xEF\xBB\xBFRepository\tFeature\nsites/alpha\torg.example.alpha.feature.group\n"),
           .good = good_descriptor(),
@@ -66,9 +66,9 @@ Rule not_8_bit_text() {
           .severity = Severity::error,
           .title = "the file is UTF-16 or contains zero bytes",
           .why =
-              "The file is read byte by byte, so zero bytes become part of the director command. No shell accepts such a "
-              "command: eclipse-int does not run it and reports exit code 126. An installer that passes it as a C string "
-              "loses everything after the first zero byte; the director is then asked for nothing, and succeeds with exit "
+              "The plug-in reads the file byte by byte, so zero bytes become part of the director command. No shell accepts "
+              "such a command: eclipse-int does not run it and reports exit code 126. An installer that passes it as a C "
+              "string loses everything after the first zero byte; the director then has nothing to do, and succeeds with exit "
               "code 0.",
           .fix = "save the file as ASCII, or as UTF-8 without a byte-order mark",
           .bad = descriptor(in_utf_16("site\torg.example.alpha.feature.group\n")),
@@ -100,7 +100,7 @@ Rule cr_line_endings() {
           .group = Group::lines,
           .severity = Severity::error,
           .title = "the lines end in CR instead of LF",
-          .why = "Only line feeds end a line. The whole file is one line, with one record at most.",
+          .why = "Only line feeds end a line, so the whole file is one line, with one record at most.",
           .fix = "save the file with LF line endings",
           .bad = descriptor("Repository\tFeature\rsites/alpha\torg.example.alpha.feature.group\r"),
           .good = good_descriptor(),
@@ -175,8 +175,8 @@ Rule invisible_character() {
           .severity = Severity::error,
           .title = "a repository or a feature contains a control character or an invisible character",
           .why =
-              "Nothing is trimmed or converted, so the character is part of the name, which then differs from the name that "
-              "it looks like. The repository does not exist, or no repository has the feature.",
+              "The plug-in trims and converts nothing, so the character is part of the name, although the name looks right "
+              "without it. The repository does not exist, or no repository has the feature.",
           .fix = "delete the character, or replace it with a plain space or a tab",
           .bad = descriptor("sites/alpha\torg.example.alpha\xC2\xA0.feature.group\n"),
           .good = good_descriptor(),

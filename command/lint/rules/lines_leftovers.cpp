@@ -63,7 +63,7 @@ Rule placeholder_not_replaced() {
           .why =
               "The plug-in replaces nothing. The shell expands \"${...}\" to the value of an environment variable, which is "
               "usually empty, or finds a syntax error.",
-          .fix = "have the build replace it in descriptor files",
+          .fix = "let the build replace it in descriptor files",
           .bad = descriptor("sites/one-${project.version}.zip\torg.example.one.feature.group\n"),
           .good = good_descriptor(),
           .check =

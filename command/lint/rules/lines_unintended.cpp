@@ -23,7 +23,7 @@ namespace {
 /// Without a tab the line is ignored. What begins with slashes may also be a path.
 Correction spaces_for_tabs(const Record& record) {
   const std::string_view text = record.line->text;
-  Correction correction{"replace the tabs by spaces", !trimmed(text).starts_with("//"), {}};
+  Correction correction{"replace the tabs with spaces", !trimmed(text).starts_with("//"), {}};
   for (std::size_t at = 0; (at = text.find('\t', at)) != text.npos; ++at) {
     correction.edits.push_back(record.descriptor->edit(*record.line, at, 1, " "));
   }

@@ -128,7 +128,7 @@ Rule removal_after_deletion() {
       .name = "removal-after-deletion",
       .group = Group::removal,
       .severity = Severity::error,
-      .title = "features are to be removed after their descriptor files were deleted",
+      .title = "a session removes features whose descriptor files are already deleted",
       .why =
           "The plug-in reads the features from the descriptor files. Without the files the run logs \"feature list is "
           "empty\" and reports success, and the features stay installed.",

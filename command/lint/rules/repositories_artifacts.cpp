@@ -48,9 +48,9 @@ Rule artifact_checksum_wrong() {
           .severity = Severity::error,
           .title = "a jar of a repository has another checksum than the repository lists",
           .why =
-              "The director refuses the jar. The command for all features fails, also for those of other repositories; each "
-              "feature is then tried alone. Compared are the jars of the named features, up to 256 MiB each.",
-          .fix = "publish the repository again, and check that no jar is replaced, signed or converted afterwards",
+              "The director refuses the jar. The command for all features fails, including those of other repositories; each "
+              "feature is then tried alone. Lint compares the jars of the named features, up to 256 MiB each.",
+          .fix = "publish the repository again, and make sure that nothing replaces, signs or converts a jar afterwards",
           .bad = component_with_jar("d41d8cd98f00b204e9800998ecf8427e"),
           .good = component_with_jar(md5_of_empty_jar),
           .check = [](const Input& input,
@@ -77,9 +77,9 @@ Rule artifact_altered_after_signing() {
           .severity = Severity::error,
           .title = "a signed jar of a repository was altered after it was signed",
           .why =
-              "The director refuses the jar, also if its checksum was listed anew. The command for all features fails, also "
-              "for those of other repositories; each feature is then tried alone. Examined are the jars of the named features, "
-              "up to 256 MiB each.",
+              "The director refuses the jar, even if the repository lists its new checksum. The command for all features "
+              "fails, including those of other repositories; each feature is then tried alone. Lint examines the jars of the "
+              "named features, up to 256 MiB each.",
           .fix = "sign the jar again, or delete its signature (META-INF/*.SF and *.RSA), and publish the repository again",
           .bad = site_with_signed_jar("altered"),
           .good = site_with_signed_jar("abc"),
@@ -105,9 +105,9 @@ Rule artifact_of_other_bundle() {
       .severity = Severity::error,
       .title = "a jar of a repository is another bundle, or another version, than the repository lists",
       .why =
-          "The director installs the jar and reports success, but Eclipse starts what the manifest of the jar names. The "
-          "bundle that the p2 profile lists is then missing. Compared are Bundle-SymbolicName and Bundle-Version of the named "
-          "features' bundles.",
+          "The director installs the jar and reports success, but Eclipse starts the bundle that the manifest of the jar "
+          "names. The bundle in the p2 profile is then missing. Lint compares Bundle-SymbolicName and Bundle-Version of the "
+          "named features' bundles.",
       .fix = "publish the repository again from the jar",
       .bad = site_with_bundle("1.0.1"),
       .good = site_with_bundle("1.0.0"),
@@ -135,8 +135,8 @@ Rule artifact_in_two_builds() {
           .severity = Severity::warning,
           .title = "two repositories have different files for one artifact",
           .why =
-              "The director takes files of the same id and version for the same, and installs one of them. A feature may get a "
-              "bundle that it was not built with.",
+              "The director treats files with the same id and version as identical, and installs one of them. A feature may "
+              "get a bundle that it was not built with.",
           .fix = "build each artifact once, or give each build its own version",
           .bad = two_sites("d41d8cd98f00b204e9800998ecf8427e"),
           .good = component_with_jar(md5_of_empty_jar),

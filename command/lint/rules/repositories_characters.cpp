@@ -86,7 +86,7 @@ Rule repository_needs_shell_quoting() {
           .severity = Severity::error,
           .title = "a repository contains a shell metacharacter",
           .why =
-              "The plug-in does not quote it. The shell runs, expands or redirects what the package says, or finds a syntax "
+              "The plug-in does not quote it. The shell expands the path, runs a part of it, redirects to it or finds a syntax "
               "error, and every command of the session fails. Archives are in double quotes, where only \"$\", \"`\", \"\\\" "
               "and quotes are metacharacters.",
           .fix = "rename the repository",
@@ -112,7 +112,7 @@ Rule glob_in_repository() {
       .title = "the path of a directory contains a shell glob",
       .why =
           "The plug-in does not quote directories. The shell expands \"*\", \"?\" and \"[\" to matching file names. Here the "
-          "path is unchanged, because no file name of the working directory matches the whole URL; where one does, that is an "
+          "path is unchanged, because no file name in the working directory matches the whole URL; where one does, this is an "
           "error. Archives are quoted.",
       .fix = "rename the repository",
       .bad = component("si*te\torg.example.one.feature.group\n", {{"tools/si*te/content.xml", content_of_one}}),
@@ -146,8 +146,8 @@ void check_utf_8(const Input& input, const Record& record, Reporter& reporter) {
   } else if (const bool is_readable = eclipse_p2::is_readable_in_locale(text);
              !is_readable || !eclipse_p2::is_readable_in_locale(base_of(input, record))) {
     reporter.report(input.session ? Severity::error : Severity::warning, record.location(0),
-                    "the path has other characters than ASCII" + (is_readable ? in_directory_of(record) : "") +
-                        ", which the director cannot read in the locale that is set",
+                    "the path has non-ASCII characters" + (is_readable ? in_directory_of(record) : "") +
+                        ", which the director cannot read in the current locale",
                     "set a locale with UTF-8 for the installer, such as LC_ALL=C.UTF-8, or rename the repository");
   }
 }
@@ -158,8 +158,8 @@ Rule repository_not_utf_8() {
           .severity = Severity::error,
           .title = "a repository is not valid UTF-8, or not ASCII in a locale without UTF-8",
           .why =
-              "The director cannot load a repository whose path it cannot read: one that is not valid UTF-8; or, in a locale "
-              "without UTF-8, as C or POSIX, or when none is set, one with other characters than ASCII.",
+              "The director cannot load a repository whose path it cannot read: a path that is not valid UTF-8; or, if the "
+              "locale is unset or has no UTF-8, such as C or POSIX, a path with non-ASCII characters.",
           .fix = "rename the repository, preferably with ASCII characters only",
           .bad = descriptor("sites/b\xE4r\torg.example.alpha.feature.group\n"),
           .good = descriptor("sites/baer\torg.example.alpha.feature.group\n"),
@@ -251,9 +251,9 @@ Rule backslash_in_repository() {
       .severity = Severity::error,
       .title = "a repository contains a backslash",
       .why =
-          "The plug-in converts backslashes to slashes only in listed file names. Here the shell removes them from the path "
-          "of a directory, and the director looks for an archive with a backslash in its name. Where there is one, it is "
-          "loaded, and this is a warning.",
+          "The plug-in converts backslashes to slashes only in listed file names. Here the shell removes them from the path of "
+          "a directory, and the director looks for an archive with a backslash in its name. If there is one, the director "
+          "loads it, and this is a warning.",
       .fix = "separate directories with \"/\"",
       .bad = descriptor("sites\\alpha\torg.example.alpha.feature.group\n"),
       .good = good_descriptor(),

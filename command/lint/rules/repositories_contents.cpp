@@ -39,7 +39,7 @@ std::string fix_of(const std::string& error) {
        {"is encrypted", "pack the archive again, without a password"},
        {"Pack200", "publish the repository again, without Pack200"},
        {"has backslashes", "pack the archive again, with a program that writes slashes"},
-       {"is not UTF-8", "save the file in UTF-8, or have its first line name its encoding"}}};
+       {"is not UTF-8", "save the file in UTF-8, or name its encoding in its first line"}}};
   if (error.starts_with("p2.index ")) return "correct the order in p2.index, or delete the file";
   const auto found =
       std::find_if(fixes.begin(), fixes.end(), [&](const auto& fix) { return error.find(fix.first) != std::string::npos; });
@@ -133,7 +133,7 @@ void report_missing(const Record& record, Reporter& reporter) {
   const std::string text(record.repository());
   if (!in_other_spelling(record.config->base_dir, text, differ_in_normalization).empty()) {
     return reporter.report(record.location(0),
-                           message + "; what is there has the same name in another Unicode normalization (NFD or NFC)",
+                           message + "; an existing path has the same name in another Unicode normalization (NFD or NFC)",
                            "rename it to " + in_quotes(text) + ", as the descriptor file has it");
   }
   const std::string path = path_from_component(record);
@@ -151,7 +151,7 @@ Rule repository_missing() {
           .title = "a repository does not exist",
           .why =
               "If the director can load another repository, it only prints that there were errors, and does not find the "
-              "features of this one. Otherwise it fails.",
+              "features of the missing one. Otherwise it fails.",
           .fix = "ship the repository with the component, or correct the path",
           .bad = component(line_of_one, {{"tools/Site/content.xml", content_of_one}}),
           .good = good_component(),
@@ -212,7 +212,8 @@ std::string fix_of_missing_child(const Record& record, const std::string& child)
   if (child.starts_with('/') && fs::exists(child, error)) {
     const fs::path composite = fs::weakly_canonical(record.config->base_dir / fs::path(record.repository()), error);
     const std::string location = fs::weakly_canonical(child, error).lexically_relative(composite).string();
-    return "write " + in_quotes(location) + "; the director takes the location as relative to the composite, also with a \"/\"";
+    return "write " + in_quotes(location) +
+           "; the director takes the location as relative to the composite, even with a leading \"/\"";
   }
   return "ship that repository, too, or remove it from the composite";
 }
@@ -256,8 +257,8 @@ constexpr const char* content_of_two =
 std::string fix_of_ignored(const IgnoredMetadata& ignored) {
   const bool is_file = ignored.name.find('<') == std::string::npos;
   const std::string where = ignored.child.empty() ? "" : " in " + in_quotes(ignored.child);
-  return is_file ? "delete " + ignored.name + where + ", or make " + ignored.read_instead + " anew with what it contains"
-                 : "move what is in it to the first one";
+  return is_file ? "delete " + ignored.name + where + ", or recreate " + ignored.read_instead + " from it"
+                 : "move its content to the first one";
 }
 
 Rule repository_metadata_ignored() {
@@ -267,10 +268,10 @@ Rule repository_metadata_ignored() {
       .severity = Severity::warning,
       .title = "a repository has metadata that the director ignores",
       .why =
-          "The director reads content.jar, or else content.xml, or else content.xml.xz, or else a composite, if p2.index does "
-          "not name another order, and likewise the list of artifacts. Of two <units> elements in a file it reads the first. "
-          "It does not look at the others, whatever they offer.",
-      .fix = "delete what is ignored, or move it to what the director reads",
+          "The director reads only the first that exists of content.jar, content.xml, content.xml.xz and a composite, unless "
+          "p2.index names another order; the same holds for the list of artifacts. Of two <units> elements in a file it reads "
+          "the first.",
+      .fix = "delete the ignored metadata, or move its content to the file that the director reads",
       .bad = component(line_of_one, {{"tools/site/content.xml", content_of_two},
                                      {.name = "tools/site/content.jar", .entries = {{"content.xml", content_of_one}}}}),
       .good = component(line_of_one, {{"tools/site/content.xml", content_of_one},
@@ -282,7 +283,7 @@ Rule repository_metadata_ignored() {
                 reporter.report(record->location(0),
                                 "the director ignores " + ignored.name + " of " +
                                     (ignored.child.empty() ? "" : in_quotes(ignored.child) + ", a child of the composite ") +
-                                    in_quotes(record->repository()) + ", which has another content, since it reads " +
+                                    in_quotes(record->repository()) + ", which has different content, since it reads " +
                                     ignored.read_instead,
                                 fix_of_ignored(ignored));
               }
@@ -301,10 +302,10 @@ Rule repository_not_examined() {
           .severity = Severity::note,
           .title = "a repository cannot be examined completely",
           .why =
-              "The director may be able to load all of it. What it provides is unknown here, so the features of its lines "
-              "are not looked for, and no rule reports missing artifacts or repositories that are not used. Of a jar that is "
-              "too large, no rule compares the checksum or the signature.",
-          .fix = "if the director has access to all of it, do nothing; otherwise ship everything with the component",
+              "The director may be able to load all of it. Lint does not know its units, so it does not look for the features "
+              "of its lines, and reports no missing artifacts and no unused repositories. It does not compare the checksum or "
+              "the signature of a jar that is too large.",
+          .fix = "if the director has access to the whole repository, do nothing; otherwise ship all of it with the component",
           .bad = component(line_of_one, {{"tools/site/compositeContent.xml", composite_with_remote_child}}),
           .good = good_component(),
           .check =
@@ -473,7 +474,7 @@ Rule repository_without_artifacts() {
           .title = "a repository lacks artifacts of its units, or the list of them",
           .why =
               "The director finds the features but not their files, so the command for all features fails. It looks for a file "
-              "only where the first matching rule in <mappings> of artifacts.xml leads, also if that is another machine.",
+              "only where the first matching rule in <mappings> of artifacts.xml leads, even if that is on another machine.",
           .fix = publish_again,
           .bad = component_with(content_of_files),
           .good = component(line_of_one, {{"tools/site/content.xml", content_of_files},
@@ -509,8 +510,8 @@ Rule artifact_damaged() {
       .title = "a jar of a repository is not a whole zip archive, or has another size than the repository lists",
       .why =
           "If the repository lists a checksum, the director does not accept the jar, so the command for all features fails. "
-          "Otherwise it may install the jar and report success, but Eclipse does not start the bundle. Of archives, the "
-          "jars of the named features are examined, up to 256 MiB each.",
+          "Otherwise it may install the jar and report success, but Eclipse does not start the bundle. In archives, lint "
+          "examines only the jars of the named features, up to 256 MiB each.",
       .fix = publish_again,
       .bad = component(line_of_one, {{"tools/site/content.xml", content_of_files},
                                      {"tools/site/artifacts.xml", artifacts_of_files},
@@ -566,20 +567,19 @@ void check_use(const Input& input, Reporter& reporter) {
 }
 
 Rule unused_repository() {
-  return {
-      .name = "unused-repository",
-      .group = Group::repositories,
-      .severity = Severity::warning,
-      .title = "a repository has none of the listed features",
-      .why =
-          "Other repositories have them. Every start of the director loads this one, although it can contribute nothing but "
-          "what the features require.",
-      .fix = "list the features that it is meant for; or, if no other feature requires what it has, delete its lines",
-      .bad = component("site\torg.example.one.feature.group\nother\torg.example.one.feature.group\n",
-                       {{"tools/site/content.xml", content_of_one}, {"tools/other/content.xml", content_of_two}}),
-      .good = good_component(),
-      .check = check_use,
-      .concerns_removals = false};
+  return {.name = "unused-repository",
+          .group = Group::repositories,
+          .severity = Severity::warning,
+          .title = "a repository has none of the listed features",
+          .why =
+              "Other repositories have them. Every start of the director loads this one, although it can contribute only units "
+              "that the features require.",
+          .fix = "list the features that it was shipped for; or, if no feature requires its units, delete its lines",
+          .bad = component("site\torg.example.one.feature.group\nother\torg.example.one.feature.group\n",
+                           {{"tools/site/content.xml", content_of_one}, {"tools/other/content.xml", content_of_two}}),
+          .good = good_component(),
+          .check = check_use,
+          .concerns_removals = false};
 }
 
 }  // namespace

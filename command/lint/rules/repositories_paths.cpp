@@ -171,7 +171,7 @@ Rule repository_spelled_differently() {
           .group = Group::repositories,
           .severity = Severity::warning,
           .title = "one repository is spelled in several ways",
-          .why = "How the installer normalises paths decides whether the director gets the repository once or several times.",
+          .why = "The director gets the repository once or several times, depending on how the installer normalises paths.",
           .fix = "spell it the same way everywhere",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\n./sites/alpha\torg.example.beta.feature.group\n"),
           .good = descriptor("sites/alpha\torg.example.alpha.feature.group\nsites/alpha\torg.example.beta.feature.group\n"),

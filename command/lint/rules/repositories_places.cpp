@@ -84,8 +84,8 @@ Rule repository_outside_component() {
           .severity = Severity::warning,
           .title = "a repository, or a part of it, is outside of the component's directory",
           .why =
-              "The component does not ship it. Where the component is installed into another directory, or without its "
-              "neighbours, the repository is missing or another one.",
+              "The component does not ship it. If the component is installed into another directory, or without its "
+              "neighbours, the repository is missing or a different one.",
           .fix = "ship the repository with the component, and write its path relative to the component's directory",
           .bad = component("../base/site\torg.example.one.feature.group\n", {{"base/site/content.xml", content_of_one}}),
           .good = good_component(),
@@ -170,7 +170,7 @@ Rule repository_not_readable_by_others() {
       .name = "repository-not-readable-by-others",
       .group = Group::repositories,
       .severity = Severity::warning,
-      .title = "only its owner may read a repository, but all users the descriptor file beside it",
+      .title = "only its owner can read a repository, but everyone can read the descriptor file beside it",
       .why =
           "An archive or a package keeps the permissions. If the installer then runs as another user, the director cannot "
           "load the repository, or cannot read its artifacts.",

@@ -45,10 +45,10 @@ Rule action_unknown() {
       .name = "action-unknown",
       .group = Group::repositories,
       .severity = Severity::error,
-      .title = "a unit calls an action that p2 does not have for it, and requires no unit that brings it",
+      .title = "a unit calls an action that p2 does not offer it, and requires no unit that provides the action",
       .why =
           "The director ends with \"No action found\", or with another error if a feature calls an action that needs a bundle, "
-          "such as markStarted. If the action is for the removal, the unit can be installed but never be removed.",
+          "such as markStarted. If the action belongs to the removal, the unit can be installed but never removed.",
       .fix = "correct the p2.inf of the feature or bundle",
       .bad = component_with_unit("1.0.0",
                                  "<touchpointData><instructions><instruction key='install'>org.example.register(a:b);"

@@ -271,11 +271,11 @@ Rule selection_for_another_mode() {
       .name = "selection-for-another-mode",
       .group = Group::session,
       .severity = Severity::error,
-      .title = "a component is selected, but not for what the mode of the session does",
+      .title = "a component is selected for something that the mode of the session does not do",
       .why =
           "\"remove\" selects a component for mode uninstall, \"install\" for the other modes. A run either installs or "
           "removes; it silently leaves out the rest, and reports success.",
-      .fix = "select the component for what the mode does, or run a session with another mode for it",
+      .fix = "select the component for installation or removal, as the mode does, or give it a session with another mode",
       .bad = product_with_old("org.example.old.feature.group", R"("installed": true, "remove": true)"),
       .good = product_with_old("org.example.old.feature.group"),
       .check =
@@ -337,7 +337,7 @@ Rule variable_misspelled() {
       .group = Group::session,
       .severity = Severity::warning,
       .title = "the name of a variable resembles one that a run reads",
-      .why = "The variable has no effect. Names are exact, and that includes the misspelled CASHED_ECLIPSE_PATH.",
+      .why = "The variable has no effect. Names must match exactly, even the misspelled CASHED_ECLIPSE_PATH.",
       .fix = "correct the name",
       .bad = product(session("modify", user_choice("ide/eclipse", R"(, "CACHED_ECLIPSE_PATH": "ide/eclipse")"), tools)),
       .good = product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"), tools)),
