@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -65,6 +66,17 @@ struct ProfileState {
 std::string date_of(const std::string& time);
 
 ProfileState read_profile_state(const std::filesystem::path& file);
+
+/// What the units of a state consist of, and where p2 keeps that.
+struct ProfileArtifacts {
+  /// Of the units that consist of bundles and features, the artifacts as name_of_artifact() names them.
+  std::map<Unit, std::vector<std::string>> of_units;
+  std::string pool;                 ///< the directory of the bundle pool; empty when the state does not say
+  std::vector<std::string> beside;  ///< URLs of what p2 looks into beside the pool, such as the "dropins"
+};
+
+/// Of a state that can be read.
+ProfileArtifacts read_profile_artifacts(const std::filesystem::path& file);
 
 /// The time of a state, which its file name begins with.
 std::string time_of_state(const std::filesystem::path& file);
