@@ -244,6 +244,10 @@ bool was_written_in(const ProfileState& state, const fs::path& instance) {
   return state.install_folder.empty() || is_same_file(state.install_folder, instance);
 }
 
+bool is_about(const ProfileState& state, const fs::path& instance) {
+  return state.is_roaming || was_written_in(state, instance);
+}
+
 bool is_before(const std::string& time, const std::string& other) {
   return std::strtoll(time.c_str(), nullptr, 10) < std::strtoll(other.c_str(), nullptr, 10);
 }
@@ -256,6 +260,7 @@ ProfileState read_profile_state(const fs::path& file) {
   const std::string recorded = profile.attribute("timestamp").value();
   if (is_number(recorded)) state.recorded_time = recorded;
   state.install_folder = property_of(profile, "org.eclipse.equinox.p2.installFolder");
+  state.is_roaming = property_of(profile, "org.eclipse.equinox.p2.roaming") == "true";
   return state;
 }
 

@@ -58,6 +58,7 @@ struct ProfileState {
   std::optional<std::vector<InstalledUnit>> units;  ///< nothing when it has no list of them
   std::string recorded_time = {};                   ///< as its content says; empty when it does not
   std::string install_folder = {};  ///< the directory of the instance when it was written; empty when it does not say
+  bool is_roaming = false;          ///< p2 follows the instance when it is copied or moved
 
   bool is_readable() const { return error.empty(); }
 };
@@ -83,6 +84,9 @@ std::string time_of_state(const std::filesystem::path& file);
 
 /// Whether the instance was in this directory when the state was written, as far as the state says.
 bool was_written_in(const ProfileState& state, const std::filesystem::path& instance);
+
+/// Whether p2 takes the state for what is in this directory: it was written here, or the instance was copied or moved.
+bool is_about(const ProfileState& state, const std::filesystem::path& instance);
 
 /// Whether a state of one time was written before that of another.
 bool is_before(const std::string& time, const std::string& other);

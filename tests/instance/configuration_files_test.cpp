@@ -207,8 +207,9 @@ TEST_F(ConfigurationFiles, SourceBundlesHaveAListOfTheirOwn) {
 TEST_F(ConfigurationFiles, AnInstallationElsewhereHasItsListThere) {
   install_a_third();
   const std::string state = eclipse_base::read_file(file("2"), 1000).bytes;
-  const auto write_state_of = [&](const std::string& folder) {
+  const auto write_state_of = [&](const std::string& folder, const std::string& roaming = "false") {
     fake::write_file(file("2"), "<profile><properties><property name='org.eclipse.equinox.p2.installFolder' value='" + folder +
+                                    "'/><property name='org.eclipse.equinox.p2.roaming' value='" + roaming +
                                     "'/></properties>" + state.substr(std::string("<profile>").size()));
   };
   write_list({"a", "b"});
@@ -216,6 +217,8 @@ TEST_F(ConfigurationFiles, AnInstallationElsewhereHasItsListThere) {
   EXPECT_NE(damage(), "");
   write_state_of(directory.path() + "/elsewhere");
   EXPECT_EQ(damage(), "");
+  write_state_of(directory.path() + "/elsewhere", "true");
+  EXPECT_NE(damage(), "") << "it was copied from there, with its damage";
 }
 
 TEST_F(ConfigurationFiles, ABundleThatWasNeverListedSaysNothing) {
