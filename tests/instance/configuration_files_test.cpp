@@ -9,6 +9,7 @@
 #include "fake_host/temporary_directory.h"
 #include "instance/damage.h"
 #include "instance/kept_configuration.h"
+#include "instance/lock.h"
 #include "instance/profile_history.h"
 #include "instance/repair.h"
 #include "p2/instance_paths.h"
@@ -161,6 +162,21 @@ TEST_F(ConfigurationFiles, TheProfileShowsThatTheInstanceStartsFromTheFiles) {
   EXPECT_EQ(damage(), "");
   fs::remove("ide/configuration/config.ini");
   EXPECT_EQ(damage(), "");
+}
+
+TEST_F(ConfigurationFiles, WhatADirectorIsWritingIsNotDamaged) {
+  install_a_third();
+  fake::write_file("ide/configuration/config.ini", "");
+  {
+    const InstanceLock lock("ide", std::chrono::seconds(0), {});
+    const DamageSeen seen = damage_seen("ide/eclipse");
+    EXPECT_FALSE(seen.damage);
+    EXPECT_TRUE(seen.at_work.starts_with("another director is at work on ide (started by process ")) << seen.at_work;
+    fake::write_file("ide/configuration/config.ini", settings);
+    EXPECT_EQ(damage_seen("ide/eclipse").at_work, "") << "nothing seems damaged";
+  }
+  fake::write_file("ide/configuration/config.ini", "");
+  EXPECT_TRUE(damage_seen("ide/eclipse").damage);
 }
 
 TEST_F(ConfigurationFiles, AnEmptyConfigurationEndsEveryDirector) {
