@@ -55,9 +55,10 @@ std::string fix_of(const eclipse_p2::Failure& failure, bool is_removal) {
     return "list a repository that has " + (name.empty() ? std::string("it") : name) + " in a descriptor file";
   }
   if (cause_with(causes, only_one) != nullptr) return fix_of_conflict(causes);
-  if (is_not_found)
+  if (is_not_found) {
     return "correct column 2 of the descriptor file, or list a repository that has it (\"eclipse-int list\" shows what one "
            "has)";
+  }
   return "";
 }
 
