@@ -41,7 +41,7 @@ int perform(const std::string& eclipse, bool json) {
   history.journal = eclipse_instance::read_run_journal(instance);
   history.states = eclipse_instance::profile_history(instance, history.journal);
   if (history.states.empty()) throw eclipse_p2::no_profile(history.executable);
-  history.damage = eclipse_instance::instance_damage_at_rest(history.executable);
+  history.damage = damage_at_rest(history.executable);
   if (json) {
     print_history(history);
   } else {

@@ -32,7 +32,7 @@ constexpr const char* exit_status =
     "Exit status:\n"
     "  0  the instance has the units of the older state, or with --dry-run would get them\n"
     "  1  nothing was changed, since there is nothing to take back, somebody else has changed the instance, its\n"
-    "     profile is damaged, or the director failed\n"
+    "     profile is damaged, what the older state needs cannot be found, or the director failed\n"
     "  2  an error in the arguments or the session, another director is at work on the instance, or the variables\n"
     "     could not be written\n"
     "  128 + N  signal N stopped the director\n";
@@ -62,6 +62,12 @@ void add_options(const Parser& parser, UndoOptions& options) {
                   "Go back to the state of this time [default: the state before the last run that has\n"
                   "not been taken back]")
       .type_name("TIME");
+  parser
+      .add_option("--repository", options.repositories,
+                  "A repository from which to fetch what the older state needs and Eclipse no longer has, a path\n"
+                  "or a URL, besides those from which the recorded runs installed; may be repeated")
+      .type_name("REPOSITORY")
+      .one_value_each();
   parser.add_flag("--dry-run", options.dry_run, "Show what would change; change nothing and start no director");
   parser.add_flag("--force", options.force, "Also take back what somebody else has changed since then");
   add_input_options(parser, options.session, "Read session variables from FILE; the session file overrides them");

@@ -53,7 +53,7 @@ int report_verification(const InstanceAnswer& answer, bool json) {
   } else {
     std::cout << verification_text(*answer.verification);
   }
-  return answer.verification->differences().empty() && !answer.damage ? exit_success : exit_failure;
+  return answer.verification->is_same() && !answer.damage ? exit_success : exit_failure;
 }
 
 int report(const Plan& plan, const InstanceAnswer& answer, bool json) {
@@ -70,7 +70,7 @@ int verify(const SessionOptions& options, bool asks_director) {
   const eclipse_host::Plugin plugin = command.load_plugin();
   command.warn_of_unreadable_descriptors(plugin);
   const Plan plan = eclipse_plan::make_plan(plugin, command.session(), eclipse_plan::Retries::distinct);
-  if (!plan.command) return without_command(plan, options.json);
+  if (!eclipse_verify::is_verifiable(plan)) return without_command(plan, options.json);
   const InstanceAnswer answer = asked_instance(plan, asks_director, options.wait);
   const int status = report(plan, answer, options.json);
   print_damage(answer.damage);

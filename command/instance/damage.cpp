@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <set>
+#include <utility>
 
 #include "base/printable.h"
 #include "base/text.h"
@@ -122,10 +123,14 @@ std::optional<InstanceDamage> instance_damage(const std::string& executable) {
   return damage ? std::optional(damage_of(*damage, executable)) : std::nullopt;
 }
 
-std::optional<InstanceDamage> instance_damage_at_rest(const std::string& executable) {
-  auto damage = instance_damage(executable);
-  if (damage && is_in_use(instance_directory(executable))) return std::nullopt;
-  return damage;
+DamageSeen damage_seen(const std::string& executable) {
+  if (!instance_damage(executable)) return {};
+  std::string at_work = who_uses(instance_directory(executable));
+  if (!at_work.empty()) return {std::nullopt, std::move(at_work)};
+  // A director that has ended meanwhile has completed what it wrote.
+  return {instance_damage(executable), ""};
 }
+
+std::optional<InstanceDamage> instance_damage_at_rest(const std::string& executable) { return damage_seen(executable).damage; }
 
 }  // namespace eclipse_instance

@@ -47,7 +47,14 @@ struct InstanceDamage {
 /// instance.
 std::optional<InstanceDamage> instance_damage(const std::string& executable);
 
-/// The same for a caller without the lock: nothing, too, while another process has it.
+/// What a caller without the lock sees.
+struct DamageSeen {
+  std::optional<InstanceDamage> damage;  ///< nothing, too, while another process has the lock
+  std::string at_work;                   ///< if it has, and the instance seems damaged: who_uses(); otherwise empty
+};
+DamageSeen damage_seen(const std::string& executable);
+
+/// Its damage.
 std::optional<InstanceDamage> instance_damage_at_rest(const std::string& executable);
 
 /// How to repair it, with the command if there is one; one printable line.

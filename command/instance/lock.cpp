@@ -83,6 +83,10 @@ std::string about_holder(int descriptor) {
          eclipse_base::printable(command) + ")";
 }
 
+std::string at_work_on(const fs::path& instance, int descriptor) {
+  return "another director is at work on " + eclipse_base::printable(instance.string()) + about_holder(descriptor);
+}
+
 /// Another file in its place would be another lock.
 void check_is_readable(const fs::path& file) {
   if (faccessat(AT_FDCWD, file.c_str(), R_OK, AT_EACCESS | AT_SYMLINK_NOFOLLOW) == 0 || errno != EACCES) return;
@@ -135,20 +139,22 @@ void InstanceLock::take(const fs::path& instance, std::chrono::duration<double> 
       problem_ = std::strerror(errno);
       return;
     }
-    const std::string who =
-        "another director is at work on " + eclipse_base::printable(instance.string()) + about_holder(descriptor_);
+    const std::string who = at_work_on(instance, descriptor_);
     if (std::chrono::steady_clock::now() - start >= patience) throw InstanceInUse(who);
     if (!waits) on_wait(who);
     std::this_thread::sleep_for(time_between_attempts);
   }
 }
 
-bool is_in_use(const fs::path& instance) {
+bool is_in_use(const fs::path& instance) { return !who_uses(instance).empty(); }
+
+std::string who_uses(const fs::path& instance) {
   const int descriptor = open_lock(instance, {O_RDONLY});
-  if (descriptor < 0) return false;
+  if (descriptor < 0) return "";
   const bool in_use = flock(descriptor, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  std::string who = in_use ? at_work_on(instance, descriptor) : "";
   close(descriptor);
-  return in_use;
+  return who;
 }
 
 }  // namespace eclipse_instance

@@ -44,6 +44,9 @@ class InstanceLock {
 /// Whether another process has the lock of the instance in this directory. Changes nothing there.
 bool is_in_use(const std::filesystem::path& instance);
 
+/// That it has, as InstanceInUse says it; empty when none has.
+std::string who_uses(const std::filesystem::path& instance);
+
 }  // namespace eclipse_instance
 
 #endif

@@ -59,6 +59,11 @@ bool is_kept_otherwise(const pugi::xml_node& artifact) {
 
 }  // namespace
 
+std::string name_of_artifact(const pugi::xml_node& artifact) {
+  return std::string(artifact.attribute("classifier").value()) + "," + artifact.attribute("id").value() + "," +
+         artifact.attribute("version").value();
+}
+
 ArtifactLocation location_of(const pugi::xml_node& artifact, const pugi::xml_node& repository) {
   if (is_kept_otherwise(artifact)) return {};
   for (const pugi::xml_node rule : repository.child("mappings").children("rule")) {

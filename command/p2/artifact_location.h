@@ -1,4 +1,4 @@
-// Where a repository says that the files of its artifacts are.
+// What an artifact is called, and where a repository says that its file is.
 #ifndef ECLIPSE_INT_P2_ARTIFACT_LOCATION_H
 #define ECLIPSE_INT_P2_ARTIFACT_LOCATION_H
 
@@ -6,6 +6,9 @@
 #include <string>
 
 namespace eclipse_p2 {
+
+/// An <artifact> as the director names it: "osgi.bundle,ID,VERSION".
+std::string name_of_artifact(const pugi::xml_node& artifact);
 
 struct ArtifactLocation {
   std::string file;  ///< its path in the repository, or an absolute path on this disk; empty when it is not known

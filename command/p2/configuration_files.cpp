@@ -106,7 +106,7 @@ class Files {
   /// The state shows that the instance starts from its own configuration: a director that installs into another directory
   /// keeps it there.
   bool starts_from_configuration() const {
-    return !state_.install_folder.empty() && was_written_in(state_, instance_) &&
+    return !state_.install_folder.empty() && is_about(state_, instance_) &&
            has_bundle(state_, "org.eclipse.equinox.simpleconfigurator") && data_area_of(instance_).is_inside;
   }
 
@@ -138,7 +138,7 @@ class Files {
       if (!is_known(bundle_list) && !starts_from_bundle_list()) return std::nullopt;
       return ConfigurationDamage{file, none, "so after the next director, Eclipse does not start", false, ""};
     }
-    if (!was_written_in(state_, instance_)) return std::nullopt;
+    if (!is_about(state_, instance_)) return std::nullopt;
     const std::set<Unit> wanted = bundles_in(state_);
     std::set<Unit> listed;
     if (!add_bundles(file, listed).empty()) return std::nullopt;
@@ -222,7 +222,7 @@ std::optional<ConfigurationDamage> damage_of_copy(const fs::path& copy, const fs
 }
 
 std::optional<ConfigurationDamage> surplus_bundles(const fs::path& instance, const ProfileState& newest) {
-  if (!newest.units || !was_written_in(newest, instance)) return std::nullopt;
+  if (!newest.units || !is_about(newest, instance)) return std::nullopt;
   const std::set<Unit> listed = listed_bundles(instance);
   const std::set<Unit> known = bundles_in(newest);
   // What nobody has moved aside, a person has listed.

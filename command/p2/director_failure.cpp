@@ -33,8 +33,7 @@ constexpr std::size_t most_messages = 10;
 constexpr std::size_t most_causes = 100;
 constexpr std::size_t longest_cause = 4096;
 
-// What the director prints when it fails, the reasons after it.
-constexpr std::string_view installation_failed = "Installation failed.";
+// What the director prints after the reasons.
 constexpr std::string_view see_log = "There were errors.";
 // What is in the log when the director or another application could not be run to its end.
 constexpr std::string_view application_error = "Application error";

@@ -37,6 +37,9 @@ class InstanceLogs {
   Times before_;
 };
 
+/// A line that the director prints when it fails, before the reasons.
+inline constexpr std::string_view installation_failed = "Installation failed.";
+
 enum class Layer { shell, launcher, director, unknown };
 
 /// "the shell", "the launcher", "the director" or "an unknown layer".

@@ -26,6 +26,7 @@
 #include "base/limits.h"
 #include "base/printable.h"
 #include "base/text.h"
+#include "p2/artifact_location.h"
 #include "p2/configuration_files.h"
 #include "p2/data_area.h"
 #include "p2/instance_paths.h"
@@ -129,6 +130,22 @@ Unpacked unpacked(const fs::path& state, std::string content) {
   return {std::move(content), ""};
 }
 
+struct StateDocument {
+  Xml xml;
+  std::string error;
+  bool is_damaged = false;  ///< the error is in its content
+};
+
+StateDocument read_document(const fs::path& file) {
+  FileContent content = read_file(file, largest::profile);
+  if (!content.error.empty()) return {{}, content.error};
+  const Unpacked text = unpacked(file, std::move(content.bytes));
+  StateDocument document{text.error.empty() ? read_xml(text.bytes, "profile") : Xml(), ""};
+  document.error = text.error + document.xml.error;
+  document.is_damaged = !document.error.empty() && !text.exceeds_limit && !document.xml.exceeds_limit;
+  return document;
+}
+
 /// Names in other namespaces mean other things: a package often has the name of a bundle, and any bundle may contain it.
 bool requires_a_unit(const pugi::xml_node& required) {
   const std::string_view name_space = required.attribute("namespace").value();
@@ -228,25 +245,43 @@ bool was_written_in(const ProfileState& state, const fs::path& instance) {
   return state.install_folder.empty() || is_same_file(state.install_folder, instance);
 }
 
+bool is_about(const ProfileState& state, const fs::path& instance) {
+  return state.is_roaming || was_written_in(state, instance);
+}
+
 bool is_before(const std::string& time, const std::string& other) {
   return std::strtoll(time.c_str(), nullptr, 10) < std::strtoll(other.c_str(), nullptr, 10);
 }
 
 ProfileState read_profile_state(const fs::path& file) {
-  ProfileState state{file, time_of_state(file), "", false, {}};
-  FileContent content = read_file(file, largest::profile);
-  state.error = content.error;
-  if (!state.error.empty()) return state;
-  const Unpacked text = unpacked(file, std::move(content.bytes));
-  const Xml xml = text.error.empty() ? read_xml(text.bytes, "profile") : Xml();
-  state.error = text.error + xml.error;
-  state.is_damaged = !state.error.empty() && !text.exceeds_limit && !xml.exceeds_limit;
-  const pugi::xml_node profile = xml.document.child("profile");
+  StateDocument document = read_document(file);
+  ProfileState state{file, time_of_state(file), std::move(document.error), document.is_damaged, {}};
+  const pugi::xml_node profile = document.xml.document.child("profile");
   if (profile.child("units")) state.units = units_in(profile);
   const std::string recorded = profile.attribute("timestamp").value();
   if (is_number(recorded)) state.recorded_time = recorded;
   state.install_folder = property_of(profile, "org.eclipse.equinox.p2.installFolder");
+  state.is_roaming = property_of(profile, "org.eclipse.equinox.p2.roaming") == "true";
   return state;
+}
+
+ProfileArtifacts read_profile_artifacts(const fs::path& file) {
+  const StateDocument document = read_document(file);
+  const pugi::xml_node profile = document.xml.document.child("profile");
+  ProfileArtifacts artifacts{{}, property_of(profile, "org.eclipse.equinox.p2.cache"), {}};
+  for (const char* const more : {"org.eclipse.equinox.p2.cache.extensions", "org.eclipse.equinox.p2.cache.shared"}) {
+    for (const std::string& url : split(property_of(profile, more), '|')) {
+      if (!url.empty()) artifacts.beside.push_back(url);
+    }
+  }
+  for (const pugi::xml_node unit : profile.child("units").children("unit")) {
+    if (std::string_view(unit.child("touchpoint").attribute("id").value()) != "org.eclipse.equinox.p2.osgi") continue;
+    for (const pugi::xml_node artifact : unit.child("artifacts").children("artifact")) {
+      artifacts.of_units[{unit.attribute("id").value(), unit.attribute("version").value()}].push_back(
+          name_of_artifact(artifact));
+    }
+  }
+  return artifacts;
 }
 
 fs::path profile_file(const fs::path& instance) {

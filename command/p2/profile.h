@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -59,6 +60,7 @@ struct ProfileState {
   std::optional<std::vector<InstalledUnit>> units;  ///< nothing when it has no list of them
   std::string recorded_time = {};                   ///< as its content says; empty when it does not
   std::string install_folder = {};  ///< the directory of the instance when it was written; empty when it does not say
+  bool is_roaming = false;          ///< p2 follows the instance when it is copied or moved
 
   bool is_readable() const { return error.empty(); }
 };
@@ -68,11 +70,25 @@ std::string date_of(const std::string& time);
 
 ProfileState read_profile_state(const std::filesystem::path& file);
 
+/// What the units of a state consist of, and where p2 keeps that.
+struct ProfileArtifacts {
+  /// Of the units that consist of bundles and features, the artifacts as name_of_artifact() names them.
+  std::map<Unit, std::vector<std::string>> of_units;
+  std::string pool;                 ///< the directory of the bundle pool; empty when the state does not say
+  std::vector<std::string> beside;  ///< URLs of what p2 looks into beside the pool, such as the "dropins"
+};
+
+/// Of a state that can be read.
+ProfileArtifacts read_profile_artifacts(const std::filesystem::path& file);
+
 /// The time of a state, which its file name begins with.
 std::string time_of_state(const std::filesystem::path& file);
 
 /// Whether the instance was in this directory when the state was written, as far as the state says.
 bool was_written_in(const ProfileState& state, const std::filesystem::path& instance);
+
+/// Whether p2 takes the state for what is in this directory: it was written here, or the instance was copied or moved.
+bool is_about(const ProfileState& state, const std::filesystem::path& instance);
 
 /// Whether a state of one time was written before that of another.
 bool is_before(const std::string& time, const std::string& other);

@@ -61,11 +61,6 @@ std::optional<RepositoryPlace> place_of_child(std::string_view location, const R
   return RepositoryPlace{composite.path / fs::path(location).relative_path()};
 }
 
-std::string name_of_artifact(const pugi::xml_node& artifact) {
-  return std::string(artifact.attribute("classifier").value()) + "," + artifact.attribute("id").value() + "," +
-         artifact.attribute("version").value();
-}
-
 /// A label "%key" stands for the property "df_LT.key".
 std::string label_of(const pugi::xml_node& unit) {
   std::string label = property_of(unit, "org.eclipse.equinox.p2.name");

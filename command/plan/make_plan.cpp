@@ -68,6 +68,7 @@ class PlanMaker {
     add_version_check();
     for (std::size_t i = 0; i < run_.components.size(); ++i) add_component(session_.components[i].get(), run_.components[i]);
     place_records();
+    if (!plan_.is_removal && run_.searched) add_unremoved();
     if (!run_.commands.empty()) {
       add_commands();
     } else if (plan_.refusal.empty()) {
@@ -99,20 +100,48 @@ class PlanMaker {
   PlannedDescriptor add_descriptor(const ListedDescriptor& descriptor) {
     PlannedDescriptor planned{descriptor.path, descriptor.exists, 0, ""};
     if (!descriptor.exists) return planned;
-    const eclipse_base::FileContent& content = files_.at(descriptor.path);
-    auto lines = descriptor_lines(functions_, content.bytes);
-    std::vector<plugin_config> records = functions_.records(descriptor.directory, content.bytes);
+    planned.records = add_records(descriptor.directory, descriptor.path, plan_.components.size(), plan_.records);
+    planned.error = files_.at(descriptor.path).error;
+    return planned;
+  }
+
+  /// Returns how many there are.
+  std::size_t add_records(const std::string& directory, const std::string& path, std::size_t component,
+                          std::vector<PlannedRecord>& all) {
+    const std::string& content = files_.at(path).bytes;
+    auto lines = descriptor_lines(functions_, content);
+    std::vector<plugin_config> records = functions_.records(directory, content);
     const auto line_of = lines_of_records(lines, records);
-    planned.records = records.size();
-    planned.error = content.error;
     for (std::size_t i = 0; i < records.size(); ++i) {
-      PlannedRecord& record = plan_.records.emplace_back();
-      record.file = descriptor.path;
+      PlannedRecord& record = all.emplace_back();
+      record.file = path;
       record.line = line_of[i]->number;
-      record.component = plan_.components.size();
+      record.component = component;
       record.config = std::move(records[i]);
     }
-    return planned;
+    return records.size();
+  }
+
+  static bool is_only_for_removal(const CatalogueComponent& component) {
+    return component.selected_for_removal && !component.selected_for_install && !component.code.empty();
+  }
+
+  void add_unremoved() {
+    const auto& components = session_.components;
+    if (std::none_of(components.begin(), components.end(), [](const auto& each) { return each && is_only_for_removal(*each); }))
+      return;
+    std::vector<PlannedRecord> others;
+    for (std::size_t i = 0; i < components.size(); ++i) {
+      if (!components[i] || !components[i]->has_provider || !components[i]->package) continue;
+      auto& records = is_only_for_removal(*components[i]) ? plan_.unremoved : others;
+      for (const std::string& listed : components[i]->package->files) {
+        const auto file = functions_.descriptor(*components[i], listed);
+        if (file && file->exists) add_records(file->directory, file->path, i, records);
+      }
+    }
+    std::set<std::string_view> staying;
+    for (const PlannedRecord& record : others) staying.insert(record.config.feature);
+    std::erase_if(plan_.unremoved, [&](const PlannedRecord& record) { return staying.contains(record.config.feature); });
   }
 
   void place_records() {

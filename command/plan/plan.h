@@ -91,6 +91,9 @@ struct Plan {
   bool every_component = false;      ///< all components are searched, selected or not, since the instance is new in this run
   std::vector<PlannedComponent> components;
   std::vector<PlannedRecord> records;  ///< in the order in which they are read
+  /// Of an installation, which removes nothing: the records of components that are selected for removal alone, without those
+  /// whose feature another component has as well.
+  std::vector<PlannedRecord> unremoved;
   std::set<std::string> repositories;
   std::optional<PlannedCommand> command;  ///< for all features
   /// The commands for single features, which are run if that one fails. Unless all were requested, only the distinct ones: all

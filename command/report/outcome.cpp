@@ -5,11 +5,14 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <string_view>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "base/printable.h"
 #include "base/text.h"
+#include "report/failure_fix.h"
 
 using namespace eclipse_host;
 using namespace eclipse_base;
@@ -116,14 +119,46 @@ std::vector<Effect> effects_of(const std::vector<CommandRecord>& commands) {
 
 constexpr std::size_t most_features = 10;
 
+/// The reason, then the fix, then where there is more. A director that gives no reason, and another program, are named first.
+std::string reason_text(const Failure& failure, bool is_removal) {
+  std::vector<std::string> causes = telling_causes(failure);
+  const bool is_named = failure.layer == eclipse_p2::Layer::director && !causes.empty();
+  std::string text =
+      is_named ? printable(causes.front()) : std::string(name_of(failure.layer)) + " failed: " + printable(failure.meaning);
+  text += "\n";
+  if (is_named) causes.erase(causes.begin());
+  for (const std::string& cause : causes) text += "    " + printable(cause) + "\n";
+  if (const std::string fix = fix_of(failure, is_removal); !fix.empty()) text += "    Fix: " + printable(fix) + "\n";
+  return failure.log ? text + "    Log: " + printable(failure.log->string()) + "\n" : text;
+}
+
 std::string why_failed(const RunRecord& record, const CommandFailures& failures) {
   std::string text;
-  for (const auto& [failure, exit_code, features] : failure_reasons(record.commands, failures)) {
-    text += "  Why: " + failure_text(*failure, "    ") + "    Exit code: " + std::to_string(exit_code) + "\n";
-    if (!features.empty())
+  const auto reasons = failure_reasons(record.commands, failures);
+  const bool is_removal =
+      eclipse_p2::cut_director_command(record.commands.front().command).value_or(DirectorCommand()).is_removal;
+  for (const auto& [failure, exit_code, features] : reasons) {
+    text += "  Why: " + reason_text(*failure, is_removal);
+    if (reasons.size() > 1 && !features.empty())
       text += "    Features: " + printable(first_few(features, most_features), {.longest = no_limit}) + "\n";
   }
+  if (reasons.empty() && failures.of(0) != nullptr)
+    text += "  Why not all at once: " + reason_text(*failures.of(0), is_removal);
   return text;
+}
+
+/// The lines that the commands printed. The views are of their outputs.
+std::unordered_set<std::string_view> printed_lines(const std::vector<CommandRecord>& commands) {
+  std::unordered_set<std::string_view> lines;
+  for (const CommandRecord& command : commands) {
+    std::string_view output = command.result.output;
+    while (!output.empty()) {
+      const std::string_view line = output.substr(0, output.find('\n'));
+      lines.insert(line);
+      output.remove_prefix(std::min(line.size() + 1, output.size()));
+    }
+  }
+  return lines;
 }
 
 std::string verdict(const RunRecord& record, const InstanceFinding& finding) {
@@ -172,14 +207,30 @@ std::string with_line_feeds(std::string summary) {
   return summary;
 }
 
-std::string failure_summary(const Variables& variables, bool graphical) {
+/// The lines of a summary without what the commands printed, which comes to a line. Empty when nothing else is there.
+std::string summary_lines(const std::string& summary, const std::vector<CommandRecord>& commands) {
+  const auto printed = printed_lines(commands);
+  std::istringstream lines(summary);
+  std::string text;
+  bool has_own = false;
+  bool is_left_out = false;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.empty()) continue;
+    const bool was_left_out = is_left_out;
+    is_left_out = printed.contains(line);
+    has_own = has_own || !is_left_out;
+    if (!is_left_out) text += "  " + printable(line) + "\n";
+    if (is_left_out && !was_left_out) text += "  (the output of the failed commands)\n";
+  }
+  return has_own ? text : "";
+}
+
+std::string failure_summary(const Variables& variables, bool graphical, const std::vector<CommandRecord>& commands) {
   const auto failed = variables.find("QN_SCRIPTS_FAILED");
   const auto summary = variables.find(summary_variable);
   if (failed == variables.end() || failed->second != "yes" || summary == variables.end()) return "";
-  std::istringstream lines(graphical ? with_line_feeds(summary->second) : summary->second);
-  std::string text = "\nThe installer's summary (" + std::string(summary_variable) + "):\n";
-  for (std::string line; std::getline(lines, line);) text += (line.empty() ? "" : "  " + printable(line)) + "\n";
-  return text;
+  const std::string text = summary_lines(graphical ? with_line_feeds(summary->second) : summary->second, commands);
+  return text.empty() ? "" : "\nThe installer's summary (" + std::string(summary_variable) + "):\n" + text;
 }
 
 }  // namespace
@@ -194,7 +245,8 @@ std::string failure_text(const Failure& failure, const std::string& indent) {
 std::string outcome_text(const RunRecord& record, const CommandFailures& failures, const Session& session,
                          const InstanceFinding& finding) {
   return verdict(record, finding) + what_happened(record, failures, finding) +
-         changed_variables(record.variables_before, session.variables) + failure_summary(session.variables, session.graphical);
+         changed_variables(record.variables_before, session.variables) +
+         failure_summary(session.variables, session.graphical, record.commands);
 }
 
 }  // namespace eclipse_report

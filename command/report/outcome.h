@@ -23,9 +23,9 @@ struct InstanceFinding {
 std::string failure_text(const eclipse_p2::Failure& failure, const std::string& indent);
 
 /// Why features failed, which features the director reports as installed or removed and which not, why nothing was done, which
-/// variables the run changed, and the failure summary that the installer would show, in which "<p>" separates the lines when
-/// the session is graphical. A director that reports success has not always done what it was asked for: a feature counts as
-/// installed or removed only when the finding, which is printed after this text, says so, too.
+/// variables the run changed, and the failure summary that the installer would show, without the output of the commands; in it
+/// "<p>" separates the lines when the session is graphical. A director that reports success has not always done what it was
+/// asked for: a feature counts as installed or removed only when the finding, which is printed after this text, says so, too.
 std::string outcome_text(const eclipse_host::RunRecord& record, const CommandFailures& failures,
                          const eclipse_host::Session& session, const InstanceFinding& finding = {});
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <utility>
 
 #include "base/printable.h"
 #include "base/text.h"
@@ -26,6 +27,7 @@ constexpr std::string_view output_indent = "    ";
 constexpr PrintableForm output_form = {.tab = "    ", .line_feed = "\n"};
 constexpr const char* held_outputs =
     "the director has ended, but a background process that it started keeps its output open; waiting for that process";
+constexpr std::size_t most_held = 1'048'576;
 constexpr int most_waits = 8;  ///< for a reader, after a signal, four a second
 
 std::string in_seconds(double seconds) {
@@ -94,6 +96,9 @@ RunObserver RunReport::observer() {
   observer.on_command = [this](const std::string& command) {
     print("  Command: " + printable(command, {.longest = eclipse_shell::longest_command}) + "\n");
     director_runs_ = true;
+    is_held_ = is_shown_ = false;
+    line_.clear();
+    held_.clear();
   };
   observer.command_progress.on_output = [this](std::string_view piece) { print_output(output_.add(piece)); };
   observer.command_progress.on_error_output = [this](std::string_view piece) { print_output(error_output_.add(piece)); };
@@ -111,6 +116,7 @@ void RunReport::end(const RunRecord& record, const Session& session, const Insta
 }
 
 void RunReport::interrupt(const std::string& signal, bool director_was_running) {
+  print_held_output();
   director_runs_ = false;
   run_has_ended_ = true;
   print("\nInterrupted by " + signal + "\n" +
@@ -137,15 +143,34 @@ void RunReport::print(const std::string& text) {
   in_line_ = false;
 }
 
+/// The reasons of a failure are in the outcome, once for all commands.
 void RunReport::print_output(std::string_view output) {
   if (output.empty()) return;
   std::string text = without_waiting();
   for (const char byte : output) {
+    if (is_held_) {
+      held_ += byte;
+      continue;
+    }
+    is_held_ = byte == '\n' && !is_shown_ && line_ == eclipse_p2::installation_failed;
+    if (byte == '\n') {
+      line_.clear();
+    } else if (line_.size() <= eclipse_p2::installation_failed.size()) {
+      line_ += byte;
+    }
     if (!in_line_ && byte != '\n') text += output_indent;
     text += byte;
     in_line_ = byte != '\n';
   }
   write(text);
+  if (held_.size() > most_held) print_held_output();
+}
+
+void RunReport::print_held_output() {
+  is_held_ = false;
+  is_shown_ = true;
+  const std::string held = std::exchange(held_, "");
+  print_output(held);
 }
 
 void RunReport::print_waiting(double seconds) {
@@ -158,10 +183,12 @@ void RunReport::print_waiting(double seconds) {
 void RunReport::print_end_of_command(const CommandResult& result) {
   director_runs_ = false;
   print_output(output_.end() + error_output_.end());
+  const eclipse_p2::Failure* const failure = failures_.last();
+  const bool is_explained = failure != nullptr && failure->layer == eclipse_p2::Layer::director && !failure->causes.empty();
+  if (is_held_ && !is_explained) print_held_output();
   const std::string code = result.exit_code == 0 ? "Succeeded" : "Failed with exit code " + std::to_string(result.exit_code);
   print("  " + code + " after " + in_seconds(result.seconds) + "\n");
-  const eclipse_p2::Failure* const failure = failures_.last();
-  if (failure == nullptr) return;
+  if (failure == nullptr || is_held_) return;
   print(failures_.last_is_repeated() ? "    Why: same reason\n" : reason_text(*failure, result));
 }
 

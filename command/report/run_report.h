@@ -41,11 +41,17 @@ class RunReport {
   void print_end_of_command(const eclipse_shell::CommandResult& result);
   std::string without_waiting();
 
+  void print_held_output();
+
   bool is_terminal_;
   const CommandFailures& failures_;
   bool director_runs_ = false;
   eclipse_base::PrintablePieces output_;
   eclipse_base::PrintablePieces error_output_;
+  std::string line_;       ///< of the output, as far as it has come, or the beginning of a long one
+  bool is_held_ = false;   ///< what follows in the output is why the director failed
+  bool is_shown_ = false;  ///< that is shown nevertheless
+  std::string held_;       ///< that
   bool run_has_ended_ = false;
   bool in_line_ = false;           ///< the director's last piece of output did not end its line
   std::size_t waiting_width_ = 0;  ///< of the line with the elapsed time, 0 when it does not show

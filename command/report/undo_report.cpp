@@ -27,6 +27,17 @@ std::string others_of(const Undo& undo) {
   return text;
 }
 
+std::string missing_of(const Undo& undo) {
+  std::string text;
+  for (const std::string& artifact : undo.missing.artifacts) {
+    text += "  Needed, and neither in Eclipse nor in a known repository: " + printable(artifact) + "\n";
+  }
+  if (undo.missing.may_be_in.empty()) return text;
+  text += "  Warning: the director fails unless one of these has that, which cannot be examined here:\n";
+  for (const std::string& url : undo.missing.may_be_in) text += "    " + printable(url) + "\n";
+  return text;
+}
+
 std::string variables_of(const Undo& undo) {
   if (undo.variables_written) {
     return std::string("  Variables: ") + eclipse_host::cached_executable + " " +
@@ -57,7 +68,8 @@ std::string found_text(const Undo& undo) {
   if (!undo.way.target.empty()) text += "  Back to the state " + dated(undo.way.target) + "\n";
   for (const RecordedRun* const run : undo.way.runs) text += "  Undoes: " + printable(run->command) + "\n";
   text += others_of(undo);
-  return undo.change ? text + "  Changes:\n" + change_text(*undo.change, "    ") : text;
+  if (undo.change) text += "  Changes:\n" + change_text(*undo.change, "    ");
+  return text + missing_of(undo);
 }
 
 std::string undone_text(const Undo& undo) {
@@ -86,6 +98,8 @@ void print_undo(const Undo& undo, int exit_status) {
                {"runs", runs},
                {"change", undo.change ? change_json(*undo.change) : Json()},
                {"others", others},
+               {"missing", undo.missing.artifacts},
+               {"mayBeIn", undo.missing.may_be_in},
                {"command", was_started(undo) ? Json(undo.reversion->command) : Json()},
                {"failure", has_failed ? failure_json(*undo.reversion->failure) : Json()},
                {"variables", variables},

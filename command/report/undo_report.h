@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "instance/damage.h"
+#include "instance/missing_artifacts.h"
 #include "instance/profile_history.h"
 #include "instance/reversion.h"
 #include "p2/unit_change.h"
@@ -28,6 +29,7 @@ struct Undo {
   eclipse_instance::WayBack way;
   std::optional<eclipse_p2::UnitChange> change;  ///< from the newest state to the older one, when both can be read
   std::vector<OtherState> others;                ///< that are undone, too, newest first
+  eclipse_instance::MissingArtifacts missing;    ///< that the director would need
   bool knows_cached = false;                     ///< what the host knew as the executable of an earlier run
   std::optional<std::string> cached;             ///< that; nothing when it was unset
   std::optional<std::string> variables_written;  ///< the file to which it was written

@@ -27,10 +27,15 @@ Json verification_json(const Verification& verification) {
   for (const CheckedUnit& checked : verification.units) {
     units.push_back(unit_json(checked, verification.is_as_it_should_be(checked)));
   }
+  Json not_removed = Json::array();
+  for (const CheckedUnit& checked : verification.unremoved) {
+    not_removed.push_back({{"unit", text_of(checked.unit)}, {"locations", checked.places}});
+  }
   return {{"removal", verification.is_removal},
           {"executable", verification.executable},
-          {"same", verification.differences().empty()},
+          {"same", verification.is_same()},
           {"units", units},
+          {"notRemoved", not_removed},
           {"roots", texts_of(verification.installed.roots)},
           {"source", verification.source == Source::profile ? "profile" : "director"},
           {"knowsAll", verification.knows_all()}};

@@ -52,6 +52,16 @@ std::string difference(const CheckedUnit& checked, const Verification& verificat
   return text + " (" + some_of(checked.places, most_listed) + ")\n";
 }
 
+/// A run either installs or removes.
+std::string not_removed(const Verification& verification) {
+  std::string text;
+  for (const CheckedUnit& checked : verification.unremoved) {
+    text += "  " + printable(text_of(checked.unit)) + " is still installed, although its component is selected for removal (" +
+            some_of(checked.places, most_listed) + "); only a session with mode uninstall removes it\n";
+  }
+  return text;
+}
+
 /// What is as it should be, but for another reason than expected; and what cannot be determined.
 std::string notes_on(const Verification& verification) {
   std::string text;
@@ -69,24 +79,25 @@ std::string notes_on(const Verification& verification) {
          (error.empty() ? ".\n" : ": " + printable(error) + "\n");
 }
 
+/// To be read before the name of the executable.
+std::string summary(const Verification& verification, std::size_t differences) {
+  if (verification.units.empty()) return "the session installs nothing into ";
+  const std::size_t count = differences == 0 ? verification.units.size() : differences;
+  const std::string units =
+      std::to_string(count) + " of " + std::to_string(verification.units.size()) + " units that the session ";
+  if (verification.is_removal) return units + "removes are " + (differences == 0 ? "not installed in " : "still installed in ");
+  return units + "installs are " + (differences == 0 ? "installed in " : "not installed in ");
+}
+
 }  // namespace
 
 std::string verification_text(const Verification& verification) {
   const auto differences = verification.differences();
-  const bool same = differences.empty();
-  const std::size_t count = same ? verification.units.size() : differences.size();
-  std::string text = same ? "Same: " : "Different: ";
-  text += std::to_string(count) + " of " + std::to_string(verification.units.size()) + " units that the session " +
-          (verification.is_removal ? "removes" : "installs");
-  if (verification.is_removal) {
-    text += same ? " are not installed in " : " are still installed in ";
-  } else {
-    text += same ? " are installed in " : " are not installed in ";
-  }
-  text += printable(verification.executable);
+  std::string text = verification.is_same() ? "Same: " : "Different: ";
+  text += summary(verification, differences.size()) + printable(verification.executable);
   text += verification.source == Source::profile ? ", as its p2 profile records\n" : "\n";
   for (const CheckedUnit& checked : differences) text += difference(checked, verification);
-  return text + notes_on(verification);
+  return text + not_removed(verification) + notes_on(verification);
 }
 
 std::string reasons_text(const eclipse_plan::Plan& plan, const std::string& indent) {

@@ -1,6 +1,7 @@
 #include "run/instance_safety.h"
 
 #include <chrono>
+#include <utility>
 
 #include "base/file_replacement.h"
 #include "base/printable.h"
@@ -76,6 +77,13 @@ void keep_configuration_of(const std::string& executable) {
         "warning: " + std::string(error.what()) +
         "; the run keeps no copy of the configuration, so the Eclipse instance cannot be repaired if a director is killed");
   }
+}
+
+std::optional<eclipse_instance::InstanceDamage> damage_at_rest(const std::string& executable) {
+  auto seen = eclipse_instance::damage_seen(executable);
+  if (!seen.at_work.empty())
+    print_message("warning: " + seen.at_work + ", so what is read of it may be half-written; repeat this when it has ended");
+  return std::move(seen.damage);
 }
 
 void print_damage(const std::optional<eclipse_instance::InstanceDamage>& damage) {

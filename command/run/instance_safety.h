@@ -28,6 +28,10 @@ void check_space_for_director(const std::string& executable);
 /// there is no space for it. The caller must have its lock.
 void keep_configuration_of(const std::string& executable);
 
+/// What is wrong with an instance, for a subcommand that does not lock it. Warns when a director that is at work makes it seem
+/// damaged.
+std::optional<eclipse_instance::InstanceDamage> damage_at_rest(const std::string& executable);
+
 /// Prints what is wrong with the profile of an instance, if anything is, and the fix.
 void print_damage(const std::optional<eclipse_instance::InstanceDamage>& damage);
 

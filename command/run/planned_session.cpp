@@ -113,7 +113,7 @@ PlanReport planned_session(const SessionOptions& options, const PlanWishes& wish
   PlanReport report;
   report.integrates = !command.session().declines_integration();
   report.plan = eclipse_plan::make_plan(plugin, command.session(), wishes.all_retries ? Retries::all : Retries::distinct);
-  if (report.plan.command) report.damage = eclipse_instance::instance_damage_at_rest(report.plan.executable);
+  if (report.plan.command) report.damage = damage_at_rest(report.plan.executable);
   Repositories repositories;
   if (report.plan.command) look_at_instance(report, repositories, wishes.update);
   report.lint = summary_of_lint(plugin, repositories, command, wishes);

@@ -8,6 +8,7 @@
 
 #include "base/file.h"
 #include "base/printable.h"
+#include "base/uri.h"
 #include "instance/damage.h"
 #include "instance/lock.h"
 #include "instance/profile_history.h"
@@ -95,14 +96,32 @@ void find_cached(Undo& undo) {
   if (undo.knows_cached) undo.cached = left != nullptr ? left->cached_after : oldest->cached_before;
 }
 
+/// Throws UsageError.
+std::string url_of(const std::string& repository) {
+  if (repository.find(":/") != repository.npos) return repository;
+  std::error_code error;
+  const fs::file_status status = fs::status(repository, error);
+  if (!fs::exists(status)) throw UsageError("--repository: " + eclipse_base::in_quotes(repository) + " does not exist");
+  const std::string url = eclipse_base::uri_of(fs::absolute(repository).string());
+  return fs::is_directory(status) ? url : "jar:" + url + "!/";
+}
+
+/// The named ones first.
+std::vector<std::string> repositories_for(const Undo& undo, const std::vector<std::string>& named) {
+  std::vector<std::string> urls(named.size());
+  std::transform(named.begin(), named.end(), urls.begin(), url_of);
+  for (std::string& url : undo.journal.repositories()) urls.push_back(std::move(url));
+  return urls;
+}
+
 /// Finds out what would be done, and why it would not.
-void look_at(Undo& undo, const std::optional<std::string>& to) {
+void look_at(Undo& undo, const UndoOptions& options) {
   const fs::path instance = instance_directory(undo.executable);
   undo.journal = read_run_journal(instance);
   undo.newest = newest_time(instance);
   if (undo.newest.empty()) throw no_profile(undo.executable);
   const ProfileState newest = state_of_time(instance, undo.newest);
-  undo.way = way_from(newest, instance, undo.journal, to);
+  undo.way = way_from(newest, instance, undo.journal, options.to);
   undo.error = undo.way.error;
   if (!undo.error.empty()) return;
   const ProfileState target = state_of_time(instance, undo.way.target);
@@ -115,14 +134,18 @@ void look_at(Undo& undo, const std::optional<std::string>& to) {
   if (!undo.others.empty() && !undo.is_forced) {
     undo.error = "this would also take back the changes above, which no recorded run made; use --force to take them back, too";
   }
+  if (undo.change->is_empty()) return;
+  undo.missing = missing_artifacts(instance, newest, target, repositories_for(undo, options.repositories));
+  if (undo.error.empty() && undo.missing.is_certain())
+    undo.error = "the director would fail, since it finds what is needed nowhere; use --repository with one that has it";
 }
 
 /// Throws Interrupted.
-void go_back(Undo& undo) {
+void go_back(Undo& undo, const std::vector<std::string>& repositories) {
   if (undo.change->is_empty()) return;
   const Interruption interruption;
-  undo.reversion =
-      revert(undo.executable, undo.way.target, undo.journal.repositories(), Interruption::observer().command_progress);
+  undo.reversion = revert(undo.executable, undo.way.target, repositories_for(undo, repositories),
+                          Interruption::observer().command_progress);
   undo.error = undo.reversion->error;
 }
 
@@ -175,7 +198,7 @@ std::string write_variables(Undo& undo, const SessionOptions& options) try {
 
 /// Returns the exit status.
 int undo_last_run(Undo& undo, const UndoOptions& options) {
-  look_at(undo, options.to);
+  look_at(undo, options);
   if (!options.session.json) std::cout << found_text(undo) << std::flush;
   undo.damage = undo.is_dry_run ? instance_damage_at_rest(undo.executable) : instance_damage(undo.executable);
   if (undo.error.empty() && undo.damage && undo.damage->is_fatal)
@@ -188,7 +211,7 @@ int undo_last_run(Undo& undo, const UndoOptions& options) {
   if (!undo.damage) keep_configuration_of(undo.executable);
   record_start(undo);
   try {
-    go_back(undo);
+    go_back(undo, options.repositories);
   } catch (const Interrupted& interrupted) {
     undo.error = interrupted.name() + " stopped the director";
     record_end(undo);

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "report/undo_report.h"
 #include "run/session_options.h"
@@ -13,6 +14,7 @@ namespace eclipse_run {
 struct UndoOptions {
   SessionOptions session;         ///< a session file need not be given if the instance is
   std::optional<std::string> to;  ///< the time of a state; nothing for the one before the last run
+  std::vector<std::string> repositories;  ///< paths or URLs
   bool dry_run = false;
   bool force = false;
 };

@@ -58,7 +58,7 @@ void VerifiedRun::run(const Plugin& plugin, Session& session, RunRecord& record,
   offer_ = eclipse_plan::offered_to(plan_, repositories);
   if (plan_.command) ask_before();
   run_session(plugin, session, record, observers);
-  if (plan_.command) {
+  if (is_verifiable(plan_)) {
     ask_after();
   } else if (!record.commands.empty()) {
     errors_.emplace_back(
@@ -106,7 +106,7 @@ void VerifiedRun::ask_after() {
 InstanceFinding VerifiedRun::finding() const {
   InstanceFinding finding;
   if (!after_) return finding;
-  finding.differs = !after_->differences().empty();
+  finding.differs = !after_->is_same();
   finding.has = [this](const std::string& feature) { return after_->has(feature); };
   return finding;
 }
@@ -114,7 +114,7 @@ InstanceFinding VerifiedRun::finding() const {
 std::string VerifiedRun::text() const {
   std::string text = "\nVerification:\n";
   if (is_instance_missing()) return text + "  Error: " + no_instance + reasons_text(plan_, "    ") + "\n";
-  if (!plan_.command && errors_.empty()) text += "  The session runs no command, so there is nothing to verify.\n";
+  if (!is_verifiable(plan_) && errors_.empty()) text += "  The session runs no command, so there is nothing to verify.\n";
   text += changes();
   for (const std::string& error : errors_)
     text += "  Error: " + printable(error, {.line_feed = "\n", .longest = no_limit}) + "\n";
@@ -145,7 +145,7 @@ void VerifiedRun::add_to(Json& json) const {
 }
 
 int VerifiedRun::exit_status(int status_of_run) const {
-  if (status_of_run == exit_failure || (after_ && !after_->differences().empty())) return exit_failure;
+  if (status_of_run == exit_failure || (after_ && !after_->is_same())) return exit_failure;
   return errors_.empty() ? status_of_run : exit_trouble;
 }
 

@@ -32,11 +32,13 @@ bool look_at(CheckedUnit& checked, const Unit& installed) {
   return true;
 }
 
+using Records = std::vector<const eclipse_plan::PlannedRecord*>;
+
 /// Each unit once, at the first of its places in the install order, with all lines that name it.
-std::vector<CheckedUnit> units_of(const eclipse_plan::Plan& plan, const Offer& offer) {
+std::vector<CheckedUnit> units_of(const Records& records, const Offer& offer) {
   std::vector<CheckedUnit> units;
   std::map<Unit, std::size_t> known;
-  for (const eclipse_plan::PlannedRecord* const record : plan.by_slot()) {
+  for (const eclipse_plan::PlannedRecord* const record : records) {
     for (const auto& [unit, text, start] : units_written_in(record->config.feature)) {
       const auto [found, is_new] = known.emplace(unit, units.size());
       if (is_new) units.push_back({unit, {}, highest_offered(unit, offer.units).value_or(""), false, false, {}, {}, ""});
@@ -71,7 +73,18 @@ void look_up_all(CheckedUnit& checked, const InstalledById& all) {
   checked.other_versions = std::move(state.other_versions);
 }
 
+std::vector<CheckedUnit> unremoved_units_of(const eclipse_plan::Plan& plan, const std::vector<Unit>& roots) {
+  Records records;
+  for (const eclipse_plan::PlannedRecord& record : plan.unremoved) records.push_back(&record);
+  std::vector<CheckedUnit> units = units_of(records, {});
+  for (CheckedUnit& checked : units) look_up_roots(checked, roots);
+  std::erase_if(units, [](const CheckedUnit& checked) { return !checked.is_root; });
+  return units;
+}
+
 }  // namespace
+
+bool is_verifiable(const eclipse_plan::Plan& plan) { return plan.command || !plan.unremoved.empty(); }
 
 std::vector<CheckedUnit> Verification::differences() const {
   std::vector<CheckedUnit> different = units;
@@ -111,7 +124,8 @@ std::vector<CheckedUnit> Verification::staying() const {
 }
 
 Verification compare(const eclipse_plan::Plan& plan, InstalledUnits installed, const Offer& offer) {
-  Verification verification{plan.is_removal, plan.executable, std::move(installed), Source::director, units_of(plan, offer)};
+  Verification verification{plan.is_removal, plan.executable, std::move(installed), Source::director, units_of(plan.by_slot(), offer)};
+  verification.unremoved = unremoved_units_of(plan, verification.installed.roots);
   for (CheckedUnit& checked : verification.units) look_up_roots(checked, verification.installed.roots);
   if (!verification.knows_all()) return verification;
   const InstalledById all(*verification.installed.all);

@@ -32,11 +32,15 @@ struct Verification {
   eclipse_p2::InstalledUnits installed;
   Source source = Source::director;  ///< what says what is installed
   std::vector<CheckedUnit> units;    ///< in install order
+  /// Of an installation, which removes nothing: units of components that are selected for removal, and that are installed by
+  /// name.
+  std::vector<CheckedUnit> unremoved = {};
 
   /// Otherwise only what was installed by name is known.
   bool knows_all() const { return installed.all.has_value(); }
   bool is_as_it_should_be(const CheckedUnit& checked) const { return checked.is_installed != is_removal; }
   std::vector<CheckedUnit> differences() const;
+  bool is_same() const { return unremoved.empty() && differences().empty(); }
   /// Whether what a feature column names is installed, all of it; nothing when the session does not name it.
   std::optional<bool> has(const std::string& feature) const;
   /// Units to be removed that are not installed. One of them is enough for the director to remove none.
@@ -46,14 +50,17 @@ struct Verification {
   std::vector<CheckedUnit> staying() const;
 };
 
+/// Whether there is anything to compare: the plan has a command, or leaves what is selected for removal.
+bool is_verifiable(const eclipse_plan::Plan& plan);
+
 /// Compares what a plan comes to with what is installed. The offer says which versions an installation brings.
 Verification compare(const eclipse_plan::Plan& plan, eclipse_p2::InstalledUnits installed,
                      const eclipse_plan::Offer& offer = {});
 
-/// Compares a plan, which has a command, with what the profile of its instance records. Nothing when it cannot be read.
+/// Compares a plan, which has an executable, with what the profile of its instance records. Nothing when it cannot be read.
 std::optional<Verification> verify_by_profile(const eclipse_plan::Plan& plan, const eclipse_plan::Offer& offer);
 
-/// Compares a plan, which has a command, with what the director of its instance says. Throws InstanceError.
+/// Compares a plan, which has an executable, with what the director of its instance says. Throws InstanceError.
 Verification verify_by_director(const eclipse_plan::Plan& plan, const eclipse_plan::Offer& offer,
                                 const eclipse_shell::CommandProgress& progress = {});
 

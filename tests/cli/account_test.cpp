@@ -78,21 +78,16 @@ TEST_F(RunReport, ShowsWhichFeaturesFailedWhyAndTheInstallersSummary) {
             (Outcome{1,
                      header("install", "not installed, selected to be installed") + checks + "Action perform_integration\n" +
                          command(install_arguments("one,two")) +
-                         "    Installation failed.\n    no such unit\n"
-                         "  Failed with exit code 13 after N s\n"
-                         "    Why: the director failed: it could not complete the operation\n" +
+                         "    Installation failed.\n"
+                         "  Failed with exit code 13 after N s\n" +
                          command(install_arguments("one")) +
-                         "    Installation failed.\n    one is not there\n    really\n"
-                         "  Failed with exit code 13 after N s\n"
-                         "    Why: the director failed: it could not complete the operation\n" +
+                         "    Installation failed.\n"
+                         "  Failed with exit code 13 after N s\n" +
                          command(install_arguments("two")) + "  Succeeded after N s\n" +
                          "\n"
                          "Failed\n"
-                         "  Why: the director failed: it could not complete the operation\n"
-                         "    one is not there\n"
+                         "  Why: one is not there\n"
                          "    really\n"
-                         "    Exit code: 13\n"
-                         "    Features: one\n"
                          "  Installing all features at once failed, so each was tried separately.\n"
                          "  The director reports success for installing these features into DIRECTORY/eclipse:\n"
                          "    two\n"
@@ -106,10 +101,7 @@ TEST_F(RunReport, ShowsWhichFeaturesFailedWhyAndTheInstallersSummary) {
                          "The installer's summary (QN_SCRIPTS_COMPLETE_DESC):\n"
                          "  Installed.\n"
                          "  These failed:\n"
-                         "\n"
-                         "  Installation failed.\n"
-                         "  one is not there\n"
-                         "  really\n",
+                         "  (the output of the failed commands)\n",
                      ""}));
 }
 
@@ -132,7 +124,55 @@ TEST_F(RunReport, ExplainsTheSameFailureOnce) {
   EXPECT_EQ(count(events, "    Why: same reason\n"), 2U) << events;
   const std::string report = outcome.output.substr(end);
   EXPECT_EQ(count(report, "no site"), 1U) << report;
-  EXPECT_NE(report.find("\n    Exit code: 13\n    Features: one, two\n"), std::string::npos) << report;
+  EXPECT_NE(report.find("\n  Why: no site\n    Log: "), std::string::npos) << report;
+}
+
+/// What the director of Eclipse 4.26 prints.
+TEST_F(RunReport, SaysTheReasonThenTheFixAndNothingTwice) {
+  write_session("install");
+  const std::string failed = "echo 'Installation failed.'; ";
+  const std::string end = "echo 'There were errors. See log file: /ide/1.log'; exit 13";
+  const std::string missing =
+      "Missing requirement: Plug-in P 1.0.0 (p 1.0.0) requires 'osgi.bundle; org.nowhere 0.0.0' but it could not be found";
+  for (const int start : {1, 2}) {
+    script(start, failed + "echo 'Cannot complete the install.'; echo \"\t" + missing +
+                      "\"; echo '\tCannot satisfy dependency:'; echo '\t\tFrom: a'; echo '\t\tTo: b'; " + end);
+  }
+  script(3, failed +
+                "echo 'Cannot complete the install because of a conflicting dependency.'; "
+                "echo '\tSoftware being installed: F (two 1.0.0)'; echo '\tSoftware currently installed: F (two 2.0.0)'; "
+                "echo '\tOnly one of the following can be installed at once: '; echo '\t\tP 1.0.0'; echo '\t\tP 2.0.0'; " +
+                end);
+  const std::string output = eclipse_int("run session.json").output;
+  EXPECT_NE(output.find("\nFailed\n"
+                        "  Why: Cannot complete the install.\n"
+                        "    " +
+                        missing +
+                        "\n"
+                        "    Fix: list a repository that has org.nowhere 0.0.0 in a descriptor file\n"
+                        "    Features: one\n"
+                        "  Why: Cannot complete the install because of a conflicting dependency.\n"
+                        "    Software being installed: F (two 1.0.0)\n"
+                        "    Software currently installed: F (two 2.0.0)\n"
+                        "    Only one of the following can be installed at once:\n"
+                        "    P 1.0.0\n"
+                        "    P 2.0.0\n"
+                        "    Fix: --update replaces the installed version, with --allow-downgrade also a newer one\n"
+                        "    Features: two\n"),
+            std::string::npos)
+      << output;
+  EXPECT_EQ(output.find(missing), output.rfind(missing)) << output;
+}
+
+TEST_F(RunReport, NamesTheFixOfAnUnknownFeatureAndOfAMissingRepository) {
+  write_session("install");
+  script(1, "exit 13");
+  script(2, "echo 'Installation failed.'; echo 'The installable unit one has not been found.'; exit 13");
+  script(3, "echo 'Installation failed.'; echo 'No repository found at file:///x.'; exit 13");
+  const std::string output = eclipse_int("run session.json").output;
+  EXPECT_NE(output.find("  Why: The installable unit one has not been found.\n    Fix: correct column 2 "), std::string::npos)
+      << output;
+  EXPECT_NE(output.find("  Why: No repository found at file:///x.\n    Fix: correct column 1 "), std::string::npos) << output;
 }
 
 TEST_F(RunReport, ExplainsWhatTheShellSaysForCallsToo) {
@@ -160,15 +200,17 @@ TEST_F(RunReport, IsDoneWhenEveryRetrySucceeds) {
   script(1, "exit 13");
   const Outcome outcome = eclipse_int("run session.json");
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_NE(outcome.output.find("\nDone\n"
-                                "  Installing all features at once failed, so each was tried separately.\n"
-                                "  The director reports success for installing these features into DIRECTORY/eclipse:\n"
-                                "    one\n"
-                                "    two\n"),
-            std::string::npos)
+  EXPECT_NE(
+      outcome.output.find("\nDone\n"
+                          "  Why not all at once: the launcher failed: the application did not run to its end and logged no "
+                          "reason\n"
+                          "  Installing all features at once failed, so each was tried separately.\n"
+                          "  The director reports success for installing these features into DIRECTORY/eclipse:\n"
+                          "    one\n"
+                          "    two\n"),
+      std::string::npos)
       << outcome.output;
-  EXPECT_NE(outcome.output.find("\nThe installer's summary (QN_SCRIPTS_COMPLETE_DESC):\n\n  These failed:\n"),
-            std::string::npos)
+  EXPECT_NE(outcome.output.find("\nThe installer's summary (QN_SCRIPTS_COMPLETE_DESC):\n  These failed:\n"), std::string::npos)
       << outcome.output;
 }
 
@@ -180,8 +222,9 @@ TEST_F(RunReport, ShowsAGraphicalSummaryInLines) {
   const Outcome outcome = eclipse_int("run session.json");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.output.find("<p>"), std::string::npos) << outcome.output;
-  EXPECT_TRUE(outcome.output.ends_with(
-      "\nThe installer's summary (QN_SCRIPTS_COMPLETE_DESC):\n  Installed.\n  These failed:\n\n  not there\n"))
+  EXPECT_TRUE(
+      outcome.output.ends_with("\nThe installer's summary (QN_SCRIPTS_COMPLETE_DESC):\n  Installed.\n  These failed:\n  (the "
+                               "output of the failed commands)\n"))
       << outcome.output;
 }
 

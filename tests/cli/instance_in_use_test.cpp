@@ -63,6 +63,23 @@ TEST_F(InstanceInUse, DoesNotDisturbSubcommandsThatStartNoDirector) {
   forget_first();
 }
 
+TEST_F(InstanceInUse, IsNotCalledDamagedWhileItIsWritten) {
+  const std::string states = "eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/";
+  fake::write_file(states + "1731234500000.profile", "<profile><units><unit id='ide' version='1.0.0'/></units></profile>");
+  for (const std::string arguments : {"plan session.json", "history eclipse"}) {
+    script(1, "printf '<profile' > " + states +
+                  "1731234600000.profile; echo > begun; while [ ! -e end ]; do sleep 0.05; done; cp " + states +
+                  "1731234500000.profile " + states + "1731234600000.profile; echo > ended");
+    const Outcome outcome = eclipse_int_meanwhile(arguments, "1");
+    EXPECT_EQ(outcome.error,
+              "eclipse-int: warning: another director is at work on DIRECTORY/eclipse (started by process N, eclipse-int run "
+              "session.json), so what is read of it may be half-written; repeat this when it has ended\n")
+        << arguments;
+    forget_first();
+    std::filesystem::remove(states + "1731234600000.profile");
+  }
+}
+
 TEST_F(InstanceInUse, IsWaitedForOnRequest) {
   script(2, "test -e ended && echo one/1 && echo two/1");
   const Outcome outcome = eclipse_int_meanwhile("verify session.json --wait 60", "0.5");

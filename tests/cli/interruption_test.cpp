@@ -89,6 +89,20 @@ TEST_F(Interruption, LetsTheDirectorEndItsCommandAndStartsNoOther) {
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
 
+TEST_F(Interruption, ShowsWhyTheDirectorFailedBefore) {
+  write_session("install");
+  script(1, director_that_sends("INT") + "; echo 'Installation failed.'; echo 'no such unit'; exit 13");
+  const Outcome outcome = eclipse_int_with_number("run session.json");
+  EXPECT_TRUE(
+      outcome.output.ends_with("    Installation failed.\n"
+                               "  Failed with exit code 13 after N s\n"
+                               "    no such unit\n"
+                               "\n"
+                               "Interrupted by SIGINT\n"
+                               "  No director was stopped, and no other command of the session was started.\n"))
+      << outcome.output;
+}
+
 TEST_F(Interruption, IsTheSameByEachSignalThatEndsPrograms) {
   write_session("install");
   for (const auto& [name, number] : {std::pair("TERM", SIGTERM),

@@ -137,6 +137,39 @@ TEST(GoingBack, RunsAreTakenBackOneAfterTheOther) {
   EXPECT_EQ(product.installed(), features({"alpha", "gamma"}));
 }
 
+/// The new release has taken the place of the old one in the directory of the site.
+TEST(GoingBack, WhatIsNowhereAnyMoreIsNamedBeforeTheDirectorStarts) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");
+  const std::string session = product.write_session("install");
+  ASSERT_EQ(eclipse_int("run --json " + session).status, 0);
+  product.make_site("tools", "newer", "alpha", "2.0.0");
+  const fs::path sites = product.directory() / "tools/sites";
+  fs::rename(sites / "alpha", product.directory() / "old");
+  fs::rename(sites / "newer", sites / "alpha");
+  ASSERT_EQ(eclipse_int("run --update --json " + session).status, 0);
+  const nlohmann::json missing = {"feature org.example.alpha 1.0.0"};
+  for (const std::string option : {"--dry-run ", ""}) {
+    const Child undo = eclipse_int("undo --json " + option + session);
+    EXPECT_EQ(undo.status, 1);
+    EXPECT_EQ(undo.result["missing"], missing) << "the bundle is still there";
+    EXPECT_EQ(undo.result["mayBeIn"], nlohmann::json::array());
+    EXPECT_EQ(undo.result["command"], nullptr);
+  }
+  // A director finds as little.
+  const std::string to = eclipse_int("undo --json --dry-run " + session).result["to"].get<std::string>();
+  const std::string revert = product.executable().string() +
+                             " -nosplash -application org.eclipse.equinox.p2.director -repository file://" +
+                             (sites / "alpha").string() + " -revert " + to;
+  EXPECT_THAT(eclipse_shell::run_in_shell(revert).error_output,
+              testing::HasSubstr("No repository found containing: org.eclipse.update.feature,org.example.alpha,1.0.0"));
+
+  const std::string old = "--repository " + (product.directory() / "old").string() + " ";
+  EXPECT_EQ(eclipse_int("undo --json --dry-run " + old + session).result["missing"], nlohmann::json::array());
+  EXPECT_EQ(eclipse_int("undo --json " + old + session).status, 0);
+  EXPECT_EQ(product.installed(), alpha("1.0.0"));
+}
+
 TEST(GoingBack, StateWithoutADirectorIsRefused) {
   Product product;
   const std::string eclipse = product.executable().string();

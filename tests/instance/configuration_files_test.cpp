@@ -9,6 +9,7 @@
 #include "fake_host/temporary_directory.h"
 #include "instance/damage.h"
 #include "instance/kept_configuration.h"
+#include "instance/lock.h"
 #include "instance/profile_history.h"
 #include "instance/repair.h"
 #include "p2/instance_paths.h"
@@ -162,6 +163,21 @@ TEST_F(ConfigurationFiles, TheProfileShowsThatTheInstanceStartsFromTheFiles) {
   EXPECT_EQ(damage(), "");
 }
 
+TEST_F(ConfigurationFiles, WhatADirectorIsWritingIsNotDamaged) {
+  install_a_third();
+  fake::write_file("ide/configuration/config.ini", "");
+  {
+    const InstanceLock lock("ide", std::chrono::seconds(0), {});
+    const DamageSeen seen = damage_seen("ide/eclipse");
+    EXPECT_FALSE(seen.damage);
+    EXPECT_TRUE(seen.at_work.starts_with("another director is at work on ide (started by process ")) << seen.at_work;
+    fake::write_file("ide/configuration/config.ini", settings);
+    EXPECT_EQ(damage_seen("ide/eclipse").at_work, "") << "nothing seems damaged";
+  }
+  fake::write_file("ide/configuration/config.ini", "");
+  EXPECT_TRUE(damage_seen("ide/eclipse").damage);
+}
+
 TEST_F(ConfigurationFiles, AnEmptyConfigurationEndsEveryDirector) {
   install_a_third();
   for (const std::string content : {"", "#comment\n", "\n"}) {
@@ -208,8 +224,9 @@ TEST_F(ConfigurationFiles, SourceBundlesHaveAListOfTheirOwn) {
 TEST_F(ConfigurationFiles, AnInstallationElsewhereHasItsListThere) {
   install_a_third();
   const std::string state = eclipse_base::read_file(file("2"), 1000).bytes;
-  const auto write_state_of = [&](const std::string& folder) {
+  const auto write_state_of = [&](const std::string& folder, const std::string& roaming = "false") {
     fake::write_file(file("2"), "<profile><properties><property name='org.eclipse.equinox.p2.installFolder' value='" + folder +
+                                    "'/><property name='org.eclipse.equinox.p2.roaming' value='" + roaming +
                                     "'/></properties>" + state.substr(std::string("<profile>").size()));
   };
   write_list({"a", "b"});
@@ -217,6 +234,8 @@ TEST_F(ConfigurationFiles, AnInstallationElsewhereHasItsListThere) {
   EXPECT_NE(damage(), "");
   write_state_of(directory.path() + "/elsewhere");
   EXPECT_EQ(damage(), "");
+  write_state_of(directory.path() + "/elsewhere", "true");
+  EXPECT_NE(damage(), "") << "it was copied from there, with its damage";
 }
 
 TEST_F(ConfigurationFiles, ABundleThatWasNeverListedSaysNothing) {

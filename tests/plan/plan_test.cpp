@@ -79,6 +79,23 @@ TEST_F(Planning, AsksForRemovalInARemoval) {
   EXPECT_TRUE(plan().is_removal);
 }
 
+TEST_F(Planning, NamesWhatAnInstallationLeavesAlthoughItIsSelectedForRemoval) {
+  add("old", "s\tF\ns\tG\n").selected_for_install = false;
+  add("taken", "s\tF\n");
+  auto& staying = add("staying", "s\tH\n");
+  staying.selected_for_install = staying.selected_for_removal = false;
+  add("also staying", "s\tH\ns\tI\n").selected_for_install = false;
+  for (const bool is_known : {false, true}) {
+    if (is_known) know_the_instance();
+    std::vector<std::string> unremoved;
+    for (const PlannedRecord& record : plan().unremoved) unremoved.push_back(record.config.feature + " " + record.place());
+    EXPECT_EQ(unremoved, (std::vector{"G " + directory.path() + "/old/etc/eclipse/p:2",
+                                      "I " + directory.path() + "/also staying/etc/eclipse/p:2"}));
+  }
+  session.variables["KORU_MODE"] = "uninstall";
+  EXPECT_TRUE(plan().unremoved.empty());
+}
+
 TEST_F(Planning, KeepsComponentsWithTheSameCodeApart) {
   know_the_instance();
   add("same", "s\tF\n").selected_for_install = false;

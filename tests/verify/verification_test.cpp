@@ -60,6 +60,21 @@ TEST(Verification, NamesWhatIsMissingAfterAnInstallation) {
   EXPECT_EQ(texts_of(compare(plan(false), roots_only).differences()), (Texts{"a/2.0", "c"}));
 }
 
+TEST(Verification, NamesWhatIsSelectedForRemovalAndStillInstalledByName) {
+  Plan plan;
+  EXPECT_FALSE(is_verifiable(plan));
+  plan.unremoved = {record(1, "b,x", 0), record(2, "c", 0), record(3, "a/2.0.0", 0), record(4, "b", 0)};
+  EXPECT_TRUE(is_verifiable(plan));
+  const InstalledUnits roots_and_c = {roots_only.roots, installed.all};
+  const Verification verification = compare(plan, roots_and_c);
+  EXPECT_EQ(texts_of(verification.unremoved), Texts{"b"}) << "c came along with b, and a is another version";
+  EXPECT_EQ(verification.unremoved[0].places, (Texts{"p:1", "p:4"}));
+  EXPECT_FALSE(verification.is_same());
+  plan.unremoved.erase(plan.unremoved.begin());
+  plan.unremoved.pop_back();
+  EXPECT_TRUE(compare(plan, roots_and_c).is_same());
+}
+
 TEST(Verification, TellsRootsFromWhatCameAlong) {
   const Verification verification = compare(plan(false), installed);
   EXPECT_TRUE(verification.knows_all());

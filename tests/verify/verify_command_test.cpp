@@ -197,7 +197,7 @@ TEST_F(VerifyCommand, IsThereForPrograms) {
        "brought": "", "requiredBy": [], "otherVersions": [], "newer": "", "same": true},
       {"unit": "two", "locations": ["DIRECTORY/tools/etc/eclipse/tools.txt:3"], "installed": false, "byName": false,
        "brought": "", "requiredBy": [], "otherVersions": [], "newer": "", "same": false}],
-    "roots": ["local.ide/4", "one/1.0.0"], "source": "director", "knowsAll": false})"));
+    "notRemoved": [], "roots": ["local.ide/4", "one/1.0.0"], "source": "director", "knowsAll": false})"));
 }
 
 TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
@@ -216,6 +216,33 @@ TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
                    {"ECLIPSE_INTEGRATION_CHOICE is \"none\"",
                     "so no Eclipse is chosen and no component is searched (1 component)"}}}));
   EXPECT_EQ(director_calls(), "");
+}
+
+/// A run in the mode modify removes nothing, and reports success.
+TEST_F(VerifyCommand, NamesWhatAModifySessionLeavesAlthoughItIsSelectedForRemoval) {
+  write_session("modify", {{"CASHED_ECLIPSE_PATH", directory.path() + "/eclipse/eclipse"}}, "\"remove\": true");
+  const std::string root =
+      "><properties><property name='org.eclipse.equinox.p2.type.root' value='true'/></properties></iuProperties>";
+  write_profile("<unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'/>",
+                "<iuProperties id='one' version='1.0.0'" + root);
+  EXPECT_EQ(eclipse_int("run session.json").status, 0);
+  EXPECT_EQ(eclipse_int("verify session.json"),
+            (Outcome{1,
+                     "Different: the session installs nothing into DIRECTORY/eclipse/eclipse, as its p2 profile records\n"
+                     "  one is still installed, although its component is selected for removal "
+                     "(DIRECTORY/tools/etc/eclipse/tools.txt:2); only a session with mode uninstall removes it\n",
+                     ""}));
+  const Json result = Json::parse(eclipse_int("verify session.json --json").output);
+  EXPECT_EQ(result.at("same"), false);
+  EXPECT_EQ(result.at("notRemoved"),
+            Json::parse(R"([{"unit": "one", "locations": ["DIRECTORY/tools/etc/eclipse/tools.txt:2"]}])"));
+  script(1, "echo one/1.0.0; echo two/1.0.0");
+  const Outcome run = eclipse_int("run session.json --verify");
+  EXPECT_EQ(run.status, 1) << run.output << run.error;
+  EXPECT_NE(run.output.find("is still installed, although its component is selected for removal"), std::string::npos)
+      << run.output;
+  write_profile("<unit id='two' version='1.0.0'/>");
+  EXPECT_EQ(eclipse_int("verify session.json").status, 0) << "two came along with another unit";
 }
 
 TEST_F(VerifyCommand, TakesNoAnswerFromAnotherProgram) {
