@@ -164,6 +164,7 @@ def main():
     options = read_options()
     if INSIDE not in os.environ:
         with tempfile.TemporaryDirectory(prefix="mutate-", dir="/var/tmp") as work:
+            os.chmod(work, 0o755)  # some tests go on as another user
             return enter_namespace(pathlib.Path(work))
     listed = read_listed()
     check_listed(listed)
