@@ -190,7 +190,7 @@ std::vector<std::string> names_with_backslashes(const std::filesystem::path& fil
   if (end.empty()) return names;
   const std::size_t size = directory_size_in(end);
   const std::string tail = read_end(file, end.size() + size).bytes;
-  std::string_view directory = std::string_view(tail).substr(0, std::min(size, tail.size()));
+  std::string_view directory = std::string_view(tail).substr(0, size);
   while (directory.size() >= header_size && directory.starts_with("PK\1\2")) {
     const std::size_t length = little_endian_2(directory.substr(28));
     const std::string_view name = directory.substr(header_size, length);

@@ -29,7 +29,6 @@ struct RunOptions {
 /// runs no commands.
 bool is_checked() { return std::getenv(host_kit::environment::progress) != nullptr; }
 
-
 int run(const SessionOptions& options, const RunOptions& run) {
   SessionCommand command(options);
   check_mode(command.session());

@@ -33,16 +33,17 @@ class SessionWriter {
     return {{"mode", draft_.is_removal ? "uninstall" : "install"},
             {"variables",
              {{"ECLIPSE_INTEGRATION_CHOICE", "user"},
-              {"ECLIPSE_BIN", utf8(draft_.eclipse.filename())},
+              {"ECLIPSE_BIN", draft_.eclipse.filename().string()},
               {"USER_DEFINED_ECLIPSE_PATH", utf8(draft_.eclipse)}}},
             {"components", std::move(components)}};
   }
 
  private:
   Json component(const fs::path& directory) {
-    Json json = {{"code", unused_code(utf8(directory.filename()))},
-                 {"installBase", utf8(directory.parent_path())},
-                 {"installDir", utf8(directory.filename())},
+    const std::string path = utf8(directory);
+    Json json = {{"code", unused_code(directory.filename().string())},
+                 {"installBase", directory.parent_path().string()},
+                 {"installDir", directory.filename().string()},
                  {"capabilities", Json::array({"ECLIPSE_PLUGIN_" + std::to_string(codes_.size())})}};
     if (draft_.is_removal) {
       json["installed"] = true;
@@ -50,7 +51,7 @@ class SessionWriter {
     } else {
       json["install"] = true;
     }
-    json["package"] = {{"scan", utf8(directory)}};
+    json["package"] = {{"scan", path}};
     return json;
   }
 

@@ -9,8 +9,8 @@ using namespace eclipse_p2;
 namespace eclipse_plan {
 
 std::vector<BroughtUnit> units_brought_by(const Plan& plan, const Offer& offer, const std::vector<InstalledUnit>& installed) {
+  if (plan.is_removal) return {};
   std::vector<BroughtUnit> units;
-  if (plan.is_removal) return units;
   std::vector<Unit> named;
   std::size_t number = 0;
   for (const PlannedRecord* const record : plan.features()) {

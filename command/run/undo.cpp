@@ -144,8 +144,8 @@ void look_at(Undo& undo, const UndoOptions& options) {
 void go_back(Undo& undo, const std::vector<std::string>& repositories) {
   if (undo.change->is_empty()) return;
   const Interruption interruption;
-  undo.reversion = revert(undo.executable, undo.way.target, repositories_for(undo, repositories),
-                          Interruption::observer().command_progress);
+  undo.reversion =
+      revert(undo.executable, undo.way.target, repositories_for(undo, repositories), Interruption::observer().command_progress);
   undo.error = undo.reversion->error;
 }
 

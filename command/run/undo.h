@@ -12,8 +12,8 @@
 namespace eclipse_run {
 
 struct UndoOptions {
-  SessionOptions session;         ///< a session file need not be given if the instance is
-  std::optional<std::string> to;  ///< the time of a state; nothing for the one before the last run
+  SessionOptions session;                 ///< a session file need not be given if the instance is
+  std::optional<std::string> to;          ///< the time of a state; nothing for the one before the last run
   std::vector<std::string> repositories;  ///< paths or URLs
   bool dry_run = false;
   bool force = false;

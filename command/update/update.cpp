@@ -41,8 +41,8 @@ std::string texts_about_rivals(const std::vector<Replacement>& replacements) {
 }  // namespace
 
 std::vector<Replacement> replacements_for(const Plan& plan, const eclipse_plan::Offer& offer, const InstalledUnits& installed) {
+  if (!installed.all) return {};
   std::vector<Replacement> replacements;
-  if (!installed.all) return replacements;
   std::set<std::string> known;
   for (const auto& unit : eclipse_plan::units_brought_by(plan, offer, *installed.all)) {
     const Installation& step = unit.brought.step;

@@ -124,7 +124,8 @@ std::vector<CheckedUnit> Verification::staying() const {
 }
 
 Verification compare(const eclipse_plan::Plan& plan, InstalledUnits installed, const Offer& offer) {
-  Verification verification{plan.is_removal, plan.executable, std::move(installed), Source::director, units_of(plan.by_slot(), offer)};
+  Verification verification{plan.is_removal, plan.executable, std::move(installed), Source::director,
+                            units_of(plan.by_slot(), offer)};
   verification.unremoved = unremoved_units_of(plan, verification.installed.roots);
   for (CheckedUnit& checked : verification.units) look_up_roots(checked, verification.installed.roots);
   if (!verification.knows_all()) return verification;

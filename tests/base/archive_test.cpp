@@ -153,6 +153,71 @@ TEST_F(ArchiveTest, KeepsBackslashesAsJavaDoes) {
   EXPECT_EQ(Archive("a.zip").names(), (std::set<std::string>{"content.jar", "plugins\\a.jar"}));
 }
 
+TEST_F(ArchiveTest, KeepsBackslashesInLongNames) {
+  const std::string name = std::string(300, 'a') + "\\b";
+  EXPECT_EQ(archive(zipped({{name, "first"}, {"z\\c", "second"}})).names(), (std::set<std::string>{name, "z\\c"}));
+}
+
+TEST_F(ArchiveTest, SaysWhichCompressionJavaCannotUnpack) {
+  const auto error_with = [](std::initializer_list<char> methods) {
+    std::string zip = zipped({{"a", noise(50)}, {"b", noise(50)}, {"c", noise(50)}});
+    std::size_t at = 0;
+    for (const char method : methods) {
+      zip[at + 8] = method;
+      at = zip.find("PK\3\4", at + 1);
+    }
+    return archive(zip).error();
+  };
+  EXPECT_EQ(error_with({0, 8, 0}), "");
+  EXPECT_EQ(error_with({8, 14, 12}), "is compressed by lzma, which Java cannot unpack; use deflate");
+  EXPECT_EQ(error_with({8, 0, 12}), "is compressed by bzip, which Java cannot unpack; use deflate");
+  EXPECT_EQ(archive(zipped({{"a", "text"}}, "password")).error(), "") << "encrypted";
+}
+
+TEST_F(ArchiveTest, ReadsEachOfSomeEntriesOnce) {
+  const Archive zip = archive(zipped({{"a", "first"}, {"b", "second"}, {"c", "third"}}));
+  const auto read = [&](const std::set<std::string>& names, std::size_t most) {
+    std::vector<std::string> texts;
+    zip.read_each(names, most, [&](const std::string& name, const Unpacked& content) {
+      texts.push_back(name + ": " + content.bytes + content.error);
+    });
+    return texts;
+  };
+  using Texts = std::vector<std::string>;
+  EXPECT_EQ(read({"c", "a", "missing"}, limit), (Texts{"a: first", "c: third"}));
+  EXPECT_EQ(read({"b"}, 5), Texts{"b: unpacks to more than 0 MiB"});
+  EXPECT_EQ(read({}, limit), Texts());
+  std::filesystem::remove("file.zip");
+  EXPECT_EQ(read({"a"}, limit), Texts());
+  fake::write_file("file.zip", "text");
+  EXPECT_EQ(read({"a"}, limit), Texts());
+}
+
+TEST_F(ArchiveTest, ReadsAllEntriesUpToOneThatIsDamaged) {
+  std::string texts;
+  const auto add = [&](const std::string& name, const std::string& bytes) { texts += name + "=" + bytes + ";"; };
+  const std::string bytes = zipped({{"a", "first"}, {"b", noise(40)}, {"c", "third"}});
+  EXPECT_EQ(archive(bytes).for_each(limit, add), "");
+  EXPECT_EQ(texts, "a=first;b=" + noise(40) + ";c=third;");
+  std::string changed = bytes;
+  changed[changed.find(noise(40)) + 5] ^= 1;
+  texts.clear();
+  EXPECT_EQ(archive(changed).for_each(limit, add), "is damaged");
+  EXPECT_EQ(texts, "a=first;");
+  EXPECT_EQ(archive(bytes).for_each(20, add), "unpacks to more than 0 MiB");
+}
+
+TEST_F(ArchiveTest, MayChangeBeforeItIsRead) {
+  const Archive zip = archive(zipped({{"a", "first"}}));
+  EXPECT_EQ(zip.read("b", limit).error, "is damaged");
+  for (const char* const change : {"gone", "text"}) {
+    std::filesystem::remove("file.zip");
+    if (change == std::string("text")) fake::write_file("file.zip", change);
+    EXPECT_EQ(zip.read("a", limit).error, "cannot be read") << change;
+    EXPECT_EQ(zip.for_each(limit, {}), "cannot be read") << change;
+  }
+}
+
 TEST_F(ArchiveTest, HasALimitOfEntries) {
   Entries entries;
   for (std::size_t i = 0; i < largest::archive_entries; ++i) entries[std::to_string(i)] = "";
@@ -173,6 +238,10 @@ TEST(ZipEnd, IsMissingWhenTheArchiveWasCut) {
   EXPECT_EQ(error_of(archive), "");
   EXPECT_EQ(error_of(archive + "comment"), "");
   EXPECT_EQ(error_of(zipped({})), "");
+  EXPECT_EQ(error_of(archive + "PK\5, and more than the 22 bytes of an end"), "") << "only the beginning of its mark";
+  EXPECT_EQ(error_of(archive + std::string(65535, 'x')), "");
+  EXPECT_EQ(error_of(archive + std::string(65536, 'x')),
+            "is cut off: the central directory of a zip archive is missing at its end");
   for (std::size_t length = 0; length < archive.size(); ++length) {
     EXPECT_EQ(error_of(archive.substr(0, length)), "is cut off: the central directory of a zip archive is missing at its end");
   }

@@ -56,6 +56,10 @@ TEST_F(Arguments, HelpIsASubcommandToo) {
   expect_usage_error("help lnt", "unknown subcommand \"lnt\"; did you mean lint?");
 }
 
+TEST_F(Arguments, AHostIsStartedByACommand) {
+  expect_usage_error("check-host", "COMMAND: the command that starts the host is missing; write it after \"--\"");
+}
+
 TEST_F(Arguments, MisspelledNamesGetASuggestion) {
   expect_usage_error("lnt x y", "unknown subcommand \"lnt\"; did you mean lint?");
   expect_usage_error("Plan --set A=1 x", "unknown subcommand \"Plan\"; did you mean plan?");

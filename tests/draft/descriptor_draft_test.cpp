@@ -48,7 +48,7 @@ class Draft : public testing::Test {
 };
 
 TEST_F(Draft, NamesEachFeatureWithItsRepository) {
-  write_file("tools/sites/b/content.xml", metadata(unit("b.one.feature.group", "1") + unit("b.plugin", "1")));
+  write_file("tools/sites/b/content.xml", metadata(unit("a.plugin", "1") + unit("b.one.feature.group", "1")));
   write_file("tools/sites/a.zip",
              zipped({{"content.xml", metadata(unit("a.two.feature.group", "1") + unit("a.one.feature.group", "1"))}}));
   write_file("tools/doc/manual.zip", zipped({{"index.html", ""}}));
@@ -76,6 +76,15 @@ TEST_F(Draft, TakesTheHighestVersionOfAFeature) {
   EXPECT_EQ(draft().text, "Repository\tFeature\nsites/1\ta.feature.group\nsites/2\tb.feature.group\n");
 }
 
+TEST_F(Draft, TakesEachFeatureOfAHigherVersion) {
+  const auto site = [](const std::string& version) {
+    return metadata(unit("a.feature.group", version) + unit("b.feature.group", version) + unit("c.feature.group", version));
+  };
+  write_file("tools/1/content.xml", site("1"));
+  write_file("tools/2/content.xml", site("2"));
+  EXPECT_EQ(draft().text, "Repository\tFeature\n2\ta.feature.group\n2\tb.feature.group\n2\tc.feature.group\n");
+}
+
 TEST_F(Draft, NamesACompositeInsteadOfItsChildren) {
   write_file("tools/sites/a/content.xml", metadata(unit("a.feature.group", "1")));
   write_file("tools/sites/all/compositeContent.xml",
@@ -89,13 +98,13 @@ TEST_F(Draft, SaysWhatItLeftOut) {
   write_file("tools/a/content.xml", metadata(unit("a.feature.group", "1")));
   write_file("tools/b/content.xml", metadata(unit("b.plugin", "1")));
   write_file("tools/c/content.xml", "<repository>");
-  write_file("tools/d.zip", "no archive");
+  write_file("tools/d\t.zip", "no archive");
   write_file("tools/e/compositeContent.xml",
              "<repository><children><child location='../a'/><child location='http://example.org/x'/></children></repository>");
   EXPECT_EQ(draft().text, "Repository\tFeature\ne\ta.feature.group\n");
   EXPECT_EQ(draft().notes,
             (Texts{"a was left out: another repository has its features, too", "b was left out: it has no features",
-                   "c was left out: content.xml is not well-formed XML", "d.zip was left out: it is not a zip archive",
+                   "c was left out: content.xml is not well-formed XML", "d\\t.zip was left out: it is not a zip archive",
                    "more features may be in e: its child http://example.org/x is not on this disk"}));
 }
 
@@ -112,6 +121,7 @@ TEST_F(Draft, NeedsFeatures) {
 TEST_F(Draft, RefusesWhatNoDescriptorCanName) {
   for (const auto& [name, shown, problem] : {std::tuple("a\tb", "a\\tb", "a tab or a line end"),
                                              {"a\nb.zip", "a\\nb.zip", "a tab or a line end"},
+                                             {"a\rb", "a\\rb", "a tab or a line end"},
                                              {"a b", "a b", "a space or a shell metacharacter"},
                                              {"a$b.zip", "a$b.zip", "a space or a shell metacharacter"}}) {
     const fake::TemporaryDirectory own;
@@ -125,7 +135,7 @@ TEST_F(Draft, RefusesWhatNoDescriptorCanName) {
   }
   write_file("tools/a b.zip", zipped({{"content.xml", metadata(unit("a.feature.group", "1"))}}));
   EXPECT_EQ(draft().text, "Repository\tFeature\na b.zip\ta.feature.group\n");
-  write_file("tools/site/content.xml", metadata(unit("x;y.feature.group", "1")));
+  write_file("tools/site/content.xml", metadata(unit("a.feature.group", "2") + unit("x;y.feature.group", "1")));
   EXPECT_EQ(error(), "tools/site: the id \"x;y.feature.group\" contains a space or a shell metacharacter; rename it");
 }
 

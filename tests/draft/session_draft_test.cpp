@@ -48,8 +48,33 @@ TEST(SessionDraft, SelectsAllComponentsForRemoval) {
                                                {"package", {{"scan", "/opt/tools"}}}}));
 }
 
+TEST(SessionDraft, IsIndentedAndEndsWithALine) {
+  EXPECT_EQ(draft_session({{}, "/ide/eclipse"}), R"({
+  "mode": "install",
+  "variables": {
+    "ECLIPSE_INTEGRATION_CHOICE": "user",
+    "ECLIPSE_BIN": "eclipse",
+    "USER_DEFINED_ECLIPSE_PATH": "/ide/eclipse"
+  },
+  "components": []
+}
+)");
+}
+
+TEST(SessionDraft, GivesEachComponentACodeOfItsOwn) {
+  const json session = json::parse(draft_session({{"/1/tools", "/2/tools", "/3/tools"}, "/ide/eclipse"}));
+  std::vector<std::string> codes;
+  for (const json& component : session.at("components")) codes.push_back(component.at("code"));
+  EXPECT_EQ(codes, (std::vector<std::string>{"tools", "tools_2", "tools_3"}));
+}
+
 TEST(SessionDraft, HoldsNoPathThatIsNotUtf8) {
-  EXPECT_THROW(draft_session({{"/opt/\xE4"}, "/opt/eclipse"}), eclipse_base::FileError);
+  try {
+    draft_session({{"/opt/\xE4"}, "/opt/eclipse"});
+    ADD_FAILURE() << "no error";
+  } catch (const eclipse_base::FileError& error) {
+    EXPECT_STREQ(error.what(), "/opt/\\xE4: is not UTF-8, which a session file requires; rename it");
+  }
   EXPECT_THROW(draft_session({{"/opt/tools"}, "/opt/\xE4/eclipse"}), eclipse_base::FileError);
 }
 

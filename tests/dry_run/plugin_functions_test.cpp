@@ -1,10 +1,12 @@
 // That the answers of the plug-in are ascribed to the right records.
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <random>
 
 #include "dry_run/plugin_functions.h"
 #include "fake_host/fake_host.h"
+#include "fake_host/temporary_directory.h"
 
 using namespace eclipse_dry_run;
 
@@ -64,6 +66,59 @@ TEST(PluginFunctions, OrdersAreReadByThePlugin) {
   const std::vector<std::pair<std::string, std::int64_t>> cases = {
       {"undefined", 0}, {"", 0}, {"7", 7}, {" 7x", 7}, {"-3", -3}, {"99999999999", 2147483647}, {"-99999999999", -2147483648}};
   for (const auto& [text, number] : cases) EXPECT_EQ(functions().order(text), number) << text;
+}
+
+TEST(PluginFunctions, PlacementsOfManyRecordsAreThoseThatThePluginLogs) {
+  std::mt19937 random(21);
+  for (const int count : {500, 501, 1023, 1024, 1500}) {
+    const auto records = random_records(random, count);
+    EXPECT_EQ(log_by_placements(records), logged_of(records)) << count << " records";
+  }
+}
+
+TEST(PluginFunctions, DescriptorsAreThoseThatThePluginFinds) {
+  const fake::TemporaryDirectory directory;
+  fake::write_file("base/tools/etc/eclipse/tools.txt", "");
+  eclipse_host::CatalogueComponent component;
+  component.installBase = directory.path() + "/base";
+  component.installDir = "tools";
+  const auto found = functions().descriptor(component, "etc\\eclipse/tools.txt\r");
+  ASSERT_TRUE(found);
+  EXPECT_EQ(found->directory, directory.path() + "/base/tools");
+  EXPECT_EQ(found->name, "etc/eclipse/tools.txt");
+  EXPECT_EQ(found->path, directory.path() + "/base/tools/etc/eclipse/tools.txt");
+  EXPECT_TRUE(found->exists);
+  EXPECT_FALSE(functions().descriptor(component, "etc/eclipse/other.txt")->exists);
+  EXPECT_FALSE(functions().descriptor(component, "etc/tools.txt"));
+}
+
+TEST(PluginFunctions, CapabilitiesMeanWhatThePluginMakesOfThem) {
+  EXPECT_TRUE(functions().asks_for_integration({"OTHER", "ALPHA_ECLIPSE_PLUGIN"}));
+  EXPECT_FALSE(functions().asks_for_integration({"OTHER", "ALPHA_ECLIPSE_IDE"}));
+  EXPECT_FALSE(functions().asks_for_integration({}));
+  EXPECT_TRUE(functions().marks_ide("ALPHA_ECLIPSE_IDE"));
+  EXPECT_FALSE(functions().marks_ide("ALPHA_ECLIPSE_PLUGIN"));
+}
+
+TEST(PluginFunctions, VersionsAreComparedByThePlugin) {
+  EXPECT_TRUE(functions().supports_version("4.26", "4.26"));
+  EXPECT_TRUE(functions().supports_version("4.27", "4.26"));
+  EXPECT_FALSE(functions().supports_version("4.25", "4.26"));
+  EXPECT_FALSE(functions().supports_version("4.100", "4.26")) << "as texts";
+}
+
+TEST(PluginFunctions, ExecutablesAreThoseThatThePluginFinds) {
+  const fake::TemporaryDirectory directory;
+  for (const char* const file : {"ide/bin/other", "ide/bin/eclipse", "ide/sdk/eclipse"}) fake::write_file(file, "");
+  const auto ide = std::make_unique<eclipse_host::CatalogueComponent>();
+  ide->code = "ide";
+  ide->package.emplace().prefix = directory.path() + "/ide";
+  ide->package->files = {"bin/other", "bin/eclipse", "missing/eclipse", "sdk/eclipse"};
+  eclipse_host::Session session;
+  session.variables["ECLIPSE_BIN"] = "eclipse";
+  session.capabilities->emplace("ALPHA_ECLIPSE_IDE", ide.get());
+  EXPECT_EQ(functions().executables(session),
+            (fake::Texts{directory.path() + "/ide/bin/eclipse", directory.path() + "/ide/sdk/eclipse"}));
 }
 
 TEST(PluginFunctions, WhatHasOnlyTheActionsOfThePluginIsRefused) {

@@ -52,10 +52,17 @@ TEST_F(Revert, IsDoneByTheDirector) {
 }
 
 TEST_F(Revert, HasARepositoryThatCanBeLoaded) {
-  write_director(
-      "repository=${7#file://}; grep -q '<repository' \"$repository/content.xml\" \"$repository/artifacts.xml\" && cp " +
-      registry + "1.profile " + registry + "3.profile");
+  write_director("repository=${7#file://}; cat \"$repository/content.xml\" \"$repository/artifacts.xml\" > loaded && cp " +
+                 registry + "1.profile " + registry + "3.profile");
   EXPECT_EQ(revert("ide/eclipse", "1", {}).error, "");
+  EXPECT_EQ(eclipse_base::read_file("loaded", 10'000).bytes,
+            "<?xml version='1.0' encoding='UTF-8'?>\n"
+            "<?metadataRepository version='1.1.0'?>\n"
+            "<repository name='none' type='org.eclipse.equinox.internal.p2.metadata.repository.LocalMetadataRepository' "
+            "version='1'/>\n"
+            "<?xml version='1.0' encoding='UTF-8'?>\n"
+            "<?artifactRepository version='1.1.0'?>\n"
+            "<repository name='none' type='org.eclipse.equinox.p2.artifact.repository.simpleRepository' version='1'/>\n");
 }
 
 TEST_F(Revert, TakesTheFirstOfVeryManyRepositories) {

@@ -124,12 +124,13 @@ def write_json(file, outcomes):
 def tried(numbered, listed, work, options):
     """[(mutant, outcome)] of all that can be built."""
     build = plant.ROOT / "build/dev"
+    its_trials = trials.Trials(build, plant.ROOT, work / "files", options.tests, options.processes)
     progress(f"building with {len(numbered)} mutants")
-    planted = plant.build_with(plant.Sources([]), build, numbered, options.processes, progress)
+    targets = its_trials.programs() if options.tests else []
+    planted = plant.build_with(plant.Sources([]), build, targets, numbered, options.processes, progress)
     if not numbered:
         sys.exit("mutate: none of them is C++, so nothing was tried")
     progress("running the tests without a mutant")
-    its_trials = trials.Trials(build, plant.ROOT, work / "files", options.tests, options.processes)
     for test in its_trials.measure():
         print(f"Left out, because it fails without any mutant: {test['name']}")
     outcomes = []
@@ -163,6 +164,7 @@ def main():
     options = read_options()
     if INSIDE not in os.environ:
         with tempfile.TemporaryDirectory(prefix="mutate-", dir="/var/tmp") as work:
+            os.chmod(work, 0o755)  # some tests go on as another user
             return enter_namespace(pathlib.Path(work))
     listed = read_listed()
     check_listed(listed)

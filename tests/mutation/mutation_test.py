@@ -108,6 +108,10 @@ class Sandbox(unittest.TestCase):
     def test_what_tests_say(self):
         self.assertEqual(self.results("true", "false", 'test "$ECLIPSE_INT_MUTANT" = 1'), [True, False, True])
 
+    def test_a_test_may_go_on_with_fewer_rights(self):
+        read = "cd $TMPDIR && echo x > file && chmod 0 file && setpriv --bounding-set -dac_override,-dac_read_search cat file"
+        self.assertEqual(self.results("cd $TMPDIR && echo x > file && chmod 0 file && cat file", read), [True, False])
+
     def test_a_test_without_end_fails(self):
         self.assertEqual(self.results("sleep 60", "true", seconds=1), [False, True])
 

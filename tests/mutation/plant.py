@@ -72,10 +72,11 @@ def source_files():
     return sorted(str(path.relative_to(ROOT)) for path in paths)
 
 
-def build_with(sources, build, numbered, processes, progress):
-    """Builds all mutants that are C++; returns {number: function}. Removes the others from `numbered`, also those that cannot be
-    behind a switch."""
+def build_with(sources, build, targets, numbered, processes, progress):
+    """Builds these targets, or all, with all mutants that are C++; returns {number: function}. Removes the others from `numbered`,
+    also those that cannot be behind a switch."""
     environment = dict(os.environ, CCACHE_DISABLE="1")
+    command = ["ninja", "-k", "0", "-j", str(processes), "-C", build, *targets]
     planted = sources.write(numbered)
     refused = set(numbered) - set(planted)
     while True:
@@ -83,7 +84,7 @@ def build_with(sources, build, numbered, processes, progress):
             del numbered[number]
         if refused:
             planted = sources.write(numbered)
-        result = subprocess.run(["ninja", "-k", "0", "-j", str(processes), "-C", build], capture_output=True, text=True, env=environment)
+        result = subprocess.run(command, capture_output=True, text=True, env=environment)
         if result.returncode == 0:
             return planted
         constants = sources.constants(planted)

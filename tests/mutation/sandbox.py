@@ -43,9 +43,9 @@ done
 [ ! -w / ] && [ ! -w /dev ] && [ ! -w /proc/sys ] && [ ! -w "$checkout" ]
 export TMPDIR="$temporary"
 cd "$temporary"
-# What the tests need: files of other users, and mounts of their own.
+# What the tests need: files of other users, mounts of their own, and to go on with fewer of these capabilities.
 exec setpriv --inh-caps=-all \\
-  --bounding-set=-all,+chown,+dac_override,+dac_read_search,+fowner,+setuid,+setgid,+kill,+sys_admin,+linux_immutable "$@"
+  --bounding-set=-all,+chown,+dac_override,+dac_read_search,+fowner,+setuid,+setgid,+setpcap,+kill,+sys_admin,+linux_immutable "$@"
 """
 
 

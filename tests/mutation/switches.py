@@ -96,9 +96,14 @@ def choice(source, start, end, mutants, function):
 
 
 def constexpr_objects(tokens):
-    """The word of each declaration like `constexpr Type name(value);`, whose constructor the compiler would run, without mutants."""
+    """The word of each declaration like `constexpr Type name(value);` or `constexpr Type name = [] { ... }();`, whose constructor
+    or function the compiler would run, without mutants."""
     for index, token in enumerate(tokens[:-4]):
-        if token.text == "constexpr" and tokens[index + 3].text == "(" and tokens[closing(tokens, index + 3) + 1].text == ";":
+        if token.text != "constexpr":
+            continue
+        constructs = tokens[index + 3].text == "(" and tokens[closing(tokens, index + 3) + 1].text == ";"
+        value = next((at for at in range(index, len(tokens)) if tokens[at].text in ("=", ";", "(", "{")), index)
+        if constructs or tokens[value].text == "=" and tokens[value + 1].text == "[":
             yield token
 
 

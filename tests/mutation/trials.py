@@ -44,12 +44,17 @@ def all_tests(build, programs):
 class Trials:
     def __init__(self, build, root, temporary, programs, processes):
         self.tests, self.check_of_documents = all_tests(build, programs)
-        self.root, self.temporary, self.processes = root, temporary, processes
+        self.build, self.root, self.temporary, self.processes = build, root, temporary, processes
         # In the build directory.
         self.documents = pathlib.Path(self.check_of_documents["command"][-1])
         self.documents.mkdir(exist_ok=True)
         self.by_function = collections.defaultdict(list)
         self.last_killers = collections.defaultdict(list)
+
+    def programs(self):
+        """The built programs in the commands of the tests, as targets of the build."""
+        words = {pathlib.Path(word) for test in self.tests for word in test["command"]}
+        return sorted(str(word.relative_to(self.build)) for word in words if self.build / "bin" in word.parents)
 
     def run(self, tests, **how):
         return sandbox.run_tests(tests, self.root, self.temporary, [self.documents], **how)

@@ -57,20 +57,27 @@ TEST_F(DataAreaOf, AnInstanceIsNotKnownIfItDependsOnWhoStartsIt) {
        {"@user.home/.p2", "@user.dir", "@none", "p2", "file:p2", "/a%41", "/h\\u00e4", "@config.dirs/p2"}) {
     const DataArea area = with("eclipse.p2.data.area=" + value + "\n");
     EXPECT_EQ(area.directory, "") << value;
+    EXPECT_FALSE(area.is_inside) << value;
     EXPECT_EQ(area.reason, configuration + " has eclipse.p2.data.area=" + value);
   }
-  EXPECT_EQ(with("osgi.configuration.area=@user.home/.ide\n").reason,
-            configuration + " has osgi.configuration.area=@user.home/.ide");
+  EXPECT_EQ(with("osgi.configuration.area=@user.home/.ide\\:1\n").reason,
+            configuration + " has osgi.configuration.area=@user.home/.ide:1");
 }
 
 TEST_F(DataAreaOf, AnInstanceIsNotKnownIfAnArgumentOfTheLauncherMayMoveIt) {
-  for (const std::string argument : {"-configuration", "-install", "-Dosgi.configuration.area=/c",
+  for (const char* const other : {"a.so", "b.xml", "studio.ini", "y.so", "z.xml"}) {
+    fake::write_file(std::string("ide/") + other, "-install\n");
+  }
+  for (const std::string argument : {"-configuration", "-install", "-Dosgi.configuration.area=/c", "-Dosgi.install.area=/i",
                                      "-Dosgi.configuration.area.default=/c", "-Declipse.p2.data.area=/p2"}) {
     fake::write_file("ide/studio.ini", "-startup\nx.jar\n" + argument + "\r\n/elsewhere\n");
     EXPECT_EQ(data_area_of("ide").directory, "") << argument;
+    EXPECT_FALSE(data_area_of("ide").is_inside) << argument;
     EXPECT_EQ(data_area_of("ide").reason, "ide/studio.ini has " + argument);
   }
-  fake::write_file("ide/studio.ini", "-startup\nx.jar\n-vmargs\n-Xmx1g\n-Declipse.p2.max.threads=10\n");
+  fake::write_file("ide/studio.ini",
+                   "-startup\nx.jar\n\n-vmargs\n-Xmx1g\n-Declipse.p2.max.threads=10\n"
+                   "-Declipse.p2.data.are=/p2\n-Dosgi.install.are=/i\n-Dosgi.configuration.are=/c\n");
   EXPECT_EQ(data_area_of("ide").directory, "ide/p2");
 }
 

@@ -411,6 +411,7 @@ TEST_F(Planning, TellsWhereTheExecutableWasLookedFor) {
     return "so no Eclipse is chosen and no component is searched (" + std::to_string(components) + " component" +
            (components == 1 ? ")" : "s)");
   };
+  EXPECT_EQ(plan().reasons, (Texts{choice, name, "no component provides an IDE; the capabilities are: none", no_eclipse(1)}));
   session.capabilities->emplace("TOOLS", &tools);
   EXPECT_EQ(plan().reasons, (Texts{choice, name, "no component provides an IDE; the capabilities are: TOOLS", no_eclipse(1)}));
 
@@ -434,16 +435,21 @@ TEST_F(Planning, TellsWhatKeptTheListsEmpty) {
   add("", "s\tF\n");
   add("unpacked", "s\tF\n").package.reset();
   add("bare", "").package->files.clear();
-  add("gone", "").package->files = {"etc/eclipse/missing"};
+  add("gone", "").package->files = {"etc/eclipse/missing", "etc/eclipse/other"};
   add("empty", "Repository\tFeature\n");
   add("pathless", "\tF\ns\t\t\n");
   EXPECT_EQ(plan().reasons,
             (Texts{"skipped, without a code: (no code)", "skipped, not selected for installation: unselected",
                    "skipped, without a package: unpacked", "searched, but the package lists no descriptor file: bare",
-                   "listed descriptor files that do not exist: " + directory.path() + "/gone/etc/eclipse/missing",
+                   "listed descriptor files that do not exist: " + directory.path() + "/gone/etc/eclipse/missing, " +
+                       directory.path() + "/gone/etc/eclipse/other",
                    "descriptor files without records: " + directory.path() + "/empty/etc/eclipse/p",
                    "lines that are ignored, without a repository: " + directory.path() + "/pathless/etc/eclipse/p:1",
                    "lines without a feature: " + directory.path() + "/pathless/etc/eclipse/p:2"}));
+  session.variables["KORU_MODE"] = "uninstall";
+  session.components.front()->selected_for_removal = false;
+  EXPECT_EQ(plan().reasons[1], "skipped, not selected for removal: unselected");
+  session.variables["KORU_MODE"] = "install";
   for (const char* const code : {"a", "b", "c", "d", "e", "f"}) add(code, "s\tF\n").selected_for_install = false;
   EXPECT_EQ(plan().reasons[1], "skipped, not selected for installation: unselected, a, b, c, d and 2 more");
 }

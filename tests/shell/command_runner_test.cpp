@@ -75,7 +75,10 @@ TEST(Shell, OfALargeOutputBeginningAndEndAreKept) {
     std::string all;
     std::string left_out;
     eclipse_shell::CommandProgress progress;
-    progress.on_output = [&](std::string_view piece) { all += piece; };
+    progress.on_output = [&](std::string_view piece) {
+      all += piece;
+      EXPECT_LE(all.size() - left_out.size(), limit + limit / 2) << "no more is kept while it runs";
+    };
     progress.on_left_out = [&](std::string_view piece) { left_out += piece; };
     const std::string count = std::to_string(size);
     const CommandResult result = run_in_shell("seq 1 9999999 | head -c " + count + "; seq 5 | head -c 9 >&2", progress);
@@ -101,7 +104,26 @@ TEST(Shell, WhatAnInterruptedCommandPrintedIsKnown) {
   EXPECT_EQ(result.error_output, "error\n");
 }
 
-TEST(Shell, StandardInputIsEmpty) { EXPECT_EQ(run_in_shell("cat; echo end").output, "end\n"); }
+TEST(Shell, StandardInputIsEmpty) {
+  const fake::TemporaryDirectory directory;
+  fake::write_file("input", "of this program");
+  const int own = dup(STDIN_FILENO);
+  const int input = open("input", O_RDONLY);
+  dup2(input, STDIN_FILENO);
+  const CommandResult result = run_in_shell("cat; echo end");
+  dup2(own, STDIN_FILENO);
+  close(input);
+  close(own);
+  EXPECT_EQ(result.output, "end\n");
+  EXPECT_EQ(result.error_output, "");
+}
+
+TEST(Shell, IsCalledSh) { EXPECT_EQ(run_in_shell("echo \"$0 $#\"").output, "sh 0\n"); }
+
+TEST(Shell, EachOutputIsReadToItsOwnEnd) {
+  EXPECT_EQ(run_in_shell("exec >&-; sleep 0.4; echo late >&2").error_output, "late\n");
+  EXPECT_EQ(run_in_shell("exec 2>&-; sleep 0.4; echo late").output, "late\n");
+}
 
 TEST(Shell, WhatStillHoldsTheOutputIsWaitedFor) {
   const CommandResult result = run_in_shell("(sleep 0.4; echo late) & echo early");
@@ -364,7 +386,7 @@ TEST(Shell, OnlyAProcessThatIsLeftHoldsTheOutputs) {
   const Interruptions interruptions(50);
   for (int i = 0; i < 50; ++i) run_in_shell("echo 1; sleep 0.01; echo 2", progress);
   EXPECT_EQ(held, 0);
-  run_in_shell("sleep 0.1 & echo 1", progress);
+  EXPECT_EQ(run_in_shell("(sleep 1; echo 2) & echo 1", progress).output, "1\n2\n");
   EXPECT_EQ(held, 1);
 }
 

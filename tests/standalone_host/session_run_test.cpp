@@ -4,6 +4,7 @@
 
 #include <deque>
 
+#include "base/file.h"
 #include "fake_host/fake_host.h"
 
 using eclipse_host::call_actions;
@@ -346,6 +347,58 @@ TEST_F(SessionRun, RetriesThatSucceedAreNoFailureAlsoWhenAnActionIsCalledTwice) 
 }
 
 // ---- What counts as failed ----
+
+TEST(RunCommand, IsRecordedAndReportedToEachObserver) {
+  Texts events;
+  RunObserver observer;
+  observer.on_command = [&](const std::string& command) { events.push_back("run " + command); };
+  observer.command_progress.on_output = [&](std::string_view piece) { events.push_back("output " + std::string(piece)); };
+  observer.command_progress.on_error_output = [&](std::string_view piece) { events.push_back("error " + std::string(piece)); };
+  observer.command_progress.on_held_outputs = [&] { events.push_back("held"); };
+  observer.on_command_end = [&](const eclipse_host::CommandRecord& ended) {
+    events.push_back("end " + std::to_string(ended.result.exit_code));
+  };
+  RunRecord record;
+  const std::string command = "echo e >&2; sleep 0.1; echo 1; (sleep 1; echo 2) & exit 3";
+  const auto& ended = eclipse_host::run_command("repair", command, record, {observer});
+  EXPECT_EQ(events, (Texts{"run " + command, "error e\n", "output 1\n", "held", "output 2\n", "end 3"}));
+  ASSERT_EQ(record.commands.size(), 1U);
+  EXPECT_EQ(&ended, &record.commands.front());
+  EXPECT_EQ(ended.action, "repair");
+  EXPECT_EQ(ended.command, command);
+  EXPECT_EQ(ended.result.output, "1\n2\n");
+  EXPECT_EQ(ended.result.error_output, "e\n");
+  EXPECT_FALSE(ended.is_retry);
+  EXPECT_TRUE(ended.has_ended);
+}
+
+TEST(RunCommand, ReportsWhatIsLeftOutAndHowLongItTakes) {
+  std::size_t left_out = 0;
+  double waited = 0;
+  RunObserver observer;
+  observer.command_progress.on_left_out = [&](std::string_view piece) { left_out += piece.size(); };
+  RunRecord record;
+  observer.command_progress.on_wait = [&](double seconds) {
+    waited = seconds;
+    EXPECT_EQ(record.commands.front().result.seconds, seconds);
+    EXPECT_FALSE(record.commands.front().has_ended);
+  };
+  const std::string more = std::to_string(eclipse_base::largest::output + 10);
+  eclipse_host::run_command("repair", "sleep 0.4; head -c " + more + " /dev/zero", record, {observer});
+  EXPECT_EQ(left_out, 10U);
+  EXPECT_GT(waited, 0.2);
+}
+
+TEST(RunRecord, DropsLongTexts) {
+  RunRecord record;
+  record.commands = {{"a", "c", {"output", "error", 0}}, {"a", "d", {"more", "", 7}}};
+  const std::string longest(65'536, 'x');
+  record.log = {"short", longest + "x", longest};
+  record.drop_outputs();
+  EXPECT_EQ(record.log, (Texts{"short", longest}));
+  for (const auto& command : record.commands) EXPECT_EQ(command.result.output + command.result.error_output, "");
+  EXPECT_EQ(record.commands.back().result.exit_code, 7);
+}
 
 struct FailedCase {
   std::string refusal;

@@ -106,6 +106,24 @@ TEST(Update, GoesToALowerVersionOnlyOnRequest) {
             "--allow-downgrade, since newer 3.0.0 is installed, and the session brings only 2.0.0)");
 }
 
+TEST(Update, NamesTheFirstThreeOfMany) {
+  std::vector<Replacement> replacements;
+  for (const char* const id : {"a", "b", "c"}) replacements.push_back({{id, "1"}, {id, "2"}, "p:1", false, "3 (p:2)"});
+  const std::string three =
+      "a 1 is installed, and the session brings 2, b 1 is installed, and the session brings 2, "
+      "c 1 is installed, and the session brings 2";
+  const std::string contradictions =
+      "the session brings a in the versions 2 (p:1) and 3 (p:2), "
+      "the session brings b in the versions 2 (p:1) and 3 (p:2), "
+      "the session brings c in the versions 2 (p:1) and 3 (p:2)";
+  EXPECT_EQ(refusal_for(replacements, {}), contradictions + "; leave out all but one of the lines");
+  replacements.push_back({{"d", "1"}, {"d", "2"}, "p:1", false, "3 (p:2)"});
+  EXPECT_EQ(refusal_for(replacements, {}), contradictions + " and 1 more; leave out all but one of the lines");
+  for (Replacement& replacement : replacements) replacement.rival.clear();
+  EXPECT_EQ(refusal_for(replacements, {}),
+            three + " and 1 more; the director would not replace the installed version; use --update");
+}
+
 TEST(Update, IsRefusedForASessionThatContradictsItself) {
   const auto contradictions = replacements_for(plan({"older/1.0.0", "newer", "older"}), of_several_sites, installed);
   ASSERT_EQ(contradictions.size(), 2U);

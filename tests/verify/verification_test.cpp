@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/text.h"
+
 namespace eclipse_verify {
 
 namespace {
@@ -83,6 +85,51 @@ TEST(Verification, TellsRootsFromWhatCameAlong) {
   EXPECT_FALSE(verification.units[2].is_root);
   EXPECT_EQ(verification.units[2].required_by, Texts{"b"});
   EXPECT_FALSE(compare(plan(false), roots_only).knows_all());
+}
+
+/// All that is known of each unit, as text.
+Texts described(const std::vector<CheckedUnit>& units) {
+  Texts texts;
+  for (const CheckedUnit& unit : units) {
+    texts.push_back(text_of(unit.unit) + " of " + eclipse_base::joined(unit.places) + ": brought " + unit.brought +
+                    (unit.is_installed ? "; installed" : "") + (unit.is_root ? "; root" : "") + "; required by " +
+                    eclipse_base::joined(unit.required_by) + "; other versions " + eclipse_base::joined(unit.other_versions) +
+                    "; newer " + unit.newer);
+  }
+  return texts;
+}
+
+TEST(Verification, ComparesWithTheVersionsThatAreBrought) {
+  eclipse_plan::Offer offer;
+  offer.units = {{"a", {"2.0.0"}}, {"b", {"0.9.0", "1.5.0"}}, {"c", {"0.5.0", "0.9.0"}}};
+  InstalledUnits several = installed;
+  several.roots = {{"b", "1.0.0"}, {"b", "1.2.0"}, {"c", "1.0.0"}, {"e", "1.0.0"}};
+  several.all->push_back({"b", "1.2.0", {}});
+  EXPECT_EQ(described(compare(plan(false), several, offer).units),
+            (Texts{"a/2.0 of p:2: brought 2.0.0; required by ; other versions 1.0.0; newer ",
+                   "b of p:1, p:3, p:4: brought 1.5.0; required by ; other versions 1.0.0, 1.2.0; newer ",
+                   "c of p:3: brought 0.9.0; installed; root; required by b; other versions ; newer 1.0.0"}));
+  several.all.reset();
+  EXPECT_EQ(described(compare(plan(false), several).units),
+            (Texts{"a/2.0 of p:2: brought ; required by ; other versions ; newer ",
+                   "b of p:1, p:3, p:4: brought ; installed; root; required by ; other versions ; newer ",
+                   "c of p:3: brought ; installed; root; required by ; other versions ; newer "}));
+  EXPECT_EQ(described(compare(plan(false), several, offer).units),
+            (Texts{"a/2.0 of p:2: brought 2.0.0; required by ; other versions ; newer ",
+                   "b of p:1, p:3, p:4: brought 1.5.0; required by ; other versions 1.0.0, 1.2.0; newer ",
+                   "c of p:3: brought 0.9.0; installed; root; required by ; other versions ; newer 1.0.0"}));
+}
+
+TEST(Verification, SaysOfAFeatureWhetherAllOfItIsInstalled) {
+  const Verification verification = compare(plan(false), installed);
+  EXPECT_EQ(verification.has("b"), true);
+  EXPECT_EQ(verification.has("a/2.0"), false);
+  EXPECT_EQ(verification.has("c,b"), true);
+  EXPECT_EQ(verification.has("c,a/2.0"), false);
+  EXPECT_EQ(verification.has("a/2.0,c"), false);
+  EXPECT_EQ(verification.has("'c'"), true) << "the shell removes the quotes";
+  EXPECT_EQ(verification.has("b,d"), std::nullopt) << "the session does not list it";
+  EXPECT_EQ(verification.has(""), std::nullopt);
 }
 
 TEST(Verification, NamesWhatIsLeftAfterARemoval) {
