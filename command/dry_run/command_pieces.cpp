@@ -10,12 +10,12 @@ namespace eclipse_dry_run {
 
 namespace {
 
-constexpr std::string_view file = "file://";
+constexpr std::string_view file_scheme = "file://";
 constexpr std::string_view archive_begin = "jar:";
 constexpr std::string_view archive_end = "!/";
 
 /// Of an archive, with the quote that the plug-in writes before it.
-std::string url_begin(bool is_archive) { return (is_archive ? "\"" + std::string(archive_begin) : "") + std::string(file); }
+std::string url_begin(bool is_archive) { return (is_archive ? "\"" + std::string(archive_begin) : "") + std::string(file_scheme); }
 
 }  // namespace
 
@@ -25,7 +25,7 @@ std::string_view path_in(std::string_view url) {
   if (is_archive_url(url)) url = url.substr(1, url.size() - 2);
   if (url.starts_with(archive_begin))
     url = url.substr(archive_begin.size(), url.size() - archive_begin.size() - archive_end.size());
-  return url.substr(file.size());
+  return url.substr(file_scheme.size());
 }
 
 std::string path_for_director(const std::string& url) { return std::string(path_in(eclipse_shell::as_word(url))); }
