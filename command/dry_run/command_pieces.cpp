@@ -15,7 +15,9 @@ constexpr std::string_view archive_begin = "jar:";
 constexpr std::string_view archive_end = "!/";
 
 /// Of an archive, with the quote that the plug-in writes before it.
-std::string url_begin(bool is_archive) { return (is_archive ? "\"" + std::string(archive_begin) : "") + std::string(file_scheme); }
+std::string url_begin(bool is_archive) {
+  return (is_archive ? "\"" + std::string(archive_begin) : "") + std::string(file_scheme);
+}
 
 }  // namespace
 
