@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "base/file.h"
+#include "base/limits.h"
 #include "base/text.h"
 #include "base/uri.h"
 #include "p2/artifact_location.h"
