@@ -82,6 +82,19 @@ void assign_features(std::vector<Source>& sources, OfferedFeatures offered) {
   for (const auto& [id, highest] : best) highest.source->features.insert(id);
 }
 
+/// Whether it has no features, but units that features may require. A composite that is listed brings those of its children.
+bool is_for_requirements(const Source& source, const std::vector<Source>& sources) {
+  const Repository& repository = source.repository;
+  if (!repository.error.empty() || !repository.unexamined_because.empty() || repository.descriptions.empty()) return false;
+  if (!features_of(repository, OfferedFeatures::all).empty()) return false;
+  return std::none_of(sources.begin(), sources.end(), [&](const Source& other) {
+    const auto& brought = other.repository.descriptions;
+    return &other != &source && other.repository.is_composite &&
+           std::all_of(repository.descriptions.begin(), repository.descriptions.end(),
+                       [&](const auto& each) { return brought.count(each.first) != 0; });
+  });
+}
+
 /// Why a repository, or a part of it, is not in the draft; nothing when all of it is.
 std::optional<std::string> note_about(const Source& source, OfferedFeatures offered) {
   const Repository& repository = source.repository;
@@ -118,15 +131,21 @@ DescriptorDraft draft_descriptor(Repositories& repositories, const fs::path& dir
   assign_features(sources, offered);
   DescriptorDraft draft{"Repository\tFeature\n", {}};
   for (const Source& source : sources) {
-    if (!source.features.empty()) check(directory, source);
+    const bool has_required_units = is_for_requirements(source, sources);
+    if (!source.features.empty() || has_required_units) check(directory, source);
     for (const std::string& id : source.features) draft.text.append(source.column).append("\t").append(id).append("\n");
-    if (const auto note = note_about(source, offered)) draft.notes.push_back(*note);
+    if (has_required_units) {
+      draft.text.append(source.column).append("\t\t\n");
+    } else if (const auto note = note_about(source, offered)) {
+      draft.notes.push_back(*note);
+    }
   }
   const bool has_features =
       std::any_of(sources.begin(), sources.end(), [](const Source& source) { return !source.features.empty(); });
   if (has_features) return draft;
-  throw FileError(directory, sources.empty() ? "has no p2 repository below it; put a repository of the component there"
-                                             : "has no features below it: " + draft.notes.front());
+  throw FileError(directory, sources.empty()       ? "has no p2 repository below it; put a repository of the component there"
+                             : draft.notes.empty() ? "has no features below it; put a repository with features there"
+                                                   : "has no features below it: " + draft.notes.front());
 }
 
 }  // namespace eclipse_draft

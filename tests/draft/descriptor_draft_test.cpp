@@ -94,9 +94,21 @@ TEST_F(Draft, NamesACompositeInsteadOfItsChildren) {
   EXPECT_EQ(draft().notes, Texts{"sites/a was left out: another repository has its features, too"});
 }
 
+TEST_F(Draft, NamesARepositoryWithWhatFeaturesRequireUnlessACompositeHasIt) {
+  write_file("tools/a/content.xml", metadata(unit("a.feature.group", "1")));
+  write_file("tools/lib/content.xml", metadata(unit("b.plugin", "1")));
+  EXPECT_EQ(draft().text, "Repository\tFeature\na\ta.feature.group\nlib\t\t\n");
+  EXPECT_EQ(draft().notes, Texts{});
+  write_file("tools/all/compositeContent.xml",
+             "<repository><children><child location='../a'/><child location='../lib'/></children></repository>");
+  EXPECT_EQ(draft().text, "Repository\tFeature\nall\ta.feature.group\n");
+  EXPECT_EQ(draft().notes,
+            (Texts{"a was left out: another repository has its features, too", "lib was left out: it has no features"}));
+}
+
 TEST_F(Draft, SaysWhatItLeftOut) {
   write_file("tools/a/content.xml", metadata(unit("a.feature.group", "1")));
-  write_file("tools/b/content.xml", metadata(unit("b.plugin", "1")));
+  write_file("tools/b/content.xml", metadata(""));
   write_file("tools/c/content.xml", "<repository>");
   write_file("tools/d\t.zip", "no archive");
   write_file("tools/e/compositeContent.xml",
@@ -113,6 +125,8 @@ TEST_F(Draft, NeedsFeatures) {
   write_file("tools/readme", "");
   EXPECT_EQ(error(), "tools: has no p2 repository below it; put a repository of the component there");
   write_file("tools/site/content.xml", metadata(unit("b.plugin", "1")));
+  EXPECT_EQ(error(), "tools: has no features below it; put a repository with features there");
+  write_file("tools/site/content.xml", metadata(""));
   EXPECT_EQ(error(), "tools: has no features below it: site was left out: it has no features");
   write_file("tools/content.xml", metadata(unit("b.feature.group", "1")));
   EXPECT_EQ(error(), "tools: is a p2 repository; give the directory of the component that contains it");
