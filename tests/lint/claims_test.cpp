@@ -443,6 +443,7 @@ const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
                    "Repository: file://DIRECTORY/tools/site Feature: org.example.one.feature.group",
                    "order: 0 feature: org.example.one.feature.group",
                    "sh: [-repository][file://DIRECTORY/tools/site][-i][org.example.one.feature.group] exit 0"})},
+    {"nothing-selected", around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"}, {"feature list is empty"})},
     {"variable-misspelled",
      around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"},
                   {"found eclipse configuration: etc/eclipse/tools.txt",

@@ -385,6 +385,24 @@ TEST(Findings, FileThatIsNotADescriptorHasNoOtherFinding) {
   EXPECT_EQ(findings.at(2).severity, Severity::error);
 }
 
+TEST(Findings, CopiesHaveTheNamesThatFileManagersGiveThem) {
+  const fake::TemporaryDirectory directory;
+  write_file("c/site/content.xml", "<repository><units><unit id='x.y.feature.group' version='1.0.0'/></units></repository>");
+  Texts expected;
+  for (const char* const name : {"Copy of tools.txt", "Kopie von tools.txt", "tools (1).txt", "tools - Copy.txt",
+                                 "tools - Kopie.txt", "tools copy.txt", "tools.txt.bak"}) {
+    write_file(std::string("c/etc/eclipse/") + name, "site\tx.y.feature.group\n");
+    expected.push_back(std::string("c/etc/eclipse/") + name + " unusual-descriptor-name");
+  }
+  for (const char* const name : {"copy.txt", "photocopy.txt", "tools.txt"})
+    write_file(std::string("c/etc/eclipse/") + name, "site\tx.y.feature.group\n");
+  Texts found;
+  for (const std::string& finding : summary_of(findings_in("c"))) {
+    if (finding.ends_with("unusual-descriptor-name")) found.push_back(finding);
+  }
+  EXPECT_EQ(found, expected);
+}
+
 TEST(Findings, ControlCharacterHidesNoOtherFinding) {
   const std::string content = "Repository\tFeature\nsi\fte\tx.a.feature.group\ns\tx.b.feature.group\n/s\tx.c.feature.group\n";
   EXPECT_EQ(findings_in_lines(content), Texts({"t:2:3+1 invisible-character", "t:4:1+2 absolute-repository"}));

@@ -34,6 +34,11 @@ std::string corrected(const std::string& content, bool with_unsafe = false) {
   return result.files.empty() ? content : result.files.at(0).after;
 }
 
+TEST(Fix, LeavesAnOrderThatATabAtTheBeginningOfItsLineMoved) {
+  EXPECT_EQ(corrected("\tsites/alpha\torg.example.One.feature.group\t\t1\n", true),
+            "sites/alpha\torg.example.One.feature.group\t\t1\n");
+}
+
 /// The corrected descriptor file of a component with these files, too.
 std::string corrected_with(const std::string& content, const std::vector<std::string>& others) {
   const fake::TemporaryDirectory directory;

@@ -249,8 +249,9 @@ bool has_other_name(const std::string& name) {
   constexpr std::array<std::string_view, 6> beginnings = {".", "readme", "license", "copy of ", "kopie von ", "copie de "};
   const std::string lowered = lower_case(fs::path(name).filename().string());
   const std::string stem = fs::path(lowered).stem().string();
+  constexpr std::array<std::string_view, 3> copies = {" copy", " - kopie", " - copie"};
   const bool is_numbered_copy = stem.ends_with(')') && stem.find(" (") != stem.npos;
-  return is_numbered_copy || stem.ends_with(" - copy") ||
+  return is_numbered_copy || std::any_of(copies.begin(), copies.end(), [&](auto ending) { return stem.ends_with(ending); }) ||
          std::any_of(beginnings.begin(), beginnings.end(), [&](auto beginning) { return lowered.starts_with(beginning); }) ||
          std::any_of(endings.begin(), endings.end(), [&](auto ending) { return lowered.ends_with(ending); });
 }

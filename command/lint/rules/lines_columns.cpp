@@ -203,11 +203,13 @@ Rule quoted_column() {
           .corrects = Corrects::safely};
 }
 
-Correction without_extra_columns(const Record& record) {
+/// Nothing when a tab before the repository may have moved the other columns.
+std::optional<Correction> without_extra_columns(const Record& record) {
+  if (record.repository().empty()) return std::nullopt;
   const std::string_view text = record.line->text;
   const auto start = static_cast<std::size_t>(record.line->columns[4].data() - text.data()) - 1;
   const std::size_t end = text.find_last_not_of('\r') + 1;
-  return {"delete the columns after the fourth", false, {record.descriptor->edit(*record.line, start, end - start)}};
+  return Correction{"delete the columns after the fourth", false, {record.descriptor->edit(*record.line, start, end - start)}};
 }
 
 Rule extra_columns() {

@@ -202,13 +202,36 @@ bool is_selected(const Component& component, bool for_removal) {
   return for_removal ? component.catalogue->selected_for_removal : component.catalogue->selected_for_install;
 }
 
-/// Nothing selected at all is what a person may want.
-bool selects_only_for_another_mode(const Input& input) {
-  const auto selects = [&](bool for_removal) {
-    return std::any_of(input.components.begin(), input.components.end(),
-                       [&](const Component& component) { return is_selected(component, for_removal); });
+bool selects(const Input& input, bool for_removal) {
+  return std::any_of(input.components.begin(), input.components.end(),
+                     [&](const Component& component) { return is_selected(component, for_removal); });
+}
+
+/// Whether the run has no command although nothing else is wrong.
+bool does_nothing(const Input& input) {
+  return input.session && input.session->run.searched && input.session->run.refusal.empty() &&
+         input.session->run.commands.empty();
+}
+
+Rule nothing_selected() {
+  return {
+      .name = "nothing-selected",
+      .group = Group::session,
+      .severity = Severity::note,
+      .title = "the session selects no component",
+      .why = "The run has nothing to do, and reports success.",
+      .fix = "select the components; or, if nothing is to be done, do nothing",
+      .bad = product(session("uninstall", user_choice("ide/eclipse"), entry_of({.state = R"("installed": true)"}))),
+      .good = product(session("uninstall", user_choice("ide/eclipse"), tools)),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!does_nothing(input) || selects(input, true) || selects(input, false)) return;
+            // An installer may well modify a known instance without any selection.
+            if (!input.is_removal() && !input.components.empty()) return;
+            reporter.report(input.session->mode, std::string("no component is selected, so nothing is ") +
+                                                     (input.is_removal() ? "removed" : "installed"));
+          },
   };
-  return !selects(input.is_removal()) && selects(!input.is_removal());
 }
 
 using Features = std::set<std::string_view>;
@@ -286,8 +309,8 @@ Rule selection_for_another_mode() {
               if (!is_for_another_mode_only(input, component)) continue;
               (input.is_removal() ? report_not_installed : report_unremoved)(input, component, of_mode, reporter);
             }
-            if (reporter.has_reported() || !input.session->run.commands.empty()) return;
-            if (!selects_only_for_another_mode(input)) return;
+            if (reporter.has_reported() || !does_nothing(input)) return;
+            if (selects(input, input.is_removal()) || !selects(input, !input.is_removal())) return;
             reporter.report(Severity::warning, input.session->mode,
                             std::string("no component is selected for ") + (input.is_removal() ? "removal" : "installation") +
                                 ", so nothing is " + (input.is_removal() ? "removed" : "installed"),
@@ -357,9 +380,13 @@ Rule variable_misspelled() {
 }  // namespace
 
 std::vector<Rule> session_rules() {
-  return {all_repositories_empty(),         command_too_long(),
-          new_instance_gets_all_features(), installed_component_not_integrated(),
-          selection_for_another_mode(),     variable_misspelled()};
+  return {all_repositories_empty(),
+          command_too_long(),
+          new_instance_gets_all_features(),
+          installed_component_not_integrated(),
+          nothing_selected(),
+          selection_for_another_mode(),
+          variable_misspelled()};
 }
 
 }  // namespace eclipse_lint
