@@ -67,8 +67,8 @@ std::vector<Source> sources_below(Repositories& repositories, const fs::path& di
 
 /// Puts each feature under one of the repositories.
 void assign_features(std::vector<Source>& sources, OfferedFeatures offered) {
-  std::vector<Source*> by_preference;
-  for (Source& source : sources) by_preference.push_back(&source);
+  std::vector<Source*> by_preference(sources.size());
+  std::transform(sources.begin(), sources.end(), by_preference.begin(), [](Source& source) { return &source; });
   std::stable_partition(by_preference.begin(), by_preference.end(),
                         [](const Source* source) { return source->repository.is_composite; });
   std::map<std::string, Best> best;
