@@ -77,8 +77,9 @@ Json items_for_features(const std::string& site, const Json& range) {
   Json items = Json::array();
   for (const auto& [id, versions] : features) {
     const std::string version = *highest_offered({id, ""}, features);
-    const std::string& label = descriptions.at({id, version}).label;
-    items.push_back(item(id, kind_of_feature, (label.empty() ? "" : label + " ") + version, range));
+    std::string detail = descriptions.at({id, version}).label;
+    if (!detail.empty()) detail += " ";
+    items.push_back(item(id, kind_of_feature, detail + version, range));
   }
   return items;
 }
