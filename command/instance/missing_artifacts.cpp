@@ -4,7 +4,6 @@
 #include "instance/missing_artifacts.h"
 
 #include <algorithm>
-#include <optional>
 #include <pugixml.hpp>
 #include <set>
 #include <string_view>
@@ -13,12 +12,12 @@
 #include "base/file.h"
 #include "base/limits.h"
 #include "base/text.h"
-#include "base/uri.h"
 #include "p2/artifact_location.h"
 #include "p2/configuration_files.h"
 #include "p2/data_area.h"
 #include "p2/instance_paths.h"
 #include "p2/repository.h"
+#include "p2/repository_url.h"
 #include "p2/version.h"
 
 namespace fs = std::filesystem;
@@ -44,17 +43,6 @@ std::string for_people(const std::string& artifact) {
                            : parts[0] == "org.eclipse.update.feature" ? "feature"
                                                                       : parts[0];
   return kind + " " + parts[1] + " " + parts[2];
-}
-
-/// The path in the URL of a directory or an archive; nothing when it is not on this disk.
-std::optional<fs::path> path_in(std::string_view url) {
-  constexpr std::string_view archive = "jar:";
-  constexpr std::string_view end_of_archive = "!/";
-  if (!url.starts_with(archive)) return file_of_uri(url);
-  if (!url.ends_with(end_of_archive)) return std::nullopt;
-  url.remove_prefix(archive.size());
-  url.remove_suffix(end_of_archive.size());
-  return file_of_uri(url);
 }
 
 /// The URLs of the repositories that p2 uses beside those that it is given.
@@ -87,7 +75,7 @@ class Supply {
   }
 
   void add(const std::string& url) {
-    const auto path = path_in(url);
+    const auto path = path_in_escaped_url(url);
     if (!path || !add_repository_at(*path)) unexamined_.push_back(url);
   }
 

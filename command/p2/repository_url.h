@@ -3,6 +3,7 @@
 #define ECLIPSE_INT_P2_REPOSITORY_URL_H
 
 #include <cstddef>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,6 +26,12 @@ struct UrlError {
 
 /// Why the director cannot load the repository at this path, whatever is in it; nothing when it can as far as the URL goes.
 std::optional<UrlError> url_error(std::string_view path, bool is_archive, const Repository& repository);
+
+/// The URL with escapes of a directory, or of an archive, at this absolute path.
+std::string escaped_url(const std::filesystem::path& repository, bool is_archive);
+
+/// The path of the directory or the archive with such a URL; nothing when it is not on this disk.
+std::optional<std::filesystem::path> path_in_escaped_url(std::string_view url);
 
 }  // namespace eclipse_p2
 

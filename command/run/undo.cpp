@@ -8,13 +8,13 @@
 
 #include "base/file.h"
 #include "base/printable.h"
-#include "base/uri.h"
 #include "instance/damage.h"
 #include "instance/lock.h"
 #include "instance/profile_history.h"
 #include "instance/reversion.h"
 #include "p2/installed_units.h"
 #include "p2/instance_paths.h"
+#include "p2/repository_url.h"
 #include "run/instance_safety.h"
 #include "run/output_checks.h"
 #include "run/run_recording.h"
@@ -102,8 +102,7 @@ std::string url_of(const std::string& repository) {
   std::error_code error;
   const fs::file_status status = fs::status(repository, error);
   if (!fs::exists(status)) throw UsageError("--repository: " + eclipse_base::in_quotes(repository) + " does not exist");
-  const std::string url = eclipse_base::uri_of(fs::absolute(repository).string());
-  return fs::is_directory(status) ? url : "jar:" + url + "!/";
+  return escaped_url(fs::absolute(repository), !fs::is_directory(status));
 }
 
 /// The named ones first.
