@@ -31,7 +31,7 @@ namespace eclipse_cli {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* check_host_examples =
     "  eclipse-int check-host -- ./installer --silent\n"
     "      Check an installer that loads the plug-in by its name.\n"
     "  eclipse-int check-host -- ./installer --plugin {plugin}\n"
@@ -43,7 +43,7 @@ constexpr const char* examples =
     "  eclipse-int check-host --list\n"
     "      List all checks, with the promise that each one checks.\n";
 
-constexpr const char* exit_status =
+constexpr const char* check_host_exit_status =
     "Exit status:\n"
     "  0  the host keeps every promise that it must keep\n"
     "  1  the host breaks such a promise, or it crashed\n"
@@ -189,7 +189,7 @@ int report(const ReportDirectory& directory, int status) {
   return progress == "1" || WIFSIGNALED(status) ? exit_failure : exit_success;
 }
 
-int perform(const CheckHostOptions& options) {
+int check_host_command(const CheckHostOptions& options) {
   if (options.list) return list_checks(options.format);
   if (options.command.empty()) throw UsageError("COMMAND: the command that starts the host is missing; write it after \"--\"");
   const std::filesystem::path library = checking_library();
@@ -240,8 +240,8 @@ Subcommand add_check_host(const Parser& program) {
       .type_name("FILE");
   parser.add_option("--waivers", options->waivers, "Accept the failures that FILE lists, each with a reason: NAME REASON")
       .type_name("FILE");
-  parser.set_help("eclipse-int check-host [OPTIONS] -- COMMAND ARGS...", examples, exit_status);
-  return {parser, [options] { return perform(*options); }};
+  parser.set_help("eclipse-int check-host [OPTIONS] -- COMMAND ARGS...", check_host_examples, check_host_exit_status);
+  return {parser, [options] { return check_host_command(*options); }};
 }
 
 }  // namespace eclipse_cli

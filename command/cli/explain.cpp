@@ -15,7 +15,7 @@ namespace eclipse_cli {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* explain_examples =
     "  eclipse-int explain line-without-tab\n"
     "      Explain a rule, with a bad and a good example.\n"
     "  eclipse-int explain orders\n"
@@ -25,7 +25,7 @@ constexpr const char* examples =
     "  eclipse-int explain --manual > lint-rules.md\n"
     "      Print the manual of all rules.\n";
 
-constexpr const char* exit_status =
+constexpr const char* explain_exit_status =
     "Exit status:\n"
     "  0  success\n"
     "  2  there is no such rule or group\n";
@@ -47,7 +47,7 @@ void explain(const std::string& name) {
   }
 }
 
-int perform(const ExplainOptions& options) {
+int explain_command(const ExplainOptions& options) {
   for (const std::string& name : options.names) check(name);
   if (options.manual) {
     print_manual(std::cout);
@@ -68,8 +68,8 @@ Subcommand add_explain(const Parser& program) {
   const auto options = std::make_shared<ExplainOptions>();
   parser.add_option("RULE", options->names, "Rules or groups of rules [default: all rules, one line each]").option_text("...");
   parser.add_flag("--manual", options->manual, "Print the manual of all rules in Markdown").excludes("RULE");
-  parser.set_help("eclipse-int explain [RULE...] [--manual]", examples, exit_status);
-  return {parser, [options] { return perform(*options); }};
+  parser.set_help("eclipse-int explain [RULE...] [--manual]", explain_examples, explain_exit_status);
+  return {parser, [options] { return explain_command(*options); }};
 }
 
 }  // namespace eclipse_cli

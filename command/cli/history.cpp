@@ -18,7 +18,7 @@ namespace eclipse_cli {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* history_examples =
     "  eclipse-int history /opt/eclipse\n"
     "      Show the states of the p2 profile and their changes, newest first.\n"
     "  eclipse-int history /opt/eclipse/eclipse --json\n"
@@ -28,13 +28,13 @@ constexpr const char* examples =
     "+ marks a unit that was installed, - one that was removed, ~ one that changed its version. A state without a\n"
     "command was not made by a recorded run of eclipse-int.\n";
 
-constexpr const char* exit_status =
+constexpr const char* history_exit_status =
     "Exit status:\n"
     "  0  the states are listed\n"
     "  1  the Eclipse instance is damaged; the states are listed nevertheless\n"
     "  2  an error in the arguments, or the instance has no profile of its own\n";
 
-int perform(const std::string& eclipse, bool json) {
+int history_command(const std::string& eclipse, bool json) {
   History history;
   history.executable = eclipse_p2::existing_executable(eclipse);
   const auto instance = eclipse_p2::instance_directory(history.executable);
@@ -59,8 +59,8 @@ Subcommand add_history(const Parser& program) {
   const auto json = std::make_shared<bool>(false);
   add_eclipse_argument(parser, *eclipse);
   add_json_option(parser, *json, "the states");
-  parser.set_help("eclipse-int history ECLIPSE [OPTIONS]", examples, exit_status);
-  return {parser, [eclipse, json] { return perform(*eclipse, *json); }};
+  parser.set_help("eclipse-int history ECLIPSE [OPTIONS]", history_examples, history_exit_status);
+  return {parser, [eclipse, json] { return history_command(*eclipse, *json); }};
 }
 
 }  // namespace eclipse_cli

@@ -21,13 +21,13 @@ namespace eclipse_cli {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* language_server_examples =
     "  eclipse-int language-server\n"
     "      What an editor starts; docs/editors.md shows how to configure it.\n"
     "  eclipse-int language-server --set USER_DEFINED_ECLIPSE_PATH=/opt/ide/eclipse\n"
     "      Check session files as they would be run with these variables.\n";
 
-constexpr const char* exit_status =
+constexpr const char* language_server_exit_status =
     "Exit status:\n"
     "  0  the editor ended the server as the protocol requires\n"
     "  1  the editor closed the connection without ending the server first\n"
@@ -42,7 +42,7 @@ struct LanguageServerOptions {
   bool uses_standard_streams = false;
 };
 
-int perform(const LanguageServerOptions& options) {
+int language_server_command(const LanguageServerOptions& options) {
   const eclipse_host::Plugin plugin = load_plugin(options.session);
   const eclipse_dry_run::PluginFunctions library(plugin);
   eclipse_language_server::Linter linter{library, {}};
@@ -74,8 +74,8 @@ Subcommand add_language_server(const Parser& program) {
       .between(0.0, longest_time_limit);
   add_configuration_options(parser, options->configuration);
   add_input_options(parser, options->session, "Read session variables from FILE; the session file overrides them");
-  parser.set_help("eclipse-int language-server [OPTIONS]", examples, exit_status);
-  return {parser, [options] { return perform(*options); }};
+  parser.set_help("eclipse-int language-server [OPTIONS]", language_server_examples, language_server_exit_status);
+  return {parser, [options] { return language_server_command(*options); }};
 }
 
 }  // namespace eclipse_cli

@@ -39,7 +39,7 @@ namespace eclipse_cli {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* lint_examples =
     "  eclipse-int lint tools/etc/eclipse/tools.txt\n"
     "      Check a single descriptor file.\n"
     "  eclipse-int lint tools\n"
@@ -63,7 +63,7 @@ constexpr const char* examples =
     "  eclipse-int explain line-without-tab\n"
     "      Explain a rule.\n";
 
-constexpr const char* exit_status =
+constexpr const char* lint_exit_status =
     "Exit status:\n"
     "  0  no shown finding is an error, or as severe as --fail-on says\n"
     "  1  at least one shown finding is; with --diff: at least one file would change\n"
@@ -280,7 +280,7 @@ int status_of(const Findings& findings, const std::string& lowest_severity) {
   return std::any_of(findings.begin(), findings.end(), counts) ? exit_failure : exit_success;
 }
 
-int perform(const LintOptions& options) {
+int lint_command(const LintOptions& options) {
   check_fix_options(options);
   const Settings settings = settings_from(options);
   const eclipse_host::Plugin plugin = load_plugin(options.session);
@@ -365,8 +365,8 @@ Subcommand add_lint(const Parser& program) {
                   "With --fix or --diff: also apply the fixes whose result you should check");
   add_directory_options(parser, options->session);
   add_input_options(parser, options->session, "Read session variables from FILE; the session file overrides them");
-  parser.set_help("eclipse-int lint INPUT... [OPTIONS]", examples, exit_status);
-  return {parser, [options] { return perform(*options); }};
+  parser.set_help("eclipse-int lint INPUT... [OPTIONS]", lint_examples, lint_exit_status);
+  return {parser, [options] { return lint_command(*options); }};
 }
 
 }  // namespace eclipse_cli

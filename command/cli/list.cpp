@@ -24,7 +24,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr const char* examples =
+constexpr const char* list_examples =
     "  eclipse-int list tools/sites/alpha tools/sites/beta.zip\n"
     "      List the features of a directory and of an archive.\n"
     "  eclipse-int list --all tools/sites/alpha\n"
@@ -32,7 +32,7 @@ constexpr const char* examples =
     "  eclipse-int list --json tools/sites/alpha | jq -r '.repositories[].units[].id'\n"
     "      Print only the ids, with the help of jq.\n";
 
-constexpr const char* exit_status =
+constexpr const char* list_exit_status =
     "Exit status:\n"
     "  0  success\n"
     "  2  there is no p2 repository at a path, or no director can load it; an error in the arguments; or standard\n"
@@ -164,7 +164,7 @@ void print(const std::vector<Listed>& all_listed, const ListOptions& options) {
   }
 }
 
-int perform(const ListOptions& options) {
+int list_command(const ListOptions& options) {
   Repositories repositories;
   std::vector<Listed> all_listed;
   int status = 0;
@@ -192,8 +192,8 @@ Subcommand add_list(const Parser& program) {
       .option_text("...");
   parser.add_flag("--all", options->all, "List every unit, including categories and bundles");
   add_json_option(parser, options->json, "the repositories");
-  parser.set_help("eclipse-int list REPOSITORY... [OPTIONS]", examples, exit_status);
-  return {parser, [options] { return perform(*options); }};
+  parser.set_help("eclipse-int list REPOSITORY... [OPTIONS]", list_examples, list_exit_status);
+  return {parser, [options] { return list_command(*options); }};
 }
 
 }  // namespace eclipse_cli

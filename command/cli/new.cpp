@@ -18,13 +18,13 @@ namespace eclipse_cli {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* new_examples =
     "  eclipse-int new tools > tools.txt && mkdir -p tools/etc/eclipse && mv tools.txt tools/etc/eclipse\n"
     "      Write a descriptor file for the repositories below the component's directory.\n"
     "  eclipse-int new --session tools --eclipse /opt/ide > install.json\n"
     "      Write the session that \"eclipse-int run tools --eclipse /opt/ide\" runs.\n";
 
-constexpr const char* exit_status =
+constexpr const char* new_exit_status =
     "Exit status:\n"
     "  0  success\n"
     "  2  no descriptor can be written for this directory; an error in the arguments; or standard output cannot be\n"
@@ -36,7 +36,7 @@ struct NewOptions {
   bool drafts_session = false;
 };
 
-int perform(const NewOptions& options) {
+int new_command(const NewOptions& options) {
   const std::string& directory = options.session.session;
   if (options.drafts_session) {
     std::cout << drafted_session(directory, options.session);
@@ -66,8 +66,8 @@ Subcommand add_new(const Parser& program) {
                   "Print a session file instead, for the features of the components\nin DIRECTORY; needs --eclipse");
   add_directory_options(parser, options->session);
   add_plugin_option(parser, options->session);
-  parser.set_help("eclipse-int new DIRECTORY [OPTIONS]", examples, exit_status);
-  return {parser, [options] { return perform(*options); }};
+  parser.set_help("eclipse-int new DIRECTORY [OPTIONS]", new_examples, new_exit_status);
+  return {parser, [options] { return new_command(*options); }};
 }
 
 }  // namespace eclipse_cli

@@ -14,7 +14,7 @@ namespace eclipse_cli {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* repair_examples =
     "  eclipse-int repair /opt/eclipse/eclipse --dry-run\n"
     "      Show which states of the p2 profile are damaged, and which files a repair would move aside.\n"
     "  eclipse-int repair /opt/eclipse/eclipse\n"
@@ -30,7 +30,7 @@ constexpr const char* examples =
     "Each run keeps a copy of them; this command brings the copy back, and moves the states aside that are newer than it.\n"
     "If several runs made these states, or somebody else did, it shows them and does nothing without --to.\n";
 
-constexpr const char* exit_status =
+constexpr const char* repair_exit_status =
     "Exit status:\n"
     "  0  the director answers, and the newest state of the profile is not damaged\n"
     "  1  the director does not answer, or the profile is still damaged; with --dry-run: there is something to repair\n"
@@ -46,7 +46,7 @@ struct RepairOptions {
   double wait = 0;
 };
 
-int perform(const RepairOptions& options) {
+int repair_command(const RepairOptions& options) {
   Repair repair;
   repair.executable = eclipse_p2::existing_executable(options.eclipse);
   repair.is_dry_run = options.dry_run;
@@ -74,8 +74,8 @@ Subcommand add_repair(const Parser& program) {
   parser.add_flag("--dry-run", options->dry_run, "Show which files would be moved aside; move nothing and start no director");
   add_wait_option(parser, options->wait);
   add_json_option(parser, options->json, "what was found and done");
-  parser.set_help("eclipse-int repair ECLIPSE [OPTIONS]", examples, exit_status);
-  return {parser, [options] { return perform(*options); }};
+  parser.set_help("eclipse-int repair ECLIPSE [OPTIONS]", repair_examples, repair_exit_status);
+  return {parser, [options] { return repair_command(*options); }};
 }
 
 }  // namespace eclipse_cli

@@ -17,7 +17,7 @@ namespace eclipse_cli {
 
 namespace {
 
-constexpr const char* examples =
+constexpr const char* undo_examples =
     "  eclipse-int undo install.json --dry-run\n"
     "      Show what taking back the last run on the instance of this session would change.\n"
     "  eclipse-int undo install.json --variables state.json --write-variables state.json\n"
@@ -28,7 +28,7 @@ constexpr const char* examples =
     "Run it again to take back the run before that; it skips runs that changed nothing. If somebody else has changed the\n"
     "instance since then, it shows these changes, and does nothing without --force.\n";
 
-constexpr const char* exit_status =
+constexpr const char* undo_exit_status =
     "Exit status:\n"
     "  0  the instance has the units of the older state, or with --dry-run would get them\n"
     "  1  nothing was changed, since there is nothing to take back, somebody else has changed the instance, its\n"
@@ -37,7 +37,7 @@ constexpr const char* exit_status =
     "     could not be written\n"
     "  128 + N  signal N stopped the director\n";
 
-int perform(const UndoOptions& options) {
+int undo_command(const UndoOptions& options) {
   const UndoResult result = perform_undo(options);
   if (options.session.json) {
     print_undo(result.undo, result.exit_status);
@@ -85,8 +85,8 @@ Subcommand add_undo(const Parser& program) {
   const Parser parser = program.add_subcommand("undo", "Go back to the state of the Eclipse instance before the last run");
   const auto options = std::make_shared<UndoOptions>();
   add_options(parser, *options);
-  parser.set_help("eclipse-int undo [SESSION] [OPTIONS]", examples, exit_status);
-  return {parser, [options] { return perform(*options); }};
+  parser.set_help("eclipse-int undo [SESSION] [OPTIONS]", undo_examples, undo_exit_status);
+  return {parser, [options] { return undo_command(*options); }};
 }
 
 }  // namespace eclipse_cli
