@@ -1,14 +1,10 @@
-// The help texts, as help/ has them. After an intended change,
-// "ECLIPSE_INT_WRITE_DOWN=1 build/dev/bin/cli_test --gtest_filter='*Help*'" writes them anew; read the difference.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "cli/child_command.h"
+#include "fake_host/written_down.h"
 
 namespace {
 
@@ -17,11 +13,9 @@ class Help : public cli_test::ChildCommand, public testing::WithParamInterface<c
 TEST_P(Help, IsWrittenDown) {
   const std::string subcommand = GetParam();
   const cli_test::Outcome help = eclipse_int(subcommand + " --help");
-  const std::string file = std::string(HELP_TEXTS) + "/" + (subcommand.empty() ? "eclipse-int" : subcommand) + ".txt";
-  if (std::getenv("ECLIPSE_INT_WRITE_DOWN") != nullptr) std::ofstream(file, std::ios::binary) << help.output;
-  std::ostringstream written;
-  written << std::ifstream(file, std::ios::binary).rdbuf();
-  EXPECT_EQ(help, (cli_test::Outcome{0, written.str(), ""})) << file;
+  fake::expect_written_down(help.output,
+                            std::string(HELP_TEXTS) + "/" + (subcommand.empty() ? "eclipse-int" : subcommand) + ".txt");
+  EXPECT_EQ(help, (cli_test::Outcome{0, help.output, ""}));
 }
 
 INSTANTIATE_TEST_SUITE_P(EachSubcommand, Help,

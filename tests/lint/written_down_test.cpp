@@ -1,16 +1,13 @@
-// The samples of all rules, and all that lint says of the bad ones, as written_down/ has them: each text and each place. After
-// an intended change, "ECLIPSE_INT_WRITE_DOWN=1 build/dev/bin/lint_test --gtest_filter='*WrittenDown*'" writes them anew; read
-// the difference.
+// The samples of all rules, and all that lint says of the bad ones: each text and each place.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "base/digest.h"
 #include "base/printable.h"
 #include "base/text.h"
+#include "fake_host/written_down.h"
 #include "lint/samples.h"
 
 using namespace eclipse_lint;
@@ -20,19 +17,6 @@ namespace {
 
 constexpr std::size_t longest_content = 4000;
 constexpr std::size_t most_findings = 10;
-
-std::string read(const std::string& file) {
-  std::ostringstream text;
-  text << std::ifstream(file, std::ios::binary).rdbuf();
-  return text.str();
-}
-
-/// Compares a text with a file of written_down/, or writes it there.
-void expect_written_down(const std::string& text, const std::string& name) {
-  const std::string file = std::string(WRITTEN_DOWN) + "/" + name;
-  if (std::getenv("ECLIPSE_INT_WRITE_DOWN") != nullptr) std::ofstream(file, std::ios::binary) << text;
-  EXPECT_EQ(text, read(file)) << file;
-}
 
 /// Bytes as lines of printable characters; of very long ones only the digest.
 std::string shown(const std::string& content) {
@@ -64,7 +48,7 @@ TEST(Samples, AreWrittenDown) {
   for (const Rule& rule : rules()) {
     text += std::string(rule.name) + ", bad\n" + shown(rule.bad) + std::string(rule.name) + ", good\n" + shown(rule.good);
   }
-  expect_written_down(text, "samples.txt");
+  fake::expect_written_down(text, std::string(WRITTEN_DOWN) + "/samples.txt");
 }
 
 std::string shown(const Edit& edit) {
@@ -114,7 +98,7 @@ TEST_P(FindingsOfGroup, InBadSamplesAreWrittenDown) {
     write_sample(rule->bad);
     text += "# " + std::string(rule->name) + "\n" + independent(shown(findings_in(rule->bad.input)), directory.path());
   }
-  expect_written_down(text, std::string(name_of(GetParam())) + ".txt");
+  fake::expect_written_down(text, std::string(WRITTEN_DOWN) + "/" + std::string(name_of(GetParam())) + ".txt");
 }
 
 INSTANTIATE_TEST_SUITE_P(WrittenDown, FindingsOfGroup, testing::ValuesIn(groups),
