@@ -124,6 +124,38 @@ TEST_F(ReadFile, LeavesNoDescriptorOpen) {
   close(after);
 }
 
+/// Then the first free descriptor is 0.
+TEST_F(ReadFile, DoesTheSameWithoutAStandardInput) {
+  fake::write_file("f", "abc");
+  const int input = dup(STDIN_FILENO);
+  close(STDIN_FILENO);
+  const std::string of_directory = read_file(".", 9).error;
+  const std::string of_file = read_file("f", 9).bytes;
+  dup2(input, STDIN_FILENO);
+  close(input);
+  EXPECT_EQ(of_directory, "is not a regular file");
+  EXPECT_EQ(of_file, "abc");
+}
+
+TEST_F(ReadFile, OfDamageGetsAFreeName) {
+  for (const char* name : {"f.damaged", "f.damaged.2", "f.damaged.3"}) {
+    fake::write_file("f", name);
+    EXPECT_EQ(renamed_to_damaged("f"), name);
+    EXPECT_EQ(read_file(name, 99).bytes, name);
+    EXPECT_FALSE(fs::exists("f"));
+  }
+  fs::remove("f.damaged");
+  fs::create_symlink("nowhere", "f.damaged");
+  fake::write_file("f", "");
+  EXPECT_EQ(renamed_to_damaged("f"), "f.damaged.4") << "a link is something, too";
+  try {
+    renamed_to_damaged("missing");
+    FAIL();
+  } catch (const FileError& error) {
+    EXPECT_STREQ(error.what(), "missing: cannot be renamed: No such file or directory");
+  }
+}
+
 TEST_F(ReadFile, IsNotInheritedByPrograms) {
   fake::write_file("f", "abc");
   const int descriptor = open_regular_file("f");

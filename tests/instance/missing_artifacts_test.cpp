@@ -93,6 +93,33 @@ TEST_F(MissingArtifactsTest, AreFetchedFromWhatTheInstanceRemembers) {
   }
 }
 
+TEST_F(MissingArtifactsTest, AreNotFetchedFromWhatOnlyLooksRemembered) {
+  write_repository("o=ld", artifact("f", "1.0.0"));
+  const std::string file = "ide/p2/org.eclipse.equinox.p2.engine/.settings/org.eclipse.equinox.p2.artifact.repository.prefs";
+  const std::string address = "file\\:" + directory.path() + "/o\\=ld/\r\n";
+  for (const std::string key : {"repositories/file\\:_old/name=", "other/uri=", "repositories/uri="}) {
+    fake::write_file(file, key + address);
+    EXPECT_EQ(missing({}).artifacts, key == "repositories/uri=" ? Texts() : Texts({"feature f 1.0.0"})) << key;
+  }
+}
+
+TEST_F(MissingArtifactsTest, AreAllNamed) {
+  write_state("1", unit("f", "1.0.0") + unit("b", "0.5.0") + unit("c", "0.5.0"));
+  EXPECT_EQ(missing({}).artifacts, Texts({"bundle b 0.5.0", "bundle c 0.5.0", "feature f 1.0.0"}));
+  write_state("1", "<unit id='f' version='1.0.0'><touchpoint id='org.eclipse.equinox.p2.osgi' version='1.0.0'/><artifacts>" +
+                       artifact("a", "1.0.0") + artifact("z", "1.0.0") + "</artifacts></unit>");
+  EXPECT_EQ(missing({}).artifacts, Texts({"bundle a 1.0.0", "bundle z 1.0.0"}));
+}
+
+/// What is damaged is there: the director says so itself.
+TEST_F(MissingArtifactsTest, AreNotThoseOfADamagedRepository) {
+  fake::write_file("broken/content.xml", "<repository><un");
+  fake::write_file("broken/artifacts.xml", list_of(artifact("f", "1.0.0")));
+  const MissingArtifacts found = missing({url("broken")});
+  EXPECT_EQ(found.artifacts, Texts({"feature f 1.0.0"}));
+  EXPECT_TRUE(found.is_certain());
+}
+
 /// The pool and the cache of downloads, which have no metadata.
 TEST_F(MissingArtifactsTest, AreNotInTheRepositoriesThatP2MakesItself) {
   fake::write_file("ide/p2/org.eclipse.equinox.p2.core/cache/artifacts.xml", list_of(artifact("b", "3.0.0")));

@@ -8,6 +8,7 @@
 
 #include "base/file.h"
 #include "base/limits.h"
+#include "base/packing.h"
 #include "lint/rule.h"
 #include "lint/samples.h"
 
@@ -358,6 +359,25 @@ TEST(Findings, UnreadableRepositoriesDifferFromDamagedOnes) {
            "cannot load \"b\": content.xml cannot be read; make it readable for the user who runs the installer",
            "cannot load \"d\": artifacts.xml is not well-formed XML; publish the repository again, and check that it is copied "
            "completely"}));
+}
+
+TEST(Findings, SayWhatToDoAboutEachErrorOfARepository) {
+  const auto of = [](const std::vector<SampleFile>& files) {
+    return first_message("site\torg.example.one.feature.group\n", files, Severity::error);
+  };
+  const std::string begin = "cannot load \"site\": ";
+  EXPECT_EQ(of({{"tools/site/content.xml", content_of_one},
+                {"tools/site/p2.index", "version=1\nmetadata.repository.factory.order=!\n"}}),
+            begin + "p2.index excludes every metadata file that exists FIX correct the order in p2.index, or delete the file");
+  EXPECT_EQ(of({{"tools/site/content.xml", "<?xml version='1.0' encoding='UTF-8'?><repository name='\xFF'/>"}}),
+            begin +
+                "content.xml is not UTF-8 in line 1, although it says so or names no other encoding FIX save the file in "
+                "UTF-8, or name its encoding in its first line");
+  EXPECT_EQ(of({{"tools/site/content.jar", base_test::zipped({{"content.xml", content_of_one}}, "secret")}}),
+            begin + "content.jar is encrypted FIX pack the archive again, without a password");
+  EXPECT_EQ(
+      of({{"tools/site/content.xml", "<repository>"}}),
+      begin + "content.xml is not well-formed XML FIX publish the repository again, and check that it is copied completely");
 }
 
 TEST(Findings, DirectoryNamedLikeAFileIsNotAFile) {

@@ -3,15 +3,17 @@
 
 import argparse
 import collections
+import contextlib
+import itertools
 import json
 import math
 import os
 import pathlib
 import random
+import shutil
 import signal
 import subprocess
 import sys
-import tempfile
 
 import plant
 import sandbox
@@ -28,6 +30,26 @@ overlay() { mkdir "$1/upper" "$1/work" && mount -t overlay overlay -o "lowerdir=
 overlay "$1" 2> /dev/null || { mount -t tmpfs tmpfs "$1/changed" && overlay "$1/changed"; } || exit
 cd "$0" && shift && exec "$@"
 """
+
+
+@contextlib.contextmanager
+def work_directory():
+    """Its name is a plain word for a shell, unlike some random ones, since tests compare command lines that have it."""
+    directories = (pathlib.Path(f"/var/tmp/mutate-{os.getpid()}-{number}") for number in itertools.count())
+    directory = next(each for each in directories if is_made(each))
+    try:
+        yield directory
+    finally:
+        shutil.rmtree(directory, ignore_errors=True)
+
+
+def is_made(directory):
+    try:
+        directory.mkdir()
+        directory.chmod(0o755)  # some tests go on as another user
+        return True
+    except FileExistsError:
+        return False
 
 
 def enter_namespace(work):
@@ -85,6 +107,18 @@ def sample(mutants, size, seed):
     return chosen
 
 
+def sample_of_files(mutants, count, size, seed):
+    """`size` mutants of each of `count` files, of whatever rooms; no headers. A file with twice as many mutants is about twice as
+    likely, so that each mutant has about the same chance."""
+    candidates = [mutant for mutant in mutants if not mutant.file.endswith(".h")]
+    random.Random(seed).shuffle(candidates)
+    by_file = collections.defaultdict(list)
+    for mutant in candidates:
+        by_file[mutant.file].append(mutant)
+    # In the order in which a file first came up.
+    return [mutant for own in list(by_file.values())[:count] for mutant in own[:size]]
+
+
 def show(mutant, outcome):
     print(f"{mutant.file}:{mutant.line}: {outcome} ({mutant.rule})\n  - {mutant.before}\n  + {mutant.after}", flush=True)
 
@@ -106,13 +140,17 @@ def read_options():
     parser = argparse.ArgumentParser(prog="mutate", description=__doc__)
     parser.add_argument("files", metavar="FILE", nargs="*", help="source files; all of src, command and host_kit by default")
     parser.add_argument("--sample", type=int, metavar="N", help="only N mutants of each room, of few of its files")
+    parser.add_argument("--files", type=int, metavar="N", dest="sampled_files", help="with --sample: of each of N files, in place of each room")
     parser.add_argument("--seed", default="", help="the same text chooses the same sample")
     parser.add_argument("--at-least", type=float, default=100, metavar="PERCENT", help="how many have to be killed outside of src [100]")
     parser.add_argument("--budget", type=float, metavar="SECONDS", default=math.inf, help="time for the tests of one mutant outside of src")
     parser.add_argument("--tests", metavar="REGEX", default="", help="only test programs whose path it matches")
     parser.add_argument("--processes", type=int, default=os.cpu_count(), help="how many run at a time [one for each processor]")
     parser.add_argument("--json", type=pathlib.Path, metavar="FILE", help="write each mutant with its outcome")
-    return parser.parse_args()
+    options = parser.parse_args()
+    if options.sampled_files and not options.sample:
+        parser.error("--files needs --sample")
+    return options
 
 
 def write_json(file, outcomes):
@@ -163,14 +201,15 @@ def report(outcomes, at_least):
 def main():
     options = read_options()
     if INSIDE not in os.environ:
-        with tempfile.TemporaryDirectory(prefix="mutate-", dir="/var/tmp") as work:
-            os.chmod(work, 0o755)  # some tests go on as another user
-            return enter_namespace(pathlib.Path(work))
+        with work_directory() as work:
+            return enter_namespace(work)
     listed = read_listed()
     check_listed(listed)
     mutants = plant.Sources(options.files).all()
     places = len(mutants)
-    if options.sample:
+    if options.sampled_files:
+        mutants = sample_of_files(mutants, options.sampled_files, options.sample, options.seed)
+    elif options.sample:
         mutants = sample(mutants, options.sample, options.seed)
     numbered = dict(enumerate(mutants, 1))
     outcomes = tried(numbered, listed, pathlib.Path(os.environ[INSIDE]), options)

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """That the tool finds functions, puts mutants behind switches, and lets no bug out of its sandbox."""
 
+import collections
 import os
 import pathlib
 import subprocess
@@ -8,6 +9,8 @@ import tempfile
 import unittest
 
 import functions
+import mutate
+import plant
 import rules
 import sandbox
 import switches
@@ -53,6 +56,29 @@ class Functions(unittest.TestCase):
             ("", False), ("return first + second;", True), ("return a.first == b.fi", True), ("return number > limit;", True),
             ("const auto twice = [&]", False), ("print(Pair().sum()); s", True),
         ])  # fmt: skip
+
+
+class Samples(unittest.TestCase):
+    def setUp(self):
+        sizes = {"command/a/a.cpp": 3, "command/a/b.cpp": 30, "command/b/c.cpp": 300, "command/b/d.h": 3000}
+        self.mutants = [rules.Mutant(file, line, "", "", "", 0, 0, "") for file, size in sizes.items() for line in range(size)]
+
+    def test_of_files(self):
+        first = collections.Counter()
+        for seed in range(200):
+            chosen = mutate.sample_of_files(self.mutants, 2, 5, str(seed))
+            counts = collections.Counter(mutant.file for mutant in chosen)
+            self.assertEqual(len(set(chosen)), len(chosen))
+            self.assertEqual(sorted(counts.values()), [3, 5] if "command/a/a.cpp" in counts else [5, 5])
+            self.assertNotIn("command/b/d.h", counts)
+            first[chosen[0].file] += 1
+        self.assertGreater(first["command/b/c.cpp"], 160)
+        self.assertLess(first["command/a/a.cpp"], 10)
+
+    def test_of_rooms(self):
+        chosen = mutate.sample(self.mutants, 4, "seed")
+        self.assertEqual(collections.Counter(plant.room_of(mutant.file) for mutant in chosen), {"command/a": 4, "command/b": 4})
+        self.assertEqual(chosen, mutate.sample(self.mutants, 4, "seed"))
 
 
 class Switches(unittest.TestCase):
@@ -111,6 +137,9 @@ class Sandbox(unittest.TestCase):
     def test_a_test_may_go_on_with_fewer_rights(self):
         read = "cd $TMPDIR && echo x > file && chmod 0 file && setpriv --bounding-set -dac_override,-dac_read_search cat file"
         self.assertEqual(self.results("cd $TMPDIR && echo x > file && chmod 0 file && cat file", read), [True, False])
+
+    def test_directories_are_plain_words(self):
+        self.assertEqual(self.results(*['case "${TMPDIR##*/}" in *[!0-9a-z]*) exit 1; esac'] * 20), [True] * 20)
 
     def test_a_test_without_end_fails(self):
         self.assertEqual(self.results("sleep 60", "true", seconds=1), [False, True])

@@ -34,6 +34,8 @@ SWAPPED_WORDS = {
 SWAPPED_TEXTS = {'"yes"': '"no"', '"no"': '"yes"', '" -i "': '" -u "', '"install"': '"modify"', '"internal"': '"user"'}
 
 STATEMENT_WORDS = {"return", "break", "continue"}
+# What "{}" is, too.
+ZEROES = {"0", "false", '""', "{}", "nullptr", "std::nullopt", "exit_success"}
 OTHER_KEYWORDS = {"if", "for", "while", "switch", "sizeof", "decltype", "catch", "template", "operator", "alignof", "noexcept"}
 
 
@@ -182,7 +184,7 @@ def returned_values(source, tokens):
         if token.text != "return" or tokens[index + 1].text == ";":
             continue
         end = statement_end(tokens, index)
-        if source[tokens[index + 1].start : tokens[end].start] not in ("0", "false", '""', "{}", "std::nullopt"):
+        if source[tokens[index + 1].start : tokens[end].start] not in ZEROES:
             yield tokens[index + 1].start, tokens[end].start, "{}"
 
 

@@ -131,6 +131,69 @@ TEST_F(Explaining, OtherCodesAreTold) {
   EXPECT_EQ(explain_without_log({"", "", 255, 0}).meaning, "unknown exit code");
 }
 
+TEST_F(Explaining, EachExitCodeHasItsLayerAndItsMeaning) {
+  const auto text = [&](int code, const std::string& output = "", const std::string& error_output = "") {
+    return text_of(explain_without_log({output, error_output, code, 0}), "; ");
+  };
+  const std::string rejects = "the shell: it rejects the command and starts nothing\n; e";
+  EXPECT_EQ(text(1, "", "e\n"), rejects);
+  EXPECT_EQ(text(2, "", "e\n"), rejects);
+  EXPECT_EQ(text(1, "o", "e\n"), "an unknown layer: unknown exit code\n; oe");
+  EXPECT_EQ(text(1), "an unknown layer: unknown exit code");
+  EXPECT_EQ(text(3, "", "e"), "an unknown layer: unknown exit code\n; e");
+  EXPECT_EQ(text(126),
+            "the shell: the program cannot be started: it is a directory or not executable, or the command is too long");
+  EXPECT_EQ(text(127), "the shell: a program does not exist: the executable, or one that it starts");
+  EXPECT_EQ(text(13, "o"), "the launcher: the application did not run to its end and logged no reason\n; o");
+  EXPECT_EQ(text(15, "o"), "the launcher: the instance or its configuration cannot be written\n; o");
+  EXPECT_EQ(text(128), "an unknown layer: unknown exit code");
+  EXPECT_EQ(text(129), "an unknown layer: signal 1 ended the command");
+  EXPECT_EQ(text(192), "an unknown layer: signal 64 ended the command");
+  EXPECT_EQ(text(193), "an unknown layer: unknown exit code");
+  const Failure with_log = explain_with_log({"", "e", 1, 0}, "!ENTRY p 4 0 t\n");
+  EXPECT_EQ(text_of(with_log), "an unknown layer: unknown exit code\n  e\n  (instance/configuration/2.log)");
+  const Failure of_launcher = explain_with_log({"", "", 15, 0}, "!ENTRY p 4 0 t\n!MESSAGE m\n ");
+  EXPECT_EQ(text_of(of_launcher),
+            "the launcher: the instance or its configuration cannot be written\n  (instance/configuration/2.log)");
+}
+
+TEST_F(Explaining, OfManyLinesTheFirstTenAndOfLongOnesTheBeginningCount) {
+  std::string output;
+  for (int i = 0; i < 12; ++i) output += "line " + std::to_string(i) + "\r\n\n";
+  const Texts causes = explain_without_log({output, "", 42, 0}).causes;
+  ASSERT_EQ(causes.size(), 10U);
+  EXPECT_EQ(causes.front(), "line 0");
+  EXPECT_EQ(causes.back(), "line 9");
+  const std::string long_line(4096, 'x');
+  EXPECT_EQ(explain_without_log({long_line, "", 42, 0}).causes, Texts{long_line});
+  EXPECT_EQ(explain_without_log({long_line + "x", "", 42, 0}).causes, Texts{long_line + "..."});
+  EXPECT_EQ(explain_without_log({"<title>a\n</title>b\na<title>b</title>", "", 42, 0}).causes,
+            (Texts{"<title>a", "</title>b", "a<title>b</title>"}));
+  EXPECT_EQ(explain_without_log({"\ttab\n!mark\ntext", "", 42, 0}).causes, Texts{"text"});
+}
+
+TEST_F(Explaining, ReasonsFollowTheLineThatSaysSo) {
+  const auto causes = [&](const std::string& output) { return explain_without_log({output, "", 13, 0}).causes; };
+  EXPECT_EQ(causes("before\nInstallation failed.\na\na\nb\n"), (Texts{"a", "b"}));
+  EXPECT_EQ(causes("before\nInstallation failed.\n"), (Texts{"before", "Installation failed."})) << "all that there is";
+}
+
+TEST(LoggedCauses, EndWithTheNextPart) {
+  const auto messages = [](const std::string& log) { return causes_in(log).messages; };
+  EXPECT_EQ(messages("!MESSAGE a\n\nb\n!ENTRY\nc\n!MESSAGE d\n!SUBENTRY\ne\n"), (Texts{"a b", "d"}));
+  EXPECT_EQ(messages("!MESSAGE a\n!STACK 0\nb\n\n\tat c\nRoot exception:\nCaused by: d\n!ENTRY\ne\n"), (Texts{"a", "b", "d"}));
+  EXPECT_EQ(messages("!MESSAGE a\n!MESSAGE a\nmore\n"), Texts{"a"}) << "what follows a repeated one belongs to that";
+  EXPECT_EQ(messages("text\n!MESSAGEa\n"), Texts());
+  const auto flags = [](const std::string& log) {
+    const LoggedCauses causes = causes_in(log);
+    return std::to_string(causes.is_application_error) + std::to_string(causes.is_application_missing);
+  };
+  EXPECT_EQ(flags("!MESSAGE Application error\n!MESSAGE a\n"), "10");
+  EXPECT_EQ(flags("!STACK 1\nApplication \"a\" is there\n"), "00");
+  EXPECT_EQ(flags("!STACK 1\nit could not be found in the registry\n"), "00");
+  EXPECT_EQ(flags("!STACK 1\nApplication \"a\" could not be found in the registry\nmore\n"), "01");
+}
+
 TEST_F(Explaining, OnlyLogsOfTheRunCount) {
   fake::write_file("instance/configuration/1.log", "!ENTRY p 4 0 t\n!MESSAGE old\n");
   fake::write_file("instance/configuration/notes.txt", "");

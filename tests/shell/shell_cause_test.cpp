@@ -48,6 +48,9 @@ TEST(ShellCause, IsToldOfWhatIsNotPassedOn) {
       {{"\"/", "a\"b.zip", "!/\"", ""}, "1 the quotes end here;"},
       {{",", std::string("a b\0c\0", 6), ",", ""}, "3 a shell command cannot contain a zero byte;"},
       {{"", "", " ", ""}, "passed on"},
+      {{"", "a\\", "", ""}, "passed on"},  // there is nothing after the backslash
+      {{"\"x y\" b\"c\"", "a\\", "", ""}, "passed on"},
+      {{"\"x y\" ", "a\\", " ", ""}, "1 the backslash is removed;"},
   };
   for (const auto& [piece, wanted] : cases) EXPECT_EQ(text_of(cause_in(piece)), wanted) << piece.before << piece.text;
 }
