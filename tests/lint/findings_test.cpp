@@ -596,6 +596,12 @@ TEST(Findings, SayWhatIsMeant) {
        {"error header-not-recognised: write Repository, with a capital R and nothing around it"}},
       {"Feature/Repository\tFeature ID\nsites/one\t" + feature,
        {"error header-not-recognised: write Repository, with a capital R and nothing around it"}},
+      {"Feature ID\tRepository\nsites/one\t" + feature,
+       {"error header-not-recognised: write Repository in column 1 and Feature in column 2"}},
+      {"Feature\tUpdate site\n" + feature + "\tsites/one",
+       {"error header-not-recognised: write Repository in column 1 and Feature in column 2, and swap the columns of these "
+        "lines, too",
+        "error columns-swapped: write the repository in column 1 and the feature in column 2"}},
       {"sites/one\t" + feature + ";org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
       {"sites/one\t" + feature + " org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
       {"sites/one\t" + feature + "/[1.0.0,2.0.0)",
@@ -605,6 +611,47 @@ TEST(Findings, SayWhatIsMeant) {
       {"sites/one/content.xml\t" + feature, {"error archive-not-recognised: write the path of the repository, \"sites/one\""}},
   };
   for (const auto& [line, advice] : lines) EXPECT_EQ(advice_on(line), advice) << line;
+}
+
+TEST(Findings, KnowTheHeadersThatPeopleWrite) {
+  const std::vector<std::string> in_order = {"Update Site URL\tFeature ID",
+                                             "P2 repository\tFeature id",
+                                             "Site location\tFeature group",
+                                             "Path\tID",
+                                             "Repository name\tIU",
+                                             "p2 site\tInstallable unit",
+                                             "Site\tUnit ID",
+                                             "Archive\tFeature",
+                                             "Zip file\tFeature",
+                                             "Repository (path)\tFeature (ID)",
+                                             "Folder\tPlugins",
+                                             "# Repository\tFeature",
+                                             "Update Sites\tFeatures",
+                                             "Site/Feature ID\tName",
+                                             "\"Repository\"\t\"Feature\"",
+                                             "repo\tsomething"};
+  const std::vector<std::string> exchanged = {
+      "Feature ID\tRepository",           "Feature\tSite",     "ID\tRepository", "Plugin\tPath",
+      "Installable Unit\tRepository URL", "# feature\tp2 repo"};
+  const std::string line = "\nsite\torg.example.one.feature.group\n";
+  for (const std::string& header : in_order) {
+    const std::string length = std::to_string(header.find('\t'));
+    EXPECT_EQ(findings_in_lines(header + line), Texts{"t:1:1+" + length + " header-not-recognised"}) << header;
+  }
+  for (const std::string& header : exchanged) {
+    const std::string length = std::to_string(header.find('\t'));
+    EXPECT_EQ(findings_in_lines(header + line), Texts{"t:1:1+" + length + " header-not-recognised"}) << header;
+  }
+}
+
+TEST(Findings, OfDataWithTheWordsOfAHeaderAreOthers) {
+  const Texts suffix = {"t:1:10+7 feature-without-group-suffix"};
+  EXPECT_EQ(findings_in_lines("site.zip\tfeature\n"), suffix);
+  EXPECT_EQ(findings_in_lines("p2/repository\torg.example.one.feature.group\n"), Texts());
+  EXPECT_EQ(findings_in_lines("site\tp.plugin.feature.group\n"), Texts());
+  EXPECT_EQ(findings_in_lines("site\tp.feature.group\n"), Texts());
+  EXPECT_EQ(findings_in_lines("./Repository\t\"org.example.one.feature.group\"\n"), Texts{"t:1:14+31 quoted-column"});
+  EXPECT_EQ(findings_in_lines("#repository\torg.example.one.feature.group\n"), Texts{"t:1:1+11 comment-is-data"});
 }
 
 TEST(Findings, NameTheFeatureThatContainsABundle) {

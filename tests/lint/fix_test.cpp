@@ -139,6 +139,11 @@ TEST(Fix, KeepsSpacesThatBelongToAnArchive) {
 TEST(Fix, WritesTheHeaderThatIsRead) {
   EXPECT_EQ(corrected("\"repositories\" \tFeature\ns\tx.y.feature.group\n"), "Repository\tFeature\ns\tx.y.feature.group\n");
   EXPECT_EQ(corrected("repo\tx.y\n"), "repo\tx.y\n");
+  const std::string line = "s\tx.y.feature.group\n";
+  EXPECT_EQ(corrected("P2 repository\tFeature ID\tNotes\n" + line), "Repository\tFeature ID\tNotes\n" + line);
+  EXPECT_EQ(corrected("Feature ID\tUpdate site\tNotes\n" + line), "Repository\tFeature\tNotes\n" + line);
+  EXPECT_EQ(corrected("Feature\tRepository\norg.example.one.feature.group\tsites/one\n", true),
+            "Repository\tFeature\nsites/one\torg.example.one.feature.group\n");
 }
 
 TEST(Fix, DeletesEmptyRowsAndDuplicates) {

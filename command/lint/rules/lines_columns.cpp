@@ -19,13 +19,6 @@ namespace eclipse_lint {
 
 namespace {
 
-bool are_swapped(const Record& record) {
-  const std::string_view site = record.feature();
-  if (!looks_like_feature(record.repository()) || looks_like_site(record.repository()) || !looks_like_site(site)) return false;
-  const bool has_version = looks_like_feature(eclipse_p2::unit_called(site).id);
-  return !has_version && (record.site == nullptr || !record.site->exists);
-}
-
 std::optional<Correction> in_right_order(const Record& record) {
   const std::string repository(record.feature());
   const std::string feature(record.repository());

@@ -74,6 +74,26 @@ Correction exact_header(const Record& record) {
   return {"write Repository", is_certain, {record.edit(0, 0, record.repository().size(), std::string(header))}};
 }
 
+Correction header_in_right_order(const Record& record) {
+  Correction correction{"write Repository and Feature", bare(record.repository()).starts_with("feature"), {}};
+  correction.edits.push_back(record.edit(0, 0, record.repository().size(), std::string(header)));
+  correction.edits.push_back(record.edit(1, 0, record.feature().size(), "Feature"));
+  return correction;
+}
+
+void report_exchanged_header(const Input& input, const Record& record, Reporter& reporter) {
+  const bool are_lines_swapped = std::any_of(input.records.begin(), input.records.end(), [&](const Record& other) {
+    return other.descriptor == record.descriptor && are_swapped(other);
+  });
+  constexpr const char* fix = "write Repository in column 1 and Feature in column 2";
+  if (are_lines_swapped) {
+    reporter.report(record.location(0), "the header and lines below it have the feature before the repository",
+                    std::string(fix) + ", and swap the columns of these lines, too", header_in_right_order(record));
+  } else {
+    reporter.report(record.location(0), "the header has the feature before the repository", fix, header_in_right_order(record));
+  }
+}
+
 Rule header_not_recognised() {
   return {.name = "header-not-recognised",
           .group = Group::lines,
@@ -88,8 +108,12 @@ Rule header_not_recognised() {
           .check =
               [](const Input& input, Reporter& reporter) {
                 for (const Record& record : input.records) {
-                  const bool has_mark = record.repository().starts_with(utf_8_mark);
-                  if (!is_odd_header(record) || has_mark || looks_like_feature(trimmed(record.feature()))) continue;
+                  const HeaderWords words = header_words(record.repository(), record.feature());
+                  if (words == HeaderWords::none || record.repository().starts_with(utf_8_mark)) continue;
+                  if (words == HeaderWords::exchanged) {
+                    report_exchanged_header(input, record, reporter);
+                    continue;
+                  }
                   reporter.report(record.location(0), in_quotes(record.repository()) + " is not recognised as a header",
                                   exact_header(record));
                 }
