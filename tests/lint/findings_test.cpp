@@ -644,6 +644,38 @@ TEST(Findings, KnowTheHeadersThatPeopleWrite) {
   }
 }
 
+TEST(Findings, SayWhatALineWithARepositoryAloneLacks) {
+  const std::string line = "sites/one\torg.example.one.feature.group\n";
+  const auto advice_with = [&](const std::string& before, const std::string& more, const std::string& content) {
+    const fake::TemporaryDirectory directory;
+    write_file("c/etc/eclipse/t", before + more + "\n");
+    write_file("c/sites/one/content.xml", content_of_one);
+    write_file("c/sites/lib/content.xml", "<repository><units>" + content + "</units></repository>");
+    const Findings findings = findings_in("c");
+    const bool is_one = findings.size() == 1 && findings[0].rule->name == "feature-column-missing";
+    return is_one ? findings[0].message + ": " + findings[0].fix : "";
+  };
+  const std::string message = "the feature column is missing after \"sites/lib\": ";
+  const std::string bundle = "<unit id='org.example.lib' version='1.0.0'/>";
+  const std::string two = "<unit id='org.example.two.feature.group' version='1.0.0'/>";
+  const std::string three = "<unit id='org.example.three.feature.group' version='1.0.0'/>";
+  const std::string any =
+      "write a tab and the feature after the repository; or end the line in two tabs, if features of other lines require units "
+      "of "
+      "the repository";
+  for (const std::string more : {"sites/lib", "sites/lib\t", " sites/lib\r"}) {
+    EXPECT_EQ(advice_with(line, more, bundle),
+              message +
+                  "end the line in two tabs: the repository has no features, only units that features of other lines may "
+                  "require");
+    EXPECT_EQ(advice_with(line, more, bundle + two), message + "write a tab and org.example.two.feature.group");
+    EXPECT_EQ(advice_with(line, more, two + three), message + any);
+  }
+  EXPECT_EQ(advice_with("", "sites/lib\n", bundle), "") << "then there is also no data line";
+  EXPECT_EQ(advice_with(line, "sites/lip", bundle), "the feature column is missing after \"sites/lip\": " + any);
+  EXPECT_EQ(advice_with(line, "sites/lib\t\t", bundle), "");
+}
+
 TEST(Findings, OfDataWithTheWordsOfAHeaderAreOthers) {
   const Texts suffix = {"t:1:10+7 feature-without-group-suffix"};
   EXPECT_EQ(findings_in_lines("site.zip\tfeature\n"), suffix);

@@ -40,14 +40,14 @@ TEST(Fix, LeavesAnOrderThatATabAtTheBeginningOfItsLineMoved) {
 }
 
 /// The corrected descriptor file of a component with these files, too.
-std::string corrected_with(const std::string& content, const std::vector<std::string>& others) {
+std::string corrected_with(const std::string& content, const std::vector<std::string>& others, bool with_unsafe = false) {
   const fake::TemporaryDirectory directory;
   write_file("tools/etc/eclipse/t", content);
   for (const std::string& file : others) {
     write_file("tools/" + file,
                "<repository><units><unit id='org.example.One.feature.group' version='1.0.0'/></units></repository>");
   }
-  const FixResult result = fixed("tools", false);
+  const FixResult result = fixed("tools", with_unsafe);
   return result.files.empty() ? content : result.files.at(0).after;
 }
 
@@ -169,6 +169,13 @@ TEST(Fix, WritesIdsAndPathsAsTheyAre) {
   // Either can be meant.
   EXPECT_EQ(corrected_with("SITE\torg.example.One.feature.group\n", {"Site/content.xml", "site/content.xml"}),
             "SITE\torg.example.One.feature.group\n");
+}
+
+TEST(Fix, WritesTheOnlyFeatureThatIsLeft) {
+  for (const std::string line : {"sites/a", "sites/a\t", " sites/a ", "sites/a\r"}) {
+    EXPECT_EQ(corrected_with(line + "\n", {"sites/a/content.xml"}, true), "sites/a\torg.example.One.feature.group\n") << line;
+    EXPECT_EQ(corrected_with(line + "\n", {"sites/a/content.xml"}, false), line + "\n") << line;
+  }
 }
 
 TEST(Fix, WritesTheEndOfAnArchiveThatExists) {
