@@ -280,6 +280,13 @@ TEST(Findings, CommentIsARepositoryOfThatName) {
   EXPECT_EQ(findings_in("t").at(0).message, "this comment is read as data with the repository \"#sites/alpha\"");
 }
 
+TEST(Findings, ActiveCommentNamesItsFeature) {
+  EXPECT_EQ(
+      first_message("//site\torg.example.one.feature.group\n", {{"tools/site/content.xml", content_of_one}}, Severity::error)
+          .substr(0, 106),
+      "this line is active, since \"//site\" is an existing path: the director gets \"org.example.one.feature.group\"");
+}
+
 TEST(Findings, FeatureIsLookedUpWhateverItsCharacters) {
   for (const std::string id : {"x.~y", "x.\xC3\xA4", "x.@", "x.%", "x.:y", "!x.y", "{x.y", "~x.y", "-x.y"}) {
     const fake::TemporaryDirectory directory;
@@ -572,6 +579,7 @@ Texts advice_on(const std::string& line) {
 
 TEST(Findings, SayWhatIsMeant) {
   const std::string feature = "org.example.one.feature.group";
+  const std::string active = "delete the line, or remove its tabs; if it is no comment, delete the slashes at its beginning";
   const std::vector<std::pair<std::string, Texts>> lines = {
       {"sites/one\t" + feature, {}},
       {"sites/one\t" + feature + "\n\t\t\t\n\t\t\t",
@@ -591,7 +599,14 @@ TEST(Findings, SayWhatIsMeant) {
       {"\tsites/one\t" + feature,
        {"error repository-empty: delete the tab at the beginning of the line",
         "note third-column-ignored: leave the column empty, unless it holds a comment of yours"}},
-      {"//sites/one\t" + feature, {"warning comment-is-data: delete the line, or the slashes at its beginning"}},
+      {"//sites/one\t" + feature, {"error comment-is-data: " + active}},
+      {"//sites/one\t" + feature + "\nsites/one\t" + feature, {"warning comment-is-data: " + active}},
+      {"sites/one\t" + feature + "\n//sites/one\t\t", {"warning comment-is-data: " + active}},
+      {"//sites/two\t" + feature, {"error comment-is-data: delete the line, or remove its tabs"}},
+      {"-- sites/one\t" + feature, {"error comment-is-data: delete the line, or remove its tabs"}},
+      {"/* sites/one\t" + feature + " */", {"error comment-is-data: delete the line, or remove its tabs"}},
+      {"Rem sites/one\t" + feature, {"error comment-is-data: delete the line, or remove its tabs"}},
+      {"<!--sites/one\t" + feature + "-->", {"error comment-is-data: delete the line, or remove its tabs"}},
       {"Update site\tFeature\nsites/one\t" + feature,
        {"error header-not-recognised: write Repository, with a capital R and nothing around it"}},
       {"Feature/Repository\tFeature ID\nsites/one\t" + feature,

@@ -178,6 +178,14 @@ TEST(Fix, WritesTheOnlyFeatureThatIsLeft) {
   }
 }
 
+/// What begins with slashes may also be a path.
+TEST(Fix, RemovesTheTabsOfComments) {
+  EXPECT_EQ(corrected("-- s\tx.y.feature.group\t\t1\n"), "-- s x.y.feature.group  1\n");
+  const std::string content = "//sites/a\torg.example.One.feature.group\n";
+  EXPECT_EQ(corrected_with(content, {"sites/a/content.xml"}), content);
+  EXPECT_EQ(corrected_with(content, {"sites/a/content.xml"}, true), "//sites/a org.example.One.feature.group\n");
+}
+
 TEST(Fix, WritesTheEndOfAnArchiveThatExists) {
   EXPECT_EQ(corrected_with("site.ZIP\torg.example.One.feature.group\n", {"site.zip"}),
             "site.zip\torg.example.One.feature.group\n");

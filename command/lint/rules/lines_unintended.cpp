@@ -20,10 +20,10 @@ namespace eclipse_lint {
 
 namespace {
 
-/// Without a tab the line is ignored. What begins with slashes may also be a path.
-Correction spaces_for_tabs(const Record& record) {
+/// Without a tab the line is ignored.
+Correction spaces_for_tabs(const Record& record, bool is_safe) {
   const std::string_view text = record.line->text;
-  Correction correction{"replace the tabs with spaces", !trimmed(text).starts_with("//"), {}};
+  Correction correction{"replace the tabs with spaces", is_safe, {}};
   for (std::size_t at = 0; (at = text.find('\t', at)) != text.npos; ++at) {
     correction.edits.push_back(record.descriptor->edit(*record.line, at, 1, " "));
   }
@@ -37,6 +37,25 @@ bool is_loaded(const Record& record) {
   return !eclipse_p2::url_error(path, is_archive(record), *record.site);
 }
 
+/// Whether a line that is no comment names the feature, too.
+bool is_named_by_other_line(const Input& input, const Record& comment) {
+  return std::any_of(input.records.begin(), input.records.end(), [&](const Record& record) {
+    return record.feature() == comment.feature() && record.takes_part() && record.placement && !is_comment(record.repository());
+  });
+}
+
+/// Slashes at its beginning lead to what is behind them. With other characters, the repository has that name.
+void report_active_comment(const Input& input, const Record& record, Reporter& reporter) {
+  const bool has_slashes = trimmed(record.repository()).starts_with("//");
+  const bool has_effect = has_slashes && !record.feature().empty() && !is_named_by_other_line(input, record);
+  std::string message = "this line is active, since " + in_quotes(record.repository()) + " is an existing path";
+  if (has_effect) message += ": the director gets " + in_quotes(record.feature());
+  reporter.report(has_effect ? Severity::error : Severity::warning, record.location(0), std::move(message),
+                  std::string("delete the line, or remove its tabs; if it is no comment, ") +
+                      (has_slashes ? "delete the slashes at its beginning" : "rename the repository"),
+                  spaces_for_tabs(record, false));
+}
+
 Rule comment_is_data() {
   return {.name = "comment-is-data",
           .group = Group::lines,
@@ -44,7 +63,8 @@ Rule comment_is_data() {
           .title = "a comment line contains a tab",
           .why =
               "Descriptor files have no comments, so the line is data, and its repository becomes part of every director "
-              "command. A space or a semicolon in it makes every command of the session fail. "
+              "command. A space or a semicolon in it makes every command of the session fail. If it leads to a repository, as "
+              "\"//sites/alpha\" does, the feature is installed or removed. "
               "Otherwise the director tries to load a repository that does not exist, and to find the feature.",
           .fix = "delete the line, or remove its tabs",
           .bad = descriptor("# sites/old\torg.example.old.feature.group\nsites/alpha\torg.example.alpha.feature.group\n"),
@@ -53,15 +73,13 @@ Rule comment_is_data() {
               [](const Input& input, Reporter& reporter) {
                 for (const Record& record : input.records) {
                   if (!is_comment(record.repository()) || is_odd_header(record)) continue;
-                  if (is_loaded(record)) {  // as "//sites/alpha"
-                    reporter.report(Severity::warning, record.location(0),
-                                    "this line is active, since " + in_quotes(record.repository()) + " is an existing path",
-                                    "delete the line, or the slashes at its beginning");
+                  if (is_loaded(record)) {
+                    report_active_comment(input, record, reporter);
                     continue;
                   }
                   reporter.report(record.location(0),
                                   "this comment is read as data with the repository " + in_quotes(record.repository()),
-                                  spaces_for_tabs(record));
+                                  spaces_for_tabs(record, !trimmed(record.repository()).starts_with("//")));
                 }
               },
           .supersedes = Supersedes::line,
