@@ -203,8 +203,10 @@ const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
     {"row-of-tabs",
      {"found eclipse configuration: etc/eclipse/tools.txt",
       "Repository: file://DIRECTORY/tools/sites/alpha Feature: org.example.alpha.feature.group",
-      "order: 0 feature: org.example.alpha.feature.group",
-      "sh: [-repository][file://DIRECTORY/tools/sites/alpha][-i][org.example.alpha.feature.group] exit 0"}},
+      "Repository: file://DIRECTORY/tools/  Feature: ", "order: 0 feature: org.example.alpha.feature.group",
+      "order: 1 feature: ",
+      "sh: [-repository][file://DIRECTORY/tools/][,file://DIRECTORY/tools/sites/alpha][-i][org.example.alpha.feature.group] "
+      "exit 0"}},
     {"third-column-ignored",
      {"found eclipse configuration: etc/eclipse/tools.txt",
       "Repository: file://DIRECTORY/tools/sites/alpha Feature: org.example.alpha.feature.group",

@@ -157,7 +157,8 @@ TEST(Findings, HaveTheirLocations) {
       {"s\t\ns\tx.y.feature.group\n", {"t:1:1+1 feature-column-missing"}},
       {"Repository\t\ns\tx.y.feature.group\n", {}},
       {"\tx.y.feature.group\n", {"t:1:2+17 repository-empty"}},
-      {"\t\t\n", {"t:1:1+2 row-of-tabs"}},
+      {"\t\t\n", {"t descriptor-without-data"}},
+      {" \t\t\n", {"t:1:1+3 row-of-tabs", "t descriptor-without-data"}},
       {"s\t\tx.y.feature.group\t1\n", {"t:1:4+17 feature-in-third-column"}},
       {"#Repository\tFeature\ns\tx.y.feature.group\n", {"t:1:1+11 header-not-recognised"}},
       {"\"Repository\"\t\"Feature\"\ns\tx.y.feature.group\n", {"t:1:1+12 header-not-recognised"}},
@@ -582,8 +583,8 @@ TEST(Findings, SayWhatIsMeant) {
   const std::string active = "delete the line, or remove its tabs; if it is no comment, delete the slashes at its beginning";
   const std::vector<std::pair<std::string, Texts>> lines = {
       {"sites/one\t" + feature, {}},
-      {"sites/one\t" + feature + "\n\t\t\t\n\t\t\t",
-       {"note row-of-tabs: delete the line", "note row-of-tabs: delete the line"}},
+      {"sites/one\t" + feature + "\n\t\t\t\n\t \t\n\t", {}},
+      {"sites/one\t" + feature + "\n \t\t", {"error row-of-tabs: delete the line"}},
       {"c/sites/one\t" + feature,
        {"error repository-missing: write \"sites/one\"; paths are relative to the component's directory"}},
       {"../../sites/one\t" + feature,
@@ -596,8 +597,15 @@ TEST(Findings, SayWhatIsMeant) {
       {"sites/one\t" + feature + "\t10", {"warning third-column-ignored: add a tab before the number"}},
       {"sites/one\t" + feature + "\tthe 10th",
        {"note third-column-ignored: leave the column empty, unless it holds a comment of yours"}},
-      {"\tsites/one\t" + feature,
+      {"\tsites/one\t" + feature, {"error repository-empty: delete the tab at the beginning of the line"}},
+      {"\tsites/one\t" + feature + "\t\t1\t\n\tone\t" + feature,
        {"error repository-empty: delete the tab at the beginning of the line",
+        "error repository-empty: delete the tab at the beginning of the line"}},
+      {"\tRepository\tFeature\nsites/one\t" + feature, {"note repository-empty: delete the tab at the beginning of the line"}},
+      {"\tFeature ID\tUpdate site\nsites/one\t" + feature,
+       {"note repository-empty: delete the tab at the beginning of the line"}},
+      {"\t" + feature + "\t1.0.0\nsites/one\t" + feature + "\t \n",
+       {"error repository-empty: write the repository in column 1, even if the line above has the same one",
         "note third-column-ignored: leave the column empty, unless it holds a comment of yours"}},
       {"//sites/one\t" + feature, {"error comment-is-data: " + active}},
       {"//sites/one\t" + feature + "\nsites/one\t" + feature, {"warning comment-is-data: " + active}},
@@ -656,6 +664,34 @@ TEST(Findings, KnowTheHeadersThatPeopleWrite) {
   for (const std::string& header : exchanged) {
     const std::string length = std::to_string(header.find('\t'));
     EXPECT_EQ(findings_in_lines(header + line), Texts{"t:1:1+" + length + " header-not-recognised"}) << header;
+  }
+}
+
+/// Spreadsheets give every row as many tabs as the longest one.
+TEST(Findings, OfATableAreNoneAboutEmptyCells) {
+  const std::string row = "s\tx.y.feature.group";
+  for (const std::string end : {"\n", "\r\n"}) {
+    const std::string content =
+        "Repository\tFeature\tExtra\tOrder\n" + row + "\t\t" + end + "s\tx.z.feature.group\t\t2\n\t\t\t\n\t\t\t\n";
+    EXPECT_EQ(findings_in_lines(content), end == "\n" ? Texts() : Texts{"t:2:22+1 crlf-line-endings"});
+  }
+  EXPECT_EQ(findings_in_lines("Repository\tFeature\t\t\t\t\n" + row + "\t\t\t\t\n\t\t\t\t\t\n# all\n"), Texts());
+  EXPECT_EQ(findings_in_lines(row + "\t\ns\tx.z.feature.group\n"), Texts{"t:1:20+1 trailing-tab"});
+  EXPECT_EQ(findings_in_lines("Repository\tFeature\tA\tB\tC\n" + row + "\t\t1\tnew\t\n"),
+            (Texts{"t:2:24+3 extra-columns", "t:2:27+1 trailing-tab"}));
+  EXPECT_EQ(findings_in_lines("Repository\tFeature\t\t\t\n" + row + "\t\t\t\n"), Texts());
+}
+
+TEST(Findings, NameAFeatureBeforeItsRepository) {
+  const std::vector<std::pair<std::string, std::string>> lines = {
+      {"org.example.one.feature.group\tsites/one", "columns-swapped"},
+      {"org.example.one\tsites/one", "columns-swapped"},
+      {"org.example.one.feature.group\tsite", "columns-swapped"},
+      {"org.example.one.feature.group\t1.0.0", "feature-without-group-suffix"}};
+  for (const auto& [line, rule] : lines) {
+    const Texts found = findings_in_lines(line + "\n");
+    ASSERT_EQ(found.size(), 1U) << line;
+    EXPECT_TRUE(found[0].ends_with(rule)) << found[0];
   }
 }
 

@@ -147,8 +147,8 @@ TEST(Fix, WritesTheHeaderThatIsRead) {
 }
 
 TEST(Fix, DeletesEmptyRowsAndDuplicates) {
-  EXPECT_EQ(corrected("\t\t\r\ns\tx.y.feature.group\n \t \n\t\n\ns\tx.y.feature.group\ns\tx.y.feature.group"),
-            "s\tx.y.feature.group\n\n");
+  EXPECT_EQ(corrected(" \t\t\r\ns\tx.y.feature.group\n \t \n\t\n\ns\tx.y.feature.group\ns\tx.y.feature.group"),
+            "s\tx.y.feature.group\n\t\n\n");
   const std::string with_orders = "s\tx.y.feature.group\ns\tx.y.feature.group\ns\tx.z.feature.group\t\t1\n";
   EXPECT_EQ(corrected(with_orders), with_orders);
   EXPECT_EQ(corrected(with_orders, true), "s\tx.y.feature.group\ns\tx.z.feature.group\t\t1\n");
@@ -178,6 +178,22 @@ TEST(Fix, WritesTheOnlyFeatureThatIsLeft) {
   }
 }
 
+TEST(Fix, RemovesATabAtTheBeginning) {
+  const std::string line = "s\tx.y.feature.group\n";
+  EXPECT_EQ(corrected("\tRepository\tFeature\n" + line), "Repository\tFeature\n" + line);
+  EXPECT_EQ(corrected("\tSite\tFeature\n\t" + line, true), "Repository\tFeature\n" + line);
+  EXPECT_EQ(corrected("\tSite\tFeature\n\t" + line), "\tSite\tFeature\n\t" + line);
+}
+
+TEST(Fix, WritesTheRepositoryOfTheLineAbove) {
+  const std::string lines = "Site\tFeature\ns\tx.y.feature.group\n\tx.a.feature.group\n\t\n\tx.b.feature.group/1.0\n";
+  EXPECT_EQ(corrected(lines, true),
+            "Repository\tFeature\ns\tx.y.feature.group\ns\tx.a.feature.group\n\t\ns\tx.b.feature.group\n");
+  EXPECT_EQ(corrected("\tx.a.feature.group\n", true), "\tx.a.feature.group\n");
+  EXPECT_EQ(corrected("Site\tFeature\n\tx.a.feature.group\n", true), "Repository\tFeature\n\tx.a.feature.group\n");
+  EXPECT_EQ(corrected("s\tx.y.feature.group\n\tnote\n", true), "s\tx.y.feature.group\n\tnote\n");
+}
+
 /// What begins with slashes may also be a path.
 TEST(Fix, RemovesTheTabsOfComments) {
   EXPECT_EQ(corrected("-- s\tx.y.feature.group\t\t1\n"), "-- s x.y.feature.group  1\n");
@@ -197,12 +213,12 @@ TEST(Fix, WritesTheEndOfAnArchiveThatExists) {
 
 TEST(Fix, LeavesWhatIsSuppressedOrDisabled) {
   const fake::TemporaryDirectory directory;
-  write_file("t", "s\tx.y.feature.group\t\n \t\n");
+  write_file("t", "s\tx.y.feature.group\t\n \t\t\t\n");
   EXPECT_EQ(fixed("t", true, {.disabled = {"trailing-tab"}, .overrides = {}}).files.at(0).after, "s\tx.y.feature.group\t\n");
   const FixResult result = fixed("t", true, {.disabled = {}, .overrides = {{"trailing-tab", {}, {}, "as it was"}}});
   EXPECT_EQ(result.files.at(0).after, "s\tx.y.feature.group\t\n");
   EXPECT_EQ(result.files.at(0).corrections, 1U);
-  EXPECT_EQ(result.files.at(0).before, "s\tx.y.feature.group\t\n \t\n");
+  EXPECT_EQ(result.files.at(0).before, "s\tx.y.feature.group\t\n \t\t\t\n");
   EXPECT_EQ(summary_of(result.remaining), std::vector<std::string>{"t:1:20+1 trailing-tab"});
 }
 

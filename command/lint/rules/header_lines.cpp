@@ -68,11 +68,21 @@ HeaderWords header_words(std::string_view first, std::string_view second) {
 
 bool is_odd_header(const Record& record) { return header_words(record.repository(), record.feature()) != HeaderWords::none; }
 
+bool is_shifted(const Record& record) {
+  const std::string_view second = record.feature();
+  const std::string_view third = record.cell(2);
+  if (!record.repository().empty() || second.empty()) return false;
+  const bool is_repository = !looks_like_feature(eclipse_p2::unit_called(second).id);
+  return header_words(second, third) != HeaderWords::none ||
+         (is_repository && looks_like_feature(eclipse_p2::unit_called(third).id));
+}
+
 bool are_swapped(const Record& record) {
   const std::string_view site = record.feature();
-  if (!looks_like_feature(record.repository()) || looks_like_site(record.repository()) || !looks_like_site(site)) return false;
-  const bool has_version = looks_like_feature(eclipse_p2::unit_called(site).id);
-  return !has_version && (record.site == nullptr || !record.site->exists);
+  if (!looks_like_feature(record.repository()) || looks_like_site(record.repository())) return false;
+  if (looks_like_feature(eclipse_p2::unit_called(site).id) || (record.site != nullptr && record.site->exists)) return false;
+  const bool is_name = !site.empty() && site.find_first_of("0123456789[(<>=") != 0;
+  return looks_like_site(site) || (is_name && record.repository().ends_with(eclipse_p2::group_suffix));
 }
 
 }  // namespace eclipse_lint

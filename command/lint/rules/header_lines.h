@@ -24,6 +24,9 @@ HeaderWords header_words(std::string_view first, std::string_view second);
 /// A header that the plug-in reads as data.
 bool is_odd_header(const Record& record);
 
+/// A header or data after a tab at the beginning of the line.
+bool is_shifted(const Record& record);
+
 /// A feature before its repository.
 bool are_swapped(const Record& record);
 

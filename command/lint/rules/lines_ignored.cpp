@@ -221,8 +221,8 @@ Rule descriptor_without_data() {
           .good = good_descriptor(),
           .check = [](const Input& input, Reporter& reporter) {
             for_each_text(input, [&](const Descriptor& descriptor) {
-              const auto is_record = [](const Line& line) { return line.is_record; };
-              if (std::any_of(descriptor.lines.begin(), descriptor.lines.end(), is_record)) return;
+              const auto is_data = [](const Line& line) { return line.is_record && !trimmed(line.text).empty(); };
+              if (std::any_of(descriptor.lines.begin(), descriptor.lines.end(), is_data)) return;
               reporter.report(descriptor.location(), "the file has no data lines");
             });
           }};

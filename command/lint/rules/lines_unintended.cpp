@@ -140,32 +140,30 @@ Rule header_not_recognised() {
           .corrects = Corrects::both};
 }
 
-/// Spaces in it are read as a repository.
+/// The plug-in skips one that begins with a tab: an empty row of a table, as spreadsheets write them.
 Rule row_of_tabs() {
-  return {.name = "row-of-tabs",
-          .group = Group::lines,
-          .severity = Severity::note,
-          .title = "a line consists of tabs",
-          .why =
-              "The plug-in skips the line, an empty row of a table. If its first column contains a space, the space splits the "
-              "list of repositories, and every command of the session fails.",
-          .fix = "delete the line",
-          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\n\t\t\t\n"),
-          .good = descriptor("sites/alpha\torg.example.alpha.feature.group\n\n"),
-          .check =
-              [](const Input& input, Reporter& reporter) {
-                for_each_text(input, [&](const Descriptor& descriptor) {
-                  for (const Line& line : descriptor.lines) {
-                    if (line.text.find('\t') == line.text.npos || !trimmed(line.text).empty()) continue;
-                    const bool is_data = line.is_record && !line.columns[0].empty();
-                    reporter.report(is_data ? Severity::error : Severity::note, descriptor.location(line),
-                                    is_data ? "a row without content is read as data" : "a row without content",
-                                    "delete the line", Correction{"delete the line", true, {descriptor.deletion(line)}});
-                  }
-                });
-              },
-          .supersedes = Supersedes::line,
-          .corrects = Corrects::safely};
+  return {
+      .name = "row-of-tabs",
+      .group = Group::lines,
+      .severity = Severity::error,
+      .title = "a line of tabs and spaces begins with a space",
+      .why =
+          "The space is read as a repository. It splits the list of repositories, and every command of the session fails. The "
+          "plug-in skips lines of tabs only, the empty rows of a table.",
+      .fix = "delete the line",
+      .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\n \t\t\t\n"),
+      .good = descriptor("sites/alpha\torg.example.alpha.feature.group\n\t\t\t\n"),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            for_each_placed(input, [&](const Record& record) {
+              if (!trimmed(record.line->text).empty()) return;
+              const Descriptor& descriptor = *record.descriptor;
+              reporter.report(descriptor.location(*record.line), "a row without content is read as data",
+                              Correction{"delete the line", true, {descriptor.deletion(*record.line)}});
+            });
+          },
+      .supersedes = Supersedes::line,
+      .corrects = Corrects::safely};
 }
 
 /// Then the places of other lines may depend on the one that a line takes.
