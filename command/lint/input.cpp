@@ -37,6 +37,13 @@ bool is_text(std::string_view content) {
   return !ends_lines || content.find('\n') != content.npos;
 }
 
+/// Of a line with one column. A word in prose is none.
+bool is_site_alone(const Line& line) {
+  const std::string_view text = trimmed(line.columns[0]);
+  if (text.empty() || text.find_first_of(white_space) != text.npos || text == "Repository") return false;
+  return line.text.find('\t') != line.text.npos || looks_like_site(text);
+}
+
 class InputReader {
  public:
   InputReader(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files)
@@ -213,6 +220,17 @@ class InputReader {
     descriptor.is_text = descriptor.is_readable() && is_text(descriptor.content);
     if (descriptor.is_text) descriptor.lines = descriptor_lines(library_, descriptor.content);
     add_records(descriptor, library_.records(file.directory, content.bytes));
+    if (component != nullptr) add_sites_alone(descriptor, file.directory);
+  }
+
+  /// With two tabs at its end, such a line would be read.
+  void add_sites_alone(const Descriptor& descriptor, const std::string& directory) {
+    for (const Line& line : descriptor.lines) {
+      if (line.columns.size() != 1 || is_comment(line.text) || !is_site_alone(line)) continue;
+      const auto records = library_.records(directory, std::string(trimmed(line.columns[0])) + "\t\t");
+      const auto placed = library_.placements(records);
+      input_->sites_alone.emplace(&line, &sites_.at(path_for_director(placed.at(0)->url)));
+    }
   }
 
   /// The records of a file that is not text only take their slots.

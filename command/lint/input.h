@@ -5,6 +5,7 @@
 #include <deque>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -145,6 +146,8 @@ struct Input {
   /// The files behind the descriptor files of all components that are linted together; some may be symbolic links.
   std::shared_ptr<const std::set<std::filesystem::path>> real_descriptors;
   std::vector<Record> records;
+  /// What is at the repository of a line that has nothing else, and that the plug-in therefore ignores.
+  std::map<const Line*, const eclipse_p2::Repository*> sites_alone;
   std::vector<UnlistedFile> unlisted;  ///< of a session
   std::optional<SessionFacts> session;
   /// The units of all sites that are known. Null when there is no site.

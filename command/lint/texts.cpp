@@ -1,6 +1,7 @@
 #include "lint/texts.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <system_error>
 
@@ -46,8 +47,10 @@ bool looks_like_feature(std::string_view text) {
 }
 
 bool is_comment(std::string_view text) {
-  const std::string_view begin = trimmed(text);
-  return begin.starts_with('#') || begin.starts_with("//") || begin.starts_with(';');
+  constexpr std::array<std::string_view, 6> beginnings = {"#", "//", ";", "--", "/*", "<!--"};
+  const std::string_view line = trimmed(text);
+  return lower_case(line.substr(0, 4)) == "rem " ||
+         std::any_of(beginnings.begin(), beginnings.end(), [&](std::string_view begin) { return line.starts_with(begin); });
 }
 
 bool has_drive_letter(std::string_view repository) {

@@ -158,7 +158,8 @@ TEST(Findings, HaveTheirLocations) {
       {"s\t\ns\tx.y.feature.group\n", {"t:1:1+1 feature-column-missing"}},
       {"Repository\t\ns\tx.y.feature.group\n", {}},
       {"\tx.y.feature.group\n", {"t:1:2+17 repository-empty"}},
-      {"\t\t\n", {"t:1:1+2 row-of-tabs"}},
+      {"\t\t\n", {"t descriptor-without-data"}},
+      {" \t\t\n", {"t:1:1+3 row-of-tabs", "t descriptor-without-data"}},
       {"s\t\tx.y.feature.group\t1\n", {"t:1:4+17 feature-in-third-column"}},
       {"#Repository\tFeature\ns\tx.y.feature.group\n", {"t:1:1+11 header-not-recognised"}},
       {"\"Repository\"\t\"Feature\"\ns\tx.y.feature.group\n", {"t:1:1+12 header-not-recognised"}},
@@ -279,6 +280,13 @@ TEST(Findings, CommentIsARepositoryOfThatName) {
   const fake::TemporaryDirectory directory;
   write_file("t", "#sites/alpha\tx.y.feature.group\n");
   EXPECT_EQ(findings_in("t").at(0).message, "this comment is read as data with the repository \"#sites/alpha\"");
+}
+
+TEST(Findings, ActiveCommentNamesItsFeature) {
+  EXPECT_EQ(
+      first_message("//site\torg.example.one.feature.group\n", {{"tools/site/content.xml", content_of_one}}, Severity::error)
+          .substr(0, 106),
+      "this line is active, since \"//site\" is an existing path: the director gets \"org.example.one.feature.group\"");
 }
 
 TEST(Findings, FeatureIsLookedUpWhateverItsCharacters) {
@@ -592,10 +600,11 @@ Texts advice_on(const std::string& line) {
 
 TEST(Findings, SayWhatIsMeant) {
   const std::string feature = "org.example.one.feature.group";
+  const std::string active = "delete the line, or remove its tabs; if it is no comment, delete the slashes at its beginning";
   const std::vector<std::pair<std::string, Texts>> lines = {
       {"sites/one\t" + feature, {}},
-      {"sites/one\t" + feature + "\n\t\t\t\n\t\t\t",
-       {"note row-of-tabs: delete the line", "note row-of-tabs: delete the line"}},
+      {"sites/one\t" + feature + "\n\t\t\t\n\t \t\n\t", {}},
+      {"sites/one\t" + feature + "\n \t\t", {"error row-of-tabs: delete the line"}},
       {"c/sites/one\t" + feature,
        {"error repository-missing: write \"sites/one\"; paths are relative to the component's directory"}},
       {"../../sites/one\t" + feature,
@@ -608,14 +617,34 @@ TEST(Findings, SayWhatIsMeant) {
       {"sites/one\t" + feature + "\t10", {"warning third-column-ignored: add a tab before the number"}},
       {"sites/one\t" + feature + "\tthe 10th",
        {"note third-column-ignored: leave the column empty, unless it holds a comment of yours"}},
-      {"\tsites/one\t" + feature,
+      {"\tsites/one\t" + feature, {"error repository-empty: delete the tab at the beginning of the line"}},
+      {"\tsites/one\t" + feature + "\t\t1\t\n\tone\t" + feature,
        {"error repository-empty: delete the tab at the beginning of the line",
+        "error repository-empty: delete the tab at the beginning of the line"}},
+      {"\tRepository\tFeature\nsites/one\t" + feature, {"note repository-empty: delete the tab at the beginning of the line"}},
+      {"\tFeature ID\tUpdate site\nsites/one\t" + feature,
+       {"note repository-empty: delete the tab at the beginning of the line"}},
+      {"\t" + feature + "\t1.0.0\nsites/one\t" + feature + "\t \n",
+       {"error repository-empty: write the repository in column 1, even if the line above has the same one",
         "note third-column-ignored: leave the column empty, unless it holds a comment of yours"}},
-      {"//sites/one\t" + feature, {"warning comment-is-data: delete the line, or the slashes at its beginning"}},
+      {"//sites/one\t" + feature, {"error comment-is-data: " + active}},
+      {"//sites/one\t" + feature + "\nsites/one\t" + feature, {"warning comment-is-data: " + active}},
+      {"sites/one\t" + feature + "\n//sites/one\t\t", {"warning comment-is-data: " + active}},
+      {"//sites/two\t" + feature, {"error comment-is-data: delete the line, or remove its tabs"}},
+      {"-- sites/one\t" + feature, {"error comment-is-data: delete the line, or remove its tabs"}},
+      {"/* sites/one\t" + feature + " */", {"error comment-is-data: delete the line, or remove its tabs"}},
+      {"Rem sites/one\t" + feature, {"error comment-is-data: delete the line, or remove its tabs"}},
+      {"<!--sites/one\t" + feature + "-->", {"error comment-is-data: delete the line, or remove its tabs"}},
       {"Update site\tFeature\nsites/one\t" + feature,
        {"error header-not-recognised: write Repository, with a capital R and nothing around it"}},
       {"Feature/Repository\tFeature ID\nsites/one\t" + feature,
        {"error header-not-recognised: write Repository, with a capital R and nothing around it"}},
+      {"Feature ID\tRepository\nsites/one\t" + feature,
+       {"error header-not-recognised: write Repository in column 1 and Feature in column 2"}},
+      {"Feature\tUpdate site\n" + feature + "\tsites/one",
+       {"error header-not-recognised: write Repository in column 1 and Feature in column 2, and swap the columns of these "
+        "lines, too",
+        "error columns-swapped: write the repository in column 1 and the feature in column 2"}},
       {"sites/one\t" + feature + ";org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
       {"sites/one\t" + feature + " org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
       {"sites/one\t" + feature + "/[1.0.0,2.0.0)",
@@ -625,6 +654,107 @@ TEST(Findings, SayWhatIsMeant) {
       {"sites/one/content.xml\t" + feature, {"error archive-not-recognised: write the path of the repository, \"sites/one\""}},
   };
   for (const auto& [line, advice] : lines) EXPECT_EQ(advice_on(line), advice) << line;
+}
+
+TEST(Findings, KnowTheHeadersThatPeopleWrite) {
+  const std::vector<std::string> in_order = {"Update Site URL\tFeature ID",
+                                             "P2 repository\tFeature id",
+                                             "Site location\tFeature group",
+                                             "Path\tID",
+                                             "Repository name\tIU",
+                                             "p2 site\tInstallable unit",
+                                             "Site\tUnit ID",
+                                             "Archive\tFeature",
+                                             "Zip file\tFeature",
+                                             "Repository (path)\tFeature (ID)",
+                                             "Folder\tPlugins",
+                                             "# Repository\tFeature",
+                                             "Update Sites\tFeatures",
+                                             "Site/Feature ID\tName",
+                                             "\"Repository\"\t\"Feature\"",
+                                             "repo\tsomething"};
+  const std::vector<std::string> exchanged = {
+      "Feature ID\tRepository",           "Feature\tSite",     "ID\tRepository", "Plugin\tPath",
+      "Installable Unit\tRepository URL", "# feature\tp2 repo"};
+  const std::string line = "\nsite\torg.example.one.feature.group\n";
+  for (const std::string& header : in_order) {
+    const std::string length = std::to_string(header.find('\t'));
+    EXPECT_EQ(findings_in_lines(header + line), Texts{"t:1:1+" + length + " header-not-recognised"}) << header;
+  }
+  for (const std::string& header : exchanged) {
+    const std::string length = std::to_string(header.find('\t'));
+    EXPECT_EQ(findings_in_lines(header + line), Texts{"t:1:1+" + length + " header-not-recognised"}) << header;
+  }
+}
+
+/// Spreadsheets give every row as many tabs as the longest one.
+TEST(Findings, OfATableAreNoneAboutEmptyCells) {
+  const std::string row = "s\tx.y.feature.group";
+  for (const std::string end : {"\n", "\r\n"}) {
+    const std::string content =
+        "Repository\tFeature\tExtra\tOrder\n" + row + "\t\t" + end + "s\tx.z.feature.group\t\t2\n\t\t\t\n\t\t\t\n";
+    EXPECT_EQ(findings_in_lines(content), end == "\n" ? Texts() : Texts{"t:2:22+1 crlf-line-endings"});
+  }
+  EXPECT_EQ(findings_in_lines("Repository\tFeature\t\t\t\t\n" + row + "\t\t\t\t\n\t\t\t\t\t\n# all\n"), Texts());
+  EXPECT_EQ(findings_in_lines(row + "\t\ns\tx.z.feature.group\n"), Texts{"t:1:20+1 trailing-tab"});
+  EXPECT_EQ(findings_in_lines("Repository\tFeature\tA\tB\tC\n" + row + "\t\t1\tnew\t\n"),
+            (Texts{"t:2:24+3 extra-columns", "t:2:27+1 trailing-tab"}));
+  EXPECT_EQ(findings_in_lines("Repository\tFeature\t\t\t\n" + row + "\t\t\t\n"), Texts());
+}
+
+TEST(Findings, NameAFeatureBeforeItsRepository) {
+  const std::vector<std::pair<std::string, std::string>> lines = {
+      {"org.example.one.feature.group\tsites/one", "columns-swapped"},
+      {"org.example.one\tsites/one", "columns-swapped"},
+      {"org.example.one.feature.group\tsite", "columns-swapped"},
+      {"org.example.one.feature.group\t1.0.0", "feature-without-group-suffix"}};
+  for (const auto& [line, rule] : lines) {
+    const Texts found = findings_in_lines(line + "\n");
+    ASSERT_EQ(found.size(), 1U) << line;
+    EXPECT_TRUE(found[0].ends_with(rule)) << found[0];
+  }
+}
+
+TEST(Findings, SayWhatALineWithARepositoryAloneLacks) {
+  const std::string line = "sites/one\torg.example.one.feature.group\n";
+  const auto advice_with = [&](const std::string& before, const std::string& more, const std::string& content) {
+    const fake::TemporaryDirectory directory;
+    write_file("c/etc/eclipse/t", before + more + "\n");
+    write_file("c/sites/one/content.xml", content_of_one);
+    write_file("c/sites/lib/content.xml", "<repository><units>" + content + "</units></repository>");
+    const Findings findings = findings_in("c");
+    const bool is_one = findings.size() == 1 && findings[0].rule->name == "feature-column-missing";
+    return is_one ? findings[0].message + ": " + findings[0].fix : "";
+  };
+  const std::string message = "the feature column is missing after \"sites/lib\": ";
+  const std::string bundle = "<unit id='org.example.lib' version='1.0.0'/>";
+  const std::string two = "<unit id='org.example.two.feature.group' version='1.0.0'/>";
+  const std::string three = "<unit id='org.example.three.feature.group' version='1.0.0'/>";
+  const std::string any =
+      "write a tab and the feature after the repository; or end the line in two tabs, if features of other lines require units "
+      "of "
+      "the repository";
+  for (const std::string more : {"sites/lib", "sites/lib\t", " sites/lib\r"}) {
+    EXPECT_EQ(advice_with(line, more, bundle),
+              message +
+                  "end the line in two tabs: the repository has no features, only units that features of other lines may "
+                  "require");
+    EXPECT_EQ(advice_with(line, more, bundle + two), message + "write a tab and org.example.two.feature.group");
+    EXPECT_EQ(advice_with(line, more, two + three), message + any);
+  }
+  EXPECT_EQ(advice_with("", "sites/lib\n", bundle), "") << "then there is also no data line";
+  EXPECT_EQ(advice_with(line, "sites/lip", bundle), "the feature column is missing after \"sites/lip\": " + any);
+  EXPECT_EQ(advice_with(line, "sites/lib\t\t", bundle), "");
+}
+
+TEST(Findings, OfDataWithTheWordsOfAHeaderAreOthers) {
+  const Texts suffix = {"t:1:10+7 feature-without-group-suffix"};
+  EXPECT_EQ(findings_in_lines("site.zip\tfeature\n"), suffix);
+  EXPECT_EQ(findings_in_lines("p2/repository\torg.example.one.feature.group\n"), Texts());
+  EXPECT_EQ(findings_in_lines("site\tp.plugin.feature.group\n"), Texts());
+  EXPECT_EQ(findings_in_lines("site\tp.feature.group\n"), Texts());
+  EXPECT_EQ(findings_in_lines("./Repository\t\"org.example.one.feature.group\"\n"), Texts{"t:1:14+31 quoted-column"});
+  EXPECT_EQ(findings_in_lines("#repository\torg.example.one.feature.group\n"), Texts{"t:1:1+11 comment-is-data"});
 }
 
 TEST(Findings, NameTheFeatureThatContainsABundle) {

@@ -40,14 +40,14 @@ TEST(Fix, LeavesAnOrderThatATabAtTheBeginningOfItsLineMoved) {
 }
 
 /// The corrected descriptor file of a component with these files, too.
-std::string corrected_with(const std::string& content, const std::vector<std::string>& others) {
+std::string corrected_with(const std::string& content, const std::vector<std::string>& others, bool with_unsafe = false) {
   const fake::TemporaryDirectory directory;
   write_file("tools/etc/eclipse/t", content);
   for (const std::string& file : others) {
     write_file("tools/" + file,
                "<repository><units><unit id='org.example.One.feature.group' version='1.0.0'/></units></repository>");
   }
-  const FixResult result = fixed("tools", false);
+  const FixResult result = fixed("tools", with_unsafe);
   return result.files.empty() ? content : result.files.at(0).after;
 }
 
@@ -139,11 +139,16 @@ TEST(Fix, KeepsSpacesThatBelongToAnArchive) {
 TEST(Fix, WritesTheHeaderThatIsRead) {
   EXPECT_EQ(corrected("\"repositories\" \tFeature\ns\tx.y.feature.group\n"), "Repository\tFeature\ns\tx.y.feature.group\n");
   EXPECT_EQ(corrected("repo\tx.y\n"), "repo\tx.y\n");
+  const std::string line = "s\tx.y.feature.group\n";
+  EXPECT_EQ(corrected("P2 repository\tFeature ID\tNotes\n" + line), "Repository\tFeature ID\tNotes\n" + line);
+  EXPECT_EQ(corrected("Feature ID\tUpdate site\tNotes\n" + line), "Repository\tFeature\tNotes\n" + line);
+  EXPECT_EQ(corrected("Feature\tRepository\norg.example.one.feature.group\tsites/one\n", true),
+            "Repository\tFeature\nsites/one\torg.example.one.feature.group\n");
 }
 
 TEST(Fix, DeletesEmptyRowsAndDuplicates) {
-  EXPECT_EQ(corrected("\t\t\r\ns\tx.y.feature.group\n \t \n\t\n\ns\tx.y.feature.group\ns\tx.y.feature.group"),
-            "s\tx.y.feature.group\n\n");
+  EXPECT_EQ(corrected(" \t\t\r\ns\tx.y.feature.group\n \t \n\t\n\ns\tx.y.feature.group\ns\tx.y.feature.group"),
+            "s\tx.y.feature.group\n\t\n\n");
   const std::string with_orders = "s\tx.y.feature.group\ns\tx.y.feature.group\ns\tx.z.feature.group\t\t1\n";
   EXPECT_EQ(corrected(with_orders), with_orders);
   EXPECT_EQ(corrected(with_orders, true), "s\tx.y.feature.group\ns\tx.z.feature.group\t\t1\n");
@@ -166,6 +171,37 @@ TEST(Fix, WritesIdsAndPathsAsTheyAre) {
             "SITE\torg.example.One.feature.group\n");
 }
 
+TEST(Fix, WritesTheOnlyFeatureThatIsLeft) {
+  for (const std::string line : {"sites/a", "sites/a\t", " sites/a ", "sites/a\r"}) {
+    EXPECT_EQ(corrected_with(line + "\n", {"sites/a/content.xml"}, true), "sites/a\torg.example.One.feature.group\n") << line;
+    EXPECT_EQ(corrected_with(line + "\n", {"sites/a/content.xml"}, false), line + "\n") << line;
+  }
+}
+
+TEST(Fix, RemovesATabAtTheBeginning) {
+  const std::string line = "s\tx.y.feature.group\n";
+  EXPECT_EQ(corrected("\tRepository\tFeature\n" + line), "Repository\tFeature\n" + line);
+  EXPECT_EQ(corrected("\tSite\tFeature\n\t" + line, true), "Repository\tFeature\n" + line);
+  EXPECT_EQ(corrected("\tSite\tFeature\n\t" + line), "\tSite\tFeature\n\t" + line);
+}
+
+TEST(Fix, WritesTheRepositoryOfTheLineAbove) {
+  const std::string lines = "Site\tFeature\ns\tx.y.feature.group\n\tx.a.feature.group\n\t\n\tx.b.feature.group/1.0\n";
+  EXPECT_EQ(corrected(lines, true),
+            "Repository\tFeature\ns\tx.y.feature.group\ns\tx.a.feature.group\n\t\ns\tx.b.feature.group\n");
+  EXPECT_EQ(corrected("\tx.a.feature.group\n", true), "\tx.a.feature.group\n");
+  EXPECT_EQ(corrected("Site\tFeature\n\tx.a.feature.group\n", true), "Repository\tFeature\n\tx.a.feature.group\n");
+  EXPECT_EQ(corrected("s\tx.y.feature.group\n\tnote\n", true), "s\tx.y.feature.group\n\tnote\n");
+}
+
+/// What begins with slashes may also be a path.
+TEST(Fix, RemovesTheTabsOfComments) {
+  EXPECT_EQ(corrected("-- s\tx.y.feature.group\t\t1\n"), "-- s x.y.feature.group  1\n");
+  const std::string content = "//sites/a\torg.example.One.feature.group\n";
+  EXPECT_EQ(corrected_with(content, {"sites/a/content.xml"}), content);
+  EXPECT_EQ(corrected_with(content, {"sites/a/content.xml"}, true), "//sites/a org.example.One.feature.group\n");
+}
+
 TEST(Fix, WritesTheEndOfAnArchiveThatExists) {
   EXPECT_EQ(corrected_with("site.ZIP\torg.example.One.feature.group\n", {"site.zip"}),
             "site.zip\torg.example.One.feature.group\n");
@@ -177,12 +213,12 @@ TEST(Fix, WritesTheEndOfAnArchiveThatExists) {
 
 TEST(Fix, LeavesWhatIsSuppressedOrDisabled) {
   const fake::TemporaryDirectory directory;
-  write_file("t", "s\tx.y.feature.group\t\n \t\n");
+  write_file("t", "s\tx.y.feature.group\t\n \t\t\t\n");
   EXPECT_EQ(fixed("t", true, {.disabled = {"trailing-tab"}, .overrides = {}}).files.at(0).after, "s\tx.y.feature.group\t\n");
   const FixResult result = fixed("t", true, {.disabled = {}, .overrides = {{"trailing-tab", {}, {}, "as it was"}}});
   EXPECT_EQ(result.files.at(0).after, "s\tx.y.feature.group\t\n");
   EXPECT_EQ(result.files.at(0).corrections, 1U);
-  EXPECT_EQ(result.files.at(0).before, "s\tx.y.feature.group\t\n \t\n");
+  EXPECT_EQ(result.files.at(0).before, "s\tx.y.feature.group\t\n \t\t\t\n");
   EXPECT_EQ(summary_of(result.remaining), std::vector<std::string>{"t:1:20+1 trailing-tab"});
 }
 

@@ -46,7 +46,7 @@ void for_each_looked_into(const Input& input, const Use& use) {
 template <typename Use>
 void for_each_used_column(const Input& input, const Use& use) {
   for (const Record& record : input.records) {
-    if (is_odd_header(record)) continue;
+    if (!record.placement || is_odd_header(record)) continue;
     if (!input.is_removal()) use(record, 0);
     use(record, 1);
   }

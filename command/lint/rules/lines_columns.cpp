@@ -1,5 +1,7 @@
 // Rules about the columns of data lines, whatever they are for.
 #include <algorithm>
+#include <cstddef>
+#include <set>
 #include <utility>
 
 #include "base/printable.h"
@@ -18,13 +20,6 @@ using namespace eclipse_lint::samples;
 namespace eclipse_lint {
 
 namespace {
-
-bool are_swapped(const Record& record) {
-  const std::string_view site = record.feature();
-  if (!looks_like_feature(record.repository()) || looks_like_site(record.repository()) || !looks_like_site(site)) return false;
-  const bool has_version = looks_like_feature(eclipse_p2::unit_called(site).id);
-  return !has_version && (record.site == nullptr || !record.site->exists);
-}
 
 std::optional<Correction> in_right_order(const Record& record) {
   const std::string repository(record.feature());
@@ -56,6 +51,37 @@ Rule columns_swapped() {
           .corrects = Corrects::unsafely};
 }
 
+/// `above` is the nearest line above with a repository: in spreadsheets, one cell may be for several rows.
+void report_no_repository(const Record& record, const Record* above, Reporter& reporter) {
+  const Location location = record.descriptor->location(*record.line, 1);
+  if (is_shifted(record)) {
+    const bool is_header = header_words(record.feature(), record.cell(2)) != HeaderWords::none;
+    Correction correction{"delete the leading tab", record.feature() == header, {record.edit(0, 0, 1)}};
+    reporter.report(is_header ? Severity::note : Severity::error, location,
+                    is_header ? "a tab before the header" : "no repository for " + in_quotes(record.feature()),
+                    "delete the tab at the beginning of the line", std::move(correction));
+    return;
+  }
+  const std::string repository(above == nullptr ? "" : above->repository());
+  std::optional<Correction> correction;
+  if (!repository.empty() && is_utf8(repository) && looks_like_feature(eclipse_p2::unit_called(record.feature()).id)) {
+    correction = {"write " + repository + ", the repository of the line above", false, {record.edit(0, 0, 0, repository)}};
+  }
+  reporter.report(location, "no repository for " + in_quotes(record.feature()), std::move(correction));
+}
+
+void check_repositories(const Input& input, Reporter& reporter) {
+  const Record* above = nullptr;
+  for (const Record& record : input.records) {
+    if (above != nullptr && above->descriptor != record.descriptor) above = nullptr;
+    if (record.placement) {
+      if (!is_odd_header(record)) above = &record;
+    } else if (!record.feature().empty() && !trimmed(record.line->text).empty()) {
+      report_no_repository(record, above, reporter);
+    }
+  }
+}
+
 Rule repository_empty() {
   return {.name = "repository-empty",
           .group = Group::lines,
@@ -65,20 +91,8 @@ Rule repository_empty() {
           .fix = "write the repository in column 1, even if the line above has the same one",
           .bad = descriptor("Repository\tFeature\n\tsites/alpha\torg.example.alpha.feature.group\n"),
           .good = good_descriptor(),
-          .check =
-              [](const Input& input, Reporter& reporter) {
-                for (const Record& record : input.records) {
-                  if (record.placement || record.feature().empty()) continue;
-                  const bool is_shifted = looks_like_site(record.feature()) && looks_like_feature(record.cell(2));
-                  reporter.report(
-                      record.descriptor->location(*record.line, 1), "no repository for " + in_quotes(record.feature()),
-                      is_shifted ? "delete the tab at the beginning of the line"
-                                 : "write the repository in column 1, even if the line above has the same one",
-                      is_shifted ? std::optional(Correction{"delete the leading tab", false, {record.edit(0, 0, 1)}})
-                                 : std::nullopt);
-                }
-              },
-          .corrects = Corrects::unsafely};
+          .check = check_repositories,
+          .corrects = Corrects::both};
 }
 
 /// It may also stand there so that it is not installed. Other columns would move, too.
@@ -203,13 +217,18 @@ Rule quoted_column() {
           .corrects = Corrects::safely};
 }
 
-/// Nothing when a tab before the repository may have moved the other columns.
-std::optional<Correction> without_extra_columns(const Record& record) {
-  if (record.repository().empty()) return std::nullopt;
+Correction without_extra_columns(const Record& record) {
   const std::string_view text = record.line->text;
   const auto start = static_cast<std::size_t>(record.line->columns[4].data() - text.data()) - 1;
   const std::size_t end = text.find_last_not_of('\r') + 1;
-  return Correction{"delete the columns after the fourth", false, {record.descriptor->edit(*record.line, start, end - start)}};
+  return {"delete the columns after the fourth", false, {record.descriptor->edit(*record.line, start, end - start)}};
+}
+
+/// The number of columns up to the last one that is not empty.
+std::size_t used_columns(const Record& record) {
+  std::size_t count = record.line->columns.size();
+  while (count > 0 && record.cell(count - 1).empty()) --count;
+  return count;
 }
 
 Rule extra_columns() {
@@ -224,8 +243,8 @@ Rule extra_columns() {
           .check =
               [](const Input& input, Reporter& reporter) {
                 for (const Record& record : input.records) {
-                  const std::size_t last = record.line->columns.size();
-                  if (last < 5) continue;
+                  const std::size_t last = used_columns(record);
+                  if (last < 5 || !record.placement) continue;
                   reporter.report(
                       record.location(4),
                       last == 5 ? std::string("column 5 is ignored") : "columns 5 to " + std::to_string(last) + " are ignored",
@@ -235,29 +254,49 @@ Rule extra_columns() {
           .corrects = Corrects::unsafely};
 }
 
+/// As spreadsheets write it: all lines with tabs have the same number of them.
+bool is_table(const Descriptor& descriptor) {
+  std::size_t rows = 0;
+  std::set<std::ptrdiff_t> tabs;
+  for (const Line& line : descriptor.lines) {
+    const auto count = std::count(line.text.begin(), line.text.end(), '\t');
+    if (count == 0) continue;
+    tabs.insert(count);
+    ++rows;
+  }
+  return rows > 1 && tabs.size() == 1;
+}
+
+void check_end(const Record& record, Reporter& reporter) {
+  std::string_view text = record.line->text;
+  if (text.ends_with('\r')) text.remove_suffix(1);
+  if (!text.ends_with('\t') || record.feature().empty() || !record.placement) return;
+  Location location = record.descriptor->location(*record.line);
+  location.column = text.size();
+  location.length = 1;
+  const std::size_t end = text.find_last_not_of('\t') + 1;
+  reporter.report(
+      std::move(location), "trailing tab",
+      Correction{"remove the tabs at the end", true, {record.descriptor->edit(*record.line, end, text.size() - end)}});
+}
+
 Rule trailing_tab() {
   return {.name = "trailing-tab",
           .group = Group::lines,
           .severity = Severity::note,
-          .title = "a line ends in a tab",
+          .title = "a line ends in a tab, and other lines have another number of tabs",
           .why = "One tab at the end adds no column, so the order stays undefined. Each further tab adds an empty column.",
           .fix = "remove the tab",
           .bad = descriptor("sites/alpha\torg.example.alpha.feature.group\t\n"),
-          .good = good_descriptor(),
+          .good = descriptor("Repository\tFeature\tExtra\tOrder\nsites/alpha\torg.example.alpha.feature.group\t\t\n"),
           .check =
               [](const Input& input, Reporter& reporter) {
+                const Descriptor* descriptor = nullptr;
+                bool are_tabs_right = false;
                 for (const Record& record : input.records) {
-                  std::string_view text = record.line->text;
-                  if (text.ends_with('\r')) text.remove_suffix(1);
-                  if (!text.ends_with('\t') || record.feature().empty()) continue;
-                  Location location = record.descriptor->location(*record.line);
-                  location.column = text.size();
-                  location.length = 1;
-                  const std::size_t end = text.find_last_not_of('\t') + 1;
-                  reporter.report(
-                      std::move(location), "trailing tab",
-                      Correction{
-                          "remove the tabs at the end", true, {record.descriptor->edit(*record.line, end, text.size() - end)}});
+                  if (descriptor != record.descriptor) are_tabs_right = is_table(*record.descriptor);
+                  descriptor = record.descriptor;
+                  if (!are_tabs_right) check_end(record, reporter);
                 }
               },
           .corrects = Corrects::safely};
@@ -278,7 +317,7 @@ Rule third_column_ignored() {
               [](const Input& input, Reporter& reporter) {
                 for (const Record& record : input.records) {
                   const std::string_view third = record.cell(2);
-                  if (third.empty() || record.feature().empty()) continue;
+                  if (third.empty() || record.feature().empty() || !record.placement) continue;
                   const std::string message = "column 3, " + in_quotes(third) + ", is ignored";
                   if (record.cell(3).empty() && std::all_of(third.begin(), third.end(), is_digit)) {
                     reporter.report(Severity::warning, record.location(2), message + "; the order belongs in column 4",

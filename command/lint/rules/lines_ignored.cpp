@@ -1,5 +1,7 @@
 // Rules about lines that the plug-in ignores.
 #include <algorithm>
+#include <functional>
+#include <set>
 #include <utility>
 
 #include "base/printable.h"
@@ -9,7 +11,9 @@
 #include "lint/rules/samples.h"
 #include "lint/suppression.h"
 #include "lint/texts.h"
+#include "p2/repository.h"
 #include "p2/unit.h"
+#include "p2/unit_list.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -106,7 +110,45 @@ bool is_feature_alone(std::string_view text) {
   return looks_like_feature(id) && (id == text || id.ends_with(eclipse_p2::group_suffix)) && !looks_like_site(id);
 }
 
-void check_only_column(const Descriptor& descriptor, const Line& line, Reporter& reporter) {
+/// The features of a repository that no line names.
+std::vector<std::string> features_left(const Input& input, const eclipse_p2::UnitVersions& units) {
+  std::set<std::string, std::less<>> named;
+  for (const Record& record : input.records) {
+    for (const auto& written : eclipse_p2::units_written_in(record.feature())) named.insert(written.unit.id);
+  }
+  std::vector<std::string> left;
+  for (const auto& [id, versions] : units) {
+    if (id.ends_with(eclipse_p2::group_suffix) && !named.contains(id)) left.push_back(id);
+  }
+  return left;
+}
+
+Correction appended(const Descriptor& descriptor, const Line& line, std::string title, std::string text) {
+  const std::size_t begin = line.text.find_last_not_of("\t\r ") + 1;
+  const std::size_t end = line.text.find_last_not_of('\r') + 1;
+  return {std::move(title), false, {descriptor.edit(line, begin, end - begin, std::move(text))}};
+}
+
+void report_site_alone(const Input& input, const Descriptor& descriptor, const Line& line, Reporter& reporter) {
+  const Location location = descriptor.location(line, 0);
+  const std::string message = "the feature column is missing after " + in_quotes(trimmed(line.columns[0]));
+  const auto site = input.sites_alone.find(&line);
+  if (site == input.sites_alone.end() || !site->second->units) return reporter.report(location, message);
+  const auto left = features_left(input, *site->second->units);
+  if (!eclipse_p2::offers_features(*site->second->units) && !input.records.empty()) {
+    reporter.report(location, message,
+                    "end the line in two tabs: the repository has no features, only units that features of other lines may "
+                    "require",
+                    appended(descriptor, line, "end the line in two tabs", "\t\t"));
+  } else if (left.size() == 1 && is_utf8(left.front())) {
+    reporter.report(location, message, "write a tab and " + left.front(),
+                    appended(descriptor, line, "write a tab and " + left.front(), "\t" + left.front()));
+  } else {
+    reporter.report(location, message);
+  }
+}
+
+void check_only_column(const Input& input, const Descriptor& descriptor, const Line& line, Reporter& reporter) {
   const bool has_tab = line.text.find('\t') != line.text.npos;
   const std::string_view only = trimmed(line.columns[0]);
   const bool is_word = !only.empty() && only.find(' ') == only.npos;
@@ -114,25 +156,36 @@ void check_only_column(const Descriptor& descriptor, const Line& line, Reporter&
     reporter.report(descriptor.location(line, 0), "the repository column is missing before " + in_quotes(only),
                     "write the repository and a tab before the feature");
   } else if (has_tab ? !only.empty() : is_word && looks_like_site(only)) {
-    reporter.report(descriptor.location(line, 0), "the feature column is missing after " + in_quotes(only));
+    report_site_alone(input, descriptor, line, reporter);
   }
 }
 
 Rule feature_column_missing() {
-  return {.name = "feature-column-missing",
-          .group = Group::lines,
-          .severity = Severity::error,
-          .title = "a line has a repository or a feature, but not both",
-          .why = "A line with fewer than two columns is silently ignored.",
-          .fix = "write a tab and the feature after the repository, or delete the line",
-          .bad = descriptor("Repository\tFeature\nsites/alpha\t\n"),
-          .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
+  return {
+      .name = "feature-column-missing",
+      .group = Group::lines,
+      .severity = Severity::error,
+      .title = "a line has a repository or a feature, but not both",
+      .why =
+          "A line with fewer than two columns is silently ignored. One tab at the end of a line adds no column; of two, the "
+          "first adds an empty one, so the line is read, and the director gets its repository.",
+      .fix =
+          "write a tab and the feature after the repository; or end the line in two tabs, if features of other lines require "
+          "units of the repository",
+      .bad = component("site\torg.example.one.feature.group\nlib\t\n",
+                       {{"tools/site/content.xml", content_of_one},
+                        {"tools/lib/content.xml",
+                         "<?xml version='1.0'?>\n<repository><units>\n"
+                         "  <unit id='org.example.lib' version='1.0.0'/>\n</units></repository>\n"}}),
+      .good = good_descriptor(),
+      .check =
+          [](const Input& input, Reporter& reporter) {
             for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
               if (line.columns.size() != 1 || line.columns[0] == header || is_comment(line.text) || lacks_tab(line)) return;
-              check_only_column(descriptor, line, reporter);
+              check_only_column(input, descriptor, line, reporter);
             });
-          }};
+          },
+      .corrects = Corrects::unsafely};
 }
 
 Rule site_named_repository() {
@@ -168,8 +221,8 @@ Rule descriptor_without_data() {
           .good = good_descriptor(),
           .check = [](const Input& input, Reporter& reporter) {
             for_each_text(input, [&](const Descriptor& descriptor) {
-              const auto is_record = [](const Line& line) { return line.is_record; };
-              if (std::any_of(descriptor.lines.begin(), descriptor.lines.end(), is_record)) return;
+              const auto is_data = [](const Line& line) { return line.is_record && !trimmed(line.text).empty(); };
+              if (std::any_of(descriptor.lines.begin(), descriptor.lines.end(), is_data)) return;
               reporter.report(descriptor.location(), "the file has no data lines");
             });
           }};

@@ -180,7 +180,8 @@ Rule repository_spelled_differently() {
                 std::map<std::string, const Record*> first;
                 std::set<std::pair<std::string_view, std::string_view>> spellings;
                 for_each_placed(input, [&](const Record& record) {
-                  if (is_absolute(record.repository()) || has_scheme(record.repository())) return;
+                  const std::string_view text = record.repository();
+                  if (is_absolute(text) || has_scheme(text) || is_comment(text)) return;
                   const std::string& base = record.config->base_dir;
                   if (!spellings.emplace(base, record.repository()).second) return;
                   std::string normal = fs::path(base + "/" + record.config->repository).lexically_normal().string();
