@@ -181,6 +181,18 @@ std::string end_of_zip(const std::filesystem::path& file) {
 /// The size of the central directory, which is before that end.
 std::size_t directory_size_in(std::string_view end) { return little_endian(end.substr(12)); }
 
+constexpr const char* cut_off = "is cut off: the central directory of a zip archive is missing at its end";
+
+/// Whether the end of an archive is that of another one, which is stored in it: something is before the first of its entries.
+bool is_end_of_inner_archive(const std::filesystem::path& file, std::uintmax_t size, std::size_t length_of_end,
+                             std::size_t directory, std::size_t offset) {
+  constexpr std::string_view mark_of_entry = "PK\3\4";
+  if (directory + offset + length_of_end == size || read_beginning(file, mark_of_entry.size()).bytes != mark_of_entry)
+    return false;
+  // In an archive of the 64-bit kind, more of its end comes after the directory.
+  return directory == 0 || read_end(file, directory + length_of_end).bytes.starts_with("PK\1\2");
+}
+
 /// The names in the central directory of a zip archive that have backslashes. libarchive turns these into slashes, Java does
 /// not.
 std::vector<std::string> names_with_backslashes(const std::filesystem::path& file) {
@@ -244,12 +256,13 @@ std::string zip_end_error(const std::filesystem::path& file) {
   const auto size = std::filesystem::file_size(file, error);
   if (error) return "";
   const std::string end = end_of_zip(file);
-  if (end.empty()) return "is cut off: the central directory of a zip archive is missing at its end";
+  if (end.empty()) return cut_off;
   constexpr std::size_t in_64_bits = 0xFFFFFFFF;
   const std::size_t directory = directory_size_in(end);
   const std::size_t offset = little_endian(std::string_view(end).substr(16));
-  if (directory == in_64_bits || offset == in_64_bits || directory + offset + end.size() <= size) return "";
-  return "lacks bytes: its central directory is not where its end says";
+  if (directory == in_64_bits || offset == in_64_bits) return "";
+  if (directory + offset + end.size() > size) return "lacks bytes: its central directory is not where its end says";
+  return is_end_of_inner_archive(file, size, end.size(), directory, offset) ? cut_off : "";
 }
 
 Archive::Archive(std::filesystem::path file) : file_(std::move(file)) {
@@ -277,6 +290,11 @@ Archive::Archive(std::filesystem::path file) : file_(std::move(file)) {
   }
   error_ = !walk.error.empty() && !beginning.bytes.starts_with("PK") ? "is not a zip archive" : walk.error;
   exceeds_limit_ = walk.exceeds_limit;
+  // libarchive may take the end of an archive in it for its own.
+  if (const std::string at_end = zip_end_error(file_);
+      beginning.bytes.starts_with("PK") && !exceeds_limit_ && !at_end.empty()) {
+    error_ = at_end;
+  }
 }
 
 Unpacked Archive::read(const std::string& name, std::size_t limit) const {

@@ -51,8 +51,16 @@ class SessionWriter {
     } else {
       json["install"] = true;
     }
-    json["package"] = {{"scan", path}};
+    json["package"] = package(directory, path);
     return json;
+  }
+
+  Json package(const fs::path& directory, const std::string& path) const {
+    const auto shipped = draft_.shipped.find(directory);
+    if (shipped == draft_.shipped.end()) return {{"scan", path}};
+    Json files = Json::array();
+    for (const std::string& file : shipped->second) files.push_back(utf8(file));
+    return {{"files", std::move(files)}};
   }
 
   /// The name, or, if a component before has it, the name with a number.

@@ -3,6 +3,7 @@
 #define ECLIPSE_INT_DRAFT_SESSION_DRAFT_H
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,8 @@ struct SessionDraft {
   std::vector<std::filesystem::path> components;  ///< their directories, absolute
   std::filesystem::path eclipse;                  ///< the executable, absolute
   bool is_removal = false;
+  /// Of components that ship only a part of what is in their directories: the paths of these files, relative to them.
+  std::map<std::filesystem::path, std::vector<std::string>> shipped = {};
 };
 
 /// The text of a session file in which the user names the instance, and all components are selected for installation or, for a

@@ -9,6 +9,7 @@
 
 #include "base/archive.h"
 #include "base/text.h"
+#include "p2/git_lfs_pointer.h"
 #include "p2/xml.h"
 
 using namespace eclipse_base;
@@ -88,11 +89,10 @@ std::optional<std::uintmax_t> fixed_size_of(const pugi::xml_node& artifact) {
 }
 
 std::string jar_damage(const std::filesystem::path& jar, std::optional<std::uintmax_t> size) {
-  constexpr std::string_view large_file_pointer = "version https://git-lfs.github.com/spec/";
   constexpr std::string_view zip = "PK";
-  const FileContent beginning = read_beginning(jar, large_file_pointer.size());
+  const FileContent beginning = read_beginning(jar, git_lfs::beginning_of_pointer.size());
   if (!beginning.error.empty()) return beginning.error;
-  if (beginning.bytes == large_file_pointer) return "is a Git LFS pointer, not the file that it stands for";
+  if (git_lfs::is_pointer(beginning.bytes)) return git_lfs::pointer_error;
   if (!beginning.bytes.starts_with(zip)) return "is not a zip archive";
   std::error_code error;
   const std::uintmax_t actual = std::filesystem::file_size(jar, error);

@@ -13,6 +13,7 @@
 
 #include "base/limits.h"
 #include "base/text.h"
+#include "p2/git_lfs_pointer.h"
 #include "p2/version.h"
 #include "p2/xml.h"
 
@@ -106,7 +107,8 @@ RepositoryFiles::RepositoryFiles(RepositoryPlace place) : place_(std::move(place
     error_ = "cannot be read";
   } else if (is_file(place_.path)) {
     archive_.emplace(place_.path);
-    error_ = archive_->error();
+    const std::string beginning = read_beginning(place_.path, git_lfs::beginning_of_pointer.size()).bytes;
+    error_ = git_lfs::is_pointer(beginning) ? git_lfs::pointer_error : archive_->error();
   } else if (std::error_code error; !fs::is_directory(place_.path, error)) {
     error_ = "is not a regular file";
   } else if (!place_.inside.empty()) {
@@ -184,6 +186,7 @@ Metadata RepositoryFiles::read_form(const Form& form, const std::string& file) c
   }
   std::string name = file;
   Unpacked content = read_file(file, largest::metadata);
+  if (git_lfs::is_pointer(content.bytes)) content.error = git_lfs::pointer_error;
   if (content.error.empty()) content = unpacked(std::move(content.bytes), form, name);
   Xml xml;
   if (content.error.empty()) xml = read_xml(content.bytes, "repository");

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <string>
 #include <system_error>
+#include <vector>
 
 #include "base/file_error.h"
 #include "base/printable.h"
@@ -23,6 +25,19 @@ namespace {
 bool has_descriptors(const PluginFunctions& library, const ComponentDirectory& component) {
   return std::any_of(component.files.begin(), component.files.end(),
                      [&](const FoundFile& file) { return !file.is_example && library.descriptor({}, file.listed); });
+}
+
+bool has_examples(const ComponentDirectory& component) {
+  return std::any_of(component.files.begin(), component.files.end(), [](const FoundFile& file) { return file.is_example; });
+}
+
+/// A package would hardly list the descriptor files among documentation or examples, which the plug-in would read.
+std::vector<std::string> shipped_files(const ComponentDirectory& component) {
+  std::vector<std::string> files;
+  for (const FoundFile& file : component.files) {
+    if (!file.is_example) files.push_back(file.listed);
+  }
+  return files;
 }
 
 /// The --eclipse that a directory needs.
@@ -51,7 +66,9 @@ std::string drafted_session(const std::string& directory, const SessionOptions& 
   const PluginFunctions library(plugin);
   DescriptorFiles files;
   for (const ComponentDirectory& component : component_directories(library, files, directory)) {
-    if (has_descriptors(library, component)) draft.components.push_back(component.path);
+    if (!has_descriptors(library, component)) continue;
+    draft.components.push_back(component.path);
+    if (has_examples(component)) draft.shipped[component.path] = shipped_files(component);
   }
   if (draft.components.empty()) {
     throw FileError(directory, eclipse_dry_run::no_descriptor_file);

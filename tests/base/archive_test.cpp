@@ -131,8 +131,13 @@ TEST_F(ArchiveTest, SaysWhyItCannotBeUsed) {
   const std::string zip = zipped({{"a", "first"}, {"b", "second"}});
   EXPECT_EQ(archive("").error(), "is not a zip archive");
   EXPECT_EQ(archive("text").error(), "is not a zip archive");
-  EXPECT_EQ(archive(zip.substr(0, zip.size() - 1)).error(), "is damaged");
-  EXPECT_EQ(archive(zip.substr(0, 40)).error(), "is damaged");
+  constexpr const char* cut_off = "is cut off: the central directory of a zip archive is missing at its end";
+  EXPECT_EQ(archive(zip.substr(0, zip.size() - 1)).error(), cut_off);
+  EXPECT_EQ(archive(zip.substr(0, 40)).error(), cut_off);
+  EXPECT_EQ(archive(zip.substr(1)).error(), "is not a zip archive");
+  std::string moved = zip;
+  moved.erase(45, 1);
+  EXPECT_EQ(archive(moved).error(), "lacks bytes: its central directory is not where its end says");
   EXPECT_EQ(Archive("missing").error(), "cannot be read: No such file or directory");
   EXPECT_EQ(Archive(".").error(), "is not a regular file");
 }
@@ -247,6 +252,19 @@ TEST(ZipEnd, IsMissingWhenTheArchiveWasCut) {
   }
   EXPECT_EQ(error_of(archive.substr(1)), "lacks bytes: its central directory is not where its end says");
   EXPECT_EQ(zip_end_error("missing.zip"), "");
+}
+
+TEST(ZipEnd, MayBeThatOfAnArchiveWhichIsStoredInTheOneThatWasCut) {
+  const fake::TemporaryDirectory directory;
+  constexpr const char* cut_off = "is cut off: the central directory of a zip archive is missing at its end";
+  for (const std::string& inner : {zipped({{"a", "text"}}), zipped({})}) {
+    const std::string entry = "PK\3\4" + std::string(26, 'x');
+    fake::write_file("outer.zip", entry + inner + "the next entry");
+    EXPECT_EQ(zip_end_error("outer.zip"), cut_off);
+    EXPECT_EQ(Archive("outer.zip").error(), cut_off);
+    fake::write_file("program.zip", "#!/bin/sh\n" + inner);
+    EXPECT_EQ(zip_end_error("program.zip"), "") << "what unpacks itself";
+  }
 }
 
 }  // namespace

@@ -52,6 +52,14 @@ TEST_F(ComponentDirectory, MayHoldSeveralComponents) {
   EXPECT_EQ(eclipse_int("run product --eclipse eclipse").status, 0);
 }
 
+TEST_F(ComponentDirectory, DoesNotInstallTheExamplesInItsDocumentation) {
+  write_file("tools/doc/etc/eclipse/example.txt", "your-site\tyour-feature\n");
+  const std::string plan = eclipse_int("plan tools --eclipse eclipse").output;
+  EXPECT_EQ(plan.find("your-"), plan.npos) << plan;
+  EXPECT_EQ(eclipse_int("run tools --eclipse eclipse").status, 0);
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
 TEST_F(ComponentDirectory, NeedsAnEclipseAndDescriptors) {
   const std::string needs_eclipse = " is a directory; add --eclipse with the Eclipse instance to use, or give a session file";
   for (const std::string subcommand : {"run ", "plan ", "verify ", "lint --remove ", "new --session "}) {

@@ -48,6 +48,13 @@ TEST(SessionDraft, SelectsAllComponentsForRemoval) {
                                                {"package", {{"scan", "/opt/tools"}}}}));
 }
 
+TEST(SessionDraft, ListsTheFilesOfAComponentThatShipsOnlySome) {
+  const SessionDraft draft{{"/opt/tools", "/opt/more"}, "/opt/ide/eclipse", false, {{"/opt/tools", {"etc/eclipse/tools.txt"}}}};
+  const json components = json::parse(draft_session(draft)).at("components");
+  EXPECT_EQ(components[0].at("package"), json({{"files", {"etc/eclipse/tools.txt"}}}));
+  EXPECT_EQ(components[1].at("package"), json({{"scan", "/opt/more"}}));
+}
+
 TEST(SessionDraft, IsIndentedAndEndsWithALine) {
   EXPECT_EQ(draft_session({{}, "/ide/eclipse"}), R"({
   "mode": "install",

@@ -498,6 +498,19 @@ TEST(Findings, AbsolutePathThatExistsIsAWarning) {
   EXPECT_EQ(findings[0].message, "absolute path \"/site\" is read as " + directory.path() + "/c/site, which exists");
 }
 
+TEST(Findings, AbsolutePathInTheComponentHasARelativeOne) {
+  const fake::TemporaryDirectory directory;
+  const std::string inside = directory.path() + "/c/sites/one";
+  write_file("c/etc/eclipse/t", inside + "\torg.example.one.feature.group\n/nowhere\torg.example.one.feature.group\n");
+  write_file("c/sites/one/content.xml", content_of_one);
+  Texts fixes;
+  for (const Finding& finding : findings_in("c")) {
+    if (finding.rule->name == "absolute-repository") fixes.push_back(finding.fix);
+  }
+  EXPECT_EQ(fixes, Texts({"write \"sites/one\"",
+                          "ship the repository with the component, and write its path relative to the component's directory"}));
+}
+
 TEST(Findings, FileThatIsNotAnArchiveIsNotARepository) {
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "notes\torg.example.one.feature.group\n");

@@ -29,6 +29,8 @@ std::string composite_of(const std::vector<std::string>& locations) {
 
 void write_archive(const std::string& file, const Entries& entries) { write_file(file, zipped(entries)); }
 
+constexpr const char* pointer = "version https://git-lfs.github.com/spec/v1\noid sha256:00\nsize 22\n";
+
 class RepositoryTest : public testing::Test {
  protected:
   const fake::TemporaryDirectory directory;
@@ -288,7 +290,7 @@ TEST_F(RepositoryTest, DamagedArtifactsAreNotThere) {
                  artifact("text", "") + artifact("cut", "<property name='download.size' value='23'/>" + checksum) +
                  "</artifacts></repository>");
   for (const std::string id : {"good", "unchecked", "cut"}) write_file("site/plugins/" + id + "_1.jar", zipped({}));
-  write_file("site/plugins/pointer_1.jar", "version https://git-lfs.github.com/spec/v1\noid sha256:00\nsize 22\n");
+  write_file("site/plugins/pointer_1.jar", pointer);
   write_file("site/plugins/text_1.jar", "P");
   write_file("all/compositeContent.xml", composite_of({"../site"}));
   write_file("all/compositeArtifacts.xml", composite_of({"../site"}));
@@ -313,6 +315,9 @@ TEST_F(RepositoryTest, DamagedMetadataIsAnError) {
       {"content.xml", "", "content.xml is not well-formed XML"},
       {"content.xml", "<html/>", "content.xml has no <repository> element"},
       {"content.jar", "no archive", "content.jar is not a zip archive"},
+      {"content.jar", pointer, "content.jar is a Git LFS pointer, not the file that it stands for"},
+      {"content.xml", pointer, "content.xml is a Git LFS pointer, not the file that it stands for"},
+      {"content.xml.xz", pointer, "content.xml.xz is a Git LFS pointer, not the file that it stands for"},
       {"content.jar", zipped({{"other.xml", offer}}), "content.jar does not contain content.xml"},
       {"content.jar", zipped({{"content.xml", "<repository"}}), "content.xml in content.jar is not well-formed XML"},
       {"content.jar", flipped, "content.jar is damaged"},
@@ -341,7 +346,9 @@ TEST_F(RepositoryTest, DamagedArchiveIsPreferredToTheFileBesideIt) {
 TEST_F(RepositoryTest, DamagedArchivesAreAnError) {
   const std::string zip = zipped({{"content.xml", offer}});
   write_file("cut.zip", zip.substr(0, zip.size() - 10));
-  EXPECT_EQ(repositories.at("cut.zip").error, "it is damaged");
+  EXPECT_EQ(repositories.at("cut.zip").error, "it is cut off: the central directory of a zip archive is missing at its end");
+  write_file("pointer.zip", pointer);
+  EXPECT_EQ(repositories.at("pointer.zip").error, "it is a Git LFS pointer, not the file that it stands for");
   write_file("locked.zip", zipped({{"content.xml", offer}}, "password"));
   EXPECT_EQ(repositories.at("locked.zip").error, "content.xml is encrypted");
   std::string changed = zip;

@@ -14,6 +14,7 @@
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
 #include "p2/artifact_name.h"
+#include "p2/git_lfs_pointer.h"
 #include "p2/unit_list.h"
 
 using namespace eclipse_base;
@@ -33,8 +34,9 @@ constexpr const char* publish_again = "publish the repository again, and check t
 
 /// What to do about an error of a file: publishing again helps only where the file is not as it was published.
 std::string fix_of(const std::string& error) {
-  constexpr std::array<std::pair<std::string_view, const char*>, 6> fixes = {
+  constexpr std::array<std::pair<std::string_view, const char*>, 7> fixes = {
       {{" cannot be read: ", "make it readable for the user who runs the installer"},
+       {git_lfs::pointer_error, "run git lfs pull in the clone that the repository comes from"},
        {"is compressed by ", "pack the archive again, with deflate"},
        {"is encrypted", "pack the archive again, without a password"},
        {"Pack200", "publish the repository again, without Pack200"},

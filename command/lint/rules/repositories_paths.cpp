@@ -2,6 +2,7 @@
 #include <map>
 #include <set>
 
+#include "base/file.h"
 #include "base/printable.h"
 #include "dry_run/command_pieces.h"
 #include "lint/rule.h"
@@ -25,13 +26,25 @@ bool is_absolute(std::string_view repository) {
   return (repository.starts_with('/') && !is_comment(repository)) || has_drive_letter(repository);
 }
 
+/// The path from the component's directory of a repository in it that is written with all of its path; else empty.
+std::string path_below_component(const Record& record) {
+  std::error_code error;
+  const fs::path repository = fs::weakly_canonical(fs::path(record.repository()), error);
+  const fs::path path = repository.lexically_relative(fs::weakly_canonical(absolute_path(record.config->base_dir), error));
+  const bool is_below = !error && !path.empty() && *path.begin() != ".." && fs::exists(repository, error);
+  return is_below ? path.string() : "";
+}
+
 Rule absolute_repository() {
   return {.name = "absolute-repository",
           .group = Group::repositories,
           .severity = Severity::error,
           .title = "a repository is an absolute path",
-          .why = "The plug-in reads it as relative to the component's directory, where it does not exist.",
-          .fix = "write the path relative to the component's directory",
+          .why =
+              "The plug-in appends every path to the component's directory, so the director gets a path that usually does not "
+              "exist. If it can load another repository, it only prints that there were errors, and does not find the "
+              "features of this one. Otherwise it fails.",
+          .fix = "ship the repository with the component, and write its path relative to the component's directory",
           .bad = descriptor("/opt/site\torg.example.alpha.feature.group\n"),
           .good = good_descriptor(),
           .check =
@@ -44,6 +57,8 @@ Rule absolute_repository() {
                   if (record.site != nullptr && record.site->exists) {
                     reporter.report(Severity::warning, record.location(0), message + ", which exists",
                                     "remove the leading slash");
+                  } else if (const std::string path = path_below_component(record); !path.empty()) {
+                    reporter.report(record.location(0), std::move(message), "write " + in_quotes(path));
                   } else {
                     reporter.report(record.location(0), std::move(message));
                   }
