@@ -16,24 +16,24 @@ namespace {
 
 constexpr const char* repair_examples =
     "  eclipse-int repair /opt/eclipse/eclipse --dry-run\n"
-    "      Show which states of the p2 profile are damaged, and which files a repair would move aside.\n"
+    "      Show which states of the p2 profile are damaged, and which files a repair would rename or restore.\n"
     "  eclipse-int repair /opt/eclipse/eclipse\n"
-    "      Move the damaged newest states aside, and check whether the director answers.\n"
+    "      Rename the damaged newest states, restore the configuration, and check whether the director starts.\n"
     "  eclipse-int repair /opt/eclipse --to 1731234567890\n"
-    "      Go back to the state that was written at this time.\n"
+    "      Revert to the state that was written at this time.\n"
     "\n"
     "p2 keeps each state of the profile, which records what is installed, in a separate file, and starts from\n"
     "the newest one. A director that is stopped while it writes this file leaves it damaged, and then every\n"
     "director fails. This command renames such a file to TIME.profile.gz.damaged. It deletes nothing.\n"
     "\n"
     "A director can also damage the files that Eclipse starts from (config.ini, bundles.info and others) and artifacts.xml.\n"
-    "Each run keeps a copy of them; this command brings the copy back, and moves the states aside that are newer than it.\n"
-    "If several runs made these states, or somebody else did, it shows them and does nothing without --to.\n";
+    "Each run keeps a copy of them; this command restores the copy and renames the states that are newer. If more than one\n"
+    "run made these states, or they were made outside eclipse-int, it only lists them; use --to to accept that.\n";
 
 constexpr const char* repair_exit_status =
     "Exit status:\n"
-    "  0  the director answers, and the newest state of the profile is not damaged\n"
-    "  1  the director does not answer, or the profile is still damaged; with --dry-run: there is something to repair\n"
+    "  0  the director starts, and the newest state of the profile is not damaged\n"
+    "  1  the director does not start, or the profile is still damaged; with --dry-run: there is something to repair\n"
     "  2  an error in the arguments, the p2 profile of the Eclipse instance is not known, or another director is at\n"
     "     work on it\n"
     "  128 + N  signal N ended the command\n";
@@ -71,7 +71,8 @@ Subcommand add_repair(const Parser& program) {
                   "Go back to the state of this time, even if newer states are not damaged\n"
                   "[default: the newest state that is not damaged]")
       .type_name("TIME");
-  parser.add_flag("--dry-run", options->dry_run, "Show which files would be moved aside; move nothing and start no director");
+  parser.add_flag("--dry-run", options->dry_run,
+                  "Show which files would be renamed or restored; change nothing and start no director");
   add_wait_option(parser, options->wait);
   add_json_option(parser, options->json, "what was found and done");
   parser.set_help("eclipse-int repair ECLIPSE [OPTIONS]", repair_examples, repair_exit_status);

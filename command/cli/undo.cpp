@@ -19,20 +19,20 @@ namespace {
 
 constexpr const char* undo_examples =
     "  eclipse-int undo install.json --dry-run\n"
-    "      Show what taking back the last run on the instance of this session would change.\n"
+    "      Show what undoing the last run on the instance of this session would change.\n"
     "  eclipse-int undo install.json --variables state.json --write-variables state.json\n"
-    "      Take it back, and set CASHED_ECLIPSE_PATH in the variables to its earlier value.\n"
+    "      Undo it, and set CASHED_ECLIPSE_PATH in the variables to its earlier value.\n"
     "  eclipse-int undo --eclipse /opt/eclipse --to 1731234567890\n"
-    "      Go back to a state that \"eclipse-int history /opt/eclipse\" lists.\n"
+    "      Revert to a state that \"eclipse-int history /opt/eclipse\" lists.\n"
     "\n"
-    "Run it again to take back the run before that; it skips runs that changed nothing. If somebody else has changed the\n"
-    "instance since then, it shows these changes, and does nothing without --force.\n";
+    "Run it again to undo the run before that; it skips runs that changed nothing. If the instance was changed outside\n"
+    "eclipse-int since then, it only lists these changes; use --force to undo them, too.\n";
 
 constexpr const char* undo_exit_status =
     "Exit status:\n"
     "  0  the instance has the units of the older state, or with --dry-run would get them\n"
-    "  1  nothing was changed, since there is nothing to take back, somebody else has changed the instance, its\n"
-    "     profile is damaged, what the older state needs cannot be found, or the director failed\n"
+    "  1  nothing was changed: there is no run to undo, the instance was changed outside eclipse-int or is damaged,\n"
+    "     or no repository has what the older state needs; or the director failed\n"
     "  2  an error in the arguments or the session, another director is at work on the instance, or the variables\n"
     "     could not be written\n"
     "  128 + N  signal N stopped the director\n";
@@ -60,7 +60,7 @@ void add_options(const Parser& parser, UndoOptions& options) {
   parser
       .add_option("--to", options.to,
                   "Go back to the state of this time [default: the state before the last run that has\n"
-                  "not been taken back]")
+                  "not been undone]")
       .type_name("TIME");
   parser
       .add_option("--repository", options.repositories,
@@ -69,7 +69,7 @@ void add_options(const Parser& parser, UndoOptions& options) {
       .type_name("REPOSITORY")
       .one_value_each();
   parser.add_flag("--dry-run", options.dry_run, "Show what would change; change nothing and start no director");
-  parser.add_flag("--force", options.force, "Also take back what somebody else has changed since then");
+  parser.add_flag("--force", options.force, "Also undo what was changed outside eclipse-int since then");
   add_input_options(parser, options.session, "Read session variables from FILE; the session file overrides them");
   parser
       .add_option("--write-variables", options.session.write_variables,

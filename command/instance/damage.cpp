@@ -60,7 +60,7 @@ InstanceDamage damage_of_misnamed(const fs::path& file, const std::string& execu
 }
 
 InstanceDamage damage_of(const ConfigurationDamage& damage, const std::string& executable) {
-  const bool would_be_lost = damage.is_replaced && copy_to_bring_back(instance_directory(executable), damage);
+  const bool would_be_lost = damage.is_replaced && copy_to_restore(instance_directory(executable), damage);
   const bool is_fatal = !damage.is_startable || would_be_lost;
   return {damage.file, printable(damage.file.string()) + " " + damage.error + ", " + damage.consequence,
           fix_of(damage, executable), is_fatal};
@@ -69,9 +69,9 @@ InstanceDamage damage_of(const ConfigurationDamage& damage, const std::string& e
 }  // namespace
 
 std::string LostUnits::text() const {
-  return "has " + counted(units, "unit") + ", the state before it has " + std::to_string(before) +
-         ", and bundles.info still lists " + counted(bundles, "bundle") +
-         " of those that are missing, as if two directors had worked at the same time";
+  return "has " + counted(units, "unit") + ", the state before it " + std::to_string(before) +
+         ", but bundles.info still lists " + counted(bundles, "bundle") +
+         " of the missing ones, as if two directors had worked at the same time";
 }
 
 std::optional<LostUnits> lost_units(const fs::path& instance, const std::vector<ProfileState>& states) {
@@ -98,11 +98,11 @@ std::optional<ConfigurationDamage> known_configuration_damage(const fs::path& in
 
 std::string fix_of(const ConfigurationDamage& damage, const std::string& executable) {
   const fs::path instance = instance_directory(executable);
-  if (copy_to_bring_back(instance, damage)) return "run: " + repair_command(executable);
+  if (copy_to_restore(instance, damage)) return "run: " + repair_command(executable);
   if (!damage.time_before.empty() && why_not_newest(instance, state_of_time(instance, damage.time_before)).empty()) {
     return "run: " + repair_command(executable, damage.time_before);
   }
-  if (!damage.surplus.empty()) return "rename the states back, and " + std::string(removal_of_surplus);
+  if (!damage.surplus.empty()) return "rename the .damaged states back, and " + std::string(removal_of_surplus);
   return "no copy of it was kept; restore it from a backup of the Eclipse instance, or reinstall Eclipse";
 }
 

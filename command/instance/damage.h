@@ -33,7 +33,7 @@ std::optional<eclipse_p2::ConfigurationDamage> known_configuration_damage(const 
                                                                           const eclipse_p2::ProfileState& state);
 
 /// Of bundles that are listed, but that the newest state lacks.
-inline constexpr const char* removal_of_surplus = "use \"eclipse-int undo --to\", which lets the director remove it";
+inline constexpr const char* removal_of_surplus = "use \"eclipse-int undo --to\", which lets the director remove them";
 
 struct InstanceDamage {
   std::filesystem::path file;  ///< the newest state, or a file of the configuration

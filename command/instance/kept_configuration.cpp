@@ -173,7 +173,7 @@ std::vector<fs::path> differing_files(const KeptConfiguration& kept, const fs::p
   return differing(kept, instance, [](const fs::path&, const std::string&) {});
 }
 
-std::vector<fs::path> bring_back(const KeptConfiguration& kept, const fs::path& instance) {
+std::vector<fs::path> restore(const KeptConfiguration& kept, const fs::path& instance) {
   std::vector<std::unique_ptr<FileReplacement>> replacements;
   try {
     auto files = differing(kept, instance, [&](const fs::path& file, const std::string& bytes) {

@@ -34,7 +34,7 @@ std::vector<std::filesystem::path> differing_files(const KeptConfiguration& kept
 
 /// Replaces these files once the new ones are written, and returns them. What is in the place of one and is not a file gets
 /// another name. The caller must have the lock. Throws FileError; nothing is replaced then, unless the replacing itself failed.
-std::vector<std::filesystem::path> bring_back(const KeptConfiguration& kept, const std::filesystem::path& instance);
+std::vector<std::filesystem::path> restore(const KeptConfiguration& kept, const std::filesystem::path& instance);
 
 }  // namespace eclipse_instance
 

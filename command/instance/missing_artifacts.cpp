@@ -118,7 +118,7 @@ MissingArtifacts missing_artifacts(const fs::path& instance, const ProfileState&
       if (!supply.has(artifact)) missing.artifacts.push_back(for_people(artifact));
     }
   }
-  missing.may_be_in.insert(missing.may_be_in.end(), supply.unexamined().begin(), supply.unexamined().end());
+  missing.unexamined.insert(missing.unexamined.end(), supply.unexamined().begin(), supply.unexamined().end());
   return missing.artifacts.empty() ? MissingArtifacts() : missing;
 }
 

@@ -12,10 +12,10 @@ namespace eclipse_instance {
 
 /// What the director would not find, so that it fails.
 struct MissingArtifacts {
-  std::vector<std::string> artifacts;  ///< "feature ID VERSION", "bundle ID VERSION"; none when all can be had
-  std::vector<std::string> may_be_in;  ///< the URLs of repositories that cannot be examined here
+  std::vector<std::string> artifacts;   ///< "feature ID VERSION", "bundle ID VERSION"; none when all can be had
+  std::vector<std::string> unexamined;  ///< the URLs of repositories that cannot be examined here
 
-  bool is_certain() const { return !artifacts.empty() && may_be_in.empty(); }
+  bool is_certain() const { return !artifacts.empty() && unexamined.empty(); }
 };
 
 /// Of the way from the newest state of the instance in this directory to another one, with these repositories. Both states can

@@ -30,7 +30,7 @@ class Walk {
   /// A file that others can write may name states in any order, and states may be gone.
   void go_on() {
     const RecordedRun* const run = this->run();
-    const std::string before = run == nullptr ? "" : run->went_back_to.empty() ? run->before : run->went_back_to;
+    const std::string before = run == nullptr ? "" : run->reverted_to.empty() ? run->before : run->reverted_to;
     const std::size_t next = before.empty() ? times_.size() : place_of(before);
     place_ = next > place_ && next < times_.size() ? next : place_ + 1;
   }
@@ -93,7 +93,7 @@ bool has_same_units(const ProfileState& one, const ProfileState& other) {
 }
 
 std::string no_state_of(const std::string& time) {
-  return "the profile has no state of the time " + eclipse_base::printable(time);
+  return "the profile has no state of the time " + eclipse_base::printable(time) + "; \"eclipse-int history\" lists them";
 }
 
 ProfileState state_of_time(const fs::path& instance, const std::string& time) {
@@ -139,11 +139,11 @@ WayBack way_back_to(const std::vector<std::string>& times, const RunJournal& jou
 WayBack way_back(const std::vector<std::string>& times, const RunJournal& journal, const IsAsNow& is_as_now) {
   for (Walk walk(times, journal); !walk.is_at_end(); walk.go_on()) {
     const RecordedRun* const run = walk.run();
-    if (run == nullptr || !run->went_back_to.empty() || is_as_now(run->before)) continue;
+    if (run == nullptr || !run->reverted_to.empty() || is_as_now(run->before)) continue;
     return way_back_to(times, journal, run->before);
   }
   WayBack way;
-  way.error = journal.error.empty() ? "no run of eclipse-int is recorded for this instance that could be taken back; choose a "
+  way.error = journal.error.empty() ? "this instance has no recorded run of eclipse-int that could be undone; choose a "
                                       "state with --to TIME (\"eclipse-int history\" lists them)"
                                     : journal.error;
   return way;

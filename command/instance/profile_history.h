@@ -60,7 +60,7 @@ struct WayBack {
 /// Whether the state of this time has just the units of the newest one, so that going back to it changes nothing.
 using IsAsNow = std::function<bool(const std::string& time)>;
 
-/// The way to the state before the last run that was not taken back already and that can be: p2 also writes a state for a run
+/// The way to the state before the last run that was not undone already and that can be: p2 also writes a state for a run
 /// without a change, and somebody else may have taken one back. `times` are those of all states, newest first. The journal must
 /// outlive the result.
 WayBack way_back(const std::vector<std::string>& times, const RunJournal& journal, const IsAsNow& is_as_now);

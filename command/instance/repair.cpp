@@ -29,7 +29,7 @@ class StateReader {
       : plan_(plan), journal_(plan.to ? read_run_journal(instance) : RunJournal()), reached_(!plan.to), instance_(instance) {
     plan_.states.clear();
     plan_.unit_counts.clear();
-    plan_.taken_back.clear();
+    plan_.reverted.clear();
   }
 
   void read() {
@@ -37,7 +37,7 @@ class StateReader {
       if (readable_ >= 2 && reached_) break;
       add(read_profile_state(file));
     }
-    if (!reached_) plan_.taken_back.clear();
+    if (!reached_) plan_.reverted.clear();
   }
 
  private:
@@ -61,7 +61,7 @@ class StateReader {
   void add_change(UnitChange change) {
     if (change.is_empty()) return;
     const RecordedRun* const run = run_that_made(newer_time_, change, journal_);
-    plan_.taken_back.push_back({newer_time_, run == nullptr ? std::nullopt : std::optional(*run), std::move(change)});
+    plan_.reverted.push_back({newer_time_, run == nullptr ? std::nullopt : std::optional(*run), std::move(change)});
   }
 
   RepairPlan& plan_;
@@ -80,7 +80,7 @@ std::string repair_command(const std::string& executable, const std::string& to)
   return "eclipse-int repair " + printable(word) + (to.empty() ? "" : " --to " + to);
 }
 
-std::vector<ProfileState> states_to_move(const std::vector<ProfileState>& states, const std::optional<std::string>& to) {
+std::vector<ProfileState> states_to_rename(const std::vector<ProfileState>& states, const std::optional<std::string>& to) {
   const auto kept = std::find_if(states.begin(), states.end(),
                                  [&](const ProfileState& state) { return to ? state.time == *to : !state.is_damaged; });
   if (to && kept == states.end()) throw RepairError(no_state_of(*to));
@@ -104,7 +104,7 @@ std::string why_not_newest(const fs::path& instance, const ProfileState& target)
   return newest == states.end() ? "" : why_not_revertible(*newest, target);
 }
 
-std::optional<KeptConfiguration> copy_to_bring_back(const fs::path& instance, const ConfigurationDamage& damage) {
+std::optional<KeptConfiguration> copy_to_restore(const fs::path& instance, const ConfigurationDamage& damage) {
   auto kept = kept_configuration(instance);
   if (!kept) return std::nullopt;
   const fs::path file = damage.file.lexically_relative(instance);
@@ -116,7 +116,7 @@ std::optional<KeptConfiguration> copy_to_bring_back(const fs::path& instance, co
     const std::set<Unit> listed = listed_bundles(kept->directory);
     const bool is_listed =
         std::any_of(damage.surplus.begin(), damage.surplus.end(), [&](const Unit& bundle) { return listed.contains(bundle); });
-    // Going further back for it would take back what is sound.
+    // Going further back for it would revert what is sound.
     if (is_listed || kept->time != newest_time(instance)) return std::nullopt;
   }
   const bool is_better = !of_copy || (of_copy->is_startable && !damage.is_startable);
@@ -126,34 +126,35 @@ std::optional<KeptConfiguration> copy_to_bring_back(const fs::path& instance, co
 RepairPlan plan_repair(const fs::path& instance, const std::optional<std::string>& to) {
   RepairPlan plan{to, {}, {}, {}, {}, {}};
   StateReader(plan, instance).read();
-  // A director starts from this one when those that are damaged are moved aside.
+  // A director starts from this one when those that are damaged are renamed.
   const auto first =
       std::find_if_not(plan.states.begin(), plan.states.end(), [](const ProfileState& state) { return state.is_damaged; });
   if (first != plan.states.end()) plan.configuration = known_configuration_damage(instance, *first);
-  auto kept = plan.configuration ? copy_to_bring_back(instance, *plan.configuration) : kept_configuration(instance);
+  auto kept = plan.configuration ? copy_to_restore(instance, *plan.configuration) : kept_configuration(instance);
   if (plan.configuration && kept && !to) {
     plan.to = kept->time;
     StateReader(plan, instance).read();
   }
-  // What a person has changed since then stays, unless it is damaged or the state that it goes with is moved aside.
+  // What a person has changed since then stays, unless it is damaged or the state that it goes with is renamed.
   const bool is_newest = !plan.states.empty() && plan.states.front().time == plan.to;
-  if (kept && plan.to == kept->time && (plan.configuration || !is_newest)) plan.to_bring_back = std::move(kept);
+  if (kept && plan.to == kept->time && (plan.configuration || !is_newest)) plan.to_restore = std::move(kept);
   return plan;
 }
 
-std::string too_much_taken_back(const RepairPlan& plan) {
+std::string too_much_reverted(const RepairPlan& plan) {
   std::set<std::string> runs;
   bool are_known = true;
-  for (const StateTakenBack& state : plan.taken_back) {
+  for (const RevertedState& state : plan.reverted) {
     if (state.run) runs.insert(state.run->before);
     are_known = are_known && state.run;
   }
   if (are_known && runs.size() <= 1) return "";
-  return "going back to the state " + *plan.to + " takes back " +
-         (are_known ? counted(runs.size(), "run") : "changes that no recorded run made") + "; --to " + *plan.to + " does this";
+  return "this would revert the instance to the state " + *plan.to + ", and undo " +
+         (are_known ? counted(runs.size(), "run") : "changes that were made outside eclipse-int") + "; use --to " + *plan.to +
+         " to accept that";
 }
 
-fs::path move_aside(const ProfileState& state) try { return renamed_to_damaged(state.file); } catch (const FileError& error) {
+fs::path rename_aside(const ProfileState& state) try { return renamed_to_damaged(state.file); } catch (const FileError& error) {
   throw RepairError(error.what());
 }
 

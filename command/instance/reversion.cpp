@@ -69,7 +69,7 @@ std::string why_not_revertible(const ProfileState& newest, const ProfileState& t
   }
   if (!has_director(newest) || has_director(target)) return "";
   return "the state " + printable(target.time) + " has no director (" + std::string(director_bundle) +
-         "), so there would be no way forward from it";
+         "), so nothing could be installed or undone afterwards";
 }
 
 std::optional<ProfileState> same_state_here(const fs::path& instance, const ProfileState& state) {

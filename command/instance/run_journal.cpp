@@ -1,7 +1,7 @@
 // The file is configuration/.eclipse-int.runs.json in the instance:
 //
 //   {"runs": [{"command": "eclipse-int run session.json", "before": "1731234560000", "after": "1731234567890",
-//              "wentBackTo": "", "repositories": ["file:///opt/tools/site"], "variablesFile": "",
+//              "revertedTo": "", "repositories": ["file:///opt/tools/site"], "variablesFile": "",
 //              "cachedBefore": "/opt/old/eclipse", "cachedAfter": "/opt/ide/eclipse", "completed": false,
 //              "units": ["com.example.tools.feature.group"]}]}
 //
@@ -51,7 +51,7 @@ RecordedRun run_of(const JsonElement& element) {
   RecordedRun run{element.get("command").text(),
                   element.get("before").text(),
                   element.get("after").text(),
-                  element.get("wentBackTo").text(),
+                  element.get("revertedTo").text(),
                   {}};
   for (const JsonElement& url : element.get("repositories").items()) run.repositories.push_back(url.text());
   run.cached_before = text_or_nothing(element, "cachedBefore");
@@ -70,7 +70,7 @@ Json json_of(const RecordedRun& run) {
   Json json = {{"command", run.command},
                {"before", run.before},
                {"after", run.after},
-               {"wentBackTo", run.went_back_to},
+               {"revertedTo", run.reverted_to},
                {"repositories", run.repositories},
                {"variablesFile", run.variables_file}};
   if (run.cached_before) json["cachedBefore"] = *run.cached_before;
@@ -173,7 +173,7 @@ UnitChange RecordedRun::not_asked_for(const UnitChange& change) const {
                  [&](const Unit& unit) { return !units->contains(unit.id); });
     return found;
   };
-  return {others(change.came_in), others(change.went_out), others(change.now_by_name), others(change.no_longer_by_name)};
+  return {others(change.installed), others(change.removed), others(change.now_by_name), others(change.no_longer_by_name)};
 }
 
 const RecordedRun* RunJournal::run_that_left(const std::string& time) const {

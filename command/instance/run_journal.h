@@ -17,7 +17,7 @@ struct RecordedRun {
   std::string command;                    ///< as it was started
   std::string before;                     ///< the time of the newest state before the run
   std::string after;                      ///< and of the newest one after it, or of the newest one before the next run
-  std::string went_back_to = {};          ///< the time of the older state that it brought back; empty when it brought back none
+  std::string reverted_to = {};           ///< the time of the older state that it brought back; empty when it brought back none
   std::vector<std::string> repositories;  ///< the URLs from which it installed
   /// What the host knew as the executable of an earlier run, before this one and after it; nothing when that was unset.
   std::optional<std::string> cached_before = {};

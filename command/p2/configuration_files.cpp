@@ -136,7 +136,7 @@ class Files {
     const std::string none = why_no_file(file);
     if (!none.empty()) {
       if (!is_known(bundle_list) && !starts_from_bundle_list()) return std::nullopt;
-      return ConfigurationDamage{file, none, "so after the next director, Eclipse does not start", false, ""};
+      return ConfigurationDamage{file, none, "so Eclipse no longer starts once a director has run", false, ""};
     }
     if (!is_about(state_, instance_)) return std::nullopt;
     const std::set<Unit> wanted = bundles_in(state_);
@@ -225,7 +225,7 @@ std::optional<ConfigurationDamage> surplus_bundles(const fs::path& instance, con
   if (!newest.units || !is_about(newest, instance)) return std::nullopt;
   const std::set<Unit> listed = listed_bundles(instance);
   const std::set<Unit> known = bundles_in(newest);
-  // What nobody has moved aside, a person has listed.
+  // What no renamed state has, a person has listed.
   std::vector<Unit> unknown = without(listed, known);
   if (unknown.empty()) return std::nullopt;
   std::set<Unit> moved;
@@ -233,13 +233,13 @@ std::optional<ConfigurationDamage> surplus_bundles(const fs::path& instance, con
   std::erase_if(unknown, [&](const Unit& bundle) { return !moved.contains(bundle); });
   if (unknown.empty()) return std::nullopt;
   ConfigurationDamage damage{instance / bundle_list,
-                             "lists " + names_of(unknown) + ", which only the states that were moved aside contain",
+                             "lists " + names_of(unknown) + ", which only states that were renamed contain",
                              "so Eclipse keeps starting bundles that no director can remove", true, ""};
   damage.surplus = std::move(unknown);
   return damage;
 }
 
-std::vector<Unit> bundles_left(const fs::path& instance, const ProfileState& first, const ProfileState& second) {
+std::vector<Unit> orphaned_bundles(const fs::path& instance, const ProfileState& first, const ProfileState& second) {
   std::vector<Unit> left = without(bundles_in(first), bundles_in(second));
   const std::set<Unit> listed = listed_bundles(instance);
   std::erase_if(left, [&](const Unit& bundle) { return !listed.contains(bundle); });

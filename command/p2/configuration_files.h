@@ -32,7 +32,7 @@ struct ConfigurationDamage {
   bool is_startable = true;        ///< a director can be started nevertheless, and does no more harm
   std::string time_before;         ///< of the newest state that goes with the file as it is; empty when there is none
   bool is_replaced = false;        ///< the next director makes a new file without what was in it
-  std::vector<Unit> surplus = {};  ///< bundles that are listed, and that only states have that were moved aside
+  std::vector<Unit> surplus = {};  ///< bundles that are listed, and that only renamed states have
 };
 
 /// What is wrong with these files of the instance in this directory, given a state of its profile. A file that is not there is
@@ -45,11 +45,12 @@ std::optional<ConfigurationDamage> configuration_damage(const std::filesystem::p
 std::optional<ConfigurationDamage> damage_of_copy(const std::filesystem::path& copy, const std::filesystem::path& instance,
                                                   const ProfileState& state);
 
-/// The bundles that the instance lists and that this state, its newest one, lacks, but a state has that was moved aside.
+/// The bundles that the instance lists and that this state, its newest one, lacks, but a renamed state has.
 std::optional<ConfigurationDamage> surplus_bundles(const std::filesystem::path& instance, const ProfileState& newest);
 
 /// The bundles that the instance lists, and that only the first of two states has.
-std::vector<Unit> bundles_left(const std::filesystem::path& instance, const ProfileState& first, const ProfileState& second);
+std::vector<Unit> orphaned_bundles(const std::filesystem::path& instance, const ProfileState& first,
+                                   const ProfileState& second);
 
 }  // namespace eclipse_p2
 

@@ -94,7 +94,7 @@ bool is_number(std::string_view text) {
   return error == std::errc() && end == text.data() + text.size();
 }
 
-/// The name that a file had before it was moved aside; empty when it was not.
+/// The name that a file had before it was renamed; empty when it was not.
 std::string name_before(const fs::path& file) {
   const std::string name = file.filename().string();
   const auto end = name.find(set_aside_suffix);

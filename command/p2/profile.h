@@ -48,7 +48,7 @@ std::vector<std::filesystem::path> profile_states(const std::filesystem::path& i
 /// refuses every change then.
 std::vector<std::filesystem::path> misnamed_states(const std::filesystem::path& instance);
 
-/// The states that a repair has moved aside.
+/// The states that a repair has renamed.
 std::vector<std::filesystem::path> states_aside(const std::filesystem::path& instance);
 
 /// A state of a profile.

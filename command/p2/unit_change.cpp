@@ -41,29 +41,30 @@ std::size_t count_missing(const std::vector<Unit>& units, const InstalledUnits& 
 }  // namespace
 
 bool UnitChange::is_empty() const {
-  return came_in.empty() && went_out.empty() && now_by_name.empty() && no_longer_by_name.empty() && others_in == 0 &&
-         others_out == 0;
+  return installed.empty() && removed.empty() && now_by_name.empty() && no_longer_by_name.empty() && others_installed == 0 &&
+         others_removed == 0;
 }
 
 UnitChange change_between(const InstalledUnits& before, const InstalledUnits& after) {
   UnitChange change;
   for (const Unit& unit : missing_in(after.roots, before.roots)) {
-    (has(before, unit) ? change.now_by_name : change.came_in).push_back(unit);
+    (has(before, unit) ? change.now_by_name : change.installed).push_back(unit);
   }
   for (const Unit& unit : missing_in(before.roots, after.roots)) {
-    (has(after, unit) ? change.no_longer_by_name : change.went_out).push_back(unit);
+    (has(after, unit) ? change.no_longer_by_name : change.removed).push_back(unit);
   }
   if (!before.all || !after.all) return change;
-  change.others_in = count_missing(without_roots(after), before);
-  change.others_out = count_missing(without_roots(before), after);
+  change.others_installed = count_missing(without_roots(after), before);
+  change.others_removed = count_missing(without_roots(before), after);
   return change;
 }
 
 std::string text_of(const UnitChange& change) {
   std::vector<std::string> units;
-  for (const Unit& unit : change.came_in) units.push_back("+ " + text_of(unit));
-  for (const Unit& unit : change.went_out) units.push_back("- " + text_of(unit));
-  const std::size_t more = change.others_in + change.others_out + change.now_by_name.size() + change.no_longer_by_name.size();
+  for (const Unit& unit : change.installed) units.push_back("+ " + text_of(unit));
+  for (const Unit& unit : change.removed) units.push_back("- " + text_of(unit));
+  const std::size_t more =
+      change.others_installed + change.others_removed + change.now_by_name.size() + change.no_longer_by_name.size();
   if (more > 0) units.push_back(eclipse_base::counted(more, "other unit"));
   constexpr std::size_t most_named = 10;
   return eclipse_base::first_few(units, most_named);

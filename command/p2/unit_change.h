@@ -12,12 +12,12 @@
 namespace eclipse_p2 {
 
 struct UnitChange {
-  std::vector<Unit> came_in;
-  std::vector<Unit> went_out;
+  std::vector<Unit> installed;
+  std::vector<Unit> removed;
   std::vector<Unit> now_by_name;        ///< were there before, along with other units
   std::vector<Unit> no_longer_by_name;  ///< and still there, since other units require them
-  std::size_t others_in = 0;            ///< units that came along with others; 0 when not all units of both states are known
-  std::size_t others_out = 0;
+  std::size_t others_installed = 0;     ///< units that came along with others; 0 when not all units of both states are known
+  std::size_t others_removed = 0;
 
   bool is_empty() const;
 };

@@ -110,8 +110,8 @@ std::vector<std::string> reasons_for_no_command(const Plan& plan, const DryRun& 
   if (session.variable("ECLIPSE_INTEGRATION_CHOICE") == "internal") {
     for (std::string& reason : about_executable(run, session)) reasons.push_back(std::move(reason));
   }
-  reasons.push_back("so no Eclipse is chosen and no component is searched (" + counted(session.components.size(), "component") +
-                    ")");
+  reasons.push_back("no Eclipse instance is chosen, and no component is searched (" +
+                    counted(session.components.size(), "component") + ")");
   return reasons;
 }
 

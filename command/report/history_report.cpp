@@ -37,8 +37,8 @@ std::optional<Unit> taken(std::vector<Unit>& units, const std::string& id) {
 
 std::string others_text(const UnitChange& change, const std::string& indent) {
   std::vector<std::string> parts;
-  if (change.others_in > 0) parts.push_back("+ " + counted(change.others_in, "other unit"));
-  if (change.others_out > 0) parts.push_back("- " + counted(change.others_out, "other unit"));
+  if (change.others_installed > 0) parts.push_back("+ " + counted(change.others_installed, "other unit"));
+  if (change.others_removed > 0) parts.push_back("- " + counted(change.others_removed, "other unit"));
   return parts.empty() ? "" : indent + joined(parts, ", ") + "\n";
 }
 
@@ -59,15 +59,15 @@ Json historic_json(const HistoricState& historic) {
 }  // namespace
 
 std::string change_text(const UnitChange& change, const std::string& indent) {
-  if (change.is_empty()) return indent + "No unit was installed or removed.\n";
+  if (change.is_empty()) return indent + "no change\n";
   std::string text;
-  std::vector<Unit> went_out = change.went_out;
-  for (const Unit& unit : change.came_in) {
-    const auto replaced = taken(went_out, unit.id);
+  std::vector<Unit> removed = change.removed;
+  for (const Unit& unit : change.installed) {
+    const auto replaced = taken(removed, unit.id);
     text += replaced ? line(indent, "~", unit.id + " " + replaced->version + " -> " + unit.version)
                      : line(indent, "+", shown(unit));
   }
-  for (const Unit& unit : went_out) text += line(indent, "-", shown(unit));
+  for (const Unit& unit : removed) text += line(indent, "-", shown(unit));
   for (const Unit& unit : change.now_by_name) text += line(indent, "+", shown(unit) + " by name (before: as a requirement)");
   for (const Unit& unit : change.no_longer_by_name)
     text += line(indent, "-", shown(unit) + " by name (stays as a requirement)");
@@ -77,8 +77,8 @@ std::string change_text(const UnitChange& change, const std::string& indent) {
 Json change_json(const UnitChange& change) {
   Json json;
   add_named_units(json, change);
-  json["otherUnitsIn"] = change.others_in;
-  json["otherUnitsOut"] = change.others_out;
+  json["otherUnitsInstalled"] = change.others_installed;
+  json["otherUnitsRemoved"] = change.others_removed;
   return json;
 }
 
@@ -87,7 +87,7 @@ Json recorded_run_json(const RecordedRun& run) {
           {"before", run.before},
           {"after", run.after},
           {"completed", run.is_completed},
-          {"wentBackTo", text_or_null(run.went_back_to)}};
+          {"revertedTo", text_or_null(run.reverted_to)}};
 }
 
 std::string history_text(const History& history) {

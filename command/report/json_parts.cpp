@@ -11,8 +11,8 @@ namespace eclipse_report {
 using Json = nlohmann::ordered_json;
 
 void add_named_units(nlohmann::ordered_json& json, const eclipse_p2::UnitChange& change) {
-  json["cameIn"] = texts_of(change.came_in);
-  json["wentOut"] = texts_of(change.went_out);
+  json["installed"] = texts_of(change.installed);
+  json["removed"] = texts_of(change.removed);
   json["nowByName"] = texts_of(change.now_by_name);
   json["noLongerByName"] = texts_of(change.no_longer_by_name);
 }

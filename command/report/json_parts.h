@@ -26,7 +26,7 @@ nlohmann::ordered_json paths_json(const std::vector<std::filesystem::path>& file
 /// Adds the member "damage" if something is wrong with the instance.
 void add_damage(nlohmann::ordered_json& json, const std::optional<eclipse_instance::InstanceDamage>& damage);
 
-/// Adds the members "cameIn", "wentOut", "nowByName" and "noLongerByName".
+/// Adds the members "installed", "removed", "nowByName" and "noLongerByName".
 void add_named_units(nlohmann::ordered_json& json, const eclipse_p2::UnitChange& change);
 
 nlohmann::ordered_json failure_json(const eclipse_p2::Failure& failure);

@@ -88,8 +88,8 @@ Json record_json(const PlannedRecord& record) {
   json["status"] = name_of(record.status);
   if (record.status == RecordStatus::no_repository) return json;
   json["url"] = record.repository;
-  json["slot"] = record.slot;
-  json["wantedSlot"] = record.wanted_slot;
+  json["position"] = record.slot;
+  json["wantedPosition"] = record.wanted_slot;
   return json;
 }
 

@@ -112,13 +112,13 @@ std::string about_slot(const PlannedRecord& record) {
   const std::string wanted = std::to_string(record.wanted_slot);
   std::string about;
   if (record.gives_order() && record.config.order != wanted) about = "read as " + wanted;
-  if (record.slot != record.wanted_slot) about += (about.empty() ? "" : ", ") + std::string("moved to the next free slot");
+  if (record.slot != record.wanted_slot) about += (about.empty() ? "" : ", ") + std::string("moved to the next free position");
   return about;
 }
 
 std::string features_of(const Plan& plan) {
   Table table;
-  table.add({"", "Slot", "Order", "Feature", "From", ""});
+  table.add({"", "Position", "Order", "Feature", "From", ""});
   std::size_t number = 0;
   for (const PlannedRecord* const record : plan.features()) {
     table.add({std::to_string(++number), std::to_string(record->slot), record->gives_order() ? record->config.order : "none",
@@ -135,9 +135,9 @@ std::string idle_records_of(const Plan& plan) {
     if (record.status == RecordStatus::no_repository) {
       text += "has no repository, so the line is ignored\n";
     } else if (record.status == RecordStatus::no_feature) {
-      text += "has no feature, so the line only uses slot " + std::to_string(record.slot) + " and adds its repository\n";
+      text += "has no feature, so the line only takes position " + std::to_string(record.slot) + " and adds its repository\n";
     } else {
-      text += printable(record.config.feature) + " is already listed in a slot below " + std::to_string(record.slot) + "\n";
+      text += printable(record.config.feature) + " is already listed at a position below " + std::to_string(record.slot) + "\n";
     }
   }
   return text;
@@ -246,8 +246,9 @@ std::string retries_of(const Plan& plan) {
     text += "  and " + std::to_string(more) + " more like this, one for each feature (--retries shows them)\n";
   }
   if (left_out > 0) text += "  and " + std::to_string(left_out) + " more, which are left out here and in --json\n";
-  const std::string count = std::to_string(plan.retry_count) + (plan.retry_count == 1 ? " command" : " commands");
-  return section("Retries if that fails, one for each feature: " + count + " " + length_of(plan.longest_retry), text);
+  return section("Retries if that fails, one for each feature: " + counted(plan.retry_count, "command") + ", the longest " +
+                     length_of(plan.longest_retry),
+                 text);
 }
 
 const char* sign_of(Change change) {
@@ -297,12 +298,12 @@ std::string title_of_changes(const Plan& plan, const Preview& preview) {
                                                                     {Change::keep, " to keep"},
                                                                     {Change::other_version, " in another version"},
                                                                     {Change::remove, " to remove"},
-                                                                    {Change::fail, " that will fail"}}};
+                                                                    {Change::fail, " to fail"}}};
   std::vector<std::string> parts;
   for (const auto& [change, word] : words) {
     if (counts[change] > 0) parts.push_back(std::to_string(counts[change]) + word);
   }
-  return (plan.is_removal ? "Features removed from " : "Features installed into ") + printable(plan.executable) + ": " +
+  return (plan.is_removal ? "Features to remove from " : "Features to install into ") + printable(plan.executable) + ": " +
          joined(parts);
 }
 

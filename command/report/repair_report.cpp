@@ -20,45 +20,48 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 std::string text_of(const LostUnits& lost, const std::string& executable) {
-  return "  Warning: the newest state that can be read " + lost.text() +
-         "\n    Fix: " + repair_command(executable, lost.time_before) + "\n";
+  return "  Warning: the newest readable state " + lost.text() + "\n    Fix: " + repair_command(executable, lost.time_before) +
+         "\n";
 }
 
-std::string taken_back_text(const Repair& repair) {
+std::string reverted_text(const Repair& repair) {
   std::string text;
-  for (const StateTakenBack& state : repair.taken_back) {
-    text += std::string(repair.is_dry_run || repair.moves.empty() ? "  Would be taken back: " : "  Taken back: ") +
-            dated(state.time) + ", " + (state.run ? "made by " + printable(state.run->command) : "not made by a recorded run") +
-            "\n" + change_text(state.change, "    ");
+  for (const RevertedState& state : repair.reverted) {
+    text += std::string(repair.is_dry_run || repair.renamed.empty() ? "  Would revert " : "  Reverted ") + dated(state.time) +
+            ", " + (state.run ? "made by " + printable(state.run->command) : made_outside) + ", which changed:\n" +
+            change_text(state.change, "    ");
   }
   return text;
 }
 
-std::string moves_text(const Repair& repair) {
+std::string files_text(const Repair& repair) {
   std::string text;
-  for (const Repair::Move& move : repair.moves) {
-    text += repair.is_dry_run ? "  Would move aside: " + printable(move.from.string()) + "\n"
-                              : "  Moved aside: " + printable(move.to.string()) + "\n";
+  for (const Repair::Renaming& file : repair.renamed) {
+    text += repair.is_dry_run
+                ? "  Would rename: " + printable(file.from.string()) + "\n"
+                : "  Renamed: " + printable(file.from.string()) + " to " + printable(file.to.filename().string()) + "\n";
   }
-  for (const auto& file : repair.brought_back) {
-    text += (repair.is_dry_run ? "  Would bring back: " : "  Brought back: ") + printable(file.string()) + "\n";
+  for (const auto& file : repair.restored) {
+    text += (repair.is_dry_run ? "  Would restore: " : "  Restored: ") + printable(file.string()) + "\n";
   }
-  return text.empty() && repair.error.empty() ? "  Nothing to move aside.\n" : text;
+  const bool is_sound =
+      text.empty() && repair.error.empty() && !repair.damage && !repair.lost && repair.orphaned_bundles.empty();
+  return is_sound ? "  Nothing to repair.\n" : text;
 }
 
 std::string bundles_text(const Repair& repair) {
-  if (repair.bundles_left.empty()) return "";
-  return "  Warning: bundles.info still lists " + printable(first_few(texts_of(repair.bundles_left))) +
-         ", which only the states " + (repair.is_dry_run ? "to be moved" : "moved") +
-         " aside contain, so Eclipse keeps starting bundles that no director can remove\n    Fix: " +
-         (repair.is_dry_run ? "" : "rename the states back, and ") + removal_of_surplus + "\n";
+  if (repair.orphaned_bundles.empty()) return "";
+  return "  Warning: bundles.info still lists " + printable(first_few(texts_of(repair.orphaned_bundles))) +
+         ", which no state contains " + (repair.is_dry_run ? "after that" : "any more") +
+         ", so Eclipse keeps starting bundles that no director can remove\n    Fix: " +
+         (repair.is_dry_run ? "" : "rename the .damaged states back, and ") + removal_of_surplus + "\n";
 }
 
 Json configuration_json(const ConfigurationDamage& damage) { return {{"file", damage.file.string()}, {"error", damage.error}}; }
 
-Json taken_back_json(const std::vector<StateTakenBack>& states) {
+Json reverted_json(const std::vector<RevertedState>& states) {
   Json list = Json::array();
-  for (const StateTakenBack& state : states) {
+  for (const RevertedState& state : states) {
     list.push_back({{"time", state.time},
                     {"run", state.run ? recorded_run_json(*state.run) : Json()},
                     {"change", change_json(state.change)}});
@@ -81,14 +84,14 @@ std::string repair_text(const Repair& repair) {
   if (repair.configuration) {
     text += "  Damaged: " + printable(repair.configuration->file.string()) + " " + repair.configuration->error + "\n";
   }
-  text += taken_back_text(repair);
-  text += moves_text(repair);
+  text += reverted_text(repair);
+  text += files_text(repair);
   text += bundles_text(repair);
   if (repair.lost) text += text_of(*repair.lost, repair.executable);
   if (repair.damage) text += "  Still damaged: " + repair.damage->message + "\n    Fix: " + repair.damage->fix + "\n";
   if (!repair.error.empty()) text += "  Error: " + repair.error + "\n";
   if (!repair.roots) return text;
-  text += "  The director answers. Installed by name:\n";
+  text += "  The director starts. Installed by name:\n";
   for (const Unit& root : *repair.roots) text += "    " + printable(eclipse_p2::text_of(root)) + "\n";
   return text;
 }
@@ -98,18 +101,18 @@ void print_repair(const Repair& repair, int exit_status) {
   for (std::size_t i = 0; i < repair.states.size(); ++i) {
     states.push_back(state_json(repair.states[i], repair.unit_counts[i]));
   }
-  Json moves = Json::array();
-  for (const Repair::Move& move : repair.moves) {
-    moves.push_back({{"from", move.from.string()}, {"to", move.to.empty() ? Json() : Json(move.to.string())}});
+  Json renamed = Json::array();
+  for (const Repair::Renaming& file : repair.renamed) {
+    renamed.push_back({{"from", file.from.string()}, {"to", file.to.empty() ? Json() : Json(file.to.string())}});
   }
   Json json = {{"executable", repair.executable},
                {"dryRun", repair.is_dry_run},
                {"states", states},
-               {"moved", moves},
-               {"takenBack", taken_back_json(repair.taken_back)},
+               {"renamed", renamed},
+               {"reverted", reverted_json(repair.reverted)},
                {"configuration", repair.configuration ? configuration_json(*repair.configuration) : Json()},
-               {"broughtBack", paths_json(repair.brought_back)},
-               {"bundlesLeft", texts_of(repair.bundles_left)},
+               {"restored", paths_json(repair.restored)},
+               {"orphanedBundles", texts_of(repair.orphaned_bundles)},
                {"lostUnits", repair.lost ? lost_json(*repair.lost) : Json()},
                {"roots", repair.roots ? Json(texts_of(*repair.roots)) : Json()},
                {"error", text_or_null(repair.error)},

@@ -15,7 +15,7 @@
 namespace eclipse_report {
 
 struct Repair {
-  struct Move {
+  struct Renaming {
     std::filesystem::path from;
     std::filesystem::path to;  ///< empty in a dry run
   };
@@ -24,11 +24,11 @@ struct Repair {
   bool is_dry_run = false;
   std::vector<eclipse_p2::ProfileState> states;  ///< newest first, as they were found; not all have their units
   std::vector<std::size_t> unit_counts;          ///< of each of them
-  std::vector<Move> moves;
-  std::vector<eclipse_instance::StateTakenBack> taken_back;
+  std::vector<Renaming> renamed;
+  std::vector<eclipse_instance::RevertedState> reverted;
   std::optional<eclipse_p2::ConfigurationDamage> configuration;
-  std::vector<std::filesystem::path> brought_back;  ///< of the configuration
-  std::vector<eclipse_p2::Unit> bundles_left;       ///< that only the states moved aside have, and the instance still starts
+  std::vector<std::filesystem::path> restored;             ///< of the configuration
+  std::vector<eclipse_p2::Unit> orphaned_bundles;          ///< that no state has any more, and the instance still starts
   std::optional<eclipse_instance::InstanceDamage> damage;  ///< that is left
   std::optional<eclipse_instance::LostUnits> lost;         ///< by the newest state that is left
   std::optional<std::vector<eclipse_p2::Unit>> roots;      ///< of the instance, when it was asked and has answered

@@ -91,12 +91,11 @@ std::string resolution_text(const Resolution& resolution) {
 Texts limits_of(const Resolution& resolution) {
   Texts limits;
   if (!resolution.is_removal) {
-    limits.emplace_back(
-        "whether the files of the features can be fetched and are intact; the director only reads metadata here");
+    limits.emplace_back("whether the files of the features can be fetched and are intact; the director only reads metadata");
   }
   limits.emplace_back("whether the instance is writable and has enough space");
   if (!resolution.each.empty() && !resolution.is_removal) {
-    limits.emplace_back("what each feature changes for those after it, when the run tries them one by one");
+    limits.emplace_back("whether one feature affects the next when the run installs them one by one");
   }
   return limits;
 }

@@ -10,6 +10,9 @@
 
 namespace eclipse_report {
 
+/// Of a change that no recorded run has made.
+inline constexpr const char* made_outside = "made outside eclipse-int";
+
 /// The time of a state and its date, for a sentence.
 std::string dated(const std::string& time);
 

@@ -19,10 +19,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string others_of(const Undo& undo) {
+std::string outside_changes_of(const Undo& undo) {
   std::string text;
-  for (const Undo::OtherState& other : undo.others) {
-    text += "  Also undoes, not made by a recorded run: " + dated(other.time) + "\n" + change_text(other.change, "    ");
+  for (const Undo::OutsideChange& outside : undo.outside_changes) {
+    text += "  Also undoes " + dated(outside.time) + ", " + made_outside + ":\n" + change_text(outside.change, "    ");
   }
   return text;
 }
@@ -30,11 +30,12 @@ std::string others_of(const Undo& undo) {
 std::string missing_of(const Undo& undo) {
   std::string text;
   for (const std::string& artifact : undo.missing.artifacts) {
-    text += "  Needed, and neither in Eclipse nor in a known repository: " + printable(artifact) + "\n";
+    text += "  Missing, in the instance and in all known repositories: " + printable(artifact) + "\n";
   }
-  if (undo.missing.may_be_in.empty()) return text;
-  text += "  Warning: the director fails unless one of these has that, which cannot be examined here:\n";
-  for (const std::string& url : undo.missing.may_be_in) text += "    " + printable(url) + "\n";
+  if (undo.missing.unexamined.empty()) return text;
+  text +=
+      "  Warning: the director fails unless one of these repositories, which cannot be examined here, has what is missing:\n";
+  for (const std::string& url : undo.missing.unexamined) text += "    " + printable(url) + "\n";
   return text;
 }
 
@@ -58,16 +59,16 @@ std::string end_of(const Undo& undo) {
     return text;
   }
   if (undo.is_dry_run) return "  Dry run: nothing was changed.\n";
-  return undo.reversion ? "  Done\n" : "  Nothing to do: the instance has just these units.\n";
+  return undo.reversion ? "  Done\n" : "  Nothing to do: the instance has the units of this state already.\n";
 }
 
 }  // namespace
 
 std::string found_text(const Undo& undo) {
   std::string text = "Eclipse " + printable(undo.executable) + "\n";
-  if (!undo.way.target.empty()) text += "  Back to the state " + dated(undo.way.target) + "\n";
+  if (!undo.way.target.empty()) text += "  Reverts to the state " + dated(undo.way.target) + "\n";
   for (const RecordedRun* const run : undo.way.runs) text += "  Undoes: " + printable(run->command) + "\n";
-  text += others_of(undo);
+  text += outside_changes_of(undo);
   if (undo.change) text += "  Changes:\n" + change_text(*undo.change, "    ");
   return text + missing_of(undo);
 }
@@ -80,9 +81,9 @@ std::string undone_text(const Undo& undo) {
 void print_undo(const Undo& undo, int exit_status) {
   Json runs = Json::array();
   for (const RecordedRun* const run : undo.way.runs) runs.push_back(recorded_run_json(*run));
-  Json others = Json::array();
-  for (const Undo::OtherState& other : undo.others) {
-    others.push_back({{"time", other.time}, {"change", change_json(other.change)}});
+  Json changes = Json::array();
+  for (const Undo::OutsideChange& outside : undo.outside_changes) {
+    changes.push_back({{"time", outside.time}, {"change", change_json(outside.change)}});
   }
   Json variables;
   if (undo.variables_written) {
@@ -97,9 +98,9 @@ void print_undo(const Undo& undo, int exit_status) {
                {"to", text_or_null(undo.way.target)},
                {"runs", runs},
                {"change", undo.change ? change_json(*undo.change) : Json()},
-               {"others", others},
+               {"outsideChanges", changes},
                {"missing", undo.missing.artifacts},
-               {"mayBeIn", undo.missing.may_be_in},
+               {"unexaminedRepositories", undo.missing.unexamined},
                {"command", was_started(undo) ? Json(undo.reversion->command) : Json()},
                {"failure", has_failed ? failure_json(*undo.reversion->failure) : Json()},
                {"variables", variables},

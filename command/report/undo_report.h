@@ -15,8 +15,8 @@
 namespace eclipse_report {
 
 struct Undo {
-  /// A state that no known run has made, and what it changed.
-  struct OtherState {
+  /// A state that was made outside eclipse-int, and what it changed.
+  struct OutsideChange {
     std::string time;
     eclipse_p2::UnitChange change;
   };
@@ -28,18 +28,18 @@ struct Undo {
   std::string newest;  ///< the time of the newest state before; empty when there is none
   eclipse_instance::WayBack way;
   std::optional<eclipse_p2::UnitChange> change;  ///< from the newest state to the older one, when both can be read
-  std::vector<OtherState> others;                ///< that are undone, too, newest first
+  std::vector<OutsideChange> outside_changes;    ///< that are undone, too, newest first
   eclipse_instance::MissingArtifacts missing;    ///< that the director would need
   bool knows_cached = false;                     ///< what the host knew as the executable of an earlier run
   std::optional<std::string> cached;             ///< that; nothing when it was unset
   std::optional<std::string> variables_written;  ///< the file to which it was written
   std::string variables_of_run;  ///< the file to which the last run wrote its variables; empty when there is none
   std::optional<eclipse_instance::Reversion> reversion;  ///< when the director was started
-  std::string error;                                     ///< why the instance was not brought back; empty when it was
+  std::string error;                                     ///< why the instance was not reverted; empty when it was
   std::optional<eclipse_instance::InstanceDamage> damage;
 };
 
-/// What is taken back, as it is known before.
+/// What is undone, as it is known before.
 std::string found_text(const Undo& undo);
 
 /// What came of it.

@@ -35,7 +35,7 @@ std::string about_root(const CheckedUnit& checked) {
 /// The director does not replace it by the lower version.
 std::string about_newer(const CheckedUnit& checked) {
   if (checked.newer.empty()) return "";
-  return " in the newer version " + printable(checked.newer) + "; the session brings " + printable(checked.brought);
+  return " in the newer version " + printable(checked.newer) + "; the session offers " + printable(checked.brought);
 }
 
 std::string difference(const CheckedUnit& checked, const Verification& verification) {
@@ -46,7 +46,7 @@ std::string difference(const CheckedUnit& checked, const Verification& verificat
     text += verification.knows_all() ? " is not installed" : " is not installed by name";
     if (!checked.other_versions.empty()) text += ", but version " + some_of(checked.other_versions, most_listed) + " is";
     if (!checked.other_versions.empty() && !checked.brought.empty()) {
-      text += "; the session brings " + printable(checked.brought);
+      text += "; the session offers " + printable(checked.brought);
     }
   }
   return text + " (" + some_of(checked.places, most_listed) + ")\n";
@@ -79,14 +79,29 @@ std::string notes_on(const Verification& verification) {
          (error.empty() ? ".\n" : ": " + printable(error) + "\n");
 }
 
+/// "the 1 unit", "all 3 units", or "1 of 3 units", with what is to come of them, and a verb.
+std::string counted_units(const Verification& verification, std::size_t differences) {
+  const std::size_t all = verification.units.size();
+  const std::string to_be = verification.is_removal ? " to be removed" : " to be installed";
+  if (differences > 0) {
+    return std::to_string(differences) + " of " + counted(all, "unit") + to_be + (differences == 1 ? " is " : " are ");
+  }
+  return (all == 1 ? "the " : "all ") + counted(all, "unit") + to_be + (all == 1 ? " is " : " are ");
+}
+
 /// To be read before the name of the executable.
 std::string summary(const Verification& verification, std::size_t differences) {
   if (verification.units.empty()) return "the session installs nothing into ";
-  const std::size_t count = differences == 0 ? verification.units.size() : differences;
-  const std::string units =
-      std::to_string(count) + " of " + std::to_string(verification.units.size()) + " units that the session ";
-  if (verification.is_removal) return units + "removes are " + (differences == 0 ? "not installed in " : "still installed in ");
-  return units + "installs are " + (differences == 0 ? "installed in " : "not installed in ");
+  const bool is_installed = verification.is_removal == (differences > 0);
+  const std::string word =
+      is_installed ? (verification.is_removal ? "still installed in " : "installed in ") : "not installed in ";
+  return counted_units(verification, differences) + word;
+}
+
+std::string unremoved_count(const Verification& verification) {
+  const std::size_t count = verification.unremoved.size();
+  if (count == 0) return "";
+  return "; " + counted(count, "unit") + " selected for removal " + (count == 1 ? "is" : "are") + " still installed";
 }
 
 }  // namespace
@@ -95,7 +110,8 @@ std::string verification_text(const Verification& verification) {
   const auto differences = verification.differences();
   std::string text = verification.is_same() ? "Same: " : "Different: ";
   text += summary(verification, differences.size()) + printable(verification.executable);
-  text += verification.source == Source::profile ? ", as its p2 profile records\n" : "\n";
+  if (verification.source == Source::profile) text += ", according to its p2 profile";
+  text += unremoved_count(verification) + "\n";
   for (const CheckedUnit& checked : differences) text += difference(checked, verification);
   return text + not_removed(verification) + notes_on(verification);
 }

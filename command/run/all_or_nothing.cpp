@@ -139,18 +139,18 @@ void AllOrNothing::go_back(Session& session, RunRecord& record) {
     error_ = error.what();
   }
   if (!error_.empty()) return;
-  record.went_back_to = before_;
+  record.reverted_to = before_;
   restore(session, record.variables_before, eclipse_host::cached_executable);
 }
 
 /// No director can start from what one has left that was stopped while it wrote.
 void AllOrNothing::repair() {
   const RepairPlan plan = plan_repair(instance_);
-  const std::string too_much = too_much_taken_back(plan);
+  const std::string too_much = too_much_reverted(plan);
   if (!too_much.empty()) throw RepairError(too_much);
-  const auto to_move = states_to_move(plan.states, plan.to);
-  if (plan.to_bring_back) brought_back_ = bring_back(*plan.to_bring_back, instance_);
-  for (const ProfileState& state : to_move) moved_.push_back(move_aside(state));
+  const auto to_rename = states_to_rename(plan.states, plan.to);
+  if (plan.to_restore) restored_ = restore(*plan.to_restore, instance_);
+  for (const ProfileState& state : to_rename) renamed_.push_back(rename_aside(state));
 }
 
 void AllOrNothing::revert_unless_unchanged() {
@@ -162,7 +162,7 @@ void AllOrNothing::revert_unless_unchanged() {
   if (!error_.empty()) return;
   change_ = change_between(installed_in(newest), installed_in(target));
   if (change_->is_empty()) return;
-  print_message("not all features were " + std::string(plan_.is_removal ? "removed" : "installed") + "; going back");
+  print_message("not all features were " + std::string(plan_.is_removal ? "removed" : "installed") + "; reverting");
   std::vector<std::string> urls = plan_.repository_urls();
   for (std::string& url : read_run_journal(instance_).repositories()) urls.push_back(std::move(url));
   reversion_ = revert(plan_.executable, before_, urls, Interruption::observer().command_progress);
@@ -172,15 +172,15 @@ void AllOrNothing::revert_unless_unchanged() {
 std::string AllOrNothing::text() const {
   if (is_whole_) return "";
   std::string text = "\nAll or nothing:\n";
-  text += brought_back_.empty() ? "  Not all features were " + std::string(plan_.is_removal ? "removed" : "installed")
-                                : "  A director has damaged the Eclipse instance";
-  text += was_taken_back() ? ", so the instance is as it was before the run: the state " + dated(before_) + ".\n"
-                           : ".\n  Error: the instance is not as it was before the run: " + printable(error_) + "\n";
-  for (const auto& file : moved_) text += "  A state of the profile was moved aside: " + printable(file.string()) + "\n";
-  for (const auto& file : brought_back_) text += "  A file was brought back: " + printable(file.string()) + "\n";
+  text += restored_.empty() ? "  Not all features were " + std::string(plan_.is_removal ? "removed" : "installed")
+                            : "  A director has damaged the Eclipse instance";
+  text += was_reverted() ? ", so the instance is as it was before the run: the state " + dated(before_) + ".\n"
+                         : ".\n  Error: the instance is not as it was before the run: " + printable(error_) + "\n";
+  for (const auto& file : renamed_) text += "  Renamed a damaged state of the profile to " + printable(file.string()) + "\n";
+  for (const auto& file : restored_) text += "  Restored: " + printable(file.string()) + "\n";
   if (reversion_) text += "  Command: " + printable(reversion_->command) + "\n";
   if (reversion_ && reversion_->failure) text += "  Why: " + failure_text(*reversion_->failure, "    ");
-  return change_ && was_taken_back() ? text + "  Taken back:\n" + change_text(*change_, "    ") : text;
+  return change_ && was_reverted() ? text + "  Reverting changed:\n" + change_text(*change_, "    ") : text;
 }
 
 void AllOrNothing::add_to(Json& json) const {
@@ -188,9 +188,9 @@ void AllOrNothing::add_to(Json& json) const {
   const bool has_failed = reversion_ && reversion_->failure;
   json["allOrNothing"] = {{"whole", is_whole_},
                           {"before", text_or_null(before_)},
-                          {"wentBackTo", was_taken_back() ? Json(before_) : Json()},
-                          {"movedAside", paths_json(moved_)},
-                          {"broughtBack", paths_json(brought_back_)},
+                          {"revertedTo", was_reverted() ? Json(before_) : Json()},
+                          {"renamed", paths_json(renamed_)},
+                          {"restored", paths_json(restored_)},
                           {"change", change_ ? change_json(*change_) : Json()},
                           {"command", reversion_ ? Json(reversion_->command) : Json()},
                           {"failure", has_failed ? failure_json(*reversion_->failure) : Json()},

@@ -1,4 +1,4 @@
-// A run after which the instance has everything that the session brings, or is as it was.
+// A run after which the instance has everything that the session offers, or is as it was.
 #ifndef ECLIPSE_INT_RUN_ALL_OR_NOTHING_H
 #define ECLIPSE_INT_RUN_ALL_OR_NOTHING_H
 
@@ -19,11 +19,11 @@ namespace eclipse_run {
 
 class AllOrNothing {
  public:
-  /// The run that may be taken back, and its additions to the report.
+  /// The run that may be reverted, and its additions to the report.
   AllOrNothing(RunFunction run, ReportAdditions additions);
 
   /// Both refer to this object.
-  ///   allOrNothing: {whole, before: time or null, wentBackTo: time or null, movedAside: [file], broughtBack: [file],
+  ///   allOrNothing: {whole, before: time or null, revertedTo: time or null, renamed: [file], restored: [file],
   ///     change, command, failure,
   ///     error}, only when the session has a command
   RunFunction function();
@@ -38,7 +38,7 @@ class AllOrNothing {
   void go_back(eclipse_host::Session& session, eclipse_host::RunRecord& record);
   void repair();
   void revert_unless_unchanged();
-  bool was_taken_back() const { return !is_whole_ && error_.empty(); }
+  bool was_reverted() const { return !is_whole_ && error_.empty(); }
   std::string text() const;
   void add_to(nlohmann::ordered_json& json) const;
 
@@ -50,8 +50,8 @@ class AllOrNothing {
   std::string before_;              ///< the time of the newest state before the run; empty when there is none
   bool was_damaged_ = false;
   bool is_whole_ = true;
-  std::vector<std::filesystem::path> moved_;         ///< the new names of states that the run left damaged
-  std::vector<std::filesystem::path> brought_back_;  ///< files of the configuration that the run left damaged
+  std::vector<std::filesystem::path> renamed_;   ///< the new names of states that the run left damaged
+  std::vector<std::filesystem::path> restored_;  ///< files of the configuration that the run left damaged
   std::optional<eclipse_p2::UnitChange> change_;
   std::optional<eclipse_instance::Reversion> reversion_;
   std::string error_;                                         ///< why the instance is not as it was

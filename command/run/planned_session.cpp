@@ -79,7 +79,7 @@ void mark_failing(eclipse_preview::Preview& preview, const Resolution& resolutio
   for (auto& feature : preview.features) {
     if (std::find(failing.begin(), failing.end(), feature.feature) == failing.end()) continue;
     feature.change = eclipse_preview::Change::fail;
-    if (feature.remark.empty() || feature.remark == updated) feature.remark = "the director says why below";
+    if (feature.remark.empty() || feature.remark == updated) feature.remark = "see what the director says below";
   }
 }
 

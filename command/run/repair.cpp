@@ -27,13 +27,13 @@ namespace eclipse_run {
 
 namespace {
 
-bool changes_files(const Repair& repair) { return !repair.moves.empty() || !repair.brought_back.empty(); }
+bool changes_files(const Repair& repair) { return !repair.renamed.empty() || !repair.restored.empty(); }
 
-/// The bundles of the states to be moved that stay listed. A state that is damaged has none.
-std::vector<eclipse_p2::Unit> bundles_left(const RepairPlan& plan, const std::vector<ProfileState>& left,
-                                           const fs::path& instance) {
-  if (plan.states.size() == left.size() || plan.to_bring_back || left.empty()) return {};
-  return eclipse_p2::bundles_left(instance, plan.states.front(), left.front());
+/// The bundles of the states to be renamed that stay listed. A state that is damaged has none.
+std::vector<eclipse_p2::Unit> orphaned_bundles(const RepairPlan& plan, const std::vector<ProfileState>& left,
+                                               const fs::path& instance) {
+  if (plan.states.size() == left.size() || plan.to_restore || left.empty()) return {};
+  return eclipse_p2::orphaned_bundles(instance, plan.states.front(), left.front());
 }
 
 /// Throws RepairError and FileError.
@@ -42,39 +42,41 @@ void repair_files(Repair& repair, const fs::path& instance, const std::optional<
   repair.states = plan.states;
   repair.unit_counts = plan.unit_counts;
   repair.configuration = plan.configuration;
-  repair.taken_back = plan.taken_back;
-  const auto to_move = eclipse_instance::states_to_move(plan.states, plan.to);
-  const std::vector<ProfileState> left(plan.states.begin() + static_cast<std::ptrdiff_t>(to_move.size()), plan.states.end());
+  repair.reverted = plan.reverted;
+  const auto to_rename = eclipse_instance::states_to_rename(plan.states, plan.to);
+  const std::vector<ProfileState> left(plan.states.begin() + static_cast<std::ptrdiff_t>(to_rename.size()), plan.states.end());
   repair.lost = eclipse_instance::lost_units(instance, left);
-  repair.bundles_left = bundles_left(plan, left, instance);
-  if (plan.configuration && !plan.configuration->is_startable && !plan.to_bring_back) {
-    throw eclipse_instance::RepairError(eclipse_instance::fix_of(*plan.configuration, repair.executable));
+  repair.orphaned_bundles = orphaned_bundles(plan, left, instance);
+  if (plan.configuration && !plan.configuration->is_startable && !plan.to_restore) {
+    throw eclipse_instance::RepairError("the configuration would stay damaged" +
+                                        (plan.to ? " in the state " + *plan.to : std::string()) + "; " +
+                                        eclipse_instance::fix_of(*plan.configuration, repair.executable));
   }
-  const std::string too_much = to ? "" : eclipse_instance::too_much_taken_back(plan);
+  const std::string too_much = to ? "" : eclipse_instance::too_much_reverted(plan);
   if (!too_much.empty()) throw eclipse_instance::RepairError(too_much);
   const std::string no_director =
-      to_move.empty() || left.empty() ? "" : eclipse_instance::why_not_newest(instance, left.front());
+      to_rename.empty() || left.empty() ? "" : eclipse_instance::why_not_newest(instance, left.front());
   if (!no_director.empty()) {
     throw eclipse_instance::RepairError(no_director +
                                         "; choose a newer one with --to, or restore the p2 profile from a backup");
   }
   // A repair that is stopped between the two leaves bundles unlisted, and the next one goes on. The other way round, bundles
   // would stay listed.
-  if (plan.to_bring_back) {
-    const auto bring_back = repair.is_dry_run ? eclipse_instance::differing_files : eclipse_instance::bring_back;
-    repair.brought_back = bring_back(*plan.to_bring_back, instance);
+  if (plan.to_restore) {
+    const auto restore = repair.is_dry_run ? eclipse_instance::differing_files : eclipse_instance::restore;
+    repair.restored = restore(*plan.to_restore, instance);
   }
-  const auto move = [&](const ProfileState& state) {
-    repair.moves.push_back({state.file, repair.is_dry_run ? fs::path() : eclipse_instance::move_aside(state)});
+  const auto rename = [&](const ProfileState& state) {
+    repair.renamed.push_back({state.file, repair.is_dry_run ? fs::path() : eclipse_instance::rename_aside(state)});
   };
-  std::for_each(to_move.begin(), to_move.end(), move);
-  for (const fs::path& file : eclipse_p2::misnamed_states(instance)) move({file, "", "", false, {}});
+  std::for_each(to_rename.begin(), to_rename.end(), rename);
+  for (const fs::path& file : eclipse_p2::misnamed_states(instance)) rename({file, "", "", false, {}});
 }
 
 /// What the repair has not repaired, with its fix, unless that was said already.
 void look_for_damage(Repair& repair) {
   const bool would_change_files = repair.is_dry_run && changes_files(repair);
-  if (repair.lost || !repair.bundles_left.empty() || would_change_files) return;
+  if (repair.lost || !repair.orphaned_bundles.empty() || would_change_files) return;
   repair.damage = eclipse_instance::instance_damage(repair.executable);
 }
 
@@ -87,7 +89,7 @@ void ask(Repair& repair) {
 
 int exit_status_of(const Repair& repair) {
   const bool is_damaged =
-      repair.lost || repair.damage || (repair.configuration && !changes_files(repair)) || !repair.bundles_left.empty();
+      repair.lost || repair.damage || (repair.configuration && !changes_files(repair)) || !repair.orphaned_bundles.empty();
   return repair.error.empty() && !is_damaged && !(repair.is_dry_run && changes_files(repair)) ? exit_success : exit_failure;
 }
 

@@ -60,8 +60,8 @@ void record_with_warning(const std::filesystem::path& instance, const eclipse_in
   try {
     const auto aside = eclipse_instance::set_unreadable_journal_aside(instance);
     if (!aside.empty()) {
-      print_message("warning: the list of runs cannot be read, and is now " + eclipse_base::printable(aside.string()) +
-                    "; \"undo\" takes back no run before this one");
+      print_message("warning: the list of runs cannot be read and was renamed to " + eclipse_base::printable(aside.string()) +
+                    "; \"undo\" cannot undo earlier runs");
     }
     eclipse_instance::record_run(instance, run);
   } catch (const eclipse_base::FileError& error) {
@@ -115,7 +115,7 @@ void RunRecording::end() {
     eclipse_instance::forget_beginning(instance_);
     return;
   }
-  run_.went_back_to = record_.went_back_to;
+  run_.reverted_to = record_.reverted_to;
   run_.repositories = repositories_of(record_);
   run_.cached_after = cached_in(session_);
   record_with_warning(instance_, run_);

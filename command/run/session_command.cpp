@@ -191,7 +191,7 @@ int SessionCommand::perform(const RunFunction& run, Directors directors, const R
     return abort(error.what(), additions, log);
   }
   look_at_profile(executable);
-  if (record_.went_back_to.empty()) record_.contradiction = recording.contradiction();
+  if (record_.reverted_to.empty()) record_.contradiction = recording.contradiction();
   const int status = end(report, additions, log);
   print_damage(damage_);
   return status;

@@ -74,18 +74,18 @@ UnitChange change_of_states(const fs::path& instance, const std::string& before,
 
 /// What other people changed is what counts, not the states that p2 writes without a change. They may have worked on the
 /// instance during a run, too.
-std::vector<Undo::OtherState> changes_of_others(const fs::path& instance, const WayBack& way) {
-  std::vector<Undo::OtherState> others;
+std::vector<Undo::OutsideChange> outside_changes(const fs::path& instance, const WayBack& way) {
+  std::vector<Undo::OutsideChange> changes;
   const std::vector<std::string> times = state_times(instance);
   for (const std::string& time : way.states_of_others) {
     const auto older = std::find(times.begin(), times.end(), time) + 1;
-    if (older < times.end()) others.push_back({time, change_of_states(instance, *older, time)});
+    if (older < times.end()) changes.push_back({time, change_of_states(instance, *older, time)});
   }
   for (const RecordedRun* const run : way.runs) {
-    others.push_back({run->after, run->not_asked_for(change_of_states(instance, run->before, run->after))});
+    changes.push_back({run->after, run->not_asked_for(change_of_states(instance, run->before, run->after))});
   }
-  std::erase_if(others, [](const Undo::OtherState& other) { return other.change.is_empty(); });
-  return others;
+  std::erase_if(changes, [](const Undo::OutsideChange& outside) { return outside.change.is_empty(); });
+  return changes;
 }
 
 /// What the host knew as the executable of an earlier run when the state was the newest one.
@@ -127,16 +127,17 @@ void look_at(Undo& undo, const UndoOptions& options) {
   undo.error = why_not_revertible(newest, target);
   if (!undo.error.empty()) return;
   undo.change = change_between(installed_in(newest), installed_in(target));
-  undo.others = changes_of_others(instance, undo.way);
+  undo.outside_changes = outside_changes(instance, undo.way);
   find_cached(undo);
   if (!undo.way.runs.empty()) undo.variables_of_run = undo.way.runs.front()->variables_file;
-  if (!undo.others.empty() && !undo.is_forced) {
-    undo.error = "this would also take back the changes above, which no recorded run made; use --force to take them back, too";
+  if (!undo.outside_changes.empty() && !undo.is_forced) {
+    undo.error = "this would also undo the changes above, which were made outside eclipse-int; use --force to undo them, too";
   }
   if (undo.change->is_empty()) return;
   undo.missing = missing_artifacts(instance, newest, target, repositories_for(undo, options.repositories));
   if (undo.error.empty() && undo.missing.is_certain())
-    undo.error = "the director would fail, since it finds what is needed nowhere; use --repository with one that has it";
+    undo.error =
+        "the director would fail, since no known repository has what is missing; use --repository with one that has it";
 }
 
 /// Throws Interrupted.
@@ -150,7 +151,7 @@ void go_back(Undo& undo, const std::vector<std::string>& repositories) {
 
 std::set<std::string> ids_of(const UnitChange& change) {
   std::set<std::string> ids;
-  for (const auto* const units : {&change.came_in, &change.went_out, &change.now_by_name, &change.no_longer_by_name}) {
+  for (const auto* const units : {&change.installed, &change.removed, &change.now_by_name, &change.no_longer_by_name}) {
     for (const Unit& unit : *units) ids.insert(unit.id);
   }
   return ids;
@@ -201,7 +202,7 @@ int undo_last_run(Undo& undo, const UndoOptions& options) {
   if (!options.session.json) std::cout << found_text(undo) << std::flush;
   undo.damage = undo.is_dry_run ? instance_damage_at_rest(undo.executable) : instance_damage(undo.executable);
   if (undo.error.empty() && undo.damage && undo.damage->is_fatal)
-    undo.error = "nothing was run, since the Eclipse instance needs a repair first";
+    undo.error = "the Eclipse instance is damaged; " + undo.damage->fix;
   if (undo.is_dry_run && is_in_use(instance_directory(undo.executable))) {
     undo.error = "another director is at work on the instance, and may change it; try again when it has ended";
   }

@@ -26,7 +26,7 @@ struct UndoResult {
   int exit_status = 0;
 };
 
-/// Brings the instance back to the older state, unless that takes back what nobody asked for, and lets the variables follow.
+/// Reverts the instance to the older state, unless that undoes what nobody asked for, and lets the variables follow.
 /// Without --json, prints what it found before it does anything. Throws FileError, PluginError, UsageError, InstanceError and
 /// InstanceInUse before anything is changed.
 UndoResult perform_undo(const UndoOptions& options);

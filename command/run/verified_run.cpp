@@ -124,7 +124,7 @@ std::string VerifiedRun::text() const {
 std::string VerifiedRun::changes() const {
   if (!before_ || !after_) return "";
   const UnitChange change = change_between(before_->installed, after_->installed);
-  const std::string changes = lines("Installed", change.came_in) + lines("Removed", change.went_out) +
+  const std::string changes = lines("Installed", change.installed) + lines("Removed", change.removed) +
                               lines("Now installed by name (before: as a requirement)", change.now_by_name) +
                               lines("Still installed, but no longer by name", change.no_longer_by_name);
   return changes.empty() ? "  Nothing was installed or removed.\n" : changes;

@@ -20,7 +20,7 @@ class VerifiedRun {
 
   /// The findings, once the session was run. It refers to this object.
   ///   verification: {planned: whether the session has a command, reasons: [text], why it has none, only when it has none,
-  ///     notRemovable: [unit], staying: [unit], before: [root], after: as verify prints it, cameIn: [root], wentOut: [root],
+  ///     notRemovable: [unit], staying: [unit], before: [root], after: as verify prints it, installed: [root], removed: [root],
   ///     nowByName: [root], noLongerByName: [root], errors: [text]}
   ReportAdditions additions() const;
 

@@ -39,7 +39,7 @@ struct RunRecord {
   /// Why a success that a director reports is not believed; empty when it is.
   std::string contradiction;
   /// The time of the state of the profile to which the instance was brought back after the run; empty when it was not.
-  std::string went_back_to;
+  std::string reverted_to;
 
   /// True when the integration failed: the run was refused, an action's result is not 0, a retry's command failed, or a success
   /// is not believed.

@@ -16,7 +16,7 @@ namespace eclipse_update {
 namespace {
 
 std::string text_about(const Replacement& replacement) {
-  return replacement.installed.id + " " + replacement.installed.version + " is installed, and the session brings " +
+  return replacement.installed.id + " " + replacement.installed.version + " is installed, and the session offers " +
          (replacement.is_downgrade ? "only " : "") + replacement.offered.version;
 }
 
@@ -32,7 +32,7 @@ std::string texts_about_rivals(const std::vector<Replacement>& replacements) {
   std::vector<std::string> texts;
   for (const Replacement& replacement : replacements) {
     if (replacement.rival.empty()) continue;
-    texts.push_back("the session brings " + replacement.offered.id + " in the versions " + replacement.offered.version + " (" +
+    texts.push_back("the session offers " + replacement.offered.id + " in the versions " + replacement.offered.version + " (" +
                     replacement.place + ") and " + replacement.rival);
   }
   return texts.empty() ? "" : eclipse_base::first_few(texts);

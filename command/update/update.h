@@ -17,7 +17,7 @@ namespace eclipse_update {
 /// A root that the director would not replace by itself.
 struct Replacement {
   eclipse_p2::Unit installed;
-  eclipse_p2::Unit offered;  ///< the version that the session brings: the highest that its repositories offer, or that it names
+  eclipse_p2::Unit offered;  ///< the version that the session offers: the highest that its repositories offer, or that it names
   std::string place;         ///< the descriptor line that names it, as "FILE:LINE"
   bool is_downgrade = false;
   std::string rival = {};  ///< as BroughtUnit has it: the session contradicts itself, so no update can do what it says

@@ -42,9 +42,9 @@ TEST_F(AllOrNothing, LeavesAWholeRunAsItIs) {
   script(1, leave("with-both", "2"));
   EXPECT_EQ(run(0).at("allOrNothing"), (Json{{"whole", true},
                                              {"before", "1"},
-                                             {"wentBackTo", nullptr},
-                                             {"movedAside", Json::array()},
-                                             {"broughtBack", Json::array()},
+                                             {"revertedTo", nullptr},
+                                             {"renamed", Json::array()},
+                                             {"restored", Json::array()},
                                              {"change", nullptr},
                                              {"command", nullptr},
                                              {"failure", nullptr},
@@ -59,7 +59,7 @@ TEST_F(AllOrNothing, TakesBackHalfARun) {
   script(4, go_back);
   const Outcome outcome = eclipse_int("run session.json --all-or-nothing --write-variables v.json");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.error, "eclipse-int: not all features were installed; going back\n");
+  EXPECT_EQ(outcome.error, "eclipse-int: not all features were installed; reverting\n");
   EXPECT_NE(outcome.output.find("\nAll or nothing:\n"
                                 "  Not all features were installed, so the instance is as it was before the run: the state 1 "
                                 "(1970-01-01 00:00:00 UTC).\n"
@@ -70,7 +70,7 @@ TEST_F(AllOrNothing, TakesBackHalfARun) {
   EXPECT_TRUE(fs::exists(registry + "9.profile"));
   EXPECT_FALSE(Json::parse(content_of("v.json")).contains("CASHED_ECLIPSE_PATH")) << "the instance is as new as before";
   const Json history = Json::parse(eclipse_int("history eclipse --json").output);
-  EXPECT_EQ(history.at("states").at(0).at("run").at("wentBackTo"), "1");
+  EXPECT_EQ(history.at("states").at(0).at("run").at("revertedTo"), "1");
 }
 
 /// As when the disk is full: the director reports success nevertheless, and no other director could start.
@@ -111,7 +111,7 @@ TEST_F(AllOrNothing, AnInstanceWithoutItsProfileIsNotWhole) {
 TEST_F(AllOrNothing, StartsNoDirectorWhenNothingHasChanged) {
   for (int start = 1; start <= 3; ++start) script(start, "exit 13");
   const Json result = run(1);
-  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), "1");
+  EXPECT_EQ(result.at("allOrNothing").at("revertedTo"), "1");
   EXPECT_EQ(result.at("allOrNothing").at("command"), nullptr);
   EXPECT_EQ(result.at("commands").size(), 3U);
 }
@@ -121,7 +121,7 @@ TEST_F(AllOrNothing, TakesBackARunThatASignalEnds) {
   script(2, go_back);
   const Json result = run(143);
   EXPECT_EQ(result.at("status"), "interrupted");
-  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), "1");
+  EXPECT_EQ(result.at("allOrNothing").at("revertedTo"), "1");
   EXPECT_TRUE(fs::exists(registry + "9.profile"));
 }
 
@@ -129,7 +129,7 @@ TEST_F(AllOrNothing, LeavesAWholeRunThatASignalEnds) {
   script(1, leave("with-both", "2") + "; kill -s TERM $(cat number); sleep 0.3");
   const Json result = run(143);
   EXPECT_EQ(result.at("allOrNothing").at("whole"), true);
-  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), nullptr);
+  EXPECT_EQ(result.at("allOrNothing").at("revertedTo"), nullptr);
   EXPECT_FALSE(fs::exists(registry + "9.profile"));
 }
 
@@ -137,7 +137,7 @@ TEST_F(AllOrNothing, TakesBackARunThatTwoSignalsEnd) {
   script(1, leave("with-one", "2") + "; kill -s INT $(cat number); sleep 0.5; kill -s INT $(cat number); exec sleep 100");
   script(2, go_back + "; sleep 0.5");
   const Json result = run(130);
-  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), "1") << "these signals do not stop the way back";
+  EXPECT_EQ(result.at("allOrNothing").at("revertedTo"), "1") << "these signals do not stop the way back";
 }
 
 TEST_F(AllOrNothing, TheWayBackIsGentleToo) {
@@ -145,7 +145,7 @@ TEST_F(AllOrNothing, TheWayBackIsGentleToo) {
   script(2, leave("with-one", "2"));
   script(3, "exit 13");
   script(4, "kill -s TERM $(cat number); sleep 0.5; " + go_back);
-  EXPECT_EQ(run(1).at("allOrNothing").at("wentBackTo"), "1");
+  EXPECT_EQ(run(1).at("allOrNothing").at("revertedTo"), "1");
 }
 
 TEST_F(AllOrNothing, SaysWhenTheWayBackWasStopped) {
@@ -154,7 +154,7 @@ TEST_F(AllOrNothing, SaysWhenTheWayBackWasStopped) {
   script(3, "exit 13");
   script(4, "kill -s TERM $(cat number); sleep 0.5; kill -s TERM $(cat number); exec sleep 100");
   const Json result = run(143);
-  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), nullptr);
+  EXPECT_EQ(result.at("allOrNothing").at("revertedTo"), nullptr);
   EXPECT_EQ(result.at("allOrNothing").at("error"), "SIGTERM stopped the director on the way back");
 }
 
@@ -164,8 +164,8 @@ TEST_F(AllOrNothing, MovesADamagedStateAside) {
   script(3, "printf '<profile' > " + registry + "4.profile; kill -s KILL $$");
   script(4, go_back);
   const Json result = run(1);
-  EXPECT_EQ(result.at("allOrNothing").at("movedAside"), Json({"DIRECTORY/" + registry + "4.profile.damaged"}));
-  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), "1");
+  EXPECT_EQ(result.at("allOrNothing").at("renamed"), Json({"DIRECTORY/" + registry + "4.profile.damaged"}));
+  EXPECT_EQ(result.at("allOrNothing").at("revertedTo"), "1");
 }
 
 TEST_F(AllOrNothing, TakesBackARemovalThatLeavesSomething) {
@@ -175,7 +175,7 @@ TEST_F(AllOrNothing, TakesBackARemovalThatLeavesSomething) {
   script(2, go_back);
   const Json result = run(1);
   EXPECT_EQ(result.at("status"), "done") << "of the director";
-  EXPECT_EQ(result.at("allOrNothing").at("wentBackTo"), "1");
+  EXPECT_EQ(result.at("allOrNothing").at("revertedTo"), "1");
 }
 
 TEST_F(AllOrNothing, SaysWhenTheDirectorDoesNotGoBack) {
@@ -215,7 +215,7 @@ TEST_F(AllOrNothing, DoesNotTakeAnotherProfileForThatOfTheDirector) {
   script(2, "true");
   script(3, "exit 13");
   const Json result = run(1).at("allOrNothing");
-  EXPECT_EQ(result.at("wentBackTo"), nullptr);
+  EXPECT_EQ(result.at("revertedTo"), nullptr);
   EXPECT_EQ(
       result.at("error"),
       "the director reports success, but has written no new state of the p2 profile since 1: it worked on another profile, or "

@@ -100,15 +100,15 @@ TEST_F(Repair, BringsBackTheConfigurationThatADirectorHasCut) {
       configuration + " has no settings\n";
   EXPECT_EQ(eclipse_int("repair eclipse --dry-run"),
             (Outcome{1,
-                     states + "  Would move aside: DIRECTORY/" + registry + "2.profile\n  Would bring back: DIRECTORY/" +
+                     states + "  Would rename: DIRECTORY/" + registry + "2.profile\n  Would restore: DIRECTORY/" +
                          configuration + "\n",
                      ""}));
   EXPECT_EQ(content_of(configuration), "");
   script(2, "echo one/1.0.0");
   EXPECT_EQ(eclipse_int("repair eclipse"),
             (Outcome{0,
-                     states + "  Moved aside: DIRECTORY/" + registry + "2.profile.damaged\n  Brought back: DIRECTORY/" +
-                         configuration + "\n  The director answers. Installed by name:\n    one/1.0.0\n",
+                     states + "  Moved aside: DIRECTORY/" + registry + "2.profile.damaged\n  Restored: DIRECTORY/" +
+                         configuration + "\n  The director starts. Installed by name:\n    one/1.0.0\n",
                      ""}));
   EXPECT_EQ(content_of(configuration), "eclipse.p2.profile=P\n");
 }
@@ -158,10 +158,10 @@ TEST_F(Repair, TakesBackMoreThanARunOnlyOnRequest) {
   EXPECT_TRUE(fs::exists(registry + "6.profile"));
   EXPECT_EQ(content_of(configuration), "");
   const Json document = Json::parse(eclipse_int("repair eclipse --json").output);
-  EXPECT_EQ(document.at("takenBack").at(0).at("run"), nullptr);
-  EXPECT_EQ(document.at("takenBack").at(1).at("run").at("command"), "eclipse-int run session.json");
-  EXPECT_EQ(document.at("takenBack").at(1).at("change").at("otherUnitsIn"), 2);
-  EXPECT_EQ(document.at("moved"), Json::array());
+  EXPECT_EQ(document.at("reverted").at(0).at("run"), nullptr);
+  EXPECT_EQ(document.at("reverted").at(1).at("run").at("command"), "eclipse-int run session.json");
+  EXPECT_EQ(document.at("reverted").at(1).at("change").at("otherUnitsInstalled"), 2);
+  EXPECT_EQ(document.at("renamed"), Json::array());
   script(2, "echo one/1.0.0");
   EXPECT_EQ(eclipse_int("repair eclipse --to 1").status, 0);
   EXPECT_TRUE(fs::exists(registry + "6.profile.damaged"));
@@ -211,7 +211,7 @@ TEST_F(Repair, SaysWhenThereIsNoCopyToBringBack) {
   EXPECT_EQ(repair.status, 1);
   const Json result = Json::parse(repair.output);
   EXPECT_EQ(result.at("configuration"), (Json{{"file", "DIRECTORY/" + configuration}, {"error", "has no settings"}}));
-  EXPECT_EQ(result.at("broughtBack"), Json::array());
+  EXPECT_EQ(result.at("restored"), Json::array());
   EXPECT_EQ(result.at("error"), no_copy);
   EXPECT_EQ(director_calls(), "");
   EXPECT_EQ(eclipse_int("run session.json").error,
@@ -230,7 +230,7 @@ TEST_F(Repair, NamesBundlesThatNoDirectorCanRemoveAnyMore) {
       repair.output.ends_with("2.profile\n"
                               "  Warning: bundles.info still lists two/1.0.0, which only the states to be moved aside contain, "
                               "so Eclipse keeps starting bundles that no director can remove\n"
-                              "    Fix: use \"eclipse-int undo --to\", which lets the director remove it\n"))
+                              "    Fix: use \"eclipse-int undo --to\", which lets the director remove them\n"))
       << repair.output;
 }
 
@@ -345,12 +345,12 @@ TEST_F(Repair, MovesDamagedStatesAsideAndAsksTheEclipse) {
       "    1731234567890 (2024-11-10 10:29:27 UTC): is not well-formed XML\n"
       "    1731234560000 (2024-11-10 10:29:20 UTC): 1 unit\n";
   EXPECT_EQ(eclipse_int("repair eclipse/eclipse --dry-run"),
-            (Outcome{1, states + "  Would move aside: DIRECTORY/" + registry + "1731234567890.profile\n", ""}));
+            (Outcome{1, states + "  Would rename: DIRECTORY/" + registry + "1731234567890.profile\n", ""}));
   EXPECT_EQ(director_calls(), "");
   EXPECT_EQ(eclipse_int("repair eclipse/eclipse"), (Outcome{0,
                                                             states + "  Moved aside: DIRECTORY/" + registry +
                                                                 "1731234567890.profile.damaged\n"
-                                                                "  The director answers. Installed by name:\n"
+                                                                "  The director starts. Installed by name:\n"
                                                                 "    one/1.0.0\n",
                                                             ""}));
   EXPECT_EQ(content_of(registry + "1731234567890.profile.damaged"), damaged) << "nothing is deleted";
@@ -358,7 +358,7 @@ TEST_F(Repair, MovesDamagedStatesAsideAndAsksTheEclipse) {
                                                               "Eclipse DIRECTORY/eclipse/eclipse\n"
                                                               "  Newest states of its p2 profile:\n"
                                                               "    1731234560000 (2024-11-10 10:29:20 UTC): 1 unit\n"
-                                                              "  Nothing to move aside.\n",
+                                                              "  Nothing to repair.\n",
                                                               ""}));
 }
 
@@ -382,12 +382,12 @@ TEST_F(Repair, IsThereForPrograms) {
                      {"status", "readable"},
                      {"error", nullptr},
                      {"units", 1}}}},
-                  {"moved",
+                  {"renamed",
                    {{{"from", "DIRECTORY/" + registry + "2.profile"}, {"to", "DIRECTORY/" + registry + "2.profile.damaged"}}}},
-                  {"takenBack", Json::array()},
+                  {"reverted", Json::array()},
                   {"configuration", nullptr},
-                  {"broughtBack", Json::array()},
-                  {"bundlesLeft", Json::array()},
+                  {"restored", Json::array()},
+                  {"orphanedBundles", Json::array()},
                   {"lostUnits", nullptr},
                   {"roots", {"one/1.0.0"}},
                   {"error", nullptr},
@@ -432,8 +432,8 @@ TEST_F(Repair, GoesBackOnlyOnRequestWhenUnitsWereLost) {
   const Outcome outcome = eclipse_int("repair eclipse");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(outcome.output.find(
-                "  Nothing to move aside.\n"
-                "  Warning: the newest state that can be read has 1 unit, the state before it has 3, and bundles.info "
+                "  Nothing to repair.\n"
+                "  Warning: the newest readable state has 1 unit, the state before it has 3, and bundles.info "
                 "still lists 1 bundle of those that are missing, as if two directors had worked at the same time\n"
                 "    Fix: eclipse-int repair DIRECTORY/eclipse/eclipse --to 1\n"),
             std::string::npos)
@@ -452,10 +452,10 @@ TEST_F(Repair, LeavesAConfigurationAloneThatAPersonHasChanged) {
   script(2, "echo one/1.0.0");
   const Outcome outcome = eclipse_int("repair eclipse --to 1 --json");
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(Json::parse(outcome.output).at("broughtBack"), Json::array());
+  EXPECT_EQ(Json::parse(outcome.output).at("restored"), Json::array());
   EXPECT_EQ(content_of(configuration), osgi + "mine=1\n");
   write_state("2", sound);
-  EXPECT_EQ(Json::parse(eclipse_int("repair eclipse --to 1 --json --dry-run").output).at("broughtBack").size(), 1U)
+  EXPECT_EQ(Json::parse(eclipse_int("repair eclipse --to 1 --json --dry-run").output).at("restored").size(), 1U)
       << "the state moves";
 }
 
@@ -477,7 +477,7 @@ TEST_F(Repair, LetsTheDirectorEndWhenItIsInterrupted) {
   const Outcome outcome = eclipse_int("repair eclipse --json", "sh -c 'echo $$ > number; exec \"$@\"' -");
   EXPECT_EQ(outcome.status, 143);
   EXPECT_TRUE(fs::exists("ended"));
-  EXPECT_EQ(Json::parse(outcome.output).at("moved").size(), 1U) << "what was done is reported";
+  EXPECT_EQ(Json::parse(outcome.output).at("renamed").size(), 1U) << "what was done is reported";
 }
 
 TEST_F(Repair, NeedsAnEclipse) {

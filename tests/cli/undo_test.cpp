@@ -66,7 +66,7 @@ TEST_F(History, ListsStatesWithTheRunsThatMadeThem) {
       (Outcome{0,
                "Eclipse DIRECTORY/eclipse/eclipse\n"
                "  1731234900000 (2024-11-10 10:35:00 UTC): 2 units\n"
-               "    No unit was installed or removed.\n"
+               "    no change\n"
                "  1731234800000 (2024-11-10 10:33:20 UTC): 2 units\n"
                "    + two 1.0.0\n"
                "    - ide 4.0.0\n"
@@ -90,8 +90,8 @@ TEST_F(History, IsThereForPrograms) {
                                                        {"before", "1731234500000"},
                                                        {"after", "1731234600000"},
                                                        {"completed", true},
-                                                       {"wentBackTo", nullptr}}));
-  EXPECT_EQ(result.at("states").at(0).at("change").at("cameIn"), Json({"one/1.0.0"}));
+                                                       {"revertedTo", nullptr}}));
+  EXPECT_EQ(result.at("states").at(0).at("change").at("installed"), Json({"one/1.0.0"}));
   EXPECT_EQ(result.at("states").at(1).at("run"), nullptr);
   EXPECT_EQ(result.at("error"), nullptr);
 }
@@ -150,7 +150,7 @@ TEST_F(Undo, TakesBackTheLastRun) {
   ASSERT_EQ(eclipse_int("run session.json" + variables).status, 0);
   const std::string found =
       "Eclipse DIRECTORY/eclipse/eclipse\n"
-      "  Back to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
+      "  Reverts to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
       "  Undoes: eclipse-int run session.json" +
       variables + "\n";
   EXPECT_EQ(eclipse_int("undo session.json --dry-run"),
@@ -176,7 +176,7 @@ TEST_F(Undo, TakesBackTheLastRun) {
   EXPECT_FALSE(Json::parse(content_of("v.json")).contains("CASHED_ECLIPSE_PATH"));
   EXPECT_TRUE(Json::parse(content_of("v.json")).contains("ECLIPSE_PATH")) << "the others stay";
   EXPECT_EQ(undo("session.json", 1).at("error"),
-            "no run of eclipse-int is recorded for this instance that could be taken back; choose a state with "
+            "this instance has no recorded run of eclipse-int that could be undone; choose a state with "
             "--to TIME (\"eclipse-int history\" lists them)");
 }
 
@@ -193,7 +193,7 @@ TEST_F(Undo, TakesBackOneRunAfterTheOther) {
   EXPECT_EQ(second.at("to"), "1731234500000");
   script(5, leave("1731235000000", {"ide/4.0.0", "one/2.0.0"}));
   const Json forward = undo("--eclipse eclipse --to 1731234700000", 0);
-  EXPECT_EQ(forward.at("change").at("cameIn"), Json({"one/2.0.0"})) << "and forward again";
+  EXPECT_EQ(forward.at("change").at("installed"), Json({"one/2.0.0"})) << "and forward again";
   EXPECT_EQ(undo("--eclipse eclipse --dry-run", 0).at("to"), "1731234600000");
 }
 
@@ -201,13 +201,13 @@ TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChanged) {
   script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   write_state("1731234700000", {"ide/4.0.0", "one/1.0.0"});
-  EXPECT_EQ(undo("session.json --dry-run", 0).at("others"), Json::array()) << "nothing came or went";
+  EXPECT_EQ(undo("session.json --dry-run", 0).at("outsideChanges"), Json::array()) << "nothing came or went";
   write_state("1731234800000", {"ide/4.0.0", "one/1.0.0", "guest/1.0.0"});
   const Outcome refused = eclipse_int("undo session.json");
   EXPECT_EQ(refused,
             (Outcome{1,
                      "Eclipse DIRECTORY/eclipse/eclipse\n"
-                     "  Back to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
+                     "  Reverts to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
                      "  Undoes: eclipse-int run session.json\n"
                      "  Also undoes, not made by a recorded run: 1731234800000 (2024-11-10 10:33:20 UTC)\n"
                      "    + guest 1.0.0\n"
@@ -221,7 +221,7 @@ TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChanged) {
   script(2, leave("1731234900000", {"ide/4.0.0"}));
   const Json forced = undo("session.json --force", 0);
   EXPECT_EQ(forced.at("forced"), true);
-  EXPECT_EQ(forced.at("others").at(0).at("time"), "1731234800000");
+  EXPECT_EQ(forced.at("outsideChanges").at(0).at("time"), "1731234800000");
 }
 
 /// By hand, while a run is at work.
@@ -230,10 +230,10 @@ TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChangedDuringARun) {
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   const Json result = undo("session.json", 1);
   EXPECT_EQ(result.at("error"),
-            "this would also take back the changes above, which no recorded run made; use --force to take them back, too");
-  ASSERT_EQ(result.at("others").size(), 1U);
-  EXPECT_EQ(result.at("others").at(0).at("time"), "1731234600000");
-  EXPECT_EQ(result.at("others").at(0).at("change").at("cameIn"), Json({"three/1.0.0"}));
+            "this would also undo the changes above, which were made outside eclipse-int; use --force to undo them, too");
+  ASSERT_EQ(result.at("outsideChanges").size(), 1U);
+  EXPECT_EQ(result.at("outsideChanges").at(0).at("time"), "1731234600000");
+  EXPECT_EQ(result.at("outsideChanges").at(0).at("change").at("installed"), Json({"three/1.0.0"}));
   EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0).at("run"), nullptr);
   script(2, leave("1731234700000", {"ide/4.0.0"}));
   EXPECT_EQ(undo("session.json --force", 0).at("error"), nullptr);
@@ -246,7 +246,7 @@ TEST_F(Undo, ThatIsKilledIsKnown) {
   eclipse_int("undo session.json");
   const Json states = Json::parse(eclipse_int("history eclipse --json").output).at("states");
   EXPECT_EQ(states.at(0).at("time"), "1731234700000");
-  EXPECT_EQ(states.at(0).at("run").at("wentBackTo"), "1731234500000");
+  EXPECT_EQ(states.at(0).at("run").at("revertedTo"), "1731234500000");
   EXPECT_EQ(states.at(0).at("run").at("completed"), false);
 }
 
@@ -258,9 +258,9 @@ TEST_F(Undo, PassesOverRunsThatChangedNothing) {
   script(3, leave("1731234800000", {"ide/4.0.0"}));
   const Json result = undo("session.json", 0);
   EXPECT_EQ(result.at("to"), "1731234500000");
-  EXPECT_EQ(result.at("change").at("wentOut"), Json({"one/1.0.0"}));
+  EXPECT_EQ(result.at("change").at("removed"), Json({"one/1.0.0"}));
   EXPECT_EQ(undo("session.json", 1).at("error"),
-            "no run of eclipse-int is recorded for this instance that could be taken back; choose a state with "
+            "this instance has no recorded run of eclipse-int that could be undone; choose a state with "
             "--to TIME (\"eclipse-int history\" lists them)");
 }
 
@@ -269,7 +269,7 @@ TEST_F(Undo, DoesNotStartADirectorForNothing) {
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   const Outcome outcome = eclipse_int("undo session.json --to 1731234500000");
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_TRUE(outcome.output.ends_with("  Nothing to do: the instance has just these units.\n")) << outcome.output;
+  EXPECT_TRUE(outcome.output.ends_with("  Nothing to do: the instance has the units of this state already.\n")) << outcome.output;
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
 
@@ -299,7 +299,7 @@ TEST_F(Undo, DoesNotSayThatItIsDoneBeforeAnError) {
   ASSERT_EQ(eclipse_int("run session.json --write-variables v.json").status, 0);
   const std::string found =
       "Eclipse DIRECTORY/eclipse/eclipse\n"
-      "  Back to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
+      "  Reverts to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
       "  Undoes: eclipse-int run session.json --write-variables v.json\n"
       "  Changes:\n"
       "    - one 1.0.0\n";
@@ -343,14 +343,14 @@ TEST_F(Undo, IsKnownAlsoWhenItsDirectorFailsAtTheEnd) {
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   script(2, leave("1731234700000", {"ide/4.0.0"}) + "; exit 13");
   EXPECT_EQ(undo("session.json", 1).at("error"), "the director did not go back: exit code 13");
-  EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0).at("run").at("wentBackTo"),
+  EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0).at("run").at("revertedTo"),
             "1731234500000");
   script(3, leave("1731234800000", {"ide/4.0.0", "one/1.0.0"}));
   ASSERT_EQ(undo("session.json --to 1731234600000", 0).at("error"), nullptr);
   script(4, leave("1731234900000", {"ide/4.0.0"}) +
                 "; kill -s TERM $(cat number); sleep 0.5; kill -s TERM $(cat number); exec sleep 100");
   EXPECT_EQ(eclipse_int("undo session.json", with_number).status, 143);
-  EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0).at("run").at("wentBackTo"),
+  EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0).at("run").at("revertedTo"),
             "1731234500000");
 }
 

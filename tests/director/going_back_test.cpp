@@ -115,7 +115,7 @@ TEST(GoingBack, RunsAreTakenBackOneAfterTheOther) {
   const Child history = eclipse_int("history --json " + product.executable().string());
   EXPECT_EQ(history.status, 0);
   const auto& newest = history.result["states"][0];
-  EXPECT_EQ(newest["change"]["cameIn"], nlohmann::json(features({"gamma"})));
+  EXPECT_EQ(newest["change"]["installed"], nlohmann::json(features({"gamma"})));
   EXPECT_THAT(newest["run"]["command"].get<std::string>(), testing::StartsWith("eclipse-int run --json "));
 
   // The temporary directory has a repository that the director has to load.
@@ -153,7 +153,7 @@ TEST(GoingBack, WhatIsNowhereAnyMoreIsNamedBeforeTheDirectorStarts) {
     const Child undo = eclipse_int("undo --json " + option + session);
     EXPECT_EQ(undo.status, 1);
     EXPECT_EQ(undo.result["missing"], missing) << "the bundle is still there";
-    EXPECT_EQ(undo.result["mayBeIn"], nlohmann::json::array());
+    EXPECT_EQ(undo.result["unexaminedRepositories"], nlohmann::json::array());
     EXPECT_EQ(undo.result["command"], nullptr);
   }
   // A director finds as little.
@@ -182,7 +182,7 @@ TEST(GoingBack, StateWithoutADirectorIsRefused) {
   const Child repair = eclipse_int("repair --json " + eclipse + " --to " + oldest["time"].get<std::string>());
   EXPECT_EQ(repair.status, 1);
   EXPECT_THAT(repair.result["error"].get<std::string>(), testing::HasSubstr("has no director"));
-  EXPECT_EQ(repair.result["moved"], nlohmann::json::array());
+  EXPECT_EQ(repair.result["renamed"], nlohmann::json::array());
 }
 
 /// The names of files on which damage that is reported rests.
@@ -226,7 +226,7 @@ TEST(AllOrNothing, FailureInAnyCommandLeavesTheRootsOfBefore) {
     const Child run = run_all_or_nothing(product);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.result["commands"].size(), 4U);
-    EXPECT_EQ(run.result["allOrNothing"]["change"]["wentOut"], nlohmann::json(features({"alpha"}))) << run.result;
+    EXPECT_EQ(run.result["allOrNothing"]["change"]["removed"], nlohmann::json(features({"alpha"}))) << run.result;
     EXPECT_EQ(run.result["allOrNothing"]["error"], nullptr);
     EXPECT_EQ(product.installed(), features({"gamma"}));
   }
@@ -240,7 +240,7 @@ TEST(AllOrNothing, SignalLeavesTheRootsOfBefore) {
   const Child run = run_all_or_nothing(product);
   EXPECT_EQ(run.status, 143);
   EXPECT_EQ(run.result["commands"].size(), 2U);
-  EXPECT_EQ(run.result["allOrNothing"]["change"]["wentOut"], nlohmann::json(features({"alpha"}))) << run.result;
+  EXPECT_EQ(run.result["allOrNothing"]["change"]["removed"], nlohmann::json(features({"alpha"}))) << run.result;
   EXPECT_EQ(product.installed(), Texts());
 }
 

@@ -47,7 +47,7 @@ std::string description_of(const ProfileState& state) {
 }
 
 std::string description_of(const RecordedRun& run) {
-  return readable(run.command) + readable(run.before) + readable(run.after) + readable(run.went_back_to) +
+  return readable(run.command) + readable(run.before) + readable(run.after) + readable(run.reverted_to) +
          readable(run.repositories) + readable(run.cached_before.value_or("-")) + readable(run.cached_after.value_or("-")) +
          readable(run.variables_file) + readable(run.is_completed);
 }
@@ -89,7 +89,7 @@ void check_states(const std::vector<ProfileState>& states) {
     expect(i == 0 || !is_before(states[i - 1].time, states[i].time), "the newest state is the first one");
     check_state(states[i]);
     check_damage(states[i]);
-    for (const Unit& bundle : bundles_left("ide", states.front(), states[i]))
+    for (const Unit& bundle : orphaned_bundles("ide", states.front(), states[i]))
       expect(listed.contains(bundle), "what is left is listed");
   }
   const auto units = profile_units("ide");

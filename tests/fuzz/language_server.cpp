@@ -10,34 +10,17 @@
 
 #include "base/text.h"
 #include "base/uri.h"
-#include "dry_run/plugin_functions.h"
-#include "fake_host/temporary_directory.h"
+#include "fuzz/product.h"
 #include "fuzz/target.h"
-#include "standalone_host/plugin.h"
 
 using namespace eclipse_language_server;
 using fuzz::expect;
+using fuzz::linter;
 
 namespace {
 
 constexpr std::size_t most_messages = 30;
 constexpr std::chrono::seconds patience(5);
-
-const Linter& linter() {
-  static const eclipse_host::Plugin plugin = eclipse_host::Plugin::beside_this_program();
-  static const eclipse_dry_run::PluginFunctions library(plugin);
-  static const Linter linter{library, {}};
-  return linter;
-}
-
-void write_product_once() {
-  static const bool written = [] {
-    fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\n");
-    fake::write_file("tools/site/content.xml", "<repository><units><unit id='one' version='1.0.0'/></units></repository>");
-    return true;
-  }();
-  static_cast<void>(written);
-}
 
 /// Checks of documents wait for a pause in typing, so they are not begun here.
 void wait_for_jobs(Server& server) {
@@ -86,9 +69,9 @@ void check_sent(const std::string& sent, Answers& requests) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  linter();  // is found by the working directory at the start
+  linter();  // before the directory changes
   fuzz::enter_own_directory();
-  write_product_once();
+  fuzz::write_product_once();
   const std::string here = eclipse_base::uri_of(std::filesystem::current_path().string());
   auto lines = eclipse_base::lines_of(eclipse_base::replaced(fuzz::text_of(data, size), "@", here));
   if (lines.size() > most_messages) lines.resize(most_messages);

@@ -7,39 +7,21 @@
 
 #include "base/printable.h"
 #include "base/uri.h"
-#include "dry_run/plugin_functions.h"
-#include "fake_host/temporary_directory.h"
+#include "fuzz/product.h"
 #include "fuzz/target.h"
 #include "language_server/check.h"
 #include "language_server/completion.h"
 #include "language_server/hover.h"
-#include "standalone_host/plugin.h"
 
 using namespace eclipse_language_server;
 using fuzz::expect;
+using fuzz::linter;
 using fuzz::expect_same;
 namespace fs = std::filesystem;
 
 namespace {
 
 constexpr std::array encodings = {PositionEncoding::utf8, PositionEncoding::utf16, PositionEncoding::utf32};
-
-const Linter& linter() {
-  static const eclipse_host::Plugin plugin = eclipse_host::Plugin::beside_this_program();
-  static const eclipse_dry_run::PluginFunctions library(plugin);
-  static const Linter linter{library, {}};
-  return linter;
-}
-
-void write_product_once() {
-  static const bool written = [] {
-    fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\n");
-    fake::write_file("tools/etc/eclipse/more.txt", "site\ttwo\n");
-    fake::write_file("tools/site/content.xml", "<repository><units><unit id='one' version='1.0.0'/></units></repository>");
-    return true;
-  }();
-  static_cast<void>(written);
-}
 
 /// The number of units in an offset is the offset again.
 void check_positions(const Document& document) {
@@ -118,9 +100,9 @@ void edit(Document& document, const std::string& edits) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  linter();  // is found by the working directory at the start
+  linter();  // before the directory changes
   fuzz::enter_own_directory();
-  write_product_once();
+  fuzz::write_product_once();
   auto files = fuzz::files_in(fuzz::text_of(data, size));
   for (const auto& [name, place] :
        {std::pair("tools.txt", "tools/etc/eclipse/tools.txt"), std::pair("session.json", "session.json"),

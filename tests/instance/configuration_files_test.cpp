@@ -92,7 +92,7 @@ TEST_F(ConfigurationFiles, FilesThatAreNotThereBelongToInstancesOfAnotherKind) {
 TEST_F(ConfigurationFiles, AFileThatTheKeptCopyHasIsMissing) {
   install_a_third();
   fs::remove(bundles_file);
-  const std::string end = ", so after the next director, Eclipse does not start" + fix + " (fatal)";
+  const std::string end = ", so Eclipse no longer starts once a director has run" + fix + " (fatal)";
   EXPECT_EQ(damage(), bundles_file + " is missing" + end);
   fs::create_symlink("nowhere", bundles_file);
   EXPECT_EQ(damage(), bundles_file + " is a dangling symlink" + end);
@@ -118,8 +118,8 @@ TEST_F(ConfigurationFiles, WhatIsMissingIsBroughtBack) {
       ASSERT_EQ(mkfifo("ide/configuration/config.ini", 0600), 0);
     }
     const RepairPlan plan = plan_repair("ide");
-    ASSERT_TRUE(plan.to_bring_back);
-    EXPECT_EQ(bring_back(*plan.to_bring_back, "ide").size(), 2U);
+    ASSERT_TRUE(plan.to_restore);
+    EXPECT_EQ(restore(*plan.to_restore, "ide").size(), 2U);
     EXPECT_EQ(eclipse_base::read_file("ide/configuration/config.ini", 1000).bytes, settings);
     EXPECT_EQ(listed_bundles("ide").size(), 2U);
     EXPECT_EQ(in_its_place != std::string("nothing"), fs::exists(fs::symlink_status("ide/configuration/config.ini.damaged")));
@@ -135,7 +135,7 @@ TEST_F(ConfigurationFiles, AllFilesAreBroughtBackOrNone) {
   ASSERT_TRUE(kept);
   fs::remove_all(fs::path(bundles_file).parent_path());
   fake::write_file(fs::path(bundles_file).parent_path().string(), "in the way");
-  EXPECT_THROW(bring_back(*kept, "ide"), eclipse_base::FileError);
+  EXPECT_THROW(restore(*kept, "ide"), eclipse_base::FileError);
   EXPECT_EQ(eclipse_base::read_file("ide/configuration/config.ini", 1000).bytes, "mine=1\n");
 }
 
@@ -151,7 +151,7 @@ TEST_F(ConfigurationFiles, TheProfileShowsThatTheInstanceStartsFromTheFiles) {
   write_state_in(here, configurator);
   EXPECT_EQ(damage(), "ide/configuration/config.ini is missing, so every director fails" + no_fix + " (fatal)");
   fake::write_file("ide/configuration/config.ini", settings);
-  EXPECT_EQ(damage(), bundles_file + " is missing, so after the next director, Eclipse does not start" + no_fix + " (fatal)");
+  EXPECT_EQ(damage(), bundles_file + " is missing, so Eclipse no longer starts once a director has run" + no_fix + " (fatal)");
   fake::write_file("ide/configuration/config.ini", settings + configurator + ".configUrl=file\\:elsewhere/bundles.info\n");
   EXPECT_EQ(damage(), "") << "its list is elsewhere";
   fake::write_file("ide/configuration/config.ini", settings);
@@ -251,27 +251,27 @@ TEST_F(ConfigurationFiles, ACopyIsBroughtBackWithItsState) {
   fake::write_file("ide/configuration/config.ini", "");
   write_list({});
   const RepairPlan plan = plan_repair("ide");
-  const auto to_move = states_to_move(plan.states, plan.to);
-  ASSERT_TRUE(plan.to_bring_back && to_move.size() == 2);
-  EXPECT_EQ(to_move[0].time, "3");
-  EXPECT_EQ(to_move[1].time, "2");
-  EXPECT_EQ(plan.to_bring_back->time, "1");
+  const auto to_rename = states_to_rename(plan.states, plan.to);
+  ASSERT_TRUE(plan.to_restore && to_rename.size() == 2);
+  EXPECT_EQ(to_rename[0].time, "3");
+  EXPECT_EQ(to_rename[1].time, "2");
+  EXPECT_EQ(plan.to_restore->time, "1");
   const fs::path list = fs::path("ide") / bundle_list;
-  EXPECT_EQ(differing_files(*plan.to_bring_back, "ide"), (std::vector<fs::path>{"ide/configuration/config.ini", list}));
-  for (const ProfileState& state : to_move) move_aside(state);
-  EXPECT_EQ(bring_back(*plan.to_bring_back, "ide"), (std::vector<fs::path>{"ide/configuration/config.ini", list}));
+  EXPECT_EQ(differing_files(*plan.to_restore, "ide"), (std::vector<fs::path>{"ide/configuration/config.ini", list}));
+  for (const ProfileState& state : to_rename) rename_aside(state);
+  EXPECT_EQ(restore(*plan.to_restore, "ide"), (std::vector<fs::path>{"ide/configuration/config.ini", list}));
   EXPECT_EQ(eclipse_base::read_file("ide/configuration/config.ini", 1000).bytes, settings);
   EXPECT_EQ(listed_bundles("ide"), (std::set<Unit>{{"a", "1.0.0"}, {"b", "1.0.0"}}));
-  EXPECT_EQ(differing_files(*plan.to_bring_back, "ide"), std::vector<fs::path>());
+  EXPECT_EQ(differing_files(*plan.to_restore, "ide"), std::vector<fs::path>());
   EXPECT_EQ(damage(), "");
 }
 
 TEST_F(ConfigurationFiles, ASoundInstanceKeepsItsConfiguration) {
   install_a_third();
-  EXPECT_FALSE(plan_repair("ide").to_bring_back);
+  EXPECT_FALSE(plan_repair("ide").to_restore);
   const RepairPlan back = plan_repair("ide", "1");
-  EXPECT_TRUE(back.to_bring_back) << "which goes with the state that is asked for";
-  EXPECT_FALSE(plan_repair("ide", "2").to_bring_back);
+  EXPECT_TRUE(back.to_restore) << "which goes with the state that is asked for";
+  EXPECT_FALSE(plan_repair("ide", "2").to_restore);
 }
 
 TEST_F(ConfigurationFiles, ACopyWhoseStateIsGoneIsOfNoUse) {
@@ -279,7 +279,7 @@ TEST_F(ConfigurationFiles, ACopyWhoseStateIsGoneIsOfNoUse) {
   fs::remove(file("1"));
   fake::write_file("ide/configuration/config.ini", "");
   EXPECT_EQ(damage(), "ide/configuration/config.ini has no settings, so every director fails" + no_fix + " (fatal)");
-  EXPECT_FALSE(plan_repair("ide").to_bring_back);
+  EXPECT_FALSE(plan_repair("ide").to_restore);
 }
 
 TEST_F(ConfigurationFiles, OnlyTheLastCopyIsKept) {
@@ -369,10 +369,10 @@ TEST_F(ConfigurationFiles, ACopyThatTheAdministratorKeepsBelongsToTheOwnerOfTheI
 
 TEST_F(ConfigurationFiles, BundlesThatOnlyOneStateHasAreLeft) {
   install_a_third();
-  const auto left = bundles_left("ide", read_profile_state(file("2")), read_profile_state(file("1")));
+  const auto left = orphaned_bundles("ide", read_profile_state(file("2")), read_profile_state(file("1")));
   EXPECT_EQ(left, (std::vector<Unit>{{"c", "1.0.0"}}));
   write_list({"a", "b"});
-  EXPECT_EQ(bundles_left("ide", read_profile_state(file("2")), read_profile_state(file("1"))), std::vector<Unit>());
+  EXPECT_EQ(orphaned_bundles("ide", read_profile_state(file("2")), read_profile_state(file("1"))), std::vector<Unit>());
 }
 
 TEST_F(ConfigurationFiles, ARenamedStateStopsEveryChange) {
@@ -418,17 +418,17 @@ TEST_F(ConfigurationFiles, AFileWithTheNameOfAStateStopsEveryChange) {
 TEST_F(ConfigurationFiles, BundlesThatOnlyStatesHaveThatWereMovedAsideAreDamage) {
   install_a_third();
   write_list({"a", "b", "c", "mine"});
-  move_aside(read_profile_state(file("2")));
+  rename_aside(read_profile_state(file("2")));
   const std::string text = bundles_file +
-                           " lists c/1.0.0, which only the states that were moved aside contain, so Eclipse keeps starting "
+                           " lists c/1.0.0, which only states that were renamed contain, so Eclipse keeps starting "
                            "bundles that no director can remove; ";
   EXPECT_EQ(damage(), text + "run: eclipse-int repair ide/eclipse");
   RepairPlan plan = plan_repair("ide");
-  EXPECT_TRUE(plan.to_bring_back && states_to_move(plan.states, plan.to).empty());
-  const std::string by_hand = "rename the states back, and use \"eclipse-int undo --to\", which lets the director remove it";
+  EXPECT_TRUE(plan.to_restore && states_to_rename(plan.states, plan.to).empty());
+  const std::string by_hand = "rename the .damaged states back, and use \"eclipse-int undo --to\", which lets the director remove them";
   write_state("3", {"a", "b"});
   EXPECT_EQ(damage(), text + by_hand) << "the copy is older";
-  EXPECT_FALSE(plan_repair("ide").to_bring_back);
+  EXPECT_FALSE(plan_repair("ide").to_restore);
   keep_configuration("ide", "3");
   EXPECT_EQ(damage(), text + by_hand) << "and lists it as well";
   write_list({"a", "b", "mine"});
@@ -476,7 +476,7 @@ TEST_F(DirectorBundle, IsBroughtBackWithTheCopy) {
   write_state("3", {"a", "b", director, "c"});
   write_list({"a", "b", "c"});
   EXPECT_EQ(damage(), unlisted + fix) << "the state without it is older than the copy";
-  EXPECT_TRUE(plan_repair("ide").to_bring_back);
+  EXPECT_TRUE(plan_repair("ide").to_restore);
 }
 
 TEST_F(DirectorBundle, IsNotGivenUpForAStateWithoutIt) {

@@ -66,7 +66,7 @@ class MissingArtifactsTest : public testing::Test {
 TEST_F(MissingArtifactsTest, AreInNoRepositoryAndNotInTheInstance) {
   const MissingArtifacts found = missing({url("site"), url("nowhere")});
   EXPECT_EQ(found.artifacts, Texts({"feature f 1.0.0"})) << "the bundle is still there, and c stays";
-  EXPECT_EQ(found.may_be_in, Texts());
+  EXPECT_EQ(found.unexamined, Texts());
   EXPECT_TRUE(found.is_certain());
   EXPECT_EQ(missing({}).artifacts, Texts({"feature f 1.0.0"}));
   fs::remove("ide/artifacts.xml");
@@ -125,7 +125,7 @@ TEST_F(MissingArtifactsTest, AreNotInTheRepositoriesThatP2MakesItself) {
   fake::write_file("ide/p2/org.eclipse.equinox.p2.core/cache/artifacts.xml", list_of(artifact("b", "3.0.0")));
   fake::write_file("packed/artifacts.xml", "<repository><artifacts>");
   const MissingArtifacts found = missing({url("ide/"), url("ide/p2/org.eclipse.equinox.p2.core/cache/"), url("packed")});
-  EXPECT_TRUE(found.is_certain()) << found.may_be_in.front();
+  EXPECT_TRUE(found.is_certain()) << found.unexamined.front();
 }
 
 TEST_F(MissingArtifactsTest, MayBeInWhatCannotBeExamined) {
@@ -135,16 +135,16 @@ TEST_F(MissingArtifactsTest, MayBeInWhatCannotBeExamined) {
   const Texts unknown = {"https://example.org/site", "jar:file:/a.zip!/inside/", url("half")};
   const MissingArtifacts found = missing(unknown);
   EXPECT_EQ(found.artifacts, Texts({"feature f 1.0.0"}));
-  EXPECT_EQ(found.may_be_in, unknown);
+  EXPECT_EQ(found.unexamined, unknown);
   EXPECT_FALSE(found.is_certain());
   write_repository("old", artifact("f", "1.0.0"));
-  EXPECT_EQ(missing({unknown[0], url("old")}).may_be_in, Texts()) << "nothing is missing";
+  EXPECT_EQ(missing({unknown[0], url("old")}).unexamined, Texts()) << "nothing is missing";
 }
 
 TEST_F(MissingArtifactsTest, MayBeBesideThePool) {
   write_state("2", unit("f", "2.0.0"),
               "<property name='org.eclipse.equinox.p2.cache.extensions' value='file:/a/.eclipseextension|file:/b/'/>");
-  EXPECT_EQ(missing({}).may_be_in, Texts({"file:/a/.eclipseextension", "file:/b/"}));
+  EXPECT_EQ(missing({}).unexamined, Texts({"file:/a/.eclipseextension", "file:/b/"}));
 }
 
 TEST_F(MissingArtifactsTest, AreNotKnownWhereTheBundlesAreNot) {

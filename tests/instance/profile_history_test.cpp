@@ -16,8 +16,8 @@ using Times = std::vector<std::string>;
 
 const Times times = {"5", "4", "3", "2", "1"};
 
-RecordedRun run(const std::string& before, const std::string& after, const std::string& went_back_to = "") {
-  return {"run to " + after, before, after, went_back_to, {}};
+RecordedRun run(const std::string& before, const std::string& after, const std::string& reverted_to = "") {
+  return {"run to " + after, before, after, reverted_to, {}};
 }
 
 /// Every older state has other units than the newest one.
@@ -84,7 +84,7 @@ TEST(WayBack, LeadsToANamedState) {
   EXPECT_EQ(way.target, "2");
   EXPECT_EQ(commands_of(way), (Times{"run to 5", "run to 3"}));
   EXPECT_EQ(way.states_of_others, Times{"4"});
-  EXPECT_EQ(way_back_to(times, journal, "9").error, "the profile has no state of the time 9");
+  EXPECT_EQ(way_back_to(times, journal, "9").error, "the profile has no state of the time 9; \"eclipse-int history\" lists them");
 }
 
 TEST(WayBack, DoesNotTrustTheOrderInTheFile) {
@@ -94,14 +94,14 @@ TEST(WayBack, DoesNotTrustTheOrderInTheFile) {
 
 TEST(WayBack, IsNotThereWithoutARun) {
   EXPECT_EQ(way_back(times, {}, never).error,
-            "no run of eclipse-int is recorded for this instance that could be taken back; choose a state with "
+            "this instance has no recorded run of eclipse-int that could be undone; choose a state with "
             "--to TIME (\"eclipse-int history\" lists them)");
   EXPECT_EQ(way_back(times, {{}, "FILE: is damaged"}, never).error, "FILE: is damaged");
   EXPECT_NE(way_back({}, {}, never).error, "");
 }
 
 TEST(WayBack, EndsWhereTheStateIsGone) {
-  EXPECT_EQ(way_back({"5"}, {{run("3", "5")}}, never).error, "the profile has no state of the time 3");
+  EXPECT_EQ(way_back({"5"}, {{run("3", "5")}}, never).error, "the profile has no state of the time 3; \"eclipse-int history\" lists them");
 }
 
 TEST(ProfileHistory, TellsWhatEachStateChangedAndWhoMadeIt) {
@@ -122,10 +122,10 @@ TEST(ProfileHistory, TellsWhatEachStateChangedAndWhoMadeIt) {
   const auto history = profile_history("ide", journal);
   ASSERT_EQ(history.size(), 3U);
   ASSERT_TRUE(history[0].change);
-  EXPECT_EQ(history[0].change->came_in, (std::vector<Unit>{{"a", "2.0.0"}}));
-  EXPECT_EQ(history[0].change->went_out, (std::vector<Unit>{{"a", "1.0.0"}}));
-  EXPECT_EQ(history[0].change->others_in, 1U);
-  EXPECT_EQ(history[0].change->others_out, 1U);
+  EXPECT_EQ(history[0].change->installed, (std::vector<Unit>{{"a", "2.0.0"}}));
+  EXPECT_EQ(history[0].change->removed, (std::vector<Unit>{{"a", "1.0.0"}}));
+  EXPECT_EQ(history[0].change->others_installed, 1U);
+  EXPECT_EQ(history[0].change->others_removed, 1U);
   EXPECT_EQ(history[0].run, &journal.runs[0]);
   EXPECT_NE(history[1].state.error, "");
   EXPECT_EQ(history[1].run, &journal.runs[0]) << "a state in the middle of the run";

@@ -47,14 +47,14 @@ class ProfileRepair : public testing::Test {
     return times;
   }
 
-  static Times to_move(const std::optional<std::string>& to = {}) {
-    return times_of(states_to_move(plan_repair("ide", to).states, to));
+  static Times to_rename(const std::optional<std::string>& to = {}) {
+    return times_of(states_to_rename(plan_repair("ide", to).states, to));
   }
 
   /// Why nothing is moved.
   static std::string refusal(const std::optional<std::string>& to = {}) {
     try {
-      to_move(to);
+      to_rename(to);
     } catch (const RepairError& error) {
       return error.what();
     }
@@ -75,7 +75,7 @@ class ProfileRepair : public testing::Test {
 TEST_F(ProfileRepair, SoundProfileIsLeftAsItIs) {
   write_state("10", 3);
   write_state("9", 2);
-  EXPECT_EQ(to_move(), Times());
+  EXPECT_EQ(to_rename(), Times());
   EXPECT_EQ(damage(), "");
 }
 
@@ -85,7 +85,7 @@ TEST_F(ProfileRepair, DamagedStatesAreMovedAsFarAsTheNewestThatCanBeRead) {
   write_state("10", 3);
   write_damaged("9");
   write_state("8", 3);
-  EXPECT_EQ(to_move(), (Times{"12", "11"}));
+  EXPECT_EQ(to_rename(), (Times{"12", "11"}));
   const auto states = newest_states("ide");
   EXPECT_EQ(times_of(states), (Times{"12", "11", "10", "9", "8"}));
   EXPECT_EQ(states[0].error, "is not well-formed XML");
@@ -104,17 +104,17 @@ TEST_F(ProfileRepair, TheLastStateIsNotMovedWhenNoneCanBeRead) {
 }
 
 TEST_F(ProfileRepair, AnInstanceWithoutAProfileHasNothingToMove) {
-  EXPECT_EQ(to_move(), Times());
+  EXPECT_EQ(to_rename(), Times());
   EXPECT_EQ(damage(), "");
 }
 
 TEST_F(ProfileRepair, GoesBackToAStateThatIsNamed) {
   for (const char* const time : {"14", "13", "12", "11"}) write_state(time, 3);
   write_damaged("10");
-  EXPECT_EQ(to_move("14"), Times());
-  EXPECT_EQ(to_move("11"), (Times{"14", "13", "12"}));
+  EXPECT_EQ(to_rename("14"), Times());
+  EXPECT_EQ(to_rename("11"), (Times{"14", "13", "12"}));
   EXPECT_EQ(refusal("10"), file("10") + " is not well-formed XML");
-  EXPECT_EQ(refusal("7"), "the profile has no state of the time 7");
+  EXPECT_EQ(refusal("7"), "the profile has no state of the time 7; \"eclipse-int history\" lists them");
 }
 
 /// There may be thousands.
@@ -127,26 +127,26 @@ TEST_F(ProfileRepair, KeepsNotTheUnitsOfAllStates) {
   std::string kept;
   for (const ProfileState& state : plan.states) kept += state.units ? "+" : "-";
   EXPECT_EQ(kept, "+--+");
-  ASSERT_EQ(plan.taken_back.size(), 3U);
+  ASSERT_EQ(plan.reverted.size(), 3U);
   for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(plan.taken_back[i].time, plan.states[i].time);
-    EXPECT_EQ(plan.taken_back[i].change.others_in, 1U) << i;
+    EXPECT_EQ(plan.reverted[i].time, plan.states[i].time);
+    EXPECT_EQ(plan.reverted[i].change.others_installed, 1U) << i;
   }
-  EXPECT_TRUE(plan_repair("ide", "7").taken_back.empty());
+  EXPECT_TRUE(plan_repair("ide", "7").reverted.empty());
 }
 
 TEST_F(ProfileRepair, MovesAsideAndOverwritesNothing) {
   for (const std::string number : {"", ".2", ".3"}) {
     write_damaged("12");
-    EXPECT_EQ(move_aside(newest_states("ide").front()), file("12") + ".damaged" + number);
+    EXPECT_EQ(rename_aside(newest_states("ide").front()), file("12") + ".damaged" + number);
   }
-  EXPECT_EQ(to_move(), Times());
+  EXPECT_EQ(to_rename(), Times());
   write_state("10", 3);
   EXPECT_EQ(times_of(newest_states("ide")), Times{"10"});
 }
 
 TEST_F(ProfileRepair, SaysWhyAStateCannotBeMoved) {
-  EXPECT_THROW(move_aside({"missing/1.profile", "1", "", false, {}}), RepairError);
+  EXPECT_THROW(rename_aside({"missing/1.profile", "1", "", false, {}}), RepairError);
 }
 
 TEST_F(ProfileRepair, FindsTheUnitsThatTwoDirectorsLost) {
@@ -172,7 +172,7 @@ TEST_F(ProfileRepair, AStateThatIsUnknownIsNotMoved) {
   EXPECT_EQ(refusal(), file("11") + " is not a regular file");
   write_damaged("12");
   EXPECT_EQ(refusal(), file("11") + " is not a regular file");
-  EXPECT_EQ(to_move("10"), (Times{"12", "11"})) << "on request";
+  EXPECT_EQ(to_rename("10"), (Times{"12", "11"})) << "on request";
 }
 
 TEST_F(ProfileRepair, AStateThatIsBeingWrittenIsNotDamaged) {

@@ -36,7 +36,7 @@ TEST_F(RunJournalFile, KeepsRuns) {
   EXPECT_EQ(journal.runs[0].cached_before, std::nullopt);
   EXPECT_EQ(journal.runs[0].cached_after, "/opt/eclipse");
   EXPECT_EQ(journal.runs[0].variables_file, "/v.json");
-  EXPECT_EQ(journal.runs[1].went_back_to, "1");
+  EXPECT_EQ(journal.runs[1].reverted_to, "1");
   EXPECT_EQ(journal.runs[1].cached_before, "/opt/eclipse");
   EXPECT_EQ(journal.runs[1].cached_after, std::nullopt);
   EXPECT_EQ(journal.run_that_left("3"), &journal.runs[1]);
@@ -124,11 +124,11 @@ TEST_F(RunJournalFile, KnowsWhatARunDidNotAskFor) {
   EXPECT_TRUE(run.not_asked_for(change).is_empty()) << "it is not known for what";
   run.units = {"own", "b"};
   const eclipse_p2::UnitChange others = run.not_asked_for(change);
-  EXPECT_EQ(others.came_in, (std::vector<eclipse_p2::Unit>{{"foreign", "2"}}));
-  EXPECT_TRUE(others.went_out.empty());
+  EXPECT_EQ(others.installed, (std::vector<eclipse_p2::Unit>{{"foreign", "2"}}));
+  EXPECT_TRUE(others.removed.empty());
   EXPECT_EQ(others.now_by_name, (std::vector<eclipse_p2::Unit>{{"a", "1"}}));
   EXPECT_TRUE(others.no_longer_by_name.empty());
-  EXPECT_EQ(others.others_in + others.others_out, 0U);
+  EXPECT_EQ(others.others_installed + others.others_removed, 0U);
 }
 
 TEST_F(RunJournalFile, IsSharedByAllWhoMayWriteTheConfiguration) {

@@ -107,7 +107,7 @@ TEST_F(StartedFiles, WhatIsKnownToHaveBeenThereIsMissing) {
   EXPECT_EQ(damage(state, {"artifacts.xml"}),
             "ide/artifacts.xml is missing, so the next director starts a new list of artifacts [replaced]");
   EXPECT_EQ(damage(state, {"artifacts.xml", list_file.substr(4)}),
-            list_file + " is missing, so after the next director, Eclipse does not start [not startable]");
+            list_file + " is missing, so Eclipse no longer starts once a director has run [not startable]");
   fs::remove(settings_file);
   EXPECT_EQ(damage(state, {"artifacts.xml", list_file.substr(4), "configuration/config.ini"}),
             settings_file + " is missing, so every director fails [not startable]");
@@ -116,7 +116,7 @@ TEST_F(StartedFiles, WhatIsKnownToHaveBeenThereIsMissing) {
 
 TEST_F(StartedFiles, TheListOfBundlesIsKnownByTheConfigurator) {
   const auto state = written("1", {configurator});
-  const std::string missing = list_file + " is missing, so after the next director, Eclipse does not start [not startable]";
+  const std::string missing = list_file + " is missing, so Eclipse no longer starts once a director has run [not startable]";
   EXPECT_EQ(damage(state), missing);
   const std::string key = "org.eclipse.equinox.simpleconfigurator.configUrl=";
   fake::write_file(settings_file, key + "file\\:org.eclipse.equinox.simpleconfigurator/bundles.info\n");
@@ -202,7 +202,7 @@ TEST_F(StartedFiles, SurplusBundlesAreThoseOfStatesThatWereMovedAside) {
   write_list({"a", "b", "mine"});
   EXPECT_EQ(text_of_damage(surplus_bundles("ide", newest)),
             list_file +
-                " lists b/1.0.0, which only the states that were moved aside contain, so Eclipse keeps starting bundles "
+                " lists b/1.0.0, which only states that were renamed contain, so Eclipse keeps starting bundles "
                 "that no director can remove [surplus: b/1.0.0]");
   write_list({"a", "mine"});
   EXPECT_EQ(text_of_damage(surplus_bundles("ide", newest)), "");
@@ -218,7 +218,7 @@ TEST_F(StartedFiles, BundlesThatOnlyTheFirstStateHasAreLeftIfTheyAreListed) {
   const auto first = written("2", {"a", "b", "c"});
   const auto second = written("1", {"a", "d"});
   write_list({"a", "b", "d"});
-  EXPECT_EQ(bundles_left("ide", first, second), (std::vector<Unit>{{"b", "1.0.0"}}));
+  EXPECT_EQ(orphaned_bundles("ide", first, second), (std::vector<Unit>{{"b", "1.0.0"}}));
 }
 
 }  // namespace

@@ -18,19 +18,19 @@ const InstalledUnits after = {
 
 TEST(UnitChange, TellsWhatCameInAndWentOut) {
   const UnitChange change = change_between(before, after);
-  EXPECT_EQ(change.came_in, (std::vector<Unit>{{"e", "1"}}));
+  EXPECT_EQ(change.installed, (std::vector<Unit>{{"e", "1"}}));
   EXPECT_EQ(change.now_by_name, (std::vector<Unit>{{"c", "1.0.0"}}));
-  EXPECT_EQ(change.went_out, (std::vector<Unit>{{"local.ide", "4"}}));
+  EXPECT_EQ(change.removed, (std::vector<Unit>{{"local.ide", "4"}}));
   EXPECT_EQ(change.no_longer_by_name, (std::vector<Unit>{{"a", "1.0.0"}}));
-  EXPECT_EQ(change.others_in, 1U) << "f";
-  EXPECT_EQ(change.others_out, 1U) << "d";
+  EXPECT_EQ(change.others_installed, 1U) << "f";
+  EXPECT_EQ(change.others_removed, 1U) << "d";
   EXPECT_TRUE(change_between(after, after).is_empty());
 }
 
 TEST(UnitChange, TellsOfRootsWhenNotAllUnitsAreKnown) {
   const UnitChange change = change_between({before.roots, std::nullopt}, {after.roots, std::nullopt});
-  EXPECT_EQ(change.came_in, (std::vector<Unit>{{"c", "1.0.0"}, {"e", "1"}}));
-  EXPECT_EQ(change.others_in, 0U);
+  EXPECT_EQ(change.installed, (std::vector<Unit>{{"c", "1.0.0"}, {"e", "1"}}));
+  EXPECT_EQ(change.others_installed, 0U);
 }
 
 }  // namespace

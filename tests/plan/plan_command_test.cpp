@@ -104,10 +104,10 @@ TEST_F(PlanCommand, TellsAnInstallation) {
                                   "Lines that add no feature\n"
                                   "  " +
                                   file + ":3: has no repository, so the line is ignored\n  " + file +
-                                  ":4: two is already listed in a slot below 1\n  " + file +
-                                  ":5: has no feature, so the line only uses slot 5 and adds its repository\n"
+                                  ":4: two is already listed at a position below 1\n  " + file +
+                                  ":5: has no feature, so the line only takes position 5 and adds its repository\n"
                                   "\n"
-                                  "Features installed into DIRECTORY/eclipse/eclipse: 2 that will fail\n"
+                                  "Features to install into DIRECTORY/eclipse/eclipse: 2 to fail\n"
                                   "  !  two    no repository of the session offers it (" +
                                   file +
                                   ":2)\n"
@@ -182,7 +182,7 @@ TEST_F(PlanCommand, HasALineForEachFeatureAndRepository) {
       (Outcome{1,
                "Plan of session.json (dry run: nothing is run or changed)\n"
                "\n"
-               "Features installed into DIRECTORY/eclipse/eclipse: 1 to install, 1 to keep, 2 in another version, 2 that "
+               "Features to install into DIRECTORY/eclipse/eclipse: 1 to install, 1 to keep, 2 in another version, 2 that "
                "will fail\n"
                "  +  new      1.0.0            file://DIRECTORY/tools/site\n"
                "  =  same     1.0.0\n"
@@ -208,7 +208,7 @@ TEST_F(PlanCommand, HasALineForEachFeatureAndRepository) {
                    ":8: has no repository, so the line is ignored\n"
                    "\n"
                    "The run would be refused\n"
-                   "  older 1.9.0 is installed, and the session brings 2.0.0; the director would not replace the "
+                   "  older 1.9.0 is installed, and the session offers 2.0.0; the director would not replace the "
                    "installed version; use --update (with --allow-downgrade, since newer 1.10.0 is installed, and the session "
                    "brings only 1.0.0)\n",
                ""}));
@@ -270,7 +270,7 @@ TEST_F(PlanCommand, HasALineForEachFeatureThatIsRemoved) {
   EXPECT_EQ(outcome.output.substr(0, outcome.output.find("\nlint")),
             "Plan of session.json (dry run: nothing is run or changed)\n"
             "\n"
-            "Features removed from DIRECTORY/eclipse/eclipse: 2 that will fail\n"
+            "Features to remove from DIRECTORY/eclipse/eclipse: 2 to fail\n"
             "  !  one  1.0.0  stays, because another feature is not installed (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"
             "  !  two         is not installed, so the director removes none of the features "
             "(DIRECTORY/tools/etc/eclipse/tools.txt:3)\n");
@@ -564,7 +564,7 @@ TEST_F(PlanCommand, PlansNoCommandWhereNoneIsRun) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_NE(outcome.output.find("\nCommand\n  None: the last line of the log is: eclipse_int: nothing to integrate\n"
                                 "    ECLIPSE_INTEGRATION_CHOICE is \"none\"\n"
-                                "    so no Eclipse is chosen and no component is searched (1 component)\n"),
+                                "    no Eclipse instance is chosen, and no component is searched (1 component)\n"),
             std::string::npos)
       << outcome.output;
   EXPECT_EQ(plan().at("reasons").at(0), "ECLIPSE_INTEGRATION_CHOICE is \"none\"");

@@ -185,7 +185,7 @@ TEST_F(Planning, SaysThatTheInstanceIsNotThere) {
   EXPECT_TRUE(plan().is_instance_missing);
   session.variables["USER_DEFINED_ECLIPSE_PATH"] = "";
   EXPECT_TRUE(plan().is_instance_missing);
-  EXPECT_EQ(plan().reasons.back(), "so no Eclipse is chosen and no component is searched (1 component)");
+  EXPECT_EQ(plan().reasons.back(), "no Eclipse instance is chosen, and no component is searched (1 component)");
   session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "internal";
   EXPECT_TRUE(plan().is_instance_missing);
   session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "none";
@@ -393,7 +393,7 @@ TEST_F(Planning, GivesTheReasonsForNothingToDo) {
   add("c", "s\tF\n");
   EXPECT_EQ(plan().reasons, Texts());
   session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "none";
-  const std::string no_eclipse = "so no Eclipse is chosen and no component is searched (1 component)";
+  const std::string no_eclipse = "no Eclipse instance is chosen, and no component is searched (1 component)";
   EXPECT_EQ(plan().reasons, (Texts{"ECLIPSE_INTEGRATION_CHOICE is \"none\"", no_eclipse}));
   session.variables = {{"KORU_MODE", "uninstall"}, {"ECLIPSE_INTEGRATION_CHOICE", "user"}};
   EXPECT_EQ(plan().reasons,
@@ -408,7 +408,7 @@ TEST_F(Planning, TellsWhereTheExecutableWasLookedFor) {
   const std::string choice = "ECLIPSE_INTEGRATION_CHOICE is \"internal\"";
   const std::string name = "ECLIPSE_BIN is \"eclipse\"";
   const auto no_eclipse = [](int components) {
-    return "so no Eclipse is chosen and no component is searched (" + std::to_string(components) + " component" +
+    return "no Eclipse instance is chosen, and no component is searched (" + std::to_string(components) + " component" +
            (components == 1 ? ")" : "s)");
   };
   EXPECT_EQ(plan().reasons, (Texts{choice, name, "no component provides an IDE; the capabilities are: none", no_eclipse(1)}));

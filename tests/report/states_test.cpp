@@ -29,12 +29,12 @@ ProfileState state(const std::string& time, const std::string& error = "", bool 
 
 /// A version that was replaced, one of two that were, and all else that can happen to a unit.
 UnitChange change() {
-  return {.came_in = {{"a", "2"}, {"b", "3"}, {"new\x1B", "1"}},
-          .went_out = {{"a", "1"}, {"b", "1"}, {"b", "2"}, {"gone", "1"}},
+  return {.installed = {{"a", "2"}, {"b", "3"}, {"new\x1B", "1"}},
+          .removed = {{"a", "1"}, {"b", "1"}, {"b", "2"}, {"gone", "1"}},
           .now_by_name = {{"named", "1"}},
           .no_longer_by_name = {{"unnamed", "1"}},
-          .others_in = 2,
-          .others_out = 1};
+          .others_installed = 2,
+          .others_removed = 1};
 }
 
 RecordedRun run_of(const std::string& command, bool is_completed = true) {
@@ -47,16 +47,16 @@ RecordedRun run_of(const std::string& command, bool is_completed = true) {
 }
 
 TEST(Change, NamesRootsAndCountsOthers) {
-  EXPECT_EQ(change_text({}, "  "), "  No unit was installed or removed.\n");
+  EXPECT_EQ(change_text({}, "  "), "  no change\n");
   EXPECT_EQ(change_text(change(), "  "),
             "  ~ a 1 -> 2\n  + b 3\n  + new\\x1B 1\n  - b 1\n  - b 2\n  - gone 1\n"
             "  + named 1 by name (before: as a requirement)\n  - unnamed 1 by name (stays as a requirement)\n"
             "  + 2 other units, - 1 other unit\n");
   UnitChange others;
-  others.others_out = 3;
+  others.others_removed = 3;
   EXPECT_EQ(change_text(others, ""), "- 3 other units\n");
   others = {};
-  others.others_in = 1;
+  others.others_installed = 1;
   EXPECT_EQ(change_text(others, ""), "+ 1 other unit\n");
 }
 
@@ -72,7 +72,7 @@ TEST(State, HasADateAndItsUnitsOrAnError) {
 
 TEST(History, ShowsStatesRunsAndChanges) {
   RecordedRun back = run_of("undo\x1B", false);
-  back.went_back_to = "0";
+  back.reverted_to = "0";
   const RecordedRun whole = run_of("run");
   History history{"ide/eclipse\x1B", {}, {{state("3"), 5, change(), &back}, {state("2"), 4, UnitChange(), &whole}}, damage};
   history.states.push_back({state("1", "is damaged", true), 0, {}, nullptr});
@@ -96,20 +96,20 @@ TEST(Repair, ShowsWhatWasDoneOrWouldBe) {
   text += shown(repair, 0);
   repair.states = {state("2", "is damaged", true), state("1")};
   repair.unit_counts = {0, 7};
-  repair.moves = {{"2.profile", "2.profile.damaged"}};
-  repair.taken_back = {{"2", run_of("run\x1B"), change()}, {"1", {}, {}}};
+  repair.renamed = {{"2.profile", "2.profile.damaged"}};
+  repair.reverted = {{"2", run_of("run\x1B"), change()}, {"1", {}, {}}};
   repair.configuration = {.file = "config.ini", .error = "is missing", .consequence = "", .time_before = ""};
-  repair.brought_back = {"config.ini"};
-  repair.bundles_left = {{"bundle", "1"}, {"other", "2"}};
+  repair.restored = {"config.ini"};
+  repair.orphaned_bundles = {{"bundle", "1"}, {"other", "2"}};
   repair.lost = LostUnits{1, 5, 4, "1"};
   repair.damage = damage;
   repair.error = "it does not answer";
   text += shown(repair, 1);
   repair.is_dry_run = true;
-  repair.moves.front().to.clear();
+  repair.renamed.front().to.clear();
   text += shown(repair, 1);
   Repair refused;
-  refused.taken_back = {{"1", {}, {}}};
+  refused.reverted = {{"1", {}, {}}};
   refused.error = "too much";
   text += shown(refused, 1);
   fake::expect_written_down(text, written_down + "/repair.txt");
@@ -127,13 +127,13 @@ TEST(Undo, ShowsWhatWasTakenBackOrWouldBe) {
   undo.newest = "3";
   undo.way = {"1", {&run}, {"2"}};
   undo.change = change();
-  undo.others = {{"2", change()}};
+  undo.outside_changes = {{"2", change()}};
   undo.missing = {{"bundle a\x1B"}, {}};
   undo.is_dry_run = true;
   text += shown(undo, 0);
   undo.is_dry_run = false;
   undo.is_forced = true;
-  undo.missing.may_be_in = {"http://one\x1B", "http://two"};
+  undo.missing.unexamined = {"http://one\x1B", "http://two"};
   undo.reversion = Reversion{"eclipse -revert 1\x1B", {}, ""};
   undo.variables_of_run = "v.json\x1B";
   text += shown(undo, 0);

@@ -87,14 +87,14 @@ TEST(VerificationText, NamesEachDifference) {
 TEST(VerificationText, CountsUnits) {
   EXPECT_EQ(verification_text(with({})), "Same: the session installs nothing into eclipse\n");
   EXPECT_EQ(verification_text(with({unit("a", true), unit("b", true)})),
-            "Same: 2 of 2 units that the session installs are installed in eclipse\n");
+            "Same: all 2 units to be installed are installed in eclipse\n");
   EXPECT_EQ(verification_text(with({unit("a", false), unit("b", true), unit("c", true)})),
-            "Different: 1 of 3 units that the session installs are not installed in eclipse\n"
+            "Different: 1 of 3 units to be installed is not installed in eclipse\n"
             "  a is not installed (tools.txt:1)\n");
   EXPECT_EQ(verification_text(with({unit("a", false)}, true)),
-            "Same: 1 of 1 units that the session removes are not installed in eclipse\n");
+            "Same: the 1 unit to be removed is not installed in eclipse\n");
   EXPECT_EQ(verification_text(with({unit("a", false), unit("b", true)}, true)),
-            "Different: 1 of 2 units that the session removes are still installed in eclipse\n"
+            "Different: 1 of 2 units to be removed is still installed in eclipse\n"
             "  b is still installed (tools.txt:1)\n");
 }
 

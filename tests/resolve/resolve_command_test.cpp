@@ -71,7 +71,7 @@ TEST_F(Resolve, MarksTheFeaturesThatDoNotResolve) {
   script(1, unmet);
   script(2, unmet);
   const Outcome outcome = eclipse_int("plan session.json --resolve");
-  EXPECT_NE(outcome.output.find("  !  one  1.0.0  the director says why below (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"
+  EXPECT_NE(outcome.output.find("  !  one  1.0.0  see what the director says below (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"
                                 "  +  two  1.0.0  "),
             std::string::npos)
       << outcome.output;

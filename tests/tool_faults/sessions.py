@@ -132,8 +132,8 @@ def with_failing_director(directory):
 
 
 def after_a_run(directory):
-    """An instance with a run that can be taken back."""
-    run = {"command": "eclipse-int run session.json", "before": "1731234500000", "after": "1731234600000", "wentBackTo": "",
+    """An instance with a run that can be undone."""
+    run = {"command": "eclipse-int run session.json", "before": "1731234500000", "after": "1731234600000", "revertedTo": "",
            "repositories": [], "variablesFile": ""}
     return {**product(directory),
             "eclipse/installed": "local.ide/4.26.0\none/1.0.0\n",

@@ -37,7 +37,7 @@ class UpdateCommand : public ChildCommand {
 };
 
 const std::string refusal =
-    "one 1.0.0 is installed, and the session brings 2.0.0; the director would not replace the installed version; use --update";
+    "one 1.0.0 is installed, and the session offers 2.0.0; the director would not replace the installed version; use --update";
 
 TEST_F(UpdateCommand, IsRecommendedBeforeAnythingIsRun) {
   for (const std::string mode : {"modify", "install"}) {
@@ -133,7 +133,7 @@ TEST_F(UpdateCommand, IsNoDowngradeUnlessThatIsAllowed) {
   const Outcome refused = eclipse_int("run session.json --update --json");
   EXPECT_EQ(refused.status, 1);
   EXPECT_EQ(Json::parse(refused.output).at("refusal"),
-            "one 3.0.0 is installed, and the session brings only 2.0.0; --allow-downgrade goes back to it");
+            "one 3.0.0 is installed, and the session offers only 2.0.0; --allow-downgrade goes back to it");
   EXPECT_EQ(director_calls(), "");
   let_director_leave_states();
   EXPECT_EQ(eclipse_int("run session.json --update --allow-downgrade").status, 0);
@@ -147,7 +147,7 @@ TEST_F(UpdateCommand, IsRefusedAsPlannedForAFeatureInTwoVersions) {
   fake::write_file("tools/site/content.xml",
                    "<repository><units><unit id='one' version='1.0.0'/><unit id='one' version='2.0.0'/></units></repository>");
   const std::string contradiction =
-      "the session brings one in the versions 2.0.0 (DIRECTORY/tools/etc/eclipse/tools.txt:2) and 1.0.0 "
+      "the session offers one in the versions 2.0.0 (DIRECTORY/tools/etc/eclipse/tools.txt:2) and 1.0.0 "
       "(DIRECTORY/tools/etc/eclipse/tools.txt:1); leave out all but one of the lines";
   const Outcome plan = eclipse_int("plan session.json --update --json");
   EXPECT_EQ(plan.status, 1);
@@ -194,7 +194,7 @@ TEST_F(UpdateCommand, ThatTheDirectorWouldNotDoEndsTheQuestions) {
   script(1, "exit 13");
   const Outcome plan = eclipse_int("plan session.json --update --resolve");
   EXPECT_EQ(plan.status, 1);
-  EXPECT_NE(plan.output.find("  !  one  2.0.0  the director says why below (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"),
+  EXPECT_NE(plan.output.find("  !  one  2.0.0  see what the director says below (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"),
             std::string::npos)
       << plan.output;
   EXPECT_NE(plan.output.find("  The director would not perform the update, so the run would end without a change.\n"),

@@ -82,7 +82,7 @@ TEST(Update, IsNoMatterOfRemovalsAndUnknownInstances) {
 TEST(Update, IsAskedForWhenAVersionIsOlder) {
   const auto older = replacements_for(plan({"older"}), of_several_sites, installed);
   EXPECT_EQ(refusal_for(older, {}),
-            "older 1.0.0 is installed, and the session brings 2.0.0; the director would not replace the installed version; use "
+            "older 1.0.0 is installed, and the session offers 2.0.0; the director would not replace the installed version; use "
             "--update");
   EXPECT_EQ(refusal_for(older, {true, false}), "");
 }
@@ -90,7 +90,7 @@ TEST(Update, IsAskedForWhenAVersionIsOlder) {
 TEST(Update, IsAskedForWithEachUnitThatIsOlder) {
   const auto two_older = eclipse_p2::installed_of({{"older", "1.0.0", {}, true}, {"new", "0.9.0", {}, true}});
   EXPECT_EQ(refusal_for(replacements_for(plan({"older", "new"}), of_several_sites, two_older), {}),
-            "older 1.0.0 is installed, and the session brings 2.0.0, new 0.9.0 is installed, and the session brings 1.0.0; "
+            "older 1.0.0 is installed, and the session offers 2.0.0, new 0.9.0 is installed, and the session offers 1.0.0; "
             "the director would not replace the installed version; use --update");
 }
 
@@ -98,24 +98,24 @@ TEST(Update, GoesToALowerVersionOnlyOnRequest) {
   const auto newer = replacements_for(plan({"newer"}), of_several_sites, installed);
   EXPECT_EQ(refusal_for(newer, {}), "") << "up to the director";
   EXPECT_EQ(refusal_for(newer, {true, false}),
-            "newer 3.0.0 is installed, and the session brings only 2.0.0; --allow-downgrade goes back to it");
+            "newer 3.0.0 is installed, and the session offers only 2.0.0; --allow-downgrade goes back to it");
   EXPECT_EQ(refusal_for(newer, {true, true}), "");
   EXPECT_EQ(refusal_for(replacements_for(plan({"older", "newer"}), of_several_sites, installed), {}),
-            "older 1.0.0 is installed, and the session brings 2.0.0; the director would not replace the installed version; use "
+            "older 1.0.0 is installed, and the session offers 2.0.0; the director would not replace the installed version; use "
             "--update (with "
-            "--allow-downgrade, since newer 3.0.0 is installed, and the session brings only 2.0.0)");
+            "--allow-downgrade, since newer 3.0.0 is installed, and the session offers only 2.0.0)");
 }
 
 TEST(Update, NamesTheFirstThreeOfMany) {
   std::vector<Replacement> replacements;
   for (const char* const id : {"a", "b", "c"}) replacements.push_back({{id, "1"}, {id, "2"}, "p:1", false, "3 (p:2)"});
   const std::string three =
-      "a 1 is installed, and the session brings 2, b 1 is installed, and the session brings 2, "
-      "c 1 is installed, and the session brings 2";
+      "a 1 is installed, and the session offers 2, b 1 is installed, and the session offers 2, "
+      "c 1 is installed, and the session offers 2";
   const std::string contradictions =
-      "the session brings a in the versions 2 (p:1) and 3 (p:2), "
-      "the session brings b in the versions 2 (p:1) and 3 (p:2), "
-      "the session brings c in the versions 2 (p:1) and 3 (p:2)";
+      "the session offers a in the versions 2 (p:1) and 3 (p:2), "
+      "the session offers b in the versions 2 (p:1) and 3 (p:2), "
+      "the session offers c in the versions 2 (p:1) and 3 (p:2)";
   EXPECT_EQ(refusal_for(replacements, {}), contradictions + "; leave out all but one of the lines");
   replacements.push_back({{"d", "1"}, {"d", "2"}, "p:1", false, "3 (p:2)"});
   EXPECT_EQ(refusal_for(replacements, {}), contradictions + " and 1 more; leave out all but one of the lines");
@@ -128,7 +128,7 @@ TEST(Update, IsRefusedForASessionThatContradictsItself) {
   const auto contradictions = replacements_for(plan({"older/1.0.0", "newer", "older"}), of_several_sites, installed);
   ASSERT_EQ(contradictions.size(), 2U);
   const std::string refusal =
-      "the session brings older in the versions 2.0.0 (p:3) and 1.0.0 (p:1); leave out all but one of the lines";
+      "the session offers older in the versions 2.0.0 (p:3) and 1.0.0 (p:1); leave out all but one of the lines";
   for (const Wishes& wishes : {Wishes{false, false}, Wishes{true, false}, Wishes{true, true}}) {
     EXPECT_EQ(refusal_for(contradictions, wishes), refusal);
   }

@@ -36,7 +36,7 @@ TEST_F(VerifiedRun, TellsWhatCameIn) {
             "  Installed:\n"
             "    one/1.0.0\n"
             "    two/1.0.0\n"
-            "Same: 2 of 2 units that the session installs are installed in DIRECTORY/eclipse/eclipse\n" +
+            "Same: all 2 units to be installed are installed in DIRECTORY/eclipse/eclipse\n" +
                 only_roots);
 }
 
@@ -99,7 +99,7 @@ TEST_F(VerifiedRun, WarnsBeforeARemovalThatIsBlocked) {
   EXPECT_EQ(verification(outcome),
             "\nVerification:\n"
             "  Nothing was installed or removed.\n"
-            "Different: 1 of 2 units that the session removes are still installed in DIRECTORY/eclipse/eclipse\n"
+            "Different: 1 of 2 units to be removed is still installed in DIRECTORY/eclipse/eclipse\n"
             "  one is still installed (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n" +
                 only_roots);
 }
@@ -162,8 +162,8 @@ TEST_F(VerifiedRun, IsThereForPrograms) {
   const Json verification = Json::parse(outcome.output).at("verification");
   EXPECT_EQ(verification.at("planned"), true);
   EXPECT_EQ(verification.at("before"), Json::array());
-  EXPECT_EQ(verification.at("cameIn"), Json::array({"two/1.0.0"}));
-  EXPECT_EQ(verification.at("wentOut"), Json::array());
+  EXPECT_EQ(verification.at("installed"), Json::array({"two/1.0.0"}));
+  EXPECT_EQ(verification.at("removed"), Json::array());
   EXPECT_EQ(verification.at("notRemovable"), Json::array());
   EXPECT_EQ(verification.at("staying"), Json::array());
   EXPECT_EQ(verification.at("nowByName"), Json::array());

@@ -35,7 +35,7 @@ TEST_F(VerifyCommand, IsTheSameWhenAllIsThere) {
   script(1, "echo one/1.0.0; echo two/2.0.0; echo local.ide/4.26.0");
   EXPECT_EQ(
       eclipse_int("verify session.json"),
-      (Outcome{0, "Same: 2 of 2 units that the session installs are installed in DIRECTORY/eclipse/eclipse\n" + only_roots,
+      (Outcome{0, "Same: all 2 units to be installed are installed in DIRECTORY/eclipse/eclipse\n" + only_roots,
                ""}));
   EXPECT_EQ(director_calls(), question);
 }
@@ -59,7 +59,7 @@ TEST_F(VerifyCommand, NamesEveryDifferenceOfAnInstallation) {
   script(1, "echo one/1.0.0; echo two/1.0.0");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: 2 of 3 units that the session installs are not installed in DIRECTORY/eclipse/eclipse\n"
+                     "Different: 2 of 3 units to be installed are not installed in DIRECTORY/eclipse/eclipse\n"
                      "  two/2.0 is not installed by name, but version 1.0.0 is (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"
                      "  three is not installed by name (DIRECTORY/tools/etc/eclipse/tools.txt:3)\n" +
                          only_roots,
@@ -71,14 +71,14 @@ TEST_F(VerifyCommand, NamesWhatARemovalLeft) {
   script(1, "echo one/1.0.0");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: 1 of 2 units that the session removes are still installed in DIRECTORY/eclipse/eclipse\n"
+                     "Different: 1 of 2 units to be removed is still installed in DIRECTORY/eclipse/eclipse\n"
                      "  one is still installed (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n" +
                          only_roots,
                      ""}));
   script(2, ":");
   EXPECT_EQ(
       eclipse_int("verify session.json"),
-      (Outcome{0, "Same: 2 of 2 units that the session removes are not installed in DIRECTORY/eclipse/eclipse\n" + only_roots,
+      (Outcome{0, "Same: all 2 units to be removed are not installed in DIRECTORY/eclipse/eclipse\n" + only_roots,
                ""}));
 }
 
@@ -91,7 +91,7 @@ TEST_F(VerifyCommand, TellsWhatCameAlongFromWhatIsNotThere) {
       "<unit id='two' version='1.0.0'/>");
   EXPECT_EQ(eclipse_int("verify session.json --director"),
             (Outcome{1,
-                     "Different: 1 of 3 units that the session installs are not installed in DIRECTORY/eclipse/eclipse\n"
+                     "Different: 1 of 3 units to be installed is not installed in DIRECTORY/eclipse/eclipse\n"
                      "  three is not installed (DIRECTORY/tools/etc/eclipse/tools.txt:3)\n"
                      "  two is installed, but not by name; required by one (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n",
                      ""}));
@@ -99,7 +99,7 @@ TEST_F(VerifyCommand, TellsWhatCameAlongFromWhatIsNotThere) {
   script(2, "echo one/1.0.0");
   EXPECT_EQ(eclipse_int("verify session.json --director"),
             (Outcome{1,
-                     "Different: 2 of 3 units that the session removes are still installed in DIRECTORY/eclipse/eclipse\n"
+                     "Different: 2 of 3 units to be removed are still installed in DIRECTORY/eclipse/eclipse\n"
                      "  one is still installed (DIRECTORY/tools/etc/eclipse/tools.txt:1)\n"
                      "  two is still installed, but not by name; required by one (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n",
                      ""}));
@@ -112,8 +112,8 @@ TEST_F(VerifyCommand, ReadsTheProfileAndStartsNoDirector) {
                 "<property name='org.eclipse.equinox.p2.type.root' value='true'/></properties></iuProperties>");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: 1 of 2 units that the session installs are not installed in DIRECTORY/eclipse/eclipse, as its "
-                     "p2 profile records\n"
+                     "Different: 1 of 2 units to be installed is not installed in DIRECTORY/eclipse/eclipse, according to its "
+                     "p2 profile\n"
                      "  two is not installed (DIRECTORY/tools/etc/eclipse/tools.txt:3)\n",
                      ""}));
   EXPECT_EQ(director_calls(), "");
@@ -140,10 +140,10 @@ TEST_F(VerifyCommand, TakesAnOlderVersionForDifferentAndANewerOneNot) {
   script(1, "echo one/1.9.0; echo two/1.1.0");
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: 1 of 2 units that the session installs are not installed in DIRECTORY/eclipse/eclipse\n"
-                     "  one is not installed by name, but version 1.9.0 is; the session brings 2.0.0 "
+                     "Different: 1 of 2 units to be installed is not installed in DIRECTORY/eclipse/eclipse\n"
+                     "  one is not installed by name, but version 1.9.0 is; the session offers 2.0.0 "
                      "(DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"
-                     "  two is installed in the newer version 1.1.0; the session brings 1.0.0 "
+                     "  two is installed in the newer version 1.1.0; the session offers 1.0.0 "
                      "(DIRECTORY/tools/etc/eclipse/tools.txt:3)\n" +
                          only_roots,
                      ""}));
@@ -206,7 +206,7 @@ TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
             (Outcome{0,
                      "Same: the session changes nothing; the log ends with: eclipse_int: nothing to integrate\n"
                      "  ECLIPSE_INTEGRATION_CHOICE is \"none\"\n"
-                     "  so no Eclipse is chosen and no component is searched (1 component)\n",
+                     "  no Eclipse instance is chosen, and no component is searched (1 component)\n",
                      ""}));
   EXPECT_EQ(Json::parse(eclipse_int("verify session.json --json").output),
             (Json{{"same", true},
@@ -214,7 +214,7 @@ TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
                   {"reason", "eclipse_int: nothing to integrate"},
                   {"reasons",
                    {"ECLIPSE_INTEGRATION_CHOICE is \"none\"",
-                    "so no Eclipse is chosen and no component is searched (1 component)"}}}));
+                    "no Eclipse instance is chosen, and no component is searched (1 component)"}}}));
   EXPECT_EQ(director_calls(), "");
 }
 
@@ -228,7 +228,7 @@ TEST_F(VerifyCommand, NamesWhatAModifySessionLeavesAlthoughItIsSelectedForRemova
   EXPECT_EQ(eclipse_int("run session.json").status, 0);
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{1,
-                     "Different: the session installs nothing into DIRECTORY/eclipse/eclipse, as its p2 profile records\n"
+                     "Different: the session installs nothing into DIRECTORY/eclipse/eclipse, according to its p2 profile\n"
                      "  one is still installed, although its component is selected for removal "
                      "(DIRECTORY/tools/etc/eclipse/tools.txt:2); only a session with mode uninstall removes it\n",
                      ""}));
@@ -287,7 +287,7 @@ TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
                      "  ECLIPSE_INTEGRATION_CHOICE is \"internal\"\n"
                      "  ECLIPSE_BIN is \"eclipse\"\n"
                      "  no component provides an IDE; the capabilities are: TOOLS_ECLIPSE_PLUGIN\n"
-                     "  so no Eclipse is chosen and no component is searched (1 component)\n"}));
+                     "  no Eclipse instance is chosen, and no component is searched (1 component)\n"}));
 }
 
 }  // namespace

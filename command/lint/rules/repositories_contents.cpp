@@ -4,6 +4,8 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <string_view>
+#include <unordered_set>
 
 #include "base/printable.h"
 #include "dry_run/command_pieces.h"
@@ -380,18 +382,20 @@ bool are_for_other_systems(const Repository& site, const Artifacts& artifacts) {
 void check_artifacts(const Input& input, Artifacts (*artifacts_of)(const Repository& site),
                      std::string (*text_of)(const Record& record, const Artifacts& artifacts), Reporter& reporter) {
   std::map<const Repository*, const Record*> sites;
-  std::set<std::string> all;
+  std::set<const Repository*> known;
+  std::unordered_set<std::string_view> all;
   bool is_certain = true;
   for_each_placed(input, [&](const Record& record) {
     if (record.site == nullptr || !record.site->is_repository) return;
     if (is_plain_repository(record) && is_archive(record) != record.site->is_directory) sites.emplace(record.site, &record);
     is_certain = is_certain && (record.site->artifacts || !record.site->error.empty());
-    if (record.site->artifacts) all.insert(record.site->artifacts->begin(), record.site->artifacts->end());
+    const bool is_new = record.site->artifacts && known.insert(record.site).second;
+    if (is_new) all.insert(record.site->artifacts->begin(), record.site->artifacts->end());
   });
   if (!is_certain) return;
   for (const auto& [site, record] : sites) {
     auto artifacts = site->error.empty() ? artifacts_of(*site) : Artifacts();
-    std::erase_if(artifacts, [&](const auto& artifact) { return all.count(artifact.first) != 0; });
+    std::erase_if(artifacts, [&](const auto& artifact) { return all.contains(artifact.first); });
     if (artifacts.empty()) continue;
     const std::string text = text_of(*record, artifacts);
     if (are_for_other_systems(*site, artifacts)) {
