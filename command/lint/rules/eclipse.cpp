@@ -323,6 +323,39 @@ void report_missing_executables(const Input& input, const std::string& name, Rep
                   "list the executable in the IDE's package, or correct ECLIPSE_BIN");
 }
 
+/// What is wrong with a path of the known instance that can never be equal to that of the executable; empty when nothing is.
+std::string problem_with_known_path(const std::string& known, const std::string& path) {
+  std::error_code error;
+  if (known.empty() || path.empty() || known == path) return "";
+  if (is_same_file(known, path))
+    return " names the same file as USER_DEFINED_ECLIPSE_PATH, but in other words: " + in_quotes(path);
+  return fs::is_directory(known, error) ? " is a directory, not an executable" : "";
+}
+
+Rule known_path_unusable() {
+  return {
+      .name = "known-path-unusable",
+      .group = Group::eclipse,
+      .severity = Severity::warning,
+      .title = "CASHED_ECLIPSE_PATH is a directory, or differs in its text only from USER_DEFINED_ECLIPSE_PATH",
+      .why =
+          "The plug-in compares the two as text. If they differ, the Eclipse instance counts as new, so it gets the features "
+          "of "
+          "all components, not only of the selected ones.",
+      .fix = "write the path of the executable, as it is in USER_DEFINED_ECLIPSE_PATH when the instance is the same",
+      .bad = product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide")"), tools)),
+      .good = product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"), tools)),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->is_removal() || !is_choice(*input.session, "user")) return;
+            const std::string known = input.session->variable("CASHED_ECLIPSE_PATH");
+            const std::string problem = problem_with_known_path(known, input.session->variable("USER_DEFINED_ECLIPSE_PATH"));
+            if (problem.empty()) return;
+            reporter.report(input.session->location_of("CASHED_ECLIPSE_PATH"), in_quotes(known) + problem);
+          },
+  };
+}
+
 Rule internal_eclipse_not_found() {
   return {
       .name = "internal-eclipse-not-found",
@@ -585,6 +618,7 @@ std::vector<Rule> eclipse_rules() {
       user_eclipse_unusable(),
       user_path_not_normalized(),
       user_path_relative(),
+      known_path_unusable(),
       internal_eclipse_not_found(),
       capability_misspelled(),
       executable_name_unmatched(),

@@ -5,6 +5,7 @@
 #include "base/file.h"
 #include "base/printable.h"
 #include "base/text.h"
+#include "dry_run/chosen_executable.h"
 #include "dry_run/log_lines.h"
 #include "lint/input.h"
 #include "lint/rule.h"
@@ -96,15 +97,11 @@ bool was_read(const Input& input, const Component& component) {
   });
 }
 
-/// What to do about a session that makes an instance new.
-std::string advice_on_new_instance(const SessionFacts& facts) {
-  const std::string path = facts.variable("USER_DEFINED_ECLIPSE_PATH");
+/// Why an instance is new in a session, to be read after that.
+std::string why_it_is_new(const SessionFacts& facts) {
   const std::string known = facts.variable("CASHED_ECLIPSE_PATH");
-  if (!path.empty() && !known.empty() && is_same_file(path, known)) {
-    return "write " + in_quotes(path) +
-           " into CASHED_ECLIPSE_PATH, too: it names the same file in other words, but the two are compared as text";
-  }
-  return "if that is intended, do nothing; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the previous run";
+  if (!eclipse_dry_run::is_named_by_user(*facts.session) || known.empty()) return "";
+  return ", since CASHED_ECLIPSE_PATH is " + in_quotes(known);
 }
 
 Rule new_instance_gets_all_features() {
@@ -130,9 +127,8 @@ Rule new_instance_gets_all_features() {
               codes.push_back(catalogue.code);
             }
             if (codes.empty()) return;
-            reporter.report(input.session->mode,
-                            "the Eclipse instance is new, so it also gets the features of " + each_in_quotes(codes),
-                            advice_on_new_instance(*input.session));
+            reporter.report(input.session->mode, "the Eclipse instance is new" + why_it_is_new(*input.session) +
+                                                     ", so it also gets the features of " + each_in_quotes(codes));
           },
   };
 }
