@@ -29,14 +29,21 @@ namespace {
 void check_jars(const Input& input, std::string JarErrors::*error, const std::string& others_are, Reporter& reporter) {
   if (!input.jars) return;
   std::map<const Record*, std::vector<std::string>> errors;
+  std::map<const Record*, std::vector<const Record*>> failing;
   for (const NeededJar& jar : input.jars->wrong()) {
-    if (const std::string& text = jar.errors.*error; !text.empty()) errors[jar.record].push_back(*jar.name + " " + text);
+    const std::string& text = jar.errors.*error;
+    if (text.empty()) continue;
+    errors[jar.record].push_back(*jar.name + " " + text);
+    const auto needing = input.needed->records_that_need(jar.unit);
+    failing[jar.record].insert(failing[jar.record].end(), needing.begin(), needing.end());
   }
   for (const auto& [record, texts] : errors) {
     const std::size_t others = texts.size() - 1;
     reporter.report(record->location(0),
                     in_quotes(record->repository()) + ": " + texts.front() +
                         (others == 0 ? "" : "; " + std::to_string(others) + " more of its jars " + others_are));
+    // The director installs a jar that is another bundle.
+    if (error != &JarErrors::identity) reporter.fails(failing[record]);
   }
 }
 
