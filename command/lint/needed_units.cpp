@@ -73,9 +73,12 @@ void NeededUnits::add_provider(const Open& open, const Unit& unit, bool is_certa
   add(unit, open.record, is_certain);
 }
 
-std::vector<const Record*> NeededUnits::records_that_need(const Unit& unit) const {
-  const auto installed = installed_versions(unit.id);
-  if (std::find(installed.begin(), installed.end(), unit.version) != installed.end()) return {};
+bool NeededUnits::is_installed(const Unit& unit) const {
+  const auto versions = installed_versions(unit.id);
+  return std::find(versions.begin(), versions.end(), unit.version) != versions.end();
+}
+
+std::vector<const NamedFeature*> NeededUnits::features_that_need(const Unit& unit) const {
   std::set<Unit> above = {unit};
   std::vector<Unit> open = {unit};
   while (!open.empty()) {
@@ -86,10 +89,17 @@ std::vector<const Record*> NeededUnits::records_that_need(const Unit& unit) cons
       if (above.insert(each).second) open.push_back(each);
     }
   }
-  std::vector<const Record*> records;
+  std::vector<const NamedFeature*> features;
   for (const NamedFeature& named : named_) {
-    if (above.contains(named.unit)) records.push_back(named.record);
+    if (above.contains(named.unit)) features.push_back(&named);
   }
+  return features;
+}
+
+std::vector<const Record*> NeededUnits::records_that_need(const Unit& unit) const {
+  std::vector<const Record*> records;
+  if (is_installed(unit)) return records;
+  for (const NamedFeature* const named : features_that_need(unit)) records.push_back(named->record);
   return records;
 }
 
@@ -120,9 +130,7 @@ void NeededUnits::add_required(const Open& open, const UnitDescription& descript
   const auto installed = installed_versions(requirement.name);
   const bool is_installed = std::any_of(installed.begin(), installed.end(),
                                         [&](const std::string& version) { return is_in_range(version, requirement.range); });
-  const auto own = installed_versions(open.unit.id);
-  const bool is_certain = open.is_certain && patched_.count(requirement.name) == 0 &&
-                          std::find(own.begin(), own.end(), open.unit.version) == own.end();
+  const bool is_certain = open.is_certain && patched_.count(requirement.name) == 0 && !this->is_installed(open.unit);
   if (fitting.empty()) {
     if (is_certain && !is_installed) note_unmet(open, requirement, providers);
   } else if (fitting.size() == 1 && !is_installed) {

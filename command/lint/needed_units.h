@@ -56,6 +56,10 @@ class NeededUnits {
   const std::set<eclipse_p2::Unit>& all() const { return units_; }
   const std::vector<NamedFeature>& named() const { return named_; }
   const eclipse_p2::Environment& environment() const { return environment_; }
+  /// As far as is known.
+  bool is_installed(const eclipse_p2::Unit& unit) const;
+  /// The named features that need a unit, whether the instance has it or not.
+  std::vector<const NamedFeature*> features_that_need(const eclipse_p2::Unit& unit) const;
   /// The records that name features which need a unit; none when the instance has it.
   std::vector<const Record*> records_that_need(const eclipse_p2::Unit& unit) const;
   /// Only those that no choice of the director can avoid. None when a repository is not known.

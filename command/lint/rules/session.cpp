@@ -115,8 +115,7 @@ Rule new_instance_gets_all_features() {
           "if that is intended, do nothing; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the previous "
           "run",
       .bad = product(session("modify", user_choice("ide/eclipse"), installed_tools())),
-      .good = product(
-          session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"), installed_tools())),
+      .good = product(session("modify", user_choice("ide/eclipse", known_eclipse()), installed_tools())),
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->is_removal()) return;
@@ -155,8 +154,7 @@ bool has_feature(const std::vector<eclipse_p2::InstalledUnit>& installed, const 
 Sample product_with_old(const std::string& installed, const std::string& state = R"("installed": true)") {
   const std::string old =
       entry_of({.code = "old", .directory = "old", .state = state, .capabilities = R"("OLD_ECLIPSE_PLUGIN")"});
-  return product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"),
-                         std::string(tools) + "," + old),
+  return product(session("modify", user_choice("ide/eclipse", known_eclipse()), std::string(tools) + "," + old),
                  {{"old/etc/eclipse/tools.txt", "site\torg.example.old.feature.group\n"},
                   {"old/site/content.xml",
                    "<repository><units><unit id='org.example.old.feature.group' version='1.0.0'/></units></repository>\n"},
@@ -358,8 +356,9 @@ Rule variable_misspelled() {
       .title = "the name of a variable resembles one that a run reads",
       .why = "The variable has no effect. Names must match exactly, even the misspelled CASHED_ECLIPSE_PATH.",
       .fix = "correct the name",
-      .bad = product(session("modify", user_choice("ide/eclipse", R"(, "CACHED_ECLIPSE_PATH": "ide/eclipse")"), tools)),
-      .good = product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"), tools)),
+      .bad = product(
+          session("modify", user_choice("ide/eclipse", R"(, "CACHED_ECLIPSE_PATH": "/opt/product/ide/eclipse")"), tools)),
+      .good = product(session("modify", user_choice("ide/eclipse", known_eclipse()), tools)),
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session) return;

@@ -492,6 +492,23 @@ void list_alpha_with(const Product& product, const std::string& properties) {
   write(site / "artifacts.xml", text);
 }
 
+TEST(LintDirector, JarThatWasBuiltAgainWithTheSameVersionIsNotInstalled) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  ASSERT_EQ(product.run("install").status, 0);
+  EXPECT_THAT(rules_broken_by(product), IsEmpty());
+  list_alpha_with(product, "");
+  const std::string jar = "plugins/org.example.alpha.plugin_1.0.0.jar";
+  const std::string site = (product.directory() / "tools/sites/alpha").string();
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + site + "' && echo more > more.txt && zip -q " + jar + " more.txt").exit_code,
+            0);
+  const Outcome again = product.run("install");
+  EXPECT_EQ(again.status, 0);
+  EXPECT_THAT(planned(again), ElementsAre("keep"));
+  EXPECT_EQ(fs::file_size(product.executable().parent_path() / jar), fs::file_size(prepared / "sites/alpha" / jar));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("artifact-differs-from-installed"));
+}
+
 TEST(LintDirector, StrongestChecksumOfAnArtifactDecides) {
   const fs::path jar = prepared / "sites/alpha/plugins/org.example.alpha.plugin_1.0.0.jar";
   const auto sum = [&](const std::string& program) {
