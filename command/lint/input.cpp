@@ -49,6 +49,7 @@ class InputReader {
   InputReader(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files)
       : library_(library), sites_(sites), files_(files), input_(std::make_unique<Input>()) {
     input_->library = &library;
+    input_->repositories = &sites;
   }
 
   std::unique_ptr<Input> read_descriptor(const fs::path& file) {

@@ -138,7 +138,8 @@ struct SessionFacts {
 
 struct Input {
   const eclipse_dry_run::PluginFunctions* library;
-  bool has_components = false;  ///< otherwise it is a single descriptor file, whose component is not known
+  bool has_components = false;                       ///< otherwise it is a single descriptor file, whose component is not known
+  eclipse_p2::Repositories* repositories = nullptr;  ///< in which more can be looked up
   std::deque<Component> components;
   std::vector<std::string> component_directories;  ///< of all components that are linted together
   std::deque<Descriptor> descriptors;

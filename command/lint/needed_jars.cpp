@@ -31,7 +31,7 @@ const std::vector<NeededJar>& NeededJars::wrong() const {
   auto& wrong = wrong_.emplace();
   for (const auto& [site, record] : needed_->sites()) {
     examine(needed_jars_of(*site, *needed_), [&, &of_site = record](const Jar& jar, const JarErrors& errors) {
-      if (errors != JarErrors()) wrong.push_back({of_site, &jar.second.name, errors});
+      if (errors != JarErrors()) wrong.push_back({of_site, &jar.second.name, unit_of_artifact(jar.first), errors});
     });
   }
   return wrong;

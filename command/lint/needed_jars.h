@@ -15,6 +15,7 @@ namespace eclipse_lint {
 struct NeededJar {
   const Record* record;     ///< the first line that names its repository
   const std::string* name;  ///< its path in the repository
+  eclipse_p2::Unit unit;    ///< that it belongs to
   eclipse_p2::JarErrors errors;
 };
 

@@ -50,7 +50,6 @@ NeededUnits::NeededUnits(const Input& input)
 
 void NeededUnits::index() {
   for (const auto& [site, record] : sites_) {
-    if (site->has_references) knows_all_ = false;
     for (const Described& described : site->descriptions) {
       auto& descriptions = descriptions_[described.first];
       if (descriptions.empty() || *descriptions.front() != described.second) descriptions.push_back(&described.second);
@@ -67,6 +66,41 @@ void NeededUnits::add(const Unit& unit, const Record* record, bool is_certain) {
   const bool is_new = units_.insert(unit).second;
   const bool is_newly_certain = is_certain && certain_.insert(unit).second;
   if (is_new || is_newly_certain) open_.push_back({unit, record, is_certain});
+}
+
+void NeededUnits::add_provider(const Open& open, const Unit& unit, bool is_certain) {
+  needed_by_[unit].insert(open.unit);
+  add(unit, open.record, is_certain);
+}
+
+bool NeededUnits::is_installed(const Unit& unit) const {
+  const auto versions = installed_versions(unit.id);
+  return std::find(versions.begin(), versions.end(), unit.version) != versions.end();
+}
+
+std::vector<const NamedFeature*> NeededUnits::features_that_need(const Unit& unit) const {
+  std::set<Unit> above = {unit};
+  std::vector<Unit> open = {unit};
+  while (!open.empty()) {
+    const auto needing = needed_by_.find(open.back());
+    open.pop_back();
+    if (needing == needed_by_.end()) continue;
+    for (const Unit& each : needing->second) {
+      if (above.insert(each).second) open.push_back(each);
+    }
+  }
+  std::vector<const NamedFeature*> features;
+  for (const NamedFeature& named : named_) {
+    if (above.contains(named.unit)) features.push_back(&named);
+  }
+  return features;
+}
+
+std::vector<const Record*> NeededUnits::records_that_need(const Unit& unit) const {
+  std::vector<const Record*> records;
+  if (is_installed(unit)) return records;
+  for (const NamedFeature* const named : features_that_need(unit)) records.push_back(named->record);
+  return records;
 }
 
 /// Of one that two repositories describe differently, the director takes either.
@@ -96,18 +130,16 @@ void NeededUnits::add_required(const Open& open, const UnitDescription& descript
   const auto installed = installed_versions(requirement.name);
   const bool is_installed = std::any_of(installed.begin(), installed.end(),
                                         [&](const std::string& version) { return is_in_range(version, requirement.range); });
-  const auto own = installed_versions(open.unit.id);
-  const bool is_certain = open.is_certain && patched_.count(requirement.name) == 0 &&
-                          std::find(own.begin(), own.end(), open.unit.version) == own.end();
+  const bool is_certain = open.is_certain && patched_.count(requirement.name) == 0 && !this->is_installed(open.unit);
   if (fitting.empty()) {
     if (is_certain && !is_installed) note_unmet(open, requirement, providers);
   } else if (fitting.size() == 1 && !is_installed) {
-    add(fitting.front().unit, open.record, is_certain);
+    add_provider(open, fitting.front().unit, is_certain);
   } else if (description.is_group && requirement.name_space == unit_name_space) {
     const auto highest = std::max_element(fitting.begin(), fitting.end(), [](const Provider& one, const Provider& other) {
       return std::is_lt(compare_versions(one.version, other.version));
     });
-    add(highest->unit, open.record, false);
+    add_provider(open, highest->unit, false);
   }
 }
 
@@ -120,9 +152,8 @@ void NeededUnits::note_unmet(const Open& open, const Requirement& requirement, c
     unmet.offered.push_back(provider.version);
     if (!may_be_here(provider) && is_in_range(provider.version, requirement.range)) unmet.filter = *provider.filter;
   }
-  if (unmet.offered.empty() && unmet.installed.empty()) return;
   // The instance may have another version than the repositories.
-  if (!unmet.is_certain && !is_exact(requirement.range)) return;
+  if (!unmet.is_certain && !unmet.is_of_something_unknown() && !is_exact(requirement.range)) return;
   unmet_.push_back(std::move(unmet));
 }
 

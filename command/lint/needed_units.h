@@ -29,8 +29,8 @@ struct NamedFeature {
   const eclipse_p2::UnitDescription* description;  ///< null when none of this input, or two repositories, describe it
 };
 
-/// A requirement that neither a repository nor the instance meets, although one has what is required: in other versions, or for
-/// other systems.
+/// A requirement that neither a repository nor the instance meets: they have what is required in other versions only, for other
+/// systems only, or not at all.
 struct UnmetRequirement {
   const Record* record;  ///< that names the feature which needs it
   eclipse_p2::Unit unit;
@@ -39,6 +39,9 @@ struct UnmetRequirement {
   std::vector<std::string> installed;  ///< versions in the instance
   std::string filter;                  ///< of one for other systems, whose version would do; else empty
   bool is_certain;                     ///< what the instance has is known
+
+  /// Then the instance may have it under the name of another unit.
+  bool is_of_something_unknown() const { return offered.empty() && installed.empty(); }
 };
 
 /// The features in the versions that the director takes, and what they require by name on this system. Where several versions
@@ -53,7 +56,13 @@ class NeededUnits {
   const std::set<eclipse_p2::Unit>& all() const { return units_; }
   const std::vector<NamedFeature>& named() const { return named_; }
   const eclipse_p2::Environment& environment() const { return environment_; }
-  /// Only those that no choice of the director can avoid. None when a repository is not known, or refers to others.
+  /// As far as is known.
+  bool is_installed(const eclipse_p2::Unit& unit) const;
+  /// The named features that need a unit, whether the instance has it or not.
+  std::vector<const NamedFeature*> features_that_need(const eclipse_p2::Unit& unit) const;
+  /// The records that name features which need a unit; none when the instance has it.
+  std::vector<const Record*> records_that_need(const eclipse_p2::Unit& unit) const;
+  /// Only those that no choice of the director can avoid. None when a repository is not known.
   const std::vector<UnmetRequirement>& unmet() const { return unmet_; }
 
  private:
@@ -73,6 +82,7 @@ class NeededUnits {
 
   void index();
   void add(const eclipse_p2::Unit& unit, const Record* record, bool is_certain);
+  void add_provider(const Open& open, const eclipse_p2::Unit& unit, bool is_certain);
   void add_requirements(Open open);
   void add_required(const Open& open, const eclipse_p2::UnitDescription& description,
                     const eclipse_p2::Requirement& requirement);
@@ -95,7 +105,8 @@ class NeededUnits {
   std::multimap<std::string_view, std::string_view> installed_;  ///< ids and versions
   std::vector<NamedFeature> named_;
   std::set<eclipse_p2::Unit> units_;
-  std::set<eclipse_p2::Unit> certain_;  ///< those that the director has to take
+  std::set<eclipse_p2::Unit> certain_;                                ///< those that the director has to take
+  std::map<eclipse_p2::Unit, std::set<eclipse_p2::Unit>> needed_by_;  ///< those of them that require a unit directly
   std::vector<Open> open_;
   std::vector<UnmetRequirement> unmet_;
 };

@@ -15,6 +15,7 @@
 namespace eclipse_lint {
 
 struct Input;
+struct Record;
 
 /// Takes the findings of one rule.
 class Reporter {
@@ -25,6 +26,9 @@ class Reporter {
   void report_left_out();
 
   bool has_reported() const { return count_ != 0; }
+
+  /// Says of the last finding that the director does not install the features of these records because of it.
+  void fails(const std::vector<const Record*>& records);
 
   void report(Location location, std::string message, std::optional<Correction> correction = {});
   /// With a better fix than the rule's own.

@@ -4,6 +4,7 @@
 #include "base/limits.h"
 #include "base/printable.h"
 #include "base/text.h"
+#include "lint/input.h"
 #include "lint/rule.h"
 #include "lint/texts.h"
 
@@ -29,16 +30,34 @@ void Reporter::report(Severity severity, Location location, std::string message,
     if (file_left_out_.empty()) file_left_out_ = std::move(location.file);
     return;
   }
-  findings_.push_back(
-      {&rule_, severity, std::move(location), std::move(message), std::move(fix), std::nullopt, std::move(correction), false});
+  findings_.push_back({&rule_,
+                       severity,
+                       std::move(location),
+                       std::move(message),
+                       std::move(fix),
+                       std::nullopt,
+                       std::move(correction),
+                       false,
+                       {}});
+}
+
+void Reporter::fails(const std::vector<const Record*>& records) {
+  if (count_ > eclipse_base::largest::findings) return;
+  for (const Record* const record : records) findings_.back().failing.push_back(record->where());
 }
 
 void Reporter::report_left_out() {
   if (count_ <= eclipse_base::largest::findings) return;
-  findings_.push_back({&rule_, rule_.severity, Location{file_left_out_},
+  findings_.push_back({&rule_,
+                       rule_.severity,
+                       Location{file_left_out_},
                        "there are " + eclipse_base::counted(count_ - eclipse_base::largest::findings, "more finding") +
                            " of this rule, here and in later files, which are left out",
-                       "fix those that are shown, and repeat the command", std::nullopt, std::nullopt, false});
+                       "fix those that are shown, and repeat the command",
+                       std::nullopt,
+                       std::nullopt,
+                       false,
+                       {}});
 }
 
 std::string options_for(Corrects corrects) {

@@ -101,7 +101,6 @@ UnitDescription description_of(const pugi::xml_node& unit) {
 
 void read_units(const pugi::xml_node& repository, Repository& read) {
   UnitVersions& units = read.units.emplace();
-  read.has_references = static_cast<bool>(repository.child("references").child("repository"));
   for (const pugi::xml_node unit : repository.child("units").children("unit")) {
     const Unit name{unit.attribute("id").value(), unit.attribute("version").value()};
     units[name.id].insert(name.version);
@@ -276,7 +275,6 @@ class Repositories::Reader {
       } else if (listing == Listing::content) {
         is_known = is_known && child->units;
         repository_.descriptions.insert(child->descriptions.begin(), child->descriptions.end());
-        repository_.has_references = repository_.has_references || child->has_references;
         if (child->units) add_units(*child, units);
       } else {
         is_known = is_known && child->artifacts;

@@ -71,7 +71,6 @@ struct Repository {
   std::set<std::string> children_without_artifacts;
   /// Of a composite: the locations of those children that are absolute paths on this disk.
   std::vector<std::string> absolute_children;
-  bool has_references = false;  ///< it names others, which a director may be asked to load as well
   /// Metadata that the director ignores although it has another content than what it reads, also that of children.
   std::vector<IgnoredMetadata> ignored_metadata;
   /// What it provides; nothing when that is not known.

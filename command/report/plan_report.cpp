@@ -51,16 +51,22 @@ std::string place_of(const eclipse_lint::Location& location) {
   return location.file + (location.line == 0 ? "" : ":" + std::to_string(location.line));
 }
 
+/// Whether the preview gives an error as the reason of a feature's failure.
+bool is_shown(const eclipse_lint::Finding& error, const std::optional<eclipse_preview::Preview>& preview) {
+  return preview && !error.failing.empty() &&
+         std::ranges::any_of(preview->features, [&](const auto& feature) { return feature.remark == error.message; });
+}
+
 /// One line for each: it says which line of which file fails, since the others may well go in.
-std::string errors_text(const LintSummary& lint) {
+std::string errors_text(const PlanReport& report) {
   constexpr std::size_t most_shown = 10;
-  const std::size_t shown = std::min(lint.errors.size(), most_shown);
   std::string text;
-  for (std::size_t i = 0; i < shown; ++i) {
-    const eclipse_lint::Finding& finding = lint.errors[i];
+  std::size_t count = 0;
+  for (const eclipse_lint::Finding& finding : report.lint.errors) {
+    if (is_shown(finding, report.preview) || ++count > most_shown) continue;
     text += "  " + printable(place_of(finding.location)) + ": " + printable(finding.message) + "\n";
   }
-  return text + (lint.errors.size() > shown ? "  and " + std::to_string(lint.errors.size() - shown) + " more\n" : "");
+  return text + (count > most_shown ? "  and " + std::to_string(count - most_shown) + " more\n" : "");
 }
 
 std::string lint_text(const PlanReport& report, const std::string& file) {
@@ -70,7 +76,7 @@ std::string lint_text(const PlanReport& report, const std::string& file) {
     if (count > 0) counts.push_back(counted(count, name_of(severity)));
   }
   if (counts.empty()) return "\nlint: no findings\n";
-  return "\nlint: " + joined(counts) + " (eclipse-int lint " + printable(file) + " shows them)\n" + errors_text(report.lint);
+  return "\nlint: " + joined(counts) + " (eclipse-int lint " + printable(file) + " shows them)\n" + errors_text(report);
 }
 
 std::string update_text(const PlanReport& report) {

@@ -1,7 +1,10 @@
 #include "run/planned_session.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <map>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -83,6 +86,28 @@ void mark_failing(eclipse_preview::Preview& preview, const Resolution& resolutio
   }
 }
 
+/// "FILE:LINE" with the full path of the file.
+std::string full_place(const std::string& place) {
+  std::error_code error;
+  return std::filesystem::absolute(place, error).lexically_normal().string();
+}
+
+/// Lint looks at requirements and artifacts, which the preview does not.
+void mark_failing(eclipse_preview::Preview& preview, const eclipse_lint::Findings& errors) {
+  std::map<std::string, const std::string*> messages;
+  for (const auto& finding : errors) {
+    for (const std::string& place : finding.failing) messages.emplace(full_place(place), &finding.message);
+  }
+  for (auto& feature : preview.features) {
+    const auto message = messages.find(full_place(feature.place));
+    const bool stays_as_it_is =
+        feature.change == eclipse_preview::Change::keep || feature.change == eclipse_preview::Change::fail;
+    if (message == messages.end() || stays_as_it_is) continue;
+    feature.change = eclipse_preview::Change::fail;
+    feature.remark = *message->second;
+  }
+}
+
 /// What the run would replace, or why it would be refused.
 void add_update(PlanReport& report, const eclipse_plan::Offer& offer, const eclipse_p2::InstalledUnits& installed,
                 const eclipse_update::Wishes& wishes) {
@@ -117,6 +142,7 @@ PlanReport planned_session(const SessionOptions& options, const PlanWishes& wish
   Repositories repositories;
   if (report.plan.command) look_at_instance(report, repositories, wishes.update);
   report.lint = summary_of_lint(plugin, repositories, command, wishes);
+  if (report.preview) mark_failing(*report.preview, report.lint.errors);
   if (wishes.resolves) report.resolution = resolve_unless_interrupted(report.plan, report.replaced_units());
   if (report.resolution && report.preview) mark_failing(*report.preview, *report.resolution);
   return report;

@@ -511,6 +511,39 @@ TEST(Findings, AbsolutePathInTheComponentHasARelativeOne) {
                           "ship the repository with the component, and write its path relative to the component's directory"}));
 }
 
+TEST(Findings, PointerInPlaceOfADescriptorFileIsNamed) {
+  const fake::TemporaryDirectory directory;
+  write_file("c/etc/eclipse/t", "version https://git-lfs.github.com/spec/v1\noid sha256:00\nsize 5\n");
+  const Findings findings = findings_in("c");
+  ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/t descriptor-without-data"}));
+  EXPECT_EQ(findings[0].message, "the file is a Git LFS pointer, not the file that it stands for");
+  EXPECT_EQ(findings[0].fix, "run git lfs pull in the clone that it comes from");
+}
+
+/// The good sample of a rule about artifacts, with the jar moved to another path, and a symbolic link to there if it is wanted.
+Findings findings_with_jar_at(const std::string& path, bool is_linked) {
+  const fake::TemporaryDirectory directory;
+  write_sample(find_rule("artifact-damaged")->good);
+  const std::string jar = "tools/site/plugins/org.example.one.plugin_1.0.0.jar";
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  std::filesystem::rename(jar, path);
+  if (is_linked) std::filesystem::create_symlink(std::filesystem::absolute(path), jar);
+  return findings_in("tools");
+}
+
+TEST(Findings, JarsInAnotherLetterCaseOrElsewhere) {
+  const Findings in_capitals = findings_with_jar_at("tools/site/Plugins/org.example.one.plugin_1.0.0.jar", false);
+  ASSERT_EQ(in_capitals.size(), 1U);
+  EXPECT_EQ(in_capitals[0].fix,
+            "rename \"Plugins/org.example.one.plugin_1.0.0.jar\" to \"plugins/org.example.one.plugin_1.0.0.jar\"; paths are "
+            "case-sensitive");
+  const Findings elsewhere = findings_with_jar_at("cache/one.jar", true);
+  ASSERT_EQ(elsewhere.size(), 1U);
+  EXPECT_EQ(elsewhere[0].rule->name, "repository-outside-component");
+  EXPECT_EQ(elsewhere[0].fix, "put the file itself in the place of the link");
+  EXPECT_EQ(summary_of(findings_with_jar_at("tools/jars/one.jar", true)), Texts());
+}
+
 TEST(Findings, FileThatIsNotAnArchiveIsNotARepository) {
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "notes\torg.example.one.feature.group\n");
@@ -995,8 +1028,42 @@ TEST(Requirements, ThatMayBeMetAreNotReported) {
             a + "<unit id='a' version='1.9.1'><requires>" + required("b", "9") + "</requires></unit>"}}) {
     EXPECT_EQ(rules_for_requirements(requirement, units), Texts()) << requirement << units;
   }
-  EXPECT_EQ(rules_for_requirements(required("a", range), a, "<references><repository uri='file:/elsewhere'/></references>"),
-            Texts());
+}
+
+TEST(Requirements, ThatOnlyAReferencedRepositoryMayMeetAreFound) {
+  EXPECT_EQ(rules_for_requirements(required("a", "2.0.0"), "<unit id='a' version='1.9.0'/>",
+                                   "<references><repository uri='file:/elsewhere' type='0' options='1'/></references>"),
+            Texts({"requirement-not-met"}));
+}
+
+/// The findings in a component whose feature requires "lib" 1.0.0, with this repository beside its own.
+Findings findings_with_repository_beside(const std::string& place, const std::string& versions_of_lib,
+                                         const std::string& lines = "") {
+  write_file("c/etc/eclipse/t", "sites/one\torg.example.one.feature.group\n" + lines);
+  write_file("c/sites/one/content.xml",
+             "<repository><units><unit id='org.example.one.feature.group' version='1.0.0'><requires>" +
+                 required("lib", "[1.0.0,2.0.0)") + required("platform", "0.0.0") + "</requires></unit></units></repository>");
+  write_file("c/" + place + "/content.xml",
+             "<repository><units><unit id='lib' version='" + versions_of_lib + "'/></units></repository>");
+  return findings_in("c");
+}
+
+TEST(Requirements, ThatARepositoryWithoutALineMeetsAreFound) {
+  const fake::TemporaryDirectory directory;
+  const Findings findings = findings_with_repository_beside("sites/lib", "1.2.0");
+  ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/t:1:11+29 requirement-not-met"}));
+  EXPECT_EQ(findings[0].message,
+            "\"org.example.one.feature.group/1.0.0\" requires a version in [1.0.0,2.0.0) of \"lib\", which no listed "
+            "repository has; \"sites/lib\" has it, but no line names this repository");
+  EXPECT_EQ(findings[0].fix, "add a line with \"sites/lib\" and two tabs");
+  EXPECT_EQ(findings[0].severity, Severity::warning) << "the instance may have it";
+}
+
+TEST(Requirements, ThatNoRepositoryOfTheComponentMeetsMayBeMetByTheInstance) {
+  const fake::TemporaryDirectory directory;
+  EXPECT_EQ(summary_of(findings_with_repository_beside("sites/lib", "2.0.0")), Texts());
+  EXPECT_EQ(summary_of(findings_with_repository_beside("../other/sites/lib", "1.2.0")), Texts());
+  EXPECT_EQ(summary_of(findings_with_repository_beside("sites/lib", "1.2.0", "sites/lib\t\t\n")), Texts());
 }
 
 /// An instance may have another version, unless only one will do.

@@ -6,6 +6,8 @@
 #include <filesystem>
 
 #include "base/packing.h"
+#include "base/text.h"
+#include "lint/rules/samples.h"
 
 namespace fs = std::filesystem;
 
@@ -53,7 +55,10 @@ void write_sample(const eclipse_lint::Sample& sample) {
       fs::create_directories(fs::path(file.name).parent_path());
       fs::create_symlink(file.link_to, file.name);
     } else {
-      fake::write_file(file.name, file.entries.empty() ? file.content : base_test::zipped(file.entries));
+      const std::string content = eclipse_base::replaced(
+          file.content, eclipse_lint::samples::product_directory,
+          file.name.ends_with(".json") ? fs::current_path().string() : eclipse_lint::samples::product_directory);
+      fake::write_file(file.name, file.entries.empty() ? content : base_test::zipped(file.entries));
       fs::permissions(file.name, fs::perms(static_cast<unsigned>(file.permissions)));
     }
   }

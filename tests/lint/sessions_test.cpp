@@ -75,14 +75,15 @@ class SessionFindings : public testing::Test {
 /// A session with a user's Eclipse, a component "old" in this state beside "tools", which is in another one; each feature has
 /// the id of its component.
 std::string two_components(const std::string& mode, const std::string& tools_state, const std::string& old_state,
-                           const std::string& known = "ide/eclipse") {
+                           const std::string& known = std::filesystem::absolute("ide/eclipse").string()) {
   const auto entry = [](const std::string& code, const std::string& state) {
     return R"({"code": ")" + code + R"(", "installBase": ".", "installDir": ")" + code + R"(", "capabilities": [")" + code +
            R"(_ECLIPSE_PLUGIN"], "package": {"files": ["etc/eclipse/t"]})" + state + "}";
   };
   return R"({"mode": ")" + mode + R"(", "variables": {"ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse",
-    "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse", "CASHED_ECLIPSE_PATH": ")" +
-         known + "\"}, \"components\": [\n" + entry("tools", tools_state) + ",\n" + entry("old", old_state) + "]}\n";
+    "USER_DEFINED_ECLIPSE_PATH": ")" +
+         std::filesystem::absolute("ide/eclipse").string() + R"(", "CASHED_ECLIPSE_PATH": ")" + known +
+         "\"}, \"components\": [\n" + entry("tools", tools_state) + ",\n" + entry("old", old_state) + "]}\n";
 }
 
 constexpr const char* profile_of_ide = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/IDE.profile/1.profile";
@@ -260,12 +261,20 @@ TEST_F(SessionFindings, RelativeUserPathIsSeenFromTheWorkingDirectory) {
   EXPECT_EQ(findings_in("product/session.json")[0].fix,
             "write " + directory.path() + "/product/there/eclipse; values of variables are relative to the working directory");
   std::filesystem::create_directory_symlink("product/there", "there");
-  EXPECT_EQ(found(), Texts());
+  const Texts relative = {"product/session.json:4:110+15 user-path-relative"};
+  EXPECT_EQ(found(), relative);
+  EXPECT_EQ(findings_in("product/session.json")[0].severity, Severity::note);
   std::filesystem::remove("there");
   std::filesystem::copy("product/there", "there", std::filesystem::copy_options::recursive);
-  EXPECT_EQ(found(), Texts({"product/session.json:4:110+15 user-path-relative"}));
+  EXPECT_EQ(found(), relative);
+  EXPECT_EQ(findings_in("product/session.json")[0].severity, Severity::warning);
   std::filesystem::remove_all("product/there");
-  EXPECT_EQ(found(), Texts());
+  EXPECT_EQ(found(), relative);
+  const Finding note = findings_in("product/session.json")[0];
+  EXPECT_EQ(note.severity, Severity::note);
+  const std::string here = directory.path() + "/there/eclipse";
+  EXPECT_EQ(note.message, "\"there/eclipse\" leads to " + here + " from this working directory only");
+  EXPECT_EQ(note.fix, "write " + here);
 }
 
 TEST_F(SessionFindings, UserPathThatEndsInALineEnd) {
@@ -498,8 +507,9 @@ TEST_F(SessionFindings, InstanceThatIsNotWritableIsReportedWhereItIsNamed) {
   std::filesystem::create_directories("ide/p2");
   std::filesystem::permissions("ide/p2", std::filesystem::perms(0555));
   const std::string user = R"("ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse")";
-  EXPECT_EQ(summary_with({user, R"("USER_DEFINED_ECLIPSE_PATH": "./ide/eclipse")"}, {Component()}),
-            Texts({"session.json:5:30+15 instance-not-writable"}));
+  const std::string path = "\"" + directory.path() + "/ide/eclipse\"";
+  EXPECT_EQ(summary_with({user, "\"USER_DEFINED_ECLIPSE_PATH\": " + path}, {Component()}),
+            Texts({"session.json:5:30+" + std::to_string(path.size()) + " instance-not-writable"}));
 }
 
 TEST_F(SessionFindings, UserEclipseThatIsNotUsable) {
@@ -510,8 +520,9 @@ TEST_F(SessionFindings, UserEclipseThatIsNotUsable) {
                           "\"USER_DEFINED_ECLIPSE_PATH\": \"" + path + "\""},
                          {Component()}, mode);
   };
-  EXPECT_EQ(summary_of(findings_for("ide/eclipse", "eclipse", "install")), Texts());
-  EXPECT_EQ(summary_of(findings_for("ide/eclipse", "", "uninstall")), Texts());
+  const std::string full_path = directory.path() + "/ide/eclipse";
+  EXPECT_EQ(summary_of(findings_for(full_path, "eclipse", "install")), Texts());
+  EXPECT_EQ(summary_of(findings_for(full_path, "", "uninstall")), Texts());
   for (const std::string path : {"", "missing/eclipse", "directory", "other"}) {
     const Findings findings = findings_for(path, "eclipse", "install");
     const std::string place = "session.json:6:30+" + std::to_string(path.size() + 2);

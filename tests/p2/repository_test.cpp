@@ -450,7 +450,6 @@ TEST_F(RepositoryTest, RequirementsByNameAreKept) {
           "<required match='x'/></requires></unit></units></repository>");
   const Repository& site = repositories.at("site");
   const UnitDescription& a = site.descriptions.at({"a", "1"});
-  EXPECT_FALSE(site.has_references);
   EXPECT_TRUE(a.is_group);
   EXPECT_EQ(a.filter, "(osgi.os=linux)");
   const std::string unit = "org.eclipse.equinox.p2.iu";
@@ -476,13 +475,6 @@ TEST_F(RepositoryTest, AnIndexCanExcludeTheListOfArtifacts) {
   write_file("site/artifacts.xml", "<repository/>");
   write_file("site/p2.index", "version=1\nartifact.repository.factory.order=artifacts.xml.xz,!\n");
   EXPECT_EQ(repositories.at("site").error, "p2.index excludes every list of artifacts that exists");
-}
-
-TEST_F(RepositoryTest, ReferencesAreNotedAlsoOfAChild) {
-  write_file("site/content.xml", "<repository><references><repository uri='http://x'/></references><units/></repository>");
-  write_file("all/compositeContent.xml", composite_of({"../site"}));
-  EXPECT_TRUE(repositories.at("site").has_references);
-  EXPECT_TRUE(repositories.at("all").has_references);
 }
 
 TEST_F(RepositoryTest, ActionsThatP2DoesNotHaveAreForeign) {

@@ -342,6 +342,29 @@ TEST_F(PlanCommand, SaysWhichLineAnErrorOfLintIsAbout) {
   EXPECT_EQ(error.at("message"), "no repository has \"tow\"");
 }
 
+TEST_F(PlanCommand, MarksFeaturesThatLintKnowsToFail) {
+  write_session("install");
+  write_profile({{"b", "1.0.0"}, {"same.feature.group", "1.0.0"}});
+  const auto feature = [](const std::string& id) {
+    return "<unit id='" + id +
+           ".feature.group' version='1.0.0'><requires><required namespace='osgi.bundle' name='b' range='2.0.0'/>"
+           "</requires></unit>";
+  };
+  fake::write_file("tools/site/content.xml", "<repository><units>" + feature("new") + feature("same") +
+                                                 "<unit id='good.feature.group' version='1.0.0'/></units></repository>");
+  fake::write_file("tools/etc/eclipse/tools.txt",
+                   "site\tnew.feature.group\nsite\tsame.feature.group\nsite\tgood.feature.group\n");
+  const Outcome outcome = eclipse_int("plan session.json");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(signs_in(outcome.output),
+            (std::vector<std::string>{"! new.feature.group", "= same.feature.group", "+ good.feature.group"}));
+  const std::string reason = "\"new.feature.group/1.0.0\" requires version 2.0.0 or later of \"b\", but the instance has 1.0.0";
+  const std::size_t shown = outcome.output.find(reason);
+  EXPECT_NE(shown, std::string::npos) << outcome.output;
+  EXPECT_EQ(outcome.output.find(reason, shown + 1), std::string::npos) << "once";
+  EXPECT_EQ(plan().at("lintErrors").size(), 1U);
+}
+
 TEST_F(PlanCommand, CommandForAllMayFailWithoutHarm) {
   write_session("install");
   write_repository("site", {{"one.feature.group", "1.0.0"}, {"two.feature.group", "1.0.0"}});

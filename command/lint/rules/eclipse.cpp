@@ -204,13 +204,32 @@ Rule user_path_not_normalized() {
 constexpr const char* shell_script = "#!/bin/sh\n";
 
 /// A session in another directory than the working directory; both have an Eclipse in "ide".
-Sample product_elsewhere(const std::string& eclipse) {
+Sample product_elsewhere() {
+  constexpr const char* variables = R"(
+    "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse", "USER_DEFINED_ECLIPSE_PATH": "ide/eclipse")";
   return {"product/session.json",
-          {{"product/session.json", session("install", user_choice(eclipse), tools)},
+          {{"product/session.json", session("install", variables, tools)},
            {"product/ide/eclipse", shell_script, 0755},
            {"product/tools/etc/eclipse/tools.txt", line_of_one},
            {"product/tools/site/content.xml", content_of_one},
            {"ide/eclipse", shell_script, 0755}}};
+}
+
+/// Of a path that the session file has, where it leads to an Eclipse.
+void check_relative_path(const SessionFacts& facts, Reporter& reporter) {
+  const Location& location = facts.location_of("USER_DEFINED_ECLIPSE_PATH");
+  const std::string& path = facts.executable;
+  std::error_code error;
+  if (location.line == 0 || fs::path(path).is_absolute() || !fs::is_regular_file(path, error)) return;
+  const std::string here = absolute_path(path).lexically_normal().string();
+  const auto other = facts.seen_from_file(path);
+  if (other && !is_same_file(path, *other)) {
+    reporter.report(location,
+                    in_quotes(path) + " leads to " + here + " here, not to " + other->string() + ", which also exists");
+  } else {
+    reporter.report(Severity::note, location, in_quotes(path) + " leads to " + here + " from this working directory only",
+                    "write " + here);
+  }
 }
 
 Rule user_path_relative() {
@@ -218,25 +237,17 @@ Rule user_path_relative() {
       .name = "user-path-relative",
       .group = Group::eclipse,
       .severity = Severity::warning,
-      .title = "USER_DEFINED_ECLIPSE_PATH is relative and leads to another Eclipse than it does from the session file",
+      .title = "USER_DEFINED_ECLIPSE_PATH is relative",
       .why =
           "The directories of components are relative to the session file, but values of variables are used unchanged, so "
-          "this path is relative to the working directory. The run changes the Eclipse instance there.",
+          "this path is relative to the working directory. From another one, the run is refused or changes another Eclipse "
+          "instance.",
       .fix = "write the full path",
-      .bad = product_elsewhere("ide/eclipse"),
+      .bad = product_elsewhere(),
       .good = product(user_session()),
       .check =
           [](const Input& input, Reporter& reporter) {
-            if (!input.session) return;
-            const Location& location = input.session->location_of("USER_DEFINED_ECLIPSE_PATH");
-            const bool is_in_file = location.line != 0;
-            const std::string executable = input.session->executable;
-            const auto other = is_in_file ? input.session->seen_from_file(executable) : std::nullopt;
-            std::error_code error;
-            if (!other || !fs::exists(executable, error) || is_same_file(executable, *other)) return;
-            reporter.report(location, in_quotes(executable) + " leads to " +
-                                          absolute_path(executable).lexically_normal().string() + " here, not to " +
-                                          other->string() + ", which also exists");
+            if (input.session && is_choice(*input.session, "user")) check_relative_path(*input.session, reporter);
           },
   };
 }
@@ -321,6 +332,39 @@ void report_missing_executables(const Input& input, const std::string& name, Rep
   if (is_listed) return;
   reporter.report(input.session->location_of("ECLIPSE_BIN"), "no IDE component lists a file named " + in_quotes(name),
                   "list the executable in the IDE's package, or correct ECLIPSE_BIN");
+}
+
+/// What is wrong with a path of the known instance that can never be equal to that of the executable; empty when nothing is.
+std::string problem_with_known_path(const std::string& known, const std::string& path) {
+  std::error_code error;
+  if (known.empty() || path.empty() || known == path) return "";
+  if (is_same_file(known, path)) {
+    return " names the same file as USER_DEFINED_ECLIPSE_PATH, but in other words: " + in_quotes(path);
+  }
+  return fs::is_directory(known, error) ? " is a directory, not an executable" : "";
+}
+
+Rule known_path_unusable() {
+  return {
+      .name = "known-path-unusable",
+      .group = Group::eclipse,
+      .severity = Severity::warning,
+      .title = "CASHED_ECLIPSE_PATH is a directory, or differs in its text only from USER_DEFINED_ECLIPSE_PATH",
+      .why =
+          "The plug-in compares the two as text. If they differ, the Eclipse instance counts as new, and gets the features of "
+          "all components, not only of the selected ones.",
+      .fix = "write the path of the executable, as it is in USER_DEFINED_ECLIPSE_PATH when the instance is the same",
+      .bad = product(session("modify", user_choice("ide/eclipse", known_eclipse("ide")), tools)),
+      .good = product(session("modify", user_choice("ide/eclipse", known_eclipse()), tools)),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->is_removal() || !is_choice(*input.session, "user")) return;
+            const std::string known = input.session->variable("CASHED_ECLIPSE_PATH");
+            const std::string problem = problem_with_known_path(known, input.session->variable("USER_DEFINED_ECLIPSE_PATH"));
+            if (problem.empty()) return;
+            reporter.report(input.session->location_of("CASHED_ECLIPSE_PATH"), in_quotes(known) + problem);
+          },
+  };
 }
 
 Rule internal_eclipse_not_found() {
@@ -585,6 +629,7 @@ std::vector<Rule> eclipse_rules() {
       user_eclipse_unusable(),
       user_path_not_normalized(),
       user_path_relative(),
+      known_path_unusable(),
       internal_eclipse_not_found(),
       capability_misspelled(),
       executable_name_unmatched(),

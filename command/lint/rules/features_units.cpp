@@ -10,6 +10,7 @@
 #include "lint/rule.h"
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
+#include "lint/unnamed_repositories.h"
 #include "p2/filter.h"
 #include "p2/requirement.h"
 #include "p2/unit_list.h"
@@ -30,6 +31,7 @@ void check_version(const Record& record, const std::string& id, const std::strin
   const std::string of_feature = in_quotes(record.repository()) + " has " + in_quotes(id) + " in version " + in_quotes(version);
   if (!is_osgi_version(version)) {
     reporter.report(record.location(1), of_feature + ", which the director reads as 0.0.0");
+    reporter.fails({&record});
   } else if (version.ends_with(literal)) {
     reporter.report(Severity::warning, record.location(1), of_feature + ": \"qualifier\" is not replaced",
                     "let the build replace \"qualifier\", for example by a time; otherwise every build has the same version, "
@@ -75,22 +77,31 @@ std::string required_unit(const std::string& range, const std::string& filter, c
 
 std::string what_there_is(const UnmetRequirement& unmet) {
   if (!unmet.filter.empty()) return ", which the repositories have for other systems only: " + unmet.filter;
+  if (unmet.is_of_something_unknown()) return ", which no listed repository has";
   std::string text = ", but ";
   if (!unmet.offered.empty()) text += "the repositories have " + joined(unmet.offered);
   if (unmet.installed.empty()) return text;
   return text + (unmet.offered.empty() ? "" : ", and ") + "the instance has " + joined(unmet.installed);
 }
 
-/// For one that is not certain, one would have to know the instance.
-void report_unmet(const UnmetRequirement& unmet, Reporter& reporter) {
+std::string fix_of(const UnmetRequirement& unmet, const std::string& unnamed) {
+  if (!unnamed.empty()) return "add a line with " + in_quotes(unnamed) + " and two tabs";
+  if (!unmet.filter.empty()) {
+    return "ship one for this system, or give the requirement the same filter, so that it counts only there";
+  }
+  return "ship it in such a version, or build " + in_quotes(unmet.unit.id) + " with the available version";
+}
+
+/// For one that is not certain, one would have to know the instance. `unnamed` is a repository that would meet it, if there is
+/// one.
+void report_unmet(const UnmetRequirement& unmet, const std::string& unnamed, Reporter& reporter) {
   const Requirement& requirement = *unmet.requirement;
-  const std::string ship = "ship it in such a version, or build " + in_quotes(unmet.unit.id) + " with the available version";
-  reporter.report(unmet.is_certain ? Severity::error : Severity::warning, unmet.record->location(1),
-                  in_quotes(text_of(unmet.unit)) + " requires " + text_of_range(requirement.range) + " of " +
-                      in_quotes(requirement.name) + what_there_is(unmet),
-                  unmet.filter.empty() ? ship
-                                       : "ship one for this system, or give the requirement the same filter, so that it counts "
-                                         "only there");
+  std::string message = in_quotes(text_of(unmet.unit)) + " requires " + text_of_range(requirement.range) + " of " +
+                        in_quotes(requirement.name) + what_there_is(unmet);
+  if (!unnamed.empty()) message += "; " + in_quotes(unnamed) + " has it, but no line names this repository";
+  reporter.report(unmet.is_certain ? Severity::error : Severity::warning, unmet.record->location(1), std::move(message),
+                  fix_of(unmet, unnamed));
+  if (unmet.is_certain) reporter.fails({unmet.record});
 }
 
 void check_requirements(const Input& input, Reporter& reporter) {
@@ -101,19 +112,28 @@ void check_requirements(const Input& input, Reporter& reporter) {
     reporter.report(is_certain ? Severity::error : Severity::warning, named.record->location(1),
                     in_quotes(text_of(named.unit)) + " is for other systems only: " + named.description->filter,
                     "publish it without this filter, or delete the line");
+    if (is_certain) reporter.fails({named.record});
   }
-  for (const UnmetRequirement& unmet : input.needed->unmet()) report_unmet(unmet, reporter);
+  UnnamedRepositories unnamed(input);
+  for (const UnmetRequirement& unmet : input.needed->unmet()) {
+    const Component* const component = unmet.record->descriptor->component;
+    const std::string repository = component == nullptr ? "" : unnamed.that_meets(*unmet.requirement, *component);
+    if (!unmet.is_of_something_unknown() || !repository.empty()) report_unmet(unmet, repository, reporter);
+  }
 }
 
 Rule requirement_not_met() {
   return {.name = "requirement-not-met",
           .group = Group::features,
           .severity = Severity::error,
-          .title = "a unit that a feature requires is available, but not in a suitable version or not for this system",
+          .title =
+              "a unit that a feature requires is available, but not in a suitable version, not for this system, or only in a "
+              "repository that no line names",
           .why =
-              "The director reports that the requirement could not be found, so the command for all features fails. Lint "
-              "compares the versions and filters in the repositories and in the instance, where the director has no choice. It "
-              "does not report a requirement that is in neither.",
+              "The director reports that the requirement could not be found, so the command for all features fails. It does "
+              "not load repositories to which others refer (<references>). Lint compares the versions and filters in the "
+              "repositories and in the instance, where the director has no choice. It does not report a requirement that is "
+              "in neither, nor in another repository of the component.",
           .fix = "ship the required unit, or correct the requirement",
           .bad = component_with_unit("1.0.0", required_unit("[1.0.0.v1,1.0.0.v1]", "")),
           .good = component_with_unit("1.0.0", required_unit("[1.0.0.v2,1.0.0.v2]", "(osgi.os=linux)")),

@@ -8,6 +8,7 @@
 #include "base/limits.h"
 #include "base/printable.h"
 #include "dry_run/descriptor_paths.h"
+#include "lint/open_to_others.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
@@ -238,6 +239,50 @@ Rule descriptor_unreadable() {
               reporter.report(descriptor.location(), "the descriptor file " + descriptor.read_error);
             }
           }};
+}
+
+/// A descriptor file below these directories, that only its owner can read.
+Sample component_with_closed_descriptor(int permissions) {
+  return {"tools",
+          {{.name = default_descriptor, .content = line_of_one, .permissions = permissions},
+           {"tools/site/content.xml", content_of_one}}};
+}
+
+/// The first record of each descriptor file whose repository everyone may read.
+std::map<const Descriptor*, const Record*> records_of_open_repositories(const Input& input, OpenToOthers& open) {
+  std::map<const Descriptor*, const Record*> records;
+  for (const Record& record : input.records) {
+    const bool is_loaded = record.placement && record.site != nullptr && record.site->is_loadable();
+    if (is_loaded && !records.contains(record.descriptor) && open.closed_part(record).empty()) {
+      records.emplace(record.descriptor, &record);
+    }
+  }
+  return records;
+}
+
+Rule descriptor_not_readable_by_others() {
+  return {
+      .name = "descriptor-not-readable-by-others",
+      .group = Group::files,
+      .severity = Severity::warning,
+      .title = "only its owner or root can read a descriptor file, but everyone can read its repository",
+      .why =
+          "An archive or a package keeps the permissions. If the installer then runs as another user, the plug-in takes the "
+          "file for an empty one, and nothing is logged.",
+      .fix = "run chmod a+r on the descriptor file",
+      .bad = component_with_closed_descriptor(0600),
+      .good = component_with_closed_descriptor(0644),
+      .check = [](const Input& input, Reporter& reporter) {
+        if (!input.has_components) return;
+        OpenToOthers open;
+        for (const auto& [descriptor, record] : records_of_open_repositories(input, open)) {
+          const fs::path closed = open.closed_part(*descriptor, record->config->base_dir);
+          if (closed.empty()) continue;
+          reporter.report(descriptor->location(),
+                          "other users may not read the descriptor file, but its repository " + in_quotes(record->repository()),
+                          "run chmod " + std::string(fs::is_directory(closed) ? "-R a+rX " : "a+r ") + shown_path(closed));
+        }
+      }};
 }
 
 // ---- Files that are taken for descriptors ----
@@ -570,13 +615,21 @@ Rule capability_descriptor_mismatch() {
 }  // namespace
 
 std::vector<Rule> files_rules() {
-  return {descriptor_outside_etc_eclipse(), descriptor_not_listed(),
-          listed_descriptor_missing(),      descriptor_not_a_file(),
-          descriptor_unreadable(),          not_a_descriptor(),
-          unusual_descriptor_name(),        accidental_descriptor(),
-          example_is_descriptor(),          package_differs(),
-          directory_entry_listed(),         trailing_space_in_listed_name(),
-          descriptor_listed_twice(),        component_never_searched(),
+  return {descriptor_outside_etc_eclipse(),
+          descriptor_not_listed(),
+          listed_descriptor_missing(),
+          descriptor_not_a_file(),
+          descriptor_unreadable(),
+          descriptor_not_readable_by_others(),
+          not_a_descriptor(),
+          unusual_descriptor_name(),
+          accidental_descriptor(),
+          example_is_descriptor(),
+          package_differs(),
+          directory_entry_listed(),
+          trailing_space_in_listed_name(),
+          descriptor_listed_twice(),
+          component_never_searched(),
           capability_descriptor_mismatch()};
 }
 

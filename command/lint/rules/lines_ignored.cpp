@@ -11,6 +11,7 @@
 #include "lint/rules/samples.h"
 #include "lint/suppression.h"
 #include "lint/texts.h"
+#include "p2/git_lfs_pointer.h"
 #include "p2/repository.h"
 #include "p2/unit.h"
 #include "p2/unit_list.h"
@@ -223,7 +224,12 @@ Rule descriptor_without_data() {
             for_each_text(input, [&](const Descriptor& descriptor) {
               const auto is_data = [](const Line& line) { return line.is_record && !trimmed(line.text).empty(); };
               if (std::any_of(descriptor.lines.begin(), descriptor.lines.end(), is_data)) return;
-              reporter.report(descriptor.location(), "the file has no data lines");
+              if (eclipse_p2::git_lfs::is_pointer(descriptor.content)) {
+                reporter.report(descriptor.location(), std::string("the file ") + eclipse_p2::git_lfs::pointer_error,
+                                eclipse_p2::git_lfs::pointer_fix);
+              } else {
+                reporter.report(descriptor.location(), "the file has no data lines");
+              }
             });
           }};
 }

@@ -36,9 +36,10 @@ constexpr const char* publish_again = "publish the repository again, and check t
 
 /// What to do about an error of a file: publishing again helps only where the file is not as it was published.
 std::string fix_of(const std::string& error) {
-  constexpr std::array<std::pair<std::string_view, const char*>, 7> fixes = {
+  constexpr std::array<std::pair<std::string_view, const char*>, 8> fixes = {
       {{" cannot be read: ", "make it readable for the user who runs the installer"},
-       {git_lfs::pointer_error, "run git lfs pull in the clone that the repository comes from"},
+       {git_lfs::pointer_error, git_lfs::pointer_fix},
+       {"it is not a zip archive", "pack it as a zip archive, and check that it is copied completely"},
        {"is compressed by ", "pack the archive again, with deflate"},
        {"is encrypted", "pack the archive again, without a password"},
        {"Pack200", "publish the repository again, without Pack200"},
@@ -222,12 +223,26 @@ std::string fix_of_missing_child(const Record& record, const std::string& child)
   return "ship that repository, too, or remove it from the composite";
 }
 
+bool has_feature(const UnitVersions& units, const Record* record) {
+  const auto named = units_written_in(record->feature());
+  return std::any_of(named.begin(), named.end(), [&](const auto& written) { return units.contains(written.unit.id); });
+}
+
+/// Whether the feature of a record is in its repository, and in none that can be loaded.
+bool is_only_in_its_repository(const Record& record, const Sites& loaded) {
+  const auto has_it = [&](const Repository& site) { return site.units && has_feature(*site.units, &record); };
+  return has_it(*record.site) &&
+         std::none_of(loaded.begin(), loaded.end(), [&](const auto& site) { return has_it(*site.first); });
+}
+
 /// A file that is not named like an archive is another rule's.
-void check_loads(const Record& record, Reporter& reporter) {
+void check_loads(const Record& record, const Sites& loaded, Reporter& reporter) {
   const Repository& site = *record.site;
   if (!site.error.empty() && (is_archive(record) || site.is_directory)) {
     reporter.report(record.location(0), "cannot load " + in_quotes(record.repository()) + ": " + site.error,
                     site.is_unreadable ? "make it readable for the user who runs the installer" : fix_of(site.error));
+    // Only its list of artifacts cannot be read.
+    if (is_only_in_its_repository(record, loaded)) reporter.fails({&record});
   }
   for (const std::string& child : site.missing_children) {
     reporter.report(Severity::warning, record.location(0),
@@ -249,7 +264,8 @@ Rule repository_not_loadable() {
           .good = good_component(),
           .check =
               [](const Input& input, Reporter& reporter) {
-                for_each_looked_into(input, [&](const Record& record) { check_loads(record, reporter); });
+                const Sites loaded = loaded_sites(input);
+                for_each_looked_into(input, [&](const Record& record) { check_loads(record, loaded, reporter); });
               },
           .concerns_removals = false};
 }
@@ -378,6 +394,29 @@ bool are_for_other_systems(const Repository& site, const Artifacts& artifacts) {
   });
 }
 
+/// The records of the features that need the units of these artifacts.
+std::vector<const Record*> records_that_need(const Artifacts& artifacts, const Input& input) {
+  std::vector<const Record*> all;
+  if (!input.needed) return all;
+  for (const auto& [artifact, text] : artifacts) {
+    const auto records = input.needed->records_that_need(unit_of_artifact(artifact));
+    all.insert(all.end(), records.begin(), records.end());
+  }
+  return all;
+}
+
+std::string fix_of_artifacts(const Record& record, const Artifacts& artifacts, const std::string& text) {
+  const Repository& site = *record.site;
+  if (site.is_composite && !site.lists_artifacts) {
+    return "write compositeArtifacts.xml, with the same children as compositeContent.xml";
+  }
+  const std::string& file = artifacts.begin()->second;
+  const fs::path directory = fs::path(record.config->base_dir) / record.repository();
+  const std::string other = in_other_spelling(directory, file, differ_in_case);
+  if (other.empty() || other == file) return fix_of(text);
+  return "rename " + in_quotes(other) + " to " + in_quotes(file) + "; paths are case-sensitive";
+}
+
 /// Reports artifacts of each repository, but the director takes an artifact from any repository that has it.
 void check_artifacts(const Input& input, Artifacts (*artifacts_of)(const Repository& site),
                      std::string (*text_of)(const Record& record, const Artifacts& artifacts), Reporter& reporter) {
@@ -402,10 +441,8 @@ void check_artifacts(const Input& input, Artifacts (*artifacts_of)(const Reposit
       reporter.report(Severity::warning, record->location(0), text + "; they are for other operating systems",
                       "if the repository is for this system only, do nothing; otherwise " + std::string(publish_again));
     } else {
-      const bool lacks_list = site->is_composite && !site->lists_artifacts;
-      reporter.report(
-          record->location(0), text,
-          lacks_list ? "write compositeArtifacts.xml, with the same children as compositeContent.xml" : fix_of(text));
+      reporter.report(record->location(0), text, fix_of_artifacts(*record, artifacts, text));
+      reporter.fails(records_that_need(artifacts, input));
     }
   }
 }
@@ -470,6 +507,7 @@ void check_lists(const Input& input, Reporter& reporter) {
                       needs + "its list of composite artifacts does not name " + in_quotes(*children.begin()),
                       "name the children of compositeContent in compositeArtifacts, too");
     }
+    reporter.fails(needed.records_that_need(unit_of_artifact(*lost)));
   }
 }
 
@@ -499,12 +537,17 @@ Rule repository_without_artifacts() {
 void check_packed_jars(const Input& input, Reporter& reporter) {
   if (!input.jars) return;
   std::map<const Record*, Artifacts> damaged;
+  std::map<const Record*, std::vector<const Record*>> failing;
   for (const NeededJar& jar : input.jars->wrong()) {
-    if (!jar.errors.damage.empty()) damaged[jar.record].emplace(*jar.name, *jar.name + " " + jar.errors.damage);
+    if (jar.errors.damage.empty()) continue;
+    damaged[jar.record].emplace(*jar.name, *jar.name + " " + jar.errors.damage);
+    const auto needing = input.needed->records_that_need(jar.unit);
+    failing[jar.record].insert(failing[jar.record].end(), needing.begin(), needing.end());
   }
   for (const auto& [record, artifacts] : damaged) {
     const std::string text = damage_of_artifacts(*record, artifacts);
     reporter.report(record->location(0), text, fix_of(text));
+    reporter.fails(failing[record]);
   }
 }
 
@@ -536,11 +579,6 @@ Rule artifact_damaged() {
 }
 
 using Records = std::vector<const Record*>;
-
-bool has_feature(const UnitVersions& units, const Record* record) {
-  const auto named = units_written_in(record->feature());
-  return std::any_of(named.begin(), named.end(), [&](const auto& written) { return units.contains(written.unit.id); });
-}
 
 bool has_all_features(const UnitVersions& units, const Records& records) {
   return std::all_of(records.begin(), records.end(), [&](const Record* record) { return has_feature(units, record); });

@@ -3,17 +3,16 @@
 #include <filesystem>
 #include <optional>
 #include <set>
-#include <unordered_map>
 
 #include "base/file.h"
 #include "base/printable.h"
 #include "dry_run/command_pieces.h"
 #include "lint/input.h"
+#include "lint/open_to_others.h"
 #include "lint/rule.h"
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
-#include "p2/repository_files.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -35,13 +34,33 @@ const std::string* component_around(const Input& input, const fs::path& path) {
   return found == directories.end() ? nullptr : &*found;
 }
 
+bool is_below(const fs::path& path, const fs::path& directory) {
+  const fs::path below = path.lexically_relative(directory);
+  return !below.empty() && *below.begin() != "..";
+}
+
+/// The first file of a repository that is not in the component's directory, although the repository is.
+void check_files(const Record& record, const fs::path& base, Reporter& reporter) {
+  for (const auto& [artifact, file] : record.site->artifact_files) {
+    std::error_code error;
+    const fs::path path = fs::canonical(file.path, error);
+    if (error || is_below(path, base)) continue;
+    return reporter.report(record.location(0),
+                           in_quotes(record.repository()) + ": " + file.name +
+                               " is outside of the component's directory: a symbolic link leads to " + path.string(),
+                           "put the file itself in the place of the link");
+  }
+}
+
 /// Whether what a path leads to is outside of the component, and a composite's children are where they are on this machine.
 void check_links(const Record& record, Reporter& reporter) {
   std::error_code error;
   const fs::path base = fs::canonical(record.config->base_dir, error);
   const fs::path site = fs::canonical(base / record.repository(), error);
   if (error || !is_plain_repository(record)) return;
-  if (const fs::path below = site.lexically_relative(base); below.empty() || *below.begin() == "..") {
+  if (is_below(site, base)) {
+    check_files(record, base, reporter);
+  } else {
     reporter.report(
         record.location(0),
         in_quotes(record.repository()) + " is outside of the component's directory: a symbolic link leads to " + site.string());
@@ -100,65 +119,10 @@ Rule repository_outside_component() {
 
 // ---- Permissions ----
 
-/// What others may read. Each path is looked at once, however many lead through it.
-class OpenToOthers {
- public:
-  /// The first of a directory, the directories in it on the way to a path, and this path that others may not read; empty when
-  /// they may read all.
-  fs::path closed_part(const fs::path& directory, const fs::path& path) {
-    fs::path reached = directory;
-    if (!has(reached)) return reached;
-    for (const fs::path& name : path.lexically_normal().lexically_relative(directory.lexically_normal())) {
-      reached /= name;
-      if (!has(reached)) return reached;
-    }
-    return {};
-  }
-
-  bool has(const fs::path& path) {
-    const auto [known, is_new] = open_.try_emplace(path.native());
-    if (is_new) known->second = is_open(path);
-    return known->second;
-  }
-
- private:
-  static bool is_open(const fs::path& path) {
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    const fs::perms wanted = fs::perms::others_read | (fs::is_directory(status) ? fs::perms::others_exec : fs::perms::none);
-    return !fs::exists(status) || (status.permissions() & wanted) == wanted;
-  }
-
-  std::unordered_map<std::string, bool> open_;
-};
-
-/// Of what the director reads of a repository in a component.
-fs::path closed_part(const Record& record, OpenToOthers& open) {
-  const fs::path base = record.config->base_dir;
-  fs::path site = base / record.repository();
-  fs::path closed = open.closed_part(base, site);
-  if (!closed.empty() || !record.site->is_directory) return closed;
-  std::error_code error;
-  for (const auto& entry : fs::directory_iterator(site, error)) {
-    const std::string name = entry.path().filename().string();
-    const bool is_metadata = eclipse_p2::RepositoryFiles::is_form(eclipse_p2::Listing::content, name) ||
-                             eclipse_p2::RepositoryFiles::is_form(eclipse_p2::Listing::artifacts, name);
-    if (is_metadata && !open.has(entry.path())) return site;
-  }
-  // The paths of artifacts have no symbolic links.
-  const fs::path real_site = fs::canonical(site, error);
-  for (const auto& [artifact, file] : record.site->artifact_files) {
-    if (!open.closed_part(real_site, file.path).empty()) return site;
-  }
-  return {};
-}
-
 /// If others may not read the descriptor file, the product is probably not yet as it is shipped.
 void check_permissions(const Record& record, OpenToOthers& open, Reporter& reporter) {
-  std::error_code error;
-  const fs::path base = fs::weakly_canonical(record.config->base_dir, error);
-  if (!open.closed_part(base, fs::weakly_canonical(absolute_path(record.descriptor->file), error)).empty()) return;
-  const fs::path closed = closed_part(record, open);
+  if (!open.closed_part(*record.descriptor, record.config->base_dir).empty()) return;
+  const fs::path closed = open.closed_part(record);
   if (closed.empty()) return;
   reporter.report(record.location(0),
                   "other users may not read all of " + in_quotes(record.repository()) + ", but the descriptor file",

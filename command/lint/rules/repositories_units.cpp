@@ -16,8 +16,8 @@ namespace eclipse_lint {
 namespace {
 
 /// Reports an action "PHASE:NAME", and in the words of `error` what is wrong with it.
-void report_action(const Record& record, const Unit& unit, const std::string& action, const std::string& error,
-                   const std::string& fix, Reporter& reporter) {
+void report_action(const Input& input, const Record& record, const Unit& unit, const std::string& action,
+                   const std::string& error, const std::string& fix, Reporter& reporter) {
   const std::size_t colon = action.find(':');
   const std::string phase = action.substr(0, colon);
   const bool is_removal = phase == "uninstall" || phase == "unconfigure";
@@ -26,16 +26,18 @@ void report_action(const Record& record, const Unit& unit, const std::string& ac
                       in_quotes(action.substr(colon + 1)) + " to " + phase + ", " + error +
                       (is_removal ? ": once installed, it cannot be removed" : ""),
                   fix);
+  if (!is_removal) reporter.fails(input.needed->records_that_need(unit));
 }
 
-void check_actions(const Record& record, const Unit& unit, const UnitDescription& description, Reporter& reporter) {
+void check_actions(const Input& input, const Record& record, const Unit& unit, const UnitDescription& description,
+                   Reporter& reporter) {
   for (const std::string& action : description.foreign_actions) {
-    report_action(record, unit, action, "which p2 does not have for it",
+    report_action(input, record, unit, action, "which p2 does not have for it",
                   "correct the p2.inf of the feature or bundle, or add metaRequirements for the bundle with the action",
                   reporter);
   }
   for (const std::string& action : description.bundle_actions) {
-    report_action(record, unit, action, "which needs a bundle",
+    report_action(input, record, unit, action, "which needs a bundle",
                   "move the instruction from the p2.inf of the feature to that of the bundle", reporter);
   }
 }
@@ -63,7 +65,7 @@ Rule action_unknown() {
         const Sites& sites = needed.sites();
         for (const auto& [site, record] : sites) {
           for (const auto& [unit, description] : site->descriptions) {
-            if (needed.all().contains(unit)) check_actions(*record, unit, description, reporter);
+            if (needed.all().contains(unit)) check_actions(input, *record, unit, description, reporter);
           }
         }
       }};

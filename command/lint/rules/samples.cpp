@@ -87,11 +87,17 @@ const char* const tools = R"(
 
 const char* const internal_choice = R"( "ECLIPSE_INTEGRATION_CHOICE": "internal", "ECLIPSE_BIN": "eclipse" )";
 
+const char* const product_directory = "/opt/product";
+
 std::string user_choice(const std::string& path, const std::string& more) {
   return R"(
     "ECLIPSE_INTEGRATION_CHOICE": "user", "ECLIPSE_BIN": "eclipse",
     "USER_DEFINED_ECLIPSE_PATH": ")" +
-         path + "\"" + more + "\n  ";
+         std::string(product_directory) + "/" + path + "\"" + more + "\n  ";
+}
+
+std::string known_eclipse(const std::string& path) {
+  return R"(, "CASHED_ECLIPSE_PATH": ")" + std::string(product_directory) + "/" + path + "\"";
 }
 
 std::string internal_session(const std::string& mode) { return session(mode, internal_choice, std::string(ide) + tools); }

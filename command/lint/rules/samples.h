@@ -59,8 +59,13 @@ extern const char* const ide;
 /// The variables for that instance.
 extern const char* const internal_choice;
 
-/// The variables for a user's own instance; `more` begins with a comma when it is not empty.
+/// What stands for the directory of the session file where a sample needs a full path.
+extern const char* const product_directory;
+
+/// The variables for a user's own instance at a path from that directory; `more` begins with a comma when it is not empty.
 std::string user_choice(const std::string& path, const std::string& more = "");
+/// More of these variables: the path of the known instance, from that directory.
+std::string known_eclipse(const std::string& path = "ide/eclipse");
 
 /// A session file.
 std::string session(const std::string& mode, const std::string& variables, const std::string& components);

@@ -5,6 +5,7 @@
 #include "base/file.h"
 #include "base/printable.h"
 #include "base/text.h"
+#include "dry_run/chosen_executable.h"
 #include "dry_run/log_lines.h"
 #include "lint/input.h"
 #include "lint/rule.h"
@@ -96,15 +97,11 @@ bool was_read(const Input& input, const Component& component) {
   });
 }
 
-/// What to do about a session that makes an instance new.
-std::string advice_on_new_instance(const SessionFacts& facts) {
-  const std::string path = facts.variable("USER_DEFINED_ECLIPSE_PATH");
+/// Why an instance is new in a session, to be read after that.
+std::string why_it_is_new(const SessionFacts& facts) {
   const std::string known = facts.variable("CASHED_ECLIPSE_PATH");
-  if (!path.empty() && !known.empty() && is_same_file(path, known)) {
-    return "write " + in_quotes(path) +
-           " into CASHED_ECLIPSE_PATH, too: it names the same file in other words, but the two are compared as text";
-  }
-  return "if that is intended, do nothing; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the previous run";
+  if (!eclipse_dry_run::is_named_by_user(*facts.session) || known.empty()) return "";
+  return ", since CASHED_ECLIPSE_PATH is " + in_quotes(known);
 }
 
 Rule new_instance_gets_all_features() {
@@ -118,8 +115,7 @@ Rule new_instance_gets_all_features() {
           "if that is intended, do nothing; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the previous "
           "run",
       .bad = product(session("modify", user_choice("ide/eclipse"), installed_tools())),
-      .good = product(
-          session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"), installed_tools())),
+      .good = product(session("modify", user_choice("ide/eclipse", known_eclipse()), installed_tools())),
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->is_removal()) return;
@@ -130,9 +126,8 @@ Rule new_instance_gets_all_features() {
               codes.push_back(catalogue.code);
             }
             if (codes.empty()) return;
-            reporter.report(input.session->mode,
-                            "the Eclipse instance is new, so it also gets the features of " + each_in_quotes(codes),
-                            advice_on_new_instance(*input.session));
+            reporter.report(input.session->mode, "the Eclipse instance is new" + why_it_is_new(*input.session) +
+                                                     ", so it also gets the features of " + each_in_quotes(codes));
           },
   };
 }
@@ -159,8 +154,7 @@ bool has_feature(const std::vector<eclipse_p2::InstalledUnit>& installed, const 
 Sample product_with_old(const std::string& installed, const std::string& state = R"("installed": true)") {
   const std::string old =
       entry_of({.code = "old", .directory = "old", .state = state, .capabilities = R"("OLD_ECLIPSE_PLUGIN")"});
-  return product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"),
-                         std::string(tools) + "," + old),
+  return product(session("modify", user_choice("ide/eclipse", known_eclipse()), std::string(tools) + "," + old),
                  {{"old/etc/eclipse/tools.txt", "site\torg.example.old.feature.group\n"},
                   {"old/site/content.xml",
                    "<repository><units><unit id='org.example.old.feature.group' version='1.0.0'/></units></repository>\n"},
@@ -362,8 +356,9 @@ Rule variable_misspelled() {
       .title = "the name of a variable resembles one that a run reads",
       .why = "The variable has no effect. Names must match exactly, even the misspelled CASHED_ECLIPSE_PATH.",
       .fix = "correct the name",
-      .bad = product(session("modify", user_choice("ide/eclipse", R"(, "CACHED_ECLIPSE_PATH": "ide/eclipse")"), tools)),
-      .good = product(session("modify", user_choice("ide/eclipse", R"(, "CASHED_ECLIPSE_PATH": "ide/eclipse")"), tools)),
+      .bad = product(
+          session("modify", user_choice("ide/eclipse", R"(, "CACHED_ECLIPSE_PATH": "/opt/product/ide/eclipse")"), tools)),
+      .good = product(session("modify", user_choice("ide/eclipse", known_eclipse()), tools)),
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session) return;

@@ -399,6 +399,70 @@ TEST(LintDirector, SiteWithoutItsArtifactsKeepsBackTheOthers) {
   }
 }
 
+/// A product with the site broken, whose feature requires the bundle org.example.nowhere. The site refers to another one,
+/// "lib", which has this bundle.
+void add_broken_with_reference(Product& product, const std::string& more_lines) {
+  product.component("tools", {"broken"}, "sites/broken\torg.example.broken.feature.group\n" + more_lines);
+  const fs::path sites = product.directory() / "tools/sites";
+  fs::create_directories(sites / "lib");
+  write(sites / "lib/content.xml",
+        "<?xml version='1.0'?>\n<?metadataRepository version='1.2.0'?>\n<repository name='lib' "
+        "type='org.eclipse.equinox.internal.p2.metadata.repository.LocalMetadataRepository' version='1'><units size='1'>"
+        "<unit id='org.example.nowhere' version='1.0.0'><provides size='2'>"
+        "<provided namespace='org.eclipse.equinox.p2.iu' name='org.example.nowhere' version='1.0.0'/>"
+        "<provided namespace='osgi.bundle' name='org.example.nowhere' version='1.0.0'/></provides>"
+        "<touchpoint id='null' version='0.0.0'/></unit></units></repository>\n");
+  const std::string uri = "file:" + (sites / "lib").string() + "/";
+  const std::string reference =
+      "<references size='1'><repository uri='" + uri + "' url='" + uri + "' type='0' options='1'/></references>";
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + (sites / "broken").string() +
+                                        "' && unzip -p content.jar content.xml | sed \"s|<units |" + reference +
+                                        "&|\" > content.xml && rm content.jar && grep -q references content.xml")
+                .exit_code,
+            0);
+}
+
+TEST(LintDirector, ReferencesOfARepositoryAreNotFollowed) {
+  Product product;
+  add_broken_with_reference(product, "");
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("org.example.nowhere"));
+  EXPECT_THAT(planned(outcome), ElementsAre("fail"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("requirement-not-met"));
+}
+
+TEST(LintDirector, RepositoryThatMeetsARequirementNeedsALine) {
+  Product product;
+  add_broken_with_reference(product, "sites/lib\t\t\n");
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(0));
+  EXPECT_THAT(planned(outcome), ElementsAre("add"));
+  EXPECT_EQ(product.installed(), features({"broken"}));
+}
+
+TEST(LintDirector, ArchiveThatIsCutOffCannotBeLoaded) {
+  Product product;
+  product.component("tools", {"alpha.zip"}, "sites/alpha.zip\torg.example.alpha.feature.group\n");
+  const fs::path archive = product.directory() / "tools/sites/alpha.zip";
+  fs::resize_file(archive, fs::file_size(archive) - 300);
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(planned(outcome), ElementsAre("fail"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-not-loadable"));
+}
+
+TEST(LintDirector, PointerInPlaceOfTheListOfArtifactsKeepsTheFeatureOut) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  write(product.directory() / "tools/sites/alpha/artifacts.jar",
+        "version https://git-lfs.github.com/spec/v1\noid sha256:00\nsize 5\n");
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13));
+  EXPECT_THAT(planned(outcome), ElementsAre("fail"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("repository-not-loadable"));
+}
+
 TEST(LintDirector, DamagedArtifactsKeepBackTheOthers) {
   const std::string pointer = "version https://git-lfs.github.com/spec/v1\noid sha256:00\nsize 582\n";
   for (const auto& [file, content] : {std::pair("features/org.example.alpha_1.0.0.jar", pointer),
@@ -406,7 +470,9 @@ TEST(LintDirector, DamagedArtifactsKeepBackTheOthers) {
     Product product;
     product.component("tools", {"alpha", "gamma"}, std::string(alpha) + "sites/gamma\torg.example.gamma.feature.group\n");
     write(product.directory() / "tools/sites/alpha" / file, content);
-    EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(13, 13, 0)) << file;
+    const Outcome outcome = product.run("install");
+    EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 13, 0)) << file;
+    EXPECT_THAT(planned(outcome), ElementsAre("fail", "add")) << file;
     EXPECT_EQ(product.installed(), features({"gamma"})) << file;
     EXPECT_THAT(rules_broken_by(product), ElementsAre("artifact-damaged")) << file;
   }
@@ -424,6 +490,23 @@ void list_alpha_with(const Product& product, const std::string& properties) {
   ASSERT_GT(start, before.size());
   text.replace(start, text.find("</properties>", start) - start, properties);
   write(site / "artifacts.xml", text);
+}
+
+TEST(LintDirector, JarThatWasBuiltAgainWithTheSameVersionIsNotInstalled) {
+  Product product;
+  product.component("tools", {"alpha"}, alpha);
+  ASSERT_EQ(product.run("install").status, 0);
+  EXPECT_THAT(rules_broken_by(product), IsEmpty());
+  list_alpha_with(product, "");
+  const std::string jar = "plugins/org.example.alpha.plugin_1.0.0.jar";
+  const std::string site = (product.directory() / "tools/sites/alpha").string();
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + site + "' && echo more > more.txt && zip -q " + jar + " more.txt").exit_code,
+            0);
+  const Outcome again = product.run("install");
+  EXPECT_EQ(again.status, 0);
+  EXPECT_THAT(planned(again), ElementsAre("keep"));
+  EXPECT_EQ(fs::file_size(product.executable().parent_path() / jar), fs::file_size(prepared / "sites/alpha" / jar));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("artifact-differs-from-installed"));
 }
 
 TEST(LintDirector, StrongestChecksumOfAnArtifactDecides) {
