@@ -590,6 +590,18 @@ TEST(Findings, SayWhatIsMeant) {
       {"../../sites/one\t" + feature,
        {"error repository-missing: write \"sites/one\"; paths are relative to the component's directory"}},
       {"Sites/One\t" + feature, {"error repository-missing: write sites/one; paths are case-sensitive"}},
+      {"sites/one.zip\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"../sites/one\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"../../../sites/one.zip\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"one\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"repositories/One.ZIP/\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"sites/noe\t" + feature, {"error repository-missing: ship the repository with the component, or correct the path"}},
+      {"sites/onee\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"sites/onee\torg.example.one\nsites/one\t" + feature,
+       {"error repository-missing: did you mean \"sites/one\"?",
+        "warning feature-without-group-suffix: did you mean org.example.one.feature.group?"}},
+      {"sites/onee\torg.example.three.feature.group\nsites/one\t" + feature,
+       {"error repository-missing: ship the repository with the component, or correct the path"}},
       {"sites/two\t" + feature, {"error repository-missing: ship the repository with the component, or correct the path"}},
       {"sites/one\torg.example.one", {"error unit-not-a-feature: write org.example.one.feature.group"}},
       {"sites/one\torg.example.one.feature.jar", {"error unit-not-a-feature: write org.example.one.feature.group"}},
@@ -680,6 +692,30 @@ TEST(Findings, OfATableAreNoneAboutEmptyCells) {
   EXPECT_EQ(findings_in_lines("Repository\tFeature\tA\tB\tC\n" + row + "\t\t1\tnew\t\n"),
             (Texts{"t:2:24+3 extra-columns", "t:2:27+1 trailing-tab"}));
   EXPECT_EQ(findings_in_lines("Repository\tFeature\t\t\t\n" + row + "\t\t\t\n"), Texts());
+}
+
+TEST(Findings, NameASimilarRepositoryOnlyIfOneIsNearest) {
+  const auto fix_with = [](const std::string& repository, const std::vector<std::string>& others) {
+    const fake::TemporaryDirectory directory;
+    write_file("c/etc/eclipse/t", repository + "\torg.example.one.feature.group\n");
+    for (const std::string& other : others) write_file("c/" + other + "/content.xml", content_of_one);
+    const Findings findings = findings_in("c");
+    const bool is_asked = !findings.empty() && findings[0].fix.starts_with("did you mean ");
+    return is_asked ? findings[0].fix.substr(13) : "";
+  };
+  EXPECT_EQ(fix_with("sites/alhpa", {"sites/alpha", "sites/alphabet", "sites/beta"}), "\"sites/alpha\"?");
+  EXPECT_EQ(fix_with("sites/beta", {"sites/beta1", "sites/beta2"}), "");
+  EXPECT_EQ(fix_with("sites/beta", {"sites/beta1", "sites/beta22"}), "\"sites/beta1\"?");
+  EXPECT_EQ(fix_with("sites/beta", {"old/beta", "new/beta", "sites/beta1"}), "\"sites/beta1\"?");
+  EXPECT_EQ(fix_with("sites/a", {"sites/b"}), "");
+  EXPECT_EQ(fix_with("sites/alpha-1.0.0", {"sites/alpha-1.1.0"}), "\"sites/alpha-1.1.0\"?");
+  EXPECT_EQ(fix_with("sites/gamma", {"sites/alpha", "sites/beta"}), "");
+  std::vector<std::string> many;
+  for (int i = 0; i < 101; ++i)
+    many.push_back("sites/" + std::string(1, static_cast<char>('a' + i % 26)) + std::to_string(i * 1111));
+  EXPECT_EQ(fix_with("site/a0", many), "");
+  many.pop_back();
+  EXPECT_EQ(fix_with("site/a0", many), "\"sites/a0\"?");
 }
 
 TEST(Findings, NameAFeatureBeforeItsRepository) {
@@ -797,7 +833,9 @@ TEST(Findings, NameADirectoryInAnotherUnicodeNormalization) {
       "fer",
       "c/pr\xC3\xB6"
       "fer");
-  EXPECT_EQ(missing(), "ship the repository with the component, or correct the path") << "another letter";
+  EXPECT_EQ(missing(),
+            "did you mean \"pr\xC3\xB6"
+            "fer\"?");
 }
 
 TEST(Findings, FeaturesOfARepositoryThatCannotBeExaminedAreNotLookedUp) {

@@ -171,6 +171,15 @@ TEST(Fix, WritesIdsAndPathsAsTheyAre) {
             "SITE\torg.example.One.feature.group\n");
 }
 
+TEST(Fix, WritesASimilarRepository) {
+  for (const std::string site : {"../sites/one", "sites/one.zip", "sites/oone", "one", "/sites/onne/"}) {
+    const std::string line = "\torg.example.One.feature.group\n";
+    const bool is_absolute = site.starts_with('/');
+    EXPECT_EQ(corrected_with(site + line, {"sites/one/content.xml"}, true), (is_absolute ? site : "sites/one") + line);
+    EXPECT_EQ(corrected_with(site + line, {"sites/one/content.xml"}), site + line);
+  }
+}
+
 TEST(Fix, WritesTheOnlyFeatureThatIsLeft) {
   for (const std::string line : {"sites/a", "sites/a\t", " sites/a ", "sites/a\r"}) {
     EXPECT_EQ(corrected_with(line + "\n", {"sites/a/content.xml"}, true), "sites/a\torg.example.One.feature.group\n") << line;
