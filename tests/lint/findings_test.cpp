@@ -580,6 +580,9 @@ Texts advice_on(const std::string& line) {
 
 TEST(Findings, SayWhatIsMeant) {
   const std::string feature = "org.example.one.feature.group";
+  const std::string version = "error feature-version-invalid: write the id without a version";
+  const std::string several =
+      "error several-repositories: write a line for each repository; end one for which no feature is left in two tabs";
   const std::string active = "delete the line, or remove its tabs; if it is no comment, delete the slashes at its beginning";
   const std::vector<std::pair<std::string, Texts>> lines = {
       {"sites/one\t" + feature, {}},
@@ -639,10 +642,27 @@ TEST(Findings, SayWhatIsMeant) {
         "error columns-swapped: write the repository in column 1 and the feature in column 2"}},
       {"sites/one\t" + feature + ";org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
       {"sites/one\t" + feature + " org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
-      {"sites/one\t" + feature + "/[1.0.0,2.0.0)",
-       {"warning comma-in-feature: write a line for each feature",
-        "error feature-needs-shell-quoting: write the id without a version; the director takes no version range here"}},
-      {"sites/one,sites/two\t" + feature, {"error comma-in-repository: write a line for each repository"}},
+      {"sites/one\t" + feature + ", org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
+      {"sites/one\t" + feature + " | org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
+      {"sites/one\t" + feature + "/[1.0.0,2.0.0)", {version}},
+      {"sites/one\t" + feature + "/[1.0.0,2.0.0]", {version}},
+      {"sites/one\t" + feature + " [1.0.0,2.0.0)", {version}},
+      {"sites/one\t" + feature + "/>=1.0", {version}},
+      {"sites/one\t" + feature + "=1.0", {version}},
+      {"sites/one\t" + feature + " 1.0.0", {version}},
+      {"sites/one\t" + feature + "/ 1.0.0", {version}},
+      {"sites/one\t" + feature + " (1.0.0)", {version}},
+      {"sites/one\t" + feature + " x",
+       {"error feature-needs-shell-quoting: correct the id; ids consist of letters, digits, \".\", \"_\" and \"-\""}},
+      {"sites/one,sites/two\t" + feature, {several}},
+      {"sites/one; sites/two\t" + feature, {several}},
+      {"sites/one|sites/two.zip\t" + feature, {several}},
+      {"sites/one sites/uno.zip\t" + feature,
+       {"error repository-missing: ship the repository with the component, or correct the path"}},
+      {"sites/one ./sites/one\t" + feature, {several}},
+      {"sites/one sites\t" + feature, {several}},
+      {"one;sites\t" + feature, {"error repository-needs-shell-quoting: rename the repository"}},
+      {"sites/my one sites/two\t" + feature, {"error space-in-repository: use a .zip archive, or a path without spaces"}},
       {"sites/one/content.xml\t" + feature, {"error archive-not-recognised: write the path of the repository, \"sites/one\""}},
   };
   for (const auto& [line, advice] : lines) EXPECT_EQ(advice_on(line), advice) << line;
@@ -716,6 +736,21 @@ TEST(Findings, NameASimilarRepositoryOnlyIfOneIsNearest) {
   EXPECT_EQ(fix_with("site/a0", many), "");
   many.pop_back();
   EXPECT_EQ(fix_with("site/a0", many), "\"sites/a0\"?");
+}
+
+TEST(Findings, NameWhatIsBetweenRepositories) {
+  const auto message_of = [](const std::string& repositories) {
+    const fake::TemporaryDirectory directory;
+    write_file("t", repositories + "\tx.y.feature.group\n");
+    const Findings findings = findings_in("t");
+    return findings.size() == 1 ? findings[0].message : "";
+  };
+  EXPECT_EQ(message_of("sites/a;sites/b"), "2 repositories in one line, with \";\" between them");
+  EXPECT_EQ(message_of("a.zip, b.zip ,c.zip"), "3 repositories in one line, with \",\" between them");
+  EXPECT_EQ(message_of("sites/a sites/b"), "2 repositories in one line, with a space between them");
+  EXPECT_EQ(message_of("my sites/a"), "space in the repository");
+  EXPECT_EQ(message_of("my tools/a your tools/b"), "space in the repository");
+  EXPECT_EQ(message_of("sites/a;b"), "shell metacharacter ';' in the repository");
 }
 
 TEST(Findings, NameAFeatureBeforeItsRepository) {
