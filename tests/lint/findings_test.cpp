@@ -580,6 +580,9 @@ Texts advice_on(const std::string& line) {
 
 TEST(Findings, SayWhatIsMeant) {
   const std::string feature = "org.example.one.feature.group";
+  const std::string moved =
+      "error columns-swapped: write the repository in column 1 and the feature in column 2; an order belongs in column 4";
+  const std::string no_tab = "error line-without-tab: separate the repository and the feature with a tab";
   const std::string version = "error feature-version-invalid: write the id without a version";
   const std::string several =
       "error several-repositories: write a line for each repository; end one for which no feature is left in two tabs";
@@ -663,6 +666,11 @@ TEST(Findings, SayWhatIsMeant) {
       {"sites/one sites\t" + feature, {several}},
       {"one;sites\t" + feature, {"error repository-needs-shell-quoting: rename the repository"}},
       {"sites/my one sites/two\t" + feature, {"error space-in-repository: use a .zip archive, or a path without spaces"}},
+      {"1\tsites/one\t" + feature, {moved}},
+      {"Order\tRepository\tFeature\nsites/one\t" + feature, {moved}},
+      {"sites/one -> " + feature + "\nsites/one\t" + feature, {no_tab}},
+      {"| sites/one | " + feature + " |\nsites/one\t" + feature, {no_tab}},
+      {"see sites/one for " + feature + " too\nsites/one\t" + feature, {}},
       {"sites/one/content.xml\t" + feature, {"error archive-not-recognised: write the path of the repository, \"sites/one\""}},
   };
   for (const auto& [line, advice] : lines) EXPECT_EQ(advice_on(line), advice) << line;

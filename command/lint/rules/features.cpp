@@ -112,7 +112,7 @@ void check_group_suffix(const NamedUnit& unit, const UnitVersions* units, Report
     reporter.report(
         unit.location(), in_quotes(id) + " does not end in \".feature.group\"",
         is_bundle ? "write the id of the feature that contains it, followed by .feature.group" : "did you mean " + group + "?",
-        is_bundle || !is_utf8(group) ? std::nullopt : other_id(unit, group, false));
+        is_bundle || !is_utf8(group) || id.find('.') == id.npos ? std::nullopt : other_id(unit, group, false));
   }
 }
 
@@ -138,6 +138,7 @@ Rule feature_without_group_suffix() {
 /// Deletes the slash and the version.
 std::optional<Correction> without_version(const NamedUnit& unit) {
   const std::size_t length = unit.id().size();
+  if (unit.id().find('.') == std::string::npos) return std::nullopt;
   return unit.correction("remove the version", false, length, unit.text.size() - length, "");
 }
 
