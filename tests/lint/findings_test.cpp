@@ -646,6 +646,12 @@ Texts advice_on(const std::string& line) {
 
 TEST(Findings, SayWhatIsMeant) {
   const std::string feature = "org.example.one.feature.group";
+  const std::string moved =
+      "error columns-swapped: write the repository in column 1 and the feature in column 2; an order belongs in column 4";
+  const std::string no_tab = "error line-without-tab: separate the repository and the feature with a tab";
+  const std::string version = "error feature-version-invalid: write the id without a version";
+  const std::string several =
+      "error several-repositories: write a line for each repository; end one for which no feature is left in two tabs";
   const std::string active = "delete the line, or remove its tabs; if it is no comment, delete the slashes at its beginning";
   const std::vector<std::pair<std::string, Texts>> lines = {
       {"sites/one\t" + feature, {}},
@@ -656,6 +662,18 @@ TEST(Findings, SayWhatIsMeant) {
       {"../../sites/one\t" + feature,
        {"error repository-missing: write \"sites/one\"; paths are relative to the component's directory"}},
       {"Sites/One\t" + feature, {"error repository-missing: write sites/one; paths are case-sensitive"}},
+      {"sites/one.zip\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"../sites/one\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"../../../sites/one.zip\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"one\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"repositories/One.ZIP/\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"sites/noe\t" + feature, {"error repository-missing: ship the repository with the component, or correct the path"}},
+      {"sites/onee\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"sites/onee\torg.example.one\nsites/one\t" + feature,
+       {"error repository-missing: did you mean \"sites/one\"?",
+        "warning feature-without-group-suffix: did you mean org.example.one.feature.group?"}},
+      {"sites/onee\torg.example.three.feature.group\nsites/one\t" + feature,
+       {"error repository-missing: ship the repository with the component, or correct the path"}},
       {"sites/two\t" + feature, {"error repository-missing: ship the repository with the component, or correct the path"}},
       {"sites/one\torg.example.one", {"error unit-not-a-feature: write org.example.one.feature.group"}},
       {"sites/one\torg.example.one.feature.jar", {"error unit-not-a-feature: write org.example.one.feature.group"}},
@@ -693,10 +711,32 @@ TEST(Findings, SayWhatIsMeant) {
         "error columns-swapped: write the repository in column 1 and the feature in column 2"}},
       {"sites/one\t" + feature + ";org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
       {"sites/one\t" + feature + " org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
-      {"sites/one\t" + feature + "/[1.0.0,2.0.0)",
-       {"warning comma-in-feature: write a line for each feature",
-        "error feature-needs-shell-quoting: write the id without a version; the director takes no version range here"}},
-      {"sites/one,sites/two\t" + feature, {"error comma-in-repository: write a line for each repository"}},
+      {"sites/one\t" + feature + ", org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
+      {"sites/one\t" + feature + " | org.example.two", {"error feature-needs-shell-quoting: write a line for each feature"}},
+      {"sites/one\t" + feature + "/[1.0.0,2.0.0)", {version}},
+      {"sites/one\t" + feature + "/[1.0.0,2.0.0]", {version}},
+      {"sites/one\t" + feature + " [1.0.0,2.0.0)", {version}},
+      {"sites/one\t" + feature + "/>=1.0", {version}},
+      {"sites/one\t" + feature + "=1.0", {version}},
+      {"sites/one\t" + feature + " 1.0.0", {version}},
+      {"sites/one\t" + feature + "/ 1.0.0", {version}},
+      {"sites/one\t" + feature + " (1.0.0)", {version}},
+      {"sites/one\t" + feature + " x",
+       {"error feature-needs-shell-quoting: correct the id; ids consist of letters, digits, \".\", \"_\" and \"-\""}},
+      {"sites/one,sites/two\t" + feature, {several}},
+      {"sites/one; sites/two\t" + feature, {several}},
+      {"sites/one|sites/two.zip\t" + feature, {several}},
+      {"sites/one sites/uno.zip\t" + feature,
+       {"error repository-missing: ship the repository with the component, or correct the path"}},
+      {"sites/one ./sites/one\t" + feature, {several}},
+      {"sites/one sites\t" + feature, {several}},
+      {"one;sites\t" + feature, {"error repository-needs-shell-quoting: rename the repository"}},
+      {"sites/my one sites/two\t" + feature, {"error space-in-repository: use a .zip archive, or a path without spaces"}},
+      {"1\tsites/one\t" + feature, {moved}},
+      {"Order\tRepository\tFeature\nsites/one\t" + feature, {moved}},
+      {"sites/one -> " + feature + "\nsites/one\t" + feature, {no_tab}},
+      {"| sites/one | " + feature + " |\nsites/one\t" + feature, {no_tab}},
+      {"see sites/one for " + feature + " too\nsites/one\t" + feature, {}},
       {"sites/one/content.xml\t" + feature, {"error archive-not-recognised: write the path of the repository, \"sites/one\""}},
   };
   for (const auto& [line, advice] : lines) EXPECT_EQ(advice_on(line), advice) << line;
@@ -746,6 +786,45 @@ TEST(Findings, OfATableAreNoneAboutEmptyCells) {
   EXPECT_EQ(findings_in_lines("Repository\tFeature\tA\tB\tC\n" + row + "\t\t1\tnew\t\n"),
             (Texts{"t:2:24+3 extra-columns", "t:2:27+1 trailing-tab"}));
   EXPECT_EQ(findings_in_lines("Repository\tFeature\t\t\t\n" + row + "\t\t\t\n"), Texts());
+}
+
+TEST(Findings, NameASimilarRepositoryOnlyIfOneIsNearest) {
+  const auto fix_with = [](const std::string& repository, const std::vector<std::string>& others) {
+    const fake::TemporaryDirectory directory;
+    write_file("c/etc/eclipse/t", repository + "\torg.example.one.feature.group\n");
+    for (const std::string& other : others) write_file("c/" + other + "/content.xml", content_of_one);
+    const Findings findings = findings_in("c");
+    const bool is_asked = !findings.empty() && findings[0].fix.starts_with("did you mean ");
+    return is_asked ? findings[0].fix.substr(13) : "";
+  };
+  EXPECT_EQ(fix_with("sites/alhpa", {"sites/alpha", "sites/alphabet", "sites/beta"}), "\"sites/alpha\"?");
+  EXPECT_EQ(fix_with("sites/beta", {"sites/beta1", "sites/beta2"}), "");
+  EXPECT_EQ(fix_with("sites/beta", {"sites/beta1", "sites/beta22"}), "\"sites/beta1\"?");
+  EXPECT_EQ(fix_with("sites/beta", {"old/beta", "new/beta", "sites/beta1"}), "\"sites/beta1\"?");
+  EXPECT_EQ(fix_with("sites/a", {"sites/b"}), "");
+  EXPECT_EQ(fix_with("sites/alpha-1.0.0", {"sites/alpha-1.1.0"}), "\"sites/alpha-1.1.0\"?");
+  EXPECT_EQ(fix_with("sites/gamma", {"sites/alpha", "sites/beta"}), "");
+  std::vector<std::string> many;
+  for (int i = 0; i < 101; ++i)
+    many.push_back("sites/" + std::string(1, static_cast<char>('a' + i % 26)) + std::to_string(i * 1111));
+  EXPECT_EQ(fix_with("site/a0", many), "");
+  many.pop_back();
+  EXPECT_EQ(fix_with("site/a0", many), "\"sites/a0\"?");
+}
+
+TEST(Findings, NameWhatIsBetweenRepositories) {
+  const auto message_of = [](const std::string& repositories) {
+    const fake::TemporaryDirectory directory;
+    write_file("t", repositories + "\tx.y.feature.group\n");
+    const Findings findings = findings_in("t");
+    return findings.size() == 1 ? findings[0].message : "";
+  };
+  EXPECT_EQ(message_of("sites/a;sites/b"), "2 repositories in one line, with \";\" between them");
+  EXPECT_EQ(message_of("a.zip, b.zip ,c.zip"), "3 repositories in one line, with \",\" between them");
+  EXPECT_EQ(message_of("sites/a sites/b"), "2 repositories in one line, with a space between them");
+  EXPECT_EQ(message_of("my sites/a"), "space in the repository");
+  EXPECT_EQ(message_of("my tools/a your tools/b"), "space in the repository");
+  EXPECT_EQ(message_of("sites/a;b"), "shell metacharacter ';' in the repository");
 }
 
 TEST(Findings, NameAFeatureBeforeItsRepository) {
@@ -863,7 +942,9 @@ TEST(Findings, NameADirectoryInAnotherUnicodeNormalization) {
       "fer",
       "c/pr\xC3\xB6"
       "fer");
-  EXPECT_EQ(missing(), "ship the repository with the component, or correct the path") << "another letter";
+  EXPECT_EQ(missing(),
+            "did you mean \"pr\xC3\xB6"
+            "fer\"?");
 }
 
 TEST(Findings, FeaturesOfARepositoryThatCannotBeExaminedAreNotLookedUp) {

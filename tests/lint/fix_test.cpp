@@ -171,6 +171,35 @@ TEST(Fix, WritesIdsAndPathsAsTheyAre) {
             "SITE\torg.example.One.feature.group\n");
 }
 
+TEST(Fix, WritesALineForEachFeature) {
+  const std::string both = "s\tx.y.feature.group\ns\tx.z.feature.group\n";
+  for (const std::string separator : {",", ";", " ", ", ", " | ", " ,"}) {
+    const std::string line = "s\tx.y.feature.group" + separator + "x.z.feature.group\n";
+    EXPECT_EQ(corrected(line, true), both) << separator;
+    EXPECT_EQ(corrected(line), line) << separator;
+  }
+  EXPECT_EQ(corrected("s\tx.y.feature.group,x.z.feature.group,\r\n", true), both);
+  const std::string with_order = "s\tx.y.feature.group,x.z.feature.group\t\t1\n";
+  EXPECT_EQ(corrected(with_order, true), with_order);
+}
+
+TEST(Fix, RemovesAVersionRange) {
+  for (const std::string version : {"/[1.0,2.0)", " [1.0,2.0)", " 1.0.0", "/ 1.0.0", " (1.0.0)", "/>=1.0"}) {
+    const std::string line = "s\torg.example.one.feature.group" + version + "\n";
+    EXPECT_EQ(corrected(line, true), "s\torg.example.one.feature.group\n") << version;
+    EXPECT_EQ(corrected(line), line) << version;
+  }
+}
+
+TEST(Fix, WritesASimilarRepository) {
+  for (const std::string site : {"../sites/one", "sites/one.zip", "sites/oone", "one", "/sites/onne/"}) {
+    const std::string line = "\torg.example.One.feature.group\n";
+    const bool is_absolute = site.starts_with('/');
+    EXPECT_EQ(corrected_with(site + line, {"sites/one/content.xml"}, true), (is_absolute ? site : "sites/one") + line);
+    EXPECT_EQ(corrected_with(site + line, {"sites/one/content.xml"}), site + line);
+  }
+}
+
 TEST(Fix, WritesTheOnlyFeatureThatIsLeft) {
   for (const std::string line : {"sites/a", "sites/a\t", " sites/a ", "sites/a\r"}) {
     EXPECT_EQ(corrected_with(line + "\n", {"sites/a/content.xml"}, true), "sites/a\torg.example.One.feature.group\n") << line;

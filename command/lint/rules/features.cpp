@@ -55,12 +55,30 @@ struct NamedUnit : WrittenUnit {
   }
 };
 
+constexpr std::string_view begins_range = "[(<>=~^";
+
+/// Where a version begins that follows an id otherwise than after a slash, or a version range; npos if there is none.
+std::size_t foreign_version_in(std::string_view column) {
+  const std::size_t end = column.find_first_of(std::string(" /") += begins_range);
+  if (end == column.npos || !looks_like_feature(column.substr(0, end))) return column.npos;
+  const std::size_t begin = std::min(column.find_first_not_of(" /", end), column.size());
+  const char first = begin == column.size() ? ' ' : column[begin];
+  const bool has_space = column.substr(end, begin - end).find(' ') != column.npos;
+  const bool is_usual = !has_space && begins_range.find(first) == begins_range.npos;
+  const bool is_version = (first >= '0' && first <= '9') || begins_range.find(first) != begins_range.npos;
+  const bool has_others = column.find_first_of("&|;$`\"'\\*?{}#!", begin) != column.npos;
+  return is_version && !is_usual && !has_others ? begin : column.npos;
+}
+
+bool has_foreign_version(const Record& record) { return foreign_version_in(record.feature()) != std::string_view::npos; }
+
 /// Each unit that the director looks for. What else it or the shell makes of a column is reported by other rules.
 template <typename Use>
 void for_each_unit(const Input& input, const Use& use) {
   for_each_placed(input, [&](const Record& record) {
     const std::string_view column = record.feature();
     if (!eclipse_shell::word_of(std::string(column)) || is_read_as_option(column) || begins_with_comma(column)) return;
+    if (has_foreign_version(record)) return;
     for (WrittenUnit& written : units_written_in(column)) use(NamedUnit{std::move(written), &record});
   });
 }
@@ -94,7 +112,7 @@ void check_group_suffix(const NamedUnit& unit, const UnitVersions* units, Report
     reporter.report(
         unit.location(), in_quotes(id) + " does not end in \".feature.group\"",
         is_bundle ? "write the id of the feature that contains it, followed by .feature.group" : "did you mean " + group + "?",
-        is_bundle || !is_utf8(group) ? std::nullopt : other_id(unit, group, false));
+        is_bundle || !is_utf8(group) || id.find('.') == id.npos ? std::nullopt : other_id(unit, group, false));
   }
 }
 
@@ -120,6 +138,7 @@ Rule feature_without_group_suffix() {
 /// Deletes the slash and the version.
 std::optional<Correction> without_version(const NamedUnit& unit) {
   const std::size_t length = unit.id().size();
+  if (unit.id().find('.') == std::string::npos) return std::nullopt;
   return unit.correction("remove the version", false, length, unit.text.size() - length, "");
 }
 
@@ -273,23 +292,57 @@ Rule unit_not_a_feature() {
 
 // ---- Versions ----
 
+/// The places of several features in one column.
+std::vector<std::pair<std::size_t, std::size_t>> features_in_one(std::string_view column) {
+  constexpr std::string_view separators = " ,;|+&";
+  std::vector<std::pair<std::size_t, std::size_t>> places;
+  for (std::size_t begin = 0; (begin = column.find_first_not_of(separators, begin)) != column.npos;) {
+    const std::size_t end = std::min(column.find_first_of(separators, begin), column.size());
+    if (!looks_like_feature(unit_called(column.substr(begin, end - begin)).id)) return {};
+    places.emplace_back(begin, end - begin);
+    begin = end;
+  }
+  return places;
+}
+
+void check_foreign_version(const Record& record, Reporter& reporter) {
+  const std::string_view column = record.feature();
+  const std::size_t begin = foreign_version_in(column);
+  if (begin == column.npos) return;
+  const std::size_t end_of_id = column.find_last_not_of(" /", begin - 1) + 1;
+  const std::string_view version = column.substr(begin);
+  const bool is_range = version.find_first_of(",<>=~^") != version.npos;
+  std::optional<Correction> correction;
+  if (features_in_one(version).empty()) {
+    correction = {"remove the version", false, {record.edit(1, end_of_id, column.size() - end_of_id)}};
+  }
+  reporter.report(record.descriptor->location(*record.line, 1, begin, version.size()),
+                  in_quotes(version) + (is_range ? " is a version range" : " does not directly follow a slash"),
+                  "write the id without a version", std::move(correction));
+}
+
 Rule feature_version_invalid() {
-  return {.name = "feature-version-invalid",
-          .group = Group::features,
-          .severity = Severity::error,
-          .title = "the text after a feature's slash is not a version",
-          .why = "The director aborts with an exception, so the command for all features fails.",
-          .fix = "write the id without a version",
-          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group/latest\n"),
-          .good = good_descriptor(),
-          .check =
-              [](const Input& input, Reporter& reporter) {
-                for_each_unit(input, [&](const NamedUnit& unit) {
-                  if (unit.version().empty() || is_osgi_version(unit.version())) return;
-                  reporter.report(unit.location(), in_quotes(unit.version()) + " is not a version", without_version(unit));
-                });
-              },
-          .corrects = Corrects::unsafely};
+  return {
+      .name = "feature-version-invalid",
+      .group = Group::features,
+      .severity = Severity::error,
+      .title = "a feature is followed by something else than a slash and a version, such as a version range",
+      .why =
+          "The director takes no version ranges: it aborts with an exception, as with any text after the slash that is not a "
+          "version. The shell splits the feature at a space, and takes parentheses for syntax errors. The command for all "
+          "features fails.",
+      .fix = "write the id without a version",
+      .bad = descriptor("sites/alpha\torg.example.alpha.feature.group/latest\n"),
+      .good = good_descriptor(),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            for_each_placed(input, [&](const Record& record) { check_foreign_version(record, reporter); });
+            for_each_unit(input, [&](const NamedUnit& unit) {
+              if (unit.version().empty() || is_osgi_version(unit.version())) return;
+              reporter.report(unit.location(), in_quotes(unit.version()) + " is not a version", without_version(unit));
+            });
+          },
+      .corrects = Corrects::unsafely};
 }
 
 /// What the director takes for each of these units. A removal takes nothing.
@@ -346,17 +399,36 @@ Rule feature_pinned() {
 
 // ---- Texts ----
 
+/// Other columns would be for one of the features only.
+std::optional<Correction> line_for_each_feature(const Record& record) {
+  const auto places = features_in_one(record.feature());
+  const std::string repository(record.repository());
+  if (places.size() < 2 || record.line->columns.size() != 2 || !is_utf8(repository)) return std::nullopt;
+  Correction correction{"write a line for each feature", false, {}};
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    const std::size_t begin = i == 0 ? 0 : places[i - 1].first + places[i - 1].second;
+    const std::string between = i == 0 ? "" : "\n" + repository + "\t";
+    correction.edits.push_back(record.edit(1, begin, places[i].first - begin, between));
+  }
+  const std::size_t end = places.back().first + places.back().second;
+  correction.edits.push_back(record.edit(1, end, record.feature().size() - end));
+  return correction;
+}
+
+/// What the shell changes is another rule's.
 void check_comma(const Record& record, Reporter& reporter) {
-  const std::size_t comma = record.feature().find(',');
-  if (comma == std::string_view::npos) return;
-  const std::size_t count = units_written_in(record.feature()).size();
+  const std::string_view column = record.feature();
+  const std::size_t comma = column.find(',');
+  if (comma == column.npos || has_foreign_version(record)) return;
+  if (features_in_one(column).size() > 1 && !changes_in_feature(column).empty()) return;
+  const std::size_t count = units_written_in(column).size();
   const Location location = record.descriptor->location(*record.line, 1, comma, 1);
-  if (begins_with_comma(record.feature())) {
+  if (begins_with_comma(column)) {
     reporter.report(Severity::error, location, "comma before the feature", "remove the comma");
   } else if (count == 1) {
     reporter.report(location, "comma after the feature", "remove the comma");
   } else {
-    reporter.report(location, std::to_string(count) + " features in one line");
+    reporter.report(location, std::to_string(count) + " features in one line", line_for_each_feature(record));
   }
 }
 
@@ -374,9 +446,9 @@ Rule comma_in_feature() {
       .fix = "write a line for each feature",
       .bad = descriptor("sites/alpha\torg.example.alpha.feature.group,org.example.beta.feature.group\n"),
       .good = good_descriptor(),
-      .check = [](const Input& input, Reporter& reporter) {
-        for_each_placed(input, [&](const Record& record) { check_comma(record, reporter); });
-      }};
+      .check = [](const Input& input,
+                  Reporter& reporter) { for_each_placed(input, [&](const Record& record) { check_comma(record, reporter); }); },
+      .corrects = Corrects::unsafely};
 }
 
 Rule feature_looks_like_option() {
@@ -399,14 +471,26 @@ Rule feature_looks_like_option() {
           }};
 }
 
-std::string fix_of_feature(std::string_view text) {
-  const std::size_t slash = text.find('/');
-  if (slash != text.npos && text.find_first_of("[(", slash) == slash + 1)
-    return "write the id without a version; the director takes no version range here";
-  std::vector<std::string> ids = split(replaced(text, ";", " "), ' ');
-  std::erase(ids, "");
-  if (ids.size() > 1 && std::all_of(ids.begin(), ids.end(), looks_like_feature)) return "write a line for each feature";
-  return "correct the id; ids consist of letters, digits, \".\", \"_\" and \"-\"";
+constexpr const char* correct_the_id = "correct the id; ids consist of letters, digits, \".\", \"_\" and \"-\"";
+
+void check_shell_changes(const Input& input, const Record& record, Reporter& reporter) {
+  const std::string_view text = record.feature();
+  if (has_foreign_version(record)) return;
+  ShellChanges changes = changes_in_feature(text);
+  std::erase_if(changes, [&](std::size_t offset) { return is_around_column(text, offset); });
+  const bool is_changed = !changes.empty();
+  if (!is_changed) changes = idle_globs_in_feature(text);
+  if (changes.empty()) return;
+  const Severity severity = is_changed ? severity_of_changed_feature(input, text) : Severity::warning;
+  const Location location = record.descriptor->location(*record.line, 1, changes.front(), 1);
+  const std::string change = name_of_change(text, changes.front());
+  const std::size_t count = features_in_one(text).size();
+  if (count > 1) {
+    reporter.report(severity, location, std::to_string(count) + " features in one line, with a " + change + " between them",
+                    "write a line for each feature", line_for_each_feature(record));
+  } else {
+    reporter.report(severity, location, change + " in the feature", correct_the_id);
+  }
 }
 
 Rule feature_needs_shell_quoting() {
@@ -417,22 +501,14 @@ Rule feature_needs_shell_quoting() {
           .why =
               "The plug-in does not quote it. The shell splits the feature, expands it or runs a part of it, and the command "
               "for all features fails.",
-          .fix = "correct the id; ids consist of letters, digits, \".\", \"_\" and \"-\"",
-          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group;echo\n"),
+          .fix = correct_the_id,
+          .bad = descriptor("sites/alpha\torg.example.alpha.feature.group;org.example.beta.feature.group\n"),
           .good = good_descriptor(),
-          .check = [](const Input& input, Reporter& reporter) {
-            for_each_placed(input, [&](const Record& record) {
-              const std::string_view text = record.feature();
-              ShellChanges changes = changes_in_feature(text);
-              std::erase_if(changes, [&](std::size_t offset) { return is_around_column(text, offset); });
-              const bool is_changed = !changes.empty();
-              if (!is_changed) changes = idle_globs_in_feature(text);
-              if (changes.empty()) return;
-              reporter.report(is_changed ? severity_of_changed_feature(input, text) : Severity::warning,
-                              record.descriptor->location(*record.line, 1, changes.front(), 1),
-                              name_of_change(text, changes.front()) + " in the feature", fix_of_feature(text));
-            });
-          }};
+          .check =
+              [](const Input& input, Reporter& reporter) {
+                for_each_placed(input, [&](const Record& record) { check_shell_changes(input, record, reporter); });
+              },
+          .corrects = Corrects::unsafely};
 }
 
 /// Whether there are features elsewhere, which may require something in a repository without one.

@@ -30,22 +30,39 @@ std::optional<Correction> in_right_order(const Record& record) {
                     {record.edit(0, 0, feature.size(), repository), record.edit(1, 0, repository.size(), feature)}};
 }
 
+/// Something else stands before the repository, as an order.
+bool are_moved(const Record& record) {
+  const std::string_view second = record.feature();
+  const std::string_view third = record.cell(2);
+  if (!record.placement || (record.site != nullptr && record.site->exists)) return false;
+  const bool is_header = second == header && !third.empty();
+  const bool is_site = looks_like_site(second) && !looks_like_feature(eclipse_p2::unit_called(second).id);
+  return is_header || (is_site && looks_like_feature(eclipse_p2::unit_called(third).id));
+}
+
+void check_order_of_columns(const Record& record, Reporter& reporter) {
+  if (are_swapped(record)) {
+    reporter.report(record.location(0), "feature " + in_quotes(record.repository()) + " in the repository column",
+                    in_right_order(record));
+  } else if (are_moved(record)) {
+    reporter.report(record.location(1),
+                    in_quotes(record.feature()) + " is in column 2, and " + in_quotes(record.cell(2)) + " in column 3",
+                    "write the repository in column 1 and the feature in column 2; an order belongs in column 4");
+  }
+}
+
 Rule columns_swapped() {
   return {.name = "columns-swapped",
           .group = Group::lines,
           .severity = Severity::error,
-          .title = "the feature comes before the repository",
+          .title = "the feature comes before the repository, or something else does",
           .why = "Column 1 is read as a repository, which does not exist, and column 2 as a feature, which no repository has.",
           .fix = "write the repository in column 1 and the feature in column 2",
           .bad = descriptor("org.example.alpha.feature.group\tsites/alpha\n"),
           .good = good_descriptor(),
           .check =
               [](const Input& input, Reporter& reporter) {
-                for (const Record& record : input.records) {
-                  if (!are_swapped(record)) continue;
-                  reporter.report(record.location(0), "feature " + in_quotes(record.repository()) + " in the repository column",
-                                  in_right_order(record));
-                }
+                for (const Record& record : input.records) check_order_of_columns(record, reporter);
               },
           .supersedes = Supersedes::line,
           .corrects = Corrects::unsafely};

@@ -1,5 +1,6 @@
 // Rules about lines that the plug-in ignores.
 #include <algorithm>
+#include <cctype>
 #include <functional>
 #include <set>
 #include <utility>
@@ -27,7 +28,7 @@ std::vector<std::string> words_of(std::string_view text) {
   std::vector<std::string> words;
   std::string word;
   for (const char byte : std::string(text) + " ") {
-    if (byte != ' ' && byte != ',' && byte != ';' && byte != '\r') {
+    if (byte != ' ' && byte != ',' && byte != ';' && byte != '|' && byte != '\r') {
       word += byte;
     } else if (!word.empty()) {
       words.push_back(std::exchange(word, ""));
@@ -36,10 +37,16 @@ std::vector<std::string> words_of(std::string_view text) {
   return words;
 }
 
+/// As "->" or "=".
+bool has_no_letter(const std::string& word) {
+  return std::none_of(word.begin(), word.end(), [](unsigned char byte) { return std::isalnum(byte) != 0 || byte >= 0x80; });
+}
+
 /// A line that would be data if there were a tab in it.
 bool lacks_tab(const Line& line) {
   if (line.text.find('\t') != line.text.npos || is_comment(line.text)) return false;
-  const auto words = words_of(line.text);
+  auto words = words_of(line.text);
+  std::erase_if(words, has_no_letter);
   if (words.size() < 2 || words.size() > 5) return false;
   return words[0] == header || looks_like_feature(words[1]) || (looks_like_site(words[0]) && words.size() == 2);
 }
@@ -72,6 +79,7 @@ char separator_of_table(std::string_view text) {
 std::optional<Correction> tabs_between_words(const Descriptor& descriptor, const Line& line) {
   const auto words = words_of(line.text);
   const std::string_view text = line.text.substr(0, line.text.find_last_not_of('\r') + 1);
+  if (text.find('|') != text.npos || std::any_of(words.begin(), words.end(), has_no_letter)) return std::nullopt;
   const bool is_header = words[0] == header;
   const char separator = separator_of_table(text);
   const bool is_pair = words.size() == 2 || separator != '\0';

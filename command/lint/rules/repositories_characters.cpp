@@ -1,5 +1,7 @@
 // Rules about characters of the first column that the shell or the director does not take as they are.
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 #include "base/printable.h"
 #include "lint/rule.h"
@@ -12,6 +14,8 @@
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
+
+namespace fs = std::filesystem;
 
 namespace eclipse_lint {
 
@@ -170,14 +174,6 @@ Rule repository_not_utf_8() {
           .concerns_removals = false};
 }
 
-void check_comma(const Input& input, const Record& record, Reporter& reporter) {
-  const auto paths = split(record.repository(), ',');
-  const bool are_several = paths.size() > 1 && std::all_of(paths.begin(), paths.end(), looks_like_site);
-  if (!are_several) return report_character(input, record, ',', "comma", Severity::error, reporter);
-  reporter.report(record.location(0), std::to_string(paths.size()) + " repositories in one line",
-                  "write a line for each repository");
-}
-
 Rule comma_in_repository() {
   return {
       .name = "comma-in-repository",
@@ -192,9 +188,68 @@ Rule comma_in_repository() {
       .good = good_descriptor(),
       .check =
           [](const Input& input, Reporter& reporter) {
-            for_each_placed(input, [&](const Record& record) { check_comma(input, record, reporter); });
+            for_each_placed(
+                input, [&](const Record& record) { report_character(input, record, ',', "comma", Severity::error, reporter); });
           },
       .concerns_removals = false};
+}
+
+/// Whether a part of column 1 is a repository by itself.
+bool is_repository_part(const Input& input, const Record& record, const std::string& part) {
+  if (part.empty() || part.find_first_of(" ,;|+&") != part.npos) return false;
+  std::error_code error;
+  return looks_like_site(part) || (input.has_components && fs::exists(fs::path(record.config->base_dir) / part, error));
+}
+
+/// A space may also be in a name: each part has to exist, or to be in the directory of the first.
+bool are_repositories(const Input& input, const Record& record, char separator, const std::vector<std::string>& parts) {
+  if (parts.size() < 2) return false;
+  const auto is_part = [&](const std::string& part) { return is_repository_part(input, record, part); };
+  if (!std::all_of(parts.begin(), parts.end(), is_part)) return false;
+  if (separator != ' ') return true;
+  const std::string directory = parts[0].substr(0, parts[0].find('/') + 1);
+  return std::all_of(parts.begin(), parts.end(), [&](const std::string& part) {
+    std::error_code error;
+    const bool exists = fs::exists(fs::path(record.config->base_dir) / part, error);
+    return input.has_components ? exists : !directory.empty() && part.starts_with(directory);
+  });
+}
+
+void check_count(const Input& input, const Record& record, Reporter& reporter) {
+  const std::string_view text = trimmed(record.repository());
+  if ((record.site != nullptr && record.site->exists) || is_comment(text) || has_scheme(text)) return;
+  for (const char separator : {',', ';', '|', '+', '&', ' '}) {
+    std::vector<std::string> parts = split(text, separator);
+    for (std::string& part : parts) part = trimmed(part);
+    std::erase(parts, "");
+    if (!are_repositories(input, record, separator, parts)) continue;
+    const Location location =
+        record.descriptor->location(*record.line, 0, record.repository().find(separator, parts[0].size()), 1);
+    const std::string name = separator == ' ' ? "a space" : in_quotes(std::string(1, separator));
+    return reporter.report(location,
+                           std::to_string(parts.size()) + " repositories in one line, with " + name + " between them");
+  }
+}
+
+Rule several_repositories() {
+  return {
+      .name = "several-repositories",
+      .group = Group::repositories,
+      .severity = Severity::error,
+      .title = "a line has several repositories",
+      .why =
+          "The plug-in reads the first column as one path, which does not exist. Without the quotes of an archive, the shell "
+          "splits the director command at a space, a semicolon, a bar or an ampersand, and the director its list of "
+          "repositories at a comma, so every command of the session fails.",
+      .fix = "write a line for each repository; end one for which no feature is left in two tabs",
+      .bad = descriptor("sites/alpha;sites/beta\torg.example.alpha.feature.group\n"),
+      .good = descriptor("sites/alpha\torg.example.alpha.feature.group\nsites/beta\torg.example.beta.feature.group\n"),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            for_each_placed(input, [&](const Record& record) { check_count(input, record, reporter); });
+          },
+      .concerns_removals = false,
+      .supersedes = Supersedes::line};
 }
 
 void check_url_syntax(const Input& input, const Record& record, Reporter& reporter) {
@@ -272,8 +327,8 @@ Rule backslash_in_repository() {
 }  // namespace
 
 std::vector<Rule> repositories_characters_rules() {
-  return {space_in_repository(), repository_needs_shell_quoting(), glob_in_repository(),     repository_not_utf_8(),
-          comma_in_repository(), url_character_in_repository(),    backslash_in_repository()};
+  return {several_repositories(), space_in_repository(), repository_needs_shell_quoting(), glob_in_repository(),
+          repository_not_utf_8(), comma_in_repository(), url_character_in_repository(),    backslash_in_repository()};
 }
 
 }  // namespace eclipse_lint

@@ -14,6 +14,7 @@
 #include "lint/rule.h"
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
+#include "lint/rules/similar_repositories.h"
 #include "lint/texts.h"
 #include "p2/artifact_name.h"
 #include "p2/git_lfs_pointer.h"
@@ -129,7 +130,7 @@ std::string path_from_component(const Record& record) {
   return has_own_name ? rest.string() : "";
 }
 
-void report_missing(const Record& record, Reporter& reporter) {
+void report_missing(const Record& record, SimilarRepositories& others, Reporter& reporter) {
   const std::string message = "repository does not exist: " + std::string(eclipse_dry_run::path_in(record.placement->url));
   if (auto correction = path_in_other_case(record)) {
     std::string fix = correction->title + "; paths are case-sensitive";
@@ -141,11 +142,13 @@ void report_missing(const Record& record, Reporter& reporter) {
                            message + "; an existing path has the same name in another Unicode normalization (NFD or NFC)",
                            "rename it to " + in_quotes(text) + ", as the descriptor file has it");
   }
-  const std::string path = path_from_component(record);
+  std::string path = path_from_component(record);
+  const std::string fix = path.empty() ? "" : "write " + in_quotes(path) + "; paths are relative to the component's directory";
+  if (path.empty()) path = others.to(record);
   if (path.empty()) return reporter.report(record.location(0), message);
   std::optional<Correction> correction;
   if (is_utf8(path)) correction = {"write " + path, false, {record.edit(0, 0, record.repository().size(), path)}};
-  reporter.report(record.location(0), message, "write " + in_quotes(path) + "; paths are relative to the component's directory",
+  reporter.report(record.location(0), message, fix.empty() ? "did you mean " + in_quotes(path) + "?" : fix,
                   std::move(correction));
 }
 
@@ -162,8 +165,9 @@ Rule repository_missing() {
           .good = good_component(),
           .check =
               [](const Input& input, Reporter& reporter) {
+                SimilarRepositories others(input);
                 for_each_looked_into(input, [&](const Record& record) {
-                  if (!record.site->exists) report_missing(record, reporter);
+                  if (!record.site->exists) report_missing(record, others, reporter);
                 });
               },
           .concerns_removals = false,
