@@ -14,6 +14,7 @@ import plant
 import rules
 import sandbox
 import switches
+import trials
 
 SOURCE = """#include <cstdio>
 namespace {
@@ -79,6 +80,14 @@ class Samples(unittest.TestCase):
         chosen = mutate.sample(self.mutants, 4, "seed")
         self.assertEqual(collections.Counter(plant.room_of(mutant.file) for mutant in chosen), {"command/a": 4, "command/b": 4})
         self.assertEqual(chosen, mutate.sample(self.mutants, 4, "seed"))
+
+
+class Order(unittest.TestCase):
+    def test_of_tests(self):
+        costs = {"A/Rule.Finds/a": 1, "A/Rule.Finds/b": 1.1, "A/Rule.Finds/c": 1.2, "A/Rule.Is/a": 3, "Suite.One": 2, "Suite.Two": 2.5}
+        tests = [{"name": name, "cost": cost} for name, cost in costs.items()]
+        names = [test["name"] for test in trials.in_order(tests[::-1])]
+        self.assertEqual(names, ["A/Rule.Finds/a", "Suite.One", "A/Rule.Finds/b", "A/Rule.Is/a", "A/Rule.Finds/c", "Suite.Two"])
 
 
 class Switches(unittest.TestCase):
