@@ -20,7 +20,7 @@ TEST_P(Help, IsWrittenDown) {
 
 INSTANTIATE_TEST_SUITE_P(EachSubcommand, Help,
                          testing::Values("", "run", "call", "plan", "verify", "repair", "history", "undo", "lint", "explain",
-                                         "check-host", "list", "new", "language-server"),
+                                         "check-host", "list", "new", "language-server", "help"),
                          [](const auto& parameter) {
                            std::string name = *parameter.param == '\0' ? "eclipse_int" : parameter.param;
                            std::replace(name.begin(), name.end(), '-', '_');

@@ -1,4 +1,5 @@
 // The history of a profile, and going back in it.
+#include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -389,6 +390,21 @@ TEST_F(Undo, DoesNotWriteVariablesOverTheEclipse) {
   }
   EXPECT_EQ(content_of("eclipse/configuration/config.ini"), "eclipse.p2.profile=P\n");
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
+TEST_F(Undo, TakesWhatItNeedsFromTheNamedRepositories) {
+  write_state("1731234600000", {"ide/4.0.0", "one/1.0.0"});
+  fs::create_directory("my site");
+  fake::write_file("a.zip", "");
+  script(1, leave("1731234700000", {"ide/4.0.0"}));
+  const std::string undo = "undo --eclipse eclipse --force --to 1731234500000 --repository ";
+  EXPECT_EQ(eclipse_int(undo + "missing"),
+            (Outcome{2, "", "eclipse-int: --repository: \"missing\" does not exist\nRun with --help for more information.\n"}));
+  EXPECT_EQ(director_calls(), "");
+  EXPECT_EQ(eclipse_int(undo + "'my site' --repository a.zip --repository http://example.org/a").status, 0);
+  const std::string calls = director_calls();
+  EXPECT_EQ(calls.substr(std::min(calls.find(','), calls.size())),
+            ",file://DIRECTORY/my%20site,jar:file://DIRECTORY/a.zip!/,http://example.org/a -revert 1731234500000\n");
 }
 
 TEST_F(Undo, WaitsForItsTurn) {

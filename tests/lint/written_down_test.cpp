@@ -1,4 +1,5 @@
-// The samples of all rules, and all that lint says of the bad ones: each text and each place.
+// The samples of all rules, and all that lint says of the bad ones as they are, doubled and with other line ends: each text and
+// each place.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -88,17 +89,50 @@ std::string independent(std::string text, const std::string& directory) {
   return eclipse_base::replaced(text, directory, "DIRECTORY");
 }
 
-class FindingsOfGroup : public testing::TestWithParam<Group> {};
+using Change = std::string (*)(const std::string& content);
+
+/// The sample with changed descriptor files, apart from very long ones.
+Sample changed(Sample sample, Change change) {
+  for (SampleFile& file : sample.files) {
+    const bool is_descriptor = file.name == sample.input || file.name.find("etc/eclipse/") != std::string::npos;
+    if (is_descriptor && !file.name.ends_with(".json") && file.content.size() <= longest_content)
+      file.content = change(file.content);
+  }
+  return sample;
+}
+
+/// All findings in the bad samples of a group, with this change.
+std::string findings_of(Group group, Change change) {
+  std::string text;
+  for (const Rule* const rule : rules_named(name_of(group))) {
+    const fake::TemporaryDirectory directory;
+    const Sample sample = changed(rule->bad, change);
+    write_sample(sample);
+    std::filesystem::permissions(".", std::filesystem::perms(0755));  // others may read it
+    text += "# " + std::string(rule->name) + "\n" + independent(shown(findings_in(sample.input)), directory.path());
+  }
+  return text;
+}
+
+class FindingsOfGroup : public testing::TestWithParam<Group> {
+ protected:
+  static void expect_written_down(Change change, const std::string& name) {
+    const std::string group(name_of(GetParam()));
+    fake::expect_written_down(findings_of(GetParam(), change), std::string(WRITTEN_DOWN) + "/" + group + name + ".txt");
+  }
+};
 
 TEST_P(FindingsOfGroup, InBadSamplesAreWrittenDown) {
-  std::string text;
-  for (const Rule* const rule : rules_named(name_of(GetParam()))) {
-    const fake::TemporaryDirectory directory;
-    std::filesystem::permissions(".", std::filesystem::perms(0755));  // others may read it
-    write_sample(rule->bad);
-    text += "# " + std::string(rule->name) + "\n" + independent(shown(findings_in(rule->bad.input)), directory.path());
-  }
-  fake::expect_written_down(text, std::string(WRITTEN_DOWN) + "/" + std::string(name_of(GetParam())) + ".txt");
+  expect_written_down([](const std::string& content) { return content; }, "");
+}
+
+/// So that there are several lines of each kind.
+TEST_P(FindingsOfGroup, InDoubledBadSamplesAreWrittenDown) {
+  expect_written_down([](const std::string& content) { return content + content; }, ".doubled");
+}
+
+TEST_P(FindingsOfGroup, InBadSamplesWithCarriageReturnsAreWrittenDown) {
+  expect_written_down([](const std::string& content) { return eclipse_base::replaced(content, "\n", "\r\n"); }, ".returns");
 }
 
 INSTANTIATE_TEST_SUITE_P(WrittenDown, FindingsOfGroup, testing::ValuesIn(groups),

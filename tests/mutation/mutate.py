@@ -3,17 +3,15 @@
 
 import argparse
 import collections
-import contextlib
-import itertools
 import json
 import math
 import os
 import pathlib
 import random
-import shutil
 import signal
 import subprocess
 import sys
+import tempfile
 
 import plant
 import sandbox
@@ -30,26 +28,6 @@ overlay() { mkdir "$1/upper" "$1/work" && mount -t overlay overlay -o "lowerdir=
 overlay "$1" 2> /dev/null || { mount -t tmpfs tmpfs "$1/changed" && overlay "$1/changed"; } || exit
 cd "$0" && shift && exec "$@"
 """
-
-
-@contextlib.contextmanager
-def work_directory():
-    """Its name is a plain word for a shell, unlike some random ones, since tests compare command lines that have it."""
-    directories = (pathlib.Path(f"/var/tmp/mutate-{os.getpid()}-{number}") for number in itertools.count())
-    directory = next(each for each in directories if is_made(each))
-    try:
-        yield directory
-    finally:
-        shutil.rmtree(directory, ignore_errors=True)
-
-
-def is_made(directory):
-    try:
-        directory.mkdir()
-        directory.chmod(0o755)  # some tests go on as another user
-        return True
-    except FileExistsError:
-        return False
 
 
 def enter_namespace(work):
@@ -201,8 +179,10 @@ def report(outcomes, at_least):
 def main():
     options = read_options()
     if INSIDE not in os.environ:
-        with work_directory() as work:
-            return enter_namespace(work)
+        # No "-" in the name: a shell word with one gets quotes, and tests compare command lines that have the path.
+        with tempfile.TemporaryDirectory(prefix="mutate", dir="/var/tmp") as work:
+            os.chmod(work, 0o755)  # some tests go on as another user
+            return enter_namespace(pathlib.Path(work))
     listed = read_listed()
     check_listed(listed)
     mutants = plant.Sources(options.files).all()

@@ -9,6 +9,7 @@ import resource
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 
 MOST_FUNCTIONS = 1 << 16  # of switch.h
@@ -87,13 +88,11 @@ def set_limits(processor_seconds):
     os.setsid()
 
 
-def run_one(test, mutant, number):
+def run_one(test, mutant):
     reached = pathlib.Path(os.environ["TMPDIR"]) / "reached"
-    # A random name may have "_", with which shell words have quotes: tests would fail that expect none.
-    directory = pathlib.Path(os.environ["TMPDIR"]) / str(number)
-    directory.mkdir()
-    directory.chmod(0o777)  # some tests go on as another user
-    environment = {**os.environ, **test["environment"], "TMPDIR": str(directory), "ECLIPSE_INT_MUTANT": str(mutant)}
+    directory = tempfile.mkdtemp()
+    os.chmod(directory, 0o777)  # some tests go on as another user
+    environment = {**os.environ, **test["environment"], "TMPDIR": directory, "ECLIPSE_INT_MUTANT": str(mutant)}
     if not mutant:
         reached.write_bytes(bytes(MOST_FUNCTIONS))
         environment["ECLIPSE_INT_REACHED"] = str(reached)
@@ -134,8 +133,8 @@ def end_others():
 
 def main():
     job = json.loads(sys.stdin.read())
-    for number, test in enumerate(job["tests"]):
-        result = run_one(test, job["mutant"], number)
+    for test in job["tests"]:
+        result = run_one(test, job["mutant"])
         print(json.dumps(result), flush=True)
         if not result["passed"] and not job["keep_going"]:
             return

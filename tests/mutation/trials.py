@@ -41,6 +41,24 @@ def all_tests(build, programs):
     return tests, check_of_documents
 
 
+def kind_of(test):
+    """Its suite; of a test with a parameter, the test without it."""
+    suite, dot, name = test["name"].partition(".")
+    return suite + dot + name.rpartition("/")[0]
+
+
+def in_order(tests):
+    """The most likely to notice something for their time first: quick ones that reach little else, but each further test of a
+    kind counts as dearer, since tests of a kind are alike."""
+    of_kind = collections.Counter()
+
+    def cost(test):
+        of_kind[kind_of(test)] += 1
+        return test["cost"] * of_kind[kind_of(test)]
+
+    return sorted(sorted(tests, key=lambda test: (test["cost"], test["name"])), key=cost)
+
+
 class Trials:
     def __init__(self, build, root, temporary, programs, processes):
         self.tests, self.check_of_documents = all_tests(build, programs)
@@ -49,7 +67,7 @@ class Trials:
         self.documents = pathlib.Path(self.check_of_documents["command"][-1])
         self.documents.mkdir(exist_ok=True)
         self.by_function = collections.defaultdict(list)
-        self.last_killers = collections.defaultdict(list)
+        self.last_killers = collections.defaultdict(list)  # by functions and by files
 
     def programs(self):
         """The built programs in the commands of the tests, as targets of the build."""
@@ -71,20 +89,21 @@ class Trials:
                 for test, result in zip(share, results):
                     test["seconds"] = min(10 * result["seconds"] + 5, sandbox.MOST_SECONDS)
                     test["processor seconds"] = math.ceil(5 * result["processor seconds"]) + 2
-                    (passed if result["passed"] else failed).append((result["seconds"], test["name"], test, result["reached"]))
-        # A quick test of little else is the most likely to notice something, for its time.
-        for seconds, _, test, reached in sorted(passed, key=lambda each: (each[0] * len(each[3]), each[1])):
+                    (passed if result["passed"] else failed).append((result["seconds"], test, result["reached"]))
+        for seconds, test, reached in passed:
             test["expected seconds"] = seconds
+            test["cost"] = seconds * len(reached)
             for function in reached:
                 self.by_function[function].append(test)
-        return [test for _, _, test, _ in failed]
+        return [test for _, test, _ in failed]
 
-    def outcome(self, number, function, budget, is_listed):
+    def outcome(self, number, file, function, budget, is_listed):
         """"killed", "survived" or "not reached". What killed the neighbours goes first. Tries tests for `budget` seconds."""
-        reaching = self.by_function[function]
+        reaching = in_order(self.by_function[function])
         if not reaching:
             return "not reached"
         first = self.last_killers[function][-3:][::-1]
+        first += [test for test in self.last_killers[file][:-4:-1] if test in reaching and test not in first]
         tests = self.affordable(first + [test for test in reaching if test not in first], budget)
         if is_listed:
             tests = tests[:TESTS_OF_LISTED]
@@ -94,8 +113,9 @@ class Trials:
         if results[-1]["passed"]:
             return "survived"
         killer = tests[min(len(results), len(tests)) - 1]
-        if killer is not self.check_of_documents and killer not in first:
-            self.last_killers[function].append(killer)
+        if killer is not self.check_of_documents:
+            for place in (function, file):
+                self.last_killers[place] = [test for test in self.last_killers[place] if test is not killer] + [killer]
         return "killed"
 
     @staticmethod
@@ -116,6 +136,6 @@ class Trials:
             for number, function in planted.items():
                 mutant = numbered[number]
                 most = math.inf if mutant.file.startswith("src/") else budget
-                running[pool.submit(self.outcome, number, function, most, mutant.key in listed)] = mutant
+                running[pool.submit(self.outcome, number, mutant.file, function, most, mutant.key in listed)] = mutant
             for future in concurrent.futures.as_completed(running):
                 yield running[future], future.result()

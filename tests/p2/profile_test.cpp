@@ -53,6 +53,52 @@ TEST_F(Profile, IsNeverOutsideTheDataArea) {
   }
 }
 
+TEST_F(Profile, ThatIsNamedAndHasNoStateIsMissing) {
+  const auto missing = [] {
+    const auto found = missing_profile("ide");
+    return found ? found->message + "; " + found->fix : "";
+  };
+  fake::write_file("ide/configuration/config.ini", "a=b\n");
+  EXPECT_EQ(missing(), "") << "none is named";
+  fake::write_file("ide/configuration/config.ini", "eclipse.p2.profile=a\\=b\n");
+  const std::string begin = "ide/configuration/config.ini names the profile \"a=b\", but ide/p2 ";
+  const std::string again = "; install Eclipse again, together with its directory p2";
+  EXPECT_EQ(missing(), begin + "does not exist" + again);
+  fs::create_directories(registry());
+  EXPECT_EQ(missing(), begin + "has none" + again);
+  write_state("P.profile/1.profile", "one");
+  EXPECT_EQ(missing(), begin + "has only \"P\"; write eclipse.p2.profile=P into that file");
+  write_state("Q.profile/1.profile", "one");
+  EXPECT_EQ(missing(), begin + "has only \"P\", \"Q\"; write the name of the right one into that file");
+  write_state("a=b.profile/1.profile", "one");
+  EXPECT_EQ(missing(), "");
+  fs::remove_all(registry() + "a=b.profile");
+  fake::write_file("ide/configuration/config.ini", "eclipse.p2.profile=a/b\n");
+  EXPECT_EQ(missing(), "") << "that is another mistake";
+}
+
+TEST_F(Profile, HasFilesThatAreNoStates) {
+  using Paths = std::vector<fs::path>;
+  for (const std::string name : {"1.profile", "2.profile.gz", "x.profile", "12a.profile.gz", ".profile", "1.profile.damaged",
+                                 "3.profile.gz.damaged", "2.profile.damaged.2", "x.profile.damaged", "readme"}) {
+    write_state("P.profile/" + name, "one");
+  }
+  fs::create_directory(registry() + "P.profile/d.profile");
+  const std::string profile = registry() + "P.profile/";
+  EXPECT_EQ(misnamed_states("ide"), (Paths{profile + ".profile", profile + "12a.profile.gz", profile + "x.profile"}));
+  EXPECT_EQ(states_aside("ide"),
+            (Paths{profile + "3.profile.gz.damaged", profile + "2.profile.damaged.2", profile + "1.profile.damaged"}));
+  EXPECT_EQ(misnamed_states("elsewhere"), Paths());
+  EXPECT_EQ(states_aside("elsewhere"), Paths());
+}
+
+TEST_F(Profile, StatesHaveDates) {
+  EXPECT_EQ(date_of("1731234567890"), "2024-11-10 10:29:27 UTC");
+  EXPECT_EQ(date_of("999"), "1970-01-01 00:00:00 UTC");
+  EXPECT_EQ(date_of("1000"), "1970-01-01 00:00:01 UTC");
+  EXPECT_EQ(date_of("9223372036854775807"), "292278994-08-17 07:12:55 UTC");
+}
+
 TEST_F(Profile, BelongsToTheEclipseInADirectory) {
   fs::create_directory("ide");
   const fs::path here = fs::current_path();

@@ -20,8 +20,9 @@ TEST(ReadXml, TakesReferencesThatXmlHas) {
 
 TEST(ReadXml, RefusesALoneAmpersandAsJavaDoes) {
   const std::string error = "is not well-formed XML: write &amp; for the & in line 2";
-  for (const std::string text : {"<r>\na & b</r>", "<r a='\n&'/>", "<r>\n&amp</r>", "<r>\n&;</r>", "<r>\n&#;</r>",
-                                 "<r>\n&#x;</r>", "<r>\n&#1a;</r>", "<r>\n&nbsp;</r>", "<!-- --><r>\n<!-- & -->&</r>"}) {
+  for (const std::string text :
+       {"<r>\na & b</r>", "<r a='\n&'/>", "<r>\n&amp</r>", "<r>\n&;</r>", "<r>\n&#;</r>", "<r>\n&#x;</r>", "<r>\n&#1a;</r>",
+        "<r>\n&nbsp;</r>", "<r>&amp;\n&</r>", "<!-- --><r>\n<!-- & -->&</r>"}) {
     EXPECT_EQ(error_of(text), error) << text;
   }
 }

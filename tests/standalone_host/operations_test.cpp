@@ -101,6 +101,96 @@ TEST_F(Operations, ScriptedCommandsAreNotRun) {
   EXPECT_FALSE(std::filesystem::exists("made"));
 }
 
+// ---- Bad answers ----
+
+/// What each operation answers where a good answer differs from a bad one.
+Texts answers(Session& session, Component& component) {
+  fake::write_file("d/f", "content");
+  char capabilities[] = "KORU_YUM_CAPABILITY_PROVIDERS";
+  int exit_code = 0;
+  const std::string output = get_command_output("echo output", &exit_code, true, "");
+  char* const content = get_file("d/f", 0, nullptr);
+  Texts answers = {
+      "env_get_string " + env_get_string(&session, "A"),
+      "expand_operand " + expand_operand(&session, "${A}", true),
+      "session_get_cdata " + std::to_string(session_get_cdata(&session, capabilities) != nullptr),
+      "is_gui_mode " + std::to_string(is_gui_mode(&session)),
+      "TSD::components " + std::to_string(session.tsd.components().size()),
+      "Component::provider " + std::to_string(component.provider() != nullptr),
+      "Component::installCondition " + std::to_string(component.installCondition()),
+      "Component::uninstallCondition " + std::to_string(component.uninstallCondition()),
+      "Component::getInstalled " + std::to_string(component.getInstalled(0)),
+      "path " + path("a//b"),
+      "resolved_path " + resolved_path("/"),
+      "path_is_relative " + std::to_string(path_is_relative("a")),
+      "get_basename " + get_basename("d/f"),
+      "get_dirname " + get_dirname("d/f"),
+      "is_file " + std::to_string(is_file("d/f")),
+      "file_exists " + std::to_string(file_exists("d", false)),
+      "get_file " + std::string(content == nullptr ? "" : content),
+      "join of a list " + join(Texts{"y", "x"}, ";"),
+      "join of a set " + join(std::set<std::string>{"y", "x"}, ";"),
+      "replaceAllSubstrings " + replaceAllSubstrings("text", "x", "s"),
+      "get_command_output " + std::to_string(exit_code) + " " + output,
+  };
+  std::free(content);
+  return answers;
+}
+
+TEST_F(Operations, EachCanBeAnsweredBadly) {
+  auto* const component = fake::add_component(session, {.code = "c"});
+  auto& in_catalogue = *session.components.back();
+  in_catalogue.selected_for_install = in_catalogue.selected_for_removal = in_catalogue.installed = true;
+  session.graphical = true;
+  session.variables["A"] = "value";
+  const Texts good = {"env_get_string value",
+                      "expand_operand value",
+                      "session_get_cdata 1",
+                      "is_gui_mode 1",
+                      "TSD::components 1",
+                      "Component::provider 1",
+                      "Component::installCondition 1",
+                      "Component::uninstallCondition 1",
+                      "Component::getInstalled 1",
+                      "path a/b",
+                      "resolved_path /",
+                      "path_is_relative 1",
+                      "get_basename f",
+                      "get_dirname d",
+                      "is_file 1",
+                      "file_exists 1",
+                      "get_file content",
+                      "join of a list y;x",
+                      "join of a set x;y",
+                      "replaceAllSubstrings test",
+                      "get_command_output 0 output\n"};
+  EXPECT_EQ(answers(session, *component), good);
+  session.answers_badly = [](const HostCall&) { return false; };
+  EXPECT_EQ(answers(session, *component), good);
+  session.answers_badly = [](const HostCall&) { return true; };
+  EXPECT_EQ(answers(session, *component), (Texts{"env_get_string ",
+                                                 "expand_operand ",
+                                                 "session_get_cdata 0",
+                                                 "is_gui_mode 0",
+                                                 "TSD::components 0",
+                                                 "Component::provider 0",
+                                                 "Component::installCondition 0",
+                                                 "Component::uninstallCondition 0",
+                                                 "Component::getInstalled 0",
+                                                 "path ",
+                                                 "resolved_path ",
+                                                 "path_is_relative 0",
+                                                 "get_basename ",
+                                                 "get_dirname ",
+                                                 "is_file 0",
+                                                 "file_exists 0",
+                                                 "get_file ",
+                                                 "join of a list ",
+                                                 "join of a set ",
+                                                 "replaceAllSubstrings ",
+                                                 "get_command_output 1 "}));
+}
+
 // ---- A look at every call ----
 
 TEST_F(Operations, EachCallIsSeenWithItsArguments) {

@@ -35,7 +35,7 @@ std::string thrown_by(const std::function<void()>& action) {
 /// Long enough after the first signal for a second one to be another request.
 void wait_for_another_request() { poll(nullptr, 0, 210); }
 
-TEST(Interruption, SignalsHaveNamesAndExitStatuses) {
+TEST(Signals, SignalsHaveNamesAndExitStatuses) {
   for (const auto& [number, name] : ending) {
     EXPECT_EQ(Interrupted{number}.name(), name);
     EXPECT_EQ(Interrupted{number}.text(), "interrupted by " + name);
@@ -44,7 +44,7 @@ TEST(Interruption, SignalsHaveNamesAndExitStatuses) {
   EXPECT_EQ(Interrupted{SIGSEGV}.name(), "signal 11");
 }
 
-TEST(Interruption, EachEndingSignalIsNotedAndHandledAsBeforeLater) {
+TEST(Signals, EachEndingSignalIsNotedAndHandledAsBeforeLater) {
   ASSERT_EQ(ending.size(), ending_signals);
   for (const auto& [number, name] : ending) {
     struct sigaction before {};
@@ -64,7 +64,7 @@ TEST(Interruption, EachEndingSignalIsNotedAndHandledAsBeforeLater) {
   }
 }
 
-TEST(Interruption, WhileASignalIsNotedOthersWait) {
+TEST(Signals, WhileASignalIsNotedOthersWait) {
   const Interruption interruption;
   struct sigaction handling {};
   sigaction(SIGTERM, nullptr, &handling);
@@ -72,7 +72,7 @@ TEST(Interruption, WhileASignalIsNotedOthersWait) {
   for (const auto& [number, name] : ending) EXPECT_EQ(sigismember(&handling.sa_mask, number), 1) << name;
 }
 
-TEST(Interruption, AnIgnoredSignalStaysIgnored) {
+TEST(Signals, AnIgnoredSignalStaysIgnored) {
   const auto before = std::signal(SIGHUP, SIG_IGN);
   {
     const Interruption interruption;
@@ -84,7 +84,7 @@ TEST(Interruption, AnIgnoredSignalStaysIgnored) {
   EXPECT_EQ(std::signal(SIGHUP, before), SIG_IGN);
 }
 
-TEST(Interruption, TwoSignalsAtOnceAreOneRequest) {
+TEST(Signals, TwoSignalsAtOnceAreOneRequest) {
   const Interruption interruption;
   raise(SIGTERM);
   raise(SIGINT);
@@ -92,7 +92,7 @@ TEST(Interruption, TwoSignalsAtOnceAreOneRequest) {
   EXPECT_EQ(thrown_by(Interruption::check), "SIGTERM");
 }
 
-TEST(Interruption, TheFirstSignalIsReportedOnceAndTheSecondStopsTheDirector) {
+TEST(Signals, TheFirstSignalIsReportedOnceAndTheSecondStopsTheDirector) {
   const Interruption interruption;
   std::string thrown;
   const auto check = [&] { thrown = thrown_by(Interruption::check_while_director_runs); };
@@ -119,7 +119,7 @@ TEST(Interruption, TheFirstSignalIsReportedOnceAndTheSecondStopsTheDirector) {
   EXPECT_EQ(thrown_by(Interruption::check), "SIGTERM") << "as before the inner one";
 }
 
-TEST(Interruption, WhatWasReportedStaysReportedAfterAnInnerOne) {
+TEST(Signals, WhatWasReportedStaysReportedAfterAnInnerOne) {
   const Interruption interruption;
   raise(SIGTERM);
   const auto check = [] { EXPECT_EQ(thrown_by(Interruption::check_while_director_runs), ""); };
@@ -134,7 +134,7 @@ TEST(Interruption, WhatWasReportedStaysReportedAfterAnInnerOne) {
   EXPECT_FALSE(Interruption::was_repeated());
 }
 
-TEST(Interruption, AfterAnInnerOneASignalThatOnlyThatHadStaysRequested) {
+TEST(Signals, AfterAnInnerOneASignalThatOnlyThatHadStaysRequested) {
   const Interruption interruption;
   {
     const Interruption inner;
@@ -143,7 +143,7 @@ TEST(Interruption, AfterAnInnerOneASignalThatOnlyThatHadStaysRequested) {
   EXPECT_EQ(thrown_by(Interruption::check), "SIGTERM");
 }
 
-TEST(Interruption, TheObserverChecksAtEachEvent) {
+TEST(Signals, TheObserverChecksAtEachEvent) {
   const auto observer = Interruption::observer();
   const auto events = [&](const std::string& name) {
     EXPECT_EQ(thrown_by([&] { observer.on_action({}); }), name);
@@ -157,7 +157,7 @@ TEST(Interruption, TheObserverChecksAtEachEvent) {
   events("SIGTERM");
 }
 
-TEST(Interruption, TheObserverWaitsForADirectorAtEachOfItsEvents) {
+TEST(Signals, TheObserverWaitsForADirectorAtEachOfItsEvents) {
   const auto observer = Interruption::observer();
   const std::vector<std::function<void()>> events = {[&] { observer.command_progress.on_output("o"); },
                                                      [&] { observer.command_progress.on_error_output("e"); },
