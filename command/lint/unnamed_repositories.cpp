@@ -31,10 +31,15 @@ bool meets(const Repository& repository, const Requirement& requirement) {
 
 }  // namespace
 
-UnnamedRepositories::UnnamedRepositories(const Input& input) : input_(input) {
-  for (const Record& record : input.records) {
-    if (record.placement) named_.insert(resolved(eclipse_dry_run::path_for_director(record.placement->url)));
+const std::set<fs::path>& UnnamedRepositories::named() {
+  if (named_) return *named_;
+  std::set<std::string> urls;
+  for (const Record& record : input_.records) {
+    if (record.placement) urls.insert(record.placement->url);
   }
+  named_.emplace();
+  for (const std::string& url : urls) named_->insert(resolved(eclipse_dry_run::path_for_director(url)));
+  return *named_;
 }
 
 std::string UnnamedRepositories::that_meets(const Requirement& requirement, const Component& component) {
@@ -52,7 +57,7 @@ const std::vector<fs::path>& UnnamedRepositories::of(const Component& component)
   } catch (const eclipse_base::FileError&) {
     return known->second;  // what cannot be searched has none that is known
   }
-  std::erase_if(known->second, [this](const fs::path& path) { return named_.contains(resolved(path)); });
+  std::erase_if(known->second, [this](const fs::path& path) { return named().contains(resolved(path)); });
   return known->second;
 }
 

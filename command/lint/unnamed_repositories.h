@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,16 +17,17 @@ namespace eclipse_lint {
 class UnnamedRepositories {
  public:
   /// The input outlives this object.
-  explicit UnnamedRepositories(const Input& input);
+  explicit UnnamedRepositories(const Input& input) : input_(input) {}
 
   /// The path, from the directory of a component, of the first repository in it that meets a requirement; empty when none does.
   std::string that_meets(const eclipse_p2::Requirement& requirement, const Component& component);
 
  private:
   const std::vector<std::filesystem::path>& of(const Component& component);
+  const std::set<std::filesystem::path>& named();
 
   const Input& input_;
-  std::set<std::filesystem::path> named_;
+  std::optional<std::set<std::filesystem::path>> named_;
   std::map<const Component*, std::vector<std::filesystem::path>> unnamed_;  ///< of the components that were searched
 };
 

@@ -98,6 +98,7 @@ void mark_failing(eclipse_preview::Preview& preview, const eclipse_lint::Finding
   for (const auto& finding : errors) {
     for (const std::string& place : finding.failing) messages.emplace(full_place(place), &finding.message);
   }
+  if (messages.empty()) return;
   for (auto& feature : preview.features) {
     const auto message = messages.find(full_place(feature.place));
     const bool stays_as_it_is =

@@ -35,13 +35,12 @@ namespace {
 void check_jars(const Input& input, std::string JarErrors::*error, const std::string& others_are, Reporter& reporter) {
   if (!input.jars) return;
   std::map<const Record*, std::vector<std::string>> errors;
-  std::map<const Record*, std::vector<const Record*>> failing;
+  std::map<const Record*, std::vector<Unit>> units;
   for (const NeededJar& jar : input.jars->wrong()) {
     const std::string& text = jar.errors.*error;
     if (text.empty()) continue;
     errors[jar.record].push_back(*jar.name + " " + text);
-    const auto needing = input.needed->records_that_need(jar.unit);
-    failing[jar.record].insert(failing[jar.record].end(), needing.begin(), needing.end());
+    units[jar.record].push_back(jar.unit);
   }
   for (const auto& [record, texts] : errors) {
     const std::size_t others = texts.size() - 1;
@@ -49,7 +48,7 @@ void check_jars(const Input& input, std::string JarErrors::*error, const std::st
                     in_quotes(record->repository()) + ": " + texts.front() +
                         (others == 0 ? "" : "; " + std::to_string(others) + " more of its jars " + others_are));
     // The director installs a jar that is another bundle.
-    if (error != &JarErrors::identity) reporter.fails(failing[record]);
+    if (error != &JarErrors::identity) reporter.fails(input.needed->records_that_need(units[record]));
   }
 }
 

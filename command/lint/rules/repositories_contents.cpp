@@ -400,13 +400,10 @@ bool are_for_other_systems(const Repository& site, const Artifacts& artifacts) {
 
 /// The records of the features that need the units of these artifacts.
 std::vector<const Record*> records_that_need(const Artifacts& artifacts, const Input& input) {
-  std::vector<const Record*> all;
-  if (!input.needed) return all;
-  for (const auto& [artifact, text] : artifacts) {
-    const auto records = input.needed->records_that_need(unit_of_artifact(artifact));
-    all.insert(all.end(), records.begin(), records.end());
-  }
-  return all;
+  if (!input.needed) return {};
+  std::vector<Unit> units;
+  for (const auto& [artifact, text] : artifacts) units.push_back(unit_of_artifact(artifact));
+  return input.needed->records_that_need(units);
 }
 
 std::string fix_of_artifacts(const Record& record, const Artifacts& artifacts, const std::string& text) {
@@ -511,7 +508,7 @@ void check_lists(const Input& input, Reporter& reporter) {
                       needs + "its list of composite artifacts does not name " + in_quotes(*children.begin()),
                       "name the children of compositeContent in compositeArtifacts, too");
     }
-    reporter.fails(needed.records_that_need(unit_of_artifact(*lost)));
+    reporter.fails(needed.records_that_need({unit_of_artifact(*lost)}));
   }
 }
 
@@ -541,17 +538,16 @@ Rule repository_without_artifacts() {
 void check_packed_jars(const Input& input, Reporter& reporter) {
   if (!input.jars) return;
   std::map<const Record*, Artifacts> damaged;
-  std::map<const Record*, std::vector<const Record*>> failing;
+  std::map<const Record*, std::vector<Unit>> units;
   for (const NeededJar& jar : input.jars->wrong()) {
     if (jar.errors.damage.empty()) continue;
     damaged[jar.record].emplace(*jar.name, *jar.name + " " + jar.errors.damage);
-    const auto needing = input.needed->records_that_need(jar.unit);
-    failing[jar.record].insert(failing[jar.record].end(), needing.begin(), needing.end());
+    units[jar.record].push_back(jar.unit);
   }
   for (const auto& [record, artifacts] : damaged) {
     const std::string text = damage_of_artifacts(*record, artifacts);
     reporter.report(record->location(0), text, fix_of(text));
-    reporter.fails(failing[record]);
+    reporter.fails(input.needed->records_that_need(units[record]));
   }
 }
 

@@ -52,14 +52,17 @@ void check_files(const Record& record, const fs::path& base, Reporter& reporter)
   }
 }
 
+/// The repositories whose files were examined for an earlier line.
+using Examined = std::set<const eclipse_p2::Repository*>;
+
 /// Whether what a path leads to is outside of the component, and a composite's children are where they are on this machine.
-void check_links(const Record& record, Reporter& reporter) {
+void check_links(const Record& record, Examined& examined, Reporter& reporter) {
   std::error_code error;
   const fs::path base = fs::canonical(record.config->base_dir, error);
   const fs::path site = fs::canonical(base / record.repository(), error);
   if (error || !is_plain_repository(record)) return;
   if (is_below(site, base)) {
-    check_files(record, base, reporter);
+    if (examined.insert(record.site).second) check_files(record, base, reporter);
   } else {
     reporter.report(
         record.location(0),
@@ -79,10 +82,10 @@ void check_links(const Record& record, Reporter& reporter) {
 }
 
 /// A path that does not exist is another rule's.
-void check_is_inside(const Input& input, const Record& record, Reporter& reporter) {
+void check_is_inside(const Input& input, const Record& record, Examined& examined, Reporter& reporter) {
   const std::string_view text = record.repository();
   const bool leads_out = !text.starts_with('/') && *fs::path(text).lexically_normal().begin() == "..";
-  if (!leads_out && record.site != nullptr) return check_links(record, reporter);
+  if (!leads_out && record.site != nullptr) return check_links(record, examined, reporter);
   if (!leads_out || (record.site != nullptr && !record.site->exists)) return;
   const std::string message = in_quotes(text) + " is outside of the component's directory";
   if (!input.has_components) return reporter.report(record.location(0), message);
@@ -110,8 +113,9 @@ Rule repository_outside_component() {
           .good = good_component(),
           .check =
               [](const Input& input, Reporter& reporter) {
+                Examined examined;
                 for (const Record& record : input.records) {
-                  if (record.placement && !record.repository().empty()) check_is_inside(input, record, reporter);
+                  if (record.placement && !record.repository().empty()) check_is_inside(input, record, examined, reporter);
                 }
               },
           .concerns_removals = false};

@@ -26,7 +26,7 @@ void report_action(const Input& input, const Record& record, const Unit& unit, c
                       in_quotes(action.substr(colon + 1)) + " to " + phase + ", " + error +
                       (is_removal ? ": once installed, it cannot be removed" : ""),
                   fix);
-  if (!is_removal) reporter.fails(input.needed->records_that_need(unit));
+  if (!is_removal) reporter.fails(input.needed->records_that_need({unit}));
 }
 
 void check_actions(const Input& input, const Record& record, const Unit& unit, const UnitDescription& description,

@@ -64,29 +64,43 @@ const std::vector<std::string>& SimilarRepositories::paths_below(const std::stri
   return known->second;
 }
 
+const std::map<SimilarRepositories::Place, const eclipse_p2::UnitVersions*>& SimilarRepositories::named() {
+  if (named_) return *named_;
+  std::map<Place, const eclipse_p2::UnitVersions*> units;
+  for (const Record& record : input_.records) {
+    if (record.site == nullptr || !record.site->units) continue;
+    units.emplace(Place(record.config->base_dir, record.repository()), &*record.site->units);
+  }
+  return named_.emplace(std::move(units));
+}
+
 /// What other lines name is known.
-bool SimilarRepositories::may_have_feature_of(const Record& record, const std::string& path) const {
-  const auto has_feature = [&](const eclipse_p2::UnitVersions& units) {
-    const auto named = eclipse_p2::units_written_in(record.feature());
-    return std::any_of(named.begin(), named.end(), [&](const auto& written) {
-      return units.contains(written.unit.id) || units.contains(likely_group(written.unit.id));
-    });
-  };
-  return record.feature().empty() || std::all_of(input_.records.begin(), input_.records.end(), [&](const Record& other) {
-           const bool is_this = other.repository() == path && other.config->base_dir == record.config->base_dir;
-           return !is_this || other.site == nullptr || !other.site->units || has_feature(*other.site->units);
-         });
+bool SimilarRepositories::may_have_feature_of(const Record& record, const std::string& path) {
+  const auto found = named().find({record.config->base_dir, path});
+  if (record.feature().empty() || found == named().end()) return true;
+  const auto written = eclipse_p2::units_written_in(record.feature());
+  return std::any_of(written.begin(), written.end(), [&](const auto& each) {
+    return found->second->contains(each.unit.id) || found->second->contains(likely_group(each.unit.id));
+  });
+}
+
+std::string SimilarRepositories::similar_path(const Place& place) {
+  const auto [known, is_new] = similar_.try_emplace(place);
+  if (!is_new) return known->second;
+  const std::vector<std::string>& paths = paths_below(place.first);
+  const std::string wanted = plain(place.second);
+  const std::string name = name_in(wanted);
+  const std::size_t few = std::min<std::size_t>(2, name.size() / 2);
+  std::string& found = known->second;
+  found = nearest(paths, 0, [&](const std::string& path) { return path == wanted ? 0U : 1U; });
+  if (found.empty()) found = nearest(paths, 0, [&](const std::string& path) { return name_in(path) == name ? 0U : 1U; });
+  if (found.empty()) found = nearest(paths, few, [&](const std::string& path) { return distance(path, wanted); });
+  return found;
 }
 
 std::string SimilarRepositories::to(const Record& record) {
-  const std::vector<std::string>& paths = paths_below(record.config->base_dir);
-  const std::string wanted = plain(record.repository());
-  const std::string name = name_in(wanted);
-  const std::size_t few = std::min<std::size_t>(2, name.size() / 2);
-  std::string found = nearest(paths, 0, [&](const std::string& path) { return path == wanted ? 0U : 1U; });
-  if (found.empty()) found = nearest(paths, 0, [&](const std::string& path) { return name_in(path) == name ? 0U : 1U; });
-  if (found.empty()) found = nearest(paths, few, [&](const std::string& path) { return distance(path, wanted); });
-  return may_have_feature_of(record, found) ? found : "";
+  std::string path = similar_path({record.config->base_dir, std::string(record.repository())});
+  return path.empty() || may_have_feature_of(record, path) ? path : "";
 }
 
 }  // namespace eclipse_lint

@@ -3,7 +3,9 @@
 #define ECLIPSE_INT_LINT_RULES_SIMILAR_REPOSITORIES_H
 
 #include <map>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lint/input.h"
@@ -20,11 +22,17 @@ class SimilarRepositories {
   std::string to(const Record& record);
 
  private:
+  using Place = std::pair<std::string, std::string>;  ///< a component's directory, and a text of column 1
+
   const std::vector<std::string>& paths_below(const std::string& directory);
-  bool may_have_feature_of(const Record& record, const std::string& path) const;
+  std::string similar_path(const Place& place);
+  bool may_have_feature_of(const Record& record, const std::string& path);
+  const std::map<Place, const eclipse_p2::UnitVersions*>& named();
 
   const Input& input_;
   std::map<std::string, std::vector<std::string>> paths_;  ///< by the component's directory
+  std::map<Place, std::string> similar_;
+  std::optional<std::map<Place, const eclipse_p2::UnitVersions*>> named_;  ///< the units of repositories that lines name
 };
 
 }  // namespace eclipse_lint
