@@ -191,7 +191,7 @@ int report(const ReportDirectory& directory, int status) {
 
 int check_host_command(const CheckHostOptions& options) {
   if (options.list) return list_checks(options.format);
-  if (options.command.empty()) throw UsageError("COMMAND: the command that starts the host is missing; write it after \"--\"");
+  if (options.command.empty()) throw UsageError("COMMAND: missing; write the command that starts the host after \"--\"");
   const std::filesystem::path library = checking_library();
   std::vector<std::string> command;
   for (const std::string& word : options.command)
