@@ -23,21 +23,21 @@ std::string shown(const void* pointer) {
 
 std::string shown(std::string_view text) { return eclipse_base::in_quotes(text); }
 
-void expect_text(const std::string& what, std::string_view wanted, std::string_view got,
+void expect_text(const std::string& what, std::string_view expected, std::string_view actual,
                  std::initializer_list<Guess<std::string_view>> guesses) {
   constexpr std::size_t shown_whole = 200;
-  if (wanted == got) return;
-  if (std::max(wanted.size(), got.size()) <= shown_whole) return expect_equal(what, wanted, got, guesses);
-  const auto difference = std::mismatch(wanted.begin(), wanted.end(), got.begin(), got.end());
-  const auto same = static_cast<std::size_t>(difference.first - wanted.begin());
-  throw Failure{what + " gives " + std::to_string(wanted.size()) + " bytes, from byte " + std::to_string(same) + " on " +
-                    shown(wanted.substr(same, 40)),
-                std::to_string(got.size()) + " bytes, from there on " + shown(got.substr(same, 40)),
-                same == got.size() ? "the end is missing: a buffer of a fixed size?" : ""};
+  if (expected == actual) return;
+  if (std::max(expected.size(), actual.size()) <= shown_whole) return expect_equal(what, expected, actual, guesses);
+  const auto difference = std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end());
+  const auto same = static_cast<std::size_t>(difference.first - expected.begin());
+  throw Failure{what + " gives " + std::to_string(expected.size()) + " bytes, from byte " + std::to_string(same) + " on " +
+                    shown(expected.substr(same, 40)),
+                std::to_string(actual.size()) + " bytes, from there on " + shown(actual.substr(same, 40)),
+                same == actual.size() ? "the end is missing: a buffer of a fixed size?" : ""};
 }
 
-void expect(bool holds, const std::string& wanted, const std::string& got, const std::string& guess) {
-  if (!holds) throw Failure{wanted, got, guess};
+void expect(bool holds, const std::string& expected, const std::string& actual, const std::string& likely_cause) {
+  if (!holds) throw Failure{expected, actual, likely_cause};
 }
 
 void write_file(const std::string& path, std::string_view content) {

@@ -36,9 +36,9 @@ struct Check {
 
 /// The host does not keep the promise.
 struct Failure {
-  std::string wanted;
-  std::string got;
-  std::string guess;  ///< what it looks like; may be empty
+  std::string expected;
+  std::string actual;
+  std::string likely_cause;  ///< may be empty
 };
 
 /// The check does not apply; says what the host would have to give.
@@ -65,28 +65,28 @@ inline std::string shown(int value) { return shown(static_cast<long long>(value)
 
 template <typename Value>
 struct Guess {
-  Value got;
-  std::string_view looks_like;
+  Value actual;
+  std::string_view likely_cause;
 };
 
 /// Throws Failure unless the values are equal. `what` is the call, as its caller would write it.
 template <typename Value>
-void expect_equal(const std::string& what, const Value& wanted, const Value& got,
+void expect_equal(const std::string& what, const Value& expected, const Value& actual,
                   std::initializer_list<Guess<Value>> guesses = {}) {
-  if (wanted == got) return;
-  std::string guess;
+  if (expected == actual) return;
+  std::string likely_cause;
   for (const Guess<Value>& known : guesses) {
-    if (known.got == got) guess = known.looks_like;
+    if (known.actual == actual) likely_cause = known.likely_cause;
   }
-  throw Failure{what + " gives " + shown(wanted), shown(got), guess};
+  throw Failure{what + " gives " + shown(expected), shown(actual), likely_cause};
 }
 
 /// The same for texts, whose first difference matters if they are long.
-void expect_text(const std::string& what, std::string_view wanted, std::string_view got,
+void expect_text(const std::string& what, std::string_view expected, std::string_view actual,
                  std::initializer_list<Guess<std::string_view>> guesses = {});
 
 /// Throws Failure unless `holds`.
-void expect(bool holds, const std::string& wanted, const std::string& got, const std::string& guess = "");
+void expect(bool holds, const std::string& expected, const std::string& actual, const std::string& likely_cause = "");
 
 // ---- Files to check with ----
 

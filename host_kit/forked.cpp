@@ -97,7 +97,7 @@ std::string signal_name(int number) {
 }
 
 /// How the child ended, after everything in its group was ended.
-std::string end_of(pid_t child, bool is_late, unsigned seconds) {
+std::string end_of(pid_t child, bool is_late) {
   if (is_late) kill(-child, SIGKILL);
   int status = 0;
   pid_t ended;
@@ -105,7 +105,7 @@ std::string end_of(pid_t child, bool is_late, unsigned seconds) {
     ended = waitpid(child, &status, 0);
   } while (ended < 0 && errno == EINTR);
   kill(-child, SIGKILL);
-  if (is_late) return "no answer within " + std::to_string(seconds) + " s";
+  if (is_late) return "it was still running, and was stopped";
   if (ended < 0) return "the process ended; the host's own handler of SIGCHLD took how";
   if (WIFSIGNALED(status)) return "the process was ended by " + signal_name(WTERMSIG(status));
   return "the process exited with status " + std::to_string(WEXITSTATUS(status));
@@ -128,7 +128,7 @@ ChildEnd run_in_child(const std::function<std::string()>& function, unsigned sec
   close(ends[1]);
   Reading reading = read_message(ends[0], Clock::now() + std::chrono::seconds(seconds));
   close(ends[0]);
-  const std::string how = end_of(child, reading.is_late, seconds);
+  const std::string how = end_of(child, reading.is_late);
   std::string& message = reading.message;
   const bool is_whole = !message.empty() && message.back() == end_of_message;
   if (!is_whole) return {std::nullopt, how};

@@ -33,16 +33,16 @@ std::map<std::string_view, Observation> seen;
 std::atomic<std::size_t> commands{0};
 
 /// Notes a call that belongs to a check, and what is wrong with its answer.
-void note(std::string_view check, bool holds, const std::string& wanted, const std::string& got) {
+void note(std::string_view check, bool holds, const std::string& expected, const std::string& actual) {
   const std::lock_guard lock(mutex);
   Observation& observation = seen[check];
   observation.check = check;
   ++observation.calls;
-  if (!holds && !observation.breach) observation.breach = Failure{wanted, got, "seen in a call of the plug-in"};
+  if (!holds && !observation.breach) observation.breach = Failure{expected, actual, ""};
 }
 
-void note_text(std::string_view check, const std::string& call, const std::string& wanted, const std::string& got) {
-  note(check, wanted == got, call + " gives " + shown(wanted), shown(got));
+void note_text(std::string_view check, const std::string& call, const std::string& expected, const std::string& actual) {
+  note(check, expected == actual, call + " gives " + shown(expected), shown(actual));
 }
 
 template <typename Items>
@@ -130,8 +130,8 @@ bool observed_is_file(const std::string&) OBSERVED("_Z7is_fileRK" STRING);
 bool observed_is_file(const std::string& file) {
   const bool answer = is_file(file);
   struct stat status;
-  const bool wanted = stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-  note("observed/files", answer == wanted, "is_file(" + shown(file) + ") gives " + shown(wanted), shown(answer));
+  const bool expected = stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  note("observed/files", answer == expected, "is_file(" + shown(file) + ") gives " + shown(expected), shown(answer));
   return answer;
 }
 
@@ -139,8 +139,8 @@ bool observed_file_exists(const std::string&, bool) OBSERVED("_Z11file_existsRK"
 bool observed_file_exists(const std::string& file, bool option) {
   const bool answer = file_exists(file, option);
   struct stat status;
-  const bool wanted = stat(file.c_str(), &status) == 0;
-  note("observed/files", answer == wanted, "file_exists(" + shown(file) + ") gives " + shown(wanted), shown(answer));
+  const bool expected = stat(file.c_str(), &status) == 0;
+  note("observed/files", answer == expected, "file_exists(" + shown(file) + ") gives " + shown(expected), shown(answer));
   return answer;
 }
 

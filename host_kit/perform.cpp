@@ -55,7 +55,7 @@ std::string attempt(const Check& check, const Probe& probe) {
     check.perform(probe);
     return "+";
   } catch (const Failure& failure) {
-    return fields("-", failure.wanted, failure.got, failure.guess);
+    return fields("-", failure.expected, failure.actual, failure.likely_cause);
   } catch (const Skipped& skipped) {
     return fields("?", skipped.reason, "", "");
   } catch (const std::exception& error) {
@@ -106,7 +106,7 @@ class Performance {
 
  private:
   Result perform(const Check& check) {
-    if (const Check* const first = failed_before(check)) return waiting(check, *first);
+    if (const Check* const failed = failed_before(check)) return not_run(check, *failed);
     // Every other check needs it.
     if (session_ == nullptr && check.name != "load/session-given") return skipped(check, "there is no session");
     on_check_(check);
@@ -119,11 +119,11 @@ class Performance {
     const std::string words = last_words(outputs);
     std::filesystem::remove(outputs);
     if (end.message) return result_of(check, *end.message);
-    Result result{&check, Outcome::fails, {"the operation returns", end.how + words, std::string(check.if_it_ends)}, "", 0, ""};
-    return result;
+    const std::string expected = "the operation returns within " + std::to_string(options_.seconds) + " s";
+    return {&check, Outcome::fails, {expected, end.how + words, std::string(check.if_it_ends)}, "", 0, ""};
   }
 
-  /// The check that fails, or waits itself, without which this one would say nothing new; null if there is none.
+  /// The check that failed, without which this one would say nothing new; null if there is none.
   const Check* failed_before(const Check& check) {
     if (check.after == "*") {
       for (const auto& [other, result] : results_) {
@@ -133,14 +133,17 @@ class Performance {
     }
     for (const std::string& name : eclipse_base::split(check.after, ' ')) {
       const Check* const first = find_check(name);
-      if (first != nullptr && (result(*first).outcome == Outcome::fails || result(*first).waits)) return first;
+      if (first == nullptr) continue;
+      const Result& before = result(*first);
+      if (before.outcome == Outcome::fails) return first;
+      if (before.not_run_after != nullptr) return before.not_run_after;
     }
     return nullptr;
   }
 
-  static Result waiting(const Check& check, const Check& first) {
-    Result result = skipped(check, "waits for " + std::string(first.name));
-    result.waits = true;
+  static Result not_run(const Check& check, const Check& failed) {
+    Result result = skipped(check, "not run, because " + std::string(failed.name) + " failed");
+    result.not_run_after = &failed;
     return result;
   }
 
@@ -187,20 +190,21 @@ std::vector<Result> perform_checks(session_t* session, const eclipse_int::HostCh
   return results;
 }
 
-std::vector<Result> observed_results(const std::vector<const Check*>& checks, const std::vector<Result>& before) {
-  const bool waits = has_error(before);
+std::vector<Result> observed_results(const std::vector<const Check*>& checks, const std::vector<Result>& before,
+                                     std::string_view without_calls) {
+  const bool has_errors = has_error(before);
   std::vector<Result> results;
   for (const Observation& observation : observations()) {
     const auto check =
         std::find_if(checks.begin(), checks.end(), [&](const Check* one) { return one->name == observation.check; });
     if (check == checks.end()) continue;
     Result result{*check, Outcome::holds, {}, "", 0, ""};
-    if (waits) {
+    if (has_errors) {
       result.outcome = Outcome::skipped;
-      result.reason = "waits for the checks that fail";
+      result.reason = "not evaluated, because a must check failed";
     } else if (observation.calls == 0) {
       result.outcome = Outcome::skipped;
-      result.reason = "the host did not call it in its own run";
+      result.reason = without_calls;
     } else if (observation.breach) {
       result.outcome = Outcome::fails;
       result.failure = *observation.breach;

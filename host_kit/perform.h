@@ -21,8 +21,8 @@ struct Result {
   Failure failure;     ///< of one that fails
   std::string reason;  ///< of one that was skipped
   double seconds = 0;
-  std::string waiver;  ///< why its failure is accepted; empty if it is not
-  bool waits = false;  ///< skipped because another check failed
+  std::string waiver;                    ///< why its failure is accepted; empty if it is not
+  const Check* not_run_after = nullptr;  ///< the failed check because of which this one was skipped
 };
 
 /// Whether a result is an error: a must that does not hold and is not waived.
@@ -39,8 +39,10 @@ std::vector<Result> perform_checks(
     session_t* session, const eclipse_int::HostCheckOptions& options, const std::vector<const Check*>& checks,
     const std::function<void(const Check&)>& on_check = [](const Check&) {});
 
-/// What was observed so far of these checks; skipped if one of the results before is an error, which shows there as well.
-std::vector<Result> observed_results(const std::vector<const Check*>& checks, const std::vector<Result>& before);
+/// What was observed so far of these checks. They are skipped if one of the results before is an error, which shows there as
+/// well, and, with the reason `without_calls`, if the host called none of their operations.
+std::vector<Result> observed_results(const std::vector<const Check*>& checks, const std::vector<Result>& before,
+                                     std::string_view without_calls);
 
 /// The reasons of a waiver file by the names of checks.
 /// Throws std::invalid_argument, with the line, for an entry without a reason or for an unknown check.

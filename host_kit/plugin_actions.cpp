@@ -51,7 +51,7 @@ class HostCheck {
   int call(Action action, session_t* session) {
     const bool is_first = begin(session);
     if (is_first && setting(environment::drill) == "1") throw_out_of_action();
-    if (setting(environment::end_host) == "1") end_host(0);
+    if (ends_host()) end_host(0);
     const int result = action(session);
     report();
     return result;
@@ -128,7 +128,9 @@ class HostCheck {
       all.push_back(drill_);
       all.back().check = check;
     }
-    for (Result& result : observed_results(selected_, results_)) all.push_back(std::move(result));
+    const char* const without_calls =
+        ends_host() ? "not observed with --checks-only" : "the host did not call these operations after the checks";
+    for (Result& result : observed_results(selected_, results_, without_calls)) all.push_back(std::move(result));
     waive(all, waivers_);
     std::ostringstream text;
     write_(text, all);
@@ -157,6 +159,8 @@ class HostCheck {
     is_printed_ = true;
   }
 
+  static bool ends_host() { return setting(environment::end_host) == "1"; }
+
   /// A host that cannot be checked must not go on: its user wants no installation.
   [[noreturn]] static void give_up(const std::string& why) {
     write_progress("2" + why);
@@ -179,7 +183,7 @@ class HostCheck {
   std::vector<const Check*> selected_;
   std::map<std::string, std::string> waivers_;
   std::vector<Result> results_;
-  Result drill_{nullptr, Outcome::skipped, {}, "give --drill: the first action then throws std::bad_alloc", 0, ""};
+  Result drill_{nullptr, Outcome::skipped, {}, "only with --drill, which lets the first action throw std::bad_alloc", 0, ""};
 };
 
 HostCheck& host_check() {

@@ -39,9 +39,9 @@ struct Field {
 /// What there is to say of a failure; fields without a text are left out.
 std::vector<Field> fields_of(const Result& result) {
   const Check& check = *result.check;
-  std::vector<Field> fields = {
-      {"promise", std::string(check.promise)}, {"wanted", result.failure.wanted}, {"got", result.failure.got},
-      {"looks like", result.failure.guess},    {"harm", std::string(check.harm)}, {"fix", std::string(check.fix)}};
+  std::vector<Field> fields = {{"promise", std::string(check.promise)}, {"expected", result.failure.expected},
+                               {"actual", result.failure.actual},       {"likely cause", result.failure.likely_cause},
+                               {"harm", std::string(check.harm)},       {"fix", std::string(check.fix)}};
   std::erase_if(fields, [](const Field& field) { return field.text.empty(); });
   return fields;
 }
@@ -98,8 +98,8 @@ std::string summary(const std::vector<Result>& results) {
   const std::size_t tolerated = count_of(results, is_tolerated);
   const std::size_t skipped = count_of(results, [](const Result& result) { return result.outcome == Outcome::skipped; });
   std::string text =
-      counted(results.size(), "check") + ": " + std::to_string(results.size() - errors - tolerated - skipped) + " hold";
-  if (errors != 0) text += ", " + std::to_string(errors) + " must hold and " + (errors == 1 ? "does" : "do") + " not";
+      counted(results.size(), "check") + ": " + std::to_string(results.size() - errors - tolerated - skipped) + " passed";
+  if (errors != 0) text += ", " + std::to_string(errors) + " failed";
   if (tolerated != 0) text += ", " + counted(tolerated, "note");
   if (skipped != 0) text += ", " + std::to_string(skipped) + " skipped";
   return text;
@@ -159,7 +159,7 @@ void write_junit(std::ostream& out, const std::vector<Result>& results) {
       for (const Field& field : fields_of(result)) details += std::string(field.name) + ": " + xml_escaped(field.text) + "\n";
     }
     if (is_error(result)) {
-      out << "<failure message=\"" << xml_escaped(result.failure.wanted + ", but got " + result.failure.got)
+      out << "<failure message=\"" << xml_escaped("expected: " + result.failure.expected + "; actual: " + result.failure.actual)
           << "\" type=\"must\">" << details << "</failure>";
     } else if (is_tolerated(result)) {
       out << "<skipped message=\"" << xml_escaped(tolerance(result)) << "\">" << details << "</skipped>";

@@ -206,7 +206,7 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
 
   void check_no_zero(std::string_view text) {
     if (text.find('\0') == std::string_view::npos) return;
-    fail(start_of_token(text_, read_so_far()), "contains a zero character (\\u0000), where texts end; remove it");
+    fail(start_of_token(text_, read_so_far()), "contains a NUL character (\\u0000), where strings end; remove it");
   }
 
   /// Where the parser is: the open objects and arrays, and the key whose value comes next.
@@ -329,7 +329,7 @@ JsonDocument::JsonDocument(std::filesystem::path file, std::string text)
   }
   // The parser would take it for the end of the file.
   const std::size_t zero = text_.find('\0');
-  if (zero != std::string::npos) fail(zero, "", "contains a zero byte; save it as UTF-8 text");
+  if (zero != std::string::npos) fail(zero, "", "contains a NUL byte; save it as UTF-8 text");
   TreeBuilder(*this, text_, root_).build();
 }
 

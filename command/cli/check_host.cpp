@@ -13,6 +13,7 @@
 
 #include "base/file.h"
 #include "base/limits.h"
+#include "base/printable.h"
 #include "base/temporary_directory.h"
 #include "base/text.h"
 #include "cli/subcommands.h"
@@ -66,15 +67,8 @@ struct CheckHostOptions {
   std::vector<std::string> command;
 };
 
-/// The library that checks a host: where a build or an installation puts it.
 std::filesystem::path checking_library() {
-  const auto directories = eclipse_host::library_directories();
-  for (const std::filesystem::path& directory : directories) {
-    auto library = directory / "host_kit" / "libeclipse_int.so";
-    if (std::filesystem::exists(library)) return library;
-  }
-  throw std::runtime_error("check-host: the library that checks a host is not in " +
-                           (directories.back() / "host_kit").string() + "; install it with the command");
+  return eclipse_host::own_library("host_kit/libeclipse_int.so", "reinstall the package eclipse-int");
 }
 
 int list_checks(const std::string& format) {
@@ -135,25 +129,41 @@ class InterruptionsIgnored {
   std::array<void (*)(int), 2> before_{};
 };
 
-/// Runs the host until it ends, and returns its wait status. What it prints goes to standard error: the report is the output.
-int run_host(const std::vector<std::string>& command) {
+/// Replaces this process by the host; returns the error if that fails. What the host prints goes to standard error: the report
+/// is the output.
+int become_host(const std::vector<std::string>& command) {
   std::vector<char*> arguments;
   arguments.reserve(command.size() + 1);
   for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
   arguments.push_back(nullptr);
+  for (const int reset : {SIGPIPE, SIGXFSZ}) signal(reset, SIG_DFL);
+  if (dup2(STDERR_FILENO, STDOUT_FILENO) >= 0) execvp(arguments[0], arguments.data());
+  return errno;
+}
+
+/// Runs the host until it ends, and returns its wait status.
+int run_host(const std::vector<std::string>& command) {
+  std::array<int, 2> ends{};  // of a pipe for the error: a host that starts closes it
+  if (pipe2(ends.data(), O_CLOEXEC) != 0)
+    throw std::runtime_error(std::string("check-host: cannot make a pipe: ") + std::strerror(errno));
   const InterruptionsIgnored ignored;
   const pid_t child = fork();
   if (child < 0) throw std::runtime_error(std::string("check-host: cannot start a process: ") + std::strerror(errno));
   if (child == 0) {
     ignored.end_in_child();
-    for (const int reset : {SIGPIPE, SIGXFSZ}) signal(reset, SIG_DFL);
-    if (dup2(STDERR_FILENO, STDOUT_FILENO) >= 0) execvp(arguments[0], arguments.data());
-    const std::string message = "eclipse-int: " + command[0] + " cannot be run: " + std::strerror(errno) + "\n";
-    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, message.data(), message.size());
+    const int error = become_host(command);
+    [[maybe_unused]] const ssize_t written = write(ends[1], &error, sizeof error);
     _exit(127);
   }
+  close(ends[1]);
+  int error = 0;
+  const bool is_started = read(ends[0], &error, sizeof error) != sizeof error;
+  close(ends[0]);
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+  if (!is_started)
+    throw UsageError("check-host: " + eclipse_base::printable(command[0]) + " cannot be started: " + std::strerror(error) +
+                     "; correct COMMAND");
   return status;
 }
 
@@ -191,7 +201,7 @@ int report(const ReportDirectory& directory, int status) {
 
 int check_host_command(const CheckHostOptions& options) {
   if (options.list) return list_checks(options.format);
-  if (options.command.empty()) throw UsageError("COMMAND: the command that starts the host is missing; write it after \"--\"");
+  if (options.command.empty()) throw UsageError("COMMAND: missing; write the command that starts the host after \"--\"");
   const std::filesystem::path library = checking_library();
   std::vector<std::string> command;
   for (const std::string& word : options.command)
@@ -222,9 +232,10 @@ Subcommand add_check_host(const Parser& program) {
                   "Perform the checks in the process of the host, for a debugger\n[default: each in a forked child]");
   parser.add_flag("--checks-only", options->checks_only,
                   "End the host after the checks, before the first action does anything");
-  parser.add_flag("--drill", options->drill,
-                  "After the checks, let the first action throw an exception, as it\ndoes when memory runs out, and see "
-                  "whether the host catches it");
+  parser.add_flag(
+      "--drill", options->drill,
+      "Fault injection: after the checks, let the first action throw an\nexception, as it does when memory runs out, "
+      "and see whether the host\ncatches it");
   parser.add_option("--seconds", options->seconds, "End a check that takes longer than N seconds, 1 to 3600\n[default: 10]")
       .type_name("N")
       .between(1, 3600);

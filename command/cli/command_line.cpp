@@ -104,7 +104,7 @@ int run_command_line(int argc, const char* const* argv) {
   for (const Subcommand& subcommand : subcommands) {
     if (subcommand.parser.was_given()) return subcommand.perform();
   }
-  throw UsageError("A subcommand is required");
+  throw UsageError("SUBCOMMAND: missing; give one, such as lint");
 }
 
 }  // namespace eclipse_cli

@@ -10,7 +10,7 @@ void add_configuration_options(const Parser& command, ConfigurationOptions& opti
                   "Take the configuration of lint from FILE [default: the nearest .eclipse-int.json\n"
                   "in the directory of what is linted or above it]")
       .type_name("FILE");
-  command.add_flag("--no-config", options.is_ignored, "Ignore configuration files").excludes("--config");
+  command.add_flag("--no-config", options.is_ignored, "Ignore configuration files; not with --config").excludes("--config");
 }
 
 eclipse_lint::ConfigurationChoice configuration_choice(const ConfigurationOptions& options) {

@@ -67,7 +67,7 @@ Subcommand add_explain(const Parser& program) {
   const Parser parser = program.add_subcommand("explain", "Explain lint rules, or list them by group");
   const auto options = std::make_shared<ExplainOptions>();
   parser.add_option("RULE", options->names, "Rules or groups of rules [default: all rules, one line each]").option_text("...");
-  parser.add_flag("--manual", options->manual, "Print the manual of all rules in Markdown").excludes("RULE");
+  parser.add_flag("--manual", options->manual, "Print the manual of all rules in Markdown; not with RULE").excludes("RULE");
   parser.set_help("eclipse-int explain [RULE...] [--manual]", explain_examples, explain_exit_status);
   return {parser, [options] { return explain_command(*options); }};
 }

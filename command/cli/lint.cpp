@@ -360,7 +360,8 @@ Subcommand add_lint(const Parser& program) {
                   "relative paths of a session [default: -]")
       .type_name("PATH");
   parser.add_flag("--fix", options->fixes, "Apply the safe fixes to descriptor files");
-  parser.add_flag("--diff", options->shows_diff, "Show what --fix would change, and write nothing").excludes("--fix");
+  parser.add_flag("--diff", options->shows_diff, "Show what --fix would change, and write nothing; not with --fix")
+      .excludes("--fix");
   parser.add_flag("--unsafe-fixes", options->with_unsafe,
                   "With --fix or --diff: also apply the fixes whose result you should check");
   add_directory_options(parser, options->session);

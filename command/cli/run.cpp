@@ -65,7 +65,7 @@ Subcommand add_run(const Parser& program) {
   add_session_file(parser, *options);
   parser.add_flag("--resolve", how->resolves,
                   "Ask the director first whether it would install or remove all features, as\n"
-                  "\"plan --resolve\" does, and run nothing if it would not");
+                  "\"plan --resolve\" does, and run nothing if it would not. Not with --update");
   // The command of the update changes nothing unless all of it resolves.
   add_update_options(parser, how->update).excludes("--resolve");
   parser.add_flag(

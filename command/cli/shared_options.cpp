@@ -21,7 +21,7 @@ std::string error_in_seconds(const std::string& seconds) {
   const double value = std::strtod(seconds.c_str(), &end);
   constexpr double longest_wait = 1e9;  // a clock of nanoseconds does not go much further
   if (!seconds.empty() && *end == '\0' && value >= 0 && value <= longest_wait) return "";
-  return eclipse_base::in_quotes(seconds) + " is not a number of seconds; give a number from 0 to 1e9";
+  return eclipse_base::in_quotes(seconds) + " is not a time to wait; give a number of seconds, such as 60";
 }
 
 }  // namespace

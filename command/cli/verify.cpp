@@ -72,9 +72,8 @@ int verify(const SessionOptions& options, bool asks_director) {
   const Plan plan = eclipse_plan::make_plan(plugin, command.session(), eclipse_plan::Retries::distinct);
   if (!eclipse_verify::is_verifiable(plan)) return without_command(plan, options.json);
   const InstanceAnswer answer = asked_instance(plan, asks_director, options.wait);
-  const int status = report(plan, answer, options.json);
   print_damage(answer.damage);
-  return status;
+  return report(plan, answer, options.json);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -248,15 +249,24 @@ void Server::end_check(bool is_late) {
     open->results = Json::parse(ended.job->result());
   } else {
     open->results = Json::array();
-    log("error", printable(ended.uri) + ": " + explanation_of(*ended.job, is_late));
+    log("error", printable(ended.uri) + ": " + explanation_of(*ended.job, is_late, "the check", "no findings are shown"));
   }
   publish(ended.uri, open->version, open->results);
   answer_deferred(ended.uri);
 }
 
-std::string Server::explanation_of(const BackgroundJob& job, bool is_late) const {
-  if (is_late) return "this takes longer than " + std::to_string(time_limit_.count()) + " ms and was stopped";
-  return job.result().empty() ? "the process that did this has crashed" : printable(job.result());
+std::string Server::explanation_of(const BackgroundJob& job, bool is_late, const std::string& work,
+                                   const std::string& consequence) const {
+  if (!is_late && !job.result().empty()) return printable(job.result());
+  std::ostringstream text;
+  text << work;
+  if (is_late) {
+    text << " took longer than " << std::chrono::duration<double>(time_limit_).count() << " s and was stopped";
+  } else {
+    text << " crashed";
+  }
+  text << ", so " << consequence << "; " << (is_late ? "--time-limit allows more" : "please report this, with the file");
+  return text.str();
 }
 
 void Server::publish(const std::string& uri, const Json& version, const Json& results) {
@@ -367,7 +377,8 @@ void Server::start_request(const std::string& what, Request request) {
 void Server::end_request(const std::string& what, bool is_late) {
   const Request ended = std::move(requests_.extract(what).mapped());
   const bool has_result = !is_late && ended.job->has_succeeded();
-  if (!has_result) log("warning", printable(what) + ": " + explanation_of(*ended.job, is_late));
+  if (!has_result)
+    log("warning", printable(what) + ": " + explanation_of(*ended.job, is_late, "the request", "it gets no result"));
   ended.answer(has_result ? Json::parse(ended.job->result()) : Json());
 }
 

@@ -102,7 +102,9 @@ class Server {
   void start_request(const std::string& what, Request request);
   void end_request(const std::string& what, bool is_late);
   std::vector<std::pair<std::string, bool>> ended_requests(Clock::time_point now);
-  std::string explanation_of(const BackgroundJob& job, bool is_late) const;
+  /// Why `work` has no result, and the consequence.
+  std::string explanation_of(const BackgroundJob& job, bool is_late, const std::string& work,
+                             const std::string& consequence) const;
   void publish(const std::string& uri, const Json& version, const Json& results);
 
   void send(const std::string& message) { outgoing_ += framed(message); }

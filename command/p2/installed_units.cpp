@@ -50,12 +50,12 @@ InstalledUnits installed_units(const std::string& executable, const eclipse_shel
   const InstanceLogs logs(instance);
   const auto result = eclipse_shell::run_in_shell(list_roots_command(executable), progress);
   if (result.exit_code != 0) {
-    throw InstanceError(in_quotes(executable) + " cannot be asked which units are installed: exit code " +
-                        std::to_string(result.exit_code) + ", " + text_of(explain(result, logs)));
+    throw InstanceError(in_quotes(executable) + " failed with exit code " + std::to_string(result.exit_code) +
+                        ", so the installed units are not known; " + text_of(explain(result, logs)));
   }
   if (result.output_left_out != 0) {
-    throw InstanceError(in_quotes(executable) + " cannot be asked which units are installed: its answer is larger than " +
-                        std::to_string(largest::output / largest::mebibyte) + " MiB");
+    throw InstanceError(in_quotes(executable) + " answers with more than " +
+                        std::to_string(largest::output / largest::mebibyte) + " MiB, so the installed units are not known");
   }
   if (const std::string error = why_not_an_answer(result.output); !error.empty()) {
     throw InstanceError(in_quotes(executable) + " does not say which units are installed: " + error);

@@ -19,8 +19,10 @@ std::string existing_executable(const std::string& eclipse) {
   const fs::path executable = executable_named(eclipse);
   std::error_code error;
   if (!fs::is_regular_file(executable, error)) {
-    throw eclipse_base::FileError(executable,
-                                  "is not a file; give the Eclipse executable, or the directory of one named eclipse");
+    const std::string fix = "; give the Eclipse executable, or the directory that contains it";
+    if (fs::is_directory(eclipse, error))
+      throw eclipse_base::FileError(executable.parent_path(), "has no executable \"eclipse\"" + fix);
+    throw eclipse_base::FileError(executable, "is not a file" + fix);
   }
   return executable.string();
 }

@@ -139,8 +139,8 @@ class SpawnOptions {
 
 /// Starts the shell; returns why it could not be started, or nothing.
 std::string start_shell(const std::string& command, const SpawnOptions& options, pid_t& child) {
-  // An argument ends at a zero byte, so the shell would run only the text before it, and might succeed.
-  if (command.find('\0') != command.npos) return "the command contains a zero byte, which cannot be passed to a shell";
+  // An argument ends at a NUL byte, so the shell would run only the text before it, and might succeed.
+  if (command.find('\0') != command.npos) return "the command contains a NUL byte, which cannot be passed to a shell";
   std::string shell = "sh";
   std::string option = "-c";
   std::string text = command;

@@ -99,9 +99,9 @@ class ShellReader {
   static ShellReading unreadable(std::size_t zero) {
     ShellReading reading;
     reading.commands.clear();
-    reading.remarks.push_back({zero, "a shell command cannot contain a zero byte"});
+    reading.remarks.push_back({zero, "a shell command cannot contain a NUL byte"});
     reading.error = "byte " + std::to_string(zero + 1) +
-                    " is zero, and a shell command cannot contain a zero byte (exit status " +
+                    " is NUL, and a shell command cannot contain a NUL byte (exit status " +
                     std::to_string(exit_code::not_started) + ")";
     return reading;
   }

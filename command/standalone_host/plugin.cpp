@@ -17,9 +17,15 @@ constexpr std::string_view file_name = "libeclipse_int.so";
 
 }  // namespace
 
-std::vector<std::filesystem::path> library_directories() {
+std::filesystem::path own_library(const std::filesystem::path& name, const std::string& fix) {
   const std::filesystem::path program = std::filesystem::read_symlink(eclipse_shell::own_program).parent_path();
-  return {program, (program / installed_library_directory).lexically_normal()};
+  std::string looked_at;
+  for (const auto& directory : {program, (program / installed_library_directory).lexically_normal()}) {
+    const std::filesystem::path library = directory / name;
+    if (std::filesystem::exists(library)) return library;
+    looked_at += (looked_at.empty() ? "" : " and ") + library.string();
+  }
+  throw PluginError(name, "not found, looked for " + looked_at + "; " + fix);
 }
 
 Plugin::Plugin(const std::filesystem::path& library) : library_(library) {
@@ -45,15 +51,7 @@ Plugin::Plugin(const std::filesystem::path& library) : library_(library) {
   }
 }
 
-Plugin Plugin::beside_this_program() {
-  std::string looked_at;
-  for (const std::filesystem::path& directory : library_directories()) {
-    const std::filesystem::path library = directory / file_name;
-    if (std::filesystem::exists(library)) return Plugin(library);
-    looked_at += (looked_at.empty() ? "" : " and ") + library.string();
-  }
-  throw PluginError(file_name, "not found, looked for " + looked_at + "; put it there or give its path");
-}
+Plugin Plugin::beside_this_program() { return Plugin(own_library(file_name, "put it there or give its path")); }
 
 std::string Plugin::version() const {
   return eclipse_int::library_version(reinterpret_cast<const void*>(actions_.begin()->second));

@@ -7,7 +7,6 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "base/file_error.h"
 #include "eclipse_int/host.h"
@@ -28,9 +27,9 @@ class PluginError : public eclipse_base::FileError {
   using FileError::FileError;
 };
 
-/// The directories with the libraries that belong to this program: that of the program, as in a build, then where an
-/// installation puts them.
-std::vector<std::filesystem::path> library_directories();
+/// A library that belongs to this program, by its path below the directory of the program, as in a build, or below the one
+/// where an installation puts libraries. Throws PluginError with this fix if it is in neither.
+std::filesystem::path own_library(const std::filesystem::path& name, const std::string& fix);
 
 /// The plug-in, loaded with every symbol resolved. It stays loaded until the program ends.
 class Plugin {

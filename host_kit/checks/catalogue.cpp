@@ -133,11 +133,14 @@ void relative_prefix_resolves(const Probe& probe) {
     const std::string& prefix = packaged.package->prefix;
     if (prefix.empty() || !path_is_relative(prefix)) continue;
     is_checked = true;
-    const std::string place = resolved_path(packaged.provider->rootPath() + "/" + prefix);
+    const std::string root = packaged.provider->rootPath();
+    const std::string directory = root + "/" + prefix;
+    const std::string place = resolved_path(directory);
     struct stat status;
     expect(!place.empty() && stat(place.c_str(), &status) == 0 && S_ISDIR(status.st_mode),
-           "prefix " + shown(prefix) + " below rootPath() " + shown(packaged.provider->rootPath()) + " is a directory",
-           shown(place), "rootPath() is a different directory, or the package is not installed yet");
+           shown(directory) + " is a directory (rootPath() " + shown(root) + ", prefix " + shown(prefix) + ")",
+           place.empty() ? "no such directory" : shown(place) + " is no directory",
+           "rootPath() is a different directory, or the package is not installed yet");
   }
   if (!is_checked) throw Skipped{"give the session an installed component whose package has a relative prefix"};
 }
@@ -246,7 +249,7 @@ std::vector<Check> catalogue_checks() {
        .harm = "The executable of the internal IDE is not found, and nothing is integrated.",
        .fix = "Return the installation root from rootPath(), and give prefixes relative to it.",
        .perform = relative_prefix_resolves,
-       .after = "provider/virtual-order"},
+       .after = "provider/virtual-order resolved_path/absolute"},
   };
 }
 

@@ -25,12 +25,12 @@ CommandResult run(const std::string& command) {
   return result;
 }
 
-void expect_exit_code(const std::string& command, int wanted) {
-  expect_equal("the exit status of " + shown(command), wanted, run(command).exit_code,
+void expect_exit_code(const std::string& command, int expected) {
+  expect_equal("the exit status of " + shown(command), expected, run(command).exit_code,
                {{untouched, "nothing is stored"},
-                {wanted * 256, "what wait() stores: use WEXITSTATUS()"},
+                {expected * 256, "this is what wait() stores; use WEXITSTATUS()"},
                 {-1, "the exit status is lost: another part of the host, or an ignored SIGCHLD, reaps the child"},
-                {wanted - 256, "the code is read as a signed character"},
+                {expected - 256, "the code is read as a signed character"},
                 {0, "a failure is not noticed, or the status of another command of the line is taken"},
                 {1, "only whether the command failed is stored"}});
 }
@@ -121,10 +121,10 @@ void long_command_runs(const Probe& probe) {
               {{"", "the command is copied into a buffer of a fixed size, or was not started"}});
 }
 
-void expect_not_started(const std::string& what, const std::string& command, const std::string& guess) {
+void expect_not_started(const std::string& what, const std::string& command, const std::string& likely_cause) {
   const CommandResult result = run(command);
   expect(result.exit_code != untouched && result.exit_code != 0, "an exit status other than 0 for " + what,
-         result.exit_code == 0 ? "0" : "nothing was stored", guess);
+         result.exit_code == 0 ? "0" : "nothing was stored", likely_cause);
 }
 
 void too_long_command_fails(const Probe&) {

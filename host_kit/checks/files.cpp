@@ -18,13 +18,14 @@ std::string file_in(const Probe& probe, std::string_view content = "text") {
   return probe.scratch + "/file";
 }
 
-void expect_is_file(const std::string& path, bool wanted, const char* guess = "") {
-  expect(is_file(path) == wanted, "is_file() of " + shown(path) + " gives " + shown(wanted), shown(!wanted), guess);
+void expect_is_file(const std::string& path, bool expected, const char* likely_cause = "") {
+  expect(is_file(path) == expected, "is_file() of " + shown(path) + " gives " + shown(expected), shown(!expected),
+         likely_cause);
 }
 
-void expect_exists(const std::string& path, bool wanted, const char* guess = "") {
-  expect(file_exists(path, false) == wanted, "file_exists() of " + shown(path) + " gives " + shown(wanted), shown(!wanted),
-         guess);
+void expect_exists(const std::string& path, bool expected, const char* likely_cause = "") {
+  expect(file_exists(path, false) == expected, "file_exists() of " + shown(path) + " gives " + shown(expected),
+         shown(!expected), likely_cause);
 }
 
 void file_is_a_file(const Probe& probe) {

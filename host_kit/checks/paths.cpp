@@ -23,7 +23,7 @@ void path_names_the_same_file(const Probe& probe) {
                                   directory + "/sub/../f\xC3\xBC.zip", directory, directory + "/"}) {
     const std::string normalised = path(text);
     expect(is_same_file(text, normalised), "path(" + shown(text) + ") names the same file", shown(normalised),
-           normalised.empty() ? "an empty text" : "bytes are converted, removed or quoted");
+           normalised.empty() ? "" : "bytes are converted, removed or quoted");
   }
 }
 
@@ -67,14 +67,14 @@ void resolved_path_is_absolute(const Probe& probe) {
 void resolved_path_has_no_links(const Probe& probe) {
   std::filesystem::create_directory(probe.scratch + "/real");
   std::filesystem::create_directory_symlink("real", probe.scratch + "/link");
-  const std::string wanted = std::filesystem::canonical(probe.scratch + "/real").string();
-  expect_text("resolved_path() of a symbolic link", wanted, resolved_path(probe.scratch + "/link"),
+  const std::string expected = std::filesystem::canonical(probe.scratch + "/real").string();
+  expect_text("resolved_path() of a symbolic link", expected, resolved_path(probe.scratch + "/link"),
               {{probe.scratch + "/link", "links are not followed"}});
 }
 
 void resolved_path_of_missing(const Probe& probe) {
-  const std::string got = resolved_path(probe.scratch + "/missing/file");
-  expect(got.empty() || got[0] == '/', "resolved_path() of a missing file is empty or absolute", shown(got));
+  const std::string actual = resolved_path(probe.scratch + "/missing/file");
+  expect(actual.empty() || actual[0] == '/', "resolved_path() of a missing file is empty or absolute", shown(actual));
 }
 
 void relative_paths_are_known(const Probe&) {
@@ -106,7 +106,8 @@ void basenames(const Probe&) {
 
 void basenames_ignore_trailing_slashes(const Probe&) {
   for (const char* const text : {"/opt/ide/", "/opt/ide///", "ide/"}) {
-    expect_text("get_basename(" + shown(text) + ")", "ide", get_basename(text), {{"", "the text after the last slash"}});
+    expect_text("get_basename(" + shown(text) + ")", "ide", get_basename(text),
+                {{"", "the text after the last slash is returned"}});
   }
 }
 
@@ -124,7 +125,7 @@ void dirname_of_the_root(const Probe&) {
 
 void dirname_of_a_name(const Probe&) {
   expect_text("get_dirname(\"x\")", "", get_dirname("x"),
-              {{".", "what dirname(3) returns"}, {"x", "find() without a test for npos"}});
+              {{".", "this is what dirname(3) returns"}, {"x", "find() without a test for npos"}});
 }
 
 template <typename Operation>

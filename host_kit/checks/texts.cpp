@@ -38,9 +38,9 @@ void empty_items_are_joined(const Probe&) {
 }
 
 void many_items_are_joined(const Probe&) {
-  std::string wanted = "item";
-  for (int i = 1; i < 20'000; ++i) wanted += ",item";
-  expect_text("join() of 20000 items", wanted, join(Texts(20'000, "item"), ","));
+  std::string expected = "item";
+  for (int i = 1; i < 20'000; ++i) expected += ",item";
+  expect_text("join() of 20000 items", expected, join(Texts(20'000, "item"), ","));
 }
 
 void every_occurrence_is_replaced(const Probe&) {
@@ -73,12 +73,12 @@ void zero_bytes_are_kept(const Probe&) {
 
 void many_occurrences_are_replaced(const Probe&) {
   std::string text;
-  std::string wanted;
+  std::string expected;
   for (int i = 0; i < 50'000; ++i) {
     text += "a line of a director's output\n";
-    wanted += "a line of a director's output<p>";
+    expected += "a line of a director's output<p>";
   }
-  expect_text("replaceAllSubstrings() of 50000 lines", wanted, replaceAllSubstrings(text, "\n", "<p>"));
+  expect_text("replaceAllSubstrings() of 50000 lines", expected, replaceAllSubstrings(text, "\n", "<p>"));
 }
 
 void nothing_is_replaced_by_nothing(const Probe&) {

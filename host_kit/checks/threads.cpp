@@ -30,7 +30,8 @@ void on_threads(int rounds, const Act& act) {
   }
   for (std::thread& thread : running) thread.join();
   if (failure)
-    throw Failure{failure->wanted + ", on four threads", failure->got, "a static buffer, or another global that is not locked"};
+    throw Failure{failure->expected + ", on four threads", failure->actual,
+                  "a static buffer, or another global that is not locked"};
 }
 
 std::string own_name(int number) {

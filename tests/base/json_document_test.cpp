@@ -83,12 +83,12 @@ INSTANTIATE_TEST_SUITE_P(
         Error{"{\"a\": 1,\n \"b\": 2,\n \"a\": 3}", "f:3:2: a: the key is given twice, first in line 1; keep one of the two"},
         Error{"{\"a\": [{\"b\": 1, \"\\u0062\": 1}]}",
               "f:1:17: a[0].b: the key is given twice, first in line 1; keep one of the two"},
-        Error{"{\"a\": \"x\\u0000\"}", "f:1:7: a: contains a zero character (\\u0000), where texts end; remove it"},
-        Error{"{\"x\\u0000\": 1}", "f:1:2: [\"x\\x00\"]: contains a zero character (\\u0000), where texts end; remove it"}));
+        Error{"{\"a\": \"x\\u0000\"}", "f:1:7: a: contains a NUL character (\\u0000), where strings end; remove it"},
+        Error{"{\"x\\u0000\": 1}", "f:1:2: [\"x\\x00\"]: contains a NUL character (\\u0000), where strings end; remove it"}));
 
 TEST(JsonDocument, RefusesZeroBytes) {
-  EXPECT_EQ(error_of(std::string("{}\0", 3)), "f:1:3: document: contains a zero byte; save it as UTF-8 text");
-  EXPECT_EQ(error_of(std::string("{\0}\0", 4)), "f:1:2: document: contains a zero byte; save it as UTF-8 text");
+  EXPECT_EQ(error_of(std::string("{}\0", 3)), "f:1:3: document: contains a NUL byte; save it as UTF-8 text");
+  EXPECT_EQ(error_of(std::string("{\0}\0", 4)), "f:1:2: document: contains a NUL byte; save it as UTF-8 text");
 }
 
 TEST(JsonDocument, RefusesDeepNesting) {
@@ -126,7 +126,7 @@ TEST(JsonDocument, RefusesWhatCannotBeRead) {
   EXPECT_EQ(error_of_file(""), ": cannot be read: No such file or directory; give the path of a JSON file");
   fake::write_file("large", "");
   std::filesystem::resize_file("large", largest::json);
-  EXPECT_EQ(error_of_file("large"), "large:1:1: document: contains a zero byte; save it as UTF-8 text");
+  EXPECT_EQ(error_of_file("large"), "large:1:1: document: contains a NUL byte; save it as UTF-8 text");
   std::filesystem::resize_file("large", largest::json + 1);
   EXPECT_EQ(error_of_file("large"), "large: is larger than 64 MiB; give the path of a JSON file");
 }

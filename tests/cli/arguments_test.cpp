@@ -57,7 +57,7 @@ TEST_F(Arguments, HelpIsASubcommandToo) {
 }
 
 TEST_F(Arguments, AHostIsStartedByACommand) {
-  expect_usage_error("check-host", "COMMAND: the command that starts the host is missing; write it after \"--\"");
+  expect_usage_error("check-host", "COMMAND: missing; write the command that starts the host after \"--\"");
 }
 
 TEST_F(Arguments, MisspelledNamesGetASuggestion) {
@@ -101,28 +101,54 @@ TEST_F(Arguments, PlugInBeforeASubcommandIsForVersionOnly) {
 
 TEST_F(Arguments, FaultsAreTold) {
   write_session("install");
-  expect_usage_error("", "A subcommand is required");
+  expect_usage_error("", "SUBCOMMAND: missing; give one, such as lint");
   expect_usage_error("install", "unknown subcommand \"install\"");
-  expect_usage_error("run", "SESSION is required");
+  expect_usage_error("run", "SESSION: missing; give the session file, or a directory of components, which needs --eclipse");
   expect_usage_error("run session.json other.json", "unexpected argument \"other.json\"");
   expect_usage_error("run session.json --jsn", "unknown option --jsn; did you mean --json?");
-  expect_usage_error("run session.json --log", "--log: 1 required FILE missing");
-  expect_usage_error("run session.json --set", "--set: 1 required NAME=VALUE missing");
+  expect_usage_error("run session.json --log", "--log: FILE is missing; write it after --log");
+  expect_usage_error("run session.json --set", "--set: NAME=VALUE is missing; write it after --set");
   expect_usage_error("run session.json --set A",
                      "--set: \"A\" is not NAME=VALUE; write the variable's name, an equals sign and its value");
   expect_usage_error("run session.json --set =A",
                      "--set: \"=A\" is not NAME=VALUE; write the variable's name, an equals sign and its value");
   expect_usage_error("run session.json --set A=1 B=2", "unexpected argument \"B=2\"");
   expect_usage_error("run session.json --wait soon",
-                     "--wait: \"soon\" is not a number of seconds; give a number from 0 to 1e9");
-  expect_usage_error("run session.json --wait -1", "--wait: \"-1\" is not a number of seconds; give a number from 0 to 1e9");
-  expect_usage_error("run session.json --wait ''", "--wait: \"\" is not a number of seconds; give a number from 0 to 1e9");
+                     "--wait: \"soon\" is not a time to wait; give a number of seconds, such as 60");
+  expect_usage_error("run session.json --wait -1",
+                     "--wait: \"-1\" is not a time to wait; give a number of seconds, such as 60");
+  expect_usage_error("run session.json --wait ''", "--wait: \"\" is not a time to wait; give a number of seconds, such as 60");
   expect_usage_error("run session.json --set KORU_MODE=Install",
                      "--set: KORU_MODE is \"Install\"; it must be install, modify or uninstall");
-  expect_usage_error("call", "ACTION is required");
+  expect_usage_error("call",
+                     "ACTION: missing; give the actions, which may repeat, followed by the session file or a directory of "
+                     "components, which needs --eclipse");
   expect_usage_error("call session.json", "ACTION: missing before the session file; the actions are" + actions);
   expect_usage_error("call perform session.json", "ACTION: unknown action \"perform\"; the actions are" + actions);
   expect_usage_error("call perform_integration x session.json", "ACTION: unknown action \"x\"; the actions are" + actions);
+}
+
+TEST_F(Arguments, ValuesThatAnOptionDoesNotTakeAreTold) {
+  for (const std::string seconds : {"0", "3601", "x", "1.5", "''"}) {
+    const std::string shown = seconds == "''" ? "" : seconds;
+    expect_usage_error("check-host --list --seconds " + seconds, "--seconds: \"" + shown + "\" is not a number from 1 to 3600");
+  }
+  for (const std::string seconds : {"-1", "3601", "nan"}) {
+    expect_usage_error("language-server --time-limit " + seconds,
+                       "--time-limit: \"" + seconds + "\" is not a number from 0 to 3600");
+  }
+  expect_usage_error("lint x --severity foo", "--severity: \"foo\" is unknown; give error, warning or note");
+  expect_usage_error("lint x --format Text", "--format: \"Text\" is unknown; give text, brief, json, sarif or github");
+  expect_usage_error("run session.json --verify --verify --log a --log b", "--log: given more than once; leave one out");
+  expect_usage_error("--plugin a --plugin b run session.json", "--plugin: given more than once; leave one out");
+}
+
+TEST_F(Arguments, OptionsThatDoNotFitTogetherAreTold) {
+  expect_usage_error("explain --manual orders", "RULE cannot be combined with --manual; leave one out");
+  expect_usage_error("lint x --fix --diff", "--fix cannot be combined with --diff; leave one out");
+  expect_usage_error("plan x --no-config --config y", "--config cannot be combined with --no-config; leave one out");
+  expect_usage_error("run x --update --resolve", "--resolve cannot be combined with --update; leave one out");
+  expect_usage_error("run x --allow-downgrade", "--allow-downgrade needs --update; add it");
 }
 
 TEST_F(Arguments, AllErrorsOfASessionAreTold) {

@@ -63,7 +63,10 @@ TEST_F(Repair, IsRecommendedAfterAFailure) {
   for (int start = 7; start <= 8; ++start) script(start, "exit 13");
   const Outcome verify = eclipse_int("verify session.json");
   EXPECT_EQ(verify.status, 2);
-  EXPECT_TRUE(verify.error.ends_with(fix)) << verify.error;
+  EXPECT_TRUE(verify.error.starts_with(fix +
+                                       "eclipse-int: \"DIRECTORY/eclipse/eclipse\" failed with exit code 13, so the installed "
+                                       "units are not known; the launcher: "))
+      << verify.error;
   const Outcome document = eclipse_int("verify session.json --json");
   EXPECT_EQ(document.status, 2);
   EXPECT_EQ(Json::parse(document.output).at("damage"), reported);
@@ -399,9 +402,10 @@ TEST_F(Repair, FailsWhenTheEclipseDoesNotAnswer) {
   script(1, "echo 'Missing required argument -destination.'; exit 13");
   const Outcome outcome = eclipse_int("repair eclipse");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_NE(outcome.output.find("  Error: \"DIRECTORY/eclipse/eclipse\" cannot be asked which units are installed: exit code "
-                                "13"),
-            std::string::npos)
+  EXPECT_NE(
+      outcome.output.find("  Error: \"DIRECTORY/eclipse/eclipse\" failed with exit code 13, so the installed units are not "
+                          "known; the launcher: "),
+      std::string::npos)
       << outcome.output;
 }
 
@@ -482,11 +486,10 @@ TEST_F(Repair, LetsTheDirectorEndWhenItIsInterrupted) {
 
 TEST_F(Repair, NeedsAnEclipse) {
   fs::create_directory("empty");
-  for (const std::string eclipse : {"missing", "empty"}) {
-    const Outcome outcome = eclipse_int("repair " + eclipse);
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_NE(outcome.error.find("is not a file; give the Eclipse executable"), std::string::npos) << outcome.error;
-  }
+  const std::string advice = "; give the Eclipse executable, or the directory that contains it\n";
+  EXPECT_EQ(eclipse_int("repair missing"), (Outcome{2, "", "eclipse-int: DIRECTORY/missing: is not a file" + advice}));
+  EXPECT_EQ(eclipse_int("repair empty"),
+            (Outcome{2, "", "eclipse-int: DIRECTORY/empty: has no executable \"eclipse\"" + advice}));
   EXPECT_EQ(eclipse_int("repair").status, 2);
 }
 

@@ -489,9 +489,9 @@ TEST_F(PlanCommand, TellsThatZeroBytesKeepTheCommandFromTheShell) {
   fake::write_file("tools/etc/eclipse/tools.txt", std::string("site\tone\nsi\0te\ttwo\n", 20));
   const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_NE(outcome.output.find(" is zero, and a shell command cannot contain a zero byte (exit status 126)\n"
+  EXPECT_NE(outcome.output.find(" is NUL, and a shell command cannot contain a NUL byte (exit status 126)\n"
                                 "    From column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:2: si\\x00te\n"
-                                "      Byte 3 (\\x00): a shell command cannot contain a zero byte\n"),
+                                "      Byte 3 (\\x00): a shell command cannot contain a NUL byte\n"),
             std::string::npos)
       << outcome.output;
   EXPECT_EQ(outcome.output.find("Words of command"), std::string::npos) << outcome.output;

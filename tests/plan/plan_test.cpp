@@ -246,9 +246,9 @@ TEST_F(Planning, NamesTheTextsWithZeroBytes) {
   add("c", std::string("s\tF\nsi\0te\tG\ns\tH\0\n", 18));
   const std::string file = directory.path() + "/c/etc/eclipse/p";
   const std::string site =
-      "column 1 of " + file + ":2: " + std::string("si\0te", 5) + "\n  2 a shell command cannot contain a zero byte\n";
+      "column 1 of " + file + ":2: " + std::string("si\0te", 5) + "\n  2 a shell command cannot contain a NUL byte\n";
   const std::string feature =
-      "column 2 of " + file + ":3: " + std::string("H\0", 2) + "\n  1 a shell command cannot contain a zero byte\n";
+      "column 2 of " + file + ":3: " + std::string("H\0", 2) + "\n  1 a shell command cannot contain a NUL byte\n";
   const Plan made = plan();
   EXPECT_EQ(text_of_causes(made.command->causes), site + feature);
   EXPECT_FALSE(made.command->runs_as_intended());

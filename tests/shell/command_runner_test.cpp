@@ -146,7 +146,7 @@ TEST(Shell, CommandWithAZeroByteIsNotStarted) {
     EXPECT_EQ(result.exit_code, 126);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.error_output,
-              "cannot start /bin/sh: the command contains a zero byte, which cannot be passed to a shell\n");
+              "cannot start /bin/sh: the command contains a NUL byte, which cannot be passed to a shell\n");
   }
   EXPECT_FALSE(std::filesystem::exists("begun"));
 }

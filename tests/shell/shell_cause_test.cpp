@@ -46,7 +46,7 @@ TEST(ShellCause, IsToldOfWhatIsNotPassedOn) {
       {{"\"/", "my site's;*.zip", "!/\"", ""}, "passed on"},
       {{"\"/", "$a.zip", "!/\"", ""}, "0 the value of a variable is substituted;"},
       {{"\"/", "a\"b.zip", "!/\"", ""}, "1 the quotes end here;"},
-      {{",", std::string("a b\0c\0", 6), ",", ""}, "3 a shell command cannot contain a zero byte;"},
+      {{",", std::string("a b\0c\0", 6), ",", ""}, "3 a shell command cannot contain a NUL byte;"},
       {{"", "", " ", ""}, "passed on"},
       {{"", "a\\", "", ""}, "passed on"},  // there is nothing after the backslash
       {{"\"x y\" b\"c\"", "a\\", "", ""}, "passed on"},

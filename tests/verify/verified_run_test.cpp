@@ -180,13 +180,14 @@ TEST_F(VerifiedRun, IsRunAllTheSameWhenTheInstanceCannotBeAsked) {
   const Outcome outcome = eclipse_int("run session.json --verify");
   EXPECT_EQ(outcome.status, 2);
   EXPECT_EQ(director_calls(), question + install_arguments("one,two") + "\n" + question);
-  EXPECT_EQ(verification(outcome),
-            "\n"
-            "Verification:\n"
-            "  Error: before the run: \"DIRECTORY/eclipse/eclipse\" cannot be asked which units are installed: exit code 15, "
-            "the launcher: the instance or its configuration cannot be written\n"
-            "  Error: after the run: \"DIRECTORY/eclipse/eclipse\" cannot be asked which units are installed: exit code 15, "
-            "the launcher: the instance or its configuration cannot be written\n");
+  EXPECT_EQ(
+      verification(outcome),
+      "\n"
+      "Verification:\n"
+      "  Error: before the run: \"DIRECTORY/eclipse/eclipse\" failed with exit code 15, so the installed units are not known; "
+      "the launcher: the instance or its configuration cannot be written\n"
+      "  Error: after the run: \"DIRECTORY/eclipse/eclipse\" failed with exit code 15, so the installed units are not known; "
+      "the launcher: the instance or its configuration cannot be written\n");
 }
 
 TEST_F(VerifiedRun, AsksNothingWhenNothingIsRun) {

@@ -265,13 +265,11 @@ TEST_F(VerifyCommand, TakesNoAnswerFromAnotherProgram) {
 TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
   write_session("install");
   script(1, "echo 'Locking is not possible' >&2; exit 15");
-  EXPECT_EQ(
-      eclipse_int("verify session.json"),
-      (Outcome{
-          2, "",
-          "eclipse-int: \"DIRECTORY/eclipse/eclipse\" cannot be asked which units are installed: exit code 15, the launcher: "
-          "the instance or its configuration cannot be written\n"
-          "  Locking is not possible\n"}));
+  EXPECT_EQ(eclipse_int("verify session.json"), (Outcome{2, "",
+                                                         "eclipse-int: \"DIRECTORY/eclipse/eclipse\" failed with exit code 15, "
+                                                         "so the installed units are not known; the launcher: "
+                                                         "the instance or its configuration cannot be written\n"
+                                                         "  Locking is not possible\n"}));
   write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}});
   EXPECT_EQ(eclipse_int("verify session.json").status, 2) << "the run would be refused";
   write_session("uninstall", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}}, "\"remove\": true");
