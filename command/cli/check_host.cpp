@@ -161,9 +161,10 @@ int run_host(const std::vector<std::string>& command) {
   close(ends[0]);
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
-  if (!is_started)
+  if (!is_started) {
     throw UsageError("check-host: " + eclipse_base::printable(command[0]) + " cannot be started: " + std::strerror(error) +
                      "; correct COMMAND");
+  }
   return status;
 }
 

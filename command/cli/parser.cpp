@@ -104,6 +104,10 @@ std::string about_unmet_requirement(const CLI::App& parser) {
   return "";
 }
 
+std::string about_missing_value(const std::string& name, const std::string& value) {
+  return name + ": " + value + " is missing; write it after " + name;
+}
+
 /// The message about an option without its value, or with more than it takes. The error names it, but has no other members.
 std::string about_number_of_values(const CLI::App& program, const CLI::ParseError& error) {
   for (const CLI::App* const parser : {&program, &given_parser(program)}) {
@@ -111,7 +115,7 @@ std::string about_number_of_values(const CLI::App& program, const CLI::ParseErro
       const std::string name = option->get_name();
       const std::string value = option->get_type_name();
       if (error.what() == std::string(CLI::ArgumentMismatch::TypedAtLeast(name, 1, value).what()))
-        return name + ": " + value + " is missing; write it after " + name;
+        return about_missing_value(name, value);
       const auto most = static_cast<std::size_t>(std::max(option->get_items_expected_max(), 1));
       if (option->count() > most && option->get_multi_option_policy() == CLI::MultiOptionPolicy::Throw)
         return name + ": given more than once; leave one out";

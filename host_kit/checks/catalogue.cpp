@@ -134,7 +134,7 @@ void relative_prefix_resolves(const Probe& probe) {
     if (prefix.empty() || !path_is_relative(prefix)) continue;
     is_checked = true;
     const std::string root = packaged.provider->rootPath();
-    const std::string directory = root + "/" + prefix;
+    const std::string directory = std::string(root).append("/").append(prefix);
     const std::string place = resolved_path(directory);
     struct stat status;
     expect(!place.empty() && stat(place.c_str(), &status) == 0 && S_ISDIR(status.st_mode),

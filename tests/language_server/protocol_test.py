@@ -688,7 +688,7 @@ class CodeActions(Product):
         return [action for action in self.actions(file, line, only=list(only)) if action["kind"] == "source.fixAll"]
 
     def test_all_safe_fixes_at_once(self):
-        text = "Repository \tFeature\n'site'\tx.a.feature.group\t\n\"site\"\t x.b.feature.group \n\t\t\nsite\tx.a.feature.group/1.0\n"
+        text = "Repository \tFeature\n'site'\tx.a.feature.group\t\n\"site\"\t x.b.feature.group \n \t\t\nsite\tx.a.feature.group/1.0\n"
         fixed = HEADER + "site\tx.a.feature.group\nsite\tx.b.feature.group\nsite\tx.a.feature.group/1.0\n"
         self.server.open(self.file, text)
         [action] = self.fix_all(self.file)
