@@ -8,7 +8,7 @@ namespace eclipse_base {
 
 namespace {
 
-/// The text with its escapes resolved, such as "%20"; nothing when one of them is wrong or is a zero byte.
+/// The text with its escapes resolved, such as "%20"; nothing when one of them is wrong or is a NUL byte.
 std::optional<std::string> unescaped(std::string_view text) {
   std::string result;
   for (std::size_t at = 0; at < text.size(); ++at) {

@@ -12,7 +12,7 @@
 
 namespace eclipse_dry_run {
 
-/// Reads a descriptor file: the bytes as the plug-in gets them, which are as many as the file's size, with zero bytes for those
+/// Reads a descriptor file: the bytes as the plug-in gets them, which are as many as the file's size, with NUL bytes for those
 /// that cannot be read. The plug-in ignores errors, so whoever reports what it reads must report the error, too.
 eclipse_base::FileContent descriptor_content(const std::string& path);
 

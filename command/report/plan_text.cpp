@@ -298,7 +298,7 @@ std::string title_of_changes(const Plan& plan, const Preview& preview) {
                                                                     {Change::keep, " to keep"},
                                                                     {Change::other_version, " in another version"},
                                                                     {Change::remove, " to remove"},
-                                                                    {Change::fail, " to fail"}}};
+                                                                    {Change::fail, " that will fail"}}};
   std::vector<std::string> parts;
   for (const auto& [change, word] : words) {
     if (counts[change] > 0) parts.push_back(std::to_string(counts[change]) + word);

@@ -36,7 +36,7 @@ struct CommandProgress {
 
 /// Runs a command line with `/bin/sh -c`, with an empty standard input and in a session of its own, without a terminal, and
 /// waits until it has ended and its outputs are closed. What `progress` throws comes out, after the command and all that it
-/// started were ended: they are asked to by SIGTERM, and get some seconds before SIGKILL. A command with a zero byte in it is
+/// started were ended: they are asked to by SIGTERM, and get some seconds before SIGKILL. A command with a NUL byte in it is
 /// not started. It inherits the descriptors that are not close-on-exec.
 CommandResult run_in_shell(const std::string& command, const CommandProgress& progress = {});
 

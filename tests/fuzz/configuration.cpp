@@ -1,5 +1,5 @@
 // The input is the config.ini of the user's instance: the version in it, and its comparison with a minimum, are the same as the
-// model's. The minimum is what follows the last zero byte, which the plug-in does not get to see in the file.
+// model's. The minimum is what follows the last NUL byte, which the plug-in does not get to see in the file.
 #include "fake_host/temporary_directory.h"
 #include "fuzz/comparison.h"
 

@@ -31,7 +31,7 @@ void check_remarks(const ShellReading& reading, std::size_t size) {
 void check_quoted(const std::string& text) {
   const ShellReading reading = read_as_shell("x " + quoted_for_shell(text) + std::string(command_end));
   if (text.find('\0') != text.npos)
-    return expect(!reading.error.empty() && reading.commands.empty(), "no shell gets a zero byte");
+    return expect(!reading.error.empty() && reading.commands.empty(), "no shell gets a NUL byte");
   expect(reading.starts_only({"x", text}), "a quoted text is one word");
   if (!is_plain(text)) return;
   expect(read_as_shell("x " + text + std::string(command_end)).starts_only({"x", text}), "a plain text is one word");

@@ -85,7 +85,7 @@ std::string patched(const std::string& before, const std::string& diff) {
   return after;
 }
 
-/// The two parts of the input, before and after a zero byte, or its halves.
+/// The two parts of the input, before and after a NUL byte, or its halves.
 void check_diff(const std::string& text) {
   const std::size_t zero = text.find('\0');
   const std::size_t end = zero == text.npos ? text.size() / 2 : zero;

@@ -161,8 +161,8 @@ TEST_F(ProfileRepair, FindsTheUnitsThatTwoDirectorsLost) {
   EXPECT_EQ(found->time_before, "10");
   EXPECT_EQ(damage(),
             "the newest state of the p2 profile, " + file("11") +
-                ", has 4 units, the state before it has 93, and bundles.info still lists 76 bundles of those that are "
-                "missing, as if two directors had worked at the same time; run: eclipse-int repair ide/eclipse --to 10");
+                ", has 4 units, the state before it 93, but bundles.info still lists 76 bundles of the missing ones, as if "
+                "two directors had worked at the same time; run: eclipse-int repair ide/eclipse --to 10");
 }
 
 /// Repairing what only this user may not read would lose it.

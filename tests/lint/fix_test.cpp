@@ -106,7 +106,7 @@ TEST(Fix, ConvertsUtf16) {
                                      std::string("\xFE\xFF\0s\0\t\0\xE4\xD8\x3D\xDE\x00\0\n", 14)};
   for (const std::string& content : both_orders) EXPECT_EQ(corrected(content), "s\t\xC3\xA4\xF0\x9F\x98\x80\n");
   EXPECT_EQ(corrected(std::string("\0s\0\t\0f\0.\0g\0.\0h\0\n", 16)), "s\tf.g.h\n");
-  // Half a character, half a pair, zero bytes in another place.
+  // Half a character, half a pair, NUL bytes in another place.
   for (const std::string& content :
        {std::string("\xFF\xFEs\0\t", 5), std::string("\xFF\xFEs\0\x3D\xD8\n\0", 8), std::string("\xFF\xFEs\0\x00\xDE\n\0", 8),
         std::string("s\0\t\0f\0\0\0", 8), std::string("s\0\tf", 4)}) {

@@ -93,11 +93,11 @@ TEST_F(PlanCommand, TellsAnInstallation) {
                                   ": 5 records\n"
                                   "\n"
                                   "Features to install, in order\n"
-                                  "     Slot  Order  Feature  From\n"
-                                  "  1  0     none   two      " +
+                                  "     Position  Order  Feature  From\n"
+                                  "  1  0         none   two      " +
                                   file +
                                   ":2\n"
-                                  "  2  2     2      one      " +
+                                  "  2  2         2      one      " +
                                   file +
                                   ":1\n"
                                   "\n"
@@ -107,7 +107,7 @@ TEST_F(PlanCommand, TellsAnInstallation) {
                                   ":4: two is already listed at a position below 1\n  " + file +
                                   ":5: has no feature, so the line only takes position 5 and adds its repository\n"
                                   "\n"
-                                  "Features to install into DIRECTORY/eclipse/eclipse: 2 to fail\n"
+                                  "Features to install into DIRECTORY/eclipse/eclipse: 2 that will fail\n"
                                   "  !  two    no repository of the session offers it (" +
                                   file +
                                   ":2)\n"
@@ -126,7 +126,7 @@ TEST_F(PlanCommand, TellsAnInstallation) {
                                   command +
                                   "two,one 2>&1\n"
                                   "\n"
-                                  "Retries if that fails, one for each feature: 2 commands (N bytes)\n"
+                                  "Retries if that fails, one for each feature: 2 commands, the longest (N bytes)\n"
                                   "  " +
                                   command +
                                   "two 2>&1\n"
@@ -210,7 +210,7 @@ TEST_F(PlanCommand, HasALineForEachFeatureAndRepository) {
                    "The run would be refused\n"
                    "  older 1.9.0 is installed, and the session offers 2.0.0; the director would not replace the "
                    "installed version; use --update (with --allow-downgrade, since newer 1.10.0 is installed, and the session "
-                   "brings only 1.0.0)\n",
+                   "offers only 1.0.0)\n",
                ""}));
   const Json planned = plan();
   EXPECT_EQ(planned.at("changes").at(2), Json({{"unit", "older"},
@@ -270,7 +270,7 @@ TEST_F(PlanCommand, HasALineForEachFeatureThatIsRemoved) {
   EXPECT_EQ(outcome.output.substr(0, outcome.output.find("\nlint")),
             "Plan of session.json (dry run: nothing is run or changed)\n"
             "\n"
-            "Features to remove from DIRECTORY/eclipse/eclipse: 2 to fail\n"
+            "Features to remove from DIRECTORY/eclipse/eclipse: 2 that will fail\n"
             "  !  one  1.0.0  stays, because another feature is not installed (DIRECTORY/tools/etc/eclipse/tools.txt:2)\n"
             "  !  two         is not installed, so the director removes none of the features "
             "(DIRECTORY/tools/etc/eclipse/tools.txt:3)\n");

@@ -33,10 +33,8 @@ const std::string question = "-nosplash -nl en -application org.eclipse.equinox.
 TEST_F(VerifyCommand, IsTheSameWhenAllIsThere) {
   write_session("install");
   script(1, "echo one/1.0.0; echo two/2.0.0; echo local.ide/4.26.0");
-  EXPECT_EQ(
-      eclipse_int("verify session.json"),
-      (Outcome{0, "Same: all 2 units to be installed are installed in DIRECTORY/eclipse/eclipse\n" + only_roots,
-               ""}));
+  EXPECT_EQ(eclipse_int("verify session.json"),
+            (Outcome{0, "Same: all 2 units to be installed are installed in DIRECTORY/eclipse/eclipse\n" + only_roots, ""}));
   EXPECT_EQ(director_calls(), question);
 }
 
@@ -76,10 +74,8 @@ TEST_F(VerifyCommand, NamesWhatARemovalLeft) {
                          only_roots,
                      ""}));
   script(2, ":");
-  EXPECT_EQ(
-      eclipse_int("verify session.json"),
-      (Outcome{0, "Same: all 2 units to be removed are not installed in DIRECTORY/eclipse/eclipse\n" + only_roots,
-               ""}));
+  EXPECT_EQ(eclipse_int("verify session.json"),
+            (Outcome{0, "Same: all 2 units to be removed are not installed in DIRECTORY/eclipse/eclipse\n" + only_roots, ""}));
 }
 
 TEST_F(VerifyCommand, TellsWhatCameAlongFromWhatIsNotThere) {
@@ -226,12 +222,14 @@ TEST_F(VerifyCommand, NamesWhatAModifySessionLeavesAlthoughItIsSelectedForRemova
   write_profile("<unit id='one' version='1.0.0'/><unit id='two' version='1.0.0'/>",
                 "<iuProperties id='one' version='1.0.0'" + root);
   EXPECT_EQ(eclipse_int("run session.json").status, 0);
-  EXPECT_EQ(eclipse_int("verify session.json"),
-            (Outcome{1,
-                     "Different: the session installs nothing into DIRECTORY/eclipse/eclipse, according to its p2 profile\n"
-                     "  one is still installed, although its component is selected for removal "
-                     "(DIRECTORY/tools/etc/eclipse/tools.txt:2); only a session with mode uninstall removes it\n",
-                     ""}));
+  EXPECT_EQ(
+      eclipse_int("verify session.json"),
+      (Outcome{1,
+               "Different: the session installs nothing into DIRECTORY/eclipse/eclipse, according to its p2 profile; 1 unit "
+               "selected for removal is still installed\n"
+               "  one is still installed, although its component is selected for removal "
+               "(DIRECTORY/tools/etc/eclipse/tools.txt:2); only a session with mode uninstall removes it\n",
+               ""}));
   const Json result = Json::parse(eclipse_int("verify session.json --json").output);
   EXPECT_EQ(result.at("same"), false);
   EXPECT_EQ(result.at("notRemoved"),

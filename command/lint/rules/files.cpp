@@ -228,7 +228,7 @@ Rule descriptor_unreadable() {
           .severity = Severity::error,
           .title = "a descriptor file cannot be read completely",
           .why =
-              "The plug-in ignores the error: a file that it cannot open counts as empty, and zero bytes replace what it "
+              "The plug-in ignores the error: a file that it cannot open counts as empty, and NUL bytes replace what it "
               "cannot read. Nothing is logged.",
           .fix = "make it readable for the user who runs the installer",
           .bad = {"tools.txt", {{.name = "tools.txt", .content = line_of_one, .permissions = 0}}},

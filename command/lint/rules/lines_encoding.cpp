@@ -53,7 +53,7 @@ std::optional<Correction> as_utf_8(const Descriptor& descriptor) {
   return Correction{"convert the file to UTF-8", true, {{0, descriptor.content.size(), *std::move(text)}}};
 }
 
-/// An ASCII text with a zero byte after each byte, as UTF-16 has them.
+/// An ASCII text with a NUL byte after each byte, as UTF-16 has them.
 std::string in_utf_16(std::string_view text) {
   std::string wide;
   for (const char byte : text) wide.append(1, byte).append(1, '\0');
@@ -64,11 +64,11 @@ Rule not_8_bit_text() {
   return {.name = "not-8-bit-text",
           .group = Group::lines,
           .severity = Severity::error,
-          .title = "the file is UTF-16 or contains zero bytes",
+          .title = "the file is UTF-16 or contains NUL bytes",
           .why =
-              "The plug-in reads the file byte by byte, so zero bytes become part of the director command. No shell accepts "
+              "The plug-in reads the file byte by byte, so NUL bytes become part of the director command. No shell accepts "
               "such a command: eclipse-int does not run it and reports exit code 126. An installer that passes it as a C "
-              "string loses everything after the first zero byte; the director then has nothing to do, and succeeds with exit "
+              "string loses everything after the first NUL byte; the director then has nothing to do, and succeeds with exit "
               "code 0.",
           .fix = "save the file as ASCII, or as UTF-8 without a byte-order mark",
           .bad = descriptor(in_utf_16("site\torg.example.alpha.feature.group\n")),
@@ -80,7 +80,7 @@ Rule not_8_bit_text() {
                   if (descriptor.content.starts_with("\xFF\xFE") || descriptor.content.starts_with("\xFE\xFF")) {
                     reporter.report(descriptor.location(), "the file is UTF-16", as_utf_8(descriptor));
                   } else if (descriptor.content.find('\0') != std::string::npos) {
-                    reporter.report(descriptor.location(), "the file contains zero bytes", as_utf_8(descriptor));
+                    reporter.report(descriptor.location(), "the file contains NUL bytes", as_utf_8(descriptor));
                   }
                 }
               },

@@ -63,7 +63,7 @@ std::vector<std::pair<std::size_t, std::size_t>> gaps_in(std::string_view text) 
   return gaps;
 }
 
-/// The comma or semicolon of an exported table, whose columns are those of a descriptor; a zero byte when it is not one.
+/// The comma or semicolon of an exported table, whose columns are those of a descriptor; a NUL byte when it is not one.
 char separator_of_table(std::string_view text) {
   for (const char separator : {',', ';'}) {
     const auto cells = split(text, separator);
