@@ -78,32 +78,22 @@ bool NeededUnits::is_installed(const Unit& unit) const {
   return std::find(versions.begin(), versions.end(), unit.version) != versions.end();
 }
 
-std::vector<const NamedFeature*> NeededUnits::features_that_need_any(std::vector<Unit> units) const {
-  std::set<Unit> above(units.begin(), units.end());
-  while (!units.empty()) {
-    const auto needing = needed_by_.find(units.back());
-    units.pop_back();
+std::vector<const Record*> NeededUnits::records_that_need(const std::vector<Unit>& units) const {
+  std::vector<Unit> open;
+  std::copy_if(units.begin(), units.end(), std::back_inserter(open), [&](const Unit& unit) { return !is_installed(unit); });
+  std::set<Unit> above(open.begin(), open.end());
+  while (!open.empty()) {
+    const auto needing = needed_by_.find(open.back());
+    open.pop_back();
     if (needing == needed_by_.end()) continue;
     for (const Unit& each : needing->second) {
-      if (above.insert(each).second) units.push_back(each);
+      if (above.insert(each).second) open.push_back(each);
     }
   }
-  std::vector<const NamedFeature*> features;
-  for (const NamedFeature& named : named_) {
-    if (above.contains(named.unit)) features.push_back(&named);
-  }
-  return features;
-}
-
-std::vector<const NamedFeature*> NeededUnits::features_that_need(const Unit& unit) const {
-  return features_that_need_any({unit});
-}
-
-std::vector<const Record*> NeededUnits::records_that_need(const std::vector<Unit>& units) const {
-  std::vector<Unit> missing;
-  std::copy_if(units.begin(), units.end(), std::back_inserter(missing), [&](const Unit& unit) { return !is_installed(unit); });
   std::vector<const Record*> records;
-  for (const NamedFeature* const named : features_that_need_any(std::move(missing))) records.push_back(named->record);
+  for (const NamedFeature& named : named_) {
+    if (above.contains(named.unit)) records.push_back(named.record);
+  }
   return records;
 }
 

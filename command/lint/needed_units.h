@@ -58,8 +58,6 @@ class NeededUnits {
   const eclipse_p2::Environment& environment() const { return environment_; }
   /// As far as is known.
   bool is_installed(const eclipse_p2::Unit& unit) const;
-  /// The named features that need a unit, whether the instance has it or not.
-  std::vector<const NamedFeature*> features_that_need(const eclipse_p2::Unit& unit) const;
   /// The records that name features which need any of these units that the instance does not have.
   std::vector<const Record*> records_that_need(const std::vector<eclipse_p2::Unit>& units) const;
   /// Only those that no choice of the director can avoid. None when a repository is not known.
@@ -81,7 +79,6 @@ class NeededUnits {
   using Described = decltype(eclipse_p2::Repository::descriptions)::value_type;
 
   void index();
-  std::vector<const NamedFeature*> features_that_need_any(std::vector<eclipse_p2::Unit> units) const;
   void add(const eclipse_p2::Unit& unit, const Record* record, bool is_certain);
   void add_provider(const Open& open, const eclipse_p2::Unit& unit, bool is_certain);
   void add_requirements(Open open);

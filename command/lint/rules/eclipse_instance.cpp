@@ -119,12 +119,19 @@ Rule instance_not_writable() {
 
 // ---- The same version, built twice ----
 
+/// Whether a jar in the instance is not that of a repository, which is as its repository lists it.
+bool is_other_build(const ArtifactFile& file, const std::string& jar, const fs::path& installed) {
+  if (!file.checksums.empty()) return !checksum_error({jar, installed, file.checksums}).empty() && checksum_error(file).empty();
+  std::error_code error;
+  return file.entry.empty() && fs::is_regular_file(installed, error) && are_different(file, {jar, installed, {}});
+}
+
 /// A bundle of a site that the instance has with other bytes; empty when there is none.
 std::string other_build_in(const fs::path& instance, const Repository& site, const NeededUnits& needed) {
   for (const auto& [artifact, file] : site.artifact_files) {
     std::string jar = jar_of_bundle(artifact);
     if (jar.empty() || !needed.has(unit_of_artifact(artifact))) continue;
-    if (!checksum_error({jar, instance / "plugins" / jar, file.checksums}).empty() && checksum_error(file).empty()) return jar;
+    if (is_other_build(file, jar, instance / "plugins" / jar)) return jar;
   }
   return "";
 }
@@ -146,7 +153,7 @@ Rule other_build_installed() {
           .why =
               "The director treats two files with the same id and version as identical. It keeps the one in the instance, and "
               "reports success.",
-          .fix = "build it again with a higher version",
+          .fix = "build it again with a higher version, or remove the feature first, and install it again",
           .bad = product_with_installed("PK of an older build"),
           .good = product_with_installed(empty_jar()),
           .check =

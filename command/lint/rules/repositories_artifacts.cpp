@@ -1,10 +1,7 @@
 // Rules about checksums, signatures and builds of artifacts. Only those of the features that are named are computed, since that
 // reads whole files.
-#include <algorithm>
-#include <filesystem>
 #include <map>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -18,14 +15,11 @@
 #include "lint/rules/samples.h"
 #include "p2/artifact_file.h"
 #include "p2/artifact_name.h"
-#include "p2/instance_paths.h"
 #include "p2/jar_errors.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
 using namespace eclipse_p2;
-
-namespace fs = std::filesystem;
 
 namespace eclipse_lint {
 
@@ -174,64 +168,10 @@ Rule artifact_in_two_builds() {
           .concerns_removals = false};
 }
 
-/// A session whose instance has the feature and its bundle already, with another jar.
-Sample product_with_other_jar() {
-  Sample sample = component_with_jar(md5_of_empty_jar);
-  sample.input = "session.json";
-  sample.files.insert(sample.files.end(), {{"session.json", user_session()},
-                                           {"ide/eclipse", "#!/bin/sh\n", 0755},
-                                           {profile_name,
-                                            "<profile><units><unit id='org.example.one.feature.group' version='1.0.0'/>"
-                                            "<unit id='org.example.one.plugin' version='1.0.0'/></units></profile>\n"},
-                                           {"ide/plugins/org.example.one.plugin_1.0.0.jar", "PK of another build"}});
-  return sample;
-}
-
-/// Of a bundle that is installed with a named feature, where both have the versions of the repository.
-bool is_delivered_again(const NeededUnits& needed, const Unit& bundle) {
-  if (!needed.has(bundle) || !needed.is_installed(bundle)) return false;
-  const auto features = needed.features_that_need(bundle);
-  return std::any_of(features.begin(), features.end(),
-                     [&](const NamedFeature* feature) { return needed.is_installed(feature->unit); });
-}
-
-void check_installed_jars(const Input& input, Reporter& reporter) {
-  if (!input.needed || !input.session || !input.session->installed) return;
-  const fs::path plugins = instance_directory(input.session->executable) / "plugins";
-  const Sites& sites = input.needed->sites();
-  for (const auto& [site, record] : sites) {
-    for (const auto& [artifact, file] : site->artifact_files) {
-      const ArtifactFile installed{"", plugins / jar_of_bundle(artifact)};
-      std::error_code error;
-      if (!is_bundle(artifact) || !fs::is_regular_file(installed.path, error)) continue;
-      if (!is_delivered_again(*input.needed, unit_of_artifact(artifact)) || !are_different(file, installed)) continue;
-      reporter.report(record->location(0), in_quotes(record->repository()) + " and the Eclipse instance have different files " +
-                                               installed.path.filename().string());
-      break;
-    }
-  }
-}
-
-Rule artifact_differs_from_installed() {
-  return {.name = "artifact-differs-from-installed",
-          .group = Group::repositories,
-          .severity = Severity::warning,
-          .title = "an installed feature has a bundle that was built again without a new version",
-          .why =
-              "The director treats files with the same id and version as identical, so it installs nothing, and reports "
-              "success. The instance keeps the old file.",
-          .fix = "give each build a version of its own; or remove the feature first, and install it again",
-          .bad = product_with_other_jar(),
-          .good = component_with_jar(md5_of_empty_jar),
-          .check = check_installed_jars,
-          .concerns_removals = false};
-}
-
 }  // namespace
 
 std::vector<Rule> repositories_artifacts_rules() {
-  return {artifact_checksum_wrong(), artifact_altered_after_signing(), artifact_of_other_bundle(), artifact_in_two_builds(),
-          artifact_differs_from_installed()};
+  return {artifact_checksum_wrong(), artifact_altered_after_signing(), artifact_of_other_bundle(), artifact_in_two_builds()};
 }
 
 }  // namespace eclipse_lint
