@@ -48,9 +48,8 @@ void repair_files(Repair& repair, const fs::path& instance, const std::optional<
   repair.lost = eclipse_instance::lost_units(instance, left);
   repair.orphaned_bundles = orphaned_bundles(plan, left, instance);
   if (plan.configuration && !plan.configuration->is_startable && !plan.to_restore) {
-    throw eclipse_instance::RepairError("the configuration would stay damaged" +
-                                        (plan.to ? " in the state " + *plan.to : std::string()) + "; " +
-                                        eclipse_instance::fix_of(*plan.configuration, repair.executable));
+    const std::string where = plan.to ? "the configuration would stay damaged in the state " + *plan.to + "; " : std::string();
+    throw eclipse_instance::RepairError(where + eclipse_instance::fix_of(*plan.configuration, repair.executable));
   }
   const std::string too_much = to ? "" : eclipse_instance::too_much_reverted(plan);
   if (!too_much.empty()) throw eclipse_instance::RepairError(too_much);

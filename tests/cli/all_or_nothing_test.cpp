@@ -52,7 +52,7 @@ TEST_F(AllOrNothing, LeavesAWholeRunAsItIs) {
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
 
-TEST_F(AllOrNothing, TakesBackHalfARun) {
+TEST_F(AllOrNothing, RevertsHalfARun) {
   script(1, "exit 13");
   script(2, leave("with-one", "2"));
   script(3, "exit 13");
@@ -66,7 +66,7 @@ TEST_F(AllOrNothing, TakesBackHalfARun) {
                                 "  Command: DIRECTORY/eclipse/eclipse -nosplash -nl en "),
             std::string::npos)
       << outcome.output;
-  EXPECT_TRUE(outcome.output.ends_with("  Taken back:\n    - 1 other unit\n")) << outcome.output;
+  EXPECT_TRUE(outcome.output.ends_with("  Reverting changed:\n    - 1 other unit\n")) << outcome.output;
   EXPECT_TRUE(fs::exists(registry + "9.profile"));
   EXPECT_FALSE(Json::parse(content_of("v.json")).contains("CASHED_ECLIPSE_PATH")) << "the instance is as new as before";
   const Json history = Json::parse(eclipse_int("history eclipse --json").output);
@@ -74,7 +74,7 @@ TEST_F(AllOrNothing, TakesBackHalfARun) {
 }
 
 /// As when the disk is full: the director reports success nevertheless, and no other director could start.
-TEST_F(AllOrNothing, BringsBackAConfigurationThatWasCut) {
+TEST_F(AllOrNothing, RestoresAConfigurationThatWasCut) {
   fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.profile=P\n");
   script(1, leave("with-both", "2") + "; : > eclipse/configuration/config.ini");
   const Outcome outcome = eclipse_int("run session.json --all-or-nothing");
@@ -83,8 +83,8 @@ TEST_F(AllOrNothing, BringsBackAConfigurationThatWasCut) {
       "\nAll or nothing:\n"
       "  A director has damaged the Eclipse instance, so the instance is as it was before the run: the state 1 "
       "(1970-01-01 00:00:00 UTC).\n"
-      "  A state of the profile was moved aside: DIRECTORY/" +
-      registry + "2.profile.damaged\n  A file was brought back: DIRECTORY/eclipse/configuration/config.ini\n"))
+      "  Renamed a damaged state of the profile to DIRECTORY/" +
+      registry + "2.profile.damaged\n  Restored: DIRECTORY/eclipse/configuration/config.ini\n"))
       << outcome.output;
   EXPECT_EQ(content_of("eclipse/configuration/config.ini"), "eclipse.p2.profile=P\n");
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
@@ -116,7 +116,7 @@ TEST_F(AllOrNothing, StartsNoDirectorWhenNothingHasChanged) {
   EXPECT_EQ(result.at("commands").size(), 3U);
 }
 
-TEST_F(AllOrNothing, TakesBackARunThatASignalEnds) {
+TEST_F(AllOrNothing, RevertsARunThatASignalEnds) {
   script(1, leave("with-one", "2") + "; kill -s TERM $(cat number); sleep 0.3");
   script(2, go_back);
   const Json result = run(143);
@@ -133,7 +133,7 @@ TEST_F(AllOrNothing, LeavesAWholeRunThatASignalEnds) {
   EXPECT_FALSE(fs::exists(registry + "9.profile"));
 }
 
-TEST_F(AllOrNothing, TakesBackARunThatTwoSignalsEnd) {
+TEST_F(AllOrNothing, RevertsARunThatTwoSignalsEnd) {
   script(1, leave("with-one", "2") + "; kill -s INT $(cat number); sleep 0.5; kill -s INT $(cat number); exec sleep 100");
   script(2, go_back + "; sleep 0.5");
   const Json result = run(130);
@@ -158,7 +158,7 @@ TEST_F(AllOrNothing, SaysWhenTheWayBackWasStopped) {
   EXPECT_EQ(result.at("allOrNothing").at("error"), "SIGTERM stopped the director on the way back");
 }
 
-TEST_F(AllOrNothing, MovesADamagedStateAside) {
+TEST_F(AllOrNothing, RenamesADamagedState) {
   script(1, "printf '<profile' > " + registry + "2.profile; kill -s KILL $$");
   script(2, leave("with-one", "3") + "; exit 13");
   script(3, "printf '<profile' > " + registry + "4.profile; kill -s KILL $$");
@@ -168,7 +168,7 @@ TEST_F(AllOrNothing, MovesADamagedStateAside) {
   EXPECT_EQ(result.at("allOrNothing").at("revertedTo"), "1");
 }
 
-TEST_F(AllOrNothing, TakesBackARemovalThatLeavesSomething) {
+TEST_F(AllOrNothing, RevertsARemovalThatLeavesSomething) {
   write_session("uninstall", {}, "\"remove\": true");
   fake::write_file(registry + "1.profile", "<profile><units>" + unit("ide") + unit("one") + unit("two") + "</units></profile>");
   script(1, leave("with-one", "2"));

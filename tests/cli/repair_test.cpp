@@ -83,7 +83,7 @@ TEST_F(Repair, IsNeededBeforeAnyRun) {
 }
 
 /// What a director leaves that was killed, or had no room, and reports success nevertheless.
-TEST_F(Repair, BringsBackTheConfigurationThatADirectorHasCut) {
+TEST_F(Repair, RestoresTheConfigurationThatADirectorHasCut) {
   write_state("1", sound);
   write_configuration("eclipse.p2.profile=P\n");
   script(1, "cp " + registry + "1.profile " + registry + "2.profile; : > " + configuration);
@@ -101,16 +101,16 @@ TEST_F(Repair, BringsBackTheConfigurationThatADirectorHasCut) {
       "    1 (1970-01-01 00:00:00 UTC): 1 unit\n"
       "  Damaged: DIRECTORY/" +
       configuration + " has no settings\n";
-  EXPECT_EQ(eclipse_int("repair eclipse --dry-run"),
-            (Outcome{1,
-                     states + "  Would rename: DIRECTORY/" + registry + "2.profile\n  Would restore: DIRECTORY/" +
-                         configuration + "\n",
-                     ""}));
+  EXPECT_EQ(
+      eclipse_int("repair eclipse --dry-run"),
+      (Outcome{
+          1, states + "  Would rename: DIRECTORY/" + registry + "2.profile\n  Would restore: DIRECTORY/" + configuration + "\n",
+          ""}));
   EXPECT_EQ(content_of(configuration), "");
   script(2, "echo one/1.0.0");
   EXPECT_EQ(eclipse_int("repair eclipse"),
             (Outcome{0,
-                     states + "  Moved aside: DIRECTORY/" + registry + "2.profile.damaged\n  Restored: DIRECTORY/" +
+                     states + "  Renamed: DIRECTORY/" + registry + "2.profile to 2.profile.damaged\n  Restored: DIRECTORY/" +
                          configuration + "\n  The director starts. Installed by name:\n    one/1.0.0\n",
                      ""}));
   EXPECT_EQ(content_of(configuration), "eclipse.p2.profile=P\n");
@@ -128,31 +128,33 @@ std::string leave(const std::string& time, const std::vector<std::string>& units
   return "cp prepared-" + time + " " + registry + time + ".profile; : > " + configuration;
 }
 
-TEST_F(Repair, SaysWhatOfTheLastRunItTakesBack) {
+TEST_F(Repair, SaysWhatOfTheLastRunItReverts) {
   write_state("1", profile_with({"one"}));
   write_configuration("eclipse.p2.profile=P\n");
   script(1, leave("2", {"one", "two"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 1);
-  const std::string state = "2 (1970-01-01 00:00:00 UTC), made by eclipse-int run session.json\n    + 1 other unit\n";
+  const std::string state =
+      "2 (1970-01-01 00:00:00 UTC), made by eclipse-int run session.json, which changed:\n    + 1 other unit\n";
   const Outcome dry_run = eclipse_int("repair eclipse --dry-run");
   EXPECT_EQ(dry_run.status, 1);
-  EXPECT_NE(dry_run.output.find("  Would be taken back: " + state), std::string::npos) << dry_run.output;
+  EXPECT_NE(dry_run.output.find("  Would revert " + state), std::string::npos) << dry_run.output;
   script(2, "echo one/1.0.0");
   const Outcome repair = eclipse_int("repair eclipse");
   EXPECT_EQ(repair.status, 0);
-  EXPECT_NE(repair.output.find("  Taken back: " + state + "  Moved aside: "), std::string::npos) << repair.output;
+  EXPECT_NE(repair.output.find("  Reverted " + state + "  Renamed: "), std::string::npos) << repair.output;
 }
 
-TEST_F(Repair, TakesBackMoreThanARunOnlyOnRequest) {
+TEST_F(Repair, RevertsMoreThanARunOnlyOnRequest) {
   write_state("1", profile_with({"one"}));
   write_configuration("eclipse.p2.profile=P\n");
   script(1, leave("5", {"one", "guest", "two"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 1);
   write_state("6", profile_with({"one", "guest"}));
   const std::string found =
-      "  Would be taken back: 6 (1970-01-01 00:00:00 UTC), not made by a recorded run\n    - 1 other unit\n"
-      "  Would be taken back: 5 (1970-01-01 00:00:00 UTC), made by eclipse-int run session.json\n    + 2 other units\n"
-      "  Error: going back to the state 1 takes back changes that no recorded run made; --to 1 does this\n";
+      "  Would revert 6 (1970-01-01 00:00:00 UTC), made outside eclipse-int, which changed:\n    - 1 other unit\n"
+      "  Would revert 5 (1970-01-01 00:00:00 UTC), made by eclipse-int run session.json, which changed:\n    + 2 other units\n"
+      "  Error: this would revert the instance to the state 1, and undo changes that were made outside eclipse-int; use --to 1 "
+      "to accept that\n";
   for (const std::string arguments : {"repair eclipse --dry-run", "repair eclipse"}) {
     const Outcome refused = eclipse_int(arguments);
     EXPECT_EQ(refused.status, 1);
@@ -172,7 +174,7 @@ TEST_F(Repair, TakesBackMoreThanARunOnlyOnRequest) {
 }
 
 /// The copy of the configuration is older than two runs when it could not be kept before the second one.
-TEST_F(Repair, TakesBackTwoRunsOnlyOnRequest) {
+TEST_F(Repair, RevertsTwoRunsOnlyOnRequest) {
   write_state("1", profile_with({"one"}));
   write_configuration("eclipse.p2.profile=P\n");
   script(1, leave("2", {"one", "two"}) + "; echo eclipse.p2.profile=P > " + configuration);
@@ -184,7 +186,8 @@ TEST_F(Repair, TakesBackTwoRunsOnlyOnRequest) {
   fs::rename("kept", "eclipse/configuration/.eclipse-int.kept");
   const Outcome refused = eclipse_int("repair eclipse");
   EXPECT_EQ(refused.status, 1);
-  EXPECT_TRUE(refused.output.ends_with("  Error: going back to the state 1 takes back 2 runs; --to 1 does this\n"))
+  EXPECT_TRUE(refused.output.ends_with(
+      "  Error: this would revert the instance to the state 1, and undo 2 runs; use --to 1 to accept that\n"))
       << refused.output;
   EXPECT_TRUE(fs::exists(registry + "3.profile"));
 }
@@ -231,7 +234,7 @@ TEST_F(Repair, NamesBundlesThatNoDirectorCanRemoveAnyMore) {
   EXPECT_EQ(repair.status, 1);
   EXPECT_TRUE(
       repair.output.ends_with("2.profile\n"
-                              "  Warning: bundles.info still lists two/1.0.0, which only the states to be moved aside contain, "
+                              "  Warning: bundles.info still lists two/1.0.0, which no state contains after that, "
                               "so Eclipse keeps starting bundles that no director can remove\n"
                               "    Fix: use \"eclipse-int undo --to\", which lets the director remove them\n"))
       << repair.output;
@@ -252,8 +255,8 @@ TEST_F(Repair, GoesBackToNoStateWithoutADirector) {
   const Outcome refused = eclipse_int("repair eclipse --to 1");
   EXPECT_EQ(refused.status, 1);
   EXPECT_TRUE(refused.output.ends_with(
-      "  Error: the state 1 has no director (org.eclipse.equinox.p2.director.app), so there would be no way "
-      "forward from it; choose a newer one with --to, or restore the p2 profile from a backup\n"))
+      "  Error: the state 1 has no director (org.eclipse.equinox.p2.director.app), so nothing could be installed "
+      "or undone afterwards; choose a newer one with --to, or restore the p2 profile from a backup\n"))
       << refused.output;
   EXPECT_TRUE(fs::exists(registry + "2.profile"));
   EXPECT_EQ(director_calls(), "");
@@ -299,13 +302,14 @@ TEST_F(Repair, CanBeRepeatedWhenTheCopyCannotBeBroughtBack) {
   EXPECT_FALSE(fs::exists(registry + "2.profile"));
 }
 
-TEST_F(Repair, MovesWhatOnlyHasTheNameOfAStateAside) {
+TEST_F(Repair, RenamesWhatOnlyHasTheNameOfAState) {
   write_state("1", sound);
   fake::write_file(registry + "abc.profile.gz", "");
   script(1, "echo one/1.0.0");
   const Outcome repair = eclipse_int("repair eclipse");
   EXPECT_EQ(repair.status, 0);
-  EXPECT_NE(repair.output.find("  Moved aside: DIRECTORY/" + registry + "abc.profile.gz.damaged\n"), std::string::npos)
+  EXPECT_NE(repair.output.find("  Renamed: DIRECTORY/" + registry + "abc.profile.gz to abc.profile.gz.damaged\n"),
+            std::string::npos)
       << repair.output;
 }
 
@@ -338,7 +342,7 @@ TEST_F(Repair, IsNotRecommendedForASoundProfile) {
   EXPECT_EQ(run.error, "");
 }
 
-TEST_F(Repair, MovesDamagedStatesAsideAndAsksTheEclipse) {
+TEST_F(Repair, RenamesDamagedStatesAndAsksTheEclipse) {
   write_state("1731234567890", damaged);
   write_state("1731234560000", sound);
   script(1, "test -e " + registry + "1731234567890.profile || echo one/1.0.0");
@@ -351,8 +355,8 @@ TEST_F(Repair, MovesDamagedStatesAsideAndAsksTheEclipse) {
             (Outcome{1, states + "  Would rename: DIRECTORY/" + registry + "1731234567890.profile\n", ""}));
   EXPECT_EQ(director_calls(), "");
   EXPECT_EQ(eclipse_int("repair eclipse/eclipse"), (Outcome{0,
-                                                            states + "  Moved aside: DIRECTORY/" + registry +
-                                                                "1731234567890.profile.damaged\n"
+                                                            states + "  Renamed: DIRECTORY/" + registry +
+                                                                "1731234567890.profile to 1731234567890.profile.damaged\n"
                                                                 "  The director starts. Installed by name:\n"
                                                                 "    one/1.0.0\n",
                                                             ""}));
@@ -435,11 +439,9 @@ TEST_F(Repair, GoesBackOnlyOnRequestWhenUnitsWereLost) {
   write_bundles();
   const Outcome outcome = eclipse_int("repair eclipse");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_NE(outcome.output.find(
-                "  Nothing to repair.\n"
-                "  Warning: the newest readable state has 1 unit, the state before it has 3, and bundles.info "
-                "still lists 1 bundle of those that are missing, as if two directors had worked at the same time\n"
-                "    Fix: eclipse-int repair DIRECTORY/eclipse/eclipse --to 1\n"),
+  EXPECT_NE(outcome.output.find("  Warning: the newest readable state has 1 unit, the state before it 3, but bundles.info "
+                                "still lists 1 bundle of the missing ones, as if two directors had worked at the same time\n"
+                                "    Fix: eclipse-int repair DIRECTORY/eclipse/eclipse --to 1\n"),
             std::string::npos)
       << outcome.output;
   EXPECT_EQ(eclipse_int("repair eclipse --to 1").status, 0);

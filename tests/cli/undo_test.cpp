@@ -145,7 +145,7 @@ TEST_F(History, ASuccessWithoutANewStateIsNotBelieved) {
   EXPECT_EQ(eclipse_int("run session.json").status, 0);
 }
 
-TEST_F(Undo, TakesBackTheLastRun) {
+TEST_F(Undo, UndoesTheLastRun) {
   script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
   const std::string variables = " --variables v.json --write-variables v.json";
   ASSERT_EQ(eclipse_int("run session.json" + variables).status, 0);
@@ -181,7 +181,7 @@ TEST_F(Undo, TakesBackTheLastRun) {
             "--to TIME (\"eclipse-int history\" lists them)");
 }
 
-TEST_F(Undo, TakesBackOneRunAfterTheOther) {
+TEST_F(Undo, UndoesOneRunAfterTheOther) {
   script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   script(2, leave("1731234700000", {"ide/4.0.0", "one/2.0.0"}));
@@ -198,7 +198,7 @@ TEST_F(Undo, TakesBackOneRunAfterTheOther) {
   EXPECT_EQ(undo("--eclipse eclipse --dry-run", 0).at("to"), "1731234600000");
 }
 
-TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChanged) {
+TEST_F(Undo, AsksBeforeItUndoesWhatOthersChanged) {
   script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   write_state("1731234700000", {"ide/4.0.0", "one/1.0.0"});
@@ -210,13 +210,13 @@ TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChanged) {
                      "Eclipse DIRECTORY/eclipse/eclipse\n"
                      "  Reverts to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
                      "  Undoes: eclipse-int run session.json\n"
-                     "  Also undoes, not made by a recorded run: 1731234800000 (2024-11-10 10:33:20 UTC)\n"
+                     "  Also undoes 1731234800000 (2024-11-10 10:33:20 UTC), made outside eclipse-int:\n"
                      "    + guest 1.0.0\n"
                      "  Changes:\n"
                      "    - guest 1.0.0\n"
                      "    - one 1.0.0\n"
-                     "  Error: this would also take back the changes above, which no recorded run made; use --force to take "
-                     "them back, too\n",
+                     "  Error: this would also undo the changes above, which were made outside eclipse-int; use --force to "
+                     "undo them, too\n",
                      ""}));
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
   script(2, leave("1731234900000", {"ide/4.0.0"}));
@@ -226,7 +226,7 @@ TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChanged) {
 }
 
 /// By hand, while a run is at work.
-TEST_F(Undo, AsksBeforeItTakesBackWhatOthersChangedDuringARun) {
+TEST_F(Undo, AsksBeforeItUndoesWhatOthersChangedDuringARun) {
   script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0", "three/1.0.0"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   const Json result = undo("session.json", 1);
@@ -270,7 +270,8 @@ TEST_F(Undo, DoesNotStartADirectorForNothing) {
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   const Outcome outcome = eclipse_int("undo session.json --to 1731234500000");
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_TRUE(outcome.output.ends_with("  Nothing to do: the instance has the units of this state already.\n")) << outcome.output;
+  EXPECT_TRUE(outcome.output.ends_with("  Nothing to do: the instance has the units of this state already.\n"))
+      << outcome.output;
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
 
@@ -281,7 +282,7 @@ TEST_F(Undo, ExplainsWhatTheDirectorDidNotDo) {
   const Json failed = undo("session.json", 1);
   EXPECT_EQ(failed.at("error"), "the director did not go back: exit code 13");
   EXPECT_EQ(failed.at("failure").at("layer"), "the launcher");
-  EXPECT_EQ(undo("session.json --dry-run", 0).at("to"), "1731234500000") << "it was not taken back";
+  EXPECT_EQ(undo("session.json --dry-run", 0).at("to"), "1731234500000") << "it was not undone";
 }
 
 TEST_F(Undo, LeavesADamagedProfileToRepair) {
@@ -307,7 +308,8 @@ TEST_F(Undo, DoesNotSayThatItIsDoneBeforeAnError) {
   fake::write_file(configuration, "");
   const Outcome damaged = eclipse_int("undo session.json");
   EXPECT_EQ(damaged.status, 1);
-  EXPECT_EQ(damaged.output, found + "  Error: nothing was run, since the Eclipse instance needs a repair first\n");
+  EXPECT_EQ(damaged.output,
+            found + "  Error: the Eclipse instance is damaged; run: eclipse-int repair DIRECTORY/eclipse/eclipse\n");
   EXPECT_EQ(damaged.error,
             "eclipse-int: DIRECTORY/" + configuration +
                 " has no settings, so every director fails; run: eclipse-int repair DIRECTORY/eclipse/eclipse\n");

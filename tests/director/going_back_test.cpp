@@ -101,7 +101,7 @@ TEST(Updating, RootThatAnotherHoldsBackLeavesEverythingAsItIs) {
   EXPECT_EQ(product.installed(), features({"alpha", "holder"}));
 }
 
-TEST(GoingBack, RunsAreTakenBackOneAfterTheOther) {
+TEST(GoingBack, RunsAreUndoneOneAfterTheOther) {
   Product product;
   product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");
   const std::string file = (product.directory() / "state.json").string();

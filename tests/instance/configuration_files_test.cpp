@@ -415,7 +415,7 @@ TEST_F(ConfigurationFiles, AFileWithTheNameOfAStateStopsEveryChange) {
 }
 
 /// A repair that ended before it brought the configuration back leaves them.
-TEST_F(ConfigurationFiles, BundlesThatOnlyStatesHaveThatWereMovedAsideAreDamage) {
+TEST_F(ConfigurationFiles, BundlesThatOnlyRenamedStatesHaveAreDamage) {
   install_a_third();
   write_list({"a", "b", "c", "mine"});
   rename_aside(read_profile_state(file("2")));
@@ -425,7 +425,8 @@ TEST_F(ConfigurationFiles, BundlesThatOnlyStatesHaveThatWereMovedAsideAreDamage)
   EXPECT_EQ(damage(), text + "run: eclipse-int repair ide/eclipse");
   RepairPlan plan = plan_repair("ide");
   EXPECT_TRUE(plan.to_restore && states_to_rename(plan.states, plan.to).empty());
-  const std::string by_hand = "rename the .damaged states back, and use \"eclipse-int undo --to\", which lets the director remove them";
+  const std::string by_hand =
+      "rename the .damaged states back, and use \"eclipse-int undo --to\", which lets the director remove them";
   write_state("3", {"a", "b"});
   EXPECT_EQ(damage(), text + by_hand) << "the copy is older";
   EXPECT_FALSE(plan_repair("ide").to_restore);

@@ -49,10 +49,10 @@ TEST(WayBack, NamesTheStatesOfOthers) {
   EXPECT_EQ(way.states_of_others, (Times{"5", "4"}));
 }
 
-TEST(WayBack, PassesOverWhatWasTakenBack) {
+TEST(WayBack, PassesOverWhatWasUndone) {
   const RunJournal journal{{run("1", "2"), run("2", "3"), run("3", "4", "2")}};
   const WayBack way = way_back({"4", "3", "2", "1"}, journal, never);
-  EXPECT_EQ(way.target, "1") << "the run to 3 was taken back already";
+  EXPECT_EQ(way.target, "1") << "the run to 3 was undone already";
   EXPECT_EQ(commands_of(way), (Times{"run to 4", "run to 2"}));
   EXPECT_EQ(way.states_of_others, Times());
   EXPECT_EQ(way_back_to({"4", "3", "2", "1"}, journal, "3").target, "3") << "and can be named";
@@ -84,7 +84,8 @@ TEST(WayBack, LeadsToANamedState) {
   EXPECT_EQ(way.target, "2");
   EXPECT_EQ(commands_of(way), (Times{"run to 5", "run to 3"}));
   EXPECT_EQ(way.states_of_others, Times{"4"});
-  EXPECT_EQ(way_back_to(times, journal, "9").error, "the profile has no state of the time 9; \"eclipse-int history\" lists them");
+  EXPECT_EQ(way_back_to(times, journal, "9").error,
+            "the profile has no state of the time 9; \"eclipse-int history\" lists them");
 }
 
 TEST(WayBack, DoesNotTrustTheOrderInTheFile) {
@@ -101,7 +102,8 @@ TEST(WayBack, IsNotThereWithoutARun) {
 }
 
 TEST(WayBack, EndsWhereTheStateIsGone) {
-  EXPECT_EQ(way_back({"5"}, {{run("3", "5")}}, never).error, "the profile has no state of the time 3; \"eclipse-int history\" lists them");
+  EXPECT_EQ(way_back({"5"}, {{run("3", "5")}}, never).error,
+            "the profile has no state of the time 3; \"eclipse-int history\" lists them");
 }
 
 TEST(ProfileHistory, TellsWhatEachStateChangedAndWhoMadeIt) {

@@ -135,7 +135,7 @@ TEST_F(ProfileRepair, KeepsNotTheUnitsOfAllStates) {
   EXPECT_TRUE(plan_repair("ide", "7").reverted.empty());
 }
 
-TEST_F(ProfileRepair, MovesAsideAndOverwritesNothing) {
+TEST_F(ProfileRepair, RenamesAndOverwritesNothing) {
   for (const std::string number : {"", ".2", ".3"}) {
     write_damaged("12");
     EXPECT_EQ(rename_aside(newest_states("ide").front()), file("12") + ".damaged" + number);

@@ -141,8 +141,9 @@ TEST_F(Revert, IsNotTriedWithoutAWayForward) {
   write_state("2", profile("<unit id='org.eclipse.equinox.p2.director.app' version='1'/>"));
   write_state("3", "<profile");
   const auto state = [](const std::string& time) { return state_of_time("ide", time); };
-  EXPECT_EQ(why_not_revertible(state("2"), state("1")),
-            "the state 1 has no director (org.eclipse.equinox.p2.director.app), so nothing could be installed or undone afterwards");
+  EXPECT_EQ(
+      why_not_revertible(state("2"), state("1")),
+      "the state 1 has no director (org.eclipse.equinox.p2.director.app), so nothing could be installed or undone afterwards");
   EXPECT_EQ(why_not_revertible(state("1"), state("2")), "");
   EXPECT_EQ(why_not_revertible(state("2"), state("2")), "");
   EXPECT_EQ(why_not_revertible(state("3"), state("1")), "the state 3 of the p2 profile is not well-formed XML");

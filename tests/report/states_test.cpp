@@ -119,7 +119,7 @@ std::string shown(const Undo& undo, int exit_status) {
   return found_text(undo) + undone_text(undo) + written_to(STDOUT_FILENO, [&] { print_undo(undo, exit_status); });
 }
 
-TEST(Undo, ShowsWhatWasTakenBackOrWouldBe) {
+TEST(Undo, ShowsWhatWasUndoneOrWouldBe) {
   Undo undo;
   undo.executable = "ide/eclipse\x1B";
   std::string text = shown(undo, 0);
@@ -143,7 +143,7 @@ TEST(Undo, ShowsWhatWasTakenBackOrWouldBe) {
   undo.variables_of_run = "";
   text += shown(undo, 0);
   undo.variables_written.reset();
-  undo.error = "not brought back\x1B";
+  undo.error = "not reverted\x1B";
   undo.variables_of_run = "v.json";
   text += shown(undo, 1);
   undo.reversion->failure = failure;

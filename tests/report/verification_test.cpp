@@ -91,8 +91,7 @@ TEST(VerificationText, CountsUnits) {
   EXPECT_EQ(verification_text(with({unit("a", false), unit("b", true), unit("c", true)})),
             "Different: 1 of 3 units to be installed is not installed in eclipse\n"
             "  a is not installed (tools.txt:1)\n");
-  EXPECT_EQ(verification_text(with({unit("a", false)}, true)),
-            "Same: the 1 unit to be removed is not installed in eclipse\n");
+  EXPECT_EQ(verification_text(with({unit("a", false)}, true)), "Same: the 1 unit to be removed is not installed in eclipse\n");
   EXPECT_EQ(verification_text(with({unit("a", false), unit("b", true)}, true)),
             "Different: 1 of 2 units to be removed is still installed in eclipse\n"
             "  b is still installed (tools.txt:1)\n");
