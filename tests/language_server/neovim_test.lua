@@ -48,7 +48,7 @@ local function check()
   expect("nothing is left to show", function() return codes() == "" end)
 
   -- All safe fixes.
-  vim.api.nvim_buf_set_lines(0, 1, 2, false, { "site \tx.a", "\t\t" })
+  vim.api.nvim_buf_set_lines(0, 1, 2, false, { "site \tx.a", " \t\t" })
   expect("the mistakes are shown", function() return #vim.diagnostic.get(0) >= 3 end)
   local context = { only = { "source.fixAll" } }
   vim.lsp.buf.code_action(vim.fn.has("nvim-0.8") == 1 and { context = context } or context)
