@@ -65,7 +65,8 @@ std::size_t foreign_version_in(std::string_view column) {
   const char first = begin == column.size() ? ' ' : column[begin];
   const bool has_space = column.substr(end, begin - end).find(' ') != column.npos;
   const bool is_usual = !has_space && begins_range.find(first) == begins_range.npos;
-  const bool is_version = (first >= '0' && first <= '9') || begins_range.find(first) != begins_range.npos;
+  const std::size_t number = column.find_first_not_of(std::string(" ") += begins_range, begin);
+  const bool is_version = number != column.npos && column[number] >= '0' && column[number] <= '9';
   const bool has_others = column.find_first_of("&|;$`\"'\\*?{}#!", begin) != column.npos;
   return is_version && !is_usual && !has_others ? begin : column.npos;
 }

@@ -39,12 +39,13 @@ bool is_below(const fs::path& path, const fs::path& directory) {
   return !below.empty() && *below.begin() != "..";
 }
 
-/// The first file of a repository that is not in the component's directory, although the repository is.
+/// The first file of a repository that a link takes from outside the component's directory. Where the metadata leads out of it
+/// is another finding.
 void check_files(const Record& record, const fs::path& base, Reporter& reporter) {
   for (const auto& [artifact, file] : record.site->artifact_files) {
     std::error_code error;
     const fs::path path = fs::canonical(file.path, error);
-    if (error || is_below(path, base)) continue;
+    if (error || is_below(path, base) || !is_below(file.path, base)) continue;
     return reporter.report(record.location(0),
                            in_quotes(record.repository()) + ": " + file.name +
                                " is outside of the component's directory: a symbolic link leads to " + path.string(),
