@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <utility>
 
 #include "base/file.h"
 #include "base/limits.h"
@@ -141,27 +142,49 @@ int become_host(const std::vector<std::string>& command) {
   return errno;
 }
 
+/// Takes the error of a host that cannot start to this process. One that starts closes its end.
+class ErrorPipe {
+ public:
+  ErrorPipe() {
+    if (pipe2(ends_.data(), O_CLOEXEC) != 0)
+      throw std::runtime_error(std::string("check-host: cannot make a pipe: ") + std::strerror(errno));
+  }
+  ~ErrorPipe() {
+    for (const int end : ends_) {
+      if (end >= 0) close(end);
+    }
+  }
+  ErrorPipe(const ErrorPipe&) = delete;
+  ErrorPipe& operator=(const ErrorPipe&) = delete;
+
+  void send(int error) const { [[maybe_unused]] const ssize_t written = write(ends_[1], &error, sizeof error); }
+
+  /// 0 when there is none. Called once, by the process that does not send.
+  int receive() {
+    close(std::exchange(ends_[1], -1));
+    int error = 0;
+    return read(ends_[0], &error, sizeof error) == sizeof error ? error : 0;
+  }
+
+ private:
+  std::array<int, 2> ends_{};
+};
+
 /// Runs the host until it ends, and returns its wait status.
 int run_host(const std::vector<std::string>& command) {
-  std::array<int, 2> ends{};  // of a pipe for the error: a host that starts closes it
-  if (pipe2(ends.data(), O_CLOEXEC) != 0)
-    throw std::runtime_error(std::string("check-host: cannot make a pipe: ") + std::strerror(errno));
+  ErrorPipe pipe;
   const InterruptionsIgnored ignored;
   const pid_t child = fork();
   if (child < 0) throw std::runtime_error(std::string("check-host: cannot start a process: ") + std::strerror(errno));
   if (child == 0) {
     ignored.end_in_child();
-    const int error = become_host(command);
-    [[maybe_unused]] const ssize_t written = write(ends[1], &error, sizeof error);
+    pipe.send(become_host(command));
     _exit(127);
   }
-  close(ends[1]);
-  int error = 0;
-  const bool is_started = read(ends[0], &error, sizeof error) != sizeof error;
-  close(ends[0]);
+  const int error = pipe.receive();
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
-  if (!is_started) {
+  if (error != 0) {
     throw UsageError("check-host: " + eclipse_base::printable(command[0]) + " cannot be started: " + std::strerror(error) +
                      "; correct COMMAND");
   }

@@ -47,12 +47,13 @@ bool is_regular(int descriptor) {
 /// inherit it.
 int open_lock(const fs::path& instance, std::initializer_list<int> accesses = {O_RDWR | O_CREAT, O_RDONLY}) {
   const fs::path file = lock_file(instance);
+  const fs::path directory = file.parent_path();
   for (const int access : accesses) {
     const int descriptor = open(file.c_str(), access | O_NOFOLLOW | O_NONBLOCK, 0666);
     if (descriptor < 0) continue;
     if (is_regular(descriptor)) {
-      share_with_users_of(file.parent_path(), descriptor);
-      give_to_owner_of(file.parent_path(), descriptor);
+      share_with_users_of(directory, descriptor);
+      give_to_owner_of(directory, descriptor);
       return descriptor;
     }
     close(descriptor);

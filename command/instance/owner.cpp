@@ -24,10 +24,11 @@ void share_with_users_of(const fs::path& directory, int descriptor) {
 
 void make_directory_for_owner(const fs::path& directory) {
   fs::create_directory(directory);
+  const fs::path parent = directory.parent_path();
   // Not by its path, which the owner could make a link to another file meanwhile.
   const int descriptor = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
   if (descriptor < 0) return;
-  give_to_owner_of(directory.parent_path(), descriptor);
+  give_to_owner_of(parent, descriptor);
   close(descriptor);
 }
 

@@ -102,9 +102,10 @@ RunJournal read_file_of_runs(const fs::path& instance) {
 }
 
 void share(const fs::path& file) {
+  const fs::path directory = file.parent_path();
   const int descriptor = open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
   if (descriptor < 0) return;
-  share_with_users_of(file.parent_path(), descriptor);
+  share_with_users_of(directory, descriptor);
   close(descriptor);
 }
 

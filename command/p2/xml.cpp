@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -92,7 +93,8 @@ Xml read_xml(const std::string& text, const char* root) {
     xml.exceeds_limit = true;
   } else if (std::string error = error_in_text(text); !error.empty()) {
     xml.error = std::move(error);
-  } else if (!xml.document.load_buffer(text.data(), text.size())) {
+  } else if (const auto result = xml.document.load_buffer(text.data(), text.size()); !result) {
+    if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
     xml.error = "is not well-formed XML";
   } else if (!xml.document.child(root)) {
     xml.error = std::string("has no <") + root + "> element";
