@@ -25,8 +25,8 @@ Unpacked decompress(const std::string& compressed, Compression compression, std:
 std::optional<Unpacked> zip_entry(const std::string& archive, const std::string& name, std::size_t limit);
 
 /// Why a file that begins like a zip archive does not end like one, to be read after its name; empty when it does, and when
-/// it cannot be read. An archive that was cut has lost its central directory, which is at its end; the end of an archive that is
-/// stored in it may be left.
+/// it cannot be read. An archive that was cut has lost its central directory, which is at its end; the end of an archive that
+/// is stored in it may be left.
 std::string zip_end_error(const std::filesystem::path& file);
 
 /// A zip archive in a file, read by its central directory.

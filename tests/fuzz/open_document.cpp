@@ -15,8 +15,8 @@
 
 using namespace eclipse_language_server;
 using fuzz::expect;
-using fuzz::linter;
 using fuzz::expect_same;
+using fuzz::linter;
 namespace fs = std::filesystem;
 
 namespace {
