@@ -135,9 +135,10 @@ void look_at(Undo& undo, const UndoOptions& options) {
   }
   if (undo.change->is_empty()) return;
   undo.missing = missing_artifacts(instance, newest, target, repositories_for(undo, options.repositories));
-  if (undo.error.empty() && undo.missing.is_certain())
+  if (undo.error.empty() && undo.missing.is_certain()) {
     undo.error =
         "the director would fail, since no known repository has what is missing; use --repository with one that has it";
+  }
 }
 
 /// Throws Interrupted.

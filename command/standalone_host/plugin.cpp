@@ -21,7 +21,7 @@ std::filesystem::path own_library(const std::filesystem::path& name, const std::
   const std::filesystem::path program = std::filesystem::read_symlink(eclipse_shell::own_program).parent_path();
   std::string looked_at;
   for (const auto& directory : {program, (program / installed_library_directory).lexically_normal()}) {
-    const std::filesystem::path library = directory / name;
+    std::filesystem::path library = directory / name;
     if (std::filesystem::exists(library)) return library;
     looked_at += (looked_at.empty() ? "" : " and ") + library.string();
   }

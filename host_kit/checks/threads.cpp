@@ -29,9 +29,10 @@ void on_threads(int rounds, const Act& act) {
     });
   }
   for (std::thread& thread : running) thread.join();
-  if (failure)
+  if (failure) {
     throw Failure{failure->expected + ", on four threads", failure->actual,
                   "a static buffer, or another global that is not locked"};
+  }
 }
 
 std::string own_name(int number) {
