@@ -193,12 +193,25 @@ bool is_end_of_inner_archive(const std::filesystem::path& file, std::uintmax_t s
   return directory == 0 || read_end(file, directory + length_of_end).bytes.starts_with("PK\1\2");
 }
 
-/// The names in the central directory of a zip archive that have backslashes. libarchive turns these into slashes, Java does
-/// not.
-std::vector<std::string> names_with_backslashes(const std::filesystem::path& file) {
+/// zip_end_error() of a file with this end.
+std::string error_of_end(const std::filesystem::path& file, const std::string& end) {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(file, error);
+  if (error) return "";
+  if (end.empty()) return cut_off;
+  constexpr std::size_t in_64_bits = 0xFFFFFFFF;
+  const std::size_t directory = directory_size_in(end);
+  const std::size_t offset = little_endian(std::string_view(end).substr(16));
+  if (directory == in_64_bits || offset == in_64_bits) return "";
+  if (directory + offset + end.size() > size) return "lacks bytes: its central directory is not where its end says";
+  return is_end_of_inner_archive(file, size, end.size(), directory, offset) ? cut_off : "";
+}
+
+/// The names in the central directory of a zip archive with this end that have backslashes. libarchive turns these into
+/// slashes, Java does not.
+std::vector<std::string> names_with_backslashes(const std::filesystem::path& file, const std::string& end) {
   constexpr std::size_t header_size = 46;
   std::vector<std::string> names;
-  const std::string end = end_of_zip(file);
   if (end.empty()) return names;
   const std::size_t size = directory_size_in(end);
   const std::string tail = read_end(file, end.size() + size).bytes;
@@ -251,19 +264,7 @@ std::optional<Unpacked> zip_entry(const std::string& archive, const std::string&
   return find_entry(reader.get(), name, {limit, archive.size()});
 }
 
-std::string zip_end_error(const std::filesystem::path& file) {
-  std::error_code error;
-  const auto size = std::filesystem::file_size(file, error);
-  if (error) return "";
-  const std::string end = end_of_zip(file);
-  if (end.empty()) return cut_off;
-  constexpr std::size_t in_64_bits = 0xFFFFFFFF;
-  const std::size_t directory = directory_size_in(end);
-  const std::size_t offset = little_endian(std::string_view(end).substr(16));
-  if (directory == in_64_bits || offset == in_64_bits) return "";
-  if (directory + offset + end.size() > size) return "lacks bytes: its central directory is not where its end says";
-  return is_end_of_inner_archive(file, size, end.size(), directory, offset) ? cut_off : "";
-}
+std::string zip_end_error(const std::filesystem::path& file) { return error_of_end(file, end_of_zip(file)); }
 
 Archive::Archive(std::filesystem::path file) : file_(std::move(file)) {
   const FileContent beginning = read_beginning(file_, 4);
@@ -280,7 +281,8 @@ Archive::Archive(std::filesystem::path file) : file_(std::move(file)) {
       return true;
     });
   }
-  for (const std::string& name : names_with_backslashes(file_)) {
+  const std::string end = end_of_zip(file_);
+  for (const std::string& name : names_with_backslashes(file_, end)) {
     std::string with_slashes = name;
     std::replace(with_slashes.begin(), with_slashes.end(), '\\', '/');
     if (names_.erase(with_slashes) != 0) names_.insert(name);
@@ -288,13 +290,12 @@ Archive::Archive(std::filesystem::path file) : file_(std::move(file)) {
   if (walk.error.empty() && !other_compression.empty()) {
     walk = failure("is compressed by " + other_compression + ", which Java cannot unpack; use deflate");
   }
-  error_ = !walk.error.empty() && !beginning.bytes.starts_with("PK") ? "is not a zip archive" : walk.error;
+  const bool is_zip = beginning.bytes.starts_with("PK");
+  error_ = !walk.error.empty() && !is_zip ? "is not a zip archive" : walk.error;
   exceeds_limit_ = walk.exceeds_limit;
+  if (!is_zip || exceeds_limit_) return;
   // libarchive may take the end of an archive in it for its own.
-  if (const std::string at_end = zip_end_error(file_);
-      beginning.bytes.starts_with("PK") && !exceeds_limit_ && !at_end.empty()) {
-    error_ = at_end;
-  }
+  if (std::string at_end = error_of_end(file_, end); !at_end.empty()) error_ = std::move(at_end);
 }
 
 Unpacked Archive::read(const std::string& name, std::size_t limit) const {

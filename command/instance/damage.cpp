@@ -102,7 +102,7 @@ std::string fix_of(const ConfigurationDamage& damage, const std::string& executa
   if (!damage.time_before.empty() && why_not_newest(instance, state_of_time(instance, damage.time_before)).empty()) {
     return "run: " + repair_command(executable, damage.time_before);
   }
-  if (!damage.surplus.empty()) return "rename the .damaged states back, and " + std::string(removal_of_surplus);
+  if (!damage.surplus.empty()) return std::string(return_of_states) + removal_of_surplus;
   return "no copy of it was kept; restore it from a backup of the Eclipse instance, or reinstall Eclipse";
 }
 

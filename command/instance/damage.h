@@ -32,7 +32,8 @@ std::optional<LostUnits> lost_units(const std::filesystem::path& instance, const
 std::optional<eclipse_p2::ConfigurationDamage> known_configuration_damage(const std::filesystem::path& instance,
                                                                           const eclipse_p2::ProfileState& state);
 
-/// Of bundles that are listed, but that the newest state lacks.
+/// What to do about bundles that are listed, but that the newest state lacks, after the states that have them are back.
+inline constexpr const char* return_of_states = "rename the .damaged states back, and ";
 inline constexpr const char* removal_of_surplus = "use \"eclipse-int undo --to\", which lets the director remove them";
 
 struct InstanceDamage {

@@ -54,7 +54,7 @@ std::string bundles_text(const Repair& repair) {
   return "  Warning: bundles.info still lists " + printable(first_few(texts_of(repair.orphaned_bundles))) +
          ", which no state contains " + (repair.is_dry_run ? "after that" : "any more") +
          ", so Eclipse keeps starting bundles that no director can remove\n    Fix: " +
-         (repair.is_dry_run ? "" : "rename the .damaged states back, and ") + removal_of_surplus + "\n";
+         (repair.is_dry_run ? "" : return_of_states) + removal_of_surplus + "\n";
 }
 
 Json configuration_json(const ConfigurationDamage& damage) { return {{"file", damage.file.string()}, {"error", damage.error}}; }

@@ -356,8 +356,7 @@ Rule variable_misspelled() {
       .title = "the name of a variable resembles one that a run reads",
       .why = "The variable has no effect. Names must match exactly, even the misspelled CASHED_ECLIPSE_PATH.",
       .fix = "correct the name",
-      .bad = product(
-          session("modify", user_choice("ide/eclipse", R"(, "CACHED_ECLIPSE_PATH": "/opt/product/ide/eclipse")"), tools)),
+      .bad = product(session("modify", user_choice("ide/eclipse", replaced(known_eclipse(), "CASHED", "CACHED")), tools)),
       .good = product(session("modify", user_choice("ide/eclipse", known_eclipse()), tools)),
       .check =
           [](const Input& input, Reporter& reporter) {
