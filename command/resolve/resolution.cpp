@@ -57,7 +57,7 @@ class Questioner {
   }
 
  private:
-  /// The one place where this room starts a director.
+  /// The one place where this module starts a director.
   Verdict ask_at_once(const Texts& features, const std::string& list) {
     progress_.on_question(features, ++number_, most_);
     DirectorCommand command = command_;

@@ -10,6 +10,13 @@ namespace host_kit {
 
 namespace {
 
+constexpr std::string_view whole_interface =
+    "Everything that the plug-in needs from a host is declared here, and the host defines all of it.";
+constexpr std::string_view no_integration = "The integration does not work in this host.";
+constexpr std::string_view try_operations_alone =
+    "See which operation gives what the plug-in does not expect; the other checks try each alone.";
+constexpr std::string_view observed_fix = "See the fix of the checks of this operation.";
+
 /// An Eclipse instance whose director prints its arguments and ends with this code.
 std::string instance_in(const Probe& probe, int exit_code) {
   std::string executable = probe.scratch + "/eclipse";
@@ -47,18 +54,28 @@ int perform(const Probe& probe, Action action) {
   return result;
 }
 
-void users_eclipse_is_accepted(const Probe& probe) {
-  choose_instance(probe, "install", 0);
-  perform(probe, plugin_eclipse_integration_required);
-  perform(probe, plugin_find_eclipse_ide);
-  perform(probe, plugin_verify_eclipse_version);
-  perform(probe, plugin_define_eclipse_path);
-  expect_text("USER_DEFINED_ECLIPSE_PATH_CORRECT for an Eclipse that is there", "yes",
-              get(probe, "USER_DEFINED_ECLIPSE_PATH_CORRECT"));
-  expect_text("ECLIPSE_VERSION of version 4.9.0", "4.9.0", get(probe, "ECLIPSE_VERSION"));
-  expect_text("ECLIPSE_VERSION_IS_SUPPORTED with the minimum 4.7", "yes", get(probe, "ECLIPSE_VERSION_IS_SUPPORTED"));
-  expect_text("ECLIPSE_PATH", probe.scratch, get(probe, "ECLIPSE_PATH"));
-}
+constexpr Check users_eclipse_is_accepted{
+    .name = "run/users-eclipse",
+    .level = Level::must,
+    .title = "The actions accept a user's Eclipse and its version.",
+    .promise = whole_interface,
+    .harm = no_integration,
+    .fix = try_operations_alone,
+    .perform =
+        [](const Probe& probe) {
+          choose_instance(probe, "install", 0);
+          perform(probe, plugin_eclipse_integration_required);
+          perform(probe, plugin_find_eclipse_ide);
+          perform(probe, plugin_verify_eclipse_version);
+          perform(probe, plugin_define_eclipse_path);
+          expect_text("USER_DEFINED_ECLIPSE_PATH_CORRECT for an Eclipse that is there", "yes",
+                      get(probe, "USER_DEFINED_ECLIPSE_PATH_CORRECT"));
+          expect_text("ECLIPSE_VERSION of version 4.9.0", "4.9.0", get(probe, "ECLIPSE_VERSION"));
+          expect_text("ECLIPSE_VERSION_IS_SUPPORTED with the minimum 4.7", "yes", get(probe, "ECLIPSE_VERSION_IS_SUPPORTED"));
+          expect_text("ECLIPSE_PATH", probe.scratch, get(probe, "ECLIPSE_PATH"));
+        },
+    .after = "*",
+};
 
 /// The result of an action that runs a director; skipped if it ran none.
 int perform_with_director(const Probe& probe, Action action) {
@@ -69,86 +86,82 @@ int perform_with_director(const Probe& probe, Action action) {
   return result;
 }
 
-void features_are_installed(const Probe& probe) {
-  choose_instance(probe, "install", 0);
-  expect_equal("perform_integration() with a director that succeeds", 0,
-               perform_with_director(probe, plugin_perform_integration));
-  expect_text("QN_SCRIPTS_FAILED", "", get(probe, "QN_SCRIPTS_FAILED"));
-}
+constexpr Check features_are_installed{
+    .name = "run/installation",
+    .level = Level::must,
+    .title = "perform_integration() runs a director that succeeds, and reports no failure.",
+    .promise = whole_interface,
+    .harm = no_integration,
+    .fix = try_operations_alone,
+    .perform =
+        [](const Probe& probe) {
+          choose_instance(probe, "install", 0);
+          expect_equal("perform_integration() with a director that succeeds", 0,
+                       perform_with_director(probe, plugin_perform_integration));
+          expect_text("QN_SCRIPTS_FAILED", "", get(probe, "QN_SCRIPTS_FAILED"));
+        },
+    .after = "run/users-eclipse",
+};
 
-void failed_director_is_reported(const Probe& probe) {
-  choose_instance(probe, "install", 13);
-  set(probe, "eclipse_integration_failed_title", "FAILED:");
-  expect_equal("perform_integration() with a director that ends with 13", 13,
-               perform_with_director(probe, plugin_perform_integration));
-  expect_text("QN_SCRIPTS_FAILED", "yes", get(probe, "QN_SCRIPTS_FAILED"));
-  const std::string summary = get(probe, "QN_SCRIPTS_COMPLETE_DESC");
-  expect(summary.find("director says: ") != std::string::npos, "the summary has what the director printed", shown(summary));
-}
+constexpr Check failed_director_is_reported{
+    .name = "run/failed-director",
+    .level = Level::must,
+    .title = "perform_integration() reports a director that fails in the summary.",
+    .promise = whole_interface,
+    .harm = "A failed installation is not reported.",
+    .fix = try_operations_alone,
+    .perform =
+        [](const Probe& probe) {
+          choose_instance(probe, "install", 13);
+          set(probe, "eclipse_integration_failed_title", "FAILED:");
+          expect_equal("perform_integration() with a director that ends with 13", 13,
+                       perform_with_director(probe, plugin_perform_integration));
+          expect_text("QN_SCRIPTS_FAILED", "yes", get(probe, "QN_SCRIPTS_FAILED"));
+          const std::string summary = get(probe, "QN_SCRIPTS_COMPLETE_DESC");
+          expect(summary.find("director says: ") != std::string::npos, "the summary has what the director printed",
+                 shown(summary));
+        },
+    .after = "run/installation",
+};
 
-void features_are_removed(const Probe& probe) {
-  choose_instance(probe, "uninstall", 0);
-  expect_equal("perform_unintegration() with a director that succeeds", 0,
-               perform_with_director(probe, plugin_perform_unintegration));
-}
+constexpr Check features_are_removed{
+    .name = "run/removal",
+    .level = Level::must,
+    .title = "perform_unintegration() runs a director that succeeds.",
+    .promise = whole_interface,
+    .harm = no_integration,
+    .fix = try_operations_alone,
+    .perform =
+        [](const Probe& probe) {
+          choose_instance(probe, "uninstall", 0);
+          expect_equal("perform_unintegration() with a director that succeeds", 0,
+                       perform_with_director(probe, plugin_perform_unintegration));
+        },
+    .after = "run/installation",
+};
+
+constexpr Check exception_is_caught{
+    .name = exception_drill,
+    .level = Level::should,
+    .title = "The host catches an exception of an action.",
+    .promise =
+        "If one throws anyway, the exception passes through the plug-in, which releases what it holds on the way, and "
+        "leaves the action unchanged.",
+    .harm = "When memory runs out, the installer ends in the middle of an installation, without telling its user.",
+    .fix = "Catch std::exception around each call of an action, and take it for a failure of the integration.",
+};
 
 }  // namespace
 
 std::vector<Check> action_checks() {
-  constexpr std::string_view promise =
-      "Everything that the plug-in needs from a host is declared here, and the host defines all of it.";
-  constexpr std::string_view harm = "The integration does not work in this host.";
-  constexpr std::string_view fix =
-      "See which operation gives what the plug-in does not expect; the other checks try each alone.";
-  constexpr std::string_view observed_fix = "See the fix of the checks of this operation.";
-  std::vector<Check> checks = {
-      {.name = "run/users-eclipse",
-       .level = Level::must,
-       .title = "The actions accept a user's Eclipse and its version.",
-       .promise = promise,
-       .harm = harm,
-       .fix = fix,
-       .perform = users_eclipse_is_accepted,
-       .after = "*"},
-      {.name = "run/installation",
-       .level = Level::must,
-       .title = "perform_integration() runs a director that succeeds, and reports no failure.",
-       .promise = promise,
-       .harm = harm,
-       .fix = fix,
-       .perform = features_are_installed,
-       .after = "run/users-eclipse"},
-      {.name = "run/failed-director",
-       .level = Level::must,
-       .title = "perform_integration() reports a director that fails in the summary.",
-       .promise = promise,
-       .harm = "A failed installation is not reported.",
-       .fix = fix,
-       .perform = failed_director_is_reported,
-       .after = "run/installation"},
-      {.name = "run/removal",
-       .level = Level::must,
-       .title = "perform_unintegration() runs a director that succeeds.",
-       .promise = promise,
-       .harm = harm,
-       .fix = fix,
-       .perform = features_are_removed,
-       .after = "run/installation"},
-      {.name = exception_drill,
-       .level = Level::should,
-       .title = "The host catches an exception of an action.",
-       .promise =
-           "If one throws anyway, the exception passes through the plug-in, which releases what it holds on the way, and "
-           "leaves the action unchanged.",
-       .harm = "When memory runs out, the installer ends in the middle of an installation, without telling its user.",
-       .fix = "Catch std::exception around each call of an action, and take it for a failure of the integration."},
-  };
+  std::vector<Check> checks = {users_eclipse_is_accepted, features_are_installed, failed_director_is_reported,
+                               features_are_removed, exception_is_caught};
   for (const ObservedOperation& operation : observed_operations()) {
     checks.push_back({.name = operation.check,
                       .level = Level::must,
                       .title = operation.title,
                       .promise = operation.promise,
-                      .harm = harm,
+                      .harm = no_integration,
                       .fix = observed_fix});
   }
   return checks;

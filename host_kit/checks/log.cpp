@@ -98,94 +98,107 @@ void expect_logged(const std::string& log, const std::string& what, const std::s
          log.size() < line.size() ? "the end is missing: a buffer of a fixed size?" : "");
 }
 
-void formats_as_printf(const Probe& probe) {
-  const std::string log = logged(probe, [] { print_log("eclipse_int: order: %d feature: %s of %lld", -5, "name", 1LL << 40); });
-  expect_logged(log, "a line with numbers", "eclipse_int: order: -5 feature: name of 1099511627776");
-}
+constexpr Check formats_as_printf{
+    .name = "log/formats",
+    .level = Level::must,
+    .title = "print_log() formats its arguments as printf() does.",
+    .promise = "The arguments are those of printf; the host adds the line feed at the end.",
+    .harm = "The log does not show what was run.",
+    .fix = "Pass the format and a va_list to vsnprintf() or vasprintf().",
+    .perform =
+        [](const Probe& probe) {
+          const std::string log =
+              logged(probe, [] { print_log("eclipse_int: order: %d feature: %s of %lld", -5, "name", 1LL << 40); });
+          expect_logged(log, "a line with numbers", "eclipse_int: order: -5 feature: name of 1099511627776");
+        },
+    .if_it_ends = "the arguments are passed on without a va_list, or a va_list is used twice without va_copy",
+};
 
-void text_is_not_a_format(const Probe& probe) {
-  const std::string log = logged(probe, [] { print_log("eclipse_int: out: %s", "%s%n%d 100%"); });
-  expect_logged(log, "the argument \"%s%n%d 100%\"", "eclipse_int: out: %s%n%d 100%");
-}
+constexpr Check text_is_not_a_format{
+    .name = "log/text-not-format",
+    .level = Level::must,
+    .title = "Percent signs in an argument are text.",
+    .promise =
+        "A text that comes from the host or from a file is never part of `format`, only an argument for \"%s\"; the "
+        "output of a director contains line feeds.",
+    .harm = "A percent sign in the output of a director crashes the installer, or writes to its memory.",
+    .fix = "Format once. Pass the result to fputs() or to printf(\"%s\\n\", ...), never as a format.",
+    .perform =
+        [](const Probe& probe) {
+          const std::string log = logged(probe, [] { print_log("eclipse_int: out: %s", "%s%n%d 100%"); });
+          expect_logged(log, "the argument \"%s%n%d 100%\"", "eclipse_int: out: %s%n%d 100%");
+        },
+    .after = "log/formats",
+    .if_it_ends = "the formatted line is used as a format again",
+};
 
-void long_line_is_whole(const Probe& probe) {
-  const std::string text(1'000'000, 'x');
-  const std::string log = logged(probe, [&] { print_log("eclipse_int: out: %s<", text.c_str()); });
-  const auto kept = std::count(log.begin(), log.end(), 'x');
-  expect(log.find(text + "<") != std::string::npos, "a line of 1000000 bytes is in the log",
-         std::to_string(kept) + " bytes of it", "a buffer of a fixed size, or vsnprintf() without a second call");
-}
+constexpr Check long_line_is_whole{
+    .name = "log/long-line",
+    .level = Level::must,
+    .title = "A very long line is logged whole.",
+    .promise = "Appends one line to the installer's log.",
+    .harm = "The end of the output of a failed director, which has the cause, is missing.",
+    .fix = "Let vasprintf() allocate, or call vsnprintf() a second time with the length that it returned.",
+    .perform =
+        [](const Probe& probe) {
+          const std::string text(1'000'000, 'x');
+          const std::string log = logged(probe, [&] { print_log("eclipse_int: out: %s<", text.c_str()); });
+          const auto kept = std::count(log.begin(), log.end(), 'x');
+          expect(log.find(text + "<") != std::string::npos, "a line of 1000000 bytes is in the log",
+                 std::to_string(kept) + " bytes of it", "a buffer of a fixed size, or vsnprintf() without a second call");
+        },
+    .after = "log/formats",
+    .if_it_ends = "the line is written past the end of a buffer (vsprintf)",
+};
 
-void line_feed_is_added(const Probe& probe) {
-  const std::string log = logged(probe, [] {
-    print_log("eclipse_int: one");
-    print_log("eclipse_int: two");
-  });
-  const std::size_t one = log.find("eclipse_int: one");
-  const std::size_t two = log.find("eclipse_int: two");
-  expect(one != std::string::npos && two != std::string::npos && one < two, "two lines, in the order of the calls", shown(log));
-  const auto feeds =
-      std::count(log.begin() + static_cast<std::ptrdiff_t>(one), log.begin() + static_cast<std::ptrdiff_t>(two), '\n');
-  expect_equal("the number of line feeds between two lines", 1LL, static_cast<long long>(feeds),
-               {{0, "the host adds no line feed"}, {2, "the host adds two line feeds"}});
-}
+constexpr Check line_feed_is_added{
+    .name = "log/line-feed-added",
+    .level = Level::must,
+    .title = "Each line of the log ends in one line feed.",
+    .promise = "The arguments are those of printf; the host adds the line feed at the end.",
+    .harm = "Lines run into each other, or are split.",
+    .fix = "Add one line feed to each line.",
+    .perform =
+        [](const Probe& probe) {
+          const std::string log = logged(probe, [] {
+            print_log("eclipse_int: one");
+            print_log("eclipse_int: two");
+          });
+          const std::size_t one = log.find("eclipse_int: one");
+          const std::size_t two = log.find("eclipse_int: two");
+          expect(one != std::string::npos && two != std::string::npos && one < two, "two lines, in the order of the calls",
+                 shown(log));
+          const auto feeds =
+              std::count(log.begin() + static_cast<std::ptrdiff_t>(one), log.begin() + static_cast<std::ptrdiff_t>(two), '\n');
+          expect_equal("the number of line feeds between two lines", 1LL, static_cast<long long>(feeds),
+                       {{0, "the host adds no line feed"}, {2, "the host adds two line feeds"}});
+        },
+    .after = "log/formats",
+};
 
 /// Written as "\n" they are as good: then each line of the log is one that a program has logged.
-void inner_line_feeds_are_kept(const Probe& probe) {
-  const std::string log = logged(probe, [] { print_log("eclipse_int: out: %s", "first\n\n  second"); });
-  if (log.find("eclipse_int: out: first\\n\\n  second") != log.npos) return;
-  expect_logged(log, "a text with line feeds", "eclipse_int: out: first\n\n  second");
-}
+constexpr Check inner_line_feeds_are_kept{
+    .name = "log/line-feeds-kept",
+    .level = Level::should,
+    .title = "Line feeds in an argument are kept.",
+    .promise =
+        "A text that comes from the host or from a file is never part of `format`, only an argument for \"%s\"; the "
+        "output of a director contains line feeds.",
+    .harm = "The output of a director becomes one line, or only its first line remains.",
+    .fix = "Write the text as it is, or its line feeds as \"\\n\".",
+    .perform =
+        [](const Probe& probe) {
+          const std::string log = logged(probe, [] { print_log("eclipse_int: out: %s", "first\n\n  second"); });
+          if (log.find("eclipse_int: out: first\\n\\n  second") != log.npos) return;
+          expect_logged(log, "a text with line feeds", "eclipse_int: out: first\n\n  second");
+        },
+    .after = "log/formats",
+};
 
 }  // namespace
 
 std::vector<Check> log_checks() {
-  return {
-      {.name = "log/formats",
-       .level = Level::must,
-       .title = "print_log() formats its arguments as printf() does.",
-       .promise = "The arguments are those of printf; the host adds the line feed at the end.",
-       .harm = "The log does not show what was run.",
-       .fix = "Pass the format and a va_list to vsnprintf() or vasprintf().",
-       .perform = formats_as_printf,
-       .if_it_ends = "the arguments are passed on without a va_list, or a va_list is used twice without va_copy"},
-      {.name = "log/text-not-format",
-       .level = Level::must,
-       .title = "Percent signs in an argument are text.",
-       .promise = "A text that comes from the host or from a file is never part of `format`, only an argument for \"%s\"; the "
-                  "output of a director contains line feeds.",
-       .harm = "A percent sign in the output of a director crashes the installer, or writes to its memory.",
-       .fix = "Format once. Pass the result to fputs() or to printf(\"%s\\n\", ...), never as a format.",
-       .perform = text_is_not_a_format,
-       .after = "log/formats",
-       .if_it_ends = "the formatted line is used as a format again"},
-      {.name = "log/long-line",
-       .level = Level::must,
-       .title = "A very long line is logged whole.",
-       .promise = "Appends one line to the installer's log.",
-       .harm = "The end of the output of a failed director, which has the cause, is missing.",
-       .fix = "Let vasprintf() allocate, or call vsnprintf() a second time with the length that it returned.",
-       .perform = long_line_is_whole,
-       .after = "log/formats",
-       .if_it_ends = "the line is written past the end of a buffer (vsprintf)"},
-      {.name = "log/line-feed-added",
-       .level = Level::must,
-       .title = "Each line of the log ends in one line feed.",
-       .promise = "The arguments are those of printf; the host adds the line feed at the end.",
-       .harm = "Lines run into each other, or are split.",
-       .fix = "Add one line feed to each line.",
-       .perform = line_feed_is_added,
-       .after = "log/formats"},
-      {.name = "log/line-feeds-kept",
-       .level = Level::should,
-       .title = "Line feeds in an argument are kept.",
-       .promise = "A text that comes from the host or from a file is never part of `format`, only an argument for \"%s\"; the "
-                  "output of a director contains line feeds.",
-       .harm = "The output of a director becomes one line, or only its first line remains.",
-       .fix = "Write the text as it is, or its line feeds as \"\\n\".",
-       .perform = inner_line_feeds_are_kept,
-       .after = "log/formats"},
-  };
+  return {formats_as_printf, text_is_not_a_format, long_line_is_whole, line_feed_is_added, inner_line_feeds_are_kept};
 }
 
 }  // namespace host_kit

@@ -72,21 +72,21 @@ def check_listed(listed):
 
 
 def sample(mutants, size, seed):
-    """`size` mutants of each room, from as few of its files as possible, since each file has to be built. No headers: they would
-    need all files that include them. Each mutant of a room has about the same chance."""
-    by_room, chosen = collections.defaultdict(list), []
+    """`size` mutants of each module, from as few of its files as possible, since each file has to be built. No headers: they would
+    need all files that include them. Each mutant of a module has about the same chance."""
+    by_module, chosen = collections.defaultdict(list), []
     for mutant in mutants:
         if not mutant.file.endswith(".h"):
-            by_room[plant.room_of(mutant.file)].append(mutant)
-    for room, candidates in sorted(by_room.items()):
-        random.Random(seed + room).shuffle(candidates)
+            by_module[plant.module_of(mutant.file)].append(mutant)
+    for module, candidates in sorted(by_module.items()):
+        random.Random(seed + module).shuffle(candidates)
         order = {file: place for place, file in reversed(list(enumerate(mutant.file for mutant in candidates)))}
         chosen += sorted(candidates, key=lambda mutant: order[mutant.file])[:size]
     return chosen
 
 
 def sample_of_files(mutants, count, size, seed):
-    """`size` mutants of each of `count` files, of whatever rooms; no headers. A file with twice as many mutants is about twice as
+    """`size` mutants of each of `count` files, of whatever modules; no headers. A file with twice as many mutants is about twice as
     likely, so that each mutant has about the same chance."""
     candidates = [mutant for mutant in mutants if not mutant.file.endswith(".h")]
     random.Random(seed).shuffle(candidates)
@@ -107,18 +107,18 @@ def percentage(count):
     return 100 * count["killed"] / counted if counted else 100
 
 
-def show_rooms(rooms):
-    print(f"\n{'room':26}{'mutants':>9}{'killed':>9}{'listed':>9}{'survived':>9}{'not reached':>13}{'killed of the unlisted':>24}")
-    for room, count in sorted(rooms.items()):
+def show_modules(modules):
+    print(f"\n{'module':26}{'mutants':>9}{'killed':>9}{'listed':>9}{'survived':>9}{'not reached':>13}{'killed of the unlisted':>24}")
+    for module, count in sorted(modules.items()):
         numbers = f"{count['killed']:9}{count['listed']:9}{count['survived']:9}{count['not reached']:13}"
-        print(f"{room:26}{sum(count.values()):9}{numbers}{percentage(count):22.1f} %")
+        print(f"{module:26}{sum(count.values()):9}{numbers}{percentage(count):22.1f} %")
 
 
 def read_options():
     parser = argparse.ArgumentParser(prog="mutate", description=__doc__)
     parser.add_argument("files", metavar="FILE", nargs="*", help="source files; all of src, command and host_kit by default")
-    parser.add_argument("--sample", type=int, metavar="N", help="only N mutants of each room, of few of its files")
-    parser.add_argument("--files", type=int, metavar="N", dest="sampled_files", help="with --sample: of each of N files, in place of each room")
+    parser.add_argument("--sample", type=int, metavar="N", help="only N mutants of each module, of few of its files")
+    parser.add_argument("--files", type=int, metavar="N", dest="sampled_files", help="with --sample: of each of N files, in place of each module")
     parser.add_argument("--seed", default="", help="the same text chooses the same sample")
     parser.add_argument("--at-least", type=float, default=100, metavar="PERCENT", help="how many have to be killed outside of src [100]")
     parser.add_argument("--budget", type=float, metavar="SECONDS", default=math.inf, help="time for the tests of one mutant outside of src")
@@ -163,17 +163,17 @@ def tried(numbered, listed, work, options):
 
 def report(outcomes, at_least):
     """Prints the figures; returns whether they are good enough."""
-    rooms, others = collections.defaultdict(collections.Counter), collections.Counter()
+    modules, others = collections.defaultdict(collections.Counter), collections.Counter()
     for mutant, outcome in outcomes:
-        room = plant.room_of(mutant.file)
-        rooms[room][outcome] += 1
-        if room != "src":
+        module = plant.module_of(mutant.file)
+        modules[module][outcome] += 1
+        if module != "src":
             others[outcome] += 1
-    show_rooms(rooms)
-    print(f"Of src, {percentage(rooms['src']):.1f} % are killed, and 100 % have to be; of all others "
+    show_modules(modules)
+    print(f"Of src, {percentage(modules['src']):.1f} % are killed, and 100 % have to be; of all others "
           f"{percentage(others):.1f} %, and {at_least:g} % have to be.")  # fmt: skip
-    not_equivalent = sum(count["listed but killed"] for count in rooms.values())
-    return percentage(rooms["src"]) == 100 and percentage(others) >= at_least and not_equivalent == 0
+    not_equivalent = sum(count["listed but killed"] for count in modules.values())
+    return percentage(modules["src"]) == 100 and percentage(others) >= at_least and not_equivalent == 0
 
 
 def main():

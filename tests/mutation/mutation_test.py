@@ -76,9 +76,9 @@ class Samples(unittest.TestCase):
         self.assertGreater(first["command/b/c.cpp"], 160)
         self.assertLess(first["command/a/a.cpp"], 10)
 
-    def test_of_rooms(self):
+    def test_of_modules(self):
         chosen = mutate.sample(self.mutants, 4, "seed")
-        self.assertEqual(collections.Counter(plant.room_of(mutant.file) for mutant in chosen), {"command/a": 4, "command/b": 4})
+        self.assertEqual(collections.Counter(plant.module_of(mutant.file) for mutant in chosen), {"command/a": 4, "command/b": 4})
         self.assertEqual(chosen, mutate.sample(self.mutants, 4, "seed"))
 
 

@@ -1,4 +1,4 @@
-"""The sources of the rooms with their mutants, and a build that has many of them."""
+"""The sources of the modules with their mutants, and a build that has many of them."""
 
 import os
 import pathlib
@@ -15,7 +15,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 DIRECTORIES = ["src", "command", "host_kit"]
 
 
-def room_of(file):
+def module_of(file):
     parts = file.split("/")
     return "/".join(parts[:2]) if parts[0] == "command" else parts[0]
 
