@@ -31,6 +31,7 @@ inline constexpr std::size_t json_levels = 64;       ///< of objects and arrays 
 inline constexpr std::size_t composites = 200;       ///< in each other: each is looked into by a call of its own
 inline constexpr std::size_t descriptor_lines = 1'000'000;  ///< each takes up to a kilobyte when it is examined
 inline constexpr std::size_t findings = 10'000;             ///< of a rule in an input; the others are counted
+inline constexpr std::size_t document_findings = 1000;      ///< that are shown in an editor
 inline constexpr std::size_t message_header = 4096;         ///< bytes before the content of a message
 
 }  // namespace largest

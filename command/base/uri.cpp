@@ -1,5 +1,6 @@
 #include "base/uri.h"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <system_error>
@@ -27,6 +28,13 @@ std::optional<std::string> unescaped(std::string_view text) {
 }
 
 }  // namespace
+
+bool has_scheme(std::string_view text) {
+  const std::size_t colon = text.find(':');
+  if (colon == text.npos || colon < 2 || std::isalpha(static_cast<unsigned char>(text.front())) == 0) return false;
+  return std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(colon),
+                     [](unsigned char byte) { return std::isalnum(byte) != 0 || byte == '+' || byte == '-' || byte == '.'; });
+}
 
 std::string uri_of(const std::string& file) {
   constexpr std::string_view hexadecimal = "0123456789ABCDEF";

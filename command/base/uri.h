@@ -9,6 +9,9 @@
 
 namespace eclipse_base {
 
+/// Whether a text begins with the scheme of a URI and a colon. A single letter is not one, but a drive of Windows.
+bool has_scheme(std::string_view text);
+
 /// A path as a URI: absolute with its scheme, or else a relative reference.
 std::string uri_of(const std::string& file);
 

@@ -235,6 +235,21 @@ int check_host_command(const CheckHostOptions& options) {
   return report(directory, run_host(command));
 }
 
+void add_host_report_options(const Parser& parser, CheckHostOptions& options) {
+  parser
+      .add_option("--format", options.format,
+                  "Print the report as text, tap or junit; with --list, text or names\n[default: text]")
+      .type_name("FORMAT")
+      .one_of({"text", "tap", "junit", "names"});
+  parser.add_option("--junit", options.junit, "Write the report to FILE as well, in JUnit XML").type_name("FILE");
+  parser
+      .add_option("--log", options.log,
+                  "Read the log of the host from FILE [default: searched for in the open\nfiles and the output of the host]")
+      .type_name("FILE");
+  parser.add_option("--waivers", options.waivers, "Accept the failures that FILE lists, each with a reason: NAME REASON")
+      .type_name("FILE");
+}
+
 }  // namespace
 
 Subcommand add_check_host(const Parser& program) {
@@ -263,18 +278,7 @@ Subcommand add_check_host(const Parser& program) {
   parser.add_option("--seconds", options->seconds, "End a check that takes longer than N seconds, 1 to 3600\n[default: 10]")
       .type_name("N")
       .between(1, 3600);
-  parser
-      .add_option("--format", options->format,
-                  "Print the report as text, tap or junit; with --list, text or names\n[default: text]")
-      .type_name("FORMAT")
-      .one_of({"text", "tap", "junit", "names"});
-  parser.add_option("--junit", options->junit, "Write the report to FILE as well, in JUnit XML").type_name("FILE");
-  parser
-      .add_option("--log", options->log,
-                  "Read the log of the host from FILE [default: searched for in the open\nfiles and the output of the host]")
-      .type_name("FILE");
-  parser.add_option("--waivers", options->waivers, "Accept the failures that FILE lists, each with a reason: NAME REASON")
-      .type_name("FILE");
+  add_host_report_options(parser, *options);
   parser.set_help("eclipse-int check-host [OPTIONS] -- COMMAND ARGS...", check_host_examples, check_host_exit_status);
   return {parser, [options] { return check_host_command(*options); }};
 }

@@ -311,6 +311,51 @@ int lint_command(const LintOptions& options) {
   return status_of(at_least(result.remaining, options.severity), options.fail_on);
 }
 
+void add_report_options(const Parser& parser, LintOptions& options) {
+  parser.add_option("--format", options.format, "Print the findings as text, brief, json, sarif or github\n[default: text]")
+      .type_name("FORMAT")
+      .one_of({"text", "brief", "json", "sarif", "github"});
+  parser
+      .add_option("--severity", options.severity,
+                  "Show findings of this severity and higher: error, warning or\nnote [default: note]")
+      .type_name("LEVEL")
+      .one_of({"error", "warning", "note"});
+  parser
+      .add_option("--fail-on", options.fail_on,
+                  "End with exit status 1 if a shown finding has this severity or a\n"
+                  "higher one: error, warning or note [default: error]")
+      .type_name("LEVEL")
+      .one_of({"error", "warning", "note"});
+}
+
+void add_rule_options(const Parser& parser, LintOptions& options) {
+  parser
+      .add_option("--select", options.selected,
+                  "Check only these rules and groups of rules, with commas between\nthem; may be repeated [default: all rules]")
+      .type_name("RULE")
+      .with_commas()
+      .one_value_each();
+  parser
+      .add_option("--disable", options.disabled,
+                  "Skip these rules and groups of rules, with commas between them;\nmay be repeated")
+      .type_name("RULE")
+      .with_commas()
+      .one_value_each();
+  parser
+      .add_option("--overrides", options.overrides,
+                  "Suppress findings: a JSON list of entries with \"rule\" and \"reason\",\nand optionally \"file\" and "
+                  "\"line\"")
+      .type_name("FILE");
+}
+
+void add_fix_options(const Parser& parser, LintOptions& options) {
+  parser.add_flag("--fix", options.fixes, "Apply the safe fixes to descriptor files");
+  parser.add_flag("--diff", options.shows_diff, "Show what --fix would change, and write nothing; not with --fix")
+      .excludes("--fix");
+  parser.add_flag("--unsafe-fixes", options.with_unsafe,
+                  "With --fix or --diff: also apply the fixes whose result you should check");
+}
+
 }  // namespace
 
 Subcommand add_lint(const Parser& program) {
@@ -321,37 +366,8 @@ Subcommand add_lint(const Parser& program) {
       .add_option("INPUT", options->inputs, "Descriptor files, directories of components, session files; - for\nstandard input")
       .required()
       .option_text("...");
-  parser.add_option("--format", options->format, "Print the findings as text, brief, json, sarif or github\n[default: text]")
-      .type_name("FORMAT")
-      .one_of({"text", "brief", "json", "sarif", "github"});
-  parser
-      .add_option("--severity", options->severity,
-                  "Show findings of this severity and higher: error, warning or\nnote [default: note]")
-      .type_name("LEVEL")
-      .one_of({"error", "warning", "note"});
-  parser
-      .add_option("--fail-on", options->fail_on,
-                  "End with exit status 1 if a shown finding has this severity or a\n"
-                  "higher one: error, warning or note [default: error]")
-      .type_name("LEVEL")
-      .one_of({"error", "warning", "note"});
-  parser
-      .add_option("--select", options->selected,
-                  "Check only these rules and groups of rules, with commas between\nthem; may be repeated [default: all rules]")
-      .type_name("RULE")
-      .with_commas()
-      .one_value_each();
-  parser
-      .add_option("--disable", options->disabled,
-                  "Skip these rules and groups of rules, with commas between them;\nmay be repeated")
-      .type_name("RULE")
-      .with_commas()
-      .one_value_each();
-  parser
-      .add_option("--overrides", options->overrides,
-                  "Suppress findings: a JSON list of entries with \"rule\" and \"reason\",\nand optionally \"file\" and "
-                  "\"line\"")
-      .type_name("FILE");
+  add_report_options(parser, *options);
+  add_rule_options(parser, *options);
   add_configuration_options(parser, options->configuration);
   parser.add_flag("--update", options->is_update, "Check sessions as \"run --update\" would run them");
   parser
@@ -359,11 +375,7 @@ Subcommand add_lint(const Parser& program) {
                   "Treat standard input as a file with this path, in the output and for the\n"
                   "relative paths of a session [default: -]")
       .type_name("PATH");
-  parser.add_flag("--fix", options->fixes, "Apply the safe fixes to descriptor files");
-  parser.add_flag("--diff", options->shows_diff, "Show what --fix would change, and write nothing; not with --fix")
-      .excludes("--fix");
-  parser.add_flag("--unsafe-fixes", options->with_unsafe,
-                  "With --fix or --diff: also apply the fixes whose result you should check");
+  add_fix_options(parser, *options);
   add_directory_options(parser, options->session);
   add_input_options(parser, options->session, "Read session variables from FILE; the session file overrides them");
   parser.set_help("eclipse-int lint INPUT... [OPTIONS]", lint_examples, lint_exit_status);

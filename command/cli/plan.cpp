@@ -44,6 +44,28 @@ int plan(const SessionOptions& options, const PlanOptions& wanted) try {
   return interrupted.exit_status();
 }
 
+constexpr const char* plan_examples =
+    "  eclipse-int plan install.json\n"
+    "      Show what \"eclipse-int run install.json\" would do.\n"
+    "  eclipse-int plan modify.json --variables state.json\n"
+    "      Do the same with the variables that an earlier run wrote.\n"
+    "  eclipse-int plan modify.json --update\n"
+    "      Show which features an update replaces, and the command; with --resolve also whether the director\n"
+    "      would do it.\n"
+    "  eclipse-int plan install.json --resolve\n"
+    "      Also ask the director whether all requirements can be met.\n"
+    "  eclipse-int plan uninstall.json --json --retries > plan.json\n"
+    "      Write the plan for another program, with all retries.\n";
+
+constexpr const char* plan_exit_status =
+    "Exit status:\n"
+    "  0  the run would do what the plan shows, or has nothing to do\n"
+    "  1  the run would be refused, a feature will fail, lint reports an error, or the Eclipse instance is damaged;\n"
+    "     with --resolve also: the director would not install or remove all features\n"
+    "  2  an error in the session or the arguments; with --resolve also: the director cannot be asked,\n"
+    "     for example because another director is at work on the Eclipse instance\n"
+    "  128 + N  signal N interrupted the director\n";
+
 }  // namespace
 
 Subcommand add_plan(const Parser& program) {
@@ -57,7 +79,7 @@ Subcommand add_plan(const Parser& program) {
   parser.add_flag("--resolve", how->resolves,
                   "Ask the director of the Eclipse instance whether it would install or remove all features,\n"
                   "and if not, which ones fail and why. It works on a copy of the profile, changes nothing,\n"
-                  "and takes some seconds for each question");
+                  "and takes a few seconds for each query");
   add_update_options(parser, how->update);
   parser.add_flag("--retries", how->all_retries,
                   "Show the command of every retry, one for each feature; implies --verbose\n"
@@ -67,26 +89,7 @@ Subcommand add_plan(const Parser& program) {
                   "[default: a line for each feature and repository, and anything unusual]");
   add_configuration_options(parser, how->configuration);
   add_reading_options(parser, *options, "the whole plan");
-  parser.set_help(
-      "eclipse-int plan SESSION [OPTIONS]",
-      "  eclipse-int plan install.json\n"
-      "      Show what \"eclipse-int run install.json\" would do.\n"
-      "  eclipse-int plan modify.json --variables state.json\n"
-      "      Do the same with the variables that an earlier run wrote.\n"
-      "  eclipse-int plan modify.json --update\n"
-      "      Show which features an update replaces, and the command; with --resolve also whether the director\n"
-      "      would do it.\n"
-      "  eclipse-int plan install.json --resolve\n"
-      "      Also ask the director whether all requirements can be met.\n"
-      "  eclipse-int plan uninstall.json --json --retries > plan.json\n"
-      "      Write the plan for another program, with all retries.\n",
-      "Exit status:\n"
-      "  0  the run would do what the plan shows, or has nothing to do\n"
-      "  1  the run would be refused, a feature will fail, lint reports an error, or the Eclipse instance is damaged;\n"
-      "     with --resolve also: the director would not install or remove all features\n"
-      "  2  an error in the session or the arguments; with --resolve also: the director cannot be asked,\n"
-      "     for example because another director is at work on the Eclipse instance\n"
-      "  128 + N  signal N interrupted the director\n");
+  parser.set_help("eclipse-int plan SESSION [OPTIONS]", plan_examples, plan_exit_status);
   return {parser, [options, how] { return plan(*options, *how); }};
 }
 

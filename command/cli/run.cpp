@@ -53,6 +53,35 @@ int run(const SessionOptions& options, const RunOptions& run) {
   return command.perform(function, Directors::started, additions);
 }
 
+constexpr const char* run_examples =
+    "  eclipse-int run install.json\n"
+    "      Install the features of the components that install.json selects.\n"
+    "  eclipse-int run tools --eclipse /opt/ide\n"
+    "      Install the features of the component in the directory tools into an Eclipse instance.\n"
+    "  eclipse-int run install.json --set ECLIPSE_INTEGRATION_CHOICE=user \\\n"
+    "      --set USER_DEFINED_ECLIPSE_PATH=/opt/eclipse/eclipse\n"
+    "      Install them into your own Eclipse instance.\n"
+    "  eclipse-int run modify.json --variables state.json --write-variables state.json\n"
+    "      Pass the variables from one run to the next, as an installer does.\n"
+    "  eclipse-int run uninstall.json --verify\n"
+    "      Also check that the features are gone from the instance.\n"
+    "  eclipse-int run modify.json --update\n"
+    "      Replace the features that the instance has in an older version.\n"
+    "  eclipse-int run install.json --all-or-nothing\n"
+    "      Install all features, or leave the instance as it was.\n"
+    "  eclipse-int run uninstall.json --json --log uninstall.log > result.json\n"
+    "      Write the result for another program, and the log to a file.\n";
+
+constexpr const char* exit_status_with_options =
+    "With --resolve also:\n"
+    "  1  the director would not install or remove all features, so nothing was run\n"
+    "With --all-or-nothing also:\n"
+    "  1  not all features were installed or removed, and the instance is back in the state before the run, or a\n"
+    "     message says why not\n"
+    "With --verify also:\n"
+    "  1  the run succeeded, but the instance is not in the state that the session describes\n"
+    "  2  the run succeeded, but the instance cannot be queried, or does not exist, so the run did nothing\n";
+
 }  // namespace
 
 Subcommand add_run(const Parser& program) {
@@ -71,39 +100,13 @@ Subcommand add_run(const Parser& program) {
   parser.add_flag(
       "--all-or-nothing", how->all_or_nothing,
       "If the run does not install (or remove) all features, bring the instance back to the state\nbefore the run; also after "
-      "a signal, or when the director dies");
+      "a signal, or if the director is killed");
   parser.add_flag("--verify", how->verifies,
                   "Ask the Eclipse instance before and after the run which units are installed,\nand report differences from "
                   "the state that the session describes");
   add_running_options(parser, *options);
-  parser.set_help(
-      "eclipse-int run SESSION [OPTIONS]",
-      "  eclipse-int run install.json\n"
-      "      Install the features of the components that install.json selects.\n"
-      "  eclipse-int run tools --eclipse /opt/ide\n"
-      "      Install the features of the component in the directory tools into an Eclipse instance.\n"
-      "  eclipse-int run install.json --set ECLIPSE_INTEGRATION_CHOICE=user \\\n"
-      "      --set USER_DEFINED_ECLIPSE_PATH=/opt/eclipse/eclipse\n"
-      "      Install them into your own Eclipse instance.\n"
-      "  eclipse-int run modify.json --variables state.json --write-variables state.json\n"
-      "      Pass the variables from one run to the next, as an installer does.\n"
-      "  eclipse-int run uninstall.json --verify\n"
-      "      Also check that the features are gone from the instance.\n"
-      "  eclipse-int run modify.json --update\n"
-      "      Replace the features that the instance has in an older version.\n"
-      "  eclipse-int run install.json --all-or-nothing\n"
-      "      Install all features, or leave the instance as it was.\n"
-      "  eclipse-int run uninstall.json --json --log uninstall.log > result.json\n"
-      "      Write the result for another program, and the log to a file.\n",
-      std::string(exit_status_of_runs) +
-          "With --resolve also:\n"
-          "  1  the director would not install or remove all features, so nothing was run\n"
-          "With --all-or-nothing also:\n"
-          "  1  not all features were installed or removed, and the instance is back in the state before the run, or a\n"
-          "     message says why not\n"
-          "With --verify also:\n"
-          "  1  the run succeeded, but the instance is not in the state that the session describes\n"
-          "  2  the run succeeded, but the instance cannot be queried, or does not exist, so the run did nothing\n");
+  parser.set_help("eclipse-int run SESSION [OPTIONS]", run_examples,
+                  std::string(exit_status_of_runs) + exit_status_with_options);
   return {parser, [options, how] { return run(*options, *how); }};
 }
 

@@ -44,7 +44,7 @@ void add_directory_options(const Parser& command, SessionOptions& options) {
                   "directory of components, all of which are then selected")
       .type_name("PATH");
   command.add_flag("--remove", options.removes,
-                   "Remove the features instead of installing them; only for a directory of\ncomponents");
+                   "Treat the session as a removal; only for a directory of\ncomponents");
 }
 
 void add_input_options(const Parser& command, SessionOptions& options, const std::string& about_variables) {

@@ -10,8 +10,6 @@
 
 namespace eclipse_dry_run {
 
-bool is_named_by_user(const eclipse_host::Session& session) { return session.variable("ECLIPSE_INTEGRATION_CHOICE") == "user"; }
-
 StartObstacle start_obstacle(const std::string& executable, const std::string& origin) {
   StartObstacle obstacle{eclipse_shell::cause_in(executable_piece(executable, origin)), std::nullopt};
   if (!obstacle.cause) obstacle.error = eclipse_p2::start_error(executable);
@@ -26,8 +24,8 @@ std::string path_in_commands(const std::string& executable) {
 
 std::string chosen_executable(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session) {
   std::string executable;
-  if (is_named_by_user(session)) executable = session.variable("USER_DEFINED_ECLIPSE_PATH");
-  if (session.variable("ECLIPSE_INTEGRATION_CHOICE") == "internal") {
+  if (session.chooses_users_own()) executable = session.variable("USER_DEFINED_ECLIPSE_PATH");
+  if (session.chooses_internal()) {
     const auto found = PluginFunctions(plugin).executables(*eclipse_host::copy_of(session));
     if (!found.empty()) executable = found.back();
   }

@@ -20,10 +20,6 @@ std::string chosen_executable(const eclipse_host::Plugin& plugin, const eclipse_
 /// "..".
 std::string path_in_commands(const std::string& executable);
 
-/// Whether the session names the executable. Otherwise, the plug-in looks for one with the name ECLIPSE_BIN in the components,
-/// if the session chooses any.
-bool is_named_by_user(const eclipse_host::Session& session);
-
 /// What keeps the commands from starting an executable.
 struct StartObstacle {
   std::optional<eclipse_shell::ShellCause> cause;       ///< the shell makes something else of its path, and starts that

@@ -13,6 +13,9 @@
 
 namespace eclipse_dry_run {
 
+/// The plug-in's UNDEFINED_ORDER: the order of a record without column 4.
+inline constexpr std::string_view undefined_order = "undefined";
+
 struct DescriptorLine {
   std::size_t number = 0;  ///< from 1
   std::string_view text;   ///< without its line feed

@@ -24,8 +24,7 @@ namespace {
 std::size_t count_of(const ProfileState& state) { return state.units ? state.units->size() : 0; }
 
 InstanceDamage damage_of(const ProfileState& newest, const std::string& error, const std::string& repair) {
-  return {newest.file, "the newest state of the p2 profile, " + printable(newest.file.string()) + ", " + error,
-          "run: " + repair, newest.is_damaged};
+  return {newest.file, text_of_newest_state(newest.file, error), "run: " + repair, newest.is_damaged};
 }
 
 bool has_other_time(const ProfileState& state) {
@@ -68,6 +67,10 @@ InstanceDamage damage_of(const ConfigurationDamage& damage, const std::string& e
 
 }  // namespace
 
+std::string text_of_newest_state(const fs::path& state, const std::string& error) {
+  return "the newest state of the p2 profile, " + printable(state.string()) + ", " + error;
+}
+
 std::string LostUnits::text() const {
   return "has " + counted(units, "unit") + ", the state before it " + std::to_string(before) +
          ", but bundles.info still lists " + counted(bundles, "bundle") +
@@ -103,7 +106,7 @@ std::string fix_of(const ConfigurationDamage& damage, const std::string& executa
     return "run: " + repair_command(executable, damage.time_before);
   }
   if (!damage.surplus.empty()) return std::string(return_of_states) + removal_of_surplus;
-  return "no copy of it was kept; restore it from a backup of the Eclipse instance, or reinstall Eclipse";
+  return "there is no backup copy of it; restore it from a backup of the Eclipse instance, or reinstall Eclipse";
 }
 
 std::optional<InstanceDamage> instance_damage(const std::string& executable) {

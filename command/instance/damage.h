@@ -36,6 +36,9 @@ std::optional<eclipse_p2::ConfigurationDamage> known_configuration_damage(const 
 inline constexpr const char* return_of_states = "rename the .damaged states back, and ";
 inline constexpr const char* removal_of_surplus = "use \"eclipse-int undo --to\", which lets the director remove them";
 
+/// What is wrong with a newest state, with its file; one printable line.
+std::string text_of_newest_state(const std::filesystem::path& state, const std::string& error);
+
 struct InstanceDamage {
   std::filesystem::path file;  ///< the newest state, or a file of the configuration
   std::string message;         ///< which file, what is wrong with it and what follows from it; one printable line

@@ -13,6 +13,7 @@
 #include "base/limits.h"
 #include "base/text.h"
 #include "p2/artifact_location.h"
+#include "p2/artifact_name.h"
 #include "p2/configuration_files.h"
 #include "p2/data_area.h"
 #include "p2/instance_paths.h"
@@ -34,15 +35,6 @@ constexpr const char* remembered_repositories = "org.eclipse.equinox.p2.artifact
 std::string comparable(const std::string& artifact) {
   const std::size_t version = artifact.rfind(',') + 1;
   return artifact.substr(0, version) + whole_version(std::string_view(artifact).substr(version));
-}
-
-/// "osgi.bundle,ID,VERSION" as "bundle ID VERSION".
-std::string for_people(const std::string& artifact) {
-  const auto parts = split(artifact, ',');
-  const std::string kind = parts[0] == "osgi.bundle"                  ? "bundle"
-                           : parts[0] == "org.eclipse.update.feature" ? "feature"
-                                                                      : parts[0];
-  return kind + " " + parts[1] + " " + parts[2];
 }
 
 /// The URLs of the repositories that p2 uses beside those that it is given.
@@ -115,7 +107,7 @@ MissingArtifacts missing_artifacts(const fs::path& instance, const ProfileState&
   for (const auto& [unit, artifacts] : read_profile_artifacts(target.file).of_units) {
     if (now.of_units.contains(unit)) continue;
     for (const std::string& artifact : artifacts) {
-      if (!supply.has(artifact)) missing.artifacts.push_back(for_people(artifact));
+      if (!supply.has(artifact)) missing.artifacts.push_back(kind_and_unit(artifact));
     }
   }
   missing.unexamined.insert(missing.unexamined.end(), supply.unexamined().begin(), supply.unexamined().end());

@@ -11,6 +11,7 @@
 #include "base/temporary_directory.h"
 #include "base/text.h"
 #include "base/uri.h"
+#include "instance/damage.h"
 #include "instance/profile_history.h"
 #include "p2/director_command.h"
 #include "p2/instance_paths.h"
@@ -52,7 +53,7 @@ bool has_director(const ProfileState& state) {
 std::string difference_from(const ProfileState& target, const fs::path& instance) {
   const fs::path newest = profile_file(instance);
   const ProfileState now = read_profile_state(newest);
-  if (!now.is_readable()) return "the newest state of the p2 profile, " + printable(newest.string()) + ", " + now.error;
+  if (!now.is_readable()) return text_of_newest_state(newest, now.error);
   const UnitChange change = change_between(installed_in(now), installed_in(target));
   return change.is_empty() ? "" : "the director reports success, but these units differ: " + printable(text_of(change));
 }
@@ -111,7 +112,7 @@ Reversion revert(const std::string& executable, const std::string& time, const s
   const auto result = eclipse_shell::run_in_shell(reversion.command, progress);
   if (result.exit_code != 0) {
     reversion.failure = explain(result, logs);
-    reversion.error = "the director did not go back: exit code " + std::to_string(result.exit_code);
+    reversion.error = "the director did not revert the profile: exit code " + std::to_string(result.exit_code);
   } else {
     reversion.error = difference_from(target, instance);
   }

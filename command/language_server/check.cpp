@@ -10,7 +10,6 @@
 #include "base/file_error.h"
 #include "base/json_document.h"
 #include "base/limits.h"
-#include "base/printable.h"
 #include "lint/configuration.h"
 #include "lint/finding.h"
 #include "lint/fix.h"
@@ -28,7 +27,6 @@ namespace eclipse_language_server {
 namespace {
 
 constexpr const char* source = "eclipse-int";
-constexpr std::size_t most_shown = 1000;  ///< of the findings in a document
 
 /// As the protocol numbers them.
 int number_of(Severity severity) {
@@ -42,8 +40,6 @@ int number_of(Severity severity) {
   }
   return 3;
 }
-
-std::string shown(const std::string& text) { return printable(text, {.longest = no_limit}); }
 
 std::unique_ptr<const JsonDocument> json_document(const Document& document) {
   FileContent content = limited_content(document.content(), largest::json);
@@ -92,7 +88,7 @@ Json as_json(const Finding& finding, const Document& document, PositionEncoding 
                      {"severity", number_of(finding.severity)},
                      {"code", rule},
                      {"source", source},
-                     {"message", shown(finding.message) + "\nFix: " + shown(finding.fix)},
+                     {"message", finding.message + "\nFix: " + finding.fix},
                      {"data", {{"rule", rule}, {"group", name_of(finding.rule->group)}, {"fix", finding.fix}}}};
   Json result = {{"rule", rule}, {"diagnostic", std::move(diagnostic)}};
   if (finding.correction) {
@@ -122,7 +118,7 @@ Json as_json(const FileError& error, const Document& document, PositionEncoding 
 
 /// That there are more findings than are shown.
 Json left_out(std::size_t count, const Document& document, PositionEncoding encoding) {
-  const std::string message = "only the first " + std::to_string(most_shown) + " of " + std::to_string(count) +
+  const std::string message = "only the first " + std::to_string(largest::document_findings) + " of " + std::to_string(count) +
                               " findings are shown here; eclipse-int lint shows all";
   Json diagnostic = {{"range", as_json(document.range_of(0, 0, 0, encoding))},
                      {"severity", number_of(Severity::note)},
@@ -147,10 +143,10 @@ Json check(const Linter& linter, const std::vector<const Document*>& open, const
   try {
     DescriptorFiles files = files_as_open(open);
     const Findings findings = findings_in(linter, files, document);
-    for (std::size_t i = 0; i < std::min(findings.size(), most_shown); ++i) {
+    for (std::size_t i = 0; i < std::min(findings.size(), largest::document_findings); ++i) {
       results.push_back(as_json(findings[i], document, encoding));
     }
-    if (findings.size() > most_shown) results.push_back(left_out(findings.size(), document, encoding));
+    if (findings.size() > largest::document_findings) results.push_back(left_out(findings.size(), document, encoding));
   } catch (const FileError& error) {
     for (const FileError& each : error.each()) results.push_back(as_json(each, document, encoding));
   }

@@ -1,4 +1,4 @@
-// The configuration file of a product: what its people have decided about the rules. schema/configuration.schema.json gives its
+// The configuration file of a product: severities of rules, and suppressed findings. schema/configuration.schema.json gives its
 // form.
 #ifndef ECLIPSE_INT_LINT_CONFIGURATION_H
 #define ECLIPSE_INT_LINT_CONFIGURATION_H

@@ -58,8 +58,8 @@ struct Finding {
   const Rule* rule;
   Severity severity;
   Location location;
-  std::string message;
-  std::string fix;
+  std::string message;                        ///< one printable line
+  std::string fix;                            ///< one printable line
   std::optional<std::string> reason = {};     ///< why an override or a comment suppresses it
   std::optional<Correction> correction = {};  ///< nothing when only a person can fix it
   bool is_suppressed_in_file = false;         ///< by a comment

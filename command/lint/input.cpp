@@ -438,7 +438,7 @@ const Location& SessionFacts::location_of(const std::string& variable) const {
 }
 
 const Location& SessionFacts::location_of_executable() const {
-  return location_of(is_named_by_user(*session) ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN");
+  return location_of(session->chooses_users_own() ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN");
 }
 
 std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,

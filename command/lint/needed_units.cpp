@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "p2/installation.h"
+#include "p2/names.h"
 #include "p2/unit_list.h"
 #include "p2/version.h"
 

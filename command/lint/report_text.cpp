@@ -43,15 +43,15 @@ void print_line(std::ostream& out, const Finding& finding, const Colours& colour
 
 void print_headline(std::ostream& out, const Finding& finding, const Colours& colours) {
   out << colours.bold(position_of(finding.location)) << " "
-      << colours.of(finding.severity, std::string(name_of(finding.severity)) + ":") << " "
-      << printable(finding.message, {.longest = no_limit}) << " [" << finding.rule->name << "]\n";
+      << colours.of(finding.severity, std::string(name_of(finding.severity)) + ":") << " " << finding.message << " ["
+      << finding.rule->name << "]\n";
 }
 
 void print_finding(std::ostream& out, const Finding& finding, bool with_why, const Colours& colours) {
   print_headline(out, finding, colours);
   print_line(out, finding, colours);
   if (with_why) out << "  " << colours.faint("why:") << " " << finding.rule->why << "\n";
-  out << "  " << colours.faint("fix:") << " " << printable(finding.fix, {.longest = no_limit}) << "\n";
+  out << "  " << colours.faint("fix:") << " " << finding.fix << "\n";
 }
 
 /// A text in an annotation, whose line ends and percent signs are escapes, as are the separators of its values.

@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "base/printable.h"
+#include "base/uri.h"
 #include "dry_run/command_pieces.h"
 #include "lint/rules/shell_changes.h"
 #include "p2/repository_url.h"
@@ -53,14 +54,13 @@ bool is_comment(std::string_view text) {
          std::any_of(beginnings.begin(), beginnings.end(), [&](std::string_view begin) { return line.starts_with(begin); });
 }
 
+bool is_directory_of_artifacts(const std::filesystem::path& directory) {
+  return directory.filename() == "features" || directory.filename() == "plugins";
+}
+
 bool has_drive_letter(std::string_view repository) {
   return repository.size() > 2 && is_letter(repository[0]) && repository[1] == ':' &&
          (repository[2] == '/' || repository[2] == '\\');
-}
-
-bool has_scheme(std::string_view repository) {
-  const std::size_t colon = repository.find(':');
-  return colon != repository.npos && colon > 1 && is_word(repository.substr(0, colon)) && is_letter(repository[0]);
 }
 
 bool is_archive(const Record& record) { return record.placement && eclipse_dry_run::is_archive_url(record.placement->url); }

@@ -28,8 +28,10 @@ bool looks_like_feature(std::string_view text);
 /// True for a text that begins like a comment. Descriptor files have no comments; a rule reports that.
 bool is_comment(std::string_view text);
 
-/// True for a URL or a drive letter, as in "http:" and "C:".
-bool has_scheme(std::string_view repository);
+/// Whether a directory is named as those of a repository that have its jars.
+bool is_directory_of_artifacts(const std::filesystem::path& directory);
+
+/// True for a path of Windows, as in "C:/".
 bool has_drive_letter(std::string_view repository);
 
 /// True when the record's site is an archive, which is in double quotes in the command.

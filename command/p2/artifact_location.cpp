@@ -5,6 +5,7 @@
 
 #include "base/text.h"
 #include "base/uri.h"
+#include "p2/filter.h"
 #include "p2/xml.h"
 
 using namespace eclipse_base;
@@ -13,25 +14,14 @@ namespace eclipse_p2 {
 
 namespace {
 
-std::string value_in(const pugi::xml_node& artifact, const std::string& name) {
-  if (name == "id" || name == "version" || name == "classifier") return artifact.attribute(name.c_str()).value();
-  return property_of(artifact, name);
-}
-
-/// Whether an artifact fulfils a filter; nothing when that is not known.
-std::optional<bool> fulfils(const pugi::xml_node& artifact, std::string_view filter) {
-  filter = trimmed(filter);
-  if (filter.starts_with("(&") && filter.ends_with(')')) filter = trimmed(filter.substr(2, filter.size() - 3));
-  while (!filter.empty()) {
-    const std::size_t end = filter.find(')');
-    if (filter.front() != '(' || end == filter.npos) return std::nullopt;
-    const std::string_view condition = filter.substr(1, end - 1);
-    const std::size_t equals = condition.find('=');
-    if (equals == condition.npos || condition.find_first_of("(*~<>!|&") != condition.npos) return std::nullopt;
-    if (value_in(artifact, std::string(trimmed(condition.substr(0, equals)))) != condition.substr(equals + 1)) return false;
-    filter = trimmed(filter.substr(end + 1));
+/// What the filters of rules are about.
+Environment attributes_of(const pugi::xml_node& artifact) {
+  Environment attributes;
+  for (const pugi::xml_node property : artifact.child("properties").children("property")) {
+    attributes.emplace(lower_case(property.attribute("name").value()), property.attribute("value").value());
   }
-  return true;
+  for (const char* const name : {"id", "version", "classifier"}) attributes[name] = artifact.attribute(name).value();
+  return attributes;
 }
 
 std::string with_values(std::string output, const pugi::xml_node& artifact) {
@@ -66,8 +56,9 @@ std::string name_of_artifact(const pugi::xml_node& artifact) {
 
 ArtifactLocation location_of(const pugi::xml_node& artifact, const pugi::xml_node& repository) {
   if (is_kept_otherwise(artifact)) return {};
+  const Environment attributes = attributes_of(artifact);
   for (const pugi::xml_node rule : repository.child("mappings").children("rule")) {
-    const auto is_fulfilled = fulfils(artifact, rule.attribute("filter").value());
+    const auto is_fulfilled = fulfils(attributes, rule.attribute("filter").value(), Missing::none);
     if (!is_fulfilled) return {};
     if (*is_fulfilled) return location_in(with_values(rule.attribute("output").value(), artifact));
   }

@@ -1,16 +1,23 @@
 #include "p2/artifact_name.h"
 
 #include "base/text.h"
+#include "p2/names.h"
 
 namespace eclipse_p2 {
 
 Unit unit_of_artifact(const std::string& artifact) {
   const auto parts = eclipse_base::split(artifact, ',');
-  const bool is_feature = parts.front() == "org.eclipse.update.feature";
+  const bool is_feature = parts.front() == feature_name_space;
   return {parts.at(1) + std::string(is_feature ? feature_jar_suffix : ""), parts.back()};
 }
 
-bool is_bundle(const std::string& artifact) { return artifact.starts_with("osgi.bundle,"); }
+bool is_bundle(const std::string& artifact) { return artifact.starts_with(std::string(bundle_name_space) + ","); }
+
+std::string kind_and_unit(const std::string& artifact) {
+  const auto parts = eclipse_base::split(artifact, ',');
+  const std::string kind = is_bundle(artifact) ? "bundle" : parts.at(0) == feature_name_space ? "feature" : parts.at(0);
+  return kind + " " + parts.at(1) + " " + parts.at(2);
+}
 
 std::string jar_of_bundle(const std::string& artifact) {
   const Unit unit = unit_of_artifact(artifact);

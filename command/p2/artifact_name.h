@@ -13,6 +13,9 @@ Unit unit_of_artifact(const std::string& artifact);
 
 bool is_bundle(const std::string& artifact);
 
+/// "bundle ID VERSION", "feature ID VERSION", or with the classifier of another artifact.
+std::string kind_and_unit(const std::string& artifact);
+
 /// The file of a bundle in the directory plugins of an instance, "ID_VERSION.jar"; empty for another artifact.
 std::string jar_of_bundle(const std::string& artifact);
 

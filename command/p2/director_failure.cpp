@@ -135,7 +135,7 @@ Failure of_instance(const CommandResult& result, const std::optional<fs::path>& 
     failure.meaning = "it aborted with an exception and printed no reason";
   } else if (failure.causes.empty()) {
     failure.layer = Layer::launcher;
-    failure.meaning = "the application did not run to its end and logged no reason";
+    failure.meaning = "the application exited early and logged no reason";
     failure.causes = messages_of(result);
   }
   if (!content.error.empty()) failure.causes.push_back(log->filename().string() + " " + content.error);

@@ -28,23 +28,23 @@ std::string_view cut_parentheses(std::string_view& text) {
   return {};
 }
 
-std::optional<bool> fulfils_comparison(const Environment& environment, std::string_view comparison) {
+std::optional<bool> fulfils_comparison(const Environment& environment, std::string_view comparison, Missing missing) {
   const std::size_t equals = comparison.find('=');
   if (equals == comparison.npos || comparison.find_first_of("~<>\\") != comparison.npos) return std::nullopt;
   const auto known = environment.find(lower_case(trimmed(comparison.substr(0, equals))));
   const std::string_view value = comparison.substr(equals + 1);
-  if (known == environment.end()) return std::nullopt;
+  if (known == environment.end()) return missing == Missing::none ? std::optional(false) : std::nullopt;
   if (value == "*") return true;
   return value.find('*') == value.npos ? std::optional(value == known->second) : std::nullopt;
 }
 
 /// For "&", false decides, and for "|" true.
-std::optional<bool> fulfils_all(const Environment& environment, std::string_view filters, bool decisive) {
+std::optional<bool> fulfils_all(const Environment& environment, std::string_view filters, bool decisive, Missing missing) {
   std::optional<bool> result = !decisive;
   while (!filters.empty()) {
     const std::string_view filter = cut_parentheses(filters);
     if (filter.empty()) return std::nullopt;
-    const auto fulfilled = fulfils(environment, filter);
+    const auto fulfilled = fulfils(environment, filter, missing);
     if (fulfilled == decisive) return decisive;
     if (!fulfilled) result = std::nullopt;
   }
@@ -60,7 +60,7 @@ Environment system_environment(bool more) {
   return environment;
 }
 
-std::optional<bool> fulfils(const Environment& environment, std::string_view filter) {
+std::optional<bool> fulfils(const Environment& environment, std::string_view filter, Missing missing) {
   constexpr std::size_t longest = 4096;  // Each pair of parentheses takes a call.
   filter = trimmed(filter);
   if (filter.size() > longest) return std::nullopt;
@@ -69,10 +69,10 @@ std::optional<bool> fulfils(const Environment& environment, std::string_view fil
   const std::string_view whole = cut_parentheses(rest);
   if (whole.size() < 3 || !rest.empty()) return std::nullopt;
   const std::string_view inner = trimmed(whole.substr(1, whole.size() - 2));
-  if (inner.starts_with('&')) return fulfils_all(environment, inner.substr(1), false);
-  if (inner.starts_with('|')) return fulfils_all(environment, inner.substr(1), true);
-  if (!inner.starts_with('!')) return fulfils_comparison(environment, inner);
-  const auto fulfilled = fulfils(environment, inner.substr(1));
+  if (inner.starts_with('&')) return fulfils_all(environment, inner.substr(1), false, missing);
+  if (inner.starts_with('|')) return fulfils_all(environment, inner.substr(1), true, missing);
+  if (!inner.starts_with('!')) return fulfils_comparison(environment, inner, missing);
+  const auto fulfilled = fulfils(environment, inner.substr(1), missing);
   return fulfilled ? std::optional(!*fulfilled) : std::nullopt;
 }
 

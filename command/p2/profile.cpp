@@ -30,6 +30,8 @@
 #include "p2/configuration_files.h"
 #include "p2/data_area.h"
 #include "p2/instance_paths.h"
+#include "p2/names.h"
+#include "p2/requirement.h"
 #include "p2/xml.h"
 
 using namespace eclipse_base;
@@ -146,15 +148,12 @@ StateDocument read_document(const fs::path& file) {
   return document;
 }
 
-/// Names in other namespaces mean other things: a package often has the name of a bundle, and any bundle may contain it.
 bool requires_a_unit(const pugi::xml_node& required) {
-  const std::string_view name_space = required.attribute("namespace").value();
-  return (name_space == "org.eclipse.equinox.p2.iu" || name_space == "osgi.bundle") &&
-         !required.attribute("optional").as_bool();
+  return is_of_units(required.attribute("namespace").value()) && !required.attribute("optional").as_bool();
 }
 
 bool is_bundle(const pugi::xml_node& unit) {
-  return static_cast<bool>(unit.child("artifacts").find_child_by_attribute("artifact", "classifier", "osgi.bundle"));
+  return static_cast<bool>(unit.child("artifacts").find_child_by_attribute("artifact", "classifier", bundle_name_space.data()));
 }
 
 std::set<Unit> roots_in(const pugi::xml_node& profile) {
@@ -171,6 +170,7 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
   std::vector<InstalledUnit> installed;
   const std::set<Unit> roots = roots_in(profile);
   std::map<std::string, std::vector<std::string>> requirers;
+  std::map<std::string, std::string> pinned_by;
   for (const pugi::xml_node unit : profile.child("units").children("unit")) {
     const std::string id = unit.attribute("id").value();
     const std::string version = unit.attribute("version").value();
@@ -179,6 +179,9 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
     if (unit.child("hostRequirements")) continue;
     for (const pugi::xml_node required : unit.child("requires").children("required")) {
       if (!requires_a_unit(required)) continue;
+      if (installed.back().is_root && is_exact(required.attribute("range").value())) {
+        pinned_by.emplace(required.attribute("name").value(), id);
+      }
       auto& known = requirers[required.attribute("name").value()];
       if (id != required.attribute("name").value() && (known.empty() || known.back() != id)) known.push_back(id);
     }
@@ -187,6 +190,7 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
   for (auto& [id, ids] : requirers) shared.emplace(id, SharedIds(std::move(ids)));
   for (InstalledUnit& unit : installed) {
     if (const auto found = shared.find(unit.id); found != shared.end()) unit.required_by = found->second;
+    if (const auto found = pinned_by.find(unit.id); found != pinned_by.end()) unit.pinned_by = found->second;
   }
   return installed;
 }
@@ -275,7 +279,7 @@ ProfileArtifacts read_profile_artifacts(const fs::path& file) {
     }
   }
   for (const pugi::xml_node unit : profile.child("units").children("unit")) {
-    if (std::string_view(unit.child("touchpoint").attribute("id").value()) != "org.eclipse.equinox.p2.osgi") continue;
+    if (std::string_view(unit.child("touchpoint").attribute("id").value()) != osgi_touchpoint) continue;
     for (const pugi::xml_node artifact : unit.child("artifacts").children("artifact")) {
       artifacts.of_units[{unit.attribute("id").value(), unit.attribute("version").value()}].push_back(
           name_of_artifact(artifact));

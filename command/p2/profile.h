@@ -34,9 +34,10 @@ struct InstalledUnit {
 
   std::string id;
   std::string version;
-  SharedIds required_by;   ///< the installed units that require it as a unit or as a bundle
-  bool is_root = false;    ///< it was installed by name; otherwise it came along with another unit
-  bool is_bundle = false;  ///< it has a jar that the instance starts with
+  SharedIds required_by;       ///< the installed units that require it as a unit or as a bundle
+  bool is_root = false;        ///< it was installed by name; otherwise it came along with another unit
+  bool is_bundle = false;      ///< it has a jar that the instance starts with
+  std::string pinned_by = {};  ///< a root that requires exactly this version; empty when none does
 };
 
 /// Every state of the profile of the instance in this directory, newest first. p2 starts from the first one and never falls

@@ -1,7 +1,6 @@
 #include "p2/repository.h"
 
 #include <algorithm>
-#include <cctype>
 #include <pugixml.hpp>
 #include <string_view>
 #include <system_error>
@@ -9,7 +8,9 @@
 
 #include "base/limits.h"
 #include "base/text.h"
+#include "base/uri.h"
 #include "p2/artifact_location.h"
+#include "p2/names.h"
 #include "p2/touchpoint_actions.h"
 #include "p2/xml.h"
 
@@ -19,13 +20,6 @@ namespace largest = eclipse_base::largest;
 namespace eclipse_p2 {
 
 namespace {
-
-bool has_scheme(std::string_view location) {
-  const std::size_t end = location.find(':');
-  return end != location.npos && end > 0 && std::isalpha(static_cast<unsigned char>(location.front())) != 0 &&
-         std::all_of(location.begin(), location.begin() + static_cast<std::ptrdiff_t>(end),
-                     [](unsigned char byte) { return std::isalnum(byte) != 0 || byte == '+' || byte == '-' || byte == '.'; });
-}
 
 /// Without "file:" or "file://".
 std::string_view path_in(std::string_view url) {
@@ -56,7 +50,7 @@ std::optional<RepositoryPlace> place_of_child(std::string_view location, const R
     return RepositoryPlace{path_in(url.substr(0, mark)), with_slash(std::string(url.substr(std::min(mark + 2, url.size()))))};
   }
   if (location.starts_with("file:")) return RepositoryPlace{composite.path / path_in(location)};
-  if (has_scheme(location)) return std::nullopt;
+  if (eclipse_base::has_scheme(location)) return std::nullopt;
   if (in_archive) return RepositoryPlace{composite.path, composite.inside + with_slash(without_dots(location))};
   return RepositoryPlace{composite.path / fs::path(location).relative_path()};
 }
@@ -87,7 +81,7 @@ UnitDescription description_of(const pugi::xml_node& unit) {
   UnitDescription description;
   description.label = label_of(unit);
   description.is_category = property_of(unit, "org.eclipse.equinox.p2.type.category") == "true";
-  description.is_group = property_of(unit, "org.eclipse.equinox.p2.type.group") == "true";
+  description.is_group = is_group(unit);
   description.filter = eclipse_base::trimmed(unit.child("filter").text().get());
   description.requirements = requirements_of(unit);
   description.further_capabilities = further_capabilities_of(unit);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "p2/names.h"
 #include "p2/version.h"
 
 using eclipse_base::trimmed;
@@ -11,10 +12,6 @@ using eclipse_base::trimmed;
 namespace eclipse_p2 {
 
 namespace {
-
-constexpr std::string_view of_bundles = "osgi.bundle";
-
-bool is_known(std::string_view name_space) { return name_space == unit_name_space || name_space == of_bundles; }
 
 bool is_hard(const pugi::xml_node& required) {
   return !required.attribute("optional").as_bool() && required.attribute("greedy").as_bool(true) &&
@@ -28,7 +25,7 @@ std::vector<Requirement> requirements_of(const pugi::xml_node& unit) {
   for (const pugi::xml_node required : unit.child("requires").children("required")) {
     const std::string name_space = required.attribute("namespace").value();
     const std::string name = required.attribute("name").value();
-    if (!is_known(name_space) || name.empty() || required.attribute("max").as_int(1) == 0) continue;
+    if (!is_of_units(name_space) || name.empty() || required.attribute("max").as_int(1) == 0) continue;
     requirements.push_back({name_space, name, std::string(trimmed(required.attribute("range").value())),
                             std::string(trimmed(required.child("filter").text().get())), is_hard(required)});
   }
@@ -43,7 +40,7 @@ std::vector<Capability> further_capabilities_of(const pugi::xml_node& unit) {
     Capability capability{provided.attribute("namespace").value(), provided.attribute("name").value(),
                           provided.attribute("version").value()};
     const bool is_own = capability.name == id && whole_version(capability.version) == version;
-    if (is_known(capability.name_space) && !is_own) capabilities.push_back(std::move(capability));
+    if (is_of_units(capability.name_space) && !is_own) capabilities.push_back(std::move(capability));
   }
   return capabilities;
 }

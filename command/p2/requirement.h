@@ -10,9 +10,6 @@
 
 namespace eclipse_p2 {
 
-/// The namespace of units by their ids.
-inline constexpr std::string_view unit_name_space = "org.eclipse.equinox.p2.iu";
-
 /// A requirement of a unit or a bundle by its name. The director may need others as well, such as packages.
 struct Requirement {
   std::string name_space;  ///< "org.eclipse.equinox.p2.iu" or "osgi.bundle"

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "p2/names.h"
 #include "p2/xml.h"
 
 using namespace eclipse_base;
@@ -69,7 +70,7 @@ bool is_known(std::string_view action, std::string_view touchpoint) {
   constexpr std::string_view own = "org.eclipse.equinox.p2.";
   if (action.find('.') != action.npos) return action.starts_with(own);
   const bool is_of_eclipse = is_in(actions_of_eclipse, action) || is_in(passed_on, action);
-  if (touchpoint == "org.eclipse.equinox.p2.osgi") return is_of_eclipse;
+  if (touchpoint == osgi_touchpoint) return is_of_eclipse;
   if (touchpoint == "org.eclipse.equinox.p2.native") return is_in(actions_of_natives, action);
   return is_of_eclipse || is_in(actions_of_natives, action);
 }
@@ -82,7 +83,7 @@ bool is_for_bundles(std::string_view action) {
 
 bool is_phase(std::string_view key) {
   constexpr std::array<std::string_view, 5> phases = {"collect", "install", "configure", "unconfigure", "uninstall"};
-  return std::find(phases.begin(), phases.end(), key) != phases.end();
+  return is_in(phases, key);
 }
 
 /// Of the statements "NAME(PARAMETERS);". A semicolon in a parameter is written as "${#59}".
@@ -99,9 +100,9 @@ std::vector<std::string> actions_in(const std::string& statements) {
 
 /// The group of a feature, or its jar.
 bool is_feature(const pugi::xml_node& unit) {
-  if (property_of(unit, "org.eclipse.equinox.p2.type.group") == "true") return true;
+  if (is_group(unit)) return true;
   const pugi::xml_node provides = unit.child("provides");
-  return static_cast<bool>(provides.find_child_by_attribute("provided", "namespace", "org.eclipse.update.feature"));
+  return static_cast<bool>(provides.find_child_by_attribute("provided", "namespace", feature_name_space));
 }
 
 /// Calls use(PHASE, ACTION) for all of the instructions of a unit.

@@ -84,6 +84,8 @@ std::string property_of(const pugi::xml_node& node, const std::string& name) {
   return node.child("properties").find_child_by_attribute("property", "name", name.c_str()).attribute("value").value();
 }
 
+bool is_group(const pugi::xml_node& unit) { return property_of(unit, "org.eclipse.equinox.p2.type.group") == "true"; }
+
 Xml read_xml(const std::string& text, const char* root) {
   Xml xml;
   // Tags and attributes, of which each takes many more bytes than in the file.

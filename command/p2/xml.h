@@ -17,6 +17,9 @@ struct Xml {
 /// The value of the property of a unit, an artifact, a profile or a repository; empty when it has none of this name.
 std::string property_of(const pugi::xml_node& node, const std::string& name);
 
+/// Whether a unit is a group, as the units are that people install as features.
+bool is_group(const pugi::xml_node& unit);
+
 /// Reads a document whose outermost element must have this name. After an error the document is empty.
 Xml read_xml(const std::string& text, const char* root);
 

@@ -63,7 +63,8 @@ class PlanMaker {
     plan_.refusal = run_.refusal;
     if (!run_.log.empty()) plan_.last_log_line = run_.log.back();
     plan_.executable = path_in_commands(run_.executable);
-    plan_.is_instance_missing = run_.refusal.empty() && !run_.searched && session_.chooses_instance();
+    plan_.is_instance_missing =
+        run_.refusal.empty() && !run_.searched && (session_.chooses_internal() || session_.chooses_users_own());
     plan_.every_component = run_.every_component;
     add_version_check();
     for (std::size_t i = 0; i < run_.components.size(); ++i) add_component(session_.components[i].get(), run_.components[i]);
@@ -299,7 +300,7 @@ class PlanMaker {
   }
 
   const char* origin_of_executable() const {
-    return is_named_by_user(session_) ? "USER_DEFINED_ECLIPSE_PATH" : "the path of the executable";
+    return session_.chooses_users_own() ? "USER_DEFINED_ECLIPSE_PATH" : "the path of the executable";
   }
 
   /// Each directory is reported once for its component, and each repository once, with the first line that names it.

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "dry_run/descriptor_lines.h"
 #include "dry_run/dry_run.h"
 #include "eclipse_int/eclipse_int.h"
 #include "plan/version_check.h"
@@ -60,7 +61,7 @@ struct PlannedRecord {
   /// "FILE:LINE".
   std::string place() const { return file + ":" + std::to_string(line); }
   /// Otherwise the order is the plug-in's UNDEFINED_ORDER, or the line contains this text.
-  bool gives_order() const { return config.order != "undefined"; }
+  bool gives_order() const { return config.order != eclipse_dry_run::undefined_order; }
 };
 
 struct PlannedCommand {

@@ -107,7 +107,7 @@ std::vector<std::string> reasons_for_no_command(const Plan& plan, const DryRun& 
   if (!run.executable.empty()) return {"\"" + run.executable + "\" does not exist"};
   Texts reasons;
   for (const std::string& name : run.variables_read) reasons.push_back(value_of(session, name));
-  if (session.variable("ECLIPSE_INTEGRATION_CHOICE") == "internal") {
+  if (session.chooses_internal()) {
     for (std::string& reason : about_executable(run, session)) reasons.push_back(std::move(reason));
   }
   reasons.push_back("no Eclipse instance is chosen, and no component is searched (" +

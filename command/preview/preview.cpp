@@ -31,7 +31,7 @@ PreviewedRepository about(const std::string& url, const std::string& path, const
     about.remark = error->second.message;
   } else if (!repository.exists) {
     about.remark =
-        path == eclipse_dry_run::path_in(url) ? "does not exist" : "does not exist: the shell makes " + path + " of it";
+        path == eclipse_dry_run::path_in(url) ? "does not exist" : "does not exist: the shell expands it to " + path;
   } else if (!repository.error.empty()) {
     about.remark = repository.error;
   } else if (!repository.is_repository) {
@@ -42,6 +42,17 @@ PreviewedRepository about(const std::string& url, const std::string& path, const
     if (!repository.units) about.remark = "was not examined completely: " + repository.unexamined_because;
   }
   return about;
+}
+
+/// An installed unit that keeps the installed version of another one, since the session does not bring it, too; empty when none
+/// does.
+std::string keeper_of(const BroughtUnit& brought, const std::vector<BroughtUnit>& all,
+                      const std::vector<InstalledUnit>& installed) {
+  const Unit unit{brought.named.id, brought.brought.step.installed};
+  const auto found = std::find_if(installed.begin(), installed.end(), [&](const auto& each) { return each.unit() == unit; });
+  if (found == installed.end()) return "";
+  const auto is_keeper = [&](const BroughtUnit& each) { return each.named.id == found->pinned_by; };
+  return std::none_of(all.begin(), all.end(), is_keeper) ? found->pinned_by : "";
 }
 
 /// Empty for a feature that is not known to fail.
@@ -94,9 +105,15 @@ void add_installations(Preview& preview, const Plan& plan, const Offer& offer, c
   }
   const Obstacles obstacles(plan);
   static const std::vector<InstalledUnit> none;
-  for (const BroughtUnit& brought : units_brought_by(plan, offer, installed ? *installed->all : none)) {
+  const std::vector<InstalledUnit>& in_instance = installed ? *installed->all : none;
+  const auto units = units_brought_by(plan, offer, in_instance);
+  for (const BroughtUnit& brought : units) {
     const Installation& step = brought.brought.step;
-    const std::string reason = why_it_fails(obstacles, brought, offer);
+    std::string reason = why_it_fails(obstacles, brought, offer);
+    const std::string keeper = step.step == InstallStep::upgrade ? keeper_of(brought, units, in_instance) : "";
+    if (reason.empty() && !keeper.empty()) {
+      reason = "will most likely fail: " + keeper + ", which was installed by name, requires version " + step.installed;
+    }
     preview.features.push_back({brought.record->config.feature, text_of(brought.named), brought.record->place(),
                                 reason.empty() ? change_of(step.step) : Change::fail, step.version, step.installed,
                                 offer.repository_of(brought.named.id, step.version),

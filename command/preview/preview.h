@@ -23,10 +23,11 @@ struct PreviewedFeature {
   std::string unit;
   std::string place;
   Change change = Change::fail;
-  std::string version;     ///< that the instance gets, or that is removed; empty when it is not known
-  std::string installed;   ///< the version that is installed; empty when none is, or it is not known
-  std::string repository;  ///< the URL of the one that it comes from; empty when it comes from none
-  std::string remark;      ///< what will come of it, where that is not what one expects; otherwise empty
+  std::string version;      ///< that the instance gets, or that is removed; empty when it is not known
+  std::string installed;    ///< the version that is installed; empty when none is, or it is not known
+  std::string repository;   ///< the URL of the one that it comes from; empty when it comes from none
+  std::string remark;       ///< what will come of it, where that is not what one expects; otherwise empty
+  bool is_updated = false;  ///< the run replaces the installed version first
 };
 
 struct PreviewedRepository {

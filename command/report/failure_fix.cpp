@@ -39,7 +39,7 @@ std::string fix_of_conflict(const Texts& causes) {
   const std::string wanted = id_in(causes, "Software being installed: ");
   if (!wanted.empty() && wanted == id_in(causes, "Software currently installed: "))
     return "--update replaces the installed version, with --allow-downgrade also a newer one";
-  return "install versions that go together, or remove the feature that is in the way";
+  return "install compatible versions, or remove the conflicting feature";
 }
 
 }  // namespace

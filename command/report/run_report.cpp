@@ -37,9 +37,9 @@ std::string in_seconds(double seconds) {
 }
 
 std::string choice_of(const Session& session) {
+  if (session.chooses_internal()) return "internal (provided by a component)";
+  if (session.chooses_users_own()) return "user (" + printable(session.variable("USER_DEFINED_ECLIPSE_PATH")) + ")";
   const std::string choice = session.variable("ECLIPSE_INTEGRATION_CHOICE");
-  if (choice == "internal") return "internal (provided by a component)";
-  if (choice == "user") return "user (" + printable(session.variable("USER_DEFINED_ECLIPSE_PATH")) + ")";
   return choice.empty() ? "not chosen" : printable(choice);
 }
 

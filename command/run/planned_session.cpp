@@ -33,8 +33,6 @@ namespace eclipse_run {
 
 namespace {
 
-constexpr const char* updated = "updated";
-
 /// Throws Interrupted.
 Resolution resolve_unless_interrupted(const Plan& plan, const eclipse_p2::UnitReplacement& update) {
   // The director works on a copy of the profile, and nothing in the instance changes. Without one it works on the instance.
@@ -82,7 +80,7 @@ void mark_failing(eclipse_preview::Preview& preview, const Resolution& resolutio
   for (auto& feature : preview.features) {
     if (std::find(failing.begin(), failing.end(), feature.feature) == failing.end()) continue;
     feature.change = eclipse_preview::Change::fail;
-    if (feature.remark.empty() || feature.remark == updated) feature.remark = "see what the director says below";
+    if (feature.remark.empty() || feature.is_updated) feature.remark = "see what the director says below";
   }
 }
 
@@ -117,7 +115,9 @@ void add_update(PlanReport& report, const eclipse_plan::Offer& offer, const ecli
   if (!wishes.update || !report.refusal.empty() || report.replacements.empty()) return;
   report.update_command = eclipse_update::update_command(report.plan, report.replacements);
   for (auto& feature : report.preview->features) {
-    if (feature.change == eclipse_preview::Change::other_version) feature.remark = updated;
+    if (feature.change != eclipse_preview::Change::other_version) continue;
+    feature.is_updated = true;
+    feature.remark = "updated";
   }
 }
 

@@ -6,6 +6,7 @@
 
 #include "base/printable.h"
 #include "dry_run/chosen_executable.h"
+#include "instance/damage.h"
 #include "instance/reversion.h"
 #include "p2/installed_units.h"
 #include "p2/instance_paths.h"
@@ -36,7 +37,7 @@ std::string failure_since(const eclipse_p2::ProfileState& before, const std::fil
   if (newest == before.file) return unchanged;
   const eclipse_p2::ProfileState now = eclipse_p2::read_profile_state(newest);
   if (!now.error.empty()) {
-    return "the director failed, and the newest state of the p2 profile, " + newest.string() + ", " + now.error;
+    return "the director failed, and " + eclipse_instance::text_of_newest_state(newest, now.error);
   }
   const auto change = eclipse_p2::change_between(eclipse_instance::installed_in(before), eclipse_instance::installed_in(now));
   return change.is_empty() ? unchanged : "the director failed, but it has changed the Eclipse instance: " + text_of(change);

@@ -11,7 +11,7 @@ namespace eclipse_shell {
 
 namespace {
 
-std::string cannot_start(int code) { return ", so the shell cannot start it (exit status " + std::to_string(code) + ")"; }
+std::string cannot_start(int code) { return ", so the shell cannot start it (exit code " + std::to_string(code) + ")"; }
 
 }  // namespace
 

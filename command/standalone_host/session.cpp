@@ -17,12 +17,7 @@ std::string Session::variable(const std::string& name) const {
   return found == variables.end() ? "" : found->second;
 }
 
-bool Session::chooses_instance() const {
-  const std::string choice = variable("ECLIPSE_INTEGRATION_CHOICE");
-  return choice == "internal" || choice == "user";
-}
-
-bool Session::declines_integration() const { return variable("ECLIPSE_INTEGRATION_CHOICE") == "none"; }
+bool Session::has_choice(std::string_view choice) const { return variable("ECLIPSE_INTEGRATION_CHOICE") == choice; }
 
 std::string Session::expand(std::string_view text) const {
   std::string expanded;

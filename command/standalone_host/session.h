@@ -85,14 +85,18 @@ class Session : public session_t {
   /// Whether KORU_MODE is "uninstall".
   bool is_removal() const { return variable("KORU_MODE") == "uninstall"; }
 
-  /// Whether ECLIPSE_INTEGRATION_CHOICE is a choice with which the plug-in looks for features at all.
-  bool chooses_instance() const;
-
-  /// Whether ECLIPSE_INTEGRATION_CHOICE says that nothing is to be done.
-  bool declines_integration() const;
+  /// Whether ECLIPSE_INTEGRATION_CHOICE is "internal": an IDE that is a component, with an executable named ECLIPSE_BIN.
+  bool chooses_internal() const { return has_choice("internal"); }
+  /// Whether it is "user": the one whose executable the user names.
+  bool chooses_users_own() const { return has_choice("user"); }
+  /// Whether it is "none": no integration.
+  bool declines_integration() const { return has_choice("none"); }
 
   /// Replaces each "${NAME}" in a text by the value of that variable. A "${" without its "}" stays as it is.
   std::string expand(std::string_view text) const;
+
+ private:
+  bool has_choice(std::string_view choice) const;
 };
 
 /// Makes a session the one that the host operations work on, for the lifetime of this object. Some operations, print_log()

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/printable.h"
+
+using namespace eclipse_base;
 using namespace eclipse_shell;
 
 namespace eclipse_host {
@@ -108,7 +111,7 @@ class Run {
   /// Keeps the executable that the run used, so that the next run knows the instance. An instance into which nothing was
   /// installed is not known: the next run must still install the components that are installed already.
   void record_executable() {
-    const bool user = session_.variable("ECLIPSE_INTEGRATION_CHOICE") == "user";
+    const bool user = session_.chooses_users_own();
     session_.variables[cached_executable] = user ? session_.variable("USER_DEFINED_ECLIPSE_PATH")
                                                  : session_.variable("ECLIPSE_PATH") + "/" + session_.variable("ECLIPSE_BIN");
   }
@@ -128,13 +131,14 @@ std::string refusal_of_user_eclipse(const Session& session) {
   const std::string executable = session.variable("USER_DEFINED_ECLIPSE_PATH");
   if (executable.empty()) return "no Eclipse is given: set USER_DEFINED_ECLIPSE_PATH to the full path of its executable";
   if (session.variable("USER_DEFINED_ECLIPSE_PATH_CORRECT") != "yes") {
-    return "USER_DEFINED_ECLIPSE_PATH is \"" + executable +
-           "\", which is not the Eclipse executable: give the full path of an existing file named \"" +
-           session.variable("ECLIPSE_BIN") + "\" (ECLIPSE_BIN)";
+    return "USER_DEFINED_ECLIPSE_PATH is " + in_quotes(executable) +
+           ", which is not the Eclipse executable: give the full path of an existing file named " +
+           in_quotes(session.variable("ECLIPSE_BIN")) + " (ECLIPSE_BIN)";
   }
   if (session.variable("ECLIPSE_VERSION_IS_SUPPORTED") == "no") {
-    return "the version of \"" + executable + "\", " + session.variable("ECLIPSE_VERSION") + ", is below the minimum " +
-           session.expand("${ECLIPSE_MIN_SUPPORTED_VERSION}") + " (versions are compared as text, byte by byte)";
+    return "the version of " + in_quotes(executable) + ", " + printable(session.variable("ECLIPSE_VERSION")) +
+           ", is below the minimum " + printable(session.expand("${ECLIPSE_MIN_SUPPORTED_VERSION}")) +
+           " (versions are compared as text, byte by byte)";
   }
   return "";
 }
@@ -168,7 +172,7 @@ void RunRecord::drop_outputs() {
 
 void run_session(const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers) {
   const bool removal = session.is_removal();
-  const bool users_own = session.variable("ECLIPSE_INTEGRATION_CHOICE") == "user";
+  const bool users_own = session.chooses_users_own();
   Run run(plugin, session, record, observers);
   run.call("eclipse_integration_required");
   run.call("find_eclipse_ide");

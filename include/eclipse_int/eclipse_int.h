@@ -7,8 +7,9 @@
 // case-sensitive, and an unset variable reads as the empty text.
 //
 // A typical run: eclipse_integration_required() and find_eclipse_ide() once the capability map and KORU_MODE are set;
-// verify_eclipse_version() when the user names an instance; define_eclipse_path() once the choice is made;
-// perform_integration() after the components are installed, or perform_unintegration() in an uninstall run.
+// verify_user_defined_eclipse_path() when the user names an instance, then verify_eclipse_version() if the path is correct;
+// define_eclipse_path() once the choice is made; perform_integration() after the components are installed, or
+// perform_unintegration() in an uninstall run.
 //
 // Bad or missing input is never an error: it is skipped or yields an empty result, usually with a log line. An action throws
 // only what a host operation throws, and what the standard library throws when memory runs out.

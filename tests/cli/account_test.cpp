@@ -202,7 +202,7 @@ TEST_F(RunReport, IsDoneWhenEveryRetrySucceeds) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_NE(
       outcome.output.find("\nDone\n"
-                          "  Why not all at once: the launcher failed: the application did not run to its end and logged no "
+                          "  Why not all at once: the launcher failed: the application exited early and logged no "
                           "reason\n"
                           "  Installing all features at once failed, so each was tried separately.\n"
                           "  The director reports success for installing these features into DIRECTORY/eclipse:\n"

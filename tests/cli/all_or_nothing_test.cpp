@@ -184,7 +184,7 @@ TEST_F(AllOrNothing, SaysWhenTheDirectorDoesNotGoBack) {
   script(3, "exit 13");
   script(4, "exit 13");
   const Json result = run(1);
-  EXPECT_EQ(result.at("allOrNothing").at("error"), "the director did not go back: exit code 13");
+  EXPECT_EQ(result.at("allOrNothing").at("error"), "the director did not revert the profile: exit code 13");
   EXPECT_TRUE(result.at("allOrNothing").at("failure").is_object());
 }
 

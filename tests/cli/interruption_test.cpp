@@ -81,7 +81,7 @@ TEST_F(Interruption, LetsTheDirectorEndItsCommandAndStartsNoOther) {
       outcome.output.ends_with("    begun\n"
                                "    late\n"
                                "  Failed with exit code 13 after N s\n"
-                               "    Why: the launcher failed: the application did not run to its end and logged no reason\n"
+                               "    Why: the launcher failed: the application exited early and logged no reason\n"
                                "\n"
                                "Interrupted by SIGINT\n"
                                "  No director was stopped, and no other command of the session was started.\n"))

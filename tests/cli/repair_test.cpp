@@ -212,7 +212,7 @@ TEST_F(Repair, RenamesNothingOutsideTheDataArea) {
 TEST_F(Repair, SaysWhenThereIsNoCopyToBringBack) {
   write_state("1", sound);
   write_configuration("");
-  const std::string no_copy = "no copy of it was kept; restore it from a backup of the Eclipse instance, or reinstall Eclipse";
+  const std::string no_copy = "there is no backup copy of it; restore it from a backup of the Eclipse instance, or reinstall Eclipse";
   const Outcome repair = eclipse_int("repair eclipse --json");
   EXPECT_EQ(repair.status, 1);
   const Json result = Json::parse(repair.output);

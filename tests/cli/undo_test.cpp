@@ -280,7 +280,7 @@ TEST_F(Undo, ExplainsWhatTheDirectorDidNotDo) {
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   script(2, "echo 'Cannot complete the request.'; exit 13");
   const Json failed = undo("session.json", 1);
-  EXPECT_EQ(failed.at("error"), "the director did not go back: exit code 13");
+  EXPECT_EQ(failed.at("error"), "the director did not revert the profile: exit code 13");
   EXPECT_EQ(failed.at("failure").at("layer"), "the launcher");
   EXPECT_EQ(undo("session.json --dry-run", 0).at("to"), "1731234500000") << "it was not undone";
 }
@@ -345,7 +345,7 @@ TEST_F(Undo, IsKnownAlsoWhenItsDirectorFailsAtTheEnd) {
   script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   script(2, leave("1731234700000", {"ide/4.0.0"}) + "; exit 13");
-  EXPECT_EQ(undo("session.json", 1).at("error"), "the director did not go back: exit code 13");
+  EXPECT_EQ(undo("session.json", 1).at("error"), "the director did not revert the profile: exit code 13");
   EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0).at("run").at("revertedTo"),
             "1731234500000");
   script(3, leave("1731234800000", {"ide/4.0.0", "one/1.0.0"}));

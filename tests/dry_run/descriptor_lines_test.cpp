@@ -32,6 +32,10 @@ TEST(DescriptorLines, EachRecordHasItsLine) {
   EXPECT_EQ(numbers(text, text), (Numbers{4, 5, 6, 8, 9}));
 }
 
+TEST(DescriptorLines, OrderOfALineWithoutColumn4) {
+  EXPECT_EQ(functions().records("directory", "s\tF\n").at(0).order, undefined_order);
+}
+
 TEST(DescriptorLines, ColumnsAreThoseOfThePlugin) {
   const auto lines = descriptor_lines(functions(), "a\tb\t\r\n\t\n");
   ASSERT_EQ(lines.size(), 3U);

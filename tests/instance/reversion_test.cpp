@@ -97,7 +97,7 @@ TEST_F(Revert, HasARepositoryWithAnEscapedPath) {
 TEST_F(Revert, ExplainsAFailure) {
   write_director("echo 'Cannot complete.'; exit 13");
   const Reversion reversion = revert("ide/eclipse", "1", {});
-  EXPECT_EQ(reversion.error, "the director did not go back: exit code 13");
+  EXPECT_EQ(reversion.error, "the director did not revert the profile: exit code 13");
   EXPECT_TRUE(reversion.failure);
 }
 

@@ -112,7 +112,7 @@ TEST(Findings, NameAnArtifactThatIsElsewhere) {
                     Severity::warning),
       "\"site\": a mapping rule of its artifacts.xml leads to \"http://www.example.org/org.example.one.feature.group.jar\","
       " which is not in the repository FIX ship the file with the repository, and begin the output of the rule with "
-      "${repoUrl}/; if every machine has access to that location, do nothing");
+      "${repoUrl}/; if every machine has access to that location, ignore this finding");
 }
 
 TEST(Findings, OfPathsThatAreNotAsciiDependOnTheLocale) {
@@ -417,8 +417,9 @@ TEST(Findings, CopiesHaveTheNamesThatFileManagersGiveThem) {
   const fake::TemporaryDirectory directory;
   write_file("c/site/content.xml", "<repository><units><unit id='x.y.feature.group' version='1.0.0'/></units></repository>");
   Texts expected;
-  for (const char* const name : {"Copy of tools.txt", "Kopie von tools.txt", "tools (1).txt", "tools - Copy.txt",
-                                 "tools - Kopie.txt", "tools copy.txt", "tools.txt.bak"}) {
+  for (const char* const name :
+       {"#tools.txt#", "Copy of tools.txt", "Kopie von tools.txt", "tools (1).txt", "tools - Copy.txt", "tools - Kopie.txt",
+        "tools copy.txt", "tools.txt.bak", "tools.txt.dpkg-dist", "tools.txt.rpmnew", "tools_old.txt"}) {
     write_file(std::string("c/etc/eclipse/") + name, "site\tx.y.feature.group\n");
     expected.push_back(std::string("c/etc/eclipse/") + name + " unusual-descriptor-name");
   }
@@ -794,22 +795,110 @@ TEST(Findings, NameASimilarRepositoryOnlyIfOneIsNearest) {
     write_file("c/etc/eclipse/t", repository + "\torg.example.one.feature.group\n");
     for (const std::string& other : others) write_file("c/" + other + "/content.xml", content_of_one);
     const Findings findings = findings_in("c");
-    const bool is_asked = !findings.empty() && findings[0].fix.starts_with("did you mean ");
-    return is_asked ? findings[0].fix.substr(13) : "";
+    const bool is_asked = !findings.empty() && findings[0].fix.starts_with("write ");
+    return is_asked ? findings[0].fix.substr(6) : "";
   };
-  EXPECT_EQ(fix_with("sites/alhpa", {"sites/alpha", "sites/alphabet", "sites/beta"}), "\"sites/alpha\"?");
+  EXPECT_EQ(fix_with("sites/alhpa", {"sites/alpha", "sites/alphabet", "sites/beta"}), "\"sites/alpha\"");
   EXPECT_EQ(fix_with("sites/beta", {"sites/beta1", "sites/beta2"}), "");
-  EXPECT_EQ(fix_with("sites/beta", {"sites/beta1", "sites/beta22"}), "\"sites/beta1\"?");
-  EXPECT_EQ(fix_with("sites/beta", {"old/beta", "new/beta", "sites/beta1"}), "\"sites/beta1\"?");
+  EXPECT_EQ(fix_with("sites/beta", {"sites/beta1", "sites/beta22"}), "\"sites/beta1\"");
+  EXPECT_EQ(fix_with("sites/beta", {"old/beta", "new/beta", "sites/beta1"}), "\"sites/beta1\"");
   EXPECT_EQ(fix_with("sites/a", {"sites/b"}), "");
-  EXPECT_EQ(fix_with("sites/alpha-1.0.0", {"sites/alpha-1.1.0"}), "\"sites/alpha-1.1.0\"?");
+  EXPECT_EQ(fix_with("sites/alpha-1.0.0", {"sites/alpha-1.1.0"}), "\"sites/alpha-1.1.0\"");
   EXPECT_EQ(fix_with("sites/gamma", {"sites/alpha", "sites/beta"}), "");
   std::vector<std::string> many;
   for (int i = 0; i < 101; ++i)
     many.push_back("sites/" + std::string(1, static_cast<char>('a' + i % 26)) + std::to_string(i * 1111));
   EXPECT_EQ(fix_with("site/a0", many), "");
   many.pop_back();
-  EXPECT_EQ(fix_with("site/a0", many), "\"sites/a0\"?");
+  EXPECT_EQ(fix_with("site/a0", many), "\"sites/a0\"");
+}
+
+/// The only finding's "RULE: MESSAGE | FIX" in the component c, whose descriptor has this line.
+std::string only_finding(const std::string& line) {
+  write_file("c/etc/eclipse/t", line + "\n");
+  const Findings findings = findings_in("c");
+  if (findings.size() != 1) return std::to_string(findings.size()) + " findings";
+  return std::string(findings[0].rule->name) + ": " + findings[0].message + " | " + findings[0].fix;
+}
+
+TEST(Findings, NameTheRepositoriesThatThereAre) {
+  const fake::TemporaryDirectory directory;
+  const std::string missing = "repository-missing: repository does not exist: c/sites/b | ";
+  const std::string ship = "ship the repository with the component, or correct the path";
+  const std::string line = "sites/b\torg.example.one.feature.group";
+  EXPECT_EQ(only_finding(line), missing + ship);
+  write_file("c/sites/a/content.xml", content_of_one);
+  EXPECT_EQ(only_finding(line), missing + ship + "; the component has \"sites/a\"");
+  write_file("c/etc/eclipse/u", "sites/a\torg.example.one.feature.group\n");
+  EXPECT_EQ(only_finding("sites/b\torg.example.two.feature.group"), missing + ship) << "that one lacks the feature";
+}
+
+TEST(Findings, NameTheTargetOfADanglingRepository) {
+  const fake::TemporaryDirectory directory;
+  std::filesystem::create_directories("c/sites");
+  std::filesystem::create_symlink("/missing/build", "c/sites/a");
+  for (const std::string path : {"sites/a", "sites/a/repository"}) {
+    EXPECT_EQ(only_finding(path + "\torg.example.one.feature.group"),
+              "repository-missing: repository does not exist: c/" + path +
+                  "; it is, or is below, a dangling symlink to \"/missing/build\" | "
+                  "ship the repository itself with the component instead of the symlink");
+  }
+}
+
+TEST(Findings, NameTheRepositoryOfItsParts) {
+  const fake::TemporaryDirectory directory;
+  write_file("c/site/content.xml", content_of_one);
+  write_file("c/site/features/one.jar", "jar");
+  const std::string feature = "\torg.example.one.feature.group";
+  EXPECT_EQ(only_finding("site/features" + feature),
+            "repository-without-metadata: \"site/features\" is not a p2 repository: it has no content.jar, no content.xml and "
+            "no composite of them | write the path of the repository, \"site\"");
+  EXPECT_EQ(only_finding("site/features/one.jar" + feature),
+            "archive-not-recognised: \"site/features/one.jar\" is a file of a repository | write the path of the repository, "
+            "\"site\"");
+  std::filesystem::rename("c/site/content.xml", "c/site/Content.xml");
+  EXPECT_EQ(only_finding("site" + feature),
+            "repository-without-metadata: \"site\" is not a p2 repository: it has no content.jar, no content.xml and no "
+            "composite of them; names are case-sensitive | rename \"Content.xml\" to \"content.xml\"");
+}
+
+TEST(Findings, SayWhatToWriteInAComposite) {
+  const fake::TemporaryDirectory directory;
+  write_file("c/sites/a/content.xml", content_of_one);
+  write_file("c/sites/b.zip", "PK");
+  const auto fix_of_child = [](const std::string& location) {
+    write_file("c/all/compositeContent.xml",
+               "<repository><children><child location='" + location + "'/></children></repository>");
+    write_file("c/etc/eclipse/t", "all\torg.example.one.feature.group\n");
+    std::vector<std::string> fixes;
+    for (const Finding& finding : findings_in("c")) {
+      if (finding.rule->name == std::string("repository-not-loadable")) fixes.push_back(finding.fix);
+    }
+    return fixes;
+  };
+  EXPECT_EQ(fix_of_child("../Sites/a"), Texts{"write \"../sites/a\" in the composite"});
+  EXPECT_EQ(fix_of_child("..\\sites\\a"), Texts{"write \"../sites/a\" in the composite"});
+  EXPECT_EQ(fix_of_child("../sites/b.zip"), Texts{"unpack the archive, and write the path of its directory in the composite"});
+  EXPECT_EQ(fix_of_child("../sites/c"), Texts{"ship that repository, too, or remove it from the composite"});
+}
+
+TEST(Findings, ByteOrderMarksMayBeInAnyLine) {
+  const std::string header = "\xEF\xBB\xBFRepository\tFeature\n";
+  const std::string line = "s\tx.y.feature.group\n";
+  EXPECT_EQ(findings_in_lines(line + header + line), (Texts{"t:2:1+1 byte-order-mark", "t:3:1+19 duplicate-line"}));
+  EXPECT_EQ(findings_in_lines("\xEF\xBB\xBF# no data\n" + line), Texts{"t:1:1+1 byte-order-mark"});
+  EXPECT_EQ(findings_in_lines(line + "\xEF\xBB\xBF# no data\n"), Texts());
+}
+
+TEST(Findings, BackslashAndLetterAreNoTab) {
+  EXPECT_EQ(findings_in_lines("sites/a\\torg.example.one.feature.group\n"), Texts{"t:1:1+38 line-without-tab"});
+  EXPECT_EQ(findings_in_lines("Repository\\tFeature\ns\tx.y.feature.group\n"), Texts{"t:1:1+19 line-without-tab"});
+}
+
+TEST(Findings, DirectoryWithAColonIsNoUrl) {
+  const fake::TemporaryDirectory directory;
+  write_file("c/rel:1/a/content.xml", content_of_one);
+  EXPECT_EQ(only_finding("rel:1/a\torg.example.one.feature.group"), "0 findings");
 }
 
 TEST(Findings, NameWhatIsBetweenRepositories) {

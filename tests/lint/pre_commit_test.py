@@ -31,7 +31,8 @@ class Hooks(unittest.TestCase):
         self.hooks = {hook["id"]: hook for hook in yaml.safe_load(HOOKS.read_text(encoding="utf-8"))}
 
     def write(self, **texts):
-        self.files = {"good": "tools/etc/eclipse/good.txt", "other": "etc/eclipse/other", "readme": "tools/README", "session": "s.json"}
+        self.files = {"good": "tools/etc/eclipse/good.txt", "other": "etc/eclipse/other", "readme": "tools/README", "session": "s.json",
+                      "accidental": "tools/getc/eclipse/a.txt"}
         for name, text in texts.items():
             path = self.repository / self.files[name]
             path.parent.mkdir(parents=True, exist_ok=True)
@@ -68,6 +69,12 @@ class Hooks(unittest.TestCase):
         self.assertEqual(status, 1)
         self.assertRegex(output, r"^etc/eclipse/other:1:\d+: error: .* \[space-around-column\]\n1 error in 1 file; --fix corrects 1\n$")
         self.assertEqual(self.content("other"), WITH_SPACE)
+
+    def test_look_at_all_that_the_plug_in_reads(self):
+        self.write(accidental=WITH_SPACE)
+        status, output = self.run_hook(LINTS)
+        self.assertEqual(status, 1)
+        self.assertIn("tools/getc/eclipse/a.txt:1:", output)
 
     def test_fix_corrects_what_it_can(self):
         """pre-commit itself fails when a hook has changed a file."""

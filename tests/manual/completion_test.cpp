@@ -1,6 +1,7 @@
 // The completion in a real bash.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <map>
 #include <sstream>
 #include <vector>
@@ -42,6 +43,17 @@ TEST(Completion, OffersEveryOptionAndNoOther) {
   EXPECT_EQ(offered({"-"}), options_of(""));
   for (const std::string& subcommand : subcommands())
     EXPECT_EQ(offered({subcommand, "-"}), options_of(subcommand)) << subcommand;
+}
+
+TEST(Completion, OffersTheVariablesThatAHostSets) {
+  Names of_host;
+  std::ifstream readme(README);
+  for (std::string line; std::getline(readme, line);) {
+    const std::size_t end = line.find("` | host |");
+    if (end != line.npos) of_host.insert(line.substr(3, end - 3) + "=");
+  }
+  EXPECT_GT(of_host.size(), 5U);
+  EXPECT_EQ(offered({"run", "--set", ""}), of_host);
 }
 
 TEST(Completion, OffersActionsRulesAndGroups) {

@@ -9,7 +9,10 @@
 #include "base/file.h"
 #include "base/limits.h"
 #include "base/text.h"
+#include "instance/run_journal.h"
 #include "plan/make_plan.h"
+#include "shell/command_runner.h"
+#include "shell/pathname_expansion.h"
 
 using namespace eclipse_base;
 
@@ -68,7 +71,11 @@ TEST(Manual, ListsEveryLimit) {
       {grouped(largest::xml_items), "tags and attributes in an XML document"},
       {grouped(largest::composites), "nesting levels of composite repositories"},
       {grouped(largest::archive_entries), "files and directories in an archive"},
-      {grouped(largest::compression), "times the compressed size, for unpacked data of more than 1 MiB"}};
+      {grouped(largest::compression), "times the compressed size, for unpacked data of more than 1 MiB"},
+      {grouped(eclipse_shell::longest_command) + " bytes", "a command, as Linux passes it to a shell"},
+      {grouped(eclipse_shell::most_examined_entries), "directory entries that are compared with a pattern of the shell"},
+      {grouped(eclipse_instance::most_recorded_runs), "runs in the list of runs in an instance; older ones are left out"},
+      {grouped(largest::document_findings), "findings in a document that an editor shows; the others are left out"}};
   EXPECT_EQ(items_in_manual(), limits);
 }
 

@@ -144,7 +144,7 @@ TEST_F(Explaining, EachExitCodeHasItsLayerAndItsMeaning) {
   EXPECT_EQ(text(126),
             "the shell: the program cannot be started: it is a directory or not executable, or the command is too long");
   EXPECT_EQ(text(127), "the shell: a program does not exist: the executable, or one that it starts");
-  EXPECT_EQ(text(13, "o"), "the launcher: the application did not run to its end and logged no reason\n; o");
+  EXPECT_EQ(text(13, "o"), "the launcher: the application exited early and logged no reason\n; o");
   EXPECT_EQ(text(15, "o"), "the launcher: the instance or its configuration cannot be written\n; o");
   EXPECT_EQ(text(128), "an unknown layer: unknown exit code");
   EXPECT_EQ(text(129), "an unknown layer: signal 1 ended the command");

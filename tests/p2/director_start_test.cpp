@@ -62,7 +62,7 @@ TEST(DirectorStart, OtherCharactersThanAsciiNeedALocaleWithUtf8) {
 
 TEST(DirectorStart, WhatTheShellCannotStartComesFirst) {
   EXPECT_EQ(start_error("/nowhere/a#b/eclipse")->message,
-            "\"/nowhere/a#b/eclipse\" does not exist, so the shell cannot start it (exit status 127)");
+            "\"/nowhere/a#b/eclipse\" does not exist, so the shell cannot start it (exit code 127)");
 }
 
 }  // namespace

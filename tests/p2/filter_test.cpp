@@ -42,6 +42,18 @@ TEST(Filter, IsUnknownWhenItIsNotUnderstood) {
   EXPECT_EQ(verdict(deep + std::string(deep.size(), ')')), std::nullopt);
 }
 
+TEST(Filter, MissingAttributesMayHaveNoValue) {
+  for (const std::string_view filter :
+       {"(osgi.nl=de)", "(osgi.nl=*)", "(&(osgi.os=linux)(osgi.nl=de))", "(!(!(osgi.nl=de)))"}) {
+    EXPECT_EQ(fulfils(linux_system, filter, Missing::none), false) << filter;
+  }
+  for (const std::string_view filter : {"(osgi.os=linux)", "(!(osgi.nl=de))", "(|(osgi.nl=de)(osgi.os=linux))"}) {
+    EXPECT_EQ(fulfils(linux_system, filter, Missing::none), true) << filter;
+  }
+  EXPECT_EQ(fulfils(linux_system, "(osgi.nl=d*)", Missing::none), false);
+  EXPECT_EQ(fulfils(linux_system, "(osgi.os=lin*)", Missing::none), std::nullopt);
+}
+
 TEST(Filter, OfTheSystemIsForLinux) {
   EXPECT_EQ(fulfils(system_environment(false), "(&(osgi.os=linux)(org.eclipse.update.install.features=true))"), true);
   EXPECT_EQ(fulfils(system_environment(false), "(osgi.ws=win32)"), std::nullopt);

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include <filesystem>
 
 #include "fake_host/temporary_directory.h"
@@ -146,6 +148,28 @@ TEST_F(Profile, TellsItsUnitsAndWhatRequiresThem) {
       << "a package that is called as the bundle is another thing";
   EXPECT_EQ(units->at(2).required_by.get(), Texts()) << "what is optional does not keep it there";
   for (const InstalledUnit& unit : *units) EXPECT_EQ(unit.is_root, unit.id == "feature") << unit.id;
+}
+
+TEST_F(Profile, RootsPinWhatTheyRequireInOneVersion) {
+  fake::write_file(registry() + "P.profile/1.profile", R"(<profile><units>
+      <unit id='root' version='1.0.0'><requires>
+        <required namespace='org.eclipse.equinox.p2.iu' name='exact' range='[1.0.0,1.0.0]'/>
+        <required namespace='org.eclipse.equinox.p2.iu' name='ranged' range='[1.0.0,2.0.0)'/>
+        <required namespace='org.eclipse.equinox.p2.iu' name='optional' range='[1.0.0,1.0.0]' optional='true'/>
+      </requires></unit>
+      <unit id='exact' version='1.0.0'><requires>
+        <required namespace='org.eclipse.equinox.p2.iu' name='deeper' range='[1.0.0,1.0.0]'/>
+      </requires></unit>
+      <unit id='ranged' version='1.0.0'/><unit id='optional' version='1.0.0'/><unit id='deeper' version='1.0.0'/>
+    </units><iusProperties><iuProperties id='root' version='1.0.0'><properties>
+      <property name='org.eclipse.equinox.p2.type.root' value='true'/>
+    </properties></iuProperties></iusProperties></profile>)");
+  const auto units = profile_units("ide");
+  ASSERT_TRUE(units.has_value());
+  std::map<std::string, std::string> pinned;
+  for (const InstalledUnit& unit : *units) pinned[unit.id] = unit.pinned_by;
+  EXPECT_EQ(pinned, (std::map<std::string, std::string>{
+                        {"root", ""}, {"exact", "root"}, {"ranged", ""}, {"optional", ""}, {"deeper", ""}}));
 }
 
 TEST_F(Profile, IsReadInItsNewestState) {

@@ -576,7 +576,9 @@ TEST_F(RepositoryTest, ArtifactsAreWhereTheFirstMatchingRuleLeads) {
       {"(classifier=osgi.bundle)", "file:///missing/a.jar", "/missing/a.jar", false},
       {"(&amp; (classifier=binary))", "${repoUrl}/bundles/${id}.jar", "", true},
       {"(classifier=osgi.*)", "${repoUrl}/bundles/${id}.jar", "", true},
-      {"(|(classifier=osgi.bundle))", "${repoUrl}/bundles/${id}.jar", "", true},
+      {"(classifier=*)", "${repoUrl}/bundles/${id}.jar", "bundles/a.jar", false},
+      {"(&amp;(classifier=osgi.bundle)(format=packed))", "${repoUrl}/bundles/${id}.jar", "", true},
+      {"(|(classifier=osgi.bundle)(format=packed))", "${repoUrl}/bundles/${id}.jar", "bundles/a.jar", false},
       {"(classifier=osgi.bundle)", "${repoUrl}/${format}/${id}.jar", "", true}};
   for (const auto& [filter, output, missing, is_there] : rules) {
     const std::string name = "site" + std::to_string(++count);

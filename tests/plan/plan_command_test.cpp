@@ -489,7 +489,7 @@ TEST_F(PlanCommand, TellsThatZeroBytesKeepTheCommandFromTheShell) {
   fake::write_file("tools/etc/eclipse/tools.txt", std::string("site\tone\nsi\0te\ttwo\n", 20));
   const Outcome outcome = eclipse_int("plan session.json --verbose");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_NE(outcome.output.find(" is NUL, and a shell command cannot contain a NUL byte (exit status 126)\n"
+  EXPECT_NE(outcome.output.find(" is NUL, and a shell command cannot contain a NUL byte (exit code 126)\n"
                                 "    From column 1 of DIRECTORY/tools/etc/eclipse/tools.txt:2: si\\x00te\n"
                                 "      Byte 3 (\\x00): a shell command cannot contain a NUL byte\n"),
             std::string::npos)
@@ -521,7 +521,7 @@ TEST_F(PlanCommand, WarnsOfAnExecutableThatMayNotBeExecuted) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(
       outcome.output.find("\n  Warning: \"DIRECTORY/eclipse/eclipse\" is not executable, so the shell cannot start it (exit "
-                          "status 126); make it executable with chmod +x\n"),
+                          "code 126); make it executable with chmod +x\n"),
       std::string::npos)
       << outcome.output;
   EXPECT_EQ(Json::parse(eclipse_int("run session.json --json").output).at("commands").at(0).at("exitCode"), 126);

@@ -285,7 +285,7 @@ TEST_F(Planning, TellsWhyTheExecutableCannotBeStarted) {
   const std::string executable = directory.path() + "/own/eclipse";
   EXPECT_EQ(plan().command->executable_error,
             "\"" + executable +
-                "\" is not executable, so the shell cannot start it (exit status 126); make it executable with chmod +x");
+                "\" is not executable, so the shell cannot start it (exit code 126); make it executable with chmod +x");
   EXPECT_FALSE(plan().command->runs_as_intended());
   EXPECT_EQ(run_in_shell(plan().command->text).exit_code, 126);
 
@@ -293,7 +293,7 @@ TEST_F(Planning, TellsWhyTheExecutableCannotBeStarted) {
   session.variables["USER_DEFINED_ECLIPSE_PATH"] = directory.path() + "/own";
   EXPECT_EQ(plan().command->executable_error,
             "\"" + directory.path() +
-                "/own\" is a directory, so the shell cannot start it (exit status 126); give the path of "
+                "/own\" is a directory, so the shell cannot start it (exit code 126); give the path of "
                 "the executable in it");
   EXPECT_EQ(run_in_shell(plan().command->text).exit_code, 126);
 

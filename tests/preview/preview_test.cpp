@@ -120,6 +120,19 @@ TEST(Preview, OfAnInstallationComparesWhatIsOfferedWithWhatIsInstalled) {
   EXPECT_EQ(described(plan_of({"new"}), more, units), Texts{"p:1 new|new|fail|1.0.0||file:///a|a URL cannot be read"});
 }
 
+TEST(Preview, UnitsThatArePinnedStayUnlessTheSessionBringsWhatPinsThem) {
+  InstalledUnit part = unit("a", "1.0.0", false, {"all"});
+  part.pinned_by = "all";
+  const InstalledUnits instance = installed({part, unit("all", "1.0.0", true)});
+  const Offer offer = offer_of({{"a", "2.0.0"}, {"all", "2.0.0"}});
+  EXPECT_EQ(
+      described(plan_of({"a"}), offer, instance).front(),
+      "p:1 a|a|fail|2.0.0|1.0.0|file:///a|will most likely fail: all, which was installed by name, requires version 1.0.0");
+  EXPECT_EQ(described(plan_of({"a", "all"}), offer, instance).front(),
+            "p:1 a|a|other version|2.0.0|1.0.0|file:///a|version 1.0.0 was installed as a requirement of other units, and may "
+            "be replaced");
+}
+
 TEST(Preview, SaysWhatIsWrongWithARepository) {
   const fake::TemporaryDirectory directory;
   fake::write_file("good/content.xml", "<repository><units/></repository>");

@@ -322,7 +322,7 @@ TEST(FailureFix, IsThatOfTheCause) {
   const std::string only_one = "Only one of the following can be installed at once: [";
   EXPECT_EQ(fix({"Software being installed: A (B) (a 2)", "Software currently installed: A (a 1)", only_one}),
             "--update replaces the installed version, with --allow-downgrade also a newer one");
-  const std::string in_the_way = "install versions that go together, or remove the feature that is in the way";
+  const std::string in_the_way = "install compatible versions, or remove the conflicting feature";
   EXPECT_EQ(fix({"Software being installed: A (a 2)", "Software currently installed: B (b 1)", only_one}), in_the_way);
   EXPECT_EQ(fix({"Software being installed: A", "Software currently installed: A", only_one}), in_the_way);
   EXPECT_EQ(fix({only_one}), in_the_way);

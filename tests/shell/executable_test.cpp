@@ -40,13 +40,13 @@ TEST_F(Executable, HasAnObstacleExactlyWhenTheShellCannotStartIt) {
 
 TEST_F(Executable, SaysWhatKeepsTheShellFromStartingIt) {
   EXPECT_EQ(executable_error("plain/eclipse")->text(),
-            "\"plain/eclipse\" is not executable, so the shell cannot start it (exit status 126); "
+            "\"plain/eclipse\" is not executable, so the shell cannot start it (exit code 126); "
             "make it executable with chmod +x");
   EXPECT_EQ(
       executable_error("./plain")->text(),
-      "\"./plain\" is a directory, so the shell cannot start it (exit status 126); give the path of the executable in it");
+      "\"./plain\" is a directory, so the shell cannot start it (exit code 126); give the path of the executable in it");
   EXPECT_EQ(executable_error("plain/dangling")->text(),
-            "\"plain/dangling\" does not exist, so the shell cannot start it (exit status 127); "
+            "\"plain/dangling\" does not exist, so the shell cannot start it (exit code 127); "
             "give the path of an existing executable");
   EXPECT_EQ(executable_error("eclipse")->text(),
             "\"eclipse\" has no slash, so the shell searches PATH for it instead of the current directory; give its full path");

@@ -52,7 +52,7 @@ TEST(ShellReading, ARetryOfARemovalIsRefused) {
 
 TEST(ShellReading, ZeroBytesLeaveNothingToRead) {
   const ShellReading reading = read_as_shell(std::string_view("e -r a\0b; 'c\0 2>&1", 18));
-  EXPECT_EQ(reading.error, "byte 7 is NUL, and a shell command cannot contain a NUL byte (exit status 126)");
+  EXPECT_EQ(reading.error, "byte 7 is NUL, and a shell command cannot contain a NUL byte (exit code 126)");
   EXPECT_EQ(reading.commands, std::vector<Words>());
   EXPECT_EQ(effects_of(reading), Words{"6 a shell command cannot contain a NUL byte"});
   const std::string word("a\0b", 3);

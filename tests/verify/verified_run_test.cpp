@@ -65,7 +65,7 @@ TEST_F(VerifiedRun, DoesNotDenyWhatIsThereAlthoughTheDirectorFailed) {
   script(6, "echo one/1.0.0; echo three/1.0.0");
   const Outcome outcome = eclipse_int("run session.json --verify");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_NE(outcome.output.find("\n  Why: the launcher failed: the application did not run to its end and logged no reason\n"
+  EXPECT_NE(outcome.output.find("\n  Why: the launcher failed: the application exited early and logged no reason\n"
                                 "  Installing all features at once failed, so each was tried separately.\n"
                                 "  Installed into DIRECTORY/eclipse:\n"
                                 "    three\\r\n"

@@ -28,10 +28,6 @@ namespace {
 
 // ---- The choice ----
 
-bool is_choice(const SessionFacts& facts, std::string_view choice) {
-  return facts.variable("ECLIPSE_INTEGRATION_CHOICE") == choice;
-}
-
 Rule choice_unknown() {
   return {
       .name = "choice-unknown",
@@ -67,7 +63,7 @@ Rule choice_missing() {
       .good = product(internal_session()),
       .check =
           [](const Input& input, Reporter& reporter) {
-            if (!input.session || !is_choice(*input.session, "")) return;
+            if (!input.session || !input.session->variable("ECLIPSE_INTEGRATION_CHOICE").empty()) return;
             const auto& components = input.components;
             const auto has_descriptors = [](const Component& component) { return component.has_descriptors(); };
             if (std::none_of(components.begin(), components.end(), has_descriptors)) return;
@@ -96,7 +92,7 @@ bool is_path(const std::string& executable_name) { return executable_name.find_f
 std::string problem_with_user_eclipse(const SessionFacts& facts) {
   if (!facts.run.refusal.empty()) return "the run would be refused: " + facts.run.refusal;
   const std::string path = facts.variable("USER_DEFINED_ECLIPSE_PATH");
-  if (!is_choice(facts, "user") || !is_normalized(path)) return "";
+  if (!facts.session->chooses_users_own() || !is_normalized(path)) return "";
   if (path.empty()) return "USER_DEFINED_ECLIPSE_PATH is not set, so nothing is removed";
   return facts.run.logged(eclipse_dry_run::log_lines::instance_missing)
              ? in_quotes(path) + " does not exist, so nothing is removed from it"
@@ -247,7 +243,7 @@ Rule user_path_relative() {
       .good = product(user_session()),
       .check =
           [](const Input& input, Reporter& reporter) {
-            if (input.session && is_choice(*input.session, "user")) check_relative_path(*input.session, reporter);
+            if (input.session && input.session->session->chooses_users_own()) check_relative_path(*input.session, reporter);
           },
   };
 }
@@ -349,7 +345,7 @@ Rule known_path_unusable() {
       .name = "known-path-unusable",
       .group = Group::eclipse,
       .severity = Severity::warning,
-      .title = "CASHED_ECLIPSE_PATH is a directory, or differs in its text only from USER_DEFINED_ECLIPSE_PATH",
+      .title = "CASHED_ECLIPSE_PATH is a directory, or names the same file as USER_DEFINED_ECLIPSE_PATH with another spelling",
       .why =
           "The plug-in compares the two as text. If they differ, the Eclipse instance counts as new, and gets the features of "
           "all components, not only of the selected ones.",
@@ -358,7 +354,7 @@ Rule known_path_unusable() {
       .good = product(session("modify", user_choice("ide/eclipse", known_eclipse()), tools)),
       .check =
           [](const Input& input, Reporter& reporter) {
-            if (!input.session || input.session->is_removal() || !is_choice(*input.session, "user")) return;
+            if (!input.session || input.session->is_removal() || !input.session->session->chooses_users_own()) return;
             const std::string known = input.session->variable("CASHED_ECLIPSE_PATH");
             const std::string problem = problem_with_known_path(known, input.session->variable("USER_DEFINED_ECLIPSE_PATH"));
             if (problem.empty()) return;
@@ -381,7 +377,7 @@ Rule internal_eclipse_not_found() {
           [](const Input& input, Reporter& reporter) {
             if (!input.session || !input.session->run.logged(eclipse_dry_run::log_lines::executable_not_found)) return;
             const SessionFacts& facts = *input.session;
-            if (!is_choice(facts, "internal")) return;
+            if (!facts.session->chooses_internal()) return;
             const std::string name = facts.variable("ECLIPSE_BIN");
             const auto& components = input.components;
             const auto is_one = [&](const Component& component) { return is_ide(input, component); };
@@ -437,7 +433,7 @@ Rule capability_misspelled() {
             const SessionFacts& facts = *input.session;
             for (const Component& component : input.components) {
               const bool is_misspelled = report_misspelled_capabilities(input, component, reporter);
-              if (is_misspelled || is_ide(input, component) || is_choice(facts, "user")) continue;
+              if (is_misspelled || is_ide(input, component) || facts.session->chooses_users_own()) continue;
               if (!holds_executable(component, facts.variable("ECLIPSE_BIN"))) continue;
               reporter.report(component.location,
                               "the component lists the executable but has no capability whose name contains \"ECLIPSE_IDE\"");
@@ -472,7 +468,7 @@ Rule executable_name_unmatched() {
                               "write the file name alone: " + base_name(name));
               return;
             }
-            if (is_choice(facts, "user") || !facts.executables.empty()) return;
+            if (facts.session->chooses_users_own() || !facts.executables.empty()) return;
             for (const ListedFile* const file : listed_in_other_case(input, name)) {
               reporter.report(location, in_quotes(name) + " differs in case from the listed " + in_quotes(file->text),
                               "write " + base_name(file->text));

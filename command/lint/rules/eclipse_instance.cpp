@@ -100,7 +100,7 @@ Rule instance_not_writable() {
           "If the installer runs as this user and cannot write to the directory of the instance itself, Eclipse uses the "
           "directory .eclipse in the user's home: the director installs the features there, for this user alone, and reports "
           "success. It fails if there is no such home, or if only a directory in the instance is not writable.",
-      .fix = "run the installer as a user who can write there; if it already runs as another user, do nothing",
+      .fix = "run the installer as a user who can write there; if it already runs as another user, ignore this finding",
       .bad = product(user_session(), {{.name = "ide/p2/", .permissions = 0555}}),
       .good = product(user_session()),
       .check =

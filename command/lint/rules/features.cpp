@@ -112,7 +112,7 @@ void check_group_suffix(const NamedUnit& unit, const UnitVersions* units, Report
     const bool is_bundle = id.ends_with(".plugin") || id.ends_with(".bundle");
     reporter.report(
         unit.location(), in_quotes(id) + " does not end in \".feature.group\"",
-        is_bundle ? "write the id of the feature that contains it, followed by .feature.group" : "did you mean " + group + "?",
+        is_bundle ? "write the id of the feature that contains it, followed by .feature.group" : "write " + group,
         is_bundle || !is_utf8(group) || id.find('.') == id.npos ? std::nullopt : other_id(unit, group, false));
   }
 }
@@ -366,14 +366,14 @@ void check_pinned(const Input& input, bool takes_part, Reporter& reporter) {
     if (!unit.is_pinned()) continue;
     const std::string message = "the feature is pinned to version " + unit.version();
     if (!brought[i].rival) {
-      reporter.report(unit.location(), message, "write " + unit.id(), without_version(unit));
+      reporter.report(unit.location(), message, without_version(unit));
       continue;
     }
     const std::size_t rival = *brought[i].rival;
     reporter.report(
         Severity::error, unit.location(),
         message + ", but the director takes version " + brought[rival].version + " for " + units[rival].record->where(),
-        "write " + unit.id() + " in all lines", without_version(unit));
+        "remove the version in all lines", without_version(unit));
   }
 }
 
@@ -387,7 +387,7 @@ Rule feature_pinned() {
           "Once another version has replaced this one, the director does not find this one to remove it, and removes nothing. "
           "Two versions of a feature cannot be installed together: the command for all features fails, and so does the retry "
           "for the second version.",
-      .fix = "write the id without a version",
+      .fix = "remove the version",
       .bad = descriptor("sites/alpha\torg.example.alpha.feature.group/1.0.0\n"),
       .good = good_descriptor(),
       .check =
@@ -543,7 +543,7 @@ Rule feature_empty() {
                   if (!serves_others) return reporter.report(record.location(0), std::move(message));
                   if (!may_offer_features(record)) return;
                   reporter.report(Severity::note, record.location(0), std::move(message),
-                                  "if the repository only has units that features of other lines require, do nothing; "
+                                  "if the repository only has units that features of other lines require, ignore this finding; "
                                   "otherwise write the feature");
                 });
               },

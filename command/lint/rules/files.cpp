@@ -123,7 +123,13 @@ Rule descriptor_not_listed() {
             for (const UnlistedFile& unlisted : input.unlisted) {
               const auto& [component, file] = unlisted;
               if (!file.exists || is_listed_elsewhere(unlisted) || is_among_examples(file.name)) continue;
-              reporter.report(component->list_location, "the package does not list " + in_quotes(file.name));
+              const std::string message = "the package does not list " + in_quotes(file.name);
+              if (component->scanned.empty()) {
+                reporter.report(component->list_location, message);
+              } else {
+                reporter.report(component->list_location, message,
+                                "correct scan, which leads to " + shown_path(component->scanned));
+              }
             }
           }};
 }
@@ -267,8 +273,8 @@ Rule descriptor_not_readable_by_others() {
       .severity = Severity::warning,
       .title = "only its owner or root can read a descriptor file, but everyone can read its repository",
       .why =
-          "An archive or a package keeps the permissions. If the installer then runs as another user, the plug-in takes the "
-          "file for an empty one, and nothing is logged.",
+          "An archive or a package keeps the permissions. If the installer then runs as another user, the plug-in treats the "
+          "file as empty, and nothing is logged.",
       .fix = "run chmod a+r on the descriptor file",
       .bad = component_with_closed_descriptor(0600),
       .good = component_with_closed_descriptor(0644),
@@ -288,13 +294,14 @@ Rule descriptor_not_readable_by_others() {
 // ---- Files that are taken for descriptors ----
 
 bool has_other_name(const std::string& name) {
-  constexpr std::array<std::string_view, 20> endings = {"~",    ".bak",  ".orig", ".old",  ".swp",      ".rej",    ".md",
-                                                        ".xml", ".jar",  ".zip",  ".html", ".json",     ".png",    ".pdf",
-                                                        ".gz",  ".save", ".tmp",  ".off",  ".disabled", ".example"};
+  constexpr std::array<std::string_view, 28> endings = {
+      "~",     ".bak",    ".orig",    ".old",     ".swp",       ".rej",      ".md",       ".xml",     ".jar",      ".zip",
+      ".html", ".json",   ".png",     ".pdf",     ".gz",        ".save",     ".tmp",      ".off",     ".disabled", ".example",
+      "#",     ".rpmnew", ".rpmsave", ".rpmorig", ".dpkg-dist", ".dpkg-new", ".dpkg-old", ".ucf-dist"};
   constexpr std::array<std::string_view, 6> beginnings = {".", "readme", "license", "copy of ", "kopie von ", "copie de "};
   const std::string lowered = lower_case(fs::path(name).filename().string());
   const std::string stem = fs::path(lowered).stem().string();
-  constexpr std::array<std::string_view, 3> copies = {" copy", " - kopie", " - copie"};
+  constexpr std::array<std::string_view, 5> copies = {" copy", " - kopie", " - copie", "_old", "-old"};
   const bool is_numbered_copy = stem.ends_with(')') && stem.find(" (") != stem.npos;
   return is_numbered_copy || std::any_of(copies.begin(), copies.end(), [&](auto ending) { return stem.ends_with(ending); }) ||
          std::any_of(beginnings.begin(), beginnings.end(), [&](auto beginning) { return lowered.starts_with(beginning); }) ||
@@ -356,7 +363,7 @@ Rule not_a_descriptor() {
               } else {
                 reporter.report(Severity::note, descriptor.location(),
                                 "does not look like a descriptor file; it is read as one, but has no data",
-                                "move it out of etc/eclipse/, or do nothing");
+                                "move it out of etc/eclipse/, or ignore this finding");
               }
             }
           },

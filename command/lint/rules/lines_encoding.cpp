@@ -22,28 +22,31 @@ std::size_t size_of_marks(const Line& line) {
 }
 
 Rule byte_order_mark() {
-  return {.name = "byte-order-mark",
-          .group = Group::lines,
-          .severity = Severity::error,
-          .title = "the file begins with a UTF-8 byte-order mark",
-          .why =
-              "The mark becomes part of column 1. A header that begins with it is data, and its second column is a feature "
-              "that no repository has. A repository that begins with it does not exist.",
-          .fix = "save the file without a byte-order mark",
-          .bad = descriptor("\xEF\xBB\xBFRepository\tFeature\nsites/alpha\torg.example.alpha.feature.group\n"),
-          .good = good_descriptor(),
-          .check =
-              [](const Input& input, Reporter& reporter) {
-                for_each_text(input, [&](const Descriptor& descriptor) {
-                  if (!descriptor.content.starts_with(utf_8_mark)) return;
-                  const Line& line = descriptor.lines.front();
-                  reporter.report(
-                      descriptor.location(line, 0, 0, utf_8_mark.size()), "byte-order mark in column 1",
-                      Correction{"remove the byte-order mark", true, {descriptor.edit(line, 0, size_of_marks(line))}});
-                });
-              },
-          .supersedes = Supersedes::line,
-          .corrects = Corrects::safely};
+  return {
+      .name = "byte-order-mark",
+      .group = Group::lines,
+      .severity = Severity::error,
+      .title = "the file, or a line of it, begins with a UTF-8 byte-order mark",
+      .why =
+          "The mark becomes part of column 1. A header that begins with it is data, and its second column is a feature "
+          "that no repository has. A repository that begins with it does not exist. A mark in a later line comes from a file "
+          "that was appended.",
+      .fix = "save the file without a byte-order mark",
+      .bad = descriptor("\xEF\xBB\xBFRepository\tFeature\nsites/alpha\torg.example.alpha.feature.group\n"),
+      .good = good_descriptor(),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            for_each_text(input, [&](const Descriptor& descriptor) {
+              for (const Line& line : descriptor.lines) {
+                if (size_of_marks(line) == 0 || (line.number != 1 && !line.is_record)) continue;
+                reporter.report(
+                    descriptor.location(line, 0, 0, utf_8_mark.size()), "byte-order mark in column 1",
+                    Correction{"remove the byte-order mark", true, {descriptor.edit(line, 0, size_of_marks(line))}});
+              }
+            });
+          },
+      .supersedes = Supersedes::line,
+      .corrects = Corrects::safely};
 }
 
 /// UTF-16 with a byte-order mark, or without one if it is all ASCII. Nothing when it is not that.

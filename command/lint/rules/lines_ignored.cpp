@@ -51,6 +51,23 @@ bool lacks_tab(const Line& line) {
   return words[0] == header || looks_like_feature(words[1]) || (looks_like_site(words[0]) && words.size() == 2);
 }
 
+constexpr std::string_view written_tab = "\\t";
+
+/// A line that would be data if each "\t" in it were a tab.
+bool has_written_tabs(const Line& line) {
+  if (line.text.find('\t') != line.text.npos || is_comment(line.text)) return false;
+  const auto cells = split(replaced(std::string(line.text), written_tab, "\t"), '\t');
+  return cells.size() > 1 && (cells[0] == header || (looks_like_site(cells[0]) && looks_like_feature(cells[1])));
+}
+
+Correction tabs_for_written_ones(const Descriptor& descriptor, const Line& line) {
+  Correction correction{"replace \"\\t\" with a tab", true, {}};
+  for (std::size_t at = 0; (at = line.text.find(written_tab, at)) != line.text.npos; at += written_tab.size()) {
+    correction.edits.push_back(descriptor.edit(line, at, written_tab.size(), "\t"));
+  }
+  return correction;
+}
+
 /// The bytes between the words of a line, and around them.
 std::vector<std::pair<std::size_t, std::size_t>> gaps_in(std::string_view text) {
   constexpr std::string_view separators = " ,;";
@@ -106,6 +123,11 @@ Rule line_without_tab() {
           .check =
               [](const Input& input, Reporter& reporter) {
                 for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
+                  if (has_written_tabs(line)) {
+                    return reporter.report(descriptor.location(line),
+                                           "this line has a backslash and the letter t where it needs a tab",
+                                           tabs_for_written_ones(descriptor, line));
+                  }
                   if (!lacks_tab(line)) return;
                   reporter.report(descriptor.location(line), "this line looks like data but has no tab",
                                   tabs_between_words(descriptor, line));
@@ -191,6 +213,7 @@ Rule feature_column_missing() {
           [](const Input& input, Reporter& reporter) {
             for_each_dropped(input, [&](const Descriptor& descriptor, const Line& line) {
               if (line.columns.size() != 1 || line.columns[0] == header || is_comment(line.text) || lacks_tab(line)) return;
+              if (has_written_tabs(line)) return;
               check_only_column(input, descriptor, line, reporter);
             });
           },

@@ -5,11 +5,13 @@
 #include <set>
 
 #include "base/printable.h"
+#include "dry_run/descriptor_lines.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
 
 using namespace eclipse_base;
+using namespace eclipse_dry_run;
 using namespace eclipse_lint::samples;
 
 namespace eclipse_lint {
@@ -17,13 +19,12 @@ namespace eclipse_lint {
 namespace {
 
 constexpr std::size_t order_column = 3;
-constexpr std::string_view undefined = "undefined";
 
 Sample good_order() {
   return descriptor("sites/alpha\torg.example.alpha.feature.group\nsites/alpha\torg.example.beta.feature.group\t\t1\n");
 }
 
-std::string_view order_of(const Record& record) { return record.has_order() ? record.cell(order_column) : undefined; }
+std::string_view order_of(const Record& record) { return record.has_order() ? record.cell(order_column) : undefined_order; }
 
 /// How much of an order is a number.
 enum class Numeric { no, all, beginning };
@@ -41,7 +42,7 @@ template <typename Use>
 void for_each_order(const Input& input, const Use& use) {
   for (const Record& record : input.records) {
     const std::string_view order = order_of(record);
-    if (record.placement && order != undefined && !order.empty()) use(record, order);
+    if (record.placement && order != undefined_order && !order.empty()) use(record, order);
   }
 }
 

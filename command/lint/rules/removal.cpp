@@ -6,6 +6,7 @@
 #include "lint/input.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
+#include "lint/texts.h"
 #include "p2/data_area.h"
 #include "p2/instance_paths.h"
 #include "p2/profile.h"
@@ -70,6 +71,14 @@ void report_unreadable_profile(const Input& input, Reporter& reporter) {
                   "make the file readable: the director also needs this profile");
 }
 
+/// The installed feature that an id without its suffix means; empty when there is none.
+std::string installed_group(const Input& input, const std::string& id) {
+  const std::string group = id.ends_with(group_suffix) ? "" : likely_group(id);
+  const auto& installed = *input.session->installed;
+  const bool is_installed = std::any_of(installed.begin(), installed.end(), [&](const auto& unit) { return unit.id == group; });
+  return is_installed ? group : "";
+}
+
 Rule unit_not_installed() {
   return {
       .name = "unit-not-installed",
@@ -91,6 +100,9 @@ Rule unit_not_installed() {
               if (removed.state.is_installed) return;
               const auto& versions = removed.state.other_versions;
               const std::string message = in_quotes(text_of(removed.unit)) + " is not installed in the instance";
+              if (const std::string group = installed_group(input, removed.unit.id); versions.empty() && !group.empty()) {
+                return reporter.report(location, message + ", but " + in_quotes(group) + " is", "write " + group);
+              }
               if (versions.empty()) return reporter.report(location, message);
               reporter.report(location, message + "; the installed version is " + versions.back(),
                               "write " + removed.unit.id + ", without a version");

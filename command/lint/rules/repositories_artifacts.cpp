@@ -55,7 +55,7 @@ Rule artifact_checksum_wrong() {
           .title = "a jar of a repository has another checksum than the repository lists",
           .why =
               "The director refuses the jar. The command for all features fails, including those of other repositories; each "
-              "feature is then tried alone. Lint compares the jars of the named features, up to 256 MiB each.",
+              "feature is then tried alone. Lint compares the jars of the named features.",
           .fix = "publish the repository again, and make sure that nothing replaces, signs or converts a jar afterwards",
           .bad = component_with_jar("d41d8cd98f00b204e9800998ecf8427e"),
           .good = component_with_jar(md5_of_empty_jar),
@@ -85,7 +85,7 @@ Rule artifact_altered_after_signing() {
           .why =
               "The director refuses the jar, even if the repository lists its new checksum. The command for all features "
               "fails, including those of other repositories; each feature is then tried alone. Lint examines the jars of the "
-              "named features, up to 256 MiB each.",
+              "named features.",
           .fix = "sign the jar again, or delete its signature (META-INF/*.SF and *.RSA), and publish the repository again",
           .bad = site_with_signed_jar("altered"),
           .good = site_with_signed_jar("abc"),

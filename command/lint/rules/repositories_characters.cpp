@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "base/printable.h"
+#include "base/uri.h"
 #include "lint/rule.h"
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"

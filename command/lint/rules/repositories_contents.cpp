@@ -130,8 +130,31 @@ std::string path_from_component(const Record& record) {
   return has_own_name ? rest.string() : "";
 }
 
+/// Where a path leads that is a dangling symlink, or is below one; empty for another path.
+std::string target_of_dangling_link(const fs::path& path) {
+  std::error_code error;
+  fs::path above;
+  for (const fs::path& name : path) {
+    above /= name;
+    if (fs::is_symlink(above, error) && !fs::exists(above, error)) return fs::read_symlink(above, error).string();
+  }
+  return "";
+}
+
+/// The rule's own fix, with the repositories that there are.
+std::string fix_of_missing(const std::vector<std::string>& others) {
+  constexpr std::size_t few = 5;
+  std::string fix = "ship the repository with the component, or correct the path";
+  return others.empty() || others.size() > few ? fix : fix + "; the component has " + each_in_quotes(others);
+}
+
 void report_missing(const Record& record, SimilarRepositories& others, Reporter& reporter) {
-  const std::string message = "repository does not exist: " + std::string(eclipse_dry_run::path_in(record.placement->url));
+  const std::string missing(eclipse_dry_run::path_in(record.placement->url));
+  const std::string message = "repository does not exist: " + missing;
+  if (const std::string target = target_of_dangling_link(missing); !target.empty()) {
+    return reporter.report(record.location(0), message + "; it is, or is below, a dangling symlink to " + in_quotes(target),
+                           "ship the repository itself with the component instead of the symlink");
+  }
   if (auto correction = path_in_other_case(record)) {
     std::string fix = correction->title + "; paths are case-sensitive";
     return reporter.report(record.location(0), message, std::move(fix), std::move(correction));
@@ -145,10 +168,10 @@ void report_missing(const Record& record, SimilarRepositories& others, Reporter&
   std::string path = path_from_component(record);
   const std::string fix = path.empty() ? "" : "write " + in_quotes(path) + "; paths are relative to the component's directory";
   if (path.empty()) path = others.to(record);
-  if (path.empty()) return reporter.report(record.location(0), message);
+  if (path.empty()) return reporter.report(record.location(0), message, fix_of_missing(others.beside(record)));
   std::optional<Correction> correction;
   if (is_utf8(path)) correction = {"write " + path, false, {record.edit(0, 0, record.repository().size(), path)}};
-  reporter.report(record.location(0), message, fix.empty() ? "did you mean " + in_quotes(path) + "?" : fix,
+  reporter.report(record.location(0), message, fix.empty() ? "write " + in_quotes(path) : fix,
                   std::move(correction));
 }
 
@@ -174,6 +197,16 @@ Rule repository_missing() {
           .corrects = Corrects::both};
 }
 
+/// The file of a directory that differs from one of metadata only in the case of its letters; empty when there is none.
+std::string metadata_in_other_case(const fs::path& directory) {
+  std::error_code error;
+  for (fs::directory_iterator entry(directory, error), end; !error && entry != end; entry.increment(error)) {
+    std::string name = entry->path().filename().string();
+    if (RepositoryFiles::is_form(Listing::content, lower_case(name)) && lower_case(name) != name) return name;
+  }
+  return "";
+}
+
 void report_no_metadata(const Record& record, Reporter& reporter) {
   std::string message = in_quotes(record.repository()) +
                         " is not a p2 repository: it has no content.jar, no content.xml and no composite of them";
@@ -184,6 +217,11 @@ void report_no_metadata(const Record& record, Reporter& reporter) {
     reporter.report(
         record.location(0), message + "; it holds the archive " + in_quotes(inner),
         is_archive(record) ? "unpack it once: ship " + in_quotes(inner) + " itself, and write its path" : "write " + path);
+  } else if (const fs::path path = record.repository(); is_directory_of_artifacts(path)) {
+    reporter.report(record.location(0), message, "write the path of the repository, " + in_quotes(path.parent_path().string()));
+  } else if (const std::string name = metadata_in_other_case(record.config->base_dir / path); !name.empty()) {
+    reporter.report(record.location(0), message + "; names are case-sensitive",
+                    "rename " + in_quotes(name) + " to " + in_quotes(lower_case(name)));
   } else if (record.site->nested.empty()) {
     reporter.report(record.location(0), std::move(message));
   } else {
@@ -223,6 +261,15 @@ std::string fix_of_missing_child(const Record& record, const std::string& child)
     const std::string location = fs::weakly_canonical(child, error).lexically_relative(composite).string();
     return "write " + in_quotes(location) +
            "; the director takes the location as relative to the composite, even with a leading \"/\"";
+  }
+  const fs::path composite = record.config->base_dir / fs::path(record.repository());
+  const std::string with_slashes = replaced(child, "\\", "/");
+  const std::string meant = in_other_spelling(composite, with_slashes, differ_in_case);
+  if (!meant.empty() && meant != child && fs::is_directory(composite / meant, error)) {
+    return "write " + in_quotes(meant) + " in the composite";
+  }
+  if (lower_case(child).ends_with(".zip") && fs::is_regular_file(composite / child, error)) {
+    return "unpack the archive, and write the path of its directory in the composite";
   }
   return "ship that repository, too, or remove it from the composite";
 }
@@ -329,7 +376,7 @@ Rule repository_not_examined() {
               "The director may be able to load all of it. Lint does not know its units, so it does not look for the features "
               "of its lines, and reports no missing artifacts and no unused repositories. It does not compare the checksum or "
               "the signature of a jar that is too large.",
-          .fix = "if the director has access to the whole repository, do nothing; otherwise ship all of it with the component",
+          .fix = "if the director has access to the whole repository, ignore this finding; otherwise ship all of it with the component",
           .bad = component(line_of_one, {{"tools/site/compositeContent.xml", composite_with_remote_child}}),
           .good = good_component(),
           .check =
@@ -440,7 +487,7 @@ void check_artifacts(const Input& input, Artifacts (*artifacts_of)(const Reposit
     const std::string text = text_of(*record, artifacts);
     if (are_for_other_systems(*site, artifacts)) {
       reporter.report(Severity::warning, record->location(0), text + "; they are for other operating systems",
-                      "if the repository is for this system only, do nothing; otherwise " + std::string(publish_again));
+                      "if the repository is for this system only, ignore this finding; otherwise " + std::string(publish_again));
     } else {
       reporter.report(record->location(0), text, fix_of_artifacts(*record, artifacts, text));
       reporter.fails(records_that_need(artifacts, input));
@@ -482,7 +529,7 @@ void check_elsewhere(const Input& input, Reporter& reporter) {
         in_quotes(record->repository()) + ": a mapping rule of its artifacts.xml leads to " + in_quotes(found->second) +
             ", which is not in the repository",
         "ship the file with the repository, and begin the output of the rule with ${repoUrl}/; if every machine has "
-        "access to that location, do nothing");
+        "access to that location, ignore this finding");
   }
 }
 
@@ -560,7 +607,7 @@ Rule artifact_damaged() {
       .why =
           "If the repository lists a checksum, the director does not accept the jar, so the command for all features fails. "
           "Otherwise it may install the jar and report success, but Eclipse does not start the bundle. In archives, lint "
-          "examines only the jars of the named features, up to 256 MiB each.",
+          "examines only the jars of the named features.",
       .fix = publish_again,
       .bad = component(line_of_one, {{"tools/site/content.xml", content_of_files},
                                      {"tools/site/artifacts.xml", artifacts_of_files},

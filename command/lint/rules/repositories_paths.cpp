@@ -4,6 +4,7 @@
 
 #include "base/file.h"
 #include "base/printable.h"
+#include "base/uri.h"
 #include "dry_run/command_pieces.h"
 #include "lint/rule.h"
 #include "lint/rules/iteration.h"
@@ -79,7 +80,7 @@ Rule url_repository() {
           .check =
               [](const Input& input, Reporter& reporter) {
                 for_each_placed(input, [&](const Record& record) {
-                  if (!has_scheme(record.repository())) return;
+                  if (!has_scheme(record.repository()) || (record.site != nullptr && record.site->exists)) return;
                   reporter.report(record.location(0), "URL " + in_quotes(record.repository()) + " is read as a path");
                 });
               },
@@ -110,19 +111,20 @@ std::optional<Correction> zip_in_lower_case(const Record& record, std::size_t st
   return Correction{"write .zip", exists.has_value(), {record.edit(0, start, ending.size(), ".zip")}};
 }
 
-/// The directory of a path that ends in the name of a metadata file; empty for another path.
-std::string directory_of_metadata(std::string_view repository) {
-  const std::size_t slash = repository.rfind('/');
-  if (slash == repository.npos || slash == 0) return "";
-  const std::string_view name = repository.substr(slash + 1);
-  const bool is_metadata =
-      RepositoryFiles::is_form(Listing::content, name) || RepositoryFiles::is_form(Listing::artifacts, name);
-  return is_metadata ? std::string(repository.substr(0, slash)) : "";
+/// The directory of a repository, of which a path names a file of metadata or a jar; empty for another path.
+std::string directory_of_repository(std::string_view repository) {
+  const fs::path path(repository);
+  const std::string name = path.filename().string();
+  if (RepositoryFiles::is_form(Listing::content, name) || RepositoryFiles::is_form(Listing::artifacts, name)) {
+    return path.parent_path().string();
+  }
+  const bool is_artifact = path.extension() == ".jar" && is_directory_of_artifacts(path.parent_path());
+  return is_artifact ? path.parent_path().parent_path().string() : "";
 }
 
 void check_archive_name(const Record& record, Reporter& reporter) {
   if (is_archive(record) || (record.site != nullptr && record.site->is_directory)) return;
-  if (const std::string directory = directory_of_metadata(record.repository()); !directory.empty()) {
+  if (const std::string directory = directory_of_repository(record.repository()); !directory.empty()) {
     return reporter.report(record.location(0), in_quotes(record.repository()) + " is a file of a repository",
                            "write the path of the repository, " + in_quotes(directory),
                            Correction{"write " + directory, false, {record.edit(0, 0, record.repository().size(), directory)}});

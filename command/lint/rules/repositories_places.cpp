@@ -98,7 +98,7 @@ void check_is_inside(const Input& input, const Record& record, Examined& examine
                            "write " + in_quotes(path.lexically_relative(*other).string()));
   }
   reporter.report(Severity::note, record.location(0), message + ", in that of another component, " + *other,
-                  "if that component is always installed beside this one, do nothing; otherwise ship the repository with both");
+                  "if that component is always installed beside this one, ignore this finding; otherwise ship the repository with both");
 }
 
 Rule repository_outside_component() {

@@ -100,7 +100,7 @@ bool was_read(const Input& input, const Component& component) {
 /// Why an instance is new in a session, to be read after that.
 std::string why_it_is_new(const SessionFacts& facts) {
   const std::string known = facts.variable("CASHED_ECLIPSE_PATH");
-  if (!eclipse_dry_run::is_named_by_user(*facts.session) || known.empty()) return "";
+  if (!facts.session->chooses_users_own() || known.empty()) return "";
   return ", since CASHED_ECLIPSE_PATH is " + in_quotes(known);
 }
 
@@ -112,7 +112,7 @@ Rule new_instance_gets_all_features() {
       .title = "the Eclipse instance is new in this run",
       .why = "It gets the features of all components, not only of the selected ones.",
       .fix =
-          "if that is intended, do nothing; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the previous "
+          "if that is intended, ignore this finding; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the previous "
           "run",
       .bad = product(session("modify", user_choice("ide/eclipse"), installed_tools())),
       .good = product(session("modify", user_choice("ide/eclipse", known_eclipse()), installed_tools())),
@@ -214,7 +214,7 @@ Rule nothing_selected() {
       .severity = Severity::note,
       .title = "the session selects no component",
       .why = "The run has nothing to do, and reports success.",
-      .fix = "select the components; or, if nothing is to be done, do nothing",
+      .fix = "select the components; or, if nothing is to be done, ignore this finding",
       .bad = product(session("uninstall", user_choice("ide/eclipse"), entry_of({.state = R"("installed": true)"}))),
       .good = product(session("uninstall", user_choice("ide/eclipse"), tools)),
       .check =

@@ -103,4 +103,10 @@ std::string SimilarRepositories::to(const Record& record) {
   return path.empty() || may_have_feature_of(record, path) ? path : "";
 }
 
+std::vector<std::string> SimilarRepositories::beside(const Record& record) {
+  std::vector<std::string> paths = paths_below(record.config->base_dir);
+  std::erase_if(paths, [&](const std::string& path) { return !may_have_feature_of(record, path); });
+  return paths;
+}
+
 }  // namespace eclipse_lint

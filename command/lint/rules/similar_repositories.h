@@ -21,6 +21,9 @@ class SimilarRepositories {
   /// it or in a few letters. A path relative to the component's directory; empty when there is none, or more than one.
   std::string to(const Record& record);
 
+  /// The repositories of the record's component that may have its feature, relative to the component's directory.
+  std::vector<std::string> beside(const Record& record);
+
  private:
   using Place = std::pair<std::string, std::string>;  ///< a component's directory, and a text of column 1
 
