@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/limits.h"
+#include "base/open_file.h"
 #include "base/text.h"
 #include "p2/artifact_location.h"
 #include "p2/touchpoint_actions.h"
@@ -15,6 +16,7 @@
 
 namespace fs = std::filesystem;
 namespace largest = eclipse_base::largest;
+using eclipse_base::OpenFile;
 
 namespace eclipse_p2 {
 
@@ -144,7 +146,7 @@ void add_artifact(const pugi::xml_node& artifact, const ArtifactLocation& locati
         name, file + " has backslashes in its name in the archive, where only slashes separate directories");
   } else if (!file.empty() && !files.has(file)) {
     read.missing_artifacts.emplace(name, file);
-  } else if (const std::string error = is_own_file ? jar_damage(files.path() / file, size) : ""; !error.empty()) {
+  } else if (const std::string error = is_own_file ? jar_damage(OpenFile(files.path() / file), size) : ""; !error.empty()) {
     read.damaged_artifacts.emplace(name, file + " " + error);
   } else {
     read.artifacts->insert(name);
