@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cctype>
 #include <compare>
+#include <functional>
 #include <map>
 #include <set>
 
@@ -360,6 +361,7 @@ void check_pinned(const Input& input, bool takes_part, Reporter& reporter) {
   for_each_unit(input, [&](NamedUnit unit) {
     if (unit.record->takes_part() == takes_part) units.push_back(std::move(unit));
   });
+  if (std::none_of(units.begin(), units.end(), std::mem_fn(&NamedUnit::is_pinned))) return;
   const auto brought = versions_brought_by(input, units);
   for (std::size_t i = 0; i < units.size(); ++i) {
     const NamedUnit& unit = units[i];
