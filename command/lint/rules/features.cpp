@@ -60,8 +60,10 @@ constexpr std::string_view begins_range = "[(<>=~^";
 
 /// Where a version begins that follows an id otherwise than after a slash, or a version range; npos if there is none.
 std::size_t foreign_version_in(std::string_view column) {
-  const std::size_t end = column.find_first_of(std::string(" /") += begins_range);
-  if (end == column.npos || !looks_like_feature(column.substr(0, end))) return column.npos;
+  std::size_t end = column.size();
+  const std::string ends = std::string(" /") += begins_range;
+  for (const char byte : ends) end = std::min(end, column.substr(0, end).find(byte));
+  if (end == column.size() || !looks_like_feature(column.substr(0, end))) return column.npos;
   const std::size_t begin = std::min(column.find_first_not_of(" /", end), column.size());
   const char first = begin == column.size() ? ' ' : column[begin];
   const bool has_space = column.substr(end, begin - end).find(' ') != column.npos;
@@ -79,7 +81,8 @@ template <typename Use>
 void for_each_unit(const Input& input, const Use& use) {
   for_each_placed(input, [&](const Record& record) {
     const std::string_view column = record.feature();
-    if (!eclipse_shell::word_of(std::string(column)) || is_read_as_option(column) || begins_with_comma(column)) return;
+    const bool is_word = eclipse_shell::is_plain(column) || eclipse_shell::word_of(std::string(column));
+    if (!is_word || is_read_as_option(column) || begins_with_comma(column)) return;
     if (has_foreign_version(record)) return;
     for (WrittenUnit& written : units_written_in(column)) use(NamedUnit{std::move(written), &record});
   });
