@@ -110,25 +110,22 @@ std::optional<Unpacked> find_entry(archive* reader, const std::string& name, con
   return walk.error.empty() ? found : std::optional(std::move(walk));
 }
 
-/// A zip file that is open for reading by its central directory.
+/// A zip file that is read by its central directory.
 class ZipFile {
  public:
-  explicit ZipFile(const std::filesystem::path& file) : descriptor_(open_regular_file(file)), reader_(archive_read_new()) {
-    if (descriptor_ < 0) return;
+  explicit ZipFile(const OpenFile& file) : reader_(archive_read_new()) {
+    if (!file.error().empty()) return;
     archive_read_support_format_zip_seekable(reader_.get());
-    is_open_ = archive_read_open_fd(reader_.get(), descriptor_, 65536) == ARCHIVE_OK;
+    const std::string_view bytes = file.bytes();
+    const int status = file.descriptor() >= 0 ? archive_read_open_fd(reader(), file.descriptor(), 65536)
+                                              : archive_read_open_memory(reader(), bytes.data(), bytes.size());
+    is_open_ = status == ARCHIVE_OK;
   }
-  ~ZipFile() {
-    if (descriptor_ >= 0) close(descriptor_);
-  }
-  ZipFile(const ZipFile&) = delete;
-  ZipFile& operator=(const ZipFile&) = delete;
 
   bool is_open() const { return is_open_; }
   archive* reader() const { return reader_.get(); }
 
  private:
-  int descriptor_;
   Reader reader_;
   bool is_open_ = false;
 };
@@ -167,11 +164,11 @@ std::uint32_t little_endian_2(std::string_view bytes) {
 }
 
 /// The part of a zip archive from the last mark of its end; empty when there is none.
-std::string end_of_zip(const std::filesystem::path& file) {
+std::string end_of_zip(const OpenFile& file) {
   constexpr std::size_t end_size = 22;
   constexpr std::size_t longest_comment = 65535;
   for (const std::size_t length : {end_size, end_size + longest_comment}) {
-    const std::string tail = read_end(file, length).bytes;
+    const std::string tail = file.end(length).bytes;
     const std::size_t at = tail.rfind("PK\5\6");
     if (at != tail.npos && tail.size() - at >= end_size) return tail.substr(at);
   }
@@ -184,37 +181,34 @@ std::size_t directory_size_in(std::string_view end) { return little_endian(end.s
 constexpr const char* cut_off = "is cut off: the central directory of a zip archive is missing at its end";
 
 /// Whether the end of an archive is that of another one, which is stored in it: something is before the first of its entries.
-bool is_end_of_inner_archive(const std::filesystem::path& file, std::uintmax_t size, std::size_t length_of_end,
-                             std::size_t directory, std::size_t offset) {
+bool is_end_of_inner_archive(const OpenFile& file, std::size_t length_of_end, std::size_t directory, std::size_t offset) {
   constexpr std::string_view mark_of_entry = "PK\3\4";
-  if (directory + offset + length_of_end == size || read_beginning(file, mark_of_entry.size()).bytes != mark_of_entry)
+  if (directory + offset + length_of_end == file.size() || file.beginning(mark_of_entry.size()).bytes != mark_of_entry)
     return false;
   // In an archive of the 64-bit kind, more of its end comes after the directory.
-  return directory == 0 || read_end(file, directory + length_of_end).bytes.starts_with("PK\1\2");
+  return directory == 0 || file.end(directory + length_of_end).bytes.starts_with("PK\1\2");
 }
 
 /// zip_end_error() of a file with this end.
-std::string error_of_end(const std::filesystem::path& file, const std::string& end) {
-  std::error_code error;
-  const auto size = std::filesystem::file_size(file, error);
-  if (error) return "";
+std::string error_of_end(const OpenFile& file, const std::string& end) {
+  if (!file.error().empty()) return "";
   if (end.empty()) return cut_off;
   constexpr std::size_t in_64_bits = 0xFFFFFFFF;
   const std::size_t directory = directory_size_in(end);
   const std::size_t offset = little_endian(std::string_view(end).substr(16));
   if (directory == in_64_bits || offset == in_64_bits) return "";
-  if (directory + offset + end.size() > size) return "lacks bytes: its central directory is not where its end says";
-  return is_end_of_inner_archive(file, size, end.size(), directory, offset) ? cut_off : "";
+  if (directory + offset + end.size() > file.size()) return "lacks bytes: its central directory is not where its end says";
+  return is_end_of_inner_archive(file, end.size(), directory, offset) ? cut_off : "";
 }
 
 /// The names in the central directory of a zip archive with this end that have backslashes. libarchive turns these into
 /// slashes, Java does not.
-std::vector<std::string> names_with_backslashes(const std::filesystem::path& file, const std::string& end) {
+std::vector<std::string> names_with_backslashes(const OpenFile& file, const std::string& end) {
   constexpr std::size_t header_size = 46;
   std::vector<std::string> names;
   if (end.empty()) return names;
   const std::size_t size = directory_size_in(end);
-  const std::string tail = read_end(file, end.size() + size).bytes;
+  const std::string tail = file.end(end.size() + size).bytes;
   std::string_view directory = std::string_view(tail).substr(0, size);
   while (directory.size() >= header_size && directory.starts_with("PK\1\2")) {
     const std::size_t length = little_endian_2(directory.substr(28));
@@ -264,14 +258,18 @@ std::optional<Unpacked> zip_entry(const std::string& archive, const std::string&
   return find_entry(reader.get(), name, {limit, archive.size()});
 }
 
-std::string zip_end_error(const std::filesystem::path& file) { return error_of_end(file, end_of_zip(file)); }
+std::string zip_end_error(const OpenFile& file) { return error_of_end(file, end_of_zip(file)); }
 
-Archive::Archive(std::filesystem::path file) : file_(std::move(file)) {
-  const FileContent beginning = read_beginning(file_, 4);
+Archive::Archive(std::filesystem::path path) : Archive(std::move(path), std::nullopt) {}
+
+Archive::Archive(std::filesystem::path path, std::optional<std::string_view> content)
+    : file_(std::move(path)), content_(content) {
+  const OpenFile file = opened();
+  const FileContent beginning = file.beginning(4);
   error_ = beginning.error;
   // libarchive refuses an archive without entries, which is this mark and zeros.
   if (!error_.empty() || beginning.bytes == "PK\5\6") return;
-  const ZipFile zip(file_);
+  const ZipFile zip(file);
   Unpacked walk = failure_of(zip.reader());
   std::string other_compression;
   if (zip.is_open()) {
@@ -281,8 +279,8 @@ Archive::Archive(std::filesystem::path file) : file_(std::move(file)) {
       return true;
     });
   }
-  const std::string end = end_of_zip(file_);
-  for (const std::string& name : names_with_backslashes(file_, end)) {
+  const std::string end = end_of_zip(file);
+  for (const std::string& name : names_with_backslashes(file, end)) {
     std::string with_slashes = name;
     std::replace(with_slashes.begin(), with_slashes.end(), '\\', '/');
     if (names_.erase(with_slashes) != 0) names_.insert(name);
@@ -295,40 +293,37 @@ Archive::Archive(std::filesystem::path file) : file_(std::move(file)) {
   exceeds_limit_ = walk.exceeds_limit;
   if (!is_zip || exceeds_limit_) return;
   // libarchive may take the end of an archive in it for its own.
-  if (std::string at_end = error_of_end(file_, end); !at_end.empty()) error_ = std::move(at_end);
+  if (std::string at_end = error_of_end(file, end); !at_end.empty()) error_ = std::move(at_end);
 }
 
 Unpacked Archive::read(const std::string& name, std::size_t limit) const {
-  std::error_code error;
-  const auto size = std::filesystem::file_size(file_, error);
-  const ZipFile zip(file_);
-  if (error || !zip.is_open()) return failure("cannot be read");
-  return find_entry(zip.reader(), name, {limit, size}).value_or(failure("is damaged"));
+  const OpenFile file = opened();
+  const ZipFile zip(file);
+  if (!zip.is_open()) return failure("cannot be read");
+  return find_entry(zip.reader(), name, {limit, file.size()}).value_or(failure("is damaged"));
 }
 
 void Archive::read_each(const std::set<std::string>& names, std::size_t limit,
                         const std::function<void(const std::string& name, const Unpacked& content)>& use) const {
-  std::error_code error;
-  const auto size = std::filesystem::file_size(file_, error);
-  const ZipFile zip(file_);
-  if (error || !zip.is_open()) return;
+  const OpenFile file = opened();
+  const ZipFile zip(file);
+  if (!zip.is_open()) return;
   std::set<std::string> open = names;
   visit_entries(zip.reader(), [&](archive_entry* entry) {
     const std::string name = name_of(entry);
-    if (open.erase(name) != 0) use(name, content_of(zip.reader(), entry, {limit, size}));
+    if (open.erase(name) != 0) use(name, content_of(zip.reader(), entry, {limit, file.size()}));
     return !open.empty();
   });
 }
 
 std::string Archive::for_each(std::size_t limit,
                               const std::function<void(const std::string& name, const std::string& bytes)>& use) const {
-  std::error_code error;
-  const auto size = std::filesystem::file_size(file_, error);
-  const ZipFile zip(file_);
-  if (error || !zip.is_open()) return "cannot be read";
+  const OpenFile file = opened();
+  const ZipFile zip(file);
+  if (!zip.is_open()) return "cannot be read";
   std::string entry_error;
   const Unpacked walk = visit_entries(zip.reader(), [&](archive_entry* entry) {
-    const Unpacked unpacked = read_data(zip.reader(), {limit, size});
+    const Unpacked unpacked = read_data(zip.reader(), {limit, file.size()});
     entry_error = unpacked.error;
     if (entry_error.empty()) use(name_of(entry), unpacked.bytes);
     return entry_error.empty();

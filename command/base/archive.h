@@ -8,8 +8,10 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "base/file.h"
+#include "base/open_file.h"
 
 namespace eclipse_base {
 
@@ -27,12 +29,14 @@ std::optional<Unpacked> zip_entry(const std::string& archive, const std::string&
 /// Why a file that begins like a zip archive does not end like one, to be read after its name; empty when it does, and when
 /// it cannot be read. An archive that was cut has lost its central directory, which is at its end; the end of an archive that
 /// is stored in it may be left.
-std::string zip_end_error(const std::filesystem::path& file);
+std::string zip_end_error(const OpenFile& file);
 
-/// A zip archive in a file, read by its central directory.
+/// A zip archive in a file or in memory, read by its central directory.
 class Archive {
  public:
   explicit Archive(std::filesystem::path file);
+  /// The content of a file, which must outlive it.
+  static Archive in_memory(std::string_view content) { return Archive("", content); }
 
   /// Why the archive cannot be used; empty when it can.
   const std::string& error() const { return error_; }
@@ -52,7 +56,12 @@ class Archive {
                        const std::function<void(const std::string& name, const std::string& bytes)>& use) const;
 
  private:
+  Archive(std::filesystem::path file, std::optional<std::string_view> content);
+
+  OpenFile opened() const { return content_ ? OpenFile::in_memory(*content_) : OpenFile(file_); }
+
   std::filesystem::path file_;
+  std::optional<std::string_view> content_;
   std::set<std::string> names_;
   std::string error_;
   bool exceeds_limit_ = false;

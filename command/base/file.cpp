@@ -1,70 +1,21 @@
 #include "base/file.h"
-#include "base/limits.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstdint>
-#include <cstring>
 #include <system_error>
 #include <utility>
+
+#include "base/limits.h"
+#include "base/open_file.h"
 
 namespace fs = std::filesystem;
 
 namespace eclipse_base {
 
 namespace {
-
-/// A regular file that is open for reading.
-class InputFile {
- public:
-  explicit InputFile(const fs::path& file) : descriptor_(open_regular_file(file)) {
-    if (descriptor_ < 0) note_error();
-  }
-  ~InputFile() {
-    if (descriptor_ >= 0) close(descriptor_);
-  }
-  InputFile(const InputFile&) = delete;
-  InputFile& operator=(const InputFile&) = delete;
-
-  /// What the file system says of it: 0 for files of /proc, whatever they hold.
-  std::uintmax_t size() const {
-    struct stat status {};
-    return descriptor_ >= 0 && fstat(descriptor_, &status) == 0 ? static_cast<std::uintmax_t>(status.st_size) : 0;
-  }
-
-  void skip_to_last(std::size_t count) {
-    const off_t size = descriptor_ < 0 ? 0 : lseek(descriptor_, 0, SEEK_END);
-    if (descriptor_ >= 0 && lseek(descriptor_, std::max<off_t>(0, size - static_cast<off_t>(count)), SEEK_SET) < 0)
-      note_error();
-  }
-
-  /// At most so many bytes.
-  FileContent read_up_to(std::size_t count) {
-    FileContent content;
-    std::array<char, 65536> piece;
-    while (error_.empty() && content.bytes.size() < count) {
-      const ssize_t length = read(descriptor_, piece.data(), std::min(piece.size(), count - content.bytes.size()));
-      if (length == 0) break;
-      if (length < 0 && errno != EINTR) note_error();
-      if (length > 0) content.bytes.append(piece.data(), static_cast<std::size_t>(length));
-    }
-    content.error = error_;
-    return content;
-  }
-
- private:
-  void note_error() {
-    error_ = errno == EINVAL ? "is not a regular file" : std::string("cannot be read: ") + std::strerror(errno);
-  }
-
-  int descriptor_;
-  std::string error_;
-};
 
 FileContent too_large(std::size_t limit) {
   return {"", "is larger than " + std::to_string(limit / largest::mebibyte) + " MiB", true};
@@ -95,19 +46,15 @@ FileContent limited_content(std::string bytes, std::size_t limit) {
 }
 
 FileContent read_file(const fs::path& file, std::size_t limit) {
-  InputFile input(file);
+  const OpenFile input(file);
   if (input.size() > limit) return too_large(limit);
-  FileContent content = input.read_up_to(limit + 1);
+  FileContent content = input.beginning(limit + 1);
   return content.error.empty() ? limited_content(std::move(content.bytes), limit) : content;
 }
 
-FileContent read_beginning(const fs::path& file, std::size_t count) { return InputFile(file).read_up_to(count); }
+FileContent read_beginning(const fs::path& file, std::size_t count) { return OpenFile(file).beginning(count); }
 
-FileContent read_end(const fs::path& file, std::size_t count) {
-  InputFile input(file);
-  input.skip_to_last(count);
-  return input.read_up_to(count);
-}
+FileContent read_end(const fs::path& file, std::size_t count) { return OpenFile(file).end(count); }
 
 std::string content_of(const fs::path& file, std::size_t limit, const std::string& fix) {
   FileContent content = read_file(file, limit);

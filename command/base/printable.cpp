@@ -23,6 +23,7 @@ constexpr auto unprintable = std::to_array<Range>(
      {0x110BD, 0x110BD}, {0x110CD, 0x110CD}, {0x13430, 0x1343F}, {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF}});
 
 bool is_unprintable(char32_t character) {
+  if (character >= ' ' && character <= '~') return false;
   const auto is_before = [](const Range& range, char32_t code) { return range.second < code; };
   const auto found = std::lower_bound(unprintable.begin(), unprintable.end(), character, is_before);
   return found != unprintable.end() && found->first <= character;

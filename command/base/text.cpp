@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
+#include <cstring>
 #include <numeric>
 #include <utility>
 
@@ -12,6 +14,13 @@ namespace {
 constexpr std::size_t compared_bytes = 200;
 
 char lower(char letter) { return static_cast<char>(std::tolower(static_cast<unsigned char>(letter))); }
+
+/// Most texts are ASCII, and some are long: this looks at eight bytes at once.
+bool begins_with_eight_of_ascii(std::string_view text) {
+  std::uint64_t bytes = ~std::uint64_t{0};
+  if (text.size() >= sizeof bytes) std::memcpy(&bytes, text.data(), sizeof bytes);
+  return (bytes & 0x8080808080808080U) == 0;
+}
 
 bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
@@ -125,6 +134,7 @@ std::size_t characters_in(std::string_view text) {
 std::size_t length_of_utf8(std::string_view text) {
   std::size_t valid = 0;
   for (;;) {
+    while (begins_with_eight_of_ascii(text.substr(valid))) valid += 8;
     while (valid < text.size() && static_cast<unsigned char>(text[valid]) < 0x80) ++valid;
     const std::size_t length = character_length(text.substr(valid));
     if (length == 0) return valid;

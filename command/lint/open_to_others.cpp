@@ -1,5 +1,6 @@
 #include "lint/open_to_others.h"
 
+#include <set>
 #include <system_error>
 
 #include "base/file.h"
@@ -54,8 +55,12 @@ fs::path OpenToOthers::closed_part(const Record& record) {
   }
   // The paths of artifacts have no symbolic links.
   const fs::path real_site = fs::canonical(site, error);
+  std::set<std::string> open_directories;
   for (const auto& [artifact, file] : record.site->artifact_files) {
-    if (!closed_part(real_site, file.path).empty()) return site;
+    const fs::path directory = file.path.parent_path();
+    if (!open_directories.contains(directory.native()) && !closed_part(real_site, directory).empty()) return site;
+    open_directories.insert(directory.native());
+    if (!has(file.path)) return site;
   }
   return {};
 }

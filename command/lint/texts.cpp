@@ -43,8 +43,12 @@ std::string with_slashes(std::string_view listed) {
 }
 
 bool looks_like_feature(std::string_view text) {
-  const auto words = split(text, '.');
-  return words.size() > 2 && std::all_of(words.begin(), words.end(), is_word) && is_letter(text.front());
+  std::size_t words = 1;
+  std::string_view rest = text;
+  for (std::size_t end; (end = rest.find('.')) != rest.npos; rest.remove_prefix(end + 1), ++words) {
+    if (!is_word(rest.substr(0, end))) return false;
+  }
+  return words > 2 && is_word(rest) && is_letter(text.front());
 }
 
 bool is_comment(std::string_view text) {

@@ -88,16 +88,14 @@ std::optional<std::uintmax_t> fixed_size_of(const pugi::xml_node& artifact) {
   return has_checksum && is_number ? std::optional(bytes) : std::nullopt;
 }
 
-std::string jar_damage(const std::filesystem::path& jar, std::optional<std::uintmax_t> size) {
+std::string jar_damage(const OpenFile& jar, std::optional<std::uintmax_t> size) {
   constexpr std::string_view zip = "PK";
-  const FileContent beginning = read_beginning(jar, git_lfs::beginning_of_pointer.size());
+  const FileContent beginning = jar.beginning(git_lfs::beginning_of_pointer.size());
   if (!beginning.error.empty()) return beginning.error;
   if (git_lfs::is_pointer(beginning.bytes)) return git_lfs::pointer_error;
   if (!beginning.bytes.starts_with(zip)) return "is not a zip archive";
-  std::error_code error;
-  const std::uintmax_t actual = std::filesystem::file_size(jar, error);
-  if (error || !size || actual == *size) return zip_end_error(jar);
-  return "has " + std::to_string(actual) + " bytes, but the repository lists it with " + std::to_string(*size);
+  if (!size || jar.size() == *size) return zip_end_error(jar);
+  return "has " + std::to_string(jar.size()) + " bytes, but the repository lists it with " + std::to_string(*size);
 }
 
 std::string checksum_error(const std::vector<Checksum>& checksums, std::string_view bytes) {

@@ -13,6 +13,7 @@
 #include "base/digest.h"
 #include "base/file.h"
 #include "base/limits.h"
+#include "base/open_file.h"
 
 namespace eclipse_p2 {
 
@@ -45,7 +46,7 @@ std::optional<std::uintmax_t> fixed_size_of(const pugi::xml_node& artifact);
 
 /// Why a jar is not a whole one, or not of the size that it must have, to be read after its name; empty when nothing at its
 /// beginning and at its end shows it.
-std::string jar_damage(const std::filesystem::path& jar, std::optional<std::uintmax_t> size);
+std::string jar_damage(const eclipse_base::OpenFile& jar, std::optional<std::uintmax_t> size);
 
 /// Why the director does not accept a file with these bytes, to be read after its name; empty when it does. Digits are compared
 /// as text, as the director does.

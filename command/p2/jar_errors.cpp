@@ -7,7 +7,7 @@
 
 #include "base/archive.h"
 #include "base/limits.h"
-#include "base/memory_file.h"
+#include "base/open_file.h"
 #include "base/text.h"
 #include "p2/artifact_name.h"
 #include "p2/jar_manifest.h"
@@ -37,34 +37,33 @@ std::string identity_error(const std::string& artifact, const Archive& jar) {
 }
 
 /// What the archive says of itself.
-JarErrors errors_within(const std::string& artifact, const fs::path& jar) {
+JarErrors errors_within(const std::string& artifact, const Archive& archive) {
   JarErrors errors;
-  const Archive archive(jar);
   errors.signature = signature_error(archive);
   if (errors.signature.empty()) errors.identity = identity_error(artifact, archive);
   return errors;
 }
 
+JarErrors errors_of_content(const Jar& jar, const std::string& bytes) {
+  const auto& [artifact, file] = jar;
+  std::string checksum = checksum_error(file.checksums, bytes);
+  return checksum.empty() ? errors_within(artifact, Archive::in_memory(bytes)) : JarErrors{.checksum = std::move(checksum)};
+}
+
 /// The damage of a file of its own shows when its repository is read.
 JarErrors errors_of_file(const Jar& jar) {
   const auto& [artifact, file] = jar;
-  if (!file.checksums.empty()) {
-    const FileContent content = content_of(file);
-    if (content.exceeds_limit) return {.limit = content.error};
-    std::string checksum = content.error.empty() ? checksum_error(file.checksums, content.bytes) : "";
-    if (!checksum.empty()) return {.checksum = std::move(checksum)};
-  }
-  return errors_within(artifact, file.path);
+  if (file.checksums.empty()) return errors_within(artifact, Archive(file.path));
+  const FileContent content = content_of(file);
+  if (content.exceeds_limit) return {.limit = content.error};
+  return content.error.empty() ? errors_of_content(jar, content.bytes) : JarErrors();
 }
 
 JarErrors errors_of_entry(const Jar& jar, const Unpacked& content) {
-  const auto& [artifact, file] = jar;
   if (content.exceeds_limit) return {.limit = content.error};
   if (!content.error.empty()) return {.damage = content.error};
-  const MemoryFile copy(content.bytes);
-  if (std::string damage = jar_damage(copy.path(), file.size); !damage.empty()) return {.damage = std::move(damage)};
-  std::string checksum = checksum_error(file.checksums, content.bytes);
-  return checksum.empty() ? errors_within(artifact, copy.path()) : JarErrors{.checksum = std::move(checksum)};
+  std::string damage = jar_damage(OpenFile::in_memory(content.bytes), jar.second.size);
+  return damage.empty() ? errors_of_content(jar, content.bytes) : JarErrors{.damage = std::move(damage)};
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/limits.h"
+#include "base/open_file.h"
 #include "base/text.h"
 #include "base/uri.h"
 #include "p2/artifact_location.h"
@@ -16,6 +17,7 @@
 
 namespace fs = std::filesystem;
 namespace largest = eclipse_base::largest;
+using eclipse_base::OpenFile;
 
 namespace eclipse_p2 {
 
@@ -138,7 +140,7 @@ void add_artifact(const pugi::xml_node& artifact, const ArtifactLocation& locati
         name, file + " has backslashes in its name in the archive, where only slashes separate directories");
   } else if (!file.empty() && !files.has(file)) {
     read.missing_artifacts.emplace(name, file);
-  } else if (const std::string error = is_own_file ? jar_damage(files.path() / file, size) : ""; !error.empty()) {
+  } else if (const std::string error = is_own_file ? jar_damage(OpenFile(files.path() / file), size) : ""; !error.empty()) {
     read.damaged_artifacts.emplace(name, file + " " + error);
   } else {
     read.artifacts->insert(name);
@@ -190,10 +192,12 @@ class Repositories::Reader {
 
   Repository read() {
     std::error_code error;
-    repository_.exists = fs::exists(place_.path, error) || is_unreadable(place_.path);
+    const fs::file_status status = fs::status(place_.path, error);
+    const bool is_unreadable = eclipse_p2::is_unreadable(place_.path);
+    repository_.exists = fs::exists(status) || is_unreadable;
     if (!repository_.exists) return std::move(repository_);
-    repository_.is_directory = fs::is_directory(place_.path, error);
-    repository_.is_unreadable = is_unreadable(place_.path);
+    repository_.is_directory = fs::is_directory(status);
+    repository_.is_unreadable = is_unreadable;
     if (files_.exceeds_limit()) {
       repository_.is_repository = true;
       note(repository_.unexamined_because, "it " + files_.error());
@@ -351,8 +355,11 @@ const Repository& Repositories::at(const fs::path& path) {
 }
 
 const Repository& Repositories::at(RepositoryPlace place, std::size_t depth) {
+  // Almost all exist, and for them this asks the file system half as often.
   std::error_code error;
-  if (fs::path canonical = fs::weakly_canonical(place.path, error); !error) place.path = std::move(canonical);
+  fs::path canonical = fs::canonical(place.path, error);
+  if (error) canonical = fs::weakly_canonical(place.path, error);
+  if (!error) place.path = std::move(canonical);
   const auto [known, is_new] = repositories_.try_emplace(place);
   if (is_new) {
     // While its children are looked into, who comes back here is in a circle.

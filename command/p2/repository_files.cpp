@@ -103,13 +103,15 @@ bool RepositoryFiles::is_form(Listing listing, std::string_view name) {
 }
 
 RepositoryFiles::RepositoryFiles(RepositoryPlace place) : place_(std::move(place)) {
+  std::error_code error;
+  const fs::file_status status = fs::status(place_.path, error);
   if (is_unreadable(place_.path)) {
     error_ = "cannot be read";
-  } else if (is_file(place_.path)) {
+  } else if (fs::is_regular_file(status)) {
     archive_.emplace(place_.path);
     const std::string beginning = read_beginning(place_.path, git_lfs::beginning_of_pointer.size()).bytes;
     error_ = git_lfs::is_pointer(beginning) ? git_lfs::pointer_error : archive_->error();
-  } else if (std::error_code error; !fs::is_directory(place_.path, error)) {
+  } else if (!fs::is_directory(status)) {
     error_ = "is not a regular file";
   } else if (!place_.inside.empty()) {
     error_ = "is not a zip archive";
@@ -129,7 +131,7 @@ bool RepositoryFiles::has_metadata(const std::string& name) const {
   if (archive_) return has(name);
   std::error_code error;
   const auto status = fs::status(place_.path / name, error);
-  return fs::exists(status) ? !fs::is_directory(status) : is_unreadable(place_.path / name);
+  return fs::exists(status) ? !fs::is_directory(status) : error == std::errc::permission_denied;
 }
 
 bool RepositoryFiles::is_unreadable_file(const std::string& name) const {

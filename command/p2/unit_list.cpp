@@ -48,8 +48,8 @@ std::vector<WrittenUnit> units_written_in(std::string_view list) {
   return units;
 }
 
-bool is_read_as_option(std::string_view list) { return word_of(list).starts_with('-'); }
+bool is_read_as_option(std::string_view list) { return !eclipse_shell::is_plain(list) && word_of(list).starts_with('-'); }
 
-bool begins_with_comma(std::string_view list) { return word_of(list).starts_with(','); }
+bool begins_with_comma(std::string_view list) { return !eclipse_shell::is_plain(list) && word_of(list).starts_with(','); }
 
 }  // namespace eclipse_p2

@@ -233,12 +233,27 @@ TEST_F(ArchiveTest, HasALimitOfEntries) {
   EXPECT_TRUE(zip.exceeds_limit());
 }
 
+TEST_F(ArchiveTest, IsReadFromMemoryAsFromAFile) {
+  const std::string whole = zipped({{"a", "text"}, {"d/b", noise(100'000)}});
+  for (const std::string& bytes : {whole, whole + "comment", whole.substr(0, whole.size() - 1), whole.substr(1), zipped({}),
+                                   std::string("text"), std::string()}) {
+    fake::write_file("a.zip", bytes);
+    const Archive in_file("a.zip");
+    const Archive in_memory = Archive::in_memory(bytes);
+    EXPECT_EQ(in_memory.error(), in_file.error());
+    EXPECT_EQ(in_memory.names(), in_file.names());
+    for (const std::string& name : in_file.names()) {
+      EXPECT_EQ(in_memory.read(name, limit).bytes, in_file.read(name, limit).bytes);
+    }
+  }
+}
+
 TEST(ZipEnd, IsMissingWhenTheArchiveWasCut) {
   const fake::TemporaryDirectory directory;
   const std::string archive = zipped({{"a", "text"}});
   const auto error_of = [](const std::string& bytes) {
     fake::write_file("a.zip", bytes);
-    return zip_end_error("a.zip");
+    return zip_end_error(OpenFile("a.zip"));
   };
   EXPECT_EQ(error_of(archive), "");
   EXPECT_EQ(error_of(archive + "comment"), "");
@@ -251,7 +266,7 @@ TEST(ZipEnd, IsMissingWhenTheArchiveWasCut) {
     EXPECT_EQ(error_of(archive.substr(0, length)), "is cut off: the central directory of a zip archive is missing at its end");
   }
   EXPECT_EQ(error_of(archive.substr(1)), "lacks bytes: its central directory is not where its end says");
-  EXPECT_EQ(zip_end_error("missing.zip"), "");
+  EXPECT_EQ(zip_end_error(OpenFile("missing.zip")), "");
 }
 
 TEST(ZipEnd, MayBeThatOfAnArchiveWhichIsStoredInTheOneThatWasCut) {
@@ -260,10 +275,10 @@ TEST(ZipEnd, MayBeThatOfAnArchiveWhichIsStoredInTheOneThatWasCut) {
   for (const std::string& inner : {zipped({{"a", "text"}}), zipped({})}) {
     const std::string entry = "PK\3\4" + std::string(26, 'x');
     fake::write_file("outer.zip", entry + inner + "the next entry");
-    EXPECT_EQ(zip_end_error("outer.zip"), cut_off);
+    EXPECT_EQ(zip_end_error(OpenFile("outer.zip")), cut_off);
     EXPECT_EQ(Archive("outer.zip").error(), cut_off);
     fake::write_file("program.zip", "#!/bin/sh\n" + inner);
-    EXPECT_EQ(zip_end_error("program.zip"), "") << "what unpacks itself";
+    EXPECT_EQ(zip_end_error(OpenFile("program.zip")), "") << "what unpacks itself";
   }
 }
 

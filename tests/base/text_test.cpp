@@ -150,6 +150,11 @@ TEST(IsUtf8, KnowsTheLimitsOfFourBytes) {
     EXPECT_FALSE(is_utf8(text)) << text;
   EXPECT_TRUE(is_utf8(""));
   EXPECT_FALSE(is_utf8("a\x80"));
+  for (std::size_t length = 0; length < 20; ++length) {
+    const std::string text(length, 'a');
+    EXPECT_EQ(length_of_utf8(text + "\x80" + text), length);
+    EXPECT_TRUE(is_utf8(text + "\xC3\xA4" + text));
+  }
 }
 
 }  // namespace

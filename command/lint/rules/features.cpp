@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cctype>
 #include <compare>
+#include <functional>
 #include <map>
 #include <set>
 
@@ -59,8 +60,10 @@ constexpr std::string_view begins_range = "[(<>=~^";
 
 /// Where a version begins that follows an id otherwise than after a slash, or a version range; npos if there is none.
 std::size_t foreign_version_in(std::string_view column) {
-  const std::size_t end = column.find_first_of(std::string(" /") += begins_range);
-  if (end == column.npos || !looks_like_feature(column.substr(0, end))) return column.npos;
+  std::size_t end = column.size();
+  const std::string ends = std::string(" /") += begins_range;
+  for (const char byte : ends) end = std::min(end, column.substr(0, end).find(byte));
+  if (end == column.size() || !looks_like_feature(column.substr(0, end))) return column.npos;
   const std::size_t begin = std::min(column.find_first_not_of(" /", end), column.size());
   const char first = begin == column.size() ? ' ' : column[begin];
   const bool has_space = column.substr(end, begin - end).find(' ') != column.npos;
@@ -78,7 +81,8 @@ template <typename Use>
 void for_each_unit(const Input& input, const Use& use) {
   for_each_placed(input, [&](const Record& record) {
     const std::string_view column = record.feature();
-    if (!eclipse_shell::word_of(std::string(column)) || is_read_as_option(column) || begins_with_comma(column)) return;
+    const bool is_word = eclipse_shell::is_plain(column) || eclipse_shell::word_of(std::string(column));
+    if (!is_word || is_read_as_option(column) || begins_with_comma(column)) return;
     if (has_foreign_version(record)) return;
     for (WrittenUnit& written : units_written_in(column)) use(NamedUnit{std::move(written), &record});
   });
@@ -360,6 +364,7 @@ void check_pinned(const Input& input, bool takes_part, Reporter& reporter) {
   for_each_unit(input, [&](NamedUnit unit) {
     if (unit.record->takes_part() == takes_part) units.push_back(std::move(unit));
   });
+  if (std::none_of(units.begin(), units.end(), std::mem_fn(&NamedUnit::is_pinned))) return;
   const auto brought = versions_brought_by(input, units);
   for (std::size_t i = 0; i < units.size(); ++i) {
     const NamedUnit& unit = units[i];

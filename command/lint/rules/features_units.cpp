@@ -28,12 +28,14 @@ namespace {
 
 void check_version(const Record& record, const std::string& id, const std::string& version, Reporter& reporter) {
   constexpr std::string_view literal = ".qualifier";
-  const std::string of_feature = in_quotes(record.repository()) + " has " + in_quotes(id) + " in version " + in_quotes(version);
+  const auto of_feature = [&] {
+    return in_quotes(record.repository()) + " has " + in_quotes(id) + " in version " + in_quotes(version);
+  };
   if (!is_osgi_version(version)) {
-    reporter.report(record.location(1), of_feature + ", which the director reads as 0.0.0");
+    reporter.report(record.location(1), of_feature() + ", which the director reads as 0.0.0");
     reporter.fails({&record});
   } else if (version.ends_with(literal)) {
-    reporter.report(Severity::warning, record.location(1), of_feature + ": \"qualifier\" is not replaced",
+    reporter.report(Severity::warning, record.location(1), of_feature() + ": \"qualifier\" is not replaced",
                     "let the build replace \"qualifier\", for example by a time; otherwise every build has the same version, "
                     "which is higher than any version with a time, so no later build replaces it");
   }

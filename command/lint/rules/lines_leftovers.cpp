@@ -51,8 +51,8 @@ std::string placeholder_in(std::string_view text) {
   static const std::regex pattern(R"(\$\{[A-Za-z_][A-Za-z0-9_.-]*\}|@[A-Za-z_][A-Za-z0-9_.-]*@)");
   std::match_results<std::string_view::const_iterator> match;
   // A long text is not a path or an id, and matching it takes a deep recursion.
-  if (text.size() > 4096 || !std::regex_search(text.begin(), text.end(), match, pattern)) return "";
-  return match.str();
+  if (text.size() > 4096 || text.find_first_of("$@") == text.npos) return "";
+  return std::regex_search(text.begin(), text.end(), match, pattern) ? match.str() : "";
 }
 
 Rule placeholder_not_replaced() {

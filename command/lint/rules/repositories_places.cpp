@@ -7,6 +7,7 @@
 #include "base/file.h"
 #include "base/printable.h"
 #include "dry_run/command_pieces.h"
+#include "lint/canonical_paths.h"
 #include "lint/input.h"
 #include "lint/open_to_others.h"
 #include "lint/rule.h"
@@ -41,11 +42,11 @@ bool is_below(const fs::path& path, const fs::path& directory) {
 
 /// The first file of a repository that a link takes from outside the component's directory. Where the metadata leads out of it
 /// is another finding.
-void check_files(const Record& record, const fs::path& base, Reporter& reporter) {
+void check_files(const Record& record, const fs::path& base, CanonicalPaths& canonical, Reporter& reporter) {
   for (const auto& [artifact, file] : record.site->artifact_files) {
-    std::error_code error;
-    const fs::path path = fs::canonical(file.path, error);
-    if (error || is_below(path, base) || !is_below(file.path, base)) continue;
+    const fs::path& path = canonical.of(file.path);
+    const bool has_links = !path.empty() && path.native() != file.path.native();
+    if (!has_links || is_below(path, base) || !is_below(file.path, base)) continue;
     return reporter.report(record.location(0),
                            in_quotes(record.repository()) + ": " + file.name +
                                " is outside of the component's directory: a symbolic link leads to " + path.string(),
@@ -53,17 +54,19 @@ void check_files(const Record& record, const fs::path& base, Reporter& reporter)
   }
 }
 
-/// The repositories whose files were examined for an earlier line.
-using Examined = std::set<const eclipse_p2::Repository*>;
+/// What was examined for earlier lines.
+struct Examined {
+  std::set<const eclipse_p2::Repository*> repositories;  ///< their files
+  CanonicalPaths canonical;
+};
 
 /// Whether what a path leads to is outside of the component, and a composite's children are where they are on this machine.
 void check_links(const Record& record, Examined& examined, Reporter& reporter) {
-  std::error_code error;
-  const fs::path base = fs::canonical(record.config->base_dir, error);
-  const fs::path site = fs::canonical(base / record.repository(), error);
-  if (error || !is_plain_repository(record)) return;
+  const fs::path& base = examined.canonical.of(record.config->base_dir);
+  const fs::path& site = examined.canonical.of(base / record.repository());
+  if (site.empty() || !is_plain_repository(record)) return;
   if (is_below(site, base)) {
-    if (examined.insert(record.site).second) check_files(record, base, reporter);
+    if (examined.repositories.insert(record.site).second) check_files(record, base, examined.canonical, reporter);
   } else {
     reporter.report(
         record.location(0),

@@ -6,6 +6,7 @@
 #include "dry_run/command_pieces.h"
 #include "lint/texts.h"
 #include "p2/repository_url.h"
+#include "shell/shell_reading.h"
 
 using namespace eclipse_dry_run;
 using namespace eclipse_shell;
@@ -42,7 +43,10 @@ bool is_first_command_whole(const Input& input) { return input.session && input.
 
 ShellChanges changes_in_feature(std::string_view feature) { return changes_in(piece_of_feature(feature)); }
 
-ShellChanges changes_in_repository(const Record& record) { return changes_in(piece_of_repository(record)); }
+/// What is around a plain text does not matter.
+ShellChanges changes_in_repository(const Record& record) {
+  return is_plain(record.repository()) ? ShellChanges() : changes_in(piece_of_repository(record));
+}
 
 ShellChanges changes_in_directory(const Record& record) { return changes_in(piece_of_directory(record)); }
 
