@@ -50,7 +50,6 @@ class StateReader {
 
   void compare(ProfileState& state) {
     ++readable_;
-    if (!plan_.to) return;
     InstalledUnits units = installed_in(state);
     if (newer_) add_change(change_between(units, *newer_));
     newer_ = reached_ ? std::nullopt : std::optional(std::move(units));
