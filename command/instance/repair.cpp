@@ -29,7 +29,6 @@ class StateReader {
       : plan_(plan), journal_(plan.to ? read_run_journal(instance) : RunJournal()), reached_(!plan.to), instance_(instance) {
     plan_.states.clear();
     plan_.unit_counts.clear();
-    plan_.reverted.clear();
   }
 
   void read() {

@@ -248,6 +248,12 @@ TEST_F(ConfigurationFiles, AnEmptyConfigurationEndsEveryDirector) {
     fake::write_file("ide/configuration/config.ini", content);
     EXPECT_EQ(damage(), "ide/configuration/config.ini has no settings, so every director fails" + fix + " (fatal)");
   }
+  fs::remove("ide/configuration/config.ini");
+  keep_configuration("ide", "2");
+  fake::write_file("ide/configuration/config.ini", "");
+  EXPECT_EQ(damage(), "ide/configuration/config.ini has no settings, so every director fails" + no_fix + " (fatal)")
+      << "the copy has none";
+  EXPECT_FALSE(plan_repair("ide").to_restore);
   fs::remove_all("ide/configuration/.eclipse-int.kept");
   EXPECT_EQ(damage(), "ide/configuration/config.ini has no settings, so every director fails" + no_fix + " (fatal)");
 }

@@ -83,6 +83,14 @@ TEST_F(Revert, LeavesOutARepositoryThatIsTooLong) {
   EXPECT_LE(reversion.command.size(), eclipse_shell::longest_command);
 }
 
+TEST_F(Revert, HasACommandAsLongAsCanBe) {
+  write_director("cp " + registry + "1.profile " + registry + "3.profile");
+  std::string url = "file:///x";
+  const std::size_t size = revert("ide/eclipse", "1", {url}).command.size();
+  url += std::string(eclipse_shell::longest_command - size, 'x');
+  EXPECT_EQ(revert("ide/eclipse", "1", {url}).command.size(), eclipse_shell::longest_command);
+}
+
 /// The director splits the list of repositories at commas and resolves escapes.
 TEST_F(Revert, HasARepositoryWithAnEscapedPath) {
   const fs::path temporary = fs::absolute("a,b%41c");

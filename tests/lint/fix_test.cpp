@@ -299,6 +299,23 @@ TEST(Fix, AppliesAtOnceWhatDoesNotMeet) {
   EXPECT_EQ(corrected_at_once({two_places, with_edits("a", {{2, 1, "C"}, {4, 1, "D"}})}), only_first) << "all or none";
 }
 
+TEST(Fix, LintsAgainWhatIsCorrected) {
+  const fake::TemporaryDirectory directory;
+  const std::vector<std::string> names = {"a", "b"};
+  for (const std::string& name : names) write_file(name, "xx" + name);
+  const auto lint = [&](eclipse_dry_run::DescriptorFiles& files) {
+    Findings findings;
+    for (const std::string& name : names) {
+      if (files.at(name).bytes.starts_with('x')) findings.push_back(with_edits(name, {{0, 1, ""}}));
+    }
+    return findings;
+  };
+  const FixResult result = fix(lint, false);
+  ASSERT_EQ(result.files.size(), 2U);
+  EXPECT_EQ(result.files[0].after, "a");
+  EXPECT_EQ(result.files[1].after, "b");
+}
+
 TEST(Fix, EndsWhenThereIsAlwaysSomethingLeft) {
   const fake::TemporaryDirectory directory;
   write_file("t", "");
