@@ -24,6 +24,8 @@ namespace {
 
 fs::path directory_of_copies(const fs::path& instance) { return instance / configuration_directory / ".eclipse-int.kept"; }
 
+constexpr const char* incomplete = "incomplete";  ///< the name of a copy that is being made
+
 /// What a director writes of an instance, but for the profile, which has a file for each state, and what it adds.
 std::vector<fs::path> files_to_keep() {
   return {configuration_file, bundle_list, source_list, update_configuration, artifact_list};
@@ -69,7 +71,7 @@ void keep_file(const fs::path& from, const fs::path& to) {
 class IncompleteCopy {
  public:
   /// One who may write into the instance could make a link of its place that leads out.
-  explicit IncompleteCopy(const fs::path& copies) : directory_(copies / "incomplete") {
+  explicit IncompleteCopy(const fs::path& copies) : directory_(copies / incomplete) {
     if (fs::is_symlink(fs::symlink_status(copies))) fs::remove(copies);
     fs::remove_all(directory_);
     fs::create_directories(copies.parent_path());
@@ -105,14 +107,9 @@ class IncompleteCopy {
   fs::path directory_;
 };
 
-void make_missing_directories(const fs::path& directory) {
-  if (fs::exists(fs::status(directory))) return;
-  make_missing_directories(directory.parent_path());
-  make_directory_for_owner(directory);
-}
-
+/// The directory around that of the file is there: it has the copy.
 void make_place_for(const fs::path& file) {
-  make_missing_directories(file.parent_path());
+  if (!fs::exists(fs::status(file.parent_path()))) make_directory_for_owner(file.parent_path());
   const bool is_there = fs::exists(fs::symlink_status(file));
   if (is_there && !fs::is_regular_file(fs::status(file))) renamed_to_damaged(file);
 }
@@ -159,7 +156,7 @@ void check_space_for_director(const fs::path& instance) {
 std::optional<KeptConfiguration> kept_configuration(const fs::path& instance) {
   std::error_code error;
   for (const auto& copy : fs::directory_iterator(directory_of_copies(instance), error)) {
-    if (copy.path().filename() == "incomplete" || !copy.is_directory(error)) continue;
+    if (copy.path().filename() == incomplete || !copy.is_directory(error)) continue;
     KeptConfiguration kept{copy.path().filename().string(), {}, copy.path()};
     for (const fs::path& file : files_to_keep()) {
       if (fs::is_regular_file(copy.path() / file, error)) kept.files.push_back(file);

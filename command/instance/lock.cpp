@@ -70,7 +70,7 @@ void write_holder(int descriptor) {
 std::string text_in(int descriptor) {
   std::array<char, eclipse_shell::longest_own_command + 100> text;
   const ssize_t length = pread(descriptor, text.data(), text.size(), 0);
-  return length < 0 ? "" : std::string(text.data(), static_cast<std::size_t>(length));
+  return {text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
 }
 
 /// One that was killed has left its director at work.
@@ -96,13 +96,10 @@ void check_is_readable(const fs::path& file) {
                                 "it readable, for example with chmod a+r");
 }
 
-enum class Attempt { taken, in_use, impossible };
+enum class Attempt { in_use, taken, impossible };
 
 Attempt attempt(int descriptor) {
-  int result = 0;
-  do result = flock(descriptor, LOCK_EX | LOCK_NB);
-  while (result != 0 && errno == EINTR);
-  if (result == 0) return Attempt::taken;
+  if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) return Attempt::taken;
   return errno == EWOULDBLOCK ? Attempt::in_use : Attempt::impossible;
 }
 

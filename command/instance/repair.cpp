@@ -29,7 +29,6 @@ class StateReader {
       : plan_(plan), journal_(plan.to ? read_run_journal(instance) : RunJournal()), reached_(!plan.to), instance_(instance) {
     plan_.states.clear();
     plan_.unit_counts.clear();
-    plan_.reverted.clear();
   }
 
   void read() {
@@ -50,7 +49,6 @@ class StateReader {
 
   void compare(ProfileState& state) {
     ++readable_;
-    if (!plan_.to) return;
     InstalledUnits units = installed_in(state);
     if (newer_) add_change(change_between(units, *newer_));
     newer_ = reached_ ? std::nullopt : std::optional(std::move(units));

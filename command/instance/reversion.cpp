@@ -107,7 +107,7 @@ Reversion revert(const std::string& executable, const std::string& time, const s
        command = revert_command(executable, all, here->time)) {
     all.pop_back();
   }
-  Reversion reversion{std::move(command), std::nullopt, ""};
+  Reversion reversion{std::move(command), {}, {}};
   const InstanceLogs logs(instance);
   const auto result = eclipse_shell::run_in_shell(reversion.command, progress);
   if (result.exit_code != 0) {

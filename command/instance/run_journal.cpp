@@ -136,7 +136,6 @@ bool find_end(RecordedRun& run, const std::vector<RecordedRun>& runs, const fs::
   const auto next =
       std::find_if(runs.begin(), runs.end(), [&](const RecordedRun& other) { return is_before(run.before, other.before); });
   run.is_completed = false;
-  run.after = run.before;
   std::optional<ProfileState> older;
   std::vector<fs::path> oldest_first = profile_states(instance);
   std::reverse(oldest_first.begin(), oldest_first.end());
@@ -197,7 +196,6 @@ RunJournal read_run_journal(const fs::path& instance) { return with_ends(read_fi
 void record_beginning(const fs::path& instance, const RecordedRun& run) {
   RunJournal journal = read_file_of_runs(instance);
   if (!journal.error.empty()) return;
-  if (!journal.runs.empty() && is_beginning_of(run, journal.runs.back())) journal.runs.pop_back();
   journal = with_ends(std::move(journal), instance);
   journal.runs.push_back(run);
   write(instance, journal.runs);

@@ -95,7 +95,7 @@ class Corrections {
   }
 
   static void apply(FixedFile& file, std::vector<Edit> edits) {
-    std::sort(edits.begin(), edits.end(), [](const Edit& one, const Edit& other) { return one.offset < other.offset; });
+    std::ranges::sort(edits, {}, &Edit::offset);
     file.after = edited(file.after, edits);
   }
 

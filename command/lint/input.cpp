@@ -54,7 +54,7 @@ class InputReader {
 
   std::unique_ptr<Input> read_descriptor(const fs::path& file) {
     const std::string directory = file.has_parent_path() ? file.parent_path().string() : ".";
-    add_descriptor(nullptr, file.string(), {directory, file.filename().string(), file.string(), true});
+    add_descriptor(nullptr, file.string(), directory, file.string());
     return finish();
   }
 
@@ -208,20 +208,22 @@ class InputReader {
   }
 
   void add_descriptor_of(const Component& component, const ListedFile& listed, const std::string& file) {
-    if (listed.descriptor && listed.descriptor->exists) add_descriptor(&component, file, *listed.descriptor);
+    const auto& found = listed.descriptor;
+    if (found && found->exists) add_descriptor(&component, file, found->directory, found->path);
   }
 
-  void add_descriptor(const Component* component, const std::string& shown_file, const DescriptorFile& file) {
+  void add_descriptor(const Component* component, const std::string& shown_file, const std::string& directory,
+                      const std::string& path) {
     Descriptor& descriptor = input_->descriptors.emplace_back();
     descriptor.component = component;
     descriptor.file = shown_file;
-    const FileContent& content = files_.at(file.path);
+    const FileContent& content = files_.at(path);
     descriptor.content = content.bytes;
     descriptor.read_error = content.error;
     descriptor.is_text = descriptor.is_readable() && is_text(descriptor.content);
     if (descriptor.is_text) descriptor.lines = descriptor_lines(library_, descriptor.content);
-    add_records(descriptor, library_.records(file.directory, content.bytes));
-    if (component != nullptr) add_sites_alone(descriptor, file.directory);
+    add_records(descriptor, library_.records(directory, content.bytes));
+    if (component != nullptr) add_sites_alone(descriptor, directory);
   }
 
   /// With two tabs at its end, such a line would be read.

@@ -44,7 +44,6 @@ std::string obstacle_of_others(const PlannedCommand& command) {
 }  // namespace
 
 Obstacles::Command Obstacles::looked_at(const PlannedCommand& command) {
-  if (command.runs_as_intended()) return {};
   if (!command.executable_error.empty()) return {command.executable_error, {}, {}};
   if (command.is_too_long()) return {PlannedCommand::too_long, {}, {}};
   Command looked_at;

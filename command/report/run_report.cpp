@@ -50,17 +50,12 @@ std::string state_of(const CatalogueComponent& component) {
   return state;
 }
 
-std::string_view without_spaces(std::string_view line) {
-  const std::size_t first = line.find_first_not_of(" \t");
-  return first == line.npos ? "" : line.substr(first, line.find_last_not_of(" \t\r") + 1 - first);
-}
-
 /// Whether a text is a line of what a command printed.
 bool is_printed(const std::string& text, const CommandResult& result) {
   for (std::string_view output : {std::string_view(result.output), std::string_view(result.error_output)}) {
     while (!output.empty()) {
       const std::string_view line = output.substr(0, output.find('\n'));
-      if (without_spaces(line) == without_spaces(text)) return true;
+      if (trimmed(line) == trimmed(text)) return true;
       output.remove_prefix(std::min(line.size() + 1, output.size()));
     }
   }

@@ -41,9 +41,7 @@ class Questioner {
         command_(*cut_director_command(plan.command->text)),
         instance_(instance_directory(command_.executable)),
         copy_(InstanceCopy::of(instance_, progress.on_copy)),
-        most_((update.is_empty() ? 0 : 1) + 1 + (plan.retry_count > 1 ? plan.retry_count + 1 : 0)) {
-    command_.repositories = eclipse_base::joined(plan.repository_urls(), ",");
-  }
+        most_((update.is_empty() ? 0 : 1) + 1 + (plan.retry_count > 1 ? plan.retry_count + 1 : 0)) {}
 
   bool is_on_copy() const { return copy_ != nullptr; }
 

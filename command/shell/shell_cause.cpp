@@ -30,8 +30,8 @@ bool is_passed_on(const ShellReading& reading, const ShellWords& words) {
 
 /// Spaces at the beginning of a text form one gap with those before it.
 std::size_t start_in(const CommandPiece& piece, std::size_t gap) {
-  const bool is_before = gap < piece.before.size() && piece.before.find_first_not_of(' ', gap) == std::string::npos;
-  return is_before && piece.text.starts_with(' ') ? piece.before.size() : gap;
+  const bool is_in_gap = piece.text.starts_with(' ') && piece.before.find_first_not_of(' ', gap) == std::string::npos;
+  return is_in_gap ? std::max(gap, piece.before.size()) : gap;
 }
 
 bool is_in_text(const CommandPiece& piece, std::size_t offset) {
@@ -52,13 +52,11 @@ std::optional<ShellCause> cause_in(const CommandPiece& piece) {
     if (is_in_text(piece, remark.offset))
       cause.remarks.push_back({remark.offset - piece.before.size(), std::move(remark.effect)});
   }
-  std::stable_sort(cause.remarks.begin(), cause.remarks.end(),
-                   [](const ShellRemark& one, const ShellRemark& other) { return one.offset < other.offset; });
+  std::ranges::sort(cause.remarks, {}, &ShellRemark::offset);
   if (!cause.remarks.empty()) return cause;
-  // There is no remark on a closing quote.
-  const std::size_t quote = piece.text.find('"');
-  if (quote == piece.text.npos && reading.error.empty()) return std::nullopt;
-  cause.remarks.push_back({std::min(quote, piece.text.size()), "the quotes end here"});
+  if (reading.error.empty()) return std::nullopt;
+  // There is no remark on a closing quote, after which the quote that was to close is not closed.
+  cause.remarks.push_back({std::min(piece.text.find('"'), piece.text.size()), "the quotes end here"});
   return cause;
 }
 

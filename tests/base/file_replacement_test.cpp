@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -88,6 +89,15 @@ TEST_F(FileReplacementTest, LeavesNothingBehindWhenItIsGivenUp) {
   const int after = dup(STDIN_FILENO);
   EXPECT_EQ(after, next) << "each descriptor is closed, and no other";
   close(after);
+}
+
+TEST_F(FileReplacementTest, IsDoneWithItsFilesWhenItHasReplacedTheTarget) {
+  auto first = std::make_unique<FileReplacement>("f");
+  first->replace_target_with("one");
+  FileReplacement second("f");
+  first.reset();
+  second.replace_target_with("two");
+  EXPECT_EQ(content("f"), "two");
 }
 
 TEST_F(FileReplacementTest, TakesThePlaceOfWhatAKilledProcessOfThisNumberLeft) {

@@ -50,6 +50,22 @@ TEST_F(AllOrNothing, LeavesAWholeRunAsItIs) {
                                              {"failure", nullptr},
                                              {"error", nullptr}}));
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+  script(2, leave("with-both", "3"));
+  const Outcome outcome = eclipse_int("run session.json --all-or-nothing");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_TRUE(outcome.output.ends_with("\n  USER_DEFINED_ECLIPSE_PATH_EMPTY = no\n")) << outcome.output;
+}
+
+TEST_F(AllOrNothing, SaysNothingOfARunWithoutADirector) {
+  fake::write_file("tools/etc/eclipse/tools.txt", "");
+  EXPECT_FALSE(run(0).contains("allOrNothing"));
+}
+
+TEST_F(AllOrNothing, IsReportedWithAVerification) {
+  script(1, leave("with-both", "2"));
+  const Json result = run(0, " --verify");
+  EXPECT_TRUE(result.contains("allOrNothing"));
+  EXPECT_TRUE(result.contains("verification"));
 }
 
 TEST_F(AllOrNothing, RevertsHalfARun) {
@@ -66,17 +82,74 @@ TEST_F(AllOrNothing, RevertsHalfARun) {
                                 "  Command: DIRECTORY/eclipse/eclipse -nosplash -nl en "),
             std::string::npos)
       << outcome.output;
-  EXPECT_TRUE(outcome.output.ends_with("  Reverting changed:\n    - 1 other unit\n")) << outcome.output;
+  EXPECT_TRUE(outcome.output.ends_with(" 2>&1\n  Reverting changed:\n    - 1 other unit\n")) << outcome.output;
   EXPECT_TRUE(fs::exists(registry + "9.profile"));
   EXPECT_FALSE(Json::parse(content_of("v.json")).contains("CASHED_ECLIPSE_PATH")) << "the instance is as new as before";
   const Json history = Json::parse(eclipse_int("history eclipse --json").output);
   EXPECT_EQ(history.at("states").at(0).at("run").at("revertedTo"), "1");
 }
 
+TEST_F(AllOrNothing, KeepsTheExecutableThatTheHostKnew) {
+  script(1, "exit 13");
+  script(2, leave("with-one", "2"));
+  script(3, "exit 13");
+  script(4, go_back);
+  fake::write_file("v.json", R"({"CASHED_ECLIPSE_PATH": "/old/eclipse"})");
+  EXPECT_EQ(eclipse_int("run session.json --all-or-nothing --variables v.json --write-variables v.json").status, 1);
+  EXPECT_EQ(Json::parse(content_of("v.json")).at("CASHED_ECLIPSE_PATH"), "/old/eclipse");
+}
+
+TEST_F(AllOrNothing, LooksForWhatIsMissingInTheRepositoriesOfEarlierRuns) {
+  fake::write_file("eclipse/configuration/.eclipse-int.runs.json",
+                   R"({"runs": [{"command": "c", "before": "0", "after": "1", "revertedTo": "", "variablesFile": "",
+                                 "repositories": ["file:///first", "file:///second"]}]})");
+  script(1, "exit 13");
+  script(2, leave("with-one", "2"));
+  script(3, "exit 13");
+  script(4, go_back);
+  const std::string way_back = run(1).at("allOrNothing").at("command");
+  EXPECT_NE(way_back.find(",file://DIRECTORY/tools/site,file:///first,file:///second' -revert '1' 2>&1"), std::string::npos)
+      << way_back;
+}
+
+TEST_F(AllOrNothing, StartsNoDirectorWhenTheUnitsAreTheSame) {
+  script(1, leave(registry + "1.profile", "2") + "; exit 13");
+  for (int start = 2; start <= 3; ++start) script(start, "exit 13");
+  const Json result = run(1).at("allOrNothing");
+  EXPECT_EQ(result.at("revertedTo"), "1");
+  EXPECT_EQ(result.at("command"), nullptr);
+}
+
+TEST_F(AllOrNothing, DoesNotGoBackToAStateWithoutADirector) {
+  fake::write_file("with-director",
+                   "<profile><units>" + unit("ide") + unit("org.eclipse.equinox.p2.director.app") + "</units></profile>");
+  script(1, leave("with-director", "2") + "; exit 13");
+  for (int start = 2; start <= 3; ++start) script(start, "exit 13");
+  const Json result = run(1).at("allOrNothing");
+  EXPECT_EQ(result.at("error"),
+            "the state 1 has no director (org.eclipse.equinox.p2.director.app), so nothing could be installed or undone "
+            "afterwards");
+  EXPECT_EQ(result.at("command"), nullptr);
+}
+
+TEST_F(AllOrNothing, SaysWhenThereIsNoWayBackAfterAll) {
+  script(1, "rm " + registry + "1.profile; printf '<profile' > " + registry + "2.profile; exit 13");
+  for (int start = 2; start <= 3; ++start) script(start, "exit 13");
+  const Outcome outcome = eclipse_int("run session.json --all-or-nothing");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_TRUE(outcome.output.ends_with(
+      "\nAll or nothing:\n"
+      "  Not all features were installed.\n"
+      "  Error: the instance is not as it was before the run: no state of the p2 profile in DIRECTORY/" +
+      fs::path(registry).parent_path().string() + " can be read\n"))
+      << outcome.output;
+}
+
 /// As when the disk is full: the director reports success nevertheless, and no other director could start.
 TEST_F(AllOrNothing, RestoresAConfigurationThatWasCut) {
   fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.profile=P\n");
-  script(1, leave("with-both", "2") + "; : > eclipse/configuration/config.ini");
+  fake::write_file("eclipse/artifacts.xml", "<repository/>");
+  script(1, leave("with-both", "2") + "; : > eclipse/configuration/config.ini; : > eclipse/artifacts.xml");
   const Outcome outcome = eclipse_int("run session.json --all-or-nothing");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_TRUE(outcome.output.ends_with(
@@ -84,7 +157,9 @@ TEST_F(AllOrNothing, RestoresAConfigurationThatWasCut) {
       "  A director has damaged the Eclipse instance, so the instance is as it was before the run: the state 1 "
       "(1970-01-01 00:00:00 UTC).\n"
       "  Renamed a damaged state of the profile to DIRECTORY/" +
-      registry + "2.profile.damaged\n  Restored: DIRECTORY/eclipse/configuration/config.ini\n"))
+      registry +
+      "2.profile.damaged\n  Restored: DIRECTORY/eclipse/configuration/config.ini\n  Restored: "
+      "DIRECTORY/eclipse/artifacts.xml\n"))
       << outcome.output;
   EXPECT_EQ(content_of("eclipse/configuration/config.ini"), "eclipse.p2.profile=P\n");
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
@@ -123,6 +198,13 @@ TEST_F(AllOrNothing, RevertsARunThatASignalEnds) {
   EXPECT_EQ(result.at("status"), "interrupted");
   EXPECT_EQ(result.at("allOrNothing").at("revertedTo"), "1");
   EXPECT_TRUE(fs::exists(registry + "9.profile"));
+  script(3, leave("with-one", "10") + "; kill -s TERM $(cat number); sleep 0.3");
+  script(4, "cp " + registry + "9.profile " + registry + "11.profile");
+  const Outcome outcome = eclipse_int("run session.json --all-or-nothing", "sh -c 'echo $$ > number; exec \"$@\"' -");
+  EXPECT_EQ(outcome.status, 143);
+  EXPECT_NE(outcome.output.find("\nAll or nothing:\n  Not all features were installed, so the instance is as it was before"),
+            std::string::npos)
+      << outcome.output;
 }
 
 TEST_F(AllOrNothing, LeavesAWholeRunThatASignalEnds) {
@@ -168,6 +250,22 @@ TEST_F(AllOrNothing, RenamesADamagedState) {
   EXPECT_EQ(result.at("allOrNothing").at("revertedTo"), "1");
 }
 
+TEST_F(AllOrNothing, RenamesAllDamagedStates) {
+  for (const std::string number : {"1", "2"}) {
+    script(std::stoi(number), "printf '<profile' > " + registry + std::to_string(std::stoi(number) + 1) + ".profile; exit 13");
+  }
+  script(3, "exit 13");
+  const Outcome outcome = eclipse_int("run session.json --all-or-nothing");
+  EXPECT_TRUE(outcome.output.ends_with(
+      "\nAll or nothing:\n"
+      "  Not all features were installed, so the instance is as it was before the run: the state 1 (1970-01-01 00:00:00 "
+      "UTC).\n"
+      "  Renamed a damaged state of the profile to DIRECTORY/" +
+      registry + "3.profile.damaged\n  Renamed a damaged state of the profile to DIRECTORY/" + registry +
+      "2.profile.damaged\n"))
+      << outcome.output;
+}
+
 TEST_F(AllOrNothing, RevertsARemovalThatLeavesSomething) {
   write_session("uninstall", {}, "\"remove\": true");
   fake::write_file(registry + "1.profile", "<profile><units>" + unit("ide") + unit("one") + unit("two") + "</units></profile>");
@@ -176,6 +274,16 @@ TEST_F(AllOrNothing, RevertsARemovalThatLeavesSomething) {
   const Json result = run(1);
   EXPECT_EQ(result.at("status"), "done") << "of the director";
   EXPECT_EQ(result.at("allOrNothing").at("revertedTo"), "1");
+  script(3, leave("with-one", "10"));
+  script(4, "cp " + registry + "1.profile " + registry + "11.profile");
+  const Outcome outcome = eclipse_int("run session.json --all-or-nothing");
+  EXPECT_EQ(outcome.error, "eclipse-int: not all features were removed; reverting\n");
+  EXPECT_NE(outcome.output.find("\nDone, but the Eclipse instance is not in the state that the session describes\n"),
+            std::string::npos)
+      << outcome.output;
+  EXPECT_NE(outcome.output.find("\n  Not all features were removed, so the instance is as it was before the run: "),
+            std::string::npos)
+      << outcome.output;
 }
 
 TEST_F(AllOrNothing, SaysWhenTheDirectorDoesNotGoBack) {
@@ -186,6 +294,13 @@ TEST_F(AllOrNothing, SaysWhenTheDirectorDoesNotGoBack) {
   const Json result = run(1);
   EXPECT_EQ(result.at("allOrNothing").at("error"), "the director did not revert the profile: exit code 13");
   EXPECT_TRUE(result.at("allOrNothing").at("failure").is_object());
+  for (int start = 5; start <= 8; ++start) script(start, start == 6 ? leave("with-both", "3") : "exit 13");
+  const Outcome outcome = eclipse_int("run session.json --all-or-nothing --write-variables v.json");
+  EXPECT_TRUE(
+      outcome.output.ends_with(" -revert '2' 2>&1\n  Why: the launcher failed: the application did not run to its end "
+                               "and logged no reason\n"))
+      << outcome.output;
+  EXPECT_TRUE(Json::parse(content_of("v.json")).contains("CASHED_ECLIPSE_PATH")) << "the instance is that of the run";
 }
 
 TEST_F(AllOrNothing, NeedsAWayBackBeforeItBegins) {
@@ -196,6 +311,7 @@ TEST_F(AllOrNothing, NeedsAWayBackBeforeItBegins) {
   fs::remove_all("eclipse/p2");
   const Json unknown = run(1);
   EXPECT_EQ(unknown.at("status"), "refused");
+  EXPECT_EQ(unknown.at("allOrNothing").at("before"), nullptr);
   EXPECT_EQ(
       unknown.at("refusal"),
       "--all-or-nothing needs a state of the p2 profile to go back to: that of \"DIRECTORY/eclipse/eclipse\" is not known");
@@ -203,6 +319,9 @@ TEST_F(AllOrNothing, NeedsAWayBackBeforeItBegins) {
 }
 
 TEST_F(AllOrNothing, SaysWhyTheProfileIsNotKnown) {
+  fs::create_directory(registry + "2.profile");
+  EXPECT_EQ(run(1).at("refusal"), "--all-or-nothing needs a state of the p2 profile to go back to: DIRECTORY/" + registry +
+                                      "2.profile is not a regular file");
   fake::write_file("eclipse/configuration/config.ini", "eclipse.p2.data.area=@user.home/.p2\n");
   EXPECT_EQ(run(1).at("refusal"),
             "--all-or-nothing needs a state of the p2 profile to go back to: "

@@ -85,6 +85,21 @@ TEST_F(FullDisk, NoDirectorIsAsked) {
   EXPECT_FALSE(std::filesystem::exists("after/calls"));
 }
 
+/// Its states are new files, which may be in a file system of their own.
+TEST_F(FullDisk, OfTheProfileCountsToo) {
+  const std::string profile = "/org.eclipse.equinox.p2.engine/profileRegistry/P.profile";
+  fake::write_file("eclipse/artifacts.xml", "<repository/>");
+  fake::write_file("eclipse/configuration/config.ini",
+                   "eclipse.p2.profile=P\neclipse.p2.data.area=file\\:" + directory.path() + "/shared\n");
+  fake::write_file("shared" + profile + "/1.profile", "<profile><units/></profile>" + std::string(400'000, ' '));
+  const std::string in_small_data_area =
+      "unshare -rm sh -c 'rm -rf before && cp -r shared before && mount -t tmpfs -o size=640k none shared && "
+      "cp -r before/. shared || exit 99; exec \"$@\"' -";
+  if (eclipse_int("--version", in_small_data_area).status != 0) GTEST_SKIP() << "this user can mount nothing here";
+  EXPECT_EQ(eclipse_int("verify session.json --director", in_small_data_area),
+            (Outcome{2, "", "eclipse-int: DIRECTORY/shared" + profile + ": has too little space for a director" + fix}));
+}
+
 TEST_F(FullDisk, ForTheRepositoryOfTheWayBackIsAnError) {
   const std::string in_full_directory =
       "unshare -rm sh -c 'mkdir -p full && mount -t tmpfs -o size=4k none full || exit 99; export TMPDIR=$PWD/full; \"$@\"' -";

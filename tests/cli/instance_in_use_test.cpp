@@ -128,6 +128,18 @@ TEST_F(InstanceInUse, AnotherInstanceIsNotInUse) {
   forget_first();
 }
 
+TEST_F(InstanceInUse, IsNotKnownOfAnInstanceThatCannotBeLocked) {
+  std::filesystem::remove("eclipse/configuration");
+  std::filesystem::permissions("eclipse", std::filesystem::perms(0111));
+  const std::string rights = geteuid() == 0 ? "setpriv --bounding-set -dac_override,-dac_read_search " : "";
+  const Outcome outcome = eclipse_int("run session.json", rights);
+  std::filesystem::permissions("eclipse", std::filesystem::perms(0755));
+  EXPECT_TRUE(outcome.error.starts_with(
+      "eclipse-int: warning: DIRECTORY/eclipse: cannot be locked: Permission denied; make sure that no other director works on "
+      "it\n"))
+      << outcome.error;
+}
+
 TEST_F(InstanceInUse, TimeToWaitIsANumberOfSeconds) {
   EXPECT_EQ(eclipse_int("run session.json --wait soon").status, 2);
   EXPECT_EQ(eclipse_int("run session.json --wait -1").status, 2);

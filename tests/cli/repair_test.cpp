@@ -83,6 +83,31 @@ TEST_F(Repair, IsNeededBeforeAnyRun) {
 }
 
 /// What a director leaves that was killed, or had no room, and reports success nevertheless.
+TEST_F(Repair, OfWhatStopsNoDirectorIsNamedBeforeARun) {
+  write_state("1", sound);
+  fake::write_file("eclipse/artifacts.xml", "<repository><arti");
+  const std::string unreadable =
+      "eclipse-int: DIRECTORY/eclipse/artifacts.xml is not well-formed XML, so the next director starts a new list of "
+      "artifacts; no copy of it was kept; restore it from a backup of the Eclipse instance, or reinstall Eclipse\n";
+  script(1, "cp " + registry + "1.profile " + registry + "2.profile; echo '<repository/>' > eclipse/artifacts.xml");
+  const Outcome outcome = eclipse_int("run session.json");
+  EXPECT_EQ(outcome.status, 0) << outcome.output;
+  EXPECT_EQ(outcome.error, unreadable);
+  EXPECT_FALSE(fs::exists("eclipse/configuration/.eclipse-int.kept")) << "nothing damaged is kept";
+}
+
+TEST_F(Repair, IsNotPossibleWithoutAPlaceForTheCopy) {
+  write_state("1", sound);
+  fake::write_file("eclipse/configuration/.eclipse-int.kept", "");
+  let_director_leave_states();
+  const Outcome outcome = eclipse_int("run session.json");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.error,
+            "eclipse-int: warning: DIRECTORY/eclipse/configuration/.eclipse-int.kept: cannot be written: Not a directory; make "
+            "it a directory that this user can write, or rename it; the run keeps no copy of the configuration, so the Eclipse "
+            "instance cannot be repaired if a director is killed\n");
+}
+
 TEST_F(Repair, RestoresTheConfigurationThatADirectorHasCut) {
   write_state("1", sound);
   write_configuration("eclipse.p2.profile=P\n");

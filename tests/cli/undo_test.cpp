@@ -188,6 +188,9 @@ TEST_F(Undo, UndoesOneRunAfterTheOther) {
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   script(3, leave("1731234800000", {"ide/4.0.0", "one/1.0.0"}));
   EXPECT_EQ(undo("--eclipse eclipse", 0).at("to"), "1731234600000");
+  EXPECT_EQ(Json::parse(content_of(journal)).at("runs").at(2).at("cachedAfter"), directory.path() + "/eclipse/eclipse")
+      << "as the first run left it";
+  EXPECT_TRUE(fs::exists("eclipse/configuration/.eclipse-int.kept/1731234700000"));
   script(4, leave("1731234900000", {"ide/4.0.0"}));
   const Json second = undo("--eclipse eclipse", 0);
   EXPECT_EQ(second.at("from"), "1731234800000");
@@ -282,7 +285,10 @@ TEST_F(Undo, ExplainsWhatTheDirectorDidNotDo) {
   const Json failed = undo("session.json", 1);
   EXPECT_EQ(failed.at("error"), "the director did not revert the profile: exit code 13");
   EXPECT_EQ(failed.at("failure").at("layer"), "the launcher");
+  EXPECT_FALSE(failed.contains("damage"));
   EXPECT_EQ(undo("session.json --dry-run", 0).at("to"), "1731234500000") << "it was not undone";
+  script(3, "printf '<profile' > " + registry + "1731234700000.profile; exit 13");
+  EXPECT_TRUE(undo("session.json", 1).contains("damage"));
 }
 
 TEST_F(Undo, LeavesADamagedProfileToRepair) {
@@ -394,6 +400,16 @@ TEST_F(Undo, DoesNotWriteVariablesOverTheEclipse) {
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
 
+TEST_F(Undo, IsNotBegunWhenTheVariablesCannotBeWritten) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json --write-variables v.json").status, 0);
+  EXPECT_EQ(eclipse_int("undo --eclipse eclipse --variables v.json --write-variables missing/v.json"),
+            (Outcome{2, "",
+                     "eclipse-int: missing/v.json: cannot be written: No such file or directory; give the path of a writable "
+                     "file in a writable directory\n"}));
+  EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+}
+
 TEST_F(Undo, TakesWhatItNeedsFromTheNamedRepositories) {
   write_state("1731234600000", {"ide/4.0.0", "one/1.0.0"});
   fs::create_directory("my site");
@@ -416,6 +432,13 @@ TEST_F(Undo, WaitsForItsTurn) {
   const Outcome outcome = eclipse_int("undo session.json", "flock eclipse/configuration/.eclipse-int.lock");
   EXPECT_EQ(outcome.status, 2);
   EXPECT_NE(outcome.error.find("another director is at work"), std::string::npos) << outcome.error;
+  EXPECT_EQ(eclipse_int("undo --eclipse eclipse --to 1731234500000 --dry-run", "flock eclipse/configuration/.eclipse-int.lock"),
+            (Outcome{1,
+                     "Eclipse DIRECTORY/eclipse/eclipse\n"
+                     "  Reverts to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
+                     "  Changes:\n    no change\n"
+                     "  Error: another director is at work on the instance, and may change it; try again when it has ended\n",
+                     ""}));
 }
 
 }  // namespace

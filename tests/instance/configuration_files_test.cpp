@@ -6,6 +6,7 @@
 
 #include "base/file.h"
 #include "base/file_replacement.h"
+#include "fake_host/not_administrator.h"
 #include "fake_host/temporary_directory.h"
 #include "instance/damage.h"
 #include "instance/kept_configuration.h"
@@ -127,6 +128,69 @@ TEST_F(ConfigurationFiles, WhatIsMissingIsBroughtBack) {
   }
 }
 
+TEST_F(ConfigurationFiles, OnlyWhatDiffersIsBroughtBackAndIsAsPrivateAsTheCopy) {
+  install_a_third();
+  write_list({"a", "b"});
+  fs::permissions(bundles_file, fs::perms(0600));
+  keep_configuration("ide", "2");
+  fs::remove(bundles_file);
+  const auto kept = kept_configuration("ide");
+  ASSERT_TRUE(kept);
+  const fs::path list = fs::path("ide") / bundle_list;
+  EXPECT_EQ(differing_files(*kept, "ide"), std::vector<fs::path>{list});
+  EXPECT_EQ(restore(*kept, "ide"), std::vector<fs::path>{list});
+  EXPECT_EQ(fs::status(list).permissions(), fs::perms(0600));
+}
+
+TEST_F(ConfigurationFiles, AnInstanceWithoutAConfigurationHasACopyToo) {
+  fake::write_file("ide/artifacts.xml", "<repository/>");
+  keep_configuration("ide", "1");
+  EXPECT_EQ(kept_configuration("ide")->files, std::vector<fs::path>{"artifacts.xml"});
+}
+
+TEST_F(ConfigurationFiles, ACopyIsFoundAmongOtherFiles) {
+  install_a_third();
+  const std::string copies = "ide/configuration/.eclipse-int.kept/";
+  fs::rename(copies + "1", "kept");
+  for (int i = 0; i < 20; ++i) fake::write_file(copies + "a" + std::to_string(i), "");
+  fs::rename("kept", copies + "1");
+  for (int i = 0; i < 20; ++i) fake::write_file(copies + "b" + std::to_string(i), "");
+  ASSERT_TRUE(kept_configuration("ide"));
+  EXPECT_EQ(kept_configuration("ide")->time, "1");
+  keep_configuration("ide", "2");
+  EXPECT_EQ(std::distance(fs::directory_iterator(copies), {}), 1);
+}
+
+TEST_F(ConfigurationFiles, WhatCannotBeReadOrWrittenIsNamed) {
+  install_a_third();
+  const auto error_of = [](const std::function<void()>& action) -> std::string {
+    const fake::NotAdministrator not_administrator;
+    try {
+      action();
+    } catch (const eclipse_base::FileError& error) {
+      return error.what();
+    }
+    return "";
+  };
+  fs::permissions(".", fs::perms(0755));
+  const auto kept = kept_configuration("ide");
+  ASSERT_TRUE(kept);
+  const std::string directory_of_list = fs::path(bundles_file).parent_path().string();
+  fs::permissions("ide/configuration", fs::perms(0777));
+  fs::permissions("ide/configuration/.eclipse-int.kept", fs::perms(0777));
+  fs::permissions(directory_of_list, fs::perms::none);
+  EXPECT_EQ(error_of([] { keep_configuration("ide", "3"); }), bundles_file + ": cannot be read: Permission denied");
+  fs::permissions(directory_of_list, fs::perms(0755));
+  fs::remove_all(directory_of_list);
+  fs::permissions("ide/configuration", fs::perms(0555));
+  EXPECT_EQ(error_of([&] { restore(*kept, "ide"); }),
+            directory_of_list + ": cannot be written: Permission denied; make it writable for this user");
+  fs::permissions("ide/configuration", fs::perms(0755));
+  fs::resize_file(kept->directory / configuration_file, std::uintmax_t{6} << 30U);
+  EXPECT_EQ(error_of([&] { differing_files(*kept, "ide"); }),
+            (kept->directory / configuration_file).string() + ": is larger than 256 MiB; restore the file from a backup");
+}
+
 /// It would take files of one state and others of another.
 TEST_F(ConfigurationFiles, AllFilesAreBroughtBackOrNone) {
   install_a_third();
@@ -184,6 +248,12 @@ TEST_F(ConfigurationFiles, AnEmptyConfigurationEndsEveryDirector) {
     fake::write_file("ide/configuration/config.ini", content);
     EXPECT_EQ(damage(), "ide/configuration/config.ini has no settings, so every director fails" + fix + " (fatal)");
   }
+  fs::remove("ide/configuration/config.ini");
+  keep_configuration("ide", "2");
+  fake::write_file("ide/configuration/config.ini", "");
+  EXPECT_EQ(damage(), "ide/configuration/config.ini has no settings, so every director fails" + no_fix + " (fatal)")
+      << "the copy has none";
+  EXPECT_FALSE(plan_repair("ide").to_restore);
   fs::remove_all("ide/configuration/.eclipse-int.kept");
   EXPECT_EQ(damage(), "ide/configuration/config.ini has no settings, so every director fails" + no_fix + " (fatal)");
 }
@@ -251,6 +321,9 @@ TEST_F(ConfigurationFiles, ACopyIsBroughtBackWithItsState) {
   fake::write_file("ide/configuration/config.ini", "");
   write_list({});
   const RepairPlan plan = plan_repair("ide");
+  EXPECT_EQ(plan.unit_counts, (std::vector<std::size_t>{4, 4, 3}));
+  ASSERT_EQ(plan.reverted.size(), 1U);
+  EXPECT_EQ(plan.reverted.front().time, "2");
   const auto to_rename = states_to_rename(plan.states, plan.to);
   ASSERT_TRUE(plan.to_restore && to_rename.size() == 2);
   EXPECT_EQ(to_rename[0].time, "3");
@@ -427,6 +500,13 @@ TEST_F(ConfigurationFiles, BundlesThatOnlyRenamedStatesHaveAreDamage) {
   EXPECT_TRUE(plan.to_restore && states_to_rename(plan.states, plan.to).empty());
   const std::string by_hand =
       "rename the .damaged states back, and use \"eclipse-int undo --to\", which lets the director remove them";
+  write_list({"a", "b", "c"});
+  keep_configuration("ide", "1");
+  write_list({"a", "b", "c", "d"});
+  write_state("4", {"a", "b", "c", "d"});
+  rename_aside(read_profile_state(file("4")));
+  EXPECT_FALSE(plan_repair("ide").to_restore) << "the copy lists one of them as well";
+  write_list({"a", "b", "c", "mine"});
   write_state("3", {"a", "b"});
   EXPECT_EQ(damage(), text + by_hand) << "the copy is older";
   EXPECT_FALSE(plan_repair("ide").to_restore);
@@ -444,6 +524,9 @@ TEST_F(ConfigurationFiles, AListOfArtifactsThatCannotBeReadIsStartedAnew) {
   fake::write_file("ide/artifacts.xml", "<repository><arti");
   const std::string text = "ide/artifacts.xml is not well-formed XML, so the next director starts a new list of artifacts";
   EXPECT_EQ(damage(), text + no_fix) << "which is no reason to start none";
+  install_a_third();
+  EXPECT_EQ(damage(), text + no_fix) << "the copy has none";
+  EXPECT_FALSE(plan_repair("ide").to_restore);
   fake::write_file("ide/artifacts.xml", "<repository><artifacts/></repository>");
   keep_configuration("ide", "1");
   fake::write_file("ide/artifacts.xml", "<repository><arti");
@@ -490,6 +573,9 @@ TEST_F(DirectorBundle, IsNotGivenUpForAStateWithoutIt) {
   EXPECT_NE(why_not_newest("ide", read_profile_state(file("1"))), "") << "it is listed, so the damaged state had it";
   write_list({"a", "b"});
   EXPECT_EQ(why_not_newest("ide", read_profile_state(file("1"))), "");
+  const ProfileState older = read_profile_state(file("1"));
+  fake::write_file(file("1"), "<profile><un");
+  EXPECT_EQ(why_not_newest("ide", older), "") << "no state can be read";
 }
 
 TEST_F(DirectorBundle, IsNotGivenUpForUnitsThatSeemLost) {

@@ -1,19 +1,25 @@
 #include "instance/lock.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
+#include "base/file.h"
 #include "base/file_error.h"
 #include "fake_host/not_administrator.h"
 #include "fake_host/temporary_directory.h"
 #include "shell/command_runner.h"
+#include "shell/own_command.h"
 
 namespace eclipse_instance {
 
@@ -25,6 +31,15 @@ constexpr std::chrono::seconds no_time(0);
 constexpr std::chrono::seconds some_time(20);
 
 void ignore_wait(const std::string&) {}
+
+const std::string lock_file = "ide/configuration/.eclipse-int.lock";
+
+/// The number that the next file gets, which grows with each one that stays open.
+int next_descriptor() {
+  const int next = dup(STDIN_FILENO);
+  close(next);
+  return next;
+}
 
 class InstanceLockTest : public testing::Test {
  protected:
@@ -39,6 +54,14 @@ class InstanceLockTest : public testing::Test {
     } catch (const InstanceInUse& in_use) {
       return in_use.what();
     }
+  }
+
+  /// Whether the lock is on this file or directory.
+  static bool is_locked(const fs::path& file) {
+    const int descriptor = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const bool is_locked = flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    close(descriptor);
+    return is_locked;
   }
 
   const fake::TemporaryDirectory directory;
@@ -97,19 +120,89 @@ TEST_F(InstanceLockTest, PatienceEnds) {
   EXPECT_EQ(waits, 1U);
 }
 
+TEST_F(InstanceLockTest, ItsFileSaysWhoHasItWhileItIsHeld) {
+  fake::write_file(lock_file, std::string(300, 'x'));
+  {
+    const InstanceLock lock("ide", no_time, ignore_wait);
+    EXPECT_EQ(eclipse_base::read_file(lock_file, 1000).bytes,
+              std::to_string(getpid()) + "\n" + eclipse_shell::own_command() + "\n");
+  }
+  EXPECT_EQ(eclipse_base::read_file(lock_file, 1000).bytes, "");
+}
+
+TEST_F(InstanceLockTest, IsSeenByThoseWhoOnlyAsk) {
+  EXPECT_EQ(who_uses("missing"), "");
+  EXPECT_EQ(who_uses("ide"), "");
+  const InstanceLock lock("ide", no_time, ignore_wait);
+  EXPECT_TRUE(is_in_use("ide"));
+  EXPECT_EQ(who_uses("ide"), holder());
+}
+
+TEST_F(InstanceLockTest, DoesNotDependOnErrorsOfEarlierCalls) {
+  fake::write_file(lock_file, "");
+  errno = EACCES;
+  EXPECT_EQ(holder(), "");
+  errno = EWOULDBLOCK;
+  EXPECT_FALSE(is_in_use("ide"));
+}
+
+TEST_F(InstanceLockTest, LeavesNoFileOpen) {
+  const int next = next_descriptor();
+  EXPECT_EQ(holder(), "");
+  EXPECT_EQ(next_descriptor(), next);
+  {
+    const InstanceLock lock("ide", no_time, ignore_wait);
+    const int next_to_lock = next_descriptor();
+    EXPECT_TRUE(is_in_use("ide"));
+    EXPECT_NE(holder(), "");
+    EXPECT_EQ(next_descriptor(), next_to_lock);
+  }
+  fs::remove(lock_file);
+  ASSERT_EQ(mkfifo(lock_file.c_str(), 0600), 0);
+  EXPECT_EQ(holder(), "");
+  EXPECT_EQ(next_descriptor(), next);
+}
+
+TEST_F(InstanceLockTest, OfTheAdministratorBelongsToTheOwnerOfTheInstance) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can make files another user's";
+  ASSERT_EQ(chown("ide/configuration", 65534, 65533), 0);
+  EXPECT_EQ(holder(), "");
+  struct stat status {};
+  ASSERT_EQ(stat(lock_file.c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, 65534U);
+  EXPECT_EQ(status.st_gid, 65533U);
+}
+
 /// The number of the process that has ended is that of a child that was waited for.
 TEST_F(InstanceLockTest, SaysWhenTheProcessHasEnded) {
   const InstanceLock lock("ide", no_time, ignore_wait);
   const std::string ended = eclipse_shell::run_in_shell("printf %s $$").output;
-  std::ofstream("ide/configuration/.eclipse-int.lock") << ended << "\neclipse-int run a\tb.json\n";
+  std::ofstream(lock_file) << ended << "\neclipse-int run a\tb.json\n";
   EXPECT_EQ(holder(), "another director is at work on ide (started by process " + ended +
                           ", which has ended, eclipse-int run a\\tb.json)");
+}
+
+/// The first process is another user's, and lives as long as the system.
+TEST_F(InstanceLockTest, NamesAProcessOfAnotherUser) {
+  fs::permissions(".", fs::perms(0755));
+  const InstanceLock lock("ide", no_time, ignore_wait);
+  const std::string command(eclipse_shell::longest_own_command, 'c');
+  std::ofstream(lock_file) << "1\n" << command << "\n";
+  const pid_t child = fork();
+  if (child == 0) {
+    const bool is_other_user = geteuid() != 0 || setuid(65534) == 0;
+    const bool is_named = who_uses("ide") == "another director is at work on ide (started by process 1, " + command + ")";
+    _exit(is_other_user && is_named ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
 }
 
 TEST_F(InstanceLockTest, DoesNotNameAnotherProcessForWhatIsNotANote) {
   const InstanceLock lock("ide", no_time, ignore_wait);
   for (const std::string text : {"", "x", "-1\nall", "0\nnobody", "12"}) {
-    std::ofstream("ide/configuration/.eclipse-int.lock") << text;
+    std::ofstream(lock_file) << text;
     EXPECT_EQ(holder(), "another director is at work on ide") << text;
   }
 }
@@ -123,16 +216,16 @@ TEST_F(InstanceLockTest, AnInstanceWithoutAConfigurationIsLocked) {
 }
 
 TEST_F(InstanceLockTest, NeitherFollowsASymlinkNorWaitsForAPipe) {
-  fs::create_symlink("../../victim", "ide/configuration/.eclipse-int.lock");
+  fs::create_symlink("../../victim", lock_file);
   {
     const InstanceLock lock("ide", no_time, ignore_wait);
-    EXPECT_NE(holder(), "");
+    EXPECT_TRUE(is_locked("ide"));
   }
   EXPECT_FALSE(fs::exists("victim"));
-  fs::remove("ide/configuration/.eclipse-int.lock");
-  ASSERT_EQ(mkfifo("ide/configuration/.eclipse-int.lock", 0600), 0);
+  fs::remove(lock_file);
+  ASSERT_EQ(mkfifo(lock_file.c_str(), 0600), 0);
   const InstanceLock lock("ide", no_time, ignore_wait);
-  EXPECT_NE(holder(), "");
+  EXPECT_TRUE(is_locked("ide"));
 }
 
 TEST_F(InstanceLockTest, AnInstanceThatMayOnlyBeReadIsLocked) {
@@ -151,11 +244,11 @@ TEST_F(InstanceLockTest, AnInstanceThatMayOnlyBeReadIsLocked) {
 TEST_F(InstanceLockTest, AFileThatMayOnlyBeReadIsLocked) {
   { const InstanceLock lock("ide", no_time, ignore_wait); }
   fs::permissions(".", fs::perms(0755));
-  fs::permissions("ide/configuration/.eclipse-int.lock", fs::perms(0444));
+  fs::permissions(lock_file, fs::perms(0444));
   const fake::NotAdministrator not_administrator;
   const InstanceLock lock("ide", no_time, ignore_wait);
   EXPECT_EQ(lock.problem(), "");
-  EXPECT_EQ(holder(), "another director is at work on ide");
+  EXPECT_TRUE(is_locked(lock_file)) << "which those who may write it lock";
 }
 
 /// A lock that another user cannot take is none.
@@ -163,14 +256,18 @@ TEST_F(InstanceLockTest, IsSharedByAllWhoMayWriteTheConfiguration) {
   fs::permissions("ide/configuration", fs::perms(0775));
   const mode_t before = umask(077);
   EXPECT_EQ(holder(), "");
+  EXPECT_EQ(fs::status(lock_file).permissions(), fs::perms(0664));
+  fs::remove(lock_file);
+  umask(0);
+  EXPECT_EQ(holder(), "");
   umask(before);
-  EXPECT_EQ(fs::status("ide/configuration/.eclipse-int.lock").permissions(), fs::perms(0664));
+  EXPECT_EQ(fs::status(lock_file).permissions(), fs::perms(0666));
 }
 
 TEST_F(InstanceLockTest, IsRefusedWhenItsFileCannotBeRead) {
-  fake::write_file("ide/configuration/.eclipse-int.lock", "");
+  fake::write_file(lock_file, "");
   fs::permissions(".", fs::perms(0755));
-  fs::permissions("ide/configuration/.eclipse-int.lock", fs::perms::none);
+  fs::permissions(lock_file, fs::perms::none);
   const fake::NotAdministrator not_administrator;
   try {
     holder();

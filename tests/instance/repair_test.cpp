@@ -135,6 +135,30 @@ TEST_F(ProfileRepair, KeepsNotTheUnitsOfAllStates) {
   EXPECT_TRUE(plan_repair("ide", "7").reverted.empty());
 }
 
+TEST_F(ProfileRepair, ReadsNoMoreStatesThanItNeeds) {
+  for (const char* const time : {"14", "13", "12", "11"}) write_state(time, 3);
+  write_damaged("15");
+  const RepairPlan plan = plan_repair("ide");
+  EXPECT_EQ(times_of(plan.states), (Times{"15", "14", "13"}));
+  EXPECT_EQ(plan.unit_counts, (std::vector<std::size_t>{0, 3, 3}));
+  EXPECT_TRUE(plan.reverted.empty());
+}
+
+TEST_F(ProfileRepair, NamesPathsInPrintableCharacters) {
+  EXPECT_EQ(repair_command("a\x1B/eclipse", "1"), "eclipse-int repair 'a\\x1B/eclipse' --to 1");
+  const std::vector<ProfileState> states = {{"d\x1B/1.profile", "1", "is damaged", true, {}}};
+  const auto why = [&](const std::optional<std::string>& to) -> std::string {
+    try {
+      states_to_rename(states, to);
+    } catch (const RepairError& error) {
+      return error.what();
+    }
+    return "";
+  };
+  EXPECT_EQ(why("1"), "d\\x1B/1.profile is damaged");
+  EXPECT_EQ(why({}), "no state of the p2 profile in d\\x1B can be read");
+}
+
 TEST_F(ProfileRepair, RenamesAndOverwritesNothing) {
   for (const std::string number : {"", ".2", ".3"}) {
     write_damaged("12");

@@ -76,6 +76,21 @@ TEST_F(Revert, TakesTheFirstOfVeryManyRepositories) {
   EXPECT_NE(reversion.command.find(urls.front()), std::string::npos);
 }
 
+TEST_F(Revert, LeavesOutARepositoryThatIsTooLong) {
+  write_director("cp " + registry + "1.profile " + registry + "3.profile");
+  const Reversion reversion = revert("ide/eclipse", "1", {"file:///" + std::string(eclipse_shell::longest_command, 'x')});
+  EXPECT_EQ(reversion.error, "");
+  EXPECT_LE(reversion.command.size(), eclipse_shell::longest_command);
+}
+
+TEST_F(Revert, HasACommandAsLongAsCanBe) {
+  write_director("cp " + registry + "1.profile " + registry + "3.profile");
+  std::string url = "file:///x";
+  const std::size_t size = revert("ide/eclipse", "1", {url}).command.size();
+  url += std::string(eclipse_shell::longest_command - size, 'x');
+  EXPECT_EQ(revert("ide/eclipse", "1", {url}).command.size(), eclipse_shell::longest_command);
+}
+
 /// The director splits the list of repositories at commas and resolves escapes.
 TEST_F(Revert, HasARepositoryWithAnEscapedPath) {
   const fs::path temporary = fs::absolute("a,b%41c");
@@ -125,12 +140,17 @@ TEST_F(Revert, StaysInTheInstance) {
             "the state 1 was written in " + directory.path() +
                 "/original, from which this Eclipse was copied or moved, and p2 would change that directory");
   EXPECT_FALSE(fs::exists("started"));
+  EXPECT_EQ(revert("ide/eclipse", "1", {}).command, "") << "none was run";
 
   // What the first director in the copy writes.
   write_state("3", at(here, only_one));
   write_state("4", at(here, only_one));
   write_state("5", at(here, only_one + "<unit id='two' version='1'/>"));
   EXPECT_EQ(same_state_here("ide", state_of_time("ide", "1"))->time, "3");
+  write_state("0", at(here, "<unit id='two' version='1'/>"));
+  write_state("6", at(directory.path() + "/original", "<unit id='two' version='1'/>"));
+  EXPECT_FALSE(same_state_here("ide", state_of_time("ide", "6"))) << "an older one is not what it became here";
+  fs::remove(registry + "6.profile");
   write_director("cp " + registry + "3.profile " + registry + "6.profile");
   const Reversion reversion = revert("ide/eclipse", "1", {});
   EXPECT_EQ(reversion.error, "");
@@ -148,6 +168,35 @@ TEST_F(Revert, IsNotTriedWithoutAWayForward) {
   EXPECT_EQ(why_not_revertible(state("2"), state("2")), "");
   EXPECT_EQ(why_not_revertible(state("3"), state("1")), "the state 3 of the p2 profile is not well-formed XML");
   EXPECT_EQ(why_not_revertible(state("2"), state("7")), "the state 7 of the p2 profile is not there");
+}
+
+TEST_F(Revert, SaysWhyNotInPrintableCharacters) {
+  write_director("true");
+  fs::rename("ide", "ide\x1B");
+  const std::string states = registry.substr(std::string("ide").size());
+  const auto write = [&](const std::string& time, const std::string& content) {
+    fake::write_file("ide\x1B" + states + time + ".profile", content);
+  };
+  const auto error = [] { return revert("ide\x1B/eclipse", "1", {}).error; };
+  write("2",
+        "<profile><units><unit id='a&#127;' version='1'/></units><iusProperties><iuProperties id='a&#127;' version='1'>"
+        "<properties><property name='org.eclipse.equinox.p2.type.root' value='true'/></properties></iuProperties>"
+        "</iusProperties></profile>");
+  EXPECT_EQ(error(), "the director reports success, but these units differ: - a\\x7F/1, 1 other unit");
+  write("3", "<profile");
+  EXPECT_EQ(error(), "the newest state of the p2 profile, " + directory.path() + "/ide\\x1B" + states +
+                         "3.profile, is not well-formed XML");
+  write("1",
+        "<profile><properties><property name='org.eclipse.equinox.p2.installFolder' value='/a&#127;'/></properties>"
+        "<units/></profile>");
+  EXPECT_EQ(error(),
+            "the state 1 was written in /a\\x7F, from which this Eclipse was copied or moved, and p2 would change that "
+            "directory");
+  const std::vector<eclipse_p2::InstalledUnit> with_director = {{"org.eclipse.equinox.p2.director.app", "1", {}}};
+  const eclipse_p2::ProfileState newest{"", "2", "", false, with_director};
+  EXPECT_EQ(why_not_revertible(newest, {"", "1\x1B", "is not there", false, {}}),
+            "the state 1\\x1B of the p2 profile is not there");
+  EXPECT_EQ(why_not_revertible(newest, {"", "1\x1B", "", false, {}}).substr(0, 33), "the state 1\\x1B has no director (");
 }
 
 }  // namespace

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <functional>
 
 #include "base/file.h"
 #include "base/file_error.h"
@@ -18,9 +20,22 @@ namespace fs = std::filesystem;
 
 const std::string file = "ide/configuration/.eclipse-int.runs.json";
 
+std::string error_of(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const eclipse_base::FileError& error) {
+    return error.what();
+  }
+  return "";
+}
+
 class RunJournalFile : public testing::Test {
  protected:
   RunJournalFile() { fs::create_directories("ide/configuration"); }
+
+  static void write_state(const std::string& time, const std::string& content = "<profile/>") {
+    fake::write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/" + time + ".profile", content);
+  }
 
   const fake::TemporaryDirectory directory;
 };
@@ -59,8 +74,6 @@ TEST_F(RunJournalFile, IsMadeAnewWhenItCannotBeRead) {
 }
 
 TEST_F(RunJournalFile, KnowsARunThatWasKilled) {
-  const std::string registry = "ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/";
-  const auto write_state = [&](const std::string& time) { fake::write_file(registry + time + ".profile", "<profile/>"); };
   write_state("1");
   record_beginning("ide", {"killed", "1", "", "", {}});
   EXPECT_TRUE(read_run_journal("ide").runs.empty()) << "it has made no state";
@@ -99,11 +112,11 @@ TEST_F(RunJournalFile, OfARunThatWasKilledKnowsWhatItAskedFor) {
   };
   write_state("1", {});
   RecordedRun killed{"killed", "1", "", "", {}};
-  killed.units = {"own"};
+  killed.units = {"own", "another"};
   record_beginning("ide", killed);
   write_state("2", {"foreign"});
   EXPECT_TRUE(read_run_journal("ide").runs.empty());
-  write_state("2", {"own"});
+  write_state("2", {"another"});
   write_state("3", {"own"});
   write_state("4", {"own", "foreign"});
   write_state("5", {"own"});
@@ -118,9 +131,50 @@ TEST_F(RunJournalFile, OfARunThatWasKilledKnowsWhatItAskedFor) {
   EXPECT_EQ(runs[0].after, "3");
 }
 
+TEST_F(RunJournalFile, OfARunThatWasKilledHasWhatTheNextOneFound) {
+  write_state("1");
+  record_beginning("ide", {"killed", "1", "", "", {}});
+  write_state("2");
+  write_state("3");
+  record_run("ide", {"next", "2", "3", "", {}});
+  const auto runs = read_run_journal("ide").runs;
+  ASSERT_EQ(runs.size(), 2U);
+  EXPECT_EQ(runs[0].after, "2");
+}
+
+TEST_F(RunJournalFile, OfARunThatWasKilledHasNoStateOfTheNextOne) {
+  write_state("1");
+  record_beginning("ide", {"killed", "1", "", "", {}});
+  record_beginning("ide", {"next", "1", "", "", {}});
+  write_state("2");
+  record_run("ide", {"next", "1", "2", "", {}});
+  const auto runs = read_run_journal("ide").runs;
+  ASSERT_EQ(runs.size(), 1U);
+  EXPECT_EQ(runs[0].command, "next");
+}
+
+/// It is one that a director left when it was killed.
+TEST_F(RunJournalFile, OfARunThatWasKilledHasAStateThatCannotBeRead) {
+  const std::string own_unit =
+      "<units><unit id='own' version='1'/></units><iusProperties><iuProperties id='own' version='1'><properties>"
+      "<property name='org.eclipse.equinox.p2.type.root' value='true'/></properties></iuProperties></iusProperties>";
+  RecordedRun killed{"killed", "1", "", "", {}};
+  killed.units.emplace();
+  write_state("2");
+  record_beginning("ide", killed);
+  EXPECT_TRUE(read_run_journal("ide").runs.empty()) << "the state before it is gone, so what it changed is not known";
+  write_state("1", "<profile>" + own_unit + "</profile>");
+  write_state("2", "<profile");
+  ASSERT_EQ(read_run_journal("ide").runs.size(), 1U);
+  EXPECT_EQ(read_run_journal("ide").runs[0].after, "2");
+  write_state("3", "<profile>" + own_unit + "</profile>");
+  EXPECT_EQ(read_run_journal("ide").runs[0].after, "3");
+}
+
 TEST_F(RunJournalFile, KnowsWhatARunDidNotAskFor) {
   RecordedRun run{"run", "1", "2", "", {}};
-  const eclipse_p2::UnitChange change{{{"own", "2"}, {"foreign", "2"}}, {{"own", "1"}}, {{"a", "1"}}, {{"b", "1"}}, 3, 4};
+  const eclipse_p2::UnitChange change{
+      {{"own", "2"}, {"foreign", "2"}}, {{"own", "1"}}, {{"a", "1"}, {"own", "2"}}, {{"b", "1"}}, 3, 4};
   EXPECT_TRUE(run.not_asked_for(change).is_empty()) << "it is not known for what";
   run.units = {"own", "b"};
   const eclipse_p2::UnitChange others = run.not_asked_for(change);
@@ -134,8 +188,13 @@ TEST_F(RunJournalFile, KnowsWhatARunDidNotAskFor) {
 TEST_F(RunJournalFile, IsSharedByAllWhoMayWriteTheConfiguration) {
   fs::permissions("ide/configuration", fs::perms(0775));
   const mode_t before = umask(077);
+  const int next = dup(STDIN_FILENO);
+  close(next);
   record_run("ide", {"run", "1", "2", "", {}});
   umask(before);
+  const int after = dup(STDIN_FILENO);
+  close(after);
+  EXPECT_EQ(after, next) << "no file stays open";
   EXPECT_EQ(fs::status(file).permissions(), fs::perms(0664));
 }
 
@@ -146,7 +205,8 @@ TEST_F(RunJournalFile, IsNotSetAsideByAnotherUserWhoMayNotReadIt) {
   fs::permissions(file, fs::perms::none);
   {
     const fake::NotAdministrator not_administrator;
-    EXPECT_THROW(set_unreadable_journal_aside("ide"), eclipse_base::FileError);
+    EXPECT_EQ(error_of([] { set_unreadable_journal_aside("ide"); }),
+              file + ": cannot be read: Permission denied; make it readable for this user");
   }
   EXPECT_TRUE(fs::exists(file));
 }
@@ -155,10 +215,14 @@ TEST_F(RunJournalFile, ForgetsARunThatMadeNoState) {
   record_run("ide", {"run", "1", "2", "", {}});
   record_beginning("ide", {"nothing to do", "2", "", "", {}});
   forget_beginning("ide");
-  forget_beginning("ide");
+  write_state("2");
+  write_state("3");
   const auto runs = read_run_journal("ide").runs;
   ASSERT_EQ(runs.size(), 1U);
   EXPECT_EQ(runs[0].command, "run");
+  fs::remove(file);
+  forget_beginning("ide");
+  EXPECT_FALSE(fs::exists(file)) << "there is nothing to forget";
 }
 
 TEST_F(RunJournalFile, ABeginningDoesNotReplaceWhatCannotBeRead) {
@@ -180,11 +244,15 @@ TEST_F(RunJournalFile, IsKeptWhenItCannotBeRead) {
 }
 
 TEST_F(RunJournalFile, DoesNotFollowALink) {
-  fake::write_file("other", "{}");
+  record_run("ide", {"run", "1", "2", "", {}});
+  fs::rename(file, "other");
+  const std::string content = eclipse_base::read_file("other", 1000).bytes;
   fs::create_symlink(fs::absolute("other"), file);
-  EXPECT_THROW(record_run("ide", {"run", "1", "2", "", {}}), eclipse_base::FileError);
-  EXPECT_NE(read_run_journal("ide").error, "");
-  EXPECT_EQ(fs::file_size("other"), 2U);
+  const std::string error = file + ": is a symlink, so no run is recorded; remove it";
+  EXPECT_EQ(read_run_journal("ide").error, error);
+  EXPECT_EQ(error_of([] { record_run("ide", {"run", "1", "2", "", {}}); }), error);
+  EXPECT_EQ(error_of([] { set_unreadable_journal_aside("ide"); }), error);
+  EXPECT_EQ(eclipse_base::read_file("other", 1000).bytes, content);
 }
 
 }  // namespace

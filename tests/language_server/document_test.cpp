@@ -142,10 +142,33 @@ TEST(Document, KeepsWhatTheEditorDoesNotShow) {
   document.replace_all("two\n");
   document.read_encoding();
   EXPECT_EQ(document.content(), "two\n");
-  const std::string utf_16("\xFF\xFEo\0", 4);
-  fake::write_file("a.txt", utf_16);
-  document.read_encoding();
-  EXPECT_EQ(document.content(), utf_16);
+  for (const std::string& utf_16 : {std::string("\xFF\xFEo\0", 4), std::string("\xFE\xFF\0o", 4)}) {
+    fake::write_file("a.txt", utf_16);
+    document.read_encoding();
+    EXPECT_EQ(document.content(), utf_16);
+    EXPECT_FALSE(document.edit_to("one", utf16));
+    EXPECT_FALSE(document.range_of_bytes(0, 1, utf16));
+  }
+}
+
+TEST(Document, HasRangesAndEditsOfBytesAfterAHiddenMark) {
+  const fake::TemporaryDirectory directory;
+  fake::write_file("a.txt", "\xEF\xBB\xBFone\n");
+  const Document document(eclipse_base::uri_of(directory.path() + "/a.txt"), "one\n");
+  const auto range = [&](std::size_t offset, std::size_t length) {
+    const auto found = document.range_of_bytes(offset, length, utf16);
+    return found ? as_json(*found) : Json();
+  };
+  EXPECT_EQ(range(3, 4), as_json(Range{{0, 0}, {1, 0}}));
+  EXPECT_EQ(range(4, 1), as_json(Range{{0, 1}, {0, 2}}));
+  EXPECT_EQ(range(7, 0), as_json(Range{{1, 0}, {1, 0}}));
+  for (const auto& [offset, length] : {std::pair<std::size_t, std::size_t>{2, 1}, {8, 0}, {7, 1}, {3, 5}}) {
+    EXPECT_EQ(range(offset, length), Json()) << offset;
+  }
+  const auto edit = document.edit_to("\xEF\xBB\xBFtwo\n", utf16);
+  ASSERT_TRUE(edit);
+  EXPECT_EQ(edit->text, "two\n");
+  EXPECT_FALSE(document.edit_to("\xEF\xBB\xBFone\n", utf16));
 }
 
 TEST(Document, HasRangesOfItsOwnLinesOnly) {
@@ -153,6 +176,7 @@ TEST(Document, HasRangesOfItsOwnLinesOnly) {
   EXPECT_EQ(as_json(document.range_of(1, 5, 1, utf16)), as_json(Range{{0, 3}, {0, 4}}));
   EXPECT_EQ(as_json(document.range_of(0, 0, 0, utf16)), as_json(Range{{0, 0}, {0, 4}}));
   EXPECT_EQ(as_json(document.range_of(2, 1, 100, utf16)), as_json(Range{{1, 0}, {1, 1}}));
+  EXPECT_EQ(as_json(document.range_of(2, 0, 0, utf16)), as_json(Range{{1, 0}, {1, 0}}));
   EXPECT_EQ(as_json(document.range_of(9, 9, 9, utf16)), as_json(Range{{1, 1}, {1, 1}}));
 }
 

@@ -6,6 +6,7 @@
 #include <random>
 #include <set>
 
+#include "base/file_error.h"
 #include "lint/samples.h"
 
 using namespace eclipse_lint;
@@ -263,6 +264,92 @@ TEST(Fix, CorrectsAFileOnceThatHasSeveralNames) {
 TEST(Fix, EditsWhatIsNamed) {
   EXPECT_EQ(edited("abcdef", {{0, 1, "X"}, {2, 0, "-"}, {4, 2, ""}}), "Xb-cd");
   EXPECT_EQ(edited("", {{0, 0, "a"}}), "a");
+}
+
+Finding with_edits(const std::string& file, std::vector<Edit> edits) {
+  Finding finding{nullptr, Severity::warning, {file}, "", ""};
+  finding.correction = Correction{"", true, std::move(edits)};
+  return finding;
+}
+
+/// What becomes of the files when all these findings come in one pass: "FILE CORRECTIONS TEXT;".
+std::string corrected_at_once(const Findings& findings) {
+  int passes = 0;
+  // In the first one, the files are only read.
+  const auto lint = [&](eclipse_dry_run::DescriptorFiles&) { return ++passes <= 2 ? findings : Findings(); };
+  std::string text;
+  for (const FixedFile& file : fix(lint, false).files) {
+    text += file.file.filename().string() + " " + std::to_string(file.corrections) + " " + file.after + ";";
+  }
+  EXPECT_EQ(passes, 3);
+  return text;
+}
+
+TEST(Fix, AppliesAtOnceWhatDoesNotMeet) {
+  const fake::TemporaryDirectory directory;
+  write_file("a", "0123456789");
+  write_file("b", "0123456789");
+  EXPECT_EQ(corrected_at_once({with_edits("a", {{5, 1, "A"}}), with_edits("b", {{0, 1, "B"}}), with_edits("a", {{0, 1, "C"}})}),
+            "a 2 C1234A6789;b 1 B123456789;");
+  const std::string only_first = "a 1 A123B56789;";
+  const Finding two_places = with_edits("a", {{0, 1, "A"}, {4, 1, "B"}});
+  EXPECT_EQ(corrected_at_once({two_places, with_edits("a", {{4, 1, "C"}})}), only_first);
+  EXPECT_EQ(corrected_at_once({two_places, with_edits("a", {{5, 1, "C"}})}), only_first);
+  EXPECT_EQ(corrected_at_once({two_places, with_edits("a", {{3, 1, "C"}})}), only_first);
+  EXPECT_EQ(corrected_at_once({two_places, with_edits("a", {{2, 1, "C"}, {4, 1, "D"}})}), only_first) << "all or none";
+}
+
+TEST(Fix, LintsAgainWhatIsCorrected) {
+  const fake::TemporaryDirectory directory;
+  const std::vector<std::string> names = {"a", "b"};
+  for (const std::string& name : names) write_file(name, "xx" + name);
+  const auto lint = [&](eclipse_dry_run::DescriptorFiles& files) {
+    Findings findings;
+    for (const std::string& name : names) {
+      if (files.at(name).bytes.starts_with('x')) findings.push_back(with_edits(name, {{0, 1, ""}}));
+    }
+    return findings;
+  };
+  const FixResult result = fix(lint, false);
+  ASSERT_EQ(result.files.size(), 2U);
+  EXPECT_EQ(result.files[0].after, "a");
+  EXPECT_EQ(result.files[1].after, "b");
+}
+
+TEST(Fix, EndsWhenThereIsAlwaysSomethingLeft) {
+  const fake::TemporaryDirectory directory;
+  write_file("t", "");
+  int passes = 0;
+  const auto lint = [&](eclipse_dry_run::DescriptorFiles&) { return ++passes, Findings{with_edits("t", {{0, 0, "x"}})}; };
+  EXPECT_EQ(fix(lint, false).files.at(0).after, std::string(99, 'x'));
+  EXPECT_EQ(passes, 101);
+}
+
+TEST(Fix, TakesTheTextThatIsNotSaved) {
+  const fake::TemporaryDirectory directory;
+  write_file("t", "saved");
+  eclipse_dry_run::DescriptorFiles unsaved;
+  unsaved.set_unsaved("t", "unsaved");
+  std::vector<std::string> linted;
+  const auto lint = [&](eclipse_dry_run::DescriptorFiles& files) {
+    linted.push_back(files.at("t").bytes);
+    return linted.size() <= 2 ? Findings{with_edits("t", {{0, 2, ""}})} : Findings();
+  };
+  const FixResult result = fix(lint, false, unsaved);
+  EXPECT_EQ(result.files.at(0).before, "unsaved");
+  EXPECT_EQ(linted, (std::vector<std::string>{"unsaved", "unsaved", "saved"}));
+}
+
+TEST(Fix, NeedsAFileThatCanBeRead) {
+  const fake::TemporaryDirectory directory;
+  std::filesystem::create_directory("d");
+  try {
+    fix([](eclipse_dry_run::DescriptorFiles&) { return Findings{with_edits("d", {})}; }, false);
+    ADD_FAILURE();
+  } catch (const eclipse_base::FileError& error) {
+    EXPECT_EQ(std::string(error.what()),
+              directory.path() + "/d: is not a regular file; give a descriptor file that can be read");
+  }
 }
 
 // ---- Any text ----

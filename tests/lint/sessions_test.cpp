@@ -578,6 +578,20 @@ TEST_F(SessionFindings, ChoiceThatIsNotMade) {
   EXPECT_EQ(summary_with({R"("ECLIPSE_INTEGRATION_CHOICE": "")"}, {}), Texts());
 }
 
+/// What is set outside has no line in the file; the others, of whatever name, keep theirs.
+TEST_F(SessionFindings, OfAVariableThatIsSetOutsideHaveNoLine) {
+  write_file("session.json", two_components("modify", "", ""));
+  for (const char* const same : {"A_SAME", "Z_SAME"}) {
+    const Settings settings = {.disabled = {}, .overrides = {}, .add_variables = [&](auto& session) {
+                                 session.variables[same] = session.variables[same];
+                                 session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "";
+                               }};
+    const Findings findings = findings_in("session.json", settings);
+    ASSERT_FALSE(findings.empty());
+    EXPECT_EQ(findings[0].location.file + ":" + std::to_string(findings[0].location.line), "session.json:0") << same;
+  }
+}
+
 TEST_F(SessionFindings, InternalEclipseThatIsNotThere) {
   const auto message_with = [&](const Texts& variables, const std::vector<Component>& components) {
     const Findings findings = findings_with(variables, components);

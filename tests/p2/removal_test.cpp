@@ -31,6 +31,7 @@ TEST(StatesOf, SayWhatIsInstalledOfEachUnit) {
   EXPECT_EQ(states[2].required_by, Texts());
   EXPECT_EQ(states[3].required_by, Texts{"a"});
   EXPECT_FALSE(states[4].is_installed);
+  EXPECT_EQ(states_of({{"a", "1"}}, installed).at(0).other_versions, Texts{"2.0.0"});
 }
 
 TEST(RemovalOf, NamesTheUnitsThatKeepOthers) {
@@ -44,7 +45,7 @@ TEST(RemovalOf, NamesTheUnitsThatKeepOthers) {
 
 TEST(IdsKeptBy, AreTheRootsAndAllThatTheyRequire) {
   using Ids = std::set<std::string_view>;
-  const std::vector<InstalledUnit> units = {{"a", "1", {}},    {"b", "1", {"a"}}, {"c", "1", {"b", "x"}},
+  const std::vector<InstalledUnit> units = {{"a", "1", {}},    {"a", "2", {}},    {"b", "1", {"a"}}, {"c", "1", {"b", "x"}},
                                             {"x", "1", {"y"}}, {"y", "1", {"x"}}, {"z", "1", {"z"}}};
   EXPECT_EQ(ids_kept_by({}, units), Ids());
   EXPECT_EQ(ids_kept_by({"a"}, units), (Ids{"a", "b", "c"}));

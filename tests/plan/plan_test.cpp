@@ -242,6 +242,14 @@ TEST_F(Planning, NamesTheTextsThatTheShellDoesNotPassOn) {
   EXPECT_EQ(text_of_causes(plan().command->causes), feature) << "a removal uses no sites";
 }
 
+/// What follows a feature in the list is a comma, and what follows the last one a space.
+TEST_F(Planning, ReadsTheLastFeatureToTheEndOfTheList) {
+  add("c", "s\tF>\ns\tG>\n");
+  const std::string column = "column 2 of " + directory.path() + "/c/etc/eclipse/p";
+  EXPECT_EQ(text_of_causes(plan().command->causes), column + ":1: F>\n  1 the input or output is redirected to a file\n" +
+                                                        column + ":2: G>\n  1 the shell rejects the command here\n");
+}
+
 TEST_F(Planning, NamesTheTextsWithZeroBytes) {
   add("c", std::string("s\tF\nsi\0te\tG\ns\tH\0\n", 18));
   const std::string file = directory.path() + "/c/etc/eclipse/p";

@@ -165,11 +165,24 @@ TEST(Preview, OfARemovalTellsWhatStaysAndWhatFails) {
             (Texts{"p:1 a|a|fail|1.0.0|1.0.0||stays, because another feature is not installed",
                    "p:2 b|b|keep|2.0.0|2.0.0||stays, because it is required by x",
                    "p:3 missing|missing|fail||||is not installed, so the director removes none of the features"}));
+  const auto more = installed({unit("a", "1.0.0", true), unit("b", "2.0.0", true, {"x"}), unit("c", "1.0.0", true, {"x"}),
+                               unit("d", "1.0.0", true), unit("x", "1.0.0", true)});
+  EXPECT_EQ(described(plan_of({"b", "a", "c", "d", "missing"}, true), {}, more),
+            (Texts{"p:1 b|b|keep|2.0.0|2.0.0||stays, because it is required by x",
+                   "p:2 a|a|fail|1.0.0|1.0.0||stays, because another feature is not installed",
+                   "p:3 c|c|keep|1.0.0|1.0.0||stays, because it is required by x",
+                   "p:4 d|d|fail|1.0.0|1.0.0||stays, because another feature is not installed",
+                   "p:5 missing|missing|fail||||is not installed, so the director removes none of the features"}));
   EXPECT_EQ(described(plan_of({"a"}, true), {}, {}), Texts{"p:1 a|a|remove||||"});
   Plan changed = plan_of({"a", "x"}, true);
   changed.command = command("a,x", 0, {"a", "x"}, true);
   EXPECT_EQ(described(changed, {}, units), (Texts{"p:1 a|a|fail|1.0.0|1.0.0||the shell changes origin of a: effect on a",
                                                   "p:2 x|x|fail|1.0.0|1.0.0||the shell changes origin of x: effect on x"}));
+  changed.command = command("a,x", 0, {"x"}, true);
+  changed.command->intended = changed.command->shell.commands.front();
+  changed.command->intended.back() = "a,'x'";
+  EXPECT_EQ(described(changed, {}, units),
+            (Texts{"p:1 a|a|remove|1.0.0|1.0.0||", "p:2 x|x|fail|1.0.0|1.0.0||the shell changes origin of x: effect on x"}));
 }
 
 TEST(Preview, ChangesHaveNames) {
@@ -219,6 +232,10 @@ TEST(Obstacles, AreThoseOfTheRetryOfAFeature) {
   EXPECT_EQ(obstacles(plan), (Texts{"", of_g, "", ""}));
   plan.retries_left_out = {4};
   EXPECT_EQ(obstacles(plan).back(), "the shell changes column 2 of p:4: the value of a variable is substituted");
+  plan.records.back().config.feature = "'i'";
+  EXPECT_EQ(obstacles(plan).back(), "") << "the shell only removes quotes";
+  plan.records.back().config.feature = "i";
+  EXPECT_EQ(obstacles(plan).back(), "the shell changes the command");
   plan.representative_retry = 0;
   EXPECT_EQ(obstacles(plan)[2], of_g) << "the command for all is the last one";
 }
@@ -235,10 +252,11 @@ TEST(Obstacles, OfARepositoryOrADirectoryKeepTheirFeatures) {
   for (const std::string text : {"site", "/base", "f"}) {
     Plan plan = plan_of({"f", "g"}, true);
     plan.records[1].config.repository = plan.records[1].config.base_dir = "other";
+    plan.command->causes.push_back({"first", "another", {{0, "effect on all"}}});
     plan.command->causes.push_back({text, "origin", {{0, "effect"}}});
     plan.command->shell.redirections.clear();
     plan.command->intended[1] = "-other";
-    EXPECT_EQ(obstacles(plan)[0], "the shell changes origin: effect") << text;
+    EXPECT_EQ(obstacles(plan), (Texts{"the shell changes origin: effect", "the shell changes another: effect on all"})) << text;
   }
 }
 

@@ -1,8 +1,14 @@
 // The report of a run, as it goes and at its end, from events that the test makes.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <limits.h>
+#include <poll.h>
 #include <unistd.h>
 
+#include <array>
+#include <csignal>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "fake_host/temporary_directory.h"
 #include "fake_host/written_down.h"
@@ -10,6 +16,7 @@
 #include "report/outcome.h"
 #include "report/run_json.h"
 #include "report/run_report.h"
+#include "terminal/interruption.h"
 #include "terminal/redirected_stream.h"
 
 namespace {
@@ -141,11 +148,11 @@ TEST(RunReport, ShowsActionsCommandsAndOutputs) {
 }
 
 TEST(RunReport, HoldsReasonsBackUnlessTheyAreTooLongOrUnexplained) {
-  const auto shown = [](int exit_code, const std::string& reasons) {
+  const auto shown = [](int exit_code, const std::string& reasons, const std::string& before = "") {
     return written_to(STDOUT_FILENO, [&] {
       FakeRun run;
       run.begin(director("a"));
-      run.print("Installation failed.\n");
+      run.print(before + "Installation failed.\n");
       run.print(reasons);
       run.end(exit_code);
     });
@@ -157,6 +164,76 @@ TEST(RunReport, HoldsReasonsBackUnlessTheyAreTooLongOrUnexplained) {
             begin +
                 "    reason\n    other\n  Failed with exit code 15 after 1.2 s\n    Why: the launcher failed: the instance or "
                 "its configuration cannot be written\n");
+  EXPECT_EQ(shown(13, "reason\n", "Loading\nInstallation failed. Or not\nshown\n"),
+            "  Command: " + director("a") +
+                "\n    Loading\n    Installation failed. Or not\n    shown\n    Installation failed.\n"
+                "  Failed with exit code 13 after 1.2 s\n");
+}
+
+TEST(RunReport, TellsLoggedReasonsThatTheCommandDidNotPrint) {
+  const fake::TemporaryDirectory directory;
+  fake::write_file("ide/configuration/0.log", "");
+  const std::string command = director("a", "-i", directory.path() + "/ide");
+  const std::string shown = written_to(STDOUT_FILENO, [&] {
+    FakeRun run;
+    run.begin(command);
+    fake::write_file("ide/configuration/1.log", "!ENTRY a\n!MESSAGE printed \n!ENTRY b\n!MESSAGE logged\n");
+    run.print("first\n\tprinted\r\n");
+    run.end(13);
+  });
+  EXPECT_EQ(shown, "  Command: " + command +
+                       "\n    first\n        printed\\r\n  Failed with exit code 13 after 1.2 s\n"
+                       "    Why: the director failed: it could not complete the operation\n      logged\n      Log: " +
+                       directory.path() + "/ide/configuration/1.log\n");
+}
+
+/// Whether a signal ends this while standard output is a full pipe, which a reader reads after a moment, or never.
+bool is_interrupted_without_room(const std::function<void()>& action, bool is_read_soon = false) {
+  std::array<int, 2> ends{};
+  EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+  EXPECT_EQ(fcntl(ends[1], F_SETPIPE_SZ, PIPE_BUF), PIPE_BUF);
+  EXPECT_EQ(write(ends[1], std::string(PIPE_BUF, 'x').data(), PIPE_BUF), PIPE_BUF);
+  std::thread reader([&] {
+    std::array<char, PIPE_BUF> bytes;
+    if (!is_read_soon) return;
+    poll(nullptr, 0, 300);
+    EXPECT_EQ(read(ends[0], bytes.data(), bytes.size()), PIPE_BUF);
+  });
+  bool is_interrupted = false;
+  {
+    const terminal_test::RedirectedStream full(STDOUT_FILENO, ends[1]);
+    try {
+      action();
+    } catch (const eclipse_terminal::Interrupted&) {
+      is_interrupted = true;
+    }
+  }
+  reader.join();
+  close(ends[0]);
+  return is_interrupted;
+}
+
+TEST(RunReport, ThatNobodyReadsEndsWithASignalUnlessADirectorRuns) {
+  const eclipse_terminal::Interruption interruption;
+  FakeRun run;
+  raise(SIGTERM);
+  EXPECT_TRUE(is_interrupted_without_room([&] { run.action("perform_integration"); }));
+  written_to(STDOUT_FILENO, [&] { run.begin(director("a")); });
+  EXPECT_EQ(written_to(STDERR_FILENO, [&] { EXPECT_FALSE(is_interrupted_without_room([&] { run.print("output"); }, true)); }),
+            "eclipse-int: interrupted by SIGTERM; waiting for the director to end its command (interrupt again to stop it "
+            "now)\n");
+  EXPECT_TRUE(is_interrupted_without_room([&] { run.end(0); }));
+}
+
+TEST(RunReport, OfAStoppedDirectorWaitsForItsReader) {
+  const eclipse_terminal::Interruption interruption;
+  FakeRun run;
+  written_to(STDOUT_FILENO, [&] { run.begin(director("a")); });
+  raise(SIGTERM);
+  poll(nullptr, 0, 210);  // a signal that comes at once is the same request
+  raise(SIGTERM);
+  ASSERT_TRUE(eclipse_terminal::Interruption::was_repeated());
+  EXPECT_FALSE(is_interrupted_without_room([&] { run.report.interrupt("SIGTERM", true); }, true));
 }
 
 TEST(RunReport, ShowsOnATerminalThatADirectorRuns) {

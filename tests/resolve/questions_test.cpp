@@ -77,6 +77,17 @@ TEST_F(Questions, AreOneWhenAllResolve) {
   EXPECT_EQ(asked(plan({"f"})), "1/1 f\n" + repositories + " -i f\n");
 }
 
+TEST_F(Questions, NameRepositoriesAsTheShellPassesThemOn) {
+  Plan quoted = plan({"f"});
+  quoted.repositories = {"file:///a", "\"jar:file:///my site.zip!/\""};
+  quoted.command->text = quoted.executable +
+                         " -nosplash -application org.eclipse.equinox.p2.director -repository "
+                         "\"jar:file:///my site.zip!/\",file:///a -i f 2>&1";
+  quoted.command->shell = eclipse_shell::read_as_shell(quoted.command->text);
+  quoted.command->intended = quoted.command->shell.commands.front();
+  EXPECT_EQ(asked(quoted), "1/1 f\n -repository jar:file:///my site.zip!/,file:///a -i f\n");
+}
+
 TEST_F(Questions, IncludeAnUpdate) {
   const eclipse_p2::UnitReplacement update{{{"old", "1"}}, {{"new", "2"}}};
   const std::string text = asked(plan({"f", "g"}), update);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "base/text.h"
+#include "fake_host/temporary_directory.h"
 
 namespace eclipse_verify {
 
@@ -65,7 +66,7 @@ TEST(Verification, NamesWhatIsMissingAfterAnInstallation) {
 TEST(Verification, NamesWhatIsSelectedForRemovalAndStillInstalledByName) {
   Plan plan;
   EXPECT_FALSE(is_verifiable(plan));
-  plan.unremoved = {record(1, "b,x", 0), record(2, "c", 0), record(3, "a/2.0.0", 0), record(4, "b", 0)};
+  plan.unremoved = {record(1, "x,b", 0), record(2, "c", 0), record(3, "a/2.0.0", 0), record(4, "b", 0)};
   EXPECT_TRUE(is_verifiable(plan));
   const InstalledUnits roots_and_c = {roots_only.roots, installed.all};
   const Verification verification = compare(plan, roots_and_c);
@@ -103,7 +104,7 @@ TEST(Verification, ComparesWithTheVersionsThatAreBrought) {
   eclipse_plan::Offer offer;
   offer.units = {{"a", {"2.0.0"}}, {"b", {"0.9.0", "1.5.0"}}, {"c", {"0.5.0", "0.9.0"}}};
   InstalledUnits several = installed;
-  several.roots = {{"b", "1.0.0"}, {"b", "1.2.0"}, {"c", "1.0.0"}, {"e", "1.0.0"}};
+  several.roots = {{"b", "1.0.0"}, {"b", "1.2.0"}, {"c", "1.0.0"}, {"c", "0.1.0"}, {"e", "1.0.0"}};
   several.all->push_back({"b", "1.2.0", {}});
   EXPECT_EQ(described(compare(plan(false), several, offer).units),
             (Texts{"a/2.0 of p:2: brought 2.0.0; required by ; other versions 1.0.0; newer ",
@@ -117,7 +118,20 @@ TEST(Verification, ComparesWithTheVersionsThatAreBrought) {
   EXPECT_EQ(described(compare(plan(false), several, offer).units),
             (Texts{"a/2.0 of p:2: brought 2.0.0; required by ; other versions ; newer ",
                    "b of p:1, p:3, p:4: brought 1.5.0; required by ; other versions 1.0.0, 1.2.0; newer ",
-                   "c of p:3: brought 0.9.0; installed; root; required by ; other versions ; newer 1.0.0"}));
+                   "c of p:3: brought 0.9.0; installed; root; required by ; other versions 0.1.0; newer 1.0.0"}));
+}
+
+TEST(Verification, ByTheProfileSaysSo) {
+  const fake::TemporaryDirectory directory;
+  Plan made = plan(false);
+  made.executable = directory.path() + "/ide/eclipse";
+  EXPECT_FALSE(verify_by_profile(made, {}));
+  fake::write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
+                   "<profile><units><unit id='b' version='1.0.0'/></units></profile>");
+  const auto verification = verify_by_profile(made, {});
+  ASSERT_TRUE(verification);
+  EXPECT_EQ(verification->source, Source::profile);
+  EXPECT_EQ(texts_of(verification->differences()), (Texts{"a/2.0", "c"}));
 }
 
 TEST(Verification, SaysOfAFeatureWhetherAllOfItIsInstalled) {
@@ -181,6 +195,7 @@ const std::vector<StayingCase> staying_cases = {
      {{{"b", "1"}, {"c", "1"}, {"d", "1"}}, {{{"b", "1", {"d"}}, {"c", "1", {"b"}}, {"d", "1", {}}}}},
      {"b", "c"},
      {"d"}},
+    {"the first one stays", {{{"a", "2.0.0"}, {"d", "1"}}, {{{"a", "2.0.0", {"d"}}, {"d", "1", {}}}}}, {"a/2.0"}, {"d"}},
     {"a root in another version is not removed",
      {{{"a", "1"}, {"c", "1"}}, {{{"a", "1", {}}, {"c", "1", {"a"}}}}},
      {"c"},
