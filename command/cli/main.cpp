@@ -1,7 +1,4 @@
 // The command: a stand-alone host for the plug-in, which runs the sessions that files describe.
-#include <malloc.h>
-
-#include <climits>
 #include <cstdlib>
 #include <exception>
 #include <new>
@@ -66,17 +63,9 @@ int run_within_memory(int argc, const char* const* argv) {
   }
 }
 
-/// A line of a descriptor may be very long, and each rule copies it. Fresh pages for each copy would cost more than the
-/// copying.
-void keep_freed_memory() {
-  mallopt(M_TRIM_THRESHOLD, INT_MAX);
-  mallopt(M_MMAP_THRESHOLD, INT_MAX);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  keep_freed_memory();
   std::set_terminate(end_without_memory);
   eclipse_terminal::prepare_standard_streams();
   return eclipse_terminal::with_output_written(run_within_memory(argc, argv));
