@@ -115,7 +115,7 @@ TEST_F(LintCommand, AnnotatesForGithub) {
       "::warning file=a%2Cb%3Ac%25.txt,line=1,col=9,title=feature-pinned::the feature is pinned to version 1.0. Once another "
       "version has replaced this one, the director does not find this one to remove it, and removes nothing. Two versions of a "
       "feature cannot be installed together: the command for all features fails, and so does the retry for the second version. "
-      "Fix: write org.example.a.feature.group.\n");
+      "Fix: remove the version.\n");
   EXPECT_EQ(eclipse_int("lint --format github good.txt").output, "");
 }
 

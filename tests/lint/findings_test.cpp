@@ -77,14 +77,14 @@ TEST(Findings, OfARepeatedFeatureNameBothVersions) {
       "<repository><units><unit id='org.example.one.feature.group' version='1.0.0'/>"
       "<unit id='org.example.one.feature.group' version='2.0.0'/></units></repository>";
   const std::vector<SampleFile> site = {{"tools/site/content.xml", content}};
-  const std::string fix = " FIX write org.example.one.feature.group in all lines";
+  const std::string fix = " FIX remove the version in all lines";
   const std::string message = "the feature is pinned to version 1.0.0, but the director takes version 2.0.0 for ";
   EXPECT_EQ(first_message(feature + "/1.0.0\n" + feature + "/2.0\n", site, Severity::error),
             message + "tools/etc/eclipse/tools.txt:2" + fix);
   EXPECT_EQ(first_message(feature + "\n" + feature + "/1.0.0\n", site, Severity::error),
             message + "tools/etc/eclipse/tools.txt:1" + fix);
   EXPECT_EQ(first_message(feature + "\n" + feature + "/2.0.0\n", site, Severity::warning),
-            "the feature is pinned to version 2.0.0 FIX write org.example.one.feature.group");
+            "the feature is pinned to version 2.0.0 FIX remove the version");
 }
 
 TEST(Findings, NameAnArchiveInARepository) {
@@ -271,9 +271,8 @@ TEST(Findings, SuggestLikelyIds) {
   write_file("t", "s\tx.a\ns\tx.b.feature\ns\tx.c.feature.jar\ns\tx.d.plugin\n");
   Texts fixes;
   for (const Finding& finding : findings_in("t")) fixes.push_back(finding.fix);
-  EXPECT_EQ(fixes,
-            Texts({"did you mean x.a.feature.group?", "did you mean x.b.feature.group?", "did you mean x.c.feature.group?",
-                   "write the id of the feature that contains it, followed by .feature.group"}));
+  EXPECT_EQ(fixes, Texts({"write x.a.feature.group", "write x.b.feature.group", "write x.c.feature.group",
+                          "write the id of the feature that contains it, followed by .feature.group"}));
 }
 
 TEST(Findings, CommentIsARepositoryOfThatName) {
@@ -663,19 +662,23 @@ TEST(Findings, SayWhatIsMeant) {
       {"../../sites/one\t" + feature,
        {"error repository-missing: write \"sites/one\"; paths are relative to the component's directory"}},
       {"Sites/One\t" + feature, {"error repository-missing: write sites/one; paths are case-sensitive"}},
-      {"sites/one.zip\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
-      {"../sites/one\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
-      {"../../../sites/one.zip\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
-      {"one\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
-      {"repositories/One.ZIP/\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
-      {"sites/noe\t" + feature, {"error repository-missing: ship the repository with the component, or correct the path"}},
-      {"sites/onee\t" + feature, {"error repository-missing: did you mean \"sites/one\"?"}},
+      {"sites/one.zip\t" + feature, {"error repository-missing: write \"sites/one\""}},
+      {"../sites/one\t" + feature, {"error repository-missing: write \"sites/one\""}},
+      {"../../../sites/one.zip\t" + feature, {"error repository-missing: write \"sites/one\""}},
+      {"one\t" + feature, {"error repository-missing: write \"sites/one\""}},
+      {"repositories/One.ZIP/\t" + feature, {"error repository-missing: write \"sites/one\""}},
+      {"sites/noe\t" + feature,
+       {"error repository-missing: ship the repository with the component, or correct the path; the component has "
+        "\"sites/one\""}},
+      {"sites/onee\t" + feature, {"error repository-missing: write \"sites/one\""}},
       {"sites/onee\torg.example.one\nsites/one\t" + feature,
-       {"error repository-missing: did you mean \"sites/one\"?",
-        "warning feature-without-group-suffix: did you mean org.example.one.feature.group?"}},
+       {"error repository-missing: write \"sites/one\"",
+        "warning feature-without-group-suffix: write org.example.one.feature.group"}},
       {"sites/onee\torg.example.three.feature.group\nsites/one\t" + feature,
        {"error repository-missing: ship the repository with the component, or correct the path"}},
-      {"sites/two\t" + feature, {"error repository-missing: ship the repository with the component, or correct the path"}},
+      {"sites/two\t" + feature,
+       {"error repository-missing: ship the repository with the component, or correct the path; the component has "
+        "\"sites/one\""}},
       {"sites/one\torg.example.one", {"error unit-not-a-feature: write org.example.one.feature.group"}},
       {"sites/one\torg.example.one.feature.jar", {"error unit-not-a-feature: write org.example.one.feature.group"}},
       {"sites/one\tall", {"warning unit-not-a-feature: list the features that are in it"}},
@@ -728,7 +731,8 @@ TEST(Findings, SayWhatIsMeant) {
       {"sites/one; sites/two\t" + feature, {several}},
       {"sites/one|sites/two.zip\t" + feature, {several}},
       {"sites/one sites/uno.zip\t" + feature,
-       {"error repository-missing: ship the repository with the component, or correct the path"}},
+       {"error repository-missing: ship the repository with the component, or correct the path; the component has "
+        "\"sites/one\""}},
       {"sites/one ./sites/one\t" + feature, {several}},
       {"sites/one sites\t" + feature, {several}},
       {"one;sites\t" + feature, {"error repository-needs-shell-quoting: rename the repository"}},
@@ -823,7 +827,8 @@ std::string only_finding(const std::string& line) {
 
 TEST(Findings, NameTheRepositoriesThatThereAre) {
   const fake::TemporaryDirectory directory;
-  const std::string missing = "repository-missing: repository does not exist: c/sites/b | ";
+  const std::string missing =
+      "repository-missing: repository does not exist: " + std::filesystem::absolute("c/sites/b").string() + " | ";
   const std::string ship = "ship the repository with the component, or correct the path";
   const std::string line = "sites/b\torg.example.one.feature.group";
   EXPECT_EQ(only_finding(line), missing + ship);
@@ -839,7 +844,7 @@ TEST(Findings, NameTheTargetOfADanglingRepository) {
   std::filesystem::create_symlink("/missing/build", "c/sites/a");
   for (const std::string path : {"sites/a", "sites/a/repository"}) {
     EXPECT_EQ(only_finding(path + "\torg.example.one.feature.group"),
-              "repository-missing: repository does not exist: c/" + path +
+              "repository-missing: repository does not exist: " + std::filesystem::absolute("c/" + path).string() +
                   "; it is, or is below, a dangling symlink to \"/missing/build\" | "
                   "ship the repository itself with the component instead of the symlink");
   }
@@ -885,14 +890,22 @@ TEST(Findings, SayWhatToWriteInAComposite) {
 TEST(Findings, ByteOrderMarksMayBeInAnyLine) {
   const std::string header = "\xEF\xBB\xBFRepository\tFeature\n";
   const std::string line = "s\tx.y.feature.group\n";
-  EXPECT_EQ(findings_in_lines(line + header + line), (Texts{"t:2:1+1 byte-order-mark", "t:3:1+19 duplicate-line"}));
-  EXPECT_EQ(findings_in_lines("\xEF\xBB\xBF# no data\n" + line), Texts{"t:1:1+1 byte-order-mark"});
+  EXPECT_EQ(findings_in_lines(line + header + line), (Texts{"t:2:1+3 byte-order-mark", "t:3:1+19 duplicate-line"}));
+  EXPECT_EQ(findings_in_lines("\xEF\xBB\xBF# no data\n" + line), Texts{"t:1:1+3 byte-order-mark"});
   EXPECT_EQ(findings_in_lines(line + "\xEF\xBB\xBF# no data\n"), Texts());
 }
 
 TEST(Findings, BackslashAndLetterAreNoTab) {
-  EXPECT_EQ(findings_in_lines("sites/a\\torg.example.one.feature.group\n"), Texts{"t:1:1+38 line-without-tab"});
+  EXPECT_EQ(findings_in_lines("sites/a\\torg.example.one.feature.group\ns\tx.y.feature.group\n"),
+            Texts{"t:1:1+38 line-without-tab"});
   EXPECT_EQ(findings_in_lines("Repository\\tFeature\ns\tx.y.feature.group\n"), Texts{"t:1:1+19 line-without-tab"});
+}
+
+TEST(Findings, MessagesAndFixesArePrintable) {
+  const fake::TemporaryDirectory directory;
+  EXPECT_EQ(only_finding("a\xE4/b\torg.example.one.feature.group"),
+            "repository-missing: repository does not exist: " + std::filesystem::absolute("c/a").string() +
+                "\\xE4/b | ship the repository with the component, or correct the path");
 }
 
 TEST(Findings, DirectoryWithAColonIsNoUrl) {
@@ -1032,8 +1045,8 @@ TEST(Findings, NameADirectoryInAnotherUnicodeNormalization) {
       "c/pr\xC3\xB6"
       "fer");
   EXPECT_EQ(missing(),
-            "did you mean \"pr\xC3\xB6"
-            "fer\"?");
+            "write \"pr\xC3\xB6"
+            "fer\"");
 }
 
 TEST(Findings, FeaturesOfARepositoryThatCannotBeExaminedAreNotLookedUp) {
