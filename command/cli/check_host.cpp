@@ -20,6 +20,7 @@
 #include "cli/subcommands.h"
 #include "host_kit/environment.h"
 #include "run/usage_error.h"
+#include "shell/exit_code.h"
 #include "standalone_host/plugin.h"
 #include "terminal/exit_status.h"
 #include "terminal/standard_streams.h"
@@ -179,7 +180,7 @@ int run_host(const std::vector<std::string>& command) {
   if (child == 0) {
     ignored.end_in_child();
     pipe.send(become_host(command));
-    _exit(127);
+    _exit(eclipse_shell::exit_code::not_found);
   }
   const int error = pipe.receive();
   int status = 0;

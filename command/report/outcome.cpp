@@ -13,6 +13,7 @@
 #include "base/printable.h"
 #include "base/text.h"
 #include "report/failure_fix.h"
+#include "report/printed_lines.h"
 
 using namespace eclipse_host;
 using namespace eclipse_base;
@@ -151,12 +152,7 @@ std::string why_failed(const RunRecord& record, const CommandFailures& failures)
 std::unordered_set<std::string_view> printed_lines(const std::vector<CommandRecord>& commands) {
   std::unordered_set<std::string_view> lines;
   for (const CommandRecord& command : commands) {
-    std::string_view output = command.result.output;
-    while (!output.empty()) {
-      const std::string_view line = output.substr(0, output.find('\n'));
-      lines.insert(line);
-      output.remove_prefix(std::min(line.size() + 1, output.size()));
-    }
+    for_each_line(command.result.output, [&](std::string_view line) { lines.insert(line); });
   }
   return lines;
 }
@@ -185,6 +181,7 @@ std::string what_happened(const RunRecord& record, const CommandFailures& failur
 }
 
 constexpr const char* summary_variable = "QN_SCRIPTS_COMPLETE_DESC";
+constexpr const char* graphical_line_end = "<p>";  ///< in the summary of a graphical installer
 
 /// The installer's summary has a section of its own.
 std::string changed_variables(const Variables& before, const Variables& after) {
@@ -198,13 +195,6 @@ std::string changed_variables(const Variables& before, const Variables& after) {
     if (after.find(name) == after.end()) text += "  " + printable(name) + " is unset\n";
   }
   return text.empty() ? "" : "\nChanged variables:\n" + text;
-}
-
-/// In the summary of a graphical installer "<p>" separates the lines.
-std::string with_line_feeds(std::string summary) {
-  static const std::string mark = "<p>";
-  for (std::size_t at = 0; (at = summary.find(mark, at)) != std::string::npos;) summary.replace(at, mark.size(), "\n");
-  return summary;
 }
 
 /// The lines of a summary without what the commands printed, which comes to a line. Empty when nothing else is there.
@@ -229,7 +219,8 @@ std::string failure_summary(const Variables& variables, bool graphical, const st
   const auto failed = variables.find("QN_SCRIPTS_FAILED");
   const auto summary = variables.find(summary_variable);
   if (failed == variables.end() || failed->second != "yes" || summary == variables.end()) return "";
-  const std::string text = summary_lines(graphical ? with_line_feeds(summary->second) : summary->second, commands);
+  const std::string text =
+      summary_lines(graphical ? replaced(summary->second, graphical_line_end, "\n") : summary->second, commands);
   return text.empty() ? "" : "\nThe installer's summary (" + std::string(summary_variable) + "):\n" + text;
 }
 

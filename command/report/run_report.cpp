@@ -9,6 +9,7 @@
 
 #include "base/printable.h"
 #include "base/text.h"
+#include "report/printed_lines.h"
 #include "shell/command_runner.h"
 #include "terminal/interruption.h"
 #include "terminal/standard_streams.h"
@@ -52,14 +53,11 @@ std::string state_of(const CatalogueComponent& component) {
 
 /// Whether a text is a line of what a command printed.
 bool is_printed(const std::string& text, const CommandResult& result) {
-  for (std::string_view output : {std::string_view(result.output), std::string_view(result.error_output)}) {
-    while (!output.empty()) {
-      const std::string_view line = output.substr(0, output.find('\n'));
-      if (trimmed(line) == trimmed(text)) return true;
-      output.remove_prefix(std::min(line.size() + 1, output.size()));
-    }
+  bool is_found = false;
+  for (const std::string* const output : {&result.output, &result.error_output}) {
+    for_each_line(*output, [&](std::string_view line) { is_found = is_found || trimmed(line) == trimmed(text); });
   }
-  return false;
+  return is_found;
 }
 
 /// Why a command failed. A cause is left out when the command printed it: its output is right above.

@@ -241,6 +241,21 @@ double seconds_since(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+/// Hands on all that is printed. While nothing comes, `wait` is called again and again, and tells whether the shell has ended;
+/// if it has, and others hold the outputs open, `on_held` is called once.
+template <typename Take, typename TakeError, typename Wait>
+void read_outputs(Outputs& outputs, const Take& take, const TakeError& take_error, const Wait& wait,
+                  const std::function<void()>& on_held) {
+  bool has_ended = false;
+  bool is_held = false;
+  while (!outputs.is_at_end()) {
+    if (outputs.read_some(take, take_error)) continue;
+    // It may have ended just now, with its last output still to be read: only one more wait tells.
+    const bool had_ended = std::exchange(has_ended, wait());
+    if (had_ended && !std::exchange(is_held, true)) on_held();
+  }
+}
+
 }  // namespace
 
 CommandResult run_in_shell(const std::string& command, const CommandProgress& progress) {
@@ -273,15 +288,11 @@ void run_in_shell(const std::string& command, CommandResult& result, const Comma
     error_output.add(piece);
     progress.on_error_output(piece);
   };
-  bool has_ended = false;
-  bool is_held = false;
-  while (!outputs.is_at_end()) {
-    if (outputs.read_some(take, take_error)) continue;
+  const auto wait = [&] {
     progress.on_wait(seconds_since(start));
-    // It may have ended just now, with its last output still to be read: only one more wait tells.
-    const bool had_ended = std::exchange(has_ended, shell.has_ended());
-    if (had_ended && !std::exchange(is_held, true)) progress.on_held_outputs();
-  }
+    return shell.has_ended();
+  };
+  read_outputs(outputs, take, take_error, wait, progress.on_held_outputs);
   if (outputs.error() != 0) {
     take_error("the output of the command cannot be read: " + std::string(std::strerror(outputs.error())) + "\n");
   }
