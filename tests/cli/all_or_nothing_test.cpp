@@ -297,7 +297,7 @@ TEST_F(AllOrNothing, SaysWhenTheDirectorDoesNotGoBack) {
   for (int start = 5; start <= 8; ++start) script(start, start == 6 ? leave("with-both", "3") : "exit 13");
   const Outcome outcome = eclipse_int("run session.json --all-or-nothing --write-variables v.json");
   EXPECT_TRUE(
-      outcome.output.ends_with(" -revert '2' 2>&1\n  Why: the launcher failed: the application did not run to its end "
+      outcome.output.ends_with(" -revert '2' 2>&1\n  Why: the launcher failed: the application exited early "
                                "and logged no reason\n"))
       << outcome.output;
   EXPECT_TRUE(Json::parse(content_of("v.json")).contains("CASHED_ECLIPSE_PATH")) << "the instance is that of the run";

@@ -88,7 +88,7 @@ TEST_F(Repair, OfWhatStopsNoDirectorIsNamedBeforeARun) {
   fake::write_file("eclipse/artifacts.xml", "<repository><arti");
   const std::string unreadable =
       "eclipse-int: DIRECTORY/eclipse/artifacts.xml is not well-formed XML, so the next director starts a new list of "
-      "artifacts; no copy of it was kept; restore it from a backup of the Eclipse instance, or reinstall Eclipse\n";
+      "artifacts; there is no backup copy of it; restore it from a backup of the Eclipse instance, or reinstall Eclipse\n";
   script(1, "cp " + registry + "1.profile " + registry + "2.profile; echo '<repository/>' > eclipse/artifacts.xml");
   const Outcome outcome = eclipse_int("run session.json");
   EXPECT_EQ(outcome.status, 0) << outcome.output;
@@ -237,7 +237,8 @@ TEST_F(Repair, RenamesNothingOutsideTheDataArea) {
 TEST_F(Repair, SaysWhenThereIsNoCopyToBringBack) {
   write_state("1", sound);
   write_configuration("");
-  const std::string no_copy = "there is no backup copy of it; restore it from a backup of the Eclipse instance, or reinstall Eclipse";
+  const std::string no_copy =
+      "there is no backup copy of it; restore it from a backup of the Eclipse instance, or reinstall Eclipse";
   const Outcome repair = eclipse_int("repair eclipse --json");
   EXPECT_EQ(repair.status, 1);
   const Json result = Json::parse(repair.output);
