@@ -9,6 +9,7 @@
 #include "base/file.h"
 #include "base/limits.h"
 #include "base/packing.h"
+#include "base/printable.h"
 #include "lint/rule.h"
 #include "lint/samples.h"
 
@@ -903,9 +904,14 @@ TEST(Findings, BackslashAndLetterAreNoTab) {
 
 TEST(Findings, MessagesAndFixesArePrintable) {
   const fake::TemporaryDirectory directory;
-  EXPECT_EQ(only_finding("a\xE4/b\torg.example.one.feature.group"),
-            "repository-missing: repository does not exist: " + std::filesystem::absolute("c/a").string() +
-                "\\xE4/b | ship the repository with the component, or correct the path");
+  write_file("c\x1B/etc/eclipse/t", "site\torg.example.one.feature.group\n");
+  Texts messages;
+  for (const Finding& finding : findings_in("c\x1B")) {
+    EXPECT_EQ(finding.message, eclipse_base::printable(finding.message));
+    EXPECT_EQ(finding.fix, eclipse_base::printable(finding.fix));
+    if (finding.rule->name == "repository-missing") messages.push_back(finding.message);
+  }
+  EXPECT_EQ(messages, Texts{"repository does not exist: " + std::filesystem::absolute("c").string() + "\\x1B/site"});
 }
 
 TEST(Findings, DirectoryWithAColonIsNoUrl) {
