@@ -64,8 +64,8 @@ int language_server_command(const LanguageServerOptions& options) {
 }  // namespace
 
 Subcommand add_language_server(const Parser& program) {
-  const Parser parser = program.add_subcommand(
-      "language-server", "Run a language server (LSP), which shows findings of lint in an editor");
+  const Parser parser =
+      program.add_subcommand("language-server", "Run a language server (LSP), which shows findings of lint in an editor");
   const auto options = std::make_shared<LanguageServerOptions>();
   parser.add_flag("--stdio", options->uses_standard_streams,
                   "Talk to the editor by standard input and output, as always; some\neditors add this option");

@@ -43,8 +43,7 @@ void add_directory_options(const Parser& command, SessionOptions& options) {
                   "Use the Eclipse instance with this executable or in this directory; only for a\n"
                   "directory of components, all of which are then selected")
       .type_name("PATH");
-  command.add_flag("--remove", options.removes,
-                   "Treat the session as a removal; only for a directory of\ncomponents");
+  command.add_flag("--remove", options.removes, "Treat the session as a removal; only for a directory of\ncomponents");
 }
 
 void add_input_options(const Parser& command, SessionOptions& options, const std::string& about_variables) {

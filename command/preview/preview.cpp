@@ -30,8 +30,7 @@ PreviewedRepository about(const std::string& url, const std::string& path, const
   if (const auto error = offer.url_errors.find(url); error != offer.url_errors.end()) {
     about.remark = error->second.message;
   } else if (!repository.exists) {
-    about.remark =
-        path == eclipse_dry_run::path_in(url) ? "does not exist" : "does not exist: the shell expands it to " + path;
+    about.remark = path == eclipse_dry_run::path_in(url) ? "does not exist" : "does not exist: the shell expands it to " + path;
   } else if (!repository.error.empty()) {
     about.remark = repository.error;
   } else if (!repository.is_repository) {

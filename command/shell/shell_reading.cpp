@@ -110,8 +110,7 @@ class ShellReader {
     ShellReading reading;
     reading.commands.clear();
     reading.remarks.push_back({zero, "a shell command cannot contain a NUL byte"});
-    reading.error = "byte " + std::to_string(zero + 1) +
-                    " is NUL, and a shell command cannot contain a NUL byte (exit code " +
+    reading.error = "byte " + std::to_string(zero + 1) + " is NUL, and a shell command cannot contain a NUL byte (exit code " +
                     std::to_string(exit_code::not_started) + ")";
     return reading;
   }

@@ -200,15 +200,14 @@ TEST_F(RunReport, IsDoneWhenEveryRetrySucceeds) {
   script(1, "exit 13");
   const Outcome outcome = eclipse_int("run session.json");
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_NE(
-      outcome.output.find("\nDone\n"
-                          "  Why not all at once: the launcher failed: the application exited early and logged no "
-                          "reason\n"
-                          "  Installing all features at once failed, so each was tried separately.\n"
-                          "  The director reports success for installing these features into DIRECTORY/eclipse:\n"
-                          "    one\n"
-                          "    two\n"),
-      std::string::npos)
+  EXPECT_NE(outcome.output.find("\nDone\n"
+                                "  Why not all at once: the launcher failed: the application exited early and logged no "
+                                "reason\n"
+                                "  Installing all features at once failed, so each was tried separately.\n"
+                                "  The director reports success for installing these features into DIRECTORY/eclipse:\n"
+                                "    one\n"
+                                "    two\n"),
+            std::string::npos)
       << outcome.output;
   EXPECT_NE(outcome.output.find("\nThe installer's summary (QN_SCRIPTS_COMPLETE_DESC):\n  These failed:\n"), std::string::npos)
       << outcome.output;

@@ -81,8 +81,7 @@ const std::vector<SpecialFile> special_files = {
     {"eclipse/configuration/config.ini", "run session.json --verify", 1, "config.ini is not a regular file\n"},
     {state, "verify session.json", 1, profile_not_read},
     {state + ".gz", "run session.json --verify", 1, ".gz is not a regular file\n"},
-    {"eclipse/configuration/special.log", "run session.json", 1,
-     "Why: the launcher failed: the application exited early"},
+    {"eclipse/configuration/special.log", "run session.json", 1, "Why: the launcher failed: the application exited early"},
 };
 
 /// The site is one that lint can read, unless a case replaces its metadata.

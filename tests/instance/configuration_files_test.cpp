@@ -25,7 +25,8 @@ namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
 const std::string fix = "; run: eclipse-int repair ide/eclipse";
-const std::string no_fix = "; there is no backup copy of it; restore it from a backup of the Eclipse instance, or reinstall Eclipse";
+const std::string no_fix =
+    "; there is no backup copy of it; restore it from a backup of the Eclipse instance, or reinstall Eclipse";
 const std::string settings = "eclipse.p2.profile=P\nosgi.bundles=reference\\:file\\:start.jar@1\\:start\n";
 const std::string bundles_file = "ide/configuration/org.eclipse.equinox.simpleconfigurator/bundles.info";
 

@@ -42,9 +42,8 @@ TEST_F(Executable, SaysWhatKeepsTheShellFromStartingIt) {
   EXPECT_EQ(executable_error("plain/eclipse")->text(),
             "\"plain/eclipse\" is not executable, so the shell cannot start it (exit code 126); "
             "make it executable with chmod +x");
-  EXPECT_EQ(
-      executable_error("./plain")->text(),
-      "\"./plain\" is a directory, so the shell cannot start it (exit code 126); give the path of the executable in it");
+  EXPECT_EQ(executable_error("./plain")->text(),
+            "\"./plain\" is a directory, so the shell cannot start it (exit code 126); give the path of the executable in it");
   EXPECT_EQ(executable_error("plain/dangling")->text(),
             "\"plain/dangling\" does not exist, so the shell cannot start it (exit code 127); "
             "give the path of an existing executable");

@@ -114,10 +114,9 @@ void check_group_suffix(const NamedUnit& unit, const UnitVersions* units, Report
                     other_id(unit, group, true));
   } else {
     const bool is_bundle = id.ends_with(".plugin") || id.ends_with(".bundle");
-    reporter.report(
-        unit.location(), in_quotes(id) + " does not end in \".feature.group\"",
-        is_bundle ? "write the id of the feature that contains it, followed by .feature.group" : "write " + group,
-        is_bundle || !is_utf8(group) || id.find('.') == id.npos ? std::nullopt : other_id(unit, group, false));
+    reporter.report(unit.location(), in_quotes(id) + " does not end in \".feature.group\"",
+                    is_bundle ? "write the id of the feature that contains it, followed by .feature.group" : "write " + group,
+                    is_bundle || !is_utf8(group) || id.find('.') == id.npos ? std::nullopt : other_id(unit, group, false));
   }
 }
 

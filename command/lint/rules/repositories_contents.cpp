@@ -171,8 +171,7 @@ void report_missing(const Record& record, SimilarRepositories& others, Reporter&
   if (path.empty()) return reporter.report(record.location(0), message, fix_of_missing(others.beside(record)));
   std::optional<Correction> correction;
   if (is_utf8(path)) correction = {"write " + path, false, {record.edit(0, 0, record.repository().size(), path)}};
-  reporter.report(record.location(0), message, fix.empty() ? "write " + in_quotes(path) : fix,
-                  std::move(correction));
+  reporter.report(record.location(0), message, fix.empty() ? "write " + in_quotes(path) : fix, std::move(correction));
 }
 
 Rule repository_missing() {
@@ -376,7 +375,9 @@ Rule repository_not_examined() {
               "The director may be able to load all of it. Lint does not know its units, so it does not look for the features "
               "of its lines, and reports no missing artifacts and no unused repositories. It does not compare the checksum or "
               "the signature of a jar that is too large.",
-          .fix = "if the director has access to the whole repository, ignore this finding; otherwise ship all of it with the component",
+          .fix =
+              "if the director has access to the whole repository, ignore this finding; otherwise ship all of it with the "
+              "component",
           .bad = component(line_of_one, {{"tools/site/compositeContent.xml", composite_with_remote_child}}),
           .good = good_component(),
           .check =
@@ -486,8 +487,9 @@ void check_artifacts(const Input& input, Artifacts (*artifacts_of)(const Reposit
     if (artifacts.empty()) continue;
     const std::string text = text_of(*record, artifacts);
     if (are_for_other_systems(*site, artifacts)) {
-      reporter.report(Severity::warning, record->location(0), text + "; they are for other operating systems",
-                      "if the repository is for this system only, ignore this finding; otherwise " + std::string(publish_again));
+      reporter.report(
+          Severity::warning, record->location(0), text + "; they are for other operating systems",
+          "if the repository is for this system only, ignore this finding; otherwise " + std::string(publish_again));
     } else {
       reporter.report(record->location(0), text, fix_of_artifacts(*record, artifacts, text));
       reporter.fails(records_that_need(artifacts, input));

@@ -100,8 +100,9 @@ void check_is_inside(const Input& input, const Record& record, Examined& examine
     return reporter.report(record.location(0), in_quotes(text) + " leads out of the component's directory and back",
                            "write " + in_quotes(path.lexically_relative(*other).string()));
   }
-  reporter.report(Severity::note, record.location(0), message + ", in that of another component, " + *other,
-                  "if that component is always installed beside this one, ignore this finding; otherwise ship the repository with both");
+  reporter.report(
+      Severity::note, record.location(0), message + ", in that of another component, " + *other,
+      "if that component is always installed beside this one, ignore this finding; otherwise ship the repository with both");
 }
 
 Rule repository_outside_component() {

@@ -112,7 +112,8 @@ Rule new_instance_gets_all_features() {
       .title = "the Eclipse instance is new in this run",
       .why = "It gets the features of all components, not only of the selected ones.",
       .fix =
-          "if that is intended, ignore this finding; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the previous "
+          "if that is intended, ignore this finding; otherwise, for the choice user, keep CASHED_ECLIPSE_PATH from the "
+          "previous "
           "run",
       .bad = product(session("modify", user_choice("ide/eclipse"), installed_tools())),
       .good = product(session("modify", user_choice("ide/eclipse", known_eclipse()), installed_tools())),
