@@ -44,6 +44,7 @@ UnitState InstalledById::state_of(const std::string& id, const std::function<boo
 std::vector<UnitState> states_of(const std::vector<Unit>& units, const std::vector<InstalledUnit>& installed) {
   const InstalledById by_id(installed);
   std::vector<UnitState> states;
+  states.reserve(units.size());
   for (const Unit& wanted : units) {
     states.push_back(by_id.state_of(wanted.id, [&](const Unit& unit) { return is_wanted(wanted, unit); }));
   }
