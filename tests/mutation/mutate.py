@@ -62,13 +62,16 @@ def read_listed():
     return listed
 
 
-def check_listed(listed):
-    """What is listed has to be one mutant, or a bug of the same look elsewhere would pass with it."""
+def misfits(listed):
+    """Those that are not exactly one mutant: a bug of the same look elsewhere would pass with them."""
     files = sorted({file for file, _, _ in listed if (plant.ROOT / file).is_file()})
     found = collections.Counter(mutant.key for mutant in plant.Sources(files).all())
-    for key in listed:
-        if found[key] != 1:
-            sys.exit(f"mutate: {LISTED}: fits {found[key]} mutants instead of one: {key}")
+    return [f"fits {found[key]} mutants instead of one: {key}" for key in listed if found[key] != 1]
+
+
+def check_listed(listed):
+    if wrong := misfits(listed):
+        sys.exit("\n".join(f"mutate: {LISTED}: {each}" for each in wrong))
 
 
 def sample(mutants, size, seed):

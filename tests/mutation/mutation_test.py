@@ -59,6 +59,11 @@ class Functions(unittest.TestCase):
         ])  # fmt: skip
 
 
+class Listed(unittest.TestCase):
+    def test_each_is_one_mutant(self):
+        self.assertEqual(mutate.misfits(mutate.read_listed()), [])
+
+
 class Samples(unittest.TestCase):
     def setUp(self):
         sizes = {"command/a/a.cpp": 3, "command/a/b.cpp": 30, "command/b/c.cpp": 300, "command/b/d.h": 3000}
