@@ -47,7 +47,7 @@ Installation InstallationForecast::of(const Unit& wanted) const {
   const InstalledUnit* const other = installed({wanted.id, ""});
   if (other == nullptr) return {InstallStep::add, *offered, ""};
   return {other->is_root ? InstallStep::conflict : InstallStep::upgrade, *offered, other->version,
-          std::is_lt(compare_versions(*offered, other->version))};
+          std::is_lt(compare_versions(*offered, other->version)), other->is_root ? "" : other->pinned_by};
 }
 
 }  // namespace eclipse_p2

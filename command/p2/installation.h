@@ -29,6 +29,7 @@ struct Installation {
   std::string version;           ///< that the director takes; empty when that is not known
   std::string installed;         ///< the version that is installed; empty when none is
   bool installed_newer = false;  ///< that one is higher
+  std::string pinned_by = {};    ///< of an upgrade: the root that requires exactly the installed version; empty when none does
 };
 
 /// The highest version of a unit that is wanted; nothing when it is not offered.

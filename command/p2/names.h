@@ -7,16 +7,16 @@
 namespace eclipse_p2 {
 
 /// The namespace of units by their ids.
-inline constexpr std::string_view unit_name_space = "org.eclipse.equinox.p2.iu";
+inline constexpr const char* unit_name_space = "org.eclipse.equinox.p2.iu";
 
 /// The namespace of bundles, and the classifier of their jars.
-inline constexpr std::string_view bundle_name_space = "osgi.bundle";
+inline constexpr const char* bundle_name_space = "osgi.bundle";
 
 /// The namespace of features, and the classifier of their jars.
 inline constexpr const char* feature_name_space = "org.eclipse.update.feature";
 
 /// That of bundles.
-inline constexpr std::string_view osgi_touchpoint = "org.eclipse.equinox.p2.osgi";
+inline constexpr const char* osgi_touchpoint = "org.eclipse.equinox.p2.osgi";
 
 /// Whether a namespace has units or bundles by their names. Names in others mean other things: a package often has the name of
 /// a bundle, and any bundle may contain it.

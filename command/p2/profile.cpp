@@ -153,7 +153,7 @@ bool requires_a_unit(const pugi::xml_node& required) {
 }
 
 bool is_bundle(const pugi::xml_node& unit) {
-  return static_cast<bool>(unit.child("artifacts").find_child_by_attribute("artifact", "classifier", bundle_name_space.data()));
+  return static_cast<bool>(unit.child("artifacts").find_child_by_attribute("artifact", "classifier", bundle_name_space));
 }
 
 std::set<Unit> roots_in(const pugi::xml_node& profile) {

@@ -43,24 +43,22 @@ PreviewedRepository about(const std::string& url, const std::string& path, const
   return about;
 }
 
-/// An installed unit that keeps the installed version of another one, since the session does not bring it, too; empty when none
-/// does.
-std::string keeper_of(const BroughtUnit& brought, const std::vector<BroughtUnit>& all,
-                      const std::vector<InstalledUnit>& installed) {
-  const Unit unit{brought.named.id, brought.brought.step.installed};
-  const auto found = std::find_if(installed.begin(), installed.end(), [&](const auto& each) { return each.unit() == unit; });
-  if (found == installed.end()) return "";
-  const auto is_keeper = [&](const BroughtUnit& each) { return each.named.id == found->pinned_by; };
-  return std::none_of(all.begin(), all.end(), is_keeper) ? found->pinned_by : "";
+bool is_brought(const std::string& id, const std::vector<BroughtUnit>& units) {
+  return std::any_of(units.begin(), units.end(), [&](const BroughtUnit& unit) { return unit.named.id == id; });
 }
 
 /// Empty for a feature that is not known to fail.
-std::string why_it_fails(const Obstacles& obstacles, const BroughtUnit& brought, const Offer& offer) {
+std::string why_it_fails(const Obstacles& obstacles, const BroughtUnit& brought, const std::vector<BroughtUnit>& all,
+                         const Offer& offer) {
   std::string obstacle = obstacles.of(*brought.record, brought.number);
   if (!obstacle.empty()) return obstacle;
   if (!offer.hindrance.empty()) return offer.hindrance;
   if (brought.brought.is_kept_out_by_rival()) return "will most likely fail: the session also brings version " + brought.rival;
-  if (brought.brought.step.step != InstallStep::not_found) return "";
+  const Installation& step = brought.brought.step;
+  if (!step.pinned_by.empty() && !is_brought(step.pinned_by, all)) {
+    return "will most likely fail: " + step.pinned_by + ", which was installed by name, requires version " + step.installed;
+  }
+  if (step.step != InstallStep::not_found) return "";
   const auto other = highest_offered({brought.named.id, ""}, offer.units);
   return "no repository of the session offers it" + (other ? ", but version " + *other : "");
 }
@@ -104,15 +102,10 @@ void add_installations(Preview& preview, const Plan& plan, const Offer& offer, c
   }
   const Obstacles obstacles(plan);
   static const std::vector<InstalledUnit> none;
-  const std::vector<InstalledUnit>& in_instance = installed ? *installed->all : none;
-  const auto units = units_brought_by(plan, offer, in_instance);
+  const auto units = units_brought_by(plan, offer, installed ? *installed->all : none);
   for (const BroughtUnit& brought : units) {
     const Installation& step = brought.brought.step;
-    std::string reason = why_it_fails(obstacles, brought, offer);
-    const std::string keeper = step.step == InstallStep::upgrade ? keeper_of(brought, units, in_instance) : "";
-    if (reason.empty() && !keeper.empty()) {
-      reason = "will most likely fail: " + keeper + ", which was installed by name, requires version " + step.installed;
-    }
+    const std::string reason = why_it_fails(obstacles, brought, units, offer);
     preview.features.push_back({brought.record->config.feature, text_of(brought.named), brought.record->place(),
                                 reason.empty() ? change_of(step.step) : Change::fail, step.version, step.installed,
                                 offer.repository_of(brought.named.id, step.version),

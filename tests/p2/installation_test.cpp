@@ -36,6 +36,12 @@ TEST(Installation, MeetsAnotherVersion) {
   EXPECT_EQ(of({"b", ""}, {{"b", "1.0.0", {"x"}, false}}).step, InstallStep::upgrade);
 }
 
+TEST(Installation, OfWhatARootPinsNamesTheRoot) {
+  EXPECT_EQ(of({"b", ""}, {{"b", "1.0.0", {"x"}, false, false, "x"}}).pinned_by, "x");
+  EXPECT_EQ(of({"b", ""}, {{"b", "1.0.0", {"x"}, true, false, "x"}}).pinned_by, "") << "a root is not replaced anyway";
+  EXPECT_EQ(of({"b", ""}, {{"b", "2.0.0", {"x"}, false, false, "x"}}).pinned_by, "") << "it stays";
+}
+
 TEST(Installation, DoesNotFindWhatNobodyOffers) {
   EXPECT_EQ(of({"d", ""}).step, InstallStep::not_found);
   EXPECT_EQ(of({"a", "7"}).step, InstallStep::not_found);

@@ -141,11 +141,13 @@ std::string target_of_dangling_link(const fs::path& path) {
   return "";
 }
 
-/// The rule's own fix, with the repositories that there are.
+constexpr const char* ship_or_correct = "ship the repository with the component, or correct the path";
+
+/// With the repositories that there are.
 std::string fix_of_missing(const std::vector<std::string>& others) {
   constexpr std::size_t few = 5;
-  std::string fix = "ship the repository with the component, or correct the path";
-  return others.empty() || others.size() > few ? fix : fix + "; the component has " + each_in_quotes(others);
+  const bool are_named = !others.empty() && others.size() <= few;
+  return ship_or_correct + (are_named ? "; the component has " + each_in_quotes(others) : "");
 }
 
 void report_missing(const Record& record, SimilarRepositories& others, Reporter& reporter) {
@@ -182,7 +184,7 @@ Rule repository_missing() {
           .why =
               "If the director can load another repository, it only prints that there were errors, and does not find the "
               "features of the missing one. Otherwise it fails.",
-          .fix = "ship the repository with the component, or correct the path",
+          .fix = ship_or_correct,
           .bad = component(line_of_one, {{"tools/Site/content.xml", content_of_one}}),
           .good = good_component(),
           .check =
