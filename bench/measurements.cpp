@@ -316,7 +316,7 @@ void start_director() {
   const int status = std::system(
       "./instance/eclipse -nosplash -application org.eclipse.equinox.p2.director"
       " -listInstalledRoots > director.log 2>&1");
-  if (status != 0) throw std::runtime_error("the director cannot be started: see instance/prepare");
+  if (status != 0) throw std::runtime_error("the director cannot be started: see eclipse/prepare");
 }
 
 void register_director(const char* name, std::size_t size) {

@@ -2,6 +2,8 @@
 #ifndef ECLIPSE_INT_HOST_KIT_ENVIRONMENT_H
 #define ECLIPSE_INT_HOST_KIT_ENVIRONMENT_H
 
+#include <string_view>
+
 namespace host_kit::environment {
 
 inline constexpr const char* only = "ECLIPSE_INT_CHECK_ONLY";              ///< names, separated by commas
@@ -14,10 +16,19 @@ inline constexpr const char* report = "ECLIPSE_INT_CHECK_REPORT";          ///< 
 inline constexpr const char* junit = "ECLIPSE_INT_CHECK_JUNIT";            ///< the file of a second report, in JUnit XML
 inline constexpr const char* end_host = "ECLIPSE_INT_CHECK_END_HOST";      ///< "1": the host ends after the checks
 inline constexpr const char* drill = "ECLIPSE_INT_CHECK_DRILL";            ///< "1": an exception comes out of the first action
-/// The file that says how far it got: empty until the library is loaded, then "loaded", "checking NAME" and in the end "0",
-/// "1", or "2" and a message.
-inline constexpr const char* progress = "ECLIPSE_INT_CHECK_PROGRESS";
+inline constexpr const char* progress = "ECLIPSE_INT_CHECK_PROGRESS";      ///< the file that says how far it got: see below
 
 }  // namespace host_kit::environment
+
+/// What the file of the progress holds. It is empty until the library is loaded.
+namespace host_kit::progress {
+
+inline constexpr std::string_view loaded = "loaded";
+inline constexpr std::string_view checking = "checking ";  ///< and the name of a check
+inline constexpr std::string_view all_hold = "0";          ///< or have only warnings
+inline constexpr std::string_view has_errors = "1";
+inline constexpr std::string_view given_up = "2";  ///< and why
+
+}  // namespace host_kit::progress
 
 #endif

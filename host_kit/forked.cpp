@@ -13,6 +13,8 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "base/write_all.h"
+
 namespace host_kit {
 
 namespace {
@@ -55,15 +57,6 @@ void prepare_child(unsigned seconds, const std::string& outputs) {
   set_limit(RLIMIT_FSIZE, memory);
   const rlim_t used = address_space();
   if (used < most_memory) set_limit(RLIMIT_AS, used + memory);
-}
-
-void write_all(int file, const std::string& text) {
-  std::size_t done = 0;
-  while (done < text.size()) {
-    const ssize_t count = write(file, text.data() + done, text.size() - done);
-    if (count < 0 && errno != EINTR) return;
-    if (count > 0) done += static_cast<std::size_t>(count);
-  }
 }
 
 struct Reading {
@@ -121,8 +114,7 @@ ChildEnd run_in_child(const std::function<std::string()>& function, unsigned sec
   if (child == 0) {
     close(ends[0]);
     prepare_child(seconds, outputs);
-    write_all(ends[1], function() + end_of_message);
-    _exit(0);
+    _exit(eclipse_base::write_all(ends[1], function() + end_of_message) ? 0 : 1);
   }
   setpgid(child, child);  // here as well: the child may not have got so far when it is to be ended
   close(ends[1]);

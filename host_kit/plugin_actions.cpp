@@ -27,7 +27,7 @@ std::string setting(const char* name) {
   return value == nullptr ? "" : value;
 }
 
-void write_progress(const std::string& text) {
+void write_progress(std::string_view text) {
   const std::string file = setting(environment::progress);
   if (!file.empty()) std::ofstream(file) << text;
 }
@@ -101,7 +101,7 @@ class HostCheck {
       eclipse_int::HostCheckOptions options = options_of_environment();
       options.other_session = other;
       results_ = perform_checks(session_, options, checks,
-                                [](const Check& check) { write_progress("checking " + std::string(check.name)); });
+                                [](const Check& check) { write_progress(std::string(progress::checking).append(check.name)); });
       write_report();
     } catch (const std::exception& error) {
       give_up(error.what());
@@ -140,7 +140,7 @@ class HostCheck {
       std::ofstream file(junit);
       write_junit(file, all);
     }
-    write_progress(has_error(all) ? "1" : "0");
+    write_progress(has_error(all) ? progress::has_errors : progress::all_hold);
   }
 
   const Check* selected(std::string_view name) const {
@@ -163,7 +163,7 @@ class HostCheck {
 
   /// A host that cannot be checked must not go on: its user wants no installation.
   [[noreturn]] static void give_up(const std::string& why) {
-    write_progress("2" + why);
+    write_progress(std::string(progress::given_up).append(why));
     if (setting(environment::progress).empty()) std::cerr << "eclipse_int: the host cannot be checked: " << why << std::endl;
     end_host(2);
   }
@@ -205,7 +205,7 @@ void HostCheck::throw_out_of_action() {
 }
 
 __attribute__((constructor)) void note_loading() {
-  if (!setting(environment::progress).empty()) write_progress("loaded");
+  if (!setting(environment::progress).empty()) write_progress(progress::loaded);
 }
 
 }  // namespace

@@ -46,7 +46,7 @@ Unpacked failure(std::string error, bool exceeds_limit = false) { return {"", st
 Unpacked failure_of(archive* reader) {
   const int error = archive_errno(reader);
   const bool is_of_system = error == EIO || error == ENOMEM;
-  return failure(is_of_system ? std::string("cannot be read: ") + std::strerror(error) : "is damaged");
+  return failure(is_of_system ? std::string(unreadable) + std::strerror(error) : "is damaged");
 }
 
 /// A warning is a wrong checksum.
@@ -96,7 +96,7 @@ Unpacked visit_entries(archive* reader, const Visit& visit) {
 }
 
 Unpacked content_of(archive* reader, archive_entry* entry, const Limits& limits) {
-  return archive_entry_is_encrypted(entry) != 0 ? failure("is encrypted") : read_data(reader, limits);
+  return archive_entry_is_encrypted(entry) != 0 ? failure(archive_error::encrypted) : read_data(reader, limits);
 }
 
 /// The content of the first entry with this name; nothing when there is none.
@@ -169,7 +169,7 @@ std::string end_of_zip(const OpenFile& file) {
   constexpr std::size_t longest_comment = 65535;
   for (const std::size_t length : {end_size, end_size + longest_comment}) {
     const std::string tail = file.end(length).bytes;
-    const std::size_t at = tail.rfind("PK\5\6");
+    const std::size_t at = tail.rfind(zip_end_mark);
     if (at != tail.npos && tail.size() - at >= end_size) return tail.substr(at);
   }
   return "";
@@ -186,7 +186,7 @@ bool is_end_of_inner_archive(const OpenFile& file, std::size_t length_of_end, st
   if (directory + offset + length_of_end == file.size() || file.beginning(mark_of_entry.size()).bytes != mark_of_entry)
     return false;
   // In an archive of the 64-bit kind, more of its end comes after the directory.
-  return directory == 0 || file.end(directory + length_of_end).bytes.starts_with("PK\1\2");
+  return directory == 0 || file.end(directory + length_of_end).bytes.starts_with(zip_directory_mark);
 }
 
 /// zip_end_error() of a file with this end.
@@ -210,7 +210,7 @@ std::vector<std::string> names_with_backslashes(const OpenFile& file, const std:
   const std::size_t size = directory_size_in(end);
   const std::string tail = file.end(end.size() + size).bytes;
   std::string_view directory = std::string_view(tail).substr(0, size);
-  while (directory.size() >= header_size && directory.starts_with("PK\1\2")) {
+  while (directory.size() >= header_size && directory.starts_with(zip_directory_mark)) {
     const std::size_t length = little_endian_2(directory.substr(28));
     const std::string_view name = directory.substr(header_size, length);
     if (name.find('\\') != name.npos) names.emplace_back(name);
@@ -251,7 +251,7 @@ Unpacked decompress(const std::string& compressed, Compression compression, std:
 }
 
 std::optional<Unpacked> zip_entry(const std::string& archive, const std::string& name, std::size_t limit) {
-  if (!archive.starts_with("PK")) return failure("is not a zip archive");
+  if (!archive.starts_with(zip_mark)) return failure(archive_error::not_zip);
   const Reader reader(archive_read_new());
   archive_read_support_format_zip_streamable(reader.get());
   if (archive_read_open_memory(reader.get(), archive.data(), archive.size()) != ARCHIVE_OK) return failure("is damaged");
@@ -268,7 +268,7 @@ Archive::Archive(std::filesystem::path path, std::optional<std::string_view> con
   const FileContent beginning = file.beginning(4);
   error_ = beginning.error;
   // libarchive refuses an archive without entries, which is this mark and zeros.
-  if (!error_.empty() || beginning.bytes == "PK\5\6") return;
+  if (!error_.empty() || beginning.bytes == zip_end_mark) return;
   const ZipFile zip(file);
   Unpacked walk = failure_of(zip.reader());
   std::string other_compression;
@@ -286,10 +286,10 @@ Archive::Archive(std::filesystem::path path, std::optional<std::string_view> con
     if (names_.erase(with_slashes) != 0) names_.insert(name);
   }
   if (walk.error.empty() && !other_compression.empty()) {
-    walk = failure("is compressed by " + other_compression + ", which Java cannot unpack; use deflate");
+    walk = failure(archive_error::other_compression + other_compression + ", which Java cannot unpack; use deflate");
   }
-  const bool is_zip = beginning.bytes.starts_with("PK");
-  error_ = !walk.error.empty() && !is_zip ? "is not a zip archive" : walk.error;
+  const bool is_zip = beginning.bytes.starts_with(zip_mark);
+  error_ = !walk.error.empty() && !is_zip ? archive_error::not_zip : walk.error;
   exceeds_limit_ = walk.exceeds_limit;
   if (!is_zip || exceeds_limit_) return;
   // libarchive may take the end of an archive in it for its own.

@@ -15,12 +15,23 @@
 
 namespace eclipse_base {
 
-/// What was decompressed. Errors are those of files, and "is damaged", "is encrypted", "is not gzip data", "is not xz data" and
-/// "is not a zip archive".
+/// What the errors of archives begin with that have fixes of their own.
+namespace archive_error {
+inline constexpr const char* not_zip = "is not a zip archive";
+inline constexpr const char* encrypted = "is encrypted";
+inline constexpr const char* other_compression = "is compressed by ";
+}  // namespace archive_error
+
+/// What was decompressed. Errors are those of files and archives, and "is damaged", "is not gzip data" and "is not xz data".
 using Unpacked = FileContent;
 
 enum class Compression { gzip, xz };
 Unpacked decompress(const std::string& compressed, Compression compression, std::size_t limit);
+
+/// What a zip archive, its central directory and its end begin with.
+inline constexpr std::string_view zip_mark = "PK";
+inline constexpr std::string_view zip_directory_mark = "PK\1\2";
+inline constexpr std::string_view zip_end_mark = "PK\5\6";
 
 /// One entry of a zip archive that is in memory. Reads the archive from its beginning, as a Java stream does, and needs no
 /// central directory. Nothing when it has no such entry.

@@ -11,6 +11,9 @@
 
 namespace eclipse_base {
 
+/// What the error of a file begins with that the system does not let be read.
+inline constexpr std::string_view unreadable = "cannot be read: ";
+
 /// What a file holds, or why that is unknown.
 struct FileContent {
   std::string bytes;  ///< after an error, what was read before it; none of a file that is too large

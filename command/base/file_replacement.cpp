@@ -9,6 +9,8 @@
 #include <cstring>
 #include <system_error>
 
+#include "base/write_all.h"
+
 namespace eclipse_base {
 
 namespace {
@@ -66,13 +68,7 @@ void FileReplacement::replace_target_with(std::string_view text) {
 
 void FileReplacement::write(std::string_view text) {
   copy_permissions_of(target_);
-  while (!text.empty()) {
-    const ssize_t count = ::write(descriptor_, text.data(), text.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) fail_with(errno);
-    text.remove_prefix(static_cast<std::size_t>(count));
-  }
-  if (fsync(descriptor_) != 0) fail_with(errno);
+  if (!write_all(descriptor_, text) || fsync(descriptor_) != 0) fail_with(errno);
 }
 
 void FileReplacement::replace_target() {

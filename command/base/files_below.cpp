@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/file_error.h"
+
 namespace fs = std::filesystem;
 
 namespace eclipse_base {
@@ -27,6 +29,10 @@ std::vector<std::string> files_below(const fs::path& directory, fs::directory_op
   }
   std::sort(names.begin(), names.end());
   return names;
+}
+
+void fail_search(const fs::path& directory, const std::error_code& error) {
+  throw FileError(directory, "cannot be searched: " + error.message() + "; make it and the directories in it readable");
 }
 
 }  // namespace eclipse_base

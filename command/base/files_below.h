@@ -15,6 +15,9 @@ namespace eclipse_base {
 std::vector<std::string> files_below(const std::filesystem::path& directory, std::filesystem::directory_options options,
                                      std::error_code& error);
 
+/// Throws the FileError of a directory that cannot be searched for this reason.
+[[noreturn]] void fail_search(const std::filesystem::path& directory, const std::error_code& error);
+
 }  // namespace eclipse_base
 
 #endif

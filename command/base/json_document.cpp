@@ -300,14 +300,6 @@ std::vector<std::string> keys_of(const std::vector<JsonMember>& members) {
   return keys;
 }
 
-std::string fix_of_unknown_key(const std::optional<std::string>& meant, const std::vector<std::string>& known) {
-  if (meant) return "did you mean " + in_quotes(*meant) + "?";
-  std::vector<std::string> quoted;
-  quoted.reserve(known.size());
-  for (const std::string& key : known) quoted.push_back(in_quotes(key));
-  return "known here: " + joined(quoted);
-}
-
 /// Where the lines of a text start.
 std::vector<std::uint32_t> line_starts_of(std::string_view text) {
   std::vector<std::uint32_t> starts;
@@ -400,7 +392,8 @@ void JsonElement::read_object(const std::vector<JsonMember>& known) const {
     if (std::find(keys.begin(), keys.end(), member.key()) != keys.end()) continue;
     const auto meant = similar_word(member.key(), keys);
     if (meant) misspelt.insert(*std::find(keys.begin(), keys.end(), *meant));
-    errors.keep_from([&] { member.fail_at_key("unknown key; " + fix_of_unknown_key(meant, keys)); });
+    errors.keep_from(
+        [&] { member.fail_at_key("unknown key; " + (meant ? did_you_mean(*meant) : "known here: " + each_in_quotes(keys))); });
   }
   for (const JsonMember& each : known) {
     if (const auto member = find(each.key)) {

@@ -12,7 +12,7 @@ namespace largest {
 
 inline constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
-inline constexpr std::size_t json = 64 * mebibyte;  ///< session, variables, overrides, configuration of lint, list of runs
+inline constexpr std::size_t json = 64 * mebibyte;  ///< session, variables, suppressions, configuration of lint, list of runs
 inline constexpr std::size_t descriptor = 64 * mebibyte;
 inline constexpr std::size_t configuration = 4 * mebibyte;  ///< of an instance (config.ini, .eclipseproduct) or of a repository
 inline constexpr std::size_t profile = 256 * mebibyte;      ///< a state of a p2 profile, decompressed

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <system_error>
 
+#include "base/write_all.h"
+
 namespace eclipse_base {
 
 namespace {
@@ -19,7 +21,7 @@ namespace {
 MemoryFile::MemoryFile(std::string_view content) : descriptor_(memfd_create("eclipse-int", MFD_CLOEXEC)) {
   if (descriptor_ < 0) throw_last_error("memfd_create");
   try {
-    write_all(content);
+    if (!write_all(descriptor_, content)) throw_last_error("write");
     // Who reads the file might take it for an empty one.
     if (access(path().c_str(), R_OK) != 0) throw_last_error(path());
   } catch (...) {
@@ -33,14 +35,5 @@ MemoryFile::~MemoryFile() { close(descriptor_); }
 std::string MemoryFile::name() const { return std::to_string(descriptor_); }
 
 std::string MemoryFile::path() const { return std::string(directory) + "/" + name(); }
-
-void MemoryFile::write_all(std::string_view content) {
-  while (!content.empty()) {
-    const ssize_t count = write(descriptor_, content.data(), content.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throw_last_error("write");
-    content.remove_prefix(static_cast<std::size_t>(count));
-  }
-}
 
 }  // namespace eclipse_base

@@ -22,8 +22,6 @@ class MemoryFile {
   std::string path() const;
 
  private:
-  void write_all(std::string_view content);
-
   int descriptor_;
 };
 

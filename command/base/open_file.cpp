@@ -14,9 +14,7 @@ namespace eclipse_base {
 
 namespace {
 
-std::string last_error() {
-  return errno == EINVAL ? "is not a regular file" : std::string("cannot be read: ") + std::strerror(errno);
-}
+std::string last_error() { return errno == EINVAL ? "is not a regular file" : std::string(unreadable) + std::strerror(errno); }
 
 }  // namespace
 

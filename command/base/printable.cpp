@@ -83,7 +83,7 @@ bool begins_character(std::string_view text) {
 std::string printable(std::string_view text, const PrintableForm& form) {
   if (text.size() > form.longest) {
     const std::size_t cut = cut_near(text, std::min(shown_of_longer, form.longest));
-    return printable(text.substr(0, cut), form) + "... (" + std::to_string(text.size() - cut) + " bytes left out)";
+    return printable(text.substr(0, cut), form) + "... (" + counted(text.size() - cut, "byte") + " left out)";
   }
   std::string shown;
   shown.reserve(text.size());
@@ -105,6 +105,8 @@ std::string printable(std::string_view text, const PrintableForm& form) {
 bool is_printable(std::string_view character) { return !is_unprintable(code_point(character)); }
 
 std::string in_quotes(std::string_view text) { return "\"" + printable(text) + "\""; }
+
+std::string did_you_mean(std::string_view word) { return "did you mean " + in_quotes(word) + "?"; }
 
 std::string PrintablePieces::add(std::string_view piece) {
   const std::string text = std::exchange(incomplete_, "") + std::string(piece);

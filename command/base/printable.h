@@ -37,6 +37,21 @@ std::string each_in_quotes(const Texts& texts) {
   return all;
 }
 
+/// "A", "B" or "C": what to choose from.
+template <typename Texts>
+std::string any_in_quotes(const Texts& texts) {
+  std::string any;
+  std::size_t left = texts.size();
+  for (const auto& text : texts) {
+    --left;
+    any += (any.empty() ? "" : left == 0 ? " or " : ", ") + in_quotes(text);
+  }
+  return any;
+}
+
+/// The question about a misspelled word: "did you mean "WORD"?".
+std::string did_you_mean(std::string_view word);
+
 /// Makes a text printable that comes in pieces, which may end in the middle of a character.
 class PrintablePieces {
  public:

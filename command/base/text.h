@@ -13,6 +13,9 @@ namespace eclipse_base {
 /// The byte-order mark at the beginning of a text in UTF-8.
 inline constexpr std::string_view utf_8_mark = "\xEF\xBB\xBF";
 
+/// Whether bytes begin with the byte-order mark of UTF-16.
+inline bool has_utf_16_mark(std::string_view bytes) { return bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF"); }
+
 inline constexpr std::string_view white_space = " \t\r\n\v\f";
 
 /// The text without these characters at both ends.

@@ -61,7 +61,7 @@ struct CheckHostOptions {
   bool checks_only = false;
   bool drill = false;
   bool list = false;
-  unsigned seconds = 10;
+  unsigned seconds = 0;  ///< 0 for that of the library
   std::string format = "text";
   std::string junit;
   std::string log;
@@ -99,7 +99,7 @@ void set_environment(const CheckHostOptions& options, const ReportDirectory& dir
   set(environment::in_process, options.in_process ? "1" : "");
   set(environment::end_host, options.checks_only ? "1" : "");
   set(environment::drill, options.drill ? "1" : "");
-  set(environment::seconds, std::to_string(options.seconds));
+  set(environment::seconds, options.seconds == 0 ? "" : std::to_string(options.seconds));
   set(environment::format, options.format);
   set(environment::report, directory.report());
   set(environment::progress, directory.progress());
@@ -206,12 +206,13 @@ std::string text_of(const std::string& file) {
 int report(const ReportDirectory& directory, int status) {
   const std::string progress = std::filesystem::exists(directory.progress()) ? text_of(directory.progress()) : "";
   const std::string host = "check-host: the host " + how_it_ended(status);
-  if (progress.starts_with("2")) throw UsageError("check-host: " + progress.substr(1));
-  if (progress.starts_with("checking")) {
-    print_message(host + " during the check " + progress.substr(progress.find(' ') + 1));
+  using namespace host_kit::progress;
+  if (progress.starts_with(given_up)) throw UsageError("check-host: " + progress.substr(given_up.size()));
+  if (progress.starts_with(checking)) {
+    print_message(host + " during the check " + progress.substr(checking.size()));
     return exit_failure;
   }
-  if (progress != "0" && progress != "1") {
+  if (progress != all_hold && progress != has_errors) {
     print_message(host + (progress.empty()
                               ? " and did not load libeclipse_int.so from the directory of the checks.\nIf it loads "
                                 "the plug-in by a path, write {plugin} instead of this path in its command. A "
@@ -221,11 +222,15 @@ int report(const ReportDirectory& directory, int status) {
   }
   std::cout << text_of(directory.report());
   if (WIFSIGNALED(status)) print_message(host + " after it was checked");
-  return progress == "1" || WIFSIGNALED(status) ? exit_failure : exit_success;
+  return progress == has_errors || WIFSIGNALED(status) ? exit_failure : exit_success;
 }
 
 int check_host_command(const CheckHostOptions& options) {
+  if (options.list && options.format != "text" && options.format != "names") {
+    throw UsageError("--format " + options.format + ": --list has only text and names; choose one of them");
+  }
   if (options.list) return list_checks(options.format);
+  if (options.format == "names") throw UsageError("--format names needs --list; add it");
   if (options.command.empty()) throw UsageError("COMMAND: missing; write the command that starts the host after \"--\"");
   const std::filesystem::path library = checking_library();
   std::vector<std::string> command;

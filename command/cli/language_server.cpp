@@ -73,7 +73,7 @@ Subcommand add_language_server(const Parser& program) {
       .type_name("SECONDS")
       .between(0.0, longest_time_limit);
   add_configuration_options(parser, options->configuration);
-  add_input_options(parser, options->session, "Read session variables from FILE; the session file overrides them");
+  add_input_options(parser, options->session);
   parser.set_help("eclipse-int language-server [OPTIONS]", language_server_examples, language_server_exit_status);
   return {parser, [options] { return language_server_command(*options); }};
 }

@@ -53,7 +53,7 @@ constexpr const char* lint_examples =
     "      Check a session as \"eclipse-int run\" would run it with this variable.\n"
     "  eclipse-int lint --select orders --disable order-as-dependency install.json\n"
     "      Check the rules of one group, except for one rule.\n"
-    "  eclipse-int lint install.json --overrides lint-overrides.json\n"
+    "  eclipse-int lint install.json --suppressions lint-suppressions.json\n"
     "      Suppress findings that you accept, each with a reason:\n"
     "      [{\"rule\": \"feature-pinned\", \"file\": \"tools.txt\", \"line\": 2, \"reason\": \"...\"}]\n"
     "  eclipse-int lint --format sarif install.json > findings.sarif\n"
@@ -76,7 +76,7 @@ struct LintOptions {
   std::string fail_on = "error";
   std::vector<std::string> selected;
   std::vector<std::string> disabled;
-  std::optional<std::string> overrides;
+  std::optional<std::string> suppressions;
   bool is_update = false;
   bool fixes = false;
   bool shows_diff = false;
@@ -110,7 +110,7 @@ Settings settings_from(const LintOptions& options) {
   Settings settings;
   settings.selected = checked_names("--select", options.selected);
   settings.disabled = checked_names("--disable", options.disabled);
-  if (options.overrides) settings.overrides = read_overrides(*options.overrides);
+  if (options.suppressions) settings.suppressions = read_suppressions(*options.suppressions);
   settings.configuration = configuration_choice(options.configuration);
   settings.is_update = options.is_update;
   const SessionVariables variables(options.session.settings, options.session.variables);
@@ -133,12 +133,12 @@ void print_no_findings(std::size_t descriptor_files, const std::string& format) 
   std::cout << "No findings in " << eclipse_base::counted(descriptor_files, "descriptor file") << "\n";
 }
 
-/// An override that is no longer needed would hide the next finding of its rule.
+/// A suppression that is no longer needed would hide the next finding of its rule.
 void warn_of_unused(const Settings& settings, const Findings& findings) {
-  for (const Override& entry : settings.overrides) {
+  for (const Suppression& entry : settings.suppressions) {
     const auto is_for = [&](const Finding& finding) { return applies(entry, finding); };
     if (!is_enabled(*find_rule(entry.rule), settings) || std::any_of(findings.begin(), findings.end(), is_for)) continue;
-    print_message(eclipse_base::printable(entry.location) + ": note: this override suppresses no finding of " + entry.rule +
+    print_message(eclipse_base::printable(entry.location) + ": note: this suppression matches no finding of " + entry.rule +
                   " in these inputs");
   }
 }
@@ -249,7 +249,7 @@ class InputLinter {
   Findings lint_standard_input(eclipse_dry_run::DescriptorFiles& files) {
     const std::string& name = options_.input_name;
     std::string text = read_standard_input(name);
-    if (eclipse_host::begins_like_session(text)) {
+    if (eclipse_host::is_session(name, text)) {
       const auto document = std::make_shared<const eclipse_base::JsonDocument>(name, std::move(text));
       Findings findings = eclipse_lint::lint_session(library_, sites_, files, document, settings_);
       count_ += files.count();
@@ -342,7 +342,7 @@ void add_rule_options(const Parser& parser, LintOptions& options) {
       .with_commas()
       .one_value_each();
   parser
-      .add_option("--overrides", options.overrides,
+      .add_option("--suppressions", options.suppressions,
                   "Suppress findings: a JSON list of entries with \"rule\" and \"reason\",\nand optionally \"file\" and "
                   "\"line\"")
       .type_name("FILE");
@@ -377,7 +377,7 @@ Subcommand add_lint(const Parser& program) {
       .type_name("PATH");
   add_fix_options(parser, *options);
   add_directory_options(parser, options->session);
-  add_input_options(parser, options->session, "Read session variables from FILE; the session file overrides them");
+  add_input_options(parser, options->session);
   parser.set_help("eclipse-int lint INPUT... [OPTIONS]", lint_examples, lint_exit_status);
   return {parser, [options] { return lint_command(*options); }};
 }

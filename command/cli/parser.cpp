@@ -57,7 +57,7 @@ std::vector<std::string> options_of(const CLI::App& parser) {
 
 std::string with_suggestion(const std::string& message, const std::string& word, const std::vector<std::string>& known) {
   const auto similar = similar_word(word, known);
-  return message + (similar ? "; did you mean " + *similar + "?" : "");
+  return message + (similar ? "; " + did_you_mean(*similar) : "");
 }
 
 std::string about_unknown_subcommand(const CLI::App& program, const std::string& name) {
@@ -77,7 +77,7 @@ std::string about_unexpected_argument(const CLI::App& program) {
   const std::string argument = unexpected.empty() ? "" : unexpected.front();
   if (argument.starts_with('-')) {
     const std::string option = argument.substr(0, argument.find('='));
-    return with_suggestion("unknown option " + printable(option), option, options_of(parser));
+    return with_suggestion("unknown option " + in_quotes(option), option, options_of(parser));
   }
   if (&parser != &program) return "unexpected argument " + in_quotes(argument);
   return about_unknown_subcommand(program, argument);

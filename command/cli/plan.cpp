@@ -23,7 +23,7 @@ struct PlanOptions {
   bool is_verbose = false;   ///< shows all of the plan
   bool all_retries = false;  ///< shows all that are similar
   bool resolves = false;     ///< asks the director
-  eclipse_update::Wishes update;
+  eclipse_update::UpdateOptions update;
   ConfigurationOptions configuration;
 };
 

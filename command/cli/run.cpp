@@ -21,7 +21,7 @@ namespace {
 struct RunOptions {
   bool resolves = false;  ///< asks the director first, and runs only what it would do
   bool verifies = false;  ///< asks the instance before and after
-  eclipse_update::Wishes update;
+  eclipse_update::UpdateOptions update;
   bool all_or_nothing = false;  ///< goes back unless everything was done
 };
 

@@ -46,7 +46,7 @@ void add_directory_options(const Parser& command, SessionOptions& options) {
   command.add_flag("--remove", options.removes, "Treat the session as a removal; only for a directory of\ncomponents");
 }
 
-void add_input_options(const Parser& command, SessionOptions& options, const std::string& about_variables) {
+void add_input_options(const Parser& command, SessionOptions& options, const std::string& about_file) {
   command
       .add_option("--set", options.settings,
                   "Set a session variable; overrides the session file and --variables.\n"
@@ -54,7 +54,10 @@ void add_input_options(const Parser& command, SessionOptions& options, const std
       .type_name("NAME=VALUE")
       .one_value_each()
       .checked_by(error_in_setting);
-  command.add_option("--variables", options.variables, about_variables).type_name("FILE");
+  command
+      .add_option("--variables", options.variables,
+                  "Read session variables from FILE; the session file overrides them" + about_file)
+      .type_name("FILE");
   add_plugin_option(command, options);
 }
 
@@ -77,14 +80,12 @@ void add_wait_option(const Parser& command, double& seconds) {
 }
 
 void add_reading_options(const Parser& command, SessionOptions& options, const std::string& json_content) {
-  add_input_options(command, options, "Read session variables from FILE; the session file overrides them");
+  add_input_options(command, options);
   add_json_option(command, options.json, json_content);
 }
 
 void add_running_options(const Parser& command, SessionOptions& options) {
-  add_input_options(command, options,
-                    "Read session variables from FILE; the session file overrides them.\nFILE need not exist if "
-                    "--write-variables names it, too");
+  add_input_options(command, options, ".\nFILE need not exist if --write-variables names it, too");
   command
       .add_option("--write-variables", options.write_variables,
                   "Write the session variables to FILE after the run, for the next run,\neven if the run failed")
@@ -98,12 +99,12 @@ void add_running_options(const Parser& command, SessionOptions& options) {
   add_json_option(command, options.json, "everything that happened");
 }
 
-Option add_update_options(const Parser& command, eclipse_update::Wishes& wishes) {
+Option add_update_options(const Parser& command, eclipse_update::UpdateOptions& update_options) {
   const Option update =
-      command.add_flag("--update", wishes.update,
+      command.add_flag("--update", update_options.update,
                        "Replace features that the instance has in another version, in one command before the others\n[default: "
                        "refuse the run if a version is older]");
-  command.add_flag("--allow-downgrade", wishes.downgrade, "With --update: also replace a newer version by an older one")
+  command.add_flag("--allow-downgrade", update_options.downgrade, "With --update: also replace a newer version by an older one")
       .needs("--update");
   return update;
 }

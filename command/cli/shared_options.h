@@ -6,7 +6,7 @@
 
 #include "cli/parser.h"
 #include "run/session_options.h"
-#include "update/wishes.h"
+#include "update/update_options.h"
 
 namespace eclipse_cli {
 
@@ -19,8 +19,8 @@ void add_session_file(const Parser& command, eclipse_run::SessionOptions& option
 /// Adds --eclipse and --remove, for a directory in place of a session file.
 void add_directory_options(const Parser& command, eclipse_run::SessionOptions& options);
 
-/// Adds --set, --variables and --plugin.
-void add_input_options(const Parser& command, eclipse_run::SessionOptions& options, const std::string& about_variables);
+/// Adds --set, --variables, of whose file more may be said, and --plugin.
+void add_input_options(const Parser& command, eclipse_run::SessionOptions& options, const std::string& about_file = "");
 
 /// Adds --plugin.
 void add_plugin_option(const Parser& command, eclipse_run::SessionOptions& options);
@@ -48,7 +48,7 @@ inline constexpr const char* exit_status_of_runs =
     "  128 + N  signal N ended the run; the running director completed its command, unless the signal came twice\n";
 
 /// Adds --update, which is returned, and --allow-downgrade.
-Option add_update_options(const Parser& command, eclipse_update::Wishes& wishes);
+Option add_update_options(const Parser& command, eclipse_update::UpdateOptions& update_options);
 
 }  // namespace eclipse_cli
 

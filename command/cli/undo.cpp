@@ -70,7 +70,7 @@ void add_options(const Parser& parser, UndoOptions& options) {
       .one_value_each();
   parser.add_flag("--dry-run", options.dry_run, "Show what would change; change nothing and start no director");
   parser.add_flag("--force", options.force, "Also undo what was changed outside eclipse-int since then");
-  add_input_options(parser, options.session, "Read session variables from FILE; the session file overrides them");
+  add_input_options(parser, options.session);
   parser
       .add_option("--write-variables", options.session.write_variables,
                   "Write the variables of --variables to FILE, with CASHED_ECLIPSE_PATH as it was in the\nolder state")

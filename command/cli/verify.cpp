@@ -9,10 +9,11 @@
 #include "plan/make_plan.h"
 #include "report/verification_json.h"
 #include "report/verification_text.h"
-#include "run/asked_instance.h"
+#include "run/instance_answer.h"
 #include "run/instance_safety.h"
 #include "run/session_command.h"
 #include "run/session_variables.h"
+#include "standalone_host/session_run.h"
 #include "terminal/exit_status.h"
 #include "terminal/interruption.h"
 #include "terminal/standard_streams.h"
@@ -30,7 +31,7 @@ using eclipse_plan::Plan;
 
 /// A run without a command leaves the instance as it is. The reason may be an error.
 int without_command(const Plan& plan, bool json) {
-  if (!plan.refusal.empty()) throw eclipse_p2::InstanceError("the run would be refused: " + printable(plan.refusal));
+  if (!plan.refusal.empty()) throw eclipse_p2::InstanceError(eclipse_host::would_be_refused + (": " + printable(plan.refusal)));
   if (plan.is_instance_missing) throw eclipse_p2::InstanceError(no_instance + reasons_text(plan, "  "));
   if (json) {
     print_nothing_to_verify(plan);
@@ -71,7 +72,7 @@ int verify(const SessionOptions& options, bool asks_director) {
   command.warn_of_unreadable_descriptors(plugin);
   const Plan plan = eclipse_plan::make_plan(plugin, command.session(), eclipse_plan::Retries::distinct);
   if (!eclipse_verify::is_verifiable(plan)) return without_command(plan, options.json);
-  const InstanceAnswer answer = asked_instance(plan, asks_director, options.wait);
+  const InstanceAnswer answer = instance_answer(plan, asks_director, options.wait);
   print_damage(answer.damage);
   return report(plan, answer, options.json);
 }

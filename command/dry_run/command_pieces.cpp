@@ -3,7 +3,9 @@
 #include <utility>
 
 #include "p2/director_command.h"
+#include "p2/repository_url.h"
 
+using namespace eclipse_p2;
 using eclipse_shell::CommandPiece;
 
 namespace eclipse_dry_run {
@@ -11,12 +13,10 @@ namespace eclipse_dry_run {
 namespace {
 
 constexpr std::string_view file_scheme = "file://";
-constexpr std::string_view archive_begin = "jar:";
-constexpr std::string_view archive_end = "!/";
 
 /// Of an archive, with the quote that the plug-in writes before it.
 std::string url_begin(bool is_archive) {
-  return (is_archive ? "\"" + std::string(archive_begin) : "") + std::string(file_scheme);
+  return (is_archive ? "\"" + std::string(archive_scheme) : "") + std::string(file_scheme);
 }
 
 }  // namespace
@@ -25,8 +25,8 @@ bool is_archive_url(std::string_view url) { return url.starts_with('"'); }
 
 std::string_view path_in(std::string_view url) {
   if (is_archive_url(url)) url = url.substr(1, url.size() - 2);
-  if (url.starts_with(archive_begin))
-    url = url.substr(archive_begin.size(), url.size() - archive_begin.size() - archive_end.size());
+  if (url.starts_with(archive_scheme))
+    url = url.substr(archive_scheme.size(), url.size() - archive_scheme.size() - archive_end.size());
   return url.substr(file_scheme.size());
 }
 
@@ -45,7 +45,7 @@ CommandPiece repository_piece(const std::string& directory, std::string reposito
   // What the shell does to the directory is another piece's matter.
   const bool is_passed_on = !eclipse_shell::cause_in(directory_piece(directory, is_archive, ""));
   return {url_begin(is_archive) + (is_passed_on && !is_archive ? directory : "") + "/", std::move(repository),
-          is_archive      ? "!/\""
+          is_archive      ? std::string(archive_end) + "\""
           : place.is_last ? " "
                           : ",",
           std::move(origin)};

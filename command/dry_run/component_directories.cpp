@@ -23,8 +23,8 @@ namespace {
 std::vector<std::string> files_of(const fs::path& directory) {
   std::error_code error;
   auto names = files_below(directory, fs::directory_options::none, error);
-  if (!error) return names;
-  throw FileError(directory, "cannot be searched: " + error.message() + "; make it and the directories in it readable");
+  if (error) fail_search(directory, error);
+  return names;
 }
 
 /// The directory whose etc/eclipse contains a descriptor file; empty when that is the searched directory.

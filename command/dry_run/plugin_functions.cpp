@@ -38,10 +38,7 @@ class Exports {
   void find(std::string_view name, Function& function, std::string_view tag = "") const {
     const std::string exported = exported_name(name, tag, Function());
     void* const symbol = dlsym(handle_, exported.c_str());
-    if (symbol == nullptr) {
-      throw PluginError(library_,
-                        "has no function \"" + std::string(name) + "\"; this is not the plug-in, or not this version of it");
-    }
+    if (symbol == nullptr) throw PluginError::lacks(library_, "function", name);
     function = reinterpret_cast<Function>(symbol);
   }
 

@@ -94,7 +94,7 @@ std::optional<LostUnits> lost_units(const fs::path& instance, const std::vector<
 }
 
 std::optional<ConfigurationDamage> known_configuration_damage(const fs::path& instance, const ProfileState& state) {
-  const auto kept = kept_configuration(instance);
+  const auto kept = configuration_backup(instance);
   auto damage = configuration_damage(instance, state, kept ? kept->files : std::vector<fs::path>());
   return damage ? damage : surplus_bundles(instance, state);
 }
@@ -115,7 +115,8 @@ std::optional<InstanceDamage> instance_damage(const std::string& executable) {
   const std::vector<ProfileState> states = newest_states(instance);
   if (states.empty()) return std::nullopt;
   const ProfileState& newest = states.front();
-  if (newest.is_damaged) return damage_of(newest, newest.error + ", so every director fails", repair_command(executable));
+  if (newest.is_damaged)
+    return damage_of(newest, newest.error + ", " + consequence::director_fails, repair_command(executable));
   if (const auto misnamed = misnamed_states(instance); !misnamed.empty())
     return damage_of_misnamed(misnamed.front(), executable);
   if (has_other_time(newest)) return damage_of_renamed(newest, instance, executable);

@@ -102,8 +102,8 @@ std::string why_not_newest(const fs::path& instance, const ProfileState& target)
   return newest == states.end() ? "" : why_not_revertible(*newest, target);
 }
 
-std::optional<KeptConfiguration> copy_to_restore(const fs::path& instance, const ConfigurationDamage& damage) {
-  auto kept = kept_configuration(instance);
+std::optional<ConfigurationBackup> copy_to_restore(const fs::path& instance, const ConfigurationDamage& damage) {
+  auto kept = configuration_backup(instance);
   if (!kept) return std::nullopt;
   const fs::path file = damage.file.lexically_relative(instance);
   if (std::find(kept->files.begin(), kept->files.end(), file) == kept->files.end()) return std::nullopt;
@@ -128,7 +128,7 @@ RepairPlan plan_repair(const fs::path& instance, const std::optional<std::string
   const auto first =
       std::find_if_not(plan.states.begin(), plan.states.end(), [](const ProfileState& state) { return state.is_damaged; });
   if (first != plan.states.end()) plan.configuration = known_configuration_damage(instance, *first);
-  auto kept = plan.configuration ? copy_to_restore(instance, *plan.configuration) : kept_configuration(instance);
+  auto kept = plan.configuration ? copy_to_restore(instance, *plan.configuration) : configuration_backup(instance);
   if (plan.configuration && kept && !to) {
     plan.to = kept->time;
     StateReader(plan, instance).read();

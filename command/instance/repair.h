@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "instance/kept_configuration.h"
+#include "instance/configuration_backup.h"
 #include "instance/run_journal.h"
 #include "p2/configuration_files.h"
 #include "p2/profile.h"
@@ -43,8 +43,8 @@ struct RevertedState {
 
 /// The copy that a repair restores: one whose state is there and may be the newest one, and that has a better file than the
 /// damaged one.
-std::optional<KeptConfiguration> copy_to_restore(const std::filesystem::path& instance,
-                                                 const eclipse_p2::ConfigurationDamage& damage);
+std::optional<ConfigurationBackup> copy_to_restore(const std::filesystem::path& instance,
+                                                   const eclipse_p2::ConfigurationDamage& damage);
 
 /// What is known of an instance that may need a repair, and what its configuration needs.
 struct RepairPlan {
@@ -53,7 +53,7 @@ struct RepairPlan {
   std::vector<eclipse_p2::ProfileState> states = {};
   std::vector<std::size_t> unit_counts = {};                     ///< of each of them
   std::optional<eclipse_p2::ConfigurationDamage> configuration;  ///< what is wrong with it
-  std::optional<KeptConfiguration> to_restore;                   ///< goes with the newest state that is left
+  std::optional<ConfigurationBackup> to_restore;                 ///< goes with the newest state that is left
   std::vector<RevertedState> reverted;                           ///< newest first
 };
 

@@ -15,6 +15,8 @@
 #include <system_error>
 #include <utility>
 
+#include "base/write_all.h"
+
 namespace eclipse_language_server {
 
 namespace {
@@ -23,16 +25,6 @@ namespace {
 constexpr int success = 0;
 constexpr int failure = 1;
 constexpr int unwritable = 2;  ///< the parent did not get all of the result or message
-
-/// Whether all of it was written.
-bool write_all(int descriptor, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t count = write(descriptor, text.data(), text.size());
-    if (count < 0 && errno != EINTR) return false;
-    if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return true;
-}
 
 /// Nothing that the work prints may get between the messages to the editor.
 void leave_standard_streams() {
@@ -44,9 +36,9 @@ void leave_standard_streams() {
 int status_of(const std::function<std::string()>& work, int output) {
   try {
     leave_standard_streams();
-    return write_all(output, work()) ? success : unwritable;
+    return eclipse_base::write_all(output, work()) ? success : unwritable;
   } catch (const std::exception& error) {
-    return write_all(output, error.what()) ? failure : unwritable;
+    return eclipse_base::write_all(output, error.what()) ? failure : unwritable;
   }
 }
 

@@ -9,14 +9,13 @@
 #include "base/uri.h"
 #include "dry_run/descriptor_paths.h"
 #include "lint/configuration.h"
+#include "standalone_host/session_file.h"
 
 using namespace eclipse_base;
 
 namespace eclipse_language_server {
 
 namespace {
-
-bool is_utf16(std::string_view beginning) { return beginning.starts_with("\xFF\xFE") || beginning.starts_with("\xFE\xFF"); }
 
 constexpr auto by_size = [](std::string_view one, std::string_view other) { return one.size() < other.size(); };
 
@@ -91,16 +90,17 @@ std::string Document::content() const {
 void Document::read_encoding() {
   const std::string beginning = file_ ? read_beginning(*file_, utf_8_mark.size()).bytes : "";
   hidden_beginning_ = beginning == utf_8_mark && !text_.starts_with(utf_8_mark) ? beginning : "";
-  is_recoded_ = is_utf16(beginning);
+  is_recoded_ = has_utf_16_mark(beginning);
 }
 
 bool Document::is_configuration() const { return file_ && file_->filename() == eclipse_lint::configuration_name; }
 
 bool Document::is_session() const {
-  return file_ && !is_configuration() && file_->extension() == ".json" && text_.find("\"components\"") != std::string::npos;
+  return file_ && !is_configuration() && eclipse_host::is_session(*file_, text_) &&
+         text_.find("\"components\"") != std::string::npos;
 }
 
-bool Document::is_descriptor() const { return file_ && file_->extension() != ".json"; }
+bool Document::is_descriptor() const { return file_ && !eclipse_host::is_session(*file_, text_); }
 
 bool Document::is_in_descriptor_directory() const {
   return file_ && eclipse_dry_run::descriptor_directory_in(file_->string()) != std::string::npos;

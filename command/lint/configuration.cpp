@@ -45,16 +45,16 @@ std::optional<fs::path> find_configuration(const fs::path& linted) {
 
 Configuration read_configuration(const JsonDocument& document) {
   Configuration configuration;
-  document.root().read_object({{"$schema", Presence::optional, [](const JsonElement& schema) { schema.text(); }},
-                               {"rules", Presence::optional,
-                                [&](const JsonElement& rules) {
-                                  rules.read_members(
-                                      [&](const JsonElement& rule) { configuration.levels[rule.key()] = read_level(rule); });
-                                }},
-                               {"overrides", Presence::optional,
-                                [&](const JsonElement& list) { configuration.overrides = overrides_in(list, document); }}});
+  document.root().read_object(
+      {{"$schema", Presence::optional, [](const JsonElement& schema) { schema.text(); }},
+       {"rules", Presence::optional,
+        [&](const JsonElement& rules) {
+          rules.read_members([&](const JsonElement& rule) { configuration.levels[rule.key()] = read_level(rule); });
+        }},
+       {"suppressions", Presence::optional,
+        [&](const JsonElement& list) { configuration.suppressions = suppressions_in(list, document); }}});
   const fs::path directory = absolute_path(document.file()).parent_path();
-  for (Override& entry : configuration.overrides) {
+  for (Suppression& entry : configuration.suppressions) {
     if (entry.file) entry.file = (directory / *entry.file).lexically_normal().string();
   }
   return configuration;
@@ -67,8 +67,8 @@ Settings with_configuration(Settings settings, const fs::path& linted) {
   if (!file) return settings;
   Configuration configuration = read_configuration(JsonDocument(shown_path(*file)));
   settings.levels.merge(configuration.levels);
-  settings.overrides.insert(settings.overrides.end(), std::make_move_iterator(configuration.overrides.begin()),
-                            std::make_move_iterator(configuration.overrides.end()));
+  settings.suppressions.insert(settings.suppressions.end(), std::make_move_iterator(configuration.suppressions.begin()),
+                               std::make_move_iterator(configuration.suppressions.end()));
   return settings;
 }
 

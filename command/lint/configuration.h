@@ -11,7 +11,7 @@
 
 #include "base/json_document.h"
 #include "lint/lint.h"
-#include "lint/override.h"
+#include "lint/suppression.h"
 
 namespace eclipse_lint {
 
@@ -19,8 +19,8 @@ inline constexpr const char* configuration_name = ".eclipse-int.json";
 
 /// What a configuration file says.
 struct Configuration {
-  std::map<std::string, Level> levels;  ///< by rule or group
-  std::vector<Override> overrides;      ///< with absolute paths
+  std::map<std::string, Level> levels;    ///< by rule or group
+  std::vector<Suppression> suppressions;  ///< with absolute paths
 };
 
 /// The nearest configuration file: in a directory, in that of a file, or above it, but not above a directory that contains

@@ -60,7 +60,7 @@ struct Finding {
   Location location;
   std::string message;                        ///< one printable line
   std::string fix;                            ///< one printable line
-  std::optional<std::string> reason = {};     ///< why an override or a comment suppresses it
+  std::optional<std::string> reason = {};     ///< why an entry or a comment suppresses it
   std::optional<Correction> correction = {};  ///< nothing when only a person can fix it
   bool is_suppressed_in_file = false;         ///< by a comment
   std::vector<std::string> failing = {};      ///< where lines name features that the director does not install because of it

@@ -33,9 +33,9 @@ using LintFiles = std::function<Findings(eclipse_dry_run::DescriptorFiles& files
 /// A text with edits that are in its order and do not overlap.
 std::string edited(std::string_view text, const std::vector<Edit>& edits);
 
-/// Applies all corrections of findings that no override suppresses; of unsafe ones only `with_unsafe`. Of corrections that meet
-/// in one place, the first is applied, and then the files are linted again, until there is nothing left to correct. `unsaved`
-/// are texts that count in place of the files'. Throws FileError when a file cannot be read.
+/// Applies all corrections of findings that no entry and no comment suppresses; of unsafe ones only `with_unsafe`. Of
+/// corrections that meet in one place, the first is applied, and then the files are linted again, until there is nothing left
+/// to correct. `unsaved` are texts that count in place of the files'. Throws FileError when a file cannot be read.
 FixResult fix(const LintFiles& lint, bool with_unsafe, const eclipse_dry_run::DescriptorFiles& unsaved = {});
 
 }  // namespace eclipse_lint

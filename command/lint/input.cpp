@@ -31,7 +31,7 @@ namespace eclipse_lint {
 namespace {
 
 bool is_text(std::string_view content) {
-  if (content.find('\0') != content.npos || content.starts_with("\xFF\xFE") || content.starts_with("\xFE\xFF")) return false;
+  if (content.find('\0') != content.npos || has_utf_16_mark(content)) return false;
   const std::size_t carriage_return = content.find('\r');
   const bool ends_lines = carriage_return != content.npos && carriage_return + 1 < content.size();
   return !ends_lines || content.find('\n') != content.npos;
@@ -454,7 +454,7 @@ std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, 
                               "; give a descriptor file, a directory of components or a session file (.json)");
   }
   if (fs::is_directory(status)) return read_directory(library, sites, files, path);
-  if (path.extension() == ".json" || (!files.has_unsaved(path) && begins_like_session(read_beginning(path, 65536).bytes))) {
+  if (is_session(path, files.has_unsaved(path) ? "" : read_beginning(path, 65536).bytes)) {
     return read_session_input(library, sites, files, std::make_shared<const JsonDocument>(path), add_variables);
   }
   std::vector<std::unique_ptr<Input>> inputs;

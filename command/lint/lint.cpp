@@ -7,7 +7,7 @@
 #include "lint/configuration.h"
 #include "lint/input.h"
 #include "lint/rule.h"
-#include "lint/suppression.h"
+#include "lint/suppression_comment.h"
 
 using namespace eclipse_base;
 using namespace eclipse_dry_run;
@@ -88,9 +88,9 @@ Findings findings_in(const std::vector<std::unique_ptr<Input>>& inputs, const Se
     const Level* const level = level_of(*finding.rule, settings);
     if (level != nullptr && *level) finding.severity = **level;
     if (finding.reason) continue;
-    const auto entry = std::find_if(settings.overrides.begin(), settings.overrides.end(),
-                                    [&](const Override& each) { return applies(each, finding); });
-    if (entry != settings.overrides.end()) finding.reason = entry->reason;
+    const auto entry = std::find_if(settings.suppressions.begin(), settings.suppressions.end(),
+                                    [&](const Suppression& each) { return applies(each, finding); });
+    if (entry != settings.suppressions.end()) finding.reason = entry->reason;
   }
   return findings;
 }

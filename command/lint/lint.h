@@ -16,7 +16,7 @@
 #include "dry_run/descriptor_files.h"
 #include "dry_run/plugin_functions.h"
 #include "lint/finding.h"
-#include "lint/override.h"
+#include "lint/suppression.h"
 #include "p2/repository.h"
 
 namespace eclipse_lint {
@@ -34,7 +34,7 @@ struct Settings {
   std::set<std::string> disabled;            ///< rules and groups that are not checked
   std::set<std::string> selected = {};       ///< when there are any, only these rules and groups are checked
   std::map<std::string, Level> levels = {};  ///< by rule or group; the entry of a rule counts more than that of its group
-  std::vector<Override> overrides;
+  std::vector<Suppression> suppressions;
   ConfigurationChoice configuration = {};  ///< the settings here count more than those of the file
   bool is_update = false;                  ///< a session is run with --update, so what that resolves is not found
   /// Sets more variables in each session that was read from its file, as a run does.

@@ -28,8 +28,8 @@ void print_github(std::ostream& out, const Findings& findings, const Errors& err
 /// "2 errors, 1 warning in 3 files; --fix corrects 2". Nothing when there are none.
 void print_summary(std::ostream& out, const Findings& findings);
 
-/// {findings: [{rule, group, severity, file, line, column, length, text, message, why, fix, correction, override}], counts:
-/// {error, warning, note, overridden}, errors: [{file, line, column, message}]}, the last only if there are any. Columns,
+/// {findings: [{rule, group, severity, file, line, column, length, text, message, why, fix, correction, suppression}], counts:
+/// {error, warning, note, suppressed}, errors: [{file, line, column, message}]}, the last only if there are any. Columns,
 /// offsets and lengths are in bytes, but the columns of errors in characters. What is not UTF-8 becomes U+FFFD.
 void print_json(std::ostream& out, const Findings& findings, const Errors& errors = {});
 

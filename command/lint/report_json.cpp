@@ -36,7 +36,7 @@ Json finding_as_json(const Finding& finding) {
                 {"why", finding.rule->why},
                 {"fix", finding.fix}};
   if (finding.correction) entry["correction"] = correction_as_json(*finding.correction);
-  if (finding.reason) entry["override"] = *finding.reason;
+  if (finding.reason) entry["suppression"] = *finding.reason;
   return entry;
 }
 
@@ -123,10 +123,10 @@ Json rules_as_json() {
 
 void print_json(std::ostream& out, const Findings& findings, const Errors& errors) {
   Json list = Json::array();
-  Json counts = {{"error", 0}, {"warning", 0}, {"note", 0}, {"overridden", 0}};
+  Json counts = {{"error", 0}, {"warning", 0}, {"note", 0}, {"suppressed", 0}};
   for (const Finding& finding : findings) {
     list.push_back(finding_as_json(finding));
-    Json& count = counts[finding.reason ? "overridden" : std::string(name_of(finding.severity))];
+    Json& count = counts[finding.reason ? "suppressed" : std::string(name_of(finding.severity))];
     count = count.get<int>() + 1;
   }
   Json json = {{"findings", list}, {"counts", counts}};

@@ -159,7 +159,7 @@ namespace {
 std::string unknown(std::string_view kind, std::string_view name, const std::vector<std::string>& known) {
   const std::string message = "there is no " + std::string(kind) + " " + in_quotes(name);
   const auto meant = similar_word(name, known);
-  return message + (meant ? "; did you mean " + in_quotes(*meant) + "?" : "; \"eclipse-int explain\" lists them all");
+  return message + (meant ? "; " + did_you_mean(*meant) : "; \"eclipse-int explain\" lists them all");
 }
 
 std::vector<std::string> rule_names() {

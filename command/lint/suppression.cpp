@@ -1,65 +1,82 @@
 #include "lint/suppression.h"
 
-#include <algorithm>
-#include <map>
+#include <charconv>
+#include <string_view>
+#include <system_error>
 
+#include "base/file.h"
 #include "base/text.h"
 #include "lint/rule.h"
 
 using namespace eclipse_base;
 
+namespace fs = std::filesystem;
+
 namespace eclipse_lint {
 
 namespace {
 
-/// Removes what the text begins with, and the spaces after that.
-bool remove_beginning(std::string_view& text, std::string_view beginning) {
-  if (!text.starts_with(beginning)) return false;
-  text.remove_prefix(beginning.size());
-  text = trimmed(text);
-  return true;
+bool ends_with_path(const fs::path& path, const fs::path& end) {
+  const std::string whole = path.lexically_normal().string();
+  const std::string part = end.lexically_normal().string();
+  return whole == part || whole.ends_with("/" + part);
 }
 
-bool concerns(const Suppression& suppression, std::size_t line, const Finding& finding) {
-  const bool is_there = suppression.is_for_file || finding.location.line == line + 1;
-  const auto& rules = suppression.rules;
-  return is_there && std::find(rules.begin(), rules.end(), finding.rule->name) != rules.end();
+/// Whether a path is that of the other or leads to something below it. Both are absolute.
+bool is_at_or_below(const fs::path& path, const fs::path& other) {
+  const fs::path relative = path.lexically_normal().lexically_relative(other.lexically_normal());
+  return !relative.empty() && *relative.begin() != "..";
+}
+
+bool is_in(const std::string& file, const fs::path& wanted) {
+  return wanted.is_absolute() ? is_at_or_below(absolute_path(file), wanted) : ends_with_path(file, wanted);
+}
+
+/// The values of a document do not include numbers, so they are read from its text.
+std::size_t line_number(const JsonElement& element, const JsonDocument& document) {
+  const JsonLocation location = element.location();
+  const std::string_view text = document.line(location.line).substr(location.column - 1, location.length);
+  std::size_t number = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (read.ec != std::errc() || number == 0 || read.ptr != text.data() + text.size())
+    element.fail("is not a line number; write a whole number from 1");
+  return number;
+}
+
+Suppression read_suppression(const JsonElement& element, const JsonDocument& document) {
+  Suppression entry;
+  element.read_object({{"rule", Presence::required,
+                        [&](const JsonElement& rule) {
+                          entry.rule = rule.text();
+                          if (find_rule(entry.rule) == nullptr) rule.fail(unknown_rule(entry.rule));
+                        }},
+                       {"file", Presence::optional, [&](const JsonElement& file) { entry.file = file.text(); }},
+                       {"line", Presence::optional, [&](const JsonElement& line) { entry.line = line_number(line, document); }},
+                       {"reason", Presence::required, [&](const JsonElement& reason) {
+                          entry.reason = reason.text();
+                          if (trimmed(entry.reason).empty()) reason.fail("is empty; write why the finding is acceptable");
+                        }}});
+  entry.location = document.file().string() + ":" + std::to_string(element.location().line);
+  return entry;
 }
 
 }  // namespace
 
-std::optional<Suppression> suppression_in(const Line& line) {
-  std::string_view text = trimmed(line.text);
-  if (line.text.find('\t') != line.text.npos || !remove_beginning(text, "#") || !remove_beginning(text, "eclipse-int:")) {
-    return std::nullopt;
-  }
-  Suppression suppression;
-  suppression.is_for_file = remove_beginning(text, "disable-file=");
-  suppression.is_understood = suppression.is_for_file || remove_beginning(text, "disable-next-line=");
-  if (!suppression.is_understood) return suppression;
-  const std::string_view names = text.substr(0, text.find(' '));
-  suppression.rules = split(names, ',');
-  suppression.reason = trimmed(text.substr(names.size()));
-  if (suppression.reason.empty()) suppression.reason = "suppressed by a comment";
-  return suppression;
+bool applies(const Suppression& entry, const Finding& finding) {
+  if (entry.rule != finding.rule->name) return false;
+  if (entry.line && *entry.line != finding.location.line) return false;
+  return !entry.file || is_in(finding.location.file, *entry.file);
 }
 
-void suppress(const std::deque<Descriptor>& descriptors, Findings& findings) {
-  std::map<std::string_view, std::vector<Finding*>> by_file;
-  for (Finding& finding : findings) by_file[finding.location.file].push_back(&finding);
-  for (const Descriptor& descriptor : descriptors) {
-    const auto found = by_file.find(descriptor.file);
-    if (found == by_file.end()) continue;
-    for (const Line& line : descriptor.lines) {
-      const auto suppression = suppression_in(line);
-      if (!suppression) continue;
-      for (Finding* const finding : found->second) {
-        if (finding->reason || !concerns(*suppression, line.number, *finding)) continue;
-        finding->reason = suppression->reason;
-        finding->is_suppressed_in_file = true;
-      }
-    }
-  }
+std::vector<Suppression> suppressions_in(const JsonElement& list, const JsonDocument& document) {
+  std::vector<Suppression> suppressions;
+  list.read_items([&](const JsonElement& element) { suppressions.push_back(read_suppression(element, document)); });
+  return suppressions;
+}
+
+std::vector<Suppression> read_suppressions(const fs::path& file) {
+  const JsonDocument document(file);
+  return suppressions_in(document.root(), document);
 }
 
 }  // namespace eclipse_lint

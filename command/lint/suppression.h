@@ -1,31 +1,35 @@
-// Comments in a descriptor file that suppress findings: the plug-in ignores every line without a tab.
+// Entries of a suppressions file or of the configuration: a person has decided that a finding is acceptable.
 #ifndef ECLIPSE_INT_LINT_SUPPRESSION_H
 #define ECLIPSE_INT_LINT_SUPPRESSION_H
 
-#include <deque>
+#include <cstddef>
+#include <filesystem>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "base/json_document.h"
 #include "lint/finding.h"
-#include "lint/input.h"
 
 namespace eclipse_lint {
 
-/// "# eclipse-int: disable-next-line=RULE,RULE REASON", or disable-file for the whole file.
+/// Suppresses findings of one rule, for a reason.
 struct Suppression {
-  bool is_understood = false;
-  bool is_for_file = false;
-  std::vector<std::string> rules;
-  std::string reason;  ///< never empty
+  std::string rule;
+  std::optional<std::string> file;  ///< a path or the end of one; an absolute path also of a directory above the file
+  std::optional<std::size_t> line;
+  std::string reason;
+  std::string location = {};  ///< "FILE:LINE", where it is written
 };
 
-/// Nothing for a line that is not addressed to eclipse-int.
-std::optional<Suppression> suppression_in(const Line& line);
+/// Whether a suppression is for a finding. Of several, the first one applies.
+bool applies(const Suppression& entry, const Finding& finding);
 
-/// Sets the reason in the findings that a comment in these files suppresses.
-void suppress(const std::deque<Descriptor>& descriptors, Findings& findings);
+/// A list of {"rule", "file" (optional), "line" (optional), "reason"}. Throws FileError.
+std::vector<Suppression> suppressions_in(const eclipse_base::JsonElement& list, const eclipse_base::JsonDocument& document);
+
+/// Reads a file that consists of such a list. Throws FileError.
+std::vector<Suppression> read_suppressions(const std::filesystem::path& file);
 
 }  // namespace eclipse_lint
 

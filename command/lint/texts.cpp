@@ -9,6 +9,7 @@
 #include "base/uri.h"
 #include "dry_run/command_pieces.h"
 #include "lint/rules/shell_changes.h"
+#include "p2/instance_paths.h"
 #include "p2/repository_url.h"
 
 using namespace eclipse_base;
@@ -59,7 +60,7 @@ bool is_comment(std::string_view text) {
 }
 
 bool is_directory_of_artifacts(const std::filesystem::path& directory) {
-  return directory.filename() == "features" || directory.filename() == "plugins";
+  return directory.filename() == eclipse_p2::features_directory || directory.filename() == eclipse_p2::plugins_directory;
 }
 
 bool has_drive_letter(std::string_view repository) {
@@ -79,10 +80,9 @@ bool looks_like_site(std::string_view text) { return text.find('/') != text.npos
 
 bool is_plain_repository(const Record& record) {
   const std::string_view text = record.repository();
-  const bool archive = is_archive(record);
   if (text.empty() || text.starts_with('/') || has_scheme(text) || has_drive_letter(text)) return false;
   if (text != trimmed(text) || !changes_in_repository(record).empty()) return false;
-  return text.find_first_of("\\,") == text.npos && eclipse_p2::url_syntax_in(text, archive) == text.npos && is_utf8(text);
+  return text.find('\\') == text.npos && !eclipse_p2::path_error(text, is_archive(record));
 }
 
 }  // namespace eclipse_lint

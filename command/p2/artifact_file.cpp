@@ -89,11 +89,10 @@ std::optional<std::uintmax_t> fixed_size_of(const pugi::xml_node& artifact) {
 }
 
 std::string jar_damage(const OpenFile& jar, std::optional<std::uintmax_t> size) {
-  constexpr std::string_view zip = "PK";
   const FileContent beginning = jar.beginning(git_lfs::beginning_of_pointer.size());
   if (!beginning.error.empty()) return beginning.error;
   if (git_lfs::is_pointer(beginning.bytes)) return git_lfs::pointer_error;
-  if (!beginning.bytes.starts_with(zip)) return "is not a zip archive";
+  if (!beginning.bytes.starts_with(zip_mark)) return archive_error::not_zip;
   if (!size || jar.size() == *size) return zip_end_error(jar);
   return "has " + std::to_string(jar.size()) + " bytes, but the repository lists it with " + std::to_string(*size);
 }

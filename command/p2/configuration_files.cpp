@@ -123,12 +123,12 @@ class Files {
     const std::string none = why_no_file(file);
     if (!none.empty()) {
       if (!is_known(configuration_file) && !starts_from_configuration()) return std::nullopt;
-      return ConfigurationDamage{file, none, director_fails, false, ""};
+      return ConfigurationDamage{file, none, consequence::director_fails, false, ""};
     }
     const FileContent content = read_file(file, largest::configuration);
     const auto lines = lines_of(content.bytes);
     if (!content.error.empty() || std::any_of(lines.begin(), lines.end(), is_setting)) return std::nullopt;
-    return ConfigurationDamage{file, "has no settings", director_fails, false, ""};
+    return ConfigurationDamage{file, "has no settings", consequence::director_fails, false, ""};
   }
 
   std::optional<ConfigurationDamage> bundle_list_damage() const {
@@ -148,7 +148,7 @@ class Files {
     return ConfigurationDamage{file,
                                "lists " + std::to_string(wanted.size() - missing.size()) + " of the " +
                                    counted(wanted.size(), "bundle") + " that the p2 profile lists as installed",
-                               director_fails, false, ""};
+                               consequence::director_fails, false, ""};
   }
 
   /// p2 takes a list that it cannot read for none, and says nothing.
@@ -178,8 +178,6 @@ class Files {
                                "does not list " + names_of(missing) + ", although the p2 profile lists it as installed",
                                "so Eclipse does not start it", true, time_without(missing, states).value_or("")};
   }
-
-  static constexpr const char* director_fails = "so every director fails";
 
   fs::path place_;
   const fs::path& instance_;
@@ -234,7 +232,7 @@ std::optional<ConfigurationDamage> surplus_bundles(const fs::path& instance, con
   if (unknown.empty()) return std::nullopt;
   ConfigurationDamage damage{instance / bundle_list,
                              "lists " + names_of(unknown) + ", which only states that were renamed contain",
-                             "so Eclipse keeps starting bundles that no director can remove", true, ""};
+                             consequence::bundles_stay, true, ""};
   damage.surplus = std::move(unknown);
   return damage;
 }

@@ -25,6 +25,12 @@ std::string unescaped(std::string_view value);
 /// The bundles that the instance in this directory starts with.
 std::set<Unit> listed_bundles(const std::filesystem::path& instance);
 
+/// What comes of damage to an instance.
+namespace consequence {
+inline constexpr const char* director_fails = "so every director fails";
+inline constexpr const char* bundles_stay = "so Eclipse keeps starting bundles that no director can remove";
+}  // namespace consequence
+
 struct ConfigurationDamage {
   std::filesystem::path file;
   std::string error;               ///< to be read after its name, such as "is missing"

@@ -87,8 +87,8 @@ DataArea area_called(const std::string& value, const fs::path& instance) {
   constexpr std::string_view beside = "@config.dir/";
   constexpr std::string_view scheme = "file:";
   if (value.starts_with(beside)) {
-    const fs::path relative = normalized(fs::path("configuration") / value.substr(beside.size()));
-    return {instance / relative, relative == "p2", ""};
+    const fs::path relative = normalized(fs::path(configuration_directory) / value.substr(beside.size()));
+    return {instance / relative, relative == data_directory, ""};
   }
   const std::string path = value.starts_with(scheme) ? value.substr(scheme.size()) : value;
   if (is_absolute_as_it_is(path)) return {normalized(path), false, ""};
@@ -101,7 +101,7 @@ DataArea data_area_of(const fs::path& instance) {
   std::string reason = reason_in_instance(instance);
   if (!reason.empty()) return {"", false, std::move(reason)};
   const auto value = configured_value(instance, area_key);
-  return value ? area_called(unescaped(trimmed(*value)), instance) : DataArea{instance / "p2", true, ""};
+  return value ? area_called(unescaped(trimmed(*value)), instance) : DataArea{instance / data_directory, true, ""};
 }
 
 }  // namespace eclipse_p2

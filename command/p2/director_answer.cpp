@@ -25,11 +25,8 @@ constexpr std::string_view milliseconds = " ms.";
 std::string why_not_an_answer(std::string_view output) {
   const std::string_view last = last_line(output);
   if (last.starts_with(completed) && last.ends_with(milliseconds)) return "";
-  constexpr std::size_t shown = 200;
   const std::string printed =
-      last.empty() ? "it printed nothing"
-                   : "its output ends with " + in_quotes(last.substr(0, shown)) +
-                         (last.size() > shown ? " and " + std::to_string(last.size() - shown) + " more bytes" : "");
+      last.empty() ? "it printed nothing" : "its output ends with \"" + printable(last, {.longest = 200}) + "\"";
   return "the answer of a director ends with \"" + std::string(completed) + "N" + std::string(milliseconds) + "\", but " +
          printed + "; is this the Eclipse executable?";
 }

@@ -19,6 +19,7 @@
 #include "base/text.h"
 #include "p2/instance_paths.h"
 #include "shell/exit_code.h"
+#include "shell/shell_reading.h"
 
 namespace fs = std::filesystem;
 using eclipse_shell::CommandResult;
@@ -118,7 +119,7 @@ Failure of_shell(const CommandResult& result) {
   } else if (result.exit_code == exit_code::not_started) {
     failure.meaning = "the program cannot be started: it is a directory or not executable, or the command is too long";
   } else {
-    failure.meaning = "it rejects the command and starts nothing";
+    failure.meaning = std::string("it ") + eclipse_shell::rejects_command;
   }
   return failure;
 }
@@ -263,9 +264,9 @@ Failure explain(const CommandResult& result, const InstanceLogs& logs) {
 
 std::string text_of(const Failure& failure, const std::string& indent) {
   using eclipse_base::printable;
-  std::string text = std::string(name_of(failure.layer)) + ": " + failure.meaning;
+  std::string text = std::string(name_of(failure.layer)) + " failed: " + printable(failure.meaning);
   for (const std::string& cause : failure.causes) text.append("\n").append(indent).append(printable(cause));
-  if (failure.log) text.append("\n").append(indent).append("(").append(printable(failure.log->string())).append(")");
+  if (failure.log) text.append("\n").append(indent).append("Log: ").append(printable(failure.log->string()));
   return text;
 }
 

@@ -34,9 +34,8 @@ std::optional<ExecutableError> path_error(const std::string& path) {
   if (!is_utf8(path))
     return ExecutableError{quoted + " is not valid UTF-8, and Java cannot open it", "move Eclipse to another path"};
   if (!is_readable_in_locale(path)) {
-    return ExecutableError{
-        quoted + " has non-ASCII characters, which Java cannot read in the current locale",
-        "set a locale with UTF-8 for the installer, such as LC_ALL=C.UTF-8, or move Eclipse to another path"};
+    return ExecutableError{quoted + " has " + unreadable_in_locale,
+                           std::string(locale_fix) + ", or move Eclipse to another path"};
   }
   const std::size_t at = path.find_first_of(characters_of_syntax);
   if (at == path.npos) return std::nullopt;

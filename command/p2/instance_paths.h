@@ -17,6 +17,9 @@ inline constexpr const char* source_list = "configuration/org.eclipse.equinox.so
 inline constexpr const char* update_configuration = "configuration/org.eclipse.update/platform.xml";
 inline constexpr const char* artifact_list = "artifacts.xml";  ///< also of a repository
 inline constexpr const char* data_directory = "p2";
+inline constexpr const char* dropins_directory = "dropins";
+inline constexpr const char* features_directory = "features";  ///< also of a repository
+inline constexpr const char* plugins_directory = "plugins";    ///< also of a repository
 
 // Relative to the data directory of p2.
 inline constexpr const char* profile_registry = "org.eclipse.equinox.p2.engine/profileRegistry";

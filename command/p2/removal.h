@@ -15,6 +15,9 @@
 
 namespace eclipse_p2 {
 
+/// What comes of a unit that is not installed.
+inline constexpr const char* removes_none = "so the director removes none of the features";
+
 /// What an instance has of a unit.
 struct UnitState {
   bool is_installed = false;                ///< in the version that is named, if one is

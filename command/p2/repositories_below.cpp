@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "base/file_error.h"
+#include "base/files_below.h"
 #include "p2/repository_files.h"
 
 namespace fs = std::filesystem;
@@ -32,10 +33,7 @@ std::vector<fs::path> repositories_below(const fs::path& directory) {
     found.push_back(entry->path());
     entry.disable_recursion_pending();
   }
-  if (error) {
-    throw eclipse_base::FileError(directory,
-                                  "cannot be searched: " + error.message() + "; make it and the directories in it readable");
-  }
+  if (error) eclipse_base::fail_search(directory, error);
   std::sort(found.begin(), found.end());
   return found;
 }

@@ -12,6 +12,7 @@
 #include "base/uri.h"
 #include "p2/artifact_location.h"
 #include "p2/names.h"
+#include "p2/repository_url.h"
 #include "p2/touchpoint_actions.h"
 #include "p2/xml.h"
 
@@ -45,11 +46,11 @@ std::string without_dots(std::string_view path) {
 /// Where a child of a composite is; nothing when it is not on this disk. The director decodes no "%20", takes "/directory" as
 /// relative to the composite too, and resolves no ".." in an archive.
 std::optional<RepositoryPlace> place_of_child(std::string_view location, const RepositoryPlace& composite, bool in_archive) {
-  constexpr std::string_view archive = "jar:file:";
-  if (location.starts_with(archive)) {
-    const std::string_view url = location.substr(std::string_view("jar:").size());
-    const std::size_t mark = std::min(url.find("!/"), url.size());
-    return RepositoryPlace{path_in(url.substr(0, mark)), with_slash(std::string(url.substr(std::min(mark + 2, url.size()))))};
+  if (location.starts_with("jar:file:")) {
+    const std::string_view url = location.substr(archive_scheme.size());
+    const std::size_t mark = std::min(url.find(archive_end), url.size());
+    const std::size_t inside = std::min(mark + archive_end.size(), url.size());
+    return RepositoryPlace{path_in(url.substr(0, mark)), with_slash(std::string(url.substr(inside)))};
   }
   if (location.starts_with("file:")) return RepositoryPlace{composite.path / path_in(location)};
   if (eclipse_base::has_scheme(location)) return std::nullopt;
@@ -122,7 +123,7 @@ void add_packed(const std::set<std::string>& packed, Repository& read) {
                                      0;
     if (is_listed_otherwise) continue;
     read.damaged_artifacts.emplace(
-        name, std::string(name).append(" is packed by Pack200, which directors on Java 14 and later cannot unpack"));
+        name, name + " " + repository_error::pack200 + (", which directors on Java 14 and later cannot unpack"));
   }
 }
 
@@ -137,7 +138,7 @@ void add_artifact(const pugi::xml_node& artifact, const ArtifactLocation& locati
     read.artifacts_elsewhere.emplace(name, location.elsewhere);
   } else if (!file.empty() && files.has_with_backslashes(file)) {
     read.damaged_artifacts.emplace(
-        name, file + " has backslashes in its name in the archive, where only slashes separate directories");
+        name, file + " " + repository_error::backslashes + (" in the archive, where only slashes separate directories"));
   } else if (!file.empty() && !files.has(file)) {
     read.missing_artifacts.emplace(name, file);
   } else if (const std::string error = is_own_file ? jar_damage(OpenFile(files.path() / file), size) : ""; !error.empty()) {
@@ -298,7 +299,8 @@ class Repositories::Reader {
     // The director looks into an archive only when the location begins with "jar:".
     std::error_code error;
     static const Repository missing;
-    if (!files_.are_in_archive() && !location.starts_with("jar:") && fs::is_regular_file(place->path, error)) return &missing;
+    if (!files_.are_in_archive() && !location.starts_with(archive_scheme) && fs::is_regular_file(place->path, error))
+      return &missing;
     const Repository& child = repositories_.at(*place, depth_ + 1);
     if (child.is_endless) {
       repository_.is_endless = true;

@@ -11,6 +11,7 @@
 #include <system_error>
 #include <utility>
 
+#include "base/archive.h"
 #include "base/limits.h"
 #include "base/text.h"
 #include "p2/git_lfs_pointer.h"
@@ -114,7 +115,7 @@ RepositoryFiles::RepositoryFiles(RepositoryPlace place) : place_(std::move(place
   } else if (!fs::is_directory(status)) {
     error_ = "is not a regular file";
   } else if (!place_.inside.empty()) {
-    error_ = "is not a zip archive";
+    error_ = eclipse_base::archive_error::not_zip;
   }
 }
 
@@ -230,7 +231,7 @@ std::optional<Metadata> RepositoryFiles::read(Listing listing) const {
       return metadata;
     }
   }
-  unknown.error = std::string("p2.index excludes every ") +
+  unknown.error = std::string(repository_error::excluded) +
                   (listing == Listing::content ? "metadata file that exists" : "list of artifacts that exists");
   return unknown;
 }

@@ -26,6 +26,13 @@
 
 namespace eclipse_p2 {
 
+/// What the errors of repositories begin with, after the name of a file, that have fixes of their own.
+namespace repository_error {
+inline constexpr const char* pack200 = "is packed by Pack200";
+inline constexpr const char* backslashes = "has backslashes in its name";
+inline constexpr const char* excluded = "p2.index excludes every ";
+}  // namespace repository_error
+
 /// Where a repository is: a directory, or an archive, or a directory in an archive.
 struct RepositoryPlace {
   std::filesystem::path path;

@@ -12,43 +12,41 @@ namespace eclipse_p2 {
 namespace {
 
 constexpr std::string_view brackets = "[]";
-constexpr std::string_view archive_scheme = "jar:";
-constexpr std::string_view archive_end = "!/";
-
-std::string about_syntax(std::string_view path, std::size_t at) {
-  const std::size_t length = path[at] == '%' ? 3 : path[at] == '!' ? 2 : 1;
-  return "cannot be loaded: the director reads " + eclipse_base::in_quotes(path.substr(at, length)) + " as URL syntax";
-}
 
 }  // namespace
 
-std::size_t url_syntax_in(std::string_view path, bool is_archive) {
+std::string_view url_syntax_in(std::string_view path, bool is_archive) {
   const auto is_digit = [&](std::size_t i) {
     return i < path.size() && std::isxdigit(static_cast<unsigned char>(path[i])) != 0;
   };
   for (std::size_t at = 0; at < path.size(); ++at) {
-    if (path[at] == '#' || (path[at] == '%' && is_digit(at + 1) && is_digit(at + 2))) return at;
-    if (is_archive ? path.substr(at).starts_with(archive_end) : path[at] == '?' || brackets.find(path[at]) != brackets.npos)
-      return at;
+    const bool is_query = !is_archive && (path[at] == '?' || brackets.find(path[at]) != brackets.npos);
+    if (path[at] == '#' || is_query) return path.substr(at, 1);
+    if (path[at] == '%' && is_digit(at + 1) && is_digit(at + 2)) return path.substr(at, 3);
+    if (is_archive && path.substr(at).starts_with(archive_end)) return path.substr(at, archive_end.size());
   }
-  return path.npos;
+  return {};
 }
 
 bool is_of_other_kind(const Repository& repository, bool is_archive) {
   return repository.exists && repository.is_directory == is_archive;
 }
 
-std::optional<UrlError> url_error(std::string_view path, bool is_archive, const Repository& repository) {
+std::optional<UrlError> path_error(std::string_view path, bool is_archive) {
   if (path.find(',') != path.npos) {
     return UrlError{"cannot be loaded: the director splits its list of repositories at the comma", true};
   }
   if (!eclipse_base::is_utf8(path)) return UrlError{"cannot be loaded: its path is not UTF-8"};
+  const std::string_view syntax = url_syntax_in(path, is_archive);
+  if (syntax.empty()) return std::nullopt;
+  return UrlError{"cannot be loaded: the director reads " + eclipse_base::in_quotes(syntax) + " as URL syntax",
+                  !is_archive && path.find_first_of(brackets) != path.npos};
+}
+
+std::optional<UrlError> url_error(std::string_view path, bool is_archive, const Repository& repository) {
+  if (auto error = path_error(path, is_archive)) return error;
   if (!is_readable_in_locale(path)) {
-    return UrlError{
-        "cannot be loaded: its path has non-ASCII characters, which the director cannot read in the current locale"};
-  }
-  if (const std::size_t at = url_syntax_in(path, is_archive); at != path.npos) {
-    return UrlError{about_syntax(path, at), !is_archive && path.find_first_of(brackets) != path.npos};
+    return UrlError{std::string("cannot be loaded: its path has ") + unreadable_in_locale};
   }
   if (!is_of_other_kind(repository, is_archive)) return std::nullopt;
   return UrlError{is_archive ? "is a directory whose name ends in .zip, so the plug-in passes it on as an archive"

@@ -12,9 +12,13 @@
 
 namespace eclipse_p2 {
 
-/// The offset of URL syntax in a path: a fragment or an escape; outside of an archive also a query or a bracket; in an archive
-/// also "!/", which ends its path. npos for none.
-std::size_t url_syntax_in(std::string_view path, bool is_archive);
+/// What the URL of an archive begins and ends with.
+inline constexpr std::string_view archive_scheme = "jar:";
+inline constexpr std::string_view archive_end = "!/";
+
+/// The first piece of a path that is URL syntax: "#", or an escape such as "%20"; outside of an archive also "?" and brackets;
+/// in an archive also "!/", which ends its path. Empty for none.
+std::string_view url_syntax_in(std::string_view path, bool is_archive);
 
 /// A directory whose URL is that of an archive, or a file whose URL is that of a directory.
 bool is_of_other_kind(const Repository& repository, bool is_archive);
@@ -23,6 +27,9 @@ struct UrlError {
   std::string message;       ///< what follows "the repository ..."
   bool hinders_all = false;  ///< the director fails before it loads any repository
 };
+
+/// Why no director can load a repository whose path contains this text; nothing when the text is not the reason.
+std::optional<UrlError> path_error(std::string_view path, bool is_archive);
 
 /// Why the director cannot load the repository at this path, whatever is in it; nothing when it can as far as the URL goes.
 std::optional<UrlError> url_error(std::string_view path, bool is_archive, const Repository& repository);

@@ -19,7 +19,7 @@ std::string line_at(std::string_view text, std::size_t offset) {
 
 /// Whether a text is in UTF-8 if it is correct: it does not say that it is in another encoding.
 bool should_be_utf8(std::string_view text) {
-  if (text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE") || text.substr(0, 4).find('\0') != text.npos) return false;
+  if (eclipse_base::has_utf_16_mark(text) || text.substr(0, 4).find('\0') != text.npos) return false;
   if (!text.starts_with("<?xml")) return true;
   const std::string declaration = eclipse_base::lower_case(text.substr(0, text.find("?>")));
   return declaration.find("encoding") == declaration.npos || declaration.find("utf-8") != declaration.npos;
@@ -72,7 +72,7 @@ std::string error_in_text(std::string_view text) {
   if (!should_be_utf8(text)) return "";
   const std::size_t valid = eclipse_base::length_of_utf8(text);
   if (valid < text.size()) {
-    return "is not UTF-8 in " + line_at(text, valid) + ", although it says so or names no other encoding";
+    return std::string(not_utf_8) + " in " + line_at(text, valid) + ", although it says so or names no other encoding";
   }
   const std::size_t ampersand = lone_ampersand(text);
   return ampersand == text.npos ? "" : "is not well-formed XML: write &amp; for the & in " + line_at(text, ampersand);

@@ -7,6 +7,9 @@
 
 namespace eclipse_p2 {
 
+/// What the error of a document begins with whose bytes are not those of its encoding.
+inline constexpr const char* not_utf_8 = "is not UTF-8";
+
 struct Xml {
   pugi::xml_document document;
   /// "is not well-formed XML", "has no <ROOT> element" or that it has too many elements; to be read after the name of the file.

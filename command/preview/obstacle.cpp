@@ -69,7 +69,7 @@ const Obstacles::Command& Obstacles::last_command_for(std::size_t number) const 
 std::string Obstacles::of(const PlannedRecord& feature, std::size_t number) const {
   const auto& config = feature.config;
   if (!eclipse_p2::is_readable_in_locale(config.feature)) {
-    return "the director cannot read non-ASCII characters in the current locale";
+    return std::string("it has ") + eclipse_p2::unreadable_in_locale;
   }
   if (eclipse_p2::is_read_as_option(config.feature)) return "the director reads it as an option";
   if (is_retried_ && plan_.retries_left_out.contains(number)) return obstacle_in_name(feature);

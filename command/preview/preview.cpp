@@ -10,6 +10,7 @@
 #include "p2/installation.h"
 #include "p2/installed_units.h"
 #include "p2/profile.h"
+#include "p2/removal.h"
 #include "plan/brought_units.h"
 #include "plan/offer.h"
 #include "preview/obstacle.h"
@@ -132,7 +133,7 @@ void add_removals(Preview& preview, const Plan& plan, const std::optional<Instal
     const auto stays = staying_by_unit.find(checked.unit);
     if (installed && !checked.is_installed) {
       feature.change = Change::fail;
-      feature.remark = "is not installed, so the director removes none of the features";
+      feature.remark = std::string("is not installed, ") + removes_none;
     } else if (stays != staying_by_unit.end()) {
       feature.change = Change::keep;
       feature.remark = "stays, because it is required by " + eclipse_base::first_few(stays->second->required_by);

@@ -226,13 +226,6 @@ std::string failure_summary(const Variables& variables, bool graphical, const st
 
 }  // namespace
 
-std::string failure_text(const Failure& failure, const std::string& indent) {
-  std::string text = std::string(name_of(failure.layer)) + " failed: " + printable(failure.meaning) + "\n";
-  for (const std::string& cause : failure.causes) text += indent + printable(cause) + "\n";
-  if (failure.log) text += indent + "Log: " + printable(failure.log->string()) + "\n";
-  return text;
-}
-
 std::string outcome_text(const RunRecord& record, const CommandFailures& failures, const Session& session,
                          const InstanceFinding& finding) {
   return verdict(record, finding) + what_happened(record, failures, finding) +

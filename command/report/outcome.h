@@ -19,9 +19,6 @@ struct InstanceFinding {
   std::function<std::optional<bool>(const std::string& feature)> has = [](const std::string&) { return std::nullopt; };
 };
 
-/// What a failure is, on a line, and its causes and its log on lines of their own, which begin with `indent`.
-std::string failure_text(const eclipse_p2::Failure& failure, const std::string& indent);
-
 /// Why features failed, which features the director reports as installed or removed and which not, why nothing was done, which
 /// variables the run changed, and the failure summary that the installer would show, without the output of the commands; in it
 /// "<p>" separates the lines when the session is graphical. A director that reports success has not always done what it was

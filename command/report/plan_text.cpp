@@ -11,6 +11,7 @@
 #include "p2/instance_paths.h"
 #include "p2/profile.h"
 #include "plan/reasons.h"
+#include "report/state_report.h"
 #include "terminal/table.h"
 
 using namespace eclipse_shell;
@@ -199,8 +200,8 @@ std::string shell_warning(const PlannedCommand& command) {
   const ShellReading& shell = command.shell;
   if (!shell.error.empty()) {
     const bool is_given = command.text.find('\0') == std::string::npos;
-    const std::string effect =
-        is_given ? "the shell rejects the command and starts nothing (exit code 2 or 1)" : "the command is not started";
+    const std::string effect = is_given ? std::string("the shell ") + eclipse_shell::rejects_command + " (exit code 2 or 1)"
+                                        : "the command is not started";
     return "  Warning: " + effect + ": " + printable(shell.error) + "\n" + causes_of(command);
   }
   std::string text = "  Warning: the shell would change this command:\n" + words_of(shell);
@@ -274,9 +275,8 @@ std::string versions_of(const PreviewedFeature& feature) {
 }
 
 std::string error_of_profile(const Plan& plan) {
-  const std::string error = eclipse_p2::profile_units_error(eclipse_p2::instance_directory(plan.executable));
-  return "  What is installed is not known: the p2 profile of the instance cannot be read" +
-         (error.empty() ? ".\n" : ": " + printable(error) + "\n");
+  return "  What is installed is not known" +
+         unread_profile(eclipse_p2::profile_units_error(eclipse_p2::instance_directory(plan.executable)));
 }
 
 std::string changes_of(const Plan& plan, const Preview& preview) {

@@ -4,6 +4,7 @@
 
 #include "base/printable.h"
 #include "base/text.h"
+#include "p2/configuration_files.h"
 #include "report/history_report.h"
 #include "report/json_parts.h"
 #include "report/state_report.h"
@@ -52,9 +53,8 @@ std::string files_text(const Repair& repair) {
 std::string bundles_text(const Repair& repair) {
   if (repair.orphaned_bundles.empty()) return "";
   return "  Warning: bundles.info still lists " + printable(first_few(texts_of(repair.orphaned_bundles))) +
-         ", which no state contains " + (repair.is_dry_run ? "after that" : "any more") +
-         ", so Eclipse keeps starting bundles that no director can remove\n    Fix: " +
-         (repair.is_dry_run ? "" : return_of_states) + removal_of_surplus + "\n";
+         ", which no state contains " + (repair.is_dry_run ? "after that" : "any more") + ", " + consequence::bundles_stay +
+         "\n    Fix: " + (repair.is_dry_run ? "" : return_of_states) + removal_of_surplus + "\n";
 }
 
 Json configuration_json(const ConfigurationDamage& damage) { return {{"file", damage.file.string()}, {"error", damage.error}}; }

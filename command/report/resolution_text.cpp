@@ -17,7 +17,7 @@ using Texts = std::vector<std::string>;
 std::string verb(const Resolution& resolution) { return resolution.is_removal ? "remove" : "install"; }
 
 std::string reason_text(const Verdict& verdict, const std::string& indent) {
-  return indent + "Why: " + failure_text(*verdict.failure, indent + "  ");
+  return indent + "Why: " + text_of(*verdict.failure, indent + "  ") + "\n";
 }
 
 /// Each reason once, below the first feature that it hits.

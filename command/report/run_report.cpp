@@ -63,7 +63,7 @@ bool is_printed(const std::string& text, const CommandResult& result) {
 /// Why a command failed. A cause is left out when the command printed it: its output is right above.
 std::string reason_text(eclipse_p2::Failure failure, const CommandResult& result) {
   std::erase_if(failure.causes, [&](const std::string& cause) { return is_printed(cause, result); });
-  return "    Why: " + failure_text(failure, "      ");
+  return "    Why: " + text_of(failure, "      ") + "\n";
 }
 
 }  // namespace

@@ -20,6 +20,11 @@ const char* status_of(const ProfileState& state) {
 
 }  // namespace
 
+std::string unread_profile(const std::string& error) {
+  const std::string reason = error.empty() ? "." : ": " + eclipse_base::printable(error);
+  return ": the p2 profile of the instance cannot be read" + reason + "\n";
+}
+
 std::string dated(const std::string& time) { return eclipse_base::printable(time) + " (" + eclipse_p2::date_of(time) + ")"; }
 
 std::string state_text(const ProfileState& state, std::size_t units) {

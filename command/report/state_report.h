@@ -13,6 +13,9 @@ namespace eclipse_report {
 /// Of a change that no recorded run has made.
 inline constexpr const char* made_outside = "made outside eclipse-int";
 
+/// To be read after what is not known: that the profile cannot be read, and the error if there is one.
+std::string unread_profile(const std::string& error);
+
 /// The time of a state and its date, for a sentence.
 std::string dated(const std::string& time);
 

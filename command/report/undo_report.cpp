@@ -55,7 +55,7 @@ bool was_started(const Undo& undo) { return undo.reversion && !undo.reversion->c
 std::string end_of(const Undo& undo) {
   if (!undo.error.empty()) {
     std::string text = "  Error: " + printable(undo.error) + "\n";
-    if (undo.reversion && undo.reversion->failure) text += "  Why: " + failure_text(*undo.reversion->failure, "    ");
+    if (undo.reversion && undo.reversion->failure) text += "  Why: " + text_of(*undo.reversion->failure, "    ") + "\n";
     return text;
   }
   if (undo.is_dry_run) return "  Dry run: nothing was changed.\n";

@@ -4,6 +4,7 @@
 
 #include "base/printable.h"
 #include "base/text.h"
+#include "report/state_report.h"
 
 using namespace eclipse_base;
 using namespace eclipse_p2;
@@ -72,11 +73,8 @@ std::string notes_on(const Verification& verification) {
             some_of(checked.places, most_listed) + ")\n";
   }
   if (verification.knows_all()) return text;
-  const std::string& error = verification.installed.profile_error;
-  return text +
-         "  Only units that were installed by name are known, not their requirements: the p2 profile of the instance cannot be "
-         "read" +
-         (error.empty() ? ".\n" : ": " + printable(error) + "\n");
+  return text + "  Only units that were installed by name are known, not their requirements" +
+         unread_profile(verification.installed.profile_error);
 }
 
 /// "the 1 unit", "all 3 units", or "1 of 3 units", with what is to come of them, and a verb.

@@ -13,6 +13,7 @@
 #include "p2/instance_paths.h"
 #include "p2/unit_list.h"
 #include "shell/shell_reading.h"
+#include "standalone_host/session_run.h"
 
 using namespace eclipse_p2;
 using namespace eclipse_instance;
@@ -25,7 +26,7 @@ namespace {
 using Texts = std::vector<std::string>;
 
 std::string why_not_asked(const Plan& plan) {
-  if (!plan.refusal.empty()) return "the run would be refused";
+  if (!plan.refusal.empty()) return eclipse_host::would_be_refused;
   if (!plan.command) return "the run has no command";
   if (plan.command->is_too_long()) return eclipse_plan::PlannedCommand::too_long;
   if (!plan.command->executable_error.empty()) return plan.command->executable_error;

@@ -153,6 +153,10 @@ void AllOrNothing::repair() {
   for (const ProfileState& state : to_rename) renamed_.push_back(rename_aside(state));
 }
 
+std::string AllOrNothing::goal() const {
+  return std::string("all features were ") + (plan_.is_removal ? "removed" : "installed");
+}
+
 void AllOrNothing::revert_unless_unchanged() {
   const std::string after = newest_time(instance_);
   if (after == before_) return;
@@ -162,7 +166,7 @@ void AllOrNothing::revert_unless_unchanged() {
   if (!error_.empty()) return;
   change_ = change_between(installed_in(newest), installed_in(target));
   if (change_->is_empty()) return;
-  print_message("not all features were " + std::string(plan_.is_removal ? "removed" : "installed") + "; reverting");
+  print_message("not " + goal() + "; reverting");
   std::vector<std::string> urls = plan_.repository_urls();
   for (std::string& url : read_run_journal(instance_).repositories()) urls.push_back(std::move(url));
   reversion_ = revert(plan_.executable, before_, urls, Interruption::observer().command_progress);
@@ -172,14 +176,13 @@ void AllOrNothing::revert_unless_unchanged() {
 std::string AllOrNothing::text() const {
   if (is_whole_) return "";
   std::string text = "\nAll or nothing:\n";
-  text += restored_.empty() ? "  Not all features were " + std::string(plan_.is_removal ? "removed" : "installed")
-                            : "  A director has damaged the Eclipse instance";
+  text += restored_.empty() ? "  Not " + goal() : "  A director has damaged the Eclipse instance";
   text += was_reverted() ? ", so the instance is as it was before the run: the state " + dated(before_) + ".\n"
                          : ".\n  Error: the instance is not as it was before the run: " + printable(error_) + "\n";
   for (const auto& file : renamed_) text += "  Renamed a damaged state of the profile to " + printable(file.string()) + "\n";
   for (const auto& file : restored_) text += "  Restored: " + printable(file.string()) + "\n";
   if (reversion_) text += "  Command: " + printable(reversion_->command) + "\n";
-  if (reversion_ && reversion_->failure) text += "  Why: " + failure_text(*reversion_->failure, "    ");
+  if (reversion_ && reversion_->failure) text += "  Why: " + text_of(*reversion_->failure, "    ") + "\n";
   return change_ && was_reverted() ? text + "  Reverting changed:\n" + change_text(*change_, "    ") : text;
 }
 

@@ -37,6 +37,7 @@ class AllOrNothing {
   bool has_all() const;
   void go_back(eclipse_host::Session& session, eclipse_host::RunRecord& record);
   void repair();
+  std::string goal() const;
   void revert_unless_unchanged();
   bool was_reverted() const { return !is_whole_ && error_.empty(); }
   std::string text() const;

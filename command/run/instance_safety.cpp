@@ -5,7 +5,7 @@
 
 #include "base/file_replacement.h"
 #include "base/printable.h"
-#include "instance/kept_configuration.h"
+#include "instance/configuration_backup.h"
 #include "p2/instance_error.h"
 #include "p2/instance_paths.h"
 #include "p2/profile.h"
@@ -52,7 +52,7 @@ void prepare_for_directors(const std::string& executable) {
   if (damage) {
     check_space_for_director(executable);
   } else {
-    keep_configuration_of(executable);
+    back_up_configuration_of(executable);
   }
 }
 
@@ -64,12 +64,12 @@ void check_space_for_director(const std::string& executable) {
   }
 }
 
-void keep_configuration_of(const std::string& executable) {
+void back_up_configuration_of(const std::string& executable) {
   const auto instance = eclipse_p2::instance_directory(executable);
   const auto newest = eclipse_p2::profile_file(instance);
   if (newest.empty()) return;
   try {
-    eclipse_instance::keep_configuration(instance, eclipse_p2::time_of_state(newest));
+    eclipse_instance::back_up_configuration(instance, eclipse_p2::time_of_state(newest));
   } catch (const eclipse_base::NoSpace& error) {
     throw no_space(error);
   } catch (const eclipse_base::FileError& error) {

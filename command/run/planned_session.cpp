@@ -46,10 +46,10 @@ Resolution resolve_unless_interrupted(const Plan& plan, const eclipse_p2::UnitRe
 
 /// What lint says of a session that is run as it is planned.
 LintSummary summary_of_lint(const eclipse_host::Plugin& plugin, Repositories& repositories, const SessionCommand& command,
-                            const PlanWishes& wishes) {
+                            const PlanWishes& update_options) {
   eclipse_lint::Settings settings;
-  settings.configuration = wishes.configuration;
-  settings.is_update = wishes.update.update;
+  settings.configuration = update_options.configuration;
+  settings.is_update = update_options.update.update;
   settings.add_variables = [&](eclipse_host::Session& linted) { linted.variables = command.session().variables; };
   LintSummary summary;
   const eclipse_dry_run::PluginFunctions library(plugin);
@@ -109,10 +109,10 @@ void mark_failing(eclipse_preview::Preview& preview, const eclipse_lint::Finding
 
 /// What the run would replace, or why it would be refused.
 void add_update(PlanReport& report, const eclipse_plan::Offer& offer, const eclipse_p2::InstalledUnits& installed,
-                const eclipse_update::Wishes& wishes) {
+                const eclipse_update::UpdateOptions& update_options) {
   report.replacements = eclipse_update::replacements_for(report.plan, offer, installed);
-  report.refusal = eclipse_update::refusal_for(report.replacements, wishes);
-  if (!wishes.update || !report.refusal.empty() || report.replacements.empty()) return;
+  report.refusal = eclipse_update::refusal_for(report.replacements, update_options);
+  if (!update_options.update || !report.refusal.empty() || report.replacements.empty()) return;
   report.update_command = eclipse_update::update_command(report.plan, report.replacements);
   for (auto& feature : report.preview->features) {
     if (feature.change != eclipse_preview::Change::other_version) continue;
@@ -122,29 +122,30 @@ void add_update(PlanReport& report, const eclipse_plan::Offer& offer, const ecli
 }
 
 /// What the run would change in the instance.
-void look_at_instance(PlanReport& report, Repositories& repositories, const eclipse_update::Wishes& wishes) {
+void look_at_instance(PlanReport& report, Repositories& repositories, const eclipse_update::UpdateOptions& update_options) {
   const auto installed = eclipse_p2::recorded_units(eclipse_p2::instance_directory(report.plan.executable));
   const auto offer = eclipse_plan::offered_to(report.plan, repositories);
   report.preview = eclipse_preview::preview(report.plan, offer, installed, repositories);
-  if (installed) add_update(report, offer, *installed, wishes);
+  if (installed) add_update(report, offer, *installed, update_options);
 }
 
 }  // namespace
 
-PlanReport planned_session(const SessionOptions& options, const PlanWishes& wishes) {
+PlanReport planned_session(const SessionOptions& options, const PlanWishes& update_options) {
   const SessionCommand command(options);
   check_mode(command.session());
   const eclipse_host::Plugin plugin = command.load_plugin();
   command.warn_of_unreadable_descriptors(plugin);
   PlanReport report;
   report.integrates = !command.session().declines_integration();
-  report.plan = eclipse_plan::make_plan(plugin, command.session(), wishes.all_retries ? Retries::all : Retries::distinct);
+  report.plan =
+      eclipse_plan::make_plan(plugin, command.session(), update_options.all_retries ? Retries::all : Retries::distinct);
   if (report.plan.command) report.damage = damage_at_rest(report.plan.executable);
   Repositories repositories;
-  if (report.plan.command) look_at_instance(report, repositories, wishes.update);
-  report.lint = summary_of_lint(plugin, repositories, command, wishes);
+  if (report.plan.command) look_at_instance(report, repositories, update_options.update);
+  report.lint = summary_of_lint(plugin, repositories, command, update_options);
   if (report.preview) mark_failing(*report.preview, report.lint.errors);
-  if (wishes.resolves) report.resolution = resolve_unless_interrupted(report.plan, report.replaced_units());
+  if (update_options.resolves) report.resolution = resolve_unless_interrupted(report.plan, report.replaced_units());
   if (report.resolution && report.preview) mark_failing(*report.preview, *report.resolution);
   return report;
 }

@@ -44,7 +44,7 @@ void SessionVariables::check_mode() const {
 void check_mode(const Session& session) {
   const std::string mode = session.variable("KORU_MODE");
   if (std::find(modes.begin(), modes.end(), mode) != modes.end()) return;
-  throw UsageError("--set: KORU_MODE is " + eclipse_base::in_quotes(mode) + "; it must be install, modify or uninstall");
+  throw UsageError("--set: KORU_MODE is " + eclipse_base::in_quotes(mode) + "; write " + eclipse_base::any_in_quotes(modes));
 }
 
 }  // namespace eclipse_run

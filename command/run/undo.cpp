@@ -209,7 +209,7 @@ int undo_last_run(Undo& undo, const UndoOptions& options) {
   }
   if (!undo.error.empty()) return exit_failure;
   if (undo.is_dry_run) return exit_success;
-  if (!undo.damage) keep_configuration_of(undo.executable);
+  if (!undo.damage) back_up_configuration_of(undo.executable);
   record_start(undo);
   try {
     go_back(undo, options.repositories);

@@ -45,8 +45,8 @@ std::string failure_since(const eclipse_p2::ProfileState& before, const std::fil
 
 }  // namespace
 
-UpdatedRun::UpdatedRun(RunFunction run, ReportAdditions additions, const eclipse_update::Wishes& wishes)
-    : run_(std::move(run)), additions_(std::move(additions)), wishes_(wishes) {}
+UpdatedRun::UpdatedRun(RunFunction run, ReportAdditions additions, const eclipse_update::UpdateOptions& update_options)
+    : run_(std::move(run)), additions_(std::move(additions)), update_options_(update_options) {}
 
 RunFunction UpdatedRun::function() {
   return [this](const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers) {
@@ -64,9 +64,9 @@ ReportAdditions UpdatedRun::additions() const {
 
 void UpdatedRun::run(const Plugin& plugin, Session& session, RunRecord& record, const RunObservers& observers) {
   find_replacements(plugin, session);
-  std::string refusal = refusal_for(replacements_, wishes_);
+  std::string refusal = refusal_for(replacements_, update_options_);
   record.variables_before = session.variables;
-  if (refusal.empty() && wishes_.update && !replacements_.empty()) refusal = refusal_after_update(record, observers);
+  if (refusal.empty() && update_options_.update && !replacements_.empty()) refusal = refusal_after_update(record, observers);
   was_run_ = refusal.empty();
   if (was_run_) return run_(plugin, session, record, observers);
   record.refusal = refusal;
@@ -105,7 +105,7 @@ std::string UpdatedRun::text() const {
 
 void UpdatedRun::add_to(Json& json) const {
   if (!replacements_.empty()) {
-    const bool is_started = wishes_.update && (was_run_ || !json.at("commands").empty());
+    const bool is_started = update_options_.update && (was_run_ || !json.at("commands").empty());
     json["update"] =
         eclipse_report::update_json(replacements_, is_started ? eclipse_update::update_command(plan_, replacements_) : "");
   }

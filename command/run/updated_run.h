@@ -15,7 +15,7 @@ namespace eclipse_run {
 class UpdatedRun {
  public:
   /// What is done when nothing has to be replaced any more, and its additions to the report.
-  UpdatedRun(RunFunction run, ReportAdditions additions, const eclipse_update::Wishes& wishes);
+  UpdatedRun(RunFunction run, ReportAdditions additions, const eclipse_update::UpdateOptions& update_options);
 
   /// Both refer to this object.
   ///   update: as update_json() gives it, only when there is something to replace
@@ -32,7 +32,7 @@ class UpdatedRun {
 
   RunFunction run_;
   ReportAdditions additions_;
-  eclipse_update::Wishes wishes_;
+  eclipse_update::UpdateOptions update_options_;
   eclipse_plan::Plan plan_;
   std::vector<eclipse_update::Replacement> replacements_;
   bool was_run_ = true;

@@ -43,7 +43,7 @@ void add_instance(const fs::path& executable, UsedFiles& used) {
   used.instances.push_back({executable.parent_path(), ""});
   used.instances.push_back({fs::weakly_canonical(executable, error).parent_path(), ""});
   const auto area = eclipse_p2::data_area_of(eclipse_p2::instance_directory(executable.string()));
-  if (!area.is_inside && !area.directory.empty()) used.instances.push_back({area.directory, "p2"});
+  if (!area.is_inside && !area.directory.empty()) used.instances.push_back({area.directory, eclipse_p2::data_directory});
 }
 
 void add_instances(const PluginFunctions& library, const Session& session, UsedFiles& used) {
@@ -105,7 +105,9 @@ bool is_among(const std::array<std::string_view, Count>& names, const std::strin
 
 /// Whether a path in an instance is in a directory of which p2 and Eclipse read every file.
 bool is_in_managed_directory(const fs::path& path) {
-  constexpr std::array<std::string_view, 5> directories = {"configuration", "dropins", "features", "p2", "plugins"};
+  using namespace eclipse_p2;
+  constexpr std::array<std::string_view, 5> directories = {configuration_directory, data_directory, dropins_directory,
+                                                           features_directory, plugins_directory};
   return path.has_parent_path() && is_among(directories, path.begin()->string());
 }
 

@@ -4,6 +4,7 @@
 
 #include "base/printable.h"
 #include "p2/instance_error.h"
+#include "p2/removal.h"
 #include "p2/unit_change.h"
 #include "plan/make_plan.h"
 #include "report/json_parts.h"
@@ -80,10 +81,9 @@ void VerifiedRun::ask_before() {
 /// Before the run, while it can still be stopped.
 void VerifiedRun::warn_of_removal() const {
   for (const CheckedUnit& checked : before_->not_there()) {
-    print_message(
-        "warning: " + printable(text_of(checked.unit)) + " (" + printable(checked.places.front()) + ") is not installed" +
-        (before_->knows_all() ? ", so the director removes none of the units"
-                              : " by name; unless it is installed as a requirement, the director removes none of the units"));
+    print_message("warning: " + printable(text_of(checked.unit)) + " (" + printable(checked.places.front()) +
+                  ") is not installed" + (before_->knows_all() ? ", " : " by name, ") + eclipse_p2::removes_none +
+                  (before_->knows_all() ? "" : ", unless it is installed as a requirement"));
   }
   for (const CheckedUnit& checked : before_->staying()) {
     print_message("warning: " + printable(text_of(checked.unit)) + " (" + printable(checked.places.front()) +

@@ -15,6 +15,9 @@ namespace eclipse_shell {
 inline constexpr std::string_view command_end = " 2>&1";
 inline constexpr std::string_view error_redirection = command_end.substr(1);
 
+/// What a shell does with a command that has a syntax error.
+inline constexpr const char* rejects_command = "rejects the command and starts nothing";
+
 /// Something in a command line that the shell does not pass on unchanged.
 struct ShellRemark {
   std::size_t offset;  ///< of its first byte

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "base/file.h"
+#include "base/printable.h"
 #include "eclipse_int/library_version.h"
 #include "shell/own_command.h"
 #include "standalone_host/installation.h"
@@ -28,6 +29,11 @@ std::filesystem::path own_library(const std::filesystem::path& name, const std::
   throw PluginError(name, "not found, looked for " + looked_at + "; " + fix);
 }
 
+PluginError PluginError::lacks(const std::filesystem::path& library, const std::string& kind, std::string_view name) {
+  return {library,
+          "has no " + kind + " " + eclipse_base::in_quotes(name) + "; this is not the plug-in, or not this version of it"};
+}
+
 Plugin::Plugin(const std::filesystem::path& library) : library_(library) {
   // A name without a slash would be looked up in the system's library directories.
   const std::string name = eclipse_base::absolute_path(library).string();
@@ -43,10 +49,7 @@ Plugin::Plugin(const std::filesystem::path& library) : library_(library) {
   }
   for (const std::string_view action : action_names) {
     void* const symbol = dlsym(handle, std::string(action).c_str());
-    if (symbol == nullptr) {
-      throw PluginError(library,
-                        "has no action \"" + std::string(action) + "\"; this is not the plug-in, or not this version of it");
-    }
+    if (symbol == nullptr) throw PluginError::lacks(library, "action", action);
     actions_.emplace(action, reinterpret_cast<int (*)(session_t*)>(symbol));
   }
 }

@@ -25,6 +25,8 @@ constexpr bool starts_director(std::string_view action) { return action.starts_w
 class PluginError : public eclipse_base::FileError {
  public:
   using FileError::FileError;
+  /// About a library that does not export what the plug-in does: an "action" or a "function".
+  static PluginError lacks(const std::filesystem::path& library, const std::string& kind, std::string_view name);
 };
 
 /// A library that belongs to this program, by its path below the directory of the program, as in a build, or below the one

@@ -50,6 +50,18 @@ struct HostCall {
 /// What KORU_MODE can be in a session that is run as a whole.
 inline constexpr std::array<std::string_view, 3> modes = {"install", "modify", "uninstall"};
 
+/// What ECLIPSE_INTEGRATION_CHOICE can be, besides empty; each has a function of Session.
+inline constexpr std::array<std::string_view, 3> choices = {"internal", "user", "none"};
+
+/// The variables that a run reads, whoever sets them.
+inline constexpr std::array<std::string_view, 7> variables_read = {"KORU_MODE",
+                                                                   "ECLIPSE_INTEGRATION_CHOICE",
+                                                                   "ECLIPSE_BIN",
+                                                                   "USER_DEFINED_ECLIPSE_PATH",
+                                                                   "CASHED_ECLIPSE_PATH",
+                                                                   "ECLIPSE_MIN_SUPPORTED_VERSION",
+                                                                   "eclipse_integration_failed_title"};
+
 /// The variable with the executable of an earlier run.
 inline constexpr const char* cached_executable = "CASHED_ECLIPSE_PATH";
 

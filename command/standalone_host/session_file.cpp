@@ -9,6 +9,7 @@
 #include "base/json_document.h"
 #include "base/printable.h"
 #include "base/text.h"
+#include "standalone_host/variables_file.h"
 
 using namespace eclipse_base;
 
@@ -45,16 +46,15 @@ class SessionReader {
  private:
   static std::string read_mode(const JsonElement& mode) {
     if (std::find(modes.begin(), modes.end(), mode.text()) == modes.end()) {
-      mode.fail("unknown mode " + in_quotes(mode.text()) + "; write \"install\", \"modify\" or \"uninstall\"");
+      mode.fail("unknown mode " + in_quotes(mode.text()) + "; write " + any_in_quotes(modes));
     }
     return mode.text();
   }
 
   void read_variables(const JsonElement& variables) {
     variables.read_members([&](const JsonElement& variable) {
-      if (variable.key().empty()) variable.fail_at_key("the name is empty; name the variable");
       if (variable.key() == "KORU_MODE") variable.fail_at_key("is set by \"mode\"; remove it here");
-      session_.variables[variable.key()] = variable.text();
+      read_variable(variable, session_.variables);
     });
   }
 
@@ -173,6 +173,10 @@ bool begins_like_session(std::string_view text) {
     const std::size_t at = text.find(end, 2);
     text.remove_prefix(at == text.npos ? text.size() : at + end.size());
   }
+}
+
+bool is_session(const std::filesystem::path& file, std::string_view beginning) {
+  return file.extension() == ".json" || begins_like_session(beginning);
 }
 
 }  // namespace eclipse_host

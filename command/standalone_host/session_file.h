@@ -21,6 +21,9 @@ void read_session(const eclipse_base::JsonDocument& document, Session& session);
 /// Whether a text begins like a session file: with a brace, after comments. No descriptor does.
 bool begins_like_session(std::string_view text);
 
+/// Whether a file is read as a session and not as a descriptor, by its name or by how it begins.
+bool is_session(const std::filesystem::path& file, std::string_view beginning);
+
 }  // namespace eclipse_host
 
 #endif

@@ -27,6 +27,9 @@ struct CommandRecord {
   bool has_ended = true;
 };
 
+/// What to say of a run that would end with a refusal.
+inline constexpr const char* would_be_refused = "the run would be refused";
+
 /// What happened in a run, in order. It is filled in during the run, so that it is complete up to the point where an exception
 /// ends the run: then the last action has no result, and the last command may not have ended.
 struct RunRecord {

@@ -34,13 +34,15 @@ std::string unwritable(const Variables& variables) {
 
 }  // namespace
 
+void read_variable(const JsonElement& variable, Variables& variables) {
+  if (variable.key().empty()) variable.fail_at_key("the name is empty; name the variable");
+  variables[variable.key()] = variable.text();
+}
+
 Variables read_variables_file(const std::filesystem::path& file) {
   const JsonDocument document(file);
   Variables variables;
-  document.root().read_members([&](const JsonElement& variable) {
-    if (variable.key().empty()) variable.fail_at_key("the name is empty; name the variable");
-    variables[variable.key()] = variable.text();
-  });
+  document.root().read_members([&](const JsonElement& variable) { read_variable(variable, variables); });
   return variables;
 }
 

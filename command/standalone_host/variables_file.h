@@ -6,12 +6,15 @@
 #include <map>
 #include <string>
 
-#include "base/file_error.h"
+#include "base/json_document.h"
 
 namespace eclipse_host {
 
 /// Variables as texts by their names.
 using Variables = std::map<std::string, std::string>;
+
+/// Reads one member of an object of variables, as session files have them, too. Throws FileError.
+void read_variable(const eclipse_base::JsonElement& variable, Variables& variables);
 
 /// Reads what write_variables_file() wrote; comments are allowed. Throws FileError.
 Variables read_variables_file(const std::filesystem::path& file);

@@ -53,17 +53,18 @@ std::vector<Replacement> replacements_for(const Plan& plan, const eclipse_plan::
   return replacements;
 }
 
-std::string refusal_for(const std::vector<Replacement>& replacements, const Wishes& wishes) {
+std::string refusal_for(const std::vector<Replacement>& replacements, const UpdateOptions& update_options) {
   const std::string older = texts_about(replacements, false);
   const std::string newer = texts_about(replacements, true);
   const std::string contradictions = texts_about_rivals(replacements);
-  if (!contradictions.empty() && (wishes.update || !older.empty()))
+  if (!contradictions.empty() && (update_options.update || !older.empty()))
     return contradictions + "; leave out all but one of the lines";
-  if (!older.empty() && !wishes.update) {
+  if (!older.empty() && !update_options.update) {
     return older + "; the director would not replace the installed version; use --update" +
            (newer.empty() ? "" : " (with --allow-downgrade, since " + newer + ")");
   }
-  if (!newer.empty() && wishes.update && !wishes.downgrade) return newer + "; --allow-downgrade goes back to it";
+  if (!newer.empty() && update_options.update && !update_options.downgrade)
+    return newer + "; --allow-downgrade goes back to it";
   return "";
 }
 

@@ -10,7 +10,7 @@
 #include "p2/unit.h"
 #include "plan/offer.h"
 #include "plan/plan.h"
-#include "update/wishes.h"
+#include "update/update_options.h"
 
 namespace eclipse_update {
 
@@ -29,7 +29,7 @@ std::vector<Replacement> replacements_for(const eclipse_plan::Plan& plan, const 
 
 /// Why the session is not run as it is wished, with the fix; empty when it is. A lower version that was not asked for does not
 /// hinder a run without an update: it is up to the director.
-std::string refusal_for(const std::vector<Replacement>& replacements, const Wishes& wishes);
+std::string refusal_for(const std::vector<Replacement>& replacements, const UpdateOptions& update_options);
 
 /// What goes out, and what comes in.
 eclipse_p2::UnitReplacement units_in(const std::vector<Replacement>& replacements);

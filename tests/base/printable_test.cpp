@@ -103,7 +103,7 @@ TEST(Printable, ShowsTheBeginningOfALongText) {
   EXPECT_EQ(printable(std::string(4096, 'a')), std::string(4096, 'a'));
   EXPECT_EQ(printable(std::string(4097, 'a')), std::string(200, 'a') + "... (3897 bytes left out)");
   EXPECT_EQ(printable(std::string(4097, 'a'), {.longest = no_limit}), std::string(4097, 'a'));
-  EXPECT_EQ(printable("abcdef", {.longest = 5}), "abcde... (1 bytes left out)");
+  EXPECT_EQ(printable("abcdef", {.longest = 5}), "abcde... (1 byte left out)");
 }
 
 TEST(Printable, CutsNoCharacter) {
@@ -116,6 +116,12 @@ TEST(Printable, CutsNoCharacter) {
   EXPECT_EQ(shown, euros.substr(0, 198) + "... (5802 bytes left out)");
   const std::string bytes(5000, '\x80');
   EXPECT_TRUE(printable(bytes).ends_with("\\x80... (4800 bytes left out)"));
+}
+
+TEST(InQuotes, AnyOfSeveralTexts) {
+  EXPECT_EQ(any_in_quotes(std::vector<std::string>{"a"}), "\"a\"");
+  EXPECT_EQ(any_in_quotes(std::vector<std::string>{"a", "b"}), "\"a\" or \"b\"");
+  EXPECT_EQ(any_in_quotes(std::vector<std::string>{"a", "b", "c"}), "\"a\", \"b\" or \"c\"");
 }
 
 TEST(InQuotes, EachOfSeveralTexts) {

@@ -53,7 +53,7 @@ TEST_F(Arguments, HelpIsASubcommandToo) {
   for (const std::string command : {"run", "call", "plan", "verify", "lint", "explain", "list", "new", "help"}) {
     EXPECT_EQ(eclipse_int("help " + command), eclipse_int(command + " --help")) << command;
   }
-  expect_usage_error("help lnt", "unknown subcommand \"lnt\"; did you mean lint?");
+  expect_usage_error("help lnt", "unknown subcommand \"lnt\"; did you mean \"lint\"?");
 }
 
 TEST_F(Arguments, AHostIsStartedByACommand) {
@@ -61,11 +61,11 @@ TEST_F(Arguments, AHostIsStartedByACommand) {
 }
 
 TEST_F(Arguments, MisspelledNamesGetASuggestion) {
-  expect_usage_error("lnt x y", "unknown subcommand \"lnt\"; did you mean lint?");
-  expect_usage_error("Plan --set A=1 x", "unknown subcommand \"Plan\"; did you mean plan?");
-  expect_usage_error("--versio", "unknown option --versio; did you mean --version?");
-  expect_usage_error("lint --formt=json x", "unknown option --formt; did you mean --format?");
-  expect_usage_error("lint x --zzz", "unknown option --zzz");
+  expect_usage_error("lnt x y", "unknown subcommand \"lnt\"; did you mean \"lint\"?");
+  expect_usage_error("Plan --set A=1 x", "unknown subcommand \"Plan\"; did you mean \"plan\"?");
+  expect_usage_error("--versio", "unknown option \"--versio\"; did you mean \"--version\"?");
+  expect_usage_error("lint --formt=json x", "unknown option \"--formt\"; did you mean \"--format\"?");
+  expect_usage_error("lint x --zzz", "unknown option \"--zzz\"");
 }
 
 const std::string own_version = "eclipse-int " PROJECT_VERSION "\n";
@@ -105,7 +105,7 @@ TEST_F(Arguments, FaultsAreTold) {
   expect_usage_error("install", "unknown subcommand \"install\"");
   expect_usage_error("run", "SESSION: missing; give the session file, or a directory of components, which needs --eclipse");
   expect_usage_error("run session.json other.json", "unexpected argument \"other.json\"");
-  expect_usage_error("run session.json --jsn", "unknown option --jsn; did you mean --json?");
+  expect_usage_error("run session.json --jsn", "unknown option \"--jsn\"; did you mean \"--json\"?");
   expect_usage_error("run session.json --log", "--log: FILE is missing; write it after --log");
   expect_usage_error("run session.json --set", "--set: NAME=VALUE is missing; write it after --set");
   expect_usage_error("run session.json --set A",
@@ -119,10 +119,12 @@ TEST_F(Arguments, FaultsAreTold) {
                      "--wait: \"-1\" is not a time to wait; give a number of seconds, such as 60");
   expect_usage_error("run session.json --wait ''", "--wait: \"\" is not a time to wait; give a number of seconds, such as 60");
   expect_usage_error("run session.json --set KORU_MODE=Install",
-                     "--set: KORU_MODE is \"Install\"; it must be install, modify or uninstall");
+                     "--set: KORU_MODE is \"Install\"; write \"install\", \"modify\" or \"uninstall\"");
   expect_usage_error("call",
                      "ACTION: missing; give the actions, which may repeat, followed by the session file or a directory of "
                      "components, which needs --eclipse");
+  expect_usage_error("check-host --format names -- true", "--format names needs --list; add it");
+  expect_usage_error("check-host --list --format tap", "--format tap: --list has only text and names; choose one of them");
   expect_usage_error("call session.json", "ACTION: missing before the session file; the actions are" + actions);
   expect_usage_error("call perform session.json", "ACTION: unknown action \"perform\"; the actions are" + actions);
   expect_usage_error("call perform_integration x session.json", "ACTION: unknown action \"x\"; the actions are" + actions);

@@ -62,7 +62,7 @@ const std::vector<SpecialFile> special_files = {
     {"v.json", "run session.json --variables v.json", 2, "eclipse-int: v.json" + no_json},
     {"v.json", "lint session.json --variables v.json", 2, "eclipse-int: v.json" + no_json},
     {"v.json", "run session.json --write-variables v.json", 2, "eclipse-int: v.json: is not a regular file; give the path"},
-    {"o.json", "lint session.json --overrides o.json", 2, "eclipse-int: o.json" + no_json},
+    {"o.json", "lint session.json --suppressions o.json", 2, "eclipse-int: o.json" + no_json},
     {"plugin.so", "run session.json --plugin plugin.so", 2, "plugin.so: is not a regular file; give the path of libeclipse"},
     {"plugin.so", "lint session.json --plugin plugin.so", 2, "plugin.so: is not a regular file; give the path of libeclipse"},
     {"tools/etc/eclipse/tools.txt", "lint tools/etc/eclipse/tools.txt", 2, "tools/etc/eclipse/tools.txt" + no_input},
@@ -169,7 +169,7 @@ TEST_F(BadInput, JsonHasALimitOfValues) {
     EXPECT_TRUE(outcome.error.ends_with(": document: has more than 1000000 values; remove some\n")) << outcome.error;
   }
   fake::write_file("bad.json", "[" + repeated("1,", 30'000'000) + "1]");
-  EXPECT_NE(eclipse_int_within(1000, "lint session.json --overrides bad.json").error.find("has more than 1000000 values"),
+  EXPECT_NE(eclipse_int_within(1000, "lint session.json --suppressions bad.json").error.find("has more than 1000000 values"),
             std::string::npos);
 }
 

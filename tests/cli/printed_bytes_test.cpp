@@ -285,7 +285,7 @@ TEST_F(PrintedBytes, OfArgumentsAreVisible) {
                                       "lint session.json --disable",
                                       "lint --format",
                                       "lint --severity",
-                                      "lint session.json --overrides",
+                                      "lint session.json --suppressions",
                                       "explain orders",
                                       "run session.json --set KORU_MODE=",
                                       "verify session.json --set KORU_MODE=",
@@ -308,7 +308,7 @@ TEST_F(PrintedBytes, OfNamesOfFilesAreVisible) {
   fake::write_file("f", "");
   for (const std::string& arguments :
        {"run " + odd + " --json > document; cat document > /dev/null; echo '\\x1B'", "run " + odd, "plan " + odd,
-        "lint session.json --overrides d/" + odd, "run session.json --variables v/" + odd, "run session.json --log f/" + odd,
+        "lint session.json --suppressions d/" + odd, "run session.json --variables v/" + odd, "run session.json --log f/" + odd,
         "run session.json --log " + odd + "d", "run session.json --write-variables " + odd + "d",
         "run " + odd + " --log " + odd, "run session.json --plugin " + odd}) {
     expect_printable(arguments);

@@ -79,7 +79,7 @@ const std::vector<ReadFile> read_files = {
     {"other.json", "run other.json", error(2), may_be_a_directory},
     {"other.json", "plan other.json", error(2), may_be_a_directory},
     {"other.json", "undo other.json", error(2), may_be_a_directory},
-    {"other.json", "lint session.json --overrides other.json", error(2)},
+    {"other.json", "lint session.json --suppressions other.json", error(2)},
     {"other.json", "lint session.json --config other.json", error(2)},
     {".eclipse-int.json", "lint session.json", error(2), may_be_missing},
     {"other.json", "run session.json --variables other.json", error(2)},

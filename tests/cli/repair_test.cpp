@@ -65,7 +65,7 @@ TEST_F(Repair, IsRecommendedAfterAFailure) {
   EXPECT_EQ(verify.status, 2);
   EXPECT_TRUE(verify.error.starts_with(fix +
                                        "eclipse-int: \"DIRECTORY/eclipse/eclipse\" failed with exit code 13, so the installed "
-                                       "units are not known; the launcher: "))
+                                       "units are not known; the launcher failed: "))
       << verify.error;
   const Outcome document = eclipse_int("verify session.json --json");
   EXPECT_EQ(document.status, 2);
@@ -434,7 +434,7 @@ TEST_F(Repair, FailsWhenTheEclipseDoesNotAnswer) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(
       outcome.output.find("  Error: \"DIRECTORY/eclipse/eclipse\" failed with exit code 13, so the installed units are not "
-                          "known; the launcher: "),
+                          "known; the launcher failed: "),
       std::string::npos)
       << outcome.output;
 }

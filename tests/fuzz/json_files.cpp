@@ -1,4 +1,4 @@
-// The input is a JSON file with a meaning: a configuration or overrides of lint, or variables. Each is read, or refused in
+// The input is a JSON file with a meaning: a configuration or suppressions of lint, or variables. Each is read, or refused in
 // printable lines that begin with its name, and the same when it is read again; what is written is read as it was.
 #include <functional>
 
@@ -32,9 +32,9 @@ std::string read_or_refused(const std::function<std::string()>& read) {
   }
 }
 
-std::string text_of(const std::vector<Override>& overrides) {
+std::string text_of(const std::vector<Suppression>& suppressions) {
   std::string text;
-  for (const Override& each : overrides) {
+  for (const Suppression& each : suppressions) {
     text += readable(each.rule) + readable(each.file.value_or("-")) + std::to_string(each.line.value_or(0)) +
             readable(each.reason) + each.location;
   }
@@ -43,9 +43,9 @@ std::string text_of(const std::vector<Override>& overrides) {
 
 std::string configuration() {
   const Configuration read = read_configuration(eclipse_base::JsonDocument(file));
-  std::string text = text_of(read.overrides);
+  std::string text = text_of(read.suppressions);
   for (const auto& [rule, level] : read.levels) text += rule + (level ? std::to_string(static_cast<int>(*level)) : "off");
-  for (const Override& each : read.overrides) {
+  for (const Suppression& each : read.suppressions) {
     expect(!each.file || std::filesystem::path(*each.file).is_absolute(), "paths of a configuration are absolute");
   }
   return text;
@@ -68,8 +68,8 @@ std::string variables() {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::enter_own_directory();
   fake::write_file(file, fuzz::text_of(data, size));
-  for (const std::function<std::string()>& read :
-       {std::function(configuration), std::function(variables), std::function([] { return text_of(read_overrides(file)); })}) {
+  for (const std::function<std::string()>& read : {std::function(configuration), std::function(variables),
+                                                   std::function([] { return text_of(read_suppressions(file)); })}) {
     const std::string first = read_or_refused(read);
     expect_same("read again", read_or_refused(read), first);
   }

@@ -8,8 +8,8 @@
 #include "base/file_replacement.h"
 #include "fake_host/not_administrator.h"
 #include "fake_host/temporary_directory.h"
+#include "instance/configuration_backup.h"
 #include "instance/damage.h"
-#include "instance/kept_configuration.h"
 #include "instance/lock.h"
 #include "instance/profile_history.h"
 #include "instance/repair.h"
@@ -64,7 +64,7 @@ class ConfigurationFiles : public testing::Test {
     fake::write_file("ide/configuration/config.ini", settings);
     write_state("1", {"a", "b"});
     write_list({"a", "b"});
-    keep_configuration("ide", "1");
+    back_up_configuration("ide", "1");
     write_state("2", {"a", "b", "c"});
     write_list({"a", "b", "c"});
   }
@@ -133,9 +133,9 @@ TEST_F(ConfigurationFiles, OnlyWhatDiffersIsBroughtBackAndIsAsPrivateAsTheCopy) 
   install_a_third();
   write_list({"a", "b"});
   fs::permissions(bundles_file, fs::perms(0600));
-  keep_configuration("ide", "2");
+  back_up_configuration("ide", "2");
   fs::remove(bundles_file);
-  const auto kept = kept_configuration("ide");
+  const auto kept = configuration_backup("ide");
   ASSERT_TRUE(kept);
   const fs::path list = fs::path("ide") / bundle_list;
   EXPECT_EQ(differing_files(*kept, "ide"), std::vector<fs::path>{list});
@@ -145,8 +145,8 @@ TEST_F(ConfigurationFiles, OnlyWhatDiffersIsBroughtBackAndIsAsPrivateAsTheCopy) 
 
 TEST_F(ConfigurationFiles, AnInstanceWithoutAConfigurationHasACopyToo) {
   fake::write_file("ide/artifacts.xml", "<repository/>");
-  keep_configuration("ide", "1");
-  EXPECT_EQ(kept_configuration("ide")->files, std::vector<fs::path>{"artifacts.xml"});
+  back_up_configuration("ide", "1");
+  EXPECT_EQ(configuration_backup("ide")->files, std::vector<fs::path>{"artifacts.xml"});
 }
 
 TEST_F(ConfigurationFiles, ACopyIsFoundAmongOtherFiles) {
@@ -156,9 +156,9 @@ TEST_F(ConfigurationFiles, ACopyIsFoundAmongOtherFiles) {
   for (int i = 0; i < 20; ++i) fake::write_file(copies + "a" + std::to_string(i), "");
   fs::rename("kept", copies + "1");
   for (int i = 0; i < 20; ++i) fake::write_file(copies + "b" + std::to_string(i), "");
-  ASSERT_TRUE(kept_configuration("ide"));
-  EXPECT_EQ(kept_configuration("ide")->time, "1");
-  keep_configuration("ide", "2");
+  ASSERT_TRUE(configuration_backup("ide"));
+  EXPECT_EQ(configuration_backup("ide")->time, "1");
+  back_up_configuration("ide", "2");
   EXPECT_EQ(std::distance(fs::directory_iterator(copies), {}), 1);
 }
 
@@ -174,13 +174,13 @@ TEST_F(ConfigurationFiles, WhatCannotBeReadOrWrittenIsNamed) {
     return "";
   };
   fs::permissions(".", fs::perms(0755));
-  const auto kept = kept_configuration("ide");
+  const auto kept = configuration_backup("ide");
   ASSERT_TRUE(kept);
   const std::string directory_of_list = fs::path(bundles_file).parent_path().string();
   fs::permissions("ide/configuration", fs::perms(0777));
   fs::permissions("ide/configuration/.eclipse-int.kept", fs::perms(0777));
   fs::permissions(directory_of_list, fs::perms::none);
-  EXPECT_EQ(error_of([] { keep_configuration("ide", "3"); }), bundles_file + ": cannot be read: Permission denied");
+  EXPECT_EQ(error_of([] { back_up_configuration("ide", "3"); }), bundles_file + ": cannot be read: Permission denied");
   fs::permissions(directory_of_list, fs::perms(0755));
   fs::remove_all(directory_of_list);
   fs::permissions("ide/configuration", fs::perms(0555));
@@ -196,7 +196,7 @@ TEST_F(ConfigurationFiles, WhatCannotBeReadOrWrittenIsNamed) {
 TEST_F(ConfigurationFiles, AllFilesAreBroughtBackOrNone) {
   install_a_third();
   fake::write_file("ide/configuration/config.ini", "mine=1\n");
-  const auto kept = kept_configuration("ide");
+  const auto kept = configuration_backup("ide");
   ASSERT_TRUE(kept);
   fs::remove_all(fs::path(bundles_file).parent_path());
   fake::write_file(fs::path(bundles_file).parent_path().string(), "in the way");
@@ -250,7 +250,7 @@ TEST_F(ConfigurationFiles, AnEmptyConfigurationEndsEveryDirector) {
     EXPECT_EQ(damage(), "ide/configuration/config.ini has no settings, so every director fails" + fix + " (fatal)");
   }
   fs::remove("ide/configuration/config.ini");
-  keep_configuration("ide", "2");
+  back_up_configuration("ide", "2");
   fake::write_file("ide/configuration/config.ini", "");
   EXPECT_EQ(damage(), "ide/configuration/config.ini has no settings, so every director fails" + no_fix + " (fatal)")
       << "the copy has none";
@@ -281,7 +281,7 @@ TEST_F(ConfigurationFiles, ABundleThatCameAndIsNotListedIsNotStarted) {
   EXPECT_EQ(damage(), text + fix) << "a later run finds nothing to do";
   fs::remove_all("ide/configuration/.eclipse-int.kept");
   EXPECT_EQ(damage(), text + fix + " --to 1");
-  keep_configuration("ide", "3");
+  back_up_configuration("ide", "3");
   EXPECT_EQ(damage(), text + fix + " --to 1") << "a copy that is as incomplete";
 }
 
@@ -359,8 +359,8 @@ TEST_F(ConfigurationFiles, ACopyWhoseStateIsGoneIsOfNoUse) {
 TEST_F(ConfigurationFiles, OnlyTheLastCopyIsKept) {
   install_a_third();
   fs::create_directories("ide/configuration/.eclipse-int.kept/incomplete");
-  keep_configuration("ide", "2");
-  const auto kept = kept_configuration("ide");
+  back_up_configuration("ide", "2");
+  const auto kept = configuration_backup("ide");
   ASSERT_TRUE(kept);
   EXPECT_EQ(kept->time, "2");
   EXPECT_EQ(std::distance(fs::directory_iterator("ide/configuration/.eclipse-int.kept"), {}), 1);
@@ -369,7 +369,7 @@ TEST_F(ConfigurationFiles, OnlyTheLastCopyIsKept) {
 
 TEST_F(ConfigurationFiles, ACopyThatIsNotCompleteDoesNotCount) {
   fs::create_directories("ide/configuration/.eclipse-int.kept/incomplete");
-  EXPECT_FALSE(kept_configuration("ide"));
+  EXPECT_FALSE(configuration_backup("ide"));
 }
 
 TEST_F(ConfigurationFiles, ALinkIsNotFollowedOutOfTheInstance) {
@@ -377,9 +377,9 @@ TEST_F(ConfigurationFiles, ALinkIsNotFollowedOutOfTheInstance) {
   fs::remove_all("ide/configuration/.eclipse-int.kept");
   fs::create_directories("elsewhere/other");
   fs::create_directory_symlink("../../elsewhere", "ide/configuration/.eclipse-int.kept");
-  keep_configuration("ide", "2");
+  back_up_configuration("ide", "2");
   EXPECT_TRUE(fs::exists("elsewhere/other"));
-  EXPECT_EQ(kept_configuration("ide")->time, "2");
+  EXPECT_EQ(configuration_backup("ide")->time, "2");
 }
 
 TEST_F(ConfigurationFiles, ACopyThatCannotBeKeptIsAnError) {
@@ -387,7 +387,7 @@ TEST_F(ConfigurationFiles, ACopyThatCannotBeKeptIsAnError) {
   fs::remove_all("ide/configuration/.eclipse-int.kept");
   fake::write_file("ide/configuration/.eclipse-int.kept", "");
   try {
-    keep_configuration("ide", "2");
+    back_up_configuration("ide", "2");
     FAIL() << "kept";
   } catch (const eclipse_base::FileError& error) {
     EXPECT_STREQ(
@@ -402,7 +402,7 @@ TEST_F(ConfigurationFiles, ACopyOfAFileThatIsTooLargeIsNotBegun) {
   fake::write_file("ide/artifacts.xml", "");
   fs::resize_file("ide/artifacts.xml", std::uintmax_t{6} << 30U);
   try {
-    keep_configuration("ide", "2");
+    back_up_configuration("ide", "2");
     FAIL() << "kept";
   } catch (const eclipse_base::NoSpace& error) {
     FAIL() << error.what();
@@ -411,14 +411,14 @@ TEST_F(ConfigurationFiles, ACopyOfAFileThatIsTooLargeIsNotBegun) {
                  "ide/artifacts.xml: is larger than 256 MiB; restore it from a backup, or make it readable for this user");
   }
   EXPECT_FALSE(fs::exists("ide/configuration/.eclipse-int.kept/incomplete"));
-  EXPECT_EQ(kept_configuration("ide")->time, "1") << "the older copy stays";
+  EXPECT_EQ(configuration_backup("ide")->time, "1") << "the older copy stays";
 }
 
 TEST_F(ConfigurationFiles, ACopyIsAsPrivateAsTheFile) {
   install_a_third();
   const auto only_owner = fs::perms::owner_read | fs::perms::owner_write;
   fs::permissions("ide/configuration/config.ini", only_owner);
-  keep_configuration("ide", "2");
+  back_up_configuration("ide", "2");
   EXPECT_EQ(fs::status("ide/configuration/.eclipse-int.kept/2/configuration/config.ini").permissions(), only_owner);
 }
 
@@ -428,7 +428,7 @@ TEST_F(ConfigurationFiles, ACopyThatTheAdministratorKeepsBelongsToTheOwnerOfTheI
   fs::remove_all("ide/configuration/.eclipse-int.kept");
   ASSERT_EQ(chown("ide/configuration", 65534, 65533), 0);
   ASSERT_EQ(chown(bundles_file.c_str(), 65534, 65533), 0);
-  keep_configuration("ide", "2");
+  back_up_configuration("ide", "2");
   const auto is_given = [](const fs::path& file) {
     struct stat status {};
     return stat(file.c_str(), &status) == 0 && status.st_uid == 65534 && status.st_gid == 65533;
@@ -502,7 +502,7 @@ TEST_F(ConfigurationFiles, BundlesThatOnlyRenamedStatesHaveAreDamage) {
   const std::string by_hand =
       "rename the .damaged states back, and use \"eclipse-int undo --to\", which lets the director remove them";
   write_list({"a", "b", "c"});
-  keep_configuration("ide", "1");
+  back_up_configuration("ide", "1");
   write_list({"a", "b", "c", "d"});
   write_state("4", {"a", "b", "c", "d"});
   rename_aside(read_profile_state(file("4")));
@@ -511,7 +511,7 @@ TEST_F(ConfigurationFiles, BundlesThatOnlyRenamedStatesHaveAreDamage) {
   write_state("3", {"a", "b"});
   EXPECT_EQ(damage(), text + by_hand) << "the copy is older";
   EXPECT_FALSE(plan_repair("ide").to_restore);
-  keep_configuration("ide", "3");
+  back_up_configuration("ide", "3");
   EXPECT_EQ(damage(), text + by_hand) << "and lists it as well";
   write_list({"a", "b", "mine"});
   EXPECT_EQ(damage(), "") << "a person has listed the other one";
@@ -529,7 +529,7 @@ TEST_F(ConfigurationFiles, AListOfArtifactsThatCannotBeReadIsStartedAnew) {
   EXPECT_EQ(damage(), text + no_fix) << "the copy has none";
   EXPECT_FALSE(plan_repair("ide").to_restore);
   fake::write_file("ide/artifacts.xml", "<repository><artifacts/></repository>");
-  keep_configuration("ide", "1");
+  back_up_configuration("ide", "1");
   fake::write_file("ide/artifacts.xml", "<repository><arti");
   EXPECT_EQ(damage(), text + fix + " (fatal)");
   fs::remove("ide/artifacts.xml");
@@ -557,7 +557,7 @@ class DirectorBundle : public ConfigurationFiles {
 };
 
 TEST_F(DirectorBundle, IsBroughtBackWithTheCopy) {
-  keep_configuration("ide", "2");
+  back_up_configuration("ide", "2");
   write_state("3", {"a", "b", director, "c"});
   write_list({"a", "b", "c"});
   EXPECT_EQ(damage(), unlisted + fix) << "the state without it is older than the copy";

@@ -187,7 +187,9 @@ TEST(Document, IsASessionOrADescriptorOrNeither) {
   };
   EXPECT_EQ(kind_of("file:///none/s.json", "{\"components\": ["), "session");
   EXPECT_EQ(kind_of("file:///none/s.json", "{}"), "other");
-  EXPECT_EQ(kind_of("file:///none/s.txt", "{\"components\": ["), "descriptor");
+  EXPECT_EQ(kind_of("file:///none/s.txt", "{\"components\": ["), "session");
+  EXPECT_EQ(kind_of("file:///none/s.txt", "{}"), "other");
+  EXPECT_EQ(kind_of("file:///none/s.txt", "a\tb"), "descriptor");
   EXPECT_EQ(kind_of("untitled:s.txt", ""), "other");
   EXPECT_TRUE(Document("file:///none/etc/eclipse/s", "").is_in_descriptor_directory());
   EXPECT_FALSE(Document("file:///none/my-etc/eclipse/s", "").is_in_descriptor_directory());

@@ -757,7 +757,7 @@ class Configuration(Product):
         self.assertEqual([each["severity"] for each in self.server.diagnostics(self.file)], [3])
         self.save(self.configuration, '{"rules": {"feature-without-group-suffix": "warning"}}')
         self.assertEqual([each["severity"] for each in self.server.diagnostics(self.file)], [2])
-        self.save(self.configuration, '{"overrides": [{"rule": "feature-without-group-suffix", "file": "etc", "reason": "why"}]}')
+        self.save(self.configuration, '{"suppressions": [{"rule": "feature-without-group-suffix", "file": "etc", "reason": "why"}]}')
         self.assertEqual(self.server.diagnostics(self.file), [])
         self.assertEqual(self.actions_of(self.file), [])
         self.configuration.unlink()
@@ -801,7 +801,7 @@ class OtherConfiguration(Product):
 
 class Options(unittest.TestCase):
     def test_wrong_values_are_usage_errors(self):
-        for options, error in ((("--set", "KORU_MODE=wrong"), '--set: KORU_MODE is "wrong"; it must be install, modify or uninstall'),
+        for options, error in ((("--set", "KORU_MODE=wrong"), '--set: KORU_MODE is "wrong"; write "install", "modify" or "uninstall"'),
                                (("--set", "X"), '--set: "X" is not NAME=VALUE; write the variable\'s name, an equals sign and its value'),
                                (("--variables", "/missing"), "/missing: cannot be read: No such file or directory; give the path of a JSON file")):
             done = subprocess.run([ECLIPSE_INT, "language-server", *options], stdin=subprocess.DEVNULL, capture_output=True, text=True,

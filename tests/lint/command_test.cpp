@@ -99,6 +99,14 @@ TEST_F(LintCommand, KnowsASessionByItsContent) {
   EXPECT_EQ(status("lint good.txt"), 0);
 }
 
+TEST_F(LintCommand, KnowsASessionByTheNameOfStandardInput) {
+  write_file("session.json", R"({"mode": "install", "components": []})");
+  EXPECT_NE(
+      eclipse_int("lint - --stdin-name session.json < bad.txt").error_output.find("session.json:1:1: document: syntax error"),
+      std::string::npos)
+      << "not that of the file of this name";
+}
+
 TEST_F(LintCommand, ExplainsARuleOnce) {
   write_file("twice.txt", "sites/a org.example.a.feature.group\nsites/b org.example.b.feature.group\n");
   const std::string output = eclipse_int("lint twice.txt").output;
@@ -132,12 +140,12 @@ TEST_F(LintCommand, DirectoryWithoutDescriptorsIsAnError) {
 
 TEST_F(LintCommand, RulesCanBeDisabledAndFindingsSuppressed) {
   EXPECT_EQ(status("lint --disable line-without-tab bad.txt"), 0);
-  write_file("overrides.json", R"([{"rule": "line-without-tab", "file": "bad.txt", "line": 2, "reason": "an old line"}])");
-  const auto lint = eclipse_int("lint --overrides overrides.json bad.txt");
+  write_file("suppressions.json", R"([{"rule": "line-without-tab", "file": "bad.txt", "line": 2, "reason": "an old line"}])");
+  const auto lint = eclipse_int("lint --suppressions suppressions.json bad.txt");
   EXPECT_EQ(lint.exit_code, 0);
   EXPECT_EQ(lint.output, "");
-  const auto json = nlohmann::json::parse(eclipse_int("lint --format json --overrides overrides.json bad.txt").output);
-  EXPECT_EQ(json["findings"][0]["override"], "an old line");
+  const auto json = nlohmann::json::parse(eclipse_int("lint --format json --suppressions suppressions.json bad.txt").output);
+  EXPECT_EQ(json["findings"][0]["suppression"], "an old line");
 }
 
 TEST_F(LintCommand, GroupsOfRulesCanBeSelectedOrDisabled) {
@@ -194,18 +202,19 @@ TEST_F(LintCommand, VariablesHaveTheErrorsAndNotesOfARun) {
   }
 }
 
-TEST_F(LintCommand, OverridesThatSuppressNothingAreReported) {
-  write_file("overrides.json",
+TEST_F(LintCommand, SuppressionsThatSuppressNothingAreReported) {
+  write_file("suppressions.json",
              "[{\"rule\": \"line-without-tab\", \"file\": \"bad.txt\", \"reason\": \"an old line\"},\n"
              "{\"rule\": \"line-without-tab\", \"file\": \"good.txt\", \"reason\": \"fixed by now\"}]\n");
-  const auto lint = eclipse_int("lint --overrides overrides.json good.txt bad.txt");
+  const auto lint = eclipse_int("lint --suppressions suppressions.json good.txt bad.txt");
   EXPECT_EQ(lint.exit_code, 0);
   EXPECT_EQ(lint.output, "");
-  EXPECT_EQ(lint.error_output,
-            "eclipse-int: overrides.json:2: note: this override suppresses no finding of line-without-tab in these inputs\n");
-  EXPECT_EQ(eclipse_int("lint --overrides overrides.json --disable line-without-tab good.txt").error_output, "");
-  // What could not be read may have what is overridden.
-  EXPECT_EQ(eclipse_int("lint --overrides overrides.json missing.txt").error_output.find("note:"), std::string::npos);
+  EXPECT_EQ(
+      lint.error_output,
+      "eclipse-int: suppressions.json:2: note: this suppression matches no finding of line-without-tab in these inputs\n");
+  EXPECT_EQ(eclipse_int("lint --suppressions suppressions.json --disable line-without-tab good.txt").error_output, "");
+  // What could not be read may have what is suppressed.
+  EXPECT_EQ(eclipse_int("lint --suppressions suppressions.json missing.txt").error_output.find("note:"), std::string::npos);
 }
 
 TEST_F(LintCommand, DirectoryOfComponentsIsCheckedComponentByComponent) {
@@ -253,7 +262,7 @@ TEST_F(LintCommand, ErrorsInOneInputDoNotKeepTheOthersFromBeingChecked) {
 
 TEST_F(LintCommand, ErrorsInArgumentsAreStatus2) {
   for (const std::string arguments :
-       {"lint", "lint --format xml good.txt", "lint --severity fatal good.txt", "lint --overrides no.json good.txt",
+       {"lint", "lint --format xml good.txt", "lint --severity fatal good.txt", "lint --suppressions no.json good.txt",
         "lint --disable no-such-rule good.txt", "lint --select no-such-rule good.txt", "lint --set x good.txt",
         "lint --plugin good.txt good.txt", "explain no-such-rule"}) {
     const auto command = eclipse_int(arguments);

@@ -58,7 +58,7 @@ TEST_F(ConfigurationCommand, IsTheNearestOfEachInput) {
 TEST_F(ConfigurationCommand, CountsInAllFormats) {
   configure(R"("third-column-ignored": "error", "repositories": "off")");
   const auto json = Json::parse(eclipse_int("lint product/a --format json").output);
-  EXPECT_EQ(json["counts"], Json({{"error", 1}, {"warning", 0}, {"note", 0}, {"overridden", 0}}));
+  EXPECT_EQ(json["counts"], Json({{"error", 1}, {"warning", 0}, {"note", 0}, {"suppressed", 0}}));
   EXPECT_EQ(json["findings"][0]["severity"], "error");
   const auto sarif = Json::parse(eclipse_int("lint product/a --format sarif").output);
   EXPECT_EQ(sarif["runs"][0]["results"][0]["level"], "error");
@@ -66,9 +66,9 @@ TEST_F(ConfigurationCommand, CountsInAllFormats) {
             "::error file=product/a/etc/eclipse/a.txt,line=1,co");
 }
 
-TEST_F(ConfigurationCommand, OverridesAreNotReportedWhereTheyAreNotNeeded) {
+TEST_F(ConfigurationCommand, SuppressionsAreNotReportedWhereTheyAreNotNeeded) {
   write_file("product/.eclipse-int.json",
-             R"({"overrides": [{"rule": "third-column-ignored", "file": "a", "reason": "ours"}]})");
+             R"({"suppressions": [{"rule": "third-column-ignored", "file": "a", "reason": "ours"}]})");
   EXPECT_EQ(eclipse_int("lint --format brief product/b/etc/eclipse/b.txt"),
             (Outcome{0, line_of_b + "note" + told + "1 note in 1 file\n", ""}));
   EXPECT_EQ(eclipse_int("lint --format brief product/a/etc/eclipse/a.txt"), (Outcome{0, "", ""}));
@@ -77,14 +77,14 @@ TEST_F(ConfigurationCommand, OverridesAreNotReportedWhereTheyAreNotNeeded) {
 TEST_F(ConfigurationCommand, AllItsErrorsAreReportedOnce) {
   write_file("product/.eclipse-int.json", R"({
   "rules": {"third-column-ignord": "off", "lines": "warn"},
-  "override": []
+  "suppression": []
 })");
   const std::string first = R"(there is no rule or group "third-column-ignord"; did you mean "third-column-ignored"?)";
   const std::string second = R"(unknown severity "warn"; write "error", "warning", "note" or "off")";
-  const std::string third = R"(unknown key; did you mean "overrides"?)";
+  const std::string third = R"(unknown key; did you mean "suppressions"?)";
   const std::string file = "product/.eclipse-int.json";
   const std::string errors = "eclipse-int: " + file + ":2:13: rules.third-column-ignord: " + first + "\neclipse-int: " + file +
-                             ":2:52: rules.lines: " + second + "\neclipse-int: " + file + ":3:3: override: " + third + "\n";
+                             ":2:52: rules.lines: " + second + "\neclipse-int: " + file + ":3:3: suppression: " + third + "\n";
   EXPECT_EQ(eclipse_int("lint product/a product/b"), (Outcome{2, "", errors}));
   EXPECT_EQ(eclipse_int("lint --fix product/a"), (Outcome{2, "", errors}));
   const Outcome json = eclipse_int("lint product/a --format json");
@@ -92,7 +92,7 @@ TEST_F(ConfigurationCommand, AllItsErrorsAreReportedOnce) {
   EXPECT_EQ(Json::parse(json.output)["errors"],
             Json({{{"file", file}, {"line", 2}, {"column", 13}, {"message", "rules.third-column-ignord: " + first}},
                   {{"file", file}, {"line", 2}, {"column", 52}, {"message", "rules.lines: " + second}},
-                  {{"file", file}, {"line", 3}, {"column", 3}, {"message", "override: " + third}}}));
+                  {{"file", file}, {"line", 3}, {"column", 3}, {"message", "suppression: " + third}}}));
   const auto sarif = Json::parse(eclipse_int("lint product/a --format sarif").output);
   const Json& notifications = sarif["runs"][0]["invocations"][0]["toolExecutionNotifications"];
   ASSERT_EQ(notifications.size(), 3U);
@@ -101,7 +101,7 @@ TEST_F(ConfigurationCommand, AllItsErrorsAreReportedOnce) {
   EXPECT_EQ(eclipse_int("lint product/a --format github").output,
             "::error file=" + file + ",line=2,col=13,title=invalid input::rules.third-column-ignord: " + first +
                 "\n::error file=" + file + ",line=2,col=52,title=invalid input::rules.lines: " + second +
-                "\n::error file=" + file + ",line=3,col=3,title=invalid input::override: " + third + "\n");
+                "\n::error file=" + file + ",line=3,col=3,title=invalid input::suppression: " + third + "\n");
 }
 
 TEST_F(ConfigurationCommand, ThatCannotBeReadIsAnError) {
@@ -137,7 +137,7 @@ TEST_F(ConfigurationCommand, CountsInThePlan) {
   configure(R"("repositories": "note")", ".eclipse-int.json");
   EXPECT_EQ(counts(), Json({{"error", 0}, {"warning", 2}, {"note", 2}}));
   EXPECT_EQ(counts("--no-config"), before);
-  write_file("other.json", R"({"overrides": [{"rule": "repository-missing", "reason": "made later"}]})");
+  write_file("other.json", R"({"suppressions": [{"rule": "repository-missing", "reason": "made later"}]})");
   EXPECT_EQ(counts("--config other.json"), Json({{"error", 0}, {"warning", 2}, {"note", 0}}));
   configure(R"("zebra": "off")", ".eclipse-int.json");
   EXPECT_EQ(eclipse_int("plan session.json"),

@@ -110,12 +110,12 @@ TEST(Configuration, ARuleCountsMoreThanItsGroup) {
 
 TEST(Configuration, SuppressesFindings) {
   const auto with_file = [](const std::string& file) {
-    return findings_with(R"({"overrides": [{"rule": "feature-pinned", "file": ")" + file + R"(", "reason": "why"}]})");
+    return findings_with(R"({"suppressions": [{"rule": "feature-pinned", "file": ")" + file + R"(", "reason": "why"}]})");
   };
   const Texts suppressed = {first + ": why", second + ": why", third};
   const Texts all = {first, second, third};
-  EXPECT_EQ(findings_with(R"({"overrides": [{"rule": "feature-pinned", "reason": "why"}]})"), suppressed);
-  EXPECT_EQ(findings_with(R"({"overrides": [{"rule": "feature-pinned", "line": 2, "reason": "why"}]})"),
+  EXPECT_EQ(findings_with(R"({"suppressions": [{"rule": "feature-pinned", "reason": "why"}]})"), suppressed);
+  EXPECT_EQ(findings_with(R"({"suppressions": [{"rule": "feature-pinned", "line": 2, "reason": "why"}]})"),
             Texts({first, second + ": why", third}));
   for (const char* file : {"tools/etc/eclipse/t", "./tools//etc/eclipse/t", "tools", "tools/", "tools/etc", "."}) {
     EXPECT_EQ(with_file(file), suppressed) << file;
@@ -127,10 +127,11 @@ TEST(Configuration, SuppressesFindings) {
 
 TEST(Configuration, ItsPathsAreRelativeToIt) {
   const fake::TemporaryDirectory directory;
-  write_file("product/.eclipse-int.json", R"({"overrides": [{"rule": "feature-pinned", "file": "a/etc", "reason": "why"}]})");
+  write_file("product/.eclipse-int.json",
+             R"({"suppressions": [{"rule": "feature-pinned", "file": "a/etc", "reason": "why"}]})");
   write_file("product/a/etc/eclipse/t", "s\ta.b.feature.group/1\n");
   write_file("product/b/etc/eclipse/t", "s\ta.b.feature.group/1\n");
-  const Settings settings = {.disabled = {"repositories"}, .overrides = {}, .configuration = {.is_wanted = true}};
+  const Settings settings = {.disabled = {"repositories"}, .suppressions = {}, .configuration = {.is_wanted = true}};
   const auto reasons = [&](const std::string& input) {
     Texts texts;
     for (const Finding& finding : lint_test::findings_in(input, settings)) texts.push_back(finding.reason.value_or("none"));
@@ -147,15 +148,15 @@ TEST(Configuration, ItsPathsAreRelativeToIt) {
 TEST(Configuration, TheSettingsOfACommandCountMore) {
   const std::string off = R"({"rules": {"feature-pinned": "off", "lines": "note"}})";
   EXPECT_EQ(findings_with(off), Texts({"3 note space-around-column"}));
-  EXPECT_EQ(findings_with(off, {.disabled = {"lines"}, .overrides = {}}), Texts());
-  EXPECT_EQ(findings_with(off, {.disabled = {}, .selected = {"feature-pinned"}, .overrides = {}}), Texts({first, second}));
-  EXPECT_EQ(findings_with(R"({"overrides": [{"rule": "feature-pinned", "reason": "why"}]})",
-                          {.disabled = {}, .overrides = {{"feature-pinned", {}, 1, "more"}}}),
+  EXPECT_EQ(findings_with(off, {.disabled = {"lines"}, .suppressions = {}}), Texts());
+  EXPECT_EQ(findings_with(off, {.disabled = {}, .selected = {"feature-pinned"}, .suppressions = {}}), Texts({first, second}));
+  EXPECT_EQ(findings_with(R"({"suppressions": [{"rule": "feature-pinned", "reason": "why"}]})",
+                          {.disabled = {}, .suppressions = {{"feature-pinned", {}, 1, "more"}}}),
             Texts({first + ": more", second + ": why", third}));
 }
 
 TEST(Configuration, AnotherOneCanBeNamed) {
-  const Settings settings = {.disabled = {}, .overrides = {}, .configuration = {.is_wanted = true, .file = "named.json"}};
+  const Settings settings = {.disabled = {}, .suppressions = {}, .configuration = {.is_wanted = true, .file = "named.json"}};
   EXPECT_EQ(findings_with(R"({"rules": {"lines": "off"}})", settings),
             Texts({"1 note feature-pinned", "2 note feature-pinned", third}));
 }
@@ -189,7 +190,7 @@ TEST(Configuration, ErrorsAreReportedAtTheirLocations) {
     "features": "none",
     "orders": false
   },
-  "overrides": [
+  "suppressions": [
     {"rule": "lines", "line": 0},
     {"rule": "feature-pinned", "files": "x", "reason": ""},
     "x"
@@ -203,12 +204,12 @@ TEST(Configuration, ErrorsAreReportedAtTheirLocations) {
             "8:5: rules.zebra: there is no rule or group \"zebra\"; \"eclipse-int explain\" lists them all\n"
             "9:17: rules.features: unknown severity \"none\"; write \"error\", \"warning\", \"note\" or \"off\"\n"
             "10:15: rules.orders: expected a string, found true or false; write it in double quotes\n"
-            "13:5: overrides[0]: the key \"reason\" is missing; add it\n"
-            "13:14: overrides[0].rule: there is no rule \"lines\"; \"eclipse-int explain\" lists them all\n"
-            "13:31: overrides[0].line: is not a line number; write a whole number from 1\n"
-            "14:32: overrides[1].files: unknown key; did you mean \"file\"?\n"
-            "14:56: overrides[1].reason: is empty; write why the finding is acceptable\n"
-            "15:5: overrides[2]: expected an object, found a string; write it in { }\n");
+            "13:5: suppressions[0]: the key \"reason\" is missing; add it\n"
+            "13:14: suppressions[0].rule: there is no rule \"lines\"; \"eclipse-int explain\" lists them all\n"
+            "13:31: suppressions[0].line: is not a line number; write a whole number from 1\n"
+            "14:32: suppressions[1].files: unknown key; did you mean \"file\"?\n"
+            "14:56: suppressions[1].reason: is empty; write why the finding is acceptable\n"
+            "15:5: suppressions[2]: expected an object, found a string; write it in { }\n");
 }
 
 struct Sample {
@@ -230,11 +231,13 @@ Texts verdicts(const std::vector<Sample>& samples) {
 
 TEST(Configuration, TheSchemaSaysTheSameAsTheReader) {
   const fake::TemporaryDirectory directory;
-  const auto entry = [](const std::string& members) { return R"({"overrides": [{"rule": "lines-x")" + members + "}]}"; };
-  const auto known = [](const std::string& members) { return R"({"overrides": [{"rule": "feature-pinned")" + members + "}]}"; };
+  const auto entry = [](const std::string& members) { return R"({"suppressions": [{"rule": "lines-x")" + members + "}]}"; };
+  const auto known = [](const std::string& members) {
+    return R"({"suppressions": [{"rule": "feature-pinned")" + members + "}]}";
+  };
   const std::vector<Sample> samples = {
       {"{}", true, true},
-      {R"({"$schema": "x", "rules": {"feature-pinned": "off", "lines": "error"}, "overrides": []})", true, true},
+      {R"({"$schema": "x", "rules": {"feature-pinned": "off", "lines": "error"}, "suppressions": []})", true, true},
       {R"({"rules": {"orders": "note", "files": "warning"}})", true, true},
       {known(R"(, "reason": "x")"), true, true},
       {known(R"(, "reason": "x", "file": "", "line": 1)"), true, true},
@@ -246,9 +249,9 @@ TEST(Configuration, TheSchemaSaysTheSameAsTheReader) {
       {R"({"rules": {"lines": true}})", false, false},
       {R"({"rules": {"lines": "Error"}})", false, false},
       {R"({"rules": {"Lines": "error"}})", false, false},
-      {R"({"overrides": {}})", false, false},
-      {R"({"overrides": [1]})", false, false},
-      {R"({"overrides": [{"reason": "x"}]})", false, false},
+      {R"({"suppressions": {}})", false, false},
+      {R"({"suppressions": [1]})", false, false},
+      {R"({"suppressions": [{"reason": "x"}]})", false, false},
       {known(""), false, false},
       {known(R"(, "reason": " ")"), false, false},
       {known(R"(, "reason": 1)"), false, false},

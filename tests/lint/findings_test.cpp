@@ -306,7 +306,7 @@ TEST(Findings, PinnedVersionIsLookedUpAsTheDirectorReadsIt) {
     const fake::TemporaryDirectory directory;
     write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group/" + version + "\n");
     write_file("c/site/content.xml", content_of_one);
-    const Findings findings = findings_in("c", {.disabled = {"feature-pinned"}, .overrides = {}});
+    const Findings findings = findings_in("c", {.disabled = {"feature-pinned"}, .suppressions = {}});
     const bool is_offered = version.size() < 5 || version == "01.0.0" || version == "1.0.0" || version == "0.0.0";
     ASSERT_EQ(findings.size(), is_offered ? 0U : 1U) << version;
     if (is_offered) continue;
@@ -357,7 +357,7 @@ TEST(Findings, UnreadableRepositoriesDifferFromDamagedOnes) {
   for (const std::string closed : {"c/a.zip", "c/b/content.xml"})
     std::filesystem::permissions(closed, std::filesystem::perms(0));
   Texts messages;
-  for (const Finding& finding : findings_in("c", {.disabled = {"feature-from-two-repositories"}, .overrides = {}})) {
+  for (const Finding& finding : findings_in("c", {.disabled = {"feature-from-two-repositories"}, .suppressions = {}})) {
     messages.push_back(finding.message + "; " + finding.fix);
   }
   EXPECT_EQ(
@@ -562,7 +562,7 @@ TEST(Findings, RepositoryIsUnusedOnlyWhereThatIsCertain) {
     write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\n" + lines);
     write_file("c/site/content.xml", content_of_one);
     write_file("c/other/content.xml", content_of_other);
-    return summary_of(findings_in("c", {.disabled = {"feature-from-two-repositories"}, .overrides = {}}));
+    return summary_of(findings_in("c", {.disabled = {"feature-from-two-repositories"}, .suppressions = {}}));
   };
   const std::string again = "other\torg.example.one.feature.group\n";
   EXPECT_EQ(findings_with(again, content_of_two), Texts({"c/etc/eclipse/t:2:1+5 unused-repository"}));
@@ -607,13 +607,13 @@ TEST(Findings, PipesDoNotBlock) {
   const fake::TemporaryDirectory directory;
   write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\npipe.zip\torg.example.two.feature.group\n");
   std::filesystem::create_directories("c/site");
-  for (const std::string pipe : {"c/site/content.xml", "c/pipe.zip", "session.json", "overrides.json"}) {
+  for (const std::string pipe : {"c/site/content.xml", "c/pipe.zip", "session.json", "suppressions.json"}) {
     ASSERT_EQ(mkfifo(pipe.c_str(), 0644), 0);
   }
   EXPECT_EQ(summary_of(findings_in("c")),
             Texts({"c/etc/eclipse/t:1:1+4 repository-not-loadable", "c/etc/eclipse/t:2:1+8 repository-not-loadable"}));
   EXPECT_THROW(findings_in("session.json"), eclipse_base::FileError);
-  EXPECT_THROW(read_overrides("overrides.json"), eclipse_base::FileError);
+  EXPECT_THROW(read_suppressions("suppressions.json"), eclipse_base::FileError);
 }
 
 TEST(Findings, FeatureIsLookedUpInAllRepositoriesOfTheComponent) {
@@ -1017,7 +1017,7 @@ TEST(Findings, NameTheHigherOfTwoVersions) {
   for (const std::string version : {"1.9.0", "1.10.0", "1.11.0"}) {
     write_file("c/one/content.xml", content("1.10.0"));
     write_file("c/two/content.xml", content(version));
-    const Findings findings = findings_in("c", {.disabled = {"unused-repository"}, .overrides = {}});
+    const Findings findings = findings_in("c", {.disabled = {"unused-repository"}, .suppressions = {}});
     ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/t:2:5+17 feature-from-two-repositories"}));
     EXPECT_EQ(findings[0].severity, version == "1.10.0" ? Severity::note : Severity::warning);
     const std::string winner = version == "1.9.0"    ? ": 1.10.0 of c/one wins over 1.9.0 of c/two"
@@ -1082,7 +1082,7 @@ TEST(Findings, OrdersApplyToAllFilesOfAComponent) {
   write_file("c/etc/eclipse/a", "site\torg.example.one.feature.group\t\t1\n");
   write_file("c/etc/eclipse/b", "site\torg.example.one.plugin\t\t1\n");
   write_file("c/site/content.xml", content_of_one);
-  const Findings findings = findings_in("c", {.disabled = {"unit-not-a-feature"}, .overrides = {}});
+  const Findings findings = findings_in("c", {.disabled = {"unit-not-a-feature"}, .suppressions = {}});
   ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/b:1:30+1 order-taken"}));
   EXPECT_EQ(findings[0].message, "order 1 is already taken by c/etc/eclipse/a:1; this line gets 2");
 }
@@ -1098,7 +1098,7 @@ TEST(Findings, ManyRecordsHaveTheirOwnLocations) {
     if (is_odd) expected.push_back("t:" + std::to_string(i) + ":" + column + "+2 order-trailing-characters");
   }
   write_file("t", content);
-  EXPECT_EQ(summary_of(findings_in("t", {.disabled = {"order-as-dependency"}, .overrides = {}})), expected);
+  EXPECT_EQ(summary_of(findings_in("t", {.disabled = {"order-as-dependency"}, .suppressions = {}})), expected);
 }
 
 TEST(Findings, DirectoryThatCannotBeSearchedIsAnError) {

@@ -244,8 +244,8 @@ TEST(Fix, WritesTheEndOfAnArchiveThatExists) {
 TEST(Fix, LeavesWhatIsSuppressedOrDisabled) {
   const fake::TemporaryDirectory directory;
   write_file("t", "s\tx.y.feature.group\t\n \t\t\t\n");
-  EXPECT_EQ(fixed("t", true, {.disabled = {"trailing-tab"}, .overrides = {}}).files.at(0).after, "s\tx.y.feature.group\t\n");
-  const FixResult result = fixed("t", true, {.disabled = {}, .overrides = {{"trailing-tab", {}, {}, "as it was"}}});
+  EXPECT_EQ(fixed("t", true, {.disabled = {"trailing-tab"}, .suppressions = {}}).files.at(0).after, "s\tx.y.feature.group\t\n");
+  const FixResult result = fixed("t", true, {.disabled = {}, .suppressions = {{"trailing-tab", {}, {}, "as it was"}}});
   EXPECT_EQ(result.files.at(0).after, "s\tx.y.feature.group\t\n");
   EXPECT_EQ(result.files.at(0).corrections, 1U);
   EXPECT_EQ(result.files.at(0).before, "s\tx.y.feature.group\t\n \t\t\t\n");

@@ -131,9 +131,9 @@ TEST(JsonReport, HoldsAllOfAFinding) {
                       {"why", pinned.why},
                       {"fix", "the fix"}};
   Json second = first;
-  second.update({{"file", "u"}, {"line", 1}, {"column", 1}, {"length", 1}, {"text", "\xEF\xBF\xBD"}, {"override", "why"}});
+  second.update({{"file", "u"}, {"line", 1}, {"column", 1}, {"length", 1}, {"text", "\xEF\xBF\xBD"}, {"suppression", "why"}});
   EXPECT_EQ(Json::parse(out.str()),
-            Json({{"findings", {first, second}}, {"counts", {{"error", 0}, {"warning", 1}, {"note", 0}, {"overridden", 1}}}}));
+            Json({{"findings", {first, second}}, {"counts", {{"error", 0}, {"warning", 1}, {"note", 0}, {"suppressed", 1}}}}));
 }
 
 const Correction correction = {"remove the spaces", false, {{12, 1, "", {2, 3}, {2, 4}}, {15, 2, "\xC3\xA4", {2, 6}, {3, 1}}}};

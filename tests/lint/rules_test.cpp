@@ -31,7 +31,8 @@ TEST_P(EveryRule, LeavesNothingToSayOfItsGoodSample) {
 TEST_P(EveryRule, CanBeDisabled) {
   const fake::TemporaryDirectory directory;
   write_sample(GetParam()->bad);
-  const Findings findings = findings_in(GetParam()->bad.input, {.disabled = {std::string(GetParam()->name)}, .overrides = {}});
+  const Findings findings =
+      findings_in(GetParam()->bad.input, {.disabled = {std::string(GetParam()->name)}, .suppressions = {}});
   for (const Finding& finding : findings) EXPECT_NE(finding.rule, GetParam());
 }
 
@@ -93,14 +94,14 @@ TEST(Rules, AreSelectedAndDisabledByNameOrGroup) {
   };
   using Names = std::set<std::string_view>;
   EXPECT_EQ(enabled({}).size(), rules().size());
-  EXPECT_EQ(enabled({.disabled = {}, .selected = {"orders"}, .overrides = {}}), named("orders"));
-  EXPECT_EQ(enabled({.disabled = {}, .selected = {"order-taken", "comma-in-feature"}, .overrides = {}}),
+  EXPECT_EQ(enabled({.disabled = {}, .selected = {"orders"}, .suppressions = {}}), named("orders"));
+  EXPECT_EQ(enabled({.disabled = {}, .selected = {"order-taken", "comma-in-feature"}, .suppressions = {}}),
             (Names{"order-taken", "comma-in-feature"}));
   Names without_one = named("orders");
   without_one.erase("order-taken");
-  EXPECT_EQ(enabled({.disabled = {"order-taken"}, .selected = {"orders"}, .overrides = {}}), without_one);
-  EXPECT_EQ(enabled({.disabled = {"orders"}, .selected = {"order-taken"}, .overrides = {}}), Names());
-  EXPECT_EQ(enabled({.disabled = {"orders"}, .overrides = {}}).size(), rules().size() - named("orders").size());
+  EXPECT_EQ(enabled({.disabled = {"order-taken"}, .selected = {"orders"}, .suppressions = {}}), without_one);
+  EXPECT_EQ(enabled({.disabled = {"orders"}, .selected = {"order-taken"}, .suppressions = {}}), Names());
+  EXPECT_EQ(enabled({.disabled = {"orders"}, .suppressions = {}}).size(), rules().size() - named("orders").size());
 }
 
 TEST(Rules, MisspelledNamesLeadToTheRightOne) {

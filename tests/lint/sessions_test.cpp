@@ -154,10 +154,10 @@ TEST_F(SessionFindings, ComponentThatTakesNoPartIsNotComparedWithOthers) {
             Texts({"old/etc/eclipse/t:1:3+17 feature-from-two-repositories", "old/etc/eclipse/t:1:3+17 other-version-installed",
                    "old/etc/eclipse/t:1:22+1 order-taken", "old/etc/eclipse/t:2:3+3 feature-without-group-suffix",
                    "tools/etc/eclipse/t:1:3+17 other-version-installed"}));
-  EXPECT_EQ(
-      summary_of(findings_in(
-          "session.json", {.disabled = {"feature-from-two-repositories", "order-taken"}, .overrides = {}, .is_update = true})),
-      Texts({"old/etc/eclipse/t:2:3+3 feature-without-group-suffix"}));
+  EXPECT_EQ(summary_of(findings_in(
+                "session.json",
+                {.disabled = {"feature-from-two-repositories", "order-taken"}, .suppressions = {}, .is_update = true})),
+            Texts({"old/etc/eclipse/t:2:3+3 feature-without-group-suffix"}));
 }
 
 TEST_F(SessionFindings, ProfileThatTheConfigurationNamesAndTheInstanceLacks) {
@@ -451,7 +451,7 @@ TEST_F(SessionFindings, RemovalOfAnotherVersionThanTheInstalledOne) {
              "<profile><units><unit id='a.b.feature.group' version='1.0.0'/></units></profile>");
   const auto findings_for = [&](const std::string& feature) {
     write_file("tools/etc/eclipse/t", "s\t" + feature + "\n");
-    const eclipse_lint::Settings settings = {.disabled = {"feature-pinned", "comma-in-feature"}, .overrides = {}};
+    const eclipse_lint::Settings settings = {.disabled = {"feature-pinned", "comma-in-feature"}, .suppressions = {}};
     write_session(internal, {ide, Component()}, "uninstall");
     return findings_in("session.json", settings);
   };
@@ -482,7 +482,7 @@ TEST_F(SessionFindings, FeatureThatOnlyTheInstanceHasIsKept) {
   const auto findings_for = [&](const std::string& feature) {
     write_file("tools/etc/eclipse/t", "s\t" + feature + "\ns\ta.b.feature.group\n");
     write_session(internal, {ide, Component()}, "install");
-    return findings_in("session.json", {.disabled = {"feature-pinned"}, .overrides = {}});
+    return findings_in("session.json", {.disabled = {"feature-pinned"}, .suppressions = {}});
   };
   const Findings kept = findings_for("a.c.feature.group");
   ASSERT_EQ(summary_of(kept), Texts({"tools/etc/eclipse/t:1:3+17 feature-not-found"}));
@@ -568,7 +568,7 @@ TEST_F(SessionFindings, ChoiceThatIsNotMade) {
             Texts({"session.json:4:31+2 choice-missing"}));
   EXPECT_EQ(findings_with({R"("ECLIPSE_INTEGRATION_CHOICE": "")"}, {Component()})[0].severity, Severity::error);
   write_file("session.json", two_components("modify", "", ""));
-  const Settings unset = {.disabled = {}, .overrides = {}, .add_variables = [](auto& session) {
+  const Settings unset = {.disabled = {}, .suppressions = {}, .add_variables = [](auto& session) {
                             session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "";
                           }};
   const Findings of_none_selected = findings_in("session.json", unset);
@@ -582,7 +582,7 @@ TEST_F(SessionFindings, ChoiceThatIsNotMade) {
 TEST_F(SessionFindings, OfAVariableThatIsSetOutsideHaveNoLine) {
   write_file("session.json", two_components("modify", "", ""));
   for (const char* const same : {"A_SAME", "Z_SAME"}) {
-    const Settings settings = {.disabled = {}, .overrides = {}, .add_variables = [&](auto& session) {
+    const Settings settings = {.disabled = {}, .suppressions = {}, .add_variables = [&](auto& session) {
                                  session.variables[same] = session.variables[same];
                                  session.variables["ECLIPSE_INTEGRATION_CHOICE"] = "";
                                }};

@@ -53,7 +53,7 @@ TEST(Manual, ListsEveryLimit) {
                 largest::json_values == largest::descriptor_lines);
   const Items limits = {
       {in_mebibytes(largest::json),
-       "a session, variables, overrides or configuration file, the list of runs in an instance, and a descriptor file"},
+       "a session, variables, suppressions or configuration file, the list of runs in an instance, and a descriptor file"},
       {in_mebibytes(largest::configuration), "a file in the configuration directory of an instance, and a .I p2.index"},
       {in_mebibytes(largest::profile),
        "a state of a profile and the metadata of a repository, each after decompression, and a jar that is compared or "

@@ -111,7 +111,8 @@ TEST_F(Explaining, TheDirectorFails) {
   EXPECT_EQ(failure.layer, Layer::director);
   EXPECT_EQ(failure.causes, Texts{"no F"});
   EXPECT_EQ(failure.log, "instance/configuration/2.log");
-  EXPECT_EQ(text_of(failure), "the director: it could not complete the operation\n  no F\n  (instance/configuration/2.log)");
+  EXPECT_EQ(text_of(failure),
+            "the director failed: it could not complete the operation\n  no F\n  Log: instance/configuration/2.log");
   const Failure broken = explain_with_log({"", "", 13, 0}, application_error + "java.lang.NullPointerException\n\tat a.b\n");
   EXPECT_EQ(broken.layer, Layer::director);
   EXPECT_EQ(broken.meaning, "it aborted with an exception and printed no reason");
@@ -135,26 +136,32 @@ TEST_F(Explaining, EachExitCodeHasItsLayerAndItsMeaning) {
   const auto text = [&](int code, const std::string& output = "", const std::string& error_output = "") {
     return text_of(explain_without_log({output, error_output, code, 0}), "; ");
   };
-  const std::string rejects = "the shell: it rejects the command and starts nothing\n; e";
+  const std::string rejects = "the shell failed: it rejects the command and starts nothing\n; e";
   EXPECT_EQ(text(1, "", "e\n"), rejects);
   EXPECT_EQ(text(2, "", "e\n"), rejects);
-  EXPECT_EQ(text(1, "o", "e\n"), "an unknown layer: unknown exit code\n; oe");
-  EXPECT_EQ(text(1), "an unknown layer: unknown exit code");
-  EXPECT_EQ(text(3, "", "e"), "an unknown layer: unknown exit code\n; e");
+  EXPECT_EQ(text(1, "o", "e\n"), "an unknown layer failed: unknown exit code\n; oe");
+  EXPECT_EQ(text(1), "an unknown layer failed: unknown exit code");
+  EXPECT_EQ(text(3, "", "e"), "an unknown layer failed: unknown exit code\n; e");
   EXPECT_EQ(text(126),
-            "the shell: the program cannot be started: it is a directory or not executable, or the command is too long");
-  EXPECT_EQ(text(127), "the shell: a program does not exist: the executable, or one that it starts");
-  EXPECT_EQ(text(13, "o"), "the launcher: the application exited early and logged no reason\n; o");
-  EXPECT_EQ(text(15, "o"), "the launcher: the instance or its configuration cannot be written\n; o");
-  EXPECT_EQ(text(128), "an unknown layer: unknown exit code");
-  EXPECT_EQ(text(129), "an unknown layer: signal 1 ended the command");
-  EXPECT_EQ(text(192), "an unknown layer: signal 64 ended the command");
-  EXPECT_EQ(text(193), "an unknown layer: unknown exit code");
+            "the shell failed: the program cannot be started: it is a directory or not executable, or the command is too long");
+  EXPECT_EQ(text(127), "the shell failed: a program does not exist: the executable, or one that it starts");
+  EXPECT_EQ(text(13, "o"), "the launcher failed: the application exited early and logged no reason\n; o");
+  EXPECT_EQ(text(15, "o"), "the launcher failed: the instance or its configuration cannot be written\n; o");
+  EXPECT_EQ(text(128), "an unknown layer failed: unknown exit code");
+  EXPECT_EQ(text(129), "an unknown layer failed: signal 1 ended the command");
+  EXPECT_EQ(text(192), "an unknown layer failed: signal 64 ended the command");
+  EXPECT_EQ(text(193), "an unknown layer failed: unknown exit code");
   const Failure with_log = explain_with_log({"", "e", 1, 0}, "!ENTRY p 4 0 t\n");
-  EXPECT_EQ(text_of(with_log), "an unknown layer: unknown exit code\n  e\n  (instance/configuration/2.log)");
+  EXPECT_EQ(text_of(with_log), "an unknown layer failed: unknown exit code\n  e\n  Log: instance/configuration/2.log");
   const Failure of_launcher = explain_with_log({"", "", 15, 0}, "!ENTRY p 4 0 t\n!MESSAGE m\n ");
   EXPECT_EQ(text_of(of_launcher),
-            "the launcher: the instance or its configuration cannot be written\n  (instance/configuration/2.log)");
+            "the launcher failed: the instance or its configuration cannot be written\n  Log: instance/configuration/2.log");
+}
+
+TEST(TextOfFailure, HasCausesAndTheLogAndIsPrintable) {
+  EXPECT_EQ(text_of({Layer::shell, "m\x1B", {}, {}}), "the shell failed: m\\x1B");
+  EXPECT_EQ(text_of({Layer::launcher, "m", {"c\x1B", "d"}, "1\x1B.log"}),
+            "the launcher failed: m\n  c\\x1B\n  d\n  Log: 1\\x1B.log");
 }
 
 TEST_F(Explaining, OfManyLinesTheFirstTenAndOfLongOnesTheBeginningCount) {

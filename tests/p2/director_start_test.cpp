@@ -51,7 +51,7 @@ TEST(DirectorStart, OtherCharactersThanAsciiNeedALocaleWithUtf8) {
     const Locale set(locale);
     EXPECT_FALSE(is_readable_in_locale(umlaut)) << locale;
     EXPECT_TRUE(is_readable_in_locale("a")) << locale;
-    EXPECT_EQ(error_in(umlaut), "has non-ASCII characters, which Java cannot read in the current locale") << locale;
+    EXPECT_EQ(error_in(umlaut), "has non-ASCII characters, which the director cannot read in the current locale") << locale;
     EXPECT_EQ(error_in("a"), "none") << locale;
   }
   const Locale set("C.UTF-8");

@@ -675,7 +675,7 @@ TEST_F(PlanCommand, TellsFaults) {
   EXPECT_EQ(eclipse_int("plan session.json --write-variables v.json").status, 2);
   EXPECT_EQ(eclipse_int("plan session.json --set KORU_MODE=repair"),
             (Outcome{2, "",
-                     "eclipse-int: --set: KORU_MODE is \"repair\"; it must be install, modify or uninstall\n"
+                     "eclipse-int: --set: KORU_MODE is \"repair\"; write \"install\", \"modify\" or \"uninstall\"\n"
                      "Run with --help for more information.\n"}));
 }
 

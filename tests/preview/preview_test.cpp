@@ -203,7 +203,8 @@ TEST(Obstacles, AreNoneForACommandThatRunsAsIntended) {
   EXPECT_EQ(obstacles(plan_of({"f", "g"})), (Texts{"", ""}));
   EXPECT_EQ(obstacles(plan_of({"-f"})), Texts{"the director reads it as an option"});
   setenv("LC_ALL", "C", 1);
-  EXPECT_EQ(obstacles(plan_of({"\xC3\xA4"})), Texts{"the director cannot read non-ASCII characters in the current locale"});
+  EXPECT_EQ(obstacles(plan_of({"\xC3\xA4"})),
+            Texts{"it has non-ASCII characters, which the director cannot read in the current locale"});
   setenv("LC_ALL", "C.UTF-8", 1);
   EXPECT_EQ(obstacles(plan_of({"\xC3\xA4"})), Texts{""});
   unsetenv("LC_ALL");

@@ -373,12 +373,6 @@ TEST(Outcome, ShowsChangedVariablesAndTheSummary) {
   EXPECT_EQ(summary(), "") << "nothing else is there";
 }
 
-TEST(FailureText, HasCausesAndTheLog) {
-  EXPECT_EQ(failure_text({Layer::shell, "m\x1B", {}, {}}, "  "), "the shell failed: m\\x1B\n");
-  EXPECT_EQ(failure_text({Layer::launcher, "m", {"c\x1B", "d"}, "1\x1B.log"}, "  "),
-            "the launcher failed: m\n  c\\x1B\n  d\n  Log: 1\\x1B.log\n");
-}
-
 TEST(FailureFix, IsThatOfTheCause) {
   const auto fix = [](std::vector<std::string> causes, bool is_removal = false) {
     return fix_of({Layer::director, "", std::move(causes), {}}, is_removal);

@@ -129,8 +129,9 @@ TEST(Update, IsRefusedForASessionThatContradictsItself) {
   ASSERT_EQ(contradictions.size(), 2U);
   const std::string refusal =
       "the session offers older in the versions 2.0.0 (p:3) and 1.0.0 (p:1); leave out all but one of the lines";
-  for (const Wishes& wishes : {Wishes{false, false}, Wishes{true, false}, Wishes{true, true}}) {
-    EXPECT_EQ(refusal_for(contradictions, wishes), refusal);
+  for (const UpdateOptions& update_options :
+       {UpdateOptions{false, false}, UpdateOptions{true, false}, UpdateOptions{true, true}}) {
+    EXPECT_EQ(refusal_for(contradictions, update_options), refusal);
   }
   EXPECT_EQ(refusal_for(replacements_for(plan({"older/2", "older"}), of_several_sites, installed), {true, false}), "")
       << "the same version";

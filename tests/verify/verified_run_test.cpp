@@ -85,10 +85,9 @@ TEST_F(VerifiedRun, WarnsBeforeARemovalThatIsBlocked) {
   script(3, "echo one/1.0.0");
   const Outcome outcome = eclipse_int("run session.json --verify");
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(
-      outcome.error,
-      "eclipse-int: warning: two (DIRECTORY/tools/etc/eclipse/tools.txt:3) is not installed by name; unless it is installed as "
-      "a requirement, the director removes none of the units\n");
+  EXPECT_EQ(outcome.error,
+            "eclipse-int: warning: two (DIRECTORY/tools/etc/eclipse/tools.txt:3) is not installed by name, so the "
+            "director removes none of the features, unless it is installed as a requirement\n");
   EXPECT_NE(outcome.output.find("\nFailed\n"
                                 "  Why: two has not been found.\n"
                                 "    Fix: remove only what is installed: the director removes all features or none\n"
@@ -119,7 +118,7 @@ TEST_F(VerifiedRun, WarnsOfWhatIsCertainWhereTheProfileTells) {
   EXPECT_EQ(
       outcome.error,
       "eclipse-int: warning: three (DIRECTORY/tools/etc/eclipse/tools.txt:3) is not installed, so the director removes none of "
-      "the units\n"
+      "the features\n"
       "eclipse-int: warning: two (DIRECTORY/tools/etc/eclipse/tools.txt:2) is required by other, so the director does not "
       "remove it, even when it reports success\n");
   EXPECT_NE(outcome.output.find("\n\nDone, but the Eclipse instance is not in the state that the session describes\n"
@@ -185,9 +184,9 @@ TEST_F(VerifiedRun, IsRunAllTheSameWhenTheInstanceCannotBeAsked) {
       "\n"
       "Verification:\n"
       "  Error: before the run: \"DIRECTORY/eclipse/eclipse\" failed with exit code 15, so the installed units are not known; "
-      "the launcher: the instance or its configuration cannot be written\n"
+      "the launcher failed: the instance or its configuration cannot be written\n"
       "  Error: after the run: \"DIRECTORY/eclipse/eclipse\" failed with exit code 15, so the installed units are not known; "
-      "the launcher: the instance or its configuration cannot be written\n");
+      "the launcher failed: the instance or its configuration cannot be written\n");
 }
 
 TEST_F(VerifiedRun, AsksNothingWhenNothingIsRun) {

@@ -42,9 +42,9 @@ Rule choice_unknown() {
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session) return;
-            constexpr std::array<std::string_view, 4> choices = {"", "internal", "user", "none"};
+            using eclipse_host::choices;
             const std::string choice = input.session->variable("ECLIPSE_INTEGRATION_CHOICE");
-            if (std::find(choices.begin(), choices.end(), choice) != choices.end()) return;
+            if (choice.empty() || std::find(choices.begin(), choices.end(), choice) != choices.end()) return;
             reporter.report(input.session->location_of("ECLIPSE_INTEGRATION_CHOICE"),
                             "unknown value " + in_quotes(choice) + " of ECLIPSE_INTEGRATION_CHOICE");
           },
@@ -90,7 +90,7 @@ bool is_path(const std::string& executable_name) { return executable_name.find_f
 
 /// Why a run is refused, or why a removal has nothing to do; empty when neither is so.
 std::string problem_with_user_eclipse(const SessionFacts& facts) {
-  if (!facts.run.refusal.empty()) return "the run would be refused: " + facts.run.refusal;
+  if (!facts.run.refusal.empty()) return eclipse_host::would_be_refused + (": " + facts.run.refusal);
   const std::string path = facts.variable("USER_DEFINED_ECLIPSE_PATH");
   if (!facts.session->chooses_users_own() || !is_normalized(path)) return "";
   if (path.empty()) return "USER_DEFINED_ECLIPSE_PATH is not set, so nothing is removed";

@@ -81,8 +81,9 @@ Rule profile_missing() {
 
 /// The first directory of an instance that the director writes to but this user may not; nothing when there is none.
 std::optional<fs::path> unwritable_directory(const fs::path& instance) {
-  for (const fs::path& directory : {instance, instance / eclipse_p2::configuration_directory,
-                                    instance / eclipse_p2::data_directory, instance / "plugins", instance / "features"}) {
+  for (const fs::path& directory :
+       {instance, instance / eclipse_p2::configuration_directory, instance / eclipse_p2::data_directory,
+        instance / eclipse_p2::plugins_directory, instance / eclipse_p2::features_directory}) {
     std::error_code error;
     if (!fs::is_directory(directory, error)) continue;
     if (faccessat(AT_FDCWD, directory.c_str(), W_OK, AT_EACCESS) != 0) return directory;
@@ -131,7 +132,7 @@ std::string other_build_in(const fs::path& instance, const Repository& site, con
   for (const auto& [artifact, file] : site.artifact_files) {
     std::string jar = jar_of_bundle(artifact);
     if (jar.empty() || !needed.has(unit_of_artifact(artifact))) continue;
-    if (is_other_build(file, jar, instance / "plugins" / jar)) return jar;
+    if (is_other_build(file, jar, instance / eclipse_p2::plugins_directory / jar)) return jar;
   }
   return "";
 }

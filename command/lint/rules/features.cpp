@@ -215,10 +215,7 @@ Rule feature_not_found() {
                 const auto forecast = input.forecast();
                 for_each_unit(input, [&](const NamedUnit& unit) {
                   if (input.session && !is_readable_in_locale(unit.text)) {
-                    reporter.report(unit.location(),
-                                    in_quotes(unit.text) +
-                                        " has non-ASCII characters, which the director cannot read in the current locale",
-                                    "set a locale with UTF-8 for the installer, such as LC_ALL=C.UTF-8");
+                    reporter.report(unit.location(), in_quotes(unit.text) + " has " + unreadable_in_locale, locale_fix);
                     return;
                   }
                   const auto* const units = input.offered_for(*unit.record);

@@ -80,7 +80,7 @@ Rule not_8_bit_text() {
               [](const Input& input, Reporter& reporter) {
                 for (const Descriptor& descriptor : input.descriptors) {
                   if (!descriptor.is_readable() || descriptor.is_text) continue;
-                  if (descriptor.content.starts_with("\xFF\xFE") || descriptor.content.starts_with("\xFE\xFF")) {
+                  if (has_utf_16_mark(descriptor.content)) {
                     reporter.report(descriptor.location(), "the file is UTF-16", as_utf_8(descriptor));
                   } else if (descriptor.content.find('\0') != std::string::npos) {
                     reporter.report(descriptor.location(), "the file contains NUL bytes", as_utf_8(descriptor));

@@ -10,7 +10,7 @@
 #include "lint/rules/header_lines.h"
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
-#include "lint/suppression.h"
+#include "lint/suppression_comment.h"
 #include "lint/texts.h"
 #include "p2/git_lfs_pointer.h"
 #include "p2/repository.h"
@@ -266,7 +266,7 @@ Rule descriptor_without_data() {
 }
 
 /// What is wrong with a comment for lint; empty when nothing is.
-std::string error_in(const Suppression& suppression) {
+std::string error_in(const SuppressionComment& suppression) {
   if (!suppression.is_understood) return "neither disable-next-line= nor disable-file= in a comment for lint";
   for (const std::string& name : suppression.rules) {
     if (find_rule(name) == nullptr) return unknown_rule(name);

@@ -151,9 +151,9 @@ void check_utf_8(const Input& input, const Record& record, Reporter& reporter) {
   } else if (const bool is_readable = eclipse_p2::is_readable_in_locale(text);
              !is_readable || !eclipse_p2::is_readable_in_locale(base_of(input, record))) {
     reporter.report(input.session ? Severity::error : Severity::warning, record.location(0),
-                    "the path has non-ASCII characters" + (is_readable ? in_directory_of(record) : "") +
-                        ", which the director cannot read in the current locale",
-                    "set a locale with UTF-8 for the installer, such as LC_ALL=C.UTF-8, or rename the repository");
+                    (is_readable ? "the component's directory, " + in_quotes(record.config->base_dir) + "," : "the path") +
+                        " has " + eclipse_p2::unreadable_in_locale,
+                    std::string(eclipse_p2::locale_fix) + ", or rename the repository");
   }
 }
 
@@ -257,12 +257,12 @@ void check_url_syntax(const Input& input, const Record& record, Reporter& report
   const std::string_view text = record.repository();
   if (is_comment(text) || has_scheme(text)) return;
   const std::string base(base_of(input, record));
-  const std::size_t at = eclipse_p2::url_syntax_in(text, is_archive(record));
-  if (at != text.npos) {
-    const std::size_t length = text[at] == '%' ? 3 : text[at] == '!' ? 2 : 1;
-    reporter.report(record.descriptor->location(*record.line, 0, at, 1),
-                    "URL syntax " + in_quotes(text.substr(at, length)) + " in the repository");
-  } else if (eclipse_p2::url_syntax_in(base + "/", is_archive(record)) != text.npos) {
+  const std::string_view syntax = eclipse_p2::url_syntax_in(text, is_archive(record));
+  if (!syntax.empty()) {
+    const auto offset = static_cast<std::size_t>(syntax.data() - text.data());
+    reporter.report(record.descriptor->location(*record.line, 0, offset, 1),
+                    "URL syntax " + in_quotes(syntax) + " in the repository");
+  } else if (!eclipse_p2::url_syntax_in(base + "/", is_archive(record)).empty()) {
     reporter.report(record.location(0), "URL syntax" + in_directory_of(record));
   }
 }

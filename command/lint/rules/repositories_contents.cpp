@@ -19,6 +19,7 @@
 #include "p2/artifact_name.h"
 #include "p2/git_lfs_pointer.h"
 #include "p2/unit_list.h"
+#include "p2/xml.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -37,16 +38,16 @@ constexpr const char* publish_again = "publish the repository again, and check t
 
 /// What to do about an error of a file: publishing again helps only where the file is not as it was published.
 std::string fix_of(const std::string& error) {
-  constexpr std::array<std::pair<std::string_view, const char*>, 8> fixes = {
-      {{" cannot be read: ", "make it readable for the user who runs the installer"},
+  const std::array<std::pair<std::string, const char*>, 8> fixes = {
+      {{" " + std::string(unreadable), "make it readable for the user who runs the installer"},
        {git_lfs::pointer_error, git_lfs::pointer_fix},
-       {"it is not a zip archive", "pack it as a zip archive, and check that it is copied completely"},
-       {"is compressed by ", "pack the archive again, with deflate"},
-       {"is encrypted", "pack the archive again, without a password"},
-       {"Pack200", "publish the repository again, without Pack200"},
-       {"has backslashes", "pack the archive again, with a program that writes slashes"},
-       {"is not UTF-8", "save the file in UTF-8, or name its encoding in its first line"}}};
-  if (error.starts_with("p2.index ")) return "correct the order in p2.index, or delete the file";
+       {std::string("it ") + archive_error::not_zip, "pack it as a zip archive, and check that it is copied completely"},
+       {archive_error::other_compression, "pack the archive again, with deflate"},
+       {archive_error::encrypted, "pack the archive again, without a password"},
+       {repository_error::pack200, "publish the repository again, without Pack200"},
+       {repository_error::backslashes, "pack the archive again, with a program that writes slashes"},
+       {not_utf_8, "save the file in UTF-8, or name its encoding in its first line"}}};
+  if (error.starts_with(repository_error::excluded)) return "correct the order in p2.index, or delete the file";
   const auto found =
       std::find_if(fixes.begin(), fixes.end(), [&](const auto& fix) { return error.find(fix.first) != std::string::npos; });
   return found == fixes.end() ? publish_again : found->second;

@@ -13,6 +13,7 @@
 #include "p2/profile.h"
 #include "p2/unit_list.h"
 #include "shell/command_runner.h"
+#include "standalone_host/session.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -314,18 +315,6 @@ Rule selection_for_another_mode() {
   };
 }
 
-/// The variables that a run reads.
-const std::vector<std::string>& variables_read() {
-  static const std::vector<std::string> names = {"KORU_MODE",
-                                                 "ECLIPSE_INTEGRATION_CHOICE",
-                                                 "ECLIPSE_BIN",
-                                                 "USER_DEFINED_ECLIPSE_PATH",
-                                                 "CASHED_ECLIPSE_PATH",
-                                                 "ECLIPSE_MIN_SUPPORTED_VERSION",
-                                                 "eclipse_integration_failed_title"};
-  return names;
-}
-
 /// Whether a name has the words of another one, in order, but for one of them.
 bool lacks_a_word(const std::string& name, const std::string& other) {
   const auto words = split(name, '_');
@@ -340,7 +329,7 @@ bool lacks_a_word(const std::string& name, const std::string& other) {
 
 /// The variable that a run reads and that is probably meant by another name; nothing when none is.
 std::optional<std::string> meant_variable(const std::string& name) {
-  const auto& known = variables_read();
+  const std::vector<std::string> known(eclipse_host::variables_read.begin(), eclipse_host::variables_read.end());
   if (std::find(known.begin(), known.end(), name) != known.end()) return std::nullopt;
   for (const std::string& each : known) {
     if (lacks_a_word(name, each)) return each;

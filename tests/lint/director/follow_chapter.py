@@ -2,7 +2,7 @@
 
 Runs each block marked "sh" in turn. What a block prints has to be the block marked "text" after it; a block without one has to be
 silent and to succeed. Times, and the directory in which this happens, may differ. COMMAND is the eclipse-int to use, PREPARED the
-directory that instance/prepare has filled.
+directory that eclipse/prepare has filled.
 """
 import os
 import re
@@ -30,7 +30,7 @@ def settled(text, directory):
 
 def make_newer(site, eclipse):
     """The site $NEWER: org.example.alpha in version 2.0.0."""
-    script = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../../instance/make-site")
+    script = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../../eclipse/make-site")
     subprocess.run([script, site, "org.example.alpha", "2.0.0"], env=dict(os.environ, ECLIPSE=eclipse), check=True,
                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 

@@ -1,10 +1,10 @@
 // Which versions an update may replace.
-#ifndef ECLIPSE_INT_UPDATE_WISHES_H
-#define ECLIPSE_INT_UPDATE_WISHES_H
+#ifndef ECLIPSE_INT_UPDATE_UPDATE_OPTIONS_H
+#define ECLIPSE_INT_UPDATE_UPDATE_OPTIONS_H
 
 namespace eclipse_update {
 
-struct Wishes {
+struct UpdateOptions {
   bool update = false;
   bool downgrade = false;  ///< also newer versions by lower ones
 };

@@ -1,6 +1,6 @@
 // Asking an instance what it has installed of what a session describes.
-#ifndef ECLIPSE_INT_RUN_ASKED_INSTANCE_H
-#define ECLIPSE_INT_RUN_ASKED_INSTANCE_H
+#ifndef ECLIPSE_INT_RUN_INSTANCE_ANSWER_H
+#define ECLIPSE_INT_RUN_INSTANCE_ANSWER_H
 
 #include <optional>
 #include <string>
@@ -22,7 +22,7 @@ struct InstanceAnswer {
 
 /// Asks its profile, or, if that is wanted or the profile cannot be read, its director. The instance is locked meanwhile, since
 /// a director that only answers may write the profile, too, when the instance was moved. Throws InstanceInUse.
-InstanceAnswer asked_instance(const eclipse_plan::Plan& plan, bool asks_director, double seconds_to_wait);
+InstanceAnswer instance_answer(const eclipse_plan::Plan& plan, bool asks_director, double seconds_to_wait);
 
 }  // namespace eclipse_run
 

@@ -8,28 +8,28 @@ using fake::write_file;
 
 namespace {
 
-/// The error in a file of overrides, without the file's name; empty when there is none.
+/// The error in a file of suppressions, without the file's name; empty when there is none.
 std::string error_of(const std::string& content) {
   const fake::TemporaryDirectory directory;
-  write_file("overrides.json", content);
+  write_file("suppressions.json", content);
   try {
-    read_overrides("overrides.json");
+    read_suppressions("suppressions.json");
     return "";
   } catch (const eclipse_base::FileError& error) {
-    return std::string(error.what()).substr(std::string("overrides.json:").size());
+    return std::string(error.what()).substr(std::string("suppressions.json:").size());
   }
 }
 
 /// The lines of the findings in a file of three pinned features, with the reasons of those that are suppressed.
-std::vector<std::string> lines_with(const std::string& overrides) {
+std::vector<std::string> lines_with(const std::string& suppressions) {
   const fake::TemporaryDirectory directory;
-  write_file("overrides.json", overrides);
+  write_file("suppressions.json", suppressions);
   write_file("tools/etc/eclipse/t", "s\ta.b.feature.group/1\ns\ta.c.feature.group/1\ns\ta.d.feature.group/1\n");
   write_file("tools/s/compositeContent.xml",
              "<repository><children><child location='https://example.org/site'/></children></repository>");
   std::vector<std::string> lines;
-  for (const Finding& finding :
-       findings_in("tools", {.disabled = {"repository-not-examined"}, .overrides = read_overrides("overrides.json")})) {
+  for (const Finding& finding : findings_in(
+           "tools", {.disabled = {"repository-not-examined"}, .suppressions = read_suppressions("suppressions.json")})) {
     lines.push_back(std::to_string(finding.location.line) + (finding.reason ? " " + *finding.reason : ""));
   }
   return lines;
@@ -37,7 +37,7 @@ std::vector<std::string> lines_with(const std::string& overrides) {
 
 using Texts = std::vector<std::string>;
 
-TEST(Overrides, SuppressWhatTheyName) {
+TEST(Suppressions, SuppressWhatTheyName) {
   EXPECT_EQ(lines_with("[]"), Texts({"1", "2", "3"}));
   EXPECT_EQ(lines_with(R"([{"rule": "feature-pinned", "reason": "why"}])"), Texts({"1 why", "2 why", "3 why"}));
   EXPECT_EQ(lines_with(R"([{"rule": "feature-pinned", "line": 2, "reason": "why"}])"), Texts({"1", "2 why", "3"}));
@@ -49,7 +49,7 @@ TEST(Overrides, SuppressWhatTheyName) {
   EXPECT_EQ(lines_with(R"([{"rule": "comma-in-feature", "reason": "why"}])"), Texts({"1", "2", "3"}));
 }
 
-TEST(Overrides, ErrorsAreReportedAtTheirLocations) {
+TEST(Suppressions, ErrorsAreReportedAtTheirLocations) {
   EXPECT_EQ(error_of(""), "1:1: document: is empty; write JSON into it");
   EXPECT_EQ(error_of("{}"), "1:1: document: expected an array, found an object; write it in [ ]");
   EXPECT_EQ(error_of(R"([{"reason": "why"}])"), "1:2: [0]: the key \"rule\" is missing; add it");

@@ -1,6 +1,6 @@
 // The copy is the directory configuration/.eclipse-int.kept/TIME in the instance, with the files below their own names. It has
 // no other name before it is complete.
-#include "instance/kept_configuration.h"
+#include "instance/configuration_backup.h"
 
 #include <cstdint>
 #include <memory>
@@ -31,7 +31,7 @@ std::vector<fs::path> files_to_keep() {
   return {configuration_file, bundle_list, source_list, update_configuration, artifact_list};
 }
 
-std::string copy_of(const KeptConfiguration& kept, const fs::path& file) {
+std::string copy_of(const ConfigurationBackup& kept, const fs::path& file) {
   return content_of(kept.directory / file, largest::profile, "restore the file from a backup");
 }
 
@@ -116,7 +116,7 @@ void make_place_for(const fs::path& file) {
 
 /// The files that differ from the copy, after `use` with the bytes of the copy.
 template <typename Use>
-std::vector<fs::path> differing(const KeptConfiguration& kept, const fs::path& instance, const Use& use) {
+std::vector<fs::path> differing(const ConfigurationBackup& kept, const fs::path& instance, const Use& use) {
   std::vector<fs::path> files;
   for (const fs::path& name : kept.files) {
     const fs::path file = instance / name;
@@ -131,7 +131,7 @@ std::vector<fs::path> differing(const KeptConfiguration& kept, const fs::path& i
 
 }  // namespace
 
-void keep_configuration(const fs::path& instance, const std::string& time) {
+void back_up_configuration(const fs::path& instance, const std::string& time) {
   const fs::path copies = directory_of_copies(instance);
   try {
     const IncompleteCopy copy(copies);
@@ -153,11 +153,11 @@ void check_space_for_director(const fs::path& instance) {
   }
 }
 
-std::optional<KeptConfiguration> kept_configuration(const fs::path& instance) {
+std::optional<ConfigurationBackup> configuration_backup(const fs::path& instance) {
   std::error_code error;
   for (const auto& copy : fs::directory_iterator(directory_of_copies(instance), error)) {
     if (copy.path().filename() == incomplete || !copy.is_directory(error)) continue;
-    KeptConfiguration kept{copy.path().filename().string(), {}, copy.path()};
+    ConfigurationBackup kept{copy.path().filename().string(), {}, copy.path()};
     for (const fs::path& file : files_to_keep()) {
       if (fs::is_regular_file(copy.path() / file, error)) kept.files.push_back(file);
     }
@@ -166,11 +166,11 @@ std::optional<KeptConfiguration> kept_configuration(const fs::path& instance) {
   return std::nullopt;
 }
 
-std::vector<fs::path> differing_files(const KeptConfiguration& kept, const fs::path& instance) {
+std::vector<fs::path> differing_files(const ConfigurationBackup& kept, const fs::path& instance) {
   return differing(kept, instance, [](const fs::path&, const std::string&) {});
 }
 
-std::vector<fs::path> restore(const KeptConfiguration& kept, const fs::path& instance) {
+std::vector<fs::path> restore(const ConfigurationBackup& kept, const fs::path& instance) {
   std::vector<std::unique_ptr<FileReplacement>> replacements;
   try {
     auto files = differing(kept, instance, [&](const fs::path& file, const std::string& bytes) {

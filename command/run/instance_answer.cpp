@@ -1,4 +1,4 @@
-#include "run/asked_instance.h"
+#include "run/instance_answer.h"
 
 #include <pwd.h>
 #include <sys/stat.h>
@@ -33,7 +33,7 @@ void warn_of_foreign_instance(const std::string& executable) {
 
 }  // namespace
 
-InstanceAnswer asked_instance(const Plan& plan, bool asks_director, double seconds_to_wait) {
+InstanceAnswer instance_answer(const Plan& plan, bool asks_director, double seconds_to_wait) {
   const auto lock = lock_instance(plan.executable, seconds_to_wait);
   const Interruption interruption;
   InstanceAnswer answer;
