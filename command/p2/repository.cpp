@@ -188,7 +188,7 @@ bool offers_features(const UnitVersions& units) {
 class Repositories::Reader {
  public:
   Reader(Repositories& repositories, RepositoryPlace place, std::size_t depth)
-      : repositories_(repositories), place_(std::move(place)), files_(place_), depth_(depth) {}
+      : repositories_(repositories), place_(std::move(place)), files_(place_, repositories.cache_), depth_(depth) {}
 
   Repository read() {
     std::error_code error;

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +14,7 @@
 
 #include "cli/json_documents.h"
 #include "director/product.h"
+#include "p2/metadata_cache.h"
 #include "shell/command_runner.h"
 
 namespace fs = std::filesystem;
@@ -980,6 +982,92 @@ TEST(LintDirector, OtherBuildOfTheSameVersionIsNotInstalled) {
   EXPECT_EQ(product.run("install").status, 0);
   EXPECT_EQ(installed(), before);
   EXPECT_THAT(rules_broken_by(product), ElementsAre("other-build-installed"));
+}
+
+/// What the director keeps of an archive, which it often deletes again when it ends, as if the archive had been this site
+/// before, at the same time.
+void keep_metadata(const Product& product, const fs::path& archive, const fs::path& site, const std::string& child = "") {
+  const auto time = std::chrono::floor<std::chrono::seconds>(fs::last_write_time(archive));
+  const eclipse_p2::MetadataCache cache(product.directory() / "ide", archive);
+  for (const char* const name : {"content.jar", "artifacts.jar"}) {
+    const fs::path kept = cache.file_for(child, name);
+    fs::create_directories(kept.parent_path());
+    fs::copy_file(site / name, kept, fs::copy_options::overwrite_existing);
+    fs::last_write_time(kept, time);
+  }
+}
+
+bool resolves(const Product& product) {
+  return eclipse_int("plan --resolve --json " + product.write_session("install")).result.at("resolution").at("resolves");
+}
+
+TEST(LintDirector, ReplacedArchiveWithTheSameTimeIsNotNoticed) {
+  Product product;
+  product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
+  const fs::path archive = product.directory() / "tools/sites/beta.zip";
+  keep_metadata(product, archive, prepared / "sites/alpha");
+  EXPECT_FALSE(resolves(product));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("kept-metadata-outdated"));
+  const Outcome outcome = product.run("install");
+  EXPECT_EQ(outcome.exit_codes().front(), 13);
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("org.example.beta.feature.group has not been found"));
+  EXPECT_THAT(planned(outcome), ElementsAre("fail"));
+}
+
+TEST(LintDirector, ReplacedArchiveWithAnotherTimeIsReadAgain) {
+  Product product;
+  product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
+  const fs::path archive = product.directory() / "tools/sites/beta.zip";
+  keep_metadata(product, archive, prepared / "sites/alpha");
+  fs::last_write_time(archive, fs::last_write_time(archive) - std::chrono::seconds(1));
+  EXPECT_TRUE(resolves(product));
+  EXPECT_THAT(rules_broken_by(product), IsEmpty());
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+}
+
+TEST(LintDirector, MetadataOfAChildInAnArchiveIsKeptToo) {
+  Product product;
+  product.component("tools", {"beta"}, "sites/both.zip\torg.example.beta.feature.group\n");
+  const fs::path sites = product.directory() / "tools/sites";
+  for (const std::string kind : {"Content", "Artifacts"}) {
+    write(sites / ("composite" + kind + ".xml"),
+          "<?xml version='1.0'?>\n<repository name='both' type='org.eclipse.equinox.internal.p2." +
+              std::string(kind == "Content" ? "metadata" : "artifact") + ".repository.Composite" +
+              (kind == "Content" ? "Metadata" : "Artifact") +
+              "Repository' version='1.0.0'><children size='1'><child location='beta'/></children></repository>\n");
+  }
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + sites.string() + "' && zip -qr both.zip *").exit_code, 0);
+  keep_metadata(product, sites / "both.zip", prepared / "sites/alpha", "beta");
+  EXPECT_FALSE(resolves(product));
+  EXPECT_THAT(rules_broken_by(product), Contains("kept-metadata-outdated"));
+  EXPECT_EQ(product.run("install").exit_codes().front(), 13);
+}
+
+TEST(LintDirector, KeptMetadataOfTheSameArchiveIsFine) {
+  Product product;
+  product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
+  keep_metadata(product, product.directory() / "tools/sites/beta.zip", prepared / "sites/beta");
+  EXPECT_TRUE(resolves(product));
+  EXPECT_THAT(rules_broken_by(product), IsEmpty());
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+}
+
+TEST(LintDirector, JarIsRejectedByAKeptChecksum) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha.zip\torg.example.alpha.feature.group\n");
+  const fs::path sites = product.directory() / "tools/sites";
+  list_alpha_with(product, "<property name='download.checksum.md5' value='0123456789abcdef0123456789abcdef'/>");
+  const auto packed =
+      eclipse_shell::run_in_shell("cd '" + (sites / "alpha").string() + "' && zip -q artifacts.jar artifacts.xml && cp '" +
+                                  (prepared / "sites/alpha.zip").string() + "' ..");
+  ASSERT_EQ(packed.exit_code, 0);
+  keep_metadata(product, sites / "alpha.zip", sites / "alpha");
+  EXPECT_TRUE(resolves(product));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("kept-metadata-outdated"));
+  const Outcome outcome = product.run("install");
+  EXPECT_EQ(outcome.exit_codes().front(), 13);
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("MD5 hash is not as expected"));
+  EXPECT_THAT(planned(outcome), ElementsAre("fail"));
 }
 
 TEST(LintDirector, ArchiveWithBackslashesLacksItsArtifacts) {
