@@ -21,6 +21,7 @@
 #include "p2/installation.h"
 #include "p2/instance_paths.h"
 #include "p2/metadata_cache.h"
+#include "p2/missing_files.h"
 #include "p2/profile.h"
 
 using namespace eclipse_base;
@@ -80,6 +81,48 @@ Rule profile_missing() {
             if (!input.session || input.session->run.commands.empty()) return;
             const auto missing = eclipse_p2::missing_profile(eclipse_p2::instance_directory(input.session->executable));
             if (missing) reporter.report(input.session->location_of_executable(), missing->message, missing->fix);
+          },
+  };
+}
+
+// ---- Files of installed units ----
+
+std::vector<SampleFile> instance_with_bundle() {
+  return {{profile_name,
+           "<profile><units><unit id='org.example.zero' version='1.0.0'>\n"
+           "  <touchpoint id='org.eclipse.equinox.p2.osgi' version='1.0.0'/>\n"
+           "  <artifacts><artifact classifier='osgi.bundle' id='org.example.zero' version='1.0.0'/></artifacts>\n"
+           "</unit></units></profile>\n"},
+          {std::string("ide/") + bundle_list, "org.example.zero,1.0.0,plugins/org.example.zero_1.0.0.jar,4,false\n"}};
+}
+
+std::vector<SampleFile> with_jar(std::vector<SampleFile> files) {
+  files.push_back({"ide/plugins/org.example.zero_1.0.0.jar", empty_jar()});
+  return files;
+}
+
+Rule installed_file_missing() {
+  return {
+      .name = "installed-file-missing",
+      .group = Group::eclipse,
+      .severity = Severity::warning,
+      .title = "the jar or the directory of an installed unit has disappeared from the Eclipse instance",
+      .why =
+          "The director looks only at the p2 profile: it takes the unit for installed, restores nothing, and reports success. "
+          "Eclipse starts without the bundle, and without those that need it.",
+      .fix = "remove the feature that the unit belongs to, and install it again; or restore the file",
+      .bad = product(user_session(), instance_with_bundle()),
+      .good = product(user_session(), with_jar(instance_with_bundle())),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->run.commands.empty() || !input.session->installed) return;
+            const auto missing =
+                missing_files(eclipse_p2::instance_directory(input.session->executable), *input.session->installed);
+            if (missing.empty()) return;
+            const std::size_t others = missing.size() - 1;
+            reporter.report(input.session->location_of_executable(),
+                            text_of(missing.front().unit) + " is installed, but " + missing.front().path.string() +
+                                " does not exist" + (others == 0 ? "" : "; likewise " + counted(others, "other file")));
           },
   };
 }
@@ -321,7 +364,8 @@ Rule kept_metadata_outdated() {
 }  // namespace
 
 std::vector<Rule> eclipse_instance_rules() {
-  return {instance_damaged(), profile_missing(), instance_not_writable(), other_build_installed(), kept_metadata_outdated()};
+  return {instance_damaged(),      profile_missing(),       installed_file_missing(),
+          instance_not_writable(), other_build_installed(), kept_metadata_outdated()};
 }
 
 }  // namespace eclipse_lint
