@@ -84,6 +84,7 @@ UnitDescription description_of(const pugi::xml_node& unit) {
   description.label = label_of(unit);
   description.is_category = property_of(unit, "org.eclipse.equinox.p2.type.category") == "true";
   description.is_group = is_group(unit);
+  description.is_singleton = unit.attribute("singleton").as_bool(true);
   description.filter = eclipse_base::trimmed(unit.child("filter").text().get());
   description.requirements = requirements_of(unit);
   description.further_capabilities = further_capabilities_of(unit);

@@ -32,6 +32,7 @@ struct UnitDescription {
   bool is_category = false;
   std::set<std::string> members;  ///< of a category: the ids of the units in it
   bool is_group = false;          ///< it is a feature
+  bool is_singleton = true;       ///< an instance can have only one version of it
   std::string filter;             ///< of the environments that it is for; empty for all
   std::vector<Requirement> requirements;
   std::vector<Capability> further_capabilities;

@@ -515,6 +515,13 @@ const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
                    "Repository: file://DIRECTORY/tools/site Feature: org.example.one.feature.group",
                    "order: 0 feature: org.example.one.feature.group",
                    "sh: [-repository][file://DIRECTORY/tools/site][-i][org.example.one.feature.group] exit 0"})},
+    {"singleton-in-two-versions",
+     {"found eclipse configuration: etc/eclipse/tools.txt",
+      "Repository: file://DIRECTORY/tools/site Feature: org.example.one.feature.group",
+      "Repository: file://DIRECTORY/tools/site Feature: org.example.two.feature.group",
+      "order: 0 feature: org.example.one.feature.group", "order: 1 feature: org.example.two.feature.group",
+      "sh: [-repository][file://DIRECTORY/tools/site][-i][org.example.one.feature.group,org.example.two.feature.group] exit "
+      "0"}},
     {"installed-file-missing",
      around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"},
                   {"found eclipse configuration: etc/eclipse/tools.txt",

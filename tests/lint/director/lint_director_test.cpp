@@ -1070,6 +1070,46 @@ TEST(LintDirector, JarIsRejectedByAKeptChecksum) {
   EXPECT_THAT(planned(outcome), ElementsAre("fail"));
 }
 
+/// A copy of the site alpha with the feature org.example.NAME in its place, and all of it in this version.
+void add_site_with_bundle_of_alpha(Product& product, const std::string& name, const std::string& version) {
+  product.component(name, {"alpha"}, "sites/alpha\torg.example." + name + ".feature.group\n");
+  const std::string site = (product.directory() / name / "sites/alpha").string();
+  const std::string rename = "s/org\\.example\\.alpha\\.feature/org.example." + name +
+                             ".feature/g; s/id=.org\\.example\\.alpha. /id=\"org.example." + name +
+                             "\" /; /<units/,/<\\/units/s/1\\.0\\.0/" + version + "/g; /<artifacts/,$s/1\\.0\\.0/" + version +
+                             "/g; s/\\(p2\\.osgi. version=.\\)[0-9.]*/\\11.0.0/; /checksum/d";
+  const auto made = eclipse_shell::run_in_shell(
+      "cd '" + site + "' && for list in content artifacts; do unzip -qo $list.jar && rm $list.jar && sed -i '" + rename +
+      "' $list.xml || exit 1; done; mv features/*.jar features/org.example." + name + "_" + version +
+      ".jar; test -e plugins/org.example.alpha.plugin_" + version +
+      ".jar || mv plugins/*.jar plugins/org.example.alpha.plugin_" + version + ".jar");
+  ASSERT_EQ(made.exit_code, 0) << made.error_output;
+}
+
+TEST(LintDirector, TwoFeaturesCannotIncludeASingletonInTwoVersions) {
+  Product product;
+  add_site_with_bundle_of_alpha(product, "one", "1.0.0");
+  add_site_with_bundle_of_alpha(product, "two", "2.0.0");
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 0, 13));
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("Only one of the following can be installed at once"));
+  EXPECT_THAT(planned(outcome), ElementsAre("add", "fail"));
+  EXPECT_THAT(rules_broken_by(product), Contains("singleton-in-two-versions"));
+  EXPECT_EQ(product.installed(), features({"one"}));
+}
+
+TEST(LintDirector, TwoFeaturesCanIncludeABundleInTwoVersionsThatIsNoSingleton) {
+  Product product;
+  add_site_with_bundle_of_alpha(product, "one", "1.0.0");
+  add_site_with_bundle_of_alpha(product, "two", "2.0.0");
+  const auto made = eclipse_shell::run_in_shell(
+      "cd '" + product.directory().string() +
+      "' && sed -i \"s/;singleton:=true//; s/<unit id='org.example.alpha.plugin'/& singleton='false'/\" */sites/*/content.xml");
+  ASSERT_EQ(made.exit_code, 0);
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+  EXPECT_THAT(rules_broken_by(product), testing::Not(Contains("singleton-in-two-versions")));
+}
+
 TEST(LintDirector, ArchiveWithBackslashesLacksItsArtifacts) {
   Product product;
   add_repacked_alpha(product,
