@@ -58,6 +58,8 @@ class LimitedCopies {
     if (!content.error.empty()) throw FileError(from_ / name, content.error + "; make it readable for this user");
     left_ -= content.bytes.size();
     write(to_ / name, content.bytes);
+    // The director compares the times of what it has fetched.
+    fs::last_write_time(to_ / name, fs::last_write_time(from_ / name));
   }
 
   /// A link to a directory could lead in a circle, so only the directory itself may be one. What this user may not read, the

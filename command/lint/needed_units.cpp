@@ -104,6 +104,21 @@ const UnitDescription* NeededUnits::description_of(const Unit& unit) const {
   return found != descriptions_.end() && found->second.size() == 1 ? found->second.front() : nullptr;
 }
 
+std::vector<Unit> NeededUnits::pinned_by(const UnitDescription& description) const {
+  std::vector<Unit> pinned;
+  for (const Requirement& requirement : description.requirements) {
+    const bool counts = requirement.is_hard && fulfils(environment_, requirement.filter) == true;
+    const bool is_pin = requirement.name_space == unit_name_space && is_exact(requirement.range);
+    const bool has_other_providers = further_.count(requirement.name) != 0 || patched_.count(requirement.name) != 0;
+    const auto offered = offered_.find(requirement.name);
+    if (!counts || !is_pin || has_other_providers || offered == offered_.end()) continue;
+    for (const std::string& version : offered->second) {
+      if (is_in_range(version, requirement.range)) pinned.push_back({requirement.name, version});
+    }
+  }
+  return pinned;
+}
+
 void NeededUnits::add_requirements(Open open) {
   const auto found = descriptions_.find(open.unit);
   if (found == descriptions_.end()) return;

@@ -60,6 +60,10 @@ class NeededUnits {
   bool is_installed(const eclipse_p2::Unit& unit) const;
   /// The records that name features which need any of these units that the instance does not have.
   std::vector<const Record*> records_that_need(const std::vector<eclipse_p2::Unit>& units) const;
+  /// The units that a feature with this description requires in exactly one version, of which a repository describes this one.
+  std::vector<eclipse_p2::Unit> pinned_by(const eclipse_p2::UnitDescription& description) const;
+  /// Null when repositories describe it differently, or none does.
+  const eclipse_p2::UnitDescription* description_of(const eclipse_p2::Unit& unit) const;
   /// Only those that no choice of the director can avoid. None when a repository is not known.
   const std::vector<UnmetRequirement>& unmet() const { return unmet_; }
 
@@ -85,7 +89,6 @@ class NeededUnits {
   void add_required(const Open& open, const eclipse_p2::UnitDescription& description,
                     const eclipse_p2::Requirement& requirement);
   void note_unmet(const Open& open, const eclipse_p2::Requirement& requirement, const std::vector<Provider>& providers);
-  const eclipse_p2::UnitDescription* description_of(const eclipse_p2::Unit& unit) const;
   std::vector<Provider> providers_of(const eclipse_p2::Requirement& requirement) const;
   bool may_be_here(const Provider& provider) const;
   std::vector<std::string> installed_versions(const std::string& id) const;

@@ -51,6 +51,9 @@ struct SampleFile {
   int permissions = 0644;
   std::string link_to = {};                         ///< for a symbolic link
   std::map<std::string, std::string> entries = {};  ///< of a zip archive, by their names
+  /// For a file that a director has kept of an archive: that archive, whose modification time it has. In its place stands a
+  /// name with the hash of the archive's URL.
+  std::string kept_of = {};
 };
 
 /// Something to lint: `input` names the one of `files` that is given to lint, or the directory that holds them.

@@ -85,6 +85,7 @@ UnitDescription description_of(const pugi::xml_node& unit) {
   description.label = label_of(unit);
   description.is_category = property_of(unit, "org.eclipse.equinox.p2.type.category") == "true";
   description.is_group = is_group(unit);
+  description.is_singleton = unit.attribute("singleton").as_bool(true);
   description.filter = eclipse_base::trimmed(unit.child("filter").text().get());
   description.requirements = requirements_of(unit);
   description.further_capabilities = further_capabilities_of(unit);
@@ -189,7 +190,7 @@ bool offers_features(const UnitVersions& units) {
 class Repositories::Reader {
  public:
   Reader(Repositories& repositories, RepositoryPlace place, std::size_t depth)
-      : repositories_(repositories), place_(std::move(place)), files_(place_), depth_(depth) {}
+      : repositories_(repositories), place_(std::move(place)), files_(place_, repositories.cache_), depth_(depth) {}
 
   Repository read() {
     std::error_code error;

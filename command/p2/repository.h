@@ -32,6 +32,7 @@ struct UnitDescription {
   bool is_category = false;
   std::set<std::string> members;  ///< of a category: the ids of the units in it
   bool is_group = false;          ///< it is a feature
+  bool is_singleton = true;       ///< an instance can have only one version of it
   std::string filter;             ///< of the environments that it is for; empty for all
   std::vector<Requirement> requirements;
   std::vector<Capability> further_capabilities;
@@ -99,6 +100,10 @@ struct Repository {
 /// The repositories that were looked into so far, each once, however many paths and composites lead to it.
 class Repositories {
  public:
+  Repositories() = default;
+  /// As a director sees them that reads what it has kept of an archive.
+  explicit Repositories(const MetadataCache& cache) : cache_(&cache) {}
+
   /// The repository at a path, which is a directory or an archive. The result stays where it is.
   const Repository& at(const std::filesystem::path& path);
 
@@ -107,6 +112,7 @@ class Repositories {
 
   const Repository& at(RepositoryPlace place, std::size_t depth);
 
+  const MetadataCache* cache_ = nullptr;
   std::map<RepositoryPlace, Repository> repositories_;
   std::unordered_map<std::string, const Repository*> by_path_;  ///< by paths as they were given: many lines name one
 };

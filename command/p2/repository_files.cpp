@@ -103,7 +103,7 @@ bool RepositoryFiles::is_form(Listing listing, std::string_view name) {
   });
 }
 
-RepositoryFiles::RepositoryFiles(RepositoryPlace place) : place_(std::move(place)) {
+RepositoryFiles::RepositoryFiles(RepositoryPlace place, const MetadataCache* cache) : place_(std::move(place)), cache_(cache) {
   std::error_code error;
   const fs::file_status status = fs::status(place_.path, error);
   if (is_unreadable(place_.path)) {
@@ -139,8 +139,14 @@ bool RepositoryFiles::is_unreadable_file(const std::string& name) const {
   return !archive_ && is_unreadable(place_.path / name);
 }
 
+Unpacked RepositoryFiles::read_in_archive(const std::string& name, std::size_t limit) const {
+  const bool is_cached = cache_ != nullptr && is_same_file(cache_->archive(), place_.path);
+  const auto kept = is_cached ? cache_->in_place_of(place_.inside, name) : std::nullopt;
+  return kept ? eclipse_base::read_file(*kept, limit) : archive_->read(place_.inside + name, limit);
+}
+
 Unpacked RepositoryFiles::read_file(const std::string& name, std::size_t limit) const {
-  return archive_ ? archive_->read(place_.inside + name, limit) : eclipse_base::read_file(place_.path / name, limit);
+  return archive_ ? read_in_archive(name, limit) : eclipse_base::read_file(place_.path / name, limit);
 }
 
 bool RepositoryFiles::has_any(Listing listing) const {

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "base/archive.h"
+#include "p2/metadata_cache.h"
 
 namespace eclipse_p2 {
 
@@ -63,7 +64,8 @@ struct Metadata {
 
 class RepositoryFiles {
  public:
-  explicit RepositoryFiles(RepositoryPlace place);
+  /// With what a director reads in place of the archive of the cache, if there is one, which must outlive this object.
+  explicit RepositoryFiles(RepositoryPlace place, const MetadataCache* cache = nullptr);
 
   /// Whether a file of this name is one of the forms.
   static bool is_form(Listing listing, std::string_view name);
@@ -95,6 +97,7 @@ class RepositoryFiles {
   struct Form;
   static const std::vector<Form>& forms_of(Listing listing);
 
+  eclipse_base::Unpacked read_in_archive(const std::string& name, std::size_t limit) const;
   eclipse_base::Unpacked read_file(const std::string& name, std::size_t limit) const;
   bool has_metadata(const std::string& name) const;
   bool is_unreadable_file(const std::string& name) const;
@@ -105,6 +108,7 @@ class RepositoryFiles {
   std::set<std::string> names() const;
 
   RepositoryPlace place_;
+  const MetadataCache* cache_;
   std::optional<eclipse_base::Archive> archive_;
   std::string error_;
 };

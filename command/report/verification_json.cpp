@@ -31,11 +31,16 @@ Json verification_json(const Verification& verification) {
   for (const CheckedUnit& checked : verification.unremoved) {
     not_removed.push_back({{"unit", text_of(checked.unit)}, {"locations", checked.places}});
   }
+  Json missing_files = Json::array();
+  for (const UnitFile& file : verification.missing_files) {
+    missing_files.push_back({{"unit", text_of(file.unit)}, {"file", file.path.string()}});
+  }
   return {{"removal", verification.is_removal},
           {"executable", verification.executable},
           {"same", verification.is_same()},
           {"units", units},
           {"notRemoved", not_removed},
+          {"missingFiles", missing_files},
           {"roots", texts_of(verification.installed.roots)},
           {"source", verification.source == Source::profile ? "profile" : "director"},
           {"knowsAll", verification.knows_all()}};

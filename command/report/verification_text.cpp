@@ -63,6 +63,15 @@ std::string not_removed(const Verification& verification) {
   return text;
 }
 
+std::string missing(const Verification& verification) {
+  std::string text;
+  for (const UnitFile& file : verification.missing_files) {
+    text += "  " + printable(text_of(file.unit)) + " is installed, but " + printable(file.path.string()) +
+            " does not exist; remove the feature that it belongs to, and install it again\n";
+  }
+  return text;
+}
+
 /// What is as it should be, but for another reason than expected; and what cannot be determined.
 std::string notes_on(const Verification& verification) {
   std::string text;
@@ -102,6 +111,11 @@ std::string unremoved_count(const Verification& verification) {
   return "; " + counted(count, "unit") + " selected for removal " + (count == 1 ? "is" : "are") + " still installed";
 }
 
+std::string missing_count(const Verification& verification) {
+  const std::size_t count = verification.missing_files.size();
+  return count == 0 ? "" : "; " + counted(count, "file") + " of installed units " + (count == 1 ? "does" : "do") + " not exist";
+}
+
 }  // namespace
 
 std::string verification_text(const Verification& verification) {
@@ -109,9 +123,9 @@ std::string verification_text(const Verification& verification) {
   std::string text = verification.is_same() ? "Same: " : "Different: ";
   text += summary(verification, differences.size()) + printable(verification.executable);
   if (verification.source == Source::profile) text += ", according to its p2 profile";
-  text += unremoved_count(verification) + "\n";
+  text += missing_count(verification) + unremoved_count(verification) + "\n";
   for (const CheckedUnit& checked : differences) text += difference(checked, verification);
-  return text + not_removed(verification) + notes_on(verification);
+  return text + missing(verification) + not_removed(verification) + notes_on(verification);
 }
 
 std::string reasons_text(const eclipse_plan::Plan& plan, const std::string& indent) {

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <compare>
+#include <iterator>
 #include <map>
+#include <string_view>
 #include <utility>
 
 #include "p2/installation.h"
@@ -82,6 +84,19 @@ std::vector<CheckedUnit> unremoved_units_of(const eclipse_plan::Plan& plan, cons
   return units;
 }
 
+void look_for_files(Verification& verification) {
+  if (verification.is_removal || !verification.knows_all()) return;
+  std::vector<std::string_view> ids;
+  for (const CheckedUnit& checked : verification.units) {
+    if (checked.is_installed) ids.push_back(checked.unit.id);
+  }
+  const auto needed = ids_kept_by(std::move(ids), *verification.installed.all);
+  std::vector<InstalledUnit> units;
+  std::copy_if(verification.installed.all->begin(), verification.installed.all->end(), std::back_inserter(units),
+               [&](const InstalledUnit& unit) { return needed.contains(unit.id); });
+  verification.missing_files = missing_files(instance_directory(verification.executable), units);
+}
+
 }  // namespace
 
 bool is_verifiable(const eclipse_plan::Plan& plan) { return plan.command || !plan.unremoved.empty(); }
@@ -139,12 +154,15 @@ std::optional<Verification> verify_by_profile(const eclipse_plan::Plan& plan, co
   if (!recorded) return std::nullopt;
   Verification verification = compare(plan, *std::move(recorded), offer);
   verification.source = Source::profile;
+  look_for_files(verification);
   return verification;
 }
 
 Verification verify_by_director(const eclipse_plan::Plan& plan, const Offer& offer,
                                 const eclipse_shell::CommandProgress& progress) {
-  return compare(plan, installed_units(plan.executable, progress), offer);
+  Verification verification = compare(plan, installed_units(plan.executable, progress), offer);
+  look_for_files(verification);
+  return verification;
 }
 
 }  // namespace eclipse_verify

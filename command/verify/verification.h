@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "p2/installed_units.h"
+#include "p2/missing_files.h"
 #include "plan/offer.h"
 #include "plan/plan.h"
 
@@ -35,12 +36,14 @@ struct Verification {
   /// Of an installation, which removes nothing: units of components that are selected for removal, and that are installed by
   /// name.
   std::vector<CheckedUnit> unremoved = {};
+  /// Of an installation: those of its units, and of what they require, as far as that is known.
+  std::vector<eclipse_p2::UnitFile> missing_files = {};
 
   /// Otherwise only what was installed by name is known.
   bool knows_all() const { return installed.all.has_value(); }
   bool is_as_it_should_be(const CheckedUnit& checked) const { return checked.is_installed != is_removal; }
   std::vector<CheckedUnit> differences() const;
-  bool is_same() const { return unremoved.empty() && differences().empty(); }
+  bool is_same() const { return unremoved.empty() && missing_files.empty() && differences().empty(); }
   /// Whether what a feature column names is installed, all of it; nothing when the session does not name it.
   std::optional<bool> has(const std::string& feature) const;
   /// Units to be removed that are not installed. One of them is enough for the director to remove none.
@@ -53,7 +56,8 @@ struct Verification {
 /// Whether there is anything to compare: the plan has a command, or leaves what is selected for removal.
 bool is_verifiable(const eclipse_plan::Plan& plan);
 
-/// Compares what a plan comes to with what is installed. The offer says which versions an installation brings.
+/// Compares what a plan comes to with what is installed, but looks at no files. The offer says which versions an installation
+/// brings.
 Verification compare(const eclipse_plan::Plan& plan, eclipse_p2::InstalledUnits installed,
                      const eclipse_plan::Offer& offer = {});
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <set>
@@ -84,6 +85,16 @@ TEST_F(CopyOfAnInstance, HasTheConfigurationAndTheNewestStateAndIsRemoved) {
   }
   EXPECT_FALSE(fs::exists(copied));
   EXPECT_EQ(files_in("ide"), before);
+}
+
+TEST_F(CopyOfAnInstance, HasTheTimesThatTheDirectorCompares) {
+  const std::string kept = "p2/org.eclipse.equinox.p2.repository/cache/content1.jar";
+  fake::write_file("ide/" + kept, "");
+  const auto time = fs::last_write_time("ide/" + kept) - std::chrono::hours(1);
+  fs::last_write_time("ide/" + kept, time);
+  const auto copy = InstanceCopy::of("ide");
+  ASSERT_NE(copy, nullptr);
+  EXPECT_EQ(fs::last_write_time(copy->directory() / kept), time);
 }
 
 TEST_F(CopyOfAnInstance, IsMadeWhereverTheDirectorFindsTheCopiedProfile) {

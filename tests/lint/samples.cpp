@@ -3,11 +3,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 
 #include "base/packing.h"
 #include "base/text.h"
 #include "lint/rules/samples.h"
+#include "p2/metadata_cache.h"
 
 namespace fs = std::filesystem;
 
@@ -16,6 +18,14 @@ namespace lint_test {
 namespace {
 
 constexpr uid_t nobody = 65534;
+
+/// As the director of the instance "ide" keeps it.
+void write_kept(const eclipse_lint::SampleFile& file) {
+  const eclipse_p2::MetadataCache cache("ide", fs::absolute(file.kept_of));
+  const fs::path kept = cache.file_for("", fs::path(file.name).filename().string());
+  fake::write_file(kept.string(), file.content);
+  fs::last_write_time(kept, std::chrono::floor<std::chrono::seconds>(fs::last_write_time(file.kept_of)));
+}
 
 }  // namespace
 
@@ -47,7 +57,9 @@ WithoutRights::~WithoutRights() {
 
 void write_sample(const eclipse_lint::Sample& sample) {
   for (const eclipse_lint::SampleFile& file : sample.files) {
-    if (file.name.ends_with('/')) {
+    if (!file.kept_of.empty()) {
+      write_kept(file);
+    } else if (file.name.ends_with('/')) {
       fs::create_directories(file.name);
       if (file.permissions != eclipse_lint::SampleFile().permissions)
         fs::permissions(file.name, fs::perms(static_cast<unsigned>(file.permissions)));

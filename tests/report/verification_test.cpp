@@ -57,6 +57,7 @@ Verification mixed() {
   brought.brought = "1.0.0";
   verification.units = {unit("there", true), required, newer, other, unknown, listed, brought, unit("missing", false)};
   verification.unremoved = {unit("left", true)};
+  verification.missing_files = {{{"bundle", "1.0.0"}, "/opt/ide/plugins/bundle\x1B.jar"}, {{"more", "1"}, "features/more_1"}};
   return verification;
 }
 
@@ -74,6 +75,7 @@ TEST(VerificationText, NamesEachDifference) {
   Verification of_removal = mixed();
   of_removal.is_removal = true;
   of_removal.unremoved.clear();
+  of_removal.missing_files.clear();
   text += verification_text(of_removal);
   Verification of_director = mixed();
   of_director.installed.all.reset();

@@ -68,6 +68,37 @@ TEST(RealInstance, IsTheSameAfterARunAndDiffersBeforeAndAfterARemoval) {
   EXPECT_EQ(answer_of(product, "verify", "--set KORU_MODE=install").status, 1);
 }
 
+TEST(RealInstance, DiffersWhenAFileIsGoneUntilTheFeatureIsInstalledAnew) {
+  namespace fs = std::filesystem;
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");
+  ASSERT_EQ(product.run("install").status, 0);
+  EXPECT_THAT(answer_of(product, "verify").result.at("missingFiles"), IsEmpty());
+  const fs::path ide = fs::canonical(product.executable()).parent_path();
+  const fs::path jar = ide / "plugins/org.example.alpha.plugin_1.0.0.jar";
+  const fs::path feature = ide / "features/org.example.alpha_1.0.0";
+  ASSERT_TRUE(fs::remove(jar));
+  ASSERT_NE(fs::remove_all(feature), 0U);
+  EXPECT_EQ(json_of(product, "run").exit_code, 0) << "the director does not look";
+  EXPECT_FALSE(fs::exists(jar) || fs::exists(feature));
+  for (const char* const source : {"", "--director"}) {
+    const Answer answer = answer_of(product, "verify", source);
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_THAT(different_units(answer.result), IsEmpty());
+    EXPECT_EQ(answer.result.at("missingFiles"),
+              (nlohmann::json{{{"unit", "org.example.alpha.plugin/1.0.0"}, {"file", jar}},
+                              {{"unit", "org.example.alpha.feature.jar/1.0.0"}, {"file", feature}}}));
+  }
+  const auto lint = eclipse_shell::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' lint '" +
+                                                (product.directory() / "session.json").string() + "'");
+  EXPECT_THAT(lint.output, testing::HasSubstr("1 warning"));
+  EXPECT_THAT(lint.output, testing::HasSubstr("[installed-file-missing]"));
+  ASSERT_EQ(product.run("uninstall").status, 0);
+  ASSERT_EQ(product.run("install").status, 0);
+  EXPECT_TRUE(fs::exists(jar) && fs::exists(feature));
+  EXPECT_EQ(answer_of(product, "verify").status, 0);
+}
+
 TEST(RealInstance, OneUnitThatIsNotThereIsNamedAndKeepsTheOthersIn) {
   Product product;
   product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");

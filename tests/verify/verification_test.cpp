@@ -134,6 +134,34 @@ TEST(Verification, ByTheProfileSaysSo) {
   EXPECT_EQ(texts_of(verification->differences()), (Texts{"a/2.0", "c"}));
 }
 
+TEST(Verification, LooksForTheFilesOfWhatTheSessionInstalls) {
+  const fake::TemporaryDirectory directory;
+  const auto bundle = [](const std::string& id) {
+    const std::string attributes = "id='" + id + "' version='1.0.0'";
+    return "<unit " + attributes + "><provides><provided namespace='osgi.bundle' name='" + id +
+           "' version='1.0.0'/></provides><artifacts><artifact classifier='osgi.bundle' " + attributes +
+           "/></artifacts><touchpoint id='org.eclipse.equinox.p2.osgi' version='1.0.0'/></unit>";
+  };
+  fake::write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
+                   "<profile><units><unit id='b' version='1.0.0'><requires><required namespace='osgi.bundle' name='own' "
+                   "range='0.0.0'/></requires></unit>" +
+                       bundle("own") + bundle("other") + "</units></profile>");
+  fake::write_file("ide/configuration/org.eclipse.equinox.simpleconfigurator/bundles.info",
+                   "own,1.0.0,plugins/own.jar,4,false\nother,1.0.0,plugins/other.jar,4,false\n");
+  Plan made;
+  made.records = {record(1, "b", 0)};
+  made.executable = directory.path() + "/ide/eclipse";
+  const auto missing = verify_by_profile(made, {})->missing_files;
+  ASSERT_EQ(missing.size(), 1U);
+  EXPECT_EQ(missing.front().path, directory.path() + "/ide/plugins/own.jar");
+  EXPECT_FALSE(verify_by_profile(made, {})->is_same());
+  made.is_removal = true;
+  EXPECT_TRUE(verify_by_profile(made, {})->missing_files.empty());
+  made.is_removal = false;
+  fake::write_file("ide/plugins/own.jar", "");
+  EXPECT_TRUE(verify_by_profile(made, {})->is_same());
+}
+
 TEST(Verification, SaysOfAFeatureWhetherAllOfItIsInstalled) {
   const Verification verification = compare(plan(false), installed);
   EXPECT_EQ(verification.has("b"), true);

@@ -193,7 +193,7 @@ TEST_F(VerifyCommand, IsThereForPrograms) {
        "brought": "", "requiredBy": [], "otherVersions": [], "newer": "", "same": true},
       {"unit": "two", "locations": ["DIRECTORY/tools/etc/eclipse/tools.txt:3"], "installed": false, "byName": false,
        "brought": "", "requiredBy": [], "otherVersions": [], "newer": "", "same": false}],
-    "notRemoved": [], "roots": ["local.ide/4", "one/1.0.0"], "source": "director", "knowsAll": false})"));
+    "notRemoved": [], "missingFiles": [], "roots": ["local.ide/4", "one/1.0.0"], "source": "director", "knowsAll": false})"));
 }
 
 TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {

@@ -2,18 +2,26 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
+#include <set>
+#include <utility>
 
 #include "base/printable.h"
+#include "dry_run/command_pieces.h"
 #include "instance/damage.h"
 #include "lint/input.h"
 #include "lint/needed_units.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
+#include "lint/texts.h"
 #include "p2/artifact_file.h"
 #include "p2/artifact_name.h"
+#include "p2/installation.h"
 #include "p2/instance_paths.h"
+#include "p2/metadata_cache.h"
+#include "p2/missing_files.h"
 #include "p2/profile.h"
 
 using namespace eclipse_base;
@@ -73,6 +81,48 @@ Rule profile_missing() {
             if (!input.session || input.session->run.commands.empty()) return;
             const auto missing = eclipse_p2::missing_profile(eclipse_p2::instance_directory(input.session->executable));
             if (missing) reporter.report(input.session->location_of_executable(), missing->message, missing->fix);
+          },
+  };
+}
+
+// ---- Files of installed units ----
+
+std::vector<SampleFile> instance_with_bundle() {
+  return {{profile_name,
+           "<profile><units><unit id='org.example.zero' version='1.0.0'>\n"
+           "  <touchpoint id='org.eclipse.equinox.p2.osgi' version='1.0.0'/>\n"
+           "  <artifacts><artifact classifier='osgi.bundle' id='org.example.zero' version='1.0.0'/></artifacts>\n"
+           "</unit></units></profile>\n"},
+          {std::string("ide/") + bundle_list, "org.example.zero,1.0.0,plugins/org.example.zero_1.0.0.jar,4,false\n"}};
+}
+
+std::vector<SampleFile> with_jar(std::vector<SampleFile> files) {
+  files.push_back({"ide/plugins/org.example.zero_1.0.0.jar", empty_jar()});
+  return files;
+}
+
+Rule installed_file_missing() {
+  return {
+      .name = "installed-file-missing",
+      .group = Group::eclipse,
+      .severity = Severity::warning,
+      .title = "the jar or the directory of an installed unit has disappeared from the Eclipse instance",
+      .why =
+          "The director looks only at the p2 profile: it takes the unit for installed, restores nothing, and reports success. "
+          "Eclipse starts without the bundle, and without those that need it.",
+      .fix = "remove the feature that the unit belongs to, and install it again; or restore the file",
+      .bad = product(user_session(), instance_with_bundle()),
+      .good = product(user_session(), with_jar(instance_with_bundle())),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->run.commands.empty() || !input.session->installed) return;
+            const auto missing =
+                missing_files(eclipse_p2::instance_directory(input.session->executable), *input.session->installed);
+            if (missing.empty()) return;
+            const std::size_t others = missing.size() - 1;
+            reporter.report(input.session->location_of_executable(),
+                            text_of(missing.front().unit) + " is installed, but " + missing.front().path.string() +
+                                " does not exist" + (others == 0 ? "" : "; likewise " + counted(others, "other file")));
           },
   };
 }
@@ -173,10 +223,150 @@ Rule other_build_installed() {
           .concerns_removals = false};
 }
 
+// ---- Metadata that the director has kept ----
+
+/// What a director reads of an archive, where the instance may have kept it of an earlier one.
+struct SeenArchive {
+  const Record* record;
+  const Repository& site;  ///< what it is now
+  Repository seen;
+
+  bool is_known() const { return site.units && site.artifacts && (!seen.is_loadable() || (seen.units && seen.artifacts)); }
+  const UnitVersions& units() const {
+    static const UnitVersions none;
+    return seen.units ? *seen.units : none;
+  }
+};
+
+std::vector<SeenArchive> archives_kept_in(const fs::path& instance, const Input& input) {
+  std::vector<SeenArchive> archives;
+  std::set<std::string> urls;
+  for (const Record& record : input.records) {
+    if (record.site == nullptr || !record.takes_part() || !is_archive(record) || !record.site->is_loadable()) continue;
+    if (!urls.insert(record.placement->url).second) continue;
+    const std::string path = eclipse_dry_run::path_for_director(record.placement->url);
+    const MetadataCache cache(instance, path);
+    if (!cache.may_be_read()) continue;
+    SeenArchive archive{&record, *record.site, Repositories(cache).at(path)};
+    if (archive.is_known()) archives.push_back(std::move(archive));
+  }
+  return archives;
+}
+
+bool is_offered_elsewhere(const Unit& unit, const SeenArchive& archive, const NeededUnits& needed) {
+  const Sites& sites = needed.sites();
+  return std::any_of(sites.begin(), sites.end(), [&](const auto& each) {
+    return each.first != &archive.site && each.first->descriptions.count(unit) != 0;
+  });
+}
+
+/// What keeps the director from taking a feature of the archive; empty when nothing does.
+std::string error_of_feature(const NamedFeature& named, const SeenArchive& archive, const NeededUnits& needed) {
+  const Unit& unit = named.unit;
+  if (archive.site.descriptions.count(unit) == 0 || is_offered_elsewhere(unit, archive, needed)) return "";
+  const bool is_pinned = named.record->feature().find(unit.id + "/") != std::string_view::npos;
+  const auto taken = highest_offered({unit.id, is_pinned ? unit.version : ""}, archive.units());
+  if (taken ? *taken == unit.version : needed.is_installed(unit)) return "";
+  return taken ? "has " + unit.id + " in version " + *taken + ", not " + unit.version : "lacks " + text_of(unit);
+}
+
+/// Whether the director would reject the file of an artifact by what was kept of its list.
+bool is_rejected(const std::string& artifact, const SeenArchive& archive) {
+  const auto kept = archive.seen.artifact_files.find(artifact);
+  return kept == archive.seen.artifact_files.end() || !checksum_error(kept->second).empty();
+}
+
+/// The first artifact to be fetched that the director would not accept; empty when there is none.
+std::string rejected_artifact(const SeenArchive& archive, const NeededUnits& needed) {
+  for (const auto& [artifact, file] : archive.site.artifact_files) {
+    const Unit unit = unit_of_artifact(artifact);
+    const bool is_fetched = needed.has(unit) && !needed.is_installed(unit) && !is_offered_elsewhere(unit, archive, needed);
+    if (is_fetched && archive.seen.descriptions.count(unit) != 0 && is_rejected(artifact, archive)) return artifact;
+  }
+  return "";
+}
+
+/// The first unit to be installed that was another one then; empty when there is none.
+std::string other_unit(const SeenArchive& archive, const NeededUnits& needed) {
+  for (const auto& [unit, description] : archive.site.descriptions) {
+    if (!needed.has(unit) || needed.is_installed(unit) || is_offered_elsewhere(unit, archive, needed)) continue;
+    const auto kept = archive.seen.descriptions.find(unit);
+    if (kept == archive.seen.descriptions.end() || kept->second != description) return text_of(unit);
+  }
+  return "";
+}
+
+void report_kept(const SeenArchive& archive, const NeededUnits& needed, Reporter& reporter) {
+  const std::string path = eclipse_dry_run::path_for_director(archive.record->placement->url);
+  const std::string fix = "give it another modification time: touch " + in_quotes(path);
+  const auto report = [&](Severity severity, const std::string& error) {
+    reporter.report(severity, archive.record->location(0),
+                    "the director reads metadata that the instance has kept of an earlier " +
+                        in_quotes(archive.record->repository()) + " with the same modification time, which " + error,
+                    fix);
+  };
+  std::vector<const Record*> failing;
+  std::string error;
+  for (const NamedFeature& named : needed.named()) {
+    const std::string of_feature = error_of_feature(named, archive, needed);
+    if (of_feature.empty()) continue;
+    failing.push_back(named.record);
+    if (error.empty()) error = of_feature;
+  }
+  if (!failing.empty()) {
+    report(Severity::error, error);
+    reporter.fails(failing);
+  } else if (const std::string artifact = rejected_artifact(archive, needed); !artifact.empty()) {
+    report(Severity::error, "lists another file of the " + kind_and_unit(artifact));
+    reporter.fails(needed.records_that_need({unit_of_artifact(artifact)}));
+  } else if (const std::string unit = other_unit(archive, needed); !unit.empty()) {
+    report(Severity::warning, "lacks " + unit + ", or has it with other requirements");
+  }
+}
+
+Sample product_with_kept(const std::string& kept_metadata) {
+  return {"session.json",
+          {{"session.json", user_session()},
+           {"ide/eclipse", "#!/bin/sh\n", 0755},
+           {"tools/etc/eclipse/tools.txt", "site.zip\torg.example.one.feature.group\n"},
+           {.name = "tools/site.zip", .entries = {{"content.xml", content_of_one}}},
+           {.name = "ide/p2/org.eclipse.equinox.p2.repository/cache/content.xml",
+            .content = kept_metadata,
+            .kept_of = "tools/site.zip"}}};
+}
+
+Rule kept_metadata_outdated() {
+  return {
+      .name = "kept-metadata-outdated",
+      .group = Group::eclipse,
+      .severity = Severity::error,
+      .title = "the director reads metadata that the instance has kept of an earlier archive",
+      .why =
+          "The director keeps the metadata of an archive in the instance, and reads it again as long as the archive has the "
+          "same modification time, in seconds, whatever it then contains. Builds that are reproducible, \"cp -p\" and some "
+          "installers give every release the same time. The director does not find the new features, or rejects the new "
+          "files.",
+      .fix =
+          "give the archive another modification time, for example with touch; or delete the files in "
+          "p2/org.eclipse.equinox.p2.repository/cache of the instance",
+      .bad = product_with_kept("<repository><units/></repository>\n"),
+      .good = product_with_kept(content_of_one),
+      .check =
+          [](const Input& input, Reporter& reporter) {
+            if (!input.session || input.session->run.commands.empty() || !input.needed) return;
+            const fs::path instance = instance_directory(input.session->executable);
+            for (const SeenArchive& archive : archives_kept_in(instance, input)) {
+              report_kept(archive, *input.needed, reporter);
+            }
+          },
+      .concerns_removals = false};
+}
+
 }  // namespace
 
 std::vector<Rule> eclipse_instance_rules() {
-  return {instance_damaged(), profile_missing(), instance_not_writable(), other_build_installed()};
+  return {instance_damaged(),      profile_missing(),       installed_file_missing(),
+          instance_not_writable(), other_build_installed(), kept_metadata_outdated()};
 }
 
 }  // namespace eclipse_lint

@@ -1,7 +1,9 @@
 // Rules about what the metadata of repositories says of features: their versions, and what they require.
 #include <algorithm>
+#include <map>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/printable.h"
@@ -143,6 +145,105 @@ Rule requirement_not_met() {
           .concerns_removals = false};
 }
 
+// ---- Singletons ----
+
+/// A singleton that a feature requires in exactly one version, itself or through features that it includes.
+struct Pin {
+  const NamedFeature* by;
+  Unit unit;
+};
+
+std::vector<Pin> pins_of(const NamedFeature& named, const NeededUnits& needed) {
+  std::vector<Pin> pins;
+  std::set<Unit> known = {named.unit};
+  std::vector<Unit> open = {named.unit};
+  while (!open.empty()) {
+    const UnitDescription* const description = needed.description_of(open.back());
+    open.pop_back();
+    if (description == nullptr) continue;
+    for (const Unit& pinned : needed.pinned_by(*description)) {
+      const UnitDescription* const of_pinned = needed.description_of(pinned);
+      if (of_pinned == nullptr || !known.insert(pinned).second) continue;
+      if (of_pinned->is_group) {
+        open.push_back(pinned);
+      } else if (of_pinned->is_singleton) {
+        pins.push_back({&named, pinned});
+      }
+    }
+  }
+  return pins;
+}
+
+/// In the order in which the director gets them, where one that is installed stays.
+std::vector<const NamedFeature*> in_install_order(const NeededUnits& needed) {
+  std::vector<const NamedFeature*> features;
+  for (const NamedFeature& named : needed.named()) {
+    if (named.record->takes_part()) features.push_back(&named);
+  }
+  std::stable_sort(features.begin(), features.end(), [&](const NamedFeature* one, const NamedFeature* other) {
+    const auto key = [&](const NamedFeature* named) {
+      return std::pair(!needed.is_installed(named->unit), named->record->placement->slot);
+    };
+    return key(one) < key(other);
+  });
+  return features;
+}
+
+void report_rival(const Pin& first, const Pin& pin, Reporter& reporter) {
+  reporter.report(pin.by->record->location(1), in_quotes(text_of(pin.by->unit)) + " includes " + text_of(pin.unit) + ", but " +
+                                                   in_quotes(text_of(first.by->unit)) + " (" + first.by->record->where() +
+                                                   ") includes version " + first.unit.version +
+                                                   ", and an instance can have only one of them");
+  reporter.fails({pin.by->record});
+}
+
+void check_singletons(const Input& input, Reporter& reporter) {
+  if (!input.needed) return;
+  std::map<std::string, Pin> first_of;
+  for (const NamedFeature* const named : in_install_order(*input.needed)) {
+    bool is_reported = false;
+    for (const Pin& pin : pins_of(*named, *input.needed)) {
+      const Pin& first = first_of.emplace(pin.unit.id, pin).first->second;
+      const bool is_same = whole_version(first.unit.version) == whole_version(pin.unit.version);
+      // Two versions of one feature are the matter of another rule.
+      if (is_same || is_reported || first.by->unit.id == named->unit.id) continue;
+      report_rival(first, pin, reporter);
+      is_reported = true;
+    }
+  }
+}
+
+/// Two features, of which each includes another version of a bundle.
+Sample two_features_with_bundle(const std::string& attributes) {
+  const auto feature = [](const std::string& name, const std::string& version) {
+    return "  <unit id='org.example." + name + ".feature.group' version='1.0.0' singleton='false'>\n" +
+           "    <properties><property name='org.eclipse.equinox.p2.type.group' value='true'/></properties>\n"
+           "    <requires><required namespace='org.eclipse.equinox.p2.iu' name='org.example.core' range='[" +
+           version + "," + version + "]'/></requires></unit>\n";
+  };
+  return component(std::string(line_of_one) + "site\torg.example.two.feature.group\t\t1\n",
+                   {{"tools/site/content.xml", "<?xml version='1.0'?>\n<repository><units>\n" + feature("one", "1.0.0") +
+                                                   feature("two", "2.0.0") + "  <unit id='org.example.core' version='1.0.0'" +
+                                                   attributes + "/>\n  <unit id='org.example.core' version='2.0.0'" +
+                                                   attributes + "/>\n</units></repository>\n"}});
+}
+
+Rule singleton_in_two_versions() {
+  return {.name = "singleton-in-two-versions",
+          .group = Group::features,
+          .severity = Severity::error,
+          .title = "two features include different versions of a bundle of which an instance can have only one",
+          .why =
+              "The director reports \"Only one of the following can be installed at once\", so the command for all features "
+              "fails. Then the plug-in tries each feature alone, and the later one fails. Lint compares exact versions, which "
+              "features have of what they include.",
+          .fix = "build both features with the same version of the bundle, or move the bundle to a feature of its own",
+          .bad = two_features_with_bundle(""),
+          .good = two_features_with_bundle(" singleton='false'"),
+          .check = check_singletons,
+          .concerns_removals = false};
+}
+
 // ---- What is left of a feature on this system ----
 
 bool is_empty_in(const Environment& environment, const NamedFeature& named) {
@@ -225,7 +326,8 @@ Rule qualifiers_compared_as_text() {
 }  // namespace
 
 std::vector<Rule> features_units_rules() {
-  return {unit_version_invalid(), requirement_not_met(), feature_empty_on_this_system(), qualifiers_compared_as_text()};
+  return {unit_version_invalid(), requirement_not_met(), singleton_in_two_versions(), feature_empty_on_this_system(),
+          qualifiers_compared_as_text()};
 }
 
 }  // namespace eclipse_lint

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +14,7 @@
 
 #include "cli/json_documents.h"
 #include "director/product.h"
+#include "p2/metadata_cache.h"
 #include "shell/command_runner.h"
 
 namespace fs = std::filesystem;
@@ -980,6 +982,132 @@ TEST(LintDirector, OtherBuildOfTheSameVersionIsNotInstalled) {
   EXPECT_EQ(product.run("install").status, 0);
   EXPECT_EQ(installed(), before);
   EXPECT_THAT(rules_broken_by(product), ElementsAre("other-build-installed"));
+}
+
+/// What the director keeps of an archive, which it often deletes again when it ends, as if the archive had been this site
+/// before, at the same time.
+void keep_metadata(const Product& product, const fs::path& archive, const fs::path& site, const std::string& child = "") {
+  const auto time = std::chrono::floor<std::chrono::seconds>(fs::last_write_time(archive));
+  const eclipse_p2::MetadataCache cache(product.directory() / "ide", archive);
+  for (const char* const name : {"content.jar", "artifacts.jar"}) {
+    const fs::path kept = cache.file_for(child, name);
+    fs::create_directories(kept.parent_path());
+    fs::copy_file(site / name, kept, fs::copy_options::overwrite_existing);
+    fs::last_write_time(kept, time);
+  }
+}
+
+bool resolves(const Product& product) {
+  return eclipse_int("plan --resolve --json " + product.write_session("install")).result.at("resolution").at("resolves");
+}
+
+TEST(LintDirector, ReplacedArchiveWithTheSameTimeIsNotNoticed) {
+  Product product;
+  product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
+  const fs::path archive = product.directory() / "tools/sites/beta.zip";
+  keep_metadata(product, archive, prepared / "sites/alpha");
+  EXPECT_FALSE(resolves(product));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("kept-metadata-outdated"));
+  const Outcome outcome = product.run("install");
+  EXPECT_EQ(outcome.exit_codes().front(), 13);
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("org.example.beta.feature.group has not been found"));
+  EXPECT_THAT(planned(outcome), ElementsAre("fail"));
+}
+
+TEST(LintDirector, ReplacedArchiveWithAnotherTimeIsReadAgain) {
+  Product product;
+  product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
+  const fs::path archive = product.directory() / "tools/sites/beta.zip";
+  keep_metadata(product, archive, prepared / "sites/alpha");
+  fs::last_write_time(archive, fs::last_write_time(archive) - std::chrono::seconds(1));
+  EXPECT_TRUE(resolves(product));
+  EXPECT_THAT(rules_broken_by(product), IsEmpty());
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+}
+
+TEST(LintDirector, MetadataOfAChildInAnArchiveIsKeptToo) {
+  Product product;
+  product.component("tools", {"beta"}, "sites/both.zip\torg.example.beta.feature.group\n");
+  const fs::path sites = product.directory() / "tools/sites";
+  for (const std::string kind : {"Content", "Artifacts"}) {
+    write(sites / ("composite" + kind + ".xml"),
+          "<?xml version='1.0'?>\n<repository name='both' type='org.eclipse.equinox.internal.p2." +
+              std::string(kind == "Content" ? "metadata" : "artifact") + ".repository.Composite" +
+              (kind == "Content" ? "Metadata" : "Artifact") +
+              "Repository' version='1.0.0'><children size='1'><child location='beta'/></children></repository>\n");
+  }
+  ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + sites.string() + "' && zip -qr both.zip *").exit_code, 0);
+  keep_metadata(product, sites / "both.zip", prepared / "sites/alpha", "beta");
+  EXPECT_FALSE(resolves(product));
+  EXPECT_THAT(rules_broken_by(product), Contains("kept-metadata-outdated"));
+  EXPECT_EQ(product.run("install").exit_codes().front(), 13);
+}
+
+TEST(LintDirector, KeptMetadataOfTheSameArchiveIsFine) {
+  Product product;
+  product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
+  keep_metadata(product, product.directory() / "tools/sites/beta.zip", prepared / "sites/beta");
+  EXPECT_TRUE(resolves(product));
+  EXPECT_THAT(rules_broken_by(product), IsEmpty());
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+}
+
+TEST(LintDirector, JarIsRejectedByAKeptChecksum) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha.zip\torg.example.alpha.feature.group\n");
+  const fs::path sites = product.directory() / "tools/sites";
+  list_alpha_with(product, "<property name='download.checksum.md5' value='0123456789abcdef0123456789abcdef'/>");
+  const auto packed =
+      eclipse_shell::run_in_shell("cd '" + (sites / "alpha").string() + "' && zip -q artifacts.jar artifacts.xml && cp '" +
+                                  (prepared / "sites/alpha.zip").string() + "' ..");
+  ASSERT_EQ(packed.exit_code, 0);
+  keep_metadata(product, sites / "alpha.zip", sites / "alpha");
+  EXPECT_TRUE(resolves(product));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("kept-metadata-outdated"));
+  const Outcome outcome = product.run("install");
+  EXPECT_EQ(outcome.exit_codes().front(), 13);
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("MD5 hash is not as expected"));
+  EXPECT_THAT(planned(outcome), ElementsAre("fail"));
+}
+
+/// A copy of the site alpha with the feature org.example.NAME in its place, and all of it in this version.
+void add_site_with_bundle_of_alpha(Product& product, const std::string& name, const std::string& version) {
+  product.component(name, {"alpha"}, "sites/alpha\torg.example." + name + ".feature.group\n");
+  const std::string site = (product.directory() / name / "sites/alpha").string();
+  const std::string rename = "s/org\\.example\\.alpha\\.feature/org.example." + name +
+                             ".feature/g; s/id=.org\\.example\\.alpha. /id=\"org.example." + name +
+                             "\" /; /<units/,/<\\/units/s/1\\.0\\.0/" + version + "/g; /<artifacts/,$s/1\\.0\\.0/" + version +
+                             "/g; s/\\(p2\\.osgi. version=.\\)[0-9.]*/\\11.0.0/; /checksum/d";
+  const auto made = eclipse_shell::run_in_shell(
+      "cd '" + site + "' && for list in content artifacts; do unzip -qo $list.jar && rm $list.jar && sed -i '" + rename +
+      "' $list.xml || exit 1; done; mv features/*.jar features/org.example." + name + "_" + version +
+      ".jar; test -e plugins/org.example.alpha.plugin_" + version +
+      ".jar || mv plugins/*.jar plugins/org.example.alpha.plugin_" + version + ".jar");
+  ASSERT_EQ(made.exit_code, 0) << made.error_output;
+}
+
+TEST(LintDirector, TwoFeaturesCannotIncludeASingletonInTwoVersions) {
+  Product product;
+  add_site_with_bundle_of_alpha(product, "one", "1.0.0");
+  add_site_with_bundle_of_alpha(product, "two", "2.0.0");
+  const Outcome outcome = product.run("install");
+  EXPECT_THAT(outcome.exit_codes(), ElementsAre(13, 0, 13));
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("Only one of the following can be installed at once"));
+  EXPECT_THAT(planned(outcome), ElementsAre("add", "fail"));
+  EXPECT_THAT(rules_broken_by(product), Contains("singleton-in-two-versions"));
+  EXPECT_EQ(product.installed(), features({"one"}));
+}
+
+TEST(LintDirector, TwoFeaturesCanIncludeABundleInTwoVersionsThatIsNoSingleton) {
+  Product product;
+  add_site_with_bundle_of_alpha(product, "one", "1.0.0");
+  add_site_with_bundle_of_alpha(product, "two", "2.0.0");
+  const auto made = eclipse_shell::run_in_shell(
+      "cd '" + product.directory().string() +
+      "' && sed -i \"s/;singleton:=true//; s/<unit id='org.example.alpha.plugin'/& singleton='false'/\" */sites/*/content.xml");
+  ASSERT_EQ(made.exit_code, 0);
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+  EXPECT_THAT(rules_broken_by(product), testing::Not(Contains("singleton-in-two-versions")));
 }
 
 TEST(LintDirector, ArchiveWithBackslashesLacksItsArtifacts) {

@@ -1,0 +1,25 @@
+// Files that were deleted from an Eclipse instance by something else than its director, which does not notice it.
+#ifndef ECLIPSE_INT_P2_MISSING_FILES_H
+#define ECLIPSE_INT_P2_MISSING_FILES_H
+
+#include <filesystem>
+#include <vector>
+
+#include "p2/profile.h"
+#include "p2/unit.h"
+
+namespace eclipse_p2 {
+
+/// The jar or the directory of a unit.
+struct UnitFile {
+  Unit unit;
+  std::filesystem::path path;
+};
+
+/// Of these units, which the instance in this directory has installed, those files that do not exist although bundles.info
+/// names them or artifacts.xml lists them.
+std::vector<UnitFile> missing_files(const std::filesystem::path& instance, const std::vector<InstalledUnit>& units);
+
+}  // namespace eclipse_p2
+
+#endif
