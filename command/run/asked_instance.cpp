@@ -37,10 +37,11 @@ InstanceAnswer asked_instance(const Plan& plan, bool asks_director, double secon
   const auto lock = lock_instance(plan.executable, seconds_to_wait);
   const Interruption interruption;
   InstanceAnswer answer;
+  eclipse_p2::ProfileStates states;
   try {
     eclipse_p2::Repositories repositories;
     const auto offer = eclipse_plan::offered_to(plan, repositories);
-    if (!asks_director) answer.verification = eclipse_verify::verify_by_profile(plan, offer);
+    if (!asks_director) answer.verification = eclipse_verify::verify_by_profile(plan, offer, states);
     if (!answer.verification) {
       warn_of_foreign_instance(plan.executable);
       check_space_for_director(plan.executable);
@@ -52,7 +53,7 @@ InstanceAnswer asked_instance(const Plan& plan, bool asks_director, double secon
   } catch (const Interrupted& interrupted) {
     answer.interrupted = interrupted;
   }
-  answer.damage = eclipse_instance::instance_damage(plan.executable);
+  answer.damage = eclipse_instance::instance_damage(plan.executable, states);
   return answer;
 }
 

@@ -12,6 +12,7 @@
 #include "instance/copy.h"
 #include "p2/installed_units.h"
 #include "p2/instance_paths.h"
+#include "p2/profile.h"
 #include "p2/repository.h"
 #include "plan/make_plan.h"
 #include "plan/offer.h"
@@ -21,6 +22,7 @@
 #include "run/session_variables.h"
 #include "terminal/interruption.h"
 
+using eclipse_p2::ProfileStates;
 using eclipse_p2::Repositories;
 using eclipse_plan::Plan;
 using eclipse_plan::Retries;
@@ -45,15 +47,15 @@ Resolution resolve_unless_interrupted(const Plan& plan, const eclipse_p2::UnitRe
 }
 
 /// What lint says of a session that is run as it is planned.
-LintSummary summary_of_lint(const eclipse_host::Plugin& plugin, Repositories& repositories, const SessionCommand& command,
-                            const PlanWishes& wishes) {
+LintSummary summary_of_lint(const eclipse_host::Plugin& plugin, Repositories& repositories, ProfileStates& states,
+                            const SessionCommand& command, const PlanWishes& wishes) {
   eclipse_lint::Settings settings;
   settings.configuration = wishes.configuration;
   settings.is_update = wishes.update.update;
   settings.add_variables = [&](eclipse_host::Session& linted) { linted.variables = command.session().variables; };
   LintSummary summary;
   const eclipse_dry_run::PluginFunctions library(plugin);
-  for (auto& finding : eclipse_lint::lint_session(library, repositories, command.document(), settings)) {
+  for (auto& finding : eclipse_lint::lint_session(library, repositories, states, command.document(), settings)) {
     if (finding.reason) continue;
     ++summary.counts[finding.severity];
     if (finding.severity == eclipse_lint::Severity::error) summary.errors.push_back(std::move(finding));
@@ -122,8 +124,9 @@ void add_update(PlanReport& report, const eclipse_plan::Offer& offer, const ecli
 }
 
 /// What the run would change in the instance.
-void look_at_instance(PlanReport& report, Repositories& repositories, const eclipse_update::Wishes& wishes) {
-  const auto installed = eclipse_p2::recorded_units(eclipse_p2::instance_directory(report.plan.executable));
+void look_at_instance(PlanReport& report, Repositories& repositories, ProfileStates& states,
+                      const eclipse_update::Wishes& wishes) {
+  const auto installed = eclipse_p2::recorded_units(eclipse_p2::instance_directory(report.plan.executable), states);
   const auto offer = eclipse_plan::offered_to(report.plan, repositories);
   report.preview = eclipse_preview::preview(report.plan, offer, installed, repositories);
   if (installed) add_update(report, offer, *installed, wishes);
@@ -139,10 +142,11 @@ PlanReport planned_session(const SessionOptions& options, const PlanWishes& wish
   PlanReport report;
   report.integrates = !command.session().declines_integration();
   report.plan = eclipse_plan::make_plan(plugin, command.session(), wishes.all_retries ? Retries::all : Retries::distinct);
-  if (report.plan.command) report.damage = damage_at_rest(report.plan.executable);
+  ProfileStates states;
+  if (report.plan.command) report.damage = damage_at_rest(report.plan.executable, states);
   Repositories repositories;
-  if (report.plan.command) look_at_instance(report, repositories, wishes.update);
-  report.lint = summary_of_lint(plugin, repositories, command, wishes);
+  if (report.plan.command) look_at_instance(report, repositories, states, wishes.update);
+  report.lint = summary_of_lint(plugin, repositories, states, command, wishes);
   if (report.preview) mark_failing(*report.preview, report.lint.errors);
   if (wishes.resolves) report.resolution = resolve_unless_interrupted(report.plan, report.replaced_units());
   if (report.resolution && report.preview) mark_failing(*report.preview, *report.resolution);
