@@ -256,6 +256,7 @@ class InputReader {
     for (std::size_t i = 0; i < input_->records.size(); ++i) {
       Record& record = input_->records[i];
       record.config = &input_->configs[config_of_record_[i]];
+      record.units = units_written_in(record.feature());
       record.placement = std::move(placements[config_of_record_[i]]);
       if (!record.placement || !input_->has_components) continue;
       record.site = &sites_.at(path_for_director(record.placement->url));

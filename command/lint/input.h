@@ -22,6 +22,7 @@
 #include "p2/installation.h"
 #include "p2/profile.h"
 #include "p2/repository.h"
+#include "p2/unit_list.h"
 #include "standalone_host/session.h"
 
 namespace eclipse_lint {
@@ -66,6 +67,7 @@ struct Record {
   std::optional<eclipse_dry_run::Placement> placement;  ///< nothing when the plug-in ignores the record
   const eclipse_p2::Repository* site = nullptr;         ///< at the path that the director gets, if that is known
   const eclipse_p2::Repository* packaged = nullptr;  ///< in the directory that was scanned for the package, if that is another
+  std::vector<eclipse_p2::WrittenUnit> units = {};   ///< in its feature
   bool is_last_in_list = false;                      ///< its repository ends the director's list of repositories
 
   /// A column, without the carriage return that a CRLF line end leaves in the last one; empty if the line lacks it.

@@ -34,7 +34,7 @@ NeededUnits::NeededUnits(const Input& input)
   index();
   for (const Record& record : input.records) {
     if (!record.placement) continue;
-    for (const WrittenUnit& wanted : units_written_in(record.feature())) {
+    for (const WrittenUnit& wanted : record.units) {
       const auto version = highest_offered(wanted.unit, offered_);
       if (!version) continue;
       const Unit unit{wanted.unit.id, *version};

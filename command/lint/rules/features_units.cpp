@@ -56,7 +56,7 @@ Rule unit_version_invalid() {
               [](const Input& input, Reporter& reporter) {
                 for_each_looked_into(input, [&](const Record& record) {
                   if (!record.placement || !record.site->units) return;
-                  for (const WrittenUnit& written : units_written_in(record.feature())) {
+                  for (const WrittenUnit& written : record.units) {
                     const auto offered = record.site->units->find(written.unit.id);
                     if (offered == record.site->units->end()) continue;
                     for (const std::string& version : offered->second)

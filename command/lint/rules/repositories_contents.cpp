@@ -276,8 +276,8 @@ std::string fix_of_missing_child(const Record& record, const std::string& child)
 }
 
 bool has_feature(const UnitVersions& units, const Record* record) {
-  const auto named = units_written_in(record->feature());
-  return std::any_of(named.begin(), named.end(), [&](const auto& written) { return units.contains(written.unit.id); });
+  return std::any_of(record->units.begin(), record->units.end(),
+                     [&](const auto& written) { return units.contains(written.unit.id); });
 }
 
 /// Whether the feature of a record is in its repository, and in none that can be loaded.
@@ -639,7 +639,7 @@ bool has_all_features(const UnitVersions& units, const Records& records) {
 std::set<std::string, std::less<>> ids_in(const Input& input) {
   std::set<std::string, std::less<>> ids;
   for_each_placed(input, [&](const Record& record) {
-    for (const WrittenUnit& written : units_written_in(record.feature())) ids.insert(written.unit.id);
+    for (const WrittenUnit& written : record.units) ids.insert(written.unit.id);
   });
   return ids;
 }
