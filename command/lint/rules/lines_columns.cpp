@@ -93,7 +93,7 @@ void check_repositories(const Input& input, Reporter& reporter) {
     if (above != nullptr && above->descriptor != record.descriptor) above = nullptr;
     if (record.placement) {
       if (!is_odd_header(record)) above = &record;
-    } else if (!record.feature().empty() && !trimmed(record.line->text).empty()) {
+    } else if (!record.feature().empty() && !record.line->is_blank()) {
       report_no_repository(record, above, reporter);
     }
   }

@@ -252,7 +252,7 @@ Rule descriptor_without_data() {
           .good = good_descriptor(),
           .check = [](const Input& input, Reporter& reporter) {
             for_each_text(input, [&](const Descriptor& descriptor) {
-              const auto is_data = [](const Line& line) { return line.is_record && !trimmed(line.text).empty(); };
+              const auto is_data = [](const Line& line) { return line.is_record && !line.is_blank(); };
               if (std::any_of(descriptor.lines.begin(), descriptor.lines.end(), is_data)) return;
               if (eclipse_p2::git_lfs::is_pointer(descriptor.content)) {
                 reporter.report(descriptor.location(), std::string("the file ") + eclipse_p2::git_lfs::pointer_error,
