@@ -381,6 +381,10 @@ TEST(Findings, SayWhatToDoAboutEachErrorOfARepository) {
             begin +
                 "content.xml is not UTF-8 in line 1, although it says so or names no other encoding FIX save the file in "
                 "UTF-8, or name its encoding in its first line");
+  EXPECT_EQ(of({{"tools/site/content.xml", "<?xml version='1.0' encoding='UTF-16'?><repository/>"}}),
+            begin +
+                "content.xml is not in the encoding that its first line names FIX save the file in UTF-8, or name its encoding "
+                "in its first line");
   EXPECT_EQ(of({{"tools/site/content.jar", base_test::zipped({{"content.xml", content_of_one}}, "secret")}}),
             begin + "content.jar is encrypted FIX pack the archive again, without a password");
   EXPECT_EQ(

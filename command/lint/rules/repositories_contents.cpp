@@ -37,7 +37,7 @@ constexpr const char* publish_again = "publish the repository again, and check t
 
 /// What to do about an error of a file: publishing again helps only where the file is not as it was published.
 std::string fix_of(const std::string& error) {
-  constexpr std::array<std::pair<std::string_view, const char*>, 8> fixes = {
+  constexpr std::array<std::pair<std::string_view, const char*>, 9> fixes = {
       {{" cannot be read: ", "make it readable for the user who runs the installer"},
        {git_lfs::pointer_error, git_lfs::pointer_fix},
        {"it is not a zip archive", "pack it as a zip archive, and check that it is copied completely"},
@@ -45,7 +45,8 @@ std::string fix_of(const std::string& error) {
        {"is encrypted", "pack the archive again, without a password"},
        {"Pack200", "publish the repository again, without Pack200"},
        {"has backslashes", "pack the archive again, with a program that writes slashes"},
-       {"is not UTF-8", "save the file in UTF-8, or name its encoding in its first line"}}};
+       {"is not UTF-8", "save the file in UTF-8, or name its encoding in its first line"},
+       {"is not in the encoding", "save the file in UTF-8, or name its encoding in its first line"}}};
   if (error.starts_with("p2.index ")) return "correct the order in p2.index, or delete the file";
   const auto found =
       std::find_if(fixes.begin(), fixes.end(), [&](const auto& fix) { return error.find(fix.first) != std::string::npos; });
