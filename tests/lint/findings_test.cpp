@@ -694,6 +694,8 @@ TEST(Findings, SayWhatIsMeant) {
       {"\tsites/one\t" + feature + "\t\t1\t\n\tone\t" + feature,
        {"error repository-empty: delete the tab at the beginning of the line",
         "error repository-empty: delete the tab at the beginning of the line"}},
+      {"\t\tsites/one\t" + feature + "\t1\n\t\t\t10\n\t\tRepository\tFeature\n",
+       {"error repository-empty: write the repository in column 1 and the feature in column 2"}},
       {"\tRepository\tFeature\nsites/one\t" + feature, {"note repository-empty: delete the tab at the beginning of the line"}},
       {"\tFeature ID\tUpdate site\nsites/one\t" + feature,
        {"note repository-empty: delete the tab at the beginning of the line"}},
