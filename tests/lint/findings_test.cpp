@@ -1243,6 +1243,32 @@ Findings findings_with_repository_beside(const std::string& place, const std::st
   return findings_in("c");
 }
 
+/// The severities of the findings in a component, with no instance, whose feature requires this unit from 2.0.0 on, while its
+/// repository has that in 1.9.0.
+std::vector<Severity> severities_without_instance(const std::string& feature, const std::string& name) {
+  const fake::TemporaryDirectory directory;
+  write_file("c/etc/eclipse/t", "site\t" + feature + "\n");
+  write_file("c/site/content.xml", "<repository><units><unit id='" + feature + "' version='1.0.0'><requires>" +
+                                       required(name, "[2.0.0,3.0.0)") + "</requires></unit><unit id='" + name +
+                                       "' version='1.9.0'/></units></repository>");
+  std::vector<Severity> severities;
+  for (const Finding& finding : findings_in("c")) {
+    if (finding.rule->name == "requirement-not-met") severities.push_back(finding.severity);
+  }
+  return severities;
+}
+
+TEST(Requirements, OfTheProductItselfAreFoundWithoutAnInstance) {
+  const std::vector<Severity> warning = {Severity::warning};
+  const std::vector<Severity> none;
+  EXPECT_EQ(severities_without_instance("org.example.one.feature.group", "org.example.base"), warning);
+  EXPECT_EQ(severities_without_instance("org.example.one.feature.group", "org.example"), warning);
+  EXPECT_EQ(severities_without_instance("org.example.one.feature.group", "org.examples.base"), none);
+  EXPECT_EQ(severities_without_instance("org.example.one.feature.group", "com.example.base"), none);
+  EXPECT_EQ(severities_without_instance("org.eclipse.one.feature.group", "org.eclipse.base"), none);
+  EXPECT_EQ(severities_without_instance("one", "one_base"), none);
+}
+
 TEST(Requirements, ThatARepositoryWithoutALineMeetsAreFound) {
   const fake::TemporaryDirectory directory;
   const Findings findings = findings_with_repository_beside("sites/lib", "1.2.0");
