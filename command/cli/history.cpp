@@ -41,7 +41,8 @@ int history_command(const std::string& eclipse, bool json) {
   history.journal = eclipse_instance::read_run_journal(instance);
   history.states = eclipse_instance::profile_history(instance, history.journal);
   if (history.states.empty()) throw eclipse_p2::no_profile(history.executable);
-  history.damage = damage_at_rest(history.executable);
+  eclipse_p2::ProfileStates states;
+  history.damage = damage_at_rest(history.executable, states);
   if (json) {
     print_history(history);
   } else {

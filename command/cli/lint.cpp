@@ -236,9 +236,9 @@ class InputLinter {
   Findings lint_input(const std::string& input, eclipse_dry_run::DescriptorFiles files) {
     if (input == standard_input) return lint_standard_input(files);
     const bool is_drafted = options_.session.eclipse || options_.session.removes;
-    Findings findings =
-        is_drafted ? eclipse_lint::lint_session(library_, sites_, files, session_document(input, options_.session), settings_)
-                   : eclipse_lint::lint(library_, sites_, files, input, settings_);
+    Findings findings = is_drafted ? eclipse_lint::lint_session(library_, sites_, states_, files,
+                                                                session_document(input, options_.session), settings_)
+                                   : eclipse_lint::lint(library_, sites_, states_, files, input, settings_);
     count_ += files.count();
     if (findings.empty() && files.count() == 0 && is_component_directory(input)) {
       throw eclipse_base::FileError(input, eclipse_dry_run::no_descriptor_file);
@@ -251,19 +251,20 @@ class InputLinter {
     std::string text = read_standard_input(name);
     if (eclipse_host::is_session(name, text)) {
       const auto document = std::make_shared<const eclipse_base::JsonDocument>(name, std::move(text));
-      Findings findings = eclipse_lint::lint_session(library_, sites_, files, document, settings_);
+      Findings findings = eclipse_lint::lint_session(library_, sites_, states_, files, document, settings_);
       count_ += files.count();
       return findings;
     }
     files.set_unsaved(name, std::move(text));
     ++count_;
-    return eclipse_lint::lint(library_, sites_, files, name, settings_);
+    return eclipse_lint::lint(library_, sites_, states_, files, name, settings_);
   }
 
   const LintOptions& options_;
   const Settings& settings_;
   const eclipse_dry_run::PluginFunctions& library_;
   Repositories sites_;
+  eclipse_p2::ProfileStates states_;
   Errors errors_;
   std::size_t count_ = 0;
 };

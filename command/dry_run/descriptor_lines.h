@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/file.h"
+#include "base/text.h"
 #include "dry_run/plugin_functions.h"
 
 namespace eclipse_dry_run {
@@ -21,6 +22,9 @@ struct DescriptorLine {
   std::string_view text;   ///< without its line feed
   std::vector<std::string_view> columns;
   bool is_record = false;  ///< otherwise the plug-in ignores the line
+
+  /// Whether it has nothing but tabs and spaces, as the empty rows of a spreadsheet.
+  bool is_blank() const { return eclipse_base::trimmed(text).empty(); }
 };
 
 /// The lines of a text, which must outlive them, with the columns that the plug-in finds in them. The piece after the last line

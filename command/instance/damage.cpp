@@ -109,10 +109,10 @@ std::string fix_of(const ConfigurationDamage& damage, const std::string& executa
   return "there is no backup copy of it; restore it from a backup of the Eclipse instance, or reinstall Eclipse";
 }
 
-std::optional<InstanceDamage> instance_damage(const std::string& executable) {
+std::optional<InstanceDamage> instance_damage(const std::string& executable, ProfileStates& read) {
   if (executable.empty()) return std::nullopt;
   const fs::path instance = instance_directory(executable);
-  const std::vector<ProfileState> states = newest_states(instance);
+  const std::vector<ProfileState> states = newest_states(instance, read);
   if (states.empty()) return std::nullopt;
   const ProfileState& newest = states.front();
   if (newest.is_damaged)
@@ -127,14 +127,22 @@ std::optional<InstanceDamage> instance_damage(const std::string& executable) {
   return damage ? std::optional(damage_of(*damage, executable)) : std::nullopt;
 }
 
-DamageSeen damage_seen(const std::string& executable) {
-  if (!instance_damage(executable)) return {};
+std::optional<InstanceDamage> instance_damage(const std::string& executable) {
+  ProfileStates states;
+  return instance_damage(executable, states);
+}
+
+DamageSeen damage_seen(const std::string& executable, ProfileStates& states) {
+  if (!instance_damage(executable, states)) return {};
   std::string at_work = who_uses(instance_directory(executable));
   if (!at_work.empty()) return {std::nullopt, std::move(at_work)};
   // A director that has ended meanwhile has completed what it wrote.
-  return {instance_damage(executable), ""};
+  states = {};
+  return {instance_damage(executable, states), ""};
 }
 
-std::optional<InstanceDamage> instance_damage_at_rest(const std::string& executable) { return damage_seen(executable).damage; }
+std::optional<InstanceDamage> instance_damage_at_rest(const std::string& executable, ProfileStates& states) {
+  return damage_seen(executable, states).damage;
+}
 
 }  // namespace eclipse_instance

@@ -49,6 +49,8 @@ struct InstanceDamage {
 /// What is wrong with the instance that an executable belongs to; nothing when a director can use it, when it has no profile,
 /// or when that cannot be read here. What a director is just writing looks damaged, so the caller must have the lock of the
 /// instance.
+std::optional<InstanceDamage> instance_damage(const std::string& executable, eclipse_p2::ProfileStates& states);
+/// The same, with states that are read anew.
 std::optional<InstanceDamage> instance_damage(const std::string& executable);
 
 /// What a caller without the lock sees.
@@ -56,10 +58,10 @@ struct DamageSeen {
   std::optional<InstanceDamage> damage;  ///< nothing, too, while another process has the lock
   std::string at_work;                   ///< if it has, and the instance seems damaged: who_uses(); otherwise empty
 };
-DamageSeen damage_seen(const std::string& executable);
+DamageSeen damage_seen(const std::string& executable, eclipse_p2::ProfileStates& states);
 
 /// Its damage.
-std::optional<InstanceDamage> instance_damage_at_rest(const std::string& executable);
+std::optional<InstanceDamage> instance_damage_at_rest(const std::string& executable, eclipse_p2::ProfileStates& states);
 
 /// How to repair it, with the command if there is one; one printable line.
 std::string fix_of(const eclipse_p2::ConfigurationDamage& damage, const std::string& executable);

@@ -72,15 +72,20 @@ std::vector<std::string> state_times(const fs::path& instance) {
   return times;
 }
 
-std::vector<ProfileState> newest_states(const fs::path& instance) {
-  std::vector<ProfileState> states;
+std::vector<ProfileState> newest_states(const fs::path& instance, ProfileStates& states) {
+  std::vector<ProfileState> newest;
   std::size_t readable = 0;
   for (const fs::path& file : profile_states(instance)) {
     if (readable >= 2) break;
-    states.push_back(read_profile_state(file));
-    if (states.back().is_readable()) ++readable;
+    newest.push_back(states.at(file));
+    if (newest.back().is_readable()) ++readable;
   }
-  return states;
+  return newest;
+}
+
+std::vector<ProfileState> newest_states(const fs::path& instance) {
+  ProfileStates states;
+  return newest_states(instance, states);
 }
 
 std::string newest_time(const fs::path& instance) {

@@ -29,6 +29,8 @@ std::vector<HistoricState> profile_history(const std::filesystem::path& instance
 std::vector<std::string> state_times(const std::filesystem::path& instance);
 
 /// The newest states, newest first, as far as the second one that can be read.
+std::vector<eclipse_p2::ProfileState> newest_states(const std::filesystem::path& instance, eclipse_p2::ProfileStates& states);
+/// The same, read anew.
 std::vector<eclipse_p2::ProfileState> newest_states(const std::filesystem::path& instance);
 
 /// The time of the newest state; empty when there is none.

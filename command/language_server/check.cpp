@@ -58,12 +58,13 @@ fs::path path_to_lint(const Document& document) {
 Findings findings_in(const Linter& linter, DescriptorFiles& files, const Document& document) {
   Findings findings;
   eclipse_p2::Repositories sites;
+  eclipse_p2::ProfileStates states;
   if (document.is_configuration()) {
     read_configuration(*json_document(document));
   } else if (document.is_session()) {
-    findings = lint_session(linter.library, sites, files, json_document(document), linter.settings);
+    findings = lint_session(linter.library, sites, states, files, json_document(document), linter.settings);
   } else {
-    findings = lint(linter.library, sites, files, path_to_lint(document), linter.settings);
+    findings = lint(linter.library, sites, states, files, path_to_lint(document), linter.settings);
   }
   std::erase_if(findings,
                 [&](const Finding& finding) { return finding.reason || finding.location.file != document.file()->string(); });

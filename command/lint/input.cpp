@@ -46,10 +46,11 @@ bool is_site_alone(const Line& line) {
 
 class InputReader {
  public:
-  InputReader(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files)
-      : library_(library), sites_(sites), files_(files), input_(std::make_unique<Input>()) {
+  InputReader(const PluginFunctions& library, Repositories& sites, ProfileStates& states, DescriptorFiles& files)
+      : library_(library), sites_(sites), states_(states), files_(files), input_(std::make_unique<Input>()) {
     input_->library = &library;
     input_->repositories = &sites;
+    input_->profile_states = &states;
   }
 
   std::unique_ptr<Input> read_descriptor(const fs::path& file) {
@@ -96,7 +97,7 @@ class InputReader {
     }
     facts.is_first_command_whole = !facts.run.commands.empty() && starts_one_director(facts.run.commands.at(0));
     const std::string chosen = path_in_commands(facts.run.executable);
-    if (!chosen.empty()) facts.installed = profile_units(instance_directory(chosen));
+    if (!chosen.empty()) facts.installed = profile_units(instance_directory(chosen), states_);
     return finish();
   }
 
@@ -255,6 +256,7 @@ class InputReader {
     for (std::size_t i = 0; i < input_->records.size(); ++i) {
       Record& record = input_->records[i];
       record.config = &input_->configs[config_of_record_[i]];
+      record.units = units_written_in(record.feature());
       record.placement = std::move(placements[config_of_record_[i]]);
       if (!record.placement || !input_->has_components) continue;
       record.site = &sites_.at(path_for_director(record.placement->url));
@@ -292,6 +294,7 @@ class InputReader {
 
   const PluginFunctions& library_;
   Repositories& sites_;
+  ProfileStates& states_;
   DescriptorFiles& files_;
   std::unique_ptr<Input> input_;
   std::vector<std::size_t> config_of_record_;
@@ -347,11 +350,11 @@ void set_offered(const std::vector<std::unique_ptr<Input>>& inputs) {
   }
 }
 
-std::vector<std::unique_ptr<Input>> read_directory(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,
-                                                   const fs::path& directory) {
+std::vector<std::unique_ptr<Input>> read_directory(const PluginFunctions& library, Repositories& sites, ProfileStates& states,
+                                                   DescriptorFiles& files, const fs::path& directory) {
   std::vector<std::unique_ptr<Input>> inputs;
   for (const ComponentDirectory& component : component_directories(library, files, directory)) {
-    inputs.push_back(InputReader(library, sites, files).read_component(component, directory.string()));
+    inputs.push_back(InputReader(library, sites, states, files).read_component(component, directory.string()));
   }
   std::vector<std::string> directories;
   for (const auto& input : inputs) {
@@ -443,8 +446,9 @@ const Location& SessionFacts::location_of_executable() const {
   return location_of(session->chooses_users_own() ? "USER_DEFINED_ECLIPSE_PATH" : "ECLIPSE_BIN");
 }
 
-std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,
-                                                const fs::path& path, const AddVariables& add_variables) {
+std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, Repositories& sites, ProfileStates& states,
+                                                DescriptorFiles& files, const fs::path& path,
+                                                const AddVariables& add_variables) {
   std::error_code error;
   const auto status = fs::status(path, error);
   const bool is_readable = fs::is_directory(status) || fs::is_regular_file(status);
@@ -453,20 +457,21 @@ std::vector<std::unique_ptr<Input>> read_inputs(const PluginFunctions& library, 
     throw FileError(path, std::string(fs::exists(status) ? "is not a file or directory" : "does not exist") +
                               "; give a descriptor file, a directory of components or a session file (.json)");
   }
-  if (fs::is_directory(status)) return read_directory(library, sites, files, path);
+  if (fs::is_directory(status)) return read_directory(library, sites, states, files, path);
   if (is_session(path, files.has_unsaved(path) ? "" : read_beginning(path, 65536).bytes)) {
-    return read_session_input(library, sites, files, std::make_shared<const JsonDocument>(path), add_variables);
+    return read_session_input(library, sites, states, files, std::make_shared<const JsonDocument>(path), add_variables);
   }
   std::vector<std::unique_ptr<Input>> inputs;
-  inputs.push_back(InputReader(library, sites, files).read_descriptor(path));
+  inputs.push_back(InputReader(library, sites, states, files).read_descriptor(path));
   return inputs;
 }
 
 std::vector<std::unique_ptr<Input>> read_session_input(const PluginFunctions& library, Repositories& sites,
-                                                       DescriptorFiles& files, std::shared_ptr<const JsonDocument> document,
+                                                       ProfileStates& states, DescriptorFiles& files,
+                                                       std::shared_ptr<const JsonDocument> document,
                                                        const AddVariables& add_variables) {
   std::vector<std::unique_ptr<Input>> inputs;
-  inputs.push_back(InputReader(library, sites, files).read_session(std::move(document), add_variables));
+  inputs.push_back(InputReader(library, sites, states, files).read_session(std::move(document), add_variables));
   set_real_descriptors(inputs);
   set_offered(inputs);
   return inputs;

@@ -22,6 +22,7 @@
 #include "p2/installation.h"
 #include "p2/profile.h"
 #include "p2/repository.h"
+#include "p2/unit_list.h"
 #include "standalone_host/session.h"
 
 namespace eclipse_lint {
@@ -66,6 +67,7 @@ struct Record {
   std::optional<eclipse_dry_run::Placement> placement;  ///< nothing when the plug-in ignores the record
   const eclipse_p2::Repository* site = nullptr;         ///< at the path that the director gets, if that is known
   const eclipse_p2::Repository* packaged = nullptr;  ///< in the directory that was scanned for the package, if that is another
+  std::vector<eclipse_p2::WrittenUnit> units = {};   ///< in its feature
   bool is_last_in_list = false;                      ///< its repository ends the director's list of repositories
 
   /// A column, without the carriage return that a CRLF line end leaves in the last one; empty if the line lacks it.
@@ -140,6 +142,7 @@ struct Input {
   const eclipse_dry_run::PluginFunctions* library;
   bool has_components = false;                       ///< otherwise it is a single descriptor file, whose component is not known
   eclipse_p2::Repositories* repositories = nullptr;  ///< in which more can be looked up
+  eclipse_p2::ProfileStates* profile_states = nullptr;  ///< likewise
   std::deque<Component> components;
   std::vector<std::string> component_directories;  ///< of all components that are linted together
   std::deque<Descriptor> descriptors;
@@ -176,12 +179,14 @@ using AddVariables = std::function<void(eclipse_host::Session& session)>;
 /// directory gives an input for each component in it, and what their repositories contain is available to all of them. Throws
 /// FileError when the input cannot be read or is none of the three. The inputs refer to the other arguments.
 std::vector<std::unique_ptr<Input>> read_inputs(const eclipse_dry_run::PluginFunctions& library,
-                                                eclipse_p2::Repositories& sites, eclipse_dry_run::DescriptorFiles& files,
-                                                const std::filesystem::path& path, const AddVariables& add_variables);
+                                                eclipse_p2::Repositories& sites, eclipse_p2::ProfileStates& states,
+                                                eclipse_dry_run::DescriptorFiles& files, const std::filesystem::path& path,
+                                                const AddVariables& add_variables);
 
 /// The same for a session that a document describes.
 std::vector<std::unique_ptr<Input>> read_session_input(const eclipse_dry_run::PluginFunctions& library,
-                                                       eclipse_p2::Repositories& sites, eclipse_dry_run::DescriptorFiles& files,
+                                                       eclipse_p2::Repositories& sites, eclipse_p2::ProfileStates& states,
+                                                       eclipse_dry_run::DescriptorFiles& files,
                                                        std::shared_ptr<const eclipse_base::JsonDocument> document,
                                                        const AddVariables& add_variables);
 

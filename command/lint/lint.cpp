@@ -115,27 +115,28 @@ bool is_enabled(const Rule& rule, const Settings& settings) {
   return level == nullptr || level->has_value();
 }
 
-Findings lint(const PluginFunctions& library, Repositories& sites, const fs::path& path, const Settings& settings) {
-  DescriptorFiles files;
-  return lint(library, sites, files, path, settings);
-}
-
-Findings lint_session(const PluginFunctions& library, Repositories& sites, std::shared_ptr<const JsonDocument> document,
-                      const Settings& settings) {
-  DescriptorFiles files;
-  return lint_session(library, sites, files, std::move(document), settings);
-}
-
-Findings lint(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files, const fs::path& path,
+Findings lint(const PluginFunctions& library, Repositories& sites, ProfileStates& states, const fs::path& path,
               const Settings& settings) {
-  const auto inputs = read_inputs(library, sites, files, path, settings.add_variables);
+  DescriptorFiles files;
+  return lint(library, sites, states, files, path, settings);
+}
+
+Findings lint_session(const PluginFunctions& library, Repositories& sites, ProfileStates& states,
+                      std::shared_ptr<const JsonDocument> document, const Settings& settings) {
+  DescriptorFiles files;
+  return lint_session(library, sites, states, files, std::move(document), settings);
+}
+
+Findings lint(const PluginFunctions& library, Repositories& sites, ProfileStates& states, DescriptorFiles& files,
+              const fs::path& path, const Settings& settings) {
+  const auto inputs = read_inputs(library, sites, states, files, path, settings.add_variables);
   return findings_in(inputs, with_configuration(settings, path));
 }
 
-Findings lint_session(const PluginFunctions& library, Repositories& sites, DescriptorFiles& files,
+Findings lint_session(const PluginFunctions& library, Repositories& sites, ProfileStates& states, DescriptorFiles& files,
                       std::shared_ptr<const JsonDocument> document, const Settings& settings) {
   const fs::path file = document->file();
-  const auto inputs = read_session_input(library, sites, files, std::move(document), settings.add_variables);
+  const auto inputs = read_session_input(library, sites, states, files, std::move(document), settings.add_variables);
   Findings findings = findings_in(inputs, with_configuration(settings, file));
   if (std::error_code error; fs::is_directory(file, error)) locate_as_a_whole(findings, file.string());
   return findings;

@@ -17,6 +17,7 @@
 #include "dry_run/plugin_functions.h"
 #include "lint/finding.h"
 #include "lint/suppression.h"
+#include "p2/profile.h"
 #include "p2/repository.h"
 
 namespace eclipse_lint {
@@ -48,18 +49,20 @@ bool is_enabled(const Rule& rule, const Settings& settings);
 /// one), ordered by file and location, with the reason in those that are suppressed. Throws FileError when the input is none of
 /// the three.
 Findings lint(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
-              const std::filesystem::path& path, const Settings& settings = {});
+              eclipse_p2::ProfileStates& states, const std::filesystem::path& path, const Settings& settings = {});
 
 /// The same for a session that a document describes. `document` is not null.
 Findings lint_session(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
-                      std::shared_ptr<const eclipse_base::JsonDocument> document, const Settings& settings = {});
+                      eclipse_p2::ProfileStates& states, std::shared_ptr<const eclipse_base::JsonDocument> document,
+                      const Settings& settings = {});
 
 /// Both with descriptor files that may be unsaved. An unsaved descriptor file to lint need not exist.
 Findings lint(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
-              eclipse_dry_run::DescriptorFiles& files, const std::filesystem::path& path, const Settings& settings);
+              eclipse_p2::ProfileStates& states, eclipse_dry_run::DescriptorFiles& files, const std::filesystem::path& path,
+              const Settings& settings);
 Findings lint_session(const eclipse_dry_run::PluginFunctions& library, eclipse_p2::Repositories& sites,
-                      eclipse_dry_run::DescriptorFiles& files, std::shared_ptr<const eclipse_base::JsonDocument> document,
-                      const Settings& settings);
+                      eclipse_p2::ProfileStates& states, eclipse_dry_run::DescriptorFiles& files,
+                      std::shared_ptr<const eclipse_base::JsonDocument> document, const Settings& settings);
 
 }  // namespace eclipse_lint
 

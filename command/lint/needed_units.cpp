@@ -24,6 +24,22 @@ Sites loaded_sites(const Input& input) {
   return sites;
 }
 
+namespace {
+
+/// The first two words of a name such as "org.example.tools"; empty when it has fewer.
+std::string_view vendor_in(std::string_view name) {
+  const std::size_t dot = name.find('.');
+  return dot == name.npos ? std::string_view() : name.substr(0, name.find('.', dot + 1));
+}
+
+/// Whether two names begin like those of one vendor, who is not that of Eclipse, of which every instance has much.
+bool are_of_one_vendor(std::string_view name, std::string_view other) {
+  const std::string_view vendor = vendor_in(name);
+  return !vendor.empty() && vendor == vendor_in(other) && vendor != "org.eclipse";
+}
+
+}  // namespace
+
 NeededUnits::NeededUnits(const Input& input)
     : offered_(*input.known_units), sites_(loaded_sites(input)), knows_all_(input.offered != nullptr) {
   knows_installed_ = input.session && input.session->installed;
@@ -34,7 +50,7 @@ NeededUnits::NeededUnits(const Input& input)
   index();
   for (const Record& record : input.records) {
     if (!record.placement) continue;
-    for (const WrittenUnit& wanted : units_written_in(record.feature())) {
+    for (const WrittenUnit& wanted : record.units) {
       const auto version = highest_offered(wanted.unit, offered_);
       if (!version) continue;
       const Unit unit{wanted.unit.id, *version};
@@ -162,8 +178,9 @@ void NeededUnits::note_unmet(const Open& open, const Requirement& requirement, c
     unmet.offered.push_back(provider.version);
     if (!may_be_here(provider) && is_in_range(provider.version, requirement.range)) unmet.filter = *provider.filter;
   }
-  // The instance may have another version than the repositories.
-  if (!unmet.is_certain && !unmet.is_of_something_unknown() && !is_exact(requirement.range)) return;
+  // The instance may have another version than the repositories, but hardly of what the product itself is made of.
+  const bool may_be_installed = !is_exact(requirement.range) && !are_of_one_vendor(open.unit.id, requirement.name);
+  if (!unmet.is_certain && !unmet.is_of_something_unknown() && may_be_installed) return;
   unmet_.push_back(std::move(unmet));
 }
 

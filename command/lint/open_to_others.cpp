@@ -38,10 +38,13 @@ fs::path OpenToOthers::closed_part(const fs::path& directory, const fs::path& pa
   return {};
 }
 
-fs::path OpenToOthers::closed_part(const Descriptor& descriptor, const fs::path& component) {
+const fs::path& OpenToOthers::closed_part(const Descriptor& descriptor, const fs::path& component) {
+  const auto [known, is_new] = closed_parts_.try_emplace(&descriptor);
+  if (!is_new) return known->second;
   std::error_code error;
-  return closed_part(fs::weakly_canonical(component, error),
-                     fs::weakly_canonical(eclipse_base::absolute_path(descriptor.file), error));
+  known->second = closed_part(fs::weakly_canonical(component, error),
+                              fs::weakly_canonical(eclipse_base::absolute_path(descriptor.file), error));
+  return known->second;
 }
 
 fs::path OpenToOthers::closed_part(const Record& record) {

@@ -3,6 +3,7 @@
 #define ECLIPSE_INT_LINT_OPEN_TO_OTHERS_H
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <unordered_map>
 
@@ -10,14 +11,14 @@
 
 namespace eclipse_lint {
 
-/// Each path is looked at once, however many lead through it.
+/// Each path and each descriptor file is looked at once, however many lead through it or name it.
 class OpenToOthers {
  public:
   /// The first of a directory, the directories in it on the way to a path, and this path that others may not read; empty when
   /// they may read all.
   std::filesystem::path closed_part(const std::filesystem::path& directory, const std::filesystem::path& path);
   /// Likewise, of the directory of a component and a descriptor file in it.
-  std::filesystem::path closed_part(const Descriptor& descriptor, const std::filesystem::path& component);
+  const std::filesystem::path& closed_part(const Descriptor& descriptor, const std::filesystem::path& component);
   /// Likewise, of what the director reads of the repository of a record. Of a repository that is open, but not all that is in
   /// it, the path of the repository.
   std::filesystem::path closed_part(const Record& record);
@@ -26,6 +27,7 @@ class OpenToOthers {
 
  private:
   std::unordered_map<std::string, bool> open_;
+  std::map<const Descriptor*, std::filesystem::path> closed_parts_;
 };
 
 }  // namespace eclipse_lint

@@ -65,10 +65,15 @@ InstalledUnits installed_units(const std::string& executable, const eclipse_shel
   return installed;
 }
 
-std::optional<InstalledUnits> recorded_units(const std::filesystem::path& instance) {
-  auto all = profile_units(instance);
+std::optional<InstalledUnits> recorded_units(const std::filesystem::path& instance, ProfileStates& states) {
+  auto all = profile_units(instance, states);
   if (!all) return std::nullopt;
   return installed_of(*std::move(all));
+}
+
+std::optional<InstalledUnits> recorded_units(const std::filesystem::path& instance) {
+  ProfileStates states;
+  return recorded_units(instance, states);
 }
 
 InstalledUnits installed_of(std::vector<InstalledUnit> all) {

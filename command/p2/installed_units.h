@@ -29,6 +29,8 @@ struct InstalledUnits {
 InstalledUnits installed_units(const std::string& executable, const eclipse_shell::CommandProgress& progress = {});
 
 /// The same without a director, as the profile of the instance in this directory records it. Nothing when it cannot be read.
+std::optional<InstalledUnits> recorded_units(const std::filesystem::path& instance, ProfileStates& states);
+/// The same, read anew.
 std::optional<InstalledUnits> recorded_units(const std::filesystem::path& instance);
 
 /// A list of all units as what is installed.

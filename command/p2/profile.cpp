@@ -269,6 +269,11 @@ ProfileState read_profile_state(const fs::path& file) {
   return state;
 }
 
+const ProfileState& ProfileStates::at(const fs::path& file) {
+  const auto found = states_.find(file);
+  return found == states_.end() ? states_.emplace(file, read_profile_state(file)).first->second : found->second;
+}
+
 ProfileArtifacts read_profile_artifacts(const fs::path& file) {
   const StateDocument document = read_document(file);
   const pugi::xml_node profile = document.xml.document.child("profile");
@@ -293,9 +298,14 @@ fs::path profile_file(const fs::path& instance) {
   return states.empty() ? fs::path() : states.front();
 }
 
-std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance) {
+std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance, ProfileStates& states) {
   const fs::path newest = profile_file(instance);
-  return newest.empty() ? std::nullopt : read_profile_state(newest).units;
+  return newest.empty() ? std::nullopt : states.at(newest).units;
+}
+
+std::optional<std::vector<InstalledUnit>> profile_units(const fs::path& instance) {
+  ProfileStates states;
+  return profile_units(instance, states);
 }
 
 std::string profile_units_error(const fs::path& instance) {

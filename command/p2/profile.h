@@ -71,6 +71,17 @@ std::string date_of(const std::string& time);
 
 ProfileState read_profile_state(const std::filesystem::path& file);
 
+/// The states that were read so far, each once, however many ask for it. p2 writes a state once, so only one that it was just
+/// writing is another one later.
+class ProfileStates {
+ public:
+  /// The state in a file. The result stays where it is.
+  const ProfileState& at(const std::filesystem::path& file);
+
+ private:
+  std::map<std::filesystem::path, ProfileState> states_;
+};
+
 /// What the units of a state consist of, and where p2 keeps that.
 struct ProfileArtifacts {
   /// Of the units that consist of bundles and features, the artifacts as name_of_artifact() names them.
@@ -99,6 +110,8 @@ std::filesystem::path profile_file(const std::filesystem::path& instance);
 
 /// Every unit that the profile of the instance in this directory has, roots and what came along with them, as its newest state
 /// says. Nothing when there is none that can be read, as when the profile is kept elsewhere.
+std::optional<std::vector<InstalledUnit>> profile_units(const std::filesystem::path& instance, ProfileStates& states);
+/// The same, read anew.
 std::optional<std::vector<InstalledUnit>> profile_units(const std::filesystem::path& instance);
 
 /// Why profile_units() gives nothing, such as "FILE is damaged"; empty when the instance has no profile of its own.

@@ -124,7 +124,7 @@ bool RepositoryFiles::has(const std::string& name) const {
 }
 
 bool RepositoryFiles::has_with_backslashes(const std::string& name) const {
-  return !has(name) && archive_ && name.find('/') != name.npos && archive_->has(replaced(place_.inside + name, "/", "\\"));
+  return archive_ && !has(name) && name.find('/') != name.npos && archive_->has(replaced(place_.inside + name, "/", "\\"));
 }
 
 /// The director takes for a file what is no directory, a FIFO too.

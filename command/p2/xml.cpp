@@ -17,12 +17,26 @@ std::string line_at(std::string_view text, std::size_t offset) {
   return "line " + std::to_string(1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(offset), '\n'));
 }
 
-/// Whether a text is in UTF-8 if it is correct: it does not say that it is in another encoding.
-bool should_be_utf8(std::string_view text) {
-  if (eclipse_base::has_utf_16_mark(text) || text.substr(0, 4).find('\0') != text.npos) return false;
-  if (!text.starts_with("<?xml")) return true;
-  const std::string declaration = eclipse_base::lower_case(text.substr(0, text.find("?>")));
-  return declaration.find("encoding") == declaration.npos || declaration.find("utf-8") != declaration.npos;
+/// Whether a character takes two bytes or four, as in UTF-16.
+bool is_wide(std::string_view text) { return eclipse_base::has_utf_16_mark(text) || text.substr(0, 4).find('\0') != text.npos; }
+
+/// The encoding that the XML declaration names, in lower case; empty when it names none.
+std::string declared_encoding(std::string_view text) {
+  constexpr std::size_t longest_declaration = 256;
+  constexpr std::size_t longest_mark = 3;
+  std::string beginning = eclipse_base::lower_case(text.substr(0, longest_declaration));
+  std::erase(beginning, '\0');
+  const std::size_t begin = beginning.find("<?xml");
+  if (begin > longest_mark) return "";
+  const std::string declaration = beginning.substr(begin, beginning.find("?>") - begin);
+  const std::size_t quote = declaration.find_first_of("'\"", std::min(declaration.find("encoding"), declaration.size()));
+  if (quote == declaration.npos) return "";
+  return declaration.substr(quote + 1, declaration.find(declaration[quote], quote + 1) - quote - 1);
+}
+
+/// Whether the characters of an encoding take two bytes or four.
+bool names_wide(std::string_view encoding) {
+  return encoding.starts_with("utf-16") || encoding.starts_with("utf-32") || encoding.starts_with("iso-10646-ucs");
 }
 
 /// The offset of the end of a comment, of CDATA or of an instruction that begins here; `at` itself for anything else.
@@ -69,7 +83,11 @@ std::size_t lone_ampersand(std::string_view text) {
 
 /// What Java's parser does not accept, but the one that is used here does.
 std::string error_in_text(std::string_view text) {
-  if (!should_be_utf8(text)) return "";
+  const std::string encoding = declared_encoding(text);
+  if (!encoding.empty() && names_wide(encoding) != is_wide(text))
+    return std::string(not_in_encoding) + " that its first line names";
+  const bool should_be_utf8 = encoding.empty() || encoding.find("utf-8") != encoding.npos;
+  if (is_wide(text) || !should_be_utf8) return "";
   const std::size_t valid = eclipse_base::length_of_utf8(text);
   if (valid < text.size()) {
     return std::string(not_utf_8) + " in " + line_at(text, valid) + ", although it says so or names no other encoding";

@@ -7,8 +7,9 @@
 
 namespace eclipse_p2 {
 
-/// What the error of a document begins with whose bytes are not those of its encoding.
+/// What the errors of a document begin with whose bytes are not those of its encoding.
 inline constexpr const char* not_utf_8 = "is not UTF-8";
+inline constexpr const char* not_in_encoding = "is not in the encoding";
 
 struct Xml {
   pugi::xml_document document;

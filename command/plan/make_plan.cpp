@@ -118,6 +118,7 @@ class PlanMaker {
       record.file = path;
       record.line = line_of[i]->number;
       record.component = component;
+      record.is_blank = line_of[i]->is_blank();
       record.config = std::move(records[i]);
     }
     return records.size();

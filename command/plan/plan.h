@@ -54,6 +54,7 @@ struct PlannedRecord {
   std::size_t component = 0;  ///< its number in the plan
   plugin_config config;
   RecordStatus status = RecordStatus::no_repository;
+  bool is_blank = false;         ///< its line has nothing but tabs and spaces
   std::string repository;        ///< as the director gets it
   std::int64_t slot = 0;         ///< its place in the install order
   std::int64_t wanted_slot = 0;  ///< the number that is read from its order

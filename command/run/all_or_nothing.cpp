@@ -118,8 +118,9 @@ std::string AllOrNothing::why_there_is_no_way_back() const {
 bool AllOrNothing::is_whole(const RunRecord& record) const { return !record.failed() && has_all(); }
 
 bool AllOrNothing::has_all() const {
-  if (!was_damaged_ && instance_damage(plan_.executable)) return false;
-  const auto verification = eclipse_verify::verify_by_profile(plan_, offer_);
+  eclipse_p2::ProfileStates states;
+  if (!was_damaged_ && instance_damage(plan_.executable, states)) return false;
+  const auto verification = eclipse_verify::verify_by_profile(plan_, offer_, states);
   return verification && verification->differences().empty();
 }
 

@@ -37,10 +37,11 @@ InstanceAnswer instance_answer(const Plan& plan, bool asks_director, double seco
   const auto lock = lock_instance(plan.executable, seconds_to_wait);
   const Interruption interruption;
   InstanceAnswer answer;
+  eclipse_p2::ProfileStates states;
   try {
     eclipse_p2::Repositories repositories;
     const auto offer = eclipse_plan::offered_to(plan, repositories);
-    if (!asks_director) answer.verification = eclipse_verify::verify_by_profile(plan, offer);
+    if (!asks_director) answer.verification = eclipse_verify::verify_by_profile(plan, offer, states);
     if (!answer.verification) {
       warn_of_foreign_instance(plan.executable);
       check_space_for_director(plan.executable);
@@ -52,7 +53,7 @@ InstanceAnswer instance_answer(const Plan& plan, bool asks_director, double seco
   } catch (const Interrupted& interrupted) {
     answer.interrupted = interrupted;
   }
-  answer.damage = eclipse_instance::instance_damage(plan.executable);
+  answer.damage = eclipse_instance::instance_damage(plan.executable, states);
   return answer;
 }
 

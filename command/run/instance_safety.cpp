@@ -79,8 +79,9 @@ void back_up_configuration_of(const std::string& executable) {
   }
 }
 
-std::optional<eclipse_instance::InstanceDamage> damage_at_rest(const std::string& executable) {
-  auto seen = eclipse_instance::damage_seen(executable);
+std::optional<eclipse_instance::InstanceDamage> damage_at_rest(const std::string& executable,
+                                                               eclipse_p2::ProfileStates& states) {
+  auto seen = eclipse_instance::damage_seen(executable, states);
   if (!seen.at_work.empty())
     print_message("warning: " + seen.at_work + ", so what is read of it may be half-written; repeat this when it has ended");
   return std::move(seen.damage);

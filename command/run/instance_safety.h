@@ -30,7 +30,8 @@ void back_up_configuration_of(const std::string& executable);
 
 /// What is wrong with an instance, for a subcommand that does not lock it. Warns when a director that is at work makes it seem
 /// damaged.
-std::optional<eclipse_instance::InstanceDamage> damage_at_rest(const std::string& executable);
+std::optional<eclipse_instance::InstanceDamage> damage_at_rest(const std::string& executable,
+                                                               eclipse_p2::ProfileStates& states);
 
 /// Prints what is wrong with the profile of an instance, if anything is, and the fix.
 void print_damage(const std::optional<eclipse_instance::InstanceDamage>& damage);

@@ -12,6 +12,7 @@
 #include "instance/copy.h"
 #include "p2/installed_units.h"
 #include "p2/instance_paths.h"
+#include "p2/profile.h"
 #include "p2/repository.h"
 #include "plan/make_plan.h"
 #include "plan/offer.h"
@@ -21,6 +22,7 @@
 #include "run/session_variables.h"
 #include "terminal/interruption.h"
 
+using eclipse_p2::ProfileStates;
 using eclipse_p2::Repositories;
 using eclipse_plan::Plan;
 using eclipse_plan::Retries;
@@ -45,15 +47,15 @@ Resolution resolve_unless_interrupted(const Plan& plan, const eclipse_p2::UnitRe
 }
 
 /// What lint says of a session that is run as it is planned.
-LintSummary summary_of_lint(const eclipse_host::Plugin& plugin, Repositories& repositories, const SessionCommand& command,
-                            const PlanWishes& update_options) {
+LintSummary summary_of_lint(const eclipse_host::Plugin& plugin, Repositories& repositories, ProfileStates& states,
+                            const SessionCommand& command, const PlanOptions& options) {
   eclipse_lint::Settings settings;
-  settings.configuration = update_options.configuration;
-  settings.is_update = update_options.update.update;
+  settings.configuration = options.configuration;
+  settings.is_update = options.update.update;
   settings.add_variables = [&](eclipse_host::Session& linted) { linted.variables = command.session().variables; };
   LintSummary summary;
   const eclipse_dry_run::PluginFunctions library(plugin);
-  for (auto& finding : eclipse_lint::lint_session(library, repositories, command.document(), settings)) {
+  for (auto& finding : eclipse_lint::lint_session(library, repositories, states, command.document(), settings)) {
     if (finding.reason) continue;
     ++summary.counts[finding.severity];
     if (finding.severity == eclipse_lint::Severity::error) summary.errors.push_back(std::move(finding));
@@ -122,8 +124,9 @@ void add_update(PlanReport& report, const eclipse_plan::Offer& offer, const ecli
 }
 
 /// What the run would change in the instance.
-void look_at_instance(PlanReport& report, Repositories& repositories, const eclipse_update::UpdateOptions& update_options) {
-  const auto installed = eclipse_p2::recorded_units(eclipse_p2::instance_directory(report.plan.executable));
+void look_at_instance(PlanReport& report, Repositories& repositories, ProfileStates& states,
+                      const eclipse_update::UpdateOptions& update_options) {
+  const auto installed = eclipse_p2::recorded_units(eclipse_p2::instance_directory(report.plan.executable), states);
   const auto offer = eclipse_plan::offered_to(report.plan, repositories);
   report.preview = eclipse_preview::preview(report.plan, offer, installed, repositories);
   if (installed) add_update(report, offer, *installed, update_options);
@@ -131,21 +134,21 @@ void look_at_instance(PlanReport& report, Repositories& repositories, const ecli
 
 }  // namespace
 
-PlanReport planned_session(const SessionOptions& options, const PlanWishes& update_options) {
+PlanReport planned_session(const SessionOptions& options, const PlanOptions& plan_options) {
   const SessionCommand command(options);
   check_mode(command.session());
   const eclipse_host::Plugin plugin = command.load_plugin();
   command.warn_of_unreadable_descriptors(plugin);
   PlanReport report;
   report.integrates = !command.session().declines_integration();
-  report.plan =
-      eclipse_plan::make_plan(plugin, command.session(), update_options.all_retries ? Retries::all : Retries::distinct);
-  if (report.plan.command) report.damage = damage_at_rest(report.plan.executable);
+  report.plan = eclipse_plan::make_plan(plugin, command.session(), plan_options.all_retries ? Retries::all : Retries::distinct);
+  ProfileStates states;
+  if (report.plan.command) report.damage = damage_at_rest(report.plan.executable, states);
   Repositories repositories;
-  if (report.plan.command) look_at_instance(report, repositories, update_options.update);
-  report.lint = summary_of_lint(plugin, repositories, command, update_options);
+  if (report.plan.command) look_at_instance(report, repositories, states, plan_options.update);
+  report.lint = summary_of_lint(plugin, repositories, states, command, plan_options);
   if (report.preview) mark_failing(*report.preview, report.lint.errors);
-  if (update_options.resolves) report.resolution = resolve_unless_interrupted(report.plan, report.replaced_units());
+  if (plan_options.resolves) report.resolution = resolve_unless_interrupted(report.plan, report.replaced_units());
   if (report.resolution && report.preview) mark_failing(*report.preview, *report.resolution);
   return report;
 }

@@ -9,7 +9,7 @@
 
 namespace eclipse_run {
 
-struct PlanWishes {
+struct PlanOptions {
   bool all_retries = false;  ///< all that are similar
   bool resolves = false;     ///< asks the director
   eclipse_update::UpdateOptions update;
@@ -18,7 +18,7 @@ struct PlanWishes {
 
 /// Plans the session, looks at its instance and its repositories, lints it and, if that is wanted, asks the director. Throws
 /// UsageError, FileError, PluginError, InstanceError and Interrupted.
-eclipse_report::PlanReport planned_session(const SessionOptions& options, const PlanWishes& update_options);
+eclipse_report::PlanReport planned_session(const SessionOptions& options, const PlanOptions& plan_options);
 
 }  // namespace eclipse_run
 

@@ -201,7 +201,8 @@ std::string write_variables(Undo& undo, const SessionOptions& options) try {
 int undo_last_run(Undo& undo, const UndoOptions& options) {
   look_at(undo, options);
   if (!options.session.json) std::cout << found_text(undo) << std::flush;
-  undo.damage = undo.is_dry_run ? instance_damage_at_rest(undo.executable) : instance_damage(undo.executable);
+  ProfileStates states;
+  undo.damage = undo.is_dry_run ? instance_damage_at_rest(undo.executable, states) : instance_damage(undo.executable, states);
   if (undo.error.empty() && undo.damage && undo.damage->is_fatal)
     undo.error = "the Eclipse instance is damaged; " + undo.damage->fix;
   if (undo.is_dry_run && is_in_use(instance_directory(undo.executable))) {

@@ -149,8 +149,8 @@ Verification compare(const eclipse_plan::Plan& plan, InstalledUnits installed, c
   return verification;
 }
 
-std::optional<Verification> verify_by_profile(const eclipse_plan::Plan& plan, const Offer& offer) {
-  auto recorded = recorded_units(instance_directory(plan.executable));
+std::optional<Verification> verify_by_profile(const eclipse_plan::Plan& plan, const Offer& offer, ProfileStates& states) {
+  auto recorded = recorded_units(instance_directory(plan.executable), states);
   if (!recorded) return std::nullopt;
   Verification verification = compare(plan, *std::move(recorded), offer);
   verification.source = Source::profile;

@@ -62,7 +62,8 @@ Verification compare(const eclipse_plan::Plan& plan, eclipse_p2::InstalledUnits 
                      const eclipse_plan::Offer& offer = {});
 
 /// Compares a plan, which has an executable, with what the profile of its instance records. Nothing when it cannot be read.
-std::optional<Verification> verify_by_profile(const eclipse_plan::Plan& plan, const eclipse_plan::Offer& offer);
+std::optional<Verification> verify_by_profile(const eclipse_plan::Plan& plan, const eclipse_plan::Offer& offer,
+                                              eclipse_p2::ProfileStates& states);
 
 /// Compares a plan, which has an executable, with what the director of its instance says. Throws InstanceError.
 Verification verify_by_director(const eclipse_plan::Plan& plan, const eclipse_plan::Offer& offer,

@@ -231,16 +231,17 @@ TEST_F(ConfigurationFiles, TheProfileShowsThatTheInstanceStartsFromTheFiles) {
 TEST_F(ConfigurationFiles, WhatADirectorIsWritingIsNotDamaged) {
   install_a_third();
   fake::write_file("ide/configuration/config.ini", "");
+  ProfileStates states;
   {
     const InstanceLock lock("ide", std::chrono::seconds(0), {});
-    const DamageSeen seen = damage_seen("ide/eclipse");
+    const DamageSeen seen = damage_seen("ide/eclipse", states);
     EXPECT_FALSE(seen.damage);
     EXPECT_TRUE(seen.at_work.starts_with("another director is at work on ide (started by process ")) << seen.at_work;
     fake::write_file("ide/configuration/config.ini", settings);
-    EXPECT_EQ(damage_seen("ide/eclipse").at_work, "") << "nothing seems damaged";
+    EXPECT_EQ(damage_seen("ide/eclipse", states).at_work, "") << "nothing seems damaged";
   }
   fake::write_file("ide/configuration/config.ini", "");
-  EXPECT_TRUE(damage_seen("ide/eclipse").damage);
+  EXPECT_TRUE(damage_seen("ide/eclipse", states).damage);
 }
 
 TEST_F(ConfigurationFiles, AnEmptyConfigurationEndsEveryDirector) {

@@ -202,10 +202,23 @@ TEST_F(ProfileRepair, AStateThatIsUnknownIsNotMoved) {
 TEST_F(ProfileRepair, AStateThatIsBeingWrittenIsNotDamaged) {
   write_damaged("12");
   fs::create_directory("ide/configuration");
-  EXPECT_TRUE(instance_damage_at_rest("ide/eclipse"));
+  ProfileStates states;
+  EXPECT_TRUE(instance_damage_at_rest("ide/eclipse", states));
   const InstanceLock lock("ide", std::chrono::seconds(0), [](const std::string&) {});
-  EXPECT_FALSE(instance_damage_at_rest("ide/eclipse"));
+  EXPECT_FALSE(instance_damage_at_rest("ide/eclipse", states));
   EXPECT_TRUE(instance_damage("ide/eclipse"));
+}
+
+TEST_F(ProfileRepair, AStateThatWasBeingWrittenIsReadAgain) {
+  write_state("10", 3);
+  write_damaged("12");
+  fs::create_directory("ide/configuration");
+  ProfileStates states;
+  EXPECT_TRUE(instance_damage("ide/eclipse", states));
+  fs::copy_file(file("10"), file("12"), fs::copy_options::overwrite_existing);
+  EXPECT_TRUE(instance_damage("ide/eclipse", states)) << "it is read once";
+  EXPECT_FALSE(instance_damage_at_rest("ide/eclipse", states));
+  EXPECT_FALSE(instance_damage("ide/eclipse", states));
 }
 
 TEST_F(ProfileRepair, TheFixIsACommandWhateverThePathIs) {

@@ -381,6 +381,10 @@ TEST(Findings, SayWhatToDoAboutEachErrorOfARepository) {
             begin +
                 "content.xml is not UTF-8 in line 1, although it says so or names no other encoding FIX save the file in "
                 "UTF-8, or name its encoding in its first line");
+  EXPECT_EQ(of({{"tools/site/content.xml", "<?xml version='1.0' encoding='UTF-16'?><repository/>"}}),
+            begin +
+                "content.xml is not in the encoding that its first line names FIX save the file in UTF-8, or name its encoding "
+                "in its first line");
   EXPECT_EQ(of({{"tools/site/content.jar", base_test::zipped({{"content.xml", content_of_one}}, "secret")}}),
             begin + "content.jar is encrypted FIX pack the archive again, without a password");
   EXPECT_EQ(
@@ -690,6 +694,8 @@ TEST(Findings, SayWhatIsMeant) {
       {"\tsites/one\t" + feature + "\t\t1\t\n\tone\t" + feature,
        {"error repository-empty: delete the tab at the beginning of the line",
         "error repository-empty: delete the tab at the beginning of the line"}},
+      {"\t\tsites/one\t" + feature + "\t1\n\t\t\t10\n\t\tRepository\tFeature\n",
+       {"error repository-empty: write the repository in column 1 and the feature in column 2"}},
       {"\tRepository\tFeature\nsites/one\t" + feature, {"note repository-empty: delete the tab at the beginning of the line"}},
       {"\tFeature ID\tUpdate site\nsites/one\t" + feature,
        {"note repository-empty: delete the tab at the beginning of the line"}},
@@ -1235,6 +1241,32 @@ Findings findings_with_repository_beside(const std::string& place, const std::st
   write_file("c/" + place + "/content.xml",
              "<repository><units><unit id='lib' version='" + versions_of_lib + "'/></units></repository>");
   return findings_in("c");
+}
+
+/// The severities of the findings in a component, with no instance, whose feature requires this unit from 2.0.0 on, while its
+/// repository has that in 1.9.0.
+std::vector<Severity> severities_without_instance(const std::string& feature, const std::string& name) {
+  const fake::TemporaryDirectory directory;
+  write_file("c/etc/eclipse/t", "site\t" + feature + "\n");
+  write_file("c/site/content.xml", "<repository><units><unit id='" + feature + "' version='1.0.0'><requires>" +
+                                       required(name, "[2.0.0,3.0.0)") + "</requires></unit><unit id='" + name +
+                                       "' version='1.9.0'/></units></repository>");
+  std::vector<Severity> severities;
+  for (const Finding& finding : findings_in("c")) {
+    if (finding.rule->name == "requirement-not-met") severities.push_back(finding.severity);
+  }
+  return severities;
+}
+
+TEST(Requirements, OfTheProductItselfAreFoundWithoutAnInstance) {
+  const std::vector<Severity> warning = {Severity::warning};
+  const std::vector<Severity> none;
+  EXPECT_EQ(severities_without_instance("org.example.one.feature.group", "org.example.base"), warning);
+  EXPECT_EQ(severities_without_instance("org.example.one.feature.group", "org.example"), warning);
+  EXPECT_EQ(severities_without_instance("org.example.one.feature.group", "org.examples.base"), none);
+  EXPECT_EQ(severities_without_instance("org.example.one.feature.group", "com.example.base"), none);
+  EXPECT_EQ(severities_without_instance("org.eclipse.one.feature.group", "org.eclipse.base"), none);
+  EXPECT_EQ(severities_without_instance("one", "one_base"), none);
 }
 
 TEST(Requirements, ThatARepositoryWithoutALineMeetsAreFound) {

@@ -22,7 +22,8 @@ FixResult fixed(const std::string& input, bool with_unsafe, const Settings& sett
   return fix(
       [&](eclipse_dry_run::DescriptorFiles& files) {
         eclipse_p2::Repositories sites;
-        return lint(library(), sites, files, input, settings);
+        eclipse_p2::ProfileStates states;
+        return lint(library(), sites, states, files, input, settings);
       },
       with_unsafe);
 }

@@ -86,7 +86,8 @@ eclipse_lint::Findings findings_in(const std::string& input, const eclipse_lint:
   library();
   const WithoutRights without_rights;
   eclipse_p2::Repositories sites;
-  return eclipse_lint::lint(library(), sites, input, settings);
+  eclipse_p2::ProfileStates states;
+  return eclipse_lint::lint(library(), sites, states, input, settings);
 }
 
 std::vector<std::string> summary_of(const eclipse_lint::Findings& findings) {

@@ -34,7 +34,35 @@ TEST(ReadXml, RefusesBytesThatAreNotOfItsEncodingAsJavaDoes) {
     EXPECT_EQ(error_of(declaration + "<r a='\nM\xC3\xBCller'/>"), "") << declaration;
   }
   EXPECT_EQ(error_of("<?xml version='1.0' encoding='ISO-8859-1'?><r a='M\xFCller'/>"), "");
+  EXPECT_EQ(error_of("\xEF\xBB\xBF<?xml version='1.0' encoding='ISO-8859-1'?><r a='M\xFCller'/>"), "");
   EXPECT_EQ(error_of(std::string("\xFF\xFE<\0r\0/\0>\0", 10)), "");
+}
+
+std::string in_utf_16(const std::string& text) {
+  std::string wide;
+  for (const char byte : text) wide.append(1, byte).append(1, '\0');
+  return wide;
+}
+
+TEST(ReadXml, RefusesAnotherEncodingThanTheOneThatIsNamedAsJavaDoes) {
+  const std::string error = "is not in the encoding that its first line names";
+  const auto document = [](const std::string& encoding) {
+    return "<?xml version=\"1.0\" encoding=" + encoding + "?><r a='encoding=\"UTF-16\"'/>";
+  };
+  const std::string mark = "\xFF\xFE";
+  for (const std::string encoding : {"'UTF-8'", "\"utf-8\"", "'ISO-8859-1'"}) {
+    EXPECT_EQ(error_of(mark + in_utf_16(document(encoding))), error) << encoding;
+    EXPECT_EQ(error_of(in_utf_16(document(encoding))), error) << encoding;
+    EXPECT_EQ(error_of(document(encoding)), "") << encoding;
+  }
+  for (const std::string encoding : {"'UTF-16'", "'utf-16LE'", "'ISO-10646-UCS-2'"}) {
+    EXPECT_EQ(error_of(mark + in_utf_16(document(encoding))), "") << encoding;
+    EXPECT_EQ(error_of(document(encoding)), error) << encoding;
+    EXPECT_EQ(error_of("\xEF\xBB\xBF" + document(encoding)), error) << encoding;
+  }
+  EXPECT_EQ(error_of(document("'UTF-32'")), error);
+  EXPECT_EQ(error_of(in_utf_16("<?xml version='1.0'?><r/>")), "") << "it names none";
+  EXPECT_EQ(error_of("<!-- <?xml encoding='UTF-16'?> --><r/>"), "") << "it is no declaration";
 }
 
 }  // namespace

@@ -171,8 +171,9 @@ TEST_F(PlanCommand, HasALineForEachFeatureAndRepository) {
   write_session("install");
   write_repository("site", {{"new", "1.0.0"}, {"same", "1.0.0"}, {"older", "2.0.0"}, {"newer", "1.0.0"}});
   write_profile({{"same", "1.0"}, {"older", "1.9.0"}, {"newer", "1.10.0"}});
-  fake::write_file("tools/etc/eclipse/tools.txt",
-                   "site\tnew\nsite\tsame\nsite\tolder\nsite\tnewer\nsite\tnowhere\nsite\tnew/3.0\nnone\tnew\n\tlost\n");
+  fake::write_file(
+      "tools/etc/eclipse/tools.txt",
+      "site\tnew\nsite\tsame\nsite\tolder\nsite\tnewer\nsite\tnowhere\nsite\tnew/3.0\nnone\tnew\n\tlost\n\t\t\t\n");
   const std::string file = "DIRECTORY/tools/etc/eclipse/tools.txt";
   const std::string by_name = ", which was installed by name; --update";
   Outcome outcome = eclipse_int("plan session.json");

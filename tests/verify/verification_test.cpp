@@ -125,10 +125,11 @@ TEST(Verification, ByTheProfileSaysSo) {
   const fake::TemporaryDirectory directory;
   Plan made = plan(false);
   made.executable = directory.path() + "/ide/eclipse";
-  EXPECT_FALSE(verify_by_profile(made, {}));
+  eclipse_p2::ProfileStates states;
+  EXPECT_FALSE(verify_by_profile(made, {}, states));
   fake::write_file("ide/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile",
                    "<profile><units><unit id='b' version='1.0.0'/></units></profile>");
-  const auto verification = verify_by_profile(made, {});
+  const auto verification = verify_by_profile(made, {}, states);
   ASSERT_TRUE(verification);
   EXPECT_EQ(verification->source, Source::profile);
   EXPECT_EQ(texts_of(verification->differences()), (Texts{"a/2.0", "c"}));

@@ -53,7 +53,7 @@ Rule instance_damaged() {
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->run.commands.empty()) return;
-            const auto damage = eclipse_instance::instance_damage_at_rest(input.session->executable);
+            const auto damage = eclipse_instance::instance_damage_at_rest(input.session->executable, *input.profile_states);
             if (!damage) return;
             reporter.report(input.session->location_of_executable(), damage->message, damage->fix);
           },

@@ -84,7 +84,7 @@ void for_each_unit(const Input& input, const Use& use) {
     const bool is_word = eclipse_shell::is_plain(column) || eclipse_shell::word_of(std::string(column));
     if (!is_word || is_read_as_option(column) || begins_with_comma(column)) return;
     if (has_foreign_version(record)) return;
-    for (WrittenUnit& written : units_written_in(column)) use(NamedUnit{std::move(written), &record});
+    for (const WrittenUnit& written : record.units) use(NamedUnit{written, &record});
   });
 }
 
@@ -423,7 +423,7 @@ void check_comma(const Record& record, Reporter& reporter) {
   const std::size_t comma = column.find(',');
   if (comma == column.npos || has_foreign_version(record)) return;
   if (features_in_one(column).size() > 1 && !changes_in_feature(column).empty()) return;
-  const std::size_t count = units_written_in(column).size();
+  const std::size_t count = record.units.size();
   const Location location = record.descriptor->location(*record.line, 1, comma, 1);
   if (begins_with_comma(column)) {
     reporter.report(Severity::error, location, "comma before the feature", "remove the comma");
@@ -553,9 +553,8 @@ Rule feature_empty() {
 
 /// The highest version that its repository has of a record's feature; empty when that is not known, or it names several.
 std::string highest_version(const Record& record) {
-  const auto units = units_written_in(record.feature());
-  if (record.site == nullptr || !record.site->units || units.size() != 1) return "";
-  return highest_offered(units.front().unit, *record.site->units).value_or("");
+  if (record.site == nullptr || !record.site->units || record.units.size() != 1) return "";
+  return highest_offered(record.units.front().unit, *record.site->units).value_or("");
 }
 
 /// Which of two repositories brings the feature that both have; empty when they bring the same version, or that is not known.

@@ -58,7 +58,7 @@ Rule unit_version_invalid() {
               [](const Input& input, Reporter& reporter) {
                 for_each_looked_into(input, [&](const Record& record) {
                   if (!record.placement || !record.site->units) return;
-                  for (const WrittenUnit& written : units_written_in(record.feature())) {
+                  for (const WrittenUnit& written : record.units) {
                     const auto offered = record.site->units->find(written.unit.id);
                     if (offered == record.site->units->end()) continue;
                     for (const std::string& version : offered->second)
@@ -137,7 +137,9 @@ Rule requirement_not_met() {
               "The director reports that the requirement could not be found, so the command for all features fails. It does "
               "not load repositories to which others refer (<references>). Lint compares the versions and filters in the "
               "repositories and in the instance, where the director has no choice. It does not report a requirement that is "
-              "in neither, nor in another repository of the component.",
+              "in neither, nor in another repository of the component. When the instance is not known, it may have a suitable "
+              "version, so lint warns only of requirements on one exact version, and of those on units that begin like the one "
+              "that requires them, such as \"org.example.\".",
           .fix = "ship the required unit, or correct the requirement",
           .bad = component_with_unit("1.0.0", required_unit("[1.0.0.v1,1.0.0.v1]", "")),
           .good = component_with_unit("1.0.0", required_unit("[1.0.0.v2,1.0.0.v2]", "(osgi.os=linux)")),

@@ -254,16 +254,15 @@ Sample component_with_closed_descriptor(int permissions) {
            {"tools/site/content.xml", content_of_one}}};
 }
 
-/// The first record of each descriptor file whose repository everyone may read.
-std::map<const Descriptor*, const Record*> records_of_open_repositories(const Input& input, OpenToOthers& open) {
-  std::map<const Descriptor*, const Record*> records;
-  for (const Record& record : input.records) {
-    const bool is_loaded = record.placement && record.site != nullptr && record.site->is_loadable();
-    if (is_loaded && !records.contains(record.descriptor) && open.closed_part(record).empty()) {
-      records.emplace(record.descriptor, &record);
-    }
-  }
-  return records;
+/// Reports a descriptor file when everyone may read the repository of one of its records. Returns whether it did.
+bool report_closed(const Record& record, OpenToOthers& open, Reporter& reporter) {
+  if (!record.placement || record.site == nullptr || !record.site->is_loadable()) return false;
+  const fs::path closed = open.closed_part(*record.descriptor, record.config->base_dir);
+  if (closed.empty() || !open.closed_part(record).empty()) return false;
+  reporter.report(record.descriptor->location(),
+                  "other users may not read the descriptor file, but its repository " + in_quotes(record.repository()),
+                  "run chmod " + std::string(fs::is_directory(closed) ? "-R a+rX " : "a+r ") + shown_path(closed));
+  return true;
 }
 
 Rule descriptor_not_readable_by_others() {
@@ -281,12 +280,10 @@ Rule descriptor_not_readable_by_others() {
       .check = [](const Input& input, Reporter& reporter) {
         if (!input.has_components) return;
         OpenToOthers open;
-        for (const auto& [descriptor, record] : records_of_open_repositories(input, open)) {
-          const fs::path closed = open.closed_part(*descriptor, record->config->base_dir);
-          if (closed.empty()) continue;
-          reporter.report(descriptor->location(),
-                          "other users may not read the descriptor file, but its repository " + in_quotes(record->repository()),
-                          "run chmod " + std::string(fs::is_directory(closed) ? "-R a+rX " : "a+r ") + shown_path(closed));
+        std::set<const Descriptor*> reported;
+        for (const Record& record : input.records) {
+          if (reported.contains(record.descriptor) || !report_closed(record, open, reporter)) continue;
+          reported.insert(record.descriptor);
         }
       }};
 }

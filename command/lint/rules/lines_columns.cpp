@@ -87,14 +87,25 @@ void report_no_repository(const Record& record, const Record* above, Reporter& r
   reporter.report(location, "no repository for " + in_quotes(record.feature()), std::move(correction));
 }
 
+/// A line that begins with several tabs, and has its feature behind them.
+void report_indented(const Record& record, Reporter& reporter) {
+  for (std::size_t column = 2; column < record.line->columns.size(); ++column) {
+    const std::string_view text = record.cell(column);
+    if (looks_like_site(text) || !looks_like_feature(eclipse_p2::unit_called(text).id)) continue;
+    return reporter.report(record.location(column),
+                           "no repository for " + in_quotes(text) + ", which is in column " + std::to_string(column + 1),
+                           "write the repository in column 1 and the feature in column 2");
+  }
+}
+
 void check_repositories(const Input& input, Reporter& reporter) {
   const Record* above = nullptr;
   for (const Record& record : input.records) {
     if (above != nullptr && above->descriptor != record.descriptor) above = nullptr;
     if (record.placement) {
       if (!is_odd_header(record)) above = &record;
-    } else if (!record.feature().empty() && !trimmed(record.line->text).empty()) {
-      report_no_repository(record, above, reporter);
+    } else if (!record.line->is_blank()) {
+      record.feature().empty() ? report_indented(record, reporter) : report_no_repository(record, above, reporter);
     }
   }
 }

@@ -15,7 +15,6 @@
 #include "p2/git_lfs_pointer.h"
 #include "p2/repository.h"
 #include "p2/unit.h"
-#include "p2/unit_list.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -145,7 +144,7 @@ bool is_feature_alone(std::string_view text) {
 std::vector<std::string> features_left(const Input& input, const eclipse_p2::UnitVersions& units) {
   std::set<std::string, std::less<>> named;
   for (const Record& record : input.records) {
-    for (const auto& written : eclipse_p2::units_written_in(record.feature())) named.insert(written.unit.id);
+    for (const auto& written : record.units) named.insert(written.unit.id);
   }
   std::vector<std::string> left;
   for (const auto& [id, versions] : units) {
@@ -253,7 +252,7 @@ Rule descriptor_without_data() {
           .good = good_descriptor(),
           .check = [](const Input& input, Reporter& reporter) {
             for_each_text(input, [&](const Descriptor& descriptor) {
-              const auto is_data = [](const Line& line) { return line.is_record && !trimmed(line.text).empty(); };
+              const auto is_data = [](const Line& line) { return line.is_record && !line.is_blank(); };
               if (std::any_of(descriptor.lines.begin(), descriptor.lines.end(), is_data)) return;
               if (eclipse_p2::git_lfs::is_pointer(descriptor.content)) {
                 reporter.report(descriptor.location(), std::string("the file ") + eclipse_p2::git_lfs::pointer_error,

@@ -156,7 +156,7 @@ Rule row_of_tabs() {
       .check =
           [](const Input& input, Reporter& reporter) {
             for_each_placed(input, [&](const Record& record) {
-              if (!trimmed(record.line->text).empty()) return;
+              if (!record.line->is_blank()) return;
               const Descriptor& descriptor = *record.descriptor;
               reporter.report(descriptor.location(*record.line), "a row without content is read as data",
                               Correction{"delete the line", true, {descriptor.deletion(*record.line)}});
@@ -186,7 +186,7 @@ Rule duplicate_line() {
                 const bool is_safe = !has_orders(input);
                 std::map<std::pair<const Descriptor*, std::string_view>, const Record*> first;
                 for (const Record& record : input.records) {
-                  if (trimmed(record.line->text).empty()) continue;  // spreadsheets write rows of tabs
+                  if (record.line->is_blank()) continue;
                   const auto [known, is_new] = first.emplace(std::pair(record.descriptor, record.line->text), &record);
                   if (is_new || known->second->line == record.line) continue;
                   reporter.report(record.descriptor->location(*record.line), "duplicate of " + known->second->where(),

@@ -40,7 +40,7 @@ std::map<Unit, Location> locations_of_units(const Input& input) {
   std::map<Unit, Location> locations;
   for (const Record& record : input.records) {
     if (!record.placement || !record.takes_part()) continue;
-    for (const WrittenUnit& written : units_written_in(record.feature())) locations.emplace(written.unit, record.location(1));
+    for (const WrittenUnit& written : record.units) locations.emplace(written.unit, record.location(1));
   }
   return locations;
 }
@@ -166,7 +166,7 @@ const Record* keeper_of(const Input& input, const Unit& unit) {
   for (const Record& record : input.records) {
     const auto* const component = record.descriptor->component->catalogue;
     if (!record.placement || !component->installed || component->selected_for_removal) continue;
-    for (const WrittenUnit& kept : units_written_in(record.feature())) {
+    for (const WrittenUnit& kept : record.units) {
       if (kept.unit.id == unit.id) return &record;
     }
   }

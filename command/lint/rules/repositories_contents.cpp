@@ -38,7 +38,7 @@ constexpr const char* publish_again = "publish the repository again, and check t
 
 /// What to do about an error of a file: publishing again helps only where the file is not as it was published.
 std::string fix_of(const std::string& error) {
-  const std::array<std::pair<std::string, const char*>, 8> fixes = {
+  const std::array<std::pair<std::string, const char*>, 9> fixes = {
       {{" " + std::string(unreadable), "make it readable for the user who runs the installer"},
        {git_lfs::pointer_error, git_lfs::pointer_fix},
        {std::string("it ") + archive_error::not_zip, "pack it as a zip archive, and check that it is copied completely"},
@@ -46,7 +46,8 @@ std::string fix_of(const std::string& error) {
        {archive_error::encrypted, "pack the archive again, without a password"},
        {repository_error::pack200, "publish the repository again, without Pack200"},
        {repository_error::backslashes, "pack the archive again, with a program that writes slashes"},
-       {not_utf_8, "save the file in UTF-8, or name its encoding in its first line"}}};
+       {not_utf_8, "save the file in UTF-8, or name its encoding in its first line"},
+       {not_in_encoding, "save the file in UTF-8, or name its encoding in its first line"}}};
   if (error.starts_with(repository_error::excluded)) return "correct the order in p2.index, or delete the file";
   const auto found =
       std::find_if(fixes.begin(), fixes.end(), [&](const auto& fix) { return error.find(fix.first) != std::string::npos; });
@@ -277,8 +278,8 @@ std::string fix_of_missing_child(const Record& record, const std::string& child)
 }
 
 bool has_feature(const UnitVersions& units, const Record* record) {
-  const auto named = units_written_in(record->feature());
-  return std::any_of(named.begin(), named.end(), [&](const auto& written) { return units.contains(written.unit.id); });
+  return std::any_of(record->units.begin(), record->units.end(),
+                     [&](const auto& written) { return units.contains(written.unit.id); });
 }
 
 /// Whether the feature of a record is in its repository, and in none that can be loaded.
@@ -640,7 +641,7 @@ bool has_all_features(const UnitVersions& units, const Records& records) {
 std::set<std::string, std::less<>> ids_in(const Input& input) {
   std::set<std::string, std::less<>> ids;
   for_each_placed(input, [&](const Record& record) {
-    for (const WrittenUnit& written : units_written_in(record.feature())) ids.insert(written.unit.id);
+    for (const WrittenUnit& written : record.units) ids.insert(written.unit.id);
   });
   return ids;
 }

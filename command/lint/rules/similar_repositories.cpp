@@ -8,7 +8,6 @@
 #include "base/text.h"
 #include "lint/texts.h"
 #include "p2/repositories_below.h"
-#include "p2/unit_list.h"
 
 using namespace eclipse_base;
 
@@ -78,9 +77,8 @@ const std::map<SimilarRepositories::Place, const eclipse_p2::UnitVersions*>& Sim
 bool SimilarRepositories::may_have_feature_of(const Record& record, const std::string& path) {
   const auto found = named().find({record.config->base_dir, path});
   if (record.feature().empty() || found == named().end()) return true;
-  const auto written = eclipse_p2::units_written_in(record.feature());
-  return std::any_of(written.begin(), written.end(), [&](const auto& each) {
-    return found->second->contains(each.unit.id) || found->second->contains(likely_group(each.unit.id));
+  return std::any_of(record.units.begin(), record.units.end(), [&](const auto& written) {
+    return found->second->contains(written.unit.id) || found->second->contains(likely_group(written.unit.id));
   });
 }
 

@@ -789,6 +789,24 @@ TEST(LintDirector, MetadataBesideContentJarIsIgnored) {
   EXPECT_THAT(rules_broken_by(product), testing::Not(Contains("repository-metadata-ignored")));
 }
 
+TEST(LintDirector, MetadataInAnotherEncodingThanItsFirstLineNamesIsNotLoaded) {
+  const std::string utf_16 = "iconv -f UTF-8 -t UTF-16";
+  const std::vector<std::pair<std::string, int>> recodings = {
+      {utf_16, 13}, {"sed 1s/UTF-8/UTF-16/ | " + utf_16, 0}, {"sed 1s/UTF-8/UTF-16/", 13}, {"sed 1s/UTF-8/ISO-8859-1/", 0}};
+  for (const auto& [recoding, exit_code] : recodings) {
+    Product product;
+    product.component("tools", {"alpha"}, alpha);
+    const std::string site = (product.directory() / "tools/sites/alpha").string();
+    const auto recoded = eclipse_shell::run_in_shell("cd '" + site + "' && unzip -p content.jar | " + recoding +
+                                                     " > content.xml && rm content.jar");
+    ASSERT_EQ(recoded.exit_code, 0) << recoded.output;
+    EXPECT_EQ(product.run("install").exit_codes().front(), exit_code) << recoding;
+    EXPECT_EQ(rules_broken_by(product),
+              exit_code == 0 ? std::vector<std::string>() : std::vector<std::string>{"repository-not-loadable"})
+        << recoding;
+  }
+}
+
 TEST(LintDirector, SecondElementWithUnitsIsIgnored) {
   Product product;
   product.component("tools", {"alpha"}, alpha);
