@@ -152,15 +152,16 @@ TEST(Verification, LooksForTheFilesOfWhatTheSessionInstalls) {
   Plan made;
   made.records = {record(1, "b", 0)};
   made.executable = directory.path() + "/ide/eclipse";
-  const auto missing = verify_by_profile(made, {})->missing_files;
+  eclipse_p2::ProfileStates states;
+  const auto missing = verify_by_profile(made, {}, states)->missing_files;
   ASSERT_EQ(missing.size(), 1U);
   EXPECT_EQ(missing.front().path, directory.path() + "/ide/plugins/own.jar");
-  EXPECT_FALSE(verify_by_profile(made, {})->is_same());
+  EXPECT_FALSE(verify_by_profile(made, {}, states)->is_same());
   made.is_removal = true;
-  EXPECT_TRUE(verify_by_profile(made, {})->missing_files.empty());
+  EXPECT_TRUE(verify_by_profile(made, {}, states)->missing_files.empty());
   made.is_removal = false;
   fake::write_file("ide/plugins/own.jar", "");
-  EXPECT_TRUE(verify_by_profile(made, {})->is_same());
+  EXPECT_TRUE(verify_by_profile(made, {}, states)->is_same());
 }
 
 TEST(Verification, SaysOfAFeatureWhetherAllOfItIsInstalled) {
