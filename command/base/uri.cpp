@@ -7,10 +7,7 @@
 
 namespace eclipse_base {
 
-namespace {
-
-/// The text with its escapes resolved, such as "%20"; nothing when one of them is wrong or is a NUL byte.
-std::optional<std::string> unescaped(std::string_view text) {
+std::optional<std::string> without_escapes(std::string_view text) {
   std::string result;
   for (std::size_t at = 0; at < text.size(); ++at) {
     if (text[at] != '%') {
@@ -27,8 +24,6 @@ std::optional<std::string> unescaped(std::string_view text) {
   return result;
 }
 
-}  // namespace
-
 bool has_scheme(std::string_view text) {
   const std::size_t colon = text.find(':');
   if (colon == text.npos || colon < 2 || std::isalpha(static_cast<unsigned char>(text.front())) == 0) return false;
@@ -36,8 +31,13 @@ bool has_scheme(std::string_view text) {
                      [](unsigned char byte) { return std::isalnum(byte) != 0 || byte == '+' || byte == '-' || byte == '.'; });
 }
 
-std::string uri_of(const std::string& file) {
+std::string percent_encoded(char byte) {
   constexpr std::string_view hexadecimal = "0123456789ABCDEF";
+  const auto code = static_cast<unsigned char>(byte);
+  return {'%', hexadecimal[code / 16], hexadecimal[code % 16]};
+}
+
+std::string uri_of(const std::string& file) {
   constexpr std::string_view plain = "-._~/";
   std::string uri = file.starts_with('/') ? "file://" : "";
   for (const char byte : file) {
@@ -45,7 +45,7 @@ std::string uri_of(const std::string& file) {
     if (std::isalnum(code) != 0 || plain.find(byte) != plain.npos) {
       uri += byte;
     } else {
-      uri.append(1, '%').append(1, hexadecimal[code / 16]).append(1, hexadecimal[code % 16]);
+      uri += percent_encoded(byte);
     }
   }
   return uri;
@@ -55,7 +55,7 @@ std::optional<std::filesystem::path> file_of_uri(std::string_view uri) {
   for (const std::string_view beginning : {"file://localhost/", "file:///", "file:/"}) {
     if (!uri.starts_with(beginning)) continue;
     if (beginning == "file:/" && uri.starts_with("file://")) break;  // on another machine
-    auto path = unescaped(uri.substr(beginning.size() - 1));
+    auto path = without_escapes(uri.substr(beginning.size() - 1));
     if (!path || path->find('\0') != std::string::npos) break;
     return std::filesystem::path(*std::move(path)).lexically_normal();
   }

@@ -4,8 +4,7 @@
 //   configuration/org.eclipse.equinox.simpleconfigurator/       which bundles there are
 //   p2/org.eclipse.equinox.p2.engine/.settings/                 the repositories that p2 knows
 //   p2/org.eclipse.equinox.p2.engine/profileRegistry/ID.profile/{TIME.profile.gz,.data/}
-//   p2/org.eclipse.equinox.p2.repository/                       what it has fetched of repositories, which it does not read
-//   again
+//   p2/org.eclipse.equinox.p2.repository/                       what it has cached of repositories, with its times
 //
 // The caches of the framework are left out: they are large, and the first start makes them anew.
 #include "instance/copy.h"
@@ -58,8 +57,9 @@ class LimitedCopies {
     if (!content.error.empty()) throw FileError(from_ / name, content.error + "; make it readable for this user");
     left_ -= content.bytes.size();
     write(to_ / name, content.bytes);
-    // The director compares the times of what it has fetched.
-    fs::last_write_time(to_ / name, fs::last_write_time(from_ / name));
+    // The director compares the times of what it has cached.
+    const auto time = fs::last_write_time(from_ / name, unknown);
+    if (!unknown) fs::last_write_time(to_ / name, time, unknown);
   }
 
   /// A link to a directory could lead in a circle, so only the directory itself may be one. What this user may not read, the

@@ -32,10 +32,13 @@ std::string_view vendor_in(std::string_view name) {
   return dot == name.npos ? std::string_view() : name.substr(0, name.find('.', dot + 1));
 }
 
-/// Whether two names begin like those of one vendor, who is not that of Eclipse, of which every instance has much.
+/// Whether two names begin like those of one vendor, of whom an Eclipse instance has nothing else.
 bool are_of_one_vendor(std::string_view name, std::string_view other) {
+  constexpr std::array<std::string_view, 7> in_any_instance = {"org.eclipse", "org.apache", "org.osgi",     "com.google",
+                                                               "com.sun",     "com.ibm",    "org.glassfish"};
   const std::string_view vendor = vendor_in(name);
-  return !vendor.empty() && vendor == vendor_in(other) && vendor != "org.eclipse";
+  return !vendor.empty() && vendor == vendor_in(other) &&
+         std::find(in_any_instance.begin(), in_any_instance.end(), vendor) == in_any_instance.end();
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ std::string why_not_an_answer(std::string_view output) {
   const std::string_view last = last_line(output);
   if (last.starts_with(completed) && last.ends_with(milliseconds)) return "";
   const std::string printed =
-      last.empty() ? "it printed nothing" : "its output ends with \"" + printable(last, {.longest = 200}) + "\"";
+      last.empty() ? "it printed nothing" : "its last line is \"" + printable(last, {.longest = 200}) + "\"";
   return "the answer of a director ends with \"" + std::string(completed) + "N" + std::string(milliseconds) + "\", but " +
          printed + "; is this the Eclipse executable?";
 }

@@ -264,7 +264,8 @@ Failure explain(const CommandResult& result, const InstanceLogs& logs) {
 
 std::string text_of(const Failure& failure, const std::string& indent) {
   using eclipse_base::printable;
-  std::string text = std::string(name_of(failure.layer)) + " failed: " + printable(failure.meaning);
+  const bool is_known = failure.layer != Layer::unknown;
+  std::string text = (is_known ? std::string(name_of(failure.layer)) + " failed: " : "") + printable(failure.meaning);
   for (const std::string& cause : failure.causes) text.append("\n").append(indent).append(printable(cause));
   if (failure.log) text.append("\n").append(indent).append("Log: ").append(printable(failure.log->string()));
   return text;

@@ -4,26 +4,47 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 namespace eclipse_p2 {
 
 /// The hash that Java has of a URI such as "jar:file:///opt/a.zip!/", whose text is UTF-8.
 std::int32_t java_hash_of_uri(std::string_view uri);
 
-/// That of an instance, for one archive.
+/// The files in the cache of an instance, as they are when it is made.
+class CachedFiles {
+ public:
+  explicit CachedFiles(const std::filesystem::path& instance);
+
+  /// Empty when it is not known where the cache is.
+  const std::filesystem::path& directory() const { return directory_; }
+  bool has(const std::filesystem::path& file) const { return times_.contains(file.filename().string()); }
+  /// Whether a director trusts a file for an archive that was modified at this time, in seconds.
+  bool are_trusted(const std::filesystem::path& file, std::int64_t seconds) const;
+  bool are_any_trusted(std::int64_t seconds) const;
+
+ private:
+  std::filesystem::path directory_;
+  /// By name; in seconds, and nothing for those that no director has made.
+  std::unordered_map<std::string, std::optional<std::int64_t>> times_;
+};
+
+/// The cache of an instance, for one archive.
 class MetadataCache {
  public:
   /// The archive is at the path that is in the URL which the director gets.
-  MetadataCache(const std::filesystem::path& instance, const std::filesystem::path& archive);
+  MetadataCache(std::shared_ptr<const CachedFiles> files, const std::filesystem::path& archive);
+  MetadataCache(const std::filesystem::path& instance, const std::filesystem::path& archive)
+      : MetadataCache(std::make_shared<const CachedFiles>(instance), archive) {}
 
-  /// Whether a file in it has the time of the archive, so that the director may read it.
-  bool may_be_read() const;
+  /// Whether the director may read a file in it, given whether the archive is a composite: then also for a child.
+  bool may_be_read(bool is_composite) const;
 
-  /// The name of the file that is for a file of the archive, which is in the directory `inside`, as in "content.jar" or in
-  /// "content.jar" and "child".
+  /// The path of the cached copy of the file `name` in the directory `inside` of the archive; "" is the archive itself.
   std::filesystem::path file_for(const std::string& inside, const std::string& name) const;
 
   /// The file that the director reads in place of one of the archive, which has it; nothing when it reads that of the archive.
@@ -32,10 +53,10 @@ class MetadataCache {
   const std::filesystem::path& archive() const { return archive_; }
 
  private:
-  bool has_time_of_archive(const std::filesystem::path& file) const;
+  bool is_trusted(const std::filesystem::path& file) const;
 
+  std::shared_ptr<const CachedFiles> files_;
   std::filesystem::path archive_;
-  std::filesystem::path directory_;      ///< empty when it is not known which one it is
   std::optional<std::int64_t> seconds_;  ///< when the archive was modified
   std::string url_;                      ///< as Java writes it
 };

@@ -4,7 +4,6 @@
 // first does.
 #include "p2/missing_files.h"
 
-#include <map>
 #include <optional>
 #include <pugixml.hpp>
 #include <set>
@@ -38,8 +37,10 @@ bool is_missing(const fs::path& path) {
 /// Where a line of bundles.info leads; nothing when that is not on this disk.
 std::optional<fs::path> path_of_bundle(const fs::path& instance, const std::string& location) {
   if (has_scheme(location)) return file_of_uri(location);
-  const fs::path path = instance / location;
-  return is_missing(path) ? file_of_uri("file:" + fs::absolute(path).string()) : path;
+  fs::path path = instance / location;
+  if (!is_missing(path)) return path;
+  const auto decoded = without_escapes(location);
+  return decoded ? std::optional(instance / *decoded) : std::nullopt;
 }
 
 void add_missing_bundles(const fs::path& instance, const std::set<Unit>& bundles, std::vector<UnitFile>& missing) {
@@ -61,7 +62,7 @@ void add_missing_features(const fs::path& instance, const std::set<Unit>& units,
     const Unit unit = unit_of_artifact(name_of_artifact(artifact));
     if (classifier != feature_name_space || !units.contains(unit)) continue;
     const std::string name = std::string(artifact.attribute("id").value()) + "_" + unit.version;
-    const fs::path path = instance / "features" / name;
+    const fs::path path = instance / features_directory / name;
     if (is_missing(path) && is_missing(fs::path(path).concat(".jar"))) missing.push_back({unit, path});
   }
 }

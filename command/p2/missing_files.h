@@ -1,4 +1,4 @@
-// Files that were deleted from an Eclipse instance by something else than its director, which does not notice it.
+// Files that were deleted from an Eclipse instance by something other than its director, which does not notice it.
 #ifndef ECLIPSE_INT_P2_MISSING_FILES_H
 #define ECLIPSE_INT_P2_MISSING_FILES_H
 

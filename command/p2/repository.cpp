@@ -124,7 +124,7 @@ void add_packed(const std::set<std::string>& packed, Repository& read) {
                                      0;
     if (is_listed_otherwise) continue;
     read.damaged_artifacts.emplace(
-        name, name + " " + repository_error::pack200 + (", which directors on Java 14 and later cannot unpack"));
+        name, name + " " + repository_error::pack200 + ", which directors on Java 14 and later cannot unpack");
   }
 }
 
@@ -139,7 +139,7 @@ void add_artifact(const pugi::xml_node& artifact, const ArtifactLocation& locati
     read.artifacts_elsewhere.emplace(name, location.elsewhere);
   } else if (!file.empty() && files.has_with_backslashes(file)) {
     read.damaged_artifacts.emplace(
-        name, file + " " + repository_error::backslashes + (" in the archive, where only slashes separate directories"));
+        name, file + " " + repository_error::backslashes + " in the archive, where only slashes separate directories");
   } else if (!file.empty() && !files.has(file)) {
     read.missing_artifacts.emplace(name, file);
   } else if (const std::string error = is_own_file ? jar_damage(OpenFile(files.path() / file), size) : ""; !error.empty()) {

@@ -59,6 +59,8 @@ struct PlannedRecord {
   std::int64_t slot = 0;         ///< its place in the install order
   std::int64_t wanted_slot = 0;  ///< the number that is read from its order
 
+  /// Of a table, as spreadsheets write them: the plug-in ignores it, and nobody misses it.
+  bool is_empty_row() const { return is_blank && status == RecordStatus::no_repository; }
   /// "FILE:LINE".
   std::string place() const { return file + ":" + std::to_string(line); }
   /// Otherwise the order is the plug-in's UNDEFINED_ORDER, or the line contains this text.

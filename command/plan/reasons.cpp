@@ -66,7 +66,7 @@ Texts codes_with(const Plan& plan, ComponentStatus status) {
 Texts places_with(const Plan& plan, RecordStatus status) {
   Texts places;
   for (const PlannedRecord& record : plan.records) {
-    if (record.status == status) places.push_back(record.place());
+    if (record.status == status && !record.is_empty_row()) places.push_back(record.place());
   }
   return places;
 }

@@ -128,13 +128,10 @@ std::string features_of(const Plan& plan) {
   return number == 0 ? "" : table.text();
 }
 
-/// Of a table, as spreadsheets write them: the plug-in ignores it, and nobody misses it.
-bool is_empty_row(const PlannedRecord& record) { return record.is_blank && record.status == RecordStatus::no_repository; }
-
 std::string idle_records_of(const Plan& plan) {
   std::string text;
   for (const PlannedRecord& record : plan.records) {
-    if (record.status == RecordStatus::listed || is_empty_row(record)) continue;
+    if (record.status == RecordStatus::listed || record.is_empty_row()) continue;
     text += "  " + printable(record.place()) + ": ";
     if (record.status == RecordStatus::no_repository) {
       text += "has no repository, so the line is ignored\n";
@@ -323,7 +320,7 @@ std::string checked_repositories(const Preview& preview) {
 std::string ignored_in(const Plan& plan) {
   std::string text;
   for (const PlannedRecord& record : plan.records) {
-    if (record.status == RecordStatus::no_repository && !is_empty_row(record)) {
+    if (record.status == RecordStatus::no_repository && !record.is_empty_row()) {
       text += "  " + printable(record.place()) + ": has no repository, so the line is ignored\n";
     }
   }

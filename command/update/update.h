@@ -27,8 +27,8 @@ struct Replacement {
 std::vector<Replacement> replacements_for(const eclipse_plan::Plan& plan, const eclipse_plan::Offer& offer,
                                           const eclipse_p2::InstalledUnits& installed);
 
-/// Why the session is not run as it is wished, with the fix; empty when it is. A lower version that was not asked for does not
-/// hinder a run without an update: it is up to the director.
+/// Why the session is not run with these options, with the fix; empty when it is. A lower version that was not asked for does
+/// not hinder a run without an update: it is up to the director.
 std::string refusal_for(const std::vector<Replacement>& replacements, const UpdateOptions& update_options);
 
 /// What goes out, and what comes in.

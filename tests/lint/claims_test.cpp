@@ -528,7 +528,7 @@ const std::map<std::string_view, fake::Texts> observed_of_bad_samples = {
                    "Repository: file://DIRECTORY/tools/site Feature: org.example.one.feature.group",
                    "order: 0 feature: org.example.one.feature.group",
                    "sh: [-repository][file://DIRECTORY/tools/site][-i][org.example.one.feature.group] exit 0"})},
-    {"kept-metadata-outdated",
+    {"cached-metadata-outdated",
      around_check({"ECLIPSE_INTEGRATION_REQUIRED=yes"},
                   {"found eclipse configuration: etc/eclipse/tools.txt",
                    "Repository: \"jar:file://DIRECTORY/tools/site.zip!/\" Feature: org.example.one.feature.group",

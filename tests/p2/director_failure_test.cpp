@@ -139,20 +139,20 @@ TEST_F(Explaining, EachExitCodeHasItsLayerAndItsMeaning) {
   const std::string rejects = "the shell failed: it rejects the command and starts nothing\n; e";
   EXPECT_EQ(text(1, "", "e\n"), rejects);
   EXPECT_EQ(text(2, "", "e\n"), rejects);
-  EXPECT_EQ(text(1, "o", "e\n"), "an unknown layer failed: unknown exit code\n; oe");
-  EXPECT_EQ(text(1), "an unknown layer failed: unknown exit code");
-  EXPECT_EQ(text(3, "", "e"), "an unknown layer failed: unknown exit code\n; e");
+  EXPECT_EQ(text(1, "o", "e\n"), "unknown exit code\n; oe");
+  EXPECT_EQ(text(1), "unknown exit code");
+  EXPECT_EQ(text(3, "", "e"), "unknown exit code\n; e");
   EXPECT_EQ(text(126),
             "the shell failed: the program cannot be started: it is a directory or not executable, or the command is too long");
   EXPECT_EQ(text(127), "the shell failed: a program does not exist: the executable, or one that it starts");
   EXPECT_EQ(text(13, "o"), "the launcher failed: the application exited early and logged no reason\n; o");
   EXPECT_EQ(text(15, "o"), "the launcher failed: the instance or its configuration cannot be written\n; o");
-  EXPECT_EQ(text(128), "an unknown layer failed: unknown exit code");
-  EXPECT_EQ(text(129), "an unknown layer failed: signal 1 ended the command");
-  EXPECT_EQ(text(192), "an unknown layer failed: signal 64 ended the command");
-  EXPECT_EQ(text(193), "an unknown layer failed: unknown exit code");
+  EXPECT_EQ(text(128), "unknown exit code");
+  EXPECT_EQ(text(129), "signal 1 ended the command");
+  EXPECT_EQ(text(192), "signal 64 ended the command");
+  EXPECT_EQ(text(193), "unknown exit code");
   const Failure with_log = explain_with_log({"", "e", 1, 0}, "!ENTRY p 4 0 t\n");
-  EXPECT_EQ(text_of(with_log), "an unknown layer failed: unknown exit code\n  e\n  Log: instance/configuration/2.log");
+  EXPECT_EQ(text_of(with_log), "unknown exit code\n  e\n  Log: instance/configuration/2.log");
   const Failure of_launcher = explain_with_log({"", "", 15, 0}, "!ENTRY p 4 0 t\n!MESSAGE m\n ");
   EXPECT_EQ(text_of(of_launcher),
             "the launcher failed: the instance or its configuration cannot be written\n  Log: instance/configuration/2.log");

@@ -131,7 +131,7 @@ TEST_F(Questions, NeedADirectorThatAnswers) {
     EXPECT_EQ(std::string(error.what()),
               "\"" + directory.path() +
                   "/ide/eclipse\" does not resolve anything: the answer of a director ends with \"Operation "
-                  "completed in N ms.\", but its output ends with \"hello\"; is this the Eclipse executable?");
+                  "completed in N ms.\", but its last line is \"hello\"; is this the Eclipse executable?");
   }
 }
 

@@ -223,9 +223,9 @@ Rule other_build_installed() {
           .concerns_removals = false};
 }
 
-// ---- Metadata that the director has kept ----
+// ---- Metadata that the director has cached ----
 
-/// What a director reads of an archive, where the instance may have kept it of an earlier one.
+/// What a director reads of an archive, where the instance may have cached it of an earlier one.
 struct SeenArchive {
   const Record* record;
   const Repository& site;  ///< what it is now
@@ -238,15 +238,16 @@ struct SeenArchive {
   }
 };
 
-std::vector<SeenArchive> archives_kept_in(const fs::path& instance, const Input& input) {
+std::vector<SeenArchive> cached_archives(const fs::path& instance, const Input& input) {
   std::vector<SeenArchive> archives;
   std::set<std::string> urls;
+  const auto files = std::make_shared<const CachedFiles>(instance);
   for (const Record& record : input.records) {
     if (record.site == nullptr || !record.takes_part() || !is_archive(record) || !record.site->is_loadable()) continue;
     if (!urls.insert(record.placement->url).second) continue;
     const std::string path = eclipse_dry_run::path_for_director(record.placement->url);
-    const MetadataCache cache(instance, path);
-    if (!cache.may_be_read()) continue;
+    const MetadataCache cache(files, path);
+    if (!cache.may_be_read(record.site->is_composite)) continue;
     SeenArchive archive{&record, *record.site, Repositories(cache).at(path)};
     if (archive.is_known()) archives.push_back(std::move(archive));
   }
@@ -264,13 +265,15 @@ bool is_offered_elsewhere(const Unit& unit, const SeenArchive& archive, const Ne
 std::string error_of_feature(const NamedFeature& named, const SeenArchive& archive, const NeededUnits& needed) {
   const Unit& unit = named.unit;
   if (archive.site.descriptions.count(unit) == 0 || is_offered_elsewhere(unit, archive, needed)) return "";
-  const bool is_pinned = named.record->feature().find(unit.id + "/") != std::string_view::npos;
-  const auto taken = highest_offered({unit.id, is_pinned ? unit.version : ""}, archive.units());
+  const auto& written = named.record->units;
+  const auto found = std::find_if(written.begin(), written.end(), [&](const auto& each) { return each.unit.id == unit.id; });
+  const auto taken = highest_offered(found == written.end() ? unit : found->unit, archive.units());
   if (taken ? *taken == unit.version : needed.is_installed(unit)) return "";
-  return taken ? "has " + unit.id + " in version " + *taken + ", not " + unit.version : "lacks " + text_of(unit);
+  return taken ? "has " + in_quotes(unit.id) + " in version " + *taken + ", not " + unit.version
+               : "lacks " + in_quotes(text_of(unit));
 }
 
-/// Whether the director would reject the file of an artifact by what was kept of its list.
+/// Whether the director would reject the file of an artifact by what was cached of its list.
 bool is_rejected(const std::string& artifact, const SeenArchive& archive) {
   const auto kept = archive.seen.artifact_files.find(artifact);
   return kept == archive.seen.artifact_files.end() || !checksum_error(kept->second).empty();
@@ -296,13 +299,13 @@ std::string other_unit(const SeenArchive& archive, const NeededUnits& needed) {
   return "";
 }
 
-void report_kept(const SeenArchive& archive, const NeededUnits& needed, Reporter& reporter) {
+void report_cached(const SeenArchive& archive, const NeededUnits& needed, Reporter& reporter) {
   const std::string path = eclipse_dry_run::path_for_director(archive.record->placement->url);
-  const std::string fix = "give it another modification time: touch " + in_quotes(path);
+  const std::string fix = "give it another modification time: touch " + eclipse_shell::quoted_for_shell(path);
   const auto report = [&](Severity severity, const std::string& error) {
     reporter.report(severity, archive.record->location(0),
-                    "the director reads metadata that the instance has kept of an earlier " +
-                        in_quotes(archive.record->repository()) + " with the same modification time, which " + error,
+                    "the director reads metadata that the instance has cached of an earlier " +
+                        in_quotes(archive.record->repository()) + ": it " + error,
                     fix);
   };
   std::vector<const Record*> failing;
@@ -320,43 +323,43 @@ void report_kept(const SeenArchive& archive, const NeededUnits& needed, Reporter
     report(Severity::error, "lists another file of the " + kind_and_unit(artifact));
     reporter.fails(needed.records_that_need({unit_of_artifact(artifact)}));
   } else if (const std::string unit = other_unit(archive, needed); !unit.empty()) {
-    report(Severity::warning, "lacks " + unit + ", or has it with other requirements");
+    report(Severity::warning, "lacks " + in_quotes(unit) + ", or has it with other requirements");
   }
 }
 
-Sample product_with_kept(const std::string& kept_metadata) {
+Sample product_with_cached(const std::string& metadata) {
   return {"session.json",
           {{"session.json", user_session()},
            {"ide/eclipse", "#!/bin/sh\n", 0755},
            {"tools/etc/eclipse/tools.txt", "site.zip\torg.example.one.feature.group\n"},
            {.name = "tools/site.zip", .entries = {{"content.xml", content_of_one}}},
            {.name = "ide/p2/org.eclipse.equinox.p2.repository/cache/content.xml",
-            .content = kept_metadata,
+            .content = metadata,
             .kept_of = "tools/site.zip"}}};
 }
 
-Rule kept_metadata_outdated() {
+Rule cached_metadata_outdated() {
   return {
-      .name = "kept-metadata-outdated",
+      .name = "cached-metadata-outdated",
       .group = Group::eclipse,
       .severity = Severity::error,
-      .title = "the director reads metadata that the instance has kept of an earlier archive",
+      .title = "the director reads metadata that the instance has cached of an earlier archive",
       .why =
-          "The director keeps the metadata of an archive in the instance, and reads it again as long as the archive has the "
-          "same modification time, in seconds, whatever it then contains. Builds that are reproducible, \"cp -p\" and some "
-          "installers give every release the same time. The director does not find the new features, or rejects the new "
-          "files.",
+          "The director caches the metadata of an archive in the instance, and reads it again as long as the archive has the "
+          "same modification time, in seconds, whatever it then contains. Reproducible builds, \"cp -p\" and some installers "
+          "give every release the same time. The director does not find the new features, rejects the new files, or leaves "
+          "the old version and reports success.",
       .fix =
           "give the archive another modification time, for example with touch; or delete the files in "
           "p2/org.eclipse.equinox.p2.repository/cache of the instance",
-      .bad = product_with_kept("<repository><units/></repository>\n"),
-      .good = product_with_kept(content_of_one),
+      .bad = product_with_cached("<repository><units/></repository>\n"),
+      .good = product_with_cached(content_of_one),
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->run.commands.empty() || !input.needed) return;
             const fs::path instance = instance_directory(input.session->executable);
-            for (const SeenArchive& archive : archives_kept_in(instance, input)) {
-              report_kept(archive, *input.needed, reporter);
+            for (const SeenArchive& archive : cached_archives(instance, input)) {
+              report_cached(archive, *input.needed, reporter);
             }
           },
       .concerns_removals = false};
@@ -366,7 +369,7 @@ Rule kept_metadata_outdated() {
 
 std::vector<Rule> eclipse_instance_rules() {
   return {instance_damaged(),      profile_missing(),       installed_file_missing(),
-          instance_not_writable(), other_build_installed(), kept_metadata_outdated()};
+          instance_not_writable(), other_build_installed(), cached_metadata_outdated()};
 }
 
 }  // namespace eclipse_lint

@@ -155,8 +155,14 @@ struct Pin {
   Unit unit;
 };
 
-std::vector<Pin> pins_of(const NamedFeature& named, const NeededUnits& needed) {
-  std::vector<Pin> pins;
+/// What a feature pins, and the features that it includes, without those that are settled.
+struct Pins {
+  std::vector<Pin> singletons;
+  std::set<Unit> features;
+};
+
+Pins pins_of(const NamedFeature& named, const NeededUnits& needed, const std::set<Unit>& settled) {
+  Pins pins;
   std::set<Unit> known = {named.unit};
   std::vector<Unit> open = {named.unit};
   while (!open.empty()) {
@@ -165,11 +171,12 @@ std::vector<Pin> pins_of(const NamedFeature& named, const NeededUnits& needed) {
     if (description == nullptr) continue;
     for (const Unit& pinned : needed.pinned_by(*description)) {
       const UnitDescription* const of_pinned = needed.description_of(pinned);
-      if (of_pinned == nullptr || !known.insert(pinned).second) continue;
+      if (of_pinned == nullptr || settled.contains(pinned) || !known.insert(pinned).second) continue;
       if (of_pinned->is_group) {
         open.push_back(pinned);
+        pins.features.insert(pinned);
       } else if (of_pinned->is_singleton) {
-        pins.push_back({&named, pinned});
+        pins.singletons.push_back({&named, pinned});
       }
     }
   }
@@ -199,18 +206,49 @@ void report_rival(const Pin& first, const Pin& pin, Reporter& reporter) {
   reporter.fails({pin.by->record});
 }
 
+/// Those that fail whatever else is installed.
+std::set<const Record*> unresolvable(const NeededUnits& needed) {
+  std::set<const Record*> records;
+  for (const UnmetRequirement& unmet : needed.unmet()) {
+    if (unmet.is_certain && !unmet.is_of_something_unknown()) records.insert(unmet.record);
+  }
+  return records;
+}
+
+class Singletons {
+ public:
+  /// Two versions of one feature are the matter of another rule.
+  const Pin* rival_of(const Pin& pin) const {
+    const auto first = first_.find(pin.unit.id);
+    if (first == first_.end() || first->second.by->unit.id == pin.by->unit.id) return nullptr;
+    return whole_version(first->second.unit.version) == whole_version(pin.unit.version) ? nullptr : &first->second;
+  }
+
+  void add(const Pins& pins) {
+    for (const Pin& pin : pins.singletons) first_.emplace(pin.unit.id, pin);
+    settled_.insert(pins.features.begin(), pins.features.end());
+  }
+
+  const std::set<Unit>& settled() const { return settled_; }
+
+ private:
+  std::map<std::string, Pin> first_;
+  std::set<Unit> settled_;  ///< the included features whose singletons are all in first_
+};
+
 void check_singletons(const Input& input, Reporter& reporter) {
   if (!input.needed) return;
-  std::map<std::string, Pin> first_of;
+  const std::set<const Record*> failing = unresolvable(*input.needed);
+  Singletons singletons;
   for (const NamedFeature* const named : in_install_order(*input.needed)) {
-    bool is_reported = false;
-    for (const Pin& pin : pins_of(*named, *input.needed)) {
-      const Pin& first = first_of.emplace(pin.unit.id, pin).first->second;
-      const bool is_same = whole_version(first.unit.version) == whole_version(pin.unit.version);
-      // Two versions of one feature are the matter of another rule.
-      if (is_same || is_reported || first.by->unit.id == named->unit.id) continue;
-      report_rival(first, pin, reporter);
-      is_reported = true;
+    if (failing.contains(named->record)) continue;
+    const Pins pins = pins_of(*named, *input.needed, singletons.settled());
+    const auto rival = std::find_if(pins.singletons.begin(), pins.singletons.end(),
+                                    [&](const Pin& pin) { return singletons.rival_of(pin) != nullptr; });
+    if (rival == pins.singletons.end()) {
+      singletons.add(pins);
+    } else {
+      report_rival(*singletons.rival_of(*rival), *rival, reporter);
     }
   }
 }

@@ -47,7 +47,7 @@ std::string fix_of(const std::string& error) {
        {repository_error::pack200, "publish the repository again, without Pack200"},
        {repository_error::backslashes, "pack the archive again, with a program that writes slashes"},
        {not_utf_8, "save the file in UTF-8, or name its encoding in its first line"},
-       {not_in_encoding, "save the file in UTF-8, or name its encoding in its first line"}}};
+       {not_in_encoding, "name the encoding of the file in its first line"}}};
   if (error.starts_with(repository_error::excluded)) return "correct the order in p2.index, or delete the file";
   const auto found =
       std::find_if(fixes.begin(), fixes.end(), [&](const auto& fix) { return error.find(fix.first) != std::string::npos; });

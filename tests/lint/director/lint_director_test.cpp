@@ -1025,7 +1025,7 @@ TEST(LintDirector, ReplacedArchiveWithTheSameTimeIsNotNoticed) {
   const fs::path archive = product.directory() / "tools/sites/beta.zip";
   keep_metadata(product, archive, prepared / "sites/alpha");
   EXPECT_FALSE(resolves(product));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("kept-metadata-outdated"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("cached-metadata-outdated"));
   const Outcome outcome = product.run("install");
   EXPECT_EQ(outcome.exit_codes().front(), 13);
   EXPECT_THAT(output_of(outcome, 0), HasSubstr("org.example.beta.feature.group has not been found"));
@@ -1057,7 +1057,7 @@ TEST(LintDirector, MetadataOfAChildInAnArchiveIsKeptToo) {
   ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + sites.string() + "' && zip -qr both.zip *").exit_code, 0);
   keep_metadata(product, sites / "both.zip", prepared / "sites/alpha", "beta");
   EXPECT_FALSE(resolves(product));
-  EXPECT_THAT(rules_broken_by(product), Contains("kept-metadata-outdated"));
+  EXPECT_THAT(rules_broken_by(product), Contains("cached-metadata-outdated"));
   EXPECT_EQ(product.run("install").exit_codes().front(), 13);
 }
 
@@ -1081,7 +1081,7 @@ TEST(LintDirector, JarIsRejectedByAKeptChecksum) {
   ASSERT_EQ(packed.exit_code, 0);
   keep_metadata(product, sites / "alpha.zip", sites / "alpha");
   EXPECT_TRUE(resolves(product));
-  EXPECT_THAT(rules_broken_by(product), ElementsAre("kept-metadata-outdated"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("cached-metadata-outdated"));
   const Outcome outcome = product.run("install");
   EXPECT_EQ(outcome.exit_codes().front(), 13);
   EXPECT_THAT(output_of(outcome, 0), HasSubstr("MD5 hash is not as expected"));
