@@ -181,8 +181,12 @@ void NeededUnits::note_unmet(const Open& open, const Requirement& requirement, c
     unmet.offered.push_back(provider.version);
     if (!may_be_here(provider) && is_in_range(provider.version, requirement.range)) unmet.filter = *provider.filter;
   }
-  // The instance may have another version than the repositories, but hardly of what the product itself is made of.
-  const bool may_be_installed = !is_exact(requirement.range) && !are_of_one_vendor(open.unit.id, requirement.name);
+  // The instance may have another version than the repositories, but hardly of what the vendor of the feature makes.
+  const bool is_of_vendor = are_of_one_vendor(open.unit.id, requirement.name) &&
+                            std::any_of(open.record->units.begin(), open.record->units.end(), [&](const WrittenUnit& feature) {
+                              return are_of_one_vendor(feature.unit.id, requirement.name);
+                            });
+  const bool may_be_installed = !is_exact(requirement.range) && !is_of_vendor;
   if (!unmet.is_certain && !unmet.is_of_something_unknown() && may_be_installed) return;
   unmet_.push_back(std::move(unmet));
 }

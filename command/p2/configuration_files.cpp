@@ -14,6 +14,7 @@
 #include "base/text.h"
 #include "p2/data_area.h"
 #include "p2/instance_paths.h"
+#include "p2/missing_files.h"
 #include "p2/xml.h"
 
 using namespace eclipse_base;
@@ -167,6 +168,7 @@ class Files {
 
   /// A bundle that even the oldest state has may have been without a line from the beginning, so it says nothing.
   std::optional<ConfigurationDamage> unlisted_bundles(std::vector<Unit> missing) const {
+    std::erase_if(missing, [&](const Unit& bundle) { return lacks_plugin(instance_, bundle); });
     const std::vector<fs::path> states = profile_states(instance_);
     if (states.empty()) return std::nullopt;
     if (!missing.empty()) {

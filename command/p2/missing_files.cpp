@@ -16,6 +16,7 @@
 #include "base/uri.h"
 #include "p2/artifact_location.h"
 #include "p2/artifact_name.h"
+#include "p2/configuration_files.h"
 #include "p2/instance_paths.h"
 #include "p2/names.h"
 #include "p2/xml.h"
@@ -40,7 +41,7 @@ std::optional<fs::path> path_of_bundle(const fs::path& instance, const std::stri
   fs::path path = instance / location;
   if (!is_missing(path)) return path;
   const auto decoded = without_escapes(location);
-  return decoded ? std::optional(instance / *decoded) : std::nullopt;
+  return decoded ? std::optional(fs::absolute(instance / *decoded).lexically_normal()) : std::nullopt;
 }
 
 void add_missing_bundles(const fs::path& instance, const std::set<Unit>& bundles, std::vector<UnitFile>& missing) {
@@ -51,6 +52,22 @@ void add_missing_bundles(const fs::path& instance, const std::set<Unit>& bundles
     const auto path = path_of_bundle(instance, columns[2]);
     if (path && is_missing(*path)) missing.push_back({{columns[0], columns[1]}, *path});
   }
+}
+
+/// Those that a director has deleted from bundles.info since. What the oldest state has may never have had a line.
+void add_unlisted_bundles(const fs::path& instance, const std::set<Unit>& bundles, std::vector<UnitFile>& missing) {
+  const std::set<Unit> listed = listed_bundles(instance);
+  std::set<Unit> lost;
+  for (const Unit& bundle : bundles) {
+    if (!listed.contains(bundle) && lacks_plugin(instance, bundle)) lost.insert(bundle);
+  }
+  const std::vector<fs::path> states = profile_states(instance);
+  if (lost.empty() || listed.empty() || states.empty()) return;
+  const ProfileState oldest = read_profile_state(states.back());
+  if (!oldest.units) return;
+  for (const InstalledUnit& unit : *oldest.units) lost.erase(unit.unit());
+  for (const Unit& bundle : lost)
+    missing.push_back({bundle, instance / plugins_directory / (bundle.id + "_" + bundle.version + ".jar")});
 }
 
 void add_missing_features(const fs::path& instance, const std::set<Unit>& units, std::vector<UnitFile>& missing) {
@@ -69,6 +86,13 @@ void add_missing_features(const fs::path& instance, const std::set<Unit>& units,
 
 }  // namespace
 
+bool lacks_plugin(const fs::path& instance, const Unit& bundle) {
+  std::error_code error;
+  const fs::path plugins = instance / plugins_directory;
+  const fs::path directory = plugins / (bundle.id + "_" + bundle.version);
+  return fs::is_directory(plugins, error) && is_missing(directory) && is_missing(fs::path(directory).concat(".jar"));
+}
+
 std::vector<UnitFile> missing_files(const fs::path& instance, const std::vector<InstalledUnit>& units) {
   std::set<Unit> all;
   std::set<Unit> bundles;
@@ -78,6 +102,7 @@ std::vector<UnitFile> missing_files(const fs::path& instance, const std::vector<
   }
   std::vector<UnitFile> missing;
   add_missing_bundles(instance, bundles, missing);
+  add_unlisted_bundles(instance, bundles, missing);
   add_missing_features(instance, all, missing);
   return missing;
 }

@@ -66,8 +66,8 @@ std::string not_removed(const Verification& verification) {
 std::string missing(const Verification& verification) {
   std::string text;
   for (const UnitFile& file : verification.missing_files) {
-    text += "  " + printable(text_of(file.unit)) + " is installed, but " + printable(file.path.string()) +
-            " does not exist; remove the feature that it belongs to, and install it again\n";
+    text += "  " + printable(text_of(file.unit)) + " is installed, but " + printable(file.path.string()) + " does not exist; " +
+            fix_of_missing_file + "\n";
   }
   return text;
 }

@@ -383,8 +383,8 @@ TEST(Findings, SayWhatToDoAboutEachErrorOfARepository) {
                 "UTF-8, or name its encoding in its first line");
   EXPECT_EQ(of({{"tools/site/content.xml", "<?xml version='1.0' encoding='UTF-16'?><repository/>"}}),
             begin +
-                "content.xml is not in the encoding that its first line names FIX save the file in UTF-8, or name its encoding "
-                "in its first line");
+                "content.xml is not in the encoding that its first line names FIX name the encoding of the file in its first "
+                "line");
   EXPECT_EQ(of({{"tools/site/content.jar", base_test::zipped({{"content.xml", content_of_one}}, "secret")}}),
             begin + "content.jar is encrypted FIX pack the archive again, without a password");
   EXPECT_EQ(

@@ -110,7 +110,7 @@ Rule installed_file_missing() {
       .why =
           "The director looks only at the p2 profile: it takes the unit for installed, restores nothing, and reports success. "
           "Eclipse starts without the bundle, and without those that need it.",
-      .fix = "remove the feature that the unit belongs to, and install it again; or restore the file",
+      .fix = fix_of_missing_file,
       .bad = product(user_session(), instance_with_bundle()),
       .good = product(user_session(), with_jar(instance_with_bundle())),
       .check =
@@ -124,6 +124,7 @@ Rule installed_file_missing() {
                             text_of(missing.front().unit) + " is installed, but " + missing.front().path.string() +
                                 " does not exist" + (others == 0 ? "" : "; likewise " + counted(others, "other file")));
           },
+      .concerns_removals = false,
   };
 }
 
@@ -254,17 +255,46 @@ std::vector<SeenArchive> cached_archives(const fs::path& instance, const Input& 
   return archives;
 }
 
-bool is_offered_elsewhere(const Unit& unit, const SeenArchive& archive, const NeededUnits& needed) {
-  const Sites& sites = needed.sites();
-  return std::any_of(sites.begin(), sites.end(), [&](const auto& each) {
-    return each.first != &archive.site && each.first->descriptions.count(unit) != 0;
-  });
-}
+/// What the director sees of each repository of the session.
+class SeenRepositories {
+ public:
+  SeenRepositories(const fs::path& instance, const Input& input)
+      : instance_(instance), needed_(*input.needed), archives_(cached_archives(instance, input)) {}
+
+  const std::vector<SeenArchive>& archives() const { return archives_; }
+
+  bool has_elsewhere(const Unit& unit, const SeenArchive& archive) const {
+    const Sites& sites = needed_.sites();
+    return std::any_of(sites.begin(), sites.end(), [&](const auto& each) {
+      return each.first != &archive.site && seen(*each.first).descriptions.count(unit) != 0;
+    });
+  }
+
+  /// What a removed feature has left is not fetched again.
+  bool is_left_in_instance(const std::string& artifact) const {
+    const std::string name = replaced(artifact.substr(artifact.find(',') + 1), ",", "_");
+    std::error_code error;
+    return fs::exists(instance_ / plugins_directory / name, error) ||
+           fs::exists(instance_ / plugins_directory / (name + ".jar"), error) ||
+           fs::exists(instance_ / features_directory / name, error);
+  }
+
+ private:
+  const Repository& seen(const Repository& site) const {
+    const auto found = std::find_if(archives_.begin(), archives_.end(), [&](const auto& each) { return &each.site == &site; });
+    return found == archives_.end() ? site : found->seen;
+  }
+
+  fs::path instance_;
+  const NeededUnits& needed_;
+  std::vector<SeenArchive> archives_;
+};
 
 /// What keeps the director from taking a feature of the archive; empty when nothing does.
-std::string error_of_feature(const NamedFeature& named, const SeenArchive& archive, const NeededUnits& needed) {
+std::string error_of_feature(const NamedFeature& named, const SeenArchive& archive, const SeenRepositories& repositories,
+                             const NeededUnits& needed) {
   const Unit& unit = named.unit;
-  if (archive.site.descriptions.count(unit) == 0 || is_offered_elsewhere(unit, archive, needed)) return "";
+  if (archive.site.descriptions.count(unit) == 0 || repositories.has_elsewhere(unit, archive)) return "";
   const auto& written = named.record->units;
   const auto found = std::find_if(written.begin(), written.end(), [&](const auto& each) { return each.unit.id == unit.id; });
   const auto taken = highest_offered(found == written.end() ? unit : found->unit, archive.units());
@@ -280,26 +310,28 @@ bool is_rejected(const std::string& artifact, const SeenArchive& archive) {
 }
 
 /// The first artifact to be fetched that the director would not accept; empty when there is none.
-std::string rejected_artifact(const SeenArchive& archive, const NeededUnits& needed) {
+std::string rejected_artifact(const SeenArchive& archive, const SeenRepositories& repositories, const NeededUnits& needed) {
   for (const auto& [artifact, file] : archive.site.artifact_files) {
     const Unit unit = unit_of_artifact(artifact);
-    const bool is_fetched = needed.has(unit) && !needed.is_installed(unit) && !is_offered_elsewhere(unit, archive, needed);
-    if (is_fetched && archive.seen.descriptions.count(unit) != 0 && is_rejected(artifact, archive)) return artifact;
+    const bool is_fetched = needed.has(unit) && !needed.is_installed(unit) && !repositories.has_elsewhere(unit, archive);
+    if (!is_fetched || repositories.is_left_in_instance(artifact)) continue;
+    if (archive.seen.descriptions.count(unit) != 0 && is_rejected(artifact, archive)) return artifact;
   }
   return "";
 }
 
 /// The first unit to be installed that was another one then; empty when there is none.
-std::string other_unit(const SeenArchive& archive, const NeededUnits& needed) {
+std::string other_unit(const SeenArchive& archive, const SeenRepositories& repositories, const NeededUnits& needed) {
   for (const auto& [unit, description] : archive.site.descriptions) {
-    if (!needed.has(unit) || needed.is_installed(unit) || is_offered_elsewhere(unit, archive, needed)) continue;
+    if (!needed.has(unit) || needed.is_installed(unit) || repositories.has_elsewhere(unit, archive)) continue;
     const auto kept = archive.seen.descriptions.find(unit);
     if (kept == archive.seen.descriptions.end() || kept->second != description) return text_of(unit);
   }
   return "";
 }
 
-void report_cached(const SeenArchive& archive, const NeededUnits& needed, Reporter& reporter) {
+void report_cached(const SeenArchive& archive, const SeenRepositories& repositories, const NeededUnits& needed,
+                   Reporter& reporter) {
   const std::string path = eclipse_dry_run::path_for_director(archive.record->placement->url);
   const std::string fix = "give it another modification time: touch " + eclipse_shell::quoted_for_shell(path);
   const auto report = [&](Severity severity, const std::string& error) {
@@ -311,7 +343,7 @@ void report_cached(const SeenArchive& archive, const NeededUnits& needed, Report
   std::vector<const Record*> failing;
   std::string error;
   for (const NamedFeature& named : needed.named()) {
-    const std::string of_feature = error_of_feature(named, archive, needed);
+    const std::string of_feature = error_of_feature(named, archive, repositories, needed);
     if (of_feature.empty()) continue;
     failing.push_back(named.record);
     if (error.empty()) error = of_feature;
@@ -319,10 +351,10 @@ void report_cached(const SeenArchive& archive, const NeededUnits& needed, Report
   if (!failing.empty()) {
     report(Severity::error, error);
     reporter.fails(failing);
-  } else if (const std::string artifact = rejected_artifact(archive, needed); !artifact.empty()) {
+  } else if (const std::string artifact = rejected_artifact(archive, repositories, needed); !artifact.empty()) {
     report(Severity::error, "lists another file of the " + kind_and_unit(artifact));
     reporter.fails(needed.records_that_need({unit_of_artifact(artifact)}));
-  } else if (const std::string unit = other_unit(archive, needed); !unit.empty()) {
+  } else if (const std::string unit = other_unit(archive, repositories, needed); !unit.empty()) {
     report(Severity::warning, "lacks " + in_quotes(unit) + ", or has it with other requirements");
   }
 }
@@ -358,8 +390,9 @@ Rule cached_metadata_outdated() {
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->run.commands.empty() || !input.needed) return;
             const fs::path instance = instance_directory(input.session->executable);
-            for (const SeenArchive& archive : cached_archives(instance, input)) {
-              report_cached(archive, *input.needed, reporter);
+            const SeenRepositories repositories(instance, input);
+            for (const SeenArchive& archive : repositories.archives()) {
+              report_cached(archive, repositories, *input.needed, reporter);
             }
           },
       .concerns_removals = false};

@@ -149,15 +149,16 @@ Rule requirement_not_met() {
 
 // ---- Singletons ----
 
-/// A singleton that a feature requires in exactly one version, itself or through features that it includes.
+/// A bundle that a feature requires in exactly one version, itself or through features that it includes.
 struct Pin {
   const NamedFeature* by;
   Unit unit;
+  bool is_singleton;
 };
 
 /// What a feature pins, and the features that it includes, without those that are settled.
 struct Pins {
-  std::vector<Pin> singletons;
+  std::vector<Pin> bundles;
   std::set<Unit> features;
 };
 
@@ -175,8 +176,8 @@ Pins pins_of(const NamedFeature& named, const NeededUnits& needed, const std::se
       if (of_pinned->is_group) {
         open.push_back(pinned);
         pins.features.insert(pinned);
-      } else if (of_pinned->is_singleton) {
-        pins.singletons.push_back({&named, pinned});
+      } else {
+        pins.bundles.push_back({&named, pinned, of_pinned->is_singleton});
       }
     }
   }
@@ -215,17 +216,23 @@ std::set<const Record*> unresolvable(const NeededUnits& needed) {
   return records;
 }
 
-class Singletons {
+/// Whether an instance cannot have both: two versions, of which one is a singleton.
+bool are_rivals(const Pin& one, const Pin& other) {
+  return (one.is_singleton || other.is_singleton) && whole_version(one.unit.version) != whole_version(other.unit.version);
+}
+
+/// Of the features so far that can be installed together.
+class PinnedBundles {
  public:
-  /// Two versions of one feature are the matter of another rule.
+  /// Null when there is none. Two versions of one feature are the matter of another rule.
   const Pin* rival_of(const Pin& pin) const {
     const auto first = first_.find(pin.unit.id);
     if (first == first_.end() || first->second.by->unit.id == pin.by->unit.id) return nullptr;
-    return whole_version(first->second.unit.version) == whole_version(pin.unit.version) ? nullptr : &first->second;
+    return are_rivals(first->second, pin) ? &first->second : nullptr;
   }
 
   void add(const Pins& pins) {
-    for (const Pin& pin : pins.singletons) first_.emplace(pin.unit.id, pin);
+    for (const Pin& pin : pins.bundles) first_.emplace(pin.unit.id, pin);
     settled_.insert(pins.features.begin(), pins.features.end());
   }
 
@@ -233,22 +240,42 @@ class Singletons {
 
  private:
   std::map<std::string, Pin> first_;
-  std::set<Unit> settled_;  ///< the included features whose singletons are all in first_
+  std::set<Unit> settled_;  ///< the included features whose bundles are all in first_
 };
+
+/// The first two bundles of one feature that are rivals; null when there are none.
+std::pair<const Pin*, const Pin*> rivals_in(const Pins& pins) {
+  std::map<std::string_view, const Pin*> first;
+  for (const Pin& pin : pins.bundles) {
+    const Pin* const other = first.emplace(pin.unit.id, &pin).first->second;
+    if (are_rivals(*other, pin)) return {other, &pin};
+  }
+  return {nullptr, nullptr};
+}
+
+void report_own_rivals(const Pin& one, const Pin& other, Reporter& reporter) {
+  reporter.report(one.by->record->location(1),
+                  in_quotes(text_of(one.by->unit)) + " includes both " + text_of(one.unit) + " and " + text_of(other.unit) +
+                      ", and an instance can have only one of them",
+                  "build the feature with one version of the bundle");
+  reporter.fails({one.by->record});
+}
 
 void check_singletons(const Input& input, Reporter& reporter) {
   if (!input.needed) return;
   const std::set<const Record*> failing = unresolvable(*input.needed);
-  Singletons singletons;
+  PinnedBundles bundles;
   for (const NamedFeature* const named : in_install_order(*input.needed)) {
     if (failing.contains(named->record)) continue;
-    const Pins pins = pins_of(*named, *input.needed, singletons.settled());
-    const auto rival = std::find_if(pins.singletons.begin(), pins.singletons.end(),
-                                    [&](const Pin& pin) { return singletons.rival_of(pin) != nullptr; });
-    if (rival == pins.singletons.end()) {
-      singletons.add(pins);
+    const Pins pins = pins_of(*named, *input.needed, bundles.settled());
+    const auto rival = std::find_if(pins.bundles.begin(), pins.bundles.end(),
+                                    [&](const Pin& pin) { return bundles.rival_of(pin) != nullptr; });
+    if (const auto [one, other] = rivals_in(pins); one != nullptr) {
+      report_own_rivals(*one, *other, reporter);
+    } else if (rival != pins.bundles.end()) {
+      report_rival(*bundles.rival_of(*rival), *rival, reporter);
     } else {
-      report_rival(*singletons.rival_of(*rival), *rival, reporter);
+      bundles.add(pins);
     }
   }
 }
