@@ -135,9 +135,11 @@ std::vector<Rule> repositories_artifacts_rules();
 std::vector<Rule> repositories_units_rules();
 std::vector<Rule> features_rules();
 std::vector<Rule> features_units_rules();
+std::vector<Rule> features_singletons_rules();
 std::vector<Rule> orders_rules();
 std::vector<Rule> eclipse_rules();
 std::vector<Rule> eclipse_instance_rules();
+std::vector<Rule> eclipse_metadata_cache_rules();
 std::vector<Rule> session_rules();
 std::vector<Rule> removal_rules();
 

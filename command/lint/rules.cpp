@@ -121,12 +121,27 @@ std::string_view heading_of(Group group) {
 const std::vector<Rule>& rules() {
   static const std::vector<Rule> all = [] {
     std::vector<Rule> rules;
-    for (const auto& more :
-         {files_rules(), lines_ignored_rules(), lines_unintended_rules(), lines_encoding_rules(), lines_columns_rules(),
-          lines_leftovers_rules(), repositories_paths_rules(), repositories_characters_rules(), repositories_contents_rules(),
-          repositories_places_rules(), repositories_artifacts_rules(), repositories_units_rules(), features_rules(),
-          features_units_rules(), orders_rules(), eclipse_rules(), eclipse_instance_rules(), session_rules(),
-          removal_rules()}) {
+    for (const auto& more : {files_rules(),
+                             lines_ignored_rules(),
+                             lines_unintended_rules(),
+                             lines_encoding_rules(),
+                             lines_columns_rules(),
+                             lines_leftovers_rules(),
+                             repositories_paths_rules(),
+                             repositories_characters_rules(),
+                             repositories_contents_rules(),
+                             repositories_places_rules(),
+                             repositories_artifacts_rules(),
+                             repositories_units_rules(),
+                             features_rules(),
+                             features_units_rules(),
+                             features_singletons_rules(),
+                             orders_rules(),
+                             eclipse_rules(),
+                             eclipse_instance_rules(),
+                             eclipse_metadata_cache_rules(),
+                             session_rules(),
+                             removal_rules()}) {
       rules.insert(rules.end(), more.begin(), more.end());
     }
     return rules;

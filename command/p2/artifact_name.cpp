@@ -19,9 +19,11 @@ std::string kind_and_unit(const std::string& artifact) {
   return kind + " " + parts.at(1) + " " + parts.at(2);
 }
 
+std::string name_in_instance(const Unit& unit) { return unit.id + "_" + unit.version; }
+
 std::string jar_of_bundle(const std::string& artifact) {
   const Unit unit = unit_of_artifact(artifact);
-  return is_bundle(artifact) ? unit.id + "_" + unit.version + ".jar" : "";
+  return is_bundle(artifact) ? name_in_instance(unit) + ".jar" : "";
 }
 
 }  // namespace eclipse_p2

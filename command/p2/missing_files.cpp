@@ -67,7 +67,7 @@ void add_unlisted_bundles(const fs::path& instance, const std::set<Unit>& bundle
   if (!oldest.units) return;
   for (const InstalledUnit& unit : *oldest.units) lost.erase(unit.unit());
   for (const Unit& bundle : lost)
-    missing.push_back({bundle, instance / plugins_directory / (bundle.id + "_" + bundle.version + ".jar")});
+    missing.push_back({bundle, instance / plugins_directory / (name_in_instance(bundle) + ".jar")});
 }
 
 void add_missing_features(const fs::path& instance, const std::set<Unit>& units, std::vector<UnitFile>& missing) {
@@ -89,7 +89,7 @@ void add_missing_features(const fs::path& instance, const std::set<Unit>& units,
 bool lacks_plugin(const fs::path& instance, const Unit& bundle) {
   std::error_code error;
   const fs::path plugins = instance / plugins_directory;
-  const fs::path directory = plugins / (bundle.id + "_" + bundle.version);
+  const fs::path directory = plugins / name_in_instance(bundle);
   return fs::is_directory(plugins, error) && is_missing(directory) && is_missing(fs::path(directory).concat(".jar"));
 }
 

@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 
 #include "base/file.h"
 #include "base/limits.h"
 #include "base/packing.h"
 #include "base/printable.h"
+#include "base/text.h"
 #include "lint/rule.h"
 #include "lint/samples.h"
 
@@ -1269,6 +1271,21 @@ TEST(Requirements, OfTheProductItselfAreFoundWithoutAnInstance) {
   EXPECT_EQ(severities_without_instance("one", "one_base"), none);
 }
 
+TEST(Requirements, OfBundlesOfAnotherVendorAreNotFoundWithoutAnInstance) {
+  const auto rules_without_instance = [](const std::string& vendor) {
+    const fake::TemporaryDirectory directory;
+    write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\n");
+    write_file("c/site/content.xml", "<repository><units><unit id='org.example.one.feature.group' version='1.0.0'><requires>" +
+                                         required(vendor + ".a", "0.0.0") + "</requires></unit><unit id='" + vendor +
+                                         ".a' version='1.0.0'><requires>" + required(vendor + ".b", "[2.0.0,3.0.0)") +
+                                         "</requires></unit><unit id='" + vendor +
+                                         ".b' version='1.9.0'/></units></repository>");
+    return summary_of(findings_in("c"));
+  };
+  EXPECT_EQ(rules_without_instance("org.example"), Texts({"c/etc/eclipse/t:1:6+29 requirement-not-met"}));
+  EXPECT_EQ(rules_without_instance("org.other"), Texts()) << "the instance may have another version of all that it makes";
+}
+
 TEST(Requirements, ThatARepositoryWithoutALineMeetsAreFound) {
   const fake::TemporaryDirectory directory;
   const Findings findings = findings_with_repository_beside("sites/lib", "1.2.0");
@@ -1302,6 +1319,135 @@ TEST(Requirements, AreComparedWithoutAnInstanceWhenOneVersionIsRequired) {
   EXPECT_EQ(severities_for("[1.8.0,1.8.0]"), std::vector<Severity>{Severity::warning});
   EXPECT_EQ(severities_for("[1.9.0,1.9.0]"), std::vector<Severity>());
   EXPECT_EQ(severities_for("[2.0.0,3.0.0)"), std::vector<Severity>());
+}
+
+/// What is said of two features, of which each has these <required> elements, beside two versions of a bundle.
+Texts messages_for_singletons(const std::string& by_one, const std::string& by_two, const std::string& attributes_of_first = "",
+                              const std::string& attributes_of_second = "", const std::string& more = "") {
+  const auto feature = [](const std::string& name, const std::string& requires_these) {
+    return "<unit id='" + name + "' version='1.0.0' singleton='false'>" +
+           "<properties><property name='org.eclipse.equinox.p2.type.group' value='true'/></properties><requires>" +
+           requires_these + "</requires></unit>";
+  };
+  const fake::TemporaryDirectory directory;
+  write_file("c/etc/eclipse/t", "site\tx.one.feature.group\nsite\tx.two.feature.group\n");
+  write_file("c/site/content.xml", "<repository><units>" + feature("x.one.feature.group", by_one) +
+                                       feature("x.two.feature.group", by_two) + "<unit id='a' version='1.0.0'" +
+                                       attributes_of_first + "/><unit id='a' version='2.0.0'" + attributes_of_second + "/>" +
+                                       (more.empty() ? "" : feature("part", more)) + "</units></repository>");
+  Texts messages;
+  for (const Finding& finding : findings_in("c")) {
+    if (finding.rule->name == "singleton-in-two-versions") messages.push_back(finding.message);
+  }
+  return messages;
+}
+
+TEST(Singletons, InTwoVersionsAreFoundWhicheverFeatureHasThem) {
+  const auto included = [](const std::string& name, const std::string& range) {
+    return required(name, range, "/>", "org.eclipse.equinox.p2.iu");
+  };
+  const std::string first = included("a", "[1.0.0,1.0.0]");
+  const std::string second = included("a", "[2.0.0,2.0.0]");
+  const std::string part = included("part", "[1.0.0,1.0.0]");
+  const std::string no_singleton = " singleton='false'";
+  const Texts rivals = {
+      "\"x.two.feature.group/1.0.0\" includes a/2.0.0, but \"x.one.feature.group/1.0.0\" (c/etc/eclipse/t:1) "
+      "includes version 1.0.0, and an instance can have only one of them"};
+  EXPECT_EQ(messages_for_singletons(first, second), rivals);
+  EXPECT_EQ(messages_for_singletons(first, second, no_singleton), rivals) << "one that is a singleton suffices";
+  EXPECT_EQ(messages_for_singletons(first, second, "", no_singleton), rivals);
+  EXPECT_EQ(messages_for_singletons(first, second, no_singleton, no_singleton), Texts());
+  EXPECT_EQ(messages_for_singletons(first, part, "", "", second), rivals) << "through a feature that it includes";
+  EXPECT_EQ(messages_for_singletons(first, part, "", "", first), Texts());
+  EXPECT_EQ(messages_for_singletons(first, included("a", "[1.0.0,2.0.0]")), Texts()) << "the director has a choice";
+  EXPECT_EQ(messages_for_singletons("", first + second),
+            Texts({"\"x.two.feature.group/1.0.0\" includes both a/1.0.0 and a/2.0.0, and an instance can "
+                   "have only one of them"}));
+}
+
+/// What is said of the session in the sample of the rule, where "site.zip" has these files now, and the instance has cached
+/// `cached` of it.
+Texts messages_for_cached(const std::map<std::string, std::string>& now, const SampleFile& cached,
+                          const std::vector<SampleFile>& more = {}, const std::string& lines = "") {
+  const std::string cache = "ide/p2/org.eclipse.equinox.p2.repository/cache/";
+  const auto rule =
+      std::find_if(rules().begin(), rules().end(), [](const Rule& each) { return each.name == "cached-metadata-outdated"; });
+  Sample sample = rule->bad;
+  for (SampleFile& file : sample.files) {
+    if (file.name == "tools/site.zip") file.entries = now;
+    if (file.name == "tools/etc/eclipse/tools.txt") file.content += lines;
+    if (!file.kept_of.empty()) file = {.name = cache + cached.name, .content = cached.content, .kept_of = file.kept_of};
+  }
+  sample.files.insert(sample.files.begin(), more.begin(), more.end());
+  const fake::TemporaryDirectory directory;
+  write_sample(sample);
+  Texts messages;
+  for (const Finding& finding : findings_in(sample.input)) {
+    if (finding.rule->name == rule->name)
+      messages.push_back((finding.severity == Severity::error ? "! " : "? ") + finding.message);
+  }
+  return messages;
+}
+
+std::string messages_begin(const std::string& archive) {
+  return "the director reads metadata that the instance has cached of an earlier \"" + archive + "\": it ";
+}
+
+const std::map<std::string, std::string> zip_with_one = {{"content.xml", content_of_one}};
+
+TEST(CachedMetadata, LacksWhatTheArchiveHas) {
+  const SampleFile nothing = {"content.xml", "<repository><units/></repository>\n"};
+  const std::string line = "more.zip\torg.example.one.feature.group\n";
+  const Texts lacking = {"! " + messages_begin("site.zip") + "lacks \"org.example.one.feature.group/1.0.0\""};
+  EXPECT_EQ(messages_for_cached(zip_with_one, nothing), lacking);
+  const SampleFile more = {.name = "tools/more.zip", .entries = zip_with_one};
+  EXPECT_EQ(messages_for_cached(zip_with_one, nothing, {more}), lacking) << "no line names the other archive";
+  EXPECT_EQ(messages_for_cached(zip_with_one, nothing, {more}, line), Texts()) << "another archive has it";
+}
+
+TEST(CachedMetadata, OfTwoArchivesMayLackTheSame) {
+  const SampleFile nothing = {"content.xml", "<repository><units/></repository>\n"};
+  const SampleFile more = {.name = "tools/more.zip", .entries = zip_with_one};
+  const SampleFile cached = {.name = "ide/p2/org.eclipse.equinox.p2.repository/cache/content.xml",
+                             .content = nothing.content,
+                             .kept_of = "tools/more.zip"};
+  EXPECT_EQ(messages_for_cached(zip_with_one, nothing, {more, cached}, "more.zip\torg.example.one.feature.group\n"),
+            Texts({"! " + messages_begin("site.zip") + "lacks \"org.example.one.feature.group/1.0.0\"",
+                   "! " + messages_begin("more.zip") + "lacks \"org.example.one.feature.group/1.0.0\""}));
+}
+
+TEST(CachedMetadata, MayHaveAnotherVersionOrOtherRequirements) {
+  EXPECT_EQ(messages_for_cached(zip_with_one, {"content.xml", eclipse_base::replaced(content_of_one, "1.0.0", "0.9.0")}),
+            Texts({"! " + messages_begin("site.zip") + "has \"org.example.one.feature.group\" in version 0.9.0, not 1.0.0"}));
+  const std::string other = eclipse_base::replaced(
+      content_of_one, "'1.0.0'/><unit id='org.example.one.plugin'",
+      "'1.0.0'><requires>" + required("x", "0", " optional='true'/>") + "</requires></unit><unit id='org.example.one.plugin'");
+  EXPECT_EQ(messages_for_cached(zip_with_one, {"content.xml", other}),
+            Texts({"? " + messages_begin("site.zip") +
+                   "lacks \"org.example.one.feature.group/1.0.0\", or has it with other requirements"}));
+  EXPECT_EQ(messages_for_cached(zip_with_one, {"content.xml", content_of_one}), Texts());
+}
+
+TEST(CachedMetadata, MayListOtherFiles) {
+  const auto list_with = [](const std::string& md5) {
+    return "<repository><mappings><rule filter='(&amp; (classifier=osgi.bundle))' "
+           "output='${repoUrl}/plugins/${id}_${version}.jar'/>"
+           "</mappings><artifacts><artifact classifier='osgi.bundle' id='b' version='1.0.0'><properties>"
+           "<property name='download.checksum.md5' value='" +
+           md5 + "'/></properties></artifact></artifacts></repository>\n";
+  };
+  std::map<std::string, std::string> now = {
+      {"content.xml", "<repository><units><unit id='org.example.one.feature.group' version='1.0.0'><requires>" +
+                          required("b", "[1.0.0,1.0.0]", "/>", "org.eclipse.equinox.p2.iu") +
+                          "</requires></unit><unit id='b' version='1.0.0'><artifacts><artifact classifier='osgi.bundle' id='b' "
+                          "version='1.0.0'/></artifacts></unit></units></repository>"},
+      {"artifacts.xml", list_with("0cc175b9c0f1b6a831c399e269772661")},
+      {"plugins/b_1.0.0.jar", "a"}};
+  const SampleFile cached = {"artifacts.xml", list_with("92eb5ffee6ae2fec3ad71c777531578f")};
+  EXPECT_EQ(messages_for_cached(now, cached),
+            Texts({"! " + messages_begin("site.zip") + "lists another file of the bundle b 1.0.0"}));
+  for (const char* const left : {"ide/plugins/b_1.0.0.jar", "ide/plugins/b_1.0.0/"})
+    EXPECT_EQ(messages_for_cached(now, cached, {{left, ""}}), Texts()) << "the director takes what is there";
 }
 
 }  // namespace
