@@ -32,6 +32,7 @@
 #include "p2/instance_paths.h"
 #include "p2/names.h"
 #include "p2/requirement.h"
+#include "p2/version.h"
 #include "p2/xml.h"
 
 using namespace eclipse_base;
@@ -170,7 +171,7 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
   std::vector<InstalledUnit> installed;
   const std::set<Unit> roots = roots_in(profile);
   std::map<std::string, std::vector<std::string>> requirers;
-  std::map<std::string, std::string> pinned_by;
+  std::map<std::string, std::pair<std::string, std::string>> pins;  // ranges and roots
   for (const pugi::xml_node unit : profile.child("units").children("unit")) {
     const std::string id = unit.attribute("id").value();
     const std::string version = unit.attribute("version").value();
@@ -180,7 +181,7 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
     for (const pugi::xml_node required : unit.child("requires").children("required")) {
       if (!requires_a_unit(required)) continue;
       if (installed.back().is_root && is_exact(required.attribute("range").value())) {
-        pinned_by.emplace(required.attribute("name").value(), id);
+        pins.emplace(required.attribute("name").value(), std::pair(required.attribute("range").value(), id));
       }
       auto& known = requirers[required.attribute("name").value()];
       if (id != required.attribute("name").value() && (known.empty() || known.back() != id)) known.push_back(id);
@@ -190,7 +191,8 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
   for (auto& [id, ids] : requirers) shared.emplace(id, SharedIds(std::move(ids)));
   for (InstalledUnit& unit : installed) {
     if (const auto found = shared.find(unit.id); found != shared.end()) unit.required_by = found->second;
-    if (const auto found = pinned_by.find(unit.id); found != pinned_by.end()) unit.pinned_by = found->second;
+    const auto pin = pins.find(unit.id);
+    if (pin != pins.end() && is_in_range(unit.version, pin->second.first)) unit.pinned_by = pin->second.second;
   }
   return installed;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <new>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -20,23 +21,32 @@ std::string line_at(std::string_view text, std::size_t offset) {
 /// Whether a character takes two bytes or four, as in UTF-16.
 bool is_wide(std::string_view text) { return eclipse_base::has_utf_16_mark(text) || text.substr(0, 4).find('\0') != text.npos; }
 
-/// The encoding that the XML declaration names, in lower case; empty when it names none.
-std::string declared_encoding(std::string_view text) {
+/// The encoding that the XML declaration names, in lower case.
+std::optional<std::string> declared_encoding(std::string_view text) {
   constexpr std::size_t longest_declaration = 256;
   constexpr std::size_t longest_mark = 3;
   std::string beginning = eclipse_base::lower_case(text.substr(0, longest_declaration));
   std::erase(beginning, '\0');
   const std::size_t begin = beginning.find("<?xml");
-  if (begin > longest_mark) return "";
+  if (begin > longest_mark) return std::nullopt;
   const std::string declaration = beginning.substr(begin, beginning.find("?>") - begin);
   const std::size_t quote = declaration.find_first_of("'\"", std::min(declaration.find("encoding"), declaration.size()));
-  if (quote == declaration.npos) return "";
+  if (quote == declaration.npos) return std::nullopt;
   return declaration.substr(quote + 1, declaration.find(declaration[quote], quote + 1) - quote - 1);
 }
 
 /// Whether the characters of an encoding take two bytes or four.
 bool names_wide(std::string_view encoding) {
   return encoding.starts_with("utf-16") || encoding.starts_with("utf-32") || encoding.starts_with("iso-10646-ucs");
+}
+
+/// Whether Java's parser may read the text in this encoding. With a mark of UTF-32, it reads UTF-16.
+bool may_be_in(std::string_view encoding, std::string_view text) {
+  using namespace std::string_view_literals;
+  if (text.starts_with("\xFF\xFE\0\0"sv) || text.starts_with("\0\0\xFE\xFF"sv)) return false;
+  if (encoding == "us-ascii" || encoding == "ascii")
+    return std::none_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) > 0x7F; });
+  return !encoding.empty() && names_wide(encoding) == is_wide(text);
 }
 
 /// The offset of the end of a comment, of CDATA or of an instruction that begins here; `at` itself for anything else.
@@ -83,10 +93,9 @@ std::size_t lone_ampersand(std::string_view text) {
 
 /// What Java's parser does not accept, but the one that is used here does.
 std::string error_in_text(std::string_view text) {
-  const std::string encoding = declared_encoding(text);
-  if (!encoding.empty() && names_wide(encoding) != is_wide(text))
-    return std::string(not_in_encoding) + " that its first line names";
-  const bool should_be_utf8 = encoding.empty() || encoding.find("utf-8") != encoding.npos;
+  const auto encoding = declared_encoding(text);
+  if (encoding && !may_be_in(*encoding, text)) return std::string(not_in_encoding) + " that its first line names";
+  const bool should_be_utf8 = !encoding || encoding->find("utf-8") != encoding->npos;
   if (is_wide(text) || !should_be_utf8) return "";
   const std::size_t valid = eclipse_base::length_of_utf8(text);
   if (valid < text.size()) {

@@ -1365,6 +1365,50 @@ TEST(Singletons, InTwoVersionsAreFoundWhicheverFeatureHasThem) {
                    "have only one of them"}));
 }
 
+/// What is said of a feature that includes the bundle a in version 2.0.0, where the unit "root", which was installed by name,
+/// includes it in 1.0.0.
+Texts messages_for_installed_singleton(const std::string& root, const std::string& attributes = "",
+                                       const std::string& more = "") {
+  const auto rule_with_instance =
+      std::find_if(rules().begin(), rules().end(), [](const Rule& rule) { return rule.name == "other-version-installed"; });
+  const auto includes_a = [](const std::string& version) {
+    return "<requires>" + required("a", "[" + version + "," + version + "]", "/>", "org.eclipse.equinox.p2.iu") + "</requires>";
+  };
+  Sample sample = rule_with_instance->good;
+  for (SampleFile& file : sample.files) {
+    if (file.name == "tools/site/content.xml") {
+      file.content =
+          "<repository><units><unit id='org.example.one.feature.group' version='2.0.0'><properties>"
+          "<property name='org.eclipse.equinox.p2.type.group' value='true'/></properties>" +
+          includes_a("2.0.0") + "</unit><unit id='a' version='2.0.0'" + attributes + "/></units></repository>";
+    }
+    if (file.name.ends_with(".profile")) {
+      file.content = "<profile><units><unit id='" + root + "' version='1.0.0'>" + includes_a("1.0.0") +
+                     "</unit><unit id='a' version='1.0.0'/>" + more + "</units><iusProperties><iuProperties id='" + root +
+                     "' version='1.0.0'><properties><property name='org.eclipse.equinox.p2.type.root' value='true'/>"
+                     "</properties></iuProperties></iusProperties></profile>";
+    }
+  }
+  const fake::TemporaryDirectory directory;
+  write_sample(sample);
+  Texts messages;
+  for (const Finding& finding : findings_in(sample.input)) {
+    if (finding.rule->name == "singleton-in-two-versions") messages.push_back(finding.message + " FIX " + finding.fix);
+  }
+  return messages;
+}
+
+TEST(Singletons, OfInstalledFeaturesAreFound) {
+  EXPECT_EQ(
+      messages_for_installed_singleton("root"),
+      Texts({"\"org.example.one.feature.group/2.0.0\" includes a/2.0.0, but \"root\", which was installed by name, requires "
+             "version 1.0.0, and an instance can have only one of them FIX build the feature with this version of the "
+             "bundle, or first remove or update root"}));
+  EXPECT_EQ(messages_for_installed_singleton("root", " singleton='false'"), Texts());
+  EXPECT_EQ(messages_for_installed_singleton("root", "", "<unit id='a' version='2.0.0'/>"), Texts()) << "it has both";
+  EXPECT_EQ(messages_for_installed_singleton("org.example.one.feature.group"), Texts()) << "another rule reports the version";
+}
+
 /// What is said of the session in the sample of the rule, where "site.zip" has these files now, and the instance has cached
 /// `cached` of it.
 Texts messages_for_cached(const std::map<std::string, std::string>& now, const SampleFile& cached,

@@ -156,11 +156,13 @@ TEST_F(Profile, RootsPinWhatTheyRequireInOneVersion) {
         <required namespace='org.eclipse.equinox.p2.iu' name='exact' range='[1.0.0,1.0.0]'/>
         <required namespace='org.eclipse.equinox.p2.iu' name='ranged' range='[1.0.0,2.0.0)'/>
         <required namespace='org.eclipse.equinox.p2.iu' name='optional' range='[1.0.0,1.0.0]' optional='true'/>
+        <required namespace='org.eclipse.equinox.p2.iu' name='patched' range='[1.0.0,1.0.0]'/>
       </requires></unit>
       <unit id='exact' version='1.0.0'><requires>
         <required namespace='org.eclipse.equinox.p2.iu' name='deeper' range='[1.0.0,1.0.0]'/>
       </requires></unit>
       <unit id='ranged' version='1.0.0'/><unit id='optional' version='1.0.0'/><unit id='deeper' version='1.0.0'/>
+      <unit id='patched' version='1.0.1'/>
     </units><iusProperties><iuProperties id='root' version='1.0.0'><properties>
       <property name='org.eclipse.equinox.p2.type.root' value='true'/>
     </properties></iuProperties></iusProperties></profile>)");
@@ -169,7 +171,7 @@ TEST_F(Profile, RootsPinWhatTheyRequireInOneVersion) {
   std::map<std::string, std::string> pinned;
   for (const InstalledUnit& unit : *units) pinned[unit.id] = unit.pinned_by;
   EXPECT_EQ(pinned, (std::map<std::string, std::string>{
-                        {"root", ""}, {"exact", "root"}, {"ranged", ""}, {"optional", ""}, {"deeper", ""}}));
+                        {"root", ""}, {"exact", "root"}, {"ranged", ""}, {"optional", ""}, {"deeper", ""}, {"patched", ""}}));
 }
 
 TEST_F(Profile, IsReadInItsNewestState) {

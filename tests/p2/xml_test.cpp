@@ -61,7 +61,14 @@ TEST(ReadXml, RefusesAnotherEncodingThanTheOneThatIsNamedAsJavaDoes) {
     EXPECT_EQ(error_of("\xEF\xBB\xBF" + document(encoding)), error) << encoding;
   }
   EXPECT_EQ(error_of(document("'UTF-32'")), error);
+  EXPECT_EQ(error_of(document("''")), error) << "it names none that there is";
+  for (const std::string encoding : {"'US-ASCII'", "'ascii'"}) {
+    EXPECT_EQ(error_of(document(encoding)), "") << encoding;
+    EXPECT_EQ(error_of(document(encoding) + "<!-- \xC3\xA9 -->"), error) << encoding;
+  }
   EXPECT_EQ(error_of(in_utf_16("<?xml version='1.0'?><r/>")), "") << "it names none";
+  for (const std::string& utf_32_mark : {std::string("\xFF\xFE\0\0", 4), std::string("\0\0\xFE\xFF", 4)})
+    EXPECT_EQ(error_of(utf_32_mark + document("'UTF-32'")), error) << "a parser of Java does not know the mark";
   EXPECT_EQ(error_of("<!-- <?xml encoding='UTF-16'?> --><r/>"), "") << "it is no declaration";
 }
 

@@ -12,6 +12,7 @@
 #include "lint/needed_units.h"
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
+#include "p2/profile.h"
 #include "p2/unit_list.h"
 #include "p2/version.h"
 
@@ -22,6 +23,9 @@ using namespace eclipse_p2;
 namespace eclipse_lint {
 
 namespace {
+
+constexpr const char* fix_of_singletons =
+    "build both features with the same version of the bundle, or move the bundle to a feature of its own";
 
 /// A bundle that a feature requires in exactly one version, itself or through features that it includes.
 struct Pin {
@@ -73,11 +77,13 @@ std::vector<const NamedFeature*> in_install_order(const NeededUnits& needed) {
   return features;
 }
 
-void report_rival(const Pin& first, const Pin& pin, Reporter& reporter) {
-  reporter.report(pin.by->record->location(1), in_quotes(text_of(pin.by->unit)) + " includes " + text_of(pin.unit) + ", but " +
-                                                   in_quotes(text_of(first.by->unit)) + " (" + first.by->record->where() +
-                                                   ") includes version " + first.unit.version +
-                                                   ", and an instance can have only one of them");
+/// `other` is what requires this version.
+void report_rival(const Pin& pin, const std::string& other, const std::string& version, const std::string& fix,
+                  Reporter& reporter) {
+  reporter.report(pin.by->record->location(1),
+                  in_quotes(text_of(pin.by->unit)) + " includes " + text_of(pin.unit) + ", but " + other + " version " +
+                      version + ", and an instance can have only one of them",
+                  fix);
   reporter.fails({pin.by->record});
 }
 
@@ -117,6 +123,29 @@ class PinnedBundles {
   std::set<Unit> settled_;  ///< the included features whose bundles are all in first_
 };
 
+/// Those in the instance that a feature requires which the session does not name.
+class InstalledBundles {
+ public:
+  explicit InstalledBundles(const Input& input) : needed_(*input.needed) {
+    if (!input.session || !input.session->installed) return;
+    std::set<std::string_view> named;
+    for (const NamedFeature& feature : needed_.named()) named.insert(feature.unit.id);
+    for (const InstalledUnit& unit : *input.session->installed) {
+      if (!unit.pinned_by.empty() && !named.contains(unit.pinned_by)) pinned_.emplace(unit.id, &unit);
+    }
+  }
+
+  /// Null when there is none. Whether the installed bundle is a singleton is not known.
+  const InstalledUnit* rival_of(const Pin& pin) const {
+    const auto found = pinned_.find(pin.unit.id);
+    return found == pinned_.end() || !pin.is_singleton || needed_.is_installed(pin.unit) ? nullptr : found->second;
+  }
+
+ private:
+  const NeededUnits& needed_;
+  std::map<std::string_view, const InstalledUnit*> pinned_;
+};
+
 /// The first two bundles of one feature that are rivals; null when there are none.
 std::pair<const Pin*, const Pin*> rivals_in(const Pins& pins) {
   std::map<std::string_view, const Pin*> first;
@@ -135,22 +164,37 @@ void report_own_rivals(const Pin& one, const Pin& other, Reporter& reporter) {
   reporter.fails({one.by->record});
 }
 
+/// Whether there is one.
+bool report_first_rival(const Pins& pins, const PinnedBundles& bundles, const InstalledBundles& installed, Reporter& reporter) {
+  if (const auto [one, other] = rivals_in(pins); one != nullptr) {
+    report_own_rivals(*one, *other, reporter);
+    return true;
+  }
+  for (const Pin& pin : pins.bundles) {
+    if (const Pin* const rival = bundles.rival_of(pin)) {
+      const std::string other = in_quotes(text_of(rival->by->unit)) + " (" + rival->by->record->where() + ") includes";
+      report_rival(pin, other, rival->unit.version, fix_of_singletons, reporter);
+      return true;
+    }
+    if (const InstalledUnit* const rival = installed.rival_of(pin)) {
+      report_rival(pin, in_quotes(rival->pinned_by) + ", which was installed by name, requires", rival->version,
+                   "build the feature with this version of the bundle, or first remove or update " + rival->pinned_by,
+                   reporter);
+      return true;
+    }
+  }
+  return false;
+}
+
 void check_singletons(const Input& input, Reporter& reporter) {
   if (!input.needed) return;
   const std::set<const Record*> failing = unresolvable(*input.needed);
+  const InstalledBundles installed(input);
   PinnedBundles bundles;
   for (const NamedFeature* const named : in_install_order(*input.needed)) {
     if (failing.contains(named->record)) continue;
     const Pins pins = pins_of(*named, *input.needed, bundles.settled());
-    const auto rival = std::find_if(pins.bundles.begin(), pins.bundles.end(),
-                                    [&](const Pin& pin) { return bundles.rival_of(pin) != nullptr; });
-    if (const auto [one, other] = rivals_in(pins); one != nullptr) {
-      report_own_rivals(*one, *other, reporter);
-    } else if (rival != pins.bundles.end()) {
-      report_rival(*bundles.rival_of(*rival), *rival, reporter);
-    } else {
-      bundles.add(pins);
-    }
+    if (!report_first_rival(pins, bundles, installed, reporter)) bundles.add(pins);
   }
 }
 
@@ -177,8 +221,9 @@ Rule singleton_in_two_versions() {
           .why =
               "The director reports \"Only one of the following can be installed at once\", so the command for all features "
               "fails. Then the plug-in tries each feature alone, and the later one fails. Lint compares exact versions, which "
-              "features have of what they include.",
-          .fix = "build both features with the same version of the bundle, or move the bundle to a feature of its own",
+              "features have of what they include. Of what is installed already, it knows what features include that were "
+              "installed by name.",
+          .fix = fix_of_singletons,
           .bad = two_features_with_bundle(""),
           .good = two_features_with_bundle(" singleton='false'"),
           .check = check_singletons,

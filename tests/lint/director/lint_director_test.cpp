@@ -1122,6 +1122,22 @@ void add_site_with_bundle_of_alpha(Product& product, const std::string& name, co
   ASSERT_EQ(made.exit_code, 0) << made.error_output;
 }
 
+TEST(LintDirector, InstalledFeatureMayIncludeASingletonInAnotherVersion) {
+  Product product;
+  add_site_with_bundle_of_alpha(product, "one", "1.0.0");
+  ASSERT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+  Product other;
+  fs::remove_all(other.directory() / "ide");
+  fs::copy(product.directory() / "ide", other.directory() / "ide",
+           fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+  add_site_with_bundle_of_alpha(other, "two", "2.0.0");
+  const Outcome outcome = other.run("install");
+  EXPECT_EQ(outcome.exit_codes().front(), 13);
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("Only one of the following can be installed at once"));
+  EXPECT_THAT(planned(outcome), ElementsAre("fail"));
+  EXPECT_THAT(rules_broken_by(other), Contains("singleton-in-two-versions"));
+}
+
 void let_bundle_be_no_singleton(const Product& product, const std::string& code) {
   const std::string list = (product.directory() / code / "sites/alpha/content.xml").string();
   const auto made = eclipse_shell::run_in_shell(
