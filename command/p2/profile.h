@@ -75,7 +75,7 @@ ProfileState read_profile_state(const std::filesystem::path& file);
 /// writing is another one later.
 class ProfileStates {
  public:
-  /// The state in a file. The result stays where it is.
+  /// The state in a file. The result stays where it is until this object is assigned to.
   const ProfileState& at(const std::filesystem::path& file);
 
  private:

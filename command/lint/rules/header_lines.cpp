@@ -18,9 +18,9 @@ constexpr std::array<std::string_view, 25> repository_words = {
     "archive",    "column", "directory", "dir",    "eclipse",  "file",  "folder", "id",    "local",
     "location",   "name",   "path",      "p",      "relative", "repos", "repo",   "sites", "repositories",
     "repository", "site",   "source",    "update", "uri",      "url",   "zip"};
-constexpr std::array<std::string_view, 10> places = {"repo",     "site",    "path", "url",    "uri",
-                                                     "location", "archive", "zip",  "folder", "dir"};
-constexpr std::array<std::string_view, 7> units = {"feature", "plugin", "unit", "bundle", "iu", "id", "name"};
+constexpr std::array<std::string_view, 10> place_words = {"repo",     "site",    "path", "url",    "uri",
+                                                          "location", "archive", "zip",  "folder", "dir"};
+constexpr std::array<std::string_view, 7> unit_words = {"feature", "plugin", "unit", "bundle", "iu", "id", "name"};
 constexpr std::array<std::string_view, 17> feature_words = {"bundle", "column",  "eclipse",     "features", "feature", "group",
                                                             "ids",    "id",      "installable", "ius",      "iu",      "name",
                                                             "p",      "plugins", "plugin",      "units",    "unit"};
@@ -37,9 +37,11 @@ bool has_any_of(std::string_view letters, const Words& words) {
   return std::any_of(words.begin(), words.end(), [&](std::string_view word) { return letters.find(word) != letters.npos; });
 }
 
-bool names_feature(std::string_view letters) { return has_any_of(letters, units) && is_made_of(letters, feature_words); }
+bool names_feature(std::string_view letters) { return has_any_of(letters, unit_words) && is_made_of(letters, feature_words); }
 
-bool names_repository(std::string_view letters) { return has_any_of(letters, places) && is_made_of(letters, repository_words); }
+bool names_repository(std::string_view letters) {
+  return has_any_of(letters, place_words) && is_made_of(letters, repository_words);
+}
 
 }  // namespace
 
