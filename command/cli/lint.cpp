@@ -112,7 +112,7 @@ Settings settings_from(const LintOptions& options) {
   settings.disabled = checked_names("--disable", options.disabled);
   if (options.suppressions) settings.suppressions = read_suppressions(*options.suppressions);
   settings.configuration = configuration_choice(options.configuration);
-  settings.is_update = options.is_update;
+  if (options.is_update) settings.replaces = eclipse_p2::Replaces::older;
   const SessionVariables variables(options.session.settings, options.session.variables);
   variables.check_mode();
   settings.add_variables = [variables](eclipse_host::Session& session) { variables.add_to(session); };

@@ -57,7 +57,7 @@ class LimitedCopies {
     if (!content.error.empty()) throw FileError(from_ / name, content.error + "; make it readable for this user");
     left_ -= content.bytes.size();
     write(to_ / name, content.bytes);
-    // The director compares the times of what it has cached.
+    // The director compares the times of what it has cached; of a file without its time it reads the archive itself.
     const auto time = fs::last_write_time(from_ / name, unknown);
     if (!unknown) fs::last_write_time(to_ / name, time, unknown);
   }

@@ -154,6 +154,7 @@ struct Input {
   std::map<const Line*, const eclipse_p2::Repository*> sites_alone;
   std::vector<UnlistedFile> unlisted;  ///< of a session
   std::optional<SessionFacts> session;
+  eclipse_p2::Replaces replaces = eclipse_p2::Replaces::nothing;
   /// The units of all sites that are known. Null when there is no site.
   std::shared_ptr<const eclipse_p2::UnitVersions> known_units;
   /// The same, in which the director looks for each feature. Null when those of a site are not known.

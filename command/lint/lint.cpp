@@ -37,7 +37,6 @@ void check(const Input& input, const Settings& settings, Findings& findings) {
   for (const Rule& rule : rules()) {
     if (!is_enabled(rule, settings)) continue;
     if (input.is_removal() && !rule.concerns_removals) continue;
-    if (settings.is_update && rule.is_resolved_by_update) continue;
     Reporter reporter(rule, findings);
     rule.check(input, reporter);
     reporter.report_left_out();
@@ -78,7 +77,10 @@ const Level* level_of(const Rule& rule, const Settings& settings) {
 
 Findings findings_in(const std::vector<std::unique_ptr<Input>>& inputs, const Settings& settings) {
   Findings findings;
-  for (const auto& input : inputs) check(*input, settings, findings);
+  for (const auto& input : inputs) {
+    input->replaces = settings.replaces;
+    check(*input, settings, findings);
+  }
   remove_superseded(findings);
   std::sort(findings.begin(), findings.end(), comes_before);
   // A file that is listed twice is read twice.

@@ -17,6 +17,7 @@
 #include "dry_run/plugin_functions.h"
 #include "lint/finding.h"
 #include "lint/suppression.h"
+#include "p2/installation.h"
 #include "p2/profile.h"
 #include "p2/repository.h"
 
@@ -36,8 +37,8 @@ struct Settings {
   std::set<std::string> selected = {};       ///< when there are any, only these rules and groups are checked
   std::map<std::string, Level> levels = {};  ///< by rule or group; the entry of a rule counts more than that of its group
   std::vector<Suppression> suppressions;
-  ConfigurationChoice configuration = {};  ///< the settings here count more than those of the file
-  bool is_update = false;                  ///< a session is run with --update, so what that resolves is not found
+  ConfigurationChoice configuration = {};                         ///< the settings here count more than those of the file
+  eclipse_p2::Replaces replaces = eclipse_p2::Replaces::nothing;  ///< in the run of a session
   /// Sets more variables in each session that was read from its file, as a run does.
   std::function<void(eclipse_host::Session& session)> add_variables = [](eclipse_host::Session&) {};
 };

@@ -37,8 +37,8 @@ std::string remark_on(const SampleFile& file) {
   if (file.permissions == 0) return " (unreadable)";
   if (!file.link_to.empty()) return " -> " + file.link_to;
   if (!file.entries.empty()) return " (a zip archive)";
-  if (!file.kept_of.empty())
-    return " (its name has the hash of the URL of " + file.kept_of + ", with the same modification time)";
+  if (!file.cached_of.empty())
+    return " (its name has the hash of the URL of " + file.cached_of + ", with the same modification time)";
   return "";
 }
 

@@ -32,13 +32,13 @@ std::string_view vendor_in(std::string_view name) {
   return dot == name.npos ? std::string_view() : name.substr(0, name.find('.', dot + 1));
 }
 
-/// Whether two names begin like those of one vendor, of whom an Eclipse instance has nothing else.
+/// Whether two names begin like those of one vendor who has hardly anything in an instance but this product.
 bool are_of_one_vendor(std::string_view name, std::string_view other) {
-  constexpr std::array<std::string_view, 7> in_any_instance = {"org.eclipse", "org.apache", "org.osgi",     "com.google",
-                                                               "com.sun",     "com.ibm",    "org.glassfish"};
+  constexpr std::array<std::string_view, 10> of_many = {"org.eclipse", "org.apache",     "org.osgi",      "com.google",
+                                                        "com.sun",     "com.ibm",        "org.glassfish", "com.github",
+                                                        "io.github",   "net.sourceforge"};
   const std::string_view vendor = vendor_in(name);
-  return !vendor.empty() && vendor == vendor_in(other) &&
-         std::find(in_any_instance.begin(), in_any_instance.end(), vendor) == in_any_instance.end();
+  return !vendor.empty() && vendor == vendor_in(other) && std::find(of_many.begin(), of_many.end(), vendor) == of_many.end();
 }
 
 }  // namespace
@@ -117,6 +117,23 @@ std::vector<const Record*> NeededUnits::records_that_need(const std::vector<Unit
   return records;
 }
 
+std::set<const Record*> NeededUnits::impossible_records() const {
+  std::vector<Unit> units;
+  for (const UnmetRequirement& unmet : unmet_) {
+    if (unmet.is_certain && !unmet.may_be_met()) units.push_back(unmet.unit);
+  }
+  const auto needing = records_that_need(units);
+  std::set<const Record*> records(needing.begin(), needing.end());
+  for (const NamedFeature& named : named_) {
+    if (knows_installed_ && is_for_other_system(named)) records.insert(named.record);
+  }
+  return records;
+}
+
+bool NeededUnits::is_for_other_system(const NamedFeature& named) const {
+  return named.description != nullptr && fulfils(environment_, named.description->filter) == false;
+}
+
 /// Of one that two repositories describe differently, the director takes either.
 const UnitDescription* NeededUnits::description_of(const Unit& unit) const {
   const auto found = descriptions_.find(unit);
@@ -161,7 +178,7 @@ void NeededUnits::add_required(const Open& open, const UnitDescription& descript
                                         [&](const std::string& version) { return is_in_range(version, requirement.range); });
   const bool is_certain = open.is_certain && patched_.count(requirement.name) == 0 && !this->is_installed(open.unit);
   if (fitting.empty()) {
-    if (is_certain && !is_installed) note_unmet(open, requirement, providers);
+    if (is_certain && !is_installed) note_unmet(open, description, requirement, providers);
   } else if (fitting.size() == 1 && !is_installed) {
     add_provider(open, fitting.front().unit, is_certain);
   } else if (description.is_group && requirement.name_space == unit_name_space) {
@@ -172,7 +189,8 @@ void NeededUnits::add_required(const Open& open, const UnitDescription& descript
   }
 }
 
-void NeededUnits::note_unmet(const Open& open, const Requirement& requirement, const std::vector<Provider>& providers) {
+void NeededUnits::note_unmet(const Open& open, const UnitDescription& description, const Requirement& requirement,
+                             const std::vector<Provider>& providers) {
   constexpr std::array<std::string_view, 2> of_p2 = {"a.jre", "org.eclipse.equinox.p2."};
   const auto begins_like = [&](std::string_view begin) { return requirement.name.starts_with(begin); };
   if (!knows_all_ || std::any_of(of_p2.begin(), of_p2.end(), begins_like)) return;
@@ -186,6 +204,8 @@ void NeededUnits::note_unmet(const Open& open, const Requirement& requirement, c
                             std::any_of(open.record->units.begin(), open.record->units.end(), [&](const WrittenUnit& feature) {
                               return are_of_one_vendor(feature.unit.id, requirement.name);
                             });
+  const bool is_include = description.is_group && requirement.name_space == unit_name_space && is_exact(requirement.range);
+  unmet.is_include = is_include && (knows_installed_ || is_of_vendor);
   const bool may_be_installed = !is_exact(requirement.range) && !is_of_vendor;
   if (!unmet.is_certain && !unmet.is_of_something_unknown() && may_be_installed) return;
   unmet_.push_back(std::move(unmet));

@@ -39,9 +39,11 @@ struct UnmetRequirement {
   std::vector<std::string> installed;  ///< versions in the instance
   std::string filter;                  ///< of one for other systems, whose version would do; else empty
   bool is_certain;                     ///< what the instance has is known
+  bool is_include = false;             ///< of a unit that a feature includes, which no other unit provides
 
-  /// Then the instance may have it under the name of another unit.
   bool is_of_something_unknown() const { return offered.empty() && installed.empty(); }
+  /// The instance may have it under the name of another unit.
+  bool may_be_met() const { return is_of_something_unknown() && !is_include; }
 };
 
 /// The features in the versions that the director takes, and what they require by name on this system. Where several versions
@@ -60,8 +62,12 @@ class NeededUnits {
   bool is_installed(const eclipse_p2::Unit& unit) const;
   /// The records that name features which need any of these units that the instance does not have.
   std::vector<const Record*> records_that_need(const std::vector<eclipse_p2::Unit>& units) const;
+  /// Those that name features which the director cannot install whatever else it does: they are for other systems, or need
+  /// something that is not available. None when it is not known what the instance has.
+  std::set<const Record*> impossible_records() const;
   /// The units that a feature with this description requires in exactly one version, of which a repository describes this one.
   std::vector<eclipse_p2::Unit> pinned_by(const eclipse_p2::UnitDescription& description) const;
+  bool is_for_other_system(const NamedFeature& named) const;
   /// Null when repositories describe it differently, or none does.
   const eclipse_p2::UnitDescription* description_of(const eclipse_p2::Unit& unit) const;
   /// Only those that no choice of the director can avoid. None when a repository is not known.
@@ -88,7 +94,8 @@ class NeededUnits {
   void add_requirements(Open open);
   void add_required(const Open& open, const eclipse_p2::UnitDescription& description,
                     const eclipse_p2::Requirement& requirement);
-  void note_unmet(const Open& open, const eclipse_p2::Requirement& requirement, const std::vector<Provider>& providers);
+  void note_unmet(const Open& open, const eclipse_p2::UnitDescription& description, const eclipse_p2::Requirement& requirement,
+                  const std::vector<Provider>& providers);
   std::vector<Provider> providers_of(const eclipse_p2::Requirement& requirement) const;
   bool may_be_here(const Provider& provider) const;
   std::vector<std::string> installed_versions(const std::string& id) const;

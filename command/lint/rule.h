@@ -53,7 +53,7 @@ struct SampleFile {
   std::map<std::string, std::string> entries = {};  ///< of a zip archive, by their names
   /// For a file that a director has kept of an archive: that archive, whose modification time it has. In its place stands a
   /// name with the hash of the archive's URL.
-  std::string kept_of = {};
+  std::string cached_of = {};
 };
 
 /// Something to lint: `input` names the one of `files` that is given to lint, or the directory that holds them.
@@ -99,8 +99,6 @@ struct Rule {
   /// Of two rules that supersede the same, both report their findings.
   Supersedes supersedes = Supersedes::nothing;
   Corrects corrects = Corrects::no;
-  /// "run --update" replaces what the rule finds before it does anything else.
-  bool is_resolved_by_update = false;
 };
 
 /// All rules, in the order of their groups.

@@ -19,11 +19,18 @@ std::string kind_and_unit(const std::string& artifact) {
   return kind + " " + parts.at(1) + " " + parts.at(2);
 }
 
+std::string name_of_bundle(const Unit& unit) { return std::string(bundle_name_space) + "," + unit.id + "," + unit.version; }
+
 std::string name_in_instance(const Unit& unit) { return unit.id + "_" + unit.version; }
 
 std::string jar_of_bundle(const std::string& artifact) {
   const Unit unit = unit_of_artifact(artifact);
   return is_bundle(artifact) ? name_in_instance(unit) + ".jar" : "";
+}
+
+std::string directory_of_feature(const std::string& artifact) {
+  const auto parts = eclipse_base::split(artifact, ',');
+  return parts.front() == feature_name_space ? name_in_instance({parts.at(1), parts.back()}) : "";
 }
 
 }  // namespace eclipse_p2

@@ -14,7 +14,7 @@
 #include "base/text.h"
 #include "p2/data_area.h"
 #include "p2/instance_paths.h"
-#include "p2/missing_files.h"
+#include "p2/kept_artifacts.h"
 #include "p2/xml.h"
 
 using namespace eclipse_base;
@@ -87,6 +87,25 @@ bool has_bundle(const ProfileState& state, std::string_view id) {
                                     [&](const InstalledUnit& unit) { return unit.is_bundle && unit.id == id; });
 }
 
+/// The bundles that an instance, or a copy of these files, starts with, and those of source code. Nothing when the list of the
+/// former cannot be read.
+std::optional<std::set<Unit>> bundles_of_lists(const fs::path& place) {
+  std::set<Unit> bundles;
+  if (!add_bundles(place / bundle_list, bundles).empty()) return std::nullopt;
+  add_bundles(place / source_list, bundles);
+  return bundles;
+}
+
+/// A bundle that even the oldest state has may have been without a line from the beginning.
+std::vector<Unit> added_later(std::vector<Unit> bundles, const fs::path& instance) {
+  if (bundles.empty()) return {};
+  const std::vector<fs::path> states = profile_states(instance);
+  if (states.empty()) return {};
+  const std::set<Unit> oldest = bundles_in(read_profile_state(states.back()));
+  std::erase_if(bundles, [&](const Unit& bundle) { return oldest.contains(bundle); });
+  return bundles;
+}
+
 /// The files of an instance, or of a copy of them.
 class Files {
  public:
@@ -141,11 +160,10 @@ class Files {
     }
     if (!is_about(state_, instance_)) return std::nullopt;
     const std::set<Unit> wanted = bundles_in(state_);
-    std::set<Unit> listed;
-    if (!add_bundles(file, listed).empty()) return std::nullopt;
-    add_bundles(place_ / source_list, listed);
-    const std::vector<Unit> missing = without(wanted, listed);
-    if (missing.size() * 2 <= wanted.size()) return unlisted_bundles(missing);
+    const auto listed = bundles_of_lists(place_);
+    if (!listed) return std::nullopt;
+    const std::vector<Unit> missing = without(wanted, *listed);
+    if (missing.size() * 2 <= wanted.size()) return damage_of_unlisted(missing);
     return ConfigurationDamage{file,
                                "lists " + std::to_string(wanted.size() - missing.size()) + " of the " +
                                    counted(wanted.size(), "bundle") + " that the p2 profile lists as installed",
@@ -166,19 +184,13 @@ class Files {
     return ConfigurationDamage{file, error, "so the next director starts a new list of artifacts", true, "", true};
   }
 
-  /// A bundle that even the oldest state has may have been without a line from the beginning, so it says nothing.
-  std::optional<ConfigurationDamage> unlisted_bundles(std::vector<Unit> missing) const {
+  std::optional<ConfigurationDamage> damage_of_unlisted(std::vector<Unit> missing) const {
     std::erase_if(missing, [&](const Unit& bundle) { return lacks_plugin(instance_, bundle); });
-    const std::vector<fs::path> states = profile_states(instance_);
-    if (states.empty()) return std::nullopt;
-    if (!missing.empty()) {
-      const std::set<Unit> oldest = bundles_in(read_profile_state(states.back()));
-      std::erase_if(missing, [&](const Unit& bundle) { return oldest.contains(bundle); });
-    }
+    missing = added_later(std::move(missing), instance_);
     if (missing.empty()) return std::nullopt;
-    return ConfigurationDamage{place_ / bundle_list,
-                               "does not list " + names_of(missing) + ", although the p2 profile lists it as installed",
-                               "so Eclipse does not start it", true, time_without(missing, states).value_or("")};
+    return ConfigurationDamage{
+        place_ / bundle_list, "does not list " + names_of(missing) + ", although the p2 profile lists it as installed",
+        "so Eclipse does not start it", true, time_without(missing, profile_states(instance_)).value_or("")};
   }
 
   fs::path place_;
@@ -204,6 +216,11 @@ std::string unescaped(std::string_view value) {
     text += value[is_escape ? ++at : at];
   }
   return text;
+}
+
+std::vector<Unit> unlisted_bundles(const fs::path& instance, const std::set<Unit>& bundles) {
+  const auto listed = bundles_of_lists(instance);
+  return listed ? added_later(without(bundles, *listed), instance) : std::vector<Unit>();
 }
 
 std::set<Unit> listed_bundles(const fs::path& instance) {

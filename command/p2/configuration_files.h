@@ -25,6 +25,10 @@ std::string unescaped(std::string_view value);
 /// The bundles that the instance in this directory starts with.
 std::set<Unit> listed_bundles(const std::filesystem::path& instance);
 
+/// Those of these bundles that the instance in this directory lists neither there nor among the bundles of source code,
+/// although a director has added them. None when the list of those that it starts with cannot be read.
+std::vector<Unit> unlisted_bundles(const std::filesystem::path& instance, const std::set<Unit>& bundles);
+
 /// What comes of damage to an instance.
 namespace consequence {
 inline constexpr const char* director_fails = "so every director fails";

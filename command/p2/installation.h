@@ -32,6 +32,9 @@ struct Installation {
   std::string pinned_by = {};    ///< of an upgrade: the root that requires exactly the installed version; empty when none does
 };
 
+/// Which installed versions a run replaces by others before it installs anything.
+enum class Replaces { nothing, older, all };
+
 /// The highest version of a unit that is wanted; nothing when it is not offered.
 std::optional<std::string> highest_offered(const Unit& wanted, const UnitVersions& offered);
 

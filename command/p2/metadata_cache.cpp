@@ -1,8 +1,9 @@
 // Seen with the director of Eclipse 4.26. Of an archive, but not of a directory, it caches each file with metadata that it
 // reads below the data directory of p2, in org.eclipse.equinox.p2.repository/cache:
 //
-//   content.jar, content.xml    contentHASH.jar, contentHASH.xml, with the hash of the repository's URL; likewise artifacts,
-//   ... content.xml.xz              HASH, that of its own URL
+//   content.jar, content.xml    contentHASH.jar, contentHASH.xml; HASH is that of the repository's URL
+//   artifacts.jar, ...          likewise
+//   content.xml.xz, ...         HASH, that of its own URL
 //
 // The URL of a repository has a slash at its end, that of the child of a composite has none. A cached file gets the time of the
 // archive in whole seconds. It is read again as long as it has just that time, whatever the archive contains by then: when an

@@ -41,7 +41,7 @@ class MetadataCache {
   MetadataCache(const std::filesystem::path& instance, const std::filesystem::path& archive)
       : MetadataCache(std::make_shared<const CachedFiles>(instance), archive) {}
 
-  /// Whether the director may read a file in it, given whether the archive is a composite: then also for a child.
+  /// Whether the director may read a file in it. Of a composite, any file may be that of a child in the archive.
   bool may_be_read(bool is_composite) const;
 
   /// The path of the cached copy of the file `name` in the directory `inside` of the archive; "" is the archive itself.

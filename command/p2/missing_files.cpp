@@ -5,21 +5,17 @@
 #include "p2/missing_files.h"
 
 #include <optional>
-#include <pugixml.hpp>
 #include <set>
 #include <string>
-#include <system_error>
 
 #include "base/file.h"
 #include "base/limits.h"
 #include "base/text.h"
 #include "base/uri.h"
-#include "p2/artifact_location.h"
 #include "p2/artifact_name.h"
 #include "p2/configuration_files.h"
 #include "p2/instance_paths.h"
-#include "p2/names.h"
-#include "p2/xml.h"
+#include "p2/kept_artifacts.h"
 
 using namespace eclipse_base;
 
@@ -28,12 +24,6 @@ namespace fs = std::filesystem;
 namespace eclipse_p2 {
 
 namespace {
-
-/// False for what may not be looked at.
-bool is_missing(const fs::path& path) {
-  std::error_code error;
-  return fs::status(path, error).type() == fs::file_type::not_found;
-}
 
 /// Where a line of bundles.info leads; nothing when that is not on this disk.
 std::optional<fs::path> path_of_bundle(const fs::path& instance, const std::string& location) {
@@ -54,44 +44,25 @@ void add_missing_bundles(const fs::path& instance, const std::set<Unit>& bundles
   }
 }
 
-/// Those that a director has deleted from bundles.info since. What the oldest state has may never have had a line.
+/// Those whose lines a director has deleted, since it found no file.
 void add_unlisted_bundles(const fs::path& instance, const std::set<Unit>& bundles, std::vector<UnitFile>& missing) {
-  const std::set<Unit> listed = listed_bundles(instance);
-  std::set<Unit> lost;
-  for (const Unit& bundle : bundles) {
-    if (!listed.contains(bundle) && lacks_plugin(instance, bundle)) lost.insert(bundle);
-  }
-  const std::vector<fs::path> states = profile_states(instance);
-  if (lost.empty() || listed.empty() || states.empty()) return;
-  const ProfileState oldest = read_profile_state(states.back());
-  if (!oldest.units) return;
-  for (const InstalledUnit& unit : *oldest.units) lost.erase(unit.unit());
-  for (const Unit& bundle : lost)
+  for (const Unit& bundle : unlisted_bundles(instance, bundles)) {
+    if (!lacks_plugin(instance, bundle)) continue;
     missing.push_back({bundle, instance / plugins_directory / (name_in_instance(bundle) + ".jar")});
+  }
 }
 
 void add_missing_features(const fs::path& instance, const std::set<Unit>& units, std::vector<UnitFile>& missing) {
-  const FileContent list = read_file(instance / artifact_list, largest::profile);
-  const Xml xml = read_xml(list.bytes, "repository");
-  if (!list.error.empty() || !xml.error.empty()) return;
-  for (const pugi::xml_node artifact : xml.document.child("repository").child("artifacts").children("artifact")) {
-    const std::string_view classifier = artifact.attribute("classifier").value();
-    const Unit unit = unit_of_artifact(name_of_artifact(artifact));
-    if (classifier != feature_name_space || !units.contains(unit)) continue;
-    const std::string name = std::string(artifact.attribute("id").value()) + "_" + unit.version;
+  for (const std::string& artifact : listed_artifacts(instance)) {
+    const std::string name = directory_of_feature(artifact);
+    const Unit unit = unit_of_artifact(artifact);
+    if (name.empty() || !units.contains(unit)) continue;
     const fs::path path = instance / features_directory / name;
     if (is_missing(path) && is_missing(fs::path(path).concat(".jar"))) missing.push_back({unit, path});
   }
 }
 
 }  // namespace
-
-bool lacks_plugin(const fs::path& instance, const Unit& bundle) {
-  std::error_code error;
-  const fs::path plugins = instance / plugins_directory;
-  const fs::path directory = plugins / name_in_instance(bundle);
-  return fs::is_directory(plugins, error) && is_missing(directory) && is_missing(fs::path(directory).concat(".jar"));
-}
 
 std::vector<UnitFile> missing_files(const fs::path& instance, const std::vector<InstalledUnit>& units) {
   std::set<Unit> all;

@@ -19,10 +19,6 @@ struct UnitFile {
 inline constexpr const char* fix_of_missing_file =
     "remove all features that contain the unit, and install them again; or restore the file";
 
-/// Whether an instance has the directory plugins, but in it neither the jar nor the directory of a bundle. A director deletes
-/// the line of such a bundle from bundles.info.
-bool lacks_plugin(const std::filesystem::path& instance, const Unit& bundle);
-
 /// Of these units, which the instance in this directory has installed, those files that do not exist although bundles.info
 /// names them, has named them or artifacts.xml lists them.
 std::vector<UnitFile> missing_files(const std::filesystem::path& instance, const std::vector<InstalledUnit>& units);

@@ -171,11 +171,12 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
   std::vector<InstalledUnit> installed;
   const std::set<Unit> roots = roots_in(profile);
   std::map<std::string, std::vector<std::string>> requirers;
-  std::map<std::string, std::pair<std::string, std::string>> pins;  // ranges and roots
+  std::multimap<std::string, std::pair<std::string, std::string>> pins;  // ranges and roots
   for (const pugi::xml_node unit : profile.child("units").children("unit")) {
     const std::string id = unit.attribute("id").value();
     const std::string version = unit.attribute("version").value();
     installed.push_back({id, version, {}, roots.contains(Unit{id, version}), is_bundle(unit)});
+    installed.back().is_singleton = unit.attribute("singleton").as_bool(true);
     // A fragment goes with the unit that it configures.
     if (unit.child("hostRequirements")) continue;
     for (const pugi::xml_node required : unit.child("requires").children("required")) {
@@ -191,8 +192,9 @@ std::vector<InstalledUnit> units_in(const pugi::xml_node& profile) {
   for (auto& [id, ids] : requirers) shared.emplace(id, SharedIds(std::move(ids)));
   for (InstalledUnit& unit : installed) {
     if (const auto found = shared.find(unit.id); found != shared.end()) unit.required_by = found->second;
-    const auto pin = pins.find(unit.id);
-    if (pin != pins.end() && is_in_range(unit.version, pin->second.first)) unit.pinned_by = pin->second.second;
+    const auto [begin, end] = pins.equal_range(unit.id);
+    const auto pin = std::find_if(begin, end, [&](const auto& each) { return is_in_range(unit.version, each.second.first); });
+    if (pin != end) unit.pinned_by = pin->second.second;
   }
   return installed;
 }

@@ -38,6 +38,7 @@ struct InstalledUnit {
   bool is_root = false;        ///< it was installed by name; otherwise it came along with another unit
   bool is_bundle = false;      ///< it has a jar that the instance starts with
   std::string pinned_by = {};  ///< a root that requires exactly this version; empty when none does
+  bool is_singleton = true;    ///< an instance can have only one version of it
 };
 
 /// Every state of the profile of the instance in this directory, newest first. p2 starts from the first one and never falls

@@ -101,7 +101,7 @@ struct Repository {
 class Repositories {
  public:
   Repositories() = default;
-  /// As a director sees them that reads what it has kept of an archive.
+  /// As a director sees them that reads what it has cached of an archive.
   explicit Repositories(const MetadataCache& cache) : cache_(&cache) {}
 
   /// The repository at a path, which is a directory or an archive. The result stays where it is.

@@ -140,9 +140,9 @@ bool RepositoryFiles::is_unreadable_file(const std::string& name) const {
 }
 
 Unpacked RepositoryFiles::read_in_archive(const std::string& name, std::size_t limit) const {
-  const bool is_cached = cache_ != nullptr && is_same_file(cache_->archive(), place_.path);
-  const auto kept = is_cached ? cache_->in_place_of(place_.inside, name) : std::nullopt;
-  return kept ? eclipse_base::read_file(*kept, limit) : archive_->read(place_.inside + name, limit);
+  const bool is_of_cache = cache_ != nullptr && is_same_file(cache_->archive(), place_.path);
+  const auto cached = is_of_cache ? cache_->in_place_of(place_.inside, name) : std::nullopt;
+  return cached ? eclipse_base::read_file(*cached, limit) : archive_->read(place_.inside + name, limit);
 }
 
 Unpacked RepositoryFiles::read_file(const std::string& name, std::size_t limit) const {

@@ -65,6 +65,7 @@ bool is_exact(const std::string& range) {
 
 std::string text_of_range(const std::string& range) {
   if (is_exact(range)) return "version " + range.substr(1, range.find(',') - 1);
+  if (range.empty() || range == "0.0.0") return "any version";
   return range.starts_with('[') || range.starts_with('(') ? "a version in " + range : "version " + range + " or later";
 }
 

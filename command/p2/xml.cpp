@@ -37,15 +37,21 @@ std::optional<std::string> declared_encoding(std::string_view text) {
 
 /// Whether the characters of an encoding take two bytes or four.
 bool names_wide(std::string_view encoding) {
-  return encoding.starts_with("utf-16") || encoding.starts_with("utf-32") || encoding.starts_with("iso-10646-ucs");
+  return encoding.starts_with("utf-16") || encoding.starts_with("utf16") || encoding.starts_with("utf-32") ||
+         encoding.starts_with("iso-10646-ucs");
 }
 
-/// Whether Java's parser may read the text in this encoding. With a mark of UTF-32, it reads UTF-16.
-bool may_be_in(std::string_view encoding, std::string_view text) {
+bool has_utf_32_mark(std::string_view text) {
   using namespace std::string_view_literals;
-  if (text.starts_with("\xFF\xFE\0\0"sv) || text.starts_with("\0\0\xFE\xFF"sv)) return false;
-  if (encoding == "us-ascii" || encoding == "ascii")
+  return text.starts_with("\xFF\xFE\0\0"sv) || text.starts_with("\0\0\xFE\xFF"sv);
+}
+
+/// Whether Java's parser may read the text in this encoding.
+bool may_be_in(std::string_view encoding, std::string_view text) {
+  if (encoding == "us-ascii" || encoding == "ascii") {
+    text.remove_prefix(text.starts_with(eclipse_base::utf_8_mark) ? eclipse_base::utf_8_mark.size() : 0);
     return std::none_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) > 0x7F; });
+  }
   return !encoding.empty() && names_wide(encoding) == is_wide(text);
 }
 
@@ -93,6 +99,7 @@ std::size_t lone_ampersand(std::string_view text) {
 
 /// What Java's parser does not accept, but the one that is used here does.
 std::string error_in_text(std::string_view text) {
+  if (has_utf_32_mark(text)) return std::string(not_utf_8) + " but UTF-32 with a byte-order mark, which Java does not read";
   const auto encoding = declared_encoding(text);
   if (encoding && !may_be_in(*encoding, text)) return std::string(not_in_encoding) + " that its first line names";
   const bool should_be_utf8 = !encoding || encoding->find("utf-8") != encoding->npos;

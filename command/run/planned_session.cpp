@@ -51,7 +51,8 @@ LintSummary summary_of_lint(const eclipse_host::Plugin& plugin, Repositories& re
                             const SessionCommand& command, const PlanOptions& options) {
   eclipse_lint::Settings settings;
   settings.configuration = options.configuration;
-  settings.is_update = options.update.update;
+  using eclipse_p2::Replaces;
+  if (options.update.update) settings.replaces = options.update.downgrade ? Replaces::all : Replaces::older;
   settings.add_variables = [&](eclipse_host::Session& linted) { linted.variables = command.session().variables; };
   LintSummary summary;
   const eclipse_dry_run::PluginFunctions library(plugin);

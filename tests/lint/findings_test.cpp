@@ -523,6 +523,7 @@ TEST(Findings, PointerInPlaceOfADescriptorFileIsNamed) {
   write_file("c/etc/eclipse/t", "version https://git-lfs.github.com/spec/v1\noid sha256:00\nsize 5\n");
   const Findings findings = findings_in("c");
   ASSERT_EQ(summary_of(findings), Texts({"c/etc/eclipse/t descriptor-without-data"}));
+  EXPECT_EQ(findings[0].severity, Severity::error);
   EXPECT_EQ(findings[0].message, "the file is a Git LFS pointer, not the file that it stands for");
   EXPECT_EQ(findings[0].fix, "run git lfs pull in the clone that it comes from");
 }
@@ -1201,6 +1202,22 @@ TEST(Requirements, ThatNothingMeetsAreFound) {
   EXPECT_EQ(rules_for_requirements(required("a", "1.0.0"), needs_b), unmet) << "by a bundle that must be taken";
 }
 
+std::string included(const std::string& name, const std::string& more = "/>") {
+  return required(name, "[2.0.0,2.0.0]", more, "org.eclipse.equinox.p2.iu");
+}
+
+TEST(Requirements, OnWhatAFeatureIncludesMustBeMet) {
+  const std::string a = "<unit id='a' version='1.9.0'/>";
+  EXPECT_EQ(rules_for_requirements(included("nowhere"), a), Texts{"requirement-not-met"});
+  EXPECT_EQ(rules_for_requirements(included("nowhere", " optional='true'/>"), a), Texts());
+  EXPECT_EQ(
+      rules_for_requirements(included("nowhere", "><filter>(osgi.os=win32)</filter></required>") + required("b", "0.0.0"), a),
+      Texts());
+  EXPECT_EQ(rules_for_requirements(required("nowhere", "[2.0.0,2.0.0]"), a), Texts()) << "another unit may have the bundle";
+  const std::string bundle_with_pin = "<unit id='a' version='1.9.0'><requires>" + included("nowhere") + "</requires></unit>";
+  EXPECT_EQ(rules_for_requirements(required("a", "1.0.0"), bundle_with_pin), Texts()) << "a bundle includes nothing";
+}
+
 TEST(Requirements, ThatMayBeMetAreNotReported) {
   const std::string a = "<unit id='a' version='1.9.0'/>";
   const std::string range = "[2.0.0,3.0.0)";
@@ -1286,6 +1303,24 @@ TEST(Requirements, OfBundlesOfAnotherVendorAreNotFoundWithoutAnInstance) {
   EXPECT_EQ(rules_without_instance("org.other"), Texts()) << "the instance may have another version of all that it makes";
 }
 
+TEST(Requirements, OnWhatAFeatureIncludesOfItsVendorAreFoundWithoutAnInstance) {
+  const auto messages_for = [](const std::string& unit) {
+    const fake::TemporaryDirectory directory;
+    write_file("c/etc/eclipse/t", "site\torg.example.one.feature.group\n");
+    write_file("c/site/content.xml",
+               "<repository><units><unit id='org.example.one.feature.group' version='1.0.0'><properties>"
+               "<property name='org.eclipse.equinox.p2.type.group' value='true'/></properties><requires>" +
+                   included(unit) + "</requires></unit></units></repository>");
+    Texts messages;
+    for (const Finding& finding : findings_in("c")) messages.push_back(finding.message + " FIX " + finding.fix);
+    return messages;
+  };
+  EXPECT_EQ(messages_for("org.example.plugin"),
+            Texts({"\"org.example.one.feature.group/1.0.0\" requires version 2.0.0 of \"org.example.plugin\", which no listed "
+                   "repository has FIX publish it in a repository of the component, and name that in a line"}));
+  EXPECT_EQ(messages_for("org.other.plugin"), Texts());
+}
+
 TEST(Requirements, ThatARepositoryWithoutALineMeetsAreFound) {
   const fake::TemporaryDirectory directory;
   const Findings findings = findings_with_repository_beside("sites/lib", "1.2.0");
@@ -1368,7 +1403,7 @@ TEST(Singletons, InTwoVersionsAreFoundWhicheverFeatureHasThem) {
 /// What is said of a feature that includes the bundle a in version 2.0.0, where the unit "root", which was installed by name,
 /// includes it in 1.0.0.
 Texts messages_for_installed_singleton(const std::string& root, const std::string& attributes = "",
-                                       const std::string& more = "") {
+                                       const std::string& more = "", const std::string& attributes_of_installed = "") {
   const auto rule_with_instance =
       std::find_if(rules().begin(), rules().end(), [](const Rule& rule) { return rule.name == "other-version-installed"; });
   const auto includes_a = [](const std::string& version) {
@@ -1384,7 +1419,8 @@ Texts messages_for_installed_singleton(const std::string& root, const std::strin
     }
     if (file.name.ends_with(".profile")) {
       file.content = "<profile><units><unit id='" + root + "' version='1.0.0'>" + includes_a("1.0.0") +
-                     "</unit><unit id='a' version='1.0.0'/>" + more + "</units><iusProperties><iuProperties id='" + root +
+                     "</unit><unit id='a' version='1.0.0'" + attributes_of_installed + "/>" + more +
+                     "</units><iusProperties><iuProperties id='" + root +
                      "' version='1.0.0'><properties><property name='org.eclipse.equinox.p2.type.root' value='true'/>"
                      "</properties></iuProperties></iusProperties></profile>";
     }
@@ -1403,10 +1439,46 @@ TEST(Singletons, OfInstalledFeaturesAreFound) {
       messages_for_installed_singleton("root"),
       Texts({"\"org.example.one.feature.group/2.0.0\" includes a/2.0.0, but \"root\", which was installed by name, requires "
              "version 1.0.0, and an instance can have only one of them FIX build the feature with this version of the "
-             "bundle, or first remove or update root"}));
-  EXPECT_EQ(messages_for_installed_singleton("root", " singleton='false'"), Texts());
+             "bundle, or first remove or update \"root\""}));
+  EXPECT_EQ(messages_for_installed_singleton("root", " singleton='false'").size(), 1U) << "the installed one is a singleton";
+  EXPECT_EQ(messages_for_installed_singleton("root", " singleton='false'", "", " singleton='false'"), Texts());
   EXPECT_EQ(messages_for_installed_singleton("root", "", "<unit id='a' version='2.0.0'/>"), Texts()) << "it has both";
   EXPECT_EQ(messages_for_installed_singleton("org.example.one.feature.group"), Texts()) << "another rule reports the version";
+}
+
+TEST(Findings, ListedJarThatARemovalLeftMustBeThere) {
+  const auto rule_with_instance =
+      std::find_if(rules().begin(), rules().end(), [](const Rule& rule) { return rule.name == "other-version-installed"; });
+  const auto messages_with = [&](const std::vector<SampleFile>& more) {
+    Sample sample = rule_with_instance->good;
+    for (SampleFile& file : sample.files) {
+      if (file.name == "tools/site/content.xml") {
+        file.content = "<repository><units><unit id='org.example.one.feature.group' version='1.0.0'><requires>" +
+                       required("a", "0.0.0") + "</requires></unit><unit id='a' version='1.0.0'/></units></repository>";
+      }
+      if (file.name.ends_with(".profile")) file.content = "<profile><units><unit id='b' version='3.1.0'/></units></profile>";
+    }
+    sample.files.insert(sample.files.end(), more.begin(), more.end());
+    const fake::TemporaryDirectory directory;
+    write_sample(sample);
+    Texts messages;
+    for (const Finding& finding : findings_in(sample.input)) {
+      if (finding.rule->name == "installed-file-missing") messages.push_back(finding.message + " FIX " + finding.fix);
+    }
+    for (std::string& message : messages) message = eclipse_base::replaced(message, directory.path(), "DIRECTORY");
+    return messages;
+  };
+  const SampleFile list = {"ide/artifacts.xml",
+                           "<repository><artifacts><artifact classifier='osgi.bundle' id='a' version='1.0.0'/>"
+                           "</artifacts></repository>"};
+  EXPECT_EQ(
+      messages_with({list, {"ide/plugins/b_3.1.0.jar", ""}}),
+      Texts({"DIRECTORY/ide/artifacts.xml lists a/1.0.0, which an earlier removal left, but its jar does not exist, so the "
+             "director cannot install it FIX let p2 clear its list: run 'DIRECTORY/ide/eclipse' -application "
+             "org.eclipse.equinox.p2.garbagecollector.application -profile IDE"}));
+  EXPECT_EQ(messages_with({list, {"ide/plugins/a_1.0.0.jar", ""}}), Texts());
+  EXPECT_EQ(messages_with({list}), Texts()) << "the bundles are elsewhere";
+  EXPECT_EQ(messages_with({{"ide/plugins/b_3.1.0.jar", ""}}), Texts());
 }
 
 /// What is said of the session in the sample of the rule, where "site.zip" has these files now, and the instance has cached
@@ -1420,7 +1492,7 @@ Texts messages_for_cached(const std::map<std::string, std::string>& now, const S
   for (SampleFile& file : sample.files) {
     if (file.name == "tools/site.zip") file.entries = now;
     if (file.name == "tools/etc/eclipse/tools.txt") file.content += lines;
-    if (!file.kept_of.empty()) file = {.name = cache + cached.name, .content = cached.content, .kept_of = file.kept_of};
+    if (!file.cached_of.empty()) file = {.name = cache + cached.name, .content = cached.content, .cached_of = file.cached_of};
   }
   sample.files.insert(sample.files.begin(), more.begin(), more.end());
   const fake::TemporaryDirectory directory;
@@ -1454,7 +1526,7 @@ TEST(CachedMetadata, OfTwoArchivesMayLackTheSame) {
   const SampleFile more = {.name = "tools/more.zip", .entries = zip_with_one};
   const SampleFile cached = {.name = "ide/p2/org.eclipse.equinox.p2.repository/cache/content.xml",
                              .content = nothing.content,
-                             .kept_of = "tools/more.zip"};
+                             .cached_of = "tools/more.zip"};
   EXPECT_EQ(messages_for_cached(zip_with_one, nothing, {more, cached}, "more.zip\torg.example.one.feature.group\n"),
             Texts({"! " + messages_begin("site.zip") + "lacks \"org.example.one.feature.group/1.0.0\"",
                    "! " + messages_begin("more.zip") + "lacks \"org.example.one.feature.group/1.0.0\""}));
@@ -1488,10 +1560,46 @@ TEST(CachedMetadata, MayListOtherFiles) {
       {"artifacts.xml", list_with("0cc175b9c0f1b6a831c399e269772661")},
       {"plugins/b_1.0.0.jar", "a"}};
   const SampleFile cached = {"artifacts.xml", list_with("92eb5ffee6ae2fec3ad71c777531578f")};
-  EXPECT_EQ(messages_for_cached(now, cached),
-            Texts({"! " + messages_begin("site.zip") + "lists another file of the bundle b 1.0.0"}));
-  for (const char* const left : {"ide/plugins/b_1.0.0.jar", "ide/plugins/b_1.0.0/"})
-    EXPECT_EQ(messages_for_cached(now, cached, {{left, ""}}), Texts()) << "the director takes what is there";
+  const Texts rejected = {"! " + messages_begin("site.zip") + "lists another file of the bundle b 1.0.0"};
+  EXPECT_EQ(messages_for_cached(now, cached), rejected);
+  const SampleFile list = {"ide/artifacts.xml", list_with("")};
+  for (const char* const left : {"ide/plugins/b_1.0.0.jar", "ide/plugins/b_1.0.0/"}) {
+    EXPECT_EQ(messages_for_cached(now, cached, {{left, ""}, list}), Texts()) << "the director takes what is there";
+    EXPECT_EQ(messages_for_cached(now, cached, {{left, ""}}), rejected) << "the director overwrites it";
+  }
+  EXPECT_EQ(messages_for_cached(now, cached, {{"ide/plugins/c_1.0.0.jar", ""}, list}), rejected);
+}
+
+TEST(CachedMetadata, MayRequireFilesThatAreNoLongerThere) {
+  const auto content_with = [](const std::string& version, const std::string& environment) {
+    return "<repository><units><unit id='org.example.one.feature.group' version='1.0.0'><requires>" +
+           required("b", "[" + version + "," + version + "]", "><filter>" + environment + "</filter></required>",
+                    "org.eclipse.equinox.p2.iu") +
+           "</requires></unit><unit id='b' version='" + version +
+           "'><artifacts><artifact classifier='osgi.bundle' id='b' version='" + version +
+           "'/></artifacts></unit></units></repository>\n";
+  };
+  const std::string list =
+      "<repository><mappings><rule filter='(&amp; (classifier=osgi.bundle))' output='${repoUrl}/plugins/${id}_${version}.jar'/>"
+      "</mappings><artifacts><artifact classifier='osgi.bundle' id='b' version='1.0.1'/></artifacts></repository>\n";
+  const std::map<std::string, std::string> now = {
+      {"content.xml", content_with("1.0.1", "")}, {"artifacts.xml", list}, {"plugins/b_1.0.1.jar", "a"}};
+  EXPECT_EQ(messages_for_cached(now, {"content.xml", content_with("1.0.0", "")}),
+            Texts({"! " + messages_begin("site.zip") + "requires \"b/1.0.0\", whose files are no longer there"}));
+  EXPECT_EQ(messages_for_cached(now, {"content.xml", content_with("1.0.0", "(osgi.os=win32)")}).front().substr(0, 1), "?");
+  const SampleFile more = {.name = "tools/more.zip", .entries = {{"content.xml", content_with("1.0.0", "")}}};
+  EXPECT_EQ(
+      messages_for_cached(now, {"content.xml", content_with("1.0.0", "")}, {more}, "more.zip\torg.example.x.feature.group\n")
+          .front()
+          .substr(0, 1),
+      "?");
+}
+
+TEST(CachedMetadata, MayHaveAHigherVersionThanIsOfferedAnywhere) {
+  const std::string newer = eclipse_base::replaced(content_of_one, "1.0.0", "2.0.0");
+  const SampleFile more = {.name = "tools/more.zip", .entries = zip_with_one};
+  EXPECT_EQ(messages_for_cached(zip_with_one, {"content.xml", newer}, {more}, "more.zip\torg.example.one.feature.group\n"),
+            Texts({"! " + messages_begin("site.zip") + "has \"org.example.one.feature.group\" in version 2.0.0, not 1.0.0"}));
 }
 
 }  // namespace

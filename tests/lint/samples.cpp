@@ -19,12 +19,12 @@ namespace {
 
 constexpr uid_t nobody = 65534;
 
-/// As the director of the instance "ide" keeps it.
-void write_kept(const eclipse_lint::SampleFile& file) {
-  const eclipse_p2::MetadataCache cache("ide", fs::absolute(file.kept_of));
-  const fs::path kept = cache.file_for("", fs::path(file.name).filename().string());
-  fake::write_file(kept.string(), file.content);
-  fs::last_write_time(kept, std::chrono::floor<std::chrono::seconds>(fs::last_write_time(file.kept_of)));
+/// As the director of the instance "ide" caches it.
+void write_cached(const eclipse_lint::SampleFile& file) {
+  const eclipse_p2::MetadataCache cache("ide", fs::absolute(file.cached_of));
+  const fs::path cached = cache.file_for("", fs::path(file.name).filename().string());
+  fake::write_file(cached.string(), file.content);
+  fs::last_write_time(cached, std::chrono::floor<std::chrono::seconds>(fs::last_write_time(file.cached_of)));
 }
 
 }  // namespace
@@ -57,8 +57,8 @@ WithoutRights::~WithoutRights() {
 
 void write_sample(const eclipse_lint::Sample& sample) {
   for (const eclipse_lint::SampleFile& file : sample.files) {
-    if (!file.kept_of.empty()) {
-      write_kept(file);
+    if (!file.cached_of.empty()) {
+      write_cached(file);
     } else if (file.name.ends_with('/')) {
       fs::create_directories(file.name);
       if (file.permissions != eclipse_lint::SampleFile().permissions)

@@ -154,9 +154,9 @@ TEST_F(SessionFindings, ComponentThatTakesNoPartIsNotComparedWithOthers) {
             Texts({"old/etc/eclipse/t:1:3+17 feature-from-two-repositories", "old/etc/eclipse/t:1:3+17 other-version-installed",
                    "old/etc/eclipse/t:1:22+1 order-taken", "old/etc/eclipse/t:2:3+3 feature-without-group-suffix",
                    "tools/etc/eclipse/t:1:3+17 other-version-installed"}));
-  EXPECT_EQ(summary_of(findings_in(
-                "session.json",
-                {.disabled = {"feature-from-two-repositories", "order-taken"}, .suppressions = {}, .is_update = true})),
+  EXPECT_EQ(summary_of(findings_in("session.json", {.disabled = {"feature-from-two-repositories", "order-taken"},
+                                                    .suppressions = {},
+                                                    .replaces = eclipse_p2::Replaces::older})),
             Texts({"old/etc/eclipse/t:2:3+3 feature-without-group-suffix"}));
 }
 

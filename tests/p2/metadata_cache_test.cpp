@@ -1,4 +1,4 @@
-// Which metadata of an archive a director takes from what it has kept.
+// Which metadata of an archive a director takes from what it has cached.
 #include "p2/metadata_cache.h"
 
 #include <fcntl.h>
@@ -56,7 +56,7 @@ class CachedMetadata : public testing::Test {
     fs::last_write_time("a.zip", time + milliseconds(700));
   }
 
-  /// What is kept of a file of the archive, with the time that the archive has, or with a later one.
+  /// What is cached of a file of the archive, with the time that the archive has, or with a later one.
   void keep(const std::string& inside, const std::string& name, const std::string& content, milliseconds later = {}) const {
     const fs::path file = cache().file_for(inside, name);
     fake::write_file(file.string(), content);
@@ -67,8 +67,8 @@ class CachedMetadata : public testing::Test {
 
   /// The units that the director sees in the archive.
   std::string seen() const {
-    const MetadataCache kept = cache();
-    Repositories repositories(kept);
+    const MetadataCache metadata_cache = cache();
+    Repositories repositories(metadata_cache);
     const Repository& repository = repositories.at(directory.path() + "/a.zip");
     std::string ids = repository.error;
     if (repository.units) {

@@ -99,6 +99,23 @@ TEST(RealInstance, DiffersWhenAFileIsGoneUntilTheFeatureIsInstalledAnew) {
   EXPECT_EQ(answer_of(product, "verify").status, 0);
 }
 
+TEST(RealInstance, DiffersWhenAJarIsGoneAfterAnotherDirectorToo) {
+  namespace fs = std::filesystem;
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");
+  ASSERT_EQ(product.run("install").status, 0);
+  const fs::path jar = fs::canonical(product.executable()).parent_path() / "plugins/org.example.alpha.plugin_1.0.0.jar";
+  ASSERT_TRUE(fs::remove(jar));
+  product.component("more", {"gamma"}, "sites/gamma\torg.example.gamma.feature.group\n");
+  ASSERT_EQ(json_of(product, "run").exit_code, 0) << "the director deletes the line of the bundle";
+  const Answer answer = answer_of(product, "verify");
+  EXPECT_EQ(answer.status, 1);
+  EXPECT_EQ(answer.result.at("missingFiles"), (nlohmann::json{{{"unit", "org.example.alpha.plugin/1.0.0"}, {"file", jar}}}));
+  const auto repair = eclipse_shell::run_in_shell(std::string("'") + ECLIPSE_INT_COMMAND + "' repair --dry-run '" +
+                                                  product.executable().string() + "'");
+  EXPECT_THAT(repair.output, testing::HasSubstr("Nothing to repair"));
+}
+
 TEST(RealInstance, OneUnitThatIsNotThereIsNamedAndKeepsTheOthersIn) {
   Product product;
   product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <optional>
+#include <set>
+#include <string>
 #include <utility>
 
 #include "base/printable.h"
@@ -18,8 +20,11 @@
 #include "p2/artifact_name.h"
 #include "p2/installation.h"
 #include "p2/instance_paths.h"
+#include "p2/kept_artifacts.h"
 #include "p2/missing_files.h"
 #include "p2/profile.h"
+#include "p2/unit.h"
+#include "shell/shell_reading.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -82,7 +87,7 @@ Rule profile_missing() {
   };
 }
 
-// ---- Files of installed units ----
+// ---- Files that are gone ----
 
 std::vector<SampleFile> instance_with_bundle() {
   return {{profile_name,
@@ -98,28 +103,51 @@ std::vector<SampleFile> with_jar(std::vector<SampleFile> files) {
   return files;
 }
 
+void report_missing_files(const fs::path& instance, const Input& input, Reporter& reporter) {
+  const auto missing = missing_files(instance, *input.session->installed);
+  if (missing.empty()) return;
+  const std::size_t others = missing.size() - 1;
+  reporter.report(input.session->location_of_executable(),
+                  text_of(missing.front().unit) + " is installed, but " + missing.front().path.string() + " does not exist" +
+                      (others == 0 ? "" : "; likewise " + counted(others, "other file")));
+}
+
+/// A removed feature leaves its jars, and the director does not fetch again what its list of artifacts names.
+void report_lost_leftovers(const fs::path& instance, const Input& input, Reporter& reporter) {
+  const std::set<std::string> listed = listed_artifacts(instance);
+  for (const Unit& unit : input.needed->all()) {
+    if (input.needed->is_installed(unit) || !listed.contains(name_of_bundle(unit)) || !lacks_plugin(instance, unit)) continue;
+    const std::string profile = profile_file(instance).parent_path().stem().string();
+    reporter.report(Severity::error, input.session->location_of_executable(),
+                    (instance / artifact_list).string() + " lists " + text_of(unit) +
+                        ", which an earlier removal left, but its jar does not exist, so the director cannot install it",
+                    "let p2 clear its list: run " + eclipse_shell::quoted_for_shell(input.session->executable) +
+                        " -application org.eclipse.equinox.p2.garbagecollector.application -profile " + profile);
+    reporter.fails(input.needed->records_that_need({unit}));
+    return;
+  }
+}
+
 Rule installed_file_missing() {
   return {
       .name = "installed-file-missing",
       .group = Group::eclipse,
       .severity = Severity::warning,
-      .title = "the jar or the directory of an installed unit has disappeared from the Eclipse instance",
+      .title = "a jar or a directory that the director takes for present has disappeared from the Eclipse instance",
       .why =
           "The director looks only at the p2 profile: it takes the unit for installed, restores nothing, and reports success. "
-          "Eclipse starts without the bundle, and without those that need it.",
+          "Eclipse starts without the bundle, and without those that need it; if p2 itself needs it, no director starts. Of a "
+          "unit that is to be installed, the director looks only at the list of artifacts: if that still names a jar which an "
+          "earlier removal left, the director does not fetch it, and fails.",
       .fix = fix_of_missing_file,
       .bad = product(user_session(), instance_with_bundle()),
       .good = product(user_session(), with_jar(instance_with_bundle())),
       .check =
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->run.commands.empty() || !input.session->installed) return;
-            const auto missing =
-                missing_files(eclipse_p2::instance_directory(input.session->executable), *input.session->installed);
-            if (missing.empty()) return;
-            const std::size_t others = missing.size() - 1;
-            reporter.report(input.session->location_of_executable(),
-                            text_of(missing.front().unit) + " is installed, but " + missing.front().path.string() +
-                                " does not exist" + (others == 0 ? "" : "; likewise " + counted(others, "other file")));
+            const fs::path instance = instance_directory(input.session->executable);
+            report_missing_files(instance, input, reporter);
+            if (input.needed) report_lost_leftovers(instance, input, reporter);
           },
       .concerns_removals = false,
   };

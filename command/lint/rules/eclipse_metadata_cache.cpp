@@ -1,7 +1,9 @@
 // The rule about metadata of archives that the director has cached in the Eclipse instance.
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -16,10 +18,16 @@
 #include "lint/texts.h"
 #include "p2/artifact_file.h"
 #include "p2/artifact_name.h"
+#include "p2/filter.h"
 #include "p2/installation.h"
 #include "p2/instance_paths.h"
+#include "p2/kept_artifacts.h"
 #include "p2/metadata_cache.h"
 #include "p2/repository.h"
+#include "p2/requirement.h"
+#include "p2/unit.h"
+#include "p2/version.h"
+#include "shell/shell_reading.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -38,10 +46,6 @@ struct SeenArchive {
   Repository seen;
 
   bool is_known() const { return site.units && site.artifacts && (!seen.is_loadable() || (seen.units && seen.artifacts)); }
-  const UnitVersions& units() const {
-    static const UnitVersions none;
-    return seen.units ? *seen.units : none;
-  }
 };
 
 std::vector<SeenArchive> cached_archives(const fs::path& instance, const Input& input) {
@@ -60,77 +64,149 @@ std::vector<SeenArchive> cached_archives(const fs::path& instance, const Input& 
   return archives;
 }
 
-/// What the director sees of each repository of the session.
+/// What the director sees of all repositories, and what it need not fetch.
 class SeenRepositories {
  public:
   SeenRepositories(const fs::path& instance, const Input& input)
-      : instance_(instance), needed_(*input.needed), archives_(cached_archives(instance, input)) {}
+      : instance_(instance), needed_(*input.needed), archives_(cached_archives(instance, input)) {
+    if (archives_.empty()) return;
+    listed_ = listed_artifacts(instance);
+    std::map<const Repository*, const Repository*> cached;
+    for (const SeenArchive& archive : archives_) cached.emplace(&archive.site, &archive.seen);
+    for (const auto& [site, record] : needed_.sites()) {
+      const auto found = cached.find(site);
+      for (const auto& [unit, description] : (found == cached.end() ? site : found->second)->descriptions) {
+        ++sources_[unit];
+        versions_[unit.id].insert(unit.version);
+      }
+    }
+  }
 
   const std::vector<SeenArchive>& archives() const { return archives_; }
 
-  bool has_elsewhere(const Unit& unit, const SeenArchive& archive) const {
-    const Sites& sites = needed_.sites();
-    return std::any_of(sites.begin(), sites.end(), [&](const auto& each) {
-      return each.first != &archive.site && seen(*each.first).descriptions.count(unit) != 0;
-    });
+  /// The version of a feature that the director takes from a repository; nothing when it finds none.
+  std::optional<std::string> taken(const NamedFeature& named) const {
+    const auto& written = named.record->units;
+    const auto found =
+        std::find_if(written.begin(), written.end(), [&](const WrittenUnit& each) { return each.unit.id == named.unit.id; });
+    return highest_offered(found == written.end() ? named.unit : found->unit, versions_);
   }
 
-  /// What a removed feature has left is not fetched again.
-  bool is_left_in_instance(const Unit& unit) const {
-    const std::string name = name_in_instance(unit);
-    std::error_code error;
-    return fs::exists(instance_ / plugins_directory / name, error) ||
-           fs::exists(instance_ / plugins_directory / (name + ".jar"), error) ||
-           fs::exists(instance_ / features_directory / name, error);
+  bool has_elsewhere(const Unit& unit, const SeenArchive& archive) const {
+    const auto sources = sources_.find(unit);
+    return sources != sources_.end() && sources->second > archive.seen.descriptions.count(unit);
+  }
+
+  /// Whether the artifacts of a unit come from this archive and no other, and are not in the instance. Those that a removed
+  /// feature has left there are not fetched again.
+  bool is_fetched(const Unit& unit, const SeenArchive& archive) const {
+    return !needed_.is_installed(unit) && !has_elsewhere(unit, archive) &&
+           !(listed_.contains(name_of_bundle(unit)) && !lacks_plugin(instance_, unit));
   }
 
  private:
-  const Repository& seen(const Repository& site) const {
-    const auto found = std::find_if(archives_.begin(), archives_.end(), [&](const auto& each) { return &each.site == &site; });
-    return found == archives_.end() ? site : found->seen;
-  }
-
   fs::path instance_;
   const NeededUnits& needed_;
   std::vector<SeenArchive> archives_;
+  std::set<std::string> listed_;         ///< the artifacts of the instance
+  std::map<Unit, std::size_t> sources_;  ///< how many repositories have a unit
+  UnitVersions versions_;
 };
 
-/// What keeps the director from taking a feature of the archive; empty when nothing does.
-std::string error_of_feature(const NamedFeature& named, const SeenArchive& archive, const SeenRepositories& repositories,
-                             const NeededUnits& needed) {
-  const Unit& unit = named.unit;
-  if (archive.site.descriptions.count(unit) == 0 || repositories.has_elsewhere(unit, archive)) return "";
-  const auto& written = named.record->units;
-  const auto found = std::find_if(written.begin(), written.end(), [&](const auto& each) { return each.unit.id == unit.id; });
-  const auto taken = highest_offered(found == written.end() ? unit : found->unit, archive.units());
-  if (taken ? *taken == unit.version : needed.is_installed(unit)) return "";
-  return taken ? "has " + in_quotes(unit.id) + " in version " + *taken + ", not " + unit.version
-               : "lacks " + in_quotes(text_of(unit));
+/// Why commands fail that read an archive, and for which records.
+struct CacheErrors {
+  std::string first;
+  std::vector<const Record*> failing;
+
+  void add(const std::string& error, const std::vector<const Record*>& records) {
+    if (first.empty()) first = error;
+    failing.insert(failing.end(), records.begin(), records.end());
+  }
+};
+
+/// What keeps the director from taking features of the archive.
+void add_errors_of_features(const SeenArchive& archive, const SeenRepositories& repositories, const NeededUnits& needed,
+                            CacheErrors& errors) {
+  for (const NamedFeature& named : needed.named()) {
+    const Unit& unit = named.unit;
+    const auto taken = repositories.taken(named);
+    if (taken ? *taken == unit.version : needed.is_installed(unit)) continue;
+    const bool is_taken_here = taken && archive.seen.descriptions.count({unit.id, *taken}) != 0;
+    if (archive.site.descriptions.count(unit) == 0 && !is_taken_here) continue;
+    errors.add(is_taken_here ? "has " + in_quotes(unit.id) + " in version " + *taken + ", not " + unit.version
+                             : "lacks " + in_quotes(text_of(unit)),
+               {named.record});
+  }
 }
 
 /// Whether the director would reject the file of an artifact by what was cached of its list.
 bool is_rejected(const std::string& artifact, const SeenArchive& archive) {
-  const auto kept = archive.seen.artifact_files.find(artifact);
-  return kept == archive.seen.artifact_files.end() || !checksum_error(kept->second).empty();
+  const auto cached = archive.seen.artifact_files.find(artifact);
+  return cached == archive.seen.artifact_files.end() || !checksum_error(cached->second).empty();
 }
 
-/// The first artifact to be fetched that the director would not accept; empty when there is none.
-std::string rejected_artifact(const SeenArchive& archive, const SeenRepositories& repositories, const NeededUnits& needed) {
+/// What it would fetch, and not accept.
+void add_rejected_artifacts(const SeenArchive& archive, const SeenRepositories& repositories, const NeededUnits& needed,
+                            CacheErrors& errors) {
   for (const auto& [artifact, file] : archive.site.artifact_files) {
     const Unit unit = unit_of_artifact(artifact);
-    const bool is_fetched = needed.has(unit) && !needed.is_installed(unit) && !repositories.has_elsewhere(unit, archive);
-    if (!is_fetched || repositories.is_left_in_instance(unit)) continue;
-    if (archive.seen.descriptions.count(unit) != 0 && is_rejected(artifact, archive)) return artifact;
+    if (!needed.has(unit) || archive.seen.descriptions.count(unit) == 0 || !repositories.is_fetched(unit, archive)) continue;
+    if (is_rejected(artifact, archive))
+      errors.add("lists another file of the " + kind_and_unit(artifact), needed.records_that_need({unit}));
   }
-  return "";
+}
+
+/// The units of the cached metadata that a unit there requires in exactly one version.
+std::vector<Unit> pinned_then(const UnitDescription& description, const SeenArchive& archive, const Environment& environment) {
+  std::vector<Unit> pinned;
+  for (const Requirement& requirement : description.requirements) {
+    const bool counts = requirement.is_hard && fulfils(environment, requirement.filter) == true;
+    const auto versions = archive.seen.units->find(requirement.name);
+    if (!counts || !is_exact(requirement.range) || versions == archive.seen.units->end()) continue;
+    for (const std::string& version : versions->second) {
+      if (is_in_range(version, requirement.range)) pinned.push_back({requirement.name, version});
+    }
+  }
+  return pinned;
+}
+
+/// The units of the cached metadata whose artifacts the archive does not have.
+std::set<Unit> units_without_artifacts(const SeenArchive& archive) {
+  std::set<Unit> units;
+  for (const std::string& artifact : archive.seen.needed_artifacts) {
+    if (!archive.site.artifacts->contains(artifact)) units.insert(unit_of_artifact(artifact));
+  }
+  return units;
+}
+
+/// What features included then, and what the archive no longer has.
+void add_gone_units(const SeenArchive& archive, const SeenRepositories& repositories, const NeededUnits& needed,
+                    CacheErrors& errors) {
+  const std::set<Unit> gone = units_without_artifacts(archive);
+  if (gone.empty()) return;
+  for (const NamedFeature& named : needed.named()) {
+    std::vector<Unit> open = {named.unit};
+    std::set<Unit> known = {named.unit};
+    while (!open.empty()) {
+      const auto description = archive.seen.descriptions.find(open.back());
+      open.pop_back();
+      if (description == archive.seen.descriptions.end()) continue;
+      for (const Unit& unit : pinned_then(description->second, archive, needed.environment())) {
+        if (!known.insert(unit).second) continue;
+        open.push_back(unit);
+        if (gone.contains(unit) && repositories.is_fetched(unit, archive))
+          errors.add("requires " + in_quotes(text_of(unit)) + ", whose files are no longer there", {named.record});
+      }
+    }
+  }
 }
 
 /// The first unit to be installed that was another one then; empty when there is none.
 std::string other_unit(const SeenArchive& archive, const SeenRepositories& repositories, const NeededUnits& needed) {
   for (const auto& [unit, description] : archive.site.descriptions) {
     if (!needed.has(unit) || needed.is_installed(unit) || repositories.has_elsewhere(unit, archive)) continue;
-    const auto kept = archive.seen.descriptions.find(unit);
-    if (kept == archive.seen.descriptions.end() || kept->second != description) return text_of(unit);
+    const auto cached = archive.seen.descriptions.find(unit);
+    if (cached == archive.seen.descriptions.end() || cached->second != description) return text_of(unit);
   }
   return "";
 }
@@ -145,20 +221,13 @@ void report_cached(const SeenArchive& archive, const SeenRepositories& repositor
                         in_quotes(archive.record->repository()) + ": it " + error,
                     fix);
   };
-  std::vector<const Record*> failing;
-  std::string error;
-  for (const NamedFeature& named : needed.named()) {
-    const std::string of_feature = error_of_feature(named, archive, repositories, needed);
-    if (of_feature.empty()) continue;
-    failing.push_back(named.record);
-    if (error.empty()) error = of_feature;
-  }
-  if (!failing.empty()) {
-    report(Severity::error, error);
-    reporter.fails(failing);
-  } else if (const std::string artifact = rejected_artifact(archive, repositories, needed); !artifact.empty()) {
-    report(Severity::error, "lists another file of the " + kind_and_unit(artifact));
-    reporter.fails(needed.records_that_need({unit_of_artifact(artifact)}));
+  CacheErrors errors;
+  add_errors_of_features(archive, repositories, needed, errors);
+  add_rejected_artifacts(archive, repositories, needed, errors);
+  add_gone_units(archive, repositories, needed, errors);
+  if (!errors.failing.empty()) {
+    report(Severity::error, errors.first);
+    reporter.fails(errors.failing);
   } else if (const std::string unit = other_unit(archive, repositories, needed); !unit.empty()) {
     report(Severity::warning, "lacks " + in_quotes(unit) + ", or has it with other requirements");
   }
@@ -172,7 +241,7 @@ Sample product_with_cached(const std::string& metadata) {
            {.name = "tools/site.zip", .entries = {{"content.xml", content_of_one}}},
            {.name = "ide/p2/org.eclipse.equinox.p2.repository/cache/content.xml",
             .content = metadata,
-            .kept_of = "tools/site.zip"}}};
+            .cached_of = "tools/site.zip"}}};
 }
 
 Rule cached_metadata_outdated() {
@@ -185,7 +254,8 @@ Rule cached_metadata_outdated() {
           "The director caches the metadata of an archive in the instance, and reads it again as long as the archive has the "
           "same modification time, in seconds, whatever it then contains. Reproducible builds, \"cp -p\" and some installers "
           "give every release the same time. The director does not find the new features, rejects the new files, or leaves "
-          "the old version and reports success.",
+          "the old version and reports success. Often, but not always, it deletes what it has cached when it ends; then the "
+          "plug-in's retries of single features succeed.",
       .fix =
           "give the archive another modification time, for example with touch; or delete the files in "
           "p2/org.eclipse.equinox.p2.repository/cache of the instance",

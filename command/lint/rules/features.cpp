@@ -611,6 +611,11 @@ std::string profile_with_root(const std::string& version) {
          "</properties></iuProperties>\n</iusProperties></profile>\n";
 }
 
+/// Whether the run replaces the installed version before it installs anything.
+bool is_replaced(const Installation& installation, Replaces replaces) {
+  return replaces == Replaces::all || (replaces == Replaces::older && !installation.installed_newer);
+}
+
 /// What comes along with other units may be replaced, and is not reported.
 void check_installed_versions(const Input& input, Reporter& reporter) {
   if (!input.session || !input.offered) return;
@@ -621,7 +626,7 @@ void check_installed_versions(const Input& input, Reporter& reporter) {
   for_each_unit(input, [&](const NamedUnit& unit) {
     const auto found = forecast.of(unit.unit);
     if (found.step != InstallStep::conflict || !units.contains(unit.unit)) return;
-    if (!unit.record->takes_part()) return;
+    if (!unit.record->takes_part() || is_replaced(found, input.replaces)) return;
     reporter.report(unit.location(), "the instance has version " + found.installed + " of " + in_quotes(unit.id()) +
                                          ", and the run would install " + found.version + " beside it");
   });
@@ -641,7 +646,6 @@ Rule other_version_installed() {
       .good = product(internal_session(), {{profile_name, profile_with_root("1.0.0")}}),
       .check = check_installed_versions,
       .concerns_removals = false,
-      .is_resolved_by_update = true,
   };
 }
 

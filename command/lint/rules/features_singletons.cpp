@@ -13,7 +13,7 @@
 #include "lint/rule.h"
 #include "lint/rules/samples.h"
 #include "p2/profile.h"
-#include "p2/unit_list.h"
+#include "p2/unit.h"
 #include "p2/version.h"
 
 using namespace eclipse_base;
@@ -87,19 +87,11 @@ void report_rival(const Pin& pin, const std::string& other, const std::string& v
   reporter.fails({pin.by->record});
 }
 
-/// Those that fail whatever else is installed.
-std::set<const Record*> unresolvable(const NeededUnits& needed) {
-  std::set<const Record*> records;
-  for (const UnmetRequirement& unmet : needed.unmet()) {
-    if (unmet.is_certain && !unmet.is_of_something_unknown()) records.insert(unmet.record);
-  }
-  return records;
-}
-
 /// Whether an instance cannot have both: two versions, of which one is a singleton.
-bool are_rivals(const Pin& one, const Pin& other) {
-  return (one.is_singleton || other.is_singleton) && whole_version(one.unit.version) != whole_version(other.unit.version);
+bool are_rivals(const Pin& pin, const std::string& other_version, bool is_other_singleton) {
+  return (pin.is_singleton || is_other_singleton) && whole_version(pin.unit.version) != whole_version(other_version);
 }
+bool are_rivals(const Pin& pin, const Pin& other) { return are_rivals(pin, other.unit.version, other.is_singleton); }
 
 /// Of the features so far that can be installed together.
 class PinnedBundles {
@@ -129,16 +121,19 @@ class InstalledBundles {
   explicit InstalledBundles(const Input& input) : needed_(*input.needed) {
     if (!input.session || !input.session->installed) return;
     std::set<std::string_view> named;
-    for (const NamedFeature& feature : needed_.named()) named.insert(feature.unit.id);
+    for (const NamedFeature& feature : needed_.named()) {
+      if (feature.record->takes_part()) named.insert(feature.unit.id);
+    }
     for (const InstalledUnit& unit : *input.session->installed) {
       if (!unit.pinned_by.empty() && !named.contains(unit.pinned_by)) pinned_.emplace(unit.id, &unit);
     }
   }
 
-  /// Null when there is none. Whether the installed bundle is a singleton is not known.
+  /// Null when there is none.
   const InstalledUnit* rival_of(const Pin& pin) const {
     const auto found = pinned_.find(pin.unit.id);
-    return found == pinned_.end() || !pin.is_singleton || needed_.is_installed(pin.unit) ? nullptr : found->second;
+    if (found == pinned_.end() || needed_.is_installed(pin.unit)) return nullptr;
+    return are_rivals(pin, found->second->version, found->second->is_singleton) ? found->second : nullptr;
   }
 
  private:
@@ -177,9 +172,10 @@ bool report_first_rival(const Pins& pins, const PinnedBundles& bundles, const In
       return true;
     }
     if (const InstalledUnit* const rival = installed.rival_of(pin)) {
-      report_rival(pin, in_quotes(rival->pinned_by) + ", which was installed by name, requires", rival->version,
-                   "build the feature with this version of the bundle, or first remove or update " + rival->pinned_by,
-                   reporter);
+      report_rival(
+          pin, in_quotes(rival->pinned_by) + ", which was installed by name, requires", rival->version,
+          "build the feature with this version of the bundle, or first remove or update " + in_quotes(rival->pinned_by),
+          reporter);
       return true;
     }
   }
@@ -188,11 +184,11 @@ bool report_first_rival(const Pins& pins, const PinnedBundles& bundles, const In
 
 void check_singletons(const Input& input, Reporter& reporter) {
   if (!input.needed) return;
-  const std::set<const Record*> failing = unresolvable(*input.needed);
+  const std::set<const Record*> impossible = input.needed->impossible_records();
   const InstalledBundles installed(input);
   PinnedBundles bundles;
   for (const NamedFeature* const named : in_install_order(*input.needed)) {
-    if (failing.contains(named->record)) continue;
+    if (impossible.contains(named->record)) continue;
     const Pins pins = pins_of(*named, *input.needed, bundles.settled());
     if (!report_first_rival(pins, bundles, installed, reporter)) bundles.add(pins);
   }
@@ -221,8 +217,8 @@ Rule singleton_in_two_versions() {
           .why =
               "The director reports \"Only one of the following can be installed at once\", so the command for all features "
               "fails. Then the plug-in tries each feature alone, and the later one fails. Lint compares exact versions, which "
-              "features have of what they include. Of what is installed already, it knows what features include that were "
-              "installed by name.",
+              "features have of what they include. Of what is installed already, it knows what features include directly that "
+              "were installed by name.",
           .fix = fix_of_singletons,
           .bad = two_features_with_bundle(""),
           .good = two_features_with_bundle(" singleton='false'"),

@@ -79,7 +79,9 @@ std::string required_unit(const std::string& range, const std::string& filter, c
 
 std::string what_there_is(const UnmetRequirement& unmet) {
   if (!unmet.filter.empty()) return ", which the repositories have for other systems only: " + unmet.filter;
-  if (unmet.is_of_something_unknown()) return ", which no listed repository has";
+  if (unmet.is_of_something_unknown())
+    return unmet.is_include && unmet.is_certain ? ", which neither a listed repository nor the instance has"
+                                                : ", which no listed repository has";
   std::string text = ", but ";
   if (!unmet.offered.empty()) text += "the repositories have " + joined(unmet.offered);
   if (unmet.installed.empty()) return text;
@@ -91,26 +93,27 @@ std::string fix_of(const UnmetRequirement& unmet, const std::string& unnamed) {
   if (!unmet.filter.empty()) {
     return "ship one for this system, or give the requirement the same filter, so that it counts only there";
   }
+  if (unmet.is_of_something_unknown()) return "publish it in a repository of the component, and name that in a line";
   return "ship it in such a version, or build " + in_quotes(unmet.unit.id) + " with the available version";
 }
 
 /// For one that is not certain, one would have to know the instance. `unnamed` is a repository that would meet it, if there is
 /// one.
-void report_unmet(const UnmetRequirement& unmet, const std::string& unnamed, Reporter& reporter) {
+void report_unmet(const UnmetRequirement& unmet, const std::string& unnamed, const NeededUnits& needed, Reporter& reporter) {
   const Requirement& requirement = *unmet.requirement;
   std::string message = in_quotes(text_of(unmet.unit)) + " requires " + text_of_range(requirement.range) + " of " +
                         in_quotes(requirement.name) + what_there_is(unmet);
   if (!unnamed.empty()) message += "; " + in_quotes(unnamed) + " has it, but no line names this repository";
   reporter.report(unmet.is_certain ? Severity::error : Severity::warning, unmet.record->location(1), std::move(message),
                   fix_of(unmet, unnamed));
-  if (unmet.is_certain) reporter.fails({unmet.record});
+  if (unmet.is_certain) reporter.fails(needed.records_that_need({unmet.unit}));
 }
 
 void check_requirements(const Input& input, Reporter& reporter) {
   if (!input.needed || !input.offered) return;
   const bool is_certain = input.session && input.session->installed;
   for (const NamedFeature& named : input.needed->named()) {
-    if (named.description == nullptr || fulfils(input.needed->environment(), named.description->filter) != false) continue;
+    if (!input.needed->is_for_other_system(named)) continue;
     reporter.report(is_certain ? Severity::error : Severity::warning, named.record->location(1),
                     in_quotes(text_of(named.unit)) + " is for other systems only: " + named.description->filter,
                     "publish it without this filter, or delete the line");
@@ -120,29 +123,32 @@ void check_requirements(const Input& input, Reporter& reporter) {
   for (const UnmetRequirement& unmet : input.needed->unmet()) {
     const Component* const component = unmet.record->descriptor->component;
     const std::string repository = component == nullptr ? "" : unnamed.that_meets(*unmet.requirement, *component);
-    if (!unmet.is_of_something_unknown() || !repository.empty()) report_unmet(unmet, repository, reporter);
+    if (!unmet.may_be_met() || !repository.empty()) report_unmet(unmet, repository, *input.needed, reporter);
   }
 }
 
 Rule requirement_not_met() {
-  return {.name = "requirement-not-met",
-          .group = Group::features,
-          .severity = Severity::error,
-          .title =
-              "a unit that a feature requires is available, but not in a suitable version, not for this system, or only in a "
-              "repository that no line names",
-          .why =
-              "The director reports that the requirement could not be found, so the command for all features fails. It does "
-              "not load repositories to which others refer (<references>). Lint compares the versions and filters in the "
-              "repositories and in the instance, where the director has no choice. It does not report a requirement that is "
-              "in neither, nor in another repository of the component. When the instance is not known, it may have a suitable "
-              "version, so lint warns only of requirements on one exact version, and of those on units that begin like the one "
-              "that requires them, such as \"org.example.\".",
-          .fix = "ship the required unit, or correct the requirement",
-          .bad = component_with_unit("1.0.0", required_unit("[1.0.0.v1,1.0.0.v1]", "")),
-          .good = component_with_unit("1.0.0", required_unit("[1.0.0.v2,1.0.0.v2]", "(osgi.os=linux)")),
-          .check = check_requirements,
-          .concerns_removals = false};
+  return {
+      .name = "requirement-not-met",
+      .group = Group::features,
+      .severity = Severity::error,
+      .title =
+          "a unit that a feature requires is not available, or not in a suitable version, not for this system, or only in a "
+          "repository that no line names",
+      .why =
+          "The director reports that the requirement could not be found, so the command for all features fails. It does "
+          "not load repositories to which others refer (<references>). Lint compares the versions and filters in the "
+          "repositories and in the instance, where the director has no choice. Of what is in neither, nor in another "
+          "repository "
+          "of the component, it reports only what a feature includes; anything else may have another name. When the instance "
+          "is not known, it may have a suitable "
+          "version, so lint warns only of requirements on one exact version, and of those between units of the feature's "
+          "vendor, whose ids begin with the same two words, such as \"org.example.\".",
+      .fix = "ship the required unit, or correct the requirement",
+      .bad = component_with_unit("1.0.0", required_unit("[1.0.0.v1,1.0.0.v1]", "")),
+      .good = component_with_unit("1.0.0", required_unit("[1.0.0.v2,1.0.0.v2]", "(osgi.os=linux)")),
+      .check = check_requirements,
+      .concerns_removals = false};
 }
 
 // ---- What is left of a feature on this system ----

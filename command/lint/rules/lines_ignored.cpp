@@ -255,7 +255,8 @@ Rule descriptor_without_data() {
               const auto is_data = [](const Line& line) { return line.is_record && !line.is_blank(); };
               if (std::any_of(descriptor.lines.begin(), descriptor.lines.end(), is_data)) return;
               if (eclipse_p2::git_lfs::is_pointer(descriptor.content)) {
-                reporter.report(descriptor.location(), std::string("the file ") + eclipse_p2::git_lfs::pointer_error,
+                reporter.report(Severity::error, descriptor.location(),
+                                std::string("the file ") + eclipse_p2::git_lfs::pointer_error,
                                 eclipse_p2::git_lfs::pointer_fix);
               } else {
                 reporter.report(descriptor.location(), "the file has no data lines");

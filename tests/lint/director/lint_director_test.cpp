@@ -1002,16 +1002,16 @@ TEST(LintDirector, OtherBuildOfTheSameVersionIsNotInstalled) {
   EXPECT_THAT(rules_broken_by(product), ElementsAre("other-build-installed"));
 }
 
-/// What the director keeps of an archive, which it often deletes again when it ends, as if the archive had been this site
+/// What the director caches of an archive, and often deletes again when it ends, as if the archive had been this site
 /// before, at the same time.
-void keep_metadata(const Product& product, const fs::path& archive, const fs::path& site, const std::string& child = "") {
+void cache_metadata(const Product& product, const fs::path& archive, const fs::path& site, const std::string& child = "") {
   const auto time = std::chrono::floor<std::chrono::seconds>(fs::last_write_time(archive));
   const eclipse_p2::MetadataCache cache(product.directory() / "ide", archive);
   for (const char* const name : {"content.jar", "artifacts.jar"}) {
-    const fs::path kept = cache.file_for(child, name);
-    fs::create_directories(kept.parent_path());
-    fs::copy_file(site / name, kept, fs::copy_options::overwrite_existing);
-    fs::last_write_time(kept, time);
+    const fs::path cached = cache.file_for(child, name);
+    fs::create_directories(cached.parent_path());
+    fs::copy_file(site / name, cached, fs::copy_options::overwrite_existing);
+    fs::last_write_time(cached, time);
   }
 }
 
@@ -1023,7 +1023,7 @@ TEST(LintDirector, ReplacedArchiveWithTheSameTimeIsNotNoticed) {
   Product product;
   product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
   const fs::path archive = product.directory() / "tools/sites/beta.zip";
-  keep_metadata(product, archive, prepared / "sites/alpha");
+  cache_metadata(product, archive, prepared / "sites/alpha");
   EXPECT_FALSE(resolves(product));
   EXPECT_THAT(rules_broken_by(product), ElementsAre("cached-metadata-outdated"));
   const Outcome outcome = product.run("install");
@@ -1043,10 +1043,11 @@ TEST(LintDirector, UpdateInAnArchiveWithTheSameTimeIsNotNoticed) {
                                         "../newer.zip && mv ../newer.zip ../alpha.zip && rm -r ../newer")
                 .exit_code,
             0);
-  keep_metadata(product, sites + "/alpha.zip", prepared / "sites/alpha");
+  cache_metadata(product, sites + "/alpha.zip", prepared / "sites/alpha");
   EXPECT_THAT(rules_broken_by(product), Contains("cached-metadata-outdated"));
   const Child update = eclipse_int("run --update --json " + product.write_session("install"));
-  EXPECT_EQ(update.status, 1) << "the director does not find the new version";
+  EXPECT_EQ(update.status, 1);
+  EXPECT_THAT(update.result.dump(), HasSubstr("org.example.alpha.feature.group/2.0.0 has not been found"));
   EXPECT_EQ(product.installed(), features({"alpha"}));
 }
 
@@ -1054,14 +1055,14 @@ TEST(LintDirector, ReplacedArchiveWithAnotherTimeIsReadAgain) {
   Product product;
   product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
   const fs::path archive = product.directory() / "tools/sites/beta.zip";
-  keep_metadata(product, archive, prepared / "sites/alpha");
+  cache_metadata(product, archive, prepared / "sites/alpha");
   fs::last_write_time(archive, fs::last_write_time(archive) - std::chrono::seconds(1));
   EXPECT_TRUE(resolves(product));
   EXPECT_THAT(rules_broken_by(product), IsEmpty());
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
 }
 
-TEST(LintDirector, MetadataOfAChildInAnArchiveIsKeptToo) {
+TEST(LintDirector, MetadataOfAChildInAnArchiveIsCachedToo) {
   Product product;
   product.component("tools", {"beta"}, "sites/both.zip\torg.example.beta.feature.group\n");
   const fs::path sites = product.directory() / "tools/sites";
@@ -1073,22 +1074,22 @@ TEST(LintDirector, MetadataOfAChildInAnArchiveIsKeptToo) {
               "Repository' version='1.0.0'><children size='1'><child location='beta'/></children></repository>\n");
   }
   ASSERT_EQ(eclipse_shell::run_in_shell("cd '" + sites.string() + "' && zip -qr both.zip *").exit_code, 0);
-  keep_metadata(product, sites / "both.zip", prepared / "sites/alpha", "beta");
+  cache_metadata(product, sites / "both.zip", prepared / "sites/alpha", "beta");
   EXPECT_FALSE(resolves(product));
   EXPECT_THAT(rules_broken_by(product), Contains("cached-metadata-outdated"));
   EXPECT_EQ(product.run("install").exit_codes().front(), 13);
 }
 
-TEST(LintDirector, KeptMetadataOfTheSameArchiveIsFine) {
+TEST(LintDirector, CachedMetadataOfTheSameArchiveIsFine) {
   Product product;
   product.component("tools", {"beta.zip"}, "sites/beta.zip\torg.example.beta.feature.group\n");
-  keep_metadata(product, product.directory() / "tools/sites/beta.zip", prepared / "sites/beta");
+  cache_metadata(product, product.directory() / "tools/sites/beta.zip", prepared / "sites/beta");
   EXPECT_TRUE(resolves(product));
   EXPECT_THAT(rules_broken_by(product), IsEmpty());
   EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
 }
 
-TEST(LintDirector, JarIsRejectedByAKeptChecksum) {
+TEST(LintDirector, JarIsRejectedByACachedChecksum) {
   Product product;
   product.component("tools", {"alpha"}, "sites/alpha.zip\torg.example.alpha.feature.group\n");
   const fs::path sites = product.directory() / "tools/sites";
@@ -1097,7 +1098,7 @@ TEST(LintDirector, JarIsRejectedByAKeptChecksum) {
       eclipse_shell::run_in_shell("cd '" + (sites / "alpha").string() + "' && zip -q artifacts.jar artifacts.xml && cp '" +
                                   (prepared / "sites/alpha.zip").string() + "' ..");
   ASSERT_EQ(packed.exit_code, 0);
-  keep_metadata(product, sites / "alpha.zip", sites / "alpha");
+  cache_metadata(product, sites / "alpha.zip", sites / "alpha");
   EXPECT_TRUE(resolves(product));
   EXPECT_THAT(rules_broken_by(product), ElementsAre("cached-metadata-outdated"));
   const Outcome outcome = product.run("install");
@@ -1120,6 +1121,38 @@ void add_site_with_bundle_of_alpha(Product& product, const std::string& name, co
       ".jar; test -e plugins/org.example.alpha.plugin_" + version +
       ".jar || mv plugins/*.jar plugins/org.example.alpha.plugin_" + version + ".jar");
   ASSERT_EQ(made.exit_code, 0) << made.error_output;
+}
+
+TEST(LintDirector, JarThatARemovalLeftMustStay) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");
+  ASSERT_EQ(product.run("install").status, 0);
+  ASSERT_EQ(product.run("uninstall").status, 0);
+  ASSERT_TRUE(fs::remove(product.directory() / "ide/plugins/org.example.alpha.plugin_1.0.0.jar"));
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("installed-file-missing"));
+  const Outcome outcome = product.run("install");
+  EXPECT_EQ(outcome.exit_codes().front(), 13);
+  EXPECT_THAT(planned(outcome), ElementsAre("fail"));
+  const auto collected = eclipse_shell::run_in_shell(
+      "'" + product.executable().string() +
+      "' -nosplash -application org.eclipse.equinox.p2.garbagecollector.application -profile EclipseProfile");
+  ASSERT_EQ(collected.exit_code, 0) << collected.output;
+  EXPECT_THAT(rules_broken_by(product), IsEmpty());
+  EXPECT_THAT(product.run("install").exit_codes(), ElementsAre(0));
+}
+
+TEST(LintDirector, FeatureMustNotIncludeWhatIsNotPublished) {
+  Product product;
+  product.component("tools", {"alpha"}, "sites/alpha\torg.example.alpha.feature.group\n");
+  const auto edited = eclipse_shell::run_in_shell("cd '" + (product.directory() / "tools/sites/alpha").string() +
+                                                  "' && unzip -qo content.jar && rm content.jar && sed -i \"/<unit "
+                                                  "id='org.example.alpha.plugin'/,/<\\/unit>/d\" content.xml");
+  ASSERT_EQ(edited.exit_code, 0);
+  EXPECT_THAT(rules_broken_by(product), ElementsAre("requirement-not-met"));
+  const Outcome outcome = product.run("install");
+  EXPECT_EQ(outcome.exit_codes().front(), 13);
+  EXPECT_THAT(output_of(outcome, 0), HasSubstr("could not be found"));
+  EXPECT_THAT(planned(outcome), ElementsAre("fail"));
 }
 
 TEST(LintDirector, InstalledFeatureMayIncludeASingletonInAnotherVersion) {
