@@ -139,11 +139,10 @@ Rule requirement_not_met() {
           "The director reports that the requirement could not be found, so the command for all features fails. It does "
           "not load repositories to which others refer (<references>). Lint compares the versions and filters in the "
           "repositories and in the instance, where the director has no choice. Of what is in neither, nor in another "
-          "repository "
-          "of the component, it reports only what a feature includes; anything else may have another name. When the instance "
-          "is not known, it may have a suitable "
-          "version, so lint warns only of requirements on one exact version, and of those between units of the feature's "
-          "vendor, whose ids begin with the same two words, such as \"org.example.\".",
+          "repository of the component, it reports only what a feature includes; another unit may provide anything else. "
+          "When the instance is not known, it may have a suitable version, so lint warns only of requirements on one exact "
+          "version, and of those between units of the feature's vendor, whose ids begin with the same two words, such as "
+          "\"org.example.\".",
       .fix = "ship the required unit, or correct the requirement",
       .bad = component_with_unit("1.0.0", required_unit("[1.0.0.v1,1.0.0.v1]", "")),
       .good = component_with_unit("1.0.0", required_unit("[1.0.0.v2,1.0.0.v2]", "(osgi.os=linux)")),

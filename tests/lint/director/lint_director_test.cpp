@@ -1129,6 +1129,7 @@ TEST(LintDirector, JarThatARemovalLeftMustStay) {
   ASSERT_EQ(product.run("install").status, 0);
   ASSERT_EQ(product.run("uninstall").status, 0);
   ASSERT_TRUE(fs::remove(product.directory() / "ide/plugins/org.example.alpha.plugin_1.0.0.jar"));
+  product.write_session("install");
   EXPECT_THAT(rules_broken_by(product), ElementsAre("installed-file-missing"));
   const Outcome outcome = product.run("install");
   EXPECT_EQ(outcome.exit_codes().front(), 13);
@@ -1148,6 +1149,7 @@ TEST(LintDirector, FeatureMustNotIncludeWhatIsNotPublished) {
                                                   "' && unzip -qo content.jar && rm content.jar && sed -i \"/<unit "
                                                   "id='org.example.alpha.plugin'/,/<\\/unit>/d\" content.xml");
   ASSERT_EQ(edited.exit_code, 0);
+  product.write_session("install");
   EXPECT_THAT(rules_broken_by(product), ElementsAre("requirement-not-met"));
   const Outcome outcome = product.run("install");
   EXPECT_EQ(outcome.exit_codes().front(), 13);
