@@ -51,6 +51,8 @@ std::string fix_of(const eclipse_p2::Failure& failure, bool is_removal) {
   if (cause_with(causes, "No repository found at ") != nullptr)
     return "correct column 1 of the descriptor file, or put the repository there";
   if (const std::string* const missing = cause_with(causes, missing_requirement)) {
+    if (missing->find("'osgi.ee; ") != missing->npos)
+      return "start Eclipse with a Java that has it, or ship a version for the Java in use";
     const std::string name = between(*missing, "; ", "' but it could not be found");
     return "list a repository that has " + (name.empty() ? std::string("it") : name) + " in a descriptor file";
   }

@@ -1595,6 +1595,16 @@ TEST(CachedMetadata, MayRequireFilesThatAreNoLongerThere) {
       "?");
 }
 
+TEST(CachedMetadata, OfAnArchiveThatLacksItsFilesIsNotOutdated) {
+  const std::string content =
+      "<repository><units><unit id='org.example.one.feature.group' version='1.0.0'><requires>" +
+      required("b", "[1.0.0,1.0.0]", "/>", "org.eclipse.equinox.p2.iu") +
+      "</requires></unit><unit id='b' version='1.0.0'><artifacts><artifact classifier='osgi.bundle' id='b' version='1.0.0'/>"
+      "</artifacts></unit></units></repository>\n";
+  const std::map<std::string, std::string> now = {{"content.xml", content}, {"artifacts.xml", "<repository/>"}};
+  EXPECT_EQ(messages_for_cached(now, {"content.xml", content}), Texts());
+}
+
 TEST(CachedMetadata, MayHaveAHigherVersionThanIsOfferedAnywhere) {
   const std::string newer = eclipse_base::replaced(content_of_one, "1.0.0", "2.0.0");
   const SampleFile more = {.name = "tools/more.zip", .entries = zip_with_one};

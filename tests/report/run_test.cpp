@@ -389,6 +389,9 @@ TEST(FailureFix, IsThatOfTheCause) {
             "correct column 1 of the descriptor file, or put the repository there");
   EXPECT_EQ(fix({"Missing requirement: a 1 requires 'osgi.bundle; b 2' but it could not be found"}),
             "list a repository that has b 2 in a descriptor file");
+  EXPECT_EQ(
+      fix({"Missing requirement: A 1 (a 1) requires 'osgi.ee; (&(osgi.ee=JavaSE)(version=21))' but it could not be found"}),
+      "start Eclipse with a Java that has it, or ship a version for the Java in use");
   EXPECT_EQ(fix({"Missing requirement: a 1 requires b"}), "list a repository that has it in a descriptor file");
   const std::string only_one = "Only one of the following can be installed at once: [";
   EXPECT_EQ(fix({"Software being installed: A (B) (a 2)", "Software currently installed: A (a 1)", only_one}),

@@ -228,9 +228,9 @@ Rule other_build_installed() {
           .severity = Severity::warning,
           .title = "the instance has another build of a bundle, with the same version",
           .why =
-              "The director treats two files with the same id and version as identical. It keeps the one in the instance, and "
-              "reports success.",
-          .fix = "build it again with a higher version, or remove the feature first, and install it again",
+              "The director treats two files with the same id and version as identical. It keeps the one in the instance, also "
+              "of a feature that was removed in between, and reports success.",
+          .fix = "build it again with a higher version",
           .bad = product_with_installed("PK of an older build"),
           .good = product_with_installed(empty_jar()),
           .check =

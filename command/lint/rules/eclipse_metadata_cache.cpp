@@ -170,11 +170,12 @@ std::vector<Unit> pinned_then(const UnitDescription& description, const SeenArch
   return pinned;
 }
 
-/// The units of the cached metadata whose artifacts the archive does not have.
+/// The units of the cached metadata whose artifacts the archive neither needs nor has.
 std::set<Unit> units_without_artifacts(const SeenArchive& archive) {
   std::set<Unit> units;
   for (const std::string& artifact : archive.seen.needed_artifacts) {
-    if (!archive.site.artifacts->contains(artifact)) units.insert(unit_of_artifact(artifact));
+    const bool is_gone = !archive.site.needed_artifacts.contains(artifact) && !archive.site.artifacts->contains(artifact);
+    if (is_gone) units.insert(unit_of_artifact(artifact));
   }
   return units;
 }
