@@ -79,9 +79,10 @@ std::string required_unit(const std::string& range, const std::string& filter, c
 
 std::string what_there_is(const UnmetRequirement& unmet) {
   if (!unmet.filter.empty()) return ", which the repositories have for other systems only: " + unmet.filter;
-  if (unmet.is_of_something_unknown())
+  if (unmet.is_of_something_unknown()) {
     return unmet.is_include && unmet.is_certain ? ", which neither a listed repository nor the instance has"
                                                 : ", which no listed repository has";
+  }
   std::string text = ", but ";
   if (!unmet.offered.empty()) text += "the repositories have " + joined(unmet.offered);
   if (unmet.installed.empty()) return text;
