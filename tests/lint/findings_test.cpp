@@ -1400,6 +1400,29 @@ TEST(Singletons, InTwoVersionsAreFoundWhicheverFeatureHasThem) {
                    "have only one of them"}));
 }
 
+/// Whether a rule still finds something in its bad sample, whose session has `to` in place of `from`.
+bool is_found_with(const std::string& rule, const std::string& from, const std::string& to) {
+  Sample sample = find_rule(rule)->bad;
+  for (SampleFile& file : sample.files) file.content = eclipse_base::replaced(file.content, from, to);
+  const fake::TemporaryDirectory directory;
+  write_sample(sample);
+  const Findings findings = findings_in(sample.input);
+  return std::any_of(findings.begin(), findings.end(), [&](const Finding& finding) { return finding.rule->name == rule; });
+}
+
+TEST(Findings, MinimumVersionIsOneOfAnEclipse) {
+  for (const char* const version : {"2022-12", "26", "04.26", "v4", "x"})
+    EXPECT_TRUE(is_found_with("minimum-version-of-another-kind", "2022-12", version)) << version;
+  for (const char* const version : {"4", "4.26", "4.26.0.v2022", "9", "5.0"})
+    EXPECT_FALSE(is_found_with("minimum-version-of-another-kind", "2022-12", version)) << version;
+}
+
+TEST(Findings, NamesOfVariablesMatchExactly) {
+  for (const char* const name : {"CACHED_ECLIPSE_PATH", "Cashed_Eclipse_Path", "eclipse_bin", "ECLIPSE_MIN_VERSION"})
+    EXPECT_TRUE(is_found_with("variable-misspelled", "CACHED_ECLIPSE_PATH", name)) << name;
+  EXPECT_FALSE(is_found_with("variable-misspelled", "CACHED_ECLIPSE_PATH", "MY_OWN"));
+}
+
 /// What is said of a feature that includes the bundle a in version 2.0.0, where the unit "root", which was installed by name,
 /// includes it in 1.0.0.
 Texts messages_for_installed_singleton(const std::string& root, const std::string& attributes = "",

@@ -584,10 +584,10 @@ Rule minimum_version_compared_as_text() {
 
 /// "4", "4.26" or "4.26.0.v2022", with a first number that an Eclipse can have.
 bool looks_like_eclipse_version(const std::string& version) {
-  constexpr int highest_major = 99;
+  constexpr int highest_major = 9;
   int major = 0;
   const auto [end, error] = std::from_chars(version.data(), version.data() + version.size(), major);
-  if (error != std::errc() || major > highest_major) return false;
+  if (error != std::errc() || major > highest_major || version.starts_with('0')) return false;
   return end == version.data() + version.size() || *end == '.';
 }
 

@@ -332,7 +332,7 @@ std::optional<std::string> meant_variable(const std::string& name) {
   const std::vector<std::string> known(eclipse_host::variables_read.begin(), eclipse_host::variables_read.end());
   if (std::find(known.begin(), known.end(), name) != known.end()) return std::nullopt;
   for (const std::string& each : known) {
-    if (lacks_a_word(name, each)) return each;
+    if (lacks_a_word(name, each) || lower_case(name) == lower_case(each)) return each;
   }
   const auto similar = similar_word(name, known);
   return similar && distance(name, *similar) <= 2 ? similar : std::nullopt;
