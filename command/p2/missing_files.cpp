@@ -52,8 +52,9 @@ void add_unlisted_bundles(const fs::path& instance, const std::set<Unit>& bundle
   }
 }
 
-void add_missing_features(const fs::path& instance, const std::set<Unit>& units, std::vector<UnitFile>& missing) {
-  for (const std::string& artifact : listed_artifacts(instance)) {
+void add_missing_features(const fs::path& instance, const std::set<std::string>& listed, const std::set<Unit>& units,
+                          std::vector<UnitFile>& missing) {
+  for (const std::string& artifact : listed) {
     const std::string name = directory_of_feature(artifact);
     const Unit unit = unit_of_artifact(artifact);
     if (name.empty() || !units.contains(unit)) continue;
@@ -64,7 +65,8 @@ void add_missing_features(const fs::path& instance, const std::set<Unit>& units,
 
 }  // namespace
 
-std::vector<UnitFile> missing_files(const fs::path& instance, const std::vector<InstalledUnit>& units) {
+std::vector<UnitFile> missing_files(const fs::path& instance, const std::set<std::string>& listed,
+                                    const std::vector<InstalledUnit>& units) {
   std::set<Unit> all;
   std::set<Unit> bundles;
   for (const InstalledUnit& unit : units) {
@@ -74,7 +76,7 @@ std::vector<UnitFile> missing_files(const fs::path& instance, const std::vector<
   std::vector<UnitFile> missing;
   add_missing_bundles(instance, bundles, missing);
   add_unlisted_bundles(instance, bundles, missing);
-  add_missing_features(instance, all, missing);
+  add_missing_features(instance, listed, all, missing);
   return missing;
 }
 

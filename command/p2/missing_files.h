@@ -3,6 +3,8 @@
 #define ECLIPSE_INT_P2_MISSING_FILES_H
 
 #include <filesystem>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "p2/profile.h"
@@ -20,8 +22,9 @@ inline constexpr const char* fix_of_missing_file =
     "remove all features that contain the unit, and install them again; or restore the file";
 
 /// Of these units, which the instance in this directory has installed, those files that do not exist although bundles.info
-/// names them, has named them or artifacts.xml lists them.
-std::vector<UnitFile> missing_files(const std::filesystem::path& instance, const std::vector<InstalledUnit>& units);
+/// names them or has named them, or although they are among the artifacts that the instance lists.
+std::vector<UnitFile> missing_files(const std::filesystem::path& instance, const std::set<std::string>& listed,
+                                    const std::vector<InstalledUnit>& units);
 
 }  // namespace eclipse_p2
 

@@ -9,6 +9,7 @@
 
 #include "p2/installation.h"
 #include "p2/instance_paths.h"
+#include "p2/kept_artifacts.h"
 #include "p2/removal.h"
 #include "p2/unit_list.h"
 #include "p2/version.h"
@@ -94,7 +95,8 @@ void look_for_files(Verification& verification) {
   std::vector<InstalledUnit> units;
   std::copy_if(verification.installed.all->begin(), verification.installed.all->end(), std::back_inserter(units),
                [&](const InstalledUnit& unit) { return needed.contains(unit.id); });
-  verification.missing_files = missing_files(instance_directory(verification.executable), units);
+  const std::filesystem::path instance = instance_directory(verification.executable);
+  verification.missing_files = missing_files(instance, listed_artifacts(instance), units);
 }
 
 }  // namespace

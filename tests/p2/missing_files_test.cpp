@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "fake_host/temporary_directory.h"
+#include "p2/kept_artifacts.h"
 
 namespace eclipse_p2 {
 
@@ -24,7 +25,8 @@ class MissingFiles : public testing::Test {
 
   static Texts missing_of(const std::vector<InstalledUnit>& units) {
     Texts texts;
-    for (const UnitFile& file : missing_files("ide", units)) texts.push_back(text_of(file.unit) + " " + file.path.string());
+    for (const UnitFile& file : missing_files("ide", listed_artifacts("ide"), units))
+      texts.push_back(text_of(file.unit) + " " + file.path.string());
     return texts;
   }
 

@@ -103,8 +103,10 @@ std::vector<SampleFile> with_jar(std::vector<SampleFile> files) {
   return files;
 }
 
-void report_missing_files(const fs::path& instance, const Input& input, Reporter& reporter) {
-  const auto missing = missing_files(instance, *input.session->installed);
+using Artifacts = std::set<std::string>;
+
+void report_missing_files(const fs::path& instance, const Artifacts& listed, const Input& input, Reporter& reporter) {
+  const auto missing = missing_files(instance, listed, *input.session->installed);
   if (missing.empty()) return;
   const std::size_t others = missing.size() - 1;
   reporter.report(input.session->location_of_executable(),
@@ -113,8 +115,7 @@ void report_missing_files(const fs::path& instance, const Input& input, Reporter
 }
 
 /// A removed feature leaves its jars, and the director does not fetch again what its list of artifacts names.
-void report_lost_leftovers(const fs::path& instance, const Input& input, Reporter& reporter) {
-  const std::set<std::string> listed = listed_artifacts(instance);
+void report_lost_leftovers(const fs::path& instance, const Artifacts& listed, const Input& input, Reporter& reporter) {
   for (const Unit& unit : input.needed->all()) {
     if (input.needed->is_installed(unit) || !listed.contains(name_of_bundle(unit)) || !lacks_plugin(instance, unit)) continue;
     const std::string profile = profile_file(instance).parent_path().stem().string();
@@ -146,8 +147,9 @@ Rule installed_file_missing() {
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->run.commands.empty() || !input.session->installed) return;
             const fs::path instance = instance_directory(input.session->executable);
-            report_missing_files(instance, input, reporter);
-            if (input.needed) report_lost_leftovers(instance, input, reporter);
+            const Artifacts listed = listed_artifacts(instance);
+            report_missing_files(instance, listed, input, reporter);
+            if (input.needed) report_lost_leftovers(instance, listed, input, reporter);
           },
       .concerns_removals = false,
   };
