@@ -103,9 +103,9 @@ std::vector<SampleFile> with_jar(std::vector<SampleFile> files) {
   return files;
 }
 
-using Artifacts = std::set<std::string>;
+using ArtifactNames = std::set<std::string>;
 
-void report_missing_files(const fs::path& instance, const Artifacts& listed, const Input& input, Reporter& reporter) {
+void report_missing_files(const fs::path& instance, const ArtifactNames& listed, const Input& input, Reporter& reporter) {
   const auto missing = missing_files(instance, listed, *input.session->installed);
   if (missing.empty()) return;
   const std::size_t others = missing.size() - 1;
@@ -115,7 +115,7 @@ void report_missing_files(const fs::path& instance, const Artifacts& listed, con
 }
 
 /// A removed feature leaves its jars, and the director does not fetch again what its list of artifacts names.
-void report_lost_leftovers(const fs::path& instance, const Artifacts& listed, const Input& input, Reporter& reporter) {
+void report_lost_leftovers(const fs::path& instance, const ArtifactNames& listed, const Input& input, Reporter& reporter) {
   for (const Unit& unit : input.needed->all()) {
     if (input.needed->is_installed(unit) || !listed.contains(name_of_bundle(unit)) || !lacks_plugin(instance, unit)) continue;
     const std::string profile = profile_file(instance).parent_path().stem().string();
@@ -147,7 +147,7 @@ Rule installed_file_missing() {
           [](const Input& input, Reporter& reporter) {
             if (!input.session || input.session->run.commands.empty() || !input.session->installed) return;
             const fs::path instance = instance_directory(input.session->executable);
-            const Artifacts listed = listed_artifacts(instance);
+            const ArtifactNames listed = listed_artifacts(instance);
             report_missing_files(instance, listed, input, reporter);
             if (input.needed) report_lost_leftovers(instance, listed, input, reporter);
           },
