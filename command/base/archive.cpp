@@ -62,10 +62,17 @@ Unpacked read_data(archive* reader, const Limits& limits) {
   }
 }
 
-/// The name of an entry as it is in the archive, whatever the character set of the environment.
+bool is_ascii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
+/// The name of an entry as it is in the archive, whatever the character set of the environment. Most need no conversion, which
+/// takes its time.
 std::string name_of(archive_entry* entry) {
+  const char* const in_environment = archive_entry_pathname(entry);
+  if (in_environment != nullptr && is_ascii(in_environment)) return in_environment;
   const char* name = archive_entry_pathname_utf8(entry);
-  if (name == nullptr) name = archive_entry_pathname(entry);
+  if (name == nullptr) name = in_environment;
   return name == nullptr ? "" : name;
 }
 
@@ -260,43 +267,67 @@ std::optional<Unpacked> zip_entry(const std::string& archive, const std::string&
 
 std::string zip_end_error(const OpenFile& file) { return error_of_end(file, end_of_zip(file)); }
 
-Archive::Archive(std::filesystem::path path) : Archive(std::move(path), std::nullopt) {}
+/// What a walk over all entries finds.
+struct Archive::Entries {
+  std::set<std::string> names = {};
+  std::map<std::string, std::string> kept = {};
+  bool can_keep = true;  ///< what is to be kept could be read; otherwise the walk ended there
+  Unpacked walk = {};    ///< why they cannot be used, if so
+};
 
-Archive::Archive(std::filesystem::path path, std::optional<std::string_view> content)
+Archive::Entries Archive::entries_of(const OpenFile& file, const IsKept& is_kept) {
+  const ZipFile zip(file);
+  Entries entries;
+  if (!zip.is_open()) {
+    entries.walk = failure_of(zip.reader());
+    return entries;
+  }
+  std::string other_compression;
+  entries.walk = visit_entries(zip.reader(), [&](archive_entry* entry) {
+    const auto [name, is_new] = entries.names.insert(name_of(entry));
+    if (other_compression.empty()) other_compression = compression_unknown_to_java(zip.reader(), entry);
+    if (!is_new || !is_kept || !is_kept(*name)) return true;
+    Unpacked content = content_of(zip.reader(), entry, {largest::configuration, file.size()});
+    entries.can_keep = content.error.empty();
+    entries.kept.emplace(*name, std::move(content.bytes));
+    return entries.can_keep;
+  });
+  if (entries.walk.error.empty() && !other_compression.empty()) {
+    entries.walk = failure(archive_error::other_compression + other_compression + ", which Java cannot unpack; use deflate");
+  }
+  return entries;
+}
+
+Archive::Archive(std::filesystem::path path, const IsKept& is_kept) : Archive(std::move(path), std::nullopt, is_kept) {}
+
+Archive::Archive(std::filesystem::path path, std::optional<std::string_view> content, const IsKept& is_kept)
     : file_(std::move(path)), content_(content) {
   const OpenFile file = opened();
   const FileContent beginning = file.beginning(4);
   error_ = beginning.error;
   // libarchive refuses an archive without entries, which is this mark and zeros.
   if (!error_.empty() || beginning.bytes == zip_end_mark) return;
-  const ZipFile zip(file);
-  Unpacked walk = failure_of(zip.reader());
-  std::string other_compression;
-  if (zip.is_open()) {
-    walk = visit_entries(zip.reader(), [&](archive_entry* entry) {
-      names_.insert(name_of(entry));
-      if (other_compression.empty()) other_compression = compression_unknown_to_java(zip.reader(), entry);
-      return true;
-    });
-  }
+  Entries entries = entries_of(file, is_kept);
+  if (!entries.can_keep) entries = entries_of(opened(), nullptr);
+  names_ = std::move(entries.names);
+  kept_ = std::move(entries.kept);
   const std::string end = end_of_zip(file);
   for (const std::string& name : names_with_backslashes(file, end)) {
     std::string with_slashes = name;
     std::replace(with_slashes.begin(), with_slashes.end(), '\\', '/');
     if (names_.erase(with_slashes) != 0) names_.insert(name);
   }
-  if (walk.error.empty() && !other_compression.empty()) {
-    walk = failure(archive_error::other_compression + other_compression + ", which Java cannot unpack; use deflate");
-  }
   const bool is_zip = beginning.bytes.starts_with(zip_mark);
-  error_ = !walk.error.empty() && !is_zip ? archive_error::not_zip : walk.error;
-  exceeds_limit_ = walk.exceeds_limit;
+  error_ = !entries.walk.error.empty() && !is_zip ? archive_error::not_zip : entries.walk.error;
+  exceeds_limit_ = entries.walk.exceeds_limit;
   if (!is_zip || exceeds_limit_) return;
   // libarchive may take the end of an archive in it for its own.
   if (std::string at_end = error_of_end(file, end); !at_end.empty()) error_ = std::move(at_end);
 }
 
 Unpacked Archive::read(const std::string& name, std::size_t limit) const {
+  const auto kept = kept_.find(name);
+  if (kept != kept_.end() && kept->second.size() <= limit) return {kept->second, ""};
   const OpenFile file = opened();
   const ZipFile zip(file);
   if (!zip.is_open()) return failure("cannot be read");

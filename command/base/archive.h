@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -45,9 +46,12 @@ std::string zip_end_error(const OpenFile& file);
 /// A zip archive in a file or in memory, read by its central directory.
 class Archive {
  public:
-  explicit Archive(std::filesystem::path file);
+  /// Whether an entry of this name is to be read while the names are, so that read() need not open the archive again.
+  using IsKept = std::function<bool(const std::string& name)>;
+
+  explicit Archive(std::filesystem::path file, const IsKept& is_kept = nullptr);
   /// The content of a file, which must outlive it.
-  static Archive in_memory(std::string_view content) { return Archive("", content); }
+  static Archive in_memory(std::string_view content, const IsKept& is_kept = nullptr) { return Archive("", content, is_kept); }
 
   /// Why the archive cannot be used; empty when it can.
   const std::string& error() const { return error_; }
@@ -67,13 +71,17 @@ class Archive {
                        const std::function<void(const std::string& name, const std::string& bytes)>& use) const;
 
  private:
-  Archive(std::filesystem::path file, std::optional<std::string_view> content);
+  struct Entries;
+
+  Archive(std::filesystem::path file, std::optional<std::string_view> content, const IsKept& is_kept);
 
   OpenFile opened() const { return content_ ? OpenFile::in_memory(*content_) : OpenFile(file_); }
+  static Entries entries_of(const OpenFile& file, const IsKept& is_kept);
 
   std::filesystem::path file_;
   std::optional<std::string_view> content_;
   std::set<std::string> names_;
+  std::map<std::string, std::string> kept_;  ///< what these entries contain
   std::string error_;
   bool exceeds_limit_ = false;
 };

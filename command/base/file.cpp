@@ -28,13 +28,23 @@ FileContent too_large(std::size_t limit) {
 }  // namespace
 
 int open_regular_file(const fs::path& file) {
+  FileFacts ignored;
+  return open_regular_file(file, ignored);
+}
+
+int open_regular_file(const fs::path& file, FileFacts& facts) {
   // Opening a device may do something to it, so look first. The file may be another one afterwards, so look again.
   struct stat status {};
-  if (stat(file.c_str(), &status) != 0) return -1;
-  int descriptor = -1;
+  if (lstat(file.c_str(), &status) != 0) return -1;
+  const bool is_link = S_ISLNK(status.st_mode);
+  if (is_link && stat(file.c_str(), &status) != 0) return -1;
   if (S_ISREG(status.st_mode)) {
-    descriptor = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (descriptor < 0 || (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))) return descriptor;
+    const int descriptor = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    if (descriptor < 0) return -1;
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
+      facts = {static_cast<std::uintmax_t>(status.st_size), fs::perms(status.st_mode) & fs::perms::mask, is_link};
+      return descriptor;
+    }
     close(descriptor);
   }
   errno = EINVAL;

@@ -3,6 +3,7 @@
 #define ECLIPSE_INT_BASE_FILE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -22,9 +23,17 @@ struct FileContent {
   bool exceeds_limit = false;  ///< the error is that it is larger than is read here; others may well read it
 };
 
+/// What the file system says of a regular file.
+struct FileFacts {
+  std::uintmax_t size = 0;  ///< 0 for files of /proc, whatever they hold
+  std::filesystem::perms permissions = std::filesystem::perms::none;
+  bool is_link = false;  ///< its path is that of a symbolic link to it
+};
+
 /// Opens a regular file for reading and never waits, not even for a pipe. A descriptor to be closed, or -1 with the reason in
 /// errno, which is EINVAL for what is not a regular file.
 int open_regular_file(const std::filesystem::path& file);
+int open_regular_file(const std::filesystem::path& file, FileFacts& facts);
 
 /// The content of a file that holds these bytes, of which at most so many are allowed.
 FileContent limited_content(std::string bytes, std::size_t limit);

@@ -1,6 +1,5 @@
 #include "base/open_file.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,10 +17,9 @@ std::string last_error() { return errno == EINVAL ? "is not a regular file" : st
 
 }  // namespace
 
-OpenFile::OpenFile(const fs::path& file) : descriptor_(open_regular_file(file)) {
+OpenFile::OpenFile(const fs::path& file) {
+  descriptor_ = open_regular_file(file, facts_);
   if (descriptor_ < 0) error_ = last_error();
-  struct stat status {};
-  if (descriptor_ >= 0 && fstat(descriptor_, &status) == 0) size_ = static_cast<std::uintmax_t>(status.st_size);
 }
 
 OpenFile::~OpenFile() {
@@ -30,7 +28,9 @@ OpenFile::~OpenFile() {
 
 FileContent OpenFile::beginning(std::size_t count) const { return read_from(0, count); }
 
-FileContent OpenFile::end(std::size_t count) const { return read_from(size_ - std::min<std::uintmax_t>(size_, count), count); }
+FileContent OpenFile::end(std::size_t count) const {
+  return read_from(size() - std::min<std::uintmax_t>(size(), count), count);
+}
 
 FileContent OpenFile::read_from(std::uintmax_t offset, std::size_t count) const {
   if (!error_.empty()) return {"", error_};
@@ -43,6 +43,8 @@ FileContent OpenFile::read_from(std::uintmax_t offset, std::size_t count) const 
     if (length == 0) break;
     if (length < 0 && errno != EINTR) content.error = last_error();
     if (length > 0) content.bytes.append(piece.data(), static_cast<std::size_t>(length));
+    // A file whose size is 0 may be one of /proc.
+    if (size() != 0 && offset + content.bytes.size() == size()) break;
   }
   return content;
 }

@@ -24,8 +24,9 @@ class OpenFile {
 
   /// Why it is not open, as in FileContent; empty when it is.
   const std::string& error() const { return error_; }
-  /// What the file system says of it: 0 for files of /proc, whatever they hold.
-  std::uintmax_t size() const { return size_; }
+  /// Of bytes, only the size.
+  const FileFacts& facts() const { return facts_; }
+  std::uintmax_t size() const { return facts_.size; }
   /// At most so many bytes of its beginning or of its end.
   FileContent beginning(std::size_t count) const;
   FileContent end(std::size_t count) const;
@@ -35,13 +36,13 @@ class OpenFile {
   std::string_view bytes() const { return bytes_; }
 
  private:
-  OpenFile(std::string_view bytes, std::uintmax_t size) : bytes_(bytes), size_(size) {}
+  OpenFile(std::string_view bytes, std::uintmax_t size) : bytes_(bytes), facts_{.size = size} {}
 
   FileContent read_from(std::uintmax_t offset, std::size_t count) const;
 
   int descriptor_ = -1;
   std::string_view bytes_;
-  std::uintmax_t size_ = 0;
+  FileFacts facts_;
   std::string error_;
 };
 

@@ -15,11 +15,13 @@ namespace eclipse_lint {
 
 namespace {
 
+bool has_all(fs::perms permissions, fs::perms wanted) { return (permissions & wanted) == wanted; }
+
 bool is_open(const fs::path& path) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
   const fs::perms wanted = fs::perms::others_read | (fs::is_directory(status) ? fs::perms::others_exec : fs::perms::none);
-  return !fs::exists(status) || (status.permissions() & wanted) == wanted;
+  return !fs::exists(status) || has_all(status.permissions(), wanted);
 }
 
 bool is_metadata(const std::string& name) {
@@ -56,6 +58,7 @@ fs::path OpenToOthers::closed_part(const Record& record) {
   for (const auto& entry : fs::directory_iterator(site, error)) {
     if (is_metadata(entry.path().filename().string()) && !has(entry.path())) return site;
   }
+  if (record.site->artifact_files.empty()) return {};
   // The paths of artifacts have no symbolic links.
   const fs::path real_site = fs::canonical(site, error);
   std::set<std::string> open_directories;
@@ -63,7 +66,7 @@ fs::path OpenToOthers::closed_part(const Record& record) {
     const fs::path directory = file.path.parent_path();
     if (!open_directories.contains(directory.native()) && !closed_part(real_site, directory).empty()) return site;
     open_directories.insert(directory.native());
-    if (!has(file.path)) return site;
+    if (file.facts ? !has_all(file.facts->permissions, fs::perms::others_read) : !has(file.path)) return site;
   }
   return {};
 }

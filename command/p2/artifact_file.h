@@ -23,11 +23,12 @@ struct Checksum {
 };
 
 struct ArtifactFile {
-  std::string name;                         ///< its path in the repository
-  std::filesystem::path path;               ///< of the file, or of the archive that it is in
-  std::vector<Checksum> checksums = {};     ///< those that the director compares
-  std::optional<std::uintmax_t> size = {};  ///< that it must have, if any
-  std::string entry = {};                   ///< its name in that archive; empty for a file of its own
+  std::string name;                                   ///< its path in the repository
+  std::filesystem::path path;                         ///< of the file, or of the archive that it is in
+  std::vector<Checksum> checksums = {};               ///< those that the director compares
+  std::optional<std::uintmax_t> size = {};            ///< that it must have, if any
+  std::string entry = {};                             ///< its name in that archive; empty for a file of its own
+  std::optional<eclipse_base::FileFacts> facts = {};  ///< of a file of its own, unless they are not known
 };
 
 /// Up to largest::artifact bytes of it.

@@ -1,14 +1,21 @@
 #include "p2/artifact_name.h"
 
+#include <cstddef>
+#include <string_view>
+#include <utility>
+
 #include "base/text.h"
 #include "p2/names.h"
 
 namespace eclipse_p2 {
 
 Unit unit_of_artifact(const std::string& artifact) {
-  const auto parts = eclipse_base::split(artifact, ',');
-  const bool is_feature = parts.front() == feature_name_space;
-  return {parts.at(1) + std::string(is_feature ? feature_jar_suffix : ""), parts.back()};
+  const std::string_view text = artifact;
+  const std::size_t end_of_kind = text.find(',');
+  const std::string_view rest = text.substr(end_of_kind + 1);
+  std::string id(rest.substr(0, rest.find(',')));
+  if (text.substr(0, end_of_kind) == feature_name_space) id += feature_jar_suffix;
+  return {std::move(id), std::string(text.substr(text.rfind(',') + 1))};
 }
 
 bool is_bundle(const std::string& artifact) { return artifact.starts_with(std::string(bundle_name_space) + ","); }

@@ -47,13 +47,14 @@ JarErrors errors_within(const std::string& artifact, const Archive& archive) {
 JarErrors errors_of_content(const Jar& jar, const std::string& bytes) {
   const auto& [artifact, file] = jar;
   std::string checksum = checksum_error(file.checksums, bytes);
-  return checksum.empty() ? errors_within(artifact, Archive::in_memory(bytes)) : JarErrors{.checksum = std::move(checksum)};
+  if (!checksum.empty()) return {.checksum = std::move(checksum)};
+  return errors_within(artifact, Archive::in_memory(bytes, is_manifest_or_signature));
 }
 
 /// The damage of a file of its own shows when its repository is read.
 JarErrors errors_of_file(const Jar& jar) {
   const auto& [artifact, file] = jar;
-  if (file.checksums.empty()) return errors_within(artifact, Archive(file.path));
+  if (file.checksums.empty()) return errors_within(artifact, Archive(file.path, is_manifest_or_signature));
   const FileContent content = content_of(file);
   if (content.exceeds_limit) return {.limit = content.error};
   return content.error.empty() ? errors_of_content(jar, content.bytes) : JarErrors();

@@ -128,6 +128,20 @@ void add_packed(const std::set<std::string>& packed, Repository& read) {
   }
 }
 
+/// The file of an artifact, as far as its repository shows it. A file in an archive is not opened.
+struct FoundFile {
+  bool exists;
+  std::string damage = {};
+  std::optional<eclipse_base::FileFacts> facts = {};
+};
+
+FoundFile found_file(const std::string& file, std::optional<std::uintmax_t> size, const RepositoryFiles& files) {
+  if (files.are_in_archive()) return {files.has(file)};
+  const OpenFile jar(files.path() / file);
+  if (jar.error().empty()) return {true, jar_damage(jar, size), jar.facts()};
+  return {files.has(file), jar.error()};
+}
+
 void add_artifact(const pugi::xml_node& artifact, const ArtifactLocation& location, const RepositoryFiles& files,
                   Repository& read) {
   const std::string name = name_of_artifact(artifact);
@@ -140,17 +154,17 @@ void add_artifact(const pugi::xml_node& artifact, const ArtifactLocation& locati
   } else if (!file.empty() && files.has_with_backslashes(file)) {
     read.damaged_artifacts.emplace(
         name, file + " " + repository_error::backslashes + " in the archive, where only slashes separate directories");
-  } else if (!file.empty() && !files.has(file)) {
+  } else if (const FoundFile found = file.empty() ? FoundFile{true} : found_file(file, size, files); !found.exists) {
     read.missing_artifacts.emplace(name, file);
-  } else if (const std::string error = is_own_file ? jar_damage(OpenFile(files.path() / file), size) : ""; !error.empty()) {
-    read.damaged_artifacts.emplace(name, file + " " + error);
+  } else if (!found.damage.empty()) {
+    read.damaged_artifacts.emplace(name, file + " " + found.damage);
   } else {
     read.artifacts->insert(name);
     if (is_absolute && read.absolute_artifact.empty()) read.absolute_artifact = location.file;
     if (file.empty()) return;
     const fs::path path = is_own_file ? files.path() / file : files.path();
     const std::string entry = is_own_file ? "" : files.entry(file);
-    read.artifact_files.emplace(name, ArtifactFile{file, path, checksums_of(artifact), size, entry});
+    read.artifact_files.emplace(name, ArtifactFile{file, path, checksums_of(artifact), size, entry, found.facts});
   }
 }
 
@@ -358,10 +372,9 @@ const Repository& Repositories::at(const fs::path& path) {
 }
 
 const Repository& Repositories::at(RepositoryPlace place, std::size_t depth) {
-  // Almost all exist, and for them this asks the file system half as often.
   std::error_code error;
-  fs::path canonical = fs::canonical(place.path, error);
-  if (error) canonical = fs::weakly_canonical(place.path, error);
+  fs::path canonical = canonical_paths_.of(place.path);
+  if (canonical.empty()) canonical = fs::weakly_canonical(place.path, error);
   if (!error) place.path = std::move(canonical);
   const auto [known, is_new] = repositories_.try_emplace(place);
   if (is_new) {

@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/canonical_paths.h"
 #include "p2/artifact_file.h"
 #include "p2/repository_files.h"
 #include "p2/requirement.h"
@@ -113,6 +114,7 @@ class Repositories {
   const Repository& at(RepositoryPlace place, std::size_t depth);
 
   const MetadataCache* cache_ = nullptr;
+  eclipse_base::CanonicalPaths canonical_paths_;
   std::map<RepositoryPlace, Repository> repositories_;
   std::unordered_map<std::string, const Repository*> by_path_;  ///< by paths as they were given: many lines name one
 };

@@ -38,14 +38,17 @@ bool differ(std::string_view bytes, const Section& attributes, const std::string
   });
 }
 
+constexpr std::string_view signature_ending = ".SF";
+
+bool is_signature_file(const std::string& entry) { return entry.starts_with("META-INF/") && entry.ends_with(signature_ending); }
+
 /// The signature files that have a block, each "META-INF/NAME.SF".
 std::vector<std::string> signature_files_in(const Archive& jar) {
   constexpr std::array<std::string_view, 3> blocks = {".RSA", ".DSA", ".EC"};
-  constexpr std::string_view ending = ".SF";
   std::vector<std::string> files;
   for (const std::string& name : jar.names()) {
-    if (!name.starts_with("META-INF/") || !name.ends_with(ending)) continue;
-    const std::string base = name.substr(0, name.size() - ending.size());
+    if (!is_signature_file(name)) continue;
+    const std::string base = name.substr(0, name.size() - signature_ending.size());
     const auto has_block = [&](std::string_view block) { return jar.has(base + std::string(block)); };
     if (std::any_of(blocks.begin(), blocks.end(), has_block)) files.push_back(name);
   }
@@ -59,6 +62,8 @@ bool is_altered(const std::string& manifest, const Section& signature) {
 }
 
 }  // namespace
+
+bool is_manifest_or_signature(const std::string& entry) { return entry == manifest_name || is_signature_file(entry); }
 
 std::string signature_error(const std::filesystem::path& jar) { return signature_error(Archive(jar)); }
 

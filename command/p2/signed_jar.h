@@ -9,6 +9,9 @@
 
 namespace eclipse_p2 {
 
+/// Whether an entry is the manifest of a jar or, if it is signed, one of its signature files.
+bool is_manifest_or_signature(const std::string& entry);
+
 /// How a signed jar was altered after signing, so that the director does not accept it, to be read after its name: by digests
 /// of SHA-256 and SHA-512. Empty when this does not show, when the jar is not signed, which needs both the signature file (.SF)
 /// and its block, and when it cannot be read. Entries that were added or removed do not matter to the director.

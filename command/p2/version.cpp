@@ -50,19 +50,22 @@ std::string whole_version(std::string_view version) {
 }
 
 bool is_osgi_version(std::string_view version) {
-  const auto parts = eclipse_base::split(version, '.');
-  if (parts.size() > 4) return false;
-  for (std::size_t i = 0; i < parts.size(); ++i) {
+  for (std::size_t i = 0; i <= numbers; ++i) {
     const auto belongs = [&](char byte) {
       const auto code = static_cast<unsigned char>(byte);
-      return i < 3 ? std::isdigit(code) != 0 : std::isalnum(code) != 0 || byte == '_' || byte == '-';
+      return i < numbers ? std::isdigit(code) != 0 : std::isalnum(code) != 0 || byte == '_' || byte == '-';
     };
-    if (parts[i].empty() || !std::all_of(parts[i].begin(), parts[i].end(), belongs)) return false;
+    const std::size_t end = std::min(version.find('.'), version.size());
+    const std::string_view part = version.substr(0, end);
+    if (part.empty() || !std::all_of(part.begin(), part.end(), belongs)) return false;
+    if (end == version.size()) return true;
+    version.remove_prefix(end + 1);
   }
-  return true;
+  return false;
 }
 
 std::strong_ordering compare_versions(std::string_view left, std::string_view right) {
+  if (left == right) return std::strong_ordering::equal;
   const std::string whole_left = whole_version(left);
   const std::string whole_right = whole_version(right);
   left = whole_left;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -148,6 +149,33 @@ TEST_F(ArchiveTest, SaysWhyAnEntryCannotBeRead) {
   std::string changed = zipped({{"a", content}});
   changed[changed.find(content.substr(0, 20)) + 5] ^= 1;
   EXPECT_EQ(archive(changed).read("a", limit).error, "is damaged");
+}
+
+TEST_F(ArchiveTest, ReadsWhatIsKeptTogetherWithTheNames) {
+  fake::write_file("file.zip", zipped({{"a", "first"}, {"b", "second"}}));
+  const Archive zip("file.zip", [](const std::string& name) { return name == "a"; });
+  std::filesystem::remove("file.zip");
+  EXPECT_EQ(zip.read("a", limit).bytes, "first");
+  EXPECT_EQ(zip.read("b", limit).error, "cannot be read");
+}
+
+TEST_F(ArchiveTest, IsTheSameWhateverIsKept) {
+  const std::string content = noise(1000);
+  const std::string whole = zipped({{"a", content}, {"b", "second"}, {"c", std::string(largest::configuration + 1, 'x')}});
+  std::string changed = whole;
+  changed[changed.find(content.substr(0, 20)) + 5] ^= 1;
+  for (const std::string& bytes : {whole, changed, whole.substr(0, whole.size() - 1), zipped({{"a", "x"}}, "password")}) {
+    const Archive zip = Archive::in_memory(bytes);
+    const Archive keeping = Archive::in_memory(bytes, [](const std::string&) { return true; });
+    EXPECT_EQ(keeping.error(), zip.error());
+    EXPECT_EQ(keeping.names(), zip.names());
+    for (const std::string& name : zip.names()) {
+      for (const std::size_t most : {std::size_t{10}, limit, largest::artifact}) {
+        EXPECT_EQ(keeping.read(name, most).bytes, zip.read(name, most).bytes) << name;
+        EXPECT_EQ(keeping.read(name, most).error, zip.read(name, most).error) << name;
+      }
+    }
+  }
 }
 
 TEST_F(ArchiveTest, KeepsBackslashesAsJavaDoes) {

@@ -205,12 +205,24 @@ bool is_other_build(const ArtifactFile& file, const std::string& jar, const fs::
   return file.entry.empty() && fs::is_regular_file(installed, error) && are_different(file, {jar, installed, {}});
 }
 
-/// A bundle of a site that the instance has with other bytes; empty when there is none.
-std::string other_build_in(const fs::path& instance, const Repository& site, const NeededUnits& needed) {
+/// The names of what is in a directory; nothing when they cannot be read.
+using Names = std::optional<std::set<std::string>>;
+
+Names names_in(const fs::path& directory) {
+  std::set<std::string> names;
+  std::error_code error;
+  for (fs::directory_iterator at(directory, error); !error && at != fs::directory_iterator(); at.increment(error)) {
+    names.insert(at->path().filename().string());
+  }
+  return error ? std::nullopt : Names(std::move(names));
+}
+
+/// A bundle of a site that is installed, in this directory, with other bytes; empty when there is none.
+std::string other_build_in(const fs::path& plugins, const Names& installed, const Repository& site, const NeededUnits& needed) {
   for (const auto& [artifact, file] : site.artifact_files) {
     std::string jar = jar_of_bundle(artifact);
-    if (jar.empty() || !needed.has(unit_of_artifact(artifact))) continue;
-    if (is_other_build(file, jar, instance / eclipse_p2::plugins_directory / jar)) return jar;
+    if (jar.empty() || (installed && !installed->contains(jar)) || !needed.has(unit_of_artifact(artifact))) continue;
+    if (is_other_build(file, jar, plugins / jar)) return jar;
   }
   return "";
 }
@@ -238,11 +250,12 @@ Rule other_build_installed() {
           .check =
               [](const Input& input, Reporter& reporter) {
                 if (!input.session || input.session->run.commands.empty() || !input.needed) return;
-                const fs::path instance = instance_directory(input.session->executable);
+                const fs::path plugins = instance_directory(input.session->executable) / eclipse_p2::plugins_directory;
+                const Names installed = names_in(plugins);
                 const NeededUnits& needed = *input.needed;
                 const Sites& sites = needed.sites();
                 for (const auto& [site, record] : sites) {
-                  const std::string jar = other_build_in(instance, *site, needed);
+                  const std::string jar = other_build_in(plugins, installed, *site, needed);
                   if (jar.empty()) continue;
                   reporter.report(record->location(0), "the Eclipse instance has another build of plugins/" + jar + " than " +
                                                            in_quotes(record->repository()) + ", and keeps it");

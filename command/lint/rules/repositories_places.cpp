@@ -4,16 +4,17 @@
 #include <optional>
 #include <set>
 
+#include "base/canonical_paths.h"
 #include "base/file.h"
 #include "base/printable.h"
 #include "dry_run/command_pieces.h"
-#include "lint/canonical_paths.h"
 #include "lint/input.h"
 #include "lint/open_to_others.h"
 #include "lint/rule.h"
 #include "lint/rules/iteration.h"
 #include "lint/rules/samples.h"
 #include "lint/texts.h"
+#include "p2/artifact_file.h"
 
 using namespace eclipse_base;
 using namespace eclipse_lint::samples;
@@ -40,11 +41,18 @@ bool is_below(const fs::path& path, const fs::path& directory) {
   return !below.empty() && *below.begin() != "..";
 }
 
+/// The path of an artifact without symbolic links; empty when there is an error.
+fs::path canonical_path_of(const eclipse_p2::ArtifactFile& file, CanonicalPaths& canonical) {
+  if (!file.facts || file.facts->is_link) return canonical.of(file.path);
+  const fs::path& directory = canonical.of(file.path.parent_path());
+  return directory.empty() ? fs::path() : directory / file.path.filename();
+}
+
 /// The first file of a repository that a link takes from outside the component's directory. Where the metadata leads out of it
 /// is another finding.
 void check_files(const Record& record, const fs::path& base, CanonicalPaths& canonical, Reporter& reporter) {
   for (const auto& [artifact, file] : record.site->artifact_files) {
-    const fs::path& path = canonical.of(file.path);
+    const fs::path path = canonical_path_of(file, canonical);
     const bool has_links = !path.empty() && path.native() != file.path.native();
     if (!has_links || is_below(path, base) || !is_below(file.path, base)) continue;
     return reporter.report(record.location(0),

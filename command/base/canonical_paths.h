@@ -1,12 +1,12 @@
 // Where paths lead to, without symbolic links.
-#ifndef ECLIPSE_INT_LINT_CANONICAL_PATHS_H
-#define ECLIPSE_INT_LINT_CANONICAL_PATHS_H
+#ifndef ECLIPSE_INT_BASE_CANONICAL_PATHS_H
+#define ECLIPSE_INT_BASE_CANONICAL_PATHS_H
 
 #include <filesystem>
 #include <string>
 #include <unordered_map>
 
-namespace eclipse_lint {
+namespace eclipse_base {
 
 /// Each part of a path is looked at once, however many paths have it.
 class CanonicalPaths {
@@ -18,6 +18,6 @@ class CanonicalPaths {
   std::unordered_map<std::string, std::filesystem::path> known_;
 };
 
-}  // namespace eclipse_lint
+}  // namespace eclipse_base
 
 #endif

@@ -1,11 +1,11 @@
-#include "lint/canonical_paths.h"
+#include "base/canonical_paths.h"
 
 #include <string_view>
 #include <system_error>
 
 namespace fs = std::filesystem;
 
-namespace eclipse_lint {
+namespace eclipse_base {
 
 namespace {
 
@@ -34,4 +34,4 @@ const fs::path& CanonicalPaths::of(const fs::path& path) {
   return canonical;
 }
 
-}  // namespace eclipse_lint
+}  // namespace eclipse_base

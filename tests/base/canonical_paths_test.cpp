@@ -1,4 +1,4 @@
-#include "lint/canonical_paths.h"
+#include "base/canonical_paths.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ TEST(CanonicalPaths, AreThoseOfTheStandardLibrary) {
   fs::create_symlink("b/file", "a/to-file");
   fs::create_symlink("nowhere", "a/dangling");
   fs::create_symlink("circle", "a/circle");
-  eclipse_lint::CanonicalPaths canonical;
+  eclipse_base::CanonicalPaths canonical;
   for (const char* const name :
        {"", ".", "a", "a/", "a/b", "a//b/file", "a/./b", "a/b/..", "a/b/../b/file", "to-a", "to-a/b/file", "to-a/to-b/file",
         "a/to-file", "a/to-b/../to-file", "a/dangling", "a/circle", "a/b/file/x", "a/b/file/", "missing/x"}) {
