@@ -201,17 +201,26 @@ class PlanMaker {
   }
 
   [[noreturn]] void throw_as_read_differently() const {
-    std::string reason = "does not contain the lines that the plug-in read from it";
-    const PlannedDescriptor* unreadable = nullptr;
+    const PlannedDescriptor* const descriptor = likely_changed();
+    if (descriptor == nullptr) {
+      throw PluginError(plugin_.library(),
+                        "gives the director features, but logs no descriptor file; use the plug-in of this version");
+    }
+    const std::string& error = descriptor->error;
+    throw eclipse_base::FileError(descriptor->path,
+                                  (error.empty() ? "does not contain the lines that the plug-in read from it" : error) +
+                                      "; repeat the command when nobody is changing the descriptor files");
+  }
+
+  /// The first that cannot be read, or any; null when the plug-in logs none.
+  const PlannedDescriptor* likely_changed() const {
+    const PlannedDescriptor* changed = nullptr;
     for (const PlannedComponent& component : plan_.components) {
       for (const PlannedDescriptor& descriptor : component.descriptors) {
-        if (unreadable == nullptr || unreadable->error.empty()) unreadable = &descriptor;
+        if (changed == nullptr || changed->error.empty()) changed = &descriptor;
       }
     }
-    if (!unreadable->error.empty()) reason = unreadable->error;
-    throw eclipse_base::FileError(unreadable->path, reason +
-                                                        "; repeat the command when nobody is changing the descriptor "
-                                                        "files");
+    return changed;
   }
 
   std::set<std::size_t> wanted_retries() {

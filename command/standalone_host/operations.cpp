@@ -145,8 +145,9 @@ void print_log(const char* format, ...) {
   char* formatted = nullptr;
   const int length = vasprintf(&formatted, format, arguments);
   va_end(arguments);
-  const std::unique_ptr<char, void (*)(void*)> owner(length < 0 ? nullptr : formatted, &std::free);
-  const std::string line(owner.get(), length < 0 ? 0 : static_cast<std::size_t>(length));
+  if (length < 0) throw std::bad_alloc();
+  const std::unique_ptr<char, void (*)(void*)> owner(formatted, &std::free);
+  const std::string line(owner.get(), static_cast<std::size_t>(length));
   report_call("print_log", line);
   active_session().on_log(line);
 }

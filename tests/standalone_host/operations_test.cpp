@@ -1,7 +1,9 @@
 // What the stand-alone host has beyond the contract of a host: the active session, and the seams.
 #include <gtest/gtest.h>
 
+#include <cwchar>
 #include <functional>
+#include <new>
 
 #include "fake_host/fake_host.h"
 #include "standalone_host/session.h"
@@ -266,6 +268,14 @@ TEST_F(Operations, WhatTheLookThrowsComesOutBeforeAnythingIsDone) {
   EXPECT_THROW(get_command_output("command", &exit_code, true, ""), int);
   EXPECT_TRUE(session.variables.empty());
   EXPECT_EQ(exit_code, 99);
+}
+
+/// A line without its text would say that the plug-in has done something else. Here the C library fails for a character that is none.
+TEST_F(Operations, LineThatCannotBeFormattedIsNotLoggedAsAnother) {
+  Texts lines;
+  session.on_log = [&](const std::string& line) { lines.push_back(line); };
+  EXPECT_THROW(print_log("%lc", std::wint_t{0x110000}), std::bad_alloc);
+  EXPECT_EQ(lines, Texts{});
 }
 
 }  // namespace
