@@ -76,6 +76,7 @@ void back_up_configuration_of(const std::string& executable) {
     print_message(
         "warning: " + std::string(error.what()) +
         "; the run keeps no copy of the configuration, so the Eclipse instance cannot be repaired if a director is killed");
+    check_space_for_director(executable);
   }
 }
 

@@ -25,7 +25,7 @@ void prepare_for_directors(const std::string& executable);
 void check_space_for_director(const std::string& executable);
 
 /// Keeps that copy of an instance that is not damaged. Warns when it cannot be kept. Throws eclipse_p2::InstanceError when
-/// there is no space for it. The caller must have its lock.
+/// there is no space for it, or for a director. The caller must have its lock.
 void back_up_configuration_of(const std::string& executable);
 
 /// What is wrong with an instance, for a subcommand that does not lock it. Warns when a director that is at work makes it seem

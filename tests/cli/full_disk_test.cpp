@@ -85,6 +85,43 @@ TEST_F(FullDisk, NoDirectorIsAsked) {
   EXPECT_FALSE(std::filesystem::exists("after/calls"));
 }
 
+/// Also where nobody may mount anything: no file system has so much space.
+class DiskTooSmallForAHugeFile : public FullDisk {
+ protected:
+  void SetUp() override {
+    fake::write_file(file, "");
+    std::error_code error;
+    std::filesystem::resize_file(file, std::uintmax_t{15} << 40U, error);
+    if (error) GTEST_SKIP() << "no file can be so large here";
+  }
+
+  const std::string file = "eclipse/configuration/org.eclipse.update/platform.xml";
+  const std::string no_space = "eclipse-int: DIRECTORY/eclipse: has too little space for a director" + fix;
+};
+
+TEST_F(DiskTooSmallForAHugeFile, GetsNoDirectorInADamagedInstance) {
+  fake::write_file("eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/2.profile",
+                   "<profile><units><unit id='ide' version='1.0.0'/></units></profile>");
+  fake::write_file("eclipse/artifacts.xml", "<repository><arti");
+  const std::string damage =
+      "eclipse-int: DIRECTORY/eclipse/artifacts.xml is not well-formed XML, so the next director starts a new list of "
+      "artifacts; there is no backup copy of it; restore it from a backup of the Eclipse instance, or reinstall Eclipse\n";
+  for (const std::string arguments : {"verify session.json --director", "run session.json"}) {
+    EXPECT_EQ(eclipse_int(arguments), (Outcome{2, "", damage + no_space})) << arguments;
+  }
+  EXPECT_FALSE(std::filesystem::exists("eclipse/calls"));
+}
+
+TEST_F(DiskTooSmallForAHugeFile, GetsNoDirectorWithoutACopyOfTheConfiguration) {
+  EXPECT_EQ(eclipse_int("run session.json"),
+            (Outcome{2, "",
+                     "eclipse-int: warning: DIRECTORY/" + file +
+                         ": is larger than 256 MiB; restore it from a backup, or make it readable for this user; the run keeps "
+                         "no copy of the configuration, so the Eclipse instance cannot be repaired if a director is killed\n" +
+                         no_space}));
+  EXPECT_FALSE(std::filesystem::exists("eclipse/calls"));
+}
+
 /// Its states are new files, which may be in a file system of their own.
 TEST_F(FullDisk, OfTheProfileCountsToo) {
   const std::string profile = "/org.eclipse.equinox.p2.engine/profileRegistry/P.profile";
