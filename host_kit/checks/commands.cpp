@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "host_kit/checks/groups.h"
 
@@ -363,8 +364,10 @@ std::size_t zombies() {
   std::size_t count = 0;
   for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
     if (entry.path().filename().string().find_first_not_of("0123456789") != std::string::npos) continue;
-    // "NUMBER (NAME) STATE PARENT ...", and a name may have anything in it.
-    const std::string status = content_of(entry.path().string() + "/stat");
+    // "NUMBER (NAME) STATE PARENT ...", and a name may have anything in it. Of a process that has just ended, nothing can be read.
+    std::string status;
+    std::ifstream file(entry.path() / "stat");
+    std::getline(file, status, '\0');
     const std::size_t end_of_name = status.rfind(')');
     if (end_of_name != std::string::npos && status.compare(end_of_name + 1, ended_child.size(), ended_child) == 0) ++count;
   }
