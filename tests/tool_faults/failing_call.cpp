@@ -8,8 +8,13 @@
 // The exit status is the program's. REPORT gets a line for each call that can fail, "call NAME HOW...", or for the one that
 // did, "failed NAME FILE"; then "open FILE" for each descriptor that the program got and still had at its end, and "child NAME"
 // for each process that outlived it. These are killed. The program gets the value of PRELOADED as its LD_PRELOAD. For x86-64.
+//
+// A filter stops the program at the calls of this name only: a stop at each call would take most of the time. Since the filter
+// is inherited and needs a tracer, other programs that it starts are traced, too.
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
@@ -148,8 +153,8 @@ class Run {
     begin(program);
     int status = 0;
     for (pid_t process = 0; (process = waitpid(-1, &status, __WALL)) > 0;) {
+      follow_further(process, status);
       if (process == program_ && !WIFSTOPPED(status)) return status;
-      if (WIFSTOPPED(status)) go_on(process, status);
     }
     fail("waitpid");
   }
@@ -159,7 +164,7 @@ class Run {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
     std::set<pid_t> left = children();
     while (!left.empty() && std::chrono::steady_clock::now() < deadline) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
       left = children();
     }
     for (const pid_t child : left) {
@@ -170,55 +175,81 @@ class Run {
 
  private:
   struct Process {
-    bool has_failed_call = false;  ///< which gets `result` at its end
+    bool is_announced = false;      ///< by its parent
+    bool is_stopped = false;        ///< for the first time
+    bool is_other_program = false;  ///< whose calls do not fail
+    bool has_failed_close = false;  ///< which is made, and gets `result` at its end
     std::int64_t result = 0;
   };
 
-  /// The first stop of the program is after its execve().
   void begin(pid_t program) {
     int status = 0;
     if (waitpid(program, &status, 0) != program || !WIFSTOPPED(status)) fail("the program was not started");
     constexpr unsigned options = PTRACE_O_EXITKILL | PTRACE_O_TRACESYSGOOD | PTRACE_O_TRACEFORK | PTRACE_O_TRACEVFORK |
-                                 PTRACE_O_TRACECLONE | PTRACE_O_TRACEEXEC | PTRACE_O_TRACEEXIT;
+                                 PTRACE_O_TRACECLONE | PTRACE_O_TRACEEXEC | PTRACE_O_TRACEEXIT | PTRACE_O_TRACESECCOMP;
     trace(PTRACE_SETOPTIONS, program, nullptr, options);
-    descriptors_ = descriptors_of(program);
-    processes_[program];
-    trace(PTRACE_SYSCALL, program, nullptr, nullptr);
+    processes_[program] = {.is_announced = true, .is_stopped = true, .is_other_program = true};
+    trace(PTRACE_CONT, program, nullptr, nullptr);
   }
 
-  void go_on(pid_t process, int status) {
-    const int signal = WSTOPSIG(status);
-    const int event = status >> 16;
-    if (event == PTRACE_EVENT_EXEC) {
-      processes_.erase(process);
-      trace(PTRACE_DETACH, process, nullptr, nullptr);
+  void follow_further(pid_t pid, int status) {
+    if (WIFSTOPPED(status)) {
+      go_on(pid, status);
+    } else {
+      processes_.erase(pid);
+    }
+  }
+
+  void go_on(pid_t pid, int status) {
+    Process& process = processes_[pid];
+    if (!process.is_stopped) {
+      process.is_stopped = true;
+      start_when_announced(pid, process);
       return;
     }
-    const bool is_new = processes_.find(process) == processes_.end();
-    if (signal == (SIGTRAP | 0x80)) step(process);
-    if (event == PTRACE_EVENT_EXIT && process == program_) note_descriptors();
-    const bool is_own = is_new || event != 0 || signal == (SIGTRAP | 0x80);
-    processes_[process];
-    // One may have stopped, or died, just now.
-    trace(PTRACE_SYSCALL, process, nullptr, is_own ? 0 : signal);
+    const int signal = WSTOPSIG(status);
+    const int event = status >> 16;
+    if (event == PTRACE_EVENT_FORK || event == PTRACE_EVENT_VFORK || event == PTRACE_EVENT_CLONE) announce_child(pid, process);
+    if (event == PTRACE_EVENT_EXEC) note_program(pid, process);
+    if (event == PTRACE_EVENT_EXIT && pid == program_) note_descriptors();
+    if (event == PTRACE_EVENT_SECCOMP && !process.is_other_program) enter(pid, process);
+    const bool is_end_of_call = signal == (SIGTRAP | 0x80);
+    if (is_end_of_call) end_close(pid, process);
+    // A process may have died just now.
+    trace(process.has_failed_close ? PTRACE_SYSCALL : PTRACE_CONT, pid, nullptr, event != 0 || is_end_of_call ? 0 : signal);
   }
 
-  void step(pid_t pid) {
-    Process& process = processes_[pid];
-    __ptrace_syscall_info info{};
+  void note_program(pid_t pid, Process& process) {
+    const bool is_start = pid == program_ && !std::exchange(is_started_, true);
+    process.is_other_program = !is_start;
+    if (is_start) descriptors_ = descriptors_of(pid);
+  }
+
+  /// It is known what a child runs when its parent has been seen to make it, which may be after the first stop of the child.
+  void announce_child(pid_t parent, const Process& process) {
+    unsigned long child = 0;
+    if (trace(PTRACE_GETEVENTMSG, parent, nullptr, &child) != 0) return;
+    Process& born = processes_[static_cast<pid_t>(child)];
+    born.is_announced = true;
+    born.is_other_program = process.is_other_program;
+    start_when_announced(static_cast<pid_t>(child), born);
+  }
+
+  static void start_when_announced(pid_t pid, const Process& process) {
+    if (process.is_announced && process.is_stopped) trace(PTRACE_CONT, pid, nullptr, nullptr);
+  }
+
+  static void end_close(pid_t pid, Process& process) {
+    if (!std::exchange(process.has_failed_close, false)) return;
     user_regs_struct registers{};
-    if (trace(PTRACE_GET_SYSCALL_INFO, pid, sizeof(info), &info) <= 0) return;
     if (trace(PTRACE_GETREGS, pid, nullptr, &registers) != 0) return;
-    if (info.op == PTRACE_SYSCALL_INFO_ENTRY) {
-      enter(pid, process, registers);
-    } else if (process.has_failed_call) {
-      process.has_failed_call = false;
-      registers.rax = static_cast<std::uint64_t>(process.result);
-      trace(PTRACE_SETREGS, pid, nullptr, &registers);
-    }
+    registers.rax = static_cast<std::uint64_t>(process.result);
+    trace(PTRACE_SETREGS, pid, nullptr, &registers);
   }
 
-  void enter(pid_t pid, Process& process, user_regs_struct& registers) {
+  void enter(pid_t pid, Process& process) {
+    user_regs_struct registers{};
+    if (trace(PTRACE_GETREGS, pid, nullptr, &registers) != 0) return;
     const auto call = std::find_if(std::begin(fallible_calls), std::end(fallible_calls),
                                    [&](const FallibleCall& each) { return each.number == registers.orig_rax; });
     if (call == std::end(fallible_calls)) return;
@@ -228,25 +259,39 @@ class Run {
     }
     if (call->name != call_ || ++calls_ != nth_) return;
     report_ << "failed " << call->name << " " << file_of(pid, registers) << std::endl;
+    fail_call(pid, process, *call, registers);
+  }
+
+  void fail_call(pid_t pid, Process& process, const FallibleCall& call, user_regs_struct registers) const {
     if (how_ == How::shortened) {
       if (registers.rdx > 1) registers.rdx = 1;
     } else {
-      process.has_failed_call = true;
-      process.result = how_ == How::interrupted ? -EINTR : call->number == SYS_brk ? 0 : -call->error;
-      if (call->number != SYS_close) registers.orig_rax = ~std::uint64_t{0};
+      process.result = how_ == How::interrupted ? -EINTR : call.number == SYS_brk ? 0 : -call.error;
+      process.has_failed_close = call.number == SYS_close;
+      if (!process.has_failed_close) {
+        registers.orig_rax = ~std::uint64_t{0};
+        registers.rax = static_cast<std::uint64_t>(process.result);
+      }
     }
     trace(PTRACE_SETREGS, pid, nullptr, &registers);
   }
 
-  /// The file that a call is about, by its path in one of the first two arguments or by its descriptor; empty when it has none.
+  /// The file that a call is about, by its path or by its descriptor; empty when it has none.
   static std::string file_of(pid_t pid, const user_regs_struct& registers) {
-    for (const std::uint64_t address : {registers.rdi, registers.rsi}) {
+    for (const std::uint64_t address : {registers.rdi, is_relative_to_directory(registers.orig_rax) ? registers.rsi : 0}) {
       const std::string text = text_at(pid, address);
       if (text.find('/') != text.npos && is_plain(text)) return text;
     }
     std::error_code error;
     const auto descriptor = std::to_string(static_cast<int>(registers.rdi));
     return fs::read_symlink("/proc/" + std::to_string(pid) + "/fd/" + descriptor, error).string();
+  }
+
+  /// Whether the second argument is a path.
+  static bool is_relative_to_directory(std::uint64_t call) {
+    constexpr std::uint64_t calls[] = {SYS_openat,     SYS_newfstatat, SYS_statx,   SYS_faccessat,
+                                       SYS_faccessat2, SYS_fchmodat,   SYS_mkdirat, SYS_unlinkat};
+    return std::find(std::begin(calls), std::end(calls), call) != std::end(calls);
   }
 
   static bool is_plain(const std::string& text) {
@@ -268,8 +313,10 @@ class Run {
   }
 
   /// Those that run. The orphans of the program are children of this process.
-  static std::set<pid_t> children() {
-    while (waitpid(-1, nullptr, WNOHANG | __WALL) > 0) {
+  std::set<pid_t> children() {
+    int status = 0;
+    for (pid_t process = 0; (process = waitpid(-1, &status, WNOHANG | __WALL)) > 0;) {
+      follow_further(process, status);
     }
     std::istringstream list(first_line_of("/proc/thread-self/children"));
     return {std::istream_iterator<pid_t>(list), {}};
@@ -281,6 +328,7 @@ class Run {
   How how_;
   std::uint64_t calls_ = 0;
   pid_t program_ = 0;
+  bool is_started_ = false;
   std::map<pid_t, Process> processes_;
   std::set<std::string> descriptors_;  ///< that the program was started with
 };
@@ -292,11 +340,28 @@ How how_of(const std::string& name) {
   throw std::runtime_error("unknown: " + name);
 }
 
-pid_t start(char** command) {
+/// Lets this process stop at the calls with this name, or at all that can fail if it is of none.
+void stop_at(const std::string& name) {
+  const bool at_all = std::none_of(std::begin(fallible_calls), std::end(fallible_calls),
+                                   [&](const FallibleCall& each) { return each.name == name; });
+  std::vector<sock_filter> filter{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
+  for (const FallibleCall& each : fallible_calls) {
+    if (!at_all && each.name != name) continue;
+    filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(each.number), 0, 1));
+    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRACE));
+  }
+  filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+  const sock_fprog program{static_cast<unsigned short>(filter.size()), filter.data()};
+  if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) fail("seccomp");
+}
+
+pid_t start(const std::string& call, char** command) {
   const pid_t program = fork();
   if (program != 0) return program;
   if (const char* const library = std::getenv("PRELOADED")) setenv("LD_PRELOAD", library, 1);
   ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+  raise(SIGSTOP);  // until the tracer has its options
+  stop_at(call);
   execv(command[0], command);
   _exit(127);
 }
@@ -309,7 +374,7 @@ int main(int argc, char** argv) try {
   if (!report) throw std::runtime_error(std::string(argv[1]) + " cannot be written");
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   Run run(report, argv[2], std::strtoull(argv[3], nullptr, 10), how_of(argv[4]));
-  const int status = run.follow(start(argv + 5));
+  const int status = run.follow(start(argv[2], argv + 5));
   run.end_children();
   if (WIFSIGNALED(status)) report << "signal " << WTERMSIG(status) << "\n";
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);

@@ -6,7 +6,7 @@ tool_faults_test.py [--whole] [--only CALL:N:HOW] ECLIPSE_INT FAILING_CALL FAILI
 After each fault: the command neither crashes nor hangs; it succeeds only if it has the same effects as without the fault, and
 says what it could not do if it says anything else; each file has its old content or its new one; no other file, no child, no
 descriptor and no lock is left. Without --whole, or TOOL_FAULTS_WHOLE in the environment, the faults are a
-sample. FAILING_ALLOCATION may be "none".
+sample; of the calls, ECLIPSE_INT_TEST_SEED in the environment chooses it. FAILING_ALLOCATION may be "none".
 """
 import argparse
 import collections
@@ -16,6 +16,7 @@ import itertools
 import json
 import os
 import pathlib
+import random
 import re
 import shlex
 import shutil
@@ -29,7 +30,7 @@ import protocol_test
 import sessions
 
 PATIENCE = 20  # seconds
-EVERY = 4  # of the N-th calls of one kind only each so many-th fails, unless all do
+EVERY = 10  # of the N-th calls of one kind only each so many-th fails, unless all do
 ALLOCATIONS = 20  # that fail of a session, unless all do
 
 
@@ -70,7 +71,7 @@ CASES = {
     "undo": Case(sessions.after_a_run, "undo session.json --variables variables.json --write-variables variables.json",
                  "open read write rename fsync fork pipe poll wait flock stat close"),
     "language_server": Case(sessions.with_sites, "language-server",
-                            "open read write fork pipe poll wait stat readdir close", every=16),
+                            "open read write fork pipe poll wait stat readdir close", every=40),
 }
 
 
@@ -348,31 +349,43 @@ class Tally:
 
 
 def inject_calls(trial, good, tally, options, started):
-    numbers, candidates = collections.Counter(), collections.Counter()
+    numbers = collections.Counter()
+    candidates = collections.defaultdict(list)
     for i, line in enumerate(good.lines("call")):
         call, *hows = line.split()
         numbers[call] += 1
         is_loading = i < started
         if is_loading:
             hows = hows[:1] if trial.case is CASES["help"] else []
-        candidates[call] += 1 if hows else 0
-        if not options.whole and not options.only and candidates[call] % trial.case.every != 1 % trial.case.every:
+        if hows:
+            candidates[call].append((numbers[call], hows, is_loading))
+    every = 1 if options.whole or options.only else trial.case.every
+    for call, those in candidates.items():
+        for nth, hows, is_loading in chosen(those, every):
+            inject_call(trial, good, tally, options, call, nth, hows, is_loading)
+
+
+def chosen(candidates, every):
+    """The first, which is reached for sure, and each so many-th of the others."""
+    return [candidates[0], *candidates[random.randint(1, every)::every]]
+
+
+def inject_call(trial, good, tally, options, call, nth, hows, is_loading):
+    for how in hows:
+        what = f"{call}:{nth}:{how}"
+        if options.only not in (None, what):
             continue
-        for how in hows:
-            what = f"{call}:{numbers[call]}:{how}"
-            if options.only not in (None, what):
-                continue
-            fault = trial.run(call, numbers[call], how)
-            if options.only:
-                print(fault.output, fault.error, *fault.report, sep="\n")
-            tally.counts[f"{how} {call}" if fault.lines("failed") else "not reached"] += 1
-            what += " " + " ".join(fault.lines("failed"))
-            tally.add(what, trial.errors_of(fault, good, how != "error", is_loading), fault)
+        fault = trial.run(call, nth, how)
+        if options.only:
+            print(fault.output, fault.error, *fault.report, sep="\n")
+        tally.counts[f"{how} {call}" if fault.lines("failed") else "not reached"] += 1
+        what += " " + " ".join(fault.lines("failed"))
+        tally.add(what, trial.errors_of(fault, good, how != "error", is_loading), fault)
 
 
 def inject_allocations(trial, good, tally, options):
     count = trial.allocations()
-    step = 1 if options.whole else max(1, count // ALLOCATIONS)
+    step = 1 if options.whole or options.only else max(1, count // ALLOCATIONS)
     for nth in range(1, count + 1, step):
         for extent in ("once", "on"):
             what = f"allocation:{nth}:{extent}"
@@ -434,6 +447,7 @@ def main():
     parser.add_argument("session", choices=CASES)
     options = parser.parse_args()
     enter_namespaces()
+    random.seed(os.environ.get("ECLIPSE_INT_TEST_SEED", "") + options.session)
     with tempfile.TemporaryDirectory() as directory:
         errors = test(options, options.session, options, pathlib.Path(directory))
     print(*errors, sep="\n")
