@@ -1,5 +1,6 @@
 #include "fake_host/temporary_directory.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
@@ -9,10 +10,19 @@
 namespace fs = std::filesystem;
 
 namespace fake {
+namespace {
 
-TemporaryDirectory::TemporaryDirectory()
-    : working_directory_before_(fs::current_path()),
-      path_((fs::canonical(fs::temp_directory_path()) / "eclipse_int.XXXXXX").string()) {
+/// As long as wherever temporary files are: findings have columns in lines that hold the path.
+std::string path_to_fill_in() {
+  constexpr std::size_t length = 72;
+  const std::string start = (fs::canonical(fs::temp_directory_path()) / "eclipse_int.").string();
+  const std::string end = "XXXXXX";
+  return start + std::string(length - std::min(length, start.size() + end.size()), '_') + end;
+}
+
+}  // namespace
+
+TemporaryDirectory::TemporaryDirectory() : working_directory_before_(fs::current_path()), path_(path_to_fill_in()) {
   if (mkdtemp(path_.data()) == nullptr) throw std::system_error(errno, std::generic_category(), path_);
   fs::current_path(path_);
 }

@@ -135,7 +135,7 @@ class Switches(unittest.TestCase):
 @unittest.skipUnless(namespaces_work(), "this user can make no namespaces here")
 class Sandbox(unittest.TestCase):
     def setUp(self):
-        self.directory = tempfile.TemporaryDirectory()
+        self.directory = tempfile.TemporaryDirectory(dir="/tmp")  # not below /dev/shm, which is another one in the sandbox
         self.addCleanup(self.directory.cleanup)
         self.checkout, self.temporary = (pathlib.Path(self.directory.name) / name for name in ("checkout", "temporary"))
         self.checkout.mkdir()
