@@ -5,11 +5,13 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -18,6 +20,41 @@
 
 #include "base/file.h"
 #include "fake_host/temporary_directory.h"
+
+namespace {
+
+/// What the functions below answer in the place of the system.
+struct FaultySystem {
+  int fchmod_error = 0;
+  int fsync_error = 0;
+  std::uint64_t attributes = 0;  ///< of every file, in addition
+};
+
+FaultySystem faulty;
+
+int failed_with(int error) {
+  errno = error;
+  return -1;
+}
+
+}  // namespace
+
+extern "C" int fchmod(int descriptor, mode_t mode) noexcept {
+  if (faulty.fchmod_error != 0) return failed_with(faulty.fchmod_error);
+  return static_cast<int>(syscall(SYS_fchmod, descriptor, mode));
+}
+
+extern "C" int fsync(int descriptor) {
+  if (faulty.fsync_error != 0) return failed_with(faulty.fsync_error);
+  return static_cast<int>(syscall(SYS_fsync, descriptor));
+}
+
+extern "C" int statx(int directory, const char* path, int flags, unsigned int mask, struct statx* status) noexcept {
+  const long result = syscall(SYS_statx, directory, path, flags, mask, status);
+  status->stx_attributes |= faulty.attributes;
+  status->stx_attributes_mask |= faulty.attributes;
+  return static_cast<int>(result);
+}
 
 namespace {
 
@@ -47,6 +84,8 @@ struct stat status_of(const char* file) {
 
 class FileReplacementTest : public testing::Test {
  protected:
+  ~FileReplacementTest() override { faulty = {}; }
+
   static std::string temporary(const std::string& name) { return "." + name + "." + std::to_string(getpid()) + ".new"; }
 
   std::vector<std::string> names(const std::string& of = ".") const {
@@ -167,6 +206,29 @@ TEST_F(FileReplacementTest, WritesOnAfterAShortWriteAndSaysWhatEndsIt) {
   EXPECT_EQ(written, "more than ");
 }
 
+/// After a power cut, a file whose bytes never reached the disk would be in the place of the old one.
+TEST_F(FileReplacementTest, DoesNotReplaceTheTargetBeforeAllIsOnTheDisk) {
+  fake::write_file("f", "old");
+  faulty.fsync_error = EIO;
+  EXPECT_EQ(error_of([] { replace_file("f", "new"); }), "f: cannot be written: Input/output error" + fix);
+  EXPECT_EQ(content("f"), "old");
+  EXPECT_EQ(names(), Names{"f"});
+  faulty.fsync_error = EDQUOT;
+  EXPECT_EQ(error_of([] { replace_file("f", "new"); }),
+            "no space: f: cannot be written: Disk quota exceeded; free some space in its file system");
+  EXPECT_EQ(content("f"), "old");
+}
+
+/// Others could read what only the owner may read.
+TEST_F(FileReplacementTest, WritesNothingWithoutThePermissionsOfTheTarget) {
+  fake::write_file("f", "old");
+  faulty.fchmod_error = EPERM;
+  FileReplacement replacement("f");
+  EXPECT_EQ(error_of([&] { replacement.write("new"); }), "f: cannot be written: Operation not permitted" + fix);
+  EXPECT_EQ(content(temporary("f")), "");
+  EXPECT_EQ(content("f"), "old");
+}
+
 TEST_F(FileReplacementTest, KeepsThePermissionsOfTheTarget) {
   const mode_t mask = umask(0);
   replace_file("new", "");
@@ -224,6 +286,18 @@ TEST_F(FileReplacementTest, ChecksWhetherTheTargetMayBeWritten) {
   ASSERT_EQ(chmod(".", 0777), 0);
   const OtherUser other;
   EXPECT_EQ(error_of([] { FileReplacement("f").check_target(); }), "f: cannot be written: Permission denied" + fix);
+}
+
+TEST_F(FileReplacementTest, ChecksWhetherTheTargetMayBeReplaced) {
+  fake::write_file("f", "old");
+  const auto error_with = [](std::uint64_t attribute) {
+    faulty.attributes = attribute;
+    return error_of([] { FileReplacement("f").check_target(); });
+  };
+  EXPECT_EQ(error_with(STATX_ATTR_IMMUTABLE), "f: cannot be written: it is immutable or append-only" + fix);
+  EXPECT_EQ(error_with(STATX_ATTR_APPEND), "f: cannot be written: it is immutable or append-only" + fix);
+  EXPECT_EQ(error_with(STATX_ATTR_MOUNT_ROOT), "f: cannot be written: it is a mount point" + fix);
+  EXPECT_EQ(error_with(STATX_ATTR_NODUMP | STATX_ATTR_COMPRESSED), "");
 }
 
 TEST(NoSpace, IsTheReasonForTwoErrors) {

@@ -165,6 +165,21 @@ TEST_F(ReadFile, IsNotInheritedByPrograms) {
   close(descriptor);
 }
 
+TEST_F(ReadFile, SaysWhatTheFileSystemKnowsOfIt) {
+  fake::write_file("f", "abc");
+  std::filesystem::permissions("f", std::filesystem::perms(0640));
+  std::filesystem::create_symlink("f", "link");
+  for (const bool is_link : {false, true}) {
+    FileFacts facts;
+    const int descriptor = open_regular_file(is_link ? "link" : "f", facts);
+    ASSERT_GE(descriptor, 0);
+    close(descriptor);
+    EXPECT_EQ(facts.size, 3U);
+    EXPECT_EQ(facts.permissions, std::filesystem::perms(0640));
+    EXPECT_EQ(facts.is_link, is_link);
+  }
+}
+
 std::string error_of(const std::string& file) {
   try {
     content_of(file, largest::mebibyte, "give another file");

@@ -107,7 +107,9 @@ TEST_F(AllOrNothing, LooksForWhatIsMissingInTheRepositoriesOfEarlierRuns) {
   script(2, leave("with-one", "2"));
   script(3, "exit 13");
   script(4, go_back);
-  const std::string way_back = run(1).at("allOrNothing").at("command");
+  const Json result = run(1).at("allOrNothing");
+  EXPECT_EQ(result.at("failure"), nullptr);
+  const std::string way_back = result.at("command");
   EXPECT_NE(way_back.find(",file://DIRECTORY/tools/site,file:///first,file:///second' -revert '1' 2>&1"), std::string::npos)
       << way_back;
 }
@@ -303,6 +305,33 @@ TEST_F(AllOrNothing, SaysWhenTheDirectorDoesNotGoBack) {
   EXPECT_TRUE(Json::parse(content_of("v.json")).contains("CASHED_ECLIPSE_PATH")) << "the instance is that of the run";
 }
 
+/// The name of its directory steers a terminal, and is not UTF-8.
+TEST_F(AllOrNothing, NamesAnOddInstanceInPrintableCharacters) {
+  const std::string odd = "e\x1B\xFF";
+  fs::rename("eclipse", odd);
+  fs::create_directory_symlink(odd, "eclipse");
+  fake::write_file("eclipse/artifacts.xml", "<repository/>");
+  const std::string arguments =
+      "run session.json --all-or-nothing --set 'USER_DEFINED_ECLIPSE_PATH=" + directory.path() + "/" + odd + "/eclipse'";
+  script(1, leave("with-both", "2") + "; : > eclipse/artifacts.xml");
+  const Outcome damaged = eclipse_int(arguments);
+  EXPECT_TRUE(
+      damaged.output.ends_with("\n  Renamed a damaged state of the profile to DIRECTORY/e\\x1B\\xFF/p2/"
+                               "org.eclipse.equinox.p2.engine/profileRegistry/P.profile/2.profile.damaged\n"
+                               "  Restored: DIRECTORY/e\\x1B\\xFF/artifacts.xml\n"))
+      << damaged.output;
+  for (int start = 2; start <= 5; ++start) script(start, "exit 13");
+  script(3, leave("with-one", "3"));
+  script(5, "echo 'the reason'; exit 13");
+  const Outcome failed = eclipse_int(arguments);
+  EXPECT_NE(failed.output.find("\n  Command: 'DIRECTORY/e\\x1B\\xFF/eclipse' -nosplash "), std::string::npos) << failed.output;
+  EXPECT_TRUE(
+      failed.output.ends_with(" -revert '1' 2>&1\n"
+                              "  Why: the launcher failed: the application exited early and logged no reason\n"
+                              "    the reason\n"))
+      << failed.output;
+}
+
 TEST_F(AllOrNothing, NeedsAWayBackBeforeItBegins) {
   const Outcome nowhere = eclipse_int("run session.json --all-or-nothing --json", "env TMPDIR=/nonexistent");
   EXPECT_EQ(nowhere.status, 1);
@@ -328,9 +357,10 @@ TEST_F(AllOrNothing, SaysWhyTheProfileIsNotKnown) {
             "DIRECTORY/eclipse/configuration/config.ini has eclipse.p2.data.area=@user.home/.p2");
 }
 
-/// Here, a script starts Eclipse with another configuration.
+/// Here, a script starts Eclipse with another configuration. What is damaged is not of this run.
 TEST_F(AllOrNothing, DoesNotTakeAnotherProfileForThatOfTheDirector) {
-  script(1, "exit 13");
+  fake::write_file("eclipse/artifacts.xml", "<repository/>");
+  script(1, ": > eclipse/artifacts.xml; exit 13");
   script(2, "true");
   script(3, "exit 13");
   const Json result = run(1).at("allOrNothing");
@@ -340,6 +370,8 @@ TEST_F(AllOrNothing, DoesNotTakeAnotherProfileForThatOfTheDirector) {
       "the director reports success, but has written no new state of the p2 profile since 1: it worked on another profile, or "
       "the executable belongs to another Eclipse or drops its arguments");
   EXPECT_EQ(result.at("command"), nullptr);
+  EXPECT_EQ(result.at("restored"), Json::array());
+  EXPECT_EQ(content_of("eclipse/artifacts.xml"), "");
 }
 
 }  // namespace

@@ -88,6 +88,17 @@ TEST_F(ComponentDirectory, IsTheOnlyInputThatTakesItsOptions) {
   EXPECT_EQ(director_calls(), "");
 }
 
+TEST_F(ComponentDirectory, GetsADescriptorOfWhatItsRepositoriesOffer) {
+  const std::string features =
+      "<repository><units><unit id='a.feature.group' version='1.0.0'/><unit id='b.feature.group' version='1.0.0'/></units>"
+      "</repository>";
+  for (const std::string site : {"site", "site2"}) write_file("tools/" + site + "/content.xml", features);
+  write_file("tools/libraries/content.xml", "<repository><units><unit id='c' version='1.0.0'/></units></repository>");
+  EXPECT_EQ(eclipse_int("new tools"),
+            (Outcome{0, "Repository\tFeature\nlibraries\t\t\nsite\ta.feature.group\nsite\tb.feature.group\n",
+                     "eclipse-int: note: tools: site2 was left out: another repository has its features, too\n"}));
+}
+
 }  // namespace
 
 }  // namespace cli_test

@@ -1,4 +1,6 @@
 // That two directors never work on one instance at the same time.
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -39,6 +41,7 @@ class InstanceInUse : public ChildCommand {
   }
 };
 
+const std::string lock_file = "eclipse/configuration/.eclipse-int.lock";
 const std::string fix = "; wait until it has ended, or use --wait SECONDS\n";
 
 TEST_F(InstanceInUse, IsRefusedByEverySubcommandThatStartsADirector) {
@@ -53,6 +56,32 @@ TEST_F(InstanceInUse, IsRefusedByEverySubcommandThatStartsADirector) {
     forget_first();
     EXPECT_EQ(content_of("log"), "kept\n") << "nothing was begun";
   }
+}
+
+/// The test itself has the lock, so nobody waits for a director.
+TEST_F(InstanceInUse, IsRefusedAtOnceUnlessAPersonWantsToWait) {
+  fake::write_file(lock_file, "1\nsomebody\n");
+  const int held = open(lock_file.c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(flock(held, LOCK_EX | LOCK_NB), 0);
+  const std::string who = "another director is at work on DIRECTORY/eclipse (started by process 1, somebody)";
+  EXPECT_EQ(eclipse_int("run session.json"), (Outcome{2, "", "eclipse-int: " + who + fix}));
+  EXPECT_EQ(eclipse_int("run session.json --wait 0.01"),
+            (Outcome{2, "", "eclipse-int: waiting: " + who + "\neclipse-int: " + who + fix}));
+  write_offer();
+  EXPECT_EQ(eclipse_int("plan session.json --resolve"), (Outcome{2, "", "eclipse-int: " + who + "; wait until it has ended\n"}))
+      << "which has no --wait";
+  EXPECT_EQ(director_calls(), "");
+  fake::write_file("eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile", "<profile");
+  EXPECT_EQ(eclipse_int("history eclipse").error,
+            "eclipse-int: warning: " + who + ", so what is read of it may be half-written; repeat this when it has ended\n");
+  close(held);
+}
+
+TEST_F(InstanceInUse, LastsAsLongAsTheDirector) {
+  script(1, "cp " + lock_file + " during");
+  eclipse_int("run session.json", "sh -c 'echo $$ > number; exec \"$@\"' -");
+  EXPECT_EQ(content_of("during"), content_of("number") + "eclipse-int run session.json\n");
+  EXPECT_EQ(content_of(lock_file), "");
 }
 
 TEST_F(InstanceInUse, DoesNotDisturbSubcommandsThatStartNoDirector) {

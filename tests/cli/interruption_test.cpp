@@ -55,7 +55,7 @@ class Interruption : public ChildCommand {
 
   /// Prints something, and some time later sends the signal and goes on.
   static std::string director_that_sends(const std::string& signal) {
-    return "echo begun; sleep 0.3; kill -s " + signal + " $(cat number); sleep 0.5; echo late";
+    return "echo begun; sleep 0.1; kill -s " + signal + " $(cat number); sleep 0.2; echo late";
   }
 
   /// Prints something, and some time later sends the signal, once more, and hangs.

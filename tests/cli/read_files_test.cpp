@@ -35,10 +35,11 @@ const std::vector<Kind> kinds = {
        fake::write_file(file, "x");
        fs::permissions(file, fs::perms::none);
      }},
+    // No file system has space for it twice.
     {"too large", "is larger than ",
      [](const fs::path& file) {
        fake::write_file(file, "x");
-       fs::resize_file(file, std::uintmax_t{5} << 30U);
+       fs::resize_file(file, std::uintmax_t{15} << 40U);
      }},
     // Nobody can read its beginning.
     {"read error", "Input/output error", [](const fs::path& file) { fs::create_symlink("/proc/self/mem", file); }}};
@@ -71,9 +72,9 @@ const std::map<std::string, Expected> may_be_missing = {{"missing", as_missing}}
 /// Of the files of a repository, a directory is none of them, and what is too large here is not for the director.
 const std::map<std::string, Expected> of_repository = {
     {"missing", as_missing}, {"directory", as_missing}, {"unreadable", error(1, "cannot be read")}, {"too large", error(0)}};
-/// A file that may be missing in an instance is there when it is a regular one.
+/// A file that may be missing in an instance is there when it is a regular one. A director could not write it anew.
 const std::map<std::string, Expected> regular_or_missing = {
-    {"missing", as_missing}, {"directory", as_missing}, {"FIFO", as_missing}, {"endless", as_missing}};
+    {"missing", as_missing}, {"directory", as_missing}, {"FIFO", as_missing}, {"endless", as_missing}, {"too large", error(2)}};
 
 const std::vector<ReadFile> read_files = {
     {"other.json", "run other.json", error(2), may_be_a_directory},
@@ -114,7 +115,7 @@ const std::vector<ReadFile> read_files = {
     {"eclipse/configuration/config.ini", "run session.json", error(0), regular_or_missing},
     {"eclipse/configuration/config.ini", "history eclipse", as_missing},
     {"eclipse/studio.ini", "history eclipse", as_missing},
-    {registry + "2.profile.gz", "verify session.json", error(1), may_be_missing},
+    {registry + "2.profile.gz", "plan session.json", error(0), may_be_missing},
     {registry + "2.profile", "repair eclipse", error(1), may_be_missing},
     {bundles, "verify session.json", as_missing},
     {bundles, "run session.json", error(0), regular_or_missing},

@@ -108,6 +108,17 @@ TEST_F(Repair, IsNotPossibleWithoutAPlaceForTheCopy) {
             "instance cannot be repaired if a director is killed\n");
 }
 
+/// The working directory may be that of another Eclipse.
+TEST_F(Repair, NeedsNoCopyOfWhatNoDirectorWorksOn) {
+  write_state("1", sound);
+  write_configuration("eclipse.p2.profile=P\n");
+  for (const char* const part : {"p2", "configuration"}) {
+    fs::copy(fs::path("eclipse") / part, part, fs::copy_options::recursive);
+  }
+  EXPECT_EQ(eclipse_int("call define_eclipse_path session.json").status, 0);
+  EXPECT_FALSE(fs::exists("configuration/.eclipse-int.kept"));
+}
+
 TEST_F(Repair, RestoresTheConfigurationThatADirectorHasCut) {
   write_state("1", sound);
   write_configuration("eclipse.p2.profile=P\n");

@@ -441,6 +441,17 @@ TEST_F(Undo, WaitsForItsTurn) {
                      ""}));
 }
 
+TEST_F(Undo, OfRunsInAListThatCannotBeReadIsImpossibleAndTheRunSaysSo) {
+  fake::write_file(journal, "{");
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  const Outcome outcome = eclipse_int("run session.json");
+  EXPECT_EQ(outcome.status, 0) << outcome.output;
+  EXPECT_EQ(outcome.error, "eclipse-int: warning: the list of runs cannot be read and was renamed to DIRECTORY/" + journal +
+                               ".damaged; \"undo\" cannot undo earlier runs\n");
+  EXPECT_EQ(content_of(journal + ".damaged"), "{");
+  EXPECT_EQ(Json::parse(content_of(journal)).at("runs").size(), 1U);
+}
+
 }  // namespace
 
 }  // namespace cli_test

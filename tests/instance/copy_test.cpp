@@ -2,9 +2,11 @@
 #include "instance/copy.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <set>
@@ -192,6 +194,27 @@ TEST_F(CopyOfAnInstance, SaysWhyItCannotBeMade) {
   unsetenv("TMPDIR");
   EXPECT_EQ(error.rfind("\"ide\" cannot be copied to ask its director: ", 0), 0U) << error;
   EXPECT_TRUE(error.ends_with("; set TMPDIR to a directory with enough space that this user can write to")) << error;
+}
+
+TEST_F(CopyOfAnInstance, NeedsSpace) {
+  fs::create_directory("temporary");
+  const std::string temporary = fs::absolute("temporary").string();
+  setenv("TMPDIR", temporary.c_str(), 1);
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto handler = signal(SIGXFSZ, SIG_IGN);
+  const rlimit ten_bytes{10, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &ten_bytes), 0);
+  const std::string error = error_of_copy();
+  setrlimit(RLIMIT_FSIZE, &before);
+  signal(SIGXFSZ, handler);
+  unsetenv("TMPDIR");
+  EXPECT_TRUE(error.starts_with("\"ide\" cannot be copied to ask its director: " + temporary + "/")) << error;
+  EXPECT_TRUE(
+      error.ends_with("/configuration/config.ini: cannot be written: File too large; set TMPDIR to a directory with "
+                      "enough space that this user can write to"))
+      << error;
+  EXPECT_TRUE(fs::is_empty("temporary"));
 }
 
 }  // namespace

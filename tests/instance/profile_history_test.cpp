@@ -136,6 +136,22 @@ TEST(ProfileHistory, TellsWhatEachStateChangedAndWhoMadeIt) {
   EXPECT_EQ(history[2].run, nullptr);
 }
 
+TEST(ProfileStates, OnlyThoseThatCanBeReadHaveTheSameUnits) {
+  const auto state = [](std::vector<InstalledUnit> units) {
+    ProfileState read;
+    read.units = std::move(units);
+    return read;
+  };
+  const ProfileState one = state({{"a", "1.0.0", {}, true}, {"b", "1.0.0", {}, false}});
+  EXPECT_TRUE(has_same_units(one, state({{"b", "1.0.0", {}, false}, {"a", "1.0.0", {}, true}})));
+  EXPECT_FALSE(has_same_units(one, state({{"a", "1.0.0", {}, true}})));
+  EXPECT_FALSE(has_same_units(one, state({{"a", "1.0.0", {}, true}, {"b", "1.0.0", {}, true}}))) << "b is installed by name";
+  ProfileState unread = one;
+  unread.error = "cannot be read";
+  EXPECT_FALSE(has_same_units(one, unread));
+  EXPECT_FALSE(has_same_units(unread, one));
+}
+
 }  // namespace
 
 }  // namespace eclipse_instance

@@ -247,6 +247,23 @@ TEST_F(ProfileRepair, AProfileWithOneStateHasLostNothing) {
   EXPECT_FALSE(lost());
 }
 
+TEST(RepairPlanTest, MoreThanOneRunIsUndoneOnlyWhenAPersonNamesTheState) {
+  const auto plan_that_reverts = [](const std::vector<std::optional<RecordedRun>>& runs) {
+    RepairPlan plan{"1", {}, {}, {}, {}, {}};
+    for (const auto& run : runs) plan.reverted.push_back({run ? run->after : "5", run, {}});
+    return plan;
+  };
+  const RecordedRun first{"run", "1", "2", {}, {}};
+  const RecordedRun second{"run", "2", "3", {}, {}};
+  EXPECT_EQ(too_much_reverted(plan_that_reverts({})), "");
+  EXPECT_EQ(too_much_reverted(plan_that_reverts({first, first})), "") << "two states of one run";
+  EXPECT_EQ(too_much_reverted(plan_that_reverts({second, first})),
+            "this would revert the instance to the state 1, and undo 2 runs; use --to 1 to accept that");
+  EXPECT_EQ(too_much_reverted(plan_that_reverts({first, std::nullopt})),
+            "this would revert the instance to the state 1, and undo changes that were made outside eclipse-int; use --to 1 to "
+            "accept that");
+}
+
 }  // namespace
 
 }  // namespace eclipse_instance

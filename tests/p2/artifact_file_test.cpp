@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/archive.h"
+#include "base/packing.h"
 #include "fake_host/temporary_directory.h"
 
 using namespace eclipse_p2;
@@ -41,6 +43,28 @@ TEST_F(ArtifactFileTest, WithoutSuchAKindTheBytesDecide) {
   EXPECT_TRUE(are_different(file("a", sha_256), file("longer")));
   EXPECT_TRUE(are_different(file("a"), file("b")));
   EXPECT_FALSE(are_different(file("a"), file("nowhere")));
+}
+
+TEST_F(ArtifactFileTest, MayBeInAnArchive) {
+  fake::write_file("site.zip", base_test::zipped({{"plugins/a.jar", "abc"}, {"plugins/b.jar", "xyz"}}));
+  const ArtifactFile packed{"plugins/a.jar", "site.zip", {}, {}, "plugins/a.jar"};
+  EXPECT_EQ(content_of(packed).bytes, "abc");
+  EXPECT_FALSE(are_different(packed, file("a")));
+  EXPECT_TRUE(are_different(packed, file("b")));
+  EXPECT_TRUE(are_different(packed, {"plugins/b.jar", "site.zip", {}, {}, "plugins/b.jar"}));
+  const ArtifactFile in_no_archive{"plugins/a.jar", "a", {}, {}, "plugins/a.jar"};
+  EXPECT_EQ(content_of(in_no_archive).error, eclipse_base::archive_error::not_zip);
+  EXPECT_FALSE(are_different(in_no_archive, file("b")));
+}
+
+TEST_F(ArtifactFileTest, OnlyWhatCanBeReadHasAWrongChecksum) {
+  const std::string digest = eclipse_base::digest_of("abc", Digest::sha_256);
+  EXPECT_EQ(checksum_error(file("a", {{Digest::sha_256, digest}})), "");
+  EXPECT_EQ(
+      checksum_error(file("b", {{Digest::sha_256, digest}})),
+      "does not have the listed checksum: SHA-256 " + digest + ", but " + eclipse_base::digest_of("xyz", Digest::sha_256));
+  EXPECT_EQ(checksum_error(file("nowhere", {{Digest::sha_256, digest}})), "");
+  EXPECT_EQ(checksum_error(file("b")), "");
 }
 
 }  // namespace

@@ -86,6 +86,15 @@ TEST(DirectorCommand, OfOurOwnIsQuotedWhereItMustBe) {
   EXPECT_FALSE(cut_director_command(update));
 }
 
+TEST(DirectorCommand, StartsOneDirectorUnlessTheShellMakesMoreOfIt) {
+  EXPECT_TRUE(starts_one_director("/e" + director + "-repository file:///a -i F1,F2 2>&1"));
+  EXPECT_TRUE(starts_one_director("/e" + director + "-u F1 2>&1"));
+  EXPECT_FALSE(starts_one_director("/bin/true"));
+  EXPECT_FALSE(starts_one_director("/my ide/e" + director + "-i F1 2>&1")) << "the executable is two words";
+  EXPECT_FALSE(starts_one_director("/e" + director + "-i F1,$FEATURE 2>&1"));
+  EXPECT_FALSE(starts_one_director("/e" + director + "-repository file:///a;true -i F1 2>&1"));
+}
+
 }  // namespace
 
 }  // namespace eclipse_p2

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/limits.h"
 #include "fake_host/temporary_directory.h"
 #include "p2/instance_error.h"
 
@@ -42,6 +43,21 @@ TEST(InstalledUnits, AreLookedUpInTheProfileOfTheInstanceThatALinkNames) {
     const auto all = installed_units(directory.path() + executable).all;
     ASSERT_TRUE(all.has_value()) << executable;
     EXPECT_EQ(all->at(0).id, "a");
+  }
+}
+
+/// What the beginning and the end of the answer say is not all that is installed.
+TEST(InstalledUnits, AreNotKnownFromALargerAnswerThanIsKept) {
+  const fake::TemporaryDirectory directory;
+  const std::string executable = directory.path() + "/eclipse";
+  fake::write_file("eclipse", "#!/bin/sh\necho a/1.0.0\nhead -c " + std::to_string(eclipse_base::largest::output) +
+                                  " /dev/zero\necho\necho 'Operation completed in 8 ms.'\n");
+  std::filesystem::permissions("eclipse", std::filesystem::perms(0755));
+  try {
+    installed_units(executable);
+    ADD_FAILURE() << "no error";
+  } catch (const InstanceError& error) {
+    EXPECT_EQ(error.what(), "\"" + executable + "\" answers with more than 4 MiB, so the installed units are not known");
   }
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/packing.h"
+#include "fake_host/not_administrator.h"
 #include "fake_host/temporary_directory.h"
 
 namespace eclipse_p2 {
@@ -170,6 +171,16 @@ TEST_F(RepositoryFilesTest, AnIndexThatIsTooLargeIsUnknown) {
   fake::write_file("site/p2.index", "");
   fs::resize_file("site/p2.index", std::uintmax_t{1} << 40U);
   EXPECT_EQ(described(RepositoryFiles({"site"})), " error: p2.index is larger than 4 MiB exceeds");
+}
+
+TEST_F(RepositoryFilesTest, WhatThisUserMayNotReadIsNamed) {
+  fake::write_file("site/content.xml", named("plain"));
+  fake::write_file("site.zip", base_test::zipped({{"content.xml", named("packed")}}));
+  fs::permissions(directory.path(), fs::perms(0755));
+  for (const std::string name : {"site/content.xml", "site.zip"}) fs::permissions(name, fs::perms::none);
+  const fake::NotAdministrator not_administrator;
+  EXPECT_EQ(described(RepositoryFiles({"site"})), " error: content.xml cannot be read unreadable");
+  EXPECT_EQ(described(RepositoryFiles({"site.zip"})), "error: cannot be read");
 }
 
 }  // namespace

@@ -233,6 +233,17 @@ TEST(ShellReading, TooManyFileNamesAreNotLookedAt) {
   EXPECT_EQ(expanded_pathnames("o*", 3), std::nullopt);
 }
 
+TEST(ShellReading, AGlobAmongTooManyFileNamesIsAnExpansionThatIsNotKnown) {
+  const fake::TemporaryDirectory directory;
+  for (std::size_t i = 0; i * i <= most_examined_entries; ++i) {
+    std::filesystem::create_symlink(".", "link" + std::to_string(i));
+  }
+  const ShellReading reading = read_as_shell("x */* y");
+  EXPECT_TRUE(reading.has_expansion);
+  EXPECT_EQ(reading.commands, (std::vector<Words>{{"x", "*/*", "y"}}));
+  EXPECT_EQ(effects_of(reading), Words{"2 pathname expansion may replace the word with file names, among too many to look at"});
+}
+
 TEST(ShellReading, WhatIsRefusedTheShellRefuses) {
   for (const std::string line : {"show 'a", "show \"a", "show (a)", "; show", "show ;; show", "show &&", "show >", "show `a",
                                  "show $(a", "show a | | show a", "show -u F1,F2 2>&1F2 2>&1"}) {

@@ -1,4 +1,7 @@
+#include <unistd.h>
+
 #include <filesystem>
+#include <map>
 #include <nlohmann/json.hpp>
 
 #include "cli/child_command.h"
@@ -283,6 +286,24 @@ TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
                      "  ECLIPSE_BIN is \"eclipse\"\n"
                      "  no component provides an IDE; the capabilities are: TOOLS_ECLIPSE_PLUGIN\n"
                      "  no Eclipse instance is chosen, and no component is searched (1 component)\n"}));
+}
+
+/// Whoever owns the instance could no longer write what root has written.
+TEST_F(VerifyCommand, WarnsRootOfADirectorInTheInstanceOfAnotherUser) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give a directory away";
+  write_session("install");
+  const std::string warning =
+      "eclipse-int: warning: DIRECTORY/eclipse belongs to user NAME, but this command runs its director as root, which may "
+      "leave "
+      "files of root there; run it as that user\n";
+  for (const auto& [user, name] : std::map<uid_t, std::string>{{65534, "nobody"}, {4000000000, "ID 4000000000"}}) {
+    ASSERT_EQ(chown("eclipse", user, 0), 0);
+    script(1, "echo one/1.0.0; echo two/1.0.0");
+    std::filesystem::remove("eclipse/calls");
+    EXPECT_EQ(eclipse_int("verify session.json"),
+              (Outcome{0, "Same: all 2 units to be installed are installed in DIRECTORY/eclipse/eclipse\n" + only_roots,
+                       std::string(warning).replace(warning.find("NAME"), 4, name)}));
+  }
 }
 
 }  // namespace
