@@ -283,12 +283,14 @@ Archive::Entries Archive::entries_of(const OpenFile& file, const IsKept& is_kept
     return entries;
   }
   std::string other_compression;
+  std::size_t kept_size = 0;
   entries.walk = visit_entries(zip.reader(), [&](archive_entry* entry) {
     const auto [name, is_new] = entries.names.insert(name_of(entry));
     if (other_compression.empty()) other_compression = compression_unknown_to_java(zip.reader(), entry);
-    if (!is_new || !is_kept || !is_kept(*name)) return true;
+    if (!is_new || !is_kept || kept_size >= largest::configuration || !is_kept(*name)) return true;
     Unpacked content = content_of(zip.reader(), entry, {largest::configuration, file.size()});
     entries.can_keep = content.error.empty();
+    kept_size += content.bytes.size();
     entries.kept.emplace(*name, std::move(content.bytes));
     return entries.can_keep;
   });

@@ -46,7 +46,8 @@ std::string zip_end_error(const OpenFile& file);
 /// A zip archive in a file or in memory, read by its central directory.
 class Archive {
  public:
-  /// Whether an entry of this name is to be read while the names are, so that read() need not open the archive again.
+  /// Whether an entry of this name is to be read while the names are, so that read() need not open the archive again. A few
+  /// mebibytes are kept; read() reads the others as it does without this.
   using IsKept = std::function<bool(const std::string& name)>;
 
   explicit Archive(std::filesystem::path file, const IsKept& is_kept = nullptr);

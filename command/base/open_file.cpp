@@ -43,7 +43,7 @@ FileContent OpenFile::read_from(std::uintmax_t offset, std::size_t count) const 
     if (length == 0) break;
     if (length < 0 && errno != EINTR) content.error = last_error();
     if (length > 0) content.bytes.append(piece.data(), static_cast<std::size_t>(length));
-    // A file whose size is 0 may be one of /proc.
+    // The read that would find the end is saved; a file whose size is 0 may be one of /proc.
     if (size() != 0 && offset + content.bytes.size() == size()) break;
   }
   return content;

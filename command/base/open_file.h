@@ -24,7 +24,7 @@ class OpenFile {
 
   /// Why it is not open, as in FileContent; empty when it is.
   const std::string& error() const { return error_; }
-  /// Of bytes, only the size.
+  /// What the file system says of it; of bytes in memory, only the size is known.
   const FileFacts& facts() const { return facts_; }
   std::uintmax_t size() const { return facts_.size; }
   /// At most so many bytes of its beginning or of its end.

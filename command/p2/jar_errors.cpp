@@ -48,13 +48,13 @@ JarErrors errors_of_content(const Jar& jar, const std::string& bytes) {
   const auto& [artifact, file] = jar;
   std::string checksum = checksum_error(file.checksums, bytes);
   if (!checksum.empty()) return {.checksum = std::move(checksum)};
-  return errors_within(artifact, Archive::in_memory(bytes, is_manifest_or_signature));
+  return errors_within(artifact, jar_in_memory(bytes));
 }
 
 /// The damage of a file of its own shows when its repository is read.
 JarErrors errors_of_file(const Jar& jar) {
   const auto& [artifact, file] = jar;
-  if (file.checksums.empty()) return errors_within(artifact, Archive(file.path, is_manifest_or_signature));
+  if (file.checksums.empty()) return errors_within(artifact, jar_file(file.path));
   const FileContent content = content_of(file);
   if (content.exceeds_limit) return {.limit = content.error};
   return content.error.empty() ? errors_of_content(jar, content.bytes) : JarErrors();

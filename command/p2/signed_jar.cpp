@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/archive.h"
@@ -42,6 +43,8 @@ constexpr std::string_view signature_ending = ".SF";
 
 bool is_signature_file(const std::string& entry) { return entry.starts_with("META-INF/") && entry.ends_with(signature_ending); }
 
+bool is_manifest_or_signature(const std::string& entry) { return entry == manifest_name || is_signature_file(entry); }
+
 /// The signature files that have a block, each "META-INF/NAME.SF".
 std::vector<std::string> signature_files_in(const Archive& jar) {
   constexpr std::array<std::string_view, 3> blocks = {".RSA", ".DSA", ".EC"};
@@ -63,9 +66,9 @@ bool is_altered(const std::string& manifest, const Section& signature) {
 
 }  // namespace
 
-bool is_manifest_or_signature(const std::string& entry) { return entry == manifest_name || is_signature_file(entry); }
+Archive jar_file(std::filesystem::path file) { return Archive(std::move(file), is_manifest_or_signature); }
 
-std::string signature_error(const std::filesystem::path& jar) { return signature_error(Archive(jar)); }
+Archive jar_in_memory(std::string_view content) { return Archive::in_memory(content, is_manifest_or_signature); }
 
 std::string signature_error(const Archive& archive) {
   if (!archive.error().empty() || !archive.has(manifest_name)) return "";

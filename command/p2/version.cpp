@@ -37,14 +37,13 @@ std::string_view cut(std::string_view& version) {
 std::string whole_version(std::string_view version) {
   std::string whole;
   for (std::size_t i = 0; i < numbers; ++i) {
-    const std::size_t end = std::min(version.find('.'), version.size());
+    const bool is_last = version.find('.') == version.npos;
     whole += (i == 0 ? "" : ".");
-    whole += without_leading_zeros(version.substr(0, end));
-    if (end == version.size()) {
+    whole += without_leading_zeros(cut(version));
+    if (is_last) {
       for (++i; i < numbers; ++i) whole += ".0";
       return whole;
     }
-    version.remove_prefix(end + 1);
   }
   return version.empty() ? whole : whole + "." + std::string(version);
 }
@@ -55,11 +54,10 @@ bool is_osgi_version(std::string_view version) {
       const auto code = static_cast<unsigned char>(byte);
       return i < numbers ? std::isdigit(code) != 0 : std::isalnum(code) != 0 || byte == '_' || byte == '-';
     };
-    const std::size_t end = std::min(version.find('.'), version.size());
-    const std::string_view part = version.substr(0, end);
+    const bool is_last = version.find('.') == version.npos;
+    const std::string_view part = cut(version);
     if (part.empty() || !std::all_of(part.begin(), part.end(), belongs)) return false;
-    if (end == version.size()) return true;
-    version.remove_prefix(end + 1);
+    if (is_last) return true;
   }
   return false;
 }

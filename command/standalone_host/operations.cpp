@@ -145,6 +145,7 @@ void print_log(const char* format, ...) {
   char* formatted = nullptr;
   const int length = vasprintf(&formatted, format, arguments);
   va_end(arguments);
+  // Mostly for want of memory. An empty line would say that the plug-in did something else.
   if (length < 0) throw std::bad_alloc();
   const std::unique_ptr<char, void (*)(void*)> owner(formatted, &std::free);
   const std::string line(owner.get(), static_cast<std::size_t>(length));

@@ -364,7 +364,7 @@ std::size_t zombies() {
   std::size_t count = 0;
   for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
     if (entry.path().filename().string().find_first_not_of("0123456789") != std::string::npos) continue;
-    // "NUMBER (NAME) STATE PARENT ...", and a name may have anything in it. Of a process that has just ended, nothing can be read.
+    // "NUMBER (NAME) STATE PARENT ...", and a name may have anything in it. If the process has just ended, nothing can be read.
     std::string status;
     std::ifstream file(entry.path() / "stat");
     std::getline(file, status, '\0');

@@ -159,12 +159,25 @@ TEST_F(ArchiveTest, ReadsWhatIsKeptTogetherWithTheNames) {
   EXPECT_EQ(zip.read("b", limit).error, "cannot be read");
 }
 
+TEST_F(ArchiveTest, KeepsFewMebibytes) {
+  const std::string most(largest::configuration - 1, 'x');
+  fake::write_file("file.zip", zipped({{"a", most}, {"b", most}, {"c", "third"}}));
+  const Archive zip("file.zip", [](const std::string&) { return true; });
+  std::filesystem::remove("file.zip");
+  EXPECT_TRUE(zip.read("a", most.size()).bytes == most);
+  EXPECT_TRUE(zip.read("b", most.size()).bytes == most);
+  EXPECT_EQ(zip.read("c", limit).error, "cannot be read");
+}
+
 TEST_F(ArchiveTest, IsTheSameWhateverIsKept) {
   const std::string content = noise(1000);
   const std::string whole = zipped({{"a", content}, {"b", "second"}, {"c", std::string(largest::configuration + 1, 'x')}});
   std::string changed = whole;
   changed[changed.find(content.substr(0, 20)) + 5] ^= 1;
-  for (const std::string& bytes : {whole, changed, whole.substr(0, whole.size() - 1), zipped({{"a", "x"}}, "password")}) {
+  std::string twice = zipped({{"a1", "first"}, {"a2", "second"}});
+  for (std::size_t at = 0; (at = twice.find("a2")) != std::string::npos;) twice[at + 1] = '1';
+  for (const std::string& bytes : {zipped({{"a", content}, {"b", "second"}}), twice, whole, changed,
+                                   whole.substr(0, whole.size() - 1), zipped({{"a", "x"}}, "password")}) {
     const Archive zip = Archive::in_memory(bytes);
     const Archive keeping = Archive::in_memory(bytes, [](const std::string&) { return true; });
     EXPECT_EQ(keeping.error(), zip.error());

@@ -51,8 +51,10 @@ extern "C" int fsync(int descriptor) {
 
 extern "C" int statx(int directory, const char* path, int flags, unsigned int mask, struct statx* status) noexcept {
   const long result = syscall(SYS_statx, directory, path, flags, mask, status);
-  status->stx_attributes |= faulty.attributes;
-  status->stx_attributes_mask |= faulty.attributes;
+  if (result == 0) {
+    status->stx_attributes |= faulty.attributes;
+    status->stx_attributes_mask |= faulty.attributes;
+  }
   return static_cast<int>(result);
 }
 

@@ -27,10 +27,8 @@ TEST(TemporaryDirectory, LastsAsLongAsItsObject) {
 TEST(TemporaryDirectory, ThatCannotBeMadeSaysHowToGetOne) {
   const fake::TemporaryDirectory directory;
   fake::write_file("file", "");
-  const char* const before = std::getenv("TMPDIR");
-  const std::string restored = before == nullptr ? "" : before;
   const auto error_in = [](const std::string& place) -> std::string {
-    setenv("TMPDIR", place.c_str(), 1);
+    const fake::PlaceOfTemporaryFiles elsewhere(place);
     try {
       const eclipse_base::TemporaryDirectory none;
       return "";
@@ -42,5 +40,4 @@ TEST(TemporaryDirectory, ThatCannotBeMadeSaysHowToGetOne) {
   EXPECT_EQ(error_in("missing"), "missing: no temporary directory can be made here: No such file or directory" + fix);
   EXPECT_EQ(error_in("file"), "file: no temporary directory can be made here: Not a directory" + fix);
   EXPECT_EQ(error_in("/proc/self"), "/proc/self: no temporary directory can be made here: No such file or directory" + fix);
-  before == nullptr ? unsetenv("TMPDIR") : setenv("TMPDIR", restored.c_str(), 1);
 }

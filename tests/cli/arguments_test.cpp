@@ -371,6 +371,12 @@ TEST_F(Arguments, AnythingButThePlugInIsNotLoaded) {
       "libm.so.6: cannot be loaded: DIRECTORY/libm.so.6: cannot open shared object file: No such file or directory" + fix);
 }
 
+TEST_F(Arguments, APlugInThatLogsNoDescriptorHasNoPlan) {
+  write_session("install");
+  expect_error(std::string("plan session.json --plugin ") + SILENT_PLUGIN,
+               SILENT_PLUGIN ": gives the director features, but logs no descriptor file; use the plug-in of this version");
+}
+
 TEST_F(Arguments, ThePlugInMayBeNamed) {
   write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
   std::filesystem::copy_file(ECLIPSE_INT_LIBRARY, "plugin.so");

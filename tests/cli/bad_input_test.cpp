@@ -301,16 +301,6 @@ TEST_F(BadInput, WithoutMemoryThereIsAMessage) {
   EXPECT_EQ(eclipse_int("plan bad.json --json", limit), (Outcome{2, "", "eclipse-int: there is not enough memory\n"}));
 }
 
-TEST_F(BadInput, RootIsWarnedOfAnInstanceOfAnotherUser) {
-  if (geteuid() != 0) GTEST_SKIP() << "only root can be warned";
-  script(1, "echo one/1.0.0; echo two/1.0.0");
-  EXPECT_EQ(eclipse_int("verify session.json").error, "");
-  ASSERT_EQ(chown("eclipse", 54321, 54321), 0);
-  EXPECT_EQ(eclipse_int("verify session.json").error,
-            "eclipse-int: warning: DIRECTORY/eclipse belongs to user ID 54321, but this command runs its director as root, "
-            "which may leave files of root there; run it as that user\n");
-}
-
 }  // namespace
 
 }  // namespace cli_test

@@ -1,6 +1,5 @@
 #include "fake_host/temporary_directory.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
@@ -12,12 +11,14 @@ namespace fs = std::filesystem;
 namespace fake {
 namespace {
 
-/// As long as wherever temporary files are: findings have columns in lines that hold the path.
 std::string path_to_fill_in() {
   constexpr std::size_t length = 72;
-  const std::string start = (fs::canonical(fs::temp_directory_path()) / "eclipse_int.").string();
+  const fs::path place = fs::canonical(fs::temp_directory_path());
+  const std::string start = (place / "eclipse_int.").string();
   const std::string end = "XXXXXX";
-  return start + std::string(length - std::min(length, start.size() + end.size()), '_') + end;
+  if (start.size() + end.size() > length)
+    throw std::runtime_error(place.string() + ": is too long; set TMPDIR to a shorter path");
+  return start + std::string(length - start.size() - end.size(), '_') + end;
 }
 
 }  // namespace
@@ -32,6 +33,13 @@ TemporaryDirectory::~TemporaryDirectory() {
   fs::current_path(working_directory_before_, ignored);
   fs::remove_all(path_, ignored);
 }
+
+PlaceOfTemporaryFiles::PlaceOfTemporaryFiles(const std::string& directory) {
+  if (const char* const before = std::getenv("TMPDIR")) before_ = before;
+  setenv("TMPDIR", directory.c_str(), 1);
+}
+
+PlaceOfTemporaryFiles::~PlaceOfTemporaryFiles() { before_ ? setenv("TMPDIR", before_->c_str(), 1) : unsetenv("TMPDIR"); }
 
 void write_file(const std::string& file, const std::string& content) {
   const fs::path directory = fs::path(file).parent_path();

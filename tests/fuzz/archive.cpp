@@ -53,7 +53,7 @@ void check_raw(const std::string& bytes) {
   if (const auto entry = zip_entry(bytes, "content.xml", limit)) check_content(*entry);
   check_content(decompress(bytes, Compression::gzip, limit));
   check_content(decompress(bytes, Compression::xz, limit));
-  const std::string altered = eclipse_p2::signature_error(file);
+  const std::string altered = eclipse_p2::signature_error(eclipse_p2::jar_file(file));
   expect(altered.empty() || archive.error().empty(), "only what can be read is known to be altered");
 }
 
@@ -92,11 +92,12 @@ void check_signed(const Entries& entries) {
                          "\r\n" + sections;
   jar["META-INF/K.RSA"] = "";
   fake::write_file("a.jar", base_test::zipped(jar));
-  expect_same("the error of a signed jar", eclipse_p2::signature_error("a.jar"), "");
+  expect_same("the error of a signed jar", eclipse_p2::signature_error(eclipse_p2::jar_file("a.jar")), "");
   const std::string altered = entries.begin()->first;
   jar[altered] += "x";
   fake::write_file("a.jar", base_test::zipped(jar));
-  expect_same("that of an altered one", eclipse_p2::signature_error("a.jar"), "was altered after it was signed: " + altered);
+  expect_same("that of an altered one", eclipse_p2::signature_error(eclipse_p2::jar_file("a.jar")),
+              "was altered after it was signed: " + altered);
 }
 
 }  // namespace

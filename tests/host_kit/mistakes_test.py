@@ -5,6 +5,7 @@ Runs the faulty host with each mistake of the list MISTAKES, and once without an
 the list names. Every check that the command lists must fail for some mistake.
 """
 import concurrent.futures
+import os
 import pathlib
 import re
 import subprocess
@@ -35,14 +36,15 @@ def product(directory):
 
 def failed(mistake):
     """The checks that fail, and those that are skipped; a text if there is no report."""
-    with tempfile.TemporaryDirectory() as directory:
+    # A host that is killed leaves its temporary files.
+    with tempfile.TemporaryDirectory() as directory, tempfile.TemporaryDirectory() as temporary:
         product(directory)
         # What goes wrong on purpose must not reach other processes, or take all memory.
         run = ["unshare", "-rpf", "--kill-child", "--mount-proc"] if NAMESPACES else []
         run += [command, "check-host", "--format", "tap", "--seconds", "3"] + (["--drill"] if mistake.startswith("+") else ["--checks-only"])
         run += ["--", host, "{plugin}", directory, mistake.lstrip("+")]
         try:
-            ended = subprocess.run(run, capture_output=True, text=True, errors="replace", timeout=60)
+            ended = subprocess.run(run, capture_output=True, text=True, errors="replace", timeout=60, env={**os.environ, "TMPDIR": temporary})
         except subprocess.TimeoutExpired:
             return "no end", None
     if not ended.stdout.startswith("TAP version 13\n"):

@@ -147,7 +147,7 @@ std::string error_of_copy() {
 
 TEST_F(CopyOfAnInstance, HasALimit) {
   fs::create_directory("temporary");
-  setenv("TMPDIR", fs::absolute("temporary").c_str(), 1);
+  const fake::PlaceOfTemporaryFiles elsewhere(fs::absolute("temporary"));
   const std::string cache = "ide/p2/org.eclipse.equinox.p2.repository/cache/";
   for (const char* const name : {"a", "b"}) {
     fake::write_file(cache + name, "");
@@ -166,13 +166,12 @@ TEST_F(CopyOfAnInstance, HasALimit) {
   fs::resize_file(cache + "a", std::uintmax_t{6} << 30U);
   EXPECT_EQ(error_of_copy(), error_of_limit(cache + "a"));
   EXPECT_TRUE(fs::is_empty("temporary"));
-  unsetenv("TMPDIR");
 }
 
 TEST_F(CopyOfAnInstance, CanBeEndedAtEachFile) {
   struct End {};
   fs::create_directory("temporary");
-  setenv("TMPDIR", fs::absolute("temporary").c_str(), 1);
+  const fake::PlaceOfTemporaryFiles elsewhere(fs::absolute("temporary"));
   for (const char* const name : {"a", "b", "c"}) fake::write_file("ide/" + settings + name + ".prefs", name);
   int count = 0;
   InstanceCopy::of("ide", [&] { ++count; });
@@ -185,13 +184,11 @@ TEST_F(CopyOfAnInstance, CanBeEndedAtEachFile) {
     EXPECT_THROW(InstanceCopy::of("ide", end), End) << n;
     EXPECT_TRUE(fs::is_empty("temporary")) << n;
   }
-  unsetenv("TMPDIR");
 }
 
 TEST_F(CopyOfAnInstance, SaysWhyItCannotBeMade) {
-  setenv("TMPDIR", "/dev/null", 1);
+  const fake::PlaceOfTemporaryFiles nowhere("/dev/null");
   const std::string error = error_of_copy();
-  unsetenv("TMPDIR");
   EXPECT_EQ(error.rfind("\"ide\" cannot be copied to ask its director: ", 0), 0U) << error;
   EXPECT_TRUE(error.ends_with("; set TMPDIR to a directory with enough space that this user can write to")) << error;
 }
@@ -199,7 +196,7 @@ TEST_F(CopyOfAnInstance, SaysWhyItCannotBeMade) {
 TEST_F(CopyOfAnInstance, NeedsSpace) {
   fs::create_directory("temporary");
   const std::string temporary = fs::absolute("temporary").string();
-  setenv("TMPDIR", temporary.c_str(), 1);
+  const fake::PlaceOfTemporaryFiles elsewhere(temporary);
   rlimit before{};
   ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
   const auto handler = signal(SIGXFSZ, SIG_IGN);
@@ -208,7 +205,6 @@ TEST_F(CopyOfAnInstance, NeedsSpace) {
   const std::string error = error_of_copy();
   setrlimit(RLIMIT_FSIZE, &before);
   signal(SIGXFSZ, handler);
-  unsetenv("TMPDIR");
   EXPECT_TRUE(error.starts_with("\"ide\" cannot be copied to ask its director: " + temporary + "/")) << error;
   EXPECT_TRUE(
       error.ends_with("/configuration/config.ini: cannot be written: File too large; set TMPDIR to a directory with "

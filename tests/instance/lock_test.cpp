@@ -128,7 +128,7 @@ TEST_F(InstanceLockTest, IsThatOfTheInstanceWhateverNamesIt) {
 TEST_F(InstanceLockTest, IsHeldByTheCommandsThatWereStartedMeanwhile) {
   {
     const InstanceLock lock("ide", no_time, ignore_wait);
-    eclipse_shell::run_in_shell("exec > /dev/null 2>&1; (while [ ! -e end ]; do sleep 0.05; done) &");
+    eclipse_shell::run_in_shell("exec > /dev/null 2>&1; (for i in $(seq 600); do [ -e end ] && break; sleep 0.05; done) &");
   }
   EXPECT_EQ(holder(), "another director is at work on ide");
   std::vector<std::string> waits;

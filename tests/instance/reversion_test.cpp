@@ -95,12 +95,10 @@ TEST_F(Revert, HasACommandAsLongAsCanBe) {
 TEST_F(Revert, HasARepositoryWithAnEscapedPath) {
   const fs::path temporary = fs::absolute("a,b%41c");
   fs::create_directory(temporary);
-  const std::string before = fs::temp_directory_path().string();
   for (const auto& value : {temporary.string(), std::string("a,b%41c")}) {
-    ASSERT_EQ(setenv("TMPDIR", value.c_str(), 1), 0);
+    const fake::PlaceOfTemporaryFiles elsewhere(value);
     write_director("cp " + registry + "1.profile " + registry + "3.profile");
     const Reversion reversion = revert("ide/eclipse", "1", {});
-    ASSERT_EQ(setenv("TMPDIR", before.c_str(), 1), 0);
     EXPECT_EQ(reversion.error, "");
     const std::string arguments = eclipse_base::read_file("arguments", 10'000).bytes;
     EXPECT_NE(arguments.find(" -repository file://" + directory.path() + "/a%2Cb%2541c/eclipse-int-"), std::string::npos)

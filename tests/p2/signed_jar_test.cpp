@@ -24,7 +24,7 @@ Entries signed_jar() {
 std::string error_of(const Entries& entries) {
   const fake::TemporaryDirectory directory;
   fake::write_file("a.jar", zipped(entries));
-  return signature_error("a.jar");
+  return signature_error(jar_file("a.jar"));
 }
 
 std::string error_with(const std::string& name, const std::string& content) {
@@ -68,8 +68,8 @@ TEST(SignedJar, IsNotJudgedByOlderDigests) {
 TEST(SignedJar, IsNothingThatCannotBeRead) {
   const fake::TemporaryDirectory directory;
   fake::write_file("text.jar", "text");
-  EXPECT_EQ(signature_error("text.jar"), "");
-  EXPECT_EQ(signature_error("missing.jar"), "");
+  EXPECT_EQ(signature_error(jar_file("text.jar")), "");
+  EXPECT_EQ(signature_error(jar_file("missing.jar")), "");
 }
 
 }  // namespace

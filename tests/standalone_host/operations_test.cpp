@@ -270,7 +270,8 @@ TEST_F(Operations, WhatTheLookThrowsComesOutBeforeAnythingIsDone) {
   EXPECT_EQ(exit_code, 99);
 }
 
-/// A line without its text would say that the plug-in has done something else. Here the C library fails for a character that is none.
+/// A line without its text would say that the plug-in has done something else. Here the C library fails for a character that
+/// does not exist.
 TEST_F(Operations, LineThatCannotBeFormattedIsNotLoggedAsAnother) {
   Texts lines;
   session.on_log = [&](const std::string& line) { lines.push_back(line); };

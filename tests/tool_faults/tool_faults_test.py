@@ -5,8 +5,8 @@ tool_faults_test.py [--whole] [--only CALL:N:HOW] ECLIPSE_INT FAILING_CALL FAILI
 
 After each fault: the command neither crashes nor hangs; it succeeds only if it has the same effects as without the fault, and
 says what it could not do if it says anything else; each file has its old content or its new one; no other file, no child, no
-descriptor and no lock is left. Without --whole, or TOOL_FAULTS_WHOLE in the environment, the faults are a
-sample; of the calls, ECLIPSE_INT_TEST_SEED in the environment chooses it. FAILING_ALLOCATION may be "none".
+descriptor and no lock is left. Without --whole, or TOOL_FAULTS_WHOLE in the environment, the faults are a sample, which for
+calls ECLIPSE_INT_TEST_SEED in the environment chooses. FAILING_ALLOCATION may be "none".
 """
 import argparse
 import collections
