@@ -7,9 +7,12 @@
 
 namespace eclipse_base {
 
+/// A JSON document that is written: its members keep their order.
+using Json = nlohmann::ordered_json;
+
 /// A document as it is printed: indented, in ASCII, with a line feed at its end, and U+FFFD in place of bytes that are not
 /// UTF-8.
-std::string json_text(const nlohmann::ordered_json& document);
+std::string json_text(const Json& document);
 
 }  // namespace eclipse_base
 

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/file_error.h"
+#include "base/json_text.h"
 #include "base/printable.h"
 #include "base/text.h"
 #include "cli/shared_options.h"
@@ -21,8 +22,6 @@ using namespace eclipse_terminal;
 namespace eclipse_cli {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr const char* list_examples =
     "  eclipse-int list tools/sites/alpha tools/sites/beta.zip\n"

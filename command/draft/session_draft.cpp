@@ -6,6 +6,7 @@
 
 #include "base/file.h"
 #include "base/file_error.h"
+#include "base/json_text.h"
 #include "base/text.h"
 
 using namespace eclipse_base;
@@ -15,8 +16,6 @@ namespace fs = std::filesystem;
 namespace eclipse_draft {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 std::string utf8(const fs::path& path) {
   if (is_utf8(path.string())) return path.string();

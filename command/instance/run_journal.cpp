@@ -32,8 +32,6 @@
 namespace fs = std::filesystem;
 using namespace eclipse_base;
 using namespace eclipse_p2;
-using Json = nlohmann::ordered_json;
-
 namespace eclipse_instance {
 
 namespace {

@@ -9,8 +9,6 @@
 #include "lint/rule.h"
 
 using namespace eclipse_base;
-using Json = nlohmann::ordered_json;
-
 namespace eclipse_lint {
 
 namespace {

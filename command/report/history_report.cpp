@@ -17,8 +17,6 @@ namespace eclipse_report {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 std::string line(const std::string& indent, const char* sign, const std::string& text) {
   return indent + sign + " " + printable(text) + "\n";
 }

@@ -2,11 +2,11 @@
 #ifndef ECLIPSE_INT_REPORT_HISTORY_REPORT_H
 #define ECLIPSE_INT_REPORT_HISTORY_REPORT_H
 
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/json_text.h"
 #include "instance/damage.h"
 #include "instance/profile_history.h"
 #include "p2/unit_change.h"
@@ -29,10 +29,10 @@ void print_history(const History& history);
 std::string change_text(const eclipse_p2::UnitChange& change, const std::string& indent);
 
 /// As "change" in schema/history-result.schema.json.
-nlohmann::ordered_json change_json(const eclipse_p2::UnitChange& change);
+eclipse_base::Json change_json(const eclipse_p2::UnitChange& change);
 
 /// As "run" in schema/history-result.schema.json.
-nlohmann::ordered_json recorded_run_json(const eclipse_instance::RecordedRun& run);
+eclipse_base::Json recorded_run_json(const eclipse_instance::RecordedRun& run);
 
 }  // namespace eclipse_report
 

@@ -8,9 +8,7 @@
 
 namespace eclipse_report {
 
-using Json = nlohmann::ordered_json;
-
-void add_named_units(nlohmann::ordered_json& json, const eclipse_p2::UnitChange& change) {
+void add_named_units(Json& json, const eclipse_p2::UnitChange& change) {
   json["installed"] = texts_of(change.installed);
   json["removed"] = texts_of(change.removed);
   json["nowByName"] = texts_of(change.now_by_name);

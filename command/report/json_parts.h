@@ -3,37 +3,39 @@
 #define ECLIPSE_INT_REPORT_JSON_PARTS_H
 
 #include <filesystem>
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/json_text.h"
 #include "instance/damage.h"
 #include "p2/director_failure.h"
 #include "p2/unit_change.h"
 
 namespace eclipse_report {
 
+using eclipse_base::Json;
+
 /// Adds a text as a member of an object, followed by its bytes in hexadecimal when they are not UTF-8.
-void add_text(nlohmann::ordered_json& json, const char* name, const std::string& text, const char* hex_name);
+void add_text(Json& json, const char* name, const std::string& text, const char* hex_name);
 
 /// A text, or null for an empty one.
-nlohmann::ordered_json text_or_null(const std::string& text);
+Json text_or_null(const std::string& text);
 
 /// Files as a list of their paths.
-nlohmann::ordered_json paths_json(const std::vector<std::filesystem::path>& files);
+Json paths_json(const std::vector<std::filesystem::path>& files);
 
 /// Adds the member "damage" if something is wrong with the instance.
-void add_damage(nlohmann::ordered_json& json, const std::optional<eclipse_instance::InstanceDamage>& damage);
+void add_damage(Json& json, const std::optional<eclipse_instance::InstanceDamage>& damage);
 
 /// Adds the members "installed", "removed", "nowByName" and "noLongerByName".
-void add_named_units(nlohmann::ordered_json& json, const eclipse_p2::UnitChange& change);
+void add_named_units(Json& json, const eclipse_p2::UnitChange& change);
 
-nlohmann::ordered_json failure_json(const eclipse_p2::Failure& failure);
+Json failure_json(const eclipse_p2::Failure& failure);
 
 /// Prints a document on standard output, in ASCII: other characters are escaped, since some of them steer a terminal. What is
 /// not UTF-8 becomes U+FFFD. The forms of all documents are those of the schemas in schema/.
-void print_json(const nlohmann::ordered_json& document);
+void print_json(const Json& document);
 
 }  // namespace eclipse_report
 

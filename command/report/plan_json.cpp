@@ -13,8 +13,6 @@ namespace eclipse_report {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 template <typename Items, typename Convert>
 Json list_of(const Items& items, const Convert& convert) {
   Json list = Json::array();

@@ -17,8 +17,6 @@
 
 using namespace eclipse_base;
 using eclipse_lint::Severity;
-using Json = nlohmann::ordered_json;
-
 namespace eclipse_report {
 
 namespace {

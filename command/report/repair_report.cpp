@@ -18,8 +18,6 @@ namespace eclipse_report {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 std::string text_of(const LostUnits& lost, const std::string& executable) {
   return "  Warning: the newest readable state " + lost.text() + "\n    Fix: " + repair_command(executable, lost.time_before) +
          "\n";

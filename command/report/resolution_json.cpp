@@ -11,8 +11,6 @@ namespace eclipse_report {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 Json verdict_json(const Verdict& verdict) {
   return {{"features", verdict.features},
           {"resolves", verdict.resolves()},

@@ -2,14 +2,13 @@
 #ifndef ECLIPSE_INT_REPORT_RESOLUTION_JSON_H
 #define ECLIPSE_INT_REPORT_RESOLUTION_JSON_H
 
-#include <nlohmann/json_fwd.hpp>
-
+#include "base/json_text.h"
 #include "resolve/resolution.h"
 
 namespace eclipse_report {
 
 /// The form is that of "resolution" in schema/plan-result.schema.json.
-nlohmann::ordered_json resolution_json(const eclipse_resolve::Resolution& resolution);
+eclipse_base::Json resolution_json(const eclipse_resolve::Resolution& resolution);
 
 }  // namespace eclipse_report
 

@@ -11,8 +11,6 @@ namespace eclipse_report {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 const char* status_of(const eclipse_host::RunRecord& record) {
   if (!record.refusal.empty()) return "refused";
   return record.failed() ? "failed" : "done";

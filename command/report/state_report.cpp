@@ -7,8 +7,6 @@
 #include "report/json_parts.h"
 
 using eclipse_p2::ProfileState;
-using Json = nlohmann::ordered_json;
-
 namespace eclipse_report {
 
 namespace {

@@ -3,9 +3,9 @@
 #define ECLIPSE_INT_REPORT_STATE_REPORT_H
 
 #include <cstddef>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 
+#include "base/json_text.h"
 #include "p2/profile.h"
 
 namespace eclipse_report {
@@ -23,7 +23,7 @@ std::string dated(const std::string& time);
 std::string state_text(const eclipse_p2::ProfileState& state, std::size_t units);
 
 /// {file, time, status: "readable", "damaged" or "unknown", error, units}, with null for what there is not
-nlohmann::ordered_json state_json(const eclipse_p2::ProfileState& state, std::size_t units);
+eclipse_base::Json state_json(const eclipse_p2::ProfileState& state, std::size_t units);
 
 }  // namespace eclipse_report
 

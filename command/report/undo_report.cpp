@@ -17,8 +17,6 @@ namespace eclipse_report {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 std::string outside_changes_of(const Undo& undo) {
   std::string text;
   for (const Undo::OutsideChange& outside : undo.outside_changes) {

@@ -5,8 +5,6 @@
 #include "report/json_parts.h"
 
 using eclipse_update::Replacement;
-using Json = nlohmann::ordered_json;
-
 namespace eclipse_report {
 
 Json update_json(const std::vector<Replacement>& replacements, const std::string& command) {

@@ -12,8 +12,6 @@ namespace eclipse_report {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 Json unit_json(const CheckedUnit& checked, bool same) {
   return {{"unit", text_of(checked.unit)},           {"locations", checked.places}, {"brought", checked.brought},
           {"installed", checked.is_installed},       {"byName", checked.is_root},   {"requiredBy", checked.required_by},

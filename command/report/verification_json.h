@@ -2,18 +2,18 @@
 #ifndef ECLIPSE_INT_REPORT_VERIFICATION_JSON_H
 #define ECLIPSE_INT_REPORT_VERIFICATION_JSON_H
 
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/json_text.h"
 #include "instance/damage.h"
 #include "verify/verification.h"
 
 namespace eclipse_report {
 
 /// The forms of these documents are those of schema/verify-result.schema.json.
-nlohmann::ordered_json verification_json(const eclipse_verify::Verification& verification);
+eclipse_base::Json verification_json(const eclipse_verify::Verification& verification);
 
 /// Prints that document, with the member damage if something is wrong with the profile.
 void print_verification(const eclipse_verify::Verification& verification,

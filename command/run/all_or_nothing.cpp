@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "base/json_text.h"
 #include "base/printable.h"
 #include "base/temporary_directory.h"
 #include "instance/damage.h"
@@ -33,8 +34,6 @@ using namespace eclipse_terminal;
 namespace eclipse_run {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 void restore(Session& session, const std::map<std::string, std::string>& before, const std::string& name) {
   const auto found = before.find(name);

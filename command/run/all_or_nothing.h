@@ -3,11 +3,11 @@
 #define ECLIPSE_INT_RUN_ALL_OR_NOTHING_H
 
 #include <filesystem>
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/json_text.h"
 #include "instance/reversion.h"
 #include "p2/unit_change.h"
 #include "plan/offer.h"
@@ -41,7 +41,7 @@ class AllOrNothing {
   void revert_unless_unchanged();
   bool was_reverted() const { return !is_whole_ && error_.empty(); }
   std::string text() const;
-  void add_to(nlohmann::ordered_json& json) const;
+  void add_to(eclipse_base::Json& json) const;
 
   RunFunction run_;
   ReportAdditions additions_;

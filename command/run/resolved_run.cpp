@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "base/json_text.h"
 #include "p2/instance_error.h"
 #include "plan/make_plan.h"
 #include "report/resolution_json.h"
@@ -37,7 +38,7 @@ RunFunction ResolvedRun::function() {
 ReportAdditions ResolvedRun::additions() const {
   ReportAdditions additions = additions_;
   additions.text = [this] { return text(); };
-  additions.add_to = [this](nlohmann::ordered_json& json) { add_to(json); };
+  additions.add_to = [this](eclipse_base::Json& json) { add_to(json); };
   return additions;
 }
 
@@ -62,7 +63,7 @@ std::string ResolvedRun::text() const {
   return resolution_ && resolution_->fails() ? "\nResolution:\n" + resolution_text(*resolution_) : "";
 }
 
-void ResolvedRun::add_to(nlohmann::ordered_json& json) const {
+void ResolvedRun::add_to(eclipse_base::Json& json) const {
   if (resolution_) json["resolution"] = resolution_json(*resolution_);
   if (was_run_) additions_.add_to(json);
 }

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "base/json_text.h"
 #include "plan/plan.h"
 #include "resolve/resolution.h"
 #include "run/run_function.h"
@@ -27,7 +28,7 @@ class ResolvedRun {
   /// Why the session is not run; empty when it is.
   std::string refusal_after_asking(const eclipse_plan::Plan& plan);
   std::string text() const;
-  void add_to(nlohmann::ordered_json& json) const;
+  void add_to(eclipse_base::Json& json) const;
 
   RunFunction run_;
   ReportAdditions additions_;

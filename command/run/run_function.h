@@ -3,9 +3,9 @@
 #define ECLIPSE_INT_RUN_RUN_FUNCTION_H
 
 #include <functional>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 
+#include "base/json_text.h"
 #include "report/outcome.h"
 #include "standalone_host/session_run.h"
 
@@ -19,11 +19,11 @@ using RunFunction = std::function<void(const eclipse_host::Plugin& plugin, eclip
 struct ReportAdditions {
   std::function<eclipse_report::InstanceFinding()> finding = [] { return eclipse_report::InstanceFinding(); };
   std::function<std::string()> text = [] { return ""; };  ///< after the report
-  std::function<void(nlohmann::ordered_json& json)> add_to = [](nlohmann::ordered_json&) {};
+  std::function<void(eclipse_base::Json& json)> add_to = [](eclipse_base::Json&) {};
   std::function<int(int status)> exit_status = [](int status) { return status; };  ///< instead of the run's own
   /// The same for a run that a signal or an error in the host has ended.
   std::function<std::string()> text_when_ended = [] { return ""; };
-  std::function<void(nlohmann::ordered_json& json)> add_to_when_ended = [](nlohmann::ordered_json&) {};
+  std::function<void(eclipse_base::Json& json)> add_to_when_ended = [](eclipse_base::Json&) {};
 };
 
 }  // namespace eclipse_run

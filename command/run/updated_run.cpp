@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "base/json_text.h"
 #include "base/printable.h"
 #include "dry_run/chosen_executable.h"
 #include "instance/damage.h"
@@ -27,8 +28,6 @@ using eclipse_update::Replacement;
 namespace eclipse_run {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 /// A director that was stopped at the end may have replaced them nevertheless.
 std::string failure_since(const eclipse_p2::ProfileState& before, const std::filesystem::path& instance) {

@@ -2,10 +2,10 @@
 #ifndef ECLIPSE_INT_RUN_UPDATED_RUN_H
 #define ECLIPSE_INT_RUN_UPDATED_RUN_H
 
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
+#include "base/json_text.h"
 #include "plan/plan.h"
 #include "run/run_function.h"
 #include "update/update.h"
@@ -28,7 +28,7 @@ class UpdatedRun {
   void find_replacements(const eclipse_host::Plugin& plugin, const eclipse_host::Session& session);
   std::string refusal_after_update(eclipse_host::RunRecord& record, const eclipse_host::RunObservers& observers);
   std::string text() const;
-  void add_to(nlohmann::ordered_json& json) const;
+  void add_to(eclipse_base::Json& json) const;
 
   RunFunction run_;
   ReportAdditions additions_;

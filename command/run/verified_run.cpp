@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/json_text.h"
 #include "base/printable.h"
 #include "p2/instance_error.h"
 #include "p2/removal.h"
@@ -24,8 +25,6 @@ using namespace eclipse_terminal;
 namespace eclipse_run {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 std::string lines(const std::string& title, const std::vector<Unit>& units) {
   std::string text;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/json_text.h"
 #include "plan/offer.h"
 #include "plan/plan.h"
 #include "run/run_function.h"
@@ -36,7 +37,7 @@ class VerifiedRun {
   eclipse_report::InstanceFinding finding() const;
   std::string text() const;
   std::string changes() const;
-  void add_to(nlohmann::ordered_json& json) const;
+  void add_to(eclipse_base::Json& json) const;
   int exit_status(int status_of_run) const;
 
   eclipse_plan::Plan plan_;
