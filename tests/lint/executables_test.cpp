@@ -30,9 +30,14 @@ class ExecutableAgreement : public testing::Test {
   }
 
   static void write_session(const std::string& mode, Json variables, const std::string& ide) {
-    const auto component = [](const std::string& directory, const std::string& capability, const std::string& file) {
-      return Json{{"code", directory}, {"installBase", "."},           {"installDir", directory},       {"install", true},
-                  {"remove", true},    {"capabilities", {capability}}, {"package", {{"files", {file}}}}};
+    const auto component = [](const std::string& name, const std::string& capability, const std::string& file) {
+      return Json{{"code", name},
+                  {"installBase", "."},
+                  {"installDir", name},
+                  {"install", true},
+                  {"remove", true},
+                  {"capabilities", {capability}},
+                  {"package", {{"files", {file}}}}};
     };
     Json components = Json::array();
     if (!ide.empty()) components.push_back(component(ide, "ECLIPSE_IDE", "eclipse"));
