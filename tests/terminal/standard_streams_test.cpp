@@ -3,14 +3,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <limits.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -26,16 +24,8 @@ namespace {
 using namespace eclipse_terminal;
 using terminal_test::RedirectedStream;
 using terminal_test::shown_on_terminal;
+using terminal_test::status_of_child;
 using terminal_test::written_to;
-
-/// The exit status of a child that performs this.
-int status_of_child(const std::function<int()>& action) {
-  const pid_t child = fork();
-  if (child == 0) std::_Exit(action());
-  int status = 0;
-  EXPECT_EQ(waitpid(child, &status, 0), child);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 TEST(StandardStreams, ClosedOnesAreOpenForReadingOnlyAndSignalsDoNotEndTheProgram) {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
