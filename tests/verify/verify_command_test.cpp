@@ -270,12 +270,13 @@ TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
                                                          "so the installed units are not known; the launcher failed: "
                                                          "the instance or its configuration cannot be written\n"
                                                          "  Locking is not possible\n"}));
-  write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}});
+  write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", "/missing\x1B/eclipse"}});
   EXPECT_EQ(
       eclipse_int("verify session.json"),
-      (Outcome{2, "",
-               "eclipse-int: the run would be refused: USER_DEFINED_ECLIPSE_PATH is \"/missing/eclipse\", which is not the "
-               "Eclipse executable: give the full path of an existing file named \"eclipse\" (ECLIPSE_BIN)\n"}));
+      (Outcome{
+          2, "",
+          "eclipse-int: the run would be refused: USER_DEFINED_ECLIPSE_PATH is \"/missing\\x1B/eclipse\", which is not the "
+          "Eclipse executable: give the full path of an existing file named \"eclipse\" (ECLIPSE_BIN)\n"}));
   write_session("uninstall", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}}, "\"remove\": true");
   EXPECT_EQ(
       eclipse_int("verify session.json"),
