@@ -623,6 +623,20 @@ TEST_F(SessionFindings, FilesThatNoneOfTheComponentsListsAreAllNamed) {
                              "the package does not list \"etc/eclipse/t\""}));
 }
 
+TEST_F(SessionFindings, FileThatIsListedOutsideOfEtcEclipseMayBeTheTargetOfALink) {
+  write_file("tools/etc/Eclipse/t", "s\tb.c.feature.group\n");
+  Component outside;
+  outside.package = R"("package": {"files": ["etc/eclipse/t", "etc/Eclipse/t"]})";
+  EXPECT_EQ(summary_with({}, {outside}), Texts({"session.json:5:170+15 descriptor-outside-etc-eclipse"}));
+  Component other;
+  other.code = other.directory = "other";
+  other.capabilities = "\"OTHER_ECLIPSE_PLUGIN\"";
+  std::filesystem::create_directories("other/etc/eclipse");
+  std::filesystem::create_symlink("../../../tools/etc/Eclipse/t", "other/etc/eclipse/t");
+  write_file("other/s/content.xml", "<repository><units><unit id='b.c.feature.group' version='1'/></units></repository>");
+  EXPECT_EQ(summary_with({}, {outside, other}), Texts());
+}
+
 TEST_F(SessionFindings, RepositoryInTheDirectoryOfAnotherComponentIsNoted) {
   Component other;
   other.code = other.directory = "other";
