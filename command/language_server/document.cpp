@@ -17,8 +17,6 @@ namespace eclipse_language_server {
 
 namespace {
 
-constexpr auto by_size = [](std::string_view one, std::string_view other) { return one.size() < other.size(); };
-
 /// Where the line begins that contains a byte.
 std::size_t line_start(std::string_view text, std::size_t offset) {
   return offset == 0 ? 0 : text.rfind('\n', offset - 1) + 1;  // npos + 1 is 0
@@ -66,21 +64,17 @@ Range range_in(const Json& params, const std::string& pointer) {
 
 Json as_json(const Range& range) { return {{"start", as_json(range.start)}, {"end", as_json(range.end)}}; }
 
-Document::Document(std::string uri, std::string text) : uri_(std::move(uri)), file_(file_of_uri(uri_)), text_(std::move(text)) {
-  find_lines();
+Document::Document(std::string uri, std::string_view text) : uri_(std::move(uri)), file_(file_of_uri(uri_)) {
+  replace_all(text);
   read_encoding();
 }
 
-void Document::replace_all(std::string text) {
-  text_ = std::move(text);
-  find_lines();
-}
+void Document::replace_all(std::string_view text) { replace_bytes(0, text_.size(), text); }
 
 void Document::replace(const Range& range, std::string_view text, PositionEncoding encoding) {
   const std::size_t start = offset_of(range.start, encoding);
   const std::size_t end = std::max(start, offset_of(range.end, encoding));
-  text_.replace(start, end - start, text);
-  update_lines(start, end - start, text.size());
+  replace_bytes(start, end - start, text);
 }
 
 std::string Document::content() const {
@@ -88,7 +82,7 @@ std::string Document::content() const {
 }
 
 void Document::read_encoding() {
-  const std::string beginning = file_ ? read_beginning(*file_, utf_8_mark.size()).bytes : "";
+  const std::string beginning = file_ ? read_beginning(*file_, utf_8_mark.size()).bytes : std::string();
   hidden_beginning_ = beginning == utf_8_mark && !text_.starts_with(utf_8_mark) ? beginning : "";
   is_recoded_ = has_utf_16_mark(beginning);
 }
@@ -108,7 +102,7 @@ bool Document::is_in_descriptor_directory() const {
 
 std::size_t Document::offset_of(const Position& position, PositionEncoding encoding) const {
   if (position.line >= shown_line_starts_.size()) return text_.size();
-  return shown_line_starts_[position.line] + bytes_in(shown_line(position.line), position.character, encoding);
+  return shown_line_starts_.at(position.line) + bytes_in(shown_line(position.line), position.character, encoding);
 }
 
 Range Document::range_between(std::size_t start, std::size_t end, PositionEncoding encoding) const {
@@ -146,14 +140,13 @@ std::optional<TextEdit> Document::edit_to(std::string_view content, PositionEnco
   if (content.starts_with(hidden_beginning_)) content.remove_prefix(hidden_beginning_.size());
   if (content == text_) return std::nullopt;
   const std::string_view text = text_;
-  const auto& [shorter, longer] = std::minmax(text, content, by_size);
-  const auto same = std::mismatch(shorter.begin(), shorter.end(), longer.begin());
-  const auto start = line_start(shorter, static_cast<std::size_t>(same.first - shorter.begin()));
-  const auto same_at_end =
-      std::mismatch(shorter.rbegin(), shorter.rend() - static_cast<std::ptrdiff_t>(start), longer.rbegin());
-  const auto kept = kept_at_end(shorter, static_cast<std::size_t>(same_at_end.first - shorter.rbegin()));
-  return TextEdit{range_between(start, text_.size() - kept, encoding),
-                  std::string(content.substr(start, content.size() - kept - start))};
+  const auto same = std::mismatch(text.begin(), text.end(), content.begin(), content.end());
+  const auto start = line_start(text, static_cast<std::size_t>(same.first - text.begin()));
+  const std::string_view old_rest = text.substr(start);
+  const std::string_view new_rest = content.substr(start);
+  const auto same_at_end = std::mismatch(old_rest.rbegin(), old_rest.rend(), new_rest.rbegin(), new_rest.rend());
+  const auto kept = kept_at_end(old_rest, static_cast<std::size_t>(same_at_end.first - old_rest.rbegin()));
+  return TextEdit{range_between(start, text.size() - kept, encoding), std::string(new_rest.substr(0, new_rest.size() - kept))};
 }
 
 Line Document::line_from(std::size_t start) const {
@@ -173,15 +166,10 @@ Position Document::position_of(std::size_t offset, PositionEncoding encoding) co
   return {number, units_in(shown_line(number), offset - shown_line_starts_[number], encoding)};
 }
 
-void Document::find_lines() {
-  line_starts_ = {0};
-  shown_line_starts_ = {0};
-  update_lines(0, 0, text_.size());
-}
-
-void Document::update_lines(std::size_t start, std::size_t removed, std::size_t inserted) {
-  update_line_starts(line_starts_, text_, start, removed, inserted, is_line_feed);
-  update_line_starts(shown_line_starts_, text_, start, removed, inserted, is_shown_line_end);
+void Document::replace_bytes(std::size_t start, std::size_t count, std::string_view text) {
+  text_.replace(start, count, text);
+  update_line_starts(line_starts_, text_, start, count, text.size(), is_line_feed);
+  update_line_starts(shown_line_starts_, text_, start, count, text.size(), is_shown_line_end);
 }
 
 }  // namespace eclipse_language_server

@@ -46,14 +46,14 @@ struct Line {
 class Document {
  public:
   /// A file that is opened with this text.
-  Document(std::string uri, std::string text);
+  Document(std::string uri, std::string_view text);
 
   const std::string& uri() const { return uri_; }
   /// Nothing when the document is not a file of this machine.
   const std::optional<std::filesystem::path>& file() const { return file_; }
   const std::string& text() const { return text_; }
 
-  void replace_all(std::string text);
+  void replace_all(std::string_view text);
   void replace(const Range& range, std::string_view text, PositionEncoding encoding);
 
   /// What the file will contain when it is saved: the text, and what the editor does not show of the file. That is a byte-order
@@ -86,8 +86,7 @@ class Document {
   std::optional<TextEdit> edit_to(std::string_view content, PositionEncoding encoding) const;
 
  private:
-  void find_lines();
-  void update_lines(std::size_t start, std::size_t removed, std::size_t inserted);
+  void replace_bytes(std::size_t start, std::size_t count, std::string_view text);
   Line line_from(std::size_t start) const;
   std::string_view shown_line(std::size_t number) const;
   Position position_of(std::size_t offset, PositionEncoding encoding) const;
@@ -95,8 +94,8 @@ class Document {
   std::string uri_;
   std::optional<std::filesystem::path> file_;
   std::string text_;
-  std::vector<std::size_t> line_starts_;
-  std::vector<std::size_t> shown_line_starts_;  ///< of the lines that an editor shows
+  std::vector<std::size_t> line_starts_ = {0};
+  std::vector<std::size_t> shown_line_starts_ = {0};  ///< of the lines that an editor shows
   std::string hidden_beginning_;
   bool is_recoded_ = false;  ///< the editor has converted the file from UTF-16
 };

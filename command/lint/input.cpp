@@ -198,7 +198,6 @@ class InputReader {
   Component& add_component(CatalogueComponent& catalogue, Location location) {
     Component& component = input_->components.emplace_back();
     component.catalogue = &catalogue;
-    component.list_location = location;
     component.location = std::move(location);
     component.directory = fs::path(catalogue.installBase + "/" + catalogue.installDir).lexically_normal().string();
     return component;

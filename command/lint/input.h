@@ -95,7 +95,7 @@ struct Component {
   eclipse_host::CatalogueComponent* catalogue;
   std::string directory;   ///< installBase and installDir, as the plug-in joins them
   Location location;       ///< of its code
-  Location list_location;  ///< of its list of files
+  Location list_location;  ///< of its list of files in a session
   std::deque<ListedFile> files;
   std::vector<std::string> capabilities;
   std::vector<Location> capability_locations;

@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
+#include <iomanip>
+#include <sstream>
 #include <utility>
 
 #include "base/printable.h"
@@ -32,9 +32,9 @@ constexpr std::size_t most_held = 1'048'576;
 constexpr int most_waits = 8;  ///< for a reader, after a signal, four a second
 
 std::string in_seconds(double seconds) {
-  std::array<char, 64> text;
-  std::snprintf(text.data(), text.size(), "%.1f s", seconds);
-  return text.data();
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(1) << seconds << " s";
+  return text.str();
 }
 
 std::string choice_of(const Session& session) {
@@ -127,7 +127,7 @@ void RunReport::write(const std::string& text) {
     } else if (!run_has_ended_) {
       Interruption::check();
     }
-    return !Interruption::was_requested() || ++waits < most_waits;
+    return !Interruption::was_requested() || ++waits != most_waits;
   });
 }
 
@@ -138,7 +138,6 @@ void RunReport::print(const std::string& text) {
 
 /// The reasons of a failure are in the outcome, once for all commands.
 void RunReport::print_output(std::string_view output) {
-  if (output.empty()) return;
   std::string text = without_waiting();
   for (const char byte : output) {
     if (is_held_) {

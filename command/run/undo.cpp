@@ -60,9 +60,9 @@ void check_variables(const SessionOptions& options) {
   eclipse_host::check_variables_file(*options.write_variables, eclipse_host::read_variables_file(*options.variables));
 }
 
-WayBack way_from(const ProfileState& newest, const fs::path& instance, const RunJournal& journal,
-                 const std::optional<std::string>& to) {
-  const std::vector<std::string> times = state_times(instance);
+/// `times` are those of all states, newest first.
+WayBack way_from(const ProfileState& newest, const fs::path& instance, const std::vector<std::string>& times,
+                 const RunJournal& journal, const std::optional<std::string>& to) {
   if (to) return way_back_to(times, journal, *to);
   return way_back(times, journal,
                   [&](const std::string& time) { return has_same_units(newest, state_of_time(instance, time)); });
@@ -74,12 +74,12 @@ UnitChange change_of_states(const fs::path& instance, const std::string& before,
 
 /// What other people changed is what counts, not the states that p2 writes without a change. They may have worked on the
 /// instance during a run, too.
-std::vector<Undo::OutsideChange> outside_changes(const fs::path& instance, const WayBack& way) {
+std::vector<Undo::OutsideChange> outside_changes(const fs::path& instance, const std::vector<std::string>& times,
+                                                 const WayBack& way) {
   std::vector<Undo::OutsideChange> changes;
-  const std::vector<std::string> times = state_times(instance);
   for (const std::string& time : way.states_of_others) {
-    const auto older = std::find(times.begin(), times.end(), time) + 1;
-    if (older < times.end()) changes.push_back({time, change_of_states(instance, *older, time)});
+    const auto older = std::find(times.begin(), times.end(), time) + 1;  // there is one, since the target is older
+    changes.push_back({time, change_of_states(instance, *older, time)});
   }
   for (const RecordedRun* const run : way.runs) {
     changes.push_back({run->after, run->not_asked_for(change_of_states(instance, run->before, run->after))});
@@ -117,23 +117,23 @@ std::vector<std::string> repositories_for(const Undo& undo, const std::vector<st
 void look_at(Undo& undo, const UndoOptions& options) {
   const fs::path instance = instance_directory(undo.executable);
   undo.journal = read_run_journal(instance);
-  undo.newest = newest_time(instance);
-  if (undo.newest.empty()) throw no_profile(undo.executable);
+  const std::vector<std::string> times = state_times(instance);
+  if (times.empty()) throw no_profile(undo.executable);
+  undo.newest = times.front();
   const ProfileState newest = state_of_time(instance, undo.newest);
-  undo.way = way_from(newest, instance, undo.journal, options.to);
+  undo.way = way_from(newest, instance, times, undo.journal, options.to);
   undo.error = undo.way.error;
   if (!undo.error.empty()) return;
   const ProfileState target = state_of_time(instance, undo.way.target);
   undo.error = why_not_revertible(newest, target);
   if (!undo.error.empty()) return;
   undo.change = change_between(installed_in(newest), installed_in(target));
-  undo.outside_changes = outside_changes(instance, undo.way);
+  undo.outside_changes = outside_changes(instance, times, undo.way);
   find_cached(undo);
   if (!undo.way.runs.empty()) undo.variables_of_run = undo.way.runs.front()->variables_file;
   if (!undo.outside_changes.empty() && !undo.is_forced) {
     undo.error = "this would also undo the changes above, which were made outside eclipse-int; use --force to undo them, too";
   }
-  if (undo.change->is_empty()) return;
   undo.missing = missing_artifacts(instance, newest, target, repositories_for(undo, options.repositories));
   if (undo.error.empty() && undo.missing.is_certain()) {
     undo.error =

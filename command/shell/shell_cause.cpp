@@ -61,8 +61,8 @@ std::optional<ShellCause> cause_in(const CommandPiece& piece) {
 }
 
 std::vector<std::size_t> idle_globs_in(const CommandPiece& piece) {
+  if (is_plain(piece.text)) return {};
   std::vector<std::size_t> offsets;
-  if (is_plain(piece.text)) return offsets;
   for (const std::size_t at : read_as_shell(piece.before + piece.text + piece.after).idle_globs) {
     if (is_in_text(piece, at)) offsets.push_back(at - piece.before.size());
   }

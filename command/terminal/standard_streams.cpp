@@ -7,7 +7,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
-#include <new>
 
 #include "base/printable.h"
 #include "terminal/interruptible_write.h"
@@ -24,6 +23,11 @@ bool output_is_missing = false;
 std::string as_message(std::string_view message) {
   using eclipse_base::printable;
   return program_prefix + printable(message, {.line_feed = "\n", .longest = eclipse_base::no_limit}) + "\n";
+}
+
+/// A message that takes no memory.
+void print_literal(const char* message) {
+  for (const char* const part : {program_prefix, message, "\n"}) write_while(STDERR_FILENO, part, waits_for_reader);
 }
 
 }  // namespace
@@ -49,9 +53,7 @@ void print_notice(std::string_view message) {
   write_while(STDERR_FILENO, text, [] { return false; });
 }
 
-void print_out_of_memory() {
-  for (const char* const part : {program_prefix, out_of_memory, "\n"}) write_while(STDERR_FILENO, part, waits_for_reader);
-}
+void print_out_of_memory() { print_literal(out_of_memory); }
 
 void print_errors(const eclipse_base::FileError& errors) {
   const auto all = errors.each();
@@ -69,11 +71,11 @@ bool output_is_coloured() {
 
 std::optional<int> stream_of(const std::string& file) {
   struct stat wanted {};
-  if (stat(file.c_str(), &wanted) != 0) return std::nullopt;
+  const bool is_there = stat(file.c_str(), &wanted) == 0;
   for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
     struct stat open {};
-    if (fstat(stream, &open) != 0 || open.st_dev != wanted.st_dev || open.st_ino != wanted.st_ino) continue;
-    if (!S_ISCHR(open.st_mode) || isatty(stream) != 0) return stream;
+    const bool is_it = is_there && fstat(stream, &open) == 0 && open.st_dev == wanted.st_dev && open.st_ino == wanted.st_ino;
+    if (is_it && (!S_ISCHR(open.st_mode) || isatty(stream) != 0)) return stream;
   }
   return std::nullopt;
 }
@@ -86,11 +88,7 @@ void write_to_output(std::string_view text, const std::function<bool()>& goes_on
 int with_output_written(int status) {
   std::cout.flush();
   if (std::cout && !output_is_missing) return status;
-  try {
-    print_message("standard output cannot be written; the work is complete, but its output is not");
-  } catch (const std::bad_alloc&) {
-    print_out_of_memory();
-  }
+  print_literal("standard output cannot be written; the work is complete, but its output is not");
   return status == 0 ? 2 : status;
 }
 

@@ -187,18 +187,47 @@ TEST_F(Undo, UndoesOneRunAfterTheOther) {
   script(2, leave("1731234700000", {"ide/4.0.0", "one/2.0.0"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   script(3, leave("1731234800000", {"ide/4.0.0", "one/1.0.0"}));
-  EXPECT_EQ(undo("--eclipse eclipse", 0).at("to"), "1731234600000");
-  EXPECT_EQ(Json::parse(content_of(journal)).at("runs").at(2).at("cachedAfter"), directory.path() + "/eclipse/eclipse")
+  const std::string variables = " --variables v.json --write-variables v.json";
+  fake::write_file("v.json", "{}");
+  EXPECT_EQ(undo("--eclipse eclipse" + variables, 0).at("to"), "1731234600000");
+  EXPECT_EQ(Json::parse(content_of("v.json")), (Json{{"CASHED_ECLIPSE_PATH", directory.path() + "/eclipse/eclipse"}}))
       << "as the first run left it";
+  EXPECT_EQ(Json::parse(content_of(journal)).at("runs").at(2).at("cachedAfter"), directory.path() + "/eclipse/eclipse");
   EXPECT_TRUE(fs::exists("eclipse/configuration/.eclipse-int.kept/1731234700000"));
   script(4, leave("1731234900000", {"ide/4.0.0"}));
-  const Json second = undo("--eclipse eclipse", 0);
+  const Json second = undo("--eclipse eclipse" + variables, 0);
   EXPECT_EQ(second.at("from"), "1731234800000");
   EXPECT_EQ(second.at("to"), "1731234500000");
+  EXPECT_EQ(Json::parse(content_of("v.json")), Json::object());
   script(5, leave("1731235000000", {"ide/4.0.0", "one/2.0.0"}));
   const Json forward = undo("--eclipse eclipse --to 1731234700000", 0);
   EXPECT_EQ(forward.at("change").at("installed"), Json({"one/2.0.0"})) << "and forward again";
   EXPECT_EQ(undo("--eclipse eclipse --dry-run", 0).at("to"), "1731234600000");
+}
+
+TEST_F(Undo, IsRecordedLikeARun) {
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0", "two/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  script(2, leave("1731234700000", {"ide/4.0.0"}));
+  ASSERT_EQ(eclipse_int("undo session.json").status, 0);
+  const std::string executable = directory.path() + "/eclipse/eclipse";
+  const Json run = {{"command", "eclipse-int run session.json"},
+                    {"before", "1731234500000"},
+                    {"after", "1731234600000"},
+                    {"revertedTo", ""},
+                    {"repositories", {"file://" + directory.path() + "/tools/site"}},
+                    {"variablesFile", ""},
+                    {"cachedAfter", executable},
+                    {"units", {"one", "two"}}};
+  const Json undo = {{"command", "eclipse-int undo session.json"},
+                     {"before", "1731234600000"},
+                     {"after", "1731234700000"},
+                     {"revertedTo", "1731234500000"},
+                     {"repositories", Json::array()},
+                     {"variablesFile", ""},
+                     {"cachedBefore", executable},
+                     {"units", {"one", "two"}}};
+  EXPECT_EQ(Json::parse(content_of(journal)).at("runs"), Json({run, undo}));
 }
 
 TEST_F(Undo, AsksBeforeItUndoesWhatOthersChanged) {
@@ -207,17 +236,21 @@ TEST_F(Undo, AsksBeforeItUndoesWhatOthersChanged) {
   write_state("1731234700000", {"ide/4.0.0", "one/1.0.0"});
   EXPECT_EQ(undo("session.json --dry-run", 0).at("outsideChanges"), Json::array()) << "nothing came or went";
   write_state("1731234800000", {"ide/4.0.0", "one/1.0.0", "guest/1.0.0"});
+  write_state("1731234850000", {"ide/4.0.0", "one/1.0.0", "guest/1.0.0", "other/1.0.0"});
   const Outcome refused = eclipse_int("undo session.json");
   EXPECT_EQ(refused,
             (Outcome{1,
                      "Eclipse DIRECTORY/eclipse/eclipse\n"
                      "  Reverts to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
                      "  Undoes: eclipse-int run session.json\n"
+                     "  Also undoes 1731234850000 (2024-11-10 10:34:10 UTC), made outside eclipse-int:\n"
+                     "    + other 1.0.0\n"
                      "  Also undoes 1731234800000 (2024-11-10 10:33:20 UTC), made outside eclipse-int:\n"
                      "    + guest 1.0.0\n"
                      "  Changes:\n"
                      "    - guest 1.0.0\n"
                      "    - one 1.0.0\n"
+                     "    - other 1.0.0\n"
                      "  Error: this would also undo the changes above, which were made outside eclipse-int; use --force to "
                      "undo them, too\n",
                      ""}));
@@ -225,22 +258,36 @@ TEST_F(Undo, AsksBeforeItUndoesWhatOthersChanged) {
   script(2, leave("1731234900000", {"ide/4.0.0"}));
   const Json forced = undo("session.json --force", 0);
   EXPECT_EQ(forced.at("forced"), true);
-  EXPECT_EQ(forced.at("outsideChanges").at(0).at("time"), "1731234800000");
+  EXPECT_EQ(forced.at("outsideChanges").at(0).at("time"), "1731234850000");
 }
 
 /// By hand, while a run is at work.
 TEST_F(Undo, AsksBeforeItUndoesWhatOthersChangedDuringARun) {
   script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0", "three/1.0.0"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
-  const Json result = undo("session.json", 1);
-  EXPECT_EQ(result.at("error"),
-            "this would also undo the changes above, which were made outside eclipse-int; use --force to undo them, too");
-  ASSERT_EQ(result.at("outsideChanges").size(), 1U);
-  EXPECT_EQ(result.at("outsideChanges").at(0).at("time"), "1731234600000");
-  EXPECT_EQ(result.at("outsideChanges").at(0).at("change").at("installed"), Json({"three/1.0.0"}));
   EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0).at("run"), nullptr);
-  script(2, leave("1731234700000", {"ide/4.0.0"}));
-  EXPECT_EQ(undo("session.json --force", 0).at("error"), nullptr);
+  script(2, leave("1731234700000", {"ide/4.0.0", "one/2.0.0", "three/1.0.0", "four/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  const std::string undo_both = "undo session.json --to 1731234500000";
+  EXPECT_EQ(eclipse_int(undo_both),
+            (Outcome{1,
+                     "Eclipse DIRECTORY/eclipse/eclipse\n"
+                     "  Reverts to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
+                     "  Undoes: eclipse-int run session.json\n"
+                     "  Undoes: eclipse-int run session.json\n"
+                     "  Also undoes 1731234700000 (2024-11-10 10:31:40 UTC), made outside eclipse-int:\n"
+                     "    + four 1.0.0\n"
+                     "  Also undoes 1731234600000 (2024-11-10 10:30:00 UTC), made outside eclipse-int:\n"
+                     "    + three 1.0.0\n"
+                     "  Changes:\n"
+                     "    - four 1.0.0\n"
+                     "    - one 2.0.0\n"
+                     "    - three 1.0.0\n"
+                     "  Error: this would also undo the changes above, which were made outside eclipse-int; use --force to "
+                     "undo them, too\n",
+                     ""}));
+  script(3, leave("1731234800000", {"ide/4.0.0"}));
+  EXPECT_EQ(eclipse_int(undo_both + " --force").status, 0);
 }
 
 TEST_F(Undo, ThatIsKilledIsKnown) {
@@ -276,6 +323,7 @@ TEST_F(Undo, DoesNotStartADirectorForNothing) {
   EXPECT_TRUE(outcome.output.ends_with("  Nothing to do: the instance has the units of this state already.\n"))
       << outcome.output;
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
+  EXPECT_EQ(Json::parse(content_of(journal)).at("runs").size(), 1U);
 }
 
 TEST_F(Undo, ExplainsWhatTheDirectorDidNotDo) {
@@ -295,8 +343,16 @@ TEST_F(Undo, LeavesADamagedProfileToRepair) {
   script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
   fake::write_file(registry + "1731234700000.profile", "<profile");
-  const Json result = undo("session.json", 1);
-  EXPECT_TRUE(result.contains("damage"));
+  EXPECT_EQ(eclipse_int("undo session.json"),
+            (Outcome{1,
+                     "Eclipse DIRECTORY/eclipse/eclipse\n"
+                     "  Reverts to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
+                     "  Undoes: eclipse-int run session.json\n"
+                     "  Error: the state 1731234700000 of the p2 profile is not well-formed XML\n",
+                     "eclipse-int: the newest state of the p2 profile, DIRECTORY/" + registry +
+                         "1731234700000.profile, is not well-formed XML, so every director fails; run: eclipse-int repair "
+                         "DIRECTORY/eclipse/eclipse\n"}));
+  EXPECT_TRUE(undo("session.json", 1).contains("damage"));
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
 
@@ -359,8 +415,9 @@ TEST_F(Undo, IsKnownAlsoWhenItsDirectorFailsAtTheEnd) {
   script(4, leave("1731234900000", {"ide/4.0.0"}) +
                 "; kill -s TERM $(cat number); sleep 0.5; kill -s TERM $(cat number); exec sleep 100");
   EXPECT_EQ(eclipse_int("undo session.json", with_number).status, 143);
-  EXPECT_EQ(Json::parse(eclipse_int("history eclipse --json").output).at("states").at(0).at("run").at("revertedTo"),
-            "1731234500000");
+  const Json states = Json::parse(eclipse_int("history eclipse --json").output).at("states");
+  EXPECT_EQ(states.at(0).at("run").at("revertedTo"), "1731234500000");
+  EXPECT_EQ(states.at(0).at("run").at("completed"), true);
 }
 
 TEST_F(Undo, LetsTheDirectorEndUnlessASecondSignalComes) {
@@ -375,13 +432,29 @@ TEST_F(Undo, LetsTheDirectorEndUnlessASecondSignalComes) {
   const Outcome done = eclipse_int("undo session.json", with_number);
   EXPECT_EQ(done.status, 0) << done.output;
   EXPECT_NE(done.error.find("waiting for the director to end"), std::string::npos) << done.error;
+  script(4, "printf '<profile' > " + registry +
+                "1731234800000.profile; kill -s TERM $(cat number); sleep 0.5; "
+                "kill -s TERM $(cat number); exec sleep 100");
+  const Outcome damaged = eclipse_int("undo --eclipse eclipse --to 1731234600000 --json", with_number);
+  EXPECT_EQ(damaged.status, 143);
+  EXPECT_TRUE(Json::parse(damaged.output).contains("damage")) << damaged.output;
 }
 
 TEST_F(Undo, NeedsAnEclipse) {
-  EXPECT_EQ(eclipse_int("undo").status, 2);
-  EXPECT_EQ(eclipse_int("undo --eclipse nowhere").status, 2);
-  EXPECT_EQ(eclipse_int("undo session.json --set ECLIPSE_INTEGRATION_CHOICE=none").status, 2);
-  EXPECT_EQ(eclipse_int("undo session.json --write-variables v.json").status, 2);
+  const auto error_of = [&](const std::string& arguments) {
+    const Outcome outcome = eclipse_int("undo " + arguments);
+    EXPECT_EQ(outcome.status, 2) << arguments;
+    EXPECT_EQ(outcome.output, "");
+    return outcome.error;
+  };
+  const std::string more = "\nRun with --help for more information.\n";
+  EXPECT_EQ(error_of(""), "eclipse-int: SESSION: missing; give a session file, or --eclipse with the Eclipse instance" + more);
+  EXPECT_EQ(error_of("--eclipse nowhere"),
+            "eclipse-int: DIRECTORY/nowhere: is not a file; give the Eclipse executable, or the directory that contains it\n");
+  EXPECT_EQ(error_of("session.json --set ECLIPSE_INTEGRATION_CHOICE=none"),
+            "eclipse-int: session.json: the session chooses no Eclipse instance; use --eclipse with one" + more);
+  EXPECT_EQ(error_of("session.json --write-variables v.json"),
+            "eclipse-int: --write-variables: needs --variables with the file of the last run" + more);
   fake::write_file("v.json", "{}");
   EXPECT_EQ(eclipse_int("undo session.json --variables v.json --write-variables session.json").status, 2);
 }
@@ -410,19 +483,49 @@ TEST_F(Undo, IsNotBegunWhenTheVariablesCannotBeWritten) {
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
 }
 
-TEST_F(Undo, TakesWhatItNeedsFromTheNamedRepositories) {
-  write_state("1731234600000", {"ide/4.0.0", "one/1.0.0"});
-  fs::create_directory("my site");
+TEST_F(Undo, TakesWhatItNeedsFromTheNamedRepositoriesAndThoseOfTheRuns) {
+  fake::write_file("tools/etc/eclipse/tools.txt", "site\tone\nother\ttwo\n");
+  script(1, leave("1731234600000", {"ide/4.0.0", "one/1.0.0"}));
+  ASSERT_EQ(eclipse_int("run session.json").status, 0);
+  const std::string run = director_calls();
+  fs::create_directory("my: site");
   fake::write_file("a.zip", "");
-  script(1, leave("1731234700000", {"ide/4.0.0"}));
-  const std::string undo = "undo --eclipse eclipse --force --to 1731234500000 --repository ";
+  script(2, leave("1731234700000", {"ide/4.0.0"}));
+  const std::string undo = "undo session.json --repository ";
   EXPECT_EQ(eclipse_int(undo + "missing"),
             (Outcome{2, "", "eclipse-int: --repository: \"missing\" does not exist\nRun with --help for more information.\n"}));
-  EXPECT_EQ(director_calls(), "");
-  EXPECT_EQ(eclipse_int(undo + "'my site' --repository a.zip --repository http://example.org/a").status, 0);
-  const std::string calls = director_calls();
+  EXPECT_EQ(director_calls(), run);
+  EXPECT_EQ(eclipse_int(undo + "'my: site' --repository a.zip --repository http://example.org/a").status, 0);
+  const std::string calls = director_calls().substr(run.size());
   EXPECT_EQ(calls.substr(std::min(calls.find(','), calls.size())),
-            ",file://DIRECTORY/my%20site,jar:file://DIRECTORY/a.zip!/,http://example.org/a -revert 1731234500000\n");
+            ",file://DIRECTORY/my%3A%20site,jar:file://DIRECTORY/a.zip!/,http://example.org/a,file://DIRECTORY/tools/other,"
+            "file://DIRECTORY/tools/site -revert 1731234500000\n");
+}
+
+TEST_F(Undo, IsNotBegunWhenNoRepositoryHasWhatIsMissing) {
+  const auto state = [&](const std::string& version) {
+    return "<profile><properties><property name='org.eclipse.equinox.p2.cache' value='" + directory.path() +
+           "/eclipse'/></properties><units><unit id='f' version='" + version +
+           "'><touchpoint id='org.eclipse.equinox.p2.osgi' version='1.0.0'/><artifacts><artifact "
+           "classifier='org.eclipse.update.feature' id='f' version='" +
+           version + "'/></artifacts></unit></units></profile>";
+  };
+  fake::write_file("eclipse/artifacts.xml", "<repository><artifacts/></repository>");
+  fake::write_file(registry + "1731234500000.profile", state("1.0.0"));
+  fake::write_file(registry + "1731234600000.profile", state("2.0.0"));
+  EXPECT_EQ(eclipse_int("undo --eclipse eclipse --force --to 1731234500000"),
+            (Outcome{1,
+                     "Eclipse DIRECTORY/eclipse/eclipse\n"
+                     "  Reverts to the state 1731234500000 (2024-11-10 10:28:20 UTC)\n"
+                     "  Also undoes 1731234600000 (2024-11-10 10:30:00 UTC), made outside eclipse-int:\n"
+                     "    + 1 other unit, - 1 other unit\n"
+                     "  Changes:\n"
+                     "    + 1 other unit, - 1 other unit\n"
+                     "  Missing, in the instance and in all known repositories: feature f 1.0.0\n"
+                     "  Error: the director would fail, since no known repository has what is missing; use --repository with "
+                     "one that has it\n",
+                     ""}));
+  EXPECT_EQ(director_calls(), "");
 }
 
 TEST_F(Undo, WaitsForItsTurn) {

@@ -23,6 +23,12 @@ std::string edited(const std::string& text, const Range& range, const std::strin
   return document.text();
 }
 
+TEST(Document, HasRangesAsTheProtocolHasThem) {
+  const Json range = {{"start", {{"line", 1U}, {"character", 2U}}}, {"end", {{"line", 3U}, {"character", 4U}}}};
+  EXPECT_EQ(as_json(Range{{1, 2}, {3, 4}}), range);
+  EXPECT_EQ(as_json(range_in({{"range", range}}, "/range")), range);
+}
+
 TEST(Document, ReplacesRanges) {
   EXPECT_EQ(edited("one\ntwo\n", {{0, 1}, {1, 2}}, "-"), "o-o\n");
   EXPECT_EQ(edited("one\ntwo\n", {{1, 0}, {1, 0}}, "more\n"), "one\nmore\ntwo\n");
@@ -49,8 +55,10 @@ TEST(Document, FindsTheLinesOfThePlugInAmongThoseThatAnEditorShows) {
 }
 
 TEST(Document, TakesPositionsAfterTheEndForTheEnd) {
-  EXPECT_EQ(edited("one\ntwo", {{0, 99}, {1, 0}}, ""), "onetwo");
+  EXPECT_EQ(edited("one\ntwo\nthree", {{0, 99}, {1, 0}}, ""), "onetwo\nthree");
+  EXPECT_EQ(edited("one\ntwo\nthree", {{1, 99}, {2, 0}}, ""), "one\ntwothree");
   EXPECT_EQ(edited("one\ntwo", {{1, 0}, {99, 0}}, "x"), "one\nx");
+  EXPECT_EQ(edited("one\ntwo", {{1, 0}, {2, 0}}, "x"), "one\nx");
   EXPECT_EQ(edited("one\ntwo", {{99, 99}, {99, 99}}, "!"), "one\ntwo!");
   const std::size_t most = static_cast<std::size_t>(-1);
   EXPECT_EQ(edited("one\ntwo", {{most, most}, {most, most}}, "!"), "one\ntwo!");
@@ -126,6 +134,8 @@ TEST(Document, FindsTheSameLinesAfterEditsAsInTheWholeText) {
     document.replace(document.range_between(start, end, utf16), text, utf16);
     ASSERT_EQ(lines_of(document), lines_of(document_with(document.text())));
   }
+  document.replace_all("a\rb\nc");
+  EXPECT_EQ(lines_of(document), lines_of(document_with("a\rb\nc")));
 }
 
 TEST(Document, KeepsWhatTheEditorDoesNotShow) {
@@ -181,12 +191,14 @@ TEST(Document, HasRangesOfItsOwnLinesOnly) {
 }
 
 TEST(Document, IsASessionOrADescriptorOrNeither) {
-  const auto kind_of = [](const std::string& uri, const std::string& text) {
+  const auto kind_of = [](const std::string& uri, const std::string& text) -> std::string {
     const Document document(uri, text);
-    return std::string(document.is_session() ? "session" : document.is_descriptor() ? "descriptor" : "other");
+    if (document.is_configuration()) return "configuration";
+    return document.is_session() ? "session" : document.is_descriptor() ? "descriptor" : "other";
   };
   EXPECT_EQ(kind_of("file:///none/s.json", "{\"components\": ["), "session");
-  EXPECT_EQ(kind_of("file:///none/s.json", "{}"), "other");
+  EXPECT_EQ(kind_of("file:///none/s.json", "{\"componentsOfOthers\": ["), "other");
+  EXPECT_EQ(kind_of("file:///none/.eclipse-int.json", "{\"components\": ["), "configuration");
   EXPECT_EQ(kind_of("file:///none/s.txt", "{\"components\": ["), "session");
   EXPECT_EQ(kind_of("file:///none/s.txt", "{}"), "other");
   EXPECT_EQ(kind_of("file:///none/s.txt", "a\tb"), "descriptor");

@@ -82,6 +82,10 @@ TEST_F(Directories, ComponentsMayCountOnTheSitesOfOthers) {
   write_component("product/one", "x.a", "s\tx.a.feature.group\ns\tx.b.feature.group\n");
   EXPECT_EQ(found_in("product"), Texts());
   EXPECT_EQ(found_in("product/one"), Texts({"product/one/etc/eclipse/t:2:3+17 feature-not-found"}));
+  write_component("product/one", "x.a", "s\tx.c.feature.group\n");
+  write_component("product/more/two", "x.b", "s\tx.d.feature.group\n");
+  EXPECT_EQ(found_in("product"), Texts({"product/more/two/etc/eclipse/t:1:3+17 feature-not-found",
+                                        "product/one/etc/eclipse/t:1:3+17 feature-not-found"}));
 }
 
 TEST_F(Directories, WhatLooksLikeADescriptorIsFoundBesideTheComponents) {
@@ -134,6 +138,9 @@ TEST_F(Directories, DescriptorMayBeALinkToAFileOfNoComponent) {
   std::filesystem::remove("product/one/etc/eclipse/t");
   std::filesystem::create_symlink("../../../shared/t", "product/one/etc/eclipse/t");
   EXPECT_EQ(found_in("product"), Texts());
+  std::filesystem::rename("product/one/etc/eclipse/t", "product/one/etc/eclipse/u");
+  write_file("product/one/etc/eclipse/t", "s\tx.a.feature.group\n");
+  EXPECT_EQ(found_in("product"), Texts());
 }
 
 TEST_F(Directories, ExamplesInAnEtcEclipseAreDescriptors) {
@@ -149,6 +156,10 @@ TEST_F(Directories, RepositoriesOfOtherComponentsAreNoted) {
   EXPECT_EQ(noted.severity, Severity::note);
   EXPECT_EQ(noted.message, "\"../more/two/s\" is outside of the component's directory, in that of another component, " +
                                directory.path() + "/product/more/two");
+  write_file("product/more/two/etc/eclipse/t", "../../one/s\tx.a.feature.group\n");
+  EXPECT_EQ(findings_in("product")[0].message,
+            "\"../../one/s\" is outside of the component's directory, in that of another component, " + directory.path() +
+                "/product/one");
   ASSERT_EQ(found_in("product/one"), outside);
   EXPECT_EQ(findings_in("product/one")[0].severity, Severity::warning);
   EXPECT_EQ(found_in("product/one/etc/eclipse/t"), outside);

@@ -1125,7 +1125,29 @@ TEST(Findings, DirectoryThatCannotBeSearchedIsAnError) {
 
 TEST(Findings, MissingInputIsAnError) {
   const fake::TemporaryDirectory directory;
-  EXPECT_THROW(findings_in("missing"), eclipse_base::FileError);
+  ASSERT_EQ(mkfifo("pipe", 0644), 0);
+  for (const auto& [input, message] : std::map<std::string, std::string>{
+           {"missing", "does not exist; give a descriptor file, a directory of components or a session file (.json)"},
+           {"missing.json", "cannot be read: No such file or directory; give the path of a JSON file"},
+           {"pipe",
+            "is not a file or directory; give a descriptor file, a directory of components or a session file (.json)"}}) {
+    try {
+      findings_in(input);
+      ADD_FAILURE() << "no error of " << input;
+    } catch (const eclipse_base::FileError& error) {
+      EXPECT_EQ(error.what(), input + ": " + message);
+    }
+  }
+}
+
+TEST(Findings, CarriageReturnsEndLinesUnlessTheyEndTheFileOrThereAreLineFeeds) {
+  const Texts ended = {"t cr-line-endings"};
+  const Texts one_record = {"t:1:18+1 crlf-line-endings"};
+  EXPECT_EQ(findings_in_lines("s\ta.feature.group"), Texts());
+  EXPECT_EQ(findings_in_lines("s\ta.feature.group\r"), one_record);
+  EXPECT_EQ(findings_in_lines("s\ta.feature.group\r\n"), one_record);
+  EXPECT_EQ(findings_in_lines("s\ta.feature.group\rx"), ended);
+  EXPECT_EQ(findings_in_lines("\rs\ta.feature.group"), ended);
 }
 
 /// A line that names an archive, whose repository lists a bundle with this jar, and its properties in artifacts.xml.

@@ -306,6 +306,9 @@ TEST_F(SessionFindings, CapabilitiesThatDisagree) {
   misspelt.capabilities = "\"Eclipse-Plugin\"";
   EXPECT_EQ(summary_with({}, {misspelt}),
             Texts({"session.json:5:10+7 capability-descriptor-mismatch", "session.json:5:112+16 capability-misspelled"}));
+  misspelt.capabilities = "\"Tools\", \"Eclipse-Plugin\"";
+  EXPECT_EQ(summary_with({}, {misspelt}),
+            Texts({"session.json:5:10+7 capability-descriptor-mismatch", "session.json:5:121+16 capability-misspelled"}));
 }
 
 TEST_F(SessionFindings, IdeWithoutItsCapability) {
@@ -590,6 +593,61 @@ TEST_F(SessionFindings, OfAVariableThatIsSetOutsideHaveNoLine) {
     ASSERT_FALSE(findings.empty());
     EXPECT_EQ(findings[0].location.file + ":" + std::to_string(findings[0].location.line), "session.json:0") << same;
   }
+}
+
+TEST_F(SessionFindings, OfAModeThatIsSetOutsideHaveNoLine) {
+  write_file("old/etc/eclipse/t", "s\tc.d.feature.group\n");
+  write_file("old/s/content.xml", "<repository><units><unit id='c.d.feature.group' version='1'/></units></repository>");
+  write_file("session.json", two_components("modify", "", ""));
+  const Settings settings = {
+      .disabled = {}, .suppressions = {}, .add_variables = [](auto& session) { session.variables["KORU_MODE"] = "uninstall"; }};
+  EXPECT_EQ(summary_of(findings_in("session.json", settings)), Texts({"session.json nothing-selected"}));
+}
+
+TEST_F(SessionFindings, FilesThatNoneOfTheComponentsListsAreAllNamed) {
+  Component without_package;
+  without_package.code = "none";
+  without_package.package = without_package.capabilities = "";
+  Component one;
+  one.package = R"("package": {"files": []})";
+  Component other = one;
+  other.code = other.directory = "other";
+  other.capabilities = "\"OTHER_ECLIPSE_PLUGIN\"";
+  write_file("tools/etc/eclipse/u", "s\ta.b.feature.group\n");
+  write_file("other/etc/eclipse/t", "s\ta.b.feature.group\n");
+  Texts messages;
+  for (const Finding& finding : findings_with({}, {without_package, one, other})) {
+    if (finding.rule->name == "descriptor-not-listed") messages.push_back(finding.message);
+  }
+  EXPECT_EQ(messages, Texts({"the package does not list \"etc/eclipse/t\"", "the package does not list \"etc/eclipse/u\"",
+                             "the package does not list \"etc/eclipse/t\""}));
+}
+
+TEST_F(SessionFindings, FileThatIsListedOutsideOfEtcEclipseMayBeTheTargetOfALink) {
+  write_file("tools/etc/Eclipse/t", "s\tb.c.feature.group\n");
+  Component outside;
+  outside.package = R"("package": {"files": ["etc/eclipse/t", "etc/Eclipse/t"]})";
+  EXPECT_EQ(summary_with({}, {outside}), Texts({"session.json:5:170+15 descriptor-outside-etc-eclipse"}));
+  Component other;
+  other.code = other.directory = "other";
+  other.capabilities = "\"OTHER_ECLIPSE_PLUGIN\"";
+  std::filesystem::create_directories("other/etc/eclipse");
+  std::filesystem::create_symlink("../../../tools/etc/Eclipse/t", "other/etc/eclipse/t");
+  write_file("other/s/content.xml", "<repository><units><unit id='b.c.feature.group' version='1'/></units></repository>");
+  EXPECT_EQ(summary_with({}, {outside, other}), Texts());
+}
+
+TEST_F(SessionFindings, RepositoryInTheDirectoryOfAnotherComponentIsNoted) {
+  Component other;
+  other.code = other.directory = "other";
+  other.capabilities = "\"OTHER_ECLIPSE_PLUGIN\"";
+  write_file("other/etc/eclipse/t", "../tools/s\ta.b.feature.group\n");
+  write_file("tools/etc/eclipse/t", "../other/s\tb.c.feature.group\n");
+  write_file("other/s/content.xml", "<repository><units><unit id='b.c.feature.group' version='1'/></units></repository>");
+  Texts messages;
+  for (const Finding& finding : findings_with({}, {Component(), other})) messages.push_back(finding.message);
+  const std::string outside = "\" is outside of the component's directory, in that of another component, " + directory.path();
+  EXPECT_EQ(messages, Texts({"\"../tools/s" + outside + "/tools", "\"../other/s" + outside + "/other"}));
 }
 
 TEST_F(SessionFindings, InternalEclipseThatIsNotThere) {

@@ -63,6 +63,24 @@ TEST(PlanReport, NamesEachKindOfComponentAndLine) {
   }
 }
 
+TEST(PlanReport, ShowsWhatEachActionSetsAndHowVersionsCompare) {
+  Plan plan;
+  plan.actions = {{"get_eclipse_path", {{"ECLIPSE_PATH", "/opt/\x1B"}, {"ECLIPSE_NAME", ""}}}, {"perform_integration", {}}};
+  plan.components = {{"tools", ComponentStatus::not_reached, {}}};
+  plan.last_log_line = "the end";
+  plan.reasons = {"a reason\x1B"};
+  std::string text;
+  for (const VersionCheck& version : std::vector<VersionCheck>{
+           {"4.7\x1B", "4.26\x1B", "yes"}, {"4.7", "4.26", "yes"}, {"4.10", "4.7", "no"}, {"4.6", "4.7", "no"}}) {
+    plan.version = version;
+    text += detailed_plan_text(plan, {}, "s.json");
+  }
+  plan.version.reset();
+  plan.command.emplace();
+  text += detailed_plan_text(plan, {}, "s.json");
+  fake::expect_written_down(text, written_down + "/plan-actions.txt");
+}
+
 TEST(PlanReport, WhatTheShellChangesIsShownWithoutACauseToo) {
   Plan plan;
   plan.command.emplace();

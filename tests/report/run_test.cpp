@@ -6,8 +6,11 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <csignal>
+#include <fstream>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <thread>
 
 #include "fake_host/temporary_directory.h"
@@ -26,6 +29,7 @@ using namespace eclipse_host;
 using eclipse_p2::Failure;
 using eclipse_p2::Layer;
 using terminal_test::shown_on_terminal;
+using terminal_test::status_of_child;
 using terminal_test::written_to;
 
 const std::string written_down = WRITTEN_DOWN;
@@ -130,6 +134,7 @@ TEST(RunReport, ShowsActionsCommandsAndOutputs) {
   const std::string shown = written_to(STDOUT_FILENO, [] {
     FakeRun run;
     partial_success(run);
+    run.command("true", 0, "cut\xC3", "off\xC3");
     run.command("true\x1B", 0, "one\n\ntwo\tthree\x1B\nfour", "error output\n");
     run.command("false", 3, "  reason \t\r\n");
     run.command("false", 3, "  reason \t\r\n");
@@ -147,7 +152,7 @@ TEST(RunReport, ShowsActionsCommandsAndOutputs) {
   fake::expect_written_down(shown, written_down + "/run.txt");
 }
 
-TEST(RunReport, HoldsReasonsBackUnlessTheyAreTooLongOrUnexplained) {
+TEST(RunReport, HoldsReasonsBackUnlessTheyAreUnexplained) {
   const auto shown = [](int exit_code, const std::string& reasons, const std::string& before = "") {
     return written_to(STDOUT_FILENO, [&] {
       FakeRun run;
@@ -168,6 +173,49 @@ TEST(RunReport, HoldsReasonsBackUnlessTheyAreTooLongOrUnexplained) {
             "  Command: " + director("a") +
                 "\n    Loading\n    Installation failed. Or not\n    shown\n    Installation failed.\n"
                 "  Failed with exit code 13 after 1.2 s\n");
+  EXPECT_EQ(shown(0, "reason\nInstallation failed.\nother\n"),
+            begin + "    reason\n    Installation failed.\n    other\n  Succeeded after 1.2 s\n");
+}
+
+TEST(RunReport, HoldsReasonsBackUnlessTheyAreTooLong) {
+  const fake::TemporaryDirectory directory;
+  const auto shown = [](const std::string& reasons) {
+    {
+      const terminal_test::RedirectedStream file(STDOUT_FILENO, open("shown", O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+      FakeRun run;
+      run.command(director("a"), 13, "Installation failed.\n" + reasons);
+    }
+    std::ostringstream content;
+    content << std::ifstream("shown", std::ios::binary).rdbuf();
+    return content.str();
+  };
+  const std::string begin = "  Command: " + director("a") + "\n    Installation failed.\n";
+  const std::string end = "  Failed with exit code 13 after 1.2 s\n";
+  const std::string most = std::string(1'048'575, 'r') + "\n";
+  EXPECT_EQ(shown(most), begin + end);
+  EXPECT_TRUE(shown("r" + most).starts_with(begin + "    r" + most + end + "    Why: the director failed: "));
+}
+
+TEST(RunReport, HoldsNothingBackOfACommandThatFollowsAPieceOfALine) {
+  const std::string shown = written_to(STDOUT_FILENO, [] {
+    FakeRun run;
+    run.command("true", 0, "Installation ");
+    run.command(director("a"), 13, "failed.\nshown\nInstallation failed.\nreason\n");
+  });
+  EXPECT_EQ(shown, "  Command: true\n    Installation \n  Succeeded after 1.2 s\n  Command: " + director("a") +
+                       "\n    failed.\n    shown\n    Installation failed.\n  Failed with exit code 13 after 1.2 s\n");
+}
+
+TEST(RunReport, ShowsTheReasonsOfADirectorThatWasStopped) {
+  const std::string shown = written_to(STDOUT_FILENO, [] {
+    FakeRun run;
+    run.begin(director("a"));
+    run.print("Installation failed.\nreason\n");
+    run.report.interrupt("SIGTERM", true);
+  });
+  EXPECT_EQ(shown, "  Command: " + director("a") +
+                       "\n    Installation failed.\n    reason\n\nInterrupted by SIGTERM\n"
+                       "  The running director was stopped; changes that it had already made may remain.\n");
 }
 
 TEST(RunReport, TellsLoggedReasonsThatTheCommandDidNotPrint) {
@@ -177,12 +225,13 @@ TEST(RunReport, TellsLoggedReasonsThatTheCommandDidNotPrint) {
   const std::string shown = written_to(STDOUT_FILENO, [&] {
     FakeRun run;
     run.begin(command);
-    fake::write_file("ide/configuration/1.log", "!ENTRY a\n!MESSAGE printed \n!ENTRY b\n!MESSAGE logged\n");
-    run.print("first\n\tprinted\r\n");
+    fake::write_file("ide/configuration/1.log",
+                     "!ENTRY a\n!MESSAGE printed \n!ENTRY b\n!MESSAGE logged\n!ENTRY c\n!MESSAGE error\n");
+    run.print("first\n\tprinted\r\n", "error\n");
     run.end(13);
   });
   EXPECT_EQ(shown, "  Command: " + command +
-                       "\n    first\n        printed\\r\n  Failed with exit code 13 after 1.2 s\n"
+                       "\n    first\n        printed\\r\n    error\n  Failed with exit code 13 after 1.2 s\n"
                        "    Why: the director failed: it could not complete the operation\n      logged\n      Log: " +
                        directory.path() + "/ide/configuration/1.log\n");
 }
@@ -234,6 +283,17 @@ TEST(RunReport, OfAStoppedDirectorWaitsForItsReader) {
   raise(SIGTERM);
   ASSERT_TRUE(eclipse_terminal::Interruption::was_repeated());
   EXPECT_FALSE(is_interrupted_without_room([&] { run.report.interrupt("SIGTERM", true); }, true));
+}
+
+/// In a child, since what is missing stays missing.
+TEST(RunReport, OfARunThatHasEndedIsGivenUpSomeTimeAfterASignal) {
+  const eclipse_terminal::Interruption interruption;
+  FakeRun run;
+  EXPECT_EQ(written_to(STDOUT_FILENO, [&] { run.report.end(run.record, run.session, {}); }), "\n" + run.outcome());
+  raise(SIGTERM);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(status_of_child([&] { return is_interrupted_without_room([&] { run.report.add("more\n"); }) ? 1 : 0; }), 0);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2000));
 }
 
 TEST(RunReport, ShowsOnATerminalThatADirectorRuns) {

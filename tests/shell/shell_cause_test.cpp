@@ -48,8 +48,9 @@ TEST(ShellCause, IsToldOfWhatIsNotPassedOn) {
       {{"\"/", "a\"b.zip", "!/\"", ""}, "1 the quotes end here;"},
       {{",", std::string("a b\0c\0", 6), ",", ""}, "3 a shell command cannot contain a NUL byte;"},
       {{"", "", " ", ""}, "passed on"},
+      {{"\"", "", " ", ""}, "passed on"},  // what is before it is not closed
       {{"", "a\\", "", ""}, "passed on"},  // there is nothing after the backslash
-      {{"\"x y\" b\"c\"", "a\\", "", ""}, "passed on"},
+      {{"\"x y\" x\"c\"", "a\\", "", ""}, "passed on"},
       {{"\"x y\" ", "a\\", " ", ""}, "1 the backslash is removed;"},
   };
   for (const auto& [piece, wanted] : cases) EXPECT_EQ(text_of(cause_in(piece)), wanted) << piece.before << piece.text;
@@ -65,7 +66,7 @@ TEST(ShellCause, OfAGlobDependsOnTheFilesThatThereAre) {
   EXPECT_EQ(text_of(cause_in(alone)), "1 pathname expansion replaces the word with \"a-b1\";");
   EXPECT_EQ(idle_globs_in(alone), std::vector<std::size_t>());
   EXPECT_EQ(text_of(cause_in({",", "a*b?", ",", ""})), "passed on");
-  EXPECT_EQ(text_of(cause_in({"-i a*", "b1", " ", ""})), "passed on") << "what is before it is the reason";
+  EXPECT_EQ(text_of(cause_in({"-i a*", "-b1", " ", ""})), "passed on") << "what is before it is the reason";
 }
 
 }  // namespace

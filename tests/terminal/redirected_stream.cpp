@@ -3,9 +3,11 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pty.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <cstdlib>
 #include <iostream>
 
 namespace terminal_test {
@@ -62,6 +64,14 @@ std::string shown_on_terminal(int stream, const std::function<void()>& action) {
     close(kept);
   }
   return text;
+}
+
+int status_of_child(const std::function<int()>& action) {
+  const pid_t child = fork();
+  if (child == 0) std::_Exit(action());
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 }  // namespace terminal_test

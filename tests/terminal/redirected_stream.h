@@ -26,6 +26,9 @@ std::string written_to(int stream, const std::function<void()>& action);
 /// The same when the stream is a terminal, as the terminal shows it, with "\r\n" for each line feed.
 std::string shown_on_terminal(int stream, const std::function<void()>& action);
 
+/// The exit status of a child that performs this, for what would change this process for good.
+int status_of_child(const std::function<int()>& action);
+
 }  // namespace terminal_test
 
 #endif

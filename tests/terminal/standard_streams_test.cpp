@@ -3,14 +3,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <limits.h>
-#include <sys/wait.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -26,16 +25,8 @@ namespace {
 using namespace eclipse_terminal;
 using terminal_test::RedirectedStream;
 using terminal_test::shown_on_terminal;
+using terminal_test::status_of_child;
 using terminal_test::written_to;
-
-/// The exit status of a child that performs this.
-int status_of_child(const std::function<int()>& action) {
-  const pid_t child = fork();
-  if (child == 0) std::_Exit(action());
-  int status = 0;
-  EXPECT_EQ(waitpid(child, &status, 0), child);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 TEST(StandardStreams, ClosedOnesAreOpenForReadingOnlyAndSignalsDoNotEndTheProgram) {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -59,6 +50,15 @@ TEST(StandardStreams, ClosedOnesAreOpenForReadingOnlyAndSignalsDoNotEndTheProgra
             }),
             0)
       << "open ones stay as they are";
+  EXPECT_EQ(status_of_child([] {
+              const rlimit no_more{0, 0};
+              close(STDIN_FILENO);
+              setrlimit(RLIMIT_NOFILE, &no_more);
+              prepare_standard_streams();
+              return 0;
+            }),
+            2)
+      << "one cannot be opened";
 }
 
 TEST(StandardStreams, AMessageIsPrintableAndKeepsItsLineFeeds) {
@@ -71,6 +71,18 @@ TEST(StandardStreams, AMessageIsPrintableAndKeepsItsLineFeeds) {
 TEST(StandardStreams, ANoticeBeginsANewLineOnATerminal) {
   EXPECT_EQ(written_to(STDERR_FILENO, [] { print_notice("a"); }), "eclipse-int: a\n");
   EXPECT_EQ(shown_on_terminal(STDERR_FILENO, [] { print_notice("a"); }), "\r\neclipse-int: a\r\n");
+}
+
+TEST(StandardStreams, ANoticeDoesNotWaitForAReader) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+  const std::size_t room = static_cast<std::size_t>(fcntl(ends[1], F_GETPIPE_SZ));
+  ASSERT_EQ(write_while(ends[1], std::string(room, 'a'), [] { return false; }), 0);
+  {
+    const RedirectedStream full(STDERR_FILENO, ends[1]);
+    print_notice("lost");
+  }
+  close(ends[0]);
 }
 
 TEST(StandardStreams, ManyErrorsMayBeMore) {

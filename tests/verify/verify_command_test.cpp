@@ -200,11 +200,11 @@ TEST_F(VerifyCommand, IsThereForPrograms) {
 }
 
 TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
-  write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none"}});
+  write_session("install", {{"ECLIPSE_INTEGRATION_CHOICE", "none\x1B"}});
   EXPECT_EQ(eclipse_int("verify session.json"),
             (Outcome{0,
                      "Same: the session changes nothing; the log ends with: eclipse_int: nothing to integrate\n"
-                     "  ECLIPSE_INTEGRATION_CHOICE is \"none\"\n"
+                     "  ECLIPSE_INTEGRATION_CHOICE is \"none\\x1B\"\n"
                      "  no Eclipse instance is chosen, and no component is searched (1 component)\n",
                      ""}));
   EXPECT_EQ(Json::parse(eclipse_int("verify session.json --json").output),
@@ -212,7 +212,7 @@ TEST_F(VerifyCommand, ThereIsNothingToVerifyWhenNothingIsDone) {
                   {"units", Json::array()},
                   {"reason", "eclipse_int: nothing to integrate"},
                   {"reasons",
-                   {"ECLIPSE_INTEGRATION_CHOICE is \"none\"",
+                   {"ECLIPSE_INTEGRATION_CHOICE is \"none\x1B\"",
                     "no Eclipse instance is chosen, and no component is searched (1 component)"}}}));
   EXPECT_EQ(director_calls(), "");
 }
@@ -270,8 +270,13 @@ TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
                                                          "so the installed units are not known; the launcher failed: "
                                                          "the instance or its configuration cannot be written\n"
                                                          "  Locking is not possible\n"}));
-  write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}});
-  EXPECT_EQ(eclipse_int("verify session.json").status, 2) << "the run would be refused";
+  write_session("install", {{"USER_DEFINED_ECLIPSE_PATH", "/missing\x1B/eclipse"}});
+  EXPECT_EQ(
+      eclipse_int("verify session.json"),
+      (Outcome{
+          2, "",
+          "eclipse-int: the run would be refused: USER_DEFINED_ECLIPSE_PATH is \"/missing\\x1B/eclipse\", which is not the "
+          "Eclipse executable: give the full path of an existing file named \"eclipse\" (ECLIPSE_BIN)\n"}));
   write_session("uninstall", {{"USER_DEFINED_ECLIPSE_PATH", "/missing/eclipse"}}, "\"remove\": true");
   EXPECT_EQ(
       eclipse_int("verify session.json"),
@@ -286,6 +291,62 @@ TEST_F(VerifyCommand, TellsWhyTheInstanceCannotBeAsked) {
                      "  ECLIPSE_BIN is \"eclipse\"\n"
                      "  no component provides an IDE; the capabilities are: TOOLS_ECLIPSE_PLUGIN\n"
                      "  no Eclipse instance is chosen, and no component is searched (1 component)\n"}));
+}
+
+TEST_F(VerifyCommand, SaysThatTheInstanceIsDamaged) {
+  write_session("install");
+  write_profile("<unit");
+  const std::string profile = "DIRECTORY/eclipse/p2/org.eclipse.equinox.p2.engine/profileRegistry/P.profile/1.profile";
+  const std::string message =
+      "the newest state of the p2 profile, " + profile + ", is not well-formed XML, so every director fails";
+  const std::string fix = "run: eclipse-int repair DIRECTORY/eclipse/eclipse";
+  const std::string damage = "eclipse-int: " + message + "; " + fix + "\n";
+  script(1, "echo one/1.0.0; echo two/1.0.0");
+  EXPECT_EQ(eclipse_int("verify session.json"),
+            (Outcome{1,
+                     "Same: all 2 units to be installed are installed in DIRECTORY/eclipse/eclipse\n" +
+                         only_roots.substr(0, only_roots.size() - 2) + ": " + profile + " is not well-formed XML\n",
+                     damage}));
+  script(2, "exit 13");
+  script(3, "exit 13");
+  const std::string error =
+      "\"DIRECTORY/eclipse/eclipse\" failed with exit code 13, so the installed units are not known; the launcher failed: the "
+      "application exited early and logged no reason";
+  EXPECT_EQ(eclipse_int("verify session.json"), (Outcome{2, "", damage + "eclipse-int: " + error + "\n"}));
+  EXPECT_EQ(Json::parse(eclipse_int("verify session.json --json").output),
+            (Json{{"executable", "DIRECTORY/eclipse/eclipse"},
+                  {"error", error},
+                  {"damage", {{"file", profile}, {"message", message}, {"fix", fix}}}}));
+}
+
+TEST_F(VerifyCommand, EndsWithASignal) {
+  write_session("install");
+  script(1, "kill -s TERM $(cat number); sleep 0.5; kill -s TERM $(cat number); exec sleep 100");
+  EXPECT_EQ(
+      eclipse_int("verify session.json", "sh -c 'echo $$ > number; exec \"$@\"' -"),
+      (Outcome{143, "",
+               "eclipse-int: interrupted by SIGTERM; waiting for the director to end its command (interrupt again to stop "
+               "it now)\n"
+               "eclipse-int: interrupted again; stopping the director\n"
+               "eclipse-int: interrupted by SIGTERM\n"}));
+}
+
+TEST_F(VerifyCommand, ChecksTheModeAndTheDescriptorsAsARunDoes) {
+  write_session("install");
+  EXPECT_EQ(eclipse_int("verify session.json --set KORU_MODE=remove"),
+            (Outcome{2, "",
+                     "eclipse-int: --set: KORU_MODE is \"remove\"; write \"install\", \"modify\" or \"uninstall\"\n"
+                     "Run with --help for more information.\n"}));
+  std::filesystem::remove("tools/etc/eclipse/tools.txt");
+  std::filesystem::create_symlink("/proc/self/mem", "tools/etc/eclipse/tools.txt");
+  EXPECT_EQ(
+      eclipse_int("verify session.json"),
+      (Outcome{0,
+               "Same: the session changes nothing; the log ends with: eclipse_int: feature or repo list is empty, skip "
+               "integration\n"
+               "  descriptor files without records: DIRECTORY/tools/etc/eclipse/tools.txt\n",
+               "eclipse-int: warning: DIRECTORY/tools/etc/eclipse/tools.txt: cannot be read: Input/output error; the plug-in "
+               "ignores the error and uses the part that it can read\n"}));
 }
 
 /// Whoever owns the instance could no longer write what root has written.
