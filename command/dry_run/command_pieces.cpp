@@ -33,7 +33,7 @@ std::string_view path_in(std::string_view url) {
 std::string path_for_director(const std::string& url) { return std::string(path_in(eclipse_shell::as_word(url))); }
 
 CommandPiece executable_piece(std::string executable, std::string origin) {
-  return {"", std::move(executable), " ", std::move(origin)};
+  return {"", std::move(executable), std::string(" ") + first_option, std::move(origin)};
 }
 
 CommandPiece directory_piece(std::string directory, bool is_archive, std::string origin) {
@@ -46,13 +46,13 @@ CommandPiece repository_piece(const std::string& directory, std::string reposito
   const bool is_passed_on = !eclipse_shell::cause_in(directory_piece(directory, is_archive, ""));
   return {url_begin(is_archive) + (is_passed_on && !is_archive ? directory : "") + "/", std::move(repository),
           is_archive      ? std::string(archive_end) + "\""
-          : place.is_last ? " "
+          : place.is_last ? std::string(" ") + install_option
                           : ",",
           std::move(origin)};
 }
 
 CommandPiece feature_piece(std::string feature, InList place, std::string origin) {
-  return {place.is_first ? eclipse_p2::install_option + std::string(" ") : ",", std::move(feature), place.is_last ? " " : ",",
+  return {place.is_first ? install_option + std::string(" ") : ",", std::move(feature), place.is_last ? " " : ",",
           std::move(origin)};
 }
 

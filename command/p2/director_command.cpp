@@ -19,7 +19,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr std::array director = {"-nosplash", "-application", "org.eclipse.equinox.p2.director"};
+constexpr std::array director = {first_option, "-application", "org.eclipse.equinox.p2.director"};
 constexpr std::array in_english = {"-nl", "en"};
 constexpr const char* repositories = "-repository";
 constexpr const char* uninstall = "-u";

@@ -12,6 +12,8 @@
 
 namespace eclipse_p2 {
 
+/// What follows the executable.
+inline constexpr const char* first_option = "-nosplash";
 /// What the list of the features to install follows.
 inline constexpr const char* install_option = "-i";
 /// What the directory of the configuration follows, if Eclipse does not start with its own.

@@ -7,19 +7,19 @@ namespace eclipse_shell {
 
 namespace {
 
-void remove_quotes_and_spaces(std::string& text) {
-  std::erase_if(text, [](char byte) { return byte == '"' || byte == ' '; });
+std::string without_quotes(std::string text) {
+  std::erase(text, '"');
+  return text;
 }
 
 /// The words that the piece is meant to become.
 ShellWords intended(const CommandPiece& piece) {
   const std::size_t start = piece.before.find_last_of(' ') + 1;
   ShellWords words = read_as_shell(piece.before.substr(0, start)).commands.front();
-  std::string begin = piece.before.substr(start);
-  std::string end = piece.after;
-  remove_quotes_and_spaces(begin);
-  remove_quotes_and_spaces(end);
-  words.push_back(begin + piece.text + end);
+  const std::size_t end = std::min(piece.after.find(' '), piece.after.size());
+  words.push_back(without_quotes(piece.before.substr(start)) + piece.text + without_quotes(piece.after.substr(0, end)));
+  const ShellWords next = read_as_shell(piece.after.substr(end)).commands.front();
+  words.insert(words.end(), next.begin(), next.end());
   return words;
 }
 
