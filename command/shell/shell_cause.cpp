@@ -7,27 +7,6 @@ namespace eclipse_shell {
 
 namespace {
 
-std::string without_quotes(std::string text) {
-  std::erase(text, '"');
-  return text;
-}
-
-/// The words that the piece is meant to become.
-ShellWords intended(const CommandPiece& piece) {
-  const std::size_t start = piece.before.find_last_of(' ') + 1;
-  ShellWords words = read_as_shell(piece.before.substr(0, start)).commands.front();
-  const std::size_t end = std::min(piece.after.find(' '), piece.after.size());
-  words.push_back(without_quotes(piece.before.substr(start)) + piece.text + without_quotes(piece.after.substr(0, end)));
-  const ShellWords next = read_as_shell(piece.after.substr(end)).commands.front();
-  words.insert(words.end(), next.begin(), next.end());
-  return words;
-}
-
-bool is_passed_on(const ShellReading& reading, const ShellWords& words) {
-  return reading.error.empty() && !reading.has_expansion && reading.redirections.empty() &&
-         reading.commands == std::vector<ShellWords>{words};
-}
-
 /// Spaces at the beginning of a text form one gap with those before it.
 std::size_t start_in(const CommandPiece& piece, std::size_t gap) {
   const bool is_in_gap = piece.text.starts_with(' ') && piece.before.find_first_not_of(' ', gap) == std::string::npos;
@@ -43,8 +22,6 @@ bool is_in_text(const CommandPiece& piece, std::size_t offset) {
 std::optional<ShellCause> cause_in(const CommandPiece& piece) {
   if (piece.text.empty() || is_plain(piece.text)) return std::nullopt;
   const ShellReading reading = read_as_shell(piece.before + piece.text + piece.after);
-  if (is_passed_on(reading, intended(piece))) return std::nullopt;
-
   ShellCause cause{piece.text, piece.origin, {}};
   std::vector<ShellRemark> remarks = reading.remarks;
   for (const std::size_t gap : reading.word_ends) remarks.push_back({start_in(piece, gap), "the word ends here"});

@@ -13,9 +13,9 @@ namespace eclipse_shell {
 /// A text of the session or of a descriptor, and what is directly before and after it in the command: the rest of its word, and
 /// the word beside that, which a redirection in the text could take for a file.
 struct CommandPiece {
-  std::string before;  ///< quotes and spaces in it and in `after` are the plug-in's own and intended
+  std::string before;
   std::string text;
-  std::string after;
+  std::string after;   ///< never empty: no text ends the command
   std::string origin;  ///< where the text comes from, for a person
 };
 
