@@ -32,6 +32,7 @@
 namespace fs = std::filesystem;
 using namespace eclipse_base;
 using namespace eclipse_p2;
+
 namespace eclipse_instance {
 
 namespace {

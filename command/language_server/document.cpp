@@ -69,7 +69,10 @@ Document::Document(std::string uri, std::string_view text) : uri_(std::move(uri)
   read_encoding();
 }
 
-void Document::replace_all(std::string_view text) { replace_bytes(0, text_.size(), text); }
+void Document::replace_all(std::string_view text) {
+  line_starts_ = shown_line_starts_ = {0};
+  replace_bytes(0, text_.size(), text);
+}
 
 void Document::replace(const Range& range, std::string_view text, PositionEncoding encoding) {
   const std::size_t start = offset_of(range.start, encoding);

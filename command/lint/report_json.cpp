@@ -9,6 +9,7 @@
 #include "lint/rule.h"
 
 using namespace eclipse_base;
+
 namespace eclipse_lint {
 
 namespace {

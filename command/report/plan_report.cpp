@@ -17,6 +17,7 @@
 
 using namespace eclipse_base;
 using eclipse_lint::Severity;
+
 namespace eclipse_report {
 
 namespace {

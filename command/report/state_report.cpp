@@ -7,6 +7,7 @@
 #include "report/json_parts.h"
 
 using eclipse_p2::ProfileState;
+
 namespace eclipse_report {
 
 namespace {

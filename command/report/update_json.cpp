@@ -5,6 +5,7 @@
 #include "report/json_parts.h"
 
 using eclipse_update::Replacement;
+
 namespace eclipse_report {
 
 Json update_json(const std::vector<Replacement>& replacements, const std::string& command) {

@@ -134,6 +134,7 @@ void look_at(Undo& undo, const UndoOptions& options) {
   if (!undo.outside_changes.empty() && !undo.is_forced) {
     undo.error = "this would also undo the changes above, which were made outside eclipse-int; use --force to undo them, too";
   }
+  if (undo.change->is_empty()) return;
   undo.missing = missing_artifacts(instance, newest, target, repositories_for(undo, options.repositories));
   if (undo.error.empty() && undo.missing.is_certain()) {
     undo.error =

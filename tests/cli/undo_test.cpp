@@ -318,10 +318,12 @@ TEST_F(Undo, PassesOverRunsThatChangedNothing) {
 TEST_F(Undo, DoesNotStartADirectorForNothing) {
   script(1, leave("1731234600000", {"ide/4.0.0"}));
   ASSERT_EQ(eclipse_int("run session.json").status, 0);
-  const Outcome outcome = eclipse_int("undo session.json --to 1731234500000");
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_TRUE(outcome.output.ends_with("  Nothing to do: the instance has the units of this state already.\n"))
-      << outcome.output;
+  for (const std::string more : {"", " --repository missing"}) {
+    const Outcome outcome = eclipse_int("undo session.json --to 1731234500000" + more);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(outcome.output.ends_with("  Nothing to do: the instance has the units of this state already.\n"))
+        << outcome.output;
+  }
   EXPECT_EQ(director_calls(), install_arguments("one,two") + "\n");
   EXPECT_EQ(Json::parse(content_of(journal)).at("runs").size(), 1U);
 }
@@ -433,8 +435,7 @@ TEST_F(Undo, LetsTheDirectorEndUnlessASecondSignalComes) {
   EXPECT_EQ(done.status, 0) << done.output;
   EXPECT_NE(done.error.find("waiting for the director to end"), std::string::npos) << done.error;
   script(4, "printf '<profile' > " + registry +
-                "1731234800000.profile; kill -s TERM $(cat number); sleep 0.5; "
-                "kill -s TERM $(cat number); exec sleep 100");
+                "1731234800000.profile; for i in 1 2 3 4 5 6; do kill -s TERM $(cat number); sleep 0.5; done; exec sleep 100");
   const Outcome damaged = eclipse_int("undo --eclipse eclipse --to 1731234600000 --json", with_number);
   EXPECT_EQ(damaged.status, 143);
   EXPECT_TRUE(Json::parse(damaged.output).contains("damage")) << damaged.output;

@@ -321,7 +321,7 @@ TEST_F(VerifyCommand, SaysThatTheInstanceIsDamaged) {
 
 TEST_F(VerifyCommand, EndsWithASignal) {
   write_session("install");
-  script(1, "kill -s TERM $(cat number); sleep 0.5; kill -s TERM $(cat number); exec sleep 100");
+  script(1, "for i in 1 2 3 4 5 6; do kill -s TERM $(cat number); sleep 0.5; done; exec sleep 100");
   EXPECT_EQ(
       eclipse_int("verify session.json", "sh -c 'echo $$ > number; exec \"$@\"' -"),
       (Outcome{143, "",
